@@ -1,0 +1,42 @@
+# What every target of the tree is compiled with.
+add_library(taskmill_options INTERFACE)
+target_compile_definitions(taskmill_options INTERFACE
+    QT_NO_CAST_FROM_ASCII
+    QT_NO_CAST_TO_ASCII
+    QT_NO_URL_CAST_FROM_STRING
+    QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
+    QT_NO_FOREACH
+    QT_DISABLE_DEPRECATED_BEFORE=0x060400)
+target_include_directories(taskmill_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+if(MSVC)
+    target_compile_options(taskmill_options INTERFACE /W4 /WX /utf-8 /permissive-)
+else()
+    target_compile_options(taskmill_options INTERFACE -Wall -Wextra -Wpedantic -Werror)
+endif()
+if(TASKMILL_SANITIZE)
+    target_compile_options(taskmill_options INTERFACE
+        -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+    target_link_options(taskmill_options INTERFACE -fsanitize=address,undefined)
+endif()
+if(TASKMILL_TIDY)
+    find_program(CLANG_TIDY_PROGRAM NAMES clang-tidy clang-tidy-14 REQUIRED)
+endif()
+
+# One library per folder of src/: taskmill_library(name SOURCES... LINK targets...)
+function(taskmill_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_link_libraries(${name} PUBLIC taskmill_options ${ARG_LINK})
+    if(TASKMILL_TIDY)
+        set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "${CLANG_TIDY_PROGRAM};--quiet")
+    endif()
+endfunction()
+
+function(taskmill_executable name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE taskmill_options ${ARG_LINK})
+    if(TASKMILL_TIDY)
+        set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "${CLANG_TIDY_PROGRAM};--quiet")
+    endif()
+endfunction()

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "jobs/jobstatus.h"
+#include "jobs/jobtype.h"
+
+#include <QDateTime>
+#include <QList>
+#include <QPair>
+#include <QString>
+
+/// Extra placeholders and their values, in the order in which they are applied.
+using Taskmill_PlaceholderValues = QList<QPair<QString, QString>>;
+
+/// Everything that is known of one run of a job type, apart from its process: what queues, the finished list and the
+/// database pass around by value. Two records are equal when all fields are.
+struct Taskmill_JobRecord
+{
+    QString JobClass; ///< a free word of the submitter, returned in the notification
+    QString Name;
+    QString ClientName;
+    QString ClientAppName;
+    QString ClientAddress; ///< where the notification goes
+    qint32 ClientPort = 0;
+    qint32 ClientUID = 0; ///< stored and reported only, as ClientGID
+    qint32 ClientGID = 0;
+    bool ClientNotification = false;
+    Taskmill_JobType JobType;
+    qint32 RunNumber = 0;
+    QString QueueName; ///< "Long", "Short", "None" or "Queueless"; see Taskmill_QueueKeyFromName
+    QString InputFilePath;
+    QString InputFilePath2;
+    QString StandardInputFile;
+    QString StandardOutputFile; ///< when set, the output goes there and is not captured
+    QString OutputFile;
+    QString CheckpointFile;
+    QString CheckpointFile2;
+    Taskmill_JobStatus Status = Taskmill_JobStatus::Unknown;
+    QString StdOutAndStdErr; ///< what the process wrote, gathered when it ends
+    QDateTime Submitted;
+    QDateTime Started;
+    QDateTime Finished;
+    qint32 JobID = 0;
+    Taskmill_PlaceholderValues PlaceholderValues;
+
+    bool operator==(const Taskmill_JobRecord &) const = default;
+
+    [[nodiscard]] bool IsFinished() const { return Taskmill_IsFinalStatus(Status); }
+
+    /// Stores the status; with `stamp`, also the current time as Submitted (Pending), Started (Running) or Finished
+    /// (any final status).
+    void SetStatus(Taskmill_JobStatus status, bool stamp);
+
+    /// Sets OutputFile from the input file and the first pattern of the job type's output filter; empty when there is
+    /// no input file or no pattern.
+    void DeriveOutputFile();
+
+    /// Whether the job can be run: named, its job type valid, its input file there when the template uses one, and no
+    /// line feed in any file name, since a template is line-based.
+    [[nodiscard]] bool IsValid() const;
+
+    /// The template with every known placeholder replaced: executable, arguments and standard-input lines.
+    [[nodiscard]] QString CommandLine() const;
+};

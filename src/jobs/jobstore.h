@@ -1,0 +1,21 @@
+#pragma once
+
+#include "jobs/jobtype.h"
+
+/// What job types and queues need of the job database. Every operation is safe without one.
+class Taskmill_JobStore
+{
+public:
+    virtual ~Taskmill_JobStore() = default;
+
+    [[nodiscard]] virtual bool IsOpen() const = 0;
+
+    /// Writes the new key into jobType.JobTypeID.
+    virtual bool InsertJobType(Taskmill_JobType &jobType) = 0;
+    virtual bool DeleteJobType(qint32 jobTypeID) = 0;
+    [[nodiscard]] virtual QList<Taskmill_JobType> GetJobTypes() = 0;
+
+    /// The limit stored for the queue of that name; -1 when unknown.
+    [[nodiscard]] virtual int GetMaxRunningJobs(const QString &queueName) = 0;
+    virtual bool SetMaxRunningJobs(const QString &queueName, int maxRunningJobs) = 0;
+};

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <QObject>
+#include <QSqlDatabase>
+#include <QString>
+
+class QSqlDriver;
+class QSqlTableModel;
+
+/// Base of a database object: one connection, opened on demand, its transactions, and whether it holds changes that
+/// its file does not have.
+class KilnUtil_Database_Foundation : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum DatabaseTypeEnum { SQLiteMemory = 0, SQLiteFile = 1, MySQL = 2, PostgreSQL = 3 };
+
+    /// Makes no connection yet. `description` is the text such as "Connection to SQLite memory database:  <no name>".
+    KilnUtil_Database_Foundation(DatabaseTypeEnum kind, const QString &name, const QString &driverName,
+                                 const QString &host, const QString &userName, const QString &password,
+                                 const QString &description, const QString &objectName);
+    ~KilnUtil_Database_Foundation() override;
+    Q_DISABLE_COPY_MOVE(KilnUtil_Database_Foundation)
+
+    [[nodiscard]] DatabaseTypeEnum Kind() const;
+    [[nodiscard]] QString Name() const;
+    [[nodiscard]] QString DriverName() const;
+    [[nodiscard]] QString Host() const;
+    [[nodiscard]] QString Description() const;
+
+    /// The project file this database was loaded from or saved to; empty for one never saved.
+    [[nodiscard]] QString FilePath() const;
+    void SetFilePath(const QString &filePath);
+    /// File name of the project file; empty when there is none.
+    [[nodiscard]] QString Title() const;
+
+    /// True after any committed change since MarkUnchanged().
+    [[nodiscard]] bool HasUnsavedChanges() const;
+    void MarkUnchanged();
+
+    /// Makes sure the connection is open; creates no tables. False when the driver is missing or the open fails.
+    bool Open();
+    [[nodiscard]] bool IsOpen() const;
+    /// Closes the connection and forgets it; a later Open() makes a new one.
+    void Close();
+
+    /// Begins a transaction, or joins the one that an earlier failure left open on an SQLite connection.
+    bool BeginTransaction();
+    /// Ends the transaction; a failed commit is rolled back.
+    bool Commit();
+    void Rollback();
+
+    [[nodiscard]] QString LastErrorMessage() const;
+    /// The connection's driver; nullptr while it was never opened.
+    [[nodiscard]] QSqlDriver *Driver() const;
+
+    /// Fills the model with all rows of its table, not only the first batch.
+    [[nodiscard]] static bool SelectAll(QSqlTableModel &model);
+
+    virtual bool InitializeTables() = 0;
+    virtual bool CreateTables() = 0;
+    virtual bool UpgradeTables() = 0;
+
+Q_SIGNALS:
+    /// HasUnsavedChanges(), FilePath() or Title() have another value.
+    void StateChangedSignal();
+
+protected:
+    [[nodiscard]] QSqlDatabase &Connection();
+    [[nodiscard]] const QSqlDatabase &Connection() const;
+    /// While set, Commit() does not count as a change: creating, upgrading and loading are none.
+    void SetTracksChanges(bool tracks);
+    [[nodiscard]] bool TracksChanges() const;
+
+private:
+    DatabaseTypeEnum m_kind;
+    QString m_name;
+    QString m_driverName;
+    QString m_host;
+    QString m_userName;
+    QString m_password;
+    QString m_description;
+    QString m_filePath;
+    QString m_connectionName; ///< unique for each connection that was ever opened
+    QSqlDatabase m_connection;
+    bool m_hasUnsavedChanges = false;
+    bool m_tracksChanges = true;
+};
