@@ -1,0 +1,11 @@
+#include "kilnutil/computerdata.h"
+
+qint32 KilnUtil_ComputerData::UID()
+{
+    return 0;
+}
+
+qint32 KilnUtil_ComputerData::GID()
+{
+    return 0;
+}

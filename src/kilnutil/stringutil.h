@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// Helpers for texts and lists of texts.
+class KilnUtil_String
+{
+public:
+    /// Splits an argument text at blanks. With `quoted`, also at tabs, and by the quoting rule of the
+    /// Microsoft C run-time: double quotes keep blanks together, 2n backslashes before one give n, 2n+1 give
+    /// n and a plain quote.
+    [[nodiscard]] static QStringList MakeStringList(const QString &text, bool quoted);
+
+    /// Position of the first entry equal to the text; -1 when there is none.
+    [[nodiscard]] static qsizetype FindIndex(const QString &text, const QStringList &list, bool ignoreCase);
+
+    /// The longest entry, the first of several; empty for an empty list.
+    [[nodiscard]] static QString MaxString(const QStringList &list);
+};
