@@ -1,0 +1,52 @@
+#include "jobs/jobtype.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+bool Taskmill_JobType::IsValid() const
+{
+    return JobTypeID >= 0 && !Name.isEmpty() && !ApplicationName.isEmpty() && !ExecutablePath.isEmpty() &&
+           QFileInfo{ExecutablePath}.isFile() &&
+           GenericCommandLine.contains("@EXEFILE"_L1, Qt::CaseInsensitive);
+}
+
+bool Taskmill_JobType::UsesInputFile() const
+{
+    return GenericCommandLine.contains("@INFILE"_L1, Qt::CaseInsensitive);
+}
+
+bool Taskmill_JobType::UsesSecondInputFile() const
+{
+    return GenericCommandLine.contains("@INFILE2"_L1, Qt::CaseInsensitive);
+}
+
+Taskmill_QueueKey Taskmill_JobType::DefaultQueueIndex() const
+{
+    return Taskmill_QueueKeyFromName(DefaultQueue);
+}
+
+bool Taskmill_JobType::MatchesFile(const QString &filePath) const
+{
+    const QString suffix = QFileInfo{filePath}.suffix();
+    const QStringList pieces = Taskmill_FilterPieces(InputFileFilter);
+    return std::ranges::any_of(pieces, [&suffix](QString piece) {
+        return piece.startsWith("*."_L1) && piece.remove("*."_L1).compare(suffix, Qt::CaseInsensitive) == 0;
+    });
+}
+
+QStringList Taskmill_FilterPieces(const QString &filter)
+{
+    QString text = filter.trimmed();
+    text.replace(u'(', u' ').replace(u')', u' ');
+    return text.split(u' ', Qt::SkipEmptyParts);
+}
+
+Taskmill_JobType Taskmill_JobTypeForFile(const QList<Taskmill_JobType> &jobTypes, const QString &filePath)
+{
+    const auto match = std::ranges::find_if(
+        jobTypes, [&filePath](const Taskmill_JobType &jobType) { return jobType.MatchesFile(filePath); });
+    return match == jobTypes.end() ? Taskmill_JobType{} : *match;
+}
