@@ -1,0 +1,166 @@
+#include "jobs/job.h"
+
+#include "jobs/commandline.h"
+#include "jobs/jobenvironment.h"
+#include "jobs/jobnotification.h"
+#include "jobs/processinspector.h"
+#include "jobs/runmode.h"
+#include "kilnutil/filesys.h"
+#include "kilnutil/process.h"
+#include "kilnutil/textencoding.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTimer>
+
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
+
+Taskmill_Job::Taskmill_Job(Taskmill_JobRecord record)
+    : m_record{std::move(record)}
+{
+    if (m_record.OutputFile.isEmpty())
+        m_record.DeriveOutputFile();
+}
+
+Taskmill_Job::Taskmill_Job(const Taskmill_Job &other)
+    : QObject{}
+    , m_record{other.m_record}
+{
+}
+
+Taskmill_Job::~Taskmill_Job()
+{
+    delete m_process;
+}
+
+qint64 Taskmill_Job::ProcessID() const
+{
+    return m_process ? m_process->ProcessID() : 0;
+}
+
+bool Taskmill_Job::Start()
+{
+    m_record.SetStatus(Taskmill_JobStatus::Running, true);
+    if (m_record.JobType.IsEmpty()) {
+        QTimer::singleShot(0, this, &Taskmill_Job::EndWithoutJobType);
+        return true;
+    }
+
+    const Taskmill_LaunchPlan plan = Taskmill_PlanLaunch(m_record);
+    QString standardInputFile = m_record.StandardInputFile;
+    if (!plan.StandardInput.isEmpty()) {
+        QString generatedFile;
+        if (!WriteStandardInput(plan.StandardInput, generatedFile))
+            return false;
+        if (standardInputFile.isEmpty())
+            standardInputFile = generatedFile;
+    }
+    MakeProcess(plan, standardInputFile);
+    m_process->Start();
+    return true;
+}
+
+QString Taskmill_Job::WorkingDirectory() const
+{
+    return m_record.InputFilePath.isEmpty() ? QDir::currentPath()
+                                            : QFileInfo{m_record.InputFilePath}.absolutePath();
+}
+
+bool Taskmill_Job::WriteStandardInput(const QByteArray &text, QString &path) const
+{
+    const QString directory =
+        m_record.OutputFile.isEmpty() ? WorkingDirectory() : QFileInfo{m_record.OutputFile}.absolutePath();
+    // Another job may take the new name between choosing and opening it.
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        path = KilnUtil_FileSys::ConvertFilename(
+            KilnUtil_FileSys::NewFileName(u"freqchk"_s, u"inp"_s, directory, false), false, false);
+        QFile file{path};
+        if (file.open(QIODevice::WriteOnly | QIODevice::Text | QIODevice::NewOnly))
+            return file.write(text) == text.size() && file.flush();
+        if (!QFileInfo::exists(path))
+            return false;
+    }
+    return false;
+}
+
+void Taskmill_Job::MakeProcess(const Taskmill_LaunchPlan &plan, const QString &standardInputFile)
+{
+    m_process = new KilnUtil_Process{nullptr, m_record.JobType.Name, m_record.Name};
+    m_process->setProcessEnvironment(Taskmill_JobEnvironment(m_record, KilnUtil_Process::StartEnvironment()));
+    // A program that reads a prompt nobody answers must find the end of the input instead of waiting for
+    // ever.
+    m_process->setStandardInputFile(standardInputFile.isEmpty() ? QProcess::nullDevice() : standardInputFile);
+    if (!m_record.StandardOutputFile.isEmpty())
+        m_process->SetStandardOutputFilePath(m_record.StandardOutputFile);
+    m_process->setWorkingDirectory(WorkingDirectory());
+    m_process->SetProgramText(plan.Program);
+    m_process->SetArgumentText(plan.Arguments);
+    m_process->SetTitle(m_record.Name);
+    m_process->SetUserAndGroup(m_record.ClientUID, m_record.ClientGID);
+    connect(m_process, &KilnUtil_Process::FinishedSignal, this, &Taskmill_Job::ProcessFinishedSlot);
+}
+
+bool Taskmill_Job::Kill(Taskmill_ProcessInspector &inspector)
+{
+    if (m_record.Status != Taskmill_JobStatus::Running || !m_process)
+        return false;
+    if (const qint64 processID = m_process->ProcessID(); processID > 0)
+        inspector.TerminateTree(m_process->Program(), static_cast<int>(processID));
+    m_process->KillSlot();
+    return true;
+}
+
+QString Taskmill_Job::GatherOutput()
+{
+    if (m_process) {
+        QByteArray bytes = m_process->Output().Content();
+        // A database text is cut at a NUL character by whoever reads it with C functions.
+        bytes.replace('\0', QByteArrayView{});
+        m_record.StdOutAndStdErr = KilnUtil_TextEncoding::FromUtf8OrLatin1(bytes);
+    }
+    return m_record.StdOutAndStdErr;
+}
+
+Taskmill_JobStatus Taskmill_Job::FinalStatus() const
+{
+    if (!m_process)
+        return Taskmill_JobStatus::Finished;
+    if (m_process->WasKilled())
+        return Taskmill_JobStatus::Killed;
+    if (m_process->HasCrashed())
+        return Taskmill_JobStatus::Crashed;
+    return m_process->ExitCode() == 0 ? Taskmill_JobStatus::Completed : Taskmill_JobStatus::Failed;
+}
+
+void Taskmill_Job::ProcessFinishedSlot(bool)
+{
+    const Taskmill_JobStatus status = FinalStatus();
+    const int exitCode = m_process ? m_process->ExitCode() : 0;
+    GatherOutput();
+    m_record.SetStatus(status, true);
+    Q_EMIT JobFinishedSignal();
+    SendJobFinishedNotification(exitCode);
+    // The process is the sender of the signal that led here.
+    if (KilnUtil_Process *process = std::exchange(m_process, nullptr))
+        process->DeleteWhenEnded();
+}
+
+void Taskmill_Job::EndWithoutJobType()
+{
+    m_record.StdOutAndStdErr = u"The job was not run: its job type is no longer in the project.\n"_s;
+    m_record.SetStatus(Taskmill_JobStatus::Failed, true);
+    Q_EMIT JobFinishedSignal();
+    SendJobFinishedNotification(0);
+}
+
+bool Taskmill_Job::SendJobFinishedNotification(int exitCode) const
+{
+    const QString serverName = Taskmill_ServerName();
+    if (!Taskmill_WantsNotification(m_record, serverName))
+        return false;
+    return Taskmill_SendMessage(m_record.ClientAddress, m_record.ClientPort,
+                                Taskmill_JobFinishedMessage(m_record, exitCode, serverName));
+}

@@ -1,0 +1,186 @@
+#include "jobs/jobcontainer.h"
+
+#include "jobs/finishedjobstaker.h"
+
+#include <algorithm>
+#include <utility>
+
+Taskmill_JobContainer::Taskmill_JobContainer(QString name, Taskmill_FinishedJobsTaker &finishedJobs,
+                                             Taskmill_ProcessInspector &inspector)
+    : m_name{std::move(name)}
+    , m_finishedJobs{finishedJobs}
+    , m_inspector{inspector}
+{
+}
+
+Taskmill_JobContainer::~Taskmill_JobContainer()
+{
+    qDeleteAll(m_jobs);
+}
+
+Taskmill_Job *Taskmill_JobContainer::JobAt(int index) const
+{
+    return index >= 0 && index < Count() ? m_jobs[index] : nullptr;
+}
+
+void Taskmill_JobContainer::Append(Taskmill_Job *job)
+{
+    job->SetStatus(Taskmill_JobStatus::Pending, true);
+    m_jobs.append(job);
+    m_jobsByID.insert(job->JobID(), job);
+}
+
+void Taskmill_JobContainer::Add(Taskmill_Job *job)
+{
+    Append(job);
+    Update();
+}
+
+void Taskmill_JobContainer::AddAll(const QList<Taskmill_JobRecord> &records)
+{
+    for (Taskmill_JobRecord record : records) {
+        record.Started = {};
+        record.Finished = {};
+        Append(new Taskmill_Job{std::move(record)});
+    }
+    Update();
+}
+
+void Taskmill_JobContainer::TakeOut(Taskmill_Job *job)
+{
+    // The end of a killed job must not start another one here, nor collect it a second time.
+    disconnect(job, nullptr, this, nullptr);
+    if (job->Kill(m_inspector))
+        m_finishedJobs.AddJob(job->Record());
+    m_jobs.removeOne(job);
+    m_jobsByID.remove(job->JobID(), job);
+    job->deleteLater();
+}
+
+void Taskmill_JobContainer::RemoveAt(int index)
+{
+    Taskmill_Job *job = JobAt(index);
+    if (!job)
+        return;
+    TakeOut(job);
+    Update();
+}
+
+void Taskmill_JobContainer::RemoveByJobID(int jobID)
+{
+    if (Taskmill_Job *job = FindByJobID(jobID))
+        RemoveAt(static_cast<int>(m_jobs.indexOf(job)));
+}
+
+void Taskmill_JobContainer::RemoveAll()
+{
+    while (!m_jobs.isEmpty())
+        TakeOut(m_jobs.first());
+    Update();
+}
+
+QList<Taskmill_Job *> Taskmill_JobContainer::RunningJobs() const
+{
+    QList<Taskmill_Job *> running;
+    for (Taskmill_Job *job : m_jobs) {
+        if (job->Status() == Taskmill_JobStatus::Pending)
+            break;
+        if (job->Status() == Taskmill_JobStatus::Running)
+            running.append(job);
+    }
+    return running;
+}
+
+void Taskmill_JobContainer::KillRunning()
+{
+    // Removing one job may start another, which is not to be killed with them.
+    const QList<Taskmill_Job *> running = RunningJobs();
+    for (Taskmill_Job *job : running) {
+        if (!m_jobsByID.contains(job->JobID(), job))
+            continue;
+        const QList<Taskmill_Job *> sameNumber = m_jobsByID.values(job->JobID());
+        for (Taskmill_Job *other : sameNumber) {
+            if (other != job && *other == *job) {
+                TakeOut(other);
+                Update();
+            }
+        }
+        TakeOut(job);
+        Update();
+    }
+}
+
+Taskmill_Job *Taskmill_JobContainer::FindByJobID(int jobID) const
+{
+    const QList<Taskmill_Job *> jobs = m_jobsByID.values(jobID);
+    if (jobs.size() <= 1)
+        return jobs.value(0);
+    return *std::ranges::find_if(m_jobs, [jobID](const Taskmill_Job *job) { return job->JobID() == jobID; });
+}
+
+int Taskmill_JobContainer::FindJobByProcessID(qint64 processID) const
+{
+    if (processID <= 0)
+        return -1;
+    const QList<Taskmill_Job *> running = RunningJobs();
+    const auto job = std::ranges::find(running, processID, &Taskmill_Job::ProcessID);
+    return job == running.end() ? -1 : (*job)->JobID();
+}
+
+QList<int> Taskmill_JobContainer::JobIDs() const
+{
+    QList<int> jobIDs;
+    jobIDs.reserve(m_jobs.size());
+    std::ranges::transform(m_jobs, std::back_inserter(jobIDs), &Taskmill_Job::JobID);
+    return jobIDs;
+}
+
+bool Taskmill_JobContainer::ContainsAll(const QList<int> &jobIDs, bool &anyRunning) const
+{
+    anyRunning = false;
+    for (const int jobID : jobIDs) {
+        const Taskmill_Job *job = FindByJobID(jobID);
+        if (!job)
+            return false;
+        anyRunning = anyRunning || job->Status() == Taskmill_JobStatus::Running;
+    }
+    return true;
+}
+
+bool Taskmill_JobContainer::NamesOf(const QList<int> &jobIDs, QStringList &names) const
+{
+    names.clear();
+    for (const int jobID : jobIDs) {
+        const Taskmill_Job *job = FindByJobID(jobID);
+        if (!job) {
+            names.clear();
+            return false;
+        }
+        names.append(job->Record().Name);
+    }
+    return true;
+}
+
+QList<int> Taskmill_JobContainer::JobIDsOf(const QList<int> &positions) const
+{
+    QList<int> jobIDs;
+    for (const int position : positions) {
+        const Taskmill_Job *job = JobAt(position);
+        if (!job)
+            break;
+        jobIDs.append(job->JobID());
+    }
+    return jobIDs;
+}
+
+void Taskmill_JobContainer::JobFinishedSlot()
+{
+    Update();
+}
+
+void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
+{
+    connect(&job, &Taskmill_Job::JobFinishedSignal, this, &Taskmill_JobContainer::JobFinishedSlot);
+    if (!job.Start())
+        qWarning("Job %d: the file for its standard input cannot be written", job.JobID());
+}

@@ -4,10 +4,10 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace
-{
-constexpr std::array<QLatin1StringView, 8> statusWords{"Unknown"_L1,   "Pending"_L1, "Running"_L1, "Finished"_L1,
-                                                       "Completed"_L1, "Crashed"_L1, "Failed"_L1,  "Killed"_L1};
+namespace {
+constexpr std::array<QLatin1StringView, 8> statusWords{"Unknown"_L1,  "Pending"_L1,   "Running"_L1,
+                                                       "Finished"_L1, "Completed"_L1, "Crashed"_L1,
+                                                       "Failed"_L1,   "Killed"_L1};
 }
 
 QString Taskmill_JobStatusText(Taskmill_JobStatus status)

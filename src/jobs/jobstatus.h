@@ -3,7 +3,8 @@
 #include <QString>
 
 /// The values are fixed; the database stores the text.
-enum class Taskmill_JobStatus {
+enum class Taskmill_JobStatus
+{
     Unknown = 0,
     Pending = 1,
     Running = 2,

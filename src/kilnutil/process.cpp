@@ -1,0 +1,167 @@
+#include "kilnutil/process.h"
+
+#include "kilnutil/platform.h"
+
+#include <QTimer>
+
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int exitCodeOfFailedStart = 255;
+}
+
+KilnUtil_Process::KilnUtil_Process(QObject *parent, const QString &title, const QString &secondTitle)
+    : QProcess{parent}
+    , m_title{title}
+    , m_secondTitle{secondTitle}
+{
+    setProcessChannelMode(QProcess::MergedChannels);
+    connect(this, &QProcess::started, this, &KilnUtil_Process::StartedSlot);
+    connect(this, &QProcess::errorOccurred, this, &KilnUtil_Process::ErrorOccurredSlot);
+    connect(this, &QProcess::readyReadStandardOutput, this, &KilnUtil_Process::ReadOutputSlot);
+    connect(this, &QProcess::finished, this, &KilnUtil_Process::EndSlot);
+}
+
+KilnUtil_Process::~KilnUtil_Process()
+{
+    // QProcess waits for its process in its destructor; nobody listens any more.
+    disconnect(this, nullptr, this, nullptr);
+    if (m_registeredID != 0)
+        KilnUtil_Platform::UnregisterChild(m_registeredID);
+}
+
+QProcessEnvironment KilnUtil_Process::StartEnvironment()
+{
+    static const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    return environment;
+}
+
+void KilnUtil_Process::SetTitle(const QString &title)
+{
+    m_title = title;
+}
+
+QString KilnUtil_Process::Title() const
+{
+    return m_title;
+}
+
+QString KilnUtil_Process::SecondTitle() const
+{
+    return m_secondTitle;
+}
+
+void KilnUtil_Process::SetProgramText(const QString &program)
+{
+    setProgram(program);
+}
+
+QString KilnUtil_Process::Program() const
+{
+    return program();
+}
+
+void KilnUtil_Process::SetArgumentText(const QString &arguments)
+{
+    m_argumentText = arguments;
+}
+
+void KilnUtil_Process::SetUserAndGroup(int userID, int groupID)
+{
+    m_userID = userID;
+    m_groupID = groupID;
+}
+
+void KilnUtil_Process::SetStandardOutputFilePath(const QString &path)
+{
+    setStandardOutputFile(path, QIODevice::Truncate);
+    m_outputRedirected = true;
+}
+
+void KilnUtil_Process::Start()
+{
+    KilnUtil_Platform::PrepareChild(*this, m_argumentText);
+    start();
+    // The process is known from here on, before the event loop learns that it has started.
+    StartedSlot();
+}
+
+void KilnUtil_Process::StartedSlot()
+{
+    if (m_registeredID != 0 || processId() <= 0)
+        return;
+    m_registeredID = processId();
+    KilnUtil_Platform::RegisterChild(m_registeredID);
+}
+
+qint64 KilnUtil_Process::ProcessID() const
+{
+    return processId();
+}
+
+bool KilnUtil_Process::HasCrashed() const
+{
+    return !m_failedToStart && exitStatus() == QProcess::CrashExit;
+}
+
+int KilnUtil_Process::ExitCode() const
+{
+    return m_failedToStart ? exitCodeOfFailedStart : exitCode();
+}
+
+void KilnUtil_Process::DeleteWhenEnded()
+{
+    if (state() == QProcess::NotRunning)
+        deleteLater();
+    else
+        connect(this, &QProcess::finished, this, &QObject::deleteLater);
+}
+
+void KilnUtil_Process::KillSlot()
+{
+    m_killed = true;
+    if (m_ended)
+        return;
+    if (state() != QProcess::NotRunning) {
+        KilnUtil_Platform::KillProcessTree(processId());
+        kill();
+        waitForFinished(KillWaitMs);
+    }
+    EndSlot();
+}
+
+void KilnUtil_Process::ErrorOccurredSlot(QProcess::ProcessError error)
+{
+    // A failed start has no finished() and may be reported twice, and from within start().
+    if (error != QProcess::FailedToStart || m_failedToStart)
+        return;
+    m_failedToStart = true;
+    const QString text = u"Failed to start %1: %2\n"_s.arg(program(), errorString());
+    m_output.Append(text.toUtf8());
+    QTimer::singleShot(0, this, &KilnUtil_Process::EndSlot);
+}
+
+void KilnUtil_Process::ReadOutputSlot()
+{
+    if (m_outputRedirected)
+        return;
+    const QByteArray bytes = readAllStandardOutput();
+    if (bytes.isEmpty())
+        return;
+    m_output.Append(bytes);
+    Q_EMIT OutputSignal();
+}
+
+void KilnUtil_Process::EndSlot()
+{
+    if (m_ended)
+        return;
+    m_ended = true;
+    if (!m_failedToStart)
+        ReadOutputSlot();
+    if (m_registeredID != 0)
+        KilnUtil_Platform::UnregisterChild(std::exchange(m_registeredID, 0));
+    Q_EMIT FinishedSignal(!m_failedToStart && exitStatus() == QProcess::NormalExit);
+}

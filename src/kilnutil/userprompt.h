@@ -11,26 +11,36 @@ class KilnUtil_UserPrompt
 {
 public:
     /// Which answers a warning offers.
-    enum class WarnMode { Ok = 1, YesNo = 2, YesNoCancel = 5 };
-    enum class WarnAnswer { None = 0, Yes = 1, No = 2, Cancel = 4 };
+    enum class WarnMode
+    {
+        Ok = 1,
+        YesNo = 2,
+        YesNoCancel = 5
+    };
+    enum class WarnAnswer
+    {
+        None = 0,
+        Yes = 1,
+        No = 2,
+        Cancel = 4
+    };
 
     virtual ~KilnUtil_UserPrompt() = default;
 
     /// Closing the box without an answer counts as Cancel in mode YesNoCancel and as No in mode YesNo.
     virtual WarnAnswer ReportWarning(const QString &title, const QString &text, WarnMode mode,
-                                     WarnAnswer defaultAnswer)
-        = 0;
+                                     WarnAnswer defaultAnswer) = 0;
     virtual void ReportError(const QString &title, const QString &text) = 0;
 
     /// A plain question box. A prompt that cannot ask answers Cancel in mode YesNoCancel and No otherwise.
     virtual WarnAnswer AskQuestion(const QString &title, const QString &text, WarnMode mode,
-                                   WarnAnswer defaultAnswer)
-        = 0;
+                                   WarnAnswer defaultAnswer) = 0;
     /// One of items, `preselected` at first; nothing when the user cancels or cannot be asked.
     virtual std::optional<QString> ChooseFromList(const QString &title, const QString &label,
-                                                  const QStringList &items, const QString &preselected)
-        = 0;
+                                                  const QStringList &items, const QString &preselected) = 0;
     /// File dialogs; an empty text when the user cancels or cannot be asked.
-    virtual QString AskOpenFileName(const QString &title, const QString &directory, const QString &filter) = 0;
-    virtual QString AskSaveFileName(const QString &title, const QString &directory, const QString &filter) = 0;
+    virtual QString AskOpenFileName(const QString &title, const QString &directory,
+                                    const QString &filter) = 0;
+    virtual QString AskSaveFileName(const QString &title, const QString &directory,
+                                    const QString &filter) = 0;
 };

@@ -10,8 +10,8 @@ ScriptedPrompt::~ScriptedPrompt()
     KilnUtil_Error::SetUserPrompt(nullptr);
 }
 
-KilnUtil_UserPrompt::WarnAnswer ScriptedPrompt::ReportWarning(const QString &title, const QString &text, WarnMode,
-                                                              WarnAnswer)
+KilnUtil_UserPrompt::WarnAnswer ScriptedPrompt::ReportWarning(const QString &title, const QString &text,
+                                                              WarnMode, WarnAnswer)
 {
     asked.append({title, text, {}});
     return answers.isEmpty() ? WarnAnswer::Cancel : answers.takeFirst();
@@ -22,8 +22,8 @@ void ScriptedPrompt::ReportError(const QString &title, const QString &text)
     asked.append({title, text, {}});
 }
 
-KilnUtil_UserPrompt::WarnAnswer ScriptedPrompt::AskQuestion(const QString &title, const QString &text, WarnMode,
-                                                            WarnAnswer)
+KilnUtil_UserPrompt::WarnAnswer ScriptedPrompt::AskQuestion(const QString &title, const QString &text,
+                                                            WarnMode, WarnAnswer)
 {
     asked.append({title, text, {}});
     return answers.isEmpty() ? WarnAnswer::Cancel : answers.takeFirst();

@@ -4,7 +4,8 @@
 
 #include <QList>
 
-/// Answers questions from a list and remembers what was asked. It is the prompt in force for as long as it lives.
+/// Answers questions from a list and remembers what was asked. It is the prompt in force for as long as it
+/// lives.
 class ScriptedPrompt final : public KilnUtil_UserPrompt
 {
 public:
@@ -20,7 +21,8 @@ public:
     Q_DISABLE_COPY_MOVE(ScriptedPrompt)
 
     QList<WarnAnswer> answers; ///< taken from the front; Cancel when none is left
-    QStringList texts; ///< answers of lists and file dialogs, taken from the front; cancelled when none is left
+    QStringList
+        texts; ///< answers of lists and file dialogs, taken from the front; cancelled when none is left
     QList<Asked> asked; ///< every warning, error, question and dialog, in order
 
     WarnAnswer ReportWarning(const QString &title, const QString &text, WarnMode mode,
@@ -28,8 +30,8 @@ public:
     void ReportError(const QString &title, const QString &text) override;
     WarnAnswer AskQuestion(const QString &title, const QString &text, WarnMode mode,
                            WarnAnswer defaultAnswer) override;
-    std::optional<QString> ChooseFromList(const QString &title, const QString &label, const QStringList &items,
-                                          const QString &preselected) override;
+    std::optional<QString> ChooseFromList(const QString &title, const QString &label,
+                                          const QStringList &items, const QString &preselected) override;
     QString AskOpenFileName(const QString &title, const QString &directory, const QString &filter) override;
     QString AskSaveFileName(const QString &title, const QString &directory, const QString &filter) override;
 };

@@ -25,11 +25,20 @@
 
 #ifdef _WIN32
 #include <process.h>
-static int ProcessId() { return _getpid(); }
-static void StartCopy(char **arguments) { _spawnv(_P_NOWAIT, arguments[0], arguments); }
+static int ProcessId()
+{
+    return _getpid();
+}
+static void StartCopy(char **arguments)
+{
+    _spawnv(_P_NOWAIT, arguments[0], arguments);
+}
 #else
 #include <unistd.h>
-static int ProcessId() { return static_cast<int>(getpid()); }
+static int ProcessId()
+{
+    return static_cast<int>(getpid());
+}
 static void StartCopy(char **arguments)
 {
     if (fork() == 0) {

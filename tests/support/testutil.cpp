@@ -9,7 +9,8 @@ using namespace Qt::Literals::StringLiterals;
 void FailOnQtWarnings()
 {
     // Not every warning: the offscreen platform has some of its own.
-    QTest::failOnWarning(QRegularExpression{u"^(QObject|QSql|QIODevice|QProcess|QTimer|QAbstractSocket|QFile)"_s});
+    QTest::failOnWarning(
+        QRegularExpression{u"^(QObject|QSql|QIODevice|QProcess|QTimer|QAbstractSocket|QFile)"_s});
 }
 
 QString TestProgramPath()

@@ -2,7 +2,8 @@
 
 #include <QString>
 
-/// To be called in init(): from then on a warning of Qt about objects, SQL, devices, processes or timers fails the test.
+/// To be called in init(): from then on a warning of Qt about objects, SQL, devices, processes or timers
+/// fails the test.
 void FailOnQtWarnings();
 
 /// Full path of the small program that stands in for a calculation (tests/support/testprogram.cpp).

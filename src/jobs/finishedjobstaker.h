@@ -1,0 +1,11 @@
+#pragma once
+
+struct Taskmill_JobRecord;
+
+/// Where containers hand a job whose run is over; implemented by the finished-jobs list.
+class Taskmill_FinishedJobsTaker
+{
+public:
+    virtual ~Taskmill_FinishedJobsTaker() = default;
+    virtual void AddJob(const Taskmill_JobRecord &job) = 0;
+};

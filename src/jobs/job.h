@@ -1,0 +1,70 @@
+#pragma once
+
+#include "jobs/jobrecord.h"
+
+#include <QObject>
+
+class KilnUtil_Process;
+class Taskmill_ProcessInspector;
+
+/// One run of one job type on one input file (or two): the record of it, and its process while it runs.
+///
+/// Containers own their jobs and let go of them with deleteLater(): a job is still at work after it has
+/// emitted JobFinishedSignal().
+class Taskmill_Job : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Derives the output file when the record names none.
+    explicit Taskmill_Job(Taskmill_JobRecord record);
+    /// A copy has everything but the process.
+    Taskmill_Job(const Taskmill_Job &other);
+    ~Taskmill_Job() override;
+    Taskmill_Job &operator=(const Taskmill_Job &) = delete;
+
+    /// Everything but the process is compared.
+    bool operator==(const Taskmill_Job &other) const { return m_record == other.m_record; }
+
+    [[nodiscard]] const Taskmill_JobRecord &Record() const { return m_record; }
+    [[nodiscard]] int JobID() const { return m_record.JobID; }
+    [[nodiscard]] Taskmill_JobStatus Status() const { return m_record.Status; }
+    [[nodiscard]] bool IsFinished() const { return m_record.IsFinished(); }
+    void SetStatus(Taskmill_JobStatus status, bool stamp) { m_record.SetStatus(status, stamp); }
+
+    /// The live process; nullptr when the job does not run.
+    [[nodiscard]] KilnUtil_Process *Process() const { return m_process; }
+    /// The operating system's number of the live process; 0 when there is none.
+    [[nodiscard]] qint64 ProcessID() const;
+
+    /// Makes the process and starts it. False when the file for its standard input cannot be written: the job
+    /// then stays Running without a process. A program that cannot be started ends the job as Failed, through
+    /// the signal.
+    bool Start();
+
+    /// Ends a running job and everything it started; it is Killed, and its client told, when this returns.
+    /// False, and nothing done, for a job that does not run.
+    bool Kill(Taskmill_ProcessInspector &inspector);
+
+    /// Takes over what the process has written so far and returns it.
+    QString GatherOutput();
+
+public Q_SLOTS:
+    /// The process has ended, or there was none. The argument plays no part: the process is asked.
+    void ProcessFinishedSlot(bool status);
+
+Q_SIGNALS:
+    /// Once for each run, when the final status is set.
+    void JobFinishedSignal();
+
+private:
+    [[nodiscard]] Taskmill_JobStatus FinalStatus() const;
+    [[nodiscard]] QString WorkingDirectory() const;
+    bool WriteStandardInput(const QByteArray &text, QString &path) const;
+    void MakeProcess(const struct Taskmill_LaunchPlan &plan, const QString &standardInputFile);
+    void EndWithoutJobType();
+    bool SendJobFinishedNotification(int exitCode) const;
+
+    Taskmill_JobRecord m_record;
+    KilnUtil_Process *m_process = nullptr; ///< owned
+};

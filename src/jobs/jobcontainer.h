@@ -1,0 +1,79 @@
+#pragma once
+
+#include "jobs/job.h"
+
+#include <QList>
+#include <QMultiHash>
+#include <QObject>
+#include <QStringList>
+
+class Taskmill_FinishedJobsTaker;
+class Taskmill_ProcessInspector;
+
+/// What the two queues and the queueless list have in common: an ordered list of jobs (waiting, running, and
+/// finished ones not yet collected) that it owns until they are handed on.
+///
+/// Jobs start in list order, so the list is always a run of started jobs followed by a run of Pending ones.
+class Taskmill_JobContainer : public QObject
+{
+    Q_OBJECT
+
+public:
+    ~Taskmill_JobContainer() override;
+
+    [[nodiscard]] QString Name() const { return m_name; }
+    [[nodiscard]] int Count() const { return static_cast<int>(m_jobs.size()); }
+    /// nullptr when the index is out of range.
+    [[nodiscard]] Taskmill_Job *JobAt(int index) const;
+    [[nodiscard]] const QList<Taskmill_Job *> &Jobs() const { return m_jobs; }
+
+    /// Takes the ownership, makes the job Pending as of now and appends it.
+    void Add(Taskmill_Job *job);
+    /// Appends a new job for each record, Pending as of now, without the times of an earlier run.
+    void AddAll(const QList<Taskmill_JobRecord> &records);
+
+    /// Removing a job kills it when it runs; a killed job is handed to the finished jobs. An index that is
+    /// out of range and an unknown number do nothing.
+    void RemoveAt(int index);
+    void RemoveByJobID(int jobID);
+    void RemoveAll();
+    /// Kills and removes the running jobs; the waiting ones stay.
+    virtual void KillRunning();
+
+    /// The first job of that number; nullptr when there is none.
+    [[nodiscard]] Taskmill_Job *FindByJobID(int jobID) const;
+    /// The number of the job whose live process has that process id; -1 when there is none.
+    [[nodiscard]] int FindJobByProcessID(qint64 processID) const;
+    [[nodiscard]] QList<int> JobIDs() const;
+    /// Whether every number belongs to a job held here, and whether one of those jobs runs.
+    [[nodiscard]] bool ContainsAll(const QList<int> &jobIDs, bool &anyRunning) const;
+    /// Job names in the order of the numbers; false and an empty list as soon as one is unknown.
+    [[nodiscard]] bool NamesOf(const QList<int> &jobIDs, QStringList &names) const;
+    /// Job numbers at the positions, in their order; stops at the first position out of range.
+    [[nodiscard]] QList<int> JobIDsOf(const QList<int> &positions) const;
+
+public Q_SLOTS:
+    /// A started job has ended: looks what to start next.
+    void JobFinishedSlot();
+
+protected:
+    /// The taker and the inspector outlive the container.
+    Taskmill_JobContainer(QString name, Taskmill_FinishedJobsTaker &finishedJobs,
+                          Taskmill_ProcessInspector &inspector);
+
+    /// Starts what may start now and tells that the list has changed.
+    virtual void Update() = 0;
+    /// A start that fails leaves the job Running without a process, where it counts against a limit.
+    void StartJob(Taskmill_Job &job);
+    [[nodiscard]] QList<Taskmill_Job *> RunningJobs() const;
+
+private:
+    void Append(Taskmill_Job *job);
+    void TakeOut(Taskmill_Job *job);
+
+    const QString m_name;
+    Taskmill_FinishedJobsTaker &m_finishedJobs;
+    Taskmill_ProcessInspector &m_inspector;
+    QList<Taskmill_Job *> m_jobs;
+    QMultiHash<int, Taskmill_Job *> m_jobsByID; ///< a project file may hold a number twice
+};

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "jobs/jobcontainer.h"
+
+#include <optional>
+
+class Taskmill_JobStore;
+
+/// The job to start next: the first Pending one, when fewer than maxRunningJobs run; nullptr otherwise.
+[[nodiscard]] Taskmill_Job *Taskmill_NextJobToStart(const QList<Taskmill_Job *> &jobs, int maxRunningJobs);
+
+/// A queue that runs at most MaxRunningJobs of its jobs at once, in the order of submission, and can be
+/// paused. Each change starts at most one job, so a raised limit fills up as further changes come.
+class Taskmill_JobQueue : public Taskmill_JobContainer
+{
+    Q_OBJECT
+
+public:
+    [[nodiscard]] bool IsPaused() const { return m_paused; }
+    void SetPaused(bool paused);
+
+    [[nodiscard]] int MaxRunningJobs() const { return m_maxRunningJobs; }
+    /// Also writes the limit to the open database when it differs there. 0 or less starts nothing.
+    void SetMaxRunningJobs(int maxRunningJobs);
+
+    void KillRunning() override;
+
+Q_SIGNALS:
+    void QueueUpdatedSignal();
+
+protected:
+    Taskmill_JobQueue(const QString &name, Taskmill_JobStore &store, Taskmill_FinishedJobsTaker &finishedJobs,
+                      Taskmill_ProcessInspector &inspector);
+
+    void Update() override;
+
+private:
+    Taskmill_JobStore &m_store;
+    bool m_paused = false;
+    int m_maxRunningJobs = 1;
+};
+
+/// The queue "Long", for long calculations.
+class Taskmill_LongJobsQueue final : public Taskmill_JobQueue
+{
+    Q_OBJECT
+
+public:
+    Taskmill_LongJobsQueue(Taskmill_JobStore &store, Taskmill_FinishedJobsTaker &finishedJobs,
+                           Taskmill_ProcessInspector &inspector);
+};
+
+/// The queue "Short", for quick utilities.
+class Taskmill_ShortJobsQueue final : public Taskmill_JobQueue
+{
+    Q_OBJECT
+
+public:
+    Taskmill_ShortJobsQueue(Taskmill_JobStore &store, Taskmill_FinishedJobsTaker &finishedJobs,
+                            Taskmill_ProcessInspector &inspector);
+};

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QtGlobal>
+
+class QProcess;
+class QString;
+
+/// What differs between systems in starting and ending the processes of jobs.
+namespace KilnUtil_Platform {
+/// To be called before start(): gives the process its arguments from one text (a Windows program gets the
+/// text as it stands, others the list that it splits into) and makes it the leader of a group of its own, so
+/// that keyboard signals to the manager do not reach it.
+void PrepareChild(QProcess &process, const QString &argumentText);
+
+/// To be called once the process runs: it is known to KillRegisteredChildren until UnregisterChild.
+void RegisterChild(qint64 processID);
+void UnregisterChild(qint64 processID);
+
+/// Ends the process and everything it started that still lives.
+void KillProcessTree(qint64 processID);
+
+/// Ends all registered processes with their groups; safe within a signal handler.
+void KillRegisteredChildren() noexcept;
+
+/// Lets the manager hold a few thousand connections; its children get the limit that it was started with.
+void RaiseOpenFilesLimit();
+} // namespace KilnUtil_Platform
