@@ -9,33 +9,33 @@ QStringList SplitQuoted(const QString &text)
     QStringList arguments;
     std::optional<QString> argument; // set once an argument has begun, so that "" counts as one
     bool inQuotes = false;
-    for (qsizetype position = 0; position < text.size(); ++position) {
-        if (!inQuotes && (text[position] == u' ' || text[position] == u'\t')) {
-            if (argument)
-                arguments.append(*argument);
-            argument.reset();
-            continue;
-        }
+    qsizetype backslashes = 0; // read but not taken yet: what they mean is told by the character after them
+    const auto append = [&argument](const QString &piece) {
         if (!argument)
             argument.emplace();
-        const qsizetype start = position;
-        while (position < text.size() && text[position] == u'\\')
-            ++position;
-        const qsizetype backslashes = position - start;
-        if (position == text.size() || text[position] != u'"') {
-            // Backslashes that stand before no quote are plain; so is a character before which there were
-            // none.
-            *argument += backslashes == 0 ? QString{text[position]} : QString{backslashes, u'\\'};
-            if (backslashes > 0)
-                --position;
+        *argument += piece;
+    };
+    for (const QChar character : text) {
+        if (character == u'\\') {
+            ++backslashes;
             continue;
         }
-        *argument += QString{backslashes / 2, u'\\'};
-        if (backslashes % 2 != 0)
-            *argument += u'"';
-        else
+        const bool isQuote = character == u'"';
+        const bool isEscaped = isQuote && backslashes % 2 != 0;
+        if (isQuote || backslashes > 0)
+            append(QString{isQuote ? backslashes / 2 : backslashes, u'\\'});
+        backslashes = 0;
+        if (isQuote && !isEscaped) {
             inQuotes = !inQuotes;
+        } else if (inQuotes || (character != u' ' && character != u'\t')) {
+            append(character);
+        } else if (argument) {
+            arguments.append(*argument);
+            argument.reset();
+        }
     }
+    if (backslashes > 0)
+        append(QString{backslashes, u'\\'});
     if (argument)
         arguments.append(*argument);
     return arguments;
@@ -49,7 +49,10 @@ QStringList KilnUtil_String::MakeStringList(const QString &text, bool quoted)
 
 qsizetype KilnUtil_String::FindIndex(const QString &text, const QStringList &list, bool ignoreCase)
 {
-    return list.indexOf(text, 0, ignoreCase ? Qt::CaseInsensitive : Qt::CaseSensitive);
+    const auto sensitivity = ignoreCase ? Qt::CaseInsensitive : Qt::CaseSensitive;
+    const auto found = std::ranges::find_if(
+        list, [&](const QString &entry) { return entry.compare(text, sensitivity) == 0; });
+    return found == list.end() ? -1 : found - list.begin();
 }
 
 QString KilnUtil_String::MaxString(const QStringList &list)
