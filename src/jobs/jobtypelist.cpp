@@ -1,0 +1,87 @@
+#include "jobs/jobtypelist.h"
+
+#include "jobs/defaultjobtypes.h"
+#include "jobs/jobstore.h"
+
+Taskmill_JobTypeList::Taskmill_JobTypeList(Taskmill_JobStore &store, QObject *parent)
+    : QObject(parent)
+    , m_store(store)
+{
+}
+
+void Taskmill_JobTypeList::Add(Taskmill_JobType &jobType)
+{
+    m_jobTypes.append(jobType);
+    if (m_store.IsOpen())
+        m_store.InsertJobType(jobType);
+    // The appended copy has no key; a later removal would delete the row of another type.
+    ReadBack();
+    Q_EMIT JobTypesChangedSignal();
+}
+
+void Taskmill_JobTypeList::Remove(const Taskmill_JobType &jobType)
+{
+    const Taskmill_JobType wanted =
+        jobType; // the caller's record may be an entry of a list that changes with ours
+    for (qsizetype index = m_jobTypes.size() - 1; index >= 0; --index) {
+        if (m_jobTypes[index] == wanted)
+            DeleteRow(m_jobTypes.takeAt(index));
+    }
+}
+
+void Taskmill_JobTypeList::RemoveAll()
+{
+    while (!m_jobTypes.isEmpty())
+        DeleteRow(m_jobTypes.takeFirst());
+}
+
+void Taskmill_JobTypeList::Clear()
+{
+    m_jobTypes.clear();
+}
+
+void Taskmill_JobTypeList::Refresh()
+{
+    if (ReadBack())
+        Q_EMIT JobTypesChangedSignal();
+}
+
+QList<Taskmill_JobType> Taskmill_JobTypeList::GetAll() const
+{
+    return m_jobTypes;
+}
+
+void Taskmill_JobTypeList::SetAll(const QList<Taskmill_JobType> &jobTypes)
+{
+    m_jobTypes = jobTypes;
+}
+
+QStringList Taskmill_JobTypeList::Names() const
+{
+    QStringList names;
+    names.reserve(m_jobTypes.size());
+    for (const Taskmill_JobType &jobType : m_jobTypes)
+        names.append(jobType.Name);
+    return names;
+}
+
+void Taskmill_JobTypeList::AddDefaults()
+{
+    Taskmill_AddDefaultJobTypes(*this);
+}
+
+/// Whether that changed the list.
+bool Taskmill_JobTypeList::ReadBack()
+{
+    if (!m_store.IsOpen())
+        return false;
+    QList<Taskmill_JobType> stored = m_store.GetJobTypes();
+    m_jobTypes.swap(stored);
+    return m_jobTypes != stored;
+}
+
+void Taskmill_JobTypeList::DeleteRow(const Taskmill_JobType &jobType)
+{
+    if (m_store.IsOpen())
+        m_store.DeleteJobType(jobType.JobTypeID);
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "jobs/jobtype.h"
+
+#include <QObject>
+#include <QStringList>
+
+class Taskmill_JobStore;
+
+/// The application's job types in order, mirrored in the job database while one is open. The first match wins
+/// wherever the list is searched.
+class Taskmill_JobTypeList : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The store outlives the list.
+    explicit Taskmill_JobTypeList(Taskmill_JobStore &store, QObject *parent = nullptr);
+
+    /// Appends a copy and inserts the record into the open store, which writes its key into `jobType` only;
+    /// then the list is read back from the store and the views are told.
+    void Add(Taskmill_JobType &jobType);
+    /// Removes every equal entry, and its row from the open store.
+    void Remove(const Taskmill_JobType &jobType);
+    /// Removes every entry, and its row from the open store.
+    void RemoveAll();
+    /// Empties the list; the store keeps its rows.
+    void Clear();
+    /// Replaces the list by the records of the open store; leaves it when none is open. The views are told
+    /// when that changed the list, so they may call it while they refresh.
+    void Refresh();
+
+    [[nodiscard]] QList<Taskmill_JobType> GetAll() const;
+    void SetAll(const QList<Taskmill_JobType> &jobTypes);
+    [[nodiscard]] QStringList Names() const;
+
+    /// Adds the default type of every program that is installed.
+    void AddDefaults();
+
+Q_SIGNALS:
+    /// The views of the job types are to be filled anew.
+    void JobTypesChangedSignal();
+
+private:
+    bool ReadBack();
+    void DeleteRow(const Taskmill_JobType &jobType);
+
+    Taskmill_JobStore &m_store;
+    QList<Taskmill_JobType> m_jobTypes;
+};
