@@ -8,14 +8,30 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// Completes the record with the executable and adds it, if that is there.
-void AddWithExecutable(Taskmill_JobTypeList &list, Taskmill_JobType jobType, const QString &executablePath)
+/// A default job type without its executable.
+struct Definition
+{
+    QString Name;
+    QString DefaultQueue;
+    QString GenericCommandLine;
+    QString InputFileFilter;
+    QString OutputFileFilter;
+    QString EnvironmentVariables;
+};
+
+void AddIfInstalled(Taskmill_JobTypeList &list, const Definition &definition, const QString &executablePath)
 {
     const QFileInfo executable{executablePath};
     if (!executable.isFile())
         return;
-    jobType.ApplicationName = executable.fileName();
-    jobType.ExecutablePath = executablePath;
+    Taskmill_JobType jobType{.Name = definition.Name,
+                             .ApplicationName = executable.fileName(),
+                             .ExecutablePath = executablePath,
+                             .DefaultQueue = definition.DefaultQueue,
+                             .GenericCommandLine = definition.GenericCommandLine,
+                             .InputFileFilter = definition.InputFileFilter,
+                             .OutputFileFilter = definition.OutputFileFilter,
+                             .EnvironmentVariables = definition.EnvironmentVariables};
     list.Add(jobType);
 }
 
@@ -38,82 +54,84 @@ const QString cubeFilter = u"Cube Files (*.cub *.cube)"_s;
 
 void Taskmill_AddDefaultVeltra(Taskmill_JobTypeList &list)
 {
-    AddWithExecutable(list,
-                      {.Name = u"Veltra"_s,
-                       .DefaultQueue = u"Short"_s,
-                       .GenericCommandLine = u"@EXEFILE -nproc=0 -b @INFILE"_s,
-                       .InputFileFilter = u"Veltra Input Files (*.dat *.vdat)"_s,
-                       .OutputFileFilter = u"Veltra Output Files (*.out *.vout)"_s},
-                      KilnUtil_FileSys::VeltraExePath());
+    AddIfInstalled(list,
+                   {.Name = u"Veltra"_s,
+                    .DefaultQueue = u"Short"_s,
+                    .GenericCommandLine = u"@EXEFILE -nproc=0 -b @INFILE"_s,
+                    .InputFileFilter = u"Veltra Input Files (*.dat *.vdat)"_s,
+                    .OutputFileFilter = u"Veltra Output Files (*.out *.vout)"_s,
+                    .EnvironmentVariables = {}},
+                   KilnUtil_FileSys::VeltraExePath());
 }
 
 void Taskmill_AddDefaultGaussian(Taskmill_JobTypeList &list)
 {
-    Taskmill_JobType jobType{.Name = u"Gaussian"_s,
-                             .DefaultQueue = u"Long"_s,
-                             .GenericCommandLine = u"@EXEFILE @INFILE @OUTFILE"_s,
-                             .InputFileFilter = u"Gaussian Input Files (*.gjf)"_s,
-                             .OutputFileFilter = u"Gaussian Log Files (*.log)"_s,
-                             .EnvironmentVariables = GaussEnvironment()};
-    AddWithExecutable(list, jobType, KilnUtil_FileSys::GaussExePath());
-    jobType.Name = u"GaussianW"_s;
-    jobType.GenericCommandLine = u"@EXEFILE -run -inp=@INFILE -out=@OUTFILE"_s;
-    AddWithExecutable(list, jobType, KilnUtil_FileSys::GaussWExePath());
+    Definition definition{.Name = u"Gaussian"_s,
+                          .DefaultQueue = u"Long"_s,
+                          .GenericCommandLine = u"@EXEFILE @INFILE @OUTFILE"_s,
+                          .InputFileFilter = u"Gaussian Input Files (*.gjf)"_s,
+                          .OutputFileFilter = u"Gaussian Log Files (*.log)"_s,
+                          .EnvironmentVariables = GaussEnvironment()};
+    AddIfInstalled(list, definition, KilnUtil_FileSys::GaussExePath());
+    definition.Name = u"GaussianW"_s;
+    definition.GenericCommandLine = u"@EXEFILE -run -inp=@INFILE -out=@OUTFILE"_s;
+    AddIfInstalled(list, definition, KilnUtil_FileSys::GaussWExePath());
 }
 
 void Taskmill_AddDefaultGMMX(Taskmill_JobTypeList &list)
 {
-    AddWithExecutable(list,
-                      {.Name = u"GMMX"_s,
-                       .DefaultQueue = u"Short"_s,
-                       .GenericCommandLine = u"@EXEFILE @INFILE @OUTFILE"_s,
-                       .InputFileFilter = u"GMMX Input Files (*.gmmx)"_s,
-                       .OutputFileFilter = u"GMMX Output Files (*.sdf)"_s},
-                      KilnUtil_FileSys::ExistingExecutable(KilnUtil_FileSys::m_appDirPath + "/gmmx.exe"_L1));
+    AddIfInstalled(list,
+                   {.Name = u"GMMX"_s,
+                    .DefaultQueue = u"Short"_s,
+                    .GenericCommandLine = u"@EXEFILE @INFILE @OUTFILE"_s,
+                    .InputFileFilter = u"GMMX Input Files (*.gmmx)"_s,
+                    .OutputFileFilter = u"GMMX Output Files (*.sdf)"_s,
+                    .EnvironmentVariables = {}},
+                   KilnUtil_FileSys::ExistingExecutable(KilnUtil_FileSys::m_appDirPath + "/gmmx.exe"_L1));
 }
 
 void Taskmill_AddDefaultCubegen(Taskmill_JobTypeList &list)
 {
-    AddWithExecutable(list,
-                      {.Name = u"Cubegen"_s,
-                       .DefaultQueue = u"Short"_s,
-                       .GenericCommandLine = u"@EXEFILE @NPROCS @KIND @INFILE @OUTFILE @NPTS @HEADER"_s,
-                       .InputFileFilter = formattedCheckpointFilter,
-                       .OutputFileFilter = cubeFilter,
-                       .EnvironmentVariables = utilityEnvironment},
-                      GaussUtilityPath("cubegen"_L1));
+    AddIfInstalled(list,
+                   {.Name = u"Cubegen"_s,
+                    .DefaultQueue = u"Short"_s,
+                    .GenericCommandLine = u"@EXEFILE @NPROCS @KIND @INFILE @OUTFILE @NPTS @HEADER"_s,
+                    .InputFileFilter = formattedCheckpointFilter,
+                    .OutputFileFilter = cubeFilter,
+                    .EnvironmentVariables = utilityEnvironment},
+                   GaussUtilityPath("cubegen"_L1));
 }
 
 void Taskmill_AddDefaultFormchk(Taskmill_JobTypeList &list)
 {
-    AddWithExecutable(list,
-                      {.Name = u"Formchk"_s,
-                       .DefaultQueue = u"Short"_s,
-                       .GenericCommandLine = u"@EXEFILE /3 @INFILE @OUTFILE"_s,
-                       .InputFileFilter = u"Gaussian Checkpoint Files (*.chk)"_s,
-                       .OutputFileFilter = formattedCheckpointFilter,
-                       .EnvironmentVariables = utilityEnvironment},
-                      GaussUtilityPath("formchk"_L1));
+    AddIfInstalled(list,
+                   {.Name = u"Formchk"_s,
+                    .DefaultQueue = u"Short"_s,
+                    .GenericCommandLine = u"@EXEFILE /3 @INFILE @OUTFILE"_s,
+                    .InputFileFilter = u"Gaussian Checkpoint Files (*.chk)"_s,
+                    .OutputFileFilter = formattedCheckpointFilter,
+                    .EnvironmentVariables = utilityEnvironment},
+                   GaussUtilityPath("formchk"_L1));
 }
 
 // The templates of the last two answer the prompts of the programs: "n" and "y" are fixed answers.
 
 void Taskmill_AddDefaultFreqchk(Taskmill_JobTypeList &list)
 {
-    AddWithExecutable(list,
-                      {.Name = u"Freqchk"_s,
-                       .DefaultQueue = u"Short"_s,
-                       .GenericCommandLine = u"@EXEFILE @INFILE @SAVE @NFD @SEL\n"
-                                             "n\n@TEMP\n@PRESS\n@SCALE\n@ISO\n@PROJ\n@SELINPUT\n"_s,
-                       .InputFileFilter = u"Gaussian Checkpoint Files (*.chk *.fch *.fchk)"_s,
-                       .OutputFileFilter = u"Gaussian Frequency Files (*.gfrq)"_s,
-                       .EnvironmentVariables = utilityEnvironment},
-                      GaussUtilityPath("freqchk"_L1));
+    AddIfInstalled(list,
+                   {.Name = u"Freqchk"_s,
+                    .DefaultQueue = u"Short"_s,
+                    .GenericCommandLine = u"@EXEFILE @INFILE @SAVE @NFD @SEL\n"
+                                          "n\n@TEMP\n@PRESS\n@SCALE\n@ISO\n@PROJ\n@SELINPUT\n"_s,
+                    .InputFileFilter = u"Gaussian Checkpoint Files (*.chk *.fch *.fchk)"_s,
+                    .OutputFileFilter = u"Gaussian Frequency Files (*.gfrq)"_s,
+                    .EnvironmentVariables = utilityEnvironment},
+                   GaussUtilityPath("freqchk"_L1));
 }
 
 void Taskmill_AddDefaultCubman(Taskmill_JobTypeList &list)
 {
-    AddWithExecutable(
+    AddIfInstalled(
         list,
         {.Name = u"Cubman"_s,
          .DefaultQueue = u"Short"_s,
