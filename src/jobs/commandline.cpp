@@ -1,0 +1,135 @@
+#include "jobs/commandline.h"
+
+#include "kilnutil/filesys.h"
+
+#include <QFile>
+#include <QStringList>
+
+#include <algorithm>
+#include <array>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+/// Placeholder pairs come from clients: a few that double the text each time must not use up the memory.
+constexpr qsizetype longestText = 8 * 1024 * 1024;
+
+void ReplaceFileName(QString &text, QLatin1StringView placeholder, const QString &path)
+{
+    const qsizetype firstLineLength = text.contains(u'\n') ? text.indexOf(u'\n') : text.size();
+    QString commandLine = text.left(firstLineLength);
+    QString answers = text.mid(firstLineLength);
+    commandLine.replace(placeholder, KilnUtil_FileSys::ConvertFilename(path, true, false));
+    answers.replace(placeholder, KilnUtil_FileSys::ConvertFilename(path, false, false));
+    text = commandLine + answers;
+}
+
+/// ConvertFilename quotes a name when it must, so the template's own quotes would only get in the way.
+void RemoveQuotesOfPlaceholders(QString &text)
+{
+    text.replace("\"@INFILE\""_L1, "@INFILE"_L1);
+    text.replace("\"@EXEFILE\""_L1, "@EXEFILE"_L1);
+    text.replace("\"@OUTFILE\""_L1, "@OUTFILE"_L1);
+}
+
+/// Cubman asks for a second file and a confirmation only when there is one.
+bool LacksSecondCubmanFile(const Taskmill_JobRecord &job)
+{
+    return job.InputFilePath2.isEmpty() &&
+           job.JobType.ExecutablePath.contains("cubman"_L1, Qt::CaseInsensitive);
+}
+
+void ReplaceInputFiles(QString &text, const Taskmill_JobRecord &job)
+{
+    static const auto secondFileAndAnswer = "@INFILE2\ny\n"_L1;
+    ReplaceFileName(text, "@INFILE1"_L1, job.InputFilePath);
+    if (LacksSecondCubmanFile(job) && text.contains(secondFileAndAnswer, Qt::CaseInsensitive))
+        text.remove(secondFileAndAnswer, Qt::CaseInsensitive);
+    else
+        ReplaceFileName(text, "@INFILE2"_L1, job.InputFilePath2);
+    // Last, since it is the beginning of the other two.
+    ReplaceFileName(text, "@INFILE"_L1, job.InputFilePath);
+}
+
+QStringList NonAsciiFileNames(const Taskmill_JobRecord &job)
+{
+    const std::array paths{&job.InputFilePath,     &job.InputFilePath2,    &job.OutputFile,
+                           &job.CheckpointFile,    &job.CheckpointFile2,   &job.JobType.ExecutablePath,
+                           &job.StandardInputFile, &job.StandardOutputFile};
+    QStringList names;
+    for (const QString *path : paths) {
+        if (std::ranges::any_of(*path, [](QChar c) { return c.unicode() > 127; }))
+            names.append(KilnUtil_FileSys::ConvertFilename(*path, false, false));
+    }
+    return names;
+}
+
+/// Latin-1, except that a line with one of the job's file names is written as the file system spells names:
+/// the program could not open the file otherwise.
+QByteArray EncodeStandardInput(const QString &text, const Taskmill_JobRecord &job)
+{
+    const QStringList names = NonAsciiFileNames(job);
+    if (names.isEmpty())
+        return text.toLatin1();
+
+    QList<QByteArray> lines;
+    for (const QString &line : text.split(u'\n')) {
+        const bool holdsName =
+            std::ranges::any_of(names, [&line](const QString &name) { return line.contains(name); });
+        lines.append(holdsName ? QFile::encodeName(line) : line.toLatin1());
+    }
+    return lines.join('\n');
+}
+
+QString FirstLine(const QString &text)
+{
+    return text.left(text.indexOf(u'\n')).trimmed();
+}
+
+QString AfterFirstLine(const QString &text)
+{
+    const qsizetype end = text.indexOf(u'\n');
+    return end < 0 ? QString{} : text.mid(end + 1);
+}
+} // namespace
+
+void Taskmill_ApplyPlaceholders(QString &text, const Taskmill_PlaceholderValues &values)
+{
+    for (const auto &[placeholder, value] : values) {
+        if (placeholder.isEmpty())
+            continue;
+        const qsizetype growth = value.size() - placeholder.size();
+        const qsizetype count = text.count(placeholder, Qt::CaseInsensitive);
+        if (growth > 0 && count > (longestText - text.size()) / growth) {
+            qWarning("Placeholder left out: its value makes the text too long");
+            continue;
+        }
+        text.replace(placeholder, value, Qt::CaseInsensitive);
+    }
+}
+
+Taskmill_CommandLine Taskmill_ExpandCommandLine(const Taskmill_JobRecord &job)
+{
+    QString full = job.JobType.GenericCommandLine;
+    RemoveQuotesOfPlaceholders(full);
+    ReplaceInputFiles(full, job);
+
+    QString arguments = full;
+    arguments.remove("@EXEFILE"_L1);
+    ReplaceFileName(full, "@EXEFILE"_L1, job.JobType.ExecutablePath);
+
+    for (QString *text : {&full, &arguments}) {
+        ReplaceFileName(*text, "@OUTFILE"_L1, job.OutputFile);
+        Taskmill_ApplyPlaceholders(*text, job.PlaceholderValues);
+    }
+    return {full, arguments};
+}
+
+Taskmill_LaunchPlan Taskmill_PlanLaunch(const Taskmill_JobRecord &job)
+{
+    const Taskmill_CommandLine expanded = Taskmill_ExpandCommandLine(job);
+    return {.Program = KilnUtil_FileSys::ConvertFilename(job.JobType.ExecutablePath, false, false),
+            .CommandLine = FirstLine(expanded.Full),
+            .Arguments = FirstLine(expanded.Arguments),
+            .StandardInput = EncodeStandardInput(AfterFirstLine(expanded.Arguments), job)};
+}

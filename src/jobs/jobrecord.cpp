@@ -1,0 +1,63 @@
+#include "jobs/jobrecord.h"
+
+#include "jobs/commandline.h"
+#include "kilnutil/filesys.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+#include <array>
+
+using namespace Qt::Literals::StringLiterals;
+
+void Taskmill_JobRecord::SetStatus(Taskmill_JobStatus status, bool stamp)
+{
+    Status = status;
+    if (!stamp)
+        return;
+    if (status == Taskmill_JobStatus::Pending)
+        Submitted = QDateTime::currentDateTime();
+    else if (status == Taskmill_JobStatus::Running)
+        Started = QDateTime::currentDateTime();
+    else if (IsFinished())
+        Finished = QDateTime::currentDateTime();
+}
+
+void Taskmill_JobRecord::DeriveOutputFile()
+{
+    OutputFile.clear();
+    if (InputFilePath.isEmpty())
+        return;
+
+    if (JobType.OutputFileFilter.contains("Veltra Output"_L1, Qt::CaseInsensitive)) {
+        const bool isNewer = KilnUtil_FileSys::IsNewVeltraFileExtension(QFileInfo{InputFilePath}.suffix());
+        OutputFile = InputFilePath;
+        KilnUtil_FileSys::SetFileExtension(OutputFile, KilnUtil_FileSys::FileType::VeltraOutput,
+                                           isNewer ? 1 : 0);
+        return;
+    }
+
+    const QStringList pieces = Taskmill_FilterPieces(JobType.OutputFileFilter);
+    const auto pattern =
+        std::ranges::find_if(pieces, [](const QString &piece) { return piece.startsWith("*."_L1); });
+    if (pattern == pieces.end())
+        return;
+    OutputFile = InputFilePath;
+    KilnUtil_FileSys::SetFileExtension(OutputFile, QString{*pattern}.remove(u'*'));
+}
+
+bool Taskmill_JobRecord::IsValid() const
+{
+    const std::array fileNames{&JobType.ExecutablePath, &InputFilePath,  &InputFilePath2,  &StandardInputFile,
+                               &StandardOutputFile,     &CheckpointFile, &CheckpointFile2, &OutputFile};
+    if (std::ranges::any_of(fileNames, [](const QString *name) { return name->contains(u'\n'); }))
+        return false;
+    if (JobType.UsesInputFile() && !QFileInfo::exists(InputFilePath))
+        return false;
+    return !Name.isEmpty() && JobType.IsValid();
+}
+
+QString Taskmill_JobRecord::CommandLine() const
+{
+    return Taskmill_ExpandCommandLine(*this).Full;
+}
