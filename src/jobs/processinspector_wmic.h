@@ -1,0 +1,24 @@
+#pragma once
+
+#include "jobs/processinspector.h"
+
+#include <chrono>
+
+/// Runs the command-line tool "wmic", found through PATH, for every question and every order.
+class Taskmill_WmicProcessInspector final : public Taskmill_ProcessInspector
+{
+public:
+    /// A run of the tool that takes longer is abandoned; what it printed until then is used.
+    explicit Taskmill_WmicProcessInspector(std::chrono::milliseconds timeLimit = std::chrono::seconds{30});
+
+protected:
+    QString ListingText() override;
+    void EndProcess(int processID) override;
+    void EndChildren(int processID) override;
+
+private:
+    /// Returns what the tool printed; empty when there is no such tool.
+    QString RunTool(const QStringList &arguments) const;
+
+    std::chrono::milliseconds m_timeLimit;
+};
