@@ -10,12 +10,12 @@ public:
     WarnAnswer ReportWarning(const QString &title, const QString &text, WarnMode,
                              WarnAnswer defaultAnswer) override
     {
-        qWarning().noquote() << title + u": " + text;
+        qWarning("%ls: %ls", qUtf16Printable(title), qUtf16Printable(text));
         return defaultAnswer;
     }
     void ReportError(const QString &title, const QString &text) override
     {
-        qWarning().noquote() << title + u": " + text;
+        qWarning("%ls: %ls", qUtf16Printable(title), qUtf16Printable(text));
     }
     WarnAnswer AskQuestion(const QString &, const QString &, WarnMode mode, WarnAnswer) override
     {

@@ -1,0 +1,62 @@
+#include "service/consoleprompt.h"
+
+#include <QRegularExpression>
+
+#include <cstdio>
+
+using namespace Qt::Literals::StringLiterals;
+
+Taskmill_ConsolePrompt::Taskmill_ConsolePrompt(KilnUtil_UserPrompt *dialogs)
+    : m_dialogs{dialogs}
+{
+}
+
+KilnUtil_UserPrompt::WarnAnswer Taskmill_ConsolePrompt::ReportWarning(const QString &title,
+                                                                      const QString &text, WarnMode,
+                                                                      WarnAnswer defaultAnswer)
+{
+    Taskmill_PrintConsoleLine(title + u": "_s + text);
+    return defaultAnswer;
+}
+
+void Taskmill_ConsolePrompt::ReportError(const QString &title, const QString &text)
+{
+    Taskmill_PrintConsoleLine(title + u": "_s + text);
+}
+
+KilnUtil_UserPrompt::WarnAnswer Taskmill_ConsolePrompt::AskQuestion(const QString &title, const QString &text,
+                                                                    WarnMode mode, WarnAnswer)
+{
+    Taskmill_PrintConsoleLine(title + u": "_s + text);
+    return mode == WarnMode::YesNoCancel ? WarnAnswer::Cancel : WarnAnswer::No;
+}
+
+std::optional<QString> Taskmill_ConsolePrompt::ChooseFromList(const QString &title, const QString &label,
+                                                              const QStringList &items,
+                                                              const QString &preselected)
+{
+    if (m_dialogs)
+        return m_dialogs->ChooseFromList(title, label, items, preselected);
+    Taskmill_PrintConsoleLine(title + u": "_s + label);
+    return std::nullopt;
+}
+
+QString Taskmill_ConsolePrompt::AskOpenFileName(const QString &, const QString &, const QString &)
+{
+    return {};
+}
+
+QString Taskmill_ConsolePrompt::AskSaveFileName(const QString &, const QString &, const QString &)
+{
+    return {};
+}
+
+void Taskmill_PrintConsoleLine(const QString &text)
+{
+    static const QRegularExpression lineFeeds{u"\\n+"_s};
+    QString line = text.trimmed();
+    line.replace(lineFeeds, u" "_s);
+    const QByteArray bytes = (u"\n<Taskmill> "_s + line + u'\n').toLocal8Bit();
+    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stdout);
+    std::fflush(stdout);
+}

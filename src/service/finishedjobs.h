@@ -1,0 +1,31 @@
+#pragma once
+
+#include "jobs/finishedjobstaker.h"
+#include "jobs/jobrecord.h"
+
+#include <QList>
+#include <QObject>
+
+/// The jobs that have left their queue, in the order in which they arrived. The tab of the window adds the
+/// table.
+class Taskmill_FinishedJobs : public QObject, public Taskmill_FinishedJobsTaker
+{
+    Q_OBJECT
+
+public:
+    [[nodiscard]] const QList<Taskmill_JobRecord> &Jobs() const { return m_jobs; }
+
+    /// Appends the job and, when a database is open, records it there.
+    void AddJob(const Taskmill_JobRecord &job) override;
+    /// Replaces the list; the database is not touched, as in Clear() and RemoveAt().
+    void SetJobs(const QList<Taskmill_JobRecord> &jobs);
+    void Clear();
+    /// A position that is out of range does nothing.
+    void RemoveAt(int position);
+
+Q_SIGNALS:
+    void JobsChangedSignal();
+
+private:
+    QList<Taskmill_JobRecord> m_jobs;
+};

@@ -1,0 +1,6 @@
+#include "service/peeruser.h"
+
+bool Taskmill_IsOtherUser(const QTcpSocket &)
+{
+    return false;
+}

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "jobs/jobqueue.h"
+#include "jobs/queuelessjobslist.h"
+
+#include <QObject>
+
+class Taskmill_Database;
+class Taskmill_FinishedJobs;
+
+/// The half of a queue tab that needs no window: it owns the queue and adds the database to what the queue
+/// does.
+class Taskmill_QueueOwner : public QObject
+{
+    Q_OBJECT
+
+public:
+    [[nodiscard]] virtual Taskmill_JobContainer &Jobs() = 0;
+
+    /// Adds the job, which the queue then owns, and records it and its number in the open database.
+    void Submit(Taskmill_Job *job);
+    /// Fills the queue from the records of a project; a queue with a limit is paused with it.
+    void Replace(const QList<Taskmill_JobRecord> &jobs);
+    /// Removes all jobs, killing the running ones. Their rows stay: a saved project keeps them as waiting.
+    void Clear();
+    /// Ends all work of the queue: pauses it and kills what runs.
+    void Stop();
+
+Q_SIGNALS:
+    /// The view of the queue is to be filled anew.
+    void JobsChangedSignal();
+
+protected:
+    /// How the rows of this queue are written and deleted.
+    struct DatabaseTable
+    {
+        bool (Taskmill_Database::*insert)(const Taskmill_JobRecord &job, bool forceNew, int *outID);
+        bool (Taskmill_Database::*remove)(int jobID);
+    };
+
+    Taskmill_QueueOwner(Taskmill_FinishedJobs &finishedJobs, const DatabaseTable &table);
+
+    /// Nothing for a list that cannot be paused.
+    virtual void Pause() {}
+    /// Hands each finished job to the finished-jobs list. One that stands directly behind another is left for
+    /// the next pass, which follows from the event loop.
+    void CollectFinished();
+
+private:
+    bool CollectOnePass();
+
+    Taskmill_FinishedJobs &m_finishedJobs;
+    const DatabaseTable m_table;
+    bool m_collecting = false;
+};
+
+class Taskmill_LongJobsOwner : public Taskmill_QueueOwner
+{
+    Q_OBJECT
+
+public:
+    Taskmill_LongJobsOwner(Taskmill_JobStore &store, Taskmill_FinishedJobs &finishedJobs,
+                           Taskmill_ProcessInspector &inspector);
+    [[nodiscard]] Taskmill_LongJobsQueue &Jobs() override { return m_queue; }
+
+public Q_SLOTS:
+    void QueueUpdatedSlot();
+
+protected:
+    void Pause() override;
+
+private:
+    Taskmill_LongJobsQueue m_queue;
+};
+
+class Taskmill_ShortJobsOwner : public Taskmill_QueueOwner
+{
+    Q_OBJECT
+
+public:
+    Taskmill_ShortJobsOwner(Taskmill_JobStore &store, Taskmill_FinishedJobs &finishedJobs,
+                            Taskmill_ProcessInspector &inspector);
+    [[nodiscard]] Taskmill_ShortJobsQueue &Jobs() override { return m_queue; }
+
+public Q_SLOTS:
+    void QueueUpdatedSlot();
+
+protected:
+    void Pause() override;
+
+private:
+    Taskmill_ShortJobsQueue m_queue;
+};
+
+class Taskmill_QueuelessJobsOwner : public Taskmill_QueueOwner
+{
+    Q_OBJECT
+
+public:
+    Taskmill_QueuelessJobsOwner(Taskmill_FinishedJobs &finishedJobs, Taskmill_ProcessInspector &inspector);
+    [[nodiscard]] Taskmill_QueuelessJobsList &Jobs() override { return m_list; }
+
+public Q_SLOTS:
+    void ListUpdatedSlot();
+
+private:
+    Taskmill_QueuelessJobsList m_list;
+};

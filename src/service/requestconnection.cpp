@@ -1,0 +1,87 @@
+#include "service/requestconnection.h"
+
+#include "service/requestmessage.h"
+
+#include <QTcpSocket>
+
+Taskmill_RequestConnection::Taskmill_RequestConnection(QTcpSocket *socket,
+                                                       const Taskmill_RequestLimits &limits, QObject *parent)
+    : QObject{parent}
+    , m_socket{socket}
+    , m_limits{limits}
+{
+    m_socket->setParent(this);
+    // Nothing is read ahead of the bound.
+    m_socket->setReadBufferSize(m_limits.MaxBytes + 1);
+    m_timer.setSingleShot(true);
+    connect(&m_timer, &QTimer::timeout, this, &Taskmill_RequestConnection::TimeoutSlot);
+    connect(m_socket, &QTcpSocket::readyRead, this, &Taskmill_RequestConnection::ReadSlot);
+    connect(m_socket, &QTcpSocket::disconnected, this, &Taskmill_RequestConnection::CompleteSlot);
+    m_timer.start(m_limits.SilenceMs);
+    // The bytes and the end may be there before anybody listens to the signals.
+    QMetaObject::invokeMethod(this, &Taskmill_RequestConnection::ReadSlot, Qt::QueuedConnection);
+}
+
+Taskmill_RequestConnection::~Taskmill_RequestConnection()
+{
+    disconnect(m_socket, nullptr, this, nullptr);
+}
+
+void Taskmill_RequestConnection::ReadSlot()
+{
+    if (m_complete)
+        return;
+    m_bytes += m_socket->read(m_limits.MaxBytes + 1 - m_bytes.size());
+    if (m_bytes.size() > m_limits.MaxBytes) {
+        qWarning("A message of more than %lld bytes is dropped", static_cast<long long>(m_limits.MaxBytes));
+        Drop();
+        return;
+    }
+    if (m_socket->state() == QAbstractSocket::UnconnectedState || Taskmill_AsksForReply(m_bytes))
+        CompleteSlot();
+    else if (!m_bytes.isEmpty())
+        m_timer.start(m_limits.QuietMs);
+}
+
+void Taskmill_RequestConnection::CompleteSlot()
+{
+    if (m_complete)
+        return;
+    if (m_socket->bytesAvailable() > 0) {
+        ReadSlot();
+        return;
+    }
+    m_complete = true;
+    m_timer.stop();
+    Q_EMIT CompletedSignal(this);
+}
+
+void Taskmill_RequestConnection::TimeoutSlot()
+{
+    if (m_bytes.isEmpty())
+        Drop();
+    else
+        CompleteSlot();
+}
+
+void Taskmill_RequestConnection::Drop()
+{
+    m_complete = true;
+    m_timer.stop();
+    m_socket->abort();
+    Q_EMIT DroppedSignal(this);
+    deleteLater();
+}
+
+void Taskmill_RequestConnection::Close(const QByteArray &answer)
+{
+    // The client may be gone: its side can close while a dialog is open.
+    if (m_socket->state() != QAbstractSocket::ConnectedState) {
+        deleteLater();
+        return;
+    }
+    connect(m_socket, &QTcpSocket::disconnected, this, &QObject::deleteLater);
+    if (!answer.isEmpty())
+        m_socket->write(answer);
+    m_socket->disconnectFromHost();
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+#include <QTimer>
+
+class QTcpSocket;
+
+/// Bounds of one connection.
+struct Taskmill_RequestLimits
+{
+    int SilenceMs = 30000; ///< a client that sends nothing for so long is dropped
+    int QuietMs =
+        1000; ///< a client that stays connected has sent its message when nothing more came for so long
+    qsizetype MaxBytes = 1024 * 1024; ///< a longer message is dropped
+};
+
+/// Collects the message of one client. Nothing waits: a silent or slow client holds up nobody.
+class Taskmill_RequestConnection : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Takes the ownership of the socket.
+    Taskmill_RequestConnection(QTcpSocket *socket, const Taskmill_RequestLimits &limits, QObject *parent);
+    ~Taskmill_RequestConnection() override;
+
+    /// The message; all of it once CompletedSignal() was emitted.
+    [[nodiscard]] const QByteArray &Bytes() const { return m_bytes; }
+    [[nodiscard]] bool IsComplete() const { return m_complete; }
+
+    /// Sends the answer line, if one is given, closes the connection and deletes this object later.
+    void Close(const QByteArray &answer = {});
+
+Q_SIGNALS:
+    /// Emitted once, unless the connection is dropped before.
+    void CompletedSignal(Taskmill_RequestConnection *connection);
+    /// The connection came to nothing and is about to delete itself.
+    void DroppedSignal(Taskmill_RequestConnection *connection);
+
+private Q_SLOTS:
+    void ReadSlot();
+    void CompleteSlot();
+    void TimeoutSlot();
+
+private:
+    void Drop();
+
+    QTcpSocket *const m_socket;
+    const Taskmill_RequestLimits m_limits;
+    QTimer m_timer;
+    QByteArray m_bytes;
+    bool m_complete = false;
+};

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "jobs/jobrecord.h"
+
+#include <QByteArray>
+
+#include <optional>
+
+/// One message of a client: lines key=value, the keys recognised by prefix in any case. A key given twice
+/// keeps its last value; lines with unknown keys are ignored.
+struct Taskmill_RequestMessage
+{
+    QString ClientName;
+    QString ClientAppName;
+    QString ClientAddress;
+    qint32 ClientPort = 0; ///< 0 when it is no number, as the ids
+    qint32 ClientUID = 0;
+    qint32 ClientGID = 0;
+    std::optional<bool> ClientNotification; ///< nothing when it is absent or no number
+    QString Action;
+    bool ConfirmAction = false;
+    QString JobTypeName;
+    QString JobName;
+    QString JobQueue;
+    QString JobInputFile;
+    QString JobInputFile2;
+    QString JobStandardInputFile;
+    QString JobOutputFile;
+    QString JobStandardOutputFile;
+    QString JobChkFile;
+    QString JobChkFile1;
+    /// The lines @NAME=value, "_;_" in the value being a line feed. A repeated name keeps its first position.
+    Taskmill_PlaceholderValues PlaceholderValues;
+
+    /// Bytes that are not valid UTF-8 are read as Latin-1. Any bytes make a message, if an empty one.
+    [[nodiscard]] static Taskmill_RequestMessage Parse(const QByteArray &bytes);
+};
+
+/// The line that a client sends last when it wants to be told on the same connection what became of its
+/// request. With it the message is complete, so such a client need neither close its side nor fall silent.
+/// The answer is one line "accepted=" with the numbers of the jobs, separated by blanks, or "refused=" with
+/// the reason.
+constexpr QByteArrayView Taskmill_ReplyRequestLine = "clientreply=yes\n";
+constexpr QByteArrayView Taskmill_AcceptedReply = "accepted=";
+constexpr QByteArrayView Taskmill_RefusedReply = "refused=";
+
+/// Whether the message so far ends with Taskmill_ReplyRequestLine.
+[[nodiscard]] bool Taskmill_AsksForReply(QByteArrayView bytes);

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "service/requestconnection.h"
+#include "service/requestmessage.h"
+
+#include <QList>
+#include <QObject>
+#include <QSet>
+#include <QTcpServer>
+
+/// What the server hands complete messages to.
+class Taskmill_RequestHandler
+{
+public:
+    virtual ~Taskmill_RequestHandler() = default;
+    /// May open dialogs. Returns the answer for a client that asked for one: a line, with its line feed.
+    virtual QByteArray HandleRequest(const Taskmill_RequestMessage &request) = 0;
+};
+
+/// The local server: listens on the IPv4 loopback address and handles one message after another, in the order
+/// in which they became complete.
+class Taskmill_RequestServer : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Pause before a message that waits for an earlier one's dialog is tried again, in ms.
+    static constexpr int RetryMs = 100;
+    /// Beyond so many unfinished connections the one that has been silent longest is dropped.
+    static constexpr qsizetype MaxConnections = 2000;
+
+    /// The handler outlives the server.
+    explicit Taskmill_RequestServer(Taskmill_RequestHandler &handler,
+                                    const Taskmill_RequestLimits &limits = {}, QObject *parent = nullptr);
+
+    /// Port 0 takes any free one. False, with a line in the debug log, when the port is taken: the manager
+    /// works on without a server.
+    bool Listen(quint16 port);
+    [[nodiscard]] quint16 Port() const { return m_server.serverPort(); }
+    void Close();
+
+public Q_SLOTS:
+    /// Handles one complete message; while one is being handled already, tries again after RetryMs.
+    void NewConnectionToServerSlot();
+
+private Q_SLOTS:
+    void TakeConnectionsSlot();
+    void MessageCompletedSlot(Taskmill_RequestConnection *connection);
+
+private:
+    void DropLongestSilent();
+    void HandleMessage(Taskmill_RequestConnection &connection);
+
+    Taskmill_RequestHandler &m_handler;
+    const Taskmill_RequestLimits m_limits;
+    QTcpServer m_server;
+    QList<Taskmill_RequestConnection *> m_collecting; ///< oldest first
+    QList<Taskmill_RequestConnection *> m_complete;   ///< in the order in which they are handled
+    QSet<QString> m_knownClients; ///< names of the clients that have ever asked for something
+    bool m_busy = false;
+    bool m_retryPending = false;
+};

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "jobs/destination.h"
+
+#include <QStringList>
+
+#include <optional>
+
+/// What the user has chosen in the Submit Jobs dialog, and what it is opened with.
+struct Taskmill_SubmitChoice
+{
+    QStringList Files;
+    Taskmill_Destination Destination = Taskmill_Destination::JobTypeDefault;
+    int JobTypeID = -1; ///< negative: chosen for each file by its extension
+};
+
+/// Shows the Submit Jobs dialog; implemented by the window.
+class Taskmill_SubmitDialog
+{
+public:
+    virtual ~Taskmill_SubmitDialog() = default;
+    /// Nothing when the user cancels. Runs an event loop of its own.
+    virtual std::optional<Taskmill_SubmitChoice> AskForJobs(const QString &caption,
+                                                            const Taskmill_SubmitChoice &preset) = 0;
+};
