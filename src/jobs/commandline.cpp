@@ -12,7 +12,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 /// Placeholder pairs come from clients: a few that double the text each time must not use up the memory.
-constexpr qsizetype longestText = 8 * 1024 * 1024;
+constexpr qsizetype longestText = 1024 * 1024;
 
 void ReplaceFileName(QString &text, QLatin1StringView placeholder, const QString &path)
 {
@@ -101,8 +101,8 @@ void Taskmill_ApplyPlaceholders(QString &text, const Taskmill_PlaceholderValues 
         const qsizetype growth = value.size() - placeholder.size();
         const qsizetype count = text.count(placeholder, Qt::CaseInsensitive);
         if (growth > 0 && count > (longestText - text.size()) / growth) {
-            qWarning("Placeholder left out: its value makes the text too long");
-            continue;
+            qWarning("Placeholders left out: their values make the text too long");
+            return;
         }
         text.replace(placeholder, value, Qt::CaseInsensitive);
     }

@@ -28,6 +28,6 @@ struct Taskmill_LaunchPlan
 /// Splits the expanded template into program, arguments and standard input; has no side effect.
 [[nodiscard]] Taskmill_LaunchPlan Taskmill_PlanLaunch(const Taskmill_JobRecord &job);
 
-/// Replaces every placeholder, whatever its case, by its value, pair by pair in list order. A pair whose
-/// replacement would make the text unreasonably long is left out.
+/// Replaces every placeholder, whatever its case, by its value, pair by pair in list order. Stops before a
+/// pair that would make the text unreasonably long.
 void Taskmill_ApplyPlaceholders(QString &text, const Taskmill_PlaceholderValues &values);
