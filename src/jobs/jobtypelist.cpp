@@ -21,10 +21,8 @@ void Taskmill_JobTypeList::Add(Taskmill_JobType &jobType)
 
 void Taskmill_JobTypeList::Remove(const Taskmill_JobType &jobType)
 {
-    const Taskmill_JobType wanted =
-        jobType; // the caller's record may be an entry of a list that changes with ours
     for (qsizetype index = m_jobTypes.size() - 1; index >= 0; --index) {
-        if (m_jobTypes[index] == wanted)
+        if (m_jobTypes[index] == jobType)
             DeleteRow(m_jobTypes.takeAt(index));
     }
 }

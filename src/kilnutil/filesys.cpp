@@ -24,7 +24,7 @@ QString AbsoluteDir(const QString &path)
 QString FirstFile(const QString &directory, const QStringList &names)
 {
     for (const QString &name : names) {
-        const QString path = directory + u'/' + name;
+        QString path = directory + u'/' + name;
         if (QFileInfo{path}.isFile())
             return path;
     }

@@ -29,8 +29,9 @@ void TestJobType::ValidityNeedsEveryPart_data()
 {
     QTest::addColumn<std::function<void(Taskmill_JobType &)>>("change");
     QTest::addColumn<bool>("isValid");
-    const auto row = [](const char *name, bool isValid, std::function<void(Taskmill_JobType &)> change) {
-        QTest::newRow(name) << std::move(change) << isValid;
+    const auto row = [](const char *name, bool isValid,
+                        const std::function<void(Taskmill_JobType &)> &change) {
+        QTest::newRow(name) << change << isValid;
     };
     row("complete", true, [](Taskmill_JobType &) {});
     row("placeholder in lower case", true,
