@@ -42,9 +42,12 @@ QByteArray ReadProcFile(const ProcPath &path)
     if (file < 0)
         return content;
     std::array<char, 4096> chunk;
-    for (ssize_t count = read(file, chunk.data(), chunk.size()); count > 0;
-         count = read(file, chunk.data(), chunk.size()))
-        content.append(chunk.data(), count);
+    ssize_t count = 0;
+    do {
+        count = read(file, chunk.data(), chunk.size());
+        content.append(chunk.data(), std::max<ssize_t>(count, 0));
+        // A short read is the end here; asking once more costs as much as the first time.
+    } while (count == static_cast<ssize_t>(chunk.size()));
     close(file);
     return content;
 }

@@ -141,9 +141,10 @@ void TestProcessInspectorProc::ListsOddNames()
     QFETCH(QString, name);
     const QString program = Path(name);
     QVERIFY(QFile::copy(TestProgramPath(), program));
-    const Child child{program, {u"print"_s, u"x\r\ny z"_s, u"pid"_s, Path(u"id"_s), u"wait"_s}};
+    const Child child{program, {u"print"_s, u"x\r\ny z"_s, u"pid"_s, Path(u"id"_s), u"stdin"_s}};
     QTRY_VERIFY(QFile::exists(Path(u"id"_s)));
 
+    // Once it waits for its input it stays asleep.
     QTRY_COMPARE(Find(child.Id()).value_or(Taskmill_ProcessRecord{}).ExecutionState, u"sleeping"_s);
     auto record = Find(child.Id());
     QVERIFY(record);
@@ -152,7 +153,7 @@ void TestProcessInspectorProc::ListsOddNames()
     QCOMPARE(record->ParentProcessIdNumber(), getpid());
     QCOMPARE(record->ThreadCount, u"1"_s);
     QCOMPARE(record->CommandLine, KilnUtil_FileSys::ConvertFilename(program, true, false) +
-                                      u" print \"x  y z\" pid %1 wait"_s.arg(Path(u"id"_s)));
+                                      u" print \"x  y z\" pid %1 stdin"_s.arg(Path(u"id"_s)));
 
     QVERIFY(QFile::remove(program));
     record = Find(child.Id());
