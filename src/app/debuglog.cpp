@@ -1,0 +1,95 @@
+#include "app/debuglog.h"
+
+#include <QFile>
+
+#include <cstdio>
+#include <memory>
+#include <mutex>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int everyLine = 7;
+
+// Messages come from the console's thread too.
+std::mutex mutex;
+std::unique_ptr<QFile> logFile;
+int level = 0;
+
+const char *PrefixOf(QtMsgType type)
+{
+    switch (type) {
+    case QtDebugMsg:
+    case QtInfoMsg:
+        return "Info:   ";
+    case QtWarningMsg:
+        return "Warning: ";
+    case QtFatalMsg:
+        return "Fatal:   ";
+    case QtCriticalMsg:
+        break;
+    }
+    return "????:    ";
+}
+
+void CloseLog()
+{
+    logFile.reset();
+    level = 0;
+    qInstallMessageHandler(nullptr);
+}
+
+void WriteMessage(QtMsgType type, const QMessageLogContext &, const QString &message)
+{
+    const std::scoped_lock lock{mutex};
+    const QByteArray text = message.toLocal8Bit();
+    if (logFile) {
+        logFile->write(PrefixOf(type) + text + '\n');
+        logFile->flush();
+    } else {
+        std::fprintf(stderr, "%s %s\n", PrefixOf(type), text.constData());
+    }
+    // The toolkit ends the program after a fatal message.
+    if (type == QtFatalMsg)
+        CloseLog();
+}
+
+bool OpenLogFile(const QString &path)
+{
+    logFile = std::make_unique<QFile>(path);
+    if (logFile->open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return true;
+    logFile.reset();
+    return false;
+}
+} // namespace
+
+void Taskmill_DebugLog::TurnOn(const QStringList &arguments)
+{
+    constexpr QLatin1StringView fileOption{"-debugfile="};
+    for (qsizetype index = 1; index < arguments.size(); ++index) {
+        const QString argument = arguments[index].toLower();
+        const bool namesFile = argument.startsWith(fileOption);
+        if (argument != "-debug"_L1 && argument != "-debugfile"_L1 && !namesFile)
+            continue;
+        if (argument == "-debugfile"_L1 && !OpenLogFile(u"taskmill_debug.txt"_s))
+            return;
+        if (namesFile && !OpenLogFile(argument.sliced(fileOption.size())))
+            return;
+        level = everyLine;
+        qInstallMessageHandler(WriteMessage);
+        return;
+    }
+}
+
+void Taskmill_DebugLog::TurnOff()
+{
+    const std::scoped_lock lock{mutex};
+    if (level != 0)
+        CloseLog();
+}
+
+int Taskmill_DebugLog::Level()
+{
+    return level;
+}

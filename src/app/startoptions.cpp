@@ -1,0 +1,64 @@
+#include "app/startoptions.h"
+
+#include <QFileInfo>
+
+using namespace Qt::Literals::StringLiterals;
+
+// The bracket that "-list" lacks has been missing for so long that scripts compare the text with it.
+const char *const Taskmill_UsageText = "Usage:    taskmill [options]\n\n"
+                                       "options:  [-help]\n"
+                                       "          [-list\n"
+                                       "          [-console]\n"
+                                       "          [-newconsole]\n"
+                                       "          [-run]\n"
+                                       "          [-nogui]\n";
+
+namespace {
+bool Has(const QStringList &arguments, QLatin1StringView option)
+{
+    return arguments.sliced(qMin<qsizetype>(1, arguments.size())).contains(option, Qt::CaseInsensitive);
+}
+} // namespace
+
+Taskmill_StartOptions Taskmill_StartOptions::Parse(const QStringList &arguments)
+{
+    Taskmill_StartOptions options;
+    if (Has(arguments, "-console"_L1) || Has(arguments, "-nogui"_L1))
+        options.Mode = Taskmill_RunMode::Console;
+    if (Has(arguments, "-newconsole"_L1))
+        options.Mode = Taskmill_RunMode::NewConsole;
+    options.NoEventLoop = Has(arguments, "-noeventloop"_L1);
+    return options;
+}
+
+Taskmill_ProgressLevel Taskmill_ProgressLevelOf(const QStringList &arguments, bool console)
+{
+    auto level = console ? Taskmill_ProgressLevel::Some : Taskmill_ProgressLevel::Full;
+    if (Has(arguments, "-showprogress=true"_L1))
+        level = Taskmill_ProgressLevel::Full;
+    if (Has(arguments, "-showprogress=false"_L1))
+        level = Taskmill_ProgressLevel::None;
+    if (Has(arguments, "-showprogress=some"_L1))
+        level = Taskmill_ProgressLevel::Some;
+    return level;
+}
+
+Taskmill_FileArgument Taskmill_FileArgument::Check(const QStringList &arguments, bool console)
+{
+    if (arguments.size() == 1)
+        return {};
+    if (arguments.isEmpty() || Has(arguments, "-help"_L1))
+        return {.Result = Outcome::ShowUsage, .StartUpFile = {}};
+
+    const bool unattended = Has(arguments, "-nogui"_L1) || Has(arguments, "-run"_L1);
+    for (const QString &argument : arguments.sliced(1)) {
+        if (argument.startsWith(u'-'))
+            continue;
+        if (QFileInfo::exists(argument))
+            return {.Result = Outcome::GoOn, .StartUpFile = argument};
+        if (console || !unattended)
+            return {.Result = Outcome::MissingFile, .StartUpFile = {}};
+        break;
+    }
+    return {};
+}

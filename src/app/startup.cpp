@@ -1,0 +1,262 @@
+#include "app/startup.h"
+
+#include "app/app.h"
+#include "app/debuglog.h"
+#include "app/platform.h"
+#include "app/startoptions.h"
+#include "kilnutil/computerdata.h"
+#include "kilnutil/filesys.h"
+#include "kilnutil/outputwindow.h"
+#include "kilnutil/platform.h"
+#include "kilnutil/process.h"
+#include "kilnutil/registry.h"
+#include "kilnutil/widgetprompt.h"
+#include "service/consoleprompt.h"
+#include "service/instanceprobe.h"
+#include "service/version.h"
+#include "ui/appwindow.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QIcon>
+#include <QProcess>
+#include <QThread>
+
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int exitFailure = 1;
+constexpr int exitMissingFile = 2;
+constexpr int exitUsageShown = 3;
+constexpr unsigned long detachedCopyWaitMs = 500;
+constexpr int makersApplicationID = 6;
+
+/// argv as the toolkit wants it: a copy that lives as long as the application, to which options can be added.
+class Arguments
+{
+public:
+    Arguments(int argc, char **argv)
+        : m_pointers{argv, argv + argc}
+    {
+        for (int index = 0; index < argc; ++index)
+            m_texts += QString::fromLocal8Bit(argv[index]);
+        m_texts.removeAll(QString{});
+    }
+
+    [[nodiscard]] const QStringList &Texts() const { return m_texts; }
+
+    /// Shows windows nowhere. Not by the environment, which the jobs inherit.
+    void UseOffscreenPlatform()
+    {
+        m_pointers.push_back(m_platformOption.data());
+        m_pointers.push_back(m_platformName.data());
+    }
+
+    [[nodiscard]] int &Count()
+    {
+        m_count = static_cast<int>(m_pointers.size());
+        m_pointers.push_back(nullptr);
+        return m_count;
+    }
+    [[nodiscard]] char **Values() { return m_pointers.data(); }
+
+private:
+    std::vector<char *> m_pointers;
+    std::array<char, 10> m_platformOption{"-platform"};
+    std::array<char, 10> m_platformName{"offscreen"};
+    QStringList m_texts;
+    int m_count = 0;
+};
+
+/// Modes 1, 3 and 5 make sure that a manager serves the console port too. False when that fails.
+bool EnsureConsoleManager(const QString &executable)
+{
+    const Taskmill_RunMode mode = Taskmill_CurrentRunMode();
+    if (mode != Taskmill_RunMode::Gui1 && mode != Taskmill_RunMode::Console3 &&
+        mode != Taskmill_RunMode::Console5)
+        return true;
+    if (Taskmill_IsManagerRunning(false, KilnUtil_ComputerData::TaskmillConsolePortNumber()))
+        return true;
+    if (!QFileInfo::exists(executable))
+        return true;
+    const bool started =
+        QProcess::startDetached(executable, {u"-nogui"_s, u"-newconsole"_s, u"-notreadonly"_s});
+    QThread::msleep(detachedCopyWaitMs);
+    return started;
+}
+
+/// False when the program is to be a console and cannot have one.
+bool PrepareConsole()
+{
+    if (Taskmill_CurrentRunMode() == Taskmill_RunMode::Console && !Taskmill_Platform::AttachToParentConsole())
+        Taskmill_SetRunMode(Taskmill_RunMode::NewConsole);
+    if (Taskmill_CurrentRunMode() == Taskmill_RunMode::NewConsole && !Taskmill_Platform::OpenConsole())
+        return false;
+    if (Taskmill_IsConsoleMode())
+        Taskmill_Platform::ReconnectStreams();
+    return true;
+}
+
+void SetIdentity()
+{
+    KilnUtil_Registry::m_applicationID = makersApplicationID;
+    KilnUtil_Registry::m_usesMakersPrograms = true;
+    KilnUtil_Registry::SetAppData(Taskmill_ServerName(), Taskmill_MajorVersion, Taskmill_ShortVersion,
+                                  Taskmill_FullVersion, u"TASKMILLPREFS_DIR"_s, u".taskmillprefs"_s);
+    KilnUtil_Registry::m_debugLevel = Taskmill_DebugLog::Level();
+    KilnUtil_Registry::m_hasSolvationOption = true;
+    KilnUtil_Registry::m_isCurrentOperatingSystem = true;
+}
+
+void SetPaths()
+{
+    const QString directory = QCoreApplication::applicationDirPath();
+    KilnUtil_FileSys::m_appDirPath = directory;
+    // Our own directories come first; without the toolkit's the database driver would not be found.
+    QStringList libraryPaths{directory, directory + u"/plugins"_s};
+    libraryPaths += QCoreApplication::libraryPaths();
+    libraryPaths.removeDuplicates();
+    QCoreApplication::setLibraryPaths(libraryPaths);
+
+    KilnUtil_FileSys::m_appHelpDirPath = directory + u"/help"_s;
+    for (const QString &name : {u"/taskmillmanual"_s, u"/vguimanual"_s, u"/help"_s}) {
+        if (QFileInfo::exists(directory + name)) {
+            KilnUtil_FileSys::m_appHelpDirPath = directory + name;
+            break;
+        }
+    }
+}
+
+void ForgetPaths()
+{
+    KilnUtil_FileSys::m_appDirPath.clear();
+    KilnUtil_FileSys::m_appHelpDirPath.clear();
+}
+
+/// The program from the application object on.
+class Session
+{
+public:
+    Session(Taskmill_App &application, const Taskmill_StartOptions &options, bool hasDisplay)
+        : m_application{application}
+        , m_options{options}
+        , m_consolePrompt{hasDisplay ? &m_widgetPrompt : nullptr}
+    {
+        KilnUtil_Error::SetUserPrompt(
+            Taskmill_IsGuiMode() ? static_cast<KilnUtil_UserPrompt *>(&m_widgetPrompt) : &m_consolePrompt);
+        if (Taskmill_IsGuiMode()) {
+            m_outputWindow =
+                std::make_unique<KilnUtil_OutputWindow>(Taskmill_VersionText(), QIcon{u":/taskmillgui"_s});
+        }
+    }
+
+    ~Session()
+    {
+        Taskmill_Platform::StopCallingOnTermination();
+        Taskmill_DebugLog::TurnOff();
+        m_outputWindow.reset();
+        m_application.SetAppWindow(nullptr);
+        m_window.reset();
+        KilnUtil_Error::SetUserPrompt(nullptr);
+    }
+    Q_DISABLE_COPY_MOVE(Session)
+
+    int Run(const QStringList &arguments)
+    {
+        const Taskmill_FileArgument file = Taskmill_FileArgument::Check(arguments, Taskmill_IsConsoleMode());
+        if (file.Result == Taskmill_FileArgument::Outcome::ShowUsage)
+            return ShowUsage();
+        if (file.Result == Taskmill_FileArgument::Outcome::MissingFile)
+            return exitMissingFile;
+
+        const QString banner =
+            Taskmill_VersionText() + u"\nJob manager for computational-chemistry programs"_s;
+        m_window = std::make_unique<Taskmill_AppWindow>(Taskmill_AppWindowOptions{
+            .StartUpFile = file.StartUpFile, .Banner = banner, .NoEventLoop = m_options.NoEventLoop});
+        Taskmill_Platform::CallOnTermination([this] { m_window->QuitAtOnceSlot(); });
+        if (!m_window->Initialise())
+            return exitFailure;
+        m_widgetPrompt.SetParentWidget(m_window->MainWindow());
+        m_application.SetAppWindow(m_window.get());
+        m_window->Show();
+        return QApplication::exec();
+    }
+
+private:
+    int ShowUsage()
+    {
+        if (!m_outputWindow) {
+            std::fputs(Taskmill_UsageText, stdout);
+            return exitUsageShown;
+        }
+        m_outputWindow->AppendText(QString::fromLatin1(Taskmill_UsageText));
+        m_outputWindow->Show();
+        QObject::connect(m_outputWindow.get(), &KilnUtil_OutputWindow::ClosedSignal, &m_application,
+                         [] { QCoreApplication::exit(exitUsageShown); });
+        return QApplication::exec();
+    }
+
+    Taskmill_App &m_application;
+    const Taskmill_StartOptions m_options;
+    KilnUtil_WidgetPrompt m_widgetPrompt;
+    Taskmill_ConsolePrompt m_consolePrompt;
+    std::unique_ptr<KilnUtil_OutputWindow> m_outputWindow;
+    std::unique_ptr<Taskmill_AppWindow> m_window;
+};
+
+QStringList WithoutEmptyOnes(QStringList arguments)
+{
+    arguments.removeAll(QString{});
+    return arguments;
+}
+
+int RunApplication(Arguments &arguments, const Taskmill_StartOptions &options, bool hasDisplay)
+{
+    Taskmill_App application{arguments.Count(), arguments.Values()};
+    QApplication::setQuitOnLastWindowClosed(false);
+    SetPaths();
+    Taskmill_DebugLog::TurnOn(QCoreApplication::arguments());
+    SetIdentity();
+    int status = 0;
+    {
+        Session session{application, options, hasDisplay};
+        status = session.Run(WithoutEmptyOnes(QCoreApplication::arguments()));
+    }
+    ForgetPaths();
+    return status;
+}
+} // namespace
+
+int Taskmill_Run(int argc, char **argv)
+{
+    // Jobs get the environment and the limits that the manager was started with.
+    (void)KilnUtil_Process::StartEnvironment();
+    KilnUtil_Platform::RaiseOpenFilesLimit();
+
+    Arguments arguments{argc, argv};
+    const Taskmill_StartOptions options = Taskmill_StartOptions::Parse(arguments.Texts());
+    Taskmill_SetRunMode(options.Mode);
+    const bool gui = Taskmill_IsGuiMode();
+    if (Taskmill_IsManagerRunning(gui, gui ? KilnUtil_ComputerData::TaskmillGUIPortNumber()
+                                           : KilnUtil_ComputerData::TaskmillConsolePortNumber()))
+        return 0;
+    if (!EnsureConsoleManager(arguments.Texts().value(0)) || !PrepareConsole())
+        return exitFailure;
+
+    const bool hasDisplay = Taskmill_Platform::HasDisplay(arguments.Texts());
+    if (!hasDisplay && gui) {
+        std::fputs("taskmill: there is no display for the window; start it with -console\n", stderr);
+        return exitFailure;
+    }
+    if (!hasDisplay)
+        arguments.UseOffscreenPlatform();
+    const int status = RunApplication(arguments, options, hasDisplay);
+    if (!gui)
+        Taskmill_Platform::ReleaseConsole();
+    return status;
+}

@@ -1,0 +1,107 @@
+#include "kilnutil/widgetprompt.h"
+
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QMessageBox>
+
+namespace {
+using WarnMode = KilnUtil_UserPrompt::WarnMode;
+using WarnAnswer = KilnUtil_UserPrompt::WarnAnswer;
+
+QMessageBox::StandardButtons ButtonsOf(WarnMode mode)
+{
+    switch (mode) {
+    case WarnMode::YesNo:
+        return QMessageBox::Yes | QMessageBox::No;
+    case WarnMode::YesNoCancel:
+        return QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel;
+    case WarnMode::Ok:
+        break;
+    }
+    return QMessageBox::Ok;
+}
+
+QMessageBox::StandardButton ButtonOf(WarnAnswer answer)
+{
+    switch (answer) {
+    case WarnAnswer::Yes:
+        return QMessageBox::Yes;
+    case WarnAnswer::No:
+        return QMessageBox::No;
+    case WarnAnswer::Cancel:
+        return QMessageBox::Cancel;
+    case WarnAnswer::None:
+        break;
+    }
+    return QMessageBox::NoButton;
+}
+
+WarnAnswer AnswerOf(int button, WarnMode mode)
+{
+    if (button == QMessageBox::Yes)
+        return WarnAnswer::Yes;
+    if (button == QMessageBox::Ok)
+        return WarnAnswer::None;
+    if (button == QMessageBox::No || mode == WarnMode::YesNo)
+        return WarnAnswer::No;
+    return WarnAnswer::Cancel;
+}
+
+WarnAnswer Ask(QMessageBox::Icon icon, QWidget *parent, const QString &title, const QString &text,
+               WarnMode mode, WarnAnswer defaultAnswer)
+{
+    QMessageBox box{icon, title, text, ButtonsOf(mode), parent};
+    box.setTextFormat(Qt::PlainText);
+    box.setDefaultButton(ButtonOf(defaultAnswer));
+    return AnswerOf(box.exec(), mode);
+}
+} // namespace
+
+QWidget *KilnUtil_WidgetPrompt::Parent() const
+{
+    return m_parent && m_parent->isVisible() ? m_parent.data() : nullptr;
+}
+
+WarnAnswer KilnUtil_WidgetPrompt::ReportWarning(const QString &title, const QString &text, WarnMode mode,
+                                                WarnAnswer defaultAnswer)
+{
+    return Ask(QMessageBox::Warning, Parent(), title, text, mode, defaultAnswer);
+}
+
+void KilnUtil_WidgetPrompt::ReportError(const QString &title, const QString &text)
+{
+    Ask(QMessageBox::Critical, Parent(), title, text, WarnMode::Ok, WarnAnswer::None);
+}
+
+WarnAnswer KilnUtil_WidgetPrompt::AskQuestion(const QString &title, const QString &text, WarnMode mode,
+                                              WarnAnswer defaultAnswer)
+{
+    return Ask(QMessageBox::Question, Parent(), title, text, mode, defaultAnswer);
+}
+
+std::optional<QString> KilnUtil_WidgetPrompt::ChooseFromList(const QString &title, const QString &label,
+                                                             const QStringList &items,
+                                                             const QString &preselected)
+{
+    QInputDialog dialog{Parent()};
+    dialog.setWindowTitle(title);
+    dialog.setLabelText(label);
+    dialog.setOption(QInputDialog::UseListViewForComboBoxItems);
+    dialog.setComboBoxItems(items);
+    dialog.setTextValue(preselected);
+    if (dialog.exec() != QDialog::Accepted)
+        return std::nullopt;
+    return dialog.textValue();
+}
+
+QString KilnUtil_WidgetPrompt::AskOpenFileName(const QString &title, const QString &directory,
+                                               const QString &filter)
+{
+    return QFileDialog::getOpenFileName(Parent(), title, directory, filter);
+}
+
+QString KilnUtil_WidgetPrompt::AskSaveFileName(const QString &title, const QString &directory,
+                                               const QString &filter)
+{
+    return QFileDialog::getSaveFileName(Parent(), title, directory, filter);
+}

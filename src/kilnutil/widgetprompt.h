@@ -1,0 +1,29 @@
+#pragma once
+
+#include "kilnutil/userprompt.h"
+
+#include <QPointer>
+#include <QWidget>
+
+/// Asks with boxes and dialogs of the desktop.
+class KilnUtil_WidgetPrompt final : public KilnUtil_UserPrompt
+{
+public:
+    /// The parent of every box, while it is visible; may be nullptr.
+    void SetParentWidget(QWidget *parent) { m_parent = parent; }
+
+    WarnAnswer ReportWarning(const QString &title, const QString &text, WarnMode mode,
+                             WarnAnswer defaultAnswer) override;
+    void ReportError(const QString &title, const QString &text) override;
+    WarnAnswer AskQuestion(const QString &title, const QString &text, WarnMode mode,
+                           WarnAnswer defaultAnswer) override;
+    std::optional<QString> ChooseFromList(const QString &title, const QString &label,
+                                          const QStringList &items, const QString &preselected) override;
+    QString AskOpenFileName(const QString &title, const QString &directory, const QString &filter) override;
+    QString AskSaveFileName(const QString &title, const QString &directory, const QString &filter) override;
+
+private:
+    [[nodiscard]] QWidget *Parent() const;
+
+    QPointer<QWidget> m_parent;
+};
