@@ -23,6 +23,7 @@ private Q_SLOTS:
     void TemplatesStandAsThePromptsNeedThem_data();
     void TemplatesStandAsThePromptsNeedThem();
     void GaussianAndGaussianWStandAlone();
+    void ProgramsWithoutExeAreFound();
     void AutomaticChoiceFollowsTheOrder();
 
 private:
@@ -145,15 +146,20 @@ void TestDefaultJobTypes::GaussianAndGaussianWStandAlone()
     Taskmill_JobTypeList list{m_store};
     Taskmill_AddDefaultGaussian(list);
     QCOMPARE(list.Names(), QStringList{u"GaussianW"_s});
-#ifndef Q_OS_WIN
-    list.RemoveAll();
+}
+
+void TestDefaultJobTypes::ProgramsWithoutExeAreFound()
+{
+    if (QSysInfo::kernelType() == "winnt"_L1)
+        QSKIP("programs end with .exe here");
+    Taskmill_JobTypeList list{m_store};
     WriteTestFile(InGauss(u"g16"_s), {});
+    WriteTestFile(InApp(u"gmmx"_s), {});
     WriteTestFile(InGauss(u"formchk"_s), {});
     list.AddDefaults();
-    QCOMPARE(list.Names(), (QStringList{u"Gaussian"_s, u"GaussianW"_s, u"Formchk"_s}));
+    QCOMPARE(list.Names(), (QStringList{u"Gaussian"_s, u"GMMX"_s, u"Formchk"_s}));
     QCOMPARE(list.GetAll().first().ApplicationName, u"g16"_s);
     QCOMPARE(list.GetAll().last().ExecutablePath, InGauss(u"formchk"_s));
-#endif
 }
 
 void TestDefaultJobTypes::AutomaticChoiceFollowsTheOrder()

@@ -1,6 +1,7 @@
 #include "kilnutil/filesys.h"
 #include "kilnutil/stringutil.h"
 
+#include <QDir>
 #include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -63,11 +64,7 @@ void TestStringUtil::HardNamesSurviveTheCommandLine_data()
 void TestStringUtil::HardNamesSurviveTheCommandLine()
 {
     QFETCH(const QString, name);
-#ifdef Q_OS_WIN
-    const QString expected = QString{name}.replace(u'/', u'\\');
-#else
-    const QString &expected = name;
-#endif
+    const QString expected = QDir::toNativeSeparators(name);
     const QString converted = KilnUtil_FileSys::ConvertFilename(name, true, false);
     const QStringList expectedList{u"-f"_s, expected, u"last"_s};
     QCOMPARE(KilnUtil_String::MakeStringList("-f "_L1 + converted + " last"_L1, true), expectedList);
