@@ -3,7 +3,7 @@
 #include "kilnutil/platform.h"
 
 #include <QSocketNotifier>
-#include <QtEnvironmentVariables>
+#include <QtGlobal>
 
 #include <array>
 #include <csignal>

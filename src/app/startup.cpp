@@ -5,6 +5,7 @@
 #include "app/platform.h"
 #include "app/startoptions.h"
 #include "kilnutil/computerdata.h"
+#include "kilnutil/error.h"
 #include "kilnutil/filesys.h"
 #include "kilnutil/outputwindow.h"
 #include "kilnutil/platform.h"

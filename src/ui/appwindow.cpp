@@ -3,6 +3,7 @@
 #include "jobs/processinspector.h"
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
+#include "kilnutil/error.h"
 #include "kilnutil/registry.h"
 #include "service/consoleprompt.h"
 #include "service/version.h"
@@ -151,10 +152,10 @@ QByteArray Taskmill_AppWindow::HandleRequest(const Taskmill_RequestMessage &requ
     const Taskmill_SubmitResult result = m_submitter.Submit(request);
     if (result.JobIDs.isEmpty()) {
         qInfo("Request refused: %ls", qUtf16Printable(result.Refusal));
-        return Taskmill_RefusedReply + result.Refusal.toUtf8() + '\n';
+        return Taskmill_RefusedReply.toByteArray() + result.Refusal.toUtf8() + '\n';
     }
     QByteArrayList numbers;
     for (const int jobID : result.JobIDs)
         numbers += QByteArray::number(jobID);
-    return Taskmill_AcceptedReply + numbers.join(' ') + '\n';
+    return Taskmill_AcceptedReply.toByteArray() + numbers.join(' ') + '\n';
 }
