@@ -235,7 +235,7 @@ QByteArray ScriptPath(int processID, const QByteArray &comm, const QList<QByteAr
     for (qsizetype i = 1; i <= 2 && i < arguments.size(); ++i) {
         if (FileName(arguments[i]).first(std::min(longestComm, FileName(arguments[i]).size())) != comm)
             continue;
-        const QByteArray path = AbsolutePath(processID, arguments[i]);
+        QByteArray path = AbsolutePath(processID, arguments[i]);
         if (IsRegularFile(path))
             return path;
     }
