@@ -5,18 +5,29 @@
 #include <QString>
 
 class QSqlDriver;
+class QSqlError;
 class QSqlTableModel;
 
-/// Base of a database object: one connection, opened on demand, its transactions, and whether it holds changes that
-/// its file does not have.
+/// The text with every single quote doubled, to stand between single quotes in a statement.
+[[nodiscard]] QString KilnUtil_SQLEscape(const QString &text);
+
+/// Base of a database object: one connection, opened on demand, its transactions, and whether it holds
+/// changes that its file does not have.
 class KilnUtil_Database_Foundation : public QObject
 {
     Q_OBJECT
 
 public:
-    enum DatabaseTypeEnum { SQLiteMemory = 0, SQLiteFile = 1, MySQL = 2, PostgreSQL = 3 };
+    enum DatabaseTypeEnum
+    {
+        SQLiteMemory = 0,
+        SQLiteFile = 1,
+        MySQL = 2,
+        PostgreSQL = 3
+    };
 
-    /// Makes no connection yet. `description` is the text such as "Connection to SQLite memory database:  <no name>".
+    /// Makes no connection yet. `description` is the text such as "Connection to SQLite memory database:  <no
+    /// name>".
     KilnUtil_Database_Foundation(DatabaseTypeEnum kind, const QString &name, const QString &driverName,
                                  const QString &host, const QString &userName, const QString &password,
                                  const QString &description, const QString &objectName);
@@ -39,18 +50,21 @@ public:
     [[nodiscard]] bool HasUnsavedChanges() const;
     void MarkUnchanged();
 
-    /// Makes sure the connection is open; creates no tables. False when the driver is missing or the open fails.
+    /// Makes sure the connection is open; creates no tables. False when the driver is missing or the open
+    /// fails.
     bool Open();
     [[nodiscard]] bool IsOpen() const;
-    /// Closes the connection and forgets it; a later Open() makes a new one.
-    void Close();
+    /// Closes the connection and forgets it; a later Open() makes a new one. All queries and models on the
+    /// connection must be gone.
+    virtual void Close();
 
     /// Begins a transaction, or joins the one that an earlier failure left open on an SQLite connection.
     bool BeginTransaction();
-    /// Ends the transaction; a failed commit is rolled back.
+    /// Ends the transaction and counts as a change, even of nothing; a failed commit is rolled back.
     bool Commit();
     void Rollback();
 
+    /// Text of the last error of the connection or of a statement run on it.
     [[nodiscard]] QString LastErrorMessage() const;
     /// The connection's driver; nullptr while it was never opened.
     [[nodiscard]] QSqlDriver *Driver() const;
@@ -67,13 +81,27 @@ Q_SIGNALS:
     void StateChangedSignal();
 
 protected:
-    [[nodiscard]] QSqlDatabase &Connection();
+    /// While it lives, Commit() does not count as a change: creating, upgrading and loading are none.
+    class UntrackedScope
+    {
+    public:
+        explicit UntrackedScope(KilnUtil_Database_Foundation &database);
+        ~UntrackedScope();
+        Q_DISABLE_COPY_MOVE(UntrackedScope)
+
+    private:
+        KilnUtil_Database_Foundation &m_database;
+        bool m_before;
+    };
+
     [[nodiscard]] const QSqlDatabase &Connection() const;
-    /// While set, Commit() does not count as a change: creating, upgrading and loading are none.
-    void SetTracksChanges(bool tracks);
-    [[nodiscard]] bool TracksChanges() const;
+    /// Runs one statement that returns no rows; on failure keeps the error for LastErrorMessage().
+    bool Execute(const QString &statement);
+    void SetLastError(const QSqlError &error);
 
 private:
+    void SetHasUnsavedChanges(bool hasUnsavedChanges);
+
     DatabaseTypeEnum m_kind;
     QString m_name;
     QString m_driverName;
@@ -84,6 +112,7 @@ private:
     QString m_filePath;
     QString m_connectionName; ///< unique for each connection that was ever opened
     QSqlDatabase m_connection;
+    QString m_lastErrorMessage;
     bool m_hasUnsavedChanges = false;
     bool m_tracksChanges = true;
 };

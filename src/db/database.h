@@ -1,0 +1,114 @@
+#pragma once
+
+#include "jobs/jobrecord.h"
+#include "kilnutil/database_foundation.h"
+
+#include <optional>
+
+class QSqlRecord;
+enum class Taskmill_Table;
+
+/// The job database: its tables, and the records of job types, queues, jobs and general values. Every write
+/// is one transaction. Operations report failure by their result alone, apart from the warning that a table
+/// cannot be created. Insertions open the connection and create missing tables; the other operations need
+/// neither.
+class Taskmill_Database final : public KilnUtil_Database_Foundation
+{
+    Q_OBJECT
+
+public:
+    using KilnUtil_Database_Foundation::KilnUtil_Database_Foundation;
+    ~Taskmill_Database() override;
+    Q_DISABLE_COPY_MOVE(Taskmill_Database)
+
+    void Close() override;
+
+    bool InitializeTables() override;
+    /// Creates the tables that are missing. A failure leaves what was created so far in an open transaction;
+    /// a later call goes on from there. The connection must be open.
+    bool CreateTables() override;
+    /// Adds the columns that earlier versions did not have. False before CreateTables() or LoadFromFile().
+    bool UpgradeTables() override;
+
+    /// Each returns the table's name, also when the table was there already; an empty text on failure, which
+    /// is reported to the user.
+    QString CreateGeneralDataTable();
+    QString CreateJobTypesTable();
+    QString CreateQueuesTable();
+    QString CreateLongJobsQueueTable();
+    QString CreateShortJobsQueueTable();
+    QString CreateQueuelessJobsTable();
+    QString CreateRunningJobsTable();
+    QString CreateFinishedJobsTable();
+    QString CreateJobsTable();
+
+    /// Writes the whole in-memory database to the file, replacing it wholly or not at all. False for any
+    /// other kind.
+    bool SaveToFile(const QString &fileName);
+    /// Replaces the whole in-memory database by the file's and upgrades it; on failure the content stays as
+    /// it was. No query or model may be active on the connection. Neither sets FilePath() nor counts as a
+    /// change.
+    bool LoadFromFile(const QString &fileName);
+
+    /// outID, here and below, receives the row's key when it is given: the new one, or that of the row of the
+    /// same name which makes an insertion without forceNew do nothing.
+    bool InsertGeneralData(const QString &name, const QString &dataStr, bool forceNew,
+                           qint32 *outID = nullptr);
+    /// 1 for success, 0 for failure. Neither text may hold a single quote: it makes the update of a row that
+    /// is there already fail unnoticed.
+    int SetGeneralData(const QString &name, const QString &dataStr);
+    /// False, with outDataStr untouched, when there is no such name.
+    bool GetGeneralData(const QString &name, QString &outDataStr);
+
+    bool InsertJobType(const Taskmill_JobType &jobType, bool forceNew, qint32 *outID = nullptr);
+    /// A text with a single quote leaves the row as it was, and the result still says success.
+    bool UpdateJobType(qint32 jobTypeID, const Taskmill_JobType &jobType);
+    /// Job rows of that type stay.
+    bool DeleteJobType(qint32 jobTypeID);
+    /// An empty record when there is no such key.
+    [[nodiscard]] Taskmill_JobType GetJobType(qint32 jobTypeID);
+    [[nodiscard]] QList<Taskmill_JobType> GetJobTypes();
+
+    bool InsertLongJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID = nullptr);
+    bool InsertShortJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID = nullptr);
+    bool InsertQueuelessJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID = nullptr);
+    bool InsertFinishedJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID = nullptr);
+
+    /// By job number, not by the table's own key; a number that is not there succeeds.
+    bool DeleteLongJob(qint32 jobID);
+    bool DeleteShortJob(qint32 jobID);
+    bool DeleteQueuelessJob(qint32 jobID);
+    bool DeleteFinishedJob(qint32 jobID);
+
+    /// All rows in table order. A row whose job type was deleted gets a type without a name, made of what the
+    /// row itself tells.
+    [[nodiscard]] QList<Taskmill_JobRecord> GetLongJobs();
+    [[nodiscard]] QList<Taskmill_JobRecord> GetShortJobs();
+    [[nodiscard]] QList<Taskmill_JobRecord> GetQueuelessJobs();
+    [[nodiscard]] QList<Taskmill_JobRecord> GetFinishedJobs();
+    /// The largest job number of the four job tables; -1 when they hold none.
+    [[nodiscard]] qint32 LargestJobID();
+
+    /// A queue whose name exists is not inserted again.
+    bool InsertQueue(const QString &name, qint32 maxRunningJobs, qint32 *outID = nullptr);
+    /// -1 when unknown, as GetMaxRunningJobs().
+    [[nodiscard]] qint32 GetQueueID(const QString &name);
+    [[nodiscard]] qint32 GetMaxRunningJobs(const QString &name);
+    bool SetMaxRunningJobs(const QString &name, qint32 maxRunningJobs);
+
+private:
+    QString CreateTable(Taskmill_Table table);
+    bool CopyFile(const QString &fileName, bool isSave);
+    bool IsOpenAndReady();
+    bool InsertKeyed(const QString &table, QSqlRecord record, const QString &name, bool forceNew,
+                     qint32 *outID);
+    std::optional<qint64> SelectInteger(const QString &statement);
+    bool ExecuteInTransaction(const QString &statement);
+    bool InsertQueuedJob(Taskmill_Table table, const QString &keyColumn, const Taskmill_JobRecord &job,
+                         bool forceNew, qint32 *outID);
+    bool DeleteJob(Taskmill_Table table, qint32 jobID);
+    QList<Taskmill_JobRecord> GetJobs(Taskmill_Table table, const QString &queueName);
+    qint32 GetQueueValue(const QString &name, const QString &column);
+
+    bool m_tablesReady = false;
+};

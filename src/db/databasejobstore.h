@@ -1,0 +1,15 @@
+#pragma once
+
+#include "jobs/jobstore.h"
+
+/// The job store of the connection manager's current database, whichever that is at each call.
+class Taskmill_DatabaseJobStore final : public Taskmill_JobStore
+{
+public:
+    [[nodiscard]] bool IsOpen() const override;
+    bool InsertJobType(Taskmill_JobType &jobType) override;
+    bool DeleteJobType(qint32 jobTypeID) override;
+    [[nodiscard]] QList<Taskmill_JobType> GetJobTypes() override;
+    [[nodiscard]] int GetMaxRunningJobs(const QString &queueName) override;
+    bool SetMaxRunningJobs(const QString &queueName, int maxRunningJobs) override;
+};
