@@ -136,10 +136,9 @@ private:
     // A process that was killed while saving leaves its file behind.
     static void RemoveLeftovers(const QDir &directory)
     {
-        const QDateTime longAgo = QDateTime::currentDateTime().addSecs(-60 * 60);
-        const auto leftovers =
-            directory.entryInfoList({u".taskmill-*.saving"_s, u".taskmill-*.saving-journal"_s},
-                                    QDir::Files | QDir::Hidden | QDir::NoSymLinks);
+        const QDateTime longAgo = QDateTime::currentDateTime().addSecs(-3600);
+        const auto leftovers = directory.entryInfoList({u".taskmill-*.saving*"_s},
+                                                       QDir::Files | QDir::Hidden | QDir::NoSymLinks);
         for (const QFileInfo &leftover : leftovers) {
             if (leftover.lastModified() < longAgo)
                 QFile::remove(leftover.filePath());

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "db/database.h"
+
+#include <QStringList>
+
+#include <memory>
+
+/// An open database with all its tables: in memory, or in the file when a path is given.
+[[nodiscard]] std::unique_ptr<Taskmill_Database> MakeDatabase(const QString &filePath = {});
+/// The same without a connection.
+[[nodiscard]] std::unique_ptr<Taskmill_Database> MakeClosedDatabase(const QString &filePath = {});
+
+/// A look at a database file past the classes under test.
+class RawDatabase
+{
+public:
+    explicit RawDatabase(const QString &path);
+    ~RawDatabase();
+    Q_DISABLE_COPY_MOVE(RawDatabase)
+
+    /// Runs statements that must succeed.
+    void Execute(const QStringList &statements);
+    /// One text for each row, its columns joined with "|".
+    [[nodiscard]] QStringList Rows(const QString &statement);
+
+private:
+    QSqlDatabase m_connection;
+};
+
+/// What the query gives on the file.
+[[nodiscard]] QStringList RowsOfFile(const QString &path, const QString &statement);
+/// What the query gives on the content of an in-memory database.
+[[nodiscard]] QStringList RowsOf(Taskmill_Database &database, const QString &statement);
+
+[[nodiscard]] Taskmill_JobType SampleJobType(const QString &name);
+/// A finished job of the long queue with every stored field set.
+[[nodiscard]] Taskmill_JobRecord SampleJob(const Taskmill_JobType &jobType, qint32 jobID);
