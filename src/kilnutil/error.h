@@ -13,8 +13,8 @@ public:
                                     WarnAnswer defaultAnswer = WarnAnswer::None);
     static void ReportError(const QString &title, const QString &text);
 
-    /// The caller keeps the ownership and takes the prompt back (nullptr) before it is destroyed. Without a prompt
-    /// every report goes to the debug log and every question is answered as "cancelled".
+    /// The caller keeps the ownership and takes the prompt back (nullptr) before it is destroyed. Without a
+    /// prompt every report goes to the debug log and every question is answered as "cancelled".
     static void SetUserPrompt(KilnUtil_UserPrompt *prompt);
     static KilnUtil_UserPrompt &UserPrompt();
 };

@@ -3,17 +3,29 @@
 #include "db/database.h"
 #include "db/databasemanager.h"
 #include "jobs/jobtypelist.h"
+#include "jobs/runmode.h"
+#include "kilnutil/error.h"
 #include "kilnutil/idmanager.h"
 #include "kilnutil/registry.h"
 #include "service/finishedjobs.h"
 #include "service/projectdatabase.h"
 #include "service/queueowner.h"
+#include "service/recentprojects.h"
+#include "service/version.h"
 
+#include <QDir>
 #include <QFileInfo>
+
+#include <array>
 
 using namespace Qt::Literals::StringLiterals;
 
+const char *const Taskmill_ProjectFileFilter = "Taskmill Project Files (*.mill)";
+
 namespace {
+using WarnMode = KilnUtil_Error::WarnMode;
+using WarnAnswer = KilnUtil_Error::WarnAnswer;
+
 Taskmill_Database *CurrentDatabase()
 {
     return Taskmill_Database_Manager::Global().CurrentDatabase();
@@ -23,6 +35,43 @@ Taskmill_Database *NewMemoryDatabase(bool create)
 {
     return Taskmill_Database_Manager::Global().Database(KilnUtil_Database_Foundation::SQLiteMemory, {},
                                                         create);
+}
+
+std::array<Taskmill_JobQueue *, 2> LimitedQueues(const Taskmill_JobTabs &tabs)
+{
+    return {&tabs.LongJobs.Jobs(), &tabs.ShortJobs.Jobs()};
+}
+
+/// Why the file cannot be opened as a project, with %1 for its path; empty when nothing stands against it.
+QString ProblemOf(const QString &path)
+{
+    const QFileInfo file{path};
+    if (!file.exists())
+        return u"The specified file does not exist:\n\n%1"_s;
+    if (!file.isReadable())
+        return u"The specified file is not readable:\n\n%1"_s;
+    // A console has nobody at hand to choose another file, and can work on without saving.
+    if (Taskmill_IsGuiMode() && !file.isWritable())
+        return u"The specified file is not writable:\n\n%1"_s;
+    if (!file.isFile())
+        return u"The specified file is not a Taskmill project:\n\n%1"_s;
+
+    Taskmill_Database database{
+        KilnUtil_Database_Foundation::SQLiteFile, path, u"QSQLITE"_s, {}, {}, {}, {}, {}};
+    QString version;
+    if (database.Open() && database.GetGeneralData(u"Version"_s, version)) {
+        return Taskmill_IsProject(database)
+                   ? QString{}
+                   : u"The specified file is a Taskmill project of another version:\n\n%1"_s;
+    }
+    const QString reason = database.LastErrorMessage();
+    return u"The specified file is not a Taskmill project or is in use by another program:\n\n%1"_s +
+           (reason.trimmed().isEmpty() ? QString{} : u"\n\n"_s + reason);
+}
+
+void RememberDirectory(const QString &path)
+{
+    KilnUtil_Registry::SetValue(u"/Files/Last_Directory_Path"_s, QFileInfo{path}.absolutePath());
 }
 } // namespace
 
@@ -55,17 +104,29 @@ bool Taskmill_Project::OpenProject(const QString &path)
 {
     if (path.isEmpty())
         return false;
-    CloseProject();
-    RememberDirectory(path);
+    const QString title = u"Opening a Taskmill Project File"_s;
     const QString absolutePath = QFileInfo{path}.absoluteFilePath();
+    if (const QString problem = ProblemOf(absolutePath); !problem.isEmpty()) {
+        KilnUtil_Error::ReportWarning(title, problem.arg(path));
+        return false;
+    }
+    if (AskToSave() == SaveAnswer::Cancel)
+        return false;
+
+    CloseProject();
+    RememberDirectory(absolutePath);
     Taskmill_Database *database = OpenDatabaseOfFile(absolutePath);
     if (!database || !Taskmill_IsProject(*database)) {
         Taskmill_Database_Manager::Global().CloseAll();
+        KilnUtil_Error::ReportWarning(title, u"The specified file cannot be read:\n\n%1"_s.arg(path));
+        Q_EMIT StateChangedSignal();
         return false;
     }
     m_jobNumbers = KilnUtil_IDManager{Taskmill_LastJobID(*database), 1};
     ReloadTabs(*database);
     database->MarkUnchanged();
+    Taskmill_AddToRecentProjects(absolutePath);
+    Q_EMIT StateChangedSignal();
     return true;
 }
 
@@ -78,29 +139,129 @@ bool Taskmill_Project::NewProject()
         return false;
     }
     m_jobNumbers = KilnUtil_IDManager{0, 1};
-    for (Taskmill_JobQueue *queue : {static_cast<Taskmill_JobQueue *>(&m_tabs.LongJobs.Jobs()),
-                                     static_cast<Taskmill_JobQueue *>(&m_tabs.ShortJobs.Jobs())}) {
+    for (Taskmill_JobQueue *queue : LimitedQueues(m_tabs)) {
         queue->SetMaxRunningJobs(1);
         queue->SetPaused(false);
     }
+    Follow(*database);
     database->MarkUnchanged();
+    Q_EMIT StateChangedSignal();
     return true;
+}
+
+QString Taskmill_Project::ProjectFileName(const QString &name)
+{
+    QString file = name.trimmed();
+    if (!file.isEmpty() && !file.endsWith(".mill"_L1, Qt::CaseInsensitive))
+        file += u".mill"_s;
+    return file;
+}
+
+QString Taskmill_Project::AskForProjectFile() const
+{
+    const QString answer = KilnUtil_Error::UserPrompt().AskSaveFileName(
+        u"Specify a Taskmill Project File"_s, QDir::currentPath(),
+        QString::fromLatin1(Taskmill_ProjectFileFilter));
+    QString file = ProjectFileName(answer);
+    // The dialog has asked about overwriting the name as it was typed only.
+    if (file == answer.trimmed() || !QFileInfo::exists(file))
+        return file;
+    const WarnAnswer overwrite = KilnUtil_Error::UserPrompt().AskQuestion(
+        u"Specify a Taskmill Project File"_s,
+        u"%1 already exists.\nDo you want to replace it?"_s.arg(QDir::toNativeSeparators(file)),
+        WarnMode::YesNo, WarnAnswer::No);
+    return overwrite == WarnAnswer::Yes ? file : QString{};
 }
 
 bool Taskmill_Project::SaveProject()
 {
-    Taskmill_Database *database = CurrentDatabase();
-    const QString path = FilePath();
-    if (!database || path.isEmpty() || !database->SaveToFile(path))
+    if (!IsOpen())
         return false;
-    Taskmill_Database_Manager::Global().CloseAll();
-    RememberDirectory(path);
-    database = OpenDatabaseOfFile(path);
-    if (!database) {
-        Taskmill_Database_Manager::Global().CloseAll();
+    const QString path = FilePath().isEmpty() ? AskForProjectFile() : FilePath();
+    return !path.isEmpty() && SaveProjectAs(path);
+}
+
+bool Taskmill_Project::SaveProjectAs(const QString &path)
+{
+    Taskmill_Database *database = CurrentDatabase();
+    const QString absolutePath = QFileInfo{path}.absoluteFilePath();
+    if (!database || !database->SaveToFile(absolutePath)) {
+        KilnUtil_Error::ReportError(
+            u"Saving a Taskmill Project File"_s,
+            u"The project could not be written to the following file, which is as it was before:\n\n%1"_s.arg(
+                absolutePath));
         return false;
     }
+    Taskmill_Database_Manager::Global().CloseAll();
+    RememberDirectory(absolutePath);
+    if (!OpenDatabaseOfFile(absolutePath)) {
+        Taskmill_Database_Manager::Global().CloseAll();
+        KilnUtil_Error::ReportError(
+            u"Saving a Taskmill Project File"_s,
+            u"The file was written but cannot be read again:\n\n%1"_s.arg(absolutePath));
+        Q_EMIT StateChangedSignal();
+        return false;
+    }
+    Taskmill_AddToRecentProjects(absolutePath);
+    Q_EMIT StateChangedSignal();
     return true;
+}
+
+std::optional<Taskmill_Project::SaveQuestion> Taskmill_Project::QuestionBeforeClosing() const
+{
+    const Taskmill_Database *database = CurrentDatabase();
+    if (!database || !database->HasUnsavedChanges())
+        return std::nullopt;
+    const QString changesTitle = u"Save Changes to Current Project?"_s;
+    const QString changesConsoleText =
+        u"\n<Taskmill> Save Changes Made to Current Project Before Closing it?  "_s;
+    if (!database->FilePath().isEmpty()) {
+        return SaveQuestion{
+            .title = changesTitle,
+            .text = u"Would you like to save changes to the current Taskmill project before closing it?\n\n"
+                    "If you choose No, the changes to the database will be lost."_s,
+            .consoleText = changesConsoleText};
+    }
+    if (!database->Title().isEmpty()) {
+        return SaveQuestion{
+            .title = changesTitle,
+            .text =
+                u"Would you like to save changes made to the current Taskmill project before closing it?\n\n"
+                "If you choose No, the changes made to the project since the last save will be lost."_s,
+            .consoleText = changesConsoleText};
+    }
+    return SaveQuestion{
+        .title = u"Save Current Project?"_s,
+        .text = u"Would you like to save the current Taskmill project to a file before closing it?\n\n"
+                "If you choose No, the project will be lost."_s,
+        .consoleText = u"\n<Taskmill> Save Current Project to a File Before Closing it?  "_s};
+}
+
+Taskmill_Project::SaveAnswer Taskmill_Project::AskToSave()
+{
+    const auto question = QuestionBeforeClosing();
+    if (!question)
+        return SaveAnswer::GoOn;
+    switch (KilnUtil_Error::UserPrompt().AskQuestion(question->title, question->text, WarnMode::YesNoCancel,
+                                                     WarnAnswer::Yes)) {
+    case WarnAnswer::Yes:
+        return SaveProject() ? SaveAnswer::Saved : SaveAnswer::Cancel;
+    case WarnAnswer::No:
+        return SaveAnswer::GoOn;
+    case WarnAnswer::None:
+    case WarnAnswer::Cancel:
+        break;
+    }
+    return SaveAnswer::Cancel;
+}
+
+QString Taskmill_Project::WindowTitle() const
+{
+    const Taskmill_Database *database = CurrentDatabase();
+    QString state = database ? database->Title() : QString{};
+    if (state.isEmpty())
+        state = HasUnsavedChanges() ? u"Unsaved Project"_s : u"New Project"_s;
+    return Taskmill_VersionText() + u", "_s + state;
 }
 
 void Taskmill_Project::CloseProject()
@@ -123,7 +284,14 @@ Taskmill_Database *Taskmill_Project::OpenDatabaseOfFile(const QString &path)
         return nullptr;
     database->SetFilePath(path);
     database->MarkUnchanged();
+    Follow(*database);
     return database;
+}
+
+void Taskmill_Project::Follow(Taskmill_Database &database)
+{
+    connect(&database, &KilnUtil_Database_Foundation::StateChangedSignal, this,
+            &Taskmill_Project::StateChangedSignal);
 }
 
 void Taskmill_Project::ReloadTabs(Taskmill_Database &database)
@@ -139,14 +307,8 @@ void Taskmill_Project::ReloadTabs(Taskmill_Database &database)
 
 void Taskmill_Project::ReloadLimits(Taskmill_Database &database)
 {
-    for (Taskmill_JobQueue *queue : {static_cast<Taskmill_JobQueue *>(&m_tabs.LongJobs.Jobs()),
-                                     static_cast<Taskmill_JobQueue *>(&m_tabs.ShortJobs.Jobs())}) {
+    for (Taskmill_JobQueue *queue : LimitedQueues(m_tabs)) {
         const int stored = database.GetMaxRunningJobs(queue->Name());
         queue->SetMaxRunningJobs(stored >= 1 ? stored : 1);
     }
-}
-
-void Taskmill_Project::RememberDirectory(const QString &path)
-{
-    KilnUtil_Registry::SetValue(u"/Files/Last_Directory_Path"_s, QFileInfo{path}.absolutePath());
 }

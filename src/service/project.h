@@ -5,9 +5,14 @@
 #include <QObject>
 #include <QString>
 
+#include <optional>
+
 class KilnUtil_IDManager;
 class Taskmill_Database;
 class Taskmill_JobTypeList;
+
+/// The file filter of dialogs for project files.
+extern const char *const Taskmill_ProjectFileFilter;
 
 /// The one project that the manager has open: a database in memory, saved to and loaded from a ".mill" file.
 class Taskmill_Project : public QObject
@@ -29,17 +34,49 @@ public:
     [[nodiscard]] bool OpenProject(const QString &path);
     /// Replaces the current project by an empty one with the default job types, whose queues run.
     [[nodiscard]] bool NewProject();
-    /// Writes the project to its file. False when it has none or the file could not be written, which then is
-    /// as it was before.
-    [[nodiscard]] bool SaveProject();
+    /// Writes the project to its file; one that was never saved asks for a name first. False when there is no
+    /// name or the file could not be written, which is reported; the file and the project are then as they
+    /// were before.
+    bool SaveProject();
+    /// Writes the project to the file of that name, which becomes its own.
+    bool SaveProjectAs(const QString &path);
+    /// The trimmed name with ".mill" at its end; empty for an empty one.
+    [[nodiscard]] static QString ProjectFileName(const QString &name);
+
+    /// The question to be asked before an unsaved project is closed.
+    struct SaveQuestion
+    {
+        QString title;
+        QString text;
+        QString consoleText; ///< with the prompt before it
+    };
+    /// Nothing when there is nothing to save.
+    [[nodiscard]] std::optional<SaveQuestion> QuestionBeforeClosing() const;
+    enum class SaveAnswer
+    {
+        Saved = 0,
+        GoOn = 1,
+        Cancel = 2
+    };
+    /// Asks that question through the prompt in force and saves when the user wants it.
+    [[nodiscard]] SaveAnswer AskToSave();
+
+    /// The version of the program and the project's name or state.
+    [[nodiscard]] QString WindowTitle() const;
+
     /// Ends all jobs, empties the lists and closes the database.
     void CloseProject();
+
+Q_SIGNALS:
+    /// Another project, another name, or the unsaved changes are others.
+    void StateChangedSignal();
 
 private:
     void ReloadTabs(Taskmill_Database &database);
     void ReloadLimits(Taskmill_Database &database);
-    [[nodiscard]] static Taskmill_Database *OpenDatabaseOfFile(const QString &path);
-    static void RememberDirectory(const QString &path);
+    [[nodiscard]] Taskmill_Database *OpenDatabaseOfFile(const QString &path);
+    void Follow(Taskmill_Database &database);
+    [[nodiscard]] QString AskForProjectFile() const;
 
     Taskmill_JobTypeList &m_jobTypes;
     KilnUtil_IDManager &m_jobNumbers;

@@ -2,12 +2,22 @@
 
 #include "db/database.h"
 #include "db/databasemanager.h"
+#include "kilnutil/error.h"
 #include "service/finishedjobs.h"
 
 #include <QScopedValueRollback>
 #include <QTimer>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+using WarnMode = KilnUtil_Error::WarnMode;
+using WarnAnswer = KilnUtil_Error::WarnAnswer;
+
+constexpr qsizetype mostNamesListed = 10;
+} // namespace
 
 Taskmill_QueueOwner::Taskmill_QueueOwner(Taskmill_FinishedJobs &finishedJobs, const DatabaseTable &table)
     : m_finishedJobs{finishedJobs}
@@ -49,7 +59,7 @@ void Taskmill_QueueOwner::Stop()
 void Taskmill_QueueOwner::CollectFinished()
 {
     // Removing a job makes the queue tell of its change again.
-    if (m_collecting)
+    if (m_collecting || m_removing)
         return;
     bool oneIsLeft = false;
     {
@@ -59,6 +69,88 @@ void Taskmill_QueueOwner::CollectFinished()
     if (oneIsLeft)
         QTimer::singleShot(0, this, &Taskmill_QueueOwner::CollectFinished);
     Q_EMIT JobsChangedSignal();
+}
+
+bool Taskmill_QueueOwner::RemoveSelectedJobs(const QList<int> &jobIDs)
+{
+    const Question question = RemovalQuestion(jobIDs);
+    if (question.text.isEmpty() ||
+        KilnUtil_Error::UserPrompt().AskQuestion(question.title, question.text, WarnMode::YesNo,
+                                                 WarnAnswer::None) != WarnAnswer::Yes)
+        return false;
+
+    QList<int> remaining = jobIDs;
+    // Asked again: a waiting job may have started while the question stood.
+    if (AnyRunning(jobIDs)) {
+        const Question warning = RunningJobsWarning();
+        const WarnAnswer answer =
+            KilnUtil_Error::ReportWarning(warning.title, warning.text, WarnMode::YesNoCancel);
+        if (answer == WarnAnswer::Cancel)
+            return false;
+        if (answer == WarnAnswer::No)
+            remaining = WithoutRunning(jobIDs);
+    }
+    RemoveNow(remaining);
+    return true;
+}
+
+bool Taskmill_QueueOwner::RemoveJob(int jobID)
+{
+    return Jobs().FindByJobID(jobID) && RemoveSelectedJobs({jobID});
+}
+
+Taskmill_QueueOwner::Question Taskmill_QueueOwner::RemovalQuestion(const QList<int> &jobIDs)
+{
+    QStringList names;
+    if (jobIDs.isEmpty() || !Jobs().NamesOf(jobIDs, names))
+        return {};
+    QString list = names.first(qMin(names.size(), mostNamesListed)).join(u'\n');
+    if (names.size() > mostNamesListed)
+        list += u"\n... %1 more ..."_s.arg(names.size() - mostNamesListed);
+    return {.title = u"Remove Selected Jobs from "_s + ListName(),
+            .text = u"Are you sure you want to remove the following %1 selected jobs from the %2?\n\n"_s.arg(
+                        QString::number(names.size()), ListName()) +
+                    list};
+}
+
+Taskmill_QueueOwner::Question Taskmill_QueueOwner::RunningJobsWarning()
+{
+    return {
+        .title = u"Removal of Selected Running Jobs"_s,
+        .text =
+            u"At least one Job selected for removal is currently running.  Removal of a Job that is running "
+            "requires that it be Killed.\n\nRemove selected jobs that are currently running?"_s};
+}
+
+bool Taskmill_QueueOwner::AnyRunning(const QList<int> &jobIDs)
+{
+    return WithoutRunning(jobIDs).size() < jobIDs.size();
+}
+
+QList<int> Taskmill_QueueOwner::WithoutRunning(const QList<int> &jobIDs)
+{
+    QList<int> others = jobIDs;
+    others.removeIf([this](int jobID) {
+        const Taskmill_Job *job = Jobs().FindByJobID(jobID);
+        return job && job->Status() == Taskmill_JobStatus::Running;
+    });
+    return others;
+}
+
+void Taskmill_QueueOwner::RemoveNow(QList<int> jobIDs)
+{
+    if (Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase()) {
+        for (const int jobID : jobIDs)
+            (database->*m_table.remove)(jobID);
+    }
+    std::ranges::sort(jobIDs);
+    {
+        const QScopedValueRollback removing{m_removing, true};
+        for (auto jobID = jobIDs.crbegin(); jobID != jobIDs.crend(); ++jobID)
+            Jobs().RemoveByJobID(*jobID);
+    }
+    // A job that has ended meanwhile would stay in the list.
+    CollectFinished();
 }
 
 bool Taskmill_QueueOwner::CollectOnePass()
@@ -90,6 +182,11 @@ Taskmill_LongJobsOwner::Taskmill_LongJobsOwner(Taskmill_JobStore &store, Taskmil
             &Taskmill_LongJobsOwner::QueueUpdatedSlot);
 }
 
+QString Taskmill_LongJobsOwner::ListName() const
+{
+    return u"Long Jobs Queue"_s;
+}
+
 void Taskmill_LongJobsOwner::QueueUpdatedSlot()
 {
     CollectFinished();
@@ -111,6 +208,11 @@ Taskmill_ShortJobsOwner::Taskmill_ShortJobsOwner(Taskmill_JobStore &store,
             &Taskmill_ShortJobsOwner::QueueUpdatedSlot);
 }
 
+QString Taskmill_ShortJobsOwner::ListName() const
+{
+    return u"Short Jobs Queue"_s;
+}
+
 void Taskmill_ShortJobsOwner::QueueUpdatedSlot()
 {
     CollectFinished();
@@ -129,6 +231,11 @@ Taskmill_QueuelessJobsOwner::Taskmill_QueuelessJobsOwner(Taskmill_FinishedJobs &
 {
     connect(&m_list, &Taskmill_QueuelessJobsList::ListUpdatedSignal, this,
             &Taskmill_QueuelessJobsOwner::ListUpdatedSlot);
+}
+
+QString Taskmill_QueuelessJobsOwner::ListName() const
+{
+    return u"Queueless Jobs List"_s;
 }
 
 void Taskmill_QueuelessJobsOwner::ListUpdatedSlot()

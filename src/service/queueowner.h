@@ -16,6 +16,8 @@ class Taskmill_QueueOwner : public QObject
 
 public:
     [[nodiscard]] virtual Taskmill_JobContainer &Jobs() = 0;
+    /// How the user is told of this queue, such as "Long Jobs Queue".
+    [[nodiscard]] virtual QString ListName() const = 0;
 
     /// Adds the job, which the queue then owns, and records it and its number in the open database.
     void Submit(Taskmill_Job *job);
@@ -25,6 +27,25 @@ public:
     void Clear();
     /// Ends all work of the queue: pauses it and kills what runs.
     void Stop();
+
+    /// Asks, warns of running jobs, and removes the jobs with their rows. False when there are none, one is
+    /// unknown, or the user declines; nothing is removed then.
+    bool RemoveSelectedJobs(const QList<int> &jobIDs);
+    /// RemoveSelectedJobs() of one job.
+    bool RemoveJob(int jobID);
+
+    /// What RemoveSelectedJobs() consists of, for a front end that asks in its own way. The question is empty
+    /// when there are no jobs or one is unknown.
+    struct Question
+    {
+        QString title;
+        QString text;
+    };
+    [[nodiscard]] Question RemovalQuestion(const QList<int> &jobIDs);
+    [[nodiscard]] static Question RunningJobsWarning();
+    [[nodiscard]] bool AnyRunning(const QList<int> &jobIDs);
+    [[nodiscard]] QList<int> WithoutRunning(const QList<int> &jobIDs);
+    void RemoveNow(QList<int> jobIDs);
 
 Q_SIGNALS:
     /// The view of the queue is to be filled anew.
@@ -52,6 +73,7 @@ private:
     Taskmill_FinishedJobs &m_finishedJobs;
     const DatabaseTable m_table;
     bool m_collecting = false;
+    bool m_removing = false; ///< jobs are being removed one by one: nothing is collected meanwhile
 };
 
 class Taskmill_LongJobsOwner : public Taskmill_QueueOwner
@@ -62,6 +84,7 @@ public:
     Taskmill_LongJobsOwner(Taskmill_JobStore &store, Taskmill_FinishedJobs &finishedJobs,
                            Taskmill_ProcessInspector &inspector);
     [[nodiscard]] Taskmill_LongJobsQueue &Jobs() override { return m_queue; }
+    [[nodiscard]] QString ListName() const override;
 
 public Q_SLOTS:
     void QueueUpdatedSlot();
@@ -81,6 +104,7 @@ public:
     Taskmill_ShortJobsOwner(Taskmill_JobStore &store, Taskmill_FinishedJobs &finishedJobs,
                             Taskmill_ProcessInspector &inspector);
     [[nodiscard]] Taskmill_ShortJobsQueue &Jobs() override { return m_queue; }
+    [[nodiscard]] QString ListName() const override;
 
 public Q_SLOTS:
     void QueueUpdatedSlot();
@@ -99,6 +123,7 @@ class Taskmill_QueuelessJobsOwner : public Taskmill_QueueOwner
 public:
     Taskmill_QueuelessJobsOwner(Taskmill_FinishedJobs &finishedJobs, Taskmill_ProcessInspector &inspector);
     [[nodiscard]] Taskmill_QueuelessJobsList &Jobs() override { return m_list; }
+    [[nodiscard]] QString ListName() const override;
 
 public Q_SLOTS:
     void ListUpdatedSlot();

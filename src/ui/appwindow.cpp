@@ -56,12 +56,8 @@ bool Taskmill_AppWindow::Initialise()
         QDir::setCurrent(lastDirectory);
 
     if (!startUpFile.isEmpty()) {
-        if (!m_project.OpenProject(startUpFile)) {
-            KilnUtil_Error::ReportError(
-                u"Opening a Taskmill Project File"_s,
-                u"The specified file is not a Taskmill project:\n\n%1"_s.arg(startUpFile));
+        if (!m_project.OpenProject(startUpFile))
             return false;
-        }
     } else if (!m_project.NewProject()) {
         return false;
     }

@@ -1,0 +1,105 @@
+#include "service/runningjobs.h"
+
+#include "jobs/jobtypelist.h"
+#include "service/listings.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QRegularExpression>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+/// A path as it is compared: a maker's folder is the same with and without the full stop at its end.
+QString Normalised(const QString &path)
+{
+    static const QRegularExpression makersFolder{u"(Kilnworks|Gaussian), Inc\\.?"_s,
+                                                 QRegularExpression::CaseInsensitiveOption};
+    return QDir::cleanPath(QDir::toNativeSeparators(path.trimmed())).replace(makersFolder, u"\\1, Inc."_s);
+}
+
+/// An executable in the two forms in which it is compared; the second is looked up once, and only when it is
+/// needed.
+class ComparedPath
+{
+public:
+    explicit ComparedPath(const QString &path)
+        : m_path{path.trimmed()}
+        , m_normalised{Normalised(path)}
+    {
+    }
+
+    [[nodiscard]] bool IsEmpty() const { return m_path.isEmpty(); }
+
+    [[nodiscard]] bool Matches(const ComparedPath &other) const
+    {
+        if (m_normalised.compare(other.m_normalised, Qt::CaseInsensitive) == 0)
+            return true;
+        const QString canonical = Canonical();
+        return !canonical.isEmpty() && canonical.compare(other.Canonical(), Qt::CaseInsensitive) == 0;
+    }
+
+private:
+    [[nodiscard]] QString Canonical() const
+    {
+        if (!m_canonical)
+            m_canonical = QFileInfo{m_path}.canonicalFilePath().trimmed();
+        return *m_canonical;
+    }
+
+    QString m_path;
+    QString m_normalised;
+    mutable std::optional<QString> m_canonical;
+};
+} // namespace
+
+QList<Taskmill_ProcessRecord> Taskmill_ProcessesOfJobTypes(const QList<Taskmill_ProcessRecord> &processes,
+                                                           const QStringList &jobTypeExecutables)
+{
+    QList<ComparedPath> known;
+    for (const QString &executable : jobTypeExecutables) {
+        if (const ComparedPath path{executable}; !path.IsEmpty())
+            known.append(path);
+    }
+    QList<Taskmill_ProcessRecord> matching;
+    for (const Taskmill_ProcessRecord &process : processes) {
+        const ComparedPath path{process.ExecutablePath};
+        const auto matches = [&path](const ComparedPath &other) {
+            return path.Matches(other);
+        };
+        if (!path.IsEmpty() && std::ranges::any_of(known, matches))
+            matching.append(process);
+    }
+    return matching;
+}
+
+Taskmill_RunningJobs::Taskmill_RunningJobs(Taskmill_ProcessInspector &inspector,
+                                           Taskmill_JobTypeList &jobTypes)
+    : m_inspector{inspector}
+    , m_jobTypes{jobTypes}
+{
+}
+
+void Taskmill_RunningJobs::Refresh()
+{
+    m_processes = m_inspector.ListProcesses();
+    if (!m_onlyKnown)
+        return;
+    QStringList executables;
+    const QList<Taskmill_JobType> jobTypes = m_jobTypes.GetAll();
+    for (const Taskmill_JobType &jobType : jobTypes)
+        executables += jobType.ExecutablePath;
+    m_processes = Taskmill_ProcessesOfJobTypes(m_processes, executables);
+}
+
+QString Taskmill_RunningJobs::ListingText()
+{
+    Refresh();
+    QList<QStringList> rows;
+    for (const Taskmill_ProcessRecord &process : m_processes)
+        rows.append(Taskmill_Listings::ProcessRow(process));
+    return Taskmill_Listings::Text(u"\nRunning Jobs\n"_s, u"\nRunning Jobs List is Empty\n\n"_s,
+                                   Taskmill_Listings::ProcessHeaders(), rows);
+}
