@@ -107,8 +107,11 @@ bool Taskmill_Job::Kill(Taskmill_ProcessInspector &inspector)
 {
     if (m_record.Status != Taskmill_JobStatus::Running || !m_process)
         return false;
-    if (const qint64 processID = m_process->ProcessID(); processID > 0)
+    if (const qint64 processID = m_process->ProcessID(); processID > 0) {
+        // TerminateTree ends the direct children, whose own children would be out of reach afterwards.
+        m_process->KillDescendants();
         inspector.TerminateTree(m_process->Program(), static_cast<int>(processID));
+    }
     m_process->KillSlot();
     return true;
 }

@@ -50,11 +50,13 @@ void Taskmill_JobContainer::TakeOut(Taskmill_Job *job)
 {
     // The end of a killed job must not start another one here, nor collect it a second time.
     disconnect(job, nullptr, this, nullptr);
-    if (job->Kill(m_inspector))
-        m_finishedJobs.AddJob(job->Record());
+    const bool killed = job->Kill(m_inspector);
     m_jobs.removeOne(job);
     m_jobsByID.remove(job->JobID(), job);
     job->deleteLater();
+    // Last: who takes the job may look at the list, and must not find it there, finished, a second time.
+    if (killed)
+        m_finishedJobs.AddJob(job->Record());
 }
 
 void Taskmill_JobContainer::RemoveAt(int index)
@@ -137,14 +139,14 @@ QList<int> Taskmill_JobContainer::JobIDs() const
 
 bool Taskmill_JobContainer::ContainsAll(const QList<int> &jobIDs, bool &anyRunning) const
 {
+    bool all = true;
     anyRunning = false;
     for (const int jobID : jobIDs) {
         const Taskmill_Job *job = FindByJobID(jobID);
-        if (!job)
-            return false;
-        anyRunning = anyRunning || job->Status() == Taskmill_JobStatus::Running;
+        all = all && job;
+        anyRunning = anyRunning || (job && job->Status() == Taskmill_JobStatus::Running);
     }
-    return true;
+    return all;
 }
 
 bool Taskmill_JobContainer::NamesOf(const QList<int> &jobIDs, QStringList &names) const

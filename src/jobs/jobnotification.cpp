@@ -2,6 +2,7 @@
 
 #include "jobs/jobrecord.h"
 
+#include <QDeadlineTimer>
 #include <QHostAddress>
 #include <QStringList>
 #include <QTcpSocket>
@@ -66,7 +67,10 @@ bool Taskmill_SendMessage(const QString &address, int port, const QByteArray &me
     if (!socket.waitForConnected(waitMs))
         return false;
     socket.write(message);
-    while (socket.bytesToWrite() > 0 && socket.waitForBytesWritten(waitMs)) {
+    // One limit for the whole message: a client that takes it byte by byte must not hold up the manager.
+    const QDeadlineTimer deadline{waitMs};
+    while (socket.bytesToWrite() > 0 &&
+           socket.waitForBytesWritten(static_cast<int>(deadline.remainingTime()))) {
     }
     socket.close();
     return true;

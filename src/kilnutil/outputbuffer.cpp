@@ -23,7 +23,7 @@ void KilnUtil_OutputBuffer::AppendToTail(QByteArrayView bytes)
 {
     while (!bytes.isEmpty()) {
         if (m_tail.empty() || m_tail.back().size() >= chunkSize)
-            m_tail.emplace_back();
+            m_tail.emplace_back().reserve(chunkSize);
         QByteArray &chunk = m_tail.back();
         const qsizetype count = qMin(chunkSize - chunk.size(), bytes.size());
         chunk.append(bytes.first(count));

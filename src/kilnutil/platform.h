@@ -16,6 +16,11 @@ void PrepareChild(QProcess &process, const QString &argumentText);
 void RegisterChild(qint64 processID);
 void UnregisterChild(qint64 processID);
 
+/// Ends everything the process started that can be found, but not the process itself. To be called before
+/// any of it is ended in another way: what has lost its parent and left its group is not found any more.
+/// Nothing on Windows, where KillProcessTree() finds such processes too.
+void KillDescendants(qint64 processID);
+
 /// Ends the process and everything it started that still lives.
 void KillProcessTree(qint64 processID);
 

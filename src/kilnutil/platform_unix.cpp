@@ -87,6 +87,27 @@ bool GrowTree(std::set<pid_t> &tree, const std::vector<ProcessIds> &processes, p
     }
     return grown;
 }
+
+void EndTree(qint64 processID, bool withRoot)
+{
+    const auto root = static_cast<pid_t>(processID);
+    if (root <= 1)
+        return;
+    std::set<pid_t> tree{root};
+    // Ended processes lose their children to process 1, so the tree is gathered before anything is ended; the
+    // second round catches what was started meanwhile.
+    for (int round = 0; round < 2; ++round) {
+        const std::vector<ProcessIds> processes = ListProcessIds();
+        while (GrowTree(tree, processes, root)) {
+        }
+        if (withRoot)
+            kill(-root, SIGKILL);
+        for (const pid_t id : tree) {
+            if (id != root)
+                kill(id, SIGKILL);
+        }
+    }
+}
 } // namespace
 
 void KilnUtil_Platform::PrepareChild(QProcess &process, const QString &argumentText)
@@ -117,24 +138,14 @@ void KilnUtil_Platform::UnregisterChild(qint64 processID)
     }
 }
 
+void KilnUtil_Platform::KillDescendants(qint64 processID)
+{
+    EndTree(processID, false);
+}
+
 void KilnUtil_Platform::KillProcessTree(qint64 processID)
 {
-    const auto root = static_cast<pid_t>(processID);
-    if (root <= 1)
-        return;
-    std::set<pid_t> tree{root};
-    // Ended processes lose their children to process 1, so the tree is gathered before anything is ended; the
-    // second round catches what was started meanwhile.
-    for (int round = 0; round < 2; ++round) {
-        const std::vector<ProcessIds> processes = ListProcessIds();
-        while (GrowTree(tree, processes, root)) {
-        }
-        kill(-root, SIGKILL);
-        for (const pid_t id : tree) {
-            if (id != root)
-                kill(id, SIGKILL);
-        }
-    }
+    EndTree(processID, true);
 }
 
 void KilnUtil_Platform::KillRegisteredChildren() noexcept

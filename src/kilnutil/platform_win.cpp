@@ -42,6 +42,8 @@ void KilnUtil_Platform::UnregisterChild(qint64 processID)
         CloseHandle(jobObject);
 }
 
+void KilnUtil_Platform::KillDescendants(qint64) {}
+
 void KilnUtil_Platform::KillProcessTree(qint64 processID)
 {
     if (const HANDLE jobObject = JobObjects().value(processID))

@@ -26,8 +26,9 @@ KilnUtil_Process::KilnUtil_Process(QObject *parent, const QString &title, const 
 
 KilnUtil_Process::~KilnUtil_Process()
 {
-    // QProcess waits for its process in its destructor; nobody listens any more.
+    // The end of the process is waited for here; nobody listens any more.
     disconnect(this, nullptr, this, nullptr);
+    EndProcess();
     if (m_registeredID != 0)
         KilnUtil_Platform::UnregisterChild(m_registeredID);
 }
@@ -124,12 +125,22 @@ void KilnUtil_Process::KillSlot()
     m_killed = true;
     if (m_ended)
         return;
-    if (state() != QProcess::NotRunning) {
-        KilnUtil_Platform::KillProcessTree(processId());
-        kill();
-        waitForFinished(KillWaitMs);
-    }
+    EndProcess();
     EndSlot();
+}
+
+void KilnUtil_Process::EndProcess()
+{
+    if (state() == QProcess::NotRunning)
+        return;
+    KilnUtil_Platform::KillProcessTree(processId());
+    kill();
+    waitForFinished(KillWaitMs);
+}
+
+void KilnUtil_Process::KillDescendants()
+{
+    KilnUtil_Platform::KillDescendants(processId());
 }
 
 void KilnUtil_Process::ErrorOccurredSlot(QProcess::ProcessError error)

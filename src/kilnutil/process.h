@@ -16,6 +16,7 @@ public:
     static constexpr int KillWaitMs = 5000;
 
     KilnUtil_Process(QObject *parent, const QString &title, const QString &secondTitle);
+    /// Ends the program, and everything it started, when it still runs.
     ~KilnUtil_Process() override;
     Q_DISABLE_COPY_MOVE(KilnUtil_Process)
 
@@ -54,6 +55,10 @@ public:
     /// What has arrived so far.
     [[nodiscard]] const KilnUtil_OutputBuffer &Output() const { return m_output; }
 
+    /// Ends everything the program has started, but not the program. A caller that ends some of it in its
+    /// own way before KillSlot() calls this first, or the rest may not be found any more.
+    void KillDescendants();
+
     /// deleteLater(), but not before the process is really gone.
     void DeleteWhenEnded();
 
@@ -76,6 +81,8 @@ private Q_SLOTS:
     void EndSlot();
 
 private:
+    void EndProcess();
+
     QString m_title;
     QString m_secondTitle;
     QString m_argumentText;
