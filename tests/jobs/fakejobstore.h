@@ -2,6 +2,8 @@
 
 #include "jobs/jobstore.h"
 
+#include <QHash>
+
 /// A job store in memory that gives the keys 0, 1, 2 and so on.
 class FakeJobStore : public Taskmill_JobStore
 {
@@ -9,6 +11,8 @@ public:
     bool Open = true;
     bool RefusesInsertions = false;
     QList<Taskmill_JobType> Rows;
+    QHash<QString, int> Limits; ///< by queue name
+    int LimitWrites = 0;
 
     bool IsOpen() const override { return Open; }
 
@@ -26,6 +30,11 @@ public:
     }
     QList<Taskmill_JobType> GetJobTypes() override { return Rows; }
 
-    int GetMaxRunningJobs(const QString & /*queueName*/) override { return -1; }
-    bool SetMaxRunningJobs(const QString & /*queueName*/, int /*maxRunningJobs*/) override { return false; }
+    int GetMaxRunningJobs(const QString &queueName) override { return Limits.value(queueName, -1); }
+    bool SetMaxRunningJobs(const QString &queueName, int maxRunningJobs) override
+    {
+        Limits.insert(queueName, maxRunningJobs);
+        ++LimitWrites;
+        return true;
+    }
 };

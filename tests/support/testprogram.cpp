@@ -12,6 +12,7 @@
 //   cwd             write the current directory
 //   stdin           copy standard input to standard output
 //   pid FILE        write the process id into FILE
+//   session         become the leader of a session of its own (nothing on Windows)
 //   child ARGS...   start a copy of itself with ARGS and go on waiting until killed
 
 #include <chrono>
@@ -33,6 +34,7 @@ static void StartCopy(char **arguments)
 {
     _spawnv(_P_NOWAIT, arguments[0], arguments);
 }
+static void LeaveSession() {}
 #else
 #include <unistd.h>
 static int ProcessId()
@@ -45,6 +47,10 @@ static void StartCopy(char **arguments)
         execv(arguments[0], arguments);
         _exit(127);
     }
+}
+static void LeaveSession()
+{
+    setsid();
 }
 #endif
 
@@ -100,6 +106,8 @@ int main(int argc, char **argv)
             WaitUntilKilled();
         } else if (verb == "cwd") {
             std::printf("%s\n", std::filesystem::current_path().string().c_str());
+        } else if (verb == "session") {
+            LeaveSession();
         } else if (verb == "stdin") {
             CopyInput();
         } else if (verb == "child") {
