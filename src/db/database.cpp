@@ -7,8 +7,9 @@
 
 #include <QFile>
 #include <QSqlDriver>
-#include <QSqlError>
 #include <QSqlQuery>
+
+#include <array>
 
 using namespace Qt::Literals::StringLiterals;
 
