@@ -10,8 +10,8 @@ enum class Taskmill_Table;
 
 /// The job database: its tables, and the records of job types, queues, jobs and general values. Every write
 /// is one transaction. Operations report failure by their result alone, apart from the warning that a table
-/// cannot be created. Insertions open the connection and create missing tables; the other operations need
-/// neither.
+/// cannot be created. Insertions open the connection and create missing tables, reading only opens it,
+/// updates and deletions of job types and jobs need it open.
 class Taskmill_Database final : public KilnUtil_Database_Foundation
 {
     Q_OBJECT
