@@ -49,8 +49,8 @@ DiagRequest MakeDiagRequest(const QTcpSocket &socket)
     return message;
 }
 
-/// Asks the kernel for the one socket. Nothing when the kernel does not answer such questions; an owner
-/// without a file when it knows no such socket any more.
+/// Asks the kernel for the one socket. Nothing when it does not answer such questions or knows no such
+/// socket; its errors do not tell which.
 std::optional<SocketOwner> AskKernel(const QTcpSocket &socket)
 {
     const int netlink = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG);
@@ -67,11 +67,8 @@ std::optional<SocketOwner> AskKernel(const QTcpSocket &socket)
 
     nlmsghdr header{};
     std::memcpy(&header, answer.data(), sizeof header);
-    if (header.nlmsg_type == NLMSG_ERROR) {
-        nlmsgerr error{};
-        std::memcpy(&error, answer.data() + NLMSG_HDRLEN, sizeof error);
-        return error.error == -ENOENT ? std::optional{SocketOwner{}} : std::nullopt;
-    }
+    if (header.nlmsg_type == NLMSG_ERROR)
+        return std::nullopt;
     inet_diag_msg found{};
     std::memcpy(&found, answer.data() + NLMSG_HDRLEN, sizeof found);
     return SocketOwner{.user = found.idiag_uid, .fileNumber = found.idiag_inode};

@@ -58,6 +58,9 @@ void Taskmill_RequestConnection::CompleteSlot()
 
 void Taskmill_RequestConnection::TimeoutSlot()
 {
+    // While the program was busy with something else, more may have arrived that nobody has read yet.
+    if (m_socket->waitForReadyRead(0) || m_complete)
+        return;
     if (m_bytes.isEmpty())
         Drop();
     else

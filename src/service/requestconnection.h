@@ -6,13 +6,15 @@
 
 class QTcpSocket;
 
-/// Bounds of one connection.
+/// Bounds of the connections, in ms and bytes.
 struct Taskmill_RequestLimits
 {
     int SilenceMs = 30000; ///< a client that sends nothing for so long is dropped
-    int QuietMs =
-        1000; ///< a client that stays connected has sent its message when nothing more came for so long
+    /// A client that stays connected has sent its message when nothing more came for so long.
+    int QuietMs = 1000;
     qsizetype MaxBytes = 1024 * 1024; ///< a longer message is dropped
+    /// Beyond so many unfinished connections the one that has been silent longest is dropped.
+    qsizetype MaxConnections = 2000;
 };
 
 /// Collects the message of one client. Nothing waits: a silent or slow client holds up nobody.

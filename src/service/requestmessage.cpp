@@ -2,9 +2,9 @@
 
 #include "kilnutil/textencoding.h"
 
-#include <algorithm>
+#include <QHash>
+
 #include <array>
-#include <limits>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -83,19 +83,24 @@ constexpr std::array keys{
     Key{"jobchkfile1="_L1, SetTrimmed<&Message::JobChkFile1>},
 };
 
-void AddPlaceholder(Message &message, const QString &line, qsizetype equals)
+/// Where each placeholder stands in the list: a message may hold a hundred thousand of them.
+using PlaceholderPositions = QHash<QString, qsizetype>;
+
+void AddPlaceholder(Message &message, PlaceholderPositions &positions, const QString &line, qsizetype equals)
 {
     const QString name = line.first(equals);
     const QString value = line.sliced(equals + 1).trimmed().replace("_;_"_L1, "\n"_L1);
     auto &values = message.PlaceholderValues;
-    const auto known = std::ranges::find(values, name, &std::pair<QString, QString>::first);
-    if (known == values.end())
-        values.append({name, value});
-    else
-        known->second = value;
+    const auto known = positions.constFind(name);
+    if (known != positions.constEnd()) {
+        values[*known].second = value;
+        return;
+    }
+    positions.insert(name, values.size());
+    values.append({name, value});
 }
 
-void ReadLine(Message &message, const QString &line)
+void ReadLine(Message &message, PlaceholderPositions &positions, const QString &line)
 {
     for (const Key &key : keys) {
         if (line.startsWith(key.prefix, Qt::CaseInsensitive)) {
@@ -105,18 +110,19 @@ void ReadLine(Message &message, const QString &line)
     }
     const qsizetype equals = line.indexOf(u'=');
     if (line.startsWith(u'@') && equals > 0)
-        AddPlaceholder(message, line, equals);
+        AddPlaceholder(message, positions, line, equals);
 }
 } // namespace
 
 Taskmill_RequestMessage Taskmill_RequestMessage::Parse(const QByteArray &bytes)
 {
     Taskmill_RequestMessage message;
+    PlaceholderPositions positions;
     const QString text = KilnUtil_TextEncoding::FromUtf8OrLatin1(bytes);
     for (QStringView line : QStringView{text}.tokenize(u'\n')) {
         if (line.endsWith(u'\r'))
             line.chop(1);
-        ReadLine(message, line.toString());
+        ReadLine(message, positions, line.toString());
     }
     return message;
 }

@@ -16,6 +16,7 @@ Taskmill_RequestServer::Taskmill_RequestServer(Taskmill_RequestHandler &handler,
     , m_limits{limits}
 {
     connect(&m_server, &QTcpServer::newConnection, this, &Taskmill_RequestServer::TakeConnectionsSlot);
+    connect(&m_server, &QTcpServer::acceptError, this, &Taskmill_RequestServer::AcceptErrorSlot);
 }
 
 bool Taskmill_RequestServer::Listen(quint16 port)
@@ -49,13 +50,26 @@ void Taskmill_RequestServer::TakeConnectionsSlot()
                 &Taskmill_RequestServer::MessageCompletedSlot);
         connect(connection, &Taskmill_RequestConnection::DroppedSignal, this,
                 [this](Taskmill_RequestConnection *dropped) { m_collecting.removeOne(dropped); });
-        if (m_collecting.size() > MaxConnections)
+        if (m_collecting.size() > m_limits.MaxConnections)
             DropLongestSilent();
     }
 }
 
+void Taskmill_RequestServer::AcceptErrorSlot()
+{
+    qWarning("Cannot accept a connection: %ls", qUtf16Printable(m_server.errorString()));
+    DropLongestSilent();
+    // Most likely there are too many open files, which passes; the toolkit would never accept again.
+    QTimer::singleShot(RetryMs, this, [this] {
+        if (m_server.isListening())
+            m_server.resumeAccepting();
+    });
+}
+
 void Taskmill_RequestServer::DropLongestSilent()
 {
+    if (m_collecting.isEmpty())
+        return;
     const auto isSilent = [](const Taskmill_RequestConnection *connection) {
         return connection->Bytes().isEmpty();
     };
@@ -70,7 +84,8 @@ void Taskmill_RequestServer::MessageCompletedSlot(Taskmill_RequestConnection *co
 {
     m_collecting.removeOne(connection);
     m_complete.append(connection);
-    NewConnectionToServerSlot();
+    // Not from here: the socket that called is still at work, and a handler's event loop could delete it.
+    CallLater();
 }
 
 void Taskmill_RequestServer::NewConnectionToServerSlot()
@@ -84,8 +99,16 @@ void Taskmill_RequestServer::NewConnectionToServerSlot()
         }
         return;
     }
-    while (!m_complete.isEmpty() && !m_busy)
-        HandleMessage(*m_complete.takeFirst());
+    if (m_complete.isEmpty())
+        return;
+    HandleMessage(*m_complete.takeFirst());
+    if (!m_complete.isEmpty())
+        CallLater();
+}
+
+void Taskmill_RequestServer::CallLater()
+{
+    QMetaObject::invokeMethod(this, &Taskmill_RequestServer::NewConnectionToServerSlot, Qt::QueuedConnection);
 }
 
 void Taskmill_RequestServer::HandleMessage(Taskmill_RequestConnection &connection)

@@ -26,8 +26,6 @@ class Taskmill_RequestServer : public QObject
 public:
     /// Pause before a message that waits for an earlier one's dialog is tried again, in ms.
     static constexpr int RetryMs = 100;
-    /// Beyond so many unfinished connections the one that has been silent longest is dropped.
-    static constexpr qsizetype MaxConnections = 2000;
 
     /// The handler outlives the server.
     explicit Taskmill_RequestServer(Taskmill_RequestHandler &handler,
@@ -39,16 +37,21 @@ public:
     [[nodiscard]] quint16 Port() const { return m_server.serverPort(); }
     void Close();
 
+    /// Names of the clients that have asked for anything but a test.
+    [[nodiscard]] const QSet<QString> &KnownClients() const { return m_knownClients; }
+
 public Q_SLOTS:
     /// Handles one complete message; while one is being handled already, tries again after RetryMs.
     void NewConnectionToServerSlot();
 
 private Q_SLOTS:
     void TakeConnectionsSlot();
+    void AcceptErrorSlot();
     void MessageCompletedSlot(Taskmill_RequestConnection *connection);
 
 private:
     void DropLongestSilent();
+    void CallLater();
     void HandleMessage(Taskmill_RequestConnection &connection);
 
     Taskmill_RequestHandler &m_handler;
@@ -56,7 +59,7 @@ private:
     QTcpServer m_server;
     QList<Taskmill_RequestConnection *> m_collecting; ///< oldest first
     QList<Taskmill_RequestConnection *> m_complete;   ///< in the order in which they are handled
-    QSet<QString> m_knownClients; ///< names of the clients that have ever asked for something
+    QSet<QString> m_knownClients;
     bool m_busy = false;
     bool m_retryPending = false;
 };
