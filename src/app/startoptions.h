@@ -17,13 +17,11 @@ struct Taskmill_StartOptions
 {
     Taskmill_RunMode Mode = Taskmill_RunMode::Gui;
     bool NoEventLoop = false;
+    Taskmill_ProgressLevel Progress = Taskmill_ProgressLevel::Full;
 
     /// The arguments begin with the program's name; options are recognised in any case.
     [[nodiscard]] static Taskmill_StartOptions Parse(const QStringList &arguments);
 };
-
-/// The level that the options "-showprogress=" ask for, else the mode's own.
-[[nodiscard]] Taskmill_ProgressLevel Taskmill_ProgressLevelOf(const QStringList &arguments, bool console);
 
 /// What the other arguments, seen by the toolkit's list, make of the start.
 struct Taskmill_FileArgument
