@@ -1,0 +1,63 @@
+#pragma once
+
+#include "db/database.h"
+#include "db/databasejobstore.h"
+#include "jobs/jobtypelist.h"
+#include "jobs/processinspector.h"
+#include "kilnutil/idmanager.h"
+#include "service/finishedjobs.h"
+#include "service/jobsubmitter.h"
+#include "service/jobtabs.h"
+#include "service/project.h"
+#include "service/queueowner.h"
+#include "support/scriptedprompt.h"
+
+#include <QTemporaryDir>
+
+/// The manager without window and server, in a console mode and with an empty directory of its own, which
+/// also takes the settings. No project is open at first, and no program is installed.
+class TestManager
+{
+public:
+    TestManager();
+    ~TestManager();
+    Q_DISABLE_COPY_MOVE(TestManager)
+
+    QTemporaryDir directory;
+    ScriptedPrompt prompt;
+    Taskmill_DatabaseJobStore store;
+    const std::unique_ptr<Taskmill_ProcessInspector> inspector = Taskmill_MakeProcessInspector();
+    Taskmill_JobTypeList jobTypes{store};
+    KilnUtil_IDManager jobNumbers;
+    Taskmill_FinishedJobs finishedJobs;
+    Taskmill_LongJobsOwner longJobs{store, finishedJobs, *inspector};
+    Taskmill_ShortJobsOwner shortJobs{store, finishedJobs, *inspector};
+    Taskmill_QueuelessJobsOwner queuelessJobs{finishedJobs, *inspector};
+    const Taskmill_JobTabs tabs{finishedJobs, longJobs, shortJobs, queuelessJobs};
+    Taskmill_Project project{jobTypes, jobNumbers, tabs};
+    Taskmill_JobSubmitter submitter{store, jobNumbers, tabs};
+
+    /// Opens a new project, which must succeed.
+    void NewProject();
+    /// The open database.
+    [[nodiscard]] static Taskmill_Database &Database();
+
+    [[nodiscard]] QString Path(const QString &name) const { return directory.filePath(name); }
+    /// Makes an input file; returns its path.
+    QString InputFile(const QString &name) const;
+
+    /// Adds a job type that runs the test program with these arguments, which may hold placeholders, and
+    /// returns it as stored.
+    Taskmill_JobType AddJobType(const QString &name, const QString &arguments,
+                                const QString &queue = QStringLiteral("Long"),
+                                const QString &inputFileFilter = {});
+    /// A job type "Gated" whose jobs run until Release() of their input file.
+    Taskmill_JobType AddGatedJobType(const QString &queue = QStringLiteral("Long"));
+    static void Release(const QString &inputFile);
+
+    /// A request for one job.
+    [[nodiscard]] static Taskmill_RequestMessage Request(const QString &jobTypeName,
+                                                         const QString &inputFile = {});
+    /// A new job of the stored type, not yet in a queue, numbered by jobNumbers.
+    [[nodiscard]] Taskmill_Job *NewJob(const Taskmill_JobType &jobType, const QString &inputFile = {});
+};
