@@ -1,0 +1,118 @@
+#include "ctl/output.h"
+#include "ctl/projectcommands.h"
+#include "ctl/projectfile.h"
+#include "db/database.h"
+#include "jobs/jobrecord.h"
+#include "service/texttable.h"
+#include "service/timetext.h"
+
+#include <QCommandLineParser>
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <array>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+struct JobList
+{
+    QLatin1StringView option;
+    QLatin1StringView title;
+    QLatin1StringView description;
+    QList<Taskmill_JobRecord> (Taskmill_Database::*read)();
+};
+
+constexpr std::array jobLists{
+    JobList{"finished"_L1, "Finished Jobs"_L1, "The finished jobs."_L1, &Taskmill_Database::GetFinishedJobs},
+    JobList{"long"_L1, "Long Jobs Queue"_L1, "The queue of long jobs."_L1, &Taskmill_Database::GetLongJobs},
+    JobList{"short"_L1, "Short Jobs Queue"_L1, "The queue of short jobs."_L1,
+            &Taskmill_Database::GetShortJobs},
+    JobList{"queueless"_L1, "Queueless Jobs List"_L1, "The jobs without a queue."_L1,
+            &Taskmill_Database::GetQueuelessJobs},
+};
+
+QJsonObject ToJson(const JobList &list, const Taskmill_JobRecord &job)
+{
+    return {
+        {u"list"_s, list.option},
+        {u"id"_s, job.JobID},
+        {u"name"_s, job.Name},
+        {u"status"_s, Taskmill_JobStatusText(job.Status)},
+        {u"jobtype"_s, job.JobType.Name},
+        {u"queue"_s, job.QueueName},
+        {u"executablepath"_s, job.JobType.ExecutablePath},
+        {u"commandline"_s, job.CommandLine()},
+        {u"inputfile"_s, job.InputFilePath},
+        {u"inputfile2"_s, job.InputFilePath2},
+        {u"submitted"_s, job.Submitted.toString(Qt::ISODate)},
+        {u"started"_s, job.Started.toString(Qt::ISODate)},
+        {u"finished"_s, job.Finished.toString(Qt::ISODate)},
+        {u"clientname"_s, job.ClientName},
+        {u"clientappname"_s, job.ClientAppName},
+    };
+}
+
+QStringList ToRow(const Taskmill_JobRecord &job)
+{
+    return {QString::number(job.JobID),
+            job.Name,
+            Taskmill_JobStatusText(job.Status),
+            job.JobType.Name,
+            job.QueueName,
+            job.JobType.ExecutablePath,
+            job.CommandLine(),
+            Taskmill_TimeText(job.Submitted),
+            Taskmill_TimeText(job.Started),
+            Taskmill_TimeText(job.Finished)};
+}
+
+void PrintList(const JobList &list, const QList<Taskmill_JobRecord> &jobs)
+{
+    if (jobs.isEmpty()) {
+        Taskmill_PrintLine(list.title + u" is Empty\n"_s);
+        return;
+    }
+    QList<QStringList> rows;
+    rows.reserve(jobs.size());
+    for (const Taskmill_JobRecord &job : jobs)
+        rows.append(ToRow(job));
+    const QString table = Taskmill_TextTable({u"Job ID"_s, u"Name"_s, u"Status"_s, u"Job Type"_s, u"Queue"_s,
+                                              u"Executable Path"_s, u"Command Line"_s, u"Submitted"_s,
+                                              u"Started"_s, u"Finished"_s},
+                                             rows);
+    Taskmill_PrintLine(list.title + u'\n' + table);
+}
+} // namespace
+
+void Taskmill_AddJobsOptions(QCommandLineParser &parser)
+{
+    for (const JobList &list : jobLists)
+        parser.addOption({list.option, list.description});
+    parser.addOption({u"json"_s, u"Print one JSON array of the jobs of all lists."_s});
+}
+
+Taskmill_CtlStatus Taskmill_JobsCommand(const QCommandLineParser &parser)
+{
+    Taskmill_ProjectFile project{parser.positionalArguments().first()};
+    const Taskmill_CtlStatus status = project.Open();
+    if (status != Taskmill_CtlStatus::Success)
+        return status;
+    const bool json = parser.isSet(u"json"_s);
+    const bool all =
+        std::ranges::none_of(jobLists, [&parser](const JobList &list) { return parser.isSet(list.option); });
+    QJsonArray allJobs;
+    for (const JobList &list : jobLists) {
+        if (!all && !parser.isSet(list.option))
+            continue;
+        const QList<Taskmill_JobRecord> jobs = (project.Database().*list.read)();
+        if (!json)
+            PrintList(list, jobs);
+        else
+            for (const Taskmill_JobRecord &job : jobs)
+                allJobs.append(ToJson(list, job));
+    }
+    if (json)
+        Taskmill_PrintJson(allJobs);
+    return status;
+}

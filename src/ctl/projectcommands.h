@@ -1,0 +1,18 @@
+#pragma once
+
+#include "ctl/ctlstatus.h"
+
+class QCommandLineParser;
+
+/// The commands that work on a project file, the first positional argument. Each prints its results and its
+/// errors.
+[[nodiscard]] Taskmill_CtlStatus Taskmill_ProjectCreateCommand(const QCommandLineParser &parser);
+[[nodiscard]] Taskmill_CtlStatus Taskmill_TypesListCommand(const QCommandLineParser &parser);
+[[nodiscard]] Taskmill_CtlStatus Taskmill_TypesAddCommand(const QCommandLineParser &parser);
+[[nodiscard]] Taskmill_CtlStatus Taskmill_TypesRemoveCommand(const QCommandLineParser &parser);
+[[nodiscard]] Taskmill_CtlStatus Taskmill_JobsCommand(const QCommandLineParser &parser);
+
+void Taskmill_AddProjectCreateOptions(QCommandLineParser &parser);
+void Taskmill_AddTypesListOptions(QCommandLineParser &parser);
+void Taskmill_AddTypesAddOptions(QCommandLineParser &parser);
+void Taskmill_AddJobsOptions(QCommandLineParser &parser);

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QList>
+#include <QStringList>
+
+#include <functional>
+
+/// What one run of the client came to.
+struct CtlResult
+{
+    int status = -1; ///< -1 when it did not end by itself
+    QByteArray out = {};
+    QByteArray err = {};
+
+    /// The objects of an output with one a line.
+    [[nodiscard]] QList<QJsonObject> JsonLines() const;
+};
+
+/// The environment of a run; the ports are nobody's unless they are set.
+struct CtlPlace
+{
+    quint16 consolePort = 0;
+    quint16 guiPort = 0;
+    QString directory = {};
+    QStringList variables = {};          ///< NAME=VALUE
+    std::function<void()> onOutput = {}; ///< called when the client has written something
+};
+
+/// Runs the client while the event loop of the test goes on.
+[[nodiscard]] CtlResult RunCtl(const QStringList &arguments, const CtlPlace &place = {});
