@@ -25,6 +25,7 @@
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <vector>
 
@@ -177,8 +178,16 @@ public:
 
         const QString banner =
             Taskmill_VersionText() + u"\nJob manager for computational-chemistry programs"_s;
-        m_window = std::make_unique<Taskmill_AppWindow>(Taskmill_AppWindowOptions{
-            .StartUpFile = file.StartUpFile, .Banner = banner, .NoEventLoop = m_options.NoEventLoop});
+        m_window = std::make_unique<Taskmill_AppWindow>(
+            Taskmill_AppWindowOptions{.StartUpFile = file.StartUpFile,
+                                      .Banner = banner,
+                                      .NoEventLoop = m_options.NoEventLoop,
+                                      .ExitWithoutEventLoop = [] {
+                                          // The objects below are still at work on the stack, so none of them
+                                          // is destroyed.
+                                          Taskmill_DebugLog::TurnOff();
+                                          std::exit(0);
+                                      }});
         Taskmill_Platform::CallOnTermination([this] { m_window->QuitAtOnceSlot(); });
         if (!m_window->Initialise())
             return exitFailure;

@@ -1,10 +1,14 @@
 #include "service/consoleprompt.h"
 
+#include "service/consoleterminal.h"
+
 #include <QRegularExpression>
 
-#include <cstdio>
-
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+std::function<void(const QString &)> linePrinter;
+}
 
 Taskmill_ConsolePrompt::Taskmill_ConsolePrompt(KilnUtil_UserPrompt *dialogs)
     : m_dialogs{dialogs}
@@ -51,12 +55,19 @@ QString Taskmill_ConsolePrompt::AskSaveFileName(const QString &, const QString &
     return {};
 }
 
-void Taskmill_PrintConsoleLine(const QString &text)
+void Taskmill_PrintConsoleLine(const QString &message)
 {
     static const QRegularExpression lineFeeds{u"\\n+"_s};
-    QString line = text.trimmed();
+    QString line = message.trimmed();
     line.replace(lineFeeds, u" "_s);
-    const QByteArray bytes = (u"\n<Taskmill> "_s + line + u'\n').toLocal8Bit();
-    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stdout);
-    std::fflush(stdout);
+    const QString text = u"\n<Taskmill> "_s + line + u'\n';
+    if (linePrinter)
+        linePrinter(text);
+    else
+        Taskmill_WriteToStandardOutput(text);
+}
+
+void Taskmill_SetConsolePrinter(std::function<void(const QString &)> printer)
+{
+    linePrinter = std::move(printer);
 }

@@ -2,6 +2,8 @@
 
 #include "kilnutil/userprompt.h"
 
+#include <functional>
+
 /// Tells the user in the console modes: reports are printed as lines, questions that would need a dialog
 /// count as cancelled.
 class Taskmill_ConsolePrompt final : public KilnUtil_UserPrompt
@@ -24,5 +26,8 @@ private:
     KilnUtil_UserPrompt *const m_dialogs;
 };
 
-/// Writes "\n<Taskmill> " and the text, its line feeds shown as blanks, as one line of standard output.
+/// Writes "\n<Taskmill> " and the text, its line feeds shown as blanks, as one line to the console.
 void Taskmill_PrintConsoleLine(const QString &text);
+
+/// Where such lines go instead of straight to standard output; an empty function for there.
+void Taskmill_SetConsolePrinter(std::function<void(const QString &)> printer);

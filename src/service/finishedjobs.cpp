@@ -2,6 +2,9 @@
 
 #include "db/database.h"
 #include "db/databasemanager.h"
+#include "service/listings.h"
+
+using namespace Qt::Literals::StringLiterals;
 
 void Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job)
 {
@@ -30,4 +33,14 @@ void Taskmill_FinishedJobs::RemoveAt(int position)
         return;
     m_jobs.removeAt(position);
     Q_EMIT JobsChangedSignal();
+}
+
+QString Taskmill_FinishedJobs::ListingText() const
+{
+    QList<QStringList> rows;
+    rows.reserve(m_jobs.size());
+    for (const Taskmill_JobRecord &job : m_jobs)
+        rows.append(Taskmill_Listings::FinishedRow(job));
+    return Taskmill_Listings::Text(u"\nFinished Jobs\n"_s, u"\nFinished Jobs List is Empty\n\n"_s,
+                                   Taskmill_Listings::FinishedHeaders(), rows);
 }

@@ -23,6 +23,9 @@ public:
     /// A position that is out of range does nothing.
     void RemoveAt(int position);
 
+    /// The listing that the console prints.
+    [[nodiscard]] QString ListingText() const;
+
 Q_SIGNALS:
     void JobsChangedSignal();
 

@@ -3,6 +3,7 @@
 #include "jobs/job.h"
 #include "jobs/jobstore.h"
 #include "jobs/runmode.h"
+#include "kilnutil/computerdata.h"
 #include "kilnutil/error.h"
 #include "kilnutil/idmanager.h"
 #include "service/queueowner.h"
@@ -34,6 +35,29 @@ Taskmill_JobType JobTypeNamed(const QList<Taskmill_JobType> &jobTypes, const QSt
         return jobType.Name.compare(name, Qt::CaseInsensitive) == 0;
     });
     return named == jobTypes.end() ? Taskmill_JobType{} : *named;
+}
+
+/// An empty record when there is none.
+Taskmill_JobType JobTypeWithID(const QList<Taskmill_JobType> &jobTypes, int jobTypeID)
+{
+    const auto found = std::ranges::find(jobTypes, jobTypeID, &Taskmill_JobType::JobTypeID);
+    return found == jobTypes.end() ? Taskmill_JobType{} : *found;
+}
+
+/// A job whose client is the manager itself, which needs no notification.
+Taskmill_JobRecord JobOfThisUser(const Taskmill_JobType &jobType, const QString &inputFile)
+{
+    Taskmill_JobRecord job;
+    job.JobType = jobType;
+    job.ClientName = KilnUtil_ComputerData::HostName();
+    job.ClientAppName = Taskmill_ServerName();
+    job.ClientAddress = u"127.0.0.1"_s;
+    job.ClientPort = Taskmill_IsConsoleMode() ? KilnUtil_ComputerData::TaskmillConsolePortNumber()
+                                              : KilnUtil_ComputerData::TaskmillGUIPortNumber();
+    job.ClientUID = KilnUtil_ComputerData::UID();
+    job.ClientGID = KilnUtil_ComputerData::GID();
+    job.InputFilePath = inputFile;
+    return job;
 }
 
 void SetExtraFiles(Taskmill_JobRecord &job, const Taskmill_RequestMessage &request)
@@ -106,10 +130,11 @@ std::optional<Taskmill_JobType> Taskmill_JobSubmitter::AskForJobType(const QStri
         u"\n\nPlease select a Job Type for this input file or select None to skip this input file.\n"_s;
     const auto chosen = KilnUtil_Error::UserPrompt().ChooseFromList(u"Submit Job, Select Job Type"_s, label,
                                                                     items, u"None"_s);
-    if (!chosen || chosen->isEmpty() || *chosen == "None"_L1)
+    if (!chosen || *chosen == "None"_L1)
         return std::nullopt;
-    Taskmill_JobType jobType = JobTypeNamed(jobTypes, *chosen);
-    return jobType.IsEmpty() ? std::nullopt : std::optional{std::move(jobType)};
+    // Names may differ in case alone, so the exact one counts.
+    const auto named = std::ranges::find(jobTypes, *chosen, &Taskmill_JobType::Name);
+    return named == jobTypes.end() || named->IsEmpty() ? std::nullopt : std::optional{*named};
 }
 
 std::optional<Taskmill_JobType> Taskmill_JobSubmitter::JobTypeOfFile(int jobTypeID,
@@ -117,8 +142,8 @@ std::optional<Taskmill_JobType> Taskmill_JobSubmitter::JobTypeOfFile(int jobType
 {
     const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
     if (jobTypeID >= 0) {
-        const auto chosen = std::ranges::find(jobTypes, jobTypeID, &Taskmill_JobType::JobTypeID);
-        return chosen == jobTypes.end() ? std::nullopt : std::optional{*chosen};
+        Taskmill_JobType chosen = JobTypeWithID(jobTypes, jobTypeID);
+        return chosen.IsEmpty() ? std::nullopt : std::optional{std::move(chosen)};
     }
     Taskmill_JobType matching = Taskmill_JobTypeForFile(jobTypes, inputFile);
     if (!matching.IsEmpty())
@@ -187,4 +212,37 @@ void Taskmill_JobSubmitter::MakeJob(const Taskmill_RequestMessage &request, cons
         result.JobIDs.append(job.JobID);
         owner->Submit(new Taskmill_Job{std::move(job)});
     }
+}
+
+std::optional<int> Taskmill_JobSubmitter::AddFile(const QString &filePath, int jobTypeID,
+                                                  Taskmill_Destination destination)
+{
+    if (filePath.isEmpty() || !QFileInfo::exists(filePath) || filePath.trimmed().isEmpty())
+        return std::nullopt;
+    const QString path = QDir::toNativeSeparators(AbsolutePath(filePath.trimmed()));
+    const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
+    Taskmill_QueueOwner *owner = m_tabs.OwnerOf(destination);
+    if (jobTypes.isEmpty() || !owner)
+        return std::nullopt;
+
+    const Taskmill_JobType jobType =
+        jobTypeID < 0 ? Taskmill_JobTypeForFile(jobTypes, path) : JobTypeWithID(jobTypes, jobTypeID);
+    if (!jobType.IsValid()) {
+        if (Taskmill_IsGuiMode())
+            KilnUtil_Error::ReportError(u"Invalid Job Type"_s,
+                                        u"Job Type %1 is invalid."_s.arg(jobType.Name));
+        return std::nullopt;
+    }
+    Taskmill_JobRecord job = JobOfThisUser(jobType, path);
+    job.JobID = m_jobNumbers.NewID();
+    job.Name = QFileInfo{path}.fileName();
+    if (job.Name.isEmpty())
+        job.Name = QString::number(job.JobID);
+    job.RunNumber = static_cast<int>(destination);
+    job.QueueName = Taskmill_QueueNameOfNewJob(destination);
+    if (!job.IsValid())
+        return std::nullopt;
+    const int jobID = job.JobID;
+    owner->Submit(new Taskmill_Job{std::move(job)});
+    return jobID;
 }

@@ -31,6 +31,11 @@ public:
 
     [[nodiscard]] Taskmill_SubmitResult Submit(const Taskmill_RequestMessage &request);
 
+    /// Makes a job of one file that the user submits here and adds it to the container. A negative job type
+    /// number chooses the type by the file's extension. Nothing when there is no such file or no valid type,
+    /// which only the window reports.
+    std::optional<int> AddFile(const QString &filePath, int jobTypeID, Taskmill_Destination destination);
+
 private:
     struct Choice
     {

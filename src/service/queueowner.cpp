@@ -4,6 +4,7 @@
 #include "db/databasemanager.h"
 #include "kilnutil/error.h"
 #include "service/finishedjobs.h"
+#include "service/listings.h"
 
 #include <QScopedValueRollback>
 #include <QTimer>
@@ -69,6 +70,15 @@ void Taskmill_QueueOwner::CollectFinished()
     if (oneIsLeft)
         QTimer::singleShot(0, this, &Taskmill_QueueOwner::CollectFinished);
     Q_EMIT JobsChangedSignal();
+}
+
+QString Taskmill_QueueOwner::ListingText()
+{
+    QList<QStringList> rows;
+    for (const Taskmill_Job *job : Jobs().Jobs())
+        rows.append(Taskmill_Listings::QueueRow(job->Record()));
+    return Taskmill_Listings::Text(u"\n%1\n"_s.arg(ListName()), u"\n%1 is Empty\n\n"_s.arg(ListName()),
+                                   Taskmill_Listings::QueueHeaders(), rows);
 }
 
 bool Taskmill_QueueOwner::RemoveSelectedJobs(const QList<int> &jobIDs)

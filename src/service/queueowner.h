@@ -28,6 +28,9 @@ public:
     /// Ends all work of the queue: pauses it and kills what runs.
     void Stop();
 
+    /// The listing that the console prints.
+    [[nodiscard]] QString ListingText();
+
     /// Asks, warns of running jobs, and removes the jobs with their rows. False when there are none, one is
     /// unknown, or the user declines; nothing is removed then.
     bool RemoveSelectedJobs(const QList<int> &jobIDs);

@@ -3,9 +3,10 @@
 #include "jobs/processinspector.h"
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
-#include "kilnutil/error.h"
 #include "kilnutil/registry.h"
+#include "service/console.h"
 #include "service/consoleprompt.h"
+#include "service/recentprojects.h"
 #include "service/version.h"
 
 #include <QCoreApplication>
@@ -14,8 +15,7 @@
 #include <QFileInfo>
 #include <QIcon>
 #include <QScreen>
-
-#include <cstdio>
+#include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -30,10 +30,12 @@ Taskmill_AppWindow::Taskmill_AppWindow(Taskmill_AppWindowOptions options)
     , m_longJobs{m_store, m_finishedJobs, *m_inspector}
     , m_shortJobs{m_store, m_finishedJobs, *m_inspector}
     , m_queuelessJobs{m_finishedJobs, *m_inspector}
-    , m_project{m_jobTypes, m_jobNumbers, {m_finishedJobs, m_longJobs, m_shortJobs, m_queuelessJobs}}
-    , m_submitter{m_store, m_jobNumbers, {m_finishedJobs, m_longJobs, m_shortJobs, m_queuelessJobs}}
+    , m_project{m_jobTypes, m_jobNumbers, Tabs()}
+    , m_submitter{m_store, m_jobNumbers, Tabs()}
+    , m_runningJobs{*m_inspector, m_jobTypes}
     , m_server{*this}
 {
+    connect(&m_project, &Taskmill_Project::StateChangedSignal, this, &Taskmill_AppWindow::UpdateWindowTitle);
     if (Taskmill_IsGuiMode()) {
         m_window = std::make_unique<QMainWindow>();
         m_window->setWindowTitle(Taskmill_VersionText());
@@ -47,6 +49,11 @@ Taskmill_AppWindow::~Taskmill_AppWindow()
     ShutDown();
 }
 
+Taskmill_JobTabs Taskmill_AppWindow::Tabs()
+{
+    return {m_finishedJobs, m_longJobs, m_shortJobs, m_queuelessJobs};
+}
+
 bool Taskmill_AppWindow::Initialise()
 {
     const QString lastDirectory = KilnUtil_Registry::Value(u"/Files/Last_Directory_Path"_s).toString();
@@ -55,6 +62,7 @@ bool Taskmill_AppWindow::Initialise()
     if (!lastDirectory.isEmpty() && QFileInfo{lastDirectory}.isDir())
         QDir::setCurrent(lastDirectory);
 
+    Taskmill_DropMissingRecentProjects();
     if (!startUpFile.isEmpty()) {
         if (!m_project.OpenProject(startUpFile))
             return false;
@@ -68,14 +76,10 @@ bool Taskmill_AppWindow::Initialise()
 
 void Taskmill_AppWindow::Show(uint)
 {
-    if (m_window) {
-        m_window->show();
-        CentreWindow();
-        m_window->raise();
-        return;
-    }
-    const QByteArray banner = (m_options.Banner + u"\n\n"_s).toLocal8Bit();
-    std::fwrite(banner.constData(), 1, static_cast<size_t>(banner.size()), stdout);
+    if (m_window)
+        ShowWindow();
+    else
+        StartConsole();
 }
 
 void Taskmill_AppWindow::Show()
@@ -83,14 +87,44 @@ void Taskmill_AppWindow::Show()
     Show(Qt::WindowMaximized | Qt::WindowActive);
 }
 
-void Taskmill_AppWindow::CentreWindow()
+void Taskmill_AppWindow::ShowWindow()
 {
+    m_window->show();
     const QRect available = m_window->screen()->availableGeometry();
     m_window->resize((available.width() + 1) / 2, (available.height() + 1) / 2);
+    m_window->raise();
     QRect frame = m_window->frameGeometry();
     frame.moveCenter(available.center());
     m_window->move(qMax(frame.left(), available.left() + leastDistanceToEdge),
                    qMax(frame.top(), available.top() + leastDistanceToEdge));
+}
+
+void Taskmill_AppWindow::StartConsole()
+{
+    if (m_console)
+        return;
+    m_console = std::make_unique<Taskmill_Console>(m_options.Banner, m_options.NoEventLoop,
+                                                   Taskmill_ConsoleContext{.Tabs = Tabs(),
+                                                                           .RunningJobs = m_runningJobs,
+                                                                           .JobTypes = m_jobTypes,
+                                                                           .Submitter = m_submitter,
+                                                                           .Project = m_project,
+                                                                           .Exit =
+                                                                               [this] {
+                                                                                   ExitSlot();
+                                                                               }},
+                                                   Taskmill_MakeConsoleTerminal());
+    Taskmill_SetConsolePrinter([this](const QString &text) { m_console->Terminal().Print(text); });
+    if (m_options.NoEventLoop)
+        m_console->RunSlot();
+    else
+        QTimer::singleShot(0, m_console.get(), &Taskmill_Console::RunSlot);
+}
+
+void Taskmill_AppWindow::UpdateWindowTitle()
+{
+    if (m_window)
+        m_window->setWindowTitle(m_project.WindowTitle());
 }
 
 void Taskmill_AppWindow::SystemTrayShowWindowSlot()
@@ -109,19 +143,35 @@ void Taskmill_AppWindow::SystemTrayHideWindowSlot()
         m_window->hide();
 }
 
+void Taskmill_AppWindow::ExitSlot()
+{
+    if (Taskmill_IsGuiMode() && m_project.AskToSave() == Taskmill_Project::SaveAnswer::Cancel)
+        return;
+    ShutDown();
+    EndEventLoop();
+}
+
 void Taskmill_AppWindow::QuitAtOnceSlot()
 {
     if (!m_quitting && m_project.HasUnsavedChanges() && !m_project.FilePath().isEmpty() &&
         !m_project.SaveProject())
         qWarning("The project could not be saved to %ls", qUtf16Printable(m_project.FilePath()));
     ShutDown();
-    QCoreApplication::exit(0);
+    EndEventLoop();
+}
+
+void Taskmill_AppWindow::EndEventLoop()
+{
+    if (m_options.NoEventLoop && m_options.ExitWithoutEventLoop)
+        m_options.ExitWithoutEventLoop();
+    else
+        QCoreApplication::exit(0);
 }
 
 bool Taskmill_AppWindow::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == m_window.get() && event->type() == QEvent::Close && !m_quitting)
-        QuitAtOnceSlot();
+        ExitSlot();
     return QObject::eventFilter(watched, event);
 }
 
@@ -131,6 +181,10 @@ void Taskmill_AppWindow::ShutDown()
         return;
     m_server.Close();
     m_project.CloseProject();
+    if (m_console) {
+        Taskmill_SetConsolePrinter({});
+        m_console->QuitSlot();
+    }
 }
 
 QByteArray Taskmill_AppWindow::HandleRequest(const Taskmill_RequestMessage &request)

@@ -8,11 +8,15 @@
 #include "service/project.h"
 #include "service/queueowner.h"
 #include "service/requestserver.h"
+#include "service/runningjobs.h"
 
 #include <QMainWindow>
 
+#include <functional>
 #include <memory>
 
+class Taskmill_Console;
+class Taskmill_ConsolePrompt;
 class Taskmill_ProcessInspector;
 
 /// What start-up hands to the window.
@@ -21,6 +25,8 @@ struct Taskmill_AppWindowOptions
     QString StartUpFile; ///< project file named on the command line; may be empty
     QString Banner;      ///< printed when a console starts
     bool NoEventLoop = false;
+    /// Ends the process at once where there is no event loop to quit; called when everything is shut down.
+    std::function<void()> ExitWithoutEventLoop;
 };
 
 /// The manager's hub, made in every run mode: it owns the project, the jobs and the server, and in graphical
@@ -43,8 +49,11 @@ public:
     void ShutDown();
 
 public Q_SLOTS:
+    /// Shows the main window or starts the console; the state plays no part.
     void Show(uint state);
     void Show();
+    /// Ends the program after asking whether to save the project, which the console has asked already.
+    void ExitSlot();
     /// Quits without a question, as on a signal: a project that has a file is saved first.
     void QuitAtOnceSlot();
     void SystemTrayShowWindowSlot();
@@ -55,7 +64,11 @@ public Q_SLOTS:
 
 private:
     QByteArray HandleRequest(const Taskmill_RequestMessage &request) override;
-    void CentreWindow();
+    void ShowWindow();
+    void StartConsole();
+    void UpdateWindowTitle();
+    void EndEventLoop();
+    [[nodiscard]] Taskmill_JobTabs Tabs();
 
     const Taskmill_AppWindowOptions m_options;
     Taskmill_DatabaseJobStore m_store;
@@ -68,7 +81,9 @@ private:
     Taskmill_QueuelessJobsOwner m_queuelessJobs;
     Taskmill_Project m_project;
     Taskmill_JobSubmitter m_submitter;
+    Taskmill_RunningJobs m_runningJobs;
     Taskmill_RequestServer m_server;
     std::unique_ptr<QMainWindow> m_window;
+    std::unique_ptr<Taskmill_Console> m_console;
     bool m_quitting = false;
 };

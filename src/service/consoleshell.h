@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QString>
+
+class QProcess;
+
+/// What the console's directory commands are on this system.
+namespace Taskmill_ConsoleShell {
+/// Starts the command interpreter on a line that begins with "dir".
+void StartDirectoryCommand(QProcess &process, const QString &line);
+void ClearConsole();
+/// The console's own window gets out of the way; nothing where the console has none.
+void MinimiseConsoleWindow();
+} // namespace Taskmill_ConsoleShell

@@ -1,0 +1,11 @@
+#include "service/consoleterminal_edit.h"
+#include "service/consoleterminal_plain.h"
+
+#include <unistd.h>
+
+std::unique_ptr<Taskmill_ConsoleTerminal> Taskmill_MakeConsoleTerminal()
+{
+    if (isatty(STDIN_FILENO) && isatty(STDOUT_FILENO))
+        return std::make_unique<Taskmill_EditTerminal>();
+    return std::make_unique<Taskmill_PlainTerminal>(STDIN_FILENO);
+}

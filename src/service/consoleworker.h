@@ -1,0 +1,96 @@
+#pragma once
+
+#include "jobs/destination.h"
+#include "jobs/jobtype.h"
+
+#include <QObject>
+#include <QStringList>
+
+#include <atomic>
+#include <functional>
+#include <optional>
+
+class Taskmill_Console;
+class Taskmill_ConsoleActions;
+class Taskmill_ConsoleTerminal;
+
+/// The dialogue with the user of the console: reads a line, has it carried out on the main thread, prints
+/// what comes of it. Lives on the console's thread or, without an event loop, on the main one.
+class Taskmill_Console_Worker : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Pause between two rounds, in ms.
+    static constexpr int RoundPauseMs = 100;
+
+    /// The console outlives the worker.
+    explicit Taskmill_Console_Worker(Taskmill_Console &console);
+
+    /// Rounds without an event loop, until the input is interrupted.
+    void InteractUntilInterrupted();
+
+    /// Carries out one command line; an unknown one does nothing.
+    void Execute(const QString &line);
+
+Q_SIGNALS:
+    void QuitSignal();
+
+public Q_SLOTS:
+    /// One round; schedules the next.
+    void InteractSlot();
+
+private:
+    /// Nothing once the console ends.
+    [[nodiscard]] std::optional<QString> Ask(const QString &prompt);
+    /// The answer to a question that "cancel" ends: asks again until `accepts` takes it.
+    [[nodiscard]] bool AskUntil(const QString &prompt, const std::function<bool(const QString &)> &accepts);
+    [[nodiscard]] bool AskYesNo(const QString &question);
+    void Print(const QString &text);
+    /// Runs the function on the main thread and waits for it; false when the console ends before.
+    bool OnMainThread(const std::function<void()> &function);
+    void PrintFromMainThread(const std::function<QString(Taskmill_ConsoleActions &)> &text);
+    bool Round();
+
+    /// One command: words that are typed exactly so and, where argumentName is given, something behind them.
+    struct Command
+    {
+        QLatin1StringView words;
+        QLatin1StringView argumentName; ///< as the help shows it
+        QLatin1StringView help;
+        void (*run)(Taskmill_Console_Worker &worker, const QString &argument);
+    };
+    static QList<Command> Commands();
+    [[nodiscard]] QStringList CommandWords() const;
+    void OfferCommands();
+    void OfferWords(const QStringList &words);
+    void OfferFiles();
+
+    void Help();
+    void ListQueue(Taskmill_Destination destination);
+    void ListRunning(bool onlyKnown);
+    void ListFinished();
+    void ListJobTypes();
+    void AddJob(Taskmill_Destination destination);
+    void AddJobToAskedQueue();
+    void SetPaused(Taskmill_Destination queue, bool paused);
+    void SetLimit(Taskmill_Destination queue, const QString &argument);
+    void RemoveJob(const QString &argument);
+    void KillJob(const QString &argument);
+    void ShowJob(const QString &argument);
+    void Save();
+    void PrintDirectory();
+    void ChangeDirectory(const QString &argument);
+    void GoHome();
+    void Clear();
+    void ListDirectory(const QString &line);
+    void Quit();
+
+    void EndJob(int jobID, const QString &doneText);
+    [[nodiscard]] bool SaveBeforeQuitting();
+    [[nodiscard]] bool SaveProject();
+    [[nodiscard]] QString AskForProjectFile();
+    [[nodiscard]] std::optional<int> JobNumber(const QString &argument);
+
+    Taskmill_Console &m_console;
+};
