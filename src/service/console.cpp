@@ -34,6 +34,8 @@ void Taskmill_Console::RunSlot()
 {
     Taskmill_ConsoleShell::MinimiseConsoleWindow();
     m_terminal->Print(m_banner + u"\n\n"_s);
+    if (!m_actions.Notice().isEmpty())
+        m_terminal->Print(u"<Taskmill> "_s + m_actions.Notice() + u"\n\n"_s);
 
     auto worker = std::make_unique<Taskmill_Console_Worker>(*this);
     connect(worker.get(), &Taskmill_Console_Worker::QuitSignal, this, &Taskmill_Console::QuitSlot);

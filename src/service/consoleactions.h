@@ -21,6 +21,7 @@ struct Taskmill_ConsoleContext
     Taskmill_JobTypeList &JobTypes;
     Taskmill_JobSubmitter &Submitter;
     Taskmill_Project &Project;
+    QString Notice; ///< printed below the banner
     std::function<void()> Exit; ///< ends the program without a question
 };
 
@@ -51,6 +52,7 @@ public:
     /// The owner of the job's queue; nullptr when the job is in none.
     [[nodiscard]] Taskmill_QueueOwner *OwnerOfJob(int jobID) const;
 
+    [[nodiscard]] QString Notice() const { return m_context.Notice; }
     [[nodiscard]] Taskmill_Project &Project() const { return m_context.Project; }
     void Exit() const { m_context.Exit(); }
 

@@ -7,7 +7,6 @@
 #include "kilnutil/error.h"
 #include "kilnutil/idmanager.h"
 #include "kilnutil/registry.h"
-#include "service/consoleprompt.h"
 #include "service/finishedjobs.h"
 #include "service/projectdatabase.h"
 #include "service/queueowner.h"
@@ -127,11 +126,6 @@ bool Taskmill_Project::OpenProject(const QString &path)
     ReloadTabs(*database);
     database->MarkUnchanged();
     Taskmill_AddToRecentProjects(absolutePath);
-    if (Taskmill_IsConsoleMode()) {
-        Taskmill_PrintConsoleLine(
-            u"The queues of the opened project are paused: type \"unpause long jobs\" and "
-            "\"unpause short jobs\" to resume them."_s);
-    }
     Q_EMIT StateChangedSignal();
     return true;
 }

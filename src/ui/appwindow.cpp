@@ -103,12 +103,17 @@ void Taskmill_AppWindow::StartConsole()
 {
     if (m_console)
         return;
+    const QString notice =
+        m_project.FilePath().isEmpty()
+            ? QString{}
+            : u"The queues of an opened project are paused: \"unpause long jobs\" and \"unpause short jobs\" resume them."_s;
     m_console = std::make_unique<Taskmill_Console>(m_options.Banner, m_options.NoEventLoop,
                                                    Taskmill_ConsoleContext{.Tabs = Tabs(),
                                                                            .RunningJobs = m_runningJobs,
                                                                            .JobTypes = m_jobTypes,
                                                                            .Submitter = m_submitter,
                                                                            .Project = m_project,
+                                                                           .Notice = notice,
                                                                            .Exit =
                                                                                [this] {
                                                                                    ExitSlot();
