@@ -3,13 +3,14 @@
 #include "ctl/projectfile.h"
 #include "db/database.h"
 #include "jobs/jobrecord.h"
+#include "service/listings.h"
 #include "service/texttable.h"
-#include "service/timetext.h"
 
 #include <QCommandLineParser>
 #include <QJsonArray>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <array>
 
 using namespace Qt::Literals::StringLiterals;
@@ -53,20 +54,6 @@ QJsonObject ToJson(const JobList &list, const Taskmill_JobRecord &job)
     };
 }
 
-QStringList ToRow(const Taskmill_JobRecord &job)
-{
-    return {QString::number(job.JobID),
-            job.Name,
-            Taskmill_JobStatusText(job.Status),
-            job.JobType.Name,
-            job.QueueName,
-            job.JobType.ExecutablePath,
-            job.CommandLine(),
-            Taskmill_TimeText(job.Submitted),
-            Taskmill_TimeText(job.Started),
-            Taskmill_TimeText(job.Finished)};
-}
-
 void PrintList(const JobList &list, const QList<Taskmill_JobRecord> &jobs)
 {
     if (jobs.isEmpty()) {
@@ -76,12 +63,8 @@ void PrintList(const JobList &list, const QList<Taskmill_JobRecord> &jobs)
     QList<QStringList> rows;
     rows.reserve(jobs.size());
     for (const Taskmill_JobRecord &job : jobs)
-        rows.append(ToRow(job));
-    const QString table = Taskmill_TextTable({u"Job ID"_s, u"Name"_s, u"Status"_s, u"Job Type"_s, u"Queue"_s,
-                                              u"Executable Path"_s, u"Command Line"_s, u"Submitted"_s,
-                                              u"Started"_s, u"Finished"_s},
-                                             rows);
-    Taskmill_PrintLine(list.title + u'\n' + table);
+        rows.append(Taskmill_Listings::FinishedRow(job));
+    Taskmill_PrintLine(list.title + u'\n' + Taskmill_TextTable(Taskmill_Listings::FinishedHeaders(), rows));
 }
 } // namespace
 

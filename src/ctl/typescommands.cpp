@@ -2,6 +2,7 @@
 #include "ctl/projectcommands.h"
 #include "ctl/projectfile.h"
 #include "jobs/destination.h"
+#include "service/listings.h"
 #include "service/texttable.h"
 
 #include <QCommandLineParser>
@@ -46,21 +47,6 @@ QJsonObject ToJson(const Taskmill_JobType &jobType)
     };
 }
 
-QStringList ToRow(const Taskmill_JobType &jobType)
-{
-    QString environment = jobType.EnvironmentVariables;
-    environment.replace(u'\n', " ; "_L1);
-    return {QString::number(jobType.JobTypeID),
-            jobType.Name,
-            jobType.ApplicationName,
-            jobType.ExecutablePath,
-            jobType.DefaultQueue,
-            jobType.InputFileFilter,
-            jobType.OutputFileFilter,
-            environment,
-            jobType.GenericCommandLine};
-}
-
 void PrintTypes(const QList<Taskmill_JobType> &jobTypes)
 {
     if (jobTypes.isEmpty()) {
@@ -68,11 +54,9 @@ void PrintTypes(const QList<Taskmill_JobType> &jobTypes)
         return;
     }
     QList<QStringList> rows;
-    std::ranges::transform(jobTypes, std::back_inserter(rows), ToRow);
-    QString table = Taskmill_TextTable({u"DBID"_s, u"Name"_s, u"Application Name"_s, u"Executable Path"_s,
-                                        u"Default Queue"_s, u"Input File Filter"_s, u"Output File Filter"_s,
-                                        u"Environment Variables"_s, u"Generic Command Line"_s},
-                                       rows);
+    for (const Taskmill_JobType &jobType : jobTypes)
+        rows.append(Taskmill_Listings::JobTypeRow(jobType));
+    QString table = Taskmill_TextTable(Taskmill_Listings::JobTypeHeaders(), rows);
     table.chop(1);
     Taskmill_PrintLine(table);
 }
