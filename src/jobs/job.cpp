@@ -26,8 +26,7 @@ Taskmill_Job::Taskmill_Job(Taskmill_JobRecord record)
 }
 
 Taskmill_Job::Taskmill_Job(const Taskmill_Job &other)
-    : QObject{}
-    , m_record{other.m_record}
+    : Taskmill_Job{other.m_record}
 {
 }
 

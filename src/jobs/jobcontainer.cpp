@@ -180,7 +180,7 @@ void Taskmill_JobContainer::JobFinishedSlot()
     Update();
 }
 
-void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
+void Taskmill_JobContainer::StartJob(Taskmill_Job &job) const
 {
     connect(&job, &Taskmill_Job::JobFinishedSignal, this, &Taskmill_JobContainer::JobFinishedSlot);
     if (!job.Start())

@@ -64,7 +64,7 @@ protected:
     /// Starts what may start now and tells that the list has changed.
     virtual void Update() = 0;
     /// A start that fails leaves the job Running without a process, where it counts against a limit.
-    void StartJob(Taskmill_Job &job);
+    void StartJob(Taskmill_Job &job) const;
     [[nodiscard]] QList<Taskmill_Job *> RunningJobs() const;
 
 private:

@@ -3,7 +3,7 @@
 #include "kilnutil/textencoding.h"
 
 namespace {
-constexpr qsizetype chunkSize = 64 * 1024;
+constexpr qsizetype chunkSize = qsizetype{64} * 1024;
 }
 
 KilnUtil_OutputBuffer::KilnUtil_OutputBuffer(qint64 capacity)

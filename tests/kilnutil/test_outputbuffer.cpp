@@ -80,7 +80,7 @@ void TestOutputBuffer::KeepsHalvesOfLongOutput_data()
 void TestOutputBuffer::KeepsHalvesOfLongOutput()
 {
     QFETCH(int, pieceSize);
-    constexpr int half = 100'000;
+    constexpr qint64 half = 100'000;
     KilnUtil_OutputBuffer buffer{2 * half};
     const QByteArray lines = NumberedLines(300'000);
     AppendInPieces(buffer, lines, pieceSize);
@@ -133,7 +133,7 @@ void TestOutputBuffer::LetsReadersFollow()
 
 void TestOutputBuffer::SkipsDroppedBytesForALateReader()
 {
-    constexpr int half = 100'000;
+    constexpr qint64 half = 100'000;
     KilnUtil_OutputBuffer buffer{2 * half};
     const QByteArray lines = NumberedLines(300'000);
     buffer.Append(QByteArrayView{lines}.first(10));

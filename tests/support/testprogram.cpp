@@ -15,6 +15,7 @@
 //   session         become the leader of a session of its own (nothing on Windows)
 //   child ARGS...   start a copy of itself with ARGS and go on waiting until killed
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -68,8 +69,13 @@ static void WaitUntilKilled()
 static void Fill(long long bytes)
 {
     const std::string line = std::string(79, 'x') + '\n';
-    for (; bytes > 0; bytes -= static_cast<long long>(line.size()))
-        std::fwrite(line.data(), 1, line.size(), stdout);
+    std::string block;
+    for (int i = 0; i < 800; ++i)
+        block += line;
+    for (long long count = 0; bytes > 0; bytes -= count) {
+        count = std::min(bytes, static_cast<long long>(block.size()));
+        std::fwrite(block.data(), 1, static_cast<size_t>(count), stdout);
+    }
 }
 
 static void CopyInput()
