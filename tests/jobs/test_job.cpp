@@ -317,6 +317,7 @@ void TestJob::KillsTheWholeTree()
         });
     };
     QVERIFY(runs());
+    auto leaveNothingBehind = qScopeGuard([&] { m_inspector->Terminate(QString{}, grandchild); });
 
     QVERIFY(m_job->Kill(*m_inspector));
     QCOMPARE(m_job->Status(), Taskmill_JobStatus::Killed);
@@ -325,6 +326,7 @@ void TestJob::KillsTheWholeTree()
     QCOMPARE(m_finished->size(), 1);
     QVERIFY(!m_job->Process());
     QTRY_VERIFY(!runs());
+    leaveNothingBehind.dismiss();
 }
 
 void TestJob::KillsWhatCannotStart()
