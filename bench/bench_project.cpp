@@ -1,0 +1,126 @@
+// Measures a project of many finished jobs against the plain SQLite calls on the same rows, in the same run:
+// opening, listing and saving.
+
+#include "db/database.h"
+#include "service/listings.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+
+#include <sqlite3.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+using Database = Taskmill_Database;
+
+double MilliSeconds(const std::function<void()> &work)
+{
+    QElapsedTimer timer;
+    timer.start();
+    work();
+    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
+}
+
+void Row(const char *what, double ours, double plain, const char *plainName)
+{
+    std::printf("%-12s %9.1f ms   %-26s %9.1f ms   ratio %6.2f\n", what, ours, plainName, plain,
+                ours / plain);
+}
+
+Taskmill_JobRecord Job(int number)
+{
+    Taskmill_JobRecord job;
+    job.JobID = number;
+    job.Name = u"molecule_%1.mop"_s.arg(number);
+    job.JobType.Name = u"MOPAC"_s;
+    job.JobType.ApplicationName = u"mopac"_s;
+    job.JobType.ExecutablePath = u"/usr/bin/mopac"_s;
+    job.JobType.DefaultQueue = u"Long"_s;
+    job.JobType.GenericCommandLine = u"@EXEFILE @INFILE"_s;
+    job.QueueName = u"Long"_s;
+    job.InputFilePath = u"/home/chemist/calculations/2026/"_s + job.Name;
+    job.SetStatus(Taskmill_JobStatus::Pending, true);
+    job.SetStatus(Taskmill_JobStatus::Running, true);
+    job.SetStatus(Taskmill_JobStatus::Completed, true);
+    job.StdOutAndStdErr =
+        u"MOPAC Job: \"%1\" ended normally on Nov 21, 2026, at 03:54.\n"_s.arg(job.InputFilePath);
+    return job;
+}
+
+void PlainSelect(const QByteArray &file)
+{
+    sqlite3 *database = nullptr;
+    sqlite3_open_v2(file.constData(), &database, SQLITE_OPEN_READONLY, nullptr);
+    sqlite3_stmt *select = nullptr;
+    sqlite3_prepare_v2(database, "SELECT * FROM FinishedJobs", -1, &select, nullptr);
+    qint64 bytes = 0;
+    while (sqlite3_step(select) == SQLITE_ROW) {
+        for (int column = 0; column < sqlite3_column_count(select); ++column) {
+            if (sqlite3_column_text(select, column))
+                bytes += sqlite3_column_bytes(select, column);
+        }
+    }
+    sqlite3_finalize(select);
+    sqlite3_close(database);
+    if (bytes == 0)
+        std::abort();
+}
+
+void PlainBackup(const QByteArray &from, const QByteArray &to)
+{
+    sqlite3 *source = nullptr;
+    sqlite3 *target = nullptr;
+    sqlite3_open(from.constData(), &source);
+    sqlite3_open(to.constData(), &target);
+    sqlite3_backup *backup = sqlite3_backup_init(target, "main", source, "main");
+    sqlite3_backup_step(backup, -1);
+    sqlite3_backup_finish(backup);
+    sqlite3_close(target);
+    sqlite3_close(source);
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application{argc, argv};
+    const int count = argc > 1 ? std::atoi(argv[1]) : 10000;
+    const QTemporaryDir directory;
+    const QString file = directory.filePath(u"bench.mill"_s);
+    const QByteArray fileName = file.toLocal8Bit();
+
+    Database database{Database::SQLiteMemory, {}, u"QSQLITE"_s, {}, {}, {}, {}, {}};
+    Taskmill_JobType type = Job(0).JobType;
+    if (!database.InsertJobType(type, true))
+        return 1;
+    const double inserting = MilliSeconds([&] {
+        for (int number = 1; number <= count; ++number)
+            database.InsertFinishedJob(Job(number), true);
+    });
+    std::printf("%d finished jobs; recording one takes %.3f ms\n", count, inserting / count);
+
+    const double saving = MilliSeconds([&] { (void)database.SaveToFile(file); });
+    const double copying = MilliSeconds([&] { PlainBackup(fileName, fileName + ".copy"); });
+
+    Database loaded{Database::SQLiteMemory, {}, u"QSQLITE"_s, {}, {}, {}, {}, {}};
+    const double loading = MilliSeconds([&] { (void)loaded.LoadFromFile(file); });
+    QList<Taskmill_JobRecord> jobs;
+    const double reading = MilliSeconds([&] { jobs = loaded.GetFinishedJobs(); });
+    const double selecting = MilliSeconds([&] { PlainSelect(fileName); });
+    const double listing = MilliSeconds([&] {
+        QList<QStringList> rows;
+        for (const Taskmill_JobRecord &job : jobs)
+            rows.append(Taskmill_Listings::FinishedRow(job));
+        (void)Taskmill_Listings::Text({}, {}, Taskmill_Listings::FinishedHeaders(), rows);
+    });
+
+    Row("saving", saving, copying, "online backup to a file");
+    Row("opening", loading + reading, copying + selecting, "file copy and SELECT *");
+    Row("listing", listing, selecting, "SELECT *");
+    return 0;
+}
