@@ -1,6 +1,7 @@
 #include "app/debuglog.h"
 
 #include <QFile>
+#include <QLoggingCategory>
 
 #include <cstdio>
 #include <memory>
@@ -80,6 +81,8 @@ void Taskmill_DebugLog::TurnOn(const QStringList &arguments)
         qInstallMessageHandler(WriteMessage);
         return;
     }
+    // Without the log only what somebody should see reaches standard error.
+    QLoggingCategory::setFilterRules(u"*.debug=false\n*.info=false"_s);
 }
 
 void Taskmill_DebugLog::TurnOff()

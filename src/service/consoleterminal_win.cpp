@@ -17,11 +17,18 @@ public:
         , m_interruptEvent{CreateEventW(nullptr, TRUE, FALSE, nullptr)}
     {
     }
-    ~WindowsTerminal() override { CloseHandle(m_interruptEvent); }
+    ~WindowsTerminal() override
+    {
+        CloseHandle(m_interruptEvent);
+        if (m_thread)
+            CloseHandle(m_thread);
+    }
     Q_DISABLE_COPY_MOVE(WindowsTerminal)
 
     std::optional<QString> ReadLine(const QString &prompt) override
     {
+        if (!m_thread)
+            m_thread = OpenThread(THREAD_TERMINATE, FALSE, GetCurrentThreadId());
         Print(prompt);
         QByteArray line;
         while (const std::optional<char> byte = ReadByte()) {
@@ -39,8 +46,11 @@ public:
     {
         m_interrupted = true;
         SetEvent(m_interruptEvent);
-        if (const HANDLE thread = m_readingThread)
-            CancelSynchronousIo(thread);
+        // The reading thread may still be on its way into the call that is to be cancelled.
+        while (m_reading && m_thread) {
+            CancelSynchronousIo(m_thread);
+            SwitchToThread();
+        }
     }
 
 private:
@@ -49,12 +59,9 @@ private:
         while (!m_interrupted) {
             char byte = 0;
             DWORD count = 0;
-            DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &m_reader, 0, FALSE,
-                            DUPLICATE_SAME_ACCESS);
-            m_readingThread = m_reader;
-            const BOOL read = ReadFile(m_input, &byte, 1, &count, nullptr);
-            m_readingThread = nullptr;
-            CloseHandle(m_reader);
+            m_reading = true;
+            const BOOL read = !m_interrupted && ReadFile(m_input, &byte, 1, &count, nullptr);
+            m_reading = false;
             if (read && count == 1)
                 return byte;
             // More may come behind the end of a file that grows.
@@ -65,8 +72,8 @@ private:
 
     const HANDLE m_input;
     const HANDLE m_interruptEvent;
-    HANDLE m_reader = nullptr;
-    std::atomic<HANDLE> m_readingThread{nullptr};
+    std::atomic<HANDLE> m_thread{nullptr}; ///< the one that reads
+    std::atomic<bool> m_reading{false};
     std::atomic<bool> m_interrupted{false};
 };
 } // namespace

@@ -131,8 +131,10 @@ void Taskmill_Console_Worker::OfferCommands()
 {
     m_console.Terminal().SetCompleter([words = CommandWords()](const QString &line) {
         Taskmill_ConsoleTerminal::Completions completions;
-        if (line.startsWith("cd "_L1) || line.startsWith("dir "_L1)) {
-            completions.position = line.lastIndexOf(u' ') + 1;
+        const bool isChange = line.startsWith("cd "_L1);
+        if (isChange || line.startsWith("dir "_L1)) {
+            // All that follows "cd" is one path, blanks included.
+            completions.position = (isChange ? line.indexOf(u' ') : line.lastIndexOf(u' ')) + 1;
             completions.words = FilesBeginningWith(line.sliced(completions.position));
         } else {
             completions.words = words;

@@ -69,6 +69,19 @@ QString ProblemOf(const QString &path)
            (reason.trimmed().isEmpty() ? QString{} : u"\n\n"_s + reason);
 }
 
+QString UnreadableText()
+{
+    return u"The specified file cannot be read:\n\n%1"_s;
+}
+
+/// Whether the whole content can be loaded.
+bool CanBeLoaded(const QString &path)
+{
+    Taskmill_Database database{
+        KilnUtil_Database_Foundation::SQLiteMemory, {}, u"QSQLITE"_s, {}, {}, {}, {}, {}};
+    return database.LoadFromFile(path);
+}
+
 void RememberDirectory(const QString &path)
 {
     KilnUtil_Registry::SetValue(u"/Files/Last_Directory_Path"_s, QFileInfo{path}.absolutePath());
@@ -106,7 +119,11 @@ bool Taskmill_Project::OpenProject(const QString &path)
         return false;
     const QString title = u"Opening a Taskmill Project File"_s;
     const QString absolutePath = QFileInfo{path}.absoluteFilePath();
-    if (const QString problem = ProblemOf(absolutePath); !problem.isEmpty()) {
+    QString problem = ProblemOf(absolutePath);
+    // A damaged file is not to cost the project that is open.
+    if (problem.isEmpty() && IsOpen() && !CanBeLoaded(absolutePath))
+        problem = UnreadableText();
+    if (!problem.isEmpty()) {
         KilnUtil_Error::ReportWarning(title, problem.arg(path));
         return false;
     }
@@ -118,13 +135,12 @@ bool Taskmill_Project::OpenProject(const QString &path)
     Taskmill_Database *database = OpenDatabaseOfFile(absolutePath);
     if (!database || !Taskmill_IsProject(*database)) {
         Taskmill_Database_Manager::Global().CloseAll();
-        KilnUtil_Error::ReportWarning(title, u"The specified file cannot be read:\n\n%1"_s.arg(path));
+        KilnUtil_Error::ReportWarning(title, UnreadableText().arg(path));
         Q_EMIT StateChangedSignal();
         return false;
     }
     m_jobNumbers = KilnUtil_IDManager{Taskmill_LastJobID(*database), 1};
     ReloadTabs(*database);
-    database->MarkUnchanged();
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
     return true;
@@ -301,7 +317,9 @@ void Taskmill_Project::ReloadTabs(Taskmill_Database &database)
     m_tabs.FinishedJobs.SetJobs(database.GetFinishedJobs());
     m_tabs.LongJobs.Replace(database.GetLongJobs());
     m_tabs.ShortJobs.Replace(database.GetShortJobs());
-    // Jobs without a queue start at once, when everything else is in place.
+    database.MarkUnchanged();
+    // Jobs without a queue start at once, when everything else is in place. One that fails at once is a
+    // change already.
     m_tabs.QueuelessJobs.Replace(database.GetQueuelessJobs());
 }
 

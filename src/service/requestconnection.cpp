@@ -27,6 +27,12 @@ Taskmill_RequestConnection::~Taskmill_RequestConnection()
     disconnect(m_socket, nullptr, this, nullptr);
 }
 
+bool Taskmill_RequestConnection::IsSilent() const
+{
+    return m_bytes.isEmpty() && m_socket->bytesAvailable() == 0 &&
+           m_socket->state() == QAbstractSocket::ConnectedState;
+}
+
 void Taskmill_RequestConnection::ReadSlot()
 {
     if (m_complete)

@@ -13,7 +13,8 @@ struct Taskmill_RequestLimits
     /// A client that stays connected has sent its message when nothing more came for so long.
     int QuietMs = 1000;
     qsizetype MaxBytes = 1024 * 1024; ///< a longer message is dropped
-    /// Beyond so many unfinished connections the one that has been silent longest is dropped.
+    /// Beyond so many unfinished connections the one that has been silent longest is dropped; while none is
+    /// silent, further ones have to wait.
     qsizetype MaxConnections = 2000;
 };
 
@@ -30,6 +31,8 @@ public:
     /// The message; all of it once CompletedSignal() was emitted.
     [[nodiscard]] const QByteArray &Bytes() const { return m_bytes; }
     [[nodiscard]] bool IsComplete() const { return m_complete; }
+    /// Whether the client has sent nothing yet, as far as this side knows.
+    [[nodiscard]] bool IsSilent() const;
 
     /// Sends the answer line, if one is given, closes the connection and deletes this object later.
     void Close(const QByteArray &answer = {});

@@ -15,7 +15,8 @@ Taskmill_RequestServer::Taskmill_RequestServer(Taskmill_RequestHandler &handler,
     , m_handler{handler}
     , m_limits{limits}
 {
-    connect(&m_server, &QTcpServer::newConnection, this, &Taskmill_RequestServer::TakeConnectionsSlot);
+    m_server.setMaxPendingConnections(ConnectionsTakenAtOnce);
+    connect(&m_server, &QTcpServer::newConnection, this, &Taskmill_RequestServer::TakeConnectionsLater);
     connect(&m_server, &QTcpServer::acceptError, this, &Taskmill_RequestServer::AcceptErrorSlot);
 }
 
@@ -35,24 +36,50 @@ void Taskmill_RequestServer::Close()
     qDeleteAll(std::exchange(m_complete, {}));
 }
 
+void Taskmill_RequestServer::TakeConnectionsLater()
+{
+    if (!std::exchange(m_takePending, true))
+        QMetaObject::invokeMethod(this, &Taskmill_RequestServer::TakeConnectionsSlot, Qt::QueuedConnection);
+}
+
 void Taskmill_RequestServer::TakeConnectionsSlot()
 {
-    while (QTcpSocket *socket = m_server.nextPendingConnection()) {
-        if (Taskmill_IsOtherUser(*socket)) {
-            qWarning("A connection of another user is dropped");
-            socket->abort();
-            socket->deleteLater();
-            continue;
-        }
-        auto *connection = new Taskmill_RequestConnection{socket, m_limits, this};
-        m_collecting.append(connection);
-        connect(connection, &Taskmill_RequestConnection::CompletedSignal, this,
-                &Taskmill_RequestServer::MessageCompletedSlot);
-        connect(connection, &Taskmill_RequestConnection::DroppedSignal, this,
-                [this](Taskmill_RequestConnection *dropped) { m_collecting.removeOne(dropped); });
-        if (m_collecting.size() > m_limits.MaxConnections)
-            DropLongestSilent();
+    m_takePending = false;
+    for (int taken = 0; taken < ConnectionsTakenAtOnce && m_server.hasPendingConnections(); ++taken) {
+        // What is not taken waits with the toolkit and the system until an open connection ends.
+        if (!MakeRoom())
+            return;
+        Take(m_server.nextPendingConnection());
     }
+    if (m_server.hasPendingConnections())
+        TakeConnectionsLater();
+}
+
+void Taskmill_RequestServer::Take(QTcpSocket *socket)
+{
+    if (Taskmill_IsOtherUser(*socket)) {
+        qWarning("A connection of another user is dropped");
+        socket->abort();
+        socket->deleteLater();
+        return;
+    }
+    auto *connection = new Taskmill_RequestConnection{socket, m_limits, this};
+    m_collecting.append(connection);
+    connect(connection, &Taskmill_RequestConnection::CompletedSignal, this,
+            &Taskmill_RequestServer::MessageCompletedSlot);
+    connect(connection, &Taskmill_RequestConnection::DroppedSignal, this, &Taskmill_RequestServer::Forget);
+}
+
+bool Taskmill_RequestServer::MakeRoom()
+{
+    return m_collecting.size() + m_complete.size() < m_limits.MaxConnections || DropLongestSilent();
+}
+
+void Taskmill_RequestServer::Forget(Taskmill_RequestConnection *connection)
+{
+    m_collecting.removeOne(connection);
+    if (m_server.hasPendingConnections())
+        TakeConnectionsLater();
 }
 
 void Taskmill_RequestServer::AcceptErrorSlot()
@@ -70,23 +97,23 @@ void Taskmill_RequestServer::AcceptErrorSlot()
     });
 }
 
-void Taskmill_RequestServer::DropLongestSilent()
+bool Taskmill_RequestServer::DropLongestSilent()
 {
-    if (m_collecting.isEmpty())
-        return;
     const auto isSilent = [](const Taskmill_RequestConnection *connection) {
-        return connection->Bytes().isEmpty();
+        return connection->IsSilent();
     };
     const auto silent = std::ranges::find_if(m_collecting, isSilent);
-    Taskmill_RequestConnection *dropped = silent == m_collecting.end() ? m_collecting.first() : *silent;
-    qWarning("Too many open connections: one is dropped");
-    m_collecting.removeOne(dropped);
-    delete dropped;
+    if (silent == m_collecting.end())
+        return false;
+    qWarning("Too many open connections: a silent one is dropped");
+    delete *silent;
+    m_collecting.erase(silent);
+    return true;
 }
 
 void Taskmill_RequestServer::MessageCompletedSlot(Taskmill_RequestConnection *connection)
 {
-    m_collecting.removeOne(connection);
+    Forget(connection);
     m_complete.append(connection);
     // Not from here: the socket that called is still at work, and a handler's event loop could delete it.
     CallLater();
@@ -108,6 +135,8 @@ void Taskmill_RequestServer::NewConnectionToServerSlot()
     HandleMessage(*m_complete.takeFirst());
     if (!m_complete.isEmpty())
         CallLater();
+    if (m_server.hasPendingConnections())
+        TakeConnectionsLater();
 }
 
 void Taskmill_RequestServer::CallLater()

@@ -26,6 +26,9 @@ class Taskmill_RequestServer : public QObject
 public:
     /// Pause before a message that waits for an earlier one's dialog is tried again, in ms.
     static constexpr int RetryMs = 100;
+    /// So many connections are taken between two looks at those that are open, so that a flood of new ones
+    /// does not keep their messages from being read.
+    static constexpr int ConnectionsTakenAtOnce = 64;
 
     /// The handler outlives the server.
     explicit Taskmill_RequestServer(Taskmill_RequestHandler &handler,
@@ -50,7 +53,11 @@ private Q_SLOTS:
     void MessageCompletedSlot(Taskmill_RequestConnection *connection);
 
 private:
-    void DropLongestSilent();
+    void TakeConnectionsLater();
+    void Take(QTcpSocket *socket);
+    [[nodiscard]] bool MakeRoom();
+    void Forget(Taskmill_RequestConnection *connection);
+    bool DropLongestSilent();
     void CallLater();
     void HandleMessage(Taskmill_RequestConnection &connection);
 
@@ -62,4 +69,5 @@ private:
     QSet<QString> m_knownClients;
     bool m_busy = false;
     bool m_retryPending = false;
+    bool m_takePending = false;
 };

@@ -17,7 +17,8 @@ QString Normalised(const QString &path)
 {
     static const QRegularExpression makersFolder{u"(Kilnworks|Gaussian), Inc\\.?"_s,
                                                  QRegularExpression::CaseInsensitiveOption};
-    return QDir::cleanPath(QDir::toNativeSeparators(path.trimmed())).replace(makersFolder, u"\\1, Inc."_s);
+    // A listing may come from a tool that writes either separator on any system.
+    return QDir::cleanPath(path.trimmed().replace(u'\\', u'/')).replace(makersFolder, u"\\1, Inc."_s);
 }
 
 /// An executable in the two forms in which it is compared; the second is looked up once, and only when it is
