@@ -12,7 +12,7 @@ struct Taskmill_RequestLimits
     int SilenceMs = 30000; ///< a client that sends nothing for so long is dropped
     /// A client that stays connected has sent its message when nothing more came for so long.
     int QuietMs = 1000;
-    qsizetype MaxBytes = 1024 * 1024; ///< a longer message is dropped
+    qsizetype MaxBytes = qsizetype{1024} * 1024; ///< a longer message is dropped
     /// Beyond so many unfinished connections the one that has been silent longest is dropped; while none is
     /// silent, further ones have to wait.
     qsizetype MaxConnections = 2000;
