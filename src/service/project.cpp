@@ -42,6 +42,19 @@ std::array<Taskmill_JobQueue *, 2> LimitedQueues(const Taskmill_JobTabs &tabs)
     return {&tabs.LongJobs.Jobs(), &tabs.ShortJobs.Jobs()};
 }
 
+QString UnreadableText()
+{
+    return u"The specified file cannot be read:\n\n%1"_s;
+}
+
+/// Whether the whole content can be loaded.
+bool CanBeLoaded(const QString &path)
+{
+    Taskmill_Database database{
+        KilnUtil_Database_Foundation::SQLiteMemory, {}, u"QSQLITE"_s, {}, {}, {}, {}, {}};
+    return database.LoadFromFile(path);
+}
+
 /// Why the file cannot be opened as a project, with %1 for its path; empty when nothing stands against it.
 QString ProblemOf(const QString &path)
 {
@@ -60,26 +73,14 @@ QString ProblemOf(const QString &path)
         KilnUtil_Database_Foundation::SQLiteFile, path, u"QSQLITE"_s, {}, {}, {}, {}, {}};
     QString version;
     if (database.Open() && database.GetGeneralData(u"Version"_s, version)) {
-        return Taskmill_IsProject(database)
-                   ? QString{}
-                   : u"The specified file is a Taskmill project of another version:\n\n%1"_s;
+        if (!Taskmill_IsProject(database))
+            return u"The specified file is a Taskmill project of another version:\n\n%1"_s;
+        // A damaged file is not to cost the project that is open.
+        return CurrentDatabase() && !CanBeLoaded(path) ? UnreadableText() : QString{};
     }
     const QString reason = database.LastErrorMessage();
     return u"The specified file is not a Taskmill project or is in use by another program:\n\n%1"_s +
            (reason.trimmed().isEmpty() ? QString{} : u"\n\n"_s + reason);
-}
-
-QString UnreadableText()
-{
-    return u"The specified file cannot be read:\n\n%1"_s;
-}
-
-/// Whether the whole content can be loaded.
-bool CanBeLoaded(const QString &path)
-{
-    Taskmill_Database database{
-        KilnUtil_Database_Foundation::SQLiteMemory, {}, u"QSQLITE"_s, {}, {}, {}, {}, {}};
-    return database.LoadFromFile(path);
 }
 
 void RememberDirectory(const QString &path)
@@ -119,11 +120,7 @@ bool Taskmill_Project::OpenProject(const QString &path)
         return false;
     const QString title = u"Opening a Taskmill Project File"_s;
     const QString absolutePath = QFileInfo{path}.absoluteFilePath();
-    QString problem = ProblemOf(absolutePath);
-    // A damaged file is not to cost the project that is open.
-    if (problem.isEmpty() && IsOpen() && !CanBeLoaded(absolutePath))
-        problem = UnreadableText();
-    if (!problem.isEmpty()) {
+    if (const QString problem = ProblemOf(absolutePath); !problem.isEmpty()) {
         KilnUtil_Error::ReportWarning(title, problem.arg(path));
         return false;
     }
