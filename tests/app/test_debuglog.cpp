@@ -8,9 +8,9 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <array>
 #include <cstring>
 #include <thread>
-#include <vector>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -20,17 +20,17 @@ constexpr const char *logOneOfEach = "log-one-of-each";
 constexpr const char *logFatal = "log-fatal";
 constexpr const char *logFromThreads = "log-from-threads";
 
-constexpr int threadCount = 4;
-constexpr int linesOfEachThread = 200;
+constexpr qsizetype threadCount = 4;
+constexpr qsizetype linesOfEachThread = 200;
 
 void LogFromThreads()
 {
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < threadCount; ++thread) {
-        threads.emplace_back([] {
+    std::array<std::thread, threadCount> threads;
+    for (std::thread &thread : threads) {
+        thread = std::thread{[] {
             for (int line = 0; line < linesOfEachThread; ++line)
                 qWarning("the same line");
-        });
+        }};
     }
     for (std::thread &thread : threads)
         thread.join();

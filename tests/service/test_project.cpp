@@ -64,7 +64,7 @@ void TestProject::cleanup()
 
 QString TestProject::SubmitGated(const QString &fileName)
 {
-    const QString file = m_manager->InputFile(fileName);
+    QString file = m_manager->InputFile(fileName);
     const auto result = m_manager->submitter.Submit(TestManager::Request(u"Gated"_s, file));
     if (result.JobIDs.isEmpty())
         qFatal("%ls", qUtf16Printable(result.Refusal));

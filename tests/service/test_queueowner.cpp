@@ -62,7 +62,7 @@ void TestQueueOwner::cleanup()
 /// Submits a job that runs until its input file, which is returned, is released.
 QString TestQueueOwner::SubmitGated(Taskmill_QueueOwner &owner, const QString &fileName)
 {
-    const QString file = m_manager->InputFile(fileName);
+    QString file = m_manager->InputFile(fileName);
     owner.Submit(m_manager->NewJob(m_gated, file));
     return file;
 }

@@ -155,9 +155,10 @@ void TestRequestConnection::BoundOfTheSize_data()
 {
     QTest::addColumn<qsizetype>("size");
     QTest::addColumn<bool>("accepted");
-    QTest::newRow("1 MiB") << qsizetype{1024 * 1024} << true;
-    QTest::newRow("one byte more") << qsizetype{1024 * 1024 + 1} << false;
-    QTest::newRow("endless line") << qsizetype{8 * 1024 * 1024} << false;
+    constexpr qsizetype mebibyte = 1'048'576;
+    QTest::newRow("1 MiB") << mebibyte << true;
+    QTest::newRow("one byte more") << mebibyte + 1 << false;
+    QTest::newRow("endless line") << 8 * mebibyte << false;
 }
 
 void TestRequestConnection::BoundOfTheSize()

@@ -150,11 +150,11 @@ void TestRequestServer::AnswerOnlyForWhoAsked()
 
 void TestRequestServer::IdleClientsStopNobody()
 {
-    std::vector<Client> idle;
-    for (int number = 0; number < 300; ++number)
-        idle.push_back(Connect());
+    std::vector<Client> idle{300};
+    for (Client &client : idle)
+        client = Connect();
     idle.front()->write("action=submit");
-    QTRY_COMPARE(m_server->findChildren<Taskmill_RequestConnection *>().size(), 300);
+    QTRY_COMPARE(m_server->findChildren<Taskmill_RequestConnection *>().size(), qsizetype(idle.size()));
     Submit(Message("a"));
     QTRY_COMPARE(m_handler.Handled, QStringList{u"a"_s});
     for (const Client &client : idle)
