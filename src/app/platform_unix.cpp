@@ -6,9 +6,12 @@
 #include <QtGlobal>
 
 #include <array>
+#include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <memory>
+#include <thread>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -19,20 +22,28 @@ namespace {
 constexpr std::array terminationSignals{SIGINT, SIGTERM, SIGHUP};
 
 std::array<int, 2> signalPipe{-1, -1};
-volatile std::sig_atomic_t signalSeen = 0;
+std::array<int, 2> secondSignalPipe{-1, -1};
+std::atomic<bool> signalSeen{false};
 std::unique_ptr<QSocketNotifier> signalNotifier;
 
 void HandleSignal(int signal)
 {
-    if (signalSeen) {
-        KilnUtil_Platform::KillRegisteredChildren();
-        std::signal(signal, SIG_DFL);
-        raise(signal);
+    const int savedError = errno;
+    const char byte = static_cast<char>(signal);
+    [[maybe_unused]] const ssize_t written =
+        write(signalSeen.exchange(true) ? secondSignalPipe[1] : signalPipe[1], &byte, 1);
+    errno = savedError;
+}
+
+/// A thread's whole work: the main one may be held up for long, and no signal handler may look for processes.
+void EndAtSecondSignal()
+{
+    char signal = 0;
+    if (read(secondSignalPipe[0], &signal, 1) != 1)
         return;
-    }
-    signalSeen = 1;
-    const char byte = 0;
-    [[maybe_unused]] const ssize_t written = write(signalPipe[1], &byte, 1);
+    KilnUtil_Platform::KillRegisteredChildren();
+    std::signal(signal, SIG_DFL);
+    kill(getpid(), signal);
 }
 } // namespace
 
@@ -63,8 +74,11 @@ void Taskmill_Platform::ReleaseConsole() {}
 
 void Taskmill_Platform::CallOnTermination(const std::function<void()> &quit)
 {
-    if (pipe2(signalPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+    if (pipe2(signalPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0 ||
+        pipe2(secondSignalPipe.data(), O_CLOEXEC) != 0)
         return;
+    // It waits until the program ends, in whatever way.
+    std::thread{EndAtSecondSignal}.detach();
     signalNotifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
     QObject::connect(signalNotifier.get(), &QSocketNotifier::activated, signalNotifier.get(), [quit] {
         signalNotifier->setEnabled(false);

@@ -24,8 +24,9 @@ void KillDescendants(qint64 processID);
 /// Ends the process and everything it started that still lives.
 void KillProcessTree(qint64 processID);
 
-/// Ends all registered processes with their groups; safe within a signal handler.
-void KillRegisteredChildren() noexcept;
+/// Ends all registered processes as KillProcessTree() does. Also off the main thread, while that one is held
+/// up.
+void KillRegisteredChildren();
 
 /// Lets the manager hold a few thousand connections; its children get the limit that it was started with.
 void RaiseOpenFilesLimit();

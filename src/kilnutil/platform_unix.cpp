@@ -22,7 +22,7 @@
 namespace {
 constexpr rlim_t wantedOpenFiles = 8192;
 
-/// The leaders of the jobs' process groups; 0 marks a free place. Fixed, since a signal handler reads it.
+/// The leaders of the jobs' process groups; 0 marks a free place. Fixed, since another thread reads it.
 std::array<std::atomic<pid_t>, 4096> registeredChildren;
 
 rlimit openFilesAtStart{};
@@ -148,11 +148,11 @@ void KilnUtil_Platform::KillProcessTree(qint64 processID)
     EndTree(processID, true);
 }
 
-void KilnUtil_Platform::KillRegisteredChildren() noexcept
+void KilnUtil_Platform::KillRegisteredChildren()
 {
     for (const auto &place : registeredChildren) {
         if (const pid_t leader = place.load(); leader > 1)
-            kill(-leader, SIGKILL);
+            KillProcessTree(leader);
     }
 }
 

@@ -50,7 +50,7 @@ void KilnUtil_Platform::KillProcessTree(qint64 processID)
         TerminateJobObject(jobObject, 1);
 }
 
-void KilnUtil_Platform::KillRegisteredChildren() noexcept
+void KilnUtil_Platform::KillRegisteredChildren()
 {
     const QHash<qint64, HANDLE> &jobObjects = JobObjects();
     for (const HANDLE jobObject : jobObjects)
