@@ -1,0 +1,203 @@
+#include "endtoend/managerprocess.h"
+
+#include "endtoend/processtable.h"
+#include "service/requestmessage.h"
+#include "support/testutil.h"
+
+#include <QDir>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QtTest>
+
+#include <csignal>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int longestWaitMs = 60'000;
+constexpr QByteArrayView prompt = "<Taskmill> ";
+
+QProcessEnvironment Environment(const QString &directory, quint16 consolePort, quint16 guiPort)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const QString &variable : {u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s, u"QT_QPA_PLATFORM"_s})
+        environment.remove(variable);
+    for (const QString &variable : {u"HOME"_s, u"XDG_CONFIG_HOME"_s, u"XDG_RUNTIME_DIR"_s})
+        environment.insert(variable, directory);
+    environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
+    environment.insert(u"TERM"_s, u"xterm"_s);
+    environment.insert(u"TASKMILL_CONSOLE_PORT"_s, QString::number(consolePort));
+    environment.insert(u"TASKMILL_GUI_PORT"_s, QString::number(guiPort));
+    return environment;
+}
+} // namespace
+
+ManagerProcess::ManagerProcess(QString directory, Input input)
+    : m_directory{std::move(directory)}
+    , m_input{input}
+{
+}
+
+ManagerProcess::~ManagerProcess()
+{
+    if (m_process && m_process->state() != QProcess::NotRunning) {
+        m_process->terminate();
+        if (!m_process->waitForFinished())
+            m_process->kill();
+        m_process->waitForFinished();
+    }
+    ProcessTable::EndChildren();
+}
+
+std::pair<quint16, quint16> ManagerProcess::FreePorts()
+{
+    QTcpServer console;
+    QTcpServer gui;
+    if (!console.listen(QHostAddress::LocalHost) || !gui.listen(QHostAddress::LocalHost))
+        qFatal("no port is free");
+    return {console.serverPort(), gui.serverPort()};
+}
+
+bool ManagerProcess::Start(const QStringList &arguments)
+{
+    // Another process may take the ports before the manager does.
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        const auto [consolePort, guiPort] = FreePorts();
+        Launch(arguments, consolePort, guiPort);
+        if (HasStarted())
+            return true;
+    }
+    return false;
+}
+
+bool ManagerProcess::HasStarted()
+{
+    const auto isReadyOrGone = [this] {
+        return m_output.endsWith(prompt) || m_process->state() == QProcess::NotRunning;
+    };
+    if (!QTest::qWaitFor(isReadyOrGone, longestWaitMs) || m_process->state() == QProcess::NotRunning ||
+        Errors().contains("Cannot listen")) {
+        qWarning("The manager did not start: %s%s", m_output.constData(), Errors().constData());
+        m_process->kill();
+        m_process->waitForFinished();
+        return false;
+    }
+    QTcpSocket probe;
+    probe.connectToHost(QHostAddress::LocalHost, m_consolePort);
+    return probe.waitForConnected();
+}
+
+void ManagerProcess::Launch(const QStringList &arguments, quint16 consolePort, quint16 guiPort)
+{
+    m_consolePort = consolePort;
+    m_output.clear();
+    m_process = std::make_unique<QProcess>();
+    m_process->setWorkingDirectory(m_directory);
+    m_process->setProcessEnvironment(Environment(m_directory, consolePort, guiPort));
+    m_process->setStandardErrorFile(m_directory + u"/stderr"_s);
+    if (m_input == Input::Terminal) {
+        m_terminal = std::make_unique<PseudoTerminal>();
+        m_terminal->Attach(*m_process);
+        QObject::connect(m_terminal.get(), &PseudoTerminal::OutputSignal, m_process.get(),
+                         [this](const QByteArray &bytes) { m_output += bytes; });
+    } else if (m_input == Input::NullDevice) {
+        m_process->setStandardInputFile(QProcess::nullDevice());
+    }
+    QObject::connect(m_process.get(), &QProcess::readyReadStandardOutput, m_process.get(),
+                     [this] { m_output += m_process->readAllStandardOutput(); });
+    m_process->start(QStringLiteral(TASKMILL_MANAGER), arguments);
+}
+
+void ManagerProcess::Type(const QByteArray &bytes)
+{
+    if (m_terminal)
+        m_terminal->Type(bytes);
+    else
+        m_process->write(bytes);
+}
+
+QByteArray ManagerProcess::ReadUntil(const QByteArray &text)
+{
+    if (!QTest::qWaitFor([&] { return m_output.contains(text); }, longestWaitMs)) {
+        qWarning("Not \"%s\" but \"%s\"", text.constData(), m_output.constData());
+        return {};
+    }
+    const qsizetype end = m_output.indexOf(text) + text.size();
+    const QByteArray taken = m_output.first(end);
+    m_output.remove(0, end);
+    return taken;
+}
+
+QByteArray ManagerProcess::Command(const QByteArray &line)
+{
+    // The last prompt and what was printed behind it.
+    m_output.clear();
+    Type(line + '\n');
+    if (!QTest::qWaitFor([&] { return m_output.endsWith(prompt); }, longestWaitMs))
+        qWarning("No prompt but \"%s\"", m_output.constData());
+    QByteArray written = std::exchange(m_output, {});
+    written.chop(prompt.size());
+    return written;
+}
+
+bool ManagerProcess::Ask(const QByteArray &line, const QByteArray &text)
+{
+    m_output.clear();
+    Type(line + '\n');
+    return Expect(text);
+}
+
+void ManagerProcess::Signal(int signal) const
+{
+    kill(ProcessID(), signal);
+}
+
+ManagerEnd ManagerProcess::End()
+{
+    const auto hasEnded = [this] {
+        return m_process->state() == QProcess::NotRunning;
+    };
+    if (!QTest::qWaitFor(hasEnded, longestWaitMs))
+        return {};
+    // For a crash the exit code is the signal.
+    return m_process->exitStatus() == QProcess::NormalExit ? ManagerEnd{.status = m_process->exitCode()}
+                                                           : ManagerEnd{.signal = m_process->exitCode()};
+}
+
+ManagerEnd ManagerProcess::Quit(const QByteArrayList &answers)
+{
+    Type("quit\n");
+    for (const QByteArray &answer : answers) {
+        if (!Expect("?  "))
+            return {};
+        Type(answer + '\n');
+    }
+    return End();
+}
+
+QByteArray ManagerProcess::Errors() const
+{
+    return ReadTestFile(m_directory + u"/stderr"_s);
+}
+
+CtlResult ManagerProcess::Ctl(const QStringList &arguments) const
+{
+    return RunCtl(arguments, {.consolePort = m_consolePort, .directory = m_directory});
+}
+
+QByteArray ManagerProcess::Submit(const QString &jobType, const QString &inputFile, const QString &queue,
+                                  quint16 notificationPort) const
+{
+    const QByteArray request =
+        "clientname=test\nclientappname=" + inputFile.toUtf8() +
+        "\nclientaddress=127.0.0.1\nclientport=" + QByteArray::number(notificationPort) +
+        "\nclientnotification=" + (notificationPort == 0 ? "0" : "1") +
+        "\naction=submitjob\njobtypename=" + jobType.toUtf8() + "\njobqueue=" + queue.toUtf8() +
+        "\njobinputfile=" + inputFile.toUtf8() + '\n' + Taskmill_ReplyRequestLine.toByteArray();
+    QTcpSocket socket;
+    socket.connectToHost(QHostAddress::LocalHost, m_consolePort);
+    socket.write(request);
+    if (!socket.waitForDisconnected(longestWaitMs))
+        qWarning("The manager does not answer");
+    return socket.readAll();
+}

@@ -1,0 +1,64 @@
+#include "endtoend/notificationsink.h"
+
+#include <QTcpSocket>
+
+#include <bit>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+NotificationSink::NotificationSink()
+{
+    if (!m_server.listen(QHostAddress::LocalHost))
+        qFatal("no port is free");
+    QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this] {
+        while (QTcpSocket *socket = m_server.nextPendingConnection()) {
+            const auto take = [this, socket] {
+                m_messages.append(socket->readAll());
+                socket->deleteLater();
+            };
+            if (socket->state() == QAbstractSocket::UnconnectedState)
+                take();
+            else
+                QObject::connect(socket, &QTcpSocket::disconnected, &m_server, take);
+        }
+    });
+}
+
+QByteArrayList NotificationSink::Values(const QByteArray &key) const
+{
+    QByteArrayList values;
+    for (const QByteArray &message : m_messages) {
+        for (const QByteArray &line : message.split('\n')) {
+            if (line.startsWith(key + '='))
+                values.append(line.sliced(key.size() + 1));
+        }
+    }
+    return values;
+}
+
+DeafClient::DeafClient()
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    auto *anyAddress = std::bit_cast<sockaddr *>(&address);
+    const int server = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (bind(server, anyAddress, size) != 0 || listen(server, 0) != 0 ||
+        getsockname(server, anyAddress, &size) != 0)
+        qFatal("no port is free");
+    m_sockets.append(server);
+    m_port = ntohs(address.sin_port);
+    for (int count = 0; count < 4; ++count) {
+        m_sockets.append(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+        connect(m_sockets.last(), anyAddress, size);
+    }
+}
+
+DeafClient::~DeafClient()
+{
+    for (const int descriptor : m_sockets)
+        close(descriptor);
+}

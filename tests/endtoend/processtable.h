@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QList>
+
+/// What the system tells of processes, and the orphans that a manager under test may leave behind.
+namespace ProcessTable {
+/// From now on a process whose parent ends becomes a child of this one, so that nothing can get away.
+void AdoptOrphans();
+/// Living children of this process. Once a manager has ended, these are what it left behind.
+[[nodiscard]] QList<int> LivingChildren();
+/// Kills and buries the children; to be called when no other child of this process is needed any more.
+void EndChildren();
+
+/// A process that has ended but was not waited for does not live.
+[[nodiscard]] bool IsAlive(int processID);
+/// The most memory that the process ever had at once, in KiB; 0 when unknown.
+[[nodiscard]] qint64 PeakMemory(int processID);
+/// The processor time used so far, in clock ticks of the system (hundredths of a second).
+[[nodiscard]] qint64 ProcessorTicks(int processID);
+} // namespace ProcessTable

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "endtoend/managerprocess.h"
+#include "jobs/jobrecord.h"
+#include "support/testutil.h"
+
+#include <QTemporaryDir>
+
+#include <memory>
+
+/// The jobs of a project file, list by list.
+struct ProjectRows
+{
+    QList<Taskmill_JobRecord> longJobs;
+    QList<Taskmill_JobRecord> shortJobs;
+    QList<Taskmill_JobRecord> queuelessJobs;
+    QList<Taskmill_JobRecord> finishedJobs;
+    QString lastJobID;
+};
+
+/// A directory of its own with a project file, made by the client, and the manager that works on it.
+class ProjectFixture
+{
+public:
+    ProjectFixture();
+
+    [[nodiscard]] QString Path(const QString &name) const { return m_directory.filePath(name); }
+    [[nodiscard]] QString ProjectPath() const { return Path(QStringLiteral("jobs.mill")); }
+    /// Writes a file in the directory; returns its path.
+    [[nodiscard]] QString InputFile(const QString &name, const QByteArray &content = "input\n") const
+    {
+        return WriteTestFile(Path(name), content);
+    }
+
+    /// Adds a job type to the project, made when it is not there; no manager may have it open. False when the
+    /// client refuses.
+    bool AddType(const QString &name, const QString &program, const QString &commandLine,
+                 const QString &filter = {}) const;
+    /// The same for the small program that stands in for a calculation.
+    bool AddTestType(const QString &name, const QString &arguments, const QString &filter = {}) const;
+
+    /// Starts a manager on the project, or with other arguments, in place of the one before, which must have
+    /// ended.
+    [[nodiscard]] bool Start(ManagerProcess::Input input = ManagerProcess::Input::Pipe,
+                             const QStringList &options = {});
+    [[nodiscard]] ManagerProcess &Manager() { return *m_manager; }
+
+    /// What the project file holds.
+    [[nodiscard]] ProjectRows Rows() const;
+
+private:
+    QTemporaryDir m_directory;
+    std::unique_ptr<ManagerProcess> m_manager;
+};
