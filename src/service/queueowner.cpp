@@ -182,13 +182,23 @@ bool Taskmill_QueueOwner::CollectOnePass()
     return oneIsLeft;
 }
 
+void Taskmill_LimitedQueueOwner::QueueUpdatedSlot()
+{
+    CollectFinished();
+}
+
+void Taskmill_LimitedQueueOwner::Pause()
+{
+    Jobs().SetPaused(true);
+}
+
 Taskmill_LongJobsOwner::Taskmill_LongJobsOwner(Taskmill_JobStore &store, Taskmill_FinishedJobs &finishedJobs,
                                                Taskmill_ProcessInspector &inspector)
-    : Taskmill_QueueOwner{finishedJobs,
-                          {&Taskmill_Database::InsertLongJob, &Taskmill_Database::DeleteLongJob}}
+    : Taskmill_LimitedQueueOwner{finishedJobs,
+                                 {&Taskmill_Database::InsertLongJob, &Taskmill_Database::DeleteLongJob}}
     , m_queue{store, finishedJobs, inspector}
 {
-    connect(&m_queue, &Taskmill_LongJobsQueue::QueueUpdatedSignal, this,
+    connect(&m_queue, &Taskmill_JobQueue::QueueUpdatedSignal, this,
             &Taskmill_LongJobsOwner::QueueUpdatedSlot);
 }
 
@@ -197,40 +207,20 @@ QString Taskmill_LongJobsOwner::ListName() const
     return u"Long Jobs Queue"_s;
 }
 
-void Taskmill_LongJobsOwner::QueueUpdatedSlot()
-{
-    CollectFinished();
-}
-
-void Taskmill_LongJobsOwner::Pause()
-{
-    m_queue.SetPaused(true);
-}
-
 Taskmill_ShortJobsOwner::Taskmill_ShortJobsOwner(Taskmill_JobStore &store,
                                                  Taskmill_FinishedJobs &finishedJobs,
                                                  Taskmill_ProcessInspector &inspector)
-    : Taskmill_QueueOwner{finishedJobs,
-                          {&Taskmill_Database::InsertShortJob, &Taskmill_Database::DeleteShortJob}}
+    : Taskmill_LimitedQueueOwner{finishedJobs,
+                                 {&Taskmill_Database::InsertShortJob, &Taskmill_Database::DeleteShortJob}}
     , m_queue{store, finishedJobs, inspector}
 {
-    connect(&m_queue, &Taskmill_ShortJobsQueue::QueueUpdatedSignal, this,
+    connect(&m_queue, &Taskmill_JobQueue::QueueUpdatedSignal, this,
             &Taskmill_ShortJobsOwner::QueueUpdatedSlot);
 }
 
 QString Taskmill_ShortJobsOwner::ListName() const
 {
     return u"Short Jobs Queue"_s;
-}
-
-void Taskmill_ShortJobsOwner::QueueUpdatedSlot()
-{
-    CollectFinished();
-}
-
-void Taskmill_ShortJobsOwner::Pause()
-{
-    m_queue.SetPaused(true);
 }
 
 Taskmill_QueuelessJobsOwner::Taskmill_QueuelessJobsOwner(Taskmill_FinishedJobs &finishedJobs,

@@ -79,7 +79,23 @@ private:
     bool m_removing = false; ///< jobs are being removed one by one: nothing is collected meanwhile
 };
 
-class Taskmill_LongJobsOwner : public Taskmill_QueueOwner
+/// Of the two queues that have a limit and can be paused.
+class Taskmill_LimitedQueueOwner : public Taskmill_QueueOwner
+{
+    Q_OBJECT
+
+public:
+    [[nodiscard]] Taskmill_JobQueue &Jobs() override = 0;
+
+public Q_SLOTS:
+    void QueueUpdatedSlot();
+
+protected:
+    using Taskmill_QueueOwner::Taskmill_QueueOwner;
+    void Pause() override;
+};
+
+class Taskmill_LongJobsOwner : public Taskmill_LimitedQueueOwner
 {
     Q_OBJECT
 
@@ -89,17 +105,11 @@ public:
     [[nodiscard]] Taskmill_LongJobsQueue &Jobs() override { return m_queue; }
     [[nodiscard]] QString ListName() const override;
 
-public Q_SLOTS:
-    void QueueUpdatedSlot();
-
-protected:
-    void Pause() override;
-
 private:
     Taskmill_LongJobsQueue m_queue;
 };
 
-class Taskmill_ShortJobsOwner : public Taskmill_QueueOwner
+class Taskmill_ShortJobsOwner : public Taskmill_LimitedQueueOwner
 {
     Q_OBJECT
 
@@ -108,12 +118,6 @@ public:
                             Taskmill_ProcessInspector &inspector);
     [[nodiscard]] Taskmill_ShortJobsQueue &Jobs() override { return m_queue; }
     [[nodiscard]] QString ListName() const override;
-
-public Q_SLOTS:
-    void QueueUpdatedSlot();
-
-protected:
-    void Pause() override;
 
 private:
     Taskmill_ShortJobsQueue m_queue;
