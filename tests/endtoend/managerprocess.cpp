@@ -1,6 +1,5 @@
 #include "endtoend/managerprocess.h"
 
-#include "endtoend/processtable.h"
 #include "service/requestmessage.h"
 #include "support/testutil.h"
 
@@ -46,7 +45,6 @@ ManagerProcess::~ManagerProcess()
             m_process->kill();
         m_process->waitForFinished();
     }
-    ProcessTable::EndChildren();
 }
 
 std::pair<quint16, quint16> ManagerProcess::FreePorts()
@@ -82,6 +80,7 @@ bool ManagerProcess::HasStarted()
         m_process->waitForFinished();
         return false;
     }
+    m_output.clear();
     QTcpSocket probe;
     probe.connectToHost(QHostAddress::LocalHost, m_consolePort);
     return probe.waitForConnected();

@@ -16,7 +16,7 @@ struct ManagerEnd
 };
 
 /// One run of the real manager, with settings, home directory and ports of its own and without a display.
-/// Whatever it has started is gone when this is destroyed.
+/// Ended when this is destroyed.
 class ManagerProcess
 {
 public:

@@ -14,6 +14,12 @@ ProjectFixture::ProjectFixture()
         qFatal("no directory can be made");
 }
 
+ProjectFixture::~ProjectFixture()
+{
+    m_manager.reset();
+    ProcessTable::EndChildren();
+}
+
 bool ProjectFixture::AddType(const QString &name, const QString &program, const QString &commandLine,
                              const QString &filter) const
 {

@@ -18,11 +18,14 @@ struct ProjectRows
     QString lastJobID;
 };
 
-/// A directory of its own with a project file, made by the client, and the manager that works on it.
+/// A directory of its own with a project file, made by the client, and the manager that works on it. Whatever
+/// managers have left behind is gone when this is destroyed.
 class ProjectFixture
 {
 public:
     ProjectFixture();
+    ~ProjectFixture();
+    Q_DISABLE_COPY_MOVE(ProjectFixture)
 
     [[nodiscard]] QString Path(const QString &name) const { return m_directory.filePath(name); }
     [[nodiscard]] QString ProjectPath() const { return Path(QStringLiteral("jobs.mill")); }
