@@ -38,6 +38,10 @@ void HandleSignal(int signal)
 /// A thread's whole work: the main one may be held up for long, and no signal handler may look for processes.
 void EndAtSecondSignal()
 {
+    // Signals are for the main thread, whose waiting they have to break.
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, nullptr);
     char signal = 0;
     if (read(secondSignalPipe[0], &signal, 1) != 1)
         return;
