@@ -12,7 +12,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 /// Placeholder pairs come from clients: a few that double the text each time must not use up the memory.
-constexpr qsizetype longestText = 1'000'000;
+constexpr qsizetype longestText = 128 * 1024;
 
 void ReplaceFileName(QString &text, QLatin1StringView placeholder, const QString &path)
 {
@@ -83,7 +83,15 @@ QByteArray EncodeStandardInput(const QString &text, const Taskmill_JobRecord &jo
 
 QString FirstLine(const QString &text)
 {
-    return text.left(text.indexOf(u'\n')).trimmed();
+    const QString line = text.left(text.indexOf(u'\n'));
+    const auto isBlank = [](QChar c) {
+        return c == u' ' || c == u'\t' || c == u'\r';
+    };
+    // Only blanks that may stand around a template's first line: a file name may end in another kind of
+    // space.
+    const auto begin = std::find_if_not(line.begin(), line.end(), isBlank);
+    const auto end = std::find_if_not(line.rbegin(), std::make_reverse_iterator(begin), isBlank).base();
+    return QString{begin, end - begin};
 }
 
 QString AfterFirstLine(const QString &text)
@@ -100,6 +108,8 @@ void Taskmill_ApplyPlaceholders(QString &text, const Taskmill_PlaceholderValues 
             continue;
         const qsizetype growth = value.size() - placeholder.size();
         const qsizetype count = text.count(placeholder, Qt::CaseInsensitive);
+        if (count == 0)
+            continue;
         if (growth > 0 && count > (longestText - text.size()) / growth) {
             qWarning("Placeholders left out: their values make the text too long");
             return;

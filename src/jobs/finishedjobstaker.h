@@ -7,5 +7,6 @@ class Taskmill_FinishedJobsTaker
 {
 public:
     virtual ~Taskmill_FinishedJobsTaker() = default;
-    virtual void AddJob(const Taskmill_JobRecord &job) = 0;
+    /// False when the job could not be recorded for good.
+    virtual bool AddJob(const Taskmill_JobRecord &job) = 0;
 };

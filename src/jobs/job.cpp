@@ -91,7 +91,8 @@ void Taskmill_Job::MakeProcess(const Taskmill_LaunchPlan &plan, const QString &s
     m_process->setProcessEnvironment(Taskmill_JobEnvironment(m_record, KilnUtil_Process::StartEnvironment()));
     // A program that reads a prompt nobody answers must find the end of the input instead of waiting for
     // ever.
-    m_process->setStandardInputFile(standardInputFile.isEmpty() ? QProcess::nullDevice() : standardInputFile);
+    m_process->SetStandardInputFilePath(standardInputFile.isEmpty() ? QProcess::nullDevice()
+                                                                    : standardInputFile);
     if (!m_record.StandardOutputFile.isEmpty())
         m_process->SetStandardOutputFilePath(m_record.StandardOutputFile);
     m_process->setWorkingDirectory(WorkingDirectory());
@@ -120,7 +121,8 @@ QString Taskmill_Job::GatherOutput()
     if (m_process) {
         QByteArray bytes = m_process->Output().Content();
         // A database text is cut at a NUL character by whoever reads it with C functions.
-        bytes.replace('\0', QByteArrayView{});
+        if (bytes.contains('\0'))
+            bytes.replace('\0', QByteArrayView{});
         m_record.StdOutAndStdErr = KilnUtil_TextEncoding::FromUtf8OrLatin1(bytes);
     }
     return m_record.StdOutAndStdErr;

@@ -50,7 +50,12 @@ bool Taskmill_JobRecord::IsValid() const
 {
     const std::array fileNames{&JobType.ExecutablePath, &InputFilePath,  &InputFilePath2,  &StandardInputFile,
                                &StandardOutputFile,     &CheckpointFile, &CheckpointFile2, &OutputFile};
-    if (std::ranges::any_of(fileNames, [](const QString *name) { return name->contains(u'\n'); }))
+    const auto isUnusable = [](const QString *name) {
+        return name->contains(u'\n') || name->contains(QChar::Null);
+    };
+    if (std::ranges::any_of(fileNames, isUnusable) || Name.contains(QChar::Null))
+        return false;
+    if (PlaceholderValues.size() > Taskmill_MaxPlaceholders)
         return false;
     if (JobType.UsesInputFile() && !QFileInfo::exists(InputFilePath))
         return false;

@@ -11,8 +11,11 @@
 /// Extra placeholders and their values, in the order in which they are applied.
 using Taskmill_PlaceholderValues = QList<QPair<QString, QString>>;
 
-/// Everything that is known of one run of a job type, apart from its process: what queues, the finished list and the
-/// database pass around by value. Two records are equal when all fields are.
+/// More than any program's template uses; each one costs a search of the whole command line.
+constexpr qsizetype Taskmill_MaxPlaceholders = 128;
+
+/// Everything that is known of one run of a job type, apart from its process: what queues, the finished list
+/// and the database pass around by value. Two records are equal when all fields are.
 struct Taskmill_JobRecord
 {
     QString JobClass; ///< a free word of the submitter, returned in the notification
@@ -46,16 +49,17 @@ struct Taskmill_JobRecord
 
     [[nodiscard]] bool IsFinished() const { return Taskmill_IsFinalStatus(Status); }
 
-    /// Stores the status; with `stamp`, also the current time as Submitted (Pending), Started (Running) or Finished
-    /// (any final status).
+    /// Stores the status; with `stamp`, also the current time as Submitted (Pending), Started (Running) or
+    /// Finished (any final status).
     void SetStatus(Taskmill_JobStatus status, bool stamp);
 
-    /// Sets OutputFile from the input file and the first pattern of the job type's output filter; empty when there is
-    /// no input file or no pattern.
+    /// Sets OutputFile from the input file and the first pattern of the job type's output filter; empty when
+    /// there is no input file or no pattern.
     void DeriveOutputFile();
 
-    /// Whether the job can be run: named, its job type valid, its input file there when the template uses one, and no
-    /// line feed in any file name, since a template is line-based.
+    /// Whether the job can be run: named, its job type valid, its input file there when the template uses
+    /// one, no more than Taskmill_MaxPlaceholders, no line feed in any file name, since a template is
+    /// line-based, and no NUL.
     [[nodiscard]] bool IsValid() const;
 
     /// The template with every known placeholder replaced: executable, arguments and standard-input lines.

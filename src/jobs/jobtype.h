@@ -5,16 +5,17 @@
 #include <QList>
 #include <QString>
 
-/// How one kind of input file is turned into a running process. A plain value; every job keeps a copy of its own.
+/// How one kind of input file is turned into a running process. A plain value; every job keeps a copy of its
+/// own.
 struct Taskmill_JobType
 {
     qint32 JobTypeID = 0; ///< key in the database; 0 in a record not yet stored, and also a real key
     QString Name;
     QString ApplicationName; ///< file name part of ExecutablePath
     QString ExecutablePath;
-    QString DefaultQueue; ///< "Long", "Short", "Queueless" or "None"
+    QString DefaultQueue;       ///< "Long", "Short", "Queueless" or "None"
     QString GenericCommandLine; ///< template; the lines after the first go to the program's standard input
-    QString InputFileFilter; ///< file-dialog filter such as "Gaussian Input Files (*.gjf)"
+    QString InputFileFilter;    ///< file-dialog filter such as "Gaussian Input Files (*.gjf)"
     QString OutputFileFilter;
     QString EnvironmentVariables; ///< lines NAME=VALUE
 
@@ -22,7 +23,8 @@ struct Taskmill_JobType
 
     /// An empty record stands for "no such job type". Never told by the key: 0 is a real one.
     [[nodiscard]] bool IsEmpty() const { return Name.isEmpty(); }
-    /// Whether a job may be made from this type: named, its executable a file that exists, "@EXEFILE" in the template.
+    /// Whether a job may be made from this type: named, its executable a file that exists, "@EXEFILE" in the
+    /// template.
     [[nodiscard]] bool IsValid() const;
     [[nodiscard]] bool UsesInputFile() const;
     [[nodiscard]] bool UsesSecondInputFile() const;
@@ -31,7 +33,8 @@ struct Taskmill_JobType
     [[nodiscard]] bool MatchesFile(const QString &filePath) const;
 };
 
-/// The pieces of a file-dialog filter, split at blanks and parentheses: "Files (*.a *.b)" gives "Files", "*.a", "*.b".
+/// The pieces of a file-dialog filter, split at blanks and parentheses: "Files (*.a *.b)" gives "Files",
+/// "*.a", "*.b".
 [[nodiscard]] QStringList Taskmill_FilterPieces(const QString &filter);
 
 /// The first type of the list whose filter matches the file; an empty record when none does.

@@ -17,6 +17,7 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -72,15 +73,15 @@ std::vector<ProcessIds> ListProcessIds()
     return processes;
 }
 
-/// Adds what belongs to the processes already in the tree: their children, and members of the root's group or
-/// session.
-bool GrowTree(std::set<pid_t> &tree, const std::vector<ProcessIds> &processes, pid_t root)
+/// Adds what belongs to the processes already in the tree: their children, and members of the roots' groups
+/// or sessions.
+bool GrowTree(std::set<pid_t> &tree, const std::vector<ProcessIds> &processes, const std::set<pid_t> &roots)
 {
     bool grown = false;
     for (const ProcessIds &ids : processes) {
         if (ids.id == getpid() || tree.contains(ids.id))
             continue;
-        if (ids.group == root || ids.session == root || tree.contains(ids.parent)) {
+        if (roots.contains(ids.group) || roots.contains(ids.session) || tree.contains(ids.parent)) {
             tree.insert(ids.id);
             grown = true;
         }
@@ -88,24 +89,36 @@ bool GrowTree(std::set<pid_t> &tree, const std::vector<ProcessIds> &processes, p
     return grown;
 }
 
-void EndTree(qint64 processID, bool withRoot)
+/// Whether a child of this program has ended, although nobody has asked for its exit status yet.
+bool HasEnded(pid_t id)
 {
-    const auto root = static_cast<pid_t>(processID);
-    if (root <= 1)
-        return;
-    std::set<pid_t> tree{root};
-    // Ended processes lose their children to process 1, so the tree is gathered before anything is ended; the
-    // second round catches what was started meanwhile.
+    siginfo_t information{};
+    return waitid(P_PID, static_cast<id_t>(id), &information, WEXITED | WNOHANG | WNOWAIT | __WALL) == 0 &&
+           information.si_pid != 0;
+}
+
+void EndTrees(const std::set<pid_t> &roots, bool withRoots)
+{
+    // Stopped first, so that no program goes on to its next step because the step before it was ended.
+    for (const pid_t root : roots)
+        kill(-root, SIGSTOP);
+    // Ended processes lose their children to process 1, so the trees are gathered before anything is ended;
+    // the second round catches what those outside the stopped groups started meanwhile.
     for (int round = 0; round < 2; ++round) {
         const std::vector<ProcessIds> processes = ListProcessIds();
-        while (GrowTree(tree, processes, root)) {
+        std::set<pid_t> tree = roots;
+        while (GrowTree(tree, processes, roots)) {
         }
-        if (withRoot)
-            kill(-root, SIGKILL);
         for (const pid_t id : tree) {
-            if (id != root)
+            if (!roots.contains(id))
                 kill(id, SIGKILL);
         }
+        if (tree.size() == roots.size())
+            break;
+    }
+    if (withRoots) {
+        for (const pid_t root : roots)
+            kill(-root, SIGKILL);
     }
 }
 } // namespace
@@ -127,6 +140,8 @@ void KilnUtil_Platform::RegisterChild(qint64 processID)
         if (place.compare_exchange_strong(free, static_cast<pid_t>(processID)))
             return;
     }
+    qWarning("Too many running processes: %lld is not known to a forced end",
+             static_cast<long long>(processID));
 }
 
 void KilnUtil_Platform::UnregisterChild(qint64 processID)
@@ -140,20 +155,31 @@ void KilnUtil_Platform::UnregisterChild(qint64 processID)
 
 void KilnUtil_Platform::KillDescendants(qint64 processID)
 {
-    EndTree(processID, false);
+    if (processID > 1 && !HasEnded(static_cast<pid_t>(processID)))
+        EndTrees({static_cast<pid_t>(processID)}, false);
 }
 
 void KilnUtil_Platform::KillProcessTree(qint64 processID)
 {
-    EndTree(processID, true);
+    const auto root = static_cast<pid_t>(processID);
+    if (root <= 1)
+        return;
+    // Of a process that has ended only its group can still be found.
+    if (HasEnded(root))
+        kill(-root, SIGKILL);
+    else
+        EndTrees({root}, true);
 }
 
 void KilnUtil_Platform::KillRegisteredChildren()
 {
+    std::set<pid_t> leaders;
     for (const auto &place : registeredChildren) {
         if (const pid_t leader = place.load(); leader > 1)
-            KillProcessTree(leader);
+            leaders.insert(leader);
     }
+    if (!leaders.empty())
+        EndTrees(leaders, true);
 }
 
 void KilnUtil_Platform::RaiseOpenFilesLimit()

@@ -2,6 +2,7 @@
 
 #include "kilnutil/platform.h"
 
+#include <QFileInfo>
 #include <QTimer>
 
 #include <utility>
@@ -10,7 +11,15 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 constexpr int exitCodeOfFailedStart = 255;
+
+/// A pipe with a name is opened only when somebody opens its other end, and the toolkit opens files itself.
+bool MayBlockWhenOpened(const QString &path)
+{
+    const QFileInfo file{path};
+    return !path.isEmpty() && path != QProcess::nullDevice() && file.exists() && !file.isFile() &&
+           !file.isDir();
 }
+} // namespace
 
 KilnUtil_Process::KilnUtil_Process(QObject *parent, const QString &title, const QString &secondTitle)
     : QProcess{parent}
@@ -75,14 +84,26 @@ void KilnUtil_Process::SetUserAndGroup(int userID, int groupID)
     m_groupID = groupID;
 }
 
+void KilnUtil_Process::SetStandardInputFilePath(const QString &path)
+{
+    setStandardInputFile(path);
+    m_standardInputPath = path;
+}
+
 void KilnUtil_Process::SetStandardOutputFilePath(const QString &path)
 {
     setStandardOutputFile(path, QIODevice::Truncate);
-    m_outputRedirected = true;
+    m_standardOutputPath = path;
 }
 
 void KilnUtil_Process::Start()
 {
+    for (const QString &path : {m_standardInputPath, m_standardOutputPath}) {
+        if (MayBlockWhenOpened(path)) {
+            FailToStart(u"%1 is not a regular file"_s.arg(path));
+            return;
+        }
+    }
     KilnUtil_Platform::PrepareChild(*this, m_argumentText);
     start();
     // The process is known from here on, before the event loop learns that it has started.
@@ -148,15 +169,19 @@ void KilnUtil_Process::ErrorOccurredSlot(QProcess::ProcessError error)
     // A failed start has no finished() and may be reported twice, and from within start().
     if (error != QProcess::FailedToStart || m_failedToStart)
         return;
+    FailToStart(errorString());
+}
+
+void KilnUtil_Process::FailToStart(const QString &reason)
+{
     m_failedToStart = true;
-    const QString text = u"Failed to start %1: %2\n"_s.arg(program(), errorString());
-    m_output.Append(text.toUtf8());
+    m_output.Append(u"Failed to start %1: %2\n"_s.arg(program(), reason).toUtf8());
     QTimer::singleShot(0, this, &KilnUtil_Process::EndSlot);
 }
 
 void KilnUtil_Process::ReadOutputSlot()
 {
-    if (m_outputRedirected)
+    if (!m_standardOutputPath.isEmpty())
         return;
     const QByteArray bytes = readAllStandardOutput();
     if (bytes.isEmpty())

@@ -37,6 +37,9 @@ public:
     void SetUserAndGroup(int userID, int groupID);
     [[nodiscard]] int UserID() const { return m_userID; }
     [[nodiscard]] int GroupID() const { return m_groupID; }
+    /// Input comes from this file. Like the one for output it has to be a regular file or the null device:
+    /// the start fails otherwise.
+    void SetStandardInputFilePath(const QString &path);
     /// Output goes to this file, which is truncated, and is not captured.
     void SetStandardOutputFilePath(const QString &path);
 
@@ -82,15 +85,17 @@ private Q_SLOTS:
 
 private:
     void EndProcess();
+    void FailToStart(const QString &reason);
 
     QString m_title;
     QString m_secondTitle;
     QString m_argumentText;
+    QString m_standardInputPath;
+    QString m_standardOutputPath;
     KilnUtil_OutputBuffer m_output;
     qint64 m_registeredID = 0;
     int m_userID = 0;
     int m_groupID = 0;
-    bool m_outputRedirected = false;
     bool m_killed = false;
     bool m_failedToStart = false;
     bool m_ended = false;

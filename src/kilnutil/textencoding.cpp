@@ -24,9 +24,16 @@ qsizetype CharacterLength(char first)
 
 QString KilnUtil_TextEncoding::FromUtf8OrLatin1(QByteArrayView bytes)
 {
+    const QByteArrayView whole = WithoutCutEnd(bytes);
     QStringDecoder decoder{QStringDecoder::Utf8, QStringDecoder::Flag::Stateless};
-    QString text = decoder(bytes);
-    return decoder.hasError() ? QString::fromLatin1(bytes) : text;
+    QString text = decoder(whole);
+    if (decoder.hasError())
+        return QString::fromLatin1(bytes);
+    if (whole.size() == bytes.size())
+        return text;
+    // Only other characters outside ASCII tell the half of a last UTF-8 character from one of Latin-1.
+    return text.size() < whole.size() ? text + QChar{QChar::ReplacementCharacter}
+                                      : QString::fromLatin1(bytes);
 }
 
 QByteArrayView KilnUtil_TextEncoding::WithoutCutEnd(QByteArrayView bytes)

@@ -6,14 +6,15 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-void Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job)
+bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job)
 {
     m_jobs.append(job);
-    if (Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase()) {
-        if (!database->InsertFinishedJob(job, true, nullptr))
-            qWarning("Finished job %d could not be written to the database", job.JobID);
-    }
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+    const bool recorded = !database || database->InsertFinishedJob(job, true, nullptr);
+    if (!recorded)
+        qWarning("Finished job %d could not be written to the database", job.JobID);
     Q_EMIT JobsChangedSignal();
+    return recorded;
 }
 
 void Taskmill_FinishedJobs::SetJobs(const QList<Taskmill_JobRecord> &jobs)

@@ -16,7 +16,7 @@ public:
     [[nodiscard]] const QList<Taskmill_JobRecord> &Jobs() const { return m_jobs; }
 
     /// Appends the job and, when a database is open, records it there.
-    void AddJob(const Taskmill_JobRecord &job) override;
+    bool AddJob(const Taskmill_JobRecord &job) override;
     /// Replaces the list; the database is not touched, as in Clear() and RemoveAt().
     void SetJobs(const QList<Taskmill_JobRecord> &jobs);
     void Clear();

@@ -62,11 +62,11 @@ Taskmill_JobRecord JobOfThisUser(const Taskmill_JobType &jobType, const QString 
 
 void SetExtraFiles(Taskmill_JobRecord &job, const Taskmill_RequestMessage &request)
 {
-    job.StandardInputFile = request.JobStandardInputFile;
-    job.OutputFile = request.JobOutputFile;
-    job.StandardOutputFile = request.JobStandardOutputFile;
-    job.CheckpointFile = request.JobChkFile;
-    job.CheckpointFile2 = request.JobChkFile1;
+    job.StandardInputFile = AbsolutePath(request.JobStandardInputFile);
+    job.OutputFile = AbsolutePath(request.JobOutputFile);
+    job.StandardOutputFile = AbsolutePath(request.JobStandardOutputFile);
+    job.CheckpointFile = AbsolutePath(request.JobChkFile);
+    job.CheckpointFile2 = AbsolutePath(request.JobChkFile1);
 }
 } // namespace
 

@@ -163,6 +163,15 @@ void Taskmill_QueueOwner::RemoveNow(QList<int> jobIDs)
     CollectFinished();
 }
 
+void Taskmill_QueueOwner::CollectAllFinished()
+{
+    const auto isFinished = [](const Taskmill_Job *job) {
+        return job->IsFinished();
+    };
+    while (!m_collecting && !m_removing && std::ranges::any_of(Jobs().Jobs(), isFinished))
+        CollectFinished();
+}
+
 bool Taskmill_QueueOwner::CollectOnePass()
 {
     bool oneIsLeft = false;
@@ -174,10 +183,12 @@ bool Taskmill_QueueOwner::CollectOnePass()
             continue;
         const Taskmill_JobRecord job = jobs.JobAt(index)->Record();
         jobs.RemoveAt(index);
-        m_finishedJobs.AddJob(job);
-        if (Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase())
-            (database->*m_table.remove)(job.JobID);
         oneIsLeft = oneIsLeft || (jobs.JobAt(index) && jobs.JobAt(index)->IsFinished());
+        const bool recorded = m_finishedJobs.AddJob(job);
+        Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+        // A job that could not be recorded stays in the file as a waiting one.
+        if (recorded && database)
+            (database->*m_table.remove)(job.JobID);
     }
     return oneIsLeft;
 }

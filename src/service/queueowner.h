@@ -28,6 +28,10 @@ public:
     /// Ends all work of the queue: pauses it and kills what runs.
     void Stop();
 
+    /// Hands every finished job on now instead of with the following passes, so that no file is written in
+    /// between that has it as a waiting one.
+    void CollectAllFinished();
+
     /// The listing that the console prints.
     [[nodiscard]] QString ListingText();
 

@@ -16,11 +16,12 @@ public:
     QList<Taskmill_JobRecord> Taken;
     std::function<void()> OnTaken; ///< called after each one, when set
 
-    void AddJob(const Taskmill_JobRecord &job) override
+    bool AddJob(const Taskmill_JobRecord &job) override
     {
         Taken.append(job);
         if (OnTaken)
             OnTaken();
+        return true;
     }
 
     /// "7 Killed", one text for each job.
