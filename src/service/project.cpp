@@ -42,21 +42,8 @@ std::array<Taskmill_JobQueue *, 2> LimitedQueues(const Taskmill_JobTabs &tabs)
     return {&tabs.LongJobs.Jobs(), &tabs.ShortJobs.Jobs()};
 }
 
-QString UnreadableText()
-{
-    return u"The specified file cannot be read:\n\n%1"_s;
-}
-
-/// Whether the whole content can be loaded.
-bool CanBeLoaded(const QString &path)
-{
-    Taskmill_Database database{
-        KilnUtil_Database_Foundation::SQLiteMemory, {}, u"QSQLITE"_s, {}, {}, {}, {}, {}};
-    return database.LoadFromFile(path);
-}
-
-/// Why the file cannot be opened as a project, with %1 for its path; empty when nothing stands against it.
-QString ProblemOf(const QString &path)
+/// What stands against the file before it is read, with %1 for its path; empty when nothing does.
+QString ProblemOfFile(const QString &path)
 {
     const QFileInfo file{path};
     if (!file.exists())
@@ -66,21 +53,32 @@ QString ProblemOf(const QString &path)
     // A console has nobody at hand to choose another file, and can work on without saving.
     if (Taskmill_IsGuiMode() && !file.isWritable())
         return u"The specified file is not writable:\n\n%1"_s;
-    if (!file.isFile())
-        return u"The specified file is not a Taskmill project:\n\n%1"_s;
+    return {};
+}
 
-    Taskmill_Database database{
-        KilnUtil_Database_Foundation::SQLiteFile, path, u"QSQLITE"_s, {}, {}, {}, {}, {}};
+/// The same for its content, which the database in memory is to take over.
+QString ProblemOfLoading(Taskmill_Database *database, const QString &path)
+{
+    if (!database || !database->LoadFromFile(path))
+        return u"The specified file is not a Taskmill project, is damaged or is in use by another program:\n\n%1"_s;
     QString version;
-    if (database.Open() && database.GetGeneralData(u"Version"_s, version)) {
-        if (!Taskmill_IsProject(database))
-            return u"The specified file is a Taskmill project of another version:\n\n%1"_s;
-        // A damaged file is not to cost the project that is open.
-        return CurrentDatabase() && !CanBeLoaded(path) ? UnreadableText() : QString{};
+    if (!database->GetGeneralData(u"Version"_s, version))
+        return u"The specified file is not a Taskmill project:\n\n%1"_s;
+    if (!Taskmill_IsProject(*database))
+        return u"The specified file is a Taskmill project of another version:\n\n%1"_s;
+    return {};
+}
+
+QString ProblemOf(const QString &path)
+{
+    QString problem = ProblemOfFile(path);
+    // A bad file is not to cost the project that is open.
+    if (problem.isEmpty() && CurrentDatabase()) {
+        Taskmill_Database database{
+            KilnUtil_Database_Foundation::SQLiteMemory, {}, u"QSQLITE"_s, {}, {}, {}, {}, {}};
+        problem = ProblemOfLoading(&database, path);
     }
-    const QString reason = database.LastErrorMessage();
-    return u"The specified file is not a Taskmill project or is in use by another program:\n\n%1"_s +
-           (reason.trimmed().isEmpty() ? QString{} : u"\n\n"_s + reason);
+    return problem;
 }
 
 void RememberDirectory(const QString &path)
@@ -129,15 +127,17 @@ bool Taskmill_Project::OpenProject(const QString &path)
 
     CloseProject();
     RememberDirectory(absolutePath);
-    Taskmill_Database *database = OpenDatabaseOfFile(absolutePath);
-    if (!database || !Taskmill_IsProject(*database)) {
+    Taskmill_Database *database = NewMemoryDatabase(false);
+    if (const QString problem = ProblemOfLoading(database, absolutePath); !problem.isEmpty()) {
         Taskmill_Database_Manager::Global().CloseAll();
-        KilnUtil_Error::ReportWarning(title, UnreadableText().arg(path));
+        KilnUtil_Error::ReportWarning(title, problem.arg(path));
         Q_EMIT StateChangedSignal();
         return false;
     }
+    Adopt(*database, absolutePath);
     m_jobNumbers = KilnUtil_IDManager{Taskmill_LastJobID(*database), 1};
     ReloadTabs(*database);
+    database->MarkUnchanged();
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
     return true;
@@ -207,7 +207,8 @@ bool Taskmill_Project::SaveProjectAs(const QString &path)
     }
     Taskmill_Database_Manager::Global().CloseAll();
     RememberDirectory(absolutePath);
-    if (!OpenDatabaseOfFile(absolutePath)) {
+    Taskmill_Database *reopened = NewMemoryDatabase(false);
+    if (!reopened || !reopened->LoadFromFile(absolutePath)) {
         Taskmill_Database_Manager::Global().CloseAll();
         KilnUtil_Error::ReportError(
             u"Saving a Taskmill Project File"_s,
@@ -215,6 +216,7 @@ bool Taskmill_Project::SaveProjectAs(const QString &path)
         Q_EMIT StateChangedSignal();
         return false;
     }
+    Adopt(*reopened, absolutePath);
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
     return true;
@@ -290,18 +292,14 @@ void Taskmill_Project::CloseProject()
     Taskmill_Database_Manager::Global().CloseAll();
 }
 
-Taskmill_Database *Taskmill_Project::OpenDatabaseOfFile(const QString &path)
+void Taskmill_Project::Adopt(Taskmill_Database &database, const QString &path)
 {
-    Taskmill_Database *database = NewMemoryDatabase(false);
-    if (!database || !database->LoadFromFile(path))
-        return nullptr;
-    database->SetFilePath(path);
-    database->MarkUnchanged();
-    Follow(*database);
-    return database;
+    database.SetFilePath(path);
+    database.MarkUnchanged();
+    Follow(database);
 }
 
-void Taskmill_Project::Follow(Taskmill_Database &database)
+void Taskmill_Project::Follow(const Taskmill_Database &database) const
 {
     connect(&database, &KilnUtil_Database_Foundation::StateChangedSignal, this,
             &Taskmill_Project::StateChangedSignal);
@@ -314,9 +312,7 @@ void Taskmill_Project::ReloadTabs(Taskmill_Database &database)
     m_tabs.FinishedJobs.SetJobs(database.GetFinishedJobs());
     m_tabs.LongJobs.Replace(database.GetLongJobs());
     m_tabs.ShortJobs.Replace(database.GetShortJobs());
-    database.MarkUnchanged();
-    // Jobs without a queue start at once, when everything else is in place. One that fails at once is a
-    // change already.
+    // Jobs without a queue start at once, when everything else is in place.
     m_tabs.QueuelessJobs.Replace(database.GetQueuelessJobs());
 }
 

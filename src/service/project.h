@@ -74,8 +74,8 @@ Q_SIGNALS:
 private:
     void ReloadTabs(Taskmill_Database &database);
     void ReloadLimits(Taskmill_Database &database);
-    [[nodiscard]] Taskmill_Database *OpenDatabaseOfFile(const QString &path);
-    void Follow(Taskmill_Database &database);
+    void Adopt(Taskmill_Database &database, const QString &path);
+    void Follow(const Taskmill_Database &database) const;
     [[nodiscard]] QString AskForProjectFile() const;
 
     Taskmill_JobTypeList &m_jobTypes;

@@ -50,7 +50,7 @@ QString ConsoleFixture::SubmitGated(Taskmill_QueueOwner &owner, const QString &f
 {
     if (Manager.jobTypes.Names().isEmpty())
         Manager.AddGatedJobType();
-    const QString file = Manager.InputFile(fileName);
+    QString file = Manager.InputFile(fileName);
     owner.Submit(Manager.NewJob(Manager.jobTypes.GetAll().first(), file));
     return file;
 }

@@ -32,6 +32,12 @@ public:
         m_lines.append(line);
         m_changed.notify_all();
     }
+    /// Blocks, without an event loop, until all lines are taken.
+    void WaitUntilTaken()
+    {
+        std::unique_lock lock{m_mutex};
+        m_changed.wait(lock, [this] { return m_lines.isEmpty(); });
+    }
     [[nodiscard]] QString Output()
     {
         const std::scoped_lock lock{m_mutex};
@@ -62,8 +68,10 @@ public:
             m_rememberedPrompts += prompt;
         if (m_atEnd == AtEnd::Wait)
             m_changed.wait(lock, [this] { return m_interrupted || !m_lines.isEmpty(); });
-        if (!m_interrupted && !m_lines.isEmpty())
+        if (!m_interrupted && !m_lines.isEmpty()) {
+            m_changed.notify_all();
             return m_lines.takeFirst();
+        }
         if (!std::exchange(m_interrupted, true))
             m_completerAtEnd = m_completer;
         return std::nullopt;

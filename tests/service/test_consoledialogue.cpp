@@ -37,6 +37,7 @@ private Q_SLOTS:
     void QuittingOnTheConsolesThread();
     void EndsWhereverItIs_data();
     void EndsWhereverItIs();
+    void EndsWhileItAsksTheMainThread();
 
 private:
     std::unique_ptr<ConsoleFixture> m_fixture;
@@ -275,7 +276,7 @@ void TestConsoleDialogue::EndsWhereverItIs_data()
     QTest::newRow("at the queue") << QStringList{u"add job"_s} << queueQuestion;
     QTest::newRow("at the file") << QStringList{u"add long job"_s, u"Gated"_s} << fileQuestion;
     QTest::newRow("at the exit question") << QStringList{u"quit"_s} << exitQuestion;
-    QTest::newRow("between commands") << QStringList{30, u"list long jobs"_s} << u"Empty\n\n"_s;
+    QTest::newRow("between commands") << QStringList{5, u"list long jobs"_s} << u"Empty\n\n"_s;
     QTest::newRow("in a long command") << QStringList{u"dir ; touch begun; exec sleep 1000"_s} << QString{};
 }
 
@@ -296,6 +297,20 @@ void TestConsoleDialogue::EndsWhereverItIs()
     m_fixture->Console.reset();
     QCOMPARE(m_fixture->Exits, 0);
     QCOMPARE(m_fixture->Manager.longJobs.Jobs().Count(), 0);
+}
+
+void TestConsoleDialogue::EndsWhileItAsksTheMainThread()
+{
+    // Whether the question is on its way, waits or is not put any more is up to the threads.
+    for (int attempt = 0; attempt < 50; ++attempt) {
+        m_fixture->MakeConsole(AtEnd::Wait, {u"list long jobs"_s});
+        m_fixture->Console->RunSlot();
+        m_fixture->Terminal->WaitUntilTaken();
+        if (attempt % 2 == 0)
+            QThread::yieldCurrentThread();
+        m_fixture->Console.reset();
+    }
+    QCOMPARE(m_fixture->Exits, 0);
 }
 
 QTEST_GUILESS_MAIN(TestConsoleDialogue)
