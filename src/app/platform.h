@@ -6,8 +6,19 @@
 
 /// What differs between systems in starting and ending the program.
 namespace Taskmill_Platform {
-/// Whether windows can be shown; `arguments` may name a platform of their own.
+/// To be called before anything else opens a file: a standard stream that was closed is the null device from
+/// then on, lest the program's own files get its number and receive what is printed. Writing to a pipe that
+/// nobody reads any more becomes an error instead of an end.
+void PrepareStandardStreams();
+
+/// Full path of the running program.
+[[nodiscard]] QString ExecutablePath();
+
+/// Whether windows may be shown; `arguments` may name a platform of their own.
 [[nodiscard]] bool HasDisplay(const QStringList &arguments);
+/// The toolkit's platforms to try one after another where a display is named, which may yet be out of reach;
+/// an empty text when somebody has chosen one, or the system has only one.
+[[nodiscard]] QByteArray PlatformsToTry(const QStringList &arguments);
 
 /// Attaches the program to its parent's console. False when there is none.
 [[nodiscard]] bool AttachToParentConsole();

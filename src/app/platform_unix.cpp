@@ -2,6 +2,7 @@
 
 #include "kilnutil/platform.h"
 
+#include <QFile>
 #include <QSocketNotifier>
 #include <QtGlobal>
 
@@ -35,6 +36,13 @@ void HandleSignal(int signal)
     errno = savedError;
 }
 
+bool standardOutputWasClosed = false;
+
+bool ChoosesPlatform(const QStringList &arguments)
+{
+    return arguments.contains("-platform"_L1) || !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+}
+
 /// A thread's whole work: the main one may be held up for long, and no signal handler may look for processes.
 void EndAtSecondSignal()
 {
@@ -51,10 +59,41 @@ void EndAtSecondSignal()
 }
 } // namespace
 
+void Taskmill_Platform::PrepareStandardStreams()
+{
+    standardOutputWasClosed = fcntl(STDOUT_FILENO, F_GETFD) == -1;
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+        // The lowest free number is taken, so the streams are filled up in order.
+        if (fcntl(stream, F_GETFD) == -1 && open("/dev/null", O_RDWR) != stream)
+            return;
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+QString Taskmill_Platform::ExecutablePath()
+{
+    return QFile::symLinkTarget(u"/proc/self/exe"_s);
+}
+
 bool Taskmill_Platform::HasDisplay(const QStringList &arguments)
 {
-    return arguments.contains("-platform"_L1) || qEnvironmentVariableIsSet("DISPLAY") ||
-           qEnvironmentVariableIsSet("WAYLAND_DISPLAY") || qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
+    return ChoosesPlatform(arguments) || !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+QByteArray Taskmill_Platform::PlatformsToTry(const QStringList &arguments)
+{
+    if (ChoosesPlatform(arguments))
+        return {};
+    QByteArray platforms;
+    if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        qEnvironmentVariable("XDG_SESSION_TYPE") == "wayland"_L1)
+        platforms += "wayland;";
+    if (!qEnvironmentVariableIsEmpty("DISPLAY"))
+        platforms += "xcb;";
+    if (platforms.isEmpty())
+        platforms += "wayland;";
+    return platforms + "offscreen";
 }
 
 bool Taskmill_Platform::AttachToParentConsole()
@@ -64,7 +103,7 @@ bool Taskmill_Platform::AttachToParentConsole()
 
 bool Taskmill_Platform::OpenConsole()
 {
-    return fcntl(STDOUT_FILENO, F_GETFD) != -1;
+    return !standardOutputWasClosed;
 }
 
 void Taskmill_Platform::ReconnectStreams()

@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 
+#include <array>
 #include <atomic>
 #include <cstdio>
 
@@ -25,6 +26,20 @@ BOOL WINAPI HandleConsoleEvent(DWORD)
     return TRUE;
 }
 } // namespace
+
+void Taskmill_Platform::PrepareStandardStreams() {}
+
+QString Taskmill_Platform::ExecutablePath()
+{
+    std::array<wchar_t, 32768> path{};
+    const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+    return QString::fromWCharArray(path.data(), static_cast<qsizetype>(length));
+}
+
+QByteArray Taskmill_Platform::PlatformsToTry(const QStringList &)
+{
+    return {};
+}
 
 bool Taskmill_Platform::HasDisplay(const QStringList &)
 {

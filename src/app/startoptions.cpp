@@ -4,7 +4,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-// The bracket that "-list" lacks has been missing for so long that scripts compare the text with it.
+// The bracket that "-list" lacks is part of the text that scripts compare.
 const char *const Taskmill_UsageText = "Usage:    taskmill [options]\n\n"
                                        "options:  [-help]\n"
                                        "          [-list\n"

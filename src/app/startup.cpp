@@ -52,11 +52,12 @@ public:
 
     [[nodiscard]] const QStringList &Texts() const { return m_texts; }
 
-    /// Shows windows nowhere. Not by the environment, which the jobs inherit.
-    void UseOffscreenPlatform()
+    /// Not by the environment, which the jobs inherit.
+    void UsePlatforms(const QByteArray &names)
     {
+        m_platformNames = names;
         m_pointers.push_back(m_platformOption.data());
-        m_pointers.push_back(m_platformName.data());
+        m_pointers.push_back(m_platformNames.data());
     }
 
     [[nodiscard]] int &Count()
@@ -70,7 +71,7 @@ public:
 private:
     std::vector<char *> m_pointers;
     std::array<char, 10> m_platformOption{"-platform"};
-    std::array<char, 10> m_platformName{"offscreen"};
+    QByteArray m_platformNames;
     QStringList m_texts;
     int m_count = 0;
 };
@@ -219,15 +220,28 @@ private:
     std::unique_ptr<Taskmill_AppWindow> m_window;
 };
 
+void SayThereIsNoDisplay()
+{
+    std::fputs("taskmill: there is no display for the window; start it with -console\n", stderr);
+}
+
 QStringList WithoutEmptyOnes(QStringList arguments)
 {
     arguments.removeAll(QString{});
     return arguments;
 }
 
-int RunApplication(Arguments &arguments, const Taskmill_StartOptions &options, bool hasDisplay)
+int RunApplication(Arguments &arguments, const Taskmill_StartOptions &options, bool mayHaveDisplay)
 {
+    const bool platformIsOurChoice = !Taskmill_Platform::PlatformsToTry(arguments.Texts()).isEmpty();
     Taskmill_App application{arguments.Count(), arguments.Values()};
+    // The display that the environment names may be out of reach.
+    const bool hasDisplay =
+        mayHaveDisplay && !(platformIsOurChoice && QGuiApplication::platformName() == "offscreen"_L1);
+    if (!hasDisplay && Taskmill_IsGuiMode()) {
+        SayThereIsNoDisplay();
+        return exitFailure;
+    }
     QApplication::setQuitOnLastWindowClosed(false);
     SetPaths();
     Taskmill_DebugLog::TurnOn(QCoreApplication::arguments());
@@ -244,6 +258,7 @@ int RunApplication(Arguments &arguments, const Taskmill_StartOptions &options, b
 
 int Taskmill_Run(int argc, char **argv)
 {
+    Taskmill_Platform::PrepareStandardStreams();
     // Jobs get the environment and the limits that the manager was started with.
     (void)KilnUtil_Process::StartEnvironment();
     KilnUtil_Platform::RaiseOpenFilesLimit();
@@ -255,17 +270,20 @@ int Taskmill_Run(int argc, char **argv)
     if (Taskmill_IsManagerRunning(gui, gui ? KilnUtil_ComputerData::TaskmillGUIPortNumber()
                                            : KilnUtil_ComputerData::TaskmillConsolePortNumber()))
         return 0;
-    if (!EnsureConsoleManager(arguments.Texts().value(0)) || !PrepareConsole())
+    if (!EnsureConsoleManager(Taskmill_Platform::ExecutablePath()) || !PrepareConsole())
         return exitFailure;
 
-    const bool hasDisplay = Taskmill_Platform::HasDisplay(arguments.Texts());
-    if (!hasDisplay && gui) {
-        std::fputs("taskmill: there is no display for the window; start it with -console\n", stderr);
+    const bool mayHaveDisplay = Taskmill_Platform::HasDisplay(arguments.Texts());
+    if (!mayHaveDisplay && gui) {
+        SayThereIsNoDisplay();
         return exitFailure;
     }
-    if (!hasDisplay)
-        arguments.UseOffscreenPlatform();
-    const int status = RunApplication(arguments, options, hasDisplay);
+    if (!mayHaveDisplay)
+        arguments.UsePlatforms("offscreen");
+    else if (const QByteArray platforms = Taskmill_Platform::PlatformsToTry(arguments.Texts());
+             !platforms.isEmpty())
+        arguments.UsePlatforms(platforms);
+    const int status = RunApplication(arguments, options, mayHaveDisplay);
     if (!gui)
         Taskmill_Platform::ReleaseConsole();
     return status;

@@ -14,6 +14,8 @@ bool IsContinuation(char byte)
 qsizetype CharacterLength(char first)
 {
     const auto byte = static_cast<unsigned char>(first);
+    if (byte >= 0xF5U)
+        return 1; // begins no character
     if (byte >= 0xF0U)
         return 4;
     if (byte >= 0xE0U)

@@ -45,14 +45,16 @@ std::optional<QString> Taskmill_ConsolePrompt::ChooseFromList(const QString &tit
     return std::nullopt;
 }
 
-QString Taskmill_ConsolePrompt::AskOpenFileName(const QString &, const QString &, const QString &)
+QString Taskmill_ConsolePrompt::AskOpenFileName(const QString &title, const QString &directory,
+                                                const QString &filter)
 {
-    return {};
+    return m_dialogs ? m_dialogs->AskOpenFileName(title, directory, filter) : QString{};
 }
 
-QString Taskmill_ConsolePrompt::AskSaveFileName(const QString &, const QString &, const QString &)
+QString Taskmill_ConsolePrompt::AskSaveFileName(const QString &title, const QString &directory,
+                                                const QString &filter)
 {
-    return {};
+    return m_dialogs ? m_dialogs->AskSaveFileName(title, directory, filter) : QString{};
 }
 
 void Taskmill_PrintConsoleLine(const QString &message)

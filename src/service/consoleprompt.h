@@ -9,7 +9,7 @@
 class Taskmill_ConsolePrompt final : public KilnUtil_UserPrompt
 {
 public:
-    /// Where a display is available, `dialogs` shows the list dialogs; it outlives this. Else nullptr.
+    /// Where a display is available, `dialogs` shows lists and file dialogs; it outlives this. Else nullptr.
     explicit Taskmill_ConsolePrompt(KilnUtil_UserPrompt *dialogs);
 
     WarnAnswer ReportWarning(const QString &title, const QString &text, WarnMode mode,

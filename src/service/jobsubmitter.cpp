@@ -60,13 +60,15 @@ Taskmill_JobRecord JobOfThisUser(const Taskmill_JobType &jobType, const QString 
     return job;
 }
 
+/// The program opens its output and checkpoint files itself, seen from its own directory; the others are
+/// opened here.
 void SetExtraFiles(Taskmill_JobRecord &job, const Taskmill_RequestMessage &request)
 {
     job.StandardInputFile = AbsolutePath(request.JobStandardInputFile);
-    job.OutputFile = AbsolutePath(request.JobOutputFile);
+    job.OutputFile = request.JobOutputFile;
     job.StandardOutputFile = AbsolutePath(request.JobStandardOutputFile);
-    job.CheckpointFile = AbsolutePath(request.JobChkFile);
-    job.CheckpointFile2 = AbsolutePath(request.JobChkFile1);
+    job.CheckpointFile = request.JobChkFile;
+    job.CheckpointFile2 = request.JobChkFile1;
 }
 } // namespace
 
@@ -94,6 +96,8 @@ Taskmill_SubmitResult Taskmill_JobSubmitter::Submit(const Taskmill_RequestMessag
         result.Refusal = u"no job type is named"_s;
     else
         MakeJob(request, choice.jobType, destination, AbsolutePath(request.JobInputFile), result);
+    if (result.JobIDs.isEmpty() && result.Refusal.isEmpty())
+        result.Refusal = u"no file was chosen that can be submitted"_s;
     return result;
 }
 

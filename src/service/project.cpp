@@ -6,6 +6,7 @@
 #include "jobs/runmode.h"
 #include "kilnutil/error.h"
 #include "kilnutil/idmanager.h"
+#include "kilnutil/platform.h"
 #include "kilnutil/registry.h"
 #include "service/finishedjobs.h"
 #include "service/projectdatabase.h"
@@ -35,6 +36,11 @@ Taskmill_Database *NewMemoryDatabase(bool create)
 {
     return Taskmill_Database_Manager::Global().Database(KilnUtil_Database_Foundation::SQLiteMemory, {},
                                                         create);
+}
+
+std::array<Taskmill_QueueOwner *, 3> Owners(const Taskmill_JobTabs &tabs)
+{
+    return {&tabs.LongJobs, &tabs.ShortJobs, &tabs.QueuelessJobs};
 }
 
 std::array<Taskmill_JobQueue *, 2> LimitedQueues(const Taskmill_JobTabs &tabs)
@@ -198,27 +204,40 @@ bool Taskmill_Project::SaveProjectAs(const QString &path)
 {
     Taskmill_Database *database = CurrentDatabase();
     const QString absolutePath = QFileInfo{path}.absoluteFilePath();
-    if (!database || !database->SaveToFile(absolutePath)) {
+    if (!WriteFile(absolutePath)) {
         KilnUtil_Error::ReportError(
             u"Saving a Taskmill Project File"_s,
             u"The project could not be written to the following file, which is as it was before:\n\n%1"_s.arg(
                 absolutePath));
         return false;
     }
-    Taskmill_Database_Manager::Global().CloseAll();
+    // The database in memory is what the file holds now; it is not closed, so that nothing can go wrong in
+    // reading the file back while jobs run.
     RememberDirectory(absolutePath);
-    Taskmill_Database *reopened = NewMemoryDatabase(false);
-    if (!reopened || !reopened->LoadFromFile(absolutePath)) {
-        Taskmill_Database_Manager::Global().CloseAll();
-        KilnUtil_Error::ReportError(
-            u"Saving a Taskmill Project File"_s,
-            u"The file was written but cannot be read again:\n\n%1"_s.arg(absolutePath));
-        Q_EMIT StateChangedSignal();
-        return false;
-    }
-    Adopt(*reopened, absolutePath);
+    database->SetFilePath(absolutePath);
+    database->MarkUnchanged();
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
+    return true;
+}
+
+bool Taskmill_Project::WriteFile(const QString &path)
+{
+    for (Taskmill_QueueOwner *owner : Owners(m_tabs))
+        owner->CollectAllFinished();
+    Taskmill_Database *database = CurrentDatabase();
+    return database && database->SaveToFile(path);
+}
+
+bool Taskmill_Project::SaveUnattended()
+{
+    if (FilePath().isEmpty() || !HasUnsavedChanges())
+        return true;
+    if (!WriteFile(FilePath())) {
+        qWarning("The project could not be written to %ls", qUtf16Printable(FilePath()));
+        return false;
+    }
+    CurrentDatabase()->MarkUnchanged();
     return true;
 }
 
@@ -281,13 +300,13 @@ QString Taskmill_Project::WindowTitle() const
 
 void Taskmill_Project::CloseProject()
 {
-    // Jobs are ended before the database goes: a killed one is recorded, and not in the next project.
-    m_tabs.LongJobs.Stop();
-    m_tabs.ShortJobs.Stop();
-    m_tabs.QueuelessJobs.Stop();
-    m_tabs.LongJobs.Clear();
-    m_tabs.ShortJobs.Clear();
-    m_tabs.QueuelessJobs.Clear();
+    // All at once: telling the client of one job may take a while, and none is to go on running meanwhile.
+    KilnUtil_Platform::KillRegisteredChildren();
+    // Before the database goes: a killed job is recorded, and not in the next project.
+    for (Taskmill_QueueOwner *owner : Owners(m_tabs))
+        owner->Stop();
+    for (Taskmill_QueueOwner *owner : Owners(m_tabs))
+        owner->Clear();
     m_tabs.FinishedJobs.Clear();
     Taskmill_Database_Manager::Global().CloseAll();
 }

@@ -40,6 +40,9 @@ public:
     bool SaveProject();
     /// Writes the project to the file of that name, which becomes its own.
     bool SaveProjectAs(const QString &path);
+    /// Writes unsaved changes to the project's own file without asking or reporting anything but to the debug
+    /// log, for a program that is told to end. False when they could not be written.
+    bool SaveUnattended();
     /// The trimmed name with ".mill" at its end; empty for an empty one.
     [[nodiscard]] static QString ProjectFileName(const QString &name);
 
@@ -72,6 +75,7 @@ Q_SIGNALS:
     void StateChangedSignal();
 
 private:
+    [[nodiscard]] bool WriteFile(const QString &path);
     void ReloadTabs(Taskmill_Database &database);
     void ReloadLimits(Taskmill_Database &database);
     void Adopt(Taskmill_Database &database, const QString &path);

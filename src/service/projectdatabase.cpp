@@ -39,8 +39,9 @@ int Taskmill_LastJobID(Taskmill_Database &database)
     bool isNumber = false;
     if (database.GetGeneralData(u"LastJobID"_s, stored)) {
         const int last = stored.toInt(&isNumber);
+        // A number in use is never given again, whatever the stored one says.
         if (isNumber && last >= 0)
-            return last;
+            return qMax(last, database.LargestJobID());
     }
     return qMax(0, database.LargestJobID());
 }

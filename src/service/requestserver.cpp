@@ -86,15 +86,8 @@ void Taskmill_RequestServer::AcceptErrorSlot()
 {
     qWarning("Cannot accept a connection: %ls", qUtf16Printable(m_server.errorString()));
     DropLongestSilent();
-    // Most likely there are too many open files, which passes; but after an error the toolkit accepts no
-    // connection until it listens anew.
-    QTimer::singleShot(RetryMs, this, [this] {
-        if (!m_server.isListening())
-            return;
-        const quint16 port = m_server.serverPort();
-        m_server.close();
-        Listen(port);
-    });
+    // Most likely there are too many open files, which passes.
+    QTimer::singleShot(RetryMs, &m_server, &QTcpServer::resumeAccepting);
 }
 
 bool Taskmill_RequestServer::DropLongestSilent()

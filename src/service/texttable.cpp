@@ -60,8 +60,13 @@ qsizetype CharacterWidth(char32_t character)
     return IsWide(character) ? 2 : 1;
 }
 
+/// One endless cell would fill up every other line to its width.
+constexpr qsizetype longestCell = 4000;
+
 QString CellText(QString text)
 {
+    if (text.size() > longestCell)
+        text = text.first(longestCell) + u"..."_s;
     text.replace("\r\n"_L1, " "_L1);
     for (QChar &character : text) {
         const QChar::Category category = character.category();

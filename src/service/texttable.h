@@ -7,7 +7,7 @@
 /// Lays out a table for a text terminal: the header line, a line of '-' as long, and a line for each row,
 /// each with its line feed. Columns are as wide as their widest text, filled up with blanks and two blanks
 /// apart. Line feeds and other control characters are shown as a blank. A row's missing cells are empty,
-/// cells beyond the headers are left out.
+/// cells beyond the headers are left out. A cell of more than 4,000 characters is cut.
 [[nodiscard]] QString Taskmill_TextTable(const QStringList &headers, const QList<QStringList> &rows);
 
 /// The columns that the text takes on a terminal: none for a combining character, two for a wide East Asian

@@ -158,9 +158,8 @@ void Taskmill_AppWindow::ExitSlot()
 
 void Taskmill_AppWindow::QuitAtOnceSlot()
 {
-    if (!m_quitting && m_project.HasUnsavedChanges() && !m_project.FilePath().isEmpty() &&
-        !m_project.SaveProject())
-        qWarning("The project could not be saved to %ls", qUtf16Printable(m_project.FilePath()));
+    if (!m_quitting)
+        m_project.SaveUnattended();
     ShutDown();
     EndEventLoop();
 }
@@ -175,9 +174,13 @@ void Taskmill_AppWindow::EndEventLoop()
 
 bool Taskmill_AppWindow::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_window.get() && event->type() == QEvent::Close && !m_quitting)
-        ExitSlot();
-    return QObject::eventFilter(watched, event);
+    if (watched != m_window.get() || event->type() != QEvent::Close || m_quitting)
+        return QObject::eventFilter(watched, event);
+    ExitSlot();
+    // The window stays when the user has changed his mind.
+    if (!m_quitting)
+        event->ignore();
+    return true;
 }
 
 void Taskmill_AppWindow::ShutDown()
@@ -197,12 +200,16 @@ QByteArray Taskmill_AppWindow::HandleRequest(const Taskmill_RequestMessage &requ
     const auto actionIs = [&request](QLatin1StringView action) {
         return request.Action.compare(action, Qt::CaseInsensitive) == 0;
     };
-    if (actionIs("show"_L1))
+    if (actionIs("show"_L1)) {
         SystemTrayShowWindowSlot();
-    else if (actionIs("hide"_L1))
+        return Taskmill_AcceptedReply.toByteArray() + '\n';
+    }
+    if (actionIs("hide"_L1)) {
         SystemTrayHideWindowSlot();
+        return Taskmill_AcceptedReply.toByteArray() + '\n';
+    }
     if (!actionIs("submitjob"_L1))
-        return {};
+        return Taskmill_RefusedReply.toByteArray() + "there is no such action\n";
 
     const Taskmill_SubmitResult result = m_submitter.Submit(request);
     if (result.JobIDs.isEmpty()) {

@@ -147,8 +147,8 @@ void TestJobSubmitter::EveryFieldOfTheRequestReachesTheJob()
                                       .QueueName = u"Short"_s,
                                       .InputFilePath = request.JobInputFile,
                                       .InputFilePath2 = request.JobInputFile2,
-                                      .StandardInputFile = u"in"_s,
-                                      .StandardOutputFile = u"stdout"_s,
+                                      .StandardInputFile = QDir::currentPath() + u"/in"_s,
+                                      .StandardOutputFile = QDir::currentPath() + u"/stdout"_s,
                                       .OutputFile = u"out"_s,
                                       .CheckpointFile = u"chk"_s,
                                       .CheckpointFile2 = u"chk1"_s,
@@ -407,7 +407,7 @@ void TestJobSubmitter::DialogMakesAJobForEachFile()
     QCOMPARE(jobs[0].CheckpointFile + jobs[0].StandardOutputFile, QString{});
     QCOMPARE(jobs[1].InputFilePath, own);
     QCOMPARE(jobs[1].CheckpointFile, u"chk"_s);
-    QCOMPARE(jobs[1].StandardOutputFile, u"stdout"_s);
+    QCOMPARE(jobs[1].StandardOutputFile, QDir::currentPath() + u"/stdout"_s);
     for (const Taskmill_JobRecord &job : jobs) {
         QCOMPARE(job.JobType.Name, u"Other"_s);
         QCOMPARE(job.Name, u"both"_s);
