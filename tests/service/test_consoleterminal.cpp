@@ -7,9 +7,13 @@
 #include <QtTest>
 
 #include <array>
+#include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <future>
+#include <thread>
 
+#include <pthread.h>
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -68,6 +72,7 @@ private Q_SLOTS:
     void InterruptEndsTheWaiting_data();
     void InterruptEndsTheWaiting();
     void WakingReturnsOnceAndLosesNothing();
+    void SignalsCallTheHookAndLoseNothing();
     void TextIsPrintedAsItStands();
 };
 
@@ -168,6 +173,38 @@ void TestConsoleTerminal::WakingReturnsOnceAndLosesNothing()
     input.Interrupt();
     QVERIFY(input.IsInterrupted());
     QCOMPARE(input.ReadByte(), std::optional<char>{});
+}
+
+void TestConsoleTerminal::SignalsCallTheHookAndLoseNothing()
+{
+    struct sigaction action
+    {
+    };
+    struct sigaction before
+    {
+    };
+    action.sa_handler = [](int) {
+    };
+    sigaction(SIGUSR1, &action, &before);
+    const Pipe pipe;
+    pipe.Write("be");
+    Taskmill_PlainTerminal terminal{pipe.Reader()};
+    std::atomic<bool> isCalled = false;
+    terminal.SetWakeHook([&isCalled] { isCalled = true; });
+    Line line;
+    std::thread reader{[&] {
+        line = terminal.ReadLine({});
+    }};
+    const auto isCalledAfterSignal = [&] {
+        pthread_kill(reader.native_handle(), SIGUSR1);
+        return isCalled.load();
+    };
+    const bool called = QTest::qWaitFor(isCalledAfterSignal);
+    pipe.Write("gun\n");
+    reader.join();
+    sigaction(SIGUSR1, &before, nullptr);
+    QVERIFY(called);
+    QCOMPARE(line, Line{u"begun"_s});
 }
 
 void TestConsoleTerminal::TextIsPrintedAsItStands()
