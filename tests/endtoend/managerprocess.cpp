@@ -122,7 +122,7 @@ QByteArray ManagerProcess::ReadUntil(const QByteArray &text)
         return {};
     }
     const qsizetype end = m_output.indexOf(text) + text.size();
-    const QByteArray taken = m_output.first(end);
+    QByteArray taken = m_output.first(end);
     m_output.remove(0, end);
     return taken;
 }

@@ -7,12 +7,14 @@
 #include <QTcpSocket>
 #include <QtTest>
 
+#include <algorithm>
 #include <csignal>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// Where the columns of a listing begin, as the line below its header shows; the longest line's end last.
+/// Whether the named columns of a listing begin at one place in all its lines, and the lines are equally
+/// wide.
 bool IsAligned(const QByteArray &listing, const QStringList &columns)
 {
     const QStringList lines = QString::fromUtf8(listing).split(u'\n', Qt::SkipEmptyParts);
@@ -338,7 +340,7 @@ void TestConsole::WorksWithoutAnEventLoop()
     QVERIFY(AddGatedJob("add queueless job", u"b"_s).contains("Job 2 was added"));
     Manager().Signal(SIGTERM);
     QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
-    QTRY_COMPARE(ProcessTable::LivingChildren(), QList<int>{});
+    QTRY_VERIFY(ProcessTable::LivingChildren().isEmpty());
     QCOMPARE(m_project->Rows().queuelessJobs.size(), 1);
     QCOMPARE(Manager().Errors(), "");
 }

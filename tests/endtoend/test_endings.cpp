@@ -74,7 +74,7 @@ void TestEndings::SavesAndEndsJobsAtASignal()
 
     Manager().Signal(signal);
     QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
-    QTRY_COMPARE(ProcessTable::LivingChildren(), QList<int>{});
+    QTRY_VERIFY(ProcessTable::LivingChildren().isEmpty());
     QCOMPARE(Manager().Errors(), "");
     QTRY_COMPARE(sink.Values("jobstatus"), (QByteArrayList{"killed", "killed"}));
 
@@ -102,7 +102,7 @@ void TestEndings::EndsAtOnceAtASecondSignal()
     QTRY_COMPARE(m_project->Rows().longJobs.size(), 2);
     Manager().Signal(SIGTERM);
     QCOMPARE(Manager().End(), ManagerEnd{.signal = SIGTERM});
-    QTRY_COMPARE(ProcessTable::LivingChildren(), QList<int>{});
+    QTRY_VERIFY(ProcessTable::LivingChildren().isEmpty());
     QCOMPARE(m_project->Rows().queuelessJobs.size(), 1);
 }
 
@@ -111,7 +111,7 @@ void TestEndings::QuittingEndsJobs()
     QVERIFY(m_project->Start());
     StartJobs();
     QCOMPARE(Manager().Quit({"yes", "yes"}), ManagerEnd{.status = 0});
-    QTRY_COMPARE(ProcessTable::LivingChildren(), QList<int>{});
+    QTRY_VERIFY(ProcessTable::LivingChildren().isEmpty());
     QCOMPARE(m_project->Rows().longJobs.size(), 2);
     QCOMPARE(m_project->Rows().queuelessJobs.size(), 1);
 }

@@ -10,6 +10,14 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+#ifdef __SANITIZE_ADDRESS__
+constexpr qint64 mostMemoryKiB = 1'500'000; // it holds back what was freed
+#else
+constexpr qint64 mostMemoryKiB = 700'000;
+#endif
+} // namespace
+
 /// What becomes of jobs, from the request to the row in the project file.
 class TestRoads : public QObject
 {
@@ -161,7 +169,7 @@ void TestRoads::KeepsTheEndsOfHugeOutput()
     QCOMPARE(run.status, 0);
     const qint64 peakKiB = ProcessTable::PeakMemory(Manager().ProcessID());
     QVERIFY(peakKiB > kept / 1024);
-    QVERIFY2(peakKiB < 700'000, qPrintable(QString::number(peakKiB)));
+    QVERIFY2(peakKiB < mostMemoryKiB, qPrintable(QString::number(peakKiB)));
 
     const ProjectRows rows = SaveAndQuit();
     QCOMPARE(rows.finishedJobs.size(), 1);

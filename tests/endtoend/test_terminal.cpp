@@ -9,7 +9,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
 const QByteArray prompt = "<Taskmill> ";
 } // namespace
 
@@ -27,6 +26,7 @@ private Q_SLOTS:
     void EndOfInputKeyEndsNothing();
     void MessagesLeaveTheLineAlone();
     void EditsNonAsciiLines();
+    void CutsALongLine();
     void LeavesTheTerminalAsItWas_data();
     void LeavesTheTerminalAsItWas();
     void SavesWhenTheTerminalGoes();
@@ -131,6 +131,17 @@ void TestTerminal::EditsNonAsciiLines()
     QVERIFY(Keys("cd ..\n", "Current Directory:  " + Directory() + "\r\n"));
 }
 
+void TestTerminal::CutsALongLine()
+{
+    Manager().Type("pwd" + QByteArray(1036, ' '));
+    for (int part = 0; part < 10; ++part) {
+        Manager().Type(QByteArray(400, static_cast<char>('a' + part)));
+        QVERIFY(Manager().Expect(QByteArray(100, static_cast<char>('a' + part))));
+    }
+    QVERIFY(Keys("\n", "Current Directory:  " + Directory() + "\r\n"));
+    QVERIFY(Keys("list long jobs\n", "Long Jobs Queue is Empty"));
+}
+
 void TestTerminal::LeavesTheTerminalAsItWas_data()
 {
     QTest::addColumn<int>("signal");
@@ -162,7 +173,7 @@ void TestTerminal::SavesWhenTheTerminalGoes()
     QTRY_VERIFY(QFile::exists(input + u".started"_s));
     Manager().Terminal().HangUp();
     QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
-    QTRY_COMPARE(ProcessTable::LivingChildren(), QList<int>{});
+    QTRY_VERIFY(ProcessTable::LivingChildren().isEmpty());
     QCOMPARE(m_project->Rows().queuelessJobs.size(), 1);
 }
 
