@@ -1,0 +1,306 @@
+#include "kilnutil/tablewidget.h"
+
+#include "kilnutil/registry.h"
+#include "kilnutil/tablesortproxy.h"
+
+#include <QContextMenuEvent>
+#include <QDropEvent>
+#include <QGuiApplication>
+#include <QHeaderView>
+#include <QHelpEvent>
+#include <QMimeData>
+#include <QPainter>
+#include <QTextDocument>
+#include <QToolTip>
+#include <QUrl>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int saveDelayMs = 500;
+constexpr int widestColumn = 10'000;
+constexpr int dropFrameWidth = 3;
+
+QStringList LocalPaths(const QMimeData &data)
+{
+    QStringList paths;
+    for (const QUrl &url : data.urls()) {
+        if (url.isLocalFile())
+            paths.append(url.toLocalFile());
+    }
+    return paths;
+}
+} // namespace
+
+KilnUtil_TableWidget::KilnUtil_TableWidget(QWidget *parent)
+    : QTableView{parent}
+    , m_proxy{new KilnUtil_TableSortProxy{this}}
+{
+    setModel(m_proxy);
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setContextMenuPolicy(Qt::CustomContextMenu);
+    setDragDropOverwriteMode(false);
+    setWordWrap(false);
+    setShowGrid(false);
+    setAlternatingRowColors(true);
+    setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    // The Tab key leads on to the next control; the arrow keys move within the table.
+    setTabKeyNavigation(false);
+    SetUpHeaders();
+    CopySelectionColours();
+    SetAcceptsFiles(false);
+
+    m_saveTimer.setSingleShot(true);
+    m_saveTimer.setInterval(saveDelayMs);
+    connect(&m_saveTimer, &QTimer::timeout, this, &KilnUtil_TableWidget::SaveColumnsSlot);
+    connect(this, &QAbstractItemView::doubleClicked, this,
+            [this](const QModelIndex &index) { Q_EMIT cellDoubleClicked(index.row(), index.column()); });
+}
+
+KilnUtil_TableWidget::~KilnUtil_TableWidget()
+{
+    if (m_saveTimer.isActive())
+        SaveColumnsSlot();
+}
+
+void KilnUtil_TableWidget::SetUpHeaders()
+{
+    QHeaderView *columns = horizontalHeader();
+    columns->setStretchLastSection(true);
+    columns->setSectionsMovable(true);
+    columns->setHighlightSections(false);
+    columns->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    columns->setSortIndicator(0, Qt::AscendingOrder);
+    setSortingEnabled(true);
+    // A height for all rows: none of 100,000 has to be asked.
+    verticalHeader()->hide();
+    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    verticalHeader()->setDefaultSectionSize(fontMetrics().height() * 3 / 2);
+}
+
+void KilnUtil_TableWidget::SetSourceModel(QAbstractItemModel *model)
+{
+    m_proxy->setSourceModel(model);
+    sortByColumn(0, Qt::AscendingOrder);
+    ApplyHints();
+}
+
+void KilnUtil_TableWidget::SetColumnHints(const QList<int> &characters)
+{
+    m_columnHints = characters;
+    ApplyHints();
+}
+
+void KilnUtil_TableWidget::ApplyHints()
+{
+    const int count = qMin(static_cast<int>(m_columnHints.size()), horizontalHeader()->count());
+    for (int column = 0; column < count; ++column) {
+        // Two characters more for the margins.
+        const int wanted = (m_columnHints[column] + 2) * fontMetrics().averageCharWidth();
+        setColumnWidth(column, qMax(wanted, horizontalHeader()->sectionSizeHint(column)));
+    }
+}
+
+void KilnUtil_TableWidget::RememberColumns(const QString &name)
+{
+    m_columnsKey = u"/Tables/%1/Columns"_s.arg(name);
+    RestoreColumns();
+    connect(horizontalHeader(), &QHeaderView::sectionResized, &m_saveTimer, qOverload<>(&QTimer::start));
+    connect(horizontalHeader(), &QHeaderView::sectionMoved, &m_saveTimer, qOverload<>(&QTimer::start));
+}
+
+/// The setting is a list of "column:width" in the order in which the columns stand.
+void KilnUtil_TableWidget::SaveColumnsSlot()
+{
+    const QHeaderView *columns = horizontalHeader();
+    QStringList saved;
+    for (int place = 0; place < columns->count(); ++place) {
+        const int column = columns->logicalIndex(place);
+        saved.append(u"%1:%2"_s.arg(column).arg(columns->sectionSize(column)));
+    }
+    KilnUtil_Registry::SetValue(m_columnsKey, saved);
+}
+
+void KilnUtil_TableWidget::RestoreColumns()
+{
+    QHeaderView *columns = horizontalHeader();
+    const QStringList saved = KilnUtil_Registry::Value(m_columnsKey).toStringList();
+    int place = 0;
+    for (const QString &entry : saved) {
+        const QStringList parts = entry.split(u':');
+        bool hasColumn = false;
+        bool hasWidth = false;
+        const int column = parts.first().toInt(&hasColumn);
+        const int width = parts.last().toInt(&hasWidth);
+        // Another version of the program may have had other columns.
+        if (!hasColumn || !hasWidth || column < 0 || column >= columns->count())
+            continue;
+        columns->resizeSection(column, qBound(columns->minimumSectionSize(), width, widestColumn));
+        if (columns->visualIndex(column) > place)
+            columns->moveSection(columns->visualIndex(column), place);
+        ++place;
+    }
+}
+
+void KilnUtil_TableWidget::SetEmptyText(const QString &text)
+{
+    m_emptyText = text;
+    viewport()->update();
+}
+
+void KilnUtil_TableWidget::SetAcceptsFiles(bool accepts)
+{
+    m_acceptsFiles = accepts;
+    setDragDropMode(accepts ? QAbstractItemView::DropOnly : QAbstractItemView::NoDragDrop);
+    setDropIndicatorShown(false);
+}
+
+/// The selection stays to be seen when the keyboard is elsewhere.
+void KilnUtil_TableWidget::CopySelectionColours()
+{
+    QPalette colours = palette();
+    for (QPalette::ColorRole role : {QPalette::Highlight, QPalette::HighlightedText}) {
+        if (colours.brush(QPalette::Inactive, role) != colours.brush(QPalette::Active, role))
+            colours.setBrush(QPalette::Inactive, role, colours.brush(QPalette::Active, role));
+    }
+    if (colours != palette())
+        setPalette(colours);
+}
+
+void KilnUtil_TableWidget::changeEvent(QEvent *event)
+{
+    QTableView::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        CopySelectionColours();
+}
+
+bool KilnUtil_TableWidget::event(QEvent *event)
+{
+    if (event->type() == QEvent::ContextMenu && contextMenuPolicy() == Qt::CustomContextMenu &&
+        static_cast<QContextMenuEvent *>(event)->reason() == QContextMenuEvent::Keyboard) {
+        RequestMenuAtCurrentRow();
+        return true;
+    }
+    return QTableView::event(event);
+}
+
+void KilnUtil_TableWidget::RequestMenuAtCurrentRow()
+{
+    if (currentIndex().isValid())
+        scrollTo(currentIndex());
+    const QRect cell = visualRect(currentIndex()) & viewport()->rect();
+    Q_EMIT customContextMenuRequested(cell.isEmpty() ? QPoint{} : cell.center());
+}
+
+bool KilnUtil_TableWidget::viewportEvent(QEvent *event)
+{
+    if (event->type() == QEvent::ToolTip && ShowWholeText(*static_cast<QHelpEvent *>(event)))
+        return true;
+    return QTableView::viewportEvent(event);
+}
+
+bool KilnUtil_TableWidget::ShowWholeText(const QHelpEvent &event)
+{
+    const QModelIndex index = indexAt(event.pos());
+    if (!index.isValid() || index.data(Qt::ToolTipRole).isValid())
+        return false;
+    const QRect cell = visualRect(index);
+    if (sizeHintForIndex(index).width() <= cell.width()) {
+        QToolTip::hideText();
+        return true;
+    }
+    // As rich text, which is broken into lines.
+    const QString text = Qt::convertFromPlainText(index.data(Qt::DisplayRole).toString());
+    QToolTip::showText(event.globalPos(), text, viewport(), cell);
+    return true;
+}
+
+void KilnUtil_TableWidget::keyPressEvent(QKeyEvent *event)
+{
+    const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
+    const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (modifiers == Qt::NoModifier && isEnter && currentIndex().isValid())
+        Q_EMIT cellDoubleClicked(currentIndex().row(), currentIndex().column());
+    else if (modifiers == Qt::NoModifier && event->key() == Qt::Key_Delete)
+        Q_EMIT RemoveRequestedSignal();
+    else
+        QTableView::keyPressEvent(event);
+}
+
+void KilnUtil_TableWidget::paintEvent(QPaintEvent *event)
+{
+    QTableView::paintEvent(event);
+    const bool isEmpty = model()->rowCount() == 0;
+    if (!m_dropHover && !(isEmpty && !m_emptyText.isEmpty()))
+        return;
+
+    QPainter painter{viewport()};
+    const QRect area = viewport()->rect();
+    if (isEmpty) {
+        const int margin = fontMetrics().height();
+        painter.setPen(palette().color(QPalette::PlaceholderText));
+        painter.drawText(area.adjusted(margin, margin, -margin, -margin), Qt::AlignCenter | Qt::TextWordWrap,
+                         m_emptyText);
+    }
+    if (m_dropHover) {
+        constexpr int inset = dropFrameWidth / 2;
+        painter.setPen(QPen{palette().color(QPalette::Active, QPalette::Highlight), dropFrameWidth});
+        painter.drawRect(area.adjusted(inset, inset, -inset - 1, -inset - 1));
+    }
+}
+
+bool KilnUtil_TableWidget::TakesDrop(const QDropEvent &event) const
+{
+    // Never as a move: the other program would delete its files.
+    const bool canStay = event.possibleActions().testAnyFlags(Qt::CopyAction | Qt::LinkAction);
+    return m_acceptsFiles && canStay && event.source() != this && !LocalPaths(*event.mimeData()).isEmpty();
+}
+
+void KilnUtil_TableWidget::AcceptDrop(QDropEvent *event)
+{
+    const bool takes = TakesDrop(*event);
+    if (takes) {
+        const bool canCopy = event->possibleActions().testFlag(Qt::CopyAction);
+        event->setDropAction(canCopy ? Qt::CopyAction : Qt::LinkAction);
+        event->accept();
+    } else {
+        event->ignore();
+    }
+    SetDropHover(takes && event->type() != QEvent::Drop);
+}
+
+void KilnUtil_TableWidget::SetDropHover(bool hover)
+{
+    if (m_dropHover == hover)
+        return;
+    m_dropHover = hover;
+    viewport()->update();
+}
+
+void KilnUtil_TableWidget::dragEnterEvent(QDragEnterEvent *event)
+{
+    AcceptDrop(event);
+}
+
+void KilnUtil_TableWidget::dragMoveEvent(QDragMoveEvent *event)
+{
+    AcceptDrop(event);
+}
+
+void KilnUtil_TableWidget::dragLeaveEvent(QDragLeaveEvent *event)
+{
+    SetDropHover(false);
+    event->accept();
+}
+
+void KilnUtil_TableWidget::dropEvent(QDropEvent *event)
+{
+    AcceptDrop(event);
+    if (!event->isAccepted())
+        return;
+    const QStringList paths = LocalPaths(*event->mimeData());
+    QMetaObject::invokeMethod(
+        this, [this, paths] { Q_EMIT DropSignal(paths); }, Qt::QueuedConnection);
+}

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <QTableView>
+#include <QTimer>
+
+class KilnUtil_TableSortProxy;
+class QDropEvent;
+
+/// A table of whole rows that the user can sort, and onto which files can be dropped. Rows and columns in its
+/// signals are those of the view: what stands behind a row is found through the data of its cells.
+class KilnUtil_TableWidget : public QTableView
+{
+    Q_OBJECT
+
+public:
+    explicit KilnUtil_TableWidget(QWidget *parent);
+    ~KilnUtil_TableWidget() override;
+    Q_DISABLE_COPY_MOVE(KilnUtil_TableWidget)
+
+    /// Shows the model, sorted by the first column at first. The model belongs to the caller; the table's own
+    /// model() is a KilnUtil_TableSortProxy on it.
+    void SetSourceModel(QAbstractItemModel *model);
+
+    /// Initial widths in characters, for the columns from the first on. A column is never narrower at first
+    /// than its header.
+    void SetColumnHints(const QList<int> &characters);
+    /// Restores what was saved under that name, and saves from then on what the user does to the widths and
+    /// the order of the columns. To be called when the model and the hints are there.
+    void RememberColumns(const QString &name);
+
+    /// Shown in place of rows as long as there are none.
+    void SetEmptyText(const QString &text);
+    /// Off at first.
+    void SetAcceptsFiles(bool accepts);
+
+Q_SIGNALS:
+    /// Files or directories of this computer, dropped from another program; absolute paths. Emitted from the
+    /// event loop, so that the other program does not wait for what follows.
+    void DropSignal(const QStringList &paths);
+    /// A double click, or Enter on the current cell.
+    void cellDoubleClicked(int row, int column);
+    /// The Delete key.
+    void RemoveRequestedSignal();
+
+protected:
+    bool event(QEvent *event) override;
+    bool viewportEvent(QEvent *event) override;
+    void changeEvent(QEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dragMoveEvent(QDragMoveEvent *event) override;
+    void dragLeaveEvent(QDragLeaveEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+
+private Q_SLOTS:
+    void SaveColumnsSlot();
+
+private:
+    void SetUpHeaders();
+    void ApplyHints();
+    void RestoreColumns();
+    void CopySelectionColours();
+    void RequestMenuAtCurrentRow();
+    [[nodiscard]] bool ShowWholeText(const QHelpEvent &event);
+    [[nodiscard]] bool TakesDrop(const QDropEvent &event) const;
+    void AcceptDrop(QDropEvent *event);
+    void SetDropHover(bool hover);
+
+    KilnUtil_TableSortProxy *m_proxy;
+    QList<int> m_columnHints;
+    QString m_columnsKey; ///< of the user's setting; empty when the columns are not remembered
+    QString m_emptyText;
+    QTimer m_saveTimer; ///< a drag changes a width many times
+    bool m_acceptsFiles = false;
+    bool m_dropHover = false;
+};
