@@ -86,6 +86,8 @@ public:
     [[nodiscard]] QList<Taskmill_JobRecord> GetShortJobs();
     [[nodiscard]] QList<Taskmill_JobRecord> GetQueuelessJobs();
     [[nodiscard]] QList<Taskmill_JobRecord> GetFinishedJobs();
+    /// The captured output of the finished job of that number; empty when there is none.
+    [[nodiscard]] QString GetFinishedJobOutput(qint32 jobID);
     /// The largest job number of the four job tables; -1 when they hold none.
     [[nodiscard]] qint32 LargestJobID();
 

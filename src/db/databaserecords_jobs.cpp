@@ -243,6 +243,17 @@ QList<Taskmill_JobRecord> Taskmill_Database::GetFinishedJobs()
     return GetJobs(Taskmill_Table::FinishedJobs, {});
 }
 
+QString Taskmill_Database::GetFinishedJobOutput(qint32 jobID)
+{
+    if (!Open())
+        return {};
+    QSqlQuery query{Connection()};
+    query.setForwardOnly(true);
+    const QString statement =
+        u"SELECT StdOutAndStdErr FROM FinishedJobs WHERE JobID = %1 LIMIT 1"_s.arg(jobID);
+    return query.exec(statement) && query.next() ? query.value(0).toString() : QString{};
+}
+
 qint32 Taskmill_Database::LargestJobID()
 {
     qint64 largest = -1;

@@ -109,7 +109,7 @@ QString Taskmill_ConsoleActions::JobText(int jobID) const
         shown.replace("\n"_L1, u'\n' + QString{width + 2, u' '});
         text += name.leftJustified(width) + u"  "_s + shown + u'\n';
     }
-    text += u"\nstdout and stderr:\n"_s + job->StdOutAndStdErr;
+    text += u"\nstdout and stderr:\n"_s + m_context.Tabs.FinishedJobs.OutputOf(*job);
     if (!text.endsWith(u'\n'))
         text += u'\n';
     return text + u'\n';

@@ -13,6 +13,8 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job)
     const bool recorded = !database || database->InsertFinishedJob(job, true, nullptr);
     if (!recorded)
         qWarning("Finished job %d could not be written to the database", job.JobID);
+    else if (database)
+        LeaveOutputToDatabase(m_jobs.last());
     Q_EMIT JobsChangedSignal();
     return recorded;
 }
@@ -20,7 +22,33 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job)
 void Taskmill_FinishedJobs::SetJobs(const QList<Taskmill_JobRecord> &jobs)
 {
     m_jobs = jobs;
+    m_outputsInDatabase.clear();
+    if (Taskmill_Database_Manager::Global().CurrentDatabase()) {
+        for (Taskmill_JobRecord &job : m_jobs)
+            LeaveOutputToDatabase(job);
+    }
     Q_EMIT JobsChangedSignal();
+}
+
+void Taskmill_FinishedJobs::LeaveOutputToDatabase(Taskmill_JobRecord &job)
+{
+    if (job.StdOutAndStdErr.size() <= LongestOutputKept)
+        return;
+    job.StdOutAndStdErr.clear();
+    m_outputsInDatabase.insert(job.JobID);
+}
+
+bool Taskmill_FinishedJobs::HasOutput(const Taskmill_JobRecord &job) const
+{
+    return !job.StdOutAndStdErr.isEmpty() || m_outputsInDatabase.contains(job.JobID);
+}
+
+QString Taskmill_FinishedJobs::OutputOf(const Taskmill_JobRecord &job) const
+{
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+    if (database && job.StdOutAndStdErr.isEmpty() && m_outputsInDatabase.contains(job.JobID))
+        return database->GetFinishedJobOutput(job.JobID);
+    return job.StdOutAndStdErr;
 }
 
 void Taskmill_FinishedJobs::Clear()

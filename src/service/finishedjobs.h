@@ -5,6 +5,7 @@
 
 #include <QList>
 #include <QObject>
+#include <QSet>
 
 /// The jobs that have left their queue, in the order in which they arrived. The tab of the window adds the
 /// table.
@@ -13,7 +14,14 @@ class Taskmill_FinishedJobs : public QObject, public Taskmill_FinishedJobsTaker
     Q_OBJECT
 
 public:
+    /// An output beyond so many characters is kept in the database only, which holds it anyway.
+    static constexpr qsizetype LongestOutputKept = 64 * 1024;
+
+    /// The records are whole but for long outputs; see OutputOf().
     [[nodiscard]] const QList<Taskmill_JobRecord> &Jobs() const { return m_jobs; }
+    /// The whole captured output of one of the jobs.
+    [[nodiscard]] QString OutputOf(const Taskmill_JobRecord &job) const;
+    [[nodiscard]] bool HasOutput(const Taskmill_JobRecord &job) const;
 
     /// Appends the job and, when a database is open, records it there.
     bool AddJob(const Taskmill_JobRecord &job) override;
@@ -30,5 +38,8 @@ Q_SIGNALS:
     void JobsChangedSignal();
 
 private:
+    void LeaveOutputToDatabase(Taskmill_JobRecord &job);
+
     QList<Taskmill_JobRecord> m_jobs;
+    QSet<int> m_outputsInDatabase; ///< numbers of the jobs whose records lack their output
 };
