@@ -23,8 +23,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-constexpr int columnsShown = 100;
-constexpr int linesShown = 36;
 /// How long the event loop is held up at once, in ms.
 constexpr qint64 workSlice = 15;
 constexpr qsizetype longestPreset = 200;
@@ -134,9 +132,7 @@ bool KilnUtil_FileStreamViewer::Start()
         m_refreshTimer.start(m_interval);
     UpdateStatusSlot();
 
-    const QFontMetrics metrics = m_view->fontMetrics();
-    const QSize wanted{metrics.averageCharWidth() * columnsShown, metrics.lineSpacing() * linesShown};
-    resize(wanted.boundedTo(screen()->availableSize() * 9 / 10));
+    resize(sizeHint().boundedTo(screen()->availableSize() * 9 / 10));
     m_view->setFocus();
     show();
     return true;

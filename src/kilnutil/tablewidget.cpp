@@ -97,8 +97,8 @@ void KilnUtil_TableWidget::ApplyHints()
 {
     const int count = qMin(static_cast<int>(m_columnHints.size()), horizontalHeader()->count());
     for (int column = 0; column < count; ++column) {
-        // Two characters more for the margins.
-        const int wanted = (m_columnHints[column] + 2) * fontMetrics().averageCharWidth();
+        // As wide as digits, which columns of numbers and times hold; two more for the margins.
+        const int wanted = (m_columnHints[column] + 2) * fontMetrics().horizontalAdvance(u'0');
         setColumnWidth(column, qMax(wanted, horizontalHeader()->sectionSizeHint(column)));
     }
 }
@@ -111,14 +111,16 @@ void KilnUtil_TableWidget::RememberColumns(const QString &name)
     connect(horizontalHeader(), &QHeaderView::sectionMoved, &m_saveTimer, qOverload<>(&QTimer::start));
 }
 
-/// The setting is a list of "column:width" in the order in which the columns stand.
+/// The setting is a list of "column:width" in the order in which the columns stand. The last one is as wide
+/// as the window lets it be, which is written as 0.
 void KilnUtil_TableWidget::SaveColumnsSlot()
 {
     const QHeaderView *columns = horizontalHeader();
     QStringList saved;
     for (int place = 0; place < columns->count(); ++place) {
         const int column = columns->logicalIndex(place);
-        saved.append(u"%1:%2"_s.arg(column).arg(columns->sectionSize(column)));
+        const bool isLast = place == columns->count() - 1;
+        saved.append(u"%1:%2"_s.arg(column).arg(isLast ? 0 : columns->sectionSize(column)));
     }
     KilnUtil_Registry::SetValue(m_columnsKey, saved);
 }
@@ -137,7 +139,8 @@ void KilnUtil_TableWidget::RestoreColumns()
         // Another version of the program may have had other columns.
         if (!hasColumn || !hasWidth || column < 0 || column >= columns->count())
             continue;
-        columns->resizeSection(column, qBound(columns->minimumSectionSize(), width, widestColumn));
+        if (width > 0)
+            columns->resizeSection(column, qBound(columns->minimumSectionSize(), width, widestColumn));
         if (columns->visualIndex(column) > place)
             columns->moveSection(columns->visualIndex(column), place);
         ++place;
@@ -160,12 +163,14 @@ void KilnUtil_TableWidget::SetAcceptsFiles(bool accepts)
 /// The selection stays to be seen when the keyboard is elsewhere.
 void KilnUtil_TableWidget::CopySelectionColours()
 {
-    QPalette colours = palette();
-    for (QPalette::ColorRole role : {QPalette::Highlight, QPalette::HighlightedText}) {
-        if (colours.brush(QPalette::Inactive, role) != colours.brush(QPalette::Active, role))
-            colours.setBrush(QPalette::Inactive, role, colours.brush(QPalette::Active, role));
-    }
-    if (colours != palette())
+    QPalette colours;
+    for (QPalette::ColorRole role : {QPalette::Highlight, QPalette::HighlightedText})
+        colours.setBrush(QPalette::Inactive, role, palette().brush(QPalette::Active, role));
+    // Nothing but these two: the others go on following the desktop.
+    if (colours.brush(QPalette::Inactive, QPalette::Highlight) !=
+            palette().brush(QPalette::Inactive, QPalette::Highlight) ||
+        colours.brush(QPalette::Inactive, QPalette::HighlightedText) !=
+            palette().brush(QPalette::Inactive, QPalette::HighlightedText))
         setPalette(colours);
 }
 

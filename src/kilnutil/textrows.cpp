@@ -77,6 +77,8 @@ qint64 KilnUtil_TextRows::RowBegin(qint64 offset) const
     const Window window{m_source, grid - 2 * PieceSize, place + longestCharacter};
     const qint64 lineBegin = window.BehindLineFeedBefore(place);
     for (qint64 divided : {grid, grid - PieceSize}) {
+        if (divided <= first)
+            break;
         const qint64 begin = window.CharacterFrom(divided);
         if (begin > place)
             continue;

@@ -12,6 +12,9 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 constexpr qint64 mostSteps = 1'000'000'000;
 constexpr int cursorWidth = 2;
+constexpr int margin = 4;
+constexpr int columnsWanted = 100;
+constexpr int rowsWanted = 36;
 } // namespace
 
 KilnUtil_TextView::KilnUtil_TextView(KilnUtil_TextSource &source, QWidget *parent)
@@ -59,6 +62,19 @@ int KilnUtil_TextView::RowHeight() const
     return qMax(1, fontMetrics().lineSpacing());
 }
 
+/// Where rows begin in the viewport.
+int KilnUtil_TextView::TextX() const
+{
+    return margin - horizontalScrollBar()->value();
+}
+
+QSize KilnUtil_TextView::sizeHint() const
+{
+    const QSize bars{verticalScrollBar()->sizeHint().width(), horizontalScrollBar()->sizeHint().height()};
+    const QSize frame{2 * frameWidth() + 2 * margin, 2 * frameWidth()};
+    return QSize{fontMetrics().averageCharWidth() * columnsWanted, RowHeight() * rowsWanted} + bars + frame;
+}
+
 int KilnUtil_TextView::FullRows() const
 {
     return qMax(1, viewport()->height() / RowHeight());
@@ -93,7 +109,7 @@ void KilnUtil_TextView::UpdateBars()
 
     const int width = viewport()->width();
     QScrollBar *horizontal = horizontalScrollBar();
-    horizontal->setRange(0, qMax(0, qCeil(m_widest) + fontMetrics().averageCharWidth() - width));
+    horizontal->setRange(0, qMax(0, qCeil(m_widest) + 2 * margin - width));
     horizontal->setPageStep(width);
     horizontal->setSingleStep(fontMetrics().averageCharWidth() * 4);
 }
@@ -185,11 +201,10 @@ void KilnUtil_TextView::paintEvent(QPaintEvent *event)
 {
     QPainter painter{viewport()};
     painter.setPen(palette().color(QPalette::Text));
-    const int x = -horizontalScrollBar()->value();
     int y = 0;
     for (const Layout &row : m_layouts) {
         if (event->rect().intersects({0, y, viewport()->width(), RowHeight()})) {
-            row->Draw(painter, QPointF(x, y), SelectionBegin(), SelectionEnd(), palette());
+            row->Draw(painter, QPointF(TextX(), y), SelectionBegin(), SelectionEnd(), palette());
             DrawCursor(painter, *row, y);
         }
         y += RowHeight();
@@ -201,7 +216,7 @@ void KilnUtil_TextView::DrawCursor(QPainter &painter, const KilnUtil_TextRowLayo
     const bool isHere = m_cursor >= row.Begin() && (m_cursor < row.End() || m_cursor == row.TextEnd());
     if (!isHere || !hasFocus())
         return;
-    const int x = qRound(row.X(m_cursor)) - horizontalScrollBar()->value();
+    const int x = TextX() + qRound(row.X(m_cursor));
     painter.fillRect(x, y, cursorWidth, RowHeight(), palette().color(QPalette::Text));
 }
 

@@ -44,6 +44,9 @@ public:
     void Select(qint64 begin, qint64 end);
     void SelectAll();
 
+    /// Room for the usual lines of a program's output.
+    [[nodiscard]] QSize sizeHint() const override;
+
 public Q_SLOTS:
     void ScrollToBeginSlot();
     void ScrollToEndSlot();
@@ -74,6 +77,7 @@ private:
     using Layout = std::shared_ptr<const KilnUtil_TextRowLayout>;
 
     [[nodiscard]] int RowHeight() const;
+    [[nodiscard]] int TextX() const;
     [[nodiscard]] int FullRows() const;
     void UpdateExtent();
     void UpdateBars();

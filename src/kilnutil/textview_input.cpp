@@ -34,7 +34,7 @@ qint64 KilnUtil_TextView::OffsetAtPoint(QPoint point)
     const size_t row = point.y() / RowHeight();
     if (row >= m_layouts.size())
         return m_layouts.back()->End();
-    return m_layouts[row]->OffsetAt(point.x() + horizontalScrollBar()->value());
+    return m_layouts[row]->OffsetAt(point.x() - TextX());
 }
 
 std::optional<QString> KilnUtil_TextView::SelectedText() const
@@ -78,12 +78,12 @@ void KilnUtil_TextView::ShowPlace(qint64 offset)
         ScrollTo(m_rows.Up(row->Begin(), isNear ? above : FullRows() / 2));
     }
     const int x = qRound(row->X(offset));
-    const int margin = fontMetrics().averageCharWidth() * 4;
+    const int around = fontMetrics().averageCharWidth() * 4;
     QScrollBar *bar = horizontalScrollBar();
-    if (x - margin < bar->value())
-        bar->setValue(x - margin);
-    else if (x + margin > bar->value() + viewport()->width())
-        bar->setValue(x + margin - viewport()->width());
+    if (x - around < bar->value())
+        bar->setValue(x - around);
+    else if (x + around > bar->value() + viewport()->width())
+        bar->setValue(x + around - viewport()->width());
 }
 
 /// A selection made with the keyboard begins where the user looks.
