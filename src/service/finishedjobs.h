@@ -15,7 +15,7 @@ class Taskmill_FinishedJobs : public QObject, public Taskmill_FinishedJobsTaker
 
 public:
     /// An output beyond so many characters is kept in the database only, which holds it anyway.
-    static constexpr qsizetype LongestOutputKept = 64 * 1024;
+    static constexpr qsizetype LongestOutputKept = 65536;
 
     /// The records are whole but for long outputs; see OutputOf().
     [[nodiscard]] const QList<Taskmill_JobRecord> &Jobs() const { return m_jobs; }

@@ -10,6 +10,8 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <functional>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -153,11 +155,11 @@ void Taskmill_QueueOwner::RemoveNow(QList<int> jobIDs)
         for (const int jobID : jobIDs)
             (database->*m_table.remove)(jobID);
     }
-    std::ranges::sort(jobIDs);
+    std::ranges::sort(jobIDs, std::ranges::greater{});
     {
         const QScopedValueRollback removing{m_removing, true};
-        for (auto jobID = jobIDs.crbegin(); jobID != jobIDs.crend(); ++jobID)
-            Jobs().RemoveByJobID(*jobID);
+        for (const int jobID : std::as_const(jobIDs))
+            Jobs().RemoveByJobID(jobID);
     }
     // A job that has ended meanwhile would stay in the list.
     CollectFinished();
