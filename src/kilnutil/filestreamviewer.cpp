@@ -117,8 +117,11 @@ void KilnUtil_FileStreamViewer::MakeStatusBar()
     m_followLabel = new QLabel{this};
     m_followLabel->setAccessibleName(u"Following"_s);
     statusBar()->addWidget(m_stateLabel, 1);
-    for (QLabel *label : {m_sizeLabel, m_placeLabel, m_followLabel})
+    const int space = fontMetrics().horizontalAdvance(u'x');
+    for (QLabel *label : {m_sizeLabel, m_placeLabel, m_followLabel}) {
+        label->setContentsMargins(space, 0, space, 0);
         statusBar()->addPermanentWidget(label);
+    }
 }
 
 bool KilnUtil_FileStreamViewer::Start()
