@@ -45,6 +45,22 @@ void KilnUtil_HelpBrowser::ShowFile(const QString &filePath)
     setSource(QUrl::fromLocalFile(filePath), QTextDocument::HtmlResource);
 }
 
+KilnUtil_HelpBrowser::FindResult KilnUtil_HelpBrowser::Find(const QString &text,
+                                                            Qt::CaseSensitivity sensitivity, bool forward)
+{
+    QTextDocument::FindFlags flags;
+    flags.setFlag(QTextDocument::FindCaseSensitively, sensitivity == Qt::CaseSensitive);
+    flags.setFlag(QTextDocument::FindBackward, !forward);
+    if (find(text, flags))
+        return FindResult::Found;
+    const QTextCursor before = textCursor();
+    moveCursor(forward ? QTextCursor::Start : QTextCursor::End);
+    if (find(text, flags))
+        return FindResult::FoundAtOtherEnd;
+    setTextCursor(before);
+    return FindResult::NotFound;
+}
+
 void KilnUtil_HelpBrowser::SetZoom(int steps)
 {
     const int zoom = qBound(LeastZoom, steps, MostZoom);

@@ -20,6 +20,15 @@ public:
     /// Local path of what is shown.
     [[nodiscard]] QString FilePath() const { return source().toLocalFile(); }
 
+    enum class FindResult
+    {
+        Found,
+        FoundAtOtherEnd, ///< beyond the end of the page, or before its beginning
+        NotFound
+    };
+    /// Selects the next place of the text, from the present one on. NotFound changes nothing.
+    FindResult Find(const QString &text, Qt::CaseSensitivity sensitivity, bool forward);
+
     /// Steps away from the usual text size.
     [[nodiscard]] int Zoom() const { return m_zoom; }
     void SetZoom(int steps);

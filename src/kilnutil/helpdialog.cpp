@@ -1,9 +1,9 @@
 #include "kilnutil/helpdialog.h"
 
 #include "kilnutil/filesys.h"
+#include "kilnutil/findbar.h"
 #include "kilnutil/helpbrowser.h"
 #include "kilnutil/helpcontentspanel.h"
-#include "kilnutil/helpfindbar.h"
 #include "kilnutil/registry.h"
 
 #include <QAbstractButton>
@@ -12,6 +12,7 @@
 #include <QHideEvent>
 #include <QLabel>
 #include <QPointer>
+#include <QPushButton>
 #include <QScreen>
 #include <QShortcut>
 #include <QSplitter>
@@ -46,7 +47,7 @@ KilnUtil_HelpDialog &KilnUtil_HelpDialog::Global()
 KilnUtil_HelpDialog::KilnUtil_HelpDialog()
     : m_browser{new KilnUtil_HelpBrowser{this}}
     , m_contents{new KilnUtil_HelpContentsPanel{m_pages, this}}
-    , m_findBar{new KilnUtil_HelpFindBar{*m_browser, this}}
+    , m_findBar{new KilnUtil_FindBar{this}}
     , m_message{new QLabel{this}}
     , m_splitter{new QSplitter{this}}
 {
@@ -56,6 +57,11 @@ KilnUtil_HelpDialog::KilnUtil_HelpDialog()
     m_message->setTextFormat(Qt::PlainText);
     m_message->setWordWrap(true);
     m_message->hide();
+    m_findBar->hide();
+    m_findBar->layout()->setContentsMargins(0, 0, 0, 0);
+    // Enter in the contents is not to press them.
+    for (QPushButton *button : m_findBar->findChildren<QPushButton *>())
+        button->setAutoDefault(false);
 
     auto *right = new QWidget{this};
     auto *rightLayout = new QVBoxLayout{right};
@@ -76,6 +82,8 @@ KilnUtil_HelpDialog::KilnUtil_HelpDialog()
 
     connect(m_contents, &KilnUtil_HelpContentsPanel::PageChosenSignal, this,
             &KilnUtil_HelpDialog::PageChosenSlot);
+    connect(m_findBar, &KilnUtil_FindBar::FindSignal, this, &KilnUtil_HelpDialog::FindSlot);
+    connect(m_findBar, &KilnUtil_FindBar::ClosedSignal, this, &KilnUtil_HelpDialog::reject);
     connect(m_browser, &QTextBrowser::sourceChanged, this, &KilnUtil_HelpDialog::SourceChangedSlot);
     connect(m_browser, &KilnUtil_HelpBrowser::OutsideLinkSignal, this, &KilnUtil_HelpDialog::OutsideLinkSlot);
 }
@@ -109,7 +117,7 @@ QToolBar *KilnUtil_HelpDialog::MakeToolBar()
         action->setToolTip(toolTip);
     };
     addText(u"Find"_s, u"Find in this page (Ctrl+F)"_s, {QKeySequence::Find},
-            [this] { m_findBar->OpenSlot(); });
+            &KilnUtil_HelpDialog::OpenFindBarSlot);
     addText(u"Smaller"_s, u"Smaller text (Ctrl+-)"_s, {QKeySequence::ZoomOut},
             [this] { m_browser->SetZoom(m_browser->Zoom() - 1); });
     addText(u"Larger"_s, u"Larger text (Ctrl++)"_s, {QKeySequence::ZoomIn, Qt::CTRL | Qt::Key_Equal},
@@ -124,8 +132,8 @@ void KilnUtil_HelpDialog::MakeShortcuts()
     };
     add(Qt::CTRL | Qt::Key_0, m_browser, [this] { m_browser->SetZoom(0); });
     add(Qt::CTRL | Qt::Key_K, m_contents, &KilnUtil_HelpContentsPanel::FocusSearchSlot);
-    add(Qt::Key_F3, m_findBar, &KilnUtil_HelpFindBar::FindNextSlot);
-    add(Qt::SHIFT | Qt::Key_F3, m_findBar, &KilnUtil_HelpFindBar::FindPreviousSlot);
+    add(Qt::Key_F3, this, [this] { FindSlot(true); });
+    add(Qt::SHIFT | Qt::Key_F3, this, [this] { FindSlot(false); });
     add(QKeySequence::Close, this, &QWidget::close);
 }
 
@@ -203,7 +211,7 @@ void KilnUtil_HelpDialog::PageChosenSlot(const QString &filePath, const QString 
 
 void KilnUtil_HelpDialog::SourceChangedSlot(const QUrl &source)
 {
-    m_message->hide();
+    Tell({});
     // The browser itself still tells the page before.
     m_contents->SetCurrentPage(source.toLocalFile());
     const QString home = m_pages.TitleOf(m_pages.HomePath());
@@ -213,9 +221,49 @@ void KilnUtil_HelpDialog::SourceChangedSlot(const QUrl &source)
 
 void KilnUtil_HelpDialog::OutsideLinkSlot(const QUrl &link)
 {
-    m_message->setText(
-        u"This link leads out of the manual and is not opened: %1"_s.arg(link.toDisplayString()));
-    m_message->show();
+    Tell(u"This link leads out of the manual and is not opened: %1"_s.arg(link.toDisplayString()));
+}
+
+void KilnUtil_HelpDialog::OpenFindBarSlot()
+{
+    const QString selected = m_browser->textCursor().selectedText();
+    m_findBar->Activate(selected.contains(QChar::ParagraphSeparator) ? QString{} : selected);
+}
+
+void KilnUtil_HelpDialog::FindSlot(bool forward)
+{
+    if (m_findBar->Text().isEmpty()) {
+        OpenFindBarSlot();
+        return;
+    }
+    switch (m_browser->Find(m_findBar->Text(), m_findBar->Sensitivity(), forward)) {
+    case KilnUtil_HelpBrowser::FindResult::Found:
+        Tell({});
+        break;
+    case KilnUtil_HelpBrowser::FindResult::FoundAtOtherEnd:
+        Tell(u"The search was continued at the other end of the page."_s);
+        break;
+    case KilnUtil_HelpBrowser::FindResult::NotFound:
+        Tell(u"This page does not hold the text."_s);
+        break;
+    }
+}
+
+void KilnUtil_HelpDialog::Tell(const QString &message)
+{
+    m_message->setText(message);
+    m_message->setVisible(!message.isEmpty());
+}
+
+void KilnUtil_HelpDialog::reject()
+{
+    if (!m_findBar->isVisible()) {
+        QDialog::reject();
+        return;
+    }
+    m_findBar->hide();
+    Tell({});
+    m_browser->setFocus();
 }
 
 void KilnUtil_HelpDialog::HomeSlot()

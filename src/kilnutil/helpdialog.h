@@ -4,9 +4,9 @@
 
 #include <QDialog>
 
+class KilnUtil_FindBar;
 class KilnUtil_HelpBrowser;
 class KilnUtil_HelpContentsPanel;
-class KilnUtil_HelpFindBar;
 class QAbstractButton;
 class QAction;
 class QLabel;
@@ -32,6 +32,10 @@ public:
     /// Shows the window with the page. Without such a page, the window says so.
     void ShowPage(const QString &helpId);
 
+public Q_SLOTS:
+    /// Escape: closes the row that finds text, else the window.
+    void reject() override;
+
 protected:
     void hideEvent(QHideEvent *event) override;
 
@@ -40,6 +44,8 @@ private Q_SLOTS:
     void SourceChangedSlot(const QUrl &source);
     void OutsideLinkSlot(const QUrl &link);
     void HomeSlot();
+    void OpenFindBarSlot();
+    void FindSlot(bool forward);
 
 private:
     KilnUtil_HelpDialog();
@@ -49,11 +55,13 @@ private:
     void SetInitialSize();
     void ReadPages();
     void ShowWindow();
+    /// Below the page; an empty message hides the one before.
+    void Tell(const QString &message);
 
     KilnUtil_HelpPages m_pages;
     KilnUtil_HelpBrowser *m_browser;
     KilnUtil_HelpContentsPanel *m_contents;
-    KilnUtil_HelpFindBar *m_findBar;
+    KilnUtil_FindBar *m_findBar;
     QLabel *m_message;
     QSplitter *m_splitter;
 };
