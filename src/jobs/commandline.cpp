@@ -12,7 +12,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 /// Placeholder pairs come from clients: a few that double the text each time must not use up the memory.
-constexpr qsizetype longestText = 128 * 1024;
+constexpr qsizetype longestText = 131072;
 
 void ReplaceFileName(QString &text, QLatin1StringView placeholder, const QString &path)
 {

@@ -21,7 +21,7 @@ struct Taskmill_ConsoleContext
     Taskmill_JobTypeList &JobTypes;
     Taskmill_JobSubmitter &Submitter;
     Taskmill_Project &Project;
-    QString Notice; ///< printed below the banner
+    QString Notice;             ///< printed below the banner
     std::function<void()> Exit; ///< ends the program without a question
 };
 
