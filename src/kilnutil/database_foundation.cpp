@@ -1,7 +1,6 @@
 #include "kilnutil/database_foundation.h"
 
 #include <QFileInfo>
-#include <QLoggingCategory>
 #include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>

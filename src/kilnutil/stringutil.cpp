@@ -54,9 +54,3 @@ qsizetype KilnUtil_String::FindIndex(const QString &text, const QStringList &lis
         list, [&](const QString &entry) { return entry.compare(text, sensitivity) == 0; });
     return found == list.end() ? -1 : found - list.begin();
 }
-
-QString KilnUtil_String::MaxString(const QStringList &list)
-{
-    const auto longest = std::ranges::max_element(list, {}, &QString::size);
-    return longest == list.end() ? QString{} : *longest;
-}

@@ -14,7 +14,4 @@ public:
 
     /// Position of the first entry equal to the text; -1 when there is none.
     [[nodiscard]] static qsizetype FindIndex(const QString &text, const QStringList &list, bool ignoreCase);
-
-    /// The longest entry, the first of several; empty for an empty list.
-    [[nodiscard]] static QString MaxString(const QStringList &list);
 };
