@@ -26,6 +26,11 @@ public:
     {
         return std::nullopt;
     }
+    std::optional<int> AskNumber(const QString &, const QString &, int, int) override { return std::nullopt; }
+    void ShowInformation(const QString &title, const QString &text) override
+    {
+        qInfo("%ls: %ls", qUtf16Printable(title), qUtf16Printable(text));
+    }
     QString AskOpenFileName(const QString &, const QString &, const QString &) override { return {}; }
     QString AskSaveFileName(const QString &, const QString &, const QString &) override { return {}; }
 };

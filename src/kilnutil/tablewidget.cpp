@@ -10,9 +10,12 @@
 #include <QHelpEvent>
 #include <QMimeData>
 #include <QPainter>
+#include <QScrollBar>
 #include <QTextDocument>
 #include <QToolTip>
 #include <QUrl>
+
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -158,6 +161,36 @@ void KilnUtil_TableWidget::SetAcceptsFiles(bool accepts)
     m_acceptsFiles = accepts;
     setDragDropMode(accepts ? QAbstractItemView::DropOnly : QAbstractItemView::NoDragDrop);
     setDropIndicatorShown(false);
+}
+
+QList<int> KilnUtil_TableWidget::SelectedRows() const
+{
+    QList<int> rows;
+    const QModelIndexList selected = selectionModel()->selectedRows();
+    for (const QModelIndex &index : selected)
+        rows.append(index.row());
+    std::ranges::sort(rows);
+    return rows;
+}
+
+int KilnUtil_TableWidget::PositionAt(int row) const
+{
+    const QVariant position = model()->index(row, 0).data(KilnUtil_TableSortProxy::PositionRole);
+    return position.isValid() ? position.toInt() : -1;
+}
+
+int KilnUtil_TableWidget::CurrentPosition() const
+{
+    return currentIndex().isValid() ? PositionAt(currentIndex().row()) : -1;
+}
+
+void KilnUtil_TableWidget::ChangeRows(const std::function<void()> &change)
+{
+    const bool atTop = verticalScrollBar()->value() == verticalScrollBar()->minimum();
+    const QPersistentModelIndex top = atTop ? QModelIndex{} : indexAt(QPoint{0, 0});
+    change();
+    if (top.isValid())
+        scrollTo(top, QAbstractItemView::PositionAtTop);
 }
 
 /// The selection stays to be seen when the keyboard is elsewhere.

@@ -3,6 +3,8 @@
 #include <QTableView>
 #include <QTimer>
 
+#include <functional>
+
 class KilnUtil_TableSortProxy;
 class QDropEvent;
 
@@ -32,6 +34,17 @@ public:
     void SetEmptyText(const QString &text);
     /// Off at first.
     void SetAcceptsFiles(bool accepts);
+
+    /// The selected rows of the view, from the top.
+    [[nodiscard]] QList<int> SelectedRows() const;
+    /// What the cell holds under KilnUtil_TableSortProxy::PositionRole; -1 when there is no such cell.
+    [[nodiscard]] int PositionAt(int row) const;
+    /// The same of the current cell.
+    [[nodiscard]] int CurrentPosition() const;
+
+    /// Calls what changes the rows and keeps those in view where they are. At its very top the table stays
+    /// there, where new rows may come.
+    void ChangeRows(const std::function<void()> &change);
 
 Q_SIGNALS:
     /// Files or directories of this computer, dropped from another program; absolute paths. Emitted from the

@@ -38,6 +38,11 @@ public:
     /// One of items, `preselected` at first; nothing when the user cancels or cannot be asked.
     virtual std::optional<QString> ChooseFromList(const QString &title, const QString &label,
                                                   const QStringList &items, const QString &preselected) = 0;
+    /// A whole number of at least `least`; nothing when the user cancels or cannot be asked.
+    virtual std::optional<int> AskNumber(const QString &title, const QString &label, int value,
+                                         int least) = 0;
+    /// A box that only tells something, with one button.
+    virtual void ShowInformation(const QString &title, const QString &text) = 0;
     /// File dialogs; an empty text when the user cancels or cannot be asked.
     virtual QString AskOpenFileName(const QString &title, const QString &directory,
                                     const QString &filter) = 0;

@@ -4,6 +4,8 @@
 #include <QInputDialog>
 #include <QMessageBox>
 
+#include <limits>
+
 namespace {
 using WarnMode = KilnUtil_UserPrompt::WarnMode;
 using WarnAnswer = KilnUtil_UserPrompt::WarnAnswer;
@@ -92,6 +94,27 @@ std::optional<QString> KilnUtil_WidgetPrompt::ChooseFromList(const QString &titl
     if (dialog.exec() != QDialog::Accepted)
         return std::nullopt;
     return dialog.textValue();
+}
+
+std::optional<int> KilnUtil_WidgetPrompt::AskNumber(const QString &title, const QString &label, int value,
+                                                    int least)
+{
+    QInputDialog dialog{Parent()};
+    dialog.setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    dialog.setWindowTitle(title);
+    dialog.setLabelText(label);
+    dialog.setInputMode(QInputDialog::IntInput);
+    dialog.setIntRange(least, std::numeric_limits<int>::max());
+    dialog.setIntValue(value);
+    dialog.setIntStep(1);
+    if (dialog.exec() != QDialog::Accepted)
+        return std::nullopt;
+    return dialog.intValue();
+}
+
+void KilnUtil_WidgetPrompt::ShowInformation(const QString &title, const QString &text)
+{
+    Ask(QMessageBox::Information, Parent(), title, text, WarnMode::Ok, WarnAnswer::None);
 }
 
 QString KilnUtil_WidgetPrompt::AskOpenFileName(const QString &title, const QString &directory,

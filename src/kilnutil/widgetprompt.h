@@ -19,6 +19,8 @@ public:
                            WarnAnswer defaultAnswer) override;
     std::optional<QString> ChooseFromList(const QString &title, const QString &label,
                                           const QStringList &items, const QString &preselected) override;
+    std::optional<int> AskNumber(const QString &title, const QString &label, int value, int least) override;
+    void ShowInformation(const QString &title, const QString &text) override;
     QString AskOpenFileName(const QString &title, const QString &directory, const QString &filter) override;
     QString AskSaveFileName(const QString &title, const QString &directory, const QString &filter) override;
 

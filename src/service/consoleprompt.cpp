@@ -45,6 +45,17 @@ std::optional<QString> Taskmill_ConsolePrompt::ChooseFromList(const QString &tit
     return std::nullopt;
 }
 
+std::optional<int> Taskmill_ConsolePrompt::AskNumber(const QString &title, const QString &label, int value,
+                                                     int least)
+{
+    return m_dialogs ? m_dialogs->AskNumber(title, label, value, least) : std::nullopt;
+}
+
+void Taskmill_ConsolePrompt::ShowInformation(const QString &title, const QString &text)
+{
+    Taskmill_PrintConsoleLine(title + u": "_s + text);
+}
+
 QString Taskmill_ConsolePrompt::AskOpenFileName(const QString &title, const QString &directory,
                                                 const QString &filter)
 {

@@ -38,6 +38,19 @@ std::optional<QString> ScriptedPrompt::ChooseFromList(const QString &title, cons
     return texts.takeFirst();
 }
 
+std::optional<int> ScriptedPrompt::AskNumber(const QString &title, const QString &label, int value, int least)
+{
+    asked.append({title, label, {QString::number(value), QString::number(least)}});
+    if (texts.isEmpty())
+        return std::nullopt;
+    return texts.takeFirst().toInt();
+}
+
+void ScriptedPrompt::ShowInformation(const QString &title, const QString &text)
+{
+    asked.append({title, text, {}});
+}
+
 QString ScriptedPrompt::AskOpenFileName(const QString &title, const QString &directory, const QString &filter)
 {
     asked.append({title, filter, {directory}});

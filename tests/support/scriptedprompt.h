@@ -22,7 +22,7 @@ public:
 
     QList<WarnAnswer> answers; ///< taken from the front; Cancel when none is left
     QStringList
-        texts; ///< answers of lists and file dialogs, taken from the front; cancelled when none is left
+        texts; ///< answers of lists, numbers and file dialogs, taken from the front; cancelled when none is left
     QList<Asked> asked; ///< every warning, error, question and dialog, in order
 
     WarnAnswer ReportWarning(const QString &title, const QString &text, WarnMode mode,
@@ -32,6 +32,8 @@ public:
                            WarnAnswer defaultAnswer) override;
     std::optional<QString> ChooseFromList(const QString &title, const QString &label,
                                           const QStringList &items, const QString &preselected) override;
+    std::optional<int> AskNumber(const QString &title, const QString &label, int value, int least) override;
+    void ShowInformation(const QString &title, const QString &text) override;
     QString AskOpenFileName(const QString &title, const QString &directory, const QString &filter) override;
     QString AskSaveFileName(const QString &title, const QString &directory, const QString &filter) override;
 };
