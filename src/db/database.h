@@ -79,6 +79,7 @@ public:
     bool DeleteShortJob(qint32 jobID);
     bool DeleteQueuelessJob(qint32 jobID);
     bool DeleteFinishedJob(qint32 jobID);
+    bool DeleteFinishedJobs(const QList<qint32> &jobIDs);
 
     /// All rows in table order. A row whose job type was deleted gets a type without a name, made of what the
     /// row itself tells.

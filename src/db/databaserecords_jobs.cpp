@@ -206,6 +206,23 @@ bool Taskmill_Database::DeleteFinishedJob(qint32 jobID)
     return DeleteJob(Taskmill_Table::FinishedJobs, jobID);
 }
 
+bool Taskmill_Database::DeleteFinishedJobs(const QList<qint32> &jobIDs)
+{
+    // The table has no index on the number, so that every statement reads it whole. The text of one is
+    // limited to a million bytes.
+    constexpr qsizetype mostAtOnce = 50'000;
+    bool deleted = true;
+    for (qsizetype first = 0; first < jobIDs.size(); first += mostAtOnce) {
+        QStringList numbers;
+        for (const qint32 jobID : jobIDs.sliced(first, qMin(mostAtOnce, jobIDs.size() - first)))
+            numbers.append(QString::number(jobID));
+        deleted = ExecuteInTransaction(u"DELETE FROM "_s + TableName(Taskmill_Table::FinishedJobs) +
+                                       u" WHERE JobID IN ("_s + numbers.join(u',') + u')') &&
+                  deleted;
+    }
+    return deleted;
+}
+
 QList<Taskmill_JobRecord> Taskmill_Database::GetJobs(Taskmill_Table table, const QString &queueName)
 {
     QList<Taskmill_JobRecord> jobs;

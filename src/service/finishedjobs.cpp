@@ -3,6 +3,10 @@
 #include "db/database.h"
 #include "db/databasemanager.h"
 #include "service/listings.h"
+#include "service/removalquestion.h"
+
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -22,6 +26,7 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job)
 void Taskmill_FinishedJobs::SetJobs(const QList<Taskmill_JobRecord> &jobs)
 {
     m_jobs = jobs;
+    ++m_generation;
     m_outputsInDatabase.clear();
     if (Taskmill_Database_Manager::Global().CurrentDatabase()) {
         for (Taskmill_JobRecord &job : m_jobs)
@@ -61,6 +66,42 @@ void Taskmill_FinishedJobs::RemoveAt(int position)
     if (position < 0 || position >= m_jobs.size())
         return;
     m_jobs.removeAt(position);
+    ++m_generation;
+    Q_EMIT JobsChangedSignal();
+}
+
+Taskmill_FinishedJobs::Question Taskmill_FinishedJobs::RemovalQuestion(const QList<int> &positions) const
+{
+    QStringList names;
+    for (const int position : positions)
+        names.append(m_jobs[position].Name);
+    if (names.isEmpty())
+        return {};
+    return {.title = u"Remove Selected Finished Jobs"_s,
+            .text = u"Are you sure you want to remove the following %1 selected finished jobs?\n\n"_s.arg(
+                        names.size()) +
+                    Taskmill_NameList(names)};
+}
+
+void Taskmill_FinishedJobs::Remove(QList<int> positions)
+{
+    QList<int> jobIDs;
+    for (const int position : std::as_const(positions))
+        jobIDs.append(m_jobs[position].JobID);
+    if (Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase())
+        database->DeleteFinishedJobs(jobIDs);
+    std::ranges::sort(positions);
+    // One walk through the list: it may be long, and so may be what is removed.
+    auto next = positions.cbegin();
+    int position = 0;
+    m_jobs.removeIf([&](const Taskmill_JobRecord &) {
+        const bool removed = next != positions.cend() && *next == position;
+        ++position;
+        if (removed)
+            ++next;
+        return removed;
+    });
+    ++m_generation;
     Q_EMIT JobsChangedSignal();
 }
 

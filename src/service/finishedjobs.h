@@ -31,6 +31,19 @@ public:
     /// A position that is out of range does nothing.
     void RemoveAt(int position);
 
+    /// The question before jobs are removed by the user; the text is empty when there are none.
+    struct Question
+    {
+        QString title;
+        QString text;
+    };
+    [[nodiscard]] Question RemovalQuestion(const QList<int> &positions) const;
+    /// Removes the jobs at these positions from the list and their rows from the open database.
+    void Remove(QList<int> positions);
+
+    /// Another value whenever jobs have been removed or replaced; adding one leaves it.
+    [[nodiscard]] int Generation() const { return m_generation; }
+
     /// The listing that the console prints.
     [[nodiscard]] QString ListingText() const;
 
@@ -41,5 +54,6 @@ private:
     void LeaveOutputToDatabase(Taskmill_JobRecord &job);
 
     QList<Taskmill_JobRecord> m_jobs;
+    int m_generation = 0;
     QSet<int> m_outputsInDatabase; ///< numbers of the jobs whose records lack their output
 };

@@ -27,11 +27,41 @@ QStringList Taskmill_Listings::FinishedHeaders()
     return headers;
 }
 
+QString Taskmill_Listings::FinishedCell(const Taskmill_JobRecord &job, int column)
+{
+    switch (column) {
+    case 0:
+        return QString::number(job.JobID);
+    case 1:
+        return job.Name;
+    case 2:
+        return Taskmill_JobStatusText(job.Status);
+    case 3:
+        return job.JobType.Name;
+    case 4:
+        return job.QueueName;
+    case 5:
+        return job.JobType.ExecutablePath;
+    case 6:
+        return job.CommandLine();
+    case 7:
+        return Taskmill_TimeText(job.Submitted);
+    case 8:
+        return Taskmill_TimeText(job.Started);
+    case 9:
+        return Taskmill_TimeText(job.Finished);
+    default:
+        return {};
+    }
+}
+
 QStringList Taskmill_Listings::FinishedRow(const Taskmill_JobRecord &job)
 {
-    QStringList row = QueueRow(job);
-    row.insert(4, job.QueueName);
-    row.append(Taskmill_TimeText(job.Finished));
+    constexpr int columns = 10;
+    QStringList row;
+    row.reserve(columns);
+    for (int column = 0; column < columns; ++column)
+        row.append(FinishedCell(job, column));
     return row;
 }
 

@@ -12,6 +12,8 @@ namespace Taskmill_Listings {
 [[nodiscard]] QStringList QueueRow(const Taskmill_JobRecord &job);
 
 [[nodiscard]] QStringList FinishedHeaders();
+/// One text of the row, for tables so long that most of them are never shown.
+[[nodiscard]] QString FinishedCell(const Taskmill_JobRecord &job, int column);
 [[nodiscard]] QStringList FinishedRow(const Taskmill_JobRecord &job);
 
 [[nodiscard]] QStringList JobTypeHeaders();

@@ -5,6 +5,7 @@
 #include "kilnutil/error.h"
 #include "service/finishedjobs.h"
 #include "service/listings.h"
+#include "service/removalquestion.h"
 
 #include <QScopedValueRollback>
 #include <QTimer>
@@ -18,8 +19,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 using WarnMode = KilnUtil_Error::WarnMode;
 using WarnAnswer = KilnUtil_Error::WarnAnswer;
-
-constexpr qsizetype mostNamesListed = 10;
 } // namespace
 
 Taskmill_QueueOwner::Taskmill_QueueOwner(Taskmill_FinishedJobs &finishedJobs, const DatabaseTable &table)
@@ -116,13 +115,10 @@ Taskmill_QueueOwner::Question Taskmill_QueueOwner::RemovalQuestion(const QList<i
     QStringList names;
     if (jobIDs.isEmpty() || !Jobs().NamesOf(jobIDs, names))
         return {};
-    QString list = names.first(qMin(names.size(), mostNamesListed)).join(u'\n');
-    if (names.size() > mostNamesListed)
-        list += u"\n... %1 more ..."_s.arg(names.size() - mostNamesListed);
     return {.title = u"Remove Selected Jobs from "_s + ListName(),
             .text = u"Are you sure you want to remove the following %1 selected jobs from the %2?\n\n"_s.arg(
                         QString::number(names.size()), ListName()) +
-                    list};
+                    Taskmill_NameList(names)};
 }
 
 Taskmill_QueueOwner::Question Taskmill_QueueOwner::RunningJobsWarning()

@@ -3,45 +3,92 @@
 #include "jobs/processinspector.h"
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
+#include "kilnutil/error.h"
 #include "kilnutil/registry.h"
 #include "service/console.h"
 #include "service/consoleprompt.h"
 #include "service/recentprojects.h"
 #include "service/version.h"
+#include "ui/programicon.h"
+#include "ui/trayicon.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QDir>
 #include <QEvent>
 #include <QFileInfo>
-#include <QIcon>
-#include <QScreen>
+#include <QPushButton>
+#include <QScopedValueRollback>
+#include <QSessionManager>
+#include <QSysInfo>
+#include <QTabWidget>
 #include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-constexpr int leastDistanceToEdge = 10; // pixels
+using WarnMode = KilnUtil_Error::WarnMode;
+using WarnAnswer = KilnUtil_Error::WarnAnswer;
+
+/// Such as "64-bit Linux".
+QString PlatformText()
+{
+    const QString kernel = QSysInfo::kernelType();
+    return QString::number(QSysInfo::WordSize) + u"-bit "_s +
+           (kernel == "winnt"_L1 ? u"Windows"_s : kernel.left(1).toUpper() + kernel.mid(1));
 }
+} // namespace
 
 Taskmill_AppWindow::Taskmill_AppWindow(Taskmill_AppWindowOptions options)
     : m_options{std::move(options)}
+    , m_window{Taskmill_IsGuiMode() ? std::make_unique<Taskmill_MainWindow>() : nullptr}
     , m_inspector{Taskmill_MakeProcessInspector()}
     , m_jobTypes{m_store}
-    , m_longJobs{m_store, m_finishedJobs, *m_inspector}
-    , m_shortJobs{m_store, m_finishedJobs, *m_inspector}
-    , m_queuelessJobs{m_finishedJobs, *m_inspector}
+    , m_finishedJobs{PageOf(Taskmill_Page::FinishedJobs)}
+    , m_longJobs{PageOf(Taskmill_Page::LongJobs), m_store, m_finishedJobs, *m_inspector}
+    , m_shortJobs{PageOf(Taskmill_Page::ShortJobs), m_store, m_finishedJobs, *m_inspector}
+    , m_queuelessJobs{PageOf(Taskmill_Page::QueuelessJobs), m_finishedJobs, *m_inspector}
     , m_project{m_jobTypes, m_jobNumbers, Tabs()}
     , m_submitter{m_store, m_jobNumbers, Tabs()}
     , m_runningJobs{*m_inspector, m_jobTypes}
     , m_server{*this}
 {
     connect(&m_project, &Taskmill_Project::StateChangedSignal, this, &Taskmill_AppWindow::UpdateWindowTitle);
-    if (Taskmill_IsGuiMode()) {
-        m_window = std::make_unique<QMainWindow>();
-        m_window->setWindowTitle(Taskmill_VersionText());
-        m_window->setWindowIcon(QIcon{u":/taskmillgui"_s});
-        m_window->installEventFilter(this);
-    }
+    if (!m_window)
+        return;
+    FillWindow();
+    ConnectWindow();
+}
+
+QWidget *Taskmill_AppWindow::PageOf(Taskmill_Page page) const
+{
+    return m_window ? m_window->PageOf(page) : nullptr;
+}
+
+void Taskmill_AppWindow::FillWindow()
+{
+    Fill(Taskmill_Page::LongJobs, *m_longJobs.Tab());
+    Fill(Taskmill_Page::ShortJobs, *m_shortJobs.Tab());
+    Fill(Taskmill_Page::QueuelessJobs, *m_queuelessJobs.Tab());
+    m_window->SetContent(Taskmill_Page::FinishedJobs, m_finishedJobs.Frame());
+}
+
+void Taskmill_AppWindow::Fill(Taskmill_Page page, Taskmill_QueueTab &tab)
+{
+    m_window->SetContent(page, tab.Frame());
+    connect(&tab, &Taskmill_QueueTab::PausedChangedSignal, m_window.get(),
+            [this, page](bool paused) { m_window->ShowPaused(page, paused); });
+}
+
+void Taskmill_AppWindow::ConnectWindow()
+{
+    connect(&m_window->SubmitJobsButton(), &QPushButton::clicked, this, &Taskmill_AppWindow::NewJobsSlot);
+    connect(&m_window->HideButton(), &QPushButton::clicked, this, &Taskmill_AppWindow::OkaySlot);
+    connect(&m_window->ExitButton(), &QPushButton::clicked, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
+    connect(&m_window->AboutButton(), &QPushButton::clicked, this, &Taskmill_AppWindow::AboutSlot);
+    connect(&m_window->Tabs(), &QTabWidget::currentChanged, this, &Taskmill_AppWindow::CurrentTabChangedSlot);
+    m_window->installEventFilter(this);
+    // The user logs out or shuts the computer down.
+    connect(qGuiApp, &QGuiApplication::commitDataRequest, this, [this] { m_project.SaveUnattended(); });
 }
 
 Taskmill_AppWindow::~Taskmill_AppWindow()
@@ -56,47 +103,66 @@ Taskmill_JobTabs Taskmill_AppWindow::Tabs()
 
 bool Taskmill_AppWindow::Initialise()
 {
-    const QString lastDirectory = KilnUtil_Registry::Value(u"/Files/Last_Directory_Path"_s).toString();
-    const QString startUpFile =
-        m_options.StartUpFile.isEmpty() ? QString{} : QFileInfo{m_options.StartUpFile}.absoluteFilePath();
-    if (!lastDirectory.isEmpty() && QFileInfo{lastDirectory}.isDir())
-        QDir::setCurrent(lastDirectory);
-
-    Taskmill_DropMissingRecentProjects();
-    if (!startUpFile.isEmpty()) {
-        if (!m_project.OpenProject(startUpFile))
-            return false;
-    } else if (!m_project.NewProject()) {
+    if (m_window) {
+        const QIcon icon = Taskmill_ProgramIcon();
+        QApplication::setWindowIcon(icon);
+        m_window->setWindowIcon(icon);
+        m_window->setWindowTitle(Taskmill_VersionText());
+    }
+    if (!OpenStartUpProject())
         return false;
+    if (m_window) {
+        RestoreToolBars();
+        UpdateWindowTitle();
+        ShowTrayIcon();
     }
     m_server.Listen(Taskmill_IsGuiMode() ? KilnUtil_ComputerData::TaskmillGUIPortNumber()
                                          : KilnUtil_ComputerData::TaskmillConsolePortNumber());
     return true;
 }
 
+bool Taskmill_AppWindow::OpenStartUpProject()
+{
+    const QString lastDirectory = KilnUtil_Registry::Value(u"/Files/Last_Directory_Path"_s).toString();
+    const QString startUpFile =
+        m_options.StartUpFile.isEmpty() ? QString{} : QFileInfo{m_options.StartUpFile}.absoluteFilePath();
+    if (!lastDirectory.isEmpty() && QFileInfo{lastDirectory}.isDir())
+        QDir::setCurrent(lastDirectory);
+    Taskmill_DropMissingRecentProjects();
+    return startUpFile.isEmpty() ? m_project.NewProject() : m_project.OpenProject(startUpFile);
+}
+
+/// The key that decides is another than the one that is read.
+void Taskmill_AppWindow::RestoreToolBars()
+{
+    if (KilnUtil_Registry::HasUnversionedValue(u"Main_Window/ToolBar_State_0"_s))
+        m_window->restoreState(KilnUtil_Registry::Value(u"/Main_Window/ToolBar_State_0"_s).toByteArray());
+}
+
+void Taskmill_AppWindow::ShowTrayIcon()
+{
+    m_trayIcon = std::make_unique<Taskmill_TrayIcon>(m_window->windowIcon(), m_window->windowTitle());
+    connect(m_trayIcon.get(), &Taskmill_TrayIcon::ShowSignal, this,
+            &Taskmill_AppWindow::SystemTrayShowWindowSlot);
+    connect(m_trayIcon.get(), &Taskmill_TrayIcon::HideSignal, this,
+            &Taskmill_AppWindow::SystemTrayHideWindowSlot);
+    connect(m_trayIcon.get(), &Taskmill_TrayIcon::ExitSignal, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
+}
+
 void Taskmill_AppWindow::Show(uint)
 {
-    if (m_window)
-        ShowWindow();
-    else
+    if (!m_window) {
         StartConsole();
+        return;
+    }
+    m_window->show();
+    m_window->PutInMiddleOfScreen();
+    m_window->raise();
 }
 
 void Taskmill_AppWindow::Show()
 {
     Show(Qt::WindowMaximized | Qt::WindowActive);
-}
-
-void Taskmill_AppWindow::ShowWindow()
-{
-    m_window->show();
-    const QRect available = m_window->screen()->availableGeometry();
-    m_window->resize((available.width() + 1) / 2, (available.height() + 1) / 2);
-    m_window->raise();
-    QRect frame = m_window->frameGeometry();
-    frame.moveCenter(available.center());
-    m_window->move(qMax(frame.left(), available.left() + leastDistanceToEdge),
-                   qMax(frame.top(), available.top() + leastDistanceToEdge));
 }
 
 void Taskmill_AppWindow::StartConsole()
@@ -128,18 +194,60 @@ void Taskmill_AppWindow::StartConsole()
 
 void Taskmill_AppWindow::UpdateWindowTitle()
 {
-    if (m_window)
-        m_window->setWindowTitle(m_project.WindowTitle());
+    if (!m_window)
+        return;
+    m_window->setWindowTitle(m_project.WindowTitle());
+    if (m_trayIcon)
+        m_trayIcon->SetToolTip(m_window->windowTitle());
 }
 
-void Taskmill_AppWindow::SystemTrayShowWindowSlot()
+void Taskmill_AppWindow::CurrentTabChangedSlot(int tab)
+{
+    switch (static_cast<Taskmill_Page>(tab)) {
+    case Taskmill_Page::LongJobs:
+        m_longJobs.Tab()->FillTable();
+        break;
+    case Taskmill_Page::ShortJobs:
+        m_shortJobs.Tab()->FillTable();
+        break;
+    case Taskmill_Page::QueuelessJobs:
+        m_queuelessJobs.Tab()->FillTable();
+        break;
+    case Taskmill_Page::RunningJobs:
+        break;
+    case Taskmill_Page::FinishedJobs:
+        m_finishedJobs.FillTable();
+        break;
+    case Taskmill_Page::JobTypes:
+        break;
+    }
+}
+
+void Taskmill_AppWindow::NewJobsSlot() {}
+
+void Taskmill_AppWindow::AboutSlot()
+{
+    KilnUtil_Error::UserPrompt().ShowInformation(
+        u"About TaskmillGUI"_s, Taskmill_VersionText() + u"     ("_s + PlatformText() +
+                                    u")\n\nRuns calculations one after another, for weeks if need be."_s);
+}
+
+void Taskmill_AppWindow::OkaySlot()
 {
     if (!m_window)
         return;
-    m_window->setWindowState((m_window->windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
-    m_window->showNormal();
-    m_window->raise();
-    m_window->activateWindow();
+    if (Taskmill_TrayIcon::IsInReach())
+        m_window->hide();
+    else
+        m_window->showMinimized();
+}
+
+void Taskmill_AppWindow::UpdateMenusSlot() {}
+
+void Taskmill_AppWindow::SystemTrayShowWindowSlot()
+{
+    if (m_window)
+        m_window->ShowInFront();
 }
 
 void Taskmill_AppWindow::SystemTrayHideWindowSlot()
@@ -148,9 +256,29 @@ void Taskmill_AppWindow::SystemTrayHideWindowSlot()
         m_window->hide();
 }
 
+void Taskmill_AppWindow::SystemTrayQuitSlot()
+{
+    if (!m_window) {
+        ExitSlot();
+        return;
+    }
+    if (!m_window->isVisible())
+        m_window->showNormal();
+    // The tray's menu works while a question is open.
+    if (m_askingToExit) {
+        m_window->ShowInFront();
+        return;
+    }
+    const QScopedValueRollback asking{m_askingToExit, true};
+    if (KilnUtil_Error::ReportWarning(u"Exit Taskmill"_s,
+                                      u"Are you sure you want to completely exit Taskmill?"_s,
+                                      WarnMode::YesNo, WarnAnswer::No) == WarnAnswer::Yes)
+        ExitSlot();
+}
+
 void Taskmill_AppWindow::ExitSlot()
 {
-    if (Taskmill_IsGuiMode() && m_project.AskToSave() == Taskmill_Project::SaveAnswer::Cancel)
+    if (m_quitting || (m_window && m_project.AskToSave() == Taskmill_Project::SaveAnswer::Cancel))
         return;
     ShutDown();
     EndEventLoop();
@@ -176,10 +304,8 @@ bool Taskmill_AppWindow::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched != m_window.get() || event->type() != QEvent::Close || m_quitting)
         return QObject::eventFilter(watched, event);
-    ExitSlot();
-    // The window stays when the user has changed his mind.
-    if (!m_quitting)
-        event->ignore();
+    OkaySlot();
+    event->ignore();
     return true;
 }
 
@@ -189,6 +315,9 @@ void Taskmill_AppWindow::ShutDown()
         return;
     m_server.Close();
     m_project.CloseProject();
+    if (m_window)
+        QApplication::closeAllWindows();
+    m_trayIcon.reset();
     if (m_console) {
         Taskmill_SetConsolePrinter({});
         m_console->QuitSlot();

@@ -3,21 +3,24 @@
 #include "db/databasejobstore.h"
 #include "jobs/jobtypelist.h"
 #include "kilnutil/idmanager.h"
-#include "service/finishedjobs.h"
 #include "service/jobsubmitter.h"
 #include "service/project.h"
-#include "service/queueowner.h"
 #include "service/requestserver.h"
 #include "service/runningjobs.h"
-
-#include <QMainWindow>
+#include "ui/finishedjobswidget.h"
+#include "ui/mainwindow.h"
+#include "ui/queuewidgets.h"
 
 #include <functional>
 #include <memory>
 
 class Taskmill_Console;
 class Taskmill_ConsolePrompt;
+class Taskmill_JobTypesWidget;
+class Taskmill_OpenFilesDialog;
 class Taskmill_ProcessInspector;
+class Taskmill_RunningJobsWidget;
+class Taskmill_TrayIcon;
 
 /// What start-up hands to the window.
 struct Taskmill_AppWindowOptions
@@ -30,7 +33,7 @@ struct Taskmill_AppWindowOptions
 };
 
 /// The manager's hub, made in every run mode: it owns the project, the jobs and the server, and in graphical
-/// modes the main window.
+/// modes the main window with its tabs and the tray icon.
 class Taskmill_AppWindow : public QObject, private Taskmill_RequestHandler
 {
     Q_OBJECT
@@ -38,52 +41,75 @@ class Taskmill_AppWindow : public QObject, private Taskmill_RequestHandler
 public:
     explicit Taskmill_AppWindow(Taskmill_AppWindowOptions options);
     ~Taskmill_AppWindow() override;
+    Q_DISABLE_COPY_MOVE(Taskmill_AppWindow)
 
-    /// Opens the start-up file or a new project and starts the server. False when no project could be had.
+    /// Opens the start-up file or a new project, shows the tray icon and starts the server. False when no
+    /// project could be had.
     [[nodiscard]] bool Initialise();
 
     /// nullptr in console modes.
-    [[nodiscard]] QMainWindow *MainWindow() const { return m_window.get(); }
+    [[nodiscard]] Taskmill_MainWindow *MainWindow() const { return m_window.get(); }
 
-    /// Ends all jobs and closes the project; without effect the second time.
+    /// Ends all jobs, closes the project and all windows; without effect the second time.
     void ShutDown();
 
 public Q_SLOTS:
     /// Shows the main window or starts the console; the state plays no part.
     void Show(uint state);
     void Show();
+    /// Ends the program after asking whether it is to end.
+    void SystemTrayQuitSlot();
+    void AboutSlot();
+    /// Brings the tab that has come to the front up to date.
+    void CurrentTabChangedSlot(int tab);
     /// Ends the program after asking whether to save the project, which the console has asked already.
     void ExitSlot();
-    /// Quits without a question, as on a signal: a project that has a file is saved first.
-    void QuitAtOnceSlot();
+    /// Lets the user choose files and submits them.
+    void NewJobsSlot();
+    /// Puts the window away to where it can be brought back from.
+    void OkaySlot();
+    /// Does nothing: there are no menus.
+    void UpdateMenusSlot();
     void SystemTrayShowWindowSlot();
     void SystemTrayHideWindowSlot();
+    /// Quits without a question, as on a signal: a project that has a file is saved first.
+    void QuitAtOnceSlot();
 
-    /// Closing the main window quits.
+    /// Closing the main window only puts it away.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     QByteArray HandleRequest(const Taskmill_RequestMessage &request) override;
-    void ShowWindow();
+
+    void FillWindow();
+    void Fill(Taskmill_Page page, Taskmill_QueueTab &tab);
+    void ConnectWindow();
+    [[nodiscard]] bool OpenStartUpProject();
+    void RestoreToolBars();
+    void ShowTrayIcon();
     void StartConsole();
     void UpdateWindowTitle();
     void EndEventLoop();
+    [[nodiscard]] QWidget *PageOf(Taskmill_Page page) const;
     [[nodiscard]] Taskmill_JobTabs Tabs();
 
     const Taskmill_AppWindowOptions m_options;
+    /// Before the tabs, whose pages are in it.
+    const std::unique_ptr<Taskmill_MainWindow> m_window;
     Taskmill_DatabaseJobStore m_store;
     const std::unique_ptr<Taskmill_ProcessInspector> m_inspector;
     Taskmill_JobTypeList m_jobTypes;
     KilnUtil_IDManager m_jobNumbers;
-    Taskmill_FinishedJobs m_finishedJobs;
-    Taskmill_LongJobsOwner m_longJobs;
-    Taskmill_ShortJobsOwner m_shortJobs;
-    Taskmill_QueuelessJobsOwner m_queuelessJobs;
+    Taskmill_FinishedJobsWidget m_finishedJobs;
+    Taskmill_LongJobsQueueWidget m_longJobs;
+    Taskmill_ShortJobsQueueWidget m_shortJobs;
+    Taskmill_QueuelessJobsWidget m_queuelessJobs;
     Taskmill_Project m_project;
     Taskmill_JobSubmitter m_submitter;
     Taskmill_RunningJobs m_runningJobs;
     Taskmill_RequestServer m_server;
-    std::unique_ptr<QMainWindow> m_window;
+    std::unique_ptr<Taskmill_TrayIcon> m_trayIcon;
     std::unique_ptr<Taskmill_Console> m_console;
+    bool m_askingToExit = false;
     bool m_quitting = false;
 };

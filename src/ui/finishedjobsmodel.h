@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QAbstractTableModel>
+#include <QList>
+#include <QStringList>
+
+class Taskmill_FinishedJobs;
+
+/// The rows of the finished-jobs tab. They are those of the last Refresh(), which is cheap when jobs have
+/// only been added, however many there are.
+class Taskmill_FinishedJobsModel final : public QAbstractTableModel
+{
+    Q_OBJECT
+
+public:
+    /// The list outlives the model. Without rows until the first Refresh().
+    Taskmill_FinishedJobsModel(const Taskmill_FinishedJobs &jobs, QObject *parent);
+
+    /// Brings the rows up to date with the list and tells the views of what differs, no more: their selection
+    /// and their place are kept. Jobs that have been added may wait for that, removals may not: the rows show
+    /// the list itself.
+    void Refresh();
+
+    [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
+    [[nodiscard]] int columnCount(const QModelIndex &parent = {}) const override;
+    [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
+    [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+private:
+    void RemoveMissingRows();
+    void AppendNewRows();
+
+    const Taskmill_FinishedJobs &m_jobs;
+    const QStringList m_headers;
+    QList<int> m_jobIDs; ///< of the rows
+    int m_generation;    ///< of the list, when the rows were made
+};

@@ -1,0 +1,172 @@
+#include "ui/finishedjobswidget.h"
+
+#include "jobs/runmode.h"
+#include "kilnutil/error.h"
+#include "kilnutil/tablewidget.h"
+#include "ui/contextmenu.h"
+#include "ui/jobviewers.h"
+#include "ui/tablefiller.h"
+
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+using WarnMode = KilnUtil_Error::WarnMode;
+using WarnAnswer = KilnUtil_Error::WarnAnswer;
+
+const QList<int> columnHints{6, 24, 11, 20, 9, 30, 40, 19, 19, 19}; // characters
+} // namespace
+
+/// The entries of the menu that has been shown.
+struct Taskmill_FinishedJobsWidget::Entries
+{
+    const QAction *remove;
+    QAction *showInputFile;
+    QAction *showOutputFile;
+    QAction *showLog;
+
+    explicit Entries(Taskmill_ContextMenu &menu)
+        : remove{menu.AddEntry(u"Remove"_s)}
+        , showInputFile{menu.AddEntry(u"Show Input File"_s)}
+        , showOutputFile{menu.AddEntry(u"Show Output File"_s)}
+        , showLog{menu.AddEntry(u"Show stdout and stderr"_s)}
+    {
+        menu.AddSeparator();
+        menu.AddHelp(u"taskmill/finishedjobs"_s);
+    }
+};
+
+Taskmill_FinishedJobsWidget::Taskmill_FinishedJobsWidget(QWidget *parent)
+{
+    if (!Taskmill_IsGuiMode())
+        return;
+    m_frame = new QFrame{parent};
+    BuildTable();
+    FillTable();
+    connect(this, &Taskmill_FinishedJobs::JobsChangedSignal, this,
+            &Taskmill_FinishedJobsWidget::JobsChangedSlot);
+}
+
+Taskmill_FinishedJobsWidget::~Taskmill_FinishedJobsWidget()
+{
+    if (!m_frame)
+        return;
+    m_frame->hide();
+    delete m_frame;
+}
+
+void Taskmill_FinishedJobsWidget::BuildTable()
+{
+    m_model = new Taskmill_FinishedJobsModel{*this, this};
+    m_table = new KilnUtil_TableWidget{m_frame};
+    m_table->setAccessibleName(u"Finished Jobs"_s);
+    m_table->SetEmptyText(u"No job has finished yet."_s);
+    m_table->SetSourceModel(m_model);
+    m_table->SetColumnHints(columnHints);
+    m_table->RememberColumns(u"Finished_Jobs"_s);
+    connect(m_table, &KilnUtil_TableWidget::cellDoubleClicked, this,
+            &Taskmill_FinishedJobsWidget::CellDoubleClickedSlot);
+    connect(m_table, &QWidget::customContextMenuRequested, this,
+            &Taskmill_FinishedJobsWidget::ContextMenuSlot);
+    connect(m_table, &KilnUtil_TableWidget::RemoveRequestedSignal, this,
+            &Taskmill_FinishedJobsWidget::RemoveSlot);
+
+    auto *layout = new QVBoxLayout{m_frame};
+    layout->setContentsMargins({});
+    layout->addWidget(m_table);
+    m_frame->setFocusProxy(m_table);
+    m_filler = new Taskmill_TableFiller{m_frame, [this] {
+                                            m_shownGeneration = Generation();
+                                            m_table->ChangeRows([this] { m_model->Refresh(); });
+                                        }};
+}
+
+void Taskmill_FinishedJobsWidget::FillTable()
+{
+    if (m_frame)
+        m_filler->FillNow();
+}
+
+void Taskmill_FinishedJobsWidget::JobsChangedSlot()
+{
+    if (!m_frame)
+        return;
+    if (m_shownGeneration != Generation())
+        m_filler->FillNow();
+    else
+        m_filler->FillSoon();
+}
+
+const Taskmill_JobRecord *Taskmill_FinishedJobsWidget::JobAt(int position) const
+{
+    return position >= 0 && position < Jobs().size() ? &Jobs()[position] : nullptr;
+}
+
+void Taskmill_FinishedJobsWidget::ContextMenuSlot(const QPoint &position)
+{
+    FillTable();
+    const Taskmill_JobRecord *job = JobAt(m_table->CurrentPosition());
+    if (!job)
+        return;
+    // By number, as the list may change while the menu is open.
+    const int jobID = job->JobID;
+
+    Taskmill_ContextMenu menu{*m_table};
+    const Entries entries{menu};
+    entries.showInputFile->setEnabled(Taskmill_JobViewers::HasFile(job->InputFilePath));
+    entries.showOutputFile->setEnabled(Taskmill_JobViewers::HasFile(job->OutputFile));
+    entries.showLog->setEnabled(HasOutput(*job));
+
+    const QAction *chosen = menu.Run(position);
+    if (!chosen)
+        return;
+    if (chosen == entries.remove)
+        RemoveSlot();
+    else
+        View(entries, *chosen, jobID);
+    FillTable();
+}
+
+void Taskmill_FinishedJobsWidget::View(const Entries &entries, const QAction &chosen, int jobID)
+{
+    const auto job = std::ranges::find(Jobs(), jobID, &Taskmill_JobRecord::JobID);
+    if (job == Jobs().end())
+        return;
+    if (&chosen == entries.showLog)
+        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, OutputOf(*job));
+    else if (&chosen == entries.showInputFile)
+        Taskmill_JobViewers::ShowInputFile(*m_frame, job->Name, job->InputFilePath);
+    else if (&chosen == entries.showOutputFile)
+        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFile);
+}
+
+void Taskmill_FinishedJobsWidget::RemoveSlot()
+{
+    QList<int> positions;
+    const QList<int> rows = m_table->SelectedRows();
+    for (const int row : rows)
+        positions.append(m_table->PositionAt(row));
+    const Question question = RemovalQuestion(positions);
+    const int generation = Generation();
+    if (question.text.isEmpty() ||
+        KilnUtil_Error::UserPrompt().AskQuestion(question.title, question.text, WarnMode::YesNo,
+                                                 WarnAnswer::None) != WarnAnswer::Yes)
+        return;
+    // Jobs that are added while the question stands come behind; after anything else the positions are those
+    // of other jobs.
+    if (generation == Generation())
+        Remove(positions);
+    FillTable();
+}
+
+void Taskmill_FinishedJobsWidget::CellDoubleClickedSlot(int row, int column)
+{
+    const QModelIndex current = m_table->currentIndex();
+    if (current.row() != row || current.column() != column)
+        return;
+    if (const Taskmill_JobRecord *job = JobAt(m_table->PositionAt(row)))
+        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFile);
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "service/finishedjobs.h"
+#include "ui/finishedjobsmodel.h"
+
+#include <QFrame>
+#include <QPointer>
+
+class KilnUtil_TableWidget;
+class QAction;
+class QPoint;
+class Taskmill_TableFiller;
+
+/// The finished-jobs tab: the list and, in graphical modes, the page that shows it.
+class Taskmill_FinishedJobsWidget final : public Taskmill_FinishedJobs
+{
+    Q_OBJECT
+
+public:
+    /// The parent of the page, which plays no part in console modes.
+    explicit Taskmill_FinishedJobsWidget(QWidget *parent);
+    ~Taskmill_FinishedJobsWidget() override;
+    Q_DISABLE_COPY_MOVE(Taskmill_FinishedJobsWidget)
+
+    /// nullptr in console modes, as the table.
+    [[nodiscard]] QFrame *Frame() const { return m_frame; }
+    [[nodiscard]] KilnUtil_TableWidget *Table() const { return m_table; }
+
+    /// Brings the table up to date at once.
+    void FillTable();
+
+public Q_SLOTS:
+    void CellDoubleClickedSlot(int row, int column);
+    void ContextMenuSlot(const QPoint &position);
+    /// The Delete key and the menu: removes the selected jobs after a question.
+    void RemoveSlot();
+    /// The list has changed: brings the table up to date, soon when jobs have only been added.
+    void JobsChangedSlot();
+
+private:
+    struct Entries;
+
+    void BuildTable();
+    /// nullptr when there is no such job.
+    [[nodiscard]] const Taskmill_JobRecord *JobAt(int position) const;
+    void View(const Entries &entries, const QAction &chosen, int jobID);
+
+    QPointer<QFrame> m_frame; ///< goes with the window, when that goes first
+    KilnUtil_TableWidget *m_table = nullptr;
+    Taskmill_FinishedJobsModel *m_model = nullptr;
+    Taskmill_TableFiller *m_filler = nullptr;
+    int m_shownGeneration = 0;
+};

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QString>
+
+class KilnUtil_Process;
+class QWidget;
+
+/// The windows that show a job's files and output. Each deletes itself when it is closed; one whose source
+/// cannot be opened never appears. The parent is any widget of the main window.
+namespace Taskmill_JobViewers {
+/// Whether there is a file to be shown.
+[[nodiscard]] bool HasFile(const QString &path);
+
+/// Nothing without such a file.
+void ShowInputFile(QWidget &parent, const QString &jobName, const QString &path);
+void ShowOutputFile(QWidget &parent, const QString &jobName, const QString &path);
+void StreamOutputFile(QWidget &parent, const QString &path);
+
+void ShowLog(QWidget &parent, const QString &jobName, const QString &text);
+void StreamLog(QWidget &parent, const QString &jobName, KilnUtil_Process &process);
+} // namespace Taskmill_JobViewers

@@ -1,0 +1,168 @@
+#include "ui/mainwindow.h"
+
+#include "kilnutil/helpdialog.h"
+#include "ui/statusicon.h"
+
+#include <QEvent>
+#include <QFrame>
+#include <QPushButton>
+#include <QScreen>
+#include <QShortcut>
+#include <QSizeGrip>
+#include <QTabWidget>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int gap = 10;                 // pixels between the parts
+constexpr int gapAboveContent = 20;     // pixels
+constexpr int leastDistanceToEdge = 10; // pixels
+
+const std::array<QString, 6> pageLabels{u"Long Jobs Queue"_s, u"Short Jobs Queue"_s, u"Queueless Jobs"_s,
+                                        u"Running Jobs"_s,    u"Finished Jobs"_s,    u"Job Types"_s};
+} // namespace
+
+Taskmill_MainWindow::Taskmill_MainWindow()
+    : m_tabs{new QTabWidget}
+{
+    auto *frame = new QFrame{this};
+    setCentralWidget(frame);
+    auto *separator = new QFrame{frame};
+    separator->setFrameShape(QFrame::HLine);
+    separator->setFrameShadow(QFrame::Sunken);
+
+    auto *layout = new QVBoxLayout{frame};
+    layout->setContentsMargins({});
+    layout->setSpacing(0);
+    layout->addSpacing(gap);
+    layout->addWidget(m_tabs, 1);
+    layout->addSpacing(gap);
+    layout->addWidget(separator);
+    layout->addSpacing(gap);
+    layout->addLayout(MakeButtonRow());
+    layout->addSpacing(gap);
+    MakePages();
+    MakeShortcuts();
+}
+
+void Taskmill_MainWindow::MakePages()
+{
+    m_tabs->setAccessibleName(u"Queues and Lists"_s);
+    for (const QString &label : pageLabels) {
+        auto *page = new QFrame;
+        auto *layout = new QVBoxLayout{page};
+        layout->setContentsMargins({});
+        layout->setSpacing(0);
+        layout->addSpacing(gapAboveContent);
+        m_tabs->addTab(page, label);
+    }
+}
+
+/// Alt and the number of the tab, as browsers have it.
+void Taskmill_MainWindow::MakeShortcuts()
+{
+    for (int tab = 0; tab < m_tabs->count(); ++tab) {
+        auto *shortcut = new QShortcut{QKeySequence{Qt::ALT | static_cast<Qt::Key>(Qt::Key_1 + tab)}, this};
+        connect(shortcut, &QShortcut::activated, m_tabs, [this, tab] { m_tabs->setCurrentIndex(tab); });
+    }
+}
+
+QPushButton *Taskmill_MainWindow::MakeButton(const QString &text, const QString &toolTip, Qt::Key mnemonic)
+{
+    auto *button = new QPushButton{text, this};
+    const QKeySequence shortcut{Qt::ALT | mnemonic};
+    button->setShortcut(shortcut);
+    button->setToolTip(toolTip + u" ("_s + shortcut.toString(QKeySequence::NativeText) + u')');
+    return button;
+}
+
+QBoxLayout *Taskmill_MainWindow::MakeButtonRow()
+{
+    m_submitJobs = MakeButton(u"Submit Jobs..."_s, u"Choose input files and submit them"_s, Qt::Key_S);
+    m_hide = MakeButton(u"Hide"_s, u"Close the window; jobs run on"_s, Qt::Key_H);
+    m_exit = MakeButton(u"Exit"_s, u"End Taskmill and the jobs that run"_s, Qt::Key_X);
+    m_help = MakeButton(u"Help"_s, u"Open the manual"_s, Qt::Key_P);
+    m_about = MakeButton(u"About"_s, u"Tell which version this is"_s, Qt::Key_A);
+    for (QPushButton *button : {m_help, m_about}) {
+        button->setDefault(false);
+        button->setAutoDefault(false);
+    }
+    KilnUtil_HelpDialog::Global().ConnectButton(m_help, u"taskmill/introduction"_s);
+
+    auto *row = new QHBoxLayout;
+    row->setSpacing(0);
+    row->addStretch();
+    row->addSpacing(gap);
+    row->addWidget(m_submitJobs);
+    row->addSpacing(gap);
+    row->addStretch();
+    row->addWidget(m_hide);
+    row->addSpacing(gap);
+    row->addWidget(m_exit);
+    row->addSpacing(gap);
+    row->addStretch();
+    row->addWidget(m_help);
+    row->addSpacing(gap);
+    row->addStretch();
+    row->addWidget(m_about);
+    row->addSpacing(gap);
+    row->addWidget(new QSizeGrip{this}, 0, Qt::AlignBottom);
+    row->addSpacing(gap);
+    return row;
+}
+
+QWidget *Taskmill_MainWindow::PageOf(Taskmill_Page page) const
+{
+    return m_tabs->widget(static_cast<int>(page));
+}
+
+void Taskmill_MainWindow::SetContent(Taskmill_Page page, QWidget *content)
+{
+    PageOf(page)->layout()->addWidget(content);
+    PageOf(page)->setFocusProxy(content);
+}
+
+void Taskmill_MainWindow::ShowPaused(Taskmill_Page page, bool paused)
+{
+    m_paused.removeAll(page);
+    if (paused)
+        m_paused.append(page);
+    const int tab = static_cast<int>(page);
+    m_tabs->setTabIcon(tab, paused ? Taskmill_PausedIcon() : QIcon{});
+    m_tabs->setTabToolTip(tab, paused ? u"This queue is paused"_s : QString{});
+}
+
+Taskmill_Page Taskmill_MainWindow::CurrentPage() const
+{
+    return static_cast<Taskmill_Page>(m_tabs->currentIndex());
+}
+
+/// The mark of a paused queue is in the colour of the text.
+void Taskmill_MainWindow::changeEvent(QEvent *event)
+{
+    QMainWindow::changeEvent(event);
+    if (event->type() != QEvent::PaletteChange)
+        return;
+    const QList<Taskmill_Page> paused = m_paused;
+    for (const Taskmill_Page page : paused)
+        ShowPaused(page, true);
+}
+
+void Taskmill_MainWindow::PutInMiddleOfScreen()
+{
+    const QRect available = screen()->availableGeometry();
+    resize((available.width() + 1) / 2, (available.height() + 1) / 2);
+    QRect place = frameGeometry();
+    place.moveCenter(available.center());
+    move(qMax(place.left(), available.left() + leastDistanceToEdge),
+         qMax(place.top(), available.top() + leastDistanceToEdge));
+}
+
+void Taskmill_MainWindow::ShowInFront()
+{
+    setWindowState((windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
+    showNormal();
+    raise();
+    activateWindow();
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <QList>
+#include <QMainWindow>
+
+#include <array>
+
+class QBoxLayout;
+class QPushButton;
+class QTabWidget;
+
+/// The tabs, in their order.
+enum class Taskmill_Page
+{
+    LongJobs,
+    ShortJobs,
+    QueuelessJobs,
+    RunningJobs,
+    FinishedJobs,
+    JobTypes
+};
+
+/// The frame of the window: the pages of the tabs, still empty, and the button row below them. What the
+/// controls do is connected by their user.
+class Taskmill_MainWindow final : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    Taskmill_MainWindow();
+
+    /// The parent of a page's content.
+    [[nodiscard]] QWidget *PageOf(Taskmill_Page page) const;
+    /// Puts the content into its page, which must be its parent.
+    void SetContent(Taskmill_Page page, QWidget *content);
+    /// Marks the tab of a queue that is paused.
+    void ShowPaused(Taskmill_Page page, bool paused);
+    [[nodiscard]] Taskmill_Page CurrentPage() const;
+
+    [[nodiscard]] QTabWidget &Tabs() const { return *m_tabs; }
+    [[nodiscard]] QPushButton &SubmitJobsButton() const { return *m_submitJobs; }
+    [[nodiscard]] QPushButton &HideButton() const { return *m_hide; }
+    [[nodiscard]] QPushButton &ExitButton() const { return *m_exit; }
+    [[nodiscard]] QPushButton &AboutButton() const { return *m_about; }
+
+    /// Half the width and height of the screen, in its middle. To be called when the window is shown.
+    void PutInMiddleOfScreen();
+    /// Brings a hidden or minimised window to the front.
+    void ShowInFront();
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    void MakePages();
+    void MakeShortcuts();
+    [[nodiscard]] QBoxLayout *MakeButtonRow();
+    [[nodiscard]] QPushButton *MakeButton(const QString &text, const QString &toolTip, Qt::Key mnemonic);
+
+    QTabWidget *m_tabs;
+    QPushButton *m_submitJobs = nullptr;
+    QPushButton *m_hide = nullptr;
+    QPushButton *m_exit = nullptr;
+    QPushButton *m_help = nullptr;
+    QPushButton *m_about = nullptr;
+    QList<Taskmill_Page> m_paused;
+};

@@ -1,0 +1,260 @@
+#include "ui/queuetab.h"
+
+#include "jobs/job.h"
+#include "jobs/jobqueue.h"
+#include "kilnutil/error.h"
+#include "kilnutil/process.h"
+#include "kilnutil/tablewidget.h"
+#include "service/queueowner.h"
+#include "ui/contextmenu.h"
+#include "ui/jobsmodel.h"
+#include "ui/jobviewers.h"
+#include "ui/queuepausedbar.h"
+#include "ui/tablefiller.h"
+
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+const QList<int> columnHints{6, 24, 11, 20, 30, 40, 19, 19}; // characters
+} // namespace
+
+/// The entries of the menu that has been shown; the last two are absent where there is no limit.
+struct Taskmill_QueueTab::Entries
+{
+    const QAction *remove = nullptr;
+    QAction *showInputFile = nullptr;
+    QAction *streamOutputFile = nullptr;
+    QAction *showLog = nullptr;
+    QAction *streamLog = nullptr;
+    const QAction *limit = nullptr;
+    const QAction *pause = nullptr;
+
+    Entries(Taskmill_ContextMenu &menu, bool hasSelection, bool hasCurrentJob)
+        : remove{menu.AddEntry(u"Remove"_s, hasSelection)}
+        , showInputFile{menu.AddEntry(u"Show Input File"_s, hasCurrentJob)}
+        , streamOutputFile{menu.AddEntry(u"Stream Output File"_s, hasCurrentJob)}
+        , showLog{menu.AddEntry(u"Show stdout and stderr"_s, hasCurrentJob)}
+        , streamLog{menu.AddEntry(u"Stream stdout and stderr"_s, hasCurrentJob)}
+    {
+        menu.AddSeparator();
+    }
+
+    void AddThoseOf(const Taskmill_JobQueue &queue, Taskmill_ContextMenu &menu)
+    {
+        limit = menu.AddEntry(
+            u"Maximum Number of Running Jobs Allowed (Currently %1)..."_s.arg(queue.MaxRunningJobs()));
+        menu.AddSeparator();
+        pause = menu.AddEntry(queue.IsPaused() ? u"Unpause Queue"_s : u"Pause Queue"_s);
+        menu.AddSeparator();
+    }
+
+    /// Nothing that would show nothing can be chosen.
+    void Refine(Taskmill_Job &job) const
+    {
+        if (!Taskmill_JobViewers::HasFile(job.Record().InputFilePath))
+            showInputFile->setEnabled(false);
+        if (!Taskmill_JobViewers::HasFile(job.Record().OutputFile))
+            streamOutputFile->setEnabled(false);
+        if (job.GatherOutput().isEmpty()) {
+            showLog->setEnabled(false);
+            streamLog->setEnabled(false);
+        }
+    }
+};
+
+Taskmill_QueueTab::Taskmill_QueueTab(QWidget *parent, Taskmill_QueueOwner &owner, Variant variant)
+    : m_owner{owner}
+    , m_variant{std::move(variant)}
+    , m_frame{new QFrame{parent}}
+    , m_model{new Taskmill_JobsModel{owner.Jobs(), this}}
+{
+    BuildPage();
+    FillTable();
+    connect(&owner, &Taskmill_QueueOwner::JobsChangedSignal, this, &Taskmill_QueueTab::JobsChangedSlot);
+}
+
+Taskmill_QueueTab::~Taskmill_QueueTab()
+{
+    if (!m_frame)
+        return;
+    m_frame->hide();
+    delete m_frame;
+}
+
+void Taskmill_QueueTab::BuildPage()
+{
+    m_table = new KilnUtil_TableWidget{m_frame};
+    auto *layout = new QVBoxLayout{m_frame};
+    layout->setContentsMargins({});
+    layout->setSpacing(0);
+    if (m_variant.queue) {
+        m_pausedBar = new Taskmill_QueuePausedBar{m_frame};
+        m_pausedBar->hide();
+        connect(m_pausedBar, &Taskmill_QueuePausedBar::UnpauseSignal, this, [this] { SetPaused(false); });
+        layout->addWidget(m_pausedBar);
+    }
+    layout->addWidget(m_table);
+    m_frame->setFocusProxy(m_table);
+    m_filler = new Taskmill_TableFiller{m_frame, [this] {
+                                            m_table->ChangeRows([this] { m_model->Refresh(); });
+                                            UpdatePaused();
+                                        }};
+    BuildTable();
+}
+
+void Taskmill_QueueTab::BuildTable()
+{
+    m_table->setAccessibleName(m_owner.ListName());
+    m_table->SetAcceptsFiles(true);
+    m_table->SetEmptyText(
+        u"No job is here.\nDrop input files to submit them, or press \"Submit Jobs...\"."_s);
+    m_table->SetSourceModel(m_model);
+    m_table->SetColumnHints(columnHints);
+    m_table->RememberColumns(m_variant.name);
+    connect(m_table, &KilnUtil_TableWidget::cellDoubleClicked, this,
+            &Taskmill_QueueTab::CellDoubleClickedSlot);
+    connect(m_table, &QWidget::customContextMenuRequested, this, &Taskmill_QueueTab::ContextMenuSlot);
+    connect(m_table, &KilnUtil_TableWidget::DropSignal, this, &Taskmill_QueueTab::FilesDroppedSlot);
+    connect(m_table, &KilnUtil_TableWidget::RemoveRequestedSignal, this, &Taskmill_QueueTab::RemoveSlot);
+}
+
+void Taskmill_QueueTab::FillTable()
+{
+    if (m_frame)
+        m_filler->FillNow();
+}
+
+void Taskmill_QueueTab::JobsChangedSlot()
+{
+    if (!m_frame)
+        return;
+    UpdatePaused();
+    m_filler->FillSoon();
+}
+
+void Taskmill_QueueTab::UpdatePaused()
+{
+    if (!m_variant.queue || m_shownPaused == m_variant.queue->IsPaused())
+        return;
+    m_shownPaused = m_variant.queue->IsPaused();
+    m_pausedBar->setVisible(m_shownPaused);
+    Q_EMIT PausedChangedSignal(m_shownPaused);
+}
+
+void Taskmill_QueueTab::SetPaused(bool paused)
+{
+    m_variant.queue->SetPaused(paused);
+    FillTable();
+}
+
+Taskmill_Job *Taskmill_QueueTab::JobOf(int jobID) const
+{
+    return jobID == -1 ? nullptr : m_owner.Jobs().FindByJobID(jobID);
+}
+
+QList<int> Taskmill_QueueTab::JobIDsOfRows(const QList<int> &rows) const
+{
+    QList<int> positions;
+    for (const int row : rows)
+        positions.append(m_table->PositionAt(row));
+    return m_model->JobIDsAt(positions);
+}
+
+/// Besides the selected rows, the row whose number is the current job's place in the queue.
+QList<int> Taskmill_QueueTab::SelectionOfMenu() const
+{
+    QList<int> rows = m_table->SelectedRows();
+    const int current = m_table->CurrentPosition();
+    if (current >= 0 && !rows.contains(current))
+        rows.insert(std::ranges::lower_bound(rows, current), current);
+    return JobIDsOfRows(rows);
+}
+
+void Taskmill_QueueTab::ContextMenuSlot(const QPoint &position)
+{
+    FillTable();
+    // By number, as the list may change while the menu is open.
+    const int currentJobID = m_model->JobIDAt(m_table->CurrentPosition());
+    const QList<int> selection = SelectionOfMenu();
+    Taskmill_Job *currentJob = JobOf(currentJobID);
+
+    Taskmill_ContextMenu menu{*m_table};
+    Entries entries{menu, !selection.isEmpty(), currentJob != nullptr};
+    if (m_variant.queue)
+        entries.AddThoseOf(*m_variant.queue, menu);
+    menu.AddHelp(m_variant.helpId);
+    if (currentJob)
+        entries.Refine(*currentJob);
+
+    if (const QAction *chosen = menu.Run(position)) {
+        Act(entries, *chosen, selection, currentJobID);
+        FillTable();
+    }
+}
+
+void Taskmill_QueueTab::Act(const Entries &entries, const QAction &chosen, const QList<int> &selection,
+                            int currentJobID)
+{
+    if (&chosen == entries.remove)
+        m_owner.RemoveSelectedJobs(selection);
+    else if (&chosen == entries.limit)
+        AskForLimit();
+    else if (&chosen == entries.pause)
+        SetPaused(!m_variant.queue->IsPaused());
+    else if (Taskmill_Job *job = JobOf(currentJobID))
+        View(entries, chosen, *job);
+}
+
+void Taskmill_QueueTab::View(const Entries &entries, const QAction &chosen, Taskmill_Job &job)
+{
+    const Taskmill_JobRecord &record = job.Record();
+    if (&chosen == entries.showInputFile)
+        Taskmill_JobViewers::ShowInputFile(*m_frame, record.Name, record.InputFilePath);
+    else if (&chosen == entries.streamOutputFile)
+        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFile);
+    else if (&chosen == entries.showLog)
+        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job.GatherOutput());
+    else if (&chosen == entries.streamLog && job.Process())
+        Taskmill_JobViewers::StreamLog(*m_frame, record.Name, *job.Process());
+}
+
+void Taskmill_QueueTab::AskForLimit()
+{
+    const std::optional<int> limit = KilnUtil_Error::UserPrompt().AskNumber(
+        u"Maximum Number of Running Jobs Allowed"_s,
+        u"Enter Maximum Number of Running Jobs Allowed at a Time for the "_s + m_owner.ListName(),
+        m_variant.queue->MaxRunningJobs(), 1);
+    if (limit && *limit > 0)
+        m_variant.queue->SetMaxRunningJobs(*limit);
+}
+
+void Taskmill_QueueTab::RemoveSlot()
+{
+    FillTable();
+    m_owner.RemoveSelectedJobs(JobIDsOfRows(m_table->SelectedRows()));
+    FillTable();
+}
+
+void Taskmill_QueueTab::CellDoubleClickedSlot(int row, int column)
+{
+    const QModelIndex current = m_table->currentIndex();
+    if (current.row() != row || current.column() != column)
+        return;
+    const Taskmill_Job *job = JobOf(m_model->JobIDAt(m_table->PositionAt(row)));
+    if (!job)
+        return;
+    const Taskmill_JobRecord &record = job->Record();
+    if (record.Status == Taskmill_JobStatus::Running && Taskmill_JobViewers::HasFile(record.OutputFile))
+        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFile);
+    else
+        Taskmill_JobViewers::ShowInputFile(*m_frame, record.Name, record.InputFilePath);
+}
+
+void Taskmill_QueueTab::FilesDroppedSlot(const QStringList &filePaths)
+{
+    Q_EMIT FilesDroppedSignal(filePaths, m_variant.destination);
+}

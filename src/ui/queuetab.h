@@ -1,0 +1,82 @@
+#pragma once
+
+#include "jobs/destination.h"
+
+#include <QFrame>
+#include <QObject>
+#include <QPointer>
+
+class KilnUtil_TableWidget;
+class QAction;
+class QPoint;
+class Taskmill_Job;
+class Taskmill_JobQueue;
+class Taskmill_JobsModel;
+class Taskmill_QueueOwner;
+class Taskmill_QueuePausedBar;
+class Taskmill_TableFiller;
+
+/// The visible half of the three queue tabs: the page with the table of the jobs, and what its menu, double
+/// clicks and drops do.
+class Taskmill_QueueTab final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// What differs between the three.
+    struct Variant
+    {
+        Taskmill_Destination destination;
+        QString name; ///< under which the columns are remembered
+        QString helpId;
+        Taskmill_JobQueue *queue = nullptr; ///< nullptr for the list that has no limit and no pause
+    };
+
+    /// The owner of the jobs outlives this. Makes the page as a child of the parent.
+    Taskmill_QueueTab(QWidget *parent, Taskmill_QueueOwner &owner, Variant variant);
+    ~Taskmill_QueueTab() override;
+    Q_DISABLE_COPY_MOVE(Taskmill_QueueTab)
+
+    [[nodiscard]] QFrame *Frame() const { return m_frame; }
+    [[nodiscard]] KilnUtil_TableWidget &Table() const { return *m_table; }
+
+    /// Brings the table up to date at once.
+    void FillTable();
+
+public Q_SLOTS:
+    void FilesDroppedSlot(const QStringList &filePaths);
+    void CellDoubleClickedSlot(int row, int column);
+    void ContextMenuSlot(const QPoint &position);
+    /// The Delete key: removes the selected jobs.
+    void RemoveSlot();
+    /// The jobs have changed: brings the table up to date soon.
+    void JobsChangedSlot();
+
+Q_SIGNALS:
+    /// Files to be submitted to this tab's queue.
+    void FilesDroppedSignal(const QStringList &filePaths, Taskmill_Destination destination);
+    void PausedChangedSignal(bool paused);
+
+private:
+    struct Entries;
+
+    void BuildPage();
+    void BuildTable();
+    void UpdatePaused();
+    void SetPaused(bool paused);
+    [[nodiscard]] Taskmill_Job *JobOf(int jobID) const;
+    [[nodiscard]] QList<int> JobIDsOfRows(const QList<int> &rows) const;
+    [[nodiscard]] QList<int> SelectionOfMenu() const;
+    void Act(const Entries &entries, const QAction &chosen, const QList<int> &selection, int currentJobID);
+    void View(const Entries &entries, const QAction &chosen, Taskmill_Job &job);
+    void AskForLimit();
+
+    Taskmill_QueueOwner &m_owner;
+    const Variant m_variant;
+    QPointer<QFrame> m_frame; ///< goes with the window, when that goes first
+    KilnUtil_TableWidget *m_table = nullptr;
+    Taskmill_QueuePausedBar *m_pausedBar = nullptr;
+    Taskmill_JobsModel *m_model;
+    Taskmill_TableFiller *m_filler = nullptr;
+    bool m_shownPaused = false;
+};

@@ -1,0 +1,82 @@
+#include "ui/statusicon.h"
+
+#include <QGuiApplication>
+#include <QHash>
+#include <QPainter>
+#include <QPalette>
+#include <QPixmap>
+
+namespace {
+constexpr int size = 16; // device-independent pixels
+
+/// Seen on light and on dark rows.
+QColor ColourOf(Taskmill_JobStatus status)
+{
+    switch (status) {
+    case Taskmill_JobStatus::Running:
+        return QColor{0x2a, 0x7d, 0xe1};
+    case Taskmill_JobStatus::Finished:
+    case Taskmill_JobStatus::Completed:
+        return QColor{0x2f, 0x9e, 0x5b};
+    case Taskmill_JobStatus::Crashed:
+    case Taskmill_JobStatus::Failed:
+        return QColor{0xd9, 0x48, 0x41};
+    case Taskmill_JobStatus::Killed:
+        return QColor{0xc9, 0x84, 0x1d};
+    case Taskmill_JobStatus::Unknown:
+    case Taskmill_JobStatus::Pending:
+        break;
+    }
+    return QColor{0x8c, 0x92, 0x99};
+}
+
+template <typename Draw>
+QIcon DrawnIcon(Draw draw)
+{
+    QIcon icon;
+    for (const int ratio : {1, 2, 3}) {
+        QPixmap pixmap{size * ratio, size * ratio};
+        pixmap.setDevicePixelRatio(ratio);
+        pixmap.fill(Qt::transparent);
+        QPainter painter{&pixmap};
+        painter.setRenderHint(QPainter::Antialiasing);
+        draw(painter);
+        painter.end();
+        icon.addPixmap(pixmap);
+    }
+    return icon;
+}
+
+/// A ring for what waits, a disc for what runs or has ended.
+QIcon DrawnStatusIcon(Taskmill_JobStatus status)
+{
+    return DrawnIcon([status](QPainter &painter) {
+        const bool waits = status == Taskmill_JobStatus::Pending || status == Taskmill_JobStatus::Unknown;
+        const QColor colour = ColourOf(status);
+        constexpr qreal penWidth = 1.6;
+        constexpr qreal radius = 4.5;
+        painter.setPen(waits ? QPen{colour, penWidth} : QPen{Qt::NoPen});
+        painter.setBrush(waits ? QBrush{Qt::NoBrush} : QBrush{colour});
+        painter.drawEllipse(QPointF{size / 2.0, size / 2.0}, radius, radius);
+    });
+}
+} // namespace
+
+QIcon Taskmill_StatusIcon(Taskmill_JobStatus status)
+{
+    static QHash<int, QIcon> icons;
+    QIcon &icon = icons[static_cast<int>(status)];
+    if (icon.isNull())
+        icon = DrawnStatusIcon(status);
+    return icon;
+}
+
+QIcon Taskmill_PausedIcon()
+{
+    return DrawnIcon([](QPainter &painter) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(QGuiApplication::palette().color(QPalette::WindowText));
+        painter.drawRoundedRect(QRectF{3.5, 3, 3.5, 10}, 1, 1);
+        painter.drawRoundedRect(QRectF{9, 3, 3.5, 10}, 1, 1);
+    });
+}
