@@ -1,8 +1,28 @@
 #include "jobs/processinspector_wmic.h"
 
+#include <QDeadlineTimer>
 #include <QProcess>
+#include <QThread>
+
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr qint64 msBetweenLooksAtTheThread = 100;
+
+/// Whether the tool ran and has ended.
+bool WaitForEnd(QProcess &tool, std::chrono::milliseconds timeLimit, bool mayBeGivenUp)
+{
+    const QDeadlineTimer deadline{timeLimit};
+    while (tool.state() != QProcess::NotRunning && !deadline.hasExpired()) {
+        if (mayBeGivenUp && QThread::currentThread()->isInterruptionRequested())
+            return false;
+        tool.waitForFinished(static_cast<int>(std::min(deadline.remainingTime(), msBetweenLooksAtTheThread)));
+    }
+    return tool.state() == QProcess::NotRunning && tool.error() != QProcess::FailedToStart;
+}
+} // namespace
 
 Taskmill_WmicProcessInspector::Taskmill_WmicProcessInspector(std::chrono::milliseconds timeLimit)
     : m_timeLimit{timeLimit}
@@ -16,26 +36,28 @@ QString Taskmill_WmicProcessInspector::ListingText()
          u"Caption,CommandLine,CreationDate,CSName,ExecutablePath,ExecutionState,Handle,KernelModeTime,Name,"
          "ParentProcessId,Priority,PrivatePageCount,ProcessId,ThreadCount,UserModeTime,VirtualSize,"
          "WorkingSetSize"_s,
-         u"/format:list"_s});
+         u"/format:list"_s},
+        true);
 }
 
 void Taskmill_WmicProcessInspector::EndProcess(int processID)
 {
-    RunTool({u"process"_s, u"where"_s, u"ProcessId=%1"_s.arg(processID), u"call"_s, u"terminate"_s});
+    RunTool({u"process"_s, u"where"_s, u"ProcessId=%1"_s.arg(processID), u"call"_s, u"terminate"_s}, false);
 }
 
 void Taskmill_WmicProcessInspector::EndChildren(int processID)
 {
-    RunTool({u"process"_s, u"where"_s, u"ParentProcessId=%1"_s.arg(processID), u"call"_s, u"terminate"_s});
+    RunTool({u"process"_s, u"where"_s, u"ParentProcessId=%1"_s.arg(processID), u"call"_s, u"terminate"_s},
+            false);
 }
 
-QString Taskmill_WmicProcessInspector::RunTool(const QStringList &arguments) const
+QString Taskmill_WmicProcessInspector::RunTool(const QStringList &arguments, bool mayBeGivenUp) const
 {
     QProcess tool;
     // The tool waits for input that never ends when it is given a pipe.
     tool.setStandardInputFile(QProcess::nullDevice());
     tool.start(u"wmic"_s, arguments);
-    if (!tool.waitForFinished(static_cast<int>(m_timeLimit.count()))) {
+    if (!WaitForEnd(tool, m_timeLimit, mayBeGivenUp)) {
         qWarning("wmic: %ls", qUtf16Printable(tool.errorString()));
         tool.kill();
         tool.waitForFinished(1000);

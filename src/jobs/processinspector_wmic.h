@@ -17,8 +17,9 @@ protected:
     void EndChildren(int processID) override;
 
 private:
-    /// Returns what the tool printed; empty when there is no such tool.
-    QString RunTool(const QStringList &arguments) const;
+    /// Returns what the tool printed; empty when there is no such tool. A run that may be given up ends early
+    /// when an end of the calling thread is requested.
+    QString RunTool(const QStringList &arguments, bool mayBeGivenUp) const;
 
     std::chrono::milliseconds m_timeLimit;
 };

@@ -2,6 +2,7 @@
 
 #include "jobs/jobtypelist.h"
 #include "service/listings.h"
+#include "service/processworker.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -83,16 +84,63 @@ Taskmill_RunningJobs::Taskmill_RunningJobs(Taskmill_ProcessInspector &inspector,
 {
 }
 
-void Taskmill_RunningJobs::Refresh()
+Taskmill_RunningJobs::~Taskmill_RunningJobs() = default;
+
+std::optional<QStringList> Taskmill_RunningJobs::ExecutablesToShow() const
 {
-    m_processes = m_inspector.ListProcesses();
     if (!m_onlyKnown)
-        return;
+        return std::nullopt;
     QStringList executables;
     const QList<Taskmill_JobType> jobTypes = m_jobTypes.GetAll();
     for (const Taskmill_JobType &jobType : jobTypes)
         executables += jobType.ExecutablePath;
-    m_processes = Taskmill_ProcessesOfJobTypes(m_processes, executables);
+    return executables;
+}
+
+void Taskmill_RunningJobs::Refresh()
+{
+    m_processes = m_inspector.ListProcesses();
+    if (const std::optional<QStringList> executables = ExecutablesToShow())
+        m_processes = Taskmill_ProcessesOfJobTypes(m_processes, *executables);
+}
+
+Taskmill_ProcessWorker &Taskmill_RunningJobs::Worker()
+{
+    if (!m_worker) {
+        m_worker = std::make_unique<Taskmill_ProcessWorker>(m_inspector);
+        connect(m_worker.get(), &Taskmill_ProcessWorker::ListedSignal, this,
+                &Taskmill_RunningJobs::ListedSlot);
+    }
+    return *m_worker;
+}
+
+void Taskmill_RunningJobs::RefreshInBackground()
+{
+    if (m_reading)
+        m_readAgain = true;
+    else
+        StartReading();
+}
+
+void Taskmill_RunningJobs::StartReading()
+{
+    m_reading = true;
+    m_readAgain = false;
+    Worker().List(ExecutablesToShow());
+}
+
+void Taskmill_RunningJobs::KillInBackground(const Taskmill_ProcessRecord &process, Taskmill_Kill kill)
+{
+    Worker().Kill(process, kill);
+}
+
+void Taskmill_RunningJobs::ListedSlot(const QList<Taskmill_ProcessRecord> &processes)
+{
+    m_reading = false;
+    m_processes = processes;
+    if (m_readAgain)
+        StartReading();
+    Q_EMIT RefreshedSignal();
 }
 
 QString Taskmill_RunningJobs::ListingText()

@@ -5,7 +5,12 @@
 #include <QList>
 #include <QObject>
 
+#include <memory>
+#include <optional>
+
 class Taskmill_JobTypeList;
+class Taskmill_ProcessWorker;
+enum class Taskmill_Kill;
 
 /// The half of the running-processes tab that needs no window: the processes of this computer, as last read,
 /// all of them or only those whose program is the executable of a known job type.
@@ -16,6 +21,8 @@ class Taskmill_RunningJobs : public QObject
 public:
     /// Both outlive this.
     Taskmill_RunningJobs(Taskmill_ProcessInspector &inspector, Taskmill_JobTypeList &jobTypes);
+    ~Taskmill_RunningJobs() override;
+    Q_DISABLE_COPY_MOVE(Taskmill_RunningJobs)
 
     [[nodiscard]] const QList<Taskmill_ProcessRecord> &Processes() const { return m_processes; }
 
@@ -23,17 +30,39 @@ public:
     /// Takes effect with the next Refresh().
     void SetOnlyShowKnownJobTypes(bool onlyKnown) { m_onlyKnown = onlyKnown; }
 
-    /// Reads the processes afresh. Nothing follows them on its own.
+    /// Reads the processes afresh, and returns when that is done. Nothing follows them on its own.
     void Refresh();
+    /// The same on another thread; RefreshedSignal() tells when it is done. While a reading is under way, one
+    /// more follows it, however often this is called.
+    void RefreshInBackground();
+    /// Ends what is asked for on that thread. A refresh in the background that is asked for later shows what
+    /// is left.
+    void KillInBackground(const Taskmill_ProcessRecord &process, Taskmill_Kill kill);
+    /// Whether a reading in the background is under way.
+    [[nodiscard]] bool IsReading() const { return m_reading; }
 
     /// Refreshes and returns the listing that the console prints.
     [[nodiscard]] QString ListingText();
 
+Q_SIGNALS:
+    /// Processes() has been read in the background. When IsReading(), another reading has begun.
+    void RefreshedSignal();
+
+private Q_SLOTS:
+    void ListedSlot(const QList<Taskmill_ProcessRecord> &processes);
+
 private:
+    void StartReading();
+    [[nodiscard]] Taskmill_ProcessWorker &Worker();
+    [[nodiscard]] std::optional<QStringList> ExecutablesToShow() const;
+
     Taskmill_ProcessInspector &m_inspector;
     Taskmill_JobTypeList &m_jobTypes;
     QList<Taskmill_ProcessRecord> m_processes;
+    std::unique_ptr<Taskmill_ProcessWorker> m_worker; ///< made when it is first needed
     bool m_onlyKnown = true;
+    bool m_reading = false;
+    bool m_readAgain = false;
 };
 
 /// The processes whose executable is that of one of the job types, in their order.

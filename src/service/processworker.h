@@ -1,0 +1,55 @@
+#pragma once
+
+#include "jobs/processinspector.h"
+
+#include <QObject>
+#include <QStringList>
+#include <QThread>
+
+#include <functional>
+#include <optional>
+
+/// What of a process is ended.
+enum class Taskmill_Kill
+{
+    Process,
+    ProcessGroup, ///< ends nothing: the processes that are listed do not tell their group
+    Children,
+    ProcessAndChildren,
+    ProcessAndParent,
+    /// The children; the process itself only together with its parent.
+    ProcessChildrenAndParent
+};
+
+/// False when nothing was ended. A process that has got the number of the listed one since is left alone.
+bool Taskmill_KillProcess(Taskmill_ProcessInspector &inspector, const Taskmill_ProcessRecord &process,
+                          Taskmill_Kill kill);
+
+/// Lists and ends processes on a thread of its own, one thing after the other, for callers that must not
+/// wait.
+class Taskmill_ProcessWorker final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The inspector outlives this.
+    explicit Taskmill_ProcessWorker(Taskmill_ProcessInspector &inspector);
+    /// Waits until everything that was asked for is done; listings are given up where the system lets it.
+    ~Taskmill_ProcessWorker() override;
+    Q_DISABLE_COPY_MOVE(Taskmill_ProcessWorker)
+
+    /// Lists the processes, or those whose program is one of these executables; ListedSignal() tells them.
+    void List(const std::optional<QStringList> &executables);
+    void Kill(const Taskmill_ProcessRecord &process, Taskmill_Kill kill);
+
+Q_SIGNALS:
+    /// Emitted on the thread of this object.
+    void ListedSignal(const QList<Taskmill_ProcessRecord> &processes);
+
+private:
+    void Run(const std::function<void()> &work);
+
+    Taskmill_ProcessInspector &m_inspector;
+    QThread m_thread;
+    QObject *const m_context; ///< lives in the thread
+};
