@@ -1,0 +1,304 @@
+#include "ui/jobtypeswidget.h"
+
+#include "db/database.h"
+#include "db/databasemanager.h"
+#include "jobs/defaultjobtypes.h"
+#include "jobs/jobtypelist.h"
+#include "jobs/runmode.h"
+#include "kilnutil/error.h"
+#include "kilnutil/tablewidget.h"
+#include "service/listings.h"
+#include "ui/contextmenu.h"
+#include "ui/newjobtypewidget.h"
+#include "ui/rowsmodel.h"
+
+#include <QEvent>
+#include <QFileInfo>
+#include <QFrame>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <array>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int idColumn = 0;
+constexpr int executablePathColumn = 3;
+const QList<int> columnHints{5, 18, 16, 36, 12, 34, 34, 30, 40}; // characters
+
+constexpr QColor redOnLight{190, 0, 0};
+constexpr QColor redOnDark{255, 128, 120};
+constexpr int darkestLightValue = 128;
+
+struct DefaultEntry
+{
+    QLatin1StringView text;
+    void (*add)(Taskmill_JobTypeList &list);
+};
+constexpr std::array<DefaultEntry, 8> defaultEntries{{
+    {"Add Default Job Types"_L1, &Taskmill_AddDefaultJobTypes},
+    {"Add Default Veltra Job Types"_L1, &Taskmill_AddDefaultVeltra},
+    {"Add Default Gaussian Job Type"_L1, &Taskmill_AddDefaultGaussian},
+    {"Add Default GMMX Job Type"_L1, &Taskmill_AddDefaultGMMX},
+    {"Add Default Cubegen Job Type"_L1, &Taskmill_AddDefaultCubegen},
+    {"Add Default Formchk Job Type"_L1, &Taskmill_AddDefaultFormchk},
+    {"Add Default Freqchk Job Type"_L1, &Taskmill_AddDefaultFreqchk},
+    {"Add Default Cubman Job Type"_L1, &Taskmill_AddDefaultCubman},
+}};
+
+Taskmill_Database *OpenDatabase()
+{
+    return Taskmill_Database_Manager::Global().CurrentDatabase();
+}
+
+/// Whether the record was written as it is. The queue is: its name is stored as a number.
+bool IsSameJobType(Taskmill_JobType stored, const Taskmill_JobType &wanted)
+{
+    if (stored.DefaultQueueIndex() == wanted.DefaultQueueIndex())
+        stored.DefaultQueue = wanted.DefaultQueue;
+    return stored == wanted;
+}
+
+bool IsConfirmed(const QString &title, const QString &text)
+{
+    using Mode = KilnUtil_Error::WarnMode;
+    using Answer = KilnUtil_Error::WarnAnswer;
+    return KilnUtil_Error::ReportWarning(title, text, Mode::YesNo, Answer::None) == Answer::Yes;
+}
+} // namespace
+
+/// The entries of the menu that has been shown. None is ever disabled: those that find nothing to work on do
+/// nothing.
+struct Taskmill_JobTypesWidget::Entries
+{
+    const QAction *add;
+    const QAction *edit;
+    const QAction *remove;
+    const QAction *removeAll;
+    std::array<const QAction *, defaultEntries.size()> addDefaults{};
+
+    explicit Entries(Taskmill_ContextMenu &menu)
+        : add{menu.AddEntry(u"Add Job Type"_s)}
+        , edit{menu.AddEntry(u"Edit Selected Job Type"_s)}
+        , remove{menu.AddEntry(u"Remove Selected Job Type"_s)}
+        , removeAll{menu.AddEntry(u"Remove All Job Types"_s)}
+    {
+        menu.AddSeparator();
+        for (size_t index = 0; index < addDefaults.size(); ++index) {
+            addDefaults[index] = menu.AddEntry(defaultEntries[index].text);
+            if (index == 0)
+                menu.AddSeparator();
+        }
+        menu.AddSeparator();
+        menu.AddHelp(u"taskmill/jobtypes"_s);
+    }
+};
+
+Taskmill_JobTypesWidget::Taskmill_JobTypesWidget(QWidget *parent, Taskmill_JobTypeList &jobTypes)
+    : m_list{jobTypes}
+{
+    if (Taskmill_IsGuiMode()) {
+        m_frame = new QFrame{parent};
+        BuildTable();
+    }
+    FillTable();
+    connect(&m_list, &Taskmill_JobTypeList::JobTypesChangedSignal, this, &Taskmill_JobTypesWidget::FillTable);
+}
+
+Taskmill_JobTypesWidget::~Taskmill_JobTypesWidget()
+{
+    if (!m_frame)
+        return;
+    m_frame->hide();
+    delete m_frame;
+}
+
+void Taskmill_JobTypesWidget::BuildTable()
+{
+    m_model = new Taskmill_RowsModel{Taskmill_Listings::JobTypeHeaders(), idColumn, {idColumn}, this};
+    m_table = new KilnUtil_TableWidget{m_frame};
+    m_table->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_table->setAccessibleName(u"Job Types"_s);
+    m_table->SetEmptyText(
+        u"No job type is here, so no job can run.\nClick with the right mouse button to add "
+        "one, or the default job types of the programs that are installed."_s);
+    m_table->SetSourceModel(m_model);
+    m_table->SetColumnHints(columnHints);
+    m_table->RememberColumns(u"Job_Types"_s);
+    UpdateMarkColour();
+
+    auto *layout = new QVBoxLayout{m_frame};
+    layout->setContentsMargins({});
+    layout->addWidget(m_table);
+    m_frame->setFocusProxy(m_table);
+    m_frame->installEventFilter(this);
+
+    connect(m_table, &QWidget::customContextMenuRequested, this, &Taskmill_JobTypesWidget::ContextMenuSlot);
+    connect(m_table, &KilnUtil_TableWidget::cellDoubleClicked, this,
+            &Taskmill_JobTypesWidget::CellDoubleClickedSlot);
+    connect(m_table, &KilnUtil_TableWidget::RemoveRequestedSignal, this,
+            &Taskmill_JobTypesWidget::RemoveSlot);
+}
+
+bool Taskmill_JobTypesWidget::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_frame && event->type() == QEvent::PaletteChange)
+        UpdateMarkColour();
+    else if (watched == m_frame && event->type() == QEvent::Show)
+        FillTable();
+    return QObject::eventFilter(watched, event);
+}
+
+void Taskmill_JobTypesWidget::UpdateMarkColour()
+{
+    const bool isDark = m_frame->palette().color(QPalette::Base).value() < darkestLightValue;
+    m_model->SetMarkColour(isDark ? redOnDark : redOnLight);
+}
+
+void Taskmill_JobTypesWidget::FillTable()
+{
+    m_list.Refresh();
+    m_jobTypes = OpenDatabase() ? m_list.GetAll() : QList<Taskmill_JobType>{};
+    if (m_frame)
+        ShowRows();
+}
+
+void Taskmill_JobTypesWidget::ShowRows()
+{
+    QList<QStringList> rows;
+    QSet<QString> withoutExecutable;
+    for (const Taskmill_JobType &jobType : std::as_const(m_jobTypes)) {
+        rows.append(Taskmill_Listings::JobTypeRow(jobType));
+        if (!QFileInfo{jobType.ExecutablePath}.isFile())
+            withoutExecutable.insert(rows.last()[idColumn]);
+    }
+    m_table->ChangeRows([&] {
+        m_model->SetRows(rows);
+        m_model->MarkCells(executablePathColumn, withoutExecutable, u"There is no such file."_s);
+    });
+}
+
+Taskmill_JobType Taskmill_JobTypesWidget::CurrentJobType() const
+{
+    if (!m_frame || !m_table->currentIndex().isValid())
+        return {};
+    bool isNumber = false;
+    const int id = m_table->currentIndex().siblingAtColumn(idColumn).data().toInt(&isNumber);
+    const auto found = std::ranges::find(m_jobTypes, id, &Taskmill_JobType::JobTypeID);
+    return isNumber && found != m_jobTypes.end() ? *found : Taskmill_JobType{};
+}
+
+void Taskmill_JobTypesWidget::ContextMenuSlot(const QPoint &position)
+{
+    if (!m_frame)
+        return;
+    Taskmill_ContextMenu menu{*m_table};
+    const Entries entries{menu};
+    const QAction *chosen = menu.Run(position);
+    if (!chosen || !m_frame)
+        return;
+    Act(entries, chosen);
+    FillTable();
+}
+
+void Taskmill_JobTypesWidget::Act(const Entries &entries, const QAction *chosen)
+{
+    if (chosen == entries.add)
+        AddJobType();
+    else if (chosen == entries.edit)
+        EditCurrentJobType();
+    else if (chosen == entries.remove)
+        RemoveJobType(CurrentJobType());
+    else if (chosen == entries.removeAll)
+        RemoveAllJobTypes();
+    const auto addDefault = std::ranges::find(entries.addDefaults, chosen);
+    if (addDefault != entries.addDefaults.end())
+        defaultEntries[static_cast<size_t>(addDefault - entries.addDefaults.begin())].add(m_list);
+}
+
+void Taskmill_JobTypesWidget::CellDoubleClickedSlot(int, int)
+{
+    EditCurrentJobType();
+}
+
+void Taskmill_JobTypesWidget::EditSlot()
+{
+    EditCurrentJobType();
+}
+
+void Taskmill_JobTypesWidget::RemoveSlot()
+{
+    const Taskmill_JobType jobType = CurrentJobType();
+    if (jobType.IsEmpty())
+        return;
+    RemoveJobType(jobType);
+    FillTable();
+}
+
+void Taskmill_JobTypesWidget::RemoveJobType(const Taskmill_JobType &jobType)
+{
+    const bool confirmed =
+        IsConfirmed(u"Remove Job Type"_s,
+                    u"Are you sure you want to remove the following Job Type?\n\n"_s + jobType.Name);
+    // Without a current job type the key would be that of the first one stored.
+    if (confirmed && !jobType.IsEmpty())
+        m_list.Remove(jobType);
+}
+
+void Taskmill_JobTypesWidget::RemoveAllJobTypes()
+{
+    if (IsConfirmed(u"Remove All Job Types"_s, u"Are you sure you want to remove all Job Types?"_s))
+        m_list.RemoveAll();
+}
+
+/// Runs the editor until what it holds is stored or the user gives up. Nothing that was typed is lost when it
+/// cannot be stored.
+template <typename Store>
+void Taskmill_JobTypesWidget::RunEditor(Taskmill_NewJobTypeWidget &editor, Store store)
+{
+    while (editor.exec() == QDialog::Accepted && !store(editor.Read())) {
+        KilnUtil_Error::ReportError(editor.windowTitle(),
+                                    u"The job type could not be stored. Its texts must not contain single "
+                                    "quotes (')."_s);
+    }
+}
+
+void Taskmill_JobTypesWidget::AddJobType()
+{
+    Taskmill_NewJobTypeWidget editor{m_frame};
+    RunEditor(editor, [this](const Taskmill_JobType &jobType) { return Insert(jobType); });
+}
+
+void Taskmill_JobTypesWidget::EditCurrentJobType()
+{
+    const Taskmill_JobType before = CurrentJobType();
+    if (before.IsEmpty())
+        return;
+    Taskmill_NewJobTypeWidget editor{m_frame};
+    editor.setWindowTitle(u"Edit Job Type"_s);
+    editor.Load(before);
+    RunEditor(editor, [this, &before](Taskmill_JobType jobType) {
+        jobType.JobTypeID = before.JobTypeID;
+        // It may have been removed while the editor was open.
+        const bool isThere =
+            std::ranges::count(m_jobTypes, before.JobTypeID, &Taskmill_JobType::JobTypeID) > 0;
+        return isThere ? Update(jobType) : Insert(jobType);
+    });
+    FillTable();
+}
+
+bool Taskmill_JobTypesWidget::Insert(Taskmill_JobType jobType)
+{
+    if (!OpenDatabase())
+        return false;
+    m_list.Add(jobType);
+    return IsSameJobType(OpenDatabase()->GetJobType(jobType.JobTypeID), jobType);
+}
+
+bool Taskmill_JobTypesWidget::Update(const Taskmill_JobType &jobType)
+{
+    Taskmill_Database *database = OpenDatabase();
+    return database && database->UpdateJobType(jobType.JobTypeID, jobType) &&
+           IsSameJobType(database->GetJobType(jobType.JobTypeID), jobType);
+}

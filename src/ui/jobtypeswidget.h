@@ -1,0 +1,69 @@
+#pragma once
+
+#include "jobs/jobtype.h"
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+
+class KilnUtil_TableWidget;
+class QAction;
+class QFrame;
+class QPoint;
+class QString;
+class Taskmill_JobTypeList;
+class Taskmill_NewJobTypeWidget;
+class Taskmill_RowsModel;
+
+/// The tab that shows the job types of the project, where the user adds, edits and removes them.
+class Taskmill_JobTypesWidget final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The list outlives this. In graphical modes makes the page as a child of the parent.
+    Taskmill_JobTypesWidget(QWidget *parent, Taskmill_JobTypeList &jobTypes);
+    ~Taskmill_JobTypesWidget() override;
+    Q_DISABLE_COPY_MOVE(Taskmill_JobTypesWidget)
+
+    /// nullptr in console modes.
+    [[nodiscard]] QFrame *Frame() const { return m_frame; }
+
+    /// Reads the job types back from the database and shows them.
+    void FillTable();
+    /// That of the current row; an empty record when there is none.
+    [[nodiscard]] Taskmill_JobType CurrentJobType() const;
+    /// Opens the editor for the current job type; without effect when there is none.
+    void EditCurrentJobType();
+
+    /// Follows the colours of the desktop, and looks anew for missing executables when the page is shown.
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+public Q_SLOTS:
+    void CellDoubleClickedSlot(int row, int column);
+    void ContextMenuSlot(const QPoint &position);
+    void EditSlot();
+    /// The Delete key: removes the current job type after a question.
+    void RemoveSlot();
+
+private:
+    struct Entries;
+
+    void BuildTable();
+    void ShowRows();
+    void UpdateMarkColour();
+    void Act(const Entries &entries, const QAction *chosen);
+    void AddJobType();
+    void RemoveJobType(const Taskmill_JobType &jobType);
+    void RemoveAllJobTypes();
+    [[nodiscard]] bool Insert(Taskmill_JobType jobType);
+    [[nodiscard]] bool Update(const Taskmill_JobType &jobType);
+    template <typename Store>
+    void RunEditor(Taskmill_NewJobTypeWidget &editor, Store store);
+
+    Taskmill_JobTypeList &m_list;
+    QList<Taskmill_JobType> m_jobTypes; ///< as last read from the database
+    QPointer<QFrame> m_frame;           ///< goes with the window, when that goes first
+    KilnUtil_TableWidget *m_table = nullptr;
+    Taskmill_RowsModel *m_model = nullptr;
+};

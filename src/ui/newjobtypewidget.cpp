@@ -1,0 +1,300 @@
+#include "ui/newjobtypewidget.h"
+
+#include "kilnutil/error.h"
+#include "kilnutil/helpdialog.h"
+#include "kilnutil/widgetutil.h"
+
+#include <QBoxLayout>
+#include <QComboBox>
+#include <QDir>
+#include <QFileInfo>
+#include <QFontDatabase>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSizeGrip>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int rowSpacing = 10;
+constexpr int leastFieldCharacters = 60;
+constexpr int commandLineLines = 5;
+constexpr int environmentLines = 3;
+
+/// As rich text, which is broken into lines.
+QString ToolTip(const QString &html)
+{
+    return u"<qt>"_s + html + u"</qt>"_s;
+}
+
+void Describe(QWidget *field, const QString &name, const QString &toolTip)
+{
+    field->setAccessibleName(name);
+    field->setToolTip(ToolTip(toolTip));
+}
+
+QString CommandLineToolTip()
+{
+    return u"<p>The first line is the command line, with placeholders that each job fills:</p>"
+           "<table>"
+           "<tr><td><code>@EXEFILE</code>&nbsp;</td><td>the executable; every command line needs it</td></tr>"
+           "<tr><td><code>@INFILE</code>&nbsp;</td><td>the input file</td></tr>"
+           "<tr><td><code>@INFILE2</code>&nbsp;</td><td>a second input file</td></tr>"
+           "<tr><td><code>@OUTFILE</code>&nbsp;</td><td>the output file</td></tr>"
+           "</table>"
+           "<p>Any other word with @ is filled by the program that submits the job. File names with blanks "
+           "are quoted by themselves.</p>"
+           "<p>Further lines are typed answers: the program reads them from its standard input.</p>"_s;
+}
+} // namespace
+
+Taskmill_NewJobTypeWidget::Taskmill_NewJobTypeWidget(QWidget *parent)
+    : QDialog{parent}
+{
+    setModal(true);
+    setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    setWindowTitle(u"New Job Type"_s);
+    if (parent)
+        setWindowIcon(parent->windowIcon());
+
+    MakeFields();
+    DescribeFields();
+    auto *layout = new QVBoxLayout{this};
+    layout->setSpacing(rowSpacing);
+    AddRows(layout);
+    auto *line = new QFrame{this};
+    line->setFrameShape(QFrame::HLine);
+    line->setFrameShadow(QFrame::Sunken);
+    layout->addWidget(line);
+    AddButtons(layout);
+    ConnectFields();
+}
+
+void Taskmill_NewJobTypeWidget::MakeFields()
+{
+    m_name = new QLineEdit{this};
+    m_defaultQueue = new QComboBox{this};
+    m_defaultQueue->addItem(u"Long Jobs"_s, u"Long"_s);
+    m_defaultQueue->addItem(u"Short Jobs"_s, u"Short"_s);
+    m_defaultQueue->addItem(u"None (Queueless)"_s, u"None"_s);
+    m_applicationName = new QLineEdit{this};
+    m_executablePath = new QLineEdit{this};
+    m_browse = NewButton(u"Browse..."_s);
+    m_genericCommandLine = NewTextEdit(commandLineLines);
+    m_inputFileFilter = new QLineEdit{this};
+    m_outputFileFilter = new QLineEdit{this};
+    m_environmentVariables = NewTextEdit(environmentLines);
+}
+
+QPlainTextEdit *Taskmill_NewJobTypeWidget::NewTextEdit(int lines)
+{
+    auto *edit = new QPlainTextEdit{this};
+    edit->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    edit->setTabChangesFocus(true);
+    const QMargins margins = edit->contentsMargins();
+    const int text =
+        lines * edit->fontMetrics().lineSpacing() + 2 * qRound(edit->document()->documentMargin());
+    edit->setMinimumHeight(text + margins.top() + margins.bottom());
+    return edit;
+}
+
+QPushButton *Taskmill_NewJobTypeWidget::NewButton(const QString &text)
+{
+    auto *button = new QPushButton{text, this};
+    // Enter is to be free for the fields.
+    button->setAutoDefault(false);
+    button->setDefault(false);
+    return button;
+}
+
+void Taskmill_NewJobTypeWidget::DescribeFields()
+{
+    Describe(m_name, u"Name"_s, u"How lists show the job type, and how programs that submit jobs name it."_s);
+    m_name->setPlaceholderText(u"for example MOPAC"_s);
+    Describe(m_defaultQueue, u"Default Queue"_s,
+             u"Where jobs go whose submitter chooses no queue. Without a queue they start at once."_s);
+    Describe(m_applicationName, u"Application Name"_s,
+             u"The file name of the executable. <b>Browse...</b> does not fill it in."_s);
+    m_applicationName->setPlaceholderText(u"for example mopac"_s);
+    Describe(m_executablePath, u"Executable Path"_s, u"The executable with its full path; it must exist."_s);
+    m_executablePath->setPlaceholderText(u"full path of the executable"_s);
+    Describe(m_browse, u"Browse for the executable"_s, u"Choose the executable among the files."_s);
+    Describe(m_genericCommandLine, u"Generic Command Line"_s, CommandLineToolTip());
+    m_genericCommandLine->setPlaceholderText(u"@EXEFILE @INFILE @OUTFILE"_s);
+    Describe(m_inputFileFilter, u"Input File Filter"_s,
+             u"A description, then patterns in parentheses, separated by blanks. Files that match a pattern "
+             "<code>*.xyz</code> belong to this job type; with none, it has to be chosen for each job."_s);
+    m_inputFileFilter->setPlaceholderText(u"for example MOPAC Input Files (*.mop *.dat)"_s);
+    Describe(
+        m_outputFileFilter, u"Output File Filter"_s,
+        u"As the input file filter. The first pattern gives the output file of a job its extension; with "
+        "none, jobs have no output file."_s);
+    m_outputFileFilter->setPlaceholderText(u"for example MOPAC Output Files (*.out)"_s);
+    Describe(m_environmentVariables, u"Environment Variables"_s,
+             u"One definition <code>NAME=VALUE</code> on each line, added to the environment of the program. "
+             "Placeholders that the submitting program fills can be used; those of files cannot."_s);
+    m_environmentVariables->setPlaceholderText(u"NAME=VALUE"_s);
+}
+
+void Taskmill_NewJobTypeWidget::AddRows(QBoxLayout *layout)
+{
+    AddRow(layout, u"Name:  "_s, m_name);
+    AddRow(layout, u"Default Queue:  "_s, m_defaultQueue, 0)->addStretch();
+    AddRow(layout, u"Application Name:  "_s, m_applicationName);
+    AddRow(layout, u"Executable Path:  "_s, m_executablePath)->addWidget(m_browse);
+    AddRow(layout, u"Generic Command Line:  "_s, m_genericCommandLine);
+    AddRow(layout, u"Input File Filter:  "_s, m_inputFileFilter);
+    AddRow(layout, u"Output File Filter:  "_s, m_outputFileFilter);
+    AddRow(layout, u"Environment Variables:  "_s, m_environmentVariables);
+    KilnUtil_WidgetUtil::MatchMinimumWidths(m_labels);
+    m_name->setMinimumWidth(leastFieldCharacters * fontMetrics().averageCharWidth());
+}
+
+QBoxLayout *Taskmill_NewJobTypeWidget::AddRow(QBoxLayout *layout, const QString &label, QWidget *field,
+                                              int stretch)
+{
+    auto *text = new QLabel{label, this};
+    text->setBuddy(field);
+    m_labels.append(text);
+    auto *row = new QHBoxLayout;
+    const bool isTall = qobject_cast<QPlainTextEdit *>(field);
+    row->addWidget(text, 0, isTall ? Qt::AlignTop : Qt::Alignment{});
+    row->addWidget(field, stretch);
+    // Room that the user adds is for the texts of several lines.
+    layout->addLayout(row, isTall ? field->minimumHeight() : 0);
+    return row;
+}
+
+void Taskmill_NewJobTypeWidget::AddButtons(QBoxLayout *layout)
+{
+    m_ok = NewButton(u"Ok"_s);
+    m_ok->setEnabled(false);
+    m_ok->setToolTip(ToolTip(
+        u"Needs a name, an application name, an executable that exists, and <code>@EXEFILE</code> in the "
+        u"command "
+        "line. This is looked at when you leave a changed name or filter, choose a queue, or browse."_s));
+    auto *cancel = NewButton(u"Cancel"_s);
+    auto *help = NewButton(u"Help"_s);
+    connect(m_ok, &QPushButton::clicked, this, &Taskmill_NewJobTypeWidget::OkaySlot);
+    connect(cancel, &QPushButton::clicked, this, &Taskmill_NewJobTypeWidget::CancelSlot);
+    KilnUtil_HelpDialog::Global().ConnectButton(help, u"taskmill/newjobtype"_s);
+
+    auto *row = new QHBoxLayout;
+    row->addStretch();
+    for (QPushButton *button : {m_ok, cancel, help})
+        row->addWidget(button);
+    row->addStretch();
+    row->addWidget(new QSizeGrip{this}, 0, Qt::AlignRight | Qt::AlignBottom);
+    layout->addLayout(row);
+}
+
+/// The executable and the texts of several lines do not tell of their changes: "Ok" follows with the next
+/// change of another field.
+void Taskmill_NewJobTypeWidget::ConnectFields()
+{
+    using Widget = Taskmill_NewJobTypeWidget;
+    connect(m_name, &QLineEdit::editingFinished, this, &Widget::NameEditSlot);
+    connect(m_applicationName, &QLineEdit::editingFinished, this, &Widget::ApplicationNameEditSlot);
+    connect(m_inputFileFilter, &QLineEdit::editingFinished, this, &Widget::InputFileFilterEditSlot);
+    connect(m_outputFileFilter, &QLineEdit::editingFinished, this, &Widget::OutputFileFilterEditSlot);
+    connect(m_defaultQueue, &QComboBox::activated, this, &Widget::DefaultQueueSlot);
+    connect(m_browse, &QPushButton::clicked, this, &Widget::ExecutablePathBrowseSlot);
+}
+
+void Taskmill_NewJobTypeWidget::Load(const Taskmill_JobType &jobType)
+{
+    m_name->setText(jobType.Name);
+    m_applicationName->setText(jobType.ApplicationName);
+    m_executablePath->setText(jobType.ExecutablePath);
+    m_defaultQueue->setCurrentIndex(static_cast<int>(jobType.DefaultQueueIndex()));
+    m_genericCommandLine->setPlainText(jobType.GenericCommandLine);
+    m_inputFileFilter->setText(jobType.InputFileFilter);
+    m_outputFileFilter->setText(jobType.OutputFileFilter);
+    m_environmentVariables->setPlainText(jobType.EnvironmentVariables);
+}
+
+Taskmill_JobType Taskmill_NewJobTypeWidget::Read() const
+{
+    Taskmill_JobType jobType;
+    jobType.Name = m_name->text();
+    jobType.ApplicationName = m_applicationName->text();
+    jobType.ExecutablePath = m_executablePath->text();
+    jobType.DefaultQueue = m_defaultQueue->currentData().toString();
+    jobType.GenericCommandLine = m_genericCommandLine->toPlainText();
+    jobType.InputFileFilter = m_inputFileFilter->text();
+    jobType.OutputFileFilter = m_outputFileFilter->text();
+    jobType.EnvironmentVariables = m_environmentVariables->toPlainText();
+    return jobType;
+}
+
+QSize Taskmill_NewJobTypeWidget::sizeHint() const
+{
+    return {QDialog::sizeHint().width(), minimumSizeHint().height()};
+}
+
+void Taskmill_NewJobTypeWidget::UpdateOk()
+{
+    m_ok->setEnabled(Read().IsValid());
+}
+
+void Taskmill_NewJobTypeWidget::CancelSlot()
+{
+    reject();
+}
+
+void Taskmill_NewJobTypeWidget::NameEditSlot()
+{
+    UpdateOk();
+}
+
+void Taskmill_NewJobTypeWidget::ApplicationNameEditSlot()
+{
+    UpdateOk();
+}
+
+void Taskmill_NewJobTypeWidget::ExecutablePathEditSlot()
+{
+    UpdateOk();
+}
+
+void Taskmill_NewJobTypeWidget::ExecutablePathBrowseSlot()
+{
+    const QString path = KilnUtil_Error::UserPrompt().AskOpenFileName(
+        u"Select an Executable File"_s, QDir::currentPath(), u"All Files (*.*)"_s);
+    if (!QFileInfo{path}.isFile())
+        return;
+    m_executablePath->setText(path);
+    UpdateOk();
+}
+
+void Taskmill_NewJobTypeWidget::DefaultQueueSlot(int)
+{
+    UpdateOk();
+}
+
+void Taskmill_NewJobTypeWidget::GenericCommandLineEditSlot()
+{
+    UpdateOk();
+}
+
+void Taskmill_NewJobTypeWidget::InputFileFilterEditSlot()
+{
+    UpdateOk();
+}
+
+void Taskmill_NewJobTypeWidget::OutputFileFilterEditSlot()
+{
+    UpdateOk();
+}
+
+void Taskmill_NewJobTypeWidget::EnvironmentVariablesEditSlot()
+{
+    UpdateOk();
+}
+
+void Taskmill_NewJobTypeWidget::OkaySlot()
+{
+    accept();
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "jobs/jobtype.h"
+
+#include <QDialog>
+
+class QBoxLayout;
+class QComboBox;
+class QLineEdit;
+class QPlainTextEdit;
+class QPushButton;
+
+/// The editor of a job type, modal. It never touches the database: the caller reads the edited record back
+/// when the dialog was accepted.
+class Taskmill_NewJobTypeWidget final : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit Taskmill_NewJobTypeWidget(QWidget *parent);
+
+    /// Fills the fields from a record. "Ok" stays as it is.
+    void Load(const Taskmill_JobType &jobType);
+    /// A new record with what the fields hold; its key is 0.
+    [[nodiscard]] Taskmill_JobType Read() const;
+
+    /// As short as the contents allow.
+    [[nodiscard]] QSize sizeHint() const override;
+
+public Q_SLOTS:
+    void CancelSlot();
+    void NameEditSlot();
+    void ApplicationNameEditSlot();
+    void ExecutablePathEditSlot();
+    void ExecutablePathBrowseSlot();
+    void DefaultQueueSlot(int index);
+    void GenericCommandLineEditSlot();
+    void InputFileFilterEditSlot();
+    void OutputFileFilterEditSlot();
+    void EnvironmentVariablesEditSlot();
+    void OkaySlot();
+
+private:
+    void MakeFields();
+    void DescribeFields();
+    void ConnectFields();
+    void AddRows(QBoxLayout *layout);
+    QBoxLayout *AddRow(QBoxLayout *layout, const QString &label, QWidget *field, int stretch = 1);
+    void AddButtons(QBoxLayout *layout);
+    [[nodiscard]] QPushButton *NewButton(const QString &text);
+    [[nodiscard]] QPlainTextEdit *NewTextEdit(int lines);
+    /// Enables "Ok" exactly when the fields describe a valid job type.
+    void UpdateOk();
+
+    QLineEdit *m_name;
+    QComboBox *m_defaultQueue;
+    QLineEdit *m_applicationName;
+    QLineEdit *m_executablePath;
+    QPushButton *m_browse;
+    QPlainTextEdit *m_genericCommandLine;
+    QLineEdit *m_inputFileFilter;
+    QLineEdit *m_outputFileFilter;
+    QPlainTextEdit *m_environmentVariables;
+    QPushButton *m_ok;
+    QList<QWidget *> m_labels;
+};

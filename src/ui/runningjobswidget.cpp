@@ -1,0 +1,247 @@
+#include "ui/runningjobswidget.h"
+
+#include "jobs/runmode.h"
+#include "kilnutil/tablewidget.h"
+#include "service/listings.h"
+#include "service/processworker.h"
+#include "service/queueowner.h"
+#include "service/runningjobs.h"
+#include "ui/contextmenu.h"
+#include "ui/rowsmodel.h"
+
+#include <QCheckBox>
+#include <QEvent>
+#include <QFrame>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <array>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int processIDColumn = 1;
+constexpr int parentIDColumn = 2;
+const QList<int> columnHints{5, 11, 17, 20, 12, 40, 60}; // characters
+
+constexpr int shortReadingMs = 150;
+
+struct KillEntry
+{
+    QLatin1StringView text;
+    Taskmill_Kill kill;
+};
+constexpr std::array<KillEntry, 6> killEntries{{
+    {"Kill Process"_L1, Taskmill_Kill::Process},
+    {"Kill Process Group"_L1, Taskmill_Kill::ProcessGroup},
+    {"Kill Child Processes"_L1, Taskmill_Kill::Children},
+    {"Kill Process and Child Processes"_L1, Taskmill_Kill::ProcessAndChildren},
+    {"Kill Process and Parent Process"_L1, Taskmill_Kill::ProcessAndParent},
+    {"Kill Process, Child Processes and Parent Process"_L1, Taskmill_Kill::ProcessChildrenAndParent},
+}};
+} // namespace
+
+Taskmill_RunningJobsWidget::Taskmill_RunningJobsWidget(QWidget *parent, Taskmill_RunningJobs &runningJobs,
+                                                       const Taskmill_JobTabs &jobTabs)
+    : m_runningJobs{runningJobs}
+    , m_jobTabs{jobTabs}
+{
+    if (!Taskmill_IsGuiMode())
+        return;
+    m_frame = new QFrame{parent};
+    BuildPage();
+    m_readingTimer.setSingleShot(true);
+    m_readingTimer.setInterval(shortReadingMs);
+    connect(&m_readingTimer, &QTimer::timeout, m_reading, &QWidget::show);
+    connect(&m_runningJobs, &Taskmill_RunningJobs::RefreshedSignal, this,
+            &Taskmill_RunningJobsWidget::RefreshedSlot);
+    RefreshSlot();
+}
+
+Taskmill_RunningJobsWidget::~Taskmill_RunningJobsWidget()
+{
+    if (!m_frame)
+        return;
+    m_frame->hide();
+    delete m_frame;
+}
+
+void Taskmill_RunningJobsWidget::BuildPage()
+{
+    auto *layout = new QVBoxLayout{m_frame};
+    layout->addLayout(MakeControls());
+    BuildTable();
+    layout->addWidget(m_table);
+    m_frame->setFocusProxy(m_table);
+    m_frame->installEventFilter(this);
+}
+
+QBoxLayout *Taskmill_RunningJobsWidget::MakeControls()
+{
+    m_refresh = new QPushButton{u"Refresh"_s, m_frame};
+    m_refresh->setShortcut(QKeySequence::Refresh);
+    m_refresh->setToolTip(
+        u"Read the processes anew (%1)"_s.arg(m_refresh->shortcut().toString(QKeySequence::NativeText)));
+    m_reading = new QLabel{u"Reading..."_s, m_frame};
+    m_reading->setForegroundRole(QPalette::PlaceholderText);
+    m_reading->hide();
+    m_onlyKnown = new QCheckBox{u"Only Show Known Job Types"_s, m_frame};
+    m_onlyKnown->setToolTip(u"Show only processes whose program is the executable of a job type"_s);
+    m_onlyKnown->setChecked(m_runningJobs.OnlyShowsKnownJobTypes());
+    connect(m_refresh, &QPushButton::clicked, this, &Taskmill_RunningJobsWidget::RefreshSlot);
+    connect(m_onlyKnown, &QCheckBox::clicked, this,
+            &Taskmill_RunningJobsWidget::OnlyShowJobsOfKnownJobTypesSlot);
+
+    auto *row = new QHBoxLayout;
+    row->addWidget(m_refresh);
+    row->addWidget(m_reading);
+    row->addStretch();
+    row->addWidget(m_onlyKnown);
+    return row;
+}
+
+void Taskmill_RunningJobsWidget::BuildTable()
+{
+    m_model = new Taskmill_RowsModel{
+        Taskmill_Listings::ProcessHeaders(), processIDColumn, {processIDColumn, parentIDColumn}, this};
+    m_table = new KilnUtil_TableWidget{m_frame};
+    m_table->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_table->setAccessibleName(u"Running Jobs"_s);
+    m_table->SetSourceModel(m_model);
+    m_table->sortByColumn(processIDColumn, Qt::AscendingOrder);
+    m_table->SetColumnHints(columnHints);
+    m_table->RememberColumns(u"Running_Jobs"_s);
+    connect(m_table, &QWidget::customContextMenuRequested, this,
+            &Taskmill_RunningJobsWidget::ContextMenuSlot);
+    connect(m_table, &KilnUtil_TableWidget::RemoveRequestedSignal, this,
+            &Taskmill_RunningJobsWidget::RemoveSlot);
+}
+
+bool Taskmill_RunningJobsWidget::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_frame && event->type() == QEvent::Show)
+        RefreshSlot();
+    return QObject::eventFilter(watched, event);
+}
+
+void Taskmill_RunningJobsWidget::RefreshSlot()
+{
+    if (!m_frame)
+        return;
+    m_runningJobs.RefreshInBackground();
+    if (!m_readingTimer.isActive())
+        m_readingTimer.start();
+    UpdateEmptyText();
+}
+
+void Taskmill_RunningJobsWidget::OnlyShowJobsOfKnownJobTypesSlot()
+{
+    if (!m_frame)
+        return;
+    m_runningJobs.SetOnlyShowKnownJobTypes(m_onlyKnown->isChecked());
+    RefreshSlot();
+}
+
+void Taskmill_RunningJobsWidget::RefreshedSlot()
+{
+    if (!m_frame)
+        return;
+    QList<QStringList> rows;
+    rows.reserve(m_runningJobs.Processes().size());
+    for (const Taskmill_ProcessRecord &process : m_runningJobs.Processes())
+        rows.append(Taskmill_Listings::ProcessRow(process));
+    m_table->ChangeRows([this, &rows] { m_model->SetRows(rows); });
+    UpdateEmptyText();
+    if (m_runningJobs.IsReading())
+        return;
+    m_readingTimer.stop();
+    m_reading->hide();
+}
+
+void Taskmill_RunningJobsWidget::UpdateEmptyText()
+{
+    if (m_runningJobs.IsReading())
+        m_table->SetEmptyText(u"Reading the processes..."_s);
+    else if (m_onlyKnown->isChecked())
+        m_table->SetEmptyText(u"No program of a known job type is running.\nUncheck \"Only Show Known Job "
+                              "Types\" to see all processes."_s);
+    else
+        m_table->SetEmptyText(u"The system does not tell which processes are running."_s);
+}
+
+/// By its number, never by the row: the table is sorted.
+std::optional<Taskmill_ProcessRecord> Taskmill_RunningJobsWidget::CurrentProcess() const
+{
+    if (!m_frame || !m_table->currentIndex().isValid())
+        return std::nullopt;
+    const QString processID = m_table->currentIndex().siblingAtColumn(processIDColumn).data().toString();
+    const QList<Taskmill_ProcessRecord> &processes = m_runningJobs.Processes();
+    const auto found = std::ranges::find(processes, processID, &Taskmill_ProcessRecord::ProcessId);
+    return found == processes.end() ? std::nullopt : std::optional{*found};
+}
+
+std::optional<Taskmill_RunningJobsWidget::Job>
+Taskmill_RunningJobsWidget::JobToRemove(const Taskmill_ProcessRecord &process) const
+{
+    if (!m_runningJobs.OnlyShowsKnownJobTypes() || process.ProcessIdNumber() <= 0)
+        return std::nullopt;
+    const std::array<Taskmill_QueueOwner *, 3> owners{&m_jobTabs.LongJobs, &m_jobTabs.ShortJobs,
+                                                      &m_jobTabs.QueuelessJobs};
+    for (Taskmill_QueueOwner *owner : owners) {
+        if (const int jobID = owner->Jobs().FindJobByProcessID(process.ProcessIdNumber()); jobID != -1)
+            return Job{*owner, jobID};
+    }
+    return std::nullopt;
+}
+
+void Taskmill_RunningJobsWidget::ContextMenuSlot(const QPoint &position)
+{
+    const std::optional<Taskmill_ProcessRecord> process = CurrentProcess();
+    if (!process)
+        return;
+    if (const std::optional<Job> job = JobToRemove(*process))
+        OfferToRemove(*job, position);
+    else
+        OfferToKill(*process, position);
+}
+
+void Taskmill_RunningJobsWidget::OfferToRemove(const Job &job, const QPoint &position)
+{
+    Taskmill_ContextMenu menu{*m_table};
+    menu.AddEntry(u"Remove"_s);
+    if (!menu.Run(position))
+        return;
+    job.owner.RemoveJob(job.jobID);
+    RefreshSlot();
+}
+
+void Taskmill_RunningJobsWidget::OfferToKill(const Taskmill_ProcessRecord &process, const QPoint &position)
+{
+    Taskmill_ContextMenu menu{*m_table};
+    std::array<const QAction *, killEntries.size()> entries{};
+    for (size_t index = 0; index < entries.size(); ++index)
+        entries[index] = menu.AddEntry(killEntries[index].text);
+    menu.AddSeparator();
+    menu.AddHelp(u"taskmill/runningjobs"_s);
+    const QAction *chosen = menu.Run(position);
+    if (!chosen)
+        return;
+    const auto entry = std::ranges::find(entries, chosen);
+    if (entry != entries.end()) {
+        m_runningJobs.KillInBackground(process,
+                                       killEntries[static_cast<size_t>(entry - entries.begin())].kill);
+    }
+    RefreshSlot();
+}
+
+void Taskmill_RunningJobsWidget::RemoveSlot()
+{
+    const std::optional<Taskmill_ProcessRecord> process = CurrentProcess();
+    const std::optional<Job> job = process ? JobToRemove(*process) : std::nullopt;
+    if (!job)
+        return;
+    job->owner.RemoveJob(job->jobID);
+    RefreshSlot();
+}

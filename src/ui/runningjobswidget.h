@@ -1,0 +1,78 @@
+#pragma once
+
+#include "jobs/processinspector.h"
+#include "service/jobtabs.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QTimer>
+
+#include <optional>
+
+class KilnUtil_TableWidget;
+class QBoxLayout;
+class QCheckBox;
+class QFrame;
+class QLabel;
+class QPoint;
+class QPushButton;
+class Taskmill_RowsModel;
+class Taskmill_RunningJobs;
+
+/// The tab that shows the processes of this computer, where the user ends them. They are read on another
+/// thread; meanwhile the rows of before stay.
+class Taskmill_RunningJobsWidget final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// All of them outlive this. In graphical modes makes the page as a child of the parent and begins to
+    /// read the processes.
+    Taskmill_RunningJobsWidget(QWidget *parent, Taskmill_RunningJobs &runningJobs,
+                               const Taskmill_JobTabs &jobTabs);
+    ~Taskmill_RunningJobsWidget() override;
+    Q_DISABLE_COPY_MOVE(Taskmill_RunningJobsWidget)
+
+    /// nullptr in console modes.
+    [[nodiscard]] QFrame *Frame() const { return m_frame; }
+
+    /// The processes are read anew whenever the page is shown.
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+public Q_SLOTS:
+    void ContextMenuSlot(const QPoint &position);
+    void OnlyShowJobsOfKnownJobTypesSlot();
+    void RefreshSlot();
+    /// The Delete key: does what the entry "Remove" does, where the menu offers it.
+    void RemoveSlot();
+    /// Shows what was read.
+    void RefreshedSlot();
+
+private:
+    /// A job of the manager, told by its number: it may end at any time.
+    struct Job
+    {
+        Taskmill_QueueOwner &owner;
+        int jobID;
+    };
+
+    void BuildPage();
+    void BuildTable();
+    [[nodiscard]] QBoxLayout *MakeControls();
+    void UpdateEmptyText();
+    [[nodiscard]] std::optional<Taskmill_ProcessRecord> CurrentProcess() const;
+    /// The job that the process belongs to, where the menu offers to remove it.
+    [[nodiscard]] std::optional<Job> JobToRemove(const Taskmill_ProcessRecord &process) const;
+    void OfferToRemove(const Job &job, const QPoint &position);
+    void OfferToKill(const Taskmill_ProcessRecord &process, const QPoint &position);
+
+    Taskmill_RunningJobs &m_runningJobs;
+    const Taskmill_JobTabs m_jobTabs;
+    QPointer<QFrame> m_frame; ///< goes with the window, when that goes first
+    KilnUtil_TableWidget *m_table = nullptr;
+    Taskmill_RowsModel *m_model = nullptr;
+    QPushButton *m_refresh = nullptr;
+    QCheckBox *m_onlyKnown = nullptr;
+    QLabel *m_reading = nullptr;
+    QTimer m_readingTimer; ///< a reading that is short is not told of
+};
