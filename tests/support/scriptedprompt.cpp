@@ -26,6 +26,8 @@ KilnUtil_UserPrompt::WarnAnswer ScriptedPrompt::AskQuestion(const QString &title
                                                             WarnMode, WarnAnswer)
 {
     asked.append({title, text, {}});
+    if (whenAsked)
+        whenAsked();
     return answers.isEmpty() ? WarnAnswer::Cancel : answers.takeFirst();
 }
 
@@ -60,4 +62,10 @@ QString ScriptedPrompt::AskOpenFileName(const QString &title, const QString &dir
 QString ScriptedPrompt::AskSaveFileName(const QString &title, const QString &directory, const QString &filter)
 {
     return AskOpenFileName(title, directory, filter);
+}
+
+KilnUtil_OpenFilesAnswer ScriptedPrompt::AskOpenFileNames(const KilnUtil_OpenFilesOptions &options)
+{
+    openFilesAsked.append(options);
+    return openFilesAnswers.isEmpty() ? KilnUtil_OpenFilesAnswer{} : openFilesAnswers.takeFirst();
 }
