@@ -9,7 +9,9 @@
 #include "service/consoleprompt.h"
 #include "service/recentprojects.h"
 #include "service/version.h"
+#include "ui/jobtypeswidget.h"
 #include "ui/programicon.h"
+#include "ui/runningjobswidget.h"
 #include "ui/trayicon.h"
 
 #include <QApplication>
@@ -66,10 +68,15 @@ QWidget *Taskmill_AppWindow::PageOf(Taskmill_Page page) const
 
 void Taskmill_AppWindow::FillWindow()
 {
+    m_runningJobsTab = std::make_unique<Taskmill_RunningJobsWidget>(PageOf(Taskmill_Page::RunningJobs),
+                                                                    m_runningJobs, Tabs());
+    m_jobTypesTab = std::make_unique<Taskmill_JobTypesWidget>(PageOf(Taskmill_Page::JobTypes), m_jobTypes);
     Fill(Taskmill_Page::LongJobs, *m_longJobs.Tab());
     Fill(Taskmill_Page::ShortJobs, *m_shortJobs.Tab());
     Fill(Taskmill_Page::QueuelessJobs, *m_queuelessJobs.Tab());
+    m_window->SetContent(Taskmill_Page::RunningJobs, m_runningJobsTab->Frame());
     m_window->SetContent(Taskmill_Page::FinishedJobs, m_finishedJobs.Frame());
+    m_window->SetContent(Taskmill_Page::JobTypes, m_jobTypesTab->Frame());
 }
 
 void Taskmill_AppWindow::Fill(Taskmill_Page page, Taskmill_QueueTab &tab)
@@ -214,11 +221,13 @@ void Taskmill_AppWindow::CurrentTabChangedSlot(int tab)
         m_queuelessJobs.Tab()->FillTable();
         break;
     case Taskmill_Page::RunningJobs:
+        m_runningJobsTab->RefreshSlot();
         break;
     case Taskmill_Page::FinishedJobs:
         m_finishedJobs.FillTable();
         break;
     case Taskmill_Page::JobTypes:
+        m_jobTypesTab->FillTable();
         break;
     }
 }

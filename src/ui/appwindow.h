@@ -108,6 +108,8 @@ private:
     Taskmill_JobSubmitter m_submitter;
     Taskmill_RunningJobs m_runningJobs;
     Taskmill_RequestServer m_server;
+    std::unique_ptr<Taskmill_RunningJobsWidget> m_runningJobsTab;
+    std::unique_ptr<Taskmill_JobTypesWidget> m_jobTypesTab;
     std::unique_ptr<Taskmill_TrayIcon> m_trayIcon;
     std::unique_ptr<Taskmill_Console> m_console;
     bool m_askingToExit = false;
