@@ -33,6 +33,7 @@ public:
     }
     QString AskOpenFileName(const QString &, const QString &, const QString &) override { return {}; }
     QString AskSaveFileName(const QString &, const QString &, const QString &) override { return {}; }
+    KilnUtil_OpenFilesAnswer AskOpenFileNames(const KilnUtil_OpenFilesOptions &) override { return {}; }
 };
 
 KilnUtil_UserPrompt *promptInForce = nullptr;

@@ -5,6 +5,24 @@
 
 #include <optional>
 
+/// How a dialog for several files opens.
+struct KilnUtil_OpenFilesOptions
+{
+    QString Title;
+    QString Directory;       ///< where the user begins
+    QStringList NameFilters; ///< such as "Input Files (*.in)"
+    int NameFilter = 0;      ///< position of the filter in force
+    bool UseNativeBrowser = true;
+    QString SettingsGroup; ///< under which the size of a browser that is not native is kept
+};
+
+/// What the user chose there: no file when he cancelled or could not be asked.
+struct KilnUtil_OpenFilesAnswer
+{
+    QStringList Files;
+    int NameFilter = 0; ///< position of the filter that was in force at the end
+};
+
 /// Everything the program asks or tells the user directly goes through this seam: the window shows boxes, the
 /// console prints lines, tests answer from a script. The object in force is set with KilnUtil_Error.
 class KilnUtil_UserPrompt
@@ -48,4 +66,5 @@ public:
                                     const QString &filter) = 0;
     virtual QString AskSaveFileName(const QString &title, const QString &directory,
                                     const QString &filter) = 0;
+    virtual KilnUtil_OpenFilesAnswer AskOpenFileNames(const KilnUtil_OpenFilesOptions &options) = 0;
 };

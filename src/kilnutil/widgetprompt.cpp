@@ -1,10 +1,15 @@
 #include "kilnutil/widgetprompt.h"
 
+#include "kilnutil/widgetutil.h"
+
+#include <QApplication>
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QMessageBox>
 
 #include <limits>
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 using WarnMode = KilnUtil_UserPrompt::WarnMode;
@@ -61,6 +66,8 @@ WarnAnswer Ask(QMessageBox::Icon icon, QWidget *parent, const QString &title, co
 
 QWidget *KilnUtil_WidgetPrompt::Parent() const
 {
+    if (QWidget *dialog = QApplication::activeModalWidget())
+        return dialog;
     return m_parent && m_parent->isVisible() ? m_parent.data() : nullptr;
 }
 
@@ -127,4 +134,24 @@ QString KilnUtil_WidgetPrompt::AskSaveFileName(const QString &title, const QStri
                                                const QString &filter)
 {
     return QFileDialog::getSaveFileName(Parent(), title, directory, filter);
+}
+
+KilnUtil_OpenFilesAnswer KilnUtil_WidgetPrompt::AskOpenFileNames(const KilnUtil_OpenFilesOptions &options)
+{
+    QFileDialog dialog{Parent(), options.Title};
+    dialog.setOption(QFileDialog::DontUseNativeDialog, !options.UseNativeBrowser);
+    KilnUtil_WidgetUtil::PrepQFileDialog(&dialog, options.Directory, options.NameFilters);
+    if (options.NameFilter >= 0 && options.NameFilter < options.NameFilters.size())
+        dialog.selectNameFilter(options.NameFilters[options.NameFilter]);
+
+    const QString name = u"File Browser"_s;
+    if (!options.UseNativeBrowser)
+        KilnUtil_WidgetUtil::LoadWindowSettings(&dialog, options.SettingsGroup, name);
+    const bool accepted = dialog.exec() == QDialog::Accepted;
+    if (!options.UseNativeBrowser)
+        KilnUtil_WidgetUtil::SaveWindowSettings(&dialog, options.SettingsGroup, name);
+    if (!accepted)
+        return {};
+    const auto filter = options.NameFilters.indexOf(dialog.selectedNameFilter());
+    return {.Files = dialog.selectedFiles(), .NameFilter = static_cast<int>(qMax(filter, qsizetype{0}))};
 }

@@ -9,7 +9,7 @@
 class KilnUtil_WidgetPrompt final : public KilnUtil_UserPrompt
 {
 public:
-    /// The parent of every box, while it is visible; may be nullptr.
+    /// The parent of every box, while it is visible and no dialog is open; may be nullptr.
     void SetParentWidget(QWidget *parent) { m_parent = parent; }
 
     WarnAnswer ReportWarning(const QString &title, const QString &text, WarnMode mode,
@@ -23,6 +23,7 @@ public:
     void ShowInformation(const QString &title, const QString &text) override;
     QString AskOpenFileName(const QString &title, const QString &directory, const QString &filter) override;
     QString AskSaveFileName(const QString &title, const QString &directory, const QString &filter) override;
+    KilnUtil_OpenFilesAnswer AskOpenFileNames(const KilnUtil_OpenFilesOptions &options) override;
 
 private:
     [[nodiscard]] QWidget *Parent() const;

@@ -68,6 +68,11 @@ QString Taskmill_ConsolePrompt::AskSaveFileName(const QString &title, const QStr
     return m_dialogs ? m_dialogs->AskSaveFileName(title, directory, filter) : QString{};
 }
 
+KilnUtil_OpenFilesAnswer Taskmill_ConsolePrompt::AskOpenFileNames(const KilnUtil_OpenFilesOptions &options)
+{
+    return m_dialogs ? m_dialogs->AskOpenFileNames(options) : KilnUtil_OpenFilesAnswer{};
+}
+
 void Taskmill_PrintConsoleLine(const QString &message)
 {
     static const QRegularExpression lineFeeds{u"\\n+"_s};

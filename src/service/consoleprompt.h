@@ -23,6 +23,7 @@ public:
     void ShowInformation(const QString &title, const QString &text) override;
     QString AskOpenFileName(const QString &title, const QString &directory, const QString &filter) override;
     QString AskSaveFileName(const QString &title, const QString &directory, const QString &filter) override;
+    KilnUtil_OpenFilesAnswer AskOpenFileNames(const KilnUtil_OpenFilesOptions &options) override;
 
 private:
     KilnUtil_UserPrompt *const m_dialogs;

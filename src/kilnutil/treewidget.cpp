@@ -1,0 +1,136 @@
+#include "kilnutil/treewidget.h"
+
+#include "kilnutil/filedrop.h"
+
+#include <QDropEvent>
+#include <QHeaderView>
+#include <QMimeData>
+#include <QPainter>
+
+KilnUtil_TreeWidget::KilnUtil_TreeWidget(QWidget *parent)
+    : QTreeWidget{parent}
+{
+    setRootIsDecorated(false);
+    // A height for all rows: none of many thousands has to be asked.
+    setUniformRowHeights(true);
+    setAllColumnsShowFocus(true);
+    setAlternatingRowColors(true);
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setContextMenuPolicy(Qt::CustomContextMenu);
+    setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setDefaultDropAction(Qt::MoveAction);
+    setDropIndicatorShown(true);
+    header()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    header()->setHighlightSections(false);
+    CopySelectionColours();
+    SetSorting(false);
+}
+
+void KilnUtil_TreeWidget::SetSorting(bool sorting)
+{
+    setSortingEnabled(sorting);
+    // Rows that are sorted have no place of their own.
+    setDragDropMode(sorting ? QAbstractItemView::DropOnly : QAbstractItemView::DragDrop);
+}
+
+void KilnUtil_TreeWidget::SetEmptyText(const QString &text)
+{
+    m_emptyText = text;
+    viewport()->update();
+}
+
+/// The selection stays to be seen when the keyboard is elsewhere.
+void KilnUtil_TreeWidget::CopySelectionColours()
+{
+    QPalette colours;
+    bool differ = false;
+    for (QPalette::ColorRole role : {QPalette::Highlight, QPalette::HighlightedText}) {
+        const QBrush &active = palette().brush(QPalette::Active, role);
+        differ = differ || palette().brush(QPalette::Inactive, role) != active;
+        colours.setBrush(QPalette::Inactive, role, active);
+    }
+    // Nothing but these two: the others go on following the desktop.
+    if (differ)
+        setPalette(colours);
+}
+
+void KilnUtil_TreeWidget::changeEvent(QEvent *event)
+{
+    QTreeWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        CopySelectionColours();
+}
+
+void KilnUtil_TreeWidget::paintEvent(QPaintEvent *event)
+{
+    QTreeWidget::paintEvent(event);
+    if (!m_dropHover && topLevelItemCount() > 0)
+        return;
+    QPainter painter{viewport()};
+    if (topLevelItemCount() == 0)
+        KilnUtil_FileDrop::PaintEmptyText(painter, *this, viewport()->rect(), m_emptyText);
+    if (m_dropHover)
+        KilnUtil_FileDrop::PaintFrame(painter, *this, viewport()->rect());
+}
+
+void KilnUtil_TreeWidget::SetDropHover(bool hover)
+{
+    if (m_dropHover == hover)
+        return;
+    m_dropHover = hover;
+    viewport()->update();
+}
+
+void KilnUtil_TreeWidget::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (event->source() == this)
+        QTreeWidget::dragEnterEvent(event);
+    else
+        SetDropHover(KilnUtil_FileDrop::Answer(event));
+}
+
+void KilnUtil_TreeWidget::dragMoveEvent(QDragMoveEvent *event)
+{
+    if (event->source() == this)
+        QTreeWidget::dragMoveEvent(event);
+    else
+        SetDropHover(KilnUtil_FileDrop::Answer(event));
+}
+
+void KilnUtil_TreeWidget::dragLeaveEvent(QDragLeaveEvent *event)
+{
+    SetDropHover(false);
+    QTreeWidget::dragLeaveEvent(event);
+}
+
+void KilnUtil_TreeWidget::dropEvent(QDropEvent *event)
+{
+    SetDropHover(false);
+    if (event->source() == this) {
+        MoveSelectedRows(event);
+    } else if (KilnUtil_FileDrop::Answer(event)) {
+        const QStringList paths = KilnUtil_FileDrop::LocalPaths(*event->mimeData());
+        QMetaObject::invokeMethod(
+            this, [this, paths] { Q_EMIT DropSignal(paths); }, Qt::QueuedConnection);
+    }
+}
+
+void KilnUtil_TreeWidget::MoveSelectedRows(QDropEvent *event)
+{
+    const QList<QTreeWidgetItem *> moved = selectedItems();
+    QTreeWidgetItem *current = currentItem();
+    QTreeWidget::dropEvent(event);
+    // Taking the rows out has left others selected.
+    clearSelection();
+    setCurrentItem(current, currentColumn(), QItemSelectionModel::NoUpdate);
+    for (QTreeWidgetItem *item : moved)
+        item->setSelected(true);
+    Q_EMIT ItemsMovedSignal();
+}
+
+void KilnUtil_TreeWidget::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint hint)
+{
+    QTreeWidget::closeEditor(editor, hint);
+    Q_EMIT ItemEditorClosedSignal();
+}
