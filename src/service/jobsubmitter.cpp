@@ -10,6 +10,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QSet>
 
 #include <algorithm>
 
@@ -78,10 +79,14 @@ Taskmill_JobSubmitter::Taskmill_JobSubmitter(Taskmill_JobStore &store, KilnUtil_
     , m_jobNumbers{jobNumbers}
     , m_tabs{tabs}
 {
+    m_waitingTimer.setSingleShot(true);
+    QObject::connect(&m_waitingTimer, &QTimer::timeout, &m_waitingTimer, [this] { SubmitWaitingFiles(); });
 }
 
 Taskmill_SubmitResult Taskmill_JobSubmitter::Submit(const Taskmill_RequestMessage &request)
 {
+    if (MustWait(request))
+        return {.JobIDs = {}, .Refusal = u"the user is being asked about another job"_s};
     Choice choice{.jobType = {}, .confirm = request.ConfirmAction};
     if (!ChooseJobType(request, choice))
         return {.JobIDs = {}, .Refusal = u"no job type was chosen for %1"_s.arg(request.JobInputFile)};
@@ -101,7 +106,27 @@ Taskmill_SubmitResult Taskmill_JobSubmitter::Submit(const Taskmill_RequestMessag
     return result;
 }
 
-bool Taskmill_JobSubmitter::ChooseJobType(const Taskmill_RequestMessage &request, Choice &choice) const
+bool Taskmill_JobSubmitter::MustWait(const Taskmill_RequestMessage &request) const
+{
+    if (!m_asking)
+        return false;
+    if (request.ConfirmAction && Taskmill_IsGuiMode())
+        return true;
+    return !request.JobTypeName.isEmpty() &&
+           JobTypeNamed(m_store.GetJobTypes(), request.JobTypeName).IsEmpty();
+}
+
+std::shared_ptr<void> Taskmill_JobSubmitter::BeginAsking()
+{
+    m_asking = true;
+    return {nullptr, [this](void *) {
+                m_asking = false;
+                if (!m_waiting.isEmpty())
+                    m_waitingTimer.start(0);
+            }};
+}
+
+bool Taskmill_JobSubmitter::ChooseJobType(const Taskmill_RequestMessage &request, Choice &choice)
 {
     if (request.JobTypeName.isEmpty())
         return true;
@@ -115,15 +140,17 @@ bool Taskmill_JobSubmitter::ChooseJobType(const Taskmill_RequestMessage &request
     choice.jobType = Taskmill_JobTypeForFile(jobTypes, request.JobInputFile);
     if (!choice.jobType.IsEmpty())
         return true;
-    const auto asked = AskForJobType(u"Auto determination of Job Type was attempted"_s, request.JobInputFile);
+    const auto asking = BeginAsking();
+    const auto asked =
+        AskForJobType(jobTypes, u"Auto determination of Job Type was attempted"_s, request.JobInputFile);
     choice.jobType = asked.value_or(Taskmill_JobType{});
-    return asked.has_value();
+    return !choice.jobType.IsEmpty();
 }
 
-std::optional<Taskmill_JobType> Taskmill_JobSubmitter::AskForJobType(const QString &labelBegin,
-                                                                     const QString &inputFile) const
+std::optional<Taskmill_JobType> Taskmill_JobSubmitter::AskForJobType(const QList<Taskmill_JobType> &jobTypes,
+                                                                     const QString &labelBegin,
+                                                                     const QString &inputFile)
 {
-    const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
     QStringList items{u"None"_s};
     for (const Taskmill_JobType &jobType : jobTypes)
         items += jobType.Name;
@@ -134,25 +161,50 @@ std::optional<Taskmill_JobType> Taskmill_JobSubmitter::AskForJobType(const QStri
         u"\n\nPlease select a Job Type for this input file or select None to skip this input file.\n"_s;
     const auto chosen = KilnUtil_Error::UserPrompt().ChooseFromList(u"Submit Job, Select Job Type"_s, label,
                                                                     items, u"None"_s);
-    if (!chosen || *chosen == "None"_L1)
+    if (!chosen)
         return std::nullopt;
     // Names may differ in case alone, so the exact one counts.
     const auto named = std::ranges::find(jobTypes, *chosen, &Taskmill_JobType::Name);
-    return named == jobTypes.end() || named->IsEmpty() ? std::nullopt : std::optional{*named};
+    return *chosen == "None"_L1 || named == jobTypes.end() ? Taskmill_JobType{} : *named;
 }
 
-std::optional<Taskmill_JobType> Taskmill_JobSubmitter::JobTypeOfFile(int jobTypeID,
-                                                                     const QString &inputFile) const
+bool Taskmill_JobSubmitter::AskForFiles(const Taskmill_SubmitChoice &preset, const FileTaker &take)
+{
+    const auto asking = BeginAsking();
+    const auto chosen = m_dialog ? m_dialog->AskForJobs(u"Job Input Files"_s, preset) : std::nullopt;
+    if (!chosen)
+        return false;
+    TakeFiles(*chosen, take);
+    return true;
+}
+
+void Taskmill_JobSubmitter::TakeFiles(const Taskmill_SubmitChoice &chosen, const FileTaker &take)
 {
     const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
-    if (jobTypeID >= 0) {
-        Taskmill_JobType chosen = JobTypeWithID(jobTypes, jobTypeID);
-        return chosen.IsEmpty() ? std::nullopt : std::optional{std::move(chosen)};
+    bool asks = true;
+    for (const QString &file : chosen.Files) {
+        if (!QFileInfo::exists(file))
+            continue;
+        Taskmill_JobType jobType = chosen.JobTypeID < 0 ? Taskmill_JobTypeForFile(jobTypes, file)
+                                                        : JobTypeWithID(jobTypes, chosen.JobTypeID);
+        if (jobType.IsEmpty() && chosen.JobTypeID < 0 && asks) {
+            const auto asked =
+                AskForJobType(jobTypes, u"Auto determination of Job Type was requested"_s, file);
+            // Who cancels is not asked about hundreds of further files.
+            asks = asked.has_value();
+            jobType = asked.value_or(Taskmill_JobType{});
+        }
+        // The program may have been quit while a question was open.
+        if (!m_store.IsOpen())
+            return;
+        if (!jobType.IsEmpty()) {
+            const Taskmill_Destination destination =
+                chosen.Destination == Taskmill_Destination::JobTypeDefault
+                    ? Taskmill_DestinationFromQueueKey(jobType.DefaultQueueIndex())
+                    : chosen.Destination;
+            take(file, jobType, destination);
+        }
     }
-    Taskmill_JobType matching = Taskmill_JobTypeForFile(jobTypes, inputFile);
-    if (!matching.IsEmpty())
-        return matching;
-    return AskForJobType(u"Auto determination of Job Type was requested"_s, inputFile);
 }
 
 void Taskmill_JobSubmitter::SubmitConfirmed(const Taskmill_RequestMessage &request,
@@ -162,23 +214,50 @@ void Taskmill_JobSubmitter::SubmitConfirmed(const Taskmill_RequestMessage &reque
     const Taskmill_SubmitChoice preset{.Files = {request.JobInputFile},
                                        .Destination = destination,
                                        .JobTypeID = jobType.IsEmpty() ? -1 : jobType.JobTypeID};
-    const auto chosen = m_dialog ? m_dialog->AskForJobs(u"Job Input Files"_s, preset) : std::nullopt;
-    if (!chosen) {
+    const auto take = [&](const QString &file, const Taskmill_JobType &fileType,
+                          Taskmill_Destination fileDestination) {
+        MakeJob(request, fileType, fileDestination, AbsolutePath(file), result);
+    };
+    if (!AskForFiles(preset, take))
         result.Refusal = u"the submission was not confirmed"_s;
+}
+
+QList<int> Taskmill_JobSubmitter::SubmitFiles(const QStringList &files, Taskmill_Destination destination,
+                                              int jobTypeID)
+{
+    const Taskmill_SubmitChoice preset{
+        .Files = files, .Destination = destination, .JobTypeID = jobTypeID, .CheckAll = true};
+    if (m_asking) {
+        if (!files.isEmpty())
+            m_waiting.append(preset);
+        return {};
+    }
+    if (!m_store.IsOpen())
+        return {};
+
+    QList<int> jobIDs;
+    QSet<int> invalidTypes;
+    const auto take = [&](const QString &file, const Taskmill_JobType &jobType,
+                          Taskmill_Destination fileDestination) {
+        // Told once, not for each of its files.
+        if (invalidTypes.contains(jobType.JobTypeID))
+            return;
+        if (!jobType.IsValid())
+            invalidTypes.insert(jobType.JobTypeID);
+        if (const auto jobID = AddJob(file, jobType, fileDestination))
+            jobIDs.append(*jobID);
+    };
+    (void)AskForFiles(preset, take);
+    return jobIDs;
+}
+
+void Taskmill_JobSubmitter::SubmitWaitingFiles()
+{
+    // What asks now starts this again when it is done.
+    if (m_asking || m_waiting.isEmpty())
         return;
-    }
-    for (const QString &file : chosen->Files) {
-        if (!QFileInfo::exists(file))
-            continue;
-        const auto fileType = JobTypeOfFile(chosen->JobTypeID, file);
-        if (!fileType)
-            continue;
-        const Taskmill_Destination fileDestination =
-            chosen->Destination == Taskmill_Destination::JobTypeDefault
-                ? Taskmill_DestinationFromQueueKey(fileType->DefaultQueueIndex())
-                : chosen->Destination;
-        MakeJob(request, *fileType, fileDestination, AbsolutePath(file), result);
-    }
+    const Taskmill_SubmitChoice preset = m_waiting.takeFirst();
+    SubmitFiles(preset.Files, preset.Destination, preset.JobTypeID);
 }
 
 void Taskmill_JobSubmitter::MakeJob(const Taskmill_RequestMessage &request, const Taskmill_JobType &jobType,
@@ -223,21 +302,28 @@ std::optional<int> Taskmill_JobSubmitter::AddFile(const QString &filePath, int j
 {
     if (filePath.isEmpty() || !QFileInfo::exists(filePath) || filePath.trimmed().isEmpty())
         return std::nullopt;
-    const QString path = QDir::toNativeSeparators(AbsolutePath(filePath.trimmed()));
+    const QString path = AbsolutePath(filePath.trimmed());
     const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
-    Taskmill_QueueOwner *owner = m_tabs.OwnerOf(destination);
-    if (jobTypes.isEmpty() || !owner)
+    if (jobTypes.isEmpty())
         return std::nullopt;
+    return AddJob(
+        path, jobTypeID < 0 ? Taskmill_JobTypeForFile(jobTypes, path) : JobTypeWithID(jobTypes, jobTypeID),
+        destination);
+}
 
-    const Taskmill_JobType jobType =
-        jobTypeID < 0 ? Taskmill_JobTypeForFile(jobTypes, path) : JobTypeWithID(jobTypes, jobTypeID);
+std::optional<int> Taskmill_JobSubmitter::AddJob(const QString &path, const Taskmill_JobType &jobType,
+                                                 Taskmill_Destination destination)
+{
+    Taskmill_QueueOwner *owner = m_tabs.OwnerOf(destination);
+    if (!owner)
+        return std::nullopt;
     if (!jobType.IsValid()) {
         if (Taskmill_IsGuiMode())
             KilnUtil_Error::ReportError(u"Invalid Job Type"_s,
                                         u"Job Type %1 is invalid."_s.arg(jobType.Name));
         return std::nullopt;
     }
-    Taskmill_JobRecord job = JobOfThisUser(jobType, path);
+    Taskmill_JobRecord job = JobOfThisUser(jobType, QDir::toNativeSeparators(AbsolutePath(path)));
     job.JobID = m_jobNumbers.NewID();
     job.Name = QFileInfo{path}.fileName();
     if (job.Name.isEmpty())

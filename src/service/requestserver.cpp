@@ -115,21 +115,31 @@ void Taskmill_RequestServer::MessageCompletedSlot(Taskmill_RequestConnection *co
 void Taskmill_RequestServer::NewConnectionToServerSlot()
 {
     if (m_busy) {
-        if (!std::exchange(m_retryPending, true)) {
-            QTimer::singleShot(RetryMs, this, [this] {
-                m_retryPending = false;
-                NewConnectionToServerSlot();
-            });
-        }
+        RetryLater();
         return;
     }
     if (m_complete.isEmpty())
         return;
-    HandleMessage(*m_complete.takeFirst());
+    const Taskmill_RequestMessage request = Taskmill_RequestMessage::Parse(m_complete.first()->Bytes());
+    if (!m_handler.CanHandleNow(request)) {
+        RetryLater();
+        return;
+    }
+    HandleMessage(*m_complete.takeFirst(), request);
     if (!m_complete.isEmpty())
         CallLater();
     if (m_server.hasPendingConnections())
         TakeConnectionsLater();
+}
+
+void Taskmill_RequestServer::RetryLater()
+{
+    if (std::exchange(m_retryPending, true))
+        return;
+    QTimer::singleShot(RetryMs, this, [this] {
+        m_retryPending = false;
+        NewConnectionToServerSlot();
+    });
 }
 
 void Taskmill_RequestServer::CallLater()
@@ -137,10 +147,10 @@ void Taskmill_RequestServer::CallLater()
     QMetaObject::invokeMethod(this, &Taskmill_RequestServer::NewConnectionToServerSlot, Qt::QueuedConnection);
 }
 
-void Taskmill_RequestServer::HandleMessage(Taskmill_RequestConnection &connection)
+void Taskmill_RequestServer::HandleMessage(Taskmill_RequestConnection &connection,
+                                           const Taskmill_RequestMessage &request)
 {
     const QScopedValueRollback busy{m_busy, true};
-    const Taskmill_RequestMessage request = Taskmill_RequestMessage::Parse(connection.Bytes());
     QByteArray answer;
     if (!request.Action.isEmpty() && request.Action.compare("test"_L1, Qt::CaseInsensitive) != 0) {
         if (!request.ClientName.isEmpty())

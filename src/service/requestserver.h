@@ -13,6 +13,8 @@ class Taskmill_RequestHandler
 {
 public:
     virtual ~Taskmill_RequestHandler() = default;
+    /// Whether the request can be handled now. Until it can, it and those behind it wait.
+    [[nodiscard]] virtual bool CanHandleNow(const Taskmill_RequestMessage &) const { return true; }
     /// May open dialogs. Returns the answer for a client that asked for one: a line, with its line feed.
     virtual QByteArray HandleRequest(const Taskmill_RequestMessage &request) = 0;
 };
@@ -44,7 +46,8 @@ public:
     [[nodiscard]] const QSet<QString> &KnownClients() const { return m_knownClients; }
 
 public Q_SLOTS:
-    /// Handles one complete message; while one is being handled already, tries again after RetryMs.
+    /// Handles one complete message; while one is being handled already, or the handler cannot take it, tries
+    /// again after RetryMs.
     void NewConnectionToServerSlot();
 
 private Q_SLOTS:
@@ -59,7 +62,8 @@ private:
     void Forget(Taskmill_RequestConnection *connection);
     bool DropLongestSilent();
     void CallLater();
-    void HandleMessage(Taskmill_RequestConnection &connection);
+    void RetryLater();
+    void HandleMessage(Taskmill_RequestConnection &connection, const Taskmill_RequestMessage &request);
 
     Taskmill_RequestHandler &m_handler;
     const Taskmill_RequestLimits m_limits;

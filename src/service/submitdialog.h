@@ -11,7 +11,8 @@ struct Taskmill_SubmitChoice
 {
     QStringList Files;
     Taskmill_Destination Destination = Taskmill_Destination::JobTypeDefault;
-    int JobTypeID = -1; ///< negative: chosen for each file by its extension
+    int JobTypeID = -1;    ///< negative: chosen for each file by its extension
+    bool CheckAll = false; ///< of what the dialog is opened with: else only the first file is checked
 };
 
 /// Shows the Submit Jobs dialog; implemented by the window.
