@@ -1,0 +1,267 @@
+#include "ui/openfileslist.h"
+
+#include "kilnutil/treewidgetitem.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFileInfo>
+#include <QHeaderView>
+#include <QScrollBar>
+#include <QSet>
+#include <QSignalBlocker>
+
+#include <array>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+struct ColumnSetup
+{
+    QLatin1StringView title;
+    int characters; ///< width at first
+};
+
+constexpr std::array<ColumnSetup, Taskmill_OpenFilesList::ColumnCount> columns{{
+    {"ID"_L1, 6},
+    {"File Path"_L1, 44},
+    {"File Name"_L1, 20},
+    {"Directory"_L1, 28},
+    {"Type"_L1, 6},
+    {"Size (bytes)"_L1, 12},
+    {"Created"_L1, 27},
+    {"Last Modified"_L1, 27},
+}};
+
+/// From File Path on, for each level of detail.
+constexpr std::array<std::array<bool, Taskmill_OpenFilesList::ColumnCount - 1>, 3> shownAtDetail{{
+    {true, true, false, false, false, false, false},
+    {false, true, true, true, false, false, false},
+    {false, true, true, true, true, true, true},
+}};
+
+class FileItem final : public KilnUtil_TreeWidgetItem
+{
+public:
+    FileItem(const QString &path, int id);
+
+    [[nodiscard]] QVariant data(int column, int role) const override
+    {
+        // The whole path, whichever columns are shown and however wide.
+        return KilnUtil_TreeWidgetItem::data(
+            role == Qt::ToolTipRole ? Taskmill_OpenFilesList::FilePathColumn : column,
+            role == Qt::ToolTipRole ? static_cast<int>(Qt::DisplayRole) : role);
+    }
+
+private:
+    void SetNumber(int column, qint64 number);
+    void SetTime(int column, const QDateTime &time);
+};
+
+FileItem::FileItem(const QString &path, int id)
+{
+    using List = Taskmill_OpenFilesList;
+    const QFileInfo file{path};
+    setFlags(flags() & ~Qt::ItemIsDropEnabled);
+    setCheckState(List::IDColumn, Qt::Checked);
+    SetNumber(List::IDColumn, id);
+    setText(List::FilePathColumn, path);
+    setText(List::FileNameColumn, file.fileName());
+    setText(List::DirectoryColumn, QDir::toNativeSeparators(file.absolutePath()));
+    setText(List::TypeColumn, file.suffix());
+    SetNumber(List::SizeColumn, file.size());
+    setTextAlignment(List::SizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+    SetTime(List::CreatedColumn, file.birthTime());
+    SetTime(List::LastModifiedColumn, file.lastModified());
+}
+
+void FileItem::SetNumber(int column, qint64 number)
+{
+    setText(column, QString::number(number));
+    setData(column, SortRole, number);
+}
+
+void FileItem::SetTime(int column, const QDateTime &time)
+{
+    if (!time.isValid())
+        return;
+    setText(column, time.toString(u"ddd MMM d yyyy, h:mm:ss ap"_s));
+    setData(column, SortRole, time);
+}
+
+QString Normalised(const QString &path)
+{
+    return QDir::toNativeSeparators(QDir::cleanPath(QFileInfo{path}.absoluteFilePath()));
+}
+
+/// The path without blanks around it, which other programs leave there; a file whose name has them is found
+/// all the same. Empty when there is no such file.
+QString ExistingPath(const QString &path)
+{
+    const QString trimmed = path.trimmed();
+    for (const QString &candidate : {trimmed, path}) {
+        if (!candidate.trimmed().isEmpty() && QFileInfo::exists(candidate))
+            return Normalised(candidate);
+    }
+    return {};
+}
+
+QStringList ExistingFiles(const QStringList &paths)
+{
+    QStringList files;
+    for (const QString &path : paths) {
+        const QString existing = ExistingPath(path);
+        if (existing.isEmpty())
+            continue;
+        if (!QFileInfo{existing}.isDir()) {
+            files.append(existing);
+            continue;
+        }
+        const QDir directory{existing};
+        for (const QString &name : directory.entryList(QDir::Files, QDir::Name | QDir::IgnoreCase))
+            files.append(Normalised(directory.absoluteFilePath(name)));
+    }
+    return files;
+}
+} // namespace
+
+Taskmill_OpenFilesList::Taskmill_OpenFilesList(QWidget *parent)
+    : KilnUtil_TreeWidget{parent}
+{
+    SetEmptyText(u"Drop input files or folders here, or press \"Add Files...\"."_s);
+    setAccessibleName(u"Job input files"_s);
+    setTextElideMode(Qt::ElideMiddle);
+    SetUpColumns();
+    SetDetail(HighDetail);
+}
+
+void Taskmill_OpenFilesList::SetUpColumns()
+{
+    setColumnCount(ColumnCount);
+    const int digit = fontMetrics().horizontalAdvance(u'0');
+    for (int column = 0; column < ColumnCount; ++column) {
+        headerItem()->setText(column, columns[column].title);
+        // Two more for the margins, and for the check box of the first column.
+        const int wanted = (columns[column].characters + 2) * digit;
+        setColumnWidth(column, qMax(wanted, header()->sectionSizeHint(column)));
+    }
+    headerItem()->setTextAlignment(SizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+    header()->setSortIndicator(IDColumn, Qt::AscendingOrder);
+}
+
+int Taskmill_OpenFilesList::PreferredWidth() const
+{
+    int width = 0;
+    for (int column = 0; column < ColumnCount; ++column) {
+        if (column != FilePathColumn)
+            width += qMax((columns[column].characters + 2) * fontMetrics().horizontalAdvance(u'0'),
+                          header()->sectionSizeHint(column));
+    }
+    return width + verticalScrollBar()->sizeHint().width() + 2 * frameWidth();
+}
+
+void Taskmill_OpenFilesList::SetDetail(int level)
+{
+    if (level < LowDetail || level > HighDetail)
+        return;
+    for (int column = FilePathColumn; column < ColumnCount; ++column) {
+        const bool hidden = !shownAtDetail[level][column - FilePathColumn];
+        if (isColumnHidden(column) != hidden)
+            setColumnHidden(column, hidden);
+    }
+}
+
+void Taskmill_OpenFilesList::AddFiles(const QStringList &paths, bool allowDuplicates)
+{
+    QSet<QString> present;
+    for (int row = 0; row < topLevelItemCount(); ++row)
+        present.insert(Normalised(topLevelItem(row)->text(FilePathColumn)));
+
+    QList<QTreeWidgetItem *> added;
+    for (const QString &path : ExistingFiles(paths)) {
+        if (!allowDuplicates && present.contains(path))
+            continue;
+        present.insert(path);
+        added.append(new FileItem{path, topLevelItemCount() + static_cast<int>(added.size()) + 1});
+    }
+    if (added.isEmpty())
+        return;
+    // Sorted once, not at each one.
+    const bool sorting = isSortingEnabled();
+    setSortingEnabled(false);
+    addTopLevelItems(added);
+    setSortingEnabled(sorting);
+    scrollToItem(added.last());
+}
+
+void Taskmill_OpenFilesList::Apply(Operation operation, bool allItems)
+{
+    const QSignalBlocker quiet{this};
+    if (operation == Operation::Clear) {
+        RemoveRows(allItems);
+        return;
+    }
+    for (int row = 0; row < topLevelItemCount(); ++row) {
+        QTreeWidgetItem *item = topLevelItem(row);
+        if (!allItems && !item->isSelected())
+            continue;
+        const bool isChecked = item->checkState(IDColumn) == Qt::Checked;
+        const bool check = operation == Operation::Check || (operation == Operation::Toggle && !isChecked);
+        item->setCheckState(IDColumn, check ? Qt::Checked : Qt::Unchecked);
+    }
+}
+
+void Taskmill_OpenFilesList::CheckFirstOnly()
+{
+    const QSignalBlocker quiet{this};
+    for (int row = 1; row < topLevelItemCount(); ++row)
+        topLevelItem(row)->setCheckState(IDColumn, Qt::Unchecked);
+}
+
+void Taskmill_OpenFilesList::RemoveRows(bool allItems)
+{
+    QSet<QTreeWidgetItem *> removed;
+    for (QTreeWidgetItem *item : selectedItems())
+        removed.insert(item);
+    // The row that comes to stand where the first of them was is next.
+    int next = 0;
+    while (next < topLevelItemCount() && !removed.contains(topLevelItem(next)))
+        ++next;
+
+    // All at once: taking thousands out one by one takes seconds.
+    QList<QTreeWidgetItem *> kept = invisibleRootItem()->takeChildren();
+    kept.removeIf([&](QTreeWidgetItem *item) {
+        const bool remove = allItems || removed.contains(item);
+        if (remove)
+            delete item;
+        return remove;
+    });
+    addTopLevelItems(kept);
+    if (!kept.isEmpty())
+        setCurrentItem(topLevelItem(qMin(next, topLevelItemCount() - 1)));
+}
+
+int Taskmill_OpenFilesList::SelectedCount() const
+{
+    int count = 0;
+    for (const QItemSelectionRange &range : selectionModel()->selection())
+        count += range.height();
+    return count;
+}
+
+int Taskmill_OpenFilesList::CheckedCount() const
+{
+    int count = 0;
+    for (int row = 0; row < topLevelItemCount(); ++row)
+        count += topLevelItem(row)->checkState(IDColumn) == Qt::Checked ? 1 : 0;
+    return count;
+}
+
+QStringList Taskmill_OpenFilesList::CheckedPaths() const
+{
+    QStringList paths;
+    for (int row = 0; row < topLevelItemCount(); ++row) {
+        if (topLevelItem(row)->checkState(IDColumn) == Qt::Checked)
+            paths.append(topLevelItem(row)->text(FilePathColumn));
+    }
+    return paths;
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "kilnutil/treewidget.h"
+
+/// The input files of the Submit Jobs dialog, one row for each; those that are checked become jobs.
+class Taskmill_OpenFilesList : public KilnUtil_TreeWidget
+{
+    Q_OBJECT
+
+public:
+    enum Column
+    {
+        IDColumn,
+        FilePathColumn,
+        FileNameColumn,
+        DirectoryColumn,
+        TypeColumn,
+        SizeColumn,
+        CreatedColumn,
+        LastModifiedColumn,
+        ColumnCount
+    };
+    /// What the menu "Actions" does to rows. The numbers are part of the codes of its entries.
+    enum class Operation
+    {
+        Clear = 0,
+        Check = 1,
+        Uncheck = 2,
+        Toggle = 3
+    };
+    static constexpr int LowDetail = 0;
+    static constexpr int MediumDetail = 1;
+    static constexpr int HighDetail = 2;
+
+    explicit Taskmill_OpenFilesList(QWidget *parent = nullptr);
+
+    /// Appends the files that exist, checked. A directory stands for the files in it that are not hidden, in
+    /// the order of their names; its subdirectories are left out. Unless duplicates are allowed, a file that
+    /// is in the list already stays out.
+    void AddFiles(const QStringList &paths, bool allowDuplicates);
+    /// To the selected rows, or to all. Tells nobody: the caller knows.
+    void Apply(Operation operation, bool allItems);
+    /// Unchecks every row but the first.
+    void CheckFirstOnly();
+
+    /// Shows and hides columns; the ID is left as it is. Any other number leaves them all.
+    void SetDetail(int level);
+    /// Wide enough for the columns of the highest detail, in pixels.
+    [[nodiscard]] int PreferredWidth() const;
+
+    [[nodiscard]] int SelectedCount() const;
+    [[nodiscard]] int CheckedCount() const;
+    /// In the order of the list.
+    [[nodiscard]] QStringList CheckedPaths() const;
+
+private:
+    void SetUpColumns();
+    void RemoveRows(bool allItems);
+};
