@@ -189,8 +189,12 @@ void KilnUtil_TableWidget::ChangeRows(const std::function<void()> &change)
     const bool atTop = verticalScrollBar()->value() == verticalScrollBar()->minimum();
     const QPersistentModelIndex top = atTop ? QModelIndex{} : indexAt(QPoint{0, 0});
     change();
-    if (top.isValid())
-        scrollTo(top, QAbstractItemView::PositionAtTop);
+    if (!top.isValid())
+        return;
+    // The range of the scroll bar would follow from the event loop only.
+    executeDelayedItemsLayout();
+    updateGeometries();
+    scrollTo(top, QAbstractItemView::PositionAtTop);
 }
 
 /// The selection stays to be seen when the keyboard is elsewhere.

@@ -5,9 +5,8 @@
 #include "kilnutil/tablewidget.h"
 #include "ui/contextmenu.h"
 #include "ui/jobviewers.h"
+#include "ui/pagelayout.h"
 #include "ui/tablefiller.h"
-
-#include <QVBoxLayout>
 
 #include <algorithm>
 
@@ -74,8 +73,7 @@ void Taskmill_FinishedJobsWidget::BuildTable()
     connect(m_table, &KilnUtil_TableWidget::RemoveRequestedSignal, this,
             &Taskmill_FinishedJobsWidget::RemoveSlot);
 
-    auto *layout = new QVBoxLayout{m_frame};
-    layout->setContentsMargins({});
+    auto *layout = Taskmill_MakePageLayout(m_frame);
     layout->addWidget(m_table);
     m_frame->setFocusProxy(m_table);
     m_filler = new Taskmill_TableFiller{m_frame, [this] {

@@ -10,12 +10,12 @@
 #include "service/listings.h"
 #include "ui/contextmenu.h"
 #include "ui/newjobtypewidget.h"
+#include "ui/pagelayout.h"
 #include "ui/rowsmodel.h"
 
 #include <QEvent>
 #include <QFileInfo>
 #include <QFrame>
-#include <QVBoxLayout>
 
 #include <algorithm>
 #include <array>
@@ -128,8 +128,7 @@ void Taskmill_JobTypesWidget::BuildTable()
     m_table->RememberColumns(u"Job_Types"_s);
     UpdateMarkColour();
 
-    auto *layout = new QVBoxLayout{m_frame};
-    layout->setContentsMargins({});
+    auto *layout = Taskmill_MakePageLayout(m_frame);
     layout->addWidget(m_table);
     m_frame->setFocusProxy(m_table);
     m_frame->installEventFilter(this);

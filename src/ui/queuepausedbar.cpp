@@ -11,7 +11,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 constexpr int markSize = 16;
-constexpr int margin = 8;
+constexpr int gap = 8;
 } // namespace
 
 Taskmill_QueuePausedBar::Taskmill_QueuePausedBar(QWidget *parent)
@@ -25,8 +25,8 @@ Taskmill_QueuePausedBar::Taskmill_QueuePausedBar(QWidget *parent)
     setFocusProxy(unpause);
 
     auto *layout = new QHBoxLayout{this};
-    layout->setContentsMargins(margin, 0, margin, margin);
-    layout->setSpacing(margin);
+    layout->setContentsMargins({});
+    layout->setSpacing(gap);
     layout->addWidget(m_mark);
     layout->addWidget(text);
     layout->addStretch();

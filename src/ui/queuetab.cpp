@@ -9,10 +9,9 @@
 #include "ui/contextmenu.h"
 #include "ui/jobsmodel.h"
 #include "ui/jobviewers.h"
+#include "ui/pagelayout.h"
 #include "ui/queuepausedbar.h"
 #include "ui/tablefiller.h"
-
-#include <QVBoxLayout>
 
 #include <algorithm>
 
@@ -88,9 +87,7 @@ Taskmill_QueueTab::~Taskmill_QueueTab()
 void Taskmill_QueueTab::BuildPage()
 {
     m_table = new KilnUtil_TableWidget{m_frame};
-    auto *layout = new QVBoxLayout{m_frame};
-    layout->setContentsMargins({});
-    layout->setSpacing(0);
+    auto *layout = Taskmill_MakePageLayout(m_frame);
     if (m_variant.queue) {
         m_pausedBar = new Taskmill_QueuePausedBar{m_frame};
         m_pausedBar->hide();

@@ -7,6 +7,7 @@
 #include "service/queueowner.h"
 #include "service/runningjobs.h"
 #include "ui/contextmenu.h"
+#include "ui/pagelayout.h"
 #include "ui/rowsmodel.h"
 
 #include <QCheckBox>
@@ -14,7 +15,6 @@
 #include <QFrame>
 #include <QLabel>
 #include <QPushButton>
-#include <QVBoxLayout>
 
 #include <algorithm>
 #include <array>
@@ -70,7 +70,7 @@ Taskmill_RunningJobsWidget::~Taskmill_RunningJobsWidget()
 
 void Taskmill_RunningJobsWidget::BuildPage()
 {
-    auto *layout = new QVBoxLayout{m_frame};
+    auto *layout = Taskmill_MakePageLayout(m_frame);
     layout->addLayout(MakeControls());
     BuildTable();
     layout->addWidget(m_table);
