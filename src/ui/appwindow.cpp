@@ -10,6 +10,7 @@
 #include "service/recentprojects.h"
 #include "service/version.h"
 #include "ui/jobtypeswidget.h"
+#include "ui/openfilesdialog.h"
 #include "ui/programicon.h"
 #include "ui/runningjobswidget.h"
 #include "ui/trayicon.h"
@@ -57,6 +58,8 @@ Taskmill_AppWindow::Taskmill_AppWindow(Taskmill_AppWindowOptions options)
     connect(&m_project, &Taskmill_Project::StateChangedSignal, this, &Taskmill_AppWindow::UpdateWindowTitle);
     if (!m_window)
         return;
+    m_openFilesDialog = std::make_unique<Taskmill_OpenFilesDialog>(m_store, m_window.get());
+    m_submitter.SetSubmitDialog(m_openFilesDialog.get());
     FillWindow();
     ConnectWindow();
 }
@@ -84,6 +87,10 @@ void Taskmill_AppWindow::Fill(Taskmill_Page page, Taskmill_QueueTab &tab)
     m_window->SetContent(page, tab.Frame());
     connect(&tab, &Taskmill_QueueTab::PausedChangedSignal, m_window.get(),
             [this, page](bool paused) { m_window->ShowPaused(page, paused); });
+    connect(&tab, &Taskmill_QueueTab::FilesDroppedSignal, this,
+            [this](const QStringList &files, Taskmill_Destination destination) {
+                m_submitter.SubmitFiles(files, destination, -1);
+            });
 }
 
 void Taskmill_AppWindow::ConnectWindow()
@@ -232,7 +239,10 @@ void Taskmill_AppWindow::CurrentTabChangedSlot(int tab)
     }
 }
 
-void Taskmill_AppWindow::NewJobsSlot() {}
+void Taskmill_AppWindow::NewJobsSlot()
+{
+    m_submitter.SubmitFiles({}, Taskmill_Destination::JobTypeDefault, -1);
+}
 
 void Taskmill_AppWindow::AboutSlot()
 {
@@ -331,6 +341,11 @@ void Taskmill_AppWindow::ShutDown()
         Taskmill_SetConsolePrinter({});
         m_console->QuitSlot();
     }
+}
+
+bool Taskmill_AppWindow::CanHandleNow(const Taskmill_RequestMessage &request) const
+{
+    return !m_submitter.MustWait(request);
 }
 
 QByteArray Taskmill_AppWindow::HandleRequest(const Taskmill_RequestMessage &request)

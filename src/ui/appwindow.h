@@ -80,6 +80,7 @@ public Q_SLOTS:
 
 private:
     QByteArray HandleRequest(const Taskmill_RequestMessage &request) override;
+    [[nodiscard]] bool CanHandleNow(const Taskmill_RequestMessage &request) const override;
 
     void FillWindow();
     void Fill(Taskmill_Page page, Taskmill_QueueTab &tab);
@@ -110,6 +111,7 @@ private:
     Taskmill_RequestServer m_server;
     std::unique_ptr<Taskmill_RunningJobsWidget> m_runningJobsTab;
     std::unique_ptr<Taskmill_JobTypesWidget> m_jobTypesTab;
+    std::unique_ptr<Taskmill_OpenFilesDialog> m_openFilesDialog;
     std::unique_ptr<Taskmill_TrayIcon> m_trayIcon;
     std::unique_ptr<Taskmill_Console> m_console;
     bool m_askingToExit = false;
