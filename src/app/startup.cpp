@@ -141,6 +141,16 @@ void ForgetPaths()
     KilnUtil_FileSys::m_appHelpDirPath.clear();
 }
 
+/// The window of the session that runs; nullptr when none does.
+Taskmill_AppWindow *windowAtExit = nullptr;
+
+/// The toolkit ends the process like this when the display is gone.
+void SaveAtExit()
+{
+    if (windowAtExit)
+        windowAtExit->SaveBeforeAbruptEnd();
+}
+
 /// The program from the application object on.
 class Session
 {
@@ -164,6 +174,7 @@ public:
         Taskmill_DebugLog::TurnOff();
         m_outputWindow.reset();
         m_application.SetAppWindow(nullptr);
+        windowAtExit = nullptr;
         m_window.reset();
         KilnUtil_Error::SetUserPrompt(nullptr);
     }
@@ -192,6 +203,9 @@ public:
         Taskmill_Platform::CallOnTermination([this] { m_window->QuitAtOnceSlot(); });
         if (!m_window->Initialise())
             return exitFailure;
+        // Now that the database driver's own clean-up at exit is registered, which is to come later.
+        windowAtExit = m_window.get();
+        static_cast<void>(std::atexit(SaveAtExit));
         m_widgetPrompt.SetParentWidget(m_window->MainWindow());
         m_application.SetAppWindow(m_window.get());
         m_window->Show();

@@ -4,6 +4,7 @@
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
 #include "kilnutil/error.h"
+#include "kilnutil/platform.h"
 #include "kilnutil/registry.h"
 #include "service/console.h"
 #include "service/consoleprompt.h"
@@ -346,6 +347,14 @@ void Taskmill_AppWindow::ShutDown()
 bool Taskmill_AppWindow::CanHandleNow(const Taskmill_RequestMessage &request) const
 {
     return !m_submitter.MustWait(request);
+}
+
+void Taskmill_AppWindow::SaveBeforeAbruptEnd()
+{
+    if (m_quitting)
+        return;
+    m_project.SaveUnattended();
+    KilnUtil_Platform::KillRegisteredChildren();
 }
 
 QByteArray Taskmill_AppWindow::HandleRequest(const Taskmill_RequestMessage &request)

@@ -52,6 +52,9 @@ public:
 
     /// Ends all jobs, closes the project and all windows; without effect the second time.
     void ShutDown();
+    /// Saves a project that has a file and ends what runs, when the process is about to end out of turn. No
+    /// window is touched.
+    void SaveBeforeAbruptEnd();
 
 public Q_SLOTS:
     /// Shows the main window or starts the console; the state plays no part.
