@@ -6,10 +6,27 @@
 #include <QHeaderView>
 #include <QMimeData>
 #include <QPainter>
+#include <QStyledItemDelegate>
+
+namespace {
+/// Rows with some air between them, as those of the tables.
+class RowDelegate final : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        const QSize size = QStyledItemDelegate::sizeHint(option, index);
+        return {size.width(), qMax(size.height(), option.fontMetrics.height() * 3 / 2)};
+    }
+};
+} // namespace
 
 KilnUtil_TreeWidget::KilnUtil_TreeWidget(QWidget *parent)
     : QTreeWidget{parent}
 {
+    setItemDelegate(new RowDelegate{this});
     setRootIsDecorated(false);
     // A height for all rows: none of many thousands has to be asked.
     setUniformRowHeights(true);

@@ -25,6 +25,12 @@ void SetKey(QAbstractButton &button, const QKeySequence &key, const QString &too
     button.setToolTip(u"%1 (%2)"_s.arg(toolTip, key.toString(QKeySequence::NativeText)));
 }
 
+/// Styles leave little room beside a long text or before an arrow.
+void GiveRoom(QPushButton &button)
+{
+    button.setMinimumWidth(button.sizeHint().width() + button.fontMetrics().height());
+}
+
 QPushButton *MakeHelpButton(const QString &helpId)
 {
     auto *button = new QPushButton{u"&Help"_s};
@@ -65,8 +71,6 @@ QWidget *Taskmill_OpenFilesDialog::MakeFileListPage()
     bold.setBold(true);
     m_caption->setFont(bold);
     m_list = new Taskmill_OpenFilesList;
-    m_list->setMinimumHeight(12 * m_list->fontMetrics().height());
-    m_list->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
 
     auto *layout = new QVBoxLayout{page};
     layout->addWidget(m_caption);
@@ -103,6 +107,7 @@ QPushButton *Taskmill_OpenFilesDialog::MakeMenuButton(const QString &text,
     auto *button = new QPushButton{text};
     button->setAutoDefault(false);
     button->setMenu(new QMenu{button});
+    GiveRoom(*button);
     connect(button->menu(), &QMenu::triggered, this, slot);
     return button;
 }
@@ -115,6 +120,8 @@ QLayout *Taskmill_OpenFilesDialog::MakeFileButtonRow()
     m_recentDirs = MakeMenuButton({}, &Taskmill_OpenFilesDialog::RecentDirSlot);
     m_recentDirs->setAccessibleName(u"Add files of a recent directory"_s);
     SetKey(*m_recentDirs, u"Alt+Y"_s, u"Look for files in a directory used recently"_s);
+    // Nothing but the arrow.
+    m_recentDirs->setFixedWidth(2 * fontMetrics().height());
     m_recentFiles = MakeMenuButton(u"Add Recent File"_s, &Taskmill_OpenFilesDialog::FilePathRecentSlot);
     SetKey(*m_recentFiles, u"Alt+N"_s, u"Add a file submitted recently"_s);
     m_recentLists =
@@ -201,6 +208,7 @@ QWidget *Taskmill_OpenFilesDialog::MakeOptionsPage()
 QLayout *Taskmill_OpenFilesDialog::MakeButtonRow()
 {
     auto *defaults = new QPushButton{u"Default Settings"_s};
+    GiveRoom(*defaults);
     SetKey(*defaults, u"Alt+D"_s, u"Set all options back, also those of the other page"_s);
     m_retainSettings = new QCheckBox{u"Retain Settings"_s};
     SetKey(*m_retainSettings, u"Alt+R"_s, u"Choose this job type and queue again the next time"_s);

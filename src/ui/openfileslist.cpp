@@ -15,6 +15,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+constexpr int rowsAtFirst = 14;
+
 struct ColumnSetup
 {
     QLatin1StringView title;
@@ -99,8 +101,9 @@ QString ExistingPath(const QString &path)
 {
     const QString trimmed = path.trimmed();
     for (const QString &candidate : {trimmed, path}) {
-        if (!candidate.trimmed().isEmpty() && QFileInfo::exists(candidate))
-            return Normalised(candidate);
+        const QString normalised = candidate.trimmed().isEmpty() ? QString{} : Normalised(candidate);
+        if (!normalised.isEmpty() && QFileInfo::exists(normalised))
+            return normalised;
     }
     return {};
 }
@@ -148,7 +151,7 @@ void Taskmill_OpenFilesList::SetUpColumns()
     header()->setSortIndicator(IDColumn, Qt::AscendingOrder);
 }
 
-int Taskmill_OpenFilesList::PreferredWidth() const
+QSize Taskmill_OpenFilesList::sizeHint() const
 {
     int width = 0;
     for (int column = 0; column < ColumnCount; ++column) {
@@ -156,7 +159,8 @@ int Taskmill_OpenFilesList::PreferredWidth() const
             width += qMax((columns[column].characters + 2) * fontMetrics().horizontalAdvance(u'0'),
                           header()->sectionSizeHint(column));
     }
-    return width + verticalScrollBar()->sizeHint().width() + 2 * frameWidth();
+    return {width + verticalScrollBar()->sizeHint().width() + 2 * frameWidth(),
+            rowsAtFirst * fontMetrics().height() * 3 / 2};
 }
 
 void Taskmill_OpenFilesList::SetDetail(int level)

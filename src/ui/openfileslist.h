@@ -43,11 +43,10 @@ public:
     /// Unchecks every row but the first.
     void CheckFirstOnly();
 
+    /// Wide enough for the columns of the highest detail.
+    [[nodiscard]] QSize sizeHint() const override;
     /// Shows and hides columns; the ID is left as it is. Any other number leaves them all.
     void SetDetail(int level);
-    /// Wide enough for the columns of the highest detail, in pixels.
-    [[nodiscard]] int PreferredWidth() const;
-
     [[nodiscard]] int SelectedCount() const;
     [[nodiscard]] int CheckedCount() const;
     /// In the order of the list.
