@@ -174,7 +174,7 @@ void Taskmill_NewJobTypeWidget::AddButtons(QBoxLayout *layout)
     m_ok->setToolTip(ToolTip(
         u"Needs a name, an application name, an executable that exists, and <code>@EXEFILE</code> in the "
         u"command "
-        "line. This is looked at when you leave a changed name or filter, choose a queue, or browse."_s));
+        "line. This is looked at when you leave a name or filter, choose a queue, or browse."_s));
     auto *cancel = NewButton(u"Cancel"_s);
     auto *help = NewButton(u"Help"_s);
     connect(m_ok, &QPushButton::clicked, this, &Taskmill_NewJobTypeWidget::OkaySlot);
