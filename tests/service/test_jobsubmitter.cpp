@@ -9,6 +9,9 @@
 #include <QFile>
 #include <QtTest>
 
+#include <functional>
+#include <utility>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -19,12 +22,15 @@ public:
     std::optional<Taskmill_SubmitChoice> Answer;
     QStringList Captions;
     QList<Taskmill_SubmitChoice> Presets;
+    std::function<void()> WhileOpen; ///< called once, the next time
 
     std::optional<Taskmill_SubmitChoice> AskForJobs(const QString &caption,
                                                     const Taskmill_SubmitChoice &preset) override
     {
         Captions.append(caption);
         Presets.append(preset);
+        if (WhileOpen)
+            std::exchange(WhileOpen, {})();
         return Answer;
     }
 };
@@ -58,6 +64,11 @@ private Q_SLOTS:
     void CancelledDialogMakesNoJob();
     void DialogMakesAJobForEachFile();
     void DialogWithAutomaticTypeAndOpenQueue();
+    void FilesOfTheUserBecomeJobs();
+    void WhoCancelsIsNotAskedAgain();
+    void InvalidTypeIsToldOnce();
+    void OneQuestionAtATime();
+    void NothingIsSubmittedOnceTheProjectIsClosed();
 
 private:
     [[nodiscard]] Taskmill_JobRecord Submitted(const Taskmill_RequestMessage &request) const;
@@ -431,6 +442,102 @@ void TestJobSubmitter::DialogWithAutomaticTypeAndOpenQueue()
     QVERIFY(m_manager->prompt.asked.first().text.startsWith(
         u"Auto determination of Job Type was requested but an appropriate Job Type for the\nfollowing"_s));
     QVERIFY(m_manager->prompt.asked.first().text.contains(unknown));
+}
+
+void TestJobSubmitter::FilesOfTheUserBecomeJobs()
+{
+    m_manager->AddJobType(u"One"_s, runsUntilKilled, u"Long"_s, u"Files (*.one)"_s);
+    m_manager->AddJobType(u"Two"_s, runsUntilKilled, u"Short"_s, u"Files (*.two)"_s);
+    const QStringList files{m_manager->InputFile(u"a.two"_s), m_manager->InputFile(u"b.xyz"_s),
+                            m_manager->InputFile(u"c.one"_s)};
+    UseDialog({.Files = files, .Destination = Taskmill_Destination::Short});
+    m_manager->prompt.texts = {u"One"_s};
+    QCOMPARE(m_manager->submitter.SubmitFiles({files.first()}, Taskmill_Destination::Long, -1),
+             (QList<int>{1, 2, 3}));
+    QCOMPARE(m_dialog.Captions, QStringList{u"Job Input Files"_s});
+    QCOMPARE(m_dialog.Presets.first().Files, QStringList{files.first()});
+    QCOMPARE(m_dialog.Presets.first().Destination, Taskmill_Destination::Long);
+    QCOMPARE(m_dialog.Presets.first().JobTypeID, -1);
+    QVERIFY(m_dialog.Presets.first().CheckAll);
+
+    QStringList made;
+    for (const Taskmill_JobRecord &job : AllJobs()) {
+        made += job.Name + u' ' + job.JobType.Name + u' ' + job.QueueName;
+        QCOMPARE(job.ClientAddress, u"127.0.0.1"_s);
+        QVERIFY(!job.ClientNotification);
+    }
+    QCOMPARE(made, (QStringList{u"a.two Two Short"_s, u"b.xyz One Short"_s, u"c.one One Short"_s}));
+    // The queue that is left open is that of the type.
+    UseDialog({.Files = {files[2]}});
+    (void)m_manager->submitter.SubmitFiles({}, Taskmill_Destination::JobTypeDefault, -1);
+    QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), QList<int>{4});
+}
+
+void TestJobSubmitter::WhoCancelsIsNotAskedAgain()
+{
+    m_manager->AddJobType(u"One"_s, runsUntilKilled, u"Long"_s, u"Files (*.one)"_s);
+    UseDialog({.Files = {m_manager->InputFile(u"a.xyz"_s), m_manager->InputFile(u"b.xyz"_s),
+                         m_manager->InputFile(u"c.xyz"_s), m_manager->InputFile(u"d.one"_s)}});
+    m_manager->prompt.texts = {u"None"_s};
+    QCOMPARE(m_manager->submitter.SubmitFiles({}, Taskmill_Destination::Long, -1), QList<int>{1});
+    QCOMPARE(m_manager->prompt.asked.size(), 2);
+}
+
+void TestJobSubmitter::InvalidTypeIsToldOnce()
+{
+    Taskmill_JobType gone = m_manager->AddJobType(u"Gone"_s, runsUntilKilled);
+    gone.ExecutablePath = m_manager->Path(u"gone"_s);
+    QVERIFY(TestManager::Database().UpdateJobType(gone.JobTypeID, gone));
+    UseDialog({.Files = {m_manager->InputFile(u"a.in"_s), m_manager->InputFile(u"b.in"_s)},
+               .Destination = Taskmill_Destination::Long,
+               .JobTypeID = gone.JobTypeID});
+    QVERIFY(m_manager->submitter.SubmitFiles({}, Taskmill_Destination::Long, -1).isEmpty());
+    QCOMPARE(m_manager->prompt.asked.size(), 1);
+    QCOMPARE(m_manager->prompt.asked.first().text, u"Job Type Gone is invalid."_s);
+}
+
+void TestJobSubmitter::OneQuestionAtATime()
+{
+    m_manager->AddJobType(u"Run"_s, runsUntilKilled);
+    const QString file = m_manager->InputFile(u"a.in"_s);
+    const auto plain = TestManager::Request(u"Run"_s, file);
+    const auto automatic = TestManager::Request(u"Auto"_s, file);
+    auto confirmed = plain;
+    confirmed.ConfirmAction = true;
+    UseDialog({});
+    m_dialog.Answer.reset();
+    m_dialog.WhileOpen = [&] {
+        // What needs no question goes on, the rest waits or is refused.
+        QVERIFY(!m_manager->submitter.MustWait(plain));
+        QCOMPARE(m_manager->submitter.Submit(plain).JobIDs.size(), 1);
+        QVERIFY(m_manager->submitter.MustWait(automatic) && m_manager->submitter.MustWait(confirmed));
+        QVERIFY(m_manager->submitter.Submit(confirmed).JobIDs.isEmpty());
+        (void)m_manager->submitter.SubmitFiles({file}, Taskmill_Destination::Short, -1);
+        (void)m_manager->submitter.SubmitFiles({}, Taskmill_Destination::Short, -1);
+        (void)m_manager->submitter.SubmitFiles({file}, Taskmill_Destination::Queueless, 7);
+        QCOMPARE(m_dialog.Presets.size(), 1);
+    };
+    (void)m_manager->submitter.Submit(confirmed);
+    QVERIFY(!m_manager->submitter.MustWait(confirmed));
+    QTRY_COMPARE(m_dialog.Presets.size(), 3);
+    QCOMPARE(m_dialog.Presets[1].Destination, Taskmill_Destination::Short);
+    QCOMPARE(m_dialog.Presets[2].Destination, Taskmill_Destination::Queueless);
+    QCOMPARE(m_dialog.Presets[2].JobTypeID, 7);
+    QVERIFY(m_dialog.Presets[2].Files == QStringList{file});
+}
+
+void TestJobSubmitter::NothingIsSubmittedOnceTheProjectIsClosed()
+{
+    const Taskmill_JobType jobType = m_manager->AddJobType(u"Run"_s, runsUntilKilled);
+    UseDialog({.Files = {m_manager->InputFile(u"a.in"_s)},
+               .Destination = Taskmill_Destination::Long,
+               .JobTypeID = jobType.JobTypeID});
+    m_dialog.WhileOpen = [&] {
+        m_manager->project.CloseProject();
+    };
+    QVERIFY(m_manager->submitter.SubmitFiles({}, Taskmill_Destination::Long, -1).isEmpty());
+    QVERIFY(m_manager->submitter.SubmitFiles({}, Taskmill_Destination::Long, -1).isEmpty());
+    QCOMPARE(m_dialog.Presets.size(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestJobSubmitter)

@@ -21,6 +21,12 @@ class RecordingHandler final : public Taskmill_RequestHandler
 public:
     QStringList Handled;
     std::function<void(const QString &name)> WhileHandling;
+    QString NotYet; ///< name of a job that cannot be taken
+
+    [[nodiscard]] bool CanHandleNow(const Taskmill_RequestMessage &request) const override
+    {
+        return request.JobName.isEmpty() || request.JobName != NotYet;
+    }
 
     QByteArray HandleRequest(const Taskmill_RequestMessage &request) override
     {
@@ -51,6 +57,7 @@ private Q_SLOTS:
     void TooManyClientsCostTheSilentOne();
     void BusyClientsMakeOthersWait();
     void WaitsForTheMessageBeforeIt();
+    void WaitsForTheHandlerInOrder();
     void AnswersWhileTheNextIsHandled();
     void ClientGoesWhileItsMessageIsHandled();
     void CloseEndsEveryConnection();
@@ -222,6 +229,19 @@ void TestRequestServer::WaitsForTheMessageBeforeIt()
     QCOMPARE(handledMeanwhile, QStringList{u"first"_s});
     QTRY_COMPARE(second->state(), QAbstractSocket::UnconnectedState);
     QCOMPARE(second->readAll(), "accepted=second\n");
+}
+
+void TestRequestServer::WaitsForTheHandlerInOrder()
+{
+    m_handler.NotYet = u"asks"_s;
+    Submit(Message("first"));
+    Submit(Message("asks"));
+    Submit(Message("last"));
+    QTRY_COMPARE(CompleteCount(), 2);
+    m_server->NewConnectionToServerSlot();
+    QCOMPARE(m_handler.Handled, QStringList{u"first"_s});
+    m_handler.NotYet.clear();
+    QTRY_COMPARE(m_handler.Handled, (QStringList{u"first"_s, u"asks"_s, u"last"_s}));
 }
 
 void TestRequestServer::AnswersWhileTheNextIsHandled()

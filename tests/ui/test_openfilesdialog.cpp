@@ -336,7 +336,7 @@ void TestOpenFilesDialog::TakesDroppedFilesAndFolders()
 
 void TestOpenFilesDialog::TakesThousandsOfFiles()
 {
-    constexpr int count = 5000;
+    constexpr int count = 1000;
     QStringList first;
     QStringList second;
     for (int i = 0; i < count; ++i) {
@@ -347,12 +347,12 @@ void TestOpenFilesDialog::TakesThousandsOfFiles()
     data.setUrls(Urls(second + first));
     const Choice choice = Submit({.Files = first, .CheckAll = true}, [&] {
         Drop(data);
-        QCOMPARE(CountText(), u"Submitting 10000 of 10000 files:"_s);
+        QCOMPARE(CountText(), u"Submitting 2000 of 2000 files:"_s);
         Click(u"Sorting"_s);
         FileList()->sortByColumn(List::IDColumn, Qt::DescendingOrder);
         FileList()->selectAll();
         RunAction(u"Selected Items"_s, u"Toggle"_s);
-        QCOMPARE(CountText(), u"10000 selected, submitting 0 of 10000 files:"_s);
+        QCOMPARE(CountText(), u"2000 selected, submitting 0 of 2000 files:"_s);
         RunAction(u"Selected Items"_s, u"Check"_s);
     });
     std::ranges::reverse(second);
