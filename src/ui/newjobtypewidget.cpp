@@ -93,10 +93,9 @@ QPlainTextEdit *Taskmill_NewJobTypeWidget::NewTextEdit(int lines)
     auto *edit = new QPlainTextEdit{this};
     edit->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     edit->setTabChangesFocus(true);
-    const QMargins margins = edit->contentsMargins();
-    const int text =
-        lines * edit->fontMetrics().lineSpacing() + 2 * qRound(edit->document()->documentMargin());
-    edit->setMinimumHeight(text + margins.top() + margins.bottom());
+    const int border = 2 * (edit->frameWidth() + qRound(edit->document()->documentMargin()));
+    // The last line needs one pixel more than its height, or it counts as hidden.
+    edit->setMinimumHeight(lines * edit->fontMetrics().lineSpacing() + border + 1);
     return edit;
 }
 
@@ -159,11 +158,15 @@ QBoxLayout *Taskmill_NewJobTypeWidget::AddRow(QBoxLayout *layout, const QString 
     text->setBuddy(field);
     m_labels.append(text);
     auto *row = new QHBoxLayout;
-    const bool isTall = qobject_cast<QPlainTextEdit *>(field);
-    row->addWidget(text, 0, isTall ? Qt::AlignTop : Qt::Alignment{});
+    const auto *textEdit = qobject_cast<QPlainTextEdit *>(field);
+    row->addWidget(text, 0, textEdit ? Qt::AlignTop : Qt::Alignment{});
+    // Beside the first line.
+    if (textEdit)
+        text->setContentsMargins(0, textEdit->frameWidth() + qRound(textEdit->document()->documentMargin()),
+                                 0, 0);
     row->addWidget(field, stretch);
     // Room that the user adds is for the texts of several lines.
-    layout->addLayout(row, isTall ? field->minimumHeight() : 0);
+    layout->addLayout(row, textEdit ? field->minimumHeight() : 0);
     return row;
 }
 
