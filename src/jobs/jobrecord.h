@@ -65,3 +65,6 @@ struct Taskmill_JobRecord
     /// The template with every known placeholder replaced: executable, arguments and standard-input lines.
     [[nodiscard]] QString CommandLine() const;
 };
+
+// Long lists of them grow without moving each field.
+Q_DECLARE_TYPEINFO(Taskmill_JobRecord, Q_RELOCATABLE_TYPE);

@@ -1,29 +1,37 @@
 #include "kilnutil/tablesortproxy.h"
 
-namespace {
-QVariant SortValue(const QModelIndex &index)
+KilnUtil_TableSortProxy::Key::Key(const QModelIndex &index)
 {
-    QVariant value = index.data(KilnUtil_TableSortProxy::SortRole);
-    return value.isValid() ? value : index.data(Qt::DisplayRole);
-}
-
-bool IsWhole(const QVariant &value)
-{
+    QVariant value = index.data(SortRole);
+    if (!value.isValid())
+        value = index.data(Qt::DisplayRole);
     switch (value.typeId()) {
     case QMetaType::Int:
     case QMetaType::UInt:
     case QMetaType::LongLong:
-        return true;
+        kind = Kind::Whole;
+        whole = value.toLongLong();
+        fraction = static_cast<double>(whole);
+        break;
+    case QMetaType::ULongLong:
+    case QMetaType::Double:
+        kind = Kind::Fraction;
+        fraction = value.toDouble();
+        break;
     default:
-        return false;
+        kind = Kind::Text;
+        text = value.toString().toCaseFolded();
     }
 }
 
-bool IsNumber(const QVariant &value)
+bool KilnUtil_TableSortProxy::Key::operator<(const Key &other) const
 {
-    return IsWhole(value) || value.typeId() == QMetaType::ULongLong || value.typeId() == QMetaType::Double;
+    if (kind == Kind::Text || other.kind == Kind::Text) {
+        // Numbers before texts, or the order of a mixed column would contradict itself.
+        return kind == other.kind ? text < other.text : other.kind == Kind::Text;
+    }
+    return kind == Kind::Whole && other.kind == Kind::Whole ? whole < other.whole : fraction < other.fraction;
 }
-} // namespace
 
 KilnUtil_TableSortProxy::KilnUtil_TableSortProxy(QObject *parent)
     : QSortFilterProxyModel{parent}
@@ -31,16 +39,19 @@ KilnUtil_TableSortProxy::KilnUtil_TableSortProxy(QObject *parent)
     setSortRole(SortRole);
 }
 
+void KilnUtil_TableSortProxy::sort(int column, Qt::SortOrder order)
+{
+    const int rows = sourceModel() && column >= 0 ? sourceModel()->rowCount() : 0;
+    m_keys.reserve(static_cast<size_t>(rows));
+    for (int row = 0; row < rows; ++row)
+        m_keys.emplace_back(sourceModel()->index(row, column));
+    QSortFilterProxyModel::sort(column, order);
+    m_keys = {};
+}
+
 bool KilnUtil_TableSortProxy::lessThan(const QModelIndex &left, const QModelIndex &right) const
 {
-    const QVariant a = SortValue(left);
-    const QVariant b = SortValue(right);
-    if (IsWhole(a) && IsWhole(b))
-        return a.toLongLong() < b.toLongLong();
-    if (IsNumber(a) && IsNumber(b))
-        return a.toDouble() < b.toDouble();
-    // Numbers before texts, or the order of a mixed column would contradict itself.
-    if (IsNumber(a) != IsNumber(b))
-        return IsNumber(a);
-    return a.toString().compare(b.toString(), Qt::CaseInsensitive) < 0;
+    if (!m_keys.empty())
+        return m_keys[static_cast<size_t>(left.row())] < m_keys[static_cast<size_t>(right.row())];
+    return Key{left} < Key{right};
 }

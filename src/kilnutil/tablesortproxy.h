@@ -2,6 +2,8 @@
 
 #include <QSortFilterProxyModel>
 
+#include <vector>
+
 /// Sorts the rows of a model: numbers by size, everything else as text without regard to case.
 class KilnUtil_TableSortProxy final : public QSortFilterProxyModel
 {
@@ -16,6 +18,31 @@ public:
 
     explicit KilnUtil_TableSortProxy(QObject *parent);
 
+    void sort(int column, Qt::SortOrder order) override;
+
 protected:
     [[nodiscard]] bool lessThan(const QModelIndex &left, const QModelIndex &right) const override;
+
+private:
+    /// What a cell is compared by.
+    struct Key
+    {
+        enum class Kind
+        {
+            Whole,
+            Fraction,
+            Text
+        };
+        Kind kind;
+        qint64 whole = 0;
+        double fraction = 0;
+        QString text; ///< without regard to case
+
+        explicit Key(const QModelIndex &index);
+        [[nodiscard]] bool operator<(const Key &other) const;
+    };
+
+    /// Of all source rows while the whole table is sorted: a cell's text may be costly to make, and each is
+    /// compared many times. Else empty.
+    std::vector<Key> m_keys;
 };

@@ -34,6 +34,12 @@ void Taskmill_FinishedJobsModel::RemoveMissingRows()
     const Taskmill_RowRanges gone = Taskmill_RowsGone(
         m_jobIDs.size(), [this](qsizetype row) { return m_jobIDs[row]; }, jobs.size(),
         [&jobs](qsizetype position) { return jobs[position].JobID; });
+    if (gone.size() > Taskmill_MostRangesRemoved) {
+        beginResetModel();
+        m_jobIDs.clear();
+        endResetModel();
+        return;
+    }
     for (auto range = gone.crbegin(); range != gone.crend(); ++range) {
         beginRemoveRows({}, range->First, range->Last);
         m_jobIDs.remove(range->First, range->Last - range->First + 1);

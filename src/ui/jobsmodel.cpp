@@ -36,6 +36,12 @@ void Taskmill_JobsModel::RemoveMissingRows()
     const Taskmill_RowRanges gone = Taskmill_RowsGone(
         m_rows.size(), [this](qsizetype row) { return m_rows[row].jobID; }, jobs.size(),
         [&jobs](qsizetype position) { return jobs[position]->JobID(); });
+    if (gone.size() > Taskmill_MostRangesRemoved) {
+        beginResetModel();
+        m_rows.clear();
+        endResetModel();
+        return;
+    }
     for (auto range = gone.crbegin(); range != gone.crend(); ++range) {
         beginRemoveRows({}, range->First, range->Last);
         m_rows.remove(range->First, range->Last - range->First + 1);
