@@ -7,6 +7,7 @@
 #include <QInputDialog>
 #include <QMessageBox>
 
+#include <algorithm>
 #include <limits>
 
 using namespace Qt::Literals::StringLiterals;
@@ -61,6 +62,12 @@ WarnAnswer Ask(QMessageBox::Icon icon, QWidget *parent, const QString &title, co
     box.setTextFormat(Qt::PlainText);
     box.setDefaultButton(ButtonOf(defaultAnswer));
     return AnswerOf(box.exec(), mode);
+}
+
+/// "*.*" means all files, also where it would leave out those without a dot, as most executables are.
+QString WithAllFiles(QString filter)
+{
+    return filter.replace("(*.*)"_L1, "(*)"_L1);
 }
 } // namespace
 
@@ -127,22 +134,24 @@ void KilnUtil_WidgetPrompt::ShowInformation(const QString &title, const QString 
 QString KilnUtil_WidgetPrompt::AskOpenFileName(const QString &title, const QString &directory,
                                                const QString &filter)
 {
-    return QFileDialog::getOpenFileName(Parent(), title, directory, filter);
+    return QFileDialog::getOpenFileName(Parent(), title, directory, WithAllFiles(filter));
 }
 
 QString KilnUtil_WidgetPrompt::AskSaveFileName(const QString &title, const QString &directory,
                                                const QString &filter)
 {
-    return QFileDialog::getSaveFileName(Parent(), title, directory, filter);
+    return QFileDialog::getSaveFileName(Parent(), title, directory, WithAllFiles(filter));
 }
 
 KilnUtil_OpenFilesAnswer KilnUtil_WidgetPrompt::AskOpenFileNames(const KilnUtil_OpenFilesOptions &options)
 {
+    QStringList filters = options.NameFilters;
+    std::ranges::transform(filters, filters.begin(), WithAllFiles);
     QFileDialog dialog{Parent(), options.Title};
     dialog.setOption(QFileDialog::DontUseNativeDialog, !options.UseNativeBrowser);
-    KilnUtil_WidgetUtil::PrepQFileDialog(&dialog, options.Directory, options.NameFilters);
-    if (options.NameFilter >= 0 && options.NameFilter < options.NameFilters.size())
-        dialog.selectNameFilter(options.NameFilters[options.NameFilter]);
+    KilnUtil_WidgetUtil::PrepQFileDialog(&dialog, options.Directory, filters);
+    if (options.NameFilter >= 0 && options.NameFilter < filters.size())
+        dialog.selectNameFilter(filters[options.NameFilter]);
 
     const QString name = u"File Browser"_s;
     if (!options.UseNativeBrowser)
@@ -152,6 +161,6 @@ KilnUtil_OpenFilesAnswer KilnUtil_WidgetPrompt::AskOpenFileNames(const KilnUtil_
         KilnUtil_WidgetUtil::SaveWindowSettings(&dialog, options.SettingsGroup, name);
     if (!accepted)
         return {};
-    const auto filter = options.NameFilters.indexOf(dialog.selectedNameFilter());
+    const auto filter = filters.indexOf(dialog.selectedNameFilter());
     return {.Files = dialog.selectedFiles(), .NameFilter = static_cast<int>(qMax(filter, qsizetype{0}))};
 }
