@@ -40,9 +40,9 @@ void Taskmill_FinishedJobsModel::RemoveMissingRows()
         endResetModel();
         return;
     }
-    for (auto range = gone.crbegin(); range != gone.crend(); ++range) {
-        beginRemoveRows({}, range->First, range->Last);
-        m_jobIDs.remove(range->First, range->Last - range->First + 1);
+    for (const Taskmill_RowRange &range : gone) {
+        beginRemoveRows({}, range.First, range.Last);
+        m_jobIDs.remove(range.First, range.Last - range.First + 1);
         endRemoveRows();
     }
 }

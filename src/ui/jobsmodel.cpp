@@ -42,9 +42,9 @@ void Taskmill_JobsModel::RemoveMissingRows()
         endResetModel();
         return;
     }
-    for (auto range = gone.crbegin(); range != gone.crend(); ++range) {
-        beginRemoveRows({}, range->First, range->Last);
-        m_rows.remove(range->First, range->Last - range->First + 1);
+    for (const Taskmill_RowRange &range : gone) {
+        beginRemoveRows({}, range.First, range.Last);
+        m_rows.remove(range.First, range.Last - range.First + 1);
         endRemoveRows();
     }
 }

@@ -117,7 +117,7 @@ QWidget *Taskmill_MainWindow::PageOf(Taskmill_Page page) const
     return m_tabs->widget(static_cast<int>(page));
 }
 
-void Taskmill_MainWindow::SetContent(Taskmill_Page page, QWidget *content)
+void Taskmill_MainWindow::SetContent(Taskmill_Page page, QWidget *content) const
 {
     PageOf(page)->layout()->addWidget(content);
     PageOf(page)->setFocusProxy(content);

@@ -32,7 +32,7 @@ public:
     /// The parent of a page's content.
     [[nodiscard]] QWidget *PageOf(Taskmill_Page page) const;
     /// Puts the content into its page, which must be its parent.
-    void SetContent(Taskmill_Page page, QWidget *content);
+    void SetContent(Taskmill_Page page, QWidget *content) const;
     /// Marks the tab of a queue that is paused.
     void ShowPaused(Taskmill_Page page, bool paused);
     [[nodiscard]] Taskmill_Page CurrentPage() const;

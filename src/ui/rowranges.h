@@ -2,6 +2,8 @@
 
 #include <QList>
 
+#include <algorithm>
+
 /// Consecutive rows of a table, the last one included.
 struct Taskmill_RowRange
 {
@@ -13,9 +15,9 @@ using Taskmill_RowRanges = QList<Taskmill_RowRange>;
 /// A view takes so many removals one by one in good time; beyond, its model is reset.
 constexpr qsizetype Taskmill_MostRangesRemoved = 100;
 
-/// The rows whose record has left its list, from the top. Such a list changes by removals anywhere and by
-/// additions at its end, so the rows that stay are found in one walk through both. The functions give the
-/// number that a row shows, and the number at a position of the list.
+/// The rows whose record has left its list, from the bottom, so that they can be removed in turn. Such a list
+/// changes by removals anywhere and by additions at its end, so the rows that stay are found in one walk
+/// through both. The functions give the number that a row shows, and the number at a position of the list.
 template <typename ShownID, typename ListedID>
 [[nodiscard]] Taskmill_RowRanges Taskmill_RowsGone(qsizetype rows, ShownID shownID, qsizetype count,
                                                    ListedID listedID)
@@ -31,5 +33,6 @@ template <typename ShownID, typename ListedID>
         else
             gone.append({row, row});
     }
+    std::ranges::reverse(gone);
     return gone;
 }
