@@ -16,6 +16,7 @@
 #include "service/instanceprobe.h"
 #include "service/version.h"
 #include "ui/appwindow.h"
+#include "ui/programicon.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -164,7 +165,7 @@ public:
             Taskmill_IsGuiMode() ? static_cast<KilnUtil_UserPrompt *>(&m_widgetPrompt) : &m_consolePrompt);
         if (Taskmill_IsGuiMode()) {
             m_outputWindow =
-                std::make_unique<KilnUtil_OutputWindow>(Taskmill_VersionText(), QIcon{u":/taskmillgui"_s});
+                std::make_unique<KilnUtil_OutputWindow>(Taskmill_VersionText(), Taskmill_ProgramIcon());
         }
     }
 

@@ -337,7 +337,8 @@ void Taskmill_AppWindow::ShutDown()
     m_project.CloseProject();
     if (m_window)
         QApplication::closeAllWindows();
-    m_trayIcon.reset();
+    if (m_trayIcon)
+        m_trayIcon->Hide();
     if (m_console) {
         Taskmill_SetConsolePrinter({});
         m_console->QuitSlot();

@@ -15,6 +15,8 @@ public:
     /// Whether the desktop has a tray at present, from where a hidden window can be brought back.
     [[nodiscard]] static bool IsInReach();
 
+    /// For good. It is not destroyed then, as its menu may be what has led there.
+    void Hide() { m_icon.hide(); }
     void SetToolTip(const QString &toolTip) { m_icon.setToolTip(toolTip); }
 
 Q_SIGNALS:
