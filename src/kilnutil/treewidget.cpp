@@ -48,7 +48,7 @@ void KilnUtil_TreeWidget::SetSorting(bool sorting)
 {
     setSortingEnabled(sorting);
     // Rows that are sorted have no place of their own.
-    setDragDropMode(sorting ? QAbstractItemView::DropOnly : QAbstractItemView::DragDrop);
+    setDragDropMode(sorting ? QAbstractItemView::DropOnly : QAbstractItemView::InternalMove);
 }
 
 void KilnUtil_TreeWidget::SetEmptyText(const QString &text)
