@@ -142,9 +142,9 @@ void Taskmill_JobTypesWidget::BuildTable()
 
 bool Taskmill_JobTypesWidget::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_frame && event->type() == QEvent::PaletteChange)
+    if (event->type() == QEvent::PaletteChange)
         UpdateMarkColour();
-    else if (watched == m_frame && event->type() == QEvent::Show)
+    else if (event->type() == QEvent::Show)
         FillTable();
     return QObject::eventFilter(watched, event);
 }

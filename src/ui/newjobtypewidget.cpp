@@ -72,6 +72,14 @@ Taskmill_NewJobTypeWidget::Taskmill_NewJobTypeWidget(QWidget *parent)
     ConnectFields();
 }
 
+Taskmill_NewJobTypeWidget::~Taskmill_NewJobTypeWidget()
+{
+    // A field that loses the keyboard with the window would still tell that it was edited.
+    const auto edits = findChildren<QLineEdit *>();
+    for (QLineEdit *edit : edits)
+        edit->disconnect(this);
+}
+
 void Taskmill_NewJobTypeWidget::MakeFields()
 {
     m_name = new QLineEdit{this};

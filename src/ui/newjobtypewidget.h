@@ -18,6 +18,8 @@ class Taskmill_NewJobTypeWidget final : public QDialog
 
 public:
     explicit Taskmill_NewJobTypeWidget(QWidget *parent);
+    ~Taskmill_NewJobTypeWidget() override;
+    Q_DISABLE_COPY_MOVE(Taskmill_NewJobTypeWidget)
 
     /// Fills the fields from a record. "Ok" stays as it is.
     void Load(const Taskmill_JobType &jobType);

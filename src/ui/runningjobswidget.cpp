@@ -121,7 +121,7 @@ void Taskmill_RunningJobsWidget::BuildTable()
 
 bool Taskmill_RunningJobsWidget::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_frame && event->type() == QEvent::Show)
+    if (event->type() == QEvent::Show)
         RefreshSlot();
     return QObject::eventFilter(watched, event);
 }
