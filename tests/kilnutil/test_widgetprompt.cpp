@@ -56,7 +56,7 @@ void TestWidgetPrompt::BrowserAsksForSeveralFiles()
             filter = dialog->selectedNameFilter();
             size = dialog->size();
             dialog->resize(777, 555);
-            dialog->selectNameFilter(options.NameFilters.first());
+            dialog->selectNameFilter(dialog->nameFilters().first());
             dialog->findChild<QLineEdit *>()->setText(u"\"INPUT\" \"b.in\""_s);
             accept ? dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Open)->click()
                    : dialog->reject();
