@@ -1,14 +1,12 @@
 #pragma once
 
-#include <QAbstractTableModel>
-#include <QList>
-#include <QStringList>
+#include "ui/jobtablemodel.h"
 
 class Taskmill_FinishedJobs;
 
 /// The rows of the finished-jobs tab. They are those of the last Refresh(), which is cheap when jobs have
 /// only been added, however many there are.
-class Taskmill_FinishedJobsModel final : public QAbstractTableModel
+class Taskmill_FinishedJobsModel final : public Taskmill_JobTableModel
 {
     Q_OBJECT
 
@@ -21,17 +19,17 @@ public:
     /// the list itself.
     void Refresh();
 
-    [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
-    [[nodiscard]] int columnCount(const QModelIndex &parent = {}) const override;
-    [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
-    [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+protected:
+    [[nodiscard]] qsizetype RowCount() const override { return m_jobIDs.size(); }
+    [[nodiscard]] int JobIDOfRow(qsizetype row) const override { return m_jobIDs[row]; }
+    [[nodiscard]] Taskmill_JobStatus StatusOfRow(qsizetype row) const override;
+    [[nodiscard]] QString TextOf(qsizetype row, int column) const override;
 
 private:
     void RemoveMissingRows();
     void AppendNewRows();
 
     const Taskmill_FinishedJobs &m_jobs;
-    const QStringList m_headers;
     QList<int> m_jobIDs; ///< of the rows
     int m_generation;    ///< of the list, when the rows were made
 };

@@ -3,13 +3,6 @@
 #include "jobs/jobcontainer.h"
 #include "kilnutil/tablesortproxy.h"
 #include "service/listings.h"
-#include "ui/rowranges.h"
-#include "ui/statusicon.h"
-
-namespace {
-constexpr int jobIDColumn = 0;
-constexpr int statusColumn = 2;
-} // namespace
 
 bool Taskmill_JobsModel::Row::Shows(const Taskmill_JobRecord &job) const
 {
@@ -17,9 +10,8 @@ bool Taskmill_JobsModel::Row::Shows(const Taskmill_JobRecord &job) const
 }
 
 Taskmill_JobsModel::Taskmill_JobsModel(const Taskmill_JobContainer &jobs, QObject *parent)
-    : QAbstractTableModel{parent}
+    : Taskmill_JobTableModel{Taskmill_Listings::QueueHeaders(), parent}
     , m_jobs{jobs}
-    , m_headers{Taskmill_Listings::QueueHeaders()}
 {
 }
 
@@ -36,17 +28,7 @@ void Taskmill_JobsModel::RemoveMissingRows()
     const Taskmill_RowRanges gone = Taskmill_RowsGone(
         m_rows.size(), [this](qsizetype row) { return m_rows[row].jobID; }, jobs.size(),
         [&jobs](qsizetype position) { return jobs[position]->JobID(); });
-    if (gone.size() > Taskmill_MostRangesRemoved) {
-        beginResetModel();
-        m_rows.clear();
-        endResetModel();
-        return;
-    }
-    for (const Taskmill_RowRange &range : gone) {
-        beginRemoveRows({}, range.First, range.Last);
-        m_rows.remove(range.First, range.Last - range.First + 1);
-        endRemoveRows();
-    }
+    TakeOut(gone, m_rows);
 }
 
 void Taskmill_JobsModel::AppendNewRows()
@@ -100,53 +82,14 @@ QList<int> Taskmill_JobsModel::JobIDsAt(const QList<int> &positions) const
     return jobIDs;
 }
 
-int Taskmill_JobsModel::rowCount(const QModelIndex &parent) const
+QString Taskmill_JobsModel::TextOf(qsizetype position, int column) const
 {
-    return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
-}
-
-int Taskmill_JobsModel::columnCount(const QModelIndex &parent) const
-{
-    return parent.isValid() ? 0 : static_cast<int>(m_headers.size());
-}
-
-const QStringList &Taskmill_JobsModel::TextsOf(const Row &row) const
-{
-    static const QStringList noTexts{{}, {}, {}, {}, {}, {}, {}, {}};
-    if (!row.texts.isEmpty())
-        return row.texts;
-    const Taskmill_Job *job = m_jobs.FindByJobID(row.jobID);
-    if (!job)
-        return noTexts;
-    row.texts = Taskmill_Listings::QueueRow(job->Record());
-    return row.texts;
-}
-
-QVariant Taskmill_JobsModel::data(const QModelIndex &index, int role) const
-{
-    if (!index.isValid())
-        return {};
-    const Row &row = m_rows[index.row()];
-    switch (role) {
-    case Qt::DisplayRole:
-    case KilnUtil_TableSortProxy::SortRole:
-        if (index.column() == jobIDColumn)
-            return row.jobID;
-        return TextsOf(row)[index.column()];
-    case Qt::DecorationRole:
-        return index.column() == statusColumn ? Taskmill_StatusIcon(row.status) : QVariant{};
-    case Qt::TextAlignmentRole:
-        return QVariant{Qt::AlignLeft | Qt::AlignVCenter};
-    case KilnUtil_TableSortProxy::PositionRole:
-        return index.row();
-    default:
-        return {};
+    const Row &row = m_rows[position];
+    if (row.texts.isEmpty()) {
+        const Taskmill_Job *job = m_jobs.FindByJobID(row.jobID);
+        if (!job)
+            return {};
+        row.texts = Taskmill_Listings::QueueRow(job->Record());
     }
-}
-
-QVariant Taskmill_JobsModel::headerData(int section, Qt::Orientation orientation, int role) const
-{
-    if (orientation == Qt::Horizontal && role == Qt::DisplayRole)
-        return m_headers.value(section);
-    return QAbstractTableModel::headerData(section, orientation, role);
+    return row.texts[column];
 }

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "jobs/jobrecord.h"
+#include "ui/jobtablemodel.h"
 
-#include <QAbstractTableModel>
 #include <QList>
 #include <QStringList>
 
@@ -10,7 +10,7 @@ class Taskmill_JobContainer;
 
 /// The rows of a queue tab. They are those of the last Refresh(): jobs may have come and gone since, so a row
 /// leads to its job by the job's number only.
-class Taskmill_JobsModel final : public QAbstractTableModel
+class Taskmill_JobsModel final : public Taskmill_JobTableModel
 {
     Q_OBJECT
 
@@ -27,10 +27,11 @@ public:
     /// Of several rows, in their order. Empty when one of them does not exist.
     [[nodiscard]] QList<int> JobIDsAt(const QList<int> &positions) const;
 
-    [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
-    [[nodiscard]] int columnCount(const QModelIndex &parent = {}) const override;
-    [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
-    [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+protected:
+    [[nodiscard]] qsizetype RowCount() const override { return m_rows.size(); }
+    [[nodiscard]] int JobIDOfRow(qsizetype row) const override { return m_rows[row].jobID; }
+    [[nodiscard]] Taskmill_JobStatus StatusOfRow(qsizetype row) const override { return m_rows[row].status; }
+    [[nodiscard]] QString TextOf(qsizetype row, int column) const override;
 
 private:
     struct Row
@@ -48,9 +49,7 @@ private:
     void RemoveMissingRows();
     void AppendNewRows();
     void UpdateRows();
-    [[nodiscard]] const QStringList &TextsOf(const Row &row) const;
 
     const Taskmill_JobContainer &m_jobs;
-    const QStringList m_headers;
     QList<Row> m_rows;
 };

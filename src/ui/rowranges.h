@@ -12,9 +12,6 @@ struct Taskmill_RowRange
 };
 using Taskmill_RowRanges = QList<Taskmill_RowRange>;
 
-/// A view takes so many removals one by one in good time; beyond, its model is reset.
-constexpr qsizetype Taskmill_MostRangesRemoved = 100;
-
 /// The rows whose record has left its list, from the bottom, so that they can be removed in turn. Such a list
 /// changes by removals anywhere and by additions at its end, so the rows that stay are found in one walk
 /// through both. The functions give the number that a row shows, and the number at a position of the list.

@@ -1,0 +1,53 @@
+#include "ui/jobtablemodel.h"
+
+#include "kilnutil/tablesortproxy.h"
+#include "ui/statusicon.h"
+
+namespace {
+constexpr int jobIDColumn = 0;
+constexpr int statusColumn = 2;
+} // namespace
+
+Taskmill_JobTableModel::Taskmill_JobTableModel(QStringList headers, QObject *parent)
+    : QAbstractTableModel{parent}
+    , m_headers{std::move(headers)}
+{
+}
+
+int Taskmill_JobTableModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(RowCount());
+}
+
+int Taskmill_JobTableModel::columnCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(m_headers.size());
+}
+
+QVariant Taskmill_JobTableModel::data(const QModelIndex &index, int role) const
+{
+    if (!index.isValid() || index.row() >= RowCount())
+        return {};
+    switch (role) {
+    case Qt::DisplayRole:
+    case KilnUtil_TableSortProxy::SortRole:
+        if (index.column() == jobIDColumn)
+            return JobIDOfRow(index.row());
+        return TextOf(index.row(), index.column());
+    case Qt::DecorationRole:
+        return index.column() == statusColumn ? Taskmill_StatusIcon(StatusOfRow(index.row())) : QVariant{};
+    case Qt::TextAlignmentRole:
+        return QVariant{Qt::AlignLeft | Qt::AlignVCenter};
+    case KilnUtil_TableSortProxy::PositionRole:
+        return index.row();
+    default:
+        return {};
+    }
+}
+
+QVariant Taskmill_JobTableModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation == Qt::Horizontal && role == Qt::DisplayRole)
+        return m_headers.value(section);
+    return QAbstractTableModel::headerData(section, orientation, role);
+}

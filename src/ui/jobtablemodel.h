@@ -1,0 +1,51 @@
+#pragma once
+
+#include "jobs/jobstatus.h"
+#include "ui/rowranges.h"
+
+#include <QAbstractTableModel>
+#include <QList>
+#include <QStringList>
+
+/// What the tables of jobs have in common: the number in the first column, the status with its mark in the
+/// third, the role that leads from a cell to its row, and one way to take rows out.
+class Taskmill_JobTableModel : public QAbstractTableModel
+{
+    Q_OBJECT
+
+public:
+    [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
+    [[nodiscard]] int columnCount(const QModelIndex &parent = {}) const override;
+    [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
+    [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+protected:
+    Taskmill_JobTableModel(QStringList headers, QObject *parent);
+
+    [[nodiscard]] virtual qsizetype RowCount() const = 0;
+    [[nodiscard]] virtual int JobIDOfRow(qsizetype row) const = 0;
+    [[nodiscard]] virtual Taskmill_JobStatus StatusOfRow(qsizetype row) const = 0;
+    [[nodiscard]] virtual QString TextOf(qsizetype row, int column) const = 0;
+
+    /// Takes rows out of the list behind the table. A view takes so many removals one by one in good time;
+    /// beyond, all rows go, for the caller to append those that stay.
+    template <typename T>
+    void TakeOut(const Taskmill_RowRanges &gone, QList<T> &rows)
+    {
+        constexpr qsizetype mostOneByOne = 100;
+        if (gone.size() > mostOneByOne) {
+            beginResetModel();
+            rows.clear();
+            endResetModel();
+            return;
+        }
+        for (const Taskmill_RowRange &range : gone) {
+            beginRemoveRows({}, range.First, range.Last);
+            rows.remove(range.First, range.Last - range.First + 1);
+            endRemoveRows();
+        }
+    }
+
+private:
+    const QStringList m_headers;
+};
