@@ -1,9 +1,10 @@
 #include "app/debuglog.h"
 
+#include "kilnutil/standardstreams.h"
+
 #include <QFile>
 #include <QLoggingCategory>
 
-#include <cstdio>
 #include <memory>
 #include <mutex>
 
@@ -43,12 +44,11 @@ void CloseLog()
 void WriteMessage(QtMsgType type, const QMessageLogContext &, const QString &message)
 {
     const std::scoped_lock lock{mutex};
-    const QByteArray text = message.toLocal8Bit();
     if (logFile) {
-        logFile->write(PrefixOf(type) + text + '\n');
+        logFile->write(PrefixOf(type) + message.toUtf8() + '\n');
         logFile->flush();
     } else {
-        std::fprintf(stderr, "%s %s\n", PrefixOf(type), text.constData());
+        KilnUtil_StandardStreams::Write(stderr, QLatin1StringView{PrefixOf(type)} + u' ' + message + u'\n');
     }
     // The toolkit ends the program after a fatal message.
     if (type == QtFatalMsg)

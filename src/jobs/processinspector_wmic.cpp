@@ -1,5 +1,7 @@
 #include "jobs/processinspector_wmic.h"
 
+#include "kilnutil/standardstreams.h"
+
 #include <QDeadlineTimer>
 #include <QProcess>
 #include <QThread>
@@ -62,5 +64,5 @@ QString Taskmill_WmicProcessInspector::RunTool(const QStringList &arguments, boo
         tool.kill();
         tool.waitForFinished(1000);
     }
-    return QString::fromLocal8Bit(tool.readAllStandardOutput());
+    return KilnUtil_StandardStreams::TextOfTool(tool.readAllStandardOutput());
 }

@@ -1,10 +1,8 @@
 #include "service/consoleterminal.h"
 
-#include <cstdio>
+#include "kilnutil/standardstreams.h"
 
 void Taskmill_WriteToStandardOutput(const QString &text)
 {
-    const QByteArray bytes = text.toLocal8Bit();
-    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stdout);
-    std::fflush(stdout);
+    KilnUtil_StandardStreams::Write(stdout, text);
 }

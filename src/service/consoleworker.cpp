@@ -1,5 +1,6 @@
 #include "service/consoleworker.h"
 
+#include "kilnutil/standardstreams.h"
 #include "service/console.h"
 #include "service/consoleshell.h"
 #include "service/project.h"
@@ -406,5 +407,6 @@ void Taskmill_Console_Worker::ListDirectory(const QString &line)
         if (m_console.IsQuitting())
             process.kill();
     }
-    Print(u'\n' + QString::fromLocal8Bit(process.readAllStandardOutput()) + u"\n\n"_s);
+    QString listing = KilnUtil_StandardStreams::TextOfTool(process.readAllStandardOutput());
+    Print(u'\n' + listing.replace("\r\n"_L1, "\n"_L1) + u"\n\n"_s);
 }
