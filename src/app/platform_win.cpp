@@ -8,22 +8,83 @@
 #include <atomic>
 #include <cstdio>
 
+#include <io.h>
 #include <windows.h>
 
 namespace {
 std::function<void()> quitCall;
-std::atomic<bool> signalSeen{false};
+std::atomic<bool> eventSeen{false};
+
+bool EndsTheProgram(DWORD event)
+{
+    return event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT;
+}
 
 /// Runs on a thread of the system's own.
-BOOL WINAPI HandleConsoleEvent(DWORD)
+BOOL WINAPI HandleConsoleEvent(DWORD event)
 {
-    if (signalSeen.exchange(true)) {
+    if (eventSeen.exchange(true)) {
         KilnUtil_Platform::KillRegisteredChildren();
         return FALSE;
     }
     QMetaObject::invokeMethod(
-        QCoreApplication::instance(), [] { quitCall(); }, Qt::BlockingQueuedConnection);
+        QCoreApplication::instance(), [] { quitCall(); }, Qt::QueuedConnection);
+    // The system ends the program when this returns; until then it grants some seconds.
+    if (EndsTheProgram(event))
+        Sleep(INFINITE);
     return TRUE;
+}
+
+bool IsConsole(HANDLE handle)
+{
+    DWORD mode = 0;
+    return GetConsoleMode(handle, &mode) != 0;
+}
+
+/// Whether the stream was redirected to a file, a pipe or the null device, which then is left alone.
+bool IsRedirected(HANDLE handle)
+{
+    return handle && handle != INVALID_HANDLE_VALUE && GetFileType(handle) != FILE_TYPE_UNKNOWN &&
+           !IsConsole(handle);
+}
+
+/// Puts redirected streams back that a new console has taken the place of.
+class RedirectedStreams
+{
+public:
+    RedirectedStreams()
+    {
+        for (Stream &stream : m_streams)
+            stream.handle = GetStdHandle(stream.which);
+    }
+    ~RedirectedStreams()
+    {
+        for (const Stream &stream : m_streams) {
+            if (IsRedirected(stream.handle))
+                SetStdHandle(stream.which, stream.handle);
+        }
+    }
+    Q_DISABLE_COPY_MOVE(RedirectedStreams)
+
+private:
+    struct Stream
+    {
+        DWORD which = 0;
+        HANDLE handle = nullptr;
+    };
+    std::array<Stream, 3> m_streams{
+        {{.which = STD_INPUT_HANDLE}, {.which = STD_OUTPUT_HANDLE}, {.which = STD_ERROR_HANDLE}}};
+};
+
+void Reconnect(DWORD which, FILE *stream, const char *name, const char *mode)
+{
+    if (!IsRedirected(GetStdHandle(which))) {
+        FILE *reopened = nullptr;
+        // The run-time library of a program without a console does not tell the system of the new handle.
+        if (freopen_s(&reopened, name, mode, stream) == 0)
+            SetStdHandle(which, reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream))));
+    }
+    std::setvbuf(stream, nullptr, _IONBF, 0);
 }
 } // namespace
 
@@ -48,27 +109,24 @@ bool Taskmill_Platform::HasDisplay(const QStringList &)
 
 bool Taskmill_Platform::AttachToParentConsole()
 {
+    const RedirectedStreams streams;
     return AttachConsole(ATTACH_PARENT_PROCESS) != 0;
 }
 
 bool Taskmill_Platform::OpenConsole()
 {
+    const RedirectedStreams streams;
     return AllocConsole() != 0;
 }
 
 void Taskmill_Platform::ReconnectStreams()
 {
-    const auto reopenUnlessRedirected = [](DWORD handle, FILE *stream, const char *name, const char *mode) {
-        if (GetFileType(GetStdHandle(handle)) == FILE_TYPE_UNKNOWN ||
-            GetFileType(GetStdHandle(handle)) == FILE_TYPE_CHAR) {
-            FILE *reopened = nullptr;
-            freopen_s(&reopened, name, mode, stream);
-        }
-        std::setvbuf(stream, nullptr, _IONBF, 0);
-    };
-    reopenUnlessRedirected(STD_OUTPUT_HANDLE, stdout, "CONOUT$", "w");
-    reopenUnlessRedirected(STD_INPUT_HANDLE, stdin, "CONIN$", "r");
-    reopenUnlessRedirected(STD_ERROR_HANDLE, stderr, "CONOUT$", "w");
+    Reconnect(STD_OUTPUT_HANDLE, stdout, "CONOUT$", "w");
+    Reconnect(STD_INPUT_HANDLE, stdin, "CONIN$", "r");
+    Reconnect(STD_ERROR_HANDLE, stderr, "CONOUT$", "w");
+    // Otherwise the toolkit's warnings go to the debugger when standard error is redirected. The jobs do not
+    // inherit this: their environment was taken before.
+    qputenv("QT_FORCE_STDERR_LOGGING", "1");
 }
 
 void Taskmill_Platform::ReleaseConsole()
