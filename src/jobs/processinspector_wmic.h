@@ -11,8 +11,7 @@ public:
     /// A run of the tool that takes longer is abandoned; what it printed until then is used.
     explicit Taskmill_WmicProcessInspector(std::chrono::milliseconds timeLimit = std::chrono::seconds{30});
 
-protected:
-    QString ListingText() override;
+    [[nodiscard]] QString ListingText() override;
     void EndProcess(int processID) override;
     void EndChildren(int processID) override;
 
