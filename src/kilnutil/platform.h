@@ -12,7 +12,8 @@ namespace KilnUtil_Platform {
 /// that keyboard signals to the manager do not reach it.
 void PrepareChild(QProcess &process, const QString &argumentText);
 
-/// To be called once the process runs: it is known to KillRegisteredChildren until UnregisterChild.
+/// To be called once the process runs, which on Windows it does only from then on: it is known to
+/// KillRegisteredChildren until UnregisterChild.
 void RegisterChild(qint64 processID);
 void UnregisterChild(qint64 processID);
 
