@@ -97,17 +97,19 @@ QString KilnUtil_Registry::PreferencesDirPath()
 
 QVariant KilnUtil_Registry::Value(const QString &key, const QVariant &fallback)
 {
-    return QSettings{QSettings::UserScope, organisation, application}.value(FullKey(key), fallback);
+    return QSettings{QSettings::defaultFormat(), QSettings::UserScope, organisation, application}.value(
+        FullKey(key), fallback);
 }
 
 bool KilnUtil_Registry::HasUnversionedValue(const QString &key)
 {
-    return QSettings{QSettings::UserScope, organisation, application}.contains(key);
+    return QSettings{QSettings::defaultFormat(), QSettings::UserScope, organisation, application}.contains(
+        key);
 }
 
 void KilnUtil_Registry::SetValue(const QString &key, const QVariant &value)
 {
-    QSettings settings{QSettings::UserScope, organisation, application};
+    QSettings settings{QSettings::defaultFormat(), QSettings::UserScope, organisation, application};
     settings.setValue(FullKey(key), value);
     settings.sync();
     if (settings.status() != QSettings::NoError)

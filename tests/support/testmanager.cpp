@@ -5,14 +5,13 @@
 #include "support/testutil.h"
 
 #include <QFileInfo>
-#include <QSettings>
 
 using namespace Qt::Literals::StringLiterals;
 
 TestManager::TestManager()
 {
     Taskmill_SetRunMode(Taskmill_RunMode::Console);
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, directory.path());
+    KeepSettingsIn(directory.path());
     qputenv("GAUSS_EXEDIR", directory.path().toLocal8Bit());
     qputenv("VELTRA_EXE", Path(u"veltra"_s).toLocal8Bit());
 }

@@ -1,7 +1,9 @@
 #include "support/testutil.h"
 
 #include <QFile>
+#include <QLibrary>
 #include <QRegularExpression>
+#include <QSettings>
 #include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -30,4 +32,21 @@ QByteArray ReadTestFile(const QString &path)
 {
     QFile file{path};
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray{};
+}
+
+void KeepSettingsIn(const QString &directory)
+{
+    // The system's own format is the registry on Windows.
+    QSettings::setDefaultFormat(QSettings::IniFormat);
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, directory);
+}
+
+QByteArray WithPlainLineEnds(QByteArray text)
+{
+    return isWindows ? text.replace("\r\n", "\n") : text;
+}
+
+bool RunsUnderWine()
+{
+    return isWindows && QLibrary{u"ntdll"_s}.resolve("wine_get_version");
 }

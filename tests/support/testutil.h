@@ -12,3 +12,18 @@ void FailOnQtWarnings();
 /// Writes a file that must succeed; returns its path.
 QString WriteTestFile(const QString &path, const QByteArray &content);
 [[nodiscard]] QByteArray ReadTestFile(const QString &path);
+
+/// Settings are kept in a file below the directory from now on, and not where the user has his own.
+void KeepSettingsIn(const QString &directory);
+
+/// Text of a program with the line ends that it would have on every other system.
+[[nodiscard]] QByteArray WithPlainLineEnds(QByteArray text);
+
+/// For tests of what only Windows has, or cannot have.
+#ifdef Q_OS_WIN
+constexpr bool isWindows = true;
+#else
+constexpr bool isWindows = false;
+#endif
+/// Wine is Windows nearly everywhere.
+[[nodiscard]] bool RunsUnderWine();
