@@ -127,7 +127,7 @@ void TestDebugLog::OptionsDecideWhere()
     QCOMPARE(m_copy->exitStatus(), QProcess::NormalExit);
     QCOMPARE(m_copy->exitCode(), level);
 
-    const QByteArray errors = m_copy->readAllStandardError();
+    const QByteArray errors = WithPlainLineEnds(m_copy->readAllStandardError());
     const QStringList expectedFiles = file.isEmpty() ? QStringList{} : QStringList{file};
     QCOMPARE(QDir{m_directory->path()}.entryList(QDir::Files), expectedFiles);
     if (!file.isEmpty()) {

@@ -1,5 +1,7 @@
 #include "ctlrun.h"
 
+#include "support/testutil.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -50,10 +52,11 @@ CtlResult RunCtl(const QStringList &arguments, const CtlPlace &place)
     if (!QTest::qWaitFor(hasEnded, 60000)) {
         process.kill();
         process.waitForFinished();
-        return {.out = process.readAllStandardOutput(), .err = process.readAllStandardError()};
+        return {.out = WithPlainLineEnds(process.readAllStandardOutput()),
+                .err = WithPlainLineEnds(process.readAllStandardError())};
     }
     const bool normal = process.exitStatus() == QProcess::NormalExit;
     return {.status = normal ? process.exitCode() : -1,
-            .out = process.readAllStandardOutput(),
-            .err = process.readAllStandardError()};
+            .out = WithPlainLineEnds(process.readAllStandardOutput()),
+            .err = WithPlainLineEnds(process.readAllStandardError())};
 }

@@ -8,8 +8,6 @@
 #include <QTcpSocket>
 #include <QtTest>
 
-#include <csignal>
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -19,9 +17,11 @@ constexpr QByteArrayView prompt = "<Taskmill> ";
 QProcessEnvironment Environment(const QString &directory, quint16 consolePort, quint16 guiPort)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const QString &variable : {u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s, u"QT_QPA_PLATFORM"_s})
+    // Windows always has a display.
+    for (const QString &variable : {u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s,
+                                    isWindows ? u"QT_FORCE_STDERR_LOGGING"_s : u"QT_QPA_PLATFORM"_s})
         environment.remove(variable);
-    for (const QString &variable : {u"HOME"_s, u"XDG_CONFIG_HOME"_s, u"XDG_RUNTIME_DIR"_s})
+    for (const QString &variable : {u"HOME"_s, u"USERPROFILE"_s, u"XDG_CONFIG_HOME"_s, u"XDG_RUNTIME_DIR"_s})
         environment.insert(variable, directory);
     environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
     environment.insert(u"TERM"_s, u"xterm"_s);
@@ -40,8 +40,9 @@ ManagerProcess::ManagerProcess(QString directory, Input input)
 ManagerProcess::~ManagerProcess()
 {
     if (m_process && m_process->state() != QProcess::NotRunning) {
-        m_process->terminate();
-        if (!m_process->waitForFinished())
+        if constexpr (!isWindows)
+            m_process->terminate();
+        if (isWindows || !m_process->waitForFinished())
             m_process->kill();
         m_process->waitForFinished();
     }
@@ -94,25 +95,10 @@ void ManagerProcess::Launch(const QStringList &arguments, quint16 consolePort, q
     m_process->setWorkingDirectory(m_directory);
     m_process->setProcessEnvironment(Environment(m_directory, consolePort, guiPort));
     m_process->setStandardErrorFile(m_directory + u"/stderr"_s);
-    if (m_input == Input::Terminal) {
-        m_terminal = std::make_unique<PseudoTerminal>();
-        m_terminal->Attach(*m_process);
-        QObject::connect(m_terminal.get(), &PseudoTerminal::OutputSignal, m_process.get(),
-                         [this](const QByteArray &bytes) { m_output += bytes; });
-    } else if (m_input == Input::NullDevice) {
-        m_process->setStandardInputFile(QProcess::nullDevice());
-    }
+    PrepareInput();
     QObject::connect(m_process.get(), &QProcess::readyReadStandardOutput, m_process.get(),
-                     [this] { m_output += m_process->readAllStandardOutput(); });
+                     [this] { m_output = WithPlainLineEnds(m_output + m_process->readAllStandardOutput()); });
     m_process->start(QStringLiteral(TASKMILL_MANAGER), arguments);
-}
-
-void ManagerProcess::Type(const QByteArray &bytes)
-{
-    if (m_terminal)
-        m_terminal->Type(bytes);
-    else
-        m_process->write(bytes);
 }
 
 QByteArray ManagerProcess::ReadUntil(const QByteArray &text)
@@ -146,11 +132,6 @@ bool ManagerProcess::Ask(const QByteArray &line, const QByteArray &text)
     return Expect(text);
 }
 
-void ManagerProcess::Signal(int signal) const
-{
-    kill(ProcessID(), signal);
-}
-
 ManagerEnd ManagerProcess::End()
 {
     const auto hasEnded = [this] {
@@ -176,7 +157,7 @@ ManagerEnd ManagerProcess::Quit(const QByteArrayList &answers)
 
 QByteArray ManagerProcess::Errors() const
 {
-    return ReadTestFile(m_directory + u"/stderr"_s);
+    return WithPlainLineEnds(ReadTestFile(m_directory + u"/stderr"_s));
 }
 
 CtlResult ManagerProcess::Ctl(const QStringList &arguments) const

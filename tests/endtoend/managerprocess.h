@@ -1,11 +1,12 @@
 #pragma once
 
 #include "ctl/ctlrun.h"
-#include "endtoend/pseudoterminal.h"
 
 #include <QProcess>
 
 #include <memory>
+
+class PseudoTerminal;
 
 /// How a run of the manager came to its end.
 struct ManagerEnd
@@ -56,6 +57,7 @@ public:
     /// Types a line and waits for the text.
     [[nodiscard]] bool Ask(const QByteArray &line, const QByteArray &text);
 
+    /// Not on Windows, as a terminal for the input.
     void Signal(int signal) const;
     /// Waits for the end.
     [[nodiscard]] ManagerEnd End();
@@ -75,10 +77,12 @@ public:
 
 private:
     [[nodiscard]] bool HasStarted();
+    /// Gives the process what it is to read from, before it is started.
+    void PrepareInput();
 
     const QString m_directory;
     const Input m_input;
-    std::unique_ptr<PseudoTerminal> m_terminal;
+    std::shared_ptr<PseudoTerminal> m_terminal;
     std::unique_ptr<QProcess> m_process;
     quint16 m_consolePort = 0;
     QByteArray m_output;

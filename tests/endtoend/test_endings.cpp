@@ -1,3 +1,4 @@
+#include "endtoend/deafclient.h"
 #include "endtoend/notificationsink.h"
 #include "endtoend/processtable.h"
 #include "endtoend/projectfixture.h"

@@ -184,6 +184,8 @@ void TestRoads::KeepsTheEndsOfHugeOutput()
 void TestRoads::RunsHundredsOfJobsTwoAtATime()
 {
     constexpr int jobCount = 500;
+    if constexpr (isWindows)
+        QSKIP("The program that counts is a script of another shell");
     // Each job leaves a mark while it runs, and writes down how many marks there are.
     const QString script =
         m_project->InputFile(u"count.sh"_s, "#!/bin/sh\nmkdir \"$1.runs\"\nset -- *.runs \"$1\"\n"
@@ -246,6 +248,9 @@ void TestRoads::ClientTellsTheOutcome()
     const CtlResult failed = run(m_project->InputFile(u"b.bad"_s));
     QCOMPARE(failed.status, 1);
     QVERIFY(failed.out.contains("jobstatus=failed\njobexitcode=3\n"));
+    // The user is asked for the job type where there is a display, as always on Windows.
+    if constexpr (isWindows)
+        return;
     const QString unknown = m_project->InputFile(u"c.unknown"_s);
     const CtlResult refused = run(unknown);
     QCOMPARE(refused.status, 4);
@@ -263,15 +268,20 @@ void TestRoads::CarriesHardNamesToTheProgram()
     QVERIFY(m_project->AddTestType(u"Arguments"_s, u"args @OUTFILE -- \"@INFILE\" @INFILE2"_s,
                                    u"Files (*.in)"_s));
     QVERIFY(m_project->Start());
-    const QString directory = u"it's a \"hard\\ $HOME * directory\\"_s;
+    // Windows has no such names.
+    const QString directory =
+        isWindows ? u"it's a %PATH% ^ & directory"_s : u"it's a \"hard\\ $HOME * directory\\"_s;
     QVERIFY(QDir{m_project->Path(u""_s)}.mkdir(directory));
-    const QString input = m_project->InputFile(directory + u"/Übung 分子 ;`id` $PATH\\\".in"_s);
-    const QString second = m_project->InputFile(directory + u"/'second' \\"_s);
+    const QString input = m_project->InputFile(
+        directory + (isWindows ? u"/Übung 分子 ;`id` $PATH.in"_s : u"/Übung 分子 ;`id` $PATH\\\".in"_s));
+    const QString second =
+        m_project->InputFile(directory + (isWindows ? u"/'second' x"_s : u"/'second' \\"_s));
     const CtlResult run =
         Manager().Ctl({u"submit"_s, input, u"--input2"_s, second, u"--queue"_s, u"queueless"_s, u"--wait"_s});
     QCOMPARE(run.status, 0);
     const QString output = input.chopped(3) + u".out"_s;
-    const QByteArrayList arguments{"--", QFile::encodeName(input), QFile::encodeName(second), {}};
+    const QByteArrayList arguments{
+        "--", QDir::toNativeSeparators(input).toUtf8(), QDir::toNativeSeparators(second).toUtf8(), {}};
     QCOMPARE(ReadTestFile(output).split('\0'), arguments);
     QCOMPARE(SaveAndQuit().finishedJobs.value(0).InputFilePath, input);
 }

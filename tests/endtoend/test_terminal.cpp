@@ -1,5 +1,6 @@
 #include "endtoend/processtable.h"
 #include "endtoend/projectfixture.h"
+#include "endtoend/pseudoterminal.h"
 
 #include <QDir>
 #include <QtTest>

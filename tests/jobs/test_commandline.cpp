@@ -1,8 +1,8 @@
 #include "jobs/commandline.h"
-#include "kilnutil/stringutil.h"
+#include "kilnutil/process.h"
 #include "support/testutil.h"
 
-#include <QProcess>
+#include <QDir>
 #include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -88,8 +88,10 @@ void TestCommandLine::ExpandsTemplate()
 {
     QFETCH(Taskmill_JobRecord, job);
     const Taskmill_CommandLine expanded = Taskmill_ExpandCommandLine(job);
-    QTEST(expanded.Full, "full");
-    QTEST(expanded.Arguments, "arguments");
+    QFETCH(QString, full);
+    QFETCH(QString, arguments);
+    QCOMPARE(expanded.Full, QDir::toNativeSeparators(full));
+    QCOMPARE(expanded.Arguments, QDir::toNativeSeparators(arguments));
     QCOMPARE(job.CommandLine(), expanded.Full);
 }
 
@@ -120,10 +122,13 @@ void TestCommandLine::PlansLaunch()
 {
     QFETCH(Taskmill_JobRecord, job);
     const Taskmill_LaunchPlan plan = Taskmill_PlanLaunch(job);
-    QCOMPARE(plan.Program, job.JobType.ExecutablePath);
-    QTEST(plan.CommandLine, "commandLine");
-    QTEST(plan.Arguments, "arguments");
-    QTEST(plan.StandardInput, "standardInput");
+    QFETCH(QString, commandLine);
+    QFETCH(QString, arguments);
+    QFETCH(QByteArray, standardInput);
+    QCOMPARE(plan.Program, QDir::toNativeSeparators(job.JobType.ExecutablePath));
+    QCOMPARE(plan.CommandLine, QDir::toNativeSeparators(commandLine));
+    QCOMPARE(plan.Arguments, QDir::toNativeSeparators(arguments));
+    QCOMPARE(plan.StandardInput, standardInput.replace('/', QDir::separator().toLatin1()));
 }
 
 void TestCommandLine::KeepsEndlessPlaceholdersInBounds()
@@ -145,7 +150,10 @@ void TestCommandLine::CarriesAnyFileNameToTheProgram_data()
     QTest::newRow("single quote") << u"/w/it's here"_s;
     QTest::newRow("backslashes") << u"/w/a\\b\\\\c d\\\\\"e\\"_s;
     QTest::newRow("backslash at the end after a blank") << u"/w/a b\\"_s;
+    QTest::newRow("backslashes at the end after a blank") << u"/w/a b\\\\"_s;
     QTest::newRow("shell characters") << u"/w/$HOME `id` *; &"_s;
+    QTest::newRow("characters of cmd.exe") << u"/w/%PATH% %1 ^ ^^ & | < > !x!"_s;
+    QTest::newRow("the same without a blank") << u"/w/%PATH%^&|<>!x!"_s;
     QTest::newRow("non-ASCII") << u"/w/Übung 分子.in"_s;
 }
 
@@ -159,8 +167,14 @@ void TestCommandLine::CarriesAnyFileNameToTheProgram()
     job.InputFilePath2 = name;
     const Taskmill_LaunchPlan plan = Taskmill_PlanLaunch(job);
 
-    QCOMPARE(QProcess::execute(plan.Program, KilnUtil_String::MakeStringList(plan.Arguments, true)), 0);
-    const QByteArray argument = QFile::encodeName(name) + '\0';
+    KilnUtil_Process process{nullptr, {}, {}};
+    process.SetProgramText(plan.Program);
+    process.SetArgumentText(plan.Arguments);
+    const QSignalSpy finished{&process, &KilnUtil_Process::FinishedSignal};
+    process.Start();
+    QTRY_COMPARE(finished.size(), 1);
+    QCOMPARE(process.ExitCode(), 0);
+    const QByteArray argument = QDir::toNativeSeparators(name).toUtf8() + '\0';
     const QByteArray expected = argument + QByteArray{"-o"} + '\0' + argument;
     QCOMPARE(ReadTestFile(job.OutputFile), expected);
 }

@@ -137,7 +137,8 @@ void TestJob::FailsWhenItCannotRun()
     record.StandardOutputFile = outputFile.isEmpty() ? QString{} : Path(outputFile);
     Run(record);
     QCOMPARE(m_job->Status(), Taskmill_JobStatus::Failed);
-    QVERIFY2(Output().startsWith(u"Failed to start "_s + program), qPrintable(Output()));
+    QVERIFY2(Output().startsWith(u"Failed to start "_s + QDir::toNativeSeparators(program)),
+             qPrintable(Output()));
     QCoreApplication::processEvents();
     QCOMPARE(m_finished->size(), 1);
 }
@@ -154,16 +155,19 @@ void TestJob::RunsWithoutJobTypeAsFailed()
 
 void TestJob::CarriesHardNamesToTheProgram()
 {
-    const QString directory = Path(u"it's a \"hard\\ $HOME * directory\\"_s);
+    // No name on Windows has quotes, asterisks, tabs or backslashes.
+    const QString directory = Path(isWindows ? u"it's a %PATH% ^ & $HOME directory"_s
+                                             : u"it's a \"hard\\ $HOME * %PATH% ^ & directory\\"_s);
     QVERIFY(QDir{}.mkdir(directory));
+    const QString name = isWindows ? u"/Übung 分子 ;`id`"_s : u"/Übung\t分子 ;`id`"_s;
     Taskmill_JobRecord record = Record({u"args"_s});
     record.JobType.GenericCommandLine += u" @OUTFILE \"@INFILE\" @INFILE2"_s;
-    record.InputFilePath = directory + u"/Übung\t分子 ;`id`.in"_s;
+    record.InputFilePath = directory + name + u".in"_s;
     record.InputFilePath2 = directory + u"/second\\"_s;
     Run(record);
-    const QByteArray written = ReadTestFile(directory + u"/Übung\t分子 ;`id`.out"_s);
-    QCOMPARE(written, QFile::encodeName(record.InputFilePath) + '\0' +
-                          QFile::encodeName(record.InputFilePath2) + '\0');
+    QCOMPARE(ReadTestFile(directory + name + u".out"_s),
+             QDir::toNativeSeparators(record.InputFilePath).toUtf8() + '\0' +
+                 QDir::toNativeSeparators(record.InputFilePath2).toUtf8() + '\0');
 }
 
 void TestJob::RunsInTheRightDirectory()

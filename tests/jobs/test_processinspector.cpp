@@ -1,11 +1,15 @@
 #include "jobs/processinspector_wmic.h"
 #include "support/testutil.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QtTest>
+
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
-/// The records, and the inspector that runs "wmic", which is a script here.
+/// The records, and the inspector that runs "wmic", which is a stand-in here.
 class TestProcessInspector : public QObject
 {
     Q_OBJECT
@@ -22,11 +26,13 @@ private Q_SLOTS:
     void ListsThroughTheTool();
     void EndsThroughTheTool_data();
     void EndsThroughTheTool();
+    void AsksTheSystemWhenTheToolIsUseless();
     void DoesWithoutTheTool();
     void AbandonsAToolThatHangs();
 
 private:
-    void InstallTool(const QByteArray &listing, const QByteArray &lastCommand = {});
+    void InstallTool(const QByteArray &listing);
+    void UsePath(const QString &path);
     [[nodiscard]] QStringList ToolRuns() const;
 
     std::unique_ptr<QTemporaryDir> m_directory;
@@ -51,7 +57,6 @@ void TestProcessInspector::init()
     FailOnQtWarnings();
     m_directory = std::make_unique<QTemporaryDir>();
     m_path = qgetenv("PATH");
-    qputenv("PATH", QFile::encodeName(m_directory->path()) + ':' + m_path);
     qputenv("TASKMILL_PROCESS_TOOL", "wmic");
 }
 
@@ -62,18 +67,17 @@ void TestProcessInspector::cleanup()
     m_directory.reset();
 }
 
-void TestProcessInspector::InstallTool(const QByteArray &listing, const QByteArray &lastCommand)
+void TestProcessInspector::InstallTool(const QByteArray &listing)
 {
-    const QByteArray directory = QFile::encodeName(m_directory->path());
     WriteTestFile(m_directory->filePath(u"listing"_s), listing);
-    const QString tool =
-        WriteTestFile(m_directory->filePath(u"wmic"_s), "#!/bin/sh\n"
-                                                        "{ printf '%s|' \"$@\"; echo; } >>'" +
-                                                            directory +
-                                                            "/runs'\n"
-                                                            "[ \"$2\" = get ] && cat '" +
-                                                            directory + "/listing'\n" + lastCommand + '\n');
-    QVERIFY(QFile::setPermissions(tool, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    UsePath(QFileInfo{QStringLiteral(TASKMILL_STANDIN_TOOL)}.path() + QDir::listSeparator() +
+            QFile::decodeName(m_path));
+}
+
+void TestProcessInspector::UsePath(const QString &path)
+{
+    qputenv("PATH", QFile::encodeName(path));
+    qputenv("TASKMILL_STANDIN_DIR", QFile::encodeName(m_directory->path()));
 }
 
 /// The arguments of every run, each followed by "|".
@@ -228,9 +232,28 @@ void TestProcessInspector::EndsThroughTheTool()
     QTEST(ToolRuns(), "runs");
 }
 
+void TestProcessInspector::AsksTheSystemWhenTheToolIsUseless()
+{
+    if constexpr (!isWindows)
+        QSKIP("The tool is used only where it is asked for");
+    qunsetenv("TASKMILL_PROCESS_TOOL");
+    InstallTool("No Instance(s) Available.\r\n");
+    const auto inspector = Taskmill_MakeProcessInspector();
+    // Found out before anything is ended with it.
+    QVERIFY(inspector->Terminate(u"name"_s, 0x7ffffffc));
+    QCOMPARE(ToolRuns(), QStringList{listArguments});
+    const QList<Taskmill_ProcessRecord> records = inspector->ListProcesses();
+    QVERIFY(std::ranges::find(records, QCoreApplication::applicationPid(),
+                              &Taskmill_ProcessRecord::ProcessIdNumber) != records.end());
+    QCOMPARE(ToolRuns().size(), 1);
+
+    InstallTool(Worker("listed by the tool", "5"));
+    QCOMPARE(Taskmill_MakeProcessInspector()->ListProcesses().value(0).CommandLine, u"listed by the tool"_s);
+}
+
 void TestProcessInspector::DoesWithoutTheTool()
 {
-    qputenv("PATH", QFile::encodeName(m_directory->path()));
+    UsePath(m_directory->path());
     const auto inspector = Taskmill_MakeProcessInspector();
     QVERIFY(inspector->ListProcesses().isEmpty());
     QVERIFY(inspector->Terminate(u"name"_s, 42));
@@ -239,7 +262,8 @@ void TestProcessInspector::DoesWithoutTheTool()
 
 void TestProcessInspector::AbandonsAToolThatHangs()
 {
-    InstallTool(Worker("early", "5"), "exec '" + QFile::encodeName(TestProgramPath()) + "' wait");
+    WriteTestFile(m_directory->filePath(u"hang"_s), {});
+    InstallTool(Worker("early", "5"));
     Taskmill_WmicProcessInspector inspector{std::chrono::seconds{3}};
     const QList<Taskmill_ProcessRecord> records = inspector.ListProcesses();
     QCOMPARE(records.size(), 1);

@@ -124,6 +124,8 @@ void TestFileSource::TellsWhatHasChanged_data()
 
 void TestFileSource::TellsWhatHasChanged()
 {
+    if (RunsUnderWine() && qstrcmp(QTest::currentDataTag(), "a directory under its name") == 0)
+        QSKIP("Wine keeps the name of a file that is open");
     QFETCH(const Action, change);
     QFETCH(const Change, told);
     const QString path = WriteTestFile(Path(u"run ü.out"_s), "one\ntwo\n");
@@ -159,6 +161,8 @@ void TestFileSource::OpensOnlyRegularFiles()
 {
     QVERIFY(!KilnUtil_FileSource{Path(u"missing"_s)}.Open());
     QVERIFY(!KilnUtil_FileSource{m_directory->path()}.Open());
+    if constexpr (isWindows)
+        return;
     // Waits for ever when it is opened like a file.
     QCOMPARE(QProcess::execute(u"mkfifo"_s, {Path(u"pipe"_s)}), 0);
     QVERIFY(!KilnUtil_FileSource{Path(u"pipe"_s)}.Open());

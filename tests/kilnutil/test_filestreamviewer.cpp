@@ -224,6 +224,8 @@ void TestFileStreamViewer::OneTimeViewBeginsAtTheBeginning()
 
 void TestFileStreamViewer::GoesOnAfterReplacementAndDeletion()
 {
+    if (RunsUnderWine())
+        QSKIP("Wine keeps the name of a file that is open");
     View(Lines(1, 300), streaming);
     WriteTestFile(m_path, Lines(1, 3));
     m_viewer->RefreshSlot();

@@ -146,12 +146,13 @@ void TestFileSys::GaussProgramIsTheFirstOneThere()
 
 void TestFileSys::ProgramsAreFoundThroughPath()
 {
-    AddProgram(u"bin/gdv"_s);
-    AddProgram(u"bin/veltra"_s);
+    const QString suffix = isWindows ? u".exe"_s : QString{};
+    AddProgram(u"bin/gdv"_s + suffix);
+    AddProgram(u"bin/veltra"_s + suffix);
     qputenv("PATH", QFile::encodeName(InPlace(u"bin"_s)));
     QCOMPARE(KilnUtil_FileSys::GaussExeDirPath(), InPlace(u"bin"_s));
-    QCOMPARE(KilnUtil_FileSys::GaussExePath(), InPlace(u"bin/gdv"_s));
-    QCOMPARE(KilnUtil_FileSys::VeltraExePath(), InPlace(u"bin/veltra"_s));
+    QCOMPARE(KilnUtil_FileSys::GaussExePath(), InPlace(u"bin/gdv"_s + suffix));
+    QCOMPARE(KilnUtil_FileSys::VeltraExePath(), InPlace(u"bin/veltra"_s + suffix));
     qputenv("VELTRA_EXE", QFile::encodeName(InPlace(u"other/v"_s)));
     QCOMPARE(KilnUtil_FileSys::VeltraExePath(), InPlace(u"other/v"_s));
 }

@@ -9,7 +9,6 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
-#include <QSettings>
 #include <QTemporaryDir>
 #include <QTextBlock>
 #include <QTimer>
@@ -60,7 +59,7 @@ void TestHelpDialog::init()
     FailOnQtWarnings();
     m_place = std::make_unique<QTemporaryDir>();
     QVERIFY(m_place->isValid());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_place->path());
+    KeepSettingsIn(m_place->path());
     QVERIFY(QDir{m_place->path()}.mkpath(u"help/taskmill"_s));
     KilnUtil_FileSys::m_appHelpDirPath = m_place->filePath(u"help"_s);
     WritePage(u"index"_s, "The Manual",
@@ -168,7 +167,7 @@ void TestHelpDialog::MissingPageIsToldInTheWindow()
     KilnUtil_HelpDialog::Global().ShowPage(id);
     QVERIFY(KilnUtil_HelpDialog::Global().isVisible());
     QVERIFY2(PageText().contains(text), qPrintable(PageText()));
-    QVERIFY(PageText().contains(KilnUtil_FileSys::m_appHelpDirPath));
+    QVERIFY(PageText().contains(QDir::toNativeSeparators(KilnUtil_FileSys::m_appHelpDirPath)));
 }
 
 void TestHelpDialog::ContentsFollowTheHomePage()

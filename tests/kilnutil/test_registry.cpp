@@ -1,4 +1,5 @@
 #include "kilnutil/registry.h"
+#include "support/testutil.h"
 
 #include <QDir>
 #include <QSettings>
@@ -27,7 +28,7 @@ void TestRegistry::init()
 {
     m_place = std::make_unique<QTemporaryDir>();
     QVERIFY(m_place->isValid());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_place->path());
+    KeepSettingsIn(m_place->path());
 }
 
 void TestRegistry::cleanup()
@@ -50,7 +51,7 @@ void TestRegistry::SettingsStandBehindTheMajorVersion()
     KilnUtil_Registry::SetValue(u"/Files/Recent_Projects"_s, recent);
     QCOMPARE(KilnUtil_Registry::Value(u"/Files/Recent_Projects"_s).toStringList(), recent);
 
-    const QSettings settings{QSettings::UserScope, u"Kilnworks, Inc."_s, u"Taskmill"_s};
+    const QSettings settings{QSettings::IniFormat, QSettings::UserScope, u"Kilnworks, Inc."_s, u"Taskmill"_s};
     QVERIFY(settings.fileName().startsWith(m_place->path()));
     QCOMPARE(settings.value(u"1/Files/Recent_Projects"_s).toStringList(), recent);
 }

@@ -6,7 +6,6 @@
 #include <QDragEnterEvent>
 #include <QHeaderView>
 #include <QMimeData>
-#include <QSettings>
 #include <QStandardItemModel>
 #include <QTextDocument>
 #include <QToolTip>
@@ -53,7 +52,7 @@ void TestTableWidget::init()
 {
     FailOnQtWarnings();
     m_place = std::make_unique<QTemporaryDir>();
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_place->path());
+    KeepSettingsIn(m_place->path());
     KilnUtil_Registry::SetAppData(u"TaskmillGUI"_s, u"1"_s, u"1.1"_s, u"1.1.18"_s, u"TASKMILLPREFS_DIR"_s,
                                   u".taskmillprefs"_s);
     m_model = std::make_unique<QStandardItemModel>(0, 3);

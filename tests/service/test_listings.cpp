@@ -19,7 +19,7 @@ Taskmill_JobRecord Job(int jobID, const QString &name)
     job.Name = name;
     job.JobType.Name = u"T"_s;
     job.JobType.ExecutablePath = u"/bin/t"_s;
-    job.JobType.GenericCommandLine = u"@EXEFILE go"_s;
+    job.JobType.GenericCommandLine = u"/bin/t go"_s;
     return job;
 }
 } // namespace
@@ -53,7 +53,7 @@ void TestListings::Queue()
 {
     Taskmill_JobRecord water = Job(12, u"water"_s);
     // Each job keeps to its line.
-    water.JobType.GenericCommandLine = u"@EXEFILE go\nline two"_s;
+    water.JobType.GenericCommandLine = u"/bin/t go\nline two"_s;
     m_manager->longJobs.Replace({water, Job(7, u"longer\nname"_s)});
     const auto submitted = Taskmill_TimeText(m_manager->longJobs.Jobs().JobAt(0)->Record().Submitted);
     const QString listing = m_manager->longJobs.ListingText();

@@ -85,7 +85,7 @@ void TestProject::MakeProjectFile()
 
 void TestProject::NewProjectIsEmptyAndRuns()
 {
-    WriteTestFile(m_manager->Path(u"g16"_s), {});
+    WriteTestFile(m_manager->Path(u"g16.exe"_s), {});
     m_manager->NewProject();
     QVERIFY(!m_manager->project.HasUnsavedChanges());
     QVERIFY(m_manager->project.FilePath().isEmpty());

@@ -137,8 +137,8 @@ void TestProjectQuestions::SaveDialog()
     QCOMPARE(asked[0].text, u"Taskmill Project Files (*.mill)"_s);
     QCOMPARE(asked[0].items, QStringList{QDir::currentPath()});
     if (questions == 2)
-        QCOMPARE(asked[1].text,
-                 u"%1 already exists.\nDo you want to replace it?"_s.arg(m_manager->Path(existing)));
+        QCOMPARE(asked[1].text, u"%1 already exists.\nDo you want to replace it?"_s.arg(
+                                    QDir::toNativeSeparators(m_manager->Path(existing))));
     QCOMPARE(m_manager->project.FilePath(), saved.isEmpty() ? saved : m_manager->Path(saved));
     if (!existing.isEmpty())
         QCOMPARE(ReadTestFile(m_manager->Path(existing)) == "old", saved.isEmpty());

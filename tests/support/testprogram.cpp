@@ -1,6 +1,6 @@
 // Stands in for a calculation in tests. Its arguments are carried out one after another:
 //   exit N          end at once with status N
-//   crash           end by a signal
+//   crash           end by a signal (as after an unhandled exception on Windows)
 //   wait            sleep until killed
 //   waitfor FILE    sleep until the file exists
 //   touch FILE      make an empty file
@@ -15,45 +15,15 @@
 //   session         become the leader of a session of its own (nothing on Windows)
 //   child ARGS...   start a copy of itself with ARGS and go on waiting until killed
 
+#include "support/testprogram_system.h"
+
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <string>
 #include <thread>
-
-#ifdef _WIN32
-#include <process.h>
-static int ProcessId()
-{
-    return _getpid();
-}
-static void StartCopy(char **arguments)
-{
-    _spawnv(_P_NOWAIT, arguments[0], arguments);
-}
-static void LeaveSession() {}
-#else
-#include <unistd.h>
-static int ProcessId()
-{
-    return static_cast<int>(getpid());
-}
-static void StartCopy(char **arguments)
-{
-    if (fork() == 0) {
-        execv(arguments[0], arguments);
-        _exit(127);
-    }
-}
-static void LeaveSession()
-{
-    setsid();
-}
-#endif
 
 static void Sleep()
 {
@@ -84,72 +54,99 @@ static void CopyInput()
         std::putchar(c);
 }
 
-static void WriteArguments(const char *path, int count, char **arguments)
+static std::filesystem::path Path(const std::string &text)
 {
-    std::ofstream out{std::filesystem::path{path}, std::ios::binary};
-    for (int i = 0; i < count; ++i)
-        out << arguments[i] << '\0';
+    return std::u8string{text.begin(), text.end()};
 }
 
-static void PrintVariable(const char *name)
+static void WriteArguments(const std::string &path, std::span<const std::string> arguments)
 {
-    if (const char *value = std::getenv(name))
-        std::printf("%s=%s\n", name, value);
+    std::ofstream out{Path(path), std::ios::binary};
+    for (const std::string &argument : arguments)
+        out << argument << '\0';
+}
+
+static void PrintVariable(const std::string &name)
+{
+    if (const std::optional<std::string> value = TestProgramSystem::Variable(name))
+        std::printf("%s=%s\n", name.c_str(), value->c_str());
     else
-        std::printf("%s\n", name);
+        std::printf("%s\n", name.c_str());
 }
 
-int main(int argc, char **argv)
+static void WriteProcessId(const std::string &path)
 {
-    for (int i = 1; i < argc; ++i) {
-        const std::string verb = argv[i];
-        const char *value = i + 1 < argc ? argv[i + 1] : "";
+    const std::string temporary = path + ".part";
+    std::ofstream{Path(temporary)} << TestProgramSystem::ProcessId();
+    std::filesystem::rename(Path(temporary), Path(path));
+}
+
+static void WaitForFile(const std::string &path)
+{
+    std::fflush(stdout);
+    while (!std::filesystem::exists(Path(path)))
+        Sleep();
+}
+
+static void PrintDirectory()
+{
+    const std::u8string directory = std::filesystem::current_path().u8string();
+    std::printf("%s\n", std::string{directory.begin(), directory.end()}.c_str());
+}
+
+/// Carries out a verb with one word behind it; false when there is no such verb.
+static bool CarryOut(const std::string &verb, const std::string &value)
+{
+    if (verb == "waitfor")
+        WaitForFile(value);
+    else if (verb == "touch")
+        std::ofstream{Path(value)};
+    else if (verb == "print")
+        std::printf("%s\n", value.c_str());
+    else if (verb == "error")
+        std::fprintf(stderr, "%s\n", value.c_str());
+    else if (verb == "fill")
+        Fill(std::stoll(value));
+    else if (verb == "env")
+        PrintVariable(value);
+    else if (verb == "pid")
+        WriteProcessId(value);
+    else
+        return false;
+    return true;
+}
+
+int RunTestProgram(std::span<const std::string> arguments)
+{
+    for (size_t i = 1; i < arguments.size(); ++i) {
+        const std::string &verb = arguments[i];
+        const std::string value = i + 1 < arguments.size() ? arguments[i + 1] : std::string{};
+        if (verb == "exit")
+            return std::atoi(value.c_str());
         if (verb == "crash") {
             std::fflush(stdout);
-            std::abort();
+            TestProgramSystem::Crash();
         } else if (verb == "wait") {
             std::fflush(stdout);
             WaitUntilKilled();
         } else if (verb == "cwd") {
-            std::printf("%s\n", std::filesystem::current_path().string().c_str());
+            PrintDirectory();
         } else if (verb == "session") {
-            LeaveSession();
+            TestProgramSystem::LeaveSession();
         } else if (verb == "stdin") {
             CopyInput();
         } else if (verb == "child") {
             std::fflush(stdout);
-            argv[i] = argv[0];
-            StartCopy(argv + i);
+            TestProgramSystem::StartCopy(arguments.subspan(i + 1));
             WaitUntilKilled();
         } else if (verb == "args") {
-            WriteArguments(value, argc - i - 2, argv + i + 2);
+            WriteArguments(value, arguments.subspan(std::min(i + 2, arguments.size())));
             return 0;
-        } else {
+        } else if (CarryOut(verb, value)) {
             ++i;
-            if (verb == "exit")
-                return std::atoi(value);
-            if (verb == "waitfor") {
-                std::fflush(stdout);
-                while (!std::filesystem::exists(value))
-                    Sleep();
-            } else if (verb == "touch") {
-                std::ofstream{value};
-            } else if (verb == "print") {
-                std::printf("%s\n", value);
-            } else if (verb == "error") {
-                std::fprintf(stderr, "%s\n", value);
-            } else if (verb == "fill") {
-                Fill(std::atoll(value));
-            } else if (verb == "env") {
-                PrintVariable(value);
-            } else if (verb == "pid") {
-                const std::string temporary = std::string{value} + ".part";
-                std::ofstream{temporary} << ProcessId();
-                std::filesystem::rename(temporary, value);
-            } else {
-                std::fprintf(stderr, "unknown verb %s\n", verb.c_str());
-                return 64;
-            }
+        } else {
+            std::fprintf(stderr, "unknown verb %s\n", verb.c_str());
+            return 64;
         }
     }
     return 0;

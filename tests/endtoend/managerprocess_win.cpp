@@ -1,0 +1,12 @@
+#include "endtoend/managerprocess.h"
+
+void ManagerProcess::PrepareInput()
+{
+    if (m_input == Input::NullDevice)
+        m_process->setStandardInputFile(QProcess::nullDevice());
+}
+
+void ManagerProcess::Type(const QByteArray &bytes)
+{
+    m_process->write(bytes);
+}

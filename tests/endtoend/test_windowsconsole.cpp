@@ -1,0 +1,141 @@
+#include "endtoend/processtable.h"
+#include "endtoend/projectfixture.h"
+#include "endtoend/windowsconsole.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QTcpSocket>
+#include <QtTest>
+
+#include <memory>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+const QString prompt = u"<Taskmill>"_s;
+}
+
+/// The manager at a console: its parent's, or one of its own.
+class TestWindowsConsole : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void ShowsAndReadsAnyName();
+    void QuitsFromTheEventLoop_data();
+    void QuitsFromTheEventLoop();
+    void OpensAConsoleOfItsOwn();
+
+private:
+    /// Starts a manager that has this program's streams.
+    void Start(const QStringList &arguments);
+    [[nodiscard]] bool HasEnded() const { return m_process->state() == QProcess::NotRunning; }
+
+    std::unique_ptr<ProjectFixture> m_project;
+    std::unique_ptr<WindowsConsole> m_console;
+    std::unique_ptr<QProcess> m_process;
+    quint16 m_port = 0;
+};
+
+void TestWindowsConsole::init()
+{
+    FailOnQtWarnings();
+    m_project = std::make_unique<ProjectFixture>();
+    QVERIFY(m_project->AddTestType(u"Wait"_s, u"pid @INFILE.pid wait"_s));
+}
+
+void TestWindowsConsole::cleanup()
+{
+    if (m_process && !HasEnded()) {
+        m_process->kill();
+        m_process->waitForFinished();
+    }
+    m_process.reset();
+    m_console.reset();
+    m_project.reset();
+}
+
+void TestWindowsConsole::Start(const QStringList &arguments)
+{
+    const auto [consolePort, guiPort] = ManagerProcess::FreePorts();
+    m_port = consolePort;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"TASKMILL_CONSOLE_PORT"_s, QString::number(consolePort));
+    environment.insert(u"TASKMILL_GUI_PORT"_s, QString::number(guiPort));
+    m_process = std::make_unique<QProcess>();
+    m_process->setProcessEnvironment(environment);
+    m_process->setWorkingDirectory(m_project->Path({}));
+    m_process->setProcessChannelMode(QProcess::ForwardedChannels);
+    m_process->setInputChannelMode(QProcess::ForwardedInputChannel);
+    m_process->start(QStringLiteral(TASKMILL_MANAGER), arguments);
+}
+
+void TestWindowsConsole::ShowsAndReadsAnyName()
+{
+    m_console = std::make_unique<WindowsConsole>();
+    QVERIFY(m_console->IsOpen());
+    // In no one code page.
+    const QString name = u"Übung Ωμέγα жук"_s;
+    QVERIFY(QDir{m_project->Path({})}.mkdir(name));
+    Start({u"-console"_s, m_project->ProjectPath()});
+    QVERIFY(m_console->Expect(prompt));
+    m_console->Type(u"cd "_s + m_project->Path(name));
+    QVERIFY(m_console->Expect(u"Current Directory:  "_s));
+    QVERIFY(m_console->Expect(u'\\' + name + u'\n'));
+    m_console->Type(u"quit"_s);
+    QVERIFY(m_console->Expect(u"completely exit Taskmill?"_s));
+    m_console->Type(u"yes"_s);
+    QTRY_VERIFY_WITH_TIMEOUT(HasEnded(), 60'000);
+    QCOMPARE(m_process->exitCode(), 0);
+}
+
+void TestWindowsConsole::QuitsFromTheEventLoop_data()
+{
+    QTest::addColumn<bool>("byBreak");
+    QTest::newRow("Ctrl+C") << false;
+    QTest::newRow("Ctrl+Break") << true;
+}
+
+void TestWindowsConsole::QuitsFromTheEventLoop()
+{
+    QFETCH(const bool, byBreak);
+    m_console = std::make_unique<WindowsConsole>();
+    QVERIFY(m_console->IsOpen());
+    Start({u"-console"_s, m_project->ProjectPath()});
+    QVERIFY(m_console->Expect(prompt));
+    const QString input = m_project->InputFile(u"runs"_s);
+    const CtlResult submitted = RunCtl(
+        {u"submit"_s, input, u"--type"_s, u"Wait"_s, u"--queue"_s, u"queueless"_s}, {.consolePort = m_port});
+    QCOMPARE(submitted.status, 0);
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(input + u".pid"_s), 60'000);
+    const int jobProcess = ReadTestFile(input + u".pid"_s).toInt();
+
+    if (byBreak)
+        m_console->Break();
+    else
+        m_console->PressControlC();
+    QTRY_VERIFY_WITH_TIMEOUT(HasEnded(), 60'000);
+    QCOMPARE(m_process->exitStatus(), QProcess::NormalExit);
+    QCOMPARE(m_process->exitCode(), 0);
+    QTRY_VERIFY(!ProcessTable::IsAlive(jobProcess));
+    // It is to run again when the project is opened the next time.
+    QCOMPARE(m_project->Rows().queuelessJobs.size(), 1);
+}
+
+void TestWindowsConsole::OpensAConsoleOfItsOwn()
+{
+    Start({u"-newconsole"_s, m_project->ProjectPath()});
+    const auto answers = [this] {
+        QTcpSocket probe;
+        probe.connectToHost(QHostAddress::LocalHost, m_port);
+        return probe.waitForConnected(1000);
+    };
+    QVERIFY(QTest::qWaitFor(answers, 60'000));
+    m_console = std::make_unique<WindowsConsole>(static_cast<int>(m_process->processId()));
+    QVERIFY(m_console->IsOpen());
+}
+
+QTEST_GUILESS_MAIN(TestWindowsConsole)
+#include "test_windowsconsole.moc"
