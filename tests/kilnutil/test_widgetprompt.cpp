@@ -31,7 +31,7 @@ void TestWidgetPrompt::init()
 {
     FailOnQtWarnings();
     m_place = std::make_unique<QTemporaryDir>();
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_place->path());
+    KeepSettingsIn(m_place->path());
     KilnUtil_Registry::SetAppData(u"TaskmillGUI"_s, u"1"_s, u"1.1"_s, u"1.1.18"_s, u"TASKMILLPREFS_DIR"_s,
                                   u".taskmillprefs"_s);
 }

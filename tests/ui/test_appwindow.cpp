@@ -72,7 +72,7 @@ void TestAppWindow::init()
 {
     FailOnQtWarnings();
     m_directory = std::make_unique<QTemporaryDir>();
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_directory->path());
+    KeepSettingsIn(m_directory->path());
     QTcpServer freePort;
     QVERIFY(freePort.listen(QHostAddress::LocalHost));
     qputenv("TASKMILL_GUI_PORT", QByteArray::number(freePort.serverPort()));
