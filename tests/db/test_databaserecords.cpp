@@ -22,9 +22,7 @@ private Q_SLOTS:
     void JobsAreDeletedByNumber();
     void JobOfDeletedTypeKeepsWhatTheRowTells();
     void OddRowsAreReadable();
-    void EmptyTextsAreNotNull();
     void FailedInsertionDoesNotBlockLaterWrites();
-    void LargeTablesAreReadWhole();
     void QueuesHaveLimits();
     void CommitsAreUnsavedChanges();
 };
@@ -123,8 +121,6 @@ void TestDatabaseRecords::JobKeepsEveryField_data()
     QTest::newRow("long") << 0 << u"Long"_s << u"Long"_s;
     QTest::newRow("short") << 1 << u"Short"_s << u"Short"_s;
     QTest::newRow("queueless") << 2 << u"None"_s << u"Queueless"_s;
-    QTest::newRow("finished, long") << 3 << u"Long"_s << u"Long"_s;
-    QTest::newRow("finished, short") << 3 << u"Short"_s << u"Short"_s;
     QTest::newRow("finished, queueless") << 3 << u"None"_s << u"Queueless"_s;
     QTest::newRow("finished, no queue") << 3 << QString{} << QString{};
 }
@@ -236,22 +232,6 @@ void TestDatabaseRecords::OddRowsAreReadable()
     QVERIFY(database->InsertQueue(u"Short"_s, 1));
 }
 
-void TestDatabaseRecords::EmptyTextsAreNotNull()
-{
-    const auto database = MakeDatabase();
-    Taskmill_JobRecord job;
-    job.Name = u"n"_s;
-    job.JobType.ApplicationName = u"a"_s;
-    job.JobType.ExecutablePath = u"e"_s;
-    job.JobType.GenericCommandLine = u"c"_s;
-    QVERIFY(database->InsertFinishedJob(job, true));
-    QCOMPARE(RowsOf(*database,
-                    u"SELECT typeof(InputFilePath), typeof(Submitted), typeof(Started), typeof(Finished), "
-                    "typeof(ClientName), typeof(StdOutAndStdErr), typeof(JobClass), typeof(ClientPort), "
-                    "ClientNotification, QueueID FROM FinishedJobs"_s),
-             QStringList{u"text|text|text|text|text|text|text|integer|0|-1"_s});
-}
-
 void TestDatabaseRecords::FailedInsertionDoesNotBlockLaterWrites()
 {
     const auto database = MakeDatabase();
@@ -270,31 +250,6 @@ void TestDatabaseRecords::FailedInsertionDoesNotBlockLaterWrites()
         (QStringList{u"0"_s, u"1"_s}));
 }
 
-void TestDatabaseRecords::LargeTablesAreReadWhole()
-{
-    QTemporaryDir directory;
-    const QString path = directory.filePath(u"large.mill"_s);
-    const auto database = MakeDatabase();
-    Taskmill_JobType jobType = SampleJobType(u"Type"_s);
-    QVERIFY(database->InsertJobType(jobType, true, &jobType.JobTypeID));
-    QVERIFY(database->InsertFinishedJob(SampleJob(jobType, 0), true));
-    QVERIFY(database->SaveToFile(path));
-    RawDatabase{path}.Execute(
-        {u"CREATE TEMP TABLE Template AS SELECT * FROM FinishedJobs"_s,
-         u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 2999) INSERT INTO "
-         u"FinishedJobs "
-         "SELECT i, Name, JobTypeID, QueueID, ApplicationName, ExecutablePath, InputFilePath, CommandLine, "
-         "Status, "
-         "Submitted, Started, Finished, Created, LastModified, i, ClientName, ClientAppName, ClientAddress, "
-         "ClientPort, ClientUID, ClientGID, StdOutAndStdErr, InputFilePath2, JobClass, ClientNotification "
-         "FROM n, Template"_s});
-    QVERIFY(database->LoadFromFile(path));
-    const auto jobs = database->GetFinishedJobs();
-    QCOMPARE(jobs.size(), 3000);
-    for (qint32 i = 0; i < 3000; ++i)
-        QCOMPARE(jobs.at(i), SampleJob(jobType, i));
-}
-
 void TestDatabaseRecords::QueuesHaveLimits()
 {
     const auto database = MakeDatabase();
@@ -307,8 +262,6 @@ void TestDatabaseRecords::QueuesHaveLimits()
         QVERIFY(database->InsertQueue(name, 1, &outID));
         QCOMPARE(outID, key);
     }
-    qint32 outID = -1;
-    QVERIFY(!database->InsertQueue({}, 1, &outID));
     QVERIFY(database->SetMaxRunningJobs(u"Short"_s, 5));
     QCOMPARE(database->GetMaxRunningJobs(u"Long"_s), 1);
     QCOMPARE(database->GetMaxRunningJobs(u"Short"_s), 5);
@@ -331,12 +284,6 @@ void TestDatabaseRecords::CommitsAreUnsavedChanges()
     QCOMPARE(changed.size(), 2);
     QVERIFY(database->UpgradeTables());
     QVERIFY(!database->HasUnsavedChanges());
-
-    QCOMPARE(database->Title(), QString{});
-    database->SetFilePath(u"/tmp/some where/jobs.mill"_s);
-    database->SetFilePath(u"/tmp/some where/jobs.mill"_s);
-    QCOMPARE(database->Title(), u"jobs.mill"_s);
-    QCOMPARE(changed.size(), 3);
 }
 
 QTEST_GUILESS_MAIN(TestDatabaseRecords)
