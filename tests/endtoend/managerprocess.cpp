@@ -82,18 +82,46 @@ bool ManagerProcess::HasStarted()
         return false;
     }
     m_output.clear();
+    return Answers();
+}
+
+bool ManagerProcess::StartOnDesktop(const QStringList &variables, const QStringList &arguments)
+{
+    m_desktop = variables;
+    const auto hasEnded = [this] {
+        return m_process->state() == QProcess::NotRunning;
+    };
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        const auto [consolePort, guiPort] = FreePorts();
+        Launch(arguments, consolePort, guiPort);
+        if (QTest::qWaitFor([&] { return Answers() || hasEnded(); }, longestWaitMs) && !hasEnded() &&
+            !Errors().contains("Cannot listen"))
+            return true;
+        qWarning("The manager did not start: %s", Errors().constData());
+        m_process->kill();
+        m_process->waitForFinished();
+    }
+    return false;
+}
+
+bool ManagerProcess::Answers() const
+{
     QTcpSocket probe;
-    probe.connectToHost(QHostAddress::LocalHost, m_consolePort);
+    probe.connectToHost(QHostAddress::LocalHost, Port());
     return probe.waitForConnected();
 }
 
 void ManagerProcess::Launch(const QStringList &arguments, quint16 consolePort, quint16 guiPort)
 {
     m_consolePort = consolePort;
+    m_guiPort = guiPort;
     m_output.clear();
     m_process = std::make_unique<QProcess>();
     m_process->setWorkingDirectory(m_directory);
-    m_process->setProcessEnvironment(Environment(m_directory, consolePort, guiPort));
+    QProcessEnvironment environment = Environment(m_directory, consolePort, guiPort);
+    for (const QString &variable : m_desktop)
+        environment.insert(variable.section(u'=', 0, 0), variable.section(u'=', 1));
+    m_process->setProcessEnvironment(environment);
     m_process->setStandardErrorFile(m_directory + u"/stderr"_s);
     PrepareInput();
     QObject::connect(m_process.get(), &QProcess::readyReadStandardOutput, m_process.get(),
@@ -162,21 +190,24 @@ QByteArray ManagerProcess::Errors() const
 
 CtlResult ManagerProcess::Ctl(const QStringList &arguments) const
 {
-    return RunCtl(arguments, {.consolePort = m_consolePort, .directory = m_directory});
+    return RunCtl(arguments, {.consolePort = m_consolePort, .guiPort = m_guiPort, .directory = m_directory});
 }
 
 QByteArray ManagerProcess::Submit(const QString &jobType, const QString &inputFile, const QString &queue,
                                   quint16 notificationPort) const
 {
-    const QByteArray request =
-        "clientname=test\nclientappname=" + inputFile.toUtf8() +
-        "\nclientaddress=127.0.0.1\nclientport=" + QByteArray::number(notificationPort) +
-        "\nclientnotification=" + (notificationPort == 0 ? "0" : "1") +
-        "\naction=submitjob\njobtypename=" + jobType.toUtf8() + "\njobqueue=" + queue.toUtf8() +
-        "\njobinputfile=" + inputFile.toUtf8() + '\n' + Taskmill_ReplyRequestLine.toByteArray();
+    return Request("clientname=test\nclientappname=" + inputFile.toUtf8() +
+                   "\nclientaddress=127.0.0.1\nclientport=" + QByteArray::number(notificationPort) +
+                   "\nclientnotification=" + (notificationPort == 0 ? "0" : "1") +
+                   "\naction=submitjob\njobtypename=" + jobType.toUtf8() + "\njobqueue=" + queue.toUtf8() +
+                   "\njobinputfile=" + inputFile.toUtf8() + '\n');
+}
+
+QByteArray ManagerProcess::Request(const QByteArray &lines) const
+{
     QTcpSocket socket;
-    socket.connectToHost(QHostAddress::LocalHost, m_consolePort);
-    socket.write(request);
+    socket.connectToHost(QHostAddress::LocalHost, Port());
+    socket.write(lines + Taskmill_ReplyRequestLine.toByteArray());
     if (!socket.waitForDisconnected(longestWaitMs))
         qWarning("The manager does not answer");
     return socket.readAll();

@@ -16,8 +16,8 @@ struct ManagerEnd
     bool operator==(const ManagerEnd &) const = default;
 };
 
-/// One run of the real manager, with settings, home directory and ports of its own and without a display.
-/// Ended when this is destroyed.
+/// One run of the real manager, with settings, home directory and ports of its own and, unless it is started
+/// on a desktop, without a display. Ended when this is destroyed.
 class ManagerProcess
 {
 public:
@@ -35,12 +35,17 @@ public:
 
     /// Starts the manager and waits until it answers and has shown its first prompt. False when it does not.
     [[nodiscard]] bool Start(const QStringList &arguments = {QStringLiteral("-console")});
+    /// Starts it with its window on the desktop that these variables (NAME=VALUE) name, and waits until its
+    /// port answers. False when it does not.
+    [[nodiscard]] bool StartOnDesktop(const QStringList &variables, const QStringList &arguments);
     /// Starts it without waiting, on these ports.
     void Launch(const QStringList &arguments, quint16 consolePort, quint16 guiPort);
     /// Two ports that were free a moment ago.
     [[nodiscard]] static std::pair<quint16, quint16> FreePorts();
 
-    [[nodiscard]] quint16 Port() const { return m_consolePort; }
+    [[nodiscard]] quint16 Port() const { return m_desktop.isEmpty() ? m_consolePort : m_guiPort; }
+    /// Whether somebody listens on the port.
+    [[nodiscard]] bool Answers() const;
     [[nodiscard]] int ProcessID() const { return static_cast<int>(m_process->processId()); }
     [[nodiscard]] PseudoTerminal &Terminal() { return *m_terminal; }
 
@@ -70,6 +75,8 @@ public:
 
     /// Runs the client against this manager.
     [[nodiscard]] CtlResult Ctl(const QStringList &arguments) const;
+    /// Sends one request that asks for an answer; returns the answer.
+    [[nodiscard]] QByteArray Request(const QByteArray &lines) const;
     /// Sends one request for a job and returns the manager's answer. The job's end is told to the port unless
     /// it is 0.
     [[nodiscard]] QByteArray Submit(const QString &jobType, const QString &inputFile,
@@ -84,6 +91,8 @@ private:
     const Input m_input;
     std::shared_ptr<PseudoTerminal> m_terminal;
     std::unique_ptr<QProcess> m_process;
+    QStringList m_desktop;
     quint16 m_consolePort = 0;
+    quint16 m_guiPort = 0;
     QByteArray m_output;
 };

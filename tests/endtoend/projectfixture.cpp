@@ -44,6 +44,12 @@ bool ProjectFixture::Start(ManagerProcess::Input input, const QStringList &optio
     return m_manager->Start(QStringList{u"-console"_s, ProjectPath()} + options);
 }
 
+bool ProjectFixture::StartOnDesktop(const QStringList &variables, const QStringList &options)
+{
+    m_manager = std::make_unique<ManagerProcess>(m_directory.path(), ManagerProcess::Input::NullDevice);
+    return m_manager->StartOnDesktop(variables, QStringList{ProjectPath()} + options);
+}
+
 ProjectRows ProjectFixture::Rows() const
 {
     Taskmill_Database database{

@@ -46,7 +46,11 @@ public:
     /// ended.
     [[nodiscard]] bool Start(ManagerProcess::Input input = ManagerProcess::Input::Pipe,
                              const QStringList &options = {});
+    /// The same with the manager's window on a desktop; the variables are its.
+    [[nodiscard]] bool StartOnDesktop(const QStringList &variables, const QStringList &options = {});
     [[nodiscard]] ManagerProcess &Manager() { return *m_manager; }
+    /// Ends the manager if it still runs.
+    void EndManager() { m_manager.reset(); }
 
     /// What the project file holds.
     [[nodiscard]] ProjectRows Rows() const;
