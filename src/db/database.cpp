@@ -13,11 +13,22 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-Taskmill_Database::~Taskmill_Database() = default;
+Taskmill_Database::~Taskmill_Database()
+{
+    ForgetContent();
+}
+
+void Taskmill_Database::ForgetContent()
+{
+    m_statements.Clear();
+    m_jobTypes.reset();
+    m_keysOfJobs.clear();
+}
 
 void Taskmill_Database::Close()
 {
     m_tablesReady = false;
+    ForgetContent();
     KilnUtil_Database_Foundation::Close();
 }
 
@@ -156,8 +167,10 @@ bool Taskmill_Database::CopyFile(const QString &fileName, bool isSave)
         return false;
     // All content is going to be replaced, so what a failed creation has left unfinished must not stand in
     // the way.
-    if (!isSave)
+    if (!isSave) {
         Rollback();
+        ForgetContent();
+    }
     const QVariant handle = Driver()->handle();
     if (qstrcmp(handle.typeName(), "sqlite3*") != 0)
         return true;

@@ -1,11 +1,15 @@
 #pragma once
 
+#include "db/databasestatements.h"
 #include "jobs/jobrecord.h"
 #include "kilnutil/database_foundation.h"
 
+#include <QHash>
+#include <QMultiHash>
+
 #include <optional>
 
-class QSqlRecord;
+class Taskmill_RecordFields;
 enum class Taskmill_Table;
 
 /// The job database: its tables, and the records of job types, queues, jobs and general values. Every write
@@ -100,18 +104,27 @@ public:
     bool SetMaxRunningJobs(const QString &name, qint32 maxRunningJobs);
 
 private:
+    using KeysOfJobs = QMultiHash<qint32, qint32>;
+
     QString CreateTable(Taskmill_Table table);
     bool CopyFile(const QString &fileName, bool isSave);
     bool IsOpenAndReady();
-    bool InsertKeyed(const QString &table, QSqlRecord record, const QString &name, bool forceNew,
+    void ForgetContent();
+    bool InsertKeyed(const QString &table, Taskmill_RecordFields fields, const QString &name, bool forceNew,
                      qint32 *outID);
+    QSqlQuery *InsertStatement(const QString &table, const QStringList &columns);
+    std::optional<qint64> FindName(const QString &table, const QString &keyColumn, const QString &name);
     std::optional<qint64> SelectInteger(const QString &statement);
     bool ExecuteInTransaction(const QString &statement);
-    bool InsertQueuedJob(Taskmill_Table table, const QString &keyColumn, const Taskmill_JobRecord &job,
-                         bool forceNew, qint32 *outID);
+    bool InsertQueuedJob(Taskmill_Table table, const Taskmill_JobRecord &job, bool forceNew, qint32 *outID);
     bool DeleteJob(Taskmill_Table table, qint32 jobID);
+    KeysOfJobs &KeysIn(Taskmill_Table table);
     QList<Taskmill_JobRecord> GetJobs(Taskmill_Table table, const QString &queueName);
     qint32 GetQueueValue(const QString &name, const QString &column);
 
     bool m_tablesReady = false;
+    Taskmill_DatabaseStatements m_statements;
+    std::optional<QList<Taskmill_JobType>> m_jobTypes; ///< nothing while they have to be read
+    /// The rows of each job number, of the tables that were asked for: no table has an index on the number.
+    QHash<Taskmill_Table, KeysOfJobs> m_keysOfJobs;
 };

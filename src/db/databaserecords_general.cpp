@@ -3,8 +3,9 @@
 
 #include <QSqlError>
 #include <QSqlQuery>
-#include <QSqlTableModel>
+#include <QSqlRecord>
 
+#include <algorithm>
 #include <limits>
 
 using namespace Qt::Literals::StringLiterals;
@@ -14,6 +15,13 @@ namespace {
 QString Now()
 {
     return QDateTime::currentDateTime().toString(Qt::ISODate);
+}
+
+/// A text that would not stand as it is between single quotes is not taken by the statements that are meant
+/// to have it there.
+bool IsPlain(const QString &text)
+{
+    return !text.contains(u'\'') && !text.contains(QChar::Null);
 }
 
 Taskmill_JobType JobTypeFromRecord(const QSqlRecord &record)
@@ -38,18 +46,42 @@ bool Taskmill_Database::IsOpenAndReady()
     return Open() && CreateTables();
 }
 
-bool Taskmill_Database::InsertKeyed(const QString &table, QSqlRecord record, const QString &name,
+QSqlQuery *Taskmill_Database::InsertStatement(const QString &table, const QStringList &columns)
+{
+    return m_statements.Find(Connection(), u"INSERT INTO "_s + table, [&] {
+        QStringList marks;
+        marks.fill(u"?"_s, columns.size());
+        return u"INSERT INTO "_s + table + u" ("_s + columns.join(u',') + u") VALUES ("_s + marks.join(u',') +
+               u')';
+    });
+}
+
+std::optional<qint64> Taskmill_Database::SelectInteger(const QString &statement)
+{
+    QSqlQuery *query = m_statements.Find(Connection(), statement);
+    return query ? Taskmill_DatabaseStatements::FirstInteger(*query, {}) : std::nullopt;
+}
+
+std::optional<qint64> Taskmill_Database::FindName(const QString &table, const QString &keyColumn,
+                                                  const QString &name)
+{
+    QSqlQuery query{Connection()};
+    if (!query.exec(u"SELECT "_s + keyColumn + u" FROM "_s + table + u" WHERE Name = '"_s + name +
+                    u"' LIMIT 1"_s) ||
+        !query.next())
+        return std::nullopt;
+    return query.value(0).toLongLong();
+}
+
+bool Taskmill_Database::InsertKeyed(const QString &table, Taskmill_RecordFields fields, const QString &name,
                                     bool forceNew, qint32 *outID)
 {
     if (!IsOpenAndReady())
         return false;
-    const QString keyColumn = record.fieldName(0);
     // Only without forceNew can the look-up change anything, and names have no index: with forceNew it would
     // read the whole table at every insertion.
     if (!forceNew) {
-        const auto found = SelectInteger(u"SELECT "_s + keyColumn + u" FROM "_s + table +
-                                         u" WHERE Name = '"_s + name + u"' LIMIT 1"_s);
-        if (found) {
+        if (const auto found = FindName(table, fields.KeyColumn(), name)) {
             if (outID)
                 *outID = static_cast<qint32>(*found);
             return true;
@@ -58,7 +90,7 @@ bool Taskmill_Database::InsertKeyed(const QString &table, QSqlRecord record, con
 
     if (!BeginTransaction())
         return false;
-    const auto maximum = SelectInteger(u"SELECT MAX("_s + keyColumn + u") FROM "_s + table);
+    const auto maximum = SelectInteger(u"SELECT MAX("_s + fields.KeyColumn() + u") FROM "_s + table);
     const qint64 key = maximum.value_or(-1) + 1;
     if (key > std::numeric_limits<qint32>::max()) {
         Rollback();
@@ -66,27 +98,17 @@ bool Taskmill_Database::InsertKeyed(const QString &table, QSqlRecord record, con
     }
     if (outID)
         *outID = static_cast<qint32>(key);
-    record.setValue(0, static_cast<qint32>(key));
+    fields.SetKey(static_cast<qint32>(key));
 
-    QSqlTableModel model{nullptr, Connection()};
-    model.setTable(table);
-    if (!model.insertRecord(-1, record)) {
-        SetLastError(model.lastError());
+    QSqlQuery *insert = InsertStatement(table, fields.Columns());
+    if (!insert || !Taskmill_DatabaseStatements::Run(*insert, fields.Values())) {
+        if (insert)
+            SetLastError(insert->lastError());
         // An open transaction would make every later write and save fail.
         Rollback();
         return false;
     }
     return Commit();
-}
-
-std::optional<qint64> Taskmill_Database::SelectInteger(const QString &statement)
-{
-    QSqlQuery query{Connection()};
-    if (!query.exec(statement) || !query.next())
-        return std::nullopt;
-    bool isNumber = false;
-    const qint64 value = query.value(0).toLongLong(&isNumber);
-    return isNumber ? std::optional{value} : std::nullopt;
 }
 
 bool Taskmill_Database::ExecuteInTransaction(const QString &statement)
@@ -104,7 +126,7 @@ bool Taskmill_Database::InsertGeneralData(const QString &name, const QString &da
     fields.AddText(u"Name"_s, name);
     fields.AddText(u"DataStr"_s, dataStr);
     fields.AddCreationTimes();
-    return InsertKeyed(u"GeneralData"_s, fields.Record(), name, forceNew, outID);
+    return InsertKeyed(u"GeneralData"_s, fields, name, forceNew, outID);
 }
 
 int Taskmill_Database::SetGeneralData(const QString &name, const QString &dataStr)
@@ -112,22 +134,33 @@ int Taskmill_Database::SetGeneralData(const QString &name, const QString &dataSt
     QString before;
     if (!GetGeneralData(name, before))
         return InsertGeneralData(name, dataStr, false) ? 1 : 0;
-    return ExecuteInTransaction(u"UPDATE GeneralData SET DataStr = '"_s + dataStr + u"', LastModified = '"_s +
-                                Now() + u"' WHERE Name = '"_s + name + u"'"_s)
-               ? 1
-               : 0;
+    if (!IsPlain(name) || !IsPlain(dataStr)) {
+        return ExecuteInTransaction(u"UPDATE GeneralData SET DataStr = '"_s + dataStr +
+                                    u"', LastModified = '"_s + Now() + u"' WHERE Name = '"_s + name + u"'"_s)
+                   ? 1
+                   : 0;
+    }
+    QSqlQuery *update = m_statements.Find(
+        Connection(), u"UPDATE GeneralData SET DataStr = ?, LastModified = ? WHERE Name = ?"_s);
+    if (!update || !BeginTransaction())
+        return 0;
+    Taskmill_DatabaseStatements::Run(*update, {dataStr.isNull() ? u""_s : dataStr, Now(), name});
+    return Commit() ? 1 : 0;
 }
 
 bool Taskmill_Database::GetGeneralData(const QString &name, QString &outDataStr)
 {
-    if (!Open())
+    if (!Open() || !IsPlain(name))
         return false;
-    QSqlQuery query{Connection()};
-    query.setForwardOnly(true);
-    if (!query.exec(u"SELECT * FROM GeneralData WHERE Name = '"_s + name + u"' LIMIT 1"_s) || !query.next())
+    QSqlQuery *select =
+        m_statements.Find(Connection(), u"SELECT DataStr FROM GeneralData WHERE Name = ? LIMIT 1"_s);
+    if (!select || !Taskmill_DatabaseStatements::Run(*select, {name}))
         return false;
-    outDataStr = query.record().value(u"DataStr"_s).toString();
-    return true;
+    const bool found = select->next();
+    if (found)
+        outDataStr = select->value(0).toString();
+    select->finish();
+    return found;
 }
 
 bool Taskmill_Database::InsertJobType(const Taskmill_JobType &jobType, bool forceNew, qint32 *outID)
@@ -143,11 +176,13 @@ bool Taskmill_Database::InsertJobType(const Taskmill_JobType &jobType, bool forc
     fields.AddText(u"EnvironmentVariables"_s, jobType.EnvironmentVariables);
     fields.AddText(u"GenericCommandLine"_s, jobType.GenericCommandLine);
     fields.AddCreationTimes();
-    return InsertKeyed(u"JobTypes"_s, fields.Record(), jobType.Name, forceNew, outID);
+    m_jobTypes.reset();
+    return InsertKeyed(u"JobTypes"_s, fields, jobType.Name, forceNew, outID);
 }
 
 bool Taskmill_Database::UpdateJobType(qint32 jobTypeID, const Taskmill_JobType &jobType)
 {
+    m_jobTypes.reset();
     return ExecuteInTransaction(
         u"UPDATE JobTypes SET Name = '"_s + jobType.Name + u"', ApplicationName = '"_s +
         jobType.ApplicationName + u"', ExecutablePath = '"_s + jobType.ExecutablePath +
@@ -160,31 +195,31 @@ bool Taskmill_Database::UpdateJobType(qint32 jobTypeID, const Taskmill_JobType &
 
 bool Taskmill_Database::DeleteJobType(qint32 jobTypeID)
 {
+    m_jobTypes.reset();
     return ExecuteInTransaction(u"DELETE FROM JobTypes WHERE JobTypeID = "_s + QString::number(jobTypeID));
 }
 
 Taskmill_JobType Taskmill_Database::GetJobType(qint32 jobTypeID)
 {
-    if (!Open())
-        return {};
-    QSqlQuery query{Connection()};
-    query.setForwardOnly(true);
-    if (!query.exec(u"SELECT * FROM JobTypes WHERE JobTypeID = "_s + QString::number(jobTypeID)) ||
-        !query.next())
-        return {};
-    return JobTypeFromRecord(query.record());
+    const QList<Taskmill_JobType> jobTypes = GetJobTypes();
+    const auto found = std::ranges::find(jobTypes, jobTypeID, &Taskmill_JobType::JobTypeID);
+    return found == jobTypes.end() ? Taskmill_JobType{} : *found;
 }
 
 QList<Taskmill_JobType> Taskmill_Database::GetJobTypes()
 {
-    QList<Taskmill_JobType> jobTypes;
     if (!Open())
-        return jobTypes;
-    QSqlTableModel model{nullptr, Connection()};
-    model.setTable(u"JobTypes"_s);
-    if (!SelectAll(model))
-        return jobTypes;
-    for (int row = 0; row < model.rowCount(); ++row)
-        jobTypes.append(JobTypeFromRecord(model.record(row)));
+        return {};
+    // Every job that is made asks for them. Nobody else can change a database in memory.
+    if (m_jobTypes && Kind() == SQLiteMemory)
+        return *m_jobTypes;
+    QSqlQuery query{Connection()};
+    query.setForwardOnly(true);
+    if (!query.exec(u"SELECT * FROM JobTypes"_s))
+        return {};
+    QList<Taskmill_JobType> jobTypes;
+    while (query.next())
+        jobTypes.append(JobTypeFromRecord(query.record()));
+    m_jobTypes = jobTypes;
     return jobTypes;
 }

@@ -4,7 +4,7 @@
 
 #include <QHash>
 #include <QSqlQuery>
-#include <QSqlTableModel>
+#include <QSqlRecord>
 
 #include <algorithm>
 
@@ -15,6 +15,20 @@ namespace {
 QString TableName(Taskmill_Table table)
 {
     return Taskmill_DatabaseSchema().at(static_cast<int>(table)).Name;
+}
+
+QString KeyColumn(Taskmill_Table table)
+{
+    switch (table) {
+    case Taskmill_Table::LongJobsQueue:
+        return u"LongJobID"_s;
+    case Taskmill_Table::ShortJobsQueue:
+        return u"ShortJobID"_s;
+    case Taskmill_Table::QueuelessJobs:
+        return u"QueuelessJobID"_s;
+    default:
+        return u"FinishedJobID"_s;
+    }
 }
 
 // The columns that all four job tables share, in front of Finished and behind it.
@@ -53,49 +67,48 @@ void AddTrailingFields(Taskmill_RecordFields &fields, const Taskmill_JobRecord &
 class JobReader
 {
 public:
-    JobReader(Taskmill_Database &database, const QSqlTableModel &model)
+    JobReader(Taskmill_Database &database, const QSqlQuery &query)
         : m_database{database}
-        , m_model{model}
+        , m_query{query}
+        , m_record{query.record()}
     {
     }
 
-    Taskmill_JobRecord Read(int row, const QString &queueName)
+    /// Of the query's current row.
+    Taskmill_JobRecord Read(const QString &queueName)
     {
         Taskmill_JobRecord job;
-        job.JobClass = Text(row, m_jobClass);
-        job.Name = Text(row, m_name);
-        job.ClientName = Text(row, m_clientName);
-        job.ClientAppName = Text(row, m_clientAppName);
-        job.ClientAddress = Text(row, m_clientAddress);
-        job.ClientPort = Value(row, m_clientPort).toInt();
-        job.ClientUID = Value(row, m_clientUID).toInt();
-        job.ClientGID = Value(row, m_clientGID).toInt();
-        job.ClientNotification = Value(row, m_clientNotification).toInt() != 0;
-        job.JobType = JobType(row);
-        job.QueueName = m_queueID < 0 ? queueName : Taskmill_QueueNameFromKey(Value(row, m_queueID).toInt());
-        job.InputFilePath = Text(row, m_inputFilePath);
-        job.InputFilePath2 = Text(row, m_inputFilePath2);
-        job.Status = Taskmill_JobStatusFromText(Text(row, m_status));
-        job.StdOutAndStdErr = Text(row, m_stdOutAndStdErr);
-        job.Submitted = Value(row, m_submitted).toDateTime();
-        job.Started = Value(row, m_started).toDateTime();
-        job.Finished = Value(row, m_finished).toDateTime();
-        job.JobID = Value(row, m_jobID).toInt();
+        job.JobClass = Text(m_jobClass);
+        job.Name = Text(m_name);
+        job.ClientName = Text(m_clientName);
+        job.ClientAppName = Text(m_clientAppName);
+        job.ClientAddress = Text(m_clientAddress);
+        job.ClientPort = Value(m_clientPort).toInt();
+        job.ClientUID = Value(m_clientUID).toInt();
+        job.ClientGID = Value(m_clientGID).toInt();
+        job.ClientNotification = Value(m_clientNotification).toInt() != 0;
+        job.JobType = JobType();
+        job.QueueName = m_queueID < 0 ? queueName : Taskmill_QueueNameFromKey(Value(m_queueID).toInt());
+        job.InputFilePath = Text(m_inputFilePath);
+        job.InputFilePath2 = Text(m_inputFilePath2);
+        job.Status = Taskmill_JobStatusFromText(Text(m_status));
+        job.StdOutAndStdErr = Text(m_stdOutAndStdErr);
+        job.Submitted = Value(m_submitted).toDateTime();
+        job.Started = Value(m_started).toDateTime();
+        job.Finished = Value(m_finished).toDateTime();
+        job.JobID = Value(m_jobID).toInt();
         job.DeriveOutputFile();
         return job;
     }
 
 private:
-    QVariant Value(int row, int column) const
-    {
-        return column < 0 ? QVariant{} : m_model.data(m_model.index(row, column));
-    }
-    QString Text(int row, int column) const { return Value(row, column).toString(); }
-    int Column(const QString &name) const { return m_model.fieldIndex(name); }
+    QVariant Value(int column) const { return column < 0 ? QVariant{} : m_query.value(column); }
+    QString Text(int column) const { return Value(column).toString(); }
+    int Column(const QString &name) const { return m_record.indexOf(name); }
 
-    Taskmill_JobType JobType(int row)
+    Taskmill_JobType JobType()
     {
-        const qint32 jobTypeID = Value(row, m_jobTypeID).toInt();
+        const qint32 jobTypeID = Value(m_jobTypeID).toInt();
         auto known = m_jobTypes.constFind(jobTypeID);
         if (known == m_jobTypes.constEnd())
             known = m_jobTypes.insert(jobTypeID, m_database.GetJobType(jobTypeID));
@@ -104,14 +117,15 @@ private:
         // The job type was deleted. With what the row tells of it the job can at least be recorded again.
         Taskmill_JobType jobType;
         jobType.JobTypeID = jobTypeID;
-        jobType.ApplicationName = Text(row, m_applicationName);
-        jobType.ExecutablePath = Text(row, m_executablePath);
-        jobType.GenericCommandLine = Text(row, m_commandLine);
+        jobType.ApplicationName = Text(m_applicationName);
+        jobType.ExecutablePath = Text(m_executablePath);
+        jobType.GenericCommandLine = Text(m_commandLine);
         return jobType;
     }
 
     Taskmill_Database &m_database;
-    const QSqlTableModel &m_model;
+    const QSqlQuery &m_query;
+    const QSqlRecord m_record;
     QHash<qint32, Taskmill_JobType> m_jobTypes;
     const int m_name = Column(u"Name"_s);
     const int m_jobTypeID = Column(u"JobTypeID"_s);
@@ -139,36 +153,44 @@ private:
 
 } // namespace
 
-bool Taskmill_Database::InsertQueuedJob(Taskmill_Table table, const QString &keyColumn,
-                                        const Taskmill_JobRecord &job, bool forceNew, qint32 *outID)
+bool Taskmill_Database::InsertQueuedJob(Taskmill_Table table, const Taskmill_JobRecord &job, bool forceNew,
+                                        qint32 *outID)
 {
-    Taskmill_RecordFields fields{keyColumn};
+    Taskmill_RecordFields fields{KeyColumn(table)};
     fields.AddText(u"Name"_s, job.Name);
     fields.AddInteger(u"JobTypeID"_s, job.JobType.JobTypeID);
     AddLeadingFields(fields, job);
     AddClientFields(fields, job);
     AddTrailingFields(fields, job);
-    return InsertKeyed(TableName(table), fields.Record(), job.Name, forceNew, outID);
+    qint32 key = -1;
+    if (!InsertKeyed(TableName(table), fields, job.Name, forceNew, &key))
+        return false;
+    if (outID)
+        *outID = key;
+    // Without forceNew the key may be that of an older row.
+    if (const auto known = m_keysOfJobs.find(table); known != m_keysOfJobs.end() && forceNew)
+        known->insert(job.JobID, key);
+    return true;
 }
 
 bool Taskmill_Database::InsertLongJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID)
 {
-    return InsertQueuedJob(Taskmill_Table::LongJobsQueue, u"LongJobID"_s, job, forceNew, outID);
+    return InsertQueuedJob(Taskmill_Table::LongJobsQueue, job, forceNew, outID);
 }
 
 bool Taskmill_Database::InsertShortJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID)
 {
-    return InsertQueuedJob(Taskmill_Table::ShortJobsQueue, u"ShortJobID"_s, job, forceNew, outID);
+    return InsertQueuedJob(Taskmill_Table::ShortJobsQueue, job, forceNew, outID);
 }
 
 bool Taskmill_Database::InsertQueuelessJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID)
 {
-    return InsertQueuedJob(Taskmill_Table::QueuelessJobs, u"QueuelessJobID"_s, job, forceNew, outID);
+    return InsertQueuedJob(Taskmill_Table::QueuelessJobs, job, forceNew, outID);
 }
 
 bool Taskmill_Database::InsertFinishedJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID)
 {
-    Taskmill_RecordFields fields{u"FinishedJobID"_s};
+    Taskmill_RecordFields fields{KeyColumn(Taskmill_Table::FinishedJobs)};
     fields.AddText(u"Name"_s, job.Name);
     fields.AddInteger(u"JobTypeID"_s, job.JobType.JobTypeID);
     fields.AddInteger(u"QueueID"_s, static_cast<qint32>(Taskmill_QueueKeyFromName(job.QueueName)));
@@ -177,13 +199,45 @@ bool Taskmill_Database::InsertFinishedJob(const Taskmill_JobRecord &job, bool fo
     AddClientFields(fields, job);
     fields.AddText(u"StdOutAndStdErr"_s, job.StdOutAndStdErr);
     AddTrailingFields(fields, job);
-    return InsertKeyed(TableName(Taskmill_Table::FinishedJobs), fields.Record(), job.Name, forceNew, outID);
+    return InsertKeyed(TableName(Taskmill_Table::FinishedJobs), fields, job.Name, forceNew, outID);
+}
+
+Taskmill_Database::KeysOfJobs &Taskmill_Database::KeysIn(Taskmill_Table table)
+{
+    const auto known = m_keysOfJobs.find(table);
+    if (known != m_keysOfJobs.end())
+        return *known;
+    KeysOfJobs &keys = *m_keysOfJobs.insert(table, {});
+    QSqlQuery query{Connection()};
+    query.setForwardOnly(true);
+    if (query.exec(u"SELECT JobID, "_s + KeyColumn(table) + u" FROM "_s + TableName(table))) {
+        while (query.next())
+            keys.insert(query.value(0).toInt(), query.value(1).toInt());
+    }
+    return keys;
 }
 
 bool Taskmill_Database::DeleteJob(Taskmill_Table table, qint32 jobID)
 {
-    return ExecuteInTransaction(u"DELETE FROM "_s + TableName(table) + u" WHERE JobID = "_s +
-                                QString::number(jobID));
+    // Nobody else can change a database in memory.
+    if (Kind() != SQLiteMemory)
+        return ExecuteInTransaction(u"DELETE FROM "_s + TableName(table) + u" WHERE JobID = "_s +
+                                    QString::number(jobID));
+    if (!BeginTransaction())
+        return false;
+    KeysOfJobs &keys = KeysIn(table);
+    QSqlQuery *remove = m_statements.Find(Connection(), u"DELETE FROM "_s + TableName(table) + u" WHERE "_s +
+                                                            KeyColumn(table) + u" = ?"_s);
+    const QList<qint32> rows = keys.values(jobID);
+    for (const qint32 key : rows) {
+        if (remove)
+            Taskmill_DatabaseStatements::Run(*remove, {key});
+    }
+    keys.remove(jobID);
+    if (Commit())
+        return true;
+    m_keysOfJobs.clear();
+    return false;
 }
 
 bool Taskmill_Database::DeleteLongJob(qint32 jobID)
@@ -203,7 +257,7 @@ bool Taskmill_Database::DeleteQueuelessJob(qint32 jobID)
 
 bool Taskmill_Database::DeleteFinishedJob(qint32 jobID)
 {
-    return DeleteJob(Taskmill_Table::FinishedJobs, jobID);
+    return DeleteFinishedJobs({jobID});
 }
 
 bool Taskmill_Database::DeleteFinishedJobs(const QList<qint32> &jobIDs)
@@ -228,15 +282,13 @@ QList<Taskmill_JobRecord> Taskmill_Database::GetJobs(Taskmill_Table table, const
     QList<Taskmill_JobRecord> jobs;
     if (!Open())
         return jobs;
-    QSqlTableModel model{nullptr, Connection()};
-    model.setTable(TableName(table));
-    if (!SelectAll(model))
+    QSqlQuery query{Connection()};
+    query.setForwardOnly(true);
+    if (!query.exec(u"SELECT * FROM "_s + TableName(table)))
         return jobs;
-    JobReader reader{*this, model};
-    const int count = model.rowCount();
-    jobs.reserve(count);
-    for (int row = 0; row < count; ++row)
-        jobs.append(reader.Read(row, queueName));
+    JobReader reader{*this, query};
+    while (query.next())
+        jobs.append(reader.Read(queueName));
     return jobs;
 }
 
@@ -292,7 +344,7 @@ bool Taskmill_Database::InsertQueue(const QString &name, qint32 maxRunningJobs, 
     fields.AddText(u"Name"_s, name);
     fields.AddCreationTimes();
     fields.AddInteger(u"MaxRunningJobs"_s, maxRunningJobs);
-    return InsertKeyed(u"Queues"_s, fields.Record(), name, false, outID);
+    return InsertKeyed(u"Queues"_s, fields, name, false, outID);
 }
 
 qint32 Taskmill_Database::GetQueueValue(const QString &name, const QString &column)

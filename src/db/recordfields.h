@@ -1,27 +1,28 @@
 #pragma once
 
 #include <QDateTime>
-#include <QSqlField>
-#include <QSqlRecord>
 #include <QString>
+#include <QStringList>
+#include <QVariantList>
 
-/// Builds the record of one row, field by field in the table's column order. The first field is the table's
-/// key.
+/// The values of one row, field by field in the table's column order. The first field is the table's key.
 class Taskmill_RecordFields
 {
 public:
-    explicit Taskmill_RecordFields(const QString &keyColumn) { AddInteger(keyColumn, 0); }
+    explicit Taskmill_RecordFields(const QString &keyColumn)
+    {
+        m_columns.reserve(MostColumns);
+        m_values.reserve(MostColumns);
+        AddInteger(keyColumn, 0);
+    }
 
-    void AddInteger(const QString &column, qint32 value) { Add(column, QMetaType::Int, value); }
+    void AddInteger(const QString &column, qint32 value) { Add(column, value); }
     /// A null text becomes an empty one: the columns never hold NULL.
     void AddText(const QString &column, const QString &value)
     {
-        Add(column, QMetaType::QString, value.isNull() ? QStringLiteral("") : value);
+        Add(column, value.isNull() ? QStringLiteral("") : value);
     }
-    void AddBytes(const QString &column, const QByteArray &value)
-    {
-        Add(column, QMetaType::QByteArray, value);
-    }
+    void AddBytes(const QString &column, const QByteArray &value) { Add(column, value); }
     void AddTime(const QString &column, const QDateTime &value)
     {
         AddText(column, value.toString(Qt::ISODate));
@@ -29,20 +30,25 @@ public:
     /// Created and LastModified, both now.
     void AddCreationTimes()
     {
-        const QDateTime now = QDateTime::currentDateTime();
-        AddTime(QStringLiteral("Created"), now);
-        AddTime(QStringLiteral("LastModified"), now);
+        const QString now = QDateTime::currentDateTime().toString(Qt::ISODate);
+        AddText(QStringLiteral("Created"), now);
+        AddText(QStringLiteral("LastModified"), now);
     }
 
-    [[nodiscard]] const QSqlRecord &Record() const { return m_record; }
+    [[nodiscard]] QString KeyColumn() const { return m_columns.first(); }
+    void SetKey(qint32 key) { m_values.first() = key; }
+    [[nodiscard]] const QStringList &Columns() const { return m_columns; }
+    [[nodiscard]] const QVariantList &Values() const { return m_values; }
 
 private:
-    void Add(const QString &column, QMetaType::Type type, const QVariant &value)
+    static constexpr qsizetype MostColumns = 28;
+
+    void Add(const QString &column, const QVariant &value)
     {
-        QSqlField field{column, QMetaType{type}};
-        field.setValue(value);
-        m_record.append(field);
+        m_columns.append(column);
+        m_values.append(value);
     }
 
-    QSqlRecord m_record;
+    QStringList m_columns;
+    QVariantList m_values;
 };
