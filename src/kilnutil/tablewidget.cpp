@@ -1,5 +1,6 @@
 #include "kilnutil/tablewidget.h"
 
+#include "kilnutil/filedrop.h"
 #include "kilnutil/registry.h"
 #include "kilnutil/tablesortproxy.h"
 
@@ -8,12 +9,10 @@
 #include <QGuiApplication>
 #include <QHeaderView>
 #include <QHelpEvent>
-#include <QMimeData>
 #include <QPainter>
 #include <QScrollBar>
 #include <QTextDocument>
 #include <QToolTip>
-#include <QUrl>
 
 #include <algorithm>
 
@@ -22,17 +21,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 constexpr int saveDelayMs = 500;
 constexpr int widestColumn = 10'000;
-constexpr int dropFrameWidth = 3;
-
-QStringList LocalPaths(const QMimeData &data)
-{
-    QStringList paths;
-    for (const QUrl &url : data.urls()) {
-        if (url.isLocalFile())
-            paths.append(url.toLocalFile());
-    }
-    return paths;
-}
 } // namespace
 
 KilnUtil_TableWidget::KilnUtil_TableWidget(QWidget *parent)
@@ -279,37 +267,17 @@ void KilnUtil_TableWidget::paintEvent(QPaintEvent *event)
         return;
 
     QPainter painter{viewport()};
-    const QRect area = viewport()->rect();
-    if (isEmpty) {
-        const int margin = fontMetrics().height();
-        painter.setPen(palette().color(QPalette::PlaceholderText));
-        painter.drawText(area.adjusted(margin, margin, -margin, -margin), Qt::AlignCenter | Qt::TextWordWrap,
-                         m_emptyText);
-    }
-    if (m_dropHover) {
-        constexpr int inset = dropFrameWidth / 2;
-        painter.setPen(QPen{palette().color(QPalette::Active, QPalette::Highlight), dropFrameWidth});
-        painter.drawRect(area.adjusted(inset, inset, -inset - 1, -inset - 1));
-    }
-}
-
-bool KilnUtil_TableWidget::TakesDrop(const QDropEvent &event) const
-{
-    // Never as a move: the other program would delete its files.
-    const bool canStay = event.possibleActions().testAnyFlags(Qt::CopyAction | Qt::LinkAction);
-    return m_acceptsFiles && canStay && event.source() != this && !LocalPaths(*event.mimeData()).isEmpty();
+    if (isEmpty)
+        KilnUtil_FileDrop::PaintEmptyText(painter, *this, viewport()->rect(), m_emptyText);
+    if (m_dropHover)
+        KilnUtil_FileDrop::PaintFrame(painter, *this, viewport()->rect());
 }
 
 void KilnUtil_TableWidget::AcceptDrop(QDropEvent *event)
 {
-    const bool takes = TakesDrop(*event);
-    if (takes) {
-        const bool canCopy = event->possibleActions().testFlag(Qt::CopyAction);
-        event->setDropAction(canCopy ? Qt::CopyAction : Qt::LinkAction);
-        event->accept();
-    } else {
+    const bool takes = m_acceptsFiles && event->source() != this && KilnUtil_FileDrop::Answer(event);
+    if (!takes)
         event->ignore();
-    }
     SetDropHover(takes && event->type() != QEvent::Drop);
 }
 
@@ -342,7 +310,7 @@ void KilnUtil_TableWidget::dropEvent(QDropEvent *event)
     AcceptDrop(event);
     if (!event->isAccepted())
         return;
-    const QStringList paths = LocalPaths(*event->mimeData());
+    const QStringList paths = KilnUtil_FileDrop::LocalPaths(*event->mimeData());
     QMetaObject::invokeMethod(
         this, [this, paths] { Q_EMIT DropSignal(paths); }, Qt::QueuedConnection);
 }

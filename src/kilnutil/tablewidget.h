@@ -76,7 +76,6 @@ private:
     void CopySelectionColours();
     void RequestMenuAtCurrentRow();
     [[nodiscard]] bool ShowWholeText(const QHelpEvent &event);
-    [[nodiscard]] bool TakesDrop(const QDropEvent &event) const;
     void AcceptDrop(QDropEvent *event);
     void SetDropHover(bool hover);
 

@@ -66,7 +66,7 @@ private:
     [[nodiscard]] QLayout *MakeButtonRow();
     void ConnectList();
     [[nodiscard]] QPushButton *MakeMenuButton(const QString &text,
-                                              void (Taskmill_OpenFilesDialog::*slot)(QAction *));
+                                              void (Taskmill_OpenFilesDialog::*slot)(QAction *)) const;
     void MakeShortcuts();
 
     void Prepare(const QString &caption);

@@ -102,7 +102,7 @@ QLayout *Taskmill_OpenFilesDialog::MakeHeadingRow()
 }
 
 QPushButton *Taskmill_OpenFilesDialog::MakeMenuButton(const QString &text,
-                                                      void (Taskmill_OpenFilesDialog::*slot)(QAction *))
+                                                      void (Taskmill_OpenFilesDialog::*slot)(QAction *)) const
 {
     auto *button = new QPushButton{text};
     button->setAutoDefault(false);

@@ -101,7 +101,7 @@ QString ExistingPath(const QString &path)
 {
     const QString trimmed = path.trimmed();
     for (const QString &candidate : {trimmed, path}) {
-        const QString normalised = candidate.trimmed().isEmpty() ? QString{} : Normalised(candidate);
+        QString normalised = candidate.trimmed().isEmpty() ? QString{} : Normalised(candidate);
         if (!normalised.isEmpty() && QFileInfo::exists(normalised))
             return normalised;
     }
