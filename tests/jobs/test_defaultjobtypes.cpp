@@ -18,13 +18,9 @@ class TestDefaultJobTypes : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
-    void NothingIsAddedForMissingPrograms();
     void AllInstalledProgramsAreAddedInOrder();
-    void TemplatesStandAsThePromptsNeedThem_data();
-    void TemplatesStandAsThePromptsNeedThem();
     void GaussianAndGaussianWStandAlone();
     void ProgramsWithoutExeAreFound();
-    void AutomaticChoiceFollowsTheOrder();
 
 private:
     [[nodiscard]] QString InGauss(const QString &name) const { return m_place->filePath("gauss/"_L1 + name); }
@@ -65,17 +61,12 @@ void TestDefaultJobTypes::InstallEverything() const
     WriteTestFile(InApp(u"gmmx.exe"_s), {});
 }
 
-void TestDefaultJobTypes::NothingIsAddedForMissingPrograms()
+void TestDefaultJobTypes::AllInstalledProgramsAreAddedInOrder()
 {
     Taskmill_JobTypeList list{m_store};
     list.AddDefaults();
     QVERIFY(list.GetAll().isEmpty());
-}
-
-void TestDefaultJobTypes::AllInstalledProgramsAreAddedInOrder()
-{
     InstallEverything();
-    Taskmill_JobTypeList list{m_store};
     list.AddDefaults();
     QCOMPARE(list.Names(), (QStringList{u"Veltra"_s, u"Gaussian"_s, u"GaussianW"_s, u"GMMX"_s, u"Cubegen"_s,
                                         u"Formchk"_s, u"Freqchk"_s, u"Cubman"_s}));
@@ -87,57 +78,6 @@ void TestDefaultJobTypes::AllInstalledProgramsAreAddedInOrder()
     QCOMPARE(list.GetAll().at(3).ExecutablePath, InApp(u"gmmx.exe"_s));
     for (const Taskmill_JobType &jobType : list.GetAll())
         QVERIFY2(jobType.IsValid(), qPrintable(jobType.Name));
-}
-
-void TestDefaultJobTypes::TemplatesStandAsThePromptsNeedThem_data()
-{
-    QTest::addColumn<int>("index");
-    QTest::addColumn<QStringList>("fields"); // queue, template, input filter, output filter
-    const QString checkpoints = u"Gaussian Formatted Checkpoint Files (*.fch *.fchk)"_s;
-    const QString cubes = u"Cube Files (*.cub *.cube)"_s;
-    QTest::newRow("Veltra") << 0
-                            << QStringList{u"Short"_s, u"@EXEFILE -nproc=0 -b @INFILE"_s,
-                                           u"Veltra Input Files (*.dat *.vdat)"_s,
-                                           u"Veltra Output Files (*.out *.vout)"_s};
-    QTest::newRow("GaussianW") << 2
-                               << QStringList{u"Long"_s, u"@EXEFILE -run -inp=@INFILE -out=@OUTFILE"_s,
-                                              u"Gaussian Input Files (*.gjf)"_s,
-                                              u"Gaussian Log Files (*.log)"_s};
-    QTest::newRow("Cubegen") << 4
-                             << QStringList{u"Short"_s,
-                                            u"@EXEFILE @NPROCS @KIND @INFILE @OUTFILE @NPTS @HEADER"_s,
-                                            checkpoints, cubes};
-    QTest::newRow("Formchk") << 5
-                             << QStringList{u"Short"_s, u"@EXEFILE /3 @INFILE @OUTFILE"_s,
-                                            u"Gaussian Checkpoint Files (*.chk)"_s, checkpoints};
-    QTest::newRow("Freqchk") << 6
-                             << QStringList{
-                                    u"Short"_s,
-                                    u"@EXEFILE @INFILE @SAVE @NFD @SEL\nn\n@TEMP\n@PRESS\n@SCALE\n@ISO\n"
-                                    "@PROJ\n@SELINPUT\n"_s,
-                                    u"Gaussian Checkpoint Files (*.chk *.fch *.fchk)"_s,
-                                    u"Gaussian Frequency Files (*.gfrq)"_s};
-    QTest::newRow("Cubman") << 7
-                            << QStringList{
-                                   u"Short"_s,
-                                   u"@EXEFILE\n@KIND\n@INFILE1\ny\n@INFILE2\ny\n@OUTFILE\ny\n@SCALE\n"_s,
-                                   cubes, cubes};
-}
-
-void TestDefaultJobTypes::TemplatesStandAsThePromptsNeedThem()
-{
-    InstallEverything();
-    Taskmill_JobTypeList list{m_store};
-    list.AddDefaults();
-    QFETCH(const int, index);
-    QFETCH(const QStringList, fields);
-    const Taskmill_JobType jobType = list.GetAll().at(index);
-    QCOMPARE(jobType.Name, QString::fromLatin1(QTest::currentDataTag()));
-    QCOMPARE((QStringList{jobType.DefaultQueue, jobType.GenericCommandLine, jobType.InputFileFilter,
-                          jobType.OutputFileFilter}),
-             fields);
-    if (index > 3)
-        QCOMPARE(jobType.EnvironmentVariables, u"GAUSS_MEMDEF=@MEMORY"_s);
 }
 
 void TestDefaultJobTypes::GaussianAndGaussianWStandAlone()
@@ -160,16 +100,6 @@ void TestDefaultJobTypes::ProgramsWithoutExeAreFound()
     QCOMPARE(list.Names(), (QStringList{u"Gaussian"_s, u"GMMX"_s, u"Formchk"_s}));
     QCOMPARE(list.GetAll().first().ApplicationName, u"g16"_s);
     QCOMPARE(list.GetAll().last().ExecutablePath, InGauss(u"formchk"_s));
-}
-
-void TestDefaultJobTypes::AutomaticChoiceFollowsTheOrder()
-{
-    InstallEverything();
-    Taskmill_JobTypeList list{m_store};
-    list.AddDefaults();
-    QCOMPARE(Taskmill_JobTypeForFile(list.GetAll(), u"a.FCHK"_s).Name, u"Cubegen"_s);
-    QCOMPARE(Taskmill_JobTypeForFile(list.GetAll(), u"a.chk"_s).Name, u"Formchk"_s);
-    QCOMPARE(Taskmill_JobTypeForFile(list.GetAll(), u"a.gjf"_s).Name, u"Gaussian"_s);
 }
 
 QTEST_GUILESS_MAIN(TestDefaultJobTypes)

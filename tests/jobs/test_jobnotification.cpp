@@ -9,14 +9,11 @@
 #include <QTcpSocket>
 #include <QtTest>
 
-#include <functional>
 #include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-using Change = std::function<void(Taskmill_JobRecord &)>;
-
 Taskmill_JobRecord MakeClientJob()
 {
     Taskmill_JobRecord job;
@@ -81,6 +78,18 @@ private:
     QTcpServer m_server;
 };
 
+/// A job that runs the test program for that client.
+Taskmill_JobRecord MakeJobOf(const Client &client, const QString &directory, const QStringList &arguments)
+{
+    Taskmill_JobRecord job = MakeTestJob(1, directory, arguments);
+    job.ClientName = u"me"_s;
+    job.ClientAppName = u"TaskmillGUI"_s;
+    job.ClientAddress = u"localhost"_s;
+    job.ClientPort = client.Port();
+    job.ClientNotification = true;
+    return job;
+}
+
 int UnusedPort()
 {
     return Client{}.Port();
@@ -94,15 +103,11 @@ class TestJobNotification : public QObject
 private Q_SLOTS:
     void init();
     void cleanup() { Taskmill_SetRunMode(Taskmill_RunMode::Gui); }
-    void WritesMessage_data();
     void WritesMessage();
-    void KnowsWhoWantsIt_data();
     void KnowsWhoWantsIt();
-    void Sends_data();
     void Sends();
     void SendsNothing_data();
     void SendsNothing();
-    void SendsNothingToImpossiblePorts();
     void TellsTheClientHowItsJobEnded_data();
     void TellsTheClientHowItsJobEnded();
     void StartsTheNextJobFirst();
@@ -114,92 +119,48 @@ void TestJobNotification::init()
     Taskmill_SetRunMode(Taskmill_RunMode::Gui);
 }
 
-void TestJobNotification::WritesMessage_data()
-{
-    QTest::addColumn<Change>("change");
-    QTest::addColumn<QByteArray>("message");
-
-    const QByteArray message{eighteenLines};
-    QTest::newRow("eighteen lines") << Change{[](auto &) {
-    }} << message;
-    QTest::newRow("both checkpoint files") << Change{[](auto &job) {
-        job.CheckpointFile = u"/W/A.chk"_s;
-        job.CheckpointFile2 = u"/W/B.chk"_s;
-    }} << message + "\njobchkfile=/W/A.chk\njobchkfile1=/W/B.chk";
-    QTest::newRow("only the second checkpoint file") << Change{[](auto &job) {
-        job.CheckpointFile2 = u"/W/B.chk"_s;
-    }} << message + "\njobchkfile1=/W/B.chk";
-    QTest::newRow("other files") << Change{[](auto &job) {
-        job.InputFilePath2 = u"/W/2"_s;
-        job.StandardInputFile = u"/W/I"_s;
-        job.StandardOutputFile = u"/W/O"_s;
-    }}
-                                 << QByteArray{message}
-                                        .replace("file2=", "file2=/W/2")
-                                        .replace("inputfile=\n", "inputfile=/W/I\n")
-                                        .append("/W/O");
-}
-
 void TestJobNotification::WritesMessage()
 {
-    QFETCH(Change, change);
+    const auto messageOf = [](const Taskmill_JobRecord &record) {
+        return Taskmill_JobFinishedMessage(record, 0, u"TaskmillGUI"_s);
+    };
     Taskmill_JobRecord job = MakeClientJob();
-    change(job);
-    QTEST(Taskmill_JobFinishedMessage(job, 0, u"TaskmillGUI"_s), "message");
-}
-
-void TestJobNotification::KnowsWhoWantsIt_data()
-{
-    QTest::addColumn<Change>("change");
-    QTest::addColumn<bool>("wanted");
-
-    QTest::newRow("asked for") << Change{[](auto &) {
-    }} << true;
-    QTest::newRow("not asked for") << Change{[](auto &job) {
-        job.ClientNotification = false;
-    }} << false;
-    QTest::newRow("no address") << Change{[](auto &job) {
-        job.ClientAddress.clear();
-    }} << false;
-    QTest::newRow("no client name") << Change{[](auto &job) {
-        job.ClientName.clear();
-    }} << false;
-    QTest::newRow("no application name") << Change{[](auto &job) {
-        job.ClientAppName.clear();
-    }} << false;
-    QTest::newRow("this manager itself") << Change{[](auto &job) {
-        job.ClientAppName = u"TaskmillGUI"_s;
-    }} << false;
-    QTest::newRow("almost this manager") << Change{[](auto &job) {
-        job.ClientAppName = u"taskmillgui"_s;
-    }} << true;
+    QCOMPARE(messageOf(job), QByteArray{eighteenLines});
+    job.InputFilePath2 = u"/W/2"_s;
+    job.StandardInputFile = u"/W/I"_s;
+    job.StandardOutputFile = u"/W/O"_s;
+    job.CheckpointFile2 = u"/W/B.chk"_s;
+    const QByteArray otherFiles = QByteArray{eighteenLines}
+                                      .replace("file2=", "file2=/W/2")
+                                      .replace("inputfile=\n", "inputfile=/W/I\n")
+                                      .append("/W/O");
+    QCOMPARE(messageOf(job), otherFiles + "\njobchkfile1=/W/B.chk");
+    job.CheckpointFile = u"/W/A.chk"_s;
+    QCOMPARE(messageOf(job), otherFiles + "\njobchkfile=/W/A.chk\njobchkfile1=/W/B.chk");
 }
 
 void TestJobNotification::KnowsWhoWantsIt()
 {
-    QFETCH(Change, change);
-    Taskmill_JobRecord job = MakeClientJob();
-    change(job);
-    QTEST(Taskmill_WantsNotification(job, u"TaskmillGUI"_s), "wanted");
-}
-
-void TestJobNotification::Sends_data()
-{
-    QTest::addColumn<QString>("address");
-    QTest::addColumn<QByteArray>("message");
-
-    QTest::newRow("address") << u"127.0.0.1"_s << QByteArray{"a=1\nb="};
-    QTest::newRow("localhost in any case") << u"LocalHost"_s << QByteArray{"a=1"};
-    QTest::newRow("long message") << u"localhost"_s << QByteArray{50'000, 'x'};
+    const auto isWantedWith = [](auto member, const auto &value) {
+        Taskmill_JobRecord job = MakeClientJob();
+        job.*member = value;
+        return Taskmill_WantsNotification(job, u"TaskmillGUI"_s);
+    };
+    QVERIFY(isWantedWith(&Taskmill_JobRecord::ClientAppName, u"taskmillgui"_s));
+    QVERIFY(!isWantedWith(&Taskmill_JobRecord::ClientAppName, u"TaskmillGUI"_s));
+    QVERIFY(!isWantedWith(&Taskmill_JobRecord::ClientAppName, QString{}));
+    QVERIFY(!isWantedWith(&Taskmill_JobRecord::ClientName, QString{}));
+    QVERIFY(!isWantedWith(&Taskmill_JobRecord::ClientAddress, QString{}));
+    QVERIFY(!isWantedWith(&Taskmill_JobRecord::ClientNotification, false));
 }
 
 void TestJobNotification::Sends()
 {
-    QFETCH(QString, address);
-    QFETCH(QByteArray, message);
     Client client;
-    QVERIFY(Taskmill_SendMessage(address, client.Port(), message));
-    QCOMPARE(client.ReadMessage(), message);
+    for (const QByteArray &message : {QByteArray{"a=1\nb="}, QByteArray{50'000, 'x'}}) {
+        QVERIFY(Taskmill_SendMessage(u"LocalHost"_s, client.Port(), message));
+        QCOMPARE(client.ReadMessage(), message);
+    }
 }
 
 void TestJobNotification::SendsNothing_data()
@@ -208,7 +169,6 @@ void TestJobNotification::SendsNothing_data()
     QTest::addColumn<int>("port");
 
     QTest::newRow("nobody listens") << u"127.0.0.1"_s << UnusedPort();
-    QTest::newRow("no address") << QString{} << 80;
     QTest::newRow("name of a host") << u"host.invalid"_s << 80;
     QTest::newRow("number out of range") << u"127.0.0.256"_s << 80;
 }
@@ -218,10 +178,7 @@ void TestJobNotification::SendsNothing()
     QFETCH(QString, address);
     QFETCH(int, port);
     QVERIFY(!Taskmill_SendMessage(address, port, "x"));
-}
 
-void TestJobNotification::SendsNothingToImpossiblePorts()
-{
     // Both become the client's port when all but 16 bits are lost.
     Client client;
     QVERIFY(!Taskmill_SendMessage(u"localhost"_s, client.Port() + 65'536, "x"));
@@ -247,13 +204,7 @@ void TestJobNotification::TellsTheClientHowItsJobEnded()
     const QTemporaryDir directory;
     const auto inspector = Taskmill_MakeSystemProcessInspector();
     Client client;
-    Taskmill_JobRecord record = MakeTestJob(1, directory.path(), arguments);
-    record.ClientName = u"me"_s;
-    record.ClientAppName = u"TaskmillGUI"_s;
-    record.ClientAddress = u"localhost"_s;
-    record.ClientPort = client.Port();
-    record.ClientNotification = true;
-    Taskmill_Job job{record};
+    Taskmill_Job job{MakeJobOf(client, directory.path(), arguments)};
     const QSignalSpy finished{&job, &Taskmill_Job::JobFinishedSignal};
     QVERIFY(job.Start());
     if (arguments.first() == u"wait"_s)
@@ -271,12 +222,8 @@ void TestJobNotification::StartsTheNextJobFirst()
     const QTemporaryDir directory;
     const auto inspector = Taskmill_MakeSystemProcessInspector();
     Client client;
-    Taskmill_JobRecord first = MakeTestJob(1, directory.path(), {u"exit"_s, u"0"_s});
-    first.ClientName = u"me"_s;
+    Taskmill_JobRecord first = MakeJobOf(client, directory.path(), {u"exit"_s, u"0"_s});
     first.ClientAppName = u"Client"_s;
-    first.ClientAddress = u"localhost"_s;
-    first.ClientPort = client.Port();
-    first.ClientNotification = true;
 
     FakeJobStore store;
     RecordingFinishedJobsTaker finished;

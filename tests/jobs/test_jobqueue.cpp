@@ -19,22 +19,15 @@ private Q_SLOTS:
     void init();
     void cleanup();
     void StartsOneJobPerChange();
-    void StartsNothingWithoutLimit();
+    void PausesAndKillsWhatRuns();
     void StartsTheNextWhenOneEnds();
-    void Pauses();
     void WritesTheLimitOnlyWhenItDiffers();
     void CountsFailedStartUntilRemoved();
-    void KillsRunningAndKeepsWaiting_data();
-    void KillsRunningAndKeepsWaiting();
     void RemovesAllAndStartsNothing();
     void HandsOverEachKilledJobOnce();
     void StartsQueuelessJobsAtOnce();
     void LeavesAFailedQueuelessStartAlone();
-    void MakesAddedRecordsPendingAnew();
-    void Removes_data();
-    void Removes();
-    void AnswersByNumberAndPosition_data();
-    void AnswersByNumberAndPosition();
+    void RemovesAndAnswersByNumberAndPosition();
     void EndsJobsWithTheContainer();
 
 private:
@@ -45,7 +38,6 @@ private:
     [[nodiscard]] QList<Taskmill_JobRecord> Waiting(const QList<int> &jobIDs) const;
     /// The job cannot be started: the file for its standard input cannot be made.
     [[nodiscard]] Taskmill_JobRecord Unstartable(int jobID) const;
-    [[nodiscard]] Taskmill_JobContainer &Container(const QString &name);
     [[nodiscard]] QString Path() const { return m_directory->path(); }
     [[nodiscard]] static QString States(const Taskmill_JobContainer &jobs);
 
@@ -93,16 +85,6 @@ Taskmill_JobRecord TestJobQueue::Unstartable(int jobID) const
     return record;
 }
 
-Taskmill_JobContainer &TestJobQueue::Container(const QString &name)
-{
-    for (Taskmill_JobContainer *container : {static_cast<Taskmill_JobContainer *>(m_long.get()),
-                                             static_cast<Taskmill_JobContainer *>(m_short.get())}) {
-        if (container->Name() == name)
-            return *container;
-    }
-    return *m_queueless;
-}
-
 /// One letter for each job: P(ending), R(unning), C(ompleted), K(illed) and so on.
 QString TestJobQueue::States(const Taskmill_JobContainer &jobs)
 {
@@ -125,16 +107,39 @@ void TestJobQueue::StartsOneJobPerChange()
     QCOMPARE(States(*m_long), u"RRRPP"_s);
     m_long->JobFinishedSlot();
     QCOMPARE(States(*m_long), u"RRRRP"_s);
-}
 
-void TestJobQueue::StartsNothingWithoutLimit()
-{
-    QCOMPARE(m_short->MaxRunningJobs(), 1);
     for (const int limit : {0, -1}) {
         m_short->SetMaxRunningJobs(limit);
         m_short->Add(new Taskmill_Job{Waiting(1)});
         QVERIFY(!States(*m_short).contains(u'R'));
     }
+}
+
+void TestJobQueue::PausesAndKillsWhatRuns()
+{
+    Taskmill_JobRecord stored = Waiting(1);
+    stored.Submitted = stored.Started = stored.Finished = QDateTime{{2001, 2, 3}, {4, 5, 6}};
+    stored.Status = Taskmill_JobStatus::Killed;
+    m_long->SetMaxRunningJobs(2);
+    m_long->SetPaused(true);
+    m_long->AddAll({stored, Waiting(2), Waiting(3), Waiting(4), Waiting(5)});
+    m_long->JobFinishedSlot();
+    QCOMPARE(States(*m_long), u"PPPPP"_s);
+    const Taskmill_JobRecord &added = m_long->JobAt(0)->Record();
+    QVERIFY(added.Submitted > stored.Submitted);
+    QVERIFY(added.Started.isNull() && added.Finished.isNull());
+
+    m_long->SetPaused(false);
+    m_long->JobFinishedSlot();
+    QCOMPARE(States(*m_long), u"RRPPP"_s);
+    m_long->KillRunning();
+    QCOMPARE(States(*m_long), u"RPP"_s);
+    QCOMPARE(m_long->JobIDs(), (QList{3, 4, 5}));
+    QCOMPARE(m_finished.Summary(), (QStringList{u"1 Killed"_s, u"2 Killed"_s}));
+    m_long->SetPaused(true);
+    m_long->KillRunning();
+    QCOMPARE(States(*m_long), u"PP"_s);
+    QVERIFY(m_long->IsPaused());
 }
 
 void TestJobQueue::StartsTheNextWhenOneEnds()
@@ -151,18 +156,6 @@ void TestJobQueue::StartsTheNextWhenOneEnds()
     QVERIFY(m_finished.Taken.isEmpty());
     for (int i = 1; i < 3; ++i)
         QVERIFY(m_long->JobAt(i)->Record().Started >= m_long->JobAt(i - 1)->Record().Finished);
-}
-
-void TestJobQueue::Pauses()
-{
-    m_long->SetMaxRunningJobs(3);
-    m_long->SetPaused(true);
-    m_long->AddAll(Waiting(QList{1, 2, 3}));
-    m_long->JobFinishedSlot();
-    QCOMPARE(States(*m_long), u"PPP"_s);
-    m_long->SetPaused(false);
-    QCOMPARE(States(*m_long), u"RPP"_s);
-    QVERIFY(!m_long->IsPaused());
 }
 
 void TestJobQueue::WritesTheLimitOnlyWhenItDiffers()
@@ -189,31 +182,6 @@ void TestJobQueue::CountsFailedStartUntilRemoved()
     QCOMPARE(States(*m_long), u"R"_s);
     QCOMPARE(m_long->JobIDs(), QList{2});
     QVERIFY(m_finished.Taken.isEmpty());
-}
-
-void TestJobQueue::KillsRunningAndKeepsWaiting_data()
-{
-    QTest::addColumn<bool>("paused");
-    QTest::addColumn<QString>("states");
-
-    QTest::newRow("goes on with one job") << false << u"RPP"_s;
-    QTest::newRow("stays paused") << true << u"PPP"_s;
-}
-
-void TestJobQueue::KillsRunningAndKeepsWaiting()
-{
-    QFETCH(bool, paused);
-    m_long->SetMaxRunningJobs(2);
-    m_long->AddAll(Waiting(QList{1, 2, 3, 4, 5}));
-    m_long->JobFinishedSlot();
-    QCOMPARE(States(*m_long), u"RRPPP"_s);
-    if (paused)
-        m_long->SetPaused(true);
-    m_long->KillRunning();
-    QTEST(States(*m_long), "states");
-    QCOMPARE(m_long->IsPaused(), paused);
-    QCOMPARE(m_long->JobIDs(), (QList{3, 4, 5}));
-    QCOMPARE(m_finished.Summary(), (QStringList{u"1 Killed"_s, u"2 Killed"_s}));
 }
 
 void TestJobQueue::RemovesAllAndStartsNothing()
@@ -273,86 +241,37 @@ void TestJobQueue::LeavesAFailedQueuelessStartAlone()
     QCOMPARE(States(*m_queueless), u"RR"_s);
 }
 
-void TestJobQueue::MakesAddedRecordsPendingAnew()
+void TestJobQueue::RemovesAndAnswersByNumberAndPosition()
 {
-    Taskmill_JobRecord record = Waiting(1);
-    const QDateTime before{{2001, 2, 3}, {4, 5, 6}};
-    record.Submitted = record.Started = record.Finished = before;
-    record.Status = Taskmill_JobStatus::Killed;
-    m_short->SetPaused(true);
-    m_short->AddAll({record});
-    const Taskmill_JobRecord &added = m_short->JobAt(0)->Record();
-    QCOMPARE(added.Status, Taskmill_JobStatus::Pending);
-    QVERIFY(added.Submitted > before);
-    QVERIFY(added.Started.isNull() && added.Finished.isNull());
-}
+    m_long->AddAll(Waiting(QList{5, 6, 5, 7}));
+    m_long->RemoveAt(-1);
+    m_long->RemoveAt(4);
+    m_long->RemoveByJobID(99);
+    QCOMPARE(m_long->JobIDs(), (QList{5, 6, 5, 7}));
+    QCOMPARE(m_long->FindJobByProcessID(m_long->JobAt(0)->ProcessID()), 5);
+    QCOMPARE(m_long->FindJobByProcessID(QCoreApplication::applicationPid()), -1);
+    QCOMPARE(m_long->FindJobByProcessID(0), -1);
+    QCOMPARE(m_long->JobIDsOf({2, 0, 4, 1}), (QList{5, 5}));
+    QCOMPARE(m_long->JobIDsOf({-1, 0}), QList<int>{});
 
-void TestJobQueue::Removes_data()
-{
-    QTest::addColumn<QString>("name");
-    for (const char *name : {"Long", "Short", "Queueless"})
-        QTest::newRow(name) << QString::fromLatin1(name);
-}
-
-void TestJobQueue::Removes()
-{
-    QFETCH(QString, name);
-    Taskmill_JobContainer &jobs = Container(name);
-    QCOMPARE(jobs.Name(), name);
-    jobs.AddAll(Waiting(QList{5, 6, 5, 7}));
-    const QString states = States(jobs);
-    jobs.RemoveAt(-1);
-    jobs.RemoveAt(4);
-    jobs.RemoveByJobID(99);
-    QCOMPARE(States(jobs), states);
+    bool anyRunning = true;
+    QVERIFY(m_long->ContainsAll({}, anyRunning) && !anyRunning);
+    QVERIFY(m_long->ContainsAll({6, 5}, anyRunning) && anyRunning);
+    QVERIFY(!m_long->ContainsAll({99, 5}, anyRunning) && anyRunning);
+    QVERIFY(m_long->ContainsAll({6}, anyRunning) && !anyRunning);
+    QStringList names;
+    QVERIFY(m_long->NamesOf({7, 5}, names));
+    QCOMPARE(names, (QStringList{u"job 7"_s, u"job 5"_s}));
+    QVERIFY(!m_long->NamesOf({7, 99}, names));
+    QCOMPARE(names, QStringList{});
 
     // Of two jobs with the same number the first is meant.
-    QCOMPARE(jobs.FindByJobID(5), jobs.JobAt(0));
-    jobs.RemoveByJobID(5);
+    m_long->RemoveByJobID(5);
     QCOMPARE(m_finished.Summary(), QStringList{u"5 Killed"_s});
-    QCOMPARE(jobs.JobIDs(), (QList{6, 5, 7}));
-    QCOMPARE(jobs.FindByJobID(5), jobs.JobAt(1));
-    jobs.RemoveAt(1);
-    QCOMPARE(jobs.JobIDs(), (QList{6, 7}));
-    QCOMPARE(jobs.FindByJobID(5), nullptr);
-    jobs.RemoveAll();
-    QCOMPARE(jobs.Count(), 0);
-}
-
-void TestJobQueue::AnswersByNumberAndPosition_data()
-{
-    Removes_data();
-}
-
-void TestJobQueue::AnswersByNumberAndPosition()
-{
-    QFETCH(QString, name);
-    Taskmill_JobContainer &jobs = Container(name);
-    jobs.AddAll(Waiting(QList{5, 6, 7}));
-    bool anyRunning = true;
-    QVERIFY(jobs.ContainsAll({}, anyRunning));
-    QVERIFY(!anyRunning);
-    QVERIFY(jobs.ContainsAll({7, 5}, anyRunning));
-    QVERIFY(anyRunning);
-    QVERIFY(!jobs.ContainsAll({99, 5}, anyRunning));
-    QVERIFY(anyRunning);
-    QVERIFY(jobs.ContainsAll({6}, anyRunning));
-    QCOMPARE(anyRunning, name == u"Queueless"_s);
-
-    QStringList names;
-    QVERIFY(jobs.NamesOf({7, 5}, names));
-    QCOMPARE(names, (QStringList{u"job 7"_s, u"job 5"_s}));
-    QVERIFY(!jobs.NamesOf({7, 99}, names));
-    QCOMPARE(names, QStringList{});
-    QVERIFY(jobs.NamesOf({}, names));
-
-    QCOMPARE(jobs.JobIDsOf({2, 0, 3, 1}), (QList{7, 5}));
-    QCOMPARE(jobs.JobIDsOf({-1, 0}), QList<int>{});
-
-    QVERIFY(jobs.JobAt(0)->ProcessID() > 0);
-    QCOMPARE(jobs.FindJobByProcessID(jobs.JobAt(0)->ProcessID()), 5);
-    QCOMPARE(jobs.FindJobByProcessID(QCoreApplication::applicationPid()), -1);
-    QCOMPARE(jobs.FindJobByProcessID(0), -1);
+    QCOMPARE(m_long->JobIDs(), (QList{6, 5, 7}));
+    QCOMPARE(m_long->FindByJobID(5), m_long->JobAt(1));
+    m_long->RemoveAt(1);
+    QCOMPARE(m_long->FindByJobID(5), nullptr);
 }
 
 void TestJobQueue::EndsJobsWithTheContainer()

@@ -23,7 +23,6 @@ void TestJobRecord::StampsStatus_data()
     QTest::addColumn<Taskmill_JobStatus>("status");
     QTest::addColumn<QList<bool>>("stamped"); // Submitted, Started, Finished
 
-    QTest::newRow("unknown stamps nothing") << Taskmill_JobStatus::Unknown << QList{false, false, false};
     QTest::newRow("pending") << Taskmill_JobStatus::Pending << QList{true, false, false};
     QTest::newRow("running") << Taskmill_JobStatus::Running << QList{false, true, false};
     QTest::newRow("first final status") << Taskmill_JobStatus::Finished << QList{false, false, true};
