@@ -4,8 +4,6 @@
 #include <QSysInfo>
 
 #include <array>
-#include <cstddef>
-#include <vector>
 
 // windows.h comes first: the others use its types.
 #include <windows.h>
@@ -89,18 +87,32 @@ QByteArray ExecutablePath(HANDLE process)
     return QString::fromWCharArray(path.data(), static_cast<qsizetype>(length)).toUtf8();
 }
 
-QByteArray CommandLine(HANDLE process)
+/// Copies an object out of another process's memory.
+template <typename T>
+bool ReadMemory(HANDLE process, const void *address, T *target, size_t size = sizeof(T))
 {
-    constexpr auto commandLineInformation = static_cast<PROCESSINFOCLASS>(60);
-    ULONG size = 0;
-    NtQueryInformationProcess(process, commandLineInformation, nullptr, 0, &size);
-    if (size < sizeof(UNICODE_STRING))
+    SIZE_T count = 0;
+    return ReadProcessMemory(process, address, target, size, &count) && count == size;
+}
+
+/// The command line stands in the process's own memory.
+QByteArray CommandLine(DWORD processID)
+{
+    const Handle process{OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | PROCESS_VM_READ, FALSE, processID)};
+    PROCESS_BASIC_INFORMATION basics{};
+    PEB environment{};
+    RTL_USER_PROCESS_PARAMETERS parameters{};
+    if (!process.IsValid() ||
+        NtQueryInformationProcess(process.Get(), ProcessBasicInformation, &basics, sizeof basics, nullptr) <
+            0 ||
+        !ReadMemory(process.Get(), basics.PebBaseAddress, &environment) ||
+        !ReadMemory(process.Get(), environment.ProcessParameters, &parameters))
         return {};
-    std::vector<std::max_align_t> buffer(size / sizeof(std::max_align_t) + 1);
-    if (NtQueryInformationProcess(process, commandLineInformation, buffer.data(), size, &size) < 0)
+    const UNICODE_STRING &text = parameters.CommandLine;
+    QString commandLine{text.Length / static_cast<qsizetype>(sizeof(wchar_t)), Qt::Uninitialized};
+    if (!ReadMemory(process.Get(), text.Buffer, commandLine.data(), text.Length))
         return {};
-    const auto *text = reinterpret_cast<const UNICODE_STRING *>(buffer.data());
-    return QString::fromWCharArray(text->Buffer, text->Length / sizeof(wchar_t)).toUtf8();
+    return commandLine.toUtf8();
 }
 
 /// The begin of what the system tells of a process's memory, the whole of which it wants room for.
@@ -155,9 +167,9 @@ public:
         Append("Priority", static_cast<qulonglong>(entry.pcPriClassBase));
     }
 
-    void AppendProgram(const Handle &process)
+    void AppendProgram(DWORD processID, const Handle &process)
     {
-        Append("CommandLine", process.IsValid() ? CommandLine(process.Get()) : QByteArray{});
+        Append("CommandLine", CommandLine(processID));
         Append("ExecutablePath", process.IsValid() ? ExecutablePath(process.Get()) : QByteArray{});
         Append("CSName", QSysInfo::machineHostName().toUtf8());
         Append("ExecutionState", QByteArray{});
@@ -213,7 +225,7 @@ QString Taskmill_NativeProcessInspector::ListingText()
         const Handle process{OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, entry.th32ProcessID)};
         Lines lines{listing};
         lines.AppendSnapshot(entry);
-        lines.AppendProgram(process);
+        lines.AppendProgram(entry.th32ProcessID, process);
         lines.AppendTimes(TimesOf(process));
         lines.AppendMemory(process);
         listing.append("\r\n");
