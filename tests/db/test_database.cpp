@@ -5,6 +5,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sqlite3.h>
+
 using namespace Qt::Literals::StringLiterals;
 
 /// The tables: how they are made, and how those of earlier versions are upgraded.
@@ -19,6 +21,7 @@ private Q_SLOTS:
     void FailedIndexIsReported();
     void NothingHappensWithoutConnection();
     void UpgradeAddsMissingColumns();
+    void DriverUsesTheLibraryOfTheProgram();
 
 private:
     [[nodiscard]] QString Path() const
@@ -149,6 +152,28 @@ void TestDatabase::UpgradeAddsMissingColumns()
     Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 10);
     QVERIFY(database->InsertFinishedJob(job, true));
     QCOMPARE(database->GetFinishedJobs().last().StdOutAndStdErr, job.StdOutAndStdErr);
+}
+
+namespace {
+int openedDatabases = 0;
+
+int CountDatabase(sqlite3 *, const char **, const sqlite3_api_routines *)
+{
+    ++openedDatabases;
+    return SQLITE_OK;
+}
+} // namespace
+
+/// A driver with an SQLite of its own inside gives out handles that the program must not use.
+void TestDatabase::DriverUsesTheLibraryOfTheProgram()
+{
+    sqlite3_auto_extension(reinterpret_cast<void (*)()>(CountDatabase));
+    Taskmill_Database database{
+        KilnUtil_Database_Foundation::SQLiteMemory, {}, u"QSQLITE"_s, {}, {}, {}, {}, {}};
+    const bool opened = database.Open();
+    sqlite3_reset_auto_extension();
+    QVERIFY(opened);
+    QCOMPARE(openedDatabases, 1);
 }
 
 QTEST_GUILESS_MAIN(TestDatabase)
