@@ -43,9 +43,17 @@ WindowsConsole::WindowsConsole(int processID)
     const bool joined = processID == 0 ? AllocConsole() : AttachConsole(static_cast<DWORD>(processID));
     if (!joined)
         return;
+    // Ctrl+C may be ignored by inheritance, and the programs started from here are not to inherit that.
+    SetConsoleCtrlHandler(nullptr, FALSE);
     SetConsoleCtrlHandler(Ignore, TRUE);
     m_input = OpenConsoleFile(L"CONIN$");
     m_output = OpenConsoleFile(L"CONOUT$");
+}
+
+bool WindowsConsole::IsOpen() const
+{
+    CONSOLE_SCREEN_BUFFER_INFO information{};
+    return GetConsoleScreenBufferInfo(m_output, &information);
 }
 
 WindowsConsole::~WindowsConsole()
@@ -77,6 +85,19 @@ void WindowsConsole::Break() const
 void WindowsConsole::PressControlC() const
 {
     GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
+}
+
+bool WindowsConsole::CloseWindow()
+{
+    const HWND window = GetConsoleWindow();
+    // Whoever is still at the console when it is closed is ended.
+    FreeConsole();
+    return window && PostMessageW(window, WM_CLOSE, 0, 0);
+}
+
+bool WindowsConsole::IsMinimised()
+{
+    return IsIconic(GetConsoleWindow());
 }
 
 QString WindowsConsole::Screen() const
