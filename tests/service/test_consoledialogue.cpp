@@ -28,7 +28,6 @@ private Q_SLOTS:
     void SaveQuestionOfANewProject_data();
     void SaveQuestionOfANewProject();
     void SaveQuestionOfAFile();
-    void AddCommands_data();
     void AddCommands();
     void AnswersOfAddJob_data();
     void AnswersOfAddJob();
@@ -61,11 +60,9 @@ void TestConsoleDialogue::ExitQuestion_data()
     QTest::addColumn<QString>("word");
     QTest::addColumn<QString>("answer");
     QTest::addColumn<bool>("exits");
-    QTest::newRow("yes") << u"quit"_s << u"yes"_s << true;
     QTest::newRow("in any case, with blanks") << u"  EXIT "_s << u" Yes "_s << true;
     QTest::newRow("y") << u"Quit"_s << u"Y"_s << true;
     QTest::newRow("1") << u"exit"_s << u"1"_s << true;
-    QTest::newRow("n") << u"QUIT"_s << u"n"_s << false;
     QTest::newRow("nothing") << u"quit"_s << QString{} << false;
     QTest::newRow("more than a yes") << u"quit"_s << u"yes please"_s << false;
 }
@@ -97,7 +94,6 @@ void TestConsoleDialogue::SaveQuestionOfANewProject_data()
     row("asked again", {u"y"_s, u""_s, u"no"_s}, u"%1\n%1\n%1"_s, true, {});
     row("saved", {u"Yes"_s, u"%2/new"_s}, u"%1"_s + ask + saved + u"new.mill.\n\n"_s, true, u"new.mill"_s);
     row("no name", {u"yes"_s, u" "_s}, u"%1"_s + ask, false, {});
-    row("name cancelled", {u"yes"_s, u"CANCEL"_s}, u"%1"_s + ask, false, {});
     row("not replaced", {u"yes"_s, u"%2/old"_s, u"no"_s}, u"%1"_s + ask + exists, false, {});
     row("replaced", {u"yes"_s, u"%2/old"_s, u"perhaps"_s, u"yes"_s},
         u"%1"_s + ask + exists + u'\n' + exists + saved + u"old.mill.\n\n"_s, true, u"old.mill"_s);
@@ -141,42 +137,23 @@ void TestConsoleDialogue::SaveQuestionOfAFile()
     QCOMPARE(m_fixture->Exits, 3);
 }
 
-void TestConsoleDialogue::AddCommands_data()
-{
-    QTest::addColumn<QStringList>("lines");
-    QTest::addColumn<Taskmill_Destination>("destination");
-    const auto row = [](const QStringList &lines, Taskmill_Destination destination) {
-        QTest::newRow(qPrintable(lines.join(u", "_s))) << lines << destination;
-    };
-    for (const QString &verb : {u"add"_s, u"submit"_s}) {
-        row({verb + u" job"_s, u"Long"_s}, Taskmill_Destination::Long);
-        row({verb + u" job"_s, u"SHORT"_s}, Taskmill_Destination::Short);
-        row({verb + u" job"_s, u"none"_s}, Taskmill_Destination::Queueless);
-        row({verb + u" long job"_s}, Taskmill_Destination::Long);
-        row({verb + u" short job"_s}, Taskmill_Destination::Short);
-        row({verb + u" queueless job"_s}, Taskmill_Destination::Queueless);
-    }
-}
-
 void TestConsoleDialogue::AddCommands()
 {
-    QFETCH(const QStringList, lines);
-    QFETCH(const Taskmill_Destination, destination);
     m_fixture->Manager.AddGatedJobType();
     m_fixture->Manager.shortJobs.Jobs().SetPaused(true);
     const QString file = m_fixture->Manager.InputFile(u"a 'b'.in"_s);
-    const bool isShort = destination == Taskmill_Destination::Short;
-    Taskmill_QueueOwner *owner = m_fixture->Manager.tabs.OwnerOf(destination);
-    QCOMPARE(m_fixture->Run(lines + QStringList{u"Gated"_s, u" %1 "_s.arg(file)}),
-             (lines.size() > 1 ? queueQuestion : QString{}) + typeQuestion + fileQuestion +
-                 u"\n<Taskmill> Job 1 was added to the %1%2.\n\n"_s.arg(
-                     owner->ListName(), isShort ? u", which is paused"_s : QString{}) +
-                 prompt);
-    QCOMPARE(owner->Jobs().JobIDs(), QList<int>{1});
-    const Taskmill_JobRecord job = owner->Jobs().JobAt(0)->Record();
+    const QString answer = u"\n<Taskmill> Job %1 was added to the %2.\n\n"_s + prompt;
+    QCOMPARE(m_fixture->Run({u"add job"_s, u"none"_s, u"Gated"_s, u" %1 "_s.arg(file)}),
+             queueQuestion + typeQuestion + fileQuestion + answer.arg(1).arg(u"Queueless Jobs List"_s));
+    QCOMPARE(m_fixture->Run({u"submit job"_s, u"LONG"_s, u"Gated"_s, file}),
+             queueQuestion + typeQuestion + fileQuestion + answer.arg(2).arg(u"Long Jobs Queue"_s));
+    QCOMPARE(m_fixture->Run({u"submit short job"_s, u"Gated"_s, file}),
+             typeQuestion + fileQuestion + answer.arg(3).arg(u"Short Jobs Queue, which is paused"_s));
+    QCOMPARE(m_fixture->Manager.longJobs.Jobs().JobIDs(), QList<int>{2});
+    QCOMPARE(m_fixture->Manager.shortJobs.Jobs().JobIDs(), QList<int>{3});
+    const Taskmill_JobRecord job = m_fixture->Manager.queuelessJobs.Jobs().JobAt(0)->Record();
     QCOMPARE(job.Name, u"a 'b'.in"_s);
     QCOMPARE(job.InputFilePath, file);
-    QCOMPARE(job.JobType.Name, u"Gated"_s);
     QVERIFY(!job.ClientNotification);
 }
 
@@ -191,7 +168,6 @@ void TestConsoleDialogue::AnswersOfAddJob_data()
     };
     row("queue cancelled", {u"add job"_s, u"Cancel"_s}, u"q"_s, {});
     row("no such queue", {u"add job"_s, u"longer"_s, u""_s, u"cancel"_s}, u"qnqnq"_s, {});
-    row("type cancelled", {u"add long job"_s, u"CANCEL"_s}, u"t"_s, {});
     row("no such type", {u"add long job"_s, u"2"_s, u"-1"_s, u"first "_s, u"a.in"_s}, u"tntntfj"_s,
         u"First"_s);
     row("type by name in any case", {u"add long job"_s, u"SECOND"_s, u"a.in"_s}, u"tfj"_s, u"Second"_s);

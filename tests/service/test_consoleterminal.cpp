@@ -67,7 +67,6 @@ private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
     void Lines_data();
     void Lines();
-    void UnfinishedTextWaitsForItsLineFeed();
     void EndOfTheInputIsNoEnd();
     void InterruptEndsTheWaiting_data();
     void InterruptEndsTheWaiting();
@@ -100,16 +99,6 @@ void TestConsoleTerminal::Lines()
     Taskmill_PlainTerminal terminal{pipe.Reader()};
     for (const QString &line : lines)
         QCOMPARE(terminal.ReadLine({}), Line{line});
-}
-
-void TestConsoleTerminal::UnfinishedTextWaitsForItsLineFeed()
-{
-    const Pipe pipe;
-    pipe.Write("begin");
-    Taskmill_PlainTerminal terminal{pipe.Reader()};
-    std::future<Line> line = ReadAside(terminal);
-    pipe.Write("ning\n");
-    QCOMPARE(line.get(), Line{u"beginning"_s});
 }
 
 void TestConsoleTerminal::EndOfTheInputIsNoEnd()

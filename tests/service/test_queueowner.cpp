@@ -32,9 +32,7 @@ private Q_SLOTS:
     void KilledJobIsRecordedOnce();
     void ClearKeepsTheRows();
     void StopKillsAndPauses();
-    void ReplaceStartsAfresh();
-    void ReplaceByNothingPauses();
-    void QueuelessJobsStartAtOnce();
+    void ReplaceStopsWhatRan();
     void RemovalAsksAndDeletesTheRows();
     void RemovalMayLeaveRunningJobs();
 
@@ -170,43 +168,19 @@ void TestQueueOwner::StopKillsAndPauses()
     QCOMPARE(Finished(), (QList<int>{1, 3}));
 }
 
-void TestQueueOwner::ReplaceStartsAfresh()
+void TestQueueOwner::ReplaceStopsWhatRan()
 {
     SubmitGated(m_manager->longJobs, u"a.in"_s);
     Taskmill_JobRecord stored = m_manager->longJobs.Jobs().JobAt(0)->Record();
     stored.JobID = 9;
-    stored.Submitted = stored.Submitted.addYears(-1);
-    QVERIFY(stored.Started.isValid());
     m_manager->longJobs.Replace({stored});
-
-    Taskmill_LongJobsQueue &queue = m_manager->longJobs.Jobs();
-    QVERIFY(queue.IsPaused());
-    QCOMPARE(queue.JobIDs(), QList<int>{9});
-    const Taskmill_JobRecord &job = queue.JobAt(0)->Record();
-    QCOMPARE(job.Status, Taskmill_JobStatus::Pending);
-    QVERIFY(job.Submitted > stored.Submitted);
-    QVERIFY(!job.Started.isValid());
+    QVERIFY(m_manager->longJobs.Jobs().IsPaused());
+    QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), QList<int>{9});
+    QCOMPARE(m_manager->longJobs.Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Pending);
     QCOMPARE(Finished(), QList<int>{1});
     QCOMPARE(NumbersOf(TestManager::Database().GetLongJobs()), QList<int>{1});
-}
-
-void TestQueueOwner::ReplaceByNothingPauses()
-{
-    QVERIFY(!m_manager->shortJobs.Jobs().IsPaused());
     m_manager->shortJobs.Replace({});
     QVERIFY(m_manager->shortJobs.Jobs().IsPaused());
-}
-
-void TestQueueOwner::QueuelessJobsStartAtOnce()
-{
-    QStringList files;
-    for (const QString &name : {u"a.in"_s, u"b.in"_s, u"c.in"_s})
-        files += SubmitGated(m_manager->queuelessJobs, name);
-    for (const Taskmill_Job *job : m_manager->queuelessJobs.Jobs().Jobs())
-        QCOMPARE(job->Status(), Taskmill_JobStatus::Running);
-    TestManager::Release(files[1]);
-    QTRY_COMPARE(Finished(), QList<int>{2});
-    QCOMPARE(NumbersOf(TestManager::Database().GetQueuelessJobs()), (QList<int>{1, 3}));
 }
 
 void TestQueueOwner::RemovalAsksAndDeletesTheRows()

@@ -158,7 +158,6 @@ void TestRequestConnection::BoundOfTheSize_data()
     constexpr qsizetype mebibyte = 1'048'576;
     QTest::newRow("1 MiB") << mebibyte << true;
     QTest::newRow("one byte more") << mebibyte + 1 << false;
-    QTest::newRow("endless line") << 8 * mebibyte << false;
 }
 
 void TestRequestConnection::BoundOfTheSize()
