@@ -6,11 +6,14 @@
 
 #include <QtTest>
 
+#include <algorithm>
 #include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+constexpr int longestWaitMs = 30'000;
+
 // Lines of the tray's menu.
 constexpr int showLine = 0;
 constexpr int hideLine = 1;
@@ -43,6 +46,8 @@ private Q_SLOTS:
 private:
     [[nodiscard]] bool Start(Desktop::Tray tray = Desktop::Tray::Shown);
     [[nodiscard]] ManagerProcess &Manager() { return m_project->Manager(); }
+    /// Whether the program knows where the window manager has put its windows.
+    [[nodiscard]] bool AreWindowsSettled() const;
     /// Clicks a control of the window, which must be there before long.
     [[nodiscard]] bool Click(const QString &role, const QString &name, int button = 1) const;
     [[nodiscard]] bool ChooseInTray(int line) const;
@@ -88,8 +93,21 @@ bool TestWindow::Start(Desktop::Tray tray)
            (tray == Desktop::Tray::None || m_desktop->WaitForTrayIcon());
 }
 
+bool TestWindow::AreWindowsSettled() const
+{
+    const QList<ScreenControl> controls = m_reader->Controls();
+    const QList<DesktopWindow> windows = m_desktop->Windows();
+    return std::ranges::all_of(windows, [&](const DesktopWindow &window) {
+        const auto own = std::ranges::find(controls, window.Title, &ScreenControl::Name);
+        return own == controls.end() || own->Geometry.topLeft() == window.Geometry.topLeft();
+    });
+}
+
 bool TestWindow::Click(const QString &role, const QString &name, int button) const
 {
+    if (!m_reader->WaitFor(role, name) ||
+        !QTest::qWaitFor([this] { return AreWindowsSettled(); }, longestWaitMs))
+        return false;
     const auto control = m_reader->WaitFor(role, name);
     if (!control)
         return false;
