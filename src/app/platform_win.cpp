@@ -110,7 +110,8 @@ bool Taskmill_Platform::HasDisplay(const QStringList &)
 bool Taskmill_Platform::AttachToParentConsole()
 {
     const RedirectedStreams streams;
-    return AttachConsole(ATTACH_PARENT_PROCESS) != 0;
+    // Access is denied to whoever has a console already, which serves.
+    return AttachConsole(ATTACH_PARENT_PROCESS) || GetLastError() == ERROR_ACCESS_DENIED;
 }
 
 bool Taskmill_Platform::OpenConsole()

@@ -93,8 +93,10 @@ void TestProcessInspectorNative::TellsSeventeenProperties()
     for (const QString &number : {record.KernelModeTime, record.UserModeTime})
         QVERIFY2(!number.isEmpty() && number.toLongLong() >= 0, qPrintable(number));
     for (const QString &number : {record.Priority, record.PrivatePageCount, record.ThreadCount,
-                                  record.VirtualSize, record.WorkingSetSize})
-        QVERIFY2(number.toLongLong() > 0, qPrintable(number));
+                                  record.VirtualSize, record.WorkingSetSize}) {
+        // Wine does not count everything.
+        QVERIFY2(number.toLongLong() > 0 || (RunsUnderWine() && number == "0"_L1), qPrintable(number));
+    }
 }
 
 void TestProcessInspectorNative::EndsTheChildrenAlone()
