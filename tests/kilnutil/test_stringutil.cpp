@@ -17,16 +17,13 @@ private Q_SLOTS:
     void HardNamesSurviveTheCommandLine_data();
     void HardNamesSurviveTheCommandLine();
     void OnlyNamesThatNeedItAreQuoted();
-    void IndexInAList();
 };
 
 void TestStringUtil::ArgumentTextIsSplit_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QStringList>("expected");
-    QTest::newRow("nothing") << QString{} << QStringList{};
     QTest::newRow("blanks and tabs only") << u" \t  "_s << QStringList{};
-    QTest::newRow("runs of blanks") << u"  -b\t x.dat  "_s << QStringList{u"-b"_s, u"x.dat"_s};
     QTest::newRow("quoted blank") << uR"(-inp="a b" c)"_s << QStringList{u"-inp=a b"_s, u"c"_s};
     QTest::newRow("empty argument") << uR"(a "" b)"_s << QStringList{u"a"_s, QString{u""_s}, u"b"_s};
     QTest::newRow("plain backslashes")
@@ -76,14 +73,6 @@ void TestStringUtil::OnlyNamesThatNeedItAreQuoted()
     QCOMPARE(KilnUtil_FileSys::ConvertFilename({}, true, false), QString{});
     QCOMPARE(KilnUtil_FileSys::ConvertFilename(uR"(it's\x)"_s, true, false), uR"(it's\x)"_s);
     QCOMPARE(KilnUtil_FileSys::ConvertFilename(uR"(a b"c\)"_s, true, false), uR"("a b\"c\\")"_s);
-}
-
-void TestStringUtil::IndexInAList()
-{
-    const QStringList list{u"Queues"_s, u"JobTypes"_s, u"jobtypes"_s};
-    QCOMPARE(KilnUtil_String::FindIndex(u"jobtypes"_s, list, false), 2);
-    QCOMPARE(KilnUtil_String::FindIndex(u"jobtypes"_s, list, true), 1);
-    QCOMPARE(KilnUtil_String::FindIndex(u"Jobs"_s, list, true), -1);
 }
 
 QTEST_GUILESS_MAIN(TestStringUtil)
