@@ -39,7 +39,6 @@ void TestStartOptions::OptionsOfTheFirstPass_data()
     const QString full = u"-showprogress=true"_s;
     row("nothing", {}, Mode::Gui, Progress::Full);
     row("name alone", {u"taskmill"_s}, Mode::Gui, Progress::Full);
-    row("console", {u"taskmill"_s, u"-console"_s}, Mode::Console, Progress::Some);
     row("no window", {u"taskmill"_s, u"-nogui"_s}, Mode::Console, Progress::Some);
     row("any case", {u"taskmill"_s, u"-NoGUI"_s}, Mode::Console, Progress::Some);
     row("new console wins", {u"taskmill"_s, u"-newconsole"_s, u"-console"_s}, Mode::NewConsole,
@@ -48,9 +47,7 @@ void TestStartOptions::OptionsOfTheFirstPass_data()
     row("part of an option", {u"taskmill"_s, u"-consoles"_s}, Mode::Gui, Progress::Full);
     row("no event loop", {u"taskmill"_s, u"-NoEventLoop"_s}, Mode::Gui, Progress::Full, true);
     row("full in a console", {u"taskmill"_s, u"-console"_s, full}, Mode::Console, Progress::Full);
-    row("none in any case", {u"taskmill"_s, u"-ShowProgress=False"_s}, Mode::Gui, Progress::None);
     row("some wins over full", {u"taskmill"_s, some, full}, Mode::Gui, Progress::Some);
-    row("none wins over full", {u"taskmill"_s, none, full}, Mode::Gui, Progress::None);
     row("some wins over none", {u"taskmill"_s, some, none}, Mode::Gui, Progress::Some);
     row("unknown level", {u"taskmill"_s, u"-showprogress=all"_s}, Mode::Gui, Progress::Full);
 }
@@ -80,11 +77,9 @@ void TestStartOptions::FileArguments_data()
     row("nothing", {}, false, Outcome::ShowUsage);
     row("name alone", {u"taskmill"_s}, false, Outcome::GoOn);
     row("help in any case", {u"taskmill"_s, file, u"-Help"_s}, true, Outcome::ShowUsage);
-    row("options alone", {u"taskmill"_s, u"-console"_s, u"-debug"_s}, true, Outcome::GoOn);
     row("file", {u"taskmill"_s, file}, false, Outcome::GoOn, true);
     row("file behind options", {u"taskmill"_s, u"-console"_s, file, missing}, true, Outcome::GoOn, true);
     row("missing file", {u"taskmill"_s, missing, file}, false, Outcome::MissingFile);
-    row("missing file in a console", {u"taskmill"_s, u"-console"_s, missing}, true, Outcome::MissingFile);
     row("unattended, in a console", {u"taskmill"_s, u"-nogui"_s, missing}, true, Outcome::MissingFile);
     row("unattended, with a window", {u"taskmill"_s, missing, file, u"-run"_s}, false, Outcome::GoOn);
     row("unattended in this spelling only", {u"taskmill"_s, missing, u"-RUN"_s}, false, Outcome::MissingFile);
