@@ -35,11 +35,12 @@ Desktop::Desktop(Tray tray, int scale)
 Desktop::~Desktop()
 {
     // The X server comes last, so that the others do not complain about its end.
-    for (auto part = m_parts.rbegin(); part != m_parts.rend(); ++part) {
-        (*part)->terminate();
-        if (!(*part)->waitForFinished())
-            (*part)->kill();
-        (*part)->waitForFinished();
+    for (; !m_parts.empty(); m_parts.pop_back()) {
+        QProcess &part = *m_parts.back();
+        part.terminate();
+        if (!part.waitForFinished())
+            part.kill();
+        part.waitForFinished();
     }
 }
 
