@@ -46,9 +46,9 @@ QJsonObject ToJson(const JobList &list, const Taskmill_JobRecord &job)
         {u"commandline"_s, job.CommandLine()},
         {u"inputfile"_s, job.InputFilePath},
         {u"inputfile2"_s, job.InputFilePath2},
-        {u"submitted"_s, job.Submitted.toString(Qt::ISODate)},
-        {u"started"_s, job.Started.toString(Qt::ISODate)},
-        {u"finished"_s, job.Finished.toString(Qt::ISODate)},
+        {u"submitted"_s, job.Submitted.IsoText()},
+        {u"started"_s, job.Started.IsoText()},
+        {u"finished"_s, job.Finished.IsoText()},
         {u"clientname"_s, job.ClientName},
         {u"clientappname"_s, job.ClientAppName},
     };

@@ -119,6 +119,7 @@ private:
     bool InsertQueuedJob(Taskmill_Table table, const Taskmill_JobRecord &job, bool forceNew, qint32 *outID);
     bool DeleteJob(Taskmill_Table table, qint32 jobID);
     KeysOfJobs &KeysIn(Taskmill_Table table);
+    QString ColumnsToRead(Taskmill_Table table);
     QList<Taskmill_JobRecord> GetJobs(Taskmill_Table table, const QString &queueName);
     qint32 GetQueueValue(const QString &name, const QString &column);
 

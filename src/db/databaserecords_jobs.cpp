@@ -7,6 +7,7 @@
 #include <QSqlRecord>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -93,9 +94,9 @@ public:
         job.InputFilePath2 = Text(m_inputFilePath2);
         job.Status = Taskmill_JobStatusFromText(Text(m_status));
         job.StdOutAndStdErr = Text(m_stdOutAndStdErr);
-        job.Submitted = Value(m_submitted).toDateTime();
-        job.Started = Value(m_started).toDateTime();
-        job.Finished = Value(m_finished).toDateTime();
+        job.Submitted = Taskmill_JobTime::FromIsoText(Text(m_submitted));
+        job.Started = Taskmill_JobTime::FromIsoText(Text(m_started));
+        job.Finished = Taskmill_JobTime::FromIsoText(Text(m_finished));
         job.JobID = Value(m_jobID).toInt();
         job.DeriveOutputFile();
         return job;
@@ -103,7 +104,17 @@ public:
 
 private:
     QVariant Value(int column) const { return column < 0 ? QVariant{} : m_query.value(column); }
-    QString Text(int column) const { return Value(column).toString(); }
+    /// Most texts are those of the row before: such rows share them.
+    QString Text(int column)
+    {
+        if (column < 0)
+            return {};
+        QString text = m_query.value(column).toString();
+        QString &before = m_before[column];
+        if (before != text)
+            before = std::move(text);
+        return before;
+    }
     int Column(const QString &name) const { return m_record.indexOf(name); }
 
     Taskmill_JobType JobType()
@@ -126,6 +137,7 @@ private:
     Taskmill_Database &m_database;
     const QSqlQuery &m_query;
     const QSqlRecord m_record;
+    QList<QString> m_before{m_record.count()}; ///< the texts of the row before, by column
     QHash<qint32, Taskmill_JobType> m_jobTypes;
     const int m_name = Column(u"Name"_s);
     const int m_jobTypeID = Column(u"JobTypeID"_s);
@@ -277,6 +289,26 @@ bool Taskmill_Database::DeleteFinishedJobs(const QList<qint32> &jobIDs)
     return deleted;
 }
 
+QString Taskmill_Database::ColumnsToRead(Taskmill_Table table)
+{
+    // What only stands in for a deleted job type is long, and of no use in the other rows.
+    static const QStringList standIns{u"ApplicationName"_s, u"ExecutablePath"_s, u"CommandLine"_s};
+    static const QStringList neverRead{u"Created"_s, u"LastModified"_s};
+    const bool hasJobTypes = !Connection().record(u"JobTypes"_s).isEmpty();
+    const QSqlRecord columns = Connection().record(TableName(table));
+    QStringList read;
+    for (int position = 0; position < columns.count(); ++position) {
+        const QString name = columns.fieldName(position);
+        if (hasJobTypes && standIns.contains(name))
+            read.append(
+                u"CASE WHEN JobTypeID IN (SELECT JobTypeID FROM JobTypes) THEN '' ELSE %1 END AS %1"_s.arg(
+                    name));
+        else if (!neverRead.contains(name))
+            read.append(name);
+    }
+    return read.join(u',');
+}
+
 QList<Taskmill_JobRecord> Taskmill_Database::GetJobs(Taskmill_Table table, const QString &queueName)
 {
     QList<Taskmill_JobRecord> jobs;
@@ -284,7 +316,7 @@ QList<Taskmill_JobRecord> Taskmill_Database::GetJobs(Taskmill_Table table, const
         return jobs;
     QSqlQuery query{Connection()};
     query.setForwardOnly(true);
-    if (!query.exec(u"SELECT * FROM "_s + TableName(table)))
+    if (!query.exec(u"SELECT "_s + ColumnsToRead(table) + u" FROM "_s + TableName(table)))
         return jobs;
     JobReader reader{*this, query};
     while (query.next())
@@ -380,7 +412,7 @@ bool Taskmill_Database::SetMaxRunningJobs(const QString &name, qint32 maxRunning
         return false;
     Execute(u"UPDATE Queues SET MaxRunningJobs = "_s + QString::number(maxRunningJobs) +
             u" WHERE QueueID = "_s + QString::number(key));
-    Execute(u"UPDATE Queues SET LastModified = '"_s + QDateTime::currentDateTime().toString(Qt::ISODate) +
+    Execute(u"UPDATE Queues SET LastModified = '"_s + Taskmill_JobTime::Now().IsoText() +
             u"' WHERE QueueID = "_s + QString::number(key));
     return Commit();
 }

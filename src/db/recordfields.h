@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QDateTime>
+#include "jobs/jobtime.h"
+
 #include <QString>
 #include <QStringList>
 #include <QVariantList>
@@ -23,14 +24,11 @@ public:
         Add(column, value.isNull() ? QStringLiteral("") : value);
     }
     void AddBytes(const QString &column, const QByteArray &value) { Add(column, value); }
-    void AddTime(const QString &column, const QDateTime &value)
-    {
-        AddText(column, value.toString(Qt::ISODate));
-    }
+    void AddTime(const QString &column, const Taskmill_JobTime &value) { AddText(column, value.IsoText()); }
     /// Created and LastModified, both now.
     void AddCreationTimes()
     {
-        const QString now = QDateTime::currentDateTime().toString(Qt::ISODate);
+        const QString now = Taskmill_JobTime::Now().IsoText();
         AddText(QStringLiteral("Created"), now);
         AddText(QStringLiteral("LastModified"), now);
     }

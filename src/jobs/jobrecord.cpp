@@ -3,6 +3,7 @@
 #include "jobs/commandline.h"
 #include "kilnutil/filesys.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -16,11 +17,11 @@ void Taskmill_JobRecord::SetStatus(Taskmill_JobStatus status, bool stamp)
     if (!stamp)
         return;
     if (status == Taskmill_JobStatus::Pending)
-        Submitted = QDateTime::currentDateTime();
+        Submitted = Taskmill_JobTime::Now();
     else if (status == Taskmill_JobStatus::Running)
-        Started = QDateTime::currentDateTime();
+        Started = Taskmill_JobTime::Now();
     else if (IsFinished())
-        Finished = QDateTime::currentDateTime();
+        Finished = Taskmill_JobTime::Now();
 }
 
 void Taskmill_JobRecord::DeriveOutputFile()
@@ -44,6 +45,11 @@ void Taskmill_JobRecord::DeriveOutputFile()
         return;
     OutputFile = InputFilePath;
     KilnUtil_FileSys::SetFileExtension(OutputFile, QString{*pattern}.remove(u'*'));
+}
+
+QString Taskmill_JobRecord::OutputFilePath() const
+{
+    return OutputFile.isEmpty() ? QString{} : QFileInfo{InputFilePath}.absoluteDir().filePath(OutputFile);
 }
 
 bool Taskmill_JobRecord::IsValid() const

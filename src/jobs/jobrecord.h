@@ -1,9 +1,9 @@
 #pragma once
 
 #include "jobs/jobstatus.h"
+#include "jobs/jobtime.h"
 #include "jobs/jobtype.h"
 
-#include <QDateTime>
 #include <QList>
 #include <QPair>
 #include <QString>
@@ -39,9 +39,9 @@ struct Taskmill_JobRecord
     QString CheckpointFile2;
     Taskmill_JobStatus Status = Taskmill_JobStatus::Unknown;
     QString StdOutAndStdErr; ///< what the process wrote, gathered when it ends
-    QDateTime Submitted;
-    QDateTime Started;
-    QDateTime Finished;
+    Taskmill_JobTime Submitted;
+    Taskmill_JobTime Started;
+    Taskmill_JobTime Finished;
     qint32 JobID = 0;
     Taskmill_PlaceholderValues PlaceholderValues;
 
@@ -56,6 +56,9 @@ struct Taskmill_JobRecord
     /// Sets OutputFile from the input file and the first pattern of the job type's output filter; empty when
     /// there is no input file or no pattern.
     void DeriveOutputFile();
+
+    /// The output file as the program sees it: a relative one lies beside the input file. Empty for none.
+    [[nodiscard]] QString OutputFilePath() const;
 
     /// Whether the job can be run: named, its job type valid, its input file there when the template uses
     /// one, no more than Taskmill_MaxPlaceholders, no line feed in any file name, since a template is

@@ -38,8 +38,8 @@ private:
     {
         int jobID = -1;
         Taskmill_JobStatus status = Taskmill_JobStatus::Unknown;
-        QDateTime submitted;
-        QDateTime started;
+        Taskmill_JobTime submitted;
+        Taskmill_JobTime started;
         /// Made when the row is first shown or sorted: most rows of a long queue never are.
         mutable QStringList texts;
 

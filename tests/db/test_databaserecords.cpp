@@ -20,6 +20,8 @@ private Q_SLOTS:
     void JobKeepsEveryField_data();
     void JobKeepsEveryField();
     void JobsAreDeletedByNumber();
+    void NumbersAreKnownAfterEachChange();
+    void JobTypesAreReadAfterEachChange();
     void JobOfDeletedTypeKeepsWhatTheRowTells();
     void OddRowsAreReadable();
     void FailedInsertionDoesNotBlockLaterWrites();
@@ -188,6 +190,65 @@ void TestDatabaseRecords::JobsAreDeletedByNumber()
                                "SELECT group_concat(JobID) FROM FinishedJobs"_s),
              (QStringList{u"7,8"_s, u"7,9"_s, u"8,9"_s, u"7,8,9"_s}));
     QCOMPARE(database->LargestJobID(), 9);
+}
+
+void TestDatabaseRecords::NumbersAreKnownAfterEachChange()
+{
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(u"other.mill"_s);
+    const auto other = MakeDatabase();
+    for (const qint32 jobID : {5, 6, 5})
+        QVERIFY(other->InsertLongJob(SampleJob(SampleJobType(u"Type"_s), jobID), true));
+    QVERIFY(other->SaveToFile(path));
+
+    const auto database = MakeDatabase();
+    const auto numbers = [&database] {
+        return RowsOf(*database, u"SELECT JobID FROM LongJobsQueue"_s);
+    };
+    for (const qint32 jobID : {1, 2, 3})
+        QVERIFY(database->InsertLongJob(SampleJob(SampleJobType(u"Type"_s), jobID), true));
+    QVERIFY(database->DeleteLongJob(3));
+    // The new row has the key of the deleted one.
+    QVERIFY(database->InsertLongJob(SampleJob(SampleJobType(u"Type"_s), 4), true));
+    QVERIFY(database->DeleteLongJob(3));
+    QCOMPARE(numbers(), (QStringList{u"1"_s, u"2"_s, u"4"_s}));
+    QVERIFY(database->DeleteLongJob(4));
+    QCOMPARE(numbers(), (QStringList{u"1"_s, u"2"_s}));
+
+    QVERIFY(database->LoadFromFile(path));
+    QVERIFY(database->DeleteLongJob(1));
+    QCOMPARE(numbers(), (QStringList{u"5"_s, u"6"_s, u"5"_s}));
+    QVERIFY(database->DeleteLongJob(5));
+    QCOMPARE(numbers(), QStringList{u"6"_s});
+}
+
+void TestDatabaseRecords::JobTypesAreReadAfterEachChange()
+{
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(u"types.mill"_s);
+    const auto database = MakeDatabase();
+    const auto names = [&database] {
+        QStringList list;
+        for (const Taskmill_JobType &jobType : database->GetJobTypes())
+            list.append(jobType.Name);
+        return list;
+    };
+    QCOMPARE(names(), QStringList{});
+    QVERIFY(database->InsertJobType(SampleJobType(u"A"_s), true));
+    QVERIFY(database->SaveToFile(path));
+    QCOMPARE(names(), QStringList{u"A"_s});
+    Taskmill_JobType changed = SampleJobType(u"B"_s);
+    QVERIFY(database->InsertJobType(changed, true));
+    QCOMPARE(names(), (QStringList{u"A"_s, u"B"_s}));
+    changed.ExecutablePath = u"/bin/true"_s;
+    QVERIFY(database->UpdateJobType(0, changed));
+    QCOMPARE(names(), (QStringList{u"B"_s, u"B"_s}));
+    QVERIFY(database->DeleteJobType(1));
+    QCOMPARE(names(), QStringList{u"B"_s});
+    QVERIFY(database->LoadFromFile(path));
+    QCOMPARE(names(), QStringList{u"A"_s});
+    database->Close();
+    QCOMPARE(names(), QStringList{});
 }
 
 void TestDatabaseRecords::JobOfDeletedTypeKeepsWhatTheRowTells()

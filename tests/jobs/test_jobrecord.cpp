@@ -16,6 +16,8 @@ private Q_SLOTS:
     void DerivesOutputFile_data();
     void DerivesOutputFile();
     void TellsWhetherItCanRun();
+    void TimesShowWhatTheClockShowed_data();
+    void TimesShowWhatTheClockShowed();
 };
 
 void TestJobRecord::StampsStatus_data()
@@ -40,6 +42,35 @@ void TestJobRecord::StampsStatus()
     job.SetStatus(status, true);
     const QList actual{job.Submitted.isValid(), job.Started.isValid(), job.Finished.isValid()};
     QTEST(actual, "stamped");
+}
+
+void TestJobRecord::TimesShowWhatTheClockShowed_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("iso"); // empty when it is no time
+
+    const QString written = u"2024-02-29T23:59:58"_s;
+    QTest::newRow("as it is written") << written << written;
+    QTest::newRow("in an hour that a clock leaves out")
+        << u"2024-03-31T02:30:00"_s << u"2024-03-31T02:30:00"_s;
+    QTest::newRow("with a zone") << u"2024-02-29T23:59:58Z"_s << written;
+    QTest::newRow("without seconds") << u"2024-02-29T23:59"_s << u"2024-02-29T23:59:00"_s;
+    QTest::newRow("a day that there is not") << u"2023-02-29T00:00:00"_s << QString{};
+    QTest::newRow("a sign for a digit") << u"2023-01-+1T00:00:00"_s << QString{};
+    QTest::newRow("some words") << u"some time after lunch"_s << QString{};
+    QTest::newRow("nothing") << QString{} << QString{};
+}
+
+void TestJobRecord::TimesShowWhatTheClockShowed()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, iso);
+    const auto time = Taskmill_JobTime::FromIsoText(text);
+    QCOMPARE(time.IsoText(), iso);
+    QCOMPARE(time.isValid(), !iso.isEmpty());
+    QVERIFY(Taskmill_JobTime{} <= time && time < Taskmill_JobTime::Now());
+    if (time.isValid())
+        QVERIFY(time == Taskmill_JobTime(QDateTime::fromString(iso + u'Z', Qt::ISODate)));
 }
 
 void TestJobRecord::DerivesOutputFile_data()

@@ -101,7 +101,7 @@ void TestListings::FinishedJobs()
     completed.Status = Taskmill_JobStatus::Completed;
     completed.QueueName = u"Queueless"_s;
     completed.Submitted = QDateTime{QDate{2024, 1, 2}, QTime{3, 4, 5}};
-    completed.Started = completed.Submitted.addSecs(1);
+    completed.Started = QDateTime{QDate{2024, 1, 2}, QTime{3, 4, 6}};
     completed.Finished = QDateTime{QDate{2024, 2, 29}, QTime{0, 0}};
     m_manager->finishedJobs.SetJobs({killed, completed});
     QCOMPARE(m_manager->finishedJobs.ListingText(),
