@@ -52,6 +52,17 @@ QString AskForName(KilnUtil_Database_Foundation::DatabaseTypeEnum kind, bool cre
                   : prompt.AskOpenFileName(texts.titleOfExisting, QDir::currentPath(), texts.filter);
 }
 
+std::unique_ptr<Taskmill_Database> Make(KilnUtil_Database_Foundation::DatabaseTypeEnum kind,
+                                        KilnUtil_Database_Foundation::DatabaseTypeEnum recordedKind,
+                                        const QString &name)
+{
+    const KindTexts &texts = TextsOf(kind);
+    const QString shownName = name.isEmpty() ? u"<no name>"_s : name;
+    return std::make_unique<Taskmill_Database>(recordedKind, name, texts.driver, texts.host, QString{},
+                                               QString{}, texts.description + shownName,
+                                               u"Database Object"_s);
+}
+
 Taskmill_Database_Manager *g_manager = nullptr;
 
 } // namespace
@@ -106,14 +117,20 @@ void Taskmill_Database_Manager::CloseAll()
         database->Close();
 }
 
+std::unique_ptr<Taskmill_Database> Taskmill_Database_Manager::MakeMemoryDatabase()
+{
+    return Make(KilnUtil_Database_Foundation::SQLiteMemory, KilnUtil_Database_Foundation::SQLiteMemory, {});
+}
+
+Taskmill_Database *Taskmill_Database_Manager::Adopt(std::unique_ptr<Taskmill_Database> database)
+{
+    m_databases.push_back(std::move(database));
+    m_current = m_databases.back().get();
+    return m_current;
+}
+
 Taskmill_Database *Taskmill_Database_Manager::Add(DatabaseTypeEnum kind, DatabaseTypeEnum recordedKind,
                                                   const QString &name)
 {
-    const KindTexts &texts = TextsOf(kind);
-    const QString shownName = name.isEmpty() ? u"<no name>"_s : name;
-    m_databases.push_back(
-        std::make_unique<Taskmill_Database>(recordedKind, name, texts.driver, texts.host, QString{},
-                                            QString{}, texts.description + shownName, u"Database Object"_s));
-    m_current = m_databases.back().get();
-    return m_current;
+    return Adopt(Make(kind, recordedKind, name));
 }

@@ -24,6 +24,10 @@ public:
     /// name, the current database if it is of that kind; else, unless it is an in-memory one, the user is
     /// asked for a file, a new one with `create`. nullptr when the user cancels.
     Taskmill_Database *Database(DatabaseTypeEnum kind, const QString &name, bool create);
+    /// A database in memory that is nobody's yet, and not opened.
+    [[nodiscard]] static std::unique_ptr<Taskmill_Database> MakeMemoryDatabase();
+    /// Takes the ownership of such a one, which becomes the current one, and returns it.
+    Taskmill_Database *Adopt(std::unique_ptr<Taskmill_Database> database);
     /// nullptr when there is none.
     [[nodiscard]] Taskmill_Database *CurrentDatabase() const;
     /// Closes all databases and destroys them.

@@ -18,6 +18,7 @@
 #include <QFileInfo>
 
 #include <array>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -30,12 +31,6 @@ using WarnAnswer = KilnUtil_Error::WarnAnswer;
 Taskmill_Database *CurrentDatabase()
 {
     return Taskmill_Database_Manager::Global().CurrentDatabase();
-}
-
-Taskmill_Database *NewMemoryDatabase(bool create)
-{
-    return Taskmill_Database_Manager::Global().Database(KilnUtil_Database_Foundation::SQLiteMemory, {},
-                                                        create);
 }
 
 std::array<Taskmill_QueueOwner *, 3> Owners(const Taskmill_JobTabs &tabs)
@@ -63,28 +58,22 @@ QString ProblemOfFile(const QString &path)
 }
 
 /// The same for its content, which the database in memory is to take over.
-QString ProblemOfLoading(Taskmill_Database *database, const QString &path)
+QString ProblemOfLoading(Taskmill_Database &database, const QString &path)
 {
-    if (!database || !database->LoadFromFile(path))
+    if (!database.LoadFromFile(path))
         return u"The specified file is not a Taskmill project, is damaged or is in use by another program:\n\n%1"_s;
     QString version;
-    if (!database->GetGeneralData(u"Version"_s, version))
+    if (!database.GetGeneralData(u"Version"_s, version))
         return u"The specified file is not a Taskmill project:\n\n%1"_s;
-    if (!Taskmill_IsProject(*database))
+    if (!Taskmill_IsProject(database))
         return u"The specified file is a Taskmill project of another version:\n\n%1"_s;
     return {};
 }
 
-QString ProblemOf(const QString &path)
+QString ProblemOf(Taskmill_Database &database, const QString &path)
 {
-    QString problem = ProblemOfFile(path);
-    // A bad file is not to cost the project that is open.
-    if (problem.isEmpty() && CurrentDatabase()) {
-        Taskmill_Database database{
-            KilnUtil_Database_Foundation::SQLiteMemory, {}, u"QSQLITE"_s, {}, {}, {}, {}, {}};
-        problem = ProblemOfLoading(&database, path);
-    }
-    return problem;
+    const QString problem = ProblemOfFile(path);
+    return problem.isEmpty() ? ProblemOfLoading(database, path) : problem;
 }
 
 void RememberDirectory(const QString &path)
@@ -124,22 +113,25 @@ bool Taskmill_Project::OpenProject(const QString &path)
         return false;
     const QString title = u"Opening a Taskmill Project File"_s;
     const QString absolutePath = QFileInfo{path}.absoluteFilePath();
-    if (const QString problem = ProblemOf(absolutePath); !problem.isEmpty()) {
+    // A bad file is not to cost the project that is open.
+    auto loaded = Taskmill_Database_Manager::MakeMemoryDatabase();
+    QString problem = ProblemOf(*loaded, absolutePath);
+    if (problem.isEmpty()) {
+        const SaveAnswer answer = AskToSave();
+        if (answer == SaveAnswer::Cancel)
+            return false;
+        // The open project may have been written to this very file.
+        if (answer == SaveAnswer::Saved)
+            problem = ProblemOfLoading(*loaded, absolutePath);
+    }
+    if (!problem.isEmpty()) {
         KilnUtil_Error::ReportWarning(title, problem.arg(path));
         return false;
     }
-    if (AskToSave() == SaveAnswer::Cancel)
-        return false;
 
     CloseProject();
     RememberDirectory(absolutePath);
-    Taskmill_Database *database = NewMemoryDatabase(false);
-    if (const QString problem = ProblemOfLoading(database, absolutePath); !problem.isEmpty()) {
-        Taskmill_Database_Manager::Global().CloseAll();
-        KilnUtil_Error::ReportWarning(title, problem.arg(path));
-        Q_EMIT StateChangedSignal();
-        return false;
-    }
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().Adopt(std::move(loaded));
     Adopt(*database, absolutePath);
     m_jobNumbers = KilnUtil_IDManager{Taskmill_LastJobID(*database), 1};
     ReloadTabs(*database);
@@ -152,7 +144,8 @@ bool Taskmill_Project::OpenProject(const QString &path)
 bool Taskmill_Project::NewProject()
 {
     CloseProject();
-    Taskmill_Database *database = NewMemoryDatabase(true);
+    Taskmill_Database *database =
+        Taskmill_Database_Manager::Global().Database(KilnUtil_Database_Foundation::SQLiteMemory, {}, true);
     if (!database || !Taskmill_FillNewProject(*database, m_jobTypes)) {
         Taskmill_Database_Manager::Global().CloseAll();
         return false;
