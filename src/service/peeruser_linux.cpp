@@ -5,6 +5,7 @@
 #include <QTcpSocket>
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <optional>
 
@@ -49,24 +50,27 @@ DiagRequest MakeDiagRequest(const QTcpSocket &socket)
     return message;
 }
 
-/// Asks the kernel for the one socket. Nothing when it does not answer such questions or knows no such
-/// socket; its errors do not tell which.
+/// Asks the kernel for the one socket, through a socket of the process that stays open. Nothing when it does
+/// not answer such questions or knows no such socket; its errors do not tell which.
 std::optional<SocketOwner> AskKernel(const QTcpSocket &socket)
 {
-    const int netlink = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG);
+    static const int netlink = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG);
+    static std::uint32_t sequenceNumber = 0;
     if (netlink < 0)
         return std::nullopt;
-    const DiagRequest message = MakeDiagRequest(socket);
-    alignas(nlmsghdr) std::array<char, 4096> answer{};
-    ssize_t size = -1;
-    if (send(netlink, &message, sizeof message, 0) == static_cast<ssize_t>(sizeof message))
-        size = recv(netlink, answer.data(), answer.size(), 0);
-    close(netlink);
-    if (size < static_cast<ssize_t>(sizeof(nlmsghdr)))
+    DiagRequest message = MakeDiagRequest(socket);
+    message.header.nlmsg_seq = ++sequenceNumber;
+    if (send(netlink, &message, sizeof message, 0) != static_cast<ssize_t>(sizeof message))
         return std::nullopt;
-
+    alignas(nlmsghdr) std::array<char, 4096> answer{};
     nlmsghdr header{};
-    std::memcpy(&header, answer.data(), sizeof header);
+    // An answer that was not read in time belongs to an earlier question.
+    do {
+        const ssize_t size = recv(netlink, answer.data(), answer.size(), 0);
+        if (size < static_cast<ssize_t>(sizeof header))
+            return std::nullopt;
+        std::memcpy(&header, answer.data(), sizeof header);
+    } while (header.nlmsg_seq != sequenceNumber);
     if (header.nlmsg_type == NLMSG_ERROR)
         return std::nullopt;
     inet_diag_msg found{};

@@ -6,6 +6,7 @@
 #include <QTcpSocket>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -22,7 +23,8 @@ Taskmill_RequestServer::Taskmill_RequestServer(Taskmill_RequestHandler &handler,
 
 bool Taskmill_RequestServer::Listen(quint16 port)
 {
-    m_server.setListenBacklogSize(1024);
+    // A client whose connection does not fit tries again after a whole second.
+    m_server.setListenBacklogSize(4096);
     if (m_server.listen(QHostAddress::LocalHost, port))
         return true;
     qWarning("Cannot listen on port %d: %ls", port, qUtf16Printable(m_server.errorString()));
@@ -34,6 +36,7 @@ void Taskmill_RequestServer::Close()
     m_server.close();
     qDeleteAll(std::exchange(m_collecting, {}));
     qDeleteAll(std::exchange(m_complete, {}));
+    m_next.reset();
 }
 
 void Taskmill_RequestServer::TakeConnectionsLater()
@@ -120,11 +123,13 @@ void Taskmill_RequestServer::NewConnectionToServerSlot()
     }
     if (m_complete.isEmpty())
         return;
-    const Taskmill_RequestMessage request = Taskmill_RequestMessage::Parse(m_complete.first()->Bytes());
-    if (!m_handler.CanHandleNow(request)) {
+    if (!m_next)
+        m_next = Taskmill_RequestMessage::Parse(m_complete.first()->Bytes());
+    if (!m_handler.CanHandleNow(*m_next)) {
         RetryLater();
         return;
     }
+    const Taskmill_RequestMessage request = *std::exchange(m_next, std::nullopt);
     HandleMessage(*m_complete.takeFirst(), request);
     if (!m_complete.isEmpty())
         CallLater();
