@@ -118,14 +118,24 @@ bool Taskmill_Job::Kill(Taskmill_ProcessInspector &inspector)
 
 QString Taskmill_Job::GatherOutput()
 {
-    if (m_process) {
-        QByteArray bytes = m_process->Output().Content();
-        // A database text is cut at a NUL character by whoever reads it with C functions.
-        if (bytes.contains('\0'))
-            bytes.replace('\0', QByteArrayView{});
-        m_record.StdOutAndStdErr = KilnUtil_TextEncoding::FromUtf8OrLatin1(bytes);
-    }
+    m_record.StdOutAndStdErr = OutputNow();
     return m_record.StdOutAndStdErr;
+}
+
+QString Taskmill_Job::OutputNow() const
+{
+    if (!m_process)
+        return m_record.StdOutAndStdErr;
+    QByteArray bytes = m_process->Output().Content();
+    // A database text is cut at a NUL character by whoever reads it with C functions.
+    if (bytes.contains('\0'))
+        bytes.replace('\0', QByteArrayView{});
+    return KilnUtil_TextEncoding::FromUtf8OrLatin1(bytes);
+}
+
+bool Taskmill_Job::HasOutput() const
+{
+    return m_process ? m_process->Output().TotalSize() > 0 : !m_record.StdOutAndStdErr.isEmpty();
 }
 
 Taskmill_JobStatus Taskmill_Job::FinalStatus() const

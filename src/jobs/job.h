@@ -48,6 +48,9 @@ public:
 
     /// Takes over what the process has written so far and returns it.
     QString GatherOutput();
+    /// The same without keeping it: the captured output as it is now, and whether there is any.
+    [[nodiscard]] QString OutputNow() const;
+    [[nodiscard]] bool HasOutput() const;
 
 public Q_SLOTS:
     /// The process has ended, or there was none. The argument plays no part: the process is asked.

@@ -259,7 +259,9 @@ void KilnUtil_FileStreamViewer::WorkSlot()
 {
     QElapsedTimer slice;
     slice.start();
-    while (IsBusy() && slice.elapsed() < workSlice) {
+    // A box that reports a failure may outlive the window.
+    const QPointer<KilnUtil_FileStreamViewer> alive{this};
+    while (alive && IsBusy() && slice.elapsed() < workSlice) {
         if (m_search)
             StepSearch();
         else

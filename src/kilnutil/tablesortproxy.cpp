@@ -39,6 +39,18 @@ KilnUtil_TableSortProxy::KilnUtil_TableSortProxy(QObject *parent)
     setSortRole(SortRole);
 }
 
+QVariant KilnUtil_TableSortProxy::data(const QModelIndex &index, int role) const
+{
+    constexpr qsizetype longestText = 1000;
+    QVariant value = QSortFilterProxyModel::data(index, role);
+    if (role == Qt::DisplayRole && value.typeId() == QMetaType::QString) {
+        const QString text = value.toString();
+        if (text.size() > longestText)
+            return QString{text.first(longestText) + QChar{0x2026}};
+    }
+    return value;
+}
+
 void KilnUtil_TableSortProxy::sort(int column, Qt::SortOrder order)
 {
     const int rows = sourceModel() && column >= 0 ? sourceModel()->rowCount() : 0;

@@ -19,6 +19,9 @@ public:
     explicit KilnUtil_TableSortProxy(QObject *parent);
 
     void sort(int column, Qt::SortOrder order) override;
+    /// A text is cut to what can be read in a cell and its tool tip; laying out a very long one takes
+    /// seconds.
+    [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
 
 protected:
     [[nodiscard]] bool lessThan(const QModelIndex &left, const QModelIndex &right) const override;

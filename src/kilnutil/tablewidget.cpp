@@ -2,9 +2,9 @@
 
 #include "kilnutil/filedrop.h"
 #include "kilnutil/registry.h"
+#include "kilnutil/rowview.h"
 #include "kilnutil/tablesortproxy.h"
 
-#include <QContextMenuEvent>
 #include <QDropEvent>
 #include <QGuiApplication>
 #include <QHeaderView>
@@ -40,7 +40,7 @@ KilnUtil_TableWidget::KilnUtil_TableWidget(QWidget *parent)
     // The Tab key leads on to the next control; the arrow keys move within the table.
     setTabKeyNavigation(false);
     SetUpHeaders();
-    CopySelectionColours();
+    KilnUtil_RowView::CopySelectionColours(*this);
     SetAcceptsFiles(false);
 
     m_saveTimer.setSingleShot(true);
@@ -68,7 +68,12 @@ void KilnUtil_TableWidget::SetUpHeaders()
     // A height for all rows: none of 100,000 has to be asked.
     verticalHeader()->hide();
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    verticalHeader()->setDefaultSectionSize(fontMetrics().height() * 3 / 2);
+    SetRowHeight();
+}
+
+void KilnUtil_TableWidget::SetRowHeight()
+{
+    verticalHeader()->setDefaultSectionSize(KilnUtil_RowView::RowHeight(fontMetrics()));
 }
 
 void KilnUtil_TableWidget::SetSourceModel(QAbstractItemModel *model)
@@ -182,46 +187,23 @@ void KilnUtil_TableWidget::ChangeRows(const std::function<void()> &change)
     // The range of the scroll bar would follow from the event loop only.
     executeDelayedItemsLayout();
     updateGeometries();
+    const int fromLeft = horizontalScrollBar()->value();
     scrollTo(top, QAbstractItemView::PositionAtTop);
-}
-
-/// The selection stays to be seen when the keyboard is elsewhere.
-void KilnUtil_TableWidget::CopySelectionColours()
-{
-    QPalette colours;
-    for (QPalette::ColorRole role : {QPalette::Highlight, QPalette::HighlightedText})
-        colours.setBrush(QPalette::Inactive, role, palette().brush(QPalette::Active, role));
-    // Nothing but these two: the others go on following the desktop.
-    if (colours.brush(QPalette::Inactive, QPalette::Highlight) !=
-            palette().brush(QPalette::Inactive, QPalette::Highlight) ||
-        colours.brush(QPalette::Inactive, QPalette::HighlightedText) !=
-            palette().brush(QPalette::Inactive, QPalette::HighlightedText))
-        setPalette(colours);
+    horizontalScrollBar()->setValue(fromLeft);
 }
 
 void KilnUtil_TableWidget::changeEvent(QEvent *event)
 {
     QTableView::changeEvent(event);
     if (event->type() == QEvent::PaletteChange)
-        CopySelectionColours();
+        KilnUtil_RowView::CopySelectionColours(*this);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
+        SetRowHeight();
 }
 
 bool KilnUtil_TableWidget::event(QEvent *event)
 {
-    if (event->type() == QEvent::ContextMenu && contextMenuPolicy() == Qt::CustomContextMenu &&
-        static_cast<QContextMenuEvent *>(event)->reason() == QContextMenuEvent::Keyboard) {
-        RequestMenuAtCurrentRow();
-        return true;
-    }
-    return QTableView::event(event);
-}
-
-void KilnUtil_TableWidget::RequestMenuAtCurrentRow()
-{
-    if (currentIndex().isValid())
-        scrollTo(currentIndex());
-    const QRect cell = visualRect(currentIndex()) & viewport()->rect();
-    Q_EMIT customContextMenuRequested(cell.isEmpty() ? QPoint{} : cell.center());
+    return KilnUtil_RowView::TakeMenuKey(*this, *event) || QTableView::event(event);
 }
 
 bool KilnUtil_TableWidget::viewportEvent(QEvent *event)
@@ -251,9 +233,13 @@ void KilnUtil_TableWidget::keyPressEvent(QKeyEvent *event)
 {
     const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
     const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    const bool isDelete = event->key() == Qt::Key_Delete;
+    // A key that is held down acts once.
+    if (event->isAutoRepeat() && (isEnter || isDelete))
+        return;
     if (modifiers == Qt::NoModifier && isEnter && currentIndex().isValid())
         Q_EMIT cellDoubleClicked(currentIndex().row(), currentIndex().column());
-    else if (modifiers == Qt::NoModifier && event->key() == Qt::Key_Delete)
+    else if (modifiers == Qt::NoModifier && isDelete)
         Q_EMIT RemoveRequestedSignal();
     else
         QTableView::keyPressEvent(event);

@@ -71,10 +71,9 @@ private Q_SLOTS:
 
 private:
     void SetUpHeaders();
+    void SetRowHeight();
     void ApplyHints();
     void RestoreColumns();
-    void CopySelectionColours();
-    void RequestMenuAtCurrentRow();
     [[nodiscard]] bool ShowWholeText(const QHelpEvent &event);
     void AcceptDrop(QDropEvent *event);
     void SetDropHover(bool hover);

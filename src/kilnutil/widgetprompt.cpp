@@ -75,7 +75,7 @@ QWidget *KilnUtil_WidgetPrompt::Parent() const
 {
     if (QWidget *dialog = QApplication::activeModalWidget())
         return dialog;
-    return m_parent && m_parent->isVisible() ? m_parent.data() : nullptr;
+    return KilnUtil_WidgetUtil::CanBeInFrontOf(m_parent) ? m_parent.data() : nullptr;
 }
 
 WarnAnswer KilnUtil_WidgetPrompt::ReportWarning(const QString &title, const QString &text, WarnMode mode,

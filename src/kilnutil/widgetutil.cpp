@@ -6,6 +6,10 @@
 
 #include <algorithm>
 
+namespace {
+constexpr int leastDistanceToEdge = 10; // pixels
+}
+
 void KilnUtil_WidgetUtil::MatchMinimumWidths(const QList<QWidget *> &widgets)
 {
     int widest = 0;
@@ -13,6 +17,22 @@ void KilnUtil_WidgetUtil::MatchMinimumWidths(const QList<QWidget *> &widgets)
         widest = std::max(widest, widget->sizeHint().width());
     for (QWidget *widget : widgets)
         widget->setMinimumWidth(widest);
+}
+
+void KilnUtil_WidgetUtil::CentreOn(QWidget *window, const QRect &available)
+{
+    // Before it is shown for the first time a window has no frame, so that it must not count the next time.
+    QRect place = window->isVisible() ? window->frameGeometry() : window->geometry();
+    const QPoint before = place.topLeft();
+    place.moveCenter(available.center());
+    place.moveTopLeft({std::max(place.left(), available.left() + leastDistanceToEdge),
+                       std::max(place.top(), available.top() + leastDistanceToEdge)});
+    window->setGeometry(window->geometry().translated(place.topLeft() - before));
+}
+
+bool KilnUtil_WidgetUtil::CanBeInFrontOf(const QWidget *window)
+{
+    return window && window->isVisible() && !window->isMinimized();
 }
 
 void KilnUtil_WidgetUtil::LoadWindowSettings(QWidget *window, const QString &group, const QString &name)

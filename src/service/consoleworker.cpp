@@ -263,7 +263,7 @@ void Taskmill_Console_Worker::RemoveJob(const QString &argument)
     const std::optional<int> jobID = JobNumber(argument);
     if (!jobID)
         return;
-    Taskmill_QueueOwner::Question question;
+    Taskmill_Question question;
     OnMainThread([&] {
         if (Taskmill_QueueOwner *owner = m_console.Actions().OwnerOfJob(*jobID))
             question = owner->RemovalQuestion({*jobID});

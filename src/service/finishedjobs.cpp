@@ -3,7 +3,6 @@
 #include "db/database.h"
 #include "db/databasemanager.h"
 #include "service/listings.h"
-#include "service/removalquestion.h"
 
 #include <algorithm>
 #include <utility>
@@ -65,12 +64,13 @@ void Taskmill_FinishedJobs::RemoveAt(int position)
 {
     if (position < 0 || position >= m_jobs.size())
         return;
+    m_outputsInDatabase.remove(m_jobs[position].JobID);
     m_jobs.removeAt(position);
     ++m_generation;
     Q_EMIT JobsChangedSignal();
 }
 
-Taskmill_FinishedJobs::Question Taskmill_FinishedJobs::RemovalQuestion(const QList<int> &positions) const
+Taskmill_Question Taskmill_FinishedJobs::RemovalQuestion(const QList<int> &positions) const
 {
     QStringList names;
     for (const int position : positions)
@@ -86,8 +86,10 @@ Taskmill_FinishedJobs::Question Taskmill_FinishedJobs::RemovalQuestion(const QLi
 void Taskmill_FinishedJobs::Remove(QList<int> positions)
 {
     QList<int> jobIDs;
-    for (const int position : std::as_const(positions))
+    for (const int position : std::as_const(positions)) {
         jobIDs.append(m_jobs[position].JobID);
+        m_outputsInDatabase.remove(m_jobs[position].JobID);
+    }
     if (Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase())
         database->DeleteFinishedJobs(jobIDs);
     std::ranges::sort(positions);

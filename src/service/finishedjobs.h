@@ -2,6 +2,7 @@
 
 #include "jobs/finishedjobstaker.h"
 #include "jobs/jobrecord.h"
+#include "service/removalquestion.h"
 
 #include <QList>
 #include <QObject>
@@ -15,7 +16,7 @@ class Taskmill_FinishedJobs : public QObject, public Taskmill_FinishedJobsTaker
 
 public:
     /// An output beyond so many characters is kept in the database only, which holds it anyway.
-    static constexpr qsizetype LongestOutputKept = 65536;
+    static constexpr qsizetype LongestOutputKept = 256;
 
     /// The records are whole but for long outputs; see OutputOf().
     [[nodiscard]] const QList<Taskmill_JobRecord> &Jobs() const { return m_jobs; }
@@ -31,13 +32,8 @@ public:
     /// A position that is out of range does nothing.
     void RemoveAt(int position);
 
-    /// The question before jobs are removed by the user; the text is empty when there are none.
-    struct Question
-    {
-        QString title;
-        QString text;
-    };
-    [[nodiscard]] Question RemovalQuestion(const QList<int> &positions) const;
+    /// The question before jobs are removed by the user.
+    [[nodiscard]] Taskmill_Question RemovalQuestion(const QList<int> &positions) const;
     /// Removes the jobs at these positions from the list and their rows from the open database.
     void Remove(QList<int> positions);
 

@@ -10,6 +10,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QHash>
 #include <QSet>
 
 #include <algorithm>
@@ -17,6 +18,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+const QString noJobType = u"None"_s;
+
 /// Empty stays empty; the manager's current directory may change before the job runs.
 QString AbsolutePath(const QString &path)
 {
@@ -43,6 +46,21 @@ Taskmill_JobType JobTypeWithID(const QList<Taskmill_JobType> &jobTypes, int jobT
 {
     const auto found = std::ranges::find(jobTypes, jobTypeID, &Taskmill_JobType::JobTypeID);
     return found == jobTypes.end() ? Taskmill_JobType{} : *found;
+}
+
+/// The names in the same order, those that would be mistaken for another item with the job type's number.
+QStringList DistinctNames(const QList<Taskmill_JobType> &jobTypes)
+{
+    QHash<QString, int> counts{{noJobType, 1}};
+    for (const Taskmill_JobType &jobType : jobTypes)
+        ++counts[jobType.Name];
+    QStringList names;
+    for (const Taskmill_JobType &jobType : jobTypes) {
+        names += counts[jobType.Name] == 1
+                     ? jobType.Name
+                     : u"%1 (%2)"_s.arg(jobType.Name, QString::number(jobType.JobTypeID));
+    }
+    return names;
 }
 
 /// A job whose client is the manager itself, which needs no notification.
@@ -85,7 +103,7 @@ Taskmill_JobSubmitter::Taskmill_JobSubmitter(Taskmill_JobStore &store, KilnUtil_
 
 Taskmill_SubmitResult Taskmill_JobSubmitter::Submit(const Taskmill_RequestMessage &request)
 {
-    if (MustWait(request))
+    if (m_asking && WouldAsk(request))
         return {.JobIDs = {}, .Refusal = u"the user is being asked about another job"_s};
     Choice choice{.jobType = {}, .confirm = request.ConfirmAction};
     if (!ChooseJobType(request, choice))
@@ -106,10 +124,8 @@ Taskmill_SubmitResult Taskmill_JobSubmitter::Submit(const Taskmill_RequestMessag
     return result;
 }
 
-bool Taskmill_JobSubmitter::MustWait(const Taskmill_RequestMessage &request) const
+bool Taskmill_JobSubmitter::WouldAsk(const Taskmill_RequestMessage &request) const
 {
-    if (!m_asking)
-        return false;
     if (request.ConfirmAction && Taskmill_IsGuiMode())
         return true;
     return !request.JobTypeName.isEmpty() &&
@@ -151,21 +167,19 @@ std::optional<Taskmill_JobType> Taskmill_JobSubmitter::AskForJobType(const QList
                                                                      const QString &labelBegin,
                                                                      const QString &inputFile)
 {
-    QStringList items{u"None"_s};
-    for (const Taskmill_JobType &jobType : jobTypes)
-        items += jobType.Name;
+    const QStringList items = QStringList{noJobType} + DistinctNames(jobTypes);
     const QString label =
         labelBegin +
         u" but an appropriate Job Type for the\nfollowing input file cannot be determined from its extension:\n\n"_s +
         inputFile +
         u"\n\nPlease select a Job Type for this input file or select None to skip this input file.\n"_s;
     const auto chosen = KilnUtil_Error::UserPrompt().ChooseFromList(u"Submit Job, Select Job Type"_s, label,
-                                                                    items, u"None"_s);
+                                                                    items, noJobType);
     if (!chosen)
         return std::nullopt;
     // Names may differ in case alone, so the exact one counts.
-    const auto named = std::ranges::find(jobTypes, *chosen, &Taskmill_JobType::Name);
-    return *chosen == "None"_L1 || named == jobTypes.end() ? Taskmill_JobType{} : *named;
+    const qsizetype item = items.indexOf(*chosen);
+    return item > 0 ? jobTypes[item - 1] : Taskmill_JobType{};
 }
 
 bool Taskmill_JobSubmitter::AskForFiles(const Taskmill_SubmitChoice &preset, const FileTaker &take)

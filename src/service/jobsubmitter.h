@@ -35,8 +35,10 @@ public:
 
     /// Refused while it must wait.
     [[nodiscard]] Taskmill_SubmitResult Submit(const Taskmill_RequestMessage &request);
-    /// Whether the request would ask the user, who is being asked something else already.
-    [[nodiscard]] bool MustWait(const Taskmill_RequestMessage &request) const;
+    /// Whether the user is being asked about files or job types.
+    [[nodiscard]] bool IsAsking() const { return m_asking; }
+    /// Whether the request would ask the user.
+    [[nodiscard]] bool WouldAsk(const Taskmill_RequestMessage &request) const;
 
     /// Opens the dialog with the files, all of them checked, or with none, and makes jobs of what the user
     /// chooses there. The numbers of the jobs. While another question is open, files wait until it is

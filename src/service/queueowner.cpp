@@ -5,7 +5,6 @@
 #include "kilnutil/error.h"
 #include "service/finishedjobs.h"
 #include "service/listings.h"
-#include "service/removalquestion.h"
 
 #include <QScopedValueRollback>
 #include <QTimer>
@@ -84,7 +83,7 @@ QString Taskmill_QueueOwner::ListingText()
 
 bool Taskmill_QueueOwner::RemoveSelectedJobs(const QList<int> &jobIDs)
 {
-    const Question question = RemovalQuestion(jobIDs);
+    const Taskmill_Question question = RemovalQuestion(jobIDs);
     if (question.text.isEmpty() ||
         KilnUtil_Error::UserPrompt().AskQuestion(question.title, question.text, WarnMode::YesNo,
                                                  WarnAnswer::None) != WarnAnswer::Yes)
@@ -93,7 +92,7 @@ bool Taskmill_QueueOwner::RemoveSelectedJobs(const QList<int> &jobIDs)
     QList<int> remaining = jobIDs;
     // Asked again: a waiting job may have started while the question stood.
     if (AnyRunning(jobIDs)) {
-        const Question warning = RunningJobsWarning();
+        const Taskmill_Question warning = RunningJobsWarning();
         const WarnAnswer answer =
             KilnUtil_Error::ReportWarning(warning.title, warning.text, WarnMode::YesNoCancel);
         if (answer == WarnAnswer::Cancel)
@@ -110,7 +109,7 @@ bool Taskmill_QueueOwner::RemoveJob(int jobID)
     return Jobs().FindByJobID(jobID) && RemoveSelectedJobs({jobID});
 }
 
-Taskmill_QueueOwner::Question Taskmill_QueueOwner::RemovalQuestion(const QList<int> &jobIDs)
+Taskmill_Question Taskmill_QueueOwner::RemovalQuestion(const QList<int> &jobIDs)
 {
     QStringList names;
     if (jobIDs.isEmpty() || !Jobs().NamesOf(jobIDs, names))
@@ -121,7 +120,7 @@ Taskmill_QueueOwner::Question Taskmill_QueueOwner::RemovalQuestion(const QList<i
                     Taskmill_NameList(names)};
 }
 
-Taskmill_QueueOwner::Question Taskmill_QueueOwner::RunningJobsWarning()
+Taskmill_Question Taskmill_QueueOwner::RunningJobsWarning()
 {
     return {
         .title = u"Removal of Selected Running Jobs"_s,

@@ -2,6 +2,7 @@
 
 #include "jobs/jobqueue.h"
 #include "jobs/queuelessjobslist.h"
+#include "service/removalquestion.h"
 
 #include <QObject>
 
@@ -43,13 +44,8 @@ public:
 
     /// What RemoveSelectedJobs() consists of, for a front end that asks in its own way. The question is empty
     /// when there are no jobs or one is unknown.
-    struct Question
-    {
-        QString title;
-        QString text;
-    };
-    [[nodiscard]] Question RemovalQuestion(const QList<int> &jobIDs);
-    [[nodiscard]] static Question RunningJobsWarning();
+    [[nodiscard]] Taskmill_Question RemovalQuestion(const QList<int> &jobIDs);
+    [[nodiscard]] static Taskmill_Question RunningJobsWarning();
     [[nodiscard]] bool AnyRunning(const QList<int> &jobIDs);
     [[nodiscard]] QList<int> WithoutRunning(const QList<int> &jobIDs);
     void RemoveNow(QList<int> jobIDs);

@@ -3,12 +3,13 @@
 #include <QString>
 #include <QStringList>
 
-/// The names that a removal question lists: at most 10, one a line, and the number of the others.
-[[nodiscard]] inline QString Taskmill_NameList(const QStringList &names)
+/// What the user is asked before jobs are removed; the text is empty when there is nothing to ask.
+struct Taskmill_Question
 {
-    constexpr qsizetype mostNamesListed = 10;
-    QString list = names.first(qMin(names.size(), mostNamesListed)).join(u'\n');
-    if (names.size() > mostNamesListed)
-        list += QStringLiteral("\n... %1 more ...").arg(names.size() - mostNamesListed);
-    return list;
-}
+    QString title;
+    QString text;
+};
+
+/// The names that a removal question lists: at most 10, one a line, and the number of the others. A name is
+/// cut to what fits a line.
+[[nodiscard]] QString Taskmill_NameList(const QStringList &names);

@@ -6,6 +6,7 @@
 #include "kilnutil/error.h"
 #include "kilnutil/platform.h"
 #include "kilnutil/registry.h"
+#include "kilnutil/widgetutil.h"
 #include "service/console.h"
 #include "service/consoleprompt.h"
 #include "service/recentprojects.h"
@@ -282,8 +283,8 @@ void Taskmill_AppWindow::SystemTrayQuitSlot()
         ExitSlot();
         return;
     }
-    if (!m_window->isVisible())
-        m_window->showNormal();
+    if (!KilnUtil_WidgetUtil::CanBeInFrontOf(m_window.get()))
+        m_window->ShowInFront();
     // The tray's menu works while a question is open.
     if (m_askingToExit) {
         m_window->ShowInFront();
@@ -292,7 +293,7 @@ void Taskmill_AppWindow::SystemTrayQuitSlot()
     const QScopedValueRollback asking{m_askingToExit, true};
     if (KilnUtil_Error::ReportWarning(u"Exit Taskmill"_s,
                                       u"Are you sure you want to completely exit Taskmill?"_s,
-                                      WarnMode::YesNo, WarnAnswer::No) == WarnAnswer::Yes)
+                                      WarnMode::YesNoCancel, WarnAnswer::No) == WarnAnswer::Yes)
         ExitSlot();
 }
 
@@ -322,7 +323,11 @@ void Taskmill_AppWindow::EndEventLoop()
 
 bool Taskmill_AppWindow::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched != m_window.get() || event->type() != QEvent::Close || m_quitting)
+    if (watched != m_window.get() || m_quitting)
+        return QObject::eventFilter(watched, event);
+    if (event->type() == QEvent::Show && !event->spontaneous())
+        CurrentTabChangedSlot(m_window->Tabs().currentIndex());
+    if (event->type() != QEvent::Close)
         return QObject::eventFilter(watched, event);
     OkaySlot();
     event->ignore();
@@ -345,9 +350,12 @@ void Taskmill_AppWindow::ShutDown()
     }
 }
 
+/// A question that came up by itself would close a menu, or take the keys that are typed into a dialog.
 bool Taskmill_AppWindow::CanHandleNow(const Taskmill_RequestMessage &request) const
 {
-    return !m_submitter.MustWait(request);
+    const bool userIsBusy = m_submitter.IsAsking() || QApplication::activeModalWidget() != nullptr ||
+                            QApplication::activePopupWidget() != nullptr;
+    return !userIsBusy || !m_submitter.WouldAsk(request);
 }
 
 void Taskmill_AppWindow::SaveBeforeAbruptEnd()

@@ -78,7 +78,7 @@ public Q_SLOTS:
     /// Quits without a question, as on a signal: a project that has a file is saved first.
     void QuitAtOnceSlot();
 
-    /// Closing the main window only puts it away.
+    /// Closing the main window only puts it away; shown again, it is up to date.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
@@ -101,7 +101,7 @@ private:
     /// Before the tabs, whose pages are in it.
     const std::unique_ptr<Taskmill_MainWindow> m_window;
     Taskmill_DatabaseJobStore m_store;
-    const std::unique_ptr<Taskmill_ProcessInspector> m_inspector;
+    const std::shared_ptr<Taskmill_ProcessInspector> m_inspector;
     Taskmill_JobTypeList m_jobTypes;
     KilnUtil_IDManager m_jobNumbers;
     Taskmill_FinishedJobsWidget m_finishedJobs;

@@ -115,7 +115,7 @@ void Taskmill_FinishedJobsWidget::ContextMenuSlot(const QPoint &position)
     Taskmill_ContextMenu menu{*m_table};
     const Entries entries{menu};
     entries.showInputFile->setEnabled(Taskmill_JobViewers::HasFile(job->InputFilePath));
-    entries.showOutputFile->setEnabled(Taskmill_JobViewers::HasFile(job->OutputFile));
+    entries.showOutputFile->setEnabled(Taskmill_JobViewers::HasFile(job->OutputFilePath()));
     entries.showLog->setEnabled(HasOutput(*job));
 
     const QAction *chosen = menu.Run(position);
@@ -138,7 +138,7 @@ void Taskmill_FinishedJobsWidget::View(const Entries &entries, const QAction &ch
     else if (&chosen == entries.showInputFile)
         Taskmill_JobViewers::ShowInputFile(*m_frame, job->Name, job->InputFilePath);
     else if (&chosen == entries.showOutputFile)
-        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFile);
+        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFilePath());
 }
 
 void Taskmill_FinishedJobsWidget::RemoveSlot()
@@ -147,7 +147,7 @@ void Taskmill_FinishedJobsWidget::RemoveSlot()
     const QList<int> rows = m_table->SelectedRows();
     for (const int row : rows)
         positions.append(m_table->PositionAt(row));
-    const Question question = RemovalQuestion(positions);
+    const Taskmill_Question question = RemovalQuestion(positions);
     const int generation = Generation();
     if (question.text.isEmpty() ||
         KilnUtil_Error::UserPrompt().AskQuestion(question.title, question.text, WarnMode::YesNo,
@@ -166,5 +166,5 @@ void Taskmill_FinishedJobsWidget::CellDoubleClickedSlot(int row, int column)
     if (current.row() != row || current.column() != column)
         return;
     if (const Taskmill_JobRecord *job = JobAt(m_table->PositionAt(row)))
-        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFile);
+        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFilePath());
 }

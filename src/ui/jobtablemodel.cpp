@@ -3,6 +3,8 @@
 #include "kilnutil/tablesortproxy.h"
 #include "ui/statusicon.h"
 
+#include <QHash>
+
 namespace {
 constexpr int jobIDColumn = 0;
 constexpr int statusColumn = 2;
@@ -12,6 +14,28 @@ Taskmill_JobTableModel::Taskmill_JobTableModel(QStringList headers, QObject *par
     : QAbstractTableModel{parent}
     , m_headers{std::move(headers)}
 {
+}
+
+void Taskmill_JobTableModel::FinishNewLayout(const Taskmill_RowRanges &gone)
+{
+    QHash<int, int> rowsNow; // of the rows before, as views may hold a place in each of them
+    int row = 0;
+    auto range = gone.crbegin();
+    const qsizetype rowsBefore = RowCount() + Taskmill_CountOf(gone);
+    for (int old = 0; old < rowsBefore; ++old) {
+        while (range != gone.crend() && range->Last < old)
+            ++range;
+        const bool isGone = range != gone.crend() && range->First <= old;
+        if (!isGone)
+            rowsNow.insert(old, row++);
+    }
+    const QModelIndexList before = persistentIndexList();
+    QModelIndexList after;
+    after.reserve(before.size());
+    for (const QModelIndex &old : before)
+        after.append(rowsNow.contains(old.row()) ? index(rowsNow[old.row()], old.column()) : QModelIndex{});
+    changePersistentIndexList(before, after);
+    Q_EMIT layoutChanged();
 }
 
 int Taskmill_JobTableModel::rowCount(const QModelIndex &parent) const

@@ -28,24 +28,28 @@ protected:
     [[nodiscard]] virtual QString TextOf(qsizetype row, int column) const = 0;
 
     /// Takes rows out of the list behind the table. A view takes so many removals one by one in good time;
-    /// beyond, all rows go, for the caller to append those that stay.
+    /// beyond, it is told of a new layout.
     template <typename T>
     void TakeOut(const Taskmill_RowRanges &gone, QList<T> &rows)
     {
         constexpr qsizetype mostOneByOne = 100;
-        if (gone.size() > mostOneByOne) {
-            beginResetModel();
-            rows.clear();
-            endResetModel();
-            return;
-        }
+        const bool oneByOne = gone.size() <= mostOneByOne;
+        if (!oneByOne)
+            Q_EMIT layoutAboutToBeChanged();
         for (const Taskmill_RowRange &range : gone) {
-            beginRemoveRows({}, range.First, range.Last);
+            if (oneByOne)
+                beginRemoveRows({}, range.First, range.Last);
             rows.remove(range.First, range.Last - range.First + 1);
-            endRemoveRows();
+            if (oneByOne)
+                endRemoveRows();
         }
+        if (!oneByOne)
+            FinishNewLayout(gone);
     }
 
 private:
+    /// Leads the places that views hold to where their rows are now.
+    void FinishNewLayout(const Taskmill_RowRanges &gone);
+
     const QStringList m_headers;
 };

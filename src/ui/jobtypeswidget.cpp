@@ -31,6 +31,8 @@ constexpr QColor redOnLight{190, 0, 0};
 constexpr QColor redOnDark{255, 128, 120};
 constexpr int darkestLightValue = 128;
 
+const QString databaseRefuses = u"The project does not take it."_s;
+
 struct DefaultEntry
 {
     QLatin1StringView text;
@@ -58,6 +60,19 @@ bool IsSameJobType(Taskmill_JobType stored, const Taskmill_JobType &wanted)
     if (stored.DefaultQueueIndex() == wanted.DefaultQueueIndex())
         stored.DefaultQueue = wanted.DefaultQueue;
     return stored == wanted;
+}
+
+/// Stored job types are changed by statements that hold the texts as they are.
+bool HasQuotes(const Taskmill_JobType &jobType)
+{
+    const QStringList texts{jobType.Name,
+                            jobType.ApplicationName,
+                            jobType.ExecutablePath,
+                            jobType.InputFileFilter,
+                            jobType.OutputFileFilter,
+                            jobType.EnvironmentVariables,
+                            jobType.GenericCommandLine};
+    return std::ranges::any_of(texts, [](const QString &text) { return text.contains(u'\''); });
 }
 
 bool IsConfirmed(const QString &title, const QString &text)
@@ -144,8 +159,6 @@ bool Taskmill_JobTypesWidget::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::PaletteChange)
         UpdateMarkColour();
-    else if (event->type() == QEvent::Show)
-        FillTable();
     return QObject::eventFilter(watched, event);
 }
 
@@ -256,10 +269,11 @@ void Taskmill_JobTypesWidget::RemoveAllJobTypes()
 template <typename Store>
 void Taskmill_JobTypesWidget::RunEditor(Taskmill_NewJobTypeWidget &editor, Store store)
 {
-    while (editor.exec() == QDialog::Accepted && !store(editor.Read())) {
-        KilnUtil_Error::ReportError(editor.windowTitle(),
-                                    u"The job type could not be stored. Its texts must not contain single "
-                                    "quotes (')."_s);
+    while (editor.exec() == QDialog::Accepted) {
+        const QString reason = OpenDatabase() ? store(editor.Read()) : u"No project is open."_s;
+        if (reason.isEmpty())
+            return;
+        KilnUtil_Error::ReportError(editor.windowTitle(), u"The job type could not be stored. "_s + reason);
     }
 }
 
@@ -287,17 +301,24 @@ void Taskmill_JobTypesWidget::EditCurrentJobType()
     FillTable();
 }
 
-bool Taskmill_JobTypesWidget::Insert(Taskmill_JobType jobType)
+QString Taskmill_JobTypesWidget::Insert(Taskmill_JobType jobType)
 {
-    if (!OpenDatabase())
-        return false;
     m_list.Add(jobType);
-    return IsSameJobType(OpenDatabase()->GetJobType(jobType.JobTypeID), jobType);
+    return CompareWithStored(jobType);
 }
 
-bool Taskmill_JobTypesWidget::Update(const Taskmill_JobType &jobType)
+QString Taskmill_JobTypesWidget::Update(const Taskmill_JobType &jobType)
 {
-    Taskmill_Database *database = OpenDatabase();
-    return database && database->UpdateJobType(jobType.JobTypeID, jobType) &&
-           IsSameJobType(database->GetJobType(jobType.JobTypeID), jobType);
+    // Nothing is written then: doubled quotes would be stored as single ones.
+    if (HasQuotes(jobType))
+        return u"Its texts must not contain single quotes (')."_s;
+    if (!OpenDatabase()->UpdateJobType(jobType.JobTypeID, jobType))
+        return databaseRefuses;
+    return CompareWithStored(jobType);
+}
+
+QString Taskmill_JobTypesWidget::CompareWithStored(const Taskmill_JobType &jobType)
+{
+    const bool isSame = IsSameJobType(OpenDatabase()->GetJobType(jobType.JobTypeID), jobType);
+    return isSame ? QString{} : databaseRefuses;
 }

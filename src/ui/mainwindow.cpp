@@ -1,8 +1,10 @@
 #include "ui/mainwindow.h"
 
 #include "kilnutil/helpdialog.h"
+#include "kilnutil/widgetutil.h"
 #include "ui/statusicon.h"
 
+#include <QApplication>
 #include <QEvent>
 #include <QFrame>
 #include <QPushButton>
@@ -15,9 +17,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-constexpr int gap = 10;                 // pixels between the parts
-constexpr int gapAboveContent = 20;     // pixels
-constexpr int leastDistanceToEdge = 10; // pixels
+constexpr int gap = 10;             // pixels between the parts
+constexpr int gapAboveContent = 20; // pixels
 
 const std::array<QString, 6> pageLabels{u"Long Jobs Queue"_s, u"Short Jobs Queue"_s, u"Queueless Jobs"_s,
                                         u"Running Jobs"_s,    u"Finished Jobs"_s,    u"Job Types"_s};
@@ -153,10 +154,7 @@ void Taskmill_MainWindow::PutInMiddleOfScreen()
 {
     const QRect available = screen()->availableGeometry();
     resize((available.width() + 1) / 2, (available.height() + 1) / 2);
-    QRect place = frameGeometry();
-    place.moveCenter(available.center());
-    move(qMax(place.left(), available.left() + leastDistanceToEdge),
-         qMax(place.top(), available.top() + leastDistanceToEdge));
+    KilnUtil_WidgetUtil::CentreOn(this, available);
 }
 
 void Taskmill_MainWindow::ShowInFront()
@@ -165,4 +163,9 @@ void Taskmill_MainWindow::ShowInFront()
     showNormal();
     raise();
     activateWindow();
+    // A dialog that came while the window was away would stand behind it, and block it.
+    if (QWidget *dialog = QApplication::activeModalWidget()) {
+        dialog->raise();
+        dialog->activateWindow();
+    }
 }

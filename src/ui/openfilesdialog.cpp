@@ -2,7 +2,7 @@
 
 #include "jobs/jobstore.h"
 #include "kilnutil/error.h"
-#include "ui/openfileslist.h"
+#include "kilnutil/widgetutil.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -19,8 +19,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-constexpr int leastDistanceToEdge = 10; // pixels
-
 void SelectValue(QComboBox &box, int value)
 {
     if (const int index = box.findData(value); index >= 0)
@@ -32,8 +30,6 @@ Taskmill_OpenFilesDialog::Taskmill_OpenFilesDialog(Taskmill_JobStore &store, QWi
     : m_store{store}
     , m_mainWindow{mainWindow}
 {
-    // The program lives on in the tray when this was the last window to be seen.
-    setAttribute(Qt::WA_QuitOnClose, false);
 }
 
 std::optional<Taskmill_SubmitChoice> Taskmill_OpenFilesDialog::AskForJobs(const QString &caption,
@@ -83,16 +79,13 @@ void Taskmill_OpenFilesDialog::Prepare(const QString &caption)
 
 void Taskmill_OpenFilesDialog::Place()
 {
-    const bool inFront = m_mainWindow && m_mainWindow->isVisible();
+    const bool inFront = KilnUtil_WidgetUtil::CanBeInFrontOf(m_mainWindow);
     create();
     windowHandle()->setTransientParent(inFront ? m_mainWindow->windowHandle() : nullptr);
 
     const QRect available = (inFront ? m_mainWindow->screen() : screen())->availableGeometry();
     resize(sizeHint().boundedTo(available.size() * 9 / 10));
-    QRect place{{}, size()};
-    place.moveCenter(available.center());
-    move(qMax(place.left(), available.left() + leastDistanceToEdge),
-         qMax(place.top(), available.top() + leastDistanceToEdge));
+    KilnUtil_WidgetUtil::CentreOn(this, available);
 }
 
 void Taskmill_OpenFilesDialog::PresetFiles(const Taskmill_SubmitChoice &preset)
@@ -101,7 +94,10 @@ void Taskmill_OpenFilesDialog::PresetFiles(const Taskmill_SubmitChoice &preset)
     m_list->SetSorting(false);
     if (!preset.Files.isEmpty() || !m_retainFileList->isChecked())
         m_list->Apply(Taskmill_OpenFilesList::Operation::Clear, true);
-    m_list->AddFiles(preset.Files, m_allowDuplicates->isChecked());
+    // A directory comes from the user, who has dropped it, or as the one input file of a request.
+    m_list->AddFiles(preset.Files, m_allowDuplicates->isChecked(),
+                     preset.CheckAll ? Taskmill_OpenFilesList::Directories::StandForTheirFiles
+                                     : Taskmill_OpenFilesList::Directories::AreFiles);
     if (preset.Files.isEmpty() || m_list->topLevelItemCount() == 0)
         return;
     m_list->setCurrentItem(m_list->topLevelItem(0));
@@ -167,9 +163,11 @@ QString Taskmill_OpenFilesDialog::Explanation() const
     return type + u' ' + queue;
 }
 
-void Taskmill_OpenFilesDialog::AddFiles(const QStringList &paths)
+void Taskmill_OpenFilesDialog::AddFiles(const QStringList &paths,
+                                        Taskmill_OpenFilesList::Directories directories)
 {
-    m_list->AddFiles(paths, m_allowDuplicates->isChecked());
+    if (m_list->AddFiles(paths, m_allowDuplicates->isChecked(), directories))
+        m_list->setFocus();
     UpdateStates();
 }
 
@@ -212,7 +210,7 @@ void Taskmill_OpenFilesDialog::FilePathBrowseSlot()
 
 void Taskmill_OpenFilesDialog::ItemsDroppedSlot(const QStringList &paths)
 {
-    AddFiles(paths);
+    AddFiles(paths, Taskmill_OpenFilesList::Directories::StandForTheirFiles);
 }
 
 void Taskmill_OpenFilesDialog::ItemsMovedSlot()

@@ -52,13 +52,13 @@ struct Taskmill_QueueTab::Entries
     }
 
     /// Nothing that would show nothing can be chosen.
-    void Refine(Taskmill_Job &job) const
+    void Refine(const Taskmill_Job &job) const
     {
         if (!Taskmill_JobViewers::HasFile(job.Record().InputFilePath))
             showInputFile->setEnabled(false);
-        if (!Taskmill_JobViewers::HasFile(job.Record().OutputFile))
+        if (!Taskmill_JobViewers::HasFile(job.Record().OutputFilePath()))
             streamOutputFile->setEnabled(false);
-        if (job.GatherOutput().isEmpty()) {
+        if (!job.HasOutput()) {
             showLog->setEnabled(false);
             streamLog->setEnabled(false);
         }
@@ -177,7 +177,7 @@ void Taskmill_QueueTab::ContextMenuSlot(const QPoint &position)
     // By number, as the list may change while the menu is open.
     const int currentJobID = m_model->JobIDAt(m_table->CurrentPosition());
     const QList<int> selection = SelectionOfMenu();
-    Taskmill_Job *currentJob = JobOf(currentJobID);
+    const Taskmill_Job *currentJob = JobOf(currentJobID);
 
     Taskmill_ContextMenu menu{*m_table};
     Entries entries{menu, !selection.isEmpty(), currentJob != nullptr};
@@ -202,19 +202,19 @@ void Taskmill_QueueTab::Act(const Entries &entries, const QAction &chosen, const
         AskForLimit();
     else if (&chosen == entries.pause)
         SetPaused(!m_variant.queue->IsPaused());
-    else if (Taskmill_Job *job = JobOf(currentJobID))
+    else if (const Taskmill_Job *job = JobOf(currentJobID))
         View(entries, chosen, *job);
 }
 
-void Taskmill_QueueTab::View(const Entries &entries, const QAction &chosen, Taskmill_Job &job)
+void Taskmill_QueueTab::View(const Entries &entries, const QAction &chosen, const Taskmill_Job &job)
 {
     const Taskmill_JobRecord &record = job.Record();
     if (&chosen == entries.showInputFile)
         Taskmill_JobViewers::ShowInputFile(*m_frame, record.Name, record.InputFilePath);
     else if (&chosen == entries.streamOutputFile)
-        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFile);
+        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath());
     else if (&chosen == entries.showLog)
-        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job.GatherOutput());
+        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job.OutputNow());
     else if (&chosen == entries.streamLog && job.Process())
         Taskmill_JobViewers::StreamLog(*m_frame, record.Name, *job.Process());
 }
@@ -245,8 +245,8 @@ void Taskmill_QueueTab::CellDoubleClickedSlot(int row, int column)
     if (!job)
         return;
     const Taskmill_JobRecord &record = job->Record();
-    if (record.Status == Taskmill_JobStatus::Running && Taskmill_JobViewers::HasFile(record.OutputFile))
-        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFile);
+    if (record.Status == Taskmill_JobStatus::Running && Taskmill_JobViewers::HasFile(record.OutputFilePath()))
+        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath());
     else
         Taskmill_JobViewers::ShowInputFile(*m_frame, record.Name, record.InputFilePath);
 }

@@ -68,7 +68,7 @@ private:
     [[nodiscard]] QList<int> JobIDsOfRows(const QList<int> &rows) const;
     [[nodiscard]] QList<int> SelectionOfMenu() const;
     void Act(const Entries &entries, const QAction &chosen, const QList<int> &selection, int currentJobID);
-    void View(const Entries &entries, const QAction &chosen, Taskmill_Job &job);
+    void View(const Entries &entries, const QAction &chosen, const Taskmill_Job &job);
     void AskForLimit();
 
     Taskmill_QueueOwner &m_owner;

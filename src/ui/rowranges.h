@@ -33,3 +33,12 @@ template <typename ShownID, typename ListedID>
     std::ranges::reverse(gone);
     return gone;
 }
+
+/// How many rows they are.
+[[nodiscard]] inline qsizetype Taskmill_CountOf(const Taskmill_RowRanges &ranges)
+{
+    qsizetype count = 0;
+    for (const Taskmill_RowRange &range : ranges)
+        count += range.Last - range.First + 1;
+    return count;
+}

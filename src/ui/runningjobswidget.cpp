@@ -75,7 +75,6 @@ void Taskmill_RunningJobsWidget::BuildPage()
     BuildTable();
     layout->addWidget(m_table);
     m_frame->setFocusProxy(m_table);
-    m_frame->installEventFilter(this);
 }
 
 QBoxLayout *Taskmill_RunningJobsWidget::MakeControls()
@@ -117,13 +116,6 @@ void Taskmill_RunningJobsWidget::BuildTable()
             &Taskmill_RunningJobsWidget::ContextMenuSlot);
     connect(m_table, &KilnUtil_TableWidget::RemoveRequestedSignal, this,
             &Taskmill_RunningJobsWidget::RemoveSlot);
-}
-
-bool Taskmill_RunningJobsWidget::eventFilter(QObject *watched, QEvent *event)
-{
-    if (event->type() == QEvent::Show)
-        RefreshSlot();
-    return QObject::eventFilter(watched, event);
 }
 
 void Taskmill_RunningJobsWidget::RefreshSlot()

@@ -36,9 +36,6 @@ public:
     /// nullptr in console modes.
     [[nodiscard]] QFrame *Frame() const { return m_frame; }
 
-    /// The processes are read anew whenever the page is shown.
-    bool eventFilter(QObject *watched, QEvent *event) override;
-
 public Q_SLOTS:
     void ContextMenuSlot(const QPoint &position);
     void OnlyShowJobsOfKnownJobTypesSlot();

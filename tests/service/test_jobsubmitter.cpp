@@ -231,10 +231,14 @@ void TestJobSubmitter::NothingMatchesAndTheUserIsAsked()
 
 void TestJobSubmitter::ChosenNameIsTakenExactly()
 {
-    m_manager->AddJobType(u"RUN"_s, runsUntilKilled);
-    const Taskmill_JobType lower = m_manager->AddJobType(u"run"_s, runsUntilKilled);
-    m_manager->prompt.texts = {u"run"_s};
-    QCOMPARE(Submitted(TestManager::Request(u"Auto"_s)).JobType.JobTypeID, lower.JobTypeID);
+    for (const QString &name : {u"RUN"_s, u"run"_s, u"twice"_s, u"twice"_s, u"None"_s})
+        m_manager->AddJobType(name, runsUntilKilled);
+    const QStringList items{u"None"_s, u"RUN"_s, u"run"_s, u"twice (2)"_s, u"twice (3)"_s, u"None (4)"_s};
+    for (int id = 1; id < 5; ++id) {
+        m_manager->prompt.texts = {items[id + 1]};
+        QCOMPARE(Submitted(TestManager::Request(u"Auto"_s)).JobType.JobTypeID, id);
+    }
+    QCOMPARE(m_manager->prompt.asked.last().items, items);
 }
 
 void TestJobSubmitter::QueueWords_data()
@@ -508,9 +512,10 @@ void TestJobSubmitter::OneQuestionAtATime()
     m_dialog.Answer.reset();
     m_dialog.WhileOpen = [&] {
         // What needs no question goes on, the rest waits or is refused.
-        QVERIFY(!m_manager->submitter.MustWait(plain));
+        QVERIFY(m_manager->submitter.IsAsking());
+        QVERIFY(!m_manager->submitter.WouldAsk(plain));
         QCOMPARE(m_manager->submitter.Submit(plain).JobIDs.size(), 1);
-        QVERIFY(m_manager->submitter.MustWait(automatic) && m_manager->submitter.MustWait(confirmed));
+        QVERIFY(m_manager->submitter.WouldAsk(automatic) && m_manager->submitter.WouldAsk(confirmed));
         QVERIFY(m_manager->submitter.Submit(confirmed).JobIDs.isEmpty());
         (void)m_manager->submitter.SubmitFiles({file}, Taskmill_Destination::Short, -1);
         (void)m_manager->submitter.SubmitFiles({}, Taskmill_Destination::Short, -1);
@@ -518,7 +523,7 @@ void TestJobSubmitter::OneQuestionAtATime()
         QCOMPARE(m_dialog.Presets.size(), 1);
     };
     (void)m_manager->submitter.Submit(confirmed);
-    QVERIFY(!m_manager->submitter.MustWait(confirmed));
+    QVERIFY(!m_manager->submitter.IsAsking());
     QTRY_COMPARE(m_dialog.Presets.size(), 3);
     QCOMPARE(m_dialog.Presets[1].Destination, Taskmill_Destination::Short);
     QCOMPARE(m_dialog.Presets[2].Destination, Taskmill_Destination::Queueless);

@@ -229,7 +229,7 @@ void TestAppWindow::ToolBarsAreRestored()
     QMainWindow other;
     other.setCorner(Qt::TopLeftCorner, Qt::LeftDockWidgetArea);
     const QByteArray state = other.saveState();
-    QSettings settings{u"Kilnworks, Inc."_s, u"Taskmill"_s};
+    QSettings settings{QSettings::defaultFormat(), QSettings::UserScope, u"Kilnworks, Inc."_s, u"Taskmill"_s};
     settings.setValue(u"1/Main_Window/ToolBar_State_0"_s, state);
     settings.sync();
     Start();

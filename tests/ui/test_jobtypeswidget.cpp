@@ -124,8 +124,7 @@ void TestJobTypesWidget::MissingExecutablesAreRed()
     };
     QVERIFY(!colour().isValid());
     QVERIFY(QFile::remove(jobType.ExecutablePath));
-    m_window->hide();
-    m_window->show();
+    m_tab->FillTable();
     const QColor onLight = colour();
     QVERIFY(onLight.red() > 2 * onLight.green());
     QVERIFY(!m_table->model()->index(1, 3).data(Qt::ForegroundRole).isValid());
@@ -269,11 +268,12 @@ void TestJobTypesWidget::TellsWhatCannotBeStored()
     WhenDialogIsOpen([&](QDialog &dialog) {
         auto &editor = dynamic_cast<Taskmill_NewJobTypeWidget &>(dialog);
         Taskmill_JobType jobType = editor.Read();
-        jobType.Name = u"user's"_s;
+        jobType.Name = u"user''s"_s;
         editor.Load(jobType);
         // Once more with the same fields, then with others.
-        WhenDialogIsOpen([&editor, jobType](QDialog &again) {
+        WhenDialogIsOpen([this, &editor, jobType](QDialog &again) {
             QCOMPARE(editor.Read(), jobType);
+            QCOMPARE(StoredNames().first(), u"water"_s);
             Taskmill_JobType other = jobType;
             other.Name = u"ours"_s;
             editor.Load(other);
@@ -284,7 +284,16 @@ void TestJobTypesWidget::TellsWhatCannotBeStored()
     QTest::keyClick(m_table, Qt::Key_Return);
     QCOMPARE(m_manager->prompt.asked.size(), 1);
     QCOMPARE(m_manager->prompt.asked[0].title, u"Edit Job Type"_s);
+    QVERIFY(m_manager->prompt.asked[0].text.contains("single quotes"_L1));
     QCOMPARE(StoredNames(), (QStringList{u"ours"_s, u"acetone"_s, u"benzene"_s}));
+
+    WhenDialogIsOpen([&](QDialog &dialog) {
+        m_manager->project.CloseProject();
+        WhenDialogIsOpen([](QDialog &again) { again.reject(); });
+        dialog.accept();
+    });
+    QTest::keyClick(m_table, Qt::Key_Return);
+    QVERIFY(m_manager->prompt.asked.last().text.contains("No project is open"_L1));
 }
 
 void TestJobTypesWidget::AddsDefaults()

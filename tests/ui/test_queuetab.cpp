@@ -135,6 +135,22 @@ void TestQueueTab::RefreshKeepsThePlaceOfTheReader()
     QCOMPARE(CellText(Table(), Table().rowAt(0), 0), u"100"_s);
     QCOMPARE(CellText(Table(), Table().currentIndex().row(), 0), u"95"_s);
     QCOMPARE(Table().SelectedRows(), QList<int>{Table().currentIndex().row()});
+    Table().setCurrentIndex(Table().model()->index(Table().currentIndex().row() + 1, 5));
+    Table().horizontalScrollBar()->setValue(100);
+    m_tab->FillTable();
+    QCOMPARE(Table().horizontalScrollBar()->value(), 100);
+
+    // Every second row at once.
+    QList<int> gone;
+    for (int jobID = 1; jobID <= 203; jobID += 2) {
+        if (Queue().FindByJobID(jobID))
+            gone.append(jobID);
+    }
+    m_manager->longJobs.RemoveNow(gone);
+    m_tab->FillTable();
+    QCOMPARE(CellText(Table(), Table().rowAt(0), 0), u"100"_s);
+    QCOMPARE(CellText(Table(), 0, 0), u"202"_s);
+    QCOMPARE(CellText(Table(), Table().currentIndex().row(), 0), u"94"_s);
 
     // At the top, the table stays there.
     Table().scrollToTop();
