@@ -1,227 +1,124 @@
-// Measures a manager in console mode from outside: how soon it listens, how much memory it takes, how fast it
-// takes submissions, and how fast it turns jobs round against a bare spawn-and-wait loop in the same run.
+// Measures a manager in console mode on whole roads, from outside: start, memory, idleness, submissions and
+// the turn-round of jobs, against plain system calls and other spoolers in the same run.
 
-#include "service/requestmessage.h"
+#include "manager.h"
+#include "report.h"
+#include "rivals.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QHostAddress>
-#include <QProcess>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QTemporaryDir>
-
-#include <cstdio>
-
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include "db/database.h"
-#include "db/databasejobstore.h"
-#include "db/databasemanager.h"
-#include "jobs/jobtypelist.h"
-#include "service/projectdatabase.h"
-
-using namespace Qt::Literals::StringLiterals;
+#include <QThread>
 
 namespace {
-constexpr int jobCount = 1000;
-constexpr int submissionCount = 10000;
+using Bench::Baseline;
+using Bench::Manager;
 
-quint16 FreePort()
+double BareLoopMs(int count)
 {
-    QTcpServer server;
-    server.listen(QHostAddress::LocalHost);
-    return server.serverPort();
+    return Bench::MilliSeconds([count] {
+               for (int i = 0; i < count; ++i)
+                   Bench::Run({"/bin/true"});
+           }) /
+           count;
 }
 
-/// A project whose only job type runs /bin/true.
-void MakeProject(const QString &path)
+void MeasureStartAndIdleness(Bench::Report &report)
 {
-    auto *database =
-        Taskmill_Database_Manager::Global().Database(KilnUtil_Database_Foundation::SQLiteMemory, {}, true);
-    Taskmill_DatabaseJobStore store;
-    Taskmill_JobTypeList jobTypes{store};
-    if (!Taskmill_FillNewProject(*database, jobTypes))
-        qFatal("no project");
-    Taskmill_JobType type;
-    type.Name = u"True"_s;
-    type.ApplicationName = u"true"_s;
-    type.ExecutablePath = u"/bin/true"_s;
-    type.DefaultQueue = u"Long"_s;
-    type.GenericCommandLine = u"@EXEFILE"_s;
-    jobTypes.Add(type);
-    if (!database->SaveToFile(path))
-        qFatal("project not saved");
-    Taskmill_Database_Manager::Global().CloseAll();
+    report.Title("A manager that has nothing to do");
+    const Manager manager{Manager::Mode::Console};
+    report.Add("start to listening", manager.StartMilliSeconds(), "ms");
+    report.Add("resident memory", manager.ResidentMegabytes(), "MB", 50);
+    // What start-up has left to the event loop is over by then.
+    QThread::sleep(1);
+    const Manager::Work before = manager.WorkSoFar();
+    const int seconds = report.Quick() ? 2 : 10;
+    QThread::sleep(static_cast<unsigned long>(seconds));
+    const Manager::Work after = manager.WorkSoFar();
+    report.Add("idle: wake-ups a second", static_cast<double>(after.WakeUps - before.WakeUps) / seconds, "");
+    report.Add("idle: processor time a second",
+               static_cast<double>(after.Ticks - before.Ticks) * 10 / seconds, "ms");
 }
 
-QByteArray Request(quint16 notificationPort)
+/// The time of one job through one slot, the submissions not counted.
+double TurnRoundMs(int jobs)
 {
-    QByteArray text = "clientname=bench\nclientappname=bench\naction=submitjob\njobtypename=True\n";
-    if (notificationPort != 0) {
-        text += "clientaddress=127.0.0.1\nclientnotification=1\nclientport=" +
-                QByteArray::number(notificationPort) + '\n';
-    }
-    return text;
+    const Manager manager{Manager::Mode::Console};
+    Bench::NotificationSink sink;
+    manager.Submit(Manager::Request(manager.File("gate.dat"), sink.Port()), true);
+    for (int i = 0; i < jobs; ++i)
+        manager.Submit(manager.TrueRequest(sink.Port()), true);
+    manager.OpenGate();
+    const QList<qint64> ends = sink.Take(jobs + 1);
+    return static_cast<double>(ends.last() - ends.first()) / 1e6 / jobs;
 }
 
-bool Listens(quint16 port)
+void MeasureTurnRound(Bench::Report &report, const Bench::RivalTimes &tsp, const Bench::RivalTimes &nq)
 {
-    QTcpSocket socket;
-    socket.connectToHost(QHostAddress{QHostAddress::LocalHost}, port);
-    return socket.waitForConnected(100);
+    report.Title("Turn-round of a job through one slot, its client being told");
+    const int jobs = report.Quick() ? 300 : 1000;
+    QList<double> bare;
+    QList<double> ours;
+    for (int round = 0; round < 3; ++round) {
+        bare.append(BareLoopMs(jobs));
+        ours.append(TurnRoundMs(jobs));
+    }
+    bare.append(BareLoopMs(jobs));
+    const double time = Bench::Median(ours);
+    report.Add("turn-round", time, "ms", {"bare spawn-and-wait loop", Bench::Median(bare), 2});
+    if (tsp.TurnRound > 0)
+        report.Add("turn-round", time, "ms", {"tsp", tsp.TurnRound, 1});
+    if (nq.TurnRound > 0)
+        report.Add("turn-round", time, "ms", {"nq", nq.TurnRound, 0});
 }
 
-/// One request over a connection of its own; with `reply`, until the manager has answered.
-void Submit(quint16 port, const QByteArray &request, bool reply)
+/// The time of one request, a connection each, until the manager has handled the last.
+double SubmissionMs(const Manager &manager, int count, bool answered)
 {
-    QTcpSocket socket;
-    socket.connectToHost(QHostAddress{QHostAddress::LocalHost}, port);
-    if (!socket.waitForConnected())
-        qFatal("no connection");
-    socket.write(request);
-    if (reply)
-        socket.write(Taskmill_ReplyRequestLine.data(), Taskmill_ReplyRequestLine.size());
-    while (socket.bytesToWrite() > 0 && socket.waitForBytesWritten()) {
-    }
-    if (reply) {
-        while (socket.state() == QAbstractSocket::ConnectedState && !socket.canReadLine()) {
-            if (!socket.waitForReadyRead())
-                break;
-        }
-        if (!socket.readAll().startsWith("accepted="))
-            qFatal("a request was refused");
-    }
+    const QByteArray request = Manager::Request(manager.File("plain.dat"));
+    return Bench::MilliSeconds([&] {
+               for (int i = 1; i <= count; ++i)
+                   manager.Submit(request, answered || i == count);
+           }) /
+           count;
 }
 
-double BareLoopSeconds()
+void MeasureSubmissions(Bench::Report &report, const Bench::RivalTimes &tsp, const Bench::RivalTimes &nq)
 {
-    QElapsedTimer timer;
-    timer.start();
-    for (int i = 0; i < jobCount; ++i) {
-        char name[] = "/bin/true";
-        char *arguments[] = {name, nullptr};
-        pid_t child = 0;
-        if (posix_spawn(&child, name, nullptr, nullptr, arguments, environ) != 0)
-            qFatal("spawn failed");
-        waitpid(child, nullptr, 0);
-    }
-    return static_cast<double>(timer.nsecsElapsed()) / 1e9;
-}
+    report.Title("Submission of a job, a connection each");
+    const int count = report.Quick() ? 2000 : 10000;
+    const Manager manager{Manager::Mode::Console};
+    manager.Submit(Manager::Request(manager.File("gate.dat")), true);
+    const double sent = SubmissionMs(manager, count, false);
+    report.Add("one request after the other", sent, "ms");
+    if (tsp.Submission > 0)
+        report.Add("one request after the other", sent, "ms", {"tsp", tsp.Submission, 0.1});
+    if (nq.Submission > 0)
+        report.Add("one request after the other", sent, "ms", {"nq", nq.Submission, 0});
+    report.Add("each waiting for its answer", SubmissionMs(manager, count, true), "ms");
+    report.Add("resident memory with these jobs", manager.ResidentMegabytes(), "MB");
 
-QByteArray ResidentMemory(qint64 pid)
-{
-    QFile status{u"/proc/%1/status"_s.arg(pid)};
-    if (!status.open(QIODevice::ReadOnly))
-        return {};
-    const QList<QByteArray> lines = status.readAll().split('\n');
-    for (const QByteArray &line : lines) {
-        if (line.startsWith("VmRSS:"))
-            return line.sliced(6).simplified();
-    }
-    return {};
-}
-
-class Manager
-{
-public:
-    Manager(const QString &directory, const QString &projectFile)
-        : m_port{FreePort()}
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"TASKMILL_CONSOLE_PORT"_s, QString::number(m_port));
-        environment.insert(u"XDG_CONFIG_HOME"_s, directory);
-        environment.insert(u"XDG_RUNTIME_DIR"_s, directory);
-        environment.remove(u"DISPLAY"_s);
-        m_process.setProcessEnvironment(environment);
-        m_process.setStandardOutputFile(QProcess::nullDevice());
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        QElapsedTimer timer;
-        timer.start();
-        m_process.start(QStringLiteral(TASKMILL_PROGRAM), {u"-console"_s, projectFile});
-        m_process.waitForStarted();
-        while (!Listens(m_port) && m_process.state() == QProcess::Running)
-            usleep(500);
-        m_startSeconds = static_cast<double>(timer.nsecsElapsed()) / 1e9;
-    }
-    ~Manager()
-    {
-        m_process.terminate();
-        m_process.waitForFinished();
-    }
-    Q_DISABLE_COPY_MOVE(Manager)
-
-    [[nodiscard]] quint16 Port() const { return m_port; }
-    [[nodiscard]] double StartSeconds() const { return m_startSeconds; }
-    [[nodiscard]] qint64 Pid() const { return m_process.processId(); }
-    void Type(const QByteArray &command)
-    {
-        m_process.write(command + '\n');
-        m_process.waitForBytesWritten();
-    }
-
-private:
-    quint16 m_port;
-    QProcess m_process;
-    double m_startSeconds = 0;
-};
-
-void MeasureSubmissions(Manager &manager)
-{
-    for (const bool reply : {false, true}) {
-        QElapsedTimer timer;
-        timer.start();
-        for (int i = 0; i < submissionCount; ++i)
-            Submit(manager.Port(), Request(0), reply);
-        const double seconds = static_cast<double>(timer.nsecsElapsed()) / 1e9;
-        std::printf("submissions %-22s %8.0f a second\n", reply ? "(answered)" : "(sent)",
-                    submissionCount / seconds);
-    }
-    std::printf("memory with %d waiting jobs   %s\n", 2 * submissionCount,
-                ResidentMemory(manager.Pid()).constData());
-}
-
-void MeasureTurnRound(Manager &manager)
-{
-    QTcpServer sink;
-    sink.listen(QHostAddress::LocalHost);
-    for (int i = 0; i < jobCount; ++i)
-        Submit(manager.Port(), Request(sink.serverPort()), true);
-
-    const double bareBefore = BareLoopSeconds();
-    QElapsedTimer timer;
-    timer.start();
-    manager.Type("unpause long jobs");
-    for (int i = 0; i < jobCount; ++i) {
-        if (!sink.hasPendingConnections() && !sink.waitForNewConnection(30000))
-            qFatal("only %d notifications", i);
-        delete sink.nextPendingConnection();
-    }
-    const double seconds = static_cast<double>(timer.nsecsElapsed()) / 1e9;
-    const double bare = (bareBefore + BareLoopSeconds()) / 2;
-    std::printf("jobs through one slot          %8.0f a second, notified\n", jobCount / seconds);
-    std::printf("bare spawn-and-wait loop       %8.0f a second\n", jobCount / bare);
-    std::printf("ratio of time                  %8.2f\n", seconds / bare);
+    const QByteArray port = QByteArray::number(manager.Port());
+    const int commands = 50;
+    const double command = Bench::MilliSeconds([&] {
+                               for (int i = 0; i < commands; ++i)
+                                   Bench::Run({TASKMILL_CTL, "submit", "--console", "--port", port, "--type",
+                                               "Veltra", manager.File("plain.dat")});
+                           }) /
+                           commands;
+    if (tsp.Submission > 0)
+        report.Add("taskmillctl submit", command, "ms", {"tsp", tsp.Submission, 3});
+    else
+        report.Add("taskmillctl submit", command, "ms");
 }
 } // namespace
 
 int main(int argc, char **argv)
 {
     const QCoreApplication application{argc, argv};
-    const QTemporaryDir directory;
-    const QString project = directory.filePath(u"bench.mill"_s);
-    MakeProject(project);
-    {
-        Manager manager{directory.path(), project};
-        std::printf("start to listening             %8.0f ms\n", manager.StartSeconds() * 1000);
-        std::printf("resident memory, idle          %s\n", ResidentMemory(manager.Pid()).constData());
-        MeasureTurnRound(manager);
-    }
-    MakeProject(project);
-    Manager manager{directory.path(), project};
-    MeasureSubmissions(manager);
+    Bench::Report report{Bench::Options::Read(argc, argv)};
+    MeasureStartAndIdleness(report);
+    const Bench::RivalTimes tsp = Bench::MeasureTsp(report.Quick() ? 200 : 800);
+    const Bench::RivalTimes nq = Bench::MeasureNq(report.Quick() ? 50 : 150);
+    MeasureTurnRound(report, tsp, nq);
+    MeasureSubmissions(report, tsp, nq);
     return 0;
 }

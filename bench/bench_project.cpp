@@ -1,16 +1,15 @@
 // Measures a project of many finished jobs against the plain SQLite calls on the same rows, in the same run:
 // opening, listing and saving.
 
+#include "report.h"
+
 #include "db/database.h"
 #include "service/listings.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QTemporaryDir>
 
-#include <cstdio>
 #include <cstdlib>
-#include <functional>
 
 #include <sqlite3.h>
 
@@ -18,20 +17,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 using Database = Taskmill_Database;
-
-double MilliSeconds(const std::function<void()> &work)
-{
-    QElapsedTimer timer;
-    timer.start();
-    work();
-    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
-}
-
-void Row(const char *what, double ours, double plain, const char *plainName)
-{
-    std::printf("%-12s %9.1f ms   %-26s %9.1f ms   ratio %6.2f\n", what, ours, plainName, plain,
-                ours / plain);
-}
 
 Taskmill_JobRecord Job(int number)
 {
@@ -45,9 +30,12 @@ Taskmill_JobRecord Job(int number)
     job.JobType.GenericCommandLine = u"@EXEFILE @INFILE"_s;
     job.QueueName = u"Long"_s;
     job.InputFilePath = u"/home/chemist/calculations/2026/"_s + job.Name;
-    job.SetStatus(Taskmill_JobStatus::Pending, true);
-    job.SetStatus(Taskmill_JobStatus::Running, true);
-    job.SetStatus(Taskmill_JobStatus::Completed, true);
+    // A year of them, no two at the same time.
+    const QDateTime submitted = QDateTime{QDate{2025, 11, 21}, QTime{0, 0}}.addSecs(number * 311LL);
+    job.Submitted = submitted;
+    job.Started = submitted.addSecs(60 + number % 3600);
+    job.Finished = submitted.addSecs(7200 + number % 86400);
+    job.Status = Taskmill_JobStatus::Completed;
     job.StdOutAndStdErr =
         u"MOPAC Job: \"%1\" ended normally on Nov 21, 2026, at 03:54.\n"_s.arg(job.InputFilePath);
     return job;
@@ -89,7 +77,9 @@ void PlainBackup(const QByteArray &from, const QByteArray &to)
 int main(int argc, char **argv)
 {
     const QCoreApplication application{argc, argv};
-    const int count = argc > 1 ? std::atoi(argv[1]) : 10000;
+    const Bench::Options options = Bench::Options::Read(argc, argv);
+    Bench::Report report{options};
+    const int count = options.Quick ? 10'000 : options.Numbers.value(0, "100000").toInt();
     const QTemporaryDir directory;
     const QString file = directory.filePath(u"bench.mill"_s);
     const QByteArray fileName = file.toLocal8Bit();
@@ -98,29 +88,33 @@ int main(int argc, char **argv)
     Taskmill_JobType type = Job(0).JobType;
     if (!database.InsertJobType(type, true))
         return 1;
-    const double inserting = MilliSeconds([&] {
+    const double inserting = Bench::MilliSeconds([&] {
         for (int number = 1; number <= count; ++number)
             database.InsertFinishedJob(Job(number), true);
     });
-    std::printf("%d finished jobs; recording one takes %.3f ms\n", count, inserting / count);
+    report.Title("A project of many finished jobs");
+    report.Add("finished jobs", count, "");
+    report.Add("recording one", inserting / count, "ms");
 
-    const double saving = MilliSeconds([&] { (void)database.SaveToFile(file); });
-    const double copying = MilliSeconds([&] { PlainBackup(fileName, fileName + ".copy"); });
+    const double saving = Bench::MilliSeconds([&] { (void)database.SaveToFile(file); });
+    const double copying = Bench::MilliSeconds([&] { PlainBackup(fileName, fileName + ".copy"); });
 
     Database loaded{Database::SQLiteMemory, {}, u"QSQLITE"_s, {}, {}, {}, {}, {}};
-    const double loading = MilliSeconds([&] { (void)loaded.LoadFromFile(file); });
+    const double loading = Bench::MilliSeconds([&] { (void)loaded.LoadFromFile(file); });
     QList<Taskmill_JobRecord> jobs;
-    const double reading = MilliSeconds([&] { jobs = loaded.GetFinishedJobs(); });
-    const double selecting = MilliSeconds([&] { PlainSelect(fileName); });
-    const double listing = MilliSeconds([&] {
+    const double reading = Bench::MilliSeconds([&] { jobs = loaded.GetFinishedJobs(); });
+    const double selecting = Bench::MilliSeconds([&] { PlainSelect(fileName); });
+    const double listing = Bench::MilliSeconds([&] {
         QList<QStringList> rows;
         for (const Taskmill_JobRecord &job : jobs)
             rows.append(Taskmill_Listings::FinishedRow(job));
         (void)Taskmill_Listings::Text({}, {}, Taskmill_Listings::FinishedHeaders(), rows);
     });
 
-    Row("saving", saving, copying, "online backup to a file");
-    Row("opening", loading + reading, copying + selecting, "file copy and SELECT *");
-    Row("listing", listing, selecting, "SELECT *");
+    report.Add("saving", saving, "ms", {"online backup to a file", copying, 1.5});
+    report.Add("opening", loading + reading, "ms", {"file copy and SELECT *", copying + selecting, 3});
+    report.Add("opening: checking and copying the file", loading, "ms");
+    report.Add("opening: reading the jobs", reading, "ms");
+    report.Add("listing", listing, "ms", {"SELECT *", selecting, 0});
     return 0;
 }

@@ -1,6 +1,8 @@
 // Measures the window's tabs with many jobs: how long each change blocks the event loop. Run with the
 // platform "offscreen"; the numbers of finished and of waiting jobs may be given.
 
+#include "report.h"
+
 #include "db/databasejobstore.h"
 #include "db/databasemanager.h"
 #include "jobs/processinspector.h"
@@ -9,27 +11,23 @@
 #include "ui/queuewidgets.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTabWidget>
-
-#include <cstdio>
-#include <functional>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-double MilliSeconds(const std::function<void()> &work)
-{
-    QElapsedTimer timer;
-    timer.start();
-    work();
-    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
-}
+using Bench::MilliSeconds;
 
-void Row(const char *what, double milliSeconds)
+Bench::Report *g_report = nullptr;
+
+/// The most that the event loop may be blocked, in ms; 0 where there is no limit.
+constexpr double mostForAChange = 10;
+constexpr double mostForASwitch = 50;
+
+void Row(const char *what, double milliSeconds, double most = 0)
 {
-    std::printf("%-52s %9.2f ms\n", what, milliSeconds);
+    g_report->Add(what, milliSeconds, "ms", most);
 }
 
 double ResidentMegabytes()
@@ -91,7 +89,7 @@ void MeasureSorting(KilnUtil_TableWidget &table, QWidget &window)
 
 void MeasureFinished(Taskmill_FinishedJobsWidget &tab, QWidget &window, int count)
 {
-    std::printf("\n%d finished jobs\n", count);
+    g_report->Title(QByteArray::number(count).append(" finished jobs").constData());
     const double before = ResidentMegabytes();
     QList<Taskmill_JobRecord> jobs = Jobs(count, Taskmill_JobStatus::Completed);
     const double records = ResidentMegabytes();
@@ -101,21 +99,21 @@ void MeasureFinished(Taskmill_FinishedJobsWidget &tab, QWidget &window, int coun
         }));
     jobs.clear();
     const double all = ResidentMegabytes();
-    std::printf("%-52s %9.2f kB (%.2f of them the table's)\n", "memory a job", (all - before) * 1e3 / count,
-                (all - records) * 1e3 / count);
+    g_report->Add("memory a job", (all - before) * 1e3 / count, "kB", 1.5);
+    g_report->Add("memory a job, of it the table's", (all - records) * 1e3 / count, "kB");
     const auto add = [&] {
         tab.AddJob(Job(static_cast<int>(tab.Jobs().size()) + 1, Taskmill_JobStatus::Completed));
         tab.FillTable();
         Paint(window);
     };
-    Row("one more job, sorted by number", MilliSeconds(add));
+    Row("one more job, sorted by number", MilliSeconds(add), mostForAChange);
     MeasureSorting(*tab.Table(), window);
-    Row("one more job, sorted by time, newest first", MilliSeconds(add));
+    Row("one more job, sorted by time, newest first", MilliSeconds(add), mostForAChange);
     Row("select all", MilliSeconds([&] {
             tab.Table()->selectAll();
             Paint(window);
         }));
-    Row("one more job, all selected", MilliSeconds(add));
+    Row("one more job, all selected", MilliSeconds(add), mostForAChange);
     Row("remove every second job", MilliSeconds([&] {
             QList<int> positions;
             for (int position = 0; position < tab.Jobs().size(); position += 2)
@@ -127,42 +125,46 @@ void MeasureFinished(Taskmill_FinishedJobsWidget &tab, QWidget &window, int coun
 
 void MeasureQueue(Taskmill_LongJobsQueueWidget &jobs, QWidget &window, int count)
 {
-    std::printf("\n%d waiting jobs\n", count);
+    g_report->Title(QByteArray::number(count).append(" waiting jobs").constData());
     Taskmill_QueueTab &tab = *jobs.Tab();
     Row("show the list", MilliSeconds([&] {
             jobs.Replace(Jobs(count, Taskmill_JobStatus::Pending));
             tab.FillTable();
             Paint(window);
         }));
-    Row("refresh without a change", MilliSeconds([&] { tab.FillTable(); }));
+    Row("refresh without a change", MilliSeconds([&] { tab.FillTable(); }), mostForAChange);
     int number = count;
     const auto submit = [&] {
         jobs.Submit(new Taskmill_Job{Job(++number, Taskmill_JobStatus::Pending)});
         tab.FillTable();
         Paint(window);
     };
-    Row("one more job", MilliSeconds(submit));
+    Row("one more job", MilliSeconds(submit), mostForAChange);
     Row("the first job leaves", MilliSeconds([&] {
             jobs.Jobs().RemoveAt(0);
             tab.FillTable();
             Paint(window);
-        }));
+        }),
+        mostForAChange);
     MeasureSorting(tab.Table(), window);
-    Row("one more job, sorted by time", MilliSeconds(submit));
+    Row("one more job, sorted by time", MilliSeconds(submit), mostForAChange);
     Row("a job in the middle leaves", MilliSeconds([&] {
             jobs.Jobs().RemoveAt(count / 2);
             tab.FillTable();
             Paint(window);
-        }));
+        }),
+        mostForAChange);
 }
 } // namespace
 
 int main(int argc, char **argv)
 {
     QApplication application{argc, argv};
-    const QStringList arguments = QCoreApplication::arguments();
-    const int finishedCount = arguments.value(1, u"100000"_s).toInt();
-    const int waitingCount = arguments.value(2, u"10000"_s).toInt();
+    const Bench::Options options = Bench::Options::Read(argc, argv);
+    Bench::Report report{options};
+    g_report = &report;
+    const int finishedCount = options.Numbers.value(0, "100000").toInt();
+    const int waitingCount = options.Numbers.value(1, "10000").toInt();
 
     QTabWidget window;
     window.resize(1200, 800);
@@ -184,8 +186,7 @@ int main(int argc, char **argv)
     };
     switchTo(1);
     MeasureQueue(longJobs, window, waitingCount);
-    std::printf("\n");
-    Row("switch to the finished jobs", switchTo(0));
-    Row("switch to the waiting jobs", switchTo(1));
+    Row("switch to the finished jobs", switchTo(0), mostForASwitch);
+    Row("switch to the waiting jobs", switchTo(1), mostForASwitch);
     return 0;
 }
