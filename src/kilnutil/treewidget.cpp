@@ -1,6 +1,7 @@
 #include "kilnutil/treewidget.h"
 
 #include "kilnutil/filedrop.h"
+#include "kilnutil/rowview.h"
 
 #include <QDropEvent>
 #include <QHeaderView>
@@ -9,7 +10,7 @@
 #include <QStyledItemDelegate>
 
 namespace {
-/// Rows with some air between them, as those of the tables.
+/// Rows as high as those of the tables.
 class RowDelegate final : public QStyledItemDelegate
 {
 public:
@@ -18,7 +19,7 @@ public:
     [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
         const QSize size = QStyledItemDelegate::sizeHint(option, index);
-        return {size.width(), qMax(size.height(), option.fontMetrics.height() * 3 / 2)};
+        return {size.width(), qMax(size.height(), KilnUtil_RowView::RowHeight(option.fontMetrics))};
     }
 };
 } // namespace
@@ -40,7 +41,7 @@ KilnUtil_TreeWidget::KilnUtil_TreeWidget(QWidget *parent)
     setDropIndicatorShown(true);
     header()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     header()->setHighlightSections(false);
-    CopySelectionColours();
+    KilnUtil_RowView::CopySelectionColours(*this);
     SetSorting(false);
 }
 
@@ -57,26 +58,16 @@ void KilnUtil_TreeWidget::SetEmptyText(const QString &text)
     viewport()->update();
 }
 
-/// The selection stays to be seen when the keyboard is elsewhere.
-void KilnUtil_TreeWidget::CopySelectionColours()
+bool KilnUtil_TreeWidget::event(QEvent *event)
 {
-    QPalette colours;
-    bool differ = false;
-    for (QPalette::ColorRole role : {QPalette::Highlight, QPalette::HighlightedText}) {
-        const QBrush &active = palette().brush(QPalette::Active, role);
-        differ = differ || palette().brush(QPalette::Inactive, role) != active;
-        colours.setBrush(QPalette::Inactive, role, active);
-    }
-    // Nothing but these two: the others go on following the desktop.
-    if (differ)
-        setPalette(colours);
+    return KilnUtil_RowView::TakeMenuKey(*this, *event) || QTreeWidget::event(event);
 }
 
 void KilnUtil_TreeWidget::changeEvent(QEvent *event)
 {
     QTreeWidget::changeEvent(event);
     if (event->type() == QEvent::PaletteChange)
-        CopySelectionColours();
+        KilnUtil_RowView::CopySelectionColours(*this);
 }
 
 void KilnUtil_TreeWidget::paintEvent(QPaintEvent *event)

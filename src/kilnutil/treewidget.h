@@ -26,6 +26,7 @@ Q_SIGNALS:
     void ItemEditorClosedSignal();
 
 protected:
+    bool event(QEvent *event) override;
     void changeEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
@@ -37,7 +38,6 @@ protected Q_SLOTS:
     void closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint hint) override;
 
 private:
-    void CopySelectionColours();
     void MoveSelectedRows(QDropEvent *event);
     void SetDropHover(bool hover);
 
