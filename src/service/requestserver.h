@@ -8,6 +8,8 @@
 #include <QSet>
 #include <QTcpServer>
 
+#include <optional>
+
 /// What the server hands complete messages to.
 class Taskmill_RequestHandler
 {
@@ -70,6 +72,7 @@ private:
     QTcpServer m_server;
     QList<Taskmill_RequestConnection *> m_collecting; ///< oldest first
     QList<Taskmill_RequestConnection *> m_complete;   ///< in the order in which they are handled
+    std::optional<Taskmill_RequestMessage> m_next;    ///< of the first of these, once it has been read
     QSet<QString> m_knownClients;
     bool m_busy = false;
     bool m_retryPending = false;
