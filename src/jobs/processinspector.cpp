@@ -119,6 +119,20 @@ QList<Taskmill_ProcessRecord> Taskmill_ProcessInspector::ListProcesses()
     return Taskmill_ParseProcessListing(ListingText());
 }
 
+QList<Taskmill_ProcessRecord> Taskmill_ProcessInspector::ListProcessesUnlessInterrupted()
+{
+    return Taskmill_ParseProcessListing(InterruptibleListingText());
+}
+
+bool Taskmill_ProcessInspector::IsStillThere(const Taskmill_ProcessRecord &process)
+{
+    const int processID = process.ProcessIdNumber();
+    if (processID < 0)
+        return false;
+    const std::optional<QString> creationDate = CreationDateNow(processID);
+    return !creationDate || *creationDate == process.CreationDate;
+}
+
 bool Taskmill_ProcessInspector::Terminate(const QString &, int processID)
 {
     if (processID < 0)
@@ -129,13 +143,17 @@ bool Taskmill_ProcessInspector::Terminate(const QString &, int processID)
 
 bool Taskmill_ProcessInspector::Terminate(const Taskmill_ProcessRecord &process)
 {
-    const int processID = process.ProcessIdNumber();
-    if (processID < 0)
+    return IsStillThere(process) && Terminate(process.Name, process.ProcessIdNumber());
+}
+
+bool Taskmill_ProcessInspector::TerminateParent(const Taskmill_ProcessRecord &process)
+{
+    const int parentID = process.ParentProcessIdNumber();
+    if (parentID < 0)
         return false;
-    const std::optional<QString> creationDate = CreationDateNow(processID);
-    if (creationDate && *creationDate != process.CreationDate)
-        return false;
-    return Terminate(process.Name, processID);
+    if (ParentNow(process.ProcessIdNumber()).value_or(parentID) == parentID)
+        EndProcess(parentID);
+    return true;
 }
 
 bool Taskmill_ProcessInspector::TerminateTree(const QString &programText, int processID)
@@ -156,6 +174,11 @@ bool Taskmill_ProcessInspector::TerminateTree(const QString &programText, int pr
 }
 
 std::optional<QString> Taskmill_ProcessInspector::CreationDateNow(int)
+{
+    return std::nullopt;
+}
+
+std::optional<int> Taskmill_ProcessInspector::ParentNow(int)
 {
     return std::nullopt;
 }

@@ -38,7 +38,7 @@ struct Taskmill_ProcessRecord
 
 /// Lists and ends the processes of this computer. Every call blocks until it is done and reports nothing to
 /// the user.
-class Taskmill_ProcessInspector
+class Taskmill_ProcessInspector : public std::enable_shared_from_this<Taskmill_ProcessInspector>
 {
 public:
     Taskmill_ProcessInspector() = default;
@@ -47,13 +47,23 @@ public:
 
     /// Empty when the system does not tell.
     [[nodiscard]] QList<Taskmill_ProcessRecord> ListProcesses();
+    /// The same, but given up where the system lets it once an interruption of the calling thread is
+    /// requested.
+    [[nodiscard]] QList<Taskmill_ProcessRecord> ListProcessesUnlessInterrupted();
+
+    /// Whether a process listed earlier has not ended: false for a negative id, and when its number is known
+    /// to be free or another process's. True when asking is not cheap.
+    [[nodiscard]] bool IsStillThere(const Taskmill_ProcessRecord &process);
 
     /// Ends one process at once, without giving it a chance to clean up. False for a negative id, and only
     /// then: whether the process ended is not examined. The name is the caller's affair.
     bool Terminate(const QString &name, int processID);
-    /// The same for a process listed earlier. Also false, with nothing ended, when another process is known
-    /// to have got its number since.
+    /// The same for a process listed earlier. False, with nothing ended, when it is not IsStillThere().
     bool Terminate(const Taskmill_ProcessRecord &process);
+    /// Ends the parent that the process was listed with, unless it is known to have ended: who has its number
+    /// now is left alone, and so is the process's new parent. False for a negative id of the parent, and only
+    /// then.
+    bool TerminateParent(const Taskmill_ProcessRecord &process);
 
     /// Ends the direct children of a process and, when the program is a Gaussian driver, the workers that
     /// carry the process's temporary input file on their command lines. Ends neither grandchildren nor the
@@ -63,12 +73,15 @@ public:
 protected:
     /// All processes as lines "Key=Value" that end with "\r\n", every key for every process.
     virtual QString ListingText() = 0;
+    virtual QString InterruptibleListingText() { return ListingText(); }
     /// Never called with a negative id, as EndChildren().
     virtual void EndProcess(int processID) = 0;
     virtual void EndChildren(int processID) = 0;
     /// CreationDate of the process that has the number now, empty when there is none; no value when asking is
     /// not cheap.
     [[nodiscard]] virtual std::optional<QString> CreationDateNow(int processID);
+    /// Number of the parent that the process has now, -1 when it has none; no value when asking is not cheap.
+    [[nodiscard]] virtual std::optional<int> ParentNow(int processID);
 };
 
 /// The inspector of this system. TASKMILL_PROCESS_TOOL=wmic in the environment asks for the one that runs

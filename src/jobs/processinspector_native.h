@@ -11,4 +11,5 @@ public:
     void EndProcess(int processID) override;
     void EndChildren(int processID) override;
     [[nodiscard]] std::optional<QString> CreationDateNow(int processID) override;
+    [[nodiscard]] std::optional<int> ParentNow(int processID) override;
 };

@@ -257,3 +257,21 @@ std::optional<QString> Taskmill_NativeProcessInspector::CreationDateNow(int proc
     const std::optional<Times> times = TimesOf(static_cast<DWORD>(processID));
     return times ? QString::fromLatin1(DateText(times->creation)) : QString{};
 }
+
+std::optional<int> Taskmill_NativeProcessInspector::ParentNow(int processID)
+{
+    const auto process = static_cast<DWORD>(processID);
+    std::optional<DWORD> parent;
+    ForEachProcess([&](const PROCESSENTRY32W &entry) {
+        if (entry.th32ProcessID == process)
+            parent = entry.th32ParentProcessID;
+    });
+    if (!parent)
+        return -1;
+    // The system goes on telling the number of a parent that has ended, which may be another's by now.
+    const std::optional<Times> times = TimesOf(process);
+    const std::optional<Times> parentTimes = TimesOf(*parent);
+    if (times && parentTimes && parentTimes->creation > times->creation)
+        return -1;
+    return static_cast<int>(*parent);
+}

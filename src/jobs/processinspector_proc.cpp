@@ -404,6 +404,8 @@ protected:
         const ProcStat stat = ReadStat(processID);
         return stat.IsAlive() ? QString::fromUtf8(CreationDate(stat.startTicks)) : QString{};
     }
+
+    std::optional<int> ParentNow(int processID) override { return ReadStat(processID).parent; }
 };
 } // namespace
 

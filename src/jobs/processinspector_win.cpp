@@ -12,16 +12,10 @@ namespace {
 class WindowsProcessInspector final : public Taskmill_ProcessInspector
 {
 protected:
-    QString ListingText() override
+    QString ListingText() override { return ListingBy(&Taskmill_WmicProcessInspector::ListingText); }
+    QString InterruptibleListingText() override
     {
-        if (m_tool != Tool::Useless) {
-            QString listing = m_wmic.ListingText();
-            const bool answers = listing.contains("ProcessId="_L1, Qt::CaseInsensitive);
-            m_tool = answers ? Tool::Answers : Tool::Useless;
-            if (answers)
-                return listing;
-        }
-        return m_native.ListingText();
+        return ListingBy(&Taskmill_WmicProcessInspector::InterruptibleListingText);
     }
 
     void EndProcess(int processID) override
@@ -47,6 +41,13 @@ protected:
         return m_native.CreationDateNow(processID);
     }
 
+    std::optional<int> ParentNow(int processID) override
+    {
+        if (ToolAnswers())
+            return std::nullopt;
+        return m_native.ParentNow(processID);
+    }
+
 private:
     enum class Tool
     {
@@ -54,6 +55,18 @@ private:
         Answers,
         Useless
     };
+
+    QString ListingBy(QString (Taskmill_WmicProcessInspector::*listing)())
+    {
+        if (m_tool != Tool::Useless) {
+            QString text = (m_wmic.*listing)();
+            const bool answers = text.contains("ProcessId="_L1, Qt::CaseInsensitive);
+            m_tool = answers ? Tool::Answers : Tool::Useless;
+            if (answers)
+                return text;
+        }
+        return m_native.ListingText();
+    }
 
     bool ToolAnswers()
     {

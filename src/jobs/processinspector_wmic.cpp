@@ -33,13 +33,23 @@ Taskmill_WmicProcessInspector::Taskmill_WmicProcessInspector(std::chrono::millis
 
 QString Taskmill_WmicProcessInspector::ListingText()
 {
+    return List(false);
+}
+
+QString Taskmill_WmicProcessInspector::InterruptibleListingText()
+{
+    return List(true);
+}
+
+QString Taskmill_WmicProcessInspector::List(bool mayBeGivenUp) const
+{
     return RunTool(
         {u"process"_s, u"get"_s,
          u"Caption,CommandLine,CreationDate,CSName,ExecutablePath,ExecutionState,Handle,KernelModeTime,Name,"
          "ParentProcessId,Priority,PrivatePageCount,ProcessId,ThreadCount,UserModeTime,VirtualSize,"
          "WorkingSetSize"_s,
          u"/format:list"_s},
-        true);
+        mayBeGivenUp);
 }
 
 void Taskmill_WmicProcessInspector::EndProcess(int processID)

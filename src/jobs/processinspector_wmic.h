@@ -12,12 +12,14 @@ public:
     explicit Taskmill_WmicProcessInspector(std::chrono::milliseconds timeLimit = std::chrono::seconds{30});
 
     [[nodiscard]] QString ListingText() override;
+    [[nodiscard]] QString InterruptibleListingText() override;
     void EndProcess(int processID) override;
     void EndChildren(int processID) override;
 
 private:
+    [[nodiscard]] QString List(bool mayBeGivenUp) const;
     /// Returns what the tool printed; empty when there is no such tool. A run that may be given up ends early
-    /// when an end of the calling thread is requested.
+    /// when an interruption of the calling thread is requested.
     QString RunTool(const QStringList &arguments, bool mayBeGivenUp) const;
 
     std::chrono::milliseconds m_timeLimit;

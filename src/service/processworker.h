@@ -6,8 +6,12 @@
 #include <QStringList>
 #include <QThread>
 
+#include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
+
+class Taskmill_ProcessThreadSide;
 
 /// What of a process is ended.
 enum class Taskmill_Kill
@@ -21,7 +25,8 @@ enum class Taskmill_Kill
     ProcessChildrenAndParent
 };
 
-/// False when nothing was ended. A process that has got the number of the listed one since is left alone.
+/// False when not all that was asked for was ended. A process that has got the number of the listed one, or
+/// of its parent, since is left alone.
 bool Taskmill_KillProcess(Taskmill_ProcessInspector &inspector, const Taskmill_ProcessRecord &process,
                           Taskmill_Kill kill);
 
@@ -32,9 +37,11 @@ class Taskmill_ProcessWorker final : public QObject
     Q_OBJECT
 
 public:
-    /// The inspector outlives this.
-    explicit Taskmill_ProcessWorker(Taskmill_ProcessInspector &inspector);
+    /// The inspector outlives this. It is kept as long as the thread needs it when a std::shared_ptr has it.
+    explicit Taskmill_ProcessWorker(Taskmill_ProcessInspector &inspector,
+                                    std::chrono::milliseconds timeLimit = std::chrono::seconds{10});
     /// Waits until everything that was asked for is done; listings are given up where the system lets it.
+    /// What takes longer than the time limit goes on without this, as long as the program lives.
     ~Taskmill_ProcessWorker() override;
     Q_DISABLE_COPY_MOVE(Taskmill_ProcessWorker)
 
@@ -49,7 +56,7 @@ Q_SIGNALS:
 private:
     void Run(const std::function<void()> &work);
 
-    Taskmill_ProcessInspector &m_inspector;
-    QThread m_thread;
-    QObject *const m_context; ///< lives in the thread
+    const std::chrono::milliseconds m_timeLimit;
+    std::unique_ptr<QThread> m_thread;
+    Taskmill_ProcessThreadSide *const m_threadSide; ///< deleted by the thread
 };

@@ -230,6 +230,13 @@ void TestProcessInspectorProc::EndsOnlyTheProcessThatWasListed()
     earlier.CreationDate.replace(0, 4, u"1999"_s);
     QVERIFY(!m_inspector->Terminate(earlier));
     QVERIFY(Find(child.Id()));
+
+    Child bystander{TestProgramPath(), {u"wait"_s}};
+    QTRY_VERIFY(bystander.IsRunning());
+    auto withOtherParent = *record;
+    withOtherParent.ParentProcessId = QString::number(bystander.Id());
+    QVERIFY(m_inspector->TerminateParent(withOtherParent));
+    QVERIFY(Find(bystander.Id()));
     // Another inspector must see the same date.
     QVERIFY(Taskmill_MakeProcessInspector()->Terminate(*record));
     QVERIFY(child.WasKilled());

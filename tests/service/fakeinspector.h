@@ -2,12 +2,16 @@
 
 #include "jobs/processinspector.h"
 
-/// Lists the processes that it is told of, and ends none.
+/// Lists the processes that it is told of, and remembers which ones it was to end.
 class FakeInspector final : public Taskmill_ProcessInspector
 {
 public:
     /// Of these fields only the shown ones are listed.
     QList<Taskmill_ProcessRecord> Processes;
+    /// Of every process now; nothing when it cannot be asked.
+    std::optional<QString> CreationDate;
+    std::optional<int> Parent;
+    QString Ended; ///< such as "of 5, 5, " for the children of the process 5 and then the process
 
 protected:
     QString ListingText() override
@@ -26,6 +30,8 @@ protected:
         }
         return QString::fromUtf8(listing);
     }
-    void EndProcess(int) override {}
-    void EndChildren(int) override {}
+    void EndProcess(int processID) override { Ended += QStringLiteral("%1, ").arg(processID); }
+    void EndChildren(int processID) override { Ended += QStringLiteral("of %1, ").arg(processID); }
+    std::optional<QString> CreationDateNow(int) override { return CreationDate; }
+    std::optional<int> ParentNow(int) override { return Parent; }
 };

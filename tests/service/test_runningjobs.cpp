@@ -1,12 +1,16 @@
 #include "service/runningjobs.h"
 
 #include "fakeinspector.h"
+#include "service/processworker.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
 #include <QDir>
 #include <QFile>
+#include <QSemaphore>
 #include <QtTest>
+
+#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -26,6 +30,31 @@ QStringList NumbersOf(const QList<Taskmill_ProcessRecord> &processes)
         numbers += process.ProcessId;
     return numbers;
 }
+
+/// Its listing takes as long as the gate is closed.
+class HangingInspector final : public Taskmill_ProcessInspector
+{
+public:
+    HangingInspector(QSemaphore &started, QSemaphore &gate)
+        : m_started{started}
+        , m_gate{gate}
+    {
+    }
+
+protected:
+    QString ListingText() override
+    {
+        m_started.release();
+        m_gate.acquire();
+        return {};
+    }
+    void EndProcess(int) override {}
+    void EndChildren(int) override {}
+
+private:
+    QSemaphore &m_started;
+    QSemaphore &m_gate;
+};
 } // namespace
 
 class TestRunningJobs : public QObject
@@ -39,6 +68,9 @@ private Q_SLOTS:
     void LinksLeadToTheSameFile();
     void OrderIsKeptAndNoneIsRepeated();
     void TheChoiceTakesEffectWithTheNextRefresh();
+    void EndsOnlyWhatWasListed_data();
+    void EndsOnlyWhatWasListed();
+    void WorkerDoesNotWaitForEver();
 };
 
 void TestRunningJobs::SamePaths_data()
@@ -122,6 +154,56 @@ void TestRunningJobs::TheChoiceTakesEffectWithTheNextRefresh()
     inspector.Processes.clear();
     QCOMPARE(running.ListingText(), u"\nRunning Jobs List is Empty\n\n"_s);
     QVERIFY(running.Processes().isEmpty());
+}
+
+void TestRunningJobs::EndsOnlyWhatWasListed_data()
+{
+    QTest::addColumn<QString>("creationDate");
+    QTest::addColumn<int>("parent");
+    QTest::addColumn<QString>("ended");
+    QTest::newRow("as listed") << u"1999"_s << 4 << u"5, /of 5, /of 5, 5, /4, 5, /of 5, 4, 5, //"_s;
+    QTest::newRow("parent has ended") << u"1999"_s << 1 << u"5, /of 5, /of 5, 5, /5, /of 5, 5, //"_s;
+    QTest::newRow("number of another") << u"2000"_s << 4 << u"//////"_s;
+    QTest::newRow("has ended") << u""_s << -1 << u"//////"_s;
+}
+
+void TestRunningJobs::EndsOnlyWhatWasListed()
+{
+    QFETCH(const QString, creationDate);
+    QFETCH(const int, parent);
+    FakeInspector inspector;
+    inspector.CreationDate = creationDate;
+    inspector.Parent = parent;
+    Taskmill_ProcessRecord process;
+    process.ProcessId = u"5"_s;
+    process.ParentProcessId = u"4"_s;
+    process.CreationDate = u"1999"_s;
+    for (const Taskmill_Kill kill : {Taskmill_Kill::Process, Taskmill_Kill::Children,
+                                     Taskmill_Kill::ProcessAndChildren, Taskmill_Kill::ProcessAndParent,
+                                     Taskmill_Kill::ProcessChildrenAndParent, Taskmill_Kill::ProcessGroup}) {
+        (void)Taskmill_KillProcess(inspector, process, kill);
+        inspector.Ended += u'/';
+    }
+    QTEST(inspector.Ended, "ended");
+}
+
+void TestRunningJobs::WorkerDoesNotWaitForEver()
+{
+    QSemaphore started;
+    QSemaphore gate;
+    auto inspector = std::make_shared<HangingInspector>(started, gate);
+    const std::weak_ptr<HangingInspector> inThread = inspector;
+    auto worker = std::make_unique<Taskmill_ProcessWorker>(*inspector, std::chrono::milliseconds{1});
+    worker->List({});
+    started.acquire();
+    QTest::ignoreMessage(QtWarningMsg,
+                         "Processes are still being listed or ended: the program does not wait for that");
+    worker.reset();
+    inspector.reset();
+    QVERIFY(!inThread.expired());
+    gate.release();
+    QTRY_VERIFY(inThread.expired());
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
 QTEST_GUILESS_MAIN(TestRunningJobs)
