@@ -5,12 +5,12 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QString>
 
 class KilnUtil_TableWidget;
 class QAction;
 class QFrame;
 class QPoint;
-class QString;
 class Taskmill_JobTypeList;
 class Taskmill_NewJobTypeWidget;
 class Taskmill_RowsModel;
@@ -56,8 +56,10 @@ private:
     void AddJobType();
     void RemoveJobType(const Taskmill_JobType &jobType);
     void RemoveAllJobTypes();
-    [[nodiscard]] bool Insert(Taskmill_JobType jobType);
-    [[nodiscard]] bool Update(const Taskmill_JobType &jobType);
+    /// These return why the job type could not be stored; empty when it was.
+    [[nodiscard]] QString Insert(Taskmill_JobType jobType);
+    [[nodiscard]] static QString Update(const Taskmill_JobType &jobType);
+    [[nodiscard]] static QString CompareWithStored(const Taskmill_JobType &jobType);
     template <typename Store>
     void RunEditor(Taskmill_NewJobTypeWidget &editor, Store store);
 
