@@ -2,13 +2,13 @@
 
 #include "kilnutil/fileopendata.h"
 #include "service/submitdialog.h"
+#include "ui/openfileslist.h"
 #include "ui/openfilesrecent.h"
 
 #include <QDialog>
 #include <QPointer>
 
 class Taskmill_JobStore;
-class Taskmill_OpenFilesList;
 class QCheckBox;
 class QComboBox;
 class QLabel;
@@ -80,7 +80,9 @@ private:
     void FillOpenAs();
     void FillRecentMenus();
     void Browse(const QString &directory);
-    void AddFiles(const QStringList &paths);
+    void
+    AddFiles(const QStringList &paths,
+             Taskmill_OpenFilesList::Directories directories = Taskmill_OpenFilesList::Directories::AreFiles);
     void UpdateStates();
     [[nodiscard]] QString CountText(int checked) const;
     [[nodiscard]] QString Explanation() const;

@@ -1,7 +1,6 @@
 #include "kilnutil/helpdialog.h"
 #include "kilnutil/widgetutil.h"
 #include "ui/openfilesdialog.h"
-#include "ui/openfileslist.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -115,6 +114,7 @@ QPushButton *Taskmill_OpenFilesDialog::MakeMenuButton(const QString &text,
 QLayout *Taskmill_OpenFilesDialog::MakeFileButtonRow()
 {
     m_addFiles = new QPushButton{u"  Add Files...  "_s};
+    m_addFiles->setAutoDefault(false);
     SetKey(*m_addFiles, u"Alt+A"_s, u"Look for files"_s);
     connect(m_addFiles, &QPushButton::clicked, this, &Taskmill_OpenFilesDialog::FilePathBrowseSlot);
     m_recentDirs = MakeMenuButton({}, &Taskmill_OpenFilesDialog::RecentDirSlot);
@@ -208,6 +208,7 @@ QWidget *Taskmill_OpenFilesDialog::MakeOptionsPage()
 QLayout *Taskmill_OpenFilesDialog::MakeButtonRow()
 {
     auto *defaults = new QPushButton{u"Default Settings"_s};
+    defaults->setAutoDefault(false);
     GiveRoom(*defaults);
     SetKey(*defaults, u"Alt+D"_s, u"Set all options back, also those of the other page"_s);
     m_retainSettings = new QCheckBox{u"Retain Settings"_s};

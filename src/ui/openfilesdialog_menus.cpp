@@ -1,5 +1,4 @@
 #include "ui/openfilesdialog.h"
-#include "ui/openfileslist.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,6 +1,5 @@
 #include "kilnutil/registry.h"
 #include "ui/openfilesdialog.h"
-#include "ui/openfileslist.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -27,11 +27,11 @@ constexpr std::array<ColumnSetup, Taskmill_OpenFilesList::ColumnCount> columns{{
     {"ID"_L1, 6},
     {"File Path"_L1, 44},
     {"File Name"_L1, 20},
-    {"Directory"_L1, 28},
+    {"Directory"_L1, 26},
     {"Type"_L1, 6},
     {"Size (bytes)"_L1, 12},
-    {"Created"_L1, 27},
-    {"Last Modified"_L1, 27},
+    {"Created"_L1, 25},
+    {"Last Modified"_L1, 25},
 }};
 
 /// From File Path on, for each level of detail.
@@ -108,20 +108,27 @@ QString ExistingPath(const QString &path)
     return {};
 }
 
-QStringList ExistingFiles(const QStringList &paths)
+/// The files in a directory; any other path alone.
+QStringList FilesOf(const QString &path)
+{
+    if (!QFileInfo{path}.isDir())
+        return {path};
+    QStringList files;
+    const QDir directory{path};
+    for (const QString &name : directory.entryList(QDir::Files, QDir::Name | QDir::IgnoreCase))
+        files.append(Normalised(directory.absoluteFilePath(name)));
+    return files;
+}
+
+QStringList ExistingFiles(const QStringList &paths, Taskmill_OpenFilesList::Directories directories)
 {
     QStringList files;
     for (const QString &path : paths) {
         const QString existing = ExistingPath(path);
-        if (existing.isEmpty())
-            continue;
-        if (!QFileInfo{existing}.isDir()) {
+        if (directories == Taskmill_OpenFilesList::Directories::StandForTheirFiles && !existing.isEmpty())
+            files.append(FilesOf(existing));
+        else if (!existing.isEmpty())
             files.append(existing);
-            continue;
-        }
-        const QDir directory{existing};
-        for (const QString &name : directory.entryList(QDir::Files, QDir::Name | QDir::IgnoreCase))
-            files.append(Normalised(directory.absoluteFilePath(name)));
     }
     return files;
 }
@@ -140,15 +147,20 @@ Taskmill_OpenFilesList::Taskmill_OpenFilesList(QWidget *parent)
 void Taskmill_OpenFilesList::SetUpColumns()
 {
     setColumnCount(ColumnCount);
-    const int digit = fontMetrics().horizontalAdvance(u'0');
     for (int column = 0; column < ColumnCount; ++column) {
         headerItem()->setText(column, columns[column].title);
-        // Two more for the margins, and for the check box of the first column.
-        const int wanted = (columns[column].characters + 2) * digit;
-        setColumnWidth(column, qMax(wanted, header()->sectionSizeHint(column)));
+        setColumnWidth(column, WidthAtFirst(column));
     }
-    headerItem()->setTextAlignment(SizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+    // Above the numbers, but not close to the next heading.
+    headerItem()->setTextAlignment(SizeColumn, Qt::AlignCenter);
     header()->setSortIndicator(IDColumn, Qt::AscendingOrder);
+}
+
+int Taskmill_OpenFilesList::WidthAtFirst(int column) const
+{
+    // Two more for the margins, and for the check box of the first column.
+    const int wanted = (columns[column].characters + 2) * fontMetrics().horizontalAdvance(u'0');
+    return qMax(wanted, header()->sectionSizeHint(column));
 }
 
 QSize Taskmill_OpenFilesList::sizeHint() const
@@ -156,8 +168,7 @@ QSize Taskmill_OpenFilesList::sizeHint() const
     int width = 0;
     for (int column = 0; column < ColumnCount; ++column) {
         if (column != FilePathColumn)
-            width += qMax((columns[column].characters + 2) * fontMetrics().horizontalAdvance(u'0'),
-                          header()->sectionSizeHint(column));
+            width += WidthAtFirst(column);
     }
     return {width + verticalScrollBar()->sizeHint().width() + 2 * frameWidth(),
             rowsAtFirst * fontMetrics().height() * 3 / 2};
@@ -174,27 +185,28 @@ void Taskmill_OpenFilesList::SetDetail(int level)
     }
 }
 
-void Taskmill_OpenFilesList::AddFiles(const QStringList &paths, bool allowDuplicates)
+bool Taskmill_OpenFilesList::AddFiles(const QStringList &paths, bool allowDuplicates, Directories directories)
 {
     QSet<QString> present;
     for (int row = 0; row < topLevelItemCount(); ++row)
         present.insert(Normalised(topLevelItem(row)->text(FilePathColumn)));
 
     QList<QTreeWidgetItem *> added;
-    for (const QString &path : ExistingFiles(paths)) {
+    for (const QString &path : ExistingFiles(paths, directories)) {
         if (!allowDuplicates && present.contains(path))
             continue;
         present.insert(path);
         added.append(new FileItem{path, topLevelItemCount() + static_cast<int>(added.size()) + 1});
     }
     if (added.isEmpty())
-        return;
+        return false;
     // Sorted once, not at each one.
     const bool sorting = isSortingEnabled();
     setSortingEnabled(false);
     addTopLevelItems(added);
     setSortingEnabled(sorting);
     scrollToItem(added.last());
+    return true;
 }
 
 void Taskmill_OpenFilesList::Apply(Operation operation, bool allItems)

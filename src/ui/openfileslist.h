@@ -28,16 +28,21 @@ public:
         Uncheck = 2,
         Toggle = 3
     };
+    /// What becomes of a directory that is added.
+    enum class Directories
+    {
+        AreFiles,          ///< an entry like any other
+        StandForTheirFiles ///< those that are not hidden, by name; none of its subdirectories
+    };
     static constexpr int LowDetail = 0;
     static constexpr int MediumDetail = 1;
     static constexpr int HighDetail = 2;
 
     explicit Taskmill_OpenFilesList(QWidget *parent = nullptr);
 
-    /// Appends the files that exist, checked. A directory stands for the files in it that are not hidden, in
-    /// the order of their names; its subdirectories are left out. Unless duplicates are allowed, a file that
-    /// is in the list already stays out.
-    void AddFiles(const QStringList &paths, bool allowDuplicates);
+    /// Appends the files that exist, checked. Unless duplicates are allowed, a file that is in the list
+    /// already stays out. Whether any was appended.
+    bool AddFiles(const QStringList &paths, bool allowDuplicates, Directories directories);
     /// To the selected rows, or to all. Tells nobody: the caller knows.
     void Apply(Operation operation, bool allItems);
     /// Unchecks every row but the first.
@@ -54,5 +59,6 @@ public:
 
 private:
     void SetUpColumns();
+    [[nodiscard]] int WidthAtFirst(int column) const;
     void RemoveRows(bool allItems);
 };
