@@ -13,7 +13,6 @@
 #include <QFile>
 
 #include <array>
-#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -60,8 +59,8 @@ void MeasureLatency(Bench::Report &report, Manager::Mode mode, int waiting)
     report.Add(where + "end to notification", Bench::Median(toNotification), "ms", 5);
 }
 
-/// A project with so many waiting and so many finished jobs.
-void MakeProject(const QString &path, int jobs, const QByteArray &inputFile)
+/// A project with so many waiting and so many finished jobs, whose client is told at the port.
+void MakeProject(const QString &path, int jobs, const QByteArray &inputFile, quint16 port)
 {
     auto &manager = Taskmill_Database_Manager::Global();
     Taskmill_Database *database = manager.Database(KilnUtil_Database_Foundation::SQLiteMemory, {}, true);
@@ -74,6 +73,11 @@ void MakeProject(const QString &path, int jobs, const QByteArray &inputFile)
     job.QueueName = u"Long"_s;
     job.Name = u"plain.dat"_s;
     job.InputFilePath = QFile::decodeName(inputFile);
+    job.ClientName = u"bench"_s;
+    job.ClientAppName = u"bench"_s;
+    job.ClientAddress = u"127.0.0.1"_s;
+    job.ClientPort = port;
+    job.ClientNotification = true;
     for (int number = 1; number <= jobs; ++number) {
         job.JobID = number;
         job.SetStatus(Taskmill_JobStatus::Completed, true);
@@ -88,8 +92,14 @@ void MakeProject(const QString &path, int jobs, const QByteArray &inputFile)
     manager.CloseAll();
 }
 
-/// Of one submission and one completion with so many jobs, in ms.
-std::pair<double, double> Costs(int jobs)
+struct Costs
+{
+    double Submission = 0; ///< of one, in ms, as Completion
+    double Completion = 0;
+    double Megabytes = 0;
+};
+
+Costs MeasureCosts(int jobs)
 {
     const QTemporaryDir directory;
     const QString input = directory.filePath(u"plain.dat"_s);
@@ -97,24 +107,22 @@ std::pair<double, double> Costs(int jobs)
     if (!file.open(QIODevice::WriteOnly))
         qFatal("no input file");
     const QString project = directory.filePath(u"bench.mill"_s);
-    MakeProject(project, jobs, QFile::encodeName(input));
+    Bench::NotificationSink sink;
+    MakeProject(project, jobs, QFile::encodeName(input), sink.Port());
     Manager manager{Manager::Mode::Console, project};
     const int count = 500;
-    const QByteArray request = Manager::Request(manager.File("plain.dat"));
+    const QByteArray request = Manager::Request(manager.File("plain.dat"), sink.Port());
     manager.Submit(request, true);
     const double submission = Bench::MilliSeconds([&] {
         for (int i = 0; i < count; ++i)
             manager.Submit(request, true);
     });
-    // The jobs of the project tell nobody when they end, so the measured ones have a queue of their own.
-    Bench::NotificationSink sink;
-    const QByteArray shortRequest =
-        Manager::Request(manager.File("plain.dat"), sink.Port()) + "jobqueue=short\n";
-    for (int i = 0; i <= count; ++i)
-        manager.Submit(shortRequest, true);
-    manager.Type("unpause short jobs");
+    const double megabytes = manager.ResidentMegabytes();
+    manager.Type("unpause long jobs");
     const QList<qint64> ends = sink.Take(count + 1);
-    return {submission / count, static_cast<double>(ends.last() - ends.first()) / 1e6 / count};
+    return {.Submission = submission / count,
+            .Completion = static_cast<double>(ends.last() - ends.first()) / 1e6 / count,
+            .Megabytes = megabytes};
 }
 
 void MeasureGrowth(Bench::Report &report)
@@ -122,14 +130,15 @@ void MeasureGrowth(Bench::Report &report)
     report.Title("Growth: the same work with so many waiting and as many finished jobs");
     const QList<int> sizes =
         report.Quick() ? QList<int>{10, 10'000} : QList<int>{10, 100, 1000, 10'000, 100'000};
-    std::pair<double, double> first;
+    Costs first;
     for (const int jobs : sizes) {
-        const auto costs = Costs(jobs);
+        const Costs costs = MeasureCosts(jobs);
         if (jobs == sizes.first())
             first = costs;
         const QByteArray with = " with " + QByteArray::number(jobs);
-        report.Add("submission" + with, costs.first, "ms", {"with 10", first.first, 1.5});
-        report.Add("completion" + with, costs.second, "ms", {"with 10", first.second, 1.5});
+        report.Add("submission" + with, costs.Submission, "ms", {"with 10", first.Submission, 1.5});
+        report.Add("completion" + with, costs.Completion, "ms", {"with 10", first.Completion, 1.5});
+        report.Add("resident memory" + with, costs.Megabytes, "MB");
     }
 }
 } // namespace
