@@ -242,6 +242,31 @@ void Desktop::Press(const QString &keys) const
     XDoTool({u"key"_s, u"--clearmodifiers"_s, keys});
 }
 
+void Desktop::Type(const QString &text) const
+{
+    XDoTool({u"type"_s, u"--clearmodifiers"_s, u"--delay"_s, u"4"_s, text});
+}
+
+void Desktop::MoveTo(QPoint position) const
+{
+    XDoTool({u"mousemove"_s, QString::number(position.x()), QString::number(position.y())});
+}
+
+void Desktop::HoldButton() const
+{
+    XDoTool({u"mousedown"_s, u"1"_s});
+}
+
+void Desktop::ReleaseButton() const
+{
+    XDoTool({u"mouseup"_s, u"1"_s});
+}
+
+void Desktop::StartProgram(const QString &program, const QStringList &arguments)
+{
+    StartPart(u"env"_s, Variables() + QStringList{program} + arguments);
+}
+
 void Desktop::MovePointerAway() const
 {
     XDoTool({u"mousemove"_s, u"2"_s, QString::number(screenSize.height() * m_scale - 2)});

@@ -67,6 +67,14 @@ public:
     void ClickEntry(const DesktopWindow &menu, int line, int lines) const;
     /// Presses a key or a combination, such as "Return" or "alt+F4", in the window that has the focus.
     void Press(const QString &keys) const;
+    /// Types a text into the window that has the focus.
+    void Type(const QString &text) const;
+    /// The left button, pressed and released by itself, for drags.
+    void MoveTo(QPoint position) const;
+    void HoldButton() const;
+    void ReleaseButton() const;
+    /// Starts another program on this desktop; it ends with the desktop.
+    void StartProgram(const QString &program, const QStringList &arguments);
     /// Puts the pointer where it is over no window of Taskmill.
     void MovePointerAway() const;
     /// Saves what a part of the screen shows now as a PNG file.

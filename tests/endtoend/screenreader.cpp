@@ -97,6 +97,9 @@ QList<ScreenReader::Address> ScreenReader::Children(const Address &object) const
     if (reply.type() != QDBusMessage::ReplyMessage)
         return children;
     const auto argument = reply.arguments().constFirst().value<QDBusArgument>();
+    // A program that has ended answers with nothing.
+    if (argument.currentType() != QDBusArgument::ArrayType)
+        return children;
     argument.beginArray();
     while (!argument.atEnd()) {
         QString service;
