@@ -34,6 +34,7 @@ Report::Report(Options options)
 
 void Report::Title(const char *text)
 {
+    m_title = text;
     std::printf("\n%s\n", text);
 }
 
@@ -69,10 +70,11 @@ void Report::Add(const QByteArray &figure, double value, const QByteArray &unit,
     Write(object);
 }
 
-void Report::Write(const QJsonObject &figure)
+void Report::Write(QJsonObject figure)
 {
     if (m_options.Json.isEmpty())
         return;
+    figure.insert(u"title"_s, QString::fromUtf8(m_title));
     QFile file{QFile::decodeName(m_options.Json)};
     if (!file.open(QIODevice::Append) ||
         file.write(QJsonDocument{figure}.toJson(QJsonDocument::Compact) + '\n') < 0)

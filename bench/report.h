@@ -33,15 +33,17 @@ public:
     explicit Report(Options options);
 
     [[nodiscard]] bool Quick() const { return m_options.Quick; }
+    /// Of the figures that follow.
     void Title(const char *text);
     /// `most` is the limit of the value itself.
     void Add(const QByteArray &figure, double value, const QByteArray &unit, double most = 0);
     void Add(const QByteArray &figure, double value, const QByteArray &unit, const Baseline &baseline);
 
 private:
-    void Write(const QJsonObject &figure);
+    void Write(QJsonObject figure);
 
     Options m_options;
+    QByteArray m_title;
 };
 
 [[nodiscard]] double Median(QList<double> values);
