@@ -9,7 +9,6 @@
 #include <QThread>
 
 namespace {
-using Bench::Baseline;
 using Bench::Manager;
 
 double BareLoopMs(int count)
@@ -42,7 +41,7 @@ void MeasureStartAndIdleness(Bench::Report &report)
 double TurnRoundMs(int jobs)
 {
     const Manager manager{Manager::Mode::Console};
-    Bench::NotificationSink sink;
+    const Bench::NotificationSink sink;
     manager.Submit(Manager::Request(manager.File("gate.dat"), sink.Port()), true);
     for (int i = 0; i < jobs; ++i)
         manager.Submit(manager.TrueRequest(sink.Port()), true);

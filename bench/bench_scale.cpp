@@ -37,7 +37,7 @@ void MeasureLatency(Bench::Report &report, Manager::Mode mode, int waiting)
 {
     const int jobs = 200;
     const Manager manager{mode};
-    Bench::NotificationSink sink;
+    const Bench::NotificationSink sink;
     manager.Submit(Manager::Request(manager.File("gate.dat"), sink.Port()), true);
     for (int i = 0; i < jobs; ++i)
         manager.Submit(Manager::Request(manager.File("stamp.dat"), sink.Port()), true);
@@ -107,7 +107,7 @@ Costs MeasureCosts(int jobs)
     if (!file.open(QIODevice::WriteOnly))
         qFatal("no input file");
     const QString project = directory.filePath(u"bench.mill"_s);
-    Bench::NotificationSink sink;
+    const Bench::NotificationSink sink;
     MakeProject(project, jobs, QFile::encodeName(input), sink.Port());
     Manager manager{Manager::Mode::Console, project};
     const int count = 500;

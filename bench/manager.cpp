@@ -222,7 +222,7 @@ NotificationSink::~NotificationSink()
     close(m_socket);
 }
 
-QList<qint64> NotificationSink::Take(int count)
+QList<qint64> NotificationSink::Take(int count) const
 {
     QList<qint64> times;
     for (int i = 0; i < count; ++i) {

@@ -73,7 +73,7 @@ public:
 
     [[nodiscard]] quint16 Port() const { return m_port; }
     /// When each of the next notifications came.
-    [[nodiscard]] QList<qint64> Take(int count);
+    [[nodiscard]] QList<qint64> Take(int count) const;
 
 private:
     int m_socket = -1;
