@@ -6,6 +6,7 @@
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QMessageBox>
+#include <QPushButton>
 
 #include <algorithm>
 #include <limits>
@@ -61,6 +62,12 @@ WarnAnswer Ask(QMessageBox::Icon icon, QWidget *parent, const QString &title, co
     QMessageBox box{icon, title, text, ButtonsOf(mode), parent};
     box.setTextFormat(Qt::PlainText);
     box.setDefaultButton(ButtonOf(defaultAnswer));
+    // Without a default answer, Enter gives none: the toolkit would take the first.
+    if (mode != WarnMode::Ok && defaultAnswer == WarnAnswer::None) {
+        const QList<QPushButton *> buttons = box.findChildren<QPushButton *>();
+        for (QPushButton *button : buttons)
+            button->setAutoDefault(false);
+    }
     return AnswerOf(box.exec(), mode);
 }
 

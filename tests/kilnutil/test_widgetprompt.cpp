@@ -22,6 +22,7 @@ class TestWidgetPrompt : public QObject
 private Q_SLOTS:
     void init();
     void BrowserAsksForSeveralFiles();
+    void EnterAnswersOnlyWithADefault();
 
 private:
     std::unique_ptr<QTemporaryDir> m_place;
@@ -69,6 +70,27 @@ void TestWidgetPrompt::BrowserAsksForSeveralFiles()
     QCOMPARE(chosen.NameFilter, 0);
     QVERIFY(answer(false).Files.isEmpty());
     QCOMPARE(size, (QSize{777, 555}));
+}
+
+void TestWidgetPrompt::EnterAnswersOnlyWithADefault()
+{
+    using WarnMode = KilnUtil_UserPrompt::WarnMode;
+    using WarnAnswer = KilnUtil_UserPrompt::WarnAnswer;
+    KilnUtil_WidgetPrompt prompt;
+    bool stillOpen = false;
+    const auto press = [&] {
+        QWidget *box = QApplication::activeModalWidget();
+        QTest::keyClick(box, Qt::Key_Return);
+        stillOpen = box->isVisible();
+        QTest::keyClick(box, Qt::Key_Escape);
+    };
+    QTimer::singleShot(0, qApp, press);
+    QCOMPARE(prompt.AskQuestion(u"Remove"_s, u"Remove it?"_s, WarnMode::YesNo, WarnAnswer::None),
+             WarnAnswer::No);
+    QVERIFY(stillOpen);
+    QTimer::singleShot(0, qApp, [] { QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Return); });
+    QCOMPARE(prompt.ReportWarning(u"Save"_s, u"Save it?"_s, WarnMode::YesNoCancel, WarnAnswer::Yes),
+             WarnAnswer::Yes);
 }
 
 QTEST_MAIN(TestWidgetPrompt)
