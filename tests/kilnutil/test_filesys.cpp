@@ -70,7 +70,6 @@ void TestFileSys::ExtensionIsReplacedInTheFileNameOnly_data()
     QTest::addColumn<QString>("extension");
     QTest::addColumn<QString>("expected");
     QTest::newRow("with dot") << u"/w/x.gjf"_s << u".log"_s << u"/w/x.log"_s;
-    QTest::newRow("without dot") << u"/w/x.gjf"_s << u"log"_s << u"/w/x.log"_s;
     QTest::newRow("only the last dot counts") << u"/w/x.y.gjf"_s << u".log"_s << u"/w/x.y.log"_s;
     QTest::newRow("no dot: appended") << u"/w/x"_s << u".log"_s << u"/w/x.log"_s;
     QTest::newRow("dot in the directory stays") << u"/w.d/x"_s << u".log"_s << u"/w.d/x.log"_s;

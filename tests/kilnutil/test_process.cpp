@@ -24,11 +24,8 @@ private Q_SLOTS:
     void TellsWhyItCouldNotStart_data();
     void TellsWhyItCouldNotStart();
     void PassesArgumentsIntact();
-    void CapturesBothStreams();
-    void LeavesRedirectedOutputAlone();
     void KillsRunningProgram();
     void KillsProgramThatIsStarting();
-    void KillsProgramThatCannotStart();
     void EndsRegisteredChildrenAtOnce();
     void EndsProgramWhenDestroyed();
     void DeletesItselfWhenEnded();
@@ -163,31 +160,6 @@ void TestProcess::PassesArgumentsIntact()
     QCOMPARE(ReadTestFile(Path(u"a file"_s)), expected);
 }
 
-void TestProcess::CapturesBothStreams()
-{
-    Make({u"print"_s, u"result"_s, u"error"_s, u"complaint"_s});
-    const QSignalSpy written{m_process.get(), &KilnUtil_Process::OutputSignal};
-    m_process->Start();
-    QTRY_COMPARE(m_finished->size(), 1);
-    QByteArrayList lines = Output().split('\n');
-    std::ranges::sort(lines);
-    QCOMPARE(lines, (QByteArrayList{"", "complaint", "result"}));
-    QVERIFY(!written.isEmpty());
-}
-
-void TestProcess::LeavesRedirectedOutputAlone()
-{
-    Make({u"print"_s, u"result"_s, u"error"_s, u"complaint"_s});
-    const QString file = WriteTestFile(Path(u"out"_s), QByteArray{1000, 'x'});
-    m_process->SetStandardOutputFilePath(file);
-    m_process->Start();
-    QTRY_COMPARE(m_finished->size(), 1);
-    QVERIFY(m_process->Output().IsEmpty());
-    const QByteArray content = ReadTestFile(file);
-    QVERIFY(content.contains("result\n") && content.contains("complaint\n"));
-    QCOMPARE(content.size(), 17);
-}
-
 void TestProcess::KillsRunningProgram()
 {
     Make({u"print"_s, u"before"_s, u"wait"_s});
@@ -213,18 +185,6 @@ void TestProcess::KillsProgramThatIsStarting()
     QCoreApplication::processEvents();
     QCOMPARE(m_finished->size(), 1);
     QVERIFY(m_process->WasKilled());
-}
-
-void TestProcess::KillsProgramThatCannotStart()
-{
-    Make({});
-    m_process->SetProgramText(Path(u"none"_s));
-    m_process->Start();
-    m_process->KillSlot();
-    QCOMPARE(m_finished->size(), 1);
-    QVERIFY(m_process->WasKilled());
-    QCoreApplication::processEvents();
-    QCOMPARE(m_finished->size(), 1);
 }
 
 void TestProcess::EndsRegisteredChildrenAtOnce()

@@ -30,12 +30,8 @@ private Q_SLOTS:
     void LimitsOfOpenedQueues_data();
     void LimitsOfOpenedQueues();
     void QueuelessJobsStartWhenAllIsLoaded();
-    void OtherFilesAreNotOpened_data();
-    void OtherFilesAreNotOpened();
     void JobsGoOnAfterSaving();
     void FailedSaveLeavesEverything();
-    void NamesOfProjectFiles_data();
-    void NamesOfProjectFiles();
     void AnswersBeforeClosing();
     void CancelledQuestionKeepsTheProject();
 
@@ -216,45 +212,6 @@ void TestProject::QueuelessJobsStartWhenAllIsLoaded()
     QVERIFY(m_manager->project.HasUnsavedChanges());
 }
 
-void TestProject::OtherFilesAreNotOpened_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("statement");
-    QTest::addColumn<QByteArray>("content");
-    const QString version = u"UPDATE GeneralData SET DataStr = '%1' WHERE Name = 'Version'"_s;
-    QTest::newRow("no name") << QString{} << QString{} << QByteArray{};
-    QTest::newRow("missing") << u"missing.mill"_s << QString{} << QByteArray{};
-    QTest::newRow("directory") << u"."_s << QString{} << QByteArray{};
-    QTest::newRow("no database") << u"text.mill"_s << QString{} << "not a database at all"_ba;
-    QTest::newRow("newer version") << u"jobs.mill"_s << version.arg(3) << QByteArray{};
-    QTest::newRow("version is no number") << u"jobs.mill"_s << version.arg(u"2.0"_s) << QByteArray{};
-    QTest::newRow("no version") << u"jobs.mill"_s << u"DELETE FROM GeneralData"_s << QByteArray{};
-    QTest::newRow("no tables") << u"jobs.mill"_s << u"DROP TABLE GeneralData"_s << QByteArray{};
-}
-
-void TestProject::OtherFilesAreNotOpened()
-{
-    QFETCH(const QString, name);
-    QFETCH(const QString, statement);
-    QFETCH(const QByteArray, content);
-    MakeProjectFile();
-    if (!content.isEmpty())
-        WriteTestFile(m_manager->Path(name), content);
-    if (!statement.isEmpty())
-        RawDatabase{File()}.Execute({statement});
-    m_manager->AddGatedJobType();
-    const QString input = SubmitGated(u"a.in"_s);
-
-    QVERIFY(!m_manager->project.OpenProject(name.isEmpty() ? name : m_manager->Path(name)));
-    QCOMPARE(m_manager->prompt.asked.size(), name.isEmpty() ? 0 : 1);
-    if (!name.isEmpty())
-        QCOMPARE(m_manager->prompt.asked.first().title, u"Opening a Taskmill Project File"_s);
-    // The project that was open goes on.
-    TestManager::Release(input);
-    QTRY_COMPARE(m_manager->finishedJobs.Jobs().size(), 1);
-    QCOMPARE(RowsNow(u"SELECT JobID FROM FinishedJobs"_s), QStringList{u"1"_s});
-}
-
 void TestProject::JobsGoOnAfterSaving()
 {
     m_manager->NewProject();
@@ -301,22 +258,6 @@ void TestProject::FailedSaveLeavesEverything()
     QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM FinishedJobs"_s), (QStringList{u"1"_s, u"2"_s}));
 }
 
-void TestProject::NamesOfProjectFiles_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("file");
-    QTest::newRow("suffix is added") << u" jobs "_s << u"jobs.mill"_s;
-    QTest::newRow("suffix in any case") << u"jobs.MILL"_s << u"jobs.MILL"_s;
-    QTest::newRow("other suffix") << u"jobs.db"_s << u"jobs.db.mill"_s;
-    QTest::newRow("blanks") << u"  "_s << QString{};
-}
-
-void TestProject::NamesOfProjectFiles()
-{
-    QFETCH(const QString, typed);
-    QTEST(Taskmill_Project::ProjectFileName(typed), "file");
-}
-
 void TestProject::AnswersBeforeClosing()
 {
     Taskmill_Project &project = m_manager->project;
@@ -332,6 +273,9 @@ void TestProject::AnswersBeforeClosing()
     QCOMPARE(project.AskToSave(), SaveAnswer::GoOn);
     QCOMPARE(project.AskToSave(), SaveAnswer::Cancel);
     QCOMPARE(m_manager->prompt.asked.first().title, u"Save Current Project?"_s);
+    QCOMPARE(m_manager->prompt.asked.first().text,
+             u"Would you like to save the current Taskmill project to a file before closing it?\n\nIf you "
+             "choose No, the project will be lost."_s);
     QCOMPARE(m_manager->prompt.asked.last().title, u"Specify a Taskmill Project File"_s);
     QCOMPARE(project.AskToSave(), SaveAnswer::Saved);
     QCOMPARE(project.FilePath(), m_manager->Path(u"typed.mill"_s));

@@ -31,7 +31,6 @@ class TestProjectQuestions : public QObject
 private Q_SLOTS:
     void init();
     void cleanup() { m_manager.reset(); }
-    void QuestionBeforeClosing();
     void SaveDialog_data();
     void SaveDialog();
     void WindowTitle();
@@ -65,31 +64,6 @@ void TestProjectQuestions::SaveAndChange()
     m_manager->AddGatedJobType();
 }
 
-void TestProjectQuestions::QuestionBeforeClosing()
-{
-    QVERIFY(!m_manager->project.QuestionBeforeClosing());
-    m_manager->NewProject();
-    QVERIFY(!m_manager->project.QuestionBeforeClosing());
-
-    m_manager->AddGatedJobType();
-    const auto first = m_manager->project.QuestionBeforeClosing();
-    QVERIFY(first);
-    QCOMPARE(first->title, u"Save Current Project?"_s);
-    QCOMPARE(first->text, u"Would you like to save the current Taskmill project to a file before closing "
-                          "it?\n\nIf you choose No, the project will be lost."_s);
-    QCOMPARE(first->consoleText, u"\n<Taskmill> Save Current Project to a File Before Closing it?  "_s);
-
-    SaveAndChange();
-    const auto later = m_manager->project.QuestionBeforeClosing();
-    QVERIFY(later);
-    QCOMPARE(later->title, u"Save Changes to Current Project?"_s);
-    QCOMPARE(later->text, u"Would you like to save changes to the current Taskmill project before closing "
-                          "it?\n\nIf you choose No, the changes to the database will be lost."_s);
-    QCOMPARE(later->consoleText, u"\n<Taskmill> Save Changes Made to Current Project Before Closing it?  "_s);
-    QVERIFY(m_manager->project.SaveProject());
-    QVERIFY(!m_manager->project.QuestionBeforeClosing());
-}
-
 void TestProjectQuestions::SaveDialog_data()
 {
     QTest::addColumn<QString>("typed");
@@ -105,6 +79,7 @@ void TestProjectQuestions::SaveDialog_data()
     };
     row("new name", u" jobs "_s, {}, {}, 1, u"jobs.mill"_s);
     row("suffix in other letters", u"jobs.MILL"_s, {}, {}, 1, u"jobs.MILL"_s);
+    row("other suffix", u"jobs.db"_s, {}, {}, 1, u"jobs.db.mill"_s);
     row("blanks cancel", u"  "_s, {}, {}, 1, {});
     // The dialog asks about the name that was typed, and about no other.
     row("typed name exists", u"jobs.mill"_s, u"jobs.mill"_s, {}, 1, u"jobs.mill"_s);
@@ -233,6 +208,8 @@ void TestProjectQuestions::BadFiles_data()
     row(u"cut in the middle"_s, unreadable);
     row(u"overwritten in the middle"_s, unreadable);
     row(u"locked"_s, unreadable);
+    row(u"no tables"_s, noProject);
+    row(u"no version"_s, noProject);
     row(u"other version"_s, u"The specified file is a Taskmill project of another version:\n\n%1"_s);
 }
 
@@ -268,6 +245,10 @@ void TestProjectQuestions::BadFiles()
         WriteTestFile(File(), content.replace(content.size() / 2, 8192, QByteArray{8192, '\x7f'}));
     if (fault == "other version"_L1)
         RawDatabase{File()}.Execute({u"UPDATE GeneralData SET DataStr = '3' WHERE Name = 'Version'"_s});
+    if (fault == "no tables"_L1)
+        RawDatabase{File()}.Execute({u"DROP TABLE GeneralData"_s});
+    if (fault == "no version"_L1)
+        RawDatabase{File()}.Execute({u"DELETE FROM GeneralData"_s});
     if (fault == "locked"_L1) {
         locker = std::make_unique<RawDatabase>(File());
         locker->Execute({u"BEGIN EXCLUSIVE"_s});
