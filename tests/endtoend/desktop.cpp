@@ -286,11 +286,21 @@ void Desktop::Activate(const DesktopWindow &window) const
 
 bool Desktop::Close(const DesktopWindow &window) const
 {
-    Activate(window);
-    if (!QTest::qWaitFor([&] { return HasFocus(window); }, longestWaitMs))
-        return false;
-    Press(u"alt+F4"_s);
-    return WaitUntilGone(window.Title);
+    constexpr int patienceMs = 3000;
+    const auto isGone = [&] {
+        return !Find([&](const DesktopWindow &other) { return other.Title == window.Title; });
+    };
+    // The window manager may not heed the key yet when the window has only just come.
+    return QTest::qWaitFor(
+        [&] {
+            if (isGone())
+                return true;
+            Activate(window);
+            if (HasFocus(window))
+                Press(u"alt+F4"_s);
+            return QTest::qWaitFor(isGone, patienceMs);
+        },
+        longestWaitMs);
 }
 
 bool Desktop::IsInTaskList(const DesktopWindow &window) const
