@@ -1,10 +1,8 @@
-#include "ui/appwindow.h"
+#include "ui/windowplace.h"
 
 #include "db/databasemanager.h"
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
-#include "kilnutil/registry.h"
-#include "support/scriptedprompt.h"
 #include "support/testutil.h"
 
 #include <QApplication>
@@ -12,7 +10,6 @@
 #include <QSettings>
 #include <QShortcut>
 #include <QTabWidget>
-#include <QTcpServer>
 #include <QTcpSocket>
 #include <QtTest>
 
@@ -60,44 +57,26 @@ private Q_SLOTS:
 
 private:
     void Start();
-    [[nodiscard]] Taskmill_MainWindow &Window() const { return *m_appWindow->MainWindow(); }
+    [[nodiscard]] Taskmill_MainWindow &Window() const { return *m_place->appWindow->MainWindow(); }
     [[nodiscard]] static bool HasEnded() { return !Taskmill_Database_Manager::Global().CurrentDatabase(); }
 
-    std::unique_ptr<QTemporaryDir> m_directory;
-    std::unique_ptr<ScriptedPrompt> m_prompt;
-    std::unique_ptr<Taskmill_AppWindow> m_appWindow;
+    std::unique_ptr<WindowPlace> m_place;
 };
 
 void TestAppWindow::init()
 {
     FailOnQtWarnings();
-    m_directory = std::make_unique<QTemporaryDir>();
-    KeepSettingsIn(m_directory->path());
-    QTcpServer freePort;
-    QVERIFY(freePort.listen(QHostAddress::LocalHost));
-    qputenv("TASKMILL_GUI_PORT", QByteArray::number(freePort.serverPort()));
-    qputenv("GAUSS_EXEDIR", m_directory->path().toLocal8Bit());
-    KilnUtil_Registry::SetAppData({}, u"1"_s, {}, {}, {}, {});
-    Taskmill_SetRunMode(Taskmill_RunMode::Gui);
-    m_prompt = std::make_unique<ScriptedPrompt>();
+    m_place = std::make_unique<WindowPlace>();
 }
 
 void TestAppWindow::cleanup()
 {
-    m_appWindow.reset();
-    m_prompt.reset();
-    Taskmill_SetRunMode(Taskmill_RunMode::Gui);
+    m_place.reset();
 }
 
 void TestAppWindow::Start()
 {
-    m_appWindow = std::make_unique<Taskmill_AppWindow>(Taskmill_AppWindowOptions{});
-    // The platform without a screen knows no tray.
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u".*systemTrayWindowChanged.*"_s});
-    QVERIFY(m_appWindow->Initialise());
-    m_appWindow->Show();
-    if (m_appWindow->MainWindow())
-        QVERIFY(QTest::qWaitForWindowExposed(m_appWindow->MainWindow()));
+    QVERIFY(m_place->Start());
 }
 
 void TestAppWindow::WindowIsBuiltAsItIsKnown()
@@ -137,7 +116,7 @@ void TestAppWindow::ClosingWithoutATrayMinimises()
     Window().close();
     QVERIFY(Window().isVisible());
     QVERIFY(Window().isMinimized());
-    m_appWindow->SystemTrayShowWindowSlot();
+    m_place->appWindow->SystemTrayShowWindowSlot();
     QVERIFY(!Window().isMinimized());
     QTest::mouseClick(&Window().HideButton(), Qt::LeftButton);
     QVERIFY(Window().isMinimized());
@@ -159,15 +138,15 @@ void TestAppWindow::RequestsShowAndHide()
 void TestAppWindow::ExitAsksFirst()
 {
     Start();
-    m_prompt->answers = {WarnAnswer::No, WarnAnswer::Yes};
+    m_place->prompt.answers = {WarnAnswer::No, WarnAnswer::Yes};
     QTest::mouseClick(&Window().ExitButton(), Qt::LeftButton);
-    QCOMPARE(m_prompt->asked.last().title, u"Exit Taskmill"_s);
-    QCOMPARE(m_prompt->asked.last().text, u"Are you sure you want to completely exit Taskmill?"_s);
+    QCOMPARE(m_place->prompt.asked.last().title, u"Exit Taskmill"_s);
+    QCOMPARE(m_place->prompt.asked.last().text, u"Are you sure you want to completely exit Taskmill?"_s);
     QVERIFY(!HasEnded());
     QVERIFY(Window().isVisible());
 
     QTest::mouseClick(&Window().ExitButton(), Qt::LeftButton);
-    QCOMPARE(m_prompt->asked.size(), 2); // an unchanged project is not asked about
+    QCOMPARE(m_place->prompt.asked.size(), 2); // an unchanged project is not asked about
     QVERIFY(HasEnded());
     QVERIFY(!Window().isVisible());
 }
@@ -175,8 +154,8 @@ void TestAppWindow::ExitAsksFirst()
 void TestAppWindow::ExitShowsAHiddenWindow()
 {
     Start();
-    m_appWindow->SystemTrayHideWindowSlot();
-    m_appWindow->SystemTrayQuitSlot(); // answered with Cancel
+    m_place->appWindow->SystemTrayHideWindowSlot();
+    m_place->appWindow->SystemTrayQuitSlot(); // answered with Cancel
     QVERIFY(Window().isVisible());
     QVERIFY(!HasEnded());
 }
@@ -185,20 +164,20 @@ void TestAppWindow::SavingCanBeRefusedOrCancelled()
 {
     Start();
     ChangeProject();
-    m_prompt->answers = {WarnAnswer::Yes, WarnAnswer::Cancel};
-    m_appWindow->SystemTrayQuitSlot();
-    QCOMPARE(m_prompt->asked.last().title, u"Save Current Project?"_s);
+    m_place->prompt.answers = {WarnAnswer::Yes, WarnAnswer::Cancel};
+    m_place->appWindow->SystemTrayQuitSlot();
+    QCOMPARE(m_place->prompt.asked.last().title, u"Save Current Project?"_s);
     QVERIFY(!HasEnded());
 
     // Without a name the project cannot be saved, which is a cancellation too.
-    m_prompt->answers = {WarnAnswer::Yes, WarnAnswer::Yes};
-    m_appWindow->SystemTrayQuitSlot();
+    m_place->prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
+    m_place->appWindow->SystemTrayQuitSlot();
     QVERIFY(!HasEnded());
 
-    const QString file = m_directory->filePath(u"saved.mill"_s);
-    m_prompt->answers = {WarnAnswer::Yes, WarnAnswer::Yes};
-    m_prompt->texts = {file};
-    m_appWindow->SystemTrayQuitSlot();
+    const QString file = m_place->directory.filePath(u"saved.mill"_s);
+    m_place->prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
+    m_place->prompt.texts = {file};
+    m_place->appWindow->SystemTrayQuitSlot();
     QVERIFY(HasEnded());
     QVERIFY(QFileInfo{file}.size() > 0);
 }
@@ -207,10 +186,10 @@ void TestAppWindow::AboutTellsTheVersion()
 {
     Start();
     QTest::mouseClick(&Window().AboutButton(), Qt::LeftButton);
-    QCOMPARE(m_prompt->asked.last().title, u"About TaskmillGUI"_s);
-    QVERIFY(
-        m_prompt->asked.last().text.startsWith(u"TaskmillGUI 1.1.18     (%1-bit "_s.arg(QSysInfo::WordSize)));
-    QCOMPARE(m_prompt->asked.last().text.count(u'\n'), 2);
+    QCOMPARE(m_place->prompt.asked.last().title, u"About TaskmillGUI"_s);
+    QVERIFY(m_place->prompt.asked.last().text.startsWith(
+        u"TaskmillGUI 1.1.18     (%1-bit "_s.arg(QSysInfo::WordSize)));
+    QCOMPARE(m_place->prompt.asked.last().text.count(u'\n'), 2);
 }
 
 void TestAppWindow::TabsAreReachedByKeyboard()
@@ -221,7 +200,7 @@ void TestAppWindow::TabsAreReachedByKeyboard()
     QTest::keyClick(&Window(), Qt::Key_5, Qt::AltModifier);
     QCOMPARE(Window().CurrentPage(), Taskmill_Page::FinishedJobs);
     QTest::keyClick(&Window(), Qt::Key_A, Qt::AltModifier);
-    QTRY_COMPARE(m_prompt->asked.size(), 1);
+    QTRY_COMPARE(m_place->prompt.asked.size(), 1);
 }
 
 void TestAppWindow::ToolBarsAreRestored()
@@ -234,7 +213,7 @@ void TestAppWindow::ToolBarsAreRestored()
     settings.sync();
     Start();
     QCOMPARE(Window().corner(Qt::TopLeftCorner), Qt::TopDockWidgetArea);
-    m_appWindow.reset();
+    m_place->appWindow.reset();
 
     settings.setValue(u"Main_Window/ToolBar_State_0"_s, u"whatever"_s);
     settings.sync();
@@ -246,11 +225,11 @@ void TestAppWindow::ConsoleModesHaveNoWidgets()
 {
     Taskmill_SetRunMode(Taskmill_RunMode::Console);
     const qsizetype before = QApplication::allWidgets().size();
-    m_appWindow = std::make_unique<Taskmill_AppWindow>(Taskmill_AppWindowOptions{});
-    QVERIFY(!m_appWindow->MainWindow());
+    m_place->appWindow = std::make_unique<Taskmill_AppWindow>(Taskmill_AppWindowOptions{});
+    QVERIFY(!m_place->appWindow->MainWindow());
     for (const auto slot : {&Taskmill_AppWindow::SystemTrayShowWindowSlot,
                             &Taskmill_AppWindow::SystemTrayHideWindowSlot, &Taskmill_AppWindow::OkaySlot})
-        (*m_appWindow.*slot)();
+        (*m_place->appWindow.*slot)();
     QCOMPARE(QApplication::allWidgets().size(), before);
 }
 

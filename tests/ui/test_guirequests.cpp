@@ -1,16 +1,12 @@
 #include "db/database.h"
 #include "db/databasemanager.h"
-#include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
-#include "kilnutil/registry.h"
-#include "support/scriptedprompt.h"
 #include "support/testutil.h"
-#include "ui/appwindow.h"
+#include "ui/windowplace.h"
 
 #include <QApplication>
 #include <QDialog>
 #include <QPushButton>
-#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
 #include <QtTest>
@@ -99,29 +95,14 @@ private:
     /// Calls the function once, inside the event loop of the dialog that is opened next.
     void WhenDialogOpens(const std::function<void(QDialog *)> &act);
 
-    std::unique_ptr<QTemporaryDir> m_directory;
-    std::unique_ptr<ScriptedPrompt> m_prompt;
-    std::unique_ptr<Taskmill_AppWindow> m_appWindow;
+    std::unique_ptr<WindowPlace> m_place;
 };
 
 void TestGuiRequests::init()
 {
     FailOnQtWarnings();
-    m_directory = std::make_unique<QTemporaryDir>();
-    KeepSettingsIn(m_directory->path());
-    QTcpServer freePort;
-    QVERIFY(freePort.listen(QHostAddress::LocalHost));
-    qputenv("TASKMILL_GUI_PORT", QByteArray::number(freePort.serverPort()));
-    freePort.close();
-    qputenv("GAUSS_EXEDIR", m_directory->path().toLocal8Bit());
-    KilnUtil_Registry::SetAppData({}, u"1"_s, {}, {}, {}, {});
-    Taskmill_SetRunMode(Taskmill_RunMode::Gui);
-    m_prompt = std::make_unique<ScriptedPrompt>();
-    m_appWindow = std::make_unique<Taskmill_AppWindow>(Taskmill_AppWindowOptions{});
-    // The platform without a screen knows no tray.
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u".*systemTrayWindowChanged.*"_s});
-    QVERIFY(m_appWindow->Initialise());
-    m_appWindow->Show();
+    m_place = std::make_unique<WindowPlace>();
+    QVERIFY(m_place->Start());
     AddJobType(u"One"_s, u"Long"_s, u"First (*.one)"_s);
     AddJobType(u"Two"_s, u"Short"_s, u"Second (*.two)"_s);
 }
@@ -129,8 +110,7 @@ void TestGuiRequests::init()
 void TestGuiRequests::cleanup()
 {
     qDeleteAll(findChildren<QTimer *>());
-    m_appWindow.reset();
-    m_prompt.reset();
+    m_place.reset();
 }
 
 void TestGuiRequests::AddJobType(const QString &name, const QString &queue, const QString &filter) const
@@ -147,8 +127,8 @@ void TestGuiRequests::AddJobType(const QString &name, const QString &queue, cons
 
 QByteArray TestGuiRequests::SubmitLines(const QString &file, const QByteArray &more) const
 {
-    return "action=submitjob\njobinputfile=" + WriteTestFile(m_directory->filePath(file), "x").toUtf8() +
-           '\n' + more;
+    return "action=submitjob\njobinputfile=" +
+           WriteTestFile(m_place->directory.filePath(file), "x").toUtf8() + '\n' + more;
 }
 
 void TestGuiRequests::WhenDialogOpens(const std::function<void(QDialog *)> &act)
@@ -201,7 +181,7 @@ void TestGuiRequests::Requests()
     QFETCH(QString, chosenType);
     QFETCH(QString, places);
     if (!chosenType.isEmpty())
-        m_prompt->texts = {chosenType};
+        m_place->prompt.texts = {chosenType};
     int dialogs = 0;
     QTimer answering;
     answering.setInterval(1);
@@ -218,9 +198,9 @@ void TestGuiRequests::Requests()
     QCOMPARE(answer.first(qMin(answer.size(), 8)), places.isEmpty() ? "refused=" : "accepted");
     QCOMPARE(Places(), places);
     QCOMPARE(dialogs, dialogAnswer.isEmpty() ? 0 : 1);
-    QCOMPARE(m_prompt->asked.size(), chosenType.isEmpty() ? 0 : 1);
+    QCOMPARE(m_place->prompt.asked.size(), chosenType.isEmpty() ? 0 : 1);
     if (!chosenType.isEmpty())
-        QCOMPARE(m_prompt->asked.first().items, (QStringList{u"None"_s, u"One"_s, u"Two"_s}));
+        QCOMPARE(m_place->prompt.asked.first().items, (QStringList{u"None"_s, u"One"_s, u"Two"_s}));
 }
 
 void TestGuiRequests::DialogsComeOneAfterAnother()
@@ -252,7 +232,7 @@ void TestGuiRequests::RequestWaitsForTheUsersDialog()
         QTRY_VERIFY(confirmed->IsWaiting());
         own->reject();
     });
-    m_appWindow->NewJobsSlot();
+    m_place->appWindow->NewJobsSlot();
     QVERIFY(confirmed && confirmed->IsWaiting());
     QCOMPARE(Places(), QString{});
     WhenDialogOpens([](QDialog *dialog) { Press(dialog, u"Submit"_s); });
@@ -265,7 +245,7 @@ void TestGuiRequests::RequestWaitsForTheUsersDialog()
         answer = Client{SubmitLines(u"b.one"_s, "jobtypename=One")}.Answer();
         own->reject();
     });
-    m_appWindow->NewJobsSlot();
+    m_place->appWindow->NewJobsSlot();
     QVERIFY(answer.startsWith("accepted="));
 }
 
@@ -276,7 +256,7 @@ void TestGuiRequests::QuitsWhileADialogIsOpen()
     bool opened = false;
     WhenDialogOpens([&](QDialog *) {
         opened = true;
-        m_appWindow->QuitAtOnceSlot();
+        m_place->appWindow->QuitAtOnceSlot();
     });
     QVERIFY(!client.Answer().startsWith("accepted="));
     QVERIFY(opened);
