@@ -46,17 +46,12 @@ CtlResult RunCtl(const QStringList &arguments, const CtlPlace &place)
     if (place.onOutput)
         QObject::connect(&process, &QProcess::readyReadStandardOutput, place.onOutput);
     process.start(QStringLiteral(TASKMILL_CTL), arguments);
-    const auto hasEnded = [&process] {
-        return process.state() == QProcess::NotRunning;
-    };
-    if (!QTest::qWaitFor(hasEnded, 60000)) {
+    const bool ended = QTest::qWaitFor([&process] { return process.state() == QProcess::NotRunning; }, 60000);
+    if (!ended) {
         process.kill();
         process.waitForFinished();
-        return {.out = WithPlainLineEnds(process.readAllStandardOutput()),
-                .err = WithPlainLineEnds(process.readAllStandardError())};
     }
-    const bool normal = process.exitStatus() == QProcess::NormalExit;
-    return {.status = normal ? process.exitCode() : -1,
+    return {.status = ended && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
             .out = WithPlainLineEnds(process.readAllStandardOutput()),
             .err = WithPlainLineEnds(process.readAllStandardError())};
 }

@@ -2,7 +2,9 @@
 
 #include "db/databasetestutil.h"
 #include "jobs/job.h"
+#include "jobs/runmode.h"
 #include "kilnutil/registry.h"
+#include "service/recentprojects.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
@@ -22,28 +24,31 @@ class TestProject : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
-    void NewProjectIsEmptyAndRuns();
     void NewProjectEndsTheOldOne();
-    void OpenedProjectWaitsWhereItStopped();
-    void NumbersContinue_data();
-    void NumbersContinue();
-    void LimitsOfOpenedQueues_data();
-    void LimitsOfOpenedQueues();
-    void QueuelessJobsStartWhenAllIsLoaded();
+    void OpenedProjectGoesOn();
+    void StoredNumbers_data();
+    void StoredNumbers();
     void JobsGoOnAfterSaving();
     void FailedSaveLeavesEverything();
-    void AnswersBeforeClosing();
-    void CancelledQuestionKeepsTheProject();
+    void LongOutputIsKept();
+    void AsksBeforeClosing();
+    void SaveDialogCompletesTheName();
+    void RecentProjects();
+    void BadFilesCostNothing();
 
 private:
     [[nodiscard]] QString File() const { return m_manager->Path(u"jobs.mill"_s); }
-    void MakeProjectFile();
-    QString SubmitGated(const QString &fileName);
-    [[nodiscard]] static QStringList RowsNow(const QString &statement)
+    /// A job that runs until its input file, which is returned, is released.
+    QString SubmitGated(Taskmill_QueueOwner &owner, const QString &fileName = u"a.in"_s);
+    /// What is said about the file when nothing else comes of opening it.
+    [[nodiscard]] QString RefusalOfFile();
+    [[nodiscard]] qsizetype FinishedCount() const { return m_manager->finishedJobs.Jobs().size(); }
+    [[nodiscard]] static QString LastDirectory()
     {
-        return RowsOf(TestManager::Database(), statement);
+        return KilnUtil_Registry::Value(u"/Files/Last_Directory_Path"_s).toString();
     }
 
+    const QString m_directory = QDir::currentPath();
     std::unique_ptr<TestManager> m_manager;
 };
 
@@ -51,180 +56,123 @@ void TestProject::init()
 {
     FailOnQtWarnings();
     m_manager = std::make_unique<TestManager>();
+    QVERIFY(QDir::setCurrent(m_manager->directory.path()));
 }
 
 void TestProject::cleanup()
 {
+    QDir::setCurrent(m_directory);
     m_manager.reset();
 }
 
-QString TestProject::SubmitGated(const QString &fileName)
+QString TestProject::SubmitGated(Taskmill_QueueOwner &owner, const QString &fileName)
 {
+    if (m_manager->jobTypes.Names().isEmpty())
+        m_manager->AddGatedJobType();
     QString file = m_manager->InputFile(fileName);
-    const auto result = m_manager->submitter.Submit(TestManager::Request(u"Gated"_s, file));
-    if (result.JobIDs.isEmpty())
-        qFatal("%ls", qUtf16Printable(result.Refusal));
+    owner.Submit(m_manager->NewJob(m_manager->jobTypes.GetAll().first(), file));
     return file;
-}
-
-/// A project with the job types "Gated" and "Quick" and the finished job 1, saved and replaced by a new one.
-void TestProject::MakeProjectFile()
-{
-    m_manager->NewProject();
-    m_manager->AddGatedJobType();
-    m_manager->AddJobType(u"Quick"_s, u"print quick"_s, u"Queueless"_s);
-    (void)m_manager->submitter.Submit(TestManager::Request(u"Quick"_s));
-    QTRY_COMPARE(m_manager->finishedJobs.Jobs().size(), 1);
-    QVERIFY(m_manager->project.SaveProjectAs(File()));
-    m_manager->NewProject();
-}
-
-void TestProject::NewProjectIsEmptyAndRuns()
-{
-    WriteTestFile(m_manager->Path(u"g16.exe"_s), {});
-    m_manager->NewProject();
-    QVERIFY(!m_manager->project.HasUnsavedChanges());
-    QVERIFY(m_manager->project.FilePath().isEmpty());
-    QCOMPARE(RowsNow(u"SELECT QueueID, Name, MaxRunningJobs FROM Queues ORDER BY QueueID"_s),
-             (QStringList{u"0|Long|1"_s, u"1|Short|1"_s}));
-    QCOMPARE(RowsNow(u"SELECT Name, DataStr FROM GeneralData"_s), QStringList{u"Version|2"_s});
-    QCOMPARE(m_manager->jobTypes.Names(), QStringList{u"Gaussian"_s});
-    QCOMPARE(RowsNow(u"SELECT JobTypeID, Name FROM JobTypes"_s), QStringList{u"0|Gaussian"_s});
-    QVERIFY(!m_manager->longJobs.Jobs().IsPaused());
-    QVERIFY(!m_manager->shortJobs.Jobs().IsPaused());
-
-    m_manager->AddGatedJobType();
-    QVERIFY(m_manager->project.HasUnsavedChanges());
-    TestManager::Release(SubmitGated(u"a.in"_s));
-    QTRY_COMPARE(m_manager->finishedJobs.Jobs().size(), 1);
-    QCOMPARE(m_manager->finishedJobs.Jobs().first().JobID, 1);
 }
 
 void TestProject::NewProjectEndsTheOldOne()
 {
     m_manager->NewProject();
-    m_manager->AddGatedJobType();
+    SubmitGated(m_manager->longJobs);
+    SubmitGated(m_manager->longJobs);
     m_manager->longJobs.Jobs().SetMaxRunningJobs(2);
-    SubmitGated(u"a.in"_s);
-    SubmitGated(u"b.in"_s);
     m_manager->shortJobs.Jobs().SetPaused(true);
+    WriteTestFile(m_manager->Path(u"g16.exe"_s), {});
     m_manager->NewProject();
-    QCOMPARE(m_manager->longJobs.Jobs().Count(), 0);
-    QVERIFY(m_manager->finishedJobs.Jobs().isEmpty());
-    QVERIFY(m_manager->jobTypes.Names().isEmpty());
+    QVERIFY(!m_manager->project.HasUnsavedChanges());
+    QVERIFY(m_manager->project.WindowTitle().endsWith(u", New Project"_s));
+    QCOMPARE(RowsOf(TestManager::Database(), u"SELECT Name, MaxRunningJobs FROM Queues ORDER BY QueueID"_s),
+             (QStringList{u"Long|1"_s, u"Short|1"_s}));
+    QCOMPARE(RowsOf(TestManager::Database(), u"SELECT Name, DataStr FROM GeneralData"_s),
+             QStringList{u"Version|2"_s});
+    QCOMPARE(m_manager->jobTypes.Names(), QStringList{u"Gaussian"_s});
+    QCOMPARE(m_manager->longJobs.Jobs().Count() + FinishedCount(), 0);
+    QCOMPARE(RowsOf(TestManager::Database(), u"SELECT COUNT(*) FROM FinishedJobs"_s), QStringList{u"0"_s});
     QCOMPARE(m_manager->longJobs.Jobs().MaxRunningJobs(), 1);
-    QVERIFY(!m_manager->longJobs.Jobs().IsPaused());
-    QVERIFY(!m_manager->shortJobs.Jobs().IsPaused());
-    QCOMPARE(RowsNow(u"SELECT COUNT(*) FROM FinishedJobs"_s), QStringList{u"0"_s});
+    QVERIFY(!m_manager->longJobs.Jobs().IsPaused() && !m_manager->shortJobs.Jobs().IsPaused());
     QCOMPARE(m_manager->jobNumbers.NewID(), 1);
 }
 
-void TestProject::OpenedProjectWaitsWhereItStopped()
+void TestProject::OpenedProjectGoesOn()
 {
-    MakeProjectFile();
-    QVERIFY(m_manager->project.OpenProject(File()));
-    m_manager->longJobs.Jobs().SetPaused(false);
-    SubmitGated(u"running.in"_s);
-    SubmitGated(u"waiting.in"_s);
-    m_manager->longJobs.Jobs().SetMaxRunningJobs(3);
-    QVERIFY(m_manager->project.SaveProject());
     m_manager->NewProject();
-
+    TestManager::Release(SubmitGated(m_manager->shortJobs));
+    QTRY_COMPARE(FinishedCount(), 1);
+    SubmitGated(m_manager->longJobs, u"running.in"_s);
+    SubmitGated(m_manager->longJobs, u"waiting.in"_s);
+    const QString queueless = SubmitGated(m_manager->queuelessJobs, u"queueless.in"_s);
+    QVERIFY(m_manager->project.SaveProjectAs(File()));
+    m_manager->NewProject();
+    // One that is open and changed stays unless the user lets it go.
+    SubmitGated(m_manager->shortJobs);
+    QVERIFY(!m_manager->project.OpenProject(File()));
+    QCOMPARE(m_manager->shortJobs.Jobs().JobIDs(), QList<int>{1});
+    m_manager->prompt.answers = {WarnAnswer::No};
     QVERIFY(m_manager->project.OpenProject(File()));
+
     QVERIFY(!m_manager->project.HasUnsavedChanges());
     QCOMPARE(m_manager->project.FilePath(), File());
-    QCOMPARE(TestManager::Database().Title(), u"jobs.mill"_s);
-    QCOMPARE(KilnUtil_Registry::Value(u"/Files/Last_Directory_Path"_s).toString(),
-             m_manager->directory.path());
-    QCOMPARE(m_manager->jobTypes.Names(), (QStringList{u"Gated"_s, u"Quick"_s}));
-    QCOMPARE(m_manager->longJobs.Jobs().MaxRunningJobs(), 3);
-    QVERIFY(m_manager->longJobs.Jobs().IsPaused());
-    QVERIFY(m_manager->shortJobs.Jobs().IsPaused());
+    QVERIFY(m_manager->project.WindowTitle().endsWith(u", jobs.mill"_s));
+    QCOMPARE(m_manager->jobTypes.Names(), QStringList{u"Gated"_s});
+    QVERIFY(m_manager->longJobs.Jobs().IsPaused() && m_manager->shortJobs.Jobs().IsPaused());
+    QCOMPARE(m_manager->shortJobs.Jobs().Count(), 0);
     QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), (QList<int>{2, 3}));
     for (const Taskmill_Job *job : m_manager->longJobs.Jobs().Jobs())
         QCOMPARE(job->Status(), Taskmill_JobStatus::Pending);
-    QCOMPARE(m_manager->finishedJobs.Jobs().size(), 1);
-    QCOMPARE(m_manager->finishedJobs.Jobs().first().StdOutAndStdErr, u"quick\n"_s);
+    // Jobs without a queue start again at once.
+    QCOMPARE(FinishedCount(), 1);
+    TestManager::Release(queueless);
+    QTRY_COMPARE(FinishedCount(), 2);
+    QCOMPARE(RowsOf(TestManager::Database(), u"SELECT JobID, Status FROM FinishedJobs"_s),
+             (QStringList{u"1|Completed"_s, u"4|Completed"_s}));
+    QVERIFY(TestManager::Database().GetQueuelessJobs().isEmpty());
+    QVERIFY(m_manager->project.HasUnsavedChanges());
 }
 
-void TestProject::NumbersContinue_data()
+void TestProject::StoredNumbers_data()
 {
-    QTest::addColumn<QString>("statement");
-    QTest::addColumn<int>("next");
-    const QString update = u"UPDATE GeneralData SET DataStr = '%1' WHERE Name = 'LastJobID'"_s;
-    QTest::newRow("after the stored number") << update.arg(41) << 42;
-    QTest::newRow("none stored") << u"DELETE FROM GeneralData WHERE Name = 'LastJobID'"_s << 8;
-    QTest::newRow("no number") << update.arg(u"many"_s) << 8;
-    QTest::newRow("negative") << update.arg(-3) << 8;
-    QTest::newRow("range used up") << update.arg(std::numeric_limits<int>::max()) << 1;
+    QTest::addColumn<QString>("lastJobID");
+    QTest::addColumn<QString>("limit");
+    QTest::addColumn<int>("nextJobID");
+    QTest::addColumn<int>("limitUsed");
+    QTest::newRow("stored") << u"41"_s << u"4"_s << 42 << 4;
+    QTest::newRow("no number, zero") << u"many"_s << u"0"_s << 8 << 1;
+    QTest::newRow("negative") << u"-3"_s << u"-2"_s << 8 << 1;
+    QTest::newRow("used up") << QString::number(std::numeric_limits<int>::max()) << u"1"_s << 1 << 1;
 }
 
-void TestProject::NumbersContinue()
+void TestProject::StoredNumbers()
 {
-    QFETCH(const QString, statement);
-    MakeProjectFile();
-    RawDatabase{File()}.Execute({u"UPDATE FinishedJobs SET JobID = 7"_s, statement});
-    QVERIFY(m_manager->project.OpenProject(File()));
-    m_manager->longJobs.Jobs().SetPaused(true);
-    SubmitGated(u"a.in"_s);
-    QFETCH(const int, next);
-    QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), QList<int>{next});
-}
-
-void TestProject::LimitsOfOpenedQueues_data()
-{
-    QTest::addColumn<QString>("statement");
-    QTest::addColumn<int>("limit");
-    const QString update = u"UPDATE Queues SET MaxRunningJobs = %1 WHERE Name = 'Short'"_s;
-    QTest::newRow("stored") << update.arg(4) << 4;
-    QTest::newRow("zero") << update.arg(0) << 1;
-    QTest::newRow("negative") << update.arg(-2) << 1;
-    QTest::newRow("unknown") << u"DELETE FROM Queues"_s << 1;
-}
-
-void TestProject::LimitsOfOpenedQueues()
-{
-    QFETCH(const QString, statement);
-    MakeProjectFile();
-    RawDatabase{File()}.Execute({statement});
+    QFETCH(const QString, lastJobID);
+    QFETCH(const QString, limit);
+    m_manager->NewProject();
+    QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(m_manager->AddGatedJobType(), 7), true));
+    QVERIFY(TestManager::Database().SetGeneralData(u"LastJobID"_s, u"7"_s) != 0);
+    QVERIFY(m_manager->project.SaveProjectAs(File()));
+    RawDatabase{File()}.Execute(
+        {u"UPDATE GeneralData SET DataStr = '%1' WHERE Name = 'LastJobID'"_s.arg(lastJobID),
+         u"UPDATE Queues SET MaxRunningJobs = %1 WHERE Name = 'Short'"_s.arg(limit)});
     // Nothing of the project before is left over.
     m_manager->shortJobs.Jobs().SetMaxRunningJobs(9);
     m_manager->prompt.answers = {WarnAnswer::No};
     QVERIFY(m_manager->project.OpenProject(File()));
-    QTEST(m_manager->shortJobs.Jobs().MaxRunningJobs(), "limit");
-    QCOMPARE(m_manager->longJobs.Jobs().MaxRunningJobs(), 1);
-    QVERIFY(!m_manager->project.HasUnsavedChanges());
-}
-
-void TestProject::QueuelessJobsStartWhenAllIsLoaded()
-{
-    MakeProjectFile();
-    QVERIFY(m_manager->project.OpenProject(File()));
-    m_manager->queuelessJobs.Submit(m_manager->NewJob(m_manager->jobTypes.GetAll().last()));
-    QVERIFY(m_manager->project.SaveProject());
-    m_manager->NewProject();
-
-    QVERIFY(m_manager->project.OpenProject(File()));
-    QTRY_COMPARE(m_manager->finishedJobs.Jobs().size(), 2);
-    QCOMPARE(RowsNow(u"SELECT JobID, Status FROM FinishedJobs ORDER BY FinishedJobID"_s),
-             (QStringList{u"1|Completed"_s, u"2|Completed"_s}));
-    QCOMPARE(RowsNow(u"SELECT COUNT(*) FROM QueuelessJobs"_s), QStringList{u"0"_s});
-    QVERIFY(m_manager->project.HasUnsavedChanges());
+    QTEST(m_manager->shortJobs.Jobs().MaxRunningJobs(), "limitUsed");
+    QTEST(m_manager->jobNumbers.NewID(), "nextJobID");
 }
 
 void TestProject::JobsGoOnAfterSaving()
 {
     m_manager->NewProject();
-    m_manager->AddGatedJobType();
-    const QString input = SubmitGated(u"a.in"_s);
+    const QString input = SubmitGated(m_manager->longJobs);
     QVERIFY(m_manager->project.SaveProjectAs(File()));
     QVERIFY(!m_manager->project.HasUnsavedChanges());
-    QCOMPARE(m_manager->project.FilePath(), File());
-    QVERIFY(!m_manager->longJobs.Jobs().IsPaused());
     QCOMPARE(m_manager->longJobs.Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Running);
-
     TestManager::Release(input);
-    QTRY_COMPARE(m_manager->finishedJobs.Jobs().size(), 1);
+    QTRY_COMPARE(FinishedCount(), 1);
     QVERIFY(m_manager->project.HasUnsavedChanges());
     const QString count =
         u"SELECT (SELECT COUNT(*) FROM LongJobsQueue), (SELECT COUNT(*) FROM FinishedJobs)"_s;
@@ -235,48 +183,58 @@ void TestProject::JobsGoOnAfterSaving()
 
 void TestProject::FailedSaveLeavesEverything()
 {
-    MakeProjectFile();
-    QVERIFY(m_manager->project.OpenProject(File()));
-    m_manager->longJobs.Jobs().SetPaused(false);
-    const QString input = SubmitGated(u"a.in"_s);
-    const QByteArray content = ReadTestFile(File());
-
+    m_manager->NewProject();
+    QVERIFY(m_manager->project.SaveProjectAs(File()));
+    const QString input = SubmitGated(m_manager->longJobs);
     QVERIFY(!m_manager->project.SaveProjectAs(m_manager->Path(u"missing/other.mill"_s)));
-    QCOMPARE(m_manager->project.FilePath(), File());
-    QVERIFY(QFile::rename(File(), m_manager->Path(u"aside"_s)));
+    const QString aside = m_manager->Path(u"aside"_s);
+    QVERIFY(QFile::rename(File(), aside));
     QVERIFY(QDir{}.mkdir(File()));
     QVERIFY(!m_manager->project.SaveProject());
     QCOMPARE(m_manager->prompt.asked.size(), 2);
-    QCOMPARE(ReadTestFile(m_manager->Path(u"aside"_s)), content);
     QVERIFY(m_manager->project.HasUnsavedChanges());
     QCOMPARE(m_manager->project.FilePath(), File());
 
     TestManager::Release(input);
-    QTRY_COMPARE(m_manager->finishedJobs.Jobs().size(), 2);
+    QTRY_COMPARE(FinishedCount(), 1);
     QVERIFY(QDir{}.rmdir(File()));
     QVERIFY(m_manager->project.SaveProject());
-    QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM FinishedJobs"_s), (QStringList{u"1"_s, u"2"_s}));
+    QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM FinishedJobs"_s), QStringList{u"1"_s});
 }
 
-void TestProject::AnswersBeforeClosing()
+/// It is held in the database only.
+void TestProject::LongOutputIsKept()
+{
+    m_manager->NewProject();
+    Taskmill_JobRecord job = SampleJob(m_manager->AddGatedJobType(), 1);
+    job.StdOutAndStdErr = QString{Taskmill_FinishedJobs::LongestOutputKept + 1, u'\u00e4'};
+    QVERIFY(m_manager->finishedJobs.AddJob(job));
+    const auto isWhole = [&] {
+        const Taskmill_JobRecord &kept = m_manager->finishedJobs.Jobs().first();
+        return kept.StdOutAndStdErr.isEmpty() && m_manager->finishedJobs.HasOutput(kept) &&
+               m_manager->finishedJobs.OutputOf(kept) == job.StdOutAndStdErr;
+    };
+    QVERIFY(isWhole());
+    QVERIFY(m_manager->project.SaveProjectAs(File()));
+    QVERIFY(isWhole());
+    QVERIFY(m_manager->project.OpenProject(File()));
+    QVERIFY(isWhole());
+}
+
+void TestProject::AsksBeforeClosing()
 {
     Taskmill_Project &project = m_manager->project;
-    QCOMPARE(project.AskToSave(), SaveAnswer::GoOn);
     m_manager->NewProject();
     QCOMPARE(project.AskToSave(), SaveAnswer::GoOn);
     QVERIFY(m_manager->prompt.asked.isEmpty());
 
     m_manager->AddGatedJobType();
     m_manager->prompt.answers = {WarnAnswer::Cancel, WarnAnswer::No, WarnAnswer::Yes, WarnAnswer::Yes};
-    m_manager->prompt.texts = {QString{}, m_manager->Path(u"typed"_s)};
+    m_manager->prompt.texts = {QString{}, u"typed"_s};
     QCOMPARE(project.AskToSave(), SaveAnswer::Cancel);
     QCOMPARE(project.AskToSave(), SaveAnswer::GoOn);
     QCOMPARE(project.AskToSave(), SaveAnswer::Cancel);
     QCOMPARE(m_manager->prompt.asked.first().title, u"Save Current Project?"_s);
-    QCOMPARE(m_manager->prompt.asked.first().text,
-             u"Would you like to save the current Taskmill project to a file before closing it?\n\nIf you "
-             "choose No, the project will be lost."_s);
-    QCOMPARE(m_manager->prompt.asked.last().title, u"Specify a Taskmill Project File"_s);
     QCOMPARE(project.AskToSave(), SaveAnswer::Saved);
     QCOMPARE(project.FilePath(), m_manager->Path(u"typed.mill"_s));
 
@@ -286,22 +244,114 @@ void TestProject::AnswersBeforeClosing()
     QCOMPARE(project.AskToSave(), SaveAnswer::Saved);
     QCOMPARE(m_manager->prompt.asked.size(), 1);
     QCOMPARE(m_manager->prompt.asked.first().title, u"Save Changes to Current Project?"_s);
-    QCOMPARE(m_manager->prompt.asked.first().text,
-             u"Would you like to save changes to the current Taskmill project before closing it?\n\nIf you "
-             "choose No, the changes to the database will be lost."_s);
     QVERIFY(!project.HasUnsavedChanges());
 }
 
-void TestProject::CancelledQuestionKeepsTheProject()
+void TestProject::SaveDialogCompletesTheName()
 {
-    MakeProjectFile();
-    m_manager->AddGatedJobType();
-    SubmitGated(u"a.in"_s);
-    QVERIFY(!m_manager->project.OpenProject(File()));
-    QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), QList<int>{1});
-    m_manager->prompt.answers = {WarnAnswer::No};
-    QVERIFY(m_manager->project.OpenProject(File()));
-    QCOMPARE(m_manager->longJobs.Jobs().Count(), 0);
+    const QString old = m_manager->Path(u"old.mill"_s);
+    // The name of the file that is written, and how often the user is asked.
+    const auto saved = [&](const QString &typed, WarnAnswer answer = WarnAnswer::None) {
+        m_manager->NewProject();
+        WriteTestFile(old, "old");
+        m_manager->prompt.asked.clear();
+        m_manager->prompt.texts = {typed};
+        m_manager->prompt.answers = {answer};
+        const bool isSaved = m_manager->project.SaveProject();
+        const QString file = QFileInfo{m_manager->project.FilePath()}.fileName();
+        if (isSaved == file.isEmpty() || (ReadTestFile(old) == "old") != (file != "old.mill"_L1))
+            return u"Another file was written"_s;
+        return u"%1 %2"_s.arg(file).arg(m_manager->prompt.asked.size());
+    };
+    QCOMPARE(saved(u" jobs "_s), u"jobs.mill 1"_s);
+    QCOMPARE(saved(u"jobs.MILL"_s), u"jobs.MILL 1"_s);
+    QCOMPARE(saved(u"jobs.db"_s), u"jobs.db.mill 1"_s);
+    QCOMPARE(saved(u"  "_s), u" 1"_s);
+    // The dialog itself has asked about a name as it was typed.
+    QCOMPARE(saved(u"old.mill"_s), u"old.mill 1"_s);
+    QCOMPARE(saved(u"old"_s, WarnAnswer::Yes), u"old.mill 2"_s);
+    QCOMPARE(saved(u"old"_s, WarnAnswer::No), u" 2"_s);
+}
+
+void TestProject::RecentProjects()
+{
+    const QString other = m_manager->Path(u"sub/Wasser, ü.mill"_s);
+    QVERIFY(QDir{}.mkpath(u"sub"_s));
+    m_manager->NewProject();
+    QVERIFY(m_manager->project.SaveProjectAs(File()));
+    QVERIFY(m_manager->project.SaveProjectAs(other));
+    QCOMPARE(Taskmill_RecentProjects(), (QStringList{other, File()}));
+    QCOMPARE(LastDirectory(), m_manager->Path(u"sub"_s));
+    QVERIFY(m_manager->project.OpenProject(u"jobs.mill"_s));
+    QVERIFY(!m_manager->project.OpenProject(u"sub/missing.mill"_s));
+    QVERIFY(!m_manager->project.SaveProjectAs(u"none/x.mill"_s));
+    QCOMPARE(Taskmill_RecentProjects(), (QStringList{File(), other}));
+    QCOMPARE(LastDirectory(), m_manager->directory.path());
+
+    for (const QChar letter : u"abcdefghi"_s)
+        Taskmill_AddToRecentProjects(u"/none/"_s + letter);
+    QCOMPARE(Taskmill_RecentProjects().size(), 10);
+    QCOMPARE(Taskmill_RecentProjects().last(), File());
+    Taskmill_DropMissingRecentProjects();
+    QCOMPARE(Taskmill_RecentProjects(), QStringList{File()});
+}
+
+QString TestProject::RefusalOfFile()
+{
+    const auto files = [this] {
+        return QDir{m_manager->directory.path()}.entryList(QDir::AllEntries | QDir::Hidden, QDir::Name);
+    };
+    const QStringList filesBefore = files();
+    const QByteArray contentBefore = ReadTestFile(File());
+    m_manager->prompt.asked.clear();
+    if (m_manager->project.OpenProject(File()))
+        return u"The file was opened"_s;
+    if (files() != filesBefore || ReadTestFile(File()) != contentBefore)
+        return u"Files were changed"_s;
+    if (m_manager->longJobs.Jobs().JobIDs() != QList<int>{1} || !m_manager->project.HasUnsavedChanges() ||
+        TestManager::Database().GetLongJobs().size() != 1 || !m_manager->project.FilePath().isEmpty())
+        return u"The open project was changed"_s;
+    // Nobody is asked to save what stays open.
+    return m_manager->prompt.asked.size() == 1 ? m_manager->prompt.asked.first().text.section(u'\n', 0, 0)
+                                               : QString{};
+}
+
+void TestProject::BadFilesCostNothing()
+{
+    m_manager->NewProject();
+    const Taskmill_JobType jobType = m_manager->AddGatedJobType();
+    for (int jobID = 1; jobID <= 300; ++jobID)
+        QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(jobType, jobID), true));
+    QVERIFY(m_manager->project.SaveProjectAs(File()));
+    const QByteArray good = ReadTestFile(File());
+    m_manager->NewProject();
+    m_manager->longJobs.Jobs().SetPaused(true);
+    SubmitGated(m_manager->longJobs);
+
+    const QString unreadable =
+        u"The specified file is not a Taskmill project, is damaged or is in use by another program:"_s;
+    QByteArray overwritten = good;
+    overwritten.replace(good.size() / 2, 8192, QByteArray{8192, '\x7f'});
+    for (const QByteArray &content :
+         {QByteArray{20000, 'x'}, good.first(600), good.first(good.size() / 2), overwritten}) {
+        WriteTestFile(File(), content);
+        QCOMPARE(RefusalOfFile(), unreadable);
+    }
+    const QString noProject = u"The specified file is not a Taskmill project:"_s;
+    WriteTestFile(File(), {});
+    QCOMPARE(RefusalOfFile(), noProject);
+    WriteTestFile(File(), good);
+    RawDatabase{File()}.Execute({u"UPDATE GeneralData SET DataStr = '3' WHERE Name = 'Version'"_s});
+    QCOMPARE(RefusalOfFile(), u"The specified file is a Taskmill project of another version:"_s);
+    RawDatabase{File()}.Execute({u"DROP TABLE GeneralData"_s});
+    QCOMPARE(RefusalOfFile(), noProject);
+    {
+        RawDatabase locker{File()};
+        locker.Execute({u"BEGIN EXCLUSIVE"_s});
+        QCOMPARE(RefusalOfFile(), unreadable);
+    }
+    QVERIFY(QFile::remove(File()));
+    QCOMPARE(RefusalOfFile(), u"The specified file does not exist:"_s);
 }
 
 QTEST_GUILESS_MAIN(TestProject)
