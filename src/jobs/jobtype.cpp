@@ -1,6 +1,7 @@
 #include "jobs/jobtype.h"
 
 #include <QFileInfo>
+#include <QHash>
 
 #include <algorithm>
 
@@ -49,4 +50,18 @@ Taskmill_JobType Taskmill_JobTypeForFile(const QList<Taskmill_JobType> &jobTypes
     const auto match = std::ranges::find_if(
         jobTypes, [&filePath](const Taskmill_JobType &jobType) { return jobType.MatchesFile(filePath); });
     return match == jobTypes.end() ? Taskmill_JobType{} : *match;
+}
+
+QStringList Taskmill_DistinctNames(const QList<Taskmill_JobType> &jobTypes, const QString &furtherItem)
+{
+    QHash<QString, int> counts{{furtherItem, 1}};
+    for (const Taskmill_JobType &jobType : jobTypes)
+        ++counts[jobType.Name];
+    QStringList names;
+    for (const Taskmill_JobType &jobType : jobTypes) {
+        names += counts[jobType.Name] == 1
+                     ? jobType.Name
+                     : u"%1 (%2)"_s.arg(jobType.Name, QString::number(jobType.JobTypeID));
+    }
+    return names;
 }

@@ -40,3 +40,8 @@ struct Taskmill_JobType
 /// The first type of the list whose filter matches the file; an empty record when none does.
 [[nodiscard]] Taskmill_JobType Taskmill_JobTypeForFile(const QList<Taskmill_JobType> &jobTypes,
                                                        const QString &filePath);
+
+/// The names in the same order, for the user to choose from: those that would be mistaken for another one, or
+/// for the given further item of the choice, with the job type's number.
+[[nodiscard]] QStringList Taskmill_DistinctNames(const QList<Taskmill_JobType> &jobTypes,
+                                                 const QString &furtherItem);

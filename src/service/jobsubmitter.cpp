@@ -10,7 +10,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QHash>
 #include <QSet>
 
 #include <algorithm>
@@ -46,21 +45,6 @@ Taskmill_JobType JobTypeWithID(const QList<Taskmill_JobType> &jobTypes, int jobT
 {
     const auto found = std::ranges::find(jobTypes, jobTypeID, &Taskmill_JobType::JobTypeID);
     return found == jobTypes.end() ? Taskmill_JobType{} : *found;
-}
-
-/// The names in the same order, those that would be mistaken for another item with the job type's number.
-QStringList DistinctNames(const QList<Taskmill_JobType> &jobTypes)
-{
-    QHash<QString, int> counts{{noJobType, 1}};
-    for (const Taskmill_JobType &jobType : jobTypes)
-        ++counts[jobType.Name];
-    QStringList names;
-    for (const Taskmill_JobType &jobType : jobTypes) {
-        names += counts[jobType.Name] == 1
-                     ? jobType.Name
-                     : u"%1 (%2)"_s.arg(jobType.Name, QString::number(jobType.JobTypeID));
-    }
-    return names;
 }
 
 /// A job whose client is the manager itself, which needs no notification.
@@ -167,7 +151,7 @@ std::optional<Taskmill_JobType> Taskmill_JobSubmitter::AskForJobType(const QList
                                                                      const QString &labelBegin,
                                                                      const QString &inputFile)
 {
-    const QStringList items = QStringList{noJobType} + DistinctNames(jobTypes);
+    const QStringList items = QStringList{noJobType} + Taskmill_DistinctNames(jobTypes, noJobType);
     const QString label =
         labelBegin +
         u" but an appropriate Job Type for the\nfollowing input file cannot be determined from its extension:\n\n"_s +

@@ -120,10 +120,13 @@ void Taskmill_OpenFilesDialog::PresetChoice(const Taskmill_SubmitChoice &preset)
 
 void Taskmill_OpenFilesDialog::FillOpenAs()
 {
+    const QString byExtension = u"Auto"_s;
+    const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
+    const QStringList names = Taskmill_DistinctNames(jobTypes, byExtension);
     m_openAs->clear();
-    m_openAs->addItem(u"Auto"_s, -1);
-    for (const Taskmill_JobType &jobType : m_store.GetJobTypes())
-        m_openAs->addItem(jobType.Name, jobType.JobTypeID);
+    m_openAs->addItem(byExtension, -1);
+    for (qsizetype i = 0; i < jobTypes.size(); ++i)
+        m_openAs->addItem(names[i], jobTypes[i].JobTypeID);
 }
 
 void Taskmill_OpenFilesDialog::accept()
