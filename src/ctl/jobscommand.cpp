@@ -21,16 +21,27 @@ struct JobList
     QLatin1StringView option;
     QLatin1StringView title;
     QLatin1StringView description;
-    QList<Taskmill_JobRecord> (Taskmill_Database::*read)();
+    QList<Taskmill_JobRecord> (*read)(Taskmill_Database &database);
 };
 
 constexpr std::array jobLists{
-    JobList{"finished"_L1, "Finished Jobs"_L1, "The finished jobs."_L1, &Taskmill_Database::GetFinishedJobs},
-    JobList{"long"_L1, "Long Jobs Queue"_L1, "The queue of long jobs."_L1, &Taskmill_Database::GetLongJobs},
+    JobList{"finished"_L1, "Finished Jobs"_L1, "The finished jobs."_L1,
+            // No listing shows what they have written.
+            [](Taskmill_Database &database) {
+                return database.GetFinishedJobsWithShortOutputs(0);
+            }},
+    JobList{"long"_L1, "Long Jobs Queue"_L1, "The queue of long jobs."_L1,
+            [](Taskmill_Database &database) {
+                return database.GetLongJobs();
+            }},
     JobList{"short"_L1, "Short Jobs Queue"_L1, "The queue of short jobs."_L1,
-            &Taskmill_Database::GetShortJobs},
+            [](Taskmill_Database &database) {
+                return database.GetShortJobs();
+            }},
     JobList{"queueless"_L1, "Queueless Jobs List"_L1, "The jobs without a queue."_L1,
-            &Taskmill_Database::GetQueuelessJobs},
+            [](Taskmill_Database &database) {
+                return database.GetQueuelessJobs();
+            }},
 };
 
 QJsonObject ToJson(const JobList &list, const Taskmill_JobRecord &job)
@@ -88,7 +99,7 @@ Taskmill_CtlStatus Taskmill_JobsCommand(const QCommandLineParser &parser)
     for (const JobList &list : jobLists) {
         if (!all && !parser.isSet(list.option))
             continue;
-        const QList<Taskmill_JobRecord> jobs = (project.Database().*list.read)();
+        const QList<Taskmill_JobRecord> jobs = list.read(project.Database());
         if (!json)
             PrintList(list, jobs);
         else

@@ -66,6 +66,12 @@ bool Taskmill_Database::CreateTables()
     return true;
 }
 
+bool Taskmill_Database::CompleteTables()
+{
+    m_tablesReady = false;
+    return CreateTables();
+}
+
 bool Taskmill_Database::UpgradeTables()
 {
     const UntrackedScope noChange{*this};

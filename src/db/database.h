@@ -31,6 +31,8 @@ public:
     /// Creates the tables that are missing. A failure leaves what was created so far in an open transaction;
     /// a later call goes on from there. The connection must be open.
     bool CreateTables() override;
+    /// The same for a database that was loaded from a file, which may lack tables.
+    bool CompleteTables();
     /// Adds the columns that earlier versions did not have. False before CreateTables() or LoadFromFile().
     bool UpgradeTables() override;
 
@@ -91,6 +93,9 @@ public:
     [[nodiscard]] QList<Taskmill_JobRecord> GetShortJobs();
     [[nodiscard]] QList<Taskmill_JobRecord> GetQueuelessJobs();
     [[nodiscard]] QList<Taskmill_JobRecord> GetFinishedJobs();
+    /// The same with no more than so many characters of each output, as all of them together may be larger
+    /// than the memory.
+    [[nodiscard]] QList<Taskmill_JobRecord> GetFinishedJobsWithShortOutputs(int longestOutput);
     /// The captured output of the finished job of that number; empty when there is none.
     [[nodiscard]] QString GetFinishedJobOutput(qint32 jobID);
     /// The largest job number of the four job tables; -1 when they hold none.
@@ -120,7 +125,8 @@ private:
     bool DeleteJob(Taskmill_Table table, qint32 jobID);
     KeysOfJobs &KeysIn(Taskmill_Table table);
     QString ColumnsToRead(Taskmill_Table table);
-    QList<Taskmill_JobRecord> GetJobs(Taskmill_Table table, const QString &queueName);
+    QList<Taskmill_JobRecord> GetJobs(Taskmill_Table table, const QString &queueName,
+                                      std::optional<int> longestOutput = {});
     qint32 GetQueueValue(const QString &name, const QString &column);
 
     bool m_tablesReady = false;

@@ -43,24 +43,37 @@ int CopyContent(sqlite3 *from, sqlite3 *to)
     return finished == SQLITE_OK ? result : finished;
 }
 
-// A damaged file is refused as a whole: loaded in part and saved again it would lose the rest.
-int CheckContent(sqlite3 *database)
+// SQLITE_OK when the first row of the statement's result is this text; another row is told to the log.
+int ExpectText(sqlite3 *database, const char *statementText, const char *expected)
 {
-    // What the checks of the tables say of the values is not the question here.
-    sqlite3_exec(database, "PRAGMA ignore_check_constraints = ON", nullptr, nullptr, nullptr);
     sqlite3_stmt *statement = nullptr;
-    int result = sqlite3_prepare_v2(database, "PRAGMA quick_check(1)", -1, &statement, nullptr);
+    int result = sqlite3_prepare_v2(database, statementText, -1, &statement, nullptr);
     if (result != SQLITE_OK)
         return result;
     result = sqlite3_step(statement);
     if (result == SQLITE_ROW) {
         const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(statement, 0));
-        result = qstrcmp(text, "ok") == 0 ? SQLITE_OK : SQLITE_CORRUPT;
+        result = qstrcmp(text, expected) == 0 ? SQLITE_OK : SQLITE_CORRUPT;
         if (result != SQLITE_OK)
             qWarning("Database file: %s", text);
     }
     sqlite3_finalize(statement);
     return result;
+}
+
+// A damaged file is refused as a whole: loaded in part and saved again it would lose the rest.
+int CheckContent(sqlite3 *database)
+{
+    // What the checks of the tables say of the values is not the question here.
+    sqlite3_exec(database, "PRAGMA ignore_check_constraints = ON", nullptr, nullptr, nullptr);
+    const int result = ExpectText(database, "PRAGMA quick_check(1)", "ok");
+    if (result != SQLITE_OK)
+        return result;
+    // No project has views or triggers, whose statements may run for ever.
+    return ExpectText(database,
+                      "SELECT CASE count(*) WHEN 0 THEN 'none' ELSE 'views or triggers' END "
+                      "FROM sqlite_master WHERE type IN ('view', 'trigger')",
+                      "none");
 }
 
 int Load(sqlite3 *database, const QString &path)

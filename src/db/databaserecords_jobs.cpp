@@ -309,14 +309,19 @@ QString Taskmill_Database::ColumnsToRead(Taskmill_Table table)
     return read.join(u',');
 }
 
-QList<Taskmill_JobRecord> Taskmill_Database::GetJobs(Taskmill_Table table, const QString &queueName)
+QList<Taskmill_JobRecord> Taskmill_Database::GetJobs(Taskmill_Table table, const QString &queueName,
+                                                     std::optional<int> longestOutput)
 {
     QList<Taskmill_JobRecord> jobs;
     if (!Open())
         return jobs;
     QSqlQuery query{Connection()};
     query.setForwardOnly(true);
-    if (!query.exec(u"SELECT "_s + ColumnsToRead(table) + u" FROM "_s + TableName(table)))
+    QString columns = ColumnsToRead(table);
+    if (longestOutput)
+        columns.replace(u"StdOutAndStdErr"_s,
+                        u"substr(StdOutAndStdErr,1,%1) AS StdOutAndStdErr"_s.arg(*longestOutput));
+    if (!query.exec(u"SELECT "_s + columns + u" FROM "_s + TableName(table)))
         return jobs;
     JobReader reader{*this, query};
     while (query.next())
@@ -342,6 +347,11 @@ QList<Taskmill_JobRecord> Taskmill_Database::GetQueuelessJobs()
 QList<Taskmill_JobRecord> Taskmill_Database::GetFinishedJobs()
 {
     return GetJobs(Taskmill_Table::FinishedJobs, {});
+}
+
+QList<Taskmill_JobRecord> Taskmill_Database::GetFinishedJobsWithShortOutputs(int longestOutput)
+{
+    return GetJobs(Taskmill_Table::FinishedJobs, {}, longestOutput);
 }
 
 QString Taskmill_Database::GetFinishedJobOutput(qint32 jobID)

@@ -44,18 +44,29 @@ bool Taskmill_Job::Start()
 {
     m_record.SetStatus(Taskmill_JobStatus::Running, true);
     if (m_record.JobType.IsEmpty()) {
-        QTimer::singleShot(0, this, &Taskmill_Job::EndWithoutJobType);
+        EndWithoutProcess(u"The job was not run: its job type is no longer in the project.\n"_s);
         return true;
     }
 
     const Taskmill_LaunchPlan plan = Taskmill_PlanLaunch(m_record);
     QString standardInputFile = m_record.StandardInputFile;
     if (!plan.StandardInput.isEmpty()) {
-        QString generatedFile;
-        if (!WriteStandardInput(plan.StandardInput, generatedFile))
+        QFile file;
+        if (!OpenStandardInput(file)) {
+            m_record.StdOutAndStdErr =
+                u"The job was not run: no file for its standard input could be made in %1.\n"_s.arg(
+                    StandardInputDirectory());
             return false;
+        }
+        if (file.write(plan.StandardInput) != plan.StandardInput.size() || !file.flush()) {
+            EndWithoutProcess(
+                u"The job was not run: its standard input could not be written to %1: %2\n"_s.arg(
+                    file.fileName(), file.errorString()));
+            file.remove();
+            return true;
+        }
         if (standardInputFile.isEmpty())
-            standardInputFile = generatedFile;
+            standardInputFile = file.fileName();
     }
     MakeProcess(plan, standardInputFile);
     m_process->Start();
@@ -68,18 +79,22 @@ QString Taskmill_Job::WorkingDirectory() const
                                             : QFileInfo{m_record.InputFilePath}.absolutePath();
 }
 
-bool Taskmill_Job::WriteStandardInput(const QByteArray &text, QString &path) const
+QString Taskmill_Job::StandardInputDirectory() const
 {
-    const QString directory =
-        m_record.OutputFile.isEmpty() ? WorkingDirectory() : QFileInfo{m_record.OutputFile}.absolutePath();
+    return m_record.OutputFile.isEmpty() ? WorkingDirectory()
+                                         : QFileInfo{m_record.OutputFilePath()}.absolutePath();
+}
+
+bool Taskmill_Job::OpenStandardInput(QFile &file) const
+{
     // Another job may take the new name between choosing and opening it.
     for (int attempt = 0; attempt < 100; ++attempt) {
-        path = KilnUtil_FileSys::ConvertFilename(
-            KilnUtil_FileSys::NewFileName(u"freqchk"_s, u"inp"_s, directory, false), false, false);
-        QFile file{path};
+        file.setFileName(KilnUtil_FileSys::ConvertFilename(
+            KilnUtil_FileSys::NewFileName(u"freqchk"_s, u"inp"_s, StandardInputDirectory(), false), false,
+            false));
         if (file.open(QIODevice::WriteOnly | QIODevice::Text | QIODevice::NewOnly))
-            return file.write(text) == text.size() && file.flush();
-        if (!QFileInfo::exists(path))
+            return true;
+        if (!file.exists())
             return false;
     }
     return false;
@@ -162,12 +177,14 @@ void Taskmill_Job::ProcessFinishedSlot(bool)
         process->DeleteWhenEnded();
 }
 
-void Taskmill_Job::EndWithoutJobType()
+void Taskmill_Job::EndWithoutProcess(const QString &reason)
 {
-    m_record.StdOutAndStdErr = u"The job was not run: its job type is no longer in the project.\n"_s;
-    m_record.SetStatus(Taskmill_JobStatus::Failed, true);
-    Q_EMIT JobFinishedSignal();
-    SendJobFinishedNotification(0);
+    m_record.StdOutAndStdErr = reason;
+    QTimer::singleShot(0, this, [this] {
+        m_record.SetStatus(Taskmill_JobStatus::Failed, true);
+        Q_EMIT JobFinishedSignal();
+        SendJobFinishedNotification(0);
+    });
 }
 
 bool Taskmill_Job::SendJobFinishedNotification(int exitCode) const

@@ -5,6 +5,7 @@
 #include <QObject>
 
 class KilnUtil_Process;
+class QFile;
 class Taskmill_ProcessInspector;
 
 /// One run of one job type on one input file (or two): the record of it, and its process while it runs.
@@ -37,9 +38,9 @@ public:
     /// The operating system's number of the live process; 0 when there is none.
     [[nodiscard]] qint64 ProcessID() const;
 
-    /// Makes the process and starts it. False when the file for its standard input cannot be written: the job
-    /// then stays Running without a process. A program that cannot be started ends the job as Failed, through
-    /// the signal.
+    /// Makes the process and starts it. False when the file for its standard input cannot be opened: the job
+    /// then stays Running without a process, and its output says why. A program that cannot be started ends
+    /// the job as Failed, through the signal, and so does a standard input that cannot be written.
     bool Start();
 
     /// Ends a running job and everything it started; it is Killed, and its client told, when this returns.
@@ -63,9 +64,11 @@ Q_SIGNALS:
 private:
     [[nodiscard]] Taskmill_JobStatus FinalStatus() const;
     [[nodiscard]] QString WorkingDirectory() const;
-    bool WriteStandardInput(const QByteArray &text, QString &path) const;
+    [[nodiscard]] QString StandardInputDirectory() const;
+    bool OpenStandardInput(QFile &file) const;
     void MakeProcess(const struct Taskmill_LaunchPlan &plan, const QString &standardInputFile);
-    void EndWithoutJobType();
+    /// Fails the job a little later, as a process that could not be started would.
+    void EndWithoutProcess(const QString &reason);
     bool SendJobFinishedNotification(int exitCode) const;
 
     Taskmill_JobRecord m_record;

@@ -4,7 +4,6 @@
 #include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
-#include <QSqlTableModel>
 
 #include <atomic>
 #include <utility>
@@ -205,15 +204,6 @@ QString KilnUtil_Database_Foundation::LastErrorMessage() const
 QSqlDriver *KilnUtil_Database_Foundation::Driver() const
 {
     return m_connection.isValid() ? m_connection.driver() : nullptr;
-}
-
-bool KilnUtil_Database_Foundation::SelectAll(QSqlTableModel &model)
-{
-    if (!model.select())
-        return false;
-    while (model.canFetchMore())
-        model.fetchMore();
-    return true;
 }
 
 const QSqlDatabase &KilnUtil_Database_Foundation::Connection() const

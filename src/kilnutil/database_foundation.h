@@ -6,7 +6,6 @@
 
 class QSqlDriver;
 class QSqlError;
-class QSqlTableModel;
 
 /// The text with every single quote doubled, to stand between single quotes in a statement.
 [[nodiscard]] QString KilnUtil_SQLEscape(const QString &text);
@@ -68,9 +67,6 @@ public:
     [[nodiscard]] QString LastErrorMessage() const;
     /// The connection's driver; nullptr while it was never opened.
     [[nodiscard]] QSqlDriver *Driver() const;
-
-    /// Fills the model with all rows of its table, not only the first batch.
-    [[nodiscard]] static bool SelectAll(QSqlTableModel &model);
 
     virtual bool InitializeTables() = 0;
     virtual bool CreateTables() = 0;

@@ -169,7 +169,19 @@ void KilnUtil_Process::ErrorOccurredSlot(QProcess::ProcessError error)
     // A failed start has no finished() and may be reported twice, and from within start().
     if (error != QProcess::FailedToStart || m_failedToStart)
         return;
-    FailToStart(errorString());
+    FailToStart(ReasonOfFailedStart());
+}
+
+/// The toolkit does not name the file that input or output was to go through.
+QString KilnUtil_Process::ReasonOfFailedStart() const
+{
+    if (!m_standardInputPath.isEmpty() && !QFileInfo{m_standardInputPath}.isReadable())
+        return u"%1 cannot be read"_s.arg(m_standardInputPath);
+    const QFileInfo output{m_standardOutputPath};
+    const bool canWrite = output.exists() ? output.isWritable() : QFileInfo{output.path()}.isWritable();
+    if (!m_standardOutputPath.isEmpty() && !canWrite)
+        return u"%1 cannot be written"_s.arg(m_standardOutputPath);
+    return errorString();
 }
 
 void KilnUtil_Process::FailToStart(const QString &reason)

@@ -85,6 +85,7 @@ private Q_SLOTS:
 
 private:
     void EndProcess();
+    [[nodiscard]] QString ReasonOfFailedStart() const;
     void FailToStart(const QString &reason);
 
     QString m_title;

@@ -280,7 +280,8 @@ void Taskmill_Console_Worker::KillJob(const QString &argument)
     bool isRunning = false;
     OnMainThread([&] {
         Taskmill_QueueOwner *owner = m_console.Actions().OwnerOfJob(*jobID);
-        isRunning = owner && owner->AnyRunning({*jobID});
+        const Taskmill_Job *job = owner ? owner->Jobs().FindByJobID(*jobID) : nullptr;
+        isRunning = job && job->Process();
     });
     if (isRunning)
         EndJob(*jobID, u"\n<Taskmill> Job %1 was killed.\n\n"_s);

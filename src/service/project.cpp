@@ -67,6 +67,9 @@ QString ProblemOfLoading(Taskmill_Database &database, const QString &path)
         return u"The specified file is not a Taskmill project:\n\n%1"_s;
     if (!Taskmill_IsProject(database))
         return u"The specified file is a Taskmill project of another version:\n\n%1"_s;
+    // Without one of them jobs would be lost.
+    if (!database.CompleteTables())
+        return u"The specified file is a damaged Taskmill project:\n\n%1"_s;
     return {};
 }
 
@@ -321,7 +324,8 @@ void Taskmill_Project::ReloadTabs(Taskmill_Database &database)
 {
     m_jobTypes.Refresh();
     ReloadLimits(database);
-    m_tabs.FinishedJobs.SetJobs(database.GetFinishedJobs());
+    m_tabs.FinishedJobs.SetJobs(
+        database.GetFinishedJobsWithShortOutputs(Taskmill_FinishedJobs::LongestOutputKept + 1));
     m_tabs.LongJobs.Replace(database.GetLongJobs());
     m_tabs.ShortJobs.Replace(database.GetShortJobs());
     // Jobs without a queue start at once, when everything else is in place.

@@ -3,6 +3,8 @@
 #include "db/database.h"
 #include "jobs/jobtypelist.h"
 
+#include <limits>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -39,8 +41,8 @@ int Taskmill_LastJobID(Taskmill_Database &database)
     bool isNumber = false;
     if (database.GetGeneralData(u"LastJobID"_s, stored)) {
         const int last = stored.toInt(&isNumber);
-        // A number in use is never given again, whatever the stored one says.
-        if (isNumber && last >= 0)
+        // A number in use is never given again, whatever the stored one says; none follows the largest.
+        if (isNumber && last >= 0 && last < std::numeric_limits<int>::max())
             return qMax(last, database.LargestJobID());
     }
     return qMax(0, database.LargestJobID());

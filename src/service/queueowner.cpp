@@ -31,7 +31,8 @@ void Taskmill_QueueOwner::Submit(Taskmill_Job *job)
     Jobs().Add(job);
     if (Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase()) {
         const bool inserted = (database->*m_table.insert)(job->Record(), true, nullptr);
-        if (!inserted || database->SetGeneralData(u"LastJobID"_s, QString::number(job->JobID())) == 0)
+        const bool counted = database->SetGeneralData(u"LastJobID"_s, QString::number(job->JobID())) != 0;
+        if (!inserted || !counted)
             qWarning("Job %d could not be written to the database", job->JobID());
     }
     Q_EMIT JobsChangedSignal();
