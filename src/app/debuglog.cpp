@@ -58,25 +58,32 @@ void WriteMessage(QtMsgType type, const QMessageLogContext &, const QString &mes
 bool OpenLogFile(const QString &path)
 {
     logFile = std::make_unique<QFile>(path);
-    if (logFile->open(QIODevice::WriteOnly | QIODevice::Truncate))
+    if (!path.isEmpty() && logFile->open(QIODevice::WriteOnly | QIODevice::Truncate))
         return true;
     logFile.reset();
+    return false;
+}
+
+/// The first option that asks for the log decides. False without one, and when its file cannot be opened.
+bool FollowOption(const QStringList &arguments)
+{
+    constexpr QLatin1StringView fileOption{"-debugfile="};
+    for (qsizetype index = 1; index < arguments.size(); ++index) {
+        const QString argument = arguments[index].toLower();
+        if (argument == "-debug"_L1)
+            return true;
+        if (argument == "-debugfile"_L1)
+            return OpenLogFile(u"taskmill_debug.txt"_s);
+        if (argument.startsWith(fileOption))
+            return OpenLogFile(argument.sliced(fileOption.size()));
+    }
     return false;
 }
 } // namespace
 
 void Taskmill_DebugLog::TurnOn(const QStringList &arguments)
 {
-    constexpr QLatin1StringView fileOption{"-debugfile="};
-    for (qsizetype index = 1; index < arguments.size(); ++index) {
-        const QString argument = arguments[index].toLower();
-        const bool namesFile = argument.startsWith(fileOption);
-        if (argument != "-debug"_L1 && argument != "-debugfile"_L1 && !namesFile)
-            continue;
-        if (argument == "-debugfile"_L1 && !OpenLogFile(u"taskmill_debug.txt"_s))
-            return;
-        if (namesFile && !OpenLogFile(argument.sliced(fileOption.size())))
-            return;
+    if (FollowOption(arguments)) {
         level = everyLine;
         qInstallMessageHandler(WriteMessage);
         return;

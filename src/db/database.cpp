@@ -7,9 +7,12 @@
 
 #include <QFile>
 #include <QSqlDriver>
+#include <QSqlError>
 #include <QSqlQuery>
 
 #include <array>
+
+#include <sqlite3.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -181,5 +184,10 @@ bool Taskmill_Database::CopyFile(const QString &fileName, bool isSave)
     if (qstrcmp(handle.typeName(), "sqlite3*") != 0)
         return true;
     sqlite3 *database = *static_cast<sqlite3 *const *>(handle.constData());
-    return database && LoadOrSaveDb(database, fileName.toUtf8().constData(), isSave ? 1 : 0) == 0;
+    if (!database)
+        return false;
+    const int result = LoadOrSaveDb(database, fileName.toUtf8().constData(), isSave ? 1 : 0);
+    if (result != 0)
+        SetLastError(QSqlError{{}, QString::fromUtf8(sqlite3_errstr(result))});
+    return result == 0;
 }

@@ -1,6 +1,6 @@
 #include "kilnutil/computerdata.h"
 
-#include <QDebug>
+#include <QSet>
 #include <QSysInfo>
 
 using namespace Qt::Literals::StringLiterals;
@@ -15,6 +15,16 @@ struct Ports
 // Below the range from which Linux takes the ports of outgoing connections.
 constexpr Ports defaultPorts{27641, 27642};
 
+// The ports are asked for at every job.
+void WarnOnce(const QString &message)
+{
+    static QSet<QString> told;
+    if (told.contains(message))
+        return;
+    told.insert(message);
+    qWarning("%ls", qUtf16Printable(message));
+}
+
 quint16 PortFromEnvironment(const char *variable, quint16 fallback)
 {
     const QString text = qEnvironmentVariable(variable);
@@ -24,7 +34,7 @@ quint16 PortFromEnvironment(const char *variable, quint16 fallback)
     const quint16 port = text.toUShort(&isNumber);
     if (isNumber && port != 0)
         return port;
-    qWarning().noquote() << variable << "is ignored, it is no port number:" << text;
+    WarnOnce(u"%1 is ignored, it is no port number: %2"_s.arg(QLatin1StringView{variable}, text));
     return fallback;
 }
 
@@ -34,7 +44,7 @@ Ports PortsInForce()
                       PortFromEnvironment("TASKMILL_CONSOLE_PORT", defaultPorts.Console)};
     if (ports.GUI != ports.Console)
         return ports;
-    qWarning() << "TASKMILL_GUI_PORT and TASKMILL_CONSOLE_PORT are ignored, both give port" << ports.GUI;
+    WarnOnce(u"TASKMILL_GUI_PORT and TASKMILL_CONSOLE_PORT are ignored, both give port %1"_s.arg(ports.GUI));
     return defaultPorts;
 }
 } // namespace

@@ -7,6 +7,8 @@
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScreen>
+#include <QTextLayout>
 
 #include <algorithm>
 #include <limits>
@@ -56,11 +58,38 @@ WarnAnswer AnswerOf(int button, WarnMode mode)
     return WarnAnswer::Cancel;
 }
 
+/// Breaks lines that would make a box wider than the screen: a path may have no blank to break it at.
+QString InBounds(const QString &text, const QWidget &box)
+{
+    constexpr int mostCharacters = 4000;
+    const int width = box.screen()->availableGeometry().width() * 2 / 3;
+    QStringList lines;
+    for (const QString &paragraph : text.left(mostCharacters).split(u'\n')) {
+        QTextLayout layout{paragraph, box.font()};
+        QTextOption option;
+        option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+        layout.setTextOption(option);
+        layout.beginLayout();
+        for (QTextLine line = layout.createLine(); line.isValid() && !paragraph.isEmpty();
+             line = layout.createLine()) {
+            line.setLineWidth(width);
+            lines.append(paragraph.mid(line.textStart(), line.textLength()));
+        }
+        layout.endLayout();
+        if (paragraph.isEmpty())
+            lines.append({});
+    }
+    if (text.size() > mostCharacters)
+        lines.last() += u'…';
+    return lines.join(u'\n');
+}
+
 WarnAnswer Ask(QMessageBox::Icon icon, QWidget *parent, const QString &title, const QString &text,
                WarnMode mode, WarnAnswer defaultAnswer)
 {
-    QMessageBox box{icon, title, text, ButtonsOf(mode), parent};
+    QMessageBox box{icon, title, {}, ButtonsOf(mode), parent};
     box.setTextFormat(Qt::PlainText);
+    box.setText(InBounds(text, box));
     box.setDefaultButton(ButtonOf(defaultAnswer));
     // Without a default answer, Enter gives none: the toolkit would take the first.
     if (mode != WarnMode::Ok && defaultAnswer == WarnAnswer::None) {
@@ -108,7 +137,7 @@ std::optional<QString> KilnUtil_WidgetPrompt::ChooseFromList(const QString &titl
 {
     QInputDialog dialog{Parent()};
     dialog.setWindowTitle(title);
-    dialog.setLabelText(label);
+    dialog.setLabelText(InBounds(label, dialog));
     dialog.setOption(QInputDialog::UseListViewForComboBoxItems);
     dialog.setComboBoxItems(items);
     dialog.setTextValue(preselected);

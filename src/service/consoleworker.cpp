@@ -334,8 +334,16 @@ QString Taskmill_Console_Worker::AskForProjectFile()
 bool Taskmill_Console_Worker::SaveProject()
 {
     QString file;
-    OnMainThread([&] { file = m_console.Actions().Project().FilePath(); });
-    if (file.isEmpty())
+    bool hasChanged = false;
+    OnMainThread([&] {
+        file = m_console.Actions().Project().FilePath();
+        hasChanged = m_console.Actions().Project().FileHasChanged();
+    });
+    const bool replace =
+        !hasChanged ||
+        AskYesNo(
+            u"\n<Taskmill> %1 was changed by another program.  Do you want to replace it?  "_s.arg(file));
+    if (file.isEmpty() || !replace)
         file = AskForProjectFile();
     bool saved = false;
     if (!file.isEmpty())

@@ -28,6 +28,8 @@ namespace {
 using WarnMode = KilnUtil_Error::WarnMode;
 using WarnAnswer = KilnUtil_Error::WarnAnswer;
 
+const QString savingTitle = u"Saving a Taskmill Project File"_s;
+
 Taskmill_Database *CurrentDatabase()
 {
     return Taskmill_Database_Manager::Global().CurrentDatabase();
@@ -61,7 +63,8 @@ QString ProblemOfFile(const QString &path)
 QString ProblemOfLoading(Taskmill_Database &database, const QString &path)
 {
     if (!database.LoadFromFile(path))
-        return u"The specified file is not a Taskmill project, is damaged or is in use by another program:\n\n%1"_s;
+        return u"The specified file is not a Taskmill project, is damaged or is in use by another program:\n\n%1\n\n(%2)"_s
+            .arg(u"%1"_s, database.LastErrorMessage());
     QString version;
     if (!database.GetGeneralData(u"Version"_s, version))
         return u"The specified file is not a Taskmill project:\n\n%1"_s;
@@ -77,6 +80,14 @@ QString ProblemOf(Taskmill_Database &database, const QString &path)
 {
     const QString problem = ProblemOfFile(path);
     return problem.isEmpty() ? ProblemOfLoading(database, path) : problem;
+}
+
+/// The name of a new file beside a project's own.
+QString SpareFile(const QString &path)
+{
+    const QFileInfo file{path};
+    return file.dir().filePath(u"%1-%2.mill"_s.arg(
+        file.completeBaseName(), QDateTime::currentDateTime().toString(u"yyyyMMdd-hhmmss"_s)));
 }
 
 void RememberDirectory(const QString &path)
@@ -118,14 +129,17 @@ bool Taskmill_Project::OpenProject(const QString &path)
     const QString absolutePath = QFileInfo{path}.absoluteFilePath();
     // A bad file is not to cost the project that is open.
     auto loaded = Taskmill_Database_Manager::MakeMemoryDatabase();
+    FileStamp stamp = FileStamp::Of(absolutePath);
     QString problem = ProblemOf(*loaded, absolutePath);
     if (problem.isEmpty()) {
         const SaveAnswer answer = AskToSave();
         if (answer == SaveAnswer::Cancel)
             return false;
         // The open project may have been written to this very file.
-        if (answer == SaveAnswer::Saved)
+        if (answer == SaveAnswer::Saved) {
+            stamp = FileStamp::Of(absolutePath);
             problem = ProblemOfLoading(*loaded, absolutePath);
+        }
     }
     if (!problem.isEmpty()) {
         KilnUtil_Error::ReportWarning(title, problem.arg(path));
@@ -136,6 +150,7 @@ bool Taskmill_Project::OpenProject(const QString &path)
     RememberDirectory(absolutePath);
     Taskmill_Database *database = Taskmill_Database_Manager::Global().Adopt(std::move(loaded));
     Adopt(*database, absolutePath);
+    m_fileStamp = stamp;
     m_jobNumbers = KilnUtil_IDManager{Taskmill_LastJobID(*database), 1};
     ReloadTabs(*database);
     database->MarkUnchanged();
@@ -179,7 +194,7 @@ QString Taskmill_Project::AskForProjectFile() const
         QString::fromLatin1(Taskmill_ProjectFileFilter));
     QString file = ProjectFileName(answer);
     // The dialog has asked about overwriting the name as it was typed only.
-    if (file == answer.trimmed() || !QFileInfo::exists(file))
+    if (file == answer || !QFileInfo::exists(file))
         return file;
     const WarnAnswer overwrite = KilnUtil_Error::UserPrompt().AskQuestion(
         u"Specify a Taskmill Project File"_s,
@@ -188,9 +203,28 @@ QString Taskmill_Project::AskForProjectFile() const
     return overwrite == WarnAnswer::Yes ? file : QString{};
 }
 
+Taskmill_Project::FileStamp Taskmill_Project::FileStamp::Of(const QString &path)
+{
+    const QFileInfo file{path};
+    return {.Modified = file.lastModified(), .Size = file.size()};
+}
+
+bool Taskmill_Project::FileHasChanged() const
+{
+    const QString path = FilePath();
+    return QFileInfo::exists(path) && FileStamp::Of(path) != m_fileStamp;
+}
+
 bool Taskmill_Project::SaveProject()
 {
     if (!IsOpen())
+        return false;
+    if (FileHasChanged() &&
+        KilnUtil_Error::UserPrompt().AskQuestion(
+            savingTitle,
+            u"The project file was changed by another program since it was opened or saved here:\n\n%1\n\n"
+            "Do you want to replace it? What the other program wrote is lost then."_s.arg(FilePath()),
+            WarnMode::YesNo, WarnAnswer::No) != WarnAnswer::Yes)
         return false;
     const QString path = FilePath().isEmpty() ? AskForProjectFile() : FilePath();
     return !path.isEmpty() && SaveProjectAs(path);
@@ -202,14 +236,15 @@ bool Taskmill_Project::SaveProjectAs(const QString &path)
     const QString absolutePath = QFileInfo{path}.absoluteFilePath();
     if (!WriteFile(absolutePath)) {
         KilnUtil_Error::ReportError(
-            u"Saving a Taskmill Project File"_s,
-            u"The project could not be written to the following file, which is as it was before:\n\n%1"_s.arg(
-                absolutePath));
+            savingTitle,
+            u"The project could not be written to the following file, which is as it was before:\n\n%1\n\n(%2)"_s
+                .arg(absolutePath, database ? database->LastErrorMessage() : QString{}));
         return false;
     }
     // The database in memory is what the file holds now; it is not closed, so that nothing can go wrong in
     // reading the file back while jobs run.
     RememberDirectory(absolutePath);
+    m_fileStamp = FileStamp::Of(absolutePath);
     database->SetFilePath(absolutePath);
     database->MarkUnchanged();
     Taskmill_AddToRecentProjects(absolutePath);
@@ -229,10 +264,16 @@ bool Taskmill_Project::SaveUnattended()
 {
     if (FilePath().isEmpty() || !HasUnsavedChanges())
         return true;
-    if (!WriteFile(FilePath())) {
-        qWarning("The project could not be written to %ls", qUtf16Printable(FilePath()));
+    const QString path = FileHasChanged() ? SpareFile(FilePath()) : FilePath();
+    if (!WriteFile(path)) {
+        qWarning("The project could not be written to %ls", qUtf16Printable(path));
         return false;
     }
+    if (path == FilePath())
+        m_fileStamp = FileStamp::Of(path);
+    else
+        qWarning("The project file was changed by another program; this project was written to %ls",
+                 qUtf16Printable(path));
     CurrentDatabase()->MarkUnchanged();
     return true;
 }

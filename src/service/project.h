@@ -2,6 +2,7 @@
 
 #include "service/jobtabs.h"
 
+#include <QDateTime>
 #include <QObject>
 #include <QString>
 
@@ -34,14 +35,17 @@ public:
     [[nodiscard]] bool OpenProject(const QString &path);
     /// Replaces the current project by an empty one with the default job types, whose queues run.
     [[nodiscard]] bool NewProject();
-    /// Writes the project to its file; one that was never saved asks for a name first. False when there is no
-    /// name or the file could not be written, which is reported; the file and the project are then as they
-    /// were before.
+    /// Whether another program has changed the project's file since it was opened or saved here.
+    [[nodiscard]] bool FileHasChanged() const;
+    /// Writes the project to its file; one that was never saved asks for a name first, and one whose file has
+    /// changed whether to replace it. False when there is no name or the file could not be written, which is
+    /// reported; the file and the project are then as they were before.
     bool SaveProject();
     /// Writes the project to the file of that name, which becomes its own.
     bool SaveProjectAs(const QString &path);
     /// Writes unsaved changes to the project's own file without asking or reporting anything but to the debug
-    /// log, for a program that is told to end. False when they could not be written.
+    /// log, for a program that is told to end; beside the file when that has changed. False when they could
+    /// not be written.
     bool SaveUnattended();
     /// The trimmed name with ".mill" at its end; empty for an empty one.
     [[nodiscard]] static QString ProjectFileName(const QString &name);
@@ -85,4 +89,15 @@ private:
     Taskmill_JobTypeList &m_jobTypes;
     KilnUtil_IDManager &m_jobNumbers;
     const Taskmill_JobTabs m_tabs;
+
+    /// What tells that a file is still the one that was read or written.
+    struct FileStamp
+    {
+        QDateTime Modified;
+        qint64 Size = 0;
+
+        static FileStamp Of(const QString &path);
+        bool operator==(const FileStamp &) const = default;
+    };
+    FileStamp m_fileStamp;
 };

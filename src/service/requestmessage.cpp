@@ -129,6 +129,10 @@ Taskmill_RequestMessage Taskmill_RequestMessage::Parse(const QByteArray &bytes)
 
 bool Taskmill_AsksForReply(QByteArrayView bytes)
 {
-    const qsizetype begin = bytes.size() - Taskmill_ReplyRequestLine.size();
-    return bytes.endsWith(Taskmill_ReplyRequestLine) && (begin == 0 || bytes[begin - 1] == '\n');
+    if (!bytes.endsWith('\n'))
+        return false;
+    bytes.chop(bytes.endsWith("\r\n") ? 2 : 1);
+    const QByteArrayView wanted = Taskmill_ReplyRequestLine.chopped(1);
+    const qsizetype begin = bytes.size() - wanted.size();
+    return bytes.endsWith(wanted) && (begin == 0 || bytes[begin - 1] == '\n');
 }

@@ -156,7 +156,7 @@ void Taskmill_RequestServer::HandleMessage(Taskmill_RequestConnection &connectio
                                            const Taskmill_RequestMessage &request)
 {
     const QScopedValueRollback busy{m_busy, true};
-    QByteArray answer;
+    QByteArray answer = Taskmill_AcceptedReply.toByteArray() + '\n';
     if (!request.Action.isEmpty() && request.Action.compare("test"_L1, Qt::CaseInsensitive) != 0) {
         if (!request.ClientName.isEmpty())
             m_knownClients.insert(request.ClientName);

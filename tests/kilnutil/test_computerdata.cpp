@@ -27,7 +27,7 @@ void TestComputerData::PortsCanBeOverridden_data()
     QTest::addColumn<QByteArray>("consoleText");
     QTest::addColumn<int>("guiPort");
     QTest::addColumn<int>("consolePort");
-    QTest::addColumn<int>("warningsPerCall");
+    QTest::addColumn<int>("warnings");
     QTest::newRow("no override") << QByteArray{} << QByteArray{} << 27641 << 27642 << 0;
     QTest::newRow("both") << QByteArray{"40001"} << QByteArray{"65535"} << 40001 << 65535 << 0;
     QTest::newRow("a word and zero") << QByteArray{"http"} << QByteArray{"0"} << 27641 << 27642 << 2;
@@ -39,10 +39,10 @@ void TestComputerData::PortsCanBeOverridden()
 {
     QFETCH(const QByteArray, guiText);
     QFETCH(const QByteArray, consoleText);
-    QFETCH(const int, warningsPerCall);
+    QFETCH(const int, warnings);
     qputenv("TASKMILL_GUI_PORT", guiText);
     qputenv("TASKMILL_CONSOLE_PORT", consoleText);
-    for (int warning = 0; warning < 2 * warningsPerCall; ++warning)
+    for (int warning = 0; warning < warnings; ++warning)
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u"TASKMILL_.*ignored"_s});
     QTEST(int{KilnUtil_ComputerData::TaskmillGUIPortNumber()}, "guiPort");
     QTEST(int{KilnUtil_ComputerData::TaskmillConsolePortNumber()}, "consolePort");
