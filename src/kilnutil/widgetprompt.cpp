@@ -77,7 +77,7 @@ QString InBounds(const QString &text, const QWidget &box)
         }
         layout.endLayout();
         if (paragraph.isEmpty())
-            lines.append({});
+            lines.append(QString{});
     }
     if (text.size() > mostCharacters)
         lines.last() += u'…';
