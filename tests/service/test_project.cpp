@@ -30,6 +30,7 @@ private Q_SLOTS:
     void StoredNumbers();
     void JobsGoOnAfterSaving();
     void FailedSaveLeavesEverything();
+    void FileChangedElsewhereIsNotReplaced();
     void LongOutputIsKept();
     void AsksBeforeClosing();
     void SaveDialogCompletesTheName();
@@ -142,7 +143,7 @@ void TestProject::StoredNumbers_data()
     QTest::newRow("stored") << u"41"_s << u"4"_s << 42 << 4;
     QTest::newRow("no number, zero") << u"many"_s << u"0"_s << 8 << 1;
     QTest::newRow("negative") << u"-3"_s << u"-2"_s << 8 << 1;
-    QTest::newRow("used up") << QString::number(std::numeric_limits<int>::max()) << u"1"_s << 1 << 1;
+    QTest::newRow("used up") << QString::number(std::numeric_limits<int>::max()) << u"1"_s << 8 << 1;
 }
 
 void TestProject::StoredNumbers()
@@ -190,14 +191,44 @@ void TestProject::FailedSaveLeavesEverything()
     const QString aside = m_manager->Path(u"aside"_s);
     QVERIFY(QFile::rename(File(), aside));
     QVERIFY(QDir{}.mkdir(File()));
+    // Another program has put it there.
+    m_manager->prompt.answers = {WarnAnswer::Yes};
     QVERIFY(!m_manager->project.SaveProject());
-    QCOMPARE(m_manager->prompt.asked.size(), 2);
+    QCOMPARE(m_manager->prompt.asked.size(), 3);
     QVERIFY(m_manager->project.HasUnsavedChanges());
     QCOMPARE(m_manager->project.FilePath(), File());
 
     TestManager::Release(input);
     QTRY_COMPARE(FinishedCount(), 1);
     QVERIFY(QDir{}.rmdir(File()));
+    QVERIFY(m_manager->project.SaveProject());
+    QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM FinishedJobs"_s), QStringList{u"1"_s});
+}
+
+void TestProject::FileChangedElsewhereIsNotReplaced()
+{
+    m_manager->NewProject();
+    QVERIFY(m_manager->project.SaveProjectAs(File()));
+    RawDatabase{File()}.Execute(
+        {u"UPDATE Queues SET MaxRunningJobs = 5 WHERE Name = 'Long'"_s, u"DROP TABLE FinishedJobs"_s});
+    SubmitGated(m_manager->shortJobs);
+    m_manager->prompt.answers = {WarnAnswer::No};
+    QVERIFY(!m_manager->project.SaveProject());
+    const QString limit = u"SELECT MaxRunningJobs FROM Queues WHERE Name = 'Long'"_s;
+    QCOMPARE(RowsOfFile(File(), limit), QStringList{u"5"_s});
+    // Nobody can be asked.
+    QVERIFY(m_manager->project.SaveUnattended());
+    QCOMPARE(RowsOfFile(File(), limit), QStringList{u"5"_s});
+    const QStringList spare = QDir{m_manager->directory.path()}.entryList({u"jobs-*.mill"_s});
+    QCOMPARE(spare.size(), 1);
+    QCOMPARE(RowsOfFile(spare.first(), u"SELECT COUNT(*) FROM ShortJobsQueue"_s), QStringList{u"1"_s});
+
+    // The table that was lost is made anew, or finished jobs would be lost.
+    QVERIFY(m_manager->project.OpenProject(File()));
+    QCOMPARE(m_manager->longJobs.Jobs().MaxRunningJobs(), 5);
+    QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(m_manager->AddGatedJobType(), 1), true));
+    RawDatabase{File()}.Execute({u"UPDATE Queues SET MaxRunningJobs = 6"_s});
+    m_manager->prompt.answers = {WarnAnswer::Yes};
     QVERIFY(m_manager->project.SaveProject());
     QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM FinishedJobs"_s), QStringList{u"1"_s});
 }
@@ -271,6 +302,7 @@ void TestProject::SaveDialogCompletesTheName()
     QCOMPARE(saved(u"old.mill"_s), u"old.mill 1"_s);
     QCOMPARE(saved(u"old"_s, WarnAnswer::Yes), u"old.mill 2"_s);
     QCOMPARE(saved(u"old"_s, WarnAnswer::No), u" 2"_s);
+    QCOMPARE(saved(u"old.mill "_s, WarnAnswer::No), u" 2"_s);
 }
 
 void TestProject::RecentProjects()
@@ -337,6 +369,12 @@ void TestProject::BadFilesCostNothing()
         WriteTestFile(File(), content);
         QCOMPARE(RefusalOfFile(), unreadable);
     }
+    WriteTestFile(File(), good);
+    RawDatabase{File()}.Execute(
+        {u"DROP TABLE LongJobsQueue"_s,
+         u"CREATE VIEW LongJobsQueue AS WITH RECURSIVE Endless(JobID) AS (SELECT 1 UNION ALL "
+         "SELECT JobID + 1 FROM Endless) SELECT JobID FROM Endless"_s});
+    QCOMPARE(RefusalOfFile(), unreadable);
     const QString noProject = u"The specified file is not a Taskmill project:"_s;
     WriteTestFile(File(), {});
     QCOMPARE(RefusalOfFile(), noProject);
