@@ -10,6 +10,8 @@ target_compile_definitions(taskmill_options INTERFACE
 target_include_directories(taskmill_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 if(MSVC)
     target_compile_options(taskmill_options INTERFACE /W4 /WX /utf-8 /permissive-)
+    # Its headers otherwise define "max" and call the standard library's functions deprecated.
+    target_compile_definitions(taskmill_options INTERFACE NOMINMAX _CRT_SECURE_NO_WARNINGS)
 else()
     target_compile_options(taskmill_options INTERFACE -Wall -Wextra -Wpedantic -Werror)
 endif()

@@ -14,15 +14,22 @@
 namespace {
 std::function<void()> quitCall;
 std::atomic<bool> eventSeen{false};
+std::atomic<bool> isClosing{false};
+std::atomic<bool> isStopped{false};
 
 bool EndsTheProgram(DWORD event)
 {
     return event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT;
 }
 
-/// Runs on a thread of the system's own.
+/// Runs on a thread of the system's own, which meanwhile holds what is needed to remove the handler and to
+/// leave the console.
 BOOL WINAPI HandleConsoleEvent(DWORD event)
 {
+    if (EndsTheProgram(event))
+        isClosing = true;
+    if (isStopped)
+        return FALSE;
     if (eventSeen.exchange(true)) {
         KilnUtil_Platform::KillRegisteredChildren();
         return FALSE;
@@ -79,9 +86,9 @@ private:
 void Reconnect(DWORD which, FILE *stream, const char *name, const char *mode)
 {
     if (!IsRedirected(GetStdHandle(which))) {
-        FILE *reopened = nullptr;
-        // The run-time library of a program without a console does not tell the system of the new handle.
-        if (freopen_s(&reopened, name, mode, stream) == 0)
+        // The secure variant would not share the console with the other streams and programs. The run-time
+        // library of a program without a console does not tell the system of the new handle.
+        if (std::freopen(name, mode, stream))
             SetStdHandle(which, reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream))));
     }
     std::setvbuf(stream, nullptr, _IONBF, 0);
@@ -122,9 +129,10 @@ bool Taskmill_Platform::OpenConsole()
 
 void Taskmill_Platform::ReconnectStreams()
 {
-    Reconnect(STD_OUTPUT_HANDLE, stdout, "CONOUT$", "w");
+    // A console tells its mode only to who may read from it.
+    Reconnect(STD_OUTPUT_HANDLE, stdout, "CONOUT$", "w+");
     Reconnect(STD_INPUT_HANDLE, stdin, "CONIN$", "r");
-    Reconnect(STD_ERROR_HANDLE, stderr, "CONOUT$", "w");
+    Reconnect(STD_ERROR_HANDLE, stderr, "CONOUT$", "w+");
     // Otherwise the toolkit's warnings go to the debugger when standard error is redirected. The jobs do not
     // inherit this: their environment was taken before.
     qputenv("QT_FORCE_STDERR_LOGGING", "1");
@@ -132,7 +140,8 @@ void Taskmill_Platform::ReconnectStreams()
 
 void Taskmill_Platform::ReleaseConsole()
 {
-    FreeConsole();
+    if (!isClosing)
+        FreeConsole();
 }
 
 void Taskmill_Platform::CallOnTermination(const std::function<void()> &quit)
@@ -143,5 +152,6 @@ void Taskmill_Platform::CallOnTermination(const std::function<void()> &quit)
 
 void Taskmill_Platform::StopCallingOnTermination()
 {
-    SetConsoleCtrlHandler(HandleConsoleEvent, FALSE);
+    // The handler stays: it may be waiting for the end of the program.
+    isStopped = true;
 }

@@ -10,13 +10,19 @@
 namespace {
 constexpr qsizetype mostUnitsAtOnce = 8192; // older consoles refuse long texts
 
+HANDLE HandleOf(std::FILE *stream)
+{
+    const int descriptor = _fileno(stream);
+    if (descriptor >= 0)
+        return reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
+    // A program that began without a console, and to whose console the run-time library could not turn.
+    return GetStdHandle(stream == stderr ? STD_ERROR_HANDLE : STD_OUTPUT_HANDLE);
+}
+
 /// Null when the stream is no console.
 HANDLE ConsoleOf(std::FILE *stream)
 {
-    const int descriptor = _fileno(stream);
-    if (descriptor < 0)
-        return nullptr;
-    const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
+    const HANDLE handle = HandleOf(stream);
     DWORD mode = 0;
     return GetConsoleMode(handle, &mode) ? handle : nullptr;
 }

@@ -29,7 +29,7 @@ private Q_SLOTS:
     void OpensAConsoleOfItsOwn();
 
 private:
-    /// Starts a manager that has this program's streams.
+    /// Starts a manager that has the streams of this program's console, if it has one.
     void Start(const QStringList &arguments);
     [[nodiscard]] bool HasEnded() const { return m_process->state() == QProcess::NotRunning; }
 
@@ -69,6 +69,8 @@ void TestWindowsConsole::Start(const QStringList &arguments)
     m_process->setWorkingDirectory(m_project->Path({}));
     m_process->setProcessChannelMode(QProcess::ForwardedChannels);
     m_process->setInputChannelMode(QProcess::ForwardedInputChannel);
+    if (!m_console)
+        WindowsConsole::KeepFrom(*m_process);
     m_process->start(QStringLiteral(TASKMILL_MANAGER), arguments);
 }
 
@@ -94,14 +96,16 @@ void TestWindowsConsole::ShowsAndReadsAnyName()
 
 void TestWindowsConsole::QuitsFromTheEventLoop_data()
 {
-    QTest::addColumn<bool>("byBreak");
-    QTest::newRow("Ctrl+C") << false;
-    QTest::newRow("Ctrl+Break") << true;
+    using Event = WindowsConsole::Event;
+    QTest::addColumn<Event>("event");
+    QTest::newRow("Ctrl+C") << Event::ControlC;
+    QTest::newRow("Ctrl+Break") << Event::Break;
+    QTest::newRow("window closed") << Event::Close;
 }
 
 void TestWindowsConsole::QuitsFromTheEventLoop()
 {
-    QFETCH(const bool, byBreak);
+    QFETCH(const WindowsConsole::Event, event);
     m_console = std::make_unique<WindowsConsole>();
     if (!m_console->IsOpen())
         QSKIP("No console can be opened here");
@@ -114,10 +118,7 @@ void TestWindowsConsole::QuitsFromTheEventLoop()
     QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(input + u".pid"_s), 60'000);
     const int jobProcess = ReadTestFile(input + u".pid"_s).toInt();
 
-    if (byBreak)
-        m_console->Break();
-    else
-        m_console->PressControlC();
+    QVERIFY(WindowsConsole::Make(event, m_process->processId()));
     QTRY_VERIFY_WITH_TIMEOUT(HasEnded(), 60'000);
     QCOMPARE(m_process->exitStatus(), QProcess::NormalExit);
     QCOMPARE(m_process->exitCode(), 0);
@@ -144,7 +145,7 @@ void TestWindowsConsole::OpensAConsoleOfItsOwn()
     m_console->Type(u"pwd"_s);
     QVERIFY(m_console->Expect(u"Current Directory:  "_s));
 
-    QVERIFY(WindowsConsole::CloseWindow());
+    QVERIFY(WindowsConsole::Make(WindowsConsole::Event::Close, m_process->processId()));
     QTRY_VERIFY_WITH_TIMEOUT(HasEnded(), 60'000);
     QCOMPARE(m_process->exitStatus(), QProcess::NormalExit);
     QCOMPARE(m_process->exitCode(), 0);

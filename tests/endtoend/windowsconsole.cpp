@@ -1,6 +1,8 @@
 #include "endtoend/windowsconsole.h"
 
-#include <QStringList>
+#include "support/testutil.h"
+
+#include <QProcess>
 #include <QtTest>
 
 #include <vector>
@@ -35,6 +37,31 @@ INPUT_RECORD Key(QChar character, bool down)
     record.Event.KeyEvent.uChar.UnicodeChar = static_cast<wchar_t>(character.unicode());
     return record;
 }
+
+/// Has the process handle the event as the system would do it.
+bool HandleEvent(qint64 processID, DWORD event)
+{
+    const auto handle = reinterpret_cast<LPTHREAD_START_ROUTINE>(
+        reinterpret_cast<void *>(GetProcAddress(GetModuleHandleW(L"kernelbase"), "CtrlRoutine")));
+    const HANDLE process = OpenProcess(PROCESS_ALL_ACCESS, FALSE, static_cast<DWORD>(processID));
+    if (!handle || !process)
+        return false;
+    // The library stands at the same place in every process.
+    const HANDLE thread = CreateRemoteThread(process, nullptr, 0, handle,
+                                             reinterpret_cast<void *>(ULONG_PTR{event}), 0, nullptr);
+    CloseHandle(process);
+    return thread && CloseHandle(thread);
+}
+
+bool Close(qint64 processID)
+{
+    const HWND window = GetConsoleWindow();
+    // Whoever is still at the console when it is closed is ended.
+    FreeConsole();
+    // Wine ends the others too, without asking them.
+    return RunsUnderWine() ? HandleEvent(processID, CTRL_CLOSE_EVENT)
+                           : window && PostMessageW(window, WM_CLOSE, 0, 0);
+}
 } // namespace
 
 WindowsConsole::WindowsConsole(int processID)
@@ -48,6 +75,8 @@ WindowsConsole::WindowsConsole(int processID)
     SetConsoleCtrlHandler(Ignore, TRUE);
     m_input = OpenConsoleFile(L"CONIN$");
     m_output = OpenConsoleFile(L"CONOUT$");
+    // No path is to be broken at the edge.
+    SetConsoleScreenBufferSize(m_output, {250, 250});
 }
 
 bool WindowsConsole::IsOpen() const
@@ -77,27 +106,31 @@ void WindowsConsole::Type(const QString &line) const
     WriteConsoleInputW(m_input, records.data(), static_cast<DWORD>(records.size()), &written);
 }
 
-void WindowsConsole::Break() const
+bool WindowsConsole::Make(Event event, qint64 processID)
 {
-    GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, 0);
-}
-
-void WindowsConsole::PressControlC() const
-{
-    GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
-}
-
-bool WindowsConsole::CloseWindow()
-{
-    const HWND window = GetConsoleWindow();
-    // Whoever is still at the console when it is closed is ended.
-    FreeConsole();
-    return window && PostMessageW(window, WM_CLOSE, 0, 0);
+    switch (event) {
+    case Event::ControlC:
+        return GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
+    case Event::Break:
+        // Wine sends Ctrl+C alone.
+        return GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, 0) || HandleEvent(processID, CTRL_BREAK_EVENT);
+    case Event::Close:
+        return Close(processID);
+    }
+    return false;
 }
 
 bool WindowsConsole::IsMinimised()
 {
     return IsIconic(GetConsoleWindow());
+}
+
+void WindowsConsole::KeepFrom(QProcess &process)
+{
+    process.setCreateProcessArgumentsModifier([](QProcess::CreateProcessArguments *arguments) {
+        arguments->flags |= DETACHED_PROCESS;
+        arguments->startupInfo->dwFlags &= ~static_cast<DWORD>(STARTF_USESTDHANDLES);
+    });
 }
 
 QString WindowsConsole::Screen() const

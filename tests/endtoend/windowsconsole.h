@@ -2,6 +2,8 @@
 
 #include <QString>
 
+class QProcess;
+
 /// The console of this program: its keyboard and its screen, as a user has them before him.
 class WindowsConsole
 {
@@ -15,12 +17,18 @@ public:
     [[nodiscard]] bool IsOpen() const;
     /// Presses the keys for the text and Enter.
     void Type(const QString &line) const;
-    /// Ctrl+Break or Ctrl+C for every program at this console but this one.
-    void Break() const;
-    void PressControlC() const;
-    /// Leaves the console and closes its window, as the user does by its button. False when it has none.
-    [[nodiscard]] static bool CloseWindow();
+    enum class Event
+    {
+        ControlC,
+        Break,
+        Close ///< by the button of its window
+    };
+    /// Makes the event happen to the process; whatever else is at the console, this program excepted, may be
+    /// met by it too. False when that cannot be done.
+    [[nodiscard]] static bool Make(Event event, qint64 processID);
     [[nodiscard]] static bool IsMinimised();
+    /// Has the process start without any stream or console, as the desktop starts programs.
+    static void KeepFrom(QProcess &process);
     /// What stands on the screen, all lines without what is blank at their ends.
     [[nodiscard]] QString Screen() const;
     /// Waits until the text stands there.
