@@ -1,0 +1,130 @@
+#include "kilnutil/registry.h"
+#include "kilnutil/tablewidget.h"
+#include "kilnutil/widgetprompt.h"
+#include "support/testutil.h"
+
+#include <QApplication>
+#include <QDragEnterEvent>
+#include <QHeaderView>
+#include <QMimeData>
+#include <QStandardItemModel>
+#include <QTimer>
+#include <QtTest>
+
+#include <memory>
+
+using namespace Qt::Literals::StringLiterals;
+
+/// The table and the questions.
+class TestWidgets : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        FailOnQtWarnings();
+        m_place = std::make_unique<QTemporaryDir>();
+        KeepSettingsIn(m_place->path());
+        KilnUtil_Registry::SetAppData(u"TaskmillGUI"_s, u"1"_s, u"1.1"_s, u"1.1.18"_s, u"TASKMILLPREFS_DIR"_s,
+                                      u".taskmillprefs"_s);
+        m_model = std::make_unique<QStandardItemModel>(0, 3);
+        MakeTable();
+    }
+
+    void cleanup()
+    {
+        m_table.reset();
+        m_model.reset();
+        m_place.reset();
+    }
+
+    void RemembersColumns()
+    {
+        m_table->RememberColumns(u"LongJobsQueue"_s);
+        m_table->setColumnWidth(0, 217);
+        m_table->horizontalHeader()->moveSection(2, 0);
+        MakeTable();
+        m_table->RememberColumns(u"LongJobsQueue"_s);
+        QCOMPARE(m_table->columnWidth(0), 217);
+        QCOMPARE(m_table->horizontalHeader()->logicalIndex(0), 2);
+        // What other versions have left, and nonsense.
+        const QStringList saved{u"5:90"_s, u"1:123"_s,          u":"_s,    u"x:1"_s,         u"1"_s,
+                                u"-1:5"_s, u"2:999999999999"_s, u"1:50"_s, u"1:2000000000"_s};
+        KilnUtil_Registry::SetValue(u"/Tables/Finished/Columns"_s, saved);
+        MakeTable();
+        m_table->RememberColumns(u"Finished"_s);
+        QCOMPARE(m_table->columnWidth(1), 10'000);
+        QCOMPARE(m_table->horizontalHeader()->logicalIndex(0), 1);
+    }
+
+    void TakesDroppedFiles()
+    {
+        const QUrl file = QUrl::fromLocalFile(u"/tmp/a b/ü.mop"_s);
+        const QUrl folder = QUrl::fromLocalFile(u"/tmp"_s);
+        const QUrl web{u"https://example.org/a.mop"_s};
+        const QSignalSpy dropped{m_table.get(), &KilnUtil_TableWidget::DropSignal};
+        QVERIFY(!Drop({file}, Qt::CopyAction));
+        m_table->SetAcceptsFiles(true);
+        QVERIFY(!Drop({web}, Qt::CopyAction));
+        // A program that moves files would delete them afterwards.
+        QVERIFY(!Drop({file}, Qt::MoveAction));
+        QVERIFY(Drop({file, web, folder}, Qt::CopyAction | Qt::MoveAction | Qt::LinkAction));
+        // The other program is let go before anybody acts.
+        QVERIFY(dropped.isEmpty());
+        QCoreApplication::processEvents();
+        QCOMPARE(dropped.size(), 1);
+        QCOMPARE(dropped.first().first().toStringList(), (QStringList{u"/tmp/a b/ü.mop"_s, u"/tmp"_s}));
+        QVERIFY(Drop({file}, Qt::LinkAction));
+    }
+
+    void EnterAnswersOnlyWithADefault()
+    {
+        using WarnMode = KilnUtil_UserPrompt::WarnMode;
+        using WarnAnswer = KilnUtil_UserPrompt::WarnAnswer;
+        KilnUtil_WidgetPrompt prompt;
+        bool stillOpen = false;
+        QTimer::singleShot(0, qApp, [&] {
+            QWidget *box = QApplication::activeModalWidget();
+            QTest::keyClick(box, Qt::Key_Return);
+            stillOpen = box->isVisible();
+            QTest::keyClick(box, Qt::Key_Escape);
+        });
+        QCOMPARE(prompt.AskQuestion(u"Remove"_s, u"Remove it?"_s, WarnMode::YesNo, WarnAnswer::None),
+                 WarnAnswer::No);
+        QVERIFY(stillOpen);
+        QTimer::singleShot(0, qApp,
+                           [] { QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Return); });
+        QCOMPARE(prompt.ReportWarning(u"Save"_s, u"Save it?"_s, WarnMode::YesNoCancel, WarnAnswer::Yes),
+                 WarnAnswer::Yes);
+    }
+
+private:
+    void MakeTable()
+    {
+        m_table = std::make_unique<KilnUtil_TableWidget>(nullptr);
+        m_table->SetSourceModel(m_model.get());
+        m_table->SetColumnHints({8, 20, 20});
+        m_table->resize(600, 300);
+        m_table->show();
+        QVERIFY(QTest::qWaitForWindowActive(m_table.get()));
+    }
+    /// Whether the drop is accepted, and not as a move.
+    [[nodiscard]] bool Drop(const QList<QUrl> &urls, Qt::DropActions actions)
+    {
+        QMimeData data;
+        data.setUrls(urls);
+        QDragEnterEvent enter{QPoint{20, 20}, actions, &data, Qt::LeftButton, {}};
+        QCoreApplication::sendEvent(m_table->viewport(), &enter);
+        QDropEvent drop{QPointF{20, 20}, actions, &data, Qt::LeftButton, {}};
+        QCoreApplication::sendEvent(m_table->viewport(), &drop);
+        return drop.isAccepted() && drop.dropAction() != Qt::MoveAction;
+    }
+
+    std::unique_ptr<QTemporaryDir> m_place;
+    std::unique_ptr<QStandardItemModel> m_model;
+    std::unique_ptr<KilnUtil_TableWidget> m_table;
+};
+
+QTEST_MAIN(TestWidgets)
+#include "test_widgets.moc"
