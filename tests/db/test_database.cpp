@@ -1,5 +1,4 @@
 #include "databasetestutil.h"
-#include "support/scriptedprompt.h"
 #include "support/testutil.h"
 
 #include <QTemporaryDir>
@@ -8,151 +7,6 @@
 #include <sqlite3.h>
 
 using namespace Qt::Literals::StringLiterals;
-
-/// The tables: how they are made, and how those of earlier versions are upgraded.
-class TestDatabase : public QObject
-{
-    Q_OBJECT
-
-private Q_SLOTS:
-    void init() { FailOnQtWarnings(); }
-    void TablesThatExistAreAccepted();
-    void CreationThatFailedIsTakenUpAgain();
-    void FailedIndexIsReported();
-    void NothingHappensWithoutConnection();
-    void UpgradeAddsMissingColumns();
-    void DriverUsesTheLibraryOfTheProgram();
-
-private:
-    [[nodiscard]] QString Path() const
-    {
-        return m_directory.filePath(u"%1.mill"_s.arg(QLatin1StringView{QTest::currentTestFunction()}));
-    }
-
-    QTemporaryDir m_directory;
-};
-
-static QString TablesSql()
-{
-    return u"SELECT sql FROM sqlite_master WHERE type = 'table' ORDER BY rowid"_s;
-}
-
-void TestDatabase::TablesThatExistAreAccepted()
-{
-    const auto made = MakeDatabase();
-    QVERIFY(!made->HasUnsavedChanges());
-    const QString indices = u"SELECT count(*) FROM sqlite_master WHERE type = 'index' AND sql > ''"_s;
-    QCOMPARE(RowsOf(*made, indices), QStringList{u"5"_s});
-    RawDatabase{Path()}.Execute(RowsOf(*made, TablesSql()));
-    const auto database = MakeClosedDatabase(Path());
-    QVERIFY(!database->UpgradeTables());
-    QVERIFY(database->Open());
-    QVERIFY(!database->UpgradeTables());
-    QVERIFY(database->CreateTables());
-    database->Close();
-    QCOMPARE(RowsOfFile(Path(), indices), QStringList{u"0"_s});
-}
-
-void TestDatabase::CreationThatFailedIsTakenUpAgain()
-{
-    ScriptedPrompt prompt;
-    RawDatabase{Path()}.Execute({u"CREATE VIEW ShortJobsQueue AS SELECT 1"_s});
-    const auto database = MakeClosedDatabase(Path());
-    QVERIFY(database->Open());
-
-    for (int attempt = 1; attempt <= 2; ++attempt) {
-        QVERIFY(!database->InitializeTables());
-        QCOMPARE(prompt.asked.size(), attempt);
-        QCOMPARE(prompt.asked.last().title, u"Creating \"ShortJobsQueue\" Table"_s);
-        QVERIFY(prompt.asked.last().text.contains(u"already"_s));
-    }
-    QVERIFY(!database->InsertGeneralData(u"Name"_s, u"Value"_s, true));
-
-    // The tables in front of the failed one are there, and the transaction is still open: ending it keeps
-    // them.
-    QVERIFY(database->DeleteLongJob(1));
-    const QStringList tables = RowsOf(*MakeDatabase(), TablesSql());
-    QCOMPARE(RowsOfFile(Path(), TablesSql()), tables.first(4));
-    RawDatabase{Path()}.Execute({u"DROP VIEW ShortJobsQueue"_s});
-    QVERIFY(database->CreateTables());
-    QVERIFY(database->InsertGeneralData(u"Name"_s, u"Value"_s, true));
-    database->Close();
-    QCOMPARE(RowsOfFile(Path(), TablesSql()), tables);
-}
-
-void TestDatabase::FailedIndexIsReported()
-{
-    ScriptedPrompt prompt;
-    RawDatabase{Path()}.Execute({u"CREATE TABLE JobTypes_DefaultQueueID_Index (a)"_s});
-    const auto database = MakeClosedDatabase(Path());
-    QVERIFY(database->Open());
-    QVERIFY(!database->CreateTables());
-    QCOMPARE(prompt.asked.size(), 1);
-    QCOMPARE(prompt.asked.first().title, u"Creating \"JobTypes\" Table"_s);
-    // Without its index the table is there all the same, which the second call accepts.
-    QVERIFY(database->CreateTables());
-}
-
-void TestDatabase::NothingHappensWithoutConnection()
-{
-    ScriptedPrompt prompt;
-    const auto database = MakeClosedDatabase();
-    QVERIFY(!database->CreateTables());
-    QVERIFY(!database->InitializeTables());
-    QVERIFY(!database->UpdateJobType(0, {}));
-    QVERIFY(!database->DeleteLongJob(0));
-    QVERIFY(prompt.asked.isEmpty());
-    QVERIFY(database->Open());
-    QVERIFY(database->CreateTables());
-    database->Close();
-    QVERIFY(database->InsertGeneralData(u"Name"_s, u"made in a new connection"_s, true));
-
-    Taskmill_Database noDriver{Taskmill_Database::MySQL, u"name"_s, u"QNODRIVER"_s, {}, {}, {}, {}, {}};
-    QVERIFY(!noDriver.Open());
-    QVERIFY(noDriver.LastErrorMessage().contains(u"QNODRIVER"_s));
-    QVERIFY(!noDriver.InsertGeneralData(u"Name"_s, u"Value"_s, true));
-}
-
-void TestDatabase::UpgradeAddsMissingColumns()
-{
-    const QString oldFinishedJobs =
-        u"CREATE TABLE FinishedJobs (FinishedJobID INTEGER NOT NULL UNIQUE PRIMARY KEY,Name TEXT NOT NULL,"
-        "JobTypeID INTEGER NOT NULL,QueueID INTEGER NOT NULL,ApplicationName TEXT NOT NULL,"
-        "ExecutablePath TEXT NOT NULL,InputFilePath TEXT,CommandLine TEXT NOT NULL,Status TEXT,"
-        "Submitted timestamp,Started timestamp,Finished timestamp,Created timestamp NOT NULL,"
-        "LastModified timestamp NOT NULL,JobID INTEGER NOT NULL,ClientName TEXT,ClientAppName TEXT,"
-        "ClientAddress TEXT,ClientPort INTEGER,ClientUID INTEGER,ClientGID INTEGER)"_s;
-    const QStringList jobColumns{u"InputFilePath2"_s, u"JobClass"_s, u"ClientNotification"_s};
-    QStringList old = RowsOf(*MakeDatabase(), TablesSql());
-    for (const QString &column : jobColumns)
-        old.replaceInStrings(QRegularExpression{u',' + column + u" [A-Z]+"_s}, QString{});
-    old.removeIf([](const QString &sql) {
-        return sql.contains(" RunningJobs "_L1) || sql.contains(" FinishedJobs "_L1);
-    });
-    QVERIFY(!old.join(u' ').contains(u"JobClass"_s));
-    RawDatabase{Path()}.Execute(old + QStringList{oldFinishedJobs,
-                                                  u"INSERT INTO FinishedJobs VALUES (0,'old',7,1,'a','e','i',"
-                                                  "'c','Failed','','','','','',9,'','','',1,2,3)"_s});
-
-    const auto database = MakeClosedDatabase();
-    for (int load = 1; load <= 2; ++load) {
-        QVERIFY(database->LoadFromFile(Path()));
-        const QString columns = u"SELECT name FROM pragma_table_info('%1')"_s;
-        for (const auto table : {"LongJobsQueue"_L1, "ShortJobsQueue"_L1, "QueuelessJobs"_L1, "Jobs"_L1})
-            QCOMPARE(RowsOf(*database, columns.arg(table)).last(3), jobColumns);
-        QCOMPARE(RowsOf(*database, columns.arg("FinishedJobs"_L1)).last(4),
-                 QStringList{u"StdOutAndStdErr"_s} + jobColumns);
-        QCOMPARE(RowsOf(*database, columns.arg("RunningJobs"_L1)), QStringList{});
-    }
-    QVERIFY(!database->HasUnsavedChanges());
-    const auto jobs = database->GetFinishedJobs();
-    QCOMPARE(jobs.size(), 1);
-    QCOMPARE(jobs.first().Name, u"old"_s);
-    QCOMPARE(jobs.first().QueueName, u"Short"_s);
-    Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 10);
-    QVERIFY(database->InsertFinishedJob(job, true));
-    QCOMPARE(database->GetFinishedJobs().last().StdOutAndStdErr, job.StdOutAndStdErr);
-}
 
 namespace {
 int openedDatabases = 0;
@@ -164,17 +18,204 @@ int CountDatabase(sqlite3 *, const char **, const sqlite3_api_routines *)
 }
 } // namespace
 
-/// A driver with an SQLite of its own inside gives out handles that the program must not use.
-void TestDatabase::DriverUsesTheLibraryOfTheProgram()
+/// The tables, how those of earlier versions are upgraded, and the rows in them.
+class TestDatabase : public QObject
 {
-    sqlite3_auto_extension(reinterpret_cast<void (*)()>(CountDatabase));
-    Taskmill_Database database{
-        KilnUtil_Database_Foundation::SQLiteMemory, {}, u"QSQLITE"_s, {}, {}, {}, {}, {}};
-    const bool opened = database.Open();
-    sqlite3_reset_auto_extension();
-    QVERIFY(opened);
-    QCOMPARE(openedDatabases, 1);
-}
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { FailOnQtWarnings(); }
+
+    void UpgradeAddsMissingColumns()
+    {
+        const QStringList added{u"StdOutAndStdErr"_s, u"InputFilePath2"_s, u"JobClass"_s,
+                                u"ClientNotification"_s};
+        QStringList old = RowsOf(*MakeDatabase(), u"SELECT sql FROM sqlite_master WHERE type = 'table'"_s);
+        for (const QString &column : added)
+            old.replaceInStrings(QRegularExpression{u',' + column + u" [A-Z]+"_s}, QString{});
+        old.removeIf([](const QString &sql) { return sql.contains(" RunningJobs "_L1); });
+        const QString path = m_directory.filePath(u"old.mill"_s);
+        RawDatabase{path}.Execute(old + QStringList{u"INSERT INTO FinishedJobs VALUES (0,'old',7,1,'a','e',"
+                                                    "'i','c','Failed','','','','','',9,'','','',1,2,3)"_s});
+        const auto database = MakeClosedDatabase();
+        for (int load = 1; load <= 2; ++load) {
+            QVERIFY(database->LoadFromFile(path));
+            const QString columns = u"SELECT name FROM pragma_table_info('%1')"_s;
+            for (const auto table : {"LongJobsQueue"_L1, "ShortJobsQueue"_L1, "QueuelessJobs"_L1, "Jobs"_L1})
+                QCOMPARE(RowsOf(*database, columns.arg(table)).last(3), added.last(3));
+            QCOMPARE(RowsOf(*database, columns.arg("FinishedJobs"_L1)).last(4), added);
+        }
+        QVERIFY(!database->HasUnsavedChanges());
+        const Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 10);
+        QVERIFY(database->InsertFinishedJob(job, true));
+        const auto jobs = database->GetFinishedJobs();
+        QCOMPARE(jobs.size(), 2);
+        QCOMPARE(jobs.first().QueueName, u"Short"_s);
+        QCOMPARE(jobs.last().StdOutAndStdErr, job.StdOutAndStdErr);
+    }
+
+    /// A driver with an SQLite of its own inside gives out handles that the program must not use.
+    void DriverUsesTheLibraryOfTheProgram()
+    {
+        sqlite3_auto_extension(reinterpret_cast<void (*)()>(CountDatabase));
+        const bool opened = MakeClosedDatabase()->Open();
+        sqlite3_reset_auto_extension();
+        QVERIFY(opened);
+        QCOMPARE(openedDatabases, 1);
+    }
+
+    void GeneralDataIsInsertedThenUpdated()
+    {
+        const auto database = MakeDatabase();
+        QString value = u"untouched"_s;
+        QVERIFY(!database->GetGeneralData(u"LastJobID"_s, value));
+        QCOMPARE(value, u"untouched"_s);
+        QCOMPARE(database->SetGeneralData(u"Version"_s, u"it's 2"_s), 1);
+        QCOMPARE(database->SetGeneralData(u"LastJobID"_s, u"16"_s), 1);
+        QCOMPARE(database->SetGeneralData(u"LastJobID"_s, u"17"_s), 1);
+        QCOMPARE(RowsOf(*database, u"SELECT GeneralDataID, DataStr FROM GeneralData"_s),
+                 (QStringList{u"0|it's 2"_s, u"1|17"_s}));
+        const QString time = RowsOf(*database, u"SELECT LastModified FROM GeneralData"_s).last();
+        static const QRegularExpression form{u"^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d$"_s};
+        QVERIFY2(form.match(time).hasMatch(), qPrintable(time));
+    }
+
+    void JobTypeKeepsEveryField()
+    {
+        const auto database = MakeDatabase();
+        Taskmill_JobType stored = SampleJobType(u"水 O'Neill"_s);
+        stored.DefaultQueue = u"None"_s;
+        QVERIFY(database->InsertJobType(stored, true, &stored.JobTypeID));
+        stored.DefaultQueue = u"Queueless"_s;
+        QCOMPARE(database->GetJobTypes(), QList{stored});
+        // An apostrophe fails unnoticed in updates.
+        Taskmill_JobType changed = stored;
+        changed.DefaultQueue = u"Short"_s;
+        QVERIFY(database->UpdateJobType(0, changed));
+        QCOMPARE(database->GetJobType(0), stored);
+        changed.Name = u"100%1 plain"_s;
+        changed.ExecutablePath = u"/opt/mopac"_s;
+        QVERIFY(database->UpdateJobType(0, changed));
+        QCOMPARE(database->GetJobTypes(), QList{changed});
+    }
+
+    void JobKeepsEveryField()
+    {
+        using Database = Taskmill_Database;
+        const QList inserts{&Database::InsertLongJob, &Database::InsertShortJob,
+                            &Database::InsertQueuelessJob, &Database::InsertFinishedJob};
+        const QList gets{&Database::GetLongJobs, &Database::GetShortJobs, &Database::GetQueuelessJobs,
+                         &Database::GetFinishedJobs};
+        const QList removals{&Database::DeleteLongJob, &Database::DeleteShortJob,
+                             &Database::DeleteQueuelessJob, &Database::DeleteFinishedJob};
+        const QStringList queues{u"Long"_s, u"Short"_s, u"None"_s, u"None"_s};
+        for (int table = 0; table < 4; ++table) {
+            const auto database = MakeDatabase();
+            Taskmill_JobType jobType = SampleJobType(u"Type"_s);
+            QVERIFY(database->InsertJobType(jobType, true, &jobType.JobTypeID));
+            QList<Taskmill_JobRecord> jobs{SampleJob(jobType, 42), SampleJob(jobType, 41)};
+            jobs[1].Started = {};
+            for (Taskmill_JobRecord &job : jobs) {
+                job.QueueName = queues[table];
+                QVERIFY((*database.*inserts[table])(job, true, nullptr));
+                job.QueueName.replace(u"None"_s, u"Queueless"_s);
+                if (table != 3) {
+                    job.Finished = {};
+                    job.StdOutAndStdErr.clear();
+                }
+            }
+            QCOMPARE((*database.*gets[table])(), jobs);
+            QCOMPARE(database->LargestJobID(), 42);
+            QVERIFY((*database.*removals[table])(41) && (*database.*removals[table])(0));
+            QCOMPARE((*database.*gets[table])(), QList{jobs.first()});
+        }
+    }
+
+    void RowsAreKnownAfterEachChange()
+    {
+        const QString path = m_directory.filePath(u"other.mill"_s);
+        const auto database = MakeDatabase();
+        const auto insert = [&database](qint32 jobID) {
+            QVERIFY(database->InsertLongJob(SampleJob(SampleJobType(u"Type"_s), jobID), true));
+        };
+        const auto content = [&database] {
+            QStringList list = RowsOf(*database, u"SELECT JobID FROM LongJobsQueue"_s);
+            for (const Taskmill_JobType &jobType : database->GetJobTypes())
+                list.append(jobType.Name);
+            return list.join(u' ');
+        };
+        insert(5);
+        insert(6);
+        insert(5);
+        QVERIFY(database->InsertJobType(SampleJobType(u"A"_s), true));
+        QVERIFY(database->SaveToFile(path));
+        QCOMPARE(content(), u"5 6 5 A"_s);
+        QVERIFY(database->DeleteLongJob(5));
+        // The new row has the key of a deleted one.
+        insert(7);
+        insert(8);
+        QVERIFY(database->DeleteLongJob(5) && database->DeleteLongJob(8));
+        QVERIFY(database->InsertJobType(SampleJobType(u"B"_s), true) && database->DeleteJobType(0));
+        QCOMPARE(content(), u"6 7 B"_s);
+        QVERIFY(database->LoadFromFile(path));
+        QVERIFY(database->DeleteLongJob(7));
+        QCOMPARE(content(), u"5 6 5 A"_s);
+        QVERIFY(database->DeleteLongJob(5));
+        QCOMPARE(content(), u"6 A"_s);
+    }
+
+    void OddRowsAreReadable()
+    {
+        const QString path = m_directory.filePath(u"odd.mill"_s);
+        const auto database = MakeDatabase();
+        const Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 1);
+        QVERIFY(database->InsertLongJob(job, true));
+        QVERIFY(database->InsertQueue(u"Long"_s, 1));
+        QVERIFY(database->SaveToFile(path));
+        RawDatabase{path}.Execute(
+            {u"UPDATE Queues SET MaxRunningJobs = 'many'"_s,
+             u"INSERT INTO FinishedJobs VALUES "
+             u"(2147483647,'n','x',7,'a','e',NULL,'c','sleeping','yesterday',3,x'00',"
+             "'','',99999999999,NULL,NULL,NULL,'port',NULL,NULL,NULL,NULL,NULL,NULL)"_s});
+        QVERIFY(database->LoadFromFile(path));
+        QCOMPARE(database->GetMaxRunningJobs(u"Long"_s), -1);
+        const auto jobs = database->GetFinishedJobs();
+        QCOMPARE(jobs.size(), 1);
+        QCOMPARE(jobs.first().QueueName, QString{});
+        QCOMPARE(jobs.first().Status, Taskmill_JobStatus::Unknown);
+        QVERIFY(!jobs.first().Submitted.isValid());
+        // There is no key and no job number behind these.
+        QVERIFY(!database->InsertFinishedJob(jobs.first(), true));
+        QCOMPARE(database->LargestJobID(), 1);
+        // A job whose type is gone has what its row tells.
+        const auto waiting = database->GetLongJobs();
+        QCOMPARE(waiting.size(), 1);
+        QVERIFY(waiting.first().JobType.IsEmpty());
+        QCOMPARE(waiting.first().JobType.ExecutablePath, job.JobType.ExecutablePath);
+        QCOMPARE(waiting.first().JobType.GenericCommandLine, job.CommandLine());
+    }
+
+    void FailedInsertionDoesNotBlockLaterWrites()
+    {
+        const auto database = MakeDatabase();
+        Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 1);
+        job.Name.clear();
+        QVERIFY(!database->InsertLongJob(job, true));
+        QVERIFY(database->LastErrorMessage().contains(u"CHECK"_s));
+        QVERIFY(!database->HasUnsavedChanges());
+        QVERIFY(!database->SetMaxRunningJobs(u"Long"_s, 4));
+        for (const QString &name : {u"Long"_s, u"Short"_s, u"Long"_s})
+            QVERIFY(database->InsertQueue(name, 1));
+        QVERIFY(database->SetMaxRunningJobs(u"Short"_s, 5));
+        QVERIFY(database->HasUnsavedChanges());
+        QCOMPARE(RowsOf(*database, u"SELECT QueueID, Name, MaxRunningJobs FROM Queues"_s),
+                 (QStringList{u"0|Long|1"_s, u"1|Short|5"_s}));
+        QCOMPARE(RowsOf(*database, u"SELECT count(*) FROM LongJobsQueue"_s), QStringList{u"0"_s});
+    }
+
+private:
+    QTemporaryDir m_directory;
+};
 
 QTEST_GUILESS_MAIN(TestDatabase)
 #include "test_database.moc"
