@@ -158,6 +158,8 @@ private Q_SLOTS:
         WriteTestFile(Path(u"cut behind a page"_s), good.first(8192));
         QVERIFY(QDir{m_directory->path()}.mkdir(u"directory"_s));
         QCOMPARE(mkfifo(QFile::encodeName(Path(u"pipe"_s)).constData(), 0600), 0);
+        QVERIFY(MakeDatabase()->SaveToFile(Path(u"with a view"_s)));
+        RawDatabase{Path(u"with a view"_s)}.Execute({u"CREATE VIEW v AS SELECT 1"_s});
         RawDatabase other{m_target};
         other.Execute({u"BEGIN EXCLUSIVE"_s});
 
