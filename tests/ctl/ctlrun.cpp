@@ -2,32 +2,19 @@
 
 #include "support/testutil.h"
 
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QProcess>
 #include <QTcpServer>
 #include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-QString PortText(quint16 port)
+/// Of the port 0, one on which nobody listens any more, for the system has just given it.
+static QString PortText(quint16 port)
 {
-    if (port != 0)
-        return QString::number(port);
-    // Nobody listens any more on a port that the system has just given.
     QTcpServer server;
-    server.listen(QHostAddress::LocalHost);
-    return QString::number(server.serverPort());
-}
-} // namespace
-
-QList<QJsonObject> CtlResult::JsonLines() const
-{
-    QList<QJsonObject> objects;
-    for (const QByteArray &line : out.trimmed().split('\n'))
-        objects.append(QJsonDocument::fromJson(line).object());
-    return objects;
+    if (port == 0)
+        server.listen(QHostAddress::LocalHost);
+    return QString::number(port == 0 ? server.serverPort() : port);
 }
 
 CtlResult RunCtl(const QStringList &arguments, const CtlPlace &place)

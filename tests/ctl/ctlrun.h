@@ -1,8 +1,6 @@
 #pragma once
 
 #include <QByteArray>
-#include <QJsonObject>
-#include <QList>
 #include <QStringList>
 
 #include <functional>
@@ -13,9 +11,6 @@ struct CtlResult
     int status = -1; ///< -1 when it did not end by itself
     QByteArray out = {};
     QByteArray err = {};
-
-    /// The objects of an output with one a line.
-    [[nodiscard]] QList<QJsonObject> JsonLines() const;
 };
 
 /// The environment of a run; the ports are nobody's unless they are set.

@@ -6,10 +6,9 @@
 #include "support/testutil.h"
 
 #include <QDir>
+#include <QMutex>
+#include <QSemaphore>
 #include <QtTest>
-
-#include <condition_variable>
-#include <mutex>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -20,68 +19,51 @@ const QString killWarning =
     u"\n<Taskmill> At least one Job selected for removal is currently running.  Removal of a Job that is "
     "running requires that it be Killed.\n\nRemove selected jobs that are currently running?  "_s;
 
-/// What is done when the lines are used up.
-enum class AtEnd
-{
-    WaitForMore,
-    EndTheReading
-};
-
 /// Gives the lines that it is fed and records what is printed, prompts included.
 class ScriptedTerminal final : public Taskmill_ConsoleTerminal
 {
 public:
-    ScriptedTerminal(AtEnd atEnd, const QStringList &lines)
-        : m_lines{lines}
-        , m_ended{atEnd == AtEnd::EndTheReading}
-    {
-    }
+    QSemaphore Taken; ///< released for each line that is taken
 
-    void Feed(const QString &line)
+    void Feed(const QStringList &lines)
     {
-        const std::scoped_lock lock{m_mutex};
-        m_lines.append(line);
-        m_changed.notify_all();
+        const QMutexLocker lock{&m_mutex};
+        m_lines += lines;
+        m_available.release(static_cast<int>(lines.size()));
     }
-    /// Blocks, without an event loop, until all lines are taken.
-    void WaitUntilTaken()
-    {
-        std::unique_lock lock{m_mutex};
-        m_changed.wait(lock, [this] { return m_lines.isEmpty(); });
-    }
+    /// Reading ends behind the last line instead of waiting for more.
+    void End() { m_available.release(1000); }
     [[nodiscard]] QString Output()
     {
-        const std::scoped_lock lock{m_mutex};
+        const QMutexLocker lock{&m_mutex};
         return m_output;
     }
 
     std::optional<QString> ReadLine(const QString &prompt) override
     {
-        std::unique_lock lock{m_mutex};
-        m_output += prompt;
-        m_changed.wait(lock, [this] { return m_ended || !m_lines.isEmpty(); });
-        m_changed.notify_all();
+        Print(prompt);
+        m_available.acquire();
+        const QMutexLocker lock{&m_mutex};
+        Taken.release();
         return m_lines.isEmpty() ? std::nullopt : std::optional{m_lines.takeFirst()};
     }
     void Print(const QString &text) override
     {
-        const std::scoped_lock lock{m_mutex};
+        const QMutexLocker lock{&m_mutex};
         m_output += text;
     }
     void Interrupt() override
     {
-        const std::scoped_lock lock{m_mutex};
+        const QMutexLocker lock{&m_mutex};
         m_lines.clear();
-        m_ended = true;
-        m_changed.notify_all();
+        End();
     }
 
 private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
+    QMutex m_mutex;
+    QSemaphore m_available;
     QStringList m_lines;
     QString m_output;
-    bool m_ended;
 };
 
 /// A manager with a new project and a job type, and its console.
@@ -92,22 +74,21 @@ struct Session
     Taskmill_RunningJobs running{*manager.inspector, manager.jobTypes};
     std::unique_ptr<Taskmill_Console> console;
     ScriptedTerminal *terminal = nullptr; ///< the console's
-    int exits = 0;                        ///< how often the program was to be ended, on the main thread
+    int exits = 0;                        ///< how often the program was to be ended
 
     Session()
         : gated{(manager.NewProject(), manager.AddGatedJobType())}
     {
     }
 
-    /// A new console: one that waits for more has a thread of its own, the other runs on this one.
-    void Start(AtEnd atEnd, const QStringList &lines)
+    void MakeConsole(bool noEventLoop, const QStringList &lines)
     {
-        auto scripted = std::make_unique<ScriptedTerminal>(atEnd, lines);
         console.reset();
+        auto scripted = std::make_unique<ScriptedTerminal>();
         terminal = scripted.get();
-        const auto exit = [this, mainThread = QThread::currentThread()] {
-            if (QThread::currentThread() == mainThread)
-                ++exits;
+        terminal->Feed(lines);
+        const auto exit = [this] {
+            ++exits;
             console->QuitSlot();
         };
         const Taskmill_ConsoleContext context{.Tabs = manager.tabs,
@@ -117,8 +98,12 @@ struct Session
                                               .Project = manager.project,
                                               .Notice = u"Notice"_s,
                                               .Exit = exit};
-        console = std::make_unique<Taskmill_Console>(u"Banner"_s, atEnd == AtEnd::EndTheReading, context,
-                                                     std::move(scripted));
+        console = std::make_unique<Taskmill_Console>(u"Banner"_s, noEventLoop, context, std::move(scripted));
+    }
+    /// Carries out the lines, and others that follow, on a thread of the console's own.
+    void Start(const QStringList &lines)
+    {
+        MakeConsole(false, lines);
         console->RunSlot();
     }
     /// What was printed after the banner, the notice and the first prompt.
@@ -128,10 +113,12 @@ struct Session
         const QString output = terminal->Output();
         return output.startsWith(begin) ? output.sliced(begin.size()) : u"Wrong begin: "_s + output;
     }
-    /// The same once these lines are carried out.
+    /// The same once these lines are carried out, here.
     QString Run(const QStringList &lines)
     {
-        Start(AtEnd::EndTheReading, lines);
+        MakeConsole(true, lines);
+        terminal->End();
+        console->RunSlot();
         return Output();
     }
     /// A job that runs until its input file, which is returned, is released.
@@ -150,148 +137,123 @@ class TestConsoleDialogue : public QObject
 
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
-    void AddsJobsByQuestions();
-    void AnswersAboutDirectories();
-    void SavesANewProjectBeforeTheExit();
-    void KillsOnlyAfterAYes();
-    void JobMayEndWhileTheQuestionStands();
-    void QuitsFromItsOwnThread();
-    void EndsWhereverItIs();
-    void EndsWhileItAsksTheMainThread();
-};
 
-void TestConsoleDialogue::AddsJobsByQuestions()
-{
-    Session session;
-    const QString file = session.manager.InputFile(u"a'%1'.in"_s);
-    const QString queue = u"\n<Taskmill> Enter Queue:  "_s;
-    const QString type = u"\n<Taskmill> Enter Job Type:  "_s;
-    const QString input = u"\n<Taskmill> Enter Input File:  "_s;
-    QCOMPARE(session.Run({u"submit job"_s, u"longer"_s, u"Cancel"_s}), queue + u'\n' + queue + prompt);
-    // Job types are named, in any case, or numbered.
-    QCOMPARE(session.Run({u"add job"_s, u" NONE "_s, u"1"_s, u"gated"_s, u"."_s, u"missing"_s, u"cancel"_s}),
-             queue + type + u'\n' + type + input + u'\n' + input + u'\n' + input + prompt);
-    QCOMPARE(session.Run({u"add short job"_s, u"0"_s, u" %1 "_s.arg(file)}),
-             type + input + u"\n<Taskmill> Job 1 was added to the Short Jobs Queue.\n\n"_s + prompt);
-    QCOMPARE(session.manager.shortJobs.Jobs().JobAt(0)->Record().InputFilePath, file);
-}
+    void AddsJobsByQuestions()
+    {
+        Session session;
+        const QString file = session.manager.InputFile(u"a'%1'.in"_s);
+        const QString queue = u"\n<Taskmill> Enter Queue:  "_s;
+        const QString type = u"\n<Taskmill> Enter Job Type:  "_s;
+        const QString input = u"\n<Taskmill> Enter Input File:  "_s;
+        QCOMPARE(session.Run({u"submit job"_s, u"longer"_s, u"Cancel"_s}), queue + u'\n' + queue + prompt);
+        // Job types are named, in any case, or numbered.
+        QCOMPARE(
+            session.Run({u"add job"_s, u" NONE "_s, u"1"_s, u"gated"_s, u"."_s, u"missing"_s, u"cancel"_s}),
+            queue + type + u'\n' + type + input + u'\n' + input + u'\n' + input + prompt);
+        QCOMPARE(session.Run({u"add short job"_s, u"0"_s, u" %1 "_s.arg(file)}),
+                 type + input + u"\n<Taskmill> Job 1 was added to the Short Jobs Queue.\n\n"_s + prompt);
+        QCOMPARE(session.manager.shortJobs.Jobs().JobAt(0)->Record().InputFilePath, file);
+    }
 
-void TestConsoleDialogue::AnswersAboutDirectories()
-{
-    const QString before = QDir::currentPath();
-    Session session;
-    const QString top = QFileInfo{session.manager.directory.path()}.canonicalFilePath();
-    QVERIFY(QDir{top}.mkpath(u"100 %s/ü"_s));
-    const auto at = [&top](const QString &path) {
-        return u"\nCurrent Directory:  "_s + top + path + u"\n\n"_s + prompt;
-    };
-    const QString output =
-        session.Run({u"cd "_s + top + u"/100 %s"_s, u"cd missing"_s, u"dir/B"_s, u"dir missing"_s, u"cd ü"_s,
-                     u"directory"_s, u"cd .."_s, u"  pwd  "_s});
-    QDir::setCurrent(before);
-    QCOMPARE(output, at(u"/100 %s"_s) + at(u"/100 %s"_s) + u"\nü\n\n\n"_s + prompt + u"\n\n\n"_s + prompt +
-                         at(u"/100 %s/ü"_s) + prompt + at(u"/100 %s"_s) + at(u"/100 %s"_s));
-}
+    void AnswersAboutDirectories()
+    {
+        const QString before = QDir::currentPath();
+        Session session;
+        const QString top = QFileInfo{session.manager.directory.path()}.canonicalFilePath();
+        QVERIFY(QDir{top}.mkpath(u"100 %s/ü"_s));
+        const auto at = [&top](const QString &path) {
+            return u"\nCurrent Directory:  "_s + top + path + u"\n\n"_s + prompt;
+        };
+        const QString output =
+            session.Run({u"cd "_s + top + u"/100 %s"_s, u"cd missing"_s, u"dir/B"_s, u"dir missing"_s,
+                         u"cd ü"_s, u"directory"_s, u"cd .."_s, u"  pwd  "_s});
+        QDir::setCurrent(before);
+        QCOMPARE(output, at(u"/100 %s"_s) + at(u"/100 %s"_s) + u"\nü\n\n\n"_s + prompt + u"\n\n\n"_s +
+                             prompt + at(u"/100 %s/ü"_s) + prompt + at(u"/100 %s"_s) + at(u"/100 %s"_s));
+    }
 
-void TestConsoleDialogue::SavesANewProjectBeforeTheExit()
-{
-    Session session;
-    const QString saveQuestion = u"\n<Taskmill> Save Current Project to a File Before Closing it?  "_s;
-    const QString fileQuestion = u"\n<Taskmill> Enter Project File:  "_s;
-    const QString old = WriteTestFile(session.manager.Path(u"old.mill"_s), "old");
-    const QString exists = u"\n<Taskmill> %1 already exists.  Do you want to replace it?  "_s.arg(old);
-    const auto quit = [&session](const QStringList &answers) {
-        return session.Run(QStringList{u" QUIT "_s, u"Y"_s} + answers).sliced(exitQuestion.size());
-    };
-    QCOMPARE(quit({u"perhaps"_s, u"Cancel"_s}), saveQuestion + u'\n' + saveQuestion + u'\n' + prompt);
-    QCOMPARE(quit({u"yes"_s, u" "_s}), saveQuestion + fileQuestion + u'\n' + prompt);
-    QCOMPARE(quit({u"yes"_s, old, u"no"_s}), saveQuestion + fileQuestion + exists + u'\n' + prompt);
-    QCOMPARE(quit({u"yes"_s, session.manager.Path(u"missing/new"_s)}),
-             saveQuestion + fileQuestion + u'\n' + prompt);
-    QCOMPARE(session.exits, 0);
-    QCOMPARE(quit({u"NO"_s}), saveQuestion + u'\n');
-    QCOMPARE(session.exits, 1);
-    QCOMPARE(ReadTestFile(old), "old");
-    QCOMPARE(quit({u"yes"_s, session.manager.Path(u"old"_s), u"yes"_s}),
-             saveQuestion + fileQuestion + exists +
-                 u"\n<Taskmill> The project was saved to %1.\n\n\n"_s.arg(old));
-    QCOMPARE(session.exits, 2);
-    QCOMPARE(session.manager.project.FilePath(), old);
-    QVERIFY(ReadTestFile(old) != "old");
-}
+    void SavesANewProjectBeforeTheExit()
+    {
+        Session session;
+        const QString saveQuestion = u"\n<Taskmill> Save Current Project to a File Before Closing it?  "_s;
+        const QString fileQuestion = u"\n<Taskmill> Enter Project File:  "_s;
+        const QString old = WriteTestFile(session.manager.Path(u"old.mill"_s), "old");
+        const QString exists = u"\n<Taskmill> %1 already exists.  Do you want to replace it?  "_s.arg(old);
+        const auto quit = [&session](const QStringList &answers) {
+            return session.Run(QStringList{u" QUIT "_s, u"Y"_s} + answers).sliced(exitQuestion.size());
+        };
+        QCOMPARE(quit({u"perhaps"_s, u"Cancel"_s}), saveQuestion + u'\n' + saveQuestion + u'\n' + prompt);
+        QCOMPARE(quit({u"yes"_s, u" "_s}), saveQuestion + fileQuestion + u'\n' + prompt);
+        QCOMPARE(quit({u"yes"_s, old, u"no"_s}), saveQuestion + fileQuestion + exists + u'\n' + prompt);
+        QCOMPARE(quit({u"yes"_s, session.manager.Path(u"missing/new"_s)}),
+                 saveQuestion + fileQuestion + u'\n' + prompt);
+        QCOMPARE(session.exits, 0);
+        QCOMPARE(quit({u"NO"_s}), saveQuestion + u'\n');
+        QCOMPARE(session.exits, 1);
+        QCOMPARE(ReadTestFile(old), "old");
+        QCOMPARE(quit({u"yes"_s, session.manager.Path(u"old"_s), u"yes"_s}),
+                 saveQuestion + fileQuestion + exists +
+                     u"\n<Taskmill> The project was saved to %1.\n\n\n"_s.arg(old));
+        QCOMPARE(session.exits, 2);
+        QCOMPARE(session.manager.project.FilePath(), old);
+        QVERIFY(ReadTestFile(old) != "old");
+    }
 
-void TestConsoleDialogue::KillsOnlyAfterAYes()
-{
-    Session session;
-    session.Submit(u"a.in"_s);
-    const QString question = u"\n<Taskmill> Are you sure you want to remove the following 1 selected jobs "
-                             "from the Long Jobs Queue?\n\njob 1  "_s;
-    QCOMPARE(session.Run({u"remove job 1"_s, u"yes"_s, u"no"_s}), question + killWarning + prompt);
-    QCOMPARE(session.Run({u"kill job 1"_s, u"what"_s, u"n"_s}), killWarning + u'\n' + killWarning + prompt);
-    QCOMPARE(session.manager.longJobs.Jobs().Count(), 1);
-    QCOMPARE(session.Run({u"kill job 1"_s, u"1"_s}),
-             killWarning + u"\n<Taskmill> Job 1 was killed.\n\n"_s + prompt);
-    QCOMPARE(session.manager.longJobs.Jobs().Count(), 0);
-    QCOMPARE(session.manager.finishedJobs.Jobs().first().Status, Taskmill_JobStatus::Killed);
-}
+    void KillsOnlyAfterAYes()
+    {
+        Session session;
+        session.Submit(u"a.in"_s);
+        const QString question =
+            u"\n<Taskmill> Are you sure you want to remove the following 1 selected jobs "
+            "from the Long Jobs Queue?\n\njob 1  "_s;
+        QCOMPARE(session.Run({u"remove job 1"_s, u"yes"_s, u"no"_s}), question + killWarning + prompt);
+        QCOMPARE(session.Run({u"kill job 1"_s, u"what"_s, u"n"_s}),
+                 killWarning + u'\n' + killWarning + prompt);
+        QCOMPARE(session.manager.longJobs.Jobs().Count(), 1);
+        QCOMPARE(session.Run({u"kill job 1"_s, u"1"_s}),
+                 killWarning + u"\n<Taskmill> Job 1 was killed.\n\n"_s + prompt);
+        QCOMPARE(session.manager.longJobs.Jobs().Count(), 0);
+        QCOMPARE(session.manager.finishedJobs.Jobs().first().Status, Taskmill_JobStatus::Killed);
+    }
 
-void TestConsoleDialogue::JobMayEndWhileTheQuestionStands()
-{
-    Session session;
-    const QString file = session.Submit(u"a.in"_s);
-    session.Start(AtEnd::WaitForMore, {u"kill job 1"_s});
-    QTRY_COMPARE(session.Output(), killWarning);
-    TestManager::Release(file);
-    QTRY_COMPARE(session.manager.finishedJobs.Jobs().size(), 1);
-    session.terminal->Feed(u"yes"_s);
-    QTRY_COMPARE(session.Output(), killWarning + u"\n<Taskmill> Job 1 has ended meanwhile.\n\n"_s + prompt);
-    QCOMPARE(session.manager.finishedJobs.Jobs().first().Status, Taskmill_JobStatus::Completed);
-}
+    void JobMayEndWhileTheQuestionStands()
+    {
+        Session session;
+        const QString file = session.Submit(u"a.in"_s);
+        session.Start({u"kill job 1"_s});
+        QTRY_COMPARE(session.Output(), killWarning);
+        TestManager::Release(file);
+        QTRY_COMPARE(session.manager.finishedJobs.Jobs().size(), 1);
+        session.terminal->Feed({u"yes"_s});
+        QTRY_COMPARE(session.Output(),
+                     killWarning + u"\n<Taskmill> Job 1 has ended meanwhile.\n\n"_s + prompt);
+        QCOMPARE(session.manager.finishedJobs.Jobs().first().Status, Taskmill_JobStatus::Completed);
+    }
 
-void TestConsoleDialogue::QuitsFromItsOwnThread()
-{
-    Session session;
-    QVERIFY(session.manager.project.SaveProjectAs(session.manager.Path(u"jobs.mill"_s)));
-    session.Start(AtEnd::WaitForMore, {u"exit"_s, u"yes"_s, u"pwd"_s});
-    QTRY_COMPARE(session.Output(), exitQuestion + u'\n');
-    QCOMPARE(session.exits, 1);
-}
-
-void TestConsoleDialogue::EndsWhereverItIs()
-{
-    Session session;
-    const QString begun = session.manager.Path(u"begun"_s);
-    const auto end = [&session](const QStringList &lines, const std::function<bool()> &isThere) {
-        session.Start(AtEnd::WaitForMore, lines);
-        QTRY_VERIFY(isThere());
-        session.console->QuitSlot();
+    void EndsInALongCommand()
+    {
+        Session session;
+        const QString begun = session.manager.Path(u"begun"_s);
+        session.Start({u"dir ; touch %1; exec sleep 1000"_s.arg(begun)});
+        QTRY_VERIFY(QFile::exists(begun));
         // Waits for the thread, which may be waiting for this one.
         session.console.reset();
-    };
-    const auto asks = [&session](const QString &question) {
-        return [&session, question] {
-            return session.terminal->Output().endsWith(question);
-        };
-    };
-    end({}, asks({}));
-    end({}, asks(prompt));
-    end({u"quit"_s}, asks(exitQuestion));
-    end({u"dir ; touch %1; exec sleep 1000"_s.arg(begun)}, [&begun] { return QFile::exists(begun); });
-    QCOMPARE(session.exits, 0);
-}
-
-void TestConsoleDialogue::EndsWhileItAsksTheMainThread()
-{
-    Session session;
-    // Whether the question is on its way, waits or is not put any more is up to the threads.
-    for (int attempt = 0; attempt < 50; ++attempt) {
-        session.Start(AtEnd::WaitForMore, {u"list long jobs"_s});
-        session.terminal->WaitUntilTaken();
-        if (attempt % 2 == 0)
-            QThread::yieldCurrentThread();
-        session.console.reset();
+        QCOMPARE(session.exits, 0);
     }
-}
+
+    void EndsWhileItAsksTheMainThread()
+    {
+        Session session;
+        // Whether the question is on its way, waits or is not put any more is up to the threads.
+        for (int attempt = 0; attempt < 50; ++attempt) {
+            session.Start({u"list long jobs"_s});
+            session.terminal->Taken.acquire();
+            if (attempt % 2 == 0)
+                QThread::yieldCurrentThread();
+            session.console.reset();
+        }
+    }
+};
 
 QTEST_GUILESS_MAIN(TestConsoleDialogue)
 #include "test_consoledialogue.moc"

@@ -2,7 +2,6 @@
 
 #include "db/databasetestutil.h"
 #include "jobs/job.h"
-#include "jobs/runmode.h"
 #include "kilnutil/registry.h"
 #include "service/recentprojects.h"
 #include "support/testmanager.h"
@@ -14,7 +13,6 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-using SaveAnswer = Taskmill_Project::SaveAnswer;
 using WarnAnswer = KilnUtil_UserPrompt::WarnAnswer;
 
 class TestProject : public QObject
@@ -22,27 +20,299 @@ class TestProject : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
-    void NewProjectEndsTheOldOne();
-    void OpenedProjectGoesOn();
-    void StoredNumbers_data();
-    void StoredNumbers();
-    void JobsGoOnAfterSaving();
-    void FailedSaveLeavesEverything();
-    void FileChangedElsewhereIsNotReplaced();
-    void LongOutputIsKept();
-    void AsksBeforeClosing();
-    void SaveDialogCompletesTheName();
-    void RecentProjects();
-    void BadFilesCostNothing();
+    void init()
+    {
+        FailOnQtWarnings();
+        m_manager = std::make_unique<TestManager>();
+        QVERIFY(QDir::setCurrent(m_manager->directory.path()));
+    }
+
+    void cleanup()
+    {
+        QDir::setCurrent(m_directory);
+        m_manager.reset();
+    }
+
+    void NewProjectEndsTheOldOne()
+    {
+        m_manager->NewProject();
+        SubmitGated(m_manager->longJobs);
+        SubmitGated(m_manager->longJobs);
+        m_manager->longJobs.Jobs().SetMaxRunningJobs(2);
+        m_manager->shortJobs.Jobs().SetPaused(true);
+        WriteTestFile(m_manager->Path(u"g16.exe"_s), {});
+        m_manager->NewProject();
+        QVERIFY(!m_manager->project.HasUnsavedChanges());
+        QVERIFY(m_manager->project.WindowTitle().endsWith(u", New Project"_s));
+        QCOMPARE(
+            RowsOf(TestManager::Database(), u"SELECT Name, MaxRunningJobs FROM Queues ORDER BY QueueID"_s),
+            (QStringList{u"Long|1"_s, u"Short|1"_s}));
+        QCOMPARE(RowsOf(TestManager::Database(), u"SELECT Name, DataStr FROM GeneralData"_s),
+                 QStringList{u"Version|2"_s});
+        QCOMPARE(m_manager->jobTypes.Names(), QStringList{u"Gaussian"_s});
+        QCOMPARE(m_manager->longJobs.Jobs().Count() + FinishedCount(), 0);
+        QCOMPARE(RowsOf(TestManager::Database(), u"SELECT COUNT(*) FROM FinishedJobs"_s),
+                 QStringList{u"0"_s});
+        QCOMPARE(m_manager->longJobs.Jobs().MaxRunningJobs(), 1);
+        QVERIFY(!m_manager->longJobs.Jobs().IsPaused() && !m_manager->shortJobs.Jobs().IsPaused());
+        QCOMPARE(m_manager->jobNumbers.NewID(), 1);
+    }
+
+    void OpenedProjectGoesOn()
+    {
+        m_manager->NewProject();
+        SubmitGated(m_manager->longJobs, u"running.in"_s);
+        SubmitGated(m_manager->longJobs, u"waiting.in"_s);
+        SubmitGated(m_manager->shortJobs);
+        const QString queueless = SubmitGated(m_manager->queuelessJobs, u"queueless.in"_s);
+        Taskmill_JobRecord finished = SampleJob(m_manager->jobTypes.GetAll().first(), 9);
+        // It is held in the database only.
+        finished.StdOutAndStdErr = QString{Taskmill_FinishedJobs::LongestOutputKept + 1, u'\u00e4'};
+        QVERIFY(m_manager->finishedJobs.AddJob(finished));
+        QVERIFY(m_manager->project.SaveProjectAs(File()));
+        m_manager->NewProject();
+        // One that is open and changed stays unless the user lets it go.
+        SubmitGated(m_manager->shortJobs);
+        QVERIFY(!m_manager->project.OpenProject(File()));
+        QCOMPARE(m_manager->shortJobs.Jobs().JobIDs(), QList<int>{1});
+        m_manager->prompt.answers = {WarnAnswer::No};
+        QVERIFY(m_manager->project.OpenProject(File()));
+
+        QVERIFY(!m_manager->project.HasUnsavedChanges());
+        QCOMPARE(m_manager->project.FilePath(), File());
+        QVERIFY(m_manager->project.WindowTitle().endsWith(u", jobs.mill"_s));
+        QCOMPARE(m_manager->jobTypes.Names(), QStringList{u"Gated"_s});
+        QVERIFY(m_manager->longJobs.Jobs().IsPaused() && m_manager->shortJobs.Jobs().IsPaused());
+        QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), (QList<int>{1, 2}));
+        QCOMPARE(m_manager->longJobs.Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Pending);
+        QCOMPARE(m_manager->shortJobs.Jobs().JobIDs(), QList<int>{3});
+        QCOMPARE(m_manager->jobNumbers.LastID(), 9);
+        QCOMPARE(FinishedCount(), 1);
+        QCOMPARE(m_manager->finishedJobs.OutputOf(m_manager->finishedJobs.Jobs().first()),
+                 finished.StdOutAndStdErr);
+        // Jobs without a queue start again at once.
+        TestManager::Release(queueless);
+        QTRY_COMPARE(FinishedCount(), 2);
+        QCOMPARE(RowsOf(TestManager::Database(), u"SELECT JobID, Status FROM FinishedJobs WHERE JobID = 4"_s),
+                 QStringList{u"4|Completed"_s});
+        QVERIFY(TestManager::Database().GetQueuelessJobs().isEmpty());
+        QVERIFY(m_manager->project.HasUnsavedChanges());
+    }
+
+    void StoredNumbersAreUsedWhereTheyCanBe()
+    {
+        m_manager->NewProject();
+        QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(m_manager->AddGatedJobType(), 7), true));
+        QVERIFY(TestManager::Database().SetGeneralData(u"LastJobID"_s, u"7"_s) != 0);
+        QVERIFY(m_manager->project.SaveProjectAs(File()));
+        // The number of the next job, and the limit of a queue, after opening a file with these.
+        const auto opened = [this](const QString &lastJobID, int limit) {
+            RawDatabase{File()}.Execute(
+                {u"UPDATE GeneralData SET DataStr = '%1' WHERE Name = 'LastJobID'"_s.arg(lastJobID),
+                 u"UPDATE Queues SET MaxRunningJobs = %1 WHERE Name = 'Short'"_s.arg(limit)});
+            // Nothing of the project before is left over.
+            m_manager->shortJobs.Jobs().SetMaxRunningJobs(9);
+            m_manager->prompt.answers = {WarnAnswer::No};
+            if (!m_manager->project.OpenProject(File()))
+                return std::pair{0, 0};
+            return std::pair{m_manager->jobNumbers.NewID(), m_manager->shortJobs.Jobs().MaxRunningJobs()};
+        };
+        QCOMPARE(opened(u"41"_s, 4), (std::pair{42, 4}));
+        QCOMPARE(opened(u"many"_s, 0), (std::pair{8, 1}));
+        QCOMPARE(opened(u"-3"_s, -2), (std::pair{8, 1}));
+        QCOMPARE(opened(QString::number(std::numeric_limits<int>::max()), 1), (std::pair{8, 1}));
+    }
+
+    void JobsGoOnAfterSaving()
+    {
+        m_manager->NewProject();
+        const QString input = SubmitGated(m_manager->longJobs);
+        QVERIFY(m_manager->project.SaveProjectAs(File()));
+        QVERIFY(!m_manager->project.HasUnsavedChanges());
+        QCOMPARE(m_manager->longJobs.Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Running);
+        TestManager::Release(input);
+        QTRY_COMPARE(FinishedCount(), 1);
+        QVERIFY(m_manager->project.HasUnsavedChanges());
+        const QString count =
+            u"SELECT (SELECT COUNT(*) FROM LongJobsQueue), (SELECT COUNT(*) FROM FinishedJobs)"_s;
+        QCOMPARE(RowsOfFile(File(), count), QStringList{u"1|0"_s});
+        QVERIFY(m_manager->project.SaveProject());
+        QCOMPARE(RowsOfFile(File(), count), QStringList{u"0|1"_s});
+    }
+
+    void FailedSaveLeavesEverything()
+    {
+        m_manager->NewProject();
+        QVERIFY(m_manager->project.SaveProjectAs(File()));
+        SubmitGated(m_manager->longJobs);
+        QVERIFY(!m_manager->project.SaveProjectAs(m_manager->Path(u"missing/other.mill"_s)));
+        QVERIFY(QFile::rename(File(), m_manager->Path(u"aside"_s)));
+        QVERIFY(QDir{}.mkdir(File()));
+        // Another program has put it there.
+        m_manager->prompt.answers = {WarnAnswer::Yes};
+        QVERIFY(!m_manager->project.SaveProject());
+        QCOMPARE(m_manager->prompt.asked.size(), 3);
+        QVERIFY(m_manager->project.HasUnsavedChanges());
+        QCOMPARE(m_manager->project.FilePath(), File());
+        QVERIFY(QDir{}.rmdir(File()));
+        QVERIFY(m_manager->project.SaveProject());
+        QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM LongJobsQueue"_s), QStringList{u"1"_s});
+    }
+
+    void FileChangedElsewhereIsNotReplaced()
+    {
+        m_manager->NewProject();
+        QVERIFY(m_manager->project.SaveProjectAs(File()));
+        RawDatabase{File()}.Execute(
+            {u"UPDATE Queues SET MaxRunningJobs = 5 WHERE Name = 'Long'"_s, u"DROP TABLE FinishedJobs"_s});
+        SubmitGated(m_manager->shortJobs);
+        m_manager->prompt.answers = {WarnAnswer::No};
+        QVERIFY(!m_manager->project.SaveProject());
+        const QString limit = u"SELECT MaxRunningJobs FROM Queues WHERE Name = 'Long'"_s;
+        QCOMPARE(RowsOfFile(File(), limit), QStringList{u"5"_s});
+        // Nobody can be asked.
+        QVERIFY(m_manager->project.SaveUnattended());
+        QCOMPARE(RowsOfFile(File(), limit), QStringList{u"5"_s});
+        const QStringList spare = QDir{m_manager->directory.path()}.entryList({u"jobs-*.mill"_s});
+        QCOMPARE(spare.size(), 1);
+        QCOMPARE(RowsOfFile(spare.first(), u"SELECT COUNT(*) FROM ShortJobsQueue"_s), QStringList{u"1"_s});
+
+        // The table that was lost is made anew, or finished jobs would be lost.
+        QVERIFY(m_manager->project.OpenProject(File()));
+        QCOMPARE(m_manager->longJobs.Jobs().MaxRunningJobs(), 5);
+        QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(m_manager->AddGatedJobType(), 1), true));
+        RawDatabase{File()}.Execute({u"UPDATE Queues SET MaxRunningJobs = 6"_s});
+        m_manager->prompt.answers = {WarnAnswer::Yes};
+        QVERIFY(m_manager->project.SaveProject());
+        QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM FinishedJobs"_s), QStringList{u"1"_s});
+    }
+
+    void SaveDialogCompletesTheName()
+    {
+        const QString old = m_manager->Path(u"old.mill"_s);
+        // The name of the file that is written, and how often the user is asked.
+        const auto saved = [&](const QString &typed, WarnAnswer answer = WarnAnswer::None) {
+            m_manager->NewProject();
+            WriteTestFile(old, "old");
+            m_manager->prompt.asked.clear();
+            m_manager->prompt.texts = {typed};
+            m_manager->prompt.answers = {answer};
+            const bool isSaved = m_manager->project.SaveProject();
+            const QString file = QFileInfo{m_manager->project.FilePath()}.fileName();
+            if (isSaved == file.isEmpty() || (ReadTestFile(old) == "old") != (file != "old.mill"_L1))
+                return u"Another file was written"_s;
+            return u"%1 %2"_s.arg(file).arg(m_manager->prompt.asked.size());
+        };
+        QCOMPARE(saved(u" jobs "_s), u"jobs.mill 1"_s);
+        QCOMPARE(saved(u"jobs.MILL"_s), u"jobs.MILL 1"_s);
+        QCOMPARE(saved(u"jobs.db"_s), u"jobs.db.mill 1"_s);
+        // The dialog itself has asked about a name as it was typed.
+        QCOMPARE(saved(u"old.mill"_s), u"old.mill 1"_s);
+        QCOMPARE(saved(u"old"_s, WarnAnswer::Yes), u"old.mill 2"_s);
+        QCOMPARE(saved(u"old"_s, WarnAnswer::No), u" 2"_s);
+        QCOMPARE(saved(u"old.mill "_s, WarnAnswer::No), u" 2"_s);
+    }
+
+    void RecentProjects()
+    {
+        const QString other = m_manager->Path(u"sub/Wasser, ü.mill"_s);
+        QVERIFY(QDir{}.mkpath(u"sub"_s));
+        m_manager->NewProject();
+        QVERIFY(m_manager->project.SaveProjectAs(File()));
+        QVERIFY(m_manager->project.SaveProjectAs(other));
+        QCOMPARE(Taskmill_RecentProjects(), (QStringList{other, File()}));
+        QCOMPARE(LastDirectory(), m_manager->Path(u"sub"_s));
+        QVERIFY(m_manager->project.OpenProject(u"jobs.mill"_s));
+        QVERIFY(!m_manager->project.OpenProject(u"sub/missing.mill"_s));
+        QVERIFY(!m_manager->project.SaveProjectAs(u"none/x.mill"_s));
+        QCOMPARE(Taskmill_RecentProjects(), (QStringList{File(), other}));
+        QCOMPARE(LastDirectory(), m_manager->directory.path());
+
+        for (const QChar letter : u"abcdefghi"_s)
+            Taskmill_AddToRecentProjects(u"/none/"_s + letter);
+        QCOMPARE(Taskmill_RecentProjects().size(), 10);
+        QCOMPARE(Taskmill_RecentProjects().last(), File());
+        Taskmill_DropMissingRecentProjects();
+        QCOMPARE(Taskmill_RecentProjects(), QStringList{File()});
+    }
+
+    void BadFilesCostNothing()
+    {
+        m_manager->NewProject();
+        const Taskmill_JobType jobType = m_manager->AddGatedJobType();
+        for (int jobID = 1; jobID <= 300; ++jobID)
+            QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(jobType, jobID), true));
+        QVERIFY(m_manager->project.SaveProjectAs(File()));
+        const QByteArray good = ReadTestFile(File());
+        m_manager->NewProject();
+        m_manager->longJobs.Jobs().SetPaused(true);
+        SubmitGated(m_manager->longJobs);
+
+        const QString unreadable =
+            u"The specified file is not a Taskmill project, is damaged or is in use by another program:"_s;
+        QByteArray overwritten = good;
+        overwritten.replace(good.size() / 2, 8192, QByteArray{8192, '\x7f'});
+        for (const QByteArray &content :
+             {QByteArray{20000, 'x'}, good.first(600), good.first(good.size() / 2), overwritten}) {
+            WriteTestFile(File(), content);
+            QCOMPARE(RefusalOfFile(), unreadable);
+        }
+        WriteTestFile(File(), good);
+        RawDatabase{File()}.Execute(
+            {u"DROP TABLE LongJobsQueue"_s,
+             u"CREATE VIEW LongJobsQueue AS WITH RECURSIVE Endless(JobID) AS (SELECT 1 UNION ALL "
+             "SELECT JobID + 1 FROM Endless) SELECT JobID FROM Endless"_s});
+        QCOMPARE(RefusalOfFile(), unreadable);
+        const QString noProject = u"The specified file is not a Taskmill project:"_s;
+        WriteTestFile(File(), {});
+        QCOMPARE(RefusalOfFile(), noProject);
+        WriteTestFile(File(), good);
+        RawDatabase{File()}.Execute({u"UPDATE GeneralData SET DataStr = '3' WHERE Name = 'Version'"_s});
+        QCOMPARE(RefusalOfFile(), u"The specified file is a Taskmill project of another version:"_s);
+        RawDatabase{File()}.Execute({u"DROP TABLE GeneralData"_s});
+        QCOMPARE(RefusalOfFile(), noProject);
+        {
+            RawDatabase locker{File()};
+            locker.Execute({u"BEGIN EXCLUSIVE"_s});
+            QCOMPARE(RefusalOfFile(), unreadable);
+        }
+        QVERIFY(QFile::remove(File()));
+        QCOMPARE(RefusalOfFile(), u"The specified file does not exist:"_s);
+    }
 
 private:
     [[nodiscard]] QString File() const { return m_manager->Path(u"jobs.mill"_s); }
     /// A job that runs until its input file, which is returned, is released.
-    QString SubmitGated(Taskmill_QueueOwner &owner, const QString &fileName = u"a.in"_s);
+    QString SubmitGated(Taskmill_QueueOwner &owner, const QString &fileName = u"a.in"_s)
+    {
+        if (m_manager->jobTypes.Names().isEmpty())
+            m_manager->AddGatedJobType();
+        QString file = m_manager->InputFile(fileName);
+        owner.Submit(m_manager->NewJob(m_manager->jobTypes.GetAll().first(), file));
+        return file;
+    }
+
     /// What is said about the file when nothing else comes of opening it.
-    [[nodiscard]] QString RefusalOfFile();
+    [[nodiscard]] QString RefusalOfFile()
+    {
+        const auto files = [this] {
+            return QDir{m_manager->directory.path()}.entryList(QDir::AllEntries | QDir::Hidden, QDir::Name);
+        };
+        const QStringList filesBefore = files();
+        const QByteArray contentBefore = ReadTestFile(File());
+        m_manager->prompt.asked.clear();
+        if (m_manager->project.OpenProject(File()))
+            return u"The file was opened"_s;
+        if (files() != filesBefore || ReadTestFile(File()) != contentBefore)
+            return u"Files were changed"_s;
+        if (m_manager->longJobs.Jobs().JobIDs() != QList<int>{1} || !m_manager->project.HasUnsavedChanges() ||
+            TestManager::Database().GetLongJobs().size() != 1 || !m_manager->project.FilePath().isEmpty())
+            return u"The open project was changed"_s;
+        // Nobody is asked to save what stays open.
+        return m_manager->prompt.asked.size() == 1 ? m_manager->prompt.asked.first().text.section(u'\n', 0, 0)
+                                                   : QString{};
+    }
+
     [[nodiscard]] qsizetype FinishedCount() const { return m_manager->finishedJobs.Jobs().size(); }
     [[nodiscard]] static QString LastDirectory()
     {
@@ -52,345 +322,6 @@ private:
     const QString m_directory = QDir::currentPath();
     std::unique_ptr<TestManager> m_manager;
 };
-
-void TestProject::init()
-{
-    FailOnQtWarnings();
-    m_manager = std::make_unique<TestManager>();
-    QVERIFY(QDir::setCurrent(m_manager->directory.path()));
-}
-
-void TestProject::cleanup()
-{
-    QDir::setCurrent(m_directory);
-    m_manager.reset();
-}
-
-QString TestProject::SubmitGated(Taskmill_QueueOwner &owner, const QString &fileName)
-{
-    if (m_manager->jobTypes.Names().isEmpty())
-        m_manager->AddGatedJobType();
-    QString file = m_manager->InputFile(fileName);
-    owner.Submit(m_manager->NewJob(m_manager->jobTypes.GetAll().first(), file));
-    return file;
-}
-
-void TestProject::NewProjectEndsTheOldOne()
-{
-    m_manager->NewProject();
-    SubmitGated(m_manager->longJobs);
-    SubmitGated(m_manager->longJobs);
-    m_manager->longJobs.Jobs().SetMaxRunningJobs(2);
-    m_manager->shortJobs.Jobs().SetPaused(true);
-    WriteTestFile(m_manager->Path(u"g16.exe"_s), {});
-    m_manager->NewProject();
-    QVERIFY(!m_manager->project.HasUnsavedChanges());
-    QVERIFY(m_manager->project.WindowTitle().endsWith(u", New Project"_s));
-    QCOMPARE(RowsOf(TestManager::Database(), u"SELECT Name, MaxRunningJobs FROM Queues ORDER BY QueueID"_s),
-             (QStringList{u"Long|1"_s, u"Short|1"_s}));
-    QCOMPARE(RowsOf(TestManager::Database(), u"SELECT Name, DataStr FROM GeneralData"_s),
-             QStringList{u"Version|2"_s});
-    QCOMPARE(m_manager->jobTypes.Names(), QStringList{u"Gaussian"_s});
-    QCOMPARE(m_manager->longJobs.Jobs().Count() + FinishedCount(), 0);
-    QCOMPARE(RowsOf(TestManager::Database(), u"SELECT COUNT(*) FROM FinishedJobs"_s), QStringList{u"0"_s});
-    QCOMPARE(m_manager->longJobs.Jobs().MaxRunningJobs(), 1);
-    QVERIFY(!m_manager->longJobs.Jobs().IsPaused() && !m_manager->shortJobs.Jobs().IsPaused());
-    QCOMPARE(m_manager->jobNumbers.NewID(), 1);
-}
-
-void TestProject::OpenedProjectGoesOn()
-{
-    m_manager->NewProject();
-    TestManager::Release(SubmitGated(m_manager->shortJobs));
-    QTRY_COMPARE(FinishedCount(), 1);
-    SubmitGated(m_manager->longJobs, u"running.in"_s);
-    SubmitGated(m_manager->longJobs, u"waiting.in"_s);
-    const QString queueless = SubmitGated(m_manager->queuelessJobs, u"queueless.in"_s);
-    QVERIFY(m_manager->project.SaveProjectAs(File()));
-    m_manager->NewProject();
-    // One that is open and changed stays unless the user lets it go.
-    SubmitGated(m_manager->shortJobs);
-    QVERIFY(!m_manager->project.OpenProject(File()));
-    QCOMPARE(m_manager->shortJobs.Jobs().JobIDs(), QList<int>{1});
-    m_manager->prompt.answers = {WarnAnswer::No};
-    QVERIFY(m_manager->project.OpenProject(File()));
-
-    QVERIFY(!m_manager->project.HasUnsavedChanges());
-    QCOMPARE(m_manager->project.FilePath(), File());
-    QVERIFY(m_manager->project.WindowTitle().endsWith(u", jobs.mill"_s));
-    QCOMPARE(m_manager->jobTypes.Names(), QStringList{u"Gated"_s});
-    QVERIFY(m_manager->longJobs.Jobs().IsPaused() && m_manager->shortJobs.Jobs().IsPaused());
-    QCOMPARE(m_manager->shortJobs.Jobs().Count(), 0);
-    QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), (QList<int>{2, 3}));
-    for (const Taskmill_Job *job : m_manager->longJobs.Jobs().Jobs())
-        QCOMPARE(job->Status(), Taskmill_JobStatus::Pending);
-    // Jobs without a queue start again at once.
-    QCOMPARE(FinishedCount(), 1);
-    TestManager::Release(queueless);
-    QTRY_COMPARE(FinishedCount(), 2);
-    QCOMPARE(RowsOf(TestManager::Database(), u"SELECT JobID, Status FROM FinishedJobs"_s),
-             (QStringList{u"1|Completed"_s, u"4|Completed"_s}));
-    QVERIFY(TestManager::Database().GetQueuelessJobs().isEmpty());
-    QVERIFY(m_manager->project.HasUnsavedChanges());
-}
-
-void TestProject::StoredNumbers_data()
-{
-    QTest::addColumn<QString>("lastJobID");
-    QTest::addColumn<QString>("limit");
-    QTest::addColumn<int>("nextJobID");
-    QTest::addColumn<int>("limitUsed");
-    QTest::newRow("stored") << u"41"_s << u"4"_s << 42 << 4;
-    QTest::newRow("no number, zero") << u"many"_s << u"0"_s << 8 << 1;
-    QTest::newRow("negative") << u"-3"_s << u"-2"_s << 8 << 1;
-    QTest::newRow("used up") << QString::number(std::numeric_limits<int>::max()) << u"1"_s << 8 << 1;
-}
-
-void TestProject::StoredNumbers()
-{
-    QFETCH(const QString, lastJobID);
-    QFETCH(const QString, limit);
-    m_manager->NewProject();
-    QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(m_manager->AddGatedJobType(), 7), true));
-    QVERIFY(TestManager::Database().SetGeneralData(u"LastJobID"_s, u"7"_s) != 0);
-    QVERIFY(m_manager->project.SaveProjectAs(File()));
-    RawDatabase{File()}.Execute(
-        {u"UPDATE GeneralData SET DataStr = '%1' WHERE Name = 'LastJobID'"_s.arg(lastJobID),
-         u"UPDATE Queues SET MaxRunningJobs = %1 WHERE Name = 'Short'"_s.arg(limit)});
-    // Nothing of the project before is left over.
-    m_manager->shortJobs.Jobs().SetMaxRunningJobs(9);
-    m_manager->prompt.answers = {WarnAnswer::No};
-    QVERIFY(m_manager->project.OpenProject(File()));
-    QTEST(m_manager->shortJobs.Jobs().MaxRunningJobs(), "limitUsed");
-    QTEST(m_manager->jobNumbers.NewID(), "nextJobID");
-}
-
-void TestProject::JobsGoOnAfterSaving()
-{
-    m_manager->NewProject();
-    const QString input = SubmitGated(m_manager->longJobs);
-    QVERIFY(m_manager->project.SaveProjectAs(File()));
-    QVERIFY(!m_manager->project.HasUnsavedChanges());
-    QCOMPARE(m_manager->longJobs.Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Running);
-    TestManager::Release(input);
-    QTRY_COMPARE(FinishedCount(), 1);
-    QVERIFY(m_manager->project.HasUnsavedChanges());
-    const QString count =
-        u"SELECT (SELECT COUNT(*) FROM LongJobsQueue), (SELECT COUNT(*) FROM FinishedJobs)"_s;
-    QCOMPARE(RowsOfFile(File(), count), QStringList{u"1|0"_s});
-    QVERIFY(m_manager->project.SaveProject());
-    QCOMPARE(RowsOfFile(File(), count), QStringList{u"0|1"_s});
-}
-
-void TestProject::FailedSaveLeavesEverything()
-{
-    m_manager->NewProject();
-    QVERIFY(m_manager->project.SaveProjectAs(File()));
-    const QString input = SubmitGated(m_manager->longJobs);
-    QVERIFY(!m_manager->project.SaveProjectAs(m_manager->Path(u"missing/other.mill"_s)));
-    const QString aside = m_manager->Path(u"aside"_s);
-    QVERIFY(QFile::rename(File(), aside));
-    QVERIFY(QDir{}.mkdir(File()));
-    // Another program has put it there.
-    m_manager->prompt.answers = {WarnAnswer::Yes};
-    QVERIFY(!m_manager->project.SaveProject());
-    QCOMPARE(m_manager->prompt.asked.size(), 3);
-    QVERIFY(m_manager->project.HasUnsavedChanges());
-    QCOMPARE(m_manager->project.FilePath(), File());
-
-    TestManager::Release(input);
-    QTRY_COMPARE(FinishedCount(), 1);
-    QVERIFY(QDir{}.rmdir(File()));
-    QVERIFY(m_manager->project.SaveProject());
-    QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM FinishedJobs"_s), QStringList{u"1"_s});
-}
-
-void TestProject::FileChangedElsewhereIsNotReplaced()
-{
-    m_manager->NewProject();
-    QVERIFY(m_manager->project.SaveProjectAs(File()));
-    RawDatabase{File()}.Execute(
-        {u"UPDATE Queues SET MaxRunningJobs = 5 WHERE Name = 'Long'"_s, u"DROP TABLE FinishedJobs"_s});
-    SubmitGated(m_manager->shortJobs);
-    m_manager->prompt.answers = {WarnAnswer::No};
-    QVERIFY(!m_manager->project.SaveProject());
-    const QString limit = u"SELECT MaxRunningJobs FROM Queues WHERE Name = 'Long'"_s;
-    QCOMPARE(RowsOfFile(File(), limit), QStringList{u"5"_s});
-    // Nobody can be asked.
-    QVERIFY(m_manager->project.SaveUnattended());
-    QCOMPARE(RowsOfFile(File(), limit), QStringList{u"5"_s});
-    const QStringList spare = QDir{m_manager->directory.path()}.entryList({u"jobs-*.mill"_s});
-    QCOMPARE(spare.size(), 1);
-    QCOMPARE(RowsOfFile(spare.first(), u"SELECT COUNT(*) FROM ShortJobsQueue"_s), QStringList{u"1"_s});
-
-    // The table that was lost is made anew, or finished jobs would be lost.
-    QVERIFY(m_manager->project.OpenProject(File()));
-    QCOMPARE(m_manager->longJobs.Jobs().MaxRunningJobs(), 5);
-    QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(m_manager->AddGatedJobType(), 1), true));
-    RawDatabase{File()}.Execute({u"UPDATE Queues SET MaxRunningJobs = 6"_s});
-    m_manager->prompt.answers = {WarnAnswer::Yes};
-    QVERIFY(m_manager->project.SaveProject());
-    QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM FinishedJobs"_s), QStringList{u"1"_s});
-}
-
-/// It is held in the database only.
-void TestProject::LongOutputIsKept()
-{
-    m_manager->NewProject();
-    Taskmill_JobRecord job = SampleJob(m_manager->AddGatedJobType(), 1);
-    job.StdOutAndStdErr = QString{Taskmill_FinishedJobs::LongestOutputKept + 1, u'\u00e4'};
-    QVERIFY(m_manager->finishedJobs.AddJob(job));
-    const auto isWhole = [&] {
-        const Taskmill_JobRecord &kept = m_manager->finishedJobs.Jobs().first();
-        return kept.StdOutAndStdErr.isEmpty() && m_manager->finishedJobs.HasOutput(kept) &&
-               m_manager->finishedJobs.OutputOf(kept) == job.StdOutAndStdErr;
-    };
-    QVERIFY(isWhole());
-    QVERIFY(m_manager->project.SaveProjectAs(File()));
-    QVERIFY(isWhole());
-    QVERIFY(m_manager->project.OpenProject(File()));
-    QVERIFY(isWhole());
-}
-
-void TestProject::AsksBeforeClosing()
-{
-    Taskmill_Project &project = m_manager->project;
-    m_manager->NewProject();
-    QCOMPARE(project.AskToSave(), SaveAnswer::GoOn);
-    QVERIFY(m_manager->prompt.asked.isEmpty());
-
-    m_manager->AddGatedJobType();
-    m_manager->prompt.answers = {WarnAnswer::Cancel, WarnAnswer::No, WarnAnswer::Yes, WarnAnswer::Yes};
-    m_manager->prompt.texts = {QString{}, u"typed"_s};
-    QCOMPARE(project.AskToSave(), SaveAnswer::Cancel);
-    QCOMPARE(project.AskToSave(), SaveAnswer::GoOn);
-    QCOMPARE(project.AskToSave(), SaveAnswer::Cancel);
-    QCOMPARE(m_manager->prompt.asked.first().title, u"Save Current Project?"_s);
-    QCOMPARE(project.AskToSave(), SaveAnswer::Saved);
-    QCOMPARE(project.FilePath(), m_manager->Path(u"typed.mill"_s));
-
-    m_manager->longJobs.Jobs().SetMaxRunningJobs(2);
-    m_manager->prompt.asked.clear();
-    m_manager->prompt.answers = {WarnAnswer::Yes};
-    QCOMPARE(project.AskToSave(), SaveAnswer::Saved);
-    QCOMPARE(m_manager->prompt.asked.size(), 1);
-    QCOMPARE(m_manager->prompt.asked.first().title, u"Save Changes to Current Project?"_s);
-    QVERIFY(!project.HasUnsavedChanges());
-}
-
-void TestProject::SaveDialogCompletesTheName()
-{
-    const QString old = m_manager->Path(u"old.mill"_s);
-    // The name of the file that is written, and how often the user is asked.
-    const auto saved = [&](const QString &typed, WarnAnswer answer = WarnAnswer::None) {
-        m_manager->NewProject();
-        WriteTestFile(old, "old");
-        m_manager->prompt.asked.clear();
-        m_manager->prompt.texts = {typed};
-        m_manager->prompt.answers = {answer};
-        const bool isSaved = m_manager->project.SaveProject();
-        const QString file = QFileInfo{m_manager->project.FilePath()}.fileName();
-        if (isSaved == file.isEmpty() || (ReadTestFile(old) == "old") != (file != "old.mill"_L1))
-            return u"Another file was written"_s;
-        return u"%1 %2"_s.arg(file).arg(m_manager->prompt.asked.size());
-    };
-    QCOMPARE(saved(u" jobs "_s), u"jobs.mill 1"_s);
-    QCOMPARE(saved(u"jobs.MILL"_s), u"jobs.MILL 1"_s);
-    QCOMPARE(saved(u"jobs.db"_s), u"jobs.db.mill 1"_s);
-    QCOMPARE(saved(u"  "_s), u" 1"_s);
-    // The dialog itself has asked about a name as it was typed.
-    QCOMPARE(saved(u"old.mill"_s), u"old.mill 1"_s);
-    QCOMPARE(saved(u"old"_s, WarnAnswer::Yes), u"old.mill 2"_s);
-    QCOMPARE(saved(u"old"_s, WarnAnswer::No), u" 2"_s);
-    QCOMPARE(saved(u"old.mill "_s, WarnAnswer::No), u" 2"_s);
-}
-
-void TestProject::RecentProjects()
-{
-    const QString other = m_manager->Path(u"sub/Wasser, ü.mill"_s);
-    QVERIFY(QDir{}.mkpath(u"sub"_s));
-    m_manager->NewProject();
-    QVERIFY(m_manager->project.SaveProjectAs(File()));
-    QVERIFY(m_manager->project.SaveProjectAs(other));
-    QCOMPARE(Taskmill_RecentProjects(), (QStringList{other, File()}));
-    QCOMPARE(LastDirectory(), m_manager->Path(u"sub"_s));
-    QVERIFY(m_manager->project.OpenProject(u"jobs.mill"_s));
-    QVERIFY(!m_manager->project.OpenProject(u"sub/missing.mill"_s));
-    QVERIFY(!m_manager->project.SaveProjectAs(u"none/x.mill"_s));
-    QCOMPARE(Taskmill_RecentProjects(), (QStringList{File(), other}));
-    QCOMPARE(LastDirectory(), m_manager->directory.path());
-
-    for (const QChar letter : u"abcdefghi"_s)
-        Taskmill_AddToRecentProjects(u"/none/"_s + letter);
-    QCOMPARE(Taskmill_RecentProjects().size(), 10);
-    QCOMPARE(Taskmill_RecentProjects().last(), File());
-    Taskmill_DropMissingRecentProjects();
-    QCOMPARE(Taskmill_RecentProjects(), QStringList{File()});
-}
-
-QString TestProject::RefusalOfFile()
-{
-    const auto files = [this] {
-        return QDir{m_manager->directory.path()}.entryList(QDir::AllEntries | QDir::Hidden, QDir::Name);
-    };
-    const QStringList filesBefore = files();
-    const QByteArray contentBefore = ReadTestFile(File());
-    m_manager->prompt.asked.clear();
-    if (m_manager->project.OpenProject(File()))
-        return u"The file was opened"_s;
-    if (files() != filesBefore || ReadTestFile(File()) != contentBefore)
-        return u"Files were changed"_s;
-    if (m_manager->longJobs.Jobs().JobIDs() != QList<int>{1} || !m_manager->project.HasUnsavedChanges() ||
-        TestManager::Database().GetLongJobs().size() != 1 || !m_manager->project.FilePath().isEmpty())
-        return u"The open project was changed"_s;
-    // Nobody is asked to save what stays open.
-    return m_manager->prompt.asked.size() == 1 ? m_manager->prompt.asked.first().text.section(u'\n', 0, 0)
-                                               : QString{};
-}
-
-void TestProject::BadFilesCostNothing()
-{
-    m_manager->NewProject();
-    const Taskmill_JobType jobType = m_manager->AddGatedJobType();
-    for (int jobID = 1; jobID <= 300; ++jobID)
-        QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(jobType, jobID), true));
-    QVERIFY(m_manager->project.SaveProjectAs(File()));
-    const QByteArray good = ReadTestFile(File());
-    m_manager->NewProject();
-    m_manager->longJobs.Jobs().SetPaused(true);
-    SubmitGated(m_manager->longJobs);
-
-    const QString unreadable =
-        u"The specified file is not a Taskmill project, is damaged or is in use by another program:"_s;
-    QByteArray overwritten = good;
-    overwritten.replace(good.size() / 2, 8192, QByteArray{8192, '\x7f'});
-    for (const QByteArray &content :
-         {QByteArray{20000, 'x'}, good.first(600), good.first(good.size() / 2), overwritten}) {
-        WriteTestFile(File(), content);
-        QCOMPARE(RefusalOfFile(), unreadable);
-    }
-    WriteTestFile(File(), good);
-    RawDatabase{File()}.Execute(
-        {u"DROP TABLE LongJobsQueue"_s,
-         u"CREATE VIEW LongJobsQueue AS WITH RECURSIVE Endless(JobID) AS (SELECT 1 UNION ALL "
-         "SELECT JobID + 1 FROM Endless) SELECT JobID FROM Endless"_s});
-    QCOMPARE(RefusalOfFile(), unreadable);
-    const QString noProject = u"The specified file is not a Taskmill project:"_s;
-    WriteTestFile(File(), {});
-    QCOMPARE(RefusalOfFile(), noProject);
-    WriteTestFile(File(), good);
-    RawDatabase{File()}.Execute({u"UPDATE GeneralData SET DataStr = '3' WHERE Name = 'Version'"_s});
-    QCOMPARE(RefusalOfFile(), u"The specified file is a Taskmill project of another version:"_s);
-    RawDatabase{File()}.Execute({u"DROP TABLE GeneralData"_s});
-    QCOMPARE(RefusalOfFile(), noProject);
-    {
-        RawDatabase locker{File()};
-        locker.Execute({u"BEGIN EXCLUSIVE"_s});
-        QCOMPARE(RefusalOfFile(), unreadable);
-    }
-    QVERIFY(QFile::remove(File()));
-    QCOMPARE(RefusalOfFile(), u"The specified file does not exist:"_s);
-}
 
 QTEST_GUILESS_MAIN(TestProject)
 #include "test_project.moc"

@@ -23,133 +23,100 @@ class TestQueueOwner : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init()
+    {
+        FailOnQtWarnings();
+        m_manager = std::make_unique<TestManager>();
+        m_manager->NewProject();
+        m_gated = m_manager->AddGatedJobType();
+    }
+
     void cleanup() { m_manager.reset(); }
-    void SubmissionIsRecorded();
-    void NeighboursLeaveInTwoPasses();
-    void StoppingAndClearingKeepTheRows();
-    void RemovalAsksAndDeletesTheRows();
-    void RemovalMayLeaveRunningJobs();
+
+    void NeighboursLeaveInTwoPasses()
+    {
+        Taskmill_LongJobsQueue &queue = m_manager->longJobs.Jobs();
+        queue.SetPaused(true);
+        for (int job = 0; job < 3; ++job)
+            SubmitGated(m_manager->longJobs);
+        queue.JobAt(0)->SetStatus(Taskmill_JobStatus::Completed, true);
+        queue.JobAt(1)->SetStatus(Taskmill_JobStatus::Completed, true);
+        m_manager->longJobs.QueueUpdatedSlot();
+        QCOMPARE(Finished(), QList<int>{1});
+        QTRY_COMPARE(Finished(), (QList<int>{1, 2}));
+        QCOMPARE(queue.JobIDs(), QList<int>{3});
+        QCOMPARE(NumbersOf(TestManager::Database().GetFinishedJobs()), (QList<int>{1, 2}));
+        QCOMPARE(LongRows(), QList<int>{3});
+    }
+
+    void StoppingAndClearingKeepTheRows()
+    {
+        SubmitGated(m_manager->longJobs);
+        SubmitGated(m_manager->longJobs);
+        SubmitGated(m_manager->queuelessJobs);
+        m_manager->longJobs.Stop();
+        m_manager->queuelessJobs.Stop();
+        // The second job did not start in the place of the first.
+        QVERIFY(m_manager->longJobs.Jobs().IsPaused());
+        QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), QList<int>{2});
+        QCOMPARE(m_manager->longJobs.Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Pending);
+        m_manager->longJobs.Clear();
+        QCOMPARE(m_manager->longJobs.Jobs().Count() + m_manager->queuelessJobs.Jobs().Count(), 0);
+        QCOMPARE(LongRows(), (QList<int>{1, 2}));
+        QCOMPARE(NumbersOf(TestManager::Database().GetQueuelessJobs()), QList<int>{3});
+        QCOMPARE(Finished(), (QList<int>{1, 3}));
+    }
+
+    void RemovalAsksAndDeletesTheRows()
+    {
+        for (int job = 0; job < 12; ++job)
+            SubmitGated(m_manager->longJobs);
+        QList<int> all = m_manager->longJobs.Jobs().JobIDs();
+        QVERIFY(!m_manager->longJobs.RemoveSelectedJobs({1, 99}));
+        QVERIFY(m_manager->prompt.asked.isEmpty());
+        QVERIFY(!m_manager->longJobs.RemoveSelectedJobs(all));
+        const QString question = m_manager->prompt.asked.first().text;
+        QVERIFY(question.startsWith(u"Are you sure you want to remove the following 12 selected jobs from "
+                                    "the Long Jobs Queue?\n\njob 1\njob 2\n"_s));
+        QVERIFY(question.endsWith(u"\njob 10\n... 2 more ..."_s));
+        m_manager->prompt.answers = {Answer::Yes, Answer::Cancel};
+        QVERIFY(!m_manager->longJobs.RemoveSelectedJobs(all));
+        QCOMPARE(LongRows(), all);
+
+        // The one that runs may stay.
+        all.removeOne(7);
+        m_manager->prompt.answers = {Answer::Yes, Answer::No};
+        QVERIFY(m_manager->longJobs.RemoveSelectedJobs(all));
+        QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), (QList<int>{1, 7}));
+        QCOMPARE(LongRows(), (QList<int>{1, 7}));
+        QVERIFY(Finished().isEmpty());
+
+        // A killed job is recorded once, and the next one runs in its place.
+        TestManager::Release(m_manager->Path(u"7.in"_s));
+        m_manager->prompt.answers = {Answer::Yes, Answer::Yes};
+        QVERIFY(m_manager->longJobs.RemoveJob(1));
+        QTRY_COMPARE(Finished(), (QList<int>{1, 7}));
+        const auto rows = TestManager::Database().GetFinishedJobs();
+        QCOMPARE(NumbersOf(rows), (QList<int>{1, 7}));
+        QCOMPARE(rows[0].Status, Taskmill_JobStatus::Killed);
+        QCOMPARE(rows[1].Status, Taskmill_JobStatus::Completed);
+        QVERIFY(LongRows().isEmpty());
+    }
 
 private:
-    /// A job that runs until its input file, which is returned, is released.
-    QString SubmitGated(Taskmill_QueueOwner &owner);
+    /// A job that runs until its input file, such as 1.in, is released.
+    void SubmitGated(Taskmill_QueueOwner &owner)
+    {
+        const int jobID = m_manager->jobNumbers.LastID() + 1;
+        owner.Submit(m_manager->NewJob(m_gated, m_manager->InputFile(u"%1.in"_s.arg(jobID))));
+    }
+
     [[nodiscard]] QList<int> Finished() const { return NumbersOf(m_manager->finishedJobs.Jobs()); }
     [[nodiscard]] static QList<int> LongRows() { return NumbersOf(TestManager::Database().GetLongJobs()); }
 
     std::unique_ptr<TestManager> m_manager;
     Taskmill_JobType m_gated;
 };
-
-void TestQueueOwner::init()
-{
-    FailOnQtWarnings();
-    m_manager = std::make_unique<TestManager>();
-    m_manager->NewProject();
-    m_gated = m_manager->AddGatedJobType();
-}
-
-QString TestQueueOwner::SubmitGated(Taskmill_QueueOwner &owner)
-{
-    QString file = m_manager->InputFile(u"%1.in"_s.arg(m_manager->jobNumbers.LastID() + 1));
-    owner.Submit(m_manager->NewJob(m_gated, file));
-    return file;
-}
-
-void TestQueueOwner::SubmissionIsRecorded()
-{
-    m_manager->jobNumbers = KilnUtil_IDManager{41, 1};
-    SubmitGated(m_manager->longJobs);
-    SubmitGated(m_manager->shortJobs);
-    SubmitGated(m_manager->queuelessJobs);
-    Taskmill_Database &database = TestManager::Database();
-    QCOMPARE(LongRows(), QList<int>{42});
-    QCOMPARE(NumbersOf(database.GetShortJobs()), QList<int>{43});
-    QCOMPARE(NumbersOf(database.GetQueuelessJobs()), QList<int>{44});
-    QString last;
-    QVERIFY(database.GetGeneralData(u"LastJobID"_s, last));
-    QCOMPARE(last, u"44"_s);
-}
-
-void TestQueueOwner::NeighboursLeaveInTwoPasses()
-{
-    Taskmill_LongJobsQueue &queue = m_manager->longJobs.Jobs();
-    queue.SetPaused(true);
-    for (int job = 0; job < 3; ++job)
-        SubmitGated(m_manager->longJobs);
-    queue.JobAt(0)->SetStatus(Taskmill_JobStatus::Completed, true);
-    queue.JobAt(1)->SetStatus(Taskmill_JobStatus::Completed, true);
-    m_manager->longJobs.QueueUpdatedSlot();
-    QCOMPARE(Finished(), QList<int>{1});
-    QTRY_COMPARE(Finished(), (QList<int>{1, 2}));
-    QCOMPARE(queue.JobIDs(), QList<int>{3});
-    QCOMPARE(NumbersOf(TestManager::Database().GetFinishedJobs()), (QList<int>{1, 2}));
-    QCOMPARE(LongRows(), QList<int>{3});
-}
-
-void TestQueueOwner::StoppingAndClearingKeepTheRows()
-{
-    SubmitGated(m_manager->longJobs);
-    SubmitGated(m_manager->longJobs);
-    SubmitGated(m_manager->queuelessJobs);
-    m_manager->longJobs.Stop();
-    m_manager->queuelessJobs.Stop();
-    // The second job did not start in the place of the first.
-    QVERIFY(m_manager->longJobs.Jobs().IsPaused());
-    QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), QList<int>{2});
-    QCOMPARE(m_manager->longJobs.Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Pending);
-    m_manager->longJobs.Clear();
-    QCOMPARE(m_manager->longJobs.Jobs().Count() + m_manager->queuelessJobs.Jobs().Count(), 0);
-    QCOMPARE(LongRows(), (QList<int>{1, 2}));
-    QCOMPARE(NumbersOf(TestManager::Database().GetQueuelessJobs()), QList<int>{3});
-    QCOMPARE(Finished(), (QList<int>{1, 3}));
-}
-
-void TestQueueOwner::RemovalAsksAndDeletesTheRows()
-{
-    m_manager->longJobs.Jobs().SetPaused(true);
-    for (int job = 0; job < 12; ++job)
-        SubmitGated(m_manager->longJobs);
-    QList<int> all = m_manager->longJobs.Jobs().JobIDs();
-    QVERIFY(!m_manager->longJobs.RemoveSelectedJobs({1, 99}));
-    QVERIFY(m_manager->prompt.asked.isEmpty());
-    QVERIFY(!m_manager->longJobs.RemoveSelectedJobs(all));
-    QCOMPARE(m_manager->longJobs.Jobs().Count(), 12);
-    const QString question = m_manager->prompt.asked.first().text;
-    QVERIFY(question.startsWith(u"Are you sure you want to remove the following 12 selected jobs from "
-                                "the Long Jobs Queue?\n\njob 1\njob 2\n"_s));
-    QVERIFY(question.endsWith(u"\njob 10\n... 2 more ..."_s));
-
-    m_manager->prompt.answers = {Answer::Yes};
-    all.removeOne(7);
-    QVERIFY(m_manager->longJobs.RemoveSelectedJobs(all));
-    QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), QList<int>{7});
-    QCOMPARE(LongRows(), QList<int>{7});
-    QVERIFY(Finished().isEmpty());
-}
-
-void TestQueueOwner::RemovalMayLeaveRunningJobs()
-{
-    SubmitGated(m_manager->longJobs);
-    SubmitGated(m_manager->longJobs);
-    m_manager->prompt.answers = {Answer::Yes, Answer::No};
-    QVERIFY(m_manager->longJobs.RemoveSelectedJobs({1, 2}));
-    QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), QList<int>{1});
-    m_manager->prompt.answers = {Answer::Yes, Answer::Cancel};
-    QVERIFY(!m_manager->longJobs.RemoveJob(1));
-    QCOMPARE(LongRows(), QList<int>{1});
-
-    // A killed job is recorded once, and the next one runs in its place.
-    TestManager::Release(SubmitGated(m_manager->longJobs));
-    m_manager->prompt.answers = {Answer::Yes, Answer::Yes};
-    QVERIFY(m_manager->longJobs.RemoveJob(1));
-    QTRY_COMPARE(Finished(), (QList<int>{1, 3}));
-    const auto rows = TestManager::Database().GetFinishedJobs();
-    QCOMPARE(NumbersOf(rows), (QList<int>{1, 3}));
-    QCOMPARE(rows[0].Status, Taskmill_JobStatus::Killed);
-    QCOMPARE(rows[1].Status, Taskmill_JobStatus::Completed);
-    QVERIFY(LongRows().isEmpty());
-}
 
 QTEST_GUILESS_MAIN(TestQueueOwner)
 #include "test_queueowner.moc"

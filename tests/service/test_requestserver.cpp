@@ -10,8 +10,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// Limits under which time decides nothing.
-constexpr Taskmill_RequestLimits patient{.SilenceMs = 3'600'000, .QuietMs = 3'600'000};
+/// Time decides nothing.
+constexpr int forEver = 3'600'000;
 
 /// Answers every request and remembers the job names, which tell the messages of a test apart.
 class RecordingHandler final : public Taskmill_RequestHandler
@@ -19,12 +19,7 @@ class RecordingHandler final : public Taskmill_RequestHandler
 public:
     QStringList Handled;
     std::function<void(const QString &name)> WhileHandling;
-    QString NotYet = u"none"_s; ///< name of a job that cannot be taken
 
-    [[nodiscard]] bool CanHandleNow(const Taskmill_RequestMessage &request) const override
-    {
-        return request.JobName != NotYet;
-    }
     QByteArray HandleRequest(const Taskmill_RequestMessage &request) override
     {
         Handled.append(request.JobName);
@@ -47,30 +42,168 @@ class TestRequestServer : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init()
+    {
+        FailOnQtWarnings();
+        m_handler = {};
+        Listen({.SilenceMs = forEver, .QuietMs = forEver});
+    }
+
     void cleanup() { m_server.reset(); }
-    void ActionsAreHandedOn();
-    void MessageEndsWhereAReplyIsAskedForOrNothingFollows();
-    void ReadsWhatCameWhileItWasBusy();
-    void TakesAMebibyteAndNoMore();
-    void TooManyClientsCostTheSilentOneOrWait();
-    void WaitsForTheMessageBeforeIt();
-    void WaitsForTheHandlerInOrder();
-    void ClientGoesWhileItsMessageIsHandled();
-    void CloseEndsEveryConnection();
+
+    void ActionsAreHandedOn()
+    {
+        for (const QByteArray &message : {"clientname=Nobody\naction=Test"_ba,
+                                          "clientname=Nobody\naction=\n"_ba, ""_ba, "\xff\x00\n\n=\n@"_ba})
+            Submit(message);
+        Submit("ACTION=Frobnicate\nclientname=Editor\njobname=last");
+        QTRY_COMPARE(m_handler.Handled, QStringList{u"last"_s});
+        QCOMPARE(m_server->KnownClients(), QSet<QString>{u"Editor"_s});
+    }
+
+    void MessageEndsWhereAReplyIsAskedForOrNothingFollows()
+    {
+        const Client asking = Connect(Message("a") + "clientreply=y");
+        QTRY_COMPARE(BusyCount(), 1);
+        QCOMPARE(CompleteCount(), 0);
+        asking->write("es\n");
+        QTRY_COMPARE(asking->state(), QAbstractSocket::UnconnectedState);
+        QCOMPARE(asking->readAll(), "accepted=a\n");
+
+        Listen({.SilenceMs = forEver, .QuietMs = 10});
+        const Client quiet = Connect(Message("b"));
+        QTRY_COMPARE(quiet->state(), QAbstractSocket::UnconnectedState);
+        QCOMPARE(quiet->readAll(), QByteArray{});
+        QCOMPARE(m_handler.Handled, (QStringList{u"a"_s, u"b"_s}));
+
+        Listen({.SilenceMs = 20, .QuietMs = forEver});
+        const Client silent = Connect();
+        QTRY_COMPARE(silent->state(), QAbstractSocket::UnconnectedState);
+        QTRY_VERIFY(Connections().isEmpty());
+        QCOMPARE(m_handler.Handled.size(), 2);
+    }
+
+    void ReadsWhatCameWhileItWasBusy()
+    {
+        const Client client = Connect("action=submit");
+        QTRY_COMPARE(BusyCount(), 1);
+        // The time is up before anybody has read the rest.
+        client->write("job\njobname=late\n");
+        QVERIFY(client->waitForBytesWritten());
+        QVERIFY(QMetaObject::invokeMethod(Connections().first(), "TimeoutSlot"));
+        QCOMPARE(CompleteCount(), 0);
+        QVERIFY(QMetaObject::invokeMethod(Connections().first(), "TimeoutSlot"));
+        QTRY_COMPARE(m_handler.Handled, QStringList{u"late"_s});
+    }
+
+    void TakesAMebibyteAndNoMore()
+    {
+        const QByteArray longest = Message(QByteArray(1'048'576 - Message({}).size(), 'x'));
+        const Client taken = Connect(longest);
+        taken->disconnectFromHost();
+        QTRY_COMPARE(m_handler.Handled.size(), 1);
+        QCOMPARE(Message(m_handler.Handled.first().toLatin1()), longest);
+        QTest::ignoreMessage(QtWarningMsg, "A message of more than 1048576 bytes is dropped");
+        const Client dropped = Connect(longest + 'x');
+        QTRY_COMPARE(dropped->state(), QAbstractSocket::UnconnectedState);
+        QCOMPARE(m_handler.Handled.size(), 1);
+    }
+
+    void TooManyClientsCostTheSilentOneOrWait()
+    {
+        Listen({.SilenceMs = forEver, .QuietMs = forEver, .MaxConnections = 2});
+        const Client writing = Connect(Message("writing"));
+        QTRY_COMPARE(BusyCount(), 1);
+        const Client silent = Connect();
+        QTRY_COMPARE(Connections().size(), 2);
+        QTest::ignoreMessage(QtWarningMsg, "Too many open connections: a silent one is dropped");
+        const Client another = Connect(Message("another"));
+        QTRY_COMPARE(silent->state(), QAbstractSocket::UnconnectedState);
+        QTRY_COMPARE(BusyCount(), 2);
+        for (const QByteArray &name : {"a"_ba, "b"_ba})
+            Submit(Message(name));
+        writing->disconnectFromHost();
+        QTRY_COMPARE(m_handler.Handled, (QStringList{u"writing"_s, u"a"_s, u"b"_s}));
+        QCOMPARE(another->state(), QAbstractSocket::ConnectedState);
+    }
+
+    void WaitsForTheMessageBeforeIt()
+    {
+        const Client first = Connect();
+        const Client second = Connect();
+        const Client third = Connect();
+        m_handler.WhileHandling = [&](const QString &name) {
+            // As a dialog does, the handler runs an event loop. The message that is complete first is next.
+            if (name == "first"_L1) {
+                third->write(Message("third"));
+                third->disconnectFromHost();
+                QTRY_COMPARE(CompleteCount(), 2);
+                second->write(Message("second") + askForReply);
+                QTRY_COMPARE(CompleteCount(), 3);
+                // A message that is told of now has to wait too.
+                m_server->NewConnectionToServerSlot();
+                QCOMPARE(m_handler.Handled, QStringList{u"first"_s});
+            } else if (name == "third"_L1) {
+                // The first has its answer, and its connection is destroyed, while this loop runs.
+                QTRY_COMPARE(first->state(), QAbstractSocket::UnconnectedState);
+                QTRY_COMPARE(Connections().size(), 2);
+            }
+        };
+        first->write(Message("first") + askForReply);
+        QTRY_COMPARE(m_handler.Handled, (QStringList{u"first"_s, u"third"_s, u"second"_s}));
+        QTRY_COMPARE(second->state(), QAbstractSocket::UnconnectedState);
+        QCOMPARE(first->readAll() + second->readAll(), "accepted=first\naccepted=second\n");
+    }
+
+    void ClientGoesWhileItsMessageIsHandled()
+    {
+        const Client client = Connect(Message("a") + askForReply);
+        m_handler.WhileHandling = [&](const QString &) {
+            client->abort();
+            const auto *socket = Connections().first()->findChild<QTcpSocket *>();
+            QTRY_COMPARE(socket->state(), QAbstractSocket::UnconnectedState);
+        };
+        QTRY_COMPARE(m_handler.Handled, QStringList{u"a"_s});
+        QTRY_COMPARE(Connections().size(), 0);
+        m_handler.WhileHandling = nullptr;
+        Submit(Message("b"));
+        QTRY_COMPARE(m_handler.Handled.size(), 2);
+    }
 
 private:
     using Client = std::unique_ptr<QTcpSocket>;
-    void Listen(const Taskmill_RequestLimits &limits);
+
+    void Listen(const Taskmill_RequestLimits &limits)
+    {
+        m_server = std::make_unique<Taskmill_RequestServer>(m_handler, limits);
+        QVERIFY(m_server->Listen(0));
+    }
+
     /// A client that has sent this and stays.
-    [[nodiscard]] Client Connect(const QByteArray &message = {}) const;
+    [[nodiscard]] Client Connect(const QByteArray &message = {}) const
+    {
+        auto client = std::make_unique<QTcpSocket>();
+        client->connectToHost(QHostAddress{QHostAddress::LocalHost}, m_server->Port());
+        if (!client->waitForConnected())
+            qFatal("the server does not listen");
+        client->write(message);
+        client->flush();
+        return client;
+    }
+
     /// Sends the message and closes, as most clients do.
-    void Submit(const QByteArray &message) const;
-    [[nodiscard]] auto Connections() const { return m_server->findChildren<Taskmill_RequestConnection *>(); }
+    void Submit(const QByteArray &message) const { Connect(message)->disconnectFromHost(); }
+
+    [[nodiscard]] QList<Taskmill_RequestConnection *> Connections() const
+    {
+        return m_server->findChildren<Taskmill_RequestConnection *>();
+    }
+
     [[nodiscard]] qsizetype CompleteCount() const
     {
         return std::ranges::count_if(Connections(), &Taskmill_RequestConnection::IsComplete);
     }
+
     /// How many connections have read something.
     [[nodiscard]] qsizetype BusyCount() const
     {
@@ -80,187 +213,6 @@ private:
     RecordingHandler m_handler;
     std::unique_ptr<Taskmill_RequestServer> m_server;
 };
-
-void TestRequestServer::init()
-{
-    FailOnQtWarnings();
-    m_handler = {};
-    Listen(patient);
-}
-
-void TestRequestServer::Listen(const Taskmill_RequestLimits &limits)
-{
-    m_server = std::make_unique<Taskmill_RequestServer>(m_handler, limits);
-    QVERIFY(m_server->Listen(0));
-}
-
-TestRequestServer::Client TestRequestServer::Connect(const QByteArray &message) const
-{
-    auto client = std::make_unique<QTcpSocket>();
-    client->connectToHost(QHostAddress{QHostAddress::LocalHost}, m_server->Port());
-    if (!client->waitForConnected())
-        qFatal("the server does not listen");
-    client->write(message);
-    client->flush();
-    return client;
-}
-
-void TestRequestServer::Submit(const QByteArray &message) const
-{
-    const Client client = Connect(message);
-    client->disconnectFromHost();
-    if (client->state() != QAbstractSocket::UnconnectedState)
-        client->waitForDisconnected();
-}
-
-void TestRequestServer::ActionsAreHandedOn()
-{
-    for (const QByteArray &message : {"clientname=Nobody\naction=Test"_ba, "clientname=Nobody\naction=\n"_ba,
-                                      ""_ba, "\xff\x00\n\n=\n@"_ba})
-        Submit(message);
-    Submit("ACTION=Frobnicate\nclientname=Editor\njobname=last");
-    QTRY_COMPARE(m_handler.Handled, QStringList{u"last"_s});
-    QCOMPARE(m_server->KnownClients(), QSet<QString>{u"Editor"_s});
-}
-
-void TestRequestServer::MessageEndsWhereAReplyIsAskedForOrNothingFollows()
-{
-    const Client asking = Connect(Message("a") + "clientreply=y");
-    QTRY_COMPARE(BusyCount(), 1);
-    QCOMPARE(CompleteCount(), 0);
-    asking->write("es\n");
-    QTRY_COMPARE(asking->state(), QAbstractSocket::UnconnectedState);
-    QCOMPARE(asking->readAll(), "accepted=a\n");
-
-    Listen({.SilenceMs = 3'600'000, .QuietMs = 10});
-    const Client quiet = Connect(Message("b"));
-    QTRY_COMPARE(quiet->state(), QAbstractSocket::UnconnectedState);
-    QCOMPARE(quiet->readAll(), QByteArray{});
-    QCOMPARE(m_handler.Handled, (QStringList{u"a"_s, u"b"_s}));
-
-    Listen({.SilenceMs = 20, .QuietMs = 3'600'000});
-    const Client silent = Connect();
-    QTRY_COMPARE(silent->state(), QAbstractSocket::UnconnectedState);
-    QTRY_VERIFY(Connections().isEmpty());
-    QCOMPARE(m_handler.Handled.size(), 2);
-}
-
-void TestRequestServer::ReadsWhatCameWhileItWasBusy()
-{
-    const Client client = Connect("action=submit");
-    QTRY_COMPARE(BusyCount(), 1);
-    // The time is up before anybody has read the rest.
-    client->write("job\njobname=late\n");
-    QVERIFY(client->waitForBytesWritten());
-    QVERIFY(QMetaObject::invokeMethod(Connections().first(), "TimeoutSlot"));
-    QCOMPARE(CompleteCount(), 0);
-    QVERIFY(QMetaObject::invokeMethod(Connections().first(), "TimeoutSlot"));
-    QTRY_COMPARE(m_handler.Handled, QStringList{u"late"_s});
-}
-
-void TestRequestServer::TakesAMebibyteAndNoMore()
-{
-    const QByteArray longest = Message(QByteArray(1'048'576 - Message({}).size(), 'x'));
-    const Client taken = Connect(longest);
-    taken->disconnectFromHost();
-    QTRY_COMPARE(m_handler.Handled.size(), 1);
-    QCOMPARE(Message(m_handler.Handled.first().toLatin1()), longest);
-
-    QTest::ignoreMessage(QtWarningMsg, "A message of more than 1048576 bytes is dropped");
-    const Client dropped = Connect(longest + 'x');
-    QTRY_COMPARE(dropped->state(), QAbstractSocket::UnconnectedState);
-    QTRY_COMPARE(Connections().size(), 0);
-    QCOMPARE(m_handler.Handled.size(), 1);
-}
-
-void TestRequestServer::TooManyClientsCostTheSilentOneOrWait()
-{
-    Listen({.SilenceMs = 3'600'000, .QuietMs = 3'600'000, .MaxConnections = 2});
-    const Client writing = Connect(Message("writing"));
-    QTRY_COMPARE(BusyCount(), 1);
-    const Client silent = Connect();
-    QTRY_COMPARE(Connections().size(), 2);
-    QTest::ignoreMessage(QtWarningMsg, "Too many open connections: a silent one is dropped");
-    const Client another = Connect(Message("another"));
-    QTRY_COMPARE(silent->state(), QAbstractSocket::UnconnectedState);
-    QTRY_COMPARE(BusyCount(), 2);
-    for (const QByteArray &name : {"a"_ba, "b"_ba})
-        Submit(Message(name));
-    writing->disconnectFromHost();
-    QTRY_COMPARE(m_handler.Handled, (QStringList{u"writing"_s, u"a"_s, u"b"_s}));
-    QCOMPARE(another->state(), QAbstractSocket::ConnectedState);
-}
-
-void TestRequestServer::WaitsForTheMessageBeforeIt()
-{
-    const Client first = Connect();
-    const Client second = Connect();
-    const Client third = Connect();
-    m_handler.WhileHandling = [&](const QString &name) {
-        // As a dialog does, the handler runs an event loop. The message that is complete first is next.
-        if (name == "first"_L1) {
-            third->write(Message("third"));
-            third->disconnectFromHost();
-            QTRY_COMPARE(CompleteCount(), 2);
-            second->write(Message("second") + askForReply);
-            QTRY_COMPARE(CompleteCount(), 3);
-            // A message that is told of now has to wait too.
-            m_server->NewConnectionToServerSlot();
-            QCOMPARE(m_handler.Handled, QStringList{u"first"_s});
-        } else if (name == "third"_L1) {
-            // The first has its answer, and its connection is destroyed, while this loop runs.
-            QTRY_COMPARE(first->state(), QAbstractSocket::UnconnectedState);
-            QTRY_COMPARE(Connections().size(), 2);
-        }
-    };
-    first->write(Message("first") + askForReply);
-    QTRY_COMPARE(m_handler.Handled, (QStringList{u"first"_s, u"third"_s, u"second"_s}));
-    QTRY_COMPARE(second->state(), QAbstractSocket::UnconnectedState);
-    QCOMPARE(first->readAll() + second->readAll(), "accepted=first\naccepted=second\n");
-}
-
-void TestRequestServer::WaitsForTheHandlerInOrder()
-{
-    m_handler.NotYet = u"asks"_s;
-    for (const QByteArray &name : {"first"_ba, "asks"_ba, "last"_ba})
-        Submit(Message(name));
-    QTRY_COMPARE(CompleteCount(), 2);
-    m_server->NewConnectionToServerSlot();
-    QCOMPARE(m_handler.Handled, QStringList{u"first"_s});
-    m_handler.NotYet.clear();
-    QTRY_COMPARE(m_handler.Handled, (QStringList{u"first"_s, u"asks"_s, u"last"_s}));
-}
-
-void TestRequestServer::ClientGoesWhileItsMessageIsHandled()
-{
-    const Client client = Connect(Message("a") + askForReply);
-    m_handler.WhileHandling = [&](const QString &) {
-        client->abort();
-        const auto *socket = Connections().first()->findChild<QTcpSocket *>();
-        QTRY_COMPARE(socket->state(), QAbstractSocket::UnconnectedState);
-    };
-    QTRY_COMPARE(m_handler.Handled, QStringList{u"a"_s});
-    QTRY_COMPARE(Connections().size(), 0);
-    m_handler.WhileHandling = nullptr;
-    Submit(Message("b"));
-    QTRY_COMPARE(m_handler.Handled.size(), 2);
-}
-
-void TestRequestServer::CloseEndsEveryConnection()
-{
-    const Client idle = Connect();
-    const Client waiting = Connect();
-    m_handler.WhileHandling = [&](const QString &) {
-        waiting->write(Message("waiting") + askForReply);
-        QTRY_COMPARE(CompleteCount(), 2);
-        m_server->Close();
-    };
-    Submit(Message("last"));
-    QTRY_COMPARE(idle->state(), QAbstractSocket::UnconnectedState);
-    QTRY_COMPARE(waiting->state(), QAbstractSocket::UnconnectedState);
-    QTRY_COMPARE(Connections().size(), 0);
-    QCOMPARE(m_handler.Handled, QStringList{u"last"_s});
-}
 
 QTEST_GUILESS_MAIN(TestRequestServer)
 #include "test_requestserver.moc"

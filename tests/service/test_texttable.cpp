@@ -10,40 +10,26 @@ class TestTextTable : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void WidthIsThatOfTheTerminal();
-    void ColumnsAreAligned();
-    void TimesBeginWithTheMonth();
+    void ColumnsAreAligned()
+    {
+        // Each entry keeps to its line.
+        QCOMPARE(
+            Taskmill_TextTable({u"Job ID"_s, u"Name"_s, u"水"_s}, {{u"1"_s, u"a\r\nb\tc\u001b[0m\u2028d"_s},
+                                                                   {u"1234567"_s, u"Gro\u0308ße"_s, u""_s},
+                                                                   {u"3"_s, u"水"_s, u"abc"_s, u"beyond"_s}}),
+            u"Job ID   Name         水 \n"
+            "-------------------------\n"
+            "1        a b c [0m d     \n"
+            "1234567  Gro\u0308ße           \n"
+            "3        水           abc\n"_s);
+    }
+
+    void TimesBeginWithTheMonth()
+    {
+        QCOMPARE(Taskmill_TimeText(QDateTime{{2024, 3, 9}, {17, 5, 6}}), u"03-09-2024 17:05:06"_s);
+        QCOMPARE(Taskmill_TimeText({}), QString{});
+    }
 };
-
-void TestTextTable::WidthIsThatOfTheTerminal()
-{
-    QCOMPARE(Taskmill_TextWidth(u"Gro\u0308ße"_s), 5);
-    QCOMPARE(Taskmill_TextWidth(u"水分子"_s), 6);
-    // Hangul in pieces, beyond the first plane, a joiner.
-    QCOMPARE(Taskmill_TextWidth(u"\u1112\u1161\u11ab"_s), 2);
-    QCOMPARE(Taskmill_TextWidth(u"\U00020000\U0001D400"_s), 3);
-    QCOMPARE(Taskmill_TextWidth(u"a\u200Db"_s), 2);
-}
-
-void TestTextTable::ColumnsAreAligned()
-{
-    // Each entry keeps to its line.
-    QCOMPARE(
-        Taskmill_TextTable({u"Job ID"_s, u"Name"_s, u"水"_s}, {{u"1"_s, u"a\r\nb\tc\u001b[0m\u2028d"_s},
-                                                               {u"1234567"_s, u"Gro\u0308ße"_s, u""_s},
-                                                               {u"3"_s, u"水"_s, u"abc"_s, u"beyond"_s}}),
-        u"Job ID   Name         水 \n"
-        "-------------------------\n"
-        "1        a b c [0m d     \n"
-        "1234567  Gro\u0308ße           \n"
-        "3        水           abc\n"_s);
-}
-
-void TestTextTable::TimesBeginWithTheMonth()
-{
-    QCOMPARE(Taskmill_TimeText(QDateTime{{2024, 3, 9}, {17, 5, 6}}), u"03-09-2024 17:05:06"_s);
-    QCOMPARE(Taskmill_TimeText({}), QString{});
-}
 
 QTEST_GUILESS_MAIN(TestTextTable)
 #include "test_texttable.moc"
