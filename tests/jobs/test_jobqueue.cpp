@@ -127,25 +127,6 @@ private Q_SLOTS:
         QVERIFY(m_finished.Taken.isEmpty());
     }
 
-    void HandsOverEachKilledJobOnce()
-    {
-        // As the owner does: whatever has ended is collected at every change.
-        const auto collect = [this] {
-            for (const Taskmill_Job *job : m_long->Jobs()) {
-                if (job->IsFinished())
-                    m_finished.Taken.append(job->Record());
-            }
-        };
-        connect(m_long.get(), &Taskmill_JobQueue::QueueUpdatedSignal, m_long.get(), collect);
-        m_finished.OnTaken = collect;
-        m_long->AddAll(Waiting({1, 2}));
-        m_long->RemoveByJobID(1);
-        QCOMPARE(States(*m_long), u"R"_s);
-        QCoreApplication::processEvents();
-        QCOMPARE(m_finished.Summary(), QStringList{u"1 Killed"_s});
-        QVERIFY(m_finished.Taken.first().Finished.isValid());
-    }
-
     void StartsQueuelessJobsAtOnce()
     {
         m_queueless->AddAll(
@@ -159,7 +140,7 @@ private Q_SLOTS:
         QCOMPARE(m_finished.Summary(), (QStringList{u"2 Killed"_s, u"3 Killed"_s, u"4 Killed"_s}));
     }
 
-    void AnswersByNumberAndPosition()
+    void NumberMayBeThereTwice()
     {
         m_long->AddAll(Waiting({5, 6, 5, 7}));
         m_long->RemoveAt(-1);
@@ -167,25 +148,11 @@ private Q_SLOTS:
         m_long->RemoveByJobID(99);
         QCOMPARE(m_long->FindJobByProcessID(m_long->JobAt(0)->ProcessID()), 5);
         QCOMPARE(m_long->JobIDsOf({2, 0, 4, 1}), (QList{5, 5}));
-        bool anyRunning = true;
-        QVERIFY(m_long->ContainsAll({6, 7}, anyRunning) && !anyRunning);
-        QVERIFY(!m_long->ContainsAll({99, 5}, anyRunning) && anyRunning);
-        // Of two jobs with the same number the first is meant.
+        // The first one is meant.
         m_long->RemoveByJobID(5);
         QCOMPARE(m_finished.Summary(), QStringList{u"5 Killed"_s});
         QCOMPARE(m_long->JobIDs(), (QList{6, 5, 7}));
         QCOMPARE(m_long->FindByJobID(5), m_long->JobAt(1));
-    }
-
-    void EndsJobsWithTheContainer()
-    {
-        m_queueless->AddAll(Waiting({1, 2}));
-        const qint64 processID = m_queueless->JobAt(1)->ProcessID();
-        m_queueless.reset();
-        const QList<Taskmill_ProcessRecord> processes = m_inspector->ListProcesses();
-        QVERIFY(!processes.isEmpty());
-        for (const Taskmill_ProcessRecord &process : processes)
-            QVERIFY(process.ProcessIdNumber() != processID);
     }
 
 private:

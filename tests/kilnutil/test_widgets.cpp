@@ -24,27 +24,19 @@ private Q_SLOTS:
     void init()
     {
         FailOnQtWarnings();
-        m_place = std::make_unique<QTemporaryDir>();
-        KeepSettingsIn(m_place->path());
-        KilnUtil_Registry::SetAppData(u"TaskmillGUI"_s, u"1"_s, u"1.1"_s, u"1.1.18"_s, u"TASKMILLPREFS_DIR"_s,
-                                      u".taskmillprefs"_s);
-        m_model = std::make_unique<QStandardItemModel>(0, 3);
-        MakeTable();
+        m_table = MakeTable();
     }
-
-    void cleanup()
-    {
-        m_table.reset();
-        m_model.reset();
-        m_place.reset();
-    }
+    void cleanup() { m_table.reset(); }
 
     void RemembersColumns()
     {
+        KeepSettingsIn(m_place.path());
+        KilnUtil_Registry::SetAppData(u"TaskmillGUI"_s, u"1"_s, u"1.1"_s, u"1.1.18"_s, u"TASKMILLPREFS_DIR"_s,
+                                      u".taskmillprefs"_s);
         m_table->RememberColumns(u"LongJobsQueue"_s);
         m_table->setColumnWidth(0, 217);
         m_table->horizontalHeader()->moveSection(2, 0);
-        MakeTable();
+        m_table = MakeTable();
         m_table->RememberColumns(u"LongJobsQueue"_s);
         QCOMPARE(m_table->columnWidth(0), 217);
         QCOMPARE(m_table->horizontalHeader()->logicalIndex(0), 2);
@@ -52,7 +44,7 @@ private Q_SLOTS:
         const QStringList saved{u"5:90"_s, u"1:123"_s,          u":"_s,    u"x:1"_s,         u"1"_s,
                                 u"-1:5"_s, u"2:999999999999"_s, u"1:50"_s, u"1:2000000000"_s};
         KilnUtil_Registry::SetValue(u"/Tables/Finished/Columns"_s, saved);
-        MakeTable();
+        m_table = MakeTable();
         m_table->RememberColumns(u"Finished"_s);
         QCOMPARE(m_table->columnWidth(1), 10'000);
         QCOMPARE(m_table->horizontalHeader()->logicalIndex(0), 1);
@@ -100,14 +92,13 @@ private Q_SLOTS:
     }
 
 private:
-    void MakeTable()
+    [[nodiscard]] std::unique_ptr<KilnUtil_TableWidget> MakeTable()
     {
-        m_table = std::make_unique<KilnUtil_TableWidget>(nullptr);
-        m_table->SetSourceModel(m_model.get());
-        m_table->SetColumnHints({8, 20, 20});
-        m_table->resize(600, 300);
-        m_table->show();
-        QVERIFY(QTest::qWaitForWindowActive(m_table.get()));
+        auto table = std::make_unique<KilnUtil_TableWidget>(nullptr);
+        table->SetSourceModel(&m_model);
+        table->SetColumnHints({8, 20, 20});
+        table->resize(600, 300);
+        return table;
     }
     /// Whether the drop is accepted, and not as a move.
     [[nodiscard]] bool Drop(const QList<QUrl> &urls, Qt::DropActions actions)
@@ -121,8 +112,8 @@ private:
         return drop.isAccepted() && drop.dropAction() != Qt::MoveAction;
     }
 
-    std::unique_ptr<QTemporaryDir> m_place;
-    std::unique_ptr<QStandardItemModel> m_model;
+    QTemporaryDir m_place;
+    QStandardItemModel m_model{0, 3};
     std::unique_ptr<KilnUtil_TableWidget> m_table;
 };
 
