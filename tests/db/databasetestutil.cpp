@@ -9,16 +9,16 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-std::unique_ptr<Taskmill_Database> MakeClosedDatabase(const QString &filePath)
+std::unique_ptr<Taskmill_Database> MakeClosedDatabase()
 {
-    const auto kind = filePath.isEmpty() ? Taskmill_Database::SQLiteMemory : Taskmill_Database::SQLiteFile;
-    return std::make_unique<Taskmill_Database>(kind, filePath, u"QSQLITE"_s, QString{}, QString{}, QString{},
-                                               u"Test database"_s, u"Database Object"_s);
+    return std::make_unique<Taskmill_Database>(Taskmill_Database::SQLiteMemory, QString{}, u"QSQLITE"_s,
+                                               QString{}, QString{}, QString{}, u"Test database"_s,
+                                               u"Database Object"_s);
 }
 
-std::unique_ptr<Taskmill_Database> MakeDatabase(const QString &filePath)
+std::unique_ptr<Taskmill_Database> MakeDatabase()
 {
-    auto database = MakeClosedDatabase(filePath);
+    auto database = MakeClosedDatabase();
     if (!database->Open() || !database->InitializeTables())
         qFatal("cannot make a database");
     return database;

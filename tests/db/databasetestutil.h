@@ -6,10 +6,10 @@
 
 #include <memory>
 
-/// An open database with all its tables: in memory, or in the file when a path is given.
-[[nodiscard]] std::unique_ptr<Taskmill_Database> MakeDatabase(const QString &filePath = {});
+/// An open database in memory with all its tables.
+[[nodiscard]] std::unique_ptr<Taskmill_Database> MakeDatabase();
 /// The same without a connection.
-[[nodiscard]] std::unique_ptr<Taskmill_Database> MakeClosedDatabase(const QString &filePath = {});
+[[nodiscard]] std::unique_ptr<Taskmill_Database> MakeClosedDatabase();
 
 /// A look at a database file past the classes under test.
 class RawDatabase
