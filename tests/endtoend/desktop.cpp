@@ -1,18 +1,17 @@
 #include "endtoend/desktop.h"
 
+#include "endtoend/screenreader.h"
 #include "support/testutil.h"
 
 #include <QRegularExpression>
-#include <QStandardPaths>
 #include <QtTest>
 
 #include <algorithm>
-#include <array>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-constexpr int longestWaitMs = 30'000;
+constexpr int longestWaitMs = 60'000;
 constexpr QSize screenSize{1920, 1200}; // pixels
 constexpr int panelHeight = 32;
 
@@ -22,11 +21,17 @@ int NumberAfter(const QByteArray &text, const QByteArray &label)
     const qsizetype begin = text.indexOf(label);
     return begin < 0 ? 0 : text.mid(begin + label.size()).trimmed().split('\n').first().toInt();
 }
+
+/// Waits for the one line that a part of the desktop prints.
+QString FirstLine(QProcess &part)
+{
+    (void)QTest::qWaitFor([&] { return part.canReadLine(); }, longestWaitMs);
+    return QString::fromLatin1(part.readLine().trimmed());
+}
 } // namespace
 
-Desktop::Desktop(Tray tray, int scale)
-    : m_tray{tray}
-    , m_scale{scale}
+Desktop::Desktop(int scale)
+    : m_scale{scale}
 {
     if (!m_directory.isValid())
         qFatal("no directory can be made");
@@ -34,6 +39,8 @@ Desktop::Desktop(Tray tray, int scale)
 
 Desktop::~Desktop()
 {
+    if (m_accessibilityBus)
+        QDBusConnection::disconnectFromBus(m_accessibilityBus->name());
     // The X server comes last, so that the others do not complain about its end.
     for (; !m_parts.empty(); m_parts.pop_back()) {
         QProcess &part = *m_parts.back();
@@ -44,22 +51,27 @@ Desktop::~Desktop()
     }
 }
 
-QStringList Desktop::MissingPrograms()
-{
-    QStringList missing{u"Xvfb"_s,     u"openbox"_s, u"trayer"_s,     u"xdotool"_s,
-                        u"xwininfo"_s, u"xprop"_s,   u"dbus-daemon"_s};
-    missing.removeIf([](const QString &name) { return !QStandardPaths::findExecutable(name).isEmpty(); });
-    return missing;
-}
-
 bool Desktop::Start()
 {
-    if (StartServer() && StartBus() && StartWindowManager() && (m_tray == Tray::None || ShowTray()))
-        return true;
-    const QStringList names{u"Xvfb"_s, u"dbus-daemon"_s, u"openbox"_s, u"trayer"_s};
-    for (const QString &name : names)
-        qWarning("%ls: %s", qUtf16Printable(name),
-                 ReadTestFile(m_directory.filePath(name + u".log"_s)).constData());
+    const QString pixels = u"%1x%2x24"_s.arg(screenSize.width() * m_scale).arg(screenSize.height() * m_scale);
+    m_display = u':' + FirstLine(StartPart(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, pixels,
+                                                       u"-nolisten"_s, u"tcp"_s}));
+    m_busAddress =
+        FirstLine(StartPart(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s}));
+    // It announces itself before it attends to new windows.
+    const QString attends = m_directory.filePath(u"attends"_s);
+    StartPart(u"openbox"_s, {u"--sm-disable"_s, u"--startup"_s, u"touch "_s + attends});
+    if (QTest::qWaitFor([&] { return QFile::exists(attends); }, longestWaitMs)) {
+        StartPart(u"trayer"_s, {u"--edge"_s, u"top"_s, u"--align"_s, u"right"_s, u"--widthtype"_s, u"pixel"_s,
+                                u"--width"_s, u"200"_s, u"--heighttype"_s, u"pixel"_s, u"--height"_s,
+                                QString::number(panelHeight * m_scale)});
+        if (QTest::qWaitFor([this] { return !Panel().isEmpty(); }, longestWaitMs)) {
+            m_accessibilityBus = ConnectToAccessibilityBus(m_busAddress);
+            return true;
+        }
+    }
+    for (const QString &part : {u"Xvfb"_s, u"dbus-daemon"_s, u"openbox"_s, u"trayer"_s})
+        qWarning("%ls: %s", qUtf16Printable(part), ReadTestFile(m_directory.filePath(part)).constData());
     return false;
 }
 
@@ -73,9 +85,8 @@ QStringList Desktop::Variables() const
             u"QT_SCALE_FACTOR="_s + QString::number(m_scale)};
 }
 
-QProcess &Desktop::StartPart(const QString &program, const QStringList &arguments)
+void Desktop::Launch(QProcess &process, const QString &program, const QStringList &arguments) const
 {
-    auto &part = *m_parts.emplace_back(std::make_unique<QProcess>());
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(u"WAYLAND_DISPLAY"_s);
     environment.insert(u"DISPLAY"_s, m_display);
@@ -84,62 +95,26 @@ QProcess &Desktop::StartPart(const QString &program, const QStringList &argument
     for (const QString &variable :
          {u"HOME"_s, u"XDG_CONFIG_HOME"_s, u"XDG_CACHE_HOME"_s, u"XDG_RUNTIME_DIR"_s})
         environment.insert(variable, m_directory.path());
-    part.setProcessEnvironment(environment);
-    part.setWorkingDirectory(m_directory.path());
-    part.setStandardErrorFile(m_directory.filePath(program + u".log"_s));
-    part.start(program, arguments);
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
+    if (!process.waitForStarted())
+        qFatal("%ls is not installed", qUtf16Printable(program));
+}
+
+QProcess &Desktop::StartPart(const QString &program, const QStringList &arguments)
+{
+    auto &part = *m_parts.emplace_back(std::make_unique<QProcess>());
+    part.setStandardErrorFile(m_directory.filePath(program));
+    Launch(part, program, arguments);
     return part;
-}
-
-bool Desktop::StartServer()
-{
-    QProcess &server = StartPart(
-        u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s,
-                    u"%1x%2x24"_s.arg(screenSize.width() * m_scale).arg(screenSize.height() * m_scale),
-                    u"-nolisten"_s, u"tcp"_s});
-    const bool started = QTest::qWaitFor([&] { return server.canReadLine(); }, longestWaitMs);
-    m_display = u':' + QString::fromLatin1(server.readLine().trimmed());
-    return started;
-}
-
-bool Desktop::StartBus()
-{
-    QProcess &bus = StartPart(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
-    const bool started = QTest::qWaitFor([&] { return bus.canReadLine(); }, longestWaitMs);
-    m_busAddress = QString::fromLatin1(bus.readLine().trimmed());
-    return started;
-}
-
-bool Desktop::StartWindowManager()
-{
-    // It announces itself before it attends to new windows.
-    const QString attends = m_directory.filePath(u"attends"_s);
-    StartPart(u"openbox"_s, {u"--sm-disable"_s, u"--startup"_s, u"touch "_s + attends});
-    return QTest::qWaitFor([&] { return QFile::exists(attends); }, longestWaitMs);
-}
-
-bool Desktop::ShowTray()
-{
-    StartPart(u"trayer"_s, {u"--edge"_s, u"top"_s, u"--align"_s, u"right"_s, u"--widthtype"_s, u"pixel"_s,
-                            u"--width"_s, u"200"_s, u"--heighttype"_s, u"pixel"_s, u"--height"_s,
-                            QString::number(panelHeight * m_scale)});
-    return QTest::qWaitFor([this] { return !Panel().isEmpty(); }, longestWaitMs);
 }
 
 QByteArray Desktop::Run(const QString &program, const QStringList &arguments) const
 {
     QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"DISPLAY"_s, m_display);
-    process.setProcessEnvironment(environment);
-    process.start(program, arguments);
+    Launch(process, program, arguments);
     process.waitForFinished();
     return process.readAllStandardOutput();
-}
-
-QByteArray Desktop::XDoTool(const QStringList &arguments) const
-{
-    return Run(u"xdotool"_s, arguments);
 }
 
 std::optional<DesktopWindow> Desktop::Describe(const QByteArray &id) const
@@ -182,39 +157,29 @@ std::optional<DesktopWindow> Desktop::Find(const WindowTest &fits) const
     return window == windows.end() ? std::nullopt : std::optional{*window};
 }
 
-std::optional<DesktopWindow> Desktop::WaitFor(const WindowTest &fits, const char *what) const
+std::optional<DesktopWindow> Desktop::WaitFor(const WindowTest &fits, const QString &what) const
 {
     std::optional<DesktopWindow> found;
     if (!QTest::qWaitFor([&] { return (found = Find(fits)).has_value(); }, longestWaitMs))
-        qWarning("The screen does not show %s", what);
+        qWarning("The screen does not show %ls", qUtf16Printable(what));
     return found;
 }
 
 std::optional<DesktopWindow> Desktop::WaitForWindow(const QString &title) const
 {
-    return WaitFor([&](const DesktopWindow &window) { return window.Title.startsWith(title); },
-                   qPrintable(title));
+    return WaitFor([&](const DesktopWindow &window) { return window.Title.startsWith(title); }, title);
 }
 
 std::optional<DesktopWindow> Desktop::WaitForPopup() const
 {
-    return WaitFor([](const DesktopWindow &window) { return window.IsPopup; }, "a menu");
+    return WaitFor([](const DesktopWindow &window) { return window.IsPopup; }, u"a menu"_s);
 }
 
 std::optional<DesktopWindow> Desktop::WaitForTrayIcon() const
 {
     const QRect panel = Panel();
     return WaitFor([&](const DesktopWindow &window) { return panel.contains(window.Geometry); },
-                   "an icon in the tray");
-}
-
-bool Desktop::WaitUntilTrayIsEmpty() const
-{
-    const QRect panel = Panel();
-    const auto isInTray = [&](const DesktopWindow &window) {
-        return panel.contains(window.Geometry);
-    };
-    return QTest::qWaitFor([&] { return !Find(isInTray); }, longestWaitMs);
+                   u"an icon in the tray"_s);
 }
 
 bool Desktop::WaitUntilGone(const QString &title) const
@@ -223,65 +188,6 @@ bool Desktop::WaitUntilGone(const QString &title) const
         return window.Title.startsWith(title);
     };
     return QTest::qWaitFor([&] { return !Find(hasTitle); }, longestWaitMs);
-}
-
-void Desktop::Click(QPoint position, int button) const
-{
-    XDoTool({u"mousemove"_s, QString::number(position.x()), QString::number(position.y()), u"click"_s,
-             QString::number(button)});
-}
-
-void Desktop::ClickEntry(const DesktopWindow &menu, int line, int lines) const
-{
-    const int y = menu.Geometry.top() + menu.Geometry.height() * (2 * line + 1) / (2 * lines);
-    Click({menu.Geometry.center().x(), y});
-}
-
-void Desktop::Press(const QString &keys) const
-{
-    XDoTool({u"key"_s, u"--clearmodifiers"_s, keys});
-}
-
-void Desktop::Type(const QString &text) const
-{
-    XDoTool({u"type"_s, u"--clearmodifiers"_s, u"--delay"_s, u"4"_s, text});
-}
-
-void Desktop::MoveTo(QPoint position) const
-{
-    XDoTool({u"mousemove"_s, QString::number(position.x()), QString::number(position.y())});
-}
-
-void Desktop::HoldButton() const
-{
-    XDoTool({u"mousedown"_s, u"1"_s});
-}
-
-void Desktop::ReleaseButton() const
-{
-    XDoTool({u"mouseup"_s, u"1"_s});
-}
-
-void Desktop::StartProgram(const QString &program, const QStringList &arguments)
-{
-    StartPart(u"env"_s, Variables() + QStringList{program} + arguments);
-}
-
-void Desktop::MovePointerAway() const
-{
-    XDoTool({u"mousemove"_s, u"2"_s, QString::number(screenSize.height() * m_scale - 2)});
-}
-
-bool Desktop::Photograph(const QRect &part, const QString &file) const
-{
-    const QString crop = u"%1x%2+%3+%4"_s.arg(part.width()).arg(part.height()).arg(part.x()).arg(part.y());
-    Run(u"import"_s, {u"-window"_s, u"root"_s, u"-crop"_s, crop, u"+repage"_s, u"-strip"_s, file});
-    return QFile::exists(file);
-}
-
-void Desktop::Activate(const DesktopWindow &window) const
-{
-    XDoTool({u"windowactivate"_s, QString::number(window.ID)});
 }
 
 bool Desktop::Close(const DesktopWindow &window) const
@@ -295,21 +201,85 @@ bool Desktop::Close(const DesktopWindow &window) const
         [&] {
             if (isGone())
                 return true;
-            Activate(window);
-            if (HasFocus(window))
+            XDoTool({u"windowactivate"_s, QString::number(window.ID)});
+            if (XDoTool({u"getactivewindow"_s}).trimmed().toLongLong() == window.ID)
                 Press(u"alt+F4"_s);
             return QTest::qWaitFor(isGone, patienceMs);
         },
         longestWaitMs);
 }
 
-bool Desktop::IsInTaskList(const DesktopWindow &window) const
+std::optional<ScreenControl> Desktop::FindControl(const QString &role, const QString &name) const
 {
-    const QByteArray list = Run(u"xprop"_s, {u"-root"_s, u"_NET_CLIENT_LIST"_s});
-    return (list.trimmed() + ',').contains("0x" + QByteArray::number(window.ID, 16) + ',');
+    const QList<ScreenControl> controls = ReadScreen(*m_accessibilityBus);
+    const auto control = std::ranges::find_if(controls, [&](const ScreenControl &candidate) {
+        return candidate.Role == role && candidate.Name == name;
+    });
+    return control == controls.end() ? std::nullopt : std::optional{*control};
 }
 
-bool Desktop::HasFocus(const DesktopWindow &window) const
+bool Desktop::WaitForControl(const QString &role, const QString &name) const
 {
-    return XDoTool({u"getactivewindow"_s}).trimmed().toLongLong() == window.ID;
+    if (QTest::qWaitFor([&] { return FindControl(role, name).has_value(); }, longestWaitMs))
+        return true;
+    qWarning("There is no %ls \"%ls\" among:", qUtf16Printable(role), qUtf16Printable(name));
+    for (const ScreenControl &control : ReadScreen(*m_accessibilityBus))
+        qWarning("  %ls \"%ls\"", qUtf16Printable(control.Role), qUtf16Printable(control.Name));
+    return false;
+}
+
+bool Desktop::WaitUntilControlIsGone(const QString &role, const QString &name) const
+{
+    return QTest::qWaitFor([&] { return !FindControl(role, name); }, longestWaitMs);
+}
+
+bool Desktop::AreWindowsSettled() const
+{
+    const QList<ScreenControl> controls = ReadScreen(*m_accessibilityBus);
+    const QList<DesktopWindow> windows = Windows();
+    return std::ranges::all_of(windows, [&](const DesktopWindow &window) {
+        const auto own = std::ranges::find(controls, window.Title, &ScreenControl::Name);
+        // A program that draws larger knows its place only roughly.
+        const QPoint place = own == controls.end() ? QPoint{} : own->Geometry.topLeft() * m_scale;
+        return own == controls.end() || (place - window.Geometry.topLeft()).manhattanLength() < 2 * m_scale;
+    });
+}
+
+bool Desktop::ClickControl(const QString &role, const QString &name, int button) const
+{
+    if (!WaitForControl(role, name) ||
+        !QTest::qWaitFor([this] { return AreWindowsSettled(); }, longestWaitMs))
+        return false;
+    const auto control = FindControl(role, name);
+    if (control)
+        Click(control->Geometry.center() * m_scale, button);
+    return control.has_value();
+}
+
+void Desktop::Click(QPoint position, int button) const
+{
+    XDoTool({u"mousemove"_s, QString::number(position.x()), QString::number(position.y()), u"click"_s,
+             QString::number(button)});
+}
+
+void Desktop::Press(const QString &keys) const
+{
+    XDoTool(QStringList{u"key"_s, u"--clearmodifiers"_s} + keys.split(u' '));
+}
+
+void Desktop::Type(const QString &text) const
+{
+    XDoTool({u"type"_s, u"--clearmodifiers"_s, u"--delay"_s, u"4"_s, text});
+}
+
+void Desktop::MovePointerAway() const
+{
+    XDoTool({u"mousemove"_s, u"2"_s, QString::number(screenSize.height() * m_scale - 2)});
+}
+
+bool Desktop::Photograph(const QRect &part, const QString &file) const
+{
+    const QString crop = u"%1x%2+%3+%4"_s.arg(part.width()).arg(part.height()).arg(part.x()).arg(part.y());
+    Run(u"import"_s, {u"-window"_s, u"root"_s, u"-crop"_s, crop, u"+repage"_s, u"-strip"_s, file});
+    return QFile::exists(file);
 }

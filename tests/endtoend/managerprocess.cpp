@@ -39,7 +39,7 @@ ManagerProcess::ManagerProcess(QString directory, Input input)
 
 ManagerProcess::~ManagerProcess()
 {
-    if (m_process && m_process->state() != QProcess::NotRunning) {
+    if (m_process && !HasEnded()) {
         if constexpr (!isWindows)
             m_process->terminate();
         if (isWindows || !m_process->waitForFinished())
@@ -57,47 +57,22 @@ std::pair<quint16, quint16> ManagerProcess::FreePorts()
     return {console.serverPort(), gui.serverPort()};
 }
 
-bool ManagerProcess::Start(const QStringList &arguments)
+bool ManagerProcess::Start(const QStringList &arguments, const QStringList &desktop)
 {
+    m_desktop = desktop;
+    const auto isReady = [this] {
+        return m_desktop.isEmpty() ? m_output.endsWith(prompt) : Answers();
+    };
     // Another process may take the ports before the manager does.
     for (int attempt = 0; attempt < 5; ++attempt) {
         const auto [consolePort, guiPort] = FreePorts();
         Launch(arguments, consolePort, guiPort);
-        if (HasStarted())
-            return true;
-    }
-    return false;
-}
-
-bool ManagerProcess::HasStarted()
-{
-    const auto isReadyOrGone = [this] {
-        return m_output.endsWith(prompt) || m_process->state() == QProcess::NotRunning;
-    };
-    if (!QTest::qWaitFor(isReadyOrGone, longestWaitMs) || m_process->state() == QProcess::NotRunning ||
-        Errors().contains("Cannot listen")) {
+        if (QTest::qWaitFor([&] { return isReady() || HasEnded(); }, longestWaitMs) && !HasEnded() &&
+            !Errors().contains("Cannot listen")) {
+            m_output.clear();
+            return Answers();
+        }
         qWarning("The manager did not start: %s%s", m_output.constData(), Errors().constData());
-        m_process->kill();
-        m_process->waitForFinished();
-        return false;
-    }
-    m_output.clear();
-    return Answers();
-}
-
-bool ManagerProcess::StartOnDesktop(const QStringList &variables, const QStringList &arguments)
-{
-    m_desktop = variables;
-    const auto hasEnded = [this] {
-        return m_process->state() == QProcess::NotRunning;
-    };
-    for (int attempt = 0; attempt < 5; ++attempt) {
-        const auto [consolePort, guiPort] = FreePorts();
-        Launch(arguments, consolePort, guiPort);
-        if (QTest::qWaitFor([&] { return Answers() || hasEnded(); }, longestWaitMs) && !hasEnded() &&
-            !Errors().contains("Cannot listen"))
-            return true;
-        qWarning("The manager did not start: %s", Errors().constData());
         m_process->kill();
         m_process->waitForFinished();
     }
@@ -129,16 +104,14 @@ void ManagerProcess::Launch(const QStringList &arguments, quint16 consolePort, q
     m_process->start(QStringLiteral(TASKMILL_MANAGER), arguments);
 }
 
-QByteArray ManagerProcess::ReadUntil(const QByteArray &text)
+bool ManagerProcess::Expect(const QByteArray &text)
 {
     if (!QTest::qWaitFor([&] { return m_output.contains(text); }, longestWaitMs)) {
         qWarning("Not \"%s\" but \"%s\"", text.constData(), m_output.constData());
-        return {};
+        return false;
     }
-    const qsizetype end = m_output.indexOf(text) + text.size();
-    QByteArray taken = m_output.first(end);
-    m_output.remove(0, end);
-    return taken;
+    m_output.remove(0, m_output.indexOf(text) + text.size());
+    return true;
 }
 
 QByteArray ManagerProcess::Command(const QByteArray &line)
@@ -162,10 +135,7 @@ bool ManagerProcess::Ask(const QByteArray &line, const QByteArray &text)
 
 ManagerEnd ManagerProcess::End()
 {
-    const auto hasEnded = [this] {
-        return m_process->state() == QProcess::NotRunning;
-    };
-    if (!QTest::qWaitFor(hasEnded, longestWaitMs))
+    if (!QTest::qWaitFor([this] { return HasEnded(); }, longestWaitMs))
         return {};
     // For a crash the exit code is the signal.
     return m_process->exitStatus() == QProcess::NormalExit ? ManagerEnd{.status = m_process->exitCode()}
@@ -196,18 +166,13 @@ CtlResult ManagerProcess::Ctl(const QStringList &arguments) const
 QByteArray ManagerProcess::Submit(const QString &jobType, const QString &inputFile, const QString &queue,
                                   quint16 notificationPort) const
 {
-    return Request("clientname=test\nclientappname=" + inputFile.toUtf8() +
-                   "\nclientaddress=127.0.0.1\nclientport=" + QByteArray::number(notificationPort) +
-                   "\nclientnotification=" + (notificationPort == 0 ? "0" : "1") +
-                   "\naction=submitjob\njobtypename=" + jobType.toUtf8() + "\njobqueue=" + queue.toUtf8() +
-                   "\njobinputfile=" + inputFile.toUtf8() + '\n');
-}
-
-QByteArray ManagerProcess::Request(const QByteArray &lines) const
-{
     QTcpSocket socket;
     socket.connectToHost(QHostAddress::LocalHost, Port());
-    socket.write(lines + Taskmill_ReplyRequestLine.toByteArray());
+    socket.write("clientname=test\nclientappname=" + inputFile.toUtf8() +
+                 "\nclientaddress=127.0.0.1\nclientport=" + QByteArray::number(notificationPort) +
+                 "\nclientnotification=" + (notificationPort == 0 ? "0" : "1") +
+                 "\naction=submitjob\njobtypename=" + jobType.toUtf8() + "\njobqueue=" + queue.toUtf8() +
+                 "\njobinputfile=" + inputFile.toUtf8() + '\n' + Taskmill_ReplyRequestLine.toByteArray());
     if (!socket.waitForDisconnected(longestWaitMs))
         qWarning("The manager does not answer");
     return socket.readAll();

@@ -6,7 +6,7 @@
 
 #include <memory>
 
-class PseudoTerminal;
+struct PseudoTerminal;
 
 /// How a run of the manager came to its end.
 struct ManagerEnd
@@ -33,37 +33,34 @@ public:
     ~ManagerProcess();
     Q_DISABLE_COPY_MOVE(ManagerProcess)
 
-    /// Starts the manager and waits until it answers and has shown its first prompt. False when it does not.
-    [[nodiscard]] bool Start(const QStringList &arguments = {QStringLiteral("-console")});
-    /// Starts it with its window on the desktop that these variables (NAME=VALUE) name, and waits until its
-    /// port answers. False when it does not.
-    [[nodiscard]] bool StartOnDesktop(const QStringList &variables, const QStringList &arguments);
+    /// Starts the manager and waits until its port answers and it has shown its first prompt; or its window,
+    /// without a prompt, on the desktop that these variables (NAME=VALUE) name. False when it does not.
+    [[nodiscard]] bool Start(const QStringList &arguments, const QStringList &desktop = {});
     /// Starts it without waiting, on these ports.
     void Launch(const QStringList &arguments, quint16 consolePort, quint16 guiPort);
     /// Two ports that were free a moment ago.
     [[nodiscard]] static std::pair<quint16, quint16> FreePorts();
 
     [[nodiscard]] quint16 Port() const { return m_desktop.isEmpty() ? m_consolePort : m_guiPort; }
-    /// Whether somebody listens on the port.
-    [[nodiscard]] bool Answers() const;
     [[nodiscard]] int ProcessID() const { return static_cast<int>(m_process->processId()); }
-    [[nodiscard]] PseudoTerminal &Terminal() { return *m_terminal; }
 
     /// Sends bytes to standard input as they are.
     void Type(const QByteArray &bytes);
     void CloseInput() { m_process->closeWriteChannel(); }
-    /// Waits until the text has been written to standard output, and takes everything up to its end. Empty,
+    /// Waits until the text has been written to standard output, and takes everything up to its end. False,
     /// with a warning that shows what came instead, when it does not come.
-    QByteArray ReadUntil(const QByteArray &text);
-    /// The same, telling only whether it came.
-    [[nodiscard]] bool Expect(const QByteArray &text) { return !ReadUntil(text).isEmpty(); }
-    /// Types a line that leads back to the prompt; returns what was written before that.
-    QByteArray Command(const QByteArray &line);
+    [[nodiscard]] bool Expect(const QByteArray &text);
     /// Types a line and waits for the text.
     [[nodiscard]] bool Ask(const QByteArray &line, const QByteArray &text);
+    /// Types a line that leads back to the prompt; returns what was written before that.
+    QByteArray Command(const QByteArray &line);
 
-    /// Not on Windows, as a terminal for the input.
+    /// These are not on Windows, nor is a terminal for the input.
     void Signal(int signal) const;
+    /// As when the user closes the terminal's window.
+    void HangUp();
+    /// Whether keys are echoed, lines collected and Ctrl+C is a signal, as a program finds and must leave it.
+    [[nodiscard]] bool IsTerminalInItsNormalMode() const;
     /// Waits for the end.
     [[nodiscard]] ManagerEnd End();
     /// Types "quit" and the answers, and waits for the end.
@@ -75,15 +72,14 @@ public:
 
     /// Runs the client against this manager.
     [[nodiscard]] CtlResult Ctl(const QStringList &arguments) const;
-    /// Sends one request that asks for an answer; returns the answer.
-    [[nodiscard]] QByteArray Request(const QByteArray &lines) const;
     /// Sends one request for a job and returns the manager's answer. The job's end is told to the port unless
     /// it is 0.
     [[nodiscard]] QByteArray Submit(const QString &jobType, const QString &inputFile,
                                     const QString &queue = {}, quint16 notificationPort = 0) const;
 
 private:
-    [[nodiscard]] bool HasStarted();
+    [[nodiscard]] bool Answers() const;
+    [[nodiscard]] bool HasEnded() const { return m_process->state() == QProcess::NotRunning; }
     /// Gives the process what it is to read from, before it is started.
     void PrepareInput();
 

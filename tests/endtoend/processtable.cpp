@@ -71,15 +71,6 @@ bool ProcessTable::IsAlive(int processID)
     return !state.isEmpty() && state != "Z" && state != "X";
 }
 
-qint64 ProcessTable::PeakMemory(int processID)
-{
-    for (const QByteArray &line : ReadProcFile(processID, u"status"_s).split('\n')) {
-        if (line.startsWith("VmHWM:"))
-            return line.simplified().split(' ').value(1).toLongLong();
-    }
-    return 0;
-}
-
 qint64 ProcessTable::ProcessorTicks(int processID)
 {
     const QByteArrayList fields = StatFields(processID);

@@ -13,8 +13,6 @@ void EndChildren();
 
 /// A process that has ended but was not waited for does not live.
 [[nodiscard]] bool IsAlive(int processID);
-/// The most memory that the process ever had at once, in KiB; 0 when unknown.
-[[nodiscard]] qint64 PeakMemory(int processID);
-/// The processor time used so far, in clock ticks of the system (hundredths of a second).
+/// The processor time used so far, in clock ticks of the system (hundredths of a second). Not on Windows.
 [[nodiscard]] qint64 ProcessorTicks(int processID);
 } // namespace ProcessTable

@@ -3,7 +3,6 @@
 // windows.h comes first: the others use its types.
 #include <windows.h>
 
-#include <psapi.h>
 #include <tlhelp32.h>
 
 namespace {
@@ -54,13 +53,4 @@ bool ProcessTable::IsAlive(int processID)
     const bool alive = WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
     CloseHandle(process);
     return alive;
-}
-
-qint64 ProcessTable::PeakMemory(int processID)
-{
-    const HANDLE process = Open(processID, PROCESS_QUERY_LIMITED_INFORMATION);
-    PROCESS_MEMORY_COUNTERS memory{};
-    const BOOL known = GetProcessMemoryInfo(process, &memory, sizeof memory);
-    CloseHandle(process);
-    return known ? static_cast<qint64>(memory.PeakWorkingSetSize / 1024) : 0;
 }

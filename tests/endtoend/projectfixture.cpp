@@ -44,10 +44,10 @@ bool ProjectFixture::Start(ManagerProcess::Input input, const QStringList &optio
     return m_manager->Start(QStringList{u"-console"_s, ProjectPath()} + options);
 }
 
-bool ProjectFixture::StartOnDesktop(const QStringList &variables, const QStringList &options)
+bool ProjectFixture::StartOnDesktop(const QStringList &variables)
 {
     m_manager = std::make_unique<ManagerProcess>(m_directory.path(), ManagerProcess::Input::NullDevice);
-    return m_manager->StartOnDesktop(variables, QStringList{ProjectPath()} + options);
+    return m_manager->Start({ProjectPath()}, variables);
 }
 
 ProjectRows ProjectFixture::Rows() const
@@ -63,4 +63,10 @@ ProjectRows ProjectFixture::Rows() const
                      .lastJobID = {}};
     database.GetGeneralData(u"LastJobID"_s, rows.lastJobID);
     return rows;
+}
+
+void ManagerTest::init()
+{
+    FailOnQtWarnings();
+    m_project = std::make_unique<ProjectFixture>();
 }

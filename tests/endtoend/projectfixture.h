@@ -42,12 +42,11 @@ public:
     /// The same for the small program that stands in for a calculation.
     bool AddTestType(const QString &name, const QString &arguments, const QString &filter = {}) const;
 
-    /// Starts a manager on the project, or with other arguments, in place of the one before, which must have
-    /// ended.
+    /// Starts a manager on the project, in place of the one before, which must have ended.
     [[nodiscard]] bool Start(ManagerProcess::Input input = ManagerProcess::Input::Pipe,
                              const QStringList &options = {});
-    /// The same with the manager's window on a desktop; the variables are its.
-    [[nodiscard]] bool StartOnDesktop(const QStringList &variables, const QStringList &options = {});
+    /// The same with the manager's window on the desktop that these variables (NAME=VALUE) name.
+    [[nodiscard]] bool StartOnDesktop(const QStringList &variables);
     [[nodiscard]] ManagerProcess &Manager() { return *m_manager; }
     /// Ends the manager if it still runs.
     void EndManager() { m_manager.reset(); }
@@ -58,4 +57,21 @@ public:
 private:
     QTemporaryDir m_directory;
     std::unique_ptr<ManagerProcess> m_manager;
+};
+
+/// Gives each test function a project of its own.
+class ManagerTest : public QObject
+{
+    Q_OBJECT
+
+protected:
+    [[nodiscard]] ProjectFixture &Project() const { return *m_project; }
+    [[nodiscard]] ManagerProcess &Manager() const { return m_project->Manager(); }
+
+private Q_SLOTS:
+    void init();
+    void cleanup() { m_project.reset(); }
+
+private:
+    std::unique_ptr<ProjectFixture> m_project;
 };

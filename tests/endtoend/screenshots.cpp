@@ -1,11 +1,10 @@
-// Makes pictures of the window with everything that can be seen in it:
+// Makes pictures of the window, its menus, viewers and dialogs:
 //   screenshots DIRECTORY SCALE [dark]
 // The jobs are real ones, of the programs mopac and xtb.
 
 #include "endtoend/desktop.h"
 #include "endtoend/processtable.h"
 #include "endtoend/projectfixture.h"
-#include "endtoend/screenreader.h"
 #include "service/version.h"
 
 #include <QDir>
@@ -15,95 +14,44 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 const QString longJobs = u"Long Jobs Queue"_s;
 const QString shortJobs = u"Short Jobs Queue"_s;
-const QString queuelessJobs = u"Queueless Jobs"_s;
-const QString runningJobs = u"Running Jobs"_s;
 const QString finishedJobs = u"Finished Jobs"_s;
 const QString jobTypes = u"Job Types"_s;
 
-const QString darkColours = uR"([Colors:Window]
-BackgroundNormal=42,46,50
-ForegroundNormal=252,252,252
-[Colors:View]
-BackgroundNormal=27,30,32
-BackgroundAlternate=35,38,41
-ForegroundNormal=252,252,252
-ForegroundLink=29,153,243
-[Colors:Button]
-BackgroundNormal=49,54,59
-ForegroundNormal=252,252,252
-[Colors:Selection]
-BackgroundNormal=61,174,233
-ForegroundNormal=252,252,252
-[Colors:Tooltip]
-BackgroundNormal=49,54,59
-ForegroundNormal=252,252,252
-)"_s;
+const QByteArray darkColours =
+    "[Colors:Window]\nBackgroundNormal=42,46,50\nForegroundNormal=252,252,252\n"
+    "[Colors:View]\nBackgroundNormal=27,30,32\nBackgroundAlternate=35,38,41\nForegroundNormal=252,252,"
+    "252\nForegroundLink=29,153,243\n"
+    "[Colors:Button]\nBackgroundNormal=49,54,59\nForegroundNormal=252,252,252\n"
+    "[Colors:Selection]\nBackgroundNormal=61,174,233\nForegroundNormal=252,252,252\n"
+    "[Colors:Tooltip]\nBackgroundNormal=49,54,59\nForegroundNormal=252,252,252\n";
 
-const QByteArray ethanol = R"(PM7 PRECISE
-Ethanol, optimised with PM7
+const QByteArray ethanol =
+    "PM7 PRECISE\nEthanol, optimised with PM7\n\nC 0.00 1 0.0 1 0.0 1\n"
+    "C 1.52 1 0.0 1 0.0 1 1\nO 1.43 1 109.0 1 0.0 1 2 1\nH 0.97 1 108.0 1 180.0 1 3 2 1\n"
+    "H 1.10 1 110.0 1 180.0 1 1 2 3\nH 1.10 1 110.0 1 60.0 1 1 2 3\n"
+    "H 1.10 1 110.0 1 -60.0 1 1 2 3\nH 1.10 1 110.0 1 120.0 1 2 1 3\n"
+    "H 1.10 1 110.0 1 -120.0 1 2 1 3\n";
 
-C   0.00 1    0.0 1    0.0 1
-C   1.52 1    0.0 1    0.0 1  1
-O   1.43 1  109.0 1    0.0 1  2  1
-H   0.97 1  108.0 1  180.0 1  3  2  1
-H   1.10 1  110.0 1  180.0 1  1  2  3
-H   1.10 1  110.0 1   60.0 1  1  2  3
-H   1.10 1  110.0 1  -60.0 1  1  2  3
-H   1.10 1  110.0 1  120.0 1  2  1  3
-H   1.10 1  110.0 1 -120.0 1  2  1  3
-)";
+const QByteArray benzene =
+    "PM7 FORCE THERMO\nBenzene, vibrations\n\nC 0.000 1.396 0.000\nC 1.209 0.698 0.000\n"
+    "C 1.209 -0.698 0.000\nC 0.000 -1.396 0.000\nC -1.209 -0.698 0.000\n"
+    "C -1.209 0.698 0.000\nH 0.000 2.480 0.000\nH 2.148 1.240 0.000\n"
+    "H 2.148 -1.240 0.000\nH 0.000 -2.480 0.000\nH -2.148 -1.240 0.000\n"
+    "H -2.148 1.240 0.000\n";
 
-const QByteArray benzene = R"(PM7 FORCE THERMO
-Benzene, vibrations
-
-C  0.000  1.396 0.000
-C  1.209  0.698 0.000
-C  1.209 -0.698 0.000
-C  0.000 -1.396 0.000
-C -1.209 -0.698 0.000
-C -1.209  0.698 0.000
-H  0.000  2.480 0.000
-H  2.148  1.240 0.000
-H  2.148 -1.240 0.000
-H  0.000 -2.480 0.000
-H -2.148 -1.240 0.000
-H -2.148  1.240 0.000
-)";
-
-const QByteArray caffeine = R"(24
-Caffeine
-C          1.07317        0.04885       -0.07573
-N          2.51365        0.01256       -0.07580
-C          3.35199        1.09592       -0.07533
-N          4.61898        0.73028       -0.07549
-C          4.57907       -0.63144       -0.07531
-C          3.30131       -1.10256       -0.07524
-C          2.98068       -2.48687       -0.07377
-O          1.82530       -2.90038       -0.07577
-N          4.11440       -3.30433       -0.06936
-C          5.45174       -2.85618       -0.07235
-O          6.38934       -3.65965       -0.07232
-N          5.66240       -1.47682       -0.07487
-C          7.00947       -0.93648       -0.07524
-C          3.92063       -4.74093       -0.06158
-H          0.73398        1.08786       -0.07503
-H          0.71239       -0.45698        0.82335
-H          0.71240       -0.45580       -0.97549
-H          2.99301        2.11762       -0.07478
-H          7.76531       -1.72634       -0.07591
-H          7.14864       -0.32182        0.81969
-H          7.14802       -0.32076       -0.96953
-H          2.86501       -5.02316       -0.05833
-H          4.40233       -5.15920        0.82837
-H          4.40017       -5.16929       -0.94780
-)";
+const QByteArray caffeine = "24\nCaffeine\nC 1.07 0.05 -0.08\nN 2.51 0.01 -0.08\nC 3.35 1.10 -0.08\n"
+                            "N 4.62 0.73 -0.08\nC 4.58 -0.63 -0.08\nC 3.30 -1.10 -0.08\nC 2.98 -2.49 -0.07\n"
+                            "O 1.83 -2.90 -0.08\nN 4.11 -3.30 -0.07\nC 5.45 -2.86 -0.07\nO 6.39 -3.66 -0.07\n"
+                            "N 5.66 -1.48 -0.07\nC 7.01 -0.94 -0.08\nC 3.92 -4.74 -0.06\nH 0.73 1.09 -0.08\n"
+                            "H 0.71 -0.46 0.82\nH 0.71 -0.46 -0.98\nH 2.99 2.12 -0.07\nH 7.77 -1.73 -0.08\n"
+                            "H 7.15 -0.32 0.82\nH 7.15 -0.32 -0.97\nH 2.87 -5.02 -0.06\nH 4.40 -5.16 0.83\n"
+                            "H 4.40 -5.17 -0.95\n";
 
 /// Ends the program when a step of its has no result.
 void Must(bool done, const char *what)
@@ -123,36 +71,35 @@ public:
         : m_directory{std::move(directory)}
         , m_scale{scale}
         , m_dark{dark}
-        , m_desktop{Desktop::Tray::Shown, scale}
+        , m_desktop{scale}
     {
     }
-    ~Studio()
-    {
-        m_reader.reset();
-        m_project.EndManager();
-    }
+    ~Studio() { m_project.EndManager(); }
     Q_DISABLE_COPY_MOVE(Studio)
 
     void Open();
     void RunJobs();
     void PhotographTabs();
-    void PhotographMenus();
-    void PhotographViewers();
-    void PhotographQuestions();
+    void PhotographMenusAndViewers();
     void PhotographDialogs();
 
 private:
-    [[nodiscard]] ScreenControl Control(const QString &role, const QString &name) const;
-    void Click(const QString &role, const QString &name, int button = 1) const;
+    void WaitFor(const QString &cell) const
+    {
+        Must(m_desktop.WaitForControl(u"cell"_s, cell), qPrintable(cell));
+    }
+    void Click(const QString &role, const QString &name, int button = 1) const
+    {
+        Must(m_desktop.ClickControl(role, name, button), qPrintable(name));
+    }
     void Press(const QString &button) const { Click(u"push button"_s, button); }
     void ChooseTab(const QString &tab) const { Click(u"page tab"_s, tab); }
     [[nodiscard]] DesktopWindow Window(const QString &title) const;
     /// Photographs a window, with the menu over it if there is one.
     void Take(const QString &name, const DesktopWindow &window, bool withMenu = false) const;
-    void TakeMain(const QString &name) const { Take(name, Window(Taskmill_VersionText())); }
     void TakeMenuOf(const QString &name, const QString &job) const;
-    /// Photographs a dialog and closes it with a key or a button.
-    void TakeDialog(const QString &name, const QString &title, const QString &button = {}) const;
+    /// Photographs a dialog and closes it.
+    void TakeDialog(const QString &name, const QString &title) const;
     /// Opens a viewer by the menu of a job; the line does not count entries that are grey.
     void TakeViewer(const QString &name, const QString &job, int line) const;
     void Submit(const QString &type, const QString &file, const QByteArray &content, const QString &queue);
@@ -162,7 +109,6 @@ private:
     const bool m_dark;
     ProjectFixture m_project;
     Desktop m_desktop;
-    std::unique_ptr<ScreenReader> m_reader;
 };
 
 void Studio::Open()
@@ -175,11 +121,10 @@ void Studio::Open()
              m_project.AddType(u"xTB Dynamics"_s, xtb, u"@EXEFILE @INFILE --md"_s, coordinates),
          "job types");
     Must(m_desktop.Start(), "desktop");
-    m_reader = std::make_unique<ScreenReader>(m_desktop.BusAddress());
     QStringList variables = m_desktop.Variables();
     variables += u"OMP_NUM_THREADS=1"_s;
     if (m_dark) {
-        WriteTestFile(m_project.Path(u"kdeglobals"_s), darkColours.toUtf8());
+        WriteTestFile(m_project.Path(u"kdeglobals"_s), darkColours);
         variables += {u"XDG_CURRENT_DESKTOP=KDE"_s, u"KDE_SESSION_VERSION=5"_s};
     }
     Must(m_project.StartOnDesktop(variables), "manager");
@@ -200,8 +145,8 @@ void Studio::RunJobs()
     Submit(u"xTB Optimisation"_s, u"caffeine.xyz"_s, caffeine, u"none"_s);
     Submit(u"xTB Optimisation"_s, u"lactose-draft.xyz"_s, "12\nno atoms yet\n", u"none"_s);
     ChooseTab(finishedJobs);
-    (void)Control(u"cell"_s, u"caffeine.xyz"_s);
-    (void)Control(u"cell"_s, u"benzene-vibrations.mop"_s);
+    WaitFor(u"caffeine.xyz"_s);
+    WaitFor(u"benzene-vibrations.mop"_s);
 
     Submit(u"xTB Dynamics"_s, u"caffeine-300K.xyz"_s, caffeine, u"none"_s);
     for (const QString &name : {u"caffeine-dimer.xyz"_s, u"theobromine.xyz"_s, u"theophylline.xyz"_s,
@@ -211,20 +156,7 @@ void Studio::RunJobs()
         Submit(u"MOPAC"_s, name, benzene, u"short"_s);
     ChooseTab(longJobs);
     Press(u"Unpause Queue"_s);
-    (void)Control(u"cell"_s, u"Running"_s);
-}
-
-ScreenControl Studio::Control(const QString &role, const QString &name) const
-{
-    auto control = m_reader->WaitFor(role, name);
-    Must(control.has_value(), qPrintable(name));
-    control->Geometry = {control->Geometry.topLeft() * m_scale, control->Geometry.size() * m_scale};
-    return *control;
-}
-
-void Studio::Click(const QString &role, const QString &name, int button) const
-{
-    m_desktop.Click(Control(role, name).Geometry.center(), button);
+    WaitFor(u"Running"_s);
 }
 
 DesktopWindow Studio::Window(const QString &title) const
@@ -259,13 +191,10 @@ void Studio::TakeMenuOf(const QString &name, const QString &job) const
     m_desktop.Press(u"Escape"_s);
 }
 
-void Studio::TakeDialog(const QString &name, const QString &title, const QString &button) const
+void Studio::TakeDialog(const QString &name, const QString &title) const
 {
     Take(name, Window(title));
-    if (button.isEmpty())
-        m_desktop.Press(u"Escape"_s);
-    else
-        Press(button);
+    m_desktop.Press(u"Escape"_s);
     Must(m_desktop.WaitUntilGone(title), qPrintable(title));
 }
 
@@ -273,9 +202,7 @@ void Studio::TakeViewer(const QString &name, const QString &job, int line) const
 {
     Click(u"cell"_s, job, 3);
     Must(m_desktop.WaitForPopup().has_value(), "menu");
-    for (int number = 0; number < line; ++number)
-        m_desktop.Press(u"Down"_s);
-    m_desktop.Press(u"Return"_s);
+    m_desktop.Press(QStringList(line, u"Down"_s).join(u' ') + u" Return"_s);
     const DesktopWindow viewer = Window(u"File Stream Viewer"_s);
     Take(name, viewer);
     Must(m_desktop.Close(viewer), "viewer");
@@ -283,59 +210,22 @@ void Studio::TakeViewer(const QString &name, const QString &job, int line) const
 
 void Studio::PhotographTabs()
 {
-    const QList<std::pair<QString, QString>> tabs{
-        {longJobs, u"longjobs"_s},           {shortJobs, u"shortjobs"_s},
-        {queuelessJobs, u"queuelessjobs"_s}, {runningJobs, u"runningjobs"_s},
-        {finishedJobs, u"finishedjobs"_s},   {jobTypes, u"jobtypes"_s}};
-    for (const auto &[tab, name] : tabs) {
+    for (const QString &tab :
+         {longJobs, shortJobs, u"Queueless Jobs"_s, u"Running Jobs"_s, finishedJobs, jobTypes}) {
         ChooseTab(tab);
-        TakeMain(name);
+        // Such as "longjobs".
+        Take(QString{tab}.remove(u" Queue"_s).remove(u' ').toLower(), Window(Taskmill_VersionText()));
     }
 }
 
-void Studio::PhotographMenus()
+void Studio::PhotographMenusAndViewers()
 {
     ChooseTab(longJobs);
     TakeMenuOf(u"longjobs-menu"_s, u"caffeine-dimer.xyz"_s);
+    TakeViewer(u"viewer-stream"_s, u"caffeine-dimer.xyz"_s, 4);
     ChooseTab(finishedJobs);
     TakeMenuOf(u"finishedjobs-menu"_s, u"ethanol.mop"_s);
-    const auto icon = m_desktop.WaitForTrayIcon();
-    Must(icon.has_value(), "tray icon");
-    m_desktop.Click(icon->Geometry.center(), 3);
-    Take(u"tray-menu"_s, *icon, true);
-    m_desktop.Press(u"Escape"_s);
-}
-
-void Studio::PhotographViewers()
-{
-    ChooseTab(finishedJobs);
-    TakeViewer(u"viewer-input"_s, u"ethanol.mop"_s, 2);
-    TakeViewer(u"viewer-output"_s, u"ethanol.mop"_s, 3);
     TakeViewer(u"viewer-log"_s, u"caffeine.xyz"_s, 3);
-    ChooseTab(longJobs);
-    TakeViewer(u"viewer-stream"_s, u"caffeine-dimer.xyz"_s, 4);
-}
-
-void Studio::PhotographQuestions()
-{
-    ChooseTab(longJobs);
-    Click(u"cell"_s, u"caffeine-dimer.xyz"_s);
-    m_desktop.Press(u"ctrl+a"_s);
-    m_desktop.Press(u"Delete"_s);
-    const QString remove = u"Remove Selected Jobs"_s;
-    TakeDialog(u"question-remove"_s, remove, u"Yes"_s);
-    TakeDialog(u"question-remove-running"_s, u"Removal of Selected Running Jobs"_s, u"Cancel"_s);
-    Click(u"cell"_s, u"caffeine-dimer.xyz"_s, 3);
-    Must(m_desktop.WaitForPopup().has_value(), "menu");
-    for (int number = 0; number < 5; ++number)
-        m_desktop.Press(u"Down"_s);
-    m_desktop.Press(u"Return"_s);
-    TakeDialog(u"question-limit"_s, u"Maximum Number of Running Jobs Allowed"_s);
-    Press(u"About"_s);
-    TakeDialog(u"about"_s, u"About TaskmillGUI"_s);
-    Press(u"Exit"_s);
-    TakeDialog(u"question-exit"_s, u"Exit Taskmill"_s, u"Yes"_s);
-    TakeDialog(u"question-save"_s, u"Save Changes to Current Project?"_s);
 }
 
 void Studio::PhotographDialogs()
@@ -358,11 +248,6 @@ void Studio::PhotographDialogs()
     Take(u"submit"_s, Window(u"Submit Jobs"_s));
     Click(u"page tab"_s, u"UI Options"_s);
     TakeDialog(u"submit-options"_s, u"Submit Jobs"_s);
-
-    Press(u"Help"_s);
-    const DesktopWindow help = Window(u"Introduction"_s);
-    Take(u"help"_s, help);
-    Must(m_desktop.Close(help), "manual");
 }
 } // namespace
 
@@ -376,9 +261,7 @@ int main(int argc, char **argv)
     studio.Open();
     studio.RunJobs();
     studio.PhotographTabs();
-    studio.PhotographMenus();
-    studio.PhotographViewers();
+    studio.PhotographMenusAndViewers();
     studio.PhotographDialogs();
-    studio.PhotographQuestions();
     return 0;
 }

@@ -2,8 +2,10 @@
 
 #include "db/database.h"
 #include "db/databasejobstore.h"
+#include "db/databasemanager.h"
 #include "jobs/jobtypelist.h"
 #include "jobs/processinspector.h"
+#include "jobs/runmode.h"
 #include "kilnutil/idmanager.h"
 #include "service/finishedjobs.h"
 #include "service/jobsubmitter.h"
@@ -11,7 +13,9 @@
 #include "service/project.h"
 #include "service/queueowner.h"
 #include "support/scriptedprompt.h"
+#include "support/testutil.h"
 
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 /// The manager without window and server, in a console mode and with an empty directory of its own, which
@@ -19,8 +23,18 @@
 class TestManager
 {
 public:
-    TestManager();
-    ~TestManager();
+    TestManager()
+    {
+        Taskmill_SetRunMode(Taskmill_RunMode::Console);
+        KeepSettingsIn(directory.path());
+        qputenv("GAUSS_EXEDIR", directory.path().toLocal8Bit());
+        qputenv("VELTRA_EXE", Path(QStringLiteral("veltra")).toLocal8Bit());
+    }
+    ~TestManager()
+    {
+        project.CloseProject();
+        Taskmill_SetRunMode(Taskmill_RunMode::Gui);
+    }
     Q_DISABLE_COPY_MOVE(TestManager)
 
     QTemporaryDir directory;
@@ -38,26 +52,63 @@ public:
     Taskmill_JobSubmitter submitter{store, jobNumbers, tabs};
 
     /// Opens a new project, which must succeed.
-    void NewProject();
+    void NewProject()
+    {
+        if (!project.NewProject())
+            qFatal("no new project could be made");
+    }
     /// The open database.
-    [[nodiscard]] static Taskmill_Database &Database();
+    [[nodiscard]] static Taskmill_Database &Database()
+    {
+        return *Taskmill_Database_Manager::Global().CurrentDatabase();
+    }
 
     [[nodiscard]] QString Path(const QString &name) const { return directory.filePath(name); }
     /// Makes an input file; returns its path.
-    QString InputFile(const QString &name) const;
+    QString InputFile(const QString &name) const { return WriteTestFile(Path(name), "input\n"); }
 
     /// Adds a job type that runs the test program with these arguments, which may hold placeholders, and
     /// returns it as stored.
     Taskmill_JobType AddJobType(const QString &name, const QString &arguments,
                                 const QString &queue = QStringLiteral("Long"),
-                                const QString &inputFileFilter = {});
+                                const QString &inputFileFilter = {})
+    {
+        Taskmill_JobType jobType;
+        jobType.Name = name;
+        jobType.ExecutablePath = TestProgramPath();
+        jobType.ApplicationName = QFileInfo{TestProgramPath()}.fileName();
+        jobType.DefaultQueue = queue;
+        jobType.GenericCommandLine = QStringLiteral("@EXEFILE ") + arguments;
+        jobType.InputFileFilter = inputFileFilter;
+        jobTypes.Add(jobType);
+        return jobTypes.GetAll().last();
+    }
     /// A job type "Gated" whose jobs run until Release() of their input file.
-    Taskmill_JobType AddGatedJobType(const QString &queue = QStringLiteral("Long"));
-    static void Release(const QString &inputFile);
+    Taskmill_JobType AddGatedJobType(const QString &queue = QStringLiteral("Long"))
+    {
+        return AddJobType(QStringLiteral("Gated"), QStringLiteral("waitfor @INFILE.go"), queue);
+    }
+    static void Release(const QString &inputFile) { WriteTestFile(inputFile + QStringLiteral(".go"), {}); }
 
     /// A request for one job.
     [[nodiscard]] static Taskmill_RequestMessage Request(const QString &jobTypeName,
-                                                         const QString &inputFile = {});
+                                                         const QString &inputFile = {})
+    {
+        Taskmill_RequestMessage request;
+        request.Action = QStringLiteral("submitjob");
+        request.JobTypeName = jobTypeName;
+        request.JobInputFile = inputFile;
+        return request;
+    }
     /// A new job of the stored type, not yet in a queue, numbered by jobNumbers.
-    [[nodiscard]] Taskmill_Job *NewJob(const Taskmill_JobType &jobType, const QString &inputFile = {});
+    [[nodiscard]] Taskmill_Job *NewJob(const Taskmill_JobType &jobType, const QString &inputFile = {})
+    {
+        Taskmill_JobRecord job;
+        job.JobID = jobNumbers.NewID();
+        job.Name = QStringLiteral("job %1").arg(job.JobID);
+        job.JobType = jobType;
+        job.QueueName = jobType.DefaultQueue;
+        job.InputFilePath = inputFile;
+        return new Taskmill_Job{std::move(job)};
+    }
 };

@@ -17,35 +17,43 @@
 
 #include "support/testprogram_system.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <thread>
 
-static void Sleep()
+static std::filesystem::path Path(const std::string &text)
 {
-    std::this_thread::sleep_for(std::chrono::milliseconds{10});
+    return std::u8string{text.begin(), text.end()};
 }
 
-static void WaitUntilKilled()
+static void WaitUntil(const std::function<bool()> &isDone)
 {
-    for (;;)
-        Sleep();
+    std::fflush(stdout);
+    while (!isDone())
+        std::this_thread::sleep_for(std::chrono::milliseconds{10});
 }
 
 static void Fill(long long bytes)
 {
     const std::string line = std::string(79, 'x') + '\n';
-    std::string block;
-    for (int i = 0; i < 800; ++i)
-        block += line;
-    for (long long count = 0; bytes > 0; bytes -= count) {
-        count = std::min(bytes, static_cast<long long>(block.size()));
-        std::fwrite(block.data(), 1, static_cast<size_t>(count), stdout);
-    }
+    for (; bytes > 0; bytes -= 80)
+        std::fwrite(line.data(), 1, bytes < 80 ? static_cast<size_t>(bytes) : line.size(), stdout);
+}
+
+static void PrintVariable(const std::string &name)
+{
+    const std::optional<std::string> value = TestProgramSystem::Variable(name);
+    std::printf("%s%s%s\n", name.c_str(), value ? "=" : "", value ? value->c_str() : "");
+}
+
+static void WriteProcessId(const std::string &path)
+{
+    std::ofstream{Path(path + ".part")} << TestProgramSystem::ProcessId();
+    std::filesystem::rename(Path(path + ".part"), Path(path));
 }
 
 static void CopyInput()
@@ -54,57 +62,41 @@ static void CopyInput()
         std::putchar(c);
 }
 
-static std::filesystem::path Path(const std::string &text)
-{
-    return std::u8string{text.begin(), text.end()};
-}
-
-static void WriteArguments(const std::string &path, std::span<const std::string> arguments)
-{
-    std::ofstream out{Path(path), std::ios::binary};
-    for (const std::string &argument : arguments)
-        out << argument << '\0';
-}
-
-static void PrintVariable(const std::string &name)
-{
-    if (const std::optional<std::string> value = TestProgramSystem::Variable(name))
-        std::printf("%s=%s\n", name.c_str(), value->c_str());
-    else
-        std::printf("%s\n", name.c_str());
-}
-
-static void WriteProcessId(const std::string &path)
-{
-    const std::string temporary = path + ".part";
-    std::ofstream{Path(temporary)} << TestProgramSystem::ProcessId();
-    std::filesystem::rename(Path(temporary), Path(path));
-}
-
-static void WaitForFile(const std::string &path)
-{
-    std::fflush(stdout);
-    while (!std::filesystem::exists(Path(path)))
-        Sleep();
-}
-
 static void PrintDirectory()
 {
     const std::u8string directory = std::filesystem::current_path().u8string();
     std::printf("%s\n", std::string{directory.begin(), directory.end()}.c_str());
 }
 
-/// Carries out a verb with one word behind it; false when there is no such verb.
+/// Carries out a verb that stands alone; false when there is no such verb.
+static bool CarryOut(const std::string &verb)
+{
+    if (verb == "crash") {
+        std::fflush(stdout);
+        TestProgramSystem::Crash();
+    } else if (verb == "wait") {
+        WaitUntil([] { return false; });
+    } else if (verb == "cwd") {
+        PrintDirectory();
+    } else if (verb == "session") {
+        TestProgramSystem::LeaveSession();
+    } else if (verb == "stdin") {
+        CopyInput();
+    } else {
+        return false;
+    }
+    return true;
+}
+
+/// The same with one word behind it.
 static bool CarryOut(const std::string &verb, const std::string &value)
 {
     if (verb == "waitfor")
-        WaitForFile(value);
+        WaitUntil([path = Path(value)] { return std::filesystem::exists(path); });
     else if (verb == "touch")
         std::ofstream{Path(value)};
-    else if (verb == "print")
-        std::printf("%s\n", value.c_str());
-    else if (verb == "error")
-        std::fprintf(stderr, "%s\n", value.c_str());
+    else if (verb == "print" || verb == "error")
+        std::fprintf(verb == "print" ? stdout : stderr, "%s\n", value.c_str());
     else if (verb == "fill")
         Fill(std::stoll(value));
     else if (verb == "env")
@@ -119,33 +111,23 @@ static bool CarryOut(const std::string &verb, const std::string &value)
 int RunTestProgram(std::span<const std::string> arguments)
 {
     for (size_t i = 1; i < arguments.size(); ++i) {
-        const std::string &verb = arguments[i];
+        if (CarryOut(arguments[i]))
+            continue;
         const std::string value = i + 1 < arguments.size() ? arguments[i + 1] : std::string{};
-        if (verb == "exit")
+        if (arguments[i] == "exit")
             return std::atoi(value.c_str());
-        if (verb == "crash") {
-            std::fflush(stdout);
-            TestProgramSystem::Crash();
-        } else if (verb == "wait") {
-            std::fflush(stdout);
-            WaitUntilKilled();
-        } else if (verb == "cwd") {
-            PrintDirectory();
-        } else if (verb == "session") {
-            TestProgramSystem::LeaveSession();
-        } else if (verb == "stdin") {
-            CopyInput();
-        } else if (verb == "child") {
+        if (arguments[i] == "args") {
+            std::ofstream out{Path(value), std::ios::binary};
+            for (i += 2; i < arguments.size(); ++i)
+                out << arguments[i] << '\0';
+        } else if (arguments[i] == "child") {
             std::fflush(stdout);
             TestProgramSystem::StartCopy(arguments.subspan(i + 1));
-            WaitUntilKilled();
-        } else if (verb == "args") {
-            WriteArguments(value, arguments.subspan(std::min(i + 2, arguments.size())));
-            return 0;
-        } else if (CarryOut(verb, value)) {
+            WaitUntil([] { return false; });
+        } else if (CarryOut(arguments[i], value)) {
             ++i;
         } else {
-            std::fprintf(stderr, "unknown verb %s\n", verb.c_str());
+            std::fprintf(stderr, "unknown verb %s\n", arguments[i].c_str());
             return 64;
         }
     }

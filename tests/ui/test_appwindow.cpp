@@ -1,236 +1,253 @@
-#include "ui/windowplace.h"
+#include "ui/appwindow.h"
 
+#include "db/database.h"
 #include "db/databasemanager.h"
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
+#include "kilnutil/registry.h"
+#include "kilnutil/tablewidget.h"
+#include "support/scriptedprompt.h"
 #include "support/testutil.h"
+#include "ui/uidriver.h"
 
 #include <QApplication>
 #include <QPushButton>
-#include <QSettings>
-#include <QShortcut>
-#include <QTabWidget>
+#include <QTcpServer>
 #include <QTcpSocket>
 #include <QtTest>
+
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 using WarnAnswer = KilnUtil_UserPrompt::WarnAnswer;
 
-/// Sends one request, as a client that then goes away.
-void SendRequest(const QByteArray &message)
+/// A program that asks for an answer to its one message.
+class Client
 {
-    QTcpSocket socket;
-    socket.connectToHost(QHostAddress::LocalHost, KilnUtil_ComputerData::TaskmillGUIPortNumber());
-    QTRY_COMPARE(socket.state(), QAbstractSocket::ConnectedState);
-    socket.write(message);
-    socket.disconnectFromHost();
-    QTRY_COMPARE(socket.state(), QAbstractSocket::UnconnectedState);
+public:
+    explicit Client(const QByteArray &lines)
+    {
+        m_socket.connectToHost(QHostAddress::LocalHost, KilnUtil_ComputerData::TaskmillGUIPortNumber());
+        m_socket.write("clientname=test\n" + lines + "\nclientreply=yes\n");
+    }
+
+    /// Waits until the manager has answered.
+    [[nodiscard]] QByteArray Answer()
+    {
+        (void)QTest::qWaitFor([this] { return m_socket.state() == QAbstractSocket::UnconnectedState; });
+        return m_socket.readAll().trimmed();
+    }
+    [[nodiscard]] bool IsWaiting() const { return m_socket.state() == QAbstractSocket::ConnectedState; }
+    void GiveUp() { m_socket.abort(); }
+
+private:
+    QTcpSocket m_socket;
+};
+
+const QByteArray confirmed = "jobtypename=One\nconfirmaction=yes";
+
+void Press(QDialog &dialog, const QString &text)
+{
+    const auto buttons = dialog.findChildren<QPushButton *>();
+    const auto button = std::ranges::find(buttons, text, &QPushButton::text);
+    QVERIFY(button != buttons.end());
+    (*button)->click();
 }
 
-/// Makes the open project one with unsaved changes.
-void ChangeProject()
+Taskmill_Database *Database()
 {
-    QVERIFY(Taskmill_Database_Manager::Global().CurrentDatabase()->SetGeneralData(u"Test"_s, u"1"_s) != 0);
+    return Taskmill_Database_Manager::Global().CurrentDatabase();
 }
+
+/// Names of the long jobs.
+QString LongJobs()
+{
+    QStringList names;
+    for (const Taskmill_JobRecord &job : Database()->GetLongJobs())
+        names.append(job.Name);
+    return names.join(u' ');
+}
+/// The manager with its window on a new project, in an empty directory and on a port of its own.
+struct WindowPlace
+{
+    QTemporaryDir directory;
+    ScriptedPrompt prompt;
+    const bool isPrepared = Prepare();
+    Taskmill_AppWindow appWindow{{}};
+
+    WindowPlace()
+    {
+        // The platform without a screen knows no tray.
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u".*systemTrayWindowChanged.*"_s});
+        Taskmill_JobType jobType;
+        jobType.Name = u"One"_s;
+        jobType.ApplicationName = u"testprogram"_s;
+        jobType.ExecutablePath = TestProgramPath();
+        jobType.DefaultQueue = u"Long"_s;
+        jobType.GenericCommandLine = u"@EXEFILE waitfor @INFILE.go"_s;
+        jobType.InputFileFilter = u"Files (*.one)"_s;
+        if (!appWindow.Initialise() || !Database()->InsertJobType(jobType, true))
+            qFatal("the window cannot be opened");
+        appWindow.Show();
+    }
+
+    [[nodiscard]] bool Prepare() const
+    {
+        KeepSettingsIn(directory.path());
+        QTcpServer freePort;
+        const bool isFree = freePort.listen(QHostAddress::LocalHost);
+        qputenv("TASKMILL_GUI_PORT", QByteArray::number(freePort.serverPort()));
+        KilnUtil_Registry::SetAppData({}, u"1"_s, {}, {}, {}, {});
+        Taskmill_SetRunMode(Taskmill_RunMode::Gui);
+        return isFree;
+    }
+    [[nodiscard]] QWidget &Window() const { return *appWindow.MainWindow(); }
+    [[nodiscard]] QString Path(const QString &name) const { return directory.filePath(name); }
+    [[nodiscard]] QByteArray SubmitLines(const QString &file, const QByteArray &more) const
+    {
+        return "action=submitjob\njobinputfile=" + WriteTestFile(Path(file), "x").toUtf8() + '\n' + more;
+    }
+};
 } // namespace
 
+/// The manager with its window, whose questions are answered here, and requests of other programs.
 class TestAppWindow : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
-    void WindowIsBuiltAsItIsKnown();
-    void StandsInTheMiddleOfTheScreen();
+    void init() { FailOnQtWarnings(); }
     void ClosingWithoutATrayMinimises();
-    void RequestsShowAndHide();
-    void ExitAsksFirst();
-    void ExitShowsAHiddenWindow();
-    void SavingCanBeRefusedOrCancelled();
-    void AboutTellsTheVersion();
-    void TabsAreReachedByKeyboard();
-    void ToolBarsAreRestored();
-    void ConsoleModesHaveNoWidgets();
-
-private:
-    void Start();
-    [[nodiscard]] Taskmill_MainWindow &Window() const { return *m_place->appWindow->MainWindow(); }
-    [[nodiscard]] static bool HasEnded() { return !Taskmill_Database_Manager::Global().CurrentDatabase(); }
-
-    std::unique_ptr<WindowPlace> m_place;
+    void UserDecidesAboutRequests();
+    void DroppedFilesGoToTheQueueOfTheTable();
+    void DialogsComeOneAfterAnother();
+    void RequestWaitsForTheUsersDialog();
+    void QuitsWhileADialogIsOpen();
+    void NothingIsLostAtTheExit();
 };
-
-void TestAppWindow::init()
-{
-    FailOnQtWarnings();
-    m_place = std::make_unique<WindowPlace>();
-}
-
-void TestAppWindow::cleanup()
-{
-    m_place.reset();
-}
-
-void TestAppWindow::Start()
-{
-    QVERIFY(m_place->Start());
-}
-
-void TestAppWindow::WindowIsBuiltAsItIsKnown()
-{
-    Start();
-    QCOMPARE(Window().windowTitle(), u"TaskmillGUI 1.1.18, New Project"_s);
-    QVERIFY(!Window().windowIcon().isNull());
-    QStringList tabs;
-    for (int tab = 0; tab < Window().Tabs().count(); ++tab)
-        tabs.append(Window().Tabs().tabText(tab));
-    QCOMPARE(tabs, (QStringList{u"Long Jobs Queue"_s, u"Short Jobs Queue"_s, u"Queueless Jobs"_s,
-                                u"Running Jobs"_s, u"Finished Jobs"_s, u"Job Types"_s}));
-
-    QMap<int, QString> row; // by place from the left
-    for (const QPushButton *button : Window().findChildren<QPushButton *>()) {
-        if (button->isVisible() && button->parent() == Window().centralWidget())
-            row.insert(button->x(), button->text());
-    }
-    QCOMPARE(row.values(), (QStringList{u"Submit Jobs..."_s, u"Hide"_s, u"Exit"_s, u"Help"_s, u"About"_s}));
-    ChangeProject();
-    QTRY_COMPARE(Window().windowTitle(), u"TaskmillGUI 1.1.18, Unsaved Project"_s);
-}
-
-void TestAppWindow::StandsInTheMiddleOfTheScreen()
-{
-    Start();
-    const QRect available = Window().screen()->availableGeometry();
-    const QSize half{(available.width() + 1) / 2, (available.height() + 1) / 2};
-    QCOMPARE(Window().size(), half.expandedTo(Window().minimumSizeHint()));
-    const QPoint distance = Window().frameGeometry().center() - available.center();
-    QVERIFY(distance.manhattanLength() <= 2);
-}
 
 void TestAppWindow::ClosingWithoutATrayMinimises()
 {
-    Start();
-    Window().close();
-    QVERIFY(Window().isVisible());
-    QVERIFY(Window().isMinimized());
-    m_place->appWindow->SystemTrayShowWindowSlot();
-    QVERIFY(!Window().isMinimized());
-    QTest::mouseClick(&Window().HideButton(), Qt::LeftButton);
-    QVERIFY(Window().isMinimized());
-    QVERIFY(!HasEnded());
+    WindowPlace place;
+    place.Window().close();
+    QVERIFY(place.Window().isVisible() && place.Window().isMinimized());
+    QVERIFY(Client{"action=SHOW"}.Answer().startsWith("accepted="));
+    QVERIFY(!place.Window().isMinimized());
+    QVERIFY(Client{"action=hide"}.Answer().startsWith("accepted="));
+    QVERIFY(!place.Window().isVisible() && Database());
+    QVERIFY(Client{"action=dance"}.Answer().startsWith("refused="));
 }
 
-void TestAppWindow::RequestsShowAndHide()
+void TestAppWindow::UserDecidesAboutRequests()
 {
-    Start();
-    SendRequest("action=hide");
-    QTRY_VERIFY(!Window().isVisible());
-    SendRequest("action=SHOW");
-    QTRY_VERIFY(Window().isVisible());
-    Window().showMinimized();
-    SendRequest("action=show");
-    QTRY_VERIFY(!Window().isMinimized());
+    WindowPlace place;
+    const QByteArray undecided = "jobtypename=Auto";
+    WhenDialogIsOpen([](QDialog &dialog) { Press(dialog, u"Cancel"_s); });
+    QVERIFY(Client{place.SubmitLines(u"a.one"_s, undecided)}.Answer().startsWith("refused="));
+    place.prompt.texts = {u"None"_s, u"One"_s};
+    QVERIFY(Client{place.SubmitLines(u"a.x"_s, undecided)}.Answer().startsWith("refused="));
+    QCOMPARE(LongJobs(), QString{});
+    WhenDialogIsOpen([](QDialog &dialog) { Press(dialog, u"Submit"_s); });
+    QVERIFY(Client{place.SubmitLines(u"a.x"_s, undecided)}.Answer().startsWith("accepted="));
+    QCOMPARE(LongJobs(), u"a.x"_s);
 }
 
-void TestAppWindow::ExitAsksFirst()
+void TestAppWindow::DroppedFilesGoToTheQueueOfTheTable()
 {
-    Start();
-    m_place->prompt.answers = {WarnAnswer::No, WarnAnswer::Yes};
-    QTest::mouseClick(&Window().ExitButton(), Qt::LeftButton);
-    QCOMPARE(m_place->prompt.asked.last().title, u"Exit Taskmill"_s);
-    QCOMPARE(m_place->prompt.asked.last().text, u"Are you sure you want to completely exit Taskmill?"_s);
-    QVERIFY(!HasEnded());
-    QVERIFY(Window().isVisible());
-
-    QTest::mouseClick(&Window().ExitButton(), Qt::LeftButton);
-    QCOMPARE(m_place->prompt.asked.size(), 2); // an unchanged project is not asked about
-    QVERIFY(HasEnded());
-    QVERIFY(!Window().isVisible());
+    WindowPlace place;
+    const auto tables = place.Window().findChildren<KilnUtil_TableWidget *>();
+    const auto table = std::ranges::find(tables, u"Short Jobs Queue"_s, &QWidget::accessibleName);
+    QVERIFY(table != tables.end());
+    const QString file = WriteTestFile(place.Path(u"dropped file.one"_s), "x");
+    WhenDialogIsOpen([](QDialog &dialog) { Press(dialog, u"Submit"_s); });
+    DropFiles(**table, {file});
+    QTRY_COMPARE(Database()->GetShortJobs().size(), 1);
+    QCOMPARE(Database()->GetShortJobs().first().InputFilePath, file);
 }
 
-void TestAppWindow::ExitShowsAHiddenWindow()
+void TestAppWindow::DialogsComeOneAfterAnother()
 {
-    Start();
-    m_place->appWindow->SystemTrayHideWindowSlot();
-    m_place->appWindow->SystemTrayQuitSlot(); // answered with Cancel
-    QVERIFY(Window().isVisible());
-    QVERIFY(!HasEnded());
+    WindowPlace place;
+    Client first{place.SubmitLines(u"a.one"_s, confirmed)};
+    std::unique_ptr<Client> impatient;
+    std::unique_ptr<Client> third;
+    WhenDialogIsOpen([&](QDialog &dialog) {
+        impatient = std::make_unique<Client>(place.SubmitLines(u"b.one"_s, confirmed));
+        third = std::make_unique<Client>(place.SubmitLines(u"c.one"_s, "jobtypename=One"));
+        QTRY_VERIFY(impatient->IsWaiting() && third->IsWaiting());
+        QCOMPARE(LongJobs(), QString{});
+        impatient->GiveUp();
+        Press(dialog, u"Submit"_s);
+    });
+    QVERIFY(first.Answer().startsWith("accepted="));
+    // The one that gave up may still be asked about.
+    QTimer cancelling;
+    connect(&cancelling, &QTimer::timeout, &cancelling, [] {
+        if (auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget()))
+            dialog->reject();
+    });
+    cancelling.start(1);
+    QVERIFY(third->Answer().startsWith("accepted="));
+    QCOMPARE(LongJobs(), u"a.one c.one"_s);
 }
 
-void TestAppWindow::SavingCanBeRefusedOrCancelled()
+void TestAppWindow::RequestWaitsForTheUsersDialog()
 {
-    Start();
-    ChangeProject();
-    m_place->prompt.answers = {WarnAnswer::Yes, WarnAnswer::Cancel};
-    m_place->appWindow->SystemTrayQuitSlot();
-    QCOMPARE(m_place->prompt.asked.last().title, u"Save Current Project?"_s);
-    QVERIFY(!HasEnded());
+    WindowPlace place;
+    std::unique_ptr<Client> asking;
+    QByteArray other;
+    WhenDialogIsOpen([&](QDialog &own) {
+        // One that needs no answer goes on meanwhile.
+        other = Client{place.SubmitLines(u"b.one"_s, "jobtypename=One")}.Answer();
+        asking = std::make_unique<Client>(place.SubmitLines(u"a.one"_s, confirmed));
+        QTRY_VERIFY(asking->IsWaiting());
+        own.reject();
+    });
+    place.appWindow.NewJobsSlot();
+    QVERIFY(other.startsWith("accepted="));
+    QVERIFY(asking && asking->IsWaiting());
+    QCOMPARE(LongJobs(), u"b.one"_s);
+    WhenDialogIsOpen([](QDialog &dialog) { Press(dialog, u"Submit"_s); });
+    QVERIFY(asking->Answer().startsWith("accepted="));
+    QCOMPARE(LongJobs(), u"b.one a.one"_s);
+}
 
+/// Behind the others: no dialog can be run after the event loops have been told to end.
+void TestAppWindow::QuitsWhileADialogIsOpen()
+{
+    WindowPlace place;
+    Client client{place.SubmitLines(u"a.one"_s, confirmed)};
+    bool opened = false;
+    WhenDialogIsOpen([&](QDialog &) {
+        opened = true;
+        place.appWindow.QuitAtOnceSlot();
+    });
+    QVERIFY(!client.Answer().startsWith("accepted="));
+    QVERIFY(opened && !QApplication::activeModalWidget() && !Database());
+}
+
+void TestAppWindow::NothingIsLostAtTheExit()
+{
+    WindowPlace place;
+    const auto exit = [&](const QList<WarnAnswer> &answers) {
+        place.prompt.answers = answers;
+        place.appWindow.SystemTrayQuitSlot();
+        return Database() == nullptr;
+    };
+    QVERIFY(!Client{place.SubmitLines(u"a.one"_s, "jobtypename=One")}.Answer().isEmpty());
+    place.appWindow.SystemTrayHideWindowSlot();
+    QVERIFY(!exit({WarnAnswer::No}));
+    QVERIFY(place.Window().isVisible()); // the question needs its window
+    QVERIFY(!exit({WarnAnswer::Yes, WarnAnswer::Cancel}));
     // Without a name the project cannot be saved, which is a cancellation too.
-    m_place->prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
-    m_place->appWindow->SystemTrayQuitSlot();
-    QVERIFY(!HasEnded());
+    QVERIFY(!exit({WarnAnswer::Yes, WarnAnswer::Yes}));
+    QCOMPARE(LongJobs(), u"a.one"_s);
 
-    const QString file = m_place->directory.filePath(u"saved.mill"_s);
-    m_place->prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
-    m_place->prompt.texts = {file};
-    m_place->appWindow->SystemTrayQuitSlot();
-    QVERIFY(HasEnded());
-    QVERIFY(QFileInfo{file}.size() > 0);
-}
-
-void TestAppWindow::AboutTellsTheVersion()
-{
-    Start();
-    QTest::mouseClick(&Window().AboutButton(), Qt::LeftButton);
-    QCOMPARE(m_place->prompt.asked.last().title, u"About TaskmillGUI"_s);
-    QVERIFY(m_place->prompt.asked.last().text.startsWith(
-        u"TaskmillGUI 1.1.18     (%1-bit "_s.arg(QSysInfo::WordSize)));
-    QCOMPARE(m_place->prompt.asked.last().text.count(u'\n'), 2);
-}
-
-void TestAppWindow::TabsAreReachedByKeyboard()
-{
-    Start();
-    Window().activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&Window()));
-    QTest::keyClick(&Window(), Qt::Key_5, Qt::AltModifier);
-    QCOMPARE(Window().CurrentPage(), Taskmill_Page::FinishedJobs);
-    QTest::keyClick(&Window(), Qt::Key_A, Qt::AltModifier);
-    QTRY_COMPARE(m_place->prompt.asked.size(), 1);
-}
-
-void TestAppWindow::ToolBarsAreRestored()
-{
-    QMainWindow other;
-    other.setCorner(Qt::TopLeftCorner, Qt::LeftDockWidgetArea);
-    const QByteArray state = other.saveState();
-    QSettings settings{QSettings::defaultFormat(), QSettings::UserScope, u"Kilnworks, Inc."_s, u"Taskmill"_s};
-    settings.setValue(u"1/Main_Window/ToolBar_State_0"_s, state);
-    settings.sync();
-    Start();
-    QCOMPARE(Window().corner(Qt::TopLeftCorner), Qt::TopDockWidgetArea);
-    m_place->appWindow.reset();
-
-    settings.setValue(u"Main_Window/ToolBar_State_0"_s, u"whatever"_s);
-    settings.sync();
-    Start();
-    QCOMPARE(Window().corner(Qt::TopLeftCorner), Qt::LeftDockWidgetArea);
-}
-
-void TestAppWindow::ConsoleModesHaveNoWidgets()
-{
-    Taskmill_SetRunMode(Taskmill_RunMode::Console);
-    const qsizetype before = QApplication::allWidgets().size();
-    m_place->appWindow = std::make_unique<Taskmill_AppWindow>(Taskmill_AppWindowOptions{});
-    QVERIFY(!m_place->appWindow->MainWindow());
-    for (const auto slot : {&Taskmill_AppWindow::SystemTrayShowWindowSlot,
-                            &Taskmill_AppWindow::SystemTrayHideWindowSlot, &Taskmill_AppWindow::OkaySlot})
-        (*m_place->appWindow.*slot)();
-    QCOMPARE(QApplication::allWidgets().size(), before);
+    place.prompt.texts = {place.Path(u"saved.mill"_s)};
+    QVERIFY(exit({WarnAnswer::Yes, WarnAnswer::Yes}));
+    QVERIFY(!place.Window().isVisible() && QFileInfo{place.Path(u"saved.mill"_s)}.size() > 0);
 }
 
 QTEST_MAIN(TestAppWindow)

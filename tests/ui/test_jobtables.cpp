@@ -1,0 +1,218 @@
+#include "db/database.h"
+#include "kilnutil/tablewidget.h"
+#include "support/testutil.h"
+#include "ui/finishedjobswidget.h"
+#include "ui/queuetab.h"
+#include "ui/uidriver.h"
+
+#include <QPushButton>
+#include <QtTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+using WarnAnswer = KilnUtil_UserPrompt::WarnAnswer;
+
+QString CellText(const QTableView &table, int row, int column)
+{
+    return table.model()->index(row, column).data().toString();
+}
+
+QPoint CellCentre(const QTableView &table, int row)
+{
+    return table.visualRect(table.model()->index(row, 1)).center();
+}
+
+/// The page of the long jobs, whose jobs run until they are released, and that of the finished jobs.
+struct JobPages : PagePlace
+{
+    Taskmill_JobType gated = manager.AddGatedJobType();
+    Taskmill_JobQueue &queue = manager.longJobs.Jobs();
+    Taskmill_QueueTab queueTab{
+        &window,
+        manager.longJobs,
+        {.destination = Taskmill_Destination::Long, .name = u"Test"_s, .helpId = {}, .queue = &queue}};
+    KilnUtil_TableWidget &table = queueTab.Table();
+    Taskmill_FinishedJobsWidget finished{&window};
+    KilnUtil_TableWidget &finishedTable = *finished.Table();
+    QStringList inputFiles;
+
+    JobPages() { Show(); }
+
+    /// Jobs "job 1", "job 2" and so on.
+    void Submit(int count)
+    {
+        for (int number = 0; number < count; ++number) {
+            inputFiles.append(manager.InputFile(u"in%1"_s.arg(inputFiles.size())));
+            manager.longJobs.Submit(manager.NewJob(gated, inputFiles.last()));
+        }
+        queueTab.FillTable();
+    }
+
+    /// Finished jobs 1, 2, ... named "a", "b", ...
+    void AddFinishedJobs(int count)
+    {
+        for (int number = 1; number <= count; ++number) {
+            Taskmill_JobRecord job;
+            job.JobID = number;
+            job.Name = QString{QChar{u'a' + number - 1}};
+            job.JobType = gated;
+            job.QueueName = u"Long"_s;
+            job.Status = Taskmill_JobStatus::Completed;
+            finished.AddJob(job);
+        }
+        finished.FillTable();
+    }
+
+    void Choose(int row, const QString &entry) { ChooseFromMenu(table, CellCentre(table, row), entry); }
+};
+} // namespace
+
+class TestJobTables : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { FailOnQtWarnings(); }
+    void RefreshKeepsThePlaceOfTheReader();
+    void ActionsMeanTheJobUnderTheCursor();
+    void JobsThatLeaveWhileTheMenuIsOpen();
+    void PausesAndLimits();
+    void DoubleClickFollowsARunningJob();
+    void FinishedJobsAreRemovedByTheirRows();
+    void FinishedJobsReplacedDuringTheQuestion();
+};
+
+void TestJobTables::RefreshKeepsThePlaceOfTheReader()
+{
+    JobPages pages;
+    pages.queue.SetPaused(true);
+    pages.Submit(200);
+    pages.table.sortByColumn(0, Qt::DescendingOrder);
+    pages.table.setCurrentIndex(pages.table.model()->index(105, 1));
+    pages.table.scrollTo(pages.table.model()->index(100, 0), QAbstractItemView::PositionAtTop);
+    const auto top = [&] {
+        return CellText(pages.table, pages.table.rowAt(0), 0);
+    };
+    QCOMPARE(top(), u"100"_s);
+
+    // Every second row vanishes, and three come above.
+    QList<int> gone;
+    for (int jobID = 1; jobID <= 200; jobID += 2)
+        gone.append(jobID);
+    gone.removeOne(95);
+    pages.manager.longJobs.RemoveNow(gone);
+    pages.Submit(3);
+    QCOMPARE(pages.table.model()->rowCount(), 104);
+    QCOMPARE(CellText(pages.table, 0, 0), u"203"_s);
+    QCOMPARE(top(), u"100"_s);
+    QCOMPARE(CellText(pages.table, pages.table.currentIndex().row(), 0), u"95"_s);
+    QCOMPARE(pages.table.SelectedRows(), QList<int>{pages.table.currentIndex().row()});
+
+    // At the top, the table stays there. What nobody sees is filled when it is looked at.
+    pages.table.scrollToTop();
+    pages.window.hide();
+    pages.manager.longJobs.Submit(pages.manager.NewJob(pages.gated));
+    pages.window.show();
+    QCOMPARE(top(), u"204"_s);
+}
+
+void TestJobTables::ActionsMeanTheJobUnderTheCursor()
+{
+    JobPages pages;
+    pages.queue.SetPaused(true);
+    pages.Submit(3);
+    pages.table.sortByColumn(1, Qt::DescendingOrder);
+    pages.Choose(0, u"Show Input File"_s);
+    QCOMPARE(TakeViewerCaptions(pages.window),
+             QStringList{u"Input file of job 3:  "_s + pages.inputFiles[2]});
+    pages.table.setCurrentIndex(pages.table.model()->index(2, 1));
+    QTest::keyClick(&pages.table, Qt::Key_Return);
+    QCOMPARE(TakeViewerCaptions(pages.window),
+             QStringList{u"Input file of job 1:  "_s + pages.inputFiles[0]});
+    pages.manager.prompt.answers = {WarnAnswer::Yes};
+    QTest::keyClick(&pages.table, Qt::Key_Delete);
+    QCOMPARE(pages.queue.JobIDs(), (QList<int>{2, 3}));
+    QCOMPARE(ColumnTexts(pages.table, 0), (QStringList{u"3"_s, u"2"_s}));
+}
+
+void TestJobTables::JobsThatLeaveWhileTheMenuIsOpen()
+{
+    JobPages pages;
+    pages.queue.SetPaused(true);
+    pages.Submit(3);
+    ChooseFromMenu(pages.table, CellCentre(pages.table, 1), u"Show Input File"_s,
+                   [&] { pages.manager.longJobs.Clear(); });
+    QCOMPARE(TakeViewerCaptions(pages.window), QStringList{});
+    QCOMPARE(pages.table.model()->rowCount(), 0);
+}
+
+void TestJobTables::PausesAndLimits()
+{
+    JobPages pages;
+    // Also without a job.
+    ChooseFromMenu(pages.table, QPoint{100, 100}, u"Pause Queue"_s);
+    pages.Submit(3);
+    QCOMPARE(ColumnTexts(pages.table, 2), (QStringList{u"Pending"_s, u"Pending"_s, u"Pending"_s}));
+    pages.manager.prompt.texts = {u"2"_s};
+    pages.Choose(0, u"Maximum Number of Running Jobs Allowed (Currently 1)..."_s);
+    pages.Choose(0, u"Maximum Number of Running Jobs Allowed (Currently 2)..."_s); // cancelled
+    auto *unpause = pages.queueTab.Frame()->findChild<QPushButton *>();
+    QVERIFY(unpause->isVisible());
+    QTest::mouseClick(unpause, Qt::LeftButton);
+    QVERIFY(!unpause->isVisible());
+    QCOMPARE(ColumnTexts(pages.table, 2), (QStringList{u"Running"_s, u"Pending"_s, u"Pending"_s}));
+    QCOMPARE(pages.queue.MaxRunningJobs(), 2);
+}
+
+void TestJobTables::DoubleClickFollowsARunningJob()
+{
+    JobPages pages;
+    pages.gated.OutputFileFilter = u"Output (*.out)"_s;
+    pages.Submit(2);
+    const QString output = WriteTestFile(pages.queue.JobAt(0)->Record().OutputFile, "cycle 1\n");
+    WriteTestFile(pages.queue.JobAt(1)->Record().OutputFile, "of an earlier run\n");
+    const auto doubleClick = [&](int row) {
+        QTest::mouseClick(pages.table.viewport(), Qt::LeftButton, {}, CellCentre(pages.table, row));
+        QTest::mouseDClick(pages.table.viewport(), Qt::LeftButton, {}, CellCentre(pages.table, row));
+        return TakeViewerCaptions(pages.window);
+    };
+    QCOMPARE(doubleClick(0), QStringList{u"Streaming "_s + output});
+    QCOMPARE(doubleClick(1), QStringList{u"Input file of job 2:  "_s + pages.inputFiles[1]});
+}
+
+void TestJobTables::FinishedJobsAreRemovedByTheirRows()
+{
+    JobPages pages;
+    pages.AddFinishedJobs(5);
+    pages.finishedTable.sortByColumn(1, Qt::DescendingOrder);
+    for (const int row : {0, 3})
+        pages.finishedTable.selectionModel()->select(pages.finishedTable.model()->index(row, 0),
+                                                     QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    pages.manager.prompt.answers = {WarnAnswer::No, WarnAnswer::Yes};
+    QTest::keyClick(&pages.finishedTable, Qt::Key_Delete);
+    QCOMPARE(pages.finished.Jobs().size(), 5);
+    QTest::keyClick(&pages.finishedTable, Qt::Key_Delete);
+    QVERIFY(pages.manager.prompt.asked.last().text.endsWith(u"\n\ne\nb"_s));
+    QCOMPARE(ColumnTexts(pages.finishedTable, 1), (QStringList{u"d"_s, u"c"_s, u"a"_s}));
+    QCOMPARE(TestManager::Database().GetFinishedJobs().size(), 3);
+}
+
+void TestJobTables::FinishedJobsReplacedDuringTheQuestion()
+{
+    JobPages pages;
+    pages.AddFinishedJobs(3);
+    QList<Taskmill_JobRecord> others = pages.finished.Jobs();
+    others.removeFirst();
+    pages.finishedTable.selectRow(0);
+    pages.manager.prompt.answers = {WarnAnswer::Yes};
+    pages.manager.prompt.whenAsked = [&] {
+        pages.finished.SetJobs(others);
+    };
+    QTest::keyClick(&pages.finishedTable, Qt::Key_Delete);
+    QCOMPARE(ColumnTexts(pages.finishedTable, 1), (QStringList{u"b"_s, u"c"_s}));
+    QCOMPARE(TestManager::Database().GetFinishedJobs().size(), 3);
+}
+
+QTEST_MAIN(TestJobTables)
+#include "test_jobtables.moc"

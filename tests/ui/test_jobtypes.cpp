@@ -1,0 +1,188 @@
+#include "db/database.h"
+#include "kilnutil/tablewidget.h"
+#include "support/testutil.h"
+#include "ui/jobtypeswidget.h"
+#include "ui/newjobtypewidget.h"
+#include "ui/uidriver.h"
+
+#include <QPushButton>
+#include <QtTest>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+using Answer = KilnUtil_UserPrompt::WarnAnswer;
+
+Taskmill_JobType ValidJobType()
+{
+    Taskmill_JobType jobType;
+    jobType.Name = u" xtb"_s;
+    jobType.ApplicationName = u"testprogram"_s;
+    jobType.ExecutablePath = TestProgramPath();
+    jobType.DefaultQueue = u"Short"_s;
+    jobType.GenericCommandLine = u"@exefile @INFILE\nanswer\n"_s;
+    jobType.InputFileFilter = u"Coordinates (*.xyz) "_s;
+    jobType.OutputFileFilter = u"Output (*.out)"_s;
+    jobType.EnvironmentVariables = u"A=1\nB=@MEMORY"_s;
+    return jobType;
+}
+
+/// Three job types, sorted by their names, in another order than they were added.
+struct JobTypesPage : PagePlace
+{
+    Taskmill_JobTypesWidget tab{&window, manager.jobTypes};
+    KilnUtil_TableWidget &table = *window.findChild<KilnUtil_TableWidget *>();
+
+    JobTypesPage()
+    {
+        for (const QString &name : {u"water"_s, u"acetone"_s, u"benzene"_s})
+            manager.AddJobType(name, {});
+        table.sortByColumn(1, Qt::AscendingOrder);
+        Show();
+    }
+    [[nodiscard]] QString Names() const { return ColumnTexts(table, 1).join(u' '); }
+    void SelectRow(const QString &name)
+    {
+        table.selectRow(static_cast<int>(ColumnTexts(table, 1).indexOf(name)));
+    }
+};
+} // namespace
+
+/// The page of the job types and its editor.
+class TestJobTypes : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { FailOnQtWarnings(); }
+    void RemovesAfterAQuestion();
+    void NothingIsRemovedWithoutAJobType();
+    void AddsWhatTheEditorHolds();
+    void EditsTheJobTypeOfTheRow();
+    void TellsWhatCannotBeStored();
+    void BrowsingTakesOnlyFilesThatExist();
+};
+
+void TestJobTypes::RemovesAfterAQuestion()
+{
+    JobTypesPage page;
+    page.manager.prompt.answers = {Answer::No, Answer::Yes};
+    ChooseFromMenu(page.table, 1, u"benzene"_s, u"Remove Selected Job Type"_s);
+    QCOMPARE(page.Names(), u"acetone benzene water"_s);
+    ChooseFromMenu(page.table, 1, u"benzene"_s, u"Remove Selected Job Type"_s);
+    QVERIFY(page.manager.prompt.asked.last().text.endsWith(u"?\n\nbenzene"_s));
+    QCOMPARE(page.manager.jobTypes.Names(), (QStringList{u"water"_s, u"acetone"_s}));
+    page.SelectRow(u"water"_s);
+    page.manager.prompt.answers = {Answer::Yes};
+    QTest::keyClick(&page.table, Qt::Key_Delete);
+    QCOMPARE(page.Names(), u"acetone"_s);
+
+    page.manager.prompt.answers = {Answer::No, Answer::Yes};
+    ChooseFromMenu(page.table, QPoint{5, 300}, u"Remove All Job Types"_s);
+    QCOMPARE(page.Names(), u"acetone"_s);
+    ChooseFromMenu(page.table, QPoint{5, 300}, u"Remove All Job Types"_s);
+    QVERIFY(TestManager::Database().GetJobTypes().isEmpty());
+}
+
+void TestJobTypes::NothingIsRemovedWithoutAJobType()
+{
+    JobTypesPage page;
+    // The first row stored has the key of an empty record.
+    QCOMPARE(page.manager.jobTypes.GetAll()[0].JobTypeID, 0);
+    page.table.setCurrentIndex({});
+    QTest::keyClick(&page.table, Qt::Key_Delete);
+    QVERIFY(page.manager.prompt.asked.isEmpty());
+    page.manager.prompt.answers = {Answer::Yes};
+    ChooseFromMenu(page.table, QPoint{5, 300}, u"Remove Selected Job Type"_s);
+    ChooseFromMenu(page.table, QPoint{5, 300}, u"Edit Selected Job Type"_s);
+    QCOMPARE(TestManager::Database().GetJobTypes().size(), 3);
+}
+
+void TestJobTypes::AddsWhatTheEditorHolds()
+{
+    JobTypesPage page;
+    Taskmill_JobType jobType = ValidJobType();
+    jobType.Name = u"user's"_s;
+    jobType.DefaultQueue = u"None"_s;
+    for (const bool accept : {false, true}) {
+        WhenDialogIsOpen([&](QDialog &dialog) {
+            dynamic_cast<Taskmill_NewJobTypeWidget &>(dialog).Load(jobType);
+            dialog.done(accept);
+        });
+        ChooseFromMenu(page.table, QPoint{5, 300}, u"Add Job Type"_s);
+        QCOMPARE(page.Names(), accept ? u"acetone benzene user's water"_s : u"acetone benzene water"_s);
+    }
+    jobType.JobTypeID = 3;
+    jobType.DefaultQueue = u"Queueless"_s;
+    QCOMPARE(TestManager::Database().GetJobTypes().last(), jobType);
+    QVERIFY(page.manager.prompt.asked.isEmpty());
+}
+
+void TestJobTypes::EditsTheJobTypeOfTheRow()
+{
+    JobTypesPage page;
+    page.SelectRow(u"benzene"_s);
+    WhenDialogIsOpen([](QDialog &dialog) {
+        auto &editor = dynamic_cast<Taskmill_NewJobTypeWidget &>(dialog);
+        Taskmill_JobType jobType = editor.Read();
+        QCOMPARE(jobType.Name, u"benzene"_s);
+        jobType.Name = u"toluene"_s;
+        editor.Load(jobType);
+        dialog.accept();
+    });
+    QTest::keyClick(&page.table, Qt::Key_Return);
+    QCOMPARE(page.Names(), u"acetone toluene water"_s);
+    QCOMPARE(page.manager.jobTypes.Names(), (QStringList{u"water"_s, u"acetone"_s, u"toluene"_s}));
+    QVERIFY(page.manager.prompt.asked.isEmpty());
+}
+
+void TestJobTypes::TellsWhatCannotBeStored()
+{
+    JobTypesPage page;
+    page.SelectRow(u"water"_s);
+    WhenDialogIsOpen([&](QDialog &dialog) {
+        auto &editor = dynamic_cast<Taskmill_NewJobTypeWidget &>(dialog);
+        Taskmill_JobType jobType = editor.Read();
+        jobType.Name = u"user''s"_s;
+        editor.Load(jobType);
+        // It comes again with the same fields; then the project goes.
+        WhenDialogIsOpen([&, jobType](QDialog &again) {
+            QCOMPARE(editor.Read(), jobType);
+            QCOMPARE(page.manager.jobTypes.Names().first(), u"water"_s);
+            page.manager.project.CloseProject();
+            WhenDialogIsOpen([](QDialog &last) { last.reject(); });
+            again.accept();
+        });
+        dialog.accept();
+    });
+    QTest::keyClick(&page.table, Qt::Key_Return);
+    QCOMPARE(page.manager.prompt.asked.size(), 2);
+    QVERIFY(page.manager.prompt.asked[0].text.contains("single quotes"_L1));
+    QVERIFY(page.manager.prompt.asked[1].text.contains("No project is open"_L1));
+}
+
+void TestJobTypes::BrowsingTakesOnlyFilesThatExist()
+{
+    JobTypesPage page;
+    Taskmill_JobType jobType = ValidJobType();
+    jobType.ExecutablePath.clear();
+    Taskmill_NewJobTypeWidget editor{nullptr};
+    editor.Load(jobType);
+    const auto buttons = editor.findChildren<QPushButton *>();
+    QPushButton *ok = *std::ranges::find(buttons, u"Ok"_s, &QPushButton::text);
+    QPushButton *browse = *std::ranges::find(buttons, u"Browse..."_s, &QPushButton::text);
+    // Cancelled, nothing there, no file.
+    page.manager.prompt.texts = {QString{}, u"/none/xtb"_s, u"/"_s, TestProgramPath()};
+    for (int time = 0; time < 3; ++time)
+        browse->click();
+    QCOMPARE(editor.Read(), jobType);
+    QVERIFY(!ok->isEnabled());
+    browse->click();
+    QCOMPARE(editor.Read().ExecutablePath, TestProgramPath());
+    QVERIFY(ok->isEnabled());
+}
+
+QTEST_MAIN(TestJobTypes)
+#include "test_jobtypes.moc"
