@@ -5,10 +5,7 @@
 #include "ui/newjobtypewidget.h"
 #include "ui/uidriver.h"
 
-#include <QPushButton>
 #include <QtTest>
-
-#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -62,7 +59,6 @@ private Q_SLOTS:
     void AddsWhatTheEditorHolds();
     void EditsTheJobTypeOfTheRow();
     void TellsWhatCannotBeStored();
-    void BrowsingTakesOnlyFilesThatExist();
 };
 
 void TestJobTypes::RemovesAfterAQuestion()
@@ -161,27 +157,6 @@ void TestJobTypes::TellsWhatCannotBeStored()
     QCOMPARE(page.manager.prompt.asked.size(), 2);
     QVERIFY(page.manager.prompt.asked[0].text.contains("single quotes"_L1));
     QVERIFY(page.manager.prompt.asked[1].text.contains("No project is open"_L1));
-}
-
-void TestJobTypes::BrowsingTakesOnlyFilesThatExist()
-{
-    JobTypesPage page;
-    Taskmill_JobType jobType = ValidJobType();
-    jobType.ExecutablePath.clear();
-    Taskmill_NewJobTypeWidget editor{nullptr};
-    editor.Load(jobType);
-    const auto buttons = editor.findChildren<QPushButton *>();
-    QPushButton *ok = *std::ranges::find(buttons, u"Ok"_s, &QPushButton::text);
-    QPushButton *browse = *std::ranges::find(buttons, u"Browse..."_s, &QPushButton::text);
-    // Cancelled, nothing there, no file.
-    page.manager.prompt.texts = {QString{}, u"/none/xtb"_s, u"/"_s, TestProgramPath()};
-    for (int time = 0; time < 3; ++time)
-        browse->click();
-    QCOMPARE(editor.Read(), jobType);
-    QVERIFY(!ok->isEnabled());
-    browse->click();
-    QCOMPARE(editor.Read().ExecutablePath, TestProgramPath());
-    QVERIFY(ok->isEnabled());
 }
 
 QTEST_MAIN(TestJobTypes)

@@ -18,32 +18,29 @@ struct SubmitDialog : PagePlace
 {
     const QStringList files{manager.InputFile(u"a.in"_s), manager.InputFile(u"b.in"_s),
                             manager.InputFile(u"c.in"_s)};
-    std::unique_ptr<Taskmill_OpenFilesDialog> dialog;
+    Taskmill_OpenFilesDialog dialog{manager.store, nullptr};
 
     SubmitDialog()
     {
         KilnUtil_Registry::SetAppData({}, u"1"_s, {}, {}, {}, {});
         manager.AddJobType(u"One"_s, u"exit 0"_s, u"Long"_s, u"One Files (*.one)"_s);
         manager.AddJobType(u"Two"_s, u"exit 0"_s, u"Short"_s, u"Two Files (*.two)"_s);
-        Restart();
     }
-    /// As after the next start of the program.
-    void Restart() { dialog = std::make_unique<Taskmill_OpenFilesDialog>(manager.store, nullptr); }
 
     /// Opens the dialog and calls the function while it is open, then closes it unless that was done.
-    Choice Open(const Taskmill_SubmitChoice &preset, const std::function<void()> &whileOpen) const
+    Choice Open(const Taskmill_SubmitChoice &preset, const std::function<void()> &whileOpen)
     {
-        QTimer::singleShot(0, dialog.get(), [&] {
-            if (QTest::qWaitForWindowActive(dialog.get()))
+        QTimer::singleShot(0, &dialog, [&] {
+            if (QTest::qWaitForWindowActive(&dialog))
                 whileOpen();
-            if (dialog->isVisible())
-                dialog->reject();
+            if (dialog.isVisible())
+                dialog.reject();
         });
-        return dialog->AskForJobs(u"Job Input Files"_s, preset);
+        return dialog.AskForJobs(u"Job Input Files"_s, preset);
     }
     /// Opens it and submits.
     Choice Submit(
-        const Taskmill_SubmitChoice &preset, const std::function<void()> &before = [] {}) const
+        const Taskmill_SubmitChoice &preset, const std::function<void()> &before = [] {})
     {
         return Open(preset, [&] {
             before();
@@ -55,7 +52,7 @@ struct SubmitDialog : PagePlace
     template <typename Control>
     [[nodiscard]] Control *Find(const QString &name) const
     {
-        for (Control *control : dialog->findChildren<Control *>()) {
+        for (Control *control : dialog.findChildren<Control *>()) {
             if (control->accessibleName() == name || control->property("text").toString().trimmed() == name)
                 return control;
         }
@@ -63,7 +60,7 @@ struct SubmitDialog : PagePlace
     }
     [[nodiscard]] QAbstractButton *Button(const QString &name) const { return Find<QAbstractButton>(name); }
     [[nodiscard]] QComboBox *Box(const QString &name) const { return Find<QComboBox>(name); }
-    [[nodiscard]] List *FileList() const { return dialog->findChild<List *>(); }
+    [[nodiscard]] List *FileList() const { return dialog.findChild<List *>(); }
     void Click(const QString &button) const { Button(button)->click(); }
 
     /// "a.in b.in-": the names in order, with a minus when not checked.
@@ -87,7 +84,6 @@ class TestSubmitDialog : public QObject
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
     void OpensWithWhatItIsGiven();
-    void KeepsOptionsOnlyWhenSubmitted();
     void IgnoresStoredOptionsThatMakeNoSense();
     void TakesAFileOnce();
     void TakesDroppedFilesAndFolders();
@@ -114,38 +110,8 @@ void TestSubmitDialog::OpensWithWhatItIsGiven()
     QVERIFY(!ui.Open({}, [&] {
         QVERIFY(!ui.Button(u"Submit"_s)->isEnabled());
         // Another question while it is open is not asked.
-        QVERIFY(!ui.dialog->AskForJobs(u"Job Input Files"_s, {.Files = ui.files}));
+        QVERIFY(!ui.dialog.AskForJobs(u"Job Input Files"_s, {.Files = ui.files}));
     }));
-}
-
-void TestSubmitDialog::KeepsOptionsOnlyWhenSubmitted()
-{
-    SubmitDialog ui;
-    const QStringList boxes{u"Allow Duplicate Files"_s,
-                            u"Start with File Browser if Initial File List is Empty"_s,
-                            u"Use Native File Browser"_s, u"Sorting"_s};
-    const auto change = [&] {
-        for (const QString &box : boxes)
-            ui.Button(box)->toggle();
-        ui.Box(u"File List Detail"_s)->setCurrentIndex(0);
-    };
-    const auto options = [&] {
-        QString text = ui.Box(u"File List Detail"_s)->currentText();
-        for (const QString &box : boxes)
-            text += ui.Button(box)->isChecked() ? u" on"_s : u" off"_s;
-        return text;
-    };
-    ui.Open({.Files = ui.files}, change);
-    ui.Open({.Files = ui.files}, [&] { QCOMPARE(options(), u"High off off on off"_s); });
-    ui.Submit({.Files = ui.files}, change);
-    ui.Restart();
-    ui.manager.prompt.openFilesAnswers = {{.Files = {ui.files[1]}}};
-    ui.Open({}, [&] {
-        QCOMPARE(options(), u"Low on on off on"_s);
-        QTRY_COMPARE(ui.Names(), u"b.in"_s);
-        ui.Click(u"Default Settings"_s);
-        QCOMPARE(options(), u"High off off on off"_s);
-    });
 }
 
 void TestSubmitDialog::IgnoresStoredOptionsThatMakeNoSense()
