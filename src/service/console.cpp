@@ -33,9 +33,9 @@ Taskmill_Console::~Taskmill_Console()
 void Taskmill_Console::RunSlot()
 {
     Taskmill_ConsoleShell::MinimiseConsoleWindow();
-    m_terminal->Print(m_banner + u"\n\n"_s);
+    m_terminal->Post(m_banner + u"\n\n"_s);
     if (!m_actions.Notice().isEmpty())
-        m_terminal->Print(u"<Taskmill> "_s + m_actions.Notice() + u"\n\n"_s);
+        m_terminal->Post(u"<Taskmill> "_s + m_actions.Notice() + u"\n\n"_s);
 
     auto worker = std::make_unique<Taskmill_Console_Worker>(*this);
     connect(worker.get(), &Taskmill_Console_Worker::QuitSignal, this, &Taskmill_Console::QuitSlot);
@@ -56,5 +56,9 @@ void Taskmill_Console::QuitSlot()
 {
     m_quitting = true;
     m_terminal->Interrupt();
+    m_thread.requestInterruption();
     m_thread.quit();
+    // Without an event loop the program may end before the terminal does.
+    if (m_noEventLoop)
+        m_terminal->Print({});
 }

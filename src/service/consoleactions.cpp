@@ -5,7 +5,6 @@
 #include "service/jobsubmitter.h"
 #include "service/listings.h"
 #include "service/project.h"
-#include "service/runningjobs.h"
 #include "service/timetext.h"
 
 #include <algorithm>
@@ -73,10 +72,15 @@ QString Taskmill_ConsoleActions::FinishedListing() const
     return m_context.Tabs.FinishedJobs.ListingText();
 }
 
-QString Taskmill_ConsoleActions::ProcessListing(bool onlyKnownJobTypes) const
+Taskmill_RunningJobs::Reading Taskmill_ConsoleActions::ProcessReading(bool onlyKnownJobTypes) const
 {
     m_context.RunningJobs.SetOnlyShowKnownJobTypes(onlyKnownJobTypes);
-    return m_context.RunningJobs.ListingText();
+    return m_context.RunningJobs.PrepareReading();
+}
+
+QString Taskmill_ConsoleActions::ProcessListing(const QList<Taskmill_ProcessRecord> &processes) const
+{
+    return m_context.RunningJobs.ListingText(processes);
 }
 
 QString Taskmill_ConsoleActions::JobTypeListing() const

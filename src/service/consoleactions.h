@@ -4,6 +4,7 @@
 #include "jobs/jobtype.h"
 #include "service/jobtabs.h"
 #include "service/queueowner.h"
+#include "service/runningjobs.h"
 
 #include <functional>
 #include <optional>
@@ -11,7 +12,6 @@
 class Taskmill_JobSubmitter;
 class Taskmill_JobTypeList;
 class Taskmill_Project;
-class Taskmill_RunningJobs;
 
 /// What the console reaches of the manager. All of it outlives the console.
 struct Taskmill_ConsoleContext
@@ -33,8 +33,9 @@ public:
 
     [[nodiscard]] QString QueueListing(Taskmill_Destination destination) const;
     [[nodiscard]] QString FinishedListing() const;
-    /// Keeps the choice, also for the window's table.
-    [[nodiscard]] QString ProcessListing(bool onlyKnownJobTypes) const;
+    /// What reads the processes for the listing. Keeps the choice, also for the window's table.
+    [[nodiscard]] Taskmill_RunningJobs::Reading ProcessReading(bool onlyKnownJobTypes) const;
+    [[nodiscard]] QString ProcessListing(const QList<Taskmill_ProcessRecord> &processes) const;
     [[nodiscard]] QString JobTypeListing() const;
     /// All fields of a job, wherever it is, and its output. A line that says so when there is no such job.
     [[nodiscard]] QString JobText(int jobID) const;

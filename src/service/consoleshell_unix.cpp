@@ -37,10 +37,10 @@ void Taskmill_ConsoleShell::StartDirectoryCommand(QProcess &process, const QStri
     process.start(u"/bin/sh"_s, {u"-c"_s, DirectoryCommand(line)});
 }
 
-void Taskmill_ConsoleShell::ClearConsole()
+void Taskmill_ConsoleShell::ClearConsole(Taskmill_ConsoleTerminal &terminal)
 {
     if (isatty(STDOUT_FILENO))
-        Taskmill_WriteToStandardOutput(u"\033[H\033[2J\033[3J"_s);
+        terminal.Print(u"\033[H\033[2J\033[3J"_s);
 }
 
 void Taskmill_ConsoleShell::MinimiseConsoleWindow() {}

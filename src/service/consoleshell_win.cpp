@@ -15,7 +15,7 @@ void Taskmill_ConsoleShell::StartDirectoryCommand(QProcess &process, const QStri
     process.start();
 }
 
-void Taskmill_ConsoleShell::ClearConsole()
+void Taskmill_ConsoleShell::ClearConsole(Taskmill_ConsoleTerminal &)
 {
     std::system("cls");
 }

@@ -7,8 +7,8 @@
 #include <memory>
 #include <optional>
 
-/// The two streams of the console. Lines are read on the console's thread; everything else may be called from
-/// any.
+/// The two streams of the console. Reading and printing is for the console's thread, which may have to wait
+/// for the user; everybody else posts.
 class Taskmill_ConsoleTerminal
 {
 public:
@@ -30,10 +30,18 @@ public:
     /// is not an end: it waits for more. Nothing once Interrupt() was called.
     virtual std::optional<QString> ReadLine(const QString &prompt) = 0;
 
-    /// Writes the text in the local encoding. A line that is being edited is put back behind it.
+    /// Writes what was posted and then the text, in the local encoding, and waits until somebody has taken
+    /// it. Nothing more is written once the user has broken off the command.
     virtual void Print(const QString &text) = 0;
 
-    /// Ends the waiting, and every later one.
+    /// From any thread, without waiting: has the text written as soon as may be. A line that is being edited
+    /// is put back behind it. Text beyond some megabytes that nobody reads is dropped, and a line says so.
+    virtual void Post(const QString &text) = 0;
+
+    /// Whether the user has broken off the command since its line was read.
+    [[nodiscard]] virtual bool IsBrokenOff() const { return false; }
+
+    /// From any thread: ends the waiting, and every later one.
     virtual void Interrupt() = 0;
 
     /// Used by the Tab key where lines can be edited.

@@ -1,7 +1,6 @@
 #include "service/consoleterminal_edit.h"
 
 #include <cstdio>
-#include <cwchar>
 
 #include <histedit.h>
 #include <unistd.h>
@@ -23,11 +22,40 @@ QString CommonBeginning(const QStringList &words)
     }
     return common;
 }
+
+termios TerminalMode()
+{
+    termios mode{};
+    tcgetattr(STDIN_FILENO, &mode);
+    return mode;
+}
+
+/// A stream whose bytes go to the output, so that the editor can be interrupted too where it writes.
+std::FILE *StreamTo(Taskmill_InterruptibleOutput &output)
+{
+    cookie_io_functions_t functions{};
+    functions.write = [](void *cookie, const char *bytes, size_t size) {
+        const auto count = static_cast<ssize_t>(size);
+        static_cast<Taskmill_InterruptibleOutput *>(cookie)->Write(QByteArrayView{bytes, count});
+        return count;
+    };
+    return fopencookie(&output, "w", functions);
+}
 } // namespace
 
 Taskmill_EditTerminal::Taskmill_EditTerminal()
-    : m_input{STDIN_FILENO}
-    , m_edit{el_init("taskmill", stdin, stdout, stderr)}
+    : m_modeBefore{TerminalMode()}
+    , m_input{STDIN_FILENO}
+    , m_output{STDOUT_FILENO,
+               [this] {
+                   CallWakeHook();
+               }}
+    , m_interruptKey{[this] {
+        m_output.BreakOff();
+    }}
+    , m_editorsOutput{StreamTo(m_output)}
+    , m_edit{el_init_fd("taskmill", stdin, m_editorsOutput, stderr, STDIN_FILENO, STDOUT_FILENO,
+                        STDERR_FILENO)}
     , m_history{history_winit()}
 {
     HistEventW event{};
@@ -42,6 +70,8 @@ Taskmill_EditTerminal::~Taskmill_EditTerminal()
     history_wend(m_history);
     if (m_edit)
         el_end(m_edit);
+    if (m_editorsOutput)
+        std::fclose(m_editorsOutput);
 }
 
 void Taskmill_EditTerminal::SetUpEditor()
@@ -82,21 +112,16 @@ std::optional<QString> Taskmill_EditTerminal::ReadLine(const QString &prompt)
 {
     if (!m_edit || m_input.IsInterrupted())
         return std::nullopt;
+    if (m_output.Resume())
+        m_output.Write("\n");
     // The editor redraws its prompt, which must not hold the line feeds before it.
     const qsizetype lastLine = prompt.lastIndexOf(u'\n') + 1;
     Print(prompt.first(lastLine));
     m_prompt = prompt.sliced(lastLine).toStdWString();
-    {
-        const std::scoped_lock lock{m_mutex};
-        m_editing = true;
-    }
     int count = 0;
     const wchar_t *text = el_wgets(m_edit, &count);
-    {
-        const std::scoped_lock lock{m_mutex};
-        m_editing = false;
-        Taskmill_WriteToStandardOutput(std::exchange(m_queued, {}));
-    }
+    // The key may have been pressed before it became one of the editor's.
+    m_output.Resume();
     if (!text || m_input.IsInterrupted())
         return std::nullopt;
     std::wstring line{text, static_cast<size_t>(qMax(count, 0))};
@@ -119,58 +144,69 @@ void Taskmill_EditTerminal::RememberLine(const std::wstring &line)
 
 void Taskmill_EditTerminal::Print(const QString &text)
 {
-    const std::scoped_lock lock{m_mutex};
-    if (!m_editing) {
-        Taskmill_WriteToStandardOutput(text);
-        return;
-    }
-    m_queued += text;
+    m_output.WritePosted();
+    m_output.WriteOfCommand(text.toLocal8Bit());
+}
+
+void Taskmill_EditTerminal::Post(const QString &text)
+{
+    m_output.Post(text);
     m_input.Wake();
 }
 
-void Taskmill_EditTerminal::PrintQueued(editline *edit)
+void Taskmill_EditTerminal::PrintPosted(editline *edit)
 {
-    const std::scoped_lock lock{m_mutex};
-    if (m_queued.isEmpty())
+    if (!m_output.HasPosted())
         return;
     // It goes above the line that is being edited.
-    Taskmill_WriteToStandardOutput(u"\r\033[K"_s + std::exchange(m_queued, {}));
+    m_output.Write("\r\033[K");
+    m_output.WritePosted();
     el_wset(edit, EL_REFRESH);
 }
 
 void Taskmill_EditTerminal::Interrupt()
 {
+    m_interruptKey.Release();
     m_input.Interrupt();
+    m_output.Interrupt();
+    // Without an event loop the program ends before the editor has put the mode back.
+    tcsetattr(STDIN_FILENO, TCSANOW, &m_modeBefore);
+}
+
+void Taskmill_EditTerminal::Show(const QString &text)
+{
+    std::fflush(m_editorsOutput);
+    m_output.Write(text.toLocal8Bit());
 }
 
 int Taskmill_EditTerminal::ReadCharacter(editline *edit, wchar_t *character)
 {
     Taskmill_EditTerminal &terminal = Of(edit);
     while (!terminal.m_input.IsInterrupted()) {
+        std::fflush(terminal.m_editorsOutput);
         if (const std::optional<wchar_t> next = terminal.NextCharacter()) {
             *character = *next;
             return 1;
         }
         terminal.CallWakeHook();
-        terminal.PrintQueued(edit);
+        terminal.PrintPosted(edit);
     }
     return 0;
 }
 
 std::optional<wchar_t> Taskmill_EditTerminal::NextCharacter()
 {
-    std::mbstate_t state{};
     for (;;) {
         const std::optional<char> byte = m_input.ReadByte();
         if (!byte)
             return std::nullopt;
         wchar_t character = 0;
-        const size_t result = std::mbrtowc(&character, &*byte, 1, &state);
+        const size_t result = std::mbrtowc(&character, &*byte, 1, &m_characterState);
         if (result == static_cast<size_t>(-2))
             continue;
         // Bytes that are no character of the local encoding are passed over.
         if (result == static_cast<size_t>(-1))
-            state = {};
+            m_characterState = {};
         else
             return character;
     }
@@ -180,7 +216,7 @@ unsigned char Taskmill_EditTerminal::DiscardLine(editline *edit, int)
 {
     const LineInfoW *line = el_wline(edit);
     const auto length = static_cast<int>(line->lastchar - line->buffer);
-    Taskmill_WriteToStandardOutput(length == 0 ? u"\n(type quit to end Taskmill)\n"_s : u"^C\n"_s);
+    Of(edit).Show(length == 0 ? u"\n(type quit to end Taskmill)\n"_s : u"^C\n"_s);
     el_cursor(edit, static_cast<int>(line->lastchar - line->cursor));
     el_wdeletestr(edit, length);
     return CC_REDISPLAY;
@@ -217,11 +253,6 @@ unsigned char Taskmill_EditTerminal::CompleteLine()
         return CC_REFRESH;
     }
     if (completions.words.size() > 1)
-        ShowWords(completions.words);
+        Show(u'\n' + completions.words.join(u'\n') + u'\n');
     return CC_REDISPLAY;
-}
-
-void Taskmill_EditTerminal::ShowWords(const QStringList &words)
-{
-    Taskmill_WriteToStandardOutput(u'\n' + words.join(u'\n') + u'\n');
 }

@@ -2,8 +2,12 @@
 
 #include "service/consoleterminal.h"
 #include "service/consoleterminal_plain.h"
+#include "service/interruptkey_unix.h"
 
-#include <mutex>
+#include <cstdio>
+#include <cwchar>
+
+#include <termios.h>
 
 struct editline;
 struct historyW;
@@ -18,6 +22,8 @@ public:
 
     std::optional<QString> ReadLine(const QString &prompt) override;
     void Print(const QString &text) override;
+    void Post(const QString &text) override;
+    [[nodiscard]] bool IsBrokenOff() const override { return m_output.IsBrokenOff(); }
     void Interrupt() override;
 
 private:
@@ -29,20 +35,22 @@ private:
     static Taskmill_EditTerminal &Of(editline *edit);
 
     [[nodiscard]] std::optional<wchar_t> NextCharacter();
-    void PrintQueued(editline *edit);
+    void PrintPosted(editline *edit);
     void SetUpEditor();
     void RememberLine(const std::wstring &line);
     [[nodiscard]] QString LineToCursor() const;
     void Insert(const QString &text);
     unsigned char CompleteLine();
-    void ShowWords(const QStringList &words);
+    /// Writes behind what the editor has written.
+    void Show(const QString &text);
 
+    const termios m_modeBefore;
     Taskmill_InterruptibleInput m_input;
+    Taskmill_InterruptibleOutput m_output;
+    Taskmill_InterruptKey m_interruptKey; ///< breaks off commands
+    std::FILE *const m_editorsOutput;     ///< leads to m_output
     editline *m_edit = nullptr;
     historyW *m_history = nullptr;
     std::wstring m_prompt;
-
-    std::mutex m_mutex; ///< guards what follows
-    bool m_editing = false;
-    QString m_queued; ///< printed by the console's thread, between two keys
+    std::mbstate_t m_characterState{}; ///< of a character of several bytes that is not complete yet
 };

@@ -3,8 +3,8 @@
 #include <QFile>
 
 #include <algorithm>
+#include <array>
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -31,20 +31,6 @@ bool EndsForEver(int descriptor)
 Taskmill_InterruptibleInput::Taskmill_InterruptibleInput(int descriptor)
     : m_descriptor{descriptor}
 {
-    if (pipe2(m_wakePipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
-        qWarning("The console cannot be woken while it waits for input");
-}
-
-Taskmill_InterruptibleInput::~Taskmill_InterruptibleInput()
-{
-    close(m_wakePipe[0]);
-    close(m_wakePipe[1]);
-}
-
-void Taskmill_InterruptibleInput::Wake()
-{
-    const char byte = 0;
-    [[maybe_unused]] const ssize_t written = write(m_wakePipe[1], &byte, 1);
 }
 
 void Taskmill_InterruptibleInput::Interrupt()
@@ -56,14 +42,12 @@ void Taskmill_InterruptibleInput::Interrupt()
 Taskmill_InterruptibleInput::Waited Taskmill_InterruptibleInput::WaitForInput(int timeoutMs,
                                                                               bool alsoDescriptor)
 {
-    std::array<pollfd, 2> waited{{{m_wakePipe[0], POLLIN, 0}, {m_descriptor, POLLIN, 0}}};
+    std::array<pollfd, 2> waited{{{m_wakePipe.Descriptor(), POLLIN, 0}, {m_descriptor, POLLIN, 0}}};
     if (poll(waited.data(), alsoDescriptor ? 2 : 1, timeoutMs) < 0 && errno == EINTR)
         return Waited::Woken;
     if (!(waited[0].revents & POLLIN))
         return Waited::Ready;
-    std::array<char, 64> wakeBytes{};
-    while (read(m_wakePipe[0], wakeBytes.data(), wakeBytes.size()) > 0) {
-    }
+    m_wakePipe.Drain();
     return Waited::Woken;
 }
 
@@ -90,8 +74,11 @@ std::optional<char> Taskmill_InterruptibleInput::ReadByte()
     return std::nullopt;
 }
 
-Taskmill_PlainTerminal::Taskmill_PlainTerminal(int inputDescriptor)
+Taskmill_PlainTerminal::Taskmill_PlainTerminal(int inputDescriptor, int outputDescriptor)
     : m_input{inputDescriptor}
+    , m_output{outputDescriptor, [this] {
+                   CallWakeHook();
+               }}
 {
 }
 
@@ -100,6 +87,7 @@ std::optional<QString> Taskmill_PlainTerminal::ReadLine(const QString &prompt)
     Print(prompt);
     QByteArray line;
     while (!m_input.IsInterrupted()) {
+        m_output.WritePosted();
         const std::optional<char> byte = m_input.ReadByte();
         if (!byte)
             CallWakeHook();
@@ -113,10 +101,18 @@ std::optional<QString> Taskmill_PlainTerminal::ReadLine(const QString &prompt)
 
 void Taskmill_PlainTerminal::Print(const QString &text)
 {
-    Taskmill_WriteToStandardOutput(text);
+    m_output.WritePosted();
+    m_output.WriteOfCommand(text.toLocal8Bit());
+}
+
+void Taskmill_PlainTerminal::Post(const QString &text)
+{
+    m_output.Post(text);
+    m_input.Wake();
 }
 
 void Taskmill_PlainTerminal::Interrupt()
 {
     m_input.Interrupt();
+    m_output.Interrupt();
 }

@@ -7,5 +7,5 @@ std::unique_ptr<Taskmill_ConsoleTerminal> Taskmill_MakeConsoleTerminal()
 {
     if (isatty(STDIN_FILENO) && isatty(STDOUT_FILENO))
         return std::make_unique<Taskmill_EditTerminal>();
-    return std::make_unique<Taskmill_PlainTerminal>(STDIN_FILENO);
+    return std::make_unique<Taskmill_PlainTerminal>(STDIN_FILENO, STDOUT_FILENO);
 }

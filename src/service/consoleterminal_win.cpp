@@ -1,5 +1,7 @@
 #include "service/consoleterminal.h"
 
+#include "service/consolewriter_win.h"
+
 #include <QStringDecoder>
 
 #include <array>
@@ -53,10 +55,12 @@ public:
         return std::nullopt;
     }
 
-    void Print(const QString &text) override { Taskmill_WriteToStandardOutput(text); }
+    void Print(const QString &text) override { m_writer.Write(text); }
+    void Post(const QString &text) override { m_writer.Post(text); }
 
     void Interrupt() override
     {
+        m_writer.Interrupt();
         m_interrupted = true;
         SetEvent(m_interruptEvent);
         // The reading thread may still be on its way into the call that is to be cancelled.
@@ -114,6 +118,7 @@ private:
         WriteConsoleInputW(m_input, &key, 1, &written);
     }
 
+    Taskmill_ConsoleWriter m_writer;
     const HANDLE m_input;
     const HANDLE m_interruptEvent;
     bool m_isConsole = false;

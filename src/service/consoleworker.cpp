@@ -4,6 +4,7 @@
 #include "service/console.h"
 #include "service/consoleshell.h"
 #include "service/project.h"
+#include "service/runningjobs.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -11,6 +12,8 @@
 #include <QProcess>
 #include <QThread>
 #include <QTimer>
+
+#include <limits>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -172,8 +175,13 @@ void Taskmill_Console_Worker::ListQueue(Taskmill_Destination destination)
 
 void Taskmill_Console_Worker::ListRunning(bool onlyKnown)
 {
+    Taskmill_RunningJobs::Reading read;
+    if (!OnMainThread([&] { read = m_console.Actions().ProcessReading(onlyKnown); }))
+        return;
+    // A slow tool holds up nothing but the console.
+    const QList<Taskmill_ProcessRecord> processes = read();
     PrintFromMainThread(
-        [onlyKnown](Taskmill_ConsoleActions &actions) { return actions.ProcessListing(onlyKnown); });
+        [&processes](Taskmill_ConsoleActions &actions) { return actions.ProcessListing(processes); });
 }
 
 void Taskmill_Console_Worker::ListFinished()
@@ -240,7 +248,8 @@ void Taskmill_Console_Worker::SetLimit(Taskmill_Destination queue, const QString
     bool isNumber = false;
     const int limit = argument.toInt(&isNumber);
     if (!isNumber || limit < 1)
-        Print(u"\n<Taskmill> The limit must be a number of 1 or more.\n\n"_s);
+        Print(u"\n<Taskmill> The limit must be a number from 1 to %1.\n\n"_s.arg(
+            std::numeric_limits<int>::max()));
     else
         PrintFromMainThread([=](Taskmill_ConsoleActions &actions) { return actions.SetLimit(queue, limit); });
 }
@@ -380,9 +389,11 @@ void Taskmill_Console_Worker::Quit()
     const std::optional<QString> answer =
         Ask(u"\n<Taskmill> Are you sure you want to completely exit Taskmill?  "_s);
     const QString word = answer.value_or(QString{}).toLower();
-    if ((word == "yes"_L1 || word == "y"_L1 || word == "1"_L1) && SaveBeforeQuitting())
-        OnMainThread([this] { m_console.Actions().Exit(); });
+    const bool ends = (word == "yes"_L1 || word == "y"_L1 || word == "1"_L1) && SaveBeforeQuitting();
+    // Before the end, from which nothing comes back here without an event loop.
     Print(u"\n"_s);
+    if (ends)
+        OnMainThread([this] { m_console.Actions().Exit(); });
 }
 
 void Taskmill_Console_Worker::PrintDirectory()
@@ -405,7 +416,7 @@ void Taskmill_Console_Worker::GoHome()
 
 void Taskmill_Console_Worker::Clear()
 {
-    Taskmill_ConsoleShell::ClearConsole();
+    Taskmill_ConsoleShell::ClearConsole(m_console.Terminal());
 }
 
 void Taskmill_Console_Worker::ListDirectory(const QString &line)
@@ -413,8 +424,10 @@ void Taskmill_Console_Worker::ListDirectory(const QString &line)
     QProcess process;
     Taskmill_ConsoleShell::StartDirectoryCommand(process, line);
     while (process.state() != QProcess::NotRunning && !process.waitForFinished(childRoundMs)) {
-        if (m_console.IsQuitting())
+        if (m_console.IsQuitting() || m_console.Terminal().IsBrokenOff())
             process.kill();
+        // What was posted meanwhile does not wait for the end.
+        Print({});
     }
     QString listing = KilnUtil_StandardStreams::TextOfTool(process.readAllStandardOutput());
     Print(u'\n' + listing.replace("\r\n"_L1, "\n"_L1) + u"\n\n"_s);

@@ -97,11 +97,12 @@ std::optional<QStringList> Taskmill_RunningJobs::ExecutablesToShow() const
     return executables;
 }
 
-void Taskmill_RunningJobs::Refresh()
+Taskmill_RunningJobs::Reading Taskmill_RunningJobs::PrepareReading() const
 {
-    m_processes = m_inspector.ListProcesses();
-    if (const std::optional<QStringList> executables = ExecutablesToShow())
-        m_processes = Taskmill_ProcessesOfJobTypes(m_processes, *executables);
+    return [&inspector = m_inspector, executables = ExecutablesToShow()] {
+        const QList<Taskmill_ProcessRecord> processes = inspector.ListProcessesUnlessInterrupted();
+        return executables ? Taskmill_ProcessesOfJobTypes(processes, *executables) : processes;
+    };
 }
 
 Taskmill_ProcessWorker &Taskmill_RunningJobs::Worker()
@@ -143,9 +144,9 @@ void Taskmill_RunningJobs::ListedSlot(const QList<Taskmill_ProcessRecord> &proce
     Q_EMIT RefreshedSignal();
 }
 
-QString Taskmill_RunningJobs::ListingText()
+QString Taskmill_RunningJobs::ListingText(const QList<Taskmill_ProcessRecord> &processes)
 {
-    Refresh();
+    m_processes = processes;
     QList<QStringList> rows;
     for (const Taskmill_ProcessRecord &process : m_processes)
         rows.append(Taskmill_Listings::ProcessRow(process));

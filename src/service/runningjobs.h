@@ -5,6 +5,7 @@
 #include <QList>
 #include <QObject>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -27,22 +28,25 @@ public:
     [[nodiscard]] const QList<Taskmill_ProcessRecord> &Processes() const { return m_processes; }
 
     [[nodiscard]] bool OnlyShowsKnownJobTypes() const { return m_onlyKnown; }
-    /// Takes effect with the next Refresh().
+    /// Takes effect with the next reading.
     void SetOnlyShowKnownJobTypes(bool onlyKnown) { m_onlyKnown = onlyKnown; }
 
-    /// Reads the processes afresh, and returns when that is done. Nothing follows them on its own.
-    void Refresh();
-    /// The same on another thread; RefreshedSignal() tells when it is done. While a reading is under way, one
-    /// more follows it, however often this is called.
+    /// What reads the processes that are to be shown now. It takes its time, may be called on any thread
+    /// while this lives, and is given up where the system lets it once an interruption of that thread is
+    /// requested.
+    using Reading = std::function<QList<Taskmill_ProcessRecord>()>;
+    [[nodiscard]] Reading PrepareReading() const;
+    /// Takes the processes over and returns the listing of them that the console prints.
+    [[nodiscard]] QString ListingText(const QList<Taskmill_ProcessRecord> &processes);
+
+    /// Reads the processes afresh on another thread; RefreshedSignal() tells when it is done. While a reading
+    /// is under way, one more follows it, however often this is called. Nothing follows them on its own.
     void RefreshInBackground();
     /// Ends what is asked for on that thread. A refresh in the background that is asked for later shows what
     /// is left.
     void KillInBackground(const Taskmill_ProcessRecord &process, Taskmill_Kill kill);
     /// Whether a reading in the background is under way.
     [[nodiscard]] bool IsReading() const { return m_reading; }
-
-    /// Refreshes and returns the listing that the console prints.
-    [[nodiscard]] QString ListingText();
 
 Q_SIGNALS:
     /// Processes() has been read in the background. When IsReading(), another reading has begun.

@@ -110,6 +110,8 @@ void Taskmill_AppWindow::ConnectWindow()
 Taskmill_AppWindow::~Taskmill_AppWindow()
 {
     ShutDown();
+    m_console.reset();
+    Taskmill_SetConsolePrinter({});
 }
 
 Taskmill_JobTabs Taskmill_AppWindow::Tabs()
@@ -201,7 +203,8 @@ void Taskmill_AppWindow::StartConsole()
                                                                                    ExitSlot();
                                                                                }},
                                                    Taskmill_MakeConsoleTerminal());
-    Taskmill_SetConsolePrinter([this](const QString &text) { m_console->Terminal().Print(text); });
+    Taskmill_SetConsolePrinter(
+        [console = m_console.get()](const QString &text) { console->Terminal().Post(text); });
     if (m_options.NoEventLoop)
         m_console->RunSlot();
     else
@@ -344,10 +347,8 @@ void Taskmill_AppWindow::ShutDown()
         QApplication::closeAllWindows();
     if (m_trayIcon)
         m_trayIcon->Hide();
-    if (m_console) {
-        Taskmill_SetConsolePrinter({});
+    if (m_console)
         m_console->QuitSlot();
-    }
 }
 
 /// A question that came up by itself would close a menu, or take the keys that are typed into a dialog.
