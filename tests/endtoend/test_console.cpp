@@ -24,6 +24,8 @@ private Q_SLOTS:
     void WorksWithoutAnEventLoop();
     void EditsLines();
     void MessagesLeaveTheLineAlone();
+    void InterruptKeyBreaksOffCommands();
+    void OutputThatNobodyReadsHoldsUpNothing();
     void LeavesTheTerminalAsItWas_data();
     void LeavesTheTerminalAsItWas();
 
@@ -175,9 +177,14 @@ void TestConsole::WorksWithoutAnEventLoop()
     QVERIFY(AddGatedJob("add queueless job", u"a"_s).contains("Job 1 was added"));
     Release(u"a"_s);
     QTRY_VERIFY_WITH_TIMEOUT(Manager().Command("list finished jobs").contains("Completed"), 30'000);
+    QCOMPARE(Manager().Quit({"yes", "yes"}), ManagerEnd{.status = 0});
+    QVERIFY(Manager().Output().endsWith("\n\n\n"));
+
+    QVERIFY(Project().Start(ManagerProcess::Input::Terminal, {u"-noeventloop"_s}));
     QVERIFY(AddGatedJob("add queueless job", u"b"_s).contains("Job 2 was added"));
     Manager().Signal(SIGTERM);
     QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
+    QVERIFY(Manager().IsTerminalInItsNormalMode());
     QTRY_VERIFY(ProcessTable::LivingChildren().isEmpty());
     QCOMPARE(Project().Rows().finishedJobs.size(), 1);
     QCOMPARE(Project().Rows().queuelessJobs.size(), 1);
@@ -223,6 +230,38 @@ void TestConsole::MessagesLeaveTheLineAlone()
     QVERIFY(Keys("ng jobs\n", "Long Jobs Queue is Empty"));
 }
 
+void TestConsole::InterruptKeyBreaksOffCommands()
+{
+    QVERIFY(Start(ManagerProcess::Input::Terminal));
+    QCOMPARE(Manager().Submit(u"Gate"_s, Project().InputFile(u"a"_s), u"none"_s), "accepted=1\n");
+    const QString begun = Project().Path(u"begun"_s);
+    Manager().Type("dir /b; touch " + begun.toUtf8() + "; sleep 1000\n");
+    QTRY_VERIFY(QFile::exists(begun));
+    QVERIFY(Keys("\x03", "\r\n"));
+    // A listing that is under way is not shown to its end.
+    Manager().Type("dir /b; seq 1000000\n");
+    QVERIFY(Manager().Expect("\r\n1000\r\n"));
+    Manager().Type("\x03");
+    QTRY_VERIFY(Manager().Output().endsWith("\r\n<Taskmill> "));
+    QVERIFY(!Manager().Output().contains("\r\n1000000\r\n"));
+    QVERIFY(Keys("list queueless jobs\n", "Running"));
+}
+
+void TestConsole::OutputThatNobodyReadsHoldsUpNothing()
+{
+    QVERIFY(Start(ManagerProcess::Input::Terminal));
+    Manager().Type("dir /b; seq 1000000\n");
+    QVERIFY(Manager().Expect("\r\n1000\r\n"));
+    const QByteArray stopKey = "\x13";
+    Manager().Type(stopKey);
+    // The first one has a message printed.
+    QVERIFY(Manager().Submit(u"Auto"_s, Project().InputFile(u"x.unknown"_s)).startsWith("refused="));
+    QCOMPARE(Manager().Submit(u"Gate"_s, Project().InputFile(u"a"_s), u"none"_s), "accepted=1\n");
+    Manager().Signal(SIGTERM);
+    QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
+    QVERIFY(Manager().IsTerminalInItsNormalMode());
+}
+
 void TestConsole::LeavesTheTerminalAsItWas_data()
 {
     QTest::addColumn<int>("signal");
@@ -235,7 +274,7 @@ void TestConsole::LeavesTheTerminalAsItWas()
 {
     QFETCH(int, signal);
     QVERIFY(Start(ManagerProcess::Input::Terminal));
-    QVERIFY(!Manager().IsTerminalInItsNormalMode());
+    QTRY_VERIFY(!Manager().IsTerminalInItsNormalMode());
     QCOMPARE(Manager().Submit(u"Gate"_s, Project().InputFile(u"runs"_s), u"none"_s), "accepted=1\n");
     if (signal == SIGHUP)
         Manager().HangUp();

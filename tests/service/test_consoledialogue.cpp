@@ -1,6 +1,7 @@
 #include "service/console.h"
 
 #include "jobs/job.h"
+#include "service/consoleposted.h"
 #include "service/runningjobs.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
@@ -52,6 +53,7 @@ public:
         const QMutexLocker lock{&m_mutex};
         m_output += text;
     }
+    void Post(const QString &text) override { Print(text); }
     void Interrupt() override
     {
         const QMutexLocker lock{&m_mutex};
@@ -66,12 +68,29 @@ private:
     QString m_output;
 };
 
+/// Finds no processes and remembers where it looked for them.
+class RememberingInspector final : public Taskmill_ProcessInspector
+{
+public:
+    QThread *ListedOn = nullptr;
+
+protected:
+    QString ListingText() override
+    {
+        ListedOn = QThread::currentThread();
+        return {};
+    }
+    void EndProcess(int) override {}
+    void EndChildren(int) override {}
+};
+
 /// A manager with a new project and a job type, and its console.
 struct Session
 {
     TestManager manager;
     const Taskmill_JobType gated;
-    Taskmill_RunningJobs running{*manager.inspector, manager.jobTypes};
+    RememberingInspector inspector;
+    Taskmill_RunningJobs running{inspector, manager.jobTypes};
     std::unique_ptr<Taskmill_Console> console;
     ScriptedTerminal *terminal = nullptr; ///< the console's
     int exits = 0;                        ///< how often the program was to be ended
@@ -153,6 +172,8 @@ private Q_SLOTS:
         QCOMPARE(session.Run({u"add short job"_s, u"0"_s, u" %1 "_s.arg(file)}),
                  type + input + u"\n<Taskmill> Job 1 was added to the Short Jobs Queue.\n\n"_s + prompt);
         QCOMPARE(session.manager.shortJobs.Jobs().JobAt(0)->Record().InputFilePath, file);
+        QCOMPARE(session.Run({u"set short limit 2147483648"_s}),
+                 u"\n<Taskmill> The limit must be a number from 1 to 2147483647.\n\n"_s + prompt);
     }
 
     void AnswersAboutDirectories()
@@ -228,6 +249,25 @@ private Q_SLOTS:
         QTRY_COMPARE(session.Output(),
                      killWarning + u"\n<Taskmill> Job 1 has ended meanwhile.\n\n"_s + prompt);
         QCOMPARE(session.manager.finishedJobs.Jobs().first().Status, Taskmill_JobStatus::Completed);
+    }
+
+    void ListsProcessesOnItsOwnThread()
+    {
+        Session session;
+        session.Start({u"list running jobs"_s});
+        QTRY_COMPARE(session.Output(), u"\nRunning Jobs List is Empty\n\n"_s + prompt);
+        QVERIFY(session.inspector.ListedOn && session.inspector.ListedOn != QThread::currentThread());
+    }
+
+    void KeepsSomeTextForWhoeverDoesNotRead()
+    {
+        const QString most{Taskmill_PostedText::MostCharacters, u'x'};
+        Taskmill_PostedText posted;
+        for (const QString &text : {most, u"dropped"_s, u"dropped"_s})
+            posted.Add(text);
+        QCOMPARE(posted.Take(), most + u"\n<Taskmill> Nobody read this output: what came next is lost.\n"_s);
+        posted.Add(u"read again"_s);
+        QCOMPARE(posted.Take(), u"read again"_s);
     }
 
     void EndsInALongCommand()
