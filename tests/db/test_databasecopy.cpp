@@ -83,21 +83,6 @@ private Q_SLOTS:
         QVERIFY(QFileInfo{m_target}.isSymbolicLink() && QFileInfo{Path(u"first"_s)}.isSymbolicLink());
         QCOMPARE(QFile::permissions(file), permissions);
         QCOMPARE(RowsOfFile(file, countRows), QStringList{u"0"_s});
-        const mode_t mask = umask(027);
-        QVERIFY(MakeDatabase()->SaveToFile(Path(u"new.mill"_s)));
-        umask(mask);
-        QCOMPARE(QFile::permissions(Path(u"new.mill"_s)), permissions);
-    }
-
-    void UselessTargetsAreLeftAlone()
-    {
-        QVERIFY(QDir{m_directory->path()}.mkdir(u"directory"_s));
-        QVERIFY(QFile::link(u"circle"_s, Path(u"circle"_s)));
-        QCOMPARE(mkfifo(QFile::encodeName(Path(u"pipe"_s)).constData(), 0600), 0);
-        const QStringList before = Files();
-        for (const QString &name : before + QStringList{u"missing/file.mill"_s})
-            QVERIFY2(!MakeDatabase()->SaveToFile(Path(name)), qPrintable(name));
-        QCOMPARE(Files(), before);
     }
 
     void FullDiskLeavesTargetAlone()

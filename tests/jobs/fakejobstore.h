@@ -9,7 +9,6 @@ class FakeJobStore : public Taskmill_JobStore
 {
 public:
     bool Open = true;
-    bool RefusesInsertions = false;
     QList<Taskmill_JobType> Rows;
     QHash<QString, int> Limits; ///< by queue name
     int LimitWrites = 0;
@@ -18,8 +17,6 @@ public:
 
     bool InsertJobType(Taskmill_JobType &jobType) override
     {
-        if (RefusesInsertions)
-            return false;
         jobType.JobTypeID = Rows.isEmpty() ? 0 : Rows.last().JobTypeID + 1;
         Rows.append(jobType);
         return true;

@@ -1,6 +1,5 @@
 #include "jobs/commandline.h"
 #include "jobs/jobenvironment.h"
-#include "kilnutil/process.h"
 #include "support/testutil.h"
 
 #include <QDir>
@@ -86,30 +85,6 @@ private Q_SLOTS:
         QCOMPARE(plan.Arguments, QString{});
         // Latin-1, but a file name as the file system spells it.
         QCOMPARE(plan.StandardInput, "K\xF6ln\n\n" + QFile::encodeName(u"Köln.in"_s) + '\n');
-    }
-
-    void AnyFileNameReachesTheProgram()
-    {
-        const QTemporaryDir directory;
-        for (const QString &name :
-             {u"/w/two words.in"_s, u"/w/two\twords.in"_s, u"/w/\"quoted\" name\""_s, u"/w/it's here"_s,
-              u"/w/a\\b\\\\c d\\\\\"e\\"_s, u"/w/a b\\\\"_s, u"/w/$HOME `id` *; &"_s,
-              u"/w/%PATH% %1 ^ ^^ & | < > !x!"_s, u"/w/%PATH%^&|<>!x!"_s, u"/w/Übung 分子.in"_s}) {
-            Taskmill_JobRecord job =
-                MakeJob(TestProgramPath(), u"@EXEFILE args @OUTFILE @INFILE -o @INFILE2"_s);
-            job.OutputFile = directory.filePath(u"arguments of program"_s);
-            job.InputFilePath = name;
-            job.InputFilePath2 = name;
-            const Taskmill_LaunchPlan plan = Taskmill_PlanLaunch(job);
-            KilnUtil_Process process{nullptr, {}, {}};
-            process.SetProgramText(plan.Program);
-            process.SetArgumentText(plan.Arguments);
-            const QSignalSpy finished{&process, &KilnUtil_Process::FinishedSignal};
-            process.Start();
-            QTRY_COMPARE(finished.size(), 1);
-            const QByteArray argument = QDir::toNativeSeparators(name).toUtf8() + '\0';
-            QCOMPARE(ReadTestFile(job.OutputFile), argument + "-o" + '\0' + argument);
-        }
     }
 
     void EnvironmentGetsTheLinesOfTheType()

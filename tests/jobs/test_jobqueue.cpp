@@ -140,21 +140,6 @@ private Q_SLOTS:
         QCOMPARE(m_finished.Summary(), (QStringList{u"2 Killed"_s, u"3 Killed"_s, u"4 Killed"_s}));
     }
 
-    void NumberMayBeThereTwice()
-    {
-        m_long->AddAll(Waiting({5, 6, 5, 7}));
-        m_long->RemoveAt(-1);
-        m_long->RemoveAt(4);
-        m_long->RemoveByJobID(99);
-        QCOMPARE(m_long->FindJobByProcessID(m_long->JobAt(0)->ProcessID()), 5);
-        QCOMPARE(m_long->JobIDsOf({2, 0, 4, 1}), (QList{5, 5}));
-        // The first one is meant.
-        m_long->RemoveByJobID(5);
-        QCOMPARE(m_finished.Summary(), QStringList{u"5 Killed"_s});
-        QCOMPARE(m_long->JobIDs(), (QList{6, 5, 7}));
-        QCOMPARE(m_long->FindByJobID(5), m_long->JobAt(1));
-    }
-
 private:
     [[nodiscard]] Taskmill_JobRecord Waiting(int jobID) const
     {

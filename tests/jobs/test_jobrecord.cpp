@@ -80,7 +80,6 @@ private Q_SLOTS:
             return job.OutputFile;
         };
         QCOMPARE(derived(u"Files (*.log *.out)"_s, u"/w.d/x.gjf"_s), u"/w.d/x.log"_s);
-        QCOMPARE(derived(u"Files (*.log)"_s, {}), QString{});
         QCOMPARE(derived(u"All Files"_s, u"/w/x.gjf"_s), QString{});
         QCOMPARE(derived(u"VELTRA OUTPUT Files (*.zzz)"_s, u"/w/x.VDAT"_s), u"/w/x.vout"_s);
         QCOMPARE(derived(u"VELTRA OUTPUT Files (*.zzz)"_s, u"/w/x.dat"_s), u"/w/x.out"_s);
@@ -143,7 +142,6 @@ private Q_SLOTS:
         QVERIFY(!isWantedWith(&Taskmill_JobRecord::ClientAppName, u"TaskmillGUI"_s));
         QVERIFY(!isWantedWith(&Taskmill_JobRecord::ClientAppName, QString{}));
         QVERIFY(!isWantedWith(&Taskmill_JobRecord::ClientName, QString{}));
-        QVERIFY(!isWantedWith(&Taskmill_JobRecord::ClientAddress, QString{}));
         QVERIFY(!isWantedWith(&Taskmill_JobRecord::ClientNotification, false));
     }
 
@@ -153,7 +151,6 @@ private Q_SLOTS:
         QVERIFY(client.listen(QHostAddress::LocalHost));
         const int port = client.serverPort();
         QVERIFY(!Taskmill_SendMessage(u"host.invalid"_s, port, "x"));
-        QVERIFY(!Taskmill_SendMessage(u"127.0.0.256"_s, port, "x"));
         // Both become the client's port when all but 16 bits are lost.
         QVERIFY(!Taskmill_SendMessage(u"localhost"_s, port + 65'536, "x"));
         QVERIFY(!Taskmill_SendMessage(u"localhost"_s, port - 65'536, "x"));
@@ -178,7 +175,6 @@ private Q_SLOTS:
             job.*member = value;
             return job.IsValid();
         };
-        QVERIFY(!isValidWith(&Taskmill_JobRecord::Name, QString{}));
         QVERIFY(!isValidWith(&Taskmill_JobRecord::InputFilePath, directory.filePath(u"gone"_s)));
         QVERIFY(!isValidWith(&Taskmill_JobRecord::InputFilePath2, u"a\nb"_s));
         const auto isValidWithType = [&](auto member, const auto &value) {

@@ -72,7 +72,6 @@ private Q_SLOTS:
         QCOMPARE(record.Name, u"test_processinspector_proc"_s);
         QCOMPARE(record.Caption, record.Name);
         QCOMPARE(record.ExecutablePath, QCoreApplication::applicationFilePath());
-        QCOMPARE(record.CSName, QSysInfo::machineHostName());
         QCOMPARE(record.ExecutionState, u"running"_s);
         QCOMPARE(record.Handle, record.ProcessId);
         QCOMPARE(record.ParentProcessIdNumber(), getppid());
@@ -81,7 +80,6 @@ private Q_SLOTS:
         QVERIFY(user >= before.tms_utime * tick && user <= after.tms_utime * tick);
         const qint64 kernel = record.KernelModeTime.toLongLong();
         QVERIFY(kernel >= before.tms_stime * tick && kernel <= after.tms_stime * tick);
-        QVERIFY(record.ThreadCount.toInt() > 0 && record.ThreadCount.toInt() < 20);
         QVERIFY(record.PrivatePageCount.toLongLong() > 4096);
         QVERIFY(record.WorkingSetSize.toLongLong() > 4096);
         QVERIFY(record.VirtualSize.toLongLong() > record.WorkingSetSize.toLongLong());
@@ -111,22 +109,6 @@ private Q_SLOTS:
             QVERIFY2(record.CommandLine.endsWith(u" print \"x  y z\" stdin"_s),
                      qPrintable(record.CommandLine));
         }
-    }
-
-    void ListsScripts()
-    {
-        const QString script =
-            WriteTestFile(Path(u"formchk-wrapper.sh"_s), "#!/bin/sh -e\n: >started\nread line\n");
-        QVERIFY(QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-        const auto pathOf = [this](const QString &command) {
-            QFile::remove(Path(u"started"_s));
-            const Child child{u"/bin/sh"_s, {u"-c"_s, u"cd \"$1\" && "_s + command, {}, m_directory->path()}};
-            const bool started = QTest::qWaitFor([this] { return QFile::exists(Path(u"started"_s)); });
-            return started ? Find(child.Id()).ExecutablePath : QString{};
-        };
-        QCOMPARE(pathOf(u"exec \"$PWD\"/formchk-wrapper.sh"_s), script);
-        QCOMPARE(pathOf(u"exec ./formchk-wrapper.sh"_s), script);
-        QCOMPARE(pathOf(u"exec /bin/sh ./formchk-wrapper.sh"_s), QFileInfo{u"/bin/sh"_s}.canonicalFilePath());
     }
 
     void EndsOnlyTheProcessThatWasListed()

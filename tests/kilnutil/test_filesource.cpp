@@ -1,7 +1,6 @@
 #include "kilnutil/filesource.h"
 #include "kilnutil/memorysource.h"
 #include "kilnutil/textrows.h"
-#include "kilnutil/textsaver.h"
 #include "kilnutil/textsearch.h"
 #include "support/testutil.h"
 
@@ -160,22 +159,6 @@ private Q_SLOTS:
         QCOMPARE(Find(padding + "größe" + padding, u"GRÖßE"_s, forward, 0), acrossTwoBlocks);
         const QByteArray lines = "größe\n" + QByteArray{"a line of it\n"}.repeated(100'000);
         QCOMPARE(Find(lines, u"größe"_s, backward, 1'200'000), u"0"_s);
-    }
-
-    void FailedCopyLeavesTheOlderOne()
-    {
-        using Result = KilnUtil_TextSaver::Result;
-        const QString path = WriteTestFile(Path(u"run.out"_s), QByteArray(4 * mebibyte, 'x'));
-        const QString target = WriteTestFile(Path(u"copy.out"_s), "older copy");
-        KilnUtil_FileSource source{path};
-        QVERIFY(source.Open());
-        QCOMPARE(KilnUtil_TextSaver(source, target).Step(), Result::Saving);
-        KilnUtil_TextSaver cut{source, target};
-        QCOMPARE(cut.Step(), Result::Saving);
-        WriteTestFile(path, {});
-        QCOMPARE(cut.Step(), Result::Failed);
-        QVERIFY(!cut.ErrorText().isEmpty());
-        QCOMPARE(ReadTestFile(target), "older copy");
     }
 
 private:

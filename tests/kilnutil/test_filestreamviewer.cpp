@@ -172,6 +172,13 @@ private Q_SLOTS:
         m_viewer->SaveCopySlot();
         QTRY_VERIFY(!m_viewer->IsBusy());
         QVERIFY(prompt.asked.last().text.contains(u"could not be written"_s));
+        // A copy that is not completed leaves the older one.
+        Append(Lines(301, 400));
+        prompt.texts = {copy};
+        m_viewer->SaveCopySlot();
+        QVERIFY(m_viewer->IsBusy());
+        m_viewer->StopSlot();
+        QCOMPARE(ReadTestFile(copy), Lines(1, 300));
     }
 
 private:
