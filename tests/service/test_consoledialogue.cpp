@@ -100,12 +100,15 @@ struct Session
     {
     }
 
-    void MakeConsole(bool noEventLoop, const QStringList &lines)
+    /// Carries out the lines here, or on a thread of the console's own that waits for more of them.
+    void Start(const QStringList &lines, bool here = false)
     {
         console.reset();
         auto scripted = std::make_unique<ScriptedTerminal>();
         terminal = scripted.get();
         terminal->Feed(lines);
+        if (here)
+            terminal->End();
         const auto exit = [this] {
             ++exits;
             console->QuitSlot();
@@ -117,12 +120,7 @@ struct Session
                                               .Project = manager.project,
                                               .Notice = u"Notice"_s,
                                               .Exit = exit};
-        console = std::make_unique<Taskmill_Console>(u"Banner"_s, noEventLoop, context, std::move(scripted));
-    }
-    /// Carries out the lines, and others that follow, on a thread of the console's own.
-    void Start(const QStringList &lines)
-    {
-        MakeConsole(false, lines);
+        console = std::make_unique<Taskmill_Console>(u"Banner"_s, here, context, std::move(scripted));
         console->RunSlot();
     }
     /// What was printed after the banner, the notice and the first prompt.
@@ -135,9 +133,7 @@ struct Session
     /// The same once these lines are carried out, here.
     QString Run(const QStringList &lines)
     {
-        MakeConsole(true, lines);
-        terminal->End();
-        console->RunSlot();
+        Start(lines, true);
         return Output();
     }
     /// A job that runs until its input file, which is returned, is released.

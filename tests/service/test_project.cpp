@@ -44,15 +44,9 @@ private Q_SLOTS:
         m_manager->NewProject();
         QVERIFY(!m_manager->project.HasUnsavedChanges());
         QVERIFY(m_manager->project.WindowTitle().endsWith(u", New Project"_s));
-        QCOMPARE(
-            RowsOf(TestManager::Database(), u"SELECT Name, MaxRunningJobs FROM Queues ORDER BY QueueID"_s),
-            (QStringList{u"Long|1"_s, u"Short|1"_s}));
-        QCOMPARE(RowsOf(TestManager::Database(), u"SELECT Name, DataStr FROM GeneralData"_s),
-                 QStringList{u"Version|2"_s});
         QCOMPARE(m_manager->jobTypes.Names(), QStringList{u"Gaussian"_s});
         QCOMPARE(m_manager->longJobs.Jobs().Count() + FinishedCount(), 0);
-        QCOMPARE(RowsOf(TestManager::Database(), u"SELECT COUNT(*) FROM FinishedJobs"_s),
-                 QStringList{u"0"_s});
+        QVERIFY(TestManager::Database().GetFinishedJobs().isEmpty());
         QCOMPARE(m_manager->longJobs.Jobs().MaxRunningJobs(), 1);
         QVERIFY(!m_manager->longJobs.Jobs().IsPaused() && !m_manager->shortJobs.Jobs().IsPaused());
         QCOMPARE(m_manager->jobNumbers.NewID(), 1);
