@@ -21,7 +21,7 @@ namespace {
 // The log belongs to the whole process, so a copy of this program writes it.
 constexpr const char *writeLog = "write-log";
 
-constexpr int linesOfEachThread = 200;
+constexpr qsizetype linesOfEachThread = 200;
 
 int WriteLog(const QStringList &arguments)
 {
@@ -31,7 +31,7 @@ int WriteLog(const QStringList &arguments)
     qWarning("three");
     qCritical("four");
     const auto repeat = [] {
-        for (int line = 0; line < linesOfEachThread; ++line)
+        for (qsizetype line = 0; line < linesOfEachThread; ++line)
             qWarning("the same line");
     };
     std::thread first{repeat};
