@@ -154,9 +154,10 @@ void KilnUtil_FileStreamViewer::AppendLine(const QString &text, bool lineFeed)
 void KilnUtil_FileStreamViewer::RefreshSlot()
 {
     const KilnUtil_TextSource::Change change = m_source->Refresh();
+    // First of all: the view's place may be behind the text's end.
+    m_view->SourceChanged(change);
     if (change == KilnUtil_TextSource::Change::Replaced && IsBusy())
         StopWork(u"Stopped: the text has changed."_s);
-    m_view->SourceChanged(change);
     UpdateStatusSlot();
 }
 

@@ -155,6 +155,11 @@ private Q_SLOTS:
         QVERIFY(m_viewer->IsBusy());
         m_viewer->StopSlot();
         QVERIFY(!m_viewer->IsBusy());
+        // The file begins anew while it is searched from its middle.
+        m_viewer->FindNextSlot();
+        WriteTestFile(m_path, {});
+        m_viewer->RefreshSlot();
+        QVERIFY(!m_viewer->IsBusy());
     }
 
     void SavesCopies()
