@@ -64,7 +64,7 @@ struct JobPages : PagePlace
         finished.FillTable();
     }
 
-    void Choose(int row, const QString &entry) { ChooseFromMenu(table, CellCentre(table, row), entry); }
+    void Choose(int row, const QString &entry) const { ChooseFromMenu(table, CellCentre(table, row), entry); }
 };
 } // namespace
 
