@@ -11,8 +11,14 @@
 #include "ui/queuewidgets.h"
 
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QScrollBar>
 #include <QTabWidget>
+#include <QThread>
+#include <QWheelEvent>
+
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -21,9 +27,11 @@ using Bench::MilliSeconds;
 
 Bench::Report *g_report = nullptr;
 
-/// The most that the event loop may be blocked, in ms; 0 where there is no limit.
+/// The most that the event loop may be blocked, in ms.
 constexpr double mostForAChange = 10;
 constexpr double mostForASwitch = 50;
+constexpr double mostForARemoval = 1000;
+constexpr double mostRepaints = 12; ///< a second
 
 void Row(const char *what, double milliSeconds, double most = 0)
 {
@@ -87,6 +95,48 @@ void MeasureSorting(KilnUtil_TableWidget &table, QWidget &window)
     }
 }
 
+/// A change is made again and again, as one alone says little; the median counts.
+void Changes(const char *what, const std::function<void()> &change)
+{
+    constexpr int times = 15;
+    QList<double> values;
+    for (int i = 0; i < times; ++i)
+        values.append(MilliSeconds(change));
+    Row(what, Bench::Median(values), mostForAChange);
+}
+
+/// From the top to the bottom and on from there, the events painted one by one.
+void MeasureScrolling(KilnUtil_TableWidget &table, QWidget &window)
+{
+    table.scrollToTop();
+    Paint(window);
+    QWidget *viewport = table.viewport();
+    Changes("scroll: a step of the wheel", [&] {
+        const QPointF place{200, 200};
+        QWheelEvent step{place,
+                         viewport->mapToGlobal(place),
+                         {},
+                         {0, -120},
+                         Qt::NoButton,
+                         Qt::NoModifier,
+                         Qt::NoScrollPhase,
+                         false};
+        QCoreApplication::sendEvent(viewport, &step);
+        Paint(window);
+    });
+    Changes("scroll: a page", [&] {
+        table.verticalScrollBar()->triggerAction(QAbstractSlider::SliderPageStepAdd);
+        Paint(window);
+    });
+    Changes("scroll: anywhere", [&] {
+        const int rows = table.verticalScrollBar()->maximum();
+        table.verticalScrollBar()->setValue((table.verticalScrollBar()->value() + rows / 3) % rows);
+        Paint(window);
+    });
+    table.scrollToTop();
+    Paint(window);
+}
+
 void MeasureFinished(Taskmill_FinishedJobsWidget &tab, QWidget &window, int count)
 {
     g_report->Title(QByteArray::number(count).append(" finished jobs").constData());
@@ -101,26 +151,29 @@ void MeasureFinished(Taskmill_FinishedJobsWidget &tab, QWidget &window, int coun
     const double all = ResidentMegabytes();
     g_report->Add("memory a job", (all - before) * 1e3 / count, "kB", 1.5);
     g_report->Add("memory a job, of it the table's", (all - records) * 1e3 / count, "kB");
+    Changes("a full repaint of the rows", [&tab] { tab.Table()->viewport()->repaint(); });
+    MeasureScrolling(*tab.Table(), window);
     const auto add = [&] {
         tab.AddJob(Job(static_cast<int>(tab.Jobs().size()) + 1, Taskmill_JobStatus::Completed));
         tab.FillTable();
         Paint(window);
     };
-    Row("one more job, sorted by number", MilliSeconds(add), mostForAChange);
+    Changes("one more job, sorted by number", add);
     MeasureSorting(*tab.Table(), window);
-    Row("one more job, sorted by time, newest first", MilliSeconds(add), mostForAChange);
+    Changes("one more job, sorted by time, newest first", add);
     Row("select all", MilliSeconds([&] {
             tab.Table()->selectAll();
             Paint(window);
         }));
-    Row("one more job, all selected", MilliSeconds(add), mostForAChange);
+    Changes("one more job, all selected", add);
     Row("remove every second job", MilliSeconds([&] {
             QList<int> positions;
             for (int position = 0; position < tab.Jobs().size(); position += 2)
                 positions.append(position);
             tab.Remove(positions);
             Paint(window);
-        }));
+        }),
+        mostForARemoval);
 }
 
 void MeasureQueue(Taskmill_LongJobsQueueWidget &jobs, QWidget &window, int count)
@@ -139,21 +192,57 @@ void MeasureQueue(Taskmill_LongJobsQueueWidget &jobs, QWidget &window, int count
         tab.FillTable();
         Paint(window);
     };
-    Row("one more job", MilliSeconds(submit), mostForAChange);
-    Row("the first job leaves", MilliSeconds([&] {
-            jobs.Jobs().RemoveAt(0);
-            tab.FillTable();
-            Paint(window);
-        }),
-        mostForAChange);
+    const auto remove = [&](int position) {
+        jobs.Jobs().RemoveAt(position);
+        tab.FillTable();
+        Paint(window);
+    };
+    Changes("one more job", submit);
+    Changes("the first job leaves", [&] { remove(0); });
     MeasureSorting(tab.Table(), window);
-    Row("one more job, sorted by time", MilliSeconds(submit), mostForAChange);
-    Row("a job in the middle leaves", MilliSeconds([&] {
-            jobs.Jobs().RemoveAt(count / 2);
-            tab.FillTable();
-            Paint(window);
-        }),
-        mostForAChange);
+    Changes("one more job, sorted by time", submit);
+    Changes("a job in the middle leaves", [&] { remove(count / 2); });
+}
+
+/// Counts what a widget paints.
+class PaintCounter final : public QObject
+{
+public:
+    explicit PaintCounter(QWidget &widget) { widget.installEventFilter(this); }
+
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        Paints += event->type() == QEvent::Paint ? 1 : 0;
+        return false;
+    }
+
+    int Paints = 0;
+};
+
+/// Jobs leave the queue for the finished ones as fast as the event loop turns, the queue being shown.
+void MeasureDraining(Taskmill_LongJobsQueueWidget &jobs, Taskmill_FinishedJobsWidget &finishedJobs)
+{
+    constexpr int milliSeconds = 3000;
+    g_report->Title("A queue that is drained at full speed");
+    const PaintCounter counter{*jobs.Tab()->Table().viewport()};
+    QElapsedTimer total;
+    QList<double> turns;
+    total.start();
+    while (total.elapsed() < milliSeconds && jobs.Jobs().Count() > 1) {
+        turns.append(MilliSeconds([&] {
+            Taskmill_JobRecord job = jobs.Jobs().JobAt(0)->Record();
+            job.SetStatus(Taskmill_JobStatus::Completed, true);
+            jobs.Jobs().RemoveAt(0);
+            finishedJobs.AddJob(job);
+            QCoreApplication::processEvents();
+        }));
+        // At the pace of the fastest programs.
+        QThread::usleep(500);
+    }
+    const double seconds = static_cast<double>(total.elapsed()) / 1e3;
+    g_report->Add("jobs a second", static_cast<double>(turns.size()) / seconds, "");
+    g_report->Add("repaints a second", counter.Paints / seconds, "", mostRepaints);
+    Row("longest turn of the event loop", std::ranges::max(turns), mostForAChange);
 }
 } // namespace
 
@@ -188,5 +277,6 @@ int main(int argc, char **argv)
     MeasureQueue(longJobs, window, waitingCount);
     Row("switch to the finished jobs", switchTo(0), mostForASwitch);
     Row("switch to the waiting jobs", switchTo(1), mostForASwitch);
+    MeasureDraining(longJobs, finishedJobs);
     return 0;
 }

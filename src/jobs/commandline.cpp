@@ -16,7 +16,10 @@ constexpr qsizetype longestText = 131072;
 
 void ReplaceFileName(QString &text, QLatin1StringView placeholder, const QString &path)
 {
-    const qsizetype firstLineLength = text.contains(u'\n') ? text.indexOf(u'\n') : text.size();
+    if (!text.contains(placeholder))
+        return;
+    const qsizetype firstLineFeed = text.indexOf(u'\n');
+    const qsizetype firstLineLength = firstLineFeed < 0 ? text.size() : firstLineFeed;
     QString commandLine = text.left(firstLineLength);
     QString answers = text.mid(firstLineLength);
     commandLine.replace(placeholder, KilnUtil_FileSys::ConvertFilename(path, true, false));

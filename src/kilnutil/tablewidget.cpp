@@ -1,5 +1,6 @@
 #include "kilnutil/tablewidget.h"
 
+#include "kilnutil/celldelegate.h"
 #include "kilnutil/filedrop.h"
 #include "kilnutil/registry.h"
 #include "kilnutil/rowview.h"
@@ -28,6 +29,7 @@ KilnUtil_TableWidget::KilnUtil_TableWidget(QWidget *parent)
     , m_proxy{new KilnUtil_TableSortProxy{this}}
 {
     setModel(m_proxy);
+    setItemDelegate(new KilnUtil_CellDelegate{this});
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setSelectionMode(QAbstractItemView::ExtendedSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);

@@ -3,7 +3,7 @@
 #include "kilnutil/tablesortproxy.h"
 #include "ui/statusicon.h"
 
-#include <QHash>
+#include <algorithm>
 
 namespace {
 constexpr int jobIDColumn = 0;
@@ -18,22 +18,23 @@ Taskmill_JobTableModel::Taskmill_JobTableModel(QStringList headers, QObject *par
 
 void Taskmill_JobTableModel::FinishNewLayout(const Taskmill_RowRanges &gone)
 {
-    QHash<int, int> rowsNow; // of the rows before, as views may hold a place in each of them
+    QList<int>
+        rowsNow; // of the rows before, as views may hold a place in each of them; -1 for one that is gone
+    rowsNow.resize(RowCount() + Taskmill_CountOf(gone));
+    for (const Taskmill_RowRange &range : gone)
+        std::fill_n(rowsNow.begin() + range.First, range.Last - range.First + 1, -1);
     int row = 0;
-    auto range = gone.crbegin();
-    const qsizetype rowsBefore = RowCount() + Taskmill_CountOf(gone);
-    for (int old = 0; old < rowsBefore; ++old) {
-        while (range != gone.crend() && range->Last < old)
-            ++range;
-        const bool isGone = range != gone.crend() && range->First <= old;
-        if (!isGone)
-            rowsNow.insert(old, row++);
+    for (int &now : rowsNow) {
+        if (now == 0)
+            now = row++;
     }
     const QModelIndexList before = persistentIndexList();
     QModelIndexList after;
     after.reserve(before.size());
-    for (const QModelIndex &old : before)
-        after.append(rowsNow.contains(old.row()) ? index(rowsNow[old.row()], old.column()) : QModelIndex{});
+    for (const QModelIndex &old : before) {
+        const int now = rowsNow[old.row()];
+        after.append(now < 0 ? QModelIndex{} : createIndex(now, old.column()));
+    }
     changePersistentIndexList(before, after);
     Q_EMIT layoutChanged();
 }

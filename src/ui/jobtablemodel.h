@@ -33,18 +33,17 @@ protected:
     void TakeOut(const Taskmill_RowRanges &gone, QList<T> &rows)
     {
         constexpr qsizetype mostOneByOne = 100;
-        const bool oneByOne = gone.size() <= mostOneByOne;
-        if (!oneByOne)
+        if (gone.size() > mostOneByOne) {
             Q_EMIT layoutAboutToBeChanged();
-        for (const Taskmill_RowRange &range : gone) {
-            if (oneByOne)
-                beginRemoveRows({}, range.First, range.Last);
-            rows.remove(range.First, range.Last - range.First + 1);
-            if (oneByOne)
-                endRemoveRows();
-        }
-        if (!oneByOne)
+            Taskmill_RemoveRows(rows, gone);
             FinishNewLayout(gone);
+            return;
+        }
+        for (const Taskmill_RowRange &range : gone) {
+            beginRemoveRows({}, range.First, range.Last);
+            rows.remove(range.First, range.Last - range.First + 1);
+            endRemoveRows();
+        }
     }
 
 private:

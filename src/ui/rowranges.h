@@ -42,3 +42,18 @@ template <typename ShownID, typename ListedID>
         count += range.Last - range.First + 1;
     return count;
 }
+
+/// Removes the rows in one walk through the list.
+template <typename T>
+void Taskmill_RemoveRows(QList<T> &rows, const Taskmill_RowRanges &ranges)
+{
+    auto range = ranges.crbegin();
+    int row = 0;
+    rows.removeIf([&](const T &) {
+        while (range != ranges.crend() && range->Last < row)
+            ++range;
+        const bool isGone = range != ranges.crend() && range->First <= row;
+        ++row;
+        return isGone;
+    });
+}
