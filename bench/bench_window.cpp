@@ -77,20 +77,20 @@ QList<Taskmill_JobRecord> Jobs(int count, Taskmill_JobStatus status)
     return jobs;
 }
 
-void Paint(QWidget &window)
+/// One turn of the event loop, with what the toolkit itself finds to be painted.
+void Turn()
 {
-    window.repaint();
     QCoreApplication::processEvents();
 }
 
-void MeasureSorting(KilnUtil_TableWidget &table, QWidget &window)
+void MeasureSorting(KilnUtil_TableWidget &table)
 {
     const int columns = table.model()->columnCount();
     for (int column = 0; column < columns; ++column) {
         const QString name = table.model()->headerData(column, Qt::Horizontal).toString();
         Row(qPrintable(u"sort by "_s + name), MilliSeconds([&] {
                 table.sortByColumn(column, Qt::DescendingOrder);
-                Paint(window);
+                Turn();
             }));
     }
 }
@@ -106,10 +106,10 @@ void Changes(const char *what, const std::function<void()> &change)
 }
 
 /// From the top to the bottom and on from there, the events painted one by one.
-void MeasureScrolling(KilnUtil_TableWidget &table, QWidget &window)
+void MeasureScrolling(KilnUtil_TableWidget &table)
 {
     table.scrollToTop();
-    Paint(window);
+    Turn();
     QWidget *viewport = table.viewport();
     Changes("scroll: a step of the wheel", [&] {
         const QPointF place{200, 200};
@@ -122,22 +122,22 @@ void MeasureScrolling(KilnUtil_TableWidget &table, QWidget &window)
                          Qt::NoScrollPhase,
                          false};
         QCoreApplication::sendEvent(viewport, &step);
-        Paint(window);
+        Turn();
     });
     Changes("scroll: a page", [&] {
         table.verticalScrollBar()->triggerAction(QAbstractSlider::SliderPageStepAdd);
-        Paint(window);
+        Turn();
     });
     Changes("scroll: anywhere", [&] {
         const int rows = table.verticalScrollBar()->maximum();
         table.verticalScrollBar()->setValue((table.verticalScrollBar()->value() + rows / 3) % rows);
-        Paint(window);
+        Turn();
     });
     table.scrollToTop();
-    Paint(window);
+    Turn();
 }
 
-void MeasureFinished(Taskmill_FinishedJobsWidget &tab, QWidget &window, int count)
+void MeasureFinished(Taskmill_FinishedJobsWidget &tab, int count)
 {
     g_report->Title(QByteArray::number(count).append(" finished jobs").constData());
     const double before = ResidentMegabytes();
@@ -145,25 +145,25 @@ void MeasureFinished(Taskmill_FinishedJobsWidget &tab, QWidget &window, int coun
     const double records = ResidentMegabytes();
     Row("show the list", MilliSeconds([&] {
             tab.SetJobs(jobs);
-            Paint(window);
+            Turn();
         }));
     jobs.clear();
     const double all = ResidentMegabytes();
     g_report->Add("memory a job", (all - before) * 1e3 / count, "kB", 1.5);
     g_report->Add("memory a job, of it the table's", (all - records) * 1e3 / count, "kB");
     Changes("a full repaint of the rows", [&tab] { tab.Table()->viewport()->repaint(); });
-    MeasureScrolling(*tab.Table(), window);
+    MeasureScrolling(*tab.Table());
     const auto add = [&] {
         tab.AddJob(Job(static_cast<int>(tab.Jobs().size()) + 1, Taskmill_JobStatus::Completed));
         tab.FillTable();
-        Paint(window);
+        Turn();
     };
     Changes("one more job, sorted by number", add);
-    MeasureSorting(*tab.Table(), window);
+    MeasureSorting(*tab.Table());
     Changes("one more job, sorted by time, newest first", add);
     Row("select all", MilliSeconds([&] {
             tab.Table()->selectAll();
-            Paint(window);
+            Turn();
         }));
     Changes("one more job, all selected", add);
     Row("remove every second job", MilliSeconds([&] {
@@ -171,35 +171,35 @@ void MeasureFinished(Taskmill_FinishedJobsWidget &tab, QWidget &window, int coun
             for (int position = 0; position < tab.Jobs().size(); position += 2)
                 positions.append(position);
             tab.Remove(positions);
-            Paint(window);
+            Turn();
         }),
         mostForARemoval);
 }
 
-void MeasureQueue(Taskmill_LongJobsQueueWidget &jobs, QWidget &window, int count)
+void MeasureQueue(Taskmill_LongJobsQueueWidget &jobs, int count)
 {
     g_report->Title(QByteArray::number(count).append(" waiting jobs").constData());
     Taskmill_QueueTab &tab = *jobs.Tab();
     Row("show the list", MilliSeconds([&] {
             jobs.Replace(Jobs(count, Taskmill_JobStatus::Pending));
             tab.FillTable();
-            Paint(window);
+            Turn();
         }));
     Row("refresh without a change", MilliSeconds([&] { tab.FillTable(); }), mostForAChange);
     int number = count;
     const auto submit = [&] {
         jobs.Submit(new Taskmill_Job{Job(++number, Taskmill_JobStatus::Pending)});
         tab.FillTable();
-        Paint(window);
+        Turn();
     };
     const auto remove = [&](int position) {
         jobs.Jobs().RemoveAt(position);
         tab.FillTable();
-        Paint(window);
+        Turn();
     };
     Changes("one more job", submit);
     Changes("the first job leaves", [&] { remove(0); });
-    MeasureSorting(tab.Table(), window);
+    MeasureSorting(tab.Table());
     Changes("one more job, sorted by time", submit);
     Changes("a job in the middle leaves", [&] { remove(count / 2); });
 }
@@ -264,17 +264,17 @@ int main(int argc, char **argv)
     window.addTab(finishedJobs.Frame(), u"Finished Jobs"_s);
     window.addTab(longJobs.Tab()->Frame(), u"Long Jobs Queue"_s);
     window.show();
-    Paint(window);
+    Turn();
 
-    MeasureFinished(finishedJobs, window, finishedCount);
+    MeasureFinished(finishedJobs, finishedCount);
     const auto switchTo = [&window](int tab) {
         return MilliSeconds([&window, tab] {
             window.setCurrentIndex(tab);
-            Paint(window);
+            Turn();
         });
     };
     switchTo(1);
-    MeasureQueue(longJobs, window, waitingCount);
+    MeasureQueue(longJobs, waitingCount);
     Row("switch to the finished jobs", switchTo(0), mostForASwitch);
     Row("switch to the waiting jobs", switchTo(1), mostForASwitch);
     MeasureDraining(longJobs, finishedJobs);

@@ -1,8 +1,8 @@
 #include "ctl/notificationlistener.h"
 
 #include "kilnutil/textencoding.h"
-#include "service/peeruser.h"
 #include "service/requestconnection.h"
+#include "wire/peeruser.h"
 
 #include <QTcpSocket>
 
@@ -45,7 +45,7 @@ bool Taskmill_NotificationListener::Listen()
 void Taskmill_NotificationListener::TakeConnectionsSlot()
 {
     while (QTcpSocket *socket = m_server.nextPendingConnection()) {
-        if (Taskmill_IsOtherUser(*socket)) {
+        if (Taskmill_IsOtherUser(socket->socketDescriptor())) {
             socket->abort();
             socket->deleteLater();
             continue;

@@ -30,6 +30,8 @@ void ReplaceFileName(QString &text, QLatin1StringView placeholder, const QString
 /// ConvertFilename quotes a name when it must, so the template's own quotes would only get in the way.
 void RemoveQuotesOfPlaceholders(QString &text)
 {
+    if (!text.contains(u'"'))
+        return;
     text.replace("\"@INFILE\""_L1, "@INFILE"_L1);
     text.replace("\"@EXEFILE\""_L1, "@EXEFILE"_L1);
     text.replace("\"@OUTFILE\""_L1, "@OUTFILE"_L1);
@@ -102,6 +104,20 @@ QString AfterFirstLine(const QString &text)
     const qsizetype end = text.indexOf(u'\n');
     return end < 0 ? QString{} : text.mid(end + 1);
 }
+/// The template, its executable and output file left open.
+QString WithInputFiles(const Taskmill_JobRecord &job)
+{
+    QString text = job.JobType.GenericCommandLine;
+    RemoveQuotesOfPlaceholders(text);
+    ReplaceInputFiles(text, job);
+    return text;
+}
+
+void ReplaceOthers(QString &text, const Taskmill_JobRecord &job)
+{
+    ReplaceFileName(text, "@OUTFILE"_L1, job.OutputFile);
+    Taskmill_ApplyPlaceholders(text, job.PlaceholderValues);
+}
 } // namespace
 
 void Taskmill_ApplyPlaceholders(QString &text, const Taskmill_PlaceholderValues &values)
@@ -121,21 +137,19 @@ void Taskmill_ApplyPlaceholders(QString &text, const Taskmill_PlaceholderValues 
     }
 }
 
+QString Taskmill_FullCommandLine(const Taskmill_JobRecord &job)
+{
+    QString text = WithInputFiles(job);
+    ReplaceFileName(text, "@EXEFILE"_L1, job.JobType.ExecutablePath);
+    ReplaceOthers(text, job);
+    return text;
+}
+
 Taskmill_CommandLine Taskmill_ExpandCommandLine(const Taskmill_JobRecord &job)
 {
-    QString full = job.JobType.GenericCommandLine;
-    RemoveQuotesOfPlaceholders(full);
-    ReplaceInputFiles(full, job);
-
-    QString arguments = full;
-    arguments.remove("@EXEFILE"_L1);
-    ReplaceFileName(full, "@EXEFILE"_L1, job.JobType.ExecutablePath);
-
-    for (QString *text : {&full, &arguments}) {
-        ReplaceFileName(*text, "@OUTFILE"_L1, job.OutputFile);
-        Taskmill_ApplyPlaceholders(*text, job.PlaceholderValues);
-    }
-    return {full, arguments};
+    QString arguments = WithInputFiles(job).remove("@EXEFILE"_L1);
+    ReplaceOthers(arguments, job);
+    return {Taskmill_FullCommandLine(job), arguments};
 }
 
 Taskmill_LaunchPlan Taskmill_PlanLaunch(const Taskmill_JobRecord &job)

@@ -25,6 +25,9 @@ struct Taskmill_LaunchPlan
 /// line, and bare in the lines after it, which the program reads as typed answers.
 [[nodiscard]] Taskmill_CommandLine Taskmill_ExpandCommandLine(const Taskmill_JobRecord &job);
 
+/// Of these, the full one alone.
+[[nodiscard]] QString Taskmill_FullCommandLine(const Taskmill_JobRecord &job);
+
 /// Splits the expanded template into program, arguments and standard input; has no side effect.
 [[nodiscard]] Taskmill_LaunchPlan Taskmill_PlanLaunch(const Taskmill_JobRecord &job);
 

@@ -70,5 +70,5 @@ bool Taskmill_JobRecord::IsValid() const
 
 QString Taskmill_JobRecord::CommandLine() const
 {
-    return Taskmill_ExpandCommandLine(*this).Full;
+    return Taskmill_FullCommandLine(*this);
 }

@@ -58,7 +58,12 @@ Taskmill_JobTime Taskmill_JobTime::FromIsoText(const QString &text)
     return time;
 }
 
+QDateTime Taskmill_JobTime::ClockTime() const
+{
+    return isNull() ? QDateTime{} : QDateTime::fromMSecsSinceEpoch(m_clock, Qt::UTC);
+}
+
 QString Taskmill_JobTime::Text(QStringView format) const
 {
-    return isNull() ? QString{} : QDateTime::fromMSecsSinceEpoch(m_clock, Qt::UTC).toString(format);
+    return ClockTime().toString(format);
 }

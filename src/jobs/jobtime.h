@@ -30,6 +30,9 @@ public:
     /// In a format of QDateTime without a zone.
     [[nodiscard]] QString Text(QStringView format) const;
 
+    /// What the clock showed, as a time of UTC; invalid when not set.
+    [[nodiscard]] QDateTime ClockTime() const;
+
     /// A time that is not set is the earliest.
     auto operator<=>(const Taskmill_JobTime &) const = default;
 

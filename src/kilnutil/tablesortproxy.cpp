@@ -1,5 +1,7 @@
 #include "kilnutil/tablesortproxy.h"
 
+#include "kilnutil/tablesortkeys.h"
+
 #include <algorithm>
 #include <numeric>
 #include <utility>
@@ -10,55 +12,6 @@ namespace {
 /// Beyond so many changes at once a view is told of a new order instead of each.
 constexpr qsizetype mostChangesToldSingly = 100;
 } // namespace
-
-struct KilnUtil_TableSortProxy::Key
-{
-    enum class Kind
-    {
-        Whole,
-        Fraction,
-        Text
-    };
-    Kind kind = Kind::Whole;
-    qint64 whole = 0;
-    double fraction = 0;
-    QString text; ///< without regard to case
-
-    explicit Key(const QModelIndex &index);
-    [[nodiscard]] bool operator<(const Key &other) const;
-};
-
-Proxy::Key::Key(const QModelIndex &index)
-{
-    QVariant value = index.data(SortRole);
-    if (!value.isValid())
-        value = index.data(Qt::DisplayRole);
-    switch (value.typeId()) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-        whole = value.toLongLong();
-        fraction = static_cast<double>(whole);
-        break;
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-        kind = Kind::Fraction;
-        fraction = value.toDouble();
-        break;
-    default:
-        kind = Kind::Text;
-        text = value.toString().toCaseFolded();
-    }
-}
-
-bool Proxy::Key::operator<(const Key &other) const
-{
-    if (kind == Kind::Text || other.kind == Kind::Text) {
-        // Numbers before texts, or the order of a mixed column would contradict itself.
-        return kind == other.kind ? text < other.text : other.kind == Kind::Text;
-    }
-    return kind == Kind::Whole && other.kind == Kind::Whole ? whole < other.whole : fraction < other.fraction;
-}
 
 KilnUtil_TableSortProxy::KilnUtil_TableSortProxy(QObject *parent)
     : QAbstractProxyModel{parent}
@@ -111,9 +64,9 @@ void Proxy::FindViewRows()
         m_viewRows[sourceRow] = row++;
 }
 
-Proxy::Key Proxy::KeyOf(int sourceRow) const
+KilnUtil_TableSortKey Proxy::KeyOf(int sourceRow) const
 {
-    return Key{sourceModel()->index(sourceRow, m_column)};
+    return KilnUtil_TableSortKey{sourceModel()->index(sourceRow, m_column)};
 }
 
 bool Proxy::IsBefore(int sourceRow, int otherSourceRow) const
@@ -130,18 +83,7 @@ void Proxy::SortAll()
         std::ranges::sort(m_sourceRows);
         return;
     }
-    // A cell's text may be costly to make, and each is compared many times.
-    std::vector<Key> keys;
-    keys.reserve(static_cast<size_t>(m_sourceRows.size()));
-    for (int row = 0; row < m_sourceRows.size(); ++row)
-        keys.push_back(KeyOf(row));
-    const auto key = [&keys](int sourceRow) -> const Key & {
-        return keys[static_cast<size_t>(sourceRow)];
-    };
-    if (m_order == Qt::AscendingOrder)
-        std::ranges::stable_sort(m_sourceRows, [&](int a, int b) { return key(a) < key(b); });
-    else
-        std::ranges::stable_sort(m_sourceRows, [&](int a, int b) { return key(b) < key(a); });
+    KilnUtil_TableSortKeys{*sourceModel(), m_column}.Sort(m_sourceRows, m_order);
 }
 
 template <typename Change>
@@ -174,9 +116,9 @@ qsizetype Proxy::PlaceOf(int sourceRow) const
 {
     if (m_column < 0)
         return std::ranges::upper_bound(m_sourceRows, sourceRow) - m_sourceRows.begin();
-    const Key key = KeyOf(sourceRow);
+    const KilnUtil_TableSortKey key = KeyOf(sourceRow);
     const bool ascending = m_order == Qt::AscendingOrder;
-    const auto isBefore = [&](const Key &, int other) {
+    const auto isBefore = [&](const KilnUtil_TableSortKey &, int other) {
         return ascending ? key < KeyOf(other) : KeyOf(other) < key;
     };
     return std::upper_bound(m_sourceRows.begin(), m_sourceRows.end(), key, isBefore) - m_sourceRows.begin();

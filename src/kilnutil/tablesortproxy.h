@@ -5,6 +5,8 @@
 
 #include <vector>
 
+class KilnUtil_TableSortKey;
+
 /// Sorts the rows of a table model: numbers by size, everything else as text without regard to case. Rows
 /// that are equal keep the order in which they stood. Made for tables of a hundred thousand rows: one change
 /// costs no more than a walk through a list of numbers. The source model's columns stay what they are.
@@ -46,16 +48,13 @@ private Q_SLOTS:
     void SourceLayoutChangedSlot();
 
 private:
-    /// What a cell is compared by.
-    struct Key;
-
     void ConnectSource(const QAbstractItemModel &model);
     void ReadSource();
     void FindViewRows();
     void SortAll();
     /// By the column that the rows are sorted by; equal rows are not before each other.
     [[nodiscard]] bool IsBefore(int sourceRow, int otherSourceRow) const;
-    [[nodiscard]] Key KeyOf(int sourceRow) const;
+    [[nodiscard]] KilnUtil_TableSortKey KeyOf(int sourceRow) const;
     [[nodiscard]] qsizetype PlaceOf(int sourceRow) const;
     [[nodiscard]] bool IsOutOfPlace(qsizetype viewRow) const;
     void TellChangedRows(const QModelIndex &topLeft, const QModelIndex &bottomRight, const QList<int> &roles);

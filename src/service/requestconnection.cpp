@@ -3,6 +3,9 @@
 #include "service/requestmessage.h"
 
 #include <QTcpSocket>
+#include <QTimer>
+
+#include <utility>
 
 Taskmill_RequestConnection::Taskmill_RequestConnection(QTcpSocket *socket,
                                                        const Taskmill_RequestLimits &limits, QObject *parent)
@@ -13,18 +16,39 @@ Taskmill_RequestConnection::Taskmill_RequestConnection(QTcpSocket *socket,
     m_socket->setParent(this);
     // Nothing is read ahead of the bound.
     m_socket->setReadBufferSize(m_limits.MaxBytes + 1);
-    m_timer.setSingleShot(true);
-    connect(&m_timer, &QTimer::timeout, this, &Taskmill_RequestConnection::TimeoutSlot);
+    m_timer = new QTimer{this};
+    m_timer->setSingleShot(true);
+    connect(m_timer, &QTimer::timeout, this, &Taskmill_RequestConnection::TimeoutSlot);
     connect(m_socket, &QTcpSocket::readyRead, this, &Taskmill_RequestConnection::ReadSlot);
     connect(m_socket, &QTcpSocket::disconnected, this, &Taskmill_RequestConnection::CompleteSlot);
-    m_timer.start(m_limits.SilenceMs);
+    m_timer->start(m_limits.SilenceMs);
     // The bytes and the end may be there before anybody listens to the signals.
     QMetaObject::invokeMethod(this, &Taskmill_RequestConnection::ReadSlot, Qt::QueuedConnection);
 }
 
+Taskmill_RequestConnection::Taskmill_RequestConnection(QByteArray message, QObject *parent)
+    : QObject{parent}
+    , m_bytes{std::move(message)}
+    , m_complete{true}
+{
+}
+
 Taskmill_RequestConnection::~Taskmill_RequestConnection()
 {
-    disconnect(m_socket, nullptr, this, nullptr);
+    if (m_socket)
+        disconnect(m_socket, nullptr, this, nullptr);
+}
+
+qintptr Taskmill_RequestConnection::Handle() const
+{
+    return m_socket->socketDescriptor();
+}
+
+void Taskmill_RequestConnection::ReadNow()
+{
+    // The end of the connection comes with a reading that finds nothing.
+    while (!m_complete && m_socket->waitForReadyRead(0)) {
+    }
 }
 
 bool Taskmill_RequestConnection::IsSilent() const
@@ -46,7 +70,7 @@ void Taskmill_RequestConnection::ReadSlot()
     if (m_socket->state() == QAbstractSocket::UnconnectedState || Taskmill_AsksForReply(m_bytes))
         CompleteSlot();
     else if (!m_bytes.isEmpty())
-        m_timer.start(m_limits.QuietMs);
+        m_timer->start(m_limits.QuietMs);
 }
 
 void Taskmill_RequestConnection::CompleteSlot()
@@ -58,7 +82,7 @@ void Taskmill_RequestConnection::CompleteSlot()
         return;
     }
     m_complete = true;
-    m_timer.stop();
+    m_timer->stop();
     Q_EMIT CompletedSignal(this);
 }
 
@@ -76,7 +100,7 @@ void Taskmill_RequestConnection::TimeoutSlot()
 void Taskmill_RequestConnection::Drop()
 {
     m_complete = true;
-    m_timer.stop();
+    m_timer->stop();
     m_socket->abort();
     Q_EMIT DroppedSignal(this);
     deleteLater();
@@ -85,7 +109,7 @@ void Taskmill_RequestConnection::Drop()
 void Taskmill_RequestConnection::Close(const QByteArray &answer)
 {
     // The client may be gone: its side can close while a dialog is open.
-    if (m_socket->state() != QAbstractSocket::ConnectedState) {
+    if (!m_socket || m_socket->state() != QAbstractSocket::ConnectedState) {
         deleteLater();
         return;
     }

@@ -1,20 +1,38 @@
 #include "service/requestserver.h"
 
-#include "service/peeruser.h"
+#include "wire/peeruser.h"
+#include "wire/socket.h"
 
 #include <QScopedValueRollback>
 #include <QTcpSocket>
+#include <QTimer>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
+#include <vector>
 
 using namespace Qt::Literals::StringLiterals;
+
+void Taskmill_RequestListener::incomingConnection(qintptr handle)
+{
+    QByteArray bytes;
+    if (!hasPendingConnections() && m_takeAtOnce(handle, bytes))
+        return;
+    auto *socket = new QTcpSocket{this};
+    socket->setSocketDescriptor(handle);
+    std::for_each(bytes.crbegin(), bytes.crend(), [socket](char byte) { socket->ungetChar(byte); });
+    addPendingConnection(socket);
+}
 
 Taskmill_RequestServer::Taskmill_RequestServer(Taskmill_RequestHandler &handler,
                                                const Taskmill_RequestLimits &limits, QObject *parent)
     : QObject{parent}
     , m_handler{handler}
     , m_limits{limits}
+    , m_server{[this](qintptr handle, QByteArray &bytes) {
+        return TakeAtOnce(handle, bytes);
+    }}
 {
     m_server.setMaxPendingConnections(ConnectionsTakenAtOnce);
     connect(&m_server, &QTcpServer::newConnection, this, &Taskmill_RequestServer::TakeConnectionsLater);
@@ -36,6 +54,7 @@ void Taskmill_RequestServer::Close()
     m_server.close();
     qDeleteAll(std::exchange(m_collecting, {}));
     qDeleteAll(std::exchange(m_complete, {}));
+    m_withoutSocket = 0;
     m_next.reset();
 }
 
@@ -58,9 +77,47 @@ void Taskmill_RequestServer::TakeConnectionsSlot()
         TakeConnectionsLater();
 }
 
+/// Most clients have closed before this program sees them. Their message is all that is left of them, so that
+/// a flood of them neither fills the system's queue of connections nor keeps files open.
+bool Taskmill_RequestServer::TakeAtOnce(qintptr handle, QByteArray &bytes)
+{
+    constexpr std::size_t mostBytes = 65536;
+    if (m_withoutSocket >= m_limits.MaxWaiting)
+        return false;
+    Taskmill_Socket socket{handle};
+    std::string message;
+    const bool isWhole = socket.Receive(message, mostBytes) == Taskmill_Socket::State::Ended;
+    bytes = QByteArray::fromStdString(message);
+    if (!isWhole || bytes.size() > m_limits.MaxBytes) {
+        socket.Release();
+        return false;
+    }
+    if (Taskmill_IsOtherUser(socket.Get())) {
+        qWarning("A connection of another user is dropped");
+        return true;
+    }
+    ReadEarlierOnes();
+    ++m_withoutSocket;
+    m_complete.append(new Taskmill_RequestConnection{bytes, this});
+    CallLater();
+    return true;
+}
+
+/// What has arrived on the open connections came before the message of a connection that is taken now.
+void Taskmill_RequestServer::ReadEarlierOnes()
+{
+    if (m_collecting.isEmpty())
+        return;
+    std::vector<Taskmill_Socket::Handle> handles;
+    std::ranges::transform(m_collecting, std::back_inserter(handles), &Taskmill_RequestConnection::Handle);
+    const QList<Taskmill_RequestConnection *> earlier = m_collecting;
+    for (const std::size_t position : Taskmill_Socket::WaitForAny(handles, 0))
+        earlier[static_cast<qsizetype>(position)]->ReadNow();
+}
+
 void Taskmill_RequestServer::Take(QTcpSocket *socket)
 {
-    if (Taskmill_IsOtherUser(*socket)) {
+    if (Taskmill_IsOtherUser(socket->socketDescriptor())) {
         qWarning("A connection of another user is dropped");
         socket->abort();
         socket->deleteLater();
@@ -75,7 +132,11 @@ void Taskmill_RequestServer::Take(QTcpSocket *socket)
 
 bool Taskmill_RequestServer::MakeRoom()
 {
-    return m_collecting.size() + m_complete.size() < m_limits.MaxConnections || DropLongestSilent();
+    if (m_collecting.size() + m_complete.size() - m_withoutSocket < m_limits.MaxConnections)
+        return true;
+    // A client whose bytes are there has not been silent.
+    ReadEarlierOnes();
+    return DropLongestSilent();
 }
 
 void Taskmill_RequestServer::Forget(Taskmill_RequestConnection *connection)
@@ -130,7 +191,10 @@ void Taskmill_RequestServer::NewConnectionToServerSlot()
         return;
     }
     const Taskmill_RequestMessage request = *std::exchange(m_next, std::nullopt);
-    HandleMessage(*m_complete.takeFirst(), request);
+    Taskmill_RequestConnection &connection = *m_complete.takeFirst();
+    if (!connection.HasSocket())
+        --m_withoutSocket;
+    HandleMessage(connection, request);
     if (!m_complete.isEmpty())
         CallLater();
     if (m_server.hasPendingConnections())
@@ -149,7 +213,16 @@ void Taskmill_RequestServer::RetryLater()
 
 void Taskmill_RequestServer::CallLater()
 {
-    QMetaObject::invokeMethod(this, &Taskmill_RequestServer::NewConnectionToServerSlot, Qt::QueuedConnection);
+    if (std::exchange(m_callPending, true))
+        return;
+    // One message a turn, so that a flood of them does not keep new connections waiting.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            m_callPending = false;
+            NewConnectionToServerSlot();
+        },
+        Qt::QueuedConnection);
 }
 
 void Taskmill_RequestServer::HandleMessage(Taskmill_RequestConnection &connection,

@@ -8,6 +8,7 @@
 #include <QSet>
 #include <QTcpServer>
 
+#include <functional>
 #include <optional>
 
 /// What the server hands complete messages to.
@@ -19,6 +20,27 @@ public:
     [[nodiscard]] virtual bool CanHandleNow(const Taskmill_RequestMessage &) const { return true; }
     /// May open dialogs. Returns the answer for a client that asked for one: a line, with its line feed.
     virtual QByteArray HandleRequest(const Taskmill_RequestMessage &request) = 0;
+};
+
+/// Offers each connection that comes in to its owner before the toolkit makes a socket of it.
+class Taskmill_RequestListener final : public QTcpServer
+{
+    Q_OBJECT
+
+public:
+    /// Takes a connection that can be dealt with at once, and tells so; else `bytes` are what was read of it.
+    using TakeAtOnce = std::function<bool(qintptr handle, QByteArray &bytes)>;
+
+    explicit Taskmill_RequestListener(TakeAtOnce takeAtOnce)
+        : m_takeAtOnce{std::move(takeAtOnce)}
+    {
+    }
+
+protected:
+    void incomingConnection(qintptr handle) override;
+
+private:
+    const TakeAtOnce m_takeAtOnce;
 };
 
 /// The local server: listens on the IPv4 loopback address and handles one message after another, in the order
@@ -59,6 +81,8 @@ private Q_SLOTS:
 
 private:
     void TakeConnectionsLater();
+    bool TakeAtOnce(qintptr handle, QByteArray &bytes);
+    void ReadEarlierOnes();
     void Take(QTcpSocket *socket);
     [[nodiscard]] bool MakeRoom();
     void Forget(Taskmill_RequestConnection *connection);
@@ -69,12 +93,14 @@ private:
 
     Taskmill_RequestHandler &m_handler;
     const Taskmill_RequestLimits m_limits;
-    QTcpServer m_server;
+    Taskmill_RequestListener m_server;
     QList<Taskmill_RequestConnection *> m_collecting; ///< oldest first
     QList<Taskmill_RequestConnection *> m_complete;   ///< in the order in which they are handled
+    qsizetype m_withoutSocket = 0;                    ///< of the complete ones
     std::optional<Taskmill_RequestMessage> m_next;    ///< of the first of these, once it has been read
     QSet<QString> m_knownClients;
     bool m_busy = false;
     bool m_retryPending = false;
     bool m_takePending = false;
+    bool m_callPending = false;
 };

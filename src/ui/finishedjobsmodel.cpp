@@ -3,6 +3,12 @@
 #include "service/finishedjobs.h"
 #include "service/listings.h"
 
+namespace {
+constexpr int submittedColumn = 7;
+constexpr int startedColumn = 8;
+constexpr int finishedColumn = 9;
+} // namespace
+
 Taskmill_FinishedJobsModel::Taskmill_FinishedJobsModel(const Taskmill_FinishedJobs &jobs, QObject *parent)
     : Taskmill_JobTableModel{Taskmill_Listings::FinishedHeaders(), parent}
     , m_jobs{jobs}
@@ -49,4 +55,21 @@ QString Taskmill_FinishedJobsModel::TextOf(qsizetype row, int column) const
 {
     return row < m_jobs.Jobs().size() ? Taskmill_Listings::FinishedCell(m_jobs.Jobs()[row], column)
                                       : QString{};
+}
+
+std::optional<Taskmill_JobTime> Taskmill_FinishedJobsModel::TimeOf(qsizetype row, int column) const
+{
+    if (row >= m_jobs.Jobs().size())
+        return std::nullopt;
+    const Taskmill_JobRecord &job = m_jobs.Jobs()[row];
+    switch (column) {
+    case submittedColumn:
+        return job.Submitted;
+    case startedColumn:
+        return job.Started;
+    case finishedColumn:
+        return job.Finished;
+    default:
+        return std::nullopt;
+    }
 }

@@ -24,6 +24,7 @@ protected:
     [[nodiscard]] int JobIDOfRow(qsizetype row) const override { return m_jobIDs[row]; }
     [[nodiscard]] Taskmill_JobStatus StatusOfRow(qsizetype row) const override;
     [[nodiscard]] QString TextOf(qsizetype row, int column) const override;
+    [[nodiscard]] std::optional<Taskmill_JobTime> TimeOf(qsizetype row, int column) const override;
 
 private:
     void RemoveMissingRows();

@@ -4,6 +4,11 @@
 #include "kilnutil/tablesortproxy.h"
 #include "service/listings.h"
 
+namespace {
+constexpr int submittedColumn = 6;
+constexpr int startedColumn = 7;
+} // namespace
+
 bool Taskmill_JobsModel::Row::Shows(const Taskmill_JobRecord &job) const
 {
     return status == job.Status && submitted == job.Submitted && started == job.Started;
@@ -92,4 +97,16 @@ QString Taskmill_JobsModel::TextOf(qsizetype position, int column) const
         row.texts = Taskmill_Listings::QueueRow(job->Record());
     }
     return row.texts[column];
+}
+
+std::optional<Taskmill_JobTime> Taskmill_JobsModel::TimeOf(qsizetype position, int column) const
+{
+    switch (column) {
+    case submittedColumn:
+        return m_rows[position].submitted;
+    case startedColumn:
+        return m_rows[position].started;
+    default:
+        return std::nullopt;
+    }
 }

@@ -32,6 +32,7 @@ protected:
     [[nodiscard]] int JobIDOfRow(qsizetype row) const override { return m_rows[row].jobID; }
     [[nodiscard]] Taskmill_JobStatus StatusOfRow(qsizetype row) const override { return m_rows[row].status; }
     [[nodiscard]] QString TextOf(qsizetype row, int column) const override;
+    [[nodiscard]] std::optional<Taskmill_JobTime> TimeOf(qsizetype row, int column) const override;
 
 private:
     struct Row

@@ -1,6 +1,7 @@
 #include "ui/jobtablemodel.h"
 
 #include "kilnutil/tablesortproxy.h"
+#include "service/timetext.h"
 #include "ui/statusicon.h"
 
 #include <algorithm>
@@ -55,10 +56,11 @@ QVariant Taskmill_JobTableModel::data(const QModelIndex &index, int role) const
         return {};
     switch (role) {
     case Qt::DisplayRole:
-    case KilnUtil_TableSortProxy::SortRole:
         if (index.column() == jobIDColumn)
             return JobIDOfRow(index.row());
         return TextOf(index.row(), index.column());
+    case KilnUtil_TableSortProxy::SortRole:
+        return SortValueOf(index.row(), index.column());
     case Qt::DecorationRole:
         return index.column() == statusColumn ? Taskmill_StatusIcon(StatusOfRow(index.row())) : QVariant{};
     case Qt::TextAlignmentRole:
@@ -68,6 +70,14 @@ QVariant Taskmill_JobTableModel::data(const QModelIndex &index, int role) const
     default:
         return {};
     }
+}
+
+QVariant Taskmill_JobTableModel::SortValueOf(qsizetype row, int column) const
+{
+    if (column == jobIDColumn)
+        return JobIDOfRow(row);
+    const std::optional<Taskmill_JobTime> time = TimeOf(row, column);
+    return time ? QVariant{Taskmill_TimeTextOrder(*time)} : QVariant{TextOf(row, column)};
 }
 
 QVariant Taskmill_JobTableModel::headerData(int section, Qt::Orientation orientation, int role) const

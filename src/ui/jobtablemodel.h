@@ -1,11 +1,14 @@
 #pragma once
 
 #include "jobs/jobstatus.h"
+#include "jobs/jobtime.h"
 #include "ui/rowranges.h"
 
 #include <QAbstractTableModel>
 #include <QList>
 #include <QStringList>
+
+#include <optional>
 
 /// What the tables of jobs have in common: the number in the first column, the status with its mark in the
 /// third, the role that leads from a cell to its row, and one way to take rows out.
@@ -26,6 +29,8 @@ protected:
     [[nodiscard]] virtual int JobIDOfRow(qsizetype row) const = 0;
     [[nodiscard]] virtual Taskmill_JobStatus StatusOfRow(qsizetype row) const = 0;
     [[nodiscard]] virtual QString TextOf(qsizetype row, int column) const = 0;
+    /// The time that stands in the column; nothing for a column of other texts.
+    [[nodiscard]] virtual std::optional<Taskmill_JobTime> TimeOf(qsizetype row, int column) const = 0;
 
     /// Takes rows out of the list behind the table. A view takes so many removals one by one in good time;
     /// beyond, it is told of a new layout.
@@ -47,6 +52,7 @@ protected:
     }
 
 private:
+    [[nodiscard]] QVariant SortValueOf(qsizetype row, int column) const;
     /// Leads the places that views hold to where their rows are now.
     void FinishNewLayout(const Taskmill_RowRanges &gone);
 

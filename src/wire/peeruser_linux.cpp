@@ -1,13 +1,13 @@
-#include "service/peeruser.h"
-
-#include <QFile>
-#include <QHostAddress>
-#include <QTcpSocket>
+#include "wire/peeruser.h"
 
 #include <array>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <optional>
+#include <sstream>
+#include <string>
 
 #include <arpa/inet.h>
 #include <linux/inet_diag.h>
@@ -25,6 +25,24 @@ struct SocketOwner
     unsigned long fileNumber = 0;
 };
 
+/// Both ends of a connection, seen from this side.
+struct Ends
+{
+    sockaddr_in local{};
+    sockaddr_in peer{};
+};
+
+std::optional<Ends> EndsOf(int socket)
+{
+    Ends ends;
+    socklen_t localSize = sizeof ends.local;
+    socklen_t peerSize = sizeof ends.peer;
+    if (getsockname(socket, reinterpret_cast<sockaddr *>(&ends.local), &localSize) != 0 ||
+        getpeername(socket, reinterpret_cast<sockaddr *>(&ends.peer), &peerSize) != 0)
+        return std::nullopt;
+    return ends;
+}
+
 struct DiagRequest
 {
     nlmsghdr header;
@@ -32,7 +50,7 @@ struct DiagRequest
 };
 
 /// Seen from the peer: its own address and port are the source.
-DiagRequest MakeDiagRequest(const QTcpSocket &socket)
+DiagRequest MakeDiagRequest(const Ends &ends)
 {
     DiagRequest message{};
     message.header.nlmsg_len = sizeof message;
@@ -41,10 +59,10 @@ DiagRequest MakeDiagRequest(const QTcpSocket &socket)
     message.request.sdiag_family = AF_INET;
     message.request.sdiag_protocol = IPPROTO_TCP;
     message.request.idiag_states = ~0U;
-    message.request.id.idiag_sport = htons(socket.peerPort());
-    message.request.id.idiag_dport = htons(socket.localPort());
-    message.request.id.idiag_src[0] = htonl(socket.peerAddress().toIPv4Address());
-    message.request.id.idiag_dst[0] = htonl(socket.localAddress().toIPv4Address());
+    message.request.id.idiag_sport = ends.peer.sin_port;
+    message.request.id.idiag_dport = ends.local.sin_port;
+    message.request.id.idiag_src[0] = ends.peer.sin_addr.s_addr;
+    message.request.id.idiag_dst[0] = ends.local.sin_addr.s_addr;
     message.request.id.idiag_cookie[0] = INET_DIAG_NOCOOKIE;
     message.request.id.idiag_cookie[1] = INET_DIAG_NOCOOKIE;
     return message;
@@ -52,13 +70,13 @@ DiagRequest MakeDiagRequest(const QTcpSocket &socket)
 
 /// Asks the kernel for the one socket, through a socket of the process that stays open. Nothing when it does
 /// not answer such questions or knows no such socket; its errors do not tell which.
-std::optional<SocketOwner> AskKernel(const QTcpSocket &socket)
+std::optional<SocketOwner> AskKernel(const Ends &ends)
 {
     static const int netlink = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG);
     static std::uint32_t sequenceNumber = 0;
     if (netlink < 0)
         return std::nullopt;
-    DiagRequest message = MakeDiagRequest(socket);
+    DiagRequest message = MakeDiagRequest(ends);
     message.header.nlmsg_seq = ++sequenceNumber;
     if (send(netlink, &message, sizeof message, 0) != static_cast<ssize_t>(sizeof message))
         return std::nullopt;
@@ -78,36 +96,43 @@ std::optional<SocketOwner> AskKernel(const QTcpSocket &socket)
     return SocketOwner{.user = found.idiag_uid, .fileNumber = found.idiag_inode};
 }
 
-/// The same from the table of all connections, which grows long on a busy machine.
-std::optional<SocketOwner> LookInTable(const QTcpSocket &socket)
+/// As the table of all connections spells it.
+std::string TextOf(const sockaddr_in &end)
 {
-    QFile table{QStringLiteral("/proc/net/tcp")};
-    if (!table.open(QIODevice::ReadOnly))
-        return std::nullopt;
-    const auto hexAddress = [](const QHostAddress &address, quint16 port) {
-        return QByteArray::number(htonl(address.toIPv4Address()), 16).rightJustified(8, '0').toUpper() + ':' +
-               QByteArray::number(port, 16).rightJustified(4, '0').toUpper();
-    };
-    const QByteArray ends = ' ' + hexAddress(socket.peerAddress(), socket.peerPort()) + ' ' +
-                            hexAddress(socket.localAddress(), socket.localPort()) + ' ';
-    constexpr int userField = 7;
-    constexpr int fileField = 9;
-    const QList<QByteArray> lines = table.readAll().split('\n');
-    for (const QByteArray &line : lines) {
-        if (!line.contains(ends))
+    std::array<char, 16> text{};
+    const int size = std::snprintf(text.data(), text.size(), "%08X:%04X", end.sin_addr.s_addr,
+                                   static_cast<unsigned>(ntohs(end.sin_port)));
+    return {text.data(), static_cast<std::size_t>(size)};
+}
+
+/// The same from the table of all connections, which grows long on a busy machine.
+std::optional<SocketOwner> LookInTable(const Ends &ends)
+{
+    std::ifstream table{"/proc/net/tcp"};
+    const std::string wanted = ' ' + TextOf(ends.peer) + ' ' + TextOf(ends.local) + ' ';
+    for (std::string line; std::getline(table, line);) {
+        if (line.find(wanted) == std::string::npos)
             continue;
-        const QList<QByteArray> fields = line.simplified().split(' ');
-        return SocketOwner{.user = fields.value(userField).toUInt(),
-                           .fileNumber = fields.value(fileField).toULong()};
+        std::istringstream fields{line};
+        std::string skipped;
+        constexpr int fieldsBeforeUser = 7;
+        for (int field = 0; field < fieldsBeforeUser; ++field)
+            fields >> skipped;
+        SocketOwner owner;
+        fields >> owner.user >> skipped >> owner.fileNumber;
+        return owner;
     }
     return std::nullopt;
 }
 } // namespace
 
-bool Taskmill_IsOtherUser(const QTcpSocket &socket)
+bool Taskmill_IsOtherUser(Taskmill_Socket::Handle socket)
 {
-    std::optional<SocketOwner> owner = AskKernel(socket);
+    const std::optional<Ends> ends = EndsOf(static_cast<int>(socket));
+    if (!ends)
+        return false;
+    std::optional<SocketOwner> owner = AskKernel(*ends);
     if (!owner)
-        owner = LookInTable(socket);
+        owner = LookInTable(*ends);
     return owner && owner->fileNumber != 0 && owner->user != getuid();
 }

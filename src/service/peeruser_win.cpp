@@ -1,6 +1,0 @@
-#include "service/peeruser.h"
-
-bool Taskmill_IsOtherUser(const QTcpSocket &)
-{
-    return false;
-}
