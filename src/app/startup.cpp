@@ -13,10 +13,10 @@
 #include "kilnutil/registry.h"
 #include "kilnutil/widgetprompt.h"
 #include "service/consoleprompt.h"
-#include "service/instanceprobe.h"
 #include "service/version.h"
 #include "ui/appwindow.h"
 #include "ui/programicon.h"
+#include "wire/instanceprobe.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,9 +1,129 @@
-#include "ctl/ctl.h"
+#include "ctl/commandtable.h"
+#include "ctl/ctlstatus.h"
+#include "ctl/managerfinder.h"
+#include "ctl/options.h"
+#include "ctl/output.h"
+#include "ctl/platform.h"
+#include "ctl/requestcommands.h"
+#include "ctl/submitoptions.h"
 
-#include <QCoreApplication>
+#include <algorithm>
+
+namespace {
+using Arguments = std::vector<std::string>;
+
+int WrongUsage(const std::string &text)
+{
+    Taskmill_PrintError(text);
+    return static_cast<int>(Taskmill_CtlStatus::WrongUsage);
+}
+
+std::string GeneralHelp()
+{
+    std::string text =
+        "Usage: taskmillctl COMMAND [options]\n\n"
+        "Submits jobs to a running manager, and works on project files. A project that a manager\n"
+        "has open is to be changed there: the manager writes over the file when it saves.\n\n"
+        "Commands:\n";
+    for (const Taskmill_CtlCommand &command : Taskmill_CtlCommands) {
+        std::string usage = std::string{command.Name} + ' ' + std::string{command.Arguments};
+        usage.resize(std::max<std::size_t>(usage.size(), 24), ' ');
+        text.append("  ").append(usage).append(command.Purpose).append("\n");
+    }
+    return text
+        .append("\n\"taskmillctl COMMAND --help\" tells the options of a command, \"taskmillctl --version\" "
+                "the version.\n\n")
+        .append(Taskmill_CtlExitStatusText);
+}
+
+std::string CommandHelp(const Taskmill_CtlCommand &command, const Taskmill_CtlOptions &options)
+{
+    std::string text = "Usage: taskmillctl " + std::string{command.Name} + " [options]";
+    if (!command.Arguments.empty())
+        text.append(" ").append(command.Arguments);
+    text.append("\n").append(command.Purpose).append("\n\n").append(options.HelpText());
+    return text.append("\n").append(Taskmill_CtlExitStatusText);
+}
+
+std::vector<Taskmill_CtlOption> OptionsOf(const Taskmill_CtlCommand &command)
+{
+    std::vector<Taskmill_CtlOption> options{{"help", "", "Print this text."}};
+    if (command.Name == "submit")
+        std::ranges::copy(Taskmill_SubmitOptions::Options(), std::back_inserter(options));
+    std::ranges::copy(Taskmill_ManagerOptions(), std::back_inserter(options));
+    return options;
+}
+
+Taskmill_CtlStatus Act(const Taskmill_CtlCommand &command, const Taskmill_CtlOptions &options)
+{
+    if (command.Name == "submit")
+        return Taskmill_SubmitCommand(options);
+    if (command.Name == "test")
+        return Taskmill_TestCommand(options);
+    return command.Name == "show" ? Taskmill_ShowCommand(options) : Taskmill_HideCommand(options);
+}
+
+int RunCommand(const Taskmill_CtlCommand &command, const Arguments &arguments)
+{
+    Taskmill_CtlOptions options{OptionsOf(command)};
+    const bool areRead = options.Read(arguments);
+    if (options.IsSet("help")) {
+        Taskmill_PrintLine(CommandHelp(command, options));
+        return static_cast<int>(Taskmill_CtlStatus::Success);
+    }
+    const std::string name{command.Name};
+    const std::string hint = "\nSee \"taskmillctl " + name + " --help\".";
+    const Arguments &positional = options.Positional();
+    if (!areRead)
+        return WrongUsage(options.ErrorText() + hint);
+    if (positional.size() < command.MinArguments)
+        return WrongUsage(name + " needs " + std::string{command.Arguments} + hint);
+    if (positional.size() > command.MaxArguments)
+        return WrongUsage("too many arguments: " + positional[command.MaxArguments] + hint);
+    return static_cast<int>(Act(command, options));
+}
+
+/// How many of the arguments name the command; 0 when they name another one.
+std::size_t WordsOf(const Taskmill_CtlCommand &command, const Arguments &arguments)
+{
+    const std::size_t words = 1 + static_cast<std::size_t>(std::ranges::count(command.Name, ' '));
+    std::string name;
+    for (std::size_t position = 0; position < std::min(words, arguments.size()); ++position)
+        name += (position == 0 ? "" : " ") + arguments[position];
+    return name == command.Name ? words : 0;
+}
+
+int RunWithoutCommand(const Arguments &arguments)
+{
+    const std::string word = arguments.empty() ? "" : arguments.front();
+    if (word == "--version" || word == "-v") {
+        Taskmill_PrintLine("taskmillctl " TASKMILL_VERSION);
+        return static_cast<int>(Taskmill_CtlStatus::Success);
+    }
+    if (word == "-h" || std::ranges::find(arguments, "--help") != arguments.end()) {
+        Taskmill_PrintLine(GeneralHelp());
+        return static_cast<int>(Taskmill_CtlStatus::Success);
+    }
+    const std::string words = arguments.size() > 1 ? word + ' ' + arguments[1] : word;
+    const std::string fault = word.empty() ? "a command is needed" : "there is no command \"" + words + '"';
+    return WrongUsage(fault + "\nSee \"taskmillctl --help\".");
+}
+} // namespace
 
 int main(int argc, char **argv)
 {
-    const QCoreApplication application{argc, argv};
-    return static_cast<int>(Taskmill_RunCtl(QCoreApplication::arguments()));
+    const Arguments arguments = Taskmill_CtlPlatform::Arguments(argc, argv);
+    for (const Taskmill_CtlCommand &command : Taskmill_CtlCommands) {
+        const auto words = static_cast<Arguments::difference_type>(WordsOf(command, arguments));
+        if (words == 0)
+            continue;
+        if (!command.IsOnProjects)
+            return RunCommand(command, {arguments.begin() + words, arguments.end()});
+        const int status = Taskmill_CtlPlatform::RunSibling("taskmillctl-projects", argv);
+        if (status < 0)
+            Taskmill_PrintError(
+                "the program taskmillctl-projects, which belongs beside this one, cannot be run");
+        return status < 0 ? static_cast<int>(Taskmill_CtlStatus::BadProject) : status;
+    }
+    return RunWithoutCommand(arguments);
 }

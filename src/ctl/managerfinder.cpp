@@ -1,65 +1,59 @@
 #include "ctl/managerfinder.h"
 
+#include "ctl/options.h"
 #include "ctl/output.h"
-#include "kilnutil/computerdata.h"
-#include "service/instanceprobe.h"
-
-#include <QCommandLineParser>
-#include <QList>
-
-using namespace Qt::Literals::StringLiterals;
+#include "ctl/platform.h"
+#include "wire/instanceprobe.h"
+#include "wire/ports.h"
 
 namespace {
-const QString guiOption = u"gui"_s;
-const QString consoleOption = u"console"_s;
-const QString portOption = u"port"_s;
-
-QList<Taskmill_ManagerAddress> AddressesToTry(const QCommandLineParser &parser, Taskmill_ManagerChoice choice)
+std::vector<Taskmill_ManagerAddress> AddressesToTry(const Taskmill_CtlOptions &options,
+                                                    Taskmill_ManagerChoice choice)
 {
-    const bool onlyGui = choice == Taskmill_ManagerChoice::GuiOnly && !parser.isSet(consoleOption);
-    const bool gui = parser.isSet(guiOption) || onlyGui;
-    if (parser.isSet(portOption))
-        return {{.Gui = gui, .Port = parser.value(portOption).toUShort()}};
-    QList<Taskmill_ManagerAddress> addresses;
+    const bool onlyGui = choice == Taskmill_ManagerChoice::GuiOnly && !options.IsSet("console");
+    const bool gui = options.IsSet("gui") || onlyGui;
+    if (options.IsSet("port"))
+        return {{.Gui = gui, .Port = Taskmill_PortFromText(options.Value("port"))}};
+    const Taskmill_Ports ports = Taskmill_PortsInForce(
+        [](const std::string &warning) { Taskmill_CtlPlatform::Write(stderr, warning + '\n'); });
+    std::vector<Taskmill_ManagerAddress> addresses;
     if (!gui)
-        addresses.append({.Gui = false, .Port = KilnUtil_ComputerData::TaskmillConsolePortNumber()});
-    if (!parser.isSet(consoleOption))
-        addresses.append({.Gui = true, .Port = KilnUtil_ComputerData::TaskmillGUIPortNumber()});
+        addresses.push_back({.Gui = false, .Port = ports.Console});
+    if (!options.IsSet("console"))
+        addresses.push_back({.Gui = true, .Port = ports.GUI});
     return addresses;
 }
 } // namespace
 
-void Taskmill_AddManagerOptions(QCommandLineParser &parser)
+std::vector<Taskmill_CtlOption> Taskmill_ManagerOptions()
 {
-    parser.addOptions({
-        {guiOption, u"Speak to the manager with a window."_s},
-        {consoleOption, u"Speak to the manager on a console."_s},
-        {portOption, u"Speak to the manager on this port."_s, u"N"_s},
-    });
+    return {{"gui", "", "Speak to the manager with a window."},
+            {"console", "", "Speak to the manager on a console."},
+            {"port", "N", "Speak to the manager on this port."}};
 }
 
-bool Taskmill_CheckManagerOptions(const QCommandLineParser &parser)
+bool Taskmill_CheckManagerOptions(const Taskmill_CtlOptions &options)
 {
-    if (parser.isSet(guiOption) && parser.isSet(consoleOption)) {
-        Taskmill_PrintError(u"--gui and --console exclude each other"_s);
+    if (options.IsSet("gui") && options.IsSet("console")) {
+        Taskmill_PrintError("--gui and --console exclude each other");
         return false;
     }
-    if (parser.isSet(portOption) && parser.value(portOption).toUShort() == 0) {
-        Taskmill_PrintError(u"--port needs a number from 1 to 65535"_s);
+    if (options.IsSet("port") && Taskmill_PortFromText(options.Value("port")) == 0) {
+        Taskmill_PrintError("--port needs a number from 1 to 65535");
         return false;
     }
     return true;
 }
 
-std::optional<Taskmill_ManagerAddress> Taskmill_FindManager(const QCommandLineParser &parser,
+std::optional<Taskmill_ManagerAddress> Taskmill_FindManager(const Taskmill_CtlOptions &options,
                                                             Taskmill_ManagerChoice choice)
 {
-    QStringList ports;
-    for (const Taskmill_ManagerAddress &address : AddressesToTry(parser, choice)) {
+    std::string ports;
+    for (const Taskmill_ManagerAddress &address : AddressesToTry(options, choice)) {
         if (Taskmill_IsManagerRunning(address.Gui, address.Port))
             return address;
-        ports += QString::number(address.Port);
+        ports += (ports.empty() ? "" : " or ") + std::to_string(address.Port);
     }
-    Taskmill_PrintError(u"No manager answers on port %1. Is Taskmill running?"_s.arg(ports.join(u" or "_s)));
+    Taskmill_PrintError("No manager answers on port " + ports + ". Is Taskmill running?");
     return std::nullopt;
 }

@@ -1,30 +1,42 @@
 #include "ctl/output.h"
 
-#include "kilnutil/standardstreams.h"
+#include "ctl/platform.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
+#include <array>
+#include <cstdio>
 
-using namespace Qt::Literals::StringLiterals;
-
-void Taskmill_PrintLine(const QString &text)
+void Taskmill_PrintLine(const std::string &text)
 {
-    KilnUtil_StandardStreams::Write(stdout, text + u'\n');
+    Taskmill_CtlPlatform::Write(stdout, text + '\n');
 }
 
-void Taskmill_PrintJson(const QJsonObject &object)
+void Taskmill_PrintError(const std::string &text)
 {
-    KilnUtil_StandardStreams::Write(
-        stdout, QString::fromUtf8(QJsonDocument{object}.toJson(QJsonDocument::Compact)) + u'\n');
+    Taskmill_CtlPlatform::Write(stderr, "taskmillctl: " + text + '\n');
 }
 
-void Taskmill_PrintJson(const QJsonArray &list)
+std::string Taskmill_JsonText(std::string_view utf8)
 {
-    KilnUtil_StandardStreams::Write(stdout, QString::fromUtf8(QJsonDocument{list}.toJson()));
+    std::string json = "\"";
+    for (const char character : utf8) {
+        if (character == '"' || character == '\\') {
+            json += '\\';
+            json += character;
+        } else if (static_cast<unsigned char>(character) < 0x20) {
+            std::array<char, 8> code{};
+            std::snprintf(code.data(), code.size(), "\\u%04x", static_cast<unsigned>(character));
+            json += code.data();
+        } else {
+            json += character;
+        }
+    }
+    return json + '"';
 }
 
-void Taskmill_PrintError(const QString &text)
+std::string Taskmill_JsonObject(const std::map<std::string, std::string> &values)
 {
-    KilnUtil_StandardStreams::Write(stderr, u"taskmillctl: "_s + text + u'\n');
+    std::string json;
+    for (const auto &[name, value] : values)
+        json += (json.empty() ? "{" : ",") + Taskmill_JsonText(name) + ':' + value;
+    return json.empty() ? "{}" : json + '}';
 }

@@ -1,14 +1,15 @@
 #pragma once
 
-#include <QString>
-
-class QJsonArray;
-class QJsonObject;
+#include <map>
+#include <string>
+#include <string_view>
 
 /// Writes the text and a line feed to standard output, at once.
-void Taskmill_PrintLine(const QString &text);
-/// Writes the object as one line, or the list over several lines, always in UTF-8.
-void Taskmill_PrintJson(const QJsonObject &object);
-void Taskmill_PrintJson(const QJsonArray &list);
+void Taskmill_PrintLine(const std::string &text);
 /// Writes "taskmillctl: ", the text and a line feed to standard error.
-void Taskmill_PrintError(const QString &text);
+void Taskmill_PrintError(const std::string &text);
+
+/// The text as JSON writes it.
+[[nodiscard]] std::string Taskmill_JsonText(std::string_view utf8);
+/// An object of the values, which are JSON already, in the order of their names.
+[[nodiscard]] std::string Taskmill_JsonObject(const std::map<std::string, std::string> &values);

@@ -4,64 +4,57 @@
 #include "ctl/output.h"
 #include "ctl/submission.h"
 #include "ctl/submitoptions.h"
-#include "jobs/jobnotification.h"
-
-#include <QCommandLineParser>
-
-using namespace Qt::Literals::StringLiterals;
+#include "wire/socket.h"
 
 namespace {
-Taskmill_CtlStatus SendToWindow(const QCommandLineParser &parser, const QByteArray &action)
+constexpr int waitMs = 30000;
+
+Taskmill_CtlStatus SendToWindow(const Taskmill_CtlOptions &options, const std::string &action)
 {
-    if (!Taskmill_CheckManagerOptions(parser))
+    if (!Taskmill_CheckManagerOptions(options))
         return Taskmill_CtlStatus::WrongUsage;
     // A manager on a console has no window and would take the request without a word.
-    const auto manager = Taskmill_FindManager(parser, Taskmill_ManagerChoice::GuiOnly);
+    const auto manager = Taskmill_FindManager(options, Taskmill_ManagerChoice::GuiOnly);
     if (!manager)
         return Taskmill_CtlStatus::NoManager;
-    if (Taskmill_SendMessage(u"127.0.0.1"_s, manager->Port, "clientname=taskmillctl\naction=" + action))
+    const Taskmill_Socket socket = Taskmill_Socket::Connect(manager->Port, waitMs);
+    if (socket.IsOpen() && socket.Send("clientname=taskmillctl\naction=" + action, waitMs))
         return Taskmill_CtlStatus::Success;
-    Taskmill_PrintError(u"the manager does not take the request"_s);
+    Taskmill_PrintError("the manager does not take the request");
     return Taskmill_CtlStatus::NoManager;
 }
 } // namespace
 
-void Taskmill_AddSubmitOptions(QCommandLineParser &parser)
+Taskmill_CtlStatus Taskmill_SubmitCommand(const Taskmill_CtlOptions &options)
 {
-    Taskmill_SubmitOptions::AddOptions(parser);
-    Taskmill_AddManagerOptions(parser);
-}
-
-Taskmill_CtlStatus Taskmill_SubmitCommand(const QCommandLineParser &parser)
-{
-    if (!Taskmill_CheckManagerOptions(parser))
+    if (!Taskmill_CheckManagerOptions(options))
         return Taskmill_CtlStatus::WrongUsage;
-    auto options = Taskmill_SubmitOptions::Read(parser);
-    if (!options)
+    auto submit = Taskmill_SubmitOptions::Read(options);
+    if (!submit)
         return Taskmill_CtlStatus::WrongUsage;
-    const auto manager = Taskmill_FindManager(parser, Taskmill_ManagerChoice::ConsoleFirst);
+    const auto manager = Taskmill_FindManager(options, Taskmill_ManagerChoice::ConsoleFirst);
     if (!manager)
         return Taskmill_CtlStatus::NoManager;
-    return Taskmill_Submission{*std::move(options), *manager}.Run();
+    return Taskmill_Submission{*std::move(submit), *manager}.Run();
 }
 
-Taskmill_CtlStatus Taskmill_TestCommand(const QCommandLineParser &parser)
+Taskmill_CtlStatus Taskmill_TestCommand(const Taskmill_CtlOptions &options)
 {
-    if (!Taskmill_CheckManagerOptions(parser))
+    if (!Taskmill_CheckManagerOptions(options))
         return Taskmill_CtlStatus::WrongUsage;
-    const auto manager = Taskmill_FindManager(parser, Taskmill_ManagerChoice::ConsoleFirst);
+    const auto manager = Taskmill_FindManager(options, Taskmill_ManagerChoice::ConsoleFirst);
     if (!manager)
         return Taskmill_CtlStatus::NoManager;
-    Taskmill_PrintLine(u"A manager answers on port %1."_s.arg(manager->Port));
+    Taskmill_PrintLine("A manager answers on port " + std::to_string(manager->Port) + '.');
     return Taskmill_CtlStatus::Success;
 }
 
-Taskmill_CtlStatus Taskmill_ShowCommand(const QCommandLineParser &parser)
+Taskmill_CtlStatus Taskmill_ShowCommand(const Taskmill_CtlOptions &options)
 {
-    return SendToWindow(parser, "show");
+    return SendToWindow(options, "show");
 }
 
-Taskmill_CtlStatus Taskmill_HideCommand(const QCommandLineParser &parser)
+Taskmill_CtlStatus Taskmill_HideCommand(const Taskmill_CtlOptions &options)
 {
-    return SendToWindow(parser, "hide");
+    return SendToWindow(options, "hide");
 }

@@ -1,173 +1,231 @@
 #include "ctl/submission.h"
 
 #include "ctl/output.h"
-#include "kilnutil/computerdata.h"
-#include "service/instanceprobe.h"
-#include "service/requestmessage.h"
+#include "ctl/platform.h"
+#include "wire/instanceprobe.h"
+#include "wire/protocol.h"
+#include "wire/utf8.h"
 
-#include <QCoreApplication>
-#include <QEventLoop>
-#include <QJsonArray>
-#include <QJsonObject>
+#include <charconv>
+#include <iterator>
+#include <optional>
+#include <utility>
 
-#include <algorithm>
+namespace {
+constexpr int connectMs = 30000;
+constexpr int sendMs = 30000;
+constexpr int forEver = -1;
+constexpr std::chrono::milliseconds probeInterval{2000}; ///< between looks after a manager that is waited for
+constexpr std::size_t longestAnswer = 1024 * 1024;
 
-using namespace Qt::Literals::StringLiterals;
+std::string ClientAppName(std::size_t index)
+{
+    // The notification holds no job number; this name tells to which request it belongs.
+    return "taskmillctl-" + std::to_string(Taskmill_CtlPlatform::ProcessID()) + '-' +
+           std::to_string(index + 1);
+}
+
+/// The numbers between the blanks; nothing when one of them is none, or there is none at all.
+std::optional<std::vector<std::string>> Numbers(std::string_view text)
+{
+    std::vector<std::string> numbers;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(' '), text.size());
+        const std::string_view word = text.substr(0, end);
+        text.remove_prefix(std::min(end + 1, text.size()));
+        if (word.empty())
+            continue;
+        int number = 0;
+        const auto [stop, error] = std::from_chars(word.data(), word.data() + word.size(), number);
+        if (error != std::errc{} || stop != word.data() + word.size())
+            return std::nullopt;
+        numbers.push_back(std::to_string(number));
+    }
+    return numbers.empty() ? std::nullopt : std::optional{numbers};
+}
+
+std::string Joined(const std::vector<std::string> &texts)
+{
+    std::string joined;
+    for (const std::string &text : texts)
+        joined += (joined.empty() ? "" : ",") + text;
+    return joined;
+}
+} // namespace
 
 Taskmill_Submission::Taskmill_Submission(Taskmill_SubmitOptions options,
                                          const Taskmill_ManagerAddress &manager)
     : m_options{std::move(options)}
     , m_manager{manager}
-    , m_sender{manager.Port}
 {
-    connect(&m_sender, &Taskmill_RequestSender::AnsweredSignal, this, &Taskmill_Submission::AnsweredSlot);
-    connect(&m_sender, &Taskmill_RequestSender::FailedSignal, this, &Taskmill_Submission::FailedSlot);
-    connect(&m_listener, &Taskmill_NotificationListener::NotifiedSignal, this,
-            &Taskmill_Submission::NotifiedSlot);
-    connect(&m_probeTimer, &QTimer::timeout, this, &Taskmill_Submission::ProbeSlot);
 }
 
 Taskmill_CtlStatus Taskmill_Submission::Run()
 {
-    if (m_options.Wait && !m_listener.Listen()) {
-        Taskmill_PrintError(u"no port is free to wait on; nothing was submitted"_s);
+    if (m_options.Wait && !m_notifications.Listen()) {
+        Taskmill_PrintError("no port is free to wait on; nothing was submitted");
         return Taskmill_CtlStatus::NoManager;
     }
-    QEventLoop loop;
-    connect(this, &Taskmill_Submission::FinishedSignal, &loop, &QEventLoop::quit, Qt::QueuedConnection);
-    SendNext();
-    loop.exec();
+    while (m_requests.size() < m_options.Files.size()) {
+        const bool isAnswered = SubmitNext();
+        for (const Taskmill_CtlNotification &notification : std::exchange(m_early, {}))
+            TakeNotification(notification);
+        if (!isAnswered)
+            return m_status;
+    }
+    if (m_options.Wait)
+        WaitForJobs();
     return m_status;
 }
 
-void Taskmill_Submission::SendNext()
+std::string Taskmill_Submission::Message() const
 {
-    m_requests.append(Request{});
-    m_sender.Send(Message());
-}
-
-QString Taskmill_Submission::ClientAppName(qsizetype index) const
-{
-    // The notification holds no job number; this name tells to which request it belongs.
-    return u"taskmillctl-%1-%2"_s.arg(QCoreApplication::applicationPid()).arg(index + 1);
-}
-
-QByteArray Taskmill_Submission::Message() const
-{
-    const qsizetype index = m_requests.size() - 1;
-    QStringList lines{
-        u"clientname=taskmillctl"_s,
-        u"clientappname="_s + ClientAppName(index),
-        u"clientuid="_s + QString::number(KilnUtil_ComputerData::UID()),
-        u"clientgid="_s + QString::number(KilnUtil_ComputerData::GID()),
-    };
-    if (m_options.Wait) {
-        lines += u"clientaddress=127.0.0.1"_s;
-        lines += u"clientport="_s + QString::number(m_listener.Port());
-        lines += u"clientnotification=1"_s;
-    }
-    lines += u"action=submitjob"_s;
-    lines += m_options.Lines;
-    lines += u"jobinputfile="_s + m_options.Files[index].Path + u'\n';
-    return lines.join(u'\n').toUtf8() + Taskmill_ReplyRequestLine.toByteArray();
-}
-
-void Taskmill_Submission::AnsweredSlot(const Taskmill_RequestAnswer &answer)
-{
-    const Taskmill_SubmitOptions::InputFile &file = m_options.Files[m_answered];
-    m_requests[m_answered].Accepted = answer.JobIDs.size();
-    ++m_answered;
-    QJsonObject result{{u"file"_s, file.Path}};
-    if (answer.JobIDs.isEmpty()) {
-        Note(Taskmill_CtlStatus::Refused);
-        result.insert(u"refused"_s, answer.Refusal);
-        if (!m_options.Json)
-            Taskmill_PrintError(u"%1 was refused: %2"_s.arg(file.Given, answer.Refusal));
-    }
-    QJsonArray jobIDs;
-    for (const int jobID : answer.JobIDs) {
-        jobIDs.append(jobID);
-        if (!m_options.Json)
-            Taskmill_PrintLine(u"Job %1: %2"_s.arg(jobID).arg(file.Given));
-    }
-    if (!jobIDs.isEmpty())
-        result.insert(u"accepted"_s, jobIDs);
-    if (m_options.Json)
-        Taskmill_PrintJson(result);
-
-    if (m_answered < m_options.Files.size()) {
-        SendNext();
-        return;
-    }
+    const std::size_t index = m_requests.size() - 1;
+    std::string message = "clientname=taskmillctl\nclientappname=" + ClientAppName(index) +
+                          "\nclientuid=" + std::to_string(Taskmill_CtlPlatform::UserID()) +
+                          "\nclientgid=" + std::to_string(Taskmill_CtlPlatform::GroupID()) + '\n';
     if (m_options.Wait)
-        m_probeTimer.start(ProbeMs);
-    FinishWhenDone();
+        message += "clientaddress=127.0.0.1\nclientport=" + std::to_string(m_notifications.Port()) +
+                   "\nclientnotification=1\n";
+    message += "action=submitjob\n" + m_options.Lines + "jobinputfile=" + m_options.Files[index].Path + '\n';
+    return message.append(Taskmill_WireReplyRequest);
 }
 
-void Taskmill_Submission::FailedSlot(const QString &reason)
+/// Each request has a connection of its own.
+bool Taskmill_Submission::SubmitNext()
 {
-    Taskmill_PrintError(u"%1: %2"_s.arg(m_options.Files[m_answered].Given, reason));
-    for (const auto &file : m_options.Files.sliced(m_answered + 1))
-        Taskmill_PrintError(u"%1 was not submitted"_s.arg(file.Given));
-    Finish(Taskmill_CtlStatus::NoManager);
+    m_requests.emplace_back();
+    const Taskmill_Socket socket = Taskmill_Socket::Connect(m_manager.Port, connectMs);
+    std::string answer;
+    if (socket.IsOpen() && socket.Send(Message(), sendMs))
+        answer = AnswerOf(socket);
+    const std::size_t lineFeed = answer.find('\n');
+    if (lineFeed == std::string::npos && answer.size() < longestAnswer) {
+        Fail("the manager has closed the connection without an answer");
+        return false;
+    }
+    if (!TakeAnswer(std::string_view{answer}.substr(0, lineFeed))) {
+        Fail("the answer of the manager cannot be understood");
+        return false;
+    }
+    return true;
 }
 
-void Taskmill_Submission::NotifiedSlot(const Taskmill_Notification &notification)
+/// What came before the connection ended, or up to a line feed at least. That may take as long as the user
+/// looks at a dialog of the manager, so nothing but the end of the connection ends the wait.
+std::string Taskmill_Submission::AnswerOf(const Taskmill_Socket &socket)
 {
-    const QString clientAppName = notification.Value("clientappname"_L1);
-    for (qsizetype index = 0; index < m_requests.size(); ++index) {
+    std::string answer;
+    for (;;) {
+        std::vector<Taskmill_Socket::Handle> handles = m_notifications.Handles();
+        handles.push_back(socket.Get());
+        (void)Taskmill_Socket::WaitForAny(handles, forEver);
+        const auto state = socket.Receive(answer, longestAnswer);
+        if (state == Taskmill_Socket::State::Ended || answer.size() == longestAnswer ||
+            answer.find('\n') != std::string::npos)
+            return answer;
+        std::ranges::move(m_notifications.Take(), std::back_inserter(m_early));
+    }
+}
+
+bool Taskmill_Submission::TakeAnswer(std::string_view line)
+{
+    const Taskmill_SubmitOptions::InputFile &file = m_options.Files[m_requests.size() - 1];
+    std::map<std::string, std::string> result{{"file", Taskmill_JsonText(file.Path)}};
+    if (line.starts_with(Taskmill_WireRefused)) {
+        const std::string reason = Taskmill_Utf8FromAny(line.substr(Taskmill_WireRefused.size()));
+        Note(Taskmill_CtlStatus::Refused);
+        result["refused"] = Taskmill_JsonText(reason);
+        if (!m_options.Json)
+            Taskmill_PrintError(file.Given + " was refused: " + reason);
+    } else {
+        const auto jobIDs = line.starts_with(Taskmill_WireAccepted)
+                                ? Numbers(line.substr(Taskmill_WireAccepted.size()))
+                                : std::nullopt;
+        if (!jobIDs)
+            return false;
+        m_requests.back().Accepted = jobIDs->size();
+        result["accepted"] = '[' + Joined(*jobIDs) + ']';
+        for (const std::string &jobID : *jobIDs) {
+            if (!m_options.Json)
+                Taskmill_PrintLine("Job " + jobID + ": " + file.Given);
+        }
+    }
+    if (m_options.Json)
+        Taskmill_PrintLine(Taskmill_JsonObject(result));
+    return true;
+}
+
+void Taskmill_Submission::WaitForJobs()
+{
+    using Clock = std::chrono::steady_clock;
+    auto nextProbe = Clock::now() + probeInterval;
+    while (!AllEnded()) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(nextProbe - Clock::now()).count();
+        (void)Taskmill_Socket::WaitForAny(m_notifications.Handles(), std::max(static_cast<int>(left), 0));
+        TakeNotifications();
+        if (Clock::now() < nextProbe)
+            continue;
+        if (ManagerHasEnded()) {
+            Taskmill_PrintError("the manager has ended before all jobs have");
+            Note(Taskmill_CtlStatus::NoManager);
+            return;
+        }
+        nextProbe = Clock::now() + probeInterval;
+    }
+}
+
+/// A manager that ends tells of the jobs it kills at the last moment: what it sent is read before the second
+/// probe.
+bool Taskmill_Submission::ManagerHasEnded()
+{
+    m_failedProbes = Taskmill_IsManagerRunning(m_manager.Gui, m_manager.Port) ? 0 : m_failedProbes + 1;
+    return m_failedProbes == 2;
+}
+
+bool Taskmill_Submission::AllEnded() const
+{
+    return std::ranges::all_of(m_requests,
+                               [](const Request &request) { return request.Notified >= request.Accepted; });
+}
+
+void Taskmill_Submission::TakeNotifications()
+{
+    std::ranges::for_each(m_notifications.Take(), [this](const auto &told) { TakeNotification(told); });
+}
+
+void Taskmill_Submission::TakeNotification(const Taskmill_CtlNotification &notification)
+{
+    const std::string clientAppName = notification.Value("clientappname");
+    for (std::size_t index = 0; index < m_requests.size(); ++index) {
         if (ClientAppName(index) != clientAppName)
             continue;
         ++m_requests[index].Notified;
-        if (notification.Value("jobstatus"_L1) != "completed"_L1)
+        if (notification.Value("jobstatus") != "completed")
             Note(Taskmill_CtlStatus::JobNotCompleted);
         PrintNotification(index, notification);
-        FinishWhenDone();
-        return;
     }
 }
 
-void Taskmill_Submission::PrintNotification(qsizetype index, const Taskmill_Notification &notification) const
+void Taskmill_Submission::PrintNotification(std::size_t index,
+                                            const Taskmill_CtlNotification &notification) const
 {
-    QJsonObject values;
-    QString text;
-    for (const auto &[key, value] : notification.Lines) {
-        values.insert(key, value);
-        text += key + u'=' + value + u'\n';
-    }
-    if (m_options.Json)
-        Taskmill_PrintJson(
-            QJsonObject{{u"file"_s, m_options.Files[index].Path}, {u"notification"_s, values}});
-    else
-        Taskmill_PrintLine(text);
-}
-
-void Taskmill_Submission::ProbeSlot()
-{
-    if (Taskmill_IsManagerRunning(m_manager.Gui, m_manager.Port)) {
-        m_failedProbes = 0;
+    if (!m_options.Json) {
+        Taskmill_PrintLine(notification.Text);
         return;
     }
-    // A manager that ends tells of the jobs it kills at the last moment: what it sent is read before the
-    // second probe.
-    if (++m_failedProbes < 2)
-        return;
-    Taskmill_PrintError(u"the manager has ended before all jobs have"_s);
-    Finish(Taskmill_CtlStatus::NoManager);
+    std::map<std::string, std::string> values;
+    for (const auto &[key, value] : notification.Values)
+        values[key] = Taskmill_JsonText(value);
+    Taskmill_PrintLine(Taskmill_JsonObject({{"file", Taskmill_JsonText(m_options.Files[index].Path)},
+                                            {"notification", Taskmill_JsonObject(values)}}));
 }
 
-void Taskmill_Submission::FinishWhenDone()
+void Taskmill_Submission::Fail(const std::string &reason)
 {
-    const bool allEnded = !m_options.Wait || std::ranges::all_of(m_requests, [](const Request &request) {
-        return request.Notified >= request.Accepted;
-    });
-    if (m_answered == m_options.Files.size() && allEnded)
-        Finish(Taskmill_CtlStatus::Success);
-}
-
-void Taskmill_Submission::Finish(Taskmill_CtlStatus status)
-{
-    Note(status);
-    m_probeTimer.stop();
-    Q_EMIT FinishedSignal();
+    const std::size_t failed = m_requests.size() - 1;
+    Taskmill_PrintError(m_options.Files[failed].Given + ": " + reason);
+    for (std::size_t index = failed + 1; index < m_options.Files.size(); ++index)
+        Taskmill_PrintError(m_options.Files[index].Given + " was not submitted");
+    Note(Taskmill_CtlStatus::NoManager);
 }

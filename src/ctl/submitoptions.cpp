@@ -1,160 +1,186 @@
 #include "ctl/submitoptions.h"
 
+#include "ctl/options.h"
 #include "ctl/output.h"
-#include "jobs/destination.h"
+#include "ctl/platform.h"
+#include "wire/utf8.h"
 
-#include <QCommandLineParser>
-#include <QFileInfo>
-
+#include <algorithm>
 #include <array>
-
-using namespace Qt::Literals::StringLiterals;
+#include <filesystem>
+#include <system_error>
 
 namespace {
 /// An option whose value goes into the request as it stands.
 struct TextOption
 {
-    QLatin1StringView name;
-    QLatin1StringView key;
-    QLatin1StringView description;
+    std::string_view name;
+    std::string_view key;
+    std::string_view description;
 };
 
 constexpr std::array textOptions{
-    TextOption{"type"_L1, "jobtypename"_L1,
-               "Name of the job type; without it the file's extension decides."_L1},
-    TextOption{"name"_L1, "jobname"_L1, "Name of the job instead of the file's name."_L1},
-    TextOption{"class"_L1, "jobclass"_L1, "Class of the job."_L1},
+    TextOption{"type", "jobtypename", "Name of the job type; without it the file's extension decides."},
+    TextOption{"name", "jobname", "Name of the job instead of the file's name."},
+    TextOption{"class", "jobclass", "Class of the job."},
 };
 
 struct FileOption
 {
-    QLatin1StringView name;
-    QLatin1StringView key;
+    std::string_view name;
+    std::string_view key;
     bool isRead;    ///< must exist
     bool isWritten; ///< must not be shared by several jobs
-    QLatin1StringView description;
+    std::string_view description;
 };
 
 constexpr std::array fileOptions{
-    FileOption{"input2"_L1, "jobinputfile2"_L1, true, false, "Second input file."_L1},
-    FileOption{"stdin"_L1, "jobstandardinputfile"_L1, true, false,
-               "File that the job reads as standard input."_L1},
-    FileOption{"stdout"_L1, "jobstandardoutputfile"_L1, false, true,
-               "File that receives the standard output."_L1},
-    FileOption{"output"_L1, "joboutputfile"_L1, false, true, "Output file."_L1},
-    FileOption{"chk"_L1, "jobchkfile"_L1, false, false, "Checkpoint file."_L1},
-    FileOption{"chk1"_L1, "jobchkfile1"_L1, false, false, "Second checkpoint file."_L1},
+    FileOption{"input2", "jobinputfile2", true, false, "Second input file."},
+    FileOption{"stdin", "jobstandardinputfile", true, false, "File that the job reads as standard input."},
+    FileOption{"stdout", "jobstandardoutputfile", false, true, "File that receives the standard output."},
+    FileOption{"output", "joboutputfile", false, true, "Output file."},
+    FileOption{"chk", "jobchkfile", false, false, "Checkpoint file."},
+    FileOption{"chk1", "jobchkfile1", false, false, "Second checkpoint file."},
 };
 
-const QString queueOption = u"queue"_s;
-const QString setOption = u"set"_s;
+std::string LowerCase(std::string text)
+{
+    std::ranges::transform(text, text.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    return text;
+}
 
-bool HasLineBreak(const QString &text)
+bool HasLineBreak(std::string_view text)
 {
     // The manager takes a carriage return before the line feed for a part of the line's end.
-    return text.contains(u'\n') || text.contains(u'\r');
+    return text.find_first_of("\n\r") != std::string_view::npos;
+}
+
+void ReplaceAll(std::string &text, std::string_view old, std::string_view replacement)
+{
+    for (std::size_t at = text.find(old); at != std::string::npos;
+         at = text.find(old, at + replacement.size()))
+        text.replace(at, old.size(), replacement);
+}
+
+std::filesystem::path PathOf(const std::string &utf8)
+{
+    return {std::u8string{utf8.begin(), utf8.end()}};
+}
+
+/// With plain slashes, as the manager writes paths.
+std::string AbsolutePath(const std::string &given)
+{
+    std::error_code error;
+    const std::u8string path =
+        std::filesystem::absolute(PathOf(given), error).lexically_normal().generic_u8string();
+    return {path.begin(), path.end()};
 }
 
 /// Fills the options; each step says in m_error what is wrong.
 class Reader
 {
 public:
-    explicit Reader(const QCommandLineParser &parser)
-        : m_parser{parser}
+    explicit Reader(const Taskmill_CtlOptions &given)
+        : m_given{given}
     {
     }
 
     [[nodiscard]] bool Read()
     {
-        m_options.Wait = m_parser.isSet(u"wait"_s);
-        m_options.Json = m_parser.isSet(u"json"_s);
+        m_options.Wait = m_given.IsSet("wait");
+        m_options.Json = m_given.IsSet("json");
         return ReadInputFiles() && ReadTexts() && ReadQueue() && ReadFiles() && ReadPlaceholders();
     }
 
     Taskmill_SubmitOptions m_options;
-    QString m_error;
+    std::string m_error;
 
 private:
-    bool Fail(const QString &error)
+    bool Fail(const std::string &error)
     {
         m_error = error;
         return false;
     }
 
-    bool AddLine(const QString &key, const QString &value)
+    bool AddLine(std::string_view key, const std::string &value)
     {
         if (HasLineBreak(value))
-            return Fail(u"a line feed cannot be sent: %1"_s.arg(value));
-        m_options.Lines += key + u'=' + value;
+            return Fail("a line feed cannot be sent: " + value);
+        if (!Taskmill_IsUtf8(value))
+            return Fail("this is not UTF-8 and cannot be sent: " + value);
+        m_options.Lines.append(key).append("=").append(value).append("\n");
         return true;
     }
 
-    bool CheckPath(const QString &given, const QString &path)
+    bool CheckPath(const std::string &given, const std::string &path)
     {
-        if (given.isEmpty())
-            return Fail(u"a file name is empty"_s);
+        if (given.empty())
+            return Fail("a file name is empty");
         if (HasLineBreak(path))
-            return Fail(u"a file name with a line feed cannot be sent: %1"_s.arg(given));
-        if (path != path.trimmed())
-            return Fail(u"a file name that ends with a blank cannot be sent: %1"_s.arg(given));
-        return true;
+            return Fail("a file name with a line feed cannot be sent: " + given);
+        if (Taskmill_EndsWithBlank(path))
+            return Fail("a file name that ends with a blank cannot be sent: " + given);
+        return Taskmill_IsUtf8(path) || Fail("a file name that is not UTF-8 cannot be sent: " + given);
     }
 
-    bool CheckReadable(const QString &given, const QString &path)
+    bool CheckReadable(const std::string &given, const std::string &path)
     {
-        const QFileInfo file{path};
-        if (!file.exists())
-            return Fail(u"the file does not exist: %1"_s.arg(given));
-        if (file.isDir())
-            return Fail(u"this is a directory, not a file: %1"_s.arg(given));
-        return file.isReadable() || Fail(u"the file is not readable: %1"_s.arg(given));
+        std::error_code error;
+        const auto status = std::filesystem::status(PathOf(path), error);
+        if (!std::filesystem::exists(status))
+            return Fail("the file does not exist: " + given);
+        if (std::filesystem::is_directory(status))
+            return Fail("this is a directory, not a file: " + given);
+        return Taskmill_CtlPlatform::IsReadable(path) || Fail("the file is not readable: " + given);
     }
 
     bool ReadInputFiles()
     {
-        for (const QString &given : m_parser.positionalArguments()) {
-            const QString path = QFileInfo{given}.absoluteFilePath();
+        for (const std::string &given : m_given.Positional()) {
+            const std::string path = AbsolutePath(given);
             if (!CheckPath(given, path) || !CheckReadable(given, path))
                 return false;
-            m_options.Files.append({.Given = given, .Path = path});
+            m_options.Files.push_back({.Given = given, .Path = path});
         }
         return true;
     }
 
     bool ReadTexts()
     {
-        if (!m_parser.isSet(u"type"_s))
-            m_options.Lines += u"jobtypename=Auto"_s;
+        if (!m_given.IsSet("type"))
+            m_options.Lines += "jobtypename=Auto\n";
         for (const TextOption &option : textOptions) {
-            if (m_parser.isSet(option.name) && !AddLine(option.key, m_parser.value(option.name)))
+            if (m_given.IsSet(option.name) && !AddLine(option.key, m_given.Value(option.name)))
                 return false;
         }
-        if (m_parser.isSet(u"confirm"_s))
-            m_options.Lines += u"confirmaction=yes"_s;
+        if (m_given.IsSet("confirm"))
+            m_options.Lines += "confirmaction=yes\n";
         return true;
     }
 
     bool ReadQueue()
     {
-        if (!m_parser.isSet(queueOption))
+        if (!m_given.IsSet("queue"))
             return true;
-        const QString queue = m_parser.value(queueOption);
-        static const QStringList queues{u"long"_s, u"short"_s, u"queueless"_s, u"auto"_s};
-        if (!queues.contains(queue, Qt::CaseInsensitive))
-            return Fail(u"--queue needs long, short, queueless or auto"_s);
-        return AddLine(u"jobqueue"_s, queue);
+        const std::string queue = m_given.Value("queue");
+        constexpr std::array<std::string_view, 4> queues{"long", "short", "queueless", "auto"};
+        if (std::ranges::find(queues, LowerCase(queue)) == queues.end())
+            return Fail("--queue needs long, short, queueless or auto");
+        return AddLine("jobqueue", queue);
     }
 
     bool ReadFiles()
     {
         for (const FileOption &option : fileOptions) {
-            if (!m_parser.isSet(option.name))
+            if (!m_given.IsSet(option.name))
                 continue;
             if (option.isWritten && m_options.Files.size() > 1)
-                return Fail(
-                    u"--%1 would be written by several jobs; submit one file at a time"_s.arg(option.name));
-            const QString given = m_parser.value(option.name);
-            const QString path = QFileInfo{given}.absoluteFilePath();
+                return Fail("--" + std::string{option.name} +
+                            " would be written by several jobs; submit one file at a time");
+            const std::string given = m_given.Value(option.name);
+            const std::string path = AbsolutePath(given);
             if (!CheckPath(given, path) || (option.isRead && !CheckReadable(given, path)) ||
                 !AddLine(option.key, path))
                 return false;
@@ -164,40 +190,43 @@ private:
 
     bool ReadPlaceholders()
     {
-        for (QString pair : m_parser.values(setOption)) {
-            const qsizetype equals = pair.indexOf(u'=');
-            if (!pair.startsWith(u'@') || equals < 2 || HasLineBreak(pair.first(equals)))
-                return Fail(u"--set needs @NAME=VALUE: %1"_s.arg(pair));
-            pair.replace("\r\n"_L1, "\n"_L1).replace(u'\n', "_;_"_L1);
-            if (!AddLine(pair.first(equals), pair.sliced(equals + 1)))
+        for (std::string pair : m_given.Values("set")) {
+            const std::size_t equals = pair.find('=');
+            if (!pair.starts_with('@') || equals == std::string::npos || equals < 2 ||
+                HasLineBreak(std::string_view{pair}.substr(0, equals)))
+                return Fail("--set needs @NAME=VALUE: " + pair);
+            ReplaceAll(pair, "\r\n", "\n");
+            ReplaceAll(pair, "\n", "_;_");
+            if (!AddLine(pair.substr(0, equals), pair.substr(equals + 1)))
                 return false;
         }
         return true;
     }
 
-    const QCommandLineParser &m_parser;
+    const Taskmill_CtlOptions &m_given;
 };
 } // namespace
 
-void Taskmill_SubmitOptions::AddOptions(QCommandLineParser &parser)
+std::vector<Taskmill_CtlOption> Taskmill_SubmitOptions::Options()
 {
+    std::vector<Taskmill_CtlOption> options;
     for (const TextOption &option : textOptions)
-        parser.addOption({option.name, option.description, u"NAME"_s});
-    parser.addOption({queueOption, u"Queue of the job: long, short, queueless or auto."_s, u"QUEUE"_s});
+        options.push_back({std::string{option.name}, "NAME", std::string{option.description}});
+    options.push_back({"queue", "QUEUE", "Queue of the job: long, short, queueless or auto."});
     for (const FileOption &option : fileOptions)
-        parser.addOption({option.name, option.description, u"FILE"_s});
-    parser.addOptions({
-        {setOption, u"Value of a placeholder of the job type, such as @NPROCS=4. May be repeated."_s,
-         u"@NAME=VALUE"_s},
-        {u"confirm"_s, u"Let the user of the manager's window confirm the job."_s},
-        {u"wait"_s, u"Wait until the jobs have ended and print what the manager tells of each."_s},
-        {u"json"_s, u"Print one JSON object a line."_s},
-    });
+        options.push_back({std::string{option.name}, "FILE", std::string{option.description}});
+    options.push_back({"set", "@NAME=VALUE",
+                       "Value of a placeholder of the job type, such as @NPROCS=4. May be repeated."});
+    options.push_back({"confirm", "", "Let the user of the manager's window confirm the job."});
+    options.push_back(
+        {"wait", "", "Wait until the jobs have ended and print what the manager tells of each."});
+    options.push_back({"json", "", "Print one JSON object a line."});
+    return options;
 }
 
-std::optional<Taskmill_SubmitOptions> Taskmill_SubmitOptions::Read(const QCommandLineParser &parser)
+std::optional<Taskmill_SubmitOptions> Taskmill_SubmitOptions::Read(const Taskmill_CtlOptions &options)
 {
-    Reader reader{parser};
+    Reader reader{options};
     if (reader.Read())
         return std::move(reader.m_options);
     Taskmill_PrintError(reader.m_error);

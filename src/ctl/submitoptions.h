@@ -1,29 +1,28 @@
 #pragma once
 
-#include <QList>
-#include <QString>
-#include <QStringList>
-
 #include <optional>
+#include <string>
+#include <vector>
 
-class QCommandLineParser;
+class Taskmill_CtlOptions;
+struct Taskmill_CtlOption;
 
 /// What the command "submit" is asked to send.
 struct Taskmill_SubmitOptions
 {
     struct InputFile
     {
-        QString Given; ///< as it stands on the command line
-        QString Path;  ///< absolute
+        std::string Given; ///< as it stands on the command line
+        std::string Path;  ///< absolute
     };
 
-    QList<InputFile> Files;
-    QStringList Lines; ///< key=value, the same in each request; hold no line feed
+    std::vector<InputFile> Files;
+    std::string Lines; ///< key=value, the same in each request, each with its line feed
     bool Wait = false;
     bool Json = false;
 
-    static void AddOptions(QCommandLineParser &parser);
+    [[nodiscard]] static std::vector<Taskmill_CtlOption> Options();
     /// Checks everything that can be checked before anything is sent. Nothing, with a message, when something
     /// is wrong.
-    [[nodiscard]] static std::optional<Taskmill_SubmitOptions> Read(const QCommandLineParser &parser);
+    [[nodiscard]] static std::optional<Taskmill_SubmitOptions> Read(const Taskmill_CtlOptions &options);
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "jobs/jobrecord.h"
+#include "wire/protocol.h"
 
 #include <QByteArray>
 
@@ -36,13 +37,11 @@ struct Taskmill_RequestMessage
     [[nodiscard]] static Taskmill_RequestMessage Parse(const QByteArray &bytes);
 };
 
-/// The line that a client sends last when it wants to be told on the same connection what became of its
-/// request. With it the message is complete, so such a client need neither close its side nor fall silent.
-/// The answer is one line "accepted=" with the numbers of the jobs, separated by blanks, or "refused=" with
-/// the reason.
-constexpr QByteArrayView Taskmill_ReplyRequestLine = "clientreply=yes\n";
-constexpr QByteArrayView Taskmill_AcceptedReply = "accepted=";
-constexpr QByteArrayView Taskmill_RefusedReply = "refused=";
+/// The parts of the protocol that the client's side shares; see wire/protocol.h.
+constexpr QByteArrayView Taskmill_ReplyRequestLine{Taskmill_WireReplyRequest.data(),
+                                                   Taskmill_WireReplyRequest.size()};
+constexpr QByteArrayView Taskmill_AcceptedReply{Taskmill_WireAccepted.data(), Taskmill_WireAccepted.size()};
+constexpr QByteArrayView Taskmill_RefusedReply{Taskmill_WireRefused.data(), Taskmill_WireRefused.size()};
 
 /// Whether the message so far ends with Taskmill_ReplyRequestLine.
 [[nodiscard]] bool Taskmill_AsksForReply(QByteArrayView bytes);

@@ -1,16 +1,21 @@
 #include "kilnutil/registry.h"
+#include "kilnutil/tablesortproxy.h"
 #include "kilnutil/tablewidget.h"
 #include "kilnutil/widgetprompt.h"
 #include "support/testutil.h"
 
+#include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QDragEnterEvent>
 #include <QHeaderView>
 #include <QMimeData>
 #include <QStandardItemModel>
+#include <QStyledItemDelegate>
 #include <QTimer>
 #include <QtTest>
 
+#include <algorithm>
+#include <functional>
 #include <memory>
 
 using namespace Qt::Literals::StringLiterals;
@@ -47,6 +52,82 @@ private Q_SLOTS:
         m_table = MakeTable();
         m_table->RememberColumns(u"Finished"_s);
         QCOMPARE(m_table->columnWidth(1), 10'000);
+    }
+
+    /// Few and many rows at once come, go and change, which is told to the view in different ways.
+    void FollowsEveryChangeOfTheSource()
+    {
+        QAbstractItemModel &view = *m_table->model();
+        const QAbstractItemModelTester tester{&view, QAbstractItemModelTester::FailureReportingMode::QtTest};
+        int next = 0;
+        const auto insert = [&](int row, int count) {
+            QList<QStandardItem *> items;
+            for (int i = 0; i < count; ++i)
+                items.append(new QStandardItem{u"%1"_s.arg(next++ * 7919 % 1009, 4)});
+            m_model.invisibleRootItem()->insertRows(row, items);
+        };
+        m_model.setRowCount(0);
+        m_table->sortByColumn(0, Qt::DescendingOrder);
+        insert(0, 400);
+        const QPersistentModelIndex kept = view.index(200, 0);
+        const QString text = kept.data().toString();
+        const int source = m_model.findItems(text).first()->row();
+        m_table->selectRow(200);
+
+        const QList<std::function<void()>> changes{
+            [&] { insert(source + 1, 3); },
+            [&] { insert(0, 300); },
+            [&] { m_model.removeRows(0, 290); },
+            [&] { m_model.removeRow(m_model.rowCount() - 1); },
+            [&] {
+                m_model.item(0)->setText(u"zzz"_s);
+                m_model.item(0)->setData(u"zzz"_s, KilnUtil_TableSortProxy::SortRole);
+            },
+            [&] { m_model.sort(0); },
+            [&] { m_table->sortByColumn(0, Qt::AscendingOrder); },
+        };
+        for (const auto &change : changes) {
+            change();
+            QCOMPARE(view.rowCount(), m_model.rowCount());
+            QStringList shown;
+            for (int row = 0; row < view.rowCount(); ++row)
+                shown.append(view.index(row, 0).data().toString());
+            QStringList expected = shown;
+            std::ranges::sort(expected);
+            if (m_table->horizontalHeader()->sortIndicatorOrder() == Qt::DescendingOrder)
+                std::ranges::reverse(expected);
+            QCOMPARE(shown, expected);
+            QCOMPARE(kept.data().toString(), text);
+            QCOMPARE(m_table->selectionModel()->selectedRows(), QModelIndexList{kept});
+        }
+        // Unsorted, the rows stand as in the source.
+        m_table->sortByColumn(-1, Qt::AscendingOrder);
+        QCOMPARE(view.index(5, 0).data(), m_model.index(5, 0).data());
+    }
+
+    void CellsLookAsTheStylePaintsThem()
+    {
+        m_model.setRowCount(0);
+        for (const QString &text : {u"plain"_s, u"much too long for its column, and then some"_s,
+                                    u"two\nlines"_s, u"a tab\tinside"_s, u"\u05d0\u05d1 \u05d2"_s}) {
+            QList<QStandardItem *> row{new QStandardItem{text}, new QStandardItem{text},
+                                       new QStandardItem{text}};
+            for (QStandardItem *item : std::as_const(row))
+                item->setTextAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+            row[0]->setIcon(m_table->style()->standardIcon(QStyle::SP_FileIcon));
+            row[1]->setEnabled(false);
+            row[2]->setForeground(Qt::darkGreen);
+            m_model.appendRow(row);
+        }
+        m_table->selectionModel()->select(m_table->model()->index(1, 0),
+                                          QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        const QImage laidOut = m_table->grab().toImage();
+        const QImage again = m_table->grab().toImage();
+        QStyledItemDelegate byTheStyle;
+        m_table->setItemDelegate(&byTheStyle);
+        const QImage expected = m_table->grab().toImage();
+        QCOMPARE(laidOut, expected);
+        QCOMPARE(again, expected);
     }
 
     void TakesDroppedFiles()

@@ -127,6 +127,21 @@ private Q_SLOTS:
         QCOMPARE(another->state(), QAbstractSocket::ConnectedState);
     }
 
+    /// Whether a client has closed before its connection is seen, or while it is open, or no more fit in.
+    void EarlierMessagesComeFirst()
+    {
+        Listen({.SilenceMs = forEver, .QuietMs = forEver, .MaxConnections = 1, .MaxWaiting = 2});
+        const Client writing = Connect(Message("0"));
+        QTRY_COMPARE(BusyCount(), 1);
+        writing->disconnectFromHost();
+        QStringList expected{u"0"_s};
+        for (int number = 1; number <= 9; ++number) {
+            expected.append(QString::number(number));
+            Submit(Message(QByteArray::number(number)));
+        }
+        QTRY_COMPARE(m_handler.Handled, expected);
+    }
+
     void WaitsForTheMessageBeforeIt()
     {
         const Client first = Connect();

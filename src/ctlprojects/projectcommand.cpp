@@ -1,6 +1,6 @@
-#include "ctl/output.h"
-#include "ctl/projectcommands.h"
-#include "ctl/projectfile.h"
+#include "ctlprojects/output.h"
+#include "ctlprojects/projectcommands.h"
+#include "ctlprojects/projectfile.h"
 
 #include <QCommandLineParser>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
-#include "ctl/projectfile.h"
+#include "ctlprojects/projectfile.h"
 
-#include "ctl/output.h"
+#include "ctlprojects/output.h"
 #include "db/databasemanager.h"
 #include "service/projectdatabase.h"
 

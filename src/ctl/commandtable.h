@@ -1,0 +1,41 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+/// What a command is called and takes, and where it is carried out.
+struct Taskmill_CtlCommand
+{
+    std::string_view Name; ///< one or two words
+    std::string_view Arguments;
+    std::size_t MinArguments;
+    std::size_t MaxArguments;
+    std::string_view Purpose;
+    bool IsOnProjects; ///< the other program, taskmillctl-projects, carries it out
+};
+
+constexpr std::size_t Taskmill_AnyNumber = 1'000'000;
+constexpr std::array Taskmill_CtlCommands{
+    Taskmill_CtlCommand{"submit", "FILE...", 1, Taskmill_AnyNumber,
+                        "Submit a job for each input file to a running manager.", false},
+    Taskmill_CtlCommand{"test", "", 0, 0, "Tell whether a manager answers.", false},
+    Taskmill_CtlCommand{"show", "", 0, 0, "Show the manager's window.", false},
+    Taskmill_CtlCommand{"hide", "", 0, 0, "Hide the manager's window.", false},
+    Taskmill_CtlCommand{"project create", "FILE", 1, 1, "Make a new project file with the default job types.",
+                        true},
+    Taskmill_CtlCommand{"types list", "FILE", 1, 1, "List the job types of a project file.", true},
+    Taskmill_CtlCommand{"types add", "FILE", 1, 1, "Add a job type to a project file.", true},
+    Taskmill_CtlCommand{"types remove", "FILE NAME", 2, 2, "Remove the job types of that name, in any case.",
+                        true},
+    Taskmill_CtlCommand{"jobs", "FILE", 1, 1,
+                        "List the jobs of a project file: of all lists, or of those named.", true},
+};
+
+constexpr std::string_view Taskmill_CtlExitStatusText = R"(Exit status (when several apply, the largest):
+  0  success; with --wait, every job has completed
+  1  a job has not completed
+  2  wrong usage, or a file that does not exist
+  3  no manager answers, or it went away
+  4  a request was refused
+  5  a project file cannot be read or written)";

@@ -1,0 +1,83 @@
+#include "ctl/notifications.h"
+
+#include "wire/peeruser.h"
+#include "wire/utf8.h"
+
+#include <utility>
+
+namespace {
+constexpr std::size_t longestMessage = 1024 * 1024;
+constexpr std::size_t mostConnections = 500;
+} // namespace
+
+Taskmill_CtlNotification Taskmill_CtlNotification::Parse(std::string_view bytes)
+{
+    Taskmill_CtlNotification notification;
+    const std::string text = Taskmill_Utf8FromAny(bytes);
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        const std::string line = text.substr(begin, end - begin);
+        const std::size_t equals = line.find('=');
+        if (equals != std::string::npos && equals > 0) {
+            notification.Text += line + '\n';
+            notification.Values[line.substr(0, equals)] = line.substr(equals + 1);
+        }
+        begin = end + 1;
+    }
+    return notification;
+}
+
+std::string Taskmill_CtlNotification::Value(const std::string &key) const
+{
+    const auto value = Values.find(key);
+    return value == Values.end() ? std::string{} : value->second;
+}
+
+bool Taskmill_CtlNotifications::Listen()
+{
+    m_server = Taskmill_Socket::Listen();
+    return m_server.IsOpen();
+}
+
+std::vector<Taskmill_Socket::Handle> Taskmill_CtlNotifications::Handles() const
+{
+    std::vector<Taskmill_Socket::Handle> handles;
+    if (m_server.IsOpen())
+        handles.push_back(m_server.Get());
+    for (const Connection &connection : m_connections)
+        handles.push_back(connection.socket.Get());
+    return handles;
+}
+
+void Taskmill_CtlNotifications::TakeConnections()
+{
+    if (!m_server.IsOpen())
+        return;
+    for (;;) {
+        Taskmill_Socket socket = m_server.Accept();
+        if (!socket.IsOpen())
+            return;
+        // The port is open to everybody on this computer.
+        if (Taskmill_IsOtherUser(socket.Get()))
+            continue;
+        if (m_connections.size() == mostConnections)
+            m_connections.erase(m_connections.begin());
+        m_connections.push_back({.socket = std::move(socket), .bytes = {}});
+    }
+}
+
+std::vector<Taskmill_CtlNotification> Taskmill_CtlNotifications::Take()
+{
+    TakeConnections();
+    std::vector<Taskmill_CtlNotification> whole;
+    std::erase_if(m_connections, [&whole](Connection &connection) {
+        const auto state = connection.socket.Receive(connection.bytes, longestMessage);
+        if (state == Taskmill_Socket::State::Open)
+            return connection.bytes.size() == longestMessage;
+        auto notification = Taskmill_CtlNotification::Parse(connection.bytes);
+        if (notification.Value("action") == "jobfinished")
+            whole.push_back(std::move(notification));
+        return true;
+    });
+    return whole;
+}
