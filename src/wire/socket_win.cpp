@@ -78,7 +78,7 @@ Taskmill_Socket Taskmill_Socket::Connect(std::uint16_t port, int waitMs)
     FD_ZERO(&failed);
     FD_SET(socket, &writable);
     FD_SET(socket, &failed);
-    const timeval wait{waitMs / 1000, (waitMs % 1000) * 1000};
+    timeval wait{waitMs / 1000, (waitMs % 1000) * 1000};
     const bool connected = select(0, nullptr, &writable, &failed, &wait) > 0 && FD_ISSET(socket, &writable);
     return connected ? std::move(client) : Taskmill_Socket{};
 }
