@@ -37,6 +37,6 @@ std::string Taskmill_JsonObject(const std::map<std::string, std::string> &values
 {
     std::string json;
     for (const auto &[name, value] : values)
-        json += (json.empty() ? "{" : ",") + Taskmill_JsonText(name) + ':' + value;
+        json.append(json.empty() ? "{" : ",").append(Taskmill_JsonText(name)).append(":").append(value);
     return json.empty() ? "{}" : json + '}';
 }
