@@ -6,7 +6,7 @@
 #include <utility>
 
 namespace {
-constexpr std::size_t longestMessage = 1024 * 1024;
+constexpr std::size_t longestMessage = 1'048'576;
 constexpr std::size_t mostConnections = 500;
 } // namespace
 

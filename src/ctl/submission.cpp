@@ -16,7 +16,7 @@ constexpr int connectMs = 30000;
 constexpr int sendMs = 30000;
 constexpr int forEver = -1;
 constexpr std::chrono::milliseconds probeInterval{2000}; ///< between looks after a manager that is waited for
-constexpr std::size_t longestAnswer = 1024 * 1024;
+constexpr std::size_t longestAnswer = 1'048'576;
 
 std::string ClientAppName(std::size_t index)
 {

@@ -210,6 +210,7 @@ private:
 std::vector<Taskmill_CtlOption> Taskmill_SubmitOptions::Options()
 {
     std::vector<Taskmill_CtlOption> options;
+    options.reserve(textOptions.size() + fileOptions.size() + 5);
     for (const TextOption &option : textOptions)
         options.push_back({std::string{option.name}, "NAME", std::string{option.description}});
     options.push_back({"queue", "QUEUE", "Queue of the job: long, short, queueless or auto."});
