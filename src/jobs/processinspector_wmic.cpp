@@ -13,12 +13,17 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 constexpr qint64 msBetweenLooksAtTheThread = 100;
 
+bool IsGivenUp(bool mayBeGivenUp)
+{
+    return mayBeGivenUp && QThread::currentThread()->isInterruptionRequested();
+}
+
 /// Whether the tool ran and has ended.
 bool WaitForEnd(QProcess &tool, std::chrono::milliseconds timeLimit, bool mayBeGivenUp)
 {
     const QDeadlineTimer deadline{timeLimit};
     while (tool.state() != QProcess::NotRunning && !deadline.hasExpired()) {
-        if (mayBeGivenUp && QThread::currentThread()->isInterruptionRequested())
+        if (IsGivenUp(mayBeGivenUp))
             return false;
         tool.waitForFinished(static_cast<int>(std::min(deadline.remainingTime(), msBetweenLooksAtTheThread)));
     }
@@ -70,7 +75,8 @@ QString Taskmill_WmicProcessInspector::RunTool(const QStringList &arguments, boo
     tool.setStandardInputFile(QProcess::nullDevice());
     tool.start(u"wmic"_s, arguments);
     if (!WaitForEnd(tool, m_timeLimit, mayBeGivenUp)) {
-        qWarning("wmic: %ls", qUtf16Printable(tool.errorString()));
+        if (!IsGivenUp(mayBeGivenUp))
+            qWarning("wmic: %ls", qUtf16Printable(tool.errorString()));
         tool.kill();
         tool.waitForFinished(1000);
     }

@@ -13,11 +13,17 @@ namespace {
 using List = Taskmill_OpenFilesList;
 using Choice = std::optional<Taskmill_SubmitChoice>;
 
+/// As the list shows a path and hands it on.
+QString Native(const QString &path)
+{
+    return QDir::toNativeSeparators(path);
+}
+
 /// The dialog of a manager with the job types "One" (*.one, long) and "Two" (*.two, short).
 struct SubmitDialog : PagePlace
 {
-    const QStringList files{manager.InputFile(u"a.in"_s), manager.InputFile(u"b.in"_s),
-                            manager.InputFile(u"c.in"_s)};
+    const QStringList files{Native(manager.InputFile(u"a.in"_s)), Native(manager.InputFile(u"b.in"_s)),
+                            Native(manager.InputFile(u"c.in"_s))};
     Taskmill_OpenFilesDialog dialog{manager.store, nullptr};
 
     SubmitDialog()
@@ -156,7 +162,7 @@ void TestSubmitDialog::TakesDroppedFilesAndFolders()
     for (const QString &name :
          {u"folder/Y.in"_s, u"folder/x.in"_s, u"folder/.hidden"_s, u"folder/deeper/z.in"_s})
         ui.manager.InputFile(name);
-    const QStringList paths{ui.files[1], ui.manager.Path(u"folder"_s), ui.files[0]};
+    const QStringList paths{ui.files[1], Native(ui.manager.Path(u"folder"_s)), ui.files[0]};
     ui.Open({.Files = {ui.files[0]}}, [&] {
         DropFiles(*ui.FileList(), paths);
         QCOMPARE(ui.Names(), u"a.in b.in x.in Y.in"_s);
