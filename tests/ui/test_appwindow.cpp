@@ -175,11 +175,13 @@ void TestAppWindow::DroppedFilesGoToTheQueueOfTheTable()
     WhenDialogIsOpen([](QDialog &dialog) { Press(dialog, u"Submit"_s); });
     DropFiles(**table, {file});
     QTRY_COMPARE(Database()->GetShortJobs().size(), 1);
-    QCOMPARE(Database()->GetShortJobs().first().InputFilePath, file);
+    QCOMPARE(Database()->GetShortJobs().first().InputFilePath, QDir::toNativeSeparators(file));
 }
 
 void TestAppWindow::DialogsComeOneAfterAnother()
 {
+    if (RunsUnderWine())
+        QSKIP("Under Wine the dialogs do not come to an end");
     WindowPlace place;
     Client first{place.SubmitLines(u"a.one"_s, confirmed)};
     std::unique_ptr<Client> impatient;
