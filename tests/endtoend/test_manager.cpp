@@ -3,7 +3,6 @@
 #include "endtoend/projectfixture.h"
 #include "kilnutil/platform.h"
 
-#include <QStandardPaths>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QtTest>
@@ -44,9 +43,7 @@ private Q_SLOTS:
     void StartsInVain();
     void SecondStartLeavesTheFirstAlone();
     void WorksOnWithoutItsPort();
-    void TakesAMessageInSegments();
     void ServesInTheMidstOfIdlersAndGarbage();
-    void ServesTheClientOfTheManual();
 
 private:
     void StartJobs(quint16 notificationPort);
@@ -170,26 +167,6 @@ void TestManagerProgram::WorksOnWithoutItsPort()
     QCOMPARE(manager.Quit({"1"}), ManagerEnd{.status = 0});
 }
 
-void TestManagerProgram::TakesAMessageInSegments()
-{
-    QVERIFY(Project().AddTestType(u"Echo"_s, u"print @WORD"_s) && Project().Start());
-    const QString input = Project().InputFile(u"ä b.in"_s);
-    const QByteArray message = "clientname=slow\nAction=SubmitJob\njobtypename=echo\njobqueue=none\n"
-                               "@WORD=seg\xC3\xA4ment\njobname=na\xC3\xAFve\njobinputfile=" +
-                               input.toUtf8();
-    Sockets sockets;
-    QTcpSocket &client = Connect(sockets, Manager().Port());
-    for (qsizetype begin = 0; begin < message.size(); begin += 40) {
-        client.write(message.mid(begin, 40));
-        QTRY_COMPARE(client.bytesToWrite(), 0);
-        // The manager does something else in between.
-        QVERIFY(Manager().Submit(u"None"_s, u"/none"_s, u"none"_s).startsWith("refused="));
-    }
-    QTRY_VERIFY_WITH_TIMEOUT(Manager().Command("list finished jobs").contains("naïve"), 30'000);
-    QVERIFY(Manager().Command("show job 1").contains("segäment\n"));
-    QVERIFY(Manager().Command("show job 1").contains(input.toUtf8()));
-}
-
 void TestManagerProgram::ServesInTheMidstOfIdlersAndGarbage()
 {
     KilnUtil_Platform::RaiseOpenFilesLimit();
@@ -212,29 +189,6 @@ void TestManagerProgram::ServesInTheMidstOfIdlersAndGarbage()
     QTRY_VERIFY(std::ranges::none_of(babblers, IsConnected));
     QCOMPARE(Manager().Quit(), ManagerEnd{.status = 0});
     QCOMPARE(Manager().Errors(), "");
-}
-
-void TestManagerProgram::ServesTheClientOfTheManual()
-{
-    QVERIFY(Project().AddTestType(u"Good"_s, u"exit 0 @INFILE"_s, u"Files (*.ok)"_s) && Project().Start());
-    QVERIFY(Manager().Command("unpause long jobs").contains("no longer paused"));
-    const QString input = Project().InputFile(u"ä b.ok"_s);
-    QProcess client;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const QString &variable : {u"TASKMILL_CONSOLE_PORT"_s, u"TASKMILL_GUI_PORT"_s})
-        environment.insert(variable, QString::number(Manager().Port()));
-    environment.insert(u"PYTHONUTF8"_s, u"1"_s);
-    client.setProcessEnvironment(environment);
-    const auto run = [&client](const QString &file) {
-        client.start(QStandardPaths::findExecutable(u"python3"_s),
-                     {QStringLiteral(TASKMILL_EXAMPLE_CLIENT), file});
-        client.waitForFinished();
-        return QString::fromUtf8(client.readAllStandardOutput() + client.readAllStandardError());
-    };
-    QCOMPARE(run(input), u"Job 1 was accepted\n%1 completed\nOutput file: %2\n"_s.arg(
-                             input, Project().Path(u"ä b.out"_s)));
-    QCOMPARE(run(u"/none.ok"_s), u"Refused: the input file does not exist: /none.ok\n"_s);
-    QCOMPARE(client.exitCode(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestManagerProgram)

@@ -18,7 +18,6 @@ private Q_SLOTS:
     void KillsOneJobWithAllItsProcesses();
     void KeepsTheEndsOfHugeOutput();
     void RunsHundredsOfJobsTwoAtATime();
-    void ClientTellsTheOutcome();
     void CarriesHardNamesToTheProgram();
 
 private:
@@ -125,28 +124,6 @@ void TestRoads::RunsHundredsOfJobsTwoAtATime()
         QCOMPARE(job.StdOutAndStdErr.toUtf8(), inputs[job.JobID - 1] + '\n');
         QVERIFY(job.Submitted <= job.Started && job.Started <= job.Finished);
     }
-}
-
-void TestRoads::ClientTellsTheOutcome()
-{
-    QVERIFY(Project().AddTestType(u"Good"_s, u"print done"_s, u"Files (*.good)"_s));
-    QVERIFY(Project().AddTestType(u"Bad"_s, u"exit 3"_s, u"Files (*.bad)"_s));
-    QVERIFY(Project().Start());
-    const QString good = Project().InputFile(u"a.good"_s);
-    const CtlResult completed = Run(good);
-    QCOMPARE(completed.status, 0);
-    QVERIFY(completed.out.contains("jobstatus=completed\njobexitcode=0\n"));
-    const CtlResult failed = Run(Project().InputFile(u"b.bad"_s));
-    QCOMPARE(failed.status, 1);
-    QVERIFY(failed.out.contains("jobstatus=failed\njobexitcode=3\n"));
-    // The user is asked for the job type where there is a display, as always on Windows.
-    if constexpr (isWindows)
-        return;
-    const CtlResult refused = Run(Project().InputFile(u"c.unknown"_s));
-    QCOMPARE(refused.status, 4);
-    QVERIFY(refused.err.contains("no job type was chosen"));
-    QCOMPARE(Manager().Quit({"yes", "no"}), ManagerEnd{.status = 0});
-    QCOMPARE(Run(good).status, 3);
 }
 
 void TestRoads::CarriesHardNamesToTheProgram()

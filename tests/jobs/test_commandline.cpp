@@ -58,17 +58,6 @@ private Q_SLOTS:
         QVERIFY(text.size() > 100'000 && text.size() < 2'000'000);
     }
 
-    void CubmanNeedsNoSecondFile()
-    {
-        const QString cubman = u"@EXEFILE\n@KIND\n@INFILE1\ny\n@INFILE2\ny\n@OUTFILE\ny\n"_s;
-        Taskmill_JobRecord job = MakeJob(u"/p/CubMan.exe"_s, cubman);
-        QCOMPARE(Expanded(job), u"/p/CubMan.exe\n@KIND\n/w/a.in\ny\n/w/a.out\ny\n"_s);
-        job.InputFilePath2 = u"/w/b.in"_s;
-        QCOMPARE(Expanded(job), u"/p/CubMan.exe\n@KIND\n/w/a.in\ny\n/w/b.in\ny\n/w/a.out\ny\n"_s);
-        QCOMPARE(Expanded(MakeJob(u"/p/other"_s, cubman)),
-                 u"/p/other\n@KIND\n/w/a.in\ny\n\ny\n/w/a.out\ny\n"_s);
-    }
-
     void LinesAfterTheFirstAreTheInput()
     {
         Taskmill_JobRecord job = MakeJob(u"/my p/run"_s, u"@EXEFILE -x \n"_s);

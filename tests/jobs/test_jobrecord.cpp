@@ -38,23 +38,6 @@ class TestJobRecord : public QObject
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
 
-    void StatusesAreWordsInAnyCase()
-    {
-        const QStringList words{u"Unknown"_s,   u"Pending"_s, u"Running"_s, u"Finished"_s,
-                                u"Completed"_s, u"Crashed"_s, u"Failed"_s,  u"Killed"_s};
-        for (int number = 0; number < words.size(); ++number) {
-            const auto status = static_cast<Taskmill_JobStatus>(number);
-            QCOMPARE(Taskmill_JobStatusText(status), words[number]);
-            QCOMPARE(Taskmill_JobStatusFromText(words[number].toUpper()), status);
-            Taskmill_JobRecord job;
-            job.SetStatus(status, true);
-            QCOMPARE(job.Submitted.isValid(), number == 1);
-            QCOMPARE(job.Started.isValid(), number == 2);
-            QCOMPARE(job.Finished.isValid(), number >= 3);
-        }
-        QCOMPARE(Taskmill_JobStatusFromText(u"Complete"_s), Taskmill_JobStatus::Unknown);
-    }
-
     void TimesShowWhatTheClockShowed()
     {
         const auto read = [](const QString &text) {
@@ -83,22 +66,6 @@ private Q_SLOTS:
         QCOMPARE(derived(u"All Files"_s, u"/w/x.gjf"_s), QString{});
         QCOMPARE(derived(u"VELTRA OUTPUT Files (*.zzz)"_s, u"/w/x.VDAT"_s), u"/w/x.vout"_s);
         QCOMPARE(derived(u"VELTRA OUTPUT Files (*.zzz)"_s, u"/w/x.dat"_s), u"/w/x.out"_s);
-    }
-
-    void InputFilesBelongToATypeByTheirSuffix()
-    {
-        const auto matches = [](const QString &filter, const QString &file) {
-            Taskmill_JobType jobType;
-            jobType.InputFileFilter = filter;
-            return jobType.MatchesFile(file);
-        };
-        const QString veltra = u"Veltra Input Files (*.dat *.vdat)"_s;
-        QVERIFY(matches(veltra, u"/w/X.VDAT"_s));
-        QVERIFY(!matches(veltra, u"/w/x.dat.gz"_s));
-        QVERIFY(!matches(u"*.gjf;*.com"_s, u"x.gjf"_s));
-        QVERIFY(!matches(u"Files (gjf .gjf)"_s, u"x.gjf"_s));
-        QVERIFY(matches(u"(*.)"_s, u"/w/x"_s));
-        QVERIFY(!matches(u"  "_s, u"/w/x"_s));
     }
 
     void MessageHasEveryLineInOrder()
@@ -131,20 +98,6 @@ private Q_SLOTS:
                  eighteenLines + "\njobchkfile=/W/A.chk\njobchkfile1=/W/B.chk");
     }
 
-    void KnowsWhoWantsIt()
-    {
-        const auto isWantedWith = [](auto member, const auto &value) {
-            Taskmill_JobRecord job = MakeClientJob();
-            job.*member = value;
-            return Taskmill_WantsNotification(job, u"TaskmillGUI"_s);
-        };
-        QVERIFY(isWantedWith(&Taskmill_JobRecord::ClientAppName, u"taskmillgui"_s));
-        QVERIFY(!isWantedWith(&Taskmill_JobRecord::ClientAppName, u"TaskmillGUI"_s));
-        QVERIFY(!isWantedWith(&Taskmill_JobRecord::ClientAppName, QString{}));
-        QVERIFY(!isWantedWith(&Taskmill_JobRecord::ClientName, QString{}));
-        QVERIFY(!isWantedWith(&Taskmill_JobRecord::ClientNotification, false));
-    }
-
     void UselessAddressesAreRefused()
     {
         QTcpServer client;
@@ -157,36 +110,6 @@ private Q_SLOTS:
         QVERIFY(!client.waitForNewConnection(0));
         client.close();
         QVERIFY(!Taskmill_SendMessage(u"localhost"_s, port, "x"));
-    }
-
-    void TellsWhetherItCanRun()
-    {
-        const QTemporaryDir directory;
-        Taskmill_JobRecord good;
-        good.Name = u"water"_s;
-        good.JobType.Name = u"Program"_s;
-        good.JobType.ApplicationName = u"program"_s;
-        good.JobType.ExecutablePath = TestProgramPath();
-        good.JobType.GenericCommandLine = u"@exefile @infile"_s;
-        good.InputFilePath = WriteTestFile(directory.filePath(u"x.in"_s), {});
-        QVERIFY(good.IsValid());
-        const auto isValidWith = [&good](auto member, const auto &value) {
-            Taskmill_JobRecord job = good;
-            job.*member = value;
-            return job.IsValid();
-        };
-        QVERIFY(!isValidWith(&Taskmill_JobRecord::InputFilePath, directory.filePath(u"gone"_s)));
-        QVERIFY(!isValidWith(&Taskmill_JobRecord::InputFilePath2, u"a\nb"_s));
-        const auto isValidWithType = [&](auto member, const auto &value) {
-            Taskmill_JobType jobType = good.JobType;
-            jobType.*member = value;
-            return isValidWith(&Taskmill_JobRecord::JobType, jobType);
-        };
-        QVERIFY(!isValidWithType(&Taskmill_JobType::Name, QString{}));
-        QVERIFY(!isValidWithType(&Taskmill_JobType::ExecutablePath, directory.path()));
-        QVERIFY(!isValidWithType(&Taskmill_JobType::GenericCommandLine, u"x @INFILE"_s));
-        good.InputFilePath.clear();
-        QVERIFY(isValidWithType(&Taskmill_JobType::GenericCommandLine, u"@EXEFILE"_s));
     }
 };
 

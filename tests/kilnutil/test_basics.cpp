@@ -6,7 +6,6 @@
 #include "kilnutil/textencoding.h"
 #include "support/testutil.h"
 
-#include <QDir>
 #include <QtTest>
 
 #include <limits>
@@ -14,16 +13,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-constexpr qint64 half = 100'000;
-
-QByteArray NumberedLines()
-{
-    QByteArray lines;
-    for (int i = 0; i < 300'000; ++i)
-        lines += QByteArray::number(i) + '\n';
-    return lines;
-}
-
 QByteArray Marker(qint64 dropped)
 {
     return "\n[... " + QByteArray::number(dropped) + " bytes of output were left out here ...]\n";
@@ -69,18 +58,6 @@ private Q_SLOTS:
         KilnUtil_IDManager manager{std::numeric_limits<int>::max() - 1, 1};
         QCOMPARE(manager.NewID(), std::numeric_limits<int>::max());
         QCOMPARE(manager.NewID(), 1);
-    }
-
-    void OutputLosesItsMiddle()
-    {
-        const QByteArray lines = NumberedLines();
-        for (const qsizetype size : {1000, 64 * 1024, 100'000'000}) {
-            KilnUtil_OutputBuffer buffer{2 * half};
-            for (qsizetype at = 0; at < lines.size(); at += size)
-                buffer.Append(lines.mid(at, size));
-            QVERIFY(buffer.Content() ==
-                    lines.first(half) + Marker(lines.size() - 2 * half) + lines.last(half));
-        }
     }
 
     void NoCharacterIsCutAtTheGap()

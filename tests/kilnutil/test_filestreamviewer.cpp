@@ -5,7 +5,6 @@
 #include "support/scriptedprompt.h"
 #include "support/testutil.h"
 
-#include <QClipboard>
 #include <QLineEdit>
 #include <QPointer>
 #include <QScrollBar>
@@ -118,21 +117,6 @@ private Q_SLOTS:
         m_viewer->RefreshSlot();
         QCOMPARE(m_viewer->View().VisibleText(), (QStringList{u"first"_s, u"second"_s}));
         QCOMPARE(m_viewer->StateText(), u"The process has ended."_s);
-    }
-
-    void CopiesWhatIsSelected()
-    {
-        // A row of the view is no line of the text.
-        const QByteArray longLine = QByteArray{"0123456789"}.repeated(100'000) + '\n';
-        View("Größe of it\r\nGr\xF6\xDF\x65 again\n" + longLine);
-        PressKey(Qt::Key_Home);
-        QTest::keyClick(&m_viewer->View(), Qt::Key_Down, Qt::ShiftModifier);
-        QTest::keyClick(&m_viewer->View(), Qt::Key_Right, Qt::ShiftModifier);
-        QCOMPARE(m_viewer->View().SelectedText(), u"Größe of it\nG"_s);
-        m_viewer->View().SelectAll();
-        QTest::keyClick(m_viewer, Qt::Key_C, Qt::ControlModifier);
-        QVERIFY(QGuiApplication::clipboard()->text() ==
-                u"Größe of it\nGröße again\n"_s + QString::fromLatin1(longLine));
     }
 
     void FindsForwardAndBackward()

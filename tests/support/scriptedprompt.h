@@ -25,7 +25,6 @@ public:
     QList<WarnAnswer> answers; ///< taken from the front; Cancel when none is left
     QStringList texts; ///< answers of lists, numbers and file dialogs, taken from the front; cancelled when
                        ///< none is left
-    QList<KilnUtil_OpenFilesOptions> openFilesAsked; ///< and cancelled
     /// Called while a question of AskQuestion() stands.
     std::function<void()> whenAsked;
     QList<Asked> asked; ///< every warning, error, question and dialog for one file, in order
@@ -67,9 +66,5 @@ public:
     {
         return AskOpenFileName(title, directory, filter);
     }
-    KilnUtil_OpenFilesAnswer AskOpenFileNames(const KilnUtil_OpenFilesOptions &options) override
-    {
-        openFilesAsked.append(options);
-        return {};
-    }
+    KilnUtil_OpenFilesAnswer AskOpenFileNames(const KilnUtil_OpenFilesOptions &) override { return {}; }
 };

@@ -5,7 +5,6 @@
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
 #include "kilnutil/registry.h"
-#include "kilnutil/tablewidget.h"
 #include "support/scriptedprompt.h"
 #include "support/testutil.h"
 #include "ui/uidriver.h"
@@ -131,8 +130,6 @@ class TestAppWindow : public QObject
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
     void ClosingWithoutATrayMinimises();
-    void UserDecidesAboutRequests();
-    void DroppedFilesGoToTheQueueOfTheTable();
     void DialogsComeOneAfterAnother();
     void RequestWaitsForTheUsersDialog();
     void QuitsWhileADialogIsOpen();
@@ -149,33 +146,6 @@ void TestAppWindow::ClosingWithoutATrayMinimises()
     QVERIFY(Client{"action=hide"}.Answer().startsWith("accepted="));
     QVERIFY(!place.Window().isVisible() && Database());
     QVERIFY(Client{"action=dance"}.Answer().startsWith("refused="));
-}
-
-void TestAppWindow::UserDecidesAboutRequests()
-{
-    WindowPlace place;
-    const QByteArray undecided = "jobtypename=Auto";
-    WhenDialogIsOpen([](QDialog &dialog) { Press(dialog, u"Cancel"_s); });
-    QVERIFY(Client{place.SubmitLines(u"a.one"_s, undecided)}.Answer().startsWith("refused="));
-    place.prompt.texts = {u"None"_s, u"One"_s};
-    QVERIFY(Client{place.SubmitLines(u"a.x"_s, undecided)}.Answer().startsWith("refused="));
-    QCOMPARE(LongJobs(), QString{});
-    WhenDialogIsOpen([](QDialog &dialog) { Press(dialog, u"Submit"_s); });
-    QVERIFY(Client{place.SubmitLines(u"a.x"_s, undecided)}.Answer().startsWith("accepted="));
-    QCOMPARE(LongJobs(), u"a.x"_s);
-}
-
-void TestAppWindow::DroppedFilesGoToTheQueueOfTheTable()
-{
-    WindowPlace place;
-    const auto tables = place.Window().findChildren<KilnUtil_TableWidget *>();
-    const auto table = std::ranges::find(tables, u"Short Jobs Queue"_s, &QWidget::accessibleName);
-    QVERIFY(table != tables.end());
-    const QString file = WriteTestFile(place.Path(u"dropped file.one"_s), "x");
-    WhenDialogIsOpen([](QDialog &dialog) { Press(dialog, u"Submit"_s); });
-    DropFiles(**table, {file});
-    QTRY_COMPARE(Database()->GetShortJobs().size(), 1);
-    QCOMPARE(Database()->GetShortJobs().first().InputFilePath, QDir::toNativeSeparators(file));
 }
 
 void TestAppWindow::DialogsComeOneAfterAnother()

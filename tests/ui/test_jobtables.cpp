@@ -5,7 +5,7 @@
 #include "ui/queuetab.h"
 #include "ui/uidriver.h"
 
-#include <QPushButton>
+#include <QAbstractItemModelTester>
 #include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -77,8 +77,6 @@ private Q_SLOTS:
     void RefreshKeepsThePlaceOfTheReader();
     void ActionsMeanTheJobUnderTheCursor();
     void JobsThatLeaveWhileTheMenuIsOpen();
-    void PausesAndLimits();
-    void DoubleClickFollowsARunningJob();
     void FinishedJobsAreRemovedByTheirRows();
     void FinishedJobsReplacedDuringTheQuestion();
 };
@@ -86,6 +84,8 @@ private Q_SLOTS:
 void TestJobTables::RefreshKeepsThePlaceOfTheReader()
 {
     JobPages pages;
+    const QAbstractItemModelTester tester{pages.table.model(),
+                                          QAbstractItemModelTester::FailureReportingMode::QtTest};
     pages.queue.SetPaused(true);
     pages.Submit(200);
     pages.table.sortByColumn(0, Qt::DescendingOrder);
@@ -145,40 +145,6 @@ void TestJobTables::JobsThatLeaveWhileTheMenuIsOpen()
                    [&] { pages.manager.longJobs.Clear(); });
     QCOMPARE(TakeViewerCaptions(pages.window), QStringList{});
     QCOMPARE(pages.table.model()->rowCount(), 0);
-}
-
-void TestJobTables::PausesAndLimits()
-{
-    JobPages pages;
-    // Also without a job.
-    ChooseFromMenu(pages.table, QPoint{100, 100}, u"Pause Queue"_s);
-    pages.Submit(3);
-    QCOMPARE(ColumnTexts(pages.table, 2), (QStringList{u"Pending"_s, u"Pending"_s, u"Pending"_s}));
-    pages.manager.prompt.texts = {u"2"_s};
-    pages.Choose(0, u"Maximum Number of Running Jobs Allowed (Currently 1)..."_s);
-    pages.Choose(0, u"Maximum Number of Running Jobs Allowed (Currently 2)..."_s); // cancelled
-    auto *unpause = pages.queueTab.Frame()->findChild<QPushButton *>();
-    QVERIFY(unpause->isVisible());
-    QTest::mouseClick(unpause, Qt::LeftButton);
-    QVERIFY(!unpause->isVisible());
-    QCOMPARE(ColumnTexts(pages.table, 2), (QStringList{u"Running"_s, u"Pending"_s, u"Pending"_s}));
-    QCOMPARE(pages.queue.MaxRunningJobs(), 2);
-}
-
-void TestJobTables::DoubleClickFollowsARunningJob()
-{
-    JobPages pages;
-    pages.gated.OutputFileFilter = u"Output (*.out)"_s;
-    pages.Submit(2);
-    const QString output = WriteTestFile(pages.queue.JobAt(0)->Record().OutputFile, "cycle 1\n");
-    WriteTestFile(pages.queue.JobAt(1)->Record().OutputFile, "of an earlier run\n");
-    const auto doubleClick = [&](int row) {
-        QTest::mouseClick(pages.table.viewport(), Qt::LeftButton, {}, CellCentre(pages.table, row));
-        QTest::mouseDClick(pages.table.viewport(), Qt::LeftButton, {}, CellCentre(pages.table, row));
-        return TakeViewerCaptions(pages.window);
-    };
-    QCOMPARE(doubleClick(0), QStringList{u"Streaming "_s + output});
-    QCOMPARE(doubleClick(1), QStringList{u"Input file of job 2:  "_s + pages.inputFiles[1]});
 }
 
 void TestJobTables::FinishedJobsAreRemovedByTheirRows()

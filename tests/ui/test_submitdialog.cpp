@@ -4,7 +4,6 @@
 #include "ui/uidriver.h"
 
 #include <QAbstractButton>
-#include <QComboBox>
 #include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -50,24 +49,20 @@ struct SubmitDialog : PagePlace
     {
         return Open(preset, [&] {
             before();
-            Click(u"Submit"_s);
+            Button(u"Submit"_s)->click();
         });
     }
 
-    /// The control with that text or accessible name.
-    template <typename Control>
-    [[nodiscard]] Control *Find(const QString &name) const
+    /// The button with that text or accessible name.
+    [[nodiscard]] QAbstractButton *Button(const QString &name) const
     {
-        for (Control *control : dialog.findChildren<Control *>()) {
-            if (control->accessibleName() == name || control->property("text").toString().trimmed() == name)
-                return control;
+        for (QAbstractButton *button : dialog.findChildren<QAbstractButton *>()) {
+            if (button->accessibleName() == name || button->text().trimmed() == name)
+                return button;
         }
-        qFatal("no control %ls", qUtf16Printable(name));
+        qFatal("no button %ls", qUtf16Printable(name));
     }
-    [[nodiscard]] QAbstractButton *Button(const QString &name) const { return Find<QAbstractButton>(name); }
-    [[nodiscard]] QComboBox *Box(const QString &name) const { return Find<QComboBox>(name); }
     [[nodiscard]] List *FileList() const { return dialog.findChild<List *>(); }
-    void Click(const QString &button) const { Button(button)->click(); }
 
     /// "a.in b.in-": the names in order, with a minus when not checked.
     [[nodiscard]] QString Names() const
@@ -90,10 +85,7 @@ class TestSubmitDialog : public QObject
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
     void OpensWithWhatItIsGiven();
-    void IgnoresStoredOptionsThatMakeNoSense();
     void TakesAFileOnce();
-    void TakesDroppedFilesAndFolders();
-    void KeysOfTheList();
 };
 
 void TestSubmitDialog::OpensWithWhatItIsGiven()
@@ -120,25 +112,6 @@ void TestSubmitDialog::OpensWithWhatItIsGiven()
     }));
 }
 
-void TestSubmitDialog::IgnoresStoredOptionsThatMakeNoSense()
-{
-    SubmitDialog ui;
-    KilnUtil_Registry::PutAppUserData(u"Open Files"_s, u"Retain Settings"_s, u"1"_s);
-    for (const QString &value : {u"4"_s, u"-1"_s, u"1x"_s, u"99999999999"_s}) {
-        for (const QString &key : {u"Sorting"_s, u"File List Detail"_s, u"Open as"_s, u"Destination Queue"_s,
-                                   u"File Open Options"_s, u"Last Add File Type"_s})
-            KilnUtil_Registry::PutAppUserData(u"Open Files"_s, key, value);
-        ui.Open({}, [&] {
-            QVERIFY(!ui.Button(u"Sorting"_s)->isChecked());
-            QCOMPARE(ui.Box(u"File List Detail"_s)->currentIndex(), 2);
-            QCOMPARE(ui.Box(u"Submit as"_s)->currentText(), u"Auto"_s);
-            QCOMPARE(ui.Box(u"Target"_s)->currentText(), u"Auto"_s);
-            ui.Click(u"Add Files..."_s);
-        });
-        QCOMPARE(ui.manager.prompt.openFilesAsked.last().NameFilter, 0);
-    }
-}
-
 void TestSubmitDialog::TakesAFileOnce()
 {
     SubmitDialog ui;
@@ -153,37 +126,6 @@ void TestSubmitDialog::TakesAFileOnce()
     ui.Open({.Files = {ui.files[0], same}, .CheckAll = true}, [&] {
         QCOMPARE(ui.FileList()->CheckedPaths(), (QStringList{ui.files[0], ui.files[0]}));
     });
-}
-
-void TestSubmitDialog::TakesDroppedFilesAndFolders()
-{
-    SubmitDialog ui;
-    QVERIFY(QDir{ui.manager.directory.path()}.mkpath(u"folder/deeper"_s));
-    for (const QString &name :
-         {u"folder/Y.in"_s, u"folder/x.in"_s, u"folder/.hidden"_s, u"folder/deeper/z.in"_s})
-        ui.manager.InputFile(name);
-    const QStringList paths{ui.files[1], Native(ui.manager.Path(u"folder"_s)), ui.files[0]};
-    ui.Open({.Files = {ui.files[0]}}, [&] {
-        DropFiles(*ui.FileList(), paths);
-        QCOMPARE(ui.Names(), u"a.in b.in x.in Y.in"_s);
-    });
-    // As dropped on the window; a request means the folder itself.
-    ui.Open({.Files = paths, .CheckAll = true}, [&] { QCOMPARE(ui.Names(), u"b.in x.in Y.in a.in"_s); });
-    QCOMPARE(ui.Submit({.Files = {paths[1]}})->Files, QStringList{paths[1]});
-}
-
-void TestSubmitDialog::KeysOfTheList()
-{
-    SubmitDialog ui;
-    const Choice choice = ui.Open({.Files = ui.files, .CheckAll = true}, [&] {
-        QTest::keyClick(ui.FileList(), Qt::Key_Space);
-        QTest::keyClick(ui.FileList(), Qt::Key_Down);
-        QTest::keyClick(ui.FileList(), Qt::Key_Delete);
-        QCOMPARE(ui.Names(), u"a.in- c.in"_s);
-        QCOMPARE(ui.FileList()->currentItem()->text(List::FileNameColumn), u"c.in"_s);
-        QTest::keyClick(ui.FileList(), Qt::Key_Return);
-    });
-    QVERIFY(choice && choice->Files == QStringList{ui.files[2]});
 }
 
 QTEST_MAIN(TestSubmitDialog)

@@ -6,13 +6,10 @@
 
 #include <QApplication>
 #include <QContextMenuEvent>
-#include <QDropEvent>
 #include <QFrame>
 #include <QMenu>
-#include <QMimeData>
 #include <QTest>
 #include <QTimer>
-#include <QUrl>
 
 #include <algorithm>
 
@@ -90,20 +87,6 @@ QStringList ChooseFromMenu(QTableView &table, int column, const QString &text, c
     const QModelIndex cell = table.model()->index(row, column);
     table.scrollTo(cell);
     return ChooseFromMenu(table, table.visualRect(cell).center(), entry, whileOpen);
-}
-
-void DropFiles(const QAbstractScrollArea &view, const QStringList &paths)
-{
-    QList<QUrl> urls;
-    for (const QString &path : paths)
-        urls.append(QUrl::fromLocalFile(path));
-    QMimeData data;
-    data.setUrls(urls);
-    QDragEnterEvent enter{QPoint{20, 20}, Qt::CopyAction, &data, Qt::LeftButton, {}};
-    QApplication::sendEvent(view.viewport(), &enter);
-    QDropEvent drop{QPointF{20, 20}, Qt::CopyAction, &data, Qt::LeftButton, {}};
-    QApplication::sendEvent(view.viewport(), &drop);
-    QCoreApplication::processEvents();
 }
 
 QStringList TakeViewerCaptions(const QWidget &window)

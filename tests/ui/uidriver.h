@@ -33,8 +33,5 @@ QStringList ChooseFromMenu(const QTableView &table, const QPoint &place, const Q
 QStringList ChooseFromMenu(QTableView &table, int column, const QString &text, const QString &entry,
                            const std::function<void()> &whileOpen = {});
 
-/// Drops files on a view, as a file manager does.
-void DropFiles(const QAbstractScrollArea &view, const QStringList &paths);
-
 /// The captions of the viewers that are open in the window, which are then closed.
 [[nodiscard]] QStringList TakeViewerCaptions(const QWidget &window);
