@@ -63,6 +63,14 @@ private Q_SLOTS:
         }
         (void)QFile::remove(Path(u"ran"_s));
 
+        // The directories that it needs may be gone.
+        for (const auto file :
+             {&Taskmill_JobRecord::InputFilePath, &Taskmill_JobRecord::StandardOutputFile}) {
+            Taskmill_JobRecord late = Record({u"exit"_s, u"0"_s});
+            late.*file = Path(u"gone/x"_s);
+            QCOMPARE(Run(late), Taskmill_JobStatus::Failed);
+        }
+
         // The type of a job that waited in a file may be gone.
         record.JobType.Name.clear();
         QCOMPARE(Run(record), Taskmill_JobStatus::Failed);

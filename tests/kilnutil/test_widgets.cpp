@@ -7,6 +7,7 @@
 #include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QDragEnterEvent>
+#include <QHeaderView>
 #include <QMimeData>
 #include <QStandardItemModel>
 #include <QStyledItemDelegate>
@@ -32,7 +33,7 @@ private Q_SLOTS:
     }
     void cleanup() { m_table.reset(); }
 
-    void RemembersColumns()
+    void SavedColumnsMayBeNonsense()
     {
         KeepSettingsIn(m_place.path());
         KilnUtil_Registry::SetAppData({}, u"1"_s, {}, {}, {}, {});
