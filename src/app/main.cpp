@@ -1,6 +1,9 @@
+#include "app/platform.h"
 #include "app/startup.h"
 
 int main(int argc, char **argv)
 {
-    return Taskmill_Run(argc, argv);
+    const int status = Taskmill_Run(argc, argv);
+    Taskmill_Platform::EndAtOnce(status);
+    return status;
 }

@@ -34,4 +34,8 @@ void ReleaseConsole();
 /// stay ignored.
 void CallOnTermination(const std::function<void()> &quit);
 void StopCallingOnTermination();
+
+/// The last thing that the program does: ends it at once where the clean-up of its libraries may wait for
+/// ever for a thread that the system has ended; returns elsewhere.
+void EndAtOnce(int status);
 } // namespace Taskmill_Platform

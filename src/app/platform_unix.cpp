@@ -115,6 +115,8 @@ void Taskmill_Platform::ReconnectStreams()
 
 void Taskmill_Platform::ReleaseConsole() {}
 
+void Taskmill_Platform::EndAtOnce(int) {}
+
 void Taskmill_Platform::CallOnTermination(const std::function<void()> &quit)
 {
     if (pipe2(signalPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0 ||

@@ -144,6 +144,12 @@ void Taskmill_Platform::ReleaseConsole()
         FreeConsole();
 }
 
+void Taskmill_Platform::EndAtOnce(int status)
+{
+    std::fflush(nullptr);
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(status));
+}
+
 void Taskmill_Platform::CallOnTermination(const std::function<void()> &quit)
 {
     quitCall = quit;
