@@ -240,7 +240,7 @@ QList<int> Taskmill_JobSubmitter::SubmitFiles(const QStringList &files, Taskmill
         // Told once, not for each of its files.
         if (invalidTypes.contains(jobType.JobTypeID))
             return;
-        if (!jobType.IsValid())
+        if (!jobType.IsValid() || !m_tabs.OwnerOf(fileDestination))
             invalidTypes.insert(jobType.JobTypeID);
         if (const auto jobID = AddJob(file, jobType, fileDestination))
             jobIDs.append(*jobID);
@@ -313,12 +313,10 @@ std::optional<int> Taskmill_JobSubmitter::AddJob(const QString &path, const Task
                                                  Taskmill_Destination destination)
 {
     Taskmill_QueueOwner *owner = m_tabs.OwnerOf(destination);
-    if (!owner)
-        return std::nullopt;
-    if (!jobType.IsValid()) {
+    if (!owner || !jobType.IsValid()) {
+        const QString text = owner ? u"Job Type %1 is invalid."_s : u"Job Type %1 has no queue."_s;
         if (Taskmill_IsGuiMode())
-            KilnUtil_Error::ReportError(u"Invalid Job Type"_s,
-                                        u"Job Type %1 is invalid."_s.arg(jobType.Name));
+            KilnUtil_Error::ReportError(u"Invalid Job Type"_s, text.arg(jobType.Name));
         return std::nullopt;
     }
     Taskmill_JobRecord job = JobOfThisUser(jobType, QDir::toNativeSeparators(AbsolutePath(path)));
