@@ -2,8 +2,6 @@
 
 #include "service/consoleterminal.h"
 
-#include <QRegularExpression>
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -75,9 +73,8 @@ KilnUtil_OpenFilesAnswer Taskmill_ConsolePrompt::AskOpenFileNames(const KilnUtil
 
 void Taskmill_PrintConsoleLine(const QString &message)
 {
-    static const QRegularExpression lineFeeds{u"\\n+"_s};
-    QString line = message.trimmed();
-    line.replace(lineFeeds, u" "_s);
+    // Any thread may print, so no regular expression: see Taskmill_ProcessesOfJobTypes().
+    const QString line = message.trimmed().split(u'\n', Qt::SkipEmptyParts).join(u' ');
     const QString text = u"\n<Taskmill> "_s + line + u'\n';
     if (linePrinter)
         linePrinter(text);

@@ -6,20 +6,22 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QRegularExpression>
 
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// A path as it is compared: a maker's folder is the same with and without the full stop at its end.
+/// A path as it is compared: a maker's folder is the same with and without the full stop at its end. No
+/// regular expressions in here: this runs on a thread of its own, and what the toolkit keeps for them in a
+/// thread is used after it was freed when that thread ends in a program built with MinGW.
 QString Normalised(const QString &path)
 {
-    static const QRegularExpression makersFolder{u"(Kilnworks|Gaussian), Inc\\.?"_s,
-                                                 QRegularExpression::CaseInsensitiveOption};
     // A listing may come from a tool that writes either separator on any system.
-    return QDir::cleanPath(path.trimmed().replace(u'\\', u'/')).replace(makersFolder, u"\\1, Inc."_s);
+    QString normalised = QDir::cleanPath(path.trimmed().replace(u'\\', u'/'));
+    for (const QString &maker : {u"Kilnworks, Inc"_s, u"Gaussian, Inc"_s})
+        normalised.replace(maker + u'.', maker, Qt::CaseInsensitive);
+    return normalised;
 }
 
 /// An executable in the two forms in which it is compared; the second is looked up once, and only when it is

@@ -150,8 +150,6 @@ void TestAppWindow::ClosingWithoutATrayMinimises()
 
 void TestAppWindow::DialogsComeOneAfterAnother()
 {
-    if (RunsUnderWine())
-        QSKIP("Under Wine the dialogs do not come to an end");
     WindowPlace place;
     Client first{place.SubmitLines(u"a.one"_s, confirmed)};
     std::unique_ptr<Client> impatient;
