@@ -70,7 +70,7 @@ void KilnUtil_CellDelegate::paint(QPainter *painter, const QStyleOptionViewItem 
     painter->drawStaticText(left, top, LayoutOf(cell, {.text = text, .width = width}));
 }
 
-const QStaticText &KilnUtil_CellDelegate::LayoutOf(const QStyleOptionViewItem &cell, const Place &place) const
+QStaticText KilnUtil_CellDelegate::LayoutOf(const QStyleOptionViewItem &cell, const Place &place) const
 {
     if (m_font != cell.font) {
         m_layouts.clear();
@@ -78,10 +78,11 @@ const QStaticText &KilnUtil_CellDelegate::LayoutOf(const QStyleOptionViewItem &c
     }
     if (const QStaticText *known = m_layouts.object(place))
         return *known;
-    auto *layout = new QStaticText{cell.fontMetrics.elidedText(place.text, cell.textElideMode, place.width)};
-    layout->setTextFormat(Qt::PlainText);
-    layout->setPerformanceHint(QStaticText::AggressiveCaching);
-    layout->prepare({}, cell.font);
-    m_layouts.insert(place, layout);
-    return *layout;
+    QStaticText layout{cell.fontMetrics.elidedText(place.text, cell.textElideMode, place.width)};
+    layout.setTextFormat(Qt::PlainText);
+    layout.setPerformanceHint(QStaticText::AggressiveCaching);
+    layout.prepare({}, cell.font);
+    // It shares what it keeps with the copy.
+    m_layouts.insert(place, new QStaticText{layout});
+    return layout;
 }

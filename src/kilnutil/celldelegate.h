@@ -31,7 +31,7 @@ private:
         }
     };
 
-    [[nodiscard]] const QStaticText &LayoutOf(const QStyleOptionViewItem &cell, const Place &place) const;
+    [[nodiscard]] QStaticText LayoutOf(const QStyleOptionViewItem &cell, const Place &place) const;
 
     static constexpr int mostLayouts = 3000; ///< more than a large screen shows
     mutable QCache<Place, QStaticText> m_layouts{mostLayouts};

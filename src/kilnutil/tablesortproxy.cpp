@@ -178,9 +178,11 @@ void Proxy::RemoveViewRows(const QList<int> &rows)
         });
         return;
     }
-    for (auto range = ranges.crbegin(); range != ranges.crend(); ++range) {
-        beginRemoveRows({}, range->first, range->second);
-        m_sourceRows.remove(range->first, range->second - range->first + 1);
+    // From the end: the rows before a range keep their places.
+    std::ranges::reverse(ranges);
+    for (const auto &[first, last] : std::as_const(ranges)) {
+        beginRemoveRows({}, first, last);
+        m_sourceRows.remove(first, last - first + 1);
         FindViewRows();
         endRemoveRows();
     }
@@ -323,5 +325,5 @@ QVariant Proxy::headerData(int section, Qt::Orientation orientation, int role) c
 {
     if (orientation == Qt::Horizontal && sourceModel())
         return sourceModel()->headerData(section, orientation, role);
-    return QAbstractItemModel::headerData(section, orientation, role);
+    return role == Qt::DisplayRole ? QVariant{section + 1} : QVariant{};
 }

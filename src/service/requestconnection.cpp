@@ -28,6 +28,7 @@ Taskmill_RequestConnection::Taskmill_RequestConnection(QTcpSocket *socket,
 
 Taskmill_RequestConnection::Taskmill_RequestConnection(QByteArray message, QObject *parent)
     : QObject{parent}
+    , m_socket{nullptr}
     , m_bytes{std::move(message)}
     , m_complete{true}
 {

@@ -61,7 +61,7 @@ private Q_SLOTS:
 private:
     void Drop();
 
-    QTcpSocket *const m_socket = nullptr;
+    QTcpSocket *const m_socket; ///< nullptr without one
     const Taskmill_RequestLimits m_limits;
     QTimer *m_timer = nullptr;
     QByteArray m_bytes;
