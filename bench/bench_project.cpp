@@ -4,7 +4,7 @@
 #include "report.h"
 
 #include "db/database.h"
-#include "service/listings.h"
+#include "manager/listings.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>

@@ -7,7 +7,7 @@
 #include "db/databasejobstore.h"
 #include "db/databasemanager.h"
 #include "jobs/jobtypelist.h"
-#include "service/projectdatabase.h"
+#include "manager/projectdatabase.h"
 
 #include <QCoreApplication>
 #include <QFile>

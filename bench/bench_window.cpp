@@ -5,10 +5,10 @@
 
 #include "db/databasejobstore.h"
 #include "db/databasemanager.h"
-#include "jobs/processinspector.h"
-#include "kilnutil/tablewidget.h"
+#include "processes/processinspector.h"
 #include "ui/finishedjobswidget.h"
 #include "ui/queuewidgets.h"
+#include "widgets/tablewidget.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -3,7 +3,7 @@
 #include "db/database.h"
 #include "jobs/commandline.h"
 #include "jobs/jobqueue.h"
-#include "service/requestmessage.h"
+#include "requests/requestmessage.h"
 
 #include <benchmark/benchmark.h>
 

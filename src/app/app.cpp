@@ -1,6 +1,6 @@
 #include "app/app.h"
 
-#include "ui/appwindow.h"
+#include "app/session.h"
 
 Taskmill_App::Taskmill_App(int &argc, char **argv)
     : QApplication{argc, argv}
@@ -10,6 +10,6 @@ Taskmill_App::Taskmill_App(int &argc, char **argv)
 
 void Taskmill_App::AboutToQuitSlot()
 {
-    if (m_window)
-        m_window->ShutDown();
+    if (m_session)
+        m_session->ShutDown();
 }

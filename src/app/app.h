@@ -2,7 +2,7 @@
 
 #include <QApplication>
 
-class Taskmill_AppWindow;
+class Taskmill_Session;
 
 class Taskmill_App final : public QApplication
 {
@@ -11,12 +11,12 @@ class Taskmill_App final : public QApplication
 public:
     Taskmill_App(int &argc, char **argv);
 
-    /// The window that is shut down with the event loop; nullptr for none. It stays the caller's.
-    void SetAppWindow(Taskmill_AppWindow *window) { m_window = window; }
+    /// What is shut down with the event loop; nullptr for none. It stays the caller's.
+    void SetSession(Taskmill_Session *session) { m_session = session; }
 
 public Q_SLOTS:
     void AboutToQuitSlot();
 
 private:
-    Taskmill_AppWindow *m_window = nullptr;
+    Taskmill_Session *m_session = nullptr;
 };

@@ -3,19 +3,20 @@
 #include "app/app.h"
 #include "app/debuglog.h"
 #include "app/platform.h"
+#include "app/session.h"
 #include "app/startoptions.h"
+#include "console/consoleprompt.h"
 #include "kilnutil/computerdata.h"
 #include "kilnutil/error.h"
 #include "kilnutil/filesys.h"
-#include "kilnutil/outputwindow.h"
 #include "kilnutil/platform.h"
-#include "kilnutil/process.h"
 #include "kilnutil/registry.h"
-#include "kilnutil/widgetprompt.h"
-#include "service/consoleprompt.h"
-#include "service/version.h"
+#include "manager/version.h"
+#include "processes/process.h"
 #include "ui/appwindow.h"
 #include "ui/programicon.h"
+#include "widgets/outputwindow.h"
+#include "widgets/widgetprompt.h"
 #include "wire/instanceprobe.h"
 
 #include <QDir>
@@ -142,21 +143,21 @@ void ForgetPaths()
     KilnUtil_FileSys::m_appHelpDirPath.clear();
 }
 
-/// The window of the session that runs; nullptr when none does.
-Taskmill_AppWindow *windowAtExit = nullptr;
+/// That which runs; nullptr when none does.
+Taskmill_Session *sessionAtExit = nullptr;
 
 /// The toolkit ends the process like this when the display is gone.
 void SaveAtExit()
 {
-    if (windowAtExit)
-        windowAtExit->SaveBeforeAbruptEnd();
+    if (sessionAtExit)
+        sessionAtExit->SaveBeforeAbruptEnd();
 }
 
-/// The program from the application object on.
-class Session
+/// The program from the application object on: the session, and the prompts that speak for it.
+class Program
 {
 public:
-    Session(Taskmill_App &application, const Taskmill_StartOptions &options, bool hasDisplay)
+    Program(Taskmill_App &application, const Taskmill_StartOptions &options, bool hasDisplay)
         : m_application{application}
         , m_options{options}
         , m_consolePrompt{hasDisplay ? &m_widgetPrompt : nullptr}
@@ -169,17 +170,17 @@ public:
         }
     }
 
-    ~Session()
+    ~Program()
     {
         Taskmill_Platform::StopCallingOnTermination();
         Taskmill_DebugLog::TurnOff();
         m_outputWindow.reset();
-        m_application.SetAppWindow(nullptr);
-        windowAtExit = nullptr;
-        m_window.reset();
+        m_application.SetSession(nullptr);
+        sessionAtExit = nullptr;
+        m_session.reset();
         KilnUtil_Error::SetUserPrompt(nullptr);
     }
-    Q_DISABLE_COPY_MOVE(Session)
+    Q_DISABLE_COPY_MOVE(Program)
 
     int Run(const QStringList &arguments)
     {
@@ -191,25 +192,27 @@ public:
 
         const QString banner =
             Taskmill_VersionText() + u"\nJob manager for computational-chemistry programs"_s;
-        m_window = std::make_unique<Taskmill_AppWindow>(
-            Taskmill_AppWindowOptions{.StartUpFile = file.StartUpFile,
-                                      .Banner = banner,
-                                      .NoEventLoop = m_options.NoEventLoop,
-                                      .ExitWithoutEventLoop = [] {
-                                          // The objects below are still at work on the stack, so none of them
-                                          // is destroyed.
-                                          Taskmill_DebugLog::TurnOff();
-                                          std::exit(0);
-                                      }});
-        Taskmill_Platform::CallOnTermination([this] { m_window->QuitAtOnceSlot(); });
-        if (!m_window->Initialise())
+        m_session =
+            std::make_unique<Taskmill_Session>(Taskmill_SessionOptions{.StartUpFile = file.StartUpFile,
+                                                                       .Banner = banner,
+                                                                       .NoEventLoop = m_options.NoEventLoop,
+                                                                       .ExitWithoutEventLoop = [] {
+                                                                           // The objects below are still at
+                                                                           // work on the stack, so none of
+                                                                           // them is destroyed.
+                                                                           Taskmill_DebugLog::TurnOff();
+                                                                           std::exit(0);
+                                                                       }});
+        Taskmill_Platform::CallOnTermination([this] { m_session->QuitAtOnceSlot(); });
+        if (!m_session->Initialise())
             return exitFailure;
         // Now that the database driver's own clean-up at exit is registered, which is to come later.
-        windowAtExit = m_window.get();
+        sessionAtExit = m_session.get();
         static_cast<void>(std::atexit(SaveAtExit));
-        m_widgetPrompt.SetParentWidget(m_window->MainWindow());
-        m_application.SetAppWindow(m_window.get());
-        m_window->Show();
+        if (Taskmill_AppWindow *window = m_session->AppWindow())
+            m_widgetPrompt.SetParentWidget(&window->MainWindow());
+        m_application.SetSession(m_session.get());
+        m_session->Show();
         return QApplication::exec();
     }
 
@@ -232,7 +235,7 @@ private:
     KilnUtil_WidgetPrompt m_widgetPrompt;
     Taskmill_ConsolePrompt m_consolePrompt;
     std::unique_ptr<KilnUtil_OutputWindow> m_outputWindow;
-    std::unique_ptr<Taskmill_AppWindow> m_window;
+    std::unique_ptr<Taskmill_Session> m_session;
 };
 
 void SayThereIsNoDisplay()
@@ -263,8 +266,8 @@ int RunApplication(Arguments &arguments, const Taskmill_StartOptions &options, b
     SetIdentity();
     int status = 0;
     {
-        Session session{application, options, hasDisplay};
-        status = session.Run(WithoutEmptyOnes(QCoreApplication::arguments()));
+        Program program{application, options, hasDisplay};
+        status = program.Run(WithoutEmptyOnes(QCoreApplication::arguments()));
     }
     ForgetPaths();
     return status;

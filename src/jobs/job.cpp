@@ -3,11 +3,12 @@
 #include "jobs/commandline.h"
 #include "jobs/jobenvironment.h"
 #include "jobs/jobnotification.h"
-#include "jobs/processinspector.h"
+#include "jobs/jobservices.h"
 #include "jobs/runmode.h"
 #include "kilnutil/filesys.h"
-#include "kilnutil/process.h"
 #include "kilnutil/textencoding.h"
+#include "processes/process.h"
+#include "processes/processinspector.h"
 
 #include <QDir>
 #include <QFile>
@@ -40,8 +41,9 @@ qint64 Taskmill_Job::ProcessID() const
     return m_process ? m_process->ProcessID() : 0;
 }
 
-bool Taskmill_Job::Start()
+bool Taskmill_Job::Start(Taskmill_Notifier &notifier)
 {
+    m_notifier = &notifier;
     m_record.SetStatus(Taskmill_JobStatus::Running, true);
     if (m_record.JobType.IsEmpty()) {
         EndWithoutProcess(u"The job was not run: its job type is no longer in the project.\n"_s);
@@ -190,8 +192,8 @@ void Taskmill_Job::EndWithoutProcess(const QString &reason)
 bool Taskmill_Job::SendJobFinishedNotification(int exitCode) const
 {
     const QString serverName = Taskmill_ServerName();
-    if (!Taskmill_WantsNotification(m_record, serverName))
+    if (!m_notifier || !Taskmill_WantsNotification(m_record, serverName))
         return false;
-    return Taskmill_SendMessage(m_record.ClientAddress, m_record.ClientPort,
-                                Taskmill_JobFinishedMessage(m_record, exitCode, serverName));
+    return m_notifier->Send(m_record.ClientAddress, m_record.ClientPort,
+                            Taskmill_JobFinishedMessage(m_record, exitCode, serverName));
 }

@@ -6,6 +6,7 @@
 
 class KilnUtil_Process;
 class QFile;
+class Taskmill_Notifier;
 class Taskmill_ProcessInspector;
 
 /// One run of one job type on one input file (or two): the record of it, and its process while it runs.
@@ -41,7 +42,8 @@ public:
     /// Makes the process and starts it. False when the file for its standard input cannot be opened: the job
     /// then stays Running without a process, and its output says why. A program that cannot be started ends
     /// the job as Failed, through the signal, and so does a standard input that cannot be written.
-    bool Start();
+    /// The notifier, which reaches the job's client, outlives the job.
+    bool Start(Taskmill_Notifier &notifier);
 
     /// Ends a running job and everything it started; it is Killed, and its client told, when this returns.
     /// False, and nothing done, for a job that does not run.
@@ -72,5 +74,6 @@ private:
     bool SendJobFinishedNotification(int exitCode) const;
 
     Taskmill_JobRecord m_record;
-    KilnUtil_Process *m_process = nullptr; ///< owned
+    KilnUtil_Process *m_process = nullptr;   ///< owned
+    Taskmill_Notifier *m_notifier = nullptr; ///< of the run
 };

@@ -5,11 +5,9 @@
 #include <algorithm>
 #include <utility>
 
-Taskmill_JobContainer::Taskmill_JobContainer(QString name, Taskmill_FinishedJobsTaker &finishedJobs,
-                                             Taskmill_ProcessInspector &inspector)
+Taskmill_JobContainer::Taskmill_JobContainer(QString name, const Taskmill_JobServices &services)
     : m_name{std::move(name)}
-    , m_finishedJobs{finishedJobs}
-    , m_inspector{inspector}
+    , m_services{services}
 {
 }
 
@@ -50,13 +48,13 @@ void Taskmill_JobContainer::TakeOut(Taskmill_Job *job)
 {
     // The end of a killed job must not start another one here, nor collect it a second time.
     disconnect(job, nullptr, this, nullptr);
-    const bool killed = job->Kill(m_inspector);
+    const bool killed = job->Kill(m_services.Inspector);
     m_jobs.removeOne(job);
     m_jobsByID.remove(job->JobID(), job);
     job->deleteLater();
     // Last: who takes the job may look at the list, and must not find it there, finished, a second time.
     if (killed)
-        m_finishedJobs.AddJob(job->Record());
+        m_services.FinishedJobs.AddJob(job->Record());
 }
 
 void Taskmill_JobContainer::RemoveAt(int index)
@@ -183,6 +181,6 @@ void Taskmill_JobContainer::JobFinishedSlot()
 void Taskmill_JobContainer::StartJob(Taskmill_Job &job) const
 {
     connect(&job, &Taskmill_Job::JobFinishedSignal, this, &Taskmill_JobContainer::JobFinishedSlot);
-    if (!job.Start())
+    if (!job.Start(m_services.Notifier))
         qWarning("Job %d: the file for its standard input cannot be written", job.JobID());
 }

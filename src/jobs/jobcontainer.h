@@ -1,14 +1,12 @@
 #pragma once
 
 #include "jobs/job.h"
+#include "jobs/jobservices.h"
 
 #include <QList>
 #include <QMultiHash>
 #include <QObject>
 #include <QStringList>
-
-class Taskmill_FinishedJobsTaker;
-class Taskmill_ProcessInspector;
 
 /// What the two queues and the queueless list have in common: an ordered list of jobs (waiting, running, and
 /// finished ones not yet collected) that it owns until they are handed on.
@@ -57,9 +55,9 @@ public Q_SLOTS:
     void JobFinishedSlot();
 
 protected:
-    /// The taker and the inspector outlive the container.
-    Taskmill_JobContainer(QString name, Taskmill_FinishedJobsTaker &finishedJobs,
-                          Taskmill_ProcessInspector &inspector);
+    Taskmill_JobContainer(QString name, const Taskmill_JobServices &services);
+
+    [[nodiscard]] const Taskmill_JobServices &Services() const { return m_services; }
 
     /// Starts what may start now and tells that the list has changed.
     virtual void Update() = 0;
@@ -72,8 +70,7 @@ private:
     void TakeOut(Taskmill_Job *job);
 
     const QString m_name;
-    Taskmill_FinishedJobsTaker &m_finishedJobs;
-    Taskmill_ProcessInspector &m_inspector;
+    const Taskmill_JobServices m_services;
     QList<Taskmill_Job *> m_jobs;
     QMultiHash<int, Taskmill_Job *> m_jobsByID; ///< a project file may hold a number twice
 };

@@ -2,24 +2,9 @@
 
 #include "jobs/jobrecord.h"
 
-#include <QDeadlineTimer>
-#include <QHostAddress>
 #include <QStringList>
-#include <QTcpSocket>
-
-#include <limits>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-QHostAddress HostAddress(const QString &address)
-{
-    // QHostAddress reads addresses only, and never asks a name server.
-    if (address.compare("localhost"_L1, Qt::CaseInsensitive) == 0)
-        return QHostAddress{QHostAddress::LocalHost};
-    return QHostAddress{address};
-}
-} // namespace
 
 bool Taskmill_WantsNotification(const Taskmill_JobRecord &job, const QString &serverName)
 {
@@ -54,24 +39,4 @@ QByteArray Taskmill_JobFinishedMessage(const Taskmill_JobRecord &job, int exitCo
     if (!job.CheckpointFile2.isEmpty())
         lines += u"jobchkfile1="_s + job.CheckpointFile2;
     return lines.join(u'\n').toUtf8();
-}
-
-bool Taskmill_SendMessage(const QString &address, int port, const QByteArray &message, int waitMs)
-{
-    const QHostAddress host = HostAddress(address);
-    if (host.isNull() || port < 1 || port > std::numeric_limits<quint16>::max())
-        return false;
-
-    QTcpSocket socket;
-    socket.connectToHost(host, static_cast<quint16>(port));
-    if (!socket.waitForConnected(waitMs))
-        return false;
-    socket.write(message);
-    // One limit for the whole message: a client that takes it byte by byte must not hold up the manager.
-    const QDeadlineTimer deadline{waitMs};
-    while (socket.bytesToWrite() > 0 &&
-           socket.waitForBytesWritten(static_cast<int>(deadline.remainingTime()))) {
-    }
-    socket.close();
-    return true;
 }

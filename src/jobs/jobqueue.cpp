@@ -17,14 +17,6 @@ Taskmill_Job *Taskmill_NextJobToStart(const QList<Taskmill_Job *> &jobs, int max
     return nullptr;
 }
 
-Taskmill_JobQueue::Taskmill_JobQueue(const QString &name, Taskmill_JobStore &store,
-                                     Taskmill_FinishedJobsTaker &finishedJobs,
-                                     Taskmill_ProcessInspector &inspector)
-    : Taskmill_JobContainer{name, finishedJobs, inspector}
-    , m_store{store}
-{
-}
-
 void Taskmill_JobQueue::SetPaused(bool paused)
 {
     m_paused = paused;
@@ -34,8 +26,9 @@ void Taskmill_JobQueue::SetPaused(bool paused)
 void Taskmill_JobQueue::SetMaxRunningJobs(int maxRunningJobs)
 {
     m_maxRunningJobs = maxRunningJobs;
-    if (m_store.IsOpen() && m_store.GetMaxRunningJobs(Name()) != maxRunningJobs)
-        m_store.SetMaxRunningJobs(Name(), maxRunningJobs);
+    Taskmill_JobStore &store = Services().Store;
+    if (store.IsOpen() && store.GetMaxRunningJobs(Name()) != maxRunningJobs)
+        store.SetMaxRunningJobs(Name(), maxRunningJobs);
     Update();
 }
 
@@ -57,16 +50,12 @@ void Taskmill_JobQueue::Update()
     Q_EMIT QueueUpdatedSignal();
 }
 
-Taskmill_LongJobsQueue::Taskmill_LongJobsQueue(Taskmill_JobStore &store,
-                                               Taskmill_FinishedJobsTaker &finishedJobs,
-                                               Taskmill_ProcessInspector &inspector)
-    : Taskmill_JobQueue{u"Long"_s, store, finishedJobs, inspector}
+Taskmill_LongJobsQueue::Taskmill_LongJobsQueue(const Taskmill_JobServices &services)
+    : Taskmill_JobQueue{u"Long"_s, services}
 {
 }
 
-Taskmill_ShortJobsQueue::Taskmill_ShortJobsQueue(Taskmill_JobStore &store,
-                                                 Taskmill_FinishedJobsTaker &finishedJobs,
-                                                 Taskmill_ProcessInspector &inspector)
-    : Taskmill_JobQueue{u"Short"_s, store, finishedJobs, inspector}
+Taskmill_ShortJobsQueue::Taskmill_ShortJobsQueue(const Taskmill_JobServices &services)
+    : Taskmill_JobQueue{u"Short"_s, services}
 {
 }

@@ -4,8 +4,6 @@
 
 #include <optional>
 
-class Taskmill_JobStore;
-
 /// The job to start next: the first Pending one, when fewer than maxRunningJobs run; nullptr otherwise.
 [[nodiscard]] Taskmill_Job *Taskmill_NextJobToStart(const QList<Taskmill_Job *> &jobs, int maxRunningJobs);
 
@@ -29,13 +27,11 @@ Q_SIGNALS:
     void QueueUpdatedSignal();
 
 protected:
-    Taskmill_JobQueue(const QString &name, Taskmill_JobStore &store, Taskmill_FinishedJobsTaker &finishedJobs,
-                      Taskmill_ProcessInspector &inspector);
+    using Taskmill_JobContainer::Taskmill_JobContainer;
 
     void Update() override;
 
 private:
-    Taskmill_JobStore &m_store;
     bool m_paused = false;
     int m_maxRunningJobs = 1;
 };
@@ -46,8 +42,7 @@ class Taskmill_LongJobsQueue final : public Taskmill_JobQueue
     Q_OBJECT
 
 public:
-    Taskmill_LongJobsQueue(Taskmill_JobStore &store, Taskmill_FinishedJobsTaker &finishedJobs,
-                           Taskmill_ProcessInspector &inspector);
+    explicit Taskmill_LongJobsQueue(const Taskmill_JobServices &services);
 };
 
 /// The queue "Short", for quick utilities.
@@ -56,6 +51,5 @@ class Taskmill_ShortJobsQueue final : public Taskmill_JobQueue
     Q_OBJECT
 
 public:
-    Taskmill_ShortJobsQueue(Taskmill_JobStore &store, Taskmill_FinishedJobsTaker &finishedJobs,
-                            Taskmill_ProcessInspector &inspector);
+    explicit Taskmill_ShortJobsQueue(const Taskmill_JobServices &services);
 };

@@ -4,9 +4,8 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-Taskmill_QueuelessJobsList::Taskmill_QueuelessJobsList(Taskmill_FinishedJobsTaker &finishedJobs,
-                                                       Taskmill_ProcessInspector &inspector)
-    : Taskmill_JobContainer{u"Queueless"_s, finishedJobs, inspector}
+Taskmill_QueuelessJobsList::Taskmill_QueuelessJobsList(const Taskmill_JobServices &services)
+    : Taskmill_JobContainer{u"Queueless"_s, services}
 {
 }
 

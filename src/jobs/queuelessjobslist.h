@@ -8,8 +8,7 @@ class Taskmill_QueuelessJobsList final : public Taskmill_JobContainer
     Q_OBJECT
 
 public:
-    Taskmill_QueuelessJobsList(Taskmill_FinishedJobsTaker &finishedJobs,
-                               Taskmill_ProcessInspector &inspector);
+    explicit Taskmill_QueuelessJobsList(const Taskmill_JobServices &services);
 
 Q_SIGNALS:
     void ListUpdatedSignal();

@@ -1,32 +1,20 @@
 #include "ui/appwindow.h"
 
-#include "jobs/processinspector.h"
-#include "jobs/runmode.h"
-#include "kilnutil/computerdata.h"
 #include "kilnutil/error.h"
-#include "kilnutil/platform.h"
 #include "kilnutil/registry.h"
-#include "kilnutil/widgetutil.h"
-#include "service/console.h"
-#include "service/consoleprompt.h"
-#include "service/recentprojects.h"
-#include "service/version.h"
-#include "ui/jobtypeswidget.h"
-#include "ui/openfilesdialog.h"
+#include "manager/manager.h"
+#include "manager/version.h"
 #include "ui/programicon.h"
-#include "ui/runningjobswidget.h"
 #include "ui/trayicon.h"
+#include "widgets/widgetutil.h"
 
 #include <QApplication>
-#include <QDir>
 #include <QEvent>
-#include <QFileInfo>
 #include <QPushButton>
 #include <QScopedValueRollback>
 #include <QSessionManager>
 #include <QSysInfo>
 #include <QTabWidget>
-#include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -43,123 +31,82 @@ QString PlatformText()
 }
 } // namespace
 
-Taskmill_AppWindow::Taskmill_AppWindow(Taskmill_AppWindowOptions options)
-    : m_options{std::move(options)}
-    , m_window{Taskmill_IsGuiMode() ? std::make_unique<Taskmill_MainWindow>() : nullptr}
-    , m_inspector{Taskmill_MakeProcessInspector()}
-    , m_jobTypes{m_store}
-    , m_finishedJobs{PageOf(Taskmill_Page::FinishedJobs)}
-    , m_longJobs{PageOf(Taskmill_Page::LongJobs), m_store, m_finishedJobs, *m_inspector}
-    , m_shortJobs{PageOf(Taskmill_Page::ShortJobs), m_store, m_finishedJobs, *m_inspector}
-    , m_queuelessJobs{PageOf(Taskmill_Page::QueuelessJobs), m_finishedJobs, *m_inspector}
-    , m_project{m_jobTypes, m_jobNumbers, Tabs()}
-    , m_submitter{m_store, m_jobNumbers, Tabs()}
-    , m_runningJobs{*m_inspector, m_jobTypes}
-    , m_server{*this}
+Taskmill_AppWindow::Taskmill_AppWindow(Taskmill_Manager &manager)
+    : m_manager{manager}
+    , m_longJobs{PageOf(Taskmill_Page::LongJobs), manager}
+    , m_shortJobs{PageOf(Taskmill_Page::ShortJobs), manager}
+    , m_queuelessJobs{PageOf(Taskmill_Page::QueuelessJobs), manager}
+    , m_runningJobs{PageOf(Taskmill_Page::RunningJobs), manager.RunningJobs(), manager.Destinations()}
+    , m_finishedJobs{PageOf(Taskmill_Page::FinishedJobs), manager.FinishedJobs()}
+    , m_jobTypes{PageOf(Taskmill_Page::JobTypes), manager.JobTypes()}
+    , m_openFilesDialog{manager.Store(), &m_window}
 {
-    connect(&m_project, &Taskmill_Project::StateChangedSignal, this, &Taskmill_AppWindow::UpdateWindowTitle);
-    if (!m_window)
-        return;
-    m_openFilesDialog = std::make_unique<Taskmill_OpenFilesDialog>(m_store, m_window.get());
-    m_submitter.SetSubmitDialog(m_openFilesDialog.get());
+    manager.Submitter().SetSubmitDialog(&m_openFilesDialog);
     FillWindow();
     ConnectWindow();
 }
 
-QWidget *Taskmill_AppWindow::PageOf(Taskmill_Page page) const
+Taskmill_AppWindow::~Taskmill_AppWindow()
 {
-    return m_window ? m_window->PageOf(page) : nullptr;
+    m_manager.Submitter().SetSubmitDialog(nullptr);
 }
 
 void Taskmill_AppWindow::FillWindow()
 {
-    m_runningJobsTab = std::make_unique<Taskmill_RunningJobsWidget>(PageOf(Taskmill_Page::RunningJobs),
-                                                                    m_runningJobs, Tabs());
-    m_jobTypesTab = std::make_unique<Taskmill_JobTypesWidget>(PageOf(Taskmill_Page::JobTypes), m_jobTypes);
-    Fill(Taskmill_Page::LongJobs, *m_longJobs.Tab());
-    Fill(Taskmill_Page::ShortJobs, *m_shortJobs.Tab());
-    Fill(Taskmill_Page::QueuelessJobs, *m_queuelessJobs.Tab());
-    m_window->SetContent(Taskmill_Page::RunningJobs, m_runningJobsTab->Frame());
-    m_window->SetContent(Taskmill_Page::FinishedJobs, m_finishedJobs.Frame());
-    m_window->SetContent(Taskmill_Page::JobTypes, m_jobTypesTab->Frame());
+    Fill(Taskmill_Page::LongJobs, m_longJobs);
+    Fill(Taskmill_Page::ShortJobs, m_shortJobs);
+    Fill(Taskmill_Page::QueuelessJobs, m_queuelessJobs);
+    m_window.SetContent(Taskmill_Page::RunningJobs, m_runningJobs.Frame());
+    m_window.SetContent(Taskmill_Page::FinishedJobs, m_finishedJobs.Frame());
+    m_window.SetContent(Taskmill_Page::JobTypes, m_jobTypes.Frame());
 }
 
 void Taskmill_AppWindow::Fill(Taskmill_Page page, Taskmill_QueueTab &tab)
 {
-    m_window->SetContent(page, tab.Frame());
-    connect(&tab, &Taskmill_QueueTab::PausedChangedSignal, m_window.get(),
-            [this, page](bool paused) { m_window->ShowPaused(page, paused); });
+    m_window.SetContent(page, tab.Frame());
+    connect(&tab, &Taskmill_QueueTab::PausedChangedSignal, &m_window,
+            [this, page](bool paused) { m_window.ShowPaused(page, paused); });
     connect(&tab, &Taskmill_QueueTab::FilesDroppedSignal, this,
             [this](const QStringList &files, Taskmill_Destination destination) {
-                m_submitter.SubmitFiles(files, destination, -1);
+                m_manager.Submitter().SubmitFiles(files, destination, -1);
             });
 }
 
 void Taskmill_AppWindow::ConnectWindow()
 {
-    connect(&m_window->SubmitJobsButton(), &QPushButton::clicked, this, &Taskmill_AppWindow::NewJobsSlot);
-    connect(&m_window->HideButton(), &QPushButton::clicked, this, &Taskmill_AppWindow::OkaySlot);
-    connect(&m_window->ExitButton(), &QPushButton::clicked, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
-    connect(&m_window->AboutButton(), &QPushButton::clicked, this, &Taskmill_AppWindow::AboutSlot);
-    connect(&m_window->Tabs(), &QTabWidget::currentChanged, this, &Taskmill_AppWindow::CurrentTabChangedSlot);
-    m_window->installEventFilter(this);
+    connect(&m_window.SubmitJobsButton(), &QPushButton::clicked, this, &Taskmill_AppWindow::NewJobsSlot);
+    connect(&m_window.HideButton(), &QPushButton::clicked, this, &Taskmill_AppWindow::OkaySlot);
+    connect(&m_window.ExitButton(), &QPushButton::clicked, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
+    connect(&m_window.AboutButton(), &QPushButton::clicked, this, &Taskmill_AppWindow::AboutSlot);
+    connect(&m_window.Tabs(), &QTabWidget::currentChanged, this, &Taskmill_AppWindow::CurrentTabChangedSlot);
+    m_window.installEventFilter(this);
     // The user logs out or shuts the computer down.
-    connect(qGuiApp, &QGuiApplication::commitDataRequest, this, [this] { m_project.SaveUnattended(); });
+    connect(qGuiApp, &QGuiApplication::commitDataRequest, this,
+            [this] { m_manager.Project().SaveUnattended(); });
+    connect(&m_manager.Project(), &Taskmill_Project::StateChangedSignal, this,
+            &Taskmill_AppWindow::UpdateWindowTitle);
 }
 
-Taskmill_AppWindow::~Taskmill_AppWindow()
+void Taskmill_AppWindow::Prepare()
 {
-    ShutDown();
-    m_console.reset();
-    Taskmill_SetConsolePrinter({});
-}
-
-Taskmill_JobTabs Taskmill_AppWindow::Tabs()
-{
-    return {m_finishedJobs, m_longJobs, m_shortJobs, m_queuelessJobs};
-}
-
-bool Taskmill_AppWindow::Initialise()
-{
-    if (m_window) {
-        const QIcon icon = Taskmill_ProgramIcon();
-        QApplication::setWindowIcon(icon);
-        m_window->setWindowIcon(icon);
-        m_window->setWindowTitle(Taskmill_VersionText());
-    }
-    if (!OpenStartUpProject())
-        return false;
-    if (m_window) {
-        RestoreToolBars();
-        UpdateWindowTitle();
-        ShowTrayIcon();
-    }
-    m_server.Listen(Taskmill_IsGuiMode() ? KilnUtil_ComputerData::TaskmillGUIPortNumber()
-                                         : KilnUtil_ComputerData::TaskmillConsolePortNumber());
-    return true;
-}
-
-bool Taskmill_AppWindow::OpenStartUpProject()
-{
-    const QString lastDirectory = KilnUtil_Registry::Value(u"/Files/Last_Directory_Path"_s).toString();
-    const QString startUpFile =
-        m_options.StartUpFile.isEmpty() ? QString{} : QFileInfo{m_options.StartUpFile}.absoluteFilePath();
-    if (!lastDirectory.isEmpty() && QFileInfo{lastDirectory}.isDir())
-        QDir::setCurrent(lastDirectory);
-    Taskmill_DropMissingRecentProjects();
-    return startUpFile.isEmpty() ? m_project.NewProject() : m_project.OpenProject(startUpFile);
+    const QIcon icon = Taskmill_ProgramIcon();
+    QApplication::setWindowIcon(icon);
+    m_window.setWindowIcon(icon);
+    m_window.setWindowTitle(Taskmill_VersionText());
 }
 
 /// The key that decides is another than the one that is read.
 void Taskmill_AppWindow::RestoreToolBars()
 {
     if (KilnUtil_Registry::HasUnversionedValue(u"Main_Window/ToolBar_State_0"_s))
-        m_window->restoreState(KilnUtil_Registry::Value(u"/Main_Window/ToolBar_State_0"_s).toByteArray());
+        m_window.restoreState(KilnUtil_Registry::Value(u"/Main_Window/ToolBar_State_0"_s).toByteArray());
 }
 
 void Taskmill_AppWindow::ShowTrayIcon()
 {
-    m_trayIcon = std::make_unique<Taskmill_TrayIcon>(m_window->windowIcon(), m_window->windowTitle());
+    RestoreToolBars();
+    UpdateWindowTitle();
+    m_trayIcon = std::make_unique<Taskmill_TrayIcon>(m_window.windowIcon(), m_window.windowTitle());
     connect(m_trayIcon.get(), &Taskmill_TrayIcon::ShowSignal, this,
             &Taskmill_AppWindow::SystemTrayShowWindowSlot);
     connect(m_trayIcon.get(), &Taskmill_TrayIcon::HideSignal, this,
@@ -169,13 +116,9 @@ void Taskmill_AppWindow::ShowTrayIcon()
 
 void Taskmill_AppWindow::Show(uint)
 {
-    if (!m_window) {
-        StartConsole();
-        return;
-    }
-    m_window->show();
-    m_window->PutInMiddleOfScreen();
-    m_window->raise();
+    m_window.show();
+    m_window.PutInMiddleOfScreen();
+    m_window.raise();
 }
 
 void Taskmill_AppWindow::Show()
@@ -183,70 +126,40 @@ void Taskmill_AppWindow::Show()
     Show(Qt::WindowMaximized | Qt::WindowActive);
 }
 
-void Taskmill_AppWindow::StartConsole()
-{
-    if (m_console)
-        return;
-    const QString notice =
-        m_project.FilePath().isEmpty()
-            ? QString{}
-            : u"The queues of an opened project are paused: \"unpause long jobs\" and \"unpause short jobs\" resume them."_s;
-    m_console = std::make_unique<Taskmill_Console>(m_options.Banner, m_options.NoEventLoop,
-                                                   Taskmill_ConsoleContext{.Tabs = Tabs(),
-                                                                           .RunningJobs = m_runningJobs,
-                                                                           .JobTypes = m_jobTypes,
-                                                                           .Submitter = m_submitter,
-                                                                           .Project = m_project,
-                                                                           .Notice = notice,
-                                                                           .Exit =
-                                                                               [this] {
-                                                                                   ExitSlot();
-                                                                               }},
-                                                   Taskmill_MakeConsoleTerminal());
-    Taskmill_SetConsolePrinter(
-        [console = m_console.get()](const QString &text) { console->Terminal().Post(text); });
-    if (m_options.NoEventLoop)
-        m_console->RunSlot();
-    else
-        QTimer::singleShot(0, m_console.get(), &Taskmill_Console::RunSlot);
-}
-
 void Taskmill_AppWindow::UpdateWindowTitle()
 {
-    if (!m_window)
-        return;
-    m_window->setWindowTitle(m_project.WindowTitle());
+    m_window.setWindowTitle(m_manager.Project().WindowTitle());
     if (m_trayIcon)
-        m_trayIcon->SetToolTip(m_window->windowTitle());
+        m_trayIcon->SetToolTip(m_window.windowTitle());
 }
 
 void Taskmill_AppWindow::CurrentTabChangedSlot(int tab)
 {
     switch (static_cast<Taskmill_Page>(tab)) {
     case Taskmill_Page::LongJobs:
-        m_longJobs.Tab()->FillTable();
+        m_longJobs.FillTable();
         break;
     case Taskmill_Page::ShortJobs:
-        m_shortJobs.Tab()->FillTable();
+        m_shortJobs.FillTable();
         break;
     case Taskmill_Page::QueuelessJobs:
-        m_queuelessJobs.Tab()->FillTable();
+        m_queuelessJobs.FillTable();
         break;
     case Taskmill_Page::RunningJobs:
-        m_runningJobsTab->RefreshSlot();
+        m_runningJobs.RefreshSlot();
         break;
     case Taskmill_Page::FinishedJobs:
         m_finishedJobs.FillTable();
         break;
     case Taskmill_Page::JobTypes:
-        m_jobTypesTab->FillTable();
+        m_jobTypes.FillTable();
         break;
     }
 }
 
 void Taskmill_AppWindow::NewJobsSlot()
 {
-    m_submitter.SubmitFiles({}, Taskmill_Destination::JobTypeDefault, -1);
+    m_manager.Submitter().SubmitFiles({}, Taskmill_Destination::JobTypeDefault, -1);
 }
 
 void Taskmill_AppWindow::AboutSlot()
@@ -258,39 +171,31 @@ void Taskmill_AppWindow::AboutSlot()
 
 void Taskmill_AppWindow::OkaySlot()
 {
-    if (!m_window)
-        return;
     if (Taskmill_TrayIcon::IsInReach())
-        m_window->hide();
+        m_window.hide();
     else
-        m_window->showMinimized();
+        m_window.showMinimized();
 }
 
 void Taskmill_AppWindow::UpdateMenusSlot() {}
 
 void Taskmill_AppWindow::SystemTrayShowWindowSlot()
 {
-    if (m_window)
-        m_window->ShowInFront();
+    m_window.ShowInFront();
 }
 
 void Taskmill_AppWindow::SystemTrayHideWindowSlot()
 {
-    if (m_window)
-        m_window->hide();
+    m_window.hide();
 }
 
 void Taskmill_AppWindow::SystemTrayQuitSlot()
 {
-    if (!m_window) {
-        ExitSlot();
-        return;
-    }
-    if (!KilnUtil_WidgetUtil::CanBeInFrontOf(m_window.get()))
-        m_window->ShowInFront();
+    if (!KilnUtil_WidgetUtil::CanBeInFrontOf(&m_window))
+        m_window.ShowInFront();
     // The tray's menu works while a question is open.
     if (m_askingToExit) {
-        m_window->ShowInFront();
+        m_window.ShowInFront();
         return;
     }
     const QScopedValueRollback asking{m_askingToExit, true};
@@ -302,34 +207,16 @@ void Taskmill_AppWindow::SystemTrayQuitSlot()
 
 void Taskmill_AppWindow::ExitSlot()
 {
-    if (m_quitting || (m_window && m_project.AskToSave() == Taskmill_Project::SaveAnswer::Cancel))
-        return;
-    ShutDown();
-    EndEventLoop();
-}
-
-void Taskmill_AppWindow::QuitAtOnceSlot()
-{
-    if (!m_quitting)
-        m_project.SaveUnattended();
-    ShutDown();
-    EndEventLoop();
-}
-
-void Taskmill_AppWindow::EndEventLoop()
-{
-    if (m_options.NoEventLoop && m_options.ExitWithoutEventLoop)
-        m_options.ExitWithoutEventLoop();
-    else
-        QCoreApplication::exit(0);
+    if (!m_manager.IsShutDown() && m_manager.Project().AskToSave() != Taskmill_Project::SaveAnswer::Cancel)
+        Q_EMIT ExitSignal();
 }
 
 bool Taskmill_AppWindow::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched != m_window.get() || m_quitting)
+    if (watched != &m_window || m_manager.IsShutDown())
         return QObject::eventFilter(watched, event);
     if (event->type() == QEvent::Show && !event->spontaneous())
-        CurrentTabChangedSlot(m_window->Tabs().currentIndex());
+        CurrentTabChangedSlot(m_window.Tabs().currentIndex());
     if (event->type() != QEvent::Close)
         return QObject::eventFilter(watched, event);
     OkaySlot();
@@ -339,57 +226,7 @@ bool Taskmill_AppWindow::eventFilter(QObject *watched, QEvent *event)
 
 void Taskmill_AppWindow::ShutDown()
 {
-    if (std::exchange(m_quitting, true))
-        return;
-    m_server.Close();
-    m_project.CloseProject();
-    if (m_window)
-        QApplication::closeAllWindows();
+    QApplication::closeAllWindows();
     if (m_trayIcon)
         m_trayIcon->Hide();
-    if (m_console)
-        m_console->QuitSlot();
-}
-
-/// A question that came up by itself would close a menu, or take the keys that are typed into a dialog.
-bool Taskmill_AppWindow::CanHandleNow(const Taskmill_RequestMessage &request) const
-{
-    const bool userIsBusy = m_submitter.IsAsking() || QApplication::activeModalWidget() != nullptr ||
-                            QApplication::activePopupWidget() != nullptr;
-    return !userIsBusy || !m_submitter.WouldAsk(request);
-}
-
-void Taskmill_AppWindow::SaveBeforeAbruptEnd()
-{
-    if (m_quitting)
-        return;
-    m_project.SaveUnattended();
-    KilnUtil_Platform::KillRegisteredChildren();
-}
-
-QByteArray Taskmill_AppWindow::HandleRequest(const Taskmill_RequestMessage &request)
-{
-    const auto actionIs = [&request](QLatin1StringView action) {
-        return request.Action.compare(action, Qt::CaseInsensitive) == 0;
-    };
-    if (actionIs("show"_L1)) {
-        SystemTrayShowWindowSlot();
-        return Taskmill_AcceptedReply.toByteArray() + '\n';
-    }
-    if (actionIs("hide"_L1)) {
-        SystemTrayHideWindowSlot();
-        return Taskmill_AcceptedReply.toByteArray() + '\n';
-    }
-    if (!actionIs("submitjob"_L1))
-        return Taskmill_RefusedReply.toByteArray() + "there is no such action\n";
-
-    const Taskmill_SubmitResult result = m_submitter.Submit(request);
-    if (result.JobIDs.isEmpty()) {
-        qInfo("Request refused: %ls", qUtf16Printable(result.Refusal));
-        return Taskmill_RefusedReply.toByteArray() + result.Refusal.toUtf8() + '\n';
-    }
-    QByteArrayList numbers;
-    for (const int jobID : result.JobIDs)
-        numbers += QByteArray::number(jobID);
-    return Taskmill_AcceptedReply.toByteArray() + numbers.join(' ') + '\n';
 }

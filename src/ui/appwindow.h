@@ -1,63 +1,40 @@
 #pragma once
 
-#include "db/databasejobstore.h"
-#include "jobs/jobtypelist.h"
-#include "kilnutil/idmanager.h"
-#include "service/jobsubmitter.h"
-#include "service/project.h"
-#include "service/requestserver.h"
-#include "service/runningjobs.h"
 #include "ui/finishedjobswidget.h"
+#include "ui/jobtypeswidget.h"
 #include "ui/mainwindow.h"
+#include "ui/openfilesdialog.h"
 #include "ui/queuewidgets.h"
+#include "ui/runningjobswidget.h"
 
-#include <functional>
 #include <memory>
 
-class Taskmill_Console;
-class Taskmill_ConsolePrompt;
-class Taskmill_JobTypesWidget;
-class Taskmill_OpenFilesDialog;
-class Taskmill_ProcessInspector;
-class Taskmill_RunningJobsWidget;
+class Taskmill_Manager;
 class Taskmill_TrayIcon;
 
-/// What start-up hands to the window.
-struct Taskmill_AppWindowOptions
-{
-    QString StartUpFile; ///< project file named on the command line; may be empty
-    QString Banner;      ///< printed when a console starts
-    bool NoEventLoop = false;
-    /// Ends the process at once where there is no event loop to quit; called when everything is shut down.
-    std::function<void()> ExitWithoutEventLoop;
-};
-
-/// The manager's hub, made in every run mode: it owns the project, the jobs and the server, and in graphical
-/// modes the main window with its tabs and the tray icon.
-class Taskmill_AppWindow : public QObject, private Taskmill_RequestHandler
+/// The window as a front end of the manager: the main window with its tabs, the dialog that submits files,
+/// and the tray icon.
+class Taskmill_AppWindow final : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit Taskmill_AppWindow(Taskmill_AppWindowOptions options);
+    /// The manager outlives the window.
+    explicit Taskmill_AppWindow(Taskmill_Manager &manager);
     ~Taskmill_AppWindow() override;
     Q_DISABLE_COPY_MOVE(Taskmill_AppWindow)
 
-    /// Opens the start-up file or a new project, shows the tray icon and starts the server. False when no
-    /// project could be had.
-    [[nodiscard]] bool Initialise();
+    [[nodiscard]] Taskmill_MainWindow &MainWindow() { return m_window; }
 
-    /// nullptr in console modes.
-    [[nodiscard]] Taskmill_MainWindow *MainWindow() const { return m_window.get(); }
-
-    /// Ends all jobs, closes the project and all windows; without effect the second time.
+    /// Gives the window its icon and its title.
+    void Prepare();
+    /// Restores the tool bars and shows the tray icon, when a project is open.
+    void ShowTrayIcon();
+    /// Closes all windows and hides the tray icon, when the manager is shut down.
     void ShutDown();
-    /// Saves a project that has a file and ends what runs, when the process is about to end out of turn. No
-    /// window is touched.
-    void SaveBeforeAbruptEnd();
 
 public Q_SLOTS:
-    /// Shows the main window or starts the console; the state plays no part.
+    /// Shows the main window; the state plays no part.
     void Show(uint state);
     void Show();
     /// Ends the program after asking whether it is to end.
@@ -65,7 +42,7 @@ public Q_SLOTS:
     void AboutSlot();
     /// Brings the tab that has come to the front up to date.
     void CurrentTabChangedSlot(int tab);
-    /// Ends the program after asking whether to save the project, which the console has asked already.
+    /// Ends the program after asking whether to save the project.
     void ExitSlot();
     /// Lets the user choose files and submits them.
     void NewJobsSlot();
@@ -75,48 +52,32 @@ public Q_SLOTS:
     void UpdateMenusSlot();
     void SystemTrayShowWindowSlot();
     void SystemTrayHideWindowSlot();
-    /// Quits without a question, as on a signal: a project that has a file is saved first.
-    void QuitAtOnceSlot();
 
     /// Closing the main window only puts it away; shown again, it is up to date.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
-private:
-    QByteArray HandleRequest(const Taskmill_RequestMessage &request) override;
-    [[nodiscard]] bool CanHandleNow(const Taskmill_RequestMessage &request) const override;
+Q_SIGNALS:
+    /// The user ends the program, and the project has been saved if it is to be.
+    void ExitSignal();
 
+private:
     void FillWindow();
     void Fill(Taskmill_Page page, Taskmill_QueueTab &tab);
     void ConnectWindow();
-    [[nodiscard]] bool OpenStartUpProject();
     void RestoreToolBars();
-    void ShowTrayIcon();
-    void StartConsole();
     void UpdateWindowTitle();
-    void EndEventLoop();
-    [[nodiscard]] QWidget *PageOf(Taskmill_Page page) const;
-    [[nodiscard]] Taskmill_JobTabs Tabs();
+    [[nodiscard]] QWidget *PageOf(Taskmill_Page page) const { return m_window.PageOf(page); }
 
-    const Taskmill_AppWindowOptions m_options;
+    Taskmill_Manager &m_manager;
     /// Before the tabs, whose pages are in it.
-    const std::unique_ptr<Taskmill_MainWindow> m_window;
-    Taskmill_DatabaseJobStore m_store;
-    const std::shared_ptr<Taskmill_ProcessInspector> m_inspector;
-    Taskmill_JobTypeList m_jobTypes;
-    KilnUtil_IDManager m_jobNumbers;
-    Taskmill_FinishedJobsWidget m_finishedJobs;
+    Taskmill_MainWindow m_window;
     Taskmill_LongJobsQueueWidget m_longJobs;
     Taskmill_ShortJobsQueueWidget m_shortJobs;
     Taskmill_QueuelessJobsWidget m_queuelessJobs;
-    Taskmill_Project m_project;
-    Taskmill_JobSubmitter m_submitter;
-    Taskmill_RunningJobs m_runningJobs;
-    Taskmill_RequestServer m_server;
-    std::unique_ptr<Taskmill_RunningJobsWidget> m_runningJobsTab;
-    std::unique_ptr<Taskmill_JobTypesWidget> m_jobTypesTab;
-    std::unique_ptr<Taskmill_OpenFilesDialog> m_openFilesDialog;
+    Taskmill_RunningJobsWidget m_runningJobs;
+    Taskmill_FinishedJobsWidget m_finishedJobs;
+    Taskmill_JobTypesWidget m_jobTypes;
+    Taskmill_OpenFilesDialog m_openFilesDialog;
     std::unique_ptr<Taskmill_TrayIcon> m_trayIcon;
-    std::unique_ptr<Taskmill_Console> m_console;
     bool m_askingToExit = false;
-    bool m_quitting = false;
 };

@@ -1,6 +1,6 @@
 #include "ui/contextmenu.h"
 
-#include "kilnutil/helpdialog.h"
+#include "help/helpdialog.h"
 
 #include <QAbstractItemView>
 

@@ -1,7 +1,7 @@
 #include "ui/finishedjobsmodel.h"
 
-#include "service/finishedjobs.h"
-#include "service/listings.h"
+#include "manager/finishedjobs.h"
+#include "manager/listings.h"
 
 namespace {
 constexpr int submittedColumn = 7;

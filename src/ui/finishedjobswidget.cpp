@@ -1,12 +1,12 @@
 #include "ui/finishedjobswidget.h"
 
-#include "jobs/runmode.h"
 #include "kilnutil/error.h"
-#include "kilnutil/tablewidget.h"
+#include "manager/finishedjobs.h"
 #include "ui/contextmenu.h"
 #include "ui/jobviewers.h"
 #include "ui/pagelayout.h"
 #include "ui/tablefiller.h"
+#include "widgets/tablewidget.h"
 
 #include <algorithm>
 
@@ -38,14 +38,13 @@ struct Taskmill_FinishedJobsWidget::Entries
     }
 };
 
-Taskmill_FinishedJobsWidget::Taskmill_FinishedJobsWidget(QWidget *parent)
+Taskmill_FinishedJobsWidget::Taskmill_FinishedJobsWidget(QWidget *parent, Taskmill_FinishedJobs &finishedJobs)
+    : m_jobs{finishedJobs}
+    , m_frame{new QFrame{parent}}
 {
-    if (!Taskmill_IsGuiMode())
-        return;
-    m_frame = new QFrame{parent};
     BuildTable();
     FillTable();
-    connect(this, &Taskmill_FinishedJobs::JobsChangedSignal, this,
+    connect(&m_jobs, &Taskmill_FinishedJobs::JobsChangedSignal, this,
             &Taskmill_FinishedJobsWidget::JobsChangedSlot);
 }
 
@@ -59,7 +58,7 @@ Taskmill_FinishedJobsWidget::~Taskmill_FinishedJobsWidget()
 
 void Taskmill_FinishedJobsWidget::BuildTable()
 {
-    m_model = new Taskmill_FinishedJobsModel{*this, this};
+    m_model = new Taskmill_FinishedJobsModel{m_jobs, this};
     m_table = new KilnUtil_TableWidget{m_frame};
     m_table->setAccessibleName(u"Finished Jobs"_s);
     m_table->SetEmptyText(u"No job has finished yet."_s);
@@ -77,7 +76,7 @@ void Taskmill_FinishedJobsWidget::BuildTable()
     layout->addWidget(m_table);
     m_frame->setFocusProxy(m_table);
     m_filler = new Taskmill_TableFiller{m_frame, [this] {
-                                            m_shownGeneration = Generation();
+                                            m_shownGeneration = m_jobs.Generation();
                                             m_table->ChangeRows([this] { m_model->Refresh(); });
                                         }};
 }
@@ -92,7 +91,7 @@ void Taskmill_FinishedJobsWidget::JobsChangedSlot()
 {
     if (!m_frame)
         return;
-    if (m_shownGeneration != Generation())
+    if (m_shownGeneration != m_jobs.Generation())
         m_filler->FillNow();
     else
         m_filler->FillSoon();
@@ -100,7 +99,7 @@ void Taskmill_FinishedJobsWidget::JobsChangedSlot()
 
 const Taskmill_JobRecord *Taskmill_FinishedJobsWidget::JobAt(int position) const
 {
-    return position >= 0 && position < Jobs().size() ? &Jobs()[position] : nullptr;
+    return position >= 0 && position < m_jobs.Jobs().size() ? &m_jobs.Jobs()[position] : nullptr;
 }
 
 void Taskmill_FinishedJobsWidget::ContextMenuSlot(const QPoint &position)
@@ -116,7 +115,7 @@ void Taskmill_FinishedJobsWidget::ContextMenuSlot(const QPoint &position)
     const Entries entries{menu};
     entries.showInputFile->setEnabled(Taskmill_JobViewers::HasFile(job->InputFilePath));
     entries.showOutputFile->setEnabled(Taskmill_JobViewers::HasFile(job->OutputFilePath()));
-    entries.showLog->setEnabled(HasOutput(*job));
+    entries.showLog->setEnabled(m_jobs.HasOutput(*job));
 
     const QAction *chosen = menu.Run(position);
     if (!chosen)
@@ -130,11 +129,11 @@ void Taskmill_FinishedJobsWidget::ContextMenuSlot(const QPoint &position)
 
 void Taskmill_FinishedJobsWidget::View(const Entries &entries, const QAction &chosen, int jobID)
 {
-    const auto job = std::ranges::find(Jobs(), jobID, &Taskmill_JobRecord::JobID);
-    if (job == Jobs().end())
+    const auto job = std::ranges::find(m_jobs.Jobs(), jobID, &Taskmill_JobRecord::JobID);
+    if (job == m_jobs.Jobs().end())
         return;
     if (&chosen == entries.showLog)
-        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, OutputOf(*job));
+        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, m_jobs.OutputOf(*job));
     else if (&chosen == entries.showInputFile)
         Taskmill_JobViewers::ShowInputFile(*m_frame, job->Name, job->InputFilePath);
     else if (&chosen == entries.showOutputFile)
@@ -147,16 +146,16 @@ void Taskmill_FinishedJobsWidget::RemoveSlot()
     const QList<int> rows = m_table->SelectedRows();
     for (const int row : rows)
         positions.append(m_table->PositionAt(row));
-    const Taskmill_Question question = RemovalQuestion(positions);
-    const int generation = Generation();
+    const Taskmill_Question question = m_jobs.RemovalQuestion(positions);
+    const int generation = m_jobs.Generation();
     if (question.text.isEmpty() ||
         KilnUtil_Error::UserPrompt().AskQuestion(question.title, question.text, WarnMode::YesNo,
                                                  WarnAnswer::None) != WarnAnswer::Yes)
         return;
     // Jobs that are added while the question stands come behind; after anything else the positions are those
     // of other jobs.
-    if (generation == Generation())
-        Remove(positions);
+    if (generation == m_jobs.Generation())
+        m_jobs.Remove(positions);
     FillTable();
 }
 

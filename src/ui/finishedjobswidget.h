@@ -1,6 +1,5 @@
 #pragma once
 
-#include "service/finishedjobs.h"
 #include "ui/finishedjobsmodel.h"
 
 #include <QFrame>
@@ -9,20 +8,21 @@
 class KilnUtil_TableWidget;
 class QAction;
 class QPoint;
+class Taskmill_FinishedJobs;
 class Taskmill_TableFiller;
+struct Taskmill_JobRecord;
 
-/// The finished-jobs tab: the list and, in graphical modes, the page that shows it.
-class Taskmill_FinishedJobsWidget final : public Taskmill_FinishedJobs
+/// The finished-jobs tab.
+class Taskmill_FinishedJobsWidget final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The parent of the page, which plays no part in console modes.
-    explicit Taskmill_FinishedJobsWidget(QWidget *parent);
+    /// The list outlives this. Makes the page as a child of the parent.
+    Taskmill_FinishedJobsWidget(QWidget *parent, Taskmill_FinishedJobs &finishedJobs);
     ~Taskmill_FinishedJobsWidget() override;
     Q_DISABLE_COPY_MOVE(Taskmill_FinishedJobsWidget)
 
-    /// nullptr in console modes, as the table.
     [[nodiscard]] QFrame *Frame() const { return m_frame; }
     [[nodiscard]] KilnUtil_TableWidget *Table() const { return m_table; }
 
@@ -45,6 +45,7 @@ private:
     [[nodiscard]] const Taskmill_JobRecord *JobAt(int position) const;
     void View(const Entries &entries, const QAction &chosen, int jobID);
 
+    Taskmill_FinishedJobs &m_jobs;
     QPointer<QFrame> m_frame; ///< goes with the window, when that goes first
     KilnUtil_TableWidget *m_table = nullptr;
     Taskmill_FinishedJobsModel *m_model = nullptr;

@@ -1,8 +1,8 @@
 #include "ui/jobsmodel.h"
 
 #include "jobs/jobcontainer.h"
-#include "kilnutil/tablesortproxy.h"
-#include "service/listings.h"
+#include "manager/listings.h"
+#include "widgets/tablesortproxy.h"
 
 namespace {
 constexpr int submittedColumn = 6;

@@ -1,8 +1,8 @@
 #include "ui/jobtablemodel.h"
 
-#include "kilnutil/tablesortproxy.h"
-#include "service/timetext.h"
+#include "manager/timetext.h"
 #include "ui/statusicon.h"
+#include "widgets/tablesortproxy.h"
 
 #include <algorithm>
 

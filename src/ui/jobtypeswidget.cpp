@@ -6,12 +6,12 @@
 #include "jobs/jobtypelist.h"
 #include "jobs/runmode.h"
 #include "kilnutil/error.h"
-#include "kilnutil/tablewidget.h"
-#include "service/listings.h"
+#include "manager/listings.h"
 #include "ui/contextmenu.h"
 #include "ui/newjobtypewidget.h"
 #include "ui/pagelayout.h"
 #include "ui/rowsmodel.h"
+#include "widgets/tablewidget.h"
 
 #include <QEvent>
 #include <QFileInfo>
@@ -112,11 +112,9 @@ struct Taskmill_JobTypesWidget::Entries
 
 Taskmill_JobTypesWidget::Taskmill_JobTypesWidget(QWidget *parent, Taskmill_JobTypeList &jobTypes)
     : m_list{jobTypes}
+    , m_frame{new QFrame{parent}}
 {
-    if (Taskmill_IsGuiMode()) {
-        m_frame = new QFrame{parent};
-        BuildTable();
-    }
+    BuildTable();
     FillTable();
     connect(&m_list, &Taskmill_JobTypeList::JobTypesChangedSignal, this, &Taskmill_JobTypesWidget::FillTable);
 }

@@ -21,12 +21,11 @@ class Taskmill_JobTypesWidget final : public QObject
     Q_OBJECT
 
 public:
-    /// The list outlives this. In graphical modes makes the page as a child of the parent.
+    /// The list outlives this. Makes the page as a child of the parent.
     Taskmill_JobTypesWidget(QWidget *parent, Taskmill_JobTypeList &jobTypes);
     ~Taskmill_JobTypesWidget() override;
     Q_DISABLE_COPY_MOVE(Taskmill_JobTypesWidget)
 
-    /// nullptr in console modes.
     [[nodiscard]] QFrame *Frame() const { return m_frame; }
 
     /// Reads the job types back from the database and shows them.

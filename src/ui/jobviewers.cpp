@@ -1,6 +1,6 @@
 #include "ui/jobviewers.h"
 
-#include "kilnutil/filestreamviewer.h"
+#include "viewer/filestreamviewer.h"
 
 #include <QFileInfo>
 

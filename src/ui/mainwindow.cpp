@@ -1,8 +1,8 @@
 #include "ui/mainwindow.h"
 
-#include "kilnutil/helpdialog.h"
-#include "kilnutil/widgetutil.h"
+#include "help/helpdialog.h"
 #include "ui/statusicon.h"
+#include "widgets/widgetutil.h"
 
 #include <QApplication>
 #include <QEvent>

@@ -1,8 +1,8 @@
 #include "ui/newjobtypewidget.h"
 
+#include "help/helpdialog.h"
 #include "kilnutil/error.h"
-#include "kilnutil/helpdialog.h"
-#include "kilnutil/widgetutil.h"
+#include "widgets/widgetutil.h"
 
 #include <QBoxLayout>
 #include <QComboBox>

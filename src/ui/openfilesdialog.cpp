@@ -2,7 +2,7 @@
 
 #include "jobs/jobstore.h"
 #include "kilnutil/error.h"
-#include "kilnutil/widgetutil.h"
+#include "widgets/widgetutil.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "kilnutil/fileopendata.h"
-#include "service/submitdialog.h"
+#include "manager/submitdialog.h"
 #include "ui/openfileslist.h"
 #include "ui/openfilesrecent.h"
+#include "widgets/fileopendata.h"
 
 #include <QDialog>
 #include <QPointer>

@@ -1,6 +1,6 @@
-#include "kilnutil/helpdialog.h"
-#include "kilnutil/widgetutil.h"
+#include "help/helpdialog.h"
 #include "ui/openfilesdialog.h"
+#include "widgets/widgetutil.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -1,6 +1,6 @@
 #include "ui/openfileslist.h"
 
-#include "kilnutil/treewidgetitem.h"
+#include "widgets/treewidgetitem.h"
 
 #include <QDateTime>
 #include <QDir>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kilnutil/treewidget.h"
+#include "widgets/treewidget.h"
 
 /// The input files of the Submit Jobs dialog, one row for each; those that are checked become jobs.
 class Taskmill_OpenFilesList : public KilnUtil_TreeWidget

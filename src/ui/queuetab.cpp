@@ -3,15 +3,15 @@
 #include "jobs/job.h"
 #include "jobs/jobqueue.h"
 #include "kilnutil/error.h"
-#include "kilnutil/process.h"
-#include "kilnutil/tablewidget.h"
-#include "service/queueowner.h"
+#include "manager/queueowner.h"
+#include "processes/process.h"
 #include "ui/contextmenu.h"
 #include "ui/jobsmodel.h"
 #include "ui/jobviewers.h"
 #include "ui/pagelayout.h"
 #include "ui/queuepausedbar.h"
 #include "ui/tablefiller.h"
+#include "widgets/tablewidget.h"
 
 #include <algorithm>
 
@@ -65,13 +65,15 @@ struct Taskmill_QueueTab::Entries
     }
 };
 
-Taskmill_QueueTab::Taskmill_QueueTab(QWidget *parent, Taskmill_QueueOwner &owner, Variant variant)
+Taskmill_QueueTab::Taskmill_QueueTab(QWidget *parent, Taskmill_QueueOwner &owner, const QString &name,
+                                     QString helpId)
     : m_owner{owner}
-    , m_variant{std::move(variant)}
+    , m_helpId{std::move(helpId)}
+    , m_queue{owner.Queue()}
     , m_frame{new QFrame{parent}}
     , m_model{new Taskmill_JobsModel{owner.Jobs(), this}}
 {
-    BuildPage();
+    BuildPage(name);
     FillTable();
     connect(&owner, &Taskmill_QueueOwner::JobsChangedSignal, this, &Taskmill_QueueTab::JobsChangedSlot);
 }
@@ -84,11 +86,11 @@ Taskmill_QueueTab::~Taskmill_QueueTab()
     delete m_frame;
 }
 
-void Taskmill_QueueTab::BuildPage()
+void Taskmill_QueueTab::BuildPage(const QString &name)
 {
     m_table = new KilnUtil_TableWidget{m_frame};
     auto *layout = Taskmill_MakePageLayout(m_frame);
-    if (m_variant.queue) {
+    if (m_queue) {
         m_pausedBar = new Taskmill_QueuePausedBar{m_frame};
         m_pausedBar->hide();
         connect(m_pausedBar, &Taskmill_QueuePausedBar::UnpauseSignal, this, [this] { SetPaused(false); });
@@ -100,10 +102,10 @@ void Taskmill_QueueTab::BuildPage()
                                             m_table->ChangeRows([this] { m_model->Refresh(); });
                                             UpdatePaused();
                                         }};
-    BuildTable();
+    BuildTable(name);
 }
 
-void Taskmill_QueueTab::BuildTable()
+void Taskmill_QueueTab::BuildTable(const QString &name)
 {
     m_table->setAccessibleName(m_owner.ListName());
     m_table->SetAcceptsFiles(true);
@@ -111,7 +113,7 @@ void Taskmill_QueueTab::BuildTable()
         u"No job is here.\nDrop input files to submit them, or press \"Submit Jobs...\"."_s);
     m_table->SetSourceModel(m_model);
     m_table->SetColumnHints(columnHints);
-    m_table->RememberColumns(m_variant.name);
+    m_table->RememberColumns(name);
     connect(m_table, &KilnUtil_TableWidget::cellDoubleClicked, this,
             &Taskmill_QueueTab::CellDoubleClickedSlot);
     connect(m_table, &QWidget::customContextMenuRequested, this, &Taskmill_QueueTab::ContextMenuSlot);
@@ -135,16 +137,16 @@ void Taskmill_QueueTab::JobsChangedSlot()
 
 void Taskmill_QueueTab::UpdatePaused()
 {
-    if (!m_variant.queue || m_shownPaused == m_variant.queue->IsPaused())
+    if (!m_queue || m_shownPaused == m_queue->IsPaused())
         return;
-    m_shownPaused = m_variant.queue->IsPaused();
+    m_shownPaused = m_queue->IsPaused();
     m_pausedBar->setVisible(m_shownPaused);
     Q_EMIT PausedChangedSignal(m_shownPaused);
 }
 
 void Taskmill_QueueTab::SetPaused(bool paused)
 {
-    m_variant.queue->SetPaused(paused);
+    m_queue->SetPaused(paused);
     FillTable();
 }
 
@@ -181,9 +183,9 @@ void Taskmill_QueueTab::ContextMenuSlot(const QPoint &position)
 
     Taskmill_ContextMenu menu{*m_table};
     Entries entries{menu, !selection.isEmpty(), currentJob != nullptr};
-    if (m_variant.queue)
-        entries.AddThoseOf(*m_variant.queue, menu);
-    menu.AddHelp(m_variant.helpId);
+    if (m_queue)
+        entries.AddThoseOf(*m_queue, menu);
+    menu.AddHelp(m_helpId);
     if (currentJob)
         entries.Refine(*currentJob);
 
@@ -201,7 +203,7 @@ void Taskmill_QueueTab::Act(const Entries &entries, const QAction &chosen, const
     else if (&chosen == entries.limit)
         AskForLimit();
     else if (&chosen == entries.pause)
-        SetPaused(!m_variant.queue->IsPaused());
+        SetPaused(!m_queue->IsPaused());
     else if (const Taskmill_Job *job = JobOf(currentJobID))
         View(entries, chosen, *job);
 }
@@ -224,9 +226,9 @@ void Taskmill_QueueTab::AskForLimit()
     const std::optional<int> limit = KilnUtil_Error::UserPrompt().AskNumber(
         u"Maximum Number of Running Jobs Allowed"_s,
         u"Enter Maximum Number of Running Jobs Allowed at a Time for the "_s + m_owner.ListName(),
-        m_variant.queue->MaxRunningJobs(), 1);
+        m_queue->MaxRunningJobs(), 1);
     if (limit && *limit > 0)
-        m_variant.queue->SetMaxRunningJobs(*limit);
+        m_queue->SetMaxRunningJobs(*limit);
 }
 
 void Taskmill_QueueTab::RemoveSlot()
@@ -253,5 +255,5 @@ void Taskmill_QueueTab::CellDoubleClickedSlot(int row, int column)
 
 void Taskmill_QueueTab::FilesDroppedSlot(const QStringList &filePaths)
 {
-    Q_EMIT FilesDroppedSignal(filePaths, m_variant.destination);
+    Q_EMIT FilesDroppedSignal(filePaths, m_owner.Destination());
 }

@@ -18,22 +18,11 @@ class Taskmill_TableFiller;
 
 /// The visible half of the three queue tabs: the page with the table of the jobs, and what its menu, double
 /// clicks and drops do.
-class Taskmill_QueueTab final : public QObject
+class Taskmill_QueueTab : public QObject
 {
     Q_OBJECT
 
 public:
-    /// What differs between the three.
-    struct Variant
-    {
-        Taskmill_Destination destination;
-        QString name; ///< under which the columns are remembered
-        QString helpId;
-        Taskmill_JobQueue *queue = nullptr; ///< nullptr for the list that has no limit and no pause
-    };
-
-    /// The owner of the jobs outlives this. Makes the page as a child of the parent.
-    Taskmill_QueueTab(QWidget *parent, Taskmill_QueueOwner &owner, Variant variant);
     ~Taskmill_QueueTab() override;
     Q_DISABLE_COPY_MOVE(Taskmill_QueueTab)
 
@@ -57,11 +46,16 @@ Q_SIGNALS:
     void FilesDroppedSignal(const QStringList &filePaths, Taskmill_Destination destination);
     void PausedChangedSignal(bool paused);
 
+protected:
+    /// The owner of the jobs outlives this. Makes the page as a child of the parent. The columns are
+    /// remembered under the name.
+    Taskmill_QueueTab(QWidget *parent, Taskmill_QueueOwner &owner, const QString &name, QString helpId);
+
 private:
     struct Entries;
 
-    void BuildPage();
-    void BuildTable();
+    void BuildPage(const QString &name);
+    void BuildTable(const QString &name);
     void UpdatePaused();
     void SetPaused(bool paused);
     [[nodiscard]] Taskmill_Job *JobOf(int jobID) const;
@@ -72,8 +66,9 @@ private:
     void AskForLimit();
 
     Taskmill_QueueOwner &m_owner;
-    const Variant m_variant;
-    QPointer<QFrame> m_frame; ///< goes with the window, when that goes first
+    const QString m_helpId;
+    Taskmill_JobQueue *const m_queue; ///< nullptr for the list that has no limit and no pause
+    QPointer<QFrame> m_frame;         ///< goes with the window, when that goes first
     KilnUtil_TableWidget *m_table = nullptr;
     Taskmill_QueuePausedBar *m_pausedBar = nullptr;
     Taskmill_JobsModel *m_model;

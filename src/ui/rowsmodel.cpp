@@ -1,6 +1,6 @@
 #include "ui/rowsmodel.h"
 
-#include "kilnutil/tablesortproxy.h"
+#include "widgets/tablesortproxy.h"
 
 #include <QTextDocument>
 

@@ -1,14 +1,13 @@
 #include "ui/runningjobswidget.h"
 
-#include "jobs/runmode.h"
-#include "kilnutil/tablewidget.h"
-#include "service/listings.h"
-#include "service/processworker.h"
-#include "service/queueowner.h"
-#include "service/runningjobs.h"
+#include "manager/destinations.h"
+#include "manager/listings.h"
+#include "manager/processworker.h"
+#include "manager/runningjobs.h"
 #include "ui/contextmenu.h"
 #include "ui/pagelayout.h"
 #include "ui/rowsmodel.h"
+#include "widgets/tablewidget.h"
 
 #include <QCheckBox>
 #include <QEvent>
@@ -44,13 +43,11 @@ constexpr std::array<KillEntry, 6> killEntries{{
 } // namespace
 
 Taskmill_RunningJobsWidget::Taskmill_RunningJobsWidget(QWidget *parent, Taskmill_RunningJobs &runningJobs,
-                                                       const Taskmill_JobTabs &jobTabs)
+                                                       Taskmill_Destinations &destinations)
     : m_runningJobs{runningJobs}
-    , m_jobTabs{jobTabs}
+    , m_destinations{destinations}
+    , m_frame{new QFrame{parent}}
 {
-    if (!Taskmill_IsGuiMode())
-        return;
-    m_frame = new QFrame{parent};
     BuildPage();
     m_readingTimer.setSingleShot(true);
     m_readingTimer.setInterval(shortReadingMs);
@@ -179,9 +176,7 @@ Taskmill_RunningJobsWidget::JobToRemove(const Taskmill_ProcessRecord &process) c
 {
     if (!m_runningJobs.OnlyShowsKnownJobTypes() || process.ProcessIdNumber() <= 0)
         return std::nullopt;
-    const std::array<Taskmill_QueueOwner *, 3> owners{&m_jobTabs.LongJobs, &m_jobTabs.ShortJobs,
-                                                      &m_jobTabs.QueuelessJobs};
-    for (Taskmill_QueueOwner *owner : owners) {
+    for (Taskmill_QueueOwner *owner : m_destinations.All()) {
         if (const int jobID = owner->Jobs().FindJobByProcessID(process.ProcessIdNumber()); jobID != -1)
             return Job{*owner, jobID};
     }

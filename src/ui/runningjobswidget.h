@@ -1,7 +1,6 @@
 #pragma once
 
-#include "jobs/processinspector.h"
-#include "service/jobtabs.h"
+#include "processes/processinspector.h"
 
 #include <QObject>
 #include <QPointer>
@@ -16,6 +15,8 @@ class QFrame;
 class QLabel;
 class QPoint;
 class QPushButton;
+class Taskmill_Destinations;
+class Taskmill_QueueOwner;
 class Taskmill_RowsModel;
 class Taskmill_RunningJobs;
 
@@ -26,14 +27,12 @@ class Taskmill_RunningJobsWidget final : public QObject
     Q_OBJECT
 
 public:
-    /// All of them outlive this. In graphical modes makes the page as a child of the parent and begins to
-    /// read the processes.
+    /// All of them outlive this. Makes the page as a child of the parent and begins to read the processes.
     Taskmill_RunningJobsWidget(QWidget *parent, Taskmill_RunningJobs &runningJobs,
-                               const Taskmill_JobTabs &jobTabs);
+                               Taskmill_Destinations &destinations);
     ~Taskmill_RunningJobsWidget() override;
     Q_DISABLE_COPY_MOVE(Taskmill_RunningJobsWidget)
 
-    /// nullptr in console modes.
     [[nodiscard]] QFrame *Frame() const { return m_frame; }
 
 public Q_SLOTS:
@@ -64,7 +63,7 @@ private:
     void OfferToKill(const Taskmill_ProcessRecord &process, const QPoint &position);
 
     Taskmill_RunningJobs &m_runningJobs;
-    const Taskmill_JobTabs m_jobTabs;
+    Taskmill_Destinations &m_destinations;
     QPointer<QFrame> m_frame; ///< goes with the window, when that goes first
     KilnUtil_TableWidget *m_table = nullptr;
     Taskmill_RowsModel *m_model = nullptr;

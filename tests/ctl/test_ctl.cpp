@@ -3,7 +3,7 @@
 #include "db/database.h"
 #include "db/databasemanager.h"
 #include "jobs/jobnotification.h"
-#include "service/requestserver.h"
+#include "requests/requestserver.h"
 #include "support/testutil.h"
 
 #include <QTemporaryDir>

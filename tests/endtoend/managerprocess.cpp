@@ -1,6 +1,6 @@
 #include "endtoend/managerprocess.h"
 
-#include "service/requestmessage.h"
+#include "requests/requestmessage.h"
 #include "support/testutil.h"
 
 #include <QDir>

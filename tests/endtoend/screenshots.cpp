@@ -5,7 +5,7 @@
 #include "endtoend/desktop.h"
 #include "endtoend/processtable.h"
 #include "endtoend/projectfixture.h"
-#include "service/version.h"
+#include "manager/version.h"
 
 #include <QDir>
 #include <QStandardPaths>

@@ -1,6 +1,6 @@
 #include "endtoend/desktop.h"
 #include "endtoend/projectfixture.h"
-#include "service/version.h"
+#include "manager/version.h"
 
 #include <QStandardPaths>
 #include <QtTest>

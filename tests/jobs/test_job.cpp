@@ -1,6 +1,6 @@
 #include "jobs/job.h"
-#include "jobs/processinspector.h"
-#include "kilnutil/process.h"
+#include "processes/process.h"
+#include "processes/processinspector.h"
 #include "support/jobfakes.h"
 
 #include <QtTest>

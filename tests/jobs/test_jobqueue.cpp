@@ -1,7 +1,7 @@
 #include "fakejobstore.h"
 #include "jobs/jobqueue.h"
-#include "jobs/processinspector.h"
 #include "jobs/queuelessjobslist.h"
+#include "processes/processinspector.h"
 #include "support/jobfakes.h"
 
 #include <QTcpServer>

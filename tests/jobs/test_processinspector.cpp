@@ -1,4 +1,4 @@
-#include "jobs/processinspector_wmic.h"
+#include "processes/processinspector_wmic.h"
 #include "support/testutil.h"
 
 #include <QDir>

@@ -1,4 +1,4 @@
-#include "jobs/processinspector_native.h"
+#include "processes/processinspector_native.h"
 #include "support/testutil.h"
 
 #include <QDateTime>

@@ -1,4 +1,4 @@
-#include "jobs/processinspector.h"
+#include "processes/processinspector.h"
 #include "support/testutil.h"
 
 #include <QtTest>

@@ -1,9 +1,9 @@
 #include "kilnutil/computerdata.h"
 #include "kilnutil/filesys.h"
 #include "kilnutil/idmanager.h"
-#include "kilnutil/outputbuffer.h"
 #include "kilnutil/stringutil.h"
 #include "kilnutil/textencoding.h"
+#include "processes/outputbuffer.h"
 #include "support/testutil.h"
 
 #include <QtTest>

@@ -1,8 +1,8 @@
-#include "kilnutil/filesource.h"
-#include "kilnutil/memorysource.h"
-#include "kilnutil/textrows.h"
-#include "kilnutil/textsearch.h"
 #include "support/testutil.h"
+#include "viewer/filesource.h"
+#include "viewer/memorysource.h"
+#include "viewer/textrows.h"
+#include "viewer/textsearch.h"
 
 #include <QtTest>
 

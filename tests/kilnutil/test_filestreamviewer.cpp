@@ -1,9 +1,9 @@
-#include "kilnutil/filestreamviewer.h"
-#include "kilnutil/process.h"
-#include "kilnutil/textsource.h"
-#include "kilnutil/textview.h"
+#include "processes/process.h"
 #include "support/scriptedprompt.h"
 #include "support/testutil.h"
+#include "viewer/filestreamviewer.h"
+#include "viewer/textsource.h"
+#include "viewer/textview.h"
 
 #include <QLineEdit>
 #include <QPointer>

@@ -1,8 +1,8 @@
-#include "kilnutil/helpdialog.h"
+#include "help/helpdialog.h"
 
+#include "help/helpbrowser.h"
+#include "help/helppages.h"
 #include "kilnutil/filesys.h"
-#include "kilnutil/helpbrowser.h"
-#include "kilnutil/helppages.h"
 #include "support/testutil.h"
 
 #include <QDir>

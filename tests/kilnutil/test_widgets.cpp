@@ -1,8 +1,8 @@
 #include "kilnutil/registry.h"
-#include "kilnutil/tablesortproxy.h"
-#include "kilnutil/tablewidget.h"
-#include "kilnutil/widgetprompt.h"
 #include "support/testutil.h"
+#include "widgets/tablesortproxy.h"
+#include "widgets/tablewidget.h"
+#include "widgets/widgetprompt.h"
 
 #include <QAbstractItemModelTester>
 #include <QApplication>

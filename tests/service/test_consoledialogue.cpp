@@ -1,9 +1,9 @@
-#include "service/console.h"
+#include "console/console.h"
 
+#include "console/consoleposted.h"
 #include "jobs/job.h"
-#include "service/consoleposted.h"
-#include "service/runningjobs.h"
-#include "service/timetext.h"
+#include "manager/runningjobs.h"
+#include "manager/timetext.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 

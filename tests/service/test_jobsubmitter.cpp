@@ -1,4 +1,4 @@
-#include "service/jobsubmitter.h"
+#include "manager/jobsubmitter.h"
 
 #include "jobs/job.h"
 #include "jobs/runmode.h"

@@ -1,4 +1,4 @@
-#include "service/project.h"
+#include "manager/project.h"
 
 #include "db/databasetestutil.h"
 #include "jobs/job.h"

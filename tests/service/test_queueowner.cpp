@@ -1,4 +1,4 @@
-#include "service/queueowner.h"
+#include "manager/queueowner.h"
 
 #include "support/testmanager.h"
 #include "support/testutil.h"

@@ -1,4 +1,4 @@
-#include "service/requestmessage.h"
+#include "requests/requestmessage.h"
 
 #include "support/testutil.h"
 

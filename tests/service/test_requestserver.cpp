@@ -1,4 +1,4 @@
-#include "service/requestserver.h"
+#include "requests/requestserver.h"
 
 #include "support/testutil.h"
 

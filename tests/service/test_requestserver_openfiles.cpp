@@ -1,4 +1,4 @@
-#include "service/requestserver.h"
+#include "requests/requestserver.h"
 
 #include <QRegularExpression>
 #include <QTcpSocket>

@@ -1,9 +1,9 @@
 #include "db/database.h"
-#include "kilnutil/tablewidget.h"
 #include "support/testutil.h"
 #include "ui/finishedjobswidget.h"
 #include "ui/queuetab.h"
 #include "ui/uidriver.h"
+#include "widgets/tablewidget.h"
 
 #include <QAbstractItemModelTester>
 #include <QtTest>

@@ -1,9 +1,9 @@
 #include "db/database.h"
-#include "kilnutil/tablewidget.h"
 #include "support/testutil.h"
 #include "ui/jobtypeswidget.h"
 #include "ui/newjobtypewidget.h"
 #include "ui/uidriver.h"
+#include "widgets/tablewidget.h"
 
 #include <QtTest>
 

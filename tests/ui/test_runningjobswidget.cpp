@@ -1,10 +1,10 @@
 #include "ui/runningjobswidget.h"
 
-#include "kilnutil/tablewidget.h"
-#include "service/processworker.h"
-#include "service/runningjobs.h"
+#include "manager/processworker.h"
+#include "manager/runningjobs.h"
 #include "support/testutil.h"
 #include "ui/uidriver.h"
+#include "widgets/tablewidget.h"
 
 #include <QCheckBox>
 #include <QFrame>

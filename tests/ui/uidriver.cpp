@@ -1,8 +1,8 @@
 #include "ui/uidriver.h"
 
 #include "jobs/runmode.h"
-#include "kilnutil/filestreamviewer.h"
-#include "kilnutil/textview.h"
+#include "viewer/filestreamviewer.h"
+#include "viewer/textview.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "manager/manager.h"
+#include "requests/notificationsender.h"
+#include "requests/requestdispatcher.h"
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+
+class QWidget;
+class Taskmill_AppWindow;
+class Taskmill_Console;
+
+/// What start-up hands to the session.
+struct Taskmill_SessionOptions
+{
+    QString StartUpFile; ///< project file named on the command line; may be empty
+    QString Banner;      ///< printed when a console starts
+    bool NoEventLoop = false;
+    /// Ends the process at once where there is no event loop to quit; called when everything is shut down.
+    std::function<void()> ExitWithoutEventLoop;
+};
+
+/// One run of the program: the manager, the server that takes requests for it, and the front end of the run
+/// mode, which is the window or the console.
+class Taskmill_Session final : public QObject, private Taskmill_FrontEnd
+{
+    Q_OBJECT
+
+public:
+    explicit Taskmill_Session(Taskmill_SessionOptions options);
+    ~Taskmill_Session() override;
+    Q_DISABLE_COPY_MOVE(Taskmill_Session)
+
+    /// Opens the start-up file or a new project, shows the tray icon and starts the server. False when no
+    /// project could be had.
+    [[nodiscard]] bool Initialise();
+    /// Shows the main window or starts the console.
+    void Show();
+
+    [[nodiscard]] Taskmill_Manager &Manager() { return m_manager; }
+    /// nullptr in console modes.
+    [[nodiscard]] Taskmill_AppWindow *AppWindow() const { return m_window.get(); }
+
+    /// Ends all jobs, closes the project and the front end; without effect the second time.
+    void ShutDown();
+    /// Saves a project that has a file and ends what runs, when the process is about to end out of turn. No
+    /// window is touched.
+    void SaveBeforeAbruptEnd() { m_manager.SaveBeforeAbruptEnd(); }
+
+public Q_SLOTS:
+    /// Ends the program; what was to be asked has been asked.
+    void ExitSlot();
+    /// Quits without a question, as on a signal: a project that has a file is saved first.
+    void QuitAtOnceSlot();
+
+private:
+    void ShowInFront() override;
+    void PutAway() override;
+    [[nodiscard]] bool IsUserBusy() const override;
+
+    void StartConsole();
+    void EndEventLoop();
+
+    const Taskmill_SessionOptions m_options;
+    Taskmill_NotificationSender m_notifier;
+    Taskmill_Manager m_manager;
+    std::unique_ptr<Taskmill_AppWindow> m_window;
+    std::unique_ptr<Taskmill_Console> m_console;
+    Taskmill_RequestDispatcher m_dispatcher;
+    Taskmill_RequestServer m_server;
+};

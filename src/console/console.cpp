@@ -1,0 +1,64 @@
+#include "console/console.h"
+
+#include "console/consoleshell.h"
+#include "console/consoleworker.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int joinRoundMs = 10;
+}
+
+Taskmill_Console::Taskmill_Console(QString banner, bool noEventLoop, Taskmill_ConsoleContext context,
+                                   std::unique_ptr<Taskmill_ConsoleTerminal> terminal)
+    : m_banner{std::move(banner)}
+    , m_noEventLoop{noEventLoop}
+    , m_actions{std::move(context)}
+    , m_terminal{std::move(terminal)}
+{
+    m_thread.setObjectName(u"console"_s);
+}
+
+Taskmill_Console::~Taskmill_Console()
+{
+    QuitSlot();
+    // The worker may be waiting for this thread to carry out a call.
+    while (m_thread.isRunning() && !m_thread.wait(joinRoundMs))
+        QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+}
+
+void Taskmill_Console::RunSlot()
+{
+    Taskmill_ConsoleShell::MinimiseConsoleWindow();
+    m_terminal->Post(m_banner + u"\n\n"_s);
+    if (!m_actions.Notice().isEmpty())
+        m_terminal->Post(u"<Taskmill> "_s + m_actions.Notice() + u"\n\n"_s);
+
+    auto worker = std::make_unique<Taskmill_Console_Worker>(*this);
+    connect(worker.get(), &Taskmill_Console_Worker::QuitSignal, this, &Taskmill_Console::QuitSlot);
+    QCoreApplication::processEvents();
+    if (m_noEventLoop) {
+        m_terminal->SetWakeHook([] { QCoreApplication::processEvents(); });
+        worker->InteractUntilInterrupted();
+        return;
+    }
+    Taskmill_Console_Worker *threadWorker = worker.release();
+    threadWorker->moveToThread(&m_thread);
+    connect(&m_thread, &QThread::finished, threadWorker, &QObject::deleteLater);
+    m_thread.start(QThread::InheritPriority);
+    QTimer::singleShot(0, threadWorker, &Taskmill_Console_Worker::InteractSlot);
+}
+
+void Taskmill_Console::QuitSlot()
+{
+    m_quitting = true;
+    m_terminal->Interrupt();
+    m_thread.requestInterruption();
+    m_thread.quit();
+    // Without an event loop the program may end before the terminal does.
+    if (m_noEventLoop)
+        m_terminal->Print({});
+}

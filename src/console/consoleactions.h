@@ -1,0 +1,61 @@
+#pragma once
+
+#include "jobs/destination.h"
+#include "jobs/jobtype.h"
+#include "manager/runningjobs.h"
+
+#include <functional>
+#include <optional>
+
+class Taskmill_JobQueue;
+class Taskmill_Manager;
+class Taskmill_Project;
+class Taskmill_QueueOwner;
+struct Taskmill_JobRecord;
+
+/// What the console reaches of the manager. All of it outlives the console.
+struct Taskmill_ConsoleContext
+{
+    Taskmill_Manager &Manager;
+    QString Notice;             ///< printed below the banner
+    std::function<void()> Exit; ///< ends the program without a question
+};
+
+/// What the console's commands do, apart from reading and printing. To be called on the main thread.
+class Taskmill_ConsoleActions
+{
+public:
+    explicit Taskmill_ConsoleActions(Taskmill_ConsoleContext context);
+
+    [[nodiscard]] QString QueueListing(Taskmill_Destination destination) const;
+    [[nodiscard]] QString FinishedListing() const;
+    /// What reads the processes for the listing. Keeps the choice, also for the window's table.
+    [[nodiscard]] Taskmill_RunningJobs::Reading ProcessReading(bool onlyKnownJobTypes) const;
+    [[nodiscard]] QString ProcessListing(const QList<Taskmill_ProcessRecord> &processes) const;
+    [[nodiscard]] QString JobTypeListing() const;
+    /// All fields of a job, wherever it is, and its output. A line that says so when there is no such job.
+    [[nodiscard]] QString JobText(int jobID) const;
+
+    [[nodiscard]] QStringList JobTypeNames() const;
+    /// By name in any case, else by number; an empty record when there is none.
+    [[nodiscard]] Taskmill_JobType FindJobType(const QString &nameOrNumber) const;
+    /// Says what became of the file.
+    [[nodiscard]] QString AddFile(const QString &filePath, const Taskmill_JobType &jobType,
+                                  Taskmill_Destination destination) const;
+
+    [[nodiscard]] QString SetPaused(Taskmill_Destination queue, bool paused) const;
+    [[nodiscard]] QString SetLimit(Taskmill_Destination queue, int maxRunningJobs) const;
+
+    /// The owner of the job's queue; nullptr when the job is in none.
+    [[nodiscard]] Taskmill_QueueOwner *OwnerOfJob(int jobID) const;
+
+    [[nodiscard]] QString Notice() const { return m_context.Notice; }
+    [[nodiscard]] Taskmill_Project &Project() const;
+    void Exit() const { m_context.Exit(); }
+
+private:
+    [[nodiscard]] const Taskmill_JobRecord *FindRecord(int jobID) const;
+    [[nodiscard]] Taskmill_JobQueue *LimitedQueue(Taskmill_Destination queue) const;
+
+    const Taskmill_ConsoleContext m_context;
+};

@@ -1,0 +1,8 @@
+#include "console/consoleterminal.h"
+
+#include "kilnutil/standardstreams.h"
+
+void Taskmill_WriteToStandardOutput(const QString &text)
+{
+    KilnUtil_StandardStreams::Write(stdout, text);
+}

@@ -1,0 +1,118 @@
+#include "console/consoleterminal_plain.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <array>
+
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+constexpr int firstEndWaitMs = 250;
+constexpr int longestEndWaitMs = 2000;
+constexpr int forEver = -1;
+
+/// Whether more can never come: the null device, or none.
+bool EndsForEver(int descriptor)
+{
+    struct stat input
+    {
+    };
+    struct stat null
+    {
+    };
+    return fstat(descriptor, &input) != 0 ||
+           (S_ISCHR(input.st_mode) && stat("/dev/null", &null) == 0 && input.st_rdev == null.st_rdev);
+}
+} // namespace
+
+Taskmill_InterruptibleInput::Taskmill_InterruptibleInput(int descriptor)
+    : m_descriptor{descriptor}
+{
+}
+
+void Taskmill_InterruptibleInput::Interrupt()
+{
+    m_interrupted = true;
+    Wake();
+}
+
+Taskmill_InterruptibleInput::Waited Taskmill_InterruptibleInput::WaitForInput(int timeoutMs,
+                                                                              bool alsoDescriptor)
+{
+    std::array<pollfd, 2> waited{{{m_wakePipe.Descriptor(), POLLIN, 0}, {m_descriptor, POLLIN, 0}}};
+    if (poll(waited.data(), alsoDescriptor ? 2 : 1, timeoutMs) < 0 && errno == EINTR)
+        return Waited::Woken;
+    if (!(waited[0].revents & POLLIN))
+        return Waited::Ready;
+    m_wakePipe.Drain();
+    return Waited::Woken;
+}
+
+std::optional<char> Taskmill_InterruptibleInput::ReadByte()
+{
+    while (!m_interrupted) {
+        if (WaitForInput(forEver, true) == Waited::Woken)
+            return std::nullopt;
+        char byte = 0;
+        const ssize_t count = read(m_descriptor, &byte, 1);
+        if (count == 1) {
+            m_endWaitMs = 0;
+            return byte;
+        }
+        if (count < 0 && (errno == EINTR || errno == EAGAIN))
+            continue;
+        // More may come behind the end of a file that grows or of a pipe that is opened again.
+        m_endWaitMs = EndsForEver(m_descriptor)
+                          ? forEver
+                          : std::clamp(2 * m_endWaitMs, firstEndWaitMs, longestEndWaitMs);
+        if (WaitForInput(m_endWaitMs, false) == Waited::Woken)
+            return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+Taskmill_PlainTerminal::Taskmill_PlainTerminal(int inputDescriptor, int outputDescriptor)
+    : m_input{inputDescriptor}
+    , m_output{outputDescriptor, [this] {
+                   CallWakeHook();
+               }}
+{
+}
+
+std::optional<QString> Taskmill_PlainTerminal::ReadLine(const QString &prompt)
+{
+    Print(prompt);
+    QByteArray line;
+    while (!m_input.IsInterrupted()) {
+        m_output.WritePosted();
+        const std::optional<char> byte = m_input.ReadByte();
+        if (!byte)
+            CallWakeHook();
+        else if (*byte == '\n')
+            return QString::fromLocal8Bit(line);
+        else if (line.size() < MaxLineBytes)
+            line += *byte;
+    }
+    return std::nullopt;
+}
+
+void Taskmill_PlainTerminal::Print(const QString &text)
+{
+    m_output.WritePosted();
+    m_output.WriteOfCommand(text.toLocal8Bit());
+}
+
+void Taskmill_PlainTerminal::Post(const QString &text)
+{
+    m_output.Post(text);
+    m_input.Wake();
+}
+
+void Taskmill_PlainTerminal::Interrupt()
+{
+    m_input.Interrupt();
+    m_output.Interrupt();
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "console/consoleoutput_unix.h"
+#include "console/consoleterminal.h"
+#include "console/wakepipe_unix.h"
+
+#include <atomic>
+
+/// Waits for bytes of a descriptor or for being woken, whichever comes first.
+class Taskmill_InterruptibleInput
+{
+public:
+    explicit Taskmill_InterruptibleInput(int descriptor);
+
+    /// The next byte. Nothing when it was woken, by a signal too, or interrupted; the end of the input is
+    /// waited out.
+    [[nodiscard]] std::optional<char> ReadByte();
+    [[nodiscard]] bool IsInterrupted() const { return m_interrupted; }
+    /// Makes a ReadByte() that waits return without a byte, once.
+    void Wake() { m_wakePipe.Wake(); }
+    /// The same for good.
+    void Interrupt();
+
+private:
+    enum class Waited
+    {
+        Ready,
+        Woken
+    };
+
+    [[nodiscard]] Waited WaitForInput(int timeoutMs, bool alsoDescriptor);
+
+    const int m_descriptor;
+    Taskmill_WakePipe m_wakePipe;
+    std::atomic<bool> m_interrupted{false};
+    int m_endWaitMs = 0; ///< how long the last end of the input was waited out
+};
+
+/// Reads lines as they come, without editing.
+class Taskmill_PlainTerminal final : public Taskmill_ConsoleTerminal
+{
+public:
+    Taskmill_PlainTerminal(int inputDescriptor, int outputDescriptor);
+
+    std::optional<QString> ReadLine(const QString &prompt) override;
+    void Print(const QString &text) override;
+    void Post(const QString &text) override;
+    void Interrupt() override;
+
+private:
+    Taskmill_InterruptibleInput m_input;
+    Taskmill_InterruptibleOutput m_output;
+};

@@ -1,0 +1,11 @@
+#include "console/consoleterminal_edit.h"
+#include "console/consoleterminal_plain.h"
+
+#include <unistd.h>
+
+std::unique_ptr<Taskmill_ConsoleTerminal> Taskmill_MakeConsoleTerminal()
+{
+    if (isatty(STDIN_FILENO) && isatty(STDOUT_FILENO))
+        return std::make_unique<Taskmill_EditTerminal>();
+    return std::make_unique<Taskmill_PlainTerminal>(STDIN_FILENO, STDOUT_FILENO);
+}

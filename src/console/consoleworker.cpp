@@ -1,0 +1,433 @@
+#include "console/consoleworker.h"
+
+#include "console/console.h"
+#include "console/consoleshell.h"
+#include "kilnutil/standardstreams.h"
+#include "manager/manager.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QThread>
+#include <QTimer>
+
+#include <limits>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int childRoundMs = 100;
+
+bool IsCancel(const QString &answer)
+{
+    return answer.compare("cancel"_L1, Qt::CaseInsensitive) == 0;
+}
+
+/// The files whose paths begin with the text, directories with a '/' at their end.
+QStringList FilesBeginningWith(const QString &typed)
+{
+    const qsizetype nameBegin = typed.lastIndexOf(u'/') + 1;
+    const QString directory = typed.first(nameBegin);
+    const QString name = typed.sliced(nameBegin);
+    QStringList files;
+    const auto entries = QDir{directory.isEmpty() ? u"."_s : directory}.entryInfoList(
+        QDir::AllEntries | QDir::NoDotAndDotDot | (name.startsWith(u'.') ? QDir::Hidden : QDir::Filters{}),
+        QDir::Name);
+    for (const QFileInfo &entry : entries) {
+        if (entry.fileName().startsWith(name))
+            files += directory + entry.fileName() + (entry.isDir() ? u"/"_s : QString{});
+    }
+    return files;
+}
+} // namespace
+
+Taskmill_Console_Worker::Taskmill_Console_Worker(Taskmill_Console &console)
+    : m_console{console}
+{
+}
+
+void Taskmill_Console_Worker::InteractSlot()
+{
+    if (Round())
+        QTimer::singleShot(RoundPauseMs, this, &Taskmill_Console_Worker::InteractSlot);
+    else
+        Q_EMIT QuitSignal();
+}
+
+void Taskmill_Console_Worker::InteractUntilInterrupted()
+{
+    while (Round()) {
+    }
+}
+
+bool Taskmill_Console_Worker::Round()
+{
+    OfferCommands();
+    m_console.Terminal().SetRemembersLines(true);
+    const std::optional<QString> line = Ask(u"<Taskmill> "_s);
+    m_console.Terminal().SetRemembersLines(false);
+    if (!line)
+        return false;
+    Execute(*line);
+    QCoreApplication::processEvents();
+    return !m_console.IsQuitting();
+}
+
+std::optional<QString> Taskmill_Console_Worker::Ask(const QString &prompt)
+{
+    const std::optional<QString> line = m_console.Terminal().ReadLine(prompt);
+    QCoreApplication::processEvents();
+    return line && !m_console.IsQuitting() ? std::optional{line->trimmed()} : std::nullopt;
+}
+
+bool Taskmill_Console_Worker::AskUntil(const QString &prompt,
+                                       const std::function<bool(const QString &)> &accepts)
+{
+    while (const std::optional<QString> answer = Ask(prompt)) {
+        if (accepts(*answer))
+            return true;
+        if (IsCancel(*answer))
+            return false;
+        Print(u"\n"_s);
+    }
+    return false;
+}
+
+bool Taskmill_Console_Worker::AskYesNo(const QString &question)
+{
+    OfferWords({u"yes"_s, u"no"_s});
+    bool yes = false;
+    const bool answered = AskUntil(question, [&yes](const QString &answer) {
+        const QString word = answer.toLower();
+        yes = word == "yes"_L1 || word == "y"_L1 || word == "1"_L1;
+        return yes || word == "no"_L1 || word == "n"_L1 || word == "0"_L1;
+    });
+    return answered && yes;
+}
+
+void Taskmill_Console_Worker::Print(const QString &text)
+{
+    m_console.Terminal().Print(text);
+}
+
+bool Taskmill_Console_Worker::OnMainThread(const std::function<void()> &function)
+{
+    if (m_console.IsQuitting())
+        return false;
+    if (QThread::currentThread() == m_console.thread())
+        function();
+    else
+        QMetaObject::invokeMethod(&m_console, function, Qt::BlockingQueuedConnection);
+    return true;
+}
+
+void Taskmill_Console_Worker::PrintFromMainThread(
+    const std::function<QString(Taskmill_ConsoleActions &)> &text)
+{
+    QString result;
+    if (OnMainThread([&] { result = text(m_console.Actions()); }))
+        Print(result);
+}
+
+void Taskmill_Console_Worker::OfferCommands()
+{
+    m_console.Terminal().SetCompleter([words = CommandWords()](const QString &line) {
+        Taskmill_ConsoleTerminal::Completions completions;
+        const bool isChange = line.startsWith("cd "_L1);
+        if (isChange || line.startsWith("dir "_L1)) {
+            // All that follows "cd" is one path, blanks included.
+            completions.position = (isChange ? line.indexOf(u' ') : line.lastIndexOf(u' ')) + 1;
+            completions.words = FilesBeginningWith(line.sliced(completions.position));
+        } else {
+            completions.words = words;
+            completions.words.removeIf([&line](const QString &word) { return !word.startsWith(line); });
+        }
+        return completions;
+    });
+}
+
+void Taskmill_Console_Worker::OfferWords(const QStringList &words)
+{
+    m_console.Terminal().SetCompleter([words](const QString &line) {
+        Taskmill_ConsoleTerminal::Completions completions;
+        for (const QString &word : words) {
+            if (word.startsWith(line))
+                completions.words += word;
+        }
+        return completions;
+    });
+}
+
+void Taskmill_Console_Worker::OfferFiles()
+{
+    m_console.Terminal().SetCompleter([](const QString &line) {
+        return Taskmill_ConsoleTerminal::Completions{.position = 0, .words = FilesBeginningWith(line)};
+    });
+}
+
+void Taskmill_Console_Worker::ListQueue(Taskmill_Destination destination)
+{
+    PrintFromMainThread(
+        [destination](Taskmill_ConsoleActions &actions) { return actions.QueueListing(destination); });
+}
+
+void Taskmill_Console_Worker::ListRunning(bool onlyKnown)
+{
+    Taskmill_RunningJobs::Reading read;
+    if (!OnMainThread([&] { read = m_console.Actions().ProcessReading(onlyKnown); }))
+        return;
+    // A slow tool holds up nothing but the console.
+    const QList<Taskmill_ProcessRecord> processes = read();
+    PrintFromMainThread(
+        [&processes](Taskmill_ConsoleActions &actions) { return actions.ProcessListing(processes); });
+}
+
+void Taskmill_Console_Worker::ListFinished()
+{
+    PrintFromMainThread([](Taskmill_ConsoleActions &actions) { return actions.FinishedListing(); });
+}
+
+void Taskmill_Console_Worker::ListJobTypes()
+{
+    PrintFromMainThread([](Taskmill_ConsoleActions &actions) { return actions.JobTypeListing(); });
+}
+
+void Taskmill_Console_Worker::AddJobToAskedQueue()
+{
+    OfferWords({u"long"_s, u"short"_s, u"none"_s, u"cancel"_s});
+    Taskmill_Destination destination = Taskmill_Destination::JobTypeDefault;
+    const bool answered = AskUntil(u"\n<Taskmill> Enter Queue:  "_s, [&destination](const QString &answer) {
+        const QString word = answer.toLower();
+        if (word == "long"_L1)
+            destination = Taskmill_Destination::Long;
+        else if (word == "short"_L1)
+            destination = Taskmill_Destination::Short;
+        else if (word == "none"_L1)
+            destination = Taskmill_Destination::Queueless;
+        return destination != Taskmill_Destination::JobTypeDefault;
+    });
+    if (answered)
+        AddJob(destination);
+}
+
+void Taskmill_Console_Worker::AddJob(Taskmill_Destination destination)
+{
+    QStringList names;
+    OnMainThread([&] { names = m_console.Actions().JobTypeNames(); });
+    OfferWords(names);
+    Taskmill_JobType jobType;
+    const bool typeChosen = AskUntil(u"\n<Taskmill> Enter Job Type:  "_s, [&](const QString &answer) {
+        OnMainThread([&] { jobType = m_console.Actions().FindJobType(answer); });
+        return !jobType.IsEmpty();
+    });
+    if (!typeChosen)
+        return;
+
+    OfferFiles();
+    QString inputFile;
+    const bool fileChosen =
+        AskUntil(u"\n<Taskmill> Enter Input File:  "_s, [&inputFile](const QString &answer) {
+            inputFile = answer;
+            return QFileInfo{answer}.isFile();
+        });
+    if (!fileChosen)
+        return;
+    PrintFromMainThread(
+        [&](Taskmill_ConsoleActions &actions) { return actions.AddFile(inputFile, jobType, destination); });
+}
+
+void Taskmill_Console_Worker::SetPaused(Taskmill_Destination queue, bool paused)
+{
+    PrintFromMainThread([=](Taskmill_ConsoleActions &actions) { return actions.SetPaused(queue, paused); });
+}
+
+void Taskmill_Console_Worker::SetLimit(Taskmill_Destination queue, const QString &argument)
+{
+    bool isNumber = false;
+    const int limit = argument.toInt(&isNumber);
+    if (!isNumber || limit < 1)
+        Print(u"\n<Taskmill> The limit must be a number from 1 to %1.\n\n"_s.arg(
+            std::numeric_limits<int>::max()));
+    else
+        PrintFromMainThread([=](Taskmill_ConsoleActions &actions) { return actions.SetLimit(queue, limit); });
+}
+
+std::optional<int> Taskmill_Console_Worker::JobNumber(const QString &argument)
+{
+    bool isNumber = false;
+    const int jobID = argument.toInt(&isNumber);
+    bool isKnown = false;
+    if (isNumber)
+        OnMainThread([&] { isKnown = m_console.Actions().OwnerOfJob(jobID) != nullptr; });
+    if (isKnown)
+        return jobID;
+    Print(u"\n<Taskmill> There is no waiting or running job %1.\n\n"_s.arg(argument));
+    return std::nullopt;
+}
+
+void Taskmill_Console_Worker::RemoveJob(const QString &argument)
+{
+    const std::optional<int> jobID = JobNumber(argument);
+    if (!jobID)
+        return;
+    Taskmill_Question question;
+    OnMainThread([&] {
+        if (Taskmill_QueueOwner *owner = m_console.Actions().OwnerOfJob(*jobID))
+            question = owner->RemovalQuestion({*jobID});
+    });
+    if (!question.text.isEmpty() && AskYesNo(u"\n<Taskmill> "_s + question.text + u"  "_s))
+        EndJob(*jobID, u"\n<Taskmill> Job %1 was removed.\n\n"_s);
+}
+
+void Taskmill_Console_Worker::KillJob(const QString &argument)
+{
+    const std::optional<int> jobID = JobNumber(argument);
+    if (!jobID)
+        return;
+    bool isRunning = false;
+    OnMainThread([&] {
+        Taskmill_QueueOwner *owner = m_console.Actions().OwnerOfJob(*jobID);
+        const Taskmill_Job *job = owner ? owner->Jobs().FindByJobID(*jobID) : nullptr;
+        isRunning = job && job->Process();
+    });
+    if (isRunning)
+        EndJob(*jobID, u"\n<Taskmill> Job %1 was killed.\n\n"_s);
+    else
+        Print(u"\n<Taskmill> Job %1 does not run; it can be removed.\n\n"_s.arg(*jobID));
+}
+
+void Taskmill_Console_Worker::EndJob(int jobID, const QString &doneText)
+{
+    bool isRunning = false;
+    OnMainThread([&] {
+        Taskmill_QueueOwner *owner = m_console.Actions().OwnerOfJob(jobID);
+        isRunning = owner && owner->AnyRunning({jobID});
+    });
+    if (isRunning && !AskYesNo(u"\n<Taskmill> "_s + Taskmill_QueueOwner::RunningJobsWarning().text + u"  "_s))
+        return;
+    PrintFromMainThread([&](Taskmill_ConsoleActions &actions) {
+        // It may have ended by itself while the questions stood.
+        Taskmill_QueueOwner *owner = actions.OwnerOfJob(jobID);
+        if (!owner)
+            return u"\n<Taskmill> Job %1 has ended meanwhile.\n\n"_s.arg(jobID);
+        owner->RemoveNow({jobID});
+        return doneText.arg(jobID);
+    });
+}
+
+void Taskmill_Console_Worker::ShowJob(const QString &argument)
+{
+    bool isNumber = false;
+    const int jobID = argument.toInt(&isNumber);
+    if (isNumber)
+        PrintFromMainThread([jobID](Taskmill_ConsoleActions &actions) { return actions.JobText(jobID); });
+    else
+        Print(u"\n<Taskmill> There is no job %1.\n\n"_s.arg(argument));
+}
+
+QString Taskmill_Console_Worker::AskForProjectFile()
+{
+    OfferFiles();
+    const std::optional<QString> answer = Ask(u"\n<Taskmill> Enter Project File:  "_s);
+    if (!answer || IsCancel(*answer))
+        return {};
+    QString file = Taskmill_Project::ProjectFileName(*answer);
+    if (!file.isEmpty() && QFileInfo::exists(file) &&
+        !AskYesNo(u"\n<Taskmill> %1 already exists.  Do you want to replace it?  "_s.arg(file)))
+        return {};
+    return file;
+}
+
+bool Taskmill_Console_Worker::SaveProject()
+{
+    QString file;
+    bool hasChanged = false;
+    OnMainThread([&] {
+        file = m_console.Actions().Project().FilePath();
+        hasChanged = m_console.Actions().Project().FileHasChanged();
+    });
+    const bool replace =
+        !hasChanged ||
+        AskYesNo(
+            u"\n<Taskmill> %1 was changed by another program.  Do you want to replace it?  "_s.arg(file));
+    if (file.isEmpty() || !replace)
+        file = AskForProjectFile();
+    bool saved = false;
+    if (!file.isEmpty())
+        OnMainThread([&] { saved = m_console.Actions().Project().SaveProjectAs(file); });
+    if (saved)
+        Print(u"\n<Taskmill> The project was saved to %1.\n\n"_s.arg(file));
+    return saved;
+}
+
+void Taskmill_Console_Worker::Save()
+{
+    if (!SaveProject())
+        Print(u"\n<Taskmill> The project was not saved.\n\n"_s);
+}
+
+bool Taskmill_Console_Worker::SaveBeforeQuitting()
+{
+    std::optional<Taskmill_Project::SaveQuestion> question;
+    OnMainThread([&] { question = m_console.Actions().Project().QuestionBeforeClosing(); });
+    if (!question)
+        return true;
+    OfferWords({u"yes"_s, u"no"_s, u"cancel"_s});
+    bool yes = false;
+    const bool answered = AskUntil(question->consoleText, [&yes](const QString &answer) {
+        yes = answer.compare("yes"_L1, Qt::CaseInsensitive) == 0;
+        return yes || answer.compare("no"_L1, Qt::CaseInsensitive) == 0;
+    });
+    return answered && (!yes || SaveProject());
+}
+
+void Taskmill_Console_Worker::Quit()
+{
+    OfferWords({u"yes"_s, u"no"_s});
+    const std::optional<QString> answer =
+        Ask(u"\n<Taskmill> Are you sure you want to completely exit Taskmill?  "_s);
+    const QString word = answer.value_or(QString{}).toLower();
+    const bool ends = (word == "yes"_L1 || word == "y"_L1 || word == "1"_L1) && SaveBeforeQuitting();
+    // Before the end, from which nothing comes back here without an event loop.
+    Print(u"\n"_s);
+    if (ends)
+        OnMainThread([this] { m_console.Actions().Exit(); });
+}
+
+void Taskmill_Console_Worker::PrintDirectory()
+{
+    PrintFromMainThread([](Taskmill_ConsoleActions &) {
+        return u"\nCurrent Directory:  %1\n\n"_s.arg(QDir::toNativeSeparators(QDir::currentPath()));
+    });
+}
+
+void Taskmill_Console_Worker::ChangeDirectory(const QString &argument)
+{
+    OnMainThread([&] { QDir::setCurrent(argument); });
+    PrintDirectory();
+}
+
+void Taskmill_Console_Worker::GoHome()
+{
+    ChangeDirectory(QDir::homePath());
+}
+
+void Taskmill_Console_Worker::Clear()
+{
+    Taskmill_ConsoleShell::ClearConsole(m_console.Terminal());
+}
+
+void Taskmill_Console_Worker::ListDirectory(const QString &line)
+{
+    QProcess process;
+    Taskmill_ConsoleShell::StartDirectoryCommand(process, line);
+    while (process.state() != QProcess::NotRunning && !process.waitForFinished(childRoundMs)) {
+        if (m_console.IsQuitting() || m_console.Terminal().IsBrokenOff())
+            process.kill();
+        // What was posted meanwhile does not wait for the end.
+        Print({});
+    }
+    QString listing = KilnUtil_StandardStreams::TextOfTool(process.readAllStandardOutput());
+    Print(u'\n' + listing.replace("\r\n"_L1, "\n"_L1) + u"\n\n"_s);
+}

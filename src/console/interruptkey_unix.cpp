@@ -1,0 +1,45 @@
+#include "console/interruptkey_unix.h"
+
+#include <atomic>
+#include <csignal>
+
+namespace {
+std::function<void()> pressed;
+std::atomic<bool> isTaken{false};
+struct sigaction before
+{
+};
+
+void HandleSignal(int signal, siginfo_t *information, void *)
+{
+    // The terminal itself sends in the name of the system, a program in its user's.
+    if (information->si_code == SI_KERNEL)
+        pressed();
+    else if (before.sa_handler != SIG_DFL)
+        before.sa_handler(signal);
+    else {
+        sigaction(signal, &before, nullptr);
+        raise(signal);
+    }
+}
+} // namespace
+
+Taskmill_InterruptKey::Taskmill_InterruptKey(std::function<void()> onPress)
+{
+    sigaction(SIGINT, nullptr, &before);
+    if (before.sa_handler == SIG_IGN)
+        return;
+    pressed = std::move(onPress);
+    struct sigaction action
+    {
+    };
+    action.sa_sigaction = HandleSignal;
+    action.sa_flags = SA_RESTART | SA_SIGINFO;
+    isTaken = sigaction(SIGINT, &action, nullptr) == 0;
+}
+
+void Taskmill_InterruptKey::Release()
+{
+    if (isTaken.exchange(false))
+        sigaction(SIGINT, &before, nullptr);
+}

@@ -1,0 +1,181 @@
+#include "ctl/projects/output.h"
+#include "ctl/projects/projectcommands.h"
+#include "ctl/projects/projectfile.h"
+#include "jobs/destination.h"
+#include "manager/listings.h"
+#include "manager/texttable.h"
+
+#include <QCommandLineParser>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+Taskmill_CtlStatus WrongUsage(const QString &text)
+{
+    Taskmill_PrintError(text);
+    return Taskmill_CtlStatus::WrongUsage;
+}
+
+QList<Taskmill_JobType> TypesNamed(const Taskmill_JobTypeList &list, const QString &name)
+{
+    QList<Taskmill_JobType> named = list.GetAll();
+    // As requests look a name up.
+    named.removeIf([&name](const Taskmill_JobType &jobType) {
+        return jobType.Name.compare(name, Qt::CaseInsensitive) != 0;
+    });
+    return named;
+}
+
+QJsonObject ToJson(const Taskmill_JobType &jobType)
+{
+    return {
+        {u"id"_s, jobType.JobTypeID},
+        {u"name"_s, jobType.Name},
+        {u"applicationname"_s, jobType.ApplicationName},
+        {u"executablepath"_s, jobType.ExecutablePath},
+        {u"defaultqueue"_s, jobType.DefaultQueue},
+        {u"inputfilefilter"_s, jobType.InputFileFilter},
+        {u"outputfilefilter"_s, jobType.OutputFileFilter},
+        {u"environmentvariables"_s,
+         QJsonArray::fromStringList(jobType.EnvironmentVariables.split(u'\n', Qt::SkipEmptyParts))},
+        {u"genericcommandline"_s, jobType.GenericCommandLine},
+    };
+}
+
+void PrintTypes(const QList<Taskmill_JobType> &jobTypes)
+{
+    if (jobTypes.isEmpty()) {
+        Taskmill_PrintLine(u"Job Types List is Empty"_s);
+        return;
+    }
+    QList<QStringList> rows;
+    for (const Taskmill_JobType &jobType : jobTypes)
+        rows.append(Taskmill_Listings::JobTypeRow(jobType));
+    QString table = Taskmill_TextTable(Taskmill_Listings::JobTypeHeaders(), rows);
+    table.chop(1);
+    Taskmill_PrintLine(table);
+}
+
+bool HasLineFeed(const Taskmill_JobType &jobType)
+{
+    const auto texts = {jobType.Name, jobType.ApplicationName, jobType.ExecutablePath,
+                        jobType.InputFileFilter, jobType.OutputFileFilter};
+    return std::ranges::any_of(texts, [](const QString &text) { return text.contains(u'\n'); });
+}
+
+bool IsVariable(const QString &text)
+{
+    return text.indexOf(u'=') > 0 && !text.contains(u'\n');
+}
+
+Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
+{
+    const QFileInfo executable{parser.value(u"exe"_s)};
+    const QString queue = parser.value(u"queue"_s);
+    return {.Name = parser.value(u"name"_s),
+            .ApplicationName = parser.isSet(u"app"_s) ? parser.value(u"app"_s) : executable.fileName(),
+            .ExecutablePath = executable.absoluteFilePath(),
+            .DefaultQueue = Taskmill_QueueNameFromKey(static_cast<int>(Taskmill_QueueKeyFromName(queue))),
+            .GenericCommandLine = parser.value(u"command-line"_s),
+            .InputFileFilter = parser.value(u"input-filter"_s),
+            .OutputFileFilter = parser.value(u"output-filter"_s),
+            .EnvironmentVariables = parser.values(u"env"_s).join(u'\n')};
+}
+
+/// What is wrong with the job type; empty when it can be used.
+QString Fault(const QCommandLineParser &parser, const Taskmill_JobType &jobType)
+{
+    static const QStringList queues{u"long"_s, u"short"_s, u"queueless"_s};
+    if (jobType.Name.isEmpty() || jobType.ApplicationName.isEmpty())
+        return u"a job type needs --name and --exe"_s;
+    if (!QFileInfo{jobType.ExecutablePath}.isFile())
+        return u"the executable does not exist: %1"_s.arg(parser.value(u"exe"_s));
+    if (!queues.contains(parser.value(u"queue"_s), Qt::CaseInsensitive))
+        return u"--queue needs long, short or queueless"_s;
+    if (!std::ranges::all_of(parser.values(u"env"_s), IsVariable))
+        return u"--env needs NAME=VALUE in one line"_s;
+    if (HasLineFeed(jobType))
+        return u"only the command line may hold a line feed"_s;
+    if (!jobType.IsValid())
+        return u"the command line needs @EXEFILE"_s;
+    return {};
+}
+} // namespace
+
+void Taskmill_AddTypesListOptions(QCommandLineParser &parser)
+{
+    parser.addOption({u"json"_s, u"Print a JSON array."_s});
+}
+
+Taskmill_CtlStatus Taskmill_TypesListCommand(const QCommandLineParser &parser)
+{
+    Taskmill_ProjectFile project{parser.positionalArguments().first()};
+    const Taskmill_CtlStatus status = project.Open();
+    if (status != Taskmill_CtlStatus::Success)
+        return status;
+    const QList<Taskmill_JobType> jobTypes = project.JobTypes().GetAll();
+    if (!parser.isSet(u"json"_s)) {
+        PrintTypes(jobTypes);
+        return status;
+    }
+    QJsonArray list;
+    for (const Taskmill_JobType &jobType : jobTypes)
+        list.append(ToJson(jobType));
+    Taskmill_PrintJson(list);
+    return status;
+}
+
+void Taskmill_AddTypesAddOptions(QCommandLineParser &parser)
+{
+    parser.addOptions({
+        {u"name"_s, u"Name of the job type; needed."_s, u"NAME"_s},
+        {u"exe"_s, u"The program; needed."_s, u"PATH"_s},
+        {u"app"_s, u"Application name instead of the program's file name."_s, u"NAME"_s},
+        {u"queue"_s, u"Default queue: long, short or queueless."_s, u"QUEUE"_s, u"long"_s},
+        {u"command-line"_s, u"Template of the command line."_s, u"TEMPLATE"_s, u"@EXEFILE @INFILE"_s},
+        {u"input-filter"_s, u"Input files, such as \"Water Files (*.mop *.dat)\"."_s, u"FILTER"_s},
+        {u"output-filter"_s, u"Output files; the first pattern names a job's output file."_s, u"FILTER"_s},
+        {u"env"_s, u"Environment variable. May be repeated."_s, u"NAME=VALUE"_s},
+    });
+}
+
+Taskmill_CtlStatus Taskmill_TypesAddCommand(const QCommandLineParser &parser)
+{
+    Taskmill_JobType jobType = TypeFromOptions(parser);
+    const QString fault = Fault(parser, jobType);
+    if (!fault.isEmpty())
+        return WrongUsage(fault);
+    const QString path = parser.positionalArguments().first();
+    Taskmill_ProjectFile project{path};
+    const Taskmill_CtlStatus status = project.Open();
+    if (status != Taskmill_CtlStatus::Success)
+        return status;
+    if (!TypesNamed(project.JobTypes(), jobType.Name).isEmpty())
+        return WrongUsage(u"there is a job type of that name: %1"_s.arg(jobType.Name));
+    project.JobTypes().Add(jobType);
+    if (TypesNamed(project.JobTypes(), jobType.Name).isEmpty()) {
+        Taskmill_PrintError(u"the project does not take the job type: %1"_s.arg(path));
+        return Taskmill_CtlStatus::BadProject;
+    }
+    return project.Save();
+}
+
+Taskmill_CtlStatus Taskmill_TypesRemoveCommand(const QCommandLineParser &parser)
+{
+    Taskmill_ProjectFile project{parser.positionalArguments().first()};
+    const QString name = parser.positionalArguments().at(1);
+    const Taskmill_CtlStatus status = project.Open();
+    if (status != Taskmill_CtlStatus::Success)
+        return status;
+    const QList<Taskmill_JobType> named = TypesNamed(project.JobTypes(), name);
+    if (named.isEmpty())
+        return WrongUsage(u"there is no job type of that name: %1"_s.arg(name));
+    for (const Taskmill_JobType &jobType : named)
+        project.JobTypes().Remove(jobType);
+    return project.Save();
+}

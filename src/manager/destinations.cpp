@@ -1,0 +1,27 @@
+#include "manager/destinations.h"
+
+Taskmill_Destinations::Taskmill_Destinations(Taskmill_FinishedJobs &finishedJobs,
+                                             const Taskmill_JobServices &services)
+    : m_long{Taskmill_Destination::Long, finishedJobs, services}
+    , m_short{Taskmill_Destination::Short, finishedJobs, services}
+    , m_queueless{Taskmill_Destination::Queueless, finishedJobs, services}
+{
+}
+
+Taskmill_QueueOwner *Taskmill_Destinations::OwnerOf(Taskmill_Destination destination)
+{
+    for (Taskmill_QueueOwner *owner : All()) {
+        if (owner->Destination() == destination)
+            return owner;
+    }
+    return nullptr;
+}
+
+Taskmill_QueueOwner *Taskmill_Destinations::OwnerOfJob(int jobID)
+{
+    for (Taskmill_QueueOwner *owner : All()) {
+        if (owner->Jobs().FindByJobID(jobID))
+            return owner;
+    }
+    return nullptr;
+}

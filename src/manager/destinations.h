@@ -1,0 +1,32 @@
+#pragma once
+
+#include "manager/queueowner.h"
+
+#include <array>
+
+/// The three places where jobs wait and run, each with its owner.
+class Taskmill_Destinations
+{
+public:
+    /// The finished jobs outlive this.
+    Taskmill_Destinations(Taskmill_FinishedJobs &finishedJobs, const Taskmill_JobServices &services);
+
+    [[nodiscard]] Taskmill_QueueOwner &Long() { return m_long; }
+    [[nodiscard]] Taskmill_QueueOwner &Short() { return m_short; }
+    [[nodiscard]] Taskmill_QueueOwner &Queueless() { return m_queueless; }
+
+    /// In the order in which they are shown.
+    [[nodiscard]] std::array<Taskmill_QueueOwner *, 3> All() { return {&m_long, &m_short, &m_queueless}; }
+    /// Those that have a limit and can be paused.
+    [[nodiscard]] std::array<Taskmill_JobQueue *, 2> Queues() { return {m_long.Queue(), m_short.Queue()}; }
+
+    /// nullptr for JobTypeDefault, which is no place for a job.
+    [[nodiscard]] Taskmill_QueueOwner *OwnerOf(Taskmill_Destination destination);
+    /// The owner of the queue that the job is in; nullptr when it is in none.
+    [[nodiscard]] Taskmill_QueueOwner *OwnerOfJob(int jobID);
+
+private:
+    Taskmill_QueueOwner m_long;
+    Taskmill_QueueOwner m_short;
+    Taskmill_QueueOwner m_queueless;
+};

@@ -1,0 +1,118 @@
+#include "manager/finishedjobs.h"
+
+#include "db/database.h"
+#include "db/databasemanager.h"
+#include "manager/listings.h"
+
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
+
+bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job)
+{
+    m_jobs.append(job);
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+    const bool recorded = !database || database->InsertFinishedJob(job, true, nullptr);
+    if (!recorded)
+        qWarning("Finished job %d could not be written to the database", job.JobID);
+    else if (database)
+        LeaveOutputToDatabase(m_jobs.last());
+    Q_EMIT JobsChangedSignal();
+    return recorded;
+}
+
+void Taskmill_FinishedJobs::SetJobs(const QList<Taskmill_JobRecord> &jobs)
+{
+    m_jobs = jobs;
+    ++m_generation;
+    m_outputsInDatabase.clear();
+    if (Taskmill_Database_Manager::Global().CurrentDatabase()) {
+        for (Taskmill_JobRecord &job : m_jobs)
+            LeaveOutputToDatabase(job);
+    }
+    Q_EMIT JobsChangedSignal();
+}
+
+void Taskmill_FinishedJobs::LeaveOutputToDatabase(Taskmill_JobRecord &job)
+{
+    if (job.StdOutAndStdErr.size() <= LongestOutputKept)
+        return;
+    job.StdOutAndStdErr.clear();
+    m_outputsInDatabase.insert(job.JobID);
+}
+
+bool Taskmill_FinishedJobs::HasOutput(const Taskmill_JobRecord &job) const
+{
+    return !job.StdOutAndStdErr.isEmpty() || m_outputsInDatabase.contains(job.JobID);
+}
+
+QString Taskmill_FinishedJobs::OutputOf(const Taskmill_JobRecord &job) const
+{
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+    if (database && job.StdOutAndStdErr.isEmpty() && m_outputsInDatabase.contains(job.JobID))
+        return database->GetFinishedJobOutput(job.JobID);
+    return job.StdOutAndStdErr;
+}
+
+void Taskmill_FinishedJobs::Clear()
+{
+    SetJobs({});
+}
+
+void Taskmill_FinishedJobs::RemoveAt(int position)
+{
+    if (position < 0 || position >= m_jobs.size())
+        return;
+    m_outputsInDatabase.remove(m_jobs[position].JobID);
+    m_jobs.removeAt(position);
+    ++m_generation;
+    Q_EMIT JobsChangedSignal();
+}
+
+Taskmill_Question Taskmill_FinishedJobs::RemovalQuestion(const QList<int> &positions) const
+{
+    QStringList names;
+    for (const int position : positions)
+        names.append(m_jobs[position].Name);
+    if (names.isEmpty())
+        return {};
+    return {.title = u"Remove Selected Finished Jobs"_s,
+            .text = u"Are you sure you want to remove the following %1 selected finished jobs?\n\n"_s.arg(
+                        names.size()) +
+                    Taskmill_NameList(names)};
+}
+
+void Taskmill_FinishedJobs::Remove(QList<int> positions)
+{
+    QList<int> jobIDs;
+    for (const int position : std::as_const(positions)) {
+        jobIDs.append(m_jobs[position].JobID);
+        m_outputsInDatabase.remove(m_jobs[position].JobID);
+    }
+    if (Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase())
+        database->DeleteFinishedJobs(jobIDs);
+    std::ranges::sort(positions);
+    // One walk through the list: it may be long, and so may be what is removed.
+    auto next = positions.cbegin();
+    int position = 0;
+    m_jobs.removeIf([&](const Taskmill_JobRecord &) {
+        const bool removed = next != positions.cend() && *next == position;
+        ++position;
+        if (removed)
+            ++next;
+        return removed;
+    });
+    ++m_generation;
+    Q_EMIT JobsChangedSignal();
+}
+
+QString Taskmill_FinishedJobs::ListingText() const
+{
+    QList<QStringList> rows;
+    rows.reserve(m_jobs.size());
+    for (const Taskmill_JobRecord &job : m_jobs)
+        rows.append(Taskmill_Listings::FinishedRow(job));
+    return Taskmill_Listings::Text(u"\nFinished Jobs\n"_s, u"\nFinished Jobs List is Empty\n\n"_s,
+                                   Taskmill_Listings::FinishedHeaders(), rows);
+}

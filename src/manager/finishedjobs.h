@@ -1,0 +1,55 @@
+#pragma once
+
+#include "jobs/finishedjobstaker.h"
+#include "jobs/jobrecord.h"
+#include "manager/removalquestion.h"
+
+#include <QList>
+#include <QObject>
+#include <QSet>
+
+/// The jobs that have left their queue, in the order in which they arrived. The tab of the window adds the
+/// table.
+class Taskmill_FinishedJobs : public QObject, public Taskmill_FinishedJobsTaker
+{
+    Q_OBJECT
+
+public:
+    /// An output beyond so many characters is kept in the database only, which holds it anyway.
+    static constexpr qsizetype LongestOutputKept = 256;
+
+    /// The records are whole but for long outputs; see OutputOf().
+    [[nodiscard]] const QList<Taskmill_JobRecord> &Jobs() const { return m_jobs; }
+    /// The whole captured output of one of the jobs.
+    [[nodiscard]] QString OutputOf(const Taskmill_JobRecord &job) const;
+    [[nodiscard]] bool HasOutput(const Taskmill_JobRecord &job) const;
+
+    /// Appends the job and, when a database is open, records it there.
+    bool AddJob(const Taskmill_JobRecord &job) override;
+    /// Replaces the list; the database is not touched, as in Clear() and RemoveAt().
+    void SetJobs(const QList<Taskmill_JobRecord> &jobs);
+    void Clear();
+    /// A position that is out of range does nothing.
+    void RemoveAt(int position);
+
+    /// The question before jobs are removed by the user.
+    [[nodiscard]] Taskmill_Question RemovalQuestion(const QList<int> &positions) const;
+    /// Removes the jobs at these positions from the list and their rows from the open database.
+    void Remove(QList<int> positions);
+
+    /// Another value whenever jobs have been removed or replaced; adding one leaves it.
+    [[nodiscard]] int Generation() const { return m_generation; }
+
+    /// The listing that the console prints.
+    [[nodiscard]] QString ListingText() const;
+
+Q_SIGNALS:
+    void JobsChangedSignal();
+
+private:
+    void LeaveOutputToDatabase(Taskmill_JobRecord &job);
+
+    QList<Taskmill_JobRecord> m_jobs;
+    int m_generation = 0;
+    QSet<int> m_outputsInDatabase; ///< numbers of the jobs whose records lack their output
+};

@@ -1,0 +1,334 @@
+#include "manager/jobsubmitter.h"
+
+#include "jobs/job.h"
+#include "jobs/jobstore.h"
+#include "jobs/runmode.h"
+#include "kilnutil/computerdata.h"
+#include "kilnutil/error.h"
+#include "kilnutil/idmanager.h"
+#include "manager/destinations.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSet>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+const QString noJobType = u"None"_s;
+
+/// Empty stays empty; the manager's current directory may change before the job runs.
+QString AbsolutePath(const QString &path)
+{
+    return path.isEmpty() ? path : QDir::cleanPath(QFileInfo{path}.absoluteFilePath());
+}
+
+Taskmill_Destination DestinationOf(const QString &queueName, const Taskmill_JobType &jobType)
+{
+    const Taskmill_QueueKey requested = Taskmill_QueueKeyFromName(queueName);
+    return Taskmill_DestinationFromQueueKey(requested == Taskmill_QueueKey::None ? jobType.DefaultQueueIndex()
+                                                                                 : requested);
+}
+
+Taskmill_JobType JobTypeNamed(const QList<Taskmill_JobType> &jobTypes, const QString &name)
+{
+    const auto named = std::ranges::find_if(jobTypes, [&name](const Taskmill_JobType &jobType) {
+        return jobType.Name.compare(name, Qt::CaseInsensitive) == 0;
+    });
+    return named == jobTypes.end() ? Taskmill_JobType{} : *named;
+}
+
+/// An empty record when there is none.
+Taskmill_JobType JobTypeWithID(const QList<Taskmill_JobType> &jobTypes, int jobTypeID)
+{
+    const auto found = std::ranges::find(jobTypes, jobTypeID, &Taskmill_JobType::JobTypeID);
+    return found == jobTypes.end() ? Taskmill_JobType{} : *found;
+}
+
+/// A job whose client is the manager itself, which needs no notification.
+Taskmill_JobRecord JobOfThisUser(const Taskmill_JobType &jobType, const QString &inputFile)
+{
+    Taskmill_JobRecord job;
+    job.JobType = jobType;
+    job.ClientName = KilnUtil_ComputerData::HostName();
+    job.ClientAppName = Taskmill_ServerName();
+    job.ClientAddress = u"127.0.0.1"_s;
+    job.ClientPort = Taskmill_IsConsoleMode() ? KilnUtil_ComputerData::TaskmillConsolePortNumber()
+                                              : KilnUtil_ComputerData::TaskmillGUIPortNumber();
+    job.ClientUID = KilnUtil_ComputerData::UID();
+    job.ClientGID = KilnUtil_ComputerData::GID();
+    job.InputFilePath = inputFile;
+    return job;
+}
+
+/// The program opens its output and checkpoint files itself, seen from its own directory; the others are
+/// opened here.
+void SetExtraFiles(Taskmill_JobRecord &job, const Taskmill_JobRequest &request)
+{
+    job.StandardInputFile = AbsolutePath(request.JobStandardInputFile);
+    job.OutputFile = request.JobOutputFile;
+    job.StandardOutputFile = AbsolutePath(request.JobStandardOutputFile);
+    job.CheckpointFile = request.JobChkFile;
+    job.CheckpointFile2 = request.JobChkFile1;
+}
+} // namespace
+
+Taskmill_JobSubmitter::Taskmill_JobSubmitter(Taskmill_JobStore &store, KilnUtil_IDManager &jobNumbers,
+                                             Taskmill_Destinations &destinations)
+    : m_store{store}
+    , m_jobNumbers{jobNumbers}
+    , m_destinations{destinations}
+{
+    m_waitingTimer.setSingleShot(true);
+    QObject::connect(&m_waitingTimer, &QTimer::timeout, &m_waitingTimer, [this] { SubmitWaitingFiles(); });
+}
+
+Taskmill_SubmitResult Taskmill_JobSubmitter::Submit(const Taskmill_JobRequest &request)
+{
+    if (m_asking && WouldAsk(request))
+        return {.JobIDs = {}, .Refusal = u"the user is being asked about another job"_s};
+    Choice choice{.jobType = {}, .confirm = request.ConfirmAction};
+    if (!ChooseJobType(request, choice))
+        return {.JobIDs = {}, .Refusal = u"no job type was chosen for %1"_s.arg(request.JobInputFile)};
+    if (choice.jobType.UsesInputFile() && !QFileInfo::exists(request.JobInputFile))
+        return {.JobIDs = {}, .Refusal = u"the input file does not exist: %1"_s.arg(request.JobInputFile)};
+
+    const Taskmill_Destination destination = DestinationOf(request.JobQueue, choice.jobType);
+    Taskmill_SubmitResult result;
+    if (choice.confirm && m_dialog)
+        SubmitConfirmed(request, choice.jobType, destination, result);
+    else if (choice.jobType.IsEmpty())
+        result.Refusal = u"no job type is named"_s;
+    else
+        MakeJob(request, choice.jobType, destination, AbsolutePath(request.JobInputFile), result);
+    if (result.JobIDs.isEmpty() && result.Refusal.isEmpty())
+        result.Refusal = u"no file was chosen that can be submitted"_s;
+    return result;
+}
+
+bool Taskmill_JobSubmitter::WouldAsk(const Taskmill_JobRequest &request) const
+{
+    if (request.ConfirmAction && m_dialog)
+        return true;
+    return !request.JobTypeName.isEmpty() &&
+           JobTypeNamed(m_store.GetJobTypes(), request.JobTypeName).IsEmpty();
+}
+
+std::shared_ptr<void> Taskmill_JobSubmitter::BeginAsking()
+{
+    m_asking = true;
+    return {nullptr, [this](void *) {
+                m_asking = false;
+                if (!m_waiting.isEmpty())
+                    m_waitingTimer.start(0);
+            }};
+}
+
+bool Taskmill_JobSubmitter::ChooseJobType(const Taskmill_JobRequest &request, Choice &choice)
+{
+    if (request.JobTypeName.isEmpty())
+        return true;
+    const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
+    choice.jobType = JobTypeNamed(jobTypes, request.JobTypeName);
+    if (!choice.jobType.IsEmpty())
+        return true;
+
+    // A type that was found by other means than its name is shown to the user before anything runs.
+    choice.confirm = true;
+    choice.jobType = Taskmill_JobTypeForFile(jobTypes, request.JobInputFile);
+    if (!choice.jobType.IsEmpty())
+        return true;
+    const auto asking = BeginAsking();
+    const auto asked =
+        AskForJobType(jobTypes, u"Auto determination of Job Type was attempted"_s, request.JobInputFile);
+    choice.jobType = asked.value_or(Taskmill_JobType{});
+    return !choice.jobType.IsEmpty();
+}
+
+std::optional<Taskmill_JobType> Taskmill_JobSubmitter::AskForJobType(const QList<Taskmill_JobType> &jobTypes,
+                                                                     const QString &labelBegin,
+                                                                     const QString &inputFile)
+{
+    const QStringList items = QStringList{noJobType} + Taskmill_DistinctNames(jobTypes, noJobType);
+    const QString label =
+        labelBegin +
+        u" but an appropriate Job Type for the\nfollowing input file cannot be determined from its extension:\n\n"_s +
+        inputFile +
+        u"\n\nPlease select a Job Type for this input file or select None to skip this input file.\n"_s;
+    const auto chosen = KilnUtil_Error::UserPrompt().ChooseFromList(u"Submit Job, Select Job Type"_s, label,
+                                                                    items, noJobType);
+    if (!chosen)
+        return std::nullopt;
+    // Names may differ in case alone, so the exact one counts.
+    const qsizetype item = items.indexOf(*chosen);
+    return item > 0 ? jobTypes[item - 1] : Taskmill_JobType{};
+}
+
+bool Taskmill_JobSubmitter::AskForFiles(const Taskmill_SubmitChoice &preset, const FileTaker &take)
+{
+    const auto asking = BeginAsking();
+    const auto chosen = m_dialog ? m_dialog->AskForJobs(u"Job Input Files"_s, preset) : std::nullopt;
+    if (!chosen)
+        return false;
+    TakeFiles(*chosen, take);
+    return true;
+}
+
+void Taskmill_JobSubmitter::TakeFiles(const Taskmill_SubmitChoice &chosen, const FileTaker &take)
+{
+    const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
+    bool asks = true;
+    for (const QString &file : chosen.Files) {
+        if (!QFileInfo::exists(file))
+            continue;
+        Taskmill_JobType jobType = chosen.JobTypeID < 0 ? Taskmill_JobTypeForFile(jobTypes, file)
+                                                        : JobTypeWithID(jobTypes, chosen.JobTypeID);
+        if (jobType.IsEmpty() && chosen.JobTypeID < 0 && asks) {
+            const auto asked =
+                AskForJobType(jobTypes, u"Auto determination of Job Type was requested"_s, file);
+            // Who cancels is not asked about hundreds of further files.
+            asks = asked.has_value();
+            jobType = asked.value_or(Taskmill_JobType{});
+        }
+        // The program may have been quit while a question was open.
+        if (!m_store.IsOpen())
+            return;
+        if (!jobType.IsEmpty()) {
+            const Taskmill_Destination destination =
+                chosen.Destination == Taskmill_Destination::JobTypeDefault
+                    ? Taskmill_DestinationFromQueueKey(jobType.DefaultQueueIndex())
+                    : chosen.Destination;
+            take(file, jobType, destination);
+        }
+    }
+}
+
+void Taskmill_JobSubmitter::SubmitConfirmed(const Taskmill_JobRequest &request,
+                                            const Taskmill_JobType &jobType, Taskmill_Destination destination,
+                                            Taskmill_SubmitResult &result)
+{
+    const Taskmill_SubmitChoice preset{.Files = {request.JobInputFile},
+                                       .Destination = destination,
+                                       .JobTypeID = jobType.IsEmpty() ? -1 : jobType.JobTypeID};
+    const auto take = [&](const QString &file, const Taskmill_JobType &fileType,
+                          Taskmill_Destination fileDestination) {
+        MakeJob(request, fileType, fileDestination, AbsolutePath(file), result);
+    };
+    if (!AskForFiles(preset, take))
+        result.Refusal = u"the submission was not confirmed"_s;
+}
+
+QList<int> Taskmill_JobSubmitter::SubmitFiles(const QStringList &files, Taskmill_Destination destination,
+                                              int jobTypeID)
+{
+    const Taskmill_SubmitChoice preset{
+        .Files = files, .Destination = destination, .JobTypeID = jobTypeID, .CheckAll = true};
+    if (m_asking) {
+        if (!files.isEmpty())
+            m_waiting.append(preset);
+        return {};
+    }
+    if (!m_store.IsOpen())
+        return {};
+
+    QList<int> jobIDs;
+    QSet<int> invalidTypes;
+    const auto take = [&](const QString &file, const Taskmill_JobType &jobType,
+                          Taskmill_Destination fileDestination) {
+        // Told once, not for each of its files.
+        if (invalidTypes.contains(jobType.JobTypeID))
+            return;
+        if (!jobType.IsValid() || !m_destinations.OwnerOf(fileDestination))
+            invalidTypes.insert(jobType.JobTypeID);
+        if (const auto jobID = AddJob(file, jobType, fileDestination))
+            jobIDs.append(*jobID);
+    };
+    (void)AskForFiles(preset, take);
+    return jobIDs;
+}
+
+void Taskmill_JobSubmitter::SubmitWaitingFiles()
+{
+    // What asks now starts this again when it is done.
+    if (m_asking || m_waiting.isEmpty())
+        return;
+    const Taskmill_SubmitChoice preset = m_waiting.takeFirst();
+    SubmitFiles(preset.Files, preset.Destination, preset.JobTypeID);
+}
+
+void Taskmill_JobSubmitter::MakeJob(const Taskmill_JobRequest &request, const Taskmill_JobType &jobType,
+                                    Taskmill_Destination destination, const QString &inputFile,
+                                    Taskmill_SubmitResult &result)
+{
+    Taskmill_JobRecord job;
+    job.JobID = m_jobNumbers.NewID();
+    job.Name = !request.JobName.isEmpty() ? request.JobName : QFileInfo{inputFile}.fileName();
+    if (job.Name.isEmpty())
+        job.Name = QString::number(job.JobID);
+    job.JobType = jobType;
+    job.ClientName = request.ClientName;
+    job.ClientAppName = request.ClientAppName;
+    job.ClientAddress = request.ClientAddress;
+    job.ClientPort = request.ClientPort;
+    job.ClientUID = request.ClientUID;
+    job.ClientGID = request.ClientGID;
+    job.ClientNotification = request.ClientNotification.value_or(false);
+    job.RunNumber = static_cast<int>(destination);
+    job.QueueName = Taskmill_QueueNameOfNewJob(destination);
+    job.InputFilePath = inputFile;
+    job.InputFilePath2 = AbsolutePath(request.JobInputFile2);
+    if (inputFile == AbsolutePath(request.JobInputFile))
+        SetExtraFiles(job, request);
+    job.PlaceholderValues = request.PlaceholderValues;
+
+    Taskmill_QueueOwner *owner = m_destinations.OwnerOf(destination);
+    if (!owner) {
+        result.Refusal = u"the job type %1 has no queue"_s.arg(jobType.Name);
+    } else if (!job.IsValid()) {
+        result.Refusal =
+            u"the job type %1 or the input file %2 cannot be used"_s.arg(jobType.Name, inputFile);
+    } else {
+        result.JobIDs.append(job.JobID);
+        owner->Submit(new Taskmill_Job{std::move(job)});
+    }
+}
+
+std::optional<int> Taskmill_JobSubmitter::AddFile(const QString &filePath, int jobTypeID,
+                                                  Taskmill_Destination destination)
+{
+    if (filePath.isEmpty() || !QFileInfo::exists(filePath) || filePath.trimmed().isEmpty())
+        return std::nullopt;
+    const QString path = AbsolutePath(filePath.trimmed());
+    const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
+    if (jobTypes.isEmpty())
+        return std::nullopt;
+    return AddJob(
+        path, jobTypeID < 0 ? Taskmill_JobTypeForFile(jobTypes, path) : JobTypeWithID(jobTypes, jobTypeID),
+        destination);
+}
+
+std::optional<int> Taskmill_JobSubmitter::AddJob(const QString &path, const Taskmill_JobType &jobType,
+                                                 Taskmill_Destination destination)
+{
+    Taskmill_QueueOwner *owner = m_destinations.OwnerOf(destination);
+    if (!owner || !jobType.IsValid()) {
+        const QString text = owner ? u"Job Type %1 is invalid."_s : u"Job Type %1 has no queue."_s;
+        if (m_dialog)
+            KilnUtil_Error::ReportError(u"Invalid Job Type"_s, text.arg(jobType.Name));
+        return std::nullopt;
+    }
+    Taskmill_JobRecord job = JobOfThisUser(jobType, QDir::toNativeSeparators(AbsolutePath(path)));
+    job.JobID = m_jobNumbers.NewID();
+    job.Name = QFileInfo{path}.fileName();
+    if (job.Name.isEmpty())
+        job.Name = QString::number(job.JobID);
+    job.RunNumber = static_cast<int>(destination);
+    job.QueueName = Taskmill_QueueNameOfNewJob(destination);
+    if (!job.IsValid())
+        return std::nullopt;
+    const int jobID = job.JobID;
+    owner->Submit(new Taskmill_Job{std::move(job)});
+    return jobID;
+}

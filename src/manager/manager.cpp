@@ -1,0 +1,56 @@
+#include "manager/manager.h"
+
+#include "kilnutil/platform.h"
+#include "kilnutil/registry.h"
+#include "manager/recentprojects.h"
+#include "processes/processinspector.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
+
+Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier)
+    : m_inspector{Taskmill_MakeProcessInspector()}
+    , m_jobTypes{m_store}
+    , m_destinations{m_finishedJobs,
+                     {.Store = m_store,
+                      .FinishedJobs = m_finishedJobs,
+                      .Inspector = *m_inspector,
+                      .Notifier = notifier}}
+    , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs, m_destinations}
+    , m_submitter{m_store, m_jobNumbers, m_destinations}
+    , m_runningJobs{*m_inspector, m_jobTypes}
+{
+}
+
+Taskmill_Manager::~Taskmill_Manager()
+{
+    ShutDown();
+}
+
+bool Taskmill_Manager::OpenStartUpProject(const QString &startUpFile)
+{
+    const QString lastDirectory = KilnUtil_Registry::Value(u"/Files/Last_Directory_Path"_s).toString();
+    const QString file = startUpFile.isEmpty() ? QString{} : QFileInfo{startUpFile}.absoluteFilePath();
+    if (!lastDirectory.isEmpty() && QFileInfo{lastDirectory}.isDir())
+        QDir::setCurrent(lastDirectory);
+    Taskmill_DropMissingRecentProjects();
+    return file.isEmpty() ? m_project.NewProject() : m_project.OpenProject(file);
+}
+
+void Taskmill_Manager::ShutDown()
+{
+    if (!std::exchange(m_isShutDown, true))
+        m_project.CloseProject();
+}
+
+void Taskmill_Manager::SaveBeforeAbruptEnd()
+{
+    if (m_isShutDown)
+        return;
+    m_project.SaveUnattended();
+    KilnUtil_Platform::KillRegisteredChildren();
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "db/databasejobstore.h"
+#include "jobs/jobtypelist.h"
+#include "kilnutil/idmanager.h"
+#include "manager/destinations.h"
+#include "manager/finishedjobs.h"
+#include "manager/jobsubmitter.h"
+#include "manager/project.h"
+#include "manager/runningjobs.h"
+
+#include <memory>
+
+class Taskmill_ProcessInspector;
+
+/// The manager without a front end: the job types, the jobs and where they wait and run, the project that holds
+/// them, and what takes new ones in. Every start mode has one; the window and the console are front ends of it.
+class Taskmill_Manager
+{
+public:
+    /// The notifier outlives the manager.
+    explicit Taskmill_Manager(Taskmill_Notifier &notifier);
+    ~Taskmill_Manager();
+    Q_DISABLE_COPY_MOVE(Taskmill_Manager)
+
+    [[nodiscard]] Taskmill_JobStore &Store() { return m_store; }
+    [[nodiscard]] Taskmill_ProcessInspector &Inspector() { return *m_inspector; }
+    [[nodiscard]] Taskmill_JobTypeList &JobTypes() { return m_jobTypes; }
+    [[nodiscard]] KilnUtil_IDManager &JobNumbers() { return m_jobNumbers; }
+    [[nodiscard]] Taskmill_FinishedJobs &FinishedJobs() { return m_finishedJobs; }
+    [[nodiscard]] Taskmill_Destinations &Destinations() { return m_destinations; }
+    [[nodiscard]] Taskmill_Project &Project() { return m_project; }
+    [[nodiscard]] Taskmill_JobSubmitter &Submitter() { return m_submitter; }
+    [[nodiscard]] Taskmill_RunningJobs &RunningJobs() { return m_runningJobs; }
+
+    /// Opens the project file named at the start or, without one, a new project. False when no project could
+    /// be had.
+    [[nodiscard]] bool OpenStartUpProject(const QString &startUpFile);
+
+    /// Ends all jobs and closes the project; without effect the second time.
+    void ShutDown();
+    [[nodiscard]] bool IsShutDown() const { return m_isShutDown; }
+    /// Saves a project that has a file and ends what runs, when the process is about to end out of turn.
+    void SaveBeforeAbruptEnd();
+
+private:
+    Taskmill_DatabaseJobStore m_store;
+    /// Shared with a listing that may outlive this.
+    const std::shared_ptr<Taskmill_ProcessInspector> m_inspector;
+    Taskmill_JobTypeList m_jobTypes;
+    KilnUtil_IDManager m_jobNumbers;
+    Taskmill_FinishedJobs m_finishedJobs;
+    Taskmill_Destinations m_destinations;
+    Taskmill_Project m_project;
+    Taskmill_JobSubmitter m_submitter;
+    Taskmill_RunningJobs m_runningJobs;
+    bool m_isShutDown = false;
+};

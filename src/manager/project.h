@@ -1,0 +1,104 @@
+#pragma once
+
+#include <QDateTime>
+#include <QObject>
+#include <QString>
+
+#include <optional>
+
+class KilnUtil_IDManager;
+class Taskmill_Database;
+class Taskmill_Destinations;
+class Taskmill_FinishedJobs;
+class Taskmill_JobTypeList;
+
+/// The file filter of dialogs for project files.
+extern const char *const Taskmill_ProjectFileFilter;
+
+/// The one project that the manager has open: a database in memory, saved to and loaded from a ".mill" file.
+class Taskmill_Project : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// All of them outlive the project.
+    Taskmill_Project(Taskmill_JobTypeList &jobTypes, KilnUtil_IDManager &jobNumbers,
+                     Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations);
+
+    [[nodiscard]] bool IsOpen() const;
+    /// Absolute; empty for a project never saved.
+    [[nodiscard]] QString FilePath() const;
+    [[nodiscard]] bool HasUnsavedChanges() const;
+
+    /// Replaces the current project by that of the file; its two queues are paused. False when the file is no
+    /// project.
+    [[nodiscard]] bool OpenProject(const QString &path);
+    /// Replaces the current project by an empty one with the default job types, whose queues run.
+    [[nodiscard]] bool NewProject();
+    /// Whether another program has changed the project's file since it was opened or saved here.
+    [[nodiscard]] bool FileHasChanged() const;
+    /// Writes the project to its file; one that was never saved asks for a name first, and one whose file has
+    /// changed whether to replace it. False when there is no name or the file could not be written, which is
+    /// reported; the file and the project are then as they were before.
+    bool SaveProject();
+    /// Writes the project to the file of that name, which becomes its own.
+    bool SaveProjectAs(const QString &path);
+    /// Writes unsaved changes to the project's own file without asking or reporting anything but to the debug
+    /// log, for a program that is told to end; beside the file when that has changed. False when they could
+    /// not be written.
+    bool SaveUnattended();
+    /// The trimmed name with ".mill" at its end; empty for an empty one.
+    [[nodiscard]] static QString ProjectFileName(const QString &name);
+
+    /// The question to be asked before an unsaved project is closed.
+    struct SaveQuestion
+    {
+        QString title;
+        QString text;
+        QString consoleText; ///< with the prompt before it
+    };
+    /// Nothing when there is nothing to save.
+    [[nodiscard]] std::optional<SaveQuestion> QuestionBeforeClosing() const;
+    enum class SaveAnswer
+    {
+        Saved = 0,
+        GoOn = 1,
+        Cancel = 2
+    };
+    /// Asks that question through the prompt in force and saves when the user wants it.
+    [[nodiscard]] SaveAnswer AskToSave();
+
+    /// The version of the program and the project's name or state.
+    [[nodiscard]] QString WindowTitle() const;
+
+    /// Ends all jobs, empties the lists and closes the database.
+    void CloseProject();
+
+Q_SIGNALS:
+    /// Another project, another name, or the unsaved changes are others.
+    void StateChangedSignal();
+
+private:
+    [[nodiscard]] bool WriteFile(const QString &path);
+    void ReloadJobs(Taskmill_Database &database);
+    void ReloadLimits(Taskmill_Database &database);
+    void Adopt(Taskmill_Database &database, const QString &path);
+    void Follow(const Taskmill_Database &database) const;
+    [[nodiscard]] QString AskForProjectFile() const;
+
+    Taskmill_JobTypeList &m_jobTypes;
+    KilnUtil_IDManager &m_jobNumbers;
+    Taskmill_FinishedJobs &m_finishedJobs;
+    Taskmill_Destinations &m_destinations;
+
+    /// What tells that a file is still the one that was read or written.
+    struct FileStamp
+    {
+        QDateTime Modified;
+        qint64 Size = 0;
+
+        static FileStamp Of(const QString &path);
+        bool operator==(const FileStamp &) const = default;
+    };
+    FileStamp m_fileStamp;
+};

@@ -1,0 +1,49 @@
+#include "manager/projectdatabase.h"
+
+#include "db/database.h"
+#include "jobs/jobtypelist.h"
+
+#include <limits>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int projectVersion = 2;
+constexpr int limitOfNewQueue = 1;
+} // namespace
+
+bool Taskmill_FillNewProject(Taskmill_Database &database, Taskmill_JobTypeList &jobTypes)
+{
+    if (!database.Open() || !database.CreateTables())
+        return false;
+    const QString version = QString::number(projectVersion);
+    if (database.SetGeneralData(u"Version"_s, version) == 0 || !Taskmill_IsProject(database))
+        return false;
+    // The first row gets the key 0 and the second 1: the queue keys that job types and finished jobs refer
+    // to.
+    if (!database.InsertQueue(u"Long"_s, limitOfNewQueue, nullptr) ||
+        !database.InsertQueue(u"Short"_s, limitOfNewQueue, nullptr))
+        return false;
+    jobTypes.Clear();
+    jobTypes.AddDefaults();
+    return true;
+}
+
+bool Taskmill_IsProject(Taskmill_Database &database)
+{
+    QString version;
+    return database.GetGeneralData(u"Version"_s, version) && version.toInt() == projectVersion;
+}
+
+int Taskmill_LastJobID(Taskmill_Database &database)
+{
+    QString stored;
+    bool isNumber = false;
+    if (database.GetGeneralData(u"LastJobID"_s, stored)) {
+        const int last = stored.toInt(&isNumber);
+        // A number in use is never given again, whatever the stored one says; none follows the largest.
+        if (isNumber && last >= 0 && last < std::numeric_limits<int>::max())
+            return qMax(last, database.LargestJobID());
+    }
+    return qMax(0, database.LargestJobID());
+}

@@ -1,0 +1,251 @@
+#include "manager/queueowner.h"
+
+#include "db/database.h"
+#include "db/databasemanager.h"
+#include "jobs/queuelessjobslist.h"
+#include "kilnutil/error.h"
+#include "manager/finishedjobs.h"
+#include "manager/listings.h"
+
+#include <QScopedValueRollback>
+#include <QTimer>
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+using WarnMode = KilnUtil_Error::WarnMode;
+using WarnAnswer = KilnUtil_Error::WarnAnswer;
+} // namespace
+
+/// What differs between the three.
+struct Taskmill_QueueOwner::Variant
+{
+    Taskmill_Destination destination;
+    QLatin1StringView listName;
+    bool (Taskmill_Database::*insert)(const Taskmill_JobRecord &job, bool forceNew, int *outID);
+    bool (Taskmill_Database::*remove)(int jobID);
+};
+
+const Taskmill_QueueOwner::Variant &Taskmill_QueueOwner::VariantOf(Taskmill_Destination destination)
+{
+    static constexpr std::array variants{
+        Variant{Taskmill_Destination::Long, "Long Jobs Queue"_L1, &Taskmill_Database::InsertLongJob,
+                &Taskmill_Database::DeleteLongJob},
+        Variant{Taskmill_Destination::Short, "Short Jobs Queue"_L1, &Taskmill_Database::InsertShortJob,
+                &Taskmill_Database::DeleteShortJob},
+        Variant{Taskmill_Destination::Queueless, "Queueless Jobs List"_L1,
+                &Taskmill_Database::InsertQueuelessJob, &Taskmill_Database::DeleteQueuelessJob}};
+    return *std::ranges::find(variants, destination, &Variant::destination);
+}
+
+Taskmill_QueueOwner::Taskmill_QueueOwner(Taskmill_Destination destination,
+                                         Taskmill_FinishedJobs &finishedJobs,
+                                         const Taskmill_JobServices &services)
+    : m_variant{VariantOf(destination)}
+    , m_finishedJobs{finishedJobs}
+{
+    if (destination == Taskmill_Destination::Queueless) {
+        auto list = std::make_unique<Taskmill_QueuelessJobsList>(services);
+        connect(list.get(), &Taskmill_QueuelessJobsList::ListUpdatedSignal, this,
+                &Taskmill_QueueOwner::QueueUpdatedSlot);
+        m_jobs = std::move(list);
+        return;
+    }
+    std::unique_ptr<Taskmill_JobQueue> queue;
+    if (destination == Taskmill_Destination::Long)
+        queue = std::make_unique<Taskmill_LongJobsQueue>(services);
+    else
+        queue = std::make_unique<Taskmill_ShortJobsQueue>(services);
+    connect(queue.get(), &Taskmill_JobQueue::QueueUpdatedSignal, this,
+            &Taskmill_QueueOwner::QueueUpdatedSlot);
+    m_queue = queue.get();
+    m_jobs = std::move(queue);
+}
+
+Taskmill_QueueOwner::~Taskmill_QueueOwner() = default;
+
+Taskmill_Destination Taskmill_QueueOwner::Destination() const
+{
+    return m_variant.destination;
+}
+
+QString Taskmill_QueueOwner::ListName() const
+{
+    return m_variant.listName;
+}
+
+void Taskmill_QueueOwner::Pause()
+{
+    if (m_queue)
+        m_queue->SetPaused(true);
+}
+
+void Taskmill_QueueOwner::Submit(Taskmill_Job *job)
+{
+    Jobs().Add(job);
+    if (Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase()) {
+        const bool inserted = (database->*m_variant.insert)(job->Record(), true, nullptr);
+        const bool counted = database->SetGeneralData(u"LastJobID"_s, QString::number(job->JobID())) != 0;
+        if (!inserted || !counted)
+            qWarning("Job %d could not be written to the database", job->JobID());
+    }
+    Q_EMIT JobsChangedSignal();
+}
+
+void Taskmill_QueueOwner::Replace(const QList<Taskmill_JobRecord> &jobs)
+{
+    Jobs().RemoveAll();
+    Pause();
+    Jobs().AddAll(jobs);
+    Q_EMIT JobsChangedSignal();
+}
+
+void Taskmill_QueueOwner::Clear()
+{
+    Jobs().RemoveAll();
+    Q_EMIT JobsChangedSignal();
+}
+
+void Taskmill_QueueOwner::Stop()
+{
+    Pause();
+    Jobs().KillRunning();
+}
+
+void Taskmill_QueueOwner::QueueUpdatedSlot()
+{
+    // Removing a job makes the queue tell of its change again.
+    if (m_collecting || m_removing)
+        return;
+    bool oneIsLeft = false;
+    {
+        const QScopedValueRollback collecting{m_collecting, true};
+        oneIsLeft = CollectOnePass();
+    }
+    if (oneIsLeft)
+        QTimer::singleShot(0, this, &Taskmill_QueueOwner::QueueUpdatedSlot);
+    Q_EMIT JobsChangedSignal();
+}
+
+QString Taskmill_QueueOwner::ListingText()
+{
+    QList<QStringList> rows;
+    for (const Taskmill_Job *job : Jobs().Jobs())
+        rows.append(Taskmill_Listings::QueueRow(job->Record()));
+    return Taskmill_Listings::Text(u"\n%1\n"_s.arg(ListName()), u"\n%1 is Empty\n\n"_s.arg(ListName()),
+                                   Taskmill_Listings::QueueHeaders(), rows);
+}
+
+bool Taskmill_QueueOwner::RemoveSelectedJobs(const QList<int> &jobIDs)
+{
+    const Taskmill_Question question = RemovalQuestion(jobIDs);
+    if (question.text.isEmpty() ||
+        KilnUtil_Error::UserPrompt().AskQuestion(question.title, question.text, WarnMode::YesNo,
+                                                 WarnAnswer::None) != WarnAnswer::Yes)
+        return false;
+
+    QList<int> remaining = jobIDs;
+    // Asked again: a waiting job may have started while the question stood.
+    if (AnyRunning(jobIDs)) {
+        const Taskmill_Question warning = RunningJobsWarning();
+        const WarnAnswer answer =
+            KilnUtil_Error::ReportWarning(warning.title, warning.text, WarnMode::YesNoCancel);
+        if (answer == WarnAnswer::Cancel)
+            return false;
+        if (answer == WarnAnswer::No)
+            remaining = WithoutRunning(jobIDs);
+    }
+    RemoveNow(remaining);
+    return true;
+}
+
+bool Taskmill_QueueOwner::RemoveJob(int jobID)
+{
+    return Jobs().FindByJobID(jobID) && RemoveSelectedJobs({jobID});
+}
+
+Taskmill_Question Taskmill_QueueOwner::RemovalQuestion(const QList<int> &jobIDs)
+{
+    QStringList names;
+    if (jobIDs.isEmpty() || !Jobs().NamesOf(jobIDs, names))
+        return {};
+    return {.title = u"Remove Selected Jobs from "_s + ListName(),
+            .text = u"Are you sure you want to remove the following %1 selected jobs from the %2?\n\n"_s.arg(
+                        QString::number(names.size()), ListName()) +
+                    Taskmill_NameList(names)};
+}
+
+Taskmill_Question Taskmill_QueueOwner::RunningJobsWarning()
+{
+    return {
+        .title = u"Removal of Selected Running Jobs"_s,
+        .text =
+            u"At least one Job selected for removal is currently running.  Removal of a Job that is running "
+            "requires that it be Killed.\n\nRemove selected jobs that are currently running?"_s};
+}
+
+bool Taskmill_QueueOwner::AnyRunning(const QList<int> &jobIDs)
+{
+    return WithoutRunning(jobIDs).size() < jobIDs.size();
+}
+
+QList<int> Taskmill_QueueOwner::WithoutRunning(const QList<int> &jobIDs)
+{
+    QList<int> others = jobIDs;
+    others.removeIf([this](int jobID) {
+        const Taskmill_Job *job = Jobs().FindByJobID(jobID);
+        return job && job->Status() == Taskmill_JobStatus::Running;
+    });
+    return others;
+}
+
+void Taskmill_QueueOwner::RemoveNow(QList<int> jobIDs)
+{
+    if (Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase()) {
+        for (const int jobID : jobIDs)
+            (database->*m_variant.remove)(jobID);
+    }
+    std::ranges::sort(jobIDs, std::ranges::greater{});
+    {
+        const QScopedValueRollback removing{m_removing, true};
+        for (const int jobID : std::as_const(jobIDs))
+            Jobs().RemoveByJobID(jobID);
+    }
+    // A job that has ended meanwhile would stay in the list.
+    QueueUpdatedSlot();
+}
+
+void Taskmill_QueueOwner::CollectAllFinished()
+{
+    const auto isFinished = [](const Taskmill_Job *job) {
+        return job->IsFinished();
+    };
+    while (!m_collecting && !m_removing && std::ranges::any_of(Jobs().Jobs(), isFinished))
+        QueueUpdatedSlot();
+}
+
+bool Taskmill_QueueOwner::CollectOnePass()
+{
+    bool oneIsLeft = false;
+    Taskmill_JobContainer &jobs = Jobs();
+    // Behind the first Pending job none is finished.
+    for (int index = 0; index < jobs.Count() && jobs.JobAt(index)->Status() != Taskmill_JobStatus::Pending;
+         ++index) {
+        if (!jobs.JobAt(index)->IsFinished())
+            continue;
+        const Taskmill_JobRecord job = jobs.JobAt(index)->Record();
+        jobs.RemoveAt(index);
+        oneIsLeft = oneIsLeft || (jobs.JobAt(index) && jobs.JobAt(index)->IsFinished());
+        const bool recorded = m_finishedJobs.AddJob(job);
+        Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+        // A job that could not be recorded stays in the file as a waiting one.
+        if (recorded && database)
+            (database->*m_variant.remove)(job.JobID);
+    }
+    return oneIsLeft;
+}

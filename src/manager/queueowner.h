@@ -1,0 +1,86 @@
+#pragma once
+
+#include "jobs/destination.h"
+#include "jobs/jobqueue.h"
+#include "manager/removalquestion.h"
+
+#include <QObject>
+
+#include <memory>
+
+class Taskmill_FinishedJobs;
+
+/// One of the three places where jobs wait and run: owns the queue, or the list of the jobs without one, and
+/// adds the database to what it does.
+class Taskmill_QueueOwner final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Makes the queue, or the list, of that destination, which is not JobTypeDefault.
+    Taskmill_QueueOwner(Taskmill_Destination destination, Taskmill_FinishedJobs &finishedJobs,
+                        const Taskmill_JobServices &services);
+    ~Taskmill_QueueOwner() override;
+    Q_DISABLE_COPY_MOVE(Taskmill_QueueOwner)
+
+    [[nodiscard]] Taskmill_Destination Destination() const;
+    [[nodiscard]] Taskmill_JobContainer &Jobs() const { return *m_jobs; }
+    /// The same with its limit and pause; nullptr for the list of the jobs without a queue.
+    [[nodiscard]] Taskmill_JobQueue *Queue() const { return m_queue; }
+    /// The name that the user sees, such as "Long Jobs Queue".
+    [[nodiscard]] QString ListName() const;
+
+    /// Adds the job, which the queue then owns, and records it and its number in the open database.
+    void Submit(Taskmill_Job *job);
+    /// Fills the queue from the records of a project; a queue with a limit is paused with it.
+    void Replace(const QList<Taskmill_JobRecord> &jobs);
+    /// Removes all jobs, killing the running ones. Their rows stay: a saved project keeps them as waiting.
+    void Clear();
+    /// Ends all work of the queue: pauses it and kills what runs.
+    void Stop();
+
+    /// Hands every finished job on now instead of with the following passes, so that no file is written in
+    /// between that has it as a waiting one.
+    void CollectAllFinished();
+
+    /// The listing that the console prints.
+    [[nodiscard]] QString ListingText();
+
+    /// Asks, warns of running jobs, and removes the jobs with their rows. False when there are none, one is
+    /// unknown, or the user declines; nothing is removed then.
+    bool RemoveSelectedJobs(const QList<int> &jobIDs);
+    /// RemoveSelectedJobs() of one job.
+    bool RemoveJob(int jobID);
+
+    /// What RemoveSelectedJobs() consists of, for a front end that asks in its own way. The question is empty
+    /// when there are no jobs or one is unknown.
+    [[nodiscard]] Taskmill_Question RemovalQuestion(const QList<int> &jobIDs);
+    [[nodiscard]] static Taskmill_Question RunningJobsWarning();
+    [[nodiscard]] bool AnyRunning(const QList<int> &jobIDs);
+    [[nodiscard]] QList<int> WithoutRunning(const QList<int> &jobIDs);
+    void RemoveNow(QList<int> jobIDs);
+
+Q_SIGNALS:
+    /// The view of the queue is to be filled anew.
+    void JobsChangedSignal();
+
+public Q_SLOTS:
+    /// The queue has changed: hands each finished job to the finished-jobs list. One that stands directly
+    /// behind another is left for the next pass, which follows from the event loop.
+    void QueueUpdatedSlot();
+
+private:
+    struct Variant;
+    static const Variant &VariantOf(Taskmill_Destination destination);
+
+    /// Nothing for a list that cannot be paused.
+    void Pause();
+    bool CollectOnePass();
+
+    const Variant &m_variant;
+    Taskmill_FinishedJobs &m_finishedJobs;
+    std::unique_ptr<Taskmill_JobContainer> m_jobs;
+    Taskmill_JobQueue *m_queue = nullptr; ///< m_jobs, where that has a limit
+    bool m_collecting = false;
+    bool m_removing = false; ///< jobs are being removed one by one: nothing is collected meanwhile
+};

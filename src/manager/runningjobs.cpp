@@ -1,0 +1,157 @@
+#include "manager/runningjobs.h"
+
+#include "jobs/jobtypelist.h"
+#include "manager/listings.h"
+#include "manager/processworker.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+/// A path as it is compared: a maker's folder is the same with and without the full stop at its end. No
+/// regular expressions in here: this runs on a thread of its own, and what the toolkit keeps for them in a
+/// thread is used after it was freed when that thread ends in a program built with MinGW.
+QString Normalised(const QString &path)
+{
+    // A listing may come from a tool that writes either separator on any system.
+    QString normalised = QDir::cleanPath(path.trimmed().replace(u'\\', u'/'));
+    for (const QString &maker : {u"Kilnworks, Inc"_s, u"Gaussian, Inc"_s})
+        normalised.replace(maker + u'.', maker, Qt::CaseInsensitive);
+    return normalised;
+}
+
+/// An executable in the two forms in which it is compared; the second is looked up once, and only when it is
+/// needed.
+class ComparedPath
+{
+public:
+    explicit ComparedPath(const QString &path)
+        : m_path{path.trimmed()}
+        , m_normalised{Normalised(path)}
+    {
+    }
+
+    [[nodiscard]] bool IsEmpty() const { return m_path.isEmpty(); }
+
+    [[nodiscard]] bool Matches(const ComparedPath &other) const
+    {
+        if (m_normalised.compare(other.m_normalised, Qt::CaseInsensitive) == 0)
+            return true;
+        const QString canonical = Canonical();
+        return !canonical.isEmpty() && canonical.compare(other.Canonical(), Qt::CaseInsensitive) == 0;
+    }
+
+private:
+    [[nodiscard]] QString Canonical() const
+    {
+        if (!m_canonical)
+            m_canonical = QFileInfo{m_path}.canonicalFilePath().trimmed();
+        return *m_canonical;
+    }
+
+    QString m_path;
+    QString m_normalised;
+    mutable std::optional<QString> m_canonical;
+};
+} // namespace
+
+QList<Taskmill_ProcessRecord> Taskmill_ProcessesOfJobTypes(const QList<Taskmill_ProcessRecord> &processes,
+                                                           const QStringList &jobTypeExecutables)
+{
+    QList<ComparedPath> known;
+    for (const QString &executable : jobTypeExecutables) {
+        if (const ComparedPath path{executable}; !path.IsEmpty())
+            known.append(path);
+    }
+    QList<Taskmill_ProcessRecord> matching;
+    for (const Taskmill_ProcessRecord &process : processes) {
+        const ComparedPath path{process.ExecutablePath};
+        const auto matches = [&path](const ComparedPath &other) {
+            return path.Matches(other);
+        };
+        if (!path.IsEmpty() && std::ranges::any_of(known, matches))
+            matching.append(process);
+    }
+    return matching;
+}
+
+Taskmill_RunningJobs::Taskmill_RunningJobs(Taskmill_ProcessInspector &inspector,
+                                           Taskmill_JobTypeList &jobTypes)
+    : m_inspector{inspector}
+    , m_jobTypes{jobTypes}
+{
+}
+
+Taskmill_RunningJobs::~Taskmill_RunningJobs() = default;
+
+std::optional<QStringList> Taskmill_RunningJobs::ExecutablesToShow() const
+{
+    if (!m_onlyKnown)
+        return std::nullopt;
+    QStringList executables;
+    const QList<Taskmill_JobType> jobTypes = m_jobTypes.GetAll();
+    for (const Taskmill_JobType &jobType : jobTypes)
+        executables += jobType.ExecutablePath;
+    return executables;
+}
+
+Taskmill_RunningJobs::Reading Taskmill_RunningJobs::PrepareReading() const
+{
+    return [&inspector = m_inspector, executables = ExecutablesToShow()] {
+        const QList<Taskmill_ProcessRecord> processes = inspector.ListProcessesUnlessInterrupted();
+        return executables ? Taskmill_ProcessesOfJobTypes(processes, *executables) : processes;
+    };
+}
+
+Taskmill_ProcessWorker &Taskmill_RunningJobs::Worker()
+{
+    if (!m_worker) {
+        m_worker = std::make_unique<Taskmill_ProcessWorker>(m_inspector);
+        connect(m_worker.get(), &Taskmill_ProcessWorker::ListedSignal, this,
+                &Taskmill_RunningJobs::ListedSlot);
+    }
+    return *m_worker;
+}
+
+void Taskmill_RunningJobs::RefreshInBackground()
+{
+    if (m_reading)
+        m_readAgain = true;
+    else
+        StartReading();
+}
+
+void Taskmill_RunningJobs::StartReading()
+{
+    m_reading = true;
+    m_readAgain = false;
+    Worker().List(ExecutablesToShow());
+}
+
+void Taskmill_RunningJobs::KillInBackground(const Taskmill_ProcessRecord &process, Taskmill_Kill kill)
+{
+    Worker().Kill(process, kill);
+}
+
+void Taskmill_RunningJobs::ListedSlot(const QList<Taskmill_ProcessRecord> &processes)
+{
+    m_reading = false;
+    m_processes = processes;
+    if (m_readAgain)
+        StartReading();
+    Q_EMIT RefreshedSignal();
+}
+
+QString Taskmill_RunningJobs::ListingText(const QList<Taskmill_ProcessRecord> &processes)
+{
+    m_processes = processes;
+    QList<QStringList> rows;
+    for (const Taskmill_ProcessRecord &process : m_processes)
+        rows.append(Taskmill_Listings::ProcessRow(process));
+    return Taskmill_Listings::Text(u"\nRunning Jobs\n"_s, u"\nRunning Jobs List is Empty\n\n"_s,
+                                   Taskmill_Listings::ProcessHeaders(), rows);
+}

@@ -1,0 +1,415 @@
+#include "processes/processinspector.h"
+
+#include "kilnutil/filesys.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSysInfo>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+/// Name of a file of a process, such as /proc/17/stat, without touching the heap.
+class ProcPath
+{
+public:
+    ProcPath(int processID, const char *file)
+    {
+        std::snprintf(m_text, sizeof m_text, "/proc/%d/%s", processID, file);
+    }
+    [[nodiscard]] const char *Text() const { return m_text; }
+
+private:
+    char m_text[48];
+};
+
+/// Empty when the file cannot be read, as when the process has just ended.
+QByteArray ReadProcFile(const ProcPath &path)
+{
+    QByteArray content;
+    const int file = open(path.Text(), O_RDONLY | O_CLOEXEC);
+    if (file < 0)
+        return content;
+    std::array<char, 4096> chunk;
+    ssize_t count = 0;
+    do {
+        count = read(file, chunk.data(), chunk.size());
+        content.append(chunk.data(), std::max<ssize_t>(count, 0));
+        // A short read is the end here; asking once more costs as much as the first time.
+    } while (count == static_cast<ssize_t>(chunk.size()));
+    close(file);
+    return content;
+}
+
+QByteArray ReadProcLink(const ProcPath &path)
+{
+    std::array<char, 4096> target;
+    const ssize_t length = readlink(path.Text(), target.data(), target.size());
+    return length > 0 ? QByteArray{target.data(), length} : QByteArray{};
+}
+
+/// What this program wants of /proc/N/stat.
+struct ProcStat
+{
+    QByteArray comm; ///< the kernel's name of the process, at most 15 bytes
+    char state = 0;
+    int parent = -1;
+    quint32 flags = 0;
+    qulonglong userTicks = 0;
+    qulonglong kernelTicks = 0;
+    qlonglong priority = 0;
+    qlonglong threads = 0;
+    qlonglong startTicks = 0;   ///< since the system started
+    qulonglong virtualSize = 0; ///< bytes
+    qlonglong residentPages = 0;
+
+    [[nodiscard]] bool IsAlive() const { return state != 0 && state != 'Z' && state != 'X'; }
+    /// Kernel threads have no program, no command line and no memory of their own.
+    [[nodiscard]] bool IsKernelThread() const { return (flags & 0x00200000) != 0; }
+};
+
+/// The fields of a stat line from number 3 on.
+class StatFields
+{
+public:
+    explicit StatFields(QByteArrayView text)
+        : m_at{text.begin()}
+        , m_end{text.end()}
+    {
+    }
+
+    char Character()
+    {
+        SkipBlanks();
+        return m_at < m_end ? *m_at++ : '\0';
+    }
+
+    template <typename Number>
+    void Read(Number &number)
+    {
+        SkipBlanks();
+        m_at = std::from_chars(m_at, m_end, number).ptr;
+    }
+
+    void Skip(int count)
+    {
+        for (; count > 0; --count) {
+            SkipBlanks();
+            while (m_at < m_end && *m_at != ' ')
+                ++m_at;
+        }
+    }
+
+private:
+    void SkipBlanks()
+    {
+        while (m_at < m_end && *m_at == ' ')
+            ++m_at;
+    }
+
+    const char *m_at;
+    const char *m_end;
+};
+
+ProcStat ReadStat(int processID)
+{
+    const QByteArray text = ReadProcFile({processID, "stat"});
+    ProcStat stat;
+    // The name between the parentheses may itself hold blanks and parentheses.
+    const qsizetype begin = text.indexOf('(');
+    const qsizetype end = text.lastIndexOf(')');
+    if (begin < 0 || end < begin)
+        return stat;
+
+    stat.comm = text.mid(begin + 1, end - begin - 1);
+    StatFields fields{QByteArrayView{text}.sliced(end + 1)};
+    stat.state = fields.Character(); // 3
+    fields.Read(stat.parent);
+    fields.Skip(4);
+    fields.Read(stat.flags); // 9
+    fields.Skip(4);
+    fields.Read(stat.userTicks); // 14
+    fields.Read(stat.kernelTicks);
+    fields.Skip(2);
+    fields.Read(stat.priority); // 18
+    fields.Skip(1);
+    fields.Read(stat.threads); // 20
+    fields.Skip(1);
+    fields.Read(stat.startTicks); // 22
+    fields.Read(stat.virtualSize);
+    fields.Read(stat.residentPages);
+    return stat;
+}
+
+/// State word and memory of a process as /proc/N/status tells them.
+struct ProcStatus
+{
+    QByteArrayView state; ///< such as "sleeping"
+    qulonglong privateBytes = 0;
+};
+
+QByteArrayView StatusValue(QByteArrayView status, QByteArrayView key)
+{
+    const qsizetype begin = status.indexOf(key);
+    if (begin < 0)
+        return {};
+    const QByteArrayView rest = status.sliced(begin + key.size());
+    const qsizetype end = rest.indexOf('\n');
+    return (end < 0 ? rest : rest.first(end)).trimmed();
+}
+
+ProcStatus ReadStatus(QByteArrayView text)
+{
+    ProcStatus status;
+    const QByteArrayView state = StatusValue(text, "\nState:");
+    const qsizetype open = state.indexOf('(');
+    const qsizetype close = state.indexOf(')');
+    if (open >= 0 && close > open)
+        status.state = state.sliced(open + 1, close - open - 1);
+    for (const char *key : {"\nRssAnon:", "\nVmSwap:"}) {
+        const QByteArrayView value = StatusValue(text, key);
+        qulonglong kilobytes = 0;
+        std::from_chars(value.begin(), value.end(), kilobytes);
+        status.privateBytes += kilobytes * 1024;
+    }
+    return status;
+}
+
+QByteArrayView FileName(QByteArrayView path)
+{
+    return path.sliced(path.lastIndexOf('/') + 1);
+}
+
+QByteArray QuotedArgument(QByteArrayView argument)
+{
+    const auto needsQuotes = [](char c) {
+        return c == ' ' || c == '\t' || c == '"';
+    };
+    if (std::none_of(argument.begin(), argument.end(), needsQuotes))
+        return argument.toByteArray();
+    return QFile::encodeName(KilnUtil_FileSys::ConvertFilename(QString::fromUtf8(argument), true, false));
+}
+
+QByteArray CommandLineText(const QList<QByteArray> &arguments)
+{
+    QByteArray text;
+    for (const QByteArray &argument : arguments) {
+        if (!text.isEmpty())
+            text.append(' ');
+        text.append(QuotedArgument(argument));
+    }
+    return text;
+}
+
+bool IsRegularFile(const QByteArray &path)
+{
+    struct stat information;
+    return stat(path.constData(), &information) == 0 && S_ISREG(information.st_mode);
+}
+
+/// A path that a process was given, taken from its working directory when it is relative.
+QByteArray AbsolutePath(int processID, const QByteArray &path)
+{
+    if (path.startsWith('/'))
+        return path;
+    const QString directory = QFile::decodeName(ReadProcLink({processID, "cwd"}));
+    return QFile::encodeName(QDir::cleanPath(directory + u'/' + QFile::decodeName(path)));
+}
+
+/// The script that an interpreter runs, absolute; empty when the process runs no script. The kernel names a
+/// process that was started as a script after the script, while its executable is the interpreter.
+QByteArray ScriptPath(int processID, const QByteArray &comm, const QList<QByteArray> &arguments)
+{
+    constexpr qsizetype longestComm = 15;
+    for (qsizetype i = 1; i <= 2 && i < arguments.size(); ++i) {
+        if (FileName(arguments[i]).first(std::min(longestComm, FileName(arguments[i]).size())) != comm)
+            continue;
+        QByteArray path = AbsolutePath(processID, arguments[i]);
+        if (IsRegularFile(path))
+            return path;
+    }
+    return {};
+}
+
+QByteArray ExecutablePath(int processID, const QByteArray &comm, const QList<QByteArray> &arguments)
+{
+    QByteArray path = ScriptPath(processID, comm, arguments);
+    if (!path.isEmpty())
+        return path;
+    path = ReadProcLink({processID, "exe"});
+    constexpr QByteArrayView deleted = " (deleted)";
+    if (path.endsWith(deleted))
+        path.chop(deleted.size());
+    return path;
+}
+
+/// Start of the system, in microseconds of the wall clock. Taken once: a process must keep its creation date
+/// even when the clock is set later.
+qint64 SystemStart()
+{
+    static const qint64 start = [] {
+        timespec now{};
+        timespec sinceStart{};
+        clock_gettime(CLOCK_REALTIME, &now);
+        clock_gettime(CLOCK_BOOTTIME, &sinceStart);
+        return (now.tv_sec - sinceStart.tv_sec) * 1'000'000 + (now.tv_nsec - sinceStart.tv_nsec) / 1000;
+    }();
+    return start;
+}
+
+qint64 TicksPerSecond()
+{
+    static const qint64 ticks = sysconf(_SC_CLK_TCK);
+    return ticks;
+}
+
+QByteArray CreationDate(qlonglong startTicks)
+{
+    const qint64 microseconds = SystemStart() + startTicks * (1'000'000 / TicksPerSecond());
+    const time_t seconds = microseconds / 1'000'000;
+    tm local{};
+    localtime_r(&seconds, &local);
+    std::array<char, 80> text;
+    const int length =
+        std::snprintf(text.data(), text.size(), "%04d%02d%02d%02d%02d%02d.%06d%+04d", local.tm_year + 1900,
+                      local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
+                      static_cast<int>(microseconds % 1'000'000), static_cast<int>(local.tm_gmtoff / 60));
+    return {text.data(), length};
+}
+
+/// Ticks of processor time in units of 100 ns.
+QByteArray ProcessorTime(qulonglong ticks)
+{
+    return QByteArray::number(ticks * static_cast<qulonglong>(10'000'000 / TicksPerSecond()));
+}
+
+/// What a process says of the program it runs; empty for kernel threads.
+struct ProcProgram
+{
+    QByteArray commandLine;
+    QByteArray executablePath;
+};
+
+ProcProgram ReadProgram(int processID, const ProcStat &stat)
+{
+    if (stat.IsKernelThread())
+        return {};
+    QByteArray content = ReadProcFile({processID, "cmdline"});
+    if (content.endsWith('\0'))
+        content.chop(1);
+    const QList<QByteArray> arguments = content.split('\0');
+    return {.commandLine = CommandLineText(arguments),
+            .executablePath = ExecutablePath(processID, stat.comm, arguments)};
+}
+
+void AppendProcess(QByteArray &listing, int processID, const ProcStat &stat)
+{
+    static const QByteArray computer = QSysInfo::machineHostName().toUtf8();
+    static const qlonglong pageSize = sysconf(_SC_PAGESIZE);
+
+    const ProcProgram program = ReadProgram(processID, stat);
+    const QByteArrayView name =
+        program.executablePath.isEmpty() ? QByteArrayView{stat.comm} : FileName(program.executablePath);
+    const QByteArray statusText = ReadProcFile({processID, "status"});
+    const ProcStatus status = ReadStatus(statusText);
+    const QByteArray id = QByteArray::number(processID);
+
+    const auto append = [&listing](QByteArrayView key, QByteArrayView value) {
+        Taskmill_AppendProcessLine(listing, key, value);
+    };
+    append("Caption", name);
+    append("CommandLine", program.commandLine);
+    append("CreationDate", CreationDate(stat.startTicks));
+    append("CSName", computer);
+    append("ExecutablePath", program.executablePath);
+    append("ExecutionState", status.state);
+    append("Handle", id);
+    append("KernelModeTime", ProcessorTime(stat.kernelTicks));
+    append("Name", name);
+    append("ParentProcessId", QByteArray::number(stat.parent));
+    append("Priority", QByteArray::number(stat.priority));
+    append("PrivatePageCount", QByteArray::number(status.privateBytes));
+    append("ProcessId", id);
+    append("ThreadCount", QByteArray::number(stat.threads));
+    append("UserModeTime", ProcessorTime(stat.userTicks));
+    append("VirtualSize", QByteArray::number(stat.virtualSize));
+    append("WorkingSetSize", QByteArray::number(stat.residentPages * pageSize));
+    listing.append("\r\n");
+}
+
+/// Calls visit(id) for every process there is.
+template <typename Visit>
+void ForEachProcess(Visit visit)
+{
+    DIR *directory = opendir("/proc");
+    if (!directory)
+        return;
+    while (const dirent *entry = readdir(directory)) {
+        int processID = 0;
+        const char *end = entry->d_name + std::strlen(entry->d_name);
+        if (std::from_chars(entry->d_name, end, processID).ptr == end && processID > 0)
+            visit(processID);
+    }
+    closedir(directory);
+}
+
+/// Ends a process as surely as the system can. The ids 0 and 1 are no process that could be meant: 0 is this
+/// program's own process group, 1 the system's first process.
+void Kill(int processID)
+{
+    if (processID > 1 && kill(processID, SIGKILL) != 0)
+        qInfo("Process %d was not ended: %s", processID, std::strerror(errno));
+}
+
+class ProcProcessInspector final : public Taskmill_ProcessInspector
+{
+protected:
+    QString ListingText() override
+    {
+        QByteArray listing;
+        ForEachProcess([&listing](int processID) {
+            const ProcStat stat = ReadStat(processID);
+            if (stat.IsAlive())
+                AppendProcess(listing, processID, stat);
+        });
+        return QString::fromUtf8(listing);
+    }
+
+    void EndProcess(int processID) override { Kill(processID); }
+
+    void EndChildren(int processID) override
+    {
+        // Every process whose own parent has ended is a child of process 1.
+        if (processID <= 1)
+            return;
+        ForEachProcess([processID](int candidate) {
+            if (candidate != getpid() && ReadStat(candidate).parent == processID)
+                Kill(candidate);
+        });
+    }
+
+    std::optional<QString> CreationDateNow(int processID) override
+    {
+        const ProcStat stat = ReadStat(processID);
+        return stat.IsAlive() ? QString::fromUtf8(CreationDate(stat.startTicks)) : QString{};
+    }
+
+    std::optional<int> ParentNow(int processID) override { return ReadStat(processID).parent; }
+};
+} // namespace
+
+std::unique_ptr<Taskmill_ProcessInspector> Taskmill_MakeSystemProcessInspector()
+{
+    return std::make_unique<ProcProcessInspector>();
+}

@@ -1,0 +1,41 @@
+#include "requests/requestdispatcher.h"
+
+#include "manager/manager.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+bool Taskmill_RequestDispatcher::CanHandleNow(const Taskmill_RequestMessage &request) const
+{
+    const Taskmill_JobSubmitter &submitter = m_manager.Submitter();
+    const bool userIsBusy = submitter.IsAsking() || m_frontEnd.IsUserBusy();
+    return !userIsBusy || !submitter.WouldAsk(request);
+}
+
+QByteArray Taskmill_RequestDispatcher::HandleRequest(const Taskmill_RequestMessage &request)
+{
+    const auto actionIs = [&request](QLatin1StringView action) {
+        return request.Action.compare(action, Qt::CaseInsensitive) == 0;
+    };
+    if (actionIs("submitjob"_L1))
+        return SubmitJob(request);
+    if (actionIs("show"_L1))
+        m_frontEnd.ShowInFront();
+    else if (actionIs("hide"_L1))
+        m_frontEnd.PutAway();
+    else
+        return Taskmill_RefusedReply.toByteArray() + "there is no such action\n";
+    return Taskmill_AcceptedReply.toByteArray() + '\n';
+}
+
+QByteArray Taskmill_RequestDispatcher::SubmitJob(const Taskmill_RequestMessage &request)
+{
+    const Taskmill_SubmitResult result = m_manager.Submitter().Submit(request);
+    if (result.JobIDs.isEmpty()) {
+        qInfo("Request refused: %ls", qUtf16Printable(result.Refusal));
+        return Taskmill_RefusedReply.toByteArray() + result.Refusal.toUtf8() + '\n';
+    }
+    QByteArrayList numbers;
+    for (const int jobID : result.JobIDs)
+        numbers += QByteArray::number(jobID);
+    return Taskmill_AcceptedReply.toByteArray() + numbers.join(' ') + '\n';
+}

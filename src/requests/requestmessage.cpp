@@ -1,0 +1,138 @@
+#include "requests/requestmessage.h"
+
+#include "kilnutil/textencoding.h"
+
+#include <QHash>
+
+#include <array>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+using Message = Taskmill_RequestMessage;
+using Setter = void (*)(Message &, const QString &value);
+
+struct Key
+{
+    QLatin1StringView prefix;
+    Setter set;
+};
+
+template <auto Field>
+void SetText(Message &message, const QString &value)
+{
+    message.*Field = value;
+}
+
+template <auto Field>
+void SetTrimmed(Message &message, const QString &value)
+{
+    message.*Field = value.trimmed();
+}
+
+template <auto Field>
+void SetNumber(Message &message, const QString &value)
+{
+    message.*Field = value.toInt();
+}
+
+void SetNotification(Message &message, const QString &value)
+{
+    bool isNumber = false;
+    const int number = value.toInt(&isNumber);
+    message.ClientNotification = isNumber ? std::optional{number != 0} : std::nullopt;
+}
+
+void SetConfirmed(Message &message, const QString &)
+{
+    message.ConfirmAction = true;
+}
+
+void SetUnconfirmed(Message &message, const QString &)
+{
+    message.ConfirmAction = false;
+}
+
+void Ignore(Message &, const QString &) {}
+
+/// Tested in this order; the first prefix that matches decides.
+constexpr std::array keys{
+    Key{"clientname="_L1, SetText<&Message::ClientName>},
+    Key{"clientappname="_L1, SetText<&Message::ClientAppName>},
+    Key{"clientaddress="_L1, SetText<&Message::ClientAddress>},
+    Key{"clientport="_L1, SetNumber<&Message::ClientPort>},
+    Key{"clientuid="_L1, SetNumber<&Message::ClientUID>},
+    Key{"clientgid="_L1, SetNumber<&Message::ClientGID>},
+    Key{"clientnotification="_L1, SetNotification},
+    Key{"action="_L1, SetText<&Message::Action>},
+    Key{"confirmaction=yes"_L1, SetConfirmed},
+    Key{"confirmaction=true"_L1, SetConfirmed},
+    Key{"confirmaction=no"_L1, SetUnconfirmed},
+    Key{"confirmaction=false"_L1, SetUnconfirmed},
+    Key{"jobsilent="_L1, Ignore},
+    Key{"jobtypename="_L1, SetText<&Message::JobTypeName>},
+    Key{"jobclass="_L1, Ignore},
+    Key{"jobname="_L1, SetText<&Message::JobName>},
+    Key{"jobqueue="_L1, SetText<&Message::JobQueue>},
+    Key{"jobinputfile="_L1, SetTrimmed<&Message::JobInputFile>},
+    Key{"jobinputfile2="_L1, SetTrimmed<&Message::JobInputFile2>},
+    Key{"jobstandardinputfile="_L1, SetTrimmed<&Message::JobStandardInputFile>},
+    Key{"joboutputfile="_L1, SetTrimmed<&Message::JobOutputFile>},
+    Key{"jobstandardoutputfile="_L1, SetTrimmed<&Message::JobStandardOutputFile>},
+    Key{"jobchkfile="_L1, SetTrimmed<&Message::JobChkFile>},
+    Key{"jobchkfile1="_L1, SetTrimmed<&Message::JobChkFile1>},
+};
+
+/// Where each placeholder stands in the list: a message may hold a hundred thousand of them.
+using PlaceholderPositions = QHash<QString, qsizetype>;
+
+void AddPlaceholder(Message &message, PlaceholderPositions &positions, const QString &line, qsizetype equals)
+{
+    const QString name = line.first(equals);
+    const QString value = line.sliced(equals + 1).trimmed().replace("_;_"_L1, "\n"_L1);
+    auto &values = message.PlaceholderValues;
+    const auto known = positions.constFind(name);
+    if (known != positions.constEnd()) {
+        values[*known].second = value;
+        return;
+    }
+    positions.insert(name, values.size());
+    values.append({name, value});
+}
+
+void ReadLine(Message &message, PlaceholderPositions &positions, const QString &line)
+{
+    for (const Key &key : keys) {
+        if (line.startsWith(key.prefix, Qt::CaseInsensitive)) {
+            key.set(message, line.sliced(key.prefix.size()));
+            return;
+        }
+    }
+    const qsizetype equals = line.indexOf(u'=');
+    if (line.startsWith(u'@') && equals > 0)
+        AddPlaceholder(message, positions, line, equals);
+}
+} // namespace
+
+Taskmill_RequestMessage Taskmill_RequestMessage::Parse(const QByteArray &bytes)
+{
+    Taskmill_RequestMessage message;
+    PlaceholderPositions positions;
+    const QString text = KilnUtil_TextEncoding::FromUtf8OrLatin1(bytes);
+    for (QStringView line : QStringView{text}.tokenize(u'\n')) {
+        if (line.endsWith(u'\r'))
+            line.chop(1);
+        ReadLine(message, positions, line.toString());
+    }
+    return message;
+}
+
+bool Taskmill_AsksForReply(QByteArrayView bytes)
+{
+    if (!bytes.endsWith('\n'))
+        return false;
+    bytes.chop(bytes.endsWith("\r\n") ? 2 : 1);
+    const QByteArrayView wanted = Taskmill_ReplyRequestLine.chopped(1);
+    const qsizetype begin = bytes.size() - wanted.size();
+    return bytes.endsWith(wanted) && (begin == 0 || bytes[begin - 1] == '\n');
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "manager/jobrequest.h"
+#include "wire/protocol.h"
+
+#include <QByteArray>
+
+/// One message of a client: lines key=value, the keys recognised by prefix in any case. A key given twice
+/// keeps its last value; lines with unknown keys are ignored.
+struct Taskmill_RequestMessage : Taskmill_JobRequest
+{
+    QString Action;
+
+    /// Bytes that are not valid UTF-8 are read as Latin-1. Any bytes make a message, if an empty one.
+    [[nodiscard]] static Taskmill_RequestMessage Parse(const QByteArray &bytes);
+};
+
+/// The parts of the protocol that the client's side shares; see wire/protocol.h.
+constexpr QByteArrayView Taskmill_ReplyRequestLine{Taskmill_WireReplyRequest.data(),
+                                                   Taskmill_WireReplyRequest.size()};
+constexpr QByteArrayView Taskmill_AcceptedReply{Taskmill_WireAccepted.data(), Taskmill_WireAccepted.size()};
+constexpr QByteArrayView Taskmill_RefusedReply{Taskmill_WireRefused.data(), Taskmill_WireRefused.size()};
+
+/// Whether the message so far ends with Taskmill_ReplyRequestLine.
+[[nodiscard]] bool Taskmill_AsksForReply(QByteArrayView bytes);

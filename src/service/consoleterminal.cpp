@@ -1,8 +1,0 @@
-#include "service/consoleterminal.h"
-
-#include "kilnutil/standardstreams.h"
-
-void Taskmill_WriteToStandardOutput(const QString &text)
-{
-    KilnUtil_StandardStreams::Write(stdout, text);
-}

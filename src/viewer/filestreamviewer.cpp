@@ -1,0 +1,320 @@
+#include "viewer/filestreamviewer.h"
+
+#include "kilnutil/error.h"
+#include "processes/process.h"
+#include "viewer/filesource.h"
+#include "viewer/processsource.h"
+#include "viewer/textsaver.h"
+#include "viewer/textsearch.h"
+#include "viewer/textview.h"
+#include "widgets/elidedlabel.h"
+#include "widgets/findbar.h"
+
+#include <QClipboard>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QLocale>
+#include <QPointer>
+#include <QScreen>
+#include <QStatusBar>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+/// How long the event loop is held up at once, in ms.
+constexpr qint64 workSlice = 15;
+constexpr qsizetype longestPreset = 200;
+
+QString SizeText(qint64 bytes)
+{
+    const QLocale locale;
+    const QString exact = u"%1 bytes"_s.arg(locale.toString(bytes));
+    return bytes < 1024 ? exact : u"%1 (%2)"_s.arg(locale.formattedDataSize(bytes), exact);
+}
+} // namespace
+
+KilnUtil_FileStreamViewer::KilnUtil_FileStreamViewer(QWidget *parent, const QString &path,
+                                                     const QString &caption, int interval,
+                                                     const QString &title)
+    : KilnUtil_FileStreamViewer{
+          parent,
+          path.isEmpty() ? std::unique_ptr<KilnUtil_TextSource>{std::make_unique<KilnUtil_MemorySource>()}
+                         : std::make_unique<KilnUtil_FileSource>(path),
+          caption, interval, title}
+{
+    m_path = path;
+}
+
+KilnUtil_FileStreamViewer::KilnUtil_FileStreamViewer(QWidget *parent, KilnUtil_Process *process,
+                                                     const QString &caption, int interval,
+                                                     const QString &title)
+    : KilnUtil_FileStreamViewer{parent, std::make_unique<KilnUtil_ProcessSource>(process), caption, interval,
+                                title}
+{
+    // The process may be deleted before the timer comes again.
+    if (process)
+        connect(process, &KilnUtil_Process::FinishedSignal, this, &KilnUtil_FileStreamViewer::RefreshSlot);
+}
+
+KilnUtil_FileStreamViewer::KilnUtil_FileStreamViewer(QWidget *parent,
+                                                     std::unique_ptr<KilnUtil_TextSource> source,
+                                                     const QString &caption, int interval,
+                                                     const QString &title)
+    : QMainWindow{parent}
+    , m_source{std::move(source)}
+    , m_memory{dynamic_cast<KilnUtil_MemorySource *>(m_source.get())}
+    , m_interval{interval}
+    , m_view{new KilnUtil_TextView{*m_source, this}}
+    , m_findBar{new KilnUtil_FindBar{this}}
+{
+    setAttribute(Qt::WA_DeleteOnClose);
+    setWindowTitle(title);
+    auto *captionLabel = new KilnUtil_ElidedLabel{this};
+    captionLabel->SetText(caption);
+    captionLabel->setMargin(captionLabel->fontMetrics().height() / 3);
+    m_view->setAccessibleName(caption);
+    m_findBar->hide();
+
+    auto *centre = new QWidget{this};
+    auto *layout = new QVBoxLayout{centre};
+    layout->setContentsMargins({});
+    layout->setSpacing(0);
+    layout->addWidget(captionLabel);
+    layout->addWidget(m_view, 1);
+    layout->addWidget(m_findBar);
+    setCentralWidget(centre);
+    MakeMenus();
+    MakeStatusBar();
+
+    m_workTimer.setInterval(0);
+    connect(&m_workTimer, &QTimer::timeout, this, &KilnUtil_FileStreamViewer::WorkSlot);
+    connect(&m_refreshTimer, &QTimer::timeout, this, &KilnUtil_FileStreamViewer::RefreshSlot);
+    connect(m_view, &KilnUtil_TextView::PlaceChangedSignal, this,
+            &KilnUtil_FileStreamViewer::UpdateStatusSlot);
+    connect(m_findBar, &KilnUtil_FindBar::FindSignal, this, &KilnUtil_FileStreamViewer::FindSlot);
+    connect(m_findBar, &KilnUtil_FindBar::ClosedSignal, this, [this] {
+        m_findBar->hide();
+        m_view->setFocus();
+    });
+}
+
+KilnUtil_FileStreamViewer::~KilnUtil_FileStreamViewer()
+{
+    // The view reads the source, which goes before the children would.
+    delete m_view;
+}
+
+void KilnUtil_FileStreamViewer::MakeStatusBar()
+{
+    m_stateLabel = new KilnUtil_ElidedLabel{this};
+    m_stateLabel->setAccessibleName(u"State of the text"_s);
+    m_sizeLabel = new QLabel{this};
+    m_sizeLabel->setAccessibleName(u"Size"_s);
+    m_placeLabel = new QLabel{this};
+    m_placeLabel->setAccessibleName(u"Position"_s);
+    m_followLabel = new QLabel{this};
+    m_followLabel->setAccessibleName(u"Following"_s);
+    statusBar()->addWidget(m_stateLabel, 1);
+    const int space = fontMetrics().horizontalAdvance(u'x');
+    for (QLabel *label : {m_sizeLabel, m_placeLabel, m_followLabel}) {
+        label->setContentsMargins(space, 0, space, 0);
+        statusBar()->addPermanentWidget(label);
+    }
+}
+
+bool KilnUtil_FileStreamViewer::Start()
+{
+    if (!m_source->Open())
+        return false;
+    m_source->Refresh();
+    m_view->SourceChanged(KilnUtil_TextSource::Change::Replaced);
+    m_view->SetFollowsEnd(m_interval > 0);
+    if (m_interval > 0)
+        m_refreshTimer.start(m_interval);
+    UpdateStatusSlot();
+
+    resize(sizeHint().boundedTo(screen()->availableSize() * 9 / 10));
+    m_view->setFocus();
+    show();
+    return true;
+}
+
+void KilnUtil_FileStreamViewer::AppendLine(const QString &text, bool lineFeed)
+{
+    if (!m_memory)
+        return;
+    m_memory->Append(text.toUtf8());
+    if (lineFeed)
+        m_memory->Append("\n");
+    RefreshSlot();
+}
+
+void KilnUtil_FileStreamViewer::RefreshSlot()
+{
+    const KilnUtil_TextSource::Change change = m_source->Refresh();
+    // First of all: the view's place may be behind the text's end.
+    m_view->SourceChanged(change);
+    if (change == KilnUtil_TextSource::Change::Replaced && IsBusy())
+        StopWork(u"Stopped: the text has changed."_s);
+    UpdateStatusSlot();
+}
+
+QString KilnUtil_FileStreamViewer::StateText() const
+{
+    return m_stateLabel->text();
+}
+
+void KilnUtil_FileStreamViewer::UpdateStatusSlot()
+{
+    const qint64 begin = m_source->Begin();
+    const qint64 size = m_source->End() - begin;
+    const qint64 above = m_view->TopOffset() - begin;
+    m_stateLabel->SetText(m_message.isEmpty() ? m_source->StateText() : m_message);
+    m_sizeLabel->setText(SizeText(size));
+    if (m_view->IsAtEnd())
+        m_placeLabel->setText(above == 0 ? u"All"_s : u"End"_s);
+    else
+        m_placeLabel->setText(above == 0 ? u"Beginning"_s : u"%1 %"_s.arg(100 * above / size));
+    m_followLabel->setText(m_view->IsFollowing() ? u"Following"_s : u"Not following"_s);
+}
+
+void KilnUtil_FileStreamViewer::ShowMessage(const QString &message)
+{
+    m_message = message;
+    UpdateStatusSlot();
+}
+
+void KilnUtil_FileStreamViewer::CopySlot()
+{
+    if (!m_view->HasSelection())
+        return;
+    const auto text = m_view->SelectedText();
+    if (text)
+        QGuiApplication::clipboard()->setText(*text);
+    ShowMessage(text ? QString{} : u"Too much is selected to be copied; save a copy instead."_s);
+}
+
+void KilnUtil_FileStreamViewer::SaveCopySlot()
+{
+    // The main window may end the viewer while the user chooses.
+    const QPointer<KilnUtil_FileStreamViewer> self{this};
+    const QString path =
+        KilnUtil_Error::UserPrompt().AskSaveFileName(u"Save a Copy As"_s, m_path, u"All Files (*)"_s);
+    if (!self || path.isEmpty())
+        return;
+    if (IsShownFile(path)) {
+        KilnUtil_Error::ReportError(u"Save a Copy As"_s,
+                                    u"A copy cannot replace the file that is shown.\n\n%1"_s.arg(path));
+        return;
+    }
+    StopWork({});
+    m_saver = std::make_unique<KilnUtil_TextSaver>(*m_source, path);
+    m_workTimer.start();
+}
+
+/// A copy on top of it would take the file away from the program that is writing it.
+bool KilnUtil_FileStreamViewer::IsShownFile(const QString &path) const
+{
+    const auto target = KilnUtil_SharedFile::StatusOf(path);
+    const auto shown = m_path.isEmpty() ? std::nullopt : KilnUtil_SharedFile::StatusOf(m_path);
+    return target && shown && target->IsSameFile(*shown);
+}
+
+void KilnUtil_FileStreamViewer::ShowFindBarSlot()
+{
+    QString preset;
+    if (m_view->HasSelection() && m_view->SelectionEnd() - m_view->SelectionBegin() <= longestPreset)
+        preset = m_view->SelectedText().value_or(QString{});
+    m_findBar->Activate(preset.contains(u'\n') ? QString{} : preset);
+}
+
+void KilnUtil_FileStreamViewer::FindNextSlot()
+{
+    FindSlot(true);
+}
+
+void KilnUtil_FileStreamViewer::FindPreviousSlot()
+{
+    FindSlot(false);
+}
+
+void KilnUtil_FileStreamViewer::FindSlot(bool forward)
+{
+    if (m_findBar->Text().isEmpty()) {
+        ShowFindBarSlot();
+        return;
+    }
+    StopWork({});
+    using Direction = KilnUtil_TextSearch::Direction;
+    const qint64 atSelection = forward ? m_view->SelectionEnd() : m_view->SelectionBegin();
+    m_search =
+        std::make_unique<KilnUtil_TextSearch>(*m_source, m_findBar->Text(), m_findBar->Sensitivity(),
+                                              forward ? Direction::Forward : Direction::Backward,
+                                              m_view->HasSelection() ? atSelection : m_view->TopOffset());
+    m_workTimer.start();
+}
+
+void KilnUtil_FileStreamViewer::WorkSlot()
+{
+    QElapsedTimer slice;
+    slice.start();
+    // A box that reports a failure may outlive the window.
+    const QPointer<KilnUtil_FileStreamViewer> alive{this};
+    while (alive && IsBusy() && slice.elapsed() < workSlice) {
+        if (m_search)
+            StepSearch();
+        else
+            StepSaver();
+    }
+}
+
+void KilnUtil_FileStreamViewer::StepSearch()
+{
+    switch (m_search->Step()) {
+    case KilnUtil_TextSearch::Result::Searching:
+        ShowMessage(u"Searching: %1 % (Esc stops)"_s.arg(m_search->Percent()));
+        return;
+    case KilnUtil_TextSearch::Result::Found:
+        m_view->Select(m_search->FoundBegin(), m_search->FoundEnd());
+        StopWork(m_search->HasWrapped() ? u"Found beyond the end of the text."_s : QString{});
+        return;
+    case KilnUtil_TextSearch::Result::NotFound:
+        StopWork(u"“%1” was not found."_s.arg(m_findBar->Text()));
+        return;
+    }
+}
+
+void KilnUtil_FileStreamViewer::StepSaver()
+{
+    switch (m_saver->Step()) {
+    case KilnUtil_TextSaver::Result::Saving:
+        ShowMessage(u"Saving: %1 % (Esc stops)"_s.arg(m_saver->Percent()));
+        return;
+    case KilnUtil_TextSaver::Result::Saved:
+        StopWork(u"Saved as %1."_s.arg(m_saver->Path()));
+        return;
+    case KilnUtil_TextSaver::Result::Failed:
+        break;
+    }
+    const QString text = u"%1 could not be written.\n\n%2"_s.arg(m_saver->Path(), m_saver->ErrorText());
+    StopWork(u"The copy was not saved."_s);
+    KilnUtil_Error::ReportError(u"Save a Copy As"_s, text);
+}
+
+void KilnUtil_FileStreamViewer::StopWork(const QString &message)
+{
+    m_workTimer.stop();
+    m_search.reset();
+    m_saver.reset();
+    ShowMessage(message);
+}
+
+void KilnUtil_FileStreamViewer::StopSlot()
+{
+    if (IsBusy())
+        StopWork(u"Stopped."_s);
+    else if (m_findBar->isVisible())
+        Q_EMIT m_findBar->ClosedSignal();
+}

@@ -1,0 +1,304 @@
+#include "widgets/tablewidget.h"
+
+#include "kilnutil/registry.h"
+#include "widgets/celldelegate.h"
+#include "widgets/filedrop.h"
+#include "widgets/rowview.h"
+#include "widgets/tablesortproxy.h"
+
+#include <QDropEvent>
+#include <QGuiApplication>
+#include <QHeaderView>
+#include <QHelpEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <QTextDocument>
+#include <QToolTip>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int saveDelayMs = 500;
+constexpr int widestColumn = 10'000;
+} // namespace
+
+KilnUtil_TableWidget::KilnUtil_TableWidget(QWidget *parent)
+    : QTableView{parent}
+    , m_proxy{new KilnUtil_TableSortProxy{this}}
+{
+    setModel(m_proxy);
+    setItemDelegate(new KilnUtil_CellDelegate{this});
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setContextMenuPolicy(Qt::CustomContextMenu);
+    setDragDropOverwriteMode(false);
+    setWordWrap(false);
+    setShowGrid(false);
+    setAlternatingRowColors(true);
+    setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    // The Tab key leads on to the next control; the arrow keys move within the table.
+    setTabKeyNavigation(false);
+    SetUpHeaders();
+    KilnUtil_RowView::CopySelectionColours(*this);
+    SetAcceptsFiles(false);
+
+    m_saveTimer.setSingleShot(true);
+    m_saveTimer.setInterval(saveDelayMs);
+    connect(&m_saveTimer, &QTimer::timeout, this, &KilnUtil_TableWidget::SaveColumnsSlot);
+    connect(this, &QAbstractItemView::doubleClicked, this,
+            [this](const QModelIndex &index) { Q_EMIT cellDoubleClicked(index.row(), index.column()); });
+}
+
+KilnUtil_TableWidget::~KilnUtil_TableWidget()
+{
+    if (m_saveTimer.isActive())
+        SaveColumnsSlot();
+}
+
+void KilnUtil_TableWidget::SetUpHeaders()
+{
+    QHeaderView *columns = horizontalHeader();
+    columns->setStretchLastSection(true);
+    columns->setSectionsMovable(true);
+    columns->setHighlightSections(false);
+    columns->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    columns->setSortIndicator(0, Qt::AscendingOrder);
+    setSortingEnabled(true);
+    // A height for all rows: none of 100,000 has to be asked.
+    verticalHeader()->hide();
+    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    SetRowHeight();
+}
+
+void KilnUtil_TableWidget::SetRowHeight()
+{
+    verticalHeader()->setDefaultSectionSize(KilnUtil_RowView::RowHeight(fontMetrics()));
+}
+
+void KilnUtil_TableWidget::SetSourceModel(QAbstractItemModel *model)
+{
+    m_proxy->setSourceModel(model);
+    sortByColumn(0, Qt::AscendingOrder);
+    ApplyHints();
+}
+
+void KilnUtil_TableWidget::SetColumnHints(const QList<int> &characters)
+{
+    m_columnHints = characters;
+    ApplyHints();
+}
+
+void KilnUtil_TableWidget::ApplyHints()
+{
+    const int count = qMin(static_cast<int>(m_columnHints.size()), horizontalHeader()->count());
+    for (int column = 0; column < count; ++column) {
+        // As wide as digits, which columns of numbers and times hold; two more for the margins.
+        const int wanted = (m_columnHints[column] + 2) * fontMetrics().horizontalAdvance(u'0');
+        setColumnWidth(column, qMax(wanted, horizontalHeader()->sectionSizeHint(column)));
+    }
+}
+
+void KilnUtil_TableWidget::RememberColumns(const QString &name)
+{
+    m_columnsKey = u"/Tables/%1/Columns"_s.arg(name);
+    RestoreColumns();
+    connect(horizontalHeader(), &QHeaderView::sectionResized, &m_saveTimer, qOverload<>(&QTimer::start));
+    connect(horizontalHeader(), &QHeaderView::sectionMoved, &m_saveTimer, qOverload<>(&QTimer::start));
+}
+
+/// The setting is a list of "column:width" in the order in which the columns stand. The last one is as wide
+/// as the window lets it be, which is written as 0.
+void KilnUtil_TableWidget::SaveColumnsSlot()
+{
+    const QHeaderView *columns = horizontalHeader();
+    QStringList saved;
+    for (int place = 0; place < columns->count(); ++place) {
+        const int column = columns->logicalIndex(place);
+        const bool isLast = place == columns->count() - 1;
+        saved.append(u"%1:%2"_s.arg(column).arg(isLast ? 0 : columns->sectionSize(column)));
+    }
+    KilnUtil_Registry::SetValue(m_columnsKey, saved);
+}
+
+void KilnUtil_TableWidget::RestoreColumns()
+{
+    QHeaderView *columns = horizontalHeader();
+    const QStringList saved = KilnUtil_Registry::Value(m_columnsKey).toStringList();
+    int place = 0;
+    for (const QString &entry : saved) {
+        const QStringList parts = entry.split(u':');
+        bool hasColumn = false;
+        bool hasWidth = false;
+        const int column = parts.first().toInt(&hasColumn);
+        const int width = parts.last().toInt(&hasWidth);
+        // Another version of the program may have had other columns.
+        if (!hasColumn || !hasWidth || column < 0 || column >= columns->count())
+            continue;
+        if (width > 0)
+            columns->resizeSection(column, qBound(columns->minimumSectionSize(), width, widestColumn));
+        if (columns->visualIndex(column) > place)
+            columns->moveSection(columns->visualIndex(column), place);
+        ++place;
+    }
+}
+
+void KilnUtil_TableWidget::SetEmptyText(const QString &text)
+{
+    m_emptyText = text;
+    viewport()->update();
+}
+
+void KilnUtil_TableWidget::SetAcceptsFiles(bool accepts)
+{
+    m_acceptsFiles = accepts;
+    setDragDropMode(accepts ? QAbstractItemView::DropOnly : QAbstractItemView::NoDragDrop);
+    setDropIndicatorShown(false);
+}
+
+QList<int> KilnUtil_TableWidget::SelectedRows() const
+{
+    QList<int> rows;
+    const QModelIndexList selected = selectionModel()->selectedRows();
+    for (const QModelIndex &index : selected)
+        rows.append(index.row());
+    std::ranges::sort(rows);
+    return rows;
+}
+
+int KilnUtil_TableWidget::PositionAt(int row) const
+{
+    const QVariant position = model()->index(row, 0).data(KilnUtil_TableSortProxy::PositionRole);
+    return position.isValid() ? position.toInt() : -1;
+}
+
+int KilnUtil_TableWidget::CurrentPosition() const
+{
+    return currentIndex().isValid() ? PositionAt(currentIndex().row()) : -1;
+}
+
+void KilnUtil_TableWidget::ChangeRows(const std::function<void()> &change)
+{
+    const bool atTop = verticalScrollBar()->value() == verticalScrollBar()->minimum();
+    const QPersistentModelIndex top = atTop ? QModelIndex{} : indexAt(QPoint{0, 0});
+    change();
+    if (!top.isValid())
+        return;
+    // The range of the scroll bar would follow from the event loop only.
+    executeDelayedItemsLayout();
+    updateGeometries();
+    const int fromLeft = horizontalScrollBar()->value();
+    scrollTo(top, QAbstractItemView::PositionAtTop);
+    horizontalScrollBar()->setValue(fromLeft);
+}
+
+void KilnUtil_TableWidget::changeEvent(QEvent *event)
+{
+    QTableView::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        KilnUtil_RowView::CopySelectionColours(*this);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
+        SetRowHeight();
+}
+
+bool KilnUtil_TableWidget::event(QEvent *event)
+{
+    return KilnUtil_RowView::TakeMenuKey(*this, *event) || QTableView::event(event);
+}
+
+bool KilnUtil_TableWidget::viewportEvent(QEvent *event)
+{
+    if (event->type() == QEvent::ToolTip && ShowWholeText(*static_cast<QHelpEvent *>(event)))
+        return true;
+    return QTableView::viewportEvent(event);
+}
+
+bool KilnUtil_TableWidget::ShowWholeText(const QHelpEvent &event)
+{
+    const QModelIndex index = indexAt(event.pos());
+    if (!index.isValid() || index.data(Qt::ToolTipRole).isValid())
+        return false;
+    const QRect cell = visualRect(index);
+    if (sizeHintForIndex(index).width() <= cell.width()) {
+        QToolTip::hideText();
+        return true;
+    }
+    // As rich text, which is broken into lines.
+    const QString text = Qt::convertFromPlainText(index.data(Qt::DisplayRole).toString());
+    QToolTip::showText(event.globalPos(), text, viewport(), cell);
+    return true;
+}
+
+void KilnUtil_TableWidget::keyPressEvent(QKeyEvent *event)
+{
+    const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
+    const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    const bool isDelete = event->key() == Qt::Key_Delete;
+    // A key that is held down acts once.
+    if (event->isAutoRepeat() && (isEnter || isDelete))
+        return;
+    if (modifiers == Qt::NoModifier && isEnter && currentIndex().isValid())
+        Q_EMIT cellDoubleClicked(currentIndex().row(), currentIndex().column());
+    else if (modifiers == Qt::NoModifier && isDelete)
+        Q_EMIT RemoveRequestedSignal();
+    else
+        QTableView::keyPressEvent(event);
+}
+
+void KilnUtil_TableWidget::paintEvent(QPaintEvent *event)
+{
+    QTableView::paintEvent(event);
+    const bool isEmpty = model()->rowCount() == 0;
+    if (!m_dropHover && !(isEmpty && !m_emptyText.isEmpty()))
+        return;
+
+    QPainter painter{viewport()};
+    if (isEmpty)
+        KilnUtil_FileDrop::PaintEmptyText(painter, *this, viewport()->rect(), m_emptyText);
+    if (m_dropHover)
+        KilnUtil_FileDrop::PaintFrame(painter, *this, viewport()->rect());
+}
+
+void KilnUtil_TableWidget::AcceptDrop(QDropEvent *event)
+{
+    const bool takes = m_acceptsFiles && event->source() != this && KilnUtil_FileDrop::Answer(event);
+    if (!takes)
+        event->ignore();
+    SetDropHover(takes && event->type() != QEvent::Drop);
+}
+
+void KilnUtil_TableWidget::SetDropHover(bool hover)
+{
+    if (m_dropHover == hover)
+        return;
+    m_dropHover = hover;
+    viewport()->update();
+}
+
+void KilnUtil_TableWidget::dragEnterEvent(QDragEnterEvent *event)
+{
+    AcceptDrop(event);
+}
+
+void KilnUtil_TableWidget::dragMoveEvent(QDragMoveEvent *event)
+{
+    AcceptDrop(event);
+}
+
+void KilnUtil_TableWidget::dragLeaveEvent(QDragLeaveEvent *event)
+{
+    SetDropHover(false);
+    event->accept();
+}
+
+void KilnUtil_TableWidget::dropEvent(QDropEvent *event)
+{
+    AcceptDrop(event);
+    if (!event->isAccepted())
+        return;
+    const QStringList paths = KilnUtil_FileDrop::LocalPaths(*event->mimeData());
+    QMetaObject::invokeMethod(
+        this, [this, paths] { Q_EMIT DropSignal(paths); }, Qt::QueuedConnection);
+}

@@ -1,0 +1,202 @@
+#include "widgets/widgetprompt.h"
+
+#include "widgets/widgetutil.h"
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScreen>
+#include <QTextLayout>
+
+#include <algorithm>
+#include <limits>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+using WarnMode = KilnUtil_UserPrompt::WarnMode;
+using WarnAnswer = KilnUtil_UserPrompt::WarnAnswer;
+
+QMessageBox::StandardButtons ButtonsOf(WarnMode mode)
+{
+    switch (mode) {
+    case WarnMode::YesNo:
+        return QMessageBox::Yes | QMessageBox::No;
+    case WarnMode::YesNoCancel:
+        return QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel;
+    case WarnMode::Ok:
+        break;
+    }
+    return QMessageBox::Ok;
+}
+
+QMessageBox::StandardButton ButtonOf(WarnAnswer answer)
+{
+    switch (answer) {
+    case WarnAnswer::Yes:
+        return QMessageBox::Yes;
+    case WarnAnswer::No:
+        return QMessageBox::No;
+    case WarnAnswer::Cancel:
+        return QMessageBox::Cancel;
+    case WarnAnswer::None:
+        break;
+    }
+    return QMessageBox::NoButton;
+}
+
+WarnAnswer AnswerOf(int button, WarnMode mode)
+{
+    if (button == QMessageBox::Yes)
+        return WarnAnswer::Yes;
+    if (button == QMessageBox::Ok)
+        return WarnAnswer::None;
+    if (button == QMessageBox::No || mode == WarnMode::YesNo)
+        return WarnAnswer::No;
+    return WarnAnswer::Cancel;
+}
+
+/// Breaks lines that would make a box wider than the screen: a path may have no blank to break it at.
+QString InBounds(const QString &text, const QWidget &box)
+{
+    constexpr int mostCharacters = 4000;
+    const int width = box.screen()->availableGeometry().width() * 2 / 3;
+    QStringList lines;
+    for (const QString &paragraph : text.left(mostCharacters).split(u'\n')) {
+        QTextLayout layout{paragraph, box.font()};
+        QTextOption option;
+        option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+        layout.setTextOption(option);
+        layout.beginLayout();
+        for (QTextLine line = layout.createLine(); line.isValid() && !paragraph.isEmpty();
+             line = layout.createLine()) {
+            line.setLineWidth(width);
+            lines.append(paragraph.mid(line.textStart(), line.textLength()));
+        }
+        layout.endLayout();
+        if (paragraph.isEmpty())
+            lines.append(QString{});
+    }
+    if (text.size() > mostCharacters)
+        lines.last() += u'…';
+    return lines.join(u'\n');
+}
+
+WarnAnswer Ask(QMessageBox::Icon icon, QWidget *parent, const QString &title, const QString &text,
+               WarnMode mode, WarnAnswer defaultAnswer)
+{
+    QMessageBox box{icon, title, {}, ButtonsOf(mode), parent};
+    box.setTextFormat(Qt::PlainText);
+    box.setText(InBounds(text, box));
+    box.setDefaultButton(ButtonOf(defaultAnswer));
+    // Without a default answer, Enter gives none: the toolkit would take the first.
+    if (mode != WarnMode::Ok && defaultAnswer == WarnAnswer::None) {
+        const QList<QPushButton *> buttons = box.findChildren<QPushButton *>();
+        for (QPushButton *button : buttons)
+            button->setAutoDefault(false);
+    }
+    return AnswerOf(box.exec(), mode);
+}
+
+/// "*.*" means all files, also where it would leave out those without a dot, as most executables are.
+QString WithAllFiles(QString filter)
+{
+    return filter.replace("(*.*)"_L1, "(*)"_L1);
+}
+} // namespace
+
+QWidget *KilnUtil_WidgetPrompt::Parent() const
+{
+    if (QWidget *dialog = QApplication::activeModalWidget())
+        return dialog;
+    return KilnUtil_WidgetUtil::CanBeInFrontOf(m_parent) ? m_parent.data() : nullptr;
+}
+
+WarnAnswer KilnUtil_WidgetPrompt::ReportWarning(const QString &title, const QString &text, WarnMode mode,
+                                                WarnAnswer defaultAnswer)
+{
+    return Ask(QMessageBox::Warning, Parent(), title, text, mode, defaultAnswer);
+}
+
+void KilnUtil_WidgetPrompt::ReportError(const QString &title, const QString &text)
+{
+    Ask(QMessageBox::Critical, Parent(), title, text, WarnMode::Ok, WarnAnswer::None);
+}
+
+WarnAnswer KilnUtil_WidgetPrompt::AskQuestion(const QString &title, const QString &text, WarnMode mode,
+                                              WarnAnswer defaultAnswer)
+{
+    return Ask(QMessageBox::Question, Parent(), title, text, mode, defaultAnswer);
+}
+
+std::optional<QString> KilnUtil_WidgetPrompt::ChooseFromList(const QString &title, const QString &label,
+                                                             const QStringList &items,
+                                                             const QString &preselected)
+{
+    QInputDialog dialog{Parent()};
+    dialog.setWindowTitle(title);
+    dialog.setLabelText(InBounds(label, dialog));
+    dialog.setOption(QInputDialog::UseListViewForComboBoxItems);
+    dialog.setComboBoxItems(items);
+    dialog.setTextValue(preselected);
+    if (dialog.exec() != QDialog::Accepted)
+        return std::nullopt;
+    return dialog.textValue();
+}
+
+std::optional<int> KilnUtil_WidgetPrompt::AskNumber(const QString &title, const QString &label, int value,
+                                                    int least)
+{
+    QInputDialog dialog{Parent()};
+    dialog.setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    dialog.setWindowTitle(title);
+    dialog.setLabelText(label);
+    dialog.setInputMode(QInputDialog::IntInput);
+    dialog.setIntRange(least, std::numeric_limits<int>::max());
+    dialog.setIntValue(value);
+    dialog.setIntStep(1);
+    if (dialog.exec() != QDialog::Accepted)
+        return std::nullopt;
+    return dialog.intValue();
+}
+
+void KilnUtil_WidgetPrompt::ShowInformation(const QString &title, const QString &text)
+{
+    Ask(QMessageBox::Information, Parent(), title, text, WarnMode::Ok, WarnAnswer::None);
+}
+
+QString KilnUtil_WidgetPrompt::AskOpenFileName(const QString &title, const QString &directory,
+                                               const QString &filter)
+{
+    return QFileDialog::getOpenFileName(Parent(), title, directory, WithAllFiles(filter));
+}
+
+QString KilnUtil_WidgetPrompt::AskSaveFileName(const QString &title, const QString &directory,
+                                               const QString &filter)
+{
+    return QFileDialog::getSaveFileName(Parent(), title, directory, WithAllFiles(filter));
+}
+
+KilnUtil_OpenFilesAnswer KilnUtil_WidgetPrompt::AskOpenFileNames(const KilnUtil_OpenFilesOptions &options)
+{
+    QStringList filters = options.NameFilters;
+    std::ranges::transform(filters, filters.begin(), WithAllFiles);
+    QFileDialog dialog{Parent(), options.Title};
+    dialog.setOption(QFileDialog::DontUseNativeDialog, !options.UseNativeBrowser);
+    KilnUtil_WidgetUtil::PrepQFileDialog(&dialog, options.Directory, filters);
+    if (options.NameFilter >= 0 && options.NameFilter < filters.size())
+        dialog.selectNameFilter(filters[options.NameFilter]);
+
+    const QString name = u"File Browser"_s;
+    if (!options.UseNativeBrowser)
+        KilnUtil_WidgetUtil::LoadWindowSettings(&dialog, options.SettingsGroup, name);
+    const bool accepted = dialog.exec() == QDialog::Accepted;
+    if (!options.UseNativeBrowser)
+        KilnUtil_WidgetUtil::SaveWindowSettings(&dialog, options.SettingsGroup, name);
+    if (!accepted)
+        return {};
+    const auto filter = filters.indexOf(dialog.selectedNameFilter());
+    return {.Files = dialog.selectedFiles(), .NameFilter = static_cast<int>(qMax(filter, qsizetype{0}))};
+}
