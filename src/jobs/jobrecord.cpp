@@ -24,27 +24,25 @@ void Taskmill_JobRecord::SetStatus(Taskmill_JobStatus status, bool stamp)
         Finished = Taskmill_JobTime::Now();
 }
 
-void Taskmill_JobRecord::DeriveOutputFile()
+QString Taskmill_JobRecord::DerivedOutputFile() const
 {
-    OutputFile.clear();
     if (InputFilePath.isEmpty())
-        return;
+        return {};
 
+    QString file = InputFilePath;
     if (JobType.OutputFileFilter.contains("Veltra Output"_L1, Qt::CaseInsensitive)) {
         const bool isNewer = KilnUtil_FileSys::IsNewVeltraFileExtension(QFileInfo{InputFilePath}.suffix());
-        OutputFile = InputFilePath;
-        KilnUtil_FileSys::SetFileExtension(OutputFile, KilnUtil_FileSys::FileType::VeltraOutput,
-                                           isNewer ? 1 : 0);
-        return;
+        KilnUtil_FileSys::SetFileExtension(file, KilnUtil_FileSys::FileType::VeltraOutput, isNewer ? 1 : 0);
+        return file;
     }
 
     const QStringList pieces = Taskmill_FilterPieces(JobType.OutputFileFilter);
     const auto pattern =
         std::ranges::find_if(pieces, [](const QString &piece) { return piece.startsWith("*."_L1); });
     if (pattern == pieces.end())
-        return;
-    OutputFile = InputFilePath;
-    KilnUtil_FileSys::SetFileExtension(OutputFile, QString{*pattern}.remove(u'*'));
+        return {};
+    KilnUtil_FileSys::SetFileExtension(file, QString{*pattern}.remove(u'*'));
+    return file;
 }
 
 QString Taskmill_JobRecord::OutputFilePath() const
@@ -70,5 +68,5 @@ bool Taskmill_JobRecord::IsValid() const
 
 QString Taskmill_JobRecord::CommandLine() const
 {
-    return Taskmill_FullCommandLine(*this);
+    return RecordedCommandLine.isEmpty() ? Taskmill_FullCommandLine(*this) : RecordedCommandLine;
 }

@@ -44,6 +44,9 @@ struct Taskmill_JobRecord
     Taskmill_JobTime Finished;
     qint32 JobID = 0;
     Taskmill_PlaceholderValues PlaceholderValues;
+    /// The command line as a project file tells it; empty for a job that has not been read from one as
+    /// finished, or whose job type is still there to make it from.
+    QString RecordedCommandLine;
 
     bool operator==(const Taskmill_JobRecord &) const = default;
 
@@ -53,9 +56,11 @@ struct Taskmill_JobRecord
     /// Finished (any final status).
     void SetStatus(Taskmill_JobStatus status, bool stamp);
 
-    /// Sets OutputFile from the input file and the first pattern of the job type's output filter; empty when
-    /// there is no input file or no pattern.
-    void DeriveOutputFile();
+    /// The output file that follows from the input file and the first pattern of the job type's output
+    /// filter; empty when there is no input file or no pattern.
+    [[nodiscard]] QString DerivedOutputFile() const;
+    /// Sets OutputFile to it.
+    void DeriveOutputFile() { OutputFile = DerivedOutputFile(); }
 
     /// The output file as the program sees it: a relative one lies beside the input file. Empty for none.
     [[nodiscard]] QString OutputFilePath() const;
@@ -65,7 +70,8 @@ struct Taskmill_JobRecord
     /// line-based, and no NUL.
     [[nodiscard]] bool IsValid() const;
 
-    /// The template with every known placeholder replaced: executable, arguments and standard-input lines.
+    /// The template with every known placeholder replaced: executable, arguments and standard-input lines. Of
+    /// a recorded job what was recorded, whatever its job type has become since.
     [[nodiscard]] QString CommandLine() const;
 };
 
