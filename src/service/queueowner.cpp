@@ -5,6 +5,7 @@
 #include "kilnutil/error.h"
 #include "service/finishedjobs.h"
 #include "service/listings.h"
+#include "service/removalreport.h"
 
 #include <QScopedValueRollback>
 #include <QTimer>
@@ -147,9 +148,9 @@ QList<int> Taskmill_QueueOwner::WithoutRunning(const QList<int> &jobIDs)
 
 void Taskmill_QueueOwner::RemoveNow(QList<int> jobIDs)
 {
-    if (Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase()) {
-        for (const int jobID : jobIDs)
-            (database->*m_table.remove)(jobID);
+    for (const int jobID : std::as_const(jobIDs)) {
+        if (const Taskmill_Job *job = Jobs().FindByJobID(jobID))
+            DeleteRow(job->Record());
     }
     std::ranges::sort(jobIDs, std::ranges::greater{});
     {
@@ -183,12 +184,29 @@ bool Taskmill_QueueOwner::CollectOnePass()
         jobs.RemoveAt(index);
         oneIsLeft = oneIsLeft || (jobs.JobAt(index) && jobs.JobAt(index)->IsFinished());
         const bool recorded = m_finishedJobs.AddJob(job);
-        Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
         // A job that could not be recorded stays in the file as a waiting one.
-        if (recorded && database)
-            (database->*m_table.remove)(job.JobID);
+        if (recorded)
+            DeleteRow(job);
     }
     return oneIsLeft;
+}
+
+void Taskmill_QueueOwner::DeleteRow(const Taskmill_JobRecord &job)
+{
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+    if (!database || (database->*m_table.remove)(job.JobID))
+        return;
+    // Who removes jobs is in the middle of it, and one report serves for all of them.
+    if (m_keptRows.isEmpty())
+        QTimer::singleShot(0, this, &Taskmill_QueueOwner::ReportKeptRows);
+    m_keptRows.append(job.Name);
+}
+
+void Taskmill_QueueOwner::ReportKeptRows()
+{
+    const QStringList names = std::exchange(m_keptRows, {});
+    if (const Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase())
+        Taskmill_ReportRowsKept(*database, names);
 }
 
 void Taskmill_LimitedQueueOwner::QueueUpdatedSlot()

@@ -72,9 +72,12 @@ protected:
 
 private:
     bool CollectOnePass();
+    void DeleteRow(const Taskmill_JobRecord &job);
+    void ReportKeptRows();
 
     Taskmill_FinishedJobs &m_finishedJobs;
     const DatabaseTable m_table;
+    QStringList m_keptRows; ///< names of jobs whose rows could not be deleted, not yet reported
     bool m_collecting = false;
     bool m_removing = false; ///< jobs are being removed one by one: nothing is collected meanwhile
 };
