@@ -51,9 +51,9 @@ bool Taskmill_AddedFields::Create(const QSqlDatabase &connection)
 {
     if (Exists(connection))
         return true;
-    m_exists = Execute(connection,
-                       u"CREATE TABLE AddedFields (Owner TEXT, OwnerID INTEGER, Name TEXT, Value TEXT, "
-                       "PRIMARY KEY (Owner, OwnerID, Name))"_s);
+    m_exists =
+        Execute(connection, u"CREATE TABLE AddedFields (Owner TEXT, OwnerID INTEGER, Name TEXT, Value TEXT, "
+                            "PRIMARY KEY (Owner, OwnerID, Name))"_s);
     return *m_exists;
 }
 
@@ -78,16 +78,16 @@ bool Taskmill_AddedFields::Has(const QSqlDatabase &connection, Taskmill_FieldOwn
     return Owners(connection, owner).contains(ownerID);
 }
 
-QHash<qint32, Taskmill_AddedFields::Fields> Taskmill_AddedFields::Read(const QSqlDatabase &connection,
-                                                                       Taskmill_FieldOwner owner,
-                                                                       const QString &ownerIDs)
+QHash<qint32, Taskmill_AddedFields::Fields>
+Taskmill_AddedFields::Read(const QSqlDatabase &connection, Taskmill_FieldOwner owner, const QString &ownerIDs)
 {
     QHash<qint32, Fields> fields;
     QSqlQuery query{connection};
     query.setForwardOnly(true);
     if (!Exists(connection) ||
-        !query.exec(u"SELECT OwnerID, Name, Value FROM AddedFields WHERE Owner = '%1' AND OwnerID IN (%2)"_s
-                        .arg(OwnerText(owner), ownerIDs)))
+        !query.exec(
+            u"SELECT OwnerID, Name, Value FROM AddedFields WHERE Owner = '%1' AND OwnerID IN (%2)"_s.arg(
+                OwnerText(owner), ownerIDs)))
         return fields;
     while (query.next())
         fields[query.value(0).toInt()].insert(query.value(1).toString(), query.value(2).toString());

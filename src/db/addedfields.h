@@ -58,6 +58,6 @@ private:
     QSet<qint32> &Owners(const QSqlDatabase &connection, Taskmill_FieldOwner owner);
 
     Taskmill_DatabaseStatements m_statements;
-    std::optional<bool> m_exists;                         ///< nothing while it has to be looked up
+    std::optional<bool> m_exists;                      ///< nothing while it has to be looked up
     QHash<Taskmill_FieldOwner, QSet<qint32>> m_owners; ///< of the kinds that were asked for
 };

@@ -31,9 +31,8 @@ int ReadTexts(sqlite3 *database, const QString &text, QStringList &rows)
     if (result != SQLITE_OK)
         return result;
     while ((result = sqlite3_step(prepared)) == SQLITE_ROW)
-        rows.append(
-            QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(prepared, 0)),
-                              sqlite3_column_bytes(prepared, 0)));
+        rows.append(QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(prepared, 0)),
+                                      sqlite3_column_bytes(prepared, 0)));
     return result == SQLITE_DONE ? SQLITE_OK : result;
 }
 
@@ -79,12 +78,10 @@ QString ProblemOfSize(const QString &path)
     const bool isCounted = HeaderNumber(header, 24) == HeaderNumber(header, 92);
     const qint64 counted = isCounted ? HeaderNumber(header, 28) * pageSize : 0;
     const qint64 size = file.size();
-    if (size >= counted && size % pageSize == 0)
-        return {};
     const qint64 whole = qMax(counted, (size + pageSize - 1) / pageSize * pageSize);
-    return size < whole ? u"The end of the file is missing: it holds %1 bytes instead of %2."_s.arg(
-                              QString::number(size), QString::number(whole))
-                        : u"The file does not end where its content ends."_s;
+    return size == whole ? QString{}
+                         : u"The end of the file is missing: it holds %1 bytes instead of %2."_s.arg(
+                               QString::number(size), QString::number(whole));
 }
 
 /// What an SQLite file can hold and no project does. Statements of views and triggers may run for ever, and
@@ -92,13 +89,14 @@ QString ProblemOfSize(const QString &path)
 int CheckObjects(sqlite3 *database, QString &reason)
 {
     QStringList found;
-    const int result = ReadTexts(
-        database,
-        u"SELECT 'the view ' || name FROM sqlite_master WHERE type = 'view' UNION ALL "
-        "SELECT 'the trigger ' || name FROM sqlite_master WHERE type = 'trigger' UNION ALL "
-        "SELECT 'the virtual table ' || name FROM pragma_table_list WHERE schema = 'main' AND type = 'virtual' "
-        "LIMIT 1"_s,
-        found);
+    const int result =
+        ReadTexts(database,
+                  u"SELECT 'the view ' || name FROM sqlite_master WHERE type = 'view' UNION ALL "
+                  "SELECT 'the trigger ' || name FROM sqlite_master WHERE type = 'trigger' UNION ALL "
+                  "SELECT 'the virtual table ' || name FROM pragma_table_list WHERE schema = 'main' AND type "
+                  "= 'virtual' "
+                  "LIMIT 1"_s,
+                  found);
     if (result != SQLITE_OK || found.isEmpty())
         return result;
     reason = u"It holds %1, and no project holds such a thing."_s.arg(found.first().left(100));
@@ -158,9 +156,10 @@ int Taskmill_CheckDatabaseFile(sqlite3 *database, const QString &path, QString &
 {
     int result = Begin(database);
     if (HasOpenJournal(result, path)) {
-        reason = u"A program was interrupted while it wrote to the file, and the journal that it left beside it "
-                 "cannot be applied here. Open the file once with a program that may write to it, such as "
-                 "sqlite3, or restore a copy."_s;
+        reason =
+            u"A program was interrupted while it wrote to the file, and the journal that it left beside it "
+            "cannot be applied here. Open the file once with a program that may write to it, such as "
+            "sqlite3, or restore a copy."_s;
         return result;
     }
     if (result == SQLITE_OK || result == SQLITE_CORRUPT) {

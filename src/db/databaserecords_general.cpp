@@ -159,9 +159,9 @@ int Taskmill_Database::SetGeneralData(const QString &name, const QString &dataSt
         return 1;
     }
     return InTransaction([&] {
-               return RunPrepared(u"UPDATE GeneralData SET DataStr = ?, LastModified = ? WHERE Name = ?"_s,
-                                  {dataStr.isNull() ? u""_s : dataStr, Now(), name});
-           })
+        return RunPrepared(u"UPDATE GeneralData SET DataStr = ?, LastModified = ? WHERE Name = ?"_s,
+                           {dataStr.isNull() ? u""_s : dataStr, Now(), name});
+    })
                ? 1
                : 0;
 }

@@ -267,10 +267,10 @@ bool Taskmill_Database::DeleteRows(Taskmill_Table table, qint32 jobID)
     if (Kind() != SQLiteMemory)
         return Execute(u"DELETE FROM "_s + TableName(table) + u" WHERE JobID = "_s + QString::number(jobID));
     KeysOfJobs &keys = KeysIn(table);
-    const QString statement = u"DELETE FROM "_s + TableName(table) + u" WHERE "_s + KeyColumn(table) + u" = ?"_s;
+    const QString statement =
+        u"DELETE FROM "_s + TableName(table) + u" WHERE "_s + KeyColumn(table) + u" = ?"_s;
     const QList<qint32> rows = keys.values(jobID);
-    const bool deleted =
-        std::ranges::all_of(rows, [&](qint32 key) { return RunPrepared(statement, {key}); });
+    const bool deleted = std::ranges::all_of(rows, [&](qint32 key) { return RunPrepared(statement, {key}); });
     keys.remove(jobID);
     return deleted;
 }
@@ -282,7 +282,8 @@ bool Taskmill_Database::RemoveFieldsOfGoneJobs(const QList<qint32> &jobIDs)
     // Most jobs have none, and no table has an index on the number.
     for (const qint32 jobID : jobIDs) {
         if (addedFields.Has(Connection(), Taskmill_FieldOwner::Job, jobID) &&
-            std::ranges::none_of(jobTables, [&](Taskmill_Table table) { return KeysIn(table).contains(jobID); }))
+            std::ranges::none_of(jobTables,
+                                 [&](Taskmill_Table table) { return KeysIn(table).contains(jobID); }))
             gone.append(jobID);
     }
     return addedFields.Remove(Connection(), Taskmill_FieldOwner::Job, gone);
@@ -341,8 +342,8 @@ bool Taskmill_Database::DeleteFinishedJobs(const QList<qint32> &jobIDs)
     bool deleted = true;
     for (qsizetype first = 0; first < jobIDs.size(); first += mostAtOnce) {
         const QList<qint32> some = jobIDs.sliced(first, qMin(mostAtOnce, jobIDs.size() - first));
-        deleted =
-            InTransaction([&] { return DeleteFinishedRows(some) && RemoveFieldsOfGoneJobs(some); }) && deleted;
+        deleted = InTransaction([&] { return DeleteFinishedRows(some) && RemoveFieldsOfGoneJobs(some); }) &&
+                  deleted;
     }
     return deleted;
 }
@@ -364,11 +365,12 @@ bool Taskmill_Database::DeleteFinishedRows(const QList<qint32> &jobIDs)
 
 QString Taskmill_Database::ColumnsToRead(Taskmill_Table table)
 {
-    // Of a waiting job it is long, and only stands in for a job type that was deleted. Of a finished one it is
-    // what ran.
+    // Of a waiting job it is long, and only stands in for a job type that was deleted. Of a finished one it
+    // is what ran.
     static const QStringList standIns{u"ApplicationName"_s, u"ExecutablePath"_s, u"CommandLine"_s};
     static const QStringList neverRead{u"Created"_s, u"LastModified"_s};
-    const bool onlyStandsIn = table != Taskmill_Table::FinishedJobs && !Connection().record(u"JobTypes"_s).isEmpty();
+    const bool onlyStandsIn =
+        table != Taskmill_Table::FinishedJobs && !Connection().record(u"JobTypes"_s).isEmpty();
     const QSqlRecord columns = Connection().record(TableName(table));
     QStringList read;
     for (int position = 0; position < columns.count(); ++position) {
@@ -397,8 +399,8 @@ QList<Taskmill_JobRecord> Taskmill_Database::GetJobs(Taskmill_Table table, const
                         u"substr(StdOutAndStdErr,1,%1) AS StdOutAndStdErr"_s.arg(*longestOutput));
     if (!query.exec(u"SELECT "_s + columns + u" FROM "_s + TableName(table)))
         return jobs;
-    const auto addedFields =
-        AddedFields().Read(Connection(), Taskmill_FieldOwner::Job, u"SELECT JobID FROM "_s + TableName(table));
+    const auto addedFields = AddedFields().Read(Connection(), Taskmill_FieldOwner::Job,
+                                                u"SELECT JobID FROM "_s + TableName(table));
     JobReader reader{*this, query};
     while (query.next()) {
         jobs.append(reader.Read(queueName));
@@ -498,9 +500,10 @@ bool Taskmill_Database::SetMaxRunningJobs(const QString &name, qint32 maxRunning
         return false;
     const qint32 key = GetQueueID(name);
     return key >= 0 && InTransaction([&] {
-        const QString ofQueue = u" WHERE QueueID = "_s + QString::number(key);
-        return Execute(u"UPDATE Queues SET MaxRunningJobs = "_s + QString::number(maxRunningJobs) + ofQueue) &&
-               Execute(u"UPDATE Queues SET LastModified = '"_s + Taskmill_JobTime::Now().IsoText() + u'\'' +
-                       ofQueue);
-    });
+               const QString ofQueue = u" WHERE QueueID = "_s + QString::number(key);
+               return Execute(u"UPDATE Queues SET MaxRunningJobs = "_s + QString::number(maxRunningJobs) +
+                              ofQueue) &&
+                      Execute(u"UPDATE Queues SET LastModified = '"_s + Taskmill_JobTime::Now().IsoText() +
+                              u'\'' + ofQueue);
+           });
 }

@@ -97,7 +97,7 @@ void Taskmill_JobTypeList::ReportKept(const QStringList &names)
         return;
     ReadBack();
     qWarning("Job types could not be removed from the project: %ls", qUtf16Printable(names.join(u", "_s)));
-    KilnUtil_Error::ReportError(
-        u"Removing Job Types"_s,
-        u"The following job types could not be removed from the project:\n\n"_s + names.join(u'\n'));
+    KilnUtil_Error::ReportError(u"Removing Job Types"_s,
+                                u"The following job types could not be removed from the project:\n\n"_s +
+                                    names.join(u'\n'));
 }

@@ -65,7 +65,8 @@ QString ProblemOfLoading(Taskmill_Database &database, const QString &path)
     QString reason;
     const bool loaded = database.LoadFromFile(path, &reason);
     if (!loaded && !reason.isEmpty())
-        return u"The specified file cannot be opened as a Taskmill project:\n\n%1\n\n%2"_s.arg(u"%1"_s, reason);
+        return u"The specified file cannot be opened as a Taskmill project:\n\n%1\n\n%2"_s.arg(u"%1"_s,
+                                                                                               reason);
     if (!loaded)
         return u"The specified file is not a Taskmill project, is damaged or is in use by another program:\n\n%1\n\n(%2)"_s
             .arg(u"%1"_s, database.LastErrorMessage());

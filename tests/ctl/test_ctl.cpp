@@ -240,15 +240,20 @@ private Q_SLOTS:
         job.Name = u"Wasser"_s;
         job.Status = Status::Completed;
         job.Finished = QDateTime{{2024, 3, 9}, {18, 0, 0}};
+        job.StandardInputFile = u"/tmp/answers"_s;
+        job.PlaceholderValues = {{u"@TITLE"_s, u"Eis"_s}};
         QVERIFY(database->InsertFinishedJob(job, true) && database->SaveToFile(Path(u"jobs.mill"_s)));
 
         const QByteArray text = Run(u"jobs jobs.mill"_s).out;
         QVERIFY2(text.contains("Wasser  Completed") && text.contains("Short Jobs Queue is Empty"),
                  text.constData());
+        QVERIFY2(text.contains("standard input=/tmp/answers; @TITLE=Eis"), text.constData());
         QVERIFY(!Run(u"jobs jobs.mill --long"_s).out.contains("Wasser"));
         const QByteArray json = Run(u"jobs jobs.mill --finished --json"_s).out;
         QVERIFY2(json.contains("\"finished\": \"2024-03-09T18:00:00\"") &&
-                     json.contains("\"status\": \"Completed\""),
+                     json.contains("\"status\": \"Completed\"") &&
+                     json.contains("\"standardinputfile\": \"/tmp/answers\"") &&
+                     json.contains("\"value\": \"Eis\""),
                  json.constData());
     }
 

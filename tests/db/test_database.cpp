@@ -99,11 +99,14 @@ private Q_SLOTS:
             QVERIFY(database->InsertJobType(jobType, true, &jobType.JobTypeID));
             QList<Taskmill_JobRecord> jobs{SampleJob(jobType, 42), SampleJob(jobType, 41)};
             jobs[1].Started = {};
+            AddSampleFields(jobs[0]);
             for (Taskmill_JobRecord &job : jobs) {
                 job.QueueName = queues[table];
                 QVERIFY((*database.*inserts[table])(job, true, nullptr));
                 job.QueueName.replace(u"None"_s, u"Queueless"_s);
-                if (table != 3) {
+                if (table == 3) {
+                    job.RecordedCommandLine = job.CommandLine();
+                } else {
                     job.Finished = {};
                     job.StdOutAndStdErr.clear();
                 }
@@ -113,6 +116,88 @@ private Q_SLOTS:
             QVERIFY((*database.*removals[table])(41) && (*database.*removals[table])(0));
             QCOMPARE((*database.*gets[table])(), QList{jobs.first()});
         }
+    }
+
+    void FinishedJobTellsWhatRan()
+    {
+        const auto database = MakeDatabase();
+        Taskmill_JobType jobType = SampleJobType(u"Type"_s);
+        QVERIFY(database->InsertJobType(jobType, true));
+        Taskmill_JobRecord job = SampleJob(jobType, 1);
+        job.JobType.GenericCommandLine = u"@EXEFILE @INFILE @OUTFILE"_s;
+        QVERIFY(database->InsertFinishedJob(job, true));
+        jobType.ApplicationName = u"other"_s;
+        jobType.ExecutablePath = u"/opt/other"_s;
+        jobType.GenericCommandLine = u"@EXEFILE --new"_s;
+        jobType.Name = u"Renamed"_s;
+        QVERIFY(database->UpdateJobType(0, jobType));
+        const Taskmill_JobRecord read = database->GetFinishedJobs().value(0);
+        QCOMPARE(read.JobType.Name, u"Renamed"_s);
+        QCOMPARE(read.JobType.ApplicationName, job.JobType.ApplicationName);
+        QCOMPARE(read.JobType.ExecutablePath, job.JobType.ExecutablePath);
+        QCOMPARE(read.CommandLine(), job.CommandLine());
+        // Written again it is still what ran.
+        QVERIFY(database->InsertFinishedJob(read, true));
+        QCOMPARE(database->GetFinishedJobs().value(1).CommandLine(), job.CommandLine());
+    }
+
+    void AddedFieldsLiveAsLongAsTheirJob()
+    {
+        const auto database = MakeDatabase();
+        Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 5);
+        const QString tableText = u"SELECT sql FROM sqlite_master WHERE name = 'AddedFields'"_s;
+        QVERIFY(database->InsertLongJob(job, true));
+        QCOMPARE(RowsOf(*database, tableText), QStringList{});
+        job.JobID = 6;
+        job.CheckpointFile = u"a.chk"_s;
+        job.PlaceholderValues = {{u"@T"_s, u"x"_s}};
+        QVERIFY(database->InsertLongJob(job, true) && database->InsertLongJob(job, true));
+        QCOMPARE(RowsOf(*database, tableText),
+                 QStringList{u"CREATE TABLE AddedFields (Owner TEXT, OwnerID INTEGER, Name TEXT, Value TEXT, "
+                             "PRIMARY KEY (Owner, OwnerID, Name))"_s});
+        const QStringList fields{u"job|6|CheckpointFile|a.chk"_s, u"job|6|Placeholder 001 @T|x"_s};
+        const QString content = u"SELECT * FROM AddedFields ORDER BY OwnerID, Name"_s;
+        QCOMPARE(RowsOf(*database, content), fields);
+        // It moves; then another one ends.
+        QVERIFY(database->InsertFinishedJob(job, true) && database->DeleteLongJob(6));
+        QVERIFY(database->DeleteLongJob(5));
+        QCOMPARE(RowsOf(*database, content), fields);
+        QVERIFY(database->DeleteFinishedJobs({4, 5}));
+        QCOMPARE(RowsOf(*database, content), fields);
+        QVERIFY(database->InsertShortJob(job, true) && database->DeleteFinishedJobs({5, 6}));
+        QCOMPARE(RowsOf(*database, content), fields);
+        QVERIFY(database->DeleteShortJob(6));
+        QCOMPARE(RowsOf(*database, content), QStringList{});
+        // A number that is used again has nothing of the job before it.
+        QVERIFY(database->InsertQueuelessJob(job, true));
+        QVERIFY(database->InsertQueuelessJob(SampleJob(SampleJobType(u"Type"_s), 6), true));
+        QCOMPARE(RowsOf(*database, content), QStringList{});
+    }
+
+    void FieldsWithoutAnOwnerGo()
+    {
+        const QString path = m_directory.filePath(u"orphans.mill"_s);
+        const auto database = MakeDatabase();
+        Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 5);
+        AddSampleFields(job);
+        QVERIFY(database->InsertShortJob(job, true));
+        QVERIFY(database->InsertJobType(SampleJobType(u"Type"_s), true));
+        QVERIFY(database->SaveToFile(path));
+        // The first number belongs to nobody.
+        RawDatabase{path}.Execute(
+            {u"INSERT INTO AddedFields SELECT 'job', 7, Name, Value FROM AddedFields"_s,
+             u"INSERT INTO AddedFields VALUES ('jobtype', 1, 'n', 'v'), "
+             "('jobtype', 0, 'n', 'v'), ('queue', 0, 'n', 'v'), ('project', 0, 'n', 'v')"_s});
+        database->MarkUnchanged();
+        QVERIFY(database->LoadFromFile(path));
+        QVERIFY(!database->HasUnsavedChanges());
+        const QString owners = u"SELECT DISTINCT Owner, OwnerID FROM AddedFields"_s;
+        QCOMPARE(RowsOf(*database, owners), (QStringList{u"job|5"_s, u"jobtype|0"_s, u"project|0"_s}));
+        // The next job type gets its number.
+        QVERIFY(database->DeleteJobType(0));
+        QCOMPARE(RowsOf(*database, owners), (QStringList{u"job|5"_s, u"project|0"_s}));
+        const auto jobs = database->GetShortJobs();
+        QCOMPARE(jobs.value(0).PlaceholderValues, job.PlaceholderValues);
     }
 
     void RowsAreKnownAfterEachChange()
@@ -179,6 +264,37 @@ private Q_SLOTS:
         QCOMPARE(waiting.first().JobType.GenericCommandLine, job.CommandLine());
     }
 
+    void FailedStatementIsNoSuccess()
+    {
+        const auto database = MakeDatabase();
+        Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 1);
+        AddSampleFields(job);
+        QVERIFY(database->InsertLongJob(job, true) && database->InsertFinishedJob(job, true));
+        QVERIFY(database->InsertQueue(u"Long"_s, 1) && database->SetGeneralData(u"N"_s, u"1"_s) == 1);
+        Taskmill_JobType jobType = SampleJobType(u"Type"_s);
+        QVERIFY(database->InsertJobType(jobType, true));
+        jobType.ExecutablePath = u"/opt/other"_s;
+        const QByteArray before = Dump(*database);
+        database->MarkUnchanged();
+
+        RefuseWrites(*database, true);
+        QVERIFY(!database->DeleteLongJob(1));
+        QVERIFY(!database->DeleteFinishedJobs({1}));
+        QVERIFY(!database->SetMaxRunningJobs(u"Long"_s, 2));
+        QVERIFY(!database->UpdateJobType(0, jobType));
+        QVERIFY(!database->DeleteJobType(0));
+        QCOMPARE(database->SetGeneralData(u"N"_s, u"2"_s), 0);
+        QVERIFY(database->LastErrorMessage().contains(u"readonly"_s));
+        RefuseWrites(*database, false);
+
+        QVERIFY(!database->HasUnsavedChanges());
+        QCOMPARE(Dump(*database), before);
+        // A half of two statements is undone, and what is remembered with it.
+        QVERIFY(database->DeleteFinishedJobs({1}) && database->DeleteLongJob(1));
+        QCOMPARE(RowsOf(*database, u"SELECT COUNT(*) FROM LongJobsQueue, AddedFields"_s),
+                 QStringList{u"0"_s});
+    }
+
     void FailedInsertionDoesNotBlockLaterWrites()
     {
         const auto database = MakeDatabase();
@@ -198,6 +314,16 @@ private Q_SLOTS:
     }
 
 private:
+    /// All that the tests of one database look at.
+    static QByteArray Dump(Taskmill_Database &database)
+    {
+        QStringList rows;
+        for (const auto table : {"GeneralData"_L1, "JobTypes"_L1, "Queues"_L1, "LongJobsQueue"_L1,
+                                 "FinishedJobs"_L1, "AddedFields"_L1})
+            rows += RowsOf(database, u"SELECT * FROM "_s + table);
+        return rows.join(u'\n').toUtf8();
+    }
+
     QTemporaryDir m_directory;
 };
 

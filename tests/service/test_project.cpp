@@ -91,6 +91,53 @@ private Q_SLOTS:
         QVERIFY(m_manager->project.HasUnsavedChanges());
     }
 
+    void ReloadedJobsAreWhole()
+    {
+        m_manager->NewProject();
+        const Taskmill_JobType jobType =
+            m_manager->AddJobType(u"Echo"_s, u"print @TITLE print @OUTFILE stdin"_s);
+        m_manager->longJobs.Jobs().SetPaused(true);
+        Taskmill_RequestMessage request =
+            TestManager::Request(jobType.Name, m_manager->InputFile(u"water.in"_s));
+        request.PlaceholderValues = {{u"@TITLE"_s, u"H2O"_s}};
+        request.JobStandardInputFile = WriteTestFile(m_manager->Path(u"answers"_s), "yes\n");
+        request.JobOutputFile = u"other.log"_s;
+        request.JobChkFile = u"a.chk"_s;
+        request.JobChkFile1 = u"b.chk"_s;
+        QCOMPARE(m_manager->submitter.Submit(request).JobIDs.size(), 1);
+        request.JobStandardOutputFile = m_manager->Path(u"stdout"_s);
+        QCOMPARE(m_manager->submitter.Submit(request).JobIDs.size(), 1);
+        const auto records = [this] {
+            QList<Taskmill_JobRecord> jobs;
+            for (const Taskmill_Job *job : m_manager->longJobs.Jobs().Jobs()) {
+                jobs.append(job->Record());
+                // The queue gives it anew; the number of its destination is of no use later.
+                jobs.last().Submitted = {};
+                jobs.last().RunNumber = 0;
+            }
+            return jobs;
+        };
+        const auto before = records();
+        QVERIFY(m_manager->project.SaveProjectAs(File()) && m_manager->project.OpenProject(File()));
+        QCOMPARE(records(), before);
+
+        m_manager->longJobs.Jobs().SetPaused(false);
+        QTRY_COMPARE(FinishedCount(), 2);
+        const QByteArray output = "H2O\nother.log\nyes\n";
+        QCOMPARE(WithPlainLineEnds(m_manager->finishedJobs.Jobs()[0].StdOutAndStdErr.toUtf8()), output);
+        QCOMPARE(WithPlainLineEnds(ReadTestFile(request.JobStandardOutputFile)), output);
+        const QList<Taskmill_JobRecord> finished = m_manager->finishedJobs.Jobs();
+        QVERIFY(m_manager->project.SaveProject() && m_manager->project.OpenProject(File()));
+        for (int job = 0; job < 2; ++job) {
+            const Taskmill_JobRecord &read = m_manager->finishedJobs.Jobs()[job];
+            QCOMPARE(read.PlaceholderValues, finished[job].PlaceholderValues);
+            QCOMPARE(read.OutputFile, finished[job].OutputFile);
+            QCOMPARE(read.CommandLine(), finished[job].CommandLine());
+        }
+        m_manager->finishedJobs.Remove({0, 1});
+        QCOMPARE(RowsOf(TestManager::Database(), u"SELECT COUNT(*) FROM AddedFields"_s), QStringList{u"0"_s});
+    }
+
     void StoredNumbersAreUsedWhereTheyCanBe()
     {
         m_manager->NewProject();
@@ -219,19 +266,23 @@ private Q_SLOTS:
 
         const QString unreadable =
             u"The specified file is not a Taskmill project, is damaged or is in use by another program:"_s;
+        const QString refused = u"The specified file cannot be opened as a Taskmill project:"_s;
         QByteArray overwritten = good;
         overwritten.replace(good.size() / 2, 8192, QByteArray{8192, '\x7f'});
-        for (const QByteArray &content :
-             {QByteArray{20000, 'x'}, good.first(600), good.first(good.size() / 2), overwritten}) {
+        for (const QByteArray &content : {QByteArray{20000, 'x'}, overwritten}) {
             WriteTestFile(File(), content);
             QCOMPARE(RefusalOfFile(), unreadable);
+        }
+        for (const qsizetype size : {600LL, good.size() / 2, good.size() - 1}) {
+            WriteTestFile(File(), good.first(size));
+            QCOMPARE(RefusalOfFile(), refused);
         }
         WriteTestFile(File(), good);
         RawDatabase{File()}.Execute(
             {u"DROP TABLE LongJobsQueue"_s,
              u"CREATE VIEW LongJobsQueue AS WITH RECURSIVE Endless(JobID) AS (SELECT 1 UNION ALL "
              "SELECT JobID + 1 FROM Endless) SELECT JobID FROM Endless"_s});
-        QCOMPARE(RefusalOfFile(), unreadable);
+        QCOMPARE(RefusalOfFile(), refused);
         const QString noProject = u"The specified file is not a Taskmill project:"_s;
         WriteTestFile(File(), {});
         QCOMPARE(RefusalOfFile(), noProject);

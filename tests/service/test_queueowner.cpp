@@ -1,5 +1,6 @@
 #include "service/queueowner.h"
 
+#include "db/databasetestutil.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
@@ -83,6 +84,27 @@ private Q_SLOTS:
         QCOMPARE(rows[0].Status, Taskmill_JobStatus::Killed);
         QCOMPARE(rows[1].Status, Taskmill_JobStatus::Completed);
         QVERIFY(LongRows().isEmpty());
+    }
+
+    void RowsThatStayAreReported()
+    {
+        for (int job = 0; job < 2; ++job)
+            SubmitGated(m_manager->longJobs);
+        QVERIFY(m_manager->finishedJobs.AddJob(SampleJob(m_gated, 9)));
+        RefuseWrites(TestManager::Database(), true);
+        m_manager->longJobs.RemoveNow({2});
+        m_manager->finishedJobs.Remove({0});
+        m_manager->jobTypes.RemoveAll();
+        const auto reports = [this] {
+            QStringList texts;
+            for (const auto &asked : m_manager->prompt.asked)
+                texts += asked.text.section(u'\n', 2, 2);
+            return texts;
+        };
+        QTRY_COMPARE(reports(), (QStringList{SampleJob(m_gated, 9).Name, m_gated.Name, u"job 2"_s}));
+        QVERIFY(m_manager->jobTypes.Names().contains(m_gated.Name));
+        RefuseWrites(TestManager::Database(), false);
+        QCOMPARE(LongRows(), (QList<int>{1, 2}));
     }
 
 private:
