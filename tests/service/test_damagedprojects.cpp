@@ -24,7 +24,7 @@ public:
 
     QByteArray Do()
     {
-        constexpr std::array kinds{&Damage::FlipBytes, &Damage::FlipHeader,   &Damage::Cut,
+        constexpr std::array kinds{&Damage::FlipBytes, &Damage::FlipHeader,  &Damage::Cut,
                                    &Damage::SwapPages, &Damage::AlterSchema, &Damage::FillRange};
         const auto times = 1 + Below(3);
         for (qsizetype time = 0; time < times; ++time)
@@ -35,7 +35,10 @@ public:
 private:
     static constexpr qsizetype pageSize = 4096;
 
-    qsizetype Below(qsizetype limit) { return static_cast<qsizetype>(m_random() % static_cast<quint32>(limit)); }
+    qsizetype Below(qsizetype limit)
+    {
+        return static_cast<qsizetype>(m_random() % static_cast<quint32>(limit));
+    }
     char Byte() { return static_cast<char>(Below(256)); }
 
     void FlipBytes()
@@ -53,6 +56,8 @@ private:
     void SwapPages()
     {
         const qsizetype pages = m_content.size() / pageSize;
+        if (pages == 0)
+            return;
         const qsizetype first = Below(pages) * pageSize;
         const qsizetype second = Below(pages) * pageSize;
         const QByteArray page = m_content.sliced(first, pageSize);
@@ -69,12 +74,18 @@ private:
             QByteArrayView to;
         };
         static constexpr std::array words{
-            Word{"CREATE TABLE", "CREATE VIEW "}, Word{"TABLE", "INDEX"},
-            Word{"INTEGER", "BLOB   "},           Word{"UNIQUE", "      "},
-            Word{"JobID", "JobIX"},               Word{"PRIMARY KEY", "           "},
-            Word{"FinishedJobs", "QueuelessJob"}, Word{"Name TEXT", "NULL TEXT"},
-            Word{"length(Name)", "zeroblob(-9)"}, Word{"TEXT", "REAL"},
-            Word{"NOT NULL", "DEFAULT9"},         Word{"AddedFields", "LongFieldsX"},
+            Word{"CREATE TABLE", "CREATE VIEW "},
+            Word{"TABLE", "INDEX"},
+            Word{"INTEGER", "BLOB   "},
+            Word{"UNIQUE", "      "},
+            Word{"JobID", "JobIX"},
+            Word{"PRIMARY KEY", "           "},
+            Word{"FinishedJobs", "QueuelessJob"},
+            Word{"Name TEXT", "NULL TEXT"},
+            Word{"length(Name)", "zeroblob(-9)"},
+            Word{"TEXT", "REAL"},
+            Word{"NOT NULL", "DEFAULT9"},
+            Word{"AddedFields", "LongFieldsX"},
         };
         const Word &word = words[static_cast<std::size_t>(Below(words.size()))];
         const qsizetype found = m_content.indexOf(word.from, Below(m_content.size()));
