@@ -3,7 +3,6 @@
 #include "db/addedfields.h"
 #include "db/databaseschema.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QtEndian>
 
@@ -52,32 +51,39 @@ bool HasOpenJournal(int result, const QString &path)
            (result == SQLITE_CANTOPEN && QFileInfo{path + u"-wal"_s}.size() > 0);
 }
 
-/// A number of the header of an SQLite file, which is kept with the most significant byte first.
-quint32 HeaderNumber(const QByteArray &header, qsizetype offset)
+constexpr int headerSize = 100;
+using Header = std::array<uchar, headerSize>;
+
+/// The file's header and size, through the descriptor that SQLite has: closing another one of the same file
+/// would give up the lock.
+bool ReadHeader(sqlite3 *database, Header &header, qint64 &size)
 {
-    return qFromBigEndian<quint32>(header.constData() + offset);
+    sqlite3_file *file = nullptr;
+    sqlite3_int64 bytes = 0;
+    if (sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK || !file ||
+        !file->pMethods || file->pMethods->xFileSize(file, &bytes) != SQLITE_OK)
+        return false;
+    size = bytes;
+    return file->pMethods->xRead(file, header.data(), headerSize, 0) == SQLITE_OK;
 }
 
 /// SQLite itself reads a last page that is cut as if it ended in zeros, and the end of a text is lost.
-QString ProblemOfSize(const QString &path)
+QString ProblemOfSize(sqlite3 *database, const QString &path)
 {
-    constexpr qsizetype headerSize = 100;
-    QFile file{path};
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    const QByteArray header = file.read(headerSize);
+    Header header{};
+    qint64 size = 0;
     // Pages may still stand in the log beside the file.
-    if (header.size() < headerSize || !header.startsWith("SQLite format 3") ||
-        QFileInfo{path + u"-wal"_s}.size() > 0)
+    if (!ReadHeader(database, header, size) || QFileInfo{path + u"-wal"_s}.size() > 0)
         return {};
-    const quint16 pageSizeField = qFromBigEndian<quint16>(header.constData() + 16);
+    const auto number = [&header](std::size_t offset) {
+        return qFromBigEndian<quint32>(header.data() + offset);
+    };
+    const quint16 pageSizeField = qFromBigEndian<quint16>(header.data() + 16);
     const qint64 pageSize = pageSizeField == 1 ? 65536 : pageSizeField;
-    if (pageSize < 512)
+    if (qstrncmp(reinterpret_cast<const char *>(header.data()), "SQLite format 3", 16) != 0 || pageSize < 512)
         return {};
     // The number of pages counts only when it was written together with the last change.
-    const bool isCounted = HeaderNumber(header, 24) == HeaderNumber(header, 92);
-    const qint64 counted = isCounted ? HeaderNumber(header, 28) * pageSize : 0;
-    const qint64 size = file.size();
+    const qint64 counted = number(24) == number(92) ? number(28) * pageSize : 0;
     const qint64 whole = qMax(counted, (size + pageSize - 1) / pageSize * pageSize);
     return size == whole ? QString{}
                          : u"The end of the file is missing: it holds %1 bytes instead of %2."_s.arg(
@@ -163,7 +169,7 @@ int Taskmill_CheckDatabaseFile(sqlite3 *database, const QString &path, QString &
         return result;
     }
     if (result == SQLITE_OK || result == SQLITE_CORRUPT) {
-        if (const QString problem = ProblemOfSize(path); !problem.isEmpty()) {
+        if (const QString problem = ProblemOfSize(database, path); !problem.isEmpty()) {
             reason = problem;
             return SQLITE_CORRUPT;
         }
