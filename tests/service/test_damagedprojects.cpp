@@ -124,6 +124,15 @@ class TestDamagedProjects : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase()
+    {
+        FailOnQtWarnings();
+        // Opening and saving wait for the disk, which would take nearly all of the time.
+        if (const QString memory = u"/dev/shm"_s; QFileInfo{memory}.isWritable())
+            qputenv("TMPDIR", memory.toLocal8Bit());
+        m_manager = std::make_unique<TestManager>();
+    }
+
     void OpenOrRefuseAndChangeNothing()
     {
         const quint32 seed = NumberFrom("TASKMILL_DAMAGED_SEED", 20261122);
@@ -150,14 +159,14 @@ private:
     /// None of its jobs can run, whatever becomes of the path of their program.
     QByteArray GoodProject()
     {
-        m_manager.NewProject();
+        m_manager->NewProject();
         Taskmill_Database &database = TestManager::Database();
         Taskmill_JobType jobType = SampleJobType(u"Type"_s);
-        jobType.ExecutablePath = m_manager.Path(u"missing/directory/program"_s);
+        jobType.ExecutablePath = m_manager->Path(u"missing/directory/program"_s);
         database.InsertJobType(jobType, true, &jobType.JobTypeID);
         for (int jobID = 1; jobID <= 60; ++jobID) {
             Taskmill_JobRecord job = SampleJob(jobType, jobID);
-            job.InputFilePath = m_manager.Path(u"missing.in"_s);
+            job.InputFilePath = m_manager->Path(u"missing.in"_s);
             if (jobID % 3 == 0)
                 AddSampleFields(job);
             if (jobID % 20 == 0)
@@ -167,45 +176,45 @@ private:
                                               : &Taskmill_Database::InsertShortJob;
             (database.*insert)(job, true, nullptr);
         }
-        if (!m_manager.project.SaveProjectAs(m_manager.Path(u"good.mill"_s)))
+        if (!m_manager->project.SaveProjectAs(m_manager->Path(u"good.mill"_s)))
             qFatal("the good project cannot be saved");
-        return ReadTestFile(m_manager.Path(u"good.mill"_s));
+        return ReadTestFile(m_manager->Path(u"good.mill"_s));
     }
 
     /// What is wrong with the way in which the file was treated.
     QString TryFile(const QByteArray &content, int &opened)
     {
-        const QString path = WriteTestFile(m_manager.Path(u"damaged.mill"_s), content);
-        const QString copy = m_manager.Path(u"copy.mill"_s);
-        m_manager.prompt.asked.clear();
-        m_manager.prompt.answers = {};
+        const QString path = WriteTestFile(m_manager->Path(u"damaged.mill"_s), content);
+        const QString copy = m_manager->Path(u"copy.mill"_s);
+        m_manager->prompt.asked.clear();
+        m_manager->prompt.answers = {};
         QString problem;
-        if (m_manager.project.OpenProject(path)) {
+        if (m_manager->project.OpenProject(path)) {
             ++opened;
             problem = UseOpenProject(copy);
-        } else if (m_manager.prompt.asked.size() != 1) {
-            problem = u"it was refused with %1 messages"_s.arg(m_manager.prompt.asked.size());
+        } else if (m_manager->prompt.asked.size() != 1) {
+            problem = u"it was refused with %1 messages"_s.arg(m_manager->prompt.asked.size());
         }
         // Nobody is asked about the changes next time.
         TestManager::Database().MarkUnchanged();
         QFile::remove(copy);
         if (ReadTestFile(path) != content)
             return u"it was changed"_s;
-        const QStringList files = QDir{m_manager.directory.path()}.entryList({u"*.mill*"_s, u".taskmill*"_s},
-                                                                             QDir::AllEntries | QDir::Hidden);
+        const QStringList files = QDir{m_manager->directory.path()}.entryList(
+            {u"*.mill*"_s, u".taskmill*"_s}, QDir::AllEntries | QDir::Hidden);
         return files.size() == 2 ? problem : u"files were left: "_s + files.join(u' ');
     }
 
     QString UseOpenProject(const QString &copy)
     {
-        for (const Taskmill_JobRecord &job : m_manager.finishedJobs.Jobs())
-            (void)m_manager.finishedJobs.OutputOf(job);
-        (void)(m_manager.finishedJobs.ListingText() + m_manager.longJobs.ListingText() +
-               m_manager.shortJobs.ListingText());
-        const QList<Taskmill_JobRecord> finished = m_manager.finishedJobs.Jobs();
+        for (const Taskmill_JobRecord &job : m_manager->finishedJobs.Jobs())
+            (void)m_manager->finishedJobs.OutputOf(job);
+        (void)(m_manager->finishedJobs.ListingText() + m_manager->longJobs.ListingText() +
+               m_manager->shortJobs.ListingText());
+        const QList<Taskmill_JobRecord> finished = m_manager->finishedJobs.Jobs();
         Taskmill_Database &database = TestManager::Database();
         // Either may be impossible, but must be told by the result alone.
-        (void)database.DeleteLongJob(m_manager.longJobs.Jobs().JobIDs().value(0));
+        (void)database.DeleteLongJob(m_manager->longJobs.Jobs().JobIDs().value(0));
         (void)database.InsertFinishedJob(finished.value(0), true);
         if (!database.SaveToFile(copy))
             return u"it cannot be saved: "_s + database.LastErrorMessage();
@@ -215,7 +224,7 @@ private:
         return {};
     }
 
-    TestManager m_manager;
+    std::unique_ptr<TestManager> m_manager;
 };
 
 QTEST_GUILESS_MAIN(TestDamagedProjects)
