@@ -7,12 +7,17 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-QString KilnUtil_StateFolder()
+QString KilnUtil_StateFolderPath()
 {
     // A relative one counts from the directory in which the program was started, which the registry knows.
     const QString preferences = KilnUtil_Registry::PreferencesDirPath();
-    const std::string path = preferences.isEmpty() || qEnvironmentVariableIsEmpty("TASKMILLPREFS_DIR")
-                                 ? Taskmill_StateFolderPath()
-                                 : (preferences + u"/state"_s).toStdString();
-    return Taskmill_MakePrivateFolder(path) ? QString::fromStdString(path) : QString{};
+    return preferences.isEmpty() || qEnvironmentVariableIsEmpty("TASKMILLPREFS_DIR")
+               ? QString::fromStdString(Taskmill_StateFolderPath())
+               : preferences + u"/state"_s;
+}
+
+QString KilnUtil_StateFolder()
+{
+    const QString path = KilnUtil_StateFolderPath();
+    return Taskmill_MakePrivateFolder(path.toStdString()) ? path : QString{};
 }

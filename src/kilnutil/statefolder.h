@@ -7,3 +7,6 @@
 /// on Windows "Taskmill" in the local application data. Made when it is missing. Empty when there is none, or
 /// when it is a link or somebody else's: nothing may be kept there then.
 [[nodiscard]] QString KilnUtil_StateFolder();
+
+/// Where that folder is, or would be; it is neither made nor checked.
+[[nodiscard]] QString KilnUtil_StateFolderPath();
