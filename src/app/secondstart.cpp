@@ -33,7 +33,8 @@ std::string AnswerTo(const std::string &message, std::uint16_t port)
 void Taskmill_TurnToRunningManager(bool gui, std::uint16_t port, const QString &file)
 {
     if (!file.isEmpty())
-        Taskmill_PrintStartError(u"a manager runs already, on port %1; %2 was not opened"_s.arg(QString::number(port), file));
+        Taskmill_PrintStartError(
+            u"a manager runs already, on port %1; %2 was not opened"_s.arg(QString::number(port), file));
     if (!gui)
         return;
     const std::string answer =

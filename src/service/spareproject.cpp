@@ -68,7 +68,8 @@ QStringList Taskmill_SpareProjects()
 
 QString Taskmill_SpareProjectNotice(const QString &path)
 {
-    return u"A project that could not be saved to its own file was written to %1 instead. Open it and save it "
+    return u"A project that could not be saved to its own file was written to %1 instead. Open it and save "
+           u"it "
            "where it belongs; this is said at each start until that file is moved or deleted."_s.arg(
                QDir::toNativeSeparators(path));
 }
