@@ -87,8 +87,7 @@ QString ProblemOf(Taskmill_Database &database, const QString &path)
 QString FileBeside(const QString &path)
 {
     const QFileInfo file{path};
-    return file.dir().filePath(u"%1-%2.mill"_s.arg(
-        file.completeBaseName(), QDateTime::currentDateTime().toString(u"yyyyMMdd-hhmmss"_s)));
+    return file.dir().filePath(u"%1-%2.mill"_s.arg(file.completeBaseName(), Taskmill_FileTimeStamp()));
 }
 
 void RememberDirectory(const QString &path)

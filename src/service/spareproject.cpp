@@ -34,12 +34,22 @@ QString MakeFile(const QString &directory, const QString &base)
 }
 } // namespace
 
+QString Taskmill_FileTimeStamp()
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    const QDate date = now.date();
+    const QTime time = now.time();
+    // The operations that take a format need a locale, which is gone by the time of the program's last steps.
+    return QString::asprintf("%04d%02d%02d-%02d%02d%02d", date.year(), date.month(), date.day(), time.hour(),
+                             time.minute(), time.second());
+}
+
 QString Taskmill_WriteSpareProject(const QString &projectPath,
                                    const std::function<bool(const QString &path)> &write)
 {
     constexpr qsizetype mostOfName = 40; // characters of four bytes still fit a file name
-    const QString base = prefix + QFileInfo{projectPath}.completeBaseName().left(mostOfName) +
-                         QDateTime::currentDateTime().toString(u"-yyyyMMdd-hhmmss"_s);
+    const QString base =
+        prefix + QFileInfo{projectPath}.completeBaseName().left(mostOfName) + u'-' + Taskmill_FileTimeStamp();
     const QStringList places = Places(KilnUtil_StateFolder());
     for (const QString &place : places) {
         const QString path = MakeFile(place, base);
@@ -68,8 +78,8 @@ QStringList Taskmill_SpareProjects()
 
 QString Taskmill_SpareProjectNotice(const QString &path)
 {
-    return u"A project that could not be saved to its own file was written to %1 instead. Open it and save "
-           u"it "
-           "where it belongs; this is said at each start until that file is moved or deleted."_s.arg(
-               QDir::toNativeSeparators(path));
+    const QString text =
+        u"A project that could not be saved to its own file was written to %1 instead. Move it to where it "
+        "belongs; this is said at each start until it is moved or deleted."_s;
+    return text.arg(QDir::toNativeSeparators(path));
 }

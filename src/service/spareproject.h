@@ -5,6 +5,9 @@
 
 #include <functional>
 
+/// The time of now for the name of a file, such as "20260131-235959".
+[[nodiscard]] QString Taskmill_FileTimeStamp();
+
 /// Has `write` write a project to a new file, which only this user may read, in the first place that takes
 /// it: the state folder, the home directory, the directory for temporary files. For a project that cannot be
 /// written to its own file while nobody can be asked for another one. Returns the path; empty when no place

@@ -215,11 +215,12 @@ void Taskmill_AppWindow::SpeakAtStart()
     const Taskmill_Question question = m_queuelessJobs.HeldJobsQuestion();
     if (m_quitting || question.text.isEmpty())
         return;
+    const QList<int> jobIDs = m_queuelessJobs.Jobs().HeldJobIDs();
     const QString text =
         question.text +
-        u"\n\nWhat is not run again now waits in the tab Queueless Jobs, whose menu runs or removes it later."_s;
-    // Only what the question was about: more may have come, and some may have been removed.
-    const QList<int> jobIDs = m_queuelessJobs.Jobs().HeldJobIDs();
+        (jobIDs.size() == 1
+             ? u"\n\nIf you choose No, it waits in the tab Queueless Jobs, whose menu runs or removes it."_s
+             : u"\n\nIf you choose No, they wait in the tab Queueless Jobs, whose menu runs or removes them."_s);
     if (KilnUtil_Error::UserPrompt().AskQuestion(question.title, text, WarnMode::YesNo, WarnAnswer::No) ==
         WarnAnswer::Yes)
         m_queuelessJobs.Jobs().Release(jobIDs);
