@@ -52,6 +52,12 @@ bool Taskmill_Job::Start()
         return true;
     }
 
+    // It may come from a project file.
+    if (m_record.HoldsNulInFileName()) {
+        EndWithoutProcess(u"The job was not run: the name of one of its files holds a NUL character.\n"_s);
+        return true;
+    }
+
     const Taskmill_LaunchPlan plan = Taskmill_PlanLaunch(m_record);
     QString standardInputFile = m_record.StandardInputFile;
     if (!plan.StandardInput.isEmpty()) {

@@ -77,6 +77,11 @@ private Q_SLOTS:
         record.JobType.Name.clear();
         QCOMPARE(Run(record), Taskmill_JobStatus::Failed);
         QVERIFY(Output().contains(u"job type"_s));
+        // Nor is such a file anywhere, and Qt warns when it is asked for it.
+        Taskmill_JobRecord impossible = Record({u"exit"_s, u"0"_s});
+        impossible.InputFilePath += QChar::Null;
+        QTest::failOnWarning(QRegularExpression{u"Broken filename"_s});
+        QCOMPARE(Run(impossible), Taskmill_JobStatus::Failed);
         QVERIFY(!QFile::exists(Path(u"ran"_s)));
     }
 
