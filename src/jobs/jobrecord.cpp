@@ -11,6 +11,14 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+std::array<const QString *, 8> FileNames(const Taskmill_JobRecord &job)
+{
+    return {&job.JobType.ExecutablePath, &job.InputFilePath,  &job.InputFilePath2,  &job.StandardInputFile,
+            &job.StandardOutputFile,     &job.CheckpointFile, &job.CheckpointFile2, &job.OutputFile};
+}
+} // namespace
+
 void Taskmill_JobRecord::SetStatus(Taskmill_JobStatus status, bool stamp)
 {
     Status = status;
@@ -50,14 +58,19 @@ QString Taskmill_JobRecord::OutputFilePath() const
     return OutputFile.isEmpty() ? QString{} : QFileInfo{InputFilePath}.absoluteDir().filePath(OutputFile);
 }
 
+bool Taskmill_JobRecord::HoldsNulInFileName() const
+{
+    return std::ranges::any_of(FileNames(*this),
+                               [](const QString *name) { return name->contains(QChar::Null); });
+}
+
 bool Taskmill_JobRecord::IsValid() const
 {
-    const std::array fileNames{&JobType.ExecutablePath, &InputFilePath,  &InputFilePath2,  &StandardInputFile,
-                               &StandardOutputFile,     &CheckpointFile, &CheckpointFile2, &OutputFile};
-    const auto isUnusable = [](const QString *name) {
-        return name->contains(u'\n') || name->contains(QChar::Null);
+    const auto holdsLineFeed = [](const QString *name) {
+        return name->contains(u'\n');
     };
-    if (std::ranges::any_of(fileNames, isUnusable) || Name.contains(QChar::Null))
+    if (std::ranges::any_of(FileNames(*this), holdsLineFeed) || HoldsNulInFileName() ||
+        Name.contains(QChar::Null))
         return false;
     if (PlaceholderValues.size() > Taskmill_MaxPlaceholders)
         return false;

@@ -65,6 +65,9 @@ struct Taskmill_JobRecord
     /// The output file as the program sees it: a relative one lies beside the input file. Empty for none.
     [[nodiscard]] QString OutputFilePath() const;
 
+    /// Whether the path of one of the job's files holds a NUL, as no file's does.
+    [[nodiscard]] bool HoldsNulInFileName() const;
+
     /// Whether the job can be run: named, its job type valid, its input file there when the template uses
     /// one, no more than Taskmill_MaxPlaceholders, no line feed in any file name, since a template is
     /// line-based, and no NUL.

@@ -38,6 +38,9 @@ public:
     /// is put back behind it. Text beyond some megabytes that nobody reads is dropped, and a line says so.
     virtual void Post(const QString &text) = 0;
 
+    /// Whether a user types the lines, who can be asked something, and not a program or a file.
+    [[nodiscard]] virtual bool IsInteractive() const { return false; }
+
     /// Whether the user has broken off the command since its line was read.
     [[nodiscard]] virtual bool IsBrokenOff() const { return false; }
 

@@ -23,6 +23,7 @@ public:
     std::optional<QString> ReadLine(const QString &prompt) override;
     void Print(const QString &text) override;
     void Post(const QString &text) override;
+    [[nodiscard]] bool IsInteractive() const override { return true; }
     [[nodiscard]] bool IsBrokenOff() const override { return m_output.IsBrokenOff(); }
     void Interrupt() override;
 

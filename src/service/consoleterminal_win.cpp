@@ -58,6 +58,8 @@ public:
     void Print(const QString &text) override { m_writer.Write(text); }
     void Post(const QString &text) override { m_writer.Post(text); }
 
+    [[nodiscard]] bool IsInteractive() const override { return m_isConsole; }
+
     void Interrupt() override
     {
         m_writer.Interrupt();

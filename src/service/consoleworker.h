@@ -79,6 +79,9 @@ private:
     void KillJob(const QString &argument);
     void ShowJob(const QString &argument);
     void Save();
+    void SaveTo(const QString &argument);
+    void RunHeldJobs();
+    void RunHeldJob(const QString &argument);
     void PrintDirectory();
     void ChangeDirectory(const QString &argument);
     void GoHome();
@@ -89,8 +92,12 @@ private:
     void EndJob(int jobID, const QString &doneText);
     [[nodiscard]] bool SaveBeforeQuitting();
     [[nodiscard]] bool SaveProject();
+    [[nodiscard]] bool SaveProjectTo(QString file);
     [[nodiscard]] QString AskForProjectFile();
+    [[nodiscard]] QString ProjectFileNamed(const QString &name);
+    void AskAtStart();
     [[nodiscard]] std::optional<int> JobNumber(const QString &argument);
 
     Taskmill_Console &m_console;
+    bool m_hasAskedAtStart = false;
 };

@@ -29,7 +29,7 @@ void ViewFile(const QWidget &parent, const QString &path, const QString &caption
 
 bool Taskmill_JobViewers::HasFile(const QString &path)
 {
-    return !path.isEmpty() && QFileInfo::exists(path);
+    return !path.isEmpty() && !path.contains(QChar::Null) && QFileInfo::exists(path);
 }
 
 void Taskmill_JobViewers::ShowInputFile(QWidget &parent, const QString &jobName, const QString &path)

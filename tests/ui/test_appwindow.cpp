@@ -11,6 +11,7 @@
 
 #include <QApplication>
 #include <QPushButton>
+#include <QTabWidget>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QtTest>
@@ -84,9 +85,10 @@ struct WindowPlace
     QTemporaryDir directory;
     ScriptedPrompt prompt;
     const bool isPrepared = Prepare();
-    Taskmill_AppWindow appWindow{{}};
+    Taskmill_AppWindow appWindow;
 
-    WindowPlace()
+    explicit WindowPlace(const QString &project = {})
+        : appWindow{{.StartUpFile = project, .Banner = {}, .ExitWithoutEventLoop = {}}}
     {
         // The platform without a screen knows no tray; that of Windows does not say so.
         if constexpr (!isWindows)
@@ -134,6 +136,7 @@ private Q_SLOTS:
     void RequestWaitsForTheUsersDialog();
     void QuitsWhileADialogIsOpen();
     void NothingIsLostAtTheExit();
+    void AsksAboutTheJobsOfTheLastSession();
 };
 
 void TestAppWindow::ClosingWithoutATrayMinimises()
@@ -230,6 +233,46 @@ void TestAppWindow::NothingIsLostAtTheExit()
     place.prompt.texts = {place.Path(u"saved.mill"_s)};
     QVERIFY(exit({WarnAnswer::Yes, WarnAnswer::Yes}));
     QVERIFY(!place.Window().isVisible() && QFileInfo{place.Path(u"saved.mill"_s)}.size() > 0);
+}
+
+void TestAppWindow::AsksAboutTheJobsOfTheLastSession()
+{
+    if (isWindows)
+        QSKIP("The state folder comes from the environment on other systems only.");
+    const QTemporaryDir state;
+    const QByteArray stateBefore = qgetenv("XDG_STATE_HOME");
+    qputenv("XDG_STATE_HOME", state.path().toLocal8Bit());
+    const QString project = state.filePath(u"jobs.mill"_s);
+    {
+        WindowPlace place;
+        const QByteArray input = WriteTestFile(state.filePath(u"a.one"_s), "x").toUtf8();
+        const Client client{"action=submitjob\njobqueue=none\njobtypename=One\njobinputfile=" + input};
+        QTRY_COMPARE(Database()->GetQueuelessJobs().size(), 1);
+        place.prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
+        place.prompt.texts = {project};
+        place.appWindow.SystemTrayQuitSlot();
+    }
+    QVERIFY(QDir{}.mkdir(state.filePath(u"taskmill"_s)));
+    const QString spare = WriteTestFile(state.filePath(u"taskmill/taskmill-spare-x.mill"_s), "x");
+    // Saved again it waits as before.
+    const QList<std::pair<WarnAnswer, QString>> outcomes{{WarnAnswer::No, u"Pending"_s},
+                                                         {WarnAnswer::Yes, u"Running"_s}};
+    for (const auto &[answer, status] : outcomes) {
+        WindowPlace place{project};
+        place.prompt.answers = {answer};
+        QTRY_COMPARE(place.prompt.asked.size(), 2);
+        QVERIFY(place.prompt.asked[0].text.contains(spare));
+        QVERIFY(place.prompt.asked[1].text.startsWith(
+            u"1 queueless job was running when this project was closed. Run it again?\n"_s));
+        place.appWindow.MainWindow()->Tabs().setCurrentIndex(static_cast<int>(Taskmill_Page::QueuelessJobs));
+        const auto tables = place.Window().findChildren<QTableView *>();
+        const auto table = std::ranges::find(tables, u"Queueless Jobs List"_s, &QWidget::accessibleName);
+        QVERIFY(table != tables.end());
+        QTRY_COMPARE(ColumnTexts(**table, 2), QStringList{status});
+        place.prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
+        place.appWindow.SystemTrayQuitSlot();
+    }
+    qputenv("XDG_STATE_HOME", stateBefore);
 }
 
 QTEST_MAIN(TestAppWindow)

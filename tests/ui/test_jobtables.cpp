@@ -77,6 +77,7 @@ private Q_SLOTS:
     void RefreshKeepsThePlaceOfTheReader();
     void ActionsMeanTheJobUnderTheCursor();
     void JobsThatLeaveWhileTheMenuIsOpen();
+    void HeldJobsRunFromTheMenu();
     void FinishedJobsAreRemovedByTheirRows();
     void FinishedJobsReplacedDuringTheQuestion();
 };
@@ -145,6 +146,36 @@ void TestJobTables::JobsThatLeaveWhileTheMenuIsOpen()
                    [&] { pages.manager.longJobs.Clear(); });
     QCOMPARE(TakeViewerCaptions(pages.window), QStringList{});
     QCOMPARE(pages.table.model()->rowCount(), 0);
+}
+
+void TestJobTables::HeldJobsRunFromTheMenu()
+{
+    PagePlace place;
+    Taskmill_QueuelessJobsList &list = place.manager.queuelessJobs.Jobs();
+    Taskmill_QueueTab tab{
+        &place.window,
+        place.manager.queuelessJobs,
+        {.destination = Taskmill_Destination::Queueless, .name = u"Test"_s, .helpId = {}, .list = &list}};
+    place.Show();
+    QList<Taskmill_JobRecord> stored;
+    for (int jobID = 1; jobID <= 3; ++jobID) {
+        Taskmill_JobRecord job;
+        job.JobID = jobID;
+        job.JobType = place.manager.AddGatedJobType();
+        job.Status = Taskmill_JobStatus::Running;
+        stored.append(job);
+    }
+    place.manager.queuelessJobs.Replace(stored);
+    tab.FillTable();
+    KilnUtil_TableWidget &table = tab.Table();
+    table.selectRow(1);
+    table.selectionModel()->select(table.model()->index(2, 0),
+                                   QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    (void)ChooseFromMenu(table, CellCentre(table, 2), u"Run Again"_s);
+    QCOMPARE(list.HeldJobIDs(), QList<int>{1});
+    (void)ChooseFromMenu(table, 0, u"1"_s, u"Run Again"_s);
+    QVERIFY(list.HeldJobIDs().isEmpty());
+    QVERIFY(ChooseFromMenu(table, 0, u"2"_s, {}).contains(u"(Run Again)"_s));
 }
 
 void TestJobTables::FinishedJobsAreRemovedByTheirRows()
