@@ -76,7 +76,7 @@ private:
     Taskmill_FinishedJobs &m_finishedJobs;
     const DatabaseTable m_table;
     bool m_collecting = false;
-    bool m_removing = false; ///< jobs are being removed one by one: nothing is collected meanwhile
+    bool m_removing = false; ///< jobs are being removed: nothing is collected meanwhile
 };
 
 /// Of the two queues that have a limit and can be paused.
