@@ -18,7 +18,8 @@ double Linear(float channel)
 
 double Luminance(const QColor &colour)
 {
-    return 0.2126 * Linear(colour.redF()) + 0.7152 * Linear(colour.greenF()) + 0.0722 * Linear(colour.blueF());
+    return 0.2126 * Linear(colour.redF()) + 0.7152 * Linear(colour.greenF()) +
+           0.0722 * Linear(colour.blueF());
 }
 
 QColor Blend(const QColor &upper, const QColor &lower, float share)

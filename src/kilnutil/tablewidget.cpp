@@ -263,9 +263,18 @@ void KilnUtil_TableWidget::rowsAboutToBeRemoved(const QModelIndex &parent, int f
 /// When the current row has gone, the keys go on where it stood, not at the top.
 QModelIndex KilnUtil_TableWidget::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
 {
+    if (m_takingFocus)
+        return {};
     if (currentIndex().isValid() || model()->rowCount() == 0)
         return QTableView::moveCursor(action, modifiers);
     return model()->index(qMin(m_placeOfKeyboard.y(), model()->rowCount() - 1), m_placeOfKeyboard.x());
+}
+
+void KilnUtil_TableWidget::focusInEvent(QFocusEvent *event)
+{
+    // Qt would make a row current that nobody chose.
+    const QScopedValueRollback taking{m_takingFocus, true};
+    QTableView::focusInEvent(event);
 }
 
 void KilnUtil_TableWidget::changeEvent(QEvent *event)

@@ -69,6 +69,7 @@ protected:
     void changeEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
@@ -102,4 +103,5 @@ private:
     QPoint m_placeOfKeyboard; ///< column and row of the last current cell
     bool m_acceptsFiles = false;
     bool m_dropHover = false;
+    bool m_takingFocus = false;
 };

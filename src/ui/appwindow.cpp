@@ -55,13 +55,13 @@ QString JobCountsText(const Taskmill_JobTabs &tabs)
         running += std::ranges::count(jobs, Taskmill_JobStatus::Running, &Taskmill_Job::Status);
         waiting += std::ranges::count(jobs, Taskmill_JobStatus::Pending, &Taskmill_Job::Status);
     }
-    const QString ends = running == 0   ? u"No job is running"_s
-                         : running == 1 ? u"1 job is running and will be ended"_s
-                                        : u"%1 jobs are running and will be ended"_s.arg(running);
-    const QString waits = waiting == 0   ? u"none is waiting"_s
-                          : waiting == 1 ? u"1 job is waiting"_s
-                                         : u"%1 jobs are waiting"_s.arg(waiting);
-    return ends + u"; "_s + waits + u'.';
+    const QString ends = running == 0   ? u"No job is running."_s
+                         : running == 1 ? u"1 job is running and will be ended."_s
+                                        : u"%1 jobs are running and will be ended."_s.arg(running);
+    const QString waits = waiting == 0   ? u"No job is waiting."_s
+                          : waiting == 1 ? u"1 job is waiting."_s
+                                         : u"%1 jobs are waiting."_s.arg(waiting);
+    return ends + u'\n' + waits;
 }
 } // namespace
 

@@ -8,6 +8,7 @@
 
 namespace {
 constexpr int size = 16; // device-independent pixels
+constexpr QPointF centre{size / 2.0, size / 2.0};
 
 /// Seen on light and on dark rows.
 QColor ColourOf(Taskmill_JobStatus status)
@@ -46,24 +47,28 @@ void AddDrawing(QIcon &icon, QIcon::Mode mode, Draw draw)
 }
 
 /// A ring for what waits, a disc for what runs or has ended.
-void DrawStatus(QPainter &painter, Taskmill_JobStatus status, const QColor &ringColour)
+void DrawStatus(QPainter &painter, Taskmill_JobStatus status)
 {
     const bool waits = status == Taskmill_JobStatus::Pending || status == Taskmill_JobStatus::Unknown;
+    const QColor colour = ColourOf(status);
     constexpr qreal penWidth = 1.6;
     constexpr qreal radius = 4.5;
-    painter.setPen(ringColour.isValid() ? QPen{ringColour, penWidth} : QPen{Qt::NoPen});
-    painter.setBrush(waits ? QBrush{Qt::NoBrush} : QBrush{ColourOf(status)});
-    painter.drawEllipse(QPointF{size / 2.0, size / 2.0}, radius, radius);
+    painter.setPen(waits ? QPen{colour, penWidth} : QPen{Qt::NoPen});
+    painter.setBrush(waits ? QBrush{Qt::NoBrush} : QBrush{colour});
+    painter.drawEllipse(centre, radius, radius);
 }
 
 QIcon DrawnStatusIcon(Taskmill_JobStatus status, const QColor &selectedText)
 {
-    const bool waits = status == Taskmill_JobStatus::Pending || status == Taskmill_JobStatus::Unknown;
     QIcon icon;
-    AddDrawing(icon, QIcon::Normal,
-               [&](QPainter &painter) { DrawStatus(painter, status, waits ? ColourOf(status) : QColor{}); });
-    // A selected row may have the colour of the disc itself.
-    AddDrawing(icon, QIcon::Selected, [&](QPainter &painter) { DrawStatus(painter, status, selectedText); });
+    AddDrawing(icon, QIcon::Normal, [status](QPainter &painter) { DrawStatus(painter, status); });
+    // A selected row may have the colour of the mark itself, so that the mark stands on a plate there.
+    AddDrawing(icon, QIcon::Selected, [&](QPainter &painter) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(selectedText);
+        painter.drawEllipse(centre, centre.x() - 1, centre.y() - 1);
+        DrawStatus(painter, status);
+    });
     return icon;
 }
 } // namespace

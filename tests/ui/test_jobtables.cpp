@@ -189,6 +189,8 @@ void TestJobTables::NoOtherJobBecomesCurrent()
     pages.table.selectRow(1);
     pages.manager.longJobs.RemoveNow({2});
     pages.queueTab.FillTable();
+    pages.table.clearFocus();
+    pages.table.setFocus();
     QVERIFY(!pages.table.currentIndex().isValid() && pages.table.SelectedRows().isEmpty());
     QTest::keyClick(&pages.table, Qt::Key_Return);
     QTest::keyClick(&pages.table, Qt::Key_Delete);
