@@ -72,11 +72,18 @@ QString InBounds(const QString &text, const QWidget &box)
         QTextOption option;
         option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
         layout.setTextOption(option);
+        QString part;
         layout.beginLayout();
         for (QTextLine line = layout.createLine(); line.isValid() && !paragraph.isEmpty();
              line = layout.createLine()) {
             line.setLineWidth(width);
-            lines.append(paragraph.mid(line.textStart(), line.textLength()));
+            part += paragraph.mid(line.textStart(), line.textLength());
+            // The box, which may be narrower, breaks lines at blanks by itself.
+            const bool isLast = line.textStart() + line.textLength() >= paragraph.size();
+            if (isLast || !part.endsWith(u' ')) {
+                lines.append(part);
+                part.clear();
+            }
         }
         layout.endLayout();
         if (paragraph.isEmpty())
