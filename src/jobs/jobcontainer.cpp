@@ -2,6 +2,8 @@
 
 #include "jobs/finishedjobstaker.h"
 
+#include <QSet>
+
 #include <algorithm>
 #include <utility>
 
@@ -72,15 +74,25 @@ void Taskmill_JobContainer::AddAll(const QList<Taskmill_JobRecord> &records)
 
 void Taskmill_JobContainer::TakeOut(Taskmill_Job *job)
 {
-    // The end of a killed job must not start another one here, nor collect it a second time.
-    disconnect(job, nullptr, this, nullptr);
-    const bool killed = job->Kill(m_inspector);
-    m_jobs.removeOne(job);
-    m_jobsByID.remove(job->JobID(), job);
-    job->deleteLater();
-    // Last: who takes the job may look at the list, and must not find it there, finished, a second time.
-    if (killed)
-        m_finishedJobs.AddJob(job->Record());
+    TakeOut(QList{job});
+}
+
+void Taskmill_JobContainer::TakeOut(const QList<Taskmill_Job *> &jobs)
+{
+    for (Taskmill_Job *job : jobs) {
+        // The end of a killed job must not start another one here, nor collect it a second time.
+        disconnect(job, nullptr, this, nullptr);
+        m_jobsByID.remove(job->JobID(), job);
+    }
+    // In one pass: hundreds may leave a list of thousands.
+    const QSet<Taskmill_Job *> leaving{jobs.begin(), jobs.end()};
+    m_jobs.removeIf([&leaving](Taskmill_Job *job) { return leaving.contains(job); });
+    for (Taskmill_Job *job : jobs) {
+        const bool killed = job->Kill(m_inspector);
+        job->deleteLater();
+        if (killed)
+            m_finishedJobs.AddJob(job->Record());
+    }
 }
 
 void Taskmill_JobContainer::RemoveAt(int index)
@@ -92,16 +104,28 @@ void Taskmill_JobContainer::RemoveAt(int index)
     Update();
 }
 
-void Taskmill_JobContainer::RemoveByJobID(int jobID)
+void Taskmill_JobContainer::RemoveByJobIDs(const QList<int> &jobIDs)
 {
-    if (Taskmill_Job *job = FindByJobID(jobID))
-        RemoveAt(static_cast<int>(m_jobs.indexOf(job)));
+    QList<Taskmill_Job *> leaving;
+    for (const int jobID : jobIDs) {
+        Taskmill_Job *job = FindByJobID(jobID);
+        // The next one, where the number is there twice and so in the list.
+        if (m_jobsByID.count(jobID) > 1) {
+            const auto next = std::ranges::find_if(m_jobs, [&](Taskmill_Job *other) {
+                return other->JobID() == jobID && !leaving.contains(other);
+            });
+            job = next == m_jobs.end() ? nullptr : *next;
+        }
+        if (job)
+            leaving.append(job);
+    }
+    TakeOut(leaving);
+    Update();
 }
 
 void Taskmill_JobContainer::RemoveAll()
 {
-    while (!m_jobs.isEmpty())
-        TakeOut(m_jobs.first());
+    TakeOut(QList{m_jobs});
     Update();
 }
 

@@ -37,7 +37,8 @@ public:
     /// Removing a job kills it when it runs; a killed job is handed to the finished jobs. An index that is
     /// out of range and an unknown number do nothing.
     void RemoveAt(int index);
-    void RemoveByJobID(int jobID);
+    /// In the order of the numbers. The scheduler runs once, when all of them are out: none of them starts.
+    void RemoveByJobIDs(const QList<int> &jobIDs);
     void RemoveAll();
     /// Kills and removes the running jobs; the waiting ones stay.
     virtual void KillRunning();
@@ -77,6 +78,8 @@ private:
     void Append(Taskmill_Job *job);
     void InsertInOrder(Taskmill_Job *job);
     void TakeOut(Taskmill_Job *job);
+    /// Takes them all out of the list before any of them is killed.
+    void TakeOut(const QList<Taskmill_Job *> &jobs);
 
     const QString m_name;
     Taskmill_FinishedJobsTaker &m_finishedJobs;

@@ -48,6 +48,12 @@ public:
     /// Closing the box without an answer counts as Cancel in mode YesNoCancel and as No in mode YesNo.
     virtual WarnAnswer ReportWarning(const QString &title, const QString &text, WarnMode mode,
                                      WarnAnswer defaultAnswer) = 0;
+    /// The same with a detail beneath the text.
+    virtual WarnAnswer ReportDetailedWarning(const QString &title, const QString &text, const QString &detail,
+                                             WarnMode mode, WarnAnswer defaultAnswer)
+    {
+        return ReportWarning(title, text + QStringLiteral("\n\n") + detail, mode, defaultAnswer);
+    }
     virtual void ReportError(const QString &title, const QString &text) = 0;
 
     /// A plain question box. A prompt that cannot ask answers Cancel in mode YesNoCancel and No otherwise.

@@ -10,7 +10,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSet>
 
 #include <algorithm>
 
@@ -29,6 +28,8 @@ bool Exists(const QString &path)
 {
     return !HoldsNul(path) && QFileInfo::exists(path);
 }
+const QString fileIsGone = u"The file is no longer there."_s;
+const QString noTypeChosen = u"No job type was chosen."_s;
 
 /// Empty stays empty; the manager's current directory may change before the job runs.
 QString AbsolutePath(const QString &path)
@@ -177,23 +178,27 @@ std::optional<Taskmill_JobType> Taskmill_JobSubmitter::AskForJobType(const QList
     return item > 0 ? jobTypes[item - 1] : Taskmill_JobType{};
 }
 
-bool Taskmill_JobSubmitter::AskForFiles(const Taskmill_SubmitChoice &preset, const FileTaker &take)
+bool Taskmill_JobSubmitter::AskForFiles(const Taskmill_SubmitChoice &preset, const FileTaker &take,
+                                        RefusedFiles &refused)
 {
     const auto asking = BeginAsking();
     const auto chosen = m_dialog ? m_dialog->AskForJobs(u"Job Input Files"_s, preset) : std::nullopt;
     if (!chosen)
         return false;
-    TakeFiles(*chosen, take);
+    TakeFiles(*chosen, take, refused);
     return true;
 }
 
-void Taskmill_JobSubmitter::TakeFiles(const Taskmill_SubmitChoice &chosen, const FileTaker &take)
+void Taskmill_JobSubmitter::TakeFiles(const Taskmill_SubmitChoice &chosen, const FileTaker &take,
+                                      RefusedFiles &refused)
 {
     const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
     bool asks = true;
     for (const QString &file : chosen.Files) {
-        if (!Exists(file))
+        if (!Exists(file)) {
+            refused[fileIsGone].append(QFileInfo{file}.fileName());
             continue;
+        }
         Taskmill_JobType jobType = chosen.JobTypeID < 0 ? Taskmill_JobTypeForFile(jobTypes, file)
                                                         : JobTypeWithID(jobTypes, chosen.JobTypeID);
         if (jobType.IsEmpty() && chosen.JobTypeID < 0 && asks) {
@@ -202,6 +207,8 @@ void Taskmill_JobSubmitter::TakeFiles(const Taskmill_SubmitChoice &chosen, const
             // Who cancels is not asked about hundreds of further files.
             asks = asked.has_value();
             jobType = asked.value_or(Taskmill_JobType{});
+        } else if (jobType.IsEmpty()) {
+            refused[noTypeChosen].append(QFileInfo{file}.fileName());
         }
         // The program may have been quit while a question was open.
         if (!m_store.IsOpen())
@@ -227,7 +234,8 @@ void Taskmill_JobSubmitter::SubmitConfirmed(const Taskmill_RequestMessage &reque
                           Taskmill_Destination fileDestination) {
         MakeJob(request, fileType, fileDestination, AbsolutePath(file), result);
     };
-    if (!AskForFiles(preset, take))
+    RefusedFiles refused; // which the client learns by the answer
+    if (!AskForFiles(preset, take, refused))
         result.Refusal = u"the submission was not confirmed"_s;
 }
 
@@ -245,19 +253,30 @@ QList<int> Taskmill_JobSubmitter::SubmitFiles(const QStringList &files, Taskmill
         return {};
 
     QList<int> jobIDs;
-    QSet<int> invalidTypes;
+    RefusedFiles refused;
     const auto take = [&](const QString &file, const Taskmill_JobType &jobType,
                           Taskmill_Destination fileDestination) {
-        // Told once, not for each of its files.
-        if (invalidTypes.contains(jobType.JobTypeID))
-            return;
-        if (!jobType.IsValid() || !m_tabs.OwnerOf(fileDestination))
-            invalidTypes.insert(jobType.JobTypeID);
-        if (const auto jobID = AddJob(file, jobType, fileDestination))
+        QString reason;
+        if (const auto jobID = AddJob(file, jobType, fileDestination, reason))
             jobIDs.append(*jobID);
+        else
+            refused[reason].append(QFileInfo{file}.fileName());
     };
-    (void)AskForFiles(preset, take);
+    (void)AskForFiles(preset, take, refused);
+    Report(refused);
     return jobIDs;
+}
+
+/// Once for each reason, not for each file.
+void Taskmill_JobSubmitter::Report(const RefusedFiles &refused)
+{
+    if (!Taskmill_IsGuiMode())
+        return;
+    for (const auto &[reason, files] : refused.asKeyValueRange()) {
+        const bool isForTheFiles = reason == fileIsGone || reason == noTypeChosen;
+        KilnUtil_Error::ReportError(isForTheFiles ? u"Submit Jobs"_s : u"Invalid Job Type"_s,
+                                    reason + u"\n\nNo job was made of:\n"_s + Taskmill_NameList(files));
+    }
 }
 
 void Taskmill_JobSubmitter::SubmitWaitingFiles()
@@ -315,19 +334,21 @@ std::optional<int> Taskmill_JobSubmitter::AddFile(const QString &filePath, int j
     const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
     if (jobTypes.isEmpty())
         return std::nullopt;
-    return AddJob(
+    QString reason;
+    const auto jobID = AddJob(
         path, jobTypeID < 0 ? Taskmill_JobTypeForFile(jobTypes, path) : JobTypeWithID(jobTypes, jobTypeID),
-        destination);
+        destination, reason);
+    if (!jobID)
+        Report({{reason, {QFileInfo{path}.fileName()}}});
+    return jobID;
 }
 
 std::optional<int> Taskmill_JobSubmitter::AddJob(const QString &path, const Taskmill_JobType &jobType,
-                                                 Taskmill_Destination destination)
+                                                 Taskmill_Destination destination, QString &reason)
 {
     Taskmill_QueueOwner *owner = m_tabs.OwnerOf(destination);
     if (!owner || !jobType.IsValid()) {
-        const QString text = owner ? u"Job Type %1 is invalid."_s : u"Job Type %1 has no queue."_s;
-        if (Taskmill_IsGuiMode())
-            KilnUtil_Error::ReportError(u"Invalid Job Type"_s, text.arg(jobType.Name));
+        reason = (owner ? u"Job Type %1 is invalid."_s : u"Job Type %1 has no queue."_s).arg(jobType.Name);
         return std::nullopt;
     }
     Taskmill_JobRecord job = JobOfThisUser(jobType, QDir::toNativeSeparators(AbsolutePath(path)));
@@ -337,8 +358,10 @@ std::optional<int> Taskmill_JobSubmitter::AddJob(const QString &path, const Task
         job.Name = QString::number(job.JobID);
     job.RunNumber = static_cast<int>(destination);
     job.QueueName = Taskmill_QueueNameOfNewJob(destination);
-    if (!job.IsValid())
+    if (!job.IsValid()) {
+        reason = u"Job Type %1 cannot use a file of that name."_s.arg(jobType.Name);
         return std::nullopt;
+    }
     const int jobID = job.JobID;
     owner->Submit(new Taskmill_Job{std::move(job)});
     return jobID;

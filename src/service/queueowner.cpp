@@ -161,8 +161,7 @@ void Taskmill_QueueOwner::RemoveNow(QList<int> jobIDs)
     std::ranges::sort(jobIDs, std::ranges::greater{});
     {
         const QScopedValueRollback removing{m_removing, true};
-        for (const int jobID : std::as_const(jobIDs))
-            Jobs().RemoveByJobID(jobID);
+        Jobs().RemoveByJobIDs(jobIDs);
     }
     // A job that has ended meanwhile would stay in the list.
     CollectFinished();

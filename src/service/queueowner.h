@@ -79,7 +79,7 @@ private:
     const DatabaseTable m_table;
     QStringList m_keptRows; ///< names of jobs whose rows could not be deleted, not yet reported
     bool m_collecting = false;
-    bool m_removing = false; ///< jobs are being removed one by one: nothing is collected meanwhile
+    bool m_removing = false; ///< jobs are being removed: nothing is collected meanwhile
 };
 
 /// Of the two queues that have a limit and can be paused.

@@ -29,6 +29,8 @@
 #include <QTabWidget>
 #include <QTimer>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -41,6 +43,26 @@ QString PlatformText()
     const QString kernel = QSysInfo::kernelType();
     return QString::number(QSysInfo::WordSize) + u"-bit "_s +
            (kernel == "winnt"_L1 ? u"Windows"_s : kernel.left(1).toUpper() + kernel.mid(1));
+}
+
+/// How many jobs run and wait, for who is about to end them.
+QString JobCountsText(const Taskmill_JobTabs &tabs)
+{
+    using enum Taskmill_Destination;
+    qsizetype running = 0;
+    qsizetype waiting = 0;
+    for (const Taskmill_Destination destination : {Long, Short, Queueless}) {
+        const QList<Taskmill_Job *> &jobs = tabs.OwnerOf(destination)->Jobs().Jobs();
+        running += std::ranges::count(jobs, Taskmill_JobStatus::Running, &Taskmill_Job::Status);
+        waiting += std::ranges::count(jobs, Taskmill_JobStatus::Pending, &Taskmill_Job::Status);
+    }
+    const QString ends = running == 0   ? u"No job is running."_s
+                         : running == 1 ? u"1 job is running and will be ended."_s
+                                        : u"%1 jobs are running and will be ended."_s.arg(running);
+    const QString waits = waiting == 0   ? u"No job is waiting."_s
+                          : waiting == 1 ? u"1 job is waiting."_s
+                                         : u"%1 jobs are waiting."_s.arg(waiting);
+    return ends + u'\n' + waits;
 }
 } // namespace
 
@@ -340,9 +362,9 @@ void Taskmill_AppWindow::SystemTrayQuitSlot()
         return;
     }
     const QScopedValueRollback asking{m_askingToExit, true};
-    if (KilnUtil_Error::ReportWarning(u"Exit Taskmill"_s,
-                                      u"Are you sure you want to completely exit Taskmill?"_s,
-                                      WarnMode::YesNoCancel, WarnAnswer::No) == WarnAnswer::Yes)
+    if (KilnUtil_Error::UserPrompt().ReportDetailedWarning(
+            u"Exit Taskmill"_s, u"Are you sure you want to completely exit Taskmill?"_s,
+            JobCountsText(Tabs()), WarnMode::YesNoCancel, WarnAnswer::No) == WarnAnswer::Yes)
         ExitSlot();
 }
 

@@ -18,7 +18,9 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-const QList<int> columnHints{6, 24, 11, 20, 30, 40, 19, 19}; // characters
+// In characters. The times need less than so many digits would.
+const QList<int> columnHints{6, 24, 11, 20, 30, 40, 16, 16};
+const QMap<int, int> elasticColumns{{1, 12}, {3, 8}, {4, 6}, {5, 6}};
 } // namespace
 
 /// The entries of the menu that has been shown; the last two are absent where there is no limit.
@@ -95,13 +97,14 @@ void Taskmill_QueueTab::BuildPage()
 {
     m_table = new KilnUtil_TableWidget{m_frame};
     auto *layout = Taskmill_MakePageLayout(m_frame);
+    layout->addWidget(m_table);
     if (m_variant.queue) {
+        // Beneath the table, whose rows stay under the pointer when it goes.
         m_pausedBar = new Taskmill_QueuePausedBar{m_frame};
         m_pausedBar->hide();
         connect(m_pausedBar, &Taskmill_QueuePausedBar::UnpauseSignal, this, [this] { SetPaused(false); });
         layout->addWidget(m_pausedBar);
     }
-    layout->addWidget(m_table);
     m_frame->setFocusProxy(m_table);
     m_filler = new Taskmill_TableFiller{m_frame, [this] {
                                             m_table->ChangeRows([this] { m_model->Refresh(); });
@@ -118,6 +121,7 @@ void Taskmill_QueueTab::BuildTable()
         u"No job is here.\nDrop input files to submit them, or press \"Submit Jobs...\"."_s);
     m_table->SetSourceModel(m_model);
     m_table->SetColumnHints(columnHints);
+    m_table->SetElasticColumns(elasticColumns);
     m_table->RememberColumns(m_variant.name);
     connect(m_table, &KilnUtil_TableWidget::cellDoubleClicked, this,
             &Taskmill_QueueTab::CellDoubleClickedSlot);
@@ -168,13 +172,12 @@ QList<int> Taskmill_QueueTab::JobIDsOfRows(const QList<int> &rows) const
     return m_model->JobIDsAt(positions);
 }
 
-/// Besides the selected rows, the row whose number is the current job's place in the queue.
-QList<int> Taskmill_QueueTab::SelectionOfMenu() const
+/// The selected rows and the one that was clicked, which a click with Ctrl does not select.
+QList<int> Taskmill_QueueTab::SelectionOfMenu(const QModelIndex &clicked) const
 {
     QList<int> rows = m_table->SelectedRows();
-    const int current = m_table->CurrentPosition();
-    if (current >= 0 && !rows.contains(current))
-        rows.insert(std::ranges::lower_bound(rows, current), current);
+    if (clicked.isValid() && !rows.contains(clicked.row()))
+        rows.insert(std::ranges::lower_bound(rows, clicked.row()), clicked.row());
     return JobIDsOfRows(rows);
 }
 
@@ -188,10 +191,14 @@ bool Taskmill_QueueTab::AnyHeld(const QList<int> &jobIDs) const
 
 void Taskmill_QueueTab::ContextMenuSlot(const QPoint &position)
 {
+    // Where the pointer is at the click; the rows may move at once.
+    QPersistentModelIndex clicked = m_table->indexAt(position);
+    if (clicked.row() != m_table->currentIndex().row())
+        clicked = QModelIndex{};
     FillTable();
     // By number, as the list may change while the menu is open.
     const int currentJobID = m_model->JobIDAt(m_table->CurrentPosition());
-    const QList<int> selection = SelectionOfMenu();
+    const QList<int> selection = SelectionOfMenu(clicked);
     const Taskmill_Job *currentJob = JobOf(currentJobID);
 
     Taskmill_ContextMenu menu{*m_table};
@@ -264,8 +271,14 @@ void Taskmill_QueueTab::CellDoubleClickedSlot(int row, int column)
     if (!job)
         return;
     const Taskmill_JobRecord &record = job->Record();
-    if (record.Status == Taskmill_JobStatus::Running && Taskmill_JobViewers::HasFile(record.OutputFilePath()))
+    const bool isRunning = record.Status == Taskmill_JobStatus::Running;
+    const bool hasOnlyOutputText = record.OutputFilePath().isEmpty();
+    if (isRunning && Taskmill_JobViewers::HasFile(record.OutputFilePath()))
         Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath());
+    else if (isRunning && hasOnlyOutputText && job->Process())
+        Taskmill_JobViewers::StreamLog(*m_frame, record.Name, *job->Process());
+    else if (hasOnlyOutputText && job->HasOutput())
+        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job->OutputNow());
     else
         Taskmill_JobViewers::ShowInputFile(*m_frame, record.Name, record.InputFilePath);
 }

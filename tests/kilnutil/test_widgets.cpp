@@ -1,3 +1,4 @@
+#include "kilnutil/contrast.h"
 #include "kilnutil/registry.h"
 #include "kilnutil/tablesortproxy.h"
 #include "kilnutil/tablewidget.h"
@@ -8,6 +9,7 @@
 #include <QApplication>
 #include <QDragEnterEvent>
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QMimeData>
 #include <QStandardItemModel>
 #include <QStyledItemDelegate>
@@ -26,6 +28,7 @@ class TestWidgets : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { KilnUtil_Contrast::KeepPlaceholdersReadable(); }
     void init()
     {
         FailOnQtWarnings();
@@ -160,6 +163,38 @@ private Q_SLOTS:
                            [] { QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Return); });
         QCOMPARE(prompt.ReportWarning(u"Save"_s, u"Save it?"_s, WarnMode::YesNoCancel, WarnAnswer::Yes),
                  WarnAnswer::Yes);
+    }
+
+    void PlaceholdersCanBeRead_data()
+    {
+        QTest::addColumn<QPalette>("desktop");
+        const auto add = [](const char *name, const QColor &base, const QColor &text, const QColor &hint) {
+            QPalette palette;
+            palette.setColor(QPalette::Base, base);
+            palette.setColor(QPalette::Text, text);
+            palette.setColor(QPalette::PlaceholderText, hint);
+            QTest::newRow(name) << palette;
+        };
+        const QColor faintBlack{0, 0, 0, 128};
+        add("light", Qt::white, Qt::black, faintBlack);
+        add("dark, hint of the light one", {27, 30, 32}, {252, 252, 252}, faintBlack);
+        add("as good as none", {253, 246, 227}, {101, 123, 131}, {253, 246, 220});
+        add("good already", {27, 30, 32}, {252, 252, 252}, {161, 169, 177});
+    }
+
+    void PlaceholdersCanBeRead()
+    {
+        QFETCH(const QPalette, desktop);
+        const QPalette before = QApplication::palette();
+        QApplication::setPalette(desktop);
+        QLineEdit edit;
+        const QPalette palette = edit.palette();
+        const QColor base = palette.color(QPalette::Base);
+        const double best = KilnUtil_Contrast::Ratio(palette.color(QPalette::Text), base);
+        const double ratio = KilnUtil_Contrast::Ratio(palette.color(QPalette::PlaceholderText), base);
+        QApplication::setPalette(before);
+        QVERIFY2(ratio >= qMin(best, KilnUtil_Contrast::LeastRatio), qPrintable(QString::number(ratio)));
+        QCOMPARE(base, desktop.color(QPalette::Base));
     }
 
 private:

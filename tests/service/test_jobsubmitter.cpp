@@ -179,7 +179,8 @@ private Q_SLOTS:
         const QList<int> jobIDs = SubmitFiles({u"a.two"_s}, Taskmill_Destination::Queueless);
         QCOMPARE(Texts(jobIDs),
                  (QStringList{u"a.two Two Short"_s, u"b.xyz One Long"_s, u"e.one One Long"_s}));
-        QCOMPARE(m_manager->prompt.asked.size(), 2);
+        QCOMPARE(m_manager->prompt.asked.size(), 3);
+        QVERIFY(m_manager->prompt.asked.last().text.endsWith(u"\n\nNo job was made of:\nd.xyz"_s));
         QCOMPARE(m_dialog.Presets.first().Files, QStringList{u"a.two"_s});
         QCOMPARE(m_dialog.Presets.first().Destination, Taskmill_Destination::Queueless);
         QVERIFY(m_dialog.Presets.first().CheckAll);

@@ -107,6 +107,40 @@ private Q_SLOTS:
         QCOMPARE(LongRows(), (QList<int>{1, 2}));
     }
 
+    void NoneThatIsRemovedStarts_data()
+    {
+        QTest::addColumn<QList<int>>("removed");
+        QTest::addColumn<QList<Answer>>("answers");
+        QTest::addColumn<QList<int>>("left");
+        QTest::addColumn<QList<int>>("killed");
+        const QList<int> running{1, 2, 3};
+        const QList<int> waiting{4, 5, 6, 7};
+        QTest::newRow("waiting") << waiting << QList{Answer::Yes} << running << QList<int>{};
+        QTest::newRow("No") << running + waiting << QList{Answer::Yes, Answer::No} << running << QList<int>{};
+        QTest::newRow("Yes") << running + QList{4, 6} << QList{Answer::Yes, Answer::Yes} << QList{5, 7}
+                             << QList{3, 2, 1};
+    }
+
+    /// A slot is free for one more job than run.
+    void NoneThatIsRemovedStarts()
+    {
+        QFETCH(const QList<int>, removed);
+        QFETCH(const QList<int>, left);
+        QFETCH(const QList<int>, killed);
+        QFETCH(const QList<Answer>, answers);
+        Taskmill_LongJobsQueue &queue = m_manager->longJobs.Jobs();
+        queue.SetMaxRunningJobs(2);
+        for (int job = 0; job < 7; ++job)
+            SubmitGated(m_manager->longJobs);
+        queue.SetMaxRunningJobs(4);
+        m_manager->prompt.answers = answers;
+        QVERIFY(m_manager->longJobs.RemoveSelectedJobs(removed));
+        QCOMPARE(queue.JobIDs(), left);
+        QCOMPARE(LongRows(), left);
+        QCOMPARE(Finished(), killed);
+        QCOMPARE(queue.JobAt(0)->Status(), Taskmill_JobStatus::Running);
+    }
+
 private:
     /// A job that runs until its input file, such as 1.in, is released.
     void SubmitGated(Taskmill_QueueOwner &owner)

@@ -11,6 +11,7 @@
 
 #include <QApplication>
 #include <QPushButton>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -132,6 +133,7 @@ class TestAppWindow : public QObject
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
     void ClosingWithoutATrayMinimises();
+    void TabsFitIntoASmallWindow();
     void DialogsComeOneAfterAnother();
     void RequestWaitsForTheUsersDialog();
     void QuitsWhileADialogIsOpen();
@@ -149,6 +151,23 @@ void TestAppWindow::ClosingWithoutATrayMinimises()
     QVERIFY(Client{"action=hide"}.Answer().startsWith("accepted="));
     QVERIFY(!place.Window().isVisible() && Database());
     QVERIFY(Client{"action=dance"}.Answer().startsWith("refused="));
+}
+
+void TestAppWindow::TabsFitIntoASmallWindow()
+{
+    WindowPlace place;
+    const QTabBar &bar = *place.Window().findChild<QTabWidget *>()->tabBar();
+    const QTabWidget &tabs = *place.Window().findChild<QTabWidget *>();
+    const auto lastTabEnd = [&bar] {
+        return bar.tabRect(bar.count() - 1).right();
+    };
+    place.Window().resize(1400, 500);
+    const int usual = lastTabEnd();
+    place.Window().resize(100, 100);
+    QVERIFY(lastTabEnd() < usual);
+    QVERIFY2(lastTabEnd() <= tabs.width(), qPrintable(u"%1 %2"_s.arg(lastTabEnd()).arg(tabs.width())));
+    place.Window().resize(1400, 500);
+    QCOMPARE(lastTabEnd(), usual);
 }
 
 void TestAppWindow::DialogsComeOneAfterAnother()
@@ -224,6 +243,8 @@ void TestAppWindow::NothingIsLostAtTheExit()
     QVERIFY(!Client{place.SubmitLines(u"a.one"_s, "jobtypename=One")}.Answer().isEmpty());
     place.appWindow.SystemTrayHideWindowSlot();
     QVERIFY(!exit({WarnAnswer::No}));
+    QVERIFY(place.prompt.asked.last().text.endsWith(
+        u"\n\n1 job is running and will be ended.\nNo job is waiting."_s));
     QVERIFY(place.Window().isVisible()); // the question needs its window
     QVERIFY(!exit({WarnAnswer::Yes, WarnAnswer::Cancel}));
     // Without a name the project cannot be saved, which is a cancellation too.

@@ -1,11 +1,14 @@
 #include "db/database.h"
 #include "kilnutil/tablewidget.h"
+#include "kilnutil/textview.h"
 #include "support/testutil.h"
 #include "ui/finishedjobswidget.h"
 #include "ui/queuetab.h"
 #include "ui/uidriver.h"
 
 #include <QAbstractItemModelTester>
+#include <QHeaderView>
+#include <QPushButton>
 #include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -76,6 +79,12 @@ private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
     void RefreshKeepsThePlaceOfTheReader();
     void ActionsMeanTheJobUnderTheCursor();
+    void RemoveTakesSelectedAndClickedRows_data();
+    void RemoveTakesSelectedAndClickedRows();
+    void NoOtherJobBecomesCurrent();
+    void DoubleClickShowsTheEndOfTheOutput();
+    void RowsStayWhenTheQueueIsUnpaused();
+    void TimesOfFinishedJobsAreInView();
     void JobsThatLeaveWhileTheMenuIsOpen();
     void HeldJobsRunFromTheMenu();
     void FinishedJobsAreRemovedByTheirRows();
@@ -135,6 +144,137 @@ void TestJobTables::ActionsMeanTheJobUnderTheCursor()
     QTest::keyClick(&pages.table, Qt::Key_Delete);
     QCOMPARE(pages.queue.JobIDs(), (QList<int>{2, 3}));
     QCOMPARE(ColumnTexts(pages.table, 0), (QStringList{u"3"_s, u"2"_s}));
+}
+
+void TestJobTables::RemoveTakesSelectedAndClickedRows_data()
+{
+    QTest::addColumn<int>("column");
+    QTest::addColumn<QList<int>>("selected");
+    QTest::addColumn<int>("clicked");
+    QTest::addColumn<QList<int>>("left");
+    // Of the jobs 1 to 5; the numbers of rows are those of the view.
+    QTest::newRow("sorted, one row") << 0 << QList<int>{} << 1 << QList{1, 2, 3, 5};
+    QTest::newRow("sorted, two rows") << 0 << QList{1, 3} << 3 << QList{1, 3, 5};
+    QTest::newRow("unsorted") << -1 << QList{1, 2} << 2 << QList{1, 4, 5};
+}
+
+void TestJobTables::RemoveTakesSelectedAndClickedRows()
+{
+    QFETCH(const int, column);
+    QFETCH(const QList<int>, selected);
+    QFETCH(const int, clicked);
+    JobPages pages;
+    pages.queue.SetPaused(true);
+    pages.Submit(5);
+    pages.table.sortByColumn(column, Qt::DescendingOrder);
+    for (const int row : selected)
+        pages.table.selectionModel()->select(pages.table.model()->index(row, 0),
+                                             QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    pages.manager.prompt.answers = {WarnAnswer::Yes};
+    pages.Choose(clicked, u"Remove"_s);
+    QTEST(pages.queue.JobIDs(), "left");
+
+    // A click below the rows is on none.
+    pages.table.clearSelection();
+    pages.table.setCurrentIndex({});
+    pages.table.selectionModel()->setCurrentIndex(pages.table.model()->index(0, 0),
+                                                  QItemSelectionModel::NoUpdate);
+    QCOMPARE(ChooseFromMenu(pages.table, QPoint{5, 300}, {}).first(), u"(Remove)"_s);
+}
+
+void TestJobTables::NoOtherJobBecomesCurrent()
+{
+    JobPages pages;
+    pages.queue.SetPaused(true);
+    pages.Submit(4);
+    pages.table.selectRow(1);
+    pages.manager.longJobs.RemoveNow({2});
+    pages.queueTab.FillTable();
+    pages.table.clearFocus();
+    pages.table.setFocus();
+    QVERIFY(!pages.table.currentIndex().isValid() && pages.table.SelectedRows().isEmpty());
+    QTest::keyClick(&pages.table, Qt::Key_Return);
+    QTest::keyClick(&pages.table, Qt::Key_Delete);
+    QCOMPARE(TakeViewerCaptions(pages.window), QStringList{});
+    QVERIFY(pages.manager.prompt.asked.isEmpty());
+    // The keys go on from the place.
+    QTest::keyClick(&pages.table, Qt::Key_Down);
+    QCOMPARE(CellText(pages.table, pages.table.currentIndex().row(), 0), u"3"_s);
+}
+
+/// Of a job without an output file it is the output text.
+void TestJobTables::DoubleClickShowsTheEndOfTheOutput()
+{
+    JobPages pages;
+    const auto openOutput = [](KilnUtil_TableWidget &table) {
+        table.setCurrentIndex(table.model()->index(0, 1));
+        QTest::keyClick(&table, Qt::Key_Return);
+    };
+    pages.Submit(1);
+    QTRY_COMPARE(pages.queue.JobAt(0)->Status(), Taskmill_JobStatus::Running);
+    openOutput(pages.table);
+    QCOMPARE(TakeViewerCaptions(pages.window), QStringList{u"Log of job 1"_s});
+
+    Taskmill_JobRecord job;
+    job.JobID = 1;
+    job.Name = u"a"_s;
+    job.StdOutAndStdErr = u"line\n"_s.repeated(500);
+    pages.finished.AddJob(job);
+    job.JobID = 2;
+    job.InputFilePath = pages.inputFiles[0];
+    job.OutputFile = u"a.out"_s;
+    WriteTestFile(pages.manager.Path(job.OutputFile), job.StdOutAndStdErr.toUtf8());
+    pages.finished.AddJob(job);
+    pages.finished.FillTable();
+    for (const auto &caption : {u"Output file of a:  "_s + job.OutputFilePath(), u"Log of a"_s}) {
+        pages.finishedTable.sortByColumn(0, Qt::DescendingOrder);
+        openOutput(pages.finishedTable);
+        const auto *viewer = pages.window.findChild<KilnUtil_TextView *>();
+        QVERIFY(viewer && viewer->TopOffset() > 0 && viewer->IsAtEnd());
+        QCOMPARE(TakeViewerCaptions(pages.window), QStringList{caption});
+        pages.finished.Remove({1});
+    }
+}
+
+void TestJobTables::RowsStayWhenTheQueueIsUnpaused()
+{
+    JobPages pages;
+    pages.queue.SetPaused(true);
+    pages.Submit(3);
+    const auto *button = pages.queueTab.Frame()->findChild<QPushButton *>();
+    QVERIFY(button->isVisible());
+    const auto place = [&] {
+        return pages.table.viewport()->mapTo(&pages.window, CellCentre(pages.table, 2));
+    };
+    const QPoint before = place();
+    QTest::mouseClick(const_cast<QPushButton *>(button), Qt::LeftButton);
+    QCoreApplication::sendPostedEvents();
+    QVERIFY(!button->isVisible());
+    QCOMPARE(place(), before);
+}
+
+void TestJobTables::TimesOfFinishedJobsAreInView()
+{
+    JobPages pages;
+    pages.AddFinishedJobs(1);
+    const QHeaderView &columns = *pages.finishedTable.horizontalHeader();
+    const auto end = [&columns](int column) {
+        return columns.sectionPosition(column) + columns.sectionSize(column);
+    };
+    // The margins of the page, in a window of 960 pixels.
+    pages.finished.Frame()->resize(958, 400);
+    QCoreApplication::sendPostedEvents();
+    QVERIFY2(end(9) <= pages.finishedTable.viewport()->width(), qPrintable(QString::number(end(9))));
+    const int path = columns.sectionSize(5);
+    pages.finished.Frame()->resize(1700, 400);
+    QCoreApplication::sendPostedEvents();
+    QVERIFY(columns.sectionSize(5) > path);
+    // Not when the user has set a width.
+    pages.finishedTable.setColumnWidth(2, 50);
+    const int widest = columns.sectionSize(5);
+    pages.finished.Frame()->resize(958, 400);
+    QCoreApplication::sendPostedEvents();
+    QCOMPARE(columns.sectionSize(5), widest);
 }
 
 void TestJobTables::JobsThatLeaveWhileTheMenuIsOpen()

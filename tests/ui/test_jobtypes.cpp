@@ -5,7 +5,13 @@
 #include "ui/newjobtypewidget.h"
 #include "ui/uidriver.h"
 
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
 #include <QtTest>
+
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -59,6 +65,8 @@ private Q_SLOTS:
     void AddsWhatTheEditorHolds();
     void EditsTheJobTypeOfTheRow();
     void TellsWhatCannotBeStored();
+    void OkFollowsTheFieldsThatAreLeft();
+    void DefaultsThatAreNotInstalledAreNamed();
 };
 
 void TestJobTypes::RemovesAfterAQuestion()
@@ -157,6 +165,51 @@ void TestJobTypes::TellsWhatCannotBeStored()
     QCOMPARE(page.manager.prompt.asked.size(), 2);
     QVERIFY(page.manager.prompt.asked[0].text.contains("single quotes"_L1));
     QVERIFY(page.manager.prompt.asked[1].text.contains("No project is open"_L1));
+}
+
+void TestJobTypes::OkFollowsTheFieldsThatAreLeft()
+{
+    JobTypesPage page;
+    Taskmill_NewJobTypeWidget editor{nullptr};
+    Taskmill_JobType jobType = ValidJobType();
+    jobType.GenericCommandLine = u"@INFILE"_s;
+    editor.Load(jobType);
+    editor.show();
+    QVERIFY(QTest::qWaitForWindowActive(&editor));
+    const auto buttons = editor.findChildren<QPushButton *>();
+    const QPushButton &ok =
+        **std::ranges::find(buttons, u"Ok"_s, [](const QPushButton *button) { return button->text(); });
+    const auto labels = editor.findChildren<QLabel *>();
+    const QLabel &hint = **std::ranges::find_if(
+        labels, [](const QLabel *label) { return label->text().contains("@EXEFILE"_L1); });
+    QVERIFY(!ok.isEnabled());
+
+    // What is typed shows in the line, and in the button when a field is left, although unchanged.
+    QTest::keyClicks(editor.findChild<QPlainTextEdit *>(), u"@EXEFILE "_s);
+    QVERIFY(!ok.isEnabled() && hint.text().contains("leave a name"_L1));
+    auto *name = editor.findChild<QLineEdit *>();
+    name->setFocus();
+    QTRY_VERIFY(name->hasFocus());
+    QTest::keyClick(name, Qt::Key_Tab);
+    QVERIFY(ok.isEnabled() && hint.text().isEmpty());
+    editor.findChildren<QLineEdit *>()[2]->clear();
+    name->setFocus();
+    QTest::keyClick(name, Qt::Key_Tab);
+    QVERIFY(!ok.isEnabled() && hint.text().contains("executable path"_L1));
+    for (const QWidget *field : editor.findChildren<QWidget *>())
+        QVERIFY2(!field->accessibleDescription().contains(u'<'), qPrintable(field->accessibleDescription()));
+}
+
+void TestJobTypes::DefaultsThatAreNotInstalledAreNamed()
+{
+    JobTypesPage page;
+    WriteTestFile(page.manager.Path(u"veltra"_s), {});
+    ChooseFromMenu(page.table, QPoint{5, 300}, u"Add Default Job Types"_s);
+    const auto *note = page.tab.Frame()->findChild<QLabel *>();
+    QVERIFY(note->isVisible() && note->text().startsWith("Added: Veltra. "_L1));
+    QVERIFY(note->text().contains("Gaussian, GMMX, Cubegen, Formchk, Freqchk, Cubman."_L1));
+    ChooseFromMenu(page.table, QPoint{5, 300}, u"Add Default Veltra Job Types"_s);
+    QVERIFY(!note->isVisible());
 }
 
 QTEST_MAIN(TestJobTypes)

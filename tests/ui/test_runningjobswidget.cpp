@@ -133,10 +133,13 @@ void TestRunningJobsWidget::ReadingLeavesTheWindowAlone()
     QCOMPARE(page.ProcessIDs(), u"3 20"_s);
     // The menu still finds the process that is shown.
     QVERIFY(!ChooseFromMenu(*page.table, 1, u"20"_s, {}).isEmpty());
+    QVERIFY(!ChooseFromMenu(*page.table, 1, u"3"_s, {}).isEmpty());
 
     page.inspector.processes.removeLast();
     page.inspector.gate.release();
     QTRY_COMPARE(page.ProcessIDs(), u"20"_s);
+    // The one that was chosen has ended: nothing is chosen then.
+    QVERIFY(!page.table->currentIndex().isValid() && page.table->SelectedRows().isEmpty());
     QVERIFY(page.running->IsReading() && reading->isVisible());
     page.inspector.gate.release();
     QTRY_VERIFY(!reading->isVisible());

@@ -4,7 +4,10 @@
 #include "ui/uidriver.h"
 
 #include <QAbstractButton>
+#include <QLabel>
 #include <QtTest>
+
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -62,6 +65,12 @@ struct SubmitDialog : PagePlace
         }
         qFatal("no button %ls", qUtf16Printable(name));
     }
+    [[nodiscard]] bool Says(const QString &text) const
+    {
+        const auto labels = dialog.findChildren<QLabel *>();
+        return std::ranges::any_of(labels,
+                                   [&text](const QLabel *label) { return label->text().contains(text); });
+    }
     [[nodiscard]] List *FileList() const { return dialog.findChild<List *>(); }
 
     /// "a.in b.in-": the names in order, with a minus when not checked.
@@ -107,9 +116,12 @@ void TestSubmitDialog::OpensWithWhatItIsGiven()
     }
     QVERIFY(!ui.Open({}, [&] {
         QVERIFY(!ui.Button(u"Submit"_s)->isEnabled());
+        QVERIFY(ui.Says(u"default queue of its type"_s));
         // Another question while it is open is not asked.
         QVERIFY(!ui.dialog.AskForJobs(u"Job Input Files"_s, {.Files = ui.files}));
     }));
+    ui.manager.jobTypes.RemoveAll();
+    QVERIFY(!ui.Open({}, [&] { QVERIFY(ui.Says(u"There is no job type yet"_s)); }));
 }
 
 void TestSubmitDialog::TakesAFileOnce()
