@@ -11,8 +11,8 @@
 constexpr std::string_view Taskmill_WireClientKey = "clientkey=";
 
 /// Writes the key of the manager that listens on the port into a file of its own, readable to this user
-/// alone: in $XDG_RUNTIME_DIR/taskmill, else in the state folder (empty for none). The path of the file; empty
-/// when it could be written nowhere.
+/// alone: in $XDG_RUNTIME_DIR/taskmill, else in the state folder (empty for none). The path of the file;
+/// empty when it could be written nowhere.
 [[nodiscard]] std::string Taskmill_WriteClientKey(std::uint16_t port, std::string_view key,
                                                   const std::string &stateFolder);
 

@@ -54,7 +54,6 @@ bool Taskmill_OrdinaryUsers::Contains(UserID user) const
     if (user < m_least || user == m_own || user == nobody ||
         (user >= firstOfServices && user <= lastOfServices))
         return false;
-    return std::ranges::none_of(m_ownSubordinates, [user](const auto &range) {
-        return user >= range.first && user <= range.second;
-    });
+    return std::ranges::none_of(
+        m_ownSubordinates, [user](const auto &range) { return user >= range.first && user <= range.second; });
 }

@@ -20,6 +20,6 @@ public:
 
 private:
     const UserID m_own;
-    UserID m_least = 1000; ///< UID_MIN where the system does not set it
+    UserID m_least = 1000;                                    ///< UID_MIN where the system does not set it
     std::vector<std::pair<UserID, UserID>> m_ownSubordinates; ///< first and last of each range
 };

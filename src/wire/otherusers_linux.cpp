@@ -59,8 +59,8 @@ bool AnyNumberedEntry(const char *path, const Accepts &accepts)
     return isFound;
 }
 
-/// The number of the process that was started last, of those that this one can see; empty when the system does
-/// not say.
+/// The number of the process that was started last, of those that this one can see; empty when the system
+/// does not say.
 std::string NewestProcess()
 {
     const int file = open("/proc/loadavg", O_RDONLY | O_CLOEXEC);
@@ -84,10 +84,8 @@ struct Taskmill_OtherUsers::System
 
     [[nodiscard]] bool Look() const
     {
-        return AnyNumberedEntry("/run/user",
-                                [this](unsigned long number, int, const char *) {
-                                    return users.Contains(number);
-                                }) ||
+        return AnyNumberedEntry("/run/user", [this](unsigned long number, int,
+                                                    const char *) { return users.Contains(number); }) ||
                AnyNumberedEntry("/proc", [this](unsigned long, int directory, const char *name) {
                    struct stat status
                    {

@@ -111,9 +111,7 @@ bool Taskmill_IsServerOfThisUser(Taskmill_Socket::Handle connection)
     };
     const auto first = std::ranges::find_if(sockets, listens);
     return first != sockets.end() &&
-           std::ranges::all_of(sockets,
-                               [&](const MIB_TCPROW_OWNER_PID &row) {
-                                   return !listens(row) || isThisUsers(row);
-                               }) &&
+           std::ranges::all_of(
+               sockets, [&](const MIB_TCPROW_OWNER_PID &row) { return !listens(row) || isThisUsers(row); }) &&
            UserOf(sockets, *ends) != Taskmill_PeerUser::Other;
 }

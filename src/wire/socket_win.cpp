@@ -91,12 +91,11 @@ Taskmill_Socket Taskmill_Socket::Listen(std::uint16_t port)
     const SOCKET socket = SocketOf(server.m_handle);
     // Otherwise another program could listen on the same port and take the connections.
     constexpr BOOL on = TRUE;
-    const bool listens =
-        server.IsOpen() &&
-        setsockopt(socket, SOL_SOCKET, SO_EXCLUSIVEADDRUSE, reinterpret_cast<const char *>(&on), sizeof on) ==
-            0 &&
-        bind(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 &&
-        listen(socket, SOMAXCONN) == 0;
+    const bool listens = server.IsOpen() &&
+                         setsockopt(socket, SOL_SOCKET, SO_EXCLUSIVEADDRUSE,
+                                    reinterpret_cast<const char *>(&on), sizeof on) == 0 &&
+                         bind(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 &&
+                         listen(socket, SOMAXCONN) == 0;
     return listens ? std::move(server) : Taskmill_Socket{};
 }
 
