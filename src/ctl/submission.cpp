@@ -2,6 +2,7 @@
 
 #include "ctl/output.h"
 #include "ctl/platform.h"
+#include "wire/clientkey.h"
 #include "wire/instanceprobe.h"
 #include "wire/protocol.h"
 #include "wire/utf8.h"
@@ -97,7 +98,7 @@ bool Taskmill_Submission::SubmitNext()
     m_requests.emplace_back();
     const Taskmill_Socket socket = Taskmill_Socket::Connect(m_manager.Port, connectMs);
     std::string answer;
-    if (socket.IsOpen() && socket.Send(Message(), sendMs))
+    if (socket.IsOpen() && socket.Send(Taskmill_ClientKeyLines(socket, m_manager.Port) + Message(), sendMs))
         answer = AnswerOf(socket);
     const std::size_t lineFeed = answer.find('\n');
     if (lineFeed == std::string::npos && answer.size() < longestAnswer) {

@@ -67,6 +67,8 @@ public:
                                          int least) = 0;
     /// A box that only tells something, with one button.
     virtual void ShowInformation(const QString &title, const QString &text) = 0;
+    /// The same for what comes up by itself: nothing waits until the user has read it.
+    virtual void ShowNotice(const QString &title, const QString &text) { ShowInformation(title, text); }
     /// File dialogs; an empty text when the user cancels or cannot be asked.
     virtual QString AskOpenFileName(const QString &title, const QString &directory,
                                     const QString &filter) = 0;

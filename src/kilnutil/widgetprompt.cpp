@@ -215,6 +215,17 @@ void KilnUtil_WidgetPrompt::ShowInformation(const QString &title, const QString 
     Ask(QMessageBox::Information, Parent(), title, text, WarnMode::Ok, WarnAnswer::None);
 }
 
+void KilnUtil_WidgetPrompt::ShowNotice(const QString &title, const QString &text)
+{
+    // It must not take the keys that are typed elsewhere.
+    auto *box = new QMessageBox{QMessageBox::Information, title, text, QMessageBox::Ok, Parent()};
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setAttribute(Qt::WA_ShowWithoutActivating);
+    box->setTextFormat(Qt::PlainText);
+    box->setModal(false);
+    box->show();
+}
+
 QString KilnUtil_WidgetPrompt::AskOpenFileName(const QString &title, const QString &directory,
                                                const QString &filter)
 {

@@ -81,6 +81,8 @@ Taskmill_AppWindow::Taskmill_AppWindow(Taskmill_AppWindowOptions options)
     , m_server{*this}
 {
     connect(&m_project, &Taskmill_Project::StateChangedSignal, this, &Taskmill_AppWindow::UpdateWindowTitle);
+    connect(&m_server, &Taskmill_RequestServer::FirstRefusedSignal, this,
+            &Taskmill_AppWindow::ShowRefusedRequest);
     if (!m_window)
         return;
     m_openFilesDialog = std::make_unique<Taskmill_OpenFilesDialog>(m_store, m_window.get());
@@ -427,6 +429,17 @@ bool Taskmill_AppWindow::CanHandleNow(const Taskmill_RequestMessage &request) co
     const bool userIsBusy = m_submitter.IsAsking() || QApplication::activeModalWidget() != nullptr ||
                             QApplication::activePopupWidget() != nullptr;
     return !userIsBusy || !m_submitter.WouldAsk(request);
+}
+
+void Taskmill_AppWindow::ShowRefusedRequest(const QString &reason)
+{
+    KilnUtil_Error::UserPrompt().ShowNotice(
+        u"Request Refused"_s,
+        u"A request to submit a job, or to show or hide the window, was refused: "_s + reason +
+            u".\n\nRequests of taskmillctl, and of programs that wait for the answer or send the manager's "
+            u"key, "
+            "are accepted. To accept all requests, start Taskmill with the environment variable "
+            "TASKMILL_ACCEPT_UNKNOWN=1. Further refused requests are in the debug log only."_s);
 }
 
 void Taskmill_AppWindow::SaveBeforeAbruptEnd()

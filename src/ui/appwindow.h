@@ -90,6 +90,7 @@ private:
     QByteArray HandleRequest(const Taskmill_RequestMessage &request) override;
     [[nodiscard]] bool CanHandleNow(const Taskmill_RequestMessage &request) const override;
 
+    void ShowRefusedRequest(const QString &reason);
     void FillWindow();
     void Fill(Taskmill_Page page, Taskmill_QueueTab &tab);
     void ConnectWindow();
