@@ -1,6 +1,7 @@
 #include "ctl/commandtable.h"
 #include "ctlprojects/output.h"
 #include "ctlprojects/projectcommands.h"
+#include "kilnutil/filesys.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -91,5 +92,7 @@ Taskmill_CtlStatus Run(const QStringList &arguments)
 int main(int argc, char **argv)
 {
     const QCoreApplication application{argc, argv};
+    // Programs beside this one are beside the manager: both make the same default job types.
+    KilnUtil_FileSys::m_appDirPath = QCoreApplication::applicationDirPath();
     return static_cast<int>(Run(QCoreApplication::arguments()));
 }

@@ -1,3 +1,4 @@
+#include "service/console.h"
 #include "service/consoleworker.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -53,6 +54,10 @@ QList<Worker::Command> Worker::Commands()
         {"show job"_L1, "N"_L1, "Show all fields of job N and its captured output"_L1,
          [](Worker &worker, const QString &argument) {
              worker.ShowJob(argument);
+         }},
+        {"follow job"_L1, "N"_L1, "Show what running job N writes, until it ends"_L1,
+         [](Worker &worker, const QString &argument) {
+             worker.FollowJob(argument);
          }},
         {"add job"_L1,
          {},
@@ -239,4 +244,20 @@ void Worker::Execute(const QString &line)
             line.startsWith(command.words) && line[wordsSize] == u' ')
             return command.run(*this, line.sliced(wordsSize + 1));
     }
+    // A program that drives the console by a pipe counts on silence.
+    if (!line.isEmpty() && m_console.Terminal().IsInteractive())
+        ExplainUnknown(line);
+}
+
+void Worker::ExplainUnknown(const QString &line)
+{
+    constexpr qsizetype longestShown = 30;
+    QString problem =
+        u"There is no command \"%1\""_s.arg(line.size() > longestShown ? line.first(longestShown) + u"..."_s : line);
+    const QList<Command> commands = Commands();
+    for (const Command &command : commands) {
+        if (!command.argumentName.isEmpty() && line == command.words)
+            problem = u"%1 needs %2"_s.arg(command.words, command.argumentName);
+    }
+    Print(u"\n<Taskmill> %1; help lists the commands.\n\n"_s.arg(problem));
 }

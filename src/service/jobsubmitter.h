@@ -19,6 +19,7 @@ struct Taskmill_SubmitResult
 {
     QList<int> JobIDs;
     QString Refusal;
+    QByteArray JobLines; ///< describe the jobs in the answer to the client; see wire/protocol.h
 };
 
 /// Turns requests, and files that the user hands in, into jobs: which job type, which queue, which name, and

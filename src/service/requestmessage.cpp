@@ -53,6 +53,11 @@ void SetUnconfirmed(Message &message, const QString &)
     message.ConfirmAction = false;
 }
 
+void SetExactJobType(Message &message, const QString &)
+{
+    message.ExactJobType = true;
+}
+
 void Ignore(Message &, const QString &) {}
 
 /// Tested in this order; the first prefix that matches decides.
@@ -71,6 +76,8 @@ constexpr std::array keys{
     Key{"confirmaction=false"_L1, SetUnconfirmed},
     Key{"jobsilent="_L1, Ignore},
     Key{"jobtypename="_L1, SetText<&Message::JobTypeName>},
+    Key{QLatin1StringView{Taskmill_WireExactJobType.data(), Taskmill_WireExactJobType.size()},
+        SetExactJobType},
     Key{"jobclass="_L1, Ignore},
     Key{"jobname="_L1, SetText<&Message::JobName>},
     Key{"jobqueue="_L1, SetText<&Message::JobQueue>},
@@ -124,6 +131,7 @@ Taskmill_RequestMessage Taskmill_RequestMessage::Parse(const QByteArray &bytes)
             line.chop(1);
         ReadLine(message, positions, line.toString());
     }
+    message.ExactJobType = message.ExactJobType && Taskmill_AsksForReply(bytes);
     return message;
 }
 

@@ -21,6 +21,7 @@ struct Taskmill_RequestMessage
     QString Action;
     bool ConfirmAction = false;
     QString JobTypeName;
+    bool ExactJobType = false; ///< no other job type will do; only of a message that asks for an answer
     QString JobName;
     QString JobQueue;
     QString JobInputFile;

@@ -5,7 +5,16 @@
 /// The line that a client sends last when it wants to be told on the same connection what became of its
 /// request. With it the message is complete, so such a client need neither close its side nor fall silent.
 /// The answer is one line "accepted=" with the numbers of the jobs, separated by blanks, or "refused=" with
-/// the reason.
+/// the reason. Behind "accepted=", further lines key=value describe each job, beginning with its number.
 constexpr std::string_view Taskmill_WireReplyRequest = "clientreply=yes\n";
 constexpr std::string_view Taskmill_WireAccepted = "accepted=";
 constexpr std::string_view Taskmill_WireRefused = "refused=";
+constexpr std::string_view Taskmill_WireJobID = "jobid=";
+constexpr std::string_view Taskmill_WireJobTypeName = "jobtypename=";
+constexpr std::string_view Taskmill_WireJobQueue = "jobqueue=";       ///< "long", "short" or "none"
+constexpr std::string_view Taskmill_WireQueuePaused = "queuepaused="; ///< "yes" or "no"
+constexpr std::string_view Taskmill_WireJobInputFile = "jobinputfile=";
+
+/// A request for an answer that holds this line is refused when no job type has the name that it gives; else
+/// the manager would look for another type that fits the file.
+constexpr std::string_view Taskmill_WireExactJobType = "jobtypeexact=yes";
