@@ -259,8 +259,8 @@ bool Taskmill_Submission::ManagerHasEnded()
 
 bool Taskmill_Submission::AllEnded() const
 {
-    return std::ranges::all_of(m_requests,
-                               [](const Request &request) { return request.Notified >= request.Jobs.size(); });
+    return std::ranges::all_of(
+        m_requests, [](const Request &request) { return request.Notified >= request.Jobs.size(); });
 }
 
 void Taskmill_Submission::TakeNotifications()

@@ -58,7 +58,7 @@ private:
     Taskmill_CtlNotifications m_notifications;
     std::vector<Taskmill_CtlNotification> m_early; ///< that have overtaken the answer
     int m_failedProbes = 0;
-    std::vector<Request> m_requests;     ///< of the files so far; the last one may be without an answer yet
+    std::vector<Request> m_requests;      ///< of the files so far; the last one may be without an answer yet
     std::set<std::string> m_pausedQueues; ///< of which the user knows
     Taskmill_CtlStatus m_status = Taskmill_CtlStatus::Success;
 };

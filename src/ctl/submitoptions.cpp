@@ -96,7 +96,8 @@ public:
         m_options.Json = m_given.IsSet("json");
         m_options.Raw = m_given.IsSet("raw");
         m_options.Confirm = m_given.IsSet("confirm");
-        return ReadTimeout() && ReadInputFiles() && ReadTexts() && ReadQueue() && ReadFiles() && ReadPlaceholders();
+        return ReadTimeout() && ReadInputFiles() && ReadTexts() && ReadQueue() && ReadFiles() &&
+               ReadPlaceholders();
     }
 
     Taskmill_SubmitOptions m_options;

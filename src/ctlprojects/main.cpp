@@ -5,6 +5,7 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QLoggingCategory>
 
 #include <algorithm>
 
@@ -92,6 +93,8 @@ Taskmill_CtlStatus Run(const QStringList &arguments)
 int main(int argc, char **argv)
 {
     const QCoreApplication application{argc, argv};
+    // What the user should know of is printed by the commands.
+    QLoggingCategory::setFilterRules(u"*.debug=false\n*.info=false"_s);
     // Programs beside this one are beside the manager: both make the same default job types.
     KilnUtil_FileSys::m_appDirPath = QCoreApplication::applicationDirPath();
     return static_cast<int>(Run(QCoreApplication::arguments()));

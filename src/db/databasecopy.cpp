@@ -212,6 +212,7 @@ int LoadOrSaveDb(sqlite3 *database, const char *fileName, int isSave)
         return SQLITE_CANTOPEN;
     const int result = isSave ? Save(database, path) : Load(database, path);
     if (result != SQLITE_OK)
-        qWarning("Cannot %s %s: %s", isSave ? "save" : "load", fileName, sqlite3_errstr(result));
+        // The user is told by whoever wanted it.
+        qInfo("Cannot %s %s: %s", isSave ? "save" : "load", fileName, sqlite3_errstr(result));
     return result;
 }

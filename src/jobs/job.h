@@ -17,7 +17,7 @@ class Taskmill_Job : public QObject
     Q_OBJECT
 
 public:
-    /// Derives the output file when the record names none.
+    /// Derives the output file when the record names none, and makes the program's path absolute.
     explicit Taskmill_Job(Taskmill_JobRecord record);
     /// A copy has everything but the process.
     Taskmill_Job(const Taskmill_Job &other);
@@ -32,6 +32,10 @@ public:
     [[nodiscard]] Taskmill_JobStatus Status() const { return m_record.Status; }
     [[nodiscard]] bool IsFinished() const { return m_record.IsFinished(); }
     void SetStatus(Taskmill_JobStatus status, bool stamp) { m_record.SetStatus(status, stamp); }
+
+    /// Whether the job waits for the user's word although nothing else keeps it from running.
+    [[nodiscard]] bool IsHeld() const { return m_held; }
+    void SetHeld(bool held) { m_held = held; }
 
     /// The live process; nullptr when the job does not run.
     [[nodiscard]] KilnUtil_Process *Process() const { return m_process; }
@@ -72,5 +76,6 @@ private:
     bool SendJobFinishedNotification(int exitCode) const;
 
     Taskmill_JobRecord m_record;
+    bool m_held = false;
     KilnUtil_Process *m_process = nullptr; ///< owned
 };

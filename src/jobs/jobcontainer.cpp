@@ -26,8 +26,29 @@ Taskmill_Job *Taskmill_JobContainer::JobAt(int index) const
 void Taskmill_JobContainer::Append(Taskmill_Job *job)
 {
     job->SetStatus(Taskmill_JobStatus::Pending, true);
-    m_jobs.append(job);
+    InsertInOrder(job);
     m_jobsByID.insert(job->JobID(), job);
+}
+
+void Taskmill_JobContainer::InsertInOrder(Taskmill_Job *job)
+{
+    const auto isHeld = [](const Taskmill_Job *other) {
+        return other->IsHeld();
+    };
+    const auto firstHeld = std::find_if_not(m_jobs.rbegin(), m_jobs.rend(), isHeld).base();
+    m_jobs.insert(job->IsHeld() ? m_jobs.end() : firstHeld, job);
+}
+
+void Taskmill_JobContainer::ReleaseJobs(const QList<Taskmill_Job *> &jobs)
+{
+    for (Taskmill_Job *job : jobs) {
+        if (!job->IsHeld())
+            continue;
+        job->SetHeld(false);
+        m_jobs.removeOne(job);
+        InsertInOrder(job);
+    }
+    Update();
 }
 
 void Taskmill_JobContainer::Add(Taskmill_Job *job)
@@ -39,9 +60,12 @@ void Taskmill_JobContainer::Add(Taskmill_Job *job)
 void Taskmill_JobContainer::AddAll(const QList<Taskmill_JobRecord> &records)
 {
     for (Taskmill_JobRecord record : records) {
+        const bool held = IsToBeHeld(record);
         record.Started = {};
         record.Finished = {};
-        Append(new Taskmill_Job{std::move(record)});
+        auto *job = new Taskmill_Job{std::move(record)};
+        job->SetHeld(held);
+        Append(job);
     }
     Update();
 }

@@ -13,7 +13,8 @@ class Taskmill_ProcessInspector;
 /// What the two queues and the queueless list have in common: an ordered list of jobs (waiting, running, and
 /// finished ones not yet collected) that it owns until they are handed on.
 ///
-/// Jobs start in list order, so the list is always a run of started jobs followed by a run of Pending ones.
+/// Jobs start in list order, so the list is always a run of started jobs followed by a run of Pending ones,
+/// of which those that are held stand last.
 class Taskmill_JobContainer : public QObject
 {
     Q_OBJECT
@@ -29,7 +30,8 @@ public:
 
     /// Takes the ownership, makes the job Pending as of now and appends it.
     void Add(Taskmill_Job *job);
-    /// Appends a new job for each record, Pending as of now, without the times of an earlier run.
+    /// Appends a new job for each record of a project, Pending as of now, without the times of an earlier
+    /// run.
     void AddAll(const QList<Taskmill_JobRecord> &records);
 
     /// Removing a job kills it when it runs; a killed job is handed to the finished jobs. An index that is
@@ -61,6 +63,10 @@ protected:
     Taskmill_JobContainer(QString name, Taskmill_FinishedJobsTaker &finishedJobs,
                           Taskmill_ProcessInspector &inspector);
 
+    /// Whether the job of a project that is opened must not start before the user says so.
+    [[nodiscard]] virtual bool IsToBeHeld(const Taskmill_JobRecord &) const { return false; }
+    /// Lets the held jobs among these run again.
+    void ReleaseJobs(const QList<Taskmill_Job *> &jobs);
     /// Starts what may start now and tells that the list has changed.
     virtual void Update() = 0;
     /// A start that fails leaves the job Running without a process, where it counts against a limit.
@@ -69,6 +75,7 @@ protected:
 
 private:
     void Append(Taskmill_Job *job);
+    void InsertInOrder(Taskmill_Job *job);
     void TakeOut(Taskmill_Job *job);
 
     const QString m_name;

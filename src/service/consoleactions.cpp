@@ -78,7 +78,8 @@ Taskmill_RunningJobs::Reading Taskmill_ConsoleActions::ProcessReading(bool onlyK
     return m_context.RunningJobs.PrepareReading();
 }
 
-QString Taskmill_ConsoleActions::ProcessListing(const QList<Taskmill_ProcessRecord> &processes, int width) const
+QString Taskmill_ConsoleActions::ProcessListing(const QList<Taskmill_ProcessRecord> &processes,
+                                                int width) const
 {
     return m_context.RunningJobs.ListingText(processes, width);
 }
@@ -164,6 +165,28 @@ QString Taskmill_ConsoleActions::SetLimit(Taskmill_Destination queue, int maxRun
     m_context.Tabs.LimitedQueue(queue)->SetMaxRunningJobs(maxRunningJobs);
     return u"\n<Taskmill> The %1 runs at most %2 jobs at a time.\n\n"_s.arg(
         m_context.Tabs.OwnerOf(queue)->ListName(), QString::number(maxRunningJobs));
+}
+
+Taskmill_Question Taskmill_ConsoleActions::QuestionAtStart() const
+{
+    return m_context.AsksAtStart ? m_context.Tabs.QueuelessJobs.HeldJobsQuestion() : Taskmill_Question{};
+}
+
+QString Taskmill_ConsoleActions::RunHeldJobs() const
+{
+    Taskmill_QueuelessJobsList &list = m_context.Tabs.QueuelessJobs.Jobs();
+    const int count = list.Release(list.HeldJobIDs());
+    if (count == 0)
+        return u"\n<Taskmill> No job is held back.\n\n"_s;
+    return count == 1 ? u"\n<Taskmill> 1 job runs again.\n\n"_s
+                      : u"\n<Taskmill> %1 jobs run again.\n\n"_s.arg(count);
+}
+
+QString Taskmill_ConsoleActions::RunHeldJob(int jobID) const
+{
+    return m_context.Tabs.QueuelessJobs.Jobs().Release({jobID}) > 0
+               ? u"\n<Taskmill> Job %1 runs again.\n\n"_s.arg(jobID)
+               : u"\n<Taskmill> Job %1 is not held back.\n\n"_s.arg(jobID);
 }
 
 Taskmill_QueueOwner *Taskmill_ConsoleActions::OwnerOfJob(int jobID) const

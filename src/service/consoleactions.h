@@ -21,7 +21,8 @@ struct Taskmill_ConsoleContext
     Taskmill_JobTypeList &JobTypes;
     Taskmill_JobSubmitter &Submitter;
     Taskmill_Project &Project;
-    QString Notice;             ///< printed below the banner
+    QStringList Notices;        ///< printed below the banner
+    bool AsksAtStart = false;   ///< somebody is there who can answer, before the first prompt
     std::function<void()> Exit; ///< ends the program without a question
 };
 
@@ -51,17 +52,22 @@ public:
     [[nodiscard]] QString SetPaused(Taskmill_Destination queue, bool paused) const;
     [[nodiscard]] QString SetLimit(Taskmill_Destination queue, int maxRunningJobs) const;
 
+    /// What is asked before the first prompt; empty for nothing.
+    [[nodiscard]] Taskmill_Question QuestionAtStart() const;
+    /// These let held jobs run again, and say what came of it.
+    [[nodiscard]] QString RunHeldJobs() const;
+    [[nodiscard]] QString RunHeldJob(int jobID) const;
+
     /// The owner of the job's queue; nullptr when the job is in none.
     [[nodiscard]] Taskmill_QueueOwner *OwnerOfJob(int jobID) const;
 
     /// The record of a job, wherever it is, for as long as nothing changes; nullptr when there is none.
     [[nodiscard]] const Taskmill_JobRecord *FindRecord(int jobID) const;
 
-    [[nodiscard]] QString Notice() const { return m_context.Notice; }
+    [[nodiscard]] QStringList Notices() const { return m_context.Notices; }
     [[nodiscard]] Taskmill_Project &Project() const { return m_context.Project; }
     void Exit() const { m_context.Exit(); }
 
 private:
-
     const Taskmill_ConsoleContext m_context;
 };

@@ -115,6 +115,16 @@ QList<Worker::Command> Worker::Commands()
          [](Worker &worker, const QString &argument) {
              worker.KillJob(argument);
          }},
+        {"run held jobs"_L1,
+         {},
+         "Run the queueless jobs again that ran when the project was closed"_L1,
+         [](Worker &worker, const QString &) {
+             worker.RunHeldJobs();
+         }},
+        {"run job"_L1, "N"_L1, "Run job N, one of these, again"_L1,
+         [](Worker &worker, const QString &argument) {
+             worker.RunHeldJob(argument);
+         }},
         {"pause long jobs"_L1,
          {},
          "Start no more jobs of the Long Jobs Queue"_L1,
@@ -152,6 +162,10 @@ QList<Worker::Command> Worker::Commands()
          "Save the project to its file"_L1,
          [](Worker &worker, const QString &) {
              worker.Save();
+         }},
+        {"save"_L1, "FILE"_L1, "Save the project to FILE, which becomes its file"_L1,
+         [](Worker &worker, const QString &argument) {
+             worker.SaveTo(argument);
          }},
         {"pwd"_L1,
          {},
@@ -252,8 +266,8 @@ void Worker::Execute(const QString &line)
 void Worker::ExplainUnknown(const QString &line)
 {
     constexpr qsizetype longestShown = 30;
-    QString problem =
-        u"There is no command \"%1\""_s.arg(line.size() > longestShown ? line.first(longestShown) + u"..."_s : line);
+    QString problem = u"There is no command \"%1\""_s.arg(
+        line.size() > longestShown ? line.first(longestShown) + u"..."_s : line);
     const QList<Command> commands = Commands();
     for (const Command &command : commands) {
         if (!command.argumentName.isEmpty() && line == command.words)

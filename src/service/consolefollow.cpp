@@ -143,15 +143,14 @@ void Taskmill_Console_Worker::FollowJob(const QString &argument)
     bool isNumber = false;
     FollowedJob followed;
     followed.jobID = argument.toInt(&isNumber);
-    const QString problem =
-        isNumber ? BeginToFollow(followed) : u"There is no job %1."_s.arg(argument);
+    const QString problem = isNumber ? BeginToFollow(followed) : u"There is no job %1."_s.arg(argument);
     if (!followed.output) {
         Print(u"\n<Taskmill> "_s + problem + u"\n\n"_s);
         return;
     }
     const QString key = m_console.Terminal().BreakOffKey();
-    Print(u"\n<Taskmill> Following job %1%2.\n\n"_s.arg(
-        QString::number(followed.jobID), key.isEmpty() ? key : u"; %1 ends this"_s.arg(key)));
+    Print(u"\n<Taskmill> Following job %1%2.\n\n"_s.arg(QString::number(followed.jobID),
+                                                        key.isEmpty() ? key : u"; %1 ends this"_s.arg(key)));
     while (!m_console.IsQuitting() && !m_console.Terminal().IsBrokenOff()) {
         if (PrintWhatFollows(followed))
             continue;

@@ -38,13 +38,14 @@ public:
     /// is put back behind it. Text beyond some megabytes that nobody reads is dropped, and a line says so.
     virtual void Post(const QString &text) = 0;
 
+    /// Whether a user types the lines, who can be asked something, and not a program or a file.
+    [[nodiscard]] virtual bool IsInteractive() const { return false; }
+
     /// Whether the user has broken off the command since its line was read.
     [[nodiscard]] virtual bool IsBrokenOff() { return false; }
     /// The key with which he does so; empty where there is none.
     [[nodiscard]] virtual QString BreakOffKey() const { return {}; }
 
-    /// Whether a person reads the output and types the input, and not a program.
-    [[nodiscard]] virtual bool IsInteractive() const { return false; }
     /// How many characters fit in a line; 0 when there is no such bound.
     [[nodiscard]] virtual int Columns() const { return 0; }
 

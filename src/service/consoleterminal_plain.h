@@ -14,8 +14,8 @@ class Taskmill_InterruptibleInput
 public:
     explicit Taskmill_InterruptibleInput(int descriptor);
 
-    /// The next byte; takes more from the descriptor than that. Nothing when it was woken, by a signal too, or
-    /// interrupted; the end of the input is waited out.
+    /// The next byte; takes more from the descriptor than that. Nothing when it was woken, by a signal too,
+    /// or interrupted; the end of the input is waited out.
     [[nodiscard]] std::optional<char> ReadByte();
     [[nodiscard]] bool IsInterrupted() const { return m_interrupted; }
     /// Makes a ReadByte() that waits return without a byte, once.

@@ -66,7 +66,6 @@ public:
     {
         return m_isConsole ? QStringLiteral("Esc") : QString{};
     }
-    [[nodiscard]] bool IsInteractive() const override { return m_isConsole && Columns() > 0; }
     [[nodiscard]] int Columns() const override
     {
         CONSOLE_SCREEN_BUFFER_INFO info{};
@@ -76,6 +75,8 @@ public:
 
     void Print(const QString &text) override { m_writer.Write(text); }
     void Post(const QString &text) override { m_writer.Post(text); }
+
+    [[nodiscard]] bool IsInteractive() const override { return m_isConsole; }
 
     void Interrupt() override
     {

@@ -15,11 +15,13 @@
 #include <QTimer>
 
 #include <limits>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 constexpr int childRoundMs = 100;
+const QString notSavedText = u"\n<Taskmill> The project was not saved.\n\n"_s;
 
 bool IsCancel(const QString &answer)
 {
@@ -76,6 +78,8 @@ void Taskmill_Console_Worker::InteractUntilInterrupted()
 
 bool Taskmill_Console_Worker::Round()
 {
+    if (!std::exchange(m_hasAskedAtStart, true))
+        AskAtStart();
     OfferCommands();
     m_console.Terminal().SetRemembersLines(true);
     const std::optional<QString> line = Ask(u"<Taskmill> "_s);
@@ -91,7 +95,10 @@ std::optional<QString> Taskmill_Console_Worker::Ask(const QString &prompt)
 {
     const std::optional<QString> line = m_console.Terminal().ReadLine(prompt);
     QCoreApplication::processEvents();
-    return line && !m_console.IsQuitting() ? std::optional{line->trimmed()} : std::nullopt;
+    if (!line || m_console.IsQuitting())
+        return std::nullopt;
+    // No name of a file holds a NUL, and Qt warns when it is asked for one.
+    return QString{*line}.remove(QChar::Null).trimmed();
 }
 
 bool Taskmill_Console_Worker::AskUntil(const QString &prompt,
@@ -204,12 +211,14 @@ void Taskmill_Console_Worker::ListRunning(bool onlyKnown)
 
 void Taskmill_Console_Worker::ListFinished()
 {
-    PrintFromMainThread([this](Taskmill_ConsoleActions &actions) { return actions.FinishedListing(Columns()); });
+    PrintFromMainThread(
+        [this](Taskmill_ConsoleActions &actions) { return actions.FinishedListing(Columns()); });
 }
 
 void Taskmill_Console_Worker::ListJobTypes()
 {
-    PrintFromMainThread([this](Taskmill_ConsoleActions &actions) { return actions.JobTypeListing(Columns()); });
+    PrintFromMainThread(
+        [this](Taskmill_ConsoleActions &actions) { return actions.JobTypeListing(Columns()); });
 }
 
 void Taskmill_Console_Worker::AddJobToAskedQueue()
@@ -350,6 +359,31 @@ void Taskmill_Console_Worker::EndJob(int jobID, const QString &doneText)
     });
 }
 
+void Taskmill_Console_Worker::AskAtStart()
+{
+    Taskmill_Question question;
+    OnMainThread([&] { question = m_console.Actions().QuestionAtStart(); });
+    if (question.text.isEmpty())
+        return;
+    if (AskYesNo(u"\n<Taskmill> %1  "_s.arg(question.text)))
+        RunHeldJobs();
+    else
+        Print(
+            u"\n<Taskmill> What waits can be run later by \"run held jobs\" or \"run job N\", or removed by "
+            "\"remove job N\".\n\n"_s);
+}
+
+void Taskmill_Console_Worker::RunHeldJobs()
+{
+    PrintFromMainThread([](Taskmill_ConsoleActions &actions) { return actions.RunHeldJobs(); });
+}
+
+void Taskmill_Console_Worker::RunHeldJob(const QString &argument)
+{
+    if (const std::optional<int> jobID = JobNumber(argument))
+        PrintFromMainThread([jobID](Taskmill_ConsoleActions &actions) { return actions.RunHeldJob(*jobID); });
+}
+
 void Taskmill_Console_Worker::ShowJob(const QString &argument)
 {
     bool isNumber = false;
@@ -363,16 +397,21 @@ void Taskmill_Console_Worker::ShowJob(const QString &argument)
 QString Taskmill_Console_Worker::AskForProjectFile()
 {
     OfferFiles();
-    QString file;
-    const auto takeFile = [&file](const QString &answer) {
-        file = Taskmill_Project::ProjectFileName(Taskmill_AbsolutePathOfUser(answer));
-        return !IsCancel(answer) && !IsDirectory(answer);
-    };
-    if (!AskUntil(u"\n<Taskmill> Enter Project File:  "_s, takeFile, DirectoryComplaint))
-        return {};
+    const std::optional<QString> answer = Ask(u"\n<Taskmill> Enter Project File:  "_s);
+    return answer && !IsCancel(*answer) ? ProjectFileNamed(*answer) : QString{};
+}
+
+/// The file, or another one where it is not to be replaced or cannot be one.
+QString Taskmill_Console_Worker::ProjectFileNamed(const QString &name)
+{
+    if (IsDirectory(name)) {
+        Print(DirectoryComplaint(name));
+        return AskForProjectFile();
+    }
+    QString file = Taskmill_Project::ProjectFileName(Taskmill_AbsolutePathOfUser(name));
     if (!file.isEmpty() && QFileInfo::exists(file) &&
         !AskYesNo(u"\n<Taskmill> %1 already exists.  Do you want to replace it?  "_s.arg(file)))
-        return {};
+        return AskForProjectFile();
     return file;
 }
 
@@ -390,9 +429,17 @@ bool Taskmill_Console_Worker::SaveProject()
             u"\n<Taskmill> %1 was changed by another program.  Do you want to replace it?  "_s.arg(file));
     if (file.isEmpty() || !replace)
         file = AskForProjectFile();
+    return SaveProjectTo(file);
+}
+
+bool Taskmill_Console_Worker::SaveProjectTo(QString file)
+{
     bool saved = false;
-    if (!file.isEmpty())
+    while (!saved && !file.isEmpty()) {
         OnMainThread([&] { saved = m_console.Actions().Project().SaveProjectAs(file); });
+        if (!saved)
+            file = AskForProjectFile();
+    }
     if (saved)
         Print(u"\n<Taskmill> The project was saved to %1.\n\n"_s.arg(file));
     return saved;
@@ -401,7 +448,13 @@ bool Taskmill_Console_Worker::SaveProject()
 void Taskmill_Console_Worker::Save()
 {
     if (!SaveProject())
-        Print(u"\n<Taskmill> The project was not saved.\n\n"_s);
+        Print(notSavedText);
+}
+
+void Taskmill_Console_Worker::SaveTo(const QString &argument)
+{
+    if (!SaveProjectTo(ProjectFileNamed(argument)))
+        Print(notSavedText);
 }
 
 bool Taskmill_Console_Worker::SaveBeforeQuitting()

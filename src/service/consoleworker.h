@@ -43,8 +43,8 @@ public Q_SLOTS:
 private:
     /// Nothing once the console ends.
     [[nodiscard]] std::optional<QString> Ask(const QString &prompt);
-    /// The answer to a question that "cancel" ends: asks again until `accepts` takes it, behind what `complaint`
-    /// says of the answer that was no good.
+    /// The answer to a question that "cancel" ends: asks again until `accepts` takes it, behind what
+    /// `complaint` says of the answer that was no good.
     [[nodiscard]] bool AskUntil(const QString &prompt, const std::function<bool(const QString &)> &accepts,
                                 const std::function<QString(const QString &)> &complaint = {});
     [[nodiscard]] bool AskYesNo(const QString &question);
@@ -89,6 +89,9 @@ private:
     [[nodiscard]] QString BeginToFollow(FollowedJob &followed);
     bool PrintWhatFollows(FollowedJob &followed);
     void Save();
+    void SaveTo(const QString &argument);
+    void RunHeldJobs();
+    void RunHeldJob(const QString &argument);
     void PrintDirectory();
     void ChangeDirectory(const QString &argument);
     void GoHome();
@@ -99,8 +102,12 @@ private:
     void EndJob(int jobID, const QString &doneText);
     [[nodiscard]] bool SaveBeforeQuitting();
     [[nodiscard]] bool SaveProject();
+    [[nodiscard]] bool SaveProjectTo(QString file);
     [[nodiscard]] QString AskForProjectFile();
+    [[nodiscard]] QString ProjectFileNamed(const QString &name);
+    void AskAtStart();
     [[nodiscard]] std::optional<int> JobNumber(const QString &argument);
 
     Taskmill_Console &m_console;
+    bool m_hasAskedAtStart = false;
 };

@@ -19,10 +19,21 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 const QString noJobType = u"None"_s;
 
+/// No file has such a name, and Qt warns when it is asked for one.
+bool HoldsNul(const QString &path)
+{
+    return path.contains(QChar::Null);
+}
+
+bool Exists(const QString &path)
+{
+    return !HoldsNul(path) && QFileInfo::exists(path);
+}
+
 /// Empty stays empty; the manager's current directory may change before the job runs.
 QString AbsolutePath(const QString &path)
 {
-    return path.isEmpty() ? path : QDir::cleanPath(QFileInfo{path}.absoluteFilePath());
+    return path.isEmpty() || HoldsNul(path) ? path : QDir::cleanPath(QFileInfo{path}.absoluteFilePath());
 }
 
 Taskmill_Destination DestinationOf(const QString &queueName, const Taskmill_JobType &jobType)
@@ -137,7 +148,7 @@ Taskmill_SubmitResult Taskmill_JobSubmitter::Submit(const Taskmill_RequestMessag
     Choice choice{.jobType = {}, .confirm = request.ConfirmAction};
     if (!ChooseJobType(request, choice))
         return Refused(u"no job type was chosen for %1"_s.arg(request.JobInputFile));
-    if (choice.jobType.UsesInputFile() && !QFileInfo::exists(request.JobInputFile))
+    if (choice.jobType.UsesInputFile() && !Exists(request.JobInputFile))
         return Refused(u"the input file does not exist: %1"_s.arg(request.JobInputFile));
 
     const Taskmill_Destination destination = DestinationOf(request.JobQueue, choice.jobType);
@@ -228,7 +239,7 @@ void Taskmill_JobSubmitter::TakeFiles(const Taskmill_SubmitChoice &chosen, const
     const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
     bool asks = true;
     for (const QString &file : chosen.Files) {
-        if (!QFileInfo::exists(file))
+        if (!Exists(file))
             continue;
         Taskmill_JobType jobType = chosen.JobTypeID < 0 ? Taskmill_JobTypeForFile(jobTypes, file)
                                                         : JobTypeWithID(jobTypes, chosen.JobTypeID);
@@ -346,7 +357,7 @@ void Taskmill_JobSubmitter::MakeJob(const Taskmill_RequestMessage &request, cons
 std::optional<int> Taskmill_JobSubmitter::AddFile(const QString &filePath, int jobTypeID,
                                                   Taskmill_Destination destination)
 {
-    if (filePath.isEmpty() || !QFileInfo::exists(filePath) || filePath.trimmed().isEmpty())
+    if (filePath.isEmpty() || !Exists(filePath) || filePath.trimmed().isEmpty())
         return std::nullopt;
     const QString path = AbsolutePath(filePath.trimmed());
     const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();

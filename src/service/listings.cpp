@@ -109,10 +109,12 @@ namespace {
 /// Of all listings, what a user of a narrow terminal misses least first.
 QStringList LeftOutFirst()
 {
-    return {u"Executable Path"_s, u"Environment Variables"_s, u"Output File Filter"_s,
-            u"Application Name"_s, u"App Path"_s,             u"Parent Process ID"_s,
-            u"Submitted"_s,        u"Queue"_s,                u"Command Line"_s,
-            u"Started"_s,          u"Default Queue"_s,        u"Input File Filter"_s};
+    return {u"Executable Path"_s,    u"Environment Variables"_s,
+            u"Output File Filter"_s, u"Application Name"_s,
+            u"App Path"_s,           u"Parent Process ID"_s,
+            u"Submitted"_s,          u"Queue"_s,
+            u"Command Line"_s,       u"Started"_s,
+            u"Default Queue"_s,      u"Input File Filter"_s};
 }
 } // namespace
 

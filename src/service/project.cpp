@@ -12,6 +12,7 @@
 #include "service/projectdatabase.h"
 #include "service/queueowner.h"
 #include "service/recentprojects.h"
+#include "service/spareproject.h"
 #include "service/version.h"
 
 #include <QDir>
@@ -83,7 +84,7 @@ QString ProblemOf(Taskmill_Database &database, const QString &path)
 }
 
 /// The name of a new file beside a project's own.
-QString SpareFile(const QString &path)
+QString FileBeside(const QString &path)
 {
     const QFileInfo file{path};
     return file.dir().filePath(u"%1-%2.mill"_s.arg(
@@ -200,7 +201,7 @@ QString Taskmill_Project::AskForProjectFile() const
         u"Specify a Taskmill Project File"_s,
         u"%1 already exists.\nDo you want to replace it?"_s.arg(QDir::toNativeSeparators(file)),
         WarnMode::YesNo, WarnAnswer::No);
-    return overwrite == WarnAnswer::Yes ? file : QString{};
+    return overwrite == WarnAnswer::Yes ? file : AskForProjectFile();
 }
 
 Taskmill_Project::FileStamp Taskmill_Project::FileStamp::Of(const QString &path)
@@ -219,15 +220,21 @@ bool Taskmill_Project::SaveProject()
 {
     if (!IsOpen())
         return false;
-    if (FileHasChanged() &&
+    const bool mayReplace =
+        !FileHasChanged() ||
         KilnUtil_Error::UserPrompt().AskQuestion(
             savingTitle,
             u"The project file was changed by another program since it was opened or saved here:\n\n%1\n\n"
             "Do you want to replace it? What the other program wrote is lost then."_s.arg(FilePath()),
-            WarnMode::YesNo, WarnAnswer::No) != WarnAnswer::Yes)
-        return false;
-    const QString path = FilePath().isEmpty() ? AskForProjectFile() : FilePath();
-    return !path.isEmpty() && SaveProjectAs(path);
+            WarnMode::YesNo, WarnAnswer::No) == WarnAnswer::Yes;
+    QString path = FilePath().isEmpty() || !mayReplace ? AskForProjectFile() : FilePath();
+    // The program may be told to end while a question stands, and the project is closed then.
+    while (IsOpen() && !path.isEmpty()) {
+        if (SaveProjectAs(path))
+            return true;
+        path = AskForProjectFile();
+    }
+    return false;
 }
 
 bool Taskmill_Project::SaveProjectAs(const QString &path)
@@ -247,6 +254,7 @@ bool Taskmill_Project::SaveProjectAs(const QString &path)
     m_fileStamp = FileStamp::Of(absolutePath);
     database->SetFilePath(absolutePath);
     database->MarkUnchanged();
+    RemoveSpareFile();
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
     return true;
@@ -264,9 +272,9 @@ bool Taskmill_Project::SaveUnattended()
 {
     if (FilePath().isEmpty() || !HasUnsavedChanges())
         return true;
-    const QString path = FileHasChanged() ? SpareFile(FilePath()) : FilePath();
+    const QString path = FileHasChanged() ? FileBeside(FilePath()) : FilePath();
     if (!WriteFile(path)) {
-        qWarning("The project could not be written to %ls", qUtf16Printable(path));
+        WriteSpareFile();
         return false;
     }
     if (path == FilePath())
@@ -275,7 +283,31 @@ bool Taskmill_Project::SaveUnattended()
         qWarning("The project file was changed by another program; this project was written to %ls",
                  qUtf16Printable(path));
     CurrentDatabase()->MarkUnchanged();
+    RemoveSpareFile();
     return true;
+}
+
+void Taskmill_Project::WriteSpareFile()
+{
+    const auto write = [this](const QString &path) {
+        return WriteFile(path);
+    };
+    // A log-out may be called off, and come again.
+    if (!QFileInfo::exists(m_spareFile) || !write(m_spareFile))
+        m_spareFile = Taskmill_WriteSpareProject(FilePath(), write);
+    // The changes are still to be saved where they belong.
+    if (m_spareFile.isEmpty())
+        qWarning("The project could not be written to %ls, nor anywhere else: its changes are lost",
+                 qUtf16Printable(FilePath()));
+    else
+        qWarning("The project could not be written to %ls; it was written to %ls",
+                 qUtf16Printable(FilePath()), qUtf16Printable(m_spareFile));
+}
+
+void Taskmill_Project::RemoveSpareFile()
+{
+    if (const QString path = std::exchange(m_spareFile, {}); !path.isEmpty() && path != FilePath())
+        QFile::remove(path);
 }
 
 std::optional<Taskmill_Project::SaveQuestion> Taskmill_Project::QuestionBeforeClosing() const
@@ -345,6 +377,7 @@ void Taskmill_Project::CloseProject()
     for (Taskmill_QueueOwner *owner : Owners(m_tabs))
         owner->Clear();
     m_tabs.FinishedJobs.Clear();
+    m_spareFile.clear();
     Taskmill_Database_Manager::Global().CloseAll();
 }
 
@@ -369,7 +402,7 @@ void Taskmill_Project::ReloadTabs(Taskmill_Database &database)
         database.GetFinishedJobsWithShortOutputs(Taskmill_FinishedJobs::LongestOutputKept + 1));
     m_tabs.LongJobs.Replace(database.GetLongJobs());
     m_tabs.ShortJobs.Replace(database.GetShortJobs());
-    // Jobs without a queue start at once, when everything else is in place.
+    // Jobs without a queue start at once, when everything else is in place; those that ran are held.
     m_tabs.QueuelessJobs.Replace(database.GetQueuelessJobs());
 }
 

@@ -18,6 +18,12 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 using WarnMode = KilnUtil_Error::WarnMode;
 using WarnAnswer = KilnUtil_Error::WarnAnswer;
+
+QString HeldJobsText(qsizetype count)
+{
+    return count == 1 ? u"1 queueless job was running when this project was closed."_s
+                      : u"%1 queueless jobs were running when this project was closed."_s.arg(count);
+}
 } // namespace
 
 Taskmill_QueueOwner::Taskmill_QueueOwner(Taskmill_FinishedJobs &finishedJobs, const DatabaseTable &table)
@@ -245,6 +251,24 @@ Taskmill_QueuelessJobsOwner::Taskmill_QueuelessJobsOwner(Taskmill_FinishedJobs &
 QString Taskmill_QueuelessJobsOwner::ListName() const
 {
     return u"Queueless Jobs List"_s;
+}
+
+Taskmill_Question Taskmill_QueuelessJobsOwner::HeldJobsQuestion() const
+{
+    const qsizetype count = m_list.HeldJobIDs().size();
+    if (count == 0)
+        return {};
+    return {.title = u"Queueless Jobs of the Project"_s,
+            .text = HeldJobsText(count) + (count == 1 ? u" Run it again?"_s : u" Run them again?"_s)};
+}
+
+QString Taskmill_QueuelessJobsOwner::HeldJobsNotice() const
+{
+    const qsizetype count = m_list.HeldJobIDs().size();
+    if (count == 0)
+        return {};
+    return HeldJobsText(count) + (count == 1 ? u" It waits until it is run again or removed."_s
+                                             : u" They wait until they are run again or removed."_s);
 }
 
 void Taskmill_QueuelessJobsOwner::ListUpdatedSlot()

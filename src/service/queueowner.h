@@ -132,6 +132,11 @@ public:
     [[nodiscard]] Taskmill_QueuelessJobsList &Jobs() override { return m_list; }
     [[nodiscard]] QString ListName() const override;
 
+    /// Whether the jobs that ran when the project was closed are to run again, and that they do not; the
+    /// texts are empty when there are none.
+    [[nodiscard]] Taskmill_Question HeldJobsQuestion() const;
+    [[nodiscard]] QString HeldJobsNotice() const;
+
 public Q_SLOTS:
     void ListUpdatedSlot();
 

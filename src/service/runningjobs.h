@@ -36,8 +36,8 @@ public:
     /// requested.
     using Reading = std::function<QList<Taskmill_ProcessRecord>()>;
     [[nodiscard]] Reading PrepareReading() const;
-    /// Takes the processes over and returns the listing of them that the console prints; with a width, made to
-    /// fit a terminal of so many columns.
+    /// Takes the processes over and returns the listing of them that the console prints; with a width, made
+    /// to fit a terminal of so many columns.
     [[nodiscard]] QString ListingText(const QList<Taskmill_ProcessRecord> &processes, int width = 0);
 
     /// Reads the processes afresh on another thread; RefreshedSignal() tells when it is done. While a reading

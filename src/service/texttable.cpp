@@ -150,8 +150,7 @@ void Widen(const QList<Column *> &narrowFirst, qsizetype width)
 {
     for (qsizetype done = 0; done < narrowFirst.size(); ++done) {
         Column &column = *narrowFirst[done];
-        const qsizetype grown =
-            qMin(column.natural - column.width, width / (narrowFirst.size() - done));
+        const qsizetype grown = qMin(column.natural - column.width, width / (narrowFirst.size() - done));
         column.width += grown;
         width -= grown;
     }
@@ -223,9 +222,8 @@ QString Taskmill_FittedTextTable(const QStringList &headers, const QList<QString
     QList<Column *> narrowFirst;
     for (Column &column : columns)
         narrowFirst.append(&column);
-    std::ranges::stable_sort(narrowFirst, {}, [](const Column *column) {
-        return column->natural - column->width;
-    });
+    std::ranges::stable_sort(narrowFirst, {},
+                             [](const Column *column) { return column->natural - column->width; });
     columns.first().width = qMin(columns.first().width, width);
     Widen(narrowFirst, width - LineWidth(columns));
 
@@ -238,8 +236,10 @@ QString Taskmill_FittedTextTable(const QStringList &headers, const QList<QString
     QList<QStringList> lines;
     lines.reserve(rows.size());
     std::ranges::transform(rows, std::back_inserter(lines), fitted);
-    QString note;
-    if (!leftOut.isEmpty())
-        note = Shortened(u"(too wide to be shown here: %1)"_s.arg(leftOut.join(u", "_s)), width) + u'\n';
-    return Taskmill_TextTable(fitted(headers), lines) + note;
+    if (leftOut.isEmpty())
+        return Taskmill_TextTable(fitted(headers), lines);
+    QString note = u"(too wide to be shown here: %1)"_s.arg(leftOut.join(u", "_s));
+    if (Taskmill_TextWidth(note) > width)
+        note = Shortened(u"(%1 columns are too wide to be shown here)"_s.arg(leftOut.size()), width);
+    return Taskmill_TextTable(fitted(headers), lines) + note + u'\n';
 }

@@ -10,6 +10,7 @@
 #include "service/console.h"
 #include "service/consoleprompt.h"
 #include "service/recentprojects.h"
+#include "service/spareproject.h"
 #include "service/version.h"
 #include "ui/jobtypeswidget.h"
 #include "ui/openfilesdialog.h"
@@ -176,6 +177,9 @@ void Taskmill_AppWindow::Show(uint)
     m_window->show();
     m_window->PutInMiddleOfScreen();
     m_window->raise();
+    // With the event loop, so that requests are served while a question stands.
+    if (!std::exchange(m_hasSpokenAtStart, true))
+        QTimer::singleShot(0, this, &Taskmill_AppWindow::SpeakAtStart);
 }
 
 void Taskmill_AppWindow::Show()
@@ -183,26 +187,67 @@ void Taskmill_AppWindow::Show()
     Show(Qt::WindowMaximized | Qt::WindowActive);
 }
 
+QStringList Taskmill_AppWindow::NoticesAtStart(bool asksAboutJobs) const
+{
+    QStringList notices;
+    const QString heldJobs = asksAboutJobs ? QString{} : m_queuelessJobs.HeldJobsNotice();
+    if (!heldJobs.isEmpty())
+        notices += heldJobs;
+    const QStringList spareProjects = Taskmill_SpareProjects();
+    for (const QString &path : spareProjects) {
+        if (path != m_project.FilePath())
+            notices += Taskmill_SpareProjectNotice(path);
+    }
+    return notices;
+}
+
+void Taskmill_AppWindow::SpeakAtStart()
+{
+    if (m_options.Unattended) {
+        const QStringList notices = NoticesAtStart(false);
+        for (const QString &notice : notices)
+            qWarning("%ls", qUtf16Printable(notice));
+        return;
+    }
+    const QStringList notices = NoticesAtStart(true);
+    if (!notices.isEmpty())
+        KilnUtil_Error::UserPrompt().ShowInformation(u"Project Not Saved"_s, notices.join(u"\n\n"_s));
+    const Taskmill_Question question = m_queuelessJobs.HeldJobsQuestion();
+    if (m_quitting || question.text.isEmpty())
+        return;
+    const QString text =
+        question.text +
+        u"\n\nWhat is not run again now waits in the tab Queueless Jobs, whose menu runs or removes it later."_s;
+    // Only what the question was about: more may have come, and some may have been removed.
+    const QList<int> jobIDs = m_queuelessJobs.Jobs().HeldJobIDs();
+    if (KilnUtil_Error::UserPrompt().AskQuestion(question.title, text, WarnMode::YesNo, WarnAnswer::No) ==
+        WarnAnswer::Yes)
+        m_queuelessJobs.Jobs().Release(jobIDs);
+}
+
 void Taskmill_AppWindow::StartConsole()
 {
     if (m_console)
         return;
-    const QString notice =
-        m_project.FilePath().isEmpty()
-            ? QString{}
-            : u"The queues of an opened project are paused: \"unpause long jobs\" and \"unpause short jobs\" resume them."_s;
+    auto terminal = Taskmill_MakeConsoleTerminal();
+    const bool asksAtStart = !m_options.Unattended && terminal->IsInteractive();
+    QStringList notices = NoticesAtStart(asksAtStart);
+    if (!m_project.FilePath().isEmpty())
+        notices.prepend(
+            u"The queues of an opened project are paused: \"unpause long jobs\" and \"unpause short jobs\" resume them."_s);
     m_console = std::make_unique<Taskmill_Console>(m_options.Banner, m_options.NoEventLoop,
                                                    Taskmill_ConsoleContext{.Tabs = Tabs(),
                                                                            .RunningJobs = m_runningJobs,
                                                                            .JobTypes = m_jobTypes,
                                                                            .Submitter = m_submitter,
                                                                            .Project = m_project,
-                                                                           .Notice = notice,
+                                                                           .Notices = notices,
+                                                                           .AsksAtStart = asksAtStart,
                                                                            .Exit =
                                                                                [this] {
                                                                                    ExitSlot();
                                                                                }},
-                                                   Taskmill_MakeConsoleTerminal());
+                                                   std::move(terminal));
     Taskmill_SetConsolePrinter(
         [console = m_console.get()](const QString &text) { console->Terminal().Post(text); });
     if (m_options.NoEventLoop)
@@ -305,23 +350,25 @@ void Taskmill_AppWindow::ExitSlot()
     if (m_quitting || (m_window && m_project.AskToSave() == Taskmill_Project::SaveAnswer::Cancel))
         return;
     ShutDown();
-    EndEventLoop();
+    EndEventLoop(0);
 }
 
 void Taskmill_AppWindow::QuitAtOnceSlot()
 {
-    if (!m_quitting)
-        m_project.SaveUnattended();
+    // An end that is under way goes on as it began.
+    if (m_quitting)
+        return;
+    const bool saved = m_project.SaveUnattended();
     ShutDown();
-    EndEventLoop();
+    EndEventLoop(saved ? 0 : ExitStatusWithoutSaving);
 }
 
-void Taskmill_AppWindow::EndEventLoop()
+void Taskmill_AppWindow::EndEventLoop(int status)
 {
     if (m_options.NoEventLoop && m_options.ExitWithoutEventLoop)
-        m_options.ExitWithoutEventLoop();
+        m_options.ExitWithoutEventLoop(status);
     else
-        QCoreApplication::exit(0);
+        QCoreApplication::exit(status);
 }
 
 bool Taskmill_AppWindow::eventFilter(QObject *watched, QEvent *event)

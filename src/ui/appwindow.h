@@ -28,8 +28,9 @@ struct Taskmill_AppWindowOptions
     QString StartUpFile; ///< project file named on the command line; may be empty
     QString Banner;      ///< printed when a console starts
     bool NoEventLoop = false;
+    bool Unattended = false; ///< nobody is to be asked anything at the start
     /// Ends the process at once where there is no event loop to quit; called when everything is shut down.
-    std::function<void()> ExitWithoutEventLoop;
+    std::function<void(int status)> ExitWithoutEventLoop;
 };
 
 /// The manager's hub, made in every run mode: it owns the project, the jobs and the server, and in graphical
@@ -39,6 +40,9 @@ class Taskmill_AppWindow : public QObject, private Taskmill_RequestHandler
     Q_OBJECT
 
 public:
+    /// The exit status when the project could not be saved to its own file and nobody could be asked.
+    static constexpr int ExitStatusWithoutSaving = 4;
+
     explicit Taskmill_AppWindow(Taskmill_AppWindowOptions options);
     ~Taskmill_AppWindow() override;
     Q_DISABLE_COPY_MOVE(Taskmill_AppWindow)
@@ -75,7 +79,8 @@ public Q_SLOTS:
     void UpdateMenusSlot();
     void SystemTrayShowWindowSlot();
     void SystemTrayHideWindowSlot();
-    /// Quits without a question, as on a signal: a project that has a file is saved first.
+    /// Quits without a question, as on a signal: a project that has a file is saved first. When it could not
+    /// be saved to it, the exit status says so.
     void QuitAtOnceSlot();
 
     /// Closing the main window only puts it away; shown again, it is up to date.
@@ -93,7 +98,9 @@ private:
     void ShowTrayIcon();
     void StartConsole();
     void UpdateWindowTitle();
-    void EndEventLoop();
+    void EndEventLoop(int status);
+    [[nodiscard]] QStringList NoticesAtStart(bool asksAboutJobs) const;
+    void SpeakAtStart();
     [[nodiscard]] QWidget *PageOf(Taskmill_Page page) const;
     [[nodiscard]] Taskmill_JobTabs Tabs();
 
@@ -117,6 +124,7 @@ private:
     std::unique_ptr<Taskmill_OpenFilesDialog> m_openFilesDialog;
     std::unique_ptr<Taskmill_TrayIcon> m_trayIcon;
     std::unique_ptr<Taskmill_Console> m_console;
+    bool m_hasSpokenAtStart = false;
     bool m_askingToExit = false;
     bool m_quitting = false;
 };

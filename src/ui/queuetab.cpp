@@ -31,6 +31,7 @@ struct Taskmill_QueueTab::Entries
     QAction *streamLog = nullptr;
     const QAction *limit = nullptr;
     const QAction *pause = nullptr;
+    const QAction *runAgain = nullptr; ///< there only
 
     Entries(Taskmill_ContextMenu &menu, bool hasSelection, bool hasCurrentJob)
         : remove{menu.AddEntry(u"Remove"_s, hasSelection)}
@@ -48,6 +49,12 @@ struct Taskmill_QueueTab::Entries
             u"Maximum Number of Running Jobs Allowed (Currently %1)..."_s.arg(queue.MaxRunningJobs()));
         menu.AddSeparator();
         pause = menu.AddEntry(queue.IsPaused() ? u"Unpause Queue"_s : u"Pause Queue"_s);
+        menu.AddSeparator();
+    }
+
+    void AddRunAgain(bool anyHeld, Taskmill_ContextMenu &menu)
+    {
+        runAgain = menu.AddEntry(u"Run Again"_s, anyHeld);
         menu.AddSeparator();
     }
 
@@ -171,6 +178,14 @@ QList<int> Taskmill_QueueTab::SelectionOfMenu() const
     return JobIDsOfRows(rows);
 }
 
+bool Taskmill_QueueTab::AnyHeld(const QList<int> &jobIDs) const
+{
+    return std::ranges::any_of(jobIDs, [this](int jobID) {
+        const Taskmill_Job *job = JobOf(jobID);
+        return job && job->IsHeld();
+    });
+}
+
 void Taskmill_QueueTab::ContextMenuSlot(const QPoint &position)
 {
     FillTable();
@@ -183,6 +198,8 @@ void Taskmill_QueueTab::ContextMenuSlot(const QPoint &position)
     Entries entries{menu, !selection.isEmpty(), currentJob != nullptr};
     if (m_variant.queue)
         entries.AddThoseOf(*m_variant.queue, menu);
+    if (m_variant.list)
+        entries.AddRunAgain(AnyHeld(selection), menu);
     menu.AddHelp(m_variant.helpId);
     if (currentJob)
         entries.Refine(*currentJob);
@@ -202,6 +219,8 @@ void Taskmill_QueueTab::Act(const Entries &entries, const QAction &chosen, const
         AskForLimit();
     else if (&chosen == entries.pause)
         SetPaused(!m_variant.queue->IsPaused());
+    else if (&chosen == entries.runAgain)
+        m_variant.list->Release(selection);
     else if (const Taskmill_Job *job = JobOf(currentJobID))
         View(entries, chosen, *job);
 }

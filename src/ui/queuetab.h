@@ -13,6 +13,7 @@ class Taskmill_Job;
 class Taskmill_JobQueue;
 class Taskmill_JobsModel;
 class Taskmill_QueueOwner;
+class Taskmill_QueuelessJobsList;
 class Taskmill_QueuePausedBar;
 class Taskmill_TableFiller;
 
@@ -29,7 +30,8 @@ public:
         Taskmill_Destination destination;
         QString name; ///< under which the columns are remembered
         QString helpId;
-        Taskmill_JobQueue *queue = nullptr; ///< nullptr for the list that has no limit and no pause
+        Taskmill_JobQueue *queue = nullptr;         ///< nullptr for the list that has no limit and no pause
+        Taskmill_QueuelessJobsList *list = nullptr; ///< that one
     };
 
     /// The owner of the jobs outlives this. Makes the page as a child of the parent.
@@ -67,6 +69,7 @@ private:
     [[nodiscard]] Taskmill_Job *JobOf(int jobID) const;
     [[nodiscard]] QList<int> JobIDsOfRows(const QList<int> &rows) const;
     [[nodiscard]] QList<int> SelectionOfMenu() const;
+    [[nodiscard]] bool AnyHeld(const QList<int> &jobIDs) const;
     void Act(const Entries &entries, const QAction &chosen, const QList<int> &selection, int currentJobID);
     void View(const Entries &entries, const QAction &chosen, const Taskmill_Job &job);
     void AskForLimit();

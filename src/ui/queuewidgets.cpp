@@ -43,6 +43,7 @@ Taskmill_QueuelessJobsWidget::Taskmill_QueuelessJobsWidget(QWidget *parent,
     , m_tab{MakeTab(parent, *this,
                     {.destination = Taskmill_Destination::Queueless,
                      .name = u"Queueless_Jobs"_s,
-                     .helpId = u"taskmill/queuelessjobs"_s})}
+                     .helpId = u"taskmill/queuelessjobs"_s,
+                     .list = &Jobs()})}
 {
 }

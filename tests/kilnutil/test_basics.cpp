@@ -2,10 +2,13 @@
 #include "kilnutil/filesys.h"
 #include "kilnutil/idmanager.h"
 #include "kilnutil/outputbuffer.h"
+#include "kilnutil/statefolder.h"
 #include "kilnutil/stringutil.h"
 #include "kilnutil/textencoding.h"
 #include "support/testutil.h"
 
+#include <QDir>
+#include <QFile>
 #include <QtTest>
 
 #include <limits>
@@ -51,6 +54,41 @@ private Q_SLOTS:
         QCOMPARE(ports("65536", "0"), (QList{27641, 27642}));
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u"TASKMILL_CONSOLE_PORT.*ignored.*27642"_s});
         QCOMPARE(ports("27642", {}), (QList{27641, 27642}));
+    }
+
+    void StateFolderIsOneUsersOwn()
+    {
+        const QTemporaryDir directory;
+        const auto folder = [&directory] {
+            return KilnUtil_StateFolder().replace(directory.path(), u"DIR"_s);
+        };
+        qputenv("TASKMILLPREFS_DIR", directory.filePath(u"prefs"_s).toLocal8Bit());
+        QCOMPARE(folder(), u"DIR/prefs/state"_s);
+        if (isWindows)
+            return;
+        const QString state = directory.filePath(u"prefs/state"_s);
+        const auto everybody =
+            QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeOther;
+        const auto rights = [&state] {
+            return QFile::permissions(state) & (QFile::ReadGroup | QFile::ExeGroup | QFile::ExeOther);
+        };
+        QVERIFY(!rights());
+        QVERIFY(QFile::setPermissions(state, everybody));
+        QCOMPARE(folder(), u"DIR/prefs/state"_s);
+        QVERIFY(!rights());
+        // Somebody else may have made the link.
+        QVERIFY(QDir{}.rmdir(state) && QFile::link(directory.path(), state));
+        QCOMPARE(folder(), QString{});
+        QVERIFY(QFile::remove(state));
+        WriteTestFile(state, {});
+        QCOMPARE(folder(), QString{});
+
+        qunsetenv("TASKMILLPREFS_DIR");
+        qputenv("XDG_STATE_HOME", directory.filePath(u"a/b"_s).toLocal8Bit());
+        QCOMPARE(folder(), u"DIR/a/b/taskmill"_s);
+        qputenv("XDG_STATE_HOME", "relative");
+        qputenv("HOME", directory.path().toLocal8Bit());
+        QCOMPARE(folder(), u"DIR/.local/state/taskmill"_s);
     }
 
     void LargestNumberIsNoTrap()

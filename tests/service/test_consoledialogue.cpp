@@ -101,7 +101,7 @@ struct Session
                                               .JobTypes = manager.jobTypes,
                                               .Submitter = manager.submitter,
                                               .Project = manager.project,
-                                              .Notice = u"Notice"_s,
+                                              .Notices = {u"Notice"_s},
                                               .Exit = exit};
         console = std::make_unique<Taskmill_Console>(u"Banner"_s, here, context, std::move(scripted));
         console->RunSlot();
