@@ -6,6 +6,28 @@ using namespace Qt::Literals::StringLiterals;
 using Worker = Taskmill_Console_Worker;
 using Destination = Taskmill_Destination;
 
+/// The words in lines that begin at a column, where the first one stands already, and end before another; 0
+/// for none such.
+static QString Wrapped(const QString &words, qsizetype begin, qsizetype end)
+{
+    if (end <= begin)
+        return words;
+    QString text;
+    qsizetype column = begin;
+    for (const QString &word : words.split(u' ')) {
+        if (column > begin && column + 1 + word.size() > end) {
+            text += u'\n' + QString{begin, u' '};
+            column = begin;
+        } else if (column > begin) {
+            text += u' ';
+            ++column;
+        }
+        text += word;
+        column += word.size();
+    }
+    return text;
+}
+
 QList<Worker::Command> Worker::Commands()
 {
     static const QList<Command> commands{
@@ -234,7 +256,7 @@ void Worker::Help()
     }
     QString text = u"\n"_s;
     for (const auto &[words, help] : lines)
-        text += words.leftJustified(width) + u"  "_s + help + u'\n';
+        text += words.leftJustified(width) + u"  "_s + Wrapped(help, width + 2, Columns()) + u'\n';
     Print(text + u'\n');
 }
 

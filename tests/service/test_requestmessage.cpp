@@ -46,6 +46,14 @@ private Q_SLOTS:
         QVERIFY(!Message::Parse("confirmaction=yes\nconfirmaction=no").ConfirmAction);
     }
 
+    void ExactJobTypeNeedsAnAnswer()
+    {
+        // To others the line means nothing.
+        QVERIFY(Message::Parse("jobtypeexact=yes\nclientreply=yes\n").ExactJobType);
+        QVERIFY(!Message::Parse("jobtypeexact=yes\n").ExactJobType);
+        QVERIFY(!Message::Parse("jobtypeexact=no\nclientreply=yes\n").ExactJobType);
+    }
+
     void PlaceholderLines()
     {
         const auto values = [](const QByteArray &text) {
