@@ -107,7 +107,7 @@ std::string Taskmill_Submission::Message() const
         message += "clientaddress=127.0.0.1\nclientport=" + std::to_string(m_notifications.Port()) +
                    "\nclientnotification=1\n";
     message += "action=submitjob\n" + m_options.Lines + "jobinputfile=" + m_options.Files[index].Path + '\n';
-    return message.append(Taskmill_WireReplyRequest);
+    return message.append(Taskmill_WireDetailedReply).append("\n").append(Taskmill_WireReplyRequest);
 }
 
 /// Each request has a connection of its own.

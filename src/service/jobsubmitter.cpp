@@ -349,7 +349,8 @@ void Taskmill_JobSubmitter::MakeJob(const Taskmill_RequestMessage &request, cons
             u"the job type %1 or the input file %2 cannot be used"_s.arg(jobType.Name, inputFile);
     } else {
         result.JobIDs.append(job.JobID);
-        result.JobLines += AnswerLines(job, m_tabs.LimitedQueue(destination));
+        if (request.DetailedReply)
+            result.JobLines += AnswerLines(job, m_tabs.LimitedQueue(destination));
         owner->Submit(new Taskmill_Job{std::move(job)});
     }
 }

@@ -19,7 +19,7 @@ struct Taskmill_SubmitResult
 {
     QList<int> JobIDs;
     QString Refusal;
-    QByteArray JobLines; ///< describe the jobs in the answer to the client; see wire/protocol.h
+    QByteArray JobLines; ///< of the answer, if they are wanted; see Taskmill_WireDetailedReply
 };
 
 /// Turns requests, and files that the user hands in, into jobs: which job type, which queue, which name, and

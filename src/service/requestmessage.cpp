@@ -53,9 +53,15 @@ void SetUnconfirmed(Message &message, const QString &)
     message.ConfirmAction = false;
 }
 
-void SetExactJobType(Message &message, const QString &)
+template <bool Message::*Field>
+void SetFlag(Message &message, const QString &)
 {
-    message.ExactJobType = true;
+    message.*Field = true;
+}
+
+constexpr QLatin1StringView Latin1(std::string_view text)
+{
+    return {text.data(), static_cast<qsizetype>(text.size())};
 }
 
 void Ignore(Message &, const QString &) {}
@@ -76,8 +82,8 @@ constexpr std::array keys{
     Key{"confirmaction=false"_L1, SetUnconfirmed},
     Key{"jobsilent="_L1, Ignore},
     Key{"jobtypename="_L1, SetText<&Message::JobTypeName>},
-    Key{QLatin1StringView{Taskmill_WireExactJobType.data(), Taskmill_WireExactJobType.size()},
-        SetExactJobType},
+    Key{Latin1(Taskmill_WireExactJobType), SetFlag<&Message::ExactJobType>},
+    Key{Latin1(Taskmill_WireDetailedReply), SetFlag<&Message::DetailedReply>},
     Key{"jobclass="_L1, Ignore},
     Key{"jobname="_L1, SetText<&Message::JobName>},
     Key{"jobqueue="_L1, SetText<&Message::JobQueue>},
@@ -131,7 +137,8 @@ Taskmill_RequestMessage Taskmill_RequestMessage::Parse(const QByteArray &bytes)
             line.chop(1);
         ReadLine(message, positions, line.toString());
     }
-    message.ExactJobType = message.ExactJobType && Taskmill_AsksForReply(bytes);
+    if (!Taskmill_AsksForReply(bytes))
+        message.ExactJobType = message.DetailedReply = false;
     return message;
 }
 

@@ -21,7 +21,9 @@ struct Taskmill_RequestMessage
     QString Action;
     bool ConfirmAction = false;
     QString JobTypeName;
-    bool ExactJobType = false; ///< no other job type will do; only of a message that asks for an answer
+    /// No other job type will do. This and the next only of a message that asks for an answer.
+    bool ExactJobType = false;
+    bool DetailedReply = false; ///< the answer is to describe the jobs
     QString JobName;
     QString JobQueue;
     QString JobInputFile;

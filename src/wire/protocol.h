@@ -5,10 +5,14 @@
 /// The line that a client sends last when it wants to be told on the same connection what became of its
 /// request. With it the message is complete, so such a client need neither close its side nor fall silent.
 /// The answer is one line "accepted=" with the numbers of the jobs, separated by blanks, or "refused=" with
-/// the reason. Behind "accepted=", further lines key=value describe each job, beginning with its number.
+/// the reason.
 constexpr std::string_view Taskmill_WireReplyRequest = "clientreply=yes\n";
 constexpr std::string_view Taskmill_WireAccepted = "accepted=";
 constexpr std::string_view Taskmill_WireRefused = "refused=";
+
+/// A request for an answer that holds this line gets further lines behind "accepted=": for each job, in the
+/// order of their numbers, the following keys and their values.
+constexpr std::string_view Taskmill_WireDetailedReply = "replydetails=yes";
 constexpr std::string_view Taskmill_WireJobID = "jobid=";
 constexpr std::string_view Taskmill_WireJobTypeName = "jobtypename=";
 constexpr std::string_view Taskmill_WireJobQueue = "jobqueue=";       ///< "long", "short" or "none"

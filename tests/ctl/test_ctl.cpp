@@ -120,7 +120,7 @@ private Q_SLOTS:
         QCOMPARE(request.PlaceholderValues,
                  (Taskmill_PlaceholderValues{{u"@TITLE"_s, u"a\nb"_s}, {u"@N"_s, u"1=2"_s}}));
         QVERIFY(request.ConfirmAction && !request.ClientNotification.has_value());
-        QVERIFY(request.ExactJobType);
+        QVERIFY(request.ExactJobType && request.DetailedReply);
     }
 
     void AnswerDecidesTheStatus()

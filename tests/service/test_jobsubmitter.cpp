@@ -162,14 +162,17 @@ private Q_SLOTS:
     {
         AddType(u"Lång"_s, u"Long"_s, u"Files (*.one)"_s);
         const auto lines = [this](const QByteArray &request) {
-            return m_manager->submitter.Submit(Taskmill_RequestMessage::Parse(request)).JobLines;
+            const auto message = Taskmill_RequestMessage::Parse(request + "\nclientreply=yes\n");
+            return m_manager->submitter.Submit(message).JobLines;
         };
         const QByteArray file = QDir::currentPath().toUtf8() + "/a.one";
-        QCOMPARE(lines("jobtypename=Auto\njobinputfile=a.one"),
-                 "jobid=1\njobtypename=Lång\njobqueue=long\nqueuepaused=yes\njobinputfile=" + file + '\n');
+        QCOMPARE(lines("jobtypename=lång"), "");
+        const QByteArray wanted = "replydetails=yes\njobtypename=";
+        QCOMPARE(lines(wanted + "Auto\njobinputfile=a.one"),
+                 "jobid=2\njobtypename=Lång\njobqueue=long\nqueuepaused=yes\njobinputfile=" + file + '\n');
         m_manager->shortJobs.Jobs().SetPaused(false);
-        QVERIFY(lines("jobtypename=lång\njobqueue=short").contains("jobqueue=short\nqueuepaused=no\n"));
-        QVERIFY(lines("jobtypename=lång\njobqueue=none").contains("jobqueue=none\nqueuepaused=no\n"));
+        QVERIFY(lines(wanted + "lång\njobqueue=short").contains("jobqueue=short\nqueuepaused=no\n"));
+        QVERIFY(lines(wanted + "lång\njobqueue=none").contains("jobqueue=none\nqueuepaused=no\n"));
     }
 
     void OnlyTheWindowAsksForConfirmation()

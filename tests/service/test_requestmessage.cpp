@@ -46,9 +46,11 @@ private Q_SLOTS:
         QVERIFY(!Message::Parse("confirmaction=yes\nconfirmaction=no").ConfirmAction);
     }
 
-    void ExactJobTypeNeedsAnAnswer()
+    void WhatTheAnswerIsToHoldNeedsAnAnswer()
     {
-        // To others the line means nothing.
+        // To others the lines mean nothing.
+        QVERIFY(Message::Parse("replydetails=yes\nclientreply=yes\n").DetailedReply);
+        QVERIFY(!Message::Parse("replydetails=yes\nclientreply=no\n").DetailedReply);
         QVERIFY(Message::Parse("jobtypeexact=yes\nclientreply=yes\n").ExactJobType);
         QVERIFY(!Message::Parse("jobtypeexact=yes\n").ExactJobType);
         QVERIFY(!Message::Parse("jobtypeexact=no\nclientreply=yes\n").ExactJobType);
