@@ -47,6 +47,22 @@ private Q_SLOTS:
         QCOMPARE(checked({missing, here}, false), std::pair(Outcome::MissingFile, QString{}));
         QCOMPARE(checked({u"-nogui"_s, missing}, true), std::pair(Outcome::MissingFile, QString{}));
         QCOMPARE(checked({missing, here, u"-run"_s}, false), std::pair(Outcome::GoOn, QString{}));
+        QCOMPARE(checked({u"-h"_s, missing}, false), std::pair(Outcome::ShowUsage, QString{}));
+    }
+
+    void UnknownOptionsAndTheFileAreNamed()
+    {
+        const auto unknown = [](const QString &line) {
+            return Taskmill_UnknownOptions(line.split(u' ')).join(u' ');
+        };
+        QCOMPARE(unknown(u"taskmill -Console --help -h -DebugFile=x -list jobs.mill"_s), QString{});
+        QCOMPARE(unknown(u"taskmill --console -debugfiles x -run"_s), u"--console -debugfiles"_s);
+        const auto named = [](const QString &line) {
+            return Taskmill_FileNamed(line.split(u' '));
+        };
+        QCOMPARE(named(u"taskmill -console"_s), QString{});
+        QCOMPARE(named(u"taskmill -platform xcb -run a.mill b.mill"_s), u"a.mill"_s);
+        QCOMPARE(Taskmill_ProblemOfMissingFile(u"a.mill"_s), u"the file a.mill does not exist"_s);
     }
 };
 

@@ -17,6 +17,8 @@
 #include <memory>
 #include <vector>
 
+#include <sys/resource.h>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -49,6 +51,7 @@ private Q_SLOTS:
     void ClientMakesTheSameJobTypes();
     void SecondStartLeavesTheFirstAlone();
     void WorksOnWithoutItsPort();
+    void SurvivesAFullDisk();
     void ServesInTheMidstOfIdlersAndGarbage();
 
 private:
@@ -131,7 +134,16 @@ void TestManagerProgram::StartsInVain_data()
     QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("output");
     QTest::newRow("help") << QStringList{u"-NoGui"_s, u"-HELP"_s} << 3 << QByteArray{"Usage:    taskmill"};
-    QTest::newRow("missing file") << QStringList{u"-console"_s, u"missing.mill"_s} << 2 << QByteArray{};
+    QTest::newRow("help without a display")
+        << QStringList{u"--help"_s} << 3 << QByteArray{"Usage:    taskmill"};
+    QTest::newRow("version without a display")
+        << QStringList{u"--Version"_s} << 0 << QByteArray{"taskmill 1.1.18\n"};
+    QTest::newRow("missing file") << QStringList{u"-console"_s, u"missing.mill"_s} << 2
+                                  << QByteArray{"taskmill: the file missing.mill does not exist\n"};
+    QTest::newRow("dangling link") << QStringList{u"-console"_s, u"dangling.mill"_s} << 2
+                                   << QByteArray{"taskmill: the link dangling.mill leads to no file\n"};
+    QTest::newRow("unknown option") << QStringList{u"-console"_s, u"-concole"_s, u"missing.mill"_s} << 2
+                                    << QByteArray{"taskmill: unknown option -concole"};
     QTest::newRow("window without a display") << QStringList{} << 1 << QByteArray{"taskmill: there is no"};
 }
 
@@ -141,6 +153,7 @@ void TestManagerProgram::StartsInVain()
     QFETCH(int, status);
     QFETCH(QByteArray, output);
     const auto [consolePort, guiPort] = ManagerProcess::FreePorts();
+    QVERIFY(QFile::link(u"nowhere"_s, Project().Path(u"dangling.mill"_s)));
     ManagerProcess manager{Project().Path({})};
     manager.Launch(arguments, consolePort, guiPort);
     QCOMPARE(manager.End(), ManagerEnd{.status = status});
@@ -201,6 +214,12 @@ void TestManagerProgram::SecondStartLeavesTheFirstAlone()
     second.Launch({u"-console"_s}, Manager().Port(), ManagerProcess::FreePorts().second);
     QCOMPARE(second.End(), ManagerEnd{.status = 0});
     QCOMPARE(second.Output() + second.Errors(), "");
+    const quint16 port = Manager().Port();
+    second.Launch({u"-console"_s, u"other.mill"_s}, port, ManagerProcess::FreePorts().second);
+    QCOMPARE(second.End(), ManagerEnd{.status = 0});
+    QCOMPARE(second.Output() + second.Errors(), "taskmill: a manager runs already, on port " +
+                                                    QByteArray::number(port) +
+                                                    "; other.mill was not opened\n");
     QVERIFY(Manager().Command("list queueless jobs").contains("Running"));
 }
 
@@ -214,6 +233,41 @@ void TestManagerProgram::WorksOnWithoutItsPort()
     QCOMPARE(manager.Command("list long jobs"), "\nLong Jobs Queue is Empty\n\n");
     QVERIFY(manager.Errors().startsWith("Cannot listen on port "));
     QCOMPARE(manager.Quit({"1"}), ManagerEnd{.status = 0});
+}
+
+void TestManagerProgram::SurvivesAFullDisk()
+{
+    QVERIFY(Project().AddType(u"Signal"_s, u"/bin/sh"_s, u"@EXEFILE -c \"kill -XFSZ $$\""_s) &&
+            Project().Start());
+    const auto setLimit = [this](rlim_t bytes) {
+        const rlimit limit{.rlim_cur = bytes, .rlim_max = RLIM_INFINITY};
+        return prlimit(Manager().ProcessID(), RLIMIT_FSIZE, &limit, nullptr) == 0;
+    };
+    // The signal that the manager lives through is a job's death as everywhere.
+    const CtlResult run = Manager().Ctl({u"submit"_s, Project().InputFile(u"a.in"_s), u"--type"_s,
+                                         u"Signal"_s, u"--queue"_s, u"queueless"_s, u"--wait"_s});
+    QVERIFY2(run.out.contains("crashed"), run.out);
+    QVERIFY(setLimit(0));
+    QVERIFY(Manager().Ask("save", "could not be written"));
+    QVERIFY(Manager().Expect("Enter Project File:  "));
+    QVERIFY(Manager().Command("cancel").contains("not saved"));
+    QVERIFY(setLimit(RLIM_INFINITY));
+    // Its own directory is out of reach now.
+    QVERIFY(QFile::rename(Project().ProjectPath(), Project().Path(u"aside"_s)) &&
+            QFile::link(u"gone/jobs.mill"_s, Project().ProjectPath()));
+    Manager().Signal(SIGTERM);
+    QCOMPARE(Manager().End(), ManagerEnd{.status = 4});
+    const QDir state{Project().Path(u".local/state/taskmill"_s)};
+    const QStringList spare = state.entryList({u"taskmill-spare-jobs-*.mill"_s});
+    QCOMPARE(spare.size(), 1);
+    const QByteArray path = state.filePath(spare.first()).toUtf8();
+    QVERIFY2(Manager().Errors().contains("it was written to " + path), Manager().Errors());
+
+    const auto [consolePort, guiPort] = ManagerProcess::FreePorts();
+    ManagerProcess next{Project().Path({})};
+    next.Launch({u"-console"_s}, consolePort, guiPort);
+    QVERIFY(next.Expect("was written to " + path) && next.Expect("\n\n<Taskmill> "));
+    QCOMPARE(next.Quit({"yes"}), ManagerEnd{.status = 0});
 }
 
 void TestManagerProgram::ServesInTheMidstOfIdlersAndGarbage()

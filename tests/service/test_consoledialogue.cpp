@@ -87,6 +87,7 @@ struct Session
     std::unique_ptr<Taskmill_Console> console;
     ScriptedTerminal *terminal = nullptr; ///< the console's
     int exits = 0;                        ///< how often the program was to be ended
+    bool asksAtStart = false;
 
     Session()
         : gated{(manager.NewProject(), manager.AddGatedJobType())}
@@ -113,6 +114,7 @@ struct Session
                                               .Submitter = manager.submitter,
                                               .Project = manager.project,
                                               .Notices = {u"Notice"_s},
+                                              .AsksAtStart = asksAtStart,
                                               .Exit = exit};
         console = std::make_unique<Taskmill_Console>(u"Banner"_s, here, context, std::move(scripted));
         console->RunSlot();
@@ -182,9 +184,11 @@ private Q_SLOTS:
         };
         QCOMPARE(quit({u"perhaps"_s, u"Cancel"_s}), saveQuestion + u'\n' + saveQuestion + u'\n' + prompt);
         QCOMPARE(quit({u"yes"_s, u" "_s}), saveQuestion + fileQuestion + u'\n' + prompt);
-        QCOMPARE(quit({u"yes"_s, old, u"no"_s}), saveQuestion + fileQuestion + exists + u'\n' + prompt);
-        QCOMPARE(quit({u"yes"_s, session.manager.Path(u"missing/new"_s)}),
-                 saveQuestion + fileQuestion + u'\n' + prompt);
+        // Where one file is not to be had, another one is asked for.
+        QCOMPARE(quit({u"yes"_s, old, u"no"_s, u"cancel"_s}),
+                 saveQuestion + fileQuestion + exists + fileQuestion + u'\n' + prompt);
+        QCOMPARE(quit({u"yes"_s, session.manager.Path(u"missing/new"_s), u"cancel"_s}),
+                 saveQuestion + fileQuestion + fileQuestion + u'\n' + prompt);
         QCOMPARE(session.exits, 0);
         QCOMPARE(quit({u"NO"_s}), saveQuestion + u'\n');
         QCOMPARE(session.exits, 1);
@@ -195,6 +199,57 @@ private Q_SLOTS:
         QCOMPARE(session.exits, 2);
         QCOMPARE(session.manager.project.FilePath(), old);
         QVERIFY(ReadTestFile(old) != "old");
+    }
+
+    void SavesToTheFileThatIsNamed()
+    {
+        Session session;
+        const QString fileQuestion = u"\n<Taskmill> Enter Project File:  "_s;
+        const auto savedTo = [](const QString &file) {
+            return u"\n<Taskmill> The project was saved to %1.\n\n"_s.arg(file);
+        };
+        const QString first = session.manager.Path(u"first.mill"_s);
+        QCOMPARE(session.Run({u"save "_s + first.chopped(5)}), savedTo(first) + prompt);
+        session.Submit(u"a.in"_s);
+        // Its directory is gone, or another program has written to it.
+        const QString second = session.manager.Path(u"second.mill"_s);
+        QVERIFY(QFile::remove(first) && QDir{}.mkdir(first));
+        QCOMPARE(
+            session.Run({u"save"_s, u"yes"_s, second}),
+            u"\n<Taskmill> %1 was changed by another program.  Do you want to replace it?  "_s.arg(first) +
+                fileQuestion + savedTo(second) + prompt);
+        QCOMPARE(session.manager.project.FilePath(), second);
+        QCOMPARE(session.Run({u"save "_s + session.manager.Path(u"none/x"_s), u""_s}),
+                 fileQuestion + u"\n<Taskmill> The project was not saved.\n\n"_s + prompt);
+    }
+
+    void HeldJobsRunWhenTheUserSaysSo()
+    {
+        Session session;
+        for (const QString &name : {u"a.in"_s, u"b.in"_s, u"c.in"_s})
+            session.manager.queuelessJobs.Submit(
+                session.manager.NewJob(session.gated, session.manager.InputFile(name)));
+        const QString file = session.manager.Path(u"jobs.mill"_s);
+        QVERIFY(session.manager.project.SaveProjectAs(file) && session.manager.project.OpenProject(file));
+        QCOMPARE(session.manager.queuelessJobs.HeldJobsNotice(),
+                 u"3 queueless jobs were running when this project was closed. They wait until they are run "
+                 "again or removed."_s);
+        // Nobody is asked where nobody answers.
+        QCOMPARE(session.Run({u"run job 2"_s, u"run job 2"_s, u"run job 9"_s}),
+                 u"\n<Taskmill> Job 2 runs again.\n\n"_s + prompt +
+                     u"\n<Taskmill> Job 2 is not held back.\n\n"_s + prompt +
+                     u"\n<Taskmill> There is no waiting or running job 9.\n\n"_s + prompt);
+        session.asksAtStart = true;
+        session.Start({u"no"_s}, true);
+        QVERIFY(session.terminal->Output().startsWith(
+            u"Banner\n\n<Taskmill> Notice\n\n\n<Taskmill> 2 queueless jobs were running when this project "
+            u"was "
+            "closed. Run them again?  \n<Taskmill> What waits can be run later by"_s));
+        QCOMPARE(session.manager.queuelessJobs.Jobs().HeldJobIDs(), (QList{1, 3}));
+        session.Start({u"yes"_s, u"run held jobs"_s}, true);
+        QVERIFY(session.terminal->Output().endsWith(u"\n<Taskmill> 2 jobs run again.\n\n"_s + prompt +
+                                                    u"\n<Taskmill> No job is held back.\n\n"_s + prompt));
+        QVERIFY(session.manager.queuelessJobs.Jobs().HeldJobIDs().isEmpty());
     }
 
     void ProjectFileIsNamedAsInAShell()

@@ -2,6 +2,7 @@
 
 #include "db/databasetestutil.h"
 #include "jobs/job.h"
+#include "service/spareproject.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
@@ -82,8 +83,15 @@ private Q_SLOTS:
         QCOMPARE(FinishedCount(), 1);
         QCOMPARE(m_manager->finishedJobs.OutputOf(m_manager->finishedJobs.Jobs().first()),
                  finished.StdOutAndStdErr);
-        // Jobs without a queue start again at once.
+        // Jobs without a queue that ran do so again when the user says so, however often they are saved.
         TestManager::Release(queueless);
+        QVERIFY(m_manager->project.SaveProjectAs(File()) && m_manager->project.OpenProject(File()));
+        QCOMPARE(m_manager->queuelessJobs.Jobs().HeldJobIDs(), QList<int>{4});
+        QCOMPARE(m_manager->queuelessJobs.Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Pending);
+        QCOMPARE(m_manager->queuelessJobs.HeldJobsQuestion().text,
+                 u"1 queueless job was running when this project was closed. Run it again?"_s);
+        QCOMPARE(m_manager->queuelessJobs.Jobs().Release({4}), 1);
+        QVERIFY(m_manager->queuelessJobs.HeldJobsQuestion().text.isEmpty());
         QTRY_COMPARE(FinishedCount(), 2);
         QCOMPARE(RowsOf(TestManager::Database(), u"SELECT JobID, Status FROM FinishedJobs WHERE JobID = 4"_s),
                  QStringList{u"4|Completed"_s});
@@ -140,10 +148,12 @@ private Q_SLOTS:
         QVERIFY(!m_manager->project.SaveProjectAs(m_manager->Path(u"missing/other.mill"_s)));
         QVERIFY(QFile::rename(File(), m_manager->Path(u"aside"_s)));
         QVERIFY(QDir{}.mkdir(File()));
-        // Another program has put it there.
+        // Another program has put it there. The user names another place that does not serve either, and then
+        // none.
         m_manager->prompt.answers = {WarnAnswer::Yes};
+        m_manager->prompt.texts = {m_manager->Path(u"missing/again"_s)};
         QVERIFY(!m_manager->project.SaveProject());
-        QCOMPARE(m_manager->prompt.asked.size(), 3);
+        QCOMPARE(m_manager->prompt.asked.size(), 6);
         QVERIFY(m_manager->project.HasUnsavedChanges());
         QCOMPARE(m_manager->project.FilePath(), File());
         QVERIFY(QDir{}.rmdir(File()));
@@ -177,6 +187,59 @@ private Q_SLOTS:
         m_manager->prompt.answers = {WarnAnswer::Yes};
         QVERIFY(m_manager->project.SaveProject());
         QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM FinishedJobs"_s), QStringList{u"1"_s});
+
+        // Who does not want it replaced is asked for another file.
+        WriteTestFile(File(), "changed");
+        m_manager->prompt.answers = {WarnAnswer::No};
+        m_manager->prompt.texts = {m_manager->Path(u"elsewhere"_s)};
+        QVERIFY(m_manager->project.SaveProject());
+        QCOMPARE(m_manager->project.FilePath(), m_manager->Path(u"elsewhere.mill"_s));
+        QCOMPARE(ReadTestFile(File()), "changed");
+    }
+
+    void UnattendedSaveFindsAnotherPlace()
+    {
+        if (isWindows)
+            QSKIP("The places come from the environment on other systems only.");
+        const QDir directory{m_manager->directory.path()};
+        for (const QString &name : {u"home"_s, u"temporary"_s, u"away"_s})
+            QVERIFY(directory.mkdir(name));
+        qputenv("TASKMILLPREFS_DIR", m_manager->Path(u"preferences"_s).toLocal8Bit());
+        qputenv("HOME", m_manager->Path(u"home"_s).toLocal8Bit());
+        qputenv("TMPDIR", m_manager->Path(u"temporary"_s).toLocal8Bit());
+        m_manager->NewProject();
+        QVERIFY(m_manager->project.SaveProjectAs(m_manager->Path(u"away/jobs.mill"_s)));
+        SubmitGated(m_manager->longJobs);
+        QVERIFY(QDir{m_manager->Path(u"away"_s)}.removeRecursively());
+
+        const auto spareFile = [this] {
+            if (m_manager->project.SaveUnattended() || !m_manager->project.HasUnsavedChanges())
+                return u"It counts as saved"_s;
+            const QStringList files = Taskmill_SpareProjects();
+            if (files.size() != 1 ||
+                RowsOfFile(files.first(), u"SELECT JobID FROM LongJobsQueue"_s) != QStringList{u"1"_s})
+                return u"%1 files"_s.arg(files.size());
+            const QFile::Permissions others = QFile::ReadGroup | QFile::ReadOther;
+            return QFile::permissions(files.first()) & others ? u"Others may read it"_s
+                                                              : DirectoryOf(files.first());
+        };
+        QCOMPARE(spareFile(), u"preferences/state"_s);
+        // A log-out that is called off and comes again takes the same file.
+        QCOMPARE(spareFile(), u"preferences/state"_s);
+        const auto spoil = [](const QString &place) {
+            return QDir{place}.removeRecursively() && QFile::link(u"/missing"_s, place);
+        };
+        QVERIFY(spoil(m_manager->Path(u"preferences/state"_s)));
+        QCOMPARE(spareFile(), u"home"_s);
+        QVERIFY(spoil(m_manager->Path(u"home"_s)));
+        QCOMPARE(spareFile(), u"temporary"_s);
+        // What was planted by somebody else is no file of this user's.
+        QVERIFY(QFile::link(u"/etc/passwd"_s, m_manager->Path(u"temporary/taskmill-spare-x.mill"_s)));
+        QCOMPARE(spareFile(), u"temporary"_s);
+        QVERIFY(m_manager->project.SaveProjectAs(File()));
+        QCOMPARE(Taskmill_SpareProjects(), QStringList{});
+        for (const char *variable : {"TASKMILLPREFS_DIR", "TMPDIR"})
+            qunsetenv(variable);
     }
 
     void SaveDialogCompletesTheName()
@@ -201,8 +264,9 @@ private Q_SLOTS:
         // The dialog itself has asked about a name as it was typed.
         QCOMPARE(saved(u"old.mill"_s), u"old.mill 1"_s);
         QCOMPARE(saved(u"old"_s, WarnAnswer::Yes), u"old.mill 2"_s);
-        QCOMPARE(saved(u"old"_s, WarnAnswer::No), u" 2"_s);
-        QCOMPARE(saved(u"old.mill "_s, WarnAnswer::No), u" 2"_s);
+        // Another name is asked for.
+        QCOMPARE(saved(u"old"_s, WarnAnswer::No), u" 3"_s);
+        QCOMPARE(saved(u"old.mill "_s, WarnAnswer::No), u" 3"_s);
     }
 
     void BadFilesCostNothing()
@@ -250,6 +314,10 @@ private Q_SLOTS:
     }
 
 private:
+    [[nodiscard]] QString DirectoryOf(const QString &path) const
+    {
+        return QDir{m_manager->directory.path()}.relativeFilePath(QFileInfo{path}.path());
+    }
     [[nodiscard]] QString File() const { return m_manager->Path(u"jobs.mill"_s); }
     /// A job that runs until its input file, which is returned, is released.
     QString SubmitGated(Taskmill_QueueOwner &owner, const QString &fileName = u"a.in"_s)
