@@ -125,9 +125,9 @@ private Q_SLOTS:
 
     void AnswerDecidesTheStatus()
     {
-        m_manager->answers = {"accepted=7 8\n", "accepted=9\njobid=9\njobtypename=Wäter\nlater=1\n",
+        m_manager->answers = {"accepted=7 8\n",           "accepted=9\njobid=9\njobtypename=Wäter\nlater=1\n",
                               "refused=keine Größe %1\n", "accepted=7",
-                              "HTTP/1.1 400\r\n\r\n", QByteArray(1 << 21, 'x')};
+                              "HTTP/1.1 400\r\n\r\n",     QByteArray(1 << 21, 'x')};
         QCOMPARE(Run(u"submit water.mop"_s).out, "Job 7: water.mop\nJob 8: water.mop\n");
         QCOMPARE(Run(u"submit water.mop --queue none"_s).out, "Job 9: water.mop (Wäter)\n");
         QVERIFY(Complaint(4, u"submit water.mop"_s).contains("water.mop was refused: keine Größe %1"));
@@ -177,9 +177,9 @@ private Q_SLOTS:
         // An end may be told before the next answer.
         QByteArrayList lines = result.out.trimmed().split('\n');
         std::ranges::sort(lines);
-        QCOMPARE(lines, (QByteArrayList{"Job 22: failed, exit code 3", "Job 22: water.mop",
-                                        "Job 23: completed", "Job 23: water.mop", "Job 24: killed",
-                                        "Job 24: water.mop"}));
+        QCOMPARE(lines,
+                 (QByteArrayList{"Job 22: failed, exit code 3", "Job 22: water.mop", "Job 23: completed",
+                                 "Job 23: water.mop", "Job 24: killed", "Job 24: water.mop"}));
         // Who waits for a paused queue hears of it once.
         QCOMPARE(result.err.count("is paused: job 22 waits"), 1);
         QCOMPARE(result.err.count('\n'), 1);
@@ -189,10 +189,11 @@ private Q_SLOTS:
     {
         m_manager->isBusy = true;
         m_manager->answers = {"accepted=1\n"};
-        const CtlResult result = RunCtl({u"submit"_s, u"water.mop"_s},
-                                        {.consolePort = m_manager->Port(),
-                                         .directory = m_directory->path(),
-                                         .onError = [this] { m_manager->isBusy = false; }});
+        const CtlResult result =
+            RunCtl({u"submit"_s, u"water.mop"_s},
+                   {.consolePort = m_manager->Port(), .directory = m_directory->path(), .onError = [this] {
+                        m_manager->isBusy = false;
+                    }});
         QCOMPARE(result.status, 0);
         QVERIFY2(result.err.contains("asking its user for the job type"), result.err.constData());
     }

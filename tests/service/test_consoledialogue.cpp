@@ -158,8 +158,7 @@ private Q_SLOTS:
         const QString input = u"\n<Taskmill> Enter Input File:  "_s;
         QCOMPARE(session.Run({u"submit job"_s, u"longer"_s, u"Cancel"_s}), queue + u'\n' + queue + prompt);
         // Job types are named, in any case, or numbered.
-        const QString directory =
-            u"\n<Taskmill> %1 is a directory: the name of a file is needed.\n"_s;
+        const QString directory = u"\n<Taskmill> %1 is a directory: the name of a file is needed.\n"_s;
         QCOMPARE(session.Run({u"add job"_s, u" NONE "_s, u"1"_s, u"gated"_s, u"."_s, u"missing"_s, u"~"_s,
                               u"cancel"_s}),
                  queue + type + u"\n<Taskmill> There is no job type \"1\".  The job types are: Gated.\n"_s +
@@ -281,7 +280,8 @@ private Q_SLOTS:
         };
         QCOMPARE(run(u"LIST LONG JOBS"_s, false), prompt);
         QCOMPARE(run(u"LIST LONG JOBS"_s, true),
-                 u"\n<Taskmill> There is no command \"LIST LONG JOBS\"; help lists the commands.\n\n"_s + prompt);
+                 u"\n<Taskmill> There is no command \"LIST LONG JOBS\"; help lists the commands.\n\n"_s +
+                     prompt);
         QCOMPARE(run(u"kill job"_s, true),
                  u"\n<Taskmill> kill job needs N; help lists the commands.\n\n"_s + prompt);
         QCOMPARE(run(u" "_s, true), prompt);
@@ -316,7 +316,8 @@ private Q_SLOTS:
         QTRY_COMPARE(session.Output(), begin + prompt);
         session.terminal->Feed({u"follow job 2"_s, u"follow job 3"_s, u"follow job 1"_s});
         QTRY_COMPARE(session.Output(), begin + prompt + u"\n<Taskmill> Job 2 does not run yet.\n\n"_s +
-                                           prompt + u"\n<Taskmill> There is no job 3.\n\n"_s + prompt + begin);
+                                           prompt + u"\n<Taskmill> There is no job 3.\n\n"_s + prompt +
+                                           begin);
         TestManager::Release(file);
         const QString end = u"done\n\n<Taskmill> Job 1 has ended: completed.\n\n"_s + prompt;
         QTRY_VERIFY2(session.Output().endsWith(end), qPrintable(session.Output()));

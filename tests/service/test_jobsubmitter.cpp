@@ -149,8 +149,7 @@ private Q_SLOTS:
                                                           : m_manager->submitter.Submit(request).Refusal;
         };
         const QByteArray exact = "jobtypeexact=yes\njobtypename=Frist\njobinputfile=a.";
-        QCOMPARE(refusal(exact + "one"),
-                 u"there is no job type \"Frist\"; for this file there are: First"_s);
+        QCOMPARE(refusal(exact + "one"), u"there is no job type \"Frist\"; for this file there are: First"_s);
         QCOMPARE(refusal(exact + "xyz\nconfirmaction=yes"),
                  u"there is no job type \"Frist\"; there are: First, Other"_s);
         QCOMPARE(refusal("jobtypeexact=yes\njobtypename=first"), QString{});

@@ -34,8 +34,7 @@ private Q_SLOTS:
         QTest::newRow("columns are left out")
             << 60 << u"7       water.mop  /opt/mopa...ter.mop\"  11-22-2026 06:08:38"_s
             << u"(too wide to be shown here: Executable Path)"_s;
-        QTest::newRow("hardly anything fits")
-            << 20 << u"7       water.mop"_s << u"(3 column...wn here)"_s;
+        QTest::newRow("hardly anything fits") << 20 << u"7       water.mop"_s << u"(3 column...wn here)"_s;
     }
 
     void LinesFitTheTerminal()
@@ -54,8 +53,9 @@ private Q_SLOTS:
     {
         const QString name = u"分子動力学計算の結果.xyz"_s; // of 24 columns
         for (int width = 1; width < 32; ++width) {
-            const QStringList lines = Taskmill_FittedTextTable({u"N"_s, u"Name"_s}, {{u"1"_s, name}}, width, {})
-                                          .split(u'\n', Qt::SkipEmptyParts);
+            const QStringList lines =
+                Taskmill_FittedTextTable({u"N"_s, u"Name"_s}, {{u"1"_s, name}}, width, {})
+                    .split(u'\n', Qt::SkipEmptyParts);
             for (const QString &line : lines)
                 QVERIFY2(Taskmill_TextWidth(line) <= width, qPrintable(line));
             if (width == 27)
