@@ -181,8 +181,9 @@ int LoadOrSaveDb(sqlite3 *database, const char *fileName, int isSave, QString *r
     QString problem;
     const int result = isSave ? Save(database, path) : Load(database, path, problem);
     if (result != SQLITE_OK)
-        qWarning("Cannot %s %s: %s. %ls", isSave ? "save" : "load", fileName, sqlite3_errstr(result),
-                 qUtf16Printable(problem));
+        // The user is told by whoever wanted it.
+        qInfo("Cannot %s %s: %s. %ls", isSave ? "save" : "load", fileName, sqlite3_errstr(result),
+              qUtf16Printable(problem));
     if (reason)
         *reason = problem;
     return result;

@@ -62,14 +62,14 @@ Taskmill_ConsoleActions::Taskmill_ConsoleActions(Taskmill_ConsoleContext context
 {
 }
 
-QString Taskmill_ConsoleActions::QueueListing(Taskmill_Destination destination) const
+QString Taskmill_ConsoleActions::QueueListing(Taskmill_Destination destination, int width) const
 {
-    return m_context.Tabs.OwnerOf(destination)->ListingText();
+    return m_context.Tabs.OwnerOf(destination)->ListingText(width);
 }
 
-QString Taskmill_ConsoleActions::FinishedListing() const
+QString Taskmill_ConsoleActions::FinishedListing(int width) const
 {
-    return m_context.Tabs.FinishedJobs.ListingText();
+    return m_context.Tabs.FinishedJobs.ListingText(width);
 }
 
 Taskmill_RunningJobs::Reading Taskmill_ConsoleActions::ProcessReading(bool onlyKnownJobTypes) const
@@ -78,12 +78,13 @@ Taskmill_RunningJobs::Reading Taskmill_ConsoleActions::ProcessReading(bool onlyK
     return m_context.RunningJobs.PrepareReading();
 }
 
-QString Taskmill_ConsoleActions::ProcessListing(const QList<Taskmill_ProcessRecord> &processes) const
+QString Taskmill_ConsoleActions::ProcessListing(const QList<Taskmill_ProcessRecord> &processes,
+                                                int width) const
 {
-    return m_context.RunningJobs.ListingText(processes);
+    return m_context.RunningJobs.ListingText(processes, width);
 }
 
-QString Taskmill_ConsoleActions::JobTypeListing() const
+QString Taskmill_ConsoleActions::JobTypeListing(int width) const
 {
     m_context.JobTypes.Refresh();
     QList<QStringList> rows;
@@ -91,7 +92,7 @@ QString Taskmill_ConsoleActions::JobTypeListing() const
     for (const Taskmill_JobType &jobType : jobTypes)
         rows.append(Taskmill_Listings::JobTypeRow(jobType));
     return Taskmill_Listings::Text(u"\nJob Types\n"_s, u"\nJob Types List is Empty\n\n"_s,
-                                   Taskmill_Listings::JobTypeHeaders(), rows);
+                                   Taskmill_Listings::JobTypeHeaders(), rows, width);
 }
 
 QString Taskmill_ConsoleActions::JobText(int jobID) const
@@ -145,22 +146,15 @@ QString Taskmill_ConsoleActions::AddFile(const QString &filePath, const Taskmill
     const std::optional<int> jobID = m_context.Submitter.AddFile(filePath, jobType.JobTypeID, destination);
     if (!jobID)
         return u"\n<Taskmill> The job type %1 cannot run %2.\n\n"_s.arg(jobType.Name, filePath);
-    const Taskmill_JobQueue *queue = LimitedQueue(destination);
+    const Taskmill_JobQueue *queue = m_context.Tabs.LimitedQueue(destination);
     const QString listName = m_context.Tabs.OwnerOf(destination)->ListName();
     return u"\n<Taskmill> Job %1 was added to the %2%3.\n\n"_s.arg(
         QString::number(*jobID), listName, queue && queue->IsPaused() ? u", which is paused"_s : QString{});
 }
 
-Taskmill_JobQueue *Taskmill_ConsoleActions::LimitedQueue(Taskmill_Destination queue) const
-{
-    if (queue == Taskmill_Destination::Long)
-        return &m_context.Tabs.LongJobs.Jobs();
-    return queue == Taskmill_Destination::Short ? &m_context.Tabs.ShortJobs.Jobs() : nullptr;
-}
-
 QString Taskmill_ConsoleActions::SetPaused(Taskmill_Destination queue, bool paused) const
 {
-    LimitedQueue(queue)->SetPaused(paused);
+    m_context.Tabs.LimitedQueue(queue)->SetPaused(paused);
     const QString listName = m_context.Tabs.OwnerOf(queue)->ListName();
     return paused ? u"\n<Taskmill> The %1 is paused.\n\n"_s.arg(listName)
                   : u"\n<Taskmill> The %1 is no longer paused.\n\n"_s.arg(listName);
@@ -168,7 +162,7 @@ QString Taskmill_ConsoleActions::SetPaused(Taskmill_Destination queue, bool paus
 
 QString Taskmill_ConsoleActions::SetLimit(Taskmill_Destination queue, int maxRunningJobs) const
 {
-    LimitedQueue(queue)->SetMaxRunningJobs(maxRunningJobs);
+    m_context.Tabs.LimitedQueue(queue)->SetMaxRunningJobs(maxRunningJobs);
     return u"\n<Taskmill> The %1 runs at most %2 jobs at a time.\n\n"_s.arg(
         m_context.Tabs.OwnerOf(queue)->ListName(), QString::number(maxRunningJobs));
 }

@@ -2,6 +2,7 @@
 
 #include "kilnutil/standardstreams.h"
 #include "service/console.h"
+#include "service/consolepath.h"
 #include "service/consoleshell.h"
 #include "service/project.h"
 #include "service/runningjobs.h"
@@ -32,9 +33,10 @@ QStringList FilesBeginningWith(const QString &typed)
 {
     const qsizetype nameBegin = typed.lastIndexOf(u'/') + 1;
     const QString directory = typed.first(nameBegin);
+    const QString place = directory.isEmpty() ? u"."_s : Taskmill_PathOfUser(directory);
     const QString name = typed.sliced(nameBegin);
     QStringList files;
-    const auto entries = QDir{directory.isEmpty() ? u"."_s : directory}.entryInfoList(
+    const auto entries = QDir{place}.entryInfoList(
         QDir::AllEntries | QDir::NoDotAndDotDot | (name.startsWith(u'.') ? QDir::Hidden : QDir::Filters{}),
         QDir::Name);
     for (const QFileInfo &entry : entries) {
@@ -42,6 +44,16 @@ QStringList FilesBeginningWith(const QString &typed)
             files += directory + entry.fileName() + (entry.isDir() ? u"/"_s : QString{});
     }
     return files;
+}
+bool IsDirectory(const QString &typed)
+{
+    return typed.endsWith(u'/') || QFileInfo{Taskmill_PathOfUser(typed)}.isDir();
+}
+
+QString DirectoryComplaint(const QString &typed)
+{
+    return u"\n<Taskmill> %1 is a directory: the name of a file is needed.\n"_s.arg(
+        QDir::toNativeSeparators(Taskmill_AbsolutePathOfUser(typed)));
 }
 } // namespace
 
@@ -90,14 +102,15 @@ std::optional<QString> Taskmill_Console_Worker::Ask(const QString &prompt)
 }
 
 bool Taskmill_Console_Worker::AskUntil(const QString &prompt,
-                                       const std::function<bool(const QString &)> &accepts)
+                                       const std::function<bool(const QString &)> &accepts,
+                                       const std::function<QString(const QString &)> &complaint)
 {
     while (const std::optional<QString> answer = Ask(prompt)) {
         if (accepts(*answer))
             return true;
         if (IsCancel(*answer))
             return false;
-        Print(u"\n"_s);
+        Print(complaint ? complaint(*answer) : u"\n"_s);
     }
     return false;
 }
@@ -112,6 +125,11 @@ bool Taskmill_Console_Worker::AskYesNo(const QString &question)
         return yes || word == "no"_L1 || word == "n"_L1 || word == "0"_L1;
     });
     return answered && yes;
+}
+
+int Taskmill_Console_Worker::Columns()
+{
+    return m_console.Terminal().Columns();
 }
 
 void Taskmill_Console_Worker::Print(const QString &text)
@@ -177,7 +195,7 @@ void Taskmill_Console_Worker::OfferFiles()
 void Taskmill_Console_Worker::ListQueue(Taskmill_Destination destination)
 {
     PrintFromMainThread(
-        [destination](Taskmill_ConsoleActions &actions) { return actions.QueueListing(destination); });
+        [=, this](Taskmill_ConsoleActions &actions) { return actions.QueueListing(destination, Columns()); });
 }
 
 void Taskmill_Console_Worker::ListRunning(bool onlyKnown)
@@ -188,17 +206,19 @@ void Taskmill_Console_Worker::ListRunning(bool onlyKnown)
     // A slow tool holds up nothing but the console.
     const QList<Taskmill_ProcessRecord> processes = read();
     PrintFromMainThread(
-        [&processes](Taskmill_ConsoleActions &actions) { return actions.ProcessListing(processes); });
+        [&](Taskmill_ConsoleActions &actions) { return actions.ProcessListing(processes, Columns()); });
 }
 
 void Taskmill_Console_Worker::ListFinished()
 {
-    PrintFromMainThread([](Taskmill_ConsoleActions &actions) { return actions.FinishedListing(); });
+    PrintFromMainThread(
+        [this](Taskmill_ConsoleActions &actions) { return actions.FinishedListing(Columns()); });
 }
 
 void Taskmill_Console_Worker::ListJobTypes()
 {
-    PrintFromMainThread([](Taskmill_ConsoleActions &actions) { return actions.JobTypeListing(); });
+    PrintFromMainThread(
+        [this](Taskmill_ConsoleActions &actions) { return actions.JobTypeListing(Columns()); });
 }
 
 void Taskmill_Console_Worker::AddJobToAskedQueue()
@@ -225,20 +245,35 @@ void Taskmill_Console_Worker::AddJob(Taskmill_Destination destination)
     OnMainThread([&] { names = m_console.Actions().JobTypeNames(); });
     OfferWords(names);
     Taskmill_JobType jobType;
-    const bool typeChosen = AskUntil(u"\n<Taskmill> Enter Job Type:  "_s, [&](const QString &answer) {
-        OnMainThread([&] { jobType = m_console.Actions().FindJobType(answer); });
-        return !jobType.IsEmpty();
-    });
+    const auto listTypes = [&names](const QString &answer) {
+        const QString problem =
+            answer.isEmpty() ? QString{} : u"There is no job type \"%1\".  "_s.arg(answer);
+        return u"\n<Taskmill> "_s + problem +
+               (names.isEmpty() ? u"The project has no job types.\n"_s
+                                : u"The job types are: %1.\n"_s.arg(names.join(u", "_s)));
+    };
+    const bool typeChosen = AskUntil(
+        u"\n<Taskmill> Enter Job Type:  "_s,
+        [&](const QString &answer) {
+            OnMainThread([&] { jobType = m_console.Actions().FindJobType(answer); });
+            return !jobType.IsEmpty();
+        },
+        listTypes);
     if (!typeChosen)
         return;
 
     OfferFiles();
     QString inputFile;
-    const bool fileChosen =
-        AskUntil(u"\n<Taskmill> Enter Input File:  "_s, [&inputFile](const QString &answer) {
-            inputFile = answer;
-            return QFileInfo{answer}.isFile();
-        });
+    const auto explain = [](const QString &answer) {
+        return QFileInfo{Taskmill_PathOfUser(answer)}.isDir() ? DirectoryComplaint(answer) : u"\n"_s;
+    };
+    const bool fileChosen = AskUntil(
+        u"\n<Taskmill> Enter Input File:  "_s,
+        [&inputFile](const QString &answer) {
+            inputFile = Taskmill_PathOfUser(answer);
+            return QFileInfo{inputFile}.isFile();
+        },
+        explain);
     if (!fileChosen)
         return;
     PrintFromMainThread(
@@ -366,10 +401,14 @@ QString Taskmill_Console_Worker::AskForProjectFile()
     return answer && !IsCancel(*answer) ? ProjectFileNamed(*answer) : QString{};
 }
 
-/// The file, or another one where it is not to be replaced.
+/// The file, or another one where it is not to be replaced or cannot be one.
 QString Taskmill_Console_Worker::ProjectFileNamed(const QString &name)
 {
-    QString file = Taskmill_Project::ProjectFileName(name);
+    if (IsDirectory(name)) {
+        Print(DirectoryComplaint(name));
+        return AskForProjectFile();
+    }
+    QString file = Taskmill_Project::ProjectFileName(Taskmill_AbsolutePathOfUser(name));
     if (!file.isEmpty() && QFileInfo::exists(file) &&
         !AskYesNo(u"\n<Taskmill> %1 already exists.  Do you want to replace it?  "_s.arg(file)))
         return AskForProjectFile();
@@ -455,7 +494,7 @@ void Taskmill_Console_Worker::PrintDirectory()
 
 void Taskmill_Console_Worker::ChangeDirectory(const QString &argument)
 {
-    OnMainThread([&] { QDir::setCurrent(argument); });
+    OnMainThread([&] { QDir::setCurrent(Taskmill_PathOfUser(argument)); });
     PrintDirectory();
 }
 

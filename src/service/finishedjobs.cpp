@@ -114,12 +114,12 @@ void Taskmill_FinishedJobs::Remove(QList<int> positions)
         Taskmill_ReportRowsKept(*database, names);
 }
 
-QString Taskmill_FinishedJobs::ListingText() const
+QString Taskmill_FinishedJobs::ListingText(int width) const
 {
     QList<QStringList> rows;
     rows.reserve(m_jobs.size());
     for (const Taskmill_JobRecord &job : m_jobs)
         rows.append(Taskmill_Listings::FinishedRow(job));
     return Taskmill_Listings::Text(u"\nFinished Jobs\n"_s, u"\nFinished Jobs List is Empty\n\n"_s,
-                                   Taskmill_Listings::FinishedHeaders(), rows);
+                                   Taskmill_Listings::FinishedHeaders(), rows, width);
 }

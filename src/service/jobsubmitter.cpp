@@ -59,6 +59,46 @@ Taskmill_JobType JobTypeWithID(const QList<Taskmill_JobType> &jobTypes, int jobT
     return found == jobTypes.end() ? Taskmill_JobType{} : *found;
 }
 
+Taskmill_SubmitResult Refused(const QString &reason)
+{
+    Taskmill_SubmitResult result;
+    result.Refusal = reason;
+    return result;
+}
+
+/// Names the job types that would do instead: those for such files or, when there is none, all.
+QString NoSuchJobType(const QList<Taskmill_JobType> &jobTypes, const Taskmill_RequestMessage &request)
+{
+    QStringList all;
+    QStringList fitting;
+    for (const Taskmill_JobType &jobType : jobTypes) {
+        all += jobType.Name;
+        if (jobType.MatchesFile(request.JobInputFile))
+            fitting += jobType.Name;
+    }
+    const QString refusal = u"there is no job type \"%1\""_s.arg(request.JobTypeName);
+    if (all.isEmpty())
+        return refusal + u", nor any other"_s;
+    return fitting.isEmpty() ? refusal + u"; there are: "_s + all.join(u", "_s)
+                             : refusal + u"; for this file there are: "_s + fitting.join(u", "_s);
+}
+
+QByteArray AnswerLine(std::string_view key, QString value)
+{
+    // One line each, whatever a project file holds.
+    value.replace(u'\n', u' ');
+    return QByteArray{key.data(), static_cast<qsizetype>(key.size())} + value.toUtf8() + '\n';
+}
+
+QByteArray AnswerLines(const Taskmill_JobRecord &job, const Taskmill_JobQueue *queue)
+{
+    return AnswerLine(Taskmill_WireJobID, QString::number(job.JobID)) +
+           AnswerLine(Taskmill_WireJobTypeName, job.JobType.Name) +
+           AnswerLine(Taskmill_WireJobQueue, job.QueueName.toLower()) +
+           AnswerLine(Taskmill_WireQueuePaused, queue && queue->IsPaused() ? u"yes"_s : u"no"_s) +
+           AnswerLine(Taskmill_WireJobInputFile, job.InputFilePath);
+}
+
 /// A job whose client is the manager itself, which needs no notification.
 Taskmill_JobRecord JobOfThisUser(const Taskmill_JobType &jobType, const QString &inputFile)
 {
@@ -100,12 +140,17 @@ Taskmill_JobSubmitter::Taskmill_JobSubmitter(Taskmill_JobStore &store, KilnUtil_
 Taskmill_SubmitResult Taskmill_JobSubmitter::Submit(const Taskmill_RequestMessage &request)
 {
     if (m_asking && WouldAsk(request))
-        return {.JobIDs = {}, .Refusal = u"the user is being asked about another job"_s};
+        return Refused(u"the user is being asked about another job"_s);
+    if (request.ExactJobType) {
+        const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
+        if (JobTypeNamed(jobTypes, request.JobTypeName).IsEmpty())
+            return Refused(NoSuchJobType(jobTypes, request));
+    }
     Choice choice{.jobType = {}, .confirm = request.ConfirmAction};
     if (!ChooseJobType(request, choice))
-        return {.JobIDs = {}, .Refusal = u"no job type was chosen for %1"_s.arg(request.JobInputFile)};
+        return Refused(u"no job type was chosen for %1"_s.arg(request.JobInputFile));
     if (choice.jobType.UsesInputFile() && !Exists(request.JobInputFile))
-        return {.JobIDs = {}, .Refusal = u"the input file does not exist: %1"_s.arg(request.JobInputFile)};
+        return Refused(u"the input file does not exist: %1"_s.arg(request.JobInputFile));
 
     const Taskmill_Destination destination = DestinationOf(request.JobQueue, choice.jobType);
     Taskmill_SubmitResult result;
@@ -122,10 +167,12 @@ Taskmill_SubmitResult Taskmill_JobSubmitter::Submit(const Taskmill_RequestMessag
 
 bool Taskmill_JobSubmitter::WouldAsk(const Taskmill_RequestMessage &request) const
 {
+    const bool namesKnownType = !JobTypeNamed(m_store.GetJobTypes(), request.JobTypeName).IsEmpty();
+    if (request.ExactJobType && !namesKnownType)
+        return false;
     if (request.ConfirmAction && Taskmill_IsGuiMode())
         return true;
-    return !request.JobTypeName.isEmpty() &&
-           JobTypeNamed(m_store.GetJobTypes(), request.JobTypeName).IsEmpty();
+    return !request.JobTypeName.isEmpty() && !namesKnownType;
 }
 
 std::shared_ptr<void> Taskmill_JobSubmitter::BeginAsking()
@@ -321,6 +368,8 @@ void Taskmill_JobSubmitter::MakeJob(const Taskmill_RequestMessage &request, cons
             u"the job type %1 or the input file %2 cannot be used"_s.arg(jobType.Name, inputFile);
     } else {
         result.JobIDs.append(job.JobID);
+        if (request.DetailedReply)
+            result.JobLines += AnswerLines(job, m_tabs.LimitedQueue(destination));
         owner->Submit(new Taskmill_Job{std::move(job)});
     }
 }

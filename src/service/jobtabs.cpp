@@ -16,3 +16,10 @@ Taskmill_QueueOwner *Taskmill_JobTabs::OwnerOf(Taskmill_Destination destination)
     }
     return nullptr;
 }
+
+Taskmill_JobQueue *Taskmill_JobTabs::LimitedQueue(Taskmill_Destination destination) const
+{
+    if (destination == Taskmill_Destination::Long)
+        return &LongJobs.Jobs();
+    return destination == Taskmill_Destination::Short ? &ShortJobs.Jobs() : nullptr;
+}

@@ -3,6 +3,7 @@
 #include "jobs/destination.h"
 
 class Taskmill_FinishedJobs;
+class Taskmill_JobQueue;
 class Taskmill_LongJobsOwner;
 class Taskmill_QueueOwner;
 class Taskmill_QueuelessJobsOwner;
@@ -18,4 +19,6 @@ struct Taskmill_JobTabs
 
     /// nullptr for JobTypeDefault, which is no place for a job.
     [[nodiscard]] Taskmill_QueueOwner *OwnerOf(Taskmill_Destination destination) const;
+    /// The long or the short queue; nullptr for the destinations that cannot be paused.
+    [[nodiscard]] Taskmill_JobQueue *LimitedQueue(Taskmill_Destination destination) const;
 };

@@ -80,13 +80,13 @@ void Taskmill_QueueOwner::CollectFinished()
     Q_EMIT JobsChangedSignal();
 }
 
-QString Taskmill_QueueOwner::ListingText()
+QString Taskmill_QueueOwner::ListingText(int width)
 {
     QList<QStringList> rows;
     for (const Taskmill_Job *job : Jobs().Jobs())
         rows.append(Taskmill_Listings::QueueRow(job->Record()));
     return Taskmill_Listings::Text(u"\n%1\n"_s.arg(ListName()), u"\n%1 is Empty\n\n"_s.arg(ListName()),
-                                   Taskmill_Listings::QueueHeaders(), rows);
+                                   Taskmill_Listings::QueueHeaders(), rows, width);
 }
 
 bool Taskmill_QueueOwner::RemoveSelectedJobs(const QList<int> &jobIDs)

@@ -33,8 +33,8 @@ public:
     /// between that has it as a waiting one.
     void CollectAllFinished();
 
-    /// The listing that the console prints.
-    [[nodiscard]] QString ListingText();
+    /// The listing that the console prints; with a width, made to fit a terminal of so many columns.
+    [[nodiscard]] QString ListingText(int width = 0);
 
     /// Asks, warns of running jobs, and removes the jobs with their rows. False when there are none, one is
     /// unknown, or the user declines; nothing is removed then.

@@ -54,6 +54,17 @@ void SetUnconfirmed(Message &message, const QString &)
     message.ConfirmAction = false;
 }
 
+template <bool Message::*Field>
+void SetFlag(Message &message, const QString &)
+{
+    message.*Field = true;
+}
+
+constexpr QLatin1StringView Latin1(std::string_view text)
+{
+    return {text.data(), static_cast<qsizetype>(text.size())};
+}
+
 void Ignore(Message &, const QString &) {}
 
 /// Tested in this order; the first prefix that matches decides.
@@ -73,6 +84,8 @@ constexpr std::array keys{
     Key{"confirmaction=false"_L1, SetUnconfirmed},
     Key{"jobsilent="_L1, Ignore},
     Key{"jobtypename="_L1, SetText<&Message::JobTypeName>},
+    Key{Latin1(Taskmill_WireExactJobType), SetFlag<&Message::ExactJobType>},
+    Key{Latin1(Taskmill_WireDetailedReply), SetFlag<&Message::DetailedReply>},
     Key{"jobclass="_L1, Ignore},
     Key{"jobname="_L1, SetText<&Message::JobName>},
     Key{"jobqueue="_L1, SetText<&Message::JobQueue>},
@@ -141,6 +154,8 @@ Taskmill_RequestMessage Taskmill_RequestMessage::Parse(const QByteArray &bytes)
             line.chop(1);
         ReadLine(message, positions, line.toString());
     }
+    if (!Taskmill_AsksForReply(bytes))
+        message.ExactJobType = message.DetailedReply = false;
     return message;
 }
 

@@ -21,6 +21,9 @@ struct Taskmill_RequestMessage
     QString Action;
     bool ConfirmAction = false;
     QString JobTypeName;
+    /// No other job type will do. This and the next only of a message that asks for an answer.
+    bool ExactJobType = false;
+    bool DetailedReply = false; ///< the answer is to describe the jobs
     QString JobName;
     QString JobQueue;
     QString JobInputFile;

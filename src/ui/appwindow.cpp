@@ -474,5 +474,5 @@ QByteArray Taskmill_AppWindow::HandleRequest(const Taskmill_RequestMessage &requ
     QByteArrayList numbers;
     for (const int jobID : result.JobIDs)
         numbers += QByteArray::number(jobID);
-    return Taskmill_AcceptedReply.toByteArray() + numbers.join(' ') + '\n';
+    return Taskmill_AcceptedReply.toByteArray() + numbers.join(' ') + '\n' + result.JobLines;
 }

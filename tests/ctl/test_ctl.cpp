@@ -9,6 +9,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 using Status = Taskmill_JobStatus;
@@ -28,9 +30,11 @@ public:
             Notify(request);
         return answers.isEmpty() ? QByteArray{} : answers.takeFirst();
     }
+    [[nodiscard]] bool CanHandleNow(const Taskmill_RequestMessage &) const override { return !isBusy; }
     void GoAway() { m_server.Close(); }
     [[nodiscard]] quint16 Port() const { return m_server.Port(); }
 
+    bool isBusy = false;
     QList<QByteArray> answers;
     QList<Status> statuses; ///< of the jobs in the order of their ends
     QList<Taskmill_RequestMessage> requests;
@@ -50,9 +54,10 @@ private:
         job.InputFilePath = request.JobInputFile;
         job.Status = statuses.takeFirst();
         QVERIFY(Taskmill_WantsNotification(job, u"TaskmillGUI"_s));
-        const QByteArray foreign = Taskmill_JobFinishedMessage(job, 0, u"TaskmillGUI"_s);
+        const int exitCode = job.Status == Status::Failed ? 3 : 0;
+        const QByteArray foreign = Taskmill_JobFinishedMessage(job, exitCode, u"TaskmillGUI"_s);
         job.ClientAppName = request.ClientAppName;
-        sent.append(Taskmill_JobFinishedMessage(job, 0, u"TaskmillGUI"_s));
+        sent.append(Taskmill_JobFinishedMessage(job, exitCode, u"TaskmillGUI"_s));
         for (const QByteArray &message : {foreign, sent.last()})
             QVERIFY(Taskmill_SendMessage(job.ClientAddress, job.ClientPort, message));
     }
@@ -88,6 +93,9 @@ private Q_SLOTS:
         QVERIFY(Complaint(2, u"submit water.mop --chk="_s).contains("empty"));
         QVERIFY(Complaint(2, u"submit water.mop --set @A\nB=1"_s).contains("@NAME=VALUE"));
         QVERIFY(Complaint(2, u"submit water.mop --port 65536"_s).contains("--port"));
+        QVERIFY(Complaint(2, u"submit water.mop --class Lake"_s).contains("class"));
+        for (const QString &seconds : {u"-1"_s, u"1s"_s, u"nan"_s, u"1e99"_s, QString{}})
+            QVERIFY(Complaint(2, u"submit water.mop --timeout="_s + seconds).contains("--timeout"));
         QVERIFY(m_manager->requests.isEmpty());
     }
 
@@ -112,13 +120,16 @@ private Q_SLOTS:
         QCOMPARE(request.PlaceholderValues,
                  (Taskmill_PlaceholderValues{{u"@TITLE"_s, u"a\nb"_s}, {u"@N"_s, u"1=2"_s}}));
         QVERIFY(request.ConfirmAction && !request.ClientNotification.has_value());
+        QVERIFY(request.ExactJobType && request.DetailedReply);
     }
 
     void AnswerDecidesTheStatus()
     {
-        m_manager->answers = {"accepted=7 8\n", "refused=keine Größe %1\n", "accepted=7",
-                              "HTTP/1.1 400\r\n\r\n", QByteArray(1 << 21, 'x')};
+        m_manager->answers = {"accepted=7 8\n",           "accepted=9\njobid=9\njobtypename=Wäter\nlater=1\n",
+                              "refused=keine Größe %1\n", "accepted=7",
+                              "HTTP/1.1 400\r\n\r\n",     QByteArray(1 << 21, 'x')};
         QCOMPARE(Run(u"submit water.mop"_s).out, "Job 7: water.mop\nJob 8: water.mop\n");
+        QCOMPARE(Run(u"submit water.mop --queue none"_s).out, "Job 9: water.mop (Wäter)\n");
         QVERIFY(Complaint(4, u"submit water.mop"_s).contains("water.mop was refused: keine Größe %1"));
         QVERIFY(Complaint(3, u"submit water.mop"_s).contains("without an answer"));
         QVERIFY(Complaint(3, u"submit water.mop"_s).contains("understood"));
@@ -140,18 +151,62 @@ private Q_SLOTS:
         QCOMPARE(m_manager->requests.size(), 4);
         // Type and queue are left to the manager.
         QCOMPARE(m_manager->requests.first().JobTypeName + m_manager->requests.first().JobQueue, u"Auto"_s);
+        QVERIFY(!m_manager->requests.first().ExactJobType);
     }
 
     void WaitsForTheEndOfEachJob()
     {
         m_manager->statuses = {Status::Killed, Status::Completed};
         m_manager->answers = {"accepted=1\n", "accepted=2\n"};
-        const CtlResult result = Run(u"submit --wait water.mop"_s, {u"größe 2.mop"_s});
+        const CtlResult result = Run(u"submit --wait --raw water.mop"_s, {u"größe 2.mop"_s});
         QCOMPARE(result.status, 1);
         QCOMPARE(m_manager->sent.size(), 2);
         for (const QByteArray &notification : m_manager->sent)
             QVERIFY2(result.out.contains(notification + '\n'), result.out.constData());
         QVERIFY(!result.out.contains("somebody-else"));
+    }
+
+    void TellsTheEndOfEachJobInALine()
+    {
+        const QByteArray paused = "jobqueue=long\nqueuepaused=yes\n";
+        m_manager->statuses = {Status::Failed, Status::Completed, Status::Killed};
+        m_manager->answers = {"accepted=22\njobid=22\n" + paused, "accepted=23\njobid=23\n" + paused,
+                              "accepted=24\n"};
+        const CtlResult result = Run(u"submit --wait water.mop water.mop water.mop"_s);
+        QCOMPARE(result.status, 1);
+        // An end may be told before the next answer.
+        QByteArrayList lines = result.out.trimmed().split('\n');
+        std::ranges::sort(lines);
+        QCOMPARE(lines,
+                 (QByteArrayList{"Job 22: failed, exit code 3", "Job 22: water.mop", "Job 23: completed",
+                                 "Job 23: water.mop", "Job 24: killed", "Job 24: water.mop"}));
+        // Who waits for a paused queue hears of it once.
+        QCOMPARE(result.err.count("is paused: job 22 waits"), 1);
+        QCOMPARE(result.err.count('\n'), 1);
+    }
+
+    void SaysWhatItWaitsFor()
+    {
+        m_manager->isBusy = true;
+        m_manager->answers = {"accepted=1\n"};
+        const CtlResult result =
+            RunCtl({u"submit"_s, u"water.mop"_s},
+                   {.consolePort = m_manager->Port(), .directory = m_directory->path(), .onError = [this] {
+                        m_manager->isBusy = false;
+                    }});
+        QCOMPARE(result.status, 0);
+        QVERIFY2(result.err.contains("asking its user for the job type"), result.err.constData());
+    }
+
+    void WaitsNoLongerThanItMay()
+    {
+        m_manager->answers = {"accepted=1 2\n"};
+        m_manager->statuses = {Status::Completed};
+        const CtlResult result = Run(u"submit --wait --timeout 1 water.mop"_s);
+        QCOMPARE(result.status, 6);
+        QVERIFY2(result.err.contains("not ended in time and go on: "), result.err.constData());
+        m_manager->isBusy = true;
+        QVERIFY(Complaint(6, u"submit --timeout 0.2 water.mop"_s).contains("not answered in time"));
     }
 
     void WaitEndsWithTheManager()
@@ -199,6 +254,8 @@ private Q_SLOTS:
         QCOMPARE(Run(u"project create --force other.mill"_s).status, 0);
         QVERIFY(Run(u"jobs other.mill --long"_s).out.startsWith("Long Jobs Queue is Empty\n"));
         QCOMPARE(Run(u"project create no/such/place.mill"_s).status, 5);
+        QVERIFY(Run(u"project create plain"_s).out.contains("plain.mill"));
+        QCOMPARE(Run(u"jobs plain.mill"_s).status, 0);
         QCOMPARE(Run(u"jobs missing.mill"_s).status, 2);
     }
 

@@ -1,9 +1,13 @@
+#include "db/database.h"
+#include "db/databasemanager.h"
 #include "endtoend/notificationsink.h"
 #include "endtoend/processtable.h"
 #include "endtoend/projectfixture.h"
 #include "kilnutil/platform.h"
 
 #include <QDir>
+#include <QFileInfo>
+#include <QProcess>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QtTest>
@@ -44,6 +48,7 @@ private Q_SLOTS:
     void EndsAtOnceAtASecondSignal();
     void StartsInVain_data();
     void StartsInVain();
+    void ClientMakesTheSameJobTypes();
     void SecondStartLeavesTheFirstAlone();
     void WorksOnWithoutItsPort();
     void SurvivesAFullDisk();
@@ -153,6 +158,49 @@ void TestManagerProgram::StartsInVain()
     manager.Launch(arguments, consolePort, guiPort);
     QCOMPARE(manager.End(), ManagerEnd{.status = status});
     QCOMPARE((manager.Output() + manager.Errors()).first(output.size()), output);
+}
+
+void TestManagerProgram::ClientMakesTheSameJobTypes()
+{
+    // Of copies, so that there can be programs beside them.
+    QVERIFY(QDir{Project().Path({})}.mkdir(u"bin"_s));
+    const QString manager = QStringLiteral(TASKMILL_MANAGER);
+    const QString client = QStringLiteral(TASKMILL_CTL);
+    for (const QString &path : {manager, client, client + u"-projects"_s})
+        QVERIFY(QFile::copy(path, Project().Path(u"bin/"_s + QFileInfo{path}.fileName())));
+    for (const QString &name : {u"bin/gmmx"_s, u"bin/veltra"_s, u"bin/formchk"_s})
+        (void)Project().InputFile(name);
+    const auto run = [this](const QString &path, const QStringList &arguments, const QByteArray &input) {
+        const auto [consolePort, guiPort] = ManagerProcess::FreePorts();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"TASKMILL_CONSOLE_PORT"_s, QString::number(consolePort));
+        environment.insert(u"TASKMILL_GUI_PORT"_s, QString::number(guiPort));
+        environment.insert(u"TASKMILLPREFS_DIR"_s, Project().Path(u"."_s));
+        environment.insert(u"GAUSS_EXEDIR"_s, Project().Path(u"missing"_s) + u':' + Project().Path(u"bin"_s));
+        environment.remove(u"VELTRA_EXE"_s);
+        QProcess process;
+        process.setProcessEnvironment(environment);
+        process.start(Project().Path(u"bin/"_s + QFileInfo{path}.fileName()), arguments);
+        process.write(input);
+        return process.waitForFinished(60'000) && process.exitCode() == 0;
+    };
+    const auto types = [](const QString &path) {
+        const auto database = Taskmill_Database_Manager::MakeMemoryDatabase();
+        QStringList texts;
+        if (database->LoadFromFile(path)) {
+            for (const Taskmill_JobType &jobType : database->GetJobTypes())
+                texts += jobType.Name + u' ' + jobType.ExecutablePath + u' ' + jobType.EnvironmentVariables;
+        }
+        return texts;
+    };
+    const QString made = Project().Path(u"made.mill"_s);
+    const QString saved = Project().Path(u"saved.mill"_s);
+    QVERIFY(run(client, {u"project"_s, u"create"_s, made}, {}));
+    QVERIFY(run(manager, {u"-console"_s}, "save " + saved.toLocal8Bit() + "\nquit\nyes\n"));
+    QCOMPARE(types(made), types(saved));
+    const QString bin = u' ' + Project().Path(u"bin/"_s);
+    QCOMPARE(types(made), (QStringList{u"Veltra"_s + bin + u"veltra "_s, u"GMMX"_s + bin + u"gmmx "_s,
+                                       u"Formchk"_s + bin + u"formchk GAUSS_MEMDEF=@MEMORY"_s}));
 }
 
 void TestManagerProgram::SecondStartLeavesTheFirstAlone()

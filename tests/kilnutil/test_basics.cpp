@@ -9,6 +9,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <limits>
@@ -89,6 +90,40 @@ private Q_SLOTS:
         qputenv("XDG_STATE_HOME", "relative");
         qputenv("HOME", directory.path().toLocal8Bit());
         QCOMPARE(folder(), u"DIR/.local/state/taskmill"_s);
+    }
+
+    void GaussianIsFoundWhereItsProgramsAre()
+    {
+        const QTemporaryDir root;
+        const auto at = [&root](const QString &name) {
+            return QDir::cleanPath(QDir{root.path()}.canonicalPath() + u'/' + name);
+        };
+        const QString program = isWindows ? u"g16.exe"_s : u"g16"_s;
+        for (const QString &directory : {u"scripts"_s, u"g16"_s, u"utilities"_s, u"links"_s})
+            QVERIFY(QDir{root.path()}.mkdir(directory));
+        WriteTestFile(at(u"g16/"_s + program), {});
+        WriteTestFile(at(u"utilities/formchk.exe"_s), {});
+        QFile::setPermissions(at(u"g16/"_s + program), QFile::ReadOwner | QFile::ExeOwner);
+        const auto found = [&at](const QStringList &listed, const QString &searched) {
+            QStringList directories;
+            for (const QString &name : listed)
+                directories += QDir::toNativeSeparators(at(name));
+            qputenv("GAUSS_EXEDIR", directories.join(QDir::listSeparator()).toLocal8Bit());
+            qputenv("PATH", QDir::toNativeSeparators(at(searched)).toLocal8Bit());
+            return KilnUtil_FileSys::GaussExeDirPath();
+        };
+        const QByteArray path = qgetenv("PATH");
+        QCOMPARE(found({u"scripts"_s, u"g16/"_s}, u"scripts"_s), at(u"g16"_s));
+        QCOMPARE(found({u"scripts"_s, u"utilities"_s, u"g16"_s}, u"scripts"_s), at(u"utilities"_s));
+        QCOMPARE(found({u"scripts"_s}, u"g16"_s), at(u"g16"_s));
+        QCOMPARE(found({u"missing"_s, u"scripts"_s}, u"scripts"_s), at(u"missing"_s));
+        // Its other programs are not beside a link.
+        if constexpr (!isWindows) {
+            QVERIFY(QFile::link(at(u"g16/g16"_s), at(u"links/g16"_s)));
+            QCOMPARE(found({}, u"links"_s), at(u"g16"_s));
+        }
+        qputenv("PATH", path);
+        qunsetenv("GAUSS_EXEDIR");
     }
 
     void LargestNumberIsNoTrap()

@@ -1,15 +1,20 @@
 #include "service/console.h"
 
 #include "jobs/job.h"
+#include "kilnutil/error.h"
 #include "service/consoleposted.h"
+#include "service/consoleprompt.h"
 #include "service/runningjobs.h"
 #include "service/timetext.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
+#include <QDir>
 #include <QMutex>
 #include <QSemaphore>
 #include <QtTest>
+
+#include <atomic>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -25,6 +30,8 @@ class ScriptedTerminal final : public Taskmill_ConsoleTerminal
 {
 public:
     QSemaphore Taken; ///< released for each line that is taken
+    bool IsWithUser = false;
+    std::atomic<bool> IsBroken = false; ///< off, until the next line is read
 
     void Feed(const QStringList &lines)
     {
@@ -42,6 +49,7 @@ public:
 
     std::optional<QString> ReadLine(const QString &prompt) override
     {
+        IsBroken = false;
         Print(prompt);
         m_available.acquire();
         const QMutexLocker lock{&m_mutex};
@@ -54,6 +62,8 @@ public:
         m_output += text;
     }
     void Post(const QString &text) override { Print(text); }
+    [[nodiscard]] bool IsInteractive() const override { return IsWithUser; }
+    [[nodiscard]] bool IsBrokenOff() override { return IsBroken; }
     void Interrupt() override
     {
         const QMutexLocker lock{&m_mutex};
@@ -85,11 +95,12 @@ struct Session
     }
 
     /// Carries out the lines here, or on a thread of the console's own that waits for more of them.
-    void Start(const QStringList &lines, bool here = false)
+    void Start(const QStringList &lines, bool here = false, bool isWithUser = false)
     {
         console.reset();
         auto scripted = std::make_unique<ScriptedTerminal>();
         terminal = scripted.get();
+        terminal->IsWithUser = isWithUser;
         terminal->Feed(lines);
         if (here)
             terminal->End();
@@ -147,9 +158,12 @@ private Q_SLOTS:
         const QString input = u"\n<Taskmill> Enter Input File:  "_s;
         QCOMPARE(session.Run({u"submit job"_s, u"longer"_s, u"Cancel"_s}), queue + u'\n' + queue + prompt);
         // Job types are named, in any case, or numbered.
-        QCOMPARE(
-            session.Run({u"add job"_s, u" NONE "_s, u"1"_s, u"gated"_s, u"."_s, u"missing"_s, u"cancel"_s}),
-            queue + type + u'\n' + type + input + u'\n' + input + u'\n' + input + prompt);
+        const QString directory = u"\n<Taskmill> %1 is a directory: the name of a file is needed.\n"_s;
+        QCOMPARE(session.Run({u"add job"_s, u" NONE "_s, u"1"_s, u"gated"_s, u"."_s, u"missing"_s, u"~"_s,
+                              u"cancel"_s}),
+                 queue + type + u"\n<Taskmill> There is no job type \"1\".  The job types are: Gated.\n"_s +
+                     type + input + directory.arg(QDir::currentPath()) + input + u'\n' + input +
+                     directory.arg(QDir::homePath()) + input + prompt);
         QCOMPARE(session.Run({u"add short job"_s, u"0"_s, u" %1 "_s.arg(file)}),
                  type + input + u"\n<Taskmill> Job 1 was added to the Short Jobs Queue.\n\n"_s + prompt);
         QCOMPARE(session.manager.shortJobs.Jobs().JobAt(0)->Record().InputFilePath, file);
@@ -235,6 +249,106 @@ private Q_SLOTS:
         QVERIFY(session.terminal->Output().endsWith(u"\n<Taskmill> 2 jobs run again.\n\n"_s + prompt +
                                                     u"\n<Taskmill> No job is held back.\n\n"_s + prompt));
         QVERIFY(session.manager.queuelessJobs.Jobs().HeldJobIDs().isEmpty());
+    }
+
+    void ProjectFileIsNamedAsInAShell()
+    {
+        Session session;
+        const QString home = session.manager.directory.path();
+        const QByteArray homeBefore = qgetenv("HOME");
+        qputenv("HOME", home.toLocal8Bit());
+        const QString saved = u"\n<Taskmill> The project was saved to %1.\n\n"_s + prompt;
+        const QString here = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(home));
+        QCOMPARE(session.Run({u"save"_s, u"./new"_s}).section(u"Project File:  "_s, 1),
+                 saved.arg(QDir::currentPath() + u"/new.mill"_s));
+        QVERIFY(session.Run({u"save ~/new"_s, u"no"_s, {}})
+                    .contains(u"\n<Taskmill> %1/new.mill already exists."_s.arg(home)));
+        for (const QString &name : {u"~"_s, u"."_s, u"other/"_s})
+            QVERIFY2(session.Run({u"save "_s + name, {}}).contains(u" is a directory: "_s), qPrintable(name));
+        QCOMPARE(QDir{home}.entryList({u"*.mill"_s}, QDir::Files | QDir::Hidden), QStringList{u"new.mill"_s});
+        QDir::setCurrent(here);
+        qputenv("HOME", homeBefore);
+    }
+
+    void OnlyAUserIsToldOfAnUnknownCommand()
+    {
+        Session session;
+        const auto run = [&session](const QString &line, bool isWithUser) {
+            session.Start({line}, true, isWithUser);
+            return session.Output();
+        };
+        QCOMPARE(run(u"LIST LONG JOBS"_s, false), prompt);
+        QCOMPARE(run(u"LIST LONG JOBS"_s, true),
+                 u"\n<Taskmill> There is no command \"LIST LONG JOBS\"; help lists the commands.\n\n"_s +
+                     prompt);
+        QCOMPARE(run(u"kill job"_s, true),
+                 u"\n<Taskmill> kill job needs N; help lists the commands.\n\n"_s + prompt);
+        QCOMPARE(run(u" "_s, true), prompt);
+    }
+
+    void NothingIsToBeSelectedAtAConsole()
+    {
+        Session session;
+        Taskmill_ConsolePrompt console{nullptr};
+        QString printed;
+        Taskmill_SetConsolePrinter([&printed](const QString &text) { printed += text; });
+        KilnUtil_Error::SetUserPrompt(&console);
+        (void)session.manager.submitter.Submit(TestManager::Request(u"Auto"_s, u"/x/a.xyz"_s));
+        KilnUtil_Error::SetUserPrompt(&session.manager.prompt);
+        Taskmill_SetConsolePrinter({});
+        QVERIFY2(printed.endsWith(u"cannot be determined from its extension: /x/a.xyz\n"_s),
+                 qPrintable(printed));
+    }
+
+    void FollowsAJobToItsEnd()
+    {
+        Session session;
+        const Taskmill_JobType talker =
+            session.manager.AddJobType(u"Talker"_s, u"print begun waitfor @INFILE.go print done"_s);
+        const QString file = session.manager.InputFile(u"a.in"_s);
+        session.manager.longJobs.Submit(session.manager.NewJob(talker, file));
+        session.manager.longJobs.Submit(session.manager.NewJob(talker, file));
+        session.Start({u"follow job 1"_s});
+        const QString begin = u"\n<Taskmill> Following job 1.\n\nbegun\n"_s;
+        QTRY_COMPARE(session.Output(), begin);
+        session.terminal->IsBroken = true;
+        QTRY_COMPARE(session.Output(), begin + prompt);
+        session.terminal->Feed({u"follow job 2"_s, u"follow job 3"_s, u"follow job 1"_s});
+        QTRY_COMPARE(session.Output(), begin + prompt + u"\n<Taskmill> Job 2 does not run yet.\n\n"_s +
+                                           prompt + u"\n<Taskmill> There is no job 3.\n\n"_s + prompt +
+                                           begin);
+        TestManager::Release(file);
+        const QString end = u"done\n\n<Taskmill> Job 1 has ended: completed.\n\n"_s + prompt;
+        QTRY_VERIFY2(session.Output().endsWith(end), qPrintable(session.Output()));
+    }
+
+    void FollowsTheOutputFile()
+    {
+        Session session;
+        const QString file = session.manager.InputFile(u"a.in"_s);
+        const QString output = WriteTestFile(session.manager.Path(u"a.out"_s), "of an earlier run\n");
+        QFile old{output};
+        QVERIFY(old.open(QFile::ReadWrite) &&
+                old.setFileTime(QDateTime::currentDateTime().addDays(-1), QFile::FileModificationTime));
+        old.close();
+        Taskmill_Job *job = session.manager.NewJob(
+            session.manager.AddJobType(u"Talker"_s, u"print begun waitfor @INFILE.go"_s), file);
+        Taskmill_JobRecord record = job->Record();
+        delete job;
+        record.OutputFile = output;
+        session.manager.longJobs.Submit(new Taskmill_Job{record});
+        session.Start({u"follow job 1"_s});
+        const QString begin = u"\n<Taskmill> Following job 1.\n\nbegun\n"_s;
+        QTRY_COMPARE(session.Output(), begin);
+        WriteTestFile(output, "step 1\n");
+        const QString heading = u"<Taskmill> %1:\n\nstep 1\n"_s.arg(output);
+        QTRY_COMPARE(session.Output(), begin + heading);
+        WriteTestFile(output, "step 1\nstep 2");
+        QTRY_COMPARE(session.Output(), begin + heading + u"step 2"_s);
+        TestManager::Release(file);
+        QTRY_COMPARE(session.Output(),
+                     begin + heading + u"step 2\n\n<Taskmill> Job 1 has ended: completed.\n\n"_s + prompt);
     }
 
     void TimesBeginWithTheMonth()

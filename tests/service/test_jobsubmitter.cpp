@@ -139,6 +139,41 @@ private Q_SLOTS:
         QVERIFY(TestManager::Database().GetLongJobs().isEmpty());
     }
 
+    void UnknownTypeIsRefusedOnDemand()
+    {
+        AddType(u"First"_s, u"Long"_s, u"Files (*.one *.two)"_s);
+        AddType(u"Other"_s, u"Long"_s, u"Files (*.two)"_s);
+        const auto refusal = [this](const QByteArray &lines) {
+            const auto request = Taskmill_RequestMessage::Parse(lines + "\nclientreply=yes\n");
+            return m_manager->submitter.WouldAsk(request) ? u"asks"_s
+                                                          : m_manager->submitter.Submit(request).Refusal;
+        };
+        const QByteArray exact = "jobtypeexact=yes\njobtypename=Frist\njobinputfile=a.";
+        QCOMPARE(refusal(exact + "one"), u"there is no job type \"Frist\"; for this file there are: First"_s);
+        QCOMPARE(refusal(exact + "xyz\nconfirmaction=yes"),
+                 u"there is no job type \"Frist\"; there are: First, Other"_s);
+        QCOMPARE(refusal("jobtypeexact=yes\njobtypename=first"), QString{});
+        // Everybody else gets the type that fits.
+        QCOMPARE(Submit("jobtypename=Frist\njobinputfile=a.one"), QStringList{u"a.one First Long"_s});
+    }
+
+    void AnswerDescribesTheJobs()
+    {
+        AddType(u"Lång"_s, u"Long"_s, u"Files (*.one)"_s);
+        const auto lines = [this](const QByteArray &request) {
+            const auto message = Taskmill_RequestMessage::Parse(request + "\nclientreply=yes\n");
+            return m_manager->submitter.Submit(message).JobLines;
+        };
+        const QByteArray file = QDir::currentPath().toUtf8() + "/a.one";
+        QCOMPARE(lines("jobtypename=lång"), "");
+        const QByteArray wanted = "replydetails=yes\njobtypename=";
+        QCOMPARE(lines(wanted + "Auto\njobinputfile=a.one"),
+                 "jobid=2\njobtypename=Lång\njobqueue=long\nqueuepaused=yes\njobinputfile=" + file + '\n');
+        m_manager->shortJobs.Jobs().SetPaused(false);
+        QVERIFY(lines(wanted + "lång\njobqueue=short").contains("jobqueue=short\nqueuepaused=no\n"));
+        QVERIFY(lines(wanted + "lång\njobqueue=none").contains("jobqueue=none\nqueuepaused=no\n"));
+    }
+
     void OnlyTheWindowAsksForConfirmation()
     {
         AddType(u"Named"_s, u"Short"_s);

@@ -46,6 +46,16 @@ private Q_SLOTS:
         QVERIFY(!Message::Parse("confirmaction=yes\nconfirmaction=no").ConfirmAction);
     }
 
+    void WhatTheAnswerIsToHoldNeedsAnAnswer()
+    {
+        // To others the lines mean nothing.
+        QVERIFY(Message::Parse("replydetails=yes\nclientreply=yes\n").DetailedReply);
+        QVERIFY(!Message::Parse("replydetails=yes\nclientreply=no\n").DetailedReply);
+        QVERIFY(Message::Parse("jobtypeexact=yes\nclientreply=yes\n").ExactJobType);
+        QVERIFY(!Message::Parse("jobtypeexact=yes\n").ExactJobType);
+        QVERIFY(!Message::Parse("jobtypeexact=no\nclientreply=yes\n").ExactJobType);
+    }
+
     void PlaceholderLines()
     {
         const auto values = [](const QByteArray &text) {
