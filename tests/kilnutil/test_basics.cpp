@@ -2,6 +2,7 @@
 #include "kilnutil/filesys.h"
 #include "kilnutil/idmanager.h"
 #include "kilnutil/outputbuffer.h"
+#include "kilnutil/registry.h"
 #include "kilnutil/statefolder.h"
 #include "kilnutil/stringutil.h"
 #include "kilnutil/textencoding.h"
@@ -124,6 +125,24 @@ private Q_SLOTS:
         }
         qputenv("PATH", path);
         qunsetenv("GAUSS_EXEDIR");
+    }
+
+    void PreferencesDirectoryKeepsTheSettings()
+    {
+        const QTemporaryDir place;
+        KeepSettingsIn(place.filePath(u"usual"_s));
+        const auto store = [](const QByteArray &directory) {
+            qputenv("TASKMILLPREFS_DIR", directory);
+            KilnUtil_Registry::SetAppData({}, u"1"_s, {}, {}, u"TASKMILLPREFS_DIR"_s, u".taskmillprefs"_s);
+            KilnUtil_Registry::SetValue(u"/Files/Key"_s, directory);
+            return KilnUtil_Registry::Value(u"/Files/Key"_s).toByteArray() == directory;
+        };
+        const QString chosen = place.filePath(u"new/chosen"_s);
+        QVERIFY(store(chosen.toUtf8()));
+        QVERIFY(ReadTestFile(chosen + "/Taskmill.conf"_L1).contains("Files\\Key="));
+        QVERIFY(!QFile::exists(place.filePath(u"usual"_s)));
+        QVERIFY(store({}));
+        QVERIFY(QFile::exists(place.filePath(u"usual"_s)));
     }
 
     void LargestNumberIsNoTrap()

@@ -67,6 +67,10 @@ private Q_SLOTS:
             QVERIFY2(page.FilePath == manual.HomePath() || home.contains(file.fileName().toUtf8()),
                      qPrintable(page.FilePath));
             const QString html = QString::fromUtf8(ReadTestFile(page.FilePath));
+            QVERIFY2(page.FilePath == manual.HomePath() ||
+                         html.contains("<p class=\"contents\"><a href=\"index.html\">"_L1),
+                     qPrintable(page.FilePath));
+            QVERIFY2(page.Text.startsWith(page.Title), qPrintable(page.Text.first(40)));
             for (const auto &match : reference.globalMatch(html)) {
                 const QString target = match.captured(2).isEmpty() ? file.fileName() : match.captured(2);
                 const QByteArray text = ReadTestFile(file.dir().absoluteFilePath(target));
