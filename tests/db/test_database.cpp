@@ -26,32 +26,52 @@ class TestDatabase : public QObject
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
 
-    void UpgradeAddsMissingColumns()
+    void TablesAreThoseOfTheFormat()
     {
-        const QStringList added{u"StdOutAndStdErr"_s, u"InputFilePath2"_s, u"JobClass"_s,
-                                u"ClientNotification"_s};
-        QStringList old = RowsOf(*MakeDatabase(), u"SELECT sql FROM sqlite_master WHERE type = 'table'"_s);
-        for (const QString &column : added)
-            old.replaceInStrings(QRegularExpression{u',' + column + u" [A-Z]+"_s}, QString{});
-        old.removeIf([](const QString &sql) { return sql.contains(" RunningJobs "_L1); });
-        const QString path = m_directory.filePath(u"old.mill"_s);
-        RawDatabase{path}.Execute(old + QStringList{u"INSERT INTO FinishedJobs VALUES (0,'old',7,1,'a','e',"
-                                                    "'i','c','Failed','','','','','',9,'','','',1,2,3)"_s});
+        const QString statements = QString::fromUtf8(ReadTestFile(KeptFile(u"schema.sql"_s)));
+        QCOMPARE(RowsOf(*MakeDatabase(), u"SELECT sql || ';' FROM sqlite_master WHERE sql <> ''"_s),
+                 statements.trimmed().split(u'\n'));
+    }
+
+    /// The kept files were made with the sqlite3 command from the tables of their time.
+    void ProjectsOfEarlierVersionsAreUpgraded_data()
+    {
+        QTest::addColumn<QString>("addedFields");
+        QTest::newRow("without_output") << u"|||"_s;
+        QTest::newRow("one_input_file") << u"captured|||"_s;
+        QTest::newRow("without_class") << u"captured|/w/second.in||"_s;
+        QTest::newRow("without_notification") << u"captured|/w/second.in|docking|"_s;
+    }
+
+    void ProjectsOfEarlierVersionsAreUpgraded()
+    {
+        QFETCH(const QString, addedFields);
         const auto database = MakeClosedDatabase();
+        const QString file = KeptFile(QString::fromLatin1(QTest::currentDataTag()) + u".mill"_s);
+        const QString columns = u"SELECT tables.name, columns.name, columns.type, columns.[notnull] FROM "
+                                "sqlite_master tables, pragma_table_info(tables.name) columns WHERE "
+                                "tables.type = 'table' ORDER BY tables.name, columns.cid"_s;
+        const QStringList wanted = RowsOf(*MakeDatabase(), columns);
         for (int load = 1; load <= 2; ++load) {
-            QVERIFY(database->LoadFromFile(path));
-            const QString columns = u"SELECT name FROM pragma_table_info('%1')"_s;
-            for (const auto table : {"LongJobsQueue"_L1, "ShortJobsQueue"_L1, "QueuelessJobs"_L1, "Jobs"_L1})
-                QCOMPARE(RowsOf(*database, columns.arg(table)).last(3), added.last(3));
-            QCOMPARE(RowsOf(*database, columns.arg("FinishedJobs"_L1)).last(4), added);
+            QVERIFY(database->LoadFromFile(file));
+            QCOMPARE(RowsOf(*database, columns), wanted);
+            QVERIFY(!database->HasUnsavedChanges());
         }
-        QVERIFY(!database->HasUnsavedChanges());
-        const Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 10);
-        QVERIFY(database->InsertFinishedJob(job, true));
-        const auto jobs = database->GetFinishedJobs();
-        QCOMPARE(jobs.size(), 2);
-        QCOMPARE(jobs.first().QueueName, u"Short"_s);
-        QCOMPARE(jobs.last().StdOutAndStdErr, job.StdOutAndStdErr);
+        QCOMPARE(RowsOf(*database, u"SELECT StdOutAndStdErr, InputFilePath2, JobClass, ClientNotification "
+                                   "FROM FinishedJobs"_s),
+                 QStringList{addedFields});
+        const auto finished = database->GetFinishedJobs();
+        QCOMPARE(finished.size(), 1);
+        QCOMPARE(finished.first().Name + u' ' + finished.first().QueueName, u"done Short"_s);
+        QCOMPARE(finished.first().StdOutAndStdErr, addedFields.section(u'|', 0, 0));
+        for (const QList<Taskmill_JobRecord> &jobs :
+             {database->GetLongJobs(), database->GetShortJobs(), database->GetQueuelessJobs()}) {
+            QCOMPARE(jobs.size(), 1);
+            QCOMPARE(jobs.first().JobType.Name, u"MOPAC"_s);
+            QCOMPARE(jobs.first().InputFilePath2, addedFields.section(u'|', 1, 1));
+            QCOMPARE(jobs.first().JobClass, addedFields.section(u'|', 2, 2));
+        }
+        QVERIFY(database->InsertFinishedJob(SampleJob(SampleJobType(u"Type"_s), 10), true));
     }
 
     /// A driver with an SQLite of its own inside gives out handles that the program must not use.
@@ -198,6 +218,11 @@ private Q_SLOTS:
     }
 
 private:
+    [[nodiscard]] static QString KeptFile(const QString &name)
+    {
+        return QStringLiteral(TASKMILL_KEPT_FILES) + name;
+    }
+
     QTemporaryDir m_directory;
 };
 

@@ -1,5 +1,6 @@
 #include "service/console.h"
 
+#include "db/databasetestutil.h"
 #include "jobs/job.h"
 #include "service/consoleposted.h"
 #include "service/runningjobs.h"
@@ -7,6 +8,7 @@
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
+#include <QDir>
 #include <QMutex>
 #include <QSemaphore>
 #include <QtTest>
@@ -151,8 +153,143 @@ private Q_SLOTS:
         QCOMPARE(session.Run({u"add short job"_s, u"0"_s, u" %1 "_s.arg(file)}),
                  type + input + u"\n<Taskmill> Job 1 was added to the Short Jobs Queue.\n\n"_s + prompt);
         QCOMPARE(session.manager.shortJobs.Jobs().JobAt(0)->Record().InputFilePath, file);
-        QCOMPARE(session.Run({u"set short limit 2147483648"_s}),
-                 u"\n<Taskmill> The limit must be a number from 1 to 2147483647.\n\n"_s + prompt);
+    }
+
+    /// The name of a row is what is typed, with '|' for a line feed; "..." is the directory of the test.
+    void EachCommandDoesWhatItSays_data()
+    {
+        QTest::addColumn<QStringList>("printed"); // all of it is there
+        QTest::addColumn<QString>("queues");
+        const QString untouched = u"long 1 2 limit 1, short 3 limit 1, queueless 4"_s;
+        const auto add = [](const char *typed, const QStringList &printed, const QString &queues) {
+            QTest::newRow(typed) << printed << queues;
+        };
+        const QString type = u"Enter Job Type:"_s;
+        const QString self = QCoreApplication::applicationFilePath();
+        add("list long jobs", {u"\nLong Jobs Queue\nJob ID"_s, u"\n2       job 2"_s}, untouched);
+        add("list short jobs", {u"\nShort Jobs Queue\nJob ID"_s, u"\n3       job 3"_s}, untouched);
+        add("list queueless jobs", {u"\nQueueless Jobs List\nJob ID"_s, u"\n4       job 4"_s}, untouched);
+        add("list running jobs", {u"Process ID"_s, u"testprogram"_s, u"no "_s + self}, untouched);
+        add("list all running jobs", {u"Process ID"_s, u"testprogram"_s, self}, untouched);
+        add("list finished jobs", {u"\nFinished Jobs\nJob ID"_s, u"\n9       ended"_s}, untouched);
+        add("list job types", {u"\nJob Types\nDBID"_s, u"\n0     Gated"_s}, untouched);
+        add("show job 3", {u"Name  "_s, u"  job 3\n"_s, u"\nstdout and stderr:\n"_s}, untouched);
+        for (const char *command : {"add job|none|0|free.in", "submit job|none|0|free.in",
+                                    "add queueless job|Gated|free.in", "submit queueless job|Gated|free.in"})
+            add(command, {type}, u"long 1 2 limit 1, short 3 limit 1, queueless 4 5"_s);
+        for (const char *command :
+             {"add job|Long|0|free.in", "add long job|0|free.in", "submit long job|0|free.in"})
+            add(command, {type}, u"long 1 2 5 limit 1, short 3 limit 1, queueless 4"_s);
+        for (const char *command :
+             {"add job|short|0|free.in", "add short job|0|free.in", "submit short job|0|free.in"})
+            add(command, {type}, u"long 1 2 limit 1, short 3 5 limit 1, queueless 4"_s);
+        add("remove job 2|yes", {u"job 2 "_s}, u"long 1 limit 1, short 3 limit 1, queueless 4"_s);
+        add("kill job 3|yes", {killWarning}, u"long 1 2 limit 1, short limit 1, queueless 4"_s);
+        add("kill job 2", {u"Job 2 does not run"_s}, untouched);
+        add("kill job 9", {u"no waiting or running job 9"_s}, untouched);
+        add("pause long jobs", {u"Long Jobs Queue is paused"_s},
+            u"long 1 2 limit 1 paused, short 3 limit 1, queueless 4"_s);
+        add("pause short jobs", {u"Short Jobs Queue is paused"_s},
+            u"long 1 2 limit 1, short 3 limit 1 paused, queueless 4"_s);
+        add("pause short jobs|pause long jobs|unpause long jobs", {u"Long Jobs Queue is no longer paused"_s},
+            u"long 1 2 limit 1, short 3 limit 1 paused, queueless 4"_s);
+        add("pause short jobs|pause long jobs|unpause short jobs",
+            {u"Short Jobs Queue is no longer paused"_s},
+            u"long 1 2 limit 1 paused, short 3 limit 1, queueless 4"_s);
+        add("set long limit 3", {u"Long Jobs Queue"_s, u"3 jobs"_s},
+            u"long 1 2 limit 3, short 3 limit 1, queueless 4"_s);
+        add("set short limit 3", {u"Short Jobs Queue"_s, u"3 jobs"_s},
+            u"long 1 2 limit 1, short 3 limit 3, queueless 4"_s);
+        for (const char *command : {"set long limit 0", "set short limit 2147483648"})
+            add(command, {u"a number from 1 to 2147483647"_s}, untouched);
+        add("save|new", {u"Enter Project File:"_s, u"The project was saved to "_s, u"new.mill"_s}, untouched);
+        add("pwd", {u"\nCurrent Directory:  ...\n"_s}, untouched);
+        add("cd sub", {u"\nCurrent Directory:  .../sub\n"_s}, untouched);
+        add("cd", {u"\nCurrent Directory:  "_s + QDir::homePath() + u'\n'}, untouched);
+        for (const char *command : {"dir", "dir /b", "dir/b"})
+            add(command, {u"free.in"_s}, untouched);
+        add("cls", {}, untouched);
+        add("help", {u"\nset long limit N "_s, u"\npause short jobs "_s}, untouched);
+        for (const char *command : {"quit|no", "EXIT|no"})
+            add(command, {exitQuestion}, untouched);
+    }
+
+    void EachCommandDoesWhatItSays()
+    {
+        Session session;
+        TestManager &manager = session.manager;
+        for (Taskmill_QueueOwner *owner : QList<Taskmill_QueueOwner *>{
+                 &manager.longJobs, &manager.longJobs, &manager.shortJobs, &manager.queuelessJobs})
+            owner->Submit(manager.NewJob(session.gated, manager.InputFile(u"free.in"_s)));
+        Taskmill_JobRecord ended;
+        ended.JobID = 9;
+        ended.Name = u"ended"_s;
+        manager.finishedJobs.AddJob(ended);
+        QVERIFY(QDir{manager.directory.path()}.mkdir(u"sub"_s));
+        const QString before = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(manager.directory.path()));
+        const QString here = QDir::currentPath();
+
+        const QString output = session.Run(QString::fromLatin1(QTest::currentDataTag()).split(u'|'));
+        QVERIFY(QDir::setCurrent(before));
+        QFETCH(const QStringList, printed);
+        for (QString text : printed) {
+            const bool isAbsent = text.startsWith("no /"_L1);
+            text = isAbsent ? text.sliced(3) : text.replace("..."_L1, here);
+            QVERIFY2(output.contains(text) != isAbsent, qPrintable(text + u" in "_s + output));
+        }
+        QFETCH(const QString, queues);
+        const auto limit = [](const Taskmill_JobQueue &queue) {
+            return u" limit %1%2"_s.arg(queue.MaxRunningJobs())
+                .arg(queue.IsPaused() ? u" paused"_s : QString{});
+        };
+        QCOMPARE(u"long"_s + Numbers(manager.longJobs) + limit(manager.longJobs.Jobs()) + u", short"_s +
+                     Numbers(manager.shortJobs) + limit(manager.shortJobs.Jobs()) + u", queueless"_s +
+                     Numbers(manager.queuelessJobs),
+                 queues);
+        QCOMPARE(session.exits, 0);
+    }
+
+    void ShowsEveryFieldOfAJob()
+    {
+        Session session;
+        Taskmill_JobRecord job = SampleJob(SampleJobType(u"MOPAC"_s), 12);
+        job.OutputFile = u"o.out"_s;
+        job.StandardInputFile = u"s.in"_s;
+        job.StandardOutputFile = u"s.out"_s;
+        job.CheckpointFile = u"c.chk"_s;
+        job.CheckpointFile2 = u"c1.chk"_s;
+        job.PlaceholderValues = {{u"@A"_s, u"1"_s}, {u"@B"_s, u"2"_s}};
+        QVERIFY(session.manager.finishedJobs.AddJob(job));
+        const QString shown = session.Run({u"show job 12"_s});
+        const QStringList fields{u"Job ID  12"_s,
+                                 u"Name  "_s + job.Name,
+                                 u"Status  Completed"_s,
+                                 u"Job Type  MOPAC"_s,
+                                 u"Queue  Long"_s,
+                                 u"Job Class  class o'9"_s,
+                                 u"Executable Path  /opt/it's/mopac"_s,
+                                 u"Input File  "_s + job.InputFilePath,
+                                 u"Second Input File  /tmp/second"_s,
+                                 u"Output File  o.out"_s,
+                                 u"Standard Input File  s.in"_s,
+                                 u"Standard Output File  s.out"_s,
+                                 u"Checkpoint File  c.chk"_s,
+                                 u"Second Checkpoint File  c1.chk"_s,
+                                 u"Placeholders  @A=1, @B=2"_s,
+                                 u"Submitted  02-29-2024 01:02:03"_s,
+                                 u"Started  02-29-2024 01:02:04"_s,
+                                 u"Finished  03-01-2024 00:00:00"_s,
+                                 u"Client  host"_s,
+                                 u"Client Application  app"_s,
+                                 u"Client Address  127.0.0.1:4711"_s,
+                                 u"Client User and Group  1000:100"_s,
+                                 u"Client Is Notified  yes"_s};
+        QStringList lines = shown.split(u'\n');
+        lines.replaceInStrings(QRegularExpression{u"   +"_s}, u"  "_s);
+        for (const QString &field : fields)
+            QVERIFY2(lines.contains(field), qPrintable(field + u" in "_s + shown));
+        QVERIFY(shown.endsWith(u"\nstdout and stderr:\nout\n'err' ü\n\n"_s + prompt));
     }
 
     void SavesANewProjectBeforeTheExit()
@@ -241,6 +378,16 @@ private Q_SLOTS:
                 QThread::yieldCurrentThread();
             session.console.reset();
         }
+    }
+
+private:
+    /// " 1 2", the numbers of the jobs.
+    [[nodiscard]] static QString Numbers(Taskmill_QueueOwner &owner)
+    {
+        QString numbers;
+        for (const int jobID : owner.Jobs().JobIDs())
+            numbers += u' ' + QString::number(jobID);
+        return numbers;
     }
 };
 
