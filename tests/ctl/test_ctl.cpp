@@ -6,6 +6,9 @@
 #include "service/requestserver.h"
 #include "support/testutil.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -239,17 +242,41 @@ private Q_SLOTS:
         job.JobType = database->GetJobTypes().first();
         job.Name = u"Wasser"_s;
         job.Status = Status::Completed;
+        job.JobID = 7;
+        job.QueueName = u"Short"_s;
+        job.InputFilePath = u"/w/a.in"_s;
+        job.InputFilePath2 = u"/w/b.in"_s;
+        job.ClientName = u"host"_s;
+        job.ClientAppName = u"Editor"_s;
+        job.Submitted = QDateTime{{2024, 3, 7}, {16, 0, 0}};
+        job.Started = QDateTime{{2024, 3, 8}, {17, 0, 0}};
         job.Finished = QDateTime{{2024, 3, 9}, {18, 0, 0}};
-        QVERIFY(database->InsertFinishedJob(job, true) && database->SaveToFile(Path(u"jobs.mill"_s)));
+        QVERIFY(database->InsertFinishedJob(job, true));
+        QVERIFY(database->SaveToFile(Path(u"jobs.mill"_s)));
 
         const QByteArray text = Run(u"jobs jobs.mill"_s).out;
-        QVERIFY2(text.contains("Wasser  Completed") && text.contains("Short Jobs Queue is Empty"),
-                 text.constData());
+        QVERIFY2(text.contains("Wasser  Completed"), text.constData());
+        QVERIFY2(text.contains("Short Jobs Queue is Empty"), text.constData());
         QVERIFY(!Run(u"jobs jobs.mill --long"_s).out.contains("Wasser"));
         const QByteArray json = Run(u"jobs jobs.mill --finished --json"_s).out;
-        QVERIFY2(json.contains("\"finished\": \"2024-03-09T18:00:00\"") &&
-                     json.contains("\"status\": \"Completed\""),
-                 json.constData());
+        const QJsonObject expected{{u"list"_s, u"finished"_s},
+                                   {u"id"_s, 7},
+                                   {u"name"_s, u"Wasser"_s},
+                                   {u"status"_s, u"Completed"_s},
+                                   {u"jobtype"_s, job.JobType.Name},
+                                   {u"queue"_s, u"Short"_s},
+                                   {u"executablepath"_s, TestProgramPath()},
+                                   {u"commandline"_s, job.CommandLine()},
+                                   {u"inputfile"_s, u"/w/a.in"_s},
+                                   {u"inputfile2"_s, u"/w/b.in"_s},
+                                   {u"submitted"_s, u"2024-03-07T16:00:00"_s},
+                                   {u"started"_s, u"2024-03-08T17:00:00"_s},
+                                   {u"finished"_s, u"2024-03-09T18:00:00"_s},
+                                   {u"clientname"_s, u"host"_s},
+                                   {u"clientappname"_s, u"Editor"_s}};
+        QJsonObject shown = QJsonDocument::fromJson(json).array().first().toObject();
+        for (auto field = expected.begin(); field != expected.end(); ++field)
+            QCOMPARE(shown[field.key()], field.value());
     }
 
 private:

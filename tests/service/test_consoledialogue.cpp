@@ -4,6 +4,7 @@
 #include "jobs/job.h"
 #include "service/consoleposted.h"
 #include "service/runningjobs.h"
+#include "service/texttable.h"
 #include "service/timetext.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
@@ -171,7 +172,7 @@ private Q_SLOTS:
         add("list queueless jobs", {u"\nQueueless Jobs List\nJob ID"_s, u"\n4       job 4"_s}, untouched);
         add("list running jobs", {u"Process ID"_s, u"testprogram"_s, u"no "_s + self}, untouched);
         add("list all running jobs", {u"Process ID"_s, u"testprogram"_s, self}, untouched);
-        add("list finished jobs", {u"\nFinished Jobs\nJob ID"_s, u"\n9       ended"_s}, untouched);
+        add("list finished jobs", {u"\nFinished Jobs\nJob ID"_s, u"\n9       Wasser"_s}, untouched);
         add("list job types", {u"\nJob Types\nDBID"_s, u"\n0     Gated"_s}, untouched);
         add("show job 3", {u"Name  "_s, u"  job 3\n"_s, u"\nstdout and stderr:\n"_s}, untouched);
         for (const char *command : {"add job|none|0|free.in", "submit job|none|0|free.in",
@@ -221,10 +222,7 @@ private Q_SLOTS:
         for (Taskmill_QueueOwner *owner : QList<Taskmill_QueueOwner *>{
                  &manager.longJobs, &manager.longJobs, &manager.shortJobs, &manager.queuelessJobs})
             owner->Submit(manager.NewJob(session.gated, manager.InputFile(u"free.in"_s)));
-        Taskmill_JobRecord ended;
-        ended.JobID = 9;
-        ended.Name = u"ended"_s;
-        manager.finishedJobs.AddJob(ended);
+        QVERIFY(manager.finishedJobs.AddJob(SampleJob(session.gated, 9)));
         QVERIFY(QDir{manager.directory.path()}.mkdir(u"sub"_s));
         const QString before = QDir::currentPath();
         QVERIFY(QDir::setCurrent(manager.directory.path()));
@@ -319,8 +317,13 @@ private Q_SLOTS:
         QVERIFY(ReadTestFile(old) != "old");
     }
 
-    void TimesBeginWithTheMonth()
+    void TimesBeginWithTheMonthAndWideCharactersTakeTwoColumns()
     {
+        QCOMPARE(Taskmill_TextWidth(u"aé ½"_s), 4);
+        QCOMPARE(Taskmill_TextWidth(u"水ｱＡ한"_s), 7); // the second is halfwidth
+        QCOMPARE(Taskmill_TextWidth(u"\U0001F600\U00020000"_s), 4);
+        QCOMPARE(Taskmill_TextWidth(u"e\u0301\u200D"_s), 1);
+        QCOMPARE(Taskmill_TextTable({u"A"_s, u"B"_s}, {{u"水"_s, u"b"_s}}), u"A   B\n-----\n水  b\n"_s);
         QCOMPARE(Taskmill_TimeText(QDateTime{{2024, 3, 9}, {17, 5, 6}}), u"03-09-2024 17:05:06"_s);
         QCOMPARE(Taskmill_TimeText({}), QString{});
     }

@@ -2,10 +2,12 @@
 
 #include "db/databasetestutil.h"
 #include "jobs/job.h"
+#include "service/recentprojects.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QtTest>
 
@@ -130,6 +132,35 @@ private Q_SLOTS:
         QCOMPARE(RowsOfFile(File(), count), QStringList{u"1|0"_s});
         QVERIFY(m_manager->project.SaveProject());
         QCOMPARE(RowsOfFile(File(), count), QStringList{u"0|1"_s});
+    }
+
+    void RecentProjectsAreStored()
+    {
+        const auto save = [this](const QString &name) {
+            m_manager->NewProject();
+            QVERIFY(m_manager->project.SaveProjectAs(m_manager->Path(name)));
+        };
+        QStringList expected;
+        for (int number = 1; number <= 11; ++number) {
+            save(u"%1.mill"_s.arg(number));
+            expected.prepend(m_manager->Path(u"%1.mill"_s.arg(number)));
+        }
+        expected.removeLast();
+        QCOMPARE(Taskmill_RecentProjects(), expected);
+        QVERIFY(m_manager->project.OpenProject(expected[4]));
+        expected.move(4, 0);
+        QCOMPARE(Taskmill_RecentProjects(), expected);
+        QVERIFY(QFile::remove(expected.takeAt(2)));
+        Taskmill_DropMissingRecentProjects();
+        QCOMPARE(Taskmill_RecentProjects(), expected);
+        // They are in a file for the next start.
+        QDirIterator files{m_manager->directory.path(), QDir::Files, QDirIterator::Subdirectories};
+        QByteArray settings;
+        while (files.hasNext()) {
+            if (const QString file = files.next(); !file.endsWith(".mill"_L1))
+                settings += ReadTestFile(file);
+        }
+        QVERIFY2(settings.contains("/11.mill"), settings.constData());
     }
 
     void FailedSaveLeavesEverything()

@@ -5,11 +5,13 @@
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
 #include "kilnutil/registry.h"
+#include "kilnutil/tablewidget.h"
 #include "support/scriptedprompt.h"
 #include "support/testutil.h"
 #include "ui/uidriver.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QPushButton>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -70,14 +72,19 @@ Taskmill_Database *Database()
     return Taskmill_Database_Manager::Global().CurrentDatabase();
 }
 
-/// Names of the long jobs.
-QString LongJobs()
+QString Names(const QList<Taskmill_JobRecord> &jobs)
 {
     QStringList names;
-    for (const Taskmill_JobRecord &job : Database()->GetLongJobs())
+    for (const Taskmill_JobRecord &job : jobs)
         names.append(job.Name);
     return names.join(u' ');
 }
+
+QString LongJobs()
+{
+    return Names(Database()->GetLongJobs());
+}
+
 /// The manager with its window on a new project, in an empty directory and on a port of its own.
 struct WindowPlace
 {
@@ -132,6 +139,8 @@ private Q_SLOTS:
     void ClosingWithoutATrayMinimises();
     void DialogsComeOneAfterAnother();
     void RequestWaitsForTheUsersDialog();
+    void DroppedFilesGoToTheListTheyAreDroppedOn_data();
+    void DroppedFilesGoToTheListTheyAreDroppedOn();
     void QuitsWhileADialogIsOpen();
     void NothingIsLostAtTheExit();
 };
@@ -194,6 +203,36 @@ void TestAppWindow::RequestWaitsForTheUsersDialog()
     WhenDialogIsOpen([](QDialog &dialog) { Press(dialog, u"Submit"_s); });
     QVERIFY(asking->Answer().startsWith("accepted="));
     QCOMPARE(LongJobs(), u"b.one a.one"_s);
+}
+
+void TestAppWindow::DroppedFilesGoToTheListTheyAreDroppedOn_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("content");
+    QTest::newRow("Long Jobs Queue") << u"Long Jobs Queue"_s << u"a.one  "_s;
+    QTest::newRow("Short Jobs Queue") << u"Short Jobs Queue"_s << u" a.one "_s;
+    QTest::newRow("Queueless Jobs List") << u"Queueless Jobs"_s << u"  a.one"_s;
+}
+
+void TestAppWindow::DroppedFilesGoToTheListTheyAreDroppedOn()
+{
+    WindowPlace place;
+    const auto tables = place.Window().findChildren<KilnUtil_TableWidget *>();
+    const auto list = std::ranges::find(tables, QString::fromLatin1(QTest::currentDataTag()),
+                                        &KilnUtil_TableWidget::accessibleName);
+    QVERIFY(list != tables.end());
+    QString target;
+    WhenDialogIsOpen([&](QDialog &dialog) {
+        const auto boxes = dialog.findChildren<QComboBox *>();
+        target = (*std::ranges::find(boxes, u"Target"_s, &QComboBox::accessibleName))->currentText();
+        Press(dialog, u"Submit"_s);
+    });
+    Q_EMIT(*list)->DropSignal({WriteTestFile(place.Path(u"a.one"_s), "x")});
+    QTEST(target, "target");
+    QTEST((QStringList{Names(Database()->GetLongJobs()), Names(Database()->GetShortJobs()),
+                       Names(Database()->GetQueuelessJobs())}
+               .join(u' ')),
+          "content");
 }
 
 /// Behind the others: no dialog can be run after the event loops have been told to end.

@@ -6,6 +6,7 @@
 #include "ui/uidriver.h"
 
 #include <QAbstractItemModelTester>
+#include <QAbstractProxyModel>
 #include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -16,6 +17,11 @@ using WarnAnswer = KilnUtil_UserPrompt::WarnAnswer;
 QString CellText(const QTableView &table, int row, int column)
 {
     return table.model()->index(row, column).data().toString();
+}
+
+QAbstractItemModel *SourceOf(const QTableView &table)
+{
+    return qobject_cast<const QAbstractProxyModel *>(table.model())->sourceModel();
 }
 
 QPoint CellCentre(const QTableView &table, int row)
@@ -74,6 +80,7 @@ class TestJobTables : public QObject
 
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
+    void RefreshKeepsThePlaceOfTheReader_data();
     void RefreshKeepsThePlaceOfTheReader();
     void ActionsMeanTheJobUnderTheCursor();
     void JobsThatLeaveWhileTheMenuIsOpen();
@@ -81,16 +88,27 @@ private Q_SLOTS:
     void FinishedJobsReplacedDuringTheQuestion();
 };
 
+/// Many gaps are announced as a new layout.
+void TestJobTables::RefreshKeepsThePlaceOfTheReader_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::newRow("few gaps") << 200;
+    QTest::newRow("many gaps") << 220;
+}
+
 void TestJobTables::RefreshKeepsThePlaceOfTheReader()
 {
+    QFETCH(const int, count);
     JobPages pages;
-    const QAbstractItemModelTester tester{pages.table.model(),
-                                          QAbstractItemModelTester::FailureReportingMode::QtTest};
+    constexpr auto reportMode = QAbstractItemModelTester::FailureReportingMode::QtTest;
+    const QAbstractItemModelTester tester{pages.table.model(), reportMode};
+    const QAbstractItemModelTester sourceTester{SourceOf(pages.table), reportMode};
     pages.queue.SetPaused(true);
-    pages.Submit(200);
+    pages.Submit(count);
     pages.table.sortByColumn(0, Qt::DescendingOrder);
-    pages.table.setCurrentIndex(pages.table.model()->index(105, 1));
-    pages.table.scrollTo(pages.table.model()->index(100, 0), QAbstractItemView::PositionAtTop);
+    const QPersistentModelIndex inSource = SourceOf(pages.table)->index(94, 0);
+    pages.table.setCurrentIndex(pages.table.model()->index(count - 95, 1));
+    pages.table.scrollTo(pages.table.model()->index(count - 100, 0), QAbstractItemView::PositionAtTop);
     const auto top = [&] {
         return CellText(pages.table, pages.table.rowAt(0), 0);
     };
@@ -98,13 +116,14 @@ void TestJobTables::RefreshKeepsThePlaceOfTheReader()
 
     // Every second row vanishes, and three come above.
     QList<int> gone;
-    for (int jobID = 1; jobID <= 200; jobID += 2)
+    for (int jobID = 1; jobID <= count; jobID += 2)
         gone.append(jobID);
     gone.removeOne(95);
     pages.manager.longJobs.RemoveNow(gone);
     pages.Submit(3);
-    QCOMPARE(pages.table.model()->rowCount(), 104);
-    QCOMPARE(CellText(pages.table, 0, 0), u"203"_s);
+    QCOMPARE(pages.table.model()->rowCount(), count / 2 + 4);
+    QCOMPARE(CellText(pages.table, 0, 0), QString::number(count + 3));
+    QCOMPARE(inSource.data().toInt(), 95);
     QCOMPARE(top(), u"100"_s);
     QCOMPARE(CellText(pages.table, pages.table.currentIndex().row(), 0), u"95"_s);
     QCOMPARE(pages.table.SelectedRows(), QList<int>{pages.table.currentIndex().row()});
@@ -114,7 +133,7 @@ void TestJobTables::RefreshKeepsThePlaceOfTheReader()
     pages.window.hide();
     pages.manager.longJobs.Submit(pages.manager.NewJob(pages.gated));
     pages.window.show();
-    QCOMPARE(top(), u"204"_s);
+    QCOMPARE(top(), QString::number(count + 4));
 }
 
 void TestJobTables::ActionsMeanTheJobUnderTheCursor()
@@ -150,6 +169,8 @@ void TestJobTables::JobsThatLeaveWhileTheMenuIsOpen()
 void TestJobTables::FinishedJobsAreRemovedByTheirRows()
 {
     JobPages pages;
+    const QAbstractItemModelTester tester{SourceOf(pages.finishedTable),
+                                          QAbstractItemModelTester::FailureReportingMode::QtTest};
     pages.AddFinishedJobs(5);
     pages.finishedTable.sortByColumn(1, Qt::DescendingOrder);
     for (const int row : {0, 3})

@@ -174,11 +174,10 @@ void TestTableModels::EachColumnHasItsText_data()
                       u"Executable Path: "_s + program,
                       u"Command Line: %1 wait x"_s.arg(program),
                       u"Submitted: now"_s,
-                      u"Started:"_s};
+                      u"Started: 03-01-2024 04:05:06"_s};
     add("queue", queue);
     queue[2] = u"Status: Failed"_s;
     queue[6] = u"Submitted: 02-29-2024 01:02:03"_s;
-    queue[7] = u"Started: 03-01-2024 04:05:06"_s;
     queue.insert(4, u"Queue: Short"_s);
     add("finished", queue + QStringList{u"Finished: 12-31-2025 07:08:09"_s});
     add("types", {u"DBID: 0"_s, u"Name: the type"_s, u"Application Name: the application"_s,
