@@ -1,4 +1,6 @@
 #include "databasetestutil.h"
+#include "db/databasemanager.h"
+#include "support/scriptedprompt.h"
 #include "support/testutil.h"
 
 #include <QTemporaryDir>
@@ -130,7 +132,8 @@ private Q_SLOTS:
             }
             QCOMPARE((*database.*gets[table])(), jobs);
             QCOMPARE(database->LargestJobID(), 42);
-            QVERIFY((*database.*removals[table])(41) && (*database.*removals[table])(0));
+            QVERIFY((*database.*removals[table])(41));
+            QVERIFY((*database.*removals[table])(0));
             QCOMPARE((*database.*gets[table])(), QList{jobs.first()});
         }
     }
@@ -158,8 +161,10 @@ private Q_SLOTS:
         // The new row has the key of a deleted one.
         insert(7);
         insert(8);
-        QVERIFY(database->DeleteLongJob(5) && database->DeleteLongJob(8));
-        QVERIFY(database->InsertJobType(SampleJobType(u"B"_s), true) && database->DeleteJobType(0));
+        QVERIFY(database->DeleteLongJob(5));
+        QVERIFY(database->DeleteLongJob(8));
+        QVERIFY(database->InsertJobType(SampleJobType(u"B"_s), true));
+        QVERIFY(database->DeleteJobType(0));
         QCOMPARE(content(), u"6 7 B"_s);
         QVERIFY(database->LoadFromFile(path));
         QVERIFY(database->DeleteLongJob(7));
@@ -215,6 +220,32 @@ private Q_SLOTS:
         QCOMPARE(RowsOf(*database, u"SELECT QueueID, Name, MaxRunningJobs FROM Queues"_s),
                  (QStringList{u"0|Long|1"_s, u"1|Short|5"_s}));
         QCOMPARE(RowsOf(*database, u"SELECT count(*) FROM LongJobsQueue"_s), QStringList{u"0"_s});
+    }
+
+    void ManagerFindsItsDatabasesAgain()
+    {
+        using Kind = KilnUtil_Database_Foundation;
+        ScriptedPrompt prompt;
+        Taskmill_Database_Manager &manager = Taskmill_Database_Manager::Global();
+        const Taskmill_Database *memory = manager.Database(Kind::SQLiteMemory, {}, true);
+        QCOMPARE(manager.Database(Kind::SQLiteMemory, {}, false), memory);
+        QCOMPARE(manager.Database(Kind::SQLiteFile, {}, true), nullptr);
+        QCOMPARE(manager.Database(Kind::PostgreSQL, {}, false), nullptr);
+        QCOMPARE(prompt.asked[0].title + prompt.asked[1].title,
+                 u"Specify an SQLite Database FileSelect a MySQL Database File or Directory"_s);
+        QCOMPARE(prompt.asked[0].text + prompt.asked[1].text,
+                 u"SQLite Databases (*.*)PostGreSQL Databases (*.*)"_s);
+        QCOMPARE(manager.CurrentDatabase(), memory);
+        prompt.texts = {u"chosen"_s};
+        QCOMPARE(manager.Database(Kind::PostgreSQL, {}, false)->Kind(), Kind::PostgreSQL);
+        // One whose name is given is found by the number of another kind only.
+        const Taskmill_Database *named = manager.Database(Kind::PostgreSQL, u"named"_s, false);
+        QCOMPARE(named->Kind(), Kind::MySQL);
+        QCOMPARE(manager.CurrentDatabase(), named);
+        QCOMPARE(manager.Database(Kind::MySQL, u"named"_s, false), named);
+        QVERIFY(manager.Database(Kind::PostgreSQL, u"named"_s, false) != named);
+        manager.CloseAll();
+        QCOMPARE(manager.CurrentDatabase(), nullptr);
     }
 
 private:

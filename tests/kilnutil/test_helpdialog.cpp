@@ -71,7 +71,8 @@ private Q_SLOTS:
                 const QString target = match.captured(2).isEmpty() ? file.fileName() : match.captured(2);
                 const QByteArray text = ReadTestFile(file.dir().absoluteFilePath(target));
                 const QByteArray name = match.captured(3).toUtf8();
-                QVERIFY2(!text.isEmpty() && (name.isEmpty() || text.contains("<a name=\"" + name + '"')),
+                QVERIFY2(!text.isEmpty(), qPrintable(page.FilePath + match.captured()));
+                QVERIFY2(name.isEmpty() || text.contains("<a name=\"" + name + '"'),
                          qPrintable(page.FilePath + match.captured()));
             }
         }

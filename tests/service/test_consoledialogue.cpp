@@ -139,23 +139,6 @@ class TestConsoleDialogue : public QObject
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
 
-    void AddsJobsByQuestions()
-    {
-        Session session;
-        const QString file = session.manager.InputFile(u"a'%1'.in"_s);
-        const QString queue = u"\n<Taskmill> Enter Queue:  "_s;
-        const QString type = u"\n<Taskmill> Enter Job Type:  "_s;
-        const QString input = u"\n<Taskmill> Enter Input File:  "_s;
-        QCOMPARE(session.Run({u"submit job"_s, u"longer"_s, u"Cancel"_s}), queue + u'\n' + queue + prompt);
-        // Job types are named, in any case, or numbered.
-        QCOMPARE(
-            session.Run({u"add job"_s, u" NONE "_s, u"1"_s, u"gated"_s, u"."_s, u"missing"_s, u"cancel"_s}),
-            queue + type + u'\n' + type + input + u'\n' + input + u'\n' + input + prompt);
-        QCOMPARE(session.Run({u"add short job"_s, u"0"_s, u" %1 "_s.arg(file)}),
-                 type + input + u"\n<Taskmill> Job 1 was added to the Short Jobs Queue.\n\n"_s + prompt);
-        QCOMPARE(session.manager.shortJobs.Jobs().JobAt(0)->Record().InputFilePath, file);
-    }
-
     /// The name of a row is what is typed, with '|' for a line feed; "..." is the directory of the test.
     void EachCommandDoesWhatItSays_data()
     {
@@ -165,7 +148,9 @@ private Q_SLOTS:
         const auto add = [](const char *typed, const QStringList &printed, const QString &queues) {
             QTest::newRow(typed) << printed << queues;
         };
-        const QString type = u"Enter Job Type:"_s;
+        const QString queue = u"\n<Taskmill> Enter Queue:  "_s;
+        const QString type = u"\n<Taskmill> Enter Job Type:  "_s;
+        const QString input = u"\n<Taskmill> Enter Input File:  "_s;
         const QString self = QCoreApplication::applicationFilePath();
         add("list long jobs", {u"\nLong Jobs Queue\nJob ID"_s, u"\n2       job 2"_s}, untouched);
         add("list short jobs", {u"\nShort Jobs Queue\nJob ID"_s, u"\n3       job 3"_s}, untouched);
@@ -177,15 +162,29 @@ private Q_SLOTS:
         add("show job 3", {u"Name  "_s, u"  job 3\n"_s, u"\nstdout and stderr:\n"_s}, untouched);
         for (const char *command : {"add job|none|0|free.in", "submit job|none|0|free.in",
                                     "add queueless job|Gated|free.in", "submit queueless job|Gated|free.in"})
-            add(command, {type}, u"long 1 2 limit 1, short 3 limit 1, queueless 4 5"_s);
+            add(command, {type + input + u"\n<Taskmill> Job 5 was added to the "_s},
+                u"long 1 2 limit 1, short 3 limit 1, queueless 4 5"_s);
         for (const char *command :
              {"add job|Long|0|free.in", "add long job|0|free.in", "submit long job|0|free.in"})
-            add(command, {type}, u"long 1 2 5 limit 1, short 3 limit 1, queueless 4"_s);
+            add(command, {type + input + u"\n<Taskmill> Job 5 was added to the "_s},
+                u"long 1 2 5 limit 1, short 3 limit 1, queueless 4"_s);
         for (const char *command :
              {"add job|short|0|free.in", "add short job|0|free.in", "submit short job|0|free.in"})
-            add(command, {type}, u"long 1 2 limit 1, short 3 5 limit 1, queueless 4"_s);
-        add("remove job 2|yes", {u"job 2 "_s}, u"long 1 limit 1, short 3 limit 1, queueless 4"_s);
-        add("kill job 3|yes", {killWarning}, u"long 1 2 limit 1, short limit 1, queueless 4"_s);
+            add(command, {type + input + u"\n<Taskmill> Job 5 was added to the "_s},
+                u"long 1 2 limit 1, short 3 5 limit 1, queueless 4"_s);
+        add("submit job|longer|Cancel", {queue + u'\n' + queue + prompt}, untouched);
+        // Job types are named, in any case, or numbered.
+        add("add job| NONE |1|gated|.|missing|cancel",
+            {queue + type + u'\n' + type + input + u'\n' + input + u'\n' + input + prompt}, untouched);
+        const QString question =
+            u"\n<Taskmill> Are you sure you want to remove the following 1 selected jobs "
+            "from the Long Jobs Queue?\n\njob %1  "_s;
+        add("remove job 2|yes", {question.arg(2) + u"\n<Taskmill> Job 2 was removed.\n"_s},
+            u"long 1 limit 1, short 3 limit 1, queueless 4"_s);
+        add("remove job 1|yes|no", {question.arg(1) + killWarning + prompt}, untouched);
+        add("kill job 3|what|n", {killWarning + u'\n' + killWarning + prompt}, untouched);
+        add("kill job 3|1", {killWarning + u"\n<Taskmill> Job 3 was killed.\n"_s},
+            u"long 1 2 limit 1, short limit 1, queueless 4"_s);
         add("kill job 2", {u"Job 2 does not run"_s}, untouched);
         add("kill job 9", {u"no waiting or running job 9"_s}, untouched);
         add("pause long jobs", {u"Long Jobs Queue is paused"_s},
@@ -260,32 +259,19 @@ private Q_SLOTS:
         job.PlaceholderValues = {{u"@A"_s, u"1"_s}, {u"@B"_s, u"2"_s}};
         QVERIFY(session.manager.finishedJobs.AddJob(job));
         const QString shown = session.Run({u"show job 12"_s});
-        const QStringList fields{u"Job ID  12"_s,
-                                 u"Name  "_s + job.Name,
-                                 u"Status  Completed"_s,
-                                 u"Job Type  MOPAC"_s,
-                                 u"Queue  Long"_s,
-                                 u"Job Class  class o'9"_s,
-                                 u"Executable Path  /opt/it's/mopac"_s,
-                                 u"Input File  "_s + job.InputFilePath,
-                                 u"Second Input File  /tmp/second"_s,
-                                 u"Output File  o.out"_s,
-                                 u"Standard Input File  s.in"_s,
-                                 u"Standard Output File  s.out"_s,
-                                 u"Checkpoint File  c.chk"_s,
-                                 u"Second Checkpoint File  c1.chk"_s,
-                                 u"Placeholders  @A=1, @B=2"_s,
-                                 u"Submitted  02-29-2024 01:02:03"_s,
-                                 u"Started  02-29-2024 01:02:04"_s,
-                                 u"Finished  03-01-2024 00:00:00"_s,
-                                 u"Client  host"_s,
-                                 u"Client Application  app"_s,
-                                 u"Client Address  127.0.0.1:4711"_s,
-                                 u"Client User and Group  1000:100"_s,
-                                 u"Client Is Notified  yes"_s};
+        const QString fields =
+            u"Job ID  12|Name  Wasser – 水's|Status  Completed|Job Type  MOPAC|Queue  Long|"
+            "Job Class  class o'9|Executable Path  /opt/it's/mopac|"
+            "Input File  /tmp/Größe's.mop|Second Input File  /tmp/second|Output File  o.out|"
+            "Standard Input File  s.in|Standard Output File  s.out|Checkpoint File  c.chk|"
+            "Second Checkpoint File  c1.chk|Placeholders  @A=1, @B=2|"
+            "Submitted  02-29-2024 01:02:03|Started  02-29-2024 01:02:04|"
+            "Finished  03-01-2024 00:00:00|Client  host|Client Application  app|"
+            "Client Address  127.0.0.1:4711|Client User and Group  1000:100|"
+            "Client Is Notified  yes"_s;
         QStringList lines = shown.split(u'\n');
         lines.replaceInStrings(QRegularExpression{u"   +"_s}, u"  "_s);
-        for (const QString &field : fields)
+        for (const QString &field : fields.split(u'|'))
             QVERIFY2(lines.contains(field), qPrintable(field + u" in "_s + shown));
         QVERIFY(shown.endsWith(u"\nstdout and stderr:\nout\n'err' ü\n\n"_s + prompt));
     }
@@ -326,23 +312,6 @@ private Q_SLOTS:
         QCOMPARE(Taskmill_TextTable({u"A"_s, u"B"_s}, {{u"水"_s, u"b"_s}}), u"A   B\n-----\n水  b\n"_s);
         QCOMPARE(Taskmill_TimeText(QDateTime{{2024, 3, 9}, {17, 5, 6}}), u"03-09-2024 17:05:06"_s);
         QCOMPARE(Taskmill_TimeText({}), QString{});
-    }
-
-    void KillsOnlyAfterAYes()
-    {
-        Session session;
-        session.Submit(u"a.in"_s);
-        const QString question =
-            u"\n<Taskmill> Are you sure you want to remove the following 1 selected jobs "
-            "from the Long Jobs Queue?\n\njob 1  "_s;
-        QCOMPARE(session.Run({u"remove job 1"_s, u"yes"_s, u"no"_s}), question + killWarning + prompt);
-        QCOMPARE(session.Run({u"kill job 1"_s, u"what"_s, u"n"_s}),
-                 killWarning + u'\n' + killWarning + prompt);
-        QCOMPARE(session.manager.longJobs.Jobs().Count(), 1);
-        QCOMPARE(session.Run({u"kill job 1"_s, u"1"_s}),
-                 killWarning + u"\n<Taskmill> Job 1 was killed.\n\n"_s + prompt);
-        QCOMPARE(session.manager.longJobs.Jobs().Count(), 0);
-        QCOMPARE(session.manager.finishedJobs.Jobs().first().Status, Taskmill_JobStatus::Killed);
     }
 
     void JobMayEndWhileTheQuestionStands()

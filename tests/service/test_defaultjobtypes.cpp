@@ -3,7 +3,6 @@
 #include "kilnutil/filesys.h"
 #include "support/testmanager.h"
 
-#include <QDir>
 #include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -76,20 +75,6 @@ private Q_SLOTS:
         QTEST(type.InputFileFilter, "inputFilter");
         QTEST(type.OutputFileFilter, "outputFilter");
         QCOMPARE(type.EnvironmentVariables, QString{environment}.replace(u"..."_s, manager.directory.path()));
-    }
-
-    void AllComeInTheirOrder()
-    {
-        TestManager manager;
-        const QScopedValueRollback programs{KilnUtil_FileSys::m_appDirPath, manager.directory.path()};
-        manager.NewProject();
-        qputenv("VELTRA_EXE", manager.Path(u"veltra.exe"_s).toLocal8Bit());
-        for (const QString &name : {u"cubman"_s, u"g09w"_s, u"veltra"_s, u"formchk"_s, u"g09"_s, u"gmmx"_s,
-                                    u"freqchk"_s, u"cubegen"_s})
-            WriteTestFile(manager.Path(name + u".exe"_s), {});
-        manager.NewProject();
-        QCOMPARE(manager.jobTypes.Names().join(u' '),
-                 u"Veltra Gaussian GaussianW GMMX Cubegen Formchk Freqchk Cubman"_s);
     }
 };
 

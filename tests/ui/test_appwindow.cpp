@@ -13,6 +13,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QPushButton>
+#include <QTabWidget>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QtTest>
@@ -137,6 +138,7 @@ class TestAppWindow : public QObject
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
     void ClosingWithoutATrayMinimises();
+    void TabsOpenByTheirNumbers();
     void DialogsComeOneAfterAnother();
     void RequestWaitsForTheUsersDialog();
     void DroppedFilesGoToTheListTheyAreDroppedOn_data();
@@ -149,12 +151,25 @@ void TestAppWindow::ClosingWithoutATrayMinimises()
 {
     WindowPlace place;
     place.Window().close();
-    QVERIFY(place.Window().isVisible() && place.Window().isMinimized());
+    QVERIFY(place.Window().isVisible());
+    QVERIFY(place.Window().isMinimized());
     QVERIFY(Client{"action=SHOW"}.Answer().startsWith("accepted="));
     QVERIFY(!place.Window().isMinimized());
     QVERIFY(Client{"action=hide"}.Answer().startsWith("accepted="));
-    QVERIFY(!place.Window().isVisible() && Database());
+    QVERIFY(!place.Window().isVisible());
+    QVERIFY(Database());
     QVERIFY(Client{"action=dance"}.Answer().startsWith("refused="));
+}
+
+void TestAppWindow::TabsOpenByTheirNumbers()
+{
+    WindowPlace place;
+    QVERIFY(QTest::qWaitForWindowActive(&place.Window()));
+    const auto *tabs = place.Window().findChild<QTabWidget *>();
+    for (const int tab : {5, 0, 3, 1, 4, 2}) {
+        QTest::keyClick(&place.Window(), static_cast<Qt::Key>(Qt::Key_1 + tab), Qt::AltModifier);
+        QCOMPARE(tabs->currentIndex(), tab);
+    }
 }
 
 void TestAppWindow::DialogsComeOneAfterAnother()
@@ -198,7 +213,8 @@ void TestAppWindow::RequestWaitsForTheUsersDialog()
         own.reject();
     });
     place.appWindow.NewJobsSlot();
-    QVERIFY(other.startsWith("accepted=") && mustWait);
+    QVERIFY(other.startsWith("accepted="));
+    QVERIFY(mustWait);
     QCOMPARE(LongJobs(), u"b.one"_s);
     WhenDialogIsOpen([](QDialog &dialog) { Press(dialog, u"Submit"_s); });
     QVERIFY(asking->Answer().startsWith("accepted="));
@@ -246,7 +262,9 @@ void TestAppWindow::QuitsWhileADialogIsOpen()
         place.appWindow.QuitAtOnceSlot();
     });
     QVERIFY(!client.Answer().startsWith("accepted="));
-    QVERIFY(opened && !QApplication::activeModalWidget() && !Database());
+    QVERIFY(opened);
+    QVERIFY(!QApplication::activeModalWidget());
+    QVERIFY(!Database());
 }
 
 void TestAppWindow::NothingIsLostAtTheExit()
@@ -268,7 +286,8 @@ void TestAppWindow::NothingIsLostAtTheExit()
 
     place.prompt.texts = {place.Path(u"saved.mill"_s)};
     QVERIFY(exit({WarnAnswer::Yes, WarnAnswer::Yes}));
-    QVERIFY(!place.Window().isVisible() && QFileInfo{place.Path(u"saved.mill"_s)}.size() > 0);
+    QVERIFY(!place.Window().isVisible());
+    QVERIFY(QFileInfo{place.Path(u"saved.mill"_s)}.size() > 0);
 }
 
 QTEST_MAIN(TestAppWindow)

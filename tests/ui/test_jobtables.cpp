@@ -86,6 +86,7 @@ private Q_SLOTS:
     void JobsThatLeaveWhileTheMenuIsOpen();
     void FinishedJobsAreRemovedByTheirRows();
     void FinishedJobsReplacedDuringTheQuestion();
+    void FinishedJobsShowTheirFiles();
 };
 
 /// Many gaps are announced as a new layout.
@@ -199,6 +200,27 @@ void TestJobTables::FinishedJobsReplacedDuringTheQuestion()
     QTest::keyClick(&pages.finishedTable, Qt::Key_Delete);
     QCOMPARE(ColumnTexts(pages.finishedTable, 1), (QStringList{u"b"_s, u"c"_s}));
     QCOMPARE(TestManager::Database().GetFinishedJobs().size(), 3);
+}
+
+void TestJobTables::FinishedJobsShowTheirFiles()
+{
+    JobPages pages;
+    Taskmill_JobRecord job;
+    job.JobID = 1;
+    job.Name = u"a"_s;
+    job.JobType = pages.gated;
+    job.InputFilePath = pages.manager.InputFile(u"a.in"_s);
+    job.OutputFile = WriteTestFile(pages.manager.Path(u"a.out"_s), "x");
+    job.StdOutAndStdErr = u"log"_s;
+    pages.finished.AddJob(job);
+    pages.finished.FillTable();
+    const auto shown = [&](const QString &entry) {
+        ChooseFromMenu(pages.finishedTable, CellCentre(pages.finishedTable, 0), entry);
+        return TakeViewerCaptions(pages.window).join(u' ');
+    };
+    QVERIFY(shown(u"Show Input File"_s).endsWith(u"/a.in"_s));
+    QVERIFY(shown(u"Show Output File"_s).endsWith(u"/a.out"_s));
+    QVERIFY(shown(u"Show stdout and stderr"_s).contains(u"job a"_s));
 }
 
 QTEST_MAIN(TestJobTables)

@@ -137,7 +137,8 @@ void TestRunningJobsWidget::ReadingLeavesTheWindowAlone()
     page.inspector.processes.removeLast();
     page.inspector.gate.release();
     QTRY_COMPARE(page.ProcessIDs(), u"20"_s);
-    QVERIFY(page.running->IsReading() && reading->isVisible());
+    QVERIFY(page.running->IsReading());
+    QVERIFY(reading->isVisible());
     page.inspector.gate.release();
     QTRY_VERIFY(!reading->isVisible());
     QCOMPARE(page.inspector.TakeCalls(), u"list,list"_s);
