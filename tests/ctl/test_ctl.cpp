@@ -235,88 +235,86 @@ private Q_SLOTS:
              {"\n1     O'Hara  "_ba, TestProgramPath().toLocal8Bit() + "  Queueless  "_ba,
               "  Water (*.mop)  "_ba, "  A=1=2 ; B=  "_ba, "  @EXEFILE @INFILE"_ba})
             QVERIFY2(types.contains(cell), types.constData());
-        ExpectFields(Run(u"types list größe.mill --json"_s).out,
-                     R"({"id":1,"name":"O'Hara","applicationname":"%2","executablepath":"%1",
-                         "defaultqueue":"Queueless","inputfilefilter":"Water (*.mop)","outputfilefilter":"",
-                         "environmentvariables":["A=1=2","B="],"genericcommandline":"@EXEFILE\n@INFILE"
-    })");
+        ExpectFields(
+            Run(u"types list größe.mill --json"_s).out,
+            "{`id`:1,`name`:`O'Hara`,`applicationname`:`%2`,`executablepath`:`%1`,`defaultqueue`:`Queueless`,"
+            "`inputfilefilter`:`Water (*.mop)`,`outputfilefilter`:``,"
+            "`environmentvariables`:[`A=1=2`,`B=`],`genericcommandline`:`@EXEFILE\\n@INFILE`}");
         QCOMPARE(Run(u"types remove größe.mill unknown"_s).status, 2);
-    QCOMPARE(Run(u"types remove größe.mill o'hara"_s).status, 0);
-    QVERIFY(!Run(u"types list größe.mill"_s).out.contains("O'Hara"));
-}
+        QCOMPARE(Run(u"types remove größe.mill o'hara"_s).status, 0);
+        QVERIFY(!Run(u"types list größe.mill"_s).out.contains("O'Hara"));
+    }
 
     void JobsAreListed()
-{
-    QCOMPARE(Run(u"project create jobs.mill"_s).status, 0);
-    const auto database = Taskmill_Database_Manager::MakeMemoryDatabase();
-    QVERIFY(database->LoadFromFile(Path(u"jobs.mill"_s)));
-    Taskmill_JobRecord job;
-    job.JobType = database->GetJobTypes().first();
-    job.Name = u"Wasser"_s;
-    job.Status = Status::Completed;
-    job.JobID = 7;
-    job.QueueName = u"Short"_s;
-    job.InputFilePath = u"/w/a.in"_s;
-    job.InputFilePath2 = u"/w/b.in"_s;
-    job.ClientName = u"host"_s;
-    job.ClientAppName = u"Editor"_s;
-    job.Submitted = QDateTime{{2024, 3, 7}, {16, 0, 0}};
-    job.Started = QDateTime{{2024, 3, 8}, {17, 0, 0}};
-    job.Finished = QDateTime{{2024, 3, 9}, {18, 0, 0}};
-    QVERIFY(database->InsertFinishedJob(job, true));
-    QVERIFY(database->SaveToFile(Path(u"jobs.mill"_s)));
+    {
+        QCOMPARE(Run(u"project create jobs.mill"_s).status, 0);
+        const auto database = Taskmill_Database_Manager::MakeMemoryDatabase();
+        QVERIFY(database->LoadFromFile(Path(u"jobs.mill"_s)));
+        Taskmill_JobRecord job;
+        job.JobType = database->GetJobTypes().first();
+        job.Name = u"Wasser"_s;
+        job.Status = Status::Completed;
+        job.JobID = 7;
+        job.QueueName = u"Short"_s;
+        job.InputFilePath = u"/w/a.in"_s;
+        job.InputFilePath2 = u"/w/b.in"_s;
+        job.ClientName = u"host"_s;
+        job.ClientAppName = u"Editor"_s;
+        job.Submitted = QDateTime{{2024, 3, 7}, {16, 0, 0}};
+        job.Started = QDateTime{{2024, 3, 8}, {17, 0, 0}};
+        job.Finished = QDateTime{{2024, 3, 9}, {18, 0, 0}};
+        QVERIFY(database->InsertFinishedJob(job, true));
+        QVERIFY(database->SaveToFile(Path(u"jobs.mill"_s)));
 
-    const QByteArray text = Run(u"jobs jobs.mill"_s).out;
-    QVERIFY2(text.contains("Wasser  Completed"), text.constData());
-    QVERIFY2(text.contains("Short Jobs Queue is Empty"), text.constData());
-    QVERIFY(!Run(u"jobs jobs.mill --long"_s).out.contains("Wasser"));
-    const QByteArray json = Run(u"jobs jobs.mill --finished --json"_s).out;
-    const QByteArray expected =
-        R"({"list":"finished","id":7,"name":"Wasser","status":"Completed","jobtype":"Veltra","queue":"Short",
-                "executablepath":"%1","commandline":"%1 -nproc=0 -b /w/a.in","inputfile":"/w/a.in",
-                "inputfile2":"/w/b.in","submitted":"2024-03-07T16:00:00","started":"2024-03-08T17:00:00",
-                "finished":"2024-03-09T18:00:00","clientname":"host","clientappname":"Editor"})";
-    ExpectFields(json, expected);
-}
+        const QByteArray text = Run(u"jobs jobs.mill"_s).out;
+        QVERIFY2(text.contains("Wasser  Completed"), text.constData());
+        QVERIFY2(text.contains("Short Jobs Queue is Empty"), text.constData());
+        QVERIFY(!Run(u"jobs jobs.mill --long"_s).out.contains("Wasser"));
+        const QByteArray json = Run(u"jobs jobs.mill --finished --json"_s).out;
+        const QByteArray expected =
+            "{`list`:`finished`,`id`:7,`name`:`Wasser`,`status`:`Completed`,`jobtype`:`Veltra`,`queue`:`"
+            "Short`,"
+            "`executablepath`:`%1`,`commandline`:`%1 -nproc=0 -b /w/a.in`,`inputfile`:`/w/a.in`,"
+            "`inputfile2`:`/w/b.in`,`submitted`:`2024-03-07T16:00:00`,`started`:`2024-03-08T17:00:00`,"
+            "`finished`:`2024-03-09T18:00:00`,`clientname`:`host`,`clientappname`:`Editor`}";
+        ExpectFields(json, expected);
+    }
 
 private:
-/// In the directory of the test, with its manager; the test program is the only one that is installed.
-/// The words of the line are the arguments, and so is the rest.
-[[nodiscard]] CtlResult Run(const QString &line, const QStringList &rest = {},
-                            const std::function<void()> &onOutput = {}) const
-{
-    return RunCtl(line.split(u' ') + rest, {.consolePort = m_manager->Port(),
-                                            .directory = m_directory->path(),
-                                            .variables = {u"VELTRA_EXE="_s + TestProgramPath(),
-                                                          u"GAUSS_EXEDIR="_s + m_directory->path()},
-                                            .onOutput = onOutput});
-}
-/// What it says about a run that ends with this status and without output.
-[[nodiscard]] QByteArray Complaint(int status, const QString &line, const QStringList &rest = {}) const
-{
-    const CtlResult result = Run(line, rest);
-    return result.status == status && result.out.isEmpty() ? result.err : "Unexpected: " + result.out;
-}
-/// The last object of the list has all these; "%1" is the test program and "%2" its name.
-static void ExpectFields(const QByteArray &json, QByteArray expected)
-{
-    const QJsonObject shown = QJsonDocument::fromJson(json).array().last().toObject();
-    expected.replace("%1", TestProgramPath().toUtf8())
-        .replace("%2", QFileInfo{TestProgramPath()}.fileName().toUtf8());
-    const QJsonObject fields = QJsonDocument::fromJson(expected).object();
-    QVERIFY(!fields.isEmpty());
-    for (auto field = fields.begin(); field != fields.end(); ++field)
-        QCOMPARE(shown[field.key()], field.value());
-}
-[[nodiscard]] QString Path(const QString &name) const
-{
-    return m_directory->filePath(name);
-}
+    /// In the directory of the test, with its manager; the test program is the only one that is installed.
+    /// The words of the line are the arguments, and so is the rest.
+    [[nodiscard]] CtlResult Run(const QString &line, const QStringList &rest = {},
+                                const std::function<void()> &onOutput = {}) const
+    {
+        return RunCtl(line.split(u' ') + rest, {.consolePort = m_manager->Port(),
+                                                .directory = m_directory->path(),
+                                                .variables = {u"VELTRA_EXE="_s + TestProgramPath(),
+                                                              u"GAUSS_EXEDIR="_s + m_directory->path()},
+                                                .onOutput = onOutput});
+    }
+    /// What it says about a run that ends with this status and without output.
+    [[nodiscard]] QByteArray Complaint(int status, const QString &line, const QStringList &rest = {}) const
+    {
+        const CtlResult result = Run(line, rest);
+        return result.status == status && result.out.isEmpty() ? result.err : "Unexpected: " + result.out;
+    }
+    /// The last object of the list has all these; ` is a quote, %1 the test program, %2 its name.
+    static void ExpectFields(const QByteArray &json, QByteArray expected)
+    {
+        const QJsonObject shown = QJsonDocument::fromJson(json).array().last().toObject();
+        expected.replace('`', '"')
+            .replace("%1", TestProgramPath().toUtf8())
+            .replace("%2", QFileInfo{TestProgramPath()}.fileName().toUtf8());
+        const QJsonObject fields = QJsonDocument::fromJson(expected).object();
+        QVERIFY(!fields.isEmpty());
+        for (auto field = fields.begin(); field != fields.end(); ++field)
+            QCOMPARE(shown[field.key()], field.value());
+    }
+    [[nodiscard]] QString Path(const QString &name) const { return m_directory->filePath(name); }
 
-std::unique_ptr<QTemporaryDir> m_directory;
-std::unique_ptr<FakeManager> m_manager;
-}
-;
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::unique_ptr<FakeManager> m_manager;
+};
 
 QTEST_GUILESS_MAIN(TestCtl)
 #include "test_ctl.moc"

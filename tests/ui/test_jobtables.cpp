@@ -220,7 +220,7 @@ void TestJobTables::FinishedJobsShowTheirFiles()
     };
     QVERIFY(shown(u"Show Input File"_s).endsWith(u"/a.in"_s));
     QVERIFY(shown(u"Show Output File"_s).endsWith(u"/a.out"_s));
-    QVERIFY(shown(u"Show stdout and stderr"_s).contains(u"job a"_s));
+    QVERIFY(shown(u"Show stdout and stderr"_s).endsWith(u"Log of a"_s));
 }
 
 QTEST_MAIN(TestJobTables)
