@@ -103,6 +103,8 @@ private Q_SLOTS:
         changed.ExecutablePath = u"/opt/mopac"_s;
         QVERIFY(database->UpdateJobType(0, changed));
         QCOMPARE(database->GetJobTypes(), QList{changed});
+        QVERIFY(database->DeleteJobType(0));
+        QCOMPARE(database->GetJobTypes(), QList<Taskmill_JobType>{});
     }
 
     void JobKeepsEveryField()
