@@ -138,9 +138,9 @@ class TestAppWindow : public QObject
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
     void ClosingWithoutATrayMinimises();
-    void TabsOpenByTheirNumbers();
     void DialogsComeOneAfterAnother();
     void RequestWaitsForTheUsersDialog();
+    void TabsOpenByTheirNumbers();
     void DroppedFilesGoToTheListTheyAreDroppedOn_data();
     void DroppedFilesGoToTheListTheyAreDroppedOn();
     void QuitsWhileADialogIsOpen();
@@ -159,17 +159,6 @@ void TestAppWindow::ClosingWithoutATrayMinimises()
     QVERIFY(!place.Window().isVisible());
     QVERIFY(Database());
     QVERIFY(Client{"action=dance"}.Answer().startsWith("refused="));
-}
-
-void TestAppWindow::TabsOpenByTheirNumbers()
-{
-    WindowPlace place;
-    QVERIFY(QTest::qWaitForWindowActive(&place.Window()));
-    const auto *tabs = place.Window().findChild<QTabWidget *>();
-    for (const int tab : {5, 0, 3, 1, 4, 2}) {
-        QTest::keyClick(&place.Window(), static_cast<Qt::Key>(Qt::Key_1 + tab), Qt::AltModifier);
-        QCOMPARE(tabs->currentIndex(), tab);
-    }
 }
 
 void TestAppWindow::DialogsComeOneAfterAnother()
@@ -219,6 +208,17 @@ void TestAppWindow::RequestWaitsForTheUsersDialog()
     WhenDialogIsOpen([](QDialog &dialog) { Press(dialog, u"Submit"_s); });
     QVERIFY(asking->Answer().startsWith("accepted="));
     QCOMPARE(LongJobs(), u"b.one a.one"_s);
+}
+
+void TestAppWindow::TabsOpenByTheirNumbers()
+{
+    WindowPlace place;
+    QVERIFY(QTest::qWaitForWindowActive(&place.Window()));
+    const auto *tabs = place.Window().findChild<QTabWidget *>();
+    for (const int tab : {5, 0, 3, 1, 4, 2}) {
+        QTest::keyClick(&place.Window(), static_cast<Qt::Key>(Qt::Key_1 + tab), Qt::AltModifier);
+        QCOMPARE(tabs->currentIndex(), tab);
+    }
 }
 
 void TestAppWindow::DroppedFilesGoToTheListTheyAreDroppedOn_data()

@@ -59,15 +59,6 @@ struct SubmitDialog : PagePlace
         });
     }
 
-    /// The button with that text or accessible name.
-    [[nodiscard]] QAbstractButton *Button(const QString &name) const
-    {
-        for (QAbstractButton *button : dialog->findChildren<QAbstractButton *>()) {
-            if (button->accessibleName() == name || button->text().trimmed() == name)
-                return button;
-        }
-        qFatal("no button %ls", qUtf16Printable(name));
-    }
     /// The check box of that text, or the choice of that accessible name.
     [[nodiscard]] QWidget *Option(const QString &name) const
     {
@@ -93,6 +84,15 @@ struct SubmitDialog : PagePlace
         const QString value = box ? box->currentText() : Button(name)->isChecked() ? u"on"_s : u"off"_s;
         const auto columns = FileList()->columnCount() - FileList()->header()->hiddenSectionCount();
         return u"%1, %2 columns"_s.arg(value).arg(columns);
+    }
+    /// The button with that text or accessible name.
+    [[nodiscard]] QAbstractButton *Button(const QString &name) const
+    {
+        for (QAbstractButton *button : dialog->findChildren<QAbstractButton *>()) {
+            if (button->accessibleName() == name || button->text().trimmed() == name)
+                return button;
+        }
+        qFatal("no button %ls", qUtf16Printable(name));
     }
     [[nodiscard]] List *FileList() const { return dialog->findChild<List *>(); }
 
