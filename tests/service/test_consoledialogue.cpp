@@ -139,6 +139,25 @@ class TestConsoleDialogue : public QObject
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
 
+    void AddsJobsByQuestions()
+    {
+        Session session;
+        const QString file = session.manager.InputFile(u"a'%1'.in"_s);
+        const QString queue = u"\n<Taskmill> Enter Queue:  "_s;
+        const QString type = u"\n<Taskmill> Enter Job Type:  "_s;
+        const QString input = u"\n<Taskmill> Enter Input File:  "_s;
+        QCOMPARE(session.Run({u"submit job"_s, u"longer"_s, u"Cancel"_s}), queue + u'\n' + queue + prompt);
+        // Job types are named, in any case, or numbered.
+        QCOMPARE(
+            session.Run({u"add job"_s, u" NONE "_s, u"1"_s, u"gated"_s, u"."_s, u"missing"_s, u"cancel"_s}),
+            queue + type + u'\n' + type + input + u'\n' + input + u'\n' + input + prompt);
+        QCOMPARE(session.Run({u"add short job"_s, u"0"_s, u" %1 "_s.arg(file)}),
+                 type + input + u"\n<Taskmill> Job 1 was added to the Short Jobs Queue.\n\n"_s + prompt);
+        QCOMPARE(session.manager.shortJobs.Jobs().JobAt(0)->Record().InputFilePath, file);
+        QCOMPARE(session.Run({u"set short limit 2147483648"_s}),
+                 u"\n<Taskmill> The limit must be a number from 1 to 2147483647.\n\n"_s + prompt);
+    }
+
     /// The name of a row is what is typed, with '|' for a line feed; "..." is the directory of the test.
     void EachCommandDoesWhatItSays_data()
     {
@@ -148,9 +167,8 @@ private Q_SLOTS:
         const auto add = [](const char *typed, const QStringList &printed, const QString &queues) {
             QTest::newRow(typed) << printed << queues;
         };
-        const QString queue = u"\n<Taskmill> Enter Queue:  "_s;
-        const QString type = u"\n<Taskmill> Enter Job Type:  "_s;
-        const QString input = u"\n<Taskmill> Enter Input File:  "_s;
+        const QString asked =
+            u"\n<Taskmill> Enter Job Type:  \n<Taskmill> Enter Input File:  \n<Taskmill> Job 5 was added to the "_s;
         const QString self = QCoreApplication::applicationFilePath();
         add("list long jobs", {u"\nLong Jobs Queue\nJob ID"_s, u"\n2       job 2"_s}, untouched);
         add("list short jobs", {u"\nShort Jobs Queue\nJob ID"_s, u"\n3       job 3"_s}, untouched);
@@ -162,20 +180,13 @@ private Q_SLOTS:
         add("show job 3", {u"Name  "_s, u"  job 3\n"_s, u"\nstdout and stderr:\n"_s}, untouched);
         for (const char *command : {"add job|none|0|free.in", "submit job|none|0|free.in",
                                     "add queueless job|Gated|free.in", "submit queueless job|Gated|free.in"})
-            add(command, {type + input + u"\n<Taskmill> Job 5 was added to the "_s},
-                u"long 1 2 limit 1, short 3 limit 1, queueless 4 5"_s);
+            add(command, {asked}, u"long 1 2 limit 1, short 3 limit 1, queueless 4 5"_s);
         for (const char *command :
              {"add job|Long|0|free.in", "add long job|0|free.in", "submit long job|0|free.in"})
-            add(command, {type + input + u"\n<Taskmill> Job 5 was added to the "_s},
-                u"long 1 2 5 limit 1, short 3 limit 1, queueless 4"_s);
+            add(command, {asked}, u"long 1 2 5 limit 1, short 3 limit 1, queueless 4"_s);
         for (const char *command :
              {"add job|short|0|free.in", "add short job|0|free.in", "submit short job|0|free.in"})
-            add(command, {type + input + u"\n<Taskmill> Job 5 was added to the "_s},
-                u"long 1 2 limit 1, short 3 5 limit 1, queueless 4"_s);
-        add("submit job|longer|Cancel", {queue + u'\n' + queue + prompt}, untouched);
-        // Job types are named, in any case, or numbered.
-        add("add job| NONE |1|gated|.|missing|cancel",
-            {queue + type + u'\n' + type + input + u'\n' + input + u'\n' + input + prompt}, untouched);
+            add(command, {asked}, u"long 1 2 limit 1, short 3 5 limit 1, queueless 4"_s);
         const QString question =
             u"\n<Taskmill> Are you sure you want to remove the following 1 selected jobs "
             "from the Long Jobs Queue?\n\njob %1  "_s;
