@@ -198,10 +198,14 @@ void TestSubmitDialog::KeepsItsOptions()
     ui.Submit(preset, change);
     if (isRetained) {
         ui.Renew();
-        ui.Submit(preset, [&] {
+        const Choice choice = ui.Submit(preset, [&] {
             change();
             ui.ChangeOption(u"Retain Settings"_s);
         });
+        QVERIFY(choice);
+        QCOMPARE(choice->JobTypeID, option == "Submit as"_L1 ? 0 : -1);
+        QCOMPARE(choice->Destination,
+                 option == "Target"_L1 ? Taskmill_Destination::Long : Taskmill_Destination::JobTypeDefault);
     }
     ui.Renew();
     ui.Open(preset, [&] {
