@@ -6,6 +6,9 @@
 #include "service/requestserver.h"
 #include "support/testutil.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -119,8 +122,10 @@ private Q_SLOTS:
                               Path(u"s.txt"_s), Path(u"o.out"_s), Path(u"c.chk"_s), Path(u"c1.chk"_s)}));
         QCOMPARE(request.PlaceholderValues,
                  (Taskmill_PlaceholderValues{{u"@TITLE"_s, u"a\nb"_s}, {u"@N"_s, u"1=2"_s}}));
-        QVERIFY(request.ConfirmAction && !request.ClientNotification.has_value());
-        QVERIFY(request.ExactJobType && request.DetailedReply);
+        QVERIFY(request.ConfirmAction);
+        QVERIFY(!request.ClientNotification.has_value());
+        QVERIFY(request.ExactJobType);
+        QVERIFY(request.DetailedReply);
     }
 
     void AnswerDecidesTheStatus()
@@ -138,9 +143,11 @@ private Q_SLOTS:
 
     void EachFileHasItsOwnRequest()
     {
-        m_manager->answers = {"refused=no\n", "accepted=3\n", "accepted=4\n", ""};
+        m_manager->answers = {"refused=\"n\\o\"\t\n", "accepted=3\n", "accepted=4\n", ""};
         const CtlResult result = Run(u"submit --json water.mop"_s, {u"größe 2.mop"_s});
         QCOMPARE(result.status, 4);
+        QCOMPARE(QJsonDocument::fromJson(result.out.split('\n').value(0)).object()[u"refused"_s].toString(),
+                 u"\"n\\o\"\t"_s);
         QCOMPARE(result.out.split('\n').value(1),
                  "{\"accepted\":[3],\"file\":\"" + Path(u"größe 2.mop"_s).toUtf8() + "\"}");
 
@@ -253,6 +260,10 @@ private Q_SLOTS:
         }
         QCOMPARE(Run(u"project create --force other.mill"_s).status, 0);
         QVERIFY(Run(u"jobs other.mill --long"_s).out.startsWith("Long Jobs Queue is Empty\n"));
+        if constexpr (!isWindows) {
+            QVERIFY(QFile::link(u"nowhere.mill"_s, Path(u"link.mill"_s)));
+            QVERIFY(Complaint(5, u"project create link.mill"_s).contains("--force"));
+        }
         QCOMPARE(Run(u"project create no/such/place.mill"_s).status, 5);
         QVERIFY(Run(u"project create plain"_s).out.contains("plain.mill"));
         QCOMPARE(Run(u"jobs plain.mill"_s).status, 0);
@@ -282,6 +293,11 @@ private Q_SLOTS:
              {"\n1     O'Hara  "_ba, TestProgramPath().toLocal8Bit() + "  Queueless  "_ba,
               "  Water (*.mop)  "_ba, "  A=1=2 ; B=  "_ba, "  @EXEFILE @INFILE"_ba})
             QVERIFY2(types.contains(cell), types.constData());
+        ExpectFields(
+            Run(u"types list größe.mill --json"_s).out,
+            "{`id`:1,`name`:`O'Hara`,`applicationname`:`%2`,`executablepath`:`%1`,`defaultqueue`:`Queueless`,"
+            "`inputfilefilter`:`Water (*.mop)`,`outputfilefilter`:``,"
+            "`environmentvariables`:[`A=1=2`,`B=`],`genericcommandline`:`@EXEFILE\\n@INFILE`}");
         QCOMPARE(Run(u"types remove größe.mill unknown"_s).status, 2);
         QCOMPARE(Run(u"types remove größe.mill o'hara"_s).status, 0);
         QVERIFY(!Run(u"types list größe.mill"_s).out.contains("O'Hara"));
@@ -296,22 +312,33 @@ private Q_SLOTS:
         job.JobType = database->GetJobTypes().first();
         job.Name = u"Wasser"_s;
         job.Status = Status::Completed;
+        job.JobID = 7;
+        job.QueueName = u"Short"_s;
+        job.InputFilePath = u"/w/a.in"_s;
+        job.InputFilePath2 = u"/w/b.in"_s;
+        job.ClientName = u"host"_s;
+        job.ClientAppName = u"Editor"_s;
+        job.Submitted = QDateTime{{2024, 3, 7}, {16, 0, 0}};
+        job.Started = QDateTime{{2024, 3, 8}, {17, 0, 0}};
         job.Finished = QDateTime{{2024, 3, 9}, {18, 0, 0}};
         job.StandardInputFile = u"/tmp/answers"_s;
         job.PlaceholderValues = {{u"@TITLE"_s, u"Eis"_s}};
-        QVERIFY(database->InsertFinishedJob(job, true) && database->SaveToFile(Path(u"jobs.mill"_s)));
+        QVERIFY(database->InsertFinishedJob(job, true));
+        QVERIFY(database->SaveToFile(Path(u"jobs.mill"_s)));
 
         const QByteArray text = Run(u"jobs jobs.mill"_s).out;
-        QVERIFY2(text.contains("Wasser  Completed") && text.contains("Short Jobs Queue is Empty"),
-                 text.constData());
+        QVERIFY2(text.contains("Wasser  Completed"), text.constData());
+        QVERIFY2(text.contains("Short Jobs Queue is Empty"), text.constData());
         QVERIFY2(text.contains("standard input=/tmp/answers; @TITLE=Eis"), text.constData());
         QVERIFY(!Run(u"jobs jobs.mill --long"_s).out.contains("Wasser"));
         const QByteArray json = Run(u"jobs jobs.mill --finished --json"_s).out;
-        QVERIFY2(json.contains("\"finished\": \"2024-03-09T18:00:00\"") &&
-                     json.contains("\"status\": \"Completed\"") &&
-                     json.contains("\"standardinputfile\": \"/tmp/answers\"") &&
-                     json.contains("\"value\": \"Eis\""),
-                 json.constData());
+        const QByteArray expected =
+            "{`list`:`finished`,`id`:7,`name`:`Wasser`,`status`:`Completed`,`jobtype`:`Veltra`,`queue`:`"
+            "Short`,"
+            "`executablepath`:`%1`,`commandline`:`%1 -nproc=0 -b /w/a.in`,`inputfile`:`/w/a.in`,"
+            "`inputfile2`:`/w/b.in`,`submitted`:`2024-03-07T16:00:00`,`started`:`2024-03-08T17:00:00`,"
+            "`finished`:`2024-03-09T18:00:00`,`clientname`:`host`,`clientappname`:`Editor`}";
+        ExpectFields(json, expected);
     }
 
 private:
@@ -331,6 +358,18 @@ private:
     {
         const CtlResult result = Run(line, rest);
         return result.status == status && result.out.isEmpty() ? result.err : "Unexpected: " + result.out;
+    }
+    /// The last object of the list has all these; ` is a quote, %1 the test program, %2 its name.
+    static void ExpectFields(const QByteArray &json, QByteArray expected)
+    {
+        const QJsonObject shown = QJsonDocument::fromJson(json).array().last().toObject();
+        expected.replace('`', '"')
+            .replace("%1", TestProgramPath().toUtf8())
+            .replace("%2", QFileInfo{TestProgramPath()}.fileName().toUtf8());
+        const QJsonObject fields = QJsonDocument::fromJson(expected).object();
+        QVERIFY(!fields.isEmpty());
+        for (auto field = fields.begin(); field != fields.end(); ++field)
+            QCOMPARE(shown[field.key()], field.value());
     }
     [[nodiscard]] QString Path(const QString &name) const { return m_directory->filePath(name); }
 

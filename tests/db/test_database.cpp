@@ -1,4 +1,6 @@
 #include "databasetestutil.h"
+#include "db/databasemanager.h"
+#include "support/scriptedprompt.h"
 #include "support/testutil.h"
 
 #include <QTemporaryDir>
@@ -26,32 +28,52 @@ class TestDatabase : public QObject
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
 
-    void UpgradeAddsMissingColumns()
+    void TablesAreThoseOfTheFormat()
     {
-        const QStringList added{u"StdOutAndStdErr"_s, u"InputFilePath2"_s, u"JobClass"_s,
-                                u"ClientNotification"_s};
-        QStringList old = RowsOf(*MakeDatabase(), u"SELECT sql FROM sqlite_master WHERE type = 'table'"_s);
-        for (const QString &column : added)
-            old.replaceInStrings(QRegularExpression{u',' + column + u" [A-Z]+"_s}, QString{});
-        old.removeIf([](const QString &sql) { return sql.contains(" RunningJobs "_L1); });
-        const QString path = m_directory.filePath(u"old.mill"_s);
-        RawDatabase{path}.Execute(old + QStringList{u"INSERT INTO FinishedJobs VALUES (0,'old',7,1,'a','e',"
-                                                    "'i','c','Failed','','','','','',9,'','','',1,2,3)"_s});
+        const QString statements = QString::fromUtf8(ReadTestFile(KeptFile(u"schema.sql"_s)));
+        QCOMPARE(RowsOf(*MakeDatabase(), u"SELECT sql || ';' FROM sqlite_master WHERE sql <> ''"_s),
+                 statements.trimmed().split(u'\n'));
+    }
+
+    /// The kept files were made with the sqlite3 command from the tables of their time.
+    void ProjectsOfEarlierVersionsAreUpgraded_data()
+    {
+        QTest::addColumn<QString>("addedFields");
+        QTest::newRow("without_output") << u"|||"_s;
+        QTest::newRow("one_input_file") << u"captured|||"_s;
+        QTest::newRow("without_class") << u"captured|/w/second.in||"_s;
+        QTest::newRow("without_notification") << u"captured|/w/second.in|docking|"_s;
+    }
+
+    void ProjectsOfEarlierVersionsAreUpgraded()
+    {
+        QFETCH(const QString, addedFields);
         const auto database = MakeClosedDatabase();
+        const QString file = KeptFile(QString::fromLatin1(QTest::currentDataTag()) + u".mill"_s);
+        const QString columns = u"SELECT tables.name, columns.name, columns.type, columns.[notnull] FROM "
+                                "sqlite_master tables, pragma_table_info(tables.name) columns WHERE "
+                                "tables.type = 'table' ORDER BY tables.name, columns.cid"_s;
+        const QStringList wanted = RowsOf(*MakeDatabase(), columns);
         for (int load = 1; load <= 2; ++load) {
-            QVERIFY(database->LoadFromFile(path));
-            const QString columns = u"SELECT name FROM pragma_table_info('%1')"_s;
-            for (const auto table : {"LongJobsQueue"_L1, "ShortJobsQueue"_L1, "QueuelessJobs"_L1, "Jobs"_L1})
-                QCOMPARE(RowsOf(*database, columns.arg(table)).last(3), added.last(3));
-            QCOMPARE(RowsOf(*database, columns.arg("FinishedJobs"_L1)).last(4), added);
+            QVERIFY(database->LoadFromFile(file));
+            QCOMPARE(RowsOf(*database, columns), wanted);
+            QVERIFY(!database->HasUnsavedChanges());
         }
-        QVERIFY(!database->HasUnsavedChanges());
-        const Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 10);
-        QVERIFY(database->InsertFinishedJob(job, true));
-        const auto jobs = database->GetFinishedJobs();
-        QCOMPARE(jobs.size(), 2);
-        QCOMPARE(jobs.first().QueueName, u"Short"_s);
-        QCOMPARE(jobs.last().StdOutAndStdErr, job.StdOutAndStdErr);
+        QCOMPARE(RowsOf(*database, u"SELECT StdOutAndStdErr, InputFilePath2, JobClass, ClientNotification "
+                                   "FROM FinishedJobs"_s),
+                 QStringList{addedFields});
+        const auto finished = database->GetFinishedJobs();
+        QCOMPARE(finished.size(), 1);
+        QCOMPARE(finished.first().Name + u' ' + finished.first().QueueName, u"done Short"_s);
+        QCOMPARE(finished.first().StdOutAndStdErr, addedFields.section(u'|', 0, 0));
+        for (const QList<Taskmill_JobRecord> &jobs :
+             {database->GetLongJobs(), database->GetShortJobs(), database->GetQueuelessJobs()}) {
+            QCOMPARE(jobs.size(), 1);
+            QCOMPARE(jobs.first().JobType.Name, u"MOPAC"_s);
+            QCOMPARE(jobs.first().InputFilePath2, addedFields.section(u'|', 1, 1));
+            QCOMPARE(jobs.first().JobClass, addedFields.section(u'|', 2, 2));
+        }
+        QVERIFY(database->InsertFinishedJob(SampleJob(SampleJobType(u"Type"_s), 10), true));
     }
 
     /// A driver with an SQLite of its own inside gives out handles that the program must not use.
@@ -81,6 +103,8 @@ private Q_SLOTS:
         changed.ExecutablePath = u"/opt/mopac"_s;
         QVERIFY(database->UpdateJobType(0, changed));
         QCOMPARE(database->GetJobTypes(), QList{changed});
+        QVERIFY(database->DeleteJobType(0));
+        QCOMPARE(database->GetJobTypes(), QList<Taskmill_JobType>{});
     }
 
     void JobKeepsEveryField()
@@ -113,7 +137,8 @@ private Q_SLOTS:
             }
             QCOMPARE((*database.*gets[table])(), jobs);
             QCOMPARE(database->LargestJobID(), 42);
-            QVERIFY((*database.*removals[table])(41) && (*database.*removals[table])(0));
+            QVERIFY((*database.*removals[table])(41));
+            QVERIFY((*database.*removals[table])(0));
             QCOMPARE((*database.*gets[table])(), QList{jobs.first()});
         }
     }
@@ -223,8 +248,10 @@ private Q_SLOTS:
         // The new row has the key of a deleted one.
         insert(7);
         insert(8);
-        QVERIFY(database->DeleteLongJob(5) && database->DeleteLongJob(8));
-        QVERIFY(database->InsertJobType(SampleJobType(u"B"_s), true) && database->DeleteJobType(0));
+        QVERIFY(database->DeleteLongJob(5));
+        QVERIFY(database->DeleteLongJob(8));
+        QVERIFY(database->InsertJobType(SampleJobType(u"B"_s), true));
+        QVERIFY(database->DeleteJobType(0));
         QCOMPARE(content(), u"6 7 B"_s);
         QVERIFY(database->LoadFromFile(path));
         QVERIFY(database->DeleteLongJob(7));
@@ -313,6 +340,32 @@ private Q_SLOTS:
         QCOMPARE(RowsOf(*database, u"SELECT count(*) FROM LongJobsQueue"_s), QStringList{u"0"_s});
     }
 
+    void ManagerFindsItsDatabasesAgain()
+    {
+        using Kind = KilnUtil_Database_Foundation;
+        ScriptedPrompt prompt;
+        Taskmill_Database_Manager &manager = Taskmill_Database_Manager::Global();
+        const Taskmill_Database *memory = manager.Database(Kind::SQLiteMemory, {}, true);
+        QCOMPARE(manager.Database(Kind::SQLiteMemory, {}, false), memory);
+        QCOMPARE(manager.Database(Kind::SQLiteFile, {}, true), nullptr);
+        QCOMPARE(manager.Database(Kind::PostgreSQL, {}, false), nullptr);
+        QCOMPARE(prompt.asked[0].title + prompt.asked[1].title,
+                 u"Specify an SQLite Database FileSelect a MySQL Database File or Directory"_s);
+        QCOMPARE(prompt.asked[0].text + prompt.asked[1].text,
+                 u"SQLite Databases (*.*)PostGreSQL Databases (*.*)"_s);
+        QCOMPARE(manager.CurrentDatabase(), memory);
+        prompt.texts = {u"chosen"_s};
+        QCOMPARE(manager.Database(Kind::PostgreSQL, {}, false)->Kind(), Kind::PostgreSQL);
+        // One whose name is given is found by the number of another kind only.
+        const Taskmill_Database *named = manager.Database(Kind::PostgreSQL, u"named"_s, false);
+        QCOMPARE(named->Kind(), Kind::MySQL);
+        QCOMPARE(manager.CurrentDatabase(), named);
+        QCOMPARE(manager.Database(Kind::MySQL, u"named"_s, false), named);
+        QVERIFY(manager.Database(Kind::PostgreSQL, u"named"_s, false) != named);
+        manager.CloseAll();
+        QCOMPARE(manager.CurrentDatabase(), nullptr);
+    }
+
 private:
     /// All that the tests of one database look at.
     static QByteArray Dump(Taskmill_Database &database)
@@ -322,6 +375,11 @@ private:
                                  "FinishedJobs"_L1, "AddedFields"_L1})
             rows += RowsOf(database, u"SELECT * FROM "_s + table);
         return rows.join(u'\n').toUtf8();
+    }
+
+    [[nodiscard]] static QString KeptFile(const QString &name)
+    {
+        return QStringLiteral(TASKMILL_KEPT_FILES) + name;
     }
 
     QTemporaryDir m_directory;

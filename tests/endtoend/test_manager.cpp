@@ -71,8 +71,8 @@ void TestManagerProgram::StartJobs(quint16 notificationPort)
     QCOMPARE(submit(u"Wait"_s, u"runs"_s, u"long"_s), "accepted=1\n");
     QCOMPARE(submit(u"Wait"_s, u"waits"_s, u"long"_s), "accepted=2\n");
     QCOMPARE(submit(u"Tree"_s, u"tree"_s, u"none"_s), "accepted=3\n");
-    QTRY_VERIFY(QFile::exists(Project().Path(u"runs.started"_s)) &&
-                QFile::exists(Project().Path(u"tree.started"_s)));
+    QTRY_VERIFY(QFile::exists(Project().Path(u"runs.started"_s)));
+    QTRY_VERIFY(QFile::exists(Project().Path(u"tree.started"_s)));
     QVERIFY(!QFile::exists(Project().Path(u"waits.started"_s)));
 }
 
@@ -205,7 +205,8 @@ void TestManagerProgram::ClientMakesTheSameJobTypes()
 
 void TestManagerProgram::SecondStartLeavesTheFirstAlone()
 {
-    QVERIFY(Project().AddTestType(u"Wait"_s, u"touch @INFILE.started wait"_s) && Project().Start());
+    QVERIFY(Project().AddTestType(u"Wait"_s, u"touch @INFILE.started wait"_s));
+    QVERIFY(Project().Start());
     const QString input = Project().InputFile(u"wait.in"_s);
     QCOMPARE(Manager().Submit(u"Wait"_s, input, u"none"_s), "accepted=1\n");
     QTRY_VERIFY(QFile::exists(input + u".started"_s));
@@ -229,7 +230,8 @@ void TestManagerProgram::WorksOnWithoutItsPort()
     QVERIFY(silent.bind(QHostAddress::LocalHost, 0, QAbstractSocket::DontShareAddress));
     ManagerProcess manager{Project().Path({})};
     manager.Launch({u"-CONSOLE"_s}, silent.localPort(), ManagerProcess::FreePorts().second);
-    QVERIFY(manager.Expect("TaskmillConsole 1.1.18\n") && manager.Expect("<Taskmill> "));
+    QVERIFY(manager.Expect("TaskmillConsole 1.1.18\n"));
+    QVERIFY(manager.Expect("<Taskmill> "));
     QCOMPARE(manager.Command("list long jobs"), "\nLong Jobs Queue is Empty\n\n");
     QVERIFY(manager.Errors().startsWith("Cannot listen on port "));
     QCOMPARE(manager.Quit({"1"}), ManagerEnd{.status = 0});
@@ -273,7 +275,8 @@ void TestManagerProgram::SurvivesAFullDisk()
 void TestManagerProgram::ServesInTheMidstOfIdlersAndGarbage()
 {
     KilnUtil_Platform::RaiseOpenFilesLimit();
-    QVERIFY(Project().AddTestType(u"Quick"_s, u"exit 0"_s) && Project().Start());
+    QVERIFY(Project().AddTestType(u"Quick"_s, u"exit 0"_s));
+    QVERIFY(Project().Start());
     Sockets idlers;
     for (int number = 0; number < 1000; ++number)
         QVERIFY(Connect(idlers, Manager().Port()).waitForConnected());

@@ -58,7 +58,8 @@ private Q_SLOTS:
         for (const QString &program : {Path(u"none"_s), TestProgramPath()}) {
             record.JobType.ExecutablePath = program;
             Make(record);
-            QVERIFY(m_job->Start() && m_job->Kill(*m_inspector));
+            QVERIFY(m_job->Start());
+            QVERIFY(m_job->Kill(*m_inspector));
             QCoreApplication::processEvents();
             QCOMPARE(m_finished->size(), 1);
             QCOMPARE(m_job->Status(), Taskmill_JobStatus::Killed);
@@ -177,7 +178,9 @@ private Q_SLOTS:
         record.StandardOutputFile = WriteTestFile(Path(u"stdout"_s), QByteArray{1000, 'x'});
         Run(record);
         const QByteArray content = ReadTestFile(record.StandardOutputFile);
-        QVERIFY(content.contains("result") && content.contains("complaint") && !content.contains('x'));
+        QVERIFY(content.contains("result"));
+        QVERIFY(content.contains("complaint"));
+        QVERIFY(!content.contains('x'));
         QCOMPARE(Output(), QString{});
     }
 

@@ -68,7 +68,9 @@ private Q_SLOTS:
         m_long->JobFinishedSlot();
         QCOMPARE(States(*m_long), u"PPPPP"_s);
         const Taskmill_JobRecord &added = m_long->JobAt(0)->Record();
-        QVERIFY(added.Submitted > stored.Submitted && added.Started.isNull() && added.Finished.isNull());
+        QVERIFY(added.Submitted > stored.Submitted);
+        QVERIFY(added.Started.isNull());
+        QVERIFY(added.Finished.isNull());
 
         m_long->SetPaused(false);
         m_long->JobFinishedSlot();

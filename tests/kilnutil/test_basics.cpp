@@ -7,6 +7,7 @@
 #include "kilnutil/stringutil.h"
 #include "kilnutil/textencoding.h"
 #include "support/testutil.h"
+#include "wire/utf8.h"
 
 #include <QDir>
 #include <QFile>
@@ -16,6 +17,7 @@
 #include <limits>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::literals;
 
 namespace {
 QByteArray Marker(qint64 dropped)
@@ -165,6 +167,8 @@ private Q_SLOTS:
             QVERIFY2(bytes.endsWith(parts.last().toUtf8()), qPrintable(parts.last()));
             QVERIFY(capacity - parts.join(QString{}).toUtf8().size() < 8);
         }
+        QCOMPARE(Taskmill_Utf8FromAny("\xC4\xFF\xA0"), "\u00C4\u00FF\u00A0"s);
+        QCOMPARE(Taskmill_Utf8FromAny("h\u00F6\u20AC\U0001F600"), "h\u00F6\u20AC\U0001F600"s);
         QCOMPARE(KilnUtil_TextEncoding::FromUtf8OrLatin1("caf\xE9"), u"café"_s);
         QCOMPARE(KilnUtil_TextEncoding::FromUtf8OrLatin1("\xC3\xA9\xFF \xC0\xAF"), u"Ã©ÿ À¯"_s);
     }

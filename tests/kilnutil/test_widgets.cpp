@@ -48,6 +48,22 @@ private Q_SLOTS:
         QCOMPARE(m_table->columnWidth(1), 10'000);
     }
 
+    void TheLatestEntriesAreKeptOnce()
+    {
+        KeepSettingsIn(m_place.path());
+        QStringList entries{u"/1"_s, {}, u"/1"_s};
+        for (int number = 2; number <= 12; ++number)
+            entries.append(u"/%1"_s.arg(number));
+        const QStringList kept = QStringList{u"/1"_s} + entries.sliced(3, 9);
+        KilnUtil_Registry::PutRecentDirs(entries);
+        KilnUtil_Registry::PutRecentJobInputFiles(entries.sliced(2));
+        QCOMPARE(KilnUtil_Registry::GetRecentDirs(), kept);
+        QCOMPARE(KilnUtil_Registry::GetRecentJobInputFiles(), kept);
+        QCOMPARE(KilnUtil_Registry::GetRecentOpenStructureFileLists(), QList<QStringList>{});
+        KilnUtil_Registry::PutRecentOpenStructureFileLists({entries, kept, entries});
+        QCOMPARE(KilnUtil_Registry::GetRecentOpenStructureFileLists(), (QList<QStringList>{entries, kept}));
+    }
+
     /// Few and many rows at once come, go and change, which is told to the view in different ways.
     void FollowsEveryChangeOfTheSource()
     {

@@ -3,6 +3,7 @@
 #include "db/databasetestutil.h"
 #include "jobs/job.h"
 #include "service/spareproject.h"
+#include "service/recentprojects.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
@@ -47,7 +48,8 @@ private Q_SLOTS:
         QCOMPARE(m_manager->longJobs.Jobs().Count() + FinishedCount(), 0);
         QVERIFY(TestManager::Database().GetFinishedJobs().isEmpty());
         QCOMPARE(m_manager->longJobs.Jobs().MaxRunningJobs(), 1);
-        QVERIFY(!m_manager->longJobs.Jobs().IsPaused() && !m_manager->shortJobs.Jobs().IsPaused());
+        QVERIFY(!m_manager->longJobs.Jobs().IsPaused());
+        QVERIFY(!m_manager->shortJobs.Jobs().IsPaused());
         QCOMPARE(m_manager->jobNumbers.NewID(), 1);
     }
 
@@ -75,7 +77,8 @@ private Q_SLOTS:
         QCOMPARE(m_manager->project.FilePath(), File());
         QVERIFY(m_manager->project.WindowTitle().endsWith(u", jobs.mill"_s));
         QCOMPARE(m_manager->jobTypes.Names(), QStringList{u"Gated"_s});
-        QVERIFY(m_manager->longJobs.Jobs().IsPaused() && m_manager->shortJobs.Jobs().IsPaused());
+        QVERIFY(m_manager->longJobs.Jobs().IsPaused());
+        QVERIFY(m_manager->shortJobs.Jobs().IsPaused());
         QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), (QList<int>{1, 2}));
         QCOMPARE(m_manager->longJobs.Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Pending);
         QCOMPARE(m_manager->shortJobs.Jobs().JobIDs(), QList<int>{3});
@@ -185,6 +188,27 @@ private Q_SLOTS:
         QCOMPARE(RowsOfFile(File(), count), QStringList{u"1|0"_s});
         QVERIFY(m_manager->project.SaveProject());
         QCOMPARE(RowsOfFile(File(), count), QStringList{u"0|1"_s});
+    }
+
+    void RecentProjectsAreStored()
+    {
+        const auto save = [this](const QString &name) {
+            m_manager->NewProject();
+            QVERIFY(m_manager->project.SaveProjectAs(m_manager->Path(name)));
+        };
+        QStringList expected;
+        for (int number = 1; number <= 11; ++number) {
+            save(u"%1.mill"_s.arg(number));
+            expected.prepend(m_manager->Path(u"%1.mill"_s.arg(number)));
+        }
+        expected.removeLast();
+        QCOMPARE(Taskmill_RecentProjects(), expected);
+        QVERIFY(m_manager->project.OpenProject(expected[4]));
+        expected.move(4, 0);
+        QCOMPARE(Taskmill_RecentProjects(), expected);
+        QVERIFY(QFile::remove(expected.takeAt(2)));
+        Taskmill_DropMissingRecentProjects();
+        QCOMPARE(Taskmill_RecentProjects(), expected);
     }
 
     void FailedSaveLeavesEverything()

@@ -5,11 +5,13 @@
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
 #include "kilnutil/registry.h"
+#include "kilnutil/tablewidget.h"
 #include "support/scriptedprompt.h"
 #include "support/testutil.h"
 #include "ui/uidriver.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QPushButton>
 #include <QTabBar>
 #include <QTabWidget>
@@ -72,14 +74,19 @@ Taskmill_Database *Database()
     return Taskmill_Database_Manager::Global().CurrentDatabase();
 }
 
-/// Names of the long jobs.
-QString LongJobs()
+QString Names(const QList<Taskmill_JobRecord> &jobs)
 {
     QStringList names;
-    for (const Taskmill_JobRecord &job : Database()->GetLongJobs())
+    for (const Taskmill_JobRecord &job : jobs)
         names.append(job.Name);
     return names.join(u' ');
 }
+
+QString LongJobs()
+{
+    return Names(Database()->GetLongJobs());
+}
+
 /// The manager with its window on a new project, in an empty directory and on a port of its own.
 struct WindowPlace
 {
@@ -136,6 +143,9 @@ private Q_SLOTS:
     void TabsFitIntoASmallWindow();
     void DialogsComeOneAfterAnother();
     void RequestWaitsForTheUsersDialog();
+    void TabsOpenByTheirNumbers();
+    void DroppedFilesGoToTheListTheyAreDroppedOn_data();
+    void DroppedFilesGoToTheListTheyAreDroppedOn();
     void QuitsWhileADialogIsOpen();
     void NothingIsLostAtTheExit();
     void AsksAboutTheJobsOfTheLastSession();
@@ -145,11 +155,13 @@ void TestAppWindow::ClosingWithoutATrayMinimises()
 {
     WindowPlace place;
     place.Window().close();
-    QVERIFY(place.Window().isVisible() && place.Window().isMinimized());
+    QVERIFY(place.Window().isVisible());
+    QVERIFY(place.Window().isMinimized());
     QVERIFY(Client{"action=SHOW"}.Answer().startsWith("accepted="));
     QVERIFY(!place.Window().isMinimized());
     QVERIFY(Client{"action=hide"}.Answer().startsWith("accepted="));
-    QVERIFY(!place.Window().isVisible() && Database());
+    QVERIFY(!place.Window().isVisible());
+    QVERIFY(Database());
     QVERIFY(Client{"action=dance"}.Answer().startsWith("refused="));
 }
 
@@ -211,11 +223,53 @@ void TestAppWindow::RequestWaitsForTheUsersDialog()
         own.reject();
     });
     place.appWindow.NewJobsSlot();
-    QVERIFY(other.startsWith("accepted=") && mustWait);
+    QVERIFY(other.startsWith("accepted="));
+    QVERIFY(mustWait);
     QCOMPARE(LongJobs(), u"b.one"_s);
     WhenDialogIsOpen([](QDialog &dialog) { Press(dialog, u"Submit"_s); });
     QVERIFY(asking->Answer().startsWith("accepted="));
     QCOMPARE(LongJobs(), u"b.one a.one"_s);
+}
+
+void TestAppWindow::TabsOpenByTheirNumbers()
+{
+    WindowPlace place;
+    QVERIFY(QTest::qWaitForWindowActive(&place.Window()));
+    const auto *tabs = place.Window().findChild<QTabWidget *>();
+    for (const int tab : {5, 0, 3, 1, 4, 2}) {
+        QTest::keyClick(&place.Window(), static_cast<Qt::Key>(Qt::Key_1 + tab), Qt::AltModifier);
+        QCOMPARE(tabs->currentIndex(), tab);
+    }
+}
+
+void TestAppWindow::DroppedFilesGoToTheListTheyAreDroppedOn_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("content");
+    QTest::newRow("Long Jobs Queue") << u"Long Jobs Queue"_s << u"a.one  "_s;
+    QTest::newRow("Short Jobs Queue") << u"Short Jobs Queue"_s << u" a.one "_s;
+    QTest::newRow("Queueless Jobs List") << u"Queueless Jobs"_s << u"  a.one"_s;
+}
+
+void TestAppWindow::DroppedFilesGoToTheListTheyAreDroppedOn()
+{
+    WindowPlace place;
+    const auto tables = place.Window().findChildren<KilnUtil_TableWidget *>();
+    const auto list = std::ranges::find(tables, QString::fromLatin1(QTest::currentDataTag()),
+                                        &KilnUtil_TableWidget::accessibleName);
+    QVERIFY(list != tables.end());
+    QString target;
+    WhenDialogIsOpen([&](QDialog &dialog) {
+        const auto boxes = dialog.findChildren<QComboBox *>();
+        target = (*std::ranges::find(boxes, u"Target"_s, &QComboBox::accessibleName))->currentText();
+        Press(dialog, u"Submit"_s);
+    });
+    Q_EMIT(*list)->DropSignal({WriteTestFile(place.Path(u"a.one"_s), "x")});
+    QTEST(target, "target");
+    QTEST((QStringList{Names(Database()->GetLongJobs()), Names(Database()->GetShortJobs()),
+                       Names(Database()->GetQueuelessJobs())}
+               .join(u' ')),
+          "content");
 }
 
 /// Behind the others: no dialog can be run after the event loops have been told to end.
@@ -229,7 +283,9 @@ void TestAppWindow::QuitsWhileADialogIsOpen()
         place.appWindow.QuitAtOnceSlot();
     });
     QVERIFY(!client.Answer().startsWith("accepted="));
-    QVERIFY(opened && !QApplication::activeModalWidget() && !Database());
+    QVERIFY(opened);
+    QVERIFY(!QApplication::activeModalWidget());
+    QVERIFY(!Database());
 }
 
 void TestAppWindow::NothingIsLostAtTheExit()
@@ -253,7 +309,8 @@ void TestAppWindow::NothingIsLostAtTheExit()
 
     place.prompt.texts = {place.Path(u"saved.mill"_s)};
     QVERIFY(exit({WarnAnswer::Yes, WarnAnswer::Yes}));
-    QVERIFY(!place.Window().isVisible() && QFileInfo{place.Path(u"saved.mill"_s)}.size() > 0);
+    QVERIFY(!place.Window().isVisible());
+    QVERIFY(QFileInfo{place.Path(u"saved.mill"_s)}.size() > 0);
 }
 
 void TestAppWindow::AsksAboutTheJobsOfTheLastSession()

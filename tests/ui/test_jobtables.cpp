@@ -7,6 +7,7 @@
 #include "ui/uidriver.h"
 
 #include <QAbstractItemModelTester>
+#include <QAbstractProxyModel>
 #include <QHeaderView>
 #include <QPushButton>
 #include <QtTest>
@@ -19,6 +20,11 @@ using WarnAnswer = KilnUtil_UserPrompt::WarnAnswer;
 QString CellText(const QTableView &table, int row, int column)
 {
     return table.model()->index(row, column).data().toString();
+}
+
+QAbstractItemModel *SourceOf(const QTableView &table)
+{
+    return qobject_cast<const QAbstractProxyModel *>(table.model())->sourceModel();
 }
 
 QPoint CellCentre(const QTableView &table, int row)
@@ -77,6 +83,7 @@ class TestJobTables : public QObject
 
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
+    void RefreshKeepsThePlaceOfTheReader_data();
     void RefreshKeepsThePlaceOfTheReader();
     void ActionsMeanTheJobUnderTheCursor();
     void RemoveTakesSelectedAndClickedRows_data();
@@ -89,18 +96,30 @@ private Q_SLOTS:
     void HeldJobsRunFromTheMenu();
     void FinishedJobsAreRemovedByTheirRows();
     void FinishedJobsReplacedDuringTheQuestion();
+    void FinishedJobsShowTheirFiles();
 };
+
+/// Many gaps are announced as a new layout.
+void TestJobTables::RefreshKeepsThePlaceOfTheReader_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::newRow("few gaps") << 200;
+    QTest::newRow("many gaps") << 220;
+}
 
 void TestJobTables::RefreshKeepsThePlaceOfTheReader()
 {
+    QFETCH(const int, count);
     JobPages pages;
-    const QAbstractItemModelTester tester{pages.table.model(),
-                                          QAbstractItemModelTester::FailureReportingMode::QtTest};
+    constexpr auto reportMode = QAbstractItemModelTester::FailureReportingMode::QtTest;
+    const QAbstractItemModelTester tester{pages.table.model(), reportMode};
+    const QAbstractItemModelTester sourceTester{SourceOf(pages.table), reportMode};
     pages.queue.SetPaused(true);
-    pages.Submit(200);
+    pages.Submit(count);
     pages.table.sortByColumn(0, Qt::DescendingOrder);
-    pages.table.setCurrentIndex(pages.table.model()->index(105, 1));
-    pages.table.scrollTo(pages.table.model()->index(100, 0), QAbstractItemView::PositionAtTop);
+    const QPersistentModelIndex inSource = SourceOf(pages.table)->index(94, 0);
+    pages.table.setCurrentIndex(pages.table.model()->index(count - 95, 1));
+    pages.table.scrollTo(pages.table.model()->index(count - 100, 0), QAbstractItemView::PositionAtTop);
     const auto top = [&] {
         return CellText(pages.table, pages.table.rowAt(0), 0);
     };
@@ -108,13 +127,14 @@ void TestJobTables::RefreshKeepsThePlaceOfTheReader()
 
     // Every second row vanishes, and three come above.
     QList<int> gone;
-    for (int jobID = 1; jobID <= 200; jobID += 2)
+    for (int jobID = 1; jobID <= count; jobID += 2)
         gone.append(jobID);
     gone.removeOne(95);
     pages.manager.longJobs.RemoveNow(gone);
     pages.Submit(3);
-    QCOMPARE(pages.table.model()->rowCount(), 104);
-    QCOMPARE(CellText(pages.table, 0, 0), u"203"_s);
+    QCOMPARE(pages.table.model()->rowCount(), count / 2 + 4);
+    QCOMPARE(CellText(pages.table, 0, 0), QString::number(count + 3));
+    QCOMPARE(inSource.data().toInt(), 95);
     QCOMPARE(top(), u"100"_s);
     QCOMPARE(CellText(pages.table, pages.table.currentIndex().row(), 0), u"95"_s);
     QCOMPARE(pages.table.SelectedRows(), QList<int>{pages.table.currentIndex().row()});
@@ -124,7 +144,7 @@ void TestJobTables::RefreshKeepsThePlaceOfTheReader()
     pages.window.hide();
     pages.manager.longJobs.Submit(pages.manager.NewJob(pages.gated));
     pages.window.show();
-    QCOMPARE(top(), u"204"_s);
+    QCOMPARE(top(), QString::number(count + 4));
 }
 
 void TestJobTables::ActionsMeanTheJobUnderTheCursor()
@@ -321,6 +341,8 @@ void TestJobTables::HeldJobsRunFromTheMenu()
 void TestJobTables::FinishedJobsAreRemovedByTheirRows()
 {
     JobPages pages;
+    const QAbstractItemModelTester tester{SourceOf(pages.finishedTable),
+                                          QAbstractItemModelTester::FailureReportingMode::QtTest};
     pages.AddFinishedJobs(5);
     pages.finishedTable.sortByColumn(1, Qt::DescendingOrder);
     for (const int row : {0, 3})
@@ -349,6 +371,27 @@ void TestJobTables::FinishedJobsReplacedDuringTheQuestion()
     QTest::keyClick(&pages.finishedTable, Qt::Key_Delete);
     QCOMPARE(ColumnTexts(pages.finishedTable, 1), (QStringList{u"b"_s, u"c"_s}));
     QCOMPARE(TestManager::Database().GetFinishedJobs().size(), 3);
+}
+
+void TestJobTables::FinishedJobsShowTheirFiles()
+{
+    JobPages pages;
+    Taskmill_JobRecord job;
+    job.JobID = 1;
+    job.Name = u"a"_s;
+    job.JobType = pages.gated;
+    job.InputFilePath = pages.manager.InputFile(u"a.in"_s);
+    job.OutputFile = WriteTestFile(pages.manager.Path(u"a.out"_s), "x");
+    job.StdOutAndStdErr = u"log"_s;
+    pages.finished.AddJob(job);
+    pages.finished.FillTable();
+    const auto shown = [&](const QString &entry) {
+        ChooseFromMenu(pages.finishedTable, CellCentre(pages.finishedTable, 0), entry);
+        return TakeViewerCaptions(pages.window).join(u' ');
+    };
+    QVERIFY(shown(u"Show Input File"_s).endsWith(u"/a.in"_s));
+    QVERIFY(shown(u"Show Output File"_s).endsWith(u"/a.out"_s));
+    QVERIFY(shown(u"Show stdout and stderr"_s).endsWith(u"Log of a"_s));
 }
 
 QTEST_MAIN(TestJobTables)

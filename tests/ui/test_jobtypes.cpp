@@ -1,4 +1,5 @@
 #include "db/database.h"
+#include "kilnutil/filesys.h"
 #include "kilnutil/tablewidget.h"
 #include "support/testutil.h"
 #include "ui/jobtypeswidget.h"
@@ -63,6 +64,7 @@ private Q_SLOTS:
     void RemovesAfterAQuestion();
     void NothingIsRemovedWithoutAJobType();
     void AddsWhatTheEditorHolds();
+    void EachEntryAddsItsDefault();
     void EditsTheJobTypeOfTheRow();
     void TellsWhatCannotBeStored();
     void OkFollowsTheFieldsThatAreLeft();
@@ -122,6 +124,28 @@ void TestJobTypes::AddsWhatTheEditorHolds()
     jobType.DefaultQueue = u"Queueless"_s;
     QCOMPARE(TestManager::Database().GetJobTypes().last(), jobType);
     QVERIFY(page.manager.prompt.asked.isEmpty());
+}
+
+void TestJobTypes::EachEntryAddsItsDefault()
+{
+    PagePlace page;
+    Taskmill_JobTypesWidget tab{&page.window, page.manager.jobTypes};
+    page.Show();
+    auto &table = *page.window.findChild<KilnUtil_TableWidget *>();
+    const QScopedValueRollback programs{KilnUtil_FileSys::m_appDirPath, page.manager.directory.path()};
+    qputenv("VELTRA_EXE", page.manager.Path(u"veltra.exe"_s).toLocal8Bit());
+    QStringList all;
+    for (const QString &name :
+         {u"Veltra"_s, u"Gaussian"_s, u"GMMX"_s, u"Cubegen"_s, u"Formchk"_s, u"Freqchk"_s, u"Cubman"_s}) {
+        WriteTestFile(page.manager.Path(name == "Gaussian"_L1 ? u"g16.exe"_s : name.toLower() + u".exe"_s),
+                      {});
+        const QString types = name == "Veltra"_L1 ? u"Types"_s : u"Type"_s;
+        ChooseFromMenu(table, QPoint{5, 300}, u"Add Default %1 Job %2"_s.arg(name, types));
+        all.append(name);
+        QCOMPARE(page.manager.jobTypes.Names(), all);
+    }
+    ChooseFromMenu(table, QPoint{5, 300}, u"Add Default Job Types"_s);
+    QCOMPARE(page.manager.jobTypes.Names(), all + all);
 }
 
 void TestJobTypes::EditsTheJobTypeOfTheRow()

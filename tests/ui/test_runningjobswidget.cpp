@@ -139,8 +139,10 @@ void TestRunningJobsWidget::ReadingLeavesTheWindowAlone()
     page.inspector.gate.release();
     QTRY_COMPARE(page.ProcessIDs(), u"20"_s);
     // The one that was chosen has ended: nothing is chosen then.
-    QVERIFY(!page.table->currentIndex().isValid() && page.table->SelectedRows().isEmpty());
-    QVERIFY(page.running->IsReading() && reading->isVisible());
+    QVERIFY(!page.table->currentIndex().isValid());
+    QVERIFY(page.table->SelectedRows().isEmpty());
+    QVERIFY(page.running->IsReading());
+    QVERIFY(reading->isVisible());
     page.inspector.gate.release();
     QTRY_VERIFY(!reading->isVisible());
     QCOMPARE(page.inspector.TakeCalls(), u"list,list"_s);
