@@ -36,7 +36,8 @@ def submit(lines):
         manager.settimeout(None)
         message = "\n".join(lines) + "\nclientreply=yes\n"
         manager.sendall(message.encode("utf-8"))
-        word, _, rest = read_all(manager).strip().partition("=")
+        first_line = read_all(manager).partition("\n")[0]
+    word, _, rest = first_line.partition("=")
     if word != "accepted":
         sys.exit("Refused: " + (rest or "no answer"))
     return rest.split()

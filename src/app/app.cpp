@@ -1,10 +1,13 @@
 #include "app/app.h"
 
 #include "app/session.h"
+#include "widgets/contrast.h"
+#include "ui/appwindow.h"
 
 Taskmill_App::Taskmill_App(int &argc, char **argv)
     : QApplication{argc, argv}
 {
+    KilnUtil_Contrast::KeepPlaceholdersReadable();
     connect(this, &QCoreApplication::aboutToQuit, this, &Taskmill_App::AboutToQuitSlot);
 }
 

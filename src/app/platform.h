@@ -8,7 +8,7 @@
 namespace Taskmill_Platform {
 /// To be called before anything else opens a file: a standard stream that was closed is the null device from
 /// then on, lest the program's own files get its number and receive what is printed. Writing to a pipe that
-/// nobody reads any more becomes an error instead of an end.
+/// nobody reads any more, or beyond the largest size allowed for a file, becomes an error instead of an end.
 void PrepareStandardStreams();
 
 /// Full path of the running program.

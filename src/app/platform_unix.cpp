@@ -68,6 +68,9 @@ void Taskmill_Platform::PrepareStandardStreams()
             return;
     }
     std::signal(SIGPIPE, SIG_IGN);
+    // A file that may not grow any more is an error of the writing too: the jobs go on, and their project can
+    // be saved elsewhere.
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 QString Taskmill_Platform::ExecutablePath()

@@ -4,10 +4,13 @@
 #include "console/consoleprompt.h"
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
+#include "kilnutil/error.h"
 #include "ui/appwindow.h"
 
 #include <QApplication>
 #include <QTimer>
+
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -18,6 +21,8 @@ Taskmill_Session::Taskmill_Session(Taskmill_SessionOptions options)
     , m_dispatcher{m_manager, *this}
     , m_server{m_dispatcher}
 {
+    connect(&m_server, &Taskmill_RequestServer::FirstRefusedSignal, this,
+            &Taskmill_Session::ShowRefusedRequest);
     if (m_window)
         connect(m_window.get(), &Taskmill_AppWindow::ExitSignal, this, &Taskmill_Session::ExitSlot);
 }
@@ -44,34 +49,59 @@ bool Taskmill_Session::Initialise()
 
 void Taskmill_Session::Show()
 {
-    if (m_window)
-        m_window->Show();
-    else
+    if (!m_window) {
         StartConsole();
+        return;
+    }
+    m_window->Show();
+    // With the event loop, so that requests are served while a question stands.
+    if (!std::exchange(m_hasSpokenAtStart, true))
+        QTimer::singleShot(0, this, &Taskmill_Session::SpeakAtStart);
+}
+
+void Taskmill_Session::SpeakAtStart()
+{
+    if (!m_options.Unattended) {
+        m_window->SpeakAtStart();
+        return;
+    }
+    const QStringList notices = m_manager.NoticesAtStart(false);
+    for (const QString &notice : notices)
+        qWarning("%ls", qUtf16Printable(notice));
 }
 
 void Taskmill_Session::StartConsole()
 {
     if (m_console)
         return;
-    const QString notice =
-        m_manager.Project().FilePath().isEmpty()
-            ? QString{}
-            : u"The queues of an opened project are paused: \"unpause long jobs\" and \"unpause short jobs\" resume them."_s;
+    auto terminal = Taskmill_MakeConsoleTerminal();
+    const bool asksAtStart = !m_options.Unattended && terminal->IsInteractive();
+    QStringList notices = m_manager.NoticesAtStart(asksAtStart);
+    if (!m_manager.Project().FilePath().isEmpty())
+        notices.prepend(
+            u"The queues of an opened project are paused: \"unpause long jobs\" and \"unpause short jobs\" resume them."_s);
+    Taskmill_ConsoleContext context{
+        .Manager = m_manager, .Notices = notices, .AsksAtStart = asksAtStart, .Exit = [this] {
+            ExitSlot();
+        }};
     m_console = std::make_unique<Taskmill_Console>(m_options.Banner, m_options.NoEventLoop,
-                                                   Taskmill_ConsoleContext{.Manager = m_manager,
-                                                                           .Notice = notice,
-                                                                           .Exit =
-                                                                               [this] {
-                                                                                   ExitSlot();
-                                                                               }},
-                                                   Taskmill_MakeConsoleTerminal());
+                                                   std::move(context), std::move(terminal));
     Taskmill_SetConsolePrinter(
         [console = m_console.get()](const QString &text) { console->Terminal().Post(text); });
     if (m_options.NoEventLoop)
         m_console->RunSlot();
     else
         QTimer::singleShot(0, m_console.get(), &Taskmill_Console::RunSlot);
+}
+
+void Taskmill_Session::ShowRefusedRequest(const QString &reason)
+{
+    KilnUtil_Error::UserPrompt().ShowNotice(
+        u"Request Refused"_s,
+        u"A request to submit a job, or to show or hide the window, was refused: "_s + reason +
+            u".\n\nRequests of taskmillctl, and of programs that wait for the answer or send the manager's key, "
+            "are accepted. To accept all requests, start Taskmill with the environment variable "
+            "TASKMILL_ACCEPT_UNKNOWN=1. Further refused requests are in the debug log only."_s);
 }
 
 void Taskmill_Session::ShowInFront()
@@ -96,23 +126,25 @@ void Taskmill_Session::ExitSlot()
     if (m_manager.IsShutDown())
         return;
     ShutDown();
-    EndEventLoop();
+    EndEventLoop(0);
 }
 
 void Taskmill_Session::QuitAtOnceSlot()
 {
-    if (!m_manager.IsShutDown())
-        m_manager.Project().SaveUnattended();
+    // An end that is under way goes on as it began.
+    if (m_manager.IsShutDown())
+        return;
+    const bool saved = m_manager.Project().SaveUnattended();
     ShutDown();
-    EndEventLoop();
+    EndEventLoop(saved ? 0 : ExitStatusWithoutSaving);
 }
 
-void Taskmill_Session::EndEventLoop()
+void Taskmill_Session::EndEventLoop(int status)
 {
     if (m_options.NoEventLoop && m_options.ExitWithoutEventLoop)
-        m_options.ExitWithoutEventLoop();
+        m_options.ExitWithoutEventLoop(status);
     else
-        QCoreApplication::exit(0);
+        QCoreApplication::exit(status);
 }
 
 void Taskmill_Session::ShutDown()

@@ -19,8 +19,9 @@ struct Taskmill_SessionOptions
     QString StartUpFile; ///< project file named on the command line; may be empty
     QString Banner;      ///< printed when a console starts
     bool NoEventLoop = false;
+    bool Unattended = false; ///< nobody is to be asked anything at the start
     /// Ends the process at once where there is no event loop to quit; called when everything is shut down.
-    std::function<void()> ExitWithoutEventLoop;
+    std::function<void(int status)> ExitWithoutEventLoop;
 };
 
 /// One run of the program: the manager, the server that takes requests for it, and the front end of the run
@@ -30,6 +31,9 @@ class Taskmill_Session final : public QObject, private Taskmill_FrontEnd
     Q_OBJECT
 
 public:
+    /// The exit status when the project could not be saved to its own file and nobody could be asked.
+    static constexpr int ExitStatusWithoutSaving = 4;
+
     explicit Taskmill_Session(Taskmill_SessionOptions options);
     ~Taskmill_Session() override;
     Q_DISABLE_COPY_MOVE(Taskmill_Session)
@@ -53,16 +57,19 @@ public:
 public Q_SLOTS:
     /// Ends the program; what was to be asked has been asked.
     void ExitSlot();
-    /// Quits without a question, as on a signal: a project that has a file is saved first.
+    /// Quits without a question, as on a signal: a project that has a file is saved first. When it could not
+    /// be saved to it, the exit status says so.
     void QuitAtOnceSlot();
 
 private:
+    static void ShowRefusedRequest(const QString &reason);
     void ShowInFront() override;
     void PutAway() override;
     [[nodiscard]] bool IsUserBusy() const override;
 
     void StartConsole();
-    void EndEventLoop();
+    void SpeakAtStart();
+    void EndEventLoop(int status);
 
     const Taskmill_SessionOptions m_options;
     Taskmill_NotificationSender m_notifier;
@@ -71,4 +78,5 @@ private:
     std::unique_ptr<Taskmill_Console> m_console;
     Taskmill_RequestDispatcher m_dispatcher;
     Taskmill_RequestServer m_server;
+    bool m_hasSpokenAtStart = false;
 };

@@ -20,6 +20,11 @@ bool Has(const QStringList &arguments, QLatin1StringView option,
     return arguments.sliced(qMin<qsizetype>(1, arguments.size())).contains(option, sensitivity);
 }
 
+bool AsksForUsage(const QStringList &arguments)
+{
+    return Has(arguments, "-help"_L1) || Has(arguments, "--help"_L1) || Has(arguments, "-h"_L1);
+}
+
 /// The level that the options ask for, whatever their order, else the mode's own.
 Taskmill_ProgressLevel ProgressLevelOf(const QStringList &arguments, Taskmill_RunMode mode)
 {
@@ -41,6 +46,9 @@ Taskmill_StartOptions Taskmill_StartOptions::Parse(const QStringList &arguments)
     if (Has(arguments, "-newconsole"_L1))
         options.Mode = Taskmill_RunMode::NewConsole;
     options.NoEventLoop = Has(arguments, "-noeventloop"_L1);
+    options.Unattended = Has(arguments, "-nogui"_L1) || Has(arguments, "-run"_L1);
+    options.ShowsUsage = AsksForUsage(arguments);
+    options.ShowsVersion = Has(arguments, "--version"_L1) || Has(arguments, "-version"_L1);
     options.Progress = ProgressLevelOf(arguments, options.Mode);
     return options;
 }
@@ -49,8 +57,8 @@ Taskmill_FileArgument Taskmill_FileArgument::Check(const QStringList &arguments,
 {
     if (arguments.size() == 1)
         return {};
-    if (arguments.isEmpty() || Has(arguments, "-help"_L1))
-        return {.Result = Outcome::ShowUsage, .StartUpFile = {}};
+    if (arguments.isEmpty() || AsksForUsage(arguments))
+        return {.Result = Outcome::ShowUsage, .StartUpFile = {}, .MissingFile = {}};
 
     // Unlike the help option these two count in this spelling only.
     const bool unattended =
@@ -59,10 +67,70 @@ Taskmill_FileArgument Taskmill_FileArgument::Check(const QStringList &arguments,
         if (argument.startsWith(u'-'))
             continue;
         if (QFileInfo::exists(argument))
-            return {.Result = Outcome::GoOn, .StartUpFile = argument};
-        if (console || !unattended)
-            return {.Result = Outcome::MissingFile, .StartUpFile = {}};
-        break;
+            return {.Result = Outcome::GoOn, .StartUpFile = argument, .MissingFile = {}};
+        return {.Result = console || !unattended ? Outcome::MissingFile : Outcome::GoOn,
+                .StartUpFile = {},
+                .MissingFile = argument};
+    }
+    return {};
+}
+
+QString Taskmill_ProblemOfMissingFile(const QString &path)
+{
+    const QString text =
+        QFileInfo{path}.isSymLink() ? u"the link %1 leads to no file"_s : u"the file %1 does not exist"_s;
+    return text.arg(path);
+}
+
+QStringList Taskmill_UnknownOptions(const QStringList &arguments)
+{
+    static const QStringList known{u"-console"_s,
+                                   u"-debug"_s,
+                                   u"-debugfile"_s,
+                                   u"-h"_s,
+                                   u"-help"_s,
+                                   u"--help"_s,
+                                   u"-list"_s,
+                                   u"-newconsole"_s,
+                                   u"-noeventloop"_s,
+                                   u"-nogui"_s,
+                                   u"-notreadonly"_s,
+                                   u"-run"_s,
+                                   u"-showprogress=false"_s,
+                                   u"-showprogress=some"_s,
+                                   u"-showprogress=true"_s};
+    QStringList unknown = arguments.sliced(qMin<qsizetype>(1, arguments.size()));
+    unknown.removeIf([](const QString &argument) {
+        return !argument.startsWith(u'-') || known.contains(argument, Qt::CaseInsensitive) ||
+               argument.startsWith("-debugfile="_L1, Qt::CaseInsensitive);
+    });
+    return unknown;
+}
+
+QString Taskmill_FileNamed(const QStringList &arguments)
+{
+    static const QStringList optionsWithValue{u"display"_s,
+                                              u"geometry"_s,
+                                              u"icon"_s,
+                                              u"platform"_s,
+                                              u"platformpluginpath"_s,
+                                              u"platformtheme"_s,
+                                              u"plugin"_s,
+                                              u"qwindowgeometry"_s,
+                                              u"qwindowicon"_s,
+                                              u"qwindowtitle"_s,
+                                              u"session"_s,
+                                              u"style"_s,
+                                              u"stylesheet"_s,
+                                              u"title"_s};
+    bool isValue = false;
+    for (const QString &argument : arguments.sliced(qMin<qsizetype>(1, arguments.size()))) {
+        const bool isOption = argument.startsWith(u'-');
+        if (!isOption && !isValue)
+            return argument;
+        // Qt takes its own with one hyphen or two.
+        isValue =
+            isOption && optionsWithValue.contains(argument.sliced(argument.startsWith("--"_L1) ? 2 : 1));
     }
     return {};
 }

@@ -17,6 +17,9 @@ struct Taskmill_StartOptions
 {
     Taskmill_RunMode Mode = Taskmill_RunMode::Gui;
     bool NoEventLoop = false;
+    bool Unattended = false; ///< nobody is there to be asked, say the options
+    bool ShowsUsage = false;
+    bool ShowsVersion = false;
     Taskmill_ProgressLevel Progress = Taskmill_ProgressLevel::Full;
 
     /// The arguments begin with the program's name; options are recognised in any case.
@@ -35,10 +38,21 @@ struct Taskmill_FileArgument
 
     Outcome Result = Outcome::GoOn;
     QString StartUpFile; ///< exists when it is not empty
+    QString MissingFile; ///< the one that decides and does not exist, also where the start goes on without it
 
     /// The first argument that is no option decides. Empty arguments are to be left out before.
     [[nodiscard]] static Taskmill_FileArgument Check(const QStringList &arguments, bool console);
 };
+
+/// What is wrong with such a file, as one line.
+[[nodiscard]] QString Taskmill_ProblemOfMissingFile(const QString &path);
+
+/// The options among the arguments that do not exist; Qt has taken its own ones out before.
+[[nodiscard]] QStringList Taskmill_UnknownOptions(const QStringList &arguments);
+
+/// The first argument that is no option, nor the value of one of Qt's, which are still among them; empty when
+/// there is none.
+[[nodiscard]] QString Taskmill_FileNamed(const QStringList &arguments);
 
 /// Every option of the command line that a user may give.
 extern const char *const Taskmill_UsageText;

@@ -4,6 +4,8 @@
 #include "app/debuglog.h"
 #include "app/platform.h"
 #include "app/session.h"
+#include "app/secondstart.h"
+#include "app/starterror.h"
 #include "app/startoptions.h"
 #include "console/consoleprompt.h"
 #include "kilnutil/computerdata.h"
@@ -13,6 +15,7 @@
 #include "kilnutil/registry.h"
 #include "manager/version.h"
 #include "processes/process.h"
+#include "kilnutil/standardstreams.h"
 #include "ui/appwindow.h"
 #include "ui/programicon.h"
 #include "widgets/outputwindow.h"
@@ -153,6 +156,20 @@ void SaveAtExit()
         sessionAtExit->SaveBeforeAbruptEnd();
 }
 
+int PrintUsage()
+{
+    std::fputs(Taskmill_UsageText, stdout);
+    return exitUsageShown;
+}
+
+int PrintVersion()
+{
+    if (Taskmill_Platform::AttachToParentConsole())
+        Taskmill_Platform::ReconnectStreams();
+    KilnUtil_StandardStreams::Write(stdout, u"taskmill "_s + Taskmill_FullVersion + u'\n');
+    return 0;
+}
+
 /// The program from the application object on: the session, and the prompts that speak for it.
 class Program
 {
@@ -187,22 +204,23 @@ public:
         const Taskmill_FileArgument file = Taskmill_FileArgument::Check(arguments, Taskmill_IsConsoleMode());
         if (file.Result == Taskmill_FileArgument::Outcome::ShowUsage)
             return ShowUsage();
+        Complain(arguments, file);
         if (file.Result == Taskmill_FileArgument::Outcome::MissingFile)
             return exitMissingFile;
 
         const QString banner =
             Taskmill_VersionText() + u"\nJob manager for computational-chemistry programs"_s;
-        m_session =
-            std::make_unique<Taskmill_Session>(Taskmill_SessionOptions{.StartUpFile = file.StartUpFile,
-                                                                       .Banner = banner,
-                                                                       .NoEventLoop = m_options.NoEventLoop,
-                                                                       .ExitWithoutEventLoop = [] {
-                                                                           // The objects below are still at
-                                                                           // work on the stack, so none of
-                                                                           // them is destroyed.
-                                                                           Taskmill_DebugLog::TurnOff();
-                                                                           std::exit(0);
-                                                                       }});
+        m_session = std::make_unique<Taskmill_Session>(
+            Taskmill_SessionOptions{.StartUpFile = file.StartUpFile,
+                                    .Banner = banner,
+                                    .NoEventLoop = m_options.NoEventLoop,
+                                    .Unattended = m_options.Unattended,
+                                    .ExitWithoutEventLoop = [](int status) {
+                                        // The objects below are still at work on the stack, so none of them
+                                        // is destroyed.
+                                        Taskmill_DebugLog::TurnOff();
+                                        std::exit(status);
+                                    }});
         Taskmill_Platform::CallOnTermination([this] { m_session->QuitAtOnceSlot(); });
         if (!m_session->Initialise())
             return exitFailure;
@@ -217,12 +235,19 @@ public:
     }
 
 private:
+    static void Complain(const QStringList &arguments, const Taskmill_FileArgument &file)
+    {
+        const QStringList unknownOptions = Taskmill_UnknownOptions(arguments);
+        for (const QString &option : unknownOptions)
+            Taskmill_PrintStartError(u"unknown option %1, see taskmill -help"_s.arg(option));
+        if (!file.MissingFile.isEmpty())
+            Taskmill_PrintStartError(Taskmill_ProblemOfMissingFile(file.MissingFile));
+    }
+
     int ShowUsage()
     {
-        if (!m_outputWindow) {
-            std::fputs(Taskmill_UsageText, stdout);
-            return exitUsageShown;
-        }
+        if (!m_outputWindow)
+            return PrintUsage();
         m_outputWindow->AppendText(QString::fromLatin1(Taskmill_UsageText));
         m_outputWindow->Show();
         QObject::connect(m_outputWindow.get(), &KilnUtil_OutputWindow::ClosedSignal, &m_application,
@@ -238,9 +263,13 @@ private:
     std::unique_ptr<Taskmill_Session> m_session;
 };
 
-void SayThereIsNoDisplay()
+/// What becomes of a window that is asked for where there is no display.
+int EndWithoutDisplay(const Taskmill_StartOptions &options)
 {
-    std::fputs("taskmill: there is no display for the window; start it with -console\n", stderr);
+    if (options.ShowsUsage)
+        return PrintUsage();
+    Taskmill_PrintStartError(u"there is no display for the window; start it with -console"_s);
+    return exitFailure;
 }
 
 QStringList WithoutEmptyOnes(QStringList arguments)
@@ -256,10 +285,8 @@ int RunApplication(Arguments &arguments, const Taskmill_StartOptions &options, b
     // The display that the environment names may be out of reach.
     const bool hasDisplay =
         mayHaveDisplay && !(platformIsOurChoice && QGuiApplication::platformName() == "offscreen"_L1);
-    if (!hasDisplay && Taskmill_IsGuiMode()) {
-        SayThereIsNoDisplay();
-        return exitFailure;
-    }
+    if (!hasDisplay && Taskmill_IsGuiMode())
+        return EndWithoutDisplay(options);
     QApplication::setQuitOnLastWindowClosed(false);
     SetPaths();
     Taskmill_DebugLog::TurnOn(QCoreApplication::arguments());
@@ -284,18 +311,22 @@ int Taskmill_Run(int argc, char **argv)
     Arguments arguments{argc, argv};
     const Taskmill_StartOptions options = Taskmill_StartOptions::Parse(arguments.Texts());
     Taskmill_SetRunMode(options.Mode);
+    if (options.ShowsVersion)
+        return PrintVersion();
     const bool gui = Taskmill_IsGuiMode();
-    if (Taskmill_IsManagerRunning(gui, gui ? KilnUtil_ComputerData::TaskmillGUIPortNumber()
-                                           : KilnUtil_ComputerData::TaskmillConsolePortNumber()))
+    const std::uint16_t port = gui ? KilnUtil_ComputerData::TaskmillGUIPortNumber()
+                                   : KilnUtil_ComputerData::TaskmillConsolePortNumber();
+    // Help is for everybody, and starts no second manager.
+    if (!options.ShowsUsage && Taskmill_IsManagerRunning(gui, port)) {
+        Taskmill_TurnToRunningManager(gui, port, Taskmill_FileNamed(arguments.Texts()));
         return 0;
+    }
     if (!EnsureConsoleManager(Taskmill_Platform::ExecutablePath()) || !PrepareConsole())
         return exitFailure;
 
     const bool mayHaveDisplay = Taskmill_Platform::HasDisplay(arguments.Texts());
-    if (!mayHaveDisplay && gui) {
-        SayThereIsNoDisplay();
-        return exitFailure;
-    }
+    if (!mayHaveDisplay && gui)
+        return EndWithoutDisplay(options);
     if (!mayHaveDisplay)
         arguments.UsePlatforms("offscreen");
     else if (const QByteArray platforms = Taskmill_Platform::PlatformsToTry(arguments.Texts());

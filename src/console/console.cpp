@@ -34,8 +34,9 @@ void Taskmill_Console::RunSlot()
 {
     Taskmill_ConsoleShell::MinimiseConsoleWindow();
     m_terminal->Post(m_banner + u"\n\n"_s);
-    if (!m_actions.Notice().isEmpty())
-        m_terminal->Post(u"<Taskmill> "_s + m_actions.Notice() + u"\n\n"_s);
+    const QStringList notices = m_actions.Notices();
+    for (const QString &notice : notices)
+        m_terminal->Post(u"<Taskmill> "_s + notice + u"\n\n"_s);
 
     auto worker = std::make_unique<Taskmill_Console_Worker>(*this);
     connect(worker.get(), &Taskmill_Console_Worker::QuitSignal, this, &Taskmill_Console::QuitSlot);

@@ -55,14 +55,14 @@ Taskmill_ConsoleActions::Taskmill_ConsoleActions(Taskmill_ConsoleContext context
 {
 }
 
-QString Taskmill_ConsoleActions::QueueListing(Taskmill_Destination destination) const
+QString Taskmill_ConsoleActions::QueueListing(Taskmill_Destination destination, int width) const
 {
-    return m_context.Manager.Destinations().OwnerOf(destination)->ListingText();
+    return m_context.Manager.Destinations().OwnerOf(destination)->ListingText(width);
 }
 
-QString Taskmill_ConsoleActions::FinishedListing() const
+QString Taskmill_ConsoleActions::FinishedListing(int width) const
 {
-    return m_context.Manager.FinishedJobs().ListingText();
+    return m_context.Manager.FinishedJobs().ListingText(width);
 }
 
 Taskmill_RunningJobs::Reading Taskmill_ConsoleActions::ProcessReading(bool onlyKnownJobTypes) const
@@ -71,12 +71,13 @@ Taskmill_RunningJobs::Reading Taskmill_ConsoleActions::ProcessReading(bool onlyK
     return m_context.Manager.RunningJobs().PrepareReading();
 }
 
-QString Taskmill_ConsoleActions::ProcessListing(const QList<Taskmill_ProcessRecord> &processes) const
+QString Taskmill_ConsoleActions::ProcessListing(const QList<Taskmill_ProcessRecord> &processes,
+                                                int width) const
 {
-    return m_context.Manager.RunningJobs().ListingText(processes);
+    return m_context.Manager.RunningJobs().ListingText(processes, width);
 }
 
-QString Taskmill_ConsoleActions::JobTypeListing() const
+QString Taskmill_ConsoleActions::JobTypeListing(int width) const
 {
     m_context.Manager.JobTypes().Refresh();
     QList<QStringList> rows;
@@ -84,7 +85,7 @@ QString Taskmill_ConsoleActions::JobTypeListing() const
     for (const Taskmill_JobType &jobType : jobTypes)
         rows.append(Taskmill_Listings::JobTypeRow(jobType));
     return Taskmill_Listings::Text(u"\nJob Types\n"_s, u"\nJob Types List is Empty\n\n"_s,
-                                   Taskmill_Listings::JobTypeHeaders(), rows);
+                                   Taskmill_Listings::JobTypeHeaders(), rows, width);
 }
 
 QString Taskmill_ConsoleActions::JobText(int jobID) const
@@ -139,15 +140,10 @@ QString Taskmill_ConsoleActions::AddFile(const QString &filePath, const Taskmill
         m_context.Manager.Submitter().AddFile(filePath, jobType.JobTypeID, destination);
     if (!jobID)
         return u"\n<Taskmill> The job type %1 cannot run %2.\n\n"_s.arg(jobType.Name, filePath);
-    const Taskmill_JobQueue *queue = LimitedQueue(destination);
+    const Taskmill_JobQueue *queue = m_context.Manager.Destinations().OwnerOf(destination)->Queue();
     const QString listName = m_context.Manager.Destinations().OwnerOf(destination)->ListName();
     return u"\n<Taskmill> Job %1 was added to the %2%3.\n\n"_s.arg(
         QString::number(*jobID), listName, queue && queue->IsPaused() ? u", which is paused"_s : QString{});
-}
-
-Taskmill_JobQueue *Taskmill_ConsoleActions::LimitedQueue(Taskmill_Destination queue) const
-{
-    return m_context.Manager.Destinations().OwnerOf(queue)->Queue();
 }
 
 Taskmill_Project &Taskmill_ConsoleActions::Project() const
@@ -157,7 +153,7 @@ Taskmill_Project &Taskmill_ConsoleActions::Project() const
 
 QString Taskmill_ConsoleActions::SetPaused(Taskmill_Destination queue, bool paused) const
 {
-    LimitedQueue(queue)->SetPaused(paused);
+    m_context.Manager.Destinations().OwnerOf(queue)->Queue()->SetPaused(paused);
     const QString listName = m_context.Manager.Destinations().OwnerOf(queue)->ListName();
     return paused ? u"\n<Taskmill> The %1 is paused.\n\n"_s.arg(listName)
                   : u"\n<Taskmill> The %1 is no longer paused.\n\n"_s.arg(listName);
@@ -165,9 +161,31 @@ QString Taskmill_ConsoleActions::SetPaused(Taskmill_Destination queue, bool paus
 
 QString Taskmill_ConsoleActions::SetLimit(Taskmill_Destination queue, int maxRunningJobs) const
 {
-    LimitedQueue(queue)->SetMaxRunningJobs(maxRunningJobs);
+    m_context.Manager.Destinations().OwnerOf(queue)->Queue()->SetMaxRunningJobs(maxRunningJobs);
     return u"\n<Taskmill> The %1 runs at most %2 jobs at a time.\n\n"_s.arg(
         m_context.Manager.Destinations().OwnerOf(queue)->ListName(), QString::number(maxRunningJobs));
+}
+
+Taskmill_Question Taskmill_ConsoleActions::QuestionAtStart() const
+{
+    return m_context.AsksAtStart ? m_context.Manager.Destinations().Queueless().HeldJobsQuestion() : Taskmill_Question{};
+}
+
+QString Taskmill_ConsoleActions::RunHeldJobs() const
+{
+    Taskmill_QueuelessJobsList &list = *m_context.Manager.Destinations().Queueless().List();
+    const int count = list.Release(list.HeldJobIDs());
+    if (count == 0)
+        return u"\n<Taskmill> No job is held back.\n\n"_s;
+    return count == 1 ? u"\n<Taskmill> 1 job runs again.\n\n"_s
+                      : u"\n<Taskmill> %1 jobs run again.\n\n"_s.arg(count);
+}
+
+QString Taskmill_ConsoleActions::RunHeldJob(int jobID) const
+{
+    return m_context.Manager.Destinations().Queueless().List()->Release({jobID}) > 0
+               ? u"\n<Taskmill> Job %1 runs again.\n\n"_s.arg(jobID)
+               : u"\n<Taskmill> Job %1 is not held back.\n\n"_s.arg(jobID);
 }
 
 Taskmill_QueueOwner *Taskmill_ConsoleActions::OwnerOfJob(int jobID) const

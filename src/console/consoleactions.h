@@ -17,7 +17,8 @@ struct Taskmill_JobRecord;
 struct Taskmill_ConsoleContext
 {
     Taskmill_Manager &Manager;
-    QString Notice;             ///< printed below the banner
+    QStringList Notices;        ///< printed below the banner
+    bool AsksAtStart = false;   ///< somebody is there who can answer, before the first prompt
     std::function<void()> Exit; ///< ends the program without a question
 };
 
@@ -27,12 +28,13 @@ class Taskmill_ConsoleActions
 public:
     explicit Taskmill_ConsoleActions(Taskmill_ConsoleContext context);
 
-    [[nodiscard]] QString QueueListing(Taskmill_Destination destination) const;
-    [[nodiscard]] QString FinishedListing() const;
+    /// Listings are made to fit a terminal of so many columns, 0 for any width.
+    [[nodiscard]] QString QueueListing(Taskmill_Destination destination, int width) const;
+    [[nodiscard]] QString FinishedListing(int width) const;
     /// What reads the processes for the listing. Keeps the choice, also for the window's table.
     [[nodiscard]] Taskmill_RunningJobs::Reading ProcessReading(bool onlyKnownJobTypes) const;
-    [[nodiscard]] QString ProcessListing(const QList<Taskmill_ProcessRecord> &processes) const;
-    [[nodiscard]] QString JobTypeListing() const;
+    [[nodiscard]] QString ProcessListing(const QList<Taskmill_ProcessRecord> &processes, int width) const;
+    [[nodiscard]] QString JobTypeListing(int width) const;
     /// All fields of a job, wherever it is, and its output. A line that says so when there is no such job.
     [[nodiscard]] QString JobText(int jobID) const;
 
@@ -46,16 +48,22 @@ public:
     [[nodiscard]] QString SetPaused(Taskmill_Destination queue, bool paused) const;
     [[nodiscard]] QString SetLimit(Taskmill_Destination queue, int maxRunningJobs) const;
 
+    /// What is asked before the first prompt; empty for nothing.
+    [[nodiscard]] Taskmill_Question QuestionAtStart() const;
+    /// These let held jobs run again, and say what came of it.
+    [[nodiscard]] QString RunHeldJobs() const;
+    [[nodiscard]] QString RunHeldJob(int jobID) const;
+
     /// The owner of the job's queue; nullptr when the job is in none.
     [[nodiscard]] Taskmill_QueueOwner *OwnerOfJob(int jobID) const;
 
-    [[nodiscard]] QString Notice() const { return m_context.Notice; }
+    /// The record of a job, wherever it is, for as long as nothing changes; nullptr when there is none.
+    [[nodiscard]] const Taskmill_JobRecord *FindRecord(int jobID) const;
+
+    [[nodiscard]] QStringList Notices() const { return m_context.Notices; }
     [[nodiscard]] Taskmill_Project &Project() const;
     void Exit() const { m_context.Exit(); }
 
 private:
-    [[nodiscard]] const Taskmill_JobRecord *FindRecord(int jobID) const;
-    [[nodiscard]] Taskmill_JobQueue *LimitedQueue(Taskmill_Destination queue) const;
-
     const Taskmill_ConsoleContext m_context;
 };

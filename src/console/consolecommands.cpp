@@ -1,9 +1,32 @@
 #include "console/consoleworker.h"
+#include "console/console.h"
 
 using namespace Qt::Literals::StringLiterals;
 
 using Worker = Taskmill_Console_Worker;
 using Destination = Taskmill_Destination;
+
+/// The words in lines that begin at a column, where the first one stands already, and end before another; 0
+/// for none such.
+static QString Wrapped(const QString &words, qsizetype begin, qsizetype end)
+{
+    if (end <= begin)
+        return words;
+    QString text;
+    qsizetype column = begin;
+    for (const QString &word : words.split(u' ')) {
+        if (column > begin && column + 1 + word.size() > end) {
+            text += u'\n' + QString{begin, u' '};
+            column = begin;
+        } else if (column > begin) {
+            text += u' ';
+            ++column;
+        }
+        text += word;
+        column += word.size();
+    }
+    return text;
+}
 
 QList<Worker::Command> Worker::Commands()
 {
@@ -53,6 +76,10 @@ QList<Worker::Command> Worker::Commands()
         {"show job"_L1, "N"_L1, "Show all fields of job N and its captured output"_L1,
          [](Worker &worker, const QString &argument) {
              worker.ShowJob(argument);
+         }},
+        {"follow job"_L1, "N"_L1, "Show what running job N writes, until it ends"_L1,
+         [](Worker &worker, const QString &argument) {
+             worker.FollowJob(argument);
          }},
         {"add job"_L1,
          {},
@@ -110,6 +137,16 @@ QList<Worker::Command> Worker::Commands()
          [](Worker &worker, const QString &argument) {
              worker.KillJob(argument);
          }},
+        {"run held jobs"_L1,
+         {},
+         "Run the queueless jobs again that ran when the project was closed"_L1,
+         [](Worker &worker, const QString &) {
+             worker.RunHeldJobs();
+         }},
+        {"run job"_L1, "N"_L1, "Run job N, one of these, again"_L1,
+         [](Worker &worker, const QString &argument) {
+             worker.RunHeldJob(argument);
+         }},
         {"pause long jobs"_L1,
          {},
          "Start no more jobs of the Long Jobs Queue"_L1,
@@ -147,6 +184,10 @@ QList<Worker::Command> Worker::Commands()
          "Save the project to its file"_L1,
          [](Worker &worker, const QString &) {
              worker.Save();
+         }},
+        {"save"_L1, "FILE"_L1, "Save the project to FILE, which becomes its file"_L1,
+         [](Worker &worker, const QString &argument) {
+             worker.SaveTo(argument);
          }},
         {"pwd"_L1,
          {},
@@ -215,7 +256,7 @@ void Worker::Help()
     }
     QString text = u"\n"_s;
     for (const auto &[words, help] : lines)
-        text += words.leftJustified(width) + u"  "_s + help + u'\n';
+        text += words.leftJustified(width) + u"  "_s + Wrapped(help, width + 2, Columns()) + u'\n';
     Print(text + u'\n');
 }
 
@@ -239,4 +280,20 @@ void Worker::Execute(const QString &line)
             line.startsWith(command.words) && line[wordsSize] == u' ')
             return command.run(*this, line.sliced(wordsSize + 1));
     }
+    // A program that drives the console by a pipe counts on silence.
+    if (!line.isEmpty() && m_console.Terminal().IsInteractive())
+        ExplainUnknown(line);
+}
+
+void Worker::ExplainUnknown(const QString &line)
+{
+    constexpr qsizetype longestShown = 30;
+    QString problem = u"There is no command \"%1\""_s.arg(
+        line.size() > longestShown ? line.first(longestShown) + u"..."_s : line);
+    const QList<Command> commands = Commands();
+    for (const Command &command : commands) {
+        if (!command.argumentName.isEmpty() && line == command.words)
+            problem = u"%1 needs %2"_s.arg(command.words, command.argumentName);
+    }
+    Print(u"\n<Taskmill> %1; help lists the commands.\n\n"_s.arg(problem));
 }

@@ -39,7 +39,8 @@ std::optional<QString> Taskmill_ConsolePrompt::ChooseFromList(const QString &tit
 {
     if (m_dialogs)
         return m_dialogs->ChooseFromList(title, label, items, preselected);
-    Taskmill_PrintConsoleLine(title + u": "_s + label);
+    // What follows says how to select something, which nobody can here.
+    Taskmill_PrintConsoleLine(title + u": "_s + label.section(u"\n\nPlease select"_s, 0, 0));
     return std::nullopt;
 }
 

@@ -38,8 +38,16 @@ public:
     /// is put back behind it. Text beyond some megabytes that nobody reads is dropped, and a line says so.
     virtual void Post(const QString &text) = 0;
 
+    /// Whether a user types the lines, who can be asked something, and not a program or a file.
+    [[nodiscard]] virtual bool IsInteractive() const { return false; }
+
     /// Whether the user has broken off the command since its line was read.
-    [[nodiscard]] virtual bool IsBrokenOff() const { return false; }
+    [[nodiscard]] virtual bool IsBrokenOff() { return false; }
+    /// The key with which he does so; empty where there is none.
+    [[nodiscard]] virtual QString BreakOffKey() const { return {}; }
+
+    /// How many characters fit in a line; 0 when there is no such bound.
+    [[nodiscard]] virtual int Columns() const { return 0; }
 
     /// From any thread: ends the waiting, and every later one.
     virtual void Interrupt() = 0;

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include <histedit.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -162,6 +163,12 @@ void Taskmill_EditTerminal::PrintPosted(editline *edit)
     m_output.Write("\r\033[K");
     m_output.WritePosted();
     el_wset(edit, EL_REFRESH);
+}
+
+int Taskmill_EditTerminal::Columns() const
+{
+    winsize size{};
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
 }
 
 void Taskmill_EditTerminal::Interrupt()

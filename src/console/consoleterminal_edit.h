@@ -23,7 +23,10 @@ public:
     std::optional<QString> ReadLine(const QString &prompt) override;
     void Print(const QString &text) override;
     void Post(const QString &text) override;
-    [[nodiscard]] bool IsBrokenOff() const override { return m_output.IsBrokenOff(); }
+    [[nodiscard]] bool IsBrokenOff() override { return m_output.IsBrokenOff(); }
+    [[nodiscard]] QString BreakOffKey() const override { return QStringLiteral("Ctrl+C"); }
+    [[nodiscard]] bool IsInteractive() const override { return true; }
+    [[nodiscard]] int Columns() const override;
     void Interrupt() override;
 
 private:

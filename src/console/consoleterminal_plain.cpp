@@ -54,13 +54,17 @@ Taskmill_InterruptibleInput::Waited Taskmill_InterruptibleInput::WaitForInput(in
 std::optional<char> Taskmill_InterruptibleInput::ReadByte()
 {
     while (!m_interrupted) {
+        if (m_next < m_end)
+            return m_bytes.at(m_next++);
         if (WaitForInput(forEver, true) == Waited::Woken)
             return std::nullopt;
-        char byte = 0;
-        const ssize_t count = read(m_descriptor, &byte, 1);
-        if (count == 1) {
+        // A line may be pasted that is megabytes long.
+        const ssize_t count = read(m_descriptor, m_bytes.data(), m_bytes.size());
+        m_next = 0;
+        m_end = count > 0 ? static_cast<std::size_t>(count) : 0;
+        if (count > 0) {
             m_endWaitMs = 0;
-            return byte;
+            continue;
         }
         if (count < 0 && (errno == EINTR || errno == EAGAIN))
             continue;

@@ -4,7 +4,9 @@
 #include "console/consoleterminal.h"
 #include "console/wakepipe_unix.h"
 
+#include <array>
 #include <atomic>
+#include <cstddef>
 
 /// Waits for bytes of a descriptor or for being woken, whichever comes first.
 class Taskmill_InterruptibleInput
@@ -12,8 +14,8 @@ class Taskmill_InterruptibleInput
 public:
     explicit Taskmill_InterruptibleInput(int descriptor);
 
-    /// The next byte. Nothing when it was woken, by a signal too, or interrupted; the end of the input is
-    /// waited out.
+    /// The next byte; takes more from the descriptor than that. Nothing when it was woken, by a signal too,
+    /// or interrupted; the end of the input is waited out.
     [[nodiscard]] std::optional<char> ReadByte();
     [[nodiscard]] bool IsInterrupted() const { return m_interrupted; }
     /// Makes a ReadByte() that waits return without a byte, once.
@@ -33,6 +35,9 @@ private:
     const int m_descriptor;
     Taskmill_WakePipe m_wakePipe;
     std::atomic<bool> m_interrupted{false};
+    std::array<char, 4096> m_bytes{}; ///< read, of which some may be taken already
+    std::size_t m_next = 0;
+    std::size_t m_end = 0;
     int m_endWaitMs = 0; ///< how long the last end of the input was waited out
 };
 

@@ -44,6 +44,7 @@ public:
     {
         if (!m_thread)
             m_thread = OpenThread(THREAD_TERMINATE, FALSE, GetCurrentThreadId());
+        m_isBrokenOff = false;
         Print(prompt);
         QByteArray line;
         while (const std::optional<char> byte = NextByte()) {
@@ -55,8 +56,27 @@ public:
         return std::nullopt;
     }
 
+    [[nodiscard]] bool IsBrokenOff() override
+    {
+        // Ctrl+C ends the program here.
+        m_isBrokenOff = m_isBrokenOff || (m_isConsole && EscapeWasPressed());
+        return m_isBrokenOff;
+    }
+    [[nodiscard]] QString BreakOffKey() const override
+    {
+        return m_isConsole ? QStringLiteral("Esc") : QString{};
+    }
+    [[nodiscard]] int Columns() const override
+    {
+        CONSOLE_SCREEN_BUFFER_INFO info{};
+        // Behind a full line the console puts an empty one.
+        return GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info) ? info.dwSize.X - 1 : 0;
+    }
+
     void Print(const QString &text) override { m_writer.Write(text); }
     void Post(const QString &text) override { m_writer.Post(text); }
+
+    [[nodiscard]] bool IsInteractive() const override { return m_isConsole; }
 
     void Interrupt() override
     {
@@ -105,6 +125,24 @@ private:
         return {bytes.data(), read ? static_cast<qsizetype>(count) : 0};
     }
 
+    /// Takes the keys up to that one.
+    [[nodiscard]] bool EscapeWasPressed() const
+    {
+        std::array<INPUT_RECORD, 128> events{};
+        DWORD count = 0;
+        if (!PeekConsoleInputW(m_input, events.data(), static_cast<DWORD>(events.size()), &count))
+            return false;
+        for (DWORD position = 0; position < count; ++position) {
+            const INPUT_RECORD &event = events.at(position);
+            if (event.EventType != KEY_EVENT || !event.Event.KeyEvent.bKeyDown ||
+                event.Event.KeyEvent.wVirtualKeyCode != VK_ESCAPE)
+                continue;
+            ReadConsoleInputW(m_input, events.data(), position + 1, &count);
+            return true;
+        }
+        return false;
+    }
+
     /// Ends the reading of a line on a console whose reading cannot be cancelled.
     void PressEnter() const
     {
@@ -122,6 +160,7 @@ private:
     const HANDLE m_input;
     const HANDLE m_interruptEvent;
     bool m_isConsole = false;
+    bool m_isBrokenOff = false;
     std::atomic<HANDLE> m_thread{nullptr}; ///< the one that reads
     std::atomic<bool> m_reading{false};
     std::atomic<bool> m_interrupted{false};

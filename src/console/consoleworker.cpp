@@ -4,6 +4,11 @@
 #include "console/consoleshell.h"
 #include "kilnutil/standardstreams.h"
 #include "manager/manager.h"
+#include "console/console.h"
+#include "console/consolepath.h"
+#include "console/consoleshell.h"
+#include "manager/project.h"
+#include "manager/runningjobs.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -13,11 +18,13 @@
 #include <QTimer>
 
 #include <limits>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 constexpr int childRoundMs = 100;
+const QString notSavedText = u"\n<Taskmill> The project was not saved.\n\n"_s;
 
 bool IsCancel(const QString &answer)
 {
@@ -29,9 +36,10 @@ QStringList FilesBeginningWith(const QString &typed)
 {
     const qsizetype nameBegin = typed.lastIndexOf(u'/') + 1;
     const QString directory = typed.first(nameBegin);
+    const QString place = directory.isEmpty() ? u"."_s : Taskmill_PathOfUser(directory);
     const QString name = typed.sliced(nameBegin);
     QStringList files;
-    const auto entries = QDir{directory.isEmpty() ? u"."_s : directory}.entryInfoList(
+    const auto entries = QDir{place}.entryInfoList(
         QDir::AllEntries | QDir::NoDotAndDotDot | (name.startsWith(u'.') ? QDir::Hidden : QDir::Filters{}),
         QDir::Name);
     for (const QFileInfo &entry : entries) {
@@ -39,6 +47,16 @@ QStringList FilesBeginningWith(const QString &typed)
             files += directory + entry.fileName() + (entry.isDir() ? u"/"_s : QString{});
     }
     return files;
+}
+bool IsDirectory(const QString &typed)
+{
+    return typed.endsWith(u'/') || QFileInfo{Taskmill_PathOfUser(typed)}.isDir();
+}
+
+QString DirectoryComplaint(const QString &typed)
+{
+    return u"\n<Taskmill> %1 is a directory: the name of a file is needed.\n"_s.arg(
+        QDir::toNativeSeparators(Taskmill_AbsolutePathOfUser(typed)));
 }
 } // namespace
 
@@ -63,6 +81,8 @@ void Taskmill_Console_Worker::InteractUntilInterrupted()
 
 bool Taskmill_Console_Worker::Round()
 {
+    if (!std::exchange(m_hasAskedAtStart, true))
+        AskAtStart();
     OfferCommands();
     m_console.Terminal().SetRemembersLines(true);
     const std::optional<QString> line = Ask(u"<Taskmill> "_s);
@@ -78,18 +98,22 @@ std::optional<QString> Taskmill_Console_Worker::Ask(const QString &prompt)
 {
     const std::optional<QString> line = m_console.Terminal().ReadLine(prompt);
     QCoreApplication::processEvents();
-    return line && !m_console.IsQuitting() ? std::optional{line->trimmed()} : std::nullopt;
+    if (!line || m_console.IsQuitting())
+        return std::nullopt;
+    // No name of a file holds a NUL, and Qt warns when it is asked for one.
+    return QString{*line}.remove(QChar::Null).trimmed();
 }
 
 bool Taskmill_Console_Worker::AskUntil(const QString &prompt,
-                                       const std::function<bool(const QString &)> &accepts)
+                                       const std::function<bool(const QString &)> &accepts,
+                                       const std::function<QString(const QString &)> &complaint)
 {
     while (const std::optional<QString> answer = Ask(prompt)) {
         if (accepts(*answer))
             return true;
         if (IsCancel(*answer))
             return false;
-        Print(u"\n"_s);
+        Print(complaint ? complaint(*answer) : u"\n"_s);
     }
     return false;
 }
@@ -104,6 +128,11 @@ bool Taskmill_Console_Worker::AskYesNo(const QString &question)
         return yes || word == "no"_L1 || word == "n"_L1 || word == "0"_L1;
     });
     return answered && yes;
+}
+
+int Taskmill_Console_Worker::Columns()
+{
+    return m_console.Terminal().Columns();
 }
 
 void Taskmill_Console_Worker::Print(const QString &text)
@@ -169,7 +198,7 @@ void Taskmill_Console_Worker::OfferFiles()
 void Taskmill_Console_Worker::ListQueue(Taskmill_Destination destination)
 {
     PrintFromMainThread(
-        [destination](Taskmill_ConsoleActions &actions) { return actions.QueueListing(destination); });
+        [=, this](Taskmill_ConsoleActions &actions) { return actions.QueueListing(destination, Columns()); });
 }
 
 void Taskmill_Console_Worker::ListRunning(bool onlyKnown)
@@ -180,17 +209,19 @@ void Taskmill_Console_Worker::ListRunning(bool onlyKnown)
     // A slow tool holds up nothing but the console.
     const QList<Taskmill_ProcessRecord> processes = read();
     PrintFromMainThread(
-        [&processes](Taskmill_ConsoleActions &actions) { return actions.ProcessListing(processes); });
+        [&](Taskmill_ConsoleActions &actions) { return actions.ProcessListing(processes, Columns()); });
 }
 
 void Taskmill_Console_Worker::ListFinished()
 {
-    PrintFromMainThread([](Taskmill_ConsoleActions &actions) { return actions.FinishedListing(); });
+    PrintFromMainThread(
+        [this](Taskmill_ConsoleActions &actions) { return actions.FinishedListing(Columns()); });
 }
 
 void Taskmill_Console_Worker::ListJobTypes()
 {
-    PrintFromMainThread([](Taskmill_ConsoleActions &actions) { return actions.JobTypeListing(); });
+    PrintFromMainThread(
+        [this](Taskmill_ConsoleActions &actions) { return actions.JobTypeListing(Columns()); });
 }
 
 void Taskmill_Console_Worker::AddJobToAskedQueue()
@@ -217,20 +248,35 @@ void Taskmill_Console_Worker::AddJob(Taskmill_Destination destination)
     OnMainThread([&] { names = m_console.Actions().JobTypeNames(); });
     OfferWords(names);
     Taskmill_JobType jobType;
-    const bool typeChosen = AskUntil(u"\n<Taskmill> Enter Job Type:  "_s, [&](const QString &answer) {
-        OnMainThread([&] { jobType = m_console.Actions().FindJobType(answer); });
-        return !jobType.IsEmpty();
-    });
+    const auto listTypes = [&names](const QString &answer) {
+        const QString problem =
+            answer.isEmpty() ? QString{} : u"There is no job type \"%1\".  "_s.arg(answer);
+        return u"\n<Taskmill> "_s + problem +
+               (names.isEmpty() ? u"The project has no job types.\n"_s
+                                : u"The job types are: %1.\n"_s.arg(names.join(u", "_s)));
+    };
+    const bool typeChosen = AskUntil(
+        u"\n<Taskmill> Enter Job Type:  "_s,
+        [&](const QString &answer) {
+            OnMainThread([&] { jobType = m_console.Actions().FindJobType(answer); });
+            return !jobType.IsEmpty();
+        },
+        listTypes);
     if (!typeChosen)
         return;
 
     OfferFiles();
     QString inputFile;
-    const bool fileChosen =
-        AskUntil(u"\n<Taskmill> Enter Input File:  "_s, [&inputFile](const QString &answer) {
-            inputFile = answer;
-            return QFileInfo{answer}.isFile();
-        });
+    const auto explain = [](const QString &answer) {
+        return QFileInfo{Taskmill_PathOfUser(answer)}.isDir() ? DirectoryComplaint(answer) : u"\n"_s;
+    };
+    const bool fileChosen = AskUntil(
+        u"\n<Taskmill> Enter Input File:  "_s,
+        [&inputFile](const QString &answer) {
+            inputFile = Taskmill_PathOfUser(answer);
+            return QFileInfo{inputFile}.isFile();
+        },
+        explain);
     if (!fileChosen)
         return;
     PrintFromMainThread(
@@ -316,6 +362,31 @@ void Taskmill_Console_Worker::EndJob(int jobID, const QString &doneText)
     });
 }
 
+void Taskmill_Console_Worker::AskAtStart()
+{
+    Taskmill_Question question;
+    OnMainThread([&] { question = m_console.Actions().QuestionAtStart(); });
+    if (question.text.isEmpty())
+        return;
+    if (AskYesNo(u"\n<Taskmill> %1  "_s.arg(question.text)))
+        RunHeldJobs();
+    else
+        Print(
+            u"\n<Taskmill> What waits can be run later by \"run held jobs\" or \"run job N\", or removed by "
+            "\"remove job N\".\n\n"_s);
+}
+
+void Taskmill_Console_Worker::RunHeldJobs()
+{
+    PrintFromMainThread([](Taskmill_ConsoleActions &actions) { return actions.RunHeldJobs(); });
+}
+
+void Taskmill_Console_Worker::RunHeldJob(const QString &argument)
+{
+    if (const std::optional<int> jobID = JobNumber(argument))
+        PrintFromMainThread([jobID](Taskmill_ConsoleActions &actions) { return actions.RunHeldJob(*jobID); });
+}
+
 void Taskmill_Console_Worker::ShowJob(const QString &argument)
 {
     bool isNumber = false;
@@ -330,12 +401,20 @@ QString Taskmill_Console_Worker::AskForProjectFile()
 {
     OfferFiles();
     const std::optional<QString> answer = Ask(u"\n<Taskmill> Enter Project File:  "_s);
-    if (!answer || IsCancel(*answer))
-        return {};
-    QString file = Taskmill_Project::ProjectFileName(*answer);
+    return answer && !IsCancel(*answer) ? ProjectFileNamed(*answer) : QString{};
+}
+
+/// The file, or another one where it is not to be replaced or cannot be one.
+QString Taskmill_Console_Worker::ProjectFileNamed(const QString &name)
+{
+    if (IsDirectory(name)) {
+        Print(DirectoryComplaint(name));
+        return AskForProjectFile();
+    }
+    QString file = Taskmill_Project::ProjectFileName(Taskmill_AbsolutePathOfUser(name));
     if (!file.isEmpty() && QFileInfo::exists(file) &&
         !AskYesNo(u"\n<Taskmill> %1 already exists.  Do you want to replace it?  "_s.arg(file)))
-        return {};
+        return AskForProjectFile();
     return file;
 }
 
@@ -353,9 +432,17 @@ bool Taskmill_Console_Worker::SaveProject()
             u"\n<Taskmill> %1 was changed by another program.  Do you want to replace it?  "_s.arg(file));
     if (file.isEmpty() || !replace)
         file = AskForProjectFile();
+    return SaveProjectTo(file);
+}
+
+bool Taskmill_Console_Worker::SaveProjectTo(QString file)
+{
     bool saved = false;
-    if (!file.isEmpty())
+    while (!saved && !file.isEmpty()) {
         OnMainThread([&] { saved = m_console.Actions().Project().SaveProjectAs(file); });
+        if (!saved)
+            file = AskForProjectFile();
+    }
     if (saved)
         Print(u"\n<Taskmill> The project was saved to %1.\n\n"_s.arg(file));
     return saved;
@@ -364,7 +451,13 @@ bool Taskmill_Console_Worker::SaveProject()
 void Taskmill_Console_Worker::Save()
 {
     if (!SaveProject())
-        Print(u"\n<Taskmill> The project was not saved.\n\n"_s);
+        Print(notSavedText);
+}
+
+void Taskmill_Console_Worker::SaveTo(const QString &argument)
+{
+    if (!SaveProjectTo(ProjectFileNamed(argument)))
+        Print(notSavedText);
 }
 
 bool Taskmill_Console_Worker::SaveBeforeQuitting()
@@ -404,7 +497,7 @@ void Taskmill_Console_Worker::PrintDirectory()
 
 void Taskmill_Console_Worker::ChangeDirectory(const QString &argument)
 {
-    OnMainThread([&] { QDir::setCurrent(argument); });
+    OnMainThread([&] { QDir::setCurrent(Taskmill_PathOfUser(argument)); });
     PrintDirectory();
 }
 

@@ -30,7 +30,7 @@ public:
     /// Rounds without an event loop, until the input is interrupted.
     void InteractUntilInterrupted();
 
-    /// Carries out one command line; an unknown one does nothing.
+    /// Carries out one command line; an unknown one does nothing, but at a terminal a line says so.
     void Execute(const QString &line);
 
 Q_SIGNALS:
@@ -43,10 +43,14 @@ public Q_SLOTS:
 private:
     /// Nothing once the console ends.
     [[nodiscard]] std::optional<QString> Ask(const QString &prompt);
-    /// The answer to a question that "cancel" ends: asks again until `accepts` takes it.
-    [[nodiscard]] bool AskUntil(const QString &prompt, const std::function<bool(const QString &)> &accepts);
+    /// The answer to a question that "cancel" ends: asks again until `accepts` takes it, behind what
+    /// `complaint` says of the answer that was no good.
+    [[nodiscard]] bool AskUntil(const QString &prompt, const std::function<bool(const QString &)> &accepts,
+                                const std::function<QString(const QString &)> &complaint = {});
     [[nodiscard]] bool AskYesNo(const QString &question);
     void Print(const QString &text);
+    /// Of the terminal; 0 for any number.
+    [[nodiscard]] int Columns();
     /// Runs the function on the main thread and waits for it; false when the console ends before.
     bool OnMainThread(const std::function<void()> &function);
     void PrintFromMainThread(const std::function<QString(Taskmill_ConsoleActions &)> &text);
@@ -62,6 +66,7 @@ private:
     };
     static QList<Command> Commands();
     [[nodiscard]] QStringList CommandWords() const;
+    void ExplainUnknown(const QString &line);
     void OfferCommands();
     void OfferWords(const QStringList &words);
     void OfferFiles();
@@ -78,7 +83,15 @@ private:
     void RemoveJob(const QString &argument);
     void KillJob(const QString &argument);
     void ShowJob(const QString &argument);
+    void FollowJob(const QString &argument);
+    struct FollowedJob;
+    /// Why the job cannot be followed; empty when it can.
+    [[nodiscard]] QString BeginToFollow(FollowedJob &followed);
+    bool PrintWhatFollows(FollowedJob &followed);
     void Save();
+    void SaveTo(const QString &argument);
+    void RunHeldJobs();
+    void RunHeldJob(const QString &argument);
     void PrintDirectory();
     void ChangeDirectory(const QString &argument);
     void GoHome();
@@ -89,8 +102,12 @@ private:
     void EndJob(int jobID, const QString &doneText);
     [[nodiscard]] bool SaveBeforeQuitting();
     [[nodiscard]] bool SaveProject();
+    [[nodiscard]] bool SaveProjectTo(QString file);
     [[nodiscard]] QString AskForProjectFile();
+    [[nodiscard]] QString ProjectFileNamed(const QString &name);
+    void AskAtStart();
     [[nodiscard]] std::optional<int> JobNumber(const QString &argument);
 
     Taskmill_Console &m_console;
+    bool m_hasAskedAtStart = false;
 };

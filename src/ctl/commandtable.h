@@ -22,8 +22,8 @@ constexpr std::array Taskmill_CtlCommands{
     Taskmill_CtlCommand{"test", "", 0, 0, "Tell whether a manager answers.", false},
     Taskmill_CtlCommand{"show", "", 0, 0, "Show the manager's window.", false},
     Taskmill_CtlCommand{"hide", "", 0, 0, "Hide the manager's window.", false},
-    Taskmill_CtlCommand{"project create", "FILE", 1, 1, "Make a new project file with the default job types.",
-                        true},
+    Taskmill_CtlCommand{"project create", "NAME", 1, 1,
+                        "Make a new project file, NAME.mill, with the default job types.", true},
     Taskmill_CtlCommand{"types list", "FILE", 1, 1, "List the job types of a project file.", true},
     Taskmill_CtlCommand{"types add", "FILE", 1, 1, "Add a job type to a project file.", true},
     Taskmill_CtlCommand{"types remove", "FILE NAME", 2, 2, "Remove the job types of that name, in any case.",
@@ -38,4 +38,5 @@ constexpr std::string_view Taskmill_CtlExitStatusText = R"(Exit status (when sev
   2  wrong usage, or a file that does not exist
   3  no manager answers, or it went away
   4  a request was refused
-  5  a project file cannot be read or written)";
+  5  a project file cannot be read or written
+  6  the time that --timeout grants has passed)";

@@ -9,4 +9,5 @@ enum class Taskmill_CtlStatus
     NoManager = 3,       ///< or the manager went away
     Refused = 4,
     BadProject = 5, ///< a project file cannot be read or written
+    TimedOut = 6,   ///< before the answer, or the end of a job that was waited for
 };

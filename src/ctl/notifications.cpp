@@ -58,7 +58,7 @@ void Taskmill_CtlNotifications::TakeConnections()
         if (!socket.IsOpen())
             return;
         // The port is open to everybody on this computer.
-        if (Taskmill_IsOtherUser(socket.Get()))
+        if (Taskmill_UserOfPeer(socket.Get()) == Taskmill_PeerUser::Other)
             continue;
         if (m_connections.size() == mostConnections)
             m_connections.erase(m_connections.begin());

@@ -3,10 +3,12 @@
 #include "ctl/options.h"
 #include "ctl/output.h"
 #include "ctl/platform.h"
+#include "wire/protocol.h"
 #include "wire/utf8.h"
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <filesystem>
 #include <system_error>
 
@@ -22,7 +24,6 @@ struct TextOption
 constexpr std::array textOptions{
     TextOption{"type", "jobtypename", "Name of the job type; without it the file's extension decides."},
     TextOption{"name", "jobname", "Name of the job instead of the file's name."},
-    TextOption{"class", "jobclass", "Class of the job."},
 };
 
 struct FileOption
@@ -42,6 +43,8 @@ constexpr std::array fileOptions{
     FileOption{"chk", "jobchkfile", false, false, "Checkpoint file."},
     FileOption{"chk1", "jobchkfile1", false, false, "Second checkpoint file."},
 };
+
+constexpr double mostSeconds = 1e9; // some thirty years
 
 std::string LowerCase(std::string text)
 {
@@ -91,7 +94,10 @@ public:
     {
         m_options.Wait = m_given.IsSet("wait");
         m_options.Json = m_given.IsSet("json");
-        return ReadInputFiles() && ReadTexts() && ReadQueue() && ReadFiles() && ReadPlaceholders();
+        m_options.Raw = m_given.IsSet("raw");
+        m_options.Confirm = m_given.IsSet("confirm");
+        return ReadTimeout() && ReadInputFiles() && ReadTexts() && ReadQueue() && ReadFiles() &&
+               ReadPlaceholders();
     }
 
     Taskmill_SubmitOptions m_options;
@@ -136,6 +142,22 @@ private:
         return Taskmill_CtlPlatform::IsReadable(path) || Fail("the file is not readable: " + given);
     }
 
+    bool ReadTimeout()
+    {
+        if (!m_given.IsSet("timeout"))
+            return true;
+        const std::string text = m_given.Value("timeout");
+        double seconds = 0;
+        const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+        // Also what is no number at all fails the comparisons.
+        if (error != std::errc{} || stop != text.data() + text.size() ||
+            !(seconds >= 0 && seconds <= mostSeconds))
+            return Fail("--timeout needs a number of seconds: " + text);
+        m_options.Timeout =
+            std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>{seconds});
+        return true;
+    }
+
     bool ReadInputFiles()
     {
         for (const std::string &given : m_given.Positional()) {
@@ -149,13 +171,20 @@ private:
 
     bool ReadTexts()
     {
+        const std::string type = m_given.Value("type");
         if (!m_given.IsSet("type"))
             m_options.Lines += "jobtypename=Auto\n";
+        else if (type.empty())
+            return Fail("--type needs a name");
+        else if (LowerCase(type) != "auto")
+            m_options.JobType = type;
+        if (!m_options.JobType.empty())
+            m_options.Lines.append(Taskmill_WireExactJobType).append("\n");
         for (const TextOption &option : textOptions) {
             if (m_given.IsSet(option.name) && !AddLine(option.key, m_given.Value(option.name)))
                 return false;
         }
-        if (m_given.IsSet("confirm"))
+        if (m_options.Confirm)
             m_options.Lines += "confirmaction=yes\n";
         return true;
     }
@@ -165,9 +194,9 @@ private:
         if (!m_given.IsSet("queue"))
             return true;
         const std::string queue = m_given.Value("queue");
-        constexpr std::array<std::string_view, 4> queues{"long", "short", "queueless", "auto"};
+        constexpr std::array<std::string_view, 5> queues{"long", "short", "queueless", "none", "auto"};
         if (std::ranges::find(queues, LowerCase(queue)) == queues.end())
-            return Fail("--queue needs long, short, queueless or auto");
+            return Fail("--queue needs long, short, queueless (or none) or auto");
         return AddLine("jobqueue", queue);
     }
 
@@ -210,17 +239,18 @@ private:
 std::vector<Taskmill_CtlOption> Taskmill_SubmitOptions::Options()
 {
     std::vector<Taskmill_CtlOption> options;
-    options.reserve(textOptions.size() + fileOptions.size() + 5);
+    options.reserve(textOptions.size() + fileOptions.size() + 7);
     for (const TextOption &option : textOptions)
         options.push_back({std::string{option.name}, "NAME", std::string{option.description}});
-    options.push_back({"queue", "QUEUE", "Queue of the job: long, short, queueless or auto."});
+    options.push_back({"queue", "QUEUE", "Queue of the job: long, short, queueless (or none) or auto."});
     for (const FileOption &option : fileOptions)
         options.push_back({std::string{option.name}, "FILE", std::string{option.description}});
     options.push_back({"set", "@NAME=VALUE",
                        "Value of a placeholder of the job type, such as @NPROCS=4. May be repeated."});
     options.push_back({"confirm", "", "Let the user of the manager's window confirm the job."});
-    options.push_back(
-        {"wait", "", "Wait until the jobs have ended and print what the manager tells of each."});
+    options.push_back({"wait", "", "Wait until the jobs have ended and print how each of them has."});
+    options.push_back({"timeout", "SECONDS", "Wait no longer than this for answers and ends of jobs."});
+    options.push_back({"raw", "", "With --wait, print the manager's own lines on the end of each job."});
     options.push_back({"json", "", "Print one JSON object a line."});
     return options;
 }

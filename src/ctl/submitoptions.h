@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,8 +19,13 @@ struct Taskmill_SubmitOptions
 
     std::vector<InputFile> Files;
     std::string Lines; ///< key=value, the same in each request, each with its line feed
+    /// The job type that was asked for by its name; empty when the manager is to find one.
+    std::string JobType;
+    bool Confirm = false;
     bool Wait = false;
+    bool Raw = false; ///< the manager's own lines on the end of each job
     bool Json = false;
+    std::optional<std::chrono::milliseconds> Timeout; ///< for everything, from the first request on
 
     [[nodiscard]] static std::vector<Taskmill_CtlOption> Options();
     /// Checks everything that can be checked before anything is sent. Nothing, with a message, when something

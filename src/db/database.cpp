@@ -24,6 +24,7 @@ Taskmill_Database::~Taskmill_Database()
 void Taskmill_Database::ForgetContent()
 {
     m_statements.Clear();
+    m_addedFields.Forget();
     m_jobTypes.reset();
     m_keysOfJobs.clear();
 }
@@ -158,19 +159,20 @@ QString Taskmill_Database::CreateJobsTable()
 
 bool Taskmill_Database::SaveToFile(const QString &fileName)
 {
-    return CopyFile(fileName, true);
+    return CopyFile(fileName, true, nullptr);
 }
 
-bool Taskmill_Database::LoadFromFile(const QString &fileName)
+bool Taskmill_Database::LoadFromFile(const QString &fileName, QString *reason)
 {
-    if (!QFile::exists(fileName) || !CopyFile(fileName, false))
+    if (!QFile::exists(fileName) || !CopyFile(fileName, false, reason))
         return false;
     m_tablesReady = true;
     UpgradeTables();
+    RemoveOrphanedFields();
     return true;
 }
 
-bool Taskmill_Database::CopyFile(const QString &fileName, bool isSave)
+bool Taskmill_Database::CopyFile(const QString &fileName, bool isSave, QString *reason)
 {
     if (Kind() != SQLiteMemory || !Open())
         return false;
@@ -186,7 +188,7 @@ bool Taskmill_Database::CopyFile(const QString &fileName, bool isSave)
     sqlite3 *database = *static_cast<sqlite3 *const *>(handle.constData());
     if (!database)
         return false;
-    const int result = LoadOrSaveDb(database, fileName.toUtf8().constData(), isSave ? 1 : 0);
+    const int result = LoadOrSaveDb(database, fileName.toUtf8().constData(), isSave ? 1 : 0, reason);
     if (result != 0)
         SetLastError(QSqlError{{}, QString::fromUtf8(sqlite3_errstr(result))});
     return result == 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "db/addedfields.h"
 #include "db/databasestatements.h"
 #include "jobs/jobrecord.h"
 #include "kilnutil/database_foundation.h"
@@ -7,6 +8,7 @@
 #include <QHash>
 #include <QMultiHash>
 
+#include <functional>
 #include <optional>
 
 class Taskmill_RecordFields;
@@ -52,9 +54,10 @@ public:
     /// other kind.
     bool SaveToFile(const QString &fileName);
     /// Replaces the whole in-memory database by the file's and upgrades it; on failure the content stays as
-    /// it was. No query or model may be active on the connection. Neither sets FilePath() nor counts as a
-    /// change.
-    bool LoadFromFile(const QString &fileName);
+    /// it was, and `reason` receives what is wrong with the file, in sentences for the user, or an empty text
+    /// when no more is known than LastErrorMessage(). No query or model may be active on the connection.
+    /// Neither sets FilePath() nor counts as a change.
+    bool LoadFromFile(const QString &fileName, QString *reason = nullptr);
 
     /// outID, here and below, receives the row's key when it is given: the new one, or that of the row of the
     /// same name which makes an insertion without forceNew do nothing.
@@ -75,12 +78,14 @@ public:
     [[nodiscard]] Taskmill_JobType GetJobType(qint32 jobTypeID);
     [[nodiscard]] QList<Taskmill_JobType> GetJobTypes();
 
+    /// With everything but the run number: what the table has no column for goes into one of its own.
     bool InsertLongJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID = nullptr);
     bool InsertShortJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID = nullptr);
     bool InsertQueuelessJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID = nullptr);
     bool InsertFinishedJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID = nullptr);
 
-    /// By job number, not by the table's own key; a number that is not there succeeds.
+    /// By job number, not by the table's own key; a number that is not there succeeds. The last row of a job
+    /// takes with it what no table has a column for.
     bool DeleteLongJob(qint32 jobID);
     bool DeleteShortJob(qint32 jobID);
     bool DeleteQueuelessJob(qint32 jobID);
@@ -88,7 +93,7 @@ public:
     bool DeleteFinishedJobs(const QList<qint32> &jobIDs);
 
     /// All rows in table order. A row whose job type was deleted gets a type without a name, made of what the
-    /// row itself tells.
+    /// row itself tells. Finished jobs have the program and the command line that ran.
     [[nodiscard]] QList<Taskmill_JobRecord> GetLongJobs();
     [[nodiscard]] QList<Taskmill_JobRecord> GetShortJobs();
     [[nodiscard]] QList<Taskmill_JobRecord> GetQueuelessJobs();
@@ -112,17 +117,28 @@ private:
     using KeysOfJobs = QMultiHash<qint32, qint32>;
 
     QString CreateTable(Taskmill_Table table);
-    bool CopyFile(const QString &fileName, bool isSave);
+    bool CopyFile(const QString &fileName, bool isSave, QString *reason);
+    void RemoveOrphanedFields();
     bool IsOpenAndReady();
     void ForgetContent();
+    /// What is written of one operation, in one transaction; false undoes all of it.
+    using Writing = std::function<bool()>;
+    bool InTransaction(const Writing &write);
+    bool RunPrepared(const QString &statement, const QVariantList &values);
     bool InsertKeyed(const QString &table, Taskmill_RecordFields fields, const QString &name, bool forceNew,
-                     qint32 *outID);
+                     qint32 *outID, const Writing &writeMore = {});
     QSqlQuery *InsertStatement(const QString &table, const QStringList &columns);
     std::optional<qint64> FindName(const QString &table, const QString &keyColumn, const QString &name);
     std::optional<qint64> SelectInteger(const QString &statement);
     bool ExecuteInTransaction(const QString &statement);
+    bool InsertJob(Taskmill_Table table, const Taskmill_RecordFields &fields, const Taskmill_JobRecord &job,
+                   bool forceNew, qint32 *outID);
     bool InsertQueuedJob(Taskmill_Table table, const Taskmill_JobRecord &job, bool forceNew, qint32 *outID);
     bool DeleteJob(Taskmill_Table table, qint32 jobID);
+    bool DeleteRows(Taskmill_Table table, qint32 jobID);
+    bool DeleteFinishedRows(const QList<qint32> &jobIDs);
+    bool RemoveFieldsOfGoneJobs(const QList<qint32> &jobIDs);
+    Taskmill_AddedFields &AddedFields();
     KeysOfJobs &KeysIn(Taskmill_Table table);
     QString ColumnsToRead(Taskmill_Table table);
     QList<Taskmill_JobRecord> GetJobs(Taskmill_Table table, const QString &queueName,
@@ -131,6 +147,7 @@ private:
 
     bool m_tablesReady = false;
     Taskmill_DatabaseStatements m_statements;
+    Taskmill_AddedFields m_addedFields;
     std::optional<QList<Taskmill_JobType>> m_jobTypes; ///< nothing while they have to be read
     /// The rows of each job number, of the tables that were asked for: no table has an index on the number.
     QHash<Taskmill_Table, KeysOfJobs> m_keysOfJobs;

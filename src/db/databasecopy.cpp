@@ -1,5 +1,6 @@
 #include "db/databasecopy.h"
 
+#include "db/databasecheck.h"
 #include "db/databasefile.h"
 
 #include <QDateTime>
@@ -43,40 +44,7 @@ int CopyContent(sqlite3 *from, sqlite3 *to)
     return finished == SQLITE_OK ? result : finished;
 }
 
-// SQLITE_OK when the first row of the statement's result is this text; another row is told to the log.
-int ExpectText(sqlite3 *database, const char *statementText, const char *expected)
-{
-    sqlite3_stmt *statement = nullptr;
-    int result = sqlite3_prepare_v2(database, statementText, -1, &statement, nullptr);
-    if (result != SQLITE_OK)
-        return result;
-    result = sqlite3_step(statement);
-    if (result == SQLITE_ROW) {
-        const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(statement, 0));
-        result = qstrcmp(text, expected) == 0 ? SQLITE_OK : SQLITE_CORRUPT;
-        if (result != SQLITE_OK)
-            qWarning("Database file: %s", text);
-    }
-    sqlite3_finalize(statement);
-    return result;
-}
-
-// A damaged file is refused as a whole: loaded in part and saved again it would lose the rest.
-int CheckContent(sqlite3 *database)
-{
-    // What the checks of the tables say of the values is not the question here.
-    sqlite3_exec(database, "PRAGMA ignore_check_constraints = ON", nullptr, nullptr, nullptr);
-    const int result = ExpectText(database, "PRAGMA quick_check(1)", "ok");
-    if (result != SQLITE_OK)
-        return result;
-    // No project has views or triggers, whose statements may run for ever.
-    return ExpectText(database,
-                      "SELECT CASE count(*) WHEN 0 THEN 'none' ELSE 'views or triggers' END "
-                      "FROM sqlite_master WHERE type IN ('view', 'trigger')",
-                      "none");
-}
-
-int Load(sqlite3 *database, const QString &path)
+int Load(sqlite3 *database, const QString &path, QString &reason)
 {
     // A device or a pipe could block for ever.
     const QFileInfo file{path};
@@ -85,7 +53,7 @@ int Load(sqlite3 *database, const QString &path)
     FileDatabase source;
     int result = OpenFile(file.absoluteFilePath(), SQLITE_OPEN_READONLY, source);
     if (result == SQLITE_OK)
-        result = CheckContent(source.get());
+        result = Taskmill_CheckDatabaseFile(source.get(), file.absoluteFilePath(), reason);
     return result == SQLITE_OK ? CopyContent(source.get(), database) : result;
 }
 
@@ -205,13 +173,18 @@ int Save(sqlite3 *database, const QString &path)
 
 } // namespace
 
-int LoadOrSaveDb(sqlite3 *database, const char *fileName, int isSave)
+int LoadOrSaveDb(sqlite3 *database, const char *fileName, int isSave, QString *reason)
 {
     const QString path = QString::fromUtf8(fileName);
     if (path.isEmpty())
         return SQLITE_CANTOPEN;
-    const int result = isSave ? Save(database, path) : Load(database, path);
+    QString problem;
+    const int result = isSave ? Save(database, path) : Load(database, path, problem);
     if (result != SQLITE_OK)
-        qWarning("Cannot %s %s: %s", isSave ? "save" : "load", fileName, sqlite3_errstr(result));
+        // The user is told by whoever wanted it.
+        qInfo("Cannot %s %s: %s. %ls", isSave ? "save" : "load", fileName, sqlite3_errstr(result),
+              qUtf16Printable(problem));
+    if (reason)
+        *reason = problem;
     return result;
 }

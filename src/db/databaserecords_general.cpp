@@ -74,7 +74,7 @@ std::optional<qint64> Taskmill_Database::FindName(const QString &table, const QS
 }
 
 bool Taskmill_Database::InsertKeyed(const QString &table, Taskmill_RecordFields fields, const QString &name,
-                                    bool forceNew, qint32 *outID)
+                                    bool forceNew, qint32 *outID, const Writing &writeMore)
 {
     if (!IsOpenAndReady())
         return false;
@@ -88,35 +88,53 @@ bool Taskmill_Database::InsertKeyed(const QString &table, Taskmill_RecordFields 
         }
     }
 
-    if (!BeginTransaction())
-        return false;
-    const auto maximum = SelectInteger(u"SELECT MAX("_s + fields.KeyColumn() + u") FROM "_s + table);
-    const qint64 key = maximum.value_or(-1) + 1;
-    if (key > std::numeric_limits<qint32>::max()) {
-        Rollback();
-        return false;
-    }
-    if (outID)
-        *outID = static_cast<qint32>(key);
-    fields.SetKey(static_cast<qint32>(key));
+    return InTransaction([&] {
+        const auto maximum = SelectInteger(u"SELECT MAX("_s + fields.KeyColumn() + u") FROM "_s + table);
+        const qint64 key = maximum.value_or(-1) + 1;
+        if (key > std::numeric_limits<qint32>::max())
+            return false;
+        if (outID)
+            *outID = static_cast<qint32>(key);
+        fields.SetKey(static_cast<qint32>(key));
 
-    QSqlQuery *insert = InsertStatement(table, fields.Columns());
-    if (!insert || !Taskmill_DatabaseStatements::Run(*insert, fields.Values())) {
+        QSqlQuery *insert = InsertStatement(table, fields.Columns());
+        if (insert && Taskmill_DatabaseStatements::Run(*insert, fields.Values()))
+            return !writeMore || writeMore();
         if (insert)
             SetLastError(insert->lastError());
+        return false;
+    });
+}
+
+bool Taskmill_Database::InTransaction(const Writing &write)
+{
+    if (!BeginTransaction())
+        return false;
+    if (write()) {
+        if (Commit())
+            return true;
+    } else {
         // An open transaction would make every later write and save fail.
         Rollback();
-        return false;
     }
-    return Commit();
+    m_addedFields.Forget();
+    m_keysOfJobs.clear();
+    return false;
+}
+
+bool Taskmill_Database::RunPrepared(const QString &statement, const QVariantList &values)
+{
+    QSqlQuery *prepared = m_statements.Find(Connection(), statement);
+    if (prepared && Taskmill_DatabaseStatements::Run(*prepared, values))
+        return true;
+    if (prepared)
+        SetLastError(prepared->lastError());
+    return false;
 }
 
 bool Taskmill_Database::ExecuteInTransaction(const QString &statement)
 {
-    if (!BeginTransaction())
-        return false;
-    Execute(statement);
-    return Commit();
+    return InTransaction([&] { return Execute(statement); });
 }
 
 bool Taskmill_Database::InsertGeneralData(const QString &name, const QString &dataStr, bool forceNew,
@@ -135,17 +153,17 @@ int Taskmill_Database::SetGeneralData(const QString &name, const QString &dataSt
     if (!GetGeneralData(name, before))
         return InsertGeneralData(name, dataStr, false) ? 1 : 0;
     if (!IsPlain(name) || !IsPlain(dataStr)) {
-        return ExecuteInTransaction(u"UPDATE GeneralData SET DataStr = '"_s + dataStr +
-                                    u"', LastModified = '"_s + Now() + u"' WHERE Name = '"_s + name + u"'"_s)
-                   ? 1
-                   : 0;
+        // The outcome of a statement with a quote in its texts does not count.
+        ExecuteInTransaction(u"UPDATE GeneralData SET DataStr = '"_s + dataStr + u"', LastModified = '"_s +
+                             Now() + u"' WHERE Name = '"_s + name + u"'"_s);
+        return 1;
     }
-    QSqlQuery *update = m_statements.Find(
-        Connection(), u"UPDATE GeneralData SET DataStr = ?, LastModified = ? WHERE Name = ?"_s);
-    if (!update || !BeginTransaction())
-        return 0;
-    Taskmill_DatabaseStatements::Run(*update, {dataStr.isNull() ? u""_s : dataStr, Now(), name});
-    return Commit() ? 1 : 0;
+    return InTransaction([&] {
+        return RunPrepared(u"UPDATE GeneralData SET DataStr = ?, LastModified = ? WHERE Name = ?"_s,
+                           {dataStr.isNull() ? u""_s : dataStr, Now(), name});
+    })
+               ? 1
+               : 0;
 }
 
 bool Taskmill_Database::GetGeneralData(const QString &name, QString &outDataStr)
@@ -183,7 +201,7 @@ bool Taskmill_Database::InsertJobType(const Taskmill_JobType &jobType, bool forc
 bool Taskmill_Database::UpdateJobType(qint32 jobTypeID, const Taskmill_JobType &jobType)
 {
     m_jobTypes.reset();
-    return ExecuteInTransaction(
+    const bool updated = ExecuteInTransaction(
         u"UPDATE JobTypes SET Name = '"_s + jobType.Name + u"', ApplicationName = '"_s +
         jobType.ApplicationName + u"', ExecutablePath = '"_s + jobType.ExecutablePath +
         u"', DefaultQueueID = "_s + QString::number(static_cast<qint32>(jobType.DefaultQueueIndex())) +
@@ -191,12 +209,25 @@ bool Taskmill_Database::UpdateJobType(qint32 jobTypeID, const Taskmill_JobType &
         jobType.OutputFileFilter + u"', EnvironmentVariables = '"_s + jobType.EnvironmentVariables +
         u"', GenericCommandLine = '"_s + jobType.GenericCommandLine + u"', LastModified = '"_s + Now() +
         u"' WHERE JobTypeID = "_s + QString::number(jobTypeID));
+    const auto texts = {jobType.Name,
+                        jobType.ApplicationName,
+                        jobType.ExecutablePath,
+                        jobType.InputFileFilter,
+                        jobType.OutputFileFilter,
+                        jobType.EnvironmentVariables,
+                        jobType.GenericCommandLine};
+    // The outcome of a statement with a quote in its texts does not count.
+    return updated || !std::ranges::all_of(texts, IsPlain);
 }
 
 bool Taskmill_Database::DeleteJobType(qint32 jobTypeID)
 {
     m_jobTypes.reset();
-    return ExecuteInTransaction(u"DELETE FROM JobTypes WHERE JobTypeID = "_s + QString::number(jobTypeID));
+    // The next job type may get the number.
+    return InTransaction([&] {
+        return Execute(u"DELETE FROM JobTypes WHERE JobTypeID = "_s + QString::number(jobTypeID)) &&
+               AddedFields().Remove(Connection(), Taskmill_FieldOwner::JobType, {jobTypeID});
+    });
 }
 
 Taskmill_JobType Taskmill_Database::GetJobType(qint32 jobTypeID)

@@ -1,5 +1,6 @@
 #include "db/database.h"
 #include "db/databaseschema.h"
+#include "db/jobfields.h"
 #include "db/recordfields.h"
 
 #include <QHash>
@@ -7,11 +8,15 @@
 #include <QSqlRecord>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr std::array jobTables{Taskmill_Table::LongJobsQueue, Taskmill_Table::ShortJobsQueue,
+                               Taskmill_Table::QueuelessJobs, Taskmill_Table::FinishedJobs};
 
 QString TableName(Taskmill_Table table)
 {
@@ -89,6 +94,7 @@ public:
         job.ClientGID = Value(m_clientGID).toInt();
         job.ClientNotification = Value(m_clientNotification).toInt() != 0;
         job.JobType = JobType();
+        job.RecordedCommandLine = Text(m_commandLine);
         job.QueueName = m_queueID < 0 ? queueName : Taskmill_QueueNameFromKey(Value(m_queueID).toInt());
         job.InputFilePath = Text(m_inputFilePath);
         job.InputFilePath2 = Text(m_inputFilePath2);
@@ -123,14 +129,17 @@ private:
         auto known = m_jobTypes.constFind(jobTypeID);
         if (known == m_jobTypes.constEnd())
             known = m_jobTypes.insert(jobTypeID, m_database.GetJobType(jobTypeID));
-        if (!known->IsEmpty())
-            return *known;
-        // The job type was deleted. With what the row tells of it the job can at least be recorded again.
-        Taskmill_JobType jobType;
-        jobType.JobTypeID = jobTypeID;
-        jobType.ApplicationName = Text(m_applicationName);
-        jobType.ExecutablePath = Text(m_executablePath);
-        jobType.GenericCommandLine = Text(m_commandLine);
+        Taskmill_JobType jobType = *known;
+        // What ran, where it is asked for. Of a job type that was deleted nothing else is known, and with
+        // this the job can at least be recorded again.
+        if (const QString executable = Text(m_executablePath); !executable.isEmpty()) {
+            jobType.ApplicationName = Text(m_applicationName);
+            jobType.ExecutablePath = executable;
+        }
+        if (jobType.IsEmpty()) {
+            jobType.JobTypeID = jobTypeID;
+            jobType.GenericCommandLine = Text(m_commandLine);
+        }
         return jobType;
     }
 
@@ -165,6 +174,32 @@ private:
 
 } // namespace
 
+Taskmill_AddedFields &Taskmill_Database::AddedFields()
+{
+    // Nobody else can change a database in memory.
+    if (Kind() != SQLiteMemory)
+        m_addedFields.Forget();
+    return m_addedFields;
+}
+
+bool Taskmill_Database::InsertJob(Taskmill_Table table, const Taskmill_RecordFields &fields,
+                                  const Taskmill_JobRecord &job, bool forceNew, qint32 *outID)
+{
+    qint32 key = -1;
+    const auto writeAddedFields = [&] {
+        return AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID,
+                                 Taskmill_FieldsOfJob(job));
+    };
+    if (!InsertKeyed(TableName(table), fields, job.Name, forceNew, &key, writeAddedFields))
+        return false;
+    if (outID)
+        *outID = key;
+    // Without forceNew the key may be that of an older row.
+    if (const auto known = m_keysOfJobs.find(table); known != m_keysOfJobs.end() && forceNew)
+        known->insert(job.JobID, key);
+    return true;
+}
+
 bool Taskmill_Database::InsertQueuedJob(Taskmill_Table table, const Taskmill_JobRecord &job, bool forceNew,
                                         qint32 *outID)
 {
@@ -174,15 +209,7 @@ bool Taskmill_Database::InsertQueuedJob(Taskmill_Table table, const Taskmill_Job
     AddLeadingFields(fields, job);
     AddClientFields(fields, job);
     AddTrailingFields(fields, job);
-    qint32 key = -1;
-    if (!InsertKeyed(TableName(table), fields, job.Name, forceNew, &key))
-        return false;
-    if (outID)
-        *outID = key;
-    // Without forceNew the key may be that of an older row.
-    if (const auto known = m_keysOfJobs.find(table); known != m_keysOfJobs.end() && forceNew)
-        known->insert(job.JobID, key);
-    return true;
+    return InsertJob(table, fields, job, forceNew, outID);
 }
 
 bool Taskmill_Database::InsertLongJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID)
@@ -211,13 +238,13 @@ bool Taskmill_Database::InsertFinishedJob(const Taskmill_JobRecord &job, bool fo
     AddClientFields(fields, job);
     fields.AddText(u"StdOutAndStdErr"_s, job.StdOutAndStdErr);
     AddTrailingFields(fields, job);
-    return InsertKeyed(TableName(Taskmill_Table::FinishedJobs), fields, job.Name, forceNew, outID);
+    return InsertJob(Taskmill_Table::FinishedJobs, fields, job, forceNew, outID);
 }
 
 Taskmill_Database::KeysOfJobs &Taskmill_Database::KeysIn(Taskmill_Table table)
 {
     const auto known = m_keysOfJobs.find(table);
-    if (known != m_keysOfJobs.end())
+    if (known != m_keysOfJobs.end() && Kind() == SQLiteMemory)
         return *known;
     KeysOfJobs &keys = *m_keysOfJobs.insert(table, {});
     QSqlQuery query{Connection()};
@@ -231,25 +258,60 @@ Taskmill_Database::KeysOfJobs &Taskmill_Database::KeysIn(Taskmill_Table table)
 
 bool Taskmill_Database::DeleteJob(Taskmill_Table table, qint32 jobID)
 {
+    return InTransaction([&] { return DeleteRows(table, jobID) && RemoveFieldsOfGoneJobs({jobID}); });
+}
+
+bool Taskmill_Database::DeleteRows(Taskmill_Table table, qint32 jobID)
+{
     // Nobody else can change a database in memory.
     if (Kind() != SQLiteMemory)
-        return ExecuteInTransaction(u"DELETE FROM "_s + TableName(table) + u" WHERE JobID = "_s +
-                                    QString::number(jobID));
-    if (!BeginTransaction())
-        return false;
+        return Execute(u"DELETE FROM "_s + TableName(table) + u" WHERE JobID = "_s + QString::number(jobID));
     KeysOfJobs &keys = KeysIn(table);
-    QSqlQuery *remove = m_statements.Find(Connection(), u"DELETE FROM "_s + TableName(table) + u" WHERE "_s +
-                                                            KeyColumn(table) + u" = ?"_s);
+    const QString statement =
+        u"DELETE FROM "_s + TableName(table) + u" WHERE "_s + KeyColumn(table) + u" = ?"_s;
     const QList<qint32> rows = keys.values(jobID);
-    for (const qint32 key : rows) {
-        if (remove)
-            Taskmill_DatabaseStatements::Run(*remove, {key});
-    }
+    const bool deleted = std::ranges::all_of(rows, [&](qint32 key) { return RunPrepared(statement, {key}); });
     keys.remove(jobID);
-    if (Commit())
-        return true;
-    m_keysOfJobs.clear();
-    return false;
+    return deleted;
+}
+
+bool Taskmill_Database::RemoveFieldsOfGoneJobs(const QList<qint32> &jobIDs)
+{
+    Taskmill_AddedFields &addedFields = AddedFields();
+    QList<qint32> gone;
+    // Most jobs have none, and no table has an index on the number.
+    for (const qint32 jobID : jobIDs) {
+        if (addedFields.Has(Connection(), Taskmill_FieldOwner::Job, jobID) &&
+            std::ranges::none_of(jobTables,
+                                 [&](Taskmill_Table table) { return KeysIn(table).contains(jobID); }))
+            gone.append(jobID);
+    }
+    return addedFields.Remove(Connection(), Taskmill_FieldOwner::Job, gone);
+}
+
+void Taskmill_Database::RemoveOrphanedFields()
+{
+    const UntrackedScope noChange{*this};
+    const QStringList tables = Connection().tables(QSql::Tables);
+    const auto numbers = [&tables](const QString &column, Taskmill_Table table) {
+        const QString name = Taskmill_DatabaseSchema().at(static_cast<int>(table)).Name;
+        return tables.contains(name, Qt::CaseInsensitive) ? u"SELECT %1 FROM %2"_s.arg(column, name)
+                                                          : QString{};
+    };
+    QStringList ofJobs;
+    for (const Taskmill_Table table : jobTables)
+        ofJobs.append(numbers(u"JobID"_s, table));
+    ofJobs.removeAll(QString{});
+    const bool removed = InTransaction([&] {
+        Taskmill_AddedFields &fields = AddedFields();
+        return fields.RemoveOthers(Connection(), Taskmill_FieldOwner::Job, ofJobs.join(u" UNION ALL "_s)) &&
+               fields.RemoveOthers(Connection(), Taskmill_FieldOwner::JobType,
+                                   numbers(u"JobTypeID"_s, Taskmill_Table::JobTypes)) &&
+               fields.RemoveOthers(Connection(), Taskmill_FieldOwner::Queue,
+                                   numbers(u"QueueID"_s, Taskmill_Table::Queues));
+    });
+    if (!removed)
+        qWarning("Values without an owner could not be removed");
 }
 
 bool Taskmill_Database::DeleteLongJob(qint32 jobID)
@@ -279,27 +341,41 @@ bool Taskmill_Database::DeleteFinishedJobs(const QList<qint32> &jobIDs)
     constexpr qsizetype mostAtOnce = 50'000;
     bool deleted = true;
     for (qsizetype first = 0; first < jobIDs.size(); first += mostAtOnce) {
-        QStringList numbers;
-        for (const qint32 jobID : jobIDs.sliced(first, qMin(mostAtOnce, jobIDs.size() - first)))
-            numbers.append(QString::number(jobID));
-        deleted = ExecuteInTransaction(u"DELETE FROM "_s + TableName(Taskmill_Table::FinishedJobs) +
-                                       u" WHERE JobID IN ("_s + numbers.join(u',') + u')') &&
+        const QList<qint32> some = jobIDs.sliced(first, qMin(mostAtOnce, jobIDs.size() - first));
+        deleted = InTransaction([&] { return DeleteFinishedRows(some) && RemoveFieldsOfGoneJobs(some); }) &&
                   deleted;
     }
     return deleted;
 }
 
+bool Taskmill_Database::DeleteFinishedRows(const QList<qint32> &jobIDs)
+{
+    QStringList numbers;
+    for (const qint32 jobID : jobIDs)
+        numbers.append(QString::number(jobID));
+    if (!Execute(u"DELETE FROM "_s + TableName(Taskmill_Table::FinishedJobs) + u" WHERE JobID IN ("_s +
+                 numbers.join(u',') + u')'))
+        return false;
+    if (const auto known = m_keysOfJobs.find(Taskmill_Table::FinishedJobs); known != m_keysOfJobs.end()) {
+        for (const qint32 jobID : jobIDs)
+            known->remove(jobID);
+    }
+    return true;
+}
+
 QString Taskmill_Database::ColumnsToRead(Taskmill_Table table)
 {
-    // What only stands in for a deleted job type is long, and of no use in the other rows.
+    // Of a waiting job it is long, and only stands in for a job type that was deleted. Of a finished one it
+    // is what ran.
     static const QStringList standIns{u"ApplicationName"_s, u"ExecutablePath"_s, u"CommandLine"_s};
     static const QStringList neverRead{u"Created"_s, u"LastModified"_s};
-    const bool hasJobTypes = !Connection().record(u"JobTypes"_s).isEmpty();
+    const bool onlyStandsIn =
+        table != Taskmill_Table::FinishedJobs && !Connection().record(u"JobTypes"_s).isEmpty();
     const QSqlRecord columns = Connection().record(TableName(table));
     QStringList read;
     for (int position = 0; position < columns.count(); ++position) {
         const QString name = columns.fieldName(position);
-        if (hasJobTypes && standIns.contains(name))
+        if (onlyStandsIn && standIns.contains(name))
             read.append(
                 u"CASE WHEN JobTypeID IN (SELECT JobTypeID FROM JobTypes) THEN '' ELSE %1 END AS %1"_s.arg(
                     name));
@@ -323,9 +399,14 @@ QList<Taskmill_JobRecord> Taskmill_Database::GetJobs(Taskmill_Table table, const
                         u"substr(StdOutAndStdErr,1,%1) AS StdOutAndStdErr"_s.arg(*longestOutput));
     if (!query.exec(u"SELECT "_s + columns + u" FROM "_s + TableName(table)))
         return jobs;
+    const auto addedFields = AddedFields().Read(Connection(), Taskmill_FieldOwner::Job,
+                                                u"SELECT JobID FROM "_s + TableName(table));
     JobReader reader{*this, query};
-    while (query.next())
+    while (query.next()) {
         jobs.append(reader.Read(queueName));
+        if (const auto fields = addedFields.constFind(jobs.last().JobID); fields != addedFields.constEnd())
+            Taskmill_SetFieldsOfJob(jobs.last(), *fields);
+    }
     return jobs;
 }
 
@@ -418,11 +499,11 @@ bool Taskmill_Database::SetMaxRunningJobs(const QString &name, qint32 maxRunning
     if (!IsOpenAndReady())
         return false;
     const qint32 key = GetQueueID(name);
-    if (key < 0 || !BeginTransaction())
-        return false;
-    Execute(u"UPDATE Queues SET MaxRunningJobs = "_s + QString::number(maxRunningJobs) +
-            u" WHERE QueueID = "_s + QString::number(key));
-    Execute(u"UPDATE Queues SET LastModified = '"_s + Taskmill_JobTime::Now().IsoText() +
-            u"' WHERE QueueID = "_s + QString::number(key));
-    return Commit();
+    return key >= 0 && InTransaction([&] {
+               const QString ofQueue = u" WHERE QueueID = "_s + QString::number(key);
+               return Execute(u"UPDATE Queues SET MaxRunningJobs = "_s + QString::number(maxRunningJobs) +
+                              ofQueue) &&
+                      Execute(u"UPDATE Queues SET LastModified = '"_s + Taskmill_JobTime::Now().IsoText() +
+                              u'\'' + ofQueue);
+           });
 }

@@ -94,6 +94,16 @@ QString JobsColumns()
 
 } // namespace
 
+QStringList Taskmill_ColumnNames(const Taskmill_TableDefinition &table)
+{
+    QStringList names;
+    // No comma stands inside the description of a column.
+    const QStringList columns = table.Columns.sliced(table.Columns.indexOf(u'(') + 1).split(u',');
+    for (const QString &column : columns)
+        names.append(column.section(u' ', 0, 0));
+    return names;
+}
+
 const QList<Taskmill_TableDefinition> &Taskmill_DatabaseSchema()
 {
     static const QList<Taskmill_TableDefinition> tables{

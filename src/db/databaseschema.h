@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 /// How one table of the job database is made. CREATE TABLE takes the name and the column part as they stand.
 struct Taskmill_TableDefinition
@@ -10,6 +11,9 @@ struct Taskmill_TableDefinition
     QString Columns;       ///< from the blank before "(" to ");"
     QString IndexedColumn; ///< empty for a table without an index
 };
+
+/// The names of the table's columns, in their order.
+[[nodiscard]] QStringList Taskmill_ColumnNames(const Taskmill_TableDefinition &table);
 
 /// The nine tables in the order of their creation; see Taskmill_Table for the positions.
 [[nodiscard]] const QList<Taskmill_TableDefinition> &Taskmill_DatabaseSchema();

@@ -1,5 +1,6 @@
 #include "help/helpbrowser.h"
 
+#include "help/helppages.h"
 #include "kilnutil/textencoding.h"
 
 #include <QDir>
@@ -99,7 +100,7 @@ QVariant KilnUtil_HelpBrowser::loadResource(int type, const QUrl &name)
     const bool isReadable = IsInManual(url) && QFileInfo{filePath}.isFile();
     switch (type) {
     case QTextDocument::HtmlResource:
-        return isReadable ? FileText(filePath) : MissingPageText(filePath);
+        return isReadable ? KilnUtil_HelpPages::Html(filePath) : MissingPageText(filePath);
     case QTextDocument::StyleSheetResource:
         return isReadable ? FileText(filePath) : QString{};
     default:

@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSet>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -20,13 +21,6 @@ constexpr qsizetype titleWeight = 100;
 constexpr qsizetype excerptBefore = 30;  // characters
 constexpr qsizetype excerptLength = 110; // characters
 const QString homeId = u"index"_s;
-
-void ReadHtml(QTextDocument &document, const QString &filePath)
-{
-    QFile file{filePath};
-    if (file.open(QIODevice::ReadOnly))
-        document.setHtml(KilnUtil_TextEncoding::FromUtf8OrLatin1(file.readAll()));
-}
 
 QStringList Words(const QString &text)
 {
@@ -62,12 +56,21 @@ void KilnUtil_HelpPages::ReadPages(const QString &directory)
     const auto files = QDir{directory}.entryInfoList({u"*.html"_s}, QDir::Files | QDir::Readable, QDir::Name);
     for (const QFileInfo &file : files) {
         QTextDocument document;
-        ReadHtml(document, file.absoluteFilePath());
+        document.setHtml(Html(file.absoluteFilePath()));
         const QString title = document.metaInformation(QTextDocument::DocumentTitle).simplified();
         m_pages.append({.FilePath = file.absoluteFilePath(),
                         .Title = title.isEmpty() ? file.completeBaseName() : title,
                         .Text = document.toPlainText().simplified()});
     }
+}
+
+QString KilnUtil_HelpPages::Html(const QString &filePath)
+{
+    QFile file{filePath};
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    static const QRegularExpression linkForBrowsers{u"<p class=\"contents\">.*?</p>"_s};
+    return KilnUtil_TextEncoding::FromUtf8OrLatin1(file.readAll()).remove(linkForBrowsers);
 }
 
 QString KilnUtil_HelpPages::FilePathOf(const QString &helpId) const
@@ -110,7 +113,7 @@ QList<KilnUtil_HelpContentsLine> KilnUtil_HelpPages::Contents() const
 
     append(HomePath());
     QTextDocument home;
-    ReadHtml(home, HomePath());
+    home.setHtml(Html(HomePath()));
     for (QTextBlock block = home.begin(); block.isValid(); block = block.next()) {
         if (block.blockFormat().headingLevel() == groupHeadingLevel)
             lines.append({.Title = block.text().simplified(), .FilePath = {}});

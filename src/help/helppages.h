@@ -46,6 +46,10 @@ public:
     /// A piece of the page around the first of the words, for a list of results.
     [[nodiscard]] static QString Excerpt(const KilnUtil_HelpPage &page, const QString &words);
 
+    /// The page as its file has it, but for the link to the contents that browsers need and this program's
+    /// window has as a button. Empty for a file that cannot be read.
+    [[nodiscard]] static QString Html(const QString &filePath);
+
 private:
     void ReadPages(const QString &directory);
     [[nodiscard]] const KilnUtil_HelpPage *Find(const QString &filePath) const;

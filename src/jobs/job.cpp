@@ -22,6 +22,10 @@ using namespace Qt::Literals::StringLiterals;
 Taskmill_Job::Taskmill_Job(Taskmill_JobRecord record)
     : m_record{std::move(record)}
 {
+    // A relative program is the one seen from here, where the job type was judged, not from the directory of
+    // the input file, in which the job runs.
+    if (QString &program = m_record.JobType.ExecutablePath; !program.isEmpty())
+        program = QDir::isAbsolutePath(program) ? program : QFileInfo{program}.absoluteFilePath();
     if (m_record.OutputFile.isEmpty())
         m_record.DeriveOutputFile();
 }
@@ -50,6 +54,12 @@ bool Taskmill_Job::Start(Taskmill_Notifier &notifier)
         return true;
     }
 
+    // It may come from a project file.
+    if (m_record.HoldsNulInFileName()) {
+        EndWithoutProcess(u"The job was not run: the name of one of its files holds a NUL character.\n"_s);
+        return true;
+    }
+
     const Taskmill_LaunchPlan plan = Taskmill_PlanLaunch(m_record);
     QString standardInputFile = m_record.StandardInputFile;
     if (!plan.StandardInput.isEmpty()) {
@@ -64,7 +74,11 @@ bool Taskmill_Job::Start(Taskmill_Notifier &notifier)
             EndWithoutProcess(
                 u"The job was not run: its standard input could not be written to %1: %2\n"_s.arg(
                     file.fileName(), file.errorString()));
-            file.remove();
+            // By its name: a file that cannot be written cannot be closed without an error either, and would
+            // then not remove itself.
+            const QString name = file.fileName();
+            file.close();
+            QFile::remove(name);
             return true;
         }
         if (standardInputFile.isEmpty())
@@ -185,7 +199,7 @@ void Taskmill_Job::EndWithoutProcess(const QString &reason)
     QTimer::singleShot(0, this, [this] {
         m_record.SetStatus(Taskmill_JobStatus::Failed, true);
         Q_EMIT JobFinishedSignal();
-        SendJobFinishedNotification(0);
+        SendJobFinishedNotification(KilnUtil_Process::ExitCodeOfFailedStart);
     });
 }
 

@@ -18,7 +18,7 @@ class Taskmill_Job : public QObject
     Q_OBJECT
 
 public:
-    /// Derives the output file when the record names none.
+    /// Derives the output file when the record names none, and makes the program's path absolute.
     explicit Taskmill_Job(Taskmill_JobRecord record);
     /// A copy has everything but the process.
     Taskmill_Job(const Taskmill_Job &other);
@@ -33,6 +33,10 @@ public:
     [[nodiscard]] Taskmill_JobStatus Status() const { return m_record.Status; }
     [[nodiscard]] bool IsFinished() const { return m_record.IsFinished(); }
     void SetStatus(Taskmill_JobStatus status, bool stamp) { m_record.SetStatus(status, stamp); }
+
+    /// Whether the job waits for the user's word although nothing else keeps it from running.
+    [[nodiscard]] bool IsHeld() const { return m_held; }
+    void SetHeld(bool held) { m_held = held; }
 
     /// The live process; nullptr when the job does not run.
     [[nodiscard]] KilnUtil_Process *Process() const { return m_process; }
@@ -76,4 +80,5 @@ private:
     Taskmill_JobRecord m_record;
     KilnUtil_Process *m_process = nullptr;   ///< owned
     Taskmill_Notifier *m_notifier = nullptr; ///< of the run
+    bool m_held = false;
 };

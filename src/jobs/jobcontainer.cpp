@@ -2,6 +2,8 @@
 
 #include "jobs/finishedjobstaker.h"
 
+#include <QSet>
+
 #include <algorithm>
 #include <utility>
 
@@ -24,8 +26,29 @@ Taskmill_Job *Taskmill_JobContainer::JobAt(int index) const
 void Taskmill_JobContainer::Append(Taskmill_Job *job)
 {
     job->SetStatus(Taskmill_JobStatus::Pending, true);
-    m_jobs.append(job);
+    InsertInOrder(job);
     m_jobsByID.insert(job->JobID(), job);
+}
+
+void Taskmill_JobContainer::InsertInOrder(Taskmill_Job *job)
+{
+    const auto isHeld = [](const Taskmill_Job *other) {
+        return other->IsHeld();
+    };
+    const auto firstHeld = std::find_if_not(m_jobs.rbegin(), m_jobs.rend(), isHeld).base();
+    m_jobs.insert(job->IsHeld() ? m_jobs.end() : firstHeld, job);
+}
+
+void Taskmill_JobContainer::ReleaseJobs(const QList<Taskmill_Job *> &jobs)
+{
+    for (Taskmill_Job *job : jobs) {
+        if (!job->IsHeld())
+            continue;
+        job->SetHeld(false);
+        m_jobs.removeOne(job);
+        InsertInOrder(job);
+    }
+    Update();
 }
 
 void Taskmill_JobContainer::Add(Taskmill_Job *job)
@@ -37,24 +60,37 @@ void Taskmill_JobContainer::Add(Taskmill_Job *job)
 void Taskmill_JobContainer::AddAll(const QList<Taskmill_JobRecord> &records)
 {
     for (Taskmill_JobRecord record : records) {
+        const bool held = IsToBeHeld(record);
         record.Started = {};
         record.Finished = {};
-        Append(new Taskmill_Job{std::move(record)});
+        auto *job = new Taskmill_Job{std::move(record)};
+        job->SetHeld(held);
+        Append(job);
     }
     Update();
 }
 
 void Taskmill_JobContainer::TakeOut(Taskmill_Job *job)
 {
-    // The end of a killed job must not start another one here, nor collect it a second time.
-    disconnect(job, nullptr, this, nullptr);
-    const bool killed = job->Kill(m_services.Inspector);
-    m_jobs.removeOne(job);
-    m_jobsByID.remove(job->JobID(), job);
-    job->deleteLater();
-    // Last: who takes the job may look at the list, and must not find it there, finished, a second time.
-    if (killed)
-        m_services.FinishedJobs.AddJob(job->Record());
+    TakeOut(QList{job});
+}
+
+void Taskmill_JobContainer::TakeOut(const QList<Taskmill_Job *> &jobs)
+{
+    for (Taskmill_Job *job : jobs) {
+        // The end of a killed job must not start another one here, nor collect it a second time.
+        disconnect(job, nullptr, this, nullptr);
+        m_jobsByID.remove(job->JobID(), job);
+    }
+    // In one pass: hundreds may leave a list of thousands.
+    const QSet<Taskmill_Job *> leaving{jobs.begin(), jobs.end()};
+    m_jobs.removeIf([&leaving](Taskmill_Job *job) { return leaving.contains(job); });
+    for (Taskmill_Job *job : jobs) {
+        const bool killed = job->Kill(m_services.Inspector);
+        job->deleteLater();
+        if (killed)
+            m_services.FinishedJobs.AddJob(job->Record());
+    }
 }
 
 void Taskmill_JobContainer::RemoveAt(int index)
@@ -66,16 +102,28 @@ void Taskmill_JobContainer::RemoveAt(int index)
     Update();
 }
 
-void Taskmill_JobContainer::RemoveByJobID(int jobID)
+void Taskmill_JobContainer::RemoveByJobIDs(const QList<int> &jobIDs)
 {
-    if (Taskmill_Job *job = FindByJobID(jobID))
-        RemoveAt(static_cast<int>(m_jobs.indexOf(job)));
+    QList<Taskmill_Job *> leaving;
+    for (const int jobID : jobIDs) {
+        Taskmill_Job *job = FindByJobID(jobID);
+        // The next one, where the number is there twice and so in the list.
+        if (m_jobsByID.count(jobID) > 1) {
+            const auto next = std::ranges::find_if(m_jobs, [&](Taskmill_Job *other) {
+                return other->JobID() == jobID && !leaving.contains(other);
+            });
+            job = next == m_jobs.end() ? nullptr : *next;
+        }
+        if (job)
+            leaving.append(job);
+    }
+    TakeOut(leaving);
+    Update();
 }
 
 void Taskmill_JobContainer::RemoveAll()
 {
-    while (!m_jobs.isEmpty())
-        TakeOut(m_jobs.first());
+    TakeOut(QList{m_jobs});
     Update();
 }
 

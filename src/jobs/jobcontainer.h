@@ -11,7 +11,8 @@
 /// What the two queues and the queueless list have in common: an ordered list of jobs (waiting, running, and
 /// finished ones not yet collected) that it owns until they are handed on.
 ///
-/// Jobs start in list order, so the list is always a run of started jobs followed by a run of Pending ones.
+/// Jobs start in list order, so the list is always a run of started jobs followed by a run of Pending ones,
+/// of which those that are held stand last.
 class Taskmill_JobContainer : public QObject
 {
     Q_OBJECT
@@ -27,13 +28,15 @@ public:
 
     /// Takes the ownership, makes the job Pending as of now and appends it.
     void Add(Taskmill_Job *job);
-    /// Appends a new job for each record, Pending as of now, without the times of an earlier run.
+    /// Appends a new job for each record of a project, Pending as of now, without the times of an earlier
+    /// run.
     void AddAll(const QList<Taskmill_JobRecord> &records);
 
     /// Removing a job kills it when it runs; a killed job is handed to the finished jobs. An index that is
     /// out of range and an unknown number do nothing.
     void RemoveAt(int index);
-    void RemoveByJobID(int jobID);
+    /// In the order of the numbers. The scheduler runs once, when all of them are out: none of them starts.
+    void RemoveByJobIDs(const QList<int> &jobIDs);
     void RemoveAll();
     /// Kills and removes the running jobs; the waiting ones stay.
     virtual void KillRunning();
@@ -59,6 +62,10 @@ protected:
 
     [[nodiscard]] const Taskmill_JobServices &Services() const { return m_services; }
 
+    /// Whether the job of a project that is opened must not start before the user says so.
+    [[nodiscard]] virtual bool IsToBeHeld(const Taskmill_JobRecord &) const { return false; }
+    /// Lets the held jobs among these run again.
+    void ReleaseJobs(const QList<Taskmill_Job *> &jobs);
     /// Starts what may start now and tells that the list has changed.
     virtual void Update() = 0;
     /// A start that fails leaves the job Running without a process, where it counts against a limit.
@@ -67,7 +74,10 @@ protected:
 
 private:
     void Append(Taskmill_Job *job);
+    void InsertInOrder(Taskmill_Job *job);
     void TakeOut(Taskmill_Job *job);
+    /// Takes them all out of the list before any of them is killed.
+    void TakeOut(const QList<Taskmill_Job *> &jobs);
 
     const QString m_name;
     const Taskmill_JobServices m_services;

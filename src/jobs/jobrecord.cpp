@@ -11,6 +11,14 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+std::array<const QString *, 8> FileNames(const Taskmill_JobRecord &job)
+{
+    return {&job.JobType.ExecutablePath, &job.InputFilePath,  &job.InputFilePath2,  &job.StandardInputFile,
+            &job.StandardOutputFile,     &job.CheckpointFile, &job.CheckpointFile2, &job.OutputFile};
+}
+} // namespace
+
 void Taskmill_JobRecord::SetStatus(Taskmill_JobStatus status, bool stamp)
 {
     Status = status;
@@ -24,27 +32,25 @@ void Taskmill_JobRecord::SetStatus(Taskmill_JobStatus status, bool stamp)
         Finished = Taskmill_JobTime::Now();
 }
 
-void Taskmill_JobRecord::DeriveOutputFile()
+QString Taskmill_JobRecord::DerivedOutputFile() const
 {
-    OutputFile.clear();
     if (InputFilePath.isEmpty())
-        return;
+        return {};
 
+    QString file = InputFilePath;
     if (JobType.OutputFileFilter.contains("Veltra Output"_L1, Qt::CaseInsensitive)) {
         const bool isNewer = KilnUtil_FileSys::IsNewVeltraFileExtension(QFileInfo{InputFilePath}.suffix());
-        OutputFile = InputFilePath;
-        KilnUtil_FileSys::SetFileExtension(OutputFile, KilnUtil_FileSys::FileType::VeltraOutput,
-                                           isNewer ? 1 : 0);
-        return;
+        KilnUtil_FileSys::SetFileExtension(file, KilnUtil_FileSys::FileType::VeltraOutput, isNewer ? 1 : 0);
+        return file;
     }
 
     const QStringList pieces = Taskmill_FilterPieces(JobType.OutputFileFilter);
     const auto pattern =
         std::ranges::find_if(pieces, [](const QString &piece) { return piece.startsWith("*."_L1); });
     if (pattern == pieces.end())
-        return;
-    OutputFile = InputFilePath;
-    KilnUtil_FileSys::SetFileExtension(OutputFile, QString{*pattern}.remove(u'*'));
+        return {};
+    KilnUtil_FileSys::SetFileExtension(file, QString{*pattern}.remove(u'*'));
+    return file;
 }
 
 QString Taskmill_JobRecord::OutputFilePath() const
@@ -52,14 +58,19 @@ QString Taskmill_JobRecord::OutputFilePath() const
     return OutputFile.isEmpty() ? QString{} : QFileInfo{InputFilePath}.absoluteDir().filePath(OutputFile);
 }
 
+bool Taskmill_JobRecord::HoldsNulInFileName() const
+{
+    return std::ranges::any_of(FileNames(*this),
+                               [](const QString *name) { return name->contains(QChar::Null); });
+}
+
 bool Taskmill_JobRecord::IsValid() const
 {
-    const std::array fileNames{&JobType.ExecutablePath, &InputFilePath,  &InputFilePath2,  &StandardInputFile,
-                               &StandardOutputFile,     &CheckpointFile, &CheckpointFile2, &OutputFile};
-    const auto isUnusable = [](const QString *name) {
-        return name->contains(u'\n') || name->contains(QChar::Null);
+    const auto holdsLineFeed = [](const QString *name) {
+        return name->contains(u'\n');
     };
-    if (std::ranges::any_of(fileNames, isUnusable) || Name.contains(QChar::Null))
+    if (std::ranges::any_of(FileNames(*this), holdsLineFeed) || HoldsNulInFileName() ||
+        Name.contains(QChar::Null))
         return false;
     if (PlaceholderValues.size() > Taskmill_MaxPlaceholders)
         return false;
@@ -70,5 +81,5 @@ bool Taskmill_JobRecord::IsValid() const
 
 QString Taskmill_JobRecord::CommandLine() const
 {
-    return Taskmill_FullCommandLine(*this);
+    return RecordedCommandLine.isEmpty() ? Taskmill_FullCommandLine(*this) : RecordedCommandLine;
 }

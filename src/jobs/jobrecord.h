@@ -44,6 +44,9 @@ struct Taskmill_JobRecord
     Taskmill_JobTime Finished;
     qint32 JobID = 0;
     Taskmill_PlaceholderValues PlaceholderValues;
+    /// The command line as a project file tells it; empty for a job that has not been read from one as
+    /// finished, or whose job type is still there to make it from.
+    QString RecordedCommandLine;
 
     bool operator==(const Taskmill_JobRecord &) const = default;
 
@@ -53,19 +56,25 @@ struct Taskmill_JobRecord
     /// Finished (any final status).
     void SetStatus(Taskmill_JobStatus status, bool stamp);
 
-    /// Sets OutputFile from the input file and the first pattern of the job type's output filter; empty when
-    /// there is no input file or no pattern.
-    void DeriveOutputFile();
+    /// The output file that follows from the input file and the first pattern of the job type's output
+    /// filter; empty when there is no input file or no pattern.
+    [[nodiscard]] QString DerivedOutputFile() const;
+    /// Sets OutputFile to it.
+    void DeriveOutputFile() { OutputFile = DerivedOutputFile(); }
 
     /// The output file as the program sees it: a relative one lies beside the input file. Empty for none.
     [[nodiscard]] QString OutputFilePath() const;
+
+    /// Whether the path of one of the job's files holds a NUL, as no file's does.
+    [[nodiscard]] bool HoldsNulInFileName() const;
 
     /// Whether the job can be run: named, its job type valid, its input file there when the template uses
     /// one, no more than Taskmill_MaxPlaceholders, no line feed in any file name, since a template is
     /// line-based, and no NUL.
     [[nodiscard]] bool IsValid() const;
 
-    /// The template with every known placeholder replaced: executable, arguments and standard-input lines.
+    /// The template with every known placeholder replaced: executable, arguments and standard-input lines. Of
+    /// a recorded job what was recorded, whatever its job type has become since.
     [[nodiscard]] QString CommandLine() const;
 };
 

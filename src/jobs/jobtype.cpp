@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 bool Taskmill_JobType::IsValid() const
 {
     return JobTypeID >= 0 && !Name.isEmpty() && !ApplicationName.isEmpty() && !ExecutablePath.isEmpty() &&
-           QFileInfo{ExecutablePath}.isFile() &&
+           !ExecutablePath.contains(QChar::Null) && QFileInfo{ExecutablePath}.isFile() &&
            GenericCommandLine.contains("@EXEFILE"_L1, Qt::CaseInsensitive);
 }
 

@@ -2,6 +2,9 @@
 
 #include "jobs/defaultjobtypes.h"
 #include "jobs/jobstore.h"
+#include "kilnutil/error.h"
+
+using namespace Qt::Literals::StringLiterals;
 
 Taskmill_JobTypeList::Taskmill_JobTypeList(Taskmill_JobStore &store, QObject *parent)
     : QObject(parent)
@@ -21,16 +24,20 @@ void Taskmill_JobTypeList::Add(Taskmill_JobType &jobType)
 
 void Taskmill_JobTypeList::Remove(const Taskmill_JobType &jobType)
 {
+    QStringList kept;
     for (qsizetype index = m_jobTypes.size() - 1; index >= 0; --index) {
         if (m_jobTypes[index] == jobType)
-            DeleteRow(m_jobTypes.takeAt(index));
+            DeleteRow(m_jobTypes.takeAt(index), kept);
     }
+    ReportKept(kept);
 }
 
 void Taskmill_JobTypeList::RemoveAll()
 {
+    QStringList kept;
     while (!m_jobTypes.isEmpty())
-        DeleteRow(m_jobTypes.takeFirst());
+        DeleteRow(m_jobTypes.takeFirst(), kept);
+    ReportKept(kept);
 }
 
 void Taskmill_JobTypeList::Clear()
@@ -78,8 +85,19 @@ bool Taskmill_JobTypeList::ReadBack()
     return m_jobTypes != stored;
 }
 
-void Taskmill_JobTypeList::DeleteRow(const Taskmill_JobType &jobType)
+void Taskmill_JobTypeList::DeleteRow(const Taskmill_JobType &jobType, QStringList &kept)
 {
-    if (m_store.IsOpen())
-        m_store.DeleteJobType(jobType.JobTypeID);
+    if (m_store.IsOpen() && !m_store.DeleteJobType(jobType.JobTypeID))
+        kept.append(jobType.Name);
+}
+
+void Taskmill_JobTypeList::ReportKept(const QStringList &names)
+{
+    if (names.isEmpty())
+        return;
+    ReadBack();
+    qWarning("Job types could not be removed from the project: %ls", qUtf16Printable(names.join(u", "_s)));
+    KilnUtil_Error::ReportError(u"Removing Job Types"_s,
+                                u"The following job types could not be removed from the project:\n\n"_s +
+                                    names.join(u'\n'));
 }

@@ -20,7 +20,8 @@ public:
     /// Appends a copy and inserts the record into the open store, which writes its key into `jobType` only;
     /// then the list is read back from the store and the views are told.
     void Add(Taskmill_JobType &jobType);
-    /// Removes every equal entry, and its row from the open store.
+    /// Removes every equal entry, and its row from the open store. A row that cannot be removed stays in the
+    /// list, which is reported to the user, as in RemoveAll().
     void Remove(const Taskmill_JobType &jobType);
     /// Removes every entry, and its row from the open store.
     void RemoveAll();
@@ -43,7 +44,8 @@ Q_SIGNALS:
 
 private:
     bool ReadBack();
-    void DeleteRow(const Taskmill_JobType &jobType);
+    void DeleteRow(const Taskmill_JobType &jobType, QStringList &kept);
+    void ReportKept(const QStringList &names);
 
     Taskmill_JobStore &m_store;
     QList<Taskmill_JobType> m_jobTypes;

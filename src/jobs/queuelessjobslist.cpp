@@ -14,10 +14,39 @@ void Taskmill_QueuelessJobsList::Update()
     const auto isPending = [](const Taskmill_Job *job) {
         return job->Status() == Taskmill_JobStatus::Pending;
     };
+    const auto isHeld = [](const Taskmill_Job *job) {
+        return job->IsHeld();
+    };
     // Pending jobs stand together at the end, and starting one changes nothing in the list.
     const QList<Taskmill_Job *> jobs = Jobs();
     const auto firstPending = std::find_if_not(jobs.rbegin(), jobs.rend(), isPending).base();
-    for (auto job = firstPending; job != jobs.end(); ++job)
+    const auto firstHeld = std::find_if(firstPending, jobs.end(), isHeld);
+    for (auto job = firstPending; job != firstHeld; ++job)
         StartJob(**job);
     Q_EMIT ListUpdatedSignal();
+}
+
+bool Taskmill_QueuelessJobsList::IsToBeHeld(const Taskmill_JobRecord &record) const
+{
+    return record.Status == Taskmill_JobStatus::Running;
+}
+
+QList<int> Taskmill_QueuelessJobsList::HeldJobIDs() const
+{
+    QList<int> jobIDs;
+    for (const Taskmill_Job *job : Jobs()) {
+        if (job->IsHeld())
+            jobIDs.append(job->JobID());
+    }
+    return jobIDs;
+}
+
+int Taskmill_QueuelessJobsList::Release(const QList<int> &jobIDs)
+{
+    QList<Taskmill_Job *> jobs = Jobs();
+    jobs.removeIf(
+        [&jobIDs](const Taskmill_Job *job) { return !job->IsHeld() || !jobIDs.contains(job->JobID()); });
+    if (!jobs.isEmpty())
+        ReleaseJobs(jobs);
+    return static_cast<int>(jobs.size());
 }

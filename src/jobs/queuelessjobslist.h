@@ -2,7 +2,9 @@
 
 #include "jobs/jobcontainer.h"
 
-/// The jobs that run at once, without waiting for a slot: every Pending one is started at each change.
+/// The jobs that run at once, without waiting for a slot: every Pending one is started at each change. Only
+/// those that ran when their project was closed wait, held, until they are released: what they have written
+/// is not to be overwritten unasked.
 class Taskmill_QueuelessJobsList final : public Taskmill_JobContainer
 {
     Q_OBJECT
@@ -10,9 +12,16 @@ class Taskmill_QueuelessJobsList final : public Taskmill_JobContainer
 public:
     explicit Taskmill_QueuelessJobsList(const Taskmill_JobServices &services);
 
+    /// The numbers of the held jobs.
+    [[nodiscard]] QList<int> HeldJobIDs() const;
+    /// Starts the held jobs of these numbers; others are left alone. Returns how many were started.
+    int Release(const QList<int> &jobIDs);
+
 Q_SIGNALS:
     void ListUpdatedSignal();
 
 protected:
+    /// Of those that were running.
+    [[nodiscard]] bool IsToBeHeld(const Taskmill_JobRecord &record) const override;
     void Update() override;
 };

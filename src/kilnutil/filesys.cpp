@@ -4,9 +4,15 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
+#include <algorithm>
+#include <array>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+const QStringList gaussWExeNames{u"g16w.exe"_s, u"g09w.exe"_s, u"gdvw.exe"_s};
+constexpr std::array gaussUtilityNames{"cubegen"_L1, "cubman"_L1, "formchk"_L1, "freqchk"_L1};
+
 QString WithoutDot(const QString &extension)
 {
     return extension.startsWith(u'.') ? extension.sliced(1) : extension;
@@ -62,26 +68,46 @@ QString KilnUtil_FileSys::GaussExePath()
 
 QString KilnUtil_FileSys::GaussWExePath()
 {
-    return FirstFile(GaussExeDirPath(), {u"g16w.exe"_s, u"g09w.exe"_s, u"gdvw.exe"_s});
+    return FirstFile(GaussExeDirPath(), gaussWExeNames);
 }
 
 QString KilnUtil_FileSys::GaussExeDirPath()
 {
-    const QStringList listed =
+    // As Gaussian itself reads it, a list: the directories of its scripts often stand before its own.
+    QStringList listed =
         qEnvironmentVariable("GAUSS_EXEDIR").split(QDir::listSeparator(), Qt::SkipEmptyParts);
-    if (!listed.isEmpty())
-        return AbsoluteDir(listed.first());
+    std::ranges::transform(listed, listed.begin(), AbsoluteDir);
+    const QStringList usual = UsualGaussDirs();
+    for (const QStringList &directories : {listed, GaussDirsOfSearchPath(), usual}) {
+        const auto holder = std::ranges::find_if(directories, HoldsGaussProgram);
+        if (holder != directories.end())
+            return *holder;
+    }
+    return listed.isEmpty() ? usual.first() : listed.first();
+}
+
+bool KilnUtil_FileSys::HoldsGaussProgram(const QString &directory)
+{
+    const auto isThere = [&directory](const QString &name) {
+        return QFileInfo{directory + u'/' + name}.isFile();
+    };
+    return std::ranges::any_of(GaussExeNames() + gaussWExeNames, isThere) ||
+           std::ranges::any_of(gaussUtilityNames, [&](QLatin1StringView name) {
+               return isThere(name) || isThere(name + ".exe"_L1);
+           });
+}
+
+QStringList KilnUtil_FileSys::GaussDirsOfSearchPath()
+{
+    QStringList directories;
     for (const QString &name : {u"g16"_s, u"g09"_s, u"gdv"_s}) {
         const QString found = QStandardPaths::findExecutable(name);
+        // The rest of Gaussian stands beside the program, not beside a link to it.
         if (!found.isEmpty())
-            return QFileInfo{found}.absolutePath();
+            directories += {QFileInfo{QFileInfo{found}.canonicalFilePath()}.absolutePath(),
+                            QFileInfo{found}.absolutePath()};
     }
-    const QStringList usual = UsualGaussDirs();
-    for (const QString &directory : usual) {
-        if (QFileInfo{directory}.isDir())
-            return directory;
-    }
-    return usual.first();
+    return directories;
 }
 
 QString KilnUtil_FileSys::ConvertFilename(const QString &path, bool quote, bool /*unused*/)

@@ -18,7 +18,9 @@ public:
     inline static QString m_appHelpDirPath;
 
     /// The four places of installed programs, the environment first. Never empty and without trailing
-    /// separator, but what they name may not exist.
+    /// separator, but what they name may not exist. The directory of Gaussian is the first that holds one of
+    /// its programs: of the list in GAUSS_EXEDIR, of the search path with links resolved, of the usual ones;
+    /// else the first of the list, else the first usual one.
     [[nodiscard]] static QString VeltraExePath();
     [[nodiscard]] static QString GaussExePath();
     [[nodiscard]] static QString GaussWExePath();
@@ -49,4 +51,6 @@ public:
 private:
     [[nodiscard]] static QStringList UsualGaussDirs();
     [[nodiscard]] static QStringList GaussExeNames();
+    [[nodiscard]] static QStringList GaussDirsOfSearchPath();
+    [[nodiscard]] static bool HoldsGaussProgram(const QString &directory);
 };

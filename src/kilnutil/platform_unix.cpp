@@ -128,6 +128,8 @@ void KilnUtil_Platform::PrepareChild(QProcess &process, const QString &argumentT
     process.setArguments(KilnUtil_String::MakeStringList(argumentText, true));
     process.setChildProcessModifier([] {
         setsid();
+        // What this program ignores, its children would ignore too; of the broken pipe Qt takes care.
+        std::signal(SIGXFSZ, SIG_DFL);
         if (openFilesRaised)
             setrlimit(RLIMIT_NOFILE, &openFilesAtStart);
     });

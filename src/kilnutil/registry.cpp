@@ -15,6 +15,7 @@ struct AppData
     QString ShortVersion;
     QString FullVersion;
     QString PreferencesDirPath;
+    QString SettingsFilePath; ///< empty where the system keeps the settings
 };
 
 AppData &CurrentAppData()
@@ -23,12 +24,15 @@ AppData &CurrentAppData()
     return data;
 }
 
-QString PreferencesDir(const QString &environmentVariable, const QString &defaultName)
+const QString organisation = u"Kilnworks, Inc."_s;
+const QString application = u"Taskmill"_s;
+
+QSettings Settings()
 {
-    const QString fromEnvironment = qEnvironmentVariable(environmentVariable.toLocal8Bit().constData());
-    if (fromEnvironment.isEmpty())
-        return QDir::home().absoluteFilePath(defaultName);
-    return QDir{fromEnvironment}.absolutePath();
+    const QString &file = CurrentAppData().SettingsFilePath;
+    return file.isEmpty()
+               ? QSettings{QSettings::defaultFormat(), QSettings::UserScope, organisation, application}
+               : QSettings{file, QSettings::IniFormat};
 }
 
 QString FullKey(const QString &key)
@@ -55,19 +59,21 @@ QString UserDataKey(const QString &group, const QString &key)
 const QString recentDirsKey = u"/Files/Recent_Directories"_s;
 const QString recentJobInputFilesKey = u"/Files/Recent_Job_Input_Files"_s;
 const QString recentFileListsKey = u"/Files/Recent_Open_Structure_File_Lists"_s;
-const QString organisation = u"Kilnworks, Inc."_s;
-const QString application = u"Taskmill"_s;
 } // namespace
 
 void KilnUtil_Registry::SetAppData(const QString &appName, const QString &majorVersion,
                                    const QString &shortVersion, const QString &fullVersion,
                                    const QString &prefsDirEnvVarName, const QString &prefsDirDefaultName)
 {
+    const QString named = qEnvironmentVariable(prefsDirEnvVarName.toLocal8Bit().constData());
+    const QDir directory{named.isEmpty() ? QDir::home().absoluteFilePath(prefsDirDefaultName) : named};
     CurrentAppData() = {.AppName = appName,
                         .MajorVersion = majorVersion,
                         .ShortVersion = shortVersion,
                         .FullVersion = fullVersion,
-                        .PreferencesDirPath = PreferencesDir(prefsDirEnvVarName, prefsDirDefaultName)};
+                        .PreferencesDirPath = directory.absolutePath(),
+                        .SettingsFilePath =
+                            named.isEmpty() ? QString{} : directory.absoluteFilePath(u"Taskmill.conf"_s)};
 }
 
 QString KilnUtil_Registry::AppName()
@@ -97,19 +103,17 @@ QString KilnUtil_Registry::PreferencesDirPath()
 
 QVariant KilnUtil_Registry::Value(const QString &key, const QVariant &fallback)
 {
-    return QSettings{QSettings::defaultFormat(), QSettings::UserScope, organisation, application}.value(
-        FullKey(key), fallback);
+    return Settings().value(FullKey(key), fallback);
 }
 
 bool KilnUtil_Registry::HasUnversionedValue(const QString &key)
 {
-    return QSettings{QSettings::defaultFormat(), QSettings::UserScope, organisation, application}.contains(
-        key);
+    return Settings().contains(key);
 }
 
 void KilnUtil_Registry::SetValue(const QString &key, const QVariant &value)
 {
-    QSettings settings{QSettings::defaultFormat(), QSettings::UserScope, organisation, application};
+    QSettings settings = Settings();
     settings.setValue(FullKey(key), value);
     settings.sync();
     if (settings.status() != QSettings::NoError)

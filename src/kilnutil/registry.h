@@ -16,8 +16,9 @@ public:
     inline static bool m_isCurrentOperatingSystem = false;
 
     /// Called once, before any setting is read or written. `prefsDirEnvVarName` names the environment
-    /// variable that may hold the preferences directory, `prefsDirDefaultName` the directory in the user's
-    /// home otherwise.
+    /// variable that may hold the preferences directory, which then keeps the settings in "Taskmill.conf";
+    /// `prefsDirDefaultName` is the directory in the user's home otherwise, and the settings are where the
+    /// system keeps those of all programs.
     static void SetAppData(const QString &appName, const QString &majorVersion, const QString &shortVersion,
                            const QString &fullVersion, const QString &prefsDirEnvVarName,
                            const QString &prefsDirDefaultName);

@@ -48,6 +48,12 @@ public:
     /// Closing the box without an answer counts as Cancel in mode YesNoCancel and as No in mode YesNo.
     virtual WarnAnswer ReportWarning(const QString &title, const QString &text, WarnMode mode,
                                      WarnAnswer defaultAnswer) = 0;
+    /// The same with a detail beneath the text.
+    virtual WarnAnswer ReportDetailedWarning(const QString &title, const QString &text, const QString &detail,
+                                             WarnMode mode, WarnAnswer defaultAnswer)
+    {
+        return ReportWarning(title, text + QStringLiteral("\n\n") + detail, mode, defaultAnswer);
+    }
     virtual void ReportError(const QString &title, const QString &text) = 0;
 
     /// A plain question box. A prompt that cannot ask answers Cancel in mode YesNoCancel and No otherwise.
@@ -61,6 +67,8 @@ public:
                                          int least) = 0;
     /// A box that only tells something, with one button.
     virtual void ShowInformation(const QString &title, const QString &text) = 0;
+    /// The same for what comes up by itself: nothing waits until the user has read it.
+    virtual void ShowNotice(const QString &title, const QString &text) { ShowInformation(title, text); }
     /// File dialogs; an empty text when the user cancels or cannot be asked.
     virtual QString AskOpenFileName(const QString &title, const QString &directory,
                                     const QString &filter) = 0;

@@ -3,6 +3,7 @@
 #include "db/database.h"
 #include "db/databasemanager.h"
 #include "manager/listings.h"
+#include "manager/removalreport.h"
 
 #include <algorithm>
 #include <utility>
@@ -90,8 +91,12 @@ void Taskmill_FinishedJobs::Remove(QList<int> positions)
         jobIDs.append(m_jobs[position].JobID);
         m_outputsInDatabase.remove(m_jobs[position].JobID);
     }
-    if (Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase())
-        database->DeleteFinishedJobs(jobIDs);
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+    const bool deleted = !database || database->DeleteFinishedJobs(jobIDs);
+    QStringList names;
+    if (!deleted)
+        std::ranges::transform(positions, std::back_inserter(names),
+                               [this](int position) { return m_jobs[position].Name; });
     std::ranges::sort(positions);
     // One walk through the list: it may be long, and so may be what is removed.
     auto next = positions.cbegin();
@@ -105,14 +110,16 @@ void Taskmill_FinishedJobs::Remove(QList<int> positions)
     });
     ++m_generation;
     Q_EMIT JobsChangedSignal();
+    if (!deleted)
+        Taskmill_ReportRowsKept(*database, names);
 }
 
-QString Taskmill_FinishedJobs::ListingText() const
+QString Taskmill_FinishedJobs::ListingText(int width) const
 {
     QList<QStringList> rows;
     rows.reserve(m_jobs.size());
     for (const Taskmill_JobRecord &job : m_jobs)
         rows.append(Taskmill_Listings::FinishedRow(job));
     return Taskmill_Listings::Text(u"\nFinished Jobs\n"_s, u"\nFinished Jobs List is Empty\n\n"_s,
-                                   Taskmill_Listings::FinishedHeaders(), rows);
+                                   Taskmill_Listings::FinishedHeaders(), rows, width);
 }

@@ -40,8 +40,8 @@ public:
     /// Another value whenever jobs have been removed or replaced; adding one leaves it.
     [[nodiscard]] int Generation() const { return m_generation; }
 
-    /// The listing that the console prints.
-    [[nodiscard]] QString ListingText() const;
+    /// The listing that the console prints; with a width, made to fit a terminal of so many columns.
+    [[nodiscard]] QString ListingText(int width = 0) const;
 
 Q_SIGNALS:
     void JobsChangedSignal();

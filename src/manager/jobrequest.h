@@ -16,6 +16,9 @@ struct Taskmill_JobRequest
     std::optional<bool> ClientNotification; ///< nothing when it is absent or no number
     bool ConfirmAction = false;
     QString JobTypeName;
+    /// No other job type will do. This and the next only of a message that asks for an answer.
+    bool ExactJobType = false;
+    bool DetailedReply = false; ///< the answer is to describe the jobs
     QString JobName;
     QString JobQueue;
     QString JobInputFile;

@@ -10,7 +10,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSet>
 
 #include <algorithm>
 
@@ -19,10 +18,23 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 const QString noJobType = u"None"_s;
 
+/// No file has such a name, and Qt warns when it is asked for one.
+bool HoldsNul(const QString &path)
+{
+    return path.contains(QChar::Null);
+}
+
+bool Exists(const QString &path)
+{
+    return !HoldsNul(path) && QFileInfo::exists(path);
+}
+const QString fileIsGone = u"The file is no longer there."_s;
+const QString noTypeChosen = u"No job type was chosen."_s;
+
 /// Empty stays empty; the manager's current directory may change before the job runs.
 QString AbsolutePath(const QString &path)
 {
-    return path.isEmpty() ? path : QDir::cleanPath(QFileInfo{path}.absoluteFilePath());
+    return path.isEmpty() || HoldsNul(path) ? path : QDir::cleanPath(QFileInfo{path}.absoluteFilePath());
 }
 
 Taskmill_Destination DestinationOf(const QString &queueName, const Taskmill_JobType &jobType)
@@ -45,6 +57,46 @@ Taskmill_JobType JobTypeWithID(const QList<Taskmill_JobType> &jobTypes, int jobT
 {
     const auto found = std::ranges::find(jobTypes, jobTypeID, &Taskmill_JobType::JobTypeID);
     return found == jobTypes.end() ? Taskmill_JobType{} : *found;
+}
+
+Taskmill_SubmitResult Refused(const QString &reason)
+{
+    Taskmill_SubmitResult result;
+    result.Refusal = reason;
+    return result;
+}
+
+/// Names the job types that would do instead: those for such files or, when there is none, all.
+QString NoSuchJobType(const QList<Taskmill_JobType> &jobTypes, const Taskmill_RequestMessage &request)
+{
+    QStringList all;
+    QStringList fitting;
+    for (const Taskmill_JobType &jobType : jobTypes) {
+        all += jobType.Name;
+        if (jobType.MatchesFile(request.JobInputFile))
+            fitting += jobType.Name;
+    }
+    const QString refusal = u"there is no job type \"%1\""_s.arg(request.JobTypeName);
+    if (all.isEmpty())
+        return refusal + u", nor any other"_s;
+    return fitting.isEmpty() ? refusal + u"; there are: "_s + all.join(u", "_s)
+                             : refusal + u"; for this file there are: "_s + fitting.join(u", "_s);
+}
+
+QByteArray AnswerLine(std::string_view key, QString value)
+{
+    // One line each, whatever a project file holds.
+    value.replace(u'\n', u' ');
+    return QByteArray{key.data(), static_cast<qsizetype>(key.size())} + value.toUtf8() + '\n';
+}
+
+QByteArray AnswerLines(const Taskmill_JobRecord &job, const Taskmill_JobQueue *queue)
+{
+    return AnswerLine(Taskmill_WireJobID, QString::number(job.JobID)) +
+           AnswerLine(Taskmill_WireJobTypeName, job.JobType.Name) +
+           AnswerLine(Taskmill_WireJobQueue, job.QueueName.toLower()) +
+           AnswerLine(Taskmill_WireQueuePaused, queue && queue->IsPaused() ? u"yes"_s : u"no"_s) +
+           AnswerLine(Taskmill_WireJobInputFile, job.InputFilePath);
 }
 
 /// A job whose client is the manager itself, which needs no notification.
@@ -88,12 +140,17 @@ Taskmill_JobSubmitter::Taskmill_JobSubmitter(Taskmill_JobStore &store, KilnUtil_
 Taskmill_SubmitResult Taskmill_JobSubmitter::Submit(const Taskmill_JobRequest &request)
 {
     if (m_asking && WouldAsk(request))
-        return {.JobIDs = {}, .Refusal = u"the user is being asked about another job"_s};
+        return Refused(u"the user is being asked about another job"_s);
+    if (request.ExactJobType) {
+        const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
+        if (JobTypeNamed(jobTypes, request.JobTypeName).IsEmpty())
+            return Refused(NoSuchJobType(jobTypes, request));
+    }
     Choice choice{.jobType = {}, .confirm = request.ConfirmAction};
     if (!ChooseJobType(request, choice))
-        return {.JobIDs = {}, .Refusal = u"no job type was chosen for %1"_s.arg(request.JobInputFile)};
-    if (choice.jobType.UsesInputFile() && !QFileInfo::exists(request.JobInputFile))
-        return {.JobIDs = {}, .Refusal = u"the input file does not exist: %1"_s.arg(request.JobInputFile)};
+        return Refused(u"no job type was chosen for %1"_s.arg(request.JobInputFile));
+    if (choice.jobType.UsesInputFile() && !Exists(request.JobInputFile))
+        return Refused(u"the input file does not exist: %1"_s.arg(request.JobInputFile));
 
     const Taskmill_Destination destination = DestinationOf(request.JobQueue, choice.jobType);
     Taskmill_SubmitResult result;
@@ -110,10 +167,12 @@ Taskmill_SubmitResult Taskmill_JobSubmitter::Submit(const Taskmill_JobRequest &r
 
 bool Taskmill_JobSubmitter::WouldAsk(const Taskmill_JobRequest &request) const
 {
+    const bool namesKnownType = !JobTypeNamed(m_store.GetJobTypes(), request.JobTypeName).IsEmpty();
+    if (request.ExactJobType && !namesKnownType)
+        return false;
     if (request.ConfirmAction && m_dialog)
         return true;
-    return !request.JobTypeName.isEmpty() &&
-           JobTypeNamed(m_store.GetJobTypes(), request.JobTypeName).IsEmpty();
+    return !request.JobTypeName.isEmpty() && !namesKnownType;
 }
 
 std::shared_ptr<void> Taskmill_JobSubmitter::BeginAsking()
@@ -166,23 +225,27 @@ std::optional<Taskmill_JobType> Taskmill_JobSubmitter::AskForJobType(const QList
     return item > 0 ? jobTypes[item - 1] : Taskmill_JobType{};
 }
 
-bool Taskmill_JobSubmitter::AskForFiles(const Taskmill_SubmitChoice &preset, const FileTaker &take)
+bool Taskmill_JobSubmitter::AskForFiles(const Taskmill_SubmitChoice &preset, const FileTaker &take,
+                                        RefusedFiles &refused)
 {
     const auto asking = BeginAsking();
     const auto chosen = m_dialog ? m_dialog->AskForJobs(u"Job Input Files"_s, preset) : std::nullopt;
     if (!chosen)
         return false;
-    TakeFiles(*chosen, take);
+    TakeFiles(*chosen, take, refused);
     return true;
 }
 
-void Taskmill_JobSubmitter::TakeFiles(const Taskmill_SubmitChoice &chosen, const FileTaker &take)
+void Taskmill_JobSubmitter::TakeFiles(const Taskmill_SubmitChoice &chosen, const FileTaker &take,
+                                      RefusedFiles &refused)
 {
     const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
     bool asks = true;
     for (const QString &file : chosen.Files) {
-        if (!QFileInfo::exists(file))
+        if (!Exists(file)) {
+            refused[fileIsGone].append(QFileInfo{file}.fileName());
             continue;
+        }
         Taskmill_JobType jobType = chosen.JobTypeID < 0 ? Taskmill_JobTypeForFile(jobTypes, file)
                                                         : JobTypeWithID(jobTypes, chosen.JobTypeID);
         if (jobType.IsEmpty() && chosen.JobTypeID < 0 && asks) {
@@ -191,6 +254,8 @@ void Taskmill_JobSubmitter::TakeFiles(const Taskmill_SubmitChoice &chosen, const
             // Who cancels is not asked about hundreds of further files.
             asks = asked.has_value();
             jobType = asked.value_or(Taskmill_JobType{});
+        } else if (jobType.IsEmpty()) {
+            refused[noTypeChosen].append(QFileInfo{file}.fileName());
         }
         // The program may have been quit while a question was open.
         if (!m_store.IsOpen())
@@ -216,7 +281,8 @@ void Taskmill_JobSubmitter::SubmitConfirmed(const Taskmill_JobRequest &request,
                           Taskmill_Destination fileDestination) {
         MakeJob(request, fileType, fileDestination, AbsolutePath(file), result);
     };
-    if (!AskForFiles(preset, take))
+    RefusedFiles refused; // which the client learns by the answer
+    if (!AskForFiles(preset, take, refused))
         result.Refusal = u"the submission was not confirmed"_s;
 }
 
@@ -234,19 +300,30 @@ QList<int> Taskmill_JobSubmitter::SubmitFiles(const QStringList &files, Taskmill
         return {};
 
     QList<int> jobIDs;
-    QSet<int> invalidTypes;
+    RefusedFiles refused;
     const auto take = [&](const QString &file, const Taskmill_JobType &jobType,
                           Taskmill_Destination fileDestination) {
-        // Told once, not for each of its files.
-        if (invalidTypes.contains(jobType.JobTypeID))
-            return;
-        if (!jobType.IsValid() || !m_destinations.OwnerOf(fileDestination))
-            invalidTypes.insert(jobType.JobTypeID);
-        if (const auto jobID = AddJob(file, jobType, fileDestination))
+        QString reason;
+        if (const auto jobID = AddJob(file, jobType, fileDestination, reason))
             jobIDs.append(*jobID);
+        else
+            refused[reason].append(QFileInfo{file}.fileName());
     };
-    (void)AskForFiles(preset, take);
+    (void)AskForFiles(preset, take, refused);
+    Report(refused);
     return jobIDs;
+}
+
+/// Once for each reason, not for each file.
+void Taskmill_JobSubmitter::Report(const RefusedFiles &refused)
+{
+    if (!Taskmill_IsGuiMode())
+        return;
+    for (const auto &[reason, files] : refused.asKeyValueRange()) {
+        const bool isForTheFiles = reason == fileIsGone || reason == noTypeChosen;
+        KilnUtil_Error::ReportError(isForTheFiles ? u"Submit Jobs"_s : u"Invalid Job Type"_s,
+                                    reason + u"\n\nNo job was made of:\n"_s + Taskmill_NameList(files));
+    }
 }
 
 void Taskmill_JobSubmitter::SubmitWaitingFiles()
@@ -291,6 +368,8 @@ void Taskmill_JobSubmitter::MakeJob(const Taskmill_JobRequest &request, const Ta
             u"the job type %1 or the input file %2 cannot be used"_s.arg(jobType.Name, inputFile);
     } else {
         result.JobIDs.append(job.JobID);
+        if (request.DetailedReply)
+            result.JobLines += AnswerLines(job, m_tabs.LimitedQueue(destination));
         owner->Submit(new Taskmill_Job{std::move(job)});
     }
 }
@@ -298,25 +377,27 @@ void Taskmill_JobSubmitter::MakeJob(const Taskmill_JobRequest &request, const Ta
 std::optional<int> Taskmill_JobSubmitter::AddFile(const QString &filePath, int jobTypeID,
                                                   Taskmill_Destination destination)
 {
-    if (filePath.isEmpty() || !QFileInfo::exists(filePath) || filePath.trimmed().isEmpty())
+    if (filePath.isEmpty() || !Exists(filePath) || filePath.trimmed().isEmpty())
         return std::nullopt;
     const QString path = AbsolutePath(filePath.trimmed());
     const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
     if (jobTypes.isEmpty())
         return std::nullopt;
-    return AddJob(
+    QString reason;
+    const auto jobID = AddJob(
         path, jobTypeID < 0 ? Taskmill_JobTypeForFile(jobTypes, path) : JobTypeWithID(jobTypes, jobTypeID),
-        destination);
+        destination, reason);
+    if (!jobID)
+        Report({{reason, {QFileInfo{path}.fileName()}}});
+    return jobID;
 }
 
 std::optional<int> Taskmill_JobSubmitter::AddJob(const QString &path, const Taskmill_JobType &jobType,
-                                                 Taskmill_Destination destination)
+                                                 Taskmill_Destination destination, QString &reason)
 {
     Taskmill_QueueOwner *owner = m_destinations.OwnerOf(destination);
     if (!owner || !jobType.IsValid()) {
-        const QString text = owner ? u"Job Type %1 is invalid."_s : u"Job Type %1 has no queue."_s;
-        if (m_dialog)
-            KilnUtil_Error::ReportError(u"Invalid Job Type"_s, text.arg(jobType.Name));
+        reason = (owner ? u"Job Type %1 is invalid."_s : u"Job Type %1 has no queue."_s).arg(jobType.Name);
         return std::nullopt;
     }
     Taskmill_JobRecord job = JobOfThisUser(jobType, QDir::toNativeSeparators(AbsolutePath(path)));
@@ -326,8 +407,10 @@ std::optional<int> Taskmill_JobSubmitter::AddJob(const QString &path, const Task
         job.Name = QString::number(job.JobID);
     job.RunNumber = static_cast<int>(destination);
     job.QueueName = Taskmill_QueueNameOfNewJob(destination);
-    if (!job.IsValid())
+    if (!job.IsValid()) {
+        reason = u"Job Type %1 cannot use a file of that name."_s.arg(jobType.Name);
         return std::nullopt;
+    }
     const int jobID = job.JobID;
     owner->Submit(new Taskmill_Job{std::move(job)});
     return jobID;

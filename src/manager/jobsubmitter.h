@@ -4,6 +4,7 @@
 #include "manager/submitdialog.h"
 
 #include <QList>
+#include <QMap>
 #include <QString>
 #include <QTimer>
 
@@ -19,6 +20,7 @@ struct Taskmill_SubmitResult
 {
     QList<int> JobIDs;
     QString Refusal;
+    QByteArray JobLines; ///< of the answer, if they are wanted; see Taskmill_WireDetailedReply
 };
 
 /// Turns requests, and files that the user hands in, into jobs: which job type, which queue, which name, and
@@ -59,6 +61,8 @@ private:
 
     /// Takes a file that the user has chosen, with its job type and its queue.
     using FileTaker = std::function<void(const QString &, const Taskmill_JobType &, Taskmill_Destination)>;
+    /// The names of files of which no job could be made, by the reason.
+    using RefusedFiles = QMap<QString, QStringList>;
 
     /// The user is being asked for as long as the result lives.
     [[nodiscard]] std::shared_ptr<void> BeginAsking();
@@ -68,14 +72,17 @@ private:
                                                                 const QString &labelBegin,
                                                                 const QString &inputFile);
     /// False when the user cancels the dialog.
-    [[nodiscard]] bool AskForFiles(const Taskmill_SubmitChoice &preset, const FileTaker &take);
-    void TakeFiles(const Taskmill_SubmitChoice &chosen, const FileTaker &take);
+    [[nodiscard]] bool AskForFiles(const Taskmill_SubmitChoice &preset, const FileTaker &take,
+                                   RefusedFiles &refused);
+    void TakeFiles(const Taskmill_SubmitChoice &chosen, const FileTaker &take, RefusedFiles &refused);
+    static void Report(const RefusedFiles &refused);
     void SubmitConfirmed(const Taskmill_JobRequest &request, const Taskmill_JobType &jobType,
                          Taskmill_Destination destination, Taskmill_SubmitResult &result);
     void MakeJob(const Taskmill_JobRequest &request, const Taskmill_JobType &jobType,
                  Taskmill_Destination destination, const QString &inputFile, Taskmill_SubmitResult &result);
+    /// Nothing, with the reason, when no job can be made.
     [[nodiscard]] std::optional<int> AddJob(const QString &path, const Taskmill_JobType &jobType,
-                                            Taskmill_Destination destination);
+                                            Taskmill_Destination destination, QString &reason);
     void SubmitWaitingFiles();
 
     Taskmill_JobStore &m_store;

@@ -105,10 +105,23 @@ QStringList Taskmill_Listings::ProcessRow(const Taskmill_ProcessRecord &process)
             process.ExecutionState, process.ExecutablePath, process.CommandLine};
 }
 
+namespace {
+/// Of all listings, what a user of a narrow terminal misses least first.
+QStringList LeftOutFirst()
+{
+    return {u"Executable Path"_s,    u"Environment Variables"_s,
+            u"Output File Filter"_s, u"Application Name"_s,
+            u"App Path"_s,           u"Parent Process ID"_s,
+            u"Submitted"_s,          u"Queue"_s,
+            u"Command Line"_s,       u"Started"_s,
+            u"Default Queue"_s,      u"Input File Filter"_s};
+}
+} // namespace
+
 QString Taskmill_Listings::Text(const QString &heading, const QString &emptyText, const QStringList &headers,
-                                const QList<QStringList> &rows)
+                                const QList<QStringList> &rows, int width)
 {
     if (rows.isEmpty())
         return emptyText;
-    return heading + Taskmill_TextTable(headers, rows) + u'\n';
+    return heading + Taskmill_FittedTextTable(headers, rows, width, LeftOutFirst()) + u'\n';
 }

@@ -23,7 +23,7 @@ namespace Taskmill_Listings {
 [[nodiscard]] QStringList ProcessRow(const Taskmill_ProcessRecord &process);
 
 /// A listing as the console prints it: heading, table and an empty line, or one line that says that the list
-/// is empty.
+/// is empty. With a width, the table is made to fit a terminal of so many columns.
 [[nodiscard]] QString Text(const QString &heading, const QString &emptyText, const QStringList &headers,
-                           const QList<QStringList> &rows);
+                           const QList<QStringList> &rows, int width);
 } // namespace Taskmill_Listings

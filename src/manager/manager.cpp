@@ -3,6 +3,7 @@
 #include "kilnutil/platform.h"
 #include "kilnutil/registry.h"
 #include "manager/recentprojects.h"
+#include "manager/spareproject.h"
 #include "processes/processinspector.h"
 
 #include <QDir>
@@ -39,6 +40,20 @@ bool Taskmill_Manager::OpenStartUpProject(const QString &startUpFile)
         QDir::setCurrent(lastDirectory);
     Taskmill_DropMissingRecentProjects();
     return file.isEmpty() ? m_project.NewProject() : m_project.OpenProject(file);
+}
+
+QStringList Taskmill_Manager::NoticesAtStart(bool asksAboutJobs)
+{
+    QStringList notices;
+    const QString heldJobs = asksAboutJobs ? QString{} : m_destinations.Queueless().HeldJobsNotice();
+    if (!heldJobs.isEmpty())
+        notices += heldJobs;
+    const QStringList spareProjects = Taskmill_SpareProjects();
+    for (const QString &path : spareProjects) {
+        if (path != m_project.FilePath())
+            notices += Taskmill_SpareProjectNotice(path);
+    }
+    return notices;
 }
 
 void Taskmill_Manager::ShutDown()

@@ -37,6 +37,10 @@ public:
     /// be had.
     [[nodiscard]] bool OpenStartUpProject(const QString &startUpFile);
 
+    /// What the user must know when the program has started: spare projects of earlier sessions and, unless
+    /// he is asked about them, jobs that are held.
+    [[nodiscard]] QStringList NoticesAtStart(bool asksAboutJobs);
+
     /// Ends all jobs and closes the project; without effect the second time.
     void ShutDown();
     [[nodiscard]] bool IsShutDown() const { return m_isShutDown; }

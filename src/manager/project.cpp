@@ -13,6 +13,7 @@
 #include "manager/projectdatabase.h"
 #include "manager/recentprojects.h"
 #include "manager/version.h"
+#include "manager/spareproject.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -52,7 +53,12 @@ QString ProblemOfFile(const QString &path)
 /// The same for its content, which the database in memory is to take over.
 QString ProblemOfLoading(Taskmill_Database &database, const QString &path)
 {
-    if (!database.LoadFromFile(path))
+    QString reason;
+    const bool loaded = database.LoadFromFile(path, &reason);
+    if (!loaded && !reason.isEmpty())
+        return u"The specified file cannot be opened as a Taskmill project:\n\n%1\n\n%2"_s.arg(u"%1"_s,
+                                                                                               reason);
+    if (!loaded)
         return u"The specified file is not a Taskmill project, is damaged or is in use by another program:\n\n%1\n\n(%2)"_s
             .arg(u"%1"_s, database.LastErrorMessage());
     QString version;
@@ -73,11 +79,10 @@ QString ProblemOf(Taskmill_Database &database, const QString &path)
 }
 
 /// The name of a new file beside a project's own.
-QString SpareFile(const QString &path)
+QString FileBeside(const QString &path)
 {
     const QFileInfo file{path};
-    return file.dir().filePath(u"%1-%2.mill"_s.arg(
-        file.completeBaseName(), QDateTime::currentDateTime().toString(u"yyyyMMdd-hhmmss"_s)));
+    return file.dir().filePath(u"%1-%2.mill"_s.arg(file.completeBaseName(), Taskmill_FileTimeStamp()));
 }
 
 void RememberDirectory(const QString &path)
@@ -191,7 +196,7 @@ QString Taskmill_Project::AskForProjectFile() const
         u"Specify a Taskmill Project File"_s,
         u"%1 already exists.\nDo you want to replace it?"_s.arg(QDir::toNativeSeparators(file)),
         WarnMode::YesNo, WarnAnswer::No);
-    return overwrite == WarnAnswer::Yes ? file : QString{};
+    return overwrite == WarnAnswer::Yes ? file : AskForProjectFile();
 }
 
 Taskmill_Project::FileStamp Taskmill_Project::FileStamp::Of(const QString &path)
@@ -210,15 +215,21 @@ bool Taskmill_Project::SaveProject()
 {
     if (!IsOpen())
         return false;
-    if (FileHasChanged() &&
+    const bool mayReplace =
+        !FileHasChanged() ||
         KilnUtil_Error::UserPrompt().AskQuestion(
             savingTitle,
             u"The project file was changed by another program since it was opened or saved here:\n\n%1\n\n"
             "Do you want to replace it? What the other program wrote is lost then."_s.arg(FilePath()),
-            WarnMode::YesNo, WarnAnswer::No) != WarnAnswer::Yes)
-        return false;
-    const QString path = FilePath().isEmpty() ? AskForProjectFile() : FilePath();
-    return !path.isEmpty() && SaveProjectAs(path);
+            WarnMode::YesNo, WarnAnswer::No) == WarnAnswer::Yes;
+    QString path = FilePath().isEmpty() || !mayReplace ? AskForProjectFile() : FilePath();
+    // The program may be told to end while a question stands, and the project is closed then.
+    while (IsOpen() && !path.isEmpty()) {
+        if (SaveProjectAs(path))
+            return true;
+        path = AskForProjectFile();
+    }
+    return false;
 }
 
 bool Taskmill_Project::SaveProjectAs(const QString &path)
@@ -238,6 +249,7 @@ bool Taskmill_Project::SaveProjectAs(const QString &path)
     m_fileStamp = FileStamp::Of(absolutePath);
     database->SetFilePath(absolutePath);
     database->MarkUnchanged();
+    RemoveSpareFile();
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
     return true;
@@ -255,9 +267,9 @@ bool Taskmill_Project::SaveUnattended()
 {
     if (FilePath().isEmpty() || !HasUnsavedChanges())
         return true;
-    const QString path = FileHasChanged() ? SpareFile(FilePath()) : FilePath();
+    const QString path = FileHasChanged() ? FileBeside(FilePath()) : FilePath();
     if (!WriteFile(path)) {
-        qWarning("The project could not be written to %ls", qUtf16Printable(path));
+        WriteSpareFile();
         return false;
     }
     if (path == FilePath())
@@ -266,7 +278,31 @@ bool Taskmill_Project::SaveUnattended()
         qWarning("The project file was changed by another program; this project was written to %ls",
                  qUtf16Printable(path));
     CurrentDatabase()->MarkUnchanged();
+    RemoveSpareFile();
     return true;
+}
+
+void Taskmill_Project::WriteSpareFile()
+{
+    const auto write = [this](const QString &path) {
+        return WriteFile(path);
+    };
+    // A log-out may be called off, and come again.
+    if (!QFileInfo::exists(m_spareFile) || !write(m_spareFile))
+        m_spareFile = Taskmill_WriteSpareProject(FilePath(), write);
+    // The changes are still to be saved where they belong.
+    if (m_spareFile.isEmpty())
+        qWarning("The project could not be written to %ls, nor anywhere else: its changes are lost",
+                 qUtf16Printable(FilePath()));
+    else
+        qWarning("The project could not be written to %ls; it was written to %ls",
+                 qUtf16Printable(FilePath()), qUtf16Printable(m_spareFile));
+}
+
+void Taskmill_Project::RemoveSpareFile()
+{
+    if (const QString path = std::exchange(m_spareFile, {}); !path.isEmpty() && path != FilePath())
+        QFile::remove(path);
 }
 
 std::optional<Taskmill_Project::SaveQuestion> Taskmill_Project::QuestionBeforeClosing() const
@@ -336,6 +372,7 @@ void Taskmill_Project::CloseProject()
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Clear();
     m_finishedJobs.Clear();
+    m_spareFile.clear();
     Taskmill_Database_Manager::Global().CloseAll();
 }
 
@@ -360,7 +397,7 @@ void Taskmill_Project::ReloadJobs(Taskmill_Database &database)
         database.GetFinishedJobsWithShortOutputs(Taskmill_FinishedJobs::LongestOutputKept + 1));
     m_destinations.Long().Replace(database.GetLongJobs());
     m_destinations.Short().Replace(database.GetShortJobs());
-    // Jobs without a queue start at once, when everything else is in place.
+    // Jobs without a queue start at once, when everything else is in place; those that ran are held.
     m_destinations.Queueless().Replace(database.GetQueuelessJobs());
 }
 

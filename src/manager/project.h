@@ -38,14 +38,15 @@ public:
     /// Whether another program has changed the project's file since it was opened or saved here.
     [[nodiscard]] bool FileHasChanged() const;
     /// Writes the project to its file; one that was never saved asks for a name first, and one whose file has
-    /// changed whether to replace it. False when there is no name or the file could not be written, which is
-    /// reported; the file and the project are then as they were before.
+    /// changed whether to replace it. Where that is declined, or a file could not be written, which is
+    /// reported, another name is asked for. False when there is none; the project is then as it was before.
     bool SaveProject();
     /// Writes the project to the file of that name, which becomes its own.
     bool SaveProjectAs(const QString &path);
     /// Writes unsaved changes to the project's own file without asking or reporting anything but to the debug
     /// log, for a program that is told to end; beside the file when that has changed. False when they could
-    /// not be written.
+    /// not be written there: they are in a spare file then, which the log names and the next start speaks of,
+    /// if any place took it.
     bool SaveUnattended();
     /// The trimmed name with ".mill" at its end; empty for an empty one.
     [[nodiscard]] static QString ProjectFileName(const QString &name);
@@ -85,6 +86,8 @@ private:
     void Adopt(Taskmill_Database &database, const QString &path);
     void Follow(const Taskmill_Database &database) const;
     [[nodiscard]] QString AskForProjectFile() const;
+    void WriteSpareFile();
+    void RemoveSpareFile();
 
     Taskmill_JobTypeList &m_jobTypes;
     KilnUtil_IDManager &m_jobNumbers;
@@ -101,4 +104,5 @@ private:
         bool operator==(const FileStamp &) const = default;
     };
     FileStamp m_fileStamp;
+    QString m_spareFile; ///< holds changes that could not be saved unattended; empty for none
 };

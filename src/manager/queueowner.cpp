@@ -6,6 +6,7 @@
 #include "kilnutil/error.h"
 #include "manager/finishedjobs.h"
 #include "manager/listings.h"
+#include "manager/removalreport.h"
 
 #include <QScopedValueRollback>
 #include <QTimer>
@@ -20,6 +21,12 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 using WarnMode = KilnUtil_Error::WarnMode;
 using WarnAnswer = KilnUtil_Error::WarnAnswer;
+
+QString HeldJobsText(qsizetype count)
+{
+    return count == 1 ? u"1 queueless job was running when this project was closed."_s
+                      : u"%1 queueless jobs were running when this project was closed."_s.arg(count);
+}
 } // namespace
 
 /// What differs between the three.
@@ -53,6 +60,7 @@ Taskmill_QueueOwner::Taskmill_QueueOwner(Taskmill_Destination destination,
         auto list = std::make_unique<Taskmill_QueuelessJobsList>(services);
         connect(list.get(), &Taskmill_QueuelessJobsList::ListUpdatedSignal, this,
                 &Taskmill_QueueOwner::QueueUpdatedSlot);
+        m_list = list.get();
         m_jobs = std::move(list);
         return;
     }
@@ -132,13 +140,13 @@ void Taskmill_QueueOwner::QueueUpdatedSlot()
     Q_EMIT JobsChangedSignal();
 }
 
-QString Taskmill_QueueOwner::ListingText()
+QString Taskmill_QueueOwner::ListingText(int width)
 {
     QList<QStringList> rows;
     for (const Taskmill_Job *job : Jobs().Jobs())
         rows.append(Taskmill_Listings::QueueRow(job->Record()));
     return Taskmill_Listings::Text(u"\n%1\n"_s.arg(ListName()), u"\n%1 is Empty\n\n"_s.arg(ListName()),
-                                   Taskmill_Listings::QueueHeaders(), rows);
+                                   Taskmill_Listings::QueueHeaders(), rows, width);
 }
 
 bool Taskmill_QueueOwner::RemoveSelectedJobs(const QList<int> &jobIDs)
@@ -206,15 +214,14 @@ QList<int> Taskmill_QueueOwner::WithoutRunning(const QList<int> &jobIDs)
 
 void Taskmill_QueueOwner::RemoveNow(QList<int> jobIDs)
 {
-    if (Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase()) {
-        for (const int jobID : jobIDs)
-            (database->*m_variant.remove)(jobID);
+    for (const int jobID : std::as_const(jobIDs)) {
+        if (const Taskmill_Job *job = Jobs().FindByJobID(jobID))
+            DeleteRow(job->Record());
     }
     std::ranges::sort(jobIDs, std::ranges::greater{});
     {
         const QScopedValueRollback removing{m_removing, true};
-        for (const int jobID : std::as_const(jobIDs))
-            Jobs().RemoveByJobID(jobID);
+        Jobs().RemoveByJobIDs(jobIDs);
     }
     // A job that has ended meanwhile would stay in the list.
     QueueUpdatedSlot();
@@ -242,10 +249,45 @@ bool Taskmill_QueueOwner::CollectOnePass()
         jobs.RemoveAt(index);
         oneIsLeft = oneIsLeft || (jobs.JobAt(index) && jobs.JobAt(index)->IsFinished());
         const bool recorded = m_finishedJobs.AddJob(job);
-        Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
         // A job that could not be recorded stays in the file as a waiting one.
-        if (recorded && database)
-            (database->*m_variant.remove)(job.JobID);
+        if (recorded)
+            DeleteRow(job);
     }
     return oneIsLeft;
+}
+
+void Taskmill_QueueOwner::DeleteRow(const Taskmill_JobRecord &job)
+{
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+    if (!database || (database->*m_variant.remove)(job.JobID))
+        return;
+    // Who removes jobs is in the middle of it, and one report serves for all of them.
+    if (m_keptRows.isEmpty())
+        QTimer::singleShot(0, this, &Taskmill_QueueOwner::ReportKeptRows);
+    m_keptRows.append(job.Name);
+}
+
+void Taskmill_QueueOwner::ReportKeptRows()
+{
+    const QStringList names = std::exchange(m_keptRows, {});
+    if (const Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase())
+        Taskmill_ReportRowsKept(*database, names);
+}
+
+Taskmill_Question Taskmill_QueueOwner::HeldJobsQuestion() const
+{
+    const qsizetype count = m_list->HeldJobIDs().size();
+    if (count == 0)
+        return {};
+    return {.title = u"Queueless Jobs of the Project"_s,
+            .text = HeldJobsText(count) + (count == 1 ? u" Run it again?"_s : u" Run them again?"_s)};
+}
+
+QString Taskmill_QueueOwner::HeldJobsNotice() const
+{
+    const qsizetype count = m_list->HeldJobIDs().size();
+    if (count == 0)
+        return {};
+    return HeldJobsText(count) + (count == 1 ? u" It waits until it is run again or removed."_s
+                                             : u" They wait until they are run again or removed."_s);
 }

@@ -9,6 +9,7 @@
 #include <memory>
 
 class Taskmill_FinishedJobs;
+class Taskmill_QueuelessJobsList;
 
 /// One of the three places where jobs wait and run: owns the queue, or the list of the jobs without one, and
 /// adds the database to what it does.
@@ -27,6 +28,8 @@ public:
     [[nodiscard]] Taskmill_JobContainer &Jobs() const { return *m_jobs; }
     /// The same with its limit and pause; nullptr for the list of the jobs without a queue.
     [[nodiscard]] Taskmill_JobQueue *Queue() const { return m_queue; }
+    /// The list of the jobs without a queue; nullptr for the two queues.
+    [[nodiscard]] Taskmill_QueuelessJobsList *List() const { return m_list; }
     /// The name that the user sees, such as "Long Jobs Queue".
     [[nodiscard]] QString ListName() const;
 
@@ -43,8 +46,13 @@ public:
     /// between that has it as a waiting one.
     void CollectAllFinished();
 
-    /// The listing that the console prints.
-    [[nodiscard]] QString ListingText();
+    /// The listing that the console prints; with a width, made to fit a terminal of so many columns.
+    [[nodiscard]] QString ListingText(int width = 0);
+
+    /// Whether the jobs that ran when the project was closed are to run again, and that they do not; the
+    /// texts are empty when there are none.
+    [[nodiscard]] Taskmill_Question HeldJobsQuestion() const;
+    [[nodiscard]] QString HeldJobsNotice() const;
 
     /// Asks, warns of running jobs, and removes the jobs with their rows. False when there are none, one is
     /// unknown, or the user declines; nothing is removed then.
@@ -76,11 +84,15 @@ private:
     /// Nothing for a list that cannot be paused.
     void Pause();
     bool CollectOnePass();
+    void DeleteRow(const Taskmill_JobRecord &job);
+    void ReportKeptRows();
 
     const Variant &m_variant;
     Taskmill_FinishedJobs &m_finishedJobs;
     std::unique_ptr<Taskmill_JobContainer> m_jobs;
     Taskmill_JobQueue *m_queue = nullptr; ///< m_jobs, where that has a limit
+    Taskmill_QueuelessJobsList *m_list = nullptr; ///< m_jobs, where that is the other one
+    QStringList m_keptRows; ///< names of jobs whose rows could not be deleted, not yet reported
     bool m_collecting = false;
-    bool m_removing = false; ///< jobs are being removed one by one: nothing is collected meanwhile
+    bool m_removing = false; ///< jobs are being removed: nothing is collected meanwhile
 };

@@ -146,12 +146,12 @@ void Taskmill_RunningJobs::ListedSlot(const QList<Taskmill_ProcessRecord> &proce
     Q_EMIT RefreshedSignal();
 }
 
-QString Taskmill_RunningJobs::ListingText(const QList<Taskmill_ProcessRecord> &processes)
+QString Taskmill_RunningJobs::ListingText(const QList<Taskmill_ProcessRecord> &processes, int width)
 {
     m_processes = processes;
     QList<QStringList> rows;
     for (const Taskmill_ProcessRecord &process : m_processes)
         rows.append(Taskmill_Listings::ProcessRow(process));
     return Taskmill_Listings::Text(u"\nRunning Jobs\n"_s, u"\nRunning Jobs List is Empty\n\n"_s,
-                                   Taskmill_Listings::ProcessHeaders(), rows);
+                                   Taskmill_Listings::ProcessHeaders(), rows, width);
 }

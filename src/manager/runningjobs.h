@@ -36,8 +36,9 @@ public:
     /// requested.
     using Reading = std::function<QList<Taskmill_ProcessRecord>()>;
     [[nodiscard]] Reading PrepareReading() const;
-    /// Takes the processes over and returns the listing of them that the console prints.
-    [[nodiscard]] QString ListingText(const QList<Taskmill_ProcessRecord> &processes);
+    /// Takes the processes over and returns the listing of them that the console prints; with a width, made
+    /// to fit a terminal of so many columns.
+    [[nodiscard]] QString ListingText(const QList<Taskmill_ProcessRecord> &processes, int width = 0);
 
     /// Reads the processes afresh on another thread; RefreshedSignal() tells when it is done. While a reading
     /// is under way, one more follows it, however often this is called. Nothing follows them on its own.

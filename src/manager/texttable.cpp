@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -79,13 +80,89 @@ QString CellText(QString text)
 
 using Widths = QList<qsizetype>;
 
+constexpr qsizetype columnGap = 2;
+constexpr qsizetype widestWhole = 20; ///< a time is shown whole or not at all
+constexpr qsizetype leastWidth = 12;  ///< of a column that loses the middle of its cells
+const QString ellipsis = u"..."_s;    // every encoding has it
+
+/// As many characters of the text, from its beginning, as fit.
+QString Beginning(const QList<uint> &characters, qsizetype width)
+{
+    QString text;
+    for (const char32_t character : characters) {
+        width -= CharacterWidth(character);
+        if (width < 0)
+            break;
+        text += QString::fromUcs4(&character, 1);
+    }
+    return text;
+}
+
+/// The text without its middle, when it is wider: names and paths differ at both their ends.
+QString Shortened(const QString &text, qsizetype width)
+{
+    if (Taskmill_TextWidth(text) <= width)
+        return text;
+    QList<uint> characters = text.toUcs4();
+    const qsizetype kept = width - ellipsis.size();
+    if (kept < 2)
+        return Beginning(characters, width);
+    const QString begin = Beginning(characters, (kept + 1) / 2);
+    qsizetype endWidth = 0;
+    auto end = characters.cend();
+    while (endWidth + CharacterWidth(*(end - 1)) <= kept / 2)
+        endWidth += CharacterWidth(*--end);
+    return begin + ellipsis + Beginning({end, characters.cend()}, endWidth);
+}
+
+/// A column of a table that is made to fit.
+struct Column
+{
+    qsizetype index; ///< in the whole table
+    qsizetype natural;
+    qsizetype width;
+};
+
+qsizetype LineWidth(const QList<Column> &columns)
+{
+    qsizetype width = -columnGap;
+    for (const Column &column : columns)
+        width += column.width + columnGap;
+    return width;
+}
+
+/// Takes a column out and returns its header.
+QString LeaveOut(QList<Column> &columns, const QStringList &headers, const QStringList &leftOutFirst)
+{
+    for (const QString &header : leftOutFirst) {
+        const auto column = std::ranges::find_if(
+            columns, [&](const Column &candidate) { return headers[candidate.index] == header; });
+        if (column != columns.end()) {
+            columns.erase(column);
+            return header;
+        }
+    }
+    return headers[columns.takeLast().index];
+}
+
+/// Lets the columns that lack the least grow first, so that as many as possible are whole.
+void Widen(const QList<Column *> &narrowFirst, qsizetype width)
+{
+    for (qsizetype done = 0; done < narrowFirst.size(); ++done) {
+        Column &column = *narrowFirst[done];
+        const qsizetype grown = qMin(column.natural - column.width, width / (narrowFirst.size() - done));
+        column.width += grown;
+        width -= grown;
+    }
+}
+
 QString Line(const QStringList &cells, const Widths &widths)
 {
     QString line;
     for (qsizetype column = 0; column < widths.size(); ++column) {
         const QString cell = cells.value(column);
         if (column > 0)
-            line += "  "_L1;
+            line += QString{columnGap, u' '};
         line += cell + QString{widths[column] - Taskmill_TextWidth(cell), u' '};
     }
     return line;
@@ -122,4 +199,47 @@ QString Taskmill_TextTable(const QStringList &headers, const QList<QStringList> 
     for (const QStringList &line : std::as_const(lines))
         table += Line(line, widths) + u'\n';
     return table;
+}
+
+QString Taskmill_FittedTextTable(const QStringList &headers, const QList<QStringList> &rows, qsizetype width,
+                                 const QStringList &leftOutFirst)
+{
+    QList<Column> columns;
+    qsizetype wholeWidth = -columnGap;
+    for (qsizetype index = 0; index < headers.size(); ++index) {
+        qsizetype natural = Taskmill_TextWidth(headers[index]);
+        for (const QStringList &row : rows)
+            natural = qMax(natural, Taskmill_TextWidth(CellText(row.value(index))));
+        columns.append({index, natural, natural <= widestWhole ? natural : leastWidth});
+        wholeWidth += natural + columnGap;
+    }
+    if (width <= 0 || wholeWidth <= width)
+        return Taskmill_TextTable(headers, rows);
+
+    QStringList leftOut;
+    while (columns.size() > 1 && LineWidth(columns) > width)
+        leftOut += LeaveOut(columns, headers, leftOutFirst);
+    QList<Column *> narrowFirst;
+    for (Column &column : columns)
+        narrowFirst.append(&column);
+    std::ranges::stable_sort(narrowFirst, {},
+                             [](const Column *column) { return column->natural - column->width; });
+    columns.first().width = qMin(columns.first().width, width);
+    Widen(narrowFirst, width - LineWidth(columns));
+
+    const auto fitted = [&columns](const QStringList &cells) {
+        QStringList line;
+        for (const Column &column : std::as_const(columns))
+            line += Shortened(CellText(cells.value(column.index)), column.width);
+        return line;
+    };
+    QList<QStringList> lines;
+    lines.reserve(rows.size());
+    std::ranges::transform(rows, std::back_inserter(lines), fitted);
+    if (leftOut.isEmpty())
+        return Taskmill_TextTable(fitted(headers), lines);
+    QString note = u"(too wide to be shown here: %1)"_s.arg(leftOut.join(u", "_s));
+    if (Taskmill_TextWidth(note) > width)
+        note = Shortened(u"(%1 columns are too wide to be shown here)"_s.arg(leftOut.size()), width);
+    return Taskmill_TextTable(fitted(headers), lines) + note + u'\n';
 }

@@ -10,6 +10,12 @@
 /// cells beyond the headers are left out. A cell of more than 4,000 characters is cut.
 [[nodiscard]] QString Taskmill_TextTable(const QStringList &headers, const QList<QStringList> &rows);
 
+/// The same in lines of at most `width` columns of the terminal, 0 for any width. Columns leave the table
+/// until the others fit, those whose headers come first in `leftOutFirst` before the rest, and a line below
+/// names them; long cells lose their middle.
+[[nodiscard]] QString Taskmill_FittedTextTable(const QStringList &headers, const QList<QStringList> &rows,
+                                               qsizetype width, const QStringList &leftOutFirst);
+
 /// The columns that the text takes on a terminal: none for a combining character, two for a wide East Asian
 /// one.
 [[nodiscard]] qsizetype Taskmill_TextWidth(const QString &text);

@@ -10,8 +10,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-constexpr int exitCodeOfFailedStart = 255;
-
 /// A pipe with a name is opened only when somebody opens its other end, and the toolkit opens files itself.
 bool MayBlockWhenOpened(const QString &path)
 {
@@ -130,7 +128,7 @@ bool KilnUtil_Process::HasCrashed() const
 
 int KilnUtil_Process::ExitCode() const
 {
-    return m_failedToStart ? exitCodeOfFailedStart : exitCode();
+    return m_failedToStart ? ExitCodeOfFailedStart : exitCode();
 }
 
 void KilnUtil_Process::DeleteWhenEnded()

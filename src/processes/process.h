@@ -12,6 +12,8 @@ class KilnUtil_Process : public QProcess
     Q_OBJECT
 
 public:
+    /// The exit code of a program that could not be started.
+    static constexpr int ExitCodeOfFailedStart = 255;
     /// How long KillSlot() waits for a killed process to be gone, in ms.
     static constexpr int KillWaitMs = 5000;
 
@@ -52,7 +54,7 @@ public:
     [[nodiscard]] bool WasKilled() const { return m_killed; }
     /// False for a normal end and for a program that could not be started.
     [[nodiscard]] bool HasCrashed() const;
-    /// 255 for a program that could not be started.
+    /// ExitCodeOfFailedStart for a program that could not be started.
     [[nodiscard]] int ExitCode() const;
 
     /// What has arrived so far.

@@ -2,33 +2,34 @@
 
 #include "requests/requestmessage.h"
 
-#include <QTcpSocket>
+#include <QSocketNotifier>
 #include <QTimer>
 
 #include <utility>
 
-Taskmill_RequestConnection::Taskmill_RequestConnection(QTcpSocket *socket,
-                                                       const Taskmill_RequestLimits &limits, QObject *parent)
+Taskmill_RequestConnection::Taskmill_RequestConnection(Taskmill_Socket socket, Taskmill_PeerUser user,
+                                                       QByteArray bytes, const Taskmill_RequestLimits &limits,
+                                                       QObject *parent)
     : QObject{parent}
-    , m_socket{socket}
+    , m_socket{std::move(socket)}
+    , m_user{user}
     , m_limits{limits}
+    , m_deadline{limits.SilenceMs}
+    , m_bytes{std::move(bytes)}
 {
-    m_socket->setParent(this);
-    // Nothing is read ahead of the bound.
-    m_socket->setReadBufferSize(m_limits.MaxBytes + 1);
     m_timer = new QTimer{this};
     m_timer->setSingleShot(true);
     connect(m_timer, &QTimer::timeout, this, &Taskmill_RequestConnection::TimeoutSlot);
-    connect(m_socket, &QTcpSocket::readyRead, this, &Taskmill_RequestConnection::ReadSlot);
-    connect(m_socket, &QTcpSocket::disconnected, this, &Taskmill_RequestConnection::CompleteSlot);
-    m_timer->start(m_limits.SilenceMs);
-    // The bytes and the end may be there before anybody listens to the signals.
-    QMetaObject::invokeMethod(this, &Taskmill_RequestConnection::ReadSlot, Qt::QueuedConnection);
+    m_timer->start(m_bytes.isEmpty() ? m_limits.SilenceMs : m_limits.QuietMs);
+    m_notifier = std::make_unique<QSocketNotifier>(m_socket.Get(), QSocketNotifier::Read);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, &Taskmill_RequestConnection::ReadNow);
+    // What was read may be all that the event loop would report.
+    if (!m_bytes.isEmpty())
+        QMetaObject::invokeMethod(this, &Taskmill_RequestConnection::ReadNow, Qt::QueuedConnection);
 }
 
 Taskmill_RequestConnection::Taskmill_RequestConnection(QByteArray message, QObject *parent)
     : QObject{parent}
-    , m_socket{nullptr}
     , m_bytes{std::move(message)}
     , m_complete{true}
 {
@@ -36,86 +37,100 @@ Taskmill_RequestConnection::Taskmill_RequestConnection(QByteArray message, QObje
 
 Taskmill_RequestConnection::~Taskmill_RequestConnection()
 {
-    if (m_socket)
-        disconnect(m_socket, nullptr, this, nullptr);
+    CloseSocket();
 }
 
-qintptr Taskmill_RequestConnection::Handle() const
-{
-    return m_socket->socketDescriptor();
-}
-
+/// A client that has closed its half still reads the other one, if it asks for an answer.
 void Taskmill_RequestConnection::ReadNow()
-{
-    // The end of the connection comes with a reading that finds nothing.
-    while (!m_complete && m_socket->waitForReadyRead(0)) {
-    }
-}
-
-bool Taskmill_RequestConnection::IsSilent() const
-{
-    return m_bytes.isEmpty() && m_socket->bytesAvailable() == 0 &&
-           m_socket->state() == QAbstractSocket::ConnectedState;
-}
-
-void Taskmill_RequestConnection::ReadSlot()
 {
     if (m_complete)
         return;
-    m_bytes += m_socket->read(m_limits.MaxBytes + 1 - m_bytes.size());
+    std::string arrived;
+    const auto room = static_cast<std::size_t>(m_limits.MaxBytes + 1 - m_bytes.size());
+    const Taskmill_Socket::State state = m_socket.Receive(arrived, room);
+    m_bytes.append(arrived.data(), static_cast<qsizetype>(arrived.size()));
     if (m_bytes.size() > m_limits.MaxBytes) {
         qWarning("A message of more than %lld bytes is dropped", static_cast<long long>(m_limits.MaxBytes));
         Drop();
-        return;
-    }
-    if (m_socket->state() == QAbstractSocket::UnconnectedState || Taskmill_AsksForReply(m_bytes))
-        CompleteSlot();
-    else if (!m_bytes.isEmpty())
+    } else if (state == Taskmill_Socket::State::Ended || Taskmill_AsksForReply(m_bytes)) {
+        Complete();
+    } else if (!arrived.empty()) {
+        // When this program was held up, the message may have been whole for long: what follows decides.
+        if (m_deadline.hasExpired() && std::exchange(m_isLate, true)) {
+            qWarning("A message that does not end is dropped");
+            Drop();
+            return;
+        }
         m_timer->start(m_limits.QuietMs);
+    }
 }
 
-void Taskmill_RequestConnection::CompleteSlot()
+void Taskmill_RequestConnection::Complete()
 {
-    if (m_complete)
-        return;
-    if (m_socket->bytesAvailable() > 0) {
-        ReadSlot();
-        return;
-    }
     m_complete = true;
     m_timer->stop();
+    m_notifier->setEnabled(false);
     Q_EMIT CompletedSignal(this);
 }
 
 void Taskmill_RequestConnection::TimeoutSlot()
 {
+    if (m_complete) {
+        // The client does not take its answer.
+        deleteLater();
+        return;
+    }
     // While the program was busy with something else, more may have arrived that nobody has read yet.
-    if (m_socket->waitForReadyRead(0) || m_complete)
+    const qsizetype before = m_bytes.size();
+    ReadNow();
+    if (m_complete || m_bytes.size() > before)
         return;
     if (m_bytes.isEmpty())
         Drop();
     else
-        CompleteSlot();
+        Complete();
 }
 
 void Taskmill_RequestConnection::Drop()
 {
     m_complete = true;
     m_timer->stop();
-    m_socket->abort();
+    CloseSocket();
     Q_EMIT DroppedSignal(this);
     deleteLater();
 }
 
+void Taskmill_RequestConnection::CloseSocket()
+{
+    // Which must not watch a number that the next file may get.
+    if (m_notifier)
+        m_notifier->setEnabled(false);
+    m_socket.Close();
+}
+
 void Taskmill_RequestConnection::Close(const QByteArray &answer)
 {
-    // The client may be gone: its side can close while a dialog is open.
-    if (!m_socket || m_socket->state() != QAbstractSocket::ConnectedState) {
+    if (!m_socket.IsOpen() || answer.isEmpty()) {
+        CloseSocket();
         deleteLater();
         return;
     }
-    connect(m_socket, &QTcpSocket::disconnected, this, &QObject::deleteLater);
-    if (!answer.isEmpty())
-        m_socket->write(answer);
-    m_socket->disconnectFromHost();
+    // What nobody has read would make the system throw the answer away with the connection.
+    std::string ignored;
+    (void)m_socket.Receive(ignored, static_cast<std::size_t>(m_limits.MaxBytes));
+    m_answer = answer.toStdString();
+    SendSlot();
+}
+
+/// The client may be gone: its side can close while a dialog is open.
+void Taskmill_RequestConnection::SendSlot()
+{
+    if (!m_socket.SendSome(m_answer) || m_answer.empty()) {
+        CloseSocket();
+        deleteLater();
+    } else if (m_notifier->type() != QSocketNotifier::Write) {
+        m_timer->start(m_limits.SilenceMs);
+        m_notifier = std::make_unique<QSocketNotifier>(m_socket.Get(), QSocketNotifier::Write);
+        connect(m_notifier.get(), &QSocketNotifier::activated, this, &Taskmill_RequestConnection::SendSlot);
+    }
 }

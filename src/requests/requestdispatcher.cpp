@@ -37,5 +37,5 @@ QByteArray Taskmill_RequestDispatcher::SubmitJob(const Taskmill_RequestMessage &
     QByteArrayList numbers;
     for (const int jobID : result.JobIDs)
         numbers += QByteArray::number(jobID);
-    return Taskmill_AcceptedReply.toByteArray() + numbers.join(' ') + '\n';
+    return Taskmill_AcceptedReply.toByteArray() + numbers.join(' ') + '\n' + result.JobLines;
 }

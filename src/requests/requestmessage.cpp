@@ -1,6 +1,7 @@
 #include "requests/requestmessage.h"
 
 #include "kilnutil/textencoding.h"
+#include "wire/clientkey.h"
 
 #include <QHash>
 
@@ -53,6 +54,17 @@ void SetUnconfirmed(Message &message, const QString &)
     message.ConfirmAction = false;
 }
 
+template <bool Message::*Field>
+void SetFlag(Message &message, const QString &)
+{
+    message.*Field = true;
+}
+
+constexpr QLatin1StringView Latin1(std::string_view text)
+{
+    return {text.data(), static_cast<qsizetype>(text.size())};
+}
+
 void Ignore(Message &, const QString &) {}
 
 /// Tested in this order; the first prefix that matches decides.
@@ -63,6 +75,7 @@ constexpr std::array keys{
     Key{"clientport="_L1, SetNumber<&Message::ClientPort>},
     Key{"clientuid="_L1, SetNumber<&Message::ClientUID>},
     Key{"clientgid="_L1, SetNumber<&Message::ClientGID>},
+    Key{"clientkey="_L1, Ignore},
     Key{"clientnotification="_L1, SetNotification},
     Key{"action="_L1, SetText<&Message::Action>},
     Key{"confirmaction=yes"_L1, SetConfirmed},
@@ -71,6 +84,8 @@ constexpr std::array keys{
     Key{"confirmaction=false"_L1, SetUnconfirmed},
     Key{"jobsilent="_L1, Ignore},
     Key{"jobtypename="_L1, SetText<&Message::JobTypeName>},
+    Key{Latin1(Taskmill_WireExactJobType), SetFlag<&Message::ExactJobType>},
+    Key{Latin1(Taskmill_WireDetailedReply), SetFlag<&Message::DetailedReply>},
     Key{"jobclass="_L1, Ignore},
     Key{"jobname="_L1, SetText<&Message::JobName>},
     Key{"jobqueue="_L1, SetText<&Message::JobQueue>},
@@ -112,6 +127,21 @@ void ReadLine(Message &message, PlaceholderPositions &positions, const QString &
     if (line.startsWith(u'@') && equals > 0)
         AddPlaceholder(message, positions, line, equals);
 }
+QByteArrayView WithoutCarriageReturn(QByteArrayView line)
+{
+    return line.endsWith('\r') ? line.chopped(1) : line;
+}
+
+/// Takes as long for every wrong key.
+bool IsSame(QByteArrayView given, QByteArrayView key)
+{
+    if (given.size() != key.size())
+        return false;
+    unsigned difference = 0;
+    for (qsizetype index = 0; index < key.size(); ++index)
+        difference |= static_cast<unsigned char>(given[index] ^ key[index]);
+    return difference == 0;
+}
 } // namespace
 
 Taskmill_RequestMessage Taskmill_RequestMessage::Parse(const QByteArray &bytes)
@@ -124,6 +154,8 @@ Taskmill_RequestMessage Taskmill_RequestMessage::Parse(const QByteArray &bytes)
             line.chop(1);
         ReadLine(message, positions, line.toString());
     }
+    if (!Taskmill_AsksForReply(bytes))
+        message.ExactJobType = message.DetailedReply = false;
     return message;
 }
 
@@ -135,4 +167,28 @@ bool Taskmill_AsksForReply(QByteArrayView bytes)
     const QByteArrayView wanted = Taskmill_ReplyRequestLine.chopped(1);
     const qsizetype begin = bytes.size() - wanted.size();
     return bytes.endsWith(wanted) && (begin == 0 || bytes[begin - 1] == '\n');
+}
+
+bool Taskmill_IsHttp(QByteArrayView message)
+{
+    const qsizetype end = message.indexOf('\n');
+    const QByteArrayView first = WithoutCarriageReturn(end < 0 ? message : message.first(end));
+    return first.endsWith(" HTTP/1.1") || first.endsWith(" HTTP/1.0");
+}
+
+bool Taskmill_ShowsClientKey(QByteArrayView message, QByteArrayView key)
+{
+    const QByteArrayView prefix{Taskmill_WireClientKey.data(),
+                                static_cast<qsizetype>(Taskmill_WireClientKey.size())};
+    bool isShown = false;
+    while (!message.isEmpty() && !key.isEmpty() && !isShown) {
+        const qsizetype lineFeed = message.indexOf('\n');
+        const qsizetype end = lineFeed < 0 ? message.size() : lineFeed;
+        const QByteArrayView line = WithoutCarriageReturn(message.first(end));
+        isShown = line.size() > prefix.size() &&
+                  qstrnicmp(line.data(), prefix.size(), prefix.data(), prefix.size()) == 0 &&
+                  IsSame(line.sliced(prefix.size()), key);
+        message = message.sliced(qMin(end + 1, message.size()));
+    }
+    return isShown;
 }

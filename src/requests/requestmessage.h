@@ -23,3 +23,8 @@ constexpr QByteArrayView Taskmill_RefusedReply{Taskmill_WireRefused.data(), Task
 
 /// Whether the message so far ends with Taskmill_ReplyRequestLine.
 [[nodiscard]] bool Taskmill_AsksForReply(QByteArrayView bytes);
+
+/// Whether a browser has sent it: any page that the user looks at can send requests to this computer.
+[[nodiscard]] bool Taskmill_IsHttp(QByteArrayView message);
+/// Whether the message shows that key in one of its lines "clientkey="; never when there is no key.
+[[nodiscard]] bool Taskmill_ShowsClientKey(QByteArrayView message, QByteArrayView key);

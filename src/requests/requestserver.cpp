@@ -1,10 +1,7 @@
 #include "requests/requestserver.h"
 
-#include "wire/peeruser.h"
-#include "wire/socket.h"
-
 #include <QScopedValueRollback>
-#include <QTcpSocket>
+#include <QSocketNotifier>
 #include <QTimer>
 
 #include <algorithm>
@@ -14,93 +11,144 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-void Taskmill_RequestListener::incomingConnection(qintptr handle)
+namespace {
+const QString refusalText =
+    u"it cannot be told who has sent the request, because its sender closed the connection at once and other "
+    "users are at work on this computer"_s;
+const QByteArray questionIsOpen = "a question is open in the manager; answer it first";
+
+QByteArray Refused(const QByteArray &reason)
 {
-    QByteArray bytes;
-    if (!hasPendingConnections() && m_takeAtOnce(handle, bytes))
-        return;
-    auto *socket = new QTcpSocket{this};
-    socket->setSocketDescriptor(handle);
-    std::for_each(bytes.crbegin(), bytes.crend(), [socket](char byte) { socket->ungetChar(byte); });
-    addPendingConnection(socket);
+    return Taskmill_RefusedReply.toByteArray() + reason + '\n';
 }
 
-Taskmill_RequestServer::Taskmill_RequestServer(Taskmill_RequestHandler &handler,
-                                               const Taskmill_RequestLimits &limits, QObject *parent)
-    : QObject{parent}
-    , m_handler{handler}
-    , m_limits{limits}
-    , m_server{[this](qintptr handle, QByteArray &bytes) {
-        return TakeAtOnce(handle, bytes);
-    }}
+/// Nothing happens at any other one: the connection itself is what such a client wanted to see.
+bool IsToBeHandled(const Taskmill_RequestMessage &request)
 {
-    m_server.setMaxPendingConnections(ConnectionsTakenAtOnce);
-    connect(&m_server, &QTcpServer::newConnection, this, &Taskmill_RequestServer::TakeConnectionsLater);
-    connect(&m_server, &QTcpServer::acceptError, this, &Taskmill_RequestServer::AcceptErrorSlot);
+    return !request.Action.isEmpty() && request.Action.compare("test"_L1, Qt::CaseInsensitive) != 0;
+}
+} // namespace
+
+Taskmill_RequestServer::Taskmill_RequestServer(Taskmill_RequestHandler &handler,
+                                               const Taskmill_RequestLimits &limits,
+                                               Taskmill_ClientGate::Environment environment)
+    : m_handler{handler}
+    , m_limits{limits}
+    , m_gate{std::move(environment)}
+{
+}
+
+Taskmill_RequestServer::~Taskmill_RequestServer()
+{
+    Close();
 }
 
 bool Taskmill_RequestServer::Listen(quint16 port)
 {
-    // A client whose connection does not fit tries again after a whole second.
-    m_server.setListenBacklogSize(4096);
-    if (m_server.listen(QHostAddress::LocalHost, port))
-        return true;
-    qWarning("Cannot listen on port %d: %ls", port, qUtf16Printable(m_server.errorString()));
-    return false;
+    m_server = Taskmill_Socket::Listen(port);
+    if (!m_server.IsOpen()) {
+        qWarning("Cannot listen on port %d: %s", port, Taskmill_Socket::LastErrorText().c_str());
+        return false;
+    }
+    m_gate.Open(Port());
+    m_isPaused = false;
+    m_notifier = std::make_unique<QSocketNotifier>(m_server.Get(), QSocketNotifier::Read);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this,
+            &Taskmill_RequestServer::TakeConnectionsSlot);
+    return true;
 }
 
 void Taskmill_RequestServer::Close()
 {
-    m_server.close();
+    m_gate.Close();
+    m_notifier.reset();
+    m_server.Close();
+    m_held.reset();
     qDeleteAll(std::exchange(m_collecting, {}));
     qDeleteAll(std::exchange(m_complete, {}));
     m_withoutSocket = 0;
     m_next.reset();
 }
 
-void Taskmill_RequestServer::TakeConnectionsLater()
-{
-    if (!std::exchange(m_takePending, true))
-        QMetaObject::invokeMethod(this, &Taskmill_RequestServer::TakeConnectionsSlot, Qt::QueuedConnection);
-}
-
 void Taskmill_RequestServer::TakeConnectionsSlot()
 {
-    m_takePending = false;
-    for (int taken = 0; taken < ConnectionsTakenAtOnce && m_server.hasPendingConnections(); ++taken) {
-        // What is not taken waits with the toolkit and the system until an open connection ends.
-        if (!MakeRoom())
-            return;
-        Take(m_server.nextPendingConnection());
+    for (int taken = 0; taken < ConnectionsTakenAtOnce && TakeNext(); ++taken) {
     }
-    if (m_server.hasPendingConnections())
-        TakeConnectionsLater();
+}
+
+/// Takes a connection from the system, or the one that waits for room. False when there is none, or it has to
+/// wait.
+bool Taskmill_RequestServer::TakeNext()
+{
+    if (!m_server.IsOpen() || m_isPaused)
+        return false;
+    if (m_withoutSocket >= m_limits.MaxWaiting) {
+        PauseAccepting();
+        return false;
+    }
+    Arrival arrival = m_held ? *std::exchange(m_held, std::nullopt) : Arrival{};
+    if (!arrival.socket.IsOpen()) {
+        bool hasFailed = false;
+        arrival.socket = m_server.Accept(&hasFailed);
+        if (hasFailed)
+            AcceptFailed();
+        if (!arrival.socket.IsOpen())
+            return false;
+        m_acceptFails = false;
+        if (TakeAtOnce(arrival))
+            return true;
+    }
+    if (HasRoomFor(arrival.socket)) {
+        Collect(std::move(arrival));
+        return true;
+    }
+    m_held = std::move(arrival);
+    PauseAccepting();
+    return false;
 }
 
 /// Most clients have closed before this program sees them. Their message is all that is left of them, so that
-/// a flood of them neither fills the system's queue of connections nor keeps files open.
-bool Taskmill_RequestServer::TakeAtOnce(qintptr handle, QByteArray &bytes)
+/// a flood of them neither fills the system's queue of connections nor keeps files open. One that asks for an
+/// answer may have closed its half only.
+bool Taskmill_RequestServer::TakeAtOnce(Arrival &arrival)
 {
-    constexpr std::size_t mostBytes = 65536;
-    if (m_withoutSocket >= m_limits.MaxWaiting)
-        return false;
-    Taskmill_Socket socket{handle};
-    std::string message;
-    const bool isWhole = socket.Receive(message, mostBytes) == Taskmill_Socket::State::Ended;
-    bytes = QByteArray::fromStdString(message);
-    if (!isWhole || bytes.size() > m_limits.MaxBytes) {
-        socket.Release();
-        return false;
-    }
-    if (Taskmill_IsOtherUser(socket.Get())) {
+    constexpr qsizetype mostBytes = 65536;
+    // Before anything else: the sooner it is looked, the more can be told.
+    arrival.user = m_gate.UserOf(arrival.socket.Get());
+    if (arrival.user == Taskmill_PeerUser::Other) {
         qWarning("A connection of another user is dropped");
         return true;
     }
+    std::string message;
+    const bool isWhole =
+        arrival.socket.Receive(message, static_cast<std::size_t>(qMin(mostBytes, m_limits.MaxBytes))) ==
+        Taskmill_Socket::State::Ended;
+    arrival.bytes = QByteArray::fromStdString(message);
+    if (!isWhole || Taskmill_AsksForReply(arrival.bytes))
+        return false;
     ReadEarlierOnes();
-    ++m_withoutSocket;
-    m_complete.append(new Taskmill_RequestConnection{bytes, this});
-    CallLater();
+    if (QByteArray answer; Admits(arrival.user, arrival.bytes, answer)) {
+        ++m_withoutSocket;
+        AddComplete(new Taskmill_RequestConnection{arrival.bytes, this});
+    }
     return true;
+}
+
+/// Whether the message is to be handled; else `answer` is what its client is sent, if it asks for an answer.
+bool Taskmill_RequestServer::Admits(Taskmill_PeerUser user, const QByteArray &message, QByteArray &answer)
+{
+    if (Taskmill_IsHttp(message)) {
+        qWarning("A request of a web browser is dropped");
+        return false;
+    }
+    if (user != Taskmill_PeerUser::Unknown || m_gate.Admits(message) ||
+        !IsToBeHandled(Taskmill_RequestMessage::Parse(message)))
+        return true;
+    qWarning("A request is refused: %ls", qUtf16Printable(refusalText));
+    answer = Refused(refusalText.toUtf8());
+    if (!std::exchange(m_hasRefused, true))
+        Q_EMIT FirstRefusedSignal(refusalText);
+    return false;
 }
 
 /// What has arrived on the open connections came before the message of a connection that is taken now.
@@ -115,51 +163,63 @@ void Taskmill_RequestServer::ReadEarlierOnes()
         earlier[static_cast<qsizetype>(position)]->ReadNow();
 }
 
-void Taskmill_RequestServer::Take(QTcpSocket *socket)
+void Taskmill_RequestServer::Collect(Arrival arrival)
 {
-    if (Taskmill_IsOtherUser(socket->socketDescriptor())) {
-        qWarning("A connection of another user is dropped");
-        socket->abort();
-        socket->deleteLater();
-        return;
-    }
-    auto *connection = new Taskmill_RequestConnection{socket, m_limits, this};
+    auto *connection = new Taskmill_RequestConnection{std::move(arrival.socket), arrival.user,
+                                                      std::move(arrival.bytes), m_limits, this};
     m_collecting.append(connection);
     connect(connection, &Taskmill_RequestConnection::CompletedSignal, this,
             &Taskmill_RequestServer::MessageCompletedSlot);
     connect(connection, &Taskmill_RequestConnection::DroppedSignal, this, &Taskmill_RequestServer::Forget);
 }
 
-bool Taskmill_RequestServer::MakeRoom()
+bool Taskmill_RequestServer::HasRoomFor(const Taskmill_Socket &socket)
 {
-    if (m_collecting.size() + m_complete.size() - m_withoutSocket < m_limits.MaxConnections)
+    const qsizetype open = m_collecting.size() + m_complete.size() - m_withoutSocket;
+    // Whatever else has opened all the files, one client can be served.
+    if (open < m_limits.MaxConnections && (open == 0 || !socket.IsNearLimit()))
         return true;
     // A client whose bytes are there has not been silent.
     ReadEarlierOnes();
     return DropLongestSilent();
 }
 
+void Taskmill_RequestServer::PauseAccepting()
+{
+    m_isPaused = true;
+    m_notifier->setEnabled(false);
+}
+
+/// To be called whenever a connection has ended.
+void Taskmill_RequestServer::ResumeAccepting()
+{
+    if (!m_server.IsOpen() || !std::exchange(m_isPaused, false))
+        return;
+    m_notifier->setEnabled(true);
+    // The one that waits is reported by nobody else.
+    QMetaObject::invokeMethod(this, &Taskmill_RequestServer::TakeConnectionsSlot, Qt::QueuedConnection);
+}
+
+/// Most likely there are too many open files, which passes.
+void Taskmill_RequestServer::AcceptFailed()
+{
+    if (!std::exchange(m_acceptFails, true))
+        qWarning("Cannot accept a connection: %s", Taskmill_Socket::LastErrorText().c_str());
+    ReadEarlierOnes();
+    (void)DropLongestSilent();
+    PauseAccepting();
+    QTimer::singleShot(RetryMs, this, &Taskmill_RequestServer::ResumeAccepting);
+}
+
 void Taskmill_RequestServer::Forget(Taskmill_RequestConnection *connection)
 {
     m_collecting.removeOne(connection);
-    if (m_server.hasPendingConnections())
-        TakeConnectionsLater();
-}
-
-void Taskmill_RequestServer::AcceptErrorSlot()
-{
-    qWarning("Cannot accept a connection: %ls", qUtf16Printable(m_server.errorString()));
-    DropLongestSilent();
-    // Most likely there are too many open files, which passes.
-    QTimer::singleShot(RetryMs, &m_server, &QTcpServer::resumeAccepting);
+    ResumeAccepting();
 }
 
 bool Taskmill_RequestServer::DropLongestSilent()
 {
-    const auto isSilent = [](const Taskmill_RequestConnection *connection) {
-        return connection->IsSilent();
-    };
-    const auto silent = std::ranges::find_if(m_collecting, isSilent);
+    const auto silent = std::ranges::find_if(m_collecting, &Taskmill_RequestConnection::IsSilent);
     if (silent == m_collecting.end())
         return false;
     qWarning("Too many open connections: a silent one is dropped");
@@ -171,6 +231,15 @@ bool Taskmill_RequestServer::DropLongestSilent()
 void Taskmill_RequestServer::MessageCompletedSlot(Taskmill_RequestConnection *connection)
 {
     Forget(connection);
+    QByteArray answer;
+    if (Admits(connection->User(), connection->Bytes(), answer))
+        AddComplete(connection);
+    else
+        connection->Close(Taskmill_AsksForReply(connection->Bytes()) ? answer : QByteArray{});
+}
+
+void Taskmill_RequestServer::AddComplete(Taskmill_RequestConnection *connection)
+{
     m_complete.append(connection);
     // Not from here: the socket that called is still at work, and a handler's event loop could delete it.
     CallLater();
@@ -179,6 +248,7 @@ void Taskmill_RequestServer::MessageCompletedSlot(Taskmill_RequestConnection *co
 void Taskmill_RequestServer::NewConnectionToServerSlot()
 {
     if (m_busy) {
+        AnswerThoseThatNeedTheWindow();
         RetryLater();
         return;
     }
@@ -187,6 +257,7 @@ void Taskmill_RequestServer::NewConnectionToServerSlot()
     if (!m_next)
         m_next = Taskmill_RequestMessage::Parse(m_complete.first()->Bytes());
     if (!m_handler.CanHandleNow(*m_next)) {
+        AnswerThoseThatNeedTheWindow();
         RetryLater();
         return;
     }
@@ -197,8 +268,29 @@ void Taskmill_RequestServer::NewConnectionToServerSlot()
     HandleMessage(connection, request);
     if (!m_complete.isEmpty())
         CallLater();
-    if (m_server.hasPendingConnections())
-        TakeConnectionsLater();
+    ResumeAccepting();
+}
+
+/// A client that wants to see or hide the window, and to be answered, would wait until somebody answers the
+/// question that holds up the messages before its own.
+void Taskmill_RequestServer::AnswerThoseThatNeedTheWindow()
+{
+    const QList<Taskmill_RequestConnection *> waiting = m_complete;
+    for (qsizetype index = m_next ? 1 : 0; index < waiting.size(); ++index) {
+        Taskmill_RequestConnection *connection = waiting[index];
+        if (!connection->HasSocket() || connection->WasLookedAt())
+            continue;
+        connection->SetLookedAt();
+        if (!Taskmill_AsksForReply(connection->Bytes()))
+            continue;
+        const QString action = Taskmill_RequestMessage::Parse(connection->Bytes()).Action;
+        if (action.compare("show"_L1, Qt::CaseInsensitive) != 0 &&
+            action.compare("hide"_L1, Qt::CaseInsensitive) != 0)
+            continue;
+        m_complete.removeOne(connection);
+        connection->Close(Refused(questionIsOpen));
+    }
+    ResumeAccepting();
 }
 
 void Taskmill_RequestServer::RetryLater()
@@ -230,7 +322,7 @@ void Taskmill_RequestServer::HandleMessage(Taskmill_RequestConnection &connectio
 {
     const QScopedValueRollback busy{m_busy, true};
     QByteArray answer = Taskmill_AcceptedReply.toByteArray() + '\n';
-    if (!request.Action.isEmpty() && request.Action.compare("test"_L1, Qt::CaseInsensitive) != 0) {
+    if (IsToBeHandled(request)) {
         if (!request.ClientName.isEmpty())
             m_knownClients.insert(request.ClientName);
         answer = m_handler.HandleRequest(request);

@@ -2,14 +2,16 @@
 
 #include "requests/requestconnection.h"
 #include "requests/requestmessage.h"
+#include "requests/clientgate.h"
 
 #include <QList>
 #include <QObject>
 #include <QSet>
-#include <QTcpServer>
 
-#include <functional>
+#include <memory>
 #include <optional>
+
+class QSocketNotifier;
 
 /// What the server hands complete messages to.
 class Taskmill_RequestHandler
@@ -20,27 +22,6 @@ public:
     [[nodiscard]] virtual bool CanHandleNow(const Taskmill_RequestMessage &) const { return true; }
     /// May open dialogs. Returns the answer for a client that asked for one: a line, with its line feed.
     virtual QByteArray HandleRequest(const Taskmill_RequestMessage &request) = 0;
-};
-
-/// Offers each connection that comes in to its owner before the toolkit makes a socket of it.
-class Taskmill_RequestListener final : public QTcpServer
-{
-    Q_OBJECT
-
-public:
-    /// Takes a connection that can be dealt with at once, and tells so; else `bytes` are what was read of it.
-    using TakeAtOnce = std::function<bool(qintptr handle, QByteArray &bytes)>;
-
-    explicit Taskmill_RequestListener(TakeAtOnce takeAtOnce)
-        : m_takeAtOnce{std::move(takeAtOnce)}
-    {
-    }
-
-protected:
-    void incomingConnection(qintptr handle) override;
-
-private:
-    const TakeAtOnce m_takeAtOnce;
 };
 
 /// The local server: listens on the IPv4 loopback address and handles one message after another, in the order
@@ -57,13 +38,16 @@ public:
     static constexpr int ConnectionsTakenAtOnce = 64;
 
     /// The handler outlives the server.
-    explicit Taskmill_RequestServer(Taskmill_RequestHandler &handler,
-                                    const Taskmill_RequestLimits &limits = {}, QObject *parent = nullptr);
+    explicit Taskmill_RequestServer(
+        Taskmill_RequestHandler &handler, const Taskmill_RequestLimits &limits = {},
+        Taskmill_ClientGate::Environment environment = Taskmill_ClientGate::Environment::OfThisComputer());
+    ~Taskmill_RequestServer() override;
 
     /// Port 0 takes any free one. False, with a line in the debug log, when the port is taken: the manager
     /// works on without a server.
     bool Listen(quint16 port);
-    [[nodiscard]] quint16 Port() const { return m_server.serverPort(); }
+    /// 0 while it does not listen.
+    [[nodiscard]] quint16 Port() const { return m_server.IsOpen() ? m_server.LocalPort() : quint16{0}; }
     void Close();
 
     /// Names of the clients that have asked for anything but a test.
@@ -74,26 +58,47 @@ public Q_SLOTS:
     /// again after RetryMs.
     void NewConnectionToServerSlot();
 
+Q_SIGNALS:
+    /// A request was refused because nobody can tell whose it is. Emitted for the first one only; the rest is
+    /// in the debug log.
+    void FirstRefusedSignal(const QString &reason);
+
 private Q_SLOTS:
     void TakeConnectionsSlot();
-    void AcceptErrorSlot();
     void MessageCompletedSlot(Taskmill_RequestConnection *connection);
 
 private:
-    void TakeConnectionsLater();
-    bool TakeAtOnce(qintptr handle, QByteArray &bytes);
+    /// A connection that was taken from the system, and what was read of it.
+    struct Arrival
+    {
+        Taskmill_Socket socket;
+        Taskmill_PeerUser user = Taskmill_PeerUser::Unknown;
+        QByteArray bytes;
+    };
+
+    [[nodiscard]] bool TakeNext();
+    [[nodiscard]] bool TakeAtOnce(Arrival &arrival);
+    [[nodiscard]] bool HasRoomFor(const Taskmill_Socket &socket);
+    void Collect(Arrival arrival);
+    void PauseAccepting();
+    void ResumeAccepting();
+    void AcceptFailed();
     void ReadEarlierOnes();
-    void Take(QTcpSocket *socket);
-    [[nodiscard]] bool MakeRoom();
     void Forget(Taskmill_RequestConnection *connection);
     bool DropLongestSilent();
+    [[nodiscard]] bool Admits(Taskmill_PeerUser user, const QByteArray &message, QByteArray &answer);
+    void AddComplete(Taskmill_RequestConnection *connection);
+    void AnswerThoseThatNeedTheWindow();
     void CallLater();
     void RetryLater();
     void HandleMessage(Taskmill_RequestConnection &connection, const Taskmill_RequestMessage &request);
 
     Taskmill_RequestHandler &m_handler;
     const Taskmill_RequestLimits m_limits;
-    Taskmill_RequestListener m_server;
+    Taskmill_ClientGate m_gate;
+    Taskmill_Socket m_server;
+    std::unique_ptr<QSocketNotifier> m_notifier;      ///< of new connections
+    std::optional<Arrival> m_held;                    ///< waits for room, and those behind it with the system
     QList<Taskmill_RequestConnection *> m_collecting; ///< oldest first
     QList<Taskmill_RequestConnection *> m_complete;   ///< in the order in which they are handled
     qsizetype m_withoutSocket = 0;                    ///< of the complete ones
@@ -101,6 +106,8 @@ private:
     QSet<QString> m_knownClients;
     bool m_busy = false;
     bool m_retryPending = false;
-    bool m_takePending = false;
+    bool m_isPaused = false; ///< no connection is taken
+    bool m_acceptFails = false;
     bool m_callPending = false;
+    bool m_hasRefused = false;
 };

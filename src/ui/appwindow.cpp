@@ -16,6 +16,8 @@
 #include <QSysInfo>
 #include <QTabWidget>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -28,6 +30,25 @@ QString PlatformText()
     const QString kernel = QSysInfo::kernelType();
     return QString::number(QSysInfo::WordSize) + u"-bit "_s +
            (kernel == "winnt"_L1 ? u"Windows"_s : kernel.left(1).toUpper() + kernel.mid(1));
+}
+
+/// How many jobs run and wait, for who is about to end them.
+QString JobCountsText(Taskmill_Destinations &destinations)
+{
+    qsizetype running = 0;
+    qsizetype waiting = 0;
+    for (Taskmill_QueueOwner *owner : destinations.All()) {
+        const QList<Taskmill_Job *> &jobs = owner->Jobs().Jobs();
+        running += std::ranges::count(jobs, Taskmill_JobStatus::Running, &Taskmill_Job::Status);
+        waiting += std::ranges::count(jobs, Taskmill_JobStatus::Pending, &Taskmill_Job::Status);
+    }
+    const QString ends = running == 0   ? u"No job is running."_s
+                         : running == 1 ? u"1 job is running and will be ended."_s
+                                        : u"%1 jobs are running and will be ended."_s.arg(running);
+    const QString waits = waiting == 0   ? u"No job is waiting."_s
+                          : waiting == 1 ? u"1 job is waiting."_s
+                                         : u"%1 jobs are waiting."_s.arg(waiting);
+    return ends + u'\n' + waits;
 }
 } // namespace
 
@@ -126,6 +147,26 @@ void Taskmill_AppWindow::Show()
     Show(Qt::WindowMaximized | Qt::WindowActive);
 }
 
+void Taskmill_AppWindow::SpeakAtStart()
+{
+    const QStringList notices = m_manager.NoticesAtStart(true);
+    if (!notices.isEmpty())
+        KilnUtil_Error::UserPrompt().ShowInformation(u"Project Not Saved"_s, notices.join(u"\n\n"_s));
+    Taskmill_QueueOwner &queueless = m_manager.Destinations().Queueless();
+    const Taskmill_Question question = queueless.HeldJobsQuestion();
+    if (m_manager.IsShutDown() || question.text.isEmpty())
+        return;
+    const QList<int> jobIDs = queueless.List()->HeldJobIDs();
+    const QString text =
+        question.text +
+        (jobIDs.size() == 1
+             ? u"\n\nIf you choose No, it waits in the tab Queueless Jobs, whose menu runs or removes it."_s
+             : u"\n\nIf you choose No, they wait in the tab Queueless Jobs, whose menu runs or removes them."_s);
+    if (KilnUtil_Error::UserPrompt().AskQuestion(question.title, text, WarnMode::YesNo, WarnAnswer::No) ==
+        WarnAnswer::Yes)
+        queueless.List()->Release(jobIDs);
+}
+
 void Taskmill_AppWindow::UpdateWindowTitle()
 {
     m_window.setWindowTitle(m_manager.Project().WindowTitle());
@@ -199,9 +240,9 @@ void Taskmill_AppWindow::SystemTrayQuitSlot()
         return;
     }
     const QScopedValueRollback asking{m_askingToExit, true};
-    if (KilnUtil_Error::ReportWarning(u"Exit Taskmill"_s,
-                                      u"Are you sure you want to completely exit Taskmill?"_s,
-                                      WarnMode::YesNoCancel, WarnAnswer::No) == WarnAnswer::Yes)
+    if (KilnUtil_Error::UserPrompt().ReportDetailedWarning(
+            u"Exit Taskmill"_s, u"Are you sure you want to completely exit Taskmill?"_s,
+            JobCountsText(m_manager.Destinations()), WarnMode::YesNoCancel, WarnAnswer::No) == WarnAnswer::Yes)
         ExitSlot();
 }
 

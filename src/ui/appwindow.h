@@ -30,6 +30,9 @@ public:
     void Prepare();
     /// Restores the tool bars and shows the tray icon, when a project is open.
     void ShowTrayIcon();
+    /// Says what the user must know when the program has started, and asks about the jobs that ran when the
+    /// project was closed.
+    void SpeakAtStart();
     /// Closes all windows and hides the tray icon, when the manager is shut down.
     void ShutDown();
 

@@ -16,7 +16,9 @@ namespace {
 using WarnMode = KilnUtil_Error::WarnMode;
 using WarnAnswer = KilnUtil_Error::WarnAnswer;
 
-const QList<int> columnHints{6, 24, 11, 20, 9, 30, 40, 19, 19, 19}; // characters
+// In characters. The times need less than so many digits would.
+const QList<int> columnHints{5, 24, 10, 20, 5, 30, 40, 16, 16, 16};
+const QMap<int, int> elasticColumns{{1, 10}, {3, 6}, {5, 3}, {6, 3}};
 } // namespace
 
 /// The entries of the menu that has been shown.
@@ -64,6 +66,7 @@ void Taskmill_FinishedJobsWidget::BuildTable()
     m_table->SetEmptyText(u"No job has finished yet."_s);
     m_table->SetSourceModel(m_model);
     m_table->SetColumnHints(columnHints);
+    m_table->SetElasticColumns(elasticColumns);
     m_table->RememberColumns(u"Finished_Jobs"_s);
     connect(m_table, &KilnUtil_TableWidget::cellDoubleClicked, this,
             &Taskmill_FinishedJobsWidget::CellDoubleClickedSlot);
@@ -164,6 +167,11 @@ void Taskmill_FinishedJobsWidget::CellDoubleClickedSlot(int row, int column)
     const QModelIndex current = m_table->currentIndex();
     if (current.row() != row || current.column() != column)
         return;
-    if (const Taskmill_JobRecord *job = JobAt(m_table->PositionAt(row)))
+    const Taskmill_JobRecord *job = JobAt(m_table->PositionAt(row));
+    if (!job)
+        return;
+    if (!job->OutputFilePath().isEmpty())
         Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFilePath());
+    else if (HasOutput(*job))
+        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, OutputOf(*job));
 }

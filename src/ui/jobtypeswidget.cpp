@@ -13,9 +13,11 @@
 #include "ui/rowsmodel.h"
 #include "widgets/tablewidget.h"
 
+#include <QAccessible>
 #include <QEvent>
 #include <QFileInfo>
 #include <QFrame>
+#include <QLabel>
 
 #include <algorithm>
 #include <array>
@@ -48,6 +50,9 @@ constexpr std::array<DefaultEntry, 8> defaultEntries{{
     {"Add Default Freqchk Job Type"_L1, &Taskmill_AddDefaultFreqchk},
     {"Add Default Cubman Job Type"_L1, &Taskmill_AddDefaultCubman},
 }};
+/// The programs that the entries behind the first look for; GaussianW counts as Gaussian.
+constexpr std::array<QLatin1StringView, defaultEntries.size() - 1> defaultPrograms{
+    "Veltra"_L1, "Gaussian"_L1, "GMMX"_L1, "Cubegen"_L1, "Formchk"_L1, "Freqchk"_L1, "Cubman"_L1};
 
 Taskmill_Database *OpenDatabase()
 {
@@ -143,6 +148,11 @@ void Taskmill_JobTypesWidget::BuildTable()
 
     auto *layout = Taskmill_MakePageLayout(m_frame);
     layout->addWidget(m_table);
+    m_note = new QLabel{m_frame};
+    m_note->setTextFormat(Qt::PlainText);
+    m_note->setWordWrap(true);
+    m_note->hide();
+    layout->addWidget(m_note);
     m_frame->setFocusProxy(m_table);
     m_frame->installEventFilter(this);
 
@@ -214,6 +224,7 @@ void Taskmill_JobTypesWidget::ContextMenuSlot(const QPoint &position)
 
 void Taskmill_JobTypesWidget::Act(const Entries &entries, const QAction *chosen)
 {
+    ShowNote({});
     if (chosen == entries.add)
         AddJobType();
     else if (chosen == entries.edit)
@@ -224,7 +235,42 @@ void Taskmill_JobTypesWidget::Act(const Entries &entries, const QAction *chosen)
         RemoveAllJobTypes();
     const auto addDefault = std::ranges::find(entries.addDefaults, chosen);
     if (addDefault != entries.addDefaults.end())
-        defaultEntries[static_cast<size_t>(addDefault - entries.addDefaults.begin())].add(m_list);
+        AddDefaults(static_cast<size_t>(addDefault - entries.addDefaults.begin()));
+}
+
+void Taskmill_JobTypesWidget::AddDefaults(size_t entry)
+{
+    const QStringList before = m_list.Names();
+    defaultEntries[entry].add(m_list);
+    QStringList added = m_list.Names();
+    for (const QString &name : before)
+        added.removeOne(name);
+
+    QStringList missing;
+    for (size_t program = 0; program < defaultPrograms.size(); ++program) {
+        const bool isWanted = entry == 0 || entry == program + 1;
+        const bool isAdded = std::ranges::any_of(
+            added, [program](const QString &name) { return name.startsWith(defaultPrograms[program]); });
+        if (isWanted && !isAdded)
+            missing.append(defaultPrograms[program]);
+    }
+    if (missing.isEmpty())
+        return;
+    const QString found = added.isEmpty() ? QString{} : u"Added: %1. "_s.arg(added.join(u", "_s));
+    ShowNote(found +
+             u"Not found on this computer, so not added: %1. \"Add Job Type\" takes a program from "
+             "anywhere; the manual says where the others are looked for."_s.arg(missing.join(u", "_s)));
+}
+
+void Taskmill_JobTypesWidget::ShowNote(const QString &text)
+{
+    m_note->setText(text);
+    m_note->setVisible(!text.isEmpty());
+    if (text.isEmpty())
+        return;
+    // Read aloud without being looked for.
+    QAccessibleEvent event{m_note, QAccessible::Alert};
+    QAccessible::updateAccessibility(&event);
 }
 
 void Taskmill_JobTypesWidget::CellDoubleClickedSlot(int, int)

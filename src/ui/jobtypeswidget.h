@@ -10,6 +10,7 @@
 class KilnUtil_TableWidget;
 class QAction;
 class QFrame;
+class QLabel;
 class QPoint;
 class Taskmill_JobTypeList;
 class Taskmill_NewJobTypeWidget;
@@ -52,6 +53,8 @@ private:
     void ShowRows();
     void UpdateMarkColour();
     void Act(const Entries &entries, const QAction *chosen);
+    void AddDefaults(size_t entry);
+    void ShowNote(const QString &text);
     void AddJobType();
     void RemoveJobType(const Taskmill_JobType &jobType);
     void RemoveAllJobTypes();
@@ -67,4 +70,5 @@ private:
     QPointer<QFrame> m_frame;           ///< goes with the window, when that goes first
     KilnUtil_TableWidget *m_table = nullptr;
     Taskmill_RowsModel *m_model = nullptr;
+    QLabel *m_note = nullptr; ///< beneath the table: what came of the last menu entry
 };

@@ -1,6 +1,7 @@
 #include "ui/jobviewers.h"
 
 #include "viewer/filestreamviewer.h"
+#include "viewer/textview.h"
 
 #include <QFileInfo>
 
@@ -19,17 +20,20 @@ KilnUtil_FileStreamViewer *Start(std::unique_ptr<KilnUtil_FileStreamViewer> view
     return viewer->Start() ? viewer.release() : nullptr;
 }
 
-void ViewFile(const QWidget &parent, const QString &path, const QString &caption, int interval)
+/// The viewer, if there is such a file.
+KilnUtil_FileStreamViewer *ViewFile(const QWidget &parent, const QString &path, const QString &caption,
+                                    int interval)
 {
-    if (Taskmill_JobViewers::HasFile(path))
-        Start(std::make_unique<KilnUtil_FileStreamViewer>(parent.window(), path, caption, interval,
-                                                          viewerTitle));
+    if (!Taskmill_JobViewers::HasFile(path))
+        return nullptr;
+    return Start(
+        std::make_unique<KilnUtil_FileStreamViewer>(parent.window(), path, caption, interval, viewerTitle));
 }
 } // namespace
 
 bool Taskmill_JobViewers::HasFile(const QString &path)
 {
-    return !path.isEmpty() && QFileInfo::exists(path);
+    return !path.isEmpty() && !path.contains(QChar::Null) && QFileInfo::exists(path);
 }
 
 void Taskmill_JobViewers::ShowInputFile(QWidget &parent, const QString &jobName, const QString &path)
@@ -40,8 +44,10 @@ void Taskmill_JobViewers::ShowInputFile(QWidget &parent, const QString &jobName,
 
 void Taskmill_JobViewers::ShowOutputFile(QWidget &parent, const QString &jobName, const QString &path)
 {
-    ViewFile(parent, path, u"Output file of %1:  %2"_s.arg(jobName, path),
-             KilnUtil_FileStreamViewer::OneTimeView);
+    // How the job ended is what the user looks for.
+    if (auto *viewer = ViewFile(parent, path, u"Output file of %1:  %2"_s.arg(jobName, path),
+                                KilnUtil_FileStreamViewer::OneTimeView))
+        viewer->View().ScrollToEndSlot();
 }
 
 void Taskmill_JobViewers::StreamOutputFile(QWidget &parent, const QString &path)
@@ -54,8 +60,10 @@ void Taskmill_JobViewers::ShowLog(QWidget &parent, const QString &jobName, const
     KilnUtil_FileStreamViewer *viewer = Start(
         std::make_unique<KilnUtil_FileStreamViewer>(parent.window(), QString{}, u"Log of "_s + jobName,
                                                     KilnUtil_FileStreamViewer::OneTimeView, viewerTitle));
-    if (viewer)
-        viewer->AppendLine(text, false);
+    if (!viewer)
+        return;
+    viewer->AppendLine(text, false);
+    viewer->View().ScrollToEndSlot();
 }
 
 void Taskmill_JobViewers::StreamLog(QWidget &parent, const QString &jobName, KilnUtil_Process &process)

@@ -11,7 +11,7 @@ namespace Taskmill_JobViewers {
 /// Whether there is a file to be shown.
 [[nodiscard]] bool HasFile(const QString &path);
 
-/// Nothing without such a file.
+/// Nothing without such a file. Output and logs open at their end.
 void ShowInputFile(QWidget &parent, const QString &jobName, const QString &path);
 void ShowOutputFile(QWidget &parent, const QString &jobName, const QString &path);
 void StreamOutputFile(QWidget &parent, const QString &path);

@@ -7,10 +7,12 @@
 #include <QApplication>
 #include <QEvent>
 #include <QFrame>
+#include <QProxyStyle>
 #include <QPushButton>
 #include <QScreen>
 #include <QShortcut>
 #include <QSizeGrip>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -24,9 +26,30 @@ const std::array<QString, 6> pageLabels{u"Long Jobs Queue"_s, u"Short Jobs Queue
                                         u"Running Jobs"_s,    u"Finished Jobs"_s,    u"Job Types"_s};
 } // namespace
 
+/// The style of the desktop, with less room beside the texts of tabs where it is scarce.
+class Taskmill_MainWindow::TabStyle final : public QProxyStyle
+{
+public:
+    bool IsCompact = false;
+
+    [[nodiscard]] int RoomSaved(const QWidget &tabs) const
+    {
+        return QProxyStyle::pixelMetric(PM_TabBarTabHSpace, nullptr, &tabs) / 2;
+    }
+    [[nodiscard]] int pixelMetric(PixelMetric metric, const QStyleOption *option,
+                                  const QWidget *widget) const override
+    {
+        const int value = QProxyStyle::pixelMetric(metric, option, widget);
+        return metric == PM_TabBarTabHSpace && IsCompact && widget ? value - RoomSaved(*widget) : value;
+    }
+};
+
 Taskmill_MainWindow::Taskmill_MainWindow()
     : m_tabs{new QTabWidget}
+    , m_tabStyle{new TabStyle}
 {
+    m_tabStyle->setParent(this);
+    m_tabs->tabBar()->setStyle(m_tabStyle);
     auto *frame = new QFrame{this};
     setCentralWidget(frame);
     auto *separator = new QFrame{frame};
@@ -132,6 +155,54 @@ void Taskmill_MainWindow::ShowPaused(Taskmill_Page page, bool paused)
     const int tab = static_cast<int>(page);
     m_tabs->setTabIcon(tab, paused ? Taskmill_PausedIcon() : QIcon{});
     m_tabs->setTabToolTip(tab, paused ? u"This queue is paused"_s : QString{});
+    FitTabs();
+}
+
+/// Of all of them with the usual room beside their texts.
+int Taskmill_MainWindow::WidthOfTabs() const
+{
+    const QTabBar &bar = *m_tabs->tabBar();
+    const int saved = m_tabStyle->IsCompact ? m_tabStyle->RoomSaved(bar) * bar.count() : 0;
+    return bar.sizeHint().width() + saved;
+}
+
+/// All tabs are in view where the screen is wide enough for them: none has to be looked for with arrows.
+void Taskmill_MainWindow::FitTabs()
+{
+    const QTabBar &bar = *m_tabs->tabBar();
+    const int least = WidthOfTabs() - m_tabStyle->RoomSaved(bar) * bar.count();
+    m_tabs->setMinimumWidth(qMin(least, screen()->availableGeometry().width()));
+    const bool compact = m_tabs->width() < WidthOfTabs();
+    if (compact == m_tabStyle->IsCompact)
+        return;
+    m_tabStyle->IsCompact = compact;
+    QEvent change{QEvent::StyleChange};
+    QApplication::sendEvent(m_tabs->tabBar(), &change);
+}
+
+bool Taskmill_MainWindow::event(QEvent *event)
+{
+    const bool done = QMainWindow::event(event);
+    switch (event->type()) {
+    case QEvent::Show:
+    case QEvent::Resize:
+    case QEvent::FontChange:
+    case QEvent::StyleChange:
+        FitTabs();
+        break;
+    case QEvent::KeyPress:
+    case QEvent::MouseButtonPress:
+        m_sizeToCentre = {};
+        break;
+    default:
+        break;
+    }
+    // Nothing tells when the frame is there, but one of the first events comes after it.
+    if (size() == m_sizeToCentre && frameGeometry() != geometry()) {
+        m_sizeToCentre = {};
+        KilnUtil_WidgetUtil::CentreOn(this, screen()->availableGeometry());
+    }
+    return done;
 }
 
 Taskmill_Page Taskmill_MainWindow::CurrentPage() const
@@ -155,6 +226,7 @@ void Taskmill_MainWindow::PutInMiddleOfScreen()
     const QRect available = screen()->availableGeometry();
     resize((available.width() + 1) / 2, (available.height() + 1) / 2);
     KilnUtil_WidgetUtil::CentreOn(this, available);
+    m_sizeToCentre = size();
 }
 
 void Taskmill_MainWindow::ShowInFront()

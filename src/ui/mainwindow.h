@@ -43,25 +43,33 @@ public:
     [[nodiscard]] QPushButton &ExitButton() const { return *m_exit; }
     [[nodiscard]] QPushButton &AboutButton() const { return *m_about; }
 
-    /// Half the width and height of the screen, in its middle. To be called when the window is shown.
+    /// Half the width and height of the screen, though wide enough for the tabs, in its middle with its
+    /// frame. To be called when the window is shown.
     void PutInMiddleOfScreen();
     /// Brings a hidden or minimised window to the front.
     void ShowInFront();
 
 protected:
+    bool event(QEvent *event) override;
     void changeEvent(QEvent *event) override;
 
 private:
+    class TabStyle;
+
+    void FitTabs();
+    [[nodiscard]] int WidthOfTabs() const;
     void MakePages();
     void MakeShortcuts();
     [[nodiscard]] QBoxLayout *MakeButtonRow();
     [[nodiscard]] QPushButton *MakeButton(const QString &text, const QString &toolTip, Qt::Key mnemonic);
 
     QTabWidget *m_tabs;
+    TabStyle *m_tabStyle;
     QPushButton *m_submitJobs = nullptr;
     QPushButton *m_hide = nullptr;
     QPushButton *m_exit = nullptr;
     QPushButton *m_help = nullptr;
     QPushButton *m_about = nullptr;
     QList<Taskmill_Page> m_paused;
+    QSize m_sizeToCentre; ///< until the window manager has put a frame around a window of that size
 };

@@ -8,12 +8,14 @@
 #include <QComboBox>
 #include <QDir>
 #include <QFileInfo>
+#include <QFocusEvent>
 #include <QFontDatabase>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSizeGrip>
+#include <QTextDocumentFragment>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -33,6 +35,8 @@ void Describe(QWidget *field, const QString &name, const QString &toolTip)
 {
     field->setAccessibleName(name);
     field->setToolTip(ToolTip(toolTip));
+    // Who hears it hears no markup.
+    field->setAccessibleDescription(QTextDocumentFragment::fromHtml(toolTip).toPlainText());
 }
 
 QString CommandLineToolTip()
@@ -48,12 +52,27 @@ QString CommandLineToolTip()
            "are quoted by themselves.</p>"
            "<p>Further lines are typed answers: the program reads them from its standard input.</p>"_s;
 }
+
+/// What keeps the record from being valid; empty when nothing does.
+QString WhatIsMissing(const Taskmill_JobType &jobType)
+{
+    if (jobType.Name.isEmpty())
+        return u"The name is missing."_s;
+    if (jobType.ApplicationName.isEmpty())
+        return u"The application name is missing."_s;
+    if (jobType.ExecutablePath.isEmpty())
+        return u"The executable path is missing."_s;
+    if (!QFileInfo{jobType.ExecutablePath}.isFile())
+        return u"There is no such executable."_s;
+    return jobType.IsValid() ? QString{} : u"The command line lacks @EXEFILE."_s;
+}
 } // namespace
 
 Taskmill_NewJobTypeWidget::Taskmill_NewJobTypeWidget(QWidget *parent)
     : QDialog{parent}
 {
-    setModal(true);
+    // Modal to the main window: the tray and the manual answer meanwhile.
+    setWindowModality(Qt::WindowModal);
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     setWindowTitle(u"New Job Type"_s);
     if (parent)
@@ -64,12 +83,17 @@ Taskmill_NewJobTypeWidget::Taskmill_NewJobTypeWidget(QWidget *parent)
     auto *layout = new QVBoxLayout{this};
     layout->setSpacing(rowSpacing);
     AddRows(layout);
+    m_hint = new QLabel{this};
+    m_hint->setTextFormat(Qt::PlainText);
+    m_hint->setAlignment(Qt::AlignHCenter);
+    layout->addWidget(m_hint);
     auto *line = new QFrame{this};
     line->setFrameShape(QFrame::HLine);
     line->setFrameShadow(QFrame::Sunken);
     layout->addWidget(line);
     AddButtons(layout);
     ConnectFields();
+    UpdateHint();
 }
 
 Taskmill_NewJobTypeWidget::~Taskmill_NewJobTypeWidget()
@@ -163,6 +187,7 @@ QBoxLayout *Taskmill_NewJobTypeWidget::AddRow(QBoxLayout *layout, const QString 
                                               int stretch)
 {
     auto *text = new QLabel{label, this};
+    text->setAccessibleName(label.trimmed());
     text->setBuddy(field);
     m_labels.append(text);
     auto *row = new QHBoxLayout;
@@ -210,8 +235,25 @@ void Taskmill_NewJobTypeWidget::ConnectFields()
     connect(m_applicationName, &QLineEdit::editingFinished, this, &Widget::ApplicationNameEditSlot);
     connect(m_inputFileFilter, &QLineEdit::editingFinished, this, &Widget::InputFileFilterEditSlot);
     connect(m_outputFileFilter, &QLineEdit::editingFinished, this, &Widget::OutputFileFilterEditSlot);
+    // Left without a change, a field does not signal it.
+    for (QLineEdit *edit : {m_name, m_applicationName, m_inputFileFilter, m_outputFileFilter})
+        edit->installEventFilter(this);
     connect(m_defaultQueue, &QComboBox::activated, this, &Widget::DefaultQueueSlot);
     connect(m_browse, &QPushButton::clicked, this, &Widget::ExecutablePathBrowseSlot);
+    for (QLineEdit *edit : {m_name, m_applicationName, m_executablePath})
+        connect(edit, &QLineEdit::textChanged, this, &Widget::UpdateHint);
+    connect(m_genericCommandLine, &QPlainTextEdit::textChanged, this, &Widget::UpdateHint);
+}
+
+bool Taskmill_NewJobTypeWidget::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::FocusOut && isVisible()) {
+        const Qt::FocusReason reason = static_cast<QFocusEvent *>(event)->reason();
+        // As where a field is edited: another window or a menu does not count.
+        if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason)
+            UpdateOk();
+    }
+    return QDialog::eventFilter(watched, event);
 }
 
 void Taskmill_NewJobTypeWidget::Load(const Taskmill_JobType &jobType)
@@ -248,6 +290,17 @@ QSize Taskmill_NewJobTypeWidget::sizeHint() const
 void Taskmill_NewJobTypeWidget::UpdateOk()
 {
     m_ok->setEnabled(Read().IsValid());
+    UpdateHint();
+}
+
+/// Follows every letter, where "Ok" waits until a field is left.
+void Taskmill_NewJobTypeWidget::UpdateHint()
+{
+    QString hint = m_ok->isEnabled() ? QString{} : WhatIsMissing(Read());
+    if (hint.isEmpty() && !m_ok->isEnabled())
+        hint = u"\"Ok\" is ready when you leave a name or a filter, or choose a queue."_s;
+    m_hint->setText(hint);
+    m_ok->setAccessibleDescription(hint.isEmpty() ? u"Stores the job type"_s : hint);
 }
 
 void Taskmill_NewJobTypeWidget::CancelSlot()

@@ -6,6 +6,7 @@
 
 class QBoxLayout;
 class QComboBox;
+class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
 class QPushButton;
@@ -28,6 +29,9 @@ public:
 
     /// As short as the contents allow.
     [[nodiscard]] QSize sizeHint() const override;
+
+    /// A field that is left without a change counts as edited, too.
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 public Q_SLOTS:
     void CancelSlot();
@@ -53,6 +57,8 @@ private:
     [[nodiscard]] QPlainTextEdit *NewTextEdit(int lines);
     /// Enables "Ok" exactly when the fields describe a valid job type.
     void UpdateOk();
+    /// Says above the buttons why "Ok" is grey.
+    void UpdateHint();
 
     QLineEdit *m_name;
     QComboBox *m_defaultQueue;
@@ -64,5 +70,6 @@ private:
     QLineEdit *m_outputFileFilter;
     QPlainTextEdit *m_environmentVariables;
     QPushButton *m_ok;
+    QLabel *m_hint;
     QList<QWidget *> m_labels;
 };

@@ -83,6 +83,8 @@ void Taskmill_OpenFilesDialog::Place()
     create();
     windowHandle()->setTransientParent(inFront ? m_mainWindow->windowHandle() : nullptr);
 
+    // Another window, such as the manual, need not wait for it.
+    setWindowModality(inFront ? Qt::WindowModal : Qt::ApplicationModal);
     const QRect available = (inFront ? m_mainWindow->screen() : screen())->availableGeometry();
     resize(sizeHint().boundedTo(available.size() * 9 / 10));
     KilnUtil_WidgetUtil::CentreOn(this, available);
@@ -157,6 +159,9 @@ QString Taskmill_OpenFilesDialog::CountText(int checked) const
 
 QString Taskmill_OpenFilesDialog::Explanation() const
 {
+    // "Auto" is always there.
+    if (m_openAs->count() == 1)
+        return u"There is no job type yet, so no file can become a job: add one on the tab \"Job Types\"."_s;
     const QString type = m_openAs->currentData().toInt() < 0
                              ? u"The extension of each file decides its job type."_s
                              : u"All files become jobs of the type \"%1\"."_s.arg(m_openAs->currentText());

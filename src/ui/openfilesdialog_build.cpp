@@ -42,6 +42,7 @@ QPushButton *MakeHelpButton(const QString &helpId)
 QLabel *MakeLabel(const QString &text, QComboBox *box)
 {
     auto *label = new QLabel{text};
+    label->setAccessibleName(text.trimmed());
     label->setBuddy(box);
     box->setAccessibleName(text.trimmed().chopped(1));
     return label;
@@ -114,6 +115,7 @@ QPushButton *Taskmill_OpenFilesDialog::MakeMenuButton(const QString &text,
 QLayout *Taskmill_OpenFilesDialog::MakeFileButtonRow()
 {
     m_addFiles = new QPushButton{u"  Add Files...  "_s};
+    m_addFiles->setAccessibleName(m_addFiles->text().trimmed());
     m_addFiles->setAutoDefault(false);
     SetKey(*m_addFiles, u"Alt+A"_s, u"Look for files"_s);
     connect(m_addFiles, &QPushButton::clicked, this, &Taskmill_OpenFilesDialog::FilePathBrowseSlot);

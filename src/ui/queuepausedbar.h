@@ -4,7 +4,7 @@
 
 class QLabel;
 
-/// Tells above the table that the queue is paused, and ends that.
+/// Says beneath the table that the queue is paused, and ends that.
 class Taskmill_QueuePausedBar final : public QFrame
 {
     Q_OBJECT

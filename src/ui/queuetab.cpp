@@ -18,7 +18,9 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-const QList<int> columnHints{6, 24, 11, 20, 30, 40, 19, 19}; // characters
+// In characters. The times need less than so many digits would.
+const QList<int> columnHints{6, 24, 11, 20, 30, 40, 16, 16};
+const QMap<int, int> elasticColumns{{1, 12}, {3, 8}, {4, 6}, {5, 6}};
 } // namespace
 
 /// The entries of the menu that has been shown; the last two are absent where there is no limit.
@@ -31,6 +33,7 @@ struct Taskmill_QueueTab::Entries
     QAction *streamLog = nullptr;
     const QAction *limit = nullptr;
     const QAction *pause = nullptr;
+    const QAction *runAgain = nullptr; ///< there only
 
     Entries(Taskmill_ContextMenu &menu, bool hasSelection, bool hasCurrentJob)
         : remove{menu.AddEntry(u"Remove"_s, hasSelection)}
@@ -48,6 +51,12 @@ struct Taskmill_QueueTab::Entries
             u"Maximum Number of Running Jobs Allowed (Currently %1)..."_s.arg(queue.MaxRunningJobs()));
         menu.AddSeparator();
         pause = menu.AddEntry(queue.IsPaused() ? u"Unpause Queue"_s : u"Pause Queue"_s);
+        menu.AddSeparator();
+    }
+
+    void AddRunAgain(bool anyHeld, Taskmill_ContextMenu &menu)
+    {
+        runAgain = menu.AddEntry(u"Run Again"_s, anyHeld);
         menu.AddSeparator();
     }
 
@@ -90,13 +99,14 @@ void Taskmill_QueueTab::BuildPage(const QString &name)
 {
     m_table = new KilnUtil_TableWidget{m_frame};
     auto *layout = Taskmill_MakePageLayout(m_frame);
+    layout->addWidget(m_table);
     if (m_queue) {
+        // Beneath the table, whose rows stay under the pointer when it goes.
         m_pausedBar = new Taskmill_QueuePausedBar{m_frame};
         m_pausedBar->hide();
         connect(m_pausedBar, &Taskmill_QueuePausedBar::UnpauseSignal, this, [this] { SetPaused(false); });
         layout->addWidget(m_pausedBar);
     }
-    layout->addWidget(m_table);
     m_frame->setFocusProxy(m_table);
     m_filler = new Taskmill_TableFiller{m_frame, [this] {
                                             m_table->ChangeRows([this] { m_model->Refresh(); });
@@ -113,6 +123,7 @@ void Taskmill_QueueTab::BuildTable(const QString &name)
         u"No job is here.\nDrop input files to submit them, or press \"Submit Jobs...\"."_s);
     m_table->SetSourceModel(m_model);
     m_table->SetColumnHints(columnHints);
+    m_table->SetElasticColumns(elasticColumns);
     m_table->RememberColumns(name);
     connect(m_table, &KilnUtil_TableWidget::cellDoubleClicked, this,
             &Taskmill_QueueTab::CellDoubleClickedSlot);
@@ -163,28 +174,41 @@ QList<int> Taskmill_QueueTab::JobIDsOfRows(const QList<int> &rows) const
     return m_model->JobIDsAt(positions);
 }
 
-/// Besides the selected rows, the row whose number is the current job's place in the queue.
-QList<int> Taskmill_QueueTab::SelectionOfMenu() const
+/// The selected rows and the one that was clicked, which a click with Ctrl does not select.
+QList<int> Taskmill_QueueTab::SelectionOfMenu(const QModelIndex &clicked) const
 {
     QList<int> rows = m_table->SelectedRows();
-    const int current = m_table->CurrentPosition();
-    if (current >= 0 && !rows.contains(current))
-        rows.insert(std::ranges::lower_bound(rows, current), current);
+    if (clicked.isValid() && !rows.contains(clicked.row()))
+        rows.insert(std::ranges::lower_bound(rows, clicked.row()), clicked.row());
     return JobIDsOfRows(rows);
+}
+
+bool Taskmill_QueueTab::AnyHeld(const QList<int> &jobIDs) const
+{
+    return std::ranges::any_of(jobIDs, [this](int jobID) {
+        const Taskmill_Job *job = JobOf(jobID);
+        return job && job->IsHeld();
+    });
 }
 
 void Taskmill_QueueTab::ContextMenuSlot(const QPoint &position)
 {
+    // Where the pointer is at the click; the rows may move at once.
+    QPersistentModelIndex clicked = m_table->indexAt(position);
+    if (clicked.row() != m_table->currentIndex().row())
+        clicked = QModelIndex{};
     FillTable();
     // By number, as the list may change while the menu is open.
     const int currentJobID = m_model->JobIDAt(m_table->CurrentPosition());
-    const QList<int> selection = SelectionOfMenu();
+    const QList<int> selection = SelectionOfMenu(clicked);
     const Taskmill_Job *currentJob = JobOf(currentJobID);
 
     Taskmill_ContextMenu menu{*m_table};
     Entries entries{menu, !selection.isEmpty(), currentJob != nullptr};
     if (m_queue)
         entries.AddThoseOf(*m_queue, menu);
+    if (m_owner.List())
+        entries.AddRunAgain(AnyHeld(selection), menu);
     menu.AddHelp(m_helpId);
     if (currentJob)
         entries.Refine(*currentJob);
@@ -204,6 +228,8 @@ void Taskmill_QueueTab::Act(const Entries &entries, const QAction &chosen, const
         AskForLimit();
     else if (&chosen == entries.pause)
         SetPaused(!m_queue->IsPaused());
+    else if (&chosen == entries.runAgain)
+        m_owner.List()->Release(selection);
     else if (const Taskmill_Job *job = JobOf(currentJobID))
         View(entries, chosen, *job);
 }
@@ -247,8 +273,14 @@ void Taskmill_QueueTab::CellDoubleClickedSlot(int row, int column)
     if (!job)
         return;
     const Taskmill_JobRecord &record = job->Record();
-    if (record.Status == Taskmill_JobStatus::Running && Taskmill_JobViewers::HasFile(record.OutputFilePath()))
+    const bool isRunning = record.Status == Taskmill_JobStatus::Running;
+    const bool hasOnlyOutputText = record.OutputFilePath().isEmpty();
+    if (isRunning && Taskmill_JobViewers::HasFile(record.OutputFilePath()))
         Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath());
+    else if (isRunning && hasOnlyOutputText && job->Process())
+        Taskmill_JobViewers::StreamLog(*m_frame, record.Name, *job->Process());
+    else if (hasOnlyOutputText && job->HasOutput())
+        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job->OutputNow());
     else
         Taskmill_JobViewers::ShowInputFile(*m_frame, record.Name, record.InputFilePath);
 }

@@ -8,11 +8,13 @@
 
 class KilnUtil_TableWidget;
 class QAction;
+class QModelIndex;
 class QPoint;
 class Taskmill_Job;
 class Taskmill_JobQueue;
 class Taskmill_JobsModel;
 class Taskmill_QueueOwner;
+class Taskmill_QueuelessJobsList;
 class Taskmill_QueuePausedBar;
 class Taskmill_TableFiller;
 
@@ -60,7 +62,8 @@ private:
     void SetPaused(bool paused);
     [[nodiscard]] Taskmill_Job *JobOf(int jobID) const;
     [[nodiscard]] QList<int> JobIDsOfRows(const QList<int> &rows) const;
-    [[nodiscard]] QList<int> SelectionOfMenu() const;
+    [[nodiscard]] bool AnyHeld(const QList<int> &jobIDs) const;
+    [[nodiscard]] QList<int> SelectionOfMenu(const QModelIndex &clicked) const;
     void Act(const Entries &entries, const QAction &chosen, const QList<int> &selection, int currentJobID);
     void View(const Entries &entries, const QAction &chosen, const Taskmill_Job &job);
     void AskForLimit();

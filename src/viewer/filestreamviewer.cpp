@@ -2,7 +2,7 @@
 
 #include "kilnutil/error.h"
 #include "processes/process.h"
-#include "viewer/filesource.h"
+#include "kilnutil/filesource.h"
 #include "viewer/processsource.h"
 #include "viewer/textsaver.h"
 #include "viewer/textsearch.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "viewer/textsource.h"
+#include "kilnutil/textsource.h"
 
 #include <QMainWindow>
 #include <QTimer>

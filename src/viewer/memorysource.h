@@ -1,6 +1,6 @@
 #pragma once
 
-#include "viewer/textsource.h"
+#include "kilnutil/textsource.h"
 
 /// Text that is kept in memory. Beyond its capacity the oldest part is dropped.
 class KilnUtil_MemorySource : public KilnUtil_TextSource

@@ -1,6 +1,6 @@
 #include "viewer/textsaver.h"
 
-#include "viewer/textsource.h"
+#include "kilnutil/textsource.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -1,7 +1,7 @@
 #include "viewer/textsearch.h"
 
 #include "kilnutil/textencoding.h"
-#include "viewer/textsource.h"
+#include "kilnutil/textsource.h"
 
 #include <algorithm>
 

@@ -1,5 +1,7 @@
 #include "widgets/filedrop.h"
 
+#include "widgets/contrast.h"
+
 #include <QDropEvent>
 #include <QMimeData>
 #include <QPainter>
@@ -45,7 +47,7 @@ void KilnUtil_FileDrop::PaintEmptyText(QPainter &painter, const QWidget &widget,
                                        const QString &text)
 {
     const int margin = widget.fontMetrics().height();
-    painter.setPen(widget.palette().color(QPalette::PlaceholderText));
+    painter.setPen(KilnUtil_Contrast::PlaceholderColour(widget.palette()));
     painter.drawText(area.adjusted(margin, margin, -margin, -margin), Qt::AlignCenter | Qt::TextWordWrap,
                      text);
 }

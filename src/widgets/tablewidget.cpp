@@ -11,9 +11,11 @@
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QPainter>
+#include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QTextDocument>
 #include <QToolTip>
+#include <QtMath>
 
 #include <algorithm>
 
@@ -44,6 +46,7 @@ KilnUtil_TableWidget::KilnUtil_TableWidget(QWidget *parent)
     SetUpHeaders();
     KilnUtil_RowView::CopySelectionColours(*this);
     SetAcceptsFiles(false);
+    connect(horizontalHeader(), &QHeaderView::sectionResized, this, &KilnUtil_TableWidget::ColumnResizedSlot);
 
     m_saveTimer.setSingleShot(true);
     m_saveTimer.setInterval(saveDelayMs);
@@ -91,22 +94,72 @@ void KilnUtil_TableWidget::SetColumnHints(const QList<int> &characters)
     ApplyHints();
 }
 
+void KilnUtil_TableWidget::SetElasticColumns(const QMap<int, int> &leastCharacters)
+{
+    m_elasticColumns = leastCharacters;
+    FitColumns();
+}
+
+/// As wide as digits, which columns of numbers and times hold; two more for the margins.
+int KilnUtil_TableWidget::WidthOf(int characters) const
+{
+    return (characters + 2) * fontMetrics().horizontalAdvance(u'0');
+}
+
 void KilnUtil_TableWidget::ApplyHints()
 {
+    const QScopedValueRollback setting{m_settingWidths, true};
     const int count = qMin(static_cast<int>(m_columnHints.size()), horizontalHeader()->count());
-    for (int column = 0; column < count; ++column) {
-        // As wide as digits, which columns of numbers and times hold; two more for the margins.
-        const int wanted = (m_columnHints[column] + 2) * fontMetrics().horizontalAdvance(u'0');
-        setColumnWidth(column, qMax(wanted, horizontalHeader()->sectionSizeHint(column)));
+    for (int column = 0; column < count; ++column)
+        setColumnWidth(column,
+                       qMax(WidthOf(m_columnHints[column]), horizontalHeader()->sectionSizeHint(column)));
+}
+
+/// What is lacking is taken from the elastic columns, from each in proportion to what it can give.
+void KilnUtil_TableWidget::FitColumns()
+{
+    if (m_elasticColumns.isEmpty() || m_hasUserWidths)
+        return;
+    const QHeaderView *columns = horizontalHeader();
+    const auto wanted = [&](int column) {
+        return qMax(WidthOf(m_columnHints.value(column)), columns->sectionSizeHint(column));
+    };
+    int lacking = -viewport()->width();
+    int spare = 0;
+    for (int column = 0; column < columns->count(); ++column) {
+        lacking += wanted(column);
+        if (m_elasticColumns.contains(column))
+            spare += wanted(column) - WidthOf(m_elasticColumns[column]);
     }
+    const double share = spare > 0 ? qBound(0.0, static_cast<double>(lacking) / spare, 1.0) : 0.0;
+    const QScopedValueRollback setting{m_settingWidths, true};
+    for (const auto &[column, least] : m_elasticColumns.asKeyValueRange()) {
+        const int width = wanted(column);
+        setColumnWidth(column, width - qCeil((width - WidthOf(least)) * share));
+    }
+}
+
+void KilnUtil_TableWidget::resizeEvent(QResizeEvent *event)
+{
+    QTableView::resizeEvent(event);
+    FitColumns();
 }
 
 void KilnUtil_TableWidget::RememberColumns(const QString &name)
 {
     m_columnsKey = u"/Tables/%1/Columns"_s.arg(name);
     RestoreColumns();
-    connect(horizontalHeader(), &QHeaderView::sectionResized, &m_saveTimer, qOverload<>(&QTimer::start));
     connect(horizontalHeader(), &QHeaderView::sectionMoved, &m_saveTimer, qOverload<>(&QTimer::start));
+}
+
+void KilnUtil_TableWidget::ColumnResizedSlot(int column)
+{
+    // The last one follows the window.
+    if (m_settingWidths || horizontalHeader()->visualIndex(column) == horizontalHeader()->count() - 1)
+        return;
+    m_hasUserWidths = true;
+    if (!m_columnsKey.isEmpty())
+        m_saveTimer.start();
 }
 
 /// The setting is a list of "column:width" in the order in which the columns stand. The last one is as wide
@@ -127,6 +180,8 @@ void KilnUtil_TableWidget::RestoreColumns()
 {
     QHeaderView *columns = horizontalHeader();
     const QStringList saved = KilnUtil_Registry::Value(m_columnsKey).toStringList();
+    const QScopedValueRollback setting{m_settingWidths, true};
+    m_hasUserWidths = !saved.isEmpty();
     int place = 0;
     for (const QString &entry : saved) {
         const QStringList parts = entry.split(u':');
@@ -192,6 +247,34 @@ void KilnUtil_TableWidget::ChangeRows(const std::function<void()> &change)
     const int fromLeft = horizontalScrollBar()->value();
     scrollTo(top, QAbstractItemView::PositionAtTop);
     horizontalScrollBar()->setValue(fromLeft);
+}
+
+void KilnUtil_TableWidget::rowsAboutToBeRemoved(const QModelIndex &parent, int first, int last)
+{
+    const QModelIndex current = currentIndex();
+    if (current.isValid() && current.row() >= first && current.row() <= last) {
+        m_placeOfKeyboard = {current.column(), first};
+        selectionModel()->select(current, QItemSelectionModel::Deselect | QItemSelectionModel::Rows);
+        selectionModel()->clearCurrentIndex();
+    }
+    QTableView::rowsAboutToBeRemoved(parent, first, last);
+}
+
+/// When the current row has gone, the keys go on where it stood, not at the top.
+QModelIndex KilnUtil_TableWidget::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
+{
+    if (m_takingFocus)
+        return {};
+    if (currentIndex().isValid() || model()->rowCount() == 0)
+        return QTableView::moveCursor(action, modifiers);
+    return model()->index(qMin(m_placeOfKeyboard.y(), model()->rowCount() - 1), m_placeOfKeyboard.x());
+}
+
+void KilnUtil_TableWidget::focusInEvent(QFocusEvent *event)
+{
+    // Qt would make a row current that nobody chose.
+    const QScopedValueRollback taking{m_takingFocus, true};
+    QTableView::focusInEvent(event);
 }
 
 void KilnUtil_TableWidget::changeEvent(QEvent *event)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMap>
 #include <QTableView>
 #include <QTimer>
 
@@ -26,6 +27,9 @@ public:
     /// Initial widths in characters, for the columns from the first on. A column is never narrower at first
     /// than its header.
     void SetColumnHints(const QList<int> &characters);
+    /// Columns that are narrower at first, down to so many characters, where the others would not be in view
+    /// otherwise. They follow the width of the table until the user sets the width of a column.
+    void SetElasticColumns(const QMap<int, int> &leastCharacters);
     /// Restores what was saved under that name, and saves from then on what the user does to the widths and
     /// the order of the columns. To be called when the model and the hints are there.
     void RememberColumns(const QString &name);
@@ -55,12 +59,19 @@ Q_SIGNALS:
     /// The Delete key.
     void RemoveRequestedSignal();
 
+protected Q_SLOTS:
+    /// No other row takes the place of the current one: a key or a menu would act on what nobody chose.
+    void rowsAboutToBeRemoved(const QModelIndex &parent, int first, int last) override;
+
 protected:
     bool event(QEvent *event) override;
     bool viewportEvent(QEvent *event) override;
     void changeEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragMoveEvent(QDragMoveEvent *event) override;
     void dragLeaveEvent(QDragLeaveEvent *event) override;
@@ -68,11 +79,14 @@ protected:
 
 private Q_SLOTS:
     void SaveColumnsSlot();
+    void ColumnResizedSlot(int column);
 
 private:
     void SetUpHeaders();
     void SetRowHeight();
     void ApplyHints();
+    [[nodiscard]] int WidthOf(int characters) const;
+    void FitColumns();
     void RestoreColumns();
     [[nodiscard]] bool ShowWholeText(const QHelpEvent &event);
     void AcceptDrop(QDropEvent *event);
@@ -80,9 +94,14 @@ private:
 
     KilnUtil_TableSortProxy *m_proxy;
     QList<int> m_columnHints;
-    QString m_columnsKey; ///< of the user's setting; empty when the columns are not remembered
+    QMap<int, int> m_elasticColumns; ///< least numbers of characters
+    bool m_hasUserWidths = false;
+    bool m_settingWidths = false; ///< it is not the user who does
+    QString m_columnsKey;         ///< of the user's setting; empty when the columns are not remembered
     QString m_emptyText;
-    QTimer m_saveTimer; ///< a drag changes a width many times
+    QTimer m_saveTimer;       ///< a drag changes a width many times
+    QPoint m_placeOfKeyboard; ///< column and row of the last current cell
     bool m_acceptsFiles = false;
     bool m_dropHover = false;
+    bool m_takingFocus = false;
 };

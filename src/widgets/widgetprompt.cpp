@@ -3,11 +3,14 @@
 #include "widgets/widgetutil.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
+#include <QSpinBox>
 #include <QTextLayout>
 
 #include <algorithm>
@@ -69,11 +72,18 @@ QString InBounds(const QString &text, const QWidget &box)
         QTextOption option;
         option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
         layout.setTextOption(option);
+        QString part;
         layout.beginLayout();
         for (QTextLine line = layout.createLine(); line.isValid() && !paragraph.isEmpty();
              line = layout.createLine()) {
             line.setLineWidth(width);
-            lines.append(paragraph.mid(line.textStart(), line.textLength()));
+            part += paragraph.mid(line.textStart(), line.textLength());
+            // The box, which may be narrower, breaks lines at blanks by itself.
+            const bool isLast = line.textStart() + line.textLength() >= paragraph.size();
+            if (isLast || !part.endsWith(u' ')) {
+                lines.append(part);
+                part.clear();
+            }
         }
         layout.endLayout();
         if (paragraph.isEmpty())
@@ -84,14 +94,24 @@ QString InBounds(const QString &text, const QWidget &box)
     return lines.join(u'\n');
 }
 
+/// Only the windows of its parent have to wait for a dialog: the tray answers meanwhile. A dialog without a
+/// parent is modal to all, as nothing else keeps the user from a second one.
+void MakeModal(QDialog &dialog)
+{
+    if (dialog.parentWidget())
+        dialog.setWindowModality(Qt::WindowModal);
+}
+
 WarnAnswer Ask(QMessageBox::Icon icon, QWidget *parent, const QString &title, const QString &text,
-               WarnMode mode, WarnAnswer defaultAnswer)
+               WarnMode mode, WarnAnswer defaultAnswer, const QString &detail = {})
 {
     QMessageBox box{icon, title, {}, ButtonsOf(mode), parent};
+    MakeModal(box);
     box.setTextFormat(Qt::PlainText);
     box.setText(InBounds(text, box));
+    box.setInformativeText(detail);
     box.setDefaultButton(ButtonOf(defaultAnswer));
-    // Without a default answer, Enter gives none: the toolkit would take the first.
+    // Without a default answer, Enter gives none: Qt would take the first.
     if (mode != WarnMode::Ok && defaultAnswer == WarnAnswer::None) {
         const QList<QPushButton *> buttons = box.findChildren<QPushButton *>();
         for (QPushButton *button : buttons)
@@ -104,6 +124,21 @@ WarnAnswer Ask(QMessageBox::Icon icon, QWidget *parent, const QString &title, co
 QString WithAllFiles(QString filter)
 {
     return filter.replace("(*.*)"_L1, "(*)"_L1);
+}
+
+/// Begins at the path, a directory or a file in one. Empty when the user cancels.
+QString ChosenFile(QFileDialog &dialog, const QString &path, const QString &filter)
+{
+    MakeModal(dialog);
+    dialog.setNameFilter(WithAllFiles(filter));
+    const QFileInfo begin{path};
+    if (begin.isDir()) {
+        dialog.setDirectory(path);
+    } else {
+        dialog.setDirectory(begin.absolutePath());
+        dialog.selectFile(begin.fileName());
+    }
+    return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString{};
 }
 } // namespace
 
@@ -118,6 +153,13 @@ WarnAnswer KilnUtil_WidgetPrompt::ReportWarning(const QString &title, const QStr
                                                 WarnAnswer defaultAnswer)
 {
     return Ask(QMessageBox::Warning, Parent(), title, text, mode, defaultAnswer);
+}
+
+WarnAnswer KilnUtil_WidgetPrompt::ReportDetailedWarning(const QString &title, const QString &text,
+                                                        const QString &detail, WarnMode mode,
+                                                        WarnAnswer defaultAnswer)
+{
+    return Ask(QMessageBox::Warning, Parent(), title, text, mode, defaultAnswer, detail);
 }
 
 void KilnUtil_WidgetPrompt::ReportError(const QString &title, const QString &text)
@@ -136,11 +178,14 @@ std::optional<QString> KilnUtil_WidgetPrompt::ChooseFromList(const QString &titl
                                                              const QString &preselected)
 {
     QInputDialog dialog{Parent()};
+    MakeModal(dialog);
     dialog.setWindowTitle(title);
     dialog.setLabelText(InBounds(label, dialog));
     dialog.setOption(QInputDialog::UseListViewForComboBoxItems);
     dialog.setComboBoxItems(items);
     dialog.setTextValue(preselected);
+    if (auto *box = dialog.findChild<QComboBox *>())
+        box->setAccessibleName(title);
     if (dialog.exec() != QDialog::Accepted)
         return std::nullopt;
     return dialog.textValue();
@@ -150,6 +195,7 @@ std::optional<int> KilnUtil_WidgetPrompt::AskNumber(const QString &title, const 
                                                     int least)
 {
     QInputDialog dialog{Parent()};
+    MakeModal(dialog);
     dialog.setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     dialog.setWindowTitle(title);
     dialog.setLabelText(label);
@@ -157,6 +203,8 @@ std::optional<int> KilnUtil_WidgetPrompt::AskNumber(const QString &title, const 
     dialog.setIntRange(least, std::numeric_limits<int>::max());
     dialog.setIntValue(value);
     dialog.setIntStep(1);
+    if (auto *box = dialog.findChild<QSpinBox *>())
+        box->setAccessibleName(title);
     if (dialog.exec() != QDialog::Accepted)
         return std::nullopt;
     return dialog.intValue();
@@ -167,16 +215,32 @@ void KilnUtil_WidgetPrompt::ShowInformation(const QString &title, const QString 
     Ask(QMessageBox::Information, Parent(), title, text, WarnMode::Ok, WarnAnswer::None);
 }
 
+void KilnUtil_WidgetPrompt::ShowNotice(const QString &title, const QString &text)
+{
+    // It must not take the keys that are typed elsewhere.
+    auto *box = new QMessageBox{QMessageBox::Information, title, text, QMessageBox::Ok, Parent()};
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setAttribute(Qt::WA_ShowWithoutActivating);
+    box->setTextFormat(Qt::PlainText);
+    box->setModal(false);
+    box->show();
+}
+
 QString KilnUtil_WidgetPrompt::AskOpenFileName(const QString &title, const QString &directory,
                                                const QString &filter)
 {
-    return QFileDialog::getOpenFileName(Parent(), title, directory, WithAllFiles(filter));
+    QFileDialog dialog{Parent(), title};
+    dialog.setFileMode(QFileDialog::ExistingFile);
+    return ChosenFile(dialog, directory, filter);
 }
 
 QString KilnUtil_WidgetPrompt::AskSaveFileName(const QString &title, const QString &directory,
                                                const QString &filter)
 {
-    return QFileDialog::getSaveFileName(Parent(), title, directory, WithAllFiles(filter));
+    QFileDialog dialog{Parent(), title};
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setFileMode(QFileDialog::AnyFile);
+    return ChosenFile(dialog, directory, filter);
 }
 
 KilnUtil_OpenFilesAnswer KilnUtil_WidgetPrompt::AskOpenFileNames(const KilnUtil_OpenFilesOptions &options)
@@ -184,6 +248,7 @@ KilnUtil_OpenFilesAnswer KilnUtil_WidgetPrompt::AskOpenFileNames(const KilnUtil_
     QStringList filters = options.NameFilters;
     std::ranges::transform(filters, filters.begin(), WithAllFiles);
     QFileDialog dialog{Parent(), options.Title};
+    MakeModal(dialog);
     dialog.setOption(QFileDialog::DontUseNativeDialog, !options.UseNativeBrowser);
     KilnUtil_WidgetUtil::PrepQFileDialog(&dialog, options.Directory, filters);
     if (options.NameFilter >= 0 && options.NameFilter < filters.size())

@@ -14,6 +14,8 @@ public:
 
     WarnAnswer ReportWarning(const QString &title, const QString &text, WarnMode mode,
                              WarnAnswer defaultAnswer) override;
+    WarnAnswer ReportDetailedWarning(const QString &title, const QString &text, const QString &detail,
+                                     WarnMode mode, WarnAnswer defaultAnswer) override;
     void ReportError(const QString &title, const QString &text) override;
     WarnAnswer AskQuestion(const QString &title, const QString &text, WarnMode mode,
                            WarnAnswer defaultAnswer) override;
@@ -21,6 +23,7 @@ public:
                                           const QStringList &items, const QString &preselected) override;
     std::optional<int> AskNumber(const QString &title, const QString &label, int value, int least) override;
     void ShowInformation(const QString &title, const QString &text) override;
+    void ShowNotice(const QString &title, const QString &text) override;
     QString AskOpenFileName(const QString &title, const QString &directory, const QString &filter) override;
     QString AskSaveFileName(const QString &title, const QString &directory, const QString &filter) override;
     KilnUtil_OpenFilesAnswer AskOpenFileNames(const KilnUtil_OpenFilesOptions &options) override;

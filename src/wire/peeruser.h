@@ -2,7 +2,16 @@
 
 #include "wire/socket.h"
 
-/// Whether the other end of a connection on this computer is known to belong to another user: the port is
-/// open to all of them, but only this user may submit. False when that cannot be told, for instance because
-/// the client has closed its side already.
-[[nodiscard]] bool Taskmill_IsOtherUser(Taskmill_Socket::Handle socket);
+/// Whose the other end of a connection on this computer is. The port is open to all users, but only this one
+/// may submit.
+enum class Taskmill_PeerUser
+{
+    This,
+    Other,
+    Unknown, ///< the system does not show it, mostly because the client has closed its end already
+};
+[[nodiscard]] Taskmill_PeerUser Taskmill_UserOfPeer(Taskmill_Socket::Handle connection);
+
+/// Whether the server at the other end is known to be a program of this user: only then may it be shown the
+/// key of his manager. Another user may have taken the port.
+[[nodiscard]] bool Taskmill_IsServerOfThisUser(Taskmill_Socket::Handle connection);

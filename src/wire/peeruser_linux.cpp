@@ -18,7 +18,8 @@
 #include <unistd.h>
 
 namespace {
-/// One end of a connection as the kernel knows it. Without a file (its program closed it) it has no owner.
+/// One end of a connection as the kernel knows it. Without a file (its program closed it) it mostly has no
+/// owner any more, which shows as the user 0.
 struct SocketOwner
 {
     uid_t user = 0;
@@ -49,7 +50,8 @@ struct DiagRequest
     inet_diag_req_v2 request;
 };
 
-/// Seen from the peer: its own address and port are the source.
+/// Seen from the peer: its own address and port are the source. Without a destination it is the listening
+/// socket that takes connections there.
 DiagRequest MakeDiagRequest(const Ends &ends)
 {
     DiagRequest message{};
@@ -93,6 +95,9 @@ std::optional<SocketOwner> AskKernel(const Ends &ends)
         return std::nullopt;
     inet_diag_msg found{};
     std::memcpy(&found, answer.data() + NLMSG_HDRLEN, sizeof found);
+    // In place of a connection that is gone the kernel names who listens on its port.
+    if (found.id.idiag_dport != ends.local.sin_port)
+        return std::nullopt;
     return SocketOwner{.user = found.idiag_uid, .fileNumber = found.idiag_inode};
 }
 
@@ -124,15 +129,37 @@ std::optional<SocketOwner> LookInTable(const Ends &ends)
     }
     return std::nullopt;
 }
+std::optional<SocketOwner> OwnerOf(const Ends &ends)
+{
+    const std::optional<SocketOwner> owner = AskKernel(ends);
+    return owner ? owner : LookInTable(ends);
+}
+
+Taskmill_PeerUser UserOf(const Ends &ends)
+{
+    const std::optional<SocketOwner> owner = OwnerOf(ends);
+    if (!owner || (owner->fileNumber == 0 && owner->user == 0))
+        return Taskmill_PeerUser::Unknown;
+    return owner->user == getuid() ? Taskmill_PeerUser::This : Taskmill_PeerUser::Other;
+}
 } // namespace
 
-bool Taskmill_IsOtherUser(Taskmill_Socket::Handle socket)
+Taskmill_PeerUser Taskmill_UserOfPeer(Taskmill_Socket::Handle connection)
 {
-    const std::optional<Ends> ends = EndsOf(static_cast<int>(socket));
+    const std::optional<Ends> ends = EndsOf(static_cast<int>(connection));
+    return ends ? UserOf(*ends) : Taskmill_PeerUser::Unknown;
+}
+
+bool Taskmill_IsServerOfThisUser(Taskmill_Socket::Handle connection)
+{
+    const std::optional<Ends> ends = EndsOf(static_cast<int>(connection));
     if (!ends)
         return false;
-    std::optional<SocketOwner> owner = AskKernel(*ends);
-    if (!owner)
-        owner = LookInTable(*ends);
-    return owner && owner->fileNumber != 0 && owner->user != getuid();
+    Ends listening = *ends;
+    listening.local = {};
+    // The connection itself has no owner until it is accepted. Somebody else who has accepted it and left the
+    // port to the manager is seen, and what he has not accepted ends when he does not listen any more.
+    const std::optional<SocketOwner> listener = OwnerOf(listening);
+    return listener && listener->fileNumber != 0 && listener->user == getuid() &&
+           UserOf(*ends) != Taskmill_PeerUser::Other;
 }

@@ -9,3 +9,16 @@
 constexpr std::string_view Taskmill_WireReplyRequest = "clientreply=yes\n";
 constexpr std::string_view Taskmill_WireAccepted = "accepted=";
 constexpr std::string_view Taskmill_WireRefused = "refused=";
+
+/// A request for an answer that holds this line gets further lines behind "accepted=": for each job, in the
+/// order of their numbers, the following keys and their values.
+constexpr std::string_view Taskmill_WireDetailedReply = "replydetails=yes";
+constexpr std::string_view Taskmill_WireJobID = "jobid=";
+constexpr std::string_view Taskmill_WireJobTypeName = "jobtypename=";
+constexpr std::string_view Taskmill_WireJobQueue = "jobqueue=";       ///< "long", "short" or "none"
+constexpr std::string_view Taskmill_WireQueuePaused = "queuepaused="; ///< "yes" or "no"
+constexpr std::string_view Taskmill_WireJobInputFile = "jobinputfile=";
+
+/// A request for an answer that holds this line is refused when no job type has the name that it gives; else
+/// the manager would look for another type that fits the file.
+constexpr std::string_view Taskmill_WireExactJobType = "jobtypeexact=yes";

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-/// A TCP socket on the IPv4 loopback address, without the toolkit: what a small client speaks through, and
-/// what the manager looks at before it makes one of the toolkit's sockets.
+/// A TCP socket on the IPv4 loopback address, without Qt, which a small client does without and which closes
+/// the whole connection as soon as the other side has closed its half.
 class Taskmill_Socket
 {
 public:
@@ -37,8 +37,10 @@ public:
 
     /// Not open when nobody takes the connection within that time.
     [[nodiscard]] static Taskmill_Socket Connect(std::uint16_t port, int waitMs);
-    /// On a port that the system chooses; not open when there is none.
-    [[nodiscard]] static Taskmill_Socket Listen();
+    /// On that port, or on one that the system chooses (0); not open when it is taken, or there is none.
+    [[nodiscard]] static Taskmill_Socket Listen(std::uint16_t port = 0);
+    /// Why the last call of this thread has failed.
+    [[nodiscard]] static std::string LastErrorText();
 
     [[nodiscard]] Handle Get() const { return m_handle; }
     /// Gives the ownership away.
@@ -47,11 +49,18 @@ public:
     [[nodiscard]] bool IsOpen() const { return m_handle != NoHandle; }
     /// 0 when it is not open.
     [[nodiscard]] std::uint16_t LocalPort() const;
-    /// The next connection of a listening socket; not open when none waits.
-    [[nodiscard]] Taskmill_Socket Accept() const;
+    /// The next connection of a listening socket; not open when none waits, or when it cannot be taken, most
+    /// likely because too many files are open.
+    [[nodiscard]] Taskmill_Socket Accept(bool *hasFailed = nullptr) const;
+    /// Whether this socket is one of the last that the system lets the program open: what is left is needed
+    /// to start jobs and to save.
+    [[nodiscard]] bool IsNearLimit() const;
 
     /// Sends everything; false when the connection ends or the other side does not take it within that time.
     bool Send(std::string_view bytes, int waitMs) const;
+    /// Sends what the other side takes without waiting and removes it from the bytes; false when the
+    /// connection has ended.
+    bool SendSome(std::string &bytes) const;
     /// Appends what has arrived, `most` bytes in all at the most; does not wait.
     State Receive(std::string &bytes, std::size_t most) const;
 

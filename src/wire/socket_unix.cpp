@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <system_error>
 #include <utility>
 
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -62,18 +64,25 @@ Taskmill_Socket Taskmill_Socket::Connect(std::uint16_t port, int waitMs)
     return {};
 }
 
-Taskmill_Socket Taskmill_Socket::Listen()
+Taskmill_Socket Taskmill_Socket::Listen(std::uint16_t port)
 {
-    // Many may connect while this program is busy, and each waits for it.
-    constexpr int mostWaiting = 1024;
+    // Many may connect while this program is busy. One that does not fit tries again after a whole second.
+    constexpr int mostWaiting = 4096;
     Taskmill_Socket server = MakeSocket();
-    const sockaddr_in address = LoopbackAddress(0);
+    const sockaddr_in address = LoopbackAddress(port);
     const int descriptor = DescriptorOf(server.m_handle);
+    // Connections that have just ended do not keep a program from starting again.
+    constexpr int on = 1;
     const bool listens =
-        server.IsOpen() &&
+        server.IsOpen() && setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) == 0 &&
         bind(descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 &&
         listen(descriptor, mostWaiting) == 0;
     return listens ? std::move(server) : Taskmill_Socket{};
+}
+
+std::string Taskmill_Socket::LastErrorText()
+{
+    return std::system_category().message(errno);
 }
 
 std::uint16_t Taskmill_Socket::LocalPort() const
@@ -85,14 +94,27 @@ std::uint16_t Taskmill_Socket::LocalPort() const
     return isKnown ? ntohs(address.sin_port) : 0;
 }
 
-Taskmill_Socket Taskmill_Socket::Accept() const
+Taskmill_Socket Taskmill_Socket::Accept(bool *hasFailed) const
 {
-    const int descriptor = accept(DescriptorOf(m_handle), nullptr, nullptr);
-    if (descriptor < 0)
-        return {};
-    fcntl(descriptor, F_SETFD, FD_CLOEXEC);
-    fcntl(descriptor, F_SETFL, O_NONBLOCK);
-    return Taskmill_Socket{descriptor};
+    int descriptor = -1;
+    do {
+        descriptor = accept4(DescriptorOf(m_handle), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    } while (descriptor < 0 && (errno == EINTR || errno == ECONNABORTED));
+    if (hasFailed)
+        *hasFailed = descriptor < 0 && errno != EAGAIN && errno != EWOULDBLOCK;
+    return descriptor < 0 ? Taskmill_Socket{} : Taskmill_Socket{descriptor};
+}
+
+/// The lowest number that is free is taken, so this one tells how many files are open at least.
+bool Taskmill_Socket::IsNearLimit() const
+{
+    constexpr rlim_t leastReserve = 16; // two or three starts of a program, and a save
+    constexpr rlim_t mostReserve = 512;
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY)
+        return false;
+    const rlim_t reserve = std::clamp(limit.rlim_cur / 4, leastReserve, mostReserve);
+    return static_cast<rlim_t>(m_handle) + reserve >= limit.rlim_cur;
 }
 
 bool Taskmill_Socket::Send(std::string_view bytes, int waitMs) const
@@ -103,6 +125,18 @@ bool Taskmill_Socket::Send(std::string_view bytes, int waitMs) const
             bytes.remove_prefix(static_cast<std::size_t>(sent));
         else if (errno == EAGAIN || errno == EWOULDBLOCK ? !WaitToWrite(m_handle, waitMs) : errno != EINTR)
             return false;
+    }
+    return true;
+}
+
+bool Taskmill_Socket::SendSome(std::string &bytes) const
+{
+    while (!bytes.empty()) {
+        const ssize_t sent = send(DescriptorOf(m_handle), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (sent >= 0)
+            bytes.erase(0, static_cast<std::size_t>(sent));
+        else if (errno != EINTR)
+            return errno == EAGAIN || errno == EWOULDBLOCK;
     }
     return true;
 }

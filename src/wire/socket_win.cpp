@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <system_error>
 #include <utility>
 
 // Before windows.h, which brings an older version of it.
@@ -83,15 +84,24 @@ Taskmill_Socket Taskmill_Socket::Connect(std::uint16_t port, int waitMs)
     return connected ? std::move(client) : Taskmill_Socket{};
 }
 
-Taskmill_Socket Taskmill_Socket::Listen()
+Taskmill_Socket Taskmill_Socket::Listen(std::uint16_t port)
 {
     Taskmill_Socket server = MakeSocket();
-    const sockaddr_in address = LoopbackAddress(0);
+    const sockaddr_in address = LoopbackAddress(port);
     const SOCKET socket = SocketOf(server.m_handle);
+    // Otherwise another program could listen on the same port and take the connections.
+    constexpr BOOL on = TRUE;
     const bool listens = server.IsOpen() &&
+                         setsockopt(socket, SOL_SOCKET, SO_EXCLUSIVEADDRUSE,
+                                    reinterpret_cast<const char *>(&on), sizeof on) == 0 &&
                          bind(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 &&
                          listen(socket, SOMAXCONN) == 0;
     return listens ? std::move(server) : Taskmill_Socket{};
+}
+
+std::string Taskmill_Socket::LastErrorText()
+{
+    return std::system_category().message(WSAGetLastError());
 }
 
 std::uint16_t Taskmill_Socket::LocalPort() const
@@ -102,9 +112,20 @@ std::uint16_t Taskmill_Socket::LocalPort() const
     return isKnown ? ntohs(address.sin_port) : std::uint16_t{0};
 }
 
-Taskmill_Socket Taskmill_Socket::Accept() const
+Taskmill_Socket Taskmill_Socket::Accept(bool *hasFailed) const
 {
-    return Owned(accept(SocketOf(m_handle), nullptr, nullptr));
+    Taskmill_Socket client = Owned(accept(SocketOf(m_handle), nullptr, nullptr));
+    if (hasFailed) {
+        const int error = client.IsOpen() ? 0 : WSAGetLastError();
+        *hasFailed = error != 0 && error != WSAEWOULDBLOCK && error != WSAECONNRESET;
+    }
+    return client;
+}
+
+/// Sockets are limited by the memory alone.
+bool Taskmill_Socket::IsNearLimit() const
+{
+    return false;
 }
 
 bool Taskmill_Socket::Send(std::string_view bytes, int waitMs) const
@@ -117,6 +138,19 @@ bool Taskmill_Socket::Send(std::string_view bytes, int waitMs) const
             bytes.remove_prefix(static_cast<std::size_t>(sent));
         else if (WSAGetLastError() != WSAEWOULDBLOCK || !WaitToWrite(m_handle, waitMs))
             return false;
+    }
+    return true;
+}
+
+bool Taskmill_Socket::SendSome(std::string &bytes) const
+{
+    while (!bytes.empty()) {
+        const auto part =
+            static_cast<int>(std::min<std::size_t>(bytes.size(), std::numeric_limits<int>::max()));
+        const int sent = send(SocketOf(m_handle), bytes.data(), part, 0);
+        if (sent < 0)
+            return WSAGetLastError() == WSAEWOULDBLOCK;
+        bytes.erase(0, static_cast<std::size_t>(sent));
     }
     return true;
 }

@@ -1,7 +1,9 @@
+#include "app/debuglog.h"
 #include "app/startoptions.h"
-
 #include "support/testutil.h"
 
+#include <QDir>
+#include <QTemporaryDir>
 #include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -47,6 +49,42 @@ private Q_SLOTS:
         QCOMPARE(checked({missing, here}, false), std::pair(Outcome::MissingFile, QString{}));
         QCOMPARE(checked({u"-nogui"_s, missing}, true), std::pair(Outcome::MissingFile, QString{}));
         QCOMPARE(checked({missing, here, u"-run"_s}, false), std::pair(Outcome::GoOn, QString{}));
+        QCOMPARE(checked({u"-h"_s, missing}, false), std::pair(Outcome::ShowUsage, QString{}));
+    }
+
+    void UnknownOptionsAndTheFileAreNamed()
+    {
+        const auto unknown = [](const QString &line) {
+            return Taskmill_UnknownOptions(line.split(u' ')).join(u' ');
+        };
+        QCOMPARE(unknown(u"taskmill -Console --help -h -DebugFile=x -list jobs.mill"_s), QString{});
+        QCOMPARE(unknown(u"taskmill --console -debugfiles x -run"_s), u"--console -debugfiles"_s);
+        const auto named = [](const QString &line) {
+            return Taskmill_FileNamed(line.split(u' '));
+        };
+        QCOMPARE(named(u"taskmill -console"_s), QString{});
+        QCOMPARE(named(u"taskmill -platform xcb -run a.mill b.mill"_s), u"a.mill"_s);
+        QCOMPARE(Taskmill_ProblemOfMissingFile(u"a.mill"_s), u"the file a.mill does not exist"_s);
+    }
+
+    void LogTakesEveryMessage()
+    {
+        const QTemporaryDir directory;
+        const QString before = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(directory.path()));
+        for (const QString &option : {u"-DebugFile=log.txt"_s, u"-debugfile"_s}) {
+            Taskmill_DebugLog::TurnOn({u"taskmill"_s, u"-debugs"_s, option, u"-debugfile=late.txt"_s});
+            QCOMPARE(Taskmill_DebugLog::Level(), 7);
+            qWarning("first");
+            qInfo("second");
+            qCritical("third");
+            Taskmill_DebugLog::TurnOff();
+            QCOMPARE(Taskmill_DebugLog::Level(), 0);
+            const QString file = option.contains(u'=') ? u"log.txt"_s : u"taskmill_debug.txt"_s;
+            QCOMPARE(ReadTestFile(file), "Warning: first\nInfo:   second\n????:    third\n");
+            QVERIFY(!QFile::exists(u"late.txt"_s));
+        }
+        QVERIFY(QDir::setCurrent(before));
     }
 };
 

@@ -32,6 +32,8 @@ CtlResult RunCtl(const QStringList &arguments, const CtlPlace &place)
         process.setWorkingDirectory(place.directory);
     if (place.onOutput)
         QObject::connect(&process, &QProcess::readyReadStandardOutput, place.onOutput);
+    if (place.onError)
+        QObject::connect(&process, &QProcess::readyReadStandardError, place.onError);
     process.start(QStringLiteral(TASKMILL_CTL), arguments);
     const bool ended = QTest::qWaitFor([&process] { return process.state() == QProcess::NotRunning; }, 60000);
     if (!ended) {

@@ -21,6 +21,7 @@ struct CtlPlace
     QString directory = {};
     QStringList variables = {};          ///< NAME=VALUE
     std::function<void()> onOutput = {}; ///< called when the client has written something
+    std::function<void()> onError = {};  ///< the same to standard error
 };
 
 /// Runs the client while the event loop of the test goes on.

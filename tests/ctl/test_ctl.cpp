@@ -6,8 +6,13 @@
 #include "requests/requestserver.h"
 #include "support/testutil.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -28,9 +33,11 @@ public:
             Notify(request);
         return answers.isEmpty() ? QByteArray{} : answers.takeFirst();
     }
+    [[nodiscard]] bool CanHandleNow(const Taskmill_RequestMessage &) const override { return !isBusy; }
     void GoAway() { m_server.Close(); }
     [[nodiscard]] quint16 Port() const { return m_server.Port(); }
 
+    bool isBusy = false;
     QList<QByteArray> answers;
     QList<Status> statuses; ///< of the jobs in the order of their ends
     QList<Taskmill_RequestMessage> requests;
@@ -50,9 +57,10 @@ private:
         job.InputFilePath = request.JobInputFile;
         job.Status = statuses.takeFirst();
         QVERIFY(Taskmill_WantsNotification(job, u"TaskmillGUI"_s));
-        const QByteArray foreign = Taskmill_JobFinishedMessage(job, 0, u"TaskmillGUI"_s);
+        const int exitCode = job.Status == Status::Failed ? 3 : 0;
+        const QByteArray foreign = Taskmill_JobFinishedMessage(job, exitCode, u"TaskmillGUI"_s);
         job.ClientAppName = request.ClientAppName;
-        sent.append(Taskmill_JobFinishedMessage(job, 0, u"TaskmillGUI"_s));
+        sent.append(Taskmill_JobFinishedMessage(job, exitCode, u"TaskmillGUI"_s));
         for (const QByteArray &message : {foreign, sent.last()})
             QVERIFY(Taskmill_SendMessage(job.ClientAddress, job.ClientPort, message));
     }
@@ -88,6 +96,9 @@ private Q_SLOTS:
         QVERIFY(Complaint(2, u"submit water.mop --chk="_s).contains("empty"));
         QVERIFY(Complaint(2, u"submit water.mop --set @A\nB=1"_s).contains("@NAME=VALUE"));
         QVERIFY(Complaint(2, u"submit water.mop --port 65536"_s).contains("--port"));
+        QVERIFY(Complaint(2, u"submit water.mop --class Lake"_s).contains("class"));
+        for (const QString &seconds : {u"-1"_s, u"1s"_s, u"nan"_s, u"1e99"_s, QString{}})
+            QVERIFY(Complaint(2, u"submit water.mop --timeout="_s + seconds).contains("--timeout"));
         QVERIFY(m_manager->requests.isEmpty());
     }
 
@@ -111,14 +122,19 @@ private Q_SLOTS:
                               Path(u"s.txt"_s), Path(u"o.out"_s), Path(u"c.chk"_s), Path(u"c1.chk"_s)}));
         QCOMPARE(request.PlaceholderValues,
                  (Taskmill_PlaceholderValues{{u"@TITLE"_s, u"a\nb"_s}, {u"@N"_s, u"1=2"_s}}));
-        QVERIFY(request.ConfirmAction && !request.ClientNotification.has_value());
+        QVERIFY(request.ConfirmAction);
+        QVERIFY(!request.ClientNotification.has_value());
+        QVERIFY(request.ExactJobType);
+        QVERIFY(request.DetailedReply);
     }
 
     void AnswerDecidesTheStatus()
     {
-        m_manager->answers = {"accepted=7 8\n", "refused=keine Größe %1\n", "accepted=7",
-                              "HTTP/1.1 400\r\n\r\n", QByteArray(1 << 21, 'x')};
+        m_manager->answers = {"accepted=7 8\n",           "accepted=9\njobid=9\njobtypename=Wäter\nlater=1\n",
+                              "refused=keine Größe %1\n", "accepted=7",
+                              "HTTP/1.1 400\r\n\r\n",     QByteArray(1 << 21, 'x')};
         QCOMPARE(Run(u"submit water.mop"_s).out, "Job 7: water.mop\nJob 8: water.mop\n");
+        QCOMPARE(Run(u"submit water.mop --queue none"_s).out, "Job 9: water.mop (Wäter)\n");
         QVERIFY(Complaint(4, u"submit water.mop"_s).contains("water.mop was refused: keine Größe %1"));
         QVERIFY(Complaint(3, u"submit water.mop"_s).contains("without an answer"));
         QVERIFY(Complaint(3, u"submit water.mop"_s).contains("understood"));
@@ -127,9 +143,11 @@ private Q_SLOTS:
 
     void EachFileHasItsOwnRequest()
     {
-        m_manager->answers = {"refused=no\n", "accepted=3\n", "accepted=4\n", ""};
+        m_manager->answers = {"refused=\"n\\o\"\t\n", "accepted=3\n", "accepted=4\n", ""};
         const CtlResult result = Run(u"submit --json water.mop"_s, {u"größe 2.mop"_s});
         QCOMPARE(result.status, 4);
+        QCOMPARE(QJsonDocument::fromJson(result.out.split('\n').value(0)).object()[u"refused"_s].toString(),
+                 u"\"n\\o\"\t"_s);
         QCOMPARE(result.out.split('\n').value(1),
                  "{\"accepted\":[3],\"file\":\"" + Path(u"größe 2.mop"_s).toUtf8() + "\"}");
 
@@ -140,18 +158,62 @@ private Q_SLOTS:
         QCOMPARE(m_manager->requests.size(), 4);
         // Type and queue are left to the manager.
         QCOMPARE(m_manager->requests.first().JobTypeName + m_manager->requests.first().JobQueue, u"Auto"_s);
+        QVERIFY(!m_manager->requests.first().ExactJobType);
     }
 
     void WaitsForTheEndOfEachJob()
     {
         m_manager->statuses = {Status::Killed, Status::Completed};
         m_manager->answers = {"accepted=1\n", "accepted=2\n"};
-        const CtlResult result = Run(u"submit --wait water.mop"_s, {u"größe 2.mop"_s});
+        const CtlResult result = Run(u"submit --wait --raw water.mop"_s, {u"größe 2.mop"_s});
         QCOMPARE(result.status, 1);
         QCOMPARE(m_manager->sent.size(), 2);
         for (const QByteArray &notification : m_manager->sent)
             QVERIFY2(result.out.contains(notification + '\n'), result.out.constData());
         QVERIFY(!result.out.contains("somebody-else"));
+    }
+
+    void TellsTheEndOfEachJobInALine()
+    {
+        const QByteArray paused = "jobqueue=long\nqueuepaused=yes\n";
+        m_manager->statuses = {Status::Failed, Status::Completed, Status::Killed};
+        m_manager->answers = {"accepted=22\njobid=22\n" + paused, "accepted=23\njobid=23\n" + paused,
+                              "accepted=24\n"};
+        const CtlResult result = Run(u"submit --wait water.mop water.mop water.mop"_s);
+        QCOMPARE(result.status, 1);
+        // An end may be told before the next answer.
+        QByteArrayList lines = result.out.trimmed().split('\n');
+        std::ranges::sort(lines);
+        QCOMPARE(lines,
+                 (QByteArrayList{"Job 22: failed, exit code 3", "Job 22: water.mop", "Job 23: completed",
+                                 "Job 23: water.mop", "Job 24: killed", "Job 24: water.mop"}));
+        // Who waits for a paused queue hears of it once.
+        QCOMPARE(result.err.count("is paused: job 22 waits"), 1);
+        QCOMPARE(result.err.count('\n'), 1);
+    }
+
+    void SaysWhatItWaitsFor()
+    {
+        m_manager->isBusy = true;
+        m_manager->answers = {"accepted=1\n"};
+        const CtlResult result =
+            RunCtl({u"submit"_s, u"water.mop"_s},
+                   {.consolePort = m_manager->Port(), .directory = m_directory->path(), .onError = [this] {
+                        m_manager->isBusy = false;
+                    }});
+        QCOMPARE(result.status, 0);
+        QVERIFY2(result.err.contains("asking its user for the job type"), result.err.constData());
+    }
+
+    void WaitsNoLongerThanItMay()
+    {
+        m_manager->answers = {"accepted=1 2\n"};
+        m_manager->statuses = {Status::Completed};
+        const CtlResult result = Run(u"submit --wait --timeout 1 water.mop"_s);
+        QCOMPARE(result.status, 6);
+        QVERIFY2(result.err.contains("not ended in time and go on: "), result.err.constData());
+        m_manager->isBusy = true;
+        QVERIFY(Complaint(6, u"submit --timeout 0.2 water.mop"_s).contains("not answered in time"));
     }
 
     void WaitEndsWithTheManager()
@@ -198,7 +260,13 @@ private Q_SLOTS:
         }
         QCOMPARE(Run(u"project create --force other.mill"_s).status, 0);
         QVERIFY(Run(u"jobs other.mill --long"_s).out.startsWith("Long Jobs Queue is Empty\n"));
+        if constexpr (!isWindows) {
+            QVERIFY(QFile::link(u"nowhere.mill"_s, Path(u"link.mill"_s)));
+            QVERIFY(Complaint(5, u"project create link.mill"_s).contains("--force"));
+        }
         QCOMPARE(Run(u"project create no/such/place.mill"_s).status, 5);
+        QVERIFY(Run(u"project create plain"_s).out.contains("plain.mill"));
+        QCOMPARE(Run(u"jobs plain.mill"_s).status, 0);
         QCOMPARE(Run(u"jobs missing.mill"_s).status, 2);
     }
 
@@ -225,6 +293,11 @@ private Q_SLOTS:
              {"\n1     O'Hara  "_ba, TestProgramPath().toLocal8Bit() + "  Queueless  "_ba,
               "  Water (*.mop)  "_ba, "  A=1=2 ; B=  "_ba, "  @EXEFILE @INFILE"_ba})
             QVERIFY2(types.contains(cell), types.constData());
+        ExpectFields(
+            Run(u"types list größe.mill --json"_s).out,
+            "{`id`:1,`name`:`O'Hara`,`applicationname`:`%2`,`executablepath`:`%1`,`defaultqueue`:`Queueless`,"
+            "`inputfilefilter`:`Water (*.mop)`,`outputfilefilter`:``,"
+            "`environmentvariables`:[`A=1=2`,`B=`],`genericcommandline`:`@EXEFILE\\n@INFILE`}");
         QCOMPARE(Run(u"types remove größe.mill unknown"_s).status, 2);
         QCOMPARE(Run(u"types remove größe.mill o'hara"_s).status, 0);
         QVERIFY(!Run(u"types list größe.mill"_s).out.contains("O'Hara"));
@@ -239,17 +312,33 @@ private Q_SLOTS:
         job.JobType = database->GetJobTypes().first();
         job.Name = u"Wasser"_s;
         job.Status = Status::Completed;
+        job.JobID = 7;
+        job.QueueName = u"Short"_s;
+        job.InputFilePath = u"/w/a.in"_s;
+        job.InputFilePath2 = u"/w/b.in"_s;
+        job.ClientName = u"host"_s;
+        job.ClientAppName = u"Editor"_s;
+        job.Submitted = QDateTime{{2024, 3, 7}, {16, 0, 0}};
+        job.Started = QDateTime{{2024, 3, 8}, {17, 0, 0}};
         job.Finished = QDateTime{{2024, 3, 9}, {18, 0, 0}};
-        QVERIFY(database->InsertFinishedJob(job, true) && database->SaveToFile(Path(u"jobs.mill"_s)));
+        job.StandardInputFile = u"/tmp/answers"_s;
+        job.PlaceholderValues = {{u"@TITLE"_s, u"Eis"_s}};
+        QVERIFY(database->InsertFinishedJob(job, true));
+        QVERIFY(database->SaveToFile(Path(u"jobs.mill"_s)));
 
         const QByteArray text = Run(u"jobs jobs.mill"_s).out;
-        QVERIFY2(text.contains("Wasser  Completed") && text.contains("Short Jobs Queue is Empty"),
-                 text.constData());
+        QVERIFY2(text.contains("Wasser  Completed"), text.constData());
+        QVERIFY2(text.contains("Short Jobs Queue is Empty"), text.constData());
+        QVERIFY2(text.contains("standard input=/tmp/answers; @TITLE=Eis"), text.constData());
         QVERIFY(!Run(u"jobs jobs.mill --long"_s).out.contains("Wasser"));
         const QByteArray json = Run(u"jobs jobs.mill --finished --json"_s).out;
-        QVERIFY2(json.contains("\"finished\": \"2024-03-09T18:00:00\"") &&
-                     json.contains("\"status\": \"Completed\""),
-                 json.constData());
+        const QByteArray expected =
+            "{`list`:`finished`,`id`:7,`name`:`Wasser`,`status`:`Completed`,`jobtype`:`Veltra`,`queue`:`"
+            "Short`,"
+            "`executablepath`:`%1`,`commandline`:`%1 -nproc=0 -b /w/a.in`,`inputfile`:`/w/a.in`,"
+            "`inputfile2`:`/w/b.in`,`submitted`:`2024-03-07T16:00:00`,`started`:`2024-03-08T17:00:00`,"
+            "`finished`:`2024-03-09T18:00:00`,`clientname`:`host`,`clientappname`:`Editor`}";
+        ExpectFields(json, expected);
     }
 
 private:
@@ -269,6 +358,18 @@ private:
     {
         const CtlResult result = Run(line, rest);
         return result.status == status && result.out.isEmpty() ? result.err : "Unexpected: " + result.out;
+    }
+    /// The last object of the list has all these; ` is a quote, %1 the test program, %2 its name.
+    static void ExpectFields(const QByteArray &json, QByteArray expected)
+    {
+        const QJsonObject shown = QJsonDocument::fromJson(json).array().last().toObject();
+        expected.replace('`', '"')
+            .replace("%1", TestProgramPath().toUtf8())
+            .replace("%2", QFileInfo{TestProgramPath()}.fileName().toUtf8());
+        const QJsonObject fields = QJsonDocument::fromJson(expected).object();
+        QVERIFY(!fields.isEmpty());
+        for (auto field = fields.begin(); field != fields.end(); ++field)
+            QCOMPARE(shown[field.key()], field.value());
     }
     [[nodiscard]] QString Path(const QString &name) const { return m_directory->filePath(name); }
 

@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QUuid>
 
+#include <sqlite3.h>
+
 using namespace Qt::Literals::StringLiterals;
 
 std::unique_ptr<Taskmill_Database> MakeClosedDatabase()
@@ -64,6 +66,13 @@ QStringList RawDatabase::Rows(const QString &statement)
     return rows;
 }
 
+void RefuseWrites(const Taskmill_Database &database, bool refuse)
+{
+    sqlite3 *handle = *static_cast<sqlite3 *const *>(database.Driver()->handle().constData());
+    sqlite3_exec(handle, refuse ? "PRAGMA query_only = ON" : "PRAGMA query_only = OFF", nullptr, nullptr,
+                 nullptr);
+}
+
 QStringList RowsOfFile(const QString &path, const QString &statement)
 {
     return RawDatabase{path}.Rows(statement);
@@ -117,4 +126,17 @@ Taskmill_JobRecord SampleJob(const Taskmill_JobType &jobType, qint32 jobID)
     job.JobID = jobID;
     job.DeriveOutputFile();
     return job;
+}
+
+void AddSampleFields(Taskmill_JobRecord &job)
+{
+    job.StandardInputFile = u"/tmp/stdin's"_s;
+    job.StandardOutputFile = u"/tmp/stdout"_s;
+    job.OutputFile = u"other.log"_s;
+    job.CheckpointFile = u"a.chk"_s;
+    job.CheckpointFile2 = u"b.chk"_s;
+    // Their order counts, also beyond the ninth.
+    for (int number = 12; number > 0; --number)
+        job.PlaceholderValues.append({u"@A %1"_s.arg(number), u"Größe\n'%1'"_s.arg(number)});
+    job.PlaceholderValues.append({u"@EMPTY"_s, u""_s});
 }

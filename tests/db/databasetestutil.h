@@ -28,11 +28,16 @@ private:
     QSqlDatabase m_connection;
 };
 
+/// Whether statements that write to the open database fail from now on.
+void RefuseWrites(const Taskmill_Database &database, bool refuse);
+
 /// What the query gives on the file.
 [[nodiscard]] QStringList RowsOfFile(const QString &path, const QString &statement);
 /// What the query gives on the content of an in-memory database.
 [[nodiscard]] QStringList RowsOf(Taskmill_Database &database, const QString &statement);
 
 [[nodiscard]] Taskmill_JobType SampleJobType(const QString &name);
-/// A finished job of the long queue with every stored field set.
+/// A finished job of the long queue with every field set that the job tables store.
 [[nodiscard]] Taskmill_JobRecord SampleJob(const Taskmill_JobType &jobType, qint32 jobID);
+/// Sets what is stored besides.
+void AddSampleFields(Taskmill_JobRecord &job);

@@ -1,4 +1,6 @@
 #include "databasetestutil.h"
+#include "db/databasemanager.h"
+#include "support/scriptedprompt.h"
 #include "support/testutil.h"
 
 #include <QTemporaryDir>
@@ -26,32 +28,52 @@ class TestDatabase : public QObject
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
 
-    void UpgradeAddsMissingColumns()
+    void TablesAreThoseOfTheFormat()
     {
-        const QStringList added{u"StdOutAndStdErr"_s, u"InputFilePath2"_s, u"JobClass"_s,
-                                u"ClientNotification"_s};
-        QStringList old = RowsOf(*MakeDatabase(), u"SELECT sql FROM sqlite_master WHERE type = 'table'"_s);
-        for (const QString &column : added)
-            old.replaceInStrings(QRegularExpression{u',' + column + u" [A-Z]+"_s}, QString{});
-        old.removeIf([](const QString &sql) { return sql.contains(" RunningJobs "_L1); });
-        const QString path = m_directory.filePath(u"old.mill"_s);
-        RawDatabase{path}.Execute(old + QStringList{u"INSERT INTO FinishedJobs VALUES (0,'old',7,1,'a','e',"
-                                                    "'i','c','Failed','','','','','',9,'','','',1,2,3)"_s});
+        const QString statements = QString::fromUtf8(ReadTestFile(KeptFile(u"schema.sql"_s)));
+        QCOMPARE(RowsOf(*MakeDatabase(), u"SELECT sql || ';' FROM sqlite_master WHERE sql <> ''"_s),
+                 statements.trimmed().split(u'\n'));
+    }
+
+    /// The kept files were made with the sqlite3 command from the tables of their time.
+    void ProjectsOfEarlierVersionsAreUpgraded_data()
+    {
+        QTest::addColumn<QString>("addedFields");
+        QTest::newRow("without_output") << u"|||"_s;
+        QTest::newRow("one_input_file") << u"captured|||"_s;
+        QTest::newRow("without_class") << u"captured|/w/second.in||"_s;
+        QTest::newRow("without_notification") << u"captured|/w/second.in|docking|"_s;
+    }
+
+    void ProjectsOfEarlierVersionsAreUpgraded()
+    {
+        QFETCH(const QString, addedFields);
         const auto database = MakeClosedDatabase();
+        const QString file = KeptFile(QString::fromLatin1(QTest::currentDataTag()) + u".mill"_s);
+        const QString columns = u"SELECT tables.name, columns.name, columns.type, columns.[notnull] FROM "
+                                "sqlite_master tables, pragma_table_info(tables.name) columns WHERE "
+                                "tables.type = 'table' ORDER BY tables.name, columns.cid"_s;
+        const QStringList wanted = RowsOf(*MakeDatabase(), columns);
         for (int load = 1; load <= 2; ++load) {
-            QVERIFY(database->LoadFromFile(path));
-            const QString columns = u"SELECT name FROM pragma_table_info('%1')"_s;
-            for (const auto table : {"LongJobsQueue"_L1, "ShortJobsQueue"_L1, "QueuelessJobs"_L1, "Jobs"_L1})
-                QCOMPARE(RowsOf(*database, columns.arg(table)).last(3), added.last(3));
-            QCOMPARE(RowsOf(*database, columns.arg("FinishedJobs"_L1)).last(4), added);
+            QVERIFY(database->LoadFromFile(file));
+            QCOMPARE(RowsOf(*database, columns), wanted);
+            QVERIFY(!database->HasUnsavedChanges());
         }
-        QVERIFY(!database->HasUnsavedChanges());
-        const Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 10);
-        QVERIFY(database->InsertFinishedJob(job, true));
-        const auto jobs = database->GetFinishedJobs();
-        QCOMPARE(jobs.size(), 2);
-        QCOMPARE(jobs.first().QueueName, u"Short"_s);
-        QCOMPARE(jobs.last().StdOutAndStdErr, job.StdOutAndStdErr);
+        QCOMPARE(RowsOf(*database, u"SELECT StdOutAndStdErr, InputFilePath2, JobClass, ClientNotification "
+                                   "FROM FinishedJobs"_s),
+                 QStringList{addedFields});
+        const auto finished = database->GetFinishedJobs();
+        QCOMPARE(finished.size(), 1);
+        QCOMPARE(finished.first().Name + u' ' + finished.first().QueueName, u"done Short"_s);
+        QCOMPARE(finished.first().StdOutAndStdErr, addedFields.section(u'|', 0, 0));
+        for (const QList<Taskmill_JobRecord> &jobs :
+             {database->GetLongJobs(), database->GetShortJobs(), database->GetQueuelessJobs()}) {
+            QCOMPARE(jobs.size(), 1);
+            QCOMPARE(jobs.first().JobType.Name, u"MOPAC"_s);
+            QCOMPARE(jobs.first().InputFilePath2, addedFields.section(u'|', 1, 1));
+            QCOMPARE(jobs.first().JobClass, addedFields.section(u'|', 2, 2));
+        }
+        QVERIFY(database->InsertFinishedJob(SampleJob(SampleJobType(u"Type"_s), 10), true));
     }
 
     /// A driver with an SQLite of its own inside gives out handles that the program must not use.
@@ -81,6 +103,8 @@ private Q_SLOTS:
         changed.ExecutablePath = u"/opt/mopac"_s;
         QVERIFY(database->UpdateJobType(0, changed));
         QCOMPARE(database->GetJobTypes(), QList{changed});
+        QVERIFY(database->DeleteJobType(0));
+        QCOMPARE(database->GetJobTypes(), QList<Taskmill_JobType>{});
     }
 
     void JobKeepsEveryField()
@@ -99,20 +123,106 @@ private Q_SLOTS:
             QVERIFY(database->InsertJobType(jobType, true, &jobType.JobTypeID));
             QList<Taskmill_JobRecord> jobs{SampleJob(jobType, 42), SampleJob(jobType, 41)};
             jobs[1].Started = {};
+            AddSampleFields(jobs[0]);
             for (Taskmill_JobRecord &job : jobs) {
                 job.QueueName = queues[table];
                 QVERIFY((*database.*inserts[table])(job, true, nullptr));
                 job.QueueName.replace(u"None"_s, u"Queueless"_s);
-                if (table != 3) {
+                if (table == 3) {
+                    job.RecordedCommandLine = job.CommandLine();
+                } else {
                     job.Finished = {};
                     job.StdOutAndStdErr.clear();
                 }
             }
             QCOMPARE((*database.*gets[table])(), jobs);
             QCOMPARE(database->LargestJobID(), 42);
-            QVERIFY((*database.*removals[table])(41) && (*database.*removals[table])(0));
+            QVERIFY((*database.*removals[table])(41));
+            QVERIFY((*database.*removals[table])(0));
             QCOMPARE((*database.*gets[table])(), QList{jobs.first()});
         }
+    }
+
+    void FinishedJobTellsWhatRan()
+    {
+        const auto database = MakeDatabase();
+        Taskmill_JobType jobType = SampleJobType(u"Type"_s);
+        QVERIFY(database->InsertJobType(jobType, true));
+        Taskmill_JobRecord job = SampleJob(jobType, 1);
+        job.JobType.GenericCommandLine = u"@EXEFILE @INFILE @OUTFILE"_s;
+        QVERIFY(database->InsertFinishedJob(job, true));
+        jobType.ApplicationName = u"other"_s;
+        jobType.ExecutablePath = u"/opt/other"_s;
+        jobType.GenericCommandLine = u"@EXEFILE --new"_s;
+        jobType.Name = u"Renamed"_s;
+        QVERIFY(database->UpdateJobType(0, jobType));
+        const Taskmill_JobRecord read = database->GetFinishedJobs().value(0);
+        QCOMPARE(read.JobType.Name, u"Renamed"_s);
+        QCOMPARE(read.JobType.ApplicationName, job.JobType.ApplicationName);
+        QCOMPARE(read.JobType.ExecutablePath, job.JobType.ExecutablePath);
+        QCOMPARE(read.CommandLine(), job.CommandLine());
+        // Written again it is still what ran.
+        QVERIFY(database->InsertFinishedJob(read, true));
+        QCOMPARE(database->GetFinishedJobs().value(1).CommandLine(), job.CommandLine());
+    }
+
+    void AddedFieldsLiveAsLongAsTheirJob()
+    {
+        const auto database = MakeDatabase();
+        Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 5);
+        const QString tableText = u"SELECT sql FROM sqlite_master WHERE name = 'AddedFields'"_s;
+        QVERIFY(database->InsertLongJob(job, true));
+        QCOMPARE(RowsOf(*database, tableText), QStringList{});
+        job.JobID = 6;
+        job.CheckpointFile = u"a.chk"_s;
+        job.PlaceholderValues = {{u"@T"_s, u"x"_s}};
+        QVERIFY(database->InsertLongJob(job, true) && database->InsertLongJob(job, true));
+        QCOMPARE(RowsOf(*database, tableText),
+                 QStringList{u"CREATE TABLE AddedFields (Owner TEXT, OwnerID INTEGER, Name TEXT, Value TEXT, "
+                             "PRIMARY KEY (Owner, OwnerID, Name))"_s});
+        const QStringList fields{u"job|6|CheckpointFile|a.chk"_s, u"job|6|Placeholder 001 @T|x"_s};
+        const QString content = u"SELECT * FROM AddedFields ORDER BY OwnerID, Name"_s;
+        QCOMPARE(RowsOf(*database, content), fields);
+        // It moves; then another one ends.
+        QVERIFY(database->InsertFinishedJob(job, true) && database->DeleteLongJob(6));
+        QVERIFY(database->DeleteLongJob(5));
+        QCOMPARE(RowsOf(*database, content), fields);
+        QVERIFY(database->DeleteFinishedJobs({4, 5}));
+        QCOMPARE(RowsOf(*database, content), fields);
+        QVERIFY(database->InsertShortJob(job, true) && database->DeleteFinishedJobs({5, 6}));
+        QCOMPARE(RowsOf(*database, content), fields);
+        QVERIFY(database->DeleteShortJob(6));
+        QCOMPARE(RowsOf(*database, content), QStringList{});
+        // A number that is used again has nothing of the job before it.
+        QVERIFY(database->InsertQueuelessJob(job, true));
+        QVERIFY(database->InsertQueuelessJob(SampleJob(SampleJobType(u"Type"_s), 6), true));
+        QCOMPARE(RowsOf(*database, content), QStringList{});
+    }
+
+    void FieldsWithoutAnOwnerGo()
+    {
+        const QString path = m_directory.filePath(u"orphans.mill"_s);
+        const auto database = MakeDatabase();
+        Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 5);
+        AddSampleFields(job);
+        QVERIFY(database->InsertShortJob(job, true));
+        QVERIFY(database->InsertJobType(SampleJobType(u"Type"_s), true));
+        QVERIFY(database->SaveToFile(path));
+        // The first number belongs to nobody.
+        RawDatabase{path}.Execute(
+            {u"INSERT INTO AddedFields SELECT 'job', 7, Name, Value FROM AddedFields"_s,
+             u"INSERT INTO AddedFields VALUES ('jobtype', 1, 'n', 'v'), "
+             "('jobtype', 0, 'n', 'v'), ('queue', 0, 'n', 'v'), ('project', 0, 'n', 'v')"_s});
+        database->MarkUnchanged();
+        QVERIFY(database->LoadFromFile(path));
+        QVERIFY(!database->HasUnsavedChanges());
+        const QString owners = u"SELECT DISTINCT Owner, OwnerID FROM AddedFields"_s;
+        QCOMPARE(RowsOf(*database, owners), (QStringList{u"job|5"_s, u"jobtype|0"_s, u"project|0"_s}));
+        // The next job type gets its number.
+        QVERIFY(database->DeleteJobType(0));
+        QCOMPARE(RowsOf(*database, owners), (QStringList{u"job|5"_s, u"project|0"_s}));
+        const auto jobs = database->GetShortJobs();
+        QCOMPARE(jobs.value(0).PlaceholderValues, job.PlaceholderValues);
     }
 
     void RowsAreKnownAfterEachChange()
@@ -138,8 +248,10 @@ private Q_SLOTS:
         // The new row has the key of a deleted one.
         insert(7);
         insert(8);
-        QVERIFY(database->DeleteLongJob(5) && database->DeleteLongJob(8));
-        QVERIFY(database->InsertJobType(SampleJobType(u"B"_s), true) && database->DeleteJobType(0));
+        QVERIFY(database->DeleteLongJob(5));
+        QVERIFY(database->DeleteLongJob(8));
+        QVERIFY(database->InsertJobType(SampleJobType(u"B"_s), true));
+        QVERIFY(database->DeleteJobType(0));
         QCOMPARE(content(), u"6 7 B"_s);
         QVERIFY(database->LoadFromFile(path));
         QVERIFY(database->DeleteLongJob(7));
@@ -179,6 +291,37 @@ private Q_SLOTS:
         QCOMPARE(waiting.first().JobType.GenericCommandLine, job.CommandLine());
     }
 
+    void FailedStatementIsNoSuccess()
+    {
+        const auto database = MakeDatabase();
+        Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 1);
+        AddSampleFields(job);
+        QVERIFY(database->InsertLongJob(job, true) && database->InsertFinishedJob(job, true));
+        QVERIFY(database->InsertQueue(u"Long"_s, 1) && database->SetGeneralData(u"N"_s, u"1"_s) == 1);
+        Taskmill_JobType jobType = SampleJobType(u"Type"_s);
+        QVERIFY(database->InsertJobType(jobType, true));
+        jobType.ExecutablePath = u"/opt/other"_s;
+        const QByteArray before = Dump(*database);
+        database->MarkUnchanged();
+
+        RefuseWrites(*database, true);
+        QVERIFY(!database->DeleteLongJob(1));
+        QVERIFY(!database->DeleteFinishedJobs({1}));
+        QVERIFY(!database->SetMaxRunningJobs(u"Long"_s, 2));
+        QVERIFY(!database->UpdateJobType(0, jobType));
+        QVERIFY(!database->DeleteJobType(0));
+        QCOMPARE(database->SetGeneralData(u"N"_s, u"2"_s), 0);
+        QVERIFY(database->LastErrorMessage().contains(u"readonly"_s));
+        RefuseWrites(*database, false);
+
+        QVERIFY(!database->HasUnsavedChanges());
+        QCOMPARE(Dump(*database), before);
+        // A half of two statements is undone, and what is remembered with it.
+        QVERIFY(database->DeleteFinishedJobs({1}) && database->DeleteLongJob(1));
+        QCOMPARE(RowsOf(*database, u"SELECT COUNT(*) FROM LongJobsQueue, AddedFields"_s),
+                 QStringList{u"0"_s});
+    }
+
     void FailedInsertionDoesNotBlockLaterWrites()
     {
         const auto database = MakeDatabase();
@@ -197,7 +340,48 @@ private Q_SLOTS:
         QCOMPARE(RowsOf(*database, u"SELECT count(*) FROM LongJobsQueue"_s), QStringList{u"0"_s});
     }
 
+    void ManagerFindsItsDatabasesAgain()
+    {
+        using Kind = KilnUtil_Database_Foundation;
+        ScriptedPrompt prompt;
+        Taskmill_Database_Manager &manager = Taskmill_Database_Manager::Global();
+        const Taskmill_Database *memory = manager.Database(Kind::SQLiteMemory, {}, true);
+        QCOMPARE(manager.Database(Kind::SQLiteMemory, {}, false), memory);
+        QCOMPARE(manager.Database(Kind::SQLiteFile, {}, true), nullptr);
+        QCOMPARE(manager.Database(Kind::PostgreSQL, {}, false), nullptr);
+        QCOMPARE(prompt.asked[0].title + prompt.asked[1].title,
+                 u"Specify an SQLite Database FileSelect a MySQL Database File or Directory"_s);
+        QCOMPARE(prompt.asked[0].text + prompt.asked[1].text,
+                 u"SQLite Databases (*.*)PostGreSQL Databases (*.*)"_s);
+        QCOMPARE(manager.CurrentDatabase(), memory);
+        prompt.texts = {u"chosen"_s};
+        QCOMPARE(manager.Database(Kind::PostgreSQL, {}, false)->Kind(), Kind::PostgreSQL);
+        // One whose name is given is found by the number of another kind only.
+        const Taskmill_Database *named = manager.Database(Kind::PostgreSQL, u"named"_s, false);
+        QCOMPARE(named->Kind(), Kind::MySQL);
+        QCOMPARE(manager.CurrentDatabase(), named);
+        QCOMPARE(manager.Database(Kind::MySQL, u"named"_s, false), named);
+        QVERIFY(manager.Database(Kind::PostgreSQL, u"named"_s, false) != named);
+        manager.CloseAll();
+        QCOMPARE(manager.CurrentDatabase(), nullptr);
+    }
+
 private:
+    /// All that the tests of one database look at.
+    static QByteArray Dump(Taskmill_Database &database)
+    {
+        QStringList rows;
+        for (const auto table : {"GeneralData"_L1, "JobTypes"_L1, "Queues"_L1, "LongJobsQueue"_L1,
+                                 "FinishedJobs"_L1, "AddedFields"_L1})
+            rows += RowsOf(database, u"SELECT * FROM "_s + table);
+        return rows.join(u'\n').toUtf8();
+    }
+
+    [[nodiscard]] static QString KeptFile(const QString &name)
+    {
+        return QStringLiteral(TASKMILL_KEPT_FILES) + name;
+    }
+
     QTemporaryDir m_directory;
 };
 

@@ -55,7 +55,10 @@ private Q_SLOTS:
         const auto database = MakeDatabase();
         Taskmill_JobType jobType = SampleJobType(u"Müller's"_s);
         QVERIFY(database->InsertJobType(jobType, true, &jobType.JobTypeID));
-        QVERIFY(database->InsertFinishedJob(SampleJob(jobType, 5), true));
+        Taskmill_JobRecord job = SampleJob(jobType, 5);
+        AddSampleFields(job);
+        QVERIFY(database->InsertFinishedJob(job, true));
+        job.RecordedCommandLine = job.CommandLine();
         const QString name = u"Müller's 水 100%1?x#.mill"_s;
         // A crash has left its journals.
         for (const QString &old : {u""_s, u"-journal"_s, u"-wal"_s})
@@ -66,7 +69,7 @@ private Q_SLOTS:
         QVERIFY(copy->LoadFromFile(Path(name)));
         QVERIFY(!copy->HasUnsavedChanges());
         QCOMPARE(copy->GetJobTypes(), QList{jobType});
-        QCOMPARE(copy->GetFinishedJobs(), QList{SampleJob(jobType, 5)});
+        QCOMPARE(copy->GetFinishedJobs(), QList{job});
         QCOMPARE(Files(), QStringList{name});
     }
 
@@ -80,7 +83,8 @@ private Q_SLOTS:
         QVERIFY(QFile::link(u"elsewhere/file.mill"_s, Path(u"first"_s)));
         QVERIFY(QFile::link(u"first"_s, m_target));
         QVERIFY(MakeDatabase()->SaveToFile(m_target));
-        QVERIFY(QFileInfo{m_target}.isSymbolicLink() && QFileInfo{Path(u"first"_s)}.isSymbolicLink());
+        QVERIFY(QFileInfo{m_target}.isSymbolicLink());
+        QVERIFY(QFileInfo{Path(u"first"_s)}.isSymbolicLink());
         QCOMPARE(QFile::permissions(file), permissions);
         QCOMPARE(RowsOfFile(file, countRows), QStringList{u"0"_s});
     }
@@ -150,6 +154,67 @@ private Q_SLOTS:
         QVERIFY(database->BeginTransaction());
         QVERIFY(database->LoadFromFile(m_target));
         QCOMPARE(RowsOf(*database, countRows), QStringList{u"20"_s});
+    }
+
+    void BadFileIsRefusedWithItsReason_data()
+    {
+        QTest::addColumn<QStringList>("statements");
+        QTest::addColumn<int>("bytesMore");
+        QTest::addColumn<QString>("reason");
+        const QStringList none;
+        QTest::newRow("cut inside the last page") << none << -300 << u"The end of the file is missing: it"_s;
+        QTest::newRow("cut by pages") << none << -40960 << u"The end of the file is missing: it"_s;
+        QTest::newRow("longer than its pages") << none << 1 << u"The end of the file is missing"_s;
+        const QString drop = u"DROP TABLE FinishedJobs"_s;
+        QTest::newRow("a view") << QStringList{drop, u"CREATE VIEW FinishedJobs AS SELECT 1 AS JobID"_s} << 0
+                                << u"It holds the view FinishedJobs,"_s;
+        QTest::newRow("a trigger")
+            << QStringList{u"CREATE TRIGGER T AFTER DELETE ON Jobs BEGIN SELECT 1; END"_s} << 0
+            << u"It holds the trigger T,"_s;
+        QTest::newRow("a virtual table")
+            << QStringList{drop, u"CREATE VIRTUAL TABLE FinishedJobs USING fts5(JobID)"_s} << 0
+            << u"It holds the virtual table FinishedJobs,"_s;
+        QTest::newRow("a table of another program")
+            << QStringList{drop, u"CREATE TABLE finishedjobs (Colour, Weight)"_s} << 0
+            << u"Its table FinishedJobs has none of the columns"_s;
+        QTest::newRow("added fields of another kind")
+            << QStringList{u"CREATE TABLE AddedFields (Owner, Name, Value)"_s} << 0
+            << u"Its table AddedFields lacks columns"_s;
+    }
+
+    void BadFileIsRefusedWithItsReason()
+    {
+        QFETCH(QStringList, statements);
+        QFETCH(int, bytesMore);
+        QFETCH(QString, reason);
+        QVERIFY(MakeLargeDatabase()->SaveToFile(m_target));
+        RawDatabase{m_target}.Execute(statements);
+        QVERIFY(QFile::resize(m_target, QFileInfo{m_target}.size() + bytesMore));
+        const auto database = MakeDatabase();
+        QString given;
+        QVERIFY(!database->LoadFromFile(m_target, &given));
+        QVERIFY2(given.startsWith(reason), qPrintable(given));
+        QCOMPARE(RowsOf(*database, countRows), QStringList{u"0"_s});
+    }
+
+    /// What a program leaves that is killed in the middle of a change.
+    void OpenJournalIsTheReason()
+    {
+        QVERIFY(MakeLargeDatabase()->SaveToFile(m_target));
+        const QString copy = Path(u"copy.mill"_s);
+        {
+            RawDatabase other{m_target};
+            other.Execute(
+                {u"PRAGMA cache_size = 1"_s, u"BEGIN"_s, u"UPDATE GeneralData SET DataStr = 'x'"_s});
+            QVERIFY(QFile::copy(m_target, copy) &&
+                    QFile::copy(m_target + u"-journal"_s, copy + u"-journal"_s));
+            other.Execute({u"ROLLBACK"_s});
+        }
+        const QByteArray before = ReadTestFile(copy);
+        QString reason;
+        QVERIFY(!MakeDatabase()->LoadFromFile(copy, &reason));
+        QVERIFY2(reason.startsWith(u"A program was interrupted"_s), qPrintable(reason));
+        QCOMPARE(ReadTestFile(copy), before);
     }
 
 private:

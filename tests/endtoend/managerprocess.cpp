@@ -23,6 +23,7 @@ QProcessEnvironment Environment(const QString &directory, quint16 consolePort, q
         environment.remove(variable);
     for (const QString &variable : {u"HOME"_s, u"USERPROFILE"_s, u"XDG_CONFIG_HOME"_s, u"XDG_RUNTIME_DIR"_s})
         environment.insert(variable, directory);
+    environment.remove(u"XDG_STATE_HOME"_s);
     environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
     environment.insert(u"TERM"_s, u"xterm"_s);
     environment.insert(u"TASKMILL_CONSOLE_PORT"_s, QString::number(consolePort));

@@ -2,6 +2,7 @@
 //   screenshots DIRECTORY SCALE [dark]
 // The jobs are real ones, of the programs mopac and xtb.
 
+#include "ctl/ctlrun.h"
 #include "endtoend/desktop.h"
 #include "endtoend/processtable.h"
 #include "endtoend/projectfixture.h"
@@ -116,8 +117,14 @@ void Studio::Open()
     const QString mopac = QStandardPaths::findExecutable(u"mopac"_s);
     const QString xtb = QStandardPaths::findExecutable(u"xtb"_s);
     const QString coordinates = u"Coordinate Files (*.xyz)"_s;
-    Must(m_project.AddType(u"MOPAC"_s, mopac, u"@EXEFILE @INFILE"_s, u"MOPAC Input Files (*.mop)"_s) &&
-             m_project.AddType(u"xTB Optimisation"_s, xtb, u"@EXEFILE @INFILE --opt tight"_s, coordinates) &&
+    Must(RunCtl({u"project"_s, u"create"_s, m_project.ProjectPath()}).status == 0, "project");
+    // As in the manual's recipe, beside which the picture of the editor stands.
+    Must(RunCtl({u"types"_s, u"add"_s, m_project.ProjectPath(), u"--name"_s, u"MOPAC"_s, u"--exe"_s, mopac,
+                 u"--queue"_s, u"short"_s, u"--command-line"_s, u"@EXEFILE @INFILE"_s, u"--input-filter"_s,
+                 u"MOPAC Input Files (*.mop)"_s, u"--output-filter"_s, u"MOPAC Output Files (*.out)"_s})
+                 .status == 0,
+         "recipe");
+    Must(m_project.AddType(u"xTB Optimisation"_s, xtb, u"@EXEFILE @INFILE --opt tight"_s, coordinates) &&
              m_project.AddType(u"xTB Dynamics"_s, xtb, u"@EXEFILE @INFILE --md"_s, coordinates),
          "job types");
     Must(m_desktop.Start(), "desktop");

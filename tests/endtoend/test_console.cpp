@@ -1,12 +1,17 @@
 #include "endtoend/notificationsink.h"
 #include "endtoend/processtable.h"
 #include "endtoend/projectfixture.h"
+#include "console/consoleterminal_plain.h"
 
 #include <QDir>
 #include <QTcpSocket>
 #include <QtTest>
 
+#include <array>
 #include <csignal>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -21,6 +26,7 @@ private Q_SLOTS:
     void KeepsQuietAtTheEndOfInput();
     void WorksWithoutAnEventLoop();
     void EditsLines();
+    void ReadsAheadOfTheLine();
     void InterruptKeyBreaksOffCommands();
     void OutputThatNobodyReadsHoldsUpNothing();
     void EndsWithItsTerminal();
@@ -57,7 +63,8 @@ bool TestConsole::Keys(const QByteArray &keys, const QByteArray &text)
 
 void TestConsole::AnswersAndIgnores()
 {
-    QVERIFY(QDir{Project().Path({})}.mkdir(u"größe 2"_s) && Start());
+    QVERIFY(QDir{Project().Path({})}.mkdir(u"größe 2"_s));
+    QVERIFY(Start());
     (void)Project().InputFile(u"größe 2/only.txt"_s);
     const QByteArray top = "\nCurrent Directory:  " + QDir{Project().Path({})}.canonicalPath().toUtf8();
     QCOMPARE(Manager().Command("cd größe 2"), top + "/größe 2\n\n");
@@ -150,6 +157,24 @@ void TestConsole::EditsLines()
     QVERIFY(Manager().IsTerminalInItsNormalMode());
 }
 
+/// Each byte by itself would make a long line slow.
+void TestConsole::ReadsAheadOfTheLine()
+{
+    std::array<int, 2> ends{};
+    QVERIFY(pipe(ends.data()) == 0);
+    QCOMPARE(write(ends[1], "pwd\n", 4), 4);
+    Taskmill_InterruptibleInput input{ends[0]};
+    QCOMPARE(input.ReadByte().value_or('?'), 'p');
+    int waiting = -1;
+    QVERIFY(ioctl(ends[0], FIONREAD, &waiting) == 0);
+    QCOMPARE(waiting, 0);
+    QCOMPARE(input.ReadByte().value_or('?'), 'w');
+    input.Interrupt();
+    QVERIFY(!input.ReadByte());
+    close(ends[0]);
+    close(ends[1]);
+}
+
 void TestConsole::InterruptKeyBreaksOffCommands()
 {
     QVERIFY(Start(ManagerProcess::Input::Terminal));
@@ -164,6 +189,11 @@ void TestConsole::InterruptKeyBreaksOffCommands()
     Manager().Type("\x03");
     QTRY_VERIFY(Manager().Output().endsWith("\r\n<Taskmill> "));
     QVERIFY(!Manager().Output().contains("\r\n1000000\r\n"));
+    QVERIFY(Keys("list queueless jobs\n", "Running"));
+    // What follows a job ends, and the job goes on.
+    Manager().Type("follow job 1\n");
+    QVERIFY(Manager().Expect("Ctrl+C ends this") && Manager().Expect("\r\nbegun\r\n"));
+    QVERIFY(Keys("\x03", "\r\n"));
     QVERIFY(Keys("list queueless jobs\n", "Running"));
 }
 

@@ -38,7 +38,9 @@ bool TestWindow::Start(Desktop &desktop)
 void TestWindow::ComesAndGoesByTheTray()
 {
     Desktop desktop;
-    QVERIFY(Project().AddTestType(u"Wait"_s, u"wait"_s) && desktop.Start() && Start(desktop));
+    QVERIFY(Project().AddTestType(u"Wait"_s, u"wait"_s));
+    QVERIFY(desktop.Start());
+    QVERIFY(Start(desktop));
     const QString title = Taskmill_VersionText();
     const auto chooseInTray = [&](int line) {
         const auto icon = desktop.WaitForTrayIcon();
@@ -59,7 +61,8 @@ void TestWindow::ComesAndGoesByTheTray()
     QVERIFY(desktop.WaitUntilGone(title));
     // The question needs its window.
     QVERIFY(chooseInTray(3));
-    QVERIFY(desktop.WaitForWindow(title) && desktop.WaitForWindow(exitTitle));
+    QVERIFY(desktop.WaitForWindow(title));
+    QVERIFY(desktop.WaitForWindow(exitTitle));
     QVERIFY(desktop.ClickControl(u"push button"_s, u"Yes"_s));
     QVERIFY(desktop.WaitForWindow(u"Save Changes to Current Project?"_s));
     QVERIFY(desktop.ClickControl(u"push button"_s, u"No"_s));
@@ -73,12 +76,14 @@ void TestWindow::DayOfAChemist()
 {
     const QString mopac = QStandardPaths::findExecutable(u"mopac"_s);
     const QString xtb = QStandardPaths::findExecutable(u"xtb"_s);
-    QVERIFY2(!mopac.isEmpty() && !xtb.isEmpty(), "mopac and xtb are not installed");
+    QVERIFY2(!mopac.isEmpty(), "mopac and xtb are not installed");
+    QVERIFY2(!xtb.isEmpty(), "mopac and xtb are not installed");
     QVERIFY(Project().AddType(u"Semiempirical"_s, mopac, u"@EXEFILE @INFILE"_s, u"MOPAC (*.mop)"_s));
     QVERIFY(Project().AddType(u"Tight binding"_s, xtb, u"@EXEFILE @INFILE"_s, u"Molecules (*.xyz)"_s));
     QVERIFY(Project().AddTestType(u"Endless"_s, u"wait"_s, u"Endless (*.endless)"_s));
     Desktop desktop;
-    QVERIFY(desktop.Start() && Start(desktop));
+    QVERIFY(desktop.Start());
+    QVERIFY(Start(desktop));
     const auto press = [&desktop](const QString &name) {
         return desktop.ClickControl(u"push button"_s, name);
     };
@@ -97,15 +102,20 @@ void TestWindow::DayOfAChemist()
         (void)Project().InputFile(name, waterXyz);
         names += u" \""_s + name + u'"';
     }
-    QVERIFY(press(u"Submit Jobs..."_s) && desktop.WaitForWindow(u"Submit Jobs"_s));
-    QVERIFY(press(u"Add Files..."_s) && desktop.WaitForWindow(u"Select Files"_s));
+    QVERIFY(press(u"Submit Jobs..."_s));
+    QVERIFY(desktop.WaitForWindow(u"Submit Jobs"_s));
+    QVERIFY(press(u"Add Files..."_s));
+    QVERIFY(desktop.WaitForWindow(u"Select Files"_s));
     desktop.Type(names);
     desktop.Press(u"Return"_s);
     QVERIFY(desktop.WaitUntilGone(u"Select Files"_s));
-    QVERIFY(press(u"Submit"_s) && desktop.WaitUntilGone(u"Submit Jobs"_s));
-    QVERIFY(showsJob(u"w8.xyz"_s) && showsJob(u"Pending"_s));
+    QVERIFY(press(u"Submit"_s));
+    QVERIFY(desktop.WaitUntilGone(u"Submit Jobs"_s));
+    QVERIFY(showsJob(u"w8.xyz"_s));
+    QVERIFY(showsJob(u"Pending"_s));
 
-    QVERIFY(desktop.ClickControl(u"cell"_s, u"hold.endless"_s, 3) && desktop.WaitForPopup());
+    QVERIFY(desktop.ClickControl(u"cell"_s, u"hold.endless"_s, 3));
+    QVERIFY(desktop.WaitForPopup());
     constexpr int limitFromEnd = 3;
     desktop.Press(QStringList(limitFromEnd, u"Up"_s).join(u' ') + u" Return"_s);
     QVERIFY(desktop.WaitForWindow(u"Maximum Number of Running Jobs Allowed"_s));
@@ -118,17 +128,24 @@ void TestWindow::DayOfAChemist()
     desktop.Press(u"Delete"_s);
     for (const QString &title :
          {u"Remove Selected Jobs from Long Jobs Queue"_s, u"Removal of Selected Running Jobs"_s})
-        QVERIFY(desktop.WaitForWindow(title) && press(u"Yes"_s) && desktop.WaitUntilGone(title));
+        QVERIFY(desktop.WaitForWindow(title));
+    QVERIFY(press(u"Yes"_s));
+    QVERIFY(desktop.WaitUntilGone(title));
     QVERIFY(desktop.WaitUntilControlIsGone(u"cell"_s, u"hold.endless"_s));
 
-    QVERIFY(desktop.ClickControl(u"page tab"_s, u"Finished Jobs"_s) && showsJob(u"Killed"_s));
+    QVERIFY(desktop.ClickControl(u"page tab"_s, u"Finished Jobs"_s));
+    QVERIFY(showsJob(u"Killed"_s));
     QVERIFY(desktop.ClickControl(u"cell"_s, u"water 3.mop"_s));
     desktop.Press(u"Return"_s);
     const auto viewer = desktop.WaitForWindow(u"File Stream Viewer"_s);
-    QVERIFY(viewer && desktop.Close(*viewer));
+    QVERIFY(viewer);
+    QVERIFY(desktop.Close(*viewer));
     desktop.Press(u"alt+x"_s);
-    QVERIFY(desktop.WaitForWindow(exitTitle) && press(u"Yes"_s) && desktop.WaitUntilGone(exitTitle));
-    QVERIFY(desktop.WaitForWindow(u"Save Changes to Current Project?"_s) && press(u"Yes"_s));
+    QVERIFY(desktop.WaitForWindow(exitTitle));
+    QVERIFY(press(u"Yes"_s));
+    QVERIFY(desktop.WaitUntilGone(exitTitle));
+    QVERIFY(desktop.WaitForWindow(u"Save Changes to Current Project?"_s));
+    QVERIFY(press(u"Yes"_s));
     QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
 
     const ProjectRows rows = Project().Rows();
@@ -140,7 +157,8 @@ void TestWindow::DayOfAChemist()
     QCOMPARE(countOf(Taskmill_JobStatus::Killed), 1);
     QCOMPARE(countOf(Taskmill_JobStatus::Completed), 19);
     QVERIFY(Start(desktop));
-    QVERIFY(desktop.ClickControl(u"page tab"_s, u"Finished Jobs"_s) && showsJob(u"Tight binding"_s));
+    QVERIFY(desktop.ClickControl(u"page tab"_s, u"Finished Jobs"_s));
+    QVERIFY(showsJob(u"Tight binding"_s));
 }
 
 QTEST_GUILESS_MAIN(TestWindow)

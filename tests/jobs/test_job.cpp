@@ -1,6 +1,8 @@
+#include "endtoend/notificationsink.h"
 #include "jobs/job.h"
 #include "processes/process.h"
 #include "processes/processinspector.h"
+#include "support/filesizelimit.h"
 #include "support/jobfakes.h"
 
 #include <QtTest>
@@ -56,7 +58,8 @@ private Q_SLOTS:
         for (const QString &program : {Path(u"none"_s), TestProgramPath()}) {
             record.JobType.ExecutablePath = program;
             Make(record);
-            QVERIFY(m_job->Start() && m_job->Kill(*m_inspector));
+            QVERIFY(m_job->Start());
+            QVERIFY(m_job->Kill(*m_inspector));
             QCoreApplication::processEvents();
             QCOMPARE(m_finished->size(), 1);
             QCOMPARE(m_job->Status(), Taskmill_JobStatus::Killed);
@@ -75,7 +78,60 @@ private Q_SLOTS:
         record.JobType.Name.clear();
         QCOMPARE(Run(record), Taskmill_JobStatus::Failed);
         QVERIFY(Output().contains(u"job type"_s));
+        // Nor is such a file anywhere, and Qt warns when it is asked for it.
+        Taskmill_JobRecord impossible = Record({u"exit"_s, u"0"_s});
+        impossible.InputFilePath += QChar::Null;
+        QTest::failOnWarning(QRegularExpression{u"Broken filename"_s});
+        QCOMPARE(Run(impossible), Taskmill_JobStatus::Failed);
         QVERIFY(!QFile::exists(Path(u"ran"_s)));
+    }
+
+    void ToldOfAFailureWithoutAProcess()
+    {
+        NotificationSink sink;
+        Taskmill_JobRecord record = Record({u"stdin"_s}, u"answer\n"_s);
+        record.ClientNotification = true;
+        record.ClientName = u"me"_s;
+        record.ClientAppName = u"Client"_s;
+        record.ClientAddress = u"127.0.0.1"_s;
+        record.ClientPort = sink.Port();
+        // No program, no job type, and no room for the standard input.
+        record.JobType.ExecutablePath = Path(u"none"_s);
+        QCOMPARE(Run(record), Taskmill_JobStatus::Failed);
+        record.JobType.Name.clear();
+        QCOMPARE(Run(record), Taskmill_JobStatus::Failed);
+        QTRY_COMPARE(sink.Values("jobexitcode"), (QByteArrayList{"255", "255"}));
+        if (isWindows)
+            return;
+        const QStringList files = QDir{m_directory->path()}.entryList(QDir::Files);
+        {
+            const FileSizeLimit noRoom;
+            record.JobType.Name = u"Test program"_s;
+            record.JobType.ExecutablePath = TestProgramPath();
+            QCOMPARE(Run(record), Taskmill_JobStatus::Failed);
+        }
+        QVERIFY2(Output().contains(u"freqchk"_s), qPrintable(Output()));
+        QTRY_COMPARE(sink.Values("jobexitcode").size(), 3);
+        QCOMPARE(sink.Values("jobexitcode").last(), "255");
+        QCOMPARE(QDir{m_directory->path()}.entryList(QDir::Files), files);
+    }
+
+    void RunsARelativeProgramOfTheCurrentDirectory()
+    {
+        const QDir here{QFileInfo{TestProgramPath()}.path()};
+        const QString before = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(here.path()));
+        Taskmill_JobRecord record = Record({u"cwd"_s});
+        record.JobType.ExecutablePath = QFileInfo{TestProgramPath()}.fileName();
+        record.JobType.ApplicationName = record.JobType.ExecutablePath;
+        QVERIFY(record.JobType.IsValid());
+        Make(record);
+        QVERIFY(QDir::setCurrent(before));
+        QVERIFY(m_job->Start());
+        QTRY_COMPARE(m_job->Status(), Taskmill_JobStatus::Completed);
+        QCOMPARE(QFileInfo{m_job->Record().JobType.ExecutablePath}.canonicalFilePath(),
+                 QFileInfo{TestProgramPath()}.canonicalFilePath());
+        QCOMPARE(QDir{Output()}.canonicalPath(), QDir{m_directory->path()}.canonicalPath());
     }
 
     void RunsInTheRightSurroundings()
@@ -122,7 +178,9 @@ private Q_SLOTS:
         record.StandardOutputFile = WriteTestFile(Path(u"stdout"_s), QByteArray{1000, 'x'});
         Run(record);
         const QByteArray content = ReadTestFile(record.StandardOutputFile);
-        QVERIFY(content.contains("result") && content.contains("complaint") && !content.contains('x'));
+        QVERIFY(content.contains("result"));
+        QVERIFY(content.contains("complaint"));
+        QVERIFY(!content.contains('x'));
         QCOMPARE(Output(), QString{});
     }
 

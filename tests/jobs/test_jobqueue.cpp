@@ -68,7 +68,9 @@ private Q_SLOTS:
         m_long->JobFinishedSlot();
         QCOMPARE(States(*m_long), u"PPPPP"_s);
         const Taskmill_JobRecord &added = m_long->JobAt(0)->Record();
-        QVERIFY(added.Submitted > stored.Submitted && added.Started.isNull() && added.Finished.isNull());
+        QVERIFY(added.Submitted > stored.Submitted);
+        QVERIFY(added.Started.isNull());
+        QVERIFY(added.Finished.isNull());
 
         m_long->SetPaused(false);
         m_long->JobFinishedSlot();
@@ -138,6 +140,30 @@ private Q_SLOTS:
         m_queueless->KillRunning();
         QCOMPARE(States(*m_queueless), u"C"_s);
         QCOMPARE(m_finished.Summary(), (QStringList{u"2 Killed"_s, u"3 Killed"_s, u"4 Killed"_s}));
+    }
+
+    void HeldJobsWaitUntilTheyAreReleased()
+    {
+        QList<Taskmill_JobRecord> stored = Waiting({1, 2, 3, 4});
+        for (const int ran : {0, 2, 3})
+            stored[ran].Status = Taskmill_JobStatus::Running;
+        m_queueless->AddAll(stored);
+        QCOMPARE(States(*m_queueless), u"RPPP"_s);
+        QCOMPARE(m_queueless->HeldJobIDs(), (QList{1, 3, 4}));
+        // No change starts them, nor hides those that start meanwhile behind them.
+        m_queueless->Add(new Taskmill_Job{MakeTestJob(5, m_directory->path(), {u"exit"_s, u"0"_s})});
+        QCOMPARE(States(*m_queueless), u"RRPPP"_s);
+        QTRY_COMPARE(States(*m_queueless), u"RCPPP"_s);
+        QCOMPARE(m_queueless->Release({5, 3, 99}), 1);
+        QCOMPARE(States(*m_queueless), u"RCRPP"_s);
+        QCOMPARE(m_queueless->JobIDs(), (QList{2, 5, 3, 1, 4}));
+        QCOMPARE(m_queueless->Release({3}), 0);
+        m_queueless->RemoveByJobID(1);
+        m_queueless->KillRunning();
+        QCOMPARE(m_finished.Summary(), (QStringList{u"2 Killed"_s, u"3 Killed"_s}));
+        QCOMPARE(States(*m_queueless), u"CP"_s);
+        QCOMPARE(m_queueless->Release({4}), 1);
+        QCOMPARE(States(*m_queueless), u"CR"_s);
     }
 
 private:

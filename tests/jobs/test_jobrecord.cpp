@@ -63,6 +63,7 @@ private Q_SLOTS:
             return job.OutputFile;
         };
         QCOMPARE(derived(u"Files (*.log *.out)"_s, u"/w.d/x.gjf"_s), u"/w.d/x.log"_s);
+        QCOMPARE(derived(u"Files (*.log)"_s, u"/w.d/x"_s), u"/w.d/x.log"_s);
         QCOMPARE(derived(u"All Files"_s, u"/w/x.gjf"_s), QString{});
         QCOMPARE(derived(u"VELTRA OUTPUT Files (*.zzz)"_s, u"/w/x.VDAT"_s), u"/w/x.vout"_s);
         QCOMPARE(derived(u"VELTRA OUTPUT Files (*.zzz)"_s, u"/w/x.dat"_s), u"/w/x.out"_s);

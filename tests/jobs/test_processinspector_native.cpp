@@ -87,11 +87,13 @@ void TestProcessInspectorNative::TellsSeventeenProperties()
     QCOMPARE(record.ExecutionState, QString{});
 
     const QDateTime created = QDateTime::fromString(record.CreationDate.first(14), u"yyyyMMddHHmmss"_s);
-    QVERIFY2(created >= before && created <= QDateTime::currentDateTime(), qPrintable(record.CreationDate));
+    QVERIFY2(created >= before, qPrintable(record.CreationDate));
+    QVERIFY2(created <= QDateTime::currentDateTime(), qPrintable(record.CreationDate));
     static const QRegularExpression dateForm{u"^\\d{14}\\.\\d{6}[+-]\\d{3}$"_s};
     QVERIFY(dateForm.match(record.CreationDate).hasMatch());
     for (const QString &number : {record.KernelModeTime, record.UserModeTime})
-        QVERIFY2(!number.isEmpty() && number.toLongLong() >= 0, qPrintable(number));
+        QVERIFY2(!number.isEmpty(), qPrintable(number));
+    QVERIFY2(number.toLongLong() >= 0, qPrintable(number));
     for (const QString &number : {record.Priority, record.PrivatePageCount, record.ThreadCount,
                                   record.VirtualSize, record.WorkingSetSize}) {
         // Wine does not count everything.

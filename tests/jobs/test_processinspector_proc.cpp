@@ -94,7 +94,8 @@ private Q_SLOTS:
     {
         Child child{TestProgramPath(), {u"wait"_s}};
         Child bystander{TestProgramPath(), {u"wait"_s}};
-        QTRY_VERIFY(child.IsRunning() && bystander.IsRunning());
+        QTRY_VERIFY(child.IsRunning());
+        QTRY_VERIFY(bystander.IsRunning());
         const auto record = Find(child.Id());
         auto earlier = record;
         earlier.CreationDate.replace(0, 4, u"1999"_s);
@@ -125,7 +126,8 @@ private Q_SLOTS:
         // The parent does not collect its child, which therefore stays as a zombie.
         QTRY_VERIFY(!IsThere(child.id));
         QVERIFY(QFile::exists(u"/proc/%1/stat"_s.arg(child.id)));
-        QVERIFY(IsThere(grandchild.id) && IsThere(parent.Id()));
+        QVERIFY(IsThere(grandchild.id));
+        QVERIFY(IsThere(parent.Id()));
     }
 
     void NeverSignalsSpecialIds()

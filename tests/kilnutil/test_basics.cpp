@@ -1,16 +1,24 @@
 #include "kilnutil/computerdata.h"
 #include "kilnutil/filesys.h"
 #include "kilnutil/idmanager.h"
+#include "processes/outputbuffer.h"
+#include "kilnutil/registry.h"
+#include "kilnutil/statefolder.h"
 #include "kilnutil/stringutil.h"
 #include "kilnutil/textencoding.h"
 #include "processes/outputbuffer.h"
 #include "support/testutil.h"
+#include "wire/utf8.h"
 
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <limits>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::literals;
 
 namespace {
 QByteArray Marker(qint64 dropped)
@@ -53,6 +61,93 @@ private Q_SLOTS:
         QCOMPARE(ports("27642", {}), (QList{27641, 27642}));
     }
 
+    void StateFolderIsOneUsersOwn()
+    {
+        const QTemporaryDir directory;
+        const auto folder = [&directory] {
+            return KilnUtil_StateFolder().replace(directory.path(), u"DIR"_s);
+        };
+        qputenv("TASKMILLPREFS_DIR", directory.filePath(u"prefs"_s).toLocal8Bit());
+        QCOMPARE(folder(), u"DIR/prefs/state"_s);
+        if (isWindows)
+            return;
+        const QString state = directory.filePath(u"prefs/state"_s);
+        const auto everybody =
+            QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeOther;
+        const auto rights = [&state] {
+            return QFile::permissions(state) & (QFile::ReadGroup | QFile::ExeGroup | QFile::ExeOther);
+        };
+        QVERIFY(!rights());
+        QVERIFY(QFile::setPermissions(state, everybody));
+        QCOMPARE(folder(), u"DIR/prefs/state"_s);
+        QVERIFY(!rights());
+        // Somebody else may have made the link.
+        QVERIFY(QDir{}.rmdir(state) && QFile::link(directory.path(), state));
+        QCOMPARE(folder(), QString{});
+        QVERIFY(QFile::remove(state));
+        WriteTestFile(state, {});
+        QCOMPARE(folder(), QString{});
+
+        qunsetenv("TASKMILLPREFS_DIR");
+        qputenv("XDG_STATE_HOME", directory.filePath(u"a/b"_s).toLocal8Bit());
+        QCOMPARE(folder(), u"DIR/a/b/taskmill"_s);
+        qputenv("XDG_STATE_HOME", "relative");
+        qputenv("HOME", directory.path().toLocal8Bit());
+        QCOMPARE(folder(), u"DIR/.local/state/taskmill"_s);
+    }
+
+    void GaussianIsFoundWhereItsProgramsAre()
+    {
+        const QTemporaryDir root;
+        const auto at = [&root](const QString &name) {
+            return QDir::cleanPath(QDir{root.path()}.canonicalPath() + u'/' + name);
+        };
+        const QString program = isWindows ? u"g16.exe"_s : u"g16"_s;
+        for (const QString &directory : {u"scripts"_s, u"g16"_s, u"utilities"_s, u"links"_s})
+            QVERIFY(QDir{root.path()}.mkdir(directory));
+        WriteTestFile(at(u"g16/"_s + program), {});
+        WriteTestFile(at(u"utilities/formchk.exe"_s), {});
+        QFile::setPermissions(at(u"g16/"_s + program), QFile::ReadOwner | QFile::ExeOwner);
+        const auto found = [&at](const QStringList &listed, const QString &searched) {
+            QStringList directories;
+            for (const QString &name : listed)
+                directories += QDir::toNativeSeparators(at(name));
+            qputenv("GAUSS_EXEDIR", directories.join(QDir::listSeparator()).toLocal8Bit());
+            qputenv("PATH", QDir::toNativeSeparators(at(searched)).toLocal8Bit());
+            return KilnUtil_FileSys::GaussExeDirPath();
+        };
+        const QByteArray path = qgetenv("PATH");
+        QCOMPARE(found({u"scripts"_s, u"g16/"_s}, u"scripts"_s), at(u"g16"_s));
+        QCOMPARE(found({u"scripts"_s, u"utilities"_s, u"g16"_s}, u"scripts"_s), at(u"utilities"_s));
+        QCOMPARE(found({u"scripts"_s}, u"g16"_s), at(u"g16"_s));
+        QCOMPARE(found({u"missing"_s, u"scripts"_s}, u"scripts"_s), at(u"missing"_s));
+        // Its other programs are not beside a link.
+        if constexpr (!isWindows) {
+            QVERIFY(QFile::link(at(u"g16/g16"_s), at(u"links/g16"_s)));
+            QCOMPARE(found({}, u"links"_s), at(u"g16"_s));
+        }
+        qputenv("PATH", path);
+        qunsetenv("GAUSS_EXEDIR");
+    }
+
+    void PreferencesDirectoryKeepsTheSettings()
+    {
+        const QTemporaryDir place;
+        KeepSettingsIn(place.filePath(u"usual"_s));
+        const auto store = [](const QByteArray &directory) {
+            qputenv("TASKMILLPREFS_DIR", directory);
+            KilnUtil_Registry::SetAppData({}, u"1"_s, {}, {}, u"TASKMILLPREFS_DIR"_s, u".taskmillprefs"_s);
+            KilnUtil_Registry::SetValue(u"/Files/Key"_s, directory);
+            return KilnUtil_Registry::Value(u"/Files/Key"_s).toByteArray() == directory;
+        };
+        const QString chosen = place.filePath(u"new/chosen"_s);
+        QVERIFY(store(chosen.toUtf8()));
+        QVERIFY(ReadTestFile(chosen + "/Taskmill.conf"_L1).contains("Files\\Key="));
+        QVERIFY(!QFile::exists(place.filePath(u"usual"_s)));
+        QVERIFY(store({}));
+        QVERIFY(QFile::exists(place.filePath(u"usual"_s)));
+    }
+
     void LargestNumberIsNoTrap()
     {
         KilnUtil_IDManager manager{std::numeric_limits<int>::max() - 1, 1};
@@ -73,6 +168,8 @@ private Q_SLOTS:
             QVERIFY2(bytes.endsWith(parts.last().toUtf8()), qPrintable(parts.last()));
             QVERIFY(capacity - parts.join(QString{}).toUtf8().size() < 8);
         }
+        QCOMPARE(Taskmill_Utf8FromAny("\xC4\xFF\xA0"), "\u00C4\u00FF\u00A0"s);
+        QCOMPARE(Taskmill_Utf8FromAny("h\u00F6\u20AC\U0001F600"), "h\u00F6\u20AC\U0001F600"s);
         QCOMPARE(KilnUtil_TextEncoding::FromUtf8OrLatin1("caf\xE9"), u"café"_s);
         QCOMPARE(KilnUtil_TextEncoding::FromUtf8OrLatin1("\xC3\xA9\xFF \xC0\xAF"), u"Ã©ÿ À¯"_s);
     }

@@ -1,5 +1,5 @@
 #include "support/testutil.h"
-#include "viewer/filesource.h"
+#include "kilnutil/filesource.h"
 #include "viewer/memorysource.h"
 #include "viewer/textrows.h"
 #include "viewer/textsearch.h"
@@ -68,35 +68,37 @@ private Q_SLOTS:
         KilnUtil_FileSource source{path};
         QVERIFY(source.Open());
         const auto told = [&source](Change change, const QByteArray &content, const QString &state) {
-            return source.Refresh() == change && source.Read(0, 1000) == content &&
-                   source.StateText() == state && source.Refresh() == Change::None;
+            QCOMPARE(source.Refresh(), change);
+            QCOMPARE(source.Read(0, 1000), content);
+            QCOMPARE(source.StateText(), state);
+            QCOMPARE(source.Refresh(), Change::None);
         };
         const QString anew = u"The file has been written anew."_s;
         const QString gone = u"The file has been deleted or renamed."_s;
         Age(path);
-        QVERIFY(told(Change::None, "one\ntwo\n", {}));
+        told(Change::None, "one\ntwo\n", {});
         AppendTo(path, "three\n");
-        QVERIFY(told(Change::Grown, "one\ntwo\nthree\n", {}));
+        told(Change::Grown, "one\ntwo\nthree\n", {});
         WriteTestFile(path, "one\n");
-        QVERIFY(told(Change::Replaced, "one\n", anew));
+        told(Change::Replaced, "one\n", anew);
         WriteTestFile(path, "another run\n");
-        QVERIFY(told(Change::Replaced, "another run\n", anew));
+        told(Change::Replaced, "another run\n", anew);
         WriteTestFile(path, "another RUN\n");
         Age(path);
-        QVERIFY(told(Change::Replaced, "another RUN\n", anew));
+        told(Change::Replaced, "another RUN\n", anew);
         if (RunsUnderWine())
             return; // it keeps the name of a file that is open
 
         QVERIFY(QFile::rename(path, path + u".old"_s));
-        QVERIFY(told(Change::None, "another RUN\n", gone));
+        told(Change::None, "another RUN\n", gone);
         AppendTo(path + u".old"_s, "goes on\n");
-        QVERIFY(told(Change::Grown, "another RUN\ngoes on\n", gone));
+        told(Change::Grown, "another RUN\ngoes on\n", gone);
         QVERIFY(QDir{}.mkdir(path));
-        QVERIFY(told(Change::None, "another RUN\ngoes on\n", gone));
+        told(Change::None, "another RUN\ngoes on\n", gone);
         QVERIFY(QDir{}.rmdir(path));
         WriteTestFile(path, "another RUN\ngoes on\nand on\n");
-        QVERIFY(told(Change::Replaced, "another RUN\ngoes on\nand on\n",
-                     u"The file has been replaced by a new one."_s));
+        told(Change::Replaced, "another RUN\ngoes on\nand on\n",
+             u"The file has been replaced by a new one."_s);
     }
 
     void OpensOnlyRegularFiles()
@@ -124,7 +126,8 @@ private Q_SLOTS:
             QByteArray joined;
             for (qint64 begin = 0; begin < source.End();) {
                 const KilnUtil_TextRows::Row row = divided.RowAt(begin);
-                QVERIFY(!row.bytes.isEmpty() && row.bytes.size() <= 2 * piece + 4);
+                QVERIFY(!row.bytes.isEmpty());
+                QVERIFY(row.bytes.size() <= 2 * piece + 4);
                 QVERIFY(!row.bytes.chopped(1).contains('\n'));
                 QCOMPARE(row.bytes.isValidUtf8(), content.isValidUtf8());
                 for (qint64 offset : {begin, begin + 1, begin + 2, row.End() - 1})

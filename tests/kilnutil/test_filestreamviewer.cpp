@@ -2,7 +2,7 @@
 #include "support/scriptedprompt.h"
 #include "support/testutil.h"
 #include "viewer/filestreamviewer.h"
-#include "viewer/textsource.h"
+#include "kilnutil/textsource.h"
 #include "viewer/textview.h"
 
 #include <QLineEdit>
@@ -70,7 +70,8 @@ private Q_SLOTS:
         view.SetFollowsEnd(true);
         view.show();
         QVERIFY(QTest::qWaitForWindowExposed(&view));
-        QVERIFY(view.IsAtEnd() && source.End() - view.TopOffset() < 1'000'000);
+        QVERIFY(view.IsAtEnd());
+        QVERIFY(source.End() - view.TopOffset() < 1'000'000);
         view.verticalScrollBar()->setValue(view.verticalScrollBar()->maximum() / 2);
         QVERIFY(qAbs(view.TopOffset() - source.End() / 2) < 1'000'000);
         view.ScrollToBeginSlot();
@@ -86,7 +87,8 @@ private Q_SLOTS:
         QVERIFY(Shows(u"line 400"_s));
         PressKey(Qt::Key_Up);
         Append(Lines(401, 500) + "line 5");
-        QVERIFY(Shows(u"line 399"_s) && !Shows(u"line 401"_s));
+        QVERIFY(Shows(u"line 399"_s));
+        QVERIFY(!Shows(u"line 401"_s));
         PressKey(Qt::Key_End);
         Append("01\n");
         QVERIFY(Shows(u"line 501"_s));
@@ -97,6 +99,80 @@ private Q_SLOTS:
         QCOMPARE(m_viewer->StateText(), u"The file has been written anew."_s);
         QTest::keyClick(m_viewer, Qt::Key_W, Qt::ControlModifier);
         QTRY_VERIFY(!m_viewer);
+    }
+
+    void KeysScroll_data()
+    {
+        QTest::addColumn<QKeyCombination>("key");
+        QTest::addColumn<int>("rows"); // a page is 100
+        QTest::newRow("Up") << QKeyCombination{Qt::Key_Up} << -1;
+        QTest::newRow("Down") << QKeyCombination{Qt::Key_Down} << 1;
+        QTest::newRow("Page Up") << QKeyCombination{Qt::Key_PageUp} << -100;
+        QTest::newRow("Page Down") << QKeyCombination{Qt::Key_PageDown} << 100;
+        QTest::newRow("Home") << QKeyCombination{Qt::Key_Home} << -1000;
+        QTest::newRow("End") << QKeyCombination{Qt::Key_End} << 1000;
+    }
+
+    void KeysScroll()
+    {
+        View(Lines(1000, 1999));
+        KilnUtil_TextView &view = m_viewer->View();
+        const auto top = [&] {
+            return view.VisibleText().first().section(u' ', 1).toInt();
+        };
+        view.verticalScrollBar()->setValue(view.verticalScrollBar()->maximum() / 2);
+        const int before = top();
+        const auto page = static_cast<int>(view.VisibleText().size());
+        QFETCH(const QKeyCombination, key);
+        QFETCH(const int, rows);
+        QTest::keyClick(&view, key.key());
+        const int moved = top() - before;
+        if (qAbs(rows) == 1)
+            QCOMPARE(moved, rows);
+        else if (qAbs(rows) == 100)
+            QVERIFY2(qAbs(moved - rows / 100 * page) <= 2, qPrintable(QString::number(moved)));
+        else
+            QVERIFY(Shows(rows < 0 ? u"line 1000"_s : u"line 1999"_s));
+    }
+
+    void KeysSelect_data()
+    {
+        QTest::addColumn<QKeyCombination>("key");
+        QTest::addColumn<QString>("selected");
+        const auto shift = [](Qt::Key key) {
+            return QKeyCombination{Qt::ShiftModifier, key};
+        };
+        const auto control = [](Qt::Key key) {
+            return QKeyCombination{Qt::ShiftModifier | Qt::ControlModifier, key};
+        };
+        QTest::newRow("Left") << shift(Qt::Key_Left) << u" "_s;
+        QTest::newRow("Right") << shift(Qt::Key_Right) << u"1"_s;
+        QTest::newRow("Up") << shift(Qt::Key_Up) << u"099\nline "_s;
+        QTest::newRow("Down") << shift(Qt::Key_Down) << u"100\nline "_s;
+        QTest::newRow("Home") << shift(Qt::Key_Home) << u"line "_s;
+        QTest::newRow("End") << shift(Qt::Key_End) << u"100"_s;
+        QTest::newRow("Page Up") << shift(Qt::Key_PageUp) << u"... 099\nline "_s;
+        QTest::newRow("Page Down") << shift(Qt::Key_PageDown) << u"100\nline 101\n..."_s;
+        QTest::newRow("Control and Home") << control(Qt::Key_Home) << u"line 001\n..."_s;
+        QTest::newRow("Control and End") << control(Qt::Key_End) << u"... 200\n"_s;
+    }
+
+    void KeysSelect()
+    {
+        View(Lines(1001, 1200).replace("line 1", "line "));
+        KilnUtil_TextView &view = m_viewer->View();
+        constexpr qint64 place = 99 * 9 + 5; // before the number of the line 100
+        view.Select(place, place);
+        QFETCH(const QKeyCombination, key);
+        QFETCH(QString, selected);
+        QTest::keyClick(&view, key.key(), key.keyboardModifiers());
+        const QString text = view.SelectedText().value_or(QString{});
+        if (selected.startsWith("..."_L1))
+            QVERIFY2(text.endsWith(selected.remove(u"..."_s)), qPrintable(text));
+        else if (selected.endsWith("..."_L1))
+            QVERIFY2(text.startsWith(selected.remove(u"..."_s)), qPrintable(text));
+        else
+            QCOMPARE(text, selected);
     }
 
     void ShowsProcessThatIsDeleted()

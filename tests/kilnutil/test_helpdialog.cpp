@@ -50,6 +50,17 @@ private Q_SLOTS:
         QVERIFY(PageText().contains(u"A job waits here"_s));
     }
 
+    void BestPagesAreFoundFirst()
+    {
+        WritePage(u"a"_s, "One", "<p>This queue and that</p>");
+        WritePage(u"b"_s, "Two", "<p>The queue of the queue queue</p>");
+        QStringList titles;
+        for (const KilnUtil_HelpPage &page :
+             KilnUtil_HelpPages{KilnUtil_FileSys::m_appHelpDirPath}.Search(u" QUEUE "_s))
+            titles.append(page.Title);
+        QCOMPARE(titles, (QStringList{u"Queue"_s, u"Two"_s, u"One"_s}));
+    }
+
     void RealManualIsWhole()
     {
         const KilnUtil_HelpPages manual{QStringLiteral(TASKMILL_HELP_DIR)};
@@ -67,11 +78,16 @@ private Q_SLOTS:
             QVERIFY2(page.FilePath == manual.HomePath() || home.contains(file.fileName().toUtf8()),
                      qPrintable(page.FilePath));
             const QString html = QString::fromUtf8(ReadTestFile(page.FilePath));
+            QVERIFY2(page.FilePath == manual.HomePath() ||
+                         html.contains("<p class=\"contents\"><a href=\"index.html\">"_L1),
+                     qPrintable(page.FilePath));
+            QVERIFY2(page.Text.startsWith(page.Title), qPrintable(page.Text.first(40)));
             for (const auto &match : reference.globalMatch(html)) {
                 const QString target = match.captured(2).isEmpty() ? file.fileName() : match.captured(2);
                 const QByteArray text = ReadTestFile(file.dir().absoluteFilePath(target));
                 const QByteArray name = match.captured(3).toUtf8();
-                QVERIFY2(!text.isEmpty() && (name.isEmpty() || text.contains("<a name=\"" + name + '"')),
+                QVERIFY2(!text.isEmpty(), qPrintable(page.FilePath + match.captured()));
+                QVERIFY2(name.isEmpty() || text.contains("<a name=\"" + name + '"'),
                          qPrintable(page.FilePath + match.captured()));
             }
         }

@@ -1,3 +1,4 @@
+#include "widgets/contrast.h"
 #include "kilnutil/registry.h"
 #include "support/testutil.h"
 #include "widgets/tablesortproxy.h"
@@ -8,6 +9,7 @@
 #include <QApplication>
 #include <QDragEnterEvent>
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QMimeData>
 #include <QStandardItemModel>
 #include <QStyledItemDelegate>
@@ -26,6 +28,7 @@ class TestWidgets : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { KilnUtil_Contrast::KeepPlaceholdersReadable(); }
     void init()
     {
         FailOnQtWarnings();
@@ -43,6 +46,22 @@ private Q_SLOTS:
         KilnUtil_Registry::SetValue(u"/Tables/Finished/Columns"_s, saved);
         m_table->RememberColumns(u"Finished"_s);
         QCOMPARE(m_table->columnWidth(1), 10'000);
+    }
+
+    void TheLatestEntriesAreKeptOnce()
+    {
+        KeepSettingsIn(m_place.path());
+        QStringList entries{u"/1"_s, {}, u"/1"_s};
+        for (int number = 2; number <= 12; ++number)
+            entries.append(u"/%1"_s.arg(number));
+        const QStringList kept = QStringList{u"/1"_s} + entries.sliced(3, 9);
+        KilnUtil_Registry::PutRecentDirs(entries);
+        KilnUtil_Registry::PutRecentJobInputFiles(entries.sliced(2));
+        QCOMPARE(KilnUtil_Registry::GetRecentDirs(), kept);
+        QCOMPARE(KilnUtil_Registry::GetRecentJobInputFiles(), kept);
+        QCOMPARE(KilnUtil_Registry::GetRecentOpenStructureFileLists(), QList<QStringList>{});
+        KilnUtil_Registry::PutRecentOpenStructureFileLists({entries, kept, entries});
+        QCOMPARE(KilnUtil_Registry::GetRecentOpenStructureFileLists(), (QList<QStringList>{entries, kept}));
     }
 
     /// Few and many rows at once come, go and change, which is told to the view in different ways.
@@ -160,6 +179,38 @@ private Q_SLOTS:
                            [] { QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Return); });
         QCOMPARE(prompt.ReportWarning(u"Save"_s, u"Save it?"_s, WarnMode::YesNoCancel, WarnAnswer::Yes),
                  WarnAnswer::Yes);
+    }
+
+    void PlaceholdersCanBeRead_data()
+    {
+        QTest::addColumn<QPalette>("desktop");
+        const auto add = [](const char *name, const QColor &base, const QColor &text, const QColor &hint) {
+            QPalette palette;
+            palette.setColor(QPalette::Base, base);
+            palette.setColor(QPalette::Text, text);
+            palette.setColor(QPalette::PlaceholderText, hint);
+            QTest::newRow(name) << palette;
+        };
+        const QColor faintBlack{0, 0, 0, 128};
+        add("light", Qt::white, Qt::black, faintBlack);
+        add("dark, hint of the light one", {27, 30, 32}, {252, 252, 252}, faintBlack);
+        add("as good as none", {253, 246, 227}, {101, 123, 131}, {253, 246, 220});
+        add("good already", {27, 30, 32}, {252, 252, 252}, {161, 169, 177});
+    }
+
+    void PlaceholdersCanBeRead()
+    {
+        QFETCH(const QPalette, desktop);
+        const QPalette before = QApplication::palette();
+        QApplication::setPalette(desktop);
+        QLineEdit edit;
+        const QPalette palette = edit.palette();
+        const QColor base = palette.color(QPalette::Base);
+        const double best = KilnUtil_Contrast::Ratio(palette.color(QPalette::Text), base);
+        const double ratio = KilnUtil_Contrast::Ratio(palette.color(QPalette::PlaceholderText), base);
+        QApplication::setPalette(before);
+        QVERIFY2(ratio >= qMin(best, KilnUtil_Contrast::LeastRatio), qPrintable(QString::number(ratio)));
+        QCOMPARE(base, desktop.color(QPalette::Base));
     }
 
 private:

@@ -4,12 +4,19 @@
 #include "jobs/job.h"
 #include "manager/runningjobs.h"
 #include "manager/timetext.h"
+#include "db/databasetestutil.h"
+#include "kilnutil/error.h"
+#include "console/consoleprompt.h"
+#include "manager/texttable.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
+#include <QDir>
 #include <QMutex>
 #include <QSemaphore>
 #include <QtTest>
+
+#include <atomic>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -25,6 +32,8 @@ class ScriptedTerminal final : public Taskmill_ConsoleTerminal
 {
 public:
     QSemaphore Taken; ///< released for each line that is taken
+    bool IsWithUser = false;
+    std::atomic<bool> IsBroken = false; ///< off, until the next line is read
 
     void Feed(const QStringList &lines)
     {
@@ -42,6 +51,7 @@ public:
 
     std::optional<QString> ReadLine(const QString &prompt) override
     {
+        IsBroken = false;
         Print(prompt);
         m_available.acquire();
         const QMutexLocker lock{&m_mutex};
@@ -54,6 +64,8 @@ public:
         m_output += text;
     }
     void Post(const QString &text) override { Print(text); }
+    [[nodiscard]] bool IsInteractive() const override { return IsWithUser; }
+    [[nodiscard]] bool IsBrokenOff() override { return IsBroken; }
     void Interrupt() override
     {
         const QMutexLocker lock{&m_mutex};
@@ -73,10 +85,11 @@ struct Session
 {
     TestManager manager;
     const Taskmill_JobType gated;
-    Taskmill_RunningJobs running{*manager.inspector, manager.jobTypes};
+    Taskmill_RunningJobs running{manager.Inspector(), manager.JobTypes()};
     std::unique_ptr<Taskmill_Console> console;
     ScriptedTerminal *terminal = nullptr; ///< the console's
     int exits = 0;                        ///< how often the program was to be ended
+    bool asksAtStart = false;
 
     Session()
         : gated{(manager.NewProject(), manager.AddGatedJobType())}
@@ -84,11 +97,12 @@ struct Session
     }
 
     /// Carries out the lines here, or on a thread of the console's own that waits for more of them.
-    void Start(const QStringList &lines, bool here = false)
+    void Start(const QStringList &lines, bool here = false, bool isWithUser = false)
     {
         console.reset();
         auto scripted = std::make_unique<ScriptedTerminal>();
         terminal = scripted.get();
+        terminal->IsWithUser = isWithUser;
         terminal->Feed(lines);
         if (here)
             terminal->End();
@@ -96,12 +110,13 @@ struct Session
             ++exits;
             console->QuitSlot();
         };
-        const Taskmill_ConsoleContext context{.Tabs = manager.tabs,
+        const Taskmill_ConsoleContext context{.Tabs = manager.Destinations(),
                                               .RunningJobs = running,
-                                              .JobTypes = manager.jobTypes,
-                                              .Submitter = manager.submitter,
-                                              .Project = manager.project,
-                                              .Notice = u"Notice"_s,
+                                              .JobTypes = manager.JobTypes(),
+                                              .Submitter = manager.Submitter(),
+                                              .Project = manager.Project(),
+                                              .Notices = {u"Notice"_s},
+                                              .AsksAtStart = asksAtStart,
                                               .Exit = exit};
         console = std::make_unique<Taskmill_Console>(u"Banner"_s, here, context, std::move(scripted));
         console->RunSlot();
@@ -123,7 +138,7 @@ struct Session
     QString Submit(const QString &fileName)
     {
         QString file = manager.InputFile(fileName);
-        manager.longJobs.Submit(manager.NewJob(gated, file));
+        manager.Destinations().Long().Submit(manager.NewJob(gated, file));
         return file;
     }
 };
@@ -145,14 +160,146 @@ private Q_SLOTS:
         const QString input = u"\n<Taskmill> Enter Input File:  "_s;
         QCOMPARE(session.Run({u"submit job"_s, u"longer"_s, u"Cancel"_s}), queue + u'\n' + queue + prompt);
         // Job types are named, in any case, or numbered.
-        QCOMPARE(
-            session.Run({u"add job"_s, u" NONE "_s, u"1"_s, u"gated"_s, u"."_s, u"missing"_s, u"cancel"_s}),
-            queue + type + u'\n' + type + input + u'\n' + input + u'\n' + input + prompt);
+        const QString directory = u"\n<Taskmill> %1 is a directory: the name of a file is needed.\n"_s;
+        QCOMPARE(session.Run({u"add job"_s, u" NONE "_s, u"1"_s, u"gated"_s, u"."_s, u"missing"_s, u"~"_s,
+                              u"cancel"_s}),
+                 queue + type + u"\n<Taskmill> There is no job type \"1\".  The job types are: Gated.\n"_s +
+                     type + input + directory.arg(QDir::currentPath()) + input + u'\n' + input +
+                     directory.arg(QDir::homePath()) + input + prompt);
         QCOMPARE(session.Run({u"add short job"_s, u"0"_s, u" %1 "_s.arg(file)}),
                  type + input + u"\n<Taskmill> Job 1 was added to the Short Jobs Queue.\n\n"_s + prompt);
-        QCOMPARE(session.manager.shortJobs.Jobs().JobAt(0)->Record().InputFilePath, file);
+        QCOMPARE(session.manager.Destinations().Short().Jobs().JobAt(0)->Record().InputFilePath, file);
         QCOMPARE(session.Run({u"set short limit 2147483648"_s}),
                  u"\n<Taskmill> The limit must be a number from 1 to 2147483647.\n\n"_s + prompt);
+    }
+
+    /// The name of a row is what is typed, with '|' for a line feed; "..." is the directory of the test.
+    void EachCommandDoesWhatItSays_data()
+    {
+        QTest::addColumn<QStringList>("printed"); // all of it is there
+        QTest::addColumn<QString>("queues");
+        const QString untouched = u"long 1 2 limit 1, short 3 limit 1, queueless 4"_s;
+        const auto add = [](const char *typed, const QStringList &printed, const QString &queues) {
+            QTest::newRow(typed) << printed << queues;
+        };
+        const QString asked =
+            u"\n<Taskmill> Enter Job Type:  \n<Taskmill> Enter Input File:  \n<Taskmill> Job 5 was added to the "_s;
+        const QString self = QCoreApplication::applicationFilePath();
+        add("list long jobs", {u"\nLong Jobs Queue\nJob ID"_s, u"\n2       job 2"_s}, untouched);
+        add("list short jobs", {u"\nShort Jobs Queue\nJob ID"_s, u"\n3       job 3"_s}, untouched);
+        add("list queueless jobs", {u"\nQueueless Jobs List\nJob ID"_s, u"\n4       job 4"_s}, untouched);
+        add("list running jobs", {u"Process ID"_s, u"testprogram"_s, u"no "_s + self}, untouched);
+        add("list all running jobs", {u"Process ID"_s, u"testprogram"_s, self}, untouched);
+        add("list finished jobs", {u"\nFinished Jobs\nJob ID"_s, u"\n9       Wasser"_s}, untouched);
+        add("list job types", {u"\nJob Types\nDBID"_s, u"\n0     Gated"_s}, untouched);
+        add("show job 3", {u"Name  "_s, u"  job 3\n"_s, u"\nstdout and stderr:\n"_s}, untouched);
+        for (const char *command : {"add job|none|0|free.in", "submit job|none|0|free.in",
+                                    "add queueless job|Gated|free.in", "submit queueless job|Gated|free.in"})
+            add(command, {asked}, u"long 1 2 limit 1, short 3 limit 1, queueless 4 5"_s);
+        for (const char *command :
+             {"add job|Long|0|free.in", "add long job|0|free.in", "submit long job|0|free.in"})
+            add(command, {asked}, u"long 1 2 5 limit 1, short 3 limit 1, queueless 4"_s);
+        for (const char *command :
+             {"add job|short|0|free.in", "add short job|0|free.in", "submit short job|0|free.in"})
+            add(command, {asked}, u"long 1 2 limit 1, short 3 5 limit 1, queueless 4"_s);
+        const QString question =
+            u"\n<Taskmill> Are you sure you want to remove the following 1 selected jobs "
+            "from the Long Jobs Queue?\n\njob %1  "_s;
+        add("remove job 2|yes", {question.arg(2) + u"\n<Taskmill> Job 2 was removed.\n"_s},
+            u"long 1 limit 1, short 3 limit 1, queueless 4"_s);
+        add("remove job 1|yes|no", {question.arg(1) + killWarning + prompt}, untouched);
+        add("kill job 3|what|n", {killWarning + u'\n' + killWarning + prompt}, untouched);
+        add("kill job 3|1", {killWarning + u"\n<Taskmill> Job 3 was killed.\n"_s},
+            u"long 1 2 limit 1, short limit 1, queueless 4"_s);
+        add("kill job 2", {u"Job 2 does not run"_s}, untouched);
+        add("kill job 9", {u"no waiting or running job 9"_s}, untouched);
+        add("pause long jobs", {u"Long Jobs Queue is paused"_s},
+            u"long 1 2 limit 1 paused, short 3 limit 1, queueless 4"_s);
+        add("pause short jobs", {u"Short Jobs Queue is paused"_s},
+            u"long 1 2 limit 1, short 3 limit 1 paused, queueless 4"_s);
+        add("pause short jobs|pause long jobs|unpause long jobs", {u"Long Jobs Queue is no longer paused"_s},
+            u"long 1 2 limit 1, short 3 limit 1 paused, queueless 4"_s);
+        add("pause short jobs|pause long jobs|unpause short jobs",
+            {u"Short Jobs Queue is no longer paused"_s},
+            u"long 1 2 limit 1 paused, short 3 limit 1, queueless 4"_s);
+        add("set long limit 3", {u"Long Jobs Queue"_s, u"3 jobs"_s},
+            u"long 1 2 limit 3, short 3 limit 1, queueless 4"_s);
+        add("set short limit 3", {u"Short Jobs Queue"_s, u"3 jobs"_s},
+            u"long 1 2 limit 1, short 3 limit 3, queueless 4"_s);
+        for (const char *command : {"set long limit 0", "set short limit 2147483648"})
+            add(command, {u"a number from 1 to 2147483647"_s}, untouched);
+        add("save|new", {u"Enter Project File:"_s, u"The project was saved to "_s, u"new.mill"_s}, untouched);
+        add("pwd", {u"\nCurrent Directory:  ...\n"_s}, untouched);
+        add("cd sub", {u"\nCurrent Directory:  .../sub\n"_s}, untouched);
+        add("cd", {u"\nCurrent Directory:  "_s + QDir::homePath() + u'\n'}, untouched);
+        for (const char *command : {"dir", "dir /b", "dir/b"})
+            add(command, {u"free.in"_s}, untouched);
+        add("cls", {}, untouched);
+        add("help", {u"\nset long limit N "_s, u"\npause short jobs "_s}, untouched);
+        for (const char *command : {"quit|no", "EXIT|no"})
+            add(command, {exitQuestion}, untouched);
+    }
+
+    void EachCommandDoesWhatItSays()
+    {
+        Session session;
+        TestManager &manager = session.manager;
+        for (Taskmill_QueueOwner *owner : QList<Taskmill_QueueOwner *>{
+                 &manager.Destinations().Long(), &manager.Destinations().Long(), &manager.Destinations().Short(), &manager.Destinations().Queueless()})
+            owner->Submit(manager.NewJob(session.gated, manager.InputFile(u"free.in"_s)));
+        QVERIFY(manager.FinishedJobs().AddJob(SampleJob(session.gated, 9)));
+        QVERIFY(QDir{manager.directory.path()}.mkdir(u"sub"_s));
+        const QString before = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(manager.directory.path()));
+        const QString here = QDir::currentPath();
+
+        const QString output = session.Run(QString::fromLatin1(QTest::currentDataTag()).split(u'|'));
+        QVERIFY(QDir::setCurrent(before));
+        QFETCH(const QStringList, printed);
+        for (QString text : printed) {
+            const bool isAbsent = text.startsWith("no /"_L1);
+            text = isAbsent ? text.sliced(3) : text.replace("..."_L1, here);
+            QVERIFY2(output.contains(text) != isAbsent, qPrintable(text + u" in "_s + output));
+        }
+        QFETCH(const QString, queues);
+        const auto limit = [](const Taskmill_JobQueue &queue) {
+            return u" limit %1%2"_s.arg(queue.MaxRunningJobs())
+                .arg(queue.IsPaused() ? u" paused"_s : QString{});
+        };
+        QCOMPARE(u"long"_s + Numbers(manager.Destinations().Long()) + limit(manager.Destinations().Long().Jobs()) + u", short"_s +
+                     Numbers(manager.Destinations().Short()) + limit(manager.Destinations().Short().Jobs()) + u", queueless"_s +
+                     Numbers(manager.Destinations().Queueless()),
+                 queues);
+        QCOMPARE(session.exits, 0);
+    }
+
+    void ShowsEveryFieldOfAJob()
+    {
+        Session session;
+        Taskmill_JobRecord job = SampleJob(SampleJobType(u"MOPAC"_s), 12);
+        job.OutputFile = u"o.out"_s;
+        job.StandardInputFile = u"s.in"_s;
+        job.StandardOutputFile = u"s.out"_s;
+        job.CheckpointFile = u"c.chk"_s;
+        job.CheckpointFile2 = u"c1.chk"_s;
+        job.PlaceholderValues = {{u"@A"_s, u"1"_s}, {u"@B"_s, u"2"_s}};
+        QVERIFY(session.manager.FinishedJobs().AddJob(job));
+        const QString shown = session.Run({u"show job 12"_s});
+        const QString fields =
+            u"Job ID  12|Name  Wasser – 水's|Status  Completed|Job Type  MOPAC|Queue  Long|"
+            "Job Class  class o'9|Executable Path  /opt/it's/mopac|"
+            "Input File  /tmp/Größe's.mop|Second Input File  /tmp/second|Output File  o.out|"
+            "Standard Input File  s.in|Standard Output File  s.out|Checkpoint File  c.chk|"
+            "Second Checkpoint File  c1.chk|Placeholders  @A=1, @B=2|"
+            "Submitted  02-29-2024 01:02:03|Started  02-29-2024 01:02:04|"
+            "Finished  03-01-2024 00:00:00|Client  host|Client Application  app|"
+            "Client Address  127.0.0.1:4711|Client User and Group  1000:100|"
+            "Client Is Notified  yes"_s;
+        QStringList lines = shown.split(u'\n');
+        lines.replaceInStrings(QRegularExpression{u"   +"_s}, u"  "_s);
+        for (const QString &field : fields.split(u'|'))
+            QVERIFY2(lines.contains(field), qPrintable(field + u" in "_s + shown));
+        QVERIFY(shown.endsWith(u"\nstdout and stderr:\nout\n'err' ü\n\n"_s + prompt));
     }
 
     void SavesANewProjectBeforeTheExit()
@@ -167,9 +314,11 @@ private Q_SLOTS:
         };
         QCOMPARE(quit({u"perhaps"_s, u"Cancel"_s}), saveQuestion + u'\n' + saveQuestion + u'\n' + prompt);
         QCOMPARE(quit({u"yes"_s, u" "_s}), saveQuestion + fileQuestion + u'\n' + prompt);
-        QCOMPARE(quit({u"yes"_s, old, u"no"_s}), saveQuestion + fileQuestion + exists + u'\n' + prompt);
-        QCOMPARE(quit({u"yes"_s, session.manager.Path(u"missing/new"_s)}),
-                 saveQuestion + fileQuestion + u'\n' + prompt);
+        // Where one file is not to be had, another one is asked for.
+        QCOMPARE(quit({u"yes"_s, old, u"no"_s, u"cancel"_s}),
+                 saveQuestion + fileQuestion + exists + fileQuestion + u'\n' + prompt);
+        QCOMPARE(quit({u"yes"_s, session.manager.Path(u"missing/new"_s), u"cancel"_s}),
+                 saveQuestion + fileQuestion + fileQuestion + u'\n' + prompt);
         QCOMPARE(session.exits, 0);
         QCOMPARE(quit({u"NO"_s}), saveQuestion + u'\n');
         QCOMPARE(session.exits, 1);
@@ -178,31 +327,165 @@ private Q_SLOTS:
                  saveQuestion + fileQuestion + exists +
                      u"\n<Taskmill> The project was saved to %1.\n\n\n"_s.arg(old));
         QCOMPARE(session.exits, 2);
-        QCOMPARE(session.manager.project.FilePath(), old);
+        QCOMPARE(session.manager.Project().FilePath(), old);
         QVERIFY(ReadTestFile(old) != "old");
+    }
+
+    void SavesToTheFileThatIsNamed()
+    {
+        Session session;
+        const QString fileQuestion = u"\n<Taskmill> Enter Project File:  "_s;
+        const auto savedTo = [](const QString &file) {
+            return u"\n<Taskmill> The project was saved to %1.\n\n"_s.arg(file);
+        };
+        const QString first = session.manager.Path(u"first.mill"_s);
+        QCOMPARE(session.Run({u"save "_s + first.chopped(5)}), savedTo(first) + prompt);
+        session.Submit(u"a.in"_s);
+        // Its directory is gone, or another program has written to it.
+        const QString second = session.manager.Path(u"second.mill"_s);
+        QVERIFY(QFile::remove(first) && QDir{}.mkdir(first));
+        QCOMPARE(
+            session.Run({u"save"_s, u"yes"_s, second}),
+            u"\n<Taskmill> %1 was changed by another program.  Do you want to replace it?  "_s.arg(first) +
+                fileQuestion + savedTo(second) + prompt);
+        QCOMPARE(session.manager.Project().FilePath(), second);
+        QCOMPARE(session.Run({u"save "_s + session.manager.Path(u"none/x"_s), u""_s}),
+                 fileQuestion + u"\n<Taskmill> The project was not saved.\n\n"_s + prompt);
+    }
+
+    void HeldJobsRunWhenTheUserSaysSo()
+    {
+        Session session;
+        for (const QString &name : {u"a.in"_s, u"b.in"_s, u"c.in"_s})
+            session.manager.Destinations().Queueless().Submit(
+                session.manager.NewJob(session.gated, session.manager.InputFile(name)));
+        const QString file = session.manager.Path(u"jobs.mill"_s);
+        QVERIFY(session.manager.Project().SaveProjectAs(file) && session.manager.Project().OpenProject(file));
+        QCOMPARE(session.manager.Destinations().Queueless().HeldJobsNotice(),
+                 u"3 queueless jobs were running when this project was closed. They wait until they are run "
+                 "again or removed."_s);
+        // Nobody is asked where nobody answers.
+        QCOMPARE(session.Run({u"run job 2"_s, u"run job 2"_s, u"run job 9"_s}),
+                 u"\n<Taskmill> Job 2 runs again.\n\n"_s + prompt +
+                     u"\n<Taskmill> Job 2 is not held back.\n\n"_s + prompt +
+                     u"\n<Taskmill> There is no waiting or running job 9.\n\n"_s + prompt);
+        session.asksAtStart = true;
+        session.Start({u"no"_s}, true);
+        QVERIFY(session.terminal->Output().startsWith(
+            u"Banner\n\n<Taskmill> Notice\n\n\n<Taskmill> 2 queueless jobs were running when this project "
+            u"was "
+            "closed. Run them again?  \n<Taskmill> What waits can be run later by"_s));
+        QCOMPARE(session.manager.Destinations().Queueless().Jobs().HeldJobIDs(), (QList{1, 3}));
+        session.Start({u"yes"_s, u"run held jobs"_s}, true);
+        QVERIFY(session.terminal->Output().endsWith(u"\n<Taskmill> 2 jobs run again.\n\n"_s + prompt +
+                                                    u"\n<Taskmill> No job is held back.\n\n"_s + prompt));
+        QVERIFY(session.manager.Destinations().Queueless().Jobs().HeldJobIDs().isEmpty());
+    }
+
+    void ProjectFileIsNamedAsInAShell()
+    {
+        Session session;
+        const QString home = session.manager.directory.path();
+        const QByteArray homeBefore = qgetenv("HOME");
+        qputenv("HOME", home.toLocal8Bit());
+        const QString saved = u"\n<Taskmill> The project was saved to %1.\n\n"_s + prompt;
+        const QString here = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(home));
+        QCOMPARE(session.Run({u"save"_s, u"./new"_s}).section(u"Project File:  "_s, 1),
+                 saved.arg(QDir::currentPath() + u"/new.mill"_s));
+        QVERIFY(session.Run({u"save ~/new"_s, u"no"_s, {}})
+                    .contains(u"\n<Taskmill> %1/new.mill already exists."_s.arg(home)));
+        for (const QString &name : {u"~"_s, u"."_s, u"other/"_s})
+            QVERIFY2(session.Run({u"save "_s + name, {}}).contains(u" is a directory: "_s), qPrintable(name));
+        QCOMPARE(QDir{home}.entryList({u"*.mill"_s}, QDir::Files | QDir::Hidden), QStringList{u"new.mill"_s});
+        QDir::setCurrent(here);
+        qputenv("HOME", homeBefore);
+    }
+
+    void OnlyAUserIsToldOfAnUnknownCommand()
+    {
+        Session session;
+        const auto run = [&session](const QString &line, bool isWithUser) {
+            session.Start({line}, true, isWithUser);
+            return session.Output();
+        };
+        QCOMPARE(run(u"LIST LONG JOBS"_s, false), prompt);
+        QCOMPARE(run(u"LIST LONG JOBS"_s, true),
+                 u"\n<Taskmill> There is no command \"LIST LONG JOBS\"; help lists the commands.\n\n"_s +
+                     prompt);
+        QCOMPARE(run(u"kill job"_s, true),
+                 u"\n<Taskmill> kill job needs N; help lists the commands.\n\n"_s + prompt);
+        QCOMPARE(run(u" "_s, true), prompt);
+    }
+
+    void NothingIsToBeSelectedAtAConsole()
+    {
+        Session session;
+        Taskmill_ConsolePrompt console{nullptr};
+        QString printed;
+        Taskmill_SetConsolePrinter([&printed](const QString &text) { printed += text; });
+        KilnUtil_Error::SetUserPrompt(&console);
+        (void)session.manager.Submitter().Submit(TestManager::Request(u"Auto"_s, u"/x/a.xyz"_s));
+        KilnUtil_Error::SetUserPrompt(&session.manager.prompt);
+        Taskmill_SetConsolePrinter({});
+        QVERIFY2(printed.endsWith(u"cannot be determined from its extension: /x/a.xyz\n"_s),
+                 qPrintable(printed));
+    }
+
+    void FollowsAJobToItsEnd()
+    {
+        Session session;
+        const Taskmill_JobType talker =
+            session.manager.AddJobType(u"Talker"_s, u"print begun waitfor @INFILE.go print done"_s);
+        const QString file = session.manager.InputFile(u"a.in"_s);
+        session.manager.Destinations().Long().Submit(session.manager.NewJob(talker, file));
+        session.manager.Destinations().Long().Submit(session.manager.NewJob(talker, file));
+        session.Start({u"follow job 1"_s});
+        const QString begin = u"\n<Taskmill> Following job 1.\n\nbegun\n"_s;
+        QTRY_COMPARE(session.Output(), begin);
+        session.terminal->IsBroken = true;
+        QTRY_COMPARE(session.Output(), begin + prompt);
+        session.terminal->Feed({u"follow job 2"_s, u"follow job 3"_s, u"follow job 1"_s});
+        QTRY_COMPARE(session.Output(), begin + prompt + u"\n<Taskmill> Job 2 does not run yet.\n\n"_s +
+                                           prompt + u"\n<Taskmill> There is no job 3.\n\n"_s + prompt +
+                                           begin);
+        TestManager::Release(file);
+        const QString end = u"done\n\n<Taskmill> Job 1 has ended: completed.\n\n"_s + prompt;
+        QTRY_VERIFY2(session.Output().endsWith(end), qPrintable(session.Output()));
+    }
+
+    void FollowsTheOutputFile()
+    {
+        Session session;
+        const QString file = session.manager.InputFile(u"a.in"_s);
+        const QString output = WriteTestFile(session.manager.Path(u"a.out"_s), "of an earlier run\n");
+        QFile old{output};
+        QVERIFY(old.open(QFile::ReadWrite) &&
+                old.setFileTime(QDateTime::currentDateTime().addDays(-1), QFile::FileModificationTime));
+        old.close();
+        Taskmill_Job *job = session.manager.NewJob(
+            session.manager.AddJobType(u"Talker"_s, u"print begun waitfor @INFILE.go"_s), file);
+        Taskmill_JobRecord record = job->Record();
+        delete job;
+        record.OutputFile = output;
+        session.manager.Destinations().Long().Submit(new Taskmill_Job{record});
+        session.Start({u"follow job 1"_s});
+        const QString begin = u"\n<Taskmill> Following job 1.\n\nbegun\n"_s;
+        QTRY_COMPARE(session.Output(), begin);
+        WriteTestFile(output, "step 1\n");
+        const QString heading = u"<Taskmill> %1:\n\nstep 1\n"_s.arg(output);
+        QTRY_COMPARE(session.Output(), begin + heading);
+        WriteTestFile(output, "step 1\nstep 2");
+        QTRY_COMPARE(session.Output(), begin + heading + u"step 2"_s);
+        TestManager::Release(file);
+        QTRY_COMPARE(session.Output(),
+                     begin + heading + u"step 2\n\n<Taskmill> Job 1 has ended: completed.\n\n"_s + prompt);
     }
 
     void TimesBeginWithTheMonth()
     {
         QCOMPARE(Taskmill_TimeText(QDateTime{{2024, 3, 9}, {17, 5, 6}}), u"03-09-2024 17:05:06"_s);
         QCOMPARE(Taskmill_TimeText({}), QString{});
-    }
-
-    void KillsOnlyAfterAYes()
-    {
-        Session session;
-        session.Submit(u"a.in"_s);
-        const QString question =
-            u"\n<Taskmill> Are you sure you want to remove the following 1 selected jobs "
-            "from the Long Jobs Queue?\n\njob 1  "_s;
-        QCOMPARE(session.Run({u"remove job 1"_s, u"yes"_s, u"no"_s}), question + killWarning + prompt);
-        QCOMPARE(session.Run({u"kill job 1"_s, u"what"_s, u"n"_s}),
-                 killWarning + u'\n' + killWarning + prompt);
-        QCOMPARE(session.manager.longJobs.Jobs().Count(), 1);
-        QCOMPARE(session.Run({u"kill job 1"_s, u"1"_s}),
-                 killWarning + u"\n<Taskmill> Job 1 was killed.\n\n"_s + prompt);
-        QCOMPARE(session.manager.longJobs.Jobs().Count(), 0);
-        QCOMPARE(session.manager.finishedJobs.Jobs().first().Status, Taskmill_JobStatus::Killed);
     }
 
     void JobMayEndWhileTheQuestionStands()
@@ -212,11 +495,20 @@ private Q_SLOTS:
         session.Start({u"kill job 1"_s});
         QTRY_COMPARE(session.Output(), killWarning);
         TestManager::Release(file);
-        QTRY_COMPARE(session.manager.finishedJobs.Jobs().size(), 1);
+        QTRY_COMPARE(session.manager.FinishedJobs().Jobs().size(), 1);
         session.terminal->Feed({u"yes"_s});
         QTRY_COMPARE(session.Output(),
                      killWarning + u"\n<Taskmill> Job 1 has ended meanwhile.\n\n"_s + prompt);
-        QCOMPARE(session.manager.finishedJobs.Jobs().first().Status, Taskmill_JobStatus::Completed);
+        QCOMPARE(session.manager.FinishedJobs().Jobs().first().Status, Taskmill_JobStatus::Completed);
+    }
+
+    void WideCharactersTakeTwoColumns()
+    {
+        QCOMPARE(Taskmill_TextWidth(u"aé ½"_s), 4);
+        QCOMPARE(Taskmill_TextWidth(u"水ｱＡ한"_s), 7); // the second is halfwidth
+        QCOMPARE(Taskmill_TextWidth(u"\U0001F600\U00020000"_s), 4);
+        QCOMPARE(Taskmill_TextWidth(u"e\u0301\u200D"_s), 1);
+        QCOMPARE(Taskmill_TextTable({u"A"_s, u"B"_s}, {{u"水"_s, u"b"_s}}), u"A   B\n-----\n水  b\n"_s);
     }
 
     void KeepsSomeTextForWhoeverDoesNotRead()
@@ -241,6 +533,16 @@ private Q_SLOTS:
                 QThread::yieldCurrentThread();
             session.console.reset();
         }
+    }
+
+private:
+    /// " 1 2", the numbers of the jobs.
+    [[nodiscard]] static QString Numbers(Taskmill_QueueOwner &owner)
+    {
+        QString numbers;
+        for (const int jobID : owner.Jobs().JobIDs())
+            numbers += u' ' + QString::number(jobID);
+        return numbers;
     }
 };
 

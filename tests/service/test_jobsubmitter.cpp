@@ -43,10 +43,10 @@ private Q_SLOTS:
         FailOnQtWarnings();
         m_manager = std::make_unique<TestManager>();
         m_manager->NewProject();
-        m_manager->longJobs.Jobs().SetPaused(true);
-        m_manager->shortJobs.Jobs().SetPaused(true);
+        m_manager->Destinations().Long().Queue()->SetPaused(true);
+        m_manager->Destinations().Short().Queue()->SetPaused(true);
         m_dialog = {};
-        m_manager->submitter.SetSubmitDialog(&m_dialog);
+        m_manager->Submitter().SetSubmitDialog(&m_dialog);
         QVERIFY(QDir::setCurrent(m_manager->directory.path()));
     }
 
@@ -81,34 +81,71 @@ private Q_SLOTS:
                  (QList<int>{7, 8, 9, 2}));
         QCOMPARE(job.PlaceholderValues, (Taskmill_PlaceholderValues{{u"@B"_s, u"1"_s}, {u"@A"_s, u"2"_s}}));
         QVERIFY(job.ClientNotification);
-        // Without a name it is called like its file, or by its number.
-        QCOMPARE(Submit("jobtypename=Run\njobinputfile=sub/a.b.in"), QStringList{u"a.b.in Run Long"_s});
-        QCOMPARE(Submit("jobtypename=Run"), QStringList{u"3 Run Long"_s});
-        QVERIFY(!Job(3).ClientNotification);
+        QCOMPARE(Submit("jobtypename=Run"), QStringList{u"2 Run Long"_s});
+        QVERIFY(!Job(2).ClientNotification);
     }
 
-    void QueueIsThatOfTheRequestOrOfTheType()
+    /// "name type queue" of the one job, or a part of the reason why there is none.
+    void RequestsAndTheirOutcomes_data()
+    {
+        QTest::addColumn<QByteArray>("request");
+        QTest::addColumn<QString>("outcome");
+        const auto add = [](const char *name, const QByteArray &request, const QString &outcome) {
+            QTest::newRow(name) << request << outcome;
+        };
+        add("queue of the request", "jobtypename=S\njobqueue=LONG", u"1 S Long"_s);
+        add("queue that begins so", "jobtypename=L\njobqueue=Shortest", u"1 L Short"_s);
+        add("queueless", "jobtypename=L\njobqueue=queueless", u"1 L None"_s);
+        add("none is queueless", "jobtypename=L\njobqueue=None", u"1 L None"_s);
+        add("queue of the type", "jobtypename=S", u"1 S Short"_s);
+        add("queue left to the type", "jobtypename=Q\njobqueue=Auto", u"1 Q None"_s);
+        add("unknown queue", "jobtypename=S\njobqueue=Fast", u"1 S Short"_s);
+        add("type in any case", "jobtypename=l", u"1 L Long"_s);
+        add("type of the extension", "jobtypename=Auto\njobinputfile=a.TWO", u"a.TWO Reads Short"_s);
+        add("own name", "jobtypename=Reads\njobinputfile=a.two\njobname= my job", u" my job Reads Short"_s);
+        add("named like its file", "jobtypename=Reads\njobinputfile=./a.two", u"a.two Reads Short"_s);
+
+        add("no type", "jobqueue=long", u"no job type"_s);
+        add("no input file", "jobtypename=Reads", u"input file does not exist"_s);
+        add("missing input file", "jobtypename=Reads\njobinputfile=b.two", u"b.two"_s);
+        add("type without a queue", "jobtypename=Nowhere", u"Nowhere has no queue"_s);
+        add("type without its program", "jobtypename=Gone", u"job type Gone"_s);
+        add("nobody chooses a type", "jobtypename=Auto\njobinputfile=a.xyz", u"a.xyz"_s);
+    }
+
+    void RequestsAndTheirOutcomes()
     {
         AddType(u"L"_s, u"Long"_s);
         AddType(u"S"_s, u"Short"_s);
         AddType(u"Q"_s, u"Queueless"_s);
-        QCOMPARE(Submit("jobtypename=S\njobqueue=LONG"), QStringList{u"1 S Long"_s});
-        QCOMPARE(Submit("jobtypename=L\njobqueue=Shortest"), QStringList{u"2 L Short"_s});
-        QCOMPARE(Submit("jobtypename=L\njobqueue=queueless"), QStringList{u"3 L None"_s});
-        QCOMPARE(Submit("jobtypename=S"), QStringList{u"4 S Short"_s});
-        QCOMPARE(Submit("jobtypename=Q\njobqueue=Fast"), QStringList{u"5 Q None"_s});
-        QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), QList<int>{1});
-        QCOMPARE(m_manager->shortJobs.Jobs().JobIDs(), (QList<int>{2, 4}));
+        m_manager->AddJobType(u"Reads"_s, u"wait \"@infile\""_s, u"Short"_s, u"Files (*.one *.two)"_s);
+        AddType(u"Later"_s, u"Long"_s, u"Files (*.two)"_s);
+        AddType(u"Nowhere"_s, u"Elsewhere"_s);
+        Taskmill_JobType gone = AddType(u"Gone"_s);
+        gone.ExecutablePath = m_manager->Path(u"gone"_s);
+        QVERIFY(TestManager::Database().UpdateJobType(gone.JobTypeID, gone));
+        m_manager->InputFile(u"a.two"_s);
+        m_manager->InputFile(u"a.TWO"_s);
+
+        QFETCH(const QByteArray, request);
+        QFETCH(const QString, outcome);
+        const auto result = m_manager->Submitter().Submit(Taskmill_RequestMessage::Parse(request));
+        if (result.JobIDs.isEmpty())
+            QVERIFY2(result.Refusal.contains(outcome), qPrintable(result.Refusal));
+        else
+            QCOMPARE(Texts(result.JobIDs), QStringList{outcome});
+        // The job is in the list that its queue names, and nowhere else.
+        const qsizetype jobs = result.JobIDs.size();
+        QCOMPARE(m_manager->Destinations().Long().Jobs().Count(), outcome.endsWith(u" Long"_s) ? jobs : 0);
+        QCOMPARE(m_manager->Destinations().Short().Jobs().Count(), outcome.endsWith(u" Short"_s) ? jobs : 0);
+        QCOMPARE(m_manager->Destinations().Queueless().Jobs().Count(), outcome.endsWith(u" None"_s) ? jobs : 0);
     }
 
     void TypeIsThatOfTheFileOrOfTheUser()
     {
-        AddType(u"First"_s, u"Long"_s, u"Files (*.one)"_s);
+        AddType(u"First"_s);
         AddType(u"Second"_s, u"Long"_s, u"Files (*.one *.two)"_s);
-        AddType(u"SECOND"_s, u"Long"_s, u"Files (*.two)"_s);
-        QCOMPARE(Submit("jobtypename=Auto\njobinputfile=a.TWO"), QStringList{u"a.TWO Second Long"_s});
-        QVERIFY(m_manager->prompt.asked.isEmpty());
-
+        AddType(u"SECOND"_s);
         m_manager->prompt.texts = {u"None"_s, u"SECOND"_s};
         QCOMPARE(Submit("jobtypename=Auto\njobinputfile=a.xyz"), QStringList{});
         QCOMPARE(Submit("jobtypename=Auto\njobinputfile=a.xyz"), QStringList{u"a.xyz SECOND Long"_s});
@@ -123,20 +160,39 @@ private Q_SLOTS:
         QCOMPARE(m_dialog.Presets.size(), 1);
     }
 
-    void RefusedRequestsMakeNoJob()
+    void UnknownTypeIsRefusedOnDemand()
     {
-        m_manager->AddJobType(u"Reads"_s, u"wait \"@infile\""_s);
-        AddType(u"Nowhere"_s, u"Elsewhere"_s);
-        QCOMPARE(Submit("jobqueue=long"), QStringList{});
-        QCOMPARE(Submit("jobtypename=Reads"), QStringList{});
-        QCOMPARE(Submit("jobtypename=Reads\njobinputfile=missing.in"), QStringList{});
-        QCOMPARE(Submit("jobtypename=Nowhere"), QStringList{});
-        Taskmill_JobType gone = AddType(u"Gone"_s);
-        gone.ExecutablePath = m_manager->Path(u"gone"_s);
-        QVERIFY(TestManager::Database().UpdateJobType(gone.JobTypeID, gone));
-        QCOMPARE(Submit("jobtypename=Gone"), QStringList{});
-        QVERIFY(m_manager->prompt.asked.isEmpty());
-        QVERIFY(TestManager::Database().GetLongJobs().isEmpty());
+        AddType(u"First"_s, u"Long"_s, u"Files (*.one *.two)"_s);
+        AddType(u"Other"_s, u"Long"_s, u"Files (*.two)"_s);
+        const auto refusal = [this](const QByteArray &lines) {
+            const auto request = Taskmill_RequestMessage::Parse(lines + "\nclientreply=yes\n");
+            return m_manager->Submitter().WouldAsk(request) ? u"asks"_s
+                                                          : m_manager->Submitter().Submit(request).Refusal;
+        };
+        const QByteArray exact = "jobtypeexact=yes\njobtypename=Frist\njobinputfile=a.";
+        QCOMPARE(refusal(exact + "one"), u"there is no job type \"Frist\"; for this file there are: First"_s);
+        QCOMPARE(refusal(exact + "xyz\nconfirmaction=yes"),
+                 u"there is no job type \"Frist\"; there are: First, Other"_s);
+        QCOMPARE(refusal("jobtypeexact=yes\njobtypename=first"), QString{});
+        // Everybody else gets the type that fits.
+        QCOMPARE(Submit("jobtypename=Frist\njobinputfile=a.one"), QStringList{u"a.one First Long"_s});
+    }
+
+    void AnswerDescribesTheJobs()
+    {
+        AddType(u"Lång"_s, u"Long"_s, u"Files (*.one)"_s);
+        const auto lines = [this](const QByteArray &request) {
+            const auto message = Taskmill_RequestMessage::Parse(request + "\nclientreply=yes\n");
+            return m_manager->Submitter().Submit(message).JobLines;
+        };
+        const QByteArray file = QDir::currentPath().toUtf8() + "/a.one";
+        QCOMPARE(lines("jobtypename=lång"), "");
+        const QByteArray wanted = "replydetails=yes\njobtypename=";
+        QCOMPARE(lines(wanted + "Auto\njobinputfile=a.one"),
+                 "jobid=2\njobtypename=Lång\njobqueue=long\nqueuepaused=yes\njobinputfile=" + file + '\n');
+        m_manager->Destinations().Short().Queue()->SetPaused(false);
+        QVERIFY(lines(wanted + "lång\njobqueue=short").contains("jobqueue=short\nqueuepaused=no\n"));
+        QVERIFY(lines(wanted + "lång\njobqueue=none").contains("jobqueue=none\nqueuepaused=no\n"));
     }
 
     void OnlyTheWindowAsksForConfirmation()
@@ -179,7 +235,8 @@ private Q_SLOTS:
         const QList<int> jobIDs = SubmitFiles({u"a.two"_s}, Taskmill_Destination::Queueless);
         QCOMPARE(Texts(jobIDs),
                  (QStringList{u"a.two Two Short"_s, u"b.xyz One Long"_s, u"e.one One Long"_s}));
-        QCOMPARE(m_manager->prompt.asked.size(), 2);
+        QCOMPARE(m_manager->prompt.asked.size(), 3);
+        QVERIFY(m_manager->prompt.asked.last().text.endsWith(u"\n\nNo job was made of:\nd.xyz"_s));
         QCOMPARE(m_dialog.Presets.first().Files, QStringList{u"a.two"_s});
         QCOMPARE(m_dialog.Presets.first().Destination, Taskmill_Destination::Queueless);
         QVERIFY(m_dialog.Presets.first().CheckAll);
@@ -193,7 +250,7 @@ private Q_SLOTS:
         UseDialog({});
         m_dialog.WhileOpen = [&] {
             // What needs no question goes on, the rest waits or is refused.
-            QVERIFY(m_manager->submitter.IsAsking());
+            QVERIFY(m_manager->Submitter().IsAsking());
             QCOMPARE(Submit("jobtypename=Run").size(), 1);
             QCOMPARE(Submit("jobtypename=Run\nconfirmaction=yes"), QStringList{});
             QCOMPARE(Submit("jobtypename=Auto"), QStringList{});
@@ -208,7 +265,7 @@ private Q_SLOTS:
         QCOMPARE(m_dialog.Presets[1].Destination, Taskmill_Destination::Short);
         QCOMPARE(m_dialog.Presets[2].Files, QStringList{u"b.in"_s});
         QCOMPARE(m_dialog.Presets[2].JobTypeID, 7);
-        QVERIFY(!m_manager->submitter.IsAsking());
+        QVERIFY(!m_manager->Submitter().IsAsking());
     }
 
 private:
@@ -222,7 +279,7 @@ private:
     [[nodiscard]] Taskmill_JobRecord Job(int jobID) const
     {
         for (Taskmill_QueueOwner *owner : QList<Taskmill_QueueOwner *>{
-                 &m_manager->longJobs, &m_manager->shortJobs, &m_manager->queuelessJobs}) {
+                 &m_manager->Destinations().Long(), &m_manager->Destinations().Short(), &m_manager->Destinations().Queueless()}) {
             if (const Taskmill_Job *job = owner->Jobs().FindByJobID(jobID))
                 return job->Record();
         }
@@ -243,7 +300,7 @@ private:
     /// The same of the jobs that the request makes.
     QStringList Submit(const QByteArray &request)
     {
-        const auto result = m_manager->submitter.Submit(Taskmill_RequestMessage::Parse(request));
+        const auto result = m_manager->Submitter().Submit(Taskmill_RequestMessage::Parse(request));
         if (result.JobIDs.isEmpty() == result.Refusal.isEmpty())
             qFatal("Neither refused nor accepted, or both");
         return Texts(result.JobIDs);
@@ -257,7 +314,7 @@ private:
 
     QList<int> SubmitFiles(const QStringList &files, Taskmill_Destination destination, int jobTypeID = -1)
     {
-        return m_manager->submitter.SubmitFiles(files, destination, jobTypeID);
+        return m_manager->Submitter().SubmitFiles(files, destination, jobTypeID);
     }
 
     const QString m_directory = QDir::currentPath();

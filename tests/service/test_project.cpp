@@ -2,6 +2,8 @@
 
 #include "db/databasetestutil.h"
 #include "jobs/job.h"
+#include "manager/spareproject.h"
+#include "manager/recentprojects.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
@@ -34,61 +36,117 @@ private Q_SLOTS:
     void NewProjectEndsTheOldOne()
     {
         m_manager->NewProject();
-        SubmitGated(m_manager->longJobs);
-        SubmitGated(m_manager->longJobs);
-        m_manager->longJobs.Jobs().SetMaxRunningJobs(2);
-        m_manager->shortJobs.Jobs().SetPaused(true);
+        SubmitGated(m_manager->Destinations().Long());
+        SubmitGated(m_manager->Destinations().Long());
+        m_manager->Destinations().Long().Queue()->SetMaxRunningJobs(2);
+        m_manager->Destinations().Short().Queue()->SetPaused(true);
         WriteTestFile(m_manager->Path(u"g16.exe"_s), {});
         m_manager->NewProject();
-        QVERIFY(!m_manager->project.HasUnsavedChanges());
-        QVERIFY(m_manager->project.WindowTitle().endsWith(u", New Project"_s));
-        QCOMPARE(m_manager->jobTypes.Names(), QStringList{u"Gaussian"_s});
-        QCOMPARE(m_manager->longJobs.Jobs().Count() + FinishedCount(), 0);
+        QVERIFY(!m_manager->Project().HasUnsavedChanges());
+        QVERIFY(m_manager->Project().WindowTitle().endsWith(u", New Project"_s));
+        QCOMPARE(m_manager->JobTypes().Names(), QStringList{u"Gaussian"_s});
+        QCOMPARE(m_manager->Destinations().Long().Jobs().Count() + FinishedCount(), 0);
         QVERIFY(TestManager::Database().GetFinishedJobs().isEmpty());
-        QCOMPARE(m_manager->longJobs.Jobs().MaxRunningJobs(), 1);
-        QVERIFY(!m_manager->longJobs.Jobs().IsPaused() && !m_manager->shortJobs.Jobs().IsPaused());
-        QCOMPARE(m_manager->jobNumbers.NewID(), 1);
+        QCOMPARE(m_manager->Destinations().Long().Queue()->MaxRunningJobs(), 1);
+        QVERIFY(!m_manager->Destinations().Long().Queue()->IsPaused());
+        QVERIFY(!m_manager->Destinations().Short().Queue()->IsPaused());
+        QCOMPARE(m_manager->JobNumbers().NewID(), 1);
     }
 
     void OpenedProjectGoesOn()
     {
         m_manager->NewProject();
-        SubmitGated(m_manager->longJobs, u"running.in"_s);
-        SubmitGated(m_manager->longJobs, u"waiting.in"_s);
-        SubmitGated(m_manager->shortJobs);
-        const QString queueless = SubmitGated(m_manager->queuelessJobs, u"queueless.in"_s);
-        Taskmill_JobRecord finished = SampleJob(m_manager->jobTypes.GetAll().first(), 9);
+        SubmitGated(m_manager->Destinations().Long(), u"running.in"_s);
+        SubmitGated(m_manager->Destinations().Long(), u"waiting.in"_s);
+        SubmitGated(m_manager->Destinations().Short());
+        const QString queueless = SubmitGated(m_manager->Destinations().Queueless(), u"queueless.in"_s);
+        Taskmill_JobRecord finished = SampleJob(m_manager->JobTypes().GetAll().first(), 9);
         // It is held in the database only.
         finished.StdOutAndStdErr = QString{Taskmill_FinishedJobs::LongestOutputKept + 1, u'\u00e4'};
-        QVERIFY(m_manager->finishedJobs.AddJob(finished));
-        QVERIFY(m_manager->project.SaveProjectAs(File()));
+        QVERIFY(m_manager->FinishedJobs().AddJob(finished));
+        QVERIFY(m_manager->Project().SaveProjectAs(File()));
         m_manager->NewProject();
         // One that is open and changed stays unless the user lets it go.
-        SubmitGated(m_manager->shortJobs);
-        QVERIFY(!m_manager->project.OpenProject(File()));
-        QCOMPARE(m_manager->shortJobs.Jobs().JobIDs(), QList<int>{1});
+        SubmitGated(m_manager->Destinations().Short());
+        QVERIFY(!m_manager->Project().OpenProject(File()));
+        QCOMPARE(m_manager->Destinations().Short().Jobs().JobIDs(), QList<int>{1});
         m_manager->prompt.answers = {WarnAnswer::No};
-        QVERIFY(m_manager->project.OpenProject(File()));
+        QVERIFY(m_manager->Project().OpenProject(File()));
 
-        QVERIFY(!m_manager->project.HasUnsavedChanges());
-        QCOMPARE(m_manager->project.FilePath(), File());
-        QVERIFY(m_manager->project.WindowTitle().endsWith(u", jobs.mill"_s));
-        QCOMPARE(m_manager->jobTypes.Names(), QStringList{u"Gated"_s});
-        QVERIFY(m_manager->longJobs.Jobs().IsPaused() && m_manager->shortJobs.Jobs().IsPaused());
-        QCOMPARE(m_manager->longJobs.Jobs().JobIDs(), (QList<int>{1, 2}));
-        QCOMPARE(m_manager->longJobs.Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Pending);
-        QCOMPARE(m_manager->shortJobs.Jobs().JobIDs(), QList<int>{3});
-        QCOMPARE(m_manager->jobNumbers.LastID(), 9);
+        QVERIFY(!m_manager->Project().HasUnsavedChanges());
+        QCOMPARE(m_manager->Project().FilePath(), File());
+        QVERIFY(m_manager->Project().WindowTitle().endsWith(u", jobs.mill"_s));
+        QCOMPARE(m_manager->JobTypes().Names(), QStringList{u"Gated"_s});
+        QVERIFY(m_manager->Destinations().Long().Queue()->IsPaused());
+        QVERIFY(m_manager->Destinations().Short().Queue()->IsPaused());
+        QCOMPARE(m_manager->Destinations().Long().Jobs().JobIDs(), (QList<int>{1, 2}));
+        QCOMPARE(m_manager->Destinations().Long().Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Pending);
+        QCOMPARE(m_manager->Destinations().Short().Jobs().JobIDs(), QList<int>{3});
+        QCOMPARE(m_manager->JobNumbers().LastID(), 9);
         QCOMPARE(FinishedCount(), 1);
-        QCOMPARE(m_manager->finishedJobs.OutputOf(m_manager->finishedJobs.Jobs().first()),
+        QCOMPARE(m_manager->FinishedJobs().OutputOf(m_manager->FinishedJobs().Jobs().first()),
                  finished.StdOutAndStdErr);
-        // Jobs without a queue start again at once.
+        // Jobs without a queue that ran do so again when the user says so, however often they are saved.
         TestManager::Release(queueless);
+        QVERIFY(m_manager->Project().SaveProjectAs(File()) && m_manager->Project().OpenProject(File()));
+        QCOMPARE(m_manager->Destinations().Queueless().Jobs().HeldJobIDs(), QList<int>{4});
+        QCOMPARE(m_manager->Destinations().Queueless().Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Pending);
+        QCOMPARE(m_manager->Destinations().Queueless().HeldJobsQuestion().text,
+                 u"1 queueless job was running when this project was closed. Run it again?"_s);
+        QCOMPARE(m_manager->Destinations().Queueless().Jobs().Release({4}), 1);
+        QVERIFY(m_manager->Destinations().Queueless().HeldJobsQuestion().text.isEmpty());
         QTRY_COMPARE(FinishedCount(), 2);
         QCOMPARE(RowsOf(TestManager::Database(), u"SELECT JobID, Status FROM FinishedJobs WHERE JobID = 4"_s),
                  QStringList{u"4|Completed"_s});
         QVERIFY(TestManager::Database().GetQueuelessJobs().isEmpty());
-        QVERIFY(m_manager->project.HasUnsavedChanges());
+        QVERIFY(m_manager->Project().HasUnsavedChanges());
+    }
+
+    void ReloadedJobsAreWhole()
+    {
+        m_manager->NewProject();
+        const Taskmill_JobType jobType =
+            m_manager->AddJobType(u"Echo"_s, u"print @TITLE print @OUTFILE stdin"_s);
+        m_manager->Destinations().Long().Queue()->SetPaused(true);
+        Taskmill_RequestMessage request =
+            TestManager::Request(jobType.Name, m_manager->InputFile(u"water.in"_s));
+        request.PlaceholderValues = {{u"@TITLE"_s, u"H2O"_s}};
+        request.JobStandardInputFile = WriteTestFile(m_manager->Path(u"answers"_s), "yes\n");
+        request.JobOutputFile = u"other.log"_s;
+        request.JobChkFile = u"a.chk"_s;
+        request.JobChkFile1 = u"b.chk"_s;
+        QCOMPARE(m_manager->Submitter().Submit(request).JobIDs.size(), 1);
+        request.JobStandardOutputFile = m_manager->Path(u"stdout"_s);
+        QCOMPARE(m_manager->Submitter().Submit(request).JobIDs.size(), 1);
+        const auto records = [this] {
+            QList<Taskmill_JobRecord> jobs;
+            for (const Taskmill_Job *job : m_manager->Destinations().Long().Jobs().Jobs()) {
+                jobs.append(job->Record());
+                // The queue gives it anew; the number of its destination is of no use later.
+                jobs.last().Submitted = {};
+                jobs.last().RunNumber = 0;
+            }
+            return jobs;
+        };
+        const auto before = records();
+        QVERIFY(m_manager->Project().SaveProjectAs(File()) && m_manager->Project().OpenProject(File()));
+        QCOMPARE(records(), before);
+
+        m_manager->Destinations().Long().Queue()->SetPaused(false);
+        QTRY_COMPARE(FinishedCount(), 2);
+        const QByteArray output = "H2O\nother.log\nyes\n";
+        QCOMPARE(WithPlainLineEnds(m_manager->FinishedJobs().Jobs()[0].StdOutAndStdErr.toUtf8()), output);
+        QCOMPARE(WithPlainLineEnds(ReadTestFile(request.JobStandardOutputFile)), output);
+        const QList<Taskmill_JobRecord> finished = m_manager->FinishedJobs().Jobs();
+        QVERIFY(m_manager->Project().SaveProject() && m_manager->Project().OpenProject(File()));
+        for (int job = 0; job < 2; ++job) {
+            const Taskmill_JobRecord &read = m_manager->FinishedJobs().Jobs()[job];
+            QCOMPARE(read.PlaceholderValues, finished[job].PlaceholderValues);
+            QCOMPARE(read.OutputFile, finished[job].OutputFile);
+            QCOMPARE(read.CommandLine(), finished[job].CommandLine());
+        }
+        m_manager->FinishedJobs().Remove({0, 1});
+        QCOMPARE(RowsOf(TestManager::Database(), u"SELECT COUNT(*) FROM AddedFields"_s), QStringList{u"0"_s});
     }
 
     void StoredNumbersAreUsedWhereTheyCanBe()
@@ -96,18 +154,18 @@ private Q_SLOTS:
         m_manager->NewProject();
         QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(m_manager->AddGatedJobType(), 7), true));
         QVERIFY(TestManager::Database().SetGeneralData(u"LastJobID"_s, u"7"_s) != 0);
-        QVERIFY(m_manager->project.SaveProjectAs(File()));
+        QVERIFY(m_manager->Project().SaveProjectAs(File()));
         // The number of the next job, and the limit of a queue, after opening a file with these.
         const auto opened = [this](const QString &lastJobID, int limit) {
             RawDatabase{File()}.Execute(
                 {u"UPDATE GeneralData SET DataStr = '%1' WHERE Name = 'LastJobID'"_s.arg(lastJobID),
                  u"UPDATE Queues SET MaxRunningJobs = %1 WHERE Name = 'Short'"_s.arg(limit)});
             // Nothing of the project before is left over.
-            m_manager->shortJobs.Jobs().SetMaxRunningJobs(9);
+            m_manager->Destinations().Short().Queue()->SetMaxRunningJobs(9);
             m_manager->prompt.answers = {WarnAnswer::No};
-            if (!m_manager->project.OpenProject(File()))
+            if (!m_manager->Project().OpenProject(File()))
                 return std::pair{0, 0};
-            return std::pair{m_manager->jobNumbers.NewID(), m_manager->shortJobs.Jobs().MaxRunningJobs()};
+            return std::pair{m_manager->JobNumbers().NewID(), m_manager->Destinations().Short().Queue()->MaxRunningJobs()};
         };
         QCOMPARE(opened(u"41"_s, 4), (std::pair{42, 4}));
         QCOMPARE(opened(u"many"_s, 0), (std::pair{8, 1}));
@@ -118,65 +176,141 @@ private Q_SLOTS:
     void JobsGoOnAfterSaving()
     {
         m_manager->NewProject();
-        const QString input = SubmitGated(m_manager->longJobs);
-        QVERIFY(m_manager->project.SaveProjectAs(File()));
-        QVERIFY(!m_manager->project.HasUnsavedChanges());
-        QCOMPARE(m_manager->longJobs.Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Running);
+        const QString input = SubmitGated(m_manager->Destinations().Long());
+        QVERIFY(m_manager->Project().SaveProjectAs(File()));
+        QVERIFY(!m_manager->Project().HasUnsavedChanges());
+        QCOMPARE(m_manager->Destinations().Long().Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Running);
         TestManager::Release(input);
         QTRY_COMPARE(FinishedCount(), 1);
-        QVERIFY(m_manager->project.HasUnsavedChanges());
+        QVERIFY(m_manager->Project().HasUnsavedChanges());
         const QString count =
             u"SELECT (SELECT COUNT(*) FROM LongJobsQueue), (SELECT COUNT(*) FROM FinishedJobs)"_s;
         QCOMPARE(RowsOfFile(File(), count), QStringList{u"1|0"_s});
-        QVERIFY(m_manager->project.SaveProject());
+        QVERIFY(m_manager->Project().SaveProject());
         QCOMPARE(RowsOfFile(File(), count), QStringList{u"0|1"_s});
+    }
+
+    void RecentProjectsAreStored()
+    {
+        const auto save = [this](const QString &name) {
+            m_manager->NewProject();
+            QVERIFY(m_manager->Project().SaveProjectAs(m_manager->Path(name)));
+        };
+        QStringList expected;
+        for (int number = 1; number <= 11; ++number) {
+            save(u"%1.mill"_s.arg(number));
+            expected.prepend(m_manager->Path(u"%1.mill"_s.arg(number)));
+        }
+        expected.removeLast();
+        QCOMPARE(Taskmill_RecentProjects(), expected);
+        QVERIFY(m_manager->Project().OpenProject(expected[4]));
+        expected.move(4, 0);
+        QCOMPARE(Taskmill_RecentProjects(), expected);
+        QVERIFY(QFile::remove(expected.takeAt(2)));
+        Taskmill_DropMissingRecentProjects();
+        QCOMPARE(Taskmill_RecentProjects(), expected);
     }
 
     void FailedSaveLeavesEverything()
     {
         m_manager->NewProject();
-        QVERIFY(m_manager->project.SaveProjectAs(File()));
-        SubmitGated(m_manager->longJobs);
-        QVERIFY(!m_manager->project.SaveProjectAs(m_manager->Path(u"missing/other.mill"_s)));
+        QVERIFY(m_manager->Project().SaveProjectAs(File()));
+        SubmitGated(m_manager->Destinations().Long());
+        QVERIFY(!m_manager->Project().SaveProjectAs(m_manager->Path(u"missing/other.mill"_s)));
         QVERIFY(QFile::rename(File(), m_manager->Path(u"aside"_s)));
         QVERIFY(QDir{}.mkdir(File()));
-        // Another program has put it there.
+        // Another program has put it there. The user names another place that does not serve either, and then
+        // none.
         m_manager->prompt.answers = {WarnAnswer::Yes};
-        QVERIFY(!m_manager->project.SaveProject());
-        QCOMPARE(m_manager->prompt.asked.size(), 3);
-        QVERIFY(m_manager->project.HasUnsavedChanges());
-        QCOMPARE(m_manager->project.FilePath(), File());
+        m_manager->prompt.texts = {m_manager->Path(u"missing/again"_s)};
+        QVERIFY(!m_manager->Project().SaveProject());
+        QCOMPARE(m_manager->prompt.asked.size(), 6);
+        QVERIFY(m_manager->Project().HasUnsavedChanges());
+        QCOMPARE(m_manager->Project().FilePath(), File());
         QVERIFY(QDir{}.rmdir(File()));
-        QVERIFY(m_manager->project.SaveProject());
+        QVERIFY(m_manager->Project().SaveProject());
         QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM LongJobsQueue"_s), QStringList{u"1"_s});
     }
 
     void FileChangedElsewhereIsNotReplaced()
     {
         m_manager->NewProject();
-        QVERIFY(m_manager->project.SaveProjectAs(File()));
+        QVERIFY(m_manager->Project().SaveProjectAs(File()));
         RawDatabase{File()}.Execute(
             {u"UPDATE Queues SET MaxRunningJobs = 5 WHERE Name = 'Long'"_s, u"DROP TABLE FinishedJobs"_s});
-        SubmitGated(m_manager->shortJobs);
+        SubmitGated(m_manager->Destinations().Short());
         m_manager->prompt.answers = {WarnAnswer::No};
-        QVERIFY(!m_manager->project.SaveProject());
+        QVERIFY(!m_manager->Project().SaveProject());
         const QString limit = u"SELECT MaxRunningJobs FROM Queues WHERE Name = 'Long'"_s;
         QCOMPARE(RowsOfFile(File(), limit), QStringList{u"5"_s});
         // Nobody can be asked.
-        QVERIFY(m_manager->project.SaveUnattended());
+        QVERIFY(m_manager->Project().SaveUnattended());
         QCOMPARE(RowsOfFile(File(), limit), QStringList{u"5"_s});
         const QStringList spare = QDir{m_manager->directory.path()}.entryList({u"jobs-*.mill"_s});
         QCOMPARE(spare.size(), 1);
         QCOMPARE(RowsOfFile(spare.first(), u"SELECT COUNT(*) FROM ShortJobsQueue"_s), QStringList{u"1"_s});
 
         // The table that was lost is made anew, or finished jobs would be lost.
-        QVERIFY(m_manager->project.OpenProject(File()));
-        QCOMPARE(m_manager->longJobs.Jobs().MaxRunningJobs(), 5);
+        QVERIFY(m_manager->Project().OpenProject(File()));
+        QCOMPARE(m_manager->Destinations().Long().Queue()->MaxRunningJobs(), 5);
         QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(m_manager->AddGatedJobType(), 1), true));
         RawDatabase{File()}.Execute({u"UPDATE Queues SET MaxRunningJobs = 6"_s});
         m_manager->prompt.answers = {WarnAnswer::Yes};
-        QVERIFY(m_manager->project.SaveProject());
+        QVERIFY(m_manager->Project().SaveProject());
         QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM FinishedJobs"_s), QStringList{u"1"_s});
+
+        // Who does not want it replaced is asked for another file.
+        WriteTestFile(File(), "changed");
+        m_manager->prompt.answers = {WarnAnswer::No};
+        m_manager->prompt.texts = {m_manager->Path(u"elsewhere"_s)};
+        QVERIFY(m_manager->Project().SaveProject());
+        QCOMPARE(m_manager->Project().FilePath(), m_manager->Path(u"elsewhere.mill"_s));
+        QCOMPARE(ReadTestFile(File()), "changed");
+    }
+
+    void UnattendedSaveFindsAnotherPlace()
+    {
+        if (isWindows)
+            QSKIP("The places come from the environment on other systems only.");
+        const QDir directory{m_manager->directory.path()};
+        for (const QString &name : {u"home"_s, u"temporary"_s, u"away"_s})
+            QVERIFY(directory.mkdir(name));
+        qputenv("TASKMILLPREFS_DIR", m_manager->Path(u"preferences"_s).toLocal8Bit());
+        qputenv("HOME", m_manager->Path(u"home"_s).toLocal8Bit());
+        qputenv("TMPDIR", m_manager->Path(u"temporary"_s).toLocal8Bit());
+        m_manager->NewProject();
+        QVERIFY(m_manager->Project().SaveProjectAs(m_manager->Path(u"away/jobs.mill"_s)));
+        SubmitGated(m_manager->Destinations().Long());
+        QVERIFY(QDir{m_manager->Path(u"away"_s)}.removeRecursively());
+
+        const auto spareFile = [this] {
+            if (m_manager->Project().SaveUnattended() || !m_manager->Project().HasUnsavedChanges())
+                return u"It counts as saved"_s;
+            const QStringList files = Taskmill_SpareProjects();
+            if (files.size() != 1 ||
+                RowsOfFile(files.first(), u"SELECT JobID FROM LongJobsQueue"_s) != QStringList{u"1"_s})
+                return u"%1 files"_s.arg(files.size());
+            const QFile::Permissions others = QFile::ReadGroup | QFile::ReadOther;
+            return QFile::permissions(files.first()) & others ? u"Others may read it"_s
+                                                              : DirectoryOf(files.first());
+        };
+        QCOMPARE(spareFile(), u"preferences/state"_s);
+        // A log-out that is called off and comes again takes the same file.
+        QCOMPARE(spareFile(), u"preferences/state"_s);
+        const auto spoil = [](const QString &place) {
+            return QDir{place}.removeRecursively() && QFile::link(u"/missing"_s, place);
+        };
+        QVERIFY(spoil(m_manager->Path(u"preferences/state"_s)));
+        QCOMPARE(spareFile(), u"home"_s);
+        QVERIFY(spoil(m_manager->Path(u"home"_s)));
+        QCOMPARE(spareFile(), u"temporary"_s);
+        // What was planted by somebody else is no file of this user's.
+        QVERIFY(QFile::link(u"/etc/passwd"_s, m_manager->Path(u"temporary/taskmill-spare-x.mill"_s)));
+        QCOMPARE(spareFile(), u"temporary"_s);
+        QVERIFY(m_manager->Project().SaveProjectAs(File()));
+        QCOMPARE(Taskmill_SpareProjects(), QStringList{});
+        for (const char *variable : {"TASKMILLPREFS_DIR", "TMPDIR"})
+            qunsetenv(variable);
     }
 
     void SaveDialogCompletesTheName()
@@ -189,8 +323,8 @@ private Q_SLOTS:
             m_manager->prompt.asked.clear();
             m_manager->prompt.texts = {typed};
             m_manager->prompt.answers = {answer};
-            const bool isSaved = m_manager->project.SaveProject();
-            const QString file = QFileInfo{m_manager->project.FilePath()}.fileName();
+            const bool isSaved = m_manager->Project().SaveProject();
+            const QString file = QFileInfo{m_manager->Project().FilePath()}.fileName();
             if (isSaved == file.isEmpty() || (ReadTestFile(old) == "old") != (file != "old.mill"_L1))
                 return u"Another file was written"_s;
             return u"%1 %2"_s.arg(file).arg(m_manager->prompt.asked.size());
@@ -201,8 +335,9 @@ private Q_SLOTS:
         // The dialog itself has asked about a name as it was typed.
         QCOMPARE(saved(u"old.mill"_s), u"old.mill 1"_s);
         QCOMPARE(saved(u"old"_s, WarnAnswer::Yes), u"old.mill 2"_s);
-        QCOMPARE(saved(u"old"_s, WarnAnswer::No), u" 2"_s);
-        QCOMPARE(saved(u"old.mill "_s, WarnAnswer::No), u" 2"_s);
+        // Another name is asked for.
+        QCOMPARE(saved(u"old"_s, WarnAnswer::No), u" 3"_s);
+        QCOMPARE(saved(u"old.mill "_s, WarnAnswer::No), u" 3"_s);
     }
 
     void BadFilesCostNothing()
@@ -211,27 +346,31 @@ private Q_SLOTS:
         const Taskmill_JobType jobType = m_manager->AddGatedJobType();
         for (int jobID = 1; jobID <= 300; ++jobID)
             QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(jobType, jobID), true));
-        QVERIFY(m_manager->project.SaveProjectAs(File()));
+        QVERIFY(m_manager->Project().SaveProjectAs(File()));
         const QByteArray good = ReadTestFile(File());
         m_manager->NewProject();
-        m_manager->longJobs.Jobs().SetPaused(true);
-        SubmitGated(m_manager->longJobs);
+        m_manager->Destinations().Long().Queue()->SetPaused(true);
+        SubmitGated(m_manager->Destinations().Long());
 
         const QString unreadable =
             u"The specified file is not a Taskmill project, is damaged or is in use by another program:"_s;
+        const QString refused = u"The specified file cannot be opened as a Taskmill project:"_s;
         QByteArray overwritten = good;
         overwritten.replace(good.size() / 2, 8192, QByteArray{8192, '\x7f'});
-        for (const QByteArray &content :
-             {QByteArray{20000, 'x'}, good.first(600), good.first(good.size() / 2), overwritten}) {
+        for (const QByteArray &content : {QByteArray{20000, 'x'}, overwritten}) {
             WriteTestFile(File(), content);
             QCOMPARE(RefusalOfFile(), unreadable);
+        }
+        for (const qsizetype size : {600LL, good.size() / 2, good.size() - 1}) {
+            WriteTestFile(File(), good.first(size));
+            QCOMPARE(RefusalOfFile(), refused);
         }
         WriteTestFile(File(), good);
         RawDatabase{File()}.Execute(
             {u"DROP TABLE LongJobsQueue"_s,
              u"CREATE VIEW LongJobsQueue AS WITH RECURSIVE Endless(JobID) AS (SELECT 1 UNION ALL "
              "SELECT JobID + 1 FROM Endless) SELECT JobID FROM Endless"_s});
-        QCOMPARE(RefusalOfFile(), unreadable);
+        QCOMPARE(RefusalOfFile(), refused);
         const QString noProject = u"The specified file is not a Taskmill project:"_s;
         WriteTestFile(File(), {});
         QCOMPARE(RefusalOfFile(), noProject);
@@ -250,14 +389,18 @@ private Q_SLOTS:
     }
 
 private:
+    [[nodiscard]] QString DirectoryOf(const QString &path) const
+    {
+        return QDir{m_manager->directory.path()}.relativeFilePath(QFileInfo{path}.path());
+    }
     [[nodiscard]] QString File() const { return m_manager->Path(u"jobs.mill"_s); }
     /// A job that runs until its input file, which is returned, is released.
     QString SubmitGated(Taskmill_QueueOwner &owner, const QString &fileName = u"a.in"_s)
     {
-        if (m_manager->jobTypes.Names().isEmpty())
+        if (m_manager->JobTypes().Names().isEmpty())
             m_manager->AddGatedJobType();
         QString file = m_manager->InputFile(fileName);
-        owner.Submit(m_manager->NewJob(m_manager->jobTypes.GetAll().first(), file));
+        owner.Submit(m_manager->NewJob(m_manager->JobTypes().GetAll().first(), file));
         return file;
     }
 
@@ -270,19 +413,19 @@ private:
         const QStringList filesBefore = files();
         const QByteArray contentBefore = ReadTestFile(File());
         m_manager->prompt.asked.clear();
-        if (m_manager->project.OpenProject(File()))
+        if (m_manager->Project().OpenProject(File()))
             return u"The file was opened"_s;
         if (files() != filesBefore || ReadTestFile(File()) != contentBefore)
             return u"Files were changed"_s;
-        if (m_manager->longJobs.Jobs().JobIDs() != QList<int>{1} || !m_manager->project.HasUnsavedChanges() ||
-            TestManager::Database().GetLongJobs().size() != 1 || !m_manager->project.FilePath().isEmpty())
+        if (m_manager->Destinations().Long().Jobs().JobIDs() != QList<int>{1} || !m_manager->Project().HasUnsavedChanges() ||
+            TestManager::Database().GetLongJobs().size() != 1 || !m_manager->Project().FilePath().isEmpty())
             return u"The open project was changed"_s;
         // Nobody is asked to save what stays open.
         return m_manager->prompt.asked.size() == 1 ? m_manager->prompt.asked.first().text.section(u'\n', 0, 0)
                                                    : QString{};
     }
 
-    [[nodiscard]] qsizetype FinishedCount() const { return m_manager->finishedJobs.Jobs().size(); }
+    [[nodiscard]] qsizetype FinishedCount() const { return m_manager->FinishedJobs().Jobs().size(); }
     const QString m_directory = QDir::currentPath();
     std::unique_ptr<TestManager> m_manager;
 };

@@ -83,6 +83,43 @@ private Q_SLOTS:
         QCOMPARE(m_handler.Handled.size(), 2);
     }
 
+    void AMessageHasToEndSomeTime()
+    {
+        Listen({.SilenceMs = 20, .QuietMs = forEver});
+        QTest::ignoreMessage(QtWarningMsg, "A message that does not end is dropped");
+        const Client dripping = Connect("x");
+        QTRY_VERIFY(dripping->write("x") != 1 || !dripping->flush() ||
+                    dripping->state() == QAbstractSocket::UnconnectedState);
+        QTRY_VERIFY(Connections().isEmpty());
+        QVERIFY(m_handler.Handled.isEmpty());
+    }
+
+    void BrowsersAreNotServed()
+    {
+        for (int count = 0; count < 3; ++count)
+            QTest::ignoreMessage(QtWarningMsg, "A request of a web browser is dropped");
+        Submit("POST / HTTP/1.1\r\nHost: localhost\r\n\r\n" + Message("page"));
+        Submit("GET /?action=submitjob HTTP/1.0");
+        const Client page = Connect("OPTIONS * HTTP/1.1\n" + Message("page") + askForReply);
+        QTRY_COMPARE(page->state(), QAbstractSocket::UnconnectedState);
+        QCOMPARE(page->readAll(), QByteArray{});
+        Submit(Message("last") + "title=GET / HTTP/1.1\n");
+        QTRY_COMPARE(m_handler.Handled, QStringList{u"last"_s});
+    }
+
+    void ShowAndHideDoNotWaitForAQuestion()
+    {
+        m_handler.WhileHandling = [&](const QString &) {
+            m_handler.WhileHandling = nullptr;
+            Submit("action=hide\njobname=hide");
+            const Client asking = Connect("action=Show\njobname=show\n" + askForReply);
+            QTRY_COMPARE(asking->state(), QAbstractSocket::UnconnectedState);
+            QVERIFY(asking->readAll().startsWith("refused=a question is open"));
+        };
+        Submit(Message("question"));
+        QTRY_COMPARE(m_handler.Handled, (QStringList{u"question"_s, u"hide"_s}));
+    }
+
     void ReadsWhatCameWhileItWasBusy()
     {
         const Client client = Connect("action=submit");
@@ -175,8 +212,6 @@ private Q_SLOTS:
         const Client client = Connect(Message("a") + askForReply);
         m_handler.WhileHandling = [&](const QString &) {
             client->abort();
-            const auto *socket = Connections().first()->findChild<QTcpSocket *>();
-            QTRY_COMPARE(socket->state(), QAbstractSocket::UnconnectedState);
         };
         QTRY_COMPARE(m_handler.Handled, QStringList{u"a"_s});
         QTRY_COMPARE(Connections().size(), 0);

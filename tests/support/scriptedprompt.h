@@ -27,6 +27,7 @@ public:
                        ///< none is left
     /// Called while a question of AskQuestion() stands.
     std::function<void()> whenAsked;
+    QList<KilnUtil_OpenFilesOptions> browsed; ///< every dialog for several files, which is cancelled
     QList<Asked> asked; ///< every warning, error, question and dialog for one file, in order
 
     WarnAnswer ReportWarning(const QString &title, const QString &text, WarnMode, WarnAnswer) override
@@ -66,5 +67,9 @@ public:
     {
         return AskOpenFileName(title, directory, filter);
     }
-    KilnUtil_OpenFilesAnswer AskOpenFileNames(const KilnUtil_OpenFilesOptions &) override { return {}; }
+    KilnUtil_OpenFilesAnswer AskOpenFileNames(const KilnUtil_OpenFilesOptions &options) override
+    {
+        browsed.append(options);
+        return {};
+    }
 };

@@ -1,60 +1,53 @@
 #pragma once
 
 #include "db/database.h"
-#include "db/databasejobstore.h"
 #include "db/databasemanager.h"
-#include "jobs/jobtypelist.h"
 #include "jobs/runmode.h"
-#include "kilnutil/idmanager.h"
-#include "manager/finishedjobs.h"
-#include "manager/jobsubmitter.h"
-#include "manager/jobtabs.h"
-#include "manager/project.h"
-#include "manager/queueowner.h"
+#include "manager/manager.h"
 #include "processes/processinspector.h"
+#include "support/jobfakes.h"
 #include "support/scriptedprompt.h"
 #include "support/testutil.h"
 
 #include <QFileInfo>
 #include <QTemporaryDir>
 
-/// The manager without window and server, in a console mode and with an empty directory of its own, which
-/// also takes the settings. No project is open at first, and no program is installed.
-class TestManager
+/// What a manager in a test finds around it: a console mode and an empty directory of its own, which also
+/// takes the settings. No program is installed.
+struct TestSurroundings
 {
-public:
-    TestManager()
+    QTemporaryDir directory;
+    ScriptedPrompt prompt;
+    RecordingNotifier notifier;
+
+    TestSurroundings()
     {
         Taskmill_SetRunMode(Taskmill_RunMode::Console);
         KeepSettingsIn(directory.path());
         qputenv("GAUSS_EXEDIR", directory.path().toLocal8Bit());
         qputenv("VELTRA_EXE", Path(QStringLiteral("veltra")).toLocal8Bit());
     }
-    ~TestManager()
-    {
-        project.CloseProject();
-        Taskmill_SetRunMode(Taskmill_RunMode::Gui);
-    }
-    Q_DISABLE_COPY_MOVE(TestManager)
+    ~TestSurroundings() { Taskmill_SetRunMode(Taskmill_RunMode::Gui); }
+    Q_DISABLE_COPY_MOVE(TestSurroundings)
 
-    QTemporaryDir directory;
-    ScriptedPrompt prompt;
-    Taskmill_DatabaseJobStore store;
-    const std::unique_ptr<Taskmill_ProcessInspector> inspector = Taskmill_MakeProcessInspector();
-    Taskmill_JobTypeList jobTypes{store};
-    KilnUtil_IDManager jobNumbers;
-    Taskmill_FinishedJobs finishedJobs;
-    Taskmill_LongJobsOwner longJobs{store, finishedJobs, *inspector};
-    Taskmill_ShortJobsOwner shortJobs{store, finishedJobs, *inspector};
-    Taskmill_QueuelessJobsOwner queuelessJobs{finishedJobs, *inspector};
-    const Taskmill_JobTabs tabs{finishedJobs, longJobs, shortJobs, queuelessJobs};
-    Taskmill_Project project{jobTypes, jobNumbers, tabs};
-    Taskmill_JobSubmitter submitter{store, jobNumbers, tabs};
+    [[nodiscard]] QString Path(const QString &name) const { return directory.filePath(name); }
+};
+
+/// The manager as every front end has it. No project is open at first.
+class TestManager : public TestSurroundings, public Taskmill_Manager
+{
+public:
+    TestManager()
+        : Taskmill_Manager{notifier}
+    {
+    }
+    ~TestManager() { Project().CloseProject(); }
+    Q_DISABLE_COPY_MOVE(TestManager)
 
     /// Opens a new project, which must succeed.
     void NewProject()
     {
-        if (!project.NewProject())
+        if (!Project().NewProject())
             qFatal("no new project could be made");
     }
     /// The open database.
@@ -63,7 +56,6 @@ public:
         return *Taskmill_Database_Manager::Global().CurrentDatabase();
     }
 
-    [[nodiscard]] QString Path(const QString &name) const { return directory.filePath(name); }
     /// Makes an input file; returns its path.
     QString InputFile(const QString &name) const { return WriteTestFile(Path(name), "input\n"); }
 
@@ -80,8 +72,8 @@ public:
         jobType.DefaultQueue = queue;
         jobType.GenericCommandLine = QStringLiteral("@EXEFILE ") + arguments;
         jobType.InputFileFilter = inputFileFilter;
-        jobTypes.Add(jobType);
-        return jobTypes.GetAll().last();
+        JobTypes().Add(jobType);
+        return JobTypes().GetAll().last();
     }
     /// A job type "Gated" whose jobs run until Release() of their input file.
     Taskmill_JobType AddGatedJobType(const QString &queue = QStringLiteral("Long"))
@@ -91,11 +83,10 @@ public:
     static void Release(const QString &inputFile) { WriteTestFile(inputFile + QStringLiteral(".go"), {}); }
 
     /// A request for one job.
-    [[nodiscard]] static Taskmill_RequestMessage Request(const QString &jobTypeName,
-                                                         const QString &inputFile = {})
+    [[nodiscard]] static Taskmill_JobRequest Request(const QString &jobTypeName,
+                                                     const QString &inputFile = {})
     {
-        Taskmill_RequestMessage request;
-        request.Action = QStringLiteral("submitjob");
+        Taskmill_JobRequest request;
         request.JobTypeName = jobTypeName;
         request.JobInputFile = inputFile;
         return request;
@@ -104,7 +95,7 @@ public:
     [[nodiscard]] Taskmill_Job *NewJob(const Taskmill_JobType &jobType, const QString &inputFile = {})
     {
         Taskmill_JobRecord job;
-        job.JobID = jobNumbers.NewID();
+        job.JobID = JobNumbers().NewID();
         job.Name = QStringLiteral("job %1").arg(job.JobID);
         job.JobType = jobType;
         job.QueueName = jobType.DefaultQueue;

@@ -5,12 +5,16 @@
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
 #include "kilnutil/registry.h"
+#include "widgets/tablewidget.h"
 #include "support/scriptedprompt.h"
 #include "support/testutil.h"
 #include "ui/uidriver.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QPushButton>
+#include <QTabBar>
+#include <QTabWidget>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QtTest>
@@ -70,23 +74,29 @@ Taskmill_Database *Database()
     return Taskmill_Database_Manager::Global().CurrentDatabase();
 }
 
-/// Names of the long jobs.
-QString LongJobs()
+QString Names(const QList<Taskmill_JobRecord> &jobs)
 {
     QStringList names;
-    for (const Taskmill_JobRecord &job : Database()->GetLongJobs())
+    for (const Taskmill_JobRecord &job : jobs)
         names.append(job.Name);
     return names.join(u' ');
 }
+
+QString LongJobs()
+{
+    return Names(Database()->GetLongJobs());
+}
+
 /// The manager with its window on a new project, in an empty directory and on a port of its own.
 struct WindowPlace
 {
     QTemporaryDir directory;
     ScriptedPrompt prompt;
     const bool isPrepared = Prepare();
-    Taskmill_AppWindow appWindow{{}};
+    Taskmill_AppWindow appWindow;
 
-    WindowPlace()
+    explicit WindowPlace(const QString &project = {})
+        : appWindow{{.StartUpFile = project, .Banner = {}, .ExitWithoutEventLoop = {}}}
     {
         // The platform without a screen knows no tray; that of Windows does not say so.
         if constexpr (!isWindows)
@@ -130,22 +140,46 @@ class TestAppWindow : public QObject
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
     void ClosingWithoutATrayMinimises();
+    void TabsFitIntoASmallWindow();
     void DialogsComeOneAfterAnother();
     void RequestWaitsForTheUsersDialog();
+    void TabsOpenByTheirNumbers();
+    void DroppedFilesGoToTheListTheyAreDroppedOn_data();
+    void DroppedFilesGoToTheListTheyAreDroppedOn();
     void QuitsWhileADialogIsOpen();
     void NothingIsLostAtTheExit();
+    void AsksAboutTheJobsOfTheLastSession();
 };
 
 void TestAppWindow::ClosingWithoutATrayMinimises()
 {
     WindowPlace place;
     place.Window().close();
-    QVERIFY(place.Window().isVisible() && place.Window().isMinimized());
+    QVERIFY(place.Window().isVisible());
+    QVERIFY(place.Window().isMinimized());
     QVERIFY(Client{"action=SHOW"}.Answer().startsWith("accepted="));
     QVERIFY(!place.Window().isMinimized());
     QVERIFY(Client{"action=hide"}.Answer().startsWith("accepted="));
-    QVERIFY(!place.Window().isVisible() && Database());
+    QVERIFY(!place.Window().isVisible());
+    QVERIFY(Database());
     QVERIFY(Client{"action=dance"}.Answer().startsWith("refused="));
+}
+
+void TestAppWindow::TabsFitIntoASmallWindow()
+{
+    WindowPlace place;
+    const QTabBar &bar = *place.Window().findChild<QTabWidget *>()->tabBar();
+    const QTabWidget &tabs = *place.Window().findChild<QTabWidget *>();
+    const auto lastTabEnd = [&bar] {
+        return bar.tabRect(bar.count() - 1).right();
+    };
+    place.Window().resize(1400, 500);
+    const int usual = lastTabEnd();
+    place.Window().resize(100, 100);
+    QVERIFY(lastTabEnd() < usual);
+    QVERIFY2(lastTabEnd() <= tabs.width(), qPrintable(u"%1 %2"_s.arg(lastTabEnd()).arg(tabs.width())));
+    place.Window().resize(1400, 500);
+    QCOMPARE(lastTabEnd(), usual);
 }
 
 void TestAppWindow::DialogsComeOneAfterAnother()
@@ -189,11 +223,53 @@ void TestAppWindow::RequestWaitsForTheUsersDialog()
         own.reject();
     });
     place.appWindow.NewJobsSlot();
-    QVERIFY(other.startsWith("accepted=") && mustWait);
+    QVERIFY(other.startsWith("accepted="));
+    QVERIFY(mustWait);
     QCOMPARE(LongJobs(), u"b.one"_s);
     WhenDialogIsOpen([](QDialog &dialog) { Press(dialog, u"Submit"_s); });
     QVERIFY(asking->Answer().startsWith("accepted="));
     QCOMPARE(LongJobs(), u"b.one a.one"_s);
+}
+
+void TestAppWindow::TabsOpenByTheirNumbers()
+{
+    WindowPlace place;
+    QVERIFY(QTest::qWaitForWindowActive(&place.Window()));
+    const auto *tabs = place.Window().findChild<QTabWidget *>();
+    for (const int tab : {5, 0, 3, 1, 4, 2}) {
+        QTest::keyClick(&place.Window(), static_cast<Qt::Key>(Qt::Key_1 + tab), Qt::AltModifier);
+        QCOMPARE(tabs->currentIndex(), tab);
+    }
+}
+
+void TestAppWindow::DroppedFilesGoToTheListTheyAreDroppedOn_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("content");
+    QTest::newRow("Long Jobs Queue") << u"Long Jobs Queue"_s << u"a.one  "_s;
+    QTest::newRow("Short Jobs Queue") << u"Short Jobs Queue"_s << u" a.one "_s;
+    QTest::newRow("Queueless Jobs List") << u"Queueless Jobs"_s << u"  a.one"_s;
+}
+
+void TestAppWindow::DroppedFilesGoToTheListTheyAreDroppedOn()
+{
+    WindowPlace place;
+    const auto tables = place.Window().findChildren<KilnUtil_TableWidget *>();
+    const auto list = std::ranges::find(tables, QString::fromLatin1(QTest::currentDataTag()),
+                                        &KilnUtil_TableWidget::accessibleName);
+    QVERIFY(list != tables.end());
+    QString target;
+    WhenDialogIsOpen([&](QDialog &dialog) {
+        const auto boxes = dialog.findChildren<QComboBox *>();
+        target = (*std::ranges::find(boxes, u"Target"_s, &QComboBox::accessibleName))->currentText();
+        Press(dialog, u"Submit"_s);
+    });
+    Q_EMIT(*list)->DropSignal({WriteTestFile(place.Path(u"a.one"_s), "x")});
+    QTEST(target, "target");
+    QTEST((QStringList{Names(Database()->GetLongJobs()), Names(Database()->GetShortJobs()),
+                       Names(Database()->GetQueuelessJobs())}
+               .join(u' ')),
+          "content");
 }
 
 /// Behind the others: no dialog can be run after the event loops have been told to end.
@@ -207,7 +283,9 @@ void TestAppWindow::QuitsWhileADialogIsOpen()
         place.appWindow.QuitAtOnceSlot();
     });
     QVERIFY(!client.Answer().startsWith("accepted="));
-    QVERIFY(opened && !QApplication::activeModalWidget() && !Database());
+    QVERIFY(opened);
+    QVERIFY(!QApplication::activeModalWidget());
+    QVERIFY(!Database());
 }
 
 void TestAppWindow::NothingIsLostAtTheExit()
@@ -221,6 +299,8 @@ void TestAppWindow::NothingIsLostAtTheExit()
     QVERIFY(!Client{place.SubmitLines(u"a.one"_s, "jobtypename=One")}.Answer().isEmpty());
     place.appWindow.SystemTrayHideWindowSlot();
     QVERIFY(!exit({WarnAnswer::No}));
+    QVERIFY(place.prompt.asked.last().text.endsWith(
+        u"\n\n1 job is running and will be ended.\nNo job is waiting."_s));
     QVERIFY(place.Window().isVisible()); // the question needs its window
     QVERIFY(!exit({WarnAnswer::Yes, WarnAnswer::Cancel}));
     // Without a name the project cannot be saved, which is a cancellation too.
@@ -229,7 +309,48 @@ void TestAppWindow::NothingIsLostAtTheExit()
 
     place.prompt.texts = {place.Path(u"saved.mill"_s)};
     QVERIFY(exit({WarnAnswer::Yes, WarnAnswer::Yes}));
-    QVERIFY(!place.Window().isVisible() && QFileInfo{place.Path(u"saved.mill"_s)}.size() > 0);
+    QVERIFY(!place.Window().isVisible());
+    QVERIFY(QFileInfo{place.Path(u"saved.mill"_s)}.size() > 0);
+}
+
+void TestAppWindow::AsksAboutTheJobsOfTheLastSession()
+{
+    if (isWindows)
+        QSKIP("The state folder comes from the environment on other systems only.");
+    const QTemporaryDir state;
+    const QByteArray stateBefore = qgetenv("XDG_STATE_HOME");
+    qputenv("XDG_STATE_HOME", state.path().toLocal8Bit());
+    const QString project = state.filePath(u"jobs.mill"_s);
+    {
+        WindowPlace place;
+        const QByteArray input = WriteTestFile(state.filePath(u"a.one"_s), "x").toUtf8();
+        const Client client{"action=submitjob\njobqueue=none\njobtypename=One\njobinputfile=" + input};
+        QTRY_COMPARE(Database()->GetQueuelessJobs().size(), 1);
+        place.prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
+        place.prompt.texts = {project};
+        place.appWindow.SystemTrayQuitSlot();
+    }
+    QVERIFY(QDir{}.mkdir(state.filePath(u"taskmill"_s)));
+    const QString spare = WriteTestFile(state.filePath(u"taskmill/taskmill-spare-x.mill"_s), "x");
+    // Saved again it waits as before.
+    const QList<std::pair<WarnAnswer, QString>> outcomes{{WarnAnswer::No, u"Pending"_s},
+                                                         {WarnAnswer::Yes, u"Running"_s}};
+    for (const auto &[answer, status] : outcomes) {
+        WindowPlace place{project};
+        place.prompt.answers = {answer};
+        QTRY_COMPARE(place.prompt.asked.size(), 2);
+        QVERIFY(place.prompt.asked[0].text.contains(spare));
+        QVERIFY(place.prompt.asked[1].text.startsWith(
+            u"1 queueless job was running when this project was closed. Run it again?\n"_s));
+        place.appWindow.MainWindow()->Tabs().setCurrentIndex(static_cast<int>(Taskmill_Page::QueuelessJobs));
+        const auto tables = place.Window().findChildren<QTableView *>();
+        const auto table = std::ranges::find(tables, u"Queueless Jobs List"_s, &QWidget::accessibleName);
+        QVERIFY(table != tables.end());
+        QTRY_COMPARE(ColumnTexts(**table, 2), QStringList{status});
+        place.prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
+        place.appWindow.SystemTrayQuitSlot();
+    }
+    qputenv("XDG_STATE_HOME", stateBefore);
 }
 
 QTEST_MAIN(TestAppWindow)

@@ -1,11 +1,19 @@
 #include "db/database.h"
+#include "kilnutil/filesys.h"
+#include "widgets/tablewidget.h"
 #include "support/testutil.h"
 #include "ui/jobtypeswidget.h"
 #include "ui/newjobtypewidget.h"
 #include "ui/uidriver.h"
 #include "widgets/tablewidget.h"
 
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
 #include <QtTest>
+
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -29,7 +37,7 @@ Taskmill_JobType ValidJobType()
 /// Three job types, sorted by their names, in another order than they were added.
 struct JobTypesPage : PagePlace
 {
-    Taskmill_JobTypesWidget tab{&window, manager.jobTypes};
+    Taskmill_JobTypesWidget tab{&window, manager.JobTypes()};
     KilnUtil_TableWidget &table = *window.findChild<KilnUtil_TableWidget *>();
 
     JobTypesPage()
@@ -57,8 +65,11 @@ private Q_SLOTS:
     void RemovesAfterAQuestion();
     void NothingIsRemovedWithoutAJobType();
     void AddsWhatTheEditorHolds();
+    void EachEntryAddsItsDefault();
     void EditsTheJobTypeOfTheRow();
     void TellsWhatCannotBeStored();
+    void OkFollowsTheFieldsThatAreLeft();
+    void DefaultsThatAreNotInstalledAreNamed();
 };
 
 void TestJobTypes::RemovesAfterAQuestion()
@@ -69,7 +80,7 @@ void TestJobTypes::RemovesAfterAQuestion()
     QCOMPARE(page.Names(), u"acetone benzene water"_s);
     ChooseFromMenu(page.table, 1, u"benzene"_s, u"Remove Selected Job Type"_s);
     QVERIFY(page.manager.prompt.asked.last().text.endsWith(u"?\n\nbenzene"_s));
-    QCOMPARE(page.manager.jobTypes.Names(), (QStringList{u"water"_s, u"acetone"_s}));
+    QCOMPARE(page.manager.JobTypes().Names(), (QStringList{u"water"_s, u"acetone"_s}));
     page.SelectRow(u"water"_s);
     page.manager.prompt.answers = {Answer::Yes};
     QTest::keyClick(&page.table, Qt::Key_Delete);
@@ -86,7 +97,7 @@ void TestJobTypes::NothingIsRemovedWithoutAJobType()
 {
     JobTypesPage page;
     // The first row stored has the key of an empty record.
-    QCOMPARE(page.manager.jobTypes.GetAll()[0].JobTypeID, 0);
+    QCOMPARE(page.manager.JobTypes().GetAll()[0].JobTypeID, 0);
     page.table.setCurrentIndex({});
     QTest::keyClick(&page.table, Qt::Key_Delete);
     QVERIFY(page.manager.prompt.asked.isEmpty());
@@ -116,6 +127,28 @@ void TestJobTypes::AddsWhatTheEditorHolds()
     QVERIFY(page.manager.prompt.asked.isEmpty());
 }
 
+void TestJobTypes::EachEntryAddsItsDefault()
+{
+    PagePlace page;
+    Taskmill_JobTypesWidget tab{&page.window, page.manager.JobTypes()};
+    page.Show();
+    auto &table = *page.window.findChild<KilnUtil_TableWidget *>();
+    const QScopedValueRollback programs{KilnUtil_FileSys::m_appDirPath, page.manager.directory.path()};
+    qputenv("VELTRA_EXE", page.manager.Path(u"veltra.exe"_s).toLocal8Bit());
+    QStringList all;
+    for (const QString &name :
+         {u"Veltra"_s, u"Gaussian"_s, u"GMMX"_s, u"Cubegen"_s, u"Formchk"_s, u"Freqchk"_s, u"Cubman"_s}) {
+        WriteTestFile(page.manager.Path(name == "Gaussian"_L1 ? u"g16.exe"_s : name.toLower() + u".exe"_s),
+                      {});
+        const QString types = name == "Veltra"_L1 ? u"Types"_s : u"Type"_s;
+        ChooseFromMenu(table, QPoint{5, 300}, u"Add Default %1 Job %2"_s.arg(name, types));
+        all.append(name);
+        QCOMPARE(page.manager.JobTypes().Names(), all);
+    }
+    ChooseFromMenu(table, QPoint{5, 300}, u"Add Default Job Types"_s);
+    QCOMPARE(page.manager.JobTypes().Names(), all + all);
+}
+
 void TestJobTypes::EditsTheJobTypeOfTheRow()
 {
     JobTypesPage page;
@@ -130,7 +163,7 @@ void TestJobTypes::EditsTheJobTypeOfTheRow()
     });
     QTest::keyClick(&page.table, Qt::Key_Return);
     QCOMPARE(page.Names(), u"acetone toluene water"_s);
-    QCOMPARE(page.manager.jobTypes.Names(), (QStringList{u"water"_s, u"acetone"_s, u"toluene"_s}));
+    QCOMPARE(page.manager.JobTypes().Names(), (QStringList{u"water"_s, u"acetone"_s, u"toluene"_s}));
     QVERIFY(page.manager.prompt.asked.isEmpty());
 }
 
@@ -146,8 +179,8 @@ void TestJobTypes::TellsWhatCannotBeStored()
         // It comes again with the same fields; then the project goes.
         WhenDialogIsOpen([&, jobType](QDialog &again) {
             QCOMPARE(editor.Read(), jobType);
-            QCOMPARE(page.manager.jobTypes.Names().first(), u"water"_s);
-            page.manager.project.CloseProject();
+            QCOMPARE(page.manager.JobTypes().Names().first(), u"water"_s);
+            page.manager.Project().CloseProject();
             WhenDialogIsOpen([](QDialog &last) { last.reject(); });
             again.accept();
         });
@@ -157,6 +190,51 @@ void TestJobTypes::TellsWhatCannotBeStored()
     QCOMPARE(page.manager.prompt.asked.size(), 2);
     QVERIFY(page.manager.prompt.asked[0].text.contains("single quotes"_L1));
     QVERIFY(page.manager.prompt.asked[1].text.contains("No project is open"_L1));
+}
+
+void TestJobTypes::OkFollowsTheFieldsThatAreLeft()
+{
+    JobTypesPage page;
+    Taskmill_NewJobTypeWidget editor{nullptr};
+    Taskmill_JobType jobType = ValidJobType();
+    jobType.GenericCommandLine = u"@INFILE"_s;
+    editor.Load(jobType);
+    editor.show();
+    QVERIFY(QTest::qWaitForWindowActive(&editor));
+    const auto buttons = editor.findChildren<QPushButton *>();
+    const QPushButton &ok =
+        **std::ranges::find(buttons, u"Ok"_s, [](const QPushButton *button) { return button->text(); });
+    const auto labels = editor.findChildren<QLabel *>();
+    const QLabel &hint = **std::ranges::find_if(
+        labels, [](const QLabel *label) { return label->text().contains("@EXEFILE"_L1); });
+    QVERIFY(!ok.isEnabled());
+
+    // What is typed shows in the line, and in the button when a field is left, although unchanged.
+    QTest::keyClicks(editor.findChild<QPlainTextEdit *>(), u"@EXEFILE "_s);
+    QVERIFY(!ok.isEnabled() && hint.text().contains("leave a name"_L1));
+    auto *name = editor.findChild<QLineEdit *>();
+    name->setFocus();
+    QTRY_VERIFY(name->hasFocus());
+    QTest::keyClick(name, Qt::Key_Tab);
+    QVERIFY(ok.isEnabled() && hint.text().isEmpty());
+    editor.findChildren<QLineEdit *>()[2]->clear();
+    name->setFocus();
+    QTest::keyClick(name, Qt::Key_Tab);
+    QVERIFY(!ok.isEnabled() && hint.text().contains("executable path"_L1));
+    for (const QWidget *field : editor.findChildren<QWidget *>())
+        QVERIFY2(!field->accessibleDescription().contains(u'<'), qPrintable(field->accessibleDescription()));
+}
+
+void TestJobTypes::DefaultsThatAreNotInstalledAreNamed()
+{
+    JobTypesPage page;
+    WriteTestFile(page.manager.Path(u"veltra"_s), {});
+    ChooseFromMenu(page.table, QPoint{5, 300}, u"Add Default Job Types"_s);
+    const auto *note = page.tab.Frame()->findChild<QLabel *>();
+    QVERIFY(note->isVisible() && note->text().startsWith("Added: Veltra. "_L1));
+    QVERIFY(note->text().contains("Gaussian, GMMX, Cubegen, Formchk, Freqchk, Cubman."_L1));
+    ChooseFromMenu(page.table, QPoint{5, 300}, u"Add Default Veltra Job Types"_s);
+    QVERIFY(!note->isVisible());
 }
 
 QTEST_MAIN(TestJobTypes)

@@ -78,7 +78,7 @@ struct ProcessesPage : PagePlace
     RecordingInspector inspector;
     const Taskmill_JobType gated = manager.AddGatedJobType();
     std::unique_ptr<Taskmill_RunningJobs> running =
-        std::make_unique<Taskmill_RunningJobs>(inspector, manager.jobTypes);
+        std::make_unique<Taskmill_RunningJobs>(inspector, manager.JobTypes());
     std::unique_ptr<Taskmill_RunningJobsWidget> tab;
     KilnUtil_TableWidget *table = nullptr;
     QCheckBox *onlyKnown = nullptr;
@@ -95,7 +95,7 @@ struct ProcessesPage : PagePlace
 
     void Open()
     {
-        tab = std::make_unique<Taskmill_RunningJobsWidget>(&window, *running, manager.tabs);
+        tab = std::make_unique<Taskmill_RunningJobsWidget>(&window, *running, manager.Destinations());
         table = window.findChild<KilnUtil_TableWidget *>();
         onlyKnown = window.findChild<QCheckBox *>();
         Show();
@@ -133,11 +133,16 @@ void TestRunningJobsWidget::ReadingLeavesTheWindowAlone()
     QCOMPARE(page.ProcessIDs(), u"3 20"_s);
     // The menu still finds the process that is shown.
     QVERIFY(!ChooseFromMenu(*page.table, 1, u"20"_s, {}).isEmpty());
+    QVERIFY(!ChooseFromMenu(*page.table, 1, u"3"_s, {}).isEmpty());
 
     page.inspector.processes.removeLast();
     page.inspector.gate.release();
     QTRY_COMPARE(page.ProcessIDs(), u"20"_s);
-    QVERIFY(page.running->IsReading() && reading->isVisible());
+    // The one that was chosen has ended: nothing is chosen then.
+    QVERIFY(!page.table->currentIndex().isValid());
+    QVERIFY(page.table->SelectedRows().isEmpty());
+    QVERIFY(page.running->IsReading());
+    QVERIFY(reading->isVisible());
     page.inspector.gate.release();
     QTRY_VERIFY(!reading->isVisible());
     QCOMPARE(page.inspector.TakeCalls(), u"list,list"_s);
@@ -183,9 +188,9 @@ void TestRunningJobsWidget::EntriesEndWhatTheySay()
 void TestRunningJobsWidget::RemovesJobsOfTheManager()
 {
     ProcessesPage page;
-    Taskmill_JobContainer &jobs = page.manager.shortJobs.Jobs();
-    page.manager.shortJobs.Submit(
-        page.manager.NewJob(page.manager.jobTypes.GetAll().last(), page.manager.InputFile(u"x.in"_s)));
+    Taskmill_JobContainer &jobs = page.manager.Destinations().Short().Jobs();
+    page.manager.Destinations().Short().Submit(
+        page.manager.NewJob(page.manager.JobTypes().GetAll().last(), page.manager.InputFile(u"x.in"_s)));
     QTRY_VERIFY(jobs.JobAt(0)->ProcessID() > 0);
     const auto number = static_cast<int>(jobs.JobAt(0)->ProcessID());
     const QString processID = QString::number(number);

@@ -44,6 +44,15 @@ constexpr std::array jobLists{
             }},
 };
 
+/// The placeholders in the order in which they are applied.
+QJsonArray PlaceholdersToJson(const Taskmill_PlaceholderValues &values)
+{
+    QJsonArray placeholders;
+    for (const auto &[name, value] : values)
+        placeholders.append(QJsonObject{{u"name"_s, name}, {u"value"_s, value}});
+    return placeholders;
+}
+
 QJsonObject ToJson(const JobList &list, const Taskmill_JobRecord &job)
 {
     return {
@@ -57,12 +66,37 @@ QJsonObject ToJson(const JobList &list, const Taskmill_JobRecord &job)
         {u"commandline"_s, job.CommandLine()},
         {u"inputfile"_s, job.InputFilePath},
         {u"inputfile2"_s, job.InputFilePath2},
+        {u"standardinputfile"_s, job.StandardInputFile},
+        {u"standardoutputfile"_s, job.StandardOutputFile},
+        {u"outputfile"_s, job.OutputFile},
+        {u"checkpointfile"_s, job.CheckpointFile},
+        {u"checkpointfile2"_s, job.CheckpointFile2},
+        {u"placeholders"_s, PlaceholdersToJson(job.PlaceholderValues)},
         {u"submitted"_s, job.Submitted.IsoText()},
         {u"started"_s, job.Started.IsoText()},
         {u"finished"_s, job.Finished.IsoText()},
         {u"clientname"_s, job.ClientName},
         {u"clientappname"_s, job.ClientAppName},
     };
+}
+
+/// What a few jobs only have, in one text: the files that their submitter named, and the placeholders.
+QString Extras(const Taskmill_JobRecord &job)
+{
+    QStringList texts;
+    const auto addFile = [&texts](const QString &name, const QString &file) {
+        if (!file.isEmpty())
+            texts.append(name + u'=' + file);
+    };
+    addFile(u"standard input"_s, job.StandardInputFile);
+    addFile(u"standard output"_s, job.StandardOutputFile);
+    if (job.OutputFile != job.DerivedOutputFile())
+        addFile(u"output"_s, job.OutputFile);
+    addFile(u"checkpoint"_s, job.CheckpointFile);
+    addFile(u"second checkpoint"_s, job.CheckpointFile2);
+    for (const auto &[name, value] : job.PlaceholderValues)
+        texts.append(name + u'=' + value);
+    return texts.join(u"; "_s);
 }
 
 void PrintList(const JobList &list, const QList<Taskmill_JobRecord> &jobs)
@@ -73,9 +107,17 @@ void PrintList(const JobList &list, const QList<Taskmill_JobRecord> &jobs)
     }
     QList<QStringList> rows;
     rows.reserve(jobs.size());
-    for (const Taskmill_JobRecord &job : jobs)
-        rows.append(Taskmill_Listings::FinishedRow(job));
-    Taskmill_PrintLine(list.title + u'\n' + Taskmill_TextTable(Taskmill_Listings::FinishedHeaders(), rows));
+    bool anyExtras = false;
+    for (const Taskmill_JobRecord &job : jobs) {
+        rows.append(Taskmill_Listings::FinishedRow(job) + QStringList{Extras(job)});
+        anyExtras = anyExtras || !rows.last().last().isEmpty();
+    }
+    QStringList headers = Taskmill_Listings::FinishedHeaders();
+    if (anyExtras)
+        headers.append(u"Files and Placeholders"_s);
+    else
+        std::ranges::for_each(rows, &QStringList::removeLast);
+    Taskmill_PrintLine(list.title + u'\n' + Taskmill_TextTable(headers, rows));
 }
 } // namespace
 

@@ -1,9 +1,11 @@
 #include "ctl/commandtable.h"
 #include "ctl/projects/output.h"
 #include "ctl/projects/projectcommands.h"
+#include "kilnutil/filesys.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QLoggingCategory>
 
 #include <algorithm>
 
@@ -91,5 +93,9 @@ Taskmill_CtlStatus Run(const QStringList &arguments)
 int main(int argc, char **argv)
 {
     const QCoreApplication application{argc, argv};
+    // What the user should know of is printed by the commands.
+    QLoggingCategory::setFilterRules(u"*.debug=false\n*.info=false"_s);
+    // Programs beside this one are beside the manager: both make the same default job types.
+    KilnUtil_FileSys::m_appDirPath = QCoreApplication::applicationDirPath();
     return static_cast<int>(Run(QCoreApplication::arguments()));
 }

@@ -1,6 +1,7 @@
 #include "ctl/projects/output.h"
 #include "ctl/projects/projectcommands.h"
 #include "ctl/projects/projectfile.h"
+#include "manager/project.h"
 
 #include <QCommandLineParser>
 #include <QFileInfo>
@@ -14,7 +15,8 @@ void Taskmill_AddProjectCreateOptions(QCommandLineParser &parser)
 
 Taskmill_CtlStatus Taskmill_ProjectCreateCommand(const QCommandLineParser &parser)
 {
-    const QString path = parser.positionalArguments().first();
+    const QString given = parser.positionalArguments().first();
+    const QString path = Taskmill_Project::ProjectFileName(given);
     const QFileInfo file{path};
     // A link that leads nowhere is a file all the same.
     if ((file.exists() || file.isSymbolicLink()) && !parser.isSet(u"force"_s)) {
@@ -22,6 +24,10 @@ Taskmill_CtlStatus Taskmill_ProjectCreateCommand(const QCommandLineParser &parse
         return Taskmill_CtlStatus::BadProject;
     }
     Taskmill_ProjectFile project{path};
-    const Taskmill_CtlStatus status = project.Create();
-    return status == Taskmill_CtlStatus::Success ? project.Save() : status;
+    Taskmill_CtlStatus status = project.Create();
+    if (status == Taskmill_CtlStatus::Success)
+        status = project.Save();
+    if (status == Taskmill_CtlStatus::Success && path != given)
+        Taskmill_PrintLine(u"The project is %1"_s.arg(path));
+    return status;
 }

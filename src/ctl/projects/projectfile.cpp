@@ -38,7 +38,12 @@ Taskmill_CtlStatus Taskmill_ProjectFile::Open()
     if (!QFileInfo{m_path}.isReadable())
         return Fail(Taskmill_CtlStatus::BadProject, u"the file is not readable: %1"_s, m_path);
     Taskmill_Database *database = NewMemoryDatabase(false);
-    if (!database || !database->LoadFromFile(QFileInfo{m_path}.absoluteFilePath()))
+    QString reason;
+    const bool loaded = database && database->LoadFromFile(QFileInfo{m_path}.absoluteFilePath(), &reason);
+    if (!loaded && !reason.isEmpty())
+        return Fail(Taskmill_CtlStatus::BadProject,
+                    u"this file cannot be opened as a project: %1\n"_s + reason, m_path);
+    if (!loaded)
         return Fail(Taskmill_CtlStatus::BadProject, u"this is no project file, or it is in use: %1"_s,
                     m_path);
     if (!Taskmill_IsProject(*database))

@@ -90,13 +90,13 @@ Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
 /// What is wrong with the job type; empty when it can be used.
 QString Fault(const QCommandLineParser &parser, const Taskmill_JobType &jobType)
 {
-    static const QStringList queues{u"long"_s, u"short"_s, u"queueless"_s};
+    static const QStringList queues{u"long"_s, u"short"_s, u"queueless"_s, u"none"_s};
     if (jobType.Name.isEmpty() || jobType.ApplicationName.isEmpty())
         return u"a job type needs --name and --exe"_s;
     if (!QFileInfo{jobType.ExecutablePath}.isFile())
         return u"the executable does not exist: %1"_s.arg(parser.value(u"exe"_s));
     if (!queues.contains(parser.value(u"queue"_s), Qt::CaseInsensitive))
-        return u"--queue needs long, short or queueless"_s;
+        return u"--queue needs long, short, queueless or none"_s;
     if (!std::ranges::all_of(parser.values(u"env"_s), IsVariable))
         return u"--env needs NAME=VALUE in one line"_s;
     if (HasLineFeed(jobType))
@@ -136,7 +136,7 @@ void Taskmill_AddTypesAddOptions(QCommandLineParser &parser)
         {u"name"_s, u"Name of the job type; needed."_s, u"NAME"_s},
         {u"exe"_s, u"The program; needed."_s, u"PATH"_s},
         {u"app"_s, u"Application name instead of the program's file name."_s, u"NAME"_s},
-        {u"queue"_s, u"Default queue: long, short or queueless."_s, u"QUEUE"_s, u"long"_s},
+        {u"queue"_s, u"Default queue: long, short, or queueless (or none)."_s, u"QUEUE"_s, u"long"_s},
         {u"command-line"_s, u"Template of the command line."_s, u"TEMPLATE"_s, u"@EXEFILE @INFILE"_s},
         {u"input-filter"_s, u"Input files, such as \"Water Files (*.mop *.dat)\"."_s, u"FILTER"_s},
         {u"output-filter"_s, u"Output files; the first pattern names a job's output file."_s, u"FILTER"_s},

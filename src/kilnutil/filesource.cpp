@@ -1,4 +1,4 @@
-#include "viewer/filesource.h"
+#include "kilnutil/filesource.h"
 
 #include <QFile>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "viewer/sharedfile.h"
-#include "viewer/textsource.h"
+#include "kilnutil/sharedfile.h"
+#include "kilnutil/textsource.h"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "viewer/sharedfile.h"
+#include "kilnutil/sharedfile.h"
 
 #include <QFile>
 

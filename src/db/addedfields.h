@@ -1,0 +1,63 @@
+#pragma once
+
+#include "db/databasestatements.h"
+
+#include <QHash>
+#include <QList>
+#include <QMap>
+#include <QSet>
+#include <QSqlDatabase>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+enum class Taskmill_FieldOwner
+{
+    Job,
+    JobType,
+    Queue,
+    Project,
+};
+
+/// Values that the other tables have no columns for, each known by its owner's kind and number and its name.
+/// They stand in a table of their own, which is made with the first value: a project without any is as it was
+/// before there were such values.
+///
+/// The writing operations belong to a transaction that the caller has begun; after one that has failed he
+/// rolls it back and calls Forget(). Who has values is remembered, so that owners without any cost no
+/// statement.
+class Taskmill_AddedFields
+{
+public:
+    /// Names and values.
+    using Fields = QMap<QString, QString>;
+
+    [[nodiscard]] static QString TableName();
+    [[nodiscard]] static QStringList ColumnNames();
+
+    [[nodiscard]] bool Has(const QSqlDatabase &connection, Taskmill_FieldOwner owner, qint32 ownerID);
+    /// The fields of all owners of the kind whose numbers the query gives.
+    [[nodiscard]] QHash<qint32, Fields> Read(const QSqlDatabase &connection, Taskmill_FieldOwner owner,
+                                             const QString &ownerIDs);
+    /// Makes these the only fields of the owner.
+    [[nodiscard]] bool Set(const QSqlDatabase &connection, Taskmill_FieldOwner owner, qint32 ownerID,
+                           const Fields &fields);
+    [[nodiscard]] bool Remove(const QSqlDatabase &connection, Taskmill_FieldOwner owner,
+                              const QList<qint32> &ownerIDs);
+    /// Removes the fields of all owners of the kind but those whose numbers the query gives.
+    [[nodiscard]] bool RemoveOthers(const QSqlDatabase &connection, Taskmill_FieldOwner owner,
+                                    const QString &ownerIDs);
+
+    /// Everything that is remembered, because the content may be another one or the connection ends.
+    void Forget();
+
+private:
+    bool Exists(const QSqlDatabase &connection);
+    bool Create(const QSqlDatabase &connection);
+    QSet<qint32> &Owners(const QSqlDatabase &connection, Taskmill_FieldOwner owner);
+
+    Taskmill_DatabaseStatements m_statements;
+    std::optional<bool> m_exists;                      ///< nothing while it has to be looked up
+    QHash<Taskmill_FieldOwner, QSet<qint32>> m_owners; ///< of the kinds that were asked for
+};

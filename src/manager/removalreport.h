@@ -1,0 +1,9 @@
+#pragma once
+
+#include <QStringList>
+
+class Taskmill_Database;
+
+/// Tells the user and the debug log that the rows of these jobs, which are off the list, are still in the
+/// project; nothing when there are no names.
+void Taskmill_ReportRowsKept(const Taskmill_Database &database, const QStringList &jobNames);

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "wire/socket.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// The manager's key, new at each start: who sends it can read the file that only the manager's user can
+/// read. A client that closes at once cannot be recognised in another way.
+constexpr std::string_view Taskmill_WireClientKey = "clientkey=";
+
+/// Writes the key of the manager that listens on the port into a file of its own, readable to this user
+/// alone: in $XDG_RUNTIME_DIR/taskmill, else in the state folder (empty for none). The path of the file;
+/// empty when it could be written nowhere.
+[[nodiscard]] std::string Taskmill_WriteClientKey(std::uint16_t port, std::string_view key,
+                                                  const std::string &stateFolder);
+
+/// The lines that show the key of the manager at the other end of a connection to the port. Empty when there
+/// is none, or when a program of another user may listen there.
+[[nodiscard]] std::string Taskmill_ClientKeyLines(const Taskmill_Socket &connection, std::uint16_t port);

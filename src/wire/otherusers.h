@@ -1,0 +1,21 @@
+#pragma once
+
+#include <memory>
+
+/// Looks whether other people use this computer at present.
+class Taskmill_OtherUsers
+{
+public:
+    Taskmill_OtherUsers();
+    ~Taskmill_OtherUsers();
+    Taskmill_OtherUsers(const Taskmill_OtherUsers &) = delete;
+    Taskmill_OtherUsers &operator=(const Taskmill_OtherUsers &) = delete;
+
+    /// Whether one of them has a process or is logged in. Costs next to nothing while no process has been
+    /// started since the last time.
+    [[nodiscard]] bool AreAbout();
+
+private:
+    struct System;
+    const std::unique_ptr<System> m_system;
+};

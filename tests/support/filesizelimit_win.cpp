@@ -1,0 +1,4 @@
+#include "support/filesizelimit.h"
+
+FileSizeLimit::FileSizeLimit() = default;
+FileSizeLimit::~FileSizeLimit() = default;
