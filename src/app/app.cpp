@@ -1,8 +1,8 @@
 #include "app/app.h"
 
 #include "app/session.h"
-#include "widgets/contrast.h"
 #include "ui/appwindow.h"
+#include "widgets/contrast.h"
 
 Taskmill_App::Taskmill_App(int &argc, char **argv)
     : QApplication{argc, argv}

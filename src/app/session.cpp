@@ -99,7 +99,8 @@ void Taskmill_Session::ShowRefusedRequest(const QString &reason)
     KilnUtil_Error::UserPrompt().ShowNotice(
         u"Request Refused"_s,
         u"A request to submit a job, or to show or hide the window, was refused: "_s + reason +
-            u".\n\nRequests of taskmillctl, and of programs that wait for the answer or send the manager's key, "
+            u".\n\nRequests of taskmillctl, and of programs that wait for the answer or send the manager's "
+            u"key, "
             "are accepted. To accept all requests, start Taskmill with the environment variable "
             "TASKMILL_ACCEPT_UNKNOWN=1. Further refused requests are in the debug log only."_s);
 }

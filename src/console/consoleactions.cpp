@@ -1,5 +1,6 @@
 #include "console/consoleactions.h"
 
+#include "jobs/queuelessjobslist.h"
 #include "manager/listings.h"
 #include "manager/manager.h"
 #include "manager/timetext.h"
@@ -168,7 +169,8 @@ QString Taskmill_ConsoleActions::SetLimit(Taskmill_Destination queue, int maxRun
 
 Taskmill_Question Taskmill_ConsoleActions::QuestionAtStart() const
 {
-    return m_context.AsksAtStart ? m_context.Manager.Destinations().Queueless().HeldJobsQuestion() : Taskmill_Question{};
+    return m_context.AsksAtStart ? m_context.Manager.Destinations().Queueless().HeldJobsQuestion()
+                                 : Taskmill_Question{};
 }
 
 QString Taskmill_ConsoleActions::RunHeldJobs() const

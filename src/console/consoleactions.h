@@ -2,6 +2,7 @@
 
 #include "jobs/destination.h"
 #include "jobs/jobtype.h"
+#include "manager/removalquestion.h"
 #include "manager/runningjobs.h"
 
 #include <functional>

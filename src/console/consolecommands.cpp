@@ -1,5 +1,5 @@
-#include "console/consoleworker.h"
 #include "console/console.h"
+#include "console/consoleworker.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -1,8 +1,10 @@
-#include "jobs/job.h"
-#include "kilnutil/filesource.h"
 #include "console/console.h"
 #include "console/consoleworker.h"
+#include "jobs/job.h"
+#include "kilnutil/filesource.h"
+
 #include "console/outputfollower.h"
+#include "manager/manager.h"
 
 #include <QEventLoop>
 #include <QFileInfo>

@@ -1,12 +1,10 @@
 #include "console/consoleworker.h"
 
 #include "console/console.h"
+#include "console/consolepath.h"
 #include "console/consoleshell.h"
 #include "kilnutil/standardstreams.h"
 #include "manager/manager.h"
-#include "console/console.h"
-#include "console/consolepath.h"
-#include "console/consoleshell.h"
 #include "manager/project.h"
 #include "manager/runningjobs.h"
 

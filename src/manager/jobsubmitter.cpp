@@ -67,7 +67,7 @@ Taskmill_SubmitResult Refused(const QString &reason)
 }
 
 /// Names the job types that would do instead: those for such files or, when there is none, all.
-QString NoSuchJobType(const QList<Taskmill_JobType> &jobTypes, const Taskmill_RequestMessage &request)
+QString NoSuchJobType(const QList<Taskmill_JobType> &jobTypes, const Taskmill_JobRequest &request)
 {
     QStringList all;
     QStringList fitting;
@@ -81,22 +81,6 @@ QString NoSuchJobType(const QList<Taskmill_JobType> &jobTypes, const Taskmill_Re
         return refusal + u", nor any other"_s;
     return fitting.isEmpty() ? refusal + u"; there are: "_s + all.join(u", "_s)
                              : refusal + u"; for this file there are: "_s + fitting.join(u", "_s);
-}
-
-QByteArray AnswerLine(std::string_view key, QString value)
-{
-    // One line each, whatever a project file holds.
-    value.replace(u'\n', u' ');
-    return QByteArray{key.data(), static_cast<qsizetype>(key.size())} + value.toUtf8() + '\n';
-}
-
-QByteArray AnswerLines(const Taskmill_JobRecord &job, const Taskmill_JobQueue *queue)
-{
-    return AnswerLine(Taskmill_WireJobID, QString::number(job.JobID)) +
-           AnswerLine(Taskmill_WireJobTypeName, job.JobType.Name) +
-           AnswerLine(Taskmill_WireJobQueue, job.QueueName.toLower()) +
-           AnswerLine(Taskmill_WireQueuePaused, queue && queue->IsPaused() ? u"yes"_s : u"no"_s) +
-           AnswerLine(Taskmill_WireJobInputFile, job.InputFilePath);
 }
 
 /// A job whose client is the manager itself, which needs no notification.
@@ -368,8 +352,6 @@ void Taskmill_JobSubmitter::MakeJob(const Taskmill_JobRequest &request, const Ta
             u"the job type %1 or the input file %2 cannot be used"_s.arg(jobType.Name, inputFile);
     } else {
         result.JobIDs.append(job.JobID);
-        if (request.DetailedReply)
-            result.JobLines += AnswerLines(job, m_tabs.LimitedQueue(destination));
         owner->Submit(new Taskmill_Job{std::move(job)});
     }
 }

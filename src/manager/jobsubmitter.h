@@ -20,7 +20,6 @@ struct Taskmill_SubmitResult
 {
     QList<int> JobIDs;
     QString Refusal;
-    QByteArray JobLines; ///< of the answer, if they are wanted; see Taskmill_WireDetailedReply
 };
 
 /// Turns requests, and files that the user hands in, into jobs: which job type, which queue, which name, and

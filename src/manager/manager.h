@@ -13,8 +13,9 @@
 
 class Taskmill_ProcessInspector;
 
-/// The manager without a front end: the job types, the jobs and where they wait and run, the project that holds
-/// them, and what takes new ones in. Every start mode has one; the window and the console are front ends of it.
+/// The manager without a front end: the job types, the jobs and where they wait and run, the project that
+/// holds them, and what takes new ones in. Every start mode has one; the window and the console are front
+/// ends of it.
 class Taskmill_Manager
 {
 public:

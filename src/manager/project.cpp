@@ -12,8 +12,8 @@
 #include "manager/finishedjobs.h"
 #include "manager/projectdatabase.h"
 #include "manager/recentprojects.h"
-#include "manager/version.h"
 #include "manager/spareproject.h"
+#include "manager/version.h"
 
 #include <QDir>
 #include <QFileInfo>

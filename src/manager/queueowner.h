@@ -90,7 +90,7 @@ private:
     const Variant &m_variant;
     Taskmill_FinishedJobs &m_finishedJobs;
     std::unique_ptr<Taskmill_JobContainer> m_jobs;
-    Taskmill_JobQueue *m_queue = nullptr; ///< m_jobs, where that has a limit
+    Taskmill_JobQueue *m_queue = nullptr;         ///< m_jobs, where that has a limit
     Taskmill_QueuelessJobsList *m_list = nullptr; ///< m_jobs, where that is the other one
     QStringList m_keptRows; ///< names of jobs whose rows could not be deleted, not yet reported
     bool m_collecting = false;

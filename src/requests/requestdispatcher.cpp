@@ -4,6 +4,24 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+QByteArray AnswerLine(std::string_view key, QString value)
+{
+    // One line each, whatever a project file holds.
+    value.replace(u'\n', u' ');
+    return QByteArray{key.data(), static_cast<qsizetype>(key.size())} + value.toUtf8() + '\n';
+}
+
+QByteArray AnswerLines(const Taskmill_JobRecord &job, const Taskmill_JobQueue *queue)
+{
+    return AnswerLine(Taskmill_WireJobID, QString::number(job.JobID)) +
+           AnswerLine(Taskmill_WireJobTypeName, job.JobType.Name) +
+           AnswerLine(Taskmill_WireJobQueue, job.QueueName.toLower()) +
+           AnswerLine(Taskmill_WireQueuePaused, queue && queue->IsPaused() ? u"yes"_s : u"no"_s) +
+           AnswerLine(Taskmill_WireJobInputFile, job.InputFilePath);
+}
+} // namespace
+
 bool Taskmill_RequestDispatcher::CanHandleNow(const Taskmill_RequestMessage &request) const
 {
     const Taskmill_JobSubmitter &submitter = m_manager.Submitter();
@@ -35,7 +53,12 @@ QByteArray Taskmill_RequestDispatcher::SubmitJob(const Taskmill_RequestMessage &
         return Taskmill_RefusedReply.toByteArray() + result.Refusal.toUtf8() + '\n';
     }
     QByteArrayList numbers;
-    for (const int jobID : result.JobIDs)
+    QByteArray details;
+    for (const int jobID : result.JobIDs) {
         numbers += QByteArray::number(jobID);
-    return Taskmill_AcceptedReply.toByteArray() + numbers.join(' ') + '\n' + result.JobLines;
+        const Taskmill_QueueOwner *owner = m_manager.Destinations().OwnerOfJob(jobID);
+        if (owner && request.DetailedReply)
+            details += AnswerLines(owner->Jobs().FindByJobID(jobID)->Record(), owner->Queue());
+    }
+    return Taskmill_AcceptedReply.toByteArray() + numbers.join(' ') + '\n' + details;
 }

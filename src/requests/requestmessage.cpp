@@ -54,7 +54,7 @@ void SetUnconfirmed(Message &message, const QString &)
     message.ConfirmAction = false;
 }
 
-template <bool Message::*Field>
+template <auto Field>
 void SetFlag(Message &message, const QString &)
 {
     message.*Field = true;

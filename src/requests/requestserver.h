@@ -1,8 +1,8 @@
 #pragma once
 
+#include "requests/clientgate.h"
 #include "requests/requestconnection.h"
 #include "requests/requestmessage.h"
-#include "requests/clientgate.h"
 
 #include <QList>
 #include <QObject>

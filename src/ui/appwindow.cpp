@@ -1,5 +1,6 @@
 #include "ui/appwindow.h"
 
+#include "jobs/queuelessjobslist.h"
 #include "kilnutil/error.h"
 #include "kilnutil/registry.h"
 #include "manager/manager.h"
@@ -242,7 +243,8 @@ void Taskmill_AppWindow::SystemTrayQuitSlot()
     const QScopedValueRollback asking{m_askingToExit, true};
     if (KilnUtil_Error::UserPrompt().ReportDetailedWarning(
             u"Exit Taskmill"_s, u"Are you sure you want to completely exit Taskmill?"_s,
-            JobCountsText(m_manager.Destinations()), WarnMode::YesNoCancel, WarnAnswer::No) == WarnAnswer::Yes)
+            JobCountsText(m_manager.Destinations()), WarnMode::YesNoCancel,
+            WarnAnswer::No) == WarnAnswer::Yes)
         ExitSlot();
 }
 

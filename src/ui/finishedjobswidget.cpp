@@ -172,6 +172,6 @@ void Taskmill_FinishedJobsWidget::CellDoubleClickedSlot(int row, int column)
         return;
     if (!job->OutputFilePath().isEmpty())
         Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFilePath());
-    else if (HasOutput(*job))
-        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, OutputOf(*job));
+    else if (m_jobs.HasOutput(*job))
+        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, m_jobs.OutputOf(*job));
 }

@@ -2,6 +2,7 @@
 
 #include "jobs/job.h"
 #include "jobs/jobqueue.h"
+#include "jobs/queuelessjobslist.h"
 #include "kilnutil/error.h"
 #include "manager/queueowner.h"
 #include "processes/process.h"

@@ -1,8 +1,8 @@
 #include "viewer/filestreamviewer.h"
 
 #include "kilnutil/error.h"
-#include "processes/process.h"
 #include "kilnutil/filesource.h"
+#include "processes/process.h"
 #include "viewer/processsource.h"
 #include "viewer/textsaver.h"
 #include "viewer/textsearch.h"

@@ -1,7 +1,7 @@
+#include "console/consoleterminal_plain.h"
 #include "endtoend/notificationsink.h"
 #include "endtoend/processtable.h"
 #include "endtoend/projectfixture.h"
-#include "console/consoleterminal_plain.h"
 
 #include <QDir>
 #include <QTcpSocket>

@@ -1,7 +1,6 @@
 #include "kilnutil/computerdata.h"
 #include "kilnutil/filesys.h"
 #include "kilnutil/idmanager.h"
-#include "processes/outputbuffer.h"
 #include "kilnutil/registry.h"
 #include "kilnutil/statefolder.h"
 #include "kilnutil/stringutil.h"

@@ -1,5 +1,5 @@
-#include "support/testutil.h"
 #include "kilnutil/filesource.h"
+#include "support/testutil.h"
 #include "viewer/memorysource.h"
 #include "viewer/textrows.h"
 #include "viewer/textsearch.h"

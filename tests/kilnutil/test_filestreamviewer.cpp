@@ -1,8 +1,8 @@
+#include "kilnutil/textsource.h"
 #include "processes/process.h"
 #include "support/scriptedprompt.h"
 #include "support/testutil.h"
 #include "viewer/filestreamviewer.h"
-#include "kilnutil/textsource.h"
 #include "viewer/textview.h"
 
 #include <QLineEdit>

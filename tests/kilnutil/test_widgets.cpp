@@ -1,6 +1,6 @@
-#include "widgets/contrast.h"
 #include "kilnutil/registry.h"
 #include "support/testutil.h"
+#include "widgets/contrast.h"
 #include "widgets/tablesortproxy.h"
 #include "widgets/tablewidget.h"
 #include "widgets/widgetprompt.h"

@@ -1,13 +1,13 @@
 #include "console/console.h"
 
 #include "console/consoleposted.h"
-#include "jobs/job.h"
-#include "manager/runningjobs.h"
-#include "manager/timetext.h"
-#include "db/databasetestutil.h"
-#include "kilnutil/error.h"
 #include "console/consoleprompt.h"
+#include "db/databasetestutil.h"
+#include "jobs/job.h"
+#include "kilnutil/error.h"
+#include "manager/runningjobs.h"
 #include "manager/texttable.h"
+#include "manager/timetext.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
@@ -245,7 +245,8 @@ private Q_SLOTS:
         Session session;
         TestManager &manager = session.manager;
         for (Taskmill_QueueOwner *owner : QList<Taskmill_QueueOwner *>{
-                 &manager.Destinations().Long(), &manager.Destinations().Long(), &manager.Destinations().Short(), &manager.Destinations().Queueless()})
+                 &manager.Destinations().Long(), &manager.Destinations().Long(),
+                 &manager.Destinations().Short(), &manager.Destinations().Queueless()})
             owner->Submit(manager.NewJob(session.gated, manager.InputFile(u"free.in"_s)));
         QVERIFY(manager.FinishedJobs().AddJob(SampleJob(session.gated, 9)));
         QVERIFY(QDir{manager.directory.path()}.mkdir(u"sub"_s));
@@ -266,9 +267,10 @@ private Q_SLOTS:
             return u" limit %1%2"_s.arg(queue.MaxRunningJobs())
                 .arg(queue.IsPaused() ? u" paused"_s : QString{});
         };
-        QCOMPARE(u"long"_s + Numbers(manager.Destinations().Long()) + limit(manager.Destinations().Long().Jobs()) + u", short"_s +
-                     Numbers(manager.Destinations().Short()) + limit(manager.Destinations().Short().Jobs()) + u", queueless"_s +
-                     Numbers(manager.Destinations().Queueless()),
+        QCOMPARE(u"long"_s + Numbers(manager.Destinations().Long()) +
+                     limit(manager.Destinations().Long().Jobs()) + u", short"_s +
+                     Numbers(manager.Destinations().Short()) + limit(manager.Destinations().Short().Jobs()) +
+                     u", queueless"_s + Numbers(manager.Destinations().Queueless()),
                  queues);
         QCOMPARE(session.exits, 0);
     }

@@ -2,6 +2,7 @@
 
 #include "jobs/job.h"
 #include "jobs/runmode.h"
+#include "requests/requestdispatcher.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
@@ -14,6 +15,14 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+class NoFrontEnd : public Taskmill_FrontEnd
+{
+public:
+    void ShowInFront() override {}
+    void PutAway() override {}
+    bool IsUserBusy() const override { return false; }
+};
+
 /// Answers as the test says, and remembers what it was opened with.
 class FakeSubmitDialog final : public Taskmill_SubmitDialog
 {
@@ -138,7 +147,8 @@ private Q_SLOTS:
         const qsizetype jobs = result.JobIDs.size();
         QCOMPARE(m_manager->Destinations().Long().Jobs().Count(), outcome.endsWith(u" Long"_s) ? jobs : 0);
         QCOMPARE(m_manager->Destinations().Short().Jobs().Count(), outcome.endsWith(u" Short"_s) ? jobs : 0);
-        QCOMPARE(m_manager->Destinations().Queueless().Jobs().Count(), outcome.endsWith(u" None"_s) ? jobs : 0);
+        QCOMPARE(m_manager->Destinations().Queueless().Jobs().Count(),
+                 outcome.endsWith(u" None"_s) ? jobs : 0);
     }
 
     void TypeIsThatOfTheFileOrOfTheUser()
@@ -167,7 +177,7 @@ private Q_SLOTS:
         const auto refusal = [this](const QByteArray &lines) {
             const auto request = Taskmill_RequestMessage::Parse(lines + "\nclientreply=yes\n");
             return m_manager->Submitter().WouldAsk(request) ? u"asks"_s
-                                                          : m_manager->Submitter().Submit(request).Refusal;
+                                                            : m_manager->Submitter().Submit(request).Refusal;
         };
         const QByteArray exact = "jobtypeexact=yes\njobtypename=Frist\njobinputfile=a.";
         QCOMPARE(refusal(exact + "one"), u"there is no job type \"Frist\"; for this file there are: First"_s);
@@ -182,8 +192,11 @@ private Q_SLOTS:
     {
         AddType(u"Lång"_s, u"Long"_s, u"Files (*.one)"_s);
         const auto lines = [this](const QByteArray &request) {
-            const auto message = Taskmill_RequestMessage::Parse(request + "\nclientreply=yes\n");
-            return m_manager->Submitter().Submit(message).JobLines;
+            const auto message =
+                Taskmill_RequestMessage::Parse("action=submitjob\n" + request + "\nclientreply=yes\n");
+            NoFrontEnd frontEnd;
+            const QByteArray answer = Taskmill_RequestDispatcher{*m_manager, frontEnd}.HandleRequest(message);
+            return answer.sliced(answer.indexOf('\n') + 1);
         };
         const QByteArray file = QDir::currentPath().toUtf8() + "/a.one";
         QCOMPARE(lines("jobtypename=lång"), "");
@@ -279,7 +292,8 @@ private:
     [[nodiscard]] Taskmill_JobRecord Job(int jobID) const
     {
         for (Taskmill_QueueOwner *owner : QList<Taskmill_QueueOwner *>{
-                 &m_manager->Destinations().Long(), &m_manager->Destinations().Short(), &m_manager->Destinations().Queueless()}) {
+                 &m_manager->Destinations().Long(), &m_manager->Destinations().Short(),
+                 &m_manager->Destinations().Queueless()}) {
             if (const Taskmill_Job *job = owner->Jobs().FindByJobID(jobID))
                 return job->Record();
         }

@@ -2,8 +2,8 @@
 
 #include "db/databasetestutil.h"
 #include "jobs/job.h"
-#include "manager/spareproject.h"
 #include "manager/recentprojects.h"
+#include "manager/spareproject.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
@@ -90,7 +90,8 @@ private Q_SLOTS:
         TestManager::Release(queueless);
         QVERIFY(m_manager->Project().SaveProjectAs(File()) && m_manager->Project().OpenProject(File()));
         QCOMPARE(m_manager->Destinations().Queueless().Jobs().HeldJobIDs(), QList<int>{4});
-        QCOMPARE(m_manager->Destinations().Queueless().Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Pending);
+        QCOMPARE(m_manager->Destinations().Queueless().Jobs().JobAt(0)->Status(),
+                 Taskmill_JobStatus::Pending);
         QCOMPARE(m_manager->Destinations().Queueless().HeldJobsQuestion().text,
                  u"1 queueless job was running when this project was closed. Run it again?"_s);
         QCOMPARE(m_manager->Destinations().Queueless().Jobs().Release({4}), 1);
@@ -165,7 +166,8 @@ private Q_SLOTS:
             m_manager->prompt.answers = {WarnAnswer::No};
             if (!m_manager->Project().OpenProject(File()))
                 return std::pair{0, 0};
-            return std::pair{m_manager->JobNumbers().NewID(), m_manager->Destinations().Short().Queue()->MaxRunningJobs()};
+            return std::pair{m_manager->JobNumbers().NewID(),
+                             m_manager->Destinations().Short().Queue()->MaxRunningJobs()};
         };
         QCOMPARE(opened(u"41"_s, 4), (std::pair{42, 4}));
         QCOMPARE(opened(u"many"_s, 0), (std::pair{8, 1}));
@@ -417,8 +419,9 @@ private:
             return u"The file was opened"_s;
         if (files() != filesBefore || ReadTestFile(File()) != contentBefore)
             return u"Files were changed"_s;
-        if (m_manager->Destinations().Long().Jobs().JobIDs() != QList<int>{1} || !m_manager->Project().HasUnsavedChanges() ||
-            TestManager::Database().GetLongJobs().size() != 1 || !m_manager->Project().FilePath().isEmpty())
+        if (m_manager->Destinations().Long().Jobs().JobIDs() != QList<int>{1} ||
+            !m_manager->Project().HasUnsavedChanges() || TestManager::Database().GetLongJobs().size() != 1 ||
+            !m_manager->Project().FilePath().isEmpty())
             return u"The open project was changed"_s;
         // Nobody is asked to save what stays open.
         return m_manager->prompt.asked.size() == 1 ? m_manager->prompt.asked.first().text.section(u'\n', 0, 0)

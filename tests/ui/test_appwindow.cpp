@@ -5,10 +5,10 @@
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
 #include "kilnutil/registry.h"
-#include "widgets/tablewidget.h"
 #include "support/scriptedprompt.h"
 #include "support/testutil.h"
 #include "ui/uidriver.h"
+#include "widgets/tablewidget.h"
 
 #include <QApplication>
 #include <QComboBox>

@@ -1,10 +1,9 @@
 #include "db/database.h"
-#include "widgets/tablewidget.h"
-#include "viewer/textview.h"
 #include "support/testutil.h"
 #include "ui/finishedjobswidget.h"
 #include "ui/queuetab.h"
 #include "ui/uidriver.h"
+#include "viewer/textview.h"
 #include "widgets/tablewidget.h"
 
 #include <QAbstractItemModelTester>

@@ -1,6 +1,5 @@
 #include "db/database.h"
 #include "kilnutil/filesys.h"
-#include "widgets/tablewidget.h"
 #include "support/testutil.h"
 #include "ui/jobtypeswidget.h"
 #include "ui/newjobtypewidget.h"

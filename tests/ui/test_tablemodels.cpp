@@ -1,6 +1,4 @@
 #include "jobs/job.h"
-#include "widgets/tablesortproxy.h"
-#include "widgets/tablewidget.h"
 #include "manager/listings.h"
 #include "manager/runningjobs.h"
 #include "manager/timetext.h"
@@ -11,6 +9,8 @@
 #include "ui/rowsmodel.h"
 #include "ui/runningjobswidget.h"
 #include "ui/uidriver.h"
+#include "widgets/tablesortproxy.h"
+#include "widgets/tablewidget.h"
 
 #include <QAbstractItemModelTester>
 #include <QtTest>
@@ -71,8 +71,9 @@ struct Tables : PagePlace
 {
     std::shared_ptr<OneProcess> inspector = std::make_shared<OneProcess>();
     Taskmill_RunningJobs running{*inspector, manager.JobTypes()};
-    Taskmill_QueueTab queue{
-        &window, manager.Destinations().Long(), {.destination = {}, .name = u"Test"_s, .helpId = {}, .queue = nullptr}};
+    Taskmill_QueueTab queue{&window,
+                            manager.Destinations().Long(),
+                            {.destination = {}, .name = u"Test"_s, .helpId = {}, .queue = nullptr}};
     Taskmill_FinishedJobsWidget finished{&window};
 
     /// The table of that name and its text for the console.
@@ -93,10 +94,10 @@ struct Tables : PagePlace
         manager.JobTypes().Add(type);
         if (name == "types"_L1) {
             types = std::make_unique<Taskmill_JobTypesWidget>(&window, manager.JobTypes());
-            return {
-                TableOf(*types->Frame()),
-                Taskmill_Listings::Text(u"\nJob Types\n"_s, {}, Taskmill_Listings::JobTypeHeaders(),
-                                        {Taskmill_Listings::JobTypeRow(manager.JobTypes().GetAll().first())})};
+            return {TableOf(*types->Frame()),
+                    Taskmill_Listings::Text(
+                        u"\nJob Types\n"_s, {}, Taskmill_Listings::JobTypeHeaders(),
+                        {Taskmill_Listings::JobTypeRow(manager.JobTypes().GetAll().first())})};
         }
         processes = std::make_unique<Taskmill_RunningJobsWidget>(&window, running, manager.Destinations());
         (void)QTest::qWaitFor([this] { return !running.IsReading(); });
