@@ -2,8 +2,8 @@
 
 #include "db/databasetestutil.h"
 #include "jobs/job.h"
-#include "service/spareproject.h"
 #include "service/recentprojects.h"
+#include "service/spareproject.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
