@@ -169,7 +169,7 @@ QString Taskmill_ConsoleActions::SetLimit(Taskmill_Destination queue, int maxRun
 
 Taskmill_Question Taskmill_ConsoleActions::QuestionAtStart() const
 {
-    return m_context.AsksAtStart ? m_context.Tabs.QueuelessJobs.HeldJobsQuestion() : Taskmill_Question{};
+    return m_context.Tabs.QueuelessJobs.HeldJobsQuestion();
 }
 
 QString Taskmill_ConsoleActions::RunHeldJobs() const
