@@ -157,8 +157,7 @@ private Q_SLOTS:
         QCOMPARE(files.size(), 1);
         const auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser;
         QCOMPARE(files[0].permissions(), ownerOnly);
-        QCOMPARE(QFileInfo{files[0].path()}.permissions(),
-                 ownerOnly | QFile::ExeOwner | QFile::ExeUser);
+        QCOMPARE(QFileInfo{files[0].path()}.permissions(), ownerOnly | QFile::ExeOwner | QFile::ExeUser);
 
         // Nothing that somebody else could have put there is read.
         QVERIFY(!Key().isEmpty());

@@ -150,7 +150,8 @@ private Q_SLOTS:
             }
             Stranger stranger{server.Port()};
             // The system may still show whose the closed connection is.
-            QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u"^A (request is ref|connection of ano)"_s});
+            QTest::ignoreMessage(QtWarningMsg,
+                                 QRegularExpression{u"^A (request is ref|connection of ano)"_s});
             stranger.Do('s');
             QTest::ignoreMessage(QtWarningMsg, "A connection of another user is dropped");
             stranger.Do('k');
@@ -165,7 +166,8 @@ private Q_SLOTS:
             Submit(server, key + "action=submitjob\njobname=key\n");
             QVERIFY(client.Send("action=submitjob\njobname=stays\nclientreply=yes\n", 30000));
             QTRY_COMPARE(m_handled.size(), 2);
-            QCOMPARE(QSet<QString>(m_handled.begin(), m_handled.end()), (QSet<QString>{u"key"_s, u"stays"_s}));
+            QCOMPARE(QSet<QString>(m_handled.begin(), m_handled.end()),
+                     (QSet<QString>{u"key"_s, u"stays"_s}));
 
             // Who has taken the port of a manager does not get its key.
             const quint16 port = stranger.Do('l');
