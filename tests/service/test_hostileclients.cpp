@@ -264,11 +264,12 @@ private:
                 setsockopt(static_cast<int>(client.Get()), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
             else if (end == 1)
                 shutdown(static_cast<int>(client.Get()), SHUT_WR);
-            if (end == 1 || end == 2)
-                kept.push_back(std::move(client));
             if (kept.size() > 40)
                 kept.clear();
-            client.Close();
+            if (end == 1 || end == 2)
+                kept.push_back(std::move(client));
+            else
+                client.Close();
             QCoreApplication::processEvents();
         }
     }
