@@ -59,8 +59,10 @@ std::string Paragraph(const std::string &heading, const Fields &fields)
     for (const auto &[name, value] : fields) {
         if (value.empty())
             continue;
-        text.append("\n  ").append(name).append(column - name.size(), ' ').append(
-            Taskmill_Utf8FromAny(value));
+        text.append("\n  ")
+            .append(name)
+            .append(column - name.size(), ' ')
+            .append(Taskmill_Utf8FromAny(value));
     }
     return text;
 }
@@ -99,8 +101,7 @@ std::string ResultText(const std::string &file, const Taskmill_ProgramResult &re
     const std::string scf = ConvergenceText("SCF", result.ScfConverged);
     const std::string geometry = ConvergenceText("geometry", result.GeometryConverged);
     const std::string separator = scf.empty() || geometry.empty() ? "" : ", ";
-    const std::string energy =
-        result.Energies.empty() ? "" : NumberText(result.Energies.back()) + " hartree";
+    const std::string energy = result.Energies.empty() ? "" : NumberText(result.Energies.back()) + " hartree";
     const std::string count =
         result.Energies.size() > 1 ? ", the last of " + std::to_string(result.Energies.size()) : "";
     std::string verdict{Taskmill_VerdictText(result.Verdict)};

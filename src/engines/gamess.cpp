@@ -132,8 +132,8 @@ void ReadNeeds(const Taskmill_InputText &input, Taskmill_ProgramNeeds &needs)
         group.append(" ").append(code, first, end == std::string::npos ? end : end - first);
         isSystem = end == std::string::npos;
     }
-    // Millions of words of 8 bytes: "mwords" for each process, "memddi" for all together. Taken for 2^20 words,
-    // since a little too much does less harm than too little. "memory" counts single words.
+    // Millions of words of 8 bytes: "mwords" for each process, "memddi" for all together. Taken for 2^20
+    // words, since a little too much does less harm than too little. "memory" counts single words.
     constexpr double bytesOfMegaword = Taskmill_BytesOfWord * Taskmill_BytesOfMegabyte;
     const double bytes = (Setting(group, " mwords=") + Setting(group, " memddi=")) * bytesOfMegaword +
                          Setting(group, " memory=") * Taskmill_BytesOfWord;
@@ -141,8 +141,8 @@ void ReadNeeds(const Taskmill_InputText &input, Taskmill_ProgramNeeds &needs)
         needs.RaiseMemory(bytes / Taskmill_BytesOfMegabyte);
 }
 
-constexpr std::array<std::string_view, 4> banners{"GAMESS VERSION =", "EXECUTION OF GAMESS", "Firefly version",
-                                                  "EXECUTION OF FIREFLY"};
+constexpr std::array<std::string_view, 4> banners{"GAMESS VERSION =", "EXECUTION OF GAMESS",
+                                                  "Firefly version", "EXECUTION OF FIREFLY"};
 
 std::unique_ptr<Taskmill_OutputInterpreter> MakeInterpreter()
 {
@@ -151,4 +151,5 @@ std::unique_ptr<Taskmill_OutputInterpreter> MakeInterpreter()
 } // namespace
 
 extern const Taskmill_Program Taskmill_GamessProgram;
-constinit const Taskmill_Program Taskmill_GamessProgram{"GAMESS", banners, MakeInterpreter, IsInput, ReadNeeds};
+constinit const Taskmill_Program Taskmill_GamessProgram{"GAMESS", banners, MakeInterpreter, IsInput,
+                                                        ReadNeeds};

@@ -50,6 +50,7 @@ private:
             {"-- Number of steps exceeded", &Interpreter::ReadStepsExceeded},
             {"-- Wrong number of", &Interpreter::ReadCause},
             {"QPErr", &Interpreter::ReadCause},
+            {"Out-of-memory error", &Interpreter::ReadCause},
             {"FileIO operation on non-existent file", &Interpreter::ReadCause},
             {"#", &Interpreter::ReadRouteBegin},
             {"Gaussian ", &Interpreter::ReadVersion},
@@ -219,10 +220,7 @@ private:
         FailToConverge(text.substr(3));
     }
 
-    void ReadCause(std::string_view text)
-    {
-        m_cause = text.substr(text.starts_with("-- ") ? 3 : 0);
-    }
+    void ReadCause(std::string_view text) { m_cause = text.substr(text.starts_with("-- ") ? 3 : 0); }
 
     void ReadEnd(std::string_view text)
     {
@@ -238,9 +236,9 @@ private:
     void ReadError(std::string_view text)
     {
         m_isAborted = true;
-        const bool isCauseBefore = !m_previous.empty() && !m_previous.starts_with("----") &&
-                                   !m_previous.starts_with("(Enter") && !m_previous.starts_with("Leave Link") &&
-                                   !m_previous.starts_with("FileIO:");
+        const bool isCauseBefore =
+            !m_previous.empty() && !m_previous.starts_with("----") && !m_previous.starts_with("(Enter") &&
+            !m_previous.starts_with("Leave Link") && !m_previous.starts_with("FileIO:");
         if (!m_cause.empty())
             Fail(m_cause);
         else
@@ -288,9 +286,9 @@ bool IsProcessorCount(const std::string &name)
 
 bool IsLink0Name(const std::string &name)
 {
-    constexpr std::array<std::string_view, 14> names{"chk",  "oldchk", "mem", "rwf",    "cpu",     "scr",
-                                                     "int",  "d2e",    "kjob", "nosave", "save",    "subst",
-                                                     "lindaworkers", "gpucpu"};
+    constexpr std::array<std::string_view, 14> names{"chk",  "oldchk", "mem",          "rwf",   "cpu",
+                                                     "scr",  "int",    "d2e",          "kjob",  "nosave",
+                                                     "save", "subst",  "lindaworkers", "gpucpu"};
     return IsProcessorCount(name) || std::ranges::find(names, name) != names.end();
 }
 
@@ -373,9 +371,15 @@ void ReadNeeds(const Taskmill_InputText &input, Taskmill_ProgramNeeds &needs)
     }
 }
 
-constexpr std::array<std::string_view, 9> banners{
-    "Entering Gaussian System", "Entering Link 1 = ", "Gaussian 16:", "Gaussian 09:", "Gaussian 03:",
-    "Gaussian DV:",             "Gaussian 98:",       "Gaussian 94:", "Link1:  Proceeding to internal job step"};
+constexpr std::array<std::string_view, 9> banners{"Entering Gaussian System",
+                                                  "Entering Link 1 = ",
+                                                  "Gaussian 16:",
+                                                  "Gaussian 09:",
+                                                  "Gaussian 03:",
+                                                  "Gaussian DV:",
+                                                  "Gaussian 98:",
+                                                  "Gaussian 94:",
+                                                  "Link1:  Proceeding to internal job step"};
 
 std::unique_ptr<Taskmill_OutputInterpreter> MakeInterpreter()
 {

@@ -35,8 +35,8 @@ bool Taskmill_InputText::HasExtension(std::initializer_list<std::string_view> ex
 
 bool Taskmill_InputText::HasLine(std::string_view beginning) const
 {
-    return std::ranges::any_of(
-        m_lowerLines, [beginning](const std::string &line) { return line.starts_with(beginning); });
+    return std::ranges::any_of(m_lowerLines,
+                               [beginning](const std::string &line) { return line.starts_with(beginning); });
 }
 
 std::optional<double> Taskmill_UnitBytes(std::string_view unit)

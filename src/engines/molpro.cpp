@@ -134,4 +134,5 @@ std::unique_ptr<Taskmill_OutputInterpreter> MakeInterpreter()
 } // namespace
 
 extern const Taskmill_Program Taskmill_MolproProgram;
-constinit const Taskmill_Program Taskmill_MolproProgram{"Molpro", banners, MakeInterpreter, IsInput, ReadNeeds};
+constinit const Taskmill_Program Taskmill_MolproProgram{"Molpro", banners, MakeInterpreter, IsInput,
+                                                        ReadNeeds};

@@ -7,11 +7,12 @@
 #include <array>
 #include <cmath>
 
-// MOPAC 2016 to 22. It says "JOB ENDED NORMALLY" whatever happened: a box before the end repeats every message
-// of the run, and without one the run was good. Older versions lack that text; "MOPAC DONE" stands in all.
+// MOPAC 2016 to 22. It says "JOB ENDED NORMALLY" whatever happened: a box before the end repeats every
+// message of the run, and without one the run was good. Older versions lack that text; "MOPAC DONE" stands in
+// all.
 //
-// The energy is the heat of formation, which the program prints in kcal/mol for each cycle and at the end; that
-// is not a total energy and can be compared within one method only.
+// The energy is the heat of formation, which the program prints in kcal/mol for each cycle and at the end;
+// that is not a total energy and can be compared within one method only.
 
 namespace {
 constexpr double kcalOfHartree = 627.509474; // CODATA, as the program's own conversion
@@ -25,10 +26,15 @@ double Hartree(double kcal)
 
 bool IsAboutConvergence(std::string_view text)
 {
-    constexpr std::array<std::string_view, 7> parts{
-        "UNABLE TO ACHIEVE", "EXCESS NUMBER OF", "NOT ENOUGH TIME", "SCF CALCULATION FAILED",
-        "NUMBER OF CYCLES EXCEEDED", "FAILED TO ACHIEVE SCF", "FAILED TO LOCATE TRANSITION STATE"};
-    return std::ranges::any_of(parts, [text](std::string_view part) { return Taskmill_Contains(text, part); });
+    constexpr std::array<std::string_view, 7> parts{"UNABLE TO ACHIEVE",
+                                                    "EXCESS NUMBER OF",
+                                                    "NOT ENOUGH TIME",
+                                                    "SCF CALCULATION FAILED",
+                                                    "NUMBER OF CYCLES EXCEEDED",
+                                                    "FAILED TO ACHIEVE SCF",
+                                                    "FAILED TO LOCATE TRANSITION STATE"};
+    return std::ranges::any_of(parts,
+                               [text](std::string_view part) { return Taskmill_Contains(text, part); });
 }
 
 class Interpreter final : public Taskmill_OutputInterpreter
@@ -41,9 +47,12 @@ public:
 
     void ReadLine(std::string_view line, std::string_view text) override
     {
+        // The results repeat the name and version of the title, but not its frame.
+        const bool isTitle =
+            line.find("**") != std::string_view::npos && Taskmill_Trimmed(line).starts_with("**");
         if (m_isInBox)
             ReadBox(line, text);
-        else
+        else if (isTitle || !text.starts_with("MOPAC") || text.starts_with("MOPAC DONE"))
             Rules().Apply(*this, text);
     }
 
@@ -167,7 +176,7 @@ private:
 
 bool HasMethod(const std::string &keywords)
 {
-    constexpr std::array<std::string_view, 11> methods{"pm7",  "pm6",  "pm3", "pm5",    "am1", "rm1",
+    constexpr std::array<std::string_view, 11> methods{"pm7",  "pm6",   "pm3",  "pm5",    "am1",   "rm1",
                                                        "mndo", "mndod", "indo", "pm7-ts", "mozyme"};
     return std::ranges::any_of(Taskmill_Words(keywords), [&methods](std::string_view word) {
         return std::ranges::find(methods, word) != methods.end() || word.starts_with("pm6-");
@@ -197,8 +206,10 @@ void ReadNeeds(const Taskmill_InputText &input, Taskmill_ProgramNeeds &needs)
     }
 }
 
-constexpr std::array<std::string_view, 4> banners{"MOPAC v", "MOPAC2", "Cite this program as: MOPAC",
-                                                  "MOPAC:  VERSION"};
+// An input that cannot even be begun with gets no title, only its fault.
+constexpr std::array<std::string_view, 5> banners{"MOPAC v", "MOPAC20", "Cite this program as: MOPAC",
+                                                  "Error and normal termination messages",
+                                                  "Job failed to run because"};
 
 std::unique_ptr<Taskmill_OutputInterpreter> MakeInterpreter()
 {

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <array>
 
-// NWChem. Its tasks run one behind the other, and the first that fails ends the run: the reason stands between
-// two rules, and what to do about it between the next ones.
+// NWChem. Its tasks run one behind the other, and the first that fails ends the run: the reason stands
+// between two rules, and what to do about it between the next ones.
 
 namespace {
 class Interpreter final : public Taskmill_OutputInterpreter
@@ -131,8 +131,8 @@ bool IsInput(const Taskmill_InputText &input)
     return input.HasExtension({"nw"}) || (input.HasLine("task ") && input.HasLine("geometry"));
 }
 
-/// "memory total 2000 mb", "memory 2000 mb" or "memory stack 500 heap 100 global 1400 mb". A unit is that of all
-/// numbers before it; numbers without one are words of 8 bytes. Each process takes so much.
+/// "memory total 2000 mb", "memory 2000 mb" or "memory stack 500 heap 100 global 1400 mb". A unit is that of
+/// all numbers before it; numbers without one are words of 8 bytes. Each process takes so much.
 std::optional<double> MemoryOf(const std::vector<std::string_view> &words)
 {
     double segments = 0;
@@ -175,4 +175,5 @@ std::unique_ptr<Taskmill_OutputInterpreter> MakeInterpreter()
 } // namespace
 
 extern const Taskmill_Program Taskmill_NWChemProgram;
-constinit const Taskmill_Program Taskmill_NWChemProgram{"NWChem", banners, MakeInterpreter, IsInput, ReadNeeds};
+constinit const Taskmill_Program Taskmill_NWChemProgram{"NWChem", banners, MakeInterpreter, IsInput,
+                                                        ReadNeeds};

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <array>
 
-// ORCA 4 to 6. It ends normally after an optimisation that ran out of cycles and, at some settings, after an SCF
-// that did; during an optimisation an SCF may fail and a later one succeed.
+// ORCA 4 to 6. It ends normally after an optimisation that ran out of cycles and, at some settings, after an
+// SCF that did; during an optimisation an SCF may fail and a later one succeed.
 
 namespace {
 class Interpreter final : public Taskmill_OutputInterpreter
@@ -81,10 +81,7 @@ private:
         m_scfFailure.clear();
     }
 
-    void ReadVersion(std::string_view text)
-    {
-        SetVersion(Taskmill_WordBehind(text, "Program Version"));
-    }
+    void ReadVersion(std::string_view text) { SetVersion(Taskmill_WordBehind(text, "Program Version")); }
 
     void ReadStep(std::string_view) { BeginStep(); }
     void ReadOptimised(std::string_view) { SetGeometry(true); }
@@ -178,7 +175,8 @@ private:
     bool m_isInputError = false;
 };
 
-/// Comments go to the end of the line or to the next sharp; blanks around each % and = as well as quotes go too.
+/// Comments go to the end of the line or to the next sharp; blanks around each % and = as well as quotes go
+/// too.
 std::vector<std::string> Tokens(const Taskmill_InputText &input)
 {
     std::vector<std::string> tokens;
@@ -204,7 +202,7 @@ std::vector<std::string> Tokens(const Taskmill_InputText &input)
 
 bool IsInput(const Taskmill_InputText &input)
 {
-    constexpr std::array<std::string_view, 8> coordinates{"*xyz",     "* xyz", "*int",   "* int",
+    constexpr std::array<std::string_view, 8> coordinates{"*xyz",  "* xyz",  "*int", "* int",
                                                           "*gzmt", "* gzmt", "%pal", "%maxcore"};
     const auto hasKeywords = [](std::string_view line) {
         const std::string_view words = line.starts_with('!') ? Taskmill_Trimmed(line.substr(1)) : "";

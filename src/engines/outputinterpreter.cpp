@@ -13,10 +13,12 @@ void AddBounded(std::vector<double> &numbers, double number)
     numbers.push_back(number);
 }
 
-/// The text without the frame around it.
+/// The line as it stands, or without the end of a frame whose beginning is cut off already.
 std::string_view Bare(std::string_view line)
 {
-    line = Taskmill_Unframed(line);
+    line = Taskmill_Trimmed(line);
+    if (Taskmill_Unframed(line).size() < line.size())
+        return line;
     const std::size_t last = line.find_last_not_of(" \t*|");
     return line.substr(0, last == std::string_view::npos ? 0 : last + 1);
 }

@@ -79,7 +79,9 @@ void Taskmill_OutputReader::ReadLine(std::string_view line)
 void Taskmill_OutputReader::FindProgram(std::string_view text)
 {
     for (const Taskmill_Program *program : Taskmill_Programs()) {
-        const auto isBanner = [text](std::string_view banner) { return text.starts_with(banner); };
+        const auto isBanner = [text](std::string_view banner) {
+            return text.starts_with(banner);
+        };
         if (std::ranges::none_of(program->Banners, isBanner))
             continue;
         if (!m_interpreter || m_interpreter->Program() != program->Name)

@@ -8,9 +8,9 @@
 
 class Taskmill_OutputInterpreter;
 
-/// Reads the output of a quantum-chemistry program piece by piece, also while the program still writes it, and
-/// knows at any time what it says. Takes no more than about a megabyte whatever the size of the file, and any
-/// bytes. Not to be used by two threads at once; a copied state belongs to whoever has it.
+/// Reads the output of a quantum-chemistry program piece by piece, also while the program still writes it,
+/// and knows at any time what it says. Takes no more than about a megabyte whatever the size of the file, and
+/// any bytes. Not to be used by two threads at once; a copied state belongs to whoever has it.
 class Taskmill_OutputReader
 {
 public:

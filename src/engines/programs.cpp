@@ -5,15 +5,15 @@
 #include <array>
 
 // A new program needs its own file, which defines Taskmill_<Name>Program, and a line here.
-#define TASKMILL_PROGRAMS(ENTRY) \
-    ENTRY(Gaussian) \
-    ENTRY(Orca) \
-    ENTRY(QChem) \
-    ENTRY(Gamess) \
-    ENTRY(Psi4) \
-    ENTRY(NWChem) \
-    ENTRY(Molpro) \
-    ENTRY(Xtb) \
+#define TASKMILL_PROGRAMS(ENTRY)                                                                             \
+    ENTRY(Gaussian)                                                                                          \
+    ENTRY(Orca)                                                                                              \
+    ENTRY(QChem)                                                                                             \
+    ENTRY(Gamess)                                                                                            \
+    ENTRY(Psi4)                                                                                              \
+    ENTRY(NWChem)                                                                                            \
+    ENTRY(Molpro)                                                                                            \
+    ENTRY(Xtb)                                                                                               \
     ENTRY(Mopac)
 
 #define TASKMILL_DECLARE(name) extern const Taskmill_Program Taskmill_##name##Program;
@@ -44,9 +44,8 @@ Taskmill_ProgramNeeds Taskmill_ReadNeeds(std::string_view text, std::string_view
 {
     const Taskmill_InputText input{text, fileName};
     Taskmill_ProgramNeeds needs;
-    const auto program = std::ranges::find_if(programs, [&input](const Taskmill_Program *candidate) {
-        return candidate->IsInput(input);
-    });
+    const auto program = std::ranges::find_if(
+        programs, [&input](const Taskmill_Program *candidate) { return candidate->IsInput(input); });
     if (program == programs.end())
         return needs;
     needs.Program = (*program)->Name;

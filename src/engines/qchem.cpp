@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <array>
 
-// Q-Chem. An input can have several jobs; each prints its own banner and its own "Thank you", and the next one
-// runs even when one has failed.
+// Q-Chem. An input can have several jobs; each prints its own banner and its own "Thank you", and the next
+// one runs even when one has failed.
 
 namespace {
 class Interpreter final : public Taskmill_OutputInterpreter
@@ -140,4 +140,5 @@ std::unique_ptr<Taskmill_OutputInterpreter> MakeInterpreter()
 } // namespace
 
 extern const Taskmill_Program Taskmill_QChemProgram;
-constinit const Taskmill_Program Taskmill_QChemProgram{"Q-Chem", banners, MakeInterpreter, IsInput, ReadNeeds};
+constinit const Taskmill_Program Taskmill_QChemProgram{"Q-Chem", banners, MakeInterpreter, IsInput,
+                                                       ReadNeeds};

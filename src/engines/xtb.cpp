@@ -22,6 +22,7 @@ public:
     {
         if (text.empty())
             return;
+        m_line = line;
         if (text.front() >= '0' && text.front() <= '9')
             ReadCycle(text);
         else if (text.front() == '-' && m_isInErrors)
@@ -58,7 +59,6 @@ private:
     {
         BeginRun();
         m_scfFailure.clear();
-        m_errorBegin.clear();
         m_isInErrors = false;
     }
 
@@ -67,10 +67,10 @@ private:
     void ReadEnergy(std::string_view text) { AddEnergy(text); }
     void ReadOptimised(std::string_view) { SetGeometry(true); }
 
-    void ReadOptimisationFailure(std::string_view text)
+    void ReadOptimisationFailure(std::string_view)
     {
         SetGeometry(false);
-        FailToConverge(text);
+        FailToConverge(m_line);
     }
 
     /// A line of the SCF: number, energy, change and more, and at last "T" or "F".
@@ -104,7 +104,6 @@ private:
 
     void ReadErrorBegin(std::string_view text)
     {
-        m_errorBegin = text;
         m_isInErrors = true;
         Fail(text);
     }
@@ -126,7 +125,7 @@ private:
         EndNormally(text);
     }
 
-    std::string m_errorBegin;
+    std::string_view m_line;  ///< that is read now
     std::string m_scfFailure; ///< empty as soon as a later SCF converges
     bool m_isInErrors = false;
 };
@@ -183,7 +182,9 @@ void ReadNeeds(const Taskmill_InputText &input, Taskmill_ProgramNeeds &needs)
         needs.Cores = environment;
 }
 
-constexpr std::array<std::string_view, 2> banners{"x T B", "xtb version"};
+// An input that cannot be read gets no title, only its fault.
+constexpr std::array<std::string_view, 4> banners{"x T B", "xtb version", "abnormal termination of xtb",
+                                                  "[ERROR] Program stopped due to fatal error"};
 
 std::unique_ptr<Taskmill_OutputInterpreter> MakeInterpreter()
 {
