@@ -330,10 +330,12 @@ bool IsInput(const Taskmill_InputText &input)
             return true;
         if (!line.starts_with('#'))
             return false;
-        // Elsewhere a sharp is a comment.
         if (input.HasExtension({"gjf", "com", "gau", "gjc", "g03", "g09", "g16"}))
             return true;
-        return !input.HasLine("!") && !input.HasLine("%") && !input.HasLine("*");
+        // Elsewhere a sharp mostly begins a comment.
+        const std::string route = Taskmill_LowerCase(line.substr(0, 3));
+        return (route.starts_with("# ") || route == "#p " || route == "#n " || route == "#t ") &&
+               !input.HasLine("!") && !input.HasLine("%") && !input.HasLine("*") && !input.HasLine("import ");
     }
     return false;
 }

@@ -33,17 +33,22 @@ std::string_view Taskmill_Unframed(std::string_view line)
     return line.substr(first);
 }
 
+std::string_view Taskmill_NextWord(std::string_view &text)
+{
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    const std::string_view word = text.substr(0, text.find_first_of(blanks));
+    text.remove_prefix(word.size());
+    return word;
+}
+
 std::vector<std::string_view> Taskmill_Words(std::string_view text, std::size_t most)
 {
     std::vector<std::string_view> words;
     while (words.size() < most) {
-        const std::size_t first = text.find_first_not_of(blanks);
-        if (first == std::string_view::npos)
+        const std::string_view word = Taskmill_NextWord(text);
+        if (word.empty())
             break;
-        text.remove_prefix(first);
-        const std::size_t size = std::min(text.find_first_of(blanks), text.size());
-        words.push_back(text.substr(0, size));
-        text.remove_prefix(size);
+        words.push_back(word);
     }
     return words;
 }
@@ -53,8 +58,8 @@ std::string_view Taskmill_WordBehind(std::string_view line, std::string_view tex
     const std::size_t at = line.find(text);
     if (at == std::string_view::npos)
         return {};
-    const auto words = Taskmill_Words(line.substr(at + text.size()), 1);
-    return words.empty() ? std::string_view{} : words.front();
+    line.remove_prefix(at + text.size());
+    return Taskmill_NextWord(line);
 }
 
 std::string Taskmill_LowerCase(std::string_view text)
@@ -91,13 +96,14 @@ std::optional<double> Taskmill_Number(std::string_view word)
 
 std::optional<double> Taskmill_FirstDecimal(std::string_view text)
 {
-    for (const std::string_view word : Taskmill_Words(text)) {
-        if (!Taskmill_Contains(word, "."))
-            continue;
-        if (const auto number = Taskmill_Number(word))
+    for (;;) {
+        const std::string_view word = Taskmill_NextWord(text);
+        if (word.empty())
+            return std::nullopt;
+        const auto number = Taskmill_Contains(word, ".") ? Taskmill_Number(word) : std::nullopt;
+        if (number)
             return number;
     }
-    return std::nullopt;
 }
 
 std::optional<int> Taskmill_Count(std::string_view word)

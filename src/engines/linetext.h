@@ -9,6 +9,8 @@
 [[nodiscard]] std::string_view Taskmill_Trimmed(std::string_view text);
 /// From the first character that is neither a blank nor one of those that programs frame their messages with.
 [[nodiscard]] std::string_view Taskmill_Unframed(std::string_view line);
+/// Cuts the first word off; empty when there is none.
+[[nodiscard]] std::string_view Taskmill_NextWord(std::string_view &text);
 /// The words between blanks, at most `most` of them.
 [[nodiscard]] std::vector<std::string_view> Taskmill_Words(std::string_view text, std::size_t most = 64);
 /// The word behind the text; empty when the line has neither.

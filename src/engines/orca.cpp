@@ -50,7 +50,7 @@ private:
             {"SCF CONVERGED AFTER", &Interpreter::ReadScf},
             {"SCF NOT CONVERGED AFTER", &Interpreter::ReadScfFailure},
             {"FINAL SINGLE POINT ENERGY", &Interpreter::ReadEnergy},
-            {"ITER       Energy", &Interpreter::ReadScfBegin},
+            {"ITER  ", &Interpreter::ReadScfBegin},
             {"Iteration    Energy (Eh)", &Interpreter::ReadScfBegin},
             {"INPUT ERROR", &Interpreter::ReadInputError},
             {"[file ", &Interpreter::ReadSourceLine},
@@ -94,15 +94,18 @@ private:
 
     void ReadScfBegin(std::string_view)
     {
+        // The heading is repeated where the method changes.
+        if (!m_isInCycles)
+            BeginScf();
         m_isInCycles = true;
-        BeginScf();
     }
 
     void ReadCycle(std::string_view text)
     {
-        const auto words = Taskmill_Words(text, 2);
-        const auto energy = words.size() == 2 ? Taskmill_Number(words[1]) : std::nullopt;
-        if (energy && Taskmill_Contains(words[1], "."))
+        const std::string_view number = Taskmill_NextWord(text);
+        const std::string_view word = Taskmill_NextWord(text);
+        const auto energy = Taskmill_Number(word);
+        if (energy && Taskmill_Count(number) && Taskmill_Contains(word, "."))
             AddCycle(*energy);
     }
 

@@ -76,14 +76,14 @@ private:
     /// A line of the SCF: number, energy, change and more, and at last "T" or "F".
     void ReadCycle(std::string_view text)
     {
-        const std::string_view line = Taskmill_Trimmed(text);
-        if (!line.ends_with(" T") && !line.ends_with(" F"))
+        std::string_view rest = Taskmill_Trimmed(text);
+        if (!rest.ends_with(" T") && !rest.ends_with(" F"))
             return;
-        const auto words = Taskmill_Words(line, 2);
-        const auto energy = Taskmill_Number(words[1]);
+        const bool isFirst = Taskmill_NextWord(rest) == "1";
+        const auto energy = Taskmill_Number(Taskmill_NextWord(rest));
         if (!energy)
             return;
-        if (words[0] == "1")
+        if (isFirst)
             BeginScf();
         AddCycle(*energy);
     }
