@@ -31,7 +31,7 @@ bool Taskmill_ReadFile(const std::string &utf8Path, const std::function<void(std
     file.pubsetbuf(nullptr, 0);
     if (!file.open(path, std::ios::in | std::ios::binary))
         return Fail("the file is not readable: " + utf8Path);
-    constexpr std::size_t pieceSize = 256 * 1024;
+    constexpr std::size_t pieceSize = 262'144;
     const auto piece = std::make_unique<std::array<char, pieceSize>>();
     try {
         for (;;) {

@@ -149,7 +149,7 @@ std::optional<std::string> ResultOf(const std::string &file, bool isJson)
 std::optional<std::string> ResourcesOf(const std::string &file, bool isJson)
 {
     // No input is so long; what is asked for stands near the beginning of each of its parts.
-    constexpr std::size_t longestInput = 16 * 1024 * 1024;
+    constexpr std::size_t longestInput = 16'777'216;
     std::string text;
     if (!Taskmill_ReadFile(file, [&text](std::string_view bytes) {
             text.append(bytes.substr(0, longestInput - text.size()));

@@ -59,7 +59,6 @@ private:
     void ReadRunBegin(std::string_view text)
     {
         BeginRun();
-        m_scfFailure.clear();
         m_framed.clear();
         SetVersion(Taskmill_WordBehind(text, "(NWChem)"));
     }
@@ -68,14 +67,9 @@ private:
     {
         BeginScf();
         SetScf(std::nullopt);
-        m_scfFailure.clear();
     }
 
-    void ReadScfFailure(std::string_view text)
-    {
-        SetScf(false);
-        m_scfFailure = text;
-    }
+    void ReadScfFailure(std::string_view text) { SetScf(false, text); }
 
     void ReadCycle(std::string_view text)
     {
@@ -109,20 +103,14 @@ private:
     void ReadError(std::string_view text)
     {
         const std::string_view reason = m_framed.empty() ? text : std::string_view{m_framed};
-        if (!m_scfFailure.empty())
+        if (Scf() == false)
             FailToConverge(reason);
         Fail(reason);
     }
 
-    void ReadEnd(std::string_view text)
-    {
-        if (!m_scfFailure.empty())
-            FailToConverge(m_scfFailure);
-        EndNormally(text);
-    }
+    void ReadEnd(std::string_view text) { EndNormally(text); }
 
     std::string m_framed; ///< last line, when it stood behind a rule
-    std::string m_scfFailure;
     bool m_isRule = false;
 };
 

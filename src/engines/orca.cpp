@@ -22,9 +22,9 @@ public:
     {
         if (text.empty())
             return;
-        if (m_isInputError && !text.starts_with("INPUT ERROR")) {
-            Fail(text);
-            m_isInputError = false;
+        if (m_isFaultNext) {
+            m_isFaultNext = false;
+            ReadError(text);
         }
         if (m_isInCycles && text.front() >= '0' && text.front() <= '9')
             ReadCycle(text);
@@ -53,6 +53,7 @@ private:
             {"ITER  ", &Interpreter::ReadScfBegin},
             {"Iteration    Energy (Eh)", &Interpreter::ReadScfBegin},
             {"INPUT ERROR", &Interpreter::ReadInputError},
+            {"FATAL ERROR ENCOUNTERED", &Interpreter::ReadError},
             {"[file ", &Interpreter::ReadSourceLine},
             {"aborting the run", &Interpreter::ReadError},
             {"ABORTING THE RUN", &Interpreter::ReadError},
@@ -67,19 +68,13 @@ private:
     void ReadRunBegin(std::string_view)
     {
         BeginRun();
-        m_scfFailure.clear();
         m_cause.clear();
         m_isInCycles = false;
-        m_isInputError = false;
+        m_isFaultNext = false;
     }
 
     /// One more job of the same run, behind "$new_job".
-    void ReadJobBegin(std::string_view)
-    {
-        if (!m_scfFailure.empty())
-            FailToConverge(m_scfFailure);
-        m_scfFailure.clear();
-    }
+    void ReadJobBegin(std::string_view) { KeepScfFailure(); }
 
     void ReadVersion(std::string_view text) { SetVersion(Taskmill_WordBehind(text, "Program Version")); }
 
@@ -112,22 +107,16 @@ private:
     void ReadScf(std::string_view)
     {
         m_isInCycles = false;
-        m_scfFailure.clear();
         SetScf(true);
     }
 
     void ReadScfFailure(std::string_view text)
     {
         m_isInCycles = false;
-        m_scfFailure = text;
-        SetScf(false);
+        SetScf(false, text);
     }
 
-    void ReadNotFullyConverged(std::string_view text)
-    {
-        m_scfFailure = text;
-        SetScf(false);
-    }
+    void ReadNotFullyConverged(std::string_view text) { SetScf(false, text); }
 
     void ReadEnergy(std::string_view text)
     {
@@ -137,22 +126,12 @@ private:
 
     void ReadCause(std::string_view text) { m_cause = text; }
 
-    void ReadEnd(std::string_view text)
-    {
-        if (!m_scfFailure.empty())
-            FailToConverge(m_scfFailure);
-        EndNormally(text);
-    }
+    void ReadEnd(std::string_view text) { EndNormally(text); }
 
-    void ReadError(std::string_view text)
-    {
-        if (!m_scfFailure.empty())
-            FailToConverge(m_scfFailure);
-        Fail(m_cause.empty() ? text : std::string_view{m_cause});
-    }
+    void ReadError(std::string_view text) { Fail(m_cause.empty() ? text : std::string_view{m_cause}); }
 
     /// The box names the fault in its next line.
-    void ReadInputError(std::string_view) { m_isInputError = true; }
+    void ReadInputError(std::string_view) { m_isFaultNext = true; }
 
     /// "[file orca_main/mainfcts.cpp, line 671]: Error : ..."
     void ReadSourceLine(std::string_view text)
@@ -164,18 +143,16 @@ private:
         if (Taskmill_LowerCase(said.substr(0, 4)) == "warn")
             return;
         // Every process says that it ends, the cause was said before.
-        const bool isCause = !said.empty() && !Taskmill_Contains(said, "aborting the run");
-        if (isCause)
+        if (!said.empty() && !Taskmill_Contains(said, "aborting the run"))
             m_cause = said;
-        // Where it stands alone the next line says that the run is aborted.
+        m_isFaultNext = said.empty() && !HasFailed();
         if (!said.empty())
             ReadError(said);
     }
 
     std::string m_cause;
-    std::string m_scfFailure; ///< empty as soon as a later SCF converges
     bool m_isInCycles = false;
-    bool m_isInputError = false;
+    bool m_isFaultNext = false;
 };
 
 /// Comments go to the end of the line or to the next sharp; blanks around each % and = as well as quotes go

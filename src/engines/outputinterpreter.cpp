@@ -47,9 +47,13 @@ Taskmill_OutputInterpreter::Taskmill_OutputInterpreter(std::string_view program)
 Taskmill_ProgramResult Taskmill_OutputInterpreter::Result() const
 {
     Taskmill_ProgramResult result = m_result;
+    const bool canScfRecover = !HasEnded() && m_result.GeometryConverged.has_value();
     if (!m_notConverged.empty()) {
         result.Verdict = Taskmill_Verdict::NotConverged;
         result.Message = m_notConverged;
+    } else if (!m_scfFailure.empty() && !canScfRecover) {
+        result.Verdict = Taskmill_Verdict::NotConverged;
+        result.Message = m_scfFailure;
     } else if (!m_error.empty()) {
         result.Verdict = Taskmill_Verdict::Error;
         result.Message = m_error;
@@ -74,6 +78,7 @@ void Taskmill_OutputInterpreter::BeginRun()
     m_hasEnded = false;
     m_error.clear();
     m_notConverged.clear();
+    m_scfFailure.clear();
     m_crash.clear();
     m_result.ScfConverged.reset();
     m_result.GeometryConverged.reset();
@@ -104,6 +109,18 @@ void Taskmill_OutputInterpreter::FailToConverge(std::string_view line)
 {
     if (m_notConverged.empty())
         m_notConverged = Bare(line);
+}
+
+void Taskmill_OutputInterpreter::SetScf(std::optional<bool> isConverged, std::string_view failure)
+{
+    m_result.ScfConverged = isConverged;
+    m_scfFailure = Bare(failure);
+}
+
+void Taskmill_OutputInterpreter::KeepScfFailure()
+{
+    if (!m_scfFailure.empty())
+        FailToConverge(m_scfFailure);
 }
 
 void Taskmill_OutputInterpreter::BeginStep()

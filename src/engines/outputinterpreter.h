@@ -48,7 +48,11 @@ protected:
     void BeginScf() { m_result.CycleEnergies.clear(); }
     void AddCycle(double hartree);
     void SetVersion(std::string_view version) { m_result.Version = version; }
-    void SetScf(std::optional<bool> isConverged) { m_result.ScfConverged = isConverged; }
+    /// An SCF has ended. Where one fails during an optimisation, a later one may succeed: the failure counts
+    /// when the run ends without that, and at once where nothing is optimised.
+    void SetScf(std::optional<bool> isConverged, std::string_view failure = {});
+    /// The failure of the last SCF stays one whatever follows.
+    void KeepScfFailure();
     void SetGeometry(bool isConverged) { m_result.GeometryConverged = isConverged; }
     [[nodiscard]] std::optional<bool> Scf() const { return m_result.ScfConverged; }
     [[nodiscard]] const Taskmill_ProgramResult &SoFar() const { return m_result; }
@@ -59,6 +63,7 @@ private:
     std::string m_endLine;
     std::string m_error;
     std::string m_notConverged;
+    std::string m_scfFailure; ///< line of the last SCF; empty when it converged
     std::string m_crash;
 };
 

@@ -58,7 +58,6 @@ private:
     void ReadRunBegin(std::string_view)
     {
         BeginRun();
-        m_scfFailure.clear();
         m_isInErrors = false;
     }
 
@@ -88,18 +87,8 @@ private:
         AddCycle(*energy);
     }
 
-    void ReadScf(std::string_view)
-    {
-        m_scfFailure.clear();
-        SetScf(true);
-    }
-
-    void ReadScfFailure(std::string_view text)
-    {
-        m_scfFailure = text;
-        SetScf(false);
-    }
-
+    void ReadScf(std::string_view) { SetScf(true); }
+    void ReadScfFailure(std::string_view) { SetScf(false, m_line); }
     void ReadError(std::string_view text) { Fail(text); }
 
     void ReadErrorBegin(std::string_view text)
@@ -118,15 +107,9 @@ private:
             ReplaceError(text);
     }
 
-    void ReadEnd(std::string_view text)
-    {
-        if (!m_scfFailure.empty())
-            FailToConverge(m_scfFailure);
-        EndNormally(text);
-    }
+    void ReadEnd(std::string_view text) { EndNormally(text); }
 
-    std::string_view m_line;  ///< that is read now
-    std::string m_scfFailure; ///< empty as soon as a later SCF converges
+    std::string_view m_line; ///< that is read now
     bool m_isInErrors = false;
 };
 

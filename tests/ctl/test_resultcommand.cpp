@@ -56,9 +56,9 @@ private Q_SLOTS:
                  "{\"file\":\"empty\",\"program\":null,\"cores\":null,\"memory_mb\":null,"
                  "\"checkpoint\":null,\"scratch\":null}\n");
         QCOMPARE(Run({u"resources"_s, u"a.gjf"_s}).out, "a.gjf: Gaussian\n"
-                                                         "  Cores       4\n"
-                                                         "  Memory      1.465 MB\n"
-                                                         "  Checkpoint  a.chk\n");
+                                                        "  Cores       4\n"
+                                                        "  Memory      1.465 MB\n"
+                                                        "  Checkpoint  a.chk\n");
     }
 
     void FilesThatCannotBeReadKeepNoOthersFromIt()

@@ -34,9 +34,16 @@ private Q_SLOTS:
             QSKIP("mopac and xtb are not installed");
     }
 
-    void Mopac_data() { AddRows({{"PM7", "normal"}, {"PM7 1SCF", "normal"}, {"PM7 CYCLES=1", "not-converged"},
-                                 {"PM7 ITRY=1 1SCF", "not-converged"}, {"PM7 NONSENSE", "error"},
-                                 {"PM7 OLDGEO", "error"}, {"PM7 CHARGE=1 SINGLET", "error"}}); }
+    void Mopac_data()
+    {
+        AddRows({{"PM7", "normal"},
+                 {"PM7 1SCF", "normal"},
+                 {"PM7 CYCLES=1", "not-converged"},
+                 {"PM7 ITRY=1 1SCF", "not-converged"},
+                 {"PM7 NONSENSE", "error"},
+                 {"PM7 OLDGEO", "error"},
+                 {"PM7 CHARGE=1 SINGLET", "error"}});
+    }
 
     void Mopac()
     {
@@ -53,8 +60,14 @@ private Q_SLOTS:
         }
     }
 
-    void Xtb_data() { AddRows({{"--opt", "normal"}, {"--sp", "normal"}, {"--opt --cycles 1", "not-converged"},
-                               {"--iterations 1", "not-converged"}, {"--alpb nosuch", "error"}}); }
+    void Xtb_data()
+    {
+        AddRows({{"--opt", "normal"},
+                 {"--sp", "normal"},
+                 {"--opt --cycles 1", "not-converged"},
+                 {"--iterations 1", "not-converged"},
+                 {"--alpb nosuch", "error"}});
+    }
 
     void Xtb()
     {
