@@ -31,6 +31,7 @@ private:
         static const Taskmill_LineRules<Interpreter> rules{{
             {"GAMESS VERSION =", &Interpreter::ReadRunBegin},
             {"Firefly version", &Interpreter::ReadRunBegin},
+            {"PC GAMESS version", &Interpreter::ReadRunBegin},
             {"EXECUTION OF", &Interpreter::ReadExecution},
             {"FINAL ", &Interpreter::ReadEnergy},
             {"SCF IS UNCONVERGED", &Interpreter::ReadScfFailure},
@@ -141,8 +142,9 @@ void ReadNeeds(const Taskmill_InputText &input, Taskmill_ProgramNeeds &needs)
         needs.RaiseMemory(bytes / Taskmill_BytesOfMegabyte);
 }
 
-constexpr std::array<std::string_view, 4> banners{"GAMESS VERSION =", "EXECUTION OF GAMESS",
-                                                  "Firefly version", "EXECUTION OF FIREFLY"};
+constexpr std::array<std::string_view, 5> banners{"GAMESS VERSION =", "PC GAMESS version",
+                                                  "EXECUTION OF GAMESS", "Firefly version",
+                                                  "EXECUTION OF FIREFLY"};
 
 std::unique_ptr<Taskmill_OutputInterpreter> MakeInterpreter()
 {

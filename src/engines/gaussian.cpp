@@ -52,6 +52,8 @@ private:
             {"QPErr", &Interpreter::ReadCause},
             {"Out-of-memory error", &Interpreter::ReadCause},
             {"FileIO operation on non-existent file", &Interpreter::ReadCause},
+            {"Frequencies --", &Interpreter::ReadFrequencies},
+            {"Zero-point correction=", &Interpreter::ReadFrequencies},
             {"#", &Interpreter::ReadRouteBegin},
             {"Gaussian ", &Interpreter::ReadVersion},
             {"Entering Gaussian System", &Interpreter::ReadRunBegin},
@@ -108,6 +110,7 @@ private:
         m_route.clear();
         m_isOptimisation = false;
         m_isFrequency = false;
+        m_hasFrequencies = false;
     }
 
     /// The route stands between two rules, cut at a column whatever stands there.
@@ -198,7 +201,12 @@ private:
     }
 
     /// A frequency calculation prints the table too, but moves no atom.
-    [[nodiscard]] bool IsMoving() const { return m_isOptimisation || !m_isFrequency; }
+    [[nodiscard]] bool IsMoving() const
+    {
+        return m_isOptimisation ? !m_isFrequency || !m_hasFrequencies : !m_isFrequency;
+    }
+
+    void ReadFrequencies(std::string_view) { m_hasFrequencies = true; }
 
     void ReadStep(std::string_view text)
     {
@@ -225,7 +233,7 @@ private:
     void ReadEnd(std::string_view text)
     {
         // "opt freq" is two steps, and the first one alone is not what was asked for.
-        if (m_isOptimisation && m_isFrequency)
+        if (m_isOptimisation && m_isFrequency && !m_hasFrequencies)
             return;
         // The criterion was not met, but the program was told to take it.
         if (Scf() == false)
@@ -259,6 +267,7 @@ private:
     bool m_isInRoute = false;
     bool m_isOptimisation = false;
     bool m_isFrequency = false;
+    bool m_hasFrequencies = false;
     bool m_isCriterionMet = true;
 };
 

@@ -63,8 +63,7 @@ private:
     {
         const std::string_view said = Taskmill_Trimmed(text.substr(1));
         if (said.starts_with("No convergence")) {
-            FailToConverge(said);
-            SetScf(false);
+            ReadFailureToConverge(said);
         } else if (said.starts_with("Error")) {
             Fail(text);
             m_isExplained = false;
@@ -76,7 +75,8 @@ private:
 
     void ReadFailureToConverge(std::string_view text)
     {
-        if (SoFar().GeometryConverged == false && Taskmill_Contains(text, "max. number"))
+        // So the optimisation says it; an SCF names the program that failed.
+        if (Taskmill_Contains(text, "max. number of iterations"))
             SetGeometry(false);
         else
             SetScf(false);
