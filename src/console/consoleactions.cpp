@@ -169,8 +169,7 @@ QString Taskmill_ConsoleActions::SetLimit(Taskmill_Destination queue, int maxRun
 
 Taskmill_Question Taskmill_ConsoleActions::QuestionAtStart() const
 {
-    return m_context.AsksAtStart ? m_context.Manager.Destinations().Queueless().HeldJobsQuestion()
-                                 : Taskmill_Question{};
+    return m_context.Manager.Destinations().Queueless().HeldJobsQuestion();
 }
 
 QString Taskmill_ConsoleActions::RunHeldJobs() const

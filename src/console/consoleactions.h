@@ -49,7 +49,9 @@ public:
     [[nodiscard]] QString SetPaused(Taskmill_Destination queue, bool paused) const;
     [[nodiscard]] QString SetLimit(Taskmill_Destination queue, int maxRunningJobs) const;
 
-    /// What is asked before the first prompt; empty for nothing.
+    /// Whether anything is asked before the first prompt; never changes, so that any thread may read it.
+    [[nodiscard]] bool AsksAtStart() const { return m_context.AsksAtStart; }
+    /// What is asked then; empty for nothing.
     [[nodiscard]] Taskmill_Question QuestionAtStart() const;
     /// These let held jobs run again, and say what came of it.
     [[nodiscard]] QString RunHeldJobs() const;

@@ -18,8 +18,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 constexpr int roundMs = 200;
-constexpr qint64 mostAtFirst = 4096;       ///< bytes of what was written before
-constexpr qint64 mostAtOnce = 1024 * 1024; ///< bytes that are read of a file
+constexpr qint64 mostAtFirst = 4096;               ///< bytes of what was written before
+constexpr qint64 mostAtOnce = qint64{1024} * 1024; ///< bytes that are read of a file
 
 /// The file that a job writes, from the moment on at which its program has begun it.
 class FollowedFile
@@ -60,7 +60,7 @@ public:
     {
         if (m_source->Refresh() == KilnUtil_TextSource::Change::Replaced)
             m_offset = 0;
-        const QByteArray bytes = m_source->Read(m_offset, qMin(m_source->End() - m_offset, mostAtOnce));
+        QByteArray bytes = m_source->Read(m_offset, qMin(m_source->End() - m_offset, mostAtOnce));
         m_offset += bytes.size();
         return bytes;
     }

@@ -362,6 +362,8 @@ void Taskmill_Console_Worker::EndJob(int jobID, const QString &doneText)
 
 void Taskmill_Console_Worker::AskAtStart()
 {
+    if (!m_console.Actions().AsksAtStart())
+        return;
     Taskmill_Question question;
     OnMainThread([&] { question = m_console.Actions().QuestionAtStart(); });
     if (question.text.isEmpty())

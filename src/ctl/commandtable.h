@@ -22,6 +22,10 @@ constexpr std::array Taskmill_CtlCommands{
     Taskmill_CtlCommand{"test", "", 0, 0, "Tell whether a manager answers.", false},
     Taskmill_CtlCommand{"show", "", 0, 0, "Show the manager's window.", false},
     Taskmill_CtlCommand{"hide", "", 0, 0, "Hide the manager's window.", false},
+    Taskmill_CtlCommand{"result", "FILE...", 1, Taskmill_AnyNumber,
+                        "Show what output files say of their calculations.", false},
+    Taskmill_CtlCommand{"resources", "INPUT...", 1, Taskmill_AnyNumber,
+                        "Show the cores and the memory that input files ask for.", false},
     Taskmill_CtlCommand{"project create", "NAME", 1, 1,
                         "Make a new project file, NAME.mill, with the default job types.", true},
     Taskmill_CtlCommand{"types list", "FILE", 1, 1, "List the job types of a project file.", true},
@@ -35,7 +39,7 @@ constexpr std::array Taskmill_CtlCommands{
 constexpr std::string_view Taskmill_CtlExitStatusText = R"(Exit status (when several apply, the largest):
   0  success; with --wait, every job has completed
   1  a job has not completed
-  2  wrong usage, or a file that does not exist
+  2  wrong usage, or a file that does not exist or cannot be read
   3  no manager answers, or it went away
   4  a request was refused
   5  a project file cannot be read or written

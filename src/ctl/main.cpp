@@ -5,6 +5,7 @@
 #include "ctl/output.h"
 #include "ctl/platform.h"
 #include "ctl/requestcommands.h"
+#include "ctl/resultcommand.h"
 #include "ctl/submitoptions.h"
 
 #include <algorithm>
@@ -50,6 +51,10 @@ std::vector<Taskmill_CtlOption> OptionsOf(const Taskmill_CtlCommand &command)
     std::vector<Taskmill_CtlOption> options{{"help", "", "Print this text."}};
     if (command.Name == "submit")
         std::ranges::copy(Taskmill_SubmitOptions::Options(), std::back_inserter(options));
+    if (command.Name == "result" || command.Name == "resources") {
+        options.push_back({"json", "", "Print one JSON object a line, one for each file."});
+        return options; // no manager is asked
+    }
     std::ranges::copy(Taskmill_ManagerOptions(), std::back_inserter(options));
     return options;
 }
@@ -58,6 +63,10 @@ Taskmill_CtlStatus Act(const Taskmill_CtlCommand &command, const Taskmill_CtlOpt
 {
     if (command.Name == "submit")
         return Taskmill_SubmitCommand(options);
+    if (command.Name == "result")
+        return Taskmill_ResultCommand(options);
+    if (command.Name == "resources")
+        return Taskmill_ResourcesCommand(options);
     if (command.Name == "test")
         return Taskmill_TestCommand(options);
     return command.Name == "show" ? Taskmill_ShowCommand(options) : Taskmill_HideCommand(options);

@@ -173,7 +173,7 @@ void Taskmill_Submission::SayWhatIsWaitedFor() const
     else if (m_options.JobType.empty())
         text += "which may be asking its user for the job type; --type NAME submits without a question";
     else
-        text += "which is busy";
+        text += "which is busy, perhaps with a question to its user";
     Taskmill_PrintError(text);
 }
 

@@ -52,7 +52,7 @@ QString Taskmill_WriteSpareProject(const QString &projectPath,
         prefix + QFileInfo{projectPath}.completeBaseName().left(mostOfName) + u'-' + Taskmill_FileTimeStamp();
     const QStringList places = Places(KilnUtil_StateFolder());
     for (const QString &place : places) {
-        const QString path = MakeFile(place, base);
+        QString path = MakeFile(place, base);
         if (path.isEmpty())
             continue;
         if (write(path))

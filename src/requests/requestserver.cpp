@@ -98,7 +98,7 @@ bool Taskmill_RequestServer::TakeNext()
         if (TakeAtOnce(arrival))
             return true;
     }
-    if (HasRoomFor(arrival.socket)) {
+    if (MakeRoomFor(arrival.socket)) {
         Collect(std::move(arrival));
         return true;
     }
@@ -173,7 +173,7 @@ void Taskmill_RequestServer::Collect(Arrival arrival)
     connect(connection, &Taskmill_RequestConnection::DroppedSignal, this, &Taskmill_RequestServer::Forget);
 }
 
-bool Taskmill_RequestServer::HasRoomFor(const Taskmill_Socket &socket)
+bool Taskmill_RequestServer::MakeRoomFor(Taskmill_Socket &socket)
 {
     const qsizetype open = m_collecting.size() + m_complete.size() - m_withoutSocket;
     // Whatever else has opened all the files, one client can be served.
@@ -181,7 +181,10 @@ bool Taskmill_RequestServer::HasRoomFor(const Taskmill_Socket &socket)
         return true;
     // A client whose bytes are there has not been silent.
     ReadEarlierOnes();
-    return DropLongestSilent();
+    if (!DropLongestSilent())
+        return false;
+    socket.MoveFromLimit();
+    return true;
 }
 
 void Taskmill_RequestServer::PauseAccepting()

@@ -78,7 +78,7 @@ private:
 
     [[nodiscard]] bool TakeNext();
     [[nodiscard]] bool TakeAtOnce(Arrival &arrival);
-    [[nodiscard]] bool HasRoomFor(const Taskmill_Socket &socket);
+    [[nodiscard]] bool MakeRoomFor(Taskmill_Socket &socket);
     void Collect(Arrival arrival);
     void PauseAccepting();
     void ResumeAccepting();

@@ -39,7 +39,7 @@ std::string Taskmill_WriteClientKey(std::uint16_t port, std::string_view key, co
     for (const std::string &folder : {RuntimeFolder(), stateFolder}) {
         if (folder.empty() || !Taskmill_MakePrivateFolder(folder))
             continue;
-        if (const std::string file = FileIn(folder, port); Taskmill_WritePrivateFile(file, key))
+        if (std::string file = FileIn(folder, port); Taskmill_WritePrivateFile(file, key))
             return file;
     }
     return {};

@@ -55,6 +55,8 @@ public:
     /// Whether this socket is one of the last that the system lets the program open: what is left is needed
     /// to start jobs and to save.
     [[nodiscard]] bool IsNearLimit() const;
+    /// Takes a place that another socket has left, if that is further from the limit.
+    void MoveFromLimit();
 
     /// Sends everything; false when the connection ends or the other side does not take it within that time.
     bool Send(std::string_view bytes, int waitMs) const;

@@ -117,6 +117,15 @@ bool Taskmill_Socket::IsNearLimit() const
     return static_cast<rlim_t>(m_handle) + reserve >= limit.rlim_cur;
 }
 
+void Taskmill_Socket::MoveFromLimit()
+{
+    const int other = fcntl(DescriptorOf(m_handle), F_DUPFD_CLOEXEC, 0);
+    if (other < 0)
+        return;
+    close(std::max(other, DescriptorOf(m_handle)));
+    m_handle = std::min(Handle{other}, m_handle);
+}
+
 bool Taskmill_Socket::Send(std::string_view bytes, int waitMs) const
 {
     while (!bytes.empty()) {

@@ -128,6 +128,8 @@ bool Taskmill_Socket::IsNearLimit() const
     return false;
 }
 
+void Taskmill_Socket::MoveFromLimit() {}
+
 bool Taskmill_Socket::Send(std::string_view bytes, int waitMs) const
 {
     while (!bytes.empty()) {

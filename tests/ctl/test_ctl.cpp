@@ -62,7 +62,7 @@ private:
         job.ClientAppName = request.ClientAppName;
         sent.append(Taskmill_JobFinishedMessage(job, exitCode, u"TaskmillGUI"_s));
         for (const QByteArray &message : {foreign, sent.last()})
-            QVERIFY(Taskmill_SendMessage(job.ClientAddress, job.ClientPort, message));
+            QVERIFY(Taskmill_NotificationSender{}.Send(job.ClientAddress, job.ClientPort, message));
     }
 
     Taskmill_RequestServer m_server{*this};

@@ -127,10 +127,11 @@ void TestWindow::DayOfAChemist()
     QVERIFY(desktop.ClickControl(u"cell"_s, u"hold.endless"_s));
     desktop.Press(u"Delete"_s);
     for (const QString &title :
-         {u"Remove Selected Jobs from Long Jobs Queue"_s, u"Removal of Selected Running Jobs"_s})
+         {u"Remove Selected Jobs from Long Jobs Queue"_s, u"Removal of Selected Running Jobs"_s}) {
         QVERIFY(desktop.WaitForWindow(title));
-    QVERIFY(press(u"Yes"_s));
-    QVERIFY(desktop.WaitUntilGone(title));
+        QVERIFY(press(u"Yes"_s));
+        QVERIFY(desktop.WaitUntilGone(title));
+    }
     QVERIFY(desktop.WaitUntilControlIsGone(u"cell"_s, u"hold.endless"_s));
 
     QVERIFY(desktop.ClickControl(u"page tab"_s, u"Finished Jobs"_s));

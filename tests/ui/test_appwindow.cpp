@@ -1,4 +1,4 @@
-#include "ui/appwindow.h"
+#include "app/session.h"
 
 #include "db/database.h"
 #include "db/databasemanager.h"
@@ -7,6 +7,7 @@
 #include "kilnutil/registry.h"
 #include "support/scriptedprompt.h"
 #include "support/testutil.h"
+#include "ui/appwindow.h"
 #include "ui/uidriver.h"
 #include "widgets/tablewidget.h"
 
@@ -93,10 +94,11 @@ struct WindowPlace
     QTemporaryDir directory;
     ScriptedPrompt prompt;
     const bool isPrepared = Prepare();
-    Taskmill_AppWindow appWindow;
+    Taskmill_Session session;
+    Taskmill_AppWindow &appWindow = *session.AppWindow();
 
     explicit WindowPlace(const QString &project = {})
-        : appWindow{{.StartUpFile = project, .Banner = {}, .ExitWithoutEventLoop = {}}}
+        : session{{.StartUpFile = project, .Banner = {}, .ExitWithoutEventLoop = {}}}
     {
         // The platform without a screen knows no tray; that of Windows does not say so.
         if constexpr (!isWindows)
@@ -108,9 +110,9 @@ struct WindowPlace
         jobType.DefaultQueue = u"Long"_s;
         jobType.GenericCommandLine = u"@EXEFILE waitfor @INFILE.go"_s;
         jobType.InputFileFilter = u"Files (*.one)"_s;
-        if (!appWindow.Initialise() || !Database()->InsertJobType(jobType, true))
+        if (!session.Initialise() || !Database()->InsertJobType(jobType, true))
             qFatal("the window cannot be opened");
-        appWindow.Show();
+        session.Show();
     }
 
     [[nodiscard]] bool Prepare() const
@@ -123,7 +125,7 @@ struct WindowPlace
         Taskmill_SetRunMode(Taskmill_RunMode::Gui);
         return isFree;
     }
-    [[nodiscard]] QWidget &Window() const { return *appWindow.MainWindow(); }
+    [[nodiscard]] QWidget &Window() const { return appWindow.MainWindow(); }
     [[nodiscard]] QString Path(const QString &name) const { return directory.filePath(name); }
     [[nodiscard]] QByteArray SubmitLines(const QString &file, const QByteArray &more) const
     {
@@ -280,7 +282,7 @@ void TestAppWindow::QuitsWhileADialogIsOpen()
     bool opened = false;
     WhenDialogIsOpen([&](QDialog &) {
         opened = true;
-        place.appWindow.QuitAtOnceSlot();
+        place.session.QuitAtOnceSlot();
     });
     QVERIFY(!client.Answer().startsWith("accepted="));
     QVERIFY(opened);
@@ -342,7 +344,7 @@ void TestAppWindow::AsksAboutTheJobsOfTheLastSession()
         QVERIFY(place.prompt.asked[0].text.contains(spare));
         QVERIFY(place.prompt.asked[1].text.startsWith(
             u"1 queueless job was running when this project was closed. Run it again?\n"_s));
-        place.appWindow.MainWindow()->Tabs().setCurrentIndex(static_cast<int>(Taskmill_Page::QueuelessJobs));
+        place.appWindow.MainWindow().Tabs().setCurrentIndex(static_cast<int>(Taskmill_Page::QueuelessJobs));
         const auto tables = place.Window().findChildren<QTableView *>();
         const auto table = std::ranges::find(tables, u"Queueless Jobs List"_s, &QWidget::accessibleName);
         QVERIFY(table != tables.end());

@@ -1,7 +1,8 @@
 #include "db/database.h"
 #include "support/testutil.h"
 #include "ui/finishedjobswidget.h"
-#include "ui/queuetab.h"
+#include "jobs/queuelessjobslist.h"
+#include "ui/queuewidgets.h"
 #include "ui/uidriver.h"
 #include "viewer/textview.h"
 #include "widgets/tablewidget.h"
@@ -36,14 +37,12 @@ QPoint CellCentre(const QTableView &table, int row)
 struct JobPages : PagePlace
 {
     Taskmill_JobType gated = manager.AddGatedJobType();
-    Taskmill_JobQueue &queue = manager.Destinations().Long().Jobs();
-    Taskmill_QueueTab queueTab{
-        &window,
-        manager.Destinations().Long(),
-        {.destination = Taskmill_Destination::Long, .name = u"Test"_s, .helpId = {}, .queue = &queue}};
+    Taskmill_JobQueue &queue = *manager.Destinations().Long().Queue();
+    Taskmill_LongJobsQueueWidget queueTab{&window, manager};
     KilnUtil_TableWidget &table = queueTab.Table();
-    Taskmill_FinishedJobsWidget finished{&window};
-    KilnUtil_TableWidget &finishedTable = *finished.Table();
+    Taskmill_FinishedJobs &finished = manager.FinishedJobs();
+    Taskmill_FinishedJobsWidget finishedTab{&window, finished};
+    KilnUtil_TableWidget &finishedTable = *finishedTab.Table();
     QStringList inputFiles;
 
     JobPages() { Show(); }
@@ -70,7 +69,7 @@ struct JobPages : PagePlace
             job.Status = Taskmill_JobStatus::Completed;
             finished.AddJob(job);
         }
-        finished.FillTable();
+        finishedTab.FillTable();
     }
 
     void Choose(int row, const QString &entry) const { ChooseFromMenu(table, CellCentre(table, row), entry); }
@@ -245,7 +244,7 @@ void TestJobTables::DoubleClickShowsTheEndOfTheOutput()
     job.OutputFile = u"a.out"_s;
     WriteTestFile(pages.manager.Path(job.OutputFile), job.StdOutAndStdErr.toUtf8());
     pages.finished.AddJob(job);
-    pages.finished.FillTable();
+    pages.finishedTab.FillTable();
     for (const auto &caption : {u"Output file of a:  "_s + job.OutputFilePath(), u"Log of a"_s}) {
         pages.finishedTable.sortByColumn(0, Qt::DescendingOrder);
         openOutput(pages.finishedTable);
@@ -311,11 +310,8 @@ void TestJobTables::JobsThatLeaveWhileTheMenuIsOpen()
 void TestJobTables::HeldJobsRunFromTheMenu()
 {
     PagePlace place;
-    Taskmill_QueuelessJobsList &list = place.manager.Destinations().Queueless().Jobs();
-    Taskmill_QueueTab tab{
-        &place.window,
-        place.manager.Destinations().Queueless(),
-        {.destination = Taskmill_Destination::Queueless, .name = u"Test"_s, .helpId = {}, .list = &list}};
+    const Taskmill_QueuelessJobsList &list = *place.manager.Destinations().Queueless().List();
+    Taskmill_QueuelessJobsWidget tab{&place.window, place.manager};
     place.Show();
     QList<Taskmill_JobRecord> stored;
     for (int jobID = 1; jobID <= 3; ++jobID) {
@@ -384,7 +380,7 @@ void TestJobTables::FinishedJobsShowTheirFiles()
     job.OutputFile = WriteTestFile(pages.manager.Path(u"a.out"_s), "x");
     job.StdOutAndStdErr = u"log"_s;
     pages.finished.AddJob(job);
-    pages.finished.FillTable();
+    pages.finishedTab.FillTable();
     const auto shown = [&](const QString &entry) {
         ChooseFromMenu(pages.finishedTable, CellCentre(pages.finishedTable, 0), entry);
         return TakeViewerCaptions(pages.window).join(u' ');

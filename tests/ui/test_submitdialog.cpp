@@ -42,7 +42,7 @@ struct SubmitDialog : PagePlace
     void Renew() { dialog = std::make_unique<Taskmill_OpenFilesDialog>(manager.Store(), nullptr); }
 
     /// Opens the dialog and calls the function while it is open, then closes it unless that was done.
-    Choice Open(const Taskmill_SubmitChoice &preset, const std::function<void()> &whileOpen)
+    Choice Open(const Taskmill_SubmitChoice &preset, const std::function<void()> &whileOpen) const
     {
         QTimer::singleShot(0, dialog.get(), [&] {
             if (QTest::qWaitForWindowActive(dialog.get()))
@@ -54,7 +54,7 @@ struct SubmitDialog : PagePlace
     }
     /// Opens it and submits.
     Choice Submit(
-        const Taskmill_SubmitChoice &preset, const std::function<void()> &before = [] {})
+        const Taskmill_SubmitChoice &preset, const std::function<void()> &before = [] {}) const
     {
         return Open(preset, [&] {
             before();

@@ -5,7 +5,7 @@
 #include "support/testutil.h"
 #include "ui/finishedjobswidget.h"
 #include "ui/jobtypeswidget.h"
-#include "ui/queuetab.h"
+#include "ui/queuewidgets.h"
 #include "ui/rowsmodel.h"
 #include "ui/runningjobswidget.h"
 #include "ui/uidriver.h"
@@ -71,10 +71,8 @@ struct Tables : PagePlace
 {
     std::shared_ptr<OneProcess> inspector = std::make_shared<OneProcess>();
     Taskmill_RunningJobs running{*inspector, manager.JobTypes()};
-    Taskmill_QueueTab queue{&window,
-                            manager.Destinations().Long(),
-                            {.destination = {}, .name = u"Test"_s, .helpId = {}, .queue = nullptr}};
-    Taskmill_FinishedJobsWidget finished{&window};
+    Taskmill_LongJobsQueueWidget queue{&window, manager};
+    Taskmill_FinishedJobsWidget finished{&window, manager.FinishedJobs()};
 
     /// The table of that name and its text for the console.
     std::pair<KilnUtil_TableWidget *, QString> Find(const QString &name)
@@ -86,9 +84,9 @@ struct Tables : PagePlace
             return {&queue.Table(), manager.Destinations().Long().ListingText()};
         }
         if (name == "finished"_L1) {
-            finished.AddJob(TheJob());
+            manager.FinishedJobs().AddJob(TheJob());
             finished.FillTable();
-            return {finished.Table(), finished.ListingText()};
+            return {finished.Table(), manager.FinishedJobs().ListingText()};
         }
         Taskmill_JobType type = TheJobType();
         manager.JobTypes().Add(type);
@@ -97,7 +95,7 @@ struct Tables : PagePlace
             return {TableOf(*types->Frame()),
                     Taskmill_Listings::Text(
                         u"\nJob Types\n"_s, {}, Taskmill_Listings::JobTypeHeaders(),
-                        {Taskmill_Listings::JobTypeRow(manager.JobTypes().GetAll().first())})};
+                        {Taskmill_Listings::JobTypeRow(manager.JobTypes().GetAll().first())}, 0)};
         }
         processes = std::make_unique<Taskmill_RunningJobsWidget>(&window, running, manager.Destinations());
         (void)QTest::qWaitFor([this] { return !running.IsReading(); });

@@ -91,9 +91,10 @@ void TestProcessInspectorNative::TellsSeventeenProperties()
     QVERIFY2(created <= QDateTime::currentDateTime(), qPrintable(record.CreationDate));
     static const QRegularExpression dateForm{u"^\\d{14}\\.\\d{6}[+-]\\d{3}$"_s};
     QVERIFY(dateForm.match(record.CreationDate).hasMatch());
-    for (const QString &number : {record.KernelModeTime, record.UserModeTime})
+    for (const QString &number : {record.KernelModeTime, record.UserModeTime}) {
         QVERIFY2(!number.isEmpty(), qPrintable(number));
-    QVERIFY2(number.toLongLong() >= 0, qPrintable(number));
+        QVERIFY2(number.toLongLong() >= 0, qPrintable(number));
+    }
     for (const QString &number : {record.Priority, record.PrivatePageCount, record.ThreadCount,
                                   record.VirtualSize, record.WorkingSetSize}) {
         // Wine does not count everything.

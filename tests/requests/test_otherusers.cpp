@@ -68,15 +68,18 @@ private:
             address.sin_port = htons(what == 'l' ? quint16{0} : port);
             const int one = socket(AF_INET, SOCK_STREAM, 0);
             socklen_t size = sizeof address;
+            bool isDone = false;
             if (what == 'l') {
-                bind(one, reinterpret_cast<const sockaddr *>(&address), size);
-                listen(one, 10);
-                getsockname(one, reinterpret_cast<sockaddr *>(&address), &size);
+                isDone = bind(one, reinterpret_cast<const sockaddr *>(&address), size) == 0 &&
+                         listen(one, 10) == 0 &&
+                         getsockname(one, reinterpret_cast<sockaddr *>(&address), &size) == 0;
             } else {
                 constexpr std::string_view request = "action=submitjob\njobname=stranger\n";
-                connect(one, reinterpret_cast<const sockaddr *>(&address), size);
-                [[maybe_unused]] const ssize_t sent = send(one, request.data(), request.size(), 0);
+                isDone = connect(one, reinterpret_cast<const sockaddr *>(&address), size) == 0 &&
+                         send(one, request.data(), request.size(), 0) > 0;
             }
+            if (!isDone)
+                break;
             if (what == 's')
                 close(one);
             const quint16 answer = what == 'l' ? ntohs(address.sin_port) : quint16{0};

@@ -8,6 +8,7 @@
 #include "manager/runningjobs.h"
 #include "manager/texttable.h"
 #include "manager/timetext.h"
+#include "jobs/queuelessjobslist.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
@@ -85,7 +86,6 @@ struct Session
 {
     TestManager manager;
     const Taskmill_JobType gated;
-    Taskmill_RunningJobs running{manager.Inspector(), manager.JobTypes()};
     std::unique_ptr<Taskmill_Console> console;
     ScriptedTerminal *terminal = nullptr; ///< the console's
     int exits = 0;                        ///< how often the program was to be ended
@@ -110,11 +110,7 @@ struct Session
             ++exits;
             console->QuitSlot();
         };
-        const Taskmill_ConsoleContext context{.Tabs = manager.Destinations(),
-                                              .RunningJobs = running,
-                                              .JobTypes = manager.JobTypes(),
-                                              .Submitter = manager.Submitter(),
-                                              .Project = manager.Project(),
+        const Taskmill_ConsoleContext context{.Manager = manager,
                                               .Notices = {u"Notice"_s},
                                               .AsksAtStart = asksAtStart,
                                               .Exit = exit};
@@ -268,8 +264,8 @@ private Q_SLOTS:
                 .arg(queue.IsPaused() ? u" paused"_s : QString{});
         };
         QCOMPARE(u"long"_s + Numbers(manager.Destinations().Long()) +
-                     limit(manager.Destinations().Long().Jobs()) + u", short"_s +
-                     Numbers(manager.Destinations().Short()) + limit(manager.Destinations().Short().Jobs()) +
+                     limit(*manager.Destinations().Long().Queue()) + u", short"_s +
+                     Numbers(manager.Destinations().Short()) + limit(*manager.Destinations().Short().Queue()) +
                      u", queueless"_s + Numbers(manager.Destinations().Queueless()),
                  queues);
         QCOMPARE(session.exits, 0);
@@ -377,11 +373,11 @@ private Q_SLOTS:
             u"Banner\n\n<Taskmill> Notice\n\n\n<Taskmill> 2 queueless jobs were running when this project "
             u"was "
             "closed. Run them again?  \n<Taskmill> What waits can be run later by"_s));
-        QCOMPARE(session.manager.Destinations().Queueless().Jobs().HeldJobIDs(), (QList{1, 3}));
+        QCOMPARE(session.manager.Destinations().Queueless().List()->HeldJobIDs(), (QList{1, 3}));
         session.Start({u"yes"_s, u"run held jobs"_s}, true);
         QVERIFY(session.terminal->Output().endsWith(u"\n<Taskmill> 2 jobs run again.\n\n"_s + prompt +
                                                     u"\n<Taskmill> No job is held back.\n\n"_s + prompt));
-        QVERIFY(session.manager.Destinations().Queueless().Jobs().HeldJobIDs().isEmpty());
+        QVERIFY(session.manager.Destinations().Queueless().List()->HeldJobIDs().isEmpty());
     }
 
     void ProjectFileIsNamedAsInAShell()

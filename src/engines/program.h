@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+class Taskmill_InputText;
+class Taskmill_OutputInterpreter;
+
+/// What a job needs, as its input says; no value where it says nothing.
+struct Taskmill_ProgramNeeds
+{
+    std::string Program; ///< empty when the input is of no program that is known
+    std::optional<int> Cores;
+    std::optional<double> MemoryMB; ///< of the whole job, in units of 2^20 bytes
+    std::string Checkpoint;         ///< file name as the input has it
+    std::string Scratch;            ///< file or folder name as the input has it
+
+    /// Of several jobs in one input the largest counts.
+    void RaiseCores(std::optional<int> cores);
+    void RaiseMemory(std::optional<double> megabytes);
+};
+
+/// A quantum-chemistry program: how its output and its input are recognised and read.
+struct Taskmill_Program
+{
+    std::string_view Name;
+    /// Beginnings of lines that only this program's output has, frames left out; see Taskmill_Unframed().
+    std::span<const std::string_view> Banners;
+    std::unique_ptr<Taskmill_OutputInterpreter> (*MakeInterpreter)();
+    bool (*IsInput)(const Taskmill_InputText &input);
+    void (*ReadNeeds)(const Taskmill_InputText &input, Taskmill_ProgramNeeds &needs);
+};
+
+/// All programs, in the order in which an input is compared with them.
+[[nodiscard]] std::span<const Taskmill_Program *const> Taskmill_Programs();
+
+/// What the input asks for. `fileName` may have a path; only its ending is looked at.
+[[nodiscard]] Taskmill_ProgramNeeds Taskmill_ReadNeeds(std::string_view text, std::string_view fileName);

@@ -1,0 +1,85 @@
+#include "ctlrun.h"
+
+#include "support/testutil.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+/// The commands on outputs and inputs, run as their user does.
+class TestResultCommand : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        FailOnQtWarnings();
+        WriteTestFile(m_directory.filePath(u"größe.out"_s),
+                      "* O   R   C   A *\nProgram Version 5.0.4 -  RELEASE  -\n"
+                      "* GEOMETRY OPTIMIZATION CYCLE   1 *\nFINAL SINGLE POINT ENERGY  -74.967638760929\n"
+                      "[file a.cpp, line 1]: Error \"\xFF\" \\ \n");
+        WriteTestFile(m_directory.filePath(u"a.gjf"_s), "%mem=1500KB\n%nproc=4\n%chk=a.chk\n#p hf\n\n");
+        WriteTestFile(m_directory.filePath(u"empty"_s), {});
+    }
+
+    void ResultAsJson()
+    {
+        const CtlResult result = Run({u"result"_s, u"--json"_s, u"größe.out"_s, u"empty"_s});
+        QCOMPARE(result.status, 0);
+        QCOMPARE(result.err, QByteArray{});
+        QCOMPARE(result.out,
+                 "{\"file\":\"größe.out\",\"program\":\"ORCA\",\"version\":\"5.0.4\",\"result\":\"error\","
+                 "\"message\":\"Error \\\"ÿ\\\" \\\\\",\"converged\":false,\"steps\":1,"
+                 "\"energies\":[-74.967638760929]}\n"
+                 "{\"file\":\"empty\",\"program\":null,\"version\":null,\"result\":\"none\",\"message\":\"\","
+                 "\"converged\":null,\"steps\":0,\"energies\":[]}\n");
+    }
+
+    void ResultAsText()
+    {
+        const CtlResult result = Run({u"result"_s, u"größe.out"_s});
+        QCOMPARE(result.out, "größe.out: error\n"
+                             "  Program     ORCA 5.0.4\n"
+                             "  Message     Error \"ÿ\" \\\n"
+                             "  Converged   geometry not converged\n"
+                             "  Steps       1\n"
+                             "  Energy      -74.967638760929 hartree\n");
+    }
+
+    void ResourcesInBothForms()
+    {
+        QCOMPARE(Run({u"resources"_s, u"a.gjf"_s, u"--json"_s, u"empty"_s}).out,
+                 "{\"file\":\"a.gjf\",\"program\":\"Gaussian\",\"cores\":4,\"memory_mb\":1.465,"
+                 "\"checkpoint\":\"a.chk\",\"scratch\":null}\n"
+                 "{\"file\":\"empty\",\"program\":null,\"cores\":null,\"memory_mb\":null,"
+                 "\"checkpoint\":null,\"scratch\":null}\n");
+        QCOMPARE(Run({u"resources"_s, u"a.gjf"_s}).out, "a.gjf: Gaussian\n"
+                                                        "  Cores       4\n"
+                                                        "  Memory      1.465 MB\n"
+                                                        "  Checkpoint  a.chk\n");
+    }
+
+    void FilesThatCannotBeReadKeepNoOthersFromIt()
+    {
+        const CtlResult result = Run({u"result"_s, u"no.out"_s, u"."_s, u"empty"_s});
+        QCOMPARE(result.status, 2);
+        QCOMPARE(result.err, "taskmillctl: the file does not exist: no.out\n"
+                             "taskmillctl: this is a directory, not a file: .\n");
+        QVERIFY(result.out.startsWith("empty: none"));
+        QVERIFY(Run({u"result"_s}).err.contains("result needs FILE"));
+        QVERIFY(Run({u"resources"_s, u"--help"_s}).out.contains("--json"));
+    }
+
+private:
+    [[nodiscard]] CtlResult Run(const QStringList &arguments) const
+    {
+        return RunCtl(arguments, {.directory = m_directory.path()});
+    }
+
+    QTemporaryDir m_directory;
+};
+
+QTEST_GUILESS_MAIN(TestResultCommand)
+#include "test_resultcommand.moc"
