@@ -4,11 +4,11 @@
 #include "console/consoleprompt.h"
 #include "db/databasetestutil.h"
 #include "jobs/job.h"
+#include "jobs/queuelessjobslist.h"
 #include "kilnutil/error.h"
 #include "manager/runningjobs.h"
 #include "manager/texttable.h"
 #include "manager/timetext.h"
-#include "jobs/queuelessjobslist.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
@@ -110,10 +110,8 @@ struct Session
             ++exits;
             console->QuitSlot();
         };
-        const Taskmill_ConsoleContext context{.Manager = manager,
-                                              .Notices = {u"Notice"_s},
-                                              .AsksAtStart = asksAtStart,
-                                              .Exit = exit};
+        const Taskmill_ConsoleContext context{
+            .Manager = manager, .Notices = {u"Notice"_s}, .AsksAtStart = asksAtStart, .Exit = exit};
         console = std::make_unique<Taskmill_Console>(u"Banner"_s, here, context, std::move(scripted));
         console->RunSlot();
     }
@@ -265,8 +263,9 @@ private Q_SLOTS:
         };
         QCOMPARE(u"long"_s + Numbers(manager.Destinations().Long()) +
                      limit(*manager.Destinations().Long().Queue()) + u", short"_s +
-                     Numbers(manager.Destinations().Short()) + limit(*manager.Destinations().Short().Queue()) +
-                     u", queueless"_s + Numbers(manager.Destinations().Queueless()),
+                     Numbers(manager.Destinations().Short()) +
+                     limit(*manager.Destinations().Short().Queue()) + u", queueless"_s +
+                     Numbers(manager.Destinations().Queueless()),
                  queues);
         QCOMPARE(session.exits, 0);
     }

@@ -3,6 +3,7 @@
 #include "db/database.h"
 #include "db/databasemanager.h"
 #include "jobs/jobnotification.h"
+#include "requests/notificationsender.h"
 #include "requests/requestserver.h"
 #include "support/testutil.h"
 

@@ -4,8 +4,6 @@
 #include "processes/processinspector.h"
 #include "support/jobfakes.h"
 
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QtTest>
 
 #include <memory>
@@ -23,9 +21,10 @@ private Q_SLOTS:
         FailOnQtWarnings();
         m_store = {};
         m_finished = {};
+        m_notifier = {};
         m_directory = std::make_unique<QTemporaryDir>();
-        m_long = std::make_unique<Taskmill_LongJobsQueue>(m_store, m_finished, *m_inspector);
-        m_queueless = std::make_unique<Taskmill_QueuelessJobsList>(m_finished, *m_inspector);
+        m_long = std::make_unique<Taskmill_LongJobsQueue>(m_services);
+        m_queueless = std::make_unique<Taskmill_QueuelessJobsList>(m_services);
     }
 
     void cleanup()
@@ -90,27 +89,23 @@ private Q_SLOTS:
 
     void NextJobStartsBeforeTheClientIsTold()
     {
-        QTcpServer client;
-        QVERIFY(client.listen(QHostAddress::LocalHost));
         Taskmill_JobRecord first = MakeTestJob(1, m_directory->path(), {u"exit"_s, u"3"_s});
         first.ClientName = u"me"_s;
         first.ClientAppName = u"Client"_s;
         first.ClientAddress = u"LocalHost"_s;
-        first.ClientPort = client.serverPort();
+        first.ClientPort = 1;
         first.ClientNotification = true;
 
         m_long->AddAll({first, Waiting(2)});
         bool calledTooEarly = false;
         connect(m_long.get(), &Taskmill_JobQueue::QueueUpdatedSignal, this, [&] {
             if (m_long->JobAt(1)->Status() == Taskmill_JobStatus::Running)
-                calledTooEarly = client.waitForNewConnection(0);
+                calledTooEarly = !m_notifier.Messages.isEmpty();
         });
         QTRY_COMPARE(m_long->JobAt(1)->Status(), Taskmill_JobStatus::Running);
         QVERIFY(!calledTooEarly);
-        QVERIFY(client.hasPendingConnections() || client.waitForNewConnection(30'000));
-        const std::unique_ptr<QTcpSocket> socket{client.nextPendingConnection()};
-        QTRY_COMPARE(socket->state(), QAbstractSocket::UnconnectedState);
-        const QByteArray message = socket->readAll();
+        QTRY_COMPARE(m_notifier.Messages.size(), 1);
+        const QByteArray message = m_notifier.Messages.first();
         QVERIFY2(message.contains("action=jobfinished\njobstatus=failed\njobexitcode=3\n"), message);
     }
 
@@ -158,7 +153,7 @@ private Q_SLOTS:
         QCOMPARE(States(*m_queueless), u"RCRPP"_s);
         QCOMPARE(m_queueless->JobIDs(), (QList{2, 5, 3, 1, 4}));
         QCOMPARE(m_queueless->Release({3}), 0);
-        m_queueless->RemoveByJobID(1);
+        m_queueless->RemoveByJobIDs({1});
         m_queueless->KillRunning();
         QCOMPARE(m_finished.Summary(), (QStringList{u"2 Killed"_s, u"3 Killed"_s}));
         QCOMPARE(States(*m_queueless), u"CP"_s);
@@ -190,6 +185,9 @@ private:
     const std::unique_ptr<Taskmill_ProcessInspector> m_inspector = Taskmill_MakeSystemProcessInspector();
     FakeJobStore m_store;
     RecordingFinishedJobsTaker m_finished;
+    RecordingNotifier m_notifier;
+    const Taskmill_JobServices m_services{
+        .Store = m_store, .FinishedJobs = m_finished, .Inspector = *m_inspector, .Notifier = m_notifier};
     std::unique_ptr<QTemporaryDir> m_directory;
     std::unique_ptr<Taskmill_LongJobsQueue> m_long;
     std::unique_ptr<Taskmill_QueuelessJobsList> m_queueless;

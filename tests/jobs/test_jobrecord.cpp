@@ -2,7 +2,6 @@
 #include "jobs/jobrecord.h"
 #include "support/testutil.h"
 
-#include <QTcpServer>
 #include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -97,20 +96,6 @@ private Q_SLOTS:
         job.CheckpointFile = u"/W/A.chk"_s;
         QCOMPARE(Taskmill_JobFinishedMessage(job, 12, u"TaskmillGUI"_s),
                  eighteenLines + "\njobchkfile=/W/A.chk\njobchkfile1=/W/B.chk");
-    }
-
-    void UselessAddressesAreRefused()
-    {
-        QTcpServer client;
-        QVERIFY(client.listen(QHostAddress::LocalHost));
-        const int port = client.serverPort();
-        QVERIFY(!Taskmill_SendMessage(u"host.invalid"_s, port, "x"));
-        // Both become the client's port when all but 16 bits are lost.
-        QVERIFY(!Taskmill_SendMessage(u"localhost"_s, port + 65'536, "x"));
-        QVERIFY(!Taskmill_SendMessage(u"localhost"_s, port - 65'536, "x"));
-        QVERIFY(!client.waitForNewConnection(0));
-        client.close();
-        QVERIFY(!Taskmill_SendMessage(u"localhost"_s, port, "x"));
     }
 };
 

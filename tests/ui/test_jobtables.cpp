@@ -1,7 +1,7 @@
 #include "db/database.h"
+#include "jobs/queuelessjobslist.h"
 #include "support/testutil.h"
 #include "ui/finishedjobswidget.h"
-#include "jobs/queuelessjobslist.h"
 #include "ui/queuewidgets.h"
 #include "ui/uidriver.h"
 #include "viewer/textview.h"
@@ -281,17 +281,17 @@ void TestJobTables::TimesOfFinishedJobsAreInView()
         return columns.sectionPosition(column) + columns.sectionSize(column);
     };
     // The margins of the page, in a window of 960 pixels.
-    pages.finished.Frame()->resize(958, 400);
+    pages.finishedTab.Frame()->resize(958, 400);
     QCoreApplication::sendPostedEvents();
     QVERIFY2(end(9) <= pages.finishedTable.viewport()->width(), qPrintable(QString::number(end(9))));
     const int path = columns.sectionSize(5);
-    pages.finished.Frame()->resize(1700, 400);
+    pages.finishedTab.Frame()->resize(1700, 400);
     QCoreApplication::sendPostedEvents();
     QVERIFY(columns.sectionSize(5) > path);
     // Not when the user has set a width.
     pages.finishedTable.setColumnWidth(2, 50);
     const int widest = columns.sectionSize(5);
-    pages.finished.Frame()->resize(958, 400);
+    pages.finishedTab.Frame()->resize(958, 400);
     QCoreApplication::sendPostedEvents();
     QCOMPARE(columns.sectionSize(5), widest);
 }

@@ -10,7 +10,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 /// What becomes of jobs, from the request to the row in the project file.
-class TestRoads : public ManagerTest
+class TestJobLifecycle : public ManagerTest
 {
     Q_OBJECT
 
@@ -31,7 +31,7 @@ private:
     [[nodiscard]] ProjectRows SaveAndQuit();
 };
 
-ProjectRows TestRoads::SaveAndQuit()
+ProjectRows TestJobLifecycle::SaveAndQuit()
 {
     if (!Manager().Command("save").contains("The project was saved") ||
         Manager().Quit({"yes"}) != ManagerEnd{.status = 0} || !Manager().Errors().isEmpty())
@@ -39,7 +39,7 @@ ProjectRows TestRoads::SaveAndQuit()
     return Project().Rows();
 }
 
-void TestRoads::KillsOneJobWithAllItsProcesses()
+void TestJobLifecycle::KillsOneJobWithAllItsProcesses()
 {
     NotificationSink sink;
     QVERIFY(Project().AddTestType(u"Tree"_s, u"print begun pid @INFILE.1 child pid @INFILE.2 child session "
@@ -70,7 +70,7 @@ void TestRoads::KillsOneJobWithAllItsProcesses()
     QCOMPARE(sink.Count(), 1);
 }
 
-void TestRoads::KeepsTheEndsOfHugeOutput()
+void TestJobLifecycle::KeepsTheEndsOfHugeOutput()
 {
     constexpr qint64 kept = 64LL * 1024 * 1024;
     QVERIFY(Project().AddTestType(u"Huge"_s, u"print begin fill 200000000 print end"_s));
@@ -84,7 +84,7 @@ void TestRoads::KeepsTheEndsOfHugeOutput()
     QVERIFY(text.endsWith(u"x\nend\n"_s));
 }
 
-void TestRoads::RunsHundredsOfJobsTwoAtATime()
+void TestJobLifecycle::RunsHundredsOfJobsTwoAtATime()
 {
     constexpr int jobCount = 500;
     if constexpr (isWindows)
@@ -130,7 +130,7 @@ void TestRoads::RunsHundredsOfJobsTwoAtATime()
     }
 }
 
-void TestRoads::CarriesHardNamesToTheProgram()
+void TestJobLifecycle::CarriesHardNamesToTheProgram()
 {
     QVERIFY(
         Project().AddTestType(u"Arguments"_s, u"args @OUTFILE -- \"@INFILE\" @INFILE2"_s, u"Files (*.in)"_s));
@@ -150,5 +150,5 @@ void TestRoads::CarriesHardNamesToTheProgram()
     QCOMPARE(SaveAndQuit().finishedJobs.value(0).InputFilePath, input);
 }
 
-QTEST_GUILESS_MAIN(TestRoads)
-#include "test_roads.moc"
+QTEST_GUILESS_MAIN(TestJobLifecycle)
+#include "test_job_lifecycle.moc"

@@ -2,6 +2,7 @@
 
 #include "db/databasetestutil.h"
 #include "jobs/job.h"
+#include "jobs/queuelessjobslist.h"
 #include "manager/recentprojects.h"
 #include "manager/spareproject.h"
 #include "support/testmanager.h"
@@ -89,12 +90,12 @@ private Q_SLOTS:
         // Jobs without a queue that ran do so again when the user says so, however often they are saved.
         TestManager::Release(queueless);
         QVERIFY(m_manager->Project().SaveProjectAs(File()) && m_manager->Project().OpenProject(File()));
-        QCOMPARE(m_manager->Destinations().Queueless().Jobs().HeldJobIDs(), QList<int>{4});
+        QCOMPARE(m_manager->Destinations().Queueless().List()->HeldJobIDs(), QList<int>{4});
         QCOMPARE(m_manager->Destinations().Queueless().Jobs().JobAt(0)->Status(),
                  Taskmill_JobStatus::Pending);
         QCOMPARE(m_manager->Destinations().Queueless().HeldJobsQuestion().text,
                  u"1 queueless job was running when this project was closed. Run it again?"_s);
-        QCOMPARE(m_manager->Destinations().Queueless().Jobs().Release({4}), 1);
+        QCOMPARE(m_manager->Destinations().Queueless().List()->Release({4}), 1);
         QVERIFY(m_manager->Destinations().Queueless().HeldJobsQuestion().text.isEmpty());
         QTRY_COMPARE(FinishedCount(), 2);
         QCOMPARE(RowsOf(TestManager::Database(), u"SELECT JobID, Status FROM FinishedJobs WHERE JobID = 4"_s),
@@ -109,7 +110,7 @@ private Q_SLOTS:
         const Taskmill_JobType jobType =
             m_manager->AddJobType(u"Echo"_s, u"print @TITLE print @OUTFILE stdin"_s);
         m_manager->Destinations().Long().Queue()->SetPaused(true);
-        Taskmill_RequestMessage request =
+        Taskmill_JobRequest request =
             TestManager::Request(jobType.Name, m_manager->InputFile(u"water.in"_s));
         request.PlaceholderValues = {{u"@TITLE"_s, u"H2O"_s}};
         request.JobStandardInputFile = WriteTestFile(m_manager->Path(u"answers"_s), "yes\n");

@@ -1,0 +1,160 @@
+#include "manager/queueowner.h"
+
+#include "db/databasetestutil.h"
+#include "support/testmanager.h"
+#include "support/testutil.h"
+
+#include <QtTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+using Answer = KilnUtil_UserPrompt::WarnAnswer;
+
+namespace {
+QList<int> NumbersOf(const QList<Taskmill_JobRecord> &jobs)
+{
+    QList<int> numbers;
+    std::ranges::transform(jobs, std::back_inserter(numbers), &Taskmill_JobRecord::JobID);
+    return numbers;
+}
+} // namespace
+
+class TestQueueOwner : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        FailOnQtWarnings();
+        m_manager = std::make_unique<TestManager>();
+        m_manager->NewProject();
+        m_gated = m_manager->AddGatedJobType();
+    }
+
+    void cleanup() { m_manager.reset(); }
+
+    void NeighboursLeaveInTwoPasses()
+    {
+        Taskmill_JobQueue &queue = *m_manager->Destinations().Long().Queue();
+        queue.SetPaused(true);
+        for (int job = 0; job < 3; ++job)
+            SubmitGated(m_manager->Destinations().Long());
+        queue.JobAt(0)->SetStatus(Taskmill_JobStatus::Completed, true);
+        queue.JobAt(1)->SetStatus(Taskmill_JobStatus::Completed, true);
+        m_manager->Destinations().Long().QueueUpdatedSlot();
+        QCOMPARE(Finished(), QList<int>{1});
+        QTRY_COMPARE(Finished(), (QList<int>{1, 2}));
+        QCOMPARE(queue.JobIDs(), QList<int>{3});
+        QCOMPARE(NumbersOf(TestManager::Database().GetFinishedJobs()), (QList<int>{1, 2}));
+        QCOMPARE(LongRows(), QList<int>{3});
+    }
+
+    void RemovalAsksAndDeletesTheRows()
+    {
+        for (int job = 0; job < 12; ++job)
+            SubmitGated(m_manager->Destinations().Long());
+        QList<int> all = m_manager->Destinations().Long().Jobs().JobIDs();
+        QVERIFY(!m_manager->Destinations().Long().RemoveSelectedJobs({1, 99}));
+        QVERIFY(m_manager->prompt.asked.isEmpty());
+        QVERIFY(!m_manager->Destinations().Long().RemoveSelectedJobs(all));
+        const QString question = m_manager->prompt.asked.first().text;
+        QVERIFY(question.startsWith(u"Are you sure you want to remove the following 12 selected jobs from "
+                                    "the Long Jobs Queue?\n\njob 1\njob 2\n"_s));
+        QVERIFY(question.endsWith(u"\njob 10\n... 2 more ..."_s));
+        m_manager->prompt.answers = {Answer::Yes, Answer::Cancel};
+        QVERIFY(!m_manager->Destinations().Long().RemoveSelectedJobs(all));
+        QCOMPARE(LongRows(), all);
+
+        // The one that runs may stay.
+        all.removeOne(7);
+        m_manager->prompt.answers = {Answer::Yes, Answer::No};
+        QVERIFY(m_manager->Destinations().Long().RemoveSelectedJobs(all));
+        QCOMPARE(m_manager->Destinations().Long().Jobs().JobIDs(), (QList<int>{1, 7}));
+        QCOMPARE(LongRows(), (QList<int>{1, 7}));
+        QVERIFY(Finished().isEmpty());
+
+        // A killed job is recorded once, and the next one runs in its place.
+        TestManager::Release(m_manager->Path(u"7.in"_s));
+        m_manager->prompt.answers = {Answer::Yes, Answer::Yes};
+        QVERIFY(m_manager->Destinations().Long().RemoveJob(1));
+        QTRY_COMPARE(Finished(), (QList<int>{1, 7}));
+        const auto rows = TestManager::Database().GetFinishedJobs();
+        QCOMPARE(NumbersOf(rows), (QList<int>{1, 7}));
+        QCOMPARE(rows[0].Status, Taskmill_JobStatus::Killed);
+        QCOMPARE(rows[1].Status, Taskmill_JobStatus::Completed);
+        QVERIFY(LongRows().isEmpty());
+    }
+
+    void RowsThatStayAreReported()
+    {
+        for (int job = 0; job < 2; ++job)
+            SubmitGated(m_manager->Destinations().Long());
+        QVERIFY(m_manager->FinishedJobs().AddJob(SampleJob(m_gated, 9)));
+        RefuseWrites(TestManager::Database(), true);
+        m_manager->Destinations().Long().RemoveNow({2});
+        m_manager->FinishedJobs().Remove({0});
+        m_manager->JobTypes().RemoveAll();
+        const auto reports = [this] {
+            QStringList texts;
+            for (const auto &asked : m_manager->prompt.asked)
+                texts += asked.text.section(u'\n', 2, 2);
+            return texts;
+        };
+        QTRY_COMPARE(reports(), (QStringList{SampleJob(m_gated, 9).Name, m_gated.Name, u"job 2"_s}));
+        QVERIFY(m_manager->JobTypes().Names().contains(m_gated.Name));
+        RefuseWrites(TestManager::Database(), false);
+        QCOMPARE(LongRows(), (QList<int>{1, 2}));
+    }
+
+    void NoneThatIsRemovedStarts_data()
+    {
+        QTest::addColumn<QList<int>>("removed");
+        QTest::addColumn<QList<Answer>>("answers");
+        QTest::addColumn<QList<int>>("left");
+        QTest::addColumn<QList<int>>("killed");
+        const QList<int> running{1, 2, 3};
+        const QList<int> waiting{4, 5, 6, 7};
+        QTest::newRow("waiting") << waiting << QList{Answer::Yes} << running << QList<int>{};
+        QTest::newRow("No") << running + waiting << QList{Answer::Yes, Answer::No} << running << QList<int>{};
+        QTest::newRow("Yes") << running + QList{4, 6} << QList{Answer::Yes, Answer::Yes} << QList{5, 7}
+                             << QList{3, 2, 1};
+    }
+
+    /// A slot is free for one more job than run.
+    void NoneThatIsRemovedStarts()
+    {
+        QFETCH(const QList<int>, removed);
+        QFETCH(const QList<int>, left);
+        QFETCH(const QList<int>, killed);
+        QFETCH(const QList<Answer>, answers);
+        Taskmill_JobQueue &queue = *m_manager->Destinations().Long().Queue();
+        queue.SetMaxRunningJobs(2);
+        for (int job = 0; job < 7; ++job)
+            SubmitGated(m_manager->Destinations().Long());
+        queue.SetMaxRunningJobs(4);
+        m_manager->prompt.answers = answers;
+        QVERIFY(m_manager->Destinations().Long().RemoveSelectedJobs(removed));
+        QCOMPARE(queue.JobIDs(), left);
+        QCOMPARE(LongRows(), left);
+        QCOMPARE(Finished(), killed);
+        QCOMPARE(queue.JobAt(0)->Status(), Taskmill_JobStatus::Running);
+    }
+
+private:
+    /// A job that runs until its input file, such as 1.in, is released.
+    void SubmitGated(Taskmill_QueueOwner &owner)
+    {
+        const int jobID = m_manager->JobNumbers().LastID() + 1;
+        owner.Submit(m_manager->NewJob(m_gated, m_manager->InputFile(u"%1.in"_s.arg(jobID))));
+    }
+
+    [[nodiscard]] QList<int> Finished() const { return NumbersOf(m_manager->FinishedJobs().Jobs()); }
+    [[nodiscard]] static QList<int> LongRows() { return NumbersOf(TestManager::Database().GetLongJobs()); }
+
+    std::unique_ptr<TestManager> m_manager;
+    Taskmill_JobType m_gated;
+};
+
+QTEST_GUILESS_MAIN(TestQueueOwner)
+#include "test_queueowner.moc"
