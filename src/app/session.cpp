@@ -3,7 +3,6 @@
 #include "console/console.h"
 #include "console/consoleprompt.h"
 #include "jobs/runmode.h"
-#include "kilnutil/computerdata.h"
 #include "kilnutil/error.h"
 #include "ui/appwindow.h"
 
@@ -42,8 +41,7 @@ bool Taskmill_Session::Initialise()
         return false;
     if (m_window)
         m_window->ShowTrayIcon();
-    m_server.Listen(Taskmill_IsGuiMode() ? KilnUtil_ComputerData::TaskmillGUIPortNumber()
-                                         : KilnUtil_ComputerData::TaskmillConsolePortNumber());
+    m_server.Listen(Taskmill_ServerPort());
     return true;
 }
 

@@ -1,5 +1,7 @@
 #include "jobs/runmode.h"
 
+#include "kilnutil/computerdata.h"
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -29,4 +31,10 @@ bool Taskmill_IsGuiMode()
 QString Taskmill_ServerName()
 {
     return Taskmill_IsConsoleMode() ? u"TaskmillConsole"_s : u"TaskmillGUI"_s;
+}
+
+quint16 Taskmill_ServerPort()
+{
+    return Taskmill_IsConsoleMode() ? KilnUtil_ComputerData::TaskmillConsolePortNumber()
+                                    : KilnUtil_ComputerData::TaskmillGUIPortNumber();
 }

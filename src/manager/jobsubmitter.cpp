@@ -91,8 +91,7 @@ Taskmill_JobRecord JobOfThisUser(const Taskmill_JobType &jobType, const QString 
     job.ClientName = KilnUtil_ComputerData::HostName();
     job.ClientAppName = Taskmill_ServerName();
     job.ClientAddress = u"127.0.0.1"_s;
-    job.ClientPort = Taskmill_IsConsoleMode() ? KilnUtil_ComputerData::TaskmillConsolePortNumber()
-                                              : KilnUtil_ComputerData::TaskmillGUIPortNumber();
+    job.ClientPort = Taskmill_ServerPort();
     job.ClientUID = KilnUtil_ComputerData::UID();
     job.ClientGID = KilnUtil_ComputerData::GID();
     job.InputFilePath = inputFile;
@@ -301,8 +300,6 @@ QList<int> Taskmill_JobSubmitter::SubmitFiles(const QStringList &files, Taskmill
 /// Once for each reason, not for each file.
 void Taskmill_JobSubmitter::Report(const RefusedFiles &refused)
 {
-    if (!Taskmill_IsGuiMode())
-        return;
     for (const auto &[reason, files] : refused.asKeyValueRange()) {
         const bool isForTheFiles = reason == fileIsGone || reason == noTypeChosen;
         KilnUtil_Error::ReportError(isForTheFiles ? u"Submit Jobs"_s : u"Invalid Job Type"_s,

@@ -332,7 +332,7 @@ void TestAppWindow::AsksAboutTheJobsOfTheLastSession()
         place.prompt.texts = {project};
         place.appWindow.SystemTrayQuitSlot();
     }
-    QVERIFY(QDir{}.mkdir(state.filePath(u"taskmill"_s)));
+    QVERIFY(QDir{}.mkpath(state.filePath(u"taskmill"_s)));
     const QString spare = WriteTestFile(state.filePath(u"taskmill/taskmill-spare-x.mill"_s), "x");
     // Saved again it waits as before.
     const QList<std::pair<WarnAnswer, QString>> outcomes{{WarnAnswer::No, u"Pending"_s},

@@ -55,7 +55,6 @@ private Q_SLOTS:
         m_manager->Destinations().Long().Queue()->SetPaused(true);
         m_manager->Destinations().Short().Queue()->SetPaused(true);
         m_dialog = {};
-        m_manager->Submitter().SetSubmitDialog(&m_dialog);
         QVERIFY(QDir::setCurrent(m_manager->directory.path()));
     }
 
@@ -322,7 +321,7 @@ private:
 
     void UseDialog(const std::optional<Taskmill_SubmitChoice> &answer)
     {
-        Taskmill_SetRunMode(Taskmill_RunMode::Gui);
+        m_manager->Submitter().SetSubmitDialog(&m_dialog);
         m_dialog.Answer = answer;
     }
 
