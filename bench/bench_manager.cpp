@@ -1,5 +1,5 @@
-// Measures a manager in console mode on whole roads, from outside: start, memory, idleness, submissions and
-// the turn-round of jobs, against plain system calls and other spoolers in the same run.
+// Measures a manager in console mode on whole lives of jobs, from outside: start, memory, idleness,
+// submissions and the turn-round of jobs, against plain system calls and other spoolers in the same run.
 
 #include "manager.h"
 #include "report.h"
@@ -52,7 +52,7 @@ double TurnRoundMs(int jobs)
 
 void MeasureTurnRound(Bench::Report &report, const Bench::RivalTimes &tsp, const Bench::RivalTimes &nq)
 {
-    report.Title("Turn-round of a job through one slot, its client being told");
+    report.Title("Turn-round of a job through one slot, with its notification");
     const int jobs = report.Quick() ? 300 : 1000;
     QList<double> bare;
     QList<double> ours;

@@ -1,5 +1,5 @@
-// Measures what depends on how much a manager holds: how soon the next job starts and a client is told, and
-// what a submission and a completion cost with ever more waiting and finished jobs.
+// Measures what depends on how much a manager holds: how soon the next job starts and a client is notified,
+// and what a submission and a completion cost with ever more waiting and finished jobs.
 
 #include "manager.h"
 #include "report.h"
@@ -59,7 +59,7 @@ void MeasureLatency(Bench::Report &report, Manager::Mode mode, int waiting)
     report.Add(where + "end to notification", Bench::Median(toNotification), "ms", 5);
 }
 
-/// A project with so many waiting and so many finished jobs, whose client is told at the port.
+/// A project with so many waiting and so many finished jobs, whose client is notified at the port.
 void MakeProject(const QString &path, int jobs, const QByteArray &inputFile, quint16 port)
 {
     auto &manager = Taskmill_Database_Manager::Global();

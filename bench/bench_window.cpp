@@ -77,7 +77,7 @@ QList<Taskmill_JobRecord> Jobs(int count, Taskmill_JobStatus status)
     return jobs;
 }
 
-/// One turn of the event loop, with what the toolkit itself finds to be painted.
+/// One turn of the event loop, with what Qt itself finds to be painted.
 void Turn()
 {
     QCoreApplication::processEvents();

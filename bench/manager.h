@@ -38,7 +38,7 @@ public:
     /// Types a command at the console.
     void Type(const QByteArray &command);
 
-    /// The request of a job; with a port, its client is told of the end there.
+    /// The request of a job; with a port, its client is notified of the end there.
     [[nodiscard]] static QByteArray Request(const QByteArray &file, quint16 notificationPort = 0);
     /// The same of a job that runs /bin/true.
     [[nodiscard]] QByteArray TrueRequest(quint16 notificationPort = 0) const;

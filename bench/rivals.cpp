@@ -10,7 +10,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// How a spooler is told to take a job, and to wait until it has none.
+/// How a spooler is made to take a job, and to wait until it has none.
 struct Spooler
 {
     QByteArray Program;

@@ -43,7 +43,7 @@ function(taskmill_executable name)
     endif()
 endfunction()
 
-# What the file manager of Windows tells of a program; nothing on other systems.
+# What the file manager of Windows shows of a program; nothing on other systems.
 function(taskmill_version_resource target description)
     if(WIN32)
         set(PROGRAM_FILE ${target}.exe)

@@ -50,7 +50,7 @@ void WriteMessage(QtMsgType type, const QMessageLogContext &, const QString &mes
     } else {
         KilnUtil_StandardStreams::Write(stderr, QLatin1StringView{PrefixOf(type)} + u' ' + message + u'\n');
     }
-    // The toolkit ends the program after a fatal message.
+    // Qt ends the program after a fatal message.
     if (type == QtFatalMsg)
         CloseLog();
 }

@@ -2,7 +2,7 @@
 
 #include <QStringList>
 
-/// The debug log: receives every message of the toolkit and of the program, in a file or on standard error.
+/// The debug log: receives every message of Qt and of the program, in a file or on standard error.
 /// There is one for the process.
 class Taskmill_DebugLog
 {

@@ -16,7 +16,7 @@ void PrepareStandardStreams();
 
 /// Whether windows may be shown; `arguments` may name a platform of their own.
 [[nodiscard]] bool HasDisplay(const QStringList &arguments);
-/// The toolkit's platforms to try one after another where a display is named, which may yet be out of reach;
+/// Qt's platforms to try one after another where a display is named, which may yet be out of reach;
 /// an empty text when somebody has chosen one, or the system has only one.
 [[nodiscard]] QByteArray PlatformsToTry(const QStringList &arguments);
 

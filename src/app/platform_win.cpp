@@ -87,7 +87,7 @@ void Reconnect(DWORD which, FILE *stream, const char *name, const char *mode)
 {
     if (!IsRedirected(GetStdHandle(which))) {
         // The secure variant would not share the console with the other streams and programs. The run-time
-        // library of a program without a console does not tell the system of the new handle.
+        // library of a program without a console does not give the system the new handle.
         if (std::freopen(name, mode, stream))
             SetStdHandle(which, reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream))));
     }
@@ -129,11 +129,11 @@ bool Taskmill_Platform::OpenConsole()
 
 void Taskmill_Platform::ReconnectStreams()
 {
-    // A console tells its mode only to who may read from it.
+    // A console returns its mode only to a handle that may read from it.
     Reconnect(STD_OUTPUT_HANDLE, stdout, "CONOUT$", "w+");
     Reconnect(STD_INPUT_HANDLE, stdin, "CONIN$", "r");
     Reconnect(STD_ERROR_HANDLE, stderr, "CONOUT$", "w+");
-    // Otherwise the toolkit's warnings go to the debugger when standard error is redirected. The jobs do not
+    // Otherwise Qt's warnings go to the debugger when standard error is redirected. The jobs do not
     // inherit this: their environment was taken before.
     qputenv("QT_FORCE_STDERR_LOGGING", "1");
 }

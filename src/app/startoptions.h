@@ -26,7 +26,7 @@ struct Taskmill_StartOptions
     [[nodiscard]] static Taskmill_StartOptions Parse(const QStringList &arguments);
 };
 
-/// What the other arguments, seen by the toolkit's list, make of the start.
+/// What the other arguments, in Qt's list of them, make of the start.
 struct Taskmill_FileArgument
 {
     enum class Outcome

@@ -43,7 +43,7 @@ constexpr int exitUsageShown = 3;
 constexpr unsigned long detachedCopyWaitMs = 500;
 constexpr int makersApplicationID = 6;
 
-/// argv as the toolkit wants it: a copy that lives as long as the application, to which options can be added.
+/// argv as Qt wants it: a copy that lives as long as the application, to which options can be added.
 class Arguments
 {
 public:
@@ -125,7 +125,7 @@ void SetPaths()
 {
     const QString directory = QCoreApplication::applicationDirPath();
     KilnUtil_FileSys::m_appDirPath = directory;
-    // Our own directories come first; without the toolkit's the database driver would not be found.
+    // Our own directories come first; without those of Qt the database driver would not be found.
     QStringList libraryPaths{directory, directory + u"/plugins"_s};
     libraryPaths += QCoreApplication::libraryPaths();
     libraryPaths.removeDuplicates();
@@ -149,7 +149,7 @@ void ForgetPaths()
 /// That which runs; nullptr when none does.
 Taskmill_Session *sessionAtExit = nullptr;
 
-/// The toolkit ends the process like this when the display is gone.
+/// Qt ends the process like this when the display is gone.
 void SaveAtExit()
 {
     if (sessionAtExit)

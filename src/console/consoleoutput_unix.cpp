@@ -13,7 +13,7 @@ namespace {
 constexpr int roundMs = 1000;
 constexpr int crowdedRoundMs = 20;
 constexpr int longestEndMs = 500;
-/// Small, for writing must not begin to wait after poll() has told that there is room.
+/// Small, for writing must not begin to wait after poll() has reported room.
 constexpr qsizetype pieceBytes = 512;
 
 /// A pipe or a terminal once more, so that writing to it never waits; the descriptor that other programs
@@ -79,7 +79,7 @@ Taskmill_InterruptibleOutput::Waited Taskmill_InterruptibleOutput::Wait(bool als
         timeoutMs = static_cast<int>(std::min<qint64>(timeoutMs, m_end.remainingTime()));
     std::array<pollfd, 2> waited{{{m_wakePipe.Descriptor(), POLLIN, 0}, {m_descriptor, POLLOUT, 0}}};
     const int count = poll(waited.data(), alsoDescriptor ? 2 : 1, timeoutMs);
-    // Of a descriptor that cannot be written to, writing tells.
+    // A descriptor that cannot be written to makes the writing fail.
     if (count > 0 && waited[1].revents != 0)
         return Waited::Ready;
     if (count > 0)

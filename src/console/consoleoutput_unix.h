@@ -9,7 +9,7 @@
 #include <atomic>
 #include <functional>
 
-/// Writes the console's text to a descriptor that perhaps nobody reads. One thread writes; it can be told to
+/// Writes the console's text to a descriptor that perhaps nobody reads. One thread writes; it can be made to
 /// stop waiting for the reader.
 class Taskmill_InterruptibleOutput
 {

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-/// What a manager tells of a job that has ended.
+/// What a manager reports of a job that has ended.
 struct Taskmill_CtlNotification
 {
     std::string Text; ///< lines key=value
@@ -18,7 +18,7 @@ struct Taskmill_CtlNotification
     [[nodiscard]] std::string Value(const std::string &key) const;
 };
 
-/// Listens on a port of its own for what managers tell; each comes over a connection of its own.
+/// Listens on a port of its own for notifications of managers; each comes over a connection of its own.
 class Taskmill_CtlNotifications
 {
 public:

@@ -12,7 +12,7 @@
 namespace {
 constexpr std::chrono::seconds connectWait{30};
 constexpr std::chrono::seconds sendWait{30};
-constexpr std::chrono::seconds quietWait{1}; ///< for an answer, before the user is told what is waited for
+constexpr std::chrono::seconds quietWait{1}; ///< for an answer, before the user is shown what is waited for
 constexpr std::chrono::seconds restWait{2};  ///< for the lines behind the first one of an answer
 constexpr std::chrono::hours longest{24};    ///< then one looks again
 constexpr std::chrono::milliseconds probeInterval{2000}; ///< between looks after a manager that is waited for
@@ -20,7 +20,7 @@ constexpr std::size_t longestAnswer = 1'048'576;
 
 std::string ClientAppName(std::size_t index)
 {
-    // The notification holds no job number; this name tells to which request it belongs.
+    // The notification holds no job number; this name shows to which request it belongs.
     return "taskmillctl-" + std::to_string(Taskmill_CtlPlatform::ProcessID()) + '-' +
            std::to_string(index + 1);
 }
@@ -59,8 +59,8 @@ std::string EndText(const Taskmill_CtlNotification &notification)
     const std::string status = notification.Value("jobstatus");
     const std::string exitCode = notification.Value("jobexitcode");
     // Who was killed did not choose the code.
-    const bool tells = status != "killed" && !exitCode.empty() && exitCode != "0";
-    return tells ? status + ", exit code " + exitCode : status;
+    const bool hasExitCode = status != "killed" && !exitCode.empty() && exitCode != "0";
+    return hasExitCode ? status + ", exit code " + exitCode : status;
 }
 } // namespace
 
@@ -251,7 +251,7 @@ void Taskmill_Submission::WaitForJobs()
     }
 }
 
-/// A manager that ends tells of the jobs it kills at the last moment: what it sent is read before the second
+/// A manager that ends reports the jobs it kills at the last moment: what it sent is read before the second
 /// probe.
 bool Taskmill_Submission::ManagerHasEnded()
 {
@@ -267,7 +267,8 @@ bool Taskmill_Submission::AllEnded() const
 
 void Taskmill_Submission::TakeNotifications()
 {
-    std::ranges::for_each(m_notifications.Take(), [this](const auto &told) { TakeNotification(told); });
+    std::ranges::for_each(m_notifications.Take(),
+                          [this](const auto &notification) { TakeNotification(notification); });
 }
 
 void Taskmill_Submission::TakeNotification(const Taskmill_CtlNotification &notification)

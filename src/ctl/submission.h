@@ -27,7 +27,7 @@ private:
     struct Request
     {
         std::vector<Taskmill_CtlJob> Jobs;
-        std::size_t Notified = 0; ///< may run ahead: an end can be told before the answer has arrived
+        std::size_t Notified = 0; ///< may run ahead: a notification can come before the answer
     };
 
     [[nodiscard]] bool SubmitNext();

@@ -93,7 +93,7 @@ public:
     bool DeleteFinishedJobs(const QList<qint32> &jobIDs);
 
     /// All rows in table order. A row whose job type was deleted gets a type without a name, made of what the
-    /// row itself tells. Finished jobs have the program and the command line that ran.
+    /// row itself says. Finished jobs have the program and the command line that ran.
     [[nodiscard]] QList<Taskmill_JobRecord> GetLongJobs();
     [[nodiscard]] QList<Taskmill_JobRecord> GetShortJobs();
     [[nodiscard]] QList<Taskmill_JobRecord> GetQueuelessJobs();

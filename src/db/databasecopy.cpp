@@ -181,7 +181,7 @@ int LoadOrSaveDb(sqlite3 *database, const char *fileName, int isSave, QString *r
     QString problem;
     const int result = isSave ? Save(database, path) : Load(database, path, problem);
     if (result != SQLITE_OK)
-        // The user is told by whoever wanted it.
+        // Whoever wanted it reports it to the user.
         qInfo("Cannot %s %s: %s. %ls", isSave ? "save" : "load", fileName, sqlite3_errstr(result),
               qUtf16Printable(problem));
     if (reason)

@@ -16,7 +16,7 @@ class Taskmill_DatabaseStatements
 public:
     using TextMaker = std::function<QString()>;
 
-    /// The statement of that name; `makeText` tells its text when it is not prepared yet. nullptr when it
+    /// The statement of that name; `makeText` returns its text when it is not prepared yet. nullptr when it
     /// cannot be prepared.
     [[nodiscard]] QSqlQuery *Find(const QSqlDatabase &connection, const QString &name,
                                   const TextMaker &makeText);

@@ -235,7 +235,7 @@ private:
         // "opt freq" is two steps, and the first one alone is not what was asked for.
         if (m_isOptimisation && m_isFrequency && !m_hasFrequencies)
             return;
-        // The criterion was not met, but the program was told to take it.
+        // The criterion was not met, but the input asks the program to accept it.
         if (Scf() == false)
             SetScf(std::nullopt);
         EndNormally(text);

@@ -73,7 +73,7 @@ void KilnUtil_HelpContentsPanel::MakeResults()
 
 void KilnUtil_HelpContentsPanel::KeepSelectionVisible()
 {
-    // The page usually has the focus, and the list is to tell which one it is all the same.
+    // The page usually has the focus, and the list is to show which one it is all the same.
     QPalette colours = palette();
     for (const auto role : {QPalette::Highlight, QPalette::HighlightedText})
         colours.setBrush(QPalette::Inactive, role, colours.brush(QPalette::Active, role));

@@ -212,7 +212,7 @@ void KilnUtil_HelpDialog::PageChosenSlot(const QString &filePath, const QString 
 void KilnUtil_HelpDialog::SourceChangedSlot(const QUrl &source)
 {
     Tell({});
-    // The browser itself still tells the page before.
+    // The browser itself still returns the page before.
     m_contents->SetCurrentPage(source.toLocalFile());
     const QString home = m_pages.TitleOf(m_pages.HomePath());
     const QString page = m_browser->documentTitle();

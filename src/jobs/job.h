@@ -49,8 +49,8 @@ public:
     /// The notifier, which reaches the job's client, outlives the job.
     bool Start(Taskmill_Notifier &notifier);
 
-    /// Ends a running job and everything it started; it is Killed, and its client told, when this returns.
-    /// False, and nothing done, for a job that does not run.
+    /// Ends a running job and everything it started; it is Killed, and its client notified, when this
+    /// returns. False, and nothing done, for a job that does not run.
     bool Kill(Taskmill_ProcessInspector &inspector);
 
     /// Takes over what the process has written so far and returns it.

@@ -66,7 +66,7 @@ protected:
     [[nodiscard]] virtual bool IsToBeHeld(const Taskmill_JobRecord &) const { return false; }
     /// Lets the held jobs among these run again.
     void ReleaseJobs(const QList<Taskmill_Job *> &jobs);
-    /// Starts what may start now and tells that the list has changed.
+    /// Starts what may start now and reports that the list has changed.
     virtual void Update() = 0;
     /// A start that fails leaves the job Running without a process, where it counts against a limit.
     void StartJob(Taskmill_Job &job) const;

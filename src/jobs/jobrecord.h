@@ -44,7 +44,7 @@ struct Taskmill_JobRecord
     Taskmill_JobTime Finished;
     qint32 JobID = 0;
     Taskmill_PlaceholderValues PlaceholderValues;
-    /// The command line as a project file tells it; empty for a job that has not been read from one as
+    /// The command line as a project file stores it; empty for a job that has not been read from one as
     /// finished, or whose job type is still there to make it from.
     QString RecordedCommandLine;
 

@@ -21,7 +21,7 @@ struct Taskmill_JobType
 
     bool operator==(const Taskmill_JobType &) const = default;
 
-    /// An empty record stands for "no such job type". Never told by the key: 0 is a real one.
+    /// An empty record stands for "no such job type". The key does not show it: 0 is a real one.
     [[nodiscard]] bool IsEmpty() const { return Name.isEmpty(); }
     /// Whether a job may be made from this type: named, its executable a file that exists, "@EXEFILE" in the
     /// template.

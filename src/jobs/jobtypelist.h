@@ -18,7 +18,7 @@ public:
     explicit Taskmill_JobTypeList(Taskmill_JobStore &store, QObject *parent = nullptr);
 
     /// Appends a copy and inserts the record into the open store, which writes its key into `jobType` only;
-    /// then the list is read back from the store and the views are told.
+    /// then the list is read back from the store and the views are notified.
     void Add(Taskmill_JobType &jobType);
     /// Removes every equal entry, and its row from the open store. A row that cannot be removed stays in the
     /// list, which is reported to the user, as in RemoveAll().
@@ -27,8 +27,8 @@ public:
     void RemoveAll();
     /// Empties the list; the store keeps its rows.
     void Clear();
-    /// Replaces the list by the records of the open store; leaves it when none is open. The views are told
-    /// when that changed the list, so they may call it while they refresh.
+    /// Replaces the list by the records of the open store; leaves it when none is open. The views are
+    /// notified when that changed the list, so they may call it while they refresh.
     void Refresh();
 
     [[nodiscard]] QList<Taskmill_JobType> GetAll() const;

@@ -12,8 +12,8 @@ namespace {
 // The ports are asked for at every job.
 void WarnOnce(const std::string &message)
 {
-    static std::set<std::string> told;
-    if (told.insert(message).second)
+    static std::set<std::string> warned;
+    if (warned.insert(message).second)
         qWarning("%s", message.c_str());
 }
 } // namespace

@@ -16,7 +16,7 @@ namespace {
 QHash<qint64, HANDLE> jobObjects;
 std::mutex mutex; // a console's closing arrives on a thread of its own
 
-/// The process that was started last, held up before its first instruction. The toolkit owns it.
+/// The process that was started last, held up before its first instruction. Qt owns it.
 const PROCESS_INFORMATION *heldProcess = nullptr;
 
 HANDLE MakeJobObject(HANDLE process)

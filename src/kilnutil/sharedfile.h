@@ -11,7 +11,7 @@ class QString;
 namespace KilnUtil_SharedFile {
 struct Status
 {
-    quint64 device = 0; ///< device and number together tell one file from another
+    quint64 device = 0; ///< device and number together distinguish one file from another
     quint64 number = 0;
     qint64 size = 0;     ///< bytes
     qint64 modified = 0; ///< only good for comparing with an earlier value

@@ -9,7 +9,7 @@ QStringList SplitQuoted(const QString &text)
     QStringList arguments;
     std::optional<QString> argument; // set once an argument has begun, so that "" counts as one
     bool inQuotes = false;
-    qsizetype backslashes = 0; // read but not taken yet: what they mean is told by the character after them
+    qsizetype backslashes = 0; // read but not taken yet: what they mean depends on the character after them
     const auto append = [&argument](const QString &piece) {
         if (!argument)
             argument.emplace();

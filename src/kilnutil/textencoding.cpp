@@ -33,7 +33,7 @@ QString KilnUtil_TextEncoding::FromUtf8OrLatin1(QByteArrayView bytes)
         return QString::fromLatin1(bytes);
     if (whole.size() == bytes.size())
         return text;
-    // Only other characters outside ASCII tell the half of a last UTF-8 character from one of Latin-1.
+    // Only other characters outside ASCII distinguish the half of a last UTF-8 character from one of Latin-1.
     return text.size() < whole.size() ? text + QChar{QChar::ReplacementCharacter}
                                       : QString::fromLatin1(bytes);
 }

@@ -27,6 +27,6 @@ public:
     [[nodiscard]] virtual QByteArray Read(qint64 offset, qint64 count) = 0;
     /// Looks for what has changed since the last call.
     virtual Change Refresh() = 0;
-    /// What the user should know about the source; empty when there is nothing to tell.
+    /// What the user should know about the source; empty when there is nothing to say.
     [[nodiscard]] virtual QString StateText() const = 0;
 };

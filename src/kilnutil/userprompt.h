@@ -23,8 +23,9 @@ struct KilnUtil_OpenFilesAnswer
     int NameFilter = 0; ///< position of the filter that was in force at the end
 };
 
-/// Everything the program asks or tells the user directly goes through this seam: the window shows boxes, the
-/// console prints lines, tests answer from a script. The object in force is set with KilnUtil_Error.
+/// Everything the program asks the user or shows to the user directly goes through this seam: the window
+/// shows boxes, the console prints lines, tests answer from a script. The object in force is set with
+/// KilnUtil_Error.
 class KilnUtil_UserPrompt
 {
 public:
@@ -65,7 +66,7 @@ public:
     /// A whole number of at least `least`; nothing when the user cancels or cannot be asked.
     virtual std::optional<int> AskNumber(const QString &title, const QString &label, int value,
                                          int least) = 0;
-    /// A box that only tells something, with one button.
+    /// A box that only shows something, with one button.
     virtual void ShowInformation(const QString &title, const QString &text) = 0;
     /// The same for what comes up by itself: nothing waits until the user has read it.
     virtual void ShowNotice(const QString &title, const QString &text) { ShowInformation(title, text); }

@@ -17,7 +17,7 @@ class Taskmill_ProcessThreadSide;
 enum class Taskmill_Kill
 {
     Process,
-    ProcessGroup, ///< ends nothing: the processes that are listed do not tell their group
+    ProcessGroup, ///< ends nothing: a listed process does not say which its group is
     Children,
     ProcessAndChildren,
     ProcessAndParent,
@@ -45,7 +45,7 @@ public:
     ~Taskmill_ProcessWorker() override;
     Q_DISABLE_COPY_MOVE(Taskmill_ProcessWorker)
 
-    /// Lists the processes, or those whose program is one of these executables; ListedSignal() tells them.
+    /// Lists the processes, or those whose program is one of these executables; ListedSignal() has them.
     void List(const std::optional<QStringList> &executables);
     void Kill(const Taskmill_ProcessRecord &process, Taskmill_Kill kill);
 

@@ -223,7 +223,7 @@ bool Taskmill_Project::SaveProject()
             "Do you want to replace it? What the other program wrote is lost then."_s.arg(FilePath()),
             WarnMode::YesNo, WarnAnswer::No) == WarnAnswer::Yes;
     QString path = FilePath().isEmpty() || !mayReplace ? AskForProjectFile() : FilePath();
-    // The program may be told to end while a question stands, and the project is closed then.
+    // A signal may end the program while a question stands, and the project is closed then.
     while (IsOpen() && !path.isEmpty()) {
         if (SaveProjectAs(path))
             return true;

@@ -44,7 +44,7 @@ public:
     /// Writes the project to the file of that name, which becomes its own.
     bool SaveProjectAs(const QString &path);
     /// Writes unsaved changes to the project's own file without asking or reporting anything but to the debug
-    /// log, for a program that is told to end; beside the file when that has changed. False when they could
+    /// log, for a program that ends on a signal; beside the file when that has changed. False when they could
     /// not be written there: they are in a spare file then, which the log names and the next start speaks of,
     /// if any place took it.
     bool SaveUnattended();
@@ -94,7 +94,7 @@ private:
     Taskmill_FinishedJobs &m_finishedJobs;
     Taskmill_Destinations &m_destinations;
 
-    /// What tells that a file is still the one that was read or written.
+    /// What shows that a file is still the one that was read or written.
     struct FileStamp
     {
         QDateTime Modified;

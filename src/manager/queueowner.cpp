@@ -127,7 +127,7 @@ void Taskmill_QueueOwner::Stop()
 
 void Taskmill_QueueOwner::QueueUpdatedSlot()
 {
-    // Removing a job makes the queue tell of its change again.
+    // Removing a job makes the queue report its change again.
     if (m_collecting || m_removing)
         return;
     bool oneIsLeft = false;

@@ -13,7 +13,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 /// A path as it is compared: a maker's folder is the same with and without the full stop at its end. No
-/// regular expressions in here: this runs on a thread of its own, and what the toolkit keeps for them in a
+/// regular expressions in here: this runs on a thread of its own, and what Qt keeps for them in a
 /// thread is used after it was freed when that thread ends in a program built with MinGW.
 QString Normalised(const QString &path)
 {

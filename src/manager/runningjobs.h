@@ -40,7 +40,7 @@ public:
     /// to fit a terminal of so many columns.
     [[nodiscard]] QString ListingText(const QList<Taskmill_ProcessRecord> &processes, int width = 0);
 
-    /// Reads the processes afresh on another thread; RefreshedSignal() tells when it is done. While a reading
+    /// Reads the processes afresh on another thread; RefreshedSignal() says when it is done. While a reading
     /// is under way, one more follows it, however often this is called. Nothing follows them on its own.
     void RefreshInBackground();
     /// Ends what is asked for on that thread. A refresh in the background that is asked for later shows what

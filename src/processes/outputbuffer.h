@@ -11,7 +11,7 @@
 class KilnUtil_OutputBuffer
 {
 public:
-    /// 64 MiB: SQLite refuses texts above 1,000,000,000 bytes, and a log of that size tells nobody anything.
+    /// 64 MiB: SQLite refuses texts above 1,000,000,000 bytes, and nobody can read a log of that size.
     static constexpr qint64 DefaultCapacity = 64LL * 1024 * 1024;
 
     explicit KilnUtil_OutputBuffer(qint64 capacity = DefaultCapacity);

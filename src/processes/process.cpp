@@ -10,7 +10,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// A pipe with a name is opened only when somebody opens its other end, and the toolkit opens files itself.
+/// A pipe with a name is opened only when somebody opens its other end, and Qt opens files itself.
 bool MayBlockWhenOpened(const QString &path)
 {
     const QFileInfo file{path};
@@ -170,7 +170,7 @@ void KilnUtil_Process::ErrorOccurredSlot(QProcess::ProcessError error)
     FailToStart(ReasonOfFailedStart());
 }
 
-/// The toolkit does not name the file that input or output was to go through.
+/// Qt does not name the file that input or output was to go through.
 QString KilnUtil_Process::ReasonOfFailedStart() const
 {
     if (!m_standardInputPath.isEmpty() && !QFileInfo{m_standardInputPath}.isReadable())

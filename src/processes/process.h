@@ -45,7 +45,8 @@ public:
     /// Output goes to this file, which is truncated, and is not captured.
     void SetStandardOutputFilePath(const QString &path);
 
-    /// Starts the program without waiting. A start that fails is told by FinishedSignal, like any other end.
+    /// Starts the program without waiting. A start that fails is reported by FinishedSignal, like any other
+    /// end.
     void Start();
 
     /// The operating system's number of the running process; 0 when there is none.

@@ -27,7 +27,7 @@ struct Taskmill_ProcessRecord
     QString UserModeTime;
     QString VirtualSize;
     QString WorkingSetSize;
-    QString User; ///< always empty: the listing does not tell it
+    QString User; ///< always empty: the listing does not have it
 
     bool operator==(const Taskmill_ProcessRecord &) const = default;
 
@@ -45,7 +45,7 @@ public:
     virtual ~Taskmill_ProcessInspector() = default;
     Q_DISABLE_COPY_MOVE(Taskmill_ProcessInspector)
 
-    /// Empty when the system does not tell.
+    /// Empty when the system does not say.
     [[nodiscard]] QList<Taskmill_ProcessRecord> ListProcesses();
     /// The same, but given up where the system lets it once an interruption of the calling thread is
     /// requested.

@@ -2,8 +2,8 @@
 
 #include "processes/processinspector.h"
 
-/// Asks Windows itself, for computers without "wmic". What the system does not tell of a process (of those of
-/// other users nearly everything) stays empty; so does ExecutionState, as it does with "wmic".
+/// Asks Windows itself, for computers without "wmic". What the system does not return of a process (of those
+/// of other users nearly everything) stays empty; so does ExecutionState, as it does with "wmic".
 class Taskmill_NativeProcessInspector final : public Taskmill_ProcessInspector
 {
 public:

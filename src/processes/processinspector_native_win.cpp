@@ -16,7 +16,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 constexpr qint64 ticksPerMs = 10'000;               // of 100 ns, as the system counts
-constexpr qint64 msFrom1601To1970 = 11644473600000; // the system's epoch and the toolkit's
+constexpr qint64 msFrom1601To1970 = 11644473600000; // the system's epoch and that of Qt
 
 class Handle
 {
@@ -115,7 +115,7 @@ QByteArray CommandLine(DWORD processID)
     return commandLine.toUtf8();
 }
 
-/// The begin of what the system tells of a process's memory, the whole of which it wants room for.
+/// The begin of what the system returns about a process's memory, the whole of which it wants room for.
 struct VirtualMemory
 {
     SIZE_T peakVirtualSize;

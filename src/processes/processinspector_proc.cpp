@@ -152,7 +152,7 @@ ProcStat ReadStat(int processID)
     return stat;
 }
 
-/// State word and memory of a process as /proc/N/status tells them.
+/// State word and memory of a process from /proc/N/status.
 struct ProcStatus
 {
     QByteArrayView state; ///< such as "sleeping"

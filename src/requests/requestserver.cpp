@@ -113,7 +113,7 @@ bool Taskmill_RequestServer::TakeNext()
 bool Taskmill_RequestServer::TakeAtOnce(Arrival &arrival)
 {
     constexpr qsizetype mostBytes = 65536;
-    // Before anything else: the sooner it is looked, the more can be told.
+    // Before anything else: the sooner one looks, the more can be seen.
     arrival.user = m_gate.UserOf(arrival.socket.Get());
     if (arrival.user == Taskmill_PeerUser::Other) {
         qWarning("A connection of another user is dropped");

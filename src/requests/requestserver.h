@@ -59,7 +59,7 @@ public Q_SLOTS:
     void NewConnectionToServerSlot();
 
 Q_SIGNALS:
-    /// A request was refused because nobody can tell whose it is. Emitted for the first one only; the rest is
+    /// A request was refused because nobody can see whose it is. Emitted for the first one only; the rest is
     /// in the debug log.
     void FirstRefusedSignal(const QString &reason);
 

@@ -14,9 +14,9 @@ public:
     /// The list outlives the model. Without rows until the first Refresh().
     Taskmill_FinishedJobsModel(const Taskmill_FinishedJobs &jobs, QObject *parent);
 
-    /// Brings the rows up to date with the list and tells the views of what differs, no more: their selection
-    /// and their place are kept. Jobs that have been added may wait for that, removals may not: the rows show
-    /// the list itself.
+    /// Brings the rows up to date with the list and reports to the views what differs, no more: their
+    /// selection and their place are kept. Jobs that have been added may wait for that, removals may not: the
+    /// rows show the list itself.
     void Refresh();
 
 protected:

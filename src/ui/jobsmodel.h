@@ -18,8 +18,8 @@ public:
     /// The container outlives the model. Without rows until the first Refresh().
     Taskmill_JobsModel(const Taskmill_JobContainer &jobs, QObject *parent);
 
-    /// Brings the rows up to date with the list and tells the views of what differs, no more: their selection
-    /// and their place are kept.
+    /// Brings the rows up to date with the list and reports to the views what differs, no more: their
+    /// selection and their place are kept.
     void Refresh();
 
     /// The number of the job in a row; -1 when there is no such row.

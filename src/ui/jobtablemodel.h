@@ -33,7 +33,7 @@ protected:
     [[nodiscard]] virtual std::optional<Taskmill_JobTime> TimeOf(qsizetype row, int column) const = 0;
 
     /// Takes rows out of the list behind the table. A view takes so many removals one by one in good time;
-    /// beyond, it is told of a new layout.
+    /// beyond, a new layout is reported.
     template <typename T>
     void TakeOut(const Taskmill_RowRanges &gone, QList<T> &rows)
     {

@@ -197,7 +197,7 @@ bool Taskmill_MainWindow::event(QEvent *event)
     default:
         break;
     }
-    // Nothing tells when the frame is there, but one of the first events comes after it.
+    // No event reports that the frame is there, but one of the first events comes after it.
     if (size() == m_sizeToCentre && frameGeometry() != geometry()) {
         m_sizeToCentre = {};
         KilnUtil_WidgetUtil::CentreOn(this, screen()->availableGeometry());

@@ -98,7 +98,7 @@ Taskmill_NewJobTypeWidget::Taskmill_NewJobTypeWidget(QWidget *parent)
 
 Taskmill_NewJobTypeWidget::~Taskmill_NewJobTypeWidget()
 {
-    // A field that loses the keyboard with the window would still tell that it was edited.
+    // A field that loses the keyboard with the window would still report that it was edited.
     const auto edits = findChildren<QLineEdit *>();
     for (QLineEdit *edit : edits)
         edit->disconnect(this);
@@ -226,7 +226,7 @@ void Taskmill_NewJobTypeWidget::AddButtons(QBoxLayout *layout)
     layout->addLayout(row);
 }
 
-/// The executable and the texts of several lines do not tell of their changes: "Ok" follows with the next
+/// The executable and the texts of several lines do not report their changes: "Ok" follows with the next
 /// change of another field.
 void Taskmill_NewJobTypeWidget::ConnectFields()
 {

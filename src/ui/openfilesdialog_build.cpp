@@ -17,7 +17,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 constexpr int charactersOfAChoice = 18;
 
-/// A key without a mark in the text, which the tool tip tells.
+/// A key without a mark in the text, which the tool tip shows.
 void SetKey(QAbstractButton &button, const QKeySequence &key, const QString &toolTip)
 {
     button.setShortcut(key);

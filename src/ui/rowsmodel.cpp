@@ -10,7 +10,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// Every change that is told makes the view look for the row's new place; beyond this it sorts once.
+/// Every change that is reported makes the view look for the row's new place; beyond this it sorts once.
 constexpr qsizetype mostChangesToldSingly = 16;
 
 /// A block of cells that have changed.

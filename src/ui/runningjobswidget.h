@@ -45,7 +45,7 @@ public Q_SLOTS:
     void RefreshedSlot();
 
 private:
-    /// A job of the manager, told by its number: it may end at any time.
+    /// A job of the manager, known by its number: it may end at any time.
     struct Job
     {
         Taskmill_QueueOwner &owner;
@@ -70,5 +70,5 @@ private:
     QPushButton *m_refresh = nullptr;
     QCheckBox *m_onlyKnown = nullptr;
     QLabel *m_reading = nullptr;
-    QTimer m_readingTimer; ///< a reading that is short is not told of
+    QTimer m_readingTimer; ///< a short reading is not shown
 };

@@ -15,7 +15,7 @@ bool KilnUtil_ProcessSource::Open()
 {
     if (!m_process)
         return false;
-    // Content() tells where the middle of a long output is missing.
+    // Content() says where the middle of a long output is missing.
     Append(m_process->Output().Content());
     m_offset = m_process->Output().TotalSize();
     return true;

@@ -71,7 +71,7 @@ qint64 KilnUtil_TextRowLayout::OffsetOf(int index) const
         return m_begin + index;
     if (index <= 0)
         return m_begin;
-    // The text that is shown has other characters in place of some; the bytes tell the real ones.
+    // The text that is shown has other characters in place of some; the bytes hold the real ones.
     const QString text = QString::fromUtf8(m_bytes);
     const qint64 lead = m_bytes.startsWith(byteOrderMark) ? byteOrderMarkSize : 0;
     return m_begin + lead + QStringView{text}.first(index).toUtf8().size();

@@ -2,7 +2,7 @@
 
 #include "kilnutil/textsource.h"
 
-/// Divides a source into rows without an index: where a row begins can be told from the bytes around it. A
+/// Divides a source into rows without an index: where a row begins can be seen from the bytes around it. A
 /// row is a line with its line feed; a line that is too long for one row is divided, at places that do not
 /// depend on where one looks from.
 class KilnUtil_TextRows

@@ -24,7 +24,7 @@ public:
 
     /// When on, a view that shows the end goes on showing the end while the source grows.
     void SetFollowsEnd(bool follows);
-    /// To be called with what KilnUtil_TextSource::Refresh() has told.
+    /// To be called with what KilnUtil_TextSource::Refresh() has returned.
     void SourceChanged(KilnUtil_TextSource::Change change);
 
     /// Offset of the first row in sight.

@@ -13,6 +13,6 @@ struct KilnUtil_FileOpenData
 
     /// One line, for the settings.
     [[nodiscard]] QString ToText() const;
-    /// What the text does not tell, or tells wrongly, is as in a new record.
+    /// What the text does not say, or says wrongly, is as in a new record.
     [[nodiscard]] static KilnUtil_FileOpenData FromText(const QString &text);
 };

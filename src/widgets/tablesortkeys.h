@@ -52,7 +52,7 @@ private:
 
     std::vector<KilnUtil_TableSortKey> m_keys; ///< by row
     /// Numbers in the order of the keys. The keys of rows with the same head have yet to be compared, which
-    /// touches memory all over, unless the heads tell everything.
+    /// touches memory all over, unless the heads decide everything.
     std::vector<quint64> m_heads;
     bool m_headsTellAll = false;
 };

@@ -9,7 +9,7 @@
 using Proxy = KilnUtil_TableSortProxy;
 
 namespace {
-/// Beyond so many changes at once a view is told of a new order instead of each.
+/// Beyond so many changes at once a new order is reported to the views instead of each.
 constexpr qsizetype mostChangesToldSingly = 100;
 } // namespace
 
@@ -209,16 +209,16 @@ void Proxy::SourceDataChangedSlot(const QModelIndex &topLeft, const QModelIndex 
 void Proxy::TellChangedRows(const QModelIndex &topLeft, const QModelIndex &bottomRight,
                             const QList<int> &roles)
 {
-    const auto tell = [&](int first, int last) {
+    const auto report = [&](int first, int last) {
         Q_EMIT dataChanged(index(first, topLeft.column()), index(last, bottomRight.column()), roles);
     };
     const auto begin = m_viewRows.cbegin() + topLeft.row();
     const auto end = m_viewRows.cbegin() + bottomRight.row() + 1;
     if (end - begin > mostChangesToldSingly) {
         const auto [first, last] = std::minmax_element(begin, end);
-        tell(*first, *last);
+        report(*first, *last);
     } else {
-        std::for_each(begin, end, [&](int row) { tell(row, row); });
+        std::for_each(begin, end, [&](int row) { report(row, row); });
     }
 }
 

@@ -17,8 +17,8 @@ class KilnUtil_TableSortProxy final : public QAbstractProxyModel
 public:
     /// The position of a row's record in its owner's list; comes through from the source model.
     static constexpr int PositionRole = Qt::UserRole + 2;
-    /// What a cell is sorted by. A source model that tells no such value is sorted by what it shows. When it
-    /// tells which roles have changed, this role is among them if the order may have changed.
+    /// What a cell is sorted by. A source model that has no such value is sorted by what it shows. When it
+    /// reports which roles have changed, this role is among them if the order may have changed.
     static constexpr int SortRole = Qt::UserRole + 3;
 
     explicit KilnUtil_TableSortProxy(QObject *parent);

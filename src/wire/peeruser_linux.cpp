@@ -71,7 +71,7 @@ DiagRequest MakeDiagRequest(const Ends &ends)
 }
 
 /// Asks the kernel for the one socket, through a socket of the process that stays open. Nothing when it does
-/// not answer such questions or knows no such socket; its errors do not tell which.
+/// not answer such questions or knows no such socket; its errors do not say which.
 std::optional<SocketOwner> AskKernel(const Ends &ends)
 {
     static const int netlink = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG);

@@ -12,7 +12,7 @@ struct Taskmill_Ports
 };
 
 /// The environment variables TASKMILL_GUI_PORT and TASKMILL_CONSOLE_PORT (1 to 65535) override the usual
-/// ones; `warn` is told of those that are ignored.
+/// ones; `warn` is called for each that is ignored.
 [[nodiscard]] Taskmill_Ports Taskmill_PortsInForce(const std::function<void(const std::string &)> &warn);
 
 /// The port number of a text; 0 when it is none.

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-/// The line that a client sends last when it wants to be told on the same connection what became of its
+/// The line that a client sends last when it wants to hear on the same connection what became of its
 /// request. With it the message is complete, so such a client need neither close its side nor fall silent.
 /// The answer is one line "accepted=" with the numbers of the jobs, separated by blanks, or "refused=" with
 /// the reason.

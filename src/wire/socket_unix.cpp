@@ -105,7 +105,7 @@ Taskmill_Socket Taskmill_Socket::Accept(bool *hasFailed) const
     return descriptor < 0 ? Taskmill_Socket{} : Taskmill_Socket{descriptor};
 }
 
-/// The lowest number that is free is taken, so this one tells how many files are open at least.
+/// The lowest number that is free is taken, so this one shows how many files are open at least.
 bool Taskmill_Socket::IsNearLimit() const
 {
     constexpr rlim_t leastReserve = 16; // two or three starts of a program, and a save

@@ -72,7 +72,7 @@ Taskmill_Socket Taskmill_Socket::Connect(std::uint16_t port, int waitMs)
         return client;
     if (WSAGetLastError() != WSAEWOULDBLOCK)
         return {};
-    // Older systems tell of a refused connection through select() only.
+    // Older systems report a refused connection through select() only.
     fd_set writable;
     fd_set failed;
     FD_ZERO(&writable);

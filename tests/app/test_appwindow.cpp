@@ -274,7 +274,7 @@ void TestAppWindow::DroppedFilesGoToTheListTheyAreDroppedOn()
           "content");
 }
 
-/// Behind the others: no dialog can be run after the event loops have been told to end.
+/// Behind the others: no dialog can be run after the event loops have been asked to end.
 void TestAppWindow::QuitsWhileADialogIsOpen()
 {
     WindowPlace place;

@@ -182,7 +182,7 @@ private Q_SLOTS:
                               "accepted=24\n"};
         const CtlResult result = Run(u"submit --wait water.mop water.mop water.mop"_s);
         QCOMPARE(result.status, 1);
-        // An end may be told before the next answer.
+        // A notification may come before the next answer.
         QByteArrayList lines = result.out.trimmed().split('\n');
         std::ranges::sort(lines);
         QCOMPARE(lines,

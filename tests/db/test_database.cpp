@@ -283,7 +283,7 @@ private Q_SLOTS:
         // There is no key and no job number behind these.
         QVERIFY(!database->InsertFinishedJob(jobs.first(), true));
         QCOMPARE(database->LargestJobID(), 1);
-        // A job whose type is gone has what its row tells.
+        // A job whose type is gone has what its row says.
         const auto waiting = database->GetLongJobs();
         QCOMPARE(waiting.size(), 1);
         QVERIFY(waiting.first().JobType.IsEmpty());

@@ -196,7 +196,7 @@ bool Desktop::Close(const DesktopWindow &window) const
     const auto isGone = [&] {
         return !Find([&](const DesktopWindow &other) { return other.Title == window.Title; });
     };
-    // The window manager may not heed the key yet when the window has only just come.
+    // The window manager may not react to the key yet when the window has only just come.
     return QTest::qWaitFor(
         [&] {
             if (isGone())

@@ -72,8 +72,8 @@ public:
 
     /// Runs the client against this manager.
     [[nodiscard]] CtlResult Ctl(const QStringList &arguments) const;
-    /// Sends one request for a job and returns the manager's answer. The job's end is told to the port unless
-    /// it is 0.
+    /// Sends one request for a job and returns the manager's answer. The job's end is notified to the port
+    /// unless it is 0.
     [[nodiscard]] QByteArray Submit(const QString &jobType, const QString &inputFile,
                                     const QString &queue = {}, quint16 notificationPort = 0) const;
 

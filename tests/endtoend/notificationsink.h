@@ -4,7 +4,8 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 
-/// A client that is told of the ends of jobs: collects the messages whole, in the order in which they ended.
+/// A client that is notified of the ends of jobs: collects the messages whole, in the order in which they
+/// ended.
 class NotificationSink
 {
 public:

@@ -2,7 +2,7 @@
 
 #include <QList>
 
-/// What the system tells of processes, and the orphans that a manager under test may leave behind.
+/// What the system reports of processes, and the orphans that a manager under test may leave behind.
 namespace ProcessTable {
 /// From now on a process whose parent ends becomes a child of this one, so that nothing can get away.
 void AdoptOrphans();

@@ -4,7 +4,7 @@
 #include <QRect>
 #include <QString>
 
-/// A control as the accessibility bus tells of it.
+/// A control as the accessibility bus reports it.
 struct ScreenControl
 {
     QString Role = {};

@@ -110,13 +110,13 @@ void TestJobLifecycle::RunsHundredsOfJobsTwoAtATime()
     QTRY_COMPARE_WITH_TIMEOUT(sink.Count(), jobCount, 60'000);
 
     const ProjectRows rows = SaveAndQuit();
-    // Of each end the client was told once, also at the end of the manager.
+    // The client was notified of each end once, also at the end of the manager.
     QCOMPARE(sink.Values("jobstatus"), QByteArrayList(jobCount, "completed"));
-    QByteArrayList told = sink.Values("jobinputfile");
-    std::ranges::sort(told);
+    QByteArrayList notified = sink.Values("jobinputfile");
+    std::ranges::sort(notified);
     QByteArrayList sortedInputs = inputs;
     std::ranges::sort(sortedInputs);
-    QCOMPARE(told, sortedInputs);
+    QCOMPARE(notified, sortedInputs);
     const QByteArrayList counts = ReadTestFile(Project().Path(u"counts"_s)).trimmed().split('\n');
     QCOMPARE(counts.count("1") + counts.count("2"), jobCount);
     QVERIFY(counts.contains("2"));

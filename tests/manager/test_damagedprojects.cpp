@@ -49,7 +49,7 @@ private:
     void FlipHeader() { m_content[Below(112)] = Byte(); }
     void Cut()
     {
-        // A length in whole pages is not told by the size alone.
+        // A length in whole pages cannot be seen from the size alone.
         const qsizetype size = 600 + Below(m_content.size() - 600);
         m_content.truncate(Below(2) == 0 ? size : qMax(pageSize, size / pageSize * pageSize));
     }
@@ -110,7 +110,7 @@ quint32 NumberFrom(const char *variable, quint32 otherwise)
     return isNumber ? static_cast<quint32>(number) : otherwise;
 }
 
-/// 0 where it cannot be told.
+/// 0 where the system does not say.
 qsizetype OpenDescriptors()
 {
     return QDir{u"/proc/self/fd"_s}.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
@@ -213,7 +213,7 @@ private:
                m_manager->Destinations().Short().ListingText());
         const QList<Taskmill_JobRecord> finished = m_manager->FinishedJobs().Jobs();
         Taskmill_Database &database = TestManager::Database();
-        // Either may be impossible, but must be told by the result alone.
+        // Either may be impossible, but the result alone must say so.
         (void)database.DeleteLongJob(m_manager->Destinations().Long().Jobs().JobIDs().value(0));
         (void)database.InsertFinishedJob(finished.value(0), true);
         if (!database.SaveToFile(copy))

@@ -15,7 +15,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// What Windows itself tells of processes, and their end.
+/// What Windows itself reports of processes, and their end.
 class TestProcessInspectorNative : public QObject
 {
     Q_OBJECT

@@ -161,7 +161,7 @@ private Q_SLOTS:
             QCoreApplication::processEvents();
             QVERIFY(others.AreAbout());
 
-            // Nor can anybody be told from him who does not stay or show the key.
+            // Nor can anybody be distinguished from him who does not stay or show the key.
             QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u"^A request is refused"_s});
             Submit(server, "action=submitjob\njobname=anybody\n");
             const Taskmill_Socket client = Taskmill_Socket::Connect(server.Port(), 30000);

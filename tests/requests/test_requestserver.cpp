@@ -13,7 +13,7 @@ namespace {
 /// Time decides nothing.
 constexpr int forEver = 3'600'000;
 
-/// Answers every request and remembers the job names, which tell the messages of a test apart.
+/// Answers every request and remembers the job names, which distinguish the messages of a test.
 class RecordingHandler final : public Taskmill_RequestHandler
 {
 public:
@@ -192,7 +192,7 @@ private Q_SLOTS:
                 QTRY_COMPARE(CompleteCount(), 2);
                 second->write(Message("second") + askForReply);
                 QTRY_COMPARE(CompleteCount(), 3);
-                // A message that is told of now has to wait too.
+                // A message that comes now has to wait too.
                 m_server->NewConnectionToServerSlot();
                 QCOMPARE(m_handler.Handled, QStringList{u"first"_s});
             } else if (name == "third"_L1) {

@@ -17,7 +17,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// Lists the processes that it is told of, ends none and remembers what it was asked to do.
+/// Lists the processes that it is given, ends none and remembers what it was asked to do.
 class RecordingInspector final : public Taskmill_ProcessInspector
 {
 public:

@@ -64,7 +64,7 @@ private Q_SLOTS:
         QCOMPARE(KilnUtil_Registry::GetRecentOpenStructureFileLists(), (QList<QStringList>{entries, kept}));
     }
 
-    /// Few and many rows at once come, go and change, which is told to the view in different ways.
+    /// Few and many rows at once come, go and change, which is reported to the view in different ways.
     void FollowsEveryChangeOfTheSource()
     {
         QAbstractItemModel &view = *m_table->model();

@@ -8,7 +8,8 @@
 
 class Taskmill_Database;
 
-/// One project file, worked on in memory. Only one may be alive at a time. Every failure is told to the user.
+/// One project file, worked on in memory. Only one may be alive at a time. Every failure is reported to the
+/// user.
 class Taskmill_ProjectFile
 {
 public:
