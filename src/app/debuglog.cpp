@@ -17,6 +17,7 @@ constexpr int everyLine = 7;
 std::mutex mutex;
 std::unique_ptr<QFile> logFile;
 int level = 0;
+QtMessageHandler handlerBefore = nullptr;
 
 const char *PrefixOf(QtMsgType type)
 {
@@ -38,7 +39,7 @@ void CloseLog()
 {
     logFile.reset();
     level = 0;
-    qInstallMessageHandler(nullptr);
+    qInstallMessageHandler(handlerBefore);
 }
 
 void WriteMessage(QtMsgType type, const QMessageLogContext &, const QString &message)
@@ -85,7 +86,7 @@ void Taskmill_DebugLog::TurnOn(const QStringList &arguments)
 {
     if (FollowOption(arguments)) {
         level = everyLine;
-        qInstallMessageHandler(WriteMessage);
+        handlerBefore = qInstallMessageHandler(WriteMessage);
         return;
     }
     // Without the log only what somebody should see reaches standard error.

@@ -4,6 +4,7 @@
 #include "console/consoleprompt.h"
 #include "jobs/runmode.h"
 #include "kilnutil/error.h"
+#include "kilnutil/logging.h"
 #include "ui/appwindow.h"
 
 #include <QApplication>
@@ -65,7 +66,7 @@ void Taskmill_Session::SpeakAtStart()
     }
     const QStringList notices = m_manager.NoticesAtStart(false);
     for (const QString &notice : notices)
-        qWarning("%ls", qUtf16Printable(notice));
+        qCWarning(Taskmill_AppLog, "%ls", qUtf16Printable(notice));
 }
 
 void Taskmill_Session::StartConsole()

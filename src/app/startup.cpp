@@ -11,6 +11,7 @@
 #include "kilnutil/computerdata.h"
 #include "kilnutil/error.h"
 #include "kilnutil/filesys.h"
+#include "kilnutil/logging.h"
 #include "kilnutil/platform.h"
 #include "kilnutil/registry.h"
 #include "kilnutil/standardstreams.h"
@@ -304,6 +305,7 @@ int RunApplication(Arguments &arguments, const Taskmill_StartOptions &options, b
 int Taskmill_Run(int argc, char **argv)
 {
     Taskmill_Platform::PrepareStandardStreams();
+    KilnUtil_Logging::HideOwnCategories();
     // Jobs get the environment and the limits that the manager was started with.
     (void)KilnUtil_Process::StartEnvironment();
     KilnUtil_Platform::RaiseOpenFilesLimit();

@@ -1,5 +1,7 @@
 #include "console/wakepipe_unix.h"
 
+#include "kilnutil/logging.h"
+
 #include <cerrno>
 
 #include <fcntl.h>
@@ -8,7 +10,7 @@
 Taskmill_WakePipe::Taskmill_WakePipe()
 {
     if (pipe2(m_ends.data(), O_CLOEXEC | O_NONBLOCK) != 0)
-        qWarning("The console cannot be woken while it waits");
+        qCWarning(Taskmill_ConsoleLog, "The console cannot be woken while it waits");
 }
 
 Taskmill_WakePipe::~Taskmill_WakePipe()

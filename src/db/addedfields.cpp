@@ -1,5 +1,7 @@
 #include "db/addedfields.h"
 
+#include "kilnutil/logging.h"
+
 #include <QSqlError>
 
 #include <array>
@@ -18,7 +20,7 @@ bool Execute(const QSqlDatabase &connection, const QString &statement)
     QSqlQuery query{connection};
     if (query.exec(statement))
         return true;
-    qWarning("Added fields: %ls", qUtf16Printable(query.lastError().text()));
+    qCWarning(Taskmill_DBLog, "Added fields: %ls", qUtf16Printable(query.lastError().text()));
     return false;
 }
 } // namespace
@@ -110,7 +112,7 @@ bool Taskmill_AddedFields::Set(const QSqlDatabase &connection, Taskmill_FieldOwn
         return false;
     for (const auto &[name, value] : fields.asKeyValueRange()) {
         if (!Taskmill_DatabaseStatements::Run(*insert, {OwnerText(owner), ownerID, name, value})) {
-            qWarning("Added fields: %ls", qUtf16Printable(insert->lastError().text()));
+            qCWarning(Taskmill_DBLog, "Added fields: %ls", qUtf16Printable(insert->lastError().text()));
             return false;
         }
     }

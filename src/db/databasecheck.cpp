@@ -2,6 +2,7 @@
 
 #include "db/addedfields.h"
 #include "db/databaseschema.h"
+#include "kilnutil/logging.h"
 
 #include <QFileInfo>
 #include <QtEndian>
@@ -152,7 +153,7 @@ int CheckPages(sqlite3 *database)
     const int result = ReadTexts(database, u"PRAGMA quick_check(1)"_s, answer);
     if (result != SQLITE_OK || answer == QStringList{u"ok"_s})
         return result;
-    qWarning("Database file: %ls", qUtf16Printable(answer.join(u' ')));
+    qCWarning(Taskmill_DBLog, "Database file: %ls", qUtf16Printable(answer.join(u' ')));
     return SQLITE_CORRUPT;
 }
 

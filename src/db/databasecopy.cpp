@@ -2,6 +2,7 @@
 
 #include "db/databasecheck.h"
 #include "db/databasefile.h"
+#include "kilnutil/logging.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -182,8 +183,8 @@ int LoadOrSaveDb(sqlite3 *database, const char *fileName, int isSave, QString *r
     const int result = isSave ? Save(database, path) : Load(database, path, problem);
     if (result != SQLITE_OK)
         // Whoever wanted it reports it to the user.
-        qInfo("Cannot %s %s: %s. %ls", isSave ? "save" : "load", fileName, sqlite3_errstr(result),
-              qUtf16Printable(problem));
+        qCInfo(Taskmill_DBLog, "Cannot %s %s: %s. %ls", isSave ? "save" : "load", fileName,
+               sqlite3_errstr(result), qUtf16Printable(problem));
     if (reason)
         *reason = problem;
     return result;

@@ -1,5 +1,7 @@
 #include "db/databasefile.h"
 
+#include "kilnutil/logging.h"
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -34,7 +36,7 @@ bool Taskmill_TakeOverPermissions(const QString &path, const QString &other)
     // Another owner can only be kept by the superuser, another group only by its members.
     if (chown(name.constData(), status.st_uid, status.st_gid) != 0 &&
         chown(name.constData(), static_cast<uid_t>(-1), status.st_gid) != 0)
-        qInfo("The owner of %s is not kept", QFile::encodeName(other).constData());
+        qCInfo(Taskmill_DBLog, "The owner of %s is not kept", QFile::encodeName(other).constData());
     return chmod(name.constData(), status.st_mode & 07777) == 0;
 }
 
@@ -44,6 +46,6 @@ bool Taskmill_ReplaceFile(const QString &path, const QString &target)
         return false;
     // The new content stands already; some file systems cannot sync a directory.
     if (!Sync(QFileInfo{target}.absolutePath(), O_RDONLY | O_DIRECTORY))
-        qInfo("Cannot sync the directory of %s", QFile::encodeName(target).constData());
+        qCInfo(Taskmill_DBLog, "Cannot sync the directory of %s", QFile::encodeName(target).constData());
     return true;
 }

@@ -2,6 +2,7 @@
 #include "db/databaseschema.h"
 #include "db/jobfields.h"
 #include "db/recordfields.h"
+#include "kilnutil/logging.h"
 
 #include <QHash>
 #include <QSqlQuery>
@@ -311,7 +312,7 @@ void Taskmill_Database::RemoveOrphanedFields()
                                    numbers(u"QueueID"_s, Taskmill_Table::Queues));
     });
     if (!removed)
-        qWarning("Values without an owner could not be removed");
+        qCWarning(Taskmill_DBLog, "Values without an owner could not be removed");
 }
 
 bool Taskmill_Database::DeleteLongJob(qint32 jobID)

@@ -1,6 +1,7 @@
 #include "jobs/commandline.h"
 
 #include "kilnutil/filesys.h"
+#include "kilnutil/logging.h"
 
 #include <QFile>
 #include <QStringList>
@@ -130,7 +131,7 @@ void Taskmill_ApplyPlaceholders(QString &text, const Taskmill_PlaceholderValues 
         if (count == 0)
             continue;
         if (growth > 0 && count > (longestText - text.size()) / growth) {
-            qWarning("Placeholders left out: their values make the text too long");
+            qCWarning(Taskmill_JobsLog, "Placeholders left out: their values make the text too long");
             return;
         }
         text.replace(placeholder, value, Qt::CaseInsensitive);

@@ -1,6 +1,7 @@
 #include "jobs/jobcontainer.h"
 
 #include "jobs/finishedjobstaker.h"
+#include "kilnutil/logging.h"
 
 #include <QSet>
 
@@ -230,5 +231,5 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job) const
 {
     connect(&job, &Taskmill_Job::JobFinishedSignal, this, &Taskmill_JobContainer::JobFinishedSlot);
     if (!job.Start(m_services.Notifier))
-        qWarning("Job %d: the file for its standard input cannot be written", job.JobID());
+        qCWarning(Taskmill_JobsLog, "Job %d: the file for its standard input cannot be written", job.JobID());
 }

@@ -3,6 +3,7 @@
 #include "jobs/defaultjobtypes.h"
 #include "jobs/jobstore.h"
 #include "kilnutil/error.h"
+#include "kilnutil/logging.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -96,7 +97,8 @@ void Taskmill_JobTypeList::ReportKept(const QStringList &names)
     if (names.isEmpty())
         return;
     ReadBack();
-    qWarning("Job types could not be removed from the project: %ls", qUtf16Printable(names.join(u", "_s)));
+    qCWarning(Taskmill_JobsLog, "Job types could not be removed from the project: %ls",
+              qUtf16Printable(names.join(u", "_s)));
     KilnUtil_Error::ReportError(u"Removing Job Types"_s,
                                 u"The following job types could not be removed from the project:\n\n"_s +
                                     names.join(u'\n'));

@@ -1,5 +1,6 @@
 #include "kilnutil/computerdata.h"
 
+#include "kilnutil/logging.h"
 #include "wire/ports.h"
 
 #include <QSysInfo>
@@ -14,7 +15,7 @@ void WarnOnce(const std::string &message)
 {
     static std::set<std::string> warned;
     if (warned.insert(message).second)
-        qWarning("%s", message.c_str());
+        qCWarning(KilnUtil_UtilLog, "%s", message.c_str());
 }
 } // namespace
 

@@ -1,5 +1,7 @@
 #include "kilnutil/database_foundation.h"
 
+#include "kilnutil/logging.h"
+
 #include <QFileInfo>
 #include <QSqlDriver>
 #include <QSqlError>
@@ -137,7 +139,7 @@ bool KilnUtil_Database_Foundation::Open()
         // Asked first because making a connection of a missing driver warns by itself.
         if (!QSqlDatabase::isDriverAvailable(m_driverName)) {
             m_lastErrorMessage = u"The database driver %1 is not installed"_s.arg(m_driverName);
-            qWarning("%ls", qUtf16Printable(m_lastErrorMessage));
+            qCWarning(KilnUtil_UtilLog, "%ls", qUtf16Printable(m_lastErrorMessage));
             return false;
         }
         m_connectionName = NewConnectionName();
@@ -150,7 +152,8 @@ bool KilnUtil_Database_Foundation::Open()
     if (m_connection.open())
         return true;
     SetLastError(m_connection.lastError());
-    qWarning("Cannot open %ls: %ls", qUtf16Printable(m_description), qUtf16Printable(m_lastErrorMessage));
+    qCWarning(KilnUtil_UtilLog, "Cannot open %ls: %ls", qUtf16Printable(m_description),
+              qUtf16Printable(m_lastErrorMessage));
     return false;
 }
 

@@ -1,6 +1,6 @@
 #include "kilnutil/error.h"
 
-#include <QtDebug>
+#include "kilnutil/logging.h"
 
 namespace {
 /// In force while nobody can be asked: reports reach the debug log, questions count as cancelled.
@@ -10,12 +10,12 @@ public:
     WarnAnswer ReportWarning(const QString &title, const QString &text, WarnMode,
                              WarnAnswer defaultAnswer) override
     {
-        qWarning("%ls: %ls", qUtf16Printable(title), qUtf16Printable(text));
+        qCWarning(KilnUtil_UtilLog, "%ls: %ls", qUtf16Printable(title), qUtf16Printable(text));
         return defaultAnswer;
     }
     void ReportError(const QString &title, const QString &text) override
     {
-        qWarning("%ls: %ls", qUtf16Printable(title), qUtf16Printable(text));
+        qCWarning(KilnUtil_UtilLog, "%ls: %ls", qUtf16Printable(title), qUtf16Printable(text));
     }
     WarnAnswer AskQuestion(const QString &, const QString &, WarnMode mode, WarnAnswer) override
     {
@@ -29,7 +29,7 @@ public:
     std::optional<int> AskNumber(const QString &, const QString &, int, int) override { return std::nullopt; }
     void ShowInformation(const QString &title, const QString &text) override
     {
-        qInfo("%ls: %ls", qUtf16Printable(title), qUtf16Printable(text));
+        qCInfo(KilnUtil_UtilLog, "%ls: %ls", qUtf16Printable(title), qUtf16Printable(text));
     }
     QString AskOpenFileName(const QString &, const QString &, const QString &) override { return {}; }
     QString AskSaveFileName(const QString &, const QString &, const QString &) override { return {}; }

@@ -1,5 +1,6 @@
 #include "kilnutil/platform.h"
 
+#include "kilnutil/logging.h"
 #include "kilnutil/stringutil.h"
 
 #include <QProcess>
@@ -142,8 +143,8 @@ void KilnUtil_Platform::RegisterChild(qint64 processID)
         if (place.compare_exchange_strong(free, static_cast<pid_t>(processID)))
             return;
     }
-    qWarning("Too many running processes: %lld is not known to a forced end",
-             static_cast<long long>(processID));
+    qCWarning(KilnUtil_UtilLog, "Too many running processes: %lld is not known to a forced end",
+              static_cast<long long>(processID));
 }
 
 void KilnUtil_Platform::UnregisterChild(qint64 processID)

@@ -1,5 +1,7 @@
 #include "kilnutil/platform.h"
 
+#include "kilnutil/logging.h"
+
 #include <QHash>
 #include <QList>
 #include <QProcess>
@@ -24,8 +26,8 @@ HANDLE MakeJobObject(HANDLE process)
     const HANDLE jobObject = CreateJobObjectW(nullptr, nullptr);
     if (jobObject && AssignProcessToJobObject(jobObject, process))
         return jobObject;
-    qWarning("Programs started by process %lu will not be ended with it: error %lu", GetProcessId(process),
-             GetLastError());
+    qCWarning(KilnUtil_UtilLog, "Programs started by process %lu will not be ended with it: error %lu",
+              GetProcessId(process), GetLastError());
     if (jobObject)
         CloseHandle(jobObject);
     return nullptr;

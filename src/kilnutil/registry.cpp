@@ -1,5 +1,7 @@
 #include "kilnutil/registry.h"
 
+#include "kilnutil/logging.h"
+
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
@@ -117,7 +119,8 @@ void KilnUtil_Registry::SetValue(const QString &key, const QVariant &value)
     settings.setValue(FullKey(key), value);
     settings.sync();
     if (settings.status() != QSettings::NoError)
-        qWarning() << "The setting" << key << "could not be written to" << settings.fileName();
+        qCWarning(KilnUtil_UtilLog) << "The setting" << key << "could not be written to"
+                                    << settings.fileName();
 }
 
 bool KilnUtil_Registry::GetAppUserData(const QString &group, const QString &key, QString &value)

@@ -2,6 +2,7 @@
 
 #include "db/database.h"
 #include "db/databasemanager.h"
+#include "kilnutil/logging.h"
 #include "manager/listings.h"
 #include "manager/removalreport.h"
 
@@ -16,7 +17,7 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job)
     Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
     const bool recorded = !database || database->InsertFinishedJob(job, true, nullptr);
     if (!recorded)
-        qWarning("Finished job %d could not be written to the database", job.JobID);
+        qCWarning(Taskmill_ManagerLog, "Finished job %d could not be written to the database", job.JobID);
     else if (database)
         LeaveOutputToDatabase(m_jobs.last());
     Q_EMIT JobsChangedSignal();

@@ -1,5 +1,6 @@
 #include "manager/processworker.h"
 
+#include "kilnutil/logging.h"
 #include "manager/runningjobs.h"
 
 #include <QDeadlineTimer>
@@ -90,7 +91,8 @@ Taskmill_ProcessWorker::~Taskmill_ProcessWorker()
     if (m_thread->wait(QDeadlineTimer{m_timeLimit}))
         return;
     // A listing can hang on a network drive that does not answer, and so would the program.
-    qWarning("Processes are still being listed or ended: the program does not wait for that");
+    qCWarning(Taskmill_ManagerLog,
+              "Processes are still being listed or ended: the program does not wait for that");
     QThread *thread = m_thread.release();
     connect(thread, &QThread::finished, thread, &QObject::deleteLater);
 }

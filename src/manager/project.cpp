@@ -6,6 +6,7 @@
 #include "jobs/runmode.h"
 #include "kilnutil/error.h"
 #include "kilnutil/idmanager.h"
+#include "kilnutil/logging.h"
 #include "kilnutil/platform.h"
 #include "kilnutil/registry.h"
 #include "manager/destinations.h"
@@ -275,8 +276,9 @@ bool Taskmill_Project::SaveUnattended()
     if (path == FilePath())
         m_fileStamp = FileStamp::Of(path);
     else
-        qWarning("The project file was changed by another program; this project was written to %ls",
-                 qUtf16Printable(path));
+        qCWarning(Taskmill_ManagerLog,
+                  "The project file was changed by another program; this project was written to %ls",
+                  qUtf16Printable(path));
     CurrentDatabase()->MarkUnchanged();
     RemoveSpareFile();
     return true;
@@ -292,11 +294,12 @@ void Taskmill_Project::WriteSpareFile()
         m_spareFile = Taskmill_WriteSpareProject(FilePath(), write);
     // The changes are still to be saved where they belong.
     if (m_spareFile.isEmpty())
-        qWarning("The project could not be written to %ls, nor anywhere else: its changes are lost",
-                 qUtf16Printable(FilePath()));
+        qCWarning(Taskmill_ManagerLog,
+                  "The project could not be written to %ls, nor anywhere else: its changes are lost",
+                  qUtf16Printable(FilePath()));
     else
-        qWarning("The project could not be written to %ls; it was written to %ls",
-                 qUtf16Printable(FilePath()), qUtf16Printable(m_spareFile));
+        qCWarning(Taskmill_ManagerLog, "The project could not be written to %ls; it was written to %ls",
+                  qUtf16Printable(FilePath()), qUtf16Printable(m_spareFile));
 }
 
 void Taskmill_Project::RemoveSpareFile()

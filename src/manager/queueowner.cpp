@@ -4,6 +4,7 @@
 #include "db/databasemanager.h"
 #include "jobs/queuelessjobslist.h"
 #include "kilnutil/error.h"
+#include "kilnutil/logging.h"
 #include "manager/finishedjobs.h"
 #include "manager/listings.h"
 #include "manager/removalreport.h"
@@ -100,7 +101,7 @@ void Taskmill_QueueOwner::Submit(Taskmill_Job *job)
         const bool inserted = (database->*m_variant.insert)(job->Record(), true, nullptr);
         const bool counted = database->SetGeneralData(u"LastJobID"_s, QString::number(job->JobID())) != 0;
         if (!inserted || !counted)
-            qWarning("Job %d could not be written to the database", job->JobID());
+            qCWarning(Taskmill_ManagerLog, "Job %d could not be written to the database", job->JobID());
     }
     Q_EMIT JobsChangedSignal();
 }

@@ -2,6 +2,7 @@
 
 #include "db/database.h"
 #include "kilnutil/error.h"
+#include "kilnutil/logging.h"
 #include "manager/removalquestion.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -11,8 +12,8 @@ void Taskmill_ReportRowsKept(const Taskmill_Database &database, const QStringLis
     if (jobNames.isEmpty())
         return;
     const QString error = database.LastErrorMessage();
-    qWarning("%d jobs could not be removed from the project: %ls", static_cast<int>(jobNames.size()),
-             qUtf16Printable(error));
+    qCWarning(Taskmill_ManagerLog, "%d jobs could not be removed from the project: %ls",
+              static_cast<int>(jobNames.size()), qUtf16Printable(error));
     KilnUtil_Error::ReportError(
         u"Removing Jobs from the Project"_s,
         u"The following %1 jobs could not be removed from the project and will be listed again when it is "

@@ -2,11 +2,10 @@
 
 #include "jobs/runmode.h"
 
-/// Version numbers of the program.
-constexpr QLatin1StringView Taskmill_MajorVersion{"1"};
-constexpr QLatin1StringView Taskmill_ShortVersion{"1.1"};
-constexpr QLatin1StringView Taskmill_FullVersion{"1.1.18"};
-constexpr QLatin1StringView Taskmill_BuildVersion{"1.1.18.1"};
+/// Version numbers of the program, from project(VERSION) in CMakeLists.txt.
+extern const QLatin1StringView Taskmill_MajorVersion; ///< such as "1"
+extern const QLatin1StringView Taskmill_ShortVersion; ///< such as "1.1"
+extern const QLatin1StringView Taskmill_FullVersion;  ///< such as "1.1.18"
 
 /// Such as "TaskmillGUI 1.1.18".
 [[nodiscard]] inline QString Taskmill_VersionText()

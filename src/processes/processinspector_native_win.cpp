@@ -1,5 +1,7 @@
 #include "processes/processinspector_native.h"
 
+#include "kilnutil/logging.h"
+
 #include <QDateTime>
 #include <QSysInfo>
 
@@ -214,7 +216,7 @@ void End(DWORD processID)
 {
     const Handle process{OpenProcess(PROCESS_TERMINATE, FALSE, processID)};
     if (!process.IsValid() || !TerminateProcess(process.Get(), 1))
-        qInfo("Process %lu was not ended: error %lu", processID, GetLastError());
+        qCInfo(Taskmill_ProcessesLog, "Process %lu was not ended: error %lu", processID, GetLastError());
 }
 } // namespace
 

@@ -1,6 +1,7 @@
 #include "processes/processinspector.h"
 
 #include "kilnutil/filesys.h"
+#include "kilnutil/logging.h"
 
 #include <QDir>
 #include <QFile>
@@ -369,7 +370,7 @@ void ForEachProcess(Visit visit)
 void Kill(int processID)
 {
     if (processID > 1 && kill(processID, SIGKILL) != 0)
-        qInfo("Process %d was not ended: %s", processID, std::strerror(errno));
+        qCInfo(Taskmill_ProcessesLog, "Process %d was not ended: %s", processID, std::strerror(errno));
 }
 
 class ProcProcessInspector final : public Taskmill_ProcessInspector

@@ -1,5 +1,6 @@
 #include "processes/processinspector_wmic.h"
 
+#include "kilnutil/logging.h"
 #include "kilnutil/standardstreams.h"
 
 #include <QDeadlineTimer>
@@ -76,7 +77,7 @@ QString Taskmill_WmicProcessInspector::RunTool(const QStringList &arguments, boo
     tool.start(u"wmic"_s, arguments);
     if (!WaitForEnd(tool, m_timeLimit, mayBeGivenUp)) {
         if (!IsGivenUp(mayBeGivenUp))
-            qWarning("wmic: %ls", qUtf16Printable(tool.errorString()));
+            qCWarning(Taskmill_ProcessesLog, "wmic: %ls", qUtf16Printable(tool.errorString()));
         tool.kill();
         tool.waitForFinished(1000);
     }

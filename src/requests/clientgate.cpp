@@ -1,5 +1,6 @@
 #include "requests/clientgate.h"
 
+#include "kilnutil/logging.h"
 #include "kilnutil/statefolder.h"
 #include "requests/requestmessage.h"
 #include "wire/clientkey.h"
@@ -53,7 +54,8 @@ void Taskmill_ClientGate::Open(quint16 port)
     m_key = NewKey();
     m_keyFile = Taskmill_WriteClientKey(port, m_key.toStdString(), KilnUtil_StateFolder().toStdString());
     if (m_keyFile.empty()) {
-        qWarning(
+        qCWarning(
+            Taskmill_RequestsLog,
             "The key for clients cannot be written; they have to stay connected until they are answered");
         m_key.clear();
     }

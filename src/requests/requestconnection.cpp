@@ -1,5 +1,6 @@
 #include "requests/requestconnection.h"
 
+#include "kilnutil/logging.h"
 #include "requests/requestmessage.h"
 
 #include <QSocketNotifier>
@@ -50,14 +51,15 @@ void Taskmill_RequestConnection::ReadNow()
     const Taskmill_Socket::State state = m_socket.Receive(arrived, room);
     m_bytes.append(arrived.data(), static_cast<qsizetype>(arrived.size()));
     if (m_bytes.size() > m_limits.MaxBytes) {
-        qWarning("A message of more than %lld bytes is dropped", static_cast<long long>(m_limits.MaxBytes));
+        qCWarning(Taskmill_RequestsLog, "A message of more than %lld bytes is dropped",
+                  static_cast<long long>(m_limits.MaxBytes));
         Drop();
     } else if (state == Taskmill_Socket::State::Ended || Taskmill_AsksForReply(m_bytes)) {
         Complete();
     } else if (!arrived.empty()) {
         // When this program was held up, the message may have been whole for long: what follows decides.
         if (m_deadline.hasExpired() && std::exchange(m_isLate, true)) {
-            qWarning("A message that does not end is dropped");
+            qCWarning(Taskmill_RequestsLog, "A message that does not end is dropped");
             Drop();
             return;
         }

@@ -1,5 +1,6 @@
 #include "requests/requestdispatcher.h"
 
+#include "kilnutil/logging.h"
 #include "manager/manager.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -49,7 +50,7 @@ QByteArray Taskmill_RequestDispatcher::SubmitJob(const Taskmill_RequestMessage &
 {
     const Taskmill_SubmitResult result = m_manager.Submitter().Submit(request);
     if (result.JobIDs.isEmpty()) {
-        qInfo("Request refused: %ls", qUtf16Printable(result.Refusal));
+        qCInfo(Taskmill_RequestsLog, "Request refused: %ls", qUtf16Printable(result.Refusal));
         return Taskmill_RefusedReply.toByteArray() + result.Refusal.toUtf8() + '\n';
     }
     QByteArrayList numbers;

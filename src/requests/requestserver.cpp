@@ -1,5 +1,7 @@
 #include "requests/requestserver.h"
 
+#include "kilnutil/logging.h"
+
 #include <QScopedValueRollback>
 #include <QSocketNotifier>
 #include <QTimer>
@@ -47,7 +49,8 @@ bool Taskmill_RequestServer::Listen(quint16 port)
 {
     m_server = Taskmill_Socket::Listen(port);
     if (!m_server.IsOpen()) {
-        qWarning("Cannot listen on port %d: %s", port, Taskmill_Socket::LastErrorText().c_str());
+        qCWarning(Taskmill_RequestsLog, "Cannot listen on port %d: %s", port,
+                  Taskmill_Socket::LastErrorText().c_str());
         return false;
     }
     m_gate.Open(Port());
@@ -116,7 +119,7 @@ bool Taskmill_RequestServer::TakeAtOnce(Arrival &arrival)
     // Before anything else: the sooner one looks, the more can be seen.
     arrival.user = m_gate.UserOf(arrival.socket.Get());
     if (arrival.user == Taskmill_PeerUser::Other) {
-        qWarning("A connection of another user is dropped");
+        qCWarning(Taskmill_RequestsLog, "A connection of another user is dropped");
         return true;
     }
     std::string message;
@@ -138,13 +141,13 @@ bool Taskmill_RequestServer::TakeAtOnce(Arrival &arrival)
 bool Taskmill_RequestServer::Admits(Taskmill_PeerUser user, const QByteArray &message, QByteArray &answer)
 {
     if (Taskmill_IsHttp(message)) {
-        qWarning("A request of a web browser is dropped");
+        qCWarning(Taskmill_RequestsLog, "A request of a web browser is dropped");
         return false;
     }
     if (user != Taskmill_PeerUser::Unknown || m_gate.Admits(message) ||
         !IsToBeHandled(Taskmill_RequestMessage::Parse(message)))
         return true;
-    qWarning("A request is refused: %ls", qUtf16Printable(refusalText));
+    qCWarning(Taskmill_RequestsLog, "A request is refused: %ls", qUtf16Printable(refusalText));
     answer = Refused(refusalText.toUtf8());
     if (!std::exchange(m_hasRefused, true))
         Q_EMIT FirstRefusedSignal(refusalText);
@@ -207,7 +210,8 @@ void Taskmill_RequestServer::ResumeAccepting()
 void Taskmill_RequestServer::AcceptFailed()
 {
     if (!std::exchange(m_acceptFails, true))
-        qWarning("Cannot accept a connection: %s", Taskmill_Socket::LastErrorText().c_str());
+        qCWarning(Taskmill_RequestsLog, "Cannot accept a connection: %s",
+                  Taskmill_Socket::LastErrorText().c_str());
     ReadEarlierOnes();
     (void)DropLongestSilent();
     PauseAccepting();
@@ -225,7 +229,7 @@ bool Taskmill_RequestServer::DropLongestSilent()
     const auto silent = std::ranges::find_if(m_collecting, &Taskmill_RequestConnection::IsSilent);
     if (silent == m_collecting.end())
         return false;
-    qWarning("Too many open connections: a silent one is dropped");
+    qCWarning(Taskmill_RequestsLog, "Too many open connections: a silent one is dropped");
     delete *silent;
     m_collecting.erase(silent);
     return true;

@@ -1,5 +1,7 @@
 #include "ui/trayicon.h"
 
+#include "kilnutil/logging.h"
+
 using namespace Qt::Literals::StringLiterals;
 
 Taskmill_TrayIcon::Taskmill_TrayIcon(const QIcon &icon, const QString &toolTip)
@@ -16,7 +18,7 @@ Taskmill_TrayIcon::Taskmill_TrayIcon(const QIcon &icon, const QString &toolTip)
     m_icon.setContextMenu(&m_menu);
     m_icon.setVisible(true);
     if (!IsInReach())
-        qInfo("This desktop has no system tray: closing the window minimises it");
+        qCInfo(Taskmill_UILog, "This desktop has no system tray: closing the window minimises it");
 }
 
 bool Taskmill_TrayIcon::IsInReach()

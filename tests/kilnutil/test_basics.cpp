@@ -1,6 +1,7 @@
 #include "kilnutil/computerdata.h"
 #include "kilnutil/filesys.h"
 #include "kilnutil/idmanager.h"
+#include "kilnutil/logging.h"
 #include "kilnutil/registry.h"
 #include "kilnutil/statefolder.h"
 #include "kilnutil/stringutil.h"
@@ -58,6 +59,20 @@ private Q_SLOTS:
         QCOMPARE(ports("65536", "0"), (QList{27641, 27642}));
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u"TASKMILL_CONSOLE_PORT.*ignored.*27642"_s});
         QCOMPARE(ports("27642", {}), (QList{27641, 27642}));
+    }
+
+    void LinesOnStandardErrorGoWithoutOwnCategories()
+    {
+        static QByteArrayList categories;
+        const QtMessageHandler before =
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext &context, const QString &) {
+                categories.append(context.category);
+            });
+        KilnUtil_Logging::HideOwnCategories();
+        qCWarning(Taskmill_RequestsLog, "own");
+        qCWarning(QLoggingCategory{"qt.someones"}, "foreign");
+        qInstallMessageHandler(before);
+        QCOMPARE(categories, (QByteArrayList{"default", "qt.someones"}));
     }
 
     void StateFolderIsOneUsersOwn()

@@ -2,6 +2,7 @@
 #include "ctl/projects/output.h"
 #include "ctl/projects/projectcommands.h"
 #include "kilnutil/filesys.h"
+#include "kilnutil/logging.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -93,6 +94,7 @@ Taskmill_CtlStatus Run(const QStringList &arguments)
 int main(int argc, char **argv)
 {
     const QCoreApplication application{argc, argv};
+    KilnUtil_Logging::HideOwnCategories();
     // What the user should know of is printed by the commands.
     QLoggingCategory::setFilterRules(u"*.debug=false\n*.info=false"_s);
     // Programs beside this one are beside the manager: both make the same default job types.
