@@ -70,7 +70,8 @@ private Q_SLOTS:
             });
         KilnUtil_Logging::HideOwnCategories();
         qCWarning(Taskmill_RequestsLog, "own");
-        qCWarning(QLoggingCategory{"qt.someones"}, "foreign");
+        const QLoggingCategory foreign{"qt.someones"};
+        qCWarning(foreign, "foreign");
         qInstallMessageHandler(before);
         QCOMPARE(categories, (QByteArrayList{"default", "qt.someones"}));
     }

@@ -205,6 +205,8 @@ private Q_SLOTS:
         m_manager->Destinations().Short().Queue()->SetPaused(false);
         QVERIFY(lines(wanted + "lång\njobqueue=short").contains("jobqueue=short\nqueuepaused=no\n"));
         QVERIFY(lines(wanted + "lång\njobqueue=none").contains("jobqueue=none\nqueuepaused=no\n"));
+        AddType(u"Two\nlines"_s, u"Long"_s, u"Files (*.two)"_s);
+        QVERIFY(lines(wanted + "Auto\njobinputfile=a.two").contains("\njobtypename=Two lines\n"));
     }
 
     void OnlyTheWindowAsksForConfirmation()
