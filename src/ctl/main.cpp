@@ -32,7 +32,7 @@ std::string GeneralHelp()
         text.append("  ").append(usage).append(command.Purpose).append("\n");
     }
     return text
-        .append("\n\"taskmillctl COMMAND --help\" tells the options of a command, \"taskmillctl --version\" "
+        .append("\n\"taskmillctl COMMAND --help\" shows the options of a command, \"taskmillctl --version\" "
                 "the version.\n\n")
         .append(Taskmill_CtlExitStatusText);
 }
