@@ -116,7 +116,7 @@ bool Taskmill_RequestServer::TakeAtOnce(Arrival &arrival)
     // Before anything else: the sooner it is looked, the more can be told.
     arrival.user = m_gate.UserOf(arrival.socket.Get());
     if (arrival.user == Taskmill_PeerUser::Other) {
-        qWarning("A connection of another user is dropped");
+        qInfo("A connection of another user is dropped");
         return true;
     }
     std::string message;
@@ -138,13 +138,13 @@ bool Taskmill_RequestServer::TakeAtOnce(Arrival &arrival)
 bool Taskmill_RequestServer::Admits(Taskmill_PeerUser user, const QByteArray &message, QByteArray &answer)
 {
     if (Taskmill_IsHttp(message)) {
-        qWarning("A request of a web browser is dropped");
+        qInfo("A request of a web browser is dropped");
         return false;
     }
     if (user != Taskmill_PeerUser::Unknown || m_gate.Admits(message) ||
         !IsToBeHandled(Taskmill_RequestMessage::Parse(message)))
         return true;
-    qWarning("A request is refused: %ls", qUtf16Printable(refusalText));
+    qInfo("A request is refused: %ls", qUtf16Printable(refusalText));
     answer = Refused(refusalText.toUtf8());
     if (!std::exchange(m_hasRefused, true))
         Q_EMIT FirstRefusedSignal(refusalText);

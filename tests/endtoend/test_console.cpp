@@ -25,6 +25,7 @@ private Q_SLOTS:
     void KeepsQuietAtTheEndOfInput_data();
     void KeepsQuietAtTheEndOfInput();
     void WorksWithoutAnEventLoop();
+    void EndsWithItsTerminal();
     void EditsLines();
     void ReadsAheadOfTheLine();
     void InterruptKeyBreaksOffCommands();
@@ -127,6 +128,14 @@ void TestConsole::WorksWithoutAnEventLoop()
     QTRY_VERIFY(ProcessTable::LivingChildren().isEmpty());
     QCOMPARE(Project().Rows().finishedJobs.size(), 1);
     QCOMPARE(Project().Rows().queuelessJobs.size(), 1);
+}
+
+void TestConsole::EndsWithItsTerminal()
+{
+    // The end of the input and the signal that says so arrive together.
+    QVERIFY(Start(ManagerProcess::Input::Terminal, {u"-noeventloop"_s}));
+    Manager().HangUp();
+    QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
 }
 
 void TestConsole::EditsLines()
