@@ -63,6 +63,7 @@ public Q_SLOTS:
 
 private:
     static void ShowRefusedRequest(const QString &reason);
+    [[nodiscard]] bool HasWindow() const override { return m_window != nullptr; }
     void ShowInFront() override;
     void PutAway() override;
     [[nodiscard]] bool IsUserBusy() const override;

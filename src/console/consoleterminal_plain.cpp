@@ -72,8 +72,10 @@ std::optional<char> Taskmill_InterruptibleInput::ReadByte()
         m_endWaitMs = EndsForEver(m_descriptor)
                           ? forEver
                           : std::clamp(2 * m_endWaitMs, firstEndWaitMs, longestEndWaitMs);
-        if (WaitForInput(m_endWaitMs, false) == Waited::Woken)
-            return std::nullopt;
+        // Whoever reads looks about meanwhile: a terminal that is gone and the signal of its end come
+        // together.
+        (void)WaitForInput(m_endWaitMs, false);
+        return std::nullopt;
     }
     return std::nullopt;
 }

@@ -37,12 +37,14 @@ QByteArray Taskmill_RequestDispatcher::HandleRequest(const Taskmill_RequestMessa
     };
     if (actionIs("submitjob"_L1))
         return SubmitJob(request);
+    if (!actionIs("show"_L1) && !actionIs("hide"_L1))
+        return Taskmill_RefusedReply.toByteArray() + "there is no such action\n";
+    if (!m_frontEnd.HasWindow())
+        return Taskmill_RefusedReply.toByteArray() + "a manager on a console has no window\n";
     if (actionIs("show"_L1))
         m_frontEnd.ShowInFront();
-    else if (actionIs("hide"_L1))
-        m_frontEnd.PutAway();
     else
-        return Taskmill_RefusedReply.toByteArray() + "there is no such action\n";
+        m_frontEnd.PutAway();
     return Taskmill_AcceptedReply.toByteArray() + '\n';
 }
 

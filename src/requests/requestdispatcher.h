@@ -9,7 +9,8 @@ class Taskmill_FrontEnd
 {
 public:
     virtual ~Taskmill_FrontEnd() = default;
-    /// Nothing where there is no window.
+    /// Whether there is a window to be shown and hidden; without one both do nothing.
+    [[nodiscard]] virtual bool HasWindow() const = 0;
     virtual void ShowInFront() = 0;
     virtual void PutAway() = 0;
     /// Whether the user has a dialog or a menu open, which a question that came up by itself would disturb.

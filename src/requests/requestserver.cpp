@@ -119,7 +119,7 @@ bool Taskmill_RequestServer::TakeAtOnce(Arrival &arrival)
     // Before anything else: the sooner one looks, the more can be seen.
     arrival.user = m_gate.UserOf(arrival.socket.Get());
     if (arrival.user == Taskmill_PeerUser::Other) {
-        qCWarning(Taskmill_RequestsLog, "A connection of another user is dropped");
+        qCInfo(Taskmill_RequestsLog, "A connection of another user is dropped");
         return true;
     }
     std::string message;
@@ -141,13 +141,13 @@ bool Taskmill_RequestServer::TakeAtOnce(Arrival &arrival)
 bool Taskmill_RequestServer::Admits(Taskmill_PeerUser user, const QByteArray &message, QByteArray &answer)
 {
     if (Taskmill_IsHttp(message)) {
-        qCWarning(Taskmill_RequestsLog, "A request of a web browser is dropped");
+        qCInfo(Taskmill_RequestsLog, "A request of a web browser is dropped");
         return false;
     }
     if (user != Taskmill_PeerUser::Unknown || m_gate.Admits(message) ||
         !IsToBeHandled(Taskmill_RequestMessage::Parse(message)))
         return true;
-    qCWarning(Taskmill_RequestsLog, "A request is refused: %ls", qUtf16Printable(refusalText));
+    qCInfo(Taskmill_RequestsLog, "A request is refused: %ls", qUtf16Printable(refusalText));
     answer = Refused(refusalText.toUtf8());
     if (!std::exchange(m_hasRefused, true))
         Q_EMIT FirstRefusedSignal(refusalText);

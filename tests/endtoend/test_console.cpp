@@ -29,6 +29,7 @@ private Q_SLOTS:
     void ReadsAheadOfTheLine();
     void InterruptKeyBreaksOffCommands();
     void OutputThatNobodyReadsHoldsUpNothing();
+    void EndsWithItsTerminal_data();
     void EndsWithItsTerminal();
 
 private:
@@ -212,9 +213,23 @@ void TestConsole::OutputThatNobodyReadsHoldsUpNothing()
     QVERIFY(Manager().IsTerminalInItsNormalMode());
 }
 
+void TestConsole::EndsWithItsTerminal_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::newRow("with an event loop") << QStringList{};
+    QTest::newRow("without an event loop") << QStringList{u"-noeventloop"_s};
+}
+
 void TestConsole::EndsWithItsTerminal()
 {
-    QVERIFY(Start(ManagerProcess::Input::Terminal));
+    QFETCH(QStringList, options);
+    QVERIFY(Start(ManagerProcess::Input::Terminal, options));
+    if (!options.isEmpty()) {
+        // The end of the input and the signal that says so arrive together.
+        Manager().HangUp();
+        QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
+        return;
+    }
     QCOMPARE(Manager().Submit(u"Gate"_s, Project().InputFile(u"runs"_s), u"none"_s), "accepted=1\n");
     Manager().HangUp();
     QCOMPARE(Manager().End(), ManagerEnd{.status = 0});

@@ -18,6 +18,7 @@ namespace {
 class NoFrontEnd : public Taskmill_FrontEnd
 {
 public:
+    bool HasWindow() const override { return false; }
     void ShowInFront() override {}
     void PutAway() override {}
     bool IsUserBusy() const override { return false; }
@@ -207,6 +208,16 @@ private Q_SLOTS:
         QVERIFY(lines(wanted + "lång\njobqueue=none").contains("jobqueue=none\nqueuepaused=no\n"));
         AddType(u"Two\nlines"_s, u"Long"_s, u"Files (*.two)"_s);
         QVERIFY(lines(wanted + "Auto\njobinputfile=a.two").contains("\njobtypename=Two lines\n"));
+    }
+
+    void RefusesToShowAWindowThatIsNotThere()
+    {
+        NoFrontEnd frontEnd;
+        for (const QByteArray action : {"show", "HIDE"}) {
+            const auto message = Taskmill_RequestMessage::Parse("action=" + action);
+            QCOMPARE(Taskmill_RequestDispatcher(*m_manager, frontEnd).HandleRequest(message),
+                     "refused=a manager on a console has no window\n");
+        }
     }
 
     void OnlyTheWindowAsksForConfirmation()

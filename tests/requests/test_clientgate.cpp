@@ -81,7 +81,7 @@ private Q_SLOTS:
         if (lines == "KEY")
             lines = Key().toUpper().replace("CLIENTKEY", "ClientKey").toLower();
         if (!isServed)
-            QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u"^A (request is refused|connection)"_s});
+            QTest::ignoreMessage(QtInfoMsg, QRegularExpression{u"^A (request is refused|connection)"_s});
         QSignalSpy refused{m_server.get(), &Taskmill_RequestServer::FirstRefusedSignal};
         Submit(lines + "action=submitjob\njobname=first\n");
         // What nobody has to be trusted for goes through, and shows that the first was dealt with.
@@ -100,7 +100,7 @@ private Q_SLOTS:
         // Whoever only looks whether a manager listens is none to be reported.
         Submit("clientname=TaskmillGUI\naction=test");
         for (int count = 0; count < 2; ++count) {
-            QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u"^A request is refused: "_s});
+            QTest::ignoreMessage(QtInfoMsg, QRegularExpression{u"^A request is refused: "_s});
             Submit("action=submitjob\njobname=x\n");
         }
         m_user = PeerUser::This;

@@ -153,16 +153,15 @@ private Q_SLOTS:
             }
             Stranger stranger{server.Port()};
             // The system may still show whose the closed connection is.
-            QTest::ignoreMessage(QtWarningMsg,
-                                 QRegularExpression{u"^A (request is ref|connection of ano)"_s});
+            QTest::ignoreMessage(QtInfoMsg, QRegularExpression{u"^A (request is ref|connection of ano)"_s});
             stranger.Do('s');
-            QTest::ignoreMessage(QtWarningMsg, "A connection of another user is dropped");
+            QTest::ignoreMessage(QtInfoMsg, "A connection of another user is dropped");
             stranger.Do('k');
             QCoreApplication::processEvents();
             QVERIFY(others.AreAbout());
 
             // Nor can anybody be distinguished from him who does not stay or show the key.
-            QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u"^A request is refused"_s});
+            QTest::ignoreMessage(QtInfoMsg, QRegularExpression{u"^A request is refused"_s});
             Submit(server, "action=submitjob\njobname=anybody\n");
             const Taskmill_Socket client = Taskmill_Socket::Connect(server.Port(), 30000);
             const std::string key = Taskmill_ClientKeyLines(client, server.Port());

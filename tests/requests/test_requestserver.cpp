@@ -97,7 +97,7 @@ private Q_SLOTS:
     void BrowsersAreNotServed()
     {
         for (int count = 0; count < 3; ++count)
-            QTest::ignoreMessage(QtWarningMsg, "A request of a web browser is dropped");
+            QTest::ignoreMessage(QtInfoMsg, "A request of a web browser is dropped");
         Submit("POST / HTTP/1.1\r\nHost: localhost\r\n\r\n" + Message("page"));
         Submit("GET /?action=submitjob HTTP/1.0");
         const Client page = Connect("OPTIONS * HTTP/1.1\n" + Message("page") + askForReply);
