@@ -11,7 +11,7 @@
 #include "kilnutil/computerdata.h"
 #include "kilnutil/error.h"
 #include "kilnutil/filesys.h"
-#include "kilnutil/platform.h"
+#include "kilnutil/openfileslimit.h"
 #include "kilnutil/registry.h"
 #include "kilnutil/standardstreams.h"
 #include "manager/version.h"
@@ -306,7 +306,7 @@ int Taskmill_Run(int argc, char **argv)
     Taskmill_Platform::PrepareStandardStreams();
     // Jobs get the environment and the limits that the manager was started with.
     (void)KilnUtil_Process::StartEnvironment();
-    KilnUtil_Platform::RaiseOpenFilesLimit();
+    KilnUtil_RaiseOpenFilesLimit();
 
     Arguments arguments{argc, argv};
     const Taskmill_StartOptions options = Taskmill_StartOptions::Parse(arguments.Texts());

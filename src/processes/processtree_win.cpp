@@ -1,4 +1,4 @@
-#include "kilnutil/platform.h"
+#include "processes/processtree.h"
 
 #include <QHash>
 #include <QList>
@@ -16,7 +16,7 @@ namespace {
 QHash<qint64, HANDLE> jobObjects;
 std::mutex mutex; // a console's closing arrives on a thread of its own
 
-/// The process that was started last, held up before its first instruction. The toolkit owns it.
+/// The process that was started last, held up before its first instruction. Qt owns it.
 const PROCESS_INFORMATION *heldProcess = nullptr;
 
 HANDLE MakeJobObject(HANDLE process)
@@ -67,7 +67,7 @@ private:
 };
 } // namespace
 
-void KilnUtil_Platform::PrepareChild(QProcess &process, const QString &argumentText)
+void KilnUtil_ProcessTree::PrepareChild(QProcess &process, const QString &argumentText)
 {
     process.setNativeArguments(argumentText);
     heldProcess = nullptr;
@@ -85,7 +85,7 @@ void KilnUtil_Platform::PrepareChild(QProcess &process, const QString &argumentT
         });
 }
 
-void KilnUtil_Platform::RegisterChild(qint64 processID)
+void KilnUtil_ProcessTree::RegisterChild(qint64 processID)
 {
     const PROCESS_INFORMATION *process = std::exchange(heldProcess, nullptr);
     if (!process || process->dwProcessId != static_cast<DWORD>(processID))
@@ -97,27 +97,25 @@ void KilnUtil_Platform::RegisterChild(qint64 processID)
     ResumeThread(process->hThread);
 }
 
-void KilnUtil_Platform::UnregisterChild(qint64 processID)
+void KilnUtil_ProcessTree::UnregisterChild(qint64 processID)
 {
     const std::scoped_lock lock{mutex};
     if (const HANDLE jobObject = jobObjects.take(processID))
         CloseHandle(jobObject);
 }
 
-void KilnUtil_Platform::KillDescendants(qint64) {}
+void KilnUtil_ProcessTree::KillDescendants(qint64) {}
 
-void KilnUtil_Platform::KillProcessTree(qint64 processID)
+void KilnUtil_ProcessTree::KillProcessTree(qint64 processID)
 {
     const std::scoped_lock lock{mutex};
     if (const HANDLE jobObject = jobObjects.value(processID))
         TerminateJobObject(jobObject, STATUS_CONTROL_C_EXIT);
 }
 
-void KilnUtil_Platform::KillRegisteredChildren()
+void KilnUtil_ProcessTree::KillRegisteredChildren()
 {
     const std::scoped_lock lock{mutex};
     for (const HANDLE jobObject : std::as_const(jobObjects))
         TerminateJobObject(jobObject, STATUS_CONTROL_C_EXIT);
 }
-
-void KilnUtil_Platform::RaiseOpenFilesLimit() {}
