@@ -1,6 +1,6 @@
 #include "app/platform.h"
 
-#include "kilnutil/platform.h"
+#include "processes/processtree.h"
 
 #include <QFile>
 #include <QSocketNotifier>
@@ -53,7 +53,7 @@ void EndAtSecondSignal()
     char signal = 0;
     if (read(secondSignalPipe[0], &signal, 1) != 1)
         return;
-    KilnUtil_Platform::KillRegisteredChildren();
+    KilnUtil_ProcessTree::KillRegisteredChildren();
     std::signal(signal, SIG_DFL);
     kill(getpid(), signal);
 }

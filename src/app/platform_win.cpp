@@ -1,6 +1,6 @@
 #include "app/platform.h"
 
-#include "kilnutil/platform.h"
+#include "processes/processtree.h"
 
 #include <QCoreApplication>
 
@@ -31,7 +31,7 @@ BOOL WINAPI HandleConsoleEvent(DWORD event)
     if (isStopped)
         return FALSE;
     if (eventSeen.exchange(true)) {
-        KilnUtil_Platform::KillRegisteredChildren();
+        KilnUtil_ProcessTree::KillRegisteredChildren();
         return FALSE;
     }
     QMetaObject::invokeMethod(

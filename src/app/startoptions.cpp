@@ -24,18 +24,6 @@ bool AsksForUsage(const QStringList &arguments)
 {
     return Has(arguments, "-help"_L1) || Has(arguments, "--help"_L1) || Has(arguments, "-h"_L1);
 }
-
-/// The level that the options ask for, whatever their order, else the mode's own.
-Taskmill_ProgressLevel ProgressLevelOf(const QStringList &arguments, Taskmill_RunMode mode)
-{
-    if (Has(arguments, "-showprogress=some"_L1))
-        return Taskmill_ProgressLevel::Some;
-    if (Has(arguments, "-showprogress=false"_L1))
-        return Taskmill_ProgressLevel::None;
-    if (Has(arguments, "-showprogress=true"_L1))
-        return Taskmill_ProgressLevel::Full;
-    return mode == Taskmill_RunMode::Gui ? Taskmill_ProgressLevel::Full : Taskmill_ProgressLevel::Some;
-}
 } // namespace
 
 Taskmill_StartOptions Taskmill_StartOptions::Parse(const QStringList &arguments)
@@ -49,7 +37,6 @@ Taskmill_StartOptions Taskmill_StartOptions::Parse(const QStringList &arguments)
     options.Unattended = Has(arguments, "-nogui"_L1) || Has(arguments, "-run"_L1);
     options.ShowsUsage = AsksForUsage(arguments);
     options.ShowsVersion = Has(arguments, "--version"_L1) || Has(arguments, "-version"_L1);
-    options.Progress = ProgressLevelOf(arguments, options.Mode);
     return options;
 }
 
@@ -84,6 +71,7 @@ QString Taskmill_ProblemOfMissingFile(const QString &path)
 
 QStringList Taskmill_UnknownOptions(const QStringList &arguments)
 {
+    // The levels of progress are accepted and change nothing: none is shown.
     static const QStringList known{u"-console"_s,
                                    u"-debug"_s,
                                    u"-debugfile"_s,

@@ -4,14 +4,6 @@
 
 #include <QStringList>
 
-/// How far progress is shown.
-enum class Taskmill_ProgressLevel
-{
-    None = 0,
-    Full = 1,
-    Some = 2
-};
-
 /// What the command line says before there is an application object.
 struct Taskmill_StartOptions
 {
@@ -20,7 +12,6 @@ struct Taskmill_StartOptions
     bool Unattended = false; ///< nobody is there to be asked, say the options
     bool ShowsUsage = false;
     bool ShowsVersion = false;
-    Taskmill_ProgressLevel Progress = Taskmill_ProgressLevel::Full;
 
     /// The arguments begin with the program's name; options are recognised in any case.
     [[nodiscard]] static Taskmill_StartOptions Parse(const QStringList &arguments);

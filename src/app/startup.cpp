@@ -12,7 +12,7 @@
 #include "kilnutil/error.h"
 #include "kilnutil/filesys.h"
 #include "kilnutil/logging.h"
-#include "kilnutil/platform.h"
+#include "kilnutil/openfileslimit.h"
 #include "kilnutil/registry.h"
 #include "kilnutil/standardstreams.h"
 #include "manager/version.h"
@@ -308,7 +308,7 @@ int Taskmill_Run(int argc, char **argv)
     KilnUtil_Logging::HideOwnCategories();
     // Jobs get the environment and the limits that the manager was started with.
     (void)KilnUtil_Process::StartEnvironment();
-    KilnUtil_Platform::RaiseOpenFilesLimit();
+    KilnUtil_RaiseOpenFilesLimit();
 
     Arguments arguments{argc, argv};
     const Taskmill_StartOptions options = Taskmill_StartOptions::Parse(arguments.Texts());

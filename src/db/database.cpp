@@ -1,5 +1,7 @@
 #include "db/database.h"
 
+#include "kilnutil/logging.h"
+
 #include "db/databasecopy.h"
 #include "db/databaseschema.h"
 #include "kilnutil/error.h"
@@ -10,6 +12,7 @@
 #include <QSqlError>
 #include <QSqlQuery>
 
+#include <algorithm>
 #include <array>
 
 #include <sqlite3.h>
@@ -23,10 +26,12 @@ Taskmill_Database::~Taskmill_Database()
 
 void Taskmill_Database::ForgetContent()
 {
-    m_statements.Clear();
     m_addedFields.Forget();
-    m_jobTypes.reset();
-    m_keysOfJobs.clear();
+    m_generalData.Forget();
+    m_jobTypes.Forget();
+    m_queues.Forget();
+    for (Taskmill_JobTableStore *table : m_jobTables)
+        table->Forget();
 }
 
 void Taskmill_Database::Close()
@@ -192,4 +197,212 @@ bool Taskmill_Database::CopyFile(const QString &fileName, bool isSave, QString *
     if (result != 0)
         SetLastError(QSqlError{{}, QString::fromUtf8(sqlite3_errstr(result))});
     return result == 0;
+}
+
+bool Taskmill_Database::InTransaction(const std::function<bool()> &write)
+{
+    if (!BeginTransaction())
+        return false;
+    if (write()) {
+        if (Commit())
+            return true;
+    } else {
+        // An open transaction would make every later write and save fail.
+        Rollback();
+    }
+    m_addedFields.Forget();
+    for (Taskmill_JobTableStore *table : m_jobTables)
+        table->ForgetKeys();
+    return false;
+}
+
+Taskmill_AddedFields &Taskmill_Database::AddedFields()
+{
+    // Nobody else can change a database in memory.
+    if (Kind() != SQLiteMemory)
+        m_addedFields.Forget();
+    return m_addedFields;
+}
+
+bool Taskmill_Database::RemoveFieldsOfGoneJobs(const QList<qint32> &jobIDs)
+{
+    Taskmill_AddedFields &addedFields = AddedFields();
+    QList<qint32> gone;
+    // Most jobs have none, and no table has an index on the number.
+    for (const qint32 jobID : jobIDs) {
+        if (addedFields.Has(Connection(), Taskmill_FieldOwner::Job, jobID) &&
+            std::ranges::none_of(m_jobTables, [&](auto *table) { return table->Contains(jobID); }))
+            gone.append(jobID);
+    }
+    return addedFields.Remove(Connection(), Taskmill_FieldOwner::Job, gone);
+}
+
+void Taskmill_Database::RemoveOrphanedFields()
+{
+    const UntrackedScope noChange{*this};
+    const QStringList tables = Connection().tables(QSql::Tables);
+    const auto numbers = [&tables](const QString &column, const QString &table) {
+        return tables.contains(table, Qt::CaseInsensitive) ? u"SELECT %1 FROM %2"_s.arg(column, table)
+                                                           : QString{};
+    };
+    QStringList ofJobs;
+    for (const Taskmill_JobTableStore *table : m_jobTables)
+        ofJobs.append(numbers(u"JobID"_s, table->TableName()));
+    ofJobs.removeAll(QString{});
+    const bool removed = InTransaction([&] {
+        Taskmill_AddedFields &fields = AddedFields();
+        return fields.RemoveOthers(Connection(), Taskmill_FieldOwner::Job, ofJobs.join(u" UNION ALL "_s)) &&
+               fields.RemoveOthers(Connection(), Taskmill_FieldOwner::JobType,
+                                   numbers(u"JobTypeID"_s, u"JobTypes"_s)) &&
+               fields.RemoveOthers(Connection(), Taskmill_FieldOwner::Queue,
+                                   numbers(u"QueueID"_s, u"Queues"_s));
+    });
+    if (!removed)
+        qCWarning(Taskmill_DBLog, "Values without an owner could not be removed");
+}
+
+bool Taskmill_Database::InsertGeneralData(const QString &name, const QString &dataStr, bool forceNew,
+                                          qint32 *outID)
+{
+    return m_generalData.Insert(name, dataStr, forceNew, outID);
+}
+
+int Taskmill_Database::SetGeneralData(const QString &name, const QString &dataStr)
+{
+    return m_generalData.Set(name, dataStr);
+}
+
+bool Taskmill_Database::GetGeneralData(const QString &name, QString &outDataStr)
+{
+    return m_generalData.Get(name, outDataStr);
+}
+
+bool Taskmill_Database::InsertJobType(const Taskmill_JobType &jobType, bool forceNew, qint32 *outID)
+{
+    return m_jobTypes.Insert(jobType, forceNew, outID);
+}
+
+bool Taskmill_Database::UpdateJobType(qint32 jobTypeID, const Taskmill_JobType &jobType)
+{
+    return m_jobTypes.Update(jobTypeID, jobType);
+}
+
+bool Taskmill_Database::DeleteJobType(qint32 jobTypeID)
+{
+    return m_jobTypes.Delete(jobTypeID);
+}
+
+Taskmill_JobType Taskmill_Database::GetJobType(qint32 jobTypeID)
+{
+    return m_jobTypes.Get(jobTypeID);
+}
+
+QList<Taskmill_JobType> Taskmill_Database::GetJobTypes()
+{
+    return m_jobTypes.GetAll();
+}
+
+bool Taskmill_Database::InsertLongJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID)
+{
+    return m_longJobs.Insert(job, forceNew, outID);
+}
+
+bool Taskmill_Database::InsertShortJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID)
+{
+    return m_shortJobs.Insert(job, forceNew, outID);
+}
+
+bool Taskmill_Database::InsertQueuelessJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID)
+{
+    return m_queuelessJobs.Insert(job, forceNew, outID);
+}
+
+bool Taskmill_Database::InsertFinishedJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID)
+{
+    return m_finishedJobs.Insert(job, forceNew, outID);
+}
+
+bool Taskmill_Database::DeleteLongJob(qint32 jobID)
+{
+    return m_longJobs.Delete(jobID);
+}
+
+bool Taskmill_Database::DeleteShortJob(qint32 jobID)
+{
+    return m_shortJobs.Delete(jobID);
+}
+
+bool Taskmill_Database::DeleteQueuelessJob(qint32 jobID)
+{
+    return m_queuelessJobs.Delete(jobID);
+}
+
+bool Taskmill_Database::DeleteFinishedJob(qint32 jobID)
+{
+    return m_finishedJobs.DeleteAll({jobID});
+}
+
+bool Taskmill_Database::DeleteFinishedJobs(const QList<qint32> &jobIDs)
+{
+    return m_finishedJobs.DeleteAll(jobIDs);
+}
+
+QList<Taskmill_JobRecord> Taskmill_Database::GetLongJobs()
+{
+    return m_longJobs.GetAll();
+}
+
+QList<Taskmill_JobRecord> Taskmill_Database::GetShortJobs()
+{
+    return m_shortJobs.GetAll();
+}
+
+QList<Taskmill_JobRecord> Taskmill_Database::GetQueuelessJobs()
+{
+    return m_queuelessJobs.GetAll();
+}
+
+QList<Taskmill_JobRecord> Taskmill_Database::GetFinishedJobs()
+{
+    return m_finishedJobs.GetAll();
+}
+
+QList<Taskmill_JobRecord> Taskmill_Database::GetFinishedJobsWithShortOutputs(int longestOutput)
+{
+    return m_finishedJobs.GetAll(longestOutput);
+}
+
+QString Taskmill_Database::GetFinishedJobOutput(qint32 jobID)
+{
+    return m_finishedJobs.GetOutput(jobID);
+}
+
+qint32 Taskmill_Database::LargestJobID()
+{
+    qint32 largest = -1;
+    if (!Open())
+        return largest;
+    for (Taskmill_JobTableStore *table : m_jobTables)
+        largest = std::max(largest, table->LargestJobID());
+    return largest;
+}
+
+bool Taskmill_Database::InsertQueue(const QString &name, qint32 maxRunningJobs, qint32 *outID)
+{
+    return m_queues.Insert(name, maxRunningJobs, outID);
+}
+
+qint32 Taskmill_Database::GetQueueID(const QString &name)
+{
+    return m_queues.GetID(name);
+}
+
+qint32 Taskmill_Database::GetMaxRunningJobs(const QString &name)
+{
+    return m_queues.GetMaxRunningJobs(name);
+}
+
+bool Taskmill_Database::SetMaxRunningJobs(const QString &name, qint32 maxRunningJobs)
+{
+    return m_queues.SetMaxRunningJobs(name, maxRunningJobs);
 }

@@ -1,23 +1,20 @@
 #pragma once
 
 #include "db/addedfields.h"
-#include "db/databasestatements.h"
-#include "jobs/jobrecord.h"
+#include "db/finishedjobstore.h"
+#include "db/generaldatastore.h"
+#include "db/jobtypestore.h"
+#include "db/queuedjobstore.h"
+#include "db/queuestore.h"
 #include "kilnutil/database_foundation.h"
 
-#include <QHash>
-#include <QMultiHash>
-
+#include <array>
 #include <functional>
-#include <optional>
 
-class Taskmill_RecordFields;
-enum class Taskmill_Table;
-
-/// The job database: its tables, and the records of job types, queues, jobs and general values. Every write
-/// is one transaction. Operations report failure by their result alone, apart from the warning that a table
-/// cannot be created. Insertions open the connection and create missing tables, reading only opens it,
-/// updates and deletions of job types and jobs need it open.
+/// The job database: its tables, and the records of job types, queues, jobs and general values, which a store
+/// for each table writes and reads. Every write is one transaction. Operations report failure by their result
+/// alone, apart from the warning that a table cannot be created. Insertions open the connection and create
+/// missing tables, reading only opens it, updates and deletions of job types and jobs need it open.
 class Taskmill_Database final : public KilnUtil_Database_Foundation
 {
     Q_OBJECT
@@ -114,41 +111,32 @@ public:
     bool SetMaxRunningJobs(const QString &name, qint32 maxRunningJobs);
 
 private:
-    using KeysOfJobs = QMultiHash<qint32, qint32>;
+    friend class Taskmill_TableStore;
+    friend class Taskmill_JobTableStore;
 
     QString CreateTable(Taskmill_Table table);
     bool CopyFile(const QString &fileName, bool isSave, QString *reason);
-    void RemoveOrphanedFields();
-    bool IsOpenAndReady();
     void ForgetContent();
     /// What is written of one operation, in one transaction; false undoes all of it.
-    using Writing = std::function<bool()>;
-    bool InTransaction(const Writing &write);
-    bool RunPrepared(const QString &statement, const QVariantList &values);
-    bool InsertKeyed(const QString &table, Taskmill_RecordFields fields, const QString &name, bool forceNew,
-                     qint32 *outID, const Writing &writeMore = {});
-    QSqlQuery *InsertStatement(const QString &table, const QStringList &columns);
-    std::optional<qint64> FindName(const QString &table, const QString &keyColumn, const QString &name);
-    std::optional<qint64> SelectInteger(const QString &statement);
-    bool ExecuteInTransaction(const QString &statement);
-    bool InsertJob(Taskmill_Table table, const Taskmill_RecordFields &fields, const Taskmill_JobRecord &job,
-                   bool forceNew, qint32 *outID);
-    bool InsertQueuedJob(Taskmill_Table table, const Taskmill_JobRecord &job, bool forceNew, qint32 *outID);
-    bool DeleteJob(Taskmill_Table table, qint32 jobID);
-    bool DeleteRows(Taskmill_Table table, qint32 jobID);
-    bool DeleteFinishedRows(const QList<qint32> &jobIDs);
-    bool RemoveFieldsOfGoneJobs(const QList<qint32> &jobIDs);
+    bool InTransaction(const std::function<bool()> &write);
     Taskmill_AddedFields &AddedFields();
-    KeysOfJobs &KeysIn(Taskmill_Table table);
-    QString ColumnsToRead(Taskmill_Table table);
-    QList<Taskmill_JobRecord> GetJobs(Taskmill_Table table, const QString &queueName,
-                                      std::optional<int> longestOutput = {});
-    qint32 GetQueueValue(const QString &name, const QString &column);
+    /// Inside a transaction: removes what no table has a column for, of the jobs that are in no table any
+    /// more.
+    bool RemoveFieldsOfGoneJobs(const QList<qint32> &jobIDs);
+    void RemoveOrphanedFields();
 
     bool m_tablesReady = false;
-    Taskmill_DatabaseStatements m_statements;
     Taskmill_AddedFields m_addedFields;
-    std::optional<QList<Taskmill_JobType>> m_jobTypes; ///< nothing while they have to be read
-    /// The rows of each job number, of the tables that were asked for: no table has an index on the number.
-    QHash<Taskmill_Table, KeysOfJobs> m_keysOfJobs;
+    Taskmill_GeneralDataStore m_generalData{*this};
+    Taskmill_JobTypeStore m_jobTypes{*this};
+    Taskmill_QueueStore m_queues{*this};
+    Taskmill_QueuedJobStore m_longJobs{*this, Taskmill_Table::LongJobsQueue, QStringLiteral("LongJobID"),
+                                       QStringLiteral("Long")};
+    Taskmill_QueuedJobStore m_shortJobs{*this, Taskmill_Table::ShortJobsQueue, QStringLiteral("ShortJobID"),
+                                        QStringLiteral("Short")};
+    Taskmill_QueuedJobStore m_queuelessJobs{*this, Taskmill_Table::QueuelessJobs,
+                                            QStringLiteral("QueuelessJobID"), QStringLiteral("Queueless")};
+    Taskmill_FinishedJobStore m_finishedJobs{*this};
+    const std::array<Taskmill_JobTableStore *, 4> m_jobTables{&m_longJobs, &m_shortJobs, &m_queuelessJobs,
+                                                              &m_finishedJobs};
 };

@@ -118,7 +118,7 @@ bool Taskmill_Job::OpenStandardInput(QFile &file) const
 
 void Taskmill_Job::MakeProcess(const Taskmill_LaunchPlan &plan, const QString &standardInputFile)
 {
-    m_process = new KilnUtil_Process{nullptr, m_record.JobType.Name, m_record.Name};
+    m_process = new KilnUtil_Process{nullptr, m_record.JobType.Name};
     m_process->setProcessEnvironment(Taskmill_JobEnvironment(m_record, KilnUtil_Process::StartEnvironment()));
     // A program that reads a prompt nobody answers must find the end of the input instead of waiting for
     // ever.
@@ -130,7 +130,6 @@ void Taskmill_Job::MakeProcess(const Taskmill_LaunchPlan &plan, const QString &s
     m_process->SetProgramText(plan.Program);
     m_process->SetArgumentText(plan.Arguments);
     m_process->SetTitle(m_record.Name);
-    m_process->SetUserAndGroup(m_record.ClientUID, m_record.ClientGID);
     connect(m_process, &KilnUtil_Process::FinishedSignal, this, &Taskmill_Job::ProcessFinishedSlot);
 }
 

@@ -1,10 +1,10 @@
 #include "manager/manager.h"
 
-#include "kilnutil/platform.h"
 #include "kilnutil/registry.h"
 #include "manager/recentprojects.h"
 #include "manager/spareproject.h"
 #include "processes/processinspector.h"
+#include "processes/processtree.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -67,5 +67,5 @@ void Taskmill_Manager::SaveBeforeAbruptEnd()
     if (m_isShutDown)
         return;
     m_project.SaveUnattended();
-    KilnUtil_Platform::KillRegisteredChildren();
+    KilnUtil_ProcessTree::KillRegisteredChildren();
 }

@@ -7,7 +7,6 @@
 #include "kilnutil/error.h"
 #include "kilnutil/idmanager.h"
 #include "kilnutil/logging.h"
-#include "kilnutil/platform.h"
 #include "kilnutil/registry.h"
 #include "manager/destinations.h"
 #include "manager/finishedjobs.h"
@@ -15,6 +14,7 @@
 #include "manager/recentprojects.h"
 #include "manager/spareproject.h"
 #include "manager/version.h"
+#include "processes/processtree.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -368,7 +368,7 @@ QString Taskmill_Project::WindowTitle() const
 void Taskmill_Project::CloseProject()
 {
     // All at once: telling the client of one job may take a while, and none is to go on running meanwhile.
-    KilnUtil_Platform::KillRegisteredChildren();
+    KilnUtil_ProcessTree::KillRegisteredChildren();
     // Before the database goes: a killed job is recorded, and not in the next project.
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Stop();

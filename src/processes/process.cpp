@@ -1,6 +1,6 @@
 #include "processes/process.h"
 
-#include "kilnutil/platform.h"
+#include "processes/processtree.h"
 
 #include <QFileInfo>
 #include <QTimer>
@@ -19,11 +19,10 @@ bool MayBlockWhenOpened(const QString &path)
 }
 } // namespace
 
-KilnUtil_Process::KilnUtil_Process(QObject *parent, const QString &title, const QString &secondTitle)
+KilnUtil_Process::KilnUtil_Process(QObject *parent, const QString &title)
     : QProcess{parent}
-    , m_title{title}
-    , m_secondTitle{secondTitle}
 {
+    SetTitle(title);
     setProcessChannelMode(QProcess::MergedChannels);
     connect(this, &QProcess::started, this, &KilnUtil_Process::StartedSlot);
     connect(this, &QProcess::errorOccurred, this, &KilnUtil_Process::ErrorOccurredSlot);
@@ -37,7 +36,7 @@ KilnUtil_Process::~KilnUtil_Process()
     disconnect(this, nullptr, this, nullptr);
     EndProcess();
     if (m_registeredID != 0)
-        KilnUtil_Platform::UnregisterChild(m_registeredID);
+        KilnUtil_ProcessTree::UnregisterChild(m_registeredID);
 }
 
 QProcessEnvironment KilnUtil_Process::StartEnvironment()
@@ -48,17 +47,7 @@ QProcessEnvironment KilnUtil_Process::StartEnvironment()
 
 void KilnUtil_Process::SetTitle(const QString &title)
 {
-    m_title = title;
-}
-
-QString KilnUtil_Process::Title() const
-{
-    return m_title;
-}
-
-QString KilnUtil_Process::SecondTitle() const
-{
-    return m_secondTitle;
+    setObjectName(title);
 }
 
 void KilnUtil_Process::SetProgramText(const QString &program)
@@ -74,12 +63,6 @@ QString KilnUtil_Process::Program() const
 void KilnUtil_Process::SetArgumentText(const QString &arguments)
 {
     m_argumentText = arguments;
-}
-
-void KilnUtil_Process::SetUserAndGroup(int userID, int groupID)
-{
-    m_userID = userID;
-    m_groupID = groupID;
 }
 
 void KilnUtil_Process::SetStandardInputFilePath(const QString &path)
@@ -102,7 +85,7 @@ void KilnUtil_Process::Start()
             return;
         }
     }
-    KilnUtil_Platform::PrepareChild(*this, m_argumentText);
+    KilnUtil_ProcessTree::PrepareChild(*this, m_argumentText);
     start();
     // The process is known from here on, before the event loop learns that it has started.
     StartedSlot();
@@ -113,7 +96,7 @@ void KilnUtil_Process::StartedSlot()
     if (m_registeredID != 0 || processId() <= 0)
         return;
     m_registeredID = processId();
-    KilnUtil_Platform::RegisterChild(m_registeredID);
+    KilnUtil_ProcessTree::RegisterChild(m_registeredID);
 }
 
 qint64 KilnUtil_Process::ProcessID() const
@@ -152,14 +135,14 @@ void KilnUtil_Process::EndProcess()
 {
     if (state() == QProcess::NotRunning)
         return;
-    KilnUtil_Platform::KillProcessTree(processId());
+    KilnUtil_ProcessTree::KillProcessTree(processId());
     kill();
     waitForFinished(KillWaitMs);
 }
 
 void KilnUtil_Process::KillDescendants()
 {
-    KilnUtil_Platform::KillDescendants(processId());
+    KilnUtil_ProcessTree::KillDescendants(processId());
 }
 
 void KilnUtil_Process::ErrorOccurredSlot(QProcess::ProcessError error)
@@ -208,6 +191,6 @@ void KilnUtil_Process::EndSlot()
     if (!m_failedToStart)
         ReadOutputSlot();
     if (m_registeredID != 0)
-        KilnUtil_Platform::UnregisterChild(std::exchange(m_registeredID, 0));
+        KilnUtil_ProcessTree::UnregisterChild(std::exchange(m_registeredID, 0));
     Q_EMIT FinishedSignal(!m_failedToStart && exitStatus() == QProcess::NormalExit);
 }

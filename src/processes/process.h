@@ -17,7 +17,7 @@ public:
     /// How long KillSlot() waits for a killed process to be gone, in ms.
     static constexpr int KillWaitMs = 5000;
 
-    KilnUtil_Process(QObject *parent, const QString &title, const QString &secondTitle);
+    KilnUtil_Process(QObject *parent, const QString &title);
     /// Ends the program, and everything it started, when it still runs.
     ~KilnUtil_Process() override;
     Q_DISABLE_COPY_MOVE(KilnUtil_Process)
@@ -26,19 +26,14 @@ public:
     /// makes.
     [[nodiscard]] static QProcessEnvironment StartEnvironment();
 
+    /// The title is the object's name.
     void SetTitle(const QString &title);
-    [[nodiscard]] QString Title() const;
-    [[nodiscard]] QString SecondTitle() const;
 
     /// Path of the program; never split.
     void SetProgramText(const QString &program);
     [[nodiscard]] QString Program() const;
     /// The arguments as one text, quoted as KilnUtil_FileSys::ConvertFilename does it.
     void SetArgumentText(const QString &arguments);
-    /// Kept for the record only: programs run with the manager's own identity.
-    void SetUserAndGroup(int userID, int groupID);
-    [[nodiscard]] int UserID() const { return m_userID; }
-    [[nodiscard]] int GroupID() const { return m_groupID; }
     /// Input comes from this file. Like the one for output it has to be a regular file or the null device:
     /// the start fails otherwise.
     void SetStandardInputFilePath(const QString &path);
@@ -91,15 +86,11 @@ private:
     [[nodiscard]] QString ReasonOfFailedStart() const;
     void FailToStart(const QString &reason);
 
-    QString m_title;
-    QString m_secondTitle;
     QString m_argumentText;
     QString m_standardInputPath;
     QString m_standardOutputPath;
     KilnUtil_OutputBuffer m_output;
     qint64 m_registeredID = 0;
-    int m_userID = 0;
-    int m_groupID = 0;
     bool m_killed = false;
     bool m_failedToStart = false;
     bool m_ended = false;

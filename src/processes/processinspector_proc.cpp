@@ -2,6 +2,7 @@
 
 #include "kilnutil/filesys.h"
 #include "kilnutil/logging.h"
+#include "processes/procfiles_unix.h"
 
 #include <QDir>
 #include <QFile>
@@ -15,145 +16,11 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <dirent.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
-/// Name of a file of a process, such as /proc/17/stat, without touching the heap.
-class ProcPath
-{
-public:
-    ProcPath(int processID, const char *file)
-    {
-        std::snprintf(m_text, sizeof m_text, "/proc/%d/%s", processID, file);
-    }
-    [[nodiscard]] const char *Text() const { return m_text; }
-
-private:
-    char m_text[48];
-};
-
-/// Empty when the file cannot be read, as when the process has just ended.
-QByteArray ReadProcFile(const ProcPath &path)
-{
-    QByteArray content;
-    const int file = open(path.Text(), O_RDONLY | O_CLOEXEC);
-    if (file < 0)
-        return content;
-    std::array<char, 4096> chunk;
-    ssize_t count = 0;
-    do {
-        count = read(file, chunk.data(), chunk.size());
-        content.append(chunk.data(), std::max<ssize_t>(count, 0));
-        // A short read is the end here; asking once more costs as much as the first time.
-    } while (count == static_cast<ssize_t>(chunk.size()));
-    close(file);
-    return content;
-}
-
-QByteArray ReadProcLink(const ProcPath &path)
-{
-    std::array<char, 4096> target;
-    const ssize_t length = readlink(path.Text(), target.data(), target.size());
-    return length > 0 ? QByteArray{target.data(), length} : QByteArray{};
-}
-
-/// What this program wants of /proc/N/stat.
-struct ProcStat
-{
-    QByteArray comm; ///< the kernel's name of the process, at most 15 bytes
-    char state = 0;
-    int parent = -1;
-    quint32 flags = 0;
-    qulonglong userTicks = 0;
-    qulonglong kernelTicks = 0;
-    qlonglong priority = 0;
-    qlonglong threads = 0;
-    qlonglong startTicks = 0;   ///< since the system started
-    qulonglong virtualSize = 0; ///< bytes
-    qlonglong residentPages = 0;
-
-    [[nodiscard]] bool IsAlive() const { return state != 0 && state != 'Z' && state != 'X'; }
-    /// Kernel threads have no program, no command line and no memory of their own.
-    [[nodiscard]] bool IsKernelThread() const { return (flags & 0x00200000) != 0; }
-};
-
-/// The fields of a stat line from number 3 on.
-class StatFields
-{
-public:
-    explicit StatFields(QByteArrayView text)
-        : m_at{text.begin()}
-        , m_end{text.end()}
-    {
-    }
-
-    char Character()
-    {
-        SkipBlanks();
-        return m_at < m_end ? *m_at++ : '\0';
-    }
-
-    template <typename Number>
-    void Read(Number &number)
-    {
-        SkipBlanks();
-        m_at = std::from_chars(m_at, m_end, number).ptr;
-    }
-
-    void Skip(int count)
-    {
-        for (; count > 0; --count) {
-            SkipBlanks();
-            while (m_at < m_end && *m_at != ' ')
-                ++m_at;
-        }
-    }
-
-private:
-    void SkipBlanks()
-    {
-        while (m_at < m_end && *m_at == ' ')
-            ++m_at;
-    }
-
-    const char *m_at;
-    const char *m_end;
-};
-
-ProcStat ReadStat(int processID)
-{
-    const QByteArray text = ReadProcFile({processID, "stat"});
-    ProcStat stat;
-    // The name between the parentheses may itself hold blanks and parentheses.
-    const qsizetype begin = text.indexOf('(');
-    const qsizetype end = text.lastIndexOf(')');
-    if (begin < 0 || end < begin)
-        return stat;
-
-    stat.comm = text.mid(begin + 1, end - begin - 1);
-    StatFields fields{QByteArrayView{text}.sliced(end + 1)};
-    stat.state = fields.Character(); // 3
-    fields.Read(stat.parent);
-    fields.Skip(4);
-    fields.Read(stat.flags); // 9
-    fields.Skip(4);
-    fields.Read(stat.userTicks); // 14
-    fields.Read(stat.kernelTicks);
-    fields.Skip(2);
-    fields.Read(stat.priority); // 18
-    fields.Skip(1);
-    fields.Read(stat.threads); // 20
-    fields.Skip(1);
-    fields.Read(stat.startTicks); // 22
-    fields.Read(stat.virtualSize);
-    fields.Read(stat.residentPages);
-    return stat;
-}
-
-/// State word and memory of a process from /proc/N/status.
+/// State word and memory of a process as /proc/N/status shows them.
 struct ProcStatus
 {
     QByteArrayView state; ///< such as "sleeping"
@@ -224,7 +91,7 @@ QByteArray AbsolutePath(int processID, const QByteArray &path)
 {
     if (path.startsWith('/'))
         return path;
-    const QString directory = QFile::decodeName(ReadProcLink({processID, "cwd"}));
+    const QString directory = QFile::decodeName(Taskmill_ReadProcLink(processID, "cwd"));
     return QFile::encodeName(QDir::cleanPath(directory + u'/' + QFile::decodeName(path)));
 }
 
@@ -248,7 +115,7 @@ QByteArray ExecutablePath(int processID, const QByteArray &comm, const QList<QBy
     QByteArray path = ScriptPath(processID, comm, arguments);
     if (!path.isEmpty())
         return path;
-    path = ReadProcLink({processID, "exe"});
+    path = Taskmill_ReadProcLink(processID, "exe");
     constexpr QByteArrayView deleted = " (deleted)";
     if (path.endsWith(deleted))
         path.chop(deleted.size());
@@ -302,11 +169,11 @@ struct ProcProgram
     QByteArray executablePath;
 };
 
-ProcProgram ReadProgram(int processID, const ProcStat &stat)
+ProcProgram ReadProgram(int processID, const Taskmill_ProcStat &stat)
 {
     if (stat.IsKernelThread())
         return {};
-    QByteArray content = ReadProcFile({processID, "cmdline"});
+    QByteArray content = Taskmill_ReadProcFile(processID, "cmdline");
     if (content.endsWith('\0'))
         content.chop(1);
     const QList<QByteArray> arguments = content.split('\0');
@@ -314,7 +181,7 @@ ProcProgram ReadProgram(int processID, const ProcStat &stat)
             .executablePath = ExecutablePath(processID, stat.comm, arguments)};
 }
 
-void AppendProcess(QByteArray &listing, int processID, const ProcStat &stat)
+void AppendProcess(QByteArray &listing, int processID, const Taskmill_ProcStat &stat)
 {
     static const QByteArray computer = QSysInfo::machineHostName().toUtf8();
     static const qlonglong pageSize = sysconf(_SC_PAGESIZE);
@@ -322,7 +189,7 @@ void AppendProcess(QByteArray &listing, int processID, const ProcStat &stat)
     const ProcProgram program = ReadProgram(processID, stat);
     const QByteArrayView name =
         program.executablePath.isEmpty() ? QByteArrayView{stat.comm} : FileName(program.executablePath);
-    const QByteArray statusText = ReadProcFile({processID, "status"});
+    const QByteArray statusText = Taskmill_ReadProcFile(processID, "status");
     const ProcStatus status = ReadStatus(statusText);
     const QByteArray id = QByteArray::number(processID);
 
@@ -349,22 +216,6 @@ void AppendProcess(QByteArray &listing, int processID, const ProcStat &stat)
     listing.append("\r\n");
 }
 
-/// Calls visit(id) for every process there is.
-template <typename Visit>
-void ForEachProcess(Visit visit)
-{
-    DIR *directory = opendir("/proc");
-    if (!directory)
-        return;
-    while (const dirent *entry = readdir(directory)) {
-        int processID = 0;
-        const char *end = entry->d_name + std::strlen(entry->d_name);
-        if (std::from_chars(entry->d_name, end, processID).ptr == end && processID > 0)
-            visit(processID);
-    }
-    closedir(directory);
-}
-
 /// Ends a process as surely as the system can. The ids 0 and 1 are no process that could be meant: 0 is this
 /// program's own process group, 1 the system's first process.
 void Kill(int processID)
@@ -379,11 +230,11 @@ protected:
     QString ListingText() override
     {
         QByteArray listing;
-        ForEachProcess([&listing](int processID) {
-            const ProcStat stat = ReadStat(processID);
+        for (const int processID : Taskmill_ListProcesses()) {
+            const Taskmill_ProcStat stat = Taskmill_ReadProcStat(processID);
             if (stat.IsAlive())
                 AppendProcess(listing, processID, stat);
-        });
+        }
         return QString::fromUtf8(listing);
     }
 
@@ -394,19 +245,19 @@ protected:
         // Every process whose own parent has ended is a child of process 1.
         if (processID <= 1)
             return;
-        ForEachProcess([processID](int candidate) {
-            if (candidate != getpid() && ReadStat(candidate).parent == processID)
+        for (const int candidate : Taskmill_ListProcesses()) {
+            if (candidate != getpid() && Taskmill_ReadProcStat(candidate).parent == processID)
                 Kill(candidate);
-        });
+        }
     }
 
     std::optional<QString> CreationDateNow(int processID) override
     {
-        const ProcStat stat = ReadStat(processID);
+        const Taskmill_ProcStat stat = Taskmill_ReadProcStat(processID);
         return stat.IsAlive() ? QString::fromUtf8(CreationDate(stat.startTicks)) : QString{};
     }
 
-    std::optional<int> ParentNow(int processID) override { return ReadStat(processID).parent; }
+    std::optional<int> ParentNow(int processID) override { return Taskmill_ReadProcStat(processID).parent; }
 };
 } // namespace
 

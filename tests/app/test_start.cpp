@@ -9,7 +9,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 using Mode = Taskmill_RunMode;
-using Progress = Taskmill_ProgressLevel;
 using Outcome = Taskmill_FileArgument::Outcome;
 
 /// What the command line says.
@@ -20,19 +19,16 @@ class TestStart : public QObject
 private Q_SLOTS:
     void init() { FailOnQtWarnings(); }
 
-    void OptionsChooseModeAndProgress()
+    void OptionsChooseTheMode()
     {
         const auto parsed = [](const QString &line) {
-            const auto options = Taskmill_StartOptions::Parse(line.split(u' ', Qt::SkipEmptyParts));
-            return std::pair{options.Mode, options.Progress};
+            return Taskmill_StartOptions::Parse(line.split(u' ', Qt::SkipEmptyParts)).Mode;
         };
-        QCOMPARE(parsed({}), std::pair(Mode::Gui, Progress::Full));
-        QCOMPARE(parsed(u"-console"_s), std::pair(Mode::Gui, Progress::Full));
-        QCOMPARE(parsed(u"taskmill -consoles"_s), std::pair(Mode::Gui, Progress::Full));
-        QCOMPARE(parsed(u"taskmill -NoGUI"_s), std::pair(Mode::Console, Progress::Some));
-        QCOMPARE(parsed(u"taskmill -newconsole -console"_s), std::pair(Mode::NewConsole, Progress::Some));
-        QCOMPARE(parsed(u"x -console -showprogress=true"_s), std::pair(Mode::Console, Progress::Full));
-        QCOMPARE(parsed(u"x -showprogress=some -showprogress=false"_s), std::pair(Mode::Gui, Progress::Some));
+        QCOMPARE(parsed({}), Mode::Gui);
+        QCOMPARE(parsed(u"-console"_s), Mode::Gui);
+        QCOMPARE(parsed(u"taskmill -consoles"_s), Mode::Gui);
+        QCOMPARE(parsed(u"taskmill -NoGUI"_s), Mode::Console);
+        QCOMPARE(parsed(u"taskmill -newconsole -console"_s), Mode::NewConsole);
     }
 
     void FirstFileDecides()
@@ -57,7 +53,8 @@ private Q_SLOTS:
         const auto unknown = [](const QString &line) {
             return Taskmill_UnknownOptions(line.split(u' ')).join(u' ');
         };
-        QCOMPARE(unknown(u"taskmill -Console --help -h -DebugFile=x -list jobs.mill"_s), QString{});
+        QCOMPARE(unknown(u"taskmill -Console --help -h -DebugFile=x -list -showprogress=Some jobs.mill"_s),
+                 QString{});
         QCOMPARE(unknown(u"taskmill --console -debugfiles x -run"_s), u"--console -debugfiles"_s);
         const auto named = [](const QString &line) {
             return Taskmill_FileNamed(line.split(u' '));

@@ -3,7 +3,7 @@
 #include "endtoend/notificationsink.h"
 #include "endtoend/processtable.h"
 #include "endtoend/projectfixture.h"
-#include "kilnutil/platform.h"
+#include "kilnutil/openfileslimit.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -274,7 +274,7 @@ void TestManagerProgram::SurvivesAFullDisk()
 
 void TestManagerProgram::ServesInTheMidstOfIdlersAndGarbage()
 {
-    KilnUtil_Platform::RaiseOpenFilesLimit();
+    KilnUtil_RaiseOpenFilesLimit();
     QVERIFY(Project().AddTestType(u"Quick"_s, u"exit 0"_s));
     QVERIFY(Project().Start());
     Sockets idlers;

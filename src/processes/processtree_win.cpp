@@ -1,4 +1,4 @@
-#include "kilnutil/platform.h"
+#include "processes/processtree.h"
 
 #include "kilnutil/logging.h"
 
@@ -26,7 +26,7 @@ HANDLE MakeJobObject(HANDLE process)
     const HANDLE jobObject = CreateJobObjectW(nullptr, nullptr);
     if (jobObject && AssignProcessToJobObject(jobObject, process))
         return jobObject;
-    qCWarning(KilnUtil_UtilLog, "Programs started by process %lu will not be ended with it: error %lu",
+    qCWarning(Taskmill_ProcessesLog, "Programs started by process %lu will not be ended with it: error %lu",
               GetProcessId(process), GetLastError());
     if (jobObject)
         CloseHandle(jobObject);
@@ -69,7 +69,7 @@ private:
 };
 } // namespace
 
-void KilnUtil_Platform::PrepareChild(QProcess &process, const QString &argumentText)
+void KilnUtil_ProcessTree::PrepareChild(QProcess &process, const QString &argumentText)
 {
     process.setNativeArguments(argumentText);
     heldProcess = nullptr;
@@ -87,7 +87,7 @@ void KilnUtil_Platform::PrepareChild(QProcess &process, const QString &argumentT
         });
 }
 
-void KilnUtil_Platform::RegisterChild(qint64 processID)
+void KilnUtil_ProcessTree::RegisterChild(qint64 processID)
 {
     const PROCESS_INFORMATION *process = std::exchange(heldProcess, nullptr);
     if (!process || process->dwProcessId != static_cast<DWORD>(processID))
@@ -99,27 +99,25 @@ void KilnUtil_Platform::RegisterChild(qint64 processID)
     ResumeThread(process->hThread);
 }
 
-void KilnUtil_Platform::UnregisterChild(qint64 processID)
+void KilnUtil_ProcessTree::UnregisterChild(qint64 processID)
 {
     const std::scoped_lock lock{mutex};
     if (const HANDLE jobObject = jobObjects.take(processID))
         CloseHandle(jobObject);
 }
 
-void KilnUtil_Platform::KillDescendants(qint64) {}
+void KilnUtil_ProcessTree::KillDescendants(qint64) {}
 
-void KilnUtil_Platform::KillProcessTree(qint64 processID)
+void KilnUtil_ProcessTree::KillProcessTree(qint64 processID)
 {
     const std::scoped_lock lock{mutex};
     if (const HANDLE jobObject = jobObjects.value(processID))
         TerminateJobObject(jobObject, STATUS_CONTROL_C_EXIT);
 }
 
-void KilnUtil_Platform::KillRegisteredChildren()
+void KilnUtil_ProcessTree::KillRegisteredChildren()
 {
     const std::scoped_lock lock{mutex};
     for (const HANDLE jobObject : std::as_const(jobObjects))
         TerminateJobObject(jobObject, STATUS_CONTROL_C_EXIT);
 }
-
-void KilnUtil_Platform::RaiseOpenFilesLimit() {}

@@ -5,8 +5,8 @@
 class QProcess;
 class QString;
 
-/// What differs between systems in starting and ending the processes of jobs.
-namespace KilnUtil_Platform {
+/// Starts and ends the processes of jobs together with everything that they start.
+namespace KilnUtil_ProcessTree {
 /// To be called before start(): gives the process its arguments from one text (a Windows program gets the
 /// text as it stands, others the list that it splits into) and makes it the leader of a group of its own, so
 /// that keyboard signals to the manager do not reach it.
@@ -28,7 +28,4 @@ void KillProcessTree(qint64 processID);
 /// Ends all registered processes as KillProcessTree() does. Also off the main thread, while that one is held
 /// up.
 void KillRegisteredChildren();
-
-/// Lets the manager hold a few thousand connections; its children get the limit that it was started with.
-void RaiseOpenFilesLimit();
-} // namespace KilnUtil_Platform
+} // namespace KilnUtil_ProcessTree

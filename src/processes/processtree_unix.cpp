@@ -1,34 +1,24 @@
-#include "kilnutil/platform.h"
+#include "processes/processtree.h"
 
 #include "kilnutil/logging.h"
+#include "kilnutil/openfileslimit.h"
 #include "kilnutil/stringutil.h"
+#include "processes/procfiles_unix.h"
 
 #include <QProcess>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <csignal>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <set>
-#include <string>
 #include <vector>
 
-#include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
-constexpr rlim_t wantedOpenFiles = 8192;
-
 /// The leaders of the jobs' process groups; 0 marks a free place. Fixed, since another thread reads it.
 std::array<std::atomic<pid_t>, 4096> registeredChildren;
-
-rlimit openFilesAtStart{};
-std::atomic<bool> openFilesRaised{false};
 
 struct ProcessIds
 {
@@ -38,38 +28,14 @@ struct ProcessIds
     pid_t session = 0;
 };
 
-/// Reads /proc/N/stat: "N (name) S parent group session ...". The name may itself hold blanks and
-/// parentheses.
-ProcessIds ReadProcessIds(pid_t id)
-{
-    std::array<char, 512> text{};
-    const int file = open(("/proc/" + std::to_string(id) + "/stat").c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0)
-        return {};
-    const ssize_t size = read(file, text.data(), text.size() - 1);
-    close(file);
-    const char *nameEnd = size > 0 ? std::strrchr(text.data(), ')') : nullptr;
-    if (!nameEnd)
-        return {};
-    // The state is one letter between two blanks.
-    char *next = text.data() + (nameEnd - text.data()) + std::min<size_t>(std::strlen(nameEnd), 3);
-    ProcessIds ids{.id = id};
-    for (pid_t *field : {&ids.parent, &ids.group, &ids.session})
-        *field = static_cast<pid_t>(std::strtol(next, &next, 10));
-    return ids;
-}
-
 std::vector<ProcessIds> ListProcessIds()
 {
     std::vector<ProcessIds> processes;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry{"/proc", error}, end; !error && entry != end;
-         entry.increment(error)) {
-        const auto id = static_cast<pid_t>(std::atol(entry->path().filename().c_str()));
-        if (id <= 1)
-            continue;
-        if (const ProcessIds ids = ReadProcessIds(id); ids.id != 0)
-            processes.push_back(ids);
+    for (const pid_t id : Taskmill_ListProcesses()) {
+        const Taskmill_ProcStat stat = Taskmill_ReadProcStat(id);
+        if (id > 1 && stat.parent >= 0)
+            processes.push_back(
+                {.id = id, .parent = stat.parent, .group = stat.group, .session = stat.session});
     }
     return processes;
 }
@@ -124,30 +90,29 @@ void EndTrees(const std::set<pid_t> &roots, bool withRoots)
 }
 } // namespace
 
-void KilnUtil_Platform::PrepareChild(QProcess &process, const QString &argumentText)
+void KilnUtil_ProcessTree::PrepareChild(QProcess &process, const QString &argumentText)
 {
     process.setArguments(KilnUtil_String::MakeStringList(argumentText, true));
     process.setChildProcessModifier([] {
         setsid();
         // What this program ignores, its children would ignore too; of the broken pipe Qt takes care.
         std::signal(SIGXFSZ, SIG_DFL);
-        if (openFilesRaised)
-            setrlimit(RLIMIT_NOFILE, &openFilesAtStart);
+        KilnUtil_RestoreOpenFilesLimit();
     });
 }
 
-void KilnUtil_Platform::RegisterChild(qint64 processID)
+void KilnUtil_ProcessTree::RegisterChild(qint64 processID)
 {
     for (auto &place : registeredChildren) {
         pid_t free = 0;
         if (place.compare_exchange_strong(free, static_cast<pid_t>(processID)))
             return;
     }
-    qCWarning(KilnUtil_UtilLog, "Too many running processes: %lld is not known to a forced end",
+    qCWarning(Taskmill_ProcessesLog, "Too many running processes: %lld is not known to a forced end",
               static_cast<long long>(processID));
 }
 
-void KilnUtil_Platform::UnregisterChild(qint64 processID)
+void KilnUtil_ProcessTree::UnregisterChild(qint64 processID)
 {
     for (auto &place : registeredChildren) {
         auto taken = static_cast<pid_t>(processID);
@@ -156,13 +121,13 @@ void KilnUtil_Platform::UnregisterChild(qint64 processID)
     }
 }
 
-void KilnUtil_Platform::KillDescendants(qint64 processID)
+void KilnUtil_ProcessTree::KillDescendants(qint64 processID)
 {
     if (processID > 1 && !HasEnded(static_cast<pid_t>(processID)))
         EndTrees({static_cast<pid_t>(processID)}, false);
 }
 
-void KilnUtil_Platform::KillProcessTree(qint64 processID)
+void KilnUtil_ProcessTree::KillProcessTree(qint64 processID)
 {
     const auto root = static_cast<pid_t>(processID);
     if (root <= 1)
@@ -174,7 +139,7 @@ void KilnUtil_Platform::KillProcessTree(qint64 processID)
         EndTrees({root}, true);
 }
 
-void KilnUtil_Platform::KillRegisteredChildren()
+void KilnUtil_ProcessTree::KillRegisteredChildren()
 {
     std::set<pid_t> leaders;
     for (const auto &place : registeredChildren) {
@@ -183,15 +148,4 @@ void KilnUtil_Platform::KillRegisteredChildren()
     }
     if (!leaders.empty())
         EndTrees(leaders, true);
-}
-
-void KilnUtil_Platform::RaiseOpenFilesLimit()
-{
-    rlimit limit{};
-    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= wantedOpenFiles)
-        return;
-    openFilesAtStart = limit;
-    limit.rlim_cur =
-        limit.rlim_max == RLIM_INFINITY ? wantedOpenFiles : qMin(wantedOpenFiles, limit.rlim_max);
-    openFilesRaised = setrlimit(RLIMIT_NOFILE, &limit) == 0;
 }

@@ -1,0 +1,107 @@
+#include "db/jobtypestore.h"
+
+#include "db/addedfields.h"
+#include "db/recordfields.h"
+
+#include <QSqlRecord>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+static Taskmill_JobType JobTypeFromRecord(const QSqlRecord &record)
+{
+    return {
+        .JobTypeID = record.value(u"JobTypeID"_s).toInt(),
+        .Name = record.value(u"Name"_s).toString(),
+        .ApplicationName = record.value(u"ApplicationName"_s).toString(),
+        .ExecutablePath = record.value(u"ExecutablePath"_s).toString(),
+        .DefaultQueue = Taskmill_QueueNameFromKey(record.value(u"DefaultQueueID"_s).toInt()),
+        .GenericCommandLine = record.value(u"GenericCommandLine"_s).toString(),
+        .InputFileFilter = record.value(u"InputFileFilter"_s).toString(),
+        .OutputFileFilter = record.value(u"OutputFileFilter"_s).toString(),
+        .EnvironmentVariables = record.value(u"EnvironmentVariables"_s).toString(),
+    };
+}
+
+void Taskmill_JobTypeStore::Forget()
+{
+    Taskmill_TableStore::Forget();
+    m_jobTypes.reset();
+}
+
+bool Taskmill_JobTypeStore::Insert(const Taskmill_JobType &jobType, bool forceNew, qint32 *outID)
+{
+    Taskmill_RecordFields fields{u"JobTypeID"_s};
+    fields.AddText(u"Name"_s, jobType.Name);
+    fields.AddText(u"ApplicationName"_s, jobType.ApplicationName);
+    fields.AddText(u"ExecutablePath"_s, jobType.ExecutablePath);
+    fields.AddBytes(u"Icon"_s, QByteArray{""});
+    fields.AddInteger(u"DefaultQueueID"_s, static_cast<qint32>(jobType.DefaultQueueIndex()));
+    fields.AddText(u"InputFileFilter"_s, jobType.InputFileFilter);
+    fields.AddText(u"OutputFileFilter"_s, jobType.OutputFileFilter);
+    fields.AddText(u"EnvironmentVariables"_s, jobType.EnvironmentVariables);
+    fields.AddText(u"GenericCommandLine"_s, jobType.GenericCommandLine);
+    fields.AddCreationTimes();
+    m_jobTypes.reset();
+    return InsertKeyed(u"JobTypes"_s, fields, jobType.Name, forceNew, outID);
+}
+
+bool Taskmill_JobTypeStore::Update(qint32 jobTypeID, const Taskmill_JobType &jobType)
+{
+    m_jobTypes.reset();
+    const QString now = Taskmill_JobTime::Now().IsoText();
+    const QString statement =
+        u"UPDATE JobTypes SET Name = '"_s + jobType.Name + u"', ApplicationName = '"_s +
+        jobType.ApplicationName + u"', ExecutablePath = '"_s + jobType.ExecutablePath +
+        u"', DefaultQueueID = "_s + QString::number(static_cast<qint32>(jobType.DefaultQueueIndex())) +
+        u", InputFileFilter = '"_s + jobType.InputFileFilter + u"', OutputFileFilter = '"_s +
+        jobType.OutputFileFilter + u"', EnvironmentVariables = '"_s + jobType.EnvironmentVariables +
+        u"', GenericCommandLine = '"_s + jobType.GenericCommandLine + u"', LastModified = '"_s + now +
+        u"' WHERE JobTypeID = "_s + QString::number(jobTypeID);
+    const bool updated = InTransaction([&] { return Execute(statement); });
+    const auto texts = {jobType.Name,
+                        jobType.ApplicationName,
+                        jobType.ExecutablePath,
+                        jobType.InputFileFilter,
+                        jobType.OutputFileFilter,
+                        jobType.EnvironmentVariables,
+                        jobType.GenericCommandLine};
+    // The outcome of a statement with a quote in its texts does not count.
+    return updated || !std::ranges::all_of(texts, IsPlain);
+}
+
+bool Taskmill_JobTypeStore::Delete(qint32 jobTypeID)
+{
+    m_jobTypes.reset();
+    // The next job type may get the number.
+    return InTransaction([&] {
+        return Execute(u"DELETE FROM JobTypes WHERE JobTypeID = "_s + QString::number(jobTypeID)) &&
+               AddedFields().Remove(Connection(), Taskmill_FieldOwner::JobType, {jobTypeID});
+    });
+}
+
+Taskmill_JobType Taskmill_JobTypeStore::Get(qint32 jobTypeID)
+{
+    const QList<Taskmill_JobType> jobTypes = GetAll();
+    const auto found = std::ranges::find(jobTypes, jobTypeID, &Taskmill_JobType::JobTypeID);
+    return found == jobTypes.end() ? Taskmill_JobType{} : *found;
+}
+
+QList<Taskmill_JobType> Taskmill_JobTypeStore::GetAll()
+{
+    if (!Open())
+        return {};
+    // Every job that is made asks for them.
+    if (m_jobTypes && IsInMemory())
+        return *m_jobTypes;
+    QSqlQuery query{Connection()};
+    query.setForwardOnly(true);
+    if (!query.exec(u"SELECT * FROM JobTypes"_s))
+        return {};
+    QList<Taskmill_JobType> jobTypes;
+    while (query.next())
+        jobTypes.append(JobTypeFromRecord(query.record()));
+    m_jobTypes = jobTypes;
+    return jobTypes;
+}

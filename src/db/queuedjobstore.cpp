@@ -1,0 +1,60 @@
+#include "db/queuedjobstore.h"
+
+#include "db/recordfields.h"
+
+#include <QSqlRecord>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+Taskmill_QueuedJobStore::Taskmill_QueuedJobStore(Taskmill_Database &database, Taskmill_Table table,
+                                                 const QString &keyColumn, const QString &queueName)
+    : Taskmill_JobTableStore{database, table, keyColumn}
+    , m_queueName{queueName}
+{
+}
+
+bool Taskmill_QueuedJobStore::Insert(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID)
+{
+    Taskmill_RecordFields fields = StartFields(job);
+    AddLeadingFields(fields, job);
+    AddClientFields(fields, job);
+    AddTrailingFields(fields, job);
+    return InsertJob(fields, job, forceNew, outID);
+}
+
+bool Taskmill_QueuedJobStore::Delete(qint32 jobID)
+{
+    return InTransaction([&] { return DeleteRows(jobID) && RemoveFieldsOfGoneJobs({jobID}); });
+}
+
+bool Taskmill_QueuedJobStore::DeleteRows(qint32 jobID)
+{
+    if (!IsInMemory())
+        return Execute(u"DELETE FROM "_s + TableName() + u" WHERE JobID = "_s + QString::number(jobID));
+    KeysOfJobs &keys = Keys();
+    const QString statement = u"DELETE FROM "_s + TableName() + u" WHERE "_s + KeyColumn() + u" = ?"_s;
+    const QList<qint32> rows = keys.values(jobID);
+    const bool deleted = std::ranges::all_of(rows, [&](qint32 key) { return RunPrepared(statement, {key}); });
+    keys.remove(jobID);
+    return deleted;
+}
+
+QList<Taskmill_JobRecord> Taskmill_QueuedJobStore::GetAll()
+{
+    if (!Open())
+        return {};
+    // What ran is long, and of a waiting job it only stands in for a job type that was deleted.
+    static const QStringList standIns{u"ApplicationName"_s, u"ExecutablePath"_s, u"CommandLine"_s};
+    QStringList columns = ColumnsToRead();
+    if (!Connection().record(u"JobTypes"_s).isEmpty()) {
+        for (QString &column : columns) {
+            if (standIns.contains(column))
+                column =
+                    u"CASE WHEN JobTypeID IN (SELECT JobTypeID FROM JobTypes) THEN '' ELSE %1 END AS %1"_s
+                        .arg(column);
+        }
+    }
+    return ReadJobs(columns.join(u','), m_queueName);
+}

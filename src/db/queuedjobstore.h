@@ -1,0 +1,21 @@
+#pragma once
+
+#include "db/jobtablestore.h"
+
+/// The jobs of one queue: the records of LongJobsQueue, ShortJobsQueue or QueuelessJobs. Taskmill_Database
+/// documents the operations.
+class Taskmill_QueuedJobStore final : public Taskmill_JobTableStore
+{
+public:
+    Taskmill_QueuedJobStore(Taskmill_Database &database, Taskmill_Table table, const QString &keyColumn,
+                            const QString &queueName);
+
+    bool Insert(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID = nullptr);
+    bool Delete(qint32 jobID);
+    [[nodiscard]] QList<Taskmill_JobRecord> GetAll();
+
+private:
+    bool DeleteRows(qint32 jobID);
+
+    const QString m_queueName;
+};

@@ -1,0 +1,5 @@
+#include "kilnutil/openfileslimit.h"
+
+void KilnUtil_RaiseOpenFilesLimit() {}
+
+void KilnUtil_RestoreOpenFilesLimit() {}
