@@ -1,21 +1,17 @@
 #pragma once
 
 #include "manager/submitdialog.h"
-#include "ui/openfileslist.h"
-#include "ui/openfilesrecent.h"
-#include "widgets/fileopendata.h"
 
 #include <QDialog>
 #include <QPointer>
 
 class Taskmill_JobStore;
+class Taskmill_OpenFilesListPage;
+class Taskmill_OpenFilesOptionsPage;
 class QCheckBox;
-class QComboBox;
-class QLabel;
 class QLayout;
 class QPushButton;
 class QTabWidget;
-class QTreeWidgetItem;
 
 /// The Submit Jobs dialog: the user collects input files and chooses what to submit them as and where. One
 /// object for the whole program; its widgets are made at the first use.
@@ -37,80 +33,19 @@ public Q_SLOTS:
     void accept() override;
 
 private Q_SLOTS:
-    void FilePathBrowseSlot();
-    void RecentDirSlot(QAction *action);
-    void FilePathRecentSlot(QAction *action);
-    void FilePathListRecentSlot(QAction *action);
-    void UpdateFileListActionsMenuSlot();
-    void FileListActionSlot(QAction *action);
-    void ClearSelectedFilePathsSlot();
-    void ContextMenuSlot(const QPoint &position);
-    void ItemsDroppedSlot(const QStringList &paths);
-    void ItemsMovedSlot();
-    void ItemSelectionChangedSlot();
-    void ItemEditorClosedSlot();
-    void ItemChangedSlot(QTreeWidgetItem *item, int column);
-    void AllowSortingSlot();
-    void OpenAsSlot(int index);
-    void DestQueueSlot(int index);
-    void FileListDetailSlot(int level);
     void DefaultOptionsSlot();
 
 private:
     void Build();
-    [[nodiscard]] QWidget *MakeFileListPage();
-    [[nodiscard]] QLayout *MakeHeadingRow();
-    [[nodiscard]] QLayout *MakeFileButtonRow();
-    [[nodiscard]] QLayout *MakeChoiceRow();
-    [[nodiscard]] QWidget *MakeOptionsPage();
     [[nodiscard]] QLayout *MakeButtonRow();
-    void ConnectList();
-    [[nodiscard]] QPushButton *MakeMenuButton(const QString &text,
-                                              void (Taskmill_OpenFilesDialog::*slot)(QAction *)) const;
-    void MakeShortcuts();
-
     void Prepare(const QString &caption);
     void Place();
-    void PresetFiles(const Taskmill_SubmitChoice &preset);
-    void PresetChoice(const Taskmill_SubmitChoice &preset);
-
-    void LoadOptions();
-    void SaveOptions() const;
-    void ApplyFileOpenData();
-    void FillOpenAs();
-    void FillRecentMenus();
-    void Browse(const QString &directory);
-    void
-    AddFiles(const QStringList &paths,
-             Taskmill_OpenFilesList::Directories directories = Taskmill_OpenFilesList::Directories::AreFiles);
-    void UpdateStates();
-    [[nodiscard]] QString CountText(int checked) const;
-    [[nodiscard]] QString Explanation() const;
 
     Taskmill_JobStore &m_store;
     const QPointer<QWidget> m_mainWindow;
-    Taskmill_OpenFilesRecent m_recent;
-    KilnUtil_FileOpenData m_fileOpenData;
-    int m_lastAddFileType = -1; ///< number of the job type whose files are browsed for; negative: all files
-
-    QTabWidget *m_pages = nullptr;
-    QLabel *m_caption = nullptr;
-    QLabel *m_count = nullptr;
-    QLabel *m_explanation = nullptr;          ///< of what is chosen for job type and queue
-    Taskmill_OpenFilesList *m_list = nullptr; ///< nullptr before the first use
-    QPushButton *m_addFiles = nullptr;
-    QPushButton *m_recentDirs = nullptr;
-    QPushButton *m_recentFiles = nullptr;
-    QPushButton *m_recentLists = nullptr;
-    QPushButton *m_actions = nullptr;
-    QCheckBox *m_sorting = nullptr;
-    QCheckBox *m_retainFileList = nullptr;
-    QComboBox *m_openAs = nullptr;
-    QComboBox *m_destQueue = nullptr;
-    QCheckBox *m_nativeBrowser = nullptr;
-    QCheckBox *m_startWithBrowser = nullptr;
-    QComboBox *m_detail = nullptr;
-    QCheckBox *m_allowDuplicates = nullptr;
+    QTabWidget *m_pages = nullptr; ///< nullptr before the first use, as all of these
+    Taskmill_OpenFilesListPage *m_listPage = nullptr;
+    Taskmill_OpenFilesOptionsPage *m_optionsPage = nullptr;
     QCheckBox *m_retainSettings = nullptr;
     QPushButton *m_submit = nullptr;
 };

@@ -10,11 +10,14 @@
 #include "widgets/elidedlabel.h"
 #include "widgets/findbar.h"
 
+#include <QAction>
 #include <QClipboard>
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QLocale>
+#include <QMenu>
+#include <QMenuBar>
 #include <QPointer>
 #include <QScreen>
 #include <QStatusBar>
@@ -106,6 +109,45 @@ KilnUtil_FileStreamViewer::~KilnUtil_FileStreamViewer()
     delete m_view;
 }
 
+void KilnUtil_FileStreamViewer::MakeMenus()
+{
+    QMenu *file = menuBar()->addMenu(u"&File"_s);
+    QAction *save = file->addAction(u"&Save a Copy As..."_s, this, &KilnUtil_FileStreamViewer::SaveCopySlot);
+    save->setShortcut(QKeySequence::Save);
+    file->addSeparator();
+    file->addAction(u"&Close"_s, this, &QWidget::close)->setShortcut(Qt::CTRL | Qt::Key_W);
+
+    QMenu *edit = menuBar()->addMenu(u"&Edit"_s);
+    QAction *copy = edit->addAction(u"&Copy"_s, this, &KilnUtil_FileStreamViewer::CopySlot);
+    copy->setShortcut(QKeySequence::Copy);
+    copy->setEnabled(false);
+    connect(m_view, &KilnUtil_TextView::SelectionChangedSignal, copy,
+            [this, copy] { copy->setEnabled(!m_view->Selection().IsEmpty()); });
+    QAction *selectAll = edit->addAction(u"Select &All"_s, m_view, &KilnUtil_TextView::SelectAll);
+    selectAll->setShortcut(QKeySequence::SelectAll);
+    edit->addSeparator();
+    QAction *find = edit->addAction(u"&Find..."_s, this, &KilnUtil_FileStreamViewer::ShowFindBarSlot);
+    find->setShortcut(QKeySequence::Find);
+    edit->addAction(u"Find &Next"_s, this, &KilnUtil_FileStreamViewer::FindNextSlot)->setShortcut(Qt::Key_F3);
+    edit->addAction(u"Find &Previous"_s, this, &KilnUtil_FileStreamViewer::FindPreviousSlot)
+        ->setShortcut(Qt::SHIFT | Qt::Key_F3);
+
+    QMenu *go = menuBar()->addMenu(u"&Go"_s);
+    go->addAction(u"To the &Beginning"_s, m_view, &KilnUtil_TextView::ScrollToBeginSlot)
+        ->setShortcut(Qt::CTRL | Qt::Key_Home);
+    go->addAction(m_interval > 0 ? u"To the &End, and Follow"_s : u"To the &End"_s, m_view,
+                  &KilnUtil_TextView::ScrollToEndSlot)
+        ->setShortcut(Qt::CTRL | Qt::Key_End);
+
+    m_view->addActions({copy, selectAll, find, save});
+    m_view->setContextMenuPolicy(Qt::ActionsContextMenu);
+
+    auto *stop = new QAction{this};
+    stop->setShortcut(Qt::Key_Escape);
+    connect(stop, &QAction::triggered, this, &KilnUtil_FileStreamViewer::StopSlot);
+    addAction(stop);
+}
+
 void KilnUtil_FileStreamViewer::MakeStatusBar()
 {
     m_stateLabel = new KilnUtil_ElidedLabel{this};
@@ -188,9 +230,9 @@ void KilnUtil_FileStreamViewer::ShowMessage(const QString &message)
 
 void KilnUtil_FileStreamViewer::CopySlot()
 {
-    if (!m_view->HasSelection())
+    if (m_view->Selection().IsEmpty())
         return;
-    const auto text = m_view->SelectedText();
+    const auto text = m_view->Selection().Text();
     if (text)
         QGuiApplication::clipboard()->setText(*text);
     ShowMessage(text ? QString{} : u"Too much is selected to be copied; save a copy instead."_s);
@@ -224,9 +266,10 @@ bool KilnUtil_FileStreamViewer::IsShownFile(const QString &path) const
 
 void KilnUtil_FileStreamViewer::ShowFindBarSlot()
 {
+    const KilnUtil_TextSelection &selection = m_view->Selection();
     QString preset;
-    if (m_view->HasSelection() && m_view->SelectionEnd() - m_view->SelectionBegin() <= longestPreset)
-        preset = m_view->SelectedText().value_or(QString{});
+    if (!selection.IsEmpty() && selection.End() - selection.Begin() <= longestPreset)
+        preset = selection.Text().value_or(QString{});
     m_findBar->Activate(preset.contains(u'\n') ? QString{} : preset);
 }
 
@@ -248,11 +291,11 @@ void KilnUtil_FileStreamViewer::FindSlot(bool forward)
     }
     StopWork({});
     using Direction = KilnUtil_TextSearch::Direction;
-    const qint64 atSelection = forward ? m_view->SelectionEnd() : m_view->SelectionBegin();
-    m_search =
-        std::make_unique<KilnUtil_TextSearch>(*m_source, m_findBar->Text(), m_findBar->Sensitivity(),
-                                              forward ? Direction::Forward : Direction::Backward,
-                                              m_view->HasSelection() ? atSelection : m_view->TopOffset());
+    const KilnUtil_TextSelection &selection = m_view->Selection();
+    const qint64 atSelection = forward ? selection.End() : selection.Begin();
+    m_search = std::make_unique<KilnUtil_TextSearch>(*m_source, m_findBar->Text(), m_findBar->Sensitivity(),
+                                                     forward ? Direction::Forward : Direction::Backward,
+                                                     selection.IsEmpty() ? m_view->TopOffset() : atSelection);
     m_workTimer.start();
 }
 

@@ -1,6 +1,9 @@
 #include "viewer/textview.h"
 
+#include "viewer/textmouse.h"
+
 #include <QFontDatabase>
+#include <QKeyEvent>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScrollBar>
@@ -21,6 +24,8 @@ KilnUtil_TextView::KilnUtil_TextView(KilnUtil_TextSource &source, QWidget *paren
     : QAbstractScrollArea{parent}
     , m_source{source}
     , m_rows{source}
+    , m_selection{source, m_rows}
+    , m_mouse{new KilnUtil_TextMouse{*this}}
 {
     setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     setFocusPolicy(Qt::StrongFocus);
@@ -53,7 +58,7 @@ void KilnUtil_TextView::SourceChanged(KilnUtil_TextSource::Change change)
         // Only the last row can have become longer.
         m_layouts.pop_back();
     }
-    SetSelection(qMax(m_anchor, m_source.Begin()), qMax(m_cursor, m_source.Begin()));
+    SetSelection(qMax(m_selection.Anchor(), m_source.Begin()), qMax(m_selection.Cursor(), m_source.Begin()));
     UpdateExtent();
 }
 
@@ -116,13 +121,12 @@ void KilnUtil_TextView::UpdateBars()
 
 void KilnUtil_TextView::LayOutRows()
 {
-    std::vector<Layout> layouts;
+    std::vector<Row> layouts;
     qint64 place = m_top;
     // One more than fit wholly: the last one is cut by the lower edge.
     while (std::ssize(layouts) <= FullRows() && place < m_source.End()) {
-        const auto known =
-            std::ranges::find(m_layouts, place, [](const Layout &row) { return row->Begin(); });
-        Layout row = known != m_layouts.end() ? *known : LayoutOf(place);
+        const auto known = std::ranges::find(m_layouts, place, [](const Row &row) { return row->Begin(); });
+        Row row = known != m_layouts.end() ? *known : RowOf(place);
         if (row->End() <= place)
             break;
         m_widest = qMax(m_widest, row->Width());
@@ -135,9 +139,75 @@ void KilnUtil_TextView::LayOutRows()
 QStringList KilnUtil_TextView::VisibleText()
 {
     QStringList rows;
-    for (const Layout &row : m_layouts)
+    for (const Row &row : m_layouts)
         rows.append(row->Text());
     return rows;
+}
+
+KilnUtil_TextView::Row KilnUtil_TextView::RowOf(qint64 offset) const
+{
+    return std::make_shared<KilnUtil_TextRowLayout>(m_rows.RowAt(m_rows.RowBegin(offset)), font());
+}
+
+qint64 KilnUtil_TextView::OffsetAtPoint(QPoint point) const
+{
+    if (m_layouts.empty())
+        return m_source.Begin();
+    if (point.y() < 0)
+        return m_layouts.front()->Begin();
+    const size_t row = point.y() / RowHeight();
+    if (row >= m_layouts.size())
+        return m_layouts.back()->End();
+    return m_layouts[row]->OffsetAt(point.x() - TextX());
+}
+
+void KilnUtil_TextView::SetSelection(qint64 anchor, qint64 cursor)
+{
+    if (!m_selection.Set(anchor, cursor))
+        return;
+    viewport()->update();
+    Q_EMIT SelectionChangedSignal();
+}
+
+void KilnUtil_TextView::Select(qint64 begin, qint64 end)
+{
+    SetSelection(begin, end);
+    ShowPlace(end);
+    ShowPlace(begin);
+}
+
+void KilnUtil_TextView::SelectAll()
+{
+    SetSelection(m_source.Begin(), m_source.End());
+}
+
+/// Scrolls as little as needed; a place that is far away comes to the middle.
+void KilnUtil_TextView::ShowPlace(qint64 offset)
+{
+    const Row row = RowOf(offset);
+    const qint64 lowest = m_rows.Down(m_top, FullRows() - 1);
+    if (row->Begin() < m_top || row->Begin() > lowest) {
+        const bool isNear = row->Begin() == m_rows.Up(m_top, 1) || row->Begin() == m_rows.Down(lowest, 1);
+        const qint64 above = row->Begin() < m_top ? 0 : FullRows() - 1;
+        ScrollTo(m_rows.Up(row->Begin(), isNear ? above : FullRows() / 2));
+    }
+    const int x = qRound(row->X(offset));
+    const int around = fontMetrics().averageCharWidth() * 4;
+    QScrollBar *bar = horizontalScrollBar();
+    if (x - around < bar->value())
+        bar->setValue(x - around);
+    else if (x + around > bar->value() + viewport()->width())
+        bar->setValue(x + around - viewport()->width());
+}
+
+/// A selection made with the keyboard begins where the user looks.
+void KilnUtil_TextView::PlaceCursorInSight()
+{
+    const qint64 cursor = m_selection.Cursor();
+    const bool inSight =
+        !m_layouts.empty() && cursor >= m_layouts.front()->Begin() && cursor <= m_layouts.back()->End();
+    if (m_selection.IsEmpty() && !inSight)
+        SetSelection(m_top, m_top);
 }
 
 void KilnUtil_TextView::ScrollTo(qint64 top)
@@ -202,9 +272,9 @@ void KilnUtil_TextView::paintEvent(QPaintEvent *event)
     QPainter painter{viewport()};
     painter.setPen(palette().color(QPalette::Text));
     int y = 0;
-    for (const Layout &row : m_layouts) {
+    for (const Row &row : m_layouts) {
         if (event->rect().intersects({0, y, viewport()->width(), RowHeight()})) {
-            row->Draw(painter, QPointF(TextX(), y), SelectionBegin(), SelectionEnd(), palette());
+            row->Draw(painter, QPointF(TextX(), y), m_selection.Begin(), m_selection.End(), palette());
             DrawCursor(painter, *row, y);
         }
         y += RowHeight();
@@ -213,10 +283,11 @@ void KilnUtil_TextView::paintEvent(QPaintEvent *event)
 
 void KilnUtil_TextView::DrawCursor(QPainter &painter, const KilnUtil_TextRowLayout &row, int y)
 {
-    const bool isHere = m_cursor >= row.Begin() && (m_cursor < row.End() || m_cursor == row.TextEnd());
+    const qint64 cursor = m_selection.Cursor();
+    const bool isHere = cursor >= row.Begin() && (cursor < row.End() || cursor == row.TextEnd());
     if (!isHere || !hasFocus())
         return;
-    const int x = TextX() + qRound(row.X(m_cursor));
+    const int x = TextX() + qRound(row.X(cursor));
     painter.fillRect(x, y, cursorWidth, RowHeight(), palette().color(QPalette::Text));
 }
 
@@ -246,4 +317,81 @@ void KilnUtil_TextView::focusOutEvent(QFocusEvent *event)
 {
     QAbstractScrollArea::focusOutEvent(event);
     viewport()->update();
+}
+
+bool KilnUtil_TextView::ScrollByKey(const QKeyEvent &event)
+{
+    switch (event.key()) {
+    case Qt::Key_Up:
+        ScrollRows(-1);
+        return true;
+    case Qt::Key_Down:
+        ScrollRows(1);
+        return true;
+    case Qt::Key_PageUp:
+        ScrollRows(1 - FullRows());
+        return true;
+    case Qt::Key_PageDown:
+        ScrollRows(FullRows() - 1);
+        return true;
+    case Qt::Key_Home:
+        horizontalScrollBar()->setValue(0);
+        ScrollToBeginSlot();
+        return true;
+    case Qt::Key_End:
+        ScrollToEndSlot();
+        return true;
+    case Qt::Key_Left:
+        horizontalScrollBar()->triggerAction(QAbstractSlider::SliderSingleStepSub);
+        return true;
+    case Qt::Key_Right:
+        horizontalScrollBar()->triggerAction(QAbstractSlider::SliderSingleStepAdd);
+        return true;
+    default:
+        return false;
+    }
+}
+
+void KilnUtil_TextView::keyPressEvent(QKeyEvent *event)
+{
+    if (!event->modifiers().testFlag(Qt::ShiftModifier)) {
+        if (!ScrollByKey(*event))
+            event->ignore();
+        return;
+    }
+    PlaceCursorInSight();
+    const auto cursor = m_selection.MovedCursor(
+        event->key(), event->modifiers().testFlag(Qt::ControlModifier), font(), FullRows() - 1);
+    if (!cursor) {
+        event->ignore();
+        return;
+    }
+    SetSelection(m_selection.Anchor(), *cursor);
+    ShowPlace(*cursor);
+    m_selection.Offer();
+}
+
+void KilnUtil_TextView::wheelEvent(QWheelEvent *event)
+{
+    m_mouse->TurnWheel(*event);
+}
+
+void KilnUtil_TextView::mousePressEvent(QMouseEvent *event)
+{
+    m_mouse->Press(*event);
+}
+
+void KilnUtil_TextView::mouseMoveEvent(QMouseEvent *event)
+{
+    m_mouse->Move(*event);
+}
+
+void KilnUtil_TextView::mouseReleaseEvent(QMouseEvent *event)
+{
+    m_mouse->Release(*event);
+}
+
+void KilnUtil_TextView::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    m_mouse->DoubleClick(*event);
 }

@@ -1,6 +1,7 @@
 #include "kilnutil/registry.h"
 #include "support/testutil.h"
 #include "ui/openfilesdialog.h"
+#include "ui/openfileslist.h"
 #include "ui/uidriver.h"
 
 #include <QAbstractButton>

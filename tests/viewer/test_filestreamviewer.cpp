@@ -166,7 +166,7 @@ private Q_SLOTS:
         QFETCH(const QKeyCombination, key);
         QFETCH(QString, selected);
         QTest::keyClick(&view, key.key(), key.keyboardModifiers());
-        const QString text = view.SelectedText().value_or(QString{});
+        const QString text = view.Selection().Text().value_or(QString{});
         if (selected.startsWith("..."_L1))
             QVERIFY2(text.endsWith(selected.remove(u"..."_s)), qPrintable(text));
         else if (selected.endsWith("..."_L1))
@@ -177,7 +177,7 @@ private Q_SLOTS:
 
     void ShowsProcessThatIsDeleted()
     {
-        auto process = std::make_unique<KilnUtil_Process>(nullptr, u"type"_s, u"name"_s);
+        auto process = std::make_unique<KilnUtil_Process>(nullptr, u"name"_s);
         process->SetProgramText(TestProgramPath());
         process->SetArgumentText(u"print first waitfor \"%1\" print second"_s.arg(m_path));
         const QSignalSpy output{process.get(), &KilnUtil_Process::OutputSignal};
@@ -204,7 +204,7 @@ private Q_SLOTS:
         QTest::keyClicks(field, u"INE 777"_s);
         QTest::keyClick(field, Qt::Key_Return);
         QTRY_VERIFY(Shows(u"line 777"_s));
-        QCOMPARE(m_viewer->View().SelectedText(), u"ine 777"_s);
+        QCOMPARE(m_viewer->View().Selection().Text(), u"ine 777"_s);
         field->setText(u"line 5"_s);
         QTest::keyClick(m_viewer, Qt::Key_F3, Qt::ShiftModifier);
         QTRY_VERIFY(Shows(u"line 599"_s));
