@@ -1,5 +1,6 @@
 #include "db/database.h"
 #include "db/recordfields.h"
+#include "kilnutil/database_transaction.h"
 
 #include <QSqlError>
 #include <QSqlQuery>
@@ -108,15 +109,11 @@ bool Taskmill_Database::InsertKeyed(const QString &table, Taskmill_RecordFields 
 
 bool Taskmill_Database::InTransaction(const Writing &write)
 {
-    if (!BeginTransaction())
+    KilnUtil_Database_Transaction transaction{*this};
+    if (!transaction.HasBegun())
         return false;
-    if (write()) {
-        if (Commit())
-            return true;
-    } else {
-        // An open transaction would make every later write and save fail.
-        Rollback();
-    }
+    if (write() && transaction.Commit())
+        return true;
     m_addedFields.Forget();
     m_keysOfJobs.clear();
     return false;

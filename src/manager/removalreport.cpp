@@ -2,7 +2,7 @@
 
 #include "db/database.h"
 #include "kilnutil/error.h"
-#include "manager/removalquestion.h"
+#include "manager/namelist.h"
 
 using namespace Qt::Literals::StringLiterals;
 
