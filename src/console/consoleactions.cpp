@@ -167,15 +167,18 @@ QString Taskmill_ConsoleActions::SetLimit(Taskmill_Destination queue, int maxRun
         m_context.Manager.Destinations().OwnerOf(queue)->ListName(), QString::number(maxRunningJobs));
 }
 
-Taskmill_Question Taskmill_ConsoleActions::QuestionAtStart() const
+Taskmill_QueuelessJobsList &Taskmill_ConsoleActions::QueuelessJobs() const
 {
-    return m_context.Manager.Destinations().Queueless().HeldJobsQuestion();
+    return *m_context.Manager.Destinations().Queueless().List();
 }
 
 QString Taskmill_ConsoleActions::RunHeldJobs() const
 {
-    Taskmill_QueuelessJobsList &list = *m_context.Manager.Destinations().Queueless().List();
-    const int count = list.Release(list.HeldJobIDs());
+    return ReleasedText(QueuelessJobs().Release(QueuelessJobs().HeldJobIDs()));
+}
+
+QString Taskmill_ConsoleActions::ReleasedText(int count)
+{
     if (count == 0)
         return u"\n<Taskmill> No job is held back.\n\n"_s;
     return count == 1 ? u"\n<Taskmill> 1 job runs again.\n\n"_s
@@ -184,9 +187,8 @@ QString Taskmill_ConsoleActions::RunHeldJobs() const
 
 QString Taskmill_ConsoleActions::RunHeldJob(int jobID) const
 {
-    return m_context.Manager.Destinations().Queueless().List()->Release({jobID}) > 0
-               ? u"\n<Taskmill> Job %1 runs again.\n\n"_s.arg(jobID)
-               : u"\n<Taskmill> Job %1 is not held back.\n\n"_s.arg(jobID);
+    return QueuelessJobs().Release({jobID}) > 0 ? u"\n<Taskmill> Job %1 runs again.\n\n"_s.arg(jobID)
+                                                : u"\n<Taskmill> Job %1 is not held back.\n\n"_s.arg(jobID);
 }
 
 Taskmill_QueueOwner *Taskmill_ConsoleActions::OwnerOfJob(int jobID) const

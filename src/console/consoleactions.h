@@ -2,7 +2,6 @@
 
 #include "jobs/destination.h"
 #include "jobs/jobtype.h"
-#include "manager/removalquestion.h"
 #include "manager/runningjobs.h"
 
 #include <functional>
@@ -12,6 +11,7 @@ class Taskmill_JobQueue;
 class Taskmill_Manager;
 class Taskmill_Project;
 class Taskmill_QueueOwner;
+class Taskmill_QueuelessJobsList;
 struct Taskmill_JobRecord;
 
 /// What the console reaches of the manager. All of it outlives the console.
@@ -51,11 +51,11 @@ public:
 
     /// Whether anything is asked before the first prompt; never changes, so that any thread may read it.
     [[nodiscard]] bool AsksAtStart() const { return m_context.AsksAtStart; }
-    /// What is asked then; empty for nothing.
-    [[nodiscard]] Taskmill_Question QuestionAtStart() const;
     /// These let held jobs run again, and say what came of it.
     [[nodiscard]] QString RunHeldJobs() const;
     [[nodiscard]] QString RunHeldJob(int jobID) const;
+    /// What is said of so many held jobs that run again.
+    [[nodiscard]] static QString ReleasedText(int count);
 
     /// The owner of the job's queue; nullptr when the job is in none.
     [[nodiscard]] Taskmill_QueueOwner *OwnerOfJob(int jobID) const;
@@ -65,6 +65,7 @@ public:
 
     [[nodiscard]] QStringList Notices() const { return m_context.Notices; }
     [[nodiscard]] Taskmill_Project &Project() const;
+    [[nodiscard]] Taskmill_QueuelessJobsList &QueuelessJobs() const;
     void Exit() const { m_context.Exit(); }
 
 private:

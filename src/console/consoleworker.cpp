@@ -4,6 +4,8 @@
 #include "console/consolepath.h"
 #include "console/consoleshell.h"
 #include "kilnutil/standardstreams.h"
+#include "manager/closingdialogue.h"
+#include "manager/heldjobsdialogue.h"
 #include "manager/manager.h"
 #include "manager/project.h"
 #include "manager/runningjobs.h"
@@ -21,6 +23,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+using WarnAnswer = KilnUtil_UserPrompt::WarnAnswer;
+
 constexpr int childRoundMs = 100;
 const QString notSavedText = u"\n<Taskmill> The project was not saved.\n\n"_s;
 
@@ -116,16 +120,69 @@ bool Taskmill_Console_Worker::AskUntil(const QString &prompt,
     return false;
 }
 
-bool Taskmill_Console_Worker::AskYesNo(const QString &question)
+void Taskmill_Console_Worker::Converse(const std::function<Taskmill_Dialogue *()> &begin, QString firstFile)
 {
-    OfferWords({u"yes"_s, u"no"_s});
-    bool yes = false;
-    const bool answered = AskUntil(question, [&yes](const QString &answer) {
-        const QString word = answer.toLower();
-        yes = word == "yes"_L1 || word == "y"_L1 || word == "1"_L1;
-        return yes || word == "no"_L1 || word == "n"_L1 || word == "0"_L1;
+    Taskmill_Dialogue *dialogue = nullptr;
+    std::optional<Taskmill_Question> question;
+    OnMainThread([&] {
+        dialogue = begin();
+        if (dialogue)
+            question = dialogue->Next();
     });
-    return answered && yes;
+    while (question) {
+        const Taskmill_Answer answer =
+            firstFile.isEmpty() ? AnswerTo(*question) : Taskmill_Answer{.file = firstFile};
+        firstFile.clear();
+        question.reset();
+        OnMainThread([&] {
+            dialogue->Answer(answer);
+            question = dialogue->Next();
+        });
+    }
+}
+
+Taskmill_Answer Taskmill_Console_Worker::AnswerTo(const Taskmill_Question &question)
+{
+    const QString prompt = u"\n<Taskmill> "_s + question.ConsoleText() + u"  "_s;
+    if (question.kind == Taskmill_Question::Kind::FileToSave)
+        return {.file = AskForFile(prompt)};
+    return AskForChoice(prompt, question);
+}
+
+Taskmill_Answer Taskmill_Console_Worker::AskForChoice(const QString &prompt,
+                                                      const Taskmill_Question &question)
+{
+    QStringList words{u"yes"_s, u"no"_s};
+    if (question.kind == Taskmill_Question::Kind::YesNoCancel)
+        words += u"cancel"_s;
+    OfferWords(words);
+    const auto isOneOf = [&](const QString &word, QLatin1StringView whole, QLatin1StringView letter,
+                             QLatin1StringView digit) {
+        return word == whole || (question.takesShortWords && (word == letter || word == digit));
+    };
+    std::optional<WarnAnswer> choice;
+    const bool answered = AskUntil(prompt, [&](const QString &answer) {
+        const QString word = answer.toLower();
+        if (isOneOf(word, "yes"_L1, "y"_L1, "1"_L1))
+            choice = WarnAnswer::Yes;
+        else if (isOneOf(word, "no"_L1, "n"_L1, "0"_L1))
+            choice = WarnAnswer::No;
+        return choice.has_value();
+    });
+    return answered ? Taskmill_Answer{.choice = *choice} : Taskmill_Answer{};
+}
+
+QString Taskmill_Console_Worker::AskForFile(const QString &prompt)
+{
+    OfferFiles();
+    std::optional<QString> answer = Ask(prompt);
+    while (answer && !IsCancel(*answer)) {
+        if (!IsDirectory(*answer))
+            return Taskmill_AbsolutePathOfUser(*answer);
+        Print(DirectoryComplaint(*answer));
+        answer = Ask(prompt);
+    }
+    return {};
 }
 
 int Taskmill_Console_Worker::Columns()
@@ -313,15 +370,9 @@ std::optional<int> Taskmill_Console_Worker::JobNumber(const QString &argument)
 void Taskmill_Console_Worker::RemoveJob(const QString &argument)
 {
     const std::optional<int> jobID = JobNumber(argument);
-    if (!jobID)
-        return;
-    Taskmill_Question question;
-    OnMainThread([&] {
-        if (Taskmill_QueueOwner *owner = m_console.Actions().OwnerOfJob(*jobID))
-            question = owner->RemovalQuestion({*jobID});
-    });
-    if (!question.text.isEmpty() && AskYesNo(u"\n<Taskmill> "_s + question.text + u"  "_s))
-        EndJob(*jobID, u"\n<Taskmill> Job %1 was removed.\n\n"_s);
+    if (jobID)
+        EndJob(*jobID, Taskmill_RemovalDialogue::Begin::AskWhether,
+               u"\n<Taskmill> Job %1 was removed.\n\n"_s);
 }
 
 void Taskmill_Console_Worker::KillJob(const QString &argument)
@@ -336,41 +387,37 @@ void Taskmill_Console_Worker::KillJob(const QString &argument)
         isRunning = job && job->Process();
     });
     if (isRunning)
-        EndJob(*jobID, u"\n<Taskmill> Job %1 was killed.\n\n"_s);
+        EndJob(*jobID, Taskmill_RemovalDialogue::Begin::WarnOfRunning,
+               u"\n<Taskmill> Job %1 was killed.\n\n"_s);
     else
         Print(u"\n<Taskmill> Job %1 does not run; it can be removed.\n\n"_s.arg(*jobID));
 }
 
-void Taskmill_Console_Worker::EndJob(int jobID, const QString &doneText)
+void Taskmill_Console_Worker::EndJob(int jobID, Taskmill_RemovalDialogue::Begin begin,
+                                     const QString &doneText)
 {
-    bool isRunning = false;
-    OnMainThread([&] {
+    std::optional<Taskmill_RemovalDialogue> removal;
+    Converse([&]() -> Taskmill_Dialogue * {
         Taskmill_QueueOwner *owner = m_console.Actions().OwnerOfJob(jobID);
-        isRunning = owner && owner->AnyRunning({jobID});
+        return owner ? &removal.emplace(*owner, QList{jobID}, begin) : nullptr;
     });
-    if (isRunning && !AskYesNo(u"\n<Taskmill> "_s + Taskmill_QueueOwner::RunningJobsWarning().text + u"  "_s))
+    const bool isDeclined = removal && (!removal->IsCarriedOut() || removal->Wanted().isEmpty());
+    if (m_console.IsQuitting() || isDeclined)
         return;
-    PrintFromMainThread([&](Taskmill_ConsoleActions &actions) {
-        // It may have ended by itself while the questions stood.
-        Taskmill_QueueOwner *owner = actions.OwnerOfJob(jobID);
-        if (!owner)
-            return u"\n<Taskmill> Job %1 has ended meanwhile.\n\n"_s.arg(jobID);
-        owner->RemoveNow({jobID});
-        return doneText.arg(jobID);
-    });
+    // It may have ended by itself while the questions stood.
+    const bool wasThere = removal && !removal->Removed().isEmpty();
+    Print((wasThere ? doneText : u"\n<Taskmill> Job %1 has ended meanwhile.\n\n"_s).arg(jobID));
 }
 
 void Taskmill_Console_Worker::AskAtStart()
 {
     if (!m_console.Actions().AsksAtStart())
         return;
-    Taskmill_Question question;
-    OnMainThread([&] { question = m_console.Actions().QuestionAtStart(); });
-    if (question.text.isEmpty())
-        return;
-    if (AskYesNo(u"\n<Taskmill> %1  "_s.arg(question.text)))
-        RunHeldJobs();
-    else
+    std::optional<Taskmill_HeldJobsDialogue> heldJobs;
+    Converse([&] { return &heldJobs.emplace(m_console.Actions().QueuelessJobs()); });
+    if (heldJobs && heldJobs->Released())
+        Print(Taskmill_ConsoleActions::ReleasedText(*heldJobs->Released()));
+    else if (heldJobs && heldJobs->IsDeclined())
         Print(
             u"\n<Taskmill> What waits can be run later by \"run held jobs\" or \"run job N\", or removed by "
             "\"remove job N\".\n\n"_s);
@@ -397,82 +444,45 @@ void Taskmill_Console_Worker::ShowJob(const QString &argument)
         Print(u"\n<Taskmill> There is no job %1.\n\n"_s.arg(argument));
 }
 
-QString Taskmill_Console_Worker::AskForProjectFile()
+bool Taskmill_Console_Worker::SaveProject(Taskmill_SaveDialogue::Target target, const QString &firstFile)
 {
-    OfferFiles();
-    const std::optional<QString> answer = Ask(u"\n<Taskmill> Enter Project File:  "_s);
-    return answer && !IsCancel(*answer) ? ProjectFileNamed(*answer) : QString{};
+    std::optional<Taskmill_SaveDialogue> saving;
+    Converse([&] { return &saving.emplace(m_console.Actions().Project(), target); }, firstFile);
+    if (!saving || !saving->IsSaved())
+        return false;
+    PrintSavedTo(saving->File());
+    return true;
 }
 
-/// The file, or another one where it is not to be replaced or cannot be one.
-QString Taskmill_Console_Worker::ProjectFileNamed(const QString &name)
+void Taskmill_Console_Worker::PrintSavedTo(const QString &file)
 {
-    if (IsDirectory(name)) {
-        Print(DirectoryComplaint(name));
-        return AskForProjectFile();
-    }
-    QString file = Taskmill_Project::ProjectFileName(Taskmill_AbsolutePathOfUser(name));
-    if (!file.isEmpty() && QFileInfo::exists(file) &&
-        !AskYesNo(u"\n<Taskmill> %1 already exists.  Do you want to replace it?  "_s.arg(file)))
-        return AskForProjectFile();
-    return file;
-}
-
-bool Taskmill_Console_Worker::SaveProject()
-{
-    QString file;
-    bool hasChanged = false;
-    OnMainThread([&] {
-        file = m_console.Actions().Project().FilePath();
-        hasChanged = m_console.Actions().Project().FileHasChanged();
-    });
-    const bool replace =
-        !hasChanged ||
-        AskYesNo(
-            u"\n<Taskmill> %1 was changed by another program.  Do you want to replace it?  "_s.arg(file));
-    if (file.isEmpty() || !replace)
-        file = AskForProjectFile();
-    return SaveProjectTo(file);
-}
-
-bool Taskmill_Console_Worker::SaveProjectTo(QString file)
-{
-    bool saved = false;
-    while (!saved && !file.isEmpty()) {
-        OnMainThread([&] { saved = m_console.Actions().Project().SaveProjectAs(file); });
-        if (!saved)
-            file = AskForProjectFile();
-    }
-    if (saved)
-        Print(u"\n<Taskmill> The project was saved to %1.\n\n"_s.arg(file));
-    return saved;
+    Print(u"\n<Taskmill> The project was saved to %1.\n\n"_s.arg(file));
 }
 
 void Taskmill_Console_Worker::Save()
 {
-    if (!SaveProject())
+    if (!SaveProject(Taskmill_SaveDialogue::Target::OwnFile))
         Print(notSavedText);
 }
 
 void Taskmill_Console_Worker::SaveTo(const QString &argument)
 {
-    if (!SaveProjectTo(ProjectFileNamed(argument)))
+    QString file;
+    if (IsDirectory(argument))
+        Print(DirectoryComplaint(argument));
+    else
+        file = Taskmill_AbsolutePathOfUser(argument);
+    if (!SaveProject(Taskmill_SaveDialogue::Target::AskedFile, file))
         Print(notSavedText);
 }
 
-bool Taskmill_Console_Worker::SaveBeforeQuitting()
+bool Taskmill_Console_Worker::MayClose()
 {
-    std::optional<Taskmill_Project::SaveQuestion> question;
-    OnMainThread([&] { question = m_console.Actions().Project().QuestionBeforeClosing(); });
-    if (!question)
-        return true;
-    OfferWords({u"yes"_s, u"no"_s, u"cancel"_s});
-    bool yes = false;
-    const bool answered = AskUntil(question->consoleText, [&yes](const QString &answer) {
-        yes = answer.compare("yes"_L1, Qt::CaseInsensitive) == 0;
-        return yes || answer.compare("no"_L1, Qt::CaseInsensitive) == 0;
-    });
-    return answered && (!yes || SaveProject());
+    std::optional<Taskmill_ClosingDialogue> closing;
+    Converse([&] { return &closing.emplace(m_console.Actions().Project()); });
+    if (closing && closing->IsSaved())
+        PrintSavedTo(closing->File());
+    return closing && closing->MayClose();
 }
 
 void Taskmill_Console_Worker::Quit()
@@ -481,7 +491,7 @@ void Taskmill_Console_Worker::Quit()
     const std::optional<QString> answer =
         Ask(u"\n<Taskmill> Are you sure you want to completely exit Taskmill?  "_s);
     const QString word = answer.value_or(QString{}).toLower();
-    const bool ends = (word == "yes"_L1 || word == "y"_L1 || word == "1"_L1) && SaveBeforeQuitting();
+    const bool ends = (word == "yes"_L1 || word == "y"_L1 || word == "1"_L1) && MayClose();
     // Before the end, from which nothing comes back here without an event loop.
     Print(u"\n"_s);
     if (ends)

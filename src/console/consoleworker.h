@@ -2,6 +2,8 @@
 
 #include "jobs/destination.h"
 #include "jobs/jobtype.h"
+#include "manager/removaldialogue.h"
+#include "manager/savedialogue.h"
 
 #include <QObject>
 #include <QStringList>
@@ -47,7 +49,13 @@ private:
     /// `complaint` says of the answer that was no good.
     [[nodiscard]] bool AskUntil(const QString &prompt, const std::function<bool(const QString &)> &accepts,
                                 const std::function<QString(const QString &)> &complaint = {});
-    [[nodiscard]] bool AskYesNo(const QString &question);
+    /// Goes through a dialogue, which lives on the main thread, with the questions asked here. `begin` makes
+    /// it there, or returns nullptr for none. A file that is given answers the first question.
+    void Converse(const std::function<Taskmill_Dialogue *()> &begin, QString firstFile = {});
+    [[nodiscard]] Taskmill_Answer AnswerTo(const Taskmill_Question &question);
+    [[nodiscard]] Taskmill_Answer AskForChoice(const QString &prompt, const Taskmill_Question &question);
+    /// Absolute; empty when the user gives up.
+    [[nodiscard]] QString AskForFile(const QString &prompt);
     void Print(const QString &text);
     /// Of the terminal; 0 for any number.
     [[nodiscard]] int Columns();
@@ -99,12 +107,10 @@ private:
     void ListDirectory(const QString &line);
     void Quit();
 
-    void EndJob(int jobID, const QString &doneText);
-    [[nodiscard]] bool SaveBeforeQuitting();
-    [[nodiscard]] bool SaveProject();
-    [[nodiscard]] bool SaveProjectTo(QString file);
-    [[nodiscard]] QString AskForProjectFile();
-    [[nodiscard]] QString ProjectFileNamed(const QString &name);
+    void EndJob(int jobID, Taskmill_RemovalDialogue::Begin begin, const QString &doneText);
+    [[nodiscard]] bool SaveProject(Taskmill_SaveDialogue::Target target, const QString &firstFile = {});
+    void PrintSavedTo(const QString &file);
+    [[nodiscard]] bool MayClose();
     void AskAtStart();
     [[nodiscard]] std::optional<int> JobNumber(const QString &argument);
 

@@ -1,9 +1,11 @@
 #include "db/database.h"
 
+#include "kilnutil/database_transaction.h"
 #include "kilnutil/logging.h"
 
 #include "db/databasecopy.h"
 #include "db/databaseschema.h"
+#include "kilnutil/database_transaction.h"
 #include "kilnutil/error.h"
 #include "kilnutil/stringutil.h"
 
@@ -54,7 +56,8 @@ bool Taskmill_Database::CreateTables()
     if (m_tablesReady)
         return true;
     const UntrackedScope noChange{*this};
-    if (!BeginTransaction())
+    KilnUtil_Database_Transaction transaction{*this};
+    if (!transaction.HasBegun())
         return false;
 
     static constexpr std::array creations{
@@ -65,14 +68,14 @@ bool Taskmill_Database::CreateTables()
         &Taskmill_Database::CreateJobsTable,
     };
     for (const auto create : creations) {
-        // Not rolled back: the next call joins the transaction and goes on with the tables that are missing.
-        if ((this->*create)().isEmpty())
+        if ((this->*create)().isEmpty()) {
+            // The next call joins it and goes on with the tables that are missing.
+            transaction.LeaveOpen();
             return false;
+        }
     }
-    if (!Commit())
-        return false;
-    m_tablesReady = true;
-    return true;
+    m_tablesReady = transaction.Commit();
+    return m_tablesReady;
 }
 
 bool Taskmill_Database::CompleteTables()
@@ -84,7 +87,10 @@ bool Taskmill_Database::CompleteTables()
 bool Taskmill_Database::UpgradeTables()
 {
     const UntrackedScope noChange{*this};
-    if (!IsOpen() || !m_tablesReady || !BeginTransaction())
+    if (!IsOpen() || !m_tablesReady)
+        return false;
+    KilnUtil_Database_Transaction transaction{*this};
+    if (!transaction.HasBegun())
         return false;
     const QStringList tables = Connection().tables(QSql::Tables);
     for (const auto &[table, columns] : Taskmill_DatabaseUpgrades()) {
@@ -94,7 +100,7 @@ bool Taskmill_Database::UpgradeTables()
         for (const QString &column : columns)
             Execute(u"ALTER TABLE "_s + table + u" ADD COLUMN "_s + column);
     }
-    return Commit();
+    return transaction.Commit();
 }
 
 QString Taskmill_Database::CreateTable(Taskmill_Table table)
@@ -201,15 +207,11 @@ bool Taskmill_Database::CopyFile(const QString &fileName, bool isSave, QString *
 
 bool Taskmill_Database::InTransaction(const std::function<bool()> &write)
 {
-    if (!BeginTransaction())
+    KilnUtil_Database_Transaction transaction{*this};
+    if (!transaction.HasBegun())
         return false;
-    if (write()) {
-        if (Commit())
-            return true;
-    } else {
-        // An open transaction would make every later write and save fail.
-        Rollback();
-    }
+    if (write() && transaction.Commit())
+        return true;
     m_addedFields.Forget();
     for (Taskmill_JobTableStore *table : m_jobTables)
         table->ForgetKeys();

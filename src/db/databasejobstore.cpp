@@ -3,10 +3,29 @@
 #include "db/database.h"
 #include "db/databasemanager.h"
 
-static Taskmill_Database *Current()
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+Taskmill_Database *Current()
 {
     return Taskmill_Database_Manager::Global().CurrentDatabase();
 }
+
+/// Stored job types are changed by statements that hold the texts as they are.
+bool HasQuotes(const Taskmill_JobType &jobType)
+{
+    const QStringList texts{jobType.Name,
+                            jobType.ApplicationName,
+                            jobType.ExecutablePath,
+                            jobType.InputFileFilter,
+                            jobType.OutputFileFilter,
+                            jobType.EnvironmentVariables,
+                            jobType.GenericCommandLine};
+    return std::ranges::any_of(texts, [](const QString &text) { return text.contains(u'\''); });
+}
+} // namespace
 
 bool Taskmill_DatabaseJobStore::IsOpen() const
 {
@@ -22,6 +41,17 @@ bool Taskmill_DatabaseJobStore::InsertJobType(Taskmill_JobType &jobType)
         return false;
     jobType.JobTypeID = jobTypeID;
     return true;
+}
+
+bool Taskmill_DatabaseJobStore::UpdateJobType(const Taskmill_JobType &jobType, QString &reason)
+{
+    // Nothing is written then: doubled quotes would be stored as single ones.
+    if (HasQuotes(jobType)) {
+        reason = u"Its texts must not contain single quotes (')."_s;
+        return false;
+    }
+    Taskmill_Database *database = Current();
+    return database && database->UpdateJobType(jobType.JobTypeID, jobType);
 }
 
 bool Taskmill_DatabaseJobStore::DeleteJobType(qint32 jobTypeID)

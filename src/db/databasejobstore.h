@@ -8,6 +8,7 @@ class Taskmill_DatabaseJobStore final : public Taskmill_JobStore
 public:
     [[nodiscard]] bool IsOpen() const override;
     bool InsertJobType(Taskmill_JobType &jobType) override;
+    bool UpdateJobType(const Taskmill_JobType &jobType, QString &reason) override;
     bool DeleteJobType(qint32 jobTypeID) override;
     [[nodiscard]] QList<Taskmill_JobType> GetJobTypes() override;
     [[nodiscard]] int GetMaxRunningJobs(const QString &queueName) override;

@@ -12,6 +12,9 @@ public:
 
     /// Writes the new key into jobType.JobTypeID.
     virtual bool InsertJobType(Taskmill_JobType &jobType) = 0;
+    /// Changes the record of that key. On failure `reason` receives why in a sentence for the user, or
+    /// nothing when no more is known.
+    virtual bool UpdateJobType(const Taskmill_JobType &jobType, QString &reason) = 0;
     virtual bool DeleteJobType(qint32 jobTypeID) = 0;
     [[nodiscard]] virtual QList<Taskmill_JobType> GetJobTypes() = 0;
 

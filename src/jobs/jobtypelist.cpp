@@ -5,7 +5,14 @@
 #include "kilnutil/error.h"
 #include "kilnutil/logging.h"
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+const QString noStore = u"No project is open."_s;
+const QString storeRefuses = u"The project does not take it."_s;
+} // namespace
 
 Taskmill_JobTypeList::Taskmill_JobTypeList(Taskmill_JobStore &store, QObject *parent)
     : QObject(parent)
@@ -21,6 +28,40 @@ void Taskmill_JobTypeList::Add(Taskmill_JobType &jobType)
     // The appended copy has no key; a later removal would delete the row of another type.
     ReadBack();
     Q_EMIT JobTypesChangedSignal();
+}
+
+QString Taskmill_JobTypeList::TryToAdd(Taskmill_JobType jobType)
+{
+    if (!IsStoreOpen())
+        return noStore;
+    Add(jobType);
+    return CompareWithStored(jobType);
+}
+
+QString Taskmill_JobTypeList::TryToUpdate(const Taskmill_JobType &jobType)
+{
+    if (!IsStoreOpen())
+        return noStore;
+    QString reason;
+    if (m_store.UpdateJobType(jobType, reason))
+        return CompareWithStored(jobType);
+    return reason.isEmpty() ? storeRefuses : reason;
+}
+
+/// Whether the record was written as it is. The queue is: its name is stored as a number.
+QString Taskmill_JobTypeList::CompareWithStored(const Taskmill_JobType &jobType)
+{
+    const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
+    const auto found = std::ranges::find(jobTypes, jobType.JobTypeID, &Taskmill_JobType::JobTypeID);
+    Taskmill_JobType stored = found == jobTypes.end() ? Taskmill_JobType{} : *found;
+    if (stored.DefaultQueueIndex() == jobType.DefaultQueueIndex())
+        stored.DefaultQueue = jobType.DefaultQueue;
+    return stored == jobType ? QString{} : storeRefuses;
+}
+
+bool Taskmill_JobTypeList::IsStoreOpen() const
+{
+    return m_store.IsOpen();
 }
 
 void Taskmill_JobTypeList::Remove(const Taskmill_JobType &jobType)

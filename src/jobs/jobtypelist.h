@@ -20,6 +20,11 @@ public:
     /// Appends a copy and inserts the record into the open store, which writes its key into `jobType` only;
     /// then the list is read back from the store and the views are notified.
     void Add(Taskmill_JobType &jobType);
+    /// Add(), checked: returns why the store did not take the job type as it is, in a sentence for the user;
+    /// empty when it did.
+    [[nodiscard]] QString TryToAdd(Taskmill_JobType jobType);
+    /// The same for a stored job type that has been changed; the list has it after Refresh().
+    [[nodiscard]] QString TryToUpdate(const Taskmill_JobType &jobType);
     /// Removes every equal entry, and its row from the open store. A row that cannot be removed stays in the
     /// list, which is reported to the user, as in RemoveAll().
     void Remove(const Taskmill_JobType &jobType);
@@ -31,6 +36,8 @@ public:
     /// notified when that changed the list, so they may call it while they refresh.
     void Refresh();
 
+    /// Whether there is a store to be read and changed.
+    [[nodiscard]] bool IsStoreOpen() const;
     [[nodiscard]] QList<Taskmill_JobType> GetAll() const;
     void SetAll(const QList<Taskmill_JobType> &jobTypes);
     [[nodiscard]] QStringList Names() const;
@@ -44,6 +51,7 @@ Q_SIGNALS:
 
 private:
     bool ReadBack();
+    [[nodiscard]] QString CompareWithStored(const Taskmill_JobType &jobType);
     void DeleteRow(const Taskmill_JobType &jobType, QStringList &kept);
     void ReportKept(const QStringList &names);
 

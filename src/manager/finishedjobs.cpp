@@ -72,19 +72,6 @@ void Taskmill_FinishedJobs::RemoveAt(int position)
     Q_EMIT JobsChangedSignal();
 }
 
-Taskmill_Question Taskmill_FinishedJobs::RemovalQuestion(const QList<int> &positions) const
-{
-    QStringList names;
-    for (const int position : positions)
-        names.append(m_jobs[position].Name);
-    if (names.isEmpty())
-        return {};
-    return {.title = u"Remove Selected Finished Jobs"_s,
-            .text = u"Are you sure you want to remove the following %1 selected finished jobs?\n\n"_s.arg(
-                        names.size()) +
-                    Taskmill_NameList(names)};
-}
-
 void Taskmill_FinishedJobs::Remove(QList<int> positions)
 {
     QList<int> jobIDs;

@@ -2,7 +2,6 @@
 
 #include "jobs/finishedjobstaker.h"
 #include "jobs/jobrecord.h"
-#include "manager/removalquestion.h"
 
 #include <QList>
 #include <QObject>
@@ -32,9 +31,8 @@ public:
     /// A position that is out of range does nothing.
     void RemoveAt(int position);
 
-    /// The question before jobs are removed by the user.
-    [[nodiscard]] Taskmill_Question RemovalQuestion(const QList<int> &positions) const;
-    /// Removes the jobs at these positions from the list and their rows from the open database.
+    /// Removes the jobs at these positions from the list and their rows from the open database, without
+    /// asking: that is up to Taskmill_FinishedRemovalDialogue.
     void Remove(QList<int> positions);
 
     /// Another value whenever jobs have been removed or replaced; adding one leaves it.

@@ -7,6 +7,7 @@
 #include "kilnutil/error.h"
 #include "kilnutil/idmanager.h"
 #include "manager/destinations.h"
+#include "manager/namelist.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,6 +1,8 @@
 #include "manager/manager.h"
 
+#include "jobs/queuelessjobslist.h"
 #include "kilnutil/registry.h"
+#include "manager/heldjobsdialogue.h"
 #include "manager/recentprojects.h"
 #include "manager/spareproject.h"
 #include "processes/processinspector.h"
@@ -45,7 +47,8 @@ bool Taskmill_Manager::OpenStartUpProject(const QString &startUpFile)
 QStringList Taskmill_Manager::NoticesAtStart(bool asksAboutJobs)
 {
     QStringList notices;
-    const QString heldJobs = asksAboutJobs ? QString{} : m_destinations.Queueless().HeldJobsNotice();
+    const QString heldJobs =
+        asksAboutJobs ? QString{} : Taskmill_HeldJobsDialogue::Notice(*m_destinations.Queueless().List());
     if (!heldJobs.isEmpty())
         notices += heldJobs;
     const QStringList spareProjects = Taskmill_SpareProjects();

@@ -8,6 +8,7 @@
 #include "kilnutil/idmanager.h"
 #include "kilnutil/logging.h"
 #include "kilnutil/registry.h"
+#include "manager/closingdialogue.h"
 #include "manager/destinations.h"
 #include "manager/finishedjobs.h"
 #include "manager/projectdatabase.h"
@@ -25,13 +26,9 @@
 using namespace Qt::Literals::StringLiterals;
 
 const char *const Taskmill_ProjectFileFilter = "Taskmill Project Files (*.mill)";
+const char *const Taskmill_SavingTitle = "Saving a Taskmill Project File";
 
 namespace {
-using WarnMode = KilnUtil_Error::WarnMode;
-using WarnAnswer = KilnUtil_Error::WarnAnswer;
-
-const QString savingTitle = u"Saving a Taskmill Project File"_s;
-
 Taskmill_Database *CurrentDatabase()
 {
     return Taskmill_Database_Manager::Global().CurrentDatabase();
@@ -86,6 +83,16 @@ QString FileBeside(const QString &path)
     return file.dir().filePath(u"%1-%2.mill"_s.arg(file.completeBaseName(), Taskmill_FileTimeStamp()));
 }
 
+Taskmill_Question ClosingQuestion(const QString &title, const QString &text, const QString &consoleText)
+{
+    return {.title = title,
+            .text = text,
+            .consoleText = consoleText,
+            .kind = Taskmill_Question::Kind::YesNoCancel,
+            .defaultAnswer = KilnUtil_UserPrompt::WarnAnswer::Yes,
+            .takesShortWords = false};
+}
+
 void RememberDirectory(const QString &path)
 {
     KilnUtil_Registry::SetValue(u"/Files/Last_Directory_Path"_s, QFileInfo{path}.absolutePath());
@@ -129,11 +136,12 @@ bool Taskmill_Project::OpenProject(const QString &path)
     FileStamp stamp = FileStamp::Of(absolutePath);
     QString problem = ProblemOf(*loaded, absolutePath);
     if (problem.isEmpty()) {
-        const SaveAnswer answer = AskToSave();
-        if (answer == SaveAnswer::Cancel)
+        Taskmill_ClosingDialogue closing{*this};
+        Taskmill_AskThroughPrompt(closing);
+        if (!closing.MayClose())
             return false;
         // The open project may have been written to this very file.
-        if (answer == SaveAnswer::Saved) {
+        if (closing.IsSaved()) {
             stamp = FileStamp::Of(absolutePath);
             problem = ProblemOfLoading(*loaded, absolutePath);
         }
@@ -184,22 +192,6 @@ QString Taskmill_Project::ProjectFileName(const QString &name)
     return file;
 }
 
-QString Taskmill_Project::AskForProjectFile() const
-{
-    const QString answer = KilnUtil_Error::UserPrompt().AskSaveFileName(
-        u"Specify a Taskmill Project File"_s, QDir::currentPath(),
-        QString::fromLatin1(Taskmill_ProjectFileFilter));
-    QString file = ProjectFileName(answer);
-    // The dialog has asked about overwriting the name as it was typed only.
-    if (file == answer || !QFileInfo::exists(file))
-        return file;
-    const WarnAnswer overwrite = KilnUtil_Error::UserPrompt().AskQuestion(
-        u"Specify a Taskmill Project File"_s,
-        u"%1 already exists.\nDo you want to replace it?"_s.arg(QDir::toNativeSeparators(file)),
-        WarnMode::YesNo, WarnAnswer::No);
-    return overwrite == WarnAnswer::Yes ? file : AskForProjectFile();
-}
-
 Taskmill_Project::FileStamp Taskmill_Project::FileStamp::Of(const QString &path)
 {
     const QFileInfo file{path};
@@ -212,34 +204,13 @@ bool Taskmill_Project::FileHasChanged() const
     return QFileInfo::exists(path) && FileStamp::Of(path) != m_fileStamp;
 }
 
-bool Taskmill_Project::SaveProject()
-{
-    if (!IsOpen())
-        return false;
-    const bool mayReplace =
-        !FileHasChanged() ||
-        KilnUtil_Error::UserPrompt().AskQuestion(
-            savingTitle,
-            u"The project file was changed by another program since it was opened or saved here:\n\n%1\n\n"
-            "Do you want to replace it? What the other program wrote is lost then."_s.arg(FilePath()),
-            WarnMode::YesNo, WarnAnswer::No) == WarnAnswer::Yes;
-    QString path = FilePath().isEmpty() || !mayReplace ? AskForProjectFile() : FilePath();
-    // A signal may end the program while a question stands, and the project is closed then.
-    while (IsOpen() && !path.isEmpty()) {
-        if (SaveProjectAs(path))
-            return true;
-        path = AskForProjectFile();
-    }
-    return false;
-}
-
 bool Taskmill_Project::SaveProjectAs(const QString &path)
 {
     Taskmill_Database *database = CurrentDatabase();
     const QString absolutePath = QFileInfo{path}.absoluteFilePath();
     if (!WriteFile(absolutePath)) {
         KilnUtil_Error::ReportError(
-            savingTitle,
+            QString::fromLatin1(Taskmill_SavingTitle),
             u"The project could not be written to the following file, which is as it was before:\n\n%1\n\n(%2)"_s
                 .arg(absolutePath, database ? database->LastErrorMessage() : QString{}));
         return false;
@@ -308,52 +279,32 @@ void Taskmill_Project::RemoveSpareFile()
         QFile::remove(path);
 }
 
-std::optional<Taskmill_Project::SaveQuestion> Taskmill_Project::QuestionBeforeClosing() const
+std::optional<Taskmill_Question> Taskmill_Project::QuestionBeforeClosing() const
 {
     const Taskmill_Database *database = CurrentDatabase();
     if (!database || !database->HasUnsavedChanges())
         return std::nullopt;
     const QString changesTitle = u"Save Changes to Current Project?"_s;
-    const QString changesConsoleText =
-        u"\n<Taskmill> Save Changes Made to Current Project Before Closing it?  "_s;
+    const QString changesConsoleText = u"Save Changes Made to Current Project Before Closing it?"_s;
     if (!database->FilePath().isEmpty()) {
-        return SaveQuestion{
-            .title = changesTitle,
-            .text = u"Would you like to save changes to the current Taskmill project before closing it?\n\n"
-                    "If you choose No, the changes to the database will be lost."_s,
-            .consoleText = changesConsoleText};
+        return ClosingQuestion(
+            changesTitle,
+            u"Would you like to save changes to the current Taskmill project before closing it?\n\n"
+            "If you choose No, the changes to the database will be lost."_s,
+            changesConsoleText);
     }
     if (!database->Title().isEmpty()) {
-        return SaveQuestion{
-            .title = changesTitle,
-            .text =
-                u"Would you like to save changes made to the current Taskmill project before closing it?\n\n"
-                "If you choose No, the changes made to the project since the last save will be lost."_s,
-            .consoleText = changesConsoleText};
+        return ClosingQuestion(
+            changesTitle,
+            u"Would you like to save changes made to the current Taskmill project before closing it?\n\n"
+            "If you choose No, the changes made to the project since the last save will be lost."_s,
+            changesConsoleText);
     }
-    return SaveQuestion{
-        .title = u"Save Current Project?"_s,
-        .text = u"Would you like to save the current Taskmill project to a file before closing it?\n\n"
-                "If you choose No, the project will be lost."_s,
-        .consoleText = u"\n<Taskmill> Save Current Project to a File Before Closing it?  "_s};
-}
-
-Taskmill_Project::SaveAnswer Taskmill_Project::AskToSave()
-{
-    const auto question = QuestionBeforeClosing();
-    if (!question)
-        return SaveAnswer::GoOn;
-    switch (KilnUtil_Error::UserPrompt().AskQuestion(question->title, question->text, WarnMode::YesNoCancel,
-                                                     WarnAnswer::Yes)) {
-    case WarnAnswer::Yes:
-        return SaveProject() ? SaveAnswer::Saved : SaveAnswer::Cancel;
-    case WarnAnswer::No:
-        return SaveAnswer::GoOn;
-    case WarnAnswer::None:
-    case WarnAnswer::Cancel:
-        break;
-    }
-    return SaveAnswer::Cancel;
+    return ClosingQuestion(
+        u"Save Current Project?"_s,
+        u"Would you like to save the current Taskmill project to a file before closing it?\n\n"
+        "If you choose No, the project will be lost."_s,
+        u"Save Current Project to a File Before Closing it?"_s);
 }
 
 QString Taskmill_Project::WindowTitle() const

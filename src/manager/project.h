@@ -1,5 +1,7 @@
 #pragma once
 
+#include "manager/dialogue.h"
+
 #include <QDateTime>
 #include <QObject>
 #include <QString>
@@ -14,6 +16,8 @@ class Taskmill_JobTypeList;
 
 /// The file filter of dialogs for project files.
 extern const char *const Taskmill_ProjectFileFilter;
+/// The title of what is asked and reported while a project is saved.
+extern const char *const Taskmill_SavingTitle;
 
 /// The one project that the manager has open: a database in memory, saved to and loaded from a ".mill" file.
 class Taskmill_Project : public QObject
@@ -30,18 +34,15 @@ public:
     [[nodiscard]] QString FilePath() const;
     [[nodiscard]] bool HasUnsavedChanges() const;
 
-    /// Replaces the current project by that of the file; its two queues are paused. False when the file is no
-    /// project.
+    /// Replaces the current project by that of the file; its two queues are paused. Asks through the prompt
+    /// in force whether the current one is to be saved. False when the file is no project.
     [[nodiscard]] bool OpenProject(const QString &path);
     /// Replaces the current project by an empty one with the default job types, whose queues run.
     [[nodiscard]] bool NewProject();
     /// Whether another program has changed the project's file since it was opened or saved here.
     [[nodiscard]] bool FileHasChanged() const;
-    /// Writes the project to its file; one that was never saved asks for a name first, and one whose file has
-    /// changed whether to replace it. Where that is declined, or a file could not be written, which is
-    /// reported, another name is asked for. False when there is none; the project is then as it was before.
-    bool SaveProject();
-    /// Writes the project to the file of that name, which becomes its own.
+    /// Writes the project to the file of that name, which becomes its own, without asking; a failure is
+    /// reported. What must be asked before is up to Taskmill_SaveDialogue.
     bool SaveProjectAs(const QString &path);
     /// Writes unsaved changes to the project's own file without asking or reporting anything but to the debug
     /// log, for a program that ends on a signal; beside the file when that has changed. False when they could
@@ -51,23 +52,8 @@ public:
     /// The trimmed name with ".mill" at its end; empty for an empty one.
     [[nodiscard]] static QString ProjectFileName(const QString &name);
 
-    /// The question to be asked before an unsaved project is closed.
-    struct SaveQuestion
-    {
-        QString title;
-        QString text;
-        QString consoleText; ///< with the prompt before it
-    };
-    /// Nothing when there is nothing to save.
-    [[nodiscard]] std::optional<SaveQuestion> QuestionBeforeClosing() const;
-    enum class SaveAnswer
-    {
-        Saved = 0,
-        GoOn = 1,
-        Cancel = 2
-    };
-    /// Asks that question through the prompt in force and saves when the user wants it.
-    [[nodiscard]] SaveAnswer AskToSave();
+    /// The question to be asked before an unsaved project is closed; nothing when there is nothing to save.
+    [[nodiscard]] std::optional<Taskmill_Question> QuestionBeforeClosing() const;
 
     /// The version of the program and the project's name or state.
     [[nodiscard]] QString WindowTitle() const;
@@ -85,7 +71,6 @@ private:
     void ReloadLimits(Taskmill_Database &database);
     void Adopt(Taskmill_Database &database, const QString &path);
     void Follow(const Taskmill_Database &database) const;
-    [[nodiscard]] QString AskForProjectFile() const;
     void WriteSpareFile();
     void RemoveSpareFile();
 

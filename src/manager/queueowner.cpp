@@ -3,10 +3,10 @@
 #include "db/database.h"
 #include "db/databasemanager.h"
 #include "jobs/queuelessjobslist.h"
-#include "kilnutil/error.h"
 #include "kilnutil/logging.h"
 #include "manager/finishedjobs.h"
 #include "manager/listings.h"
+#include "manager/removaldialogue.h"
 #include "manager/removalreport.h"
 
 #include <QScopedValueRollback>
@@ -18,17 +18,6 @@
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-using WarnMode = KilnUtil_Error::WarnMode;
-using WarnAnswer = KilnUtil_Error::WarnAnswer;
-
-QString HeldJobsText(qsizetype count)
-{
-    return count == 1 ? u"1 queueless job was running when this project was closed."_s
-                      : u"%1 queueless jobs were running when this project was closed."_s.arg(count);
-}
-} // namespace
 
 /// What differs between the three.
 struct Taskmill_QueueOwner::Variant
@@ -152,25 +141,9 @@ QString Taskmill_QueueOwner::ListingText(int width)
 
 bool Taskmill_QueueOwner::RemoveSelectedJobs(const QList<int> &jobIDs)
 {
-    const Taskmill_Question question = RemovalQuestion(jobIDs);
-    if (question.text.isEmpty() ||
-        KilnUtil_Error::UserPrompt().AskQuestion(question.title, question.text, WarnMode::YesNo,
-                                                 WarnAnswer::None) != WarnAnswer::Yes)
-        return false;
-
-    QList<int> remaining = jobIDs;
-    // Asked again: a waiting job may have started while the question stood.
-    if (AnyRunning(jobIDs)) {
-        const Taskmill_Question warning = RunningJobsWarning();
-        const WarnAnswer answer =
-            KilnUtil_Error::ReportWarning(warning.title, warning.text, WarnMode::YesNoCancel);
-        if (answer == WarnAnswer::Cancel)
-            return false;
-        if (answer == WarnAnswer::No)
-            remaining = WithoutRunning(jobIDs);
-    }
-    RemoveNow(remaining);
-    return true;
+    Taskmill_RemovalDialogue removal{*this, jobIDs};
+    Taskmill_AskThroughPrompt(removal);
+    return removal.IsCarriedOut();
 }
 
 bool Taskmill_QueueOwner::RemoveJob(int jobID)
@@ -178,32 +151,7 @@ bool Taskmill_QueueOwner::RemoveJob(int jobID)
     return Jobs().FindByJobID(jobID) && RemoveSelectedJobs({jobID});
 }
 
-Taskmill_Question Taskmill_QueueOwner::RemovalQuestion(const QList<int> &jobIDs)
-{
-    QStringList names;
-    if (jobIDs.isEmpty() || !Jobs().NamesOf(jobIDs, names))
-        return {};
-    return {.title = u"Remove Selected Jobs from "_s + ListName(),
-            .text = u"Are you sure you want to remove the following %1 selected jobs from the %2?\n\n"_s.arg(
-                        QString::number(names.size()), ListName()) +
-                    Taskmill_NameList(names)};
-}
-
-Taskmill_Question Taskmill_QueueOwner::RunningJobsWarning()
-{
-    return {
-        .title = u"Removal of Selected Running Jobs"_s,
-        .text =
-            u"At least one Job selected for removal is currently running.  Removal of a Job that is running "
-            "requires that it be Killed.\n\nRemove selected jobs that are currently running?"_s};
-}
-
-bool Taskmill_QueueOwner::AnyRunning(const QList<int> &jobIDs)
-{
-    return WithoutRunning(jobIDs).size() < jobIDs.size();
-}
-
-QList<int> Taskmill_QueueOwner::WithoutRunning(const QList<int> &jobIDs)
+QList<int> Taskmill_QueueOwner::WithoutRunning(const QList<int> &jobIDs) const
 {
     QList<int> others = jobIDs;
     others.removeIf([this](int jobID) {
@@ -273,22 +221,4 @@ void Taskmill_QueueOwner::ReportKeptRows()
     const QStringList names = std::exchange(m_keptRows, {});
     if (const Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase())
         Taskmill_ReportRowsKept(*database, names);
-}
-
-Taskmill_Question Taskmill_QueueOwner::HeldJobsQuestion() const
-{
-    const qsizetype count = m_list->HeldJobIDs().size();
-    if (count == 0)
-        return {};
-    return {.title = u"Queueless Jobs of the Project"_s,
-            .text = HeldJobsText(count) + (count == 1 ? u" Run it again?"_s : u" Run them again?"_s)};
-}
-
-QString Taskmill_QueueOwner::HeldJobsNotice() const
-{
-    const qsizetype count = m_list->HeldJobIDs().size();
-    if (count == 0)
-        return {};
-    return HeldJobsText(count) + (count == 1 ? u" It waits until it is run again or removed."_s
-                                             : u" They wait until they are run again or removed."_s);
 }

@@ -2,7 +2,6 @@
 
 #include "jobs/destination.h"
 #include "jobs/jobqueue.h"
-#include "manager/removalquestion.h"
 
 #include <QObject>
 
@@ -49,23 +48,16 @@ public:
     /// The listing that the console prints; with a width, made to fit a terminal of so many columns.
     [[nodiscard]] QString ListingText(int width = 0);
 
-    /// Whether the jobs that ran when the project was closed are to run again, and that they do not; the
-    /// texts are empty when there are none.
-    [[nodiscard]] Taskmill_Question HeldJobsQuestion() const;
-    [[nodiscard]] QString HeldJobsNotice() const;
-
-    /// Asks, warns of running jobs, and removes the jobs with their rows. False when there are none, one is
-    /// unknown, or the user declines; nothing is removed then.
+    /// Goes through Taskmill_RemovalDialogue with the prompt in force: asks, warns of running jobs, and
+    /// removes the jobs with their rows. False when there are none, one is unknown, or the user declines;
+    /// nothing is removed then.
     bool RemoveSelectedJobs(const QList<int> &jobIDs);
     /// RemoveSelectedJobs() of one job.
     bool RemoveJob(int jobID);
 
-    /// What RemoveSelectedJobs() consists of, for a front end that asks in its own way. The question is empty
-    /// when there are no jobs or one is unknown.
-    [[nodiscard]] Taskmill_Question RemovalQuestion(const QList<int> &jobIDs);
-    [[nodiscard]] static Taskmill_Question RunningJobsWarning();
-    [[nodiscard]] bool AnyRunning(const QList<int> &jobIDs);
-    [[nodiscard]] QList<int> WithoutRunning(const QList<int> &jobIDs);
+    /// Those of the jobs that do not run; unknown ones count as such.
+    [[nodiscard]] QList<int> WithoutRunning(const QList<int> &jobIDs) const;
+    /// Removes the jobs with their rows, killing those that run, without asking. Unknown ones are left out.
     void RemoveNow(QList<int> jobIDs);
 
 Q_SIGNALS:

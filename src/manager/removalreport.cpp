@@ -3,7 +3,7 @@
 #include "db/database.h"
 #include "kilnutil/error.h"
 #include "kilnutil/logging.h"
-#include "manager/removalquestion.h"
+#include "manager/namelist.h"
 
 using namespace Qt::Literals::StringLiterals;
 

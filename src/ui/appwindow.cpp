@@ -3,6 +3,8 @@
 #include "jobs/queuelessjobslist.h"
 #include "kilnutil/error.h"
 #include "kilnutil/registry.h"
+#include "manager/closingdialogue.h"
+#include "manager/heldjobsdialogue.h"
 #include "manager/manager.h"
 #include "manager/version.h"
 #include "ui/programicon.h"
@@ -153,19 +155,10 @@ void Taskmill_AppWindow::SpeakAtStart()
     const QStringList notices = m_manager.NoticesAtStart(true);
     if (!notices.isEmpty())
         KilnUtil_Error::UserPrompt().ShowInformation(u"Project Not Saved"_s, notices.join(u"\n\n"_s));
-    Taskmill_QueueOwner &queueless = m_manager.Destinations().Queueless();
-    const Taskmill_Question question = queueless.HeldJobsQuestion();
-    if (m_manager.IsShutDown() || question.text.isEmpty())
+    if (m_manager.IsShutDown())
         return;
-    const QList<int> jobIDs = queueless.List()->HeldJobIDs();
-    const QString text =
-        question.text +
-        (jobIDs.size() == 1
-             ? u"\n\nIf you choose No, it waits in the tab Queueless Jobs, whose menu runs or removes it."_s
-             : u"\n\nIf you choose No, they wait in the tab Queueless Jobs, whose menu runs or removes them."_s);
-    if (KilnUtil_Error::UserPrompt().AskQuestion(question.title, text, WarnMode::YesNo, WarnAnswer::No) ==
-        WarnAnswer::Yes)
-        queueless.List()->Release(jobIDs);
+    Taskmill_HeldJobsDialogue heldJobs{*m_manager.Destinations().Queueless().List()};
+    Taskmill_AskThroughPrompt(heldJobs);
 }
 
 void Taskmill_AppWindow::UpdateWindowTitle()
@@ -250,7 +243,11 @@ void Taskmill_AppWindow::SystemTrayQuitSlot()
 
 void Taskmill_AppWindow::ExitSlot()
 {
-    if (!m_manager.IsShutDown() && m_manager.Project().AskToSave() != Taskmill_Project::SaveAnswer::Cancel)
+    if (m_manager.IsShutDown())
+        return;
+    Taskmill_ClosingDialogue closing{m_manager.Project()};
+    Taskmill_AskThroughPrompt(closing);
+    if (closing.MayClose())
         Q_EMIT ExitSignal();
 }
 

@@ -1,7 +1,7 @@
 #include "ui/finishedjobswidget.h"
 
-#include "kilnutil/error.h"
 #include "manager/finishedjobs.h"
+#include "manager/finishedremovaldialogue.h"
 #include "ui/contextmenu.h"
 #include "ui/jobviewers.h"
 #include "ui/pagelayout.h"
@@ -13,9 +13,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-using WarnMode = KilnUtil_Error::WarnMode;
-using WarnAnswer = KilnUtil_Error::WarnAnswer;
-
 // In characters. The times need less than so many digits would.
 const QList<int> columnHints{5, 24, 10, 20, 5, 30, 40, 16, 16, 16};
 const QMap<int, int> elasticColumns{{1, 10}, {3, 6}, {5, 3}, {6, 3}};
@@ -149,16 +146,8 @@ void Taskmill_FinishedJobsWidget::RemoveSlot()
     const QList<int> rows = m_table->SelectedRows();
     for (const int row : rows)
         positions.append(m_table->PositionAt(row));
-    const Taskmill_Question question = m_jobs.RemovalQuestion(positions);
-    const int generation = m_jobs.Generation();
-    if (question.text.isEmpty() ||
-        KilnUtil_Error::UserPrompt().AskQuestion(question.title, question.text, WarnMode::YesNo,
-                                                 WarnAnswer::None) != WarnAnswer::Yes)
-        return;
-    // Jobs that are added while the question stands come behind; after anything else the positions are those
-    // of other jobs.
-    if (generation == m_jobs.Generation())
-        m_jobs.Remove(positions);
+    Taskmill_FinishedRemovalDialogue removal{m_jobs, positions};
+    Taskmill_AskThroughPrompt(removal);
     FillTable();
 }
 

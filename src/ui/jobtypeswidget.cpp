@@ -1,7 +1,5 @@
 #include "ui/jobtypeswidget.h"
 
-#include "db/database.h"
-#include "db/databasemanager.h"
 #include "jobs/defaultjobtypes.h"
 #include "jobs/jobtypelist.h"
 #include "jobs/runmode.h"
@@ -33,8 +31,6 @@ constexpr QColor redOnLight{190, 0, 0};
 constexpr QColor redOnDark{255, 128, 120};
 constexpr int darkestLightValue = 128;
 
-const QString databaseRefuses = u"The project does not take it."_s;
-
 struct DefaultEntry
 {
     QLatin1StringView text;
@@ -53,32 +49,6 @@ constexpr std::array<DefaultEntry, 8> defaultEntries{{
 /// The programs that the entries behind the first look for; GaussianW counts as Gaussian.
 constexpr std::array<QLatin1StringView, defaultEntries.size() - 1> defaultPrograms{
     "Veltra"_L1, "Gaussian"_L1, "GMMX"_L1, "Cubegen"_L1, "Formchk"_L1, "Freqchk"_L1, "Cubman"_L1};
-
-Taskmill_Database *OpenDatabase()
-{
-    return Taskmill_Database_Manager::Global().CurrentDatabase();
-}
-
-/// Whether the record was written as it is. The queue is: its name is stored as a number.
-bool IsSameJobType(Taskmill_JobType stored, const Taskmill_JobType &wanted)
-{
-    if (stored.DefaultQueueIndex() == wanted.DefaultQueueIndex())
-        stored.DefaultQueue = wanted.DefaultQueue;
-    return stored == wanted;
-}
-
-/// Stored job types are changed by statements that hold the texts as they are.
-bool HasQuotes(const Taskmill_JobType &jobType)
-{
-    const QStringList texts{jobType.Name,
-                            jobType.ApplicationName,
-                            jobType.ExecutablePath,
-                            jobType.InputFileFilter,
-                            jobType.OutputFileFilter,
-                            jobType.EnvironmentVariables,
-                            jobType.GenericCommandLine};
-    return std::ranges::any_of(texts, [](const QString &text) { return text.contains(u'\''); });
-}
 
 bool IsConfirmed(const QString &title, const QString &text)
 {
@@ -179,7 +149,7 @@ void Taskmill_JobTypesWidget::UpdateMarkColour()
 void Taskmill_JobTypesWidget::FillTable()
 {
     m_list.Refresh();
-    m_jobTypes = OpenDatabase() ? m_list.GetAll() : QList<Taskmill_JobType>{};
+    m_jobTypes = m_list.IsStoreOpen() ? m_list.GetAll() : QList<Taskmill_JobType>{};
     if (m_frame)
         ShowRows();
 }
@@ -314,7 +284,7 @@ template <typename Store>
 void Taskmill_JobTypesWidget::RunEditor(Taskmill_NewJobTypeWidget &editor, Store store)
 {
     while (editor.exec() == QDialog::Accepted) {
-        const QString reason = OpenDatabase() ? store(editor.Read()) : u"No project is open."_s;
+        const QString reason = store(editor.Read());
         if (reason.isEmpty())
             return;
         KilnUtil_Error::ReportError(editor.windowTitle(), u"The job type could not be stored. "_s + reason);
@@ -324,7 +294,7 @@ void Taskmill_JobTypesWidget::RunEditor(Taskmill_NewJobTypeWidget &editor, Store
 void Taskmill_JobTypesWidget::AddJobType()
 {
     Taskmill_NewJobTypeWidget editor{m_frame};
-    RunEditor(editor, [this](const Taskmill_JobType &jobType) { return Insert(jobType); });
+    RunEditor(editor, [this](const Taskmill_JobType &jobType) { return m_list.TryToAdd(jobType); });
 }
 
 void Taskmill_JobTypesWidget::EditCurrentJobType()
@@ -340,29 +310,7 @@ void Taskmill_JobTypesWidget::EditCurrentJobType()
         // It may have been removed while the editor was open.
         const bool isThere =
             std::ranges::count(m_jobTypes, before.JobTypeID, &Taskmill_JobType::JobTypeID) > 0;
-        return isThere ? Update(jobType) : Insert(jobType);
+        return isThere ? m_list.TryToUpdate(jobType) : m_list.TryToAdd(jobType);
     });
     FillTable();
-}
-
-QString Taskmill_JobTypesWidget::Insert(Taskmill_JobType jobType)
-{
-    m_list.Add(jobType);
-    return CompareWithStored(jobType);
-}
-
-QString Taskmill_JobTypesWidget::Update(const Taskmill_JobType &jobType)
-{
-    // Nothing is written then: doubled quotes would be stored as single ones.
-    if (HasQuotes(jobType))
-        return u"Its texts must not contain single quotes (')."_s;
-    if (!OpenDatabase()->UpdateJobType(jobType.JobTypeID, jobType))
-        return databaseRefuses;
-    return CompareWithStored(jobType);
-}
-
-QString Taskmill_JobTypesWidget::CompareWithStored(const Taskmill_JobType &jobType)
-{
-    const bool isSame = IsSameJobType(OpenDatabase()->GetJobType(jobType.JobTypeID), jobType);
-    return isSame ? QString{} : databaseRefuses;
 }

@@ -58,10 +58,6 @@ private:
     void AddJobType();
     void RemoveJobType(const Taskmill_JobType &jobType);
     void RemoveAllJobTypes();
-    /// These return why the job type could not be stored; empty when it was.
-    [[nodiscard]] QString Insert(Taskmill_JobType jobType);
-    [[nodiscard]] static QString Update(const Taskmill_JobType &jobType);
-    [[nodiscard]] static QString CompareWithStored(const Taskmill_JobType &jobType);
     template <typename Store>
     void RunEditor(Taskmill_NewJobTypeWidget &editor, Store store);
 

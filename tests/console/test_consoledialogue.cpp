@@ -6,6 +6,7 @@
 #include "jobs/job.h"
 #include "jobs/queuelessjobslist.h"
 #include "kilnutil/error.h"
+#include "manager/heldjobsdialogue.h"
 #include "manager/runningjobs.h"
 #include "manager/texttable.h"
 #include "manager/timetext.h"
@@ -358,7 +359,7 @@ private Q_SLOTS:
                 session.manager.NewJob(session.gated, session.manager.InputFile(name)));
         const QString file = session.manager.Path(u"jobs.mill"_s);
         QVERIFY(session.manager.Project().SaveProjectAs(file) && session.manager.Project().OpenProject(file));
-        QCOMPARE(session.manager.Destinations().Queueless().HeldJobsNotice(),
+        QCOMPARE(Taskmill_HeldJobsDialogue::Notice(*session.manager.Destinations().Queueless().List()),
                  u"3 queueless jobs were running when this project was closed. They wait until they are run "
                  "again or removed."_s);
         // Nobody is asked where nobody answers.

@@ -13,6 +13,7 @@ public:
 
     bool IsOpen() const override { return true; }
     bool InsertJobType(Taskmill_JobType &) override { return false; }
+    bool UpdateJobType(const Taskmill_JobType &, QString &) override { return false; }
     bool DeleteJobType(qint32) override { return false; }
     QList<Taskmill_JobType> GetJobTypes() override { return {}; }
     int GetMaxRunningJobs(const QString &queueName) override { return Limits.value(queueName, -1); }

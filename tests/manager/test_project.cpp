@@ -3,6 +3,7 @@
 #include "db/databasetestutil.h"
 #include "jobs/job.h"
 #include "jobs/queuelessjobslist.h"
+#include "manager/heldjobsdialogue.h"
 #include "manager/recentprojects.h"
 #include "manager/spareproject.h"
 #include "support/testmanager.h"
@@ -93,10 +94,15 @@ private Q_SLOTS:
         QCOMPARE(m_manager->Destinations().Queueless().List()->HeldJobIDs(), QList<int>{4});
         QCOMPARE(m_manager->Destinations().Queueless().Jobs().JobAt(0)->Status(),
                  Taskmill_JobStatus::Pending);
-        QCOMPARE(m_manager->Destinations().Queueless().HeldJobsQuestion().text,
-                 u"1 queueless job was running when this project was closed. Run it again?"_s);
-        QCOMPARE(m_manager->Destinations().Queueless().List()->Release({4}), 1);
-        QVERIFY(m_manager->Destinations().Queueless().HeldJobsQuestion().text.isEmpty());
+        Taskmill_HeldJobsDialogue heldJobs{*m_manager->Destinations().Queueless().List()};
+        m_manager->prompt.answers = {WarnAnswer::Yes};
+        Taskmill_AskThroughPrompt(heldJobs);
+        QVERIFY(m_manager->prompt.asked.last().text.startsWith(
+            u"1 queueless job was running when this project was closed. Run it again?\n\nIf you choose No, "
+            u"it "
+            "waits in the tab"_s));
+        QCOMPARE(heldJobs.Released(), 1);
+        QVERIFY(!Taskmill_HeldJobsDialogue{*m_manager->Destinations().Queueless().List()}.Next());
         QTRY_COMPARE(FinishedCount(), 2);
         QCOMPARE(RowsOf(TestManager::Database(), u"SELECT JobID, Status FROM FinishedJobs WHERE JobID = 4"_s),
                  QStringList{u"4|Completed"_s});
@@ -139,7 +145,7 @@ private Q_SLOTS:
         QCOMPARE(WithPlainLineEnds(m_manager->FinishedJobs().Jobs()[0].StdOutAndStdErr.toUtf8()), output);
         QCOMPARE(WithPlainLineEnds(ReadTestFile(request.JobStandardOutputFile)), output);
         const QList<Taskmill_JobRecord> finished = m_manager->FinishedJobs().Jobs();
-        QVERIFY(m_manager->Project().SaveProject() && m_manager->Project().OpenProject(File()));
+        QVERIFY(m_manager->Save() && m_manager->Project().OpenProject(File()));
         for (int job = 0; job < 2; ++job) {
             const Taskmill_JobRecord &read = m_manager->FinishedJobs().Jobs()[job];
             QCOMPARE(read.PlaceholderValues, finished[job].PlaceholderValues);
@@ -188,7 +194,7 @@ private Q_SLOTS:
         const QString count =
             u"SELECT (SELECT COUNT(*) FROM LongJobsQueue), (SELECT COUNT(*) FROM FinishedJobs)"_s;
         QCOMPARE(RowsOfFile(File(), count), QStringList{u"1|0"_s});
-        QVERIFY(m_manager->Project().SaveProject());
+        QVERIFY(m_manager->Save());
         QCOMPARE(RowsOfFile(File(), count), QStringList{u"0|1"_s});
     }
 
@@ -225,12 +231,12 @@ private Q_SLOTS:
         // none.
         m_manager->prompt.answers = {WarnAnswer::Yes};
         m_manager->prompt.texts = {m_manager->Path(u"missing/again"_s)};
-        QVERIFY(!m_manager->Project().SaveProject());
+        QVERIFY(!m_manager->Save());
         QCOMPARE(m_manager->prompt.asked.size(), 6);
         QVERIFY(m_manager->Project().HasUnsavedChanges());
         QCOMPARE(m_manager->Project().FilePath(), File());
         QVERIFY(QDir{}.rmdir(File()));
-        QVERIFY(m_manager->Project().SaveProject());
+        QVERIFY(m_manager->Save());
         QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM LongJobsQueue"_s), QStringList{u"1"_s});
     }
 
@@ -242,7 +248,7 @@ private Q_SLOTS:
             {u"UPDATE Queues SET MaxRunningJobs = 5 WHERE Name = 'Long'"_s, u"DROP TABLE FinishedJobs"_s});
         SubmitGated(m_manager->Destinations().Short());
         m_manager->prompt.answers = {WarnAnswer::No};
-        QVERIFY(!m_manager->Project().SaveProject());
+        QVERIFY(!m_manager->Save());
         const QString limit = u"SELECT MaxRunningJobs FROM Queues WHERE Name = 'Long'"_s;
         QCOMPARE(RowsOfFile(File(), limit), QStringList{u"5"_s});
         // Nobody can be asked.
@@ -258,14 +264,14 @@ private Q_SLOTS:
         QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(m_manager->AddGatedJobType(), 1), true));
         RawDatabase{File()}.Execute({u"UPDATE Queues SET MaxRunningJobs = 6"_s});
         m_manager->prompt.answers = {WarnAnswer::Yes};
-        QVERIFY(m_manager->Project().SaveProject());
+        QVERIFY(m_manager->Save());
         QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM FinishedJobs"_s), QStringList{u"1"_s});
 
         // Who does not want it replaced is asked for another file.
         WriteTestFile(File(), "changed");
         m_manager->prompt.answers = {WarnAnswer::No};
         m_manager->prompt.texts = {m_manager->Path(u"elsewhere"_s)};
-        QVERIFY(m_manager->Project().SaveProject());
+        QVERIFY(m_manager->Save());
         QCOMPARE(m_manager->Project().FilePath(), m_manager->Path(u"elsewhere.mill"_s));
         QCOMPARE(ReadTestFile(File()), "changed");
     }
@@ -325,7 +331,7 @@ private Q_SLOTS:
             m_manager->prompt.asked.clear();
             m_manager->prompt.texts = {typed};
             m_manager->prompt.answers = {answer};
-            const bool isSaved = m_manager->Project().SaveProject();
+            const bool isSaved = m_manager->Save();
             const QString file = QFileInfo{m_manager->Project().FilePath()}.fileName();
             if (isSaved == file.isEmpty() || (ReadTestFile(old) == "old") != (file != "old.mill"_L1))
                 return u"Another file was written"_s;

@@ -1,6 +1,8 @@
 #include "manager/queueowner.h"
 
 #include "db/databasetestutil.h"
+#include "manager/closingdialogue.h"
+#include "manager/removaldialogue.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
 
@@ -84,6 +86,32 @@ private Q_SLOTS:
         QCOMPARE(rows[0].Status, Taskmill_JobStatus::Killed);
         QCOMPARE(rows[1].Status, Taskmill_JobStatus::Completed);
         QVERIFY(LongRows().isEmpty());
+    }
+
+    void WhatBeginsToRunWhileTheWarningStandsStays()
+    {
+        for (int job = 0; job < 2; ++job)
+            SubmitGated(m_manager->Destinations().Long());
+        Taskmill_RemovalDialogue removal{m_manager->Destinations().Long(), {1, 2}};
+        QVERIFY(removal.Next());
+        removal.Answer({.choice = Answer::Yes});
+        QVERIFY(removal.Next().value_or(Taskmill_Question{}).isWarning);
+        m_manager->Destinations().Long().Queue()->SetMaxRunningJobs(2);
+        removal.Answer({.choice = Answer::No});
+        QVERIFY(!removal.Next());
+        QCOMPARE(LongRows(), (QList<int>{1, 2}));
+    }
+
+    void NothingGoesWhereNobodyCanBeAsked()
+    {
+        SubmitGated(m_manager->Destinations().Long());
+        KilnUtil_Error::SetUserPrompt(nullptr);
+        QVERIFY(!m_manager->Destinations().Long().RemoveSelectedJobs({1}));
+        Taskmill_ClosingDialogue closing{m_manager->Project()};
+        Taskmill_AskThroughPrompt(closing);
+        KilnUtil_Error::SetUserPrompt(&m_manager->prompt);
+        QVERIFY(!closing.MayClose());
+        QCOMPARE(LongRows(), QList<int>{1});
     }
 
     void RowsThatStayAreReported()

@@ -4,6 +4,7 @@
 #include "db/databasemanager.h"
 #include "jobs/runmode.h"
 #include "manager/manager.h"
+#include "manager/savedialogue.h"
 #include "processes/processinspector.h"
 #include "support/jobfakes.h"
 #include "support/scriptedprompt.h"
@@ -49,6 +50,13 @@ public:
     {
         if (!Project().NewProject())
             qFatal("no new project could be made");
+    }
+    /// Saves the project as the window does, with the answers of the prompt.
+    bool Save()
+    {
+        Taskmill_SaveDialogue saving{Project()};
+        Taskmill_AskThroughPrompt(saving);
+        return saving.IsSaved();
     }
     /// The open database.
     [[nodiscard]] static Taskmill_Database &Database()

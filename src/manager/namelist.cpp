@@ -1,4 +1,4 @@
-#include "manager/removalquestion.h"
+#include "manager/namelist.h"
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -3,13 +3,6 @@
 #include <QString>
 #include <QStringList>
 
-/// What the user is asked before jobs are removed; the text is empty when there is nothing to ask.
-struct Taskmill_Question
-{
-    QString title;
-    QString text;
-};
-
 /// The names that a removal question lists: at most 10, one a line, and the number of the others. A name is
 /// cut to what fits a line.
 [[nodiscard]] QString Taskmill_NameList(const QStringList &names);
