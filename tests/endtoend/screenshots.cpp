@@ -249,9 +249,9 @@ void Studio::PhotographDialogs()
     QTcpSocket client;
     client.connectToHost(QHostAddress::LocalHost, m_project.Manager().Port());
     client.write("clientname=Sketcher\naction=submitjob\nconfirmaction=yes\njobqueue=Long\njobinputfile=" +
-                 m_project.Path(u"ethanol.mop"_s).toUtf8() + '\n');
-    client.disconnectFromHost();
-    Must(client.state() == QAbstractSocket::UnconnectedState || client.waitForDisconnected(), "request");
+                 m_project.Path(u"ethanol.mop"_s).toUtf8() + "\nclientreply=yes\n");
+    // It stays connected: while other users are about, who closes at once is refused.
+    Must(client.waitForBytesWritten(), "request");
     Take(u"submit"_s, Window(u"Submit Jobs"_s));
     Click(u"page tab"_s, u"UI Options"_s);
     TakeDialog(u"submit-options"_s, u"Submit Jobs"_s);
