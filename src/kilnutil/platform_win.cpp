@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kilnutil/platform.h"
 
 #include "kilnutil/logging.h"

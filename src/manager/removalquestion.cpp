@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/removalquestion.h"
 
 using namespace Qt::Literals::StringLiterals;

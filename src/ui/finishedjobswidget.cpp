@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/finishedjobswidget.h"
 
 #include "kilnutil/error.h"

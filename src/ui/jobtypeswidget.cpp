@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/jobtypeswidget.h"
 
 #include "db/database.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "help/helpdialog.h"
 #include "ui/openfilesdialog.h"
 #include "widgets/widgetutil.h"
