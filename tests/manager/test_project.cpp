@@ -111,8 +111,7 @@ private Q_SLOTS:
         const Taskmill_JobType jobType =
             m_manager->AddJobType(u"Echo"_s, u"print @TITLE print @OUTFILE stdin"_s);
         m_manager->Destinations().Long().Queue()->SetPaused(true);
-        Taskmill_JobRequest request =
-            TestManager::Request(jobType.Name, m_manager->InputFile(u"water.in"_s));
+        Taskmill_JobRequest request = TestManager::Request(jobType.Name, m_manager->InputFile(u"water.in"_s));
         request.PlaceholderValues = {{u"@TITLE"_s, u"H2O"_s}};
         request.JobStandardInputFile = WriteTestFile(m_manager->Path(u"answers"_s), "yes\n");
         request.JobOutputFile = u"other.log"_s;
