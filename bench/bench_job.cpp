@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program that the measured jobs run. Its last argument is the input file. "gate.dat" waits until the
 // file "go" stands beside it; "stamp.dat" appends when it began and ended to the file "stamps"; any other
 // does nothing.

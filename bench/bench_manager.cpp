@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Measures a manager in console mode on whole lives of jobs, from outside: start, memory, idleness,
 // submissions and the turn-round of jobs, against plain system calls and other spoolers in the same run.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Measures a project of many finished jobs against the plain SQLite calls on the same rows, in the same run:
 // opening, listing and saving.
 

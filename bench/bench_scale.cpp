@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Measures what depends on how much a manager holds: how soon the next job starts and a client is notified,
 // and what a submission and a completion cost with ever more waiting and finished jobs.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Measures the window's tabs with many jobs: how long each change blocks the event loop. Run with the
 // platform "offscreen"; the numbers of finished and of waiting jobs may be given.
 

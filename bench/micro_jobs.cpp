@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The small pieces that each job passes through.
 
 #include "db/database.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "rivals.h"
 
 #include "manager.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What every target of the tree is compiled with.
 add_library(taskmill_options INTERFACE)
 target_compile_definitions(taskmill_options INTERFACE

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Builds for 64-bit Windows on Linux, with Debian's MinGW-w64 and its Wine to run the tests.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)

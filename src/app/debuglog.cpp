@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/debuglog.h"
 
 #include "kilnutil/standardstreams.h"

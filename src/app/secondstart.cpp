@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/secondstart.h"
 
 #include "app/starterror.h"

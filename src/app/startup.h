@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 /// The whole life of the program, from the command line to the exit status: 0 normal, 1 a failed start, 2 a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "console/consoleactions.h"
 
 #include "jobs/queuelessjobslist.h"

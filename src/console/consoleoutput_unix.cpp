@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "console/consoleoutput_unix.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "console/consolepath.h"
 
 #include <QDir>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "console/consoleposted.h"
 
 #include <utility>

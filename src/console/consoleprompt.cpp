@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "console/consoleprompt.h"
 
 #include "console/consoleterminal.h"

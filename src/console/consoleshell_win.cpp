@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "console/consoleshell.h"
 
 #include <QProcess>

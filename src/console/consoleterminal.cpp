@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "console/consoleterminal.h"
 
 #include "kilnutil/standardstreams.h"

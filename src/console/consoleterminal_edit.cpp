@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "console/consoleterminal_edit.h"
 
 #include <cstdio>

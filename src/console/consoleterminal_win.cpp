@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "console/consoleterminal.h"
 
 #include "console/consolewriter_win.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "console/consoleworker.h"
 
 #include "console/console.h"

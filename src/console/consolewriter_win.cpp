@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "console/consolewriter_win.h"
 
 #include "console/consoleposted.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "console/interruptkey_unix.h"
 
 #include <atomic>

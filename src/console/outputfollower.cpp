@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "console/outputfollower.h"
 
 #include "jobs/job.h"

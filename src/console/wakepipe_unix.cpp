@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "console/wakepipe_unix.h"
 
 #include "kilnutil/logging.h"

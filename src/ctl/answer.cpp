@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ctl/answer.h"
 
 #include "wire/protocol.h"

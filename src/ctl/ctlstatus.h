@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 /// Exit statuses of the client. When several apply, the largest number counts.

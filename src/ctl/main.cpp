@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ctl/commandtable.h"
 #include "ctl/ctlstatus.h"
 #include "ctl/managerfinder.h"

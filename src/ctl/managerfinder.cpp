@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ctl/managerfinder.h"
 
 #include "ctl/options.h"

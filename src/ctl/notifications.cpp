@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ctl/notifications.h"
 
 #include "wire/peeruser.h"

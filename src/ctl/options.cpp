@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ctl/options.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ctl/readfile.h"
 
 #include "ctl/output.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ctl/requestcommands.h"
 
 #include "ctl/managerfinder.h"

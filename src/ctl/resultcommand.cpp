@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ctl/resultcommand.h"
 
 #include "ctl/output.h"

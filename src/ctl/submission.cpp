@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ctl/submission.h"
 
 #include "ctl/output.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ctl/submitoptions.h"
 
 #include "ctl/options.h"

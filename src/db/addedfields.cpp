@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/addedfields.h"
 
 #include "kilnutil/logging.h"

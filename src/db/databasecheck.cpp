@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/databasecheck.h"
 
 #include "db/addedfields.h"

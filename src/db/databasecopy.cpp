@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/databasecopy.h"
 
 #include "db/databasecheck.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/databasefile.h"
 
 #include "kilnutil/logging.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/databasejobstore.h"
 
 #include "db/database.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/databasemanager.h"
 
 #include "kilnutil/error.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/databaseschema.h"
 
 using namespace Qt::Literals::StringLiterals;

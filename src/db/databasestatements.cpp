@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/databasestatements.h"
 
 #include <utility>

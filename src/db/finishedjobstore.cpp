@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/finishedjobstore.h"
 
 #include "db/recordfields.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/generaldatastore.h"
 
 #include "db/recordfields.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/jobfields.h"
 
 #include "jobs/jobrecord.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/jobrowreader.h"
 
 #include "db/database.h"

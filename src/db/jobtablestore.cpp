@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/jobtablestore.h"
 
 #include "db/database.h"

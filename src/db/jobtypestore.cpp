@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/jobtypestore.h"
 
 #include "db/addedfields.h"

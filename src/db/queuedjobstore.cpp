@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/queuedjobstore.h"
 
 #include "db/recordfields.h"

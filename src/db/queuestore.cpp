@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/queuestore.h"
 
 #include "db/recordfields.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engines/linetext.h"
 
 #include <algorithm>

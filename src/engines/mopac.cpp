@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engines/inputtext.h"
 #include "engines/linetext.h"
 #include "engines/outputinterpreter.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engines/outputinterpreter.h"
 
 #include "engines/linetext.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "help/helpbrowser.h"
 
 #include "help/helppages.h"

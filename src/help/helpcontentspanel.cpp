@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "help/helpcontentspanel.h"
 
 #include <QKeyEvent>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "help/helppages.h"
 
 #include "kilnutil/textencoding.h"

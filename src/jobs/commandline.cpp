@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jobs/commandline.h"
 
 #include "kilnutil/filesys.h"

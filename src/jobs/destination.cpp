@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jobs/destination.h"
 
 #include <array>

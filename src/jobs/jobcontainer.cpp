@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jobs/jobcontainer.h"
 
 #include "jobs/finishedjobstaker.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jobs/jobenvironment.h"
 
 #include "jobs/commandline.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jobs/jobnotification.h"
 
 #include "jobs/jobrecord.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jobs/jobqueue.h"
 
 #include "jobs/jobstore.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jobs/jobrecord.h"
 
 #include "jobs/commandline.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jobs/jobtype.h"
 
 #include <QFileInfo>

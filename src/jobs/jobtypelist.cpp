@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jobs/jobtypelist.h"
 
 #include "jobs/defaultjobtypes.h"

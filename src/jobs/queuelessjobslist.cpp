@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jobs/queuelessjobslist.h"
 
 #include <algorithm>

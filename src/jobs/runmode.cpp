@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jobs/runmode.h"
 
 #include "kilnutil/computerdata.h"

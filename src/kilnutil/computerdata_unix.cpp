@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kilnutil/computerdata.h"
 
 #include <unistd.h>

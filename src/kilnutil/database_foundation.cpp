@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kilnutil/database_foundation.h"
 
 #include "kilnutil/logging.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kilnutil/database_transaction.h"
 
 #include "kilnutil/database_foundation.h"

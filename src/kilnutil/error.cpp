@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kilnutil/error.h"
 
 #include "kilnutil/logging.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kilnutil/filesource.h"
 
 #include <QFile>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kilnutil/logging.h"
 
 #include <QByteArrayView>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 /// Lets the manager hold a few thousand connections. Nothing on Windows, which has no such limit.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kilnutil/openfileslimit.h"
 
 void KilnUtil_RaiseOpenFilesLimit() {}

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kilnutil/registry.h"
 
 #include "kilnutil/logging.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kilnutil/sharedfile.h"
 
 #include <QDir>

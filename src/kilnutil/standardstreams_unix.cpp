@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kilnutil/standardstreams.h"
 
 void KilnUtil_StandardStreams::Write(std::FILE *stream, const QString &text)

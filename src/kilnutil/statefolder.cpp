@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kilnutil/statefolder.h"
 
 #include "kilnutil/registry.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kilnutil/textencoding.h"
 
 #include <QStringDecoder>

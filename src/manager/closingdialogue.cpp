@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/closingdialogue.h"
 
 #include "manager/project.h"

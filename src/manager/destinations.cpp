@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/destinations.h"
 
 Taskmill_Destinations::Taskmill_Destinations(Taskmill_FinishedJobs &finishedJobs,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/dialogue.h"
 
 #include "kilnutil/error.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "kilnutil/userprompt.h"
@@ -40,8 +41,8 @@ struct Taskmill_Answer
 };
 
 /// An operation that needs answers. A front end asks what Next() returns, in whatever way and on whatever
-/// thread, gives the answer, and goes on so until there is no more question. All operations belong to the main
-/// thread, and anything may happen there while a question stands.
+/// thread, gives the answer, and goes on so until there is no more question. All operations belong to the
+/// main thread, and anything may happen there while a question stands.
 class Taskmill_Dialogue
 {
 public:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/finishedremovaldialogue.h"
 
 #include "manager/finishedjobs.h"
@@ -24,9 +25,9 @@ std::optional<Taskmill_Question> Taskmill_FinishedRemovalDialogue::Next()
         names.append(m_jobs.Jobs()[position].Name);
     return Taskmill_Question{
         .title = u"Remove Selected Finished Jobs"_s,
-        .text =
-            u"Are you sure you want to remove the following %1 selected finished jobs?\n\n"_s.arg(names.size()) +
-            Taskmill_NameList(names)};
+        .text = u"Are you sure you want to remove the following %1 selected finished jobs?\n\n"_s.arg(
+                    names.size()) +
+                Taskmill_NameList(names)};
 }
 
 void Taskmill_FinishedRemovalDialogue::Answer(const Taskmill_Answer &answer)

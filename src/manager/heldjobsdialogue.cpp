@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/heldjobsdialogue.h"
 
 #include "jobs/queuelessjobslist.h"
@@ -23,7 +24,8 @@ std::optional<Taskmill_Question> Taskmill_HeldJobsDialogue::Next()
     if (m_isAnswered || m_jobIDs.isEmpty())
         return std::nullopt;
     const bool isOne = m_jobIDs.size() == 1;
-    const QString question = CountText(m_jobIDs.size()) + (isOne ? u" Run it again?"_s : u" Run them again?"_s);
+    const QString question =
+        CountText(m_jobIDs.size()) + (isOne ? u" Run it again?"_s : u" Run them again?"_s);
     const QString otherwise =
         isOne
             ? u"\n\nIf you choose No, it waits in the tab Queueless Jobs, whose menu runs or removes it."_s

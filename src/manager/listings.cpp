@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/listings.h"
 
 #include "manager/texttable.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/manager.h"
 
 #include "jobs/queuelessjobslist.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/namelist.h"
 
 using namespace Qt::Literals::StringLiterals;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/processworker.h"
 
 #include "kilnutil/logging.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/projectdatabase.h"
 
 #include "db/database.h"

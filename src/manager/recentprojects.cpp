@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/recentprojects.h"
 
 #include "kilnutil/registry.h"

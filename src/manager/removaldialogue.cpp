@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/removaldialogue.h"
 
 #include "manager/namelist.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "manager/dialogue.h"
@@ -17,8 +18,7 @@ public:
         WarnOfRunning ///< the user has said already that they are to go
     };
     /// The owner outlives the dialogue. Jobs that it does not have ask nothing and remove nothing.
-    Taskmill_RemovalDialogue(Taskmill_QueueOwner &owner, QList<int> jobIDs,
-                             Begin begin = Begin::AskWhether);
+    Taskmill_RemovalDialogue(Taskmill_QueueOwner &owner, QList<int> jobIDs, Begin begin = Begin::AskWhether);
 
     std::optional<Taskmill_Question> Next() override;
     void Answer(const Taskmill_Answer &answer) override;

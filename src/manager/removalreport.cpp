@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/removalreport.h"
 
 #include "db/database.h"

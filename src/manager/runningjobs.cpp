@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/runningjobs.h"
 
 #include "jobs/jobtypelist.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/savedialogue.h"
 
 #include "manager/project.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/spareproject.h"
 
 #include "kilnutil/filesys.h"

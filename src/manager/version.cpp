@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/version.h"
 
 constinit const QLatin1StringView Taskmill_MajorVersion{TASKMILL_VERSION_MAJOR};

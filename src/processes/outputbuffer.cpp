@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "processes/outputbuffer.h"
 
 #include "kilnutil/textencoding.h"

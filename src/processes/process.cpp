@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "processes/process.h"
 
 #include "processes/processtree.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "processes/processinspector.h"
 
 #include "processes/processinspector_wmic.h"

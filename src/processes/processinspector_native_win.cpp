@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "processes/processinspector_native.h"
 
 #include "kilnutil/logging.h"

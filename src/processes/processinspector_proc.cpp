@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "processes/processinspector.h"
 
 #include "kilnutil/filesys.h"

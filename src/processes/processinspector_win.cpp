@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "processes/processinspector_native.h"
 #include "processes/processinspector_wmic.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "processes/processtree.h"
 
 #include "kilnutil/logging.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "processes/procfiles_unix.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "requests/requestconnection.h"
 
 #include "kilnutil/logging.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "requests/requestserver.h"
 
 #include "kilnutil/logging.h"

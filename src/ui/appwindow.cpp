@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/appwindow.h"
 
 #include "jobs/queuelessjobslist.h"

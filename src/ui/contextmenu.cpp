@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/contextmenu.h"
 
 #include "help/helpdialog.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/finishedjobswidget.h"
 
 #include "manager/finishedjobs.h"

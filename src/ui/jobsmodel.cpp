@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/jobsmodel.h"
 
 #include "jobs/jobcontainer.h"

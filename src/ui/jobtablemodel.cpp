@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/jobtablemodel.h"
 
 #include "manager/timetext.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/jobtypeswidget.h"
 
 #include "jobs/defaultjobtypes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/jobviewers.h"
 
 #include "viewer/filestreamviewer.h"

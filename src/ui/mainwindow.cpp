@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/mainwindow.h"
 
 #include "help/helpdialog.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/newjobtypewidget.h"
 
 #include "help/helpdialog.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/openfilesbuttons.h"
 
 #include "ui/openfilescontrols.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/openfileschoices.h"
 
 #include "jobs/jobstore.h"

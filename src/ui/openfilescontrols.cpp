@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/openfilescontrols.h"
 
 #include "help/helpdialog.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/openfilesdialog.h"
 
 #include "ui/openfilescontrols.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/openfileslist.h"
 
 #include "widgets/treewidgetitem.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/openfileslistpage.h"
 
 #include "jobs/jobstore.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/openfilesoptionspage.h"
 
 #include "ui/openfilescontrols.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/openfilesrecent.h"
 
 #include "kilnutil/registry.h"

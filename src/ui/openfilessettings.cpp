@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/openfilessettings.h"
 
 #include "kilnutil/registry.h"

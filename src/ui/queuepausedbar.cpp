@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/queuepausedbar.h"
 
 #include "ui/statusicon.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/queuetab.h"
 
 #include "jobs/job.h"

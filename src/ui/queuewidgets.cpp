@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/queuewidgets.h"
 
 #include "manager/manager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/rowsmodel.h"
 
 #include "widgets/tablesortproxy.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/tablefiller.h"
 
 #include <QEvent>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/trayicon.h"
 
 #include "kilnutil/logging.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "viewer/filestreamviewer.h"
 
 #include "kilnutil/error.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "viewer/memorysource.h"
 
 #include <QLocale>

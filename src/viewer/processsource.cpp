@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "viewer/processsource.h"
 
 #include "processes/process.h"

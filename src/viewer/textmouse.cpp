@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "viewer/textmouse.h"
 
 #include "viewer/textview.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "viewer/textrowlayout.h"
 
 #include "kilnutil/textencoding.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "viewer/textrows.h"
 
 #include "kilnutil/textencoding.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "viewer/textsaver.h"
 
 #include "kilnutil/textsource.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "viewer/textsearch.h"
 
 #include "kilnutil/textencoding.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "viewer/textview.h"
 
 #include "viewer/textmouse.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "widgets/filedrop.h"
 
 #include "widgets/contrast.h"

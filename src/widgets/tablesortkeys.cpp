@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "widgets/tablesortkeys.h"
 
 #include "widgets/tablesortproxy.h"

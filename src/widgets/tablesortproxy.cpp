@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "widgets/tablesortproxy.h"
 
 #include "widgets/tablesortkeys.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "widgets/tablewidget.h"
 
 #include "kilnutil/registry.h"

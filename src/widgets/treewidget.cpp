@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "widgets/treewidget.h"
 
 #include "widgets/filedrop.h"

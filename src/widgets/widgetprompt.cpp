@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "widgets/widgetprompt.h"
 
 #include "widgets/widgetutil.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "widgets/widgetutil.h"
 
 #include "kilnutil/registry.h"

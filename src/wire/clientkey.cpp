@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wire/clientkey.h"
 
 #include "wire/peeruser.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wire/instanceprobe.h"
 
 #include "wire/socket.h"

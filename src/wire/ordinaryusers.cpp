@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wire/ordinaryusers.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wire/otherusers.h"
 
 #include "wire/ordinaryusers.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wire/peeruser.h"
 
 #include <array>

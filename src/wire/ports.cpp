@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wire/ports.h"
 
 #include <charconv>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wire/privatefile.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wire/privatefile.h"
 
 #include "wire/privatefolder.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wire/socket.h"
 
 #include <utility>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wire/utf8.h"
 
 #include <algorithm>

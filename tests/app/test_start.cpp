@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/debuglog.h"
 #include "app/startoptions.h"
 #include "support/testutil.h"

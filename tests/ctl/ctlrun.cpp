@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ctlrun.h"
 
 #include "support/testutil.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "databasetestutil.h"
 #include "db/databasemanager.h"
 #include "support/scriptedprompt.h"

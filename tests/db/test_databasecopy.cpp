@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "databasetestutil.h"
 #include "support/testutil.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "endtoend/desktop.h"
 
 #include "endtoend/screenreader.h"

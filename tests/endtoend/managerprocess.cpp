@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "endtoend/managerprocess.h"
 
 #include "requests/requestmessage.h"

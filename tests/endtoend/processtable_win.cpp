@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "endtoend/processtable.h"
 
 // windows.h comes first: the others use its types.

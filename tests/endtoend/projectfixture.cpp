@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "endtoend/projectfixture.h"
 
 #include "db/database.h"

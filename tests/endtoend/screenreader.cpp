@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "endtoend/screenreader.h"
 
 #include <QDBusArgument>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Makes pictures of the window, its menus, viewers and dialogs:
 //   screenshots DIRECTORY SCALE [dark]
 // The jobs are real ones, of the programs mopac and xtb.

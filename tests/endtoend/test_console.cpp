@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "console/consoleterminal_plain.h"
 #include "endtoend/notificationsink.h"
 #include "endtoend/processtable.h"

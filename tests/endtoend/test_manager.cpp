@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/database.h"
 #include "db/databasemanager.h"
 #include "endtoend/notificationsink.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "endtoend/processtable.h"
 #include "endtoend/projectfixture.h"
 #include "endtoend/windowsconsole.h"

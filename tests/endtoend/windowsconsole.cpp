@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "endtoend/windowsconsole.h"
 
 #include "support/testutil.h"

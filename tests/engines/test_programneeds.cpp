@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engines/program.h"
 
 #include <QtTest>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "engines/outputreader.h"
 #include "support/testutil.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "help/helpdialog.h"
 
 #include "help/helpbrowser.h"

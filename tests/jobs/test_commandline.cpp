@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jobs/commandline.h"
 #include "jobs/jobenvironment.h"
 #include "support/testutil.h"

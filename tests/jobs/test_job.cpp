@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jobs/job.h"
 #include "processes/process.h"
 #include "processes/processinspector.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "fakejobstore.h"
 #include "jobs/jobqueue.h"
 #include "jobs/queuelessjobslist.h"

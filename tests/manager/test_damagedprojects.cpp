@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/databasetestutil.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"

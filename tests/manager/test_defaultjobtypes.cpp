@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jobs/defaultjobtypes.h"
 
 #include "kilnutil/filesys.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/jobsubmitter.h"
 
 #include "jobs/job.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "manager/texttable.h"
 
 #include <QtTest>

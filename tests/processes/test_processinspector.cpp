@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "processes/processinspector_wmic.h"
 #include "support/testutil.h"
 

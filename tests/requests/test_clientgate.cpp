@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "requests/clientgate.h"
 
 #include "requests/requestserver.h"

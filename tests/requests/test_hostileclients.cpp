@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jobs/jobqueue.h"
 #include "requests/requestserver.h"
 #include "support/testmanager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "requests/notificationsender.h"
 
 #include <QTcpServer>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "requests/requestmessage.h"
 
 #include "support/testutil.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 /// While it lives, no file that this program writes may grow, as on a full disk: each writing fails. Only

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Stands in for a calculation in tests. Its arguments are carried out one after another:
 //   exit N          end at once with status N
 //   crash           end by a signal (as after an unhandled exception on Windows)

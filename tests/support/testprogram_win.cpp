@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/testprogram_system.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/testutil.h"
 
 #include <QFile>

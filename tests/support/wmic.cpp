@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Stands in for the system's tool of that name. In the directory that TASKMILL_STANDIN_DIR names it appends
 // its arguments, each followed by "|", to the file "runs"; asked for a list, it prints the file "listing".
 // With a file "hang" there it does not end.

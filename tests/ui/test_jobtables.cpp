@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "db/database.h"
 #include "jobs/queuelessjobslist.h"
 #include "support/testutil.h"

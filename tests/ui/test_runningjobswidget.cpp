@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/runningjobswidget.h"
 
 #include "manager/processworker.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ui/uidriver.h"
 
 #include "jobs/runmode.h"

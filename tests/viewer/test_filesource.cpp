@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kilnutil/filesource.h"
 #include "support/testutil.h"
 #include "viewer/memorysource.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kilnutil/textsource.h"
 #include "processes/process.h"
 #include "support/scriptedprompt.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ctl/commandtable.h"
 #include "ctl/projects/output.h"
 #include "ctl/projects/projectcommands.h"

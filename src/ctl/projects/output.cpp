@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ctl/projects/output.h"
 
 #include "kilnutil/standardstreams.h"

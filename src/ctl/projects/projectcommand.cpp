@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ctl/projects/output.h"
 #include "ctl/projects/projectcommands.h"
 #include "ctl/projects/projectfile.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ctl/projects/projectfile.h"
 
 #include "ctl/projects/output.h"
