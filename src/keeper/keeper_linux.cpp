@@ -255,8 +255,9 @@ void Taskmill_Keeper::RecordEnd()
     // The run is over: whoever wants to know more reads the journal.
     StopListening();
     close(std::exchange(m_lock, -1));
-    // After the manager was told, who need not wait for it: only a loss of power can take the line away.
-    fdatasync(m_journal);
+    // With a manager the result is in his hands, and a moment later the journal is stored for all keepers.
+    if (!m_manager.IsOpen())
+        fdatasync(m_journal);
 }
 
 bool Taskmill_Keeper::AppendLine(const std::string &line)

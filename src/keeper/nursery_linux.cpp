@@ -1,9 +1,11 @@
 #include "keeper/nursery_linux.h"
 
+#include "keeper/clock_linux.h"
 #include "keeper/keeper_linux.h"
 #include "keeper/processtree_linux.h"
 #include "wire/runrecord.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -20,6 +22,9 @@ namespace {
 constexpr int mostStartsInJournal = 5000;
 /// Between two looks at what a killed keeper has left.
 constexpr int lookAgainMs = 10;
+/// How much of what was recorded a loss of power may take away. To store each line at once would make the
+/// start of a short job ten times as long.
+constexpr long long storeWithinMs = 1000;
 } // namespace
 
 Taskmill_KeeperNursery::Taskmill_KeeperNursery(Taskmill_KeeperChannel manager, int signals)
@@ -43,7 +48,10 @@ int Taskmill_KeeperNursery::Run()
             break;
         ReadSignals();
         EndLostRuns();
+        StoreJournalWhenDue();
     }
+    if (!m_isKeeper && m_storeAt > 0)
+        fdatasync(m_journal);
     return 0;
 }
 
@@ -71,8 +79,30 @@ void Taskmill_KeeperNursery::WaitForSomething()
 {
     std::array<pollfd, 2> waits{{{.fd = m_signals, .events = POLLIN, .revents = 0},
                                  {.fd = m_manager.Get(), .events = POLLIN, .revents = 0}}};
-    if (poll(waits.data(), waits.size(), m_lostRuns.empty() ? -1 : lookAgainMs) > 0 && waits[1].revents != 0)
+    if (poll(waits.data(), waits.size(), WaitMs()) > 0 && waits[1].revents != 0)
         ReadManager();
+}
+
+int Taskmill_KeeperNursery::WaitMs() const
+{
+    if (!m_lostRuns.empty())
+        return lookAgainMs;
+    return m_storeAt == 0 ? -1 : static_cast<int>(std::max(0LL, m_storeAt - Taskmill_SteadyClockMs()));
+}
+
+void Taskmill_KeeperNursery::StoreJournalWhenDue()
+{
+    if (m_storeAt == 0 || Taskmill_SteadyClockMs() < m_storeAt)
+        return;
+    m_storeAt = 0;
+    // In a process of its own: no start waits for a slow disk.
+    const pid_t child = fork();
+    if (child == 0) {
+        fdatasync(m_journal);
+        _exit(0);
+    }
+    if (child > 0)
+        m_keepers.emplace(child, std::string{});
 }
 
 void Taskmill_KeeperNursery::ReadSignals()
@@ -82,8 +112,10 @@ void Taskmill_KeeperNursery::ReadSignals()
         if (signal.ssi_signo != SIGTERM)
             continue;
         m_isEnding = true;
-        for (const auto &[keeper, runID] : m_keepers)
-            kill(keeper, SIGTERM);
+        for (const auto &[keeper, runID] : m_keepers) {
+            if (!runID.empty())
+                kill(keeper, SIGTERM);
+        }
     }
     ReapAll();
     if (m_isEnding && m_keepers.empty() && m_lostRuns.empty())
@@ -104,6 +136,8 @@ void Taskmill_KeeperNursery::Reap(pid_t child, bool hasCrashed)
         return;
     if (hasCrashed)
         m_lostRuns.push_back(keeper->second);
+    if (!keeper->second.empty() && m_storeAt == 0)
+        m_storeAt = Taskmill_SteadyClockMs() + storeWithinMs;
     m_keepers.erase(keeper);
 }
 

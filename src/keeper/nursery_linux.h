@@ -27,6 +27,8 @@ private:
     void ReapAll();
     void Reap(pid_t child, bool hasCrashed);
     void EndLostRuns();
+    [[nodiscard]] int WaitMs() const;
+    void StoreJournalWhenDue();
     void ReadManager();
     void TakeOrder(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager);
     void BecomeKeeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager);
@@ -35,8 +37,9 @@ private:
     int m_signals;
     int m_journal = -1;
     int m_startsInJournal = 0;
+    long long m_storeAt = 0; ///< when the journal is to be safe from a loss of power; 0 when it is
     std::string m_bootID;
-    std::map<pid_t, std::string> m_keepers; ///< and their runs
+    std::map<pid_t, std::string> m_keepers; ///< and their runs; none for a process that stores the journal
     std::vector<std::string> m_lostRuns;    ///< of which something may be left
     bool m_isEnding = false;
     bool m_isKeeper = false;

@@ -28,7 +28,7 @@ void CloseAll(std::vector<int> &files)
     files.clear();
 }
 
-bool SendBytes(int socket, std::string_view bytes, const std::vector<int> &files)
+bool SendBytes(int socket, std::string_view bytes, const std::vector<int> &files, int waitMs)
 {
     alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int) * mostFiles)> control{};
     iovec part{const_cast<char *>(bytes.data()), bytes.size()};
@@ -44,7 +44,14 @@ bool SendBytes(int socket, std::string_view bytes, const std::vector<int> &files
         rights->cmsg_len = CMSG_LEN(sizeof(int) * files.size());
         std::memcpy(CMSG_DATA(rights), files.data(), sizeof(int) * files.size());
     }
-    return sendmsg(socket, &header, MSG_NOSIGNAL | MSG_DONTWAIT) == static_cast<ssize_t>(bytes.size());
+    for (;;) {
+        const ssize_t size = sendmsg(socket, &header, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (size >= 0 || (errno != EAGAIN && errno != EINTR))
+            return size == static_cast<ssize_t>(bytes.size());
+        pollfd wait{.fd = socket, .events = POLLOUT, .revents = 0};
+        if (poll(&wait, 1, waitMs) == 0)
+            return false;
+    }
 }
 
 void TakeFiles(msghdr &header, std::vector<int> &files)
@@ -177,16 +184,17 @@ Taskmill_KeeperChannel Taskmill_KeeperChannel::Accept() const
     return channel;
 }
 
-bool Taskmill_KeeperChannel::Send(const Taskmill_KeeperMessage &message, const std::vector<int> &files) const
+bool Taskmill_KeeperChannel::Send(const Taskmill_KeeperMessage &message, const std::vector<int> &files,
+                                  int waitMs) const
 {
     if (message.Bytes().size() <= longestDirectMessage)
-        return SendBytes(m_handle, message.Bytes(), files);
+        return SendBytes(m_handle, message.Bytes(), files, waitMs);
     const int memory = MemoryOf(message.Bytes());
     if (memory < 0)
         return false;
     std::vector<int> all = files;
     all.push_back(memory);
-    const bool isSent = SendBytes(m_handle, longMessage, all);
+    const bool isSent = SendBytes(m_handle, longMessage, all, waitMs);
     close(memory);
     return isSent;
 }

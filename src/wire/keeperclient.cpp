@@ -85,7 +85,9 @@ bool Taskmill_RunConnection::Watch(long long outputBytes) const
 Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order) const
 {
     auto [own, keepers] = Taskmill_KeeperChannel::MakePair();
-    if (!IsOpen() || !own.IsOpen() || !m_channel.Send(MessageOf(order), {keepers.Get()}))
+    // Many orders at once fill its queue, from which it takes one in a fraction of a millisecond.
+    constexpr int waitMs = 5000;
+    if (!IsOpen() || !own.IsOpen() || !m_channel.Send(MessageOf(order), {keepers.Get()}, waitMs))
         return {};
     return Taskmill_RunConnection{std::move(own)};
 }

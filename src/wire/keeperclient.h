@@ -97,7 +97,8 @@ public:
     [[nodiscard]] int Handle() const { return m_channel.Get(); }
     [[nodiscard]] bool IsOpen() const { return m_channel.IsOpen(); }
 
-    /// Does not wait; Started or Ended follow on the connection. Not open when the process is gone.
+    /// Does not wait for the start: Started or Ended follow on the connection. Not open when the process is
+    /// gone, or does not take the order within 5 s.
     [[nodiscard]] Taskmill_RunConnection StartRun(const Taskmill_RunOrder &order) const;
     /// The next run that was Lost and of which nothing is left now; nothing when there is none yet. When the
     /// process itself is gone, IsOpen() is false then.
