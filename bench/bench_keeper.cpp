@@ -112,7 +112,8 @@ void MeasureMany(const Taskmill_Nursery &nursery, int count)
         run.Kill(2000);
     int ended = 0;
     for (Taskmill_RunConnection &run : runs)
-        ended += WaitFor(run, Taskmill_RunReport::Kind::Ended).kind == Taskmill_RunReport::Kind::Ended ? 1 : 0;
+        ended +=
+            WaitFor(run, Taskmill_RunReport::Kind::Ended).kind == Taskmill_RunReport::Kind::Ended ? 1 : 0;
     std::printf("%d of them killed: %.0f ms\n", ended, UsSince(begin) / 1000);
 }
 

@@ -229,6 +229,7 @@ void Taskmill_Keeper::RecordEndWhenDue()
         return;
     const bool wasAskedToEnd = m_end.how == Taskmill_RunEnd::How::Signal && m_end.code == SIGTERM;
     if (m_killing == Killing::No && wasAskedToEnd && IsSystemEnding()) {
+        m_end.by = Taskmill_RunEnd::By::System;
         BeginKill(m_order.Number("grace", 0), Taskmill_RunEnd::By::System);
         if (m_hasChildren)
             return;
@@ -277,7 +278,7 @@ void Taskmill_Keeper::BeginKill(long long graceMs, Taskmill_RunEnd::By by)
         m_killAt = std::min(m_killAt, killAt);
     if (m_killing != Killing::No)
         return;
-    if (!m_isRecorded)
+    if (!m_hasMainEnded)
         m_end.by = by;
     m_killing = Killing::Asked;
     m_killAt = killAt;
@@ -299,7 +300,11 @@ void Taskmill_Keeper::Force()
         m_complainAt = now + complainMs;
     m_killing = Killing::Forced;
     m_forceAgainAt = now + forceAgainMs;
-    Taskmill_SignalAll(Taskmill_StopAll(Tree), SIGKILL);
+    const std::vector<Taskmill_TreeProcess> tree = Taskmill_StopAll(Tree);
+    Taskmill_SignalAll(tree, SIGKILL);
+    // Where the system shows no processes, at least the group of the program.
+    if (tree.empty() && !m_hasMainEnded)
+        kill(-m_main, SIGKILL);
 }
 
 void Taskmill_Keeper::ForceAgainWhenDue()

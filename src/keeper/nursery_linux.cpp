@@ -68,6 +68,8 @@ bool Taskmill_KeeperNursery::OpenJournal()
     lock.l_whence = SEEK_SET;
     if (journal < 0 || fcntl(journal, F_OFD_SETLK, &lock) != 0)
         return false;
+    if (m_storeAt > 0)
+        fdatasync(m_journal);
     if (m_journal >= 0)
         close(m_journal);
     m_journal = journal;
@@ -102,7 +104,7 @@ void Taskmill_KeeperNursery::StoreJournalWhenDue()
         _exit(0);
     }
     if (child > 0)
-        m_keepers.emplace(child, std::string{});
+        m_helpers.emplace(child, std::string{});
 }
 
 void Taskmill_KeeperNursery::ReadSignals()
@@ -112,10 +114,8 @@ void Taskmill_KeeperNursery::ReadSignals()
         if (signal.ssi_signo != SIGTERM)
             continue;
         m_isEnding = true;
-        for (const auto &[keeper, runID] : m_keepers) {
-            if (!runID.empty())
-                kill(keeper, SIGTERM);
-        }
+        for (const auto &[keeper, runID] : m_keepers)
+            kill(keeper, SIGTERM);
     }
     ReapAll();
     if (m_isEnding && m_keepers.empty() && m_lostRuns.empty())
@@ -131,12 +131,17 @@ void Taskmill_KeeperNursery::ReapAll()
 
 void Taskmill_KeeperNursery::Reap(pid_t child, bool hasCrashed)
 {
+    if (const auto helper = m_helpers.find(child); helper != m_helpers.end()) {
+        if (!helper->second.empty())
+            ReportSwept(helper->second);
+        m_helpers.erase(helper);
+    }
     const auto keeper = m_keepers.find(child);
     if (keeper == m_keepers.end())
         return;
     if (hasCrashed)
         m_lostRuns.push_back(keeper->second);
-    if (!keeper->second.empty() && m_storeAt == 0)
+    if (m_storeAt == 0)
         m_storeAt = Taskmill_SteadyClockMs() + storeWithinMs;
     m_keepers.erase(keeper);
 }
@@ -146,23 +151,42 @@ void Taskmill_KeeperNursery::EndLostRuns()
     if (m_lostRuns.empty())
         return;
     // A keeper that ends in order leaves nothing, so whatever else is here belongs to a lost run.
-    std::set<pid_t> keepers;
-    for (const auto &[keeper, runID] : m_keepers)
-        keepers.insert(keeper);
-    const auto left = [&keepers] { return Taskmill_Descendants(getpid(), keepers); };
+    std::set<pid_t> own;
+    for (const auto *processes : {&m_keepers, &m_helpers}) {
+        for (const auto &[process, runID] : *processes)
+            own.insert(process);
+    }
+    const auto left = [&own] {
+        return Taskmill_Descendants(getpid(), own);
+    };
     Taskmill_SignalAll(Taskmill_StopAll(left), SIGKILL);
     ReapAll();
     // One that became lost meanwhile shows in the next round.
     if (!left().empty())
         return;
-    for (const std::string &runID : m_lostRuns) {
-        unlink(("socket/" + runID).c_str());
-        Taskmill_KeeperMessage message{Taskmill_SweptWord};
-        message.Add("run", runID);
-        if (m_manager.IsOpen())
-            m_manager.Send(message);
-    }
+    for (const std::string &runID : m_lostRuns)
+        ReportSwept(runID);
     m_lostRuns.clear();
+}
+
+void Taskmill_KeeperNursery::ReportSwept(const std::string &runID) const
+{
+    unlink(("socket/" + runID).c_str());
+    Taskmill_KeeperMessage message{Taskmill_SweptWord};
+    message.Add("run", runID);
+    if (m_manager.IsOpen())
+        m_manager.Send(message);
+}
+
+void Taskmill_KeeperNursery::SweepFor(const std::string &runID)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        Taskmill_SweepLostRuns();
+        _exit(0);
+    }
+    if (child > 0)
+        m_helpers.emplace(child, runID);
 }
 
 void Taskmill_KeeperNursery::ReadManager()
@@ -182,6 +206,8 @@ void Taskmill_KeeperNursery::ReadManager()
             if (!manager.IsOpen())
                 manager = std::move(channel);
         }
+        if (message->Word() == Taskmill_SweepWord)
+            SweepFor(std::string{message->Value("run")});
         if (message->Word() == Taskmill_StartWord && manager.IsOpen() &&
             Taskmill_IsRunID(message->Value("run")) && !m_isEnding)
             TakeOrder(std::move(*message), std::move(manager));

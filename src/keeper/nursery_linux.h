@@ -27,6 +27,8 @@ private:
     void ReapAll();
     void Reap(pid_t child, bool hasCrashed);
     void EndLostRuns();
+    void ReportSwept(const std::string &runID) const;
+    void SweepFor(const std::string &runID);
     [[nodiscard]] int WaitMs() const;
     void StoreJournalWhenDue();
     void ReadManager();
@@ -39,8 +41,10 @@ private:
     int m_startsInJournal = 0;
     long long m_storeAt = 0; ///< when the journal is to be safe from a loss of power; 0 when it is
     std::string m_bootID;
-    std::map<pid_t, std::string> m_keepers; ///< and their runs; none for a process that stores the journal
-    std::vector<std::string> m_lostRuns;    ///< of which something may be left
+    std::map<pid_t, std::string> m_keepers; ///< and their runs
+    /// Short-lived copies of this process, with the run whose sweep the manager waits for, if there is one.
+    std::map<pid_t, std::string> m_helpers;
+    std::vector<std::string> m_lostRuns; ///< of which something may be left
     bool m_isEnding = false;
     bool m_isKeeper = false;
 };

@@ -29,7 +29,9 @@ void Taskmill_SweepLostRuns()
     const std::set<std::string> lost = LostRuns();
     if (lost.empty())
         return;
-    const auto left = [&lost] { return Taskmill_ProcessesOfRuns(lost); };
+    const auto left = [&lost] {
+        return Taskmill_ProcessesOfRuns(lost);
+    };
     // What is in an uninterruptible wait ends when that is over, whoever waits for it.
     constexpr int mostRounds = 100;
     constexpr timespec pause{.tv_sec = 0, .tv_nsec = 10'000'000};

@@ -49,9 +49,10 @@ public:
     int Release() { return std::exchange(m_handle, NoHandle); }
     void Close();
 
-    /// False when the other side is gone, or has not read enough within that time. A long message goes through
-    /// memory of its own. The files stay the caller's.
-    bool Send(const Taskmill_KeeperMessage &message, const std::vector<int> &files = {}, int waitMs = 0) const;
+    /// False when the other side is gone, or has not read enough within that time. A long message goes
+    /// through memory of its own. The files stay the caller's.
+    bool Send(const Taskmill_KeeperMessage &message, const std::vector<int> &files = {},
+              int waitMs = 0) const;
     /// Never waits: no message when none has come. The files that came with it are the caller's; without
     /// `files` they are closed.
     State Receive(std::optional<Taskmill_KeeperMessage> &message, std::vector<int> *files = nullptr) const;

@@ -92,6 +92,13 @@ Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order
     return Taskmill_RunConnection{std::move(own)};
 }
 
+bool Taskmill_Nursery::Sweep(const std::string &runID) const
+{
+    Taskmill_KeeperMessage message{Taskmill_SweepWord};
+    message.Add("run", runID);
+    return IsOpen() && m_channel.Send(message);
+}
+
 std::optional<std::string> Taskmill_Nursery::ReceiveSwept(int waitMs)
 {
     std::optional<Taskmill_KeeperMessage> message;

@@ -10,14 +10,14 @@
 /// What a run is to be.
 struct Taskmill_RunOrder
 {
-    std::string runID;                  ///< from Taskmill_NewRunID(), stored with the job before
-    std::string owner;                  ///< who may adopt the run, such as the identity of a project; no blanks
-    std::string program;                ///< path, not looked up
-    std::vector<std::string> arguments; ///< without the program
+    std::string runID;   ///< from Taskmill_NewRunID(), stored with the job before
+    std::string owner;   ///< who may adopt the run, such as the identity of a project; no blanks
+    std::string program; ///< path, not looked up
+    std::vector<std::string> arguments;   ///< without the program
     std::vector<std::string> environment; ///< NAME=VALUE, all of it
-    std::string directory;              ///< absolute, as the files
-    std::string inputPath;              ///< a regular file; empty for none
-    std::string outputPath;             ///< a regular file, emptied; with it nothing is captured
+    std::string directory;                ///< absolute, as the files
+    std::string inputPath;                ///< a regular file; empty for none
+    std::string outputPath;               ///< a regular file, emptied; with it nothing is captured
     long long graceMs = 2000; ///< between SIGTERM and SIGKILL where the keeper itself is asked to end
     int nice = 0;             ///< added to the manager's own
 };
@@ -40,7 +40,8 @@ struct Taskmill_RunReport
     long long outputBytes = 0;
     std::vector<long long> remaining;
     Taskmill_RunEnd end;
-    std::string failedFile; ///< of a program that could not be started, which file, directory or program it was
+    std::string
+        failedFile; ///< of a program that could not be started, which file, directory or program it was
 };
 
 /// A manager's connection to the keeper of one run. When it closes, the run goes on without a manager.
@@ -69,7 +70,8 @@ public:
     /// For the event loop: readable when a report has come.
     [[nodiscard]] int Handle() const { return m_channel.Get(); }
 
-    /// The next report; waits for so long at most, -1 for ever. After Ended and Lost the connection is closed.
+    /// The next report; waits for so long at most, -1 for ever. After Ended and Lost the connection is
+    /// closed.
     Taskmill_RunReport Receive(int waitMs = 0);
     /// Ends everything the run has started: SIGTERM, then SIGKILL after that time. The answer is Ended, or
     /// Remains. A second one can only shorten the time. False when the keeper is gone.
@@ -100,6 +102,10 @@ public:
     /// Does not wait for the start: Started or Ended follow on the connection. Not open when the process is
     /// gone, or does not take the order within 5 s.
     [[nodiscard]] Taskmill_RunConnection StartRun(const Taskmill_RunOrder &order) const;
+    /// Asks to end what is left of a run that was adopted and then Lost: it may have been started by another
+    /// such process, which is gone. ReceiveSwept() returns it when that is done. For a run of this one that
+    /// happens without being asked.
+    bool Sweep(const std::string &runID) const;
     /// The next run that was Lost and of which nothing is left now; nothing when there is none yet. When the
     /// process itself is gone, IsOpen() is false then.
     std::optional<std::string> ReceiveSwept(int waitMs = 0);

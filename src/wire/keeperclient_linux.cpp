@@ -35,10 +35,17 @@ bool StartProgram(const std::string &program, const std::string &runFolder, int 
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     std::string name = program;
     std::string folder = runFolder;
+    // A manager that a job has started would pass the mark of that job on.
+    std::vector<char *> environment;
+    for (char **variable = environ; *variable; ++variable) {
+        if (!std::string_view{*variable}.starts_with(std::string{Taskmill_RunVariable} + '='))
+            environment.push_back(*variable);
+    }
+    environment.push_back(nullptr);
     const std::array<char *, 3> arguments{name.data(), folder.data(), nullptr};
     pid_t child = -1;
     const int error =
-        posix_spawn(&child, program.c_str(), &actions, nullptr, arguments.data(), environ);
+        posix_spawn(&child, program.c_str(), &actions, nullptr, arguments.data(), environment.data());
     posix_spawn_file_actions_destroy(&actions);
     int status = 0;
     while (error == 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) {
@@ -47,7 +54,8 @@ bool StartProgram(const std::string &program, const std::string &runFolder, int 
 }
 
 /// What the keeper says to who wants to adopt its run.
-Taskmill_RunConnection::Adoption AnswerOf(const Taskmill_KeeperChannel &channel, std::string &owner, int waitMs)
+Taskmill_RunConnection::Adoption AnswerOf(const Taskmill_KeeperChannel &channel, std::string &owner,
+                                          int waitMs)
 {
     using Adoption = Taskmill_RunConnection::Adoption;
     std::optional<Taskmill_KeeperMessage> answer;

@@ -33,11 +33,15 @@ private:
 
 // The words. To the process that starts runs:
 constexpr std::string_view Taskmill_StartWord = "start"; ///< with a socket for the run
-constexpr std::string_view Taskmill_ReadyWord = "ready"; ///< its first answer: it is there, and nothing of lost runs is left
+constexpr std::string_view Taskmill_SweepWord =
+    "sweep"; ///< asks for one "swept" of a "run" of another such process
+constexpr std::string_view Taskmill_ReadyWord =
+    "ready"; ///< its first answer: it is there, and nothing of lost runs is left
 constexpr std::string_view Taskmill_SweptWord = "swept"; ///< a keeper died, and nothing of its run is left
 // To a keeper:
 constexpr std::string_view Taskmill_KillWord = "kill";
-constexpr std::string_view Taskmill_WatchWord = "watch"; ///< asks for one "output" when there is more than "total"
+constexpr std::string_view Taskmill_WatchWord =
+    "watch"; ///< asks for one "output" when there is more than "total"
 constexpr std::string_view Taskmill_AdoptWord = "adopt";
 // From a keeper:
 constexpr std::string_view Taskmill_StartedWord = "started";

@@ -60,7 +60,8 @@ void Taskmill_RunJournals::ReadNewLines(const std::string &journal)
     text.resize(static_cast<std::size_t>(file.gcount()));
     // The rest of the last line may still be on its way.
     for (std::size_t begin = 0, end = 0; (end = text.find('\n', begin)) != text.npos; begin = end + 1) {
-        if (const auto record = Taskmill_RunRecord::FromLine(std::string_view{text}.substr(begin, end - begin)))
+        if (const auto record =
+                Taskmill_RunRecord::FromLine(std::string_view{text}.substr(begin, end - begin)))
             Take(journal, *record);
         position += end + 1 - begin;
     }

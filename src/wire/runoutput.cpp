@@ -84,7 +84,9 @@ long long Taskmill_RunOutput::TotalSize() const
 std::string Taskmill_RunOutput::ReadFrom(long long &offset, std::size_t most, bool hasEnded) const
 {
     const long long margin = hasEnded ? 0 : static_cast<long long>(ChunkSize);
-    const auto firstKept = [margin](long long total) { return total > FullSize ? total - RingSize + margin : 0; };
+    const auto firstKept = [margin](long long total) {
+        return total > FullSize ? total - RingSize + margin : 0;
+    };
     const long long total = TotalSize();
     if (offset >= HeadSize || total <= HeadSize)
         offset = std::min(std::max(offset, total <= FullSize ? 0 : firstKept(total)), total);
@@ -95,7 +97,8 @@ std::string Taskmill_RunOutput::ReadFrom(long long &offset, std::size_t most, bo
     std::string bytes = ReadPlace(m_path, begin, static_cast<std::size_t>(std::max(0LL, wanted)));
     // The keeper may have written over the first of them meanwhile.
     if (const long long kept = firstKept(TotalSize()); offset >= HeadSize && kept > offset) {
-        const auto lost = static_cast<std::size_t>(std::min(kept - offset, static_cast<long long>(bytes.size())));
+        const auto lost =
+            static_cast<std::size_t>(std::min(kept - offset, static_cast<long long>(bytes.size())));
         bytes.erase(0, lost);
         offset += static_cast<long long>(lost);
     }

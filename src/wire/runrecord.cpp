@@ -59,7 +59,9 @@ bool ReadEnd(const std::vector<std::string_view> &fields, Taskmill_RunEnd &end)
 std::string Taskmill_RunRecord::ToLine() const
 {
     std::string line{Word(kinds, kind)};
-    const auto add = [&line](std::string_view field) { line.append(1, ' ').append(field); };
+    const auto add = [&line](std::string_view field) {
+        line.append(1, ' ').append(field);
+    };
     add(runID);
     switch (kind) {
     case Kind::Start:

@@ -26,10 +26,11 @@ struct Taskmill_RunEnd
     By by = By::Itself;
     long long startMs = 0; ///< since 1970, as endMs
     long long endMs = 0;
-    long long processorMs = 0;   ///< of everything the run started and has ended
-    long long peakMemoryKB = 0;  ///< of its largest process
-    long long outputBytes = 0;   ///< that were captured, those that were left out in the middle too
-    long long droppedBytes = 0;  ///< of output that found no room on the disk and for which no line stands in it
+    long long processorMs = 0;  ///< of everything the run started and has ended
+    long long peakMemoryKB = 0; ///< of its largest process
+    long long outputBytes = 0;  ///< that were captured, those that were left out in the middle too
+    long long droppedBytes =
+        0; ///< of output that found no room on the disk and for which no line stands in it
 
     bool operator==(const Taskmill_RunEnd &) const = default;
 };

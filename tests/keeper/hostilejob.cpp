@@ -1,5 +1,6 @@
-// A job that does what it can to outlive its end: hostilejob FOLDER [keepenvironment]. Its twelve processes have
-// FOLDER as their directory, which is how a test finds them, and each makes a file there when it is ready.
+// A job that does what it can to outlive its end: hostilejob FOLDER [keepenvironment]. Its twelve processes
+// have FOLDER as their directory, which is how a test finds them, and each makes a file there when it is
+// ready.
 
 #include <csignal>
 #include <cstdio>

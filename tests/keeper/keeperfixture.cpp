@@ -80,7 +80,8 @@ Taskmill_RunOrder KeeperFixture::HostileJob(bool keepsEnvironment) const
 {
     for (const QString &name : QDir{QString::fromStdString(m_jobFolder)}.entryList({u"ready*"_s}))
         QFile::remove(QString::fromStdString(m_jobFolder) + '/'_L1 + name);
-    Taskmill_RunOrder order = keepsEnvironment ? Order({m_jobFolder, "keepenvironment"}) : Order({m_jobFolder});
+    Taskmill_RunOrder order =
+        keepsEnvironment ? Order({m_jobFolder, "keepenvironment"}) : Order({m_jobFolder});
     order.program = TASKMILL_HOSTILE_JOB;
     return order;
 }

@@ -10,7 +10,8 @@
 
 #include <memory>
 
-/// The keepers of one test, in a folder of its own, and the manager's side of them. In the end nothing is left.
+/// The keepers of one test, in a folder of its own, and the manager's side of them. In the end nothing is
+/// left.
 class KeeperFixture
 {
 public:
@@ -24,7 +25,7 @@ public:
 
     /// False when the program does not get ready.
     [[nodiscard]] bool StartNursery();
-    [[nodiscard]] const Taskmill_Nursery &Nursery() const { return *m_nursery; }
+    [[nodiscard]] Taskmill_Nursery &Nursery() { return *m_nursery; }
     /// As when the manager is killed: all its connections close at once.
     void LoseManager();
     [[nodiscard]] long long NurseryID() const { return m_nurseryID; }

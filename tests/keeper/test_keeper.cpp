@@ -87,8 +87,8 @@ void TestKeeper::recordsHowARunEnds_data()
     const QByteArray unchanged;
     QTest::newRow("exit code") << unchanged << unchanged << QByteArray{"exit 3"} << How::Exit << 3;
     QTest::newRow("signal") << unchanged << unchanged << QByteArray{"crash"} << How::Signal << SIGABRT;
-    QTest::newRow("no such program") << QByteArray{"program"} << QByteArray{"/no/such"} << QByteArray{"exit 0"}
-                                     << How::NotStarted << ENOENT;
+    QTest::newRow("no such program") << QByteArray{"program"} << QByteArray{"/no/such"}
+                                     << QByteArray{"exit 0"} << How::NotStarted << ENOENT;
     QTest::newRow("program that may not run") << QByteArray{"program"} << QByteArray{"/etc/passwd"}
                                               << QByteArray{"exit 0"} << How::NotStarted << EACCES;
     QTest::newRow("no such directory") << QByteArray{"directory"} << QByteArray{"/no/such"}
@@ -156,14 +156,14 @@ void TestKeeper::takesALongEnvironment()
     order.environment.emplace_back("TASKMILL_RUN_ID=of an outer run");
     m_keepers->Start(order);
     QCOMPARE(m_keepers->Wait(Kind::Ended).end.how, How::Exit);
-    QCOMPARE(m_keepers->Output(order.runID), QByteArray::fromStdString("100000 100000 " + order.runID + '\n'));
+    QCOMPARE(m_keepers->Output(order.runID),
+             QByteArray::fromStdString("100000 100000 " + order.runID + '\n'));
 }
 
 void TestKeeper::storesOutputWhileTheRunGoesOn()
 {
     QVERIFY(m_keepers->StartNursery());
-    const Taskmill_RunOrder order =
-        m_keepers->Order({"print", "first", "waitfor", "go", "error", "second"});
+    const Taskmill_RunOrder order = m_keepers->Order({"print", "first", "waitfor", "go", "error", "second"});
     m_keepers->Start(order);
     QVERIFY(m_keepers->Run().Watch(0));
     QCOMPARE(m_keepers->Wait(Kind::Output).outputBytes, 6LL);
@@ -235,12 +235,14 @@ void TestKeeper::writesIntoTheFileOfTheOrder()
 {
     QVERIFY(m_keepers->StartNursery());
     Taskmill_RunOrder order = m_keepers->Order({"stdin", "error", "and errors", "cwd"});
-    order.inputPath = WriteTestFile(QString::fromStdString(m_keepers->JobFolder() + "/input"), "input\n").toStdString();
+    order.inputPath =
+        WriteTestFile(QString::fromStdString(m_keepers->JobFolder() + "/input"), "input\n").toStdString();
     order.outputPath = m_keepers->JobFolder() + "/output";
     m_keepers->Start(order);
     QCOMPARE(m_keepers->Wait(Kind::Ended).end.outputBytes, 0LL);
     const QByteArray text = ReadTestFile(QString::fromStdString(order.outputPath));
-    for (const std::string &line : {std::string{"input\n"}, std::string{"and errors\n"}, m_keepers->JobFolder()})
+    for (const std::string &line :
+         {std::string{"input\n"}, std::string{"and errors\n"}, m_keepers->JobFolder()})
         QVERIFY2(text.contains(line.c_str()), text);
     QCOMPARE(m_keepers->Output(order.runID), QByteArray{});
 }

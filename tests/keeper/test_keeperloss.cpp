@@ -47,6 +47,7 @@ private Q_SLOTS:
     void nothingOutlivesAKilledKeeper();
     void nothingOutlivesKilledKeepersAndNursery();
     void aRunOutlivesAKilledManager();
+    void whatAnAdoptedRunLeavesIsSweptWhenAsked();
     void aRunThatEndedMeanwhileIsFound();
     void onlyItsOwnerAdoptsARun();
     void aResultIsClaimedOnce();
@@ -79,7 +80,8 @@ void TestKeeperLoss::nothingOutlivesAKilledKeeper()
 {
     QVERIFY(m_keepers->StartNursery());
     // Another run, which is not touched.
-    Taskmill_RunConnection other = m_keepers->Nursery().StartRun(m_keepers->Order({"waitfor", "go", "exit", "7"}));
+    Taskmill_RunConnection other =
+        m_keepers->Nursery().StartRun(m_keepers->Order({"waitfor", "go", "exit", "7"}));
     const Taskmill_RunOrder order = m_keepers->HostileJob();
     m_keepers->Start(order);
     QTRY_VERIFY_WITH_TIMEOUT(m_keepers->IsHostileJobReady(), waitMs);
@@ -88,8 +90,7 @@ void TestKeeperLoss::nothingOutlivesAKilledKeeper()
     QVERIFY(keeper > 0);
     QCOMPARE(kill(static_cast<pid_t>(keeper), SIGKILL), 0);
     QCOMPARE(m_keepers->Run().Receive(waitMs).kind, Kind::Lost);
-    auto &nursery = const_cast<Taskmill_Nursery &>(m_keepers->Nursery());
-    QCOMPARE(nursery.ReceiveSwept(waitMs).value_or(""), order.runID);
+    QCOMPARE(m_keepers->Nursery().ReceiveSwept(waitMs).value_or(""), order.runID);
     QCOMPARE(m_keepers->ProcessCount(), 1);
     QVERIFY(!m_keepers->RecordedEnd(order.runID));
     QVERIFY(!Taskmill_IsKeeperAlive(m_keepers->Folder(), order.runID));
@@ -158,6 +159,27 @@ void TestKeeperLoss::aRunOutlivesAKilledManager()
     QTRY_VERIFY_WITH_TIMEOUT(!KeeperFixture::IsProcessThere(keeper), waitMs);
 }
 
+void TestKeeperLoss::whatAnAdoptedRunLeavesIsSweptWhenAsked()
+{
+    QVERIFY(m_keepers->StartNursery());
+    const Taskmill_RunOrder order = m_keepers->HostileJob(true);
+    m_keepers->Start(order);
+    QTRY_VERIFY_WITH_TIMEOUT(m_keepers->IsHostileJobReady(), waitMs);
+    QCOMPARE(m_keepers->Wait(Kind::Started).kind, Kind::Started);
+    QCOMPARE(kill(static_cast<pid_t>(m_keepers->NurseryID()), SIGKILL), 0);
+    m_keepers->LoseManager();
+    QVERIFY(m_keepers->StartNursery());
+    Taskmill_RunConnection run;
+    QCOMPARE(Adopt(order.runID, run), Adoption::Adopted);
+    const long long keeper = KeeperFixture::KeeperOf(run.Receive(waitMs));
+    QVERIFY(keeper > 0);
+    QCOMPARE(kill(static_cast<pid_t>(keeper), SIGKILL), 0);
+    QCOMPARE(run.Receive(waitMs).kind, Kind::Lost);
+    QVERIFY(m_keepers->Nursery().Sweep(order.runID));
+    QCOMPARE(m_keepers->Nursery().ReceiveSwept(waitMs).value_or(""), order.runID);
+    QCOMPARE(m_keepers->ProcessCount(), 0);
+}
+
 void TestKeeperLoss::aRunThatEndedMeanwhileIsFound()
 {
     QVERIFY(m_keepers->StartNursery());
@@ -183,7 +205,8 @@ void TestKeeperLoss::onlyItsOwnerAdoptsARun()
     m_keepers->LoseManager();
     Taskmill_RunConnection run;
     std::string owner = "copy";
-    QCOMPARE(Taskmill_RunConnection::Adopt(m_keepers->Folder(), order.runID, owner, waitMs, run), Adoption::Refused);
+    QCOMPARE(Taskmill_RunConnection::Adopt(m_keepers->Folder(), order.runID, owner, waitMs, run),
+             Adoption::Refused);
     QCOMPARE(owner, std::string{"project"});
     QCOMPARE(Adopt(order.runID, run), Adoption::Adopted);
     QVERIFY(run.Kill(0));
@@ -200,7 +223,8 @@ void TestKeeperLoss::aResultIsClaimedOnce()
     std::array<pid_t, 8> claimants{};
     for (std::size_t number = 0; number < claimants.size(); ++number) {
         claimants.at(number) = InProcess([&] {
-            return Taskmill_RunJournals{m_keepers->Folder()}.Claim(order.runID, "manager" + std::to_string(number));
+            return Taskmill_RunJournals{m_keepers->Folder()}.Claim(order.runID,
+                                                                   "manager" + std::to_string(number));
         });
     }
     int successes = 0;
