@@ -17,7 +17,6 @@
 #include <unistd.h>
 
 namespace {
-constexpr mode_t ownerOnly = 0600;
 /// Between two tries to record an end on a full disk.
 constexpr long long retryMs = 1000;
 /// Between two rounds of SIGKILL, and how long they go on before what remains is reported.
@@ -45,13 +44,14 @@ long long Microseconds(const timeval &time)
 }
 } // namespace
 
-Taskmill_Keeper::Taskmill_Keeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, int journal,
-                                 int signals)
+Taskmill_Keeper::Taskmill_Keeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, int lock,
+                                 int journal, int signals)
     : m_order{std::move(order)}
     , m_runID{m_order.Value("run")}
     , m_manager{std::move(manager)}
     , m_journal{journal}
     , m_signals{signals}
+    , m_lock{lock}
     , m_output{"out/" + m_runID}
 {
 }
@@ -78,53 +78,47 @@ void Taskmill_Keeper::Run()
     ReadRestOfOutput();
 }
 
-bool Taskmill_Keeper::HoldLock()
-{
-    // Opened anew, since the lock belongs to what was opened: a copy of it in another keeper would keep it.
-    m_lock = open("living", O_RDWR | O_CREAT | O_CLOEXEC, ownerOnly);
-    struct flock lock
-    {
-    };
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    lock.l_start = Taskmill_RunLockOffset(m_runID);
-    lock.l_len = 1;
-    return m_lock >= 0 && fcntl(m_lock, F_OFD_SETLK, &lock) == 0;
-}
-
 void Taskmill_Keeper::Start()
 {
     prctl(PR_SET_CHILD_SUBREAPER, 1);
-    std::array<int, 2> pipe{-1, -1};
-    Taskmill_StartedJob job;
-    if (!HoldLock()) {
-        job.error = errno;
-        job.failedFile = "living";
-    } else if (pipe2(pipe.data(), O_CLOEXEC) != 0) {
-        job.error = errno;
-    } else {
-        // Before the program starts: who finds this line without an end looks for what is left of the run.
-        Taskmill_RunRecord record{Taskmill_RunRecord::Kind::Start, m_runID};
-        record.bootID = m_order.Value("boot");
-        record.startMs = m_end.startMs;
-        static_cast<void>(AppendLine(record.ToLine()));
-        job = Taskmill_StartJob(m_order, pipe[1]);
-        close(pipe[1]);
-        m_pipe = pipe[0];
-        fcntl(m_pipe, F_SETFL, O_NONBLOCK);
-    }
-    m_main = job.id;
-    m_hasChildren = job.id >= 0;
-    if (job.id >= 0) {
-        SendStarted();
+    // Before the program starts, and not without it: who finds this line without an end knows that the run is
+    // lost, and who finds no line that it was never started.
+    Taskmill_RunRecord record{Taskmill_RunRecord::Kind::Start, m_runID};
+    record.bootID = m_order.Value("boot");
+    record.startMs = m_end.startMs;
+    if (!AppendLine(record.ToLine())) {
+        m_isRecorded = true;
+        FailToStart(errno, "journal");
         return;
     }
+    std::array<int, 2> pipe{-1, -1};
+    if (pipe2(pipe.data(), O_CLOEXEC) != 0) {
+        FailToStart(errno, {});
+        return;
+    }
+    const Taskmill_StartedJob job = Taskmill_StartJob(m_order, pipe[1]);
+    close(pipe[1]);
+    m_pipe = pipe[0];
+    fcntl(m_pipe, F_SETFL, O_NONBLOCK);
+    m_main = job.id;
+    m_hasChildren = job.id >= 0;
+    if (m_hasChildren)
+        SendStarted();
+    else
+        FailToStart(job.error, job.failedFile);
+}
+
+void Taskmill_Keeper::FailToStart(int error, const std::string &file)
+{
     m_hasMainEnded = true;
-    m_failedFile = job.failedFile;
+    m_failedFile = file;
     m_end.how = Taskmill_RunEnd::How::NotStarted;
-    m_end.code = job.error;
+    m_end.code = error;
     m_end.endMs = m_end.startMs;
-    RecordEnd();
+    if (m_isRecorded)
+        SendEnd();
+    else
+        RecordEnd();
 }
 
 int Taskmill_Keeper::WaitMs() const
@@ -266,9 +260,12 @@ bool Taskmill_Keeper::AppendLine(const std::string &line)
     const std::string text = m_isTorn ? '\n' + line : line;
     const ssize_t count = write(m_journal, text.data(), text.size());
     m_isTorn = m_isTorn || count > 0;
-    if (count == static_cast<ssize_t>(text.size()))
-        m_isTorn = false;
-    return !m_isTorn && count > 0;
+    if (count != static_cast<ssize_t>(text.size())) {
+        errno = count < 0 ? errno : ENOSPC;
+        return false;
+    }
+    m_isTorn = false;
+    return true;
 }
 
 void Taskmill_Keeper::BeginKill(long long graceMs, Taskmill_RunEnd::By by)

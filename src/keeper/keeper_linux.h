@@ -17,7 +17,8 @@ class Taskmill_Keeper
 public:
     /// The descriptors are this process's own from then on. SIGCHLD and SIGTERM are blocked and come through
     /// `signals`.
-    Taskmill_Keeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, int journal, int signals);
+    Taskmill_Keeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, int lock, int journal,
+                    int signals);
     ~Taskmill_Keeper();
     Taskmill_Keeper(const Taskmill_Keeper &) = delete;
     Taskmill_Keeper &operator=(const Taskmill_Keeper &) = delete;
@@ -34,8 +35,8 @@ private:
     };
 
     // keeper_linux.cpp: the run
-    [[nodiscard]] bool HoldLock();
     void Start();
+    void FailToStart(int error, const std::string &file);
     void WaitForSomething();
     [[nodiscard]] int WaitMs() const;
     void ReadSignals();
@@ -68,7 +69,7 @@ private:
     Taskmill_KeeperChannel m_visitor; ///< who may become the manager
     int m_journal;
     int m_signals;
-    int m_lock = -1;
+    int m_lock; ///< says that this run is not over
     int m_pipe = -1;
     std::array<pollfd, 5> m_waits{};
 

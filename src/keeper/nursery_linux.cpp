@@ -200,23 +200,21 @@ void Taskmill_KeeperNursery::ReadManager()
         }
         if (!message)
             return;
-        Taskmill_KeeperChannel manager;
-        for (const int file : files) {
-            Taskmill_KeeperChannel channel{file};
-            if (!manager.IsOpen())
-                manager = std::move(channel);
-        }
         if (message->Word() == Taskmill_SweepWord)
             SweepFor(std::string{message->Value("run")});
-        if (message->Word() == Taskmill_StartWord && manager.IsOpen() &&
-            Taskmill_IsRunID(message->Value("run")) && !m_isEnding)
-            TakeOrder(std::move(*message), std::move(manager));
+        constexpr std::size_t filesOfOrder = 2;
+        if (message->Word() == Taskmill_StartWord && files.size() == filesOfOrder && !m_isEnding) {
+            TakeOrder(std::move(*message), Taskmill_KeeperChannel{files[0]}, files[1]);
+        } else {
+            for (const int file : files)
+                close(file);
+        }
         if (m_isKeeper)
             return;
     }
 }
 
-void Taskmill_KeeperNursery::TakeOrder(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager)
+void Taskmill_KeeperNursery::TakeOrder(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, int lock)
 {
     if (m_startsInJournal >= mostStartsInJournal)
         static_cast<void>(OpenJournal());
@@ -224,8 +222,10 @@ void Taskmill_KeeperNursery::TakeOrder(Taskmill_KeeperMessage order, Taskmill_Ke
     order.Add("boot", m_bootID);
     const pid_t keeper = fork();
     if (keeper == 0) {
-        BecomeKeeper(std::move(order), std::move(manager));
-    } else if (keeper > 0) {
+        BecomeKeeper(std::move(order), std::move(manager), lock);
+        return;
+    }
+    if (keeper > 0) {
         m_keepers.emplace(keeper, order.Value("run"));
     } else {
         Taskmill_RunRecord record{Taskmill_RunRecord::Kind::End, order.Value("run")};
@@ -235,11 +235,13 @@ void Taskmill_KeeperNursery::TakeOrder(Taskmill_KeeperMessage order, Taskmill_Ke
         message.Add("record", record.ToLine());
         manager.Send(message);
     }
+    close(lock);
 }
 
-void Taskmill_KeeperNursery::BecomeKeeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager)
+void Taskmill_KeeperNursery::BecomeKeeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager,
+                                          int lock)
 {
     m_isKeeper = true;
     m_manager.Close();
-    Taskmill_Keeper{std::move(order), std::move(manager), m_journal, m_signals}.Run();
+    Taskmill_Keeper{std::move(order), std::move(manager), lock, m_journal, m_signals}.Run();
 }

@@ -32,8 +32,9 @@ private:
     [[nodiscard]] int WaitMs() const;
     void StoreJournalWhenDue();
     void ReadManager();
-    void TakeOrder(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager);
-    void BecomeKeeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager);
+    /// The lock is the run's, see Taskmill_RunLock.
+    void TakeOrder(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, int lock);
+    void BecomeKeeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, int lock);
 
     Taskmill_KeeperChannel m_manager;
     int m_signals;

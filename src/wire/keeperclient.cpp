@@ -1,5 +1,7 @@
 #include "wire/keeperclient.h"
 
+#include "wire/runlocks.h"
+
 #include <charconv>
 
 namespace {
@@ -87,7 +89,9 @@ Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order
     auto [own, keepers] = Taskmill_KeeperChannel::MakePair();
     // Many orders at once fill its queue, from which it takes one in a fraction of a millisecond.
     constexpr int waitMs = 5000;
-    if (!IsOpen() || !own.IsOpen() || !m_channel.Send(MessageOf(order), {keepers.Get()}, waitMs))
+    const Taskmill_RunLock lock{m_runFolder, order.runID};
+    if (!IsOpen() || !own.IsOpen() || !lock.IsHeld() ||
+        !m_channel.Send(MessageOf(order), {keepers.Get(), lock.Get()}, waitMs))
         return {};
     return Taskmill_RunConnection{std::move(own)};
 }

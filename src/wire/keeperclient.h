@@ -100,7 +100,7 @@ public:
     [[nodiscard]] bool IsOpen() const { return m_channel.IsOpen(); }
 
     /// Does not wait for the start: Started or Ended follow on the connection. Not open when the process is
-    /// gone, or does not take the order within 5 s.
+    /// gone, does not take the order within 5 s, or the run is there already.
     [[nodiscard]] Taskmill_RunConnection StartRun(const Taskmill_RunOrder &order) const;
     /// Asks to end what is left of a run that was adopted and then Lost: it may have been started by another
     /// such process, which is gone. ReceiveSwept() returns it when that is done. For a run of this one that
@@ -112,5 +112,6 @@ public:
 
 private:
     Taskmill_KeeperChannel m_channel;
+    std::string m_runFolder;
     long long m_processID = 0;
 };

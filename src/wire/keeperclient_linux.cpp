@@ -85,6 +85,7 @@ std::optional<Taskmill_Nursery> Taskmill_Nursery::Start(const std::string &progr
     if (!answer || answer->Word() != Taskmill_ReadyWord)
         return std::nullopt;
     nursery.m_channel = std::move(own);
+    nursery.m_runFolder = runFolder;
     nursery.m_processID = answer->Number("pid", 0);
     return nursery;
 }

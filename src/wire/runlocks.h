@@ -7,6 +7,26 @@
 /// `runFolder` is the folder of the keepers' files, see Taskmill_RunJournals.
 [[nodiscard]] bool Taskmill_IsKeeperAlive(const std::string &runFolder, std::string_view runID);
 
+/// Takes that lock for a keeper to come, to which the open file goes with the order: from then on until the run
+/// is over it is held without a gap, so a run that nobody holds and no journal knows was never started.
+class Taskmill_RunLock
+{
+public:
+    Taskmill_RunLock(const std::string &runFolder, std::string_view runID);
+    /// Whoever has got a copy of the open file goes on holding the lock.
+    ~Taskmill_RunLock();
+    Taskmill_RunLock(const Taskmill_RunLock &) = delete;
+    Taskmill_RunLock &operator=(const Taskmill_RunLock &) = delete;
+
+    /// Not when somebody else has it.
+    [[nodiscard]] bool IsHeld() const { return m_isHeld; }
+    [[nodiscard]] int Get() const { return m_file; }
+
+private:
+    int m_file;
+    bool m_isHeld;
+};
+
 /// Whether a keeper, or the process that starts them, can still append to that journal.
 [[nodiscard]] bool Taskmill_IsJournalInUse(const std::string &journal);
 

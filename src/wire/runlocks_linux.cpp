@@ -9,13 +9,10 @@
 #include <unistd.h>
 
 namespace {
-/// A lock of an open file, not of a process: it ends with the last copy of the descriptor. A length of 0
+/// For a lock of an open file, not of a process: it ends with the last copy of the descriptor. A length of 0
 /// stands for the whole file.
-bool IsLockedByOther(const std::string &path, off_t offset, off_t length)
+struct flock LockOf(off_t offset, off_t length)
 {
-    const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
-    if (file < 0)
-        return false;
     struct flock lock
     {
     };
@@ -23,6 +20,15 @@ bool IsLockedByOther(const std::string &path, off_t offset, off_t length)
     lock.l_whence = SEEK_SET;
     lock.l_start = offset;
     lock.l_len = length;
+    return lock;
+}
+
+bool IsLockedByOther(const std::string &path, off_t offset, off_t length)
+{
+    const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    if (file < 0)
+        return false;
+    struct flock lock = LockOf(offset, length);
     const bool isLocked = fcntl(file, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
     close(file);
     return isLocked;
@@ -32,6 +38,20 @@ bool IsLockedByOther(const std::string &path, off_t offset, off_t length)
 bool Taskmill_IsKeeperAlive(const std::string &runFolder, std::string_view runID)
 {
     return IsLockedByOther(runFolder + "/living", Taskmill_RunLockOffset(runID), 1);
+}
+
+Taskmill_RunLock::Taskmill_RunLock(const std::string &runFolder, std::string_view runID)
+    : m_file{open((runFolder + "/living").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR)}
+    , m_isHeld{false}
+{
+    struct flock lock = LockOf(Taskmill_RunLockOffset(runID), 1);
+    m_isHeld = m_file >= 0 && fcntl(m_file, F_OFD_SETLK, &lock) == 0;
+}
+
+Taskmill_RunLock::~Taskmill_RunLock()
+{
+    if (m_file >= 0)
+        close(m_file);
 }
 
 bool Taskmill_IsJournalInUse(const std::string &journal)

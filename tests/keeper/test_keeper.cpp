@@ -10,6 +10,7 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using Kind = Taskmill_RunReport::Kind;
 using How = Taskmill_RunEnd::How;
@@ -25,13 +26,17 @@ public:
     explicit FileSizeLimitOfPrograms(rlim_t bytes)
     {
         getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{.rlim_cur = bytes, .rlim_max = m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
+        Set(getpid(), bytes);
     }
     ~FileSizeLimitOfPrograms() { setrlimit(RLIMIT_FSIZE, &m_before); }
     Q_DISABLE_COPY_MOVE(FileSizeLimitOfPrograms)
 
-    /// As when somebody has made room.
+    /// As when the disk fills, or somebody has made room.
+    void Set(long long process, rlim_t bytes) const
+    {
+        const rlimit limit{.rlim_cur = bytes, .rlim_max = m_before.rlim_max};
+        prlimit(static_cast<pid_t>(process), RLIMIT_FSIZE, &limit, nullptr);
+    }
     void Lift(long long process) const
     {
         prlimit(static_cast<pid_t>(process), RLIMIT_FSIZE, &m_before, nullptr);
@@ -59,6 +64,7 @@ private Q_SLOTS:
     void writesIntoTheFileOfTheOrder();
     void dropsOutputOnAFullDisk();
     void recordsTheEndWhenThereIsRoomAgain();
+    void startsNothingThatItCannotRecord();
     void aFullDiskTakesNeitherHeadNorTail();
 
 private:
@@ -273,14 +279,26 @@ void TestKeeper::dropsOutputOnAFullDisk()
     QCOMPARE(text.size() - match.capturedLength() + match.captured(1).toLongLong(), 3'000'000LL + 5);
 }
 
-void TestKeeper::recordsTheEndWhenThereIsRoomAgain()
+void TestKeeper::startsNothingThatItCannotRecord()
 {
     const FileSizeLimitOfPrograms limit{0};
     QVERIFY(m_keepers->StartNursery());
-    const Taskmill_RunOrder order = m_keepers->Order({"print", "lost", "waitfor", "go", "exit", "5"});
+    m_keepers->Start(m_keepers->Order({"touch", "ran"}));
+    const Taskmill_RunReport report = m_keepers->Wait(Kind::Ended);
+    QCOMPARE(report.end.how, How::NotStarted);
+    QCOMPARE(report.end.code, EFBIG);
+    QVERIFY(!m_keepers->Exists("ran"));
+}
+
+void TestKeeper::recordsTheEndWhenThereIsRoomAgain()
+{
+    QVERIFY(m_keepers->StartNursery());
+    const Taskmill_RunOrder order = m_keepers->Order({"waitfor", "go", "print", "lost", "exit", "5"});
     m_keepers->Start(order);
     const long long keeper = KeeperFixture::KeeperOf(m_keepers->Wait(Kind::Started));
     QVERIFY(keeper > 0);
+    const FileSizeLimitOfPrograms limit{0};
+    limit.Set(keeper, 0);
     m_keepers->Touch("go");
     const Taskmill_RunReport report = m_keepers->Wait(Kind::Ended);
     QCOMPARE(report.end.code, 5);

@@ -4,11 +4,14 @@
 #include "wire/runlocks.h"
 
 #include <QFile>
+#include <QRandomGenerator>
 #include <QTest>
 
 #include <array>
 #include <csignal>
+#include <fstream>
 #include <functional>
+#include <vector>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -34,6 +37,15 @@ bool HasSucceeded(pid_t child)
     int status = -1;
     return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
+
+QList<std::string> PlannedRuns(const std::string &list)
+{
+    QList<std::string> runs;
+    std::ifstream file{list};
+    for (std::string run; std::getline(file, run) && !file.eof();)
+        runs.append(run);
+    return runs;
+}
 } // namespace
 
 /// What is left when a manager, a keeper or the nursery is killed.
@@ -47,6 +59,7 @@ private Q_SLOTS:
     void nothingOutlivesAKilledKeeper();
     void nothingOutlivesKilledKeepersAndNursery();
     void aRunOutlivesAKilledManager();
+    void aManagerKilledAtAnyMomentLosesNoRun();
     void whatAnAdoptedRunLeavesIsSweptWhenAsked();
     void aRunThatEndedMeanwhileIsFound();
     void onlyItsOwnerAdoptsARun();
@@ -61,6 +74,8 @@ private:
     {
         return Taskmill_RunConnection::Adopt(m_keepers->Folder(), runID, owner, limitMs, connection);
     }
+
+    [[nodiscard]] bool StartRunsForEver(const std::string &planned);
 
     std::unique_ptr<KeeperFixture> m_keepers;
 };
@@ -157,6 +172,65 @@ void TestKeeperLoss::aRunOutlivesAKilledManager()
     QCOMPARE(Adopt(order.runID, run), Adoption::Gone);
     // Neither the keeper nor what starts keepers stays without a manager and a run.
     QTRY_VERIFY_WITH_TIMEOUT(!KeeperFixture::IsProcessThere(keeper), waitMs);
+}
+
+void TestKeeperLoss::aManagerKilledAtAnyMomentLosesNoRun()
+{
+    bool isGiven = false;
+    const int given = qEnvironmentVariableIntValue("TASKMILL_CRASH_ROUNDS", &isGiven);
+    const quint32 seed = QRandomGenerator::global()->generate();
+    qInfo("Seed %u", seed);
+    QRandomGenerator random{seed};
+    for (int round = 0; round < (isGiven ? given : 10); ++round) {
+        const std::string planned = m_keepers->JobFolder() + "/planned" + std::to_string(round);
+        const pid_t manager = InProcess([&] { return m_keepers->StartNursery() && StartRunsForEver(planned); });
+        // Sometimes while it starts runs faster than their keepers come, sometimes before the first.
+        const int wanted = random.bounded(60);
+        QTRY_VERIFY_WITH_TIMEOUT(PlannedRuns(planned).size() >= wanted, waitMs);
+        QCOMPARE(kill(manager, SIGKILL), 0);
+        QVERIFY(!HasSucceeded(manager));
+        const QList<std::string> runs = PlannedRuns(planned);
+        for (qsizetype number = 0; number < runs.size(); ++number) {
+            Taskmill_RunConnection run;
+            std::optional<Taskmill_RunEnd> end;
+            if (Adopt(runs[number], run) == Adoption::Adopted) {
+                Taskmill_RunReport report;
+                while (run.IsOpen())
+                    report = run.Receive(waitMs);
+                end = report.end;
+            }
+            Taskmill_RunJournals journals{m_keepers->Folder()};
+            journals.Refresh();
+            const bool wasStarted = journals.Find(runs[number]) != nullptr;
+            // Only the last may have been planned without its order being sent.
+            QVERIFY(wasStarted || number == runs.size() - 1);
+            QCOMPARE(m_keepers->Exists("run" + runs[number]), wasStarted);
+            if (!wasStarted)
+                continue;
+            QVERIFY(journals.Claim(runs[number], "manager"));
+            if (!end)
+                end = journals.Find(runs[number])->end;
+            QVERIFY(end.has_value());
+            QCOMPARE(end->how, How::Exit);
+            QCOMPARE(end->code, static_cast<int>(number % 100));
+            QCOMPARE(ReadTestFile(QString::fromStdString(m_keepers->JobFolder() + "/run" + runs[number])), QByteArray{"once\n"});
+        }
+    }
+}
+
+/// Each is written down before its order is sent.
+bool TestKeeperLoss::StartRunsForEver(const std::string &planned)
+{
+    std::ofstream list{planned};
+    std::vector<Taskmill_RunConnection> runs;
+    for (int number = 0;; ++number) {
+        Taskmill_RunOrder order = m_keepers->Script({});
+        order.arguments = {"-c", "echo once >> run" + order.runID + "; exit " + std::to_string(number % 100)};
+        list << order.runID << std::endl;
+        runs.push_back(m_keepers->Nursery().StartRun(order));
+        if (!runs.back().IsOpen())
+            return false;
+    }
 }
 
 void TestKeeperLoss::whatAnAdoptedRunLeavesIsSweptWhenAsked()
