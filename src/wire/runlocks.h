@@ -7,8 +7,8 @@
 /// `runFolder` is the folder of the keepers' files, see Taskmill_RunJournals.
 [[nodiscard]] bool Taskmill_IsKeeperAlive(const std::string &runFolder, std::string_view runID);
 
-/// Takes that lock for a keeper to come, to which the open file goes with the order: from then on until the run
-/// is over it is held without a gap, so a run that nobody holds and no journal knows was never started.
+/// Takes that lock for a keeper to come, to which the open file goes with the order: from then on until the
+/// run is over it is held without a gap, so a run that nobody holds and no journal knows was never started.
 class Taskmill_RunLock
 {
 public:

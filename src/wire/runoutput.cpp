@@ -26,16 +26,10 @@ std::string ReadPlace(const std::string &path, long long place, std::size_t most
     return bytes;
 }
 
-/// A keeper may be writing the line.
+/// A keeper may be writing the line: of two readings the smaller one is right, or a moment old.
 std::string ReadTotalLine(const std::string &path)
 {
-    std::string line;
-    std::string before;
-    do {
-        before = std::move(line);
-        line = ReadPlace(path, FullSize, TotalLineSize);
-    } while (line != before);
-    return line;
+    return std::min(ReadPlace(path, FullSize, TotalLineSize), ReadPlace(path, FullSize, TotalLineSize));
 }
 
 bool IsContinuation(char byte)

@@ -193,6 +193,7 @@ void TestKeeper::keepsTheFirstAndTheLastOfMuchOutput()
     constexpr long long lineSize = 9;
     Taskmill_RunReport report;
     for (long long offset = 0; report.kind != Kind::Ended;) {
+        QVERIFY(m_keepers->Run().IsOpen());
         report = m_keepers->Run().Receive();
         const long long before = offset;
         const std::string piece = output.ReadFrom(offset, 1 << 20, false);

@@ -183,7 +183,8 @@ void TestKeeperLoss::aManagerKilledAtAnyMomentLosesNoRun()
     QRandomGenerator random{seed};
     for (int round = 0; round < (isGiven ? given : 10); ++round) {
         const std::string planned = m_keepers->JobFolder() + "/planned" + std::to_string(round);
-        const pid_t manager = InProcess([&] { return m_keepers->StartNursery() && StartRunsForEver(planned); });
+        const pid_t manager =
+            InProcess([&] { return m_keepers->StartNursery() && StartRunsForEver(planned); });
         // Sometimes while it starts runs faster than their keepers come, sometimes before the first.
         const int wanted = random.bounded(60);
         QTRY_VERIFY_WITH_TIMEOUT(PlannedRuns(planned).size() >= wanted, waitMs);
@@ -213,7 +214,8 @@ void TestKeeperLoss::aManagerKilledAtAnyMomentLosesNoRun()
             QVERIFY(end.has_value());
             QCOMPARE(end->how, How::Exit);
             QCOMPARE(end->code, static_cast<int>(number % 100));
-            QCOMPARE(ReadTestFile(QString::fromStdString(m_keepers->JobFolder() + "/run" + runs[number])), QByteArray{"once\n"});
+            QCOMPARE(ReadTestFile(QString::fromStdString(m_keepers->JobFolder() + "/run" + runs[number])),
+                     QByteArray{"once\n"});
         }
     }
 }
