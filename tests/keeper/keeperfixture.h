@@ -17,7 +17,7 @@ class KeeperFixture
 public:
     using Kind = Taskmill_RunReport::Kind;
     /// Everything is waited for; nothing takes so long.
-    static constexpr int WaitMs = 60'000;
+    static constexpr int WaitMs = 30'000;
 
     KeeperFixture();
     ~KeeperFixture();

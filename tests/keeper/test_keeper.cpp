@@ -226,15 +226,17 @@ void TestKeeper::keepsTheFirstAndTheLastOfMuchOutput()
 void TestKeeper::drainsWhatAScriptLeavesInTheBackground()
 {
     QVERIFY(m_keepers->StartNursery());
-    const Taskmill_RunOrder order = m_keepers->Script(
-        "echo first; (until [ -e go ]; do sleep 0.01; done; echo late; echo later) & exit 4");
+    const Taskmill_RunOrder order =
+        m_keepers->Script("echo first; (until [ -e go ]; do sleep 0.01; done; echo late; echo later) & "
+                          "until [ -e known ]; do sleep 0.01; done; exit 4");
     m_keepers->Start(order);
-    const Taskmill_RunReport started = m_keepers->Wait(Kind::Started);
-    const long long keeper = KeeperFixture::KeeperOf(started);
+    const long long keeper = KeeperFixture::KeeperOf(m_keepers->Wait(Kind::Started));
+    QVERIFY(keeper > 0);
+    m_keepers->Touch("known");
     QCOMPARE(m_keepers->Wait(Kind::Ended).end.code, 4);
     QCOMPARE(m_keepers->Output(order.runID), QByteArray{"first\n"});
     m_keepers->Touch("go");
-    QTRY_VERIFY_WITH_TIMEOUT(keeper > 0 && !KeeperFixture::IsProcessThere(keeper), KeeperFixture::WaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!KeeperFixture::IsProcessThere(keeper), KeeperFixture::WaitMs);
     QCOMPARE(m_keepers->Output(order.runID), QByteArray{"first\nlate\nlater\n"});
 }
 
