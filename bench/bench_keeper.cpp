@@ -15,8 +15,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern char **environ;
-
 namespace {
 using Clock = std::chrono::steady_clock;
 constexpr int waitMs = 60'000;

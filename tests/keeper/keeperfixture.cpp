@@ -12,8 +12,6 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-extern char **environ;
-
 namespace {
 /// The fields of /proc/N/stat from the state on; none when there is no such process.
 QList<QByteArray> StatFields(long long id)
