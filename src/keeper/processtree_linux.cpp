@@ -17,6 +17,8 @@
 #include <unistd.h>
 
 namespace {
+constexpr long long longestStopMs = 200;
+
 std::string ReadFile(const std::string &path)
 {
     std::string text;
@@ -138,6 +140,19 @@ void Signal(const Taskmill_TreeProcess &process, int signal)
         close(handle);
 }
 
+/// The process when it has one of those run ids in its environment.
+std::optional<Taskmill_TreeProcess> ProcessOfRuns(pid_t id, const std::set<std::string> &runIDs)
+{
+    const std::string name = '\0' + std::string{Taskmill_RunVariable} + '=';
+    const std::optional<Taskmill_TreeProcess> process = Taskmill_ReadTreeProcess(id);
+    const std::string environment = '\0' + ReadFile(FolderOf(id) + "/environ");
+    const std::size_t place = environment.find(name);
+    const bool isOne = process && !process->HasEnded() && place != std::string::npos &&
+                       runIDs.contains(std::string{environment.c_str() + place + name.size()}) &&
+                       IsSame(*process);
+    return isOne ? process : std::nullopt;
+}
+
 /// Whether the process can start another one as soon as it is left alone. One in an uninterruptible wait has
 /// the signal before it does anything else, and the parent in a vfork waits for a child that is stopped.
 bool CanGoOn(const Taskmill_TreeProcess &process)
@@ -181,27 +196,43 @@ std::vector<Taskmill_TreeProcess> Taskmill_Descendants(pid_t root, const std::se
 
 std::vector<Taskmill_TreeProcess> Taskmill_ProcessesOfRuns(const std::set<std::string> &runIDs)
 {
-    const std::string name = '\0' + std::string{Taskmill_RunVariable} + '=';
     std::vector<Taskmill_TreeProcess> processes;
     for (const pid_t id : NumbersIn("/proc")) {
-        const std::optional<Taskmill_TreeProcess> process = Taskmill_ReadTreeProcess(id);
-        const std::string environment = '\0' + ReadFile(FolderOf(id) + "/environ");
-        const std::size_t place = environment.find(name);
-        if (!process || place == std::string::npos ||
-            !runIDs.contains(std::string{environment.c_str() + place + name.size()}) || !IsSame(*process))
-            continue;
-        processes.push_back(*process);
-        AppendDescendants(*process, {}, processes);
+        if (const std::optional<Taskmill_TreeProcess> process = ProcessOfRuns(id, runIDs)) {
+            processes.push_back(*process);
+            AppendDescendants(*process, {}, processes);
+        }
     }
     return processes;
 }
 
+bool Taskmill_StopPassingProcessesOfRuns(const std::set<std::string> &runIDs)
+{
+    constexpr int quietRounds = 20;
+    constexpr timespec pause{.tv_sec = 0, .tv_nsec = 200'000};
+    const long long end = Taskmill_SteadyClockMs() + longestStopMs;
+    std::set<pid_t> known;
+    bool isAnyStopped = false;
+    for (int quiet = 0; quiet < quietRounds && Taskmill_SteadyClockMs() < end; ++quiet) {
+        for (const pid_t id : NumbersIn("/proc")) {
+            if (!known.insert(id).second)
+                continue;
+            if (const std::optional<Taskmill_TreeProcess> process = ProcessOfRuns(id, runIDs)) {
+                Signal(*process, SIGSTOP);
+                isAnyStopped = true;
+                quiet = 0;
+            }
+        }
+        nanosleep(&pause, nullptr);
+    }
+    return isAnyStopped;
+}
+
 std::vector<Taskmill_TreeProcess> Taskmill_StopAll(const Taskmill_ProcessLister &list)
 {
-    constexpr long long waitMs = 200;
     constexpr timespec pause{.tv_sec = 0, .tv_nsec = 200'000};
     std::set<pid_t> stopped;
-    for (const long long end = Taskmill_SteadyClockMs() + waitMs;;) {
+    for (const long long end = Taskmill_SteadyClockMs() + longestStopMs;;) {
         std::vector<Taskmill_TreeProcess> processes = list();
         bool isQuiet = true;
         for (const Taskmill_TreeProcess &process : processes) {

@@ -28,6 +28,9 @@ struct Taskmill_TreeProcess
                                                                      const std::set<pid_t> &except = {});
 /// Everything with one of those run ids in its environment, and what descends from it.
 [[nodiscard]] std::vector<Taskmill_TreeProcess> Taskmill_ProcessesOfRuns(const std::set<std::string> &runIDs);
+/// Stops those that go from process to process, faster than all processes can be looked at: looks again and
+/// again at new ones alone. Whether there was one, or any other process of those runs.
+[[nodiscard]] bool Taskmill_StopPassingProcessesOfRuns(const std::set<std::string> &runIDs);
 
 using Taskmill_ProcessLister = std::function<std::vector<Taskmill_TreeProcess>()>;
 

@@ -36,8 +36,9 @@ void Taskmill_SweepLostRuns()
     constexpr int mostRounds = 100;
     constexpr timespec pause{.tv_sec = 0, .tv_nsec = 10'000'000};
     for (int round = 0; round < mostRounds; ++round) {
+        const bool isAnyStopped = Taskmill_StopPassingProcessesOfRuns(lost);
         const std::vector<Taskmill_TreeProcess> stopped = Taskmill_StopAll(left);
-        if (stopped.empty())
+        if (!isAnyStopped && stopped.empty())
             return;
         Taskmill_SignalAll(stopped, SIGKILL);
         nanosleep(&pause, nullptr);
