@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: MIT
+#include "keeper/keeper_linux.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+void Taskmill_Keeper::ReadManager()
+{
+    std::optional<Taskmill_KeeperMessage> message;
+    for (;;) {
+        if (m_manager.Receive(message) == Taskmill_KeeperChannel::State::Ended) {
+            LoseManager();
+            return;
+        }
+        if (!message)
+            return;
+        if (message->Word() == Taskmill_KillWord) {
+            BeginKill(message->Number("grace", 0), Taskmill_RunEnd::By::Kill);
+        } else if (message->Word() == Taskmill_WatchWord) {
+            m_watched = message->Number("total", 0);
+            ReportOutput();
+        }
+    }
+}
+
+void Taskmill_Keeper::LoseManager()
+{
+    m_manager.Close();
+    m_watched = -1;
+    if (m_isRecorded)
+        return;
+    const int folder = open(".", O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0)
+        return;
+    m_listener = Taskmill_KeeperChannel::Listen(folder, "socket/" + m_runID);
+    close(folder);
+}
+
+void Taskmill_Keeper::StopListening()
+{
+    if (m_listener.IsOpen())
+        unlink(("socket/" + m_runID).c_str());
+    m_listener.Close();
+}
+
+void Taskmill_Keeper::TakeVisitor()
+{
+    // One that says nothing gives way to the next.
+    if (Taskmill_KeeperChannel visitor = m_listener.Accept(); visitor.IsOpen())
+        m_visitor = std::move(visitor);
+}
+
+void Taskmill_Keeper::ReadVisitor()
+{
+    std::optional<Taskmill_KeeperMessage> message;
+    if (m_visitor.Receive(message) == Taskmill_KeeperChannel::State::Ended) {
+        m_visitor.Close();
+        return;
+    }
+    if (!message)
+        return;
+    Taskmill_KeeperChannel visitor = std::move(m_visitor);
+    if (message->Word() != Taskmill_AdoptWord || message->Value("run") != m_runID)
+        return;
+    if (message->Value("owner") != m_order.Value("owner")) {
+        Taskmill_KeeperMessage answer{Taskmill_RefusedWord};
+        answer.Add("owner", m_order.Value("owner"));
+        visitor.Send(answer);
+        return;
+    }
+    StopListening();
+    m_manager = std::move(visitor);
+    m_manager.Send(Taskmill_KeeperMessage{Taskmill_AdoptedWord});
+    if (m_main >= 0)
+        SendStarted();
+    // It could not be recorded yet.
+    if (m_retryAt > 0)
+        SendEnd();
+}
+
+void Taskmill_Keeper::SendStarted()
+{
+    Taskmill_KeeperMessage message{Taskmill_StartedWord};
+    message.Add("pid", m_main);
+    message.Add("total", m_output.TotalSize());
+    m_manager.Send(message);
+}
+
+void Taskmill_Keeper::ReportOutput()
+{
+    if (m_watched < 0 || m_output.TotalSize() <= m_watched || !m_manager.IsOpen())
+        return;
+    m_watched = -1;
+    Taskmill_KeeperMessage message{Taskmill_OutputWord};
+    message.Add("total", m_output.TotalSize());
+    m_manager.Send(message);
+}
+
+void Taskmill_Keeper::SendEnd()
+{
+    if (!m_manager.IsOpen())
+        return;
+    Taskmill_RunRecord record{Taskmill_RunRecord::Kind::End, m_runID};
+    record.end = m_end;
+    Taskmill_KeeperMessage message{Taskmill_EndWord};
+    message.Add("record", record.ToLine());
+    message.Add("file", m_failedFile);
+    m_manager.Send(message);
+}

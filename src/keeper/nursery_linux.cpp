@@ -1,0 +1,248 @@
+// SPDX-License-Identifier: MIT
+#include "keeper/nursery_linux.h"
+
+#include "keeper/clock_linux.h"
+#include "keeper/keeper_linux.h"
+#include "keeper/processtree_linux.h"
+#include "wire/runrecord.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+/// A new journal is begun then, so that old ones can be removed.
+constexpr int mostStartsInJournal = 5000;
+/// Between two looks at what a killed keeper has left.
+constexpr int lookAgainMs = 10;
+/// How much of what was recorded a loss of power may take away. To store each line at once would make the
+/// start of a short job ten times as long.
+constexpr long long storeWithinMs = 1000;
+} // namespace
+
+Taskmill_KeeperNursery::Taskmill_KeeperNursery(Taskmill_KeeperChannel manager, int signals)
+    : m_manager{std::move(manager)}
+    , m_signals{signals}
+    , m_bootID{Taskmill_BootID()}
+{
+}
+
+int Taskmill_KeeperNursery::Run()
+{
+    // What a keeper leaves that was killed becomes a child of this process.
+    if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0 || !OpenJournal())
+        return 1;
+    Taskmill_KeeperMessage ready{Taskmill_ReadyWord};
+    ready.Add("pid", getpid());
+    m_manager.Send(ready);
+    while (!m_isKeeper && (m_manager.IsOpen() || !m_keepers.empty() || !m_lostRuns.empty())) {
+        WaitForSomething();
+        if (m_isKeeper)
+            break;
+        ReadSignals();
+        EndLostRuns();
+        StoreJournalWhenDue();
+    }
+    if (!m_isKeeper && m_storeAt > 0)
+        fdatasync(m_journal);
+    return 0;
+}
+
+bool Taskmill_KeeperNursery::OpenJournal()
+{
+    constexpr mode_t ownerOnly = 0600;
+    const int journal = open(("journal/" + Taskmill_NewRunID()).c_str(),
+                             O_RDWR | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, ownerOnly);
+    // Shared with the keepers: it ends with the last of them.
+    struct flock lock
+    {
+    };
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    if (journal < 0 || fcntl(journal, F_OFD_SETLK, &lock) != 0)
+        return false;
+    if (m_storeAt > 0)
+        fdatasync(m_journal);
+    if (m_journal >= 0)
+        close(m_journal);
+    m_journal = journal;
+    m_startsInJournal = 0;
+    return true;
+}
+
+void Taskmill_KeeperNursery::WaitForSomething()
+{
+    std::array<pollfd, 2> waits{{{.fd = m_signals, .events = POLLIN, .revents = 0},
+                                 {.fd = m_manager.Get(), .events = POLLIN, .revents = 0}}};
+    if (poll(waits.data(), waits.size(), WaitMs()) > 0 && waits[1].revents != 0)
+        ReadManager();
+}
+
+int Taskmill_KeeperNursery::WaitMs() const
+{
+    if (!m_lostRuns.empty())
+        return lookAgainMs;
+    return m_storeAt == 0 ? -1 : static_cast<int>(std::max(0LL, m_storeAt - Taskmill_SteadyClockMs()));
+}
+
+void Taskmill_KeeperNursery::StoreJournalWhenDue()
+{
+    if (m_storeAt == 0 || Taskmill_SteadyClockMs() < m_storeAt)
+        return;
+    m_storeAt = 0;
+    // In a process of its own: no start waits for a slow disk.
+    const pid_t child = fork();
+    if (child == 0) {
+        fdatasync(m_journal);
+        _exit(0);
+    }
+    if (child > 0)
+        m_helpers.emplace(child, std::string{});
+}
+
+void Taskmill_KeeperNursery::ReadSignals()
+{
+    signalfd_siginfo signal{};
+    while (read(m_signals, &signal, sizeof signal) == static_cast<ssize_t>(sizeof signal)) {
+        if (signal.ssi_signo != SIGTERM)
+            continue;
+        m_isEnding = true;
+        for (const auto &[keeper, runID] : m_keepers)
+            kill(keeper, SIGTERM);
+    }
+    ReapAll();
+    if (m_isEnding && m_keepers.empty() && m_lostRuns.empty())
+        m_manager.Close();
+}
+
+void Taskmill_KeeperNursery::ReapAll()
+{
+    int status = 0;
+    for (pid_t child = 0; (child = waitpid(-1, &status, WNOHANG)) > 0;)
+        Reap(child, !WIFEXITED(status) || WEXITSTATUS(status) != 0);
+}
+
+void Taskmill_KeeperNursery::Reap(pid_t child, bool hasCrashed)
+{
+    if (const auto helper = m_helpers.find(child); helper != m_helpers.end()) {
+        if (!helper->second.empty())
+            ReportSwept(helper->second);
+        m_helpers.erase(helper);
+    }
+    const auto keeper = m_keepers.find(child);
+    if (keeper == m_keepers.end())
+        return;
+    if (hasCrashed)
+        m_lostRuns.push_back(keeper->second);
+    if (m_storeAt == 0)
+        m_storeAt = Taskmill_SteadyClockMs() + storeWithinMs;
+    m_keepers.erase(keeper);
+}
+
+void Taskmill_KeeperNursery::EndLostRuns()
+{
+    if (m_lostRuns.empty())
+        return;
+    // A keeper that ends in order leaves nothing, so whatever else is here belongs to a lost run.
+    std::set<pid_t> own;
+    for (const auto *processes : {&m_keepers, &m_helpers}) {
+        for (const auto &[process, runID] : *processes)
+            own.insert(process);
+    }
+    const auto left = [&own] {
+        return Taskmill_Descendants(getpid(), own);
+    };
+    Taskmill_SignalAll(Taskmill_StopAll(left), SIGKILL);
+    ReapAll();
+    // One that became lost meanwhile shows in the next round.
+    if (!left().empty())
+        return;
+    for (const std::string &runID : m_lostRuns)
+        ReportSwept(runID);
+    m_lostRuns.clear();
+}
+
+void Taskmill_KeeperNursery::ReportSwept(const std::string &runID) const
+{
+    unlink(("socket/" + runID).c_str());
+    Taskmill_KeeperMessage message{Taskmill_SweptWord};
+    message.Add("run", runID);
+    if (m_manager.IsOpen())
+        m_manager.Send(message);
+}
+
+void Taskmill_KeeperNursery::SweepFor(const std::string &runID)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        Taskmill_SweepLostRuns();
+        _exit(0);
+    }
+    if (child > 0)
+        m_helpers.emplace(child, runID);
+}
+
+void Taskmill_KeeperNursery::ReadManager()
+{
+    for (;;) {
+        std::optional<Taskmill_KeeperMessage> message;
+        std::vector<int> files;
+        if (m_manager.Receive(message, &files) == Taskmill_KeeperChannel::State::Ended) {
+            m_manager.Close();
+            return;
+        }
+        if (!message)
+            return;
+        if (message->Word() == Taskmill_SweepWord)
+            SweepFor(std::string{message->Value("run")});
+        constexpr std::size_t filesOfOrder = 2;
+        if (message->Word() == Taskmill_StartWord && files.size() == filesOfOrder && !m_isEnding) {
+            TakeOrder(std::move(*message), Taskmill_KeeperChannel{files[0]}, files[1]);
+        } else {
+            for (const int file : files)
+                close(file);
+        }
+        if (m_isKeeper)
+            return;
+    }
+}
+
+void Taskmill_KeeperNursery::TakeOrder(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, int lock)
+{
+    if (m_startsInJournal >= mostStartsInJournal)
+        static_cast<void>(OpenJournal());
+    ++m_startsInJournal;
+    order.Add("boot", m_bootID);
+    const pid_t keeper = fork();
+    if (keeper == 0) {
+        BecomeKeeper(std::move(order), std::move(manager), lock);
+        return;
+    }
+    if (keeper > 0) {
+        m_keepers.emplace(keeper, order.Value("run"));
+    } else {
+        Taskmill_RunRecord record{Taskmill_RunRecord::Kind::End, order.Value("run")};
+        record.end.how = Taskmill_RunEnd::How::NotStarted;
+        record.end.code = errno;
+        Taskmill_KeeperMessage message{Taskmill_EndWord};
+        message.Add("record", record.ToLine());
+        manager.Send(message);
+    }
+    close(lock);
+}
+
+void Taskmill_KeeperNursery::BecomeKeeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager,
+                                          int lock)
+{
+    m_isKeeper = true;
+    m_manager.Close();
+    Taskmill_Keeper{std::move(order), std::move(manager), lock, m_journal, m_signals}.Run();
+}

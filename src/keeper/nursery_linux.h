@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "wire/keeperchannel.h"
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+/// Starts a keeper for each order of its manager, by a fork that copies little, and ends what a keeper leaves
+/// that was killed. Works in the folder of the runs.
+class Taskmill_KeeperNursery
+{
+public:
+    /// SIGCHLD and SIGTERM are blocked and come through `signals`.
+    Taskmill_KeeperNursery(Taskmill_KeeperChannel manager, int signals);
+
+    /// Returns when there is neither a manager nor a keeper; in a keeper when its run is over. The exit code.
+    [[nodiscard]] int Run();
+
+private:
+    [[nodiscard]] bool OpenJournal();
+    void WaitForSomething();
+    void ReadSignals();
+    void ReapAll();
+    void Reap(pid_t child, bool hasCrashed);
+    void EndLostRuns();
+    void ReportSwept(const std::string &runID) const;
+    void SweepFor(const std::string &runID);
+    [[nodiscard]] int WaitMs() const;
+    void StoreJournalWhenDue();
+    void ReadManager();
+    /// The lock is the run's, see Taskmill_RunLock.
+    void TakeOrder(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, int lock);
+    void BecomeKeeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, int lock);
+
+    Taskmill_KeeperChannel m_manager;
+    int m_signals;
+    int m_journal = -1;
+    int m_startsInJournal = 0;
+    long long m_storeAt = 0; ///< when the journal is to be safe from a loss of power; 0 when it is
+    std::string m_bootID;
+    std::map<pid_t, std::string> m_keepers; ///< and their runs
+    /// Short-lived copies of this process, with the run whose sweep the manager waits for, if there is one.
+    std::map<pid_t, std::string> m_helpers;
+    std::vector<std::string> m_lostRuns; ///< of which something may be left
+    bool m_isEnding = false;
+    bool m_isKeeper = false;
+};
+
+/// Ends what is left of the runs of this boot that have no end and no keeper, in the folder of the runs.
+void Taskmill_SweepLostRuns();

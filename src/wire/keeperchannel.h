@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "wire/keepermessage.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// One end of a connection that carries whole messages between programs of this user on this computer, and
+/// open files with them.
+class Taskmill_KeeperChannel
+{
+public:
+    enum class State
+    {
+        Open,
+        Ended, ///< the other side has closed, or is gone, and everything it sent was received
+    };
+    static constexpr int NoHandle = -1;
+
+    Taskmill_KeeperChannel() = default;
+    /// Takes the ownership of an open one.
+    explicit Taskmill_KeeperChannel(int handle)
+        : m_handle{handle}
+    {
+    }
+    ~Taskmill_KeeperChannel() { Close(); }
+    Taskmill_KeeperChannel(Taskmill_KeeperChannel &&other) noexcept
+        : m_handle{other.Release()}
+    {
+    }
+    Taskmill_KeeperChannel &operator=(Taskmill_KeeperChannel &&other) noexcept;
+    Taskmill_KeeperChannel(const Taskmill_KeeperChannel &) = delete;
+    Taskmill_KeeperChannel &operator=(const Taskmill_KeeperChannel &) = delete;
+
+    /// Both ends of a new one; not open when the system gives none.
+    [[nodiscard]] static std::pair<Taskmill_KeeperChannel, Taskmill_KeeperChannel> MakePair();
+    /// Under that name in an open folder, whatever the length of its path.
+    [[nodiscard]] static Taskmill_KeeperChannel Listen(int folder, const std::string &name);
+    [[nodiscard]] static Taskmill_KeeperChannel Connect(int folder, const std::string &name);
+    /// The next connection of a listening one; not open when none waits or it is another user's.
+    [[nodiscard]] Taskmill_KeeperChannel Accept() const;
+
+    [[nodiscard]] bool IsOpen() const { return m_handle != NoHandle; }
+    [[nodiscard]] int Get() const { return m_handle; }
+    /// Gives the ownership away.
+    int Release() { return std::exchange(m_handle, NoHandle); }
+    void Close();
+
+    /// False when the other side is gone, or has not read enough within that time. A long message goes
+    /// through memory of its own. The files stay the caller's.
+    bool Send(const Taskmill_KeeperMessage &message, const std::vector<int> &files = {},
+              int waitMs = 0) const;
+    /// Never waits: no message when none has come. The files that came with it are the caller's; without
+    /// `files` they are closed.
+    State Receive(std::optional<Taskmill_KeeperMessage> &message, std::vector<int> *files = nullptr) const;
+    /// The same after waiting for so long at most, or -1 for ever.
+    State ReceiveWithin(int waitMs, std::optional<Taskmill_KeeperMessage> &message) const;
+
+private:
+    int m_handle = NoHandle;
+};

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "wire/keeperchannel.h"
+#include "wire/runrecord.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// What a run is to be.
+struct Taskmill_RunOrder
+{
+    std::string runID;   ///< from Taskmill_NewRunID(), stored with the job before
+    std::string owner;   ///< who may adopt the run, such as the identity of a project; no blanks
+    std::string program; ///< path, not looked up
+    std::vector<std::string> arguments;   ///< without the program
+    std::vector<std::string> environment; ///< NAME=VALUE, all of it
+    std::string directory;                ///< absolute, as the files
+    std::string inputPath;                ///< a regular file; empty for none
+    std::string outputPath;               ///< a regular file, emptied; with it nothing is captured
+    long long graceMs = 2000; ///< between SIGTERM and SIGKILL where the keeper itself is asked to end
+    int nice = 0;             ///< added to the manager's own
+};
+
+/// What a keeper reports.
+struct Taskmill_RunReport
+{
+    enum class Kind
+    {
+        None,    ///< nothing has come
+        Started, ///< processID
+        Output,  ///< outputBytes
+        Remains, ///< a kill has not ended `remaining` 5 s beyond its grace; the keeper goes on with it
+        Ended,   ///< end; nothing that a kill was to end is left
+        Lost,    ///< the keeper is gone without a report: its run has crashed
+    };
+
+    Kind kind = Kind::None;
+    long long processID = 0;
+    long long outputBytes = 0;
+    std::vector<long long> remaining;
+    Taskmill_RunEnd end;
+    std::string
+        failedFile; ///< of a program that could not be started, which file, directory or program it was
+};
+
+/// A manager's connection to the keeper of one run. When it closes, the run goes on without a manager.
+class Taskmill_RunConnection
+{
+public:
+    Taskmill_RunConnection() = default;
+    explicit Taskmill_RunConnection(Taskmill_KeeperChannel channel)
+        : m_channel{std::move(channel)}
+    {
+    }
+
+    enum class Adoption
+    {
+        Adopted,
+        Gone,     ///< no keeper lives: the journals say how the run ended
+        Refused,  ///< the run belongs to somebody else
+        Occupied, ///< another manager has it, or its keeper does not answer in time
+    };
+    /// Takes over a run whose manager is gone. `owner` is the one of its order; where the run belongs to
+    /// somebody else, his name is stored there.
+    [[nodiscard]] static Adoption Adopt(const std::string &runFolder, const std::string &runID,
+                                        std::string &owner, int waitMs, Taskmill_RunConnection &connection);
+
+    [[nodiscard]] bool IsOpen() const { return m_channel.IsOpen(); }
+    /// For the event loop: readable when a report has come.
+    [[nodiscard]] int Handle() const { return m_channel.Get(); }
+
+    /// The next report; waits for so long at most, -1 for ever. After Ended and Lost the connection is
+    /// closed.
+    Taskmill_RunReport Receive(int waitMs = 0);
+    /// Ends everything the run has started: SIGTERM, then SIGKILL after that time. The answer is Ended, or
+    /// Remains. A second one can only shorten the time. False when the keeper is gone.
+    bool Kill(long long graceMs) const;
+    /// Asks for one report when there are more than so many bytes of output.
+    bool Watch(long long outputBytes) const;
+
+private:
+    [[nodiscard]] Taskmill_RunReport Take(const Taskmill_KeeperMessage &message);
+
+    Taskmill_KeeperChannel m_channel;
+};
+
+/// The small process that starts keepers, started once by each manager.
+class Taskmill_Nursery
+{
+public:
+    /// Makes the folder and starts the program. Before it is ready it has ended what is left of runs whose
+    /// keeper was killed. Nothing when that fails or takes longer than so long.
+    [[nodiscard]] static std::optional<Taskmill_Nursery> Start(const std::string &program,
+                                                               const std::string &runFolder, int waitMs);
+
+    [[nodiscard]] long long ProcessID() const { return m_processID; }
+    /// For the event loop: readable when ReceiveSwept() has something.
+    [[nodiscard]] int Handle() const { return m_channel.Get(); }
+    [[nodiscard]] bool IsOpen() const { return m_channel.IsOpen(); }
+
+    /// Does not wait for the start: Started or Ended follow on the connection. Not open when the process is
+    /// gone, does not take the order within 5 s, or the run is there already.
+    [[nodiscard]] Taskmill_RunConnection StartRun(const Taskmill_RunOrder &order) const;
+    /// Asks to end what is left of a run that was adopted and then Lost: it may have been started by another
+    /// such process, which is gone. ReceiveSwept() returns it when that is done. For a run of this one that
+    /// happens without being asked.
+    bool Sweep(const std::string &runID) const;
+    /// The next run that was Lost and of which nothing is left now; nothing when there is none yet. When the
+    /// process itself is gone, IsOpen() is false then.
+    std::optional<std::string> ReceiveSwept(int waitMs = 0);
+
+private:
+    Taskmill_KeeperChannel m_channel;
+    std::string m_runFolder;
+    long long m_processID = 0;
+};

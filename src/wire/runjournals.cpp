@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: MIT
+#include "wire/runjournals.h"
+
+#include "wire/runlocks.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+fs::path PathOf(const std::string &text)
+{
+    return std::u8string{text.begin(), text.end()};
+}
+
+std::vector<std::string> FilesIn(const std::string &folder)
+{
+    std::vector<std::string> paths;
+    std::error_code error;
+    for (fs::directory_iterator entry{PathOf(folder), error}, end; !error && entry != end;
+         entry.increment(error)) {
+        const std::u8string name = entry->path().filename().u8string();
+        paths.push_back(folder + '/' + std::string{name.begin(), name.end()});
+    }
+    return paths;
+}
+
+void Remove(const std::string &path)
+{
+    std::error_code error;
+    fs::remove(PathOf(path), error);
+}
+} // namespace
+
+Taskmill_RunJournals::Taskmill_RunJournals(std::string runFolder)
+    : m_folder{std::move(runFolder)}
+{
+}
+
+void Taskmill_RunJournals::Refresh()
+{
+    for (const std::string &journal : FilesIn(m_folder + "/journal"))
+        ReadNewLines(journal);
+}
+
+void Taskmill_RunJournals::ReadNewLines(const std::string &journal)
+{
+    std::uintmax_t &position = m_positions[journal];
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(PathOf(journal), error);
+    if (error || size <= position)
+        return;
+    std::ifstream file{PathOf(journal), std::ios::binary};
+    std::string text(size - position, '\0');
+    file.seekg(static_cast<std::streamoff>(position));
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    // The rest of the last line may still be on its way.
+    for (std::size_t begin = 0, end = 0; (end = text.find('\n', begin)) != text.npos; begin = end + 1) {
+        if (const auto record =
+                Taskmill_RunRecord::FromLine(std::string_view{text}.substr(begin, end - begin)))
+            Take(journal, *record);
+        position += end + 1 - begin;
+    }
+}
+
+void Taskmill_RunJournals::Take(const std::string &journal, const Taskmill_RunRecord &record)
+{
+    Run &run = m_runs[record.runID];
+    run.journal = journal;
+    switch (record.kind) {
+    case Taskmill_RunRecord::Kind::Start:
+        run.bootID = record.bootID;
+        run.startMs = record.startMs;
+        break;
+    case Taskmill_RunRecord::Kind::End:
+        run.end = record.end;
+        break;
+    case Taskmill_RunRecord::Kind::Claim:
+        if (run.claimant.empty())
+            run.claimant = record.claimant;
+        break;
+    }
+}
+
+const Taskmill_RunJournals::Run *Taskmill_RunJournals::Find(const std::string &runID) const
+{
+    const auto run = m_runs.find(runID);
+    return run == m_runs.end() ? nullptr : &run->second;
+}
+
+bool Taskmill_RunJournals::Claim(const std::string &runID, const std::string &claimant)
+{
+    const Taskmill_ClaimLock lock{m_folder};
+    if (!lock.IsHeld())
+        return false;
+    // Before the journal is read: a keeper appends the end before it gives its lock back.
+    const bool isAlive = Taskmill_IsKeeperAlive(m_folder, runID);
+    Refresh();
+    const auto run = m_runs.find(runID);
+    if (run == m_runs.end() || (isAlive && !run->second.end))
+        return false;
+    if (!run->second.claimant.empty())
+        return run->second.claimant == claimant;
+    Taskmill_RunRecord record{Taskmill_RunRecord::Kind::Claim, runID};
+    record.claimant = claimant;
+    if (!Taskmill_RunRecord::FromLine(record.ToLine()) ||
+        !Taskmill_AppendToJournal(run->second.journal, record.ToLine()))
+        return false;
+    run->second.claimant = claimant;
+    return true;
+}
+
+void Taskmill_RunJournals::Tidy()
+{
+    const Taskmill_ClaimLock lock{m_folder};
+    if (!lock.IsHeld())
+        return;
+    std::set<std::string> unused;
+    for (const std::string &journal : FilesIn(m_folder + "/journal")) {
+        if (!Taskmill_IsJournalInUse(journal))
+            unused.insert(journal);
+    }
+    Refresh();
+    for (const auto &[id, run] : m_runs) {
+        if (run.claimant.empty())
+            unused.erase(run.journal);
+    }
+    for (const std::string &journal : unused) {
+        Remove(journal);
+        m_positions.erase(journal);
+    }
+    std::erase_if(m_runs, [&unused](const auto &one) { return unused.contains(one.second.journal); });
+    RemoveFilesOfUnknownRuns(m_folder + "/out/");
+    RemoveFilesOfUnknownRuns(m_folder + "/socket/");
+}
+
+void Taskmill_RunJournals::RemoveFilesOfUnknownRuns(const std::string &folder)
+{
+    for (const std::string &path : FilesIn(folder)) {
+        const std::string id = path.substr(path.rfind('/') + 1);
+        // One whose start could not be recorded, on a full disk, may still run.
+        if (!m_runs.contains(id) && !Taskmill_IsKeeperAlive(m_folder, id))
+            Remove(path);
+    }
+}

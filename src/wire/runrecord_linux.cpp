@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#include "wire/runrecord.h"
+
+#include <array>
+
+#include <fcntl.h>
+#include <sys/random.h>
+#include <unistd.h>
+
+std::string Taskmill_NewRunID()
+{
+    std::array<unsigned char, 16> bytes{};
+    if (getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
+        return {};
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    for (const unsigned char byte : bytes)
+        text.append(1, digits[byte >> 4U]).append(1, digits[byte & 15U]);
+    return text;
+}
+
+std::string Taskmill_BootID()
+{
+    std::array<char, 64> text{};
+    const int file = open("/proc/sys/kernel/random/boot_id", O_RDONLY | O_CLOEXEC);
+    const ssize_t size = file < 0 ? -1 : read(file, text.data(), text.size());
+    if (file >= 0)
+        close(file);
+    // Without it every run counts as one of this boot.
+    return size > 1 ? std::string{text.data(), static_cast<std::size_t>(size) - 1} : "-";
+}
