@@ -17,8 +17,9 @@ else()
     target_compile_options(taskmill_options INTERFACE -Wall -Wextra -Wpedantic -Werror)
 endif()
 if(TASKMILL_SANITIZE)
+    # The check of dynamic types needs a free descriptor for each look, and fails in the tests that leave none.
     target_compile_options(taskmill_options INTERFACE
-        -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+        -fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
     target_link_options(taskmill_options INTERFACE -fsanitize=address,undefined)
 endif()
 

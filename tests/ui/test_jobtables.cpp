@@ -252,7 +252,7 @@ void TestJobTables::DoubleClickShowsTheEndOfTheOutput()
         const auto *viewer = pages.window.findChild<KilnUtil_TextView *>();
         QVERIFY(viewer && viewer->TopOffset() > 0 && viewer->IsAtEnd());
         QCOMPARE(TakeViewerCaptions(pages.window), QStringList{caption});
-        pages.finished.Remove({1});
+        pages.finished.Remove({static_cast<int>(pages.finished.Jobs().size()) - 1});
     }
 }
 
