@@ -6,8 +6,6 @@
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
 #include "kilnutil/registry.h"
-#include "support/scriptedprompt.h"
-#include "support/testutil.h"
 #include "ui/appwindow.h"
 #include "ui/uidriver.h"
 #include "widgets/tablewidget.h"
@@ -19,9 +17,6 @@
 #include <QTabWidget>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QtTest>
-
-#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -67,7 +62,6 @@ void Press(QDialog &dialog, const QString &text)
 {
     const auto buttons = dialog.findChildren<QPushButton *>();
     const auto button = std::ranges::find(buttons, text, &QPushButton::text);
-    QVERIFY(button != buttons.end());
     (*button)->click();
 }
 
@@ -104,13 +98,14 @@ struct WindowPlace
         // The platform without a screen knows no tray; that of Windows does not say so.
         if constexpr (!isWindows)
             QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u".*systemTrayWindowChanged.*"_s});
-        Taskmill_JobType jobType;
-        jobType.Name = u"One"_s;
-        jobType.ApplicationName = u"testprogram"_s;
-        jobType.ExecutablePath = TestProgramPath();
-        jobType.DefaultQueue = u"Long"_s;
-        jobType.GenericCommandLine = u"@EXEFILE waitfor @INFILE.go"_s;
-        jobType.InputFileFilter = u"Files (*.one)"_s;
+        const Taskmill_JobType jobType{.Name = u"One"_s,
+                                       .ApplicationName = u"testprogram"_s,
+                                       .ExecutablePath = TestProgramPath(),
+                                       .DefaultQueue = u"Long"_s,
+                                       .GenericCommandLine = u"@EXEFILE waitfor @INFILE.go"_s,
+                                       .InputFileFilter = u"Files (*.one)"_s,
+                                       .OutputFileFilter = {},
+                                       .EnvironmentVariables = {}};
         if (!session.Initialise() || !Database()->InsertJobType(jobType, true))
             qFatal("the window cannot be opened");
         session.Show();
@@ -128,6 +123,12 @@ struct WindowPlace
     }
     [[nodiscard]] QWidget &Window() const { return appWindow.MainWindow(); }
     [[nodiscard]] QString Path(const QString &name) const { return directory.filePath(name); }
+    /// The one of that accessible name, which must be there.
+    [[nodiscard]] KilnUtil_TableWidget &Table(const QString &name) const
+    {
+        const auto tables = Window().findChildren<KilnUtil_TableWidget *>();
+        return **std::ranges::find(tables, name, &QWidget::accessibleName);
+    }
     [[nodiscard]] QByteArray SubmitLines(const QString &file, const QByteArray &more) const
     {
         return "action=submitjob\njobinputfile=" + WriteTestFile(Path(file), "x").toUtf8() + '\n' + more;
@@ -136,225 +137,204 @@ struct WindowPlace
 } // namespace
 
 /// The manager with its window, whose questions are answered here, and requests of other programs.
-class TestAppWindow : public QObject
+class TestAppWindow : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { FailOnQtWarnings(); }
-    void ClosingWithoutATrayMinimises();
-    void TabsFitIntoASmallWindow();
-    void DialogsComeOneAfterAnother();
-    void RequestWaitsForTheUsersDialog();
-    void TabsOpenByTheirNumbers();
-    void DroppedFilesGoToTheListTheyAreDroppedOn_data();
-    void DroppedFilesGoToTheListTheyAreDroppedOn();
-    void QuitsWhileADialogIsOpen();
-    void NothingIsLostAtTheExit();
-    void AsksAboutTheJobsOfTheLastSession();
-};
-
-void TestAppWindow::ClosingWithoutATrayMinimises()
-{
-    WindowPlace place;
-    place.Window().close();
-    QVERIFY(place.Window().isVisible());
-    QVERIFY(place.Window().isMinimized());
-    QVERIFY(Client{"action=SHOW"}.Answer().startsWith("accepted="));
-    QVERIFY(!place.Window().isMinimized());
-    QVERIFY(Client{"action=hide"}.Answer().startsWith("accepted="));
-    QVERIFY(!place.Window().isVisible());
-    QVERIFY(Database());
-    QVERIFY(Client{"action=dance"}.Answer().startsWith("refused="));
-}
-
-void TestAppWindow::TabsFitIntoASmallWindow()
-{
-    WindowPlace place;
-    const QTabBar &bar = *place.Window().findChild<QTabWidget *>()->tabBar();
-    const QTabWidget &tabs = *place.Window().findChild<QTabWidget *>();
-    const auto lastTabEnd = [&bar] {
-        return bar.tabRect(bar.count() - 1).right();
-    };
-    place.Window().resize(1400, 500);
-    const int usual = lastTabEnd();
-    place.Window().resize(100, 100);
-    QVERIFY(lastTabEnd() < usual);
-    QVERIFY2(lastTabEnd() <= tabs.width(), qPrintable(u"%1 %2"_s.arg(lastTabEnd()).arg(tabs.width())));
-    place.Window().resize(1400, 500);
-    QCOMPARE(lastTabEnd(), usual);
-}
-
-void TestAppWindow::DialogsComeOneAfterAnother()
-{
-    WindowPlace place;
-    Client first{place.SubmitLines(u"a.one"_s, confirmed)};
-    std::unique_ptr<Client> impatient;
-    std::unique_ptr<Client> third;
-    bool othersWait = false;
-    // The one that gave up may still be asked about.
-    QTimer cancelling;
-    connect(&cancelling, &QTimer::timeout, &cancelling, [] {
-        if (auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget()))
-            dialog->reject();
-    });
-    WhenDialogIsOpen([&](QDialog &dialog) {
-        impatient = std::make_unique<Client>(place.SubmitLines(u"b.one"_s, confirmed));
-        third = std::make_unique<Client>(place.SubmitLines(u"c.one"_s, "jobtypename=One"));
-        othersWait = impatient->MustWait() && third->MustWait() && LongJobs().isEmpty();
-        impatient->GiveUp();
-        Press(dialog, u"Submit"_s);
-        cancelling.start(1);
-    });
-    QVERIFY(first.Answer().startsWith("accepted="));
-    QVERIFY(othersWait);
-    QVERIFY(third->Answer().startsWith("accepted="));
-    QCOMPARE(LongJobs(), u"a.one c.one"_s);
-}
-
-void TestAppWindow::RequestWaitsForTheUsersDialog()
-{
-    WindowPlace place;
-    std::unique_ptr<Client> asking;
-    QByteArray other;
-    bool mustWait = false;
-    WhenDialogIsOpen([&](QDialog &own) {
-        // One that needs no answer goes on meanwhile.
-        other = Client{place.SubmitLines(u"b.one"_s, "jobtypename=One")}.Answer();
-        asking = std::make_unique<Client>(place.SubmitLines(u"a.one"_s, confirmed));
-        mustWait = asking->MustWait();
-        own.reject();
-    });
-    place.appWindow.NewJobsSlot();
-    QVERIFY(other.startsWith("accepted="));
-    QVERIFY(mustWait);
-    QCOMPARE(LongJobs(), u"b.one"_s);
-    WhenDialogIsOpen([](QDialog &dialog) { Press(dialog, u"Submit"_s); });
-    QVERIFY(asking->Answer().startsWith("accepted="));
-    QCOMPARE(LongJobs(), u"b.one a.one"_s);
-}
-
-void TestAppWindow::TabsOpenByTheirNumbers()
-{
-    WindowPlace place;
-    QVERIFY(QTest::qWaitForWindowActive(&place.Window()));
-    const auto *tabs = place.Window().findChild<QTabWidget *>();
-    for (const int tab : {5, 0, 3, 1, 4, 2}) {
-        QTest::keyClick(&place.Window(), static_cast<Qt::Key>(Qt::Key_1 + tab), Qt::AltModifier);
-        QCOMPARE(tabs->currentIndex(), tab);
-    }
-}
-
-void TestAppWindow::DroppedFilesGoToTheListTheyAreDroppedOn_data()
-{
-    QTest::addColumn<QString>("target");
-    QTest::addColumn<QString>("content");
-    QTest::newRow("Long Jobs Queue") << u"Long Jobs Queue"_s << u"a.one  "_s;
-    QTest::newRow("Short Jobs Queue") << u"Short Jobs Queue"_s << u" a.one "_s;
-    QTest::newRow("Queueless Jobs List") << u"Queueless Jobs"_s << u"  a.one"_s;
-}
-
-void TestAppWindow::DroppedFilesGoToTheListTheyAreDroppedOn()
-{
-    WindowPlace place;
-    const auto tables = place.Window().findChildren<KilnUtil_TableWidget *>();
-    const auto list = std::ranges::find(tables, QString::fromLatin1(QTest::currentDataTag()),
-                                        &KilnUtil_TableWidget::accessibleName);
-    QVERIFY(list != tables.end());
-    QString target;
-    WhenDialogIsOpen([&](QDialog &dialog) {
-        const auto boxes = dialog.findChildren<QComboBox *>();
-        target = (*std::ranges::find(boxes, u"Target"_s, &QComboBox::accessibleName))->currentText();
-        Press(dialog, u"Submit"_s);
-    });
-    Q_EMIT(*list)->DropSignal({WriteTestFile(place.Path(u"a.one"_s), "x")});
-    QTEST(target, "target");
-    QTEST((QStringList{Names(Database()->GetLongJobs()), Names(Database()->GetShortJobs()),
-                       Names(Database()->GetQueuelessJobs())}
-               .join(u' ')),
-          "content");
-}
-
-/// Behind the others: no dialog can be run after the event loops have been asked to end.
-void TestAppWindow::QuitsWhileADialogIsOpen()
-{
-    WindowPlace place;
-    Client client{place.SubmitLines(u"a.one"_s, confirmed)};
-    bool opened = false;
-    WhenDialogIsOpen([&](QDialog &) {
-        opened = true;
-        place.session.QuitAtOnceSlot();
-    });
-    QVERIFY(!client.Answer().startsWith("accepted="));
-    QVERIFY(opened);
-    QVERIFY(!QApplication::activeModalWidget());
-    QVERIFY(!Database());
-}
-
-void TestAppWindow::NothingIsLostAtTheExit()
-{
-    WindowPlace place;
-    const auto exit = [&](const QList<WarnAnswer> &answers) {
-        place.prompt.answers = answers;
-        place.appWindow.SystemTrayQuitSlot();
-        return Database() == nullptr;
-    };
-    QVERIFY(!Client{place.SubmitLines(u"a.one"_s, "jobtypename=One")}.Answer().isEmpty());
-    place.appWindow.SystemTrayHideWindowSlot();
-    QVERIFY(!exit({WarnAnswer::No}));
-    QVERIFY(place.prompt.asked.last().text.endsWith(
-        u"\n\n1 job is running and will be ended.\nNo job is waiting."_s));
-    QVERIFY(place.Window().isVisible()); // the question needs its window
-    QVERIFY(!exit({WarnAnswer::Yes, WarnAnswer::Cancel}));
-    // Without a name the project cannot be saved, which is a cancellation too.
-    QVERIFY(!exit({WarnAnswer::Yes, WarnAnswer::Yes}));
-    QCOMPARE(LongJobs(), u"a.one"_s);
-
-    place.prompt.texts = {place.Path(u"saved.mill"_s)};
-    QVERIFY(exit({WarnAnswer::Yes, WarnAnswer::Yes}));
-    QVERIFY(!place.Window().isVisible());
-    QVERIFY(QFileInfo{place.Path(u"saved.mill"_s)}.size() > 0);
-}
-
-void TestAppWindow::AsksAboutTheJobsOfTheLastSession()
-{
-    if (isWindows)
-        QSKIP("The state folder comes from the environment on other systems only.");
-    const QTemporaryDir state;
-    const QByteArray stateBefore = qgetenv("XDG_STATE_HOME");
-    qputenv("XDG_STATE_HOME", state.path().toLocal8Bit());
-    const QString project = state.filePath(u"jobs.mill"_s);
+    void ClosingWithoutATrayMinimises()
     {
         WindowPlace place;
-        const QByteArray input = WriteTestFile(state.filePath(u"a.one"_s), "x").toUtf8();
-        const Client client{"action=submitjob\njobqueue=none\njobtypename=One\njobinputfile=" + input};
-        QTRY_COMPARE(Database()->GetQueuelessJobs().size(), 1);
-        place.prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
-        place.prompt.texts = {project};
-        place.appWindow.SystemTrayQuitSlot();
+        place.Window().close();
+        QVERIFY(place.Window().isVisible());
+        QVERIFY(place.Window().isMinimized());
+        QVERIFY(Client{"action=SHOW"}.Answer().startsWith("accepted="));
+        QVERIFY(!place.Window().isMinimized());
+        QVERIFY(Client{"action=hide"}.Answer().startsWith("accepted="));
+        QVERIFY(!place.Window().isVisible());
+        QVERIFY(Database());
+        QVERIFY(Client{"action=dance"}.Answer().startsWith("refused="));
     }
-    QVERIFY(QDir{}.mkpath(state.filePath(u"taskmill"_s)));
-    const QString spare = WriteTestFile(state.filePath(u"taskmill/taskmill-spare-x.mill"_s), "x");
-    // Saved again it waits as before.
-    const QList<std::pair<WarnAnswer, QString>> outcomes{{WarnAnswer::No, u"Pending"_s},
-                                                         {WarnAnswer::Yes, u"Running"_s}};
-    for (const auto &[answer, status] : outcomes) {
-        WindowPlace place{project};
-        place.prompt.answers = {answer};
-        QTRY_COMPARE(place.prompt.asked.size(), 2);
-        QVERIFY(place.prompt.asked[0].text.contains(spare));
-        QVERIFY(place.prompt.asked[1].text.startsWith(
-            u"1 queueless job was running when this project was closed. Run it again?\n"_s));
-        place.appWindow.MainWindow().Tabs().setCurrentIndex(static_cast<int>(Taskmill_Page::QueuelessJobs));
-        const auto tables = place.Window().findChildren<QTableView *>();
-        const auto table = std::ranges::find(tables, u"Queueless Jobs List"_s, &QWidget::accessibleName);
-        QVERIFY(table != tables.end());
-        QTRY_COMPARE(ColumnTexts(**table, 2), QStringList{status});
-        place.prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
-        place.appWindow.SystemTrayQuitSlot();
+
+    void TabsFitIntoASmallWindow()
+    {
+        WindowPlace place;
+        const QTabWidget &tabs = *place.Window().findChild<QTabWidget *>();
+        const auto lastTabEndAt = [&](int width, int height) {
+            place.Window().resize(width, height);
+            return tabs.tabBar()->tabRect(tabs.count() - 1).right();
+        };
+        const int usual = lastTabEndAt(1400, 500);
+        const int smaller = lastTabEndAt(100, 100);
+        QVERIFY(smaller < usual);
+        QVERIFY2(smaller <= tabs.width(), qPrintable(u"%1 %2"_s.arg(smaller).arg(tabs.width())));
+        QCOMPARE(lastTabEndAt(1400, 500), usual);
     }
-    qputenv("XDG_STATE_HOME", stateBefore);
-}
+
+    void DialogsComeOneAfterAnother()
+    {
+        WindowPlace place;
+        Client first{place.SubmitLines(u"a.one"_s, confirmed)};
+        std::unique_ptr<Client> impatient;
+        std::unique_ptr<Client> third;
+        bool othersWait = false;
+        // The one that gave up may still be asked about.
+        QTimer cancelling;
+        connect(&cancelling, &QTimer::timeout, &cancelling, [] {
+            if (auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget()))
+                dialog->reject();
+        });
+        WhenDialogIsOpen([&](QDialog &dialog) {
+            impatient = std::make_unique<Client>(place.SubmitLines(u"b.one"_s, confirmed));
+            third = std::make_unique<Client>(place.SubmitLines(u"c.one"_s, "jobtypename=One"));
+            othersWait = impatient->MustWait() && third->MustWait() && LongJobs().isEmpty();
+            impatient->GiveUp();
+            Press(dialog, u"Submit"_s);
+            cancelling.start(1);
+        });
+        QVERIFY(first.Answer().startsWith("accepted="));
+        QVERIFY(othersWait);
+        QVERIFY(third->Answer().startsWith("accepted="));
+        QCOMPARE(LongJobs(), u"a.one c.one"_s);
+    }
+
+    void RequestWaitsForTheUsersDialog()
+    {
+        WindowPlace place;
+        std::unique_ptr<Client> asking;
+        QByteArray other;
+        bool mustWait = false;
+        WhenDialogIsOpen([&](QDialog &own) {
+            // One that needs no answer goes on meanwhile.
+            other = Client{place.SubmitLines(u"b.one"_s, "jobtypename=One")}.Answer();
+            asking = std::make_unique<Client>(place.SubmitLines(u"a.one"_s, confirmed));
+            mustWait = asking->MustWait();
+            own.reject();
+        });
+        place.appWindow.NewJobsSlot();
+        QVERIFY(other.startsWith("accepted="));
+        QVERIFY(mustWait);
+        QCOMPARE(LongJobs(), u"b.one"_s);
+        WhenDialogIsOpen([](QDialog &dialog) { Press(dialog, u"Submit"_s); });
+        QVERIFY(asking->Answer().startsWith("accepted="));
+        QCOMPARE(LongJobs(), u"b.one a.one"_s);
+    }
+
+    void TabsOpenByTheirNumbers()
+    {
+        WindowPlace place;
+        QVERIFY(QTest::qWaitForWindowActive(&place.Window()));
+        const auto *tabs = place.Window().findChild<QTabWidget *>();
+        for (const int tab : {5, 0, 3, 1, 4, 2}) {
+            QTest::keyClick(&place.Window(), static_cast<Qt::Key>(Qt::Key_1 + tab), Qt::AltModifier);
+            QCOMPARE(tabs->currentIndex(), tab);
+        }
+    }
+
+    void DroppedFilesGoToTheListTheyAreDroppedOn_data()
+    {
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<QString>("content");
+        QTest::newRow("Long Jobs Queue") << u"Long Jobs Queue"_s << u"a.one  "_s;
+        QTest::newRow("Short Jobs Queue") << u"Short Jobs Queue"_s << u" a.one "_s;
+        QTest::newRow("Queueless Jobs List") << u"Queueless Jobs"_s << u"  a.one"_s;
+    }
+
+    void DroppedFilesGoToTheListTheyAreDroppedOn()
+    {
+        WindowPlace place;
+        QString target;
+        WhenDialogIsOpen([&](QDialog &dialog) {
+            const auto boxes = dialog.findChildren<QComboBox *>();
+            target = (*std::ranges::find(boxes, u"Target"_s, &QComboBox::accessibleName))->currentText();
+            Press(dialog, u"Submit"_s);
+        });
+        Q_EMIT place.Table(QString::fromLatin1(QTest::currentDataTag()))
+            .DropSignal({WriteTestFile(place.Path(u"a.one"_s), "x")});
+        QTEST(target, "target");
+        QTEST((QStringList{Names(Database()->GetLongJobs()), Names(Database()->GetShortJobs()),
+                           Names(Database()->GetQueuelessJobs())}
+                   .join(u' ')),
+              "content");
+    }
+
+    /// Behind the others: no dialog can be run after the event loops have been asked to end.
+    void QuitsWhileADialogIsOpen()
+    {
+        WindowPlace place;
+        Client client{place.SubmitLines(u"a.one"_s, confirmed)};
+        bool opened = false;
+        WhenDialogIsOpen([&](QDialog &) {
+            opened = true;
+            place.session.QuitAtOnceSlot();
+        });
+        QVERIFY(!client.Answer().startsWith("accepted="));
+        QVERIFY(opened);
+        QVERIFY(!QApplication::activeModalWidget());
+        QVERIFY(!Database());
+    }
+
+    void NothingIsLostAtTheExit()
+    {
+        WindowPlace place;
+        const auto exit = [&](const QList<WarnAnswer> &answers) {
+            place.prompt.answers = answers;
+            place.appWindow.SystemTrayQuitSlot();
+            return Database() == nullptr;
+        };
+        QVERIFY(!Client{place.SubmitLines(u"a.one"_s, "jobtypename=One")}.Answer().isEmpty());
+        place.appWindow.SystemTrayHideWindowSlot();
+        QVERIFY(!exit({WarnAnswer::No}));
+        QVERIFY(place.prompt.asked.last().text.endsWith(
+            u"\n\n1 job is running and will be ended.\nNo job is waiting."_s));
+        QVERIFY(place.Window().isVisible()); // the question needs its window
+        QVERIFY(!exit({WarnAnswer::Yes, WarnAnswer::Cancel}));
+        // Without a name the project cannot be saved, which is a cancellation too.
+        QVERIFY(!exit({WarnAnswer::Yes, WarnAnswer::Yes}));
+        QCOMPARE(LongJobs(), u"a.one"_s);
+
+        place.prompt.texts = {place.Path(u"saved.mill"_s)};
+        QVERIFY(exit({WarnAnswer::Yes, WarnAnswer::Yes}));
+        QVERIFY(!place.Window().isVisible());
+        QVERIFY(QFileInfo{place.Path(u"saved.mill"_s)}.size() > 0);
+    }
+
+    void AsksAboutTheJobsOfTheLastSession()
+    {
+        if (isWindows)
+            QSKIP("The state folder comes from the environment on other systems only.");
+        qputenv("XDG_STATE_HOME", Path().toLocal8Bit());
+        const QString project = Path(u"jobs.mill"_s);
+        const auto quit = [](WindowPlace &place) {
+            place.prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
+            place.appWindow.SystemTrayQuitSlot();
+        };
+        {
+            WindowPlace place;
+            const QByteArray input = WriteTestFile(Path(u"a.one"_s), "x").toUtf8();
+            const Client client{"action=submitjob\njobqueue=none\njobtypename=One\njobinputfile=" + input};
+            QTRY_COMPARE(Database()->GetQueuelessJobs().size(), 1);
+            place.prompt.texts = {project};
+            quit(place);
+        }
+        QVERIFY(QDir{}.mkpath(Path(u"taskmill"_s)));
+        const QString spare = WriteTestFile(Path(u"taskmill/taskmill-spare-x.mill"_s), "x");
+        // Saved again it waits as before.
+        for (const auto answer : {WarnAnswer::No, WarnAnswer::Yes}) {
+            WindowPlace place{project};
+            place.prompt.answers = {answer};
+            QTRY_COMPARE(place.prompt.asked.size(), 2);
+            QVERIFY(place.prompt.asked[0].text.contains(spare));
+            QVERIFY(place.prompt.asked[1].text.startsWith(
+                u"1 queueless job was running when this project was closed. Run it again?\n\nIf you choose No, it waits in the tab"_s));
+            place.appWindow.MainWindow().Tabs().setCurrentIndex(
+                static_cast<int>(Taskmill_Page::QueuelessJobs));
+            QTRY_COMPARE(ColumnTexts(place.Table(u"Queueless Jobs List"_s), 2),
+                         QStringList{answer == WarnAnswer::No ? u"Pending"_s : u"Running"_s});
+            quit(place);
+        }
+    }
+};
 
 QTEST_MAIN(TestAppWindow)
 #include "test_appwindow.moc"

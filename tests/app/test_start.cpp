@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/debuglog.h"
 #include "app/startoptions.h"
-#include "support/testutil.h"
-
-#include <QDir>
-#include <QTemporaryDir>
-#include <QtTest>
+#include "support/testcase.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -13,13 +9,11 @@ using Mode = Taskmill_RunMode;
 using Outcome = Taskmill_FileArgument::Outcome;
 
 /// What the command line says.
-class TestStart : public QObject
+class TestStart : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { FailOnQtWarnings(); }
-
     void OptionsChooseTheMode()
     {
         const auto parsed = [](const QString &line) {
@@ -67,9 +61,7 @@ private Q_SLOTS:
 
     void LogTakesEveryMessage()
     {
-        const QTemporaryDir directory;
-        const QString before = QDir::currentPath();
-        QVERIFY(QDir::setCurrent(directory.path()));
+        QVERIFY(QDir::setCurrent(Path()));
         for (const QString &option : {u"-DebugFile=log.txt"_s, u"-debugfile"_s}) {
             Taskmill_DebugLog::TurnOn({u"taskmill"_s, u"-debugs"_s, option, u"-debugfile=late.txt"_s});
             QCOMPARE(Taskmill_DebugLog::Level(), 7);
@@ -82,7 +74,6 @@ private Q_SLOTS:
             QCOMPARE(ReadTestFile(file), "Warning: first\nInfo:   second\n????:    third\n");
             QVERIFY(!QFile::exists(u"late.txt"_s));
         }
-        QVERIFY(QDir::setCurrent(before));
     }
 };
 

@@ -3,18 +3,15 @@
 
 #include "db/database.h"
 #include "db/databasemanager.h"
+#include "db/databasetestutil.h"
 #include "jobs/jobnotification.h"
 #include "requests/notificationsender.h"
 #include "requests/requestserver.h"
-#include "support/testutil.h"
+#include "support/testcase.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTemporaryDir>
-#include <QtTest>
-
-#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -71,15 +68,14 @@ private:
 };
 } // namespace
 
-class TestCtl : public QObject
+class TestCtl : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
+    void init() override
     {
-        FailOnQtWarnings();
-        m_directory = std::make_unique<QTemporaryDir>();
+        TestCase::init();
         WriteTestFile(Path(u"water.mop"_s), "x");
         WriteTestFile(Path(u"größe 2.mop"_s), "x");
         m_manager = std::make_unique<FakeManager>();
@@ -163,19 +159,7 @@ private Q_SLOTS:
         QVERIFY(!m_manager->requests.first().ExactJobType);
     }
 
-    void WaitsForTheEndOfEachJob()
-    {
-        m_manager->statuses = {Status::Killed, Status::Completed};
-        m_manager->answers = {"accepted=1\n", "accepted=2\n"};
-        const CtlResult result = Run(u"submit --wait --raw water.mop"_s, {u"größe 2.mop"_s});
-        QCOMPARE(result.status, 1);
-        QCOMPARE(m_manager->sent.size(), 2);
-        for (const QByteArray &notification : m_manager->sent)
-            QVERIFY2(result.out.contains(notification + '\n'), result.out.constData());
-        QVERIFY(!result.out.contains("somebody-else"));
-    }
-
-    void TellsTheEndOfEachJobInALine()
+    void TellsTheEndOfEachJob()
     {
         const QByteArray paused = "jobqueue=long\nqueuepaused=yes\n";
         m_manager->statuses = {Status::Failed, Status::Completed, Status::Killed};
@@ -192,6 +176,13 @@ private Q_SLOTS:
         // Who waits for a paused queue hears of it once.
         QCOMPARE(result.err.count("is paused: job 22 waits"), 1);
         QCOMPARE(result.err.count('\n'), 1);
+
+        m_manager->statuses = {Status::Completed};
+        m_manager->answers = {"accepted=1\n"};
+        const CtlResult raw = Run(u"submit --wait --raw water.mop"_s);
+        QCOMPARE(raw.status, 0);
+        QVERIFY2(raw.out.contains(m_manager->sent.last() + '\n'), raw.out.constData());
+        QVERIFY(!raw.out.contains("somebody-else"));
     }
 
     void SaysWhatItWaitsFor()
@@ -200,7 +191,7 @@ private Q_SLOTS:
         m_manager->answers = {"accepted=1\n"};
         const CtlResult result =
             RunCtl({u"submit"_s, u"water.mop"_s},
-                   {.consolePort = m_manager->Port(), .directory = m_directory->path(), .onError = [this] {
+                   {.consolePort = m_manager->Port(), .directory = Path(), .onError = [this] {
                         m_manager->isBusy = false;
                     }});
         QCOMPARE(result.status, 0);
@@ -310,37 +301,25 @@ private Q_SLOTS:
         QCOMPARE(Run(u"project create jobs.mill"_s).status, 0);
         const auto database = Taskmill_Database_Manager::MakeMemoryDatabase();
         QVERIFY(database->LoadFromFile(Path(u"jobs.mill"_s)));
-        Taskmill_JobRecord job;
-        job.JobType = database->GetJobTypes().first();
-        job.Name = u"Wasser"_s;
-        job.Status = Status::Completed;
-        job.JobID = 7;
-        job.QueueName = u"Short"_s;
-        job.InputFilePath = u"/w/a.in"_s;
-        job.InputFilePath2 = u"/w/b.in"_s;
-        job.ClientName = u"host"_s;
-        job.ClientAppName = u"Editor"_s;
-        job.Submitted = QDateTime{{2024, 3, 7}, {16, 0, 0}};
-        job.Started = QDateTime{{2024, 3, 8}, {17, 0, 0}};
-        job.Finished = QDateTime{{2024, 3, 9}, {18, 0, 0}};
+        Taskmill_JobRecord job = SampleJob(database->GetJobTypes().first(), 7);
         job.StandardInputFile = u"/tmp/answers"_s;
         job.PlaceholderValues = {{u"@TITLE"_s, u"Eis"_s}};
         QVERIFY(database->InsertFinishedJob(job, true));
         QVERIFY(database->SaveToFile(Path(u"jobs.mill"_s)));
 
         const QByteArray text = Run(u"jobs jobs.mill"_s).out;
-        QVERIFY2(text.contains("Wasser  Completed"), text.constData());
-        QVERIFY2(text.contains("Short Jobs Queue is Empty"), text.constData());
-        QVERIFY2(text.contains("standard input=/tmp/answers; @TITLE=Eis"), text.constData());
+        for (const char *part : {"Wasser – 水's  Completed", "Short Jobs Queue is Empty",
+                                 "standard input=/tmp/answers; @TITLE=Eis"})
+            QVERIFY2(text.contains(part), text.constData());
         QVERIFY(!Run(u"jobs jobs.mill --long"_s).out.contains("Wasser"));
-        const QByteArray json = Run(u"jobs jobs.mill --finished --json"_s).out;
-        const QByteArray expected =
-            "{`list`:`finished`,`id`:7,`name`:`Wasser`,`status`:`Completed`,`jobtype`:`Veltra`,`queue`:`"
-            "Short`,"
-            "`executablepath`:`%1`,`commandline`:`%1 -nproc=0 -b /w/a.in`,`inputfile`:`/w/a.in`,"
-            "`inputfile2`:`/w/b.in`,`submitted`:`2024-03-07T16:00:00`,`started`:`2024-03-08T17:00:00`,"
-            "`finished`:`2024-03-09T18:00:00`,`clientname`:`host`,`clientappname`:`Editor`}";
-        ExpectFields(json, expected);
+        ExpectFields(
+            Run(u"jobs jobs.mill --finished --json"_s).out,
+            "{`list`:`finished`,`id`:7,`name`:`Wasser – "
+            "水's`,`status`:`Completed`,`jobtype`:`Veltra`,`queue`:`Long`,"
+            "`executablepath`:`%1`,`commandline`:`%1 -nproc=0 -b "
+            "/tmp/Größe's.mop`,`inputfile`:`/tmp/Größe's.mop`,"
+            "`inputfile2`:`/tmp/second`,`submitted`:`2024-02-29T01:02:03`,`started`:`2024-02-29T01:02:04`,"
+            "`finished`:`2024-03-01T00:00:00`,`clientname`:`host`,`clientappname`:`app`}");
     }
 
 private:
@@ -349,11 +328,11 @@ private:
     [[nodiscard]] CtlResult Run(const QString &line, const QStringList &rest = {},
                                 const std::function<void()> &onOutput = {}) const
     {
-        return RunCtl(line.split(u' ') + rest, {.consolePort = m_manager->Port(),
-                                                .directory = m_directory->path(),
-                                                .variables = {u"VELTRA_EXE="_s + TestProgramPath(),
-                                                              u"GAUSS_EXEDIR="_s + m_directory->path()},
-                                                .onOutput = onOutput});
+        return RunCtl(line.split(u' ') + rest,
+                      {.consolePort = m_manager->Port(),
+                       .directory = Path(),
+                       .variables = {u"VELTRA_EXE="_s + TestProgramPath(), u"GAUSS_EXEDIR="_s + Path()},
+                       .onOutput = onOutput});
     }
     /// What it says about a run that ends with this status and without output.
     [[nodiscard]] QByteArray Complaint(int status, const QString &line, const QStringList &rest = {}) const
@@ -373,9 +352,7 @@ private:
         for (auto field = fields.begin(); field != fields.end(); ++field)
             QCOMPARE(shown[field.key()], field.value());
     }
-    [[nodiscard]] QString Path(const QString &name) const { return m_directory->filePath(name); }
 
-    std::unique_ptr<QTemporaryDir> m_directory;
     std::unique_ptr<FakeManager> m_manager;
 };
 

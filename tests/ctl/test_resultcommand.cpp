@@ -1,28 +1,25 @@
 // SPDX-License-Identifier: MIT
 #include "ctlrun.h"
 
-#include "support/testutil.h"
-
-#include <QTemporaryDir>
-#include <QtTest>
+#include "support/testcase.h"
 
 using namespace Qt::Literals::StringLiterals;
 
 /// The commands on outputs and inputs, run as their user does.
-class TestResultCommand : public QObject
+class TestResultCommand : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
+    void init() override
     {
-        FailOnQtWarnings();
-        WriteTestFile(m_directory.filePath(u"größe.out"_s),
+        TestCase::init();
+        WriteTestFile(Path(u"größe.out"_s),
                       "* O   R   C   A *\nProgram Version 5.0.4 -  RELEASE  -\n"
                       "* GEOMETRY OPTIMIZATION CYCLE   1 *\nFINAL SINGLE POINT ENERGY  -74.967638760929\n"
                       "[file a.cpp, line 1]: Error \"\xFF\" \\ \n");
-        WriteTestFile(m_directory.filePath(u"a.gjf"_s), "%mem=1500KB\n%nproc=4\n%chk=a.chk\n#p hf\n\n");
-        WriteTestFile(m_directory.filePath(u"empty"_s), {});
+        WriteTestFile(Path(u"a.gjf"_s), "%mem=1500KB\n%nproc=4\n%chk=a.chk\n#p hf\n\n");
+        WriteTestFile(Path(u"empty"_s), {});
     }
 
     void ResultAsJson()
@@ -76,10 +73,8 @@ private Q_SLOTS:
 private:
     [[nodiscard]] CtlResult Run(const QStringList &arguments) const
     {
-        return RunCtl(arguments, {.directory = m_directory.path()});
+        return RunCtl(arguments, {.directory = Path()});
     }
-
-    QTemporaryDir m_directory;
 };
 
 QTEST_GUILESS_MAIN(TestResultCommand)

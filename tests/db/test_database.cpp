@@ -2,10 +2,7 @@
 #include "databasetestutil.h"
 #include "db/databasemanager.h"
 #include "support/scriptedprompt.h"
-#include "support/testutil.h"
-
-#include <QTemporaryDir>
-#include <QtTest>
+#include "support/testcase.h"
 
 #include <sqlite3.h>
 
@@ -22,16 +19,15 @@ int CountDatabase(sqlite3 *, const char **, const sqlite3_api_routines *)
 } // namespace
 
 /// The tables, how those of earlier versions are upgraded, and the rows in them.
-class TestDatabase : public QObject
+class TestDatabase : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { FailOnQtWarnings(); }
-
     void TablesAreThoseOfTheFormat()
     {
-        const QString statements = QString::fromUtf8(ReadTestFile(KeptFile(u"schema.sql"_s)));
+        const QString statements =
+            QString::fromUtf8(ReadTestFile(QStringLiteral(TASKMILL_KEPT_FILES "schema.sql")));
         QCOMPARE(RowsOf(*MakeDatabase(), u"SELECT sql || ';' FROM sqlite_master WHERE sql <> ''"_s),
                  statements.trimmed().split(u'\n'));
     }
@@ -50,7 +46,8 @@ private Q_SLOTS:
     {
         QFETCH(const QString, addedFields);
         const auto database = MakeClosedDatabase();
-        const QString file = KeptFile(QString::fromLatin1(QTest::currentDataTag()) + u".mill"_s);
+        const QString file =
+            QStringLiteral(TASKMILL_KEPT_FILES "%1.mill").arg(QString::fromLatin1(QTest::currentDataTag()));
         const QString columns = u"SELECT tables.name, columns.name, columns.type, columns.[notnull] FROM "
                                 "sqlite_master tables, pragma_table_info(tables.name) columns WHERE "
                                 "tables.type = 'table' ORDER BY tables.name, columns.cid"_s;
@@ -149,60 +146,66 @@ private Q_SLOTS:
         const auto database = MakeDatabase();
         Taskmill_JobType jobType = SampleJobType(u"Type"_s);
         QVERIFY(database->InsertJobType(jobType, true));
-        Taskmill_JobRecord job = SampleJob(jobType, 1);
-        job.JobType.GenericCommandLine = u"@EXEFILE @INFILE @OUTFILE"_s;
+        const Taskmill_JobRecord job = SampleJob(jobType, 1);
         QVERIFY(database->InsertFinishedJob(job, true));
         jobType.ApplicationName = u"other"_s;
         jobType.ExecutablePath = u"/opt/other"_s;
         jobType.GenericCommandLine = u"@EXEFILE --new"_s;
         jobType.Name = u"Renamed"_s;
         QVERIFY(database->UpdateJobType(0, jobType));
-        const Taskmill_JobRecord read = database->GetFinishedJobs().value(0);
-        QCOMPARE(read.JobType.Name, u"Renamed"_s);
-        QCOMPARE(read.JobType.ApplicationName, job.JobType.ApplicationName);
-        QCOMPARE(read.JobType.ExecutablePath, job.JobType.ExecutablePath);
-        QCOMPARE(read.CommandLine(), job.CommandLine());
         // Written again it is still what ran.
-        QVERIFY(database->InsertFinishedJob(read, true));
-        QCOMPARE(database->GetFinishedJobs().value(1).CommandLine(), job.CommandLine());
+        for (int row = 0; row < 2; ++row) {
+            const Taskmill_JobRecord read = database->GetFinishedJobs().value(row);
+            QCOMPARE(read.JobType.Name, u"Renamed"_s);
+            QCOMPARE(read.JobType.ApplicationName, job.JobType.ApplicationName);
+            QCOMPARE(read.JobType.ExecutablePath, job.JobType.ExecutablePath);
+            QCOMPARE(read.CommandLine(), job.CommandLine());
+            QVERIFY(database->InsertFinishedJob(read, true));
+        }
     }
 
     void AddedFieldsLiveAsLongAsTheirJob()
     {
         const auto database = MakeDatabase();
-        Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 5);
+        const Taskmill_JobRecord plain = SampleJob(SampleJobType(u"Type"_s), 5);
         const QString tableText = u"SELECT sql FROM sqlite_master WHERE name = 'AddedFields'"_s;
-        QVERIFY(database->InsertLongJob(job, true));
+        QVERIFY(database->InsertLongJob(plain, true));
         QCOMPARE(RowsOf(*database, tableText), QStringList{});
+        Taskmill_JobRecord job = plain;
         job.JobID = 6;
         job.CheckpointFile = u"a.chk"_s;
         job.PlaceholderValues = {{u"@T"_s, u"x"_s}};
-        QVERIFY(database->InsertLongJob(job, true) && database->InsertLongJob(job, true));
+        QVERIFY(database->InsertLongJob(job, true));
+        QVERIFY(database->InsertLongJob(job, true));
         QCOMPARE(RowsOf(*database, tableText),
                  QStringList{u"CREATE TABLE AddedFields (Owner TEXT, OwnerID INTEGER, Name TEXT, Value TEXT, "
                              "PRIMARY KEY (Owner, OwnerID, Name))"_s});
         const QStringList fields{u"job|6|CheckpointFile|a.chk"_s, u"job|6|Placeholder 001 @T|x"_s};
-        const QString content = u"SELECT * FROM AddedFields ORDER BY OwnerID, Name"_s;
-        QCOMPARE(RowsOf(*database, content), fields);
-        // It moves; then another one ends.
-        QVERIFY(database->InsertFinishedJob(job, true) && database->DeleteLongJob(6));
-        QVERIFY(database->DeleteLongJob(5));
-        QCOMPARE(RowsOf(*database, content), fields);
+        const auto content = [&] {
+            return RowsOf(*database, u"SELECT * FROM AddedFields ORDER BY OwnerID, Name"_s);
+        };
+        QCOMPARE(content(), fields);
+        // It moves; then another one ends; then it moves again.
+        QVERIFY(database->InsertFinishedJob(job, true));
+        QVERIFY(database->DeleteLongJob(6));
         QVERIFY(database->DeleteFinishedJobs({4, 5}));
-        QCOMPARE(RowsOf(*database, content), fields);
-        QVERIFY(database->InsertShortJob(job, true) && database->DeleteFinishedJobs({5, 6}));
-        QCOMPARE(RowsOf(*database, content), fields);
+        QCOMPARE(content(), fields);
+        QVERIFY(database->InsertShortJob(job, true));
+        QVERIFY(database->DeleteFinishedJobs({5, 6}));
+        QCOMPARE(content(), fields);
         QVERIFY(database->DeleteShortJob(6));
-        QCOMPARE(RowsOf(*database, content), QStringList{});
+        QCOMPARE(content(), QStringList{});
         // A number that is used again has nothing of the job before it.
         QVERIFY(database->InsertQueuelessJob(job, true));
-        QVERIFY(database->InsertQueuelessJob(SampleJob(SampleJobType(u"Type"_s), 6), true));
-        QCOMPARE(RowsOf(*database, content), QStringList{});
+        job = plain;
+        job.JobID = 6;
+        QVERIFY(database->InsertQueuelessJob(job, true));
+        QCOMPARE(content(), QStringList{});
     }
 
     void FieldsWithoutAnOwnerGo()
     {
-        const QString path = m_directory.filePath(u"orphans.mill"_s);
+        const QString path = Path(u"orphans.mill"_s);
         const auto database = MakeDatabase();
         Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 5);
         AddSampleFields(job);
@@ -228,27 +231,23 @@ private Q_SLOTS:
 
     void RowsAreKnownAfterEachChange()
     {
-        const QString path = m_directory.filePath(u"other.mill"_s);
+        const QString path = Path(u"other.mill"_s);
         const auto database = MakeDatabase();
-        const auto insert = [&database](qint32 jobID) {
-            QVERIFY(database->InsertLongJob(SampleJob(SampleJobType(u"Type"_s), jobID), true));
+        const auto insert = [&database](const QList<int> &jobIDs) {
+            for (const int jobID : jobIDs)
+                QVERIFY(database->InsertLongJob(SampleJob(SampleJobType(u"Type"_s), jobID), true));
         };
         const auto content = [&database] {
-            QStringList list = RowsOf(*database, u"SELECT JobID FROM LongJobsQueue"_s);
-            for (const Taskmill_JobType &jobType : database->GetJobTypes())
-                list.append(jobType.Name);
-            return list.join(u' ');
+            return RowsOf(*database, u"SELECT JobID FROM LongJobsQueue UNION ALL SELECT Name FROM JobTypes"_s)
+                .join(u' ');
         };
-        insert(5);
-        insert(6);
-        insert(5);
+        insert({5, 6, 5});
         QVERIFY(database->InsertJobType(SampleJobType(u"A"_s), true));
         QVERIFY(database->SaveToFile(path));
         QCOMPARE(content(), u"5 6 5 A"_s);
         QVERIFY(database->DeleteLongJob(5));
         // The new row has the key of a deleted one.
-        insert(7);
-        insert(8);
+        insert({7, 8});
         QVERIFY(database->DeleteLongJob(5));
         QVERIFY(database->DeleteLongJob(8));
         QVERIFY(database->InsertJobType(SampleJobType(u"B"_s), true));
@@ -263,7 +262,7 @@ private Q_SLOTS:
 
     void OddRowsAreReadable()
     {
-        const QString path = m_directory.filePath(u"odd.mill"_s);
+        const QString path = Path(u"odd.mill"_s);
         const auto database = MakeDatabase();
         const Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 1);
         QVERIFY(database->InsertLongJob(job, true));
@@ -377,13 +376,6 @@ private:
             rows += RowsOf(database, u"SELECT * FROM "_s + table);
         return rows.join(u'\n').toUtf8();
     }
-
-    [[nodiscard]] static QString KeptFile(const QString &name)
-    {
-        return QStringLiteral(TASKMILL_KEPT_FILES) + name;
-    }
-
-    QTemporaryDir m_directory;
 };
 
 QTEST_GUILESS_MAIN(TestDatabase)

@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "databasetestutil.h"
-#include "support/testutil.h"
+#include "support/testcase.h"
 
-#include <QDir>
-#include <QTemporaryDir>
-#include <QtTest>
-
-#include <algorithm>
 #include <csignal>
 
 #include <sys/resource.h>
@@ -39,15 +34,14 @@ void LimitFileSize(rlim_t size, void (*handler)(int))
 } // namespace
 
 /// Whole databases to and from files, and what becomes of both when that fails.
-class TestDatabaseCopy : public QObject
+class TestDatabaseCopy : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
+    void init() override
     {
-        FailOnQtWarnings();
-        m_directory = std::make_unique<QTemporaryDir>();
+        TestCase::init();
         m_target = Path(u"target.mill"_s);
     }
 
@@ -76,7 +70,7 @@ private Q_SLOTS:
 
     void LinkAndPermissionsStay()
     {
-        QVERIFY(QDir{m_directory->path()}.mkdir(u"elsewhere"_s));
+        QVERIFY(QDir{Path()}.mkdir(u"elsewhere"_s));
         const QString file = WriteTestFile(Path(u"elsewhere/file.mill"_s), "old");
         const auto permissions =
             QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser | QFile::ReadGroup;
@@ -140,7 +134,7 @@ private Q_SLOTS:
     void UnusableFileIsNotLoaded()
     {
         QVERIFY(MakeLargeDatabase()->SaveToFile(m_target));
-        QVERIFY(QDir{m_directory->path()}.mkdir(u"directory"_s));
+        QVERIFY(QDir{Path()}.mkdir(u"directory"_s));
         QCOMPARE(mkfifo(QFile::encodeName(Path(u"pipe"_s)).constData(), 0600), 0);
         RawDatabase other{m_target};
         other.Execute({u"BEGIN EXCLUSIVE"_s});
@@ -159,37 +153,37 @@ private Q_SLOTS:
 
     void BadFileIsRefusedWithItsReason_data()
     {
-        QTest::addColumn<QStringList>("statements");
+        QTest::addColumn<QString>("statements");
         QTest::addColumn<int>("bytesMore");
         QTest::addColumn<QString>("reason");
-        const QStringList none;
-        QTest::newRow("cut inside the last page") << none << -300 << u"The end of the file is missing: it"_s;
-        QTest::newRow("cut by pages") << none << -40960 << u"The end of the file is missing: it"_s;
-        QTest::newRow("longer than its pages") << none << 1 << u"The end of the file is missing"_s;
-        const QString drop = u"DROP TABLE FinishedJobs"_s;
-        QTest::newRow("a view") << QStringList{drop, u"CREATE VIEW FinishedJobs AS SELECT 1 AS JobID"_s} << 0
-                                << u"It holds the view FinishedJobs,"_s;
-        QTest::newRow("a trigger")
-            << QStringList{u"CREATE TRIGGER T AFTER DELETE ON Jobs BEGIN SELECT 1; END"_s} << 0
-            << u"It holds the trigger T,"_s;
-        QTest::newRow("a virtual table")
-            << QStringList{drop, u"CREATE VIRTUAL TABLE FinishedJobs USING fts5(JobID)"_s} << 0
-            << u"It holds the virtual table FinishedJobs,"_s;
-        QTest::newRow("a table of another program")
-            << QStringList{drop, u"CREATE TABLE finishedjobs (Colour, Weight)"_s} << 0
-            << u"Its table FinishedJobs has none of the columns"_s;
-        QTest::newRow("added fields of another kind")
-            << QStringList{u"CREATE TABLE AddedFields (Owner, Name, Value)"_s} << 0
-            << u"Its table AddedFields lacks columns"_s;
+        const auto add = [](const char *name, const QString &statements, int bytesMore,
+                            const QString &reason) {
+            QTest::newRow(name) << statements << bytesMore << reason;
+        };
+        add("cut inside the last page", {}, -300, u"The end of the file is missing: it"_s);
+        add("cut by pages", {}, -40960, u"The end of the file is missing: it"_s);
+        add("longer than its pages", {}, 1, u"The end of the file is missing"_s);
+        const QString drop = u"DROP TABLE FinishedJobs;"_s;
+        add("a view", drop + u"CREATE VIEW FinishedJobs AS SELECT 1 AS JobID"_s, 0,
+            u"It holds the view FinishedJobs,"_s);
+        add("a trigger", u"CREATE TRIGGER T AFTER DELETE ON Jobs BEGIN SELECT 1; END"_s, 0,
+            u"It holds the trigger T,"_s);
+        add("a virtual table", drop + u"CREATE VIRTUAL TABLE FinishedJobs USING fts5(JobID)"_s, 0,
+            u"It holds the virtual table FinishedJobs,"_s);
+        add("a table of another program", drop + u"CREATE TABLE finishedjobs (Colour, Weight)"_s, 0,
+            u"Its table FinishedJobs has none of the columns"_s);
+        add("added fields of another kind", u"CREATE TABLE AddedFields (Owner, Name, Value)"_s, 0,
+            u"Its table AddedFields lacks columns"_s);
     }
 
     void BadFileIsRefusedWithItsReason()
     {
-        QFETCH(QStringList, statements);
+        QFETCH(QString, statements);
         QFETCH(int, bytesMore);
         QFETCH(QString, reason);
         QVERIFY(MakeLargeDatabase()->SaveToFile(m_target));
-        RawDatabase{m_target}.Execute(statements);
+        RawDatabase{m_target}.Execute(
+            statements.split(QRegularExpression{u";(?! END)"_s}, Qt::SkipEmptyParts));
         QVERIFY(QFile::resize(m_target, QFileInfo{m_target}.size() + bytesMore));
         const auto database = MakeDatabase();
         QString given;
@@ -207,8 +201,8 @@ private Q_SLOTS:
             RawDatabase other{m_target};
             other.Execute(
                 {u"PRAGMA cache_size = 1"_s, u"BEGIN"_s, u"UPDATE GeneralData SET DataStr = 'x'"_s});
-            QVERIFY(QFile::copy(m_target, copy) &&
-                    QFile::copy(m_target + u"-journal"_s, copy + u"-journal"_s));
+            QVERIFY(QFile::copy(m_target, copy));
+            QVERIFY(QFile::copy(m_target + u"-journal"_s, copy + u"-journal"_s));
             other.Execute({u"ROLLBACK"_s});
         }
         const QByteArray before = ReadTestFile(copy);
@@ -219,14 +213,11 @@ private Q_SLOTS:
     }
 
 private:
-    [[nodiscard]] QString Path(const QString &name) const { return m_directory->filePath(name); }
     [[nodiscard]] QStringList Files() const
     {
-        return QDir{m_directory->path()}.entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
-                                                   QDir::NoDotAndDotDot);
+        return QDir{Path()}.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
     }
 
-    std::unique_ptr<QTemporaryDir> m_directory;
     QString m_target;
 };
 

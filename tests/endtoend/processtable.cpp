@@ -1,79 +1,46 @@
 // SPDX-License-Identifier: MIT
 #include "endtoend/processtable.h"
 
-#include "support/testutil.h"
+#include "processes/processinspector.h"
 
-#include <QByteArray>
-#include <QDir>
+#include <QCoreApplication>
 
-#include <csignal>
+#include <algorithm>
 
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-using namespace Qt::Literals::StringLiterals;
-
-namespace {
-QByteArray ReadProcFile(int processID, const QString &name)
+static Taskmill_ProcessRecord Find(int processID)
 {
-    return ReadTestFile(u"/proc/%1/%2"_s.arg(QString::number(processID), name));
-}
-
-/// The fields of /proc/N/stat from the state on; none when there is no such process. The name before them may
-/// hold blanks.
-QByteArrayList StatFields(int processID)
-{
-    const QByteArray text = ReadProcFile(processID, u"stat"_s);
-    const qsizetype nameEnd = text.lastIndexOf(')');
-    return nameEnd < 0 ? QByteArrayList{} : text.sliced(nameEnd + 2).split(' ');
-}
-
-QList<int> Children()
-{
-    QList<int> children;
-    const QStringList names = QDir{u"/proc"_s}.entryList(QDir::Dirs);
-    for (const QString &name : names) {
-        const int processID = name.toInt();
-        if (processID > 0 && StatFields(processID).value(1).toInt() == getpid())
-            children.append(processID);
-    }
-    return children;
-}
-} // namespace
-
-void ProcessTable::AdoptOrphans()
-{
-    if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0)
-        qFatal("orphans cannot be adopted");
+    const auto processes = Taskmill_MakeSystemProcessInspector()->ListProcesses();
+    const auto found = std::ranges::find(processes, processID, &Taskmill_ProcessRecord::ProcessIdNumber);
+    return found == processes.end() ? Taskmill_ProcessRecord{} : *found;
 }
 
 QList<int> ProcessTable::LivingChildren()
 {
-    QList<int> children = Children();
-    children.removeIf([](int processID) { return !IsAlive(processID); });
+    QList<int> children;
+    for (const Taskmill_ProcessRecord &process : Taskmill_MakeSystemProcessInspector()->ListProcesses()) {
+        if (process.ParentProcessIdNumber() == QCoreApplication::applicationPid())
+            children.append(process.ProcessIdNumber());
+    }
     return children;
 }
 
 void ProcessTable::EndChildren()
 {
     // The children of those that end become children of this process.
-    for (QList<int> children = Children(); !children.isEmpty(); children = Children()) {
-        for (const int processID : children) {
-            kill(processID, SIGKILL);
-            waitpid(processID, nullptr, 0);
-        }
+    for (QList<int> children = LivingChildren(); !children.isEmpty(); children = LivingChildren()) {
+        for (const int processID : children)
+            Taskmill_MakeSystemProcessInspector()->Terminate({}, processID);
+        Bury();
     }
 }
 
 bool ProcessTable::IsAlive(int processID)
 {
-    const QByteArray state = StatFields(processID).value(0);
-    return !state.isEmpty() && state != "Z" && state != "X";
+    return !Find(processID).ProcessId.isEmpty();
 }
 
 qint64 ProcessTable::ProcessorTicks(int processID)
 {
-    const QByteArrayList fields = StatFields(processID);
-    return fields.value(11).toLongLong() + fields.value(12).toLongLong();
+    const Taskmill_ProcessRecord process = Find(processID);
+    return (process.UserModeTime.toLongLong() + process.KernelModeTime.toLongLong()) / 100'000;
 }

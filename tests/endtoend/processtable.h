@@ -11,9 +11,11 @@ void AdoptOrphans();
 [[nodiscard]] QList<int> LivingChildren();
 /// Kills and buries the children; to be called when no other child of this process is needed any more.
 void EndChildren();
+/// Takes the results of children that have ended.
+void Bury();
 
 /// A process that has ended but was not waited for does not live.
 [[nodiscard]] bool IsAlive(int processID);
-/// The processor time used so far, in clock ticks of the system (hundredths of a second). Not on Windows.
+/// The processor time used so far, in clock ticks of the system (hundredths of a second).
 [[nodiscard]] qint64 ProcessorTicks(int processID);
 } // namespace ProcessTable

@@ -68,6 +68,12 @@ ProjectRows ProjectFixture::Rows() const
 
 void ManagerTest::init()
 {
-    FailOnQtWarnings();
+    TestCase::init();
     m_project = std::make_unique<ProjectFixture>();
+}
+
+void ManagerTest::cleanup()
+{
+    m_project.reset();
+    TestCase::cleanup();
 }

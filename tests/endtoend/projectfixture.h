@@ -3,7 +3,7 @@
 
 #include "endtoend/managerprocess.h"
 #include "jobs/jobrecord.h"
-#include "support/testutil.h"
+#include "support/testcase.h"
 
 #include <QTemporaryDir>
 
@@ -61,7 +61,7 @@ private:
 };
 
 /// Gives each test function a project of its own.
-class ManagerTest : public QObject
+class ManagerTest : public TestCase
 {
     Q_OBJECT
 
@@ -69,9 +69,8 @@ protected:
     [[nodiscard]] ProjectFixture &Project() const { return *m_project; }
     [[nodiscard]] ManagerProcess &Manager() const { return m_project->Manager(); }
 
-private Q_SLOTS:
-    void init();
-    void cleanup() { m_project.reset(); }
+    void init() override;
+    void cleanup() override;
 
 private:
     std::unique_ptr<ProjectFixture> m_project;

@@ -4,9 +4,6 @@
 #include "manager/version.h"
 
 #include <QStandardPaths>
-#include <QtTest>
-
-#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -23,145 +20,140 @@ class TestWindow : public ManagerTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void ComesAndGoesByTheTray();
-    void DayOfAChemist();
+    void ComesAndGoesByTheTray()
+    {
+        Desktop desktop;
+        QVERIFY(Project().AddTestType(u"Wait"_s, u"wait"_s));
+        QVERIFY(desktop.Start());
+        QVERIFY(Start(desktop));
+        const QString title = Taskmill_VersionText();
+        const auto chooseInTray = [&](int line) {
+            const auto icon = desktop.WaitForTrayIcon();
+            if (icon)
+                desktop.Click(icon->Geometry.center(), 3);
+            const auto menu = icon ? desktop.WaitForPopup() : std::nullopt;
+            // Its three lines have the same height.
+            if (menu)
+                desktop.Click(menu->Geometry.topLeft() +
+                              QPoint{20, menu->Geometry.height() * (2 * line - 1) / 6});
+            return menu.has_value();
+        };
+        QVERIFY(desktop.Close(*desktop.WaitForWindow(title)));
+        QVERIFY(Manager().Submit(u"Wait"_s, Project().InputFile(u"a"_s), u"none"_s).startsWith("accepted="));
+        QVERIFY(chooseInTray(1));
+        QVERIFY(desktop.WaitForWindow(title));
+        QVERIFY(chooseInTray(2));
+        QVERIFY(desktop.WaitUntilGone(title));
+        // The question needs its window.
+        QVERIFY(chooseInTray(3));
+        QVERIFY(desktop.WaitForWindow(title));
+        QVERIFY(desktop.WaitForWindow(exitTitle));
+        QVERIFY(desktop.ClickControl(u"push button"_s, u"Yes"_s));
+        QVERIFY(desktop.WaitForWindow(u"Save Changes to Current Project?"_s));
+        QVERIFY(desktop.ClickControl(u"push button"_s, u"No"_s));
+        QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
+        QCOMPARE(Manager().Errors(), "");
+        QCOMPARE(Project().Rows().queuelessJobs.size(), 0);
+    }
+
+    /// Twenty jobs of real programs, submitted in two ways, one of them killed; nothing is lost.
+    void DayOfAChemist()
+    {
+        const QString mopac = QStandardPaths::findExecutable(u"mopac"_s);
+        const QString xtb = QStandardPaths::findExecutable(u"xtb"_s);
+        QVERIFY2(!mopac.isEmpty(), "mopac and xtb are not installed");
+        QVERIFY2(!xtb.isEmpty(), "mopac and xtb are not installed");
+        QVERIFY(Project().AddType(u"Semiempirical"_s, mopac, u"@EXEFILE @INFILE"_s, u"MOPAC (*.mop)"_s));
+        QVERIFY(Project().AddType(u"Tight binding"_s, xtb, u"@EXEFILE @INFILE"_s, u"Molecules (*.xyz)"_s));
+        QVERIFY(Project().AddTestType(u"Endless"_s, u"wait"_s, u"Endless (*.endless)"_s));
+        Desktop desktop;
+        QVERIFY(desktop.Start());
+        QVERIFY(Start(desktop));
+        const auto press = [&desktop](const QString &name) {
+            return desktop.ClickControl(u"push button"_s, name);
+        };
+        const auto showsJob = [&desktop](const QString &name) {
+            return desktop.WaitForControl(u"cell"_s, name);
+        };
+
+        for (int number = 0; number < 10; ++number) {
+            const QString input = Project().InputFile(u"water %1.mop"_s.arg(number), waterMopac);
+            QVERIFY(Manager().Submit(u"Semiempirical"_s, input, u"long"_s).startsWith("accepted="));
+        }
+        QString names = u"\"hold.endless\""_s;
+        (void)Project().InputFile(u"hold.endless"_s);
+        for (int number = 0; number < 9; ++number) {
+            const QString name = u"w%1.xyz"_s.arg(number);
+            (void)Project().InputFile(name, waterXyz);
+            names += u" \""_s + name + u'"';
+        }
+        QVERIFY(press(u"Submit Jobs..."_s));
+        QVERIFY(desktop.WaitForWindow(u"Submit Jobs"_s));
+        QVERIFY(press(u"Add Files..."_s));
+        QVERIFY(desktop.WaitForWindow(u"Select Files"_s));
+        desktop.Type(names);
+        desktop.Press(u"Return"_s);
+        QVERIFY(desktop.WaitUntilGone(u"Select Files"_s));
+        QVERIFY(press(u"Submit"_s));
+        QVERIFY(desktop.WaitUntilGone(u"Submit Jobs"_s));
+        QVERIFY(showsJob(u"w8.xyz"_s));
+        QVERIFY(showsJob(u"Pending"_s));
+
+        QVERIFY(desktop.ClickControl(u"cell"_s, u"hold.endless"_s, 3));
+        QVERIFY(desktop.WaitForPopup());
+        constexpr int limitFromEnd = 3;
+        desktop.Press(QStringList(limitFromEnd, u"Up"_s).join(u' ') + u" Return"_s);
+        QVERIFY(desktop.WaitForWindow(u"Maximum Number of Running Jobs Allowed"_s));
+        desktop.Type(u"2"_s);
+        desktop.Press(u"Return"_s);
+        QVERIFY(press(u"Unpause Queue"_s));
+        // All but the endless job come to their end beside it.
+        QVERIFY(desktop.WaitUntilControlIsGone(u"cell"_s, u"w8.xyz"_s));
+        QVERIFY(desktop.ClickControl(u"cell"_s, u"hold.endless"_s));
+        desktop.Press(u"Delete"_s);
+        for (const QString &title :
+             {u"Remove Selected Jobs from Long Jobs Queue"_s, u"Removal of Selected Running Jobs"_s}) {
+            QVERIFY(desktop.WaitForWindow(title));
+            QVERIFY(press(u"Yes"_s));
+            QVERIFY(desktop.WaitUntilGone(title));
+        }
+        QVERIFY(desktop.WaitUntilControlIsGone(u"cell"_s, u"hold.endless"_s));
+
+        QVERIFY(desktop.ClickControl(u"page tab"_s, u"Finished Jobs"_s));
+        QVERIFY(showsJob(u"Killed"_s));
+        QVERIFY(desktop.ClickControl(u"cell"_s, u"water 3.mop"_s));
+        desktop.Press(u"Return"_s);
+        const auto viewer = desktop.WaitForWindow(u"File Stream Viewer"_s);
+        QVERIFY(viewer);
+        QVERIFY(desktop.Close(*viewer));
+        desktop.Press(u"alt+x"_s);
+        QVERIFY(desktop.WaitForWindow(exitTitle));
+        QVERIFY(press(u"Yes"_s));
+        QVERIFY(desktop.WaitUntilGone(exitTitle));
+        QVERIFY(desktop.WaitForWindow(u"Save Changes to Current Project?"_s));
+        QVERIFY(press(u"Yes"_s));
+        QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
+
+        const ProjectRows rows = Project().Rows();
+        QCOMPARE(rows.longJobs.size(), 0);
+        QCOMPARE(rows.lastJobID, u"20"_s);
+        const auto countOf = [&rows](Taskmill_JobStatus status) {
+            return std::ranges::count(rows.finishedJobs, status, &Taskmill_JobRecord::Status);
+        };
+        QCOMPARE(countOf(Taskmill_JobStatus::Killed), 1);
+        QCOMPARE(countOf(Taskmill_JobStatus::Completed), 19);
+        QVERIFY(Start(desktop));
+        QVERIFY(desktop.ClickControl(u"page tab"_s, u"Finished Jobs"_s));
+        QVERIFY(showsJob(u"Tight binding"_s));
+    }
 
 private:
-    [[nodiscard]] bool Start(Desktop &desktop);
+    [[nodiscard]] bool Start(Desktop &desktop)
+    {
+        return Project().StartOnDesktop(desktop.Variables()) &&
+               desktop.WaitForWindow(Taskmill_VersionText()) && desktop.WaitForTrayIcon();
+    }
 };
-
-bool TestWindow::Start(Desktop &desktop)
-{
-    return Project().StartOnDesktop(desktop.Variables()) && desktop.WaitForWindow(Taskmill_VersionText()) &&
-           desktop.WaitForTrayIcon();
-}
-
-void TestWindow::ComesAndGoesByTheTray()
-{
-    Desktop desktop;
-    QVERIFY(Project().AddTestType(u"Wait"_s, u"wait"_s));
-    QVERIFY(desktop.Start());
-    QVERIFY(Start(desktop));
-    const QString title = Taskmill_VersionText();
-    const auto chooseInTray = [&](int line) {
-        const auto icon = desktop.WaitForTrayIcon();
-        if (icon)
-            desktop.Click(icon->Geometry.center(), 3);
-        const auto menu = icon ? desktop.WaitForPopup() : std::nullopt;
-        // Its three lines have the same height.
-        if (menu)
-            desktop.Click(menu->Geometry.topLeft() +
-                          QPoint{20, menu->Geometry.height() * (2 * line - 1) / 6});
-        return menu.has_value();
-    };
-    QVERIFY(desktop.Close(*desktop.WaitForWindow(title)));
-    QVERIFY(Manager().Submit(u"Wait"_s, Project().InputFile(u"a"_s), u"none"_s).startsWith("accepted="));
-    QVERIFY(chooseInTray(1));
-    QVERIFY(desktop.WaitForWindow(title));
-    QVERIFY(chooseInTray(2));
-    QVERIFY(desktop.WaitUntilGone(title));
-    // The question needs its window.
-    QVERIFY(chooseInTray(3));
-    QVERIFY(desktop.WaitForWindow(title));
-    QVERIFY(desktop.WaitForWindow(exitTitle));
-    QVERIFY(desktop.ClickControl(u"push button"_s, u"Yes"_s));
-    QVERIFY(desktop.WaitForWindow(u"Save Changes to Current Project?"_s));
-    QVERIFY(desktop.ClickControl(u"push button"_s, u"No"_s));
-    QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
-    QCOMPARE(Manager().Errors(), "");
-    QCOMPARE(Project().Rows().queuelessJobs.size(), 0);
-}
-
-/// Twenty jobs of real programs, submitted in two ways, one of them killed; nothing is lost.
-void TestWindow::DayOfAChemist()
-{
-    const QString mopac = QStandardPaths::findExecutable(u"mopac"_s);
-    const QString xtb = QStandardPaths::findExecutable(u"xtb"_s);
-    QVERIFY2(!mopac.isEmpty(), "mopac and xtb are not installed");
-    QVERIFY2(!xtb.isEmpty(), "mopac and xtb are not installed");
-    QVERIFY(Project().AddType(u"Semiempirical"_s, mopac, u"@EXEFILE @INFILE"_s, u"MOPAC (*.mop)"_s));
-    QVERIFY(Project().AddType(u"Tight binding"_s, xtb, u"@EXEFILE @INFILE"_s, u"Molecules (*.xyz)"_s));
-    QVERIFY(Project().AddTestType(u"Endless"_s, u"wait"_s, u"Endless (*.endless)"_s));
-    Desktop desktop;
-    QVERIFY(desktop.Start());
-    QVERIFY(Start(desktop));
-    const auto press = [&desktop](const QString &name) {
-        return desktop.ClickControl(u"push button"_s, name);
-    };
-    const auto showsJob = [&desktop](const QString &name) {
-        return desktop.WaitForControl(u"cell"_s, name);
-    };
-
-    for (int number = 0; number < 10; ++number) {
-        const QString input = Project().InputFile(u"water %1.mop"_s.arg(number), waterMopac);
-        QVERIFY(Manager().Submit(u"Semiempirical"_s, input, u"long"_s).startsWith("accepted="));
-    }
-    QString names = u"\"hold.endless\""_s;
-    (void)Project().InputFile(u"hold.endless"_s);
-    for (int number = 0; number < 9; ++number) {
-        const QString name = u"w%1.xyz"_s.arg(number);
-        (void)Project().InputFile(name, waterXyz);
-        names += u" \""_s + name + u'"';
-    }
-    QVERIFY(press(u"Submit Jobs..."_s));
-    QVERIFY(desktop.WaitForWindow(u"Submit Jobs"_s));
-    QVERIFY(press(u"Add Files..."_s));
-    QVERIFY(desktop.WaitForWindow(u"Select Files"_s));
-    desktop.Type(names);
-    desktop.Press(u"Return"_s);
-    QVERIFY(desktop.WaitUntilGone(u"Select Files"_s));
-    QVERIFY(press(u"Submit"_s));
-    QVERIFY(desktop.WaitUntilGone(u"Submit Jobs"_s));
-    QVERIFY(showsJob(u"w8.xyz"_s));
-    QVERIFY(showsJob(u"Pending"_s));
-
-    QVERIFY(desktop.ClickControl(u"cell"_s, u"hold.endless"_s, 3));
-    QVERIFY(desktop.WaitForPopup());
-    constexpr int limitFromEnd = 3;
-    desktop.Press(QStringList(limitFromEnd, u"Up"_s).join(u' ') + u" Return"_s);
-    QVERIFY(desktop.WaitForWindow(u"Maximum Number of Running Jobs Allowed"_s));
-    desktop.Type(u"2"_s);
-    desktop.Press(u"Return"_s);
-    QVERIFY(press(u"Unpause Queue"_s));
-    // All but the endless job come to their end beside it.
-    QVERIFY(desktop.WaitUntilControlIsGone(u"cell"_s, u"w8.xyz"_s));
-    QVERIFY(desktop.ClickControl(u"cell"_s, u"hold.endless"_s));
-    desktop.Press(u"Delete"_s);
-    for (const QString &title :
-         {u"Remove Selected Jobs from Long Jobs Queue"_s, u"Removal of Selected Running Jobs"_s}) {
-        QVERIFY(desktop.WaitForWindow(title));
-        QVERIFY(press(u"Yes"_s));
-        QVERIFY(desktop.WaitUntilGone(title));
-    }
-    QVERIFY(desktop.WaitUntilControlIsGone(u"cell"_s, u"hold.endless"_s));
-
-    QVERIFY(desktop.ClickControl(u"page tab"_s, u"Finished Jobs"_s));
-    QVERIFY(showsJob(u"Killed"_s));
-    QVERIFY(desktop.ClickControl(u"cell"_s, u"water 3.mop"_s));
-    desktop.Press(u"Return"_s);
-    const auto viewer = desktop.WaitForWindow(u"File Stream Viewer"_s);
-    QVERIFY(viewer);
-    QVERIFY(desktop.Close(*viewer));
-    desktop.Press(u"alt+x"_s);
-    QVERIFY(desktop.WaitForWindow(exitTitle));
-    QVERIFY(press(u"Yes"_s));
-    QVERIFY(desktop.WaitUntilGone(exitTitle));
-    QVERIFY(desktop.WaitForWindow(u"Save Changes to Current Project?"_s));
-    QVERIFY(press(u"Yes"_s));
-    QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
-
-    const ProjectRows rows = Project().Rows();
-    QCOMPARE(rows.longJobs.size(), 0);
-    QCOMPARE(rows.lastJobID, u"20"_s);
-    const auto countOf = [&rows](Taskmill_JobStatus status) {
-        return std::ranges::count(rows.finishedJobs, status, &Taskmill_JobRecord::Status);
-    };
-    QCOMPARE(countOf(Taskmill_JobStatus::Killed), 1);
-    QCOMPARE(countOf(Taskmill_JobStatus::Completed), 19);
-    QVERIFY(Start(desktop));
-    QVERIFY(desktop.ClickControl(u"page tab"_s, u"Finished Jobs"_s));
-    QVERIFY(showsJob(u"Tight binding"_s));
-}
 
 QTEST_GUILESS_MAIN(TestWindow)
 #include "test_window.moc"

@@ -4,23 +4,19 @@
 #include "help/helpbrowser.h"
 #include "help/helppages.h"
 #include "kilnutil/filesys.h"
-#include "support/testutil.h"
-
-#include <QDir>
-#include <QTemporaryDir>
-#include <QtTest>
+#include "support/testcase.h"
 
 using namespace Qt::Literals::StringLiterals;
 
 /// The window of the manual with a small one, and the pages of the real one.
-class TestHelpDialog : public QObject
+class TestHelpDialog : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
+    void init() override
     {
-        FailOnQtWarnings();
+        TestCase::init();
         m_place = std::make_unique<QTemporaryDir>();
         KeepSettingsIn(m_place->path());
         QVERIFY(QDir{m_place->path()}.mkdir(u"help"_s));
@@ -30,10 +26,11 @@ private Q_SLOTS:
         WriteTestFile(m_place->filePath(u"secret.html"_s), "secret");
     }
 
-    void cleanup()
+    void cleanup() override
     {
         delete &KilnUtil_HelpDialog::Global();
         m_place.reset();
+        TestCase::cleanup();
     }
 
     void LinksStayInTheManual()

@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/commandline.h"
 #include "jobs/jobenvironment.h"
-#include "support/testutil.h"
-
-#include <QDir>
-#include <QtTest>
+#include "support/testcase.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -27,13 +24,11 @@ QString Expanded(const Taskmill_JobRecord &job)
 } // namespace
 
 /// How the job type's templates become command line, standard input and environment.
-class TestCommandLine : public QObject
+class TestCommandLine : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { FailOnQtWarnings(); }
-
     void FileNamesAreQuotedInTheFirstLineOnly()
     {
         Taskmill_JobRecord job = MakeJob(u"/my p/run"_s, u"\"@EXEFILE\" \"@INFILE\" \"@OUTFILE\" @NPROCS"_s);

@@ -4,36 +4,32 @@
 #include "jobs/queuelessjobslist.h"
 #include "processes/processinspector.h"
 #include "support/jobfakes.h"
-
-#include <QtTest>
-
-#include <memory>
+#include "support/testcase.h"
 
 using namespace Qt::Literals::StringLiterals;
 
 /// The two queues and the queueless list.
-class TestJobQueue : public QObject
+class TestJobQueue : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
+    void init() override
     {
-        FailOnQtWarnings();
+        TestCase::init();
         m_store = {};
         m_finished = {};
         m_notifier = {};
-        m_directory = std::make_unique<QTemporaryDir>();
         m_long = std::make_unique<Taskmill_LongJobsQueue>(m_services);
         m_queueless = std::make_unique<Taskmill_QueuelessJobsList>(m_services);
     }
 
-    void cleanup()
+    void cleanup() override
     {
         m_long.reset();
         m_queueless.reset();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        m_directory.reset();
+        TestCase::cleanup();
     }
 
     void StartsOneJobPerChange()
@@ -90,7 +86,7 @@ private Q_SLOTS:
 
     void NextJobStartsBeforeTheClientIsTold()
     {
-        Taskmill_JobRecord first = MakeTestJob(1, m_directory->path(), {u"exit"_s, u"3"_s});
+        Taskmill_JobRecord first = MakeTestJob(1, Path(), {u"exit"_s, u"3"_s});
         first.ClientName = u"me"_s;
         first.ClientAppName = u"Client"_s;
         first.ClientAddress = u"LocalHost"_s;
@@ -115,8 +111,8 @@ private Q_SLOTS:
         // The message comes once, so the start is tried once.
         QTest::ignoreMessage(QtWarningMsg, "Job 1: the file for its standard input cannot be written");
         QTest::failOnWarning(QRegularExpression{u"^Job"_s});
-        Taskmill_JobRecord unstartable = MakeTestJob(1, m_directory->path(), {u"stdin"_s}, u"y\n"_s);
-        unstartable.OutputFile = m_directory->path() + u"/none/x.out"_s;
+        Taskmill_JobRecord unstartable = MakeTestJob(1, Path(), {u"stdin"_s}, u"y\n"_s);
+        unstartable.OutputFile = Path() + u"/none/x.out"_s;
         m_long->AddAll({unstartable, Waiting(2)});
         m_long->JobFinishedSlot();
         QCOMPARE(States(*m_long), u"RP"_s);
@@ -127,8 +123,7 @@ private Q_SLOTS:
 
     void StartsQueuelessJobsAtOnce()
     {
-        m_queueless->AddAll(
-            {MakeTestJob(1, m_directory->path(), {u"exit"_s, u"0"_s}), Waiting(2), Waiting(3)});
+        m_queueless->AddAll({MakeTestJob(1, Path(), {u"exit"_s, u"0"_s}), Waiting(2), Waiting(3)});
         QCOMPARE(States(*m_queueless), u"RRR"_s);
         QTRY_COMPARE(States(*m_queueless), u"CRR"_s);
         m_queueless->Add(new Taskmill_Job{Waiting(4)});
@@ -147,7 +142,7 @@ private Q_SLOTS:
         QCOMPARE(States(*m_queueless), u"RPPP"_s);
         QCOMPARE(m_queueless->HeldJobIDs(), (QList{1, 3, 4}));
         // No change starts them, nor hides those that start meanwhile behind them.
-        m_queueless->Add(new Taskmill_Job{MakeTestJob(5, m_directory->path(), {u"exit"_s, u"0"_s})});
+        m_queueless->Add(new Taskmill_Job{MakeTestJob(5, Path(), {u"exit"_s, u"0"_s})});
         QCOMPARE(States(*m_queueless), u"RRPPP"_s);
         QTRY_COMPARE(States(*m_queueless), u"RCPPP"_s);
         QCOMPARE(m_queueless->Release({5, 3, 99}), 1);
@@ -165,7 +160,7 @@ private Q_SLOTS:
 private:
     [[nodiscard]] Taskmill_JobRecord Waiting(int jobID) const
     {
-        return MakeTestJob(jobID, m_directory->path(), {u"wait"_s});
+        return MakeTestJob(jobID, Path(), {u"wait"_s});
     }
     [[nodiscard]] QList<Taskmill_JobRecord> Waiting(const QList<int> &jobIDs) const
     {
@@ -189,7 +184,6 @@ private:
     RecordingNotifier m_notifier;
     const Taskmill_JobServices m_services{
         .Store = m_store, .FinishedJobs = m_finished, .Inspector = *m_inspector, .Notifier = m_notifier};
-    std::unique_ptr<QTemporaryDir> m_directory;
     std::unique_ptr<Taskmill_LongJobsQueue> m_long;
     std::unique_ptr<Taskmill_QueuelessJobsList> m_queueless;
 };

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/jobnotification.h"
 #include "jobs/jobrecord.h"
-#include "support/testutil.h"
-
-#include <QtTest>
+#include "support/testcase.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -31,13 +29,11 @@ Taskmill_JobRecord MakeClientJob()
 } // namespace
 
 /// The records of jobs and job types, and the message about a job.
-class TestJobRecord : public QObject
+class TestJobRecord : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { FailOnQtWarnings(); }
-
     void TimesShowWhatTheClockShowed()
     {
         const auto read = [](const QString &text) {

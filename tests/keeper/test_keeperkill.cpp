@@ -25,6 +25,7 @@ private Q_SLOTS:
     void doesNotLetAScriptGoOn();
     void letsAProgramWriteItsCheckpoint();
     void doesNotWaitLongerThanTheGrace();
+    void answersWhenNothingIsLeft();
     void recordsThatTheSystemEndedARun();
     void endsAllRunsWithTheNursery();
     void signalsOnlyTheProcessThatWasMeant();
@@ -99,6 +100,19 @@ void TestKeeperKill::doesNotWaitLongerThanTheGrace()
     const Taskmill_RunReport report = m_keepers->Run().Receive(KeeperFixture::WaitMs / 2);
     QCOMPARE(report.kind, Kind::Ended);
     QCOMPARE(report.end.code, SIGKILL);
+}
+
+void TestKeeperKill::answersWhenNothingIsLeft()
+{
+    // The program itself ends at the first signal, its child does not.
+    m_keepers->Start(m_keepers->Script("(trap '' TERM; touch ready; exec sleep 1000) & wait"));
+    QTRY_VERIFY_WITH_TIMEOUT(m_keepers->Exists("ready"), KeeperFixture::WaitMs);
+    const long long program = m_keepers->Wait(Kind::Started).processID;
+    QVERIFY(m_keepers->Run().Kill(KeeperFixture::WaitMs));
+    QTRY_VERIFY_WITH_TIMEOUT(!KeeperFixture::IsProcessThere(program), KeeperFixture::WaitMs);
+    QVERIFY(m_keepers->Run().Kill(0));
+    QCOMPARE(m_keepers->Wait(Kind::Ended).end.code, SIGTERM);
+    QCOMPARE(m_keepers->ProcessCount(), 0);
 }
 
 void TestKeeperKill::recordsThatTheSystemEndedARun()

@@ -7,29 +7,14 @@
 #include "kilnutil/statefolder.h"
 #include "kilnutil/stringutil.h"
 #include "kilnutil/textencoding.h"
-#include "processes/outputbuffer.h"
-#include "support/testutil.h"
+#include "support/testcase.h"
 #include "wire/utf8.h"
-
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtTest>
-
-#include <limits>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace std::literals;
 
-namespace {
-QByteArray Marker(qint64 dropped)
-{
-    return "\n[... " + QByteArray::number(dropped) + " bytes of output were left out here ...]\n";
-}
-} // namespace
-
-/// Texts, variables of the environment, numbers and captured output.
-class TestBasics : public QObject
+/// Texts, variables of the environment and numbers.
+class TestBasics : public TestCase
 {
     Q_OBJECT
 
@@ -79,48 +64,44 @@ private Q_SLOTS:
 
     void StateFolderIsOneUsersOwn()
     {
-        const QTemporaryDir directory;
-        const auto folder = [&directory] {
-            return KilnUtil_StateFolder().replace(directory.path(), u"DIR"_s);
+        const auto folder = [this] {
+            return KilnUtil_StateFolder().replace(Path(), u"DIR"_s);
         };
-        qputenv("TASKMILLPREFS_DIR", directory.filePath(u"prefs"_s).toLocal8Bit());
+        qputenv("TASKMILLPREFS_DIR", Path(u"prefs"_s).toLocal8Bit());
         QCOMPARE(folder(), u"DIR/prefs/state"_s);
         if (isWindows)
             return;
-        const QString state = directory.filePath(u"prefs/state"_s);
-        const auto everybody =
-            QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeOther;
-        const auto rights = [&state] {
-            return QFile::permissions(state) & (QFile::ReadGroup | QFile::ExeGroup | QFile::ExeOther);
-        };
-        QVERIFY(!rights());
-        QVERIFY(QFile::setPermissions(state, everybody));
+        const QString state = Path(u"prefs/state"_s);
+        const auto others = QFile::ReadGroup | QFile::ExeGroup | QFile::ExeOther;
+        QVERIFY(!(QFile::permissions(state) & others));
+        QVERIFY(
+            QFile::setPermissions(state, others | QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
         QCOMPARE(folder(), u"DIR/prefs/state"_s);
-        QVERIFY(!rights());
+        QVERIFY(!(QFile::permissions(state) & others));
         // Somebody else may have made the link.
-        QVERIFY(QDir{}.rmdir(state) && QFile::link(directory.path(), state));
+        QVERIFY(QDir{}.rmdir(state));
+        QVERIFY(QFile::link(Path(), state));
         QCOMPARE(folder(), QString{});
         QVERIFY(QFile::remove(state));
         WriteTestFile(state, {});
         QCOMPARE(folder(), QString{});
 
         qunsetenv("TASKMILLPREFS_DIR");
-        qputenv("XDG_STATE_HOME", directory.filePath(u"a/b"_s).toLocal8Bit());
+        qputenv("XDG_STATE_HOME", Path(u"a/b"_s).toLocal8Bit());
         QCOMPARE(folder(), u"DIR/a/b/taskmill"_s);
         qputenv("XDG_STATE_HOME", "relative");
-        qputenv("HOME", directory.path().toLocal8Bit());
+        qputenv("HOME", Path().toLocal8Bit());
         QCOMPARE(folder(), u"DIR/.local/state/taskmill"_s);
     }
 
     void GaussianIsFoundWhereItsProgramsAre()
     {
-        const QTemporaryDir root;
-        const auto at = [&root](const QString &name) {
-            return QDir::cleanPath(QDir{root.path()}.canonicalPath() + u'/' + name);
+        const auto at = [this](const QString &name) {
+            return QDir::cleanPath(QDir{Path()}.canonicalPath() + u'/' + name);
         };
         const QString program = isWindows ? u"g16.exe"_s : u"g16"_s;
         for (const QString &directory : {u"scripts"_s, u"g16"_s, u"utilities"_s, u"links"_s})
-            QVERIFY(QDir{root.path()}.mkdir(directory));
+            QVERIFY(QDir{Path()}.mkdir(directory));
         WriteTestFile(at(u"g16/"_s + program), {});
         WriteTestFile(at(u"utilities/formchk.exe"_s), {});
         QFile::setPermissions(at(u"g16/"_s + program), QFile::ReadOwner | QFile::ExeOwner);
@@ -132,7 +113,6 @@ private Q_SLOTS:
             qputenv("PATH", QDir::toNativeSeparators(at(searched)).toLocal8Bit());
             return KilnUtil_FileSys::GaussExeDirPath();
         };
-        const QByteArray path = qgetenv("PATH");
         QCOMPARE(found({u"scripts"_s, u"g16/"_s}, u"scripts"_s), at(u"g16"_s));
         QCOMPARE(found({u"scripts"_s, u"utilities"_s, u"g16"_s}, u"scripts"_s), at(u"utilities"_s));
         QCOMPARE(found({u"scripts"_s}, u"g16"_s), at(u"g16"_s));
@@ -142,26 +122,22 @@ private Q_SLOTS:
             QVERIFY(QFile::link(at(u"g16/g16"_s), at(u"links/g16"_s)));
             QCOMPARE(found({}, u"links"_s), at(u"g16"_s));
         }
-        qputenv("PATH", path);
-        qunsetenv("GAUSS_EXEDIR");
     }
 
     void PreferencesDirectoryKeepsTheSettings()
     {
-        const QTemporaryDir place;
-        KeepSettingsIn(place.filePath(u"usual"_s));
+        KeepSettingsIn(Path(u"usual"_s));
         const auto store = [](const QByteArray &directory) {
             qputenv("TASKMILLPREFS_DIR", directory);
             KilnUtil_Registry::SetAppData({}, u"1"_s, {}, {}, u"TASKMILLPREFS_DIR"_s, u".taskmillprefs"_s);
             KilnUtil_Registry::SetValue(u"/Files/Key"_s, directory);
             return KilnUtil_Registry::Value(u"/Files/Key"_s).toByteArray() == directory;
         };
-        const QString chosen = place.filePath(u"new/chosen"_s);
-        QVERIFY(store(chosen.toUtf8()));
-        QVERIFY(ReadTestFile(chosen + "/Taskmill.conf"_L1).contains("Files\\Key="));
-        QVERIFY(!QFile::exists(place.filePath(u"usual"_s)));
+        QVERIFY(store(Path(u"new/chosen"_s).toUtf8()));
+        QVERIFY(ReadTestFile(Path(u"new/chosen/Taskmill.conf"_s)).contains("Files\\Key="));
+        QVERIFY(!QFile::exists(Path(u"usual"_s)));
         QVERIFY(store({}));
-        QVERIFY(QFile::exists(place.filePath(u"usual"_s)));
+        QVERIFY(QFile::exists(Path(u"usual"_s)));
     }
 
     void LargestNumberIsNoTrap()
@@ -171,19 +147,8 @@ private Q_SLOTS:
         QCOMPARE(manager.NewID(), 1);
     }
 
-    void NoCharacterIsCutAtTheGap()
+    void BytesBecomeText()
     {
-        const QByteArray bytes = u"😀€é"_s.repeated(4).toUtf8();
-        for (int capacity = 2; capacity < bytes.size(); capacity += 2) {
-            KilnUtil_OutputBuffer buffer{capacity};
-            buffer.Append(bytes);
-            const QString text = KilnUtil_TextEncoding::FromUtf8OrLatin1(buffer.Content());
-            const QStringList parts = text.split(QString::fromLatin1(Marker(bytes.size() - capacity)));
-            QCOMPARE(parts.size(), 2);
-            QVERIFY2(bytes.startsWith(parts.first().toUtf8()), qPrintable(parts.first()));
-            QVERIFY2(bytes.endsWith(parts.last().toUtf8()), qPrintable(parts.last()));
-            QVERIFY(capacity - parts.join(QString{}).toUtf8().size() < 8);
-        }
         QCOMPARE(Taskmill_Utf8FromAny("\xC4\xFF\xA0"), "\u00C4\u00FF\u00A0"s);
         QCOMPARE(Taskmill_Utf8FromAny("h\u00F6\u20AC\U0001F600"), "h\u00F6\u20AC\U0001F600"s);
         QCOMPARE(KilnUtil_TextEncoding::FromUtf8OrLatin1("caf\xE9"), u"café"_s);

@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "db/databasetestutil.h"
 #include "support/testmanager.h"
-#include "support/testutil.h"
 
-#include <QDir>
-#include <QtTest>
-
-#include <array>
 #include <random>
 
 using namespace Qt::Literals::StringLiterals;
@@ -25,10 +20,9 @@ public:
 
     QByteArray Do()
     {
-        constexpr std::array kinds{&Damage::FlipBytes, &Damage::FlipHeader,  &Damage::Cut,
-                                   &Damage::SwapPages, &Damage::AlterSchema, &Damage::FillRange};
-        const auto times = 1 + Below(3);
-        for (qsizetype time = 0; time < times; ++time)
+        constexpr std::array kinds{&Damage::FlipBytes, &Damage::Cut, &Damage::SwapPages, &Damage::AlterSchema,
+                                   &Damage::FillRange};
+        for (qsizetype time = 1 + Below(3); time > 0; --time)
             (this->*kinds[static_cast<std::size_t>(Below(kinds.size()))])();
         return m_content;
     }
@@ -42,12 +36,13 @@ private:
     }
     char Byte() { return static_cast<char>(Below(256)); }
 
+    /// Anywhere, or in the header.
     void FlipBytes()
     {
+        const qsizetype size = Below(2) == 0 ? m_content.size() : 112;
         for (qsizetype count = 1 + Below(20); count > 0; --count)
-            m_content[Below(m_content.size())] = Byte();
+            m_content[Below(size)] = Byte();
     }
-    void FlipHeader() { m_content[Below(112)] = Byte(); }
     void Cut()
     {
         // A length in whole pages cannot be seen from the size alone.
@@ -56,42 +51,26 @@ private:
     }
     void SwapPages()
     {
-        const qsizetype pages = m_content.size() / pageSize;
-        if (pages == 0)
-            return;
+        const qsizetype pages = qMax(1, m_content.size() / pageSize);
         const qsizetype first = Below(pages) * pageSize;
         const qsizetype second = Below(pages) * pageSize;
-        const QByteArray page = m_content.sliced(first, pageSize);
-        m_content.replace(first, pageSize, m_content.sliced(second, pageSize));
+        const QByteArray page = m_content.mid(first, pageSize);
+        m_content.replace(first, pageSize, m_content.mid(second, pageSize));
         // Sometimes one of them is lost.
         if (Below(3) > 0)
             m_content.replace(second, pageSize, page);
     }
     void AlterSchema()
     {
-        struct Word
-        {
-            QByteArrayView from;
-            QByteArrayView to;
-        };
-        static constexpr std::array words{
-            Word{"CREATE TABLE", "CREATE VIEW "},
-            Word{"TABLE", "INDEX"},
-            Word{"INTEGER", "BLOB   "},
-            Word{"UNIQUE", "      "},
-            Word{"JobID", "JobIX"},
-            Word{"PRIMARY KEY", "           "},
-            Word{"FinishedJobs", "QueuelessJob"},
-            Word{"Name TEXT", "NULL TEXT"},
-            Word{"length(Name)", "zeroblob(-9)"},
-            Word{"TEXT", "REAL"},
-            Word{"NOT NULL", "DEFAULT9"},
-            Word{"AddedFields", "LongFieldsX"},
-        };
-        const Word &word = words[static_cast<std::size_t>(Below(words.size()))];
-        const qsizetype found = m_content.indexOf(word.from, Below(m_content.size()));
-        if (const qsizetype at = found < 0 ? m_content.indexOf(word.from) : found; at >= 0)
-            m_content.replace(at, word.to.size(), word.to.toByteArray());
+        static const QByteArrayList words =
+            QByteArray{"CREATE TABLE|CREATE VIEW |TABLE|INDEX|INTEGER|BLOB   |UNIQUE|      |JobID|JobIX|"
+                       "PRIMARY KEY|           |FinishedJobs|QueuelessJob|Name TEXT|NULL TEXT|length(Name)|"
+                       "zeroblob(-9)|TEXT|REAL|NOT NULL|DEFAULT9|AddedFields|LongFieldsX"}
+                .split('|');
+        const qsizetype word = 2 * Below(words.size() / 2);
+        const qsizetype found = m_content.indexOf(words[word], Below(m_content.size()));
+        if (const qsizetype at = found < 0 ? m_content.indexOf(words[word]) : found; at >= 0)
+            m_content.replace(at, words[word + 1].size(), words[word + 1]);
     }
     void FillRange()
     {
@@ -120,14 +99,13 @@ qsizetype OpenDescriptors()
 
 /// Whatever is in a file: it is refused with one message or opened, and it stays as it is. A longer run:
 /// TASKMILL_DAMAGED_COUNT=100000 TASKMILL_DAMAGED_SEED=7 tests/test_damagedprojects
-class TestDamagedProjects : public QObject
+class TestDamagedProjects : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase()
     {
-        FailOnQtWarnings();
         // Opening and saving wait for the disk, which would take nearly all of the time.
         if (const QString memory = u"/dev/shm"_s; QFileInfo{memory}.isWritable())
             qputenv("TMPDIR", memory.toLocal8Bit());
@@ -153,7 +131,8 @@ private Q_SLOTS:
         QVERIFY2(OpenDescriptors() <= descriptors + 2, qPrintable(QString::number(OpenDescriptors())));
         qInfo("%d of them were opened", opened);
         // Neither way is left untried.
-        QVERIFY(opened > 0 && static_cast<quint32>(opened) < count);
+        QVERIFY(opened > 0);
+        QVERIFY(static_cast<quint32>(opened) < count);
     }
 
 private:
@@ -210,12 +189,12 @@ private:
     {
         for (const Taskmill_JobRecord &job : m_manager->FinishedJobs().Jobs())
             (void)m_manager->FinishedJobs().OutputOf(job);
-        (void)(m_manager->FinishedJobs().ListingText() + m_manager->Destinations().Long().ListingText() +
-               m_manager->Destinations().Short().ListingText());
+        (void)(m_manager->FinishedJobs().ListingText() + m_manager->Long().ListingText() +
+               m_manager->Short().ListingText());
         const QList<Taskmill_JobRecord> finished = m_manager->FinishedJobs().Jobs();
         Taskmill_Database &database = TestManager::Database();
         // Either may be impossible, but the result alone must say so.
-        (void)database.DeleteLongJob(m_manager->Destinations().Long().Jobs().JobIDs().value(0));
+        (void)database.DeleteLongJob(m_manager->Long().Jobs().JobIDs().value(0));
         (void)database.InsertFinishedJob(finished.value(0), true);
         if (!database.SaveToFile(copy))
             return u"it cannot be saved: "_s + database.LastErrorMessage();

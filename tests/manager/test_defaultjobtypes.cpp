@@ -4,18 +4,14 @@
 #include "kilnutil/filesys.h"
 #include "support/testmanager.h"
 
-#include <QtTest>
-
 using namespace Qt::Literals::StringLiterals;
 
 /// The job types that the program can make by itself, each with its own program installed alone.
-class TestDefaultJobTypes : public QObject
+class TestDefaultJobTypes : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { FailOnQtWarnings(); }
-
     void EachIsMadeForItsProgram_data()
     {
         QTest::addColumn<QString>("program");

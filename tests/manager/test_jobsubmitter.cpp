@@ -5,13 +5,6 @@
 #include "jobs/runmode.h"
 #include "requests/requestdispatcher.h"
 #include "support/testmanager.h"
-#include "support/testutil.h"
-
-#include <QDir>
-#include <QtTest>
-
-#include <functional>
-#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -44,26 +37,18 @@ public:
 };
 } // namespace
 
-class TestJobSubmitter : public QObject
+class TestJobSubmitter : public ManagerTestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
+    void init() override
     {
-        FailOnQtWarnings();
-        m_manager = std::make_unique<TestManager>();
+        ManagerTestCase::init();
         m_manager->NewProject();
-        m_manager->Destinations().Long().Queue()->SetPaused(true);
-        m_manager->Destinations().Short().Queue()->SetPaused(true);
+        m_manager->Long().Queue()->SetPaused(true);
+        m_manager->Short().Queue()->SetPaused(true);
         m_dialog = {};
-        QVERIFY(QDir::setCurrent(m_manager->directory.path()));
-    }
-
-    void cleanup()
-    {
-        QDir::setCurrent(m_directory);
-        m_manager.reset();
     }
 
     void EveryFieldOfTheRequestReachesTheJob()
@@ -146,10 +131,9 @@ private Q_SLOTS:
             QCOMPARE(Texts(result.JobIDs), QStringList{outcome});
         // The job is in the list that its queue names, and nowhere else.
         const qsizetype jobs = result.JobIDs.size();
-        QCOMPARE(m_manager->Destinations().Long().Jobs().Count(), outcome.endsWith(u" Long"_s) ? jobs : 0);
-        QCOMPARE(m_manager->Destinations().Short().Jobs().Count(), outcome.endsWith(u" Short"_s) ? jobs : 0);
-        QCOMPARE(m_manager->Destinations().Queueless().Jobs().Count(),
-                 outcome.endsWith(u" None"_s) ? jobs : 0);
+        QCOMPARE(m_manager->Long().Jobs().Count(), outcome.endsWith(u" Long"_s) ? jobs : 0);
+        QCOMPARE(m_manager->Short().Jobs().Count(), outcome.endsWith(u" Short"_s) ? jobs : 0);
+        QCOMPARE(m_manager->Queueless().Jobs().Count(), outcome.endsWith(u" None"_s) ? jobs : 0);
     }
 
     void TypeIsThatOfTheFileOrOfTheUser()
@@ -204,7 +188,7 @@ private Q_SLOTS:
         const QByteArray wanted = "replydetails=yes\njobtypename=";
         QCOMPARE(lines(wanted + "Auto\njobinputfile=a.one"),
                  "jobid=2\njobtypename=Lång\njobqueue=long\nqueuepaused=yes\njobinputfile=" + file + '\n');
-        m_manager->Destinations().Short().Queue()->SetPaused(false);
+        m_manager->Short().Queue()->SetPaused(false);
         QVERIFY(lines(wanted + "lång\njobqueue=short").contains("jobqueue=short\nqueuepaused=no\n"));
         QVERIFY(lines(wanted + "lång\njobqueue=none").contains("jobqueue=none\nqueuepaused=no\n"));
         AddType(u"Two\nlines"_s, u"Long"_s, u"Files (*.two)"_s);
@@ -304,9 +288,8 @@ private:
 
     [[nodiscard]] Taskmill_JobRecord Job(int jobID) const
     {
-        for (Taskmill_QueueOwner *owner : QList<Taskmill_QueueOwner *>{
-                 &m_manager->Destinations().Long(), &m_manager->Destinations().Short(),
-                 &m_manager->Destinations().Queueless()}) {
+        for (Taskmill_QueueOwner *owner :
+             QList<Taskmill_QueueOwner *>{&m_manager->Long(), &m_manager->Short(), &m_manager->Queueless()}) {
             if (const Taskmill_Job *job = owner->Jobs().FindByJobID(jobID))
                 return job->Record();
         }
@@ -344,8 +327,6 @@ private:
         return m_manager->Submitter().SubmitFiles(files, destination, jobTypeID);
     }
 
-    const QString m_directory = QDir::currentPath();
-    std::unique_ptr<TestManager> m_manager;
     FakeSubmitDialog m_dialog;
 };
 

@@ -8,107 +8,82 @@
 #include "manager/recentprojects.h"
 #include "manager/spareproject.h"
 #include "support/testmanager.h"
-#include "support/testutil.h"
-
-#include <QDir>
-#include <QFile>
-#include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
 
 using WarnAnswer = KilnUtil_UserPrompt::WarnAnswer;
 
-class TestProject : public QObject
+class TestProject : public ManagerTestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        FailOnQtWarnings();
-        m_manager = std::make_unique<TestManager>();
-        QVERIFY(QDir::setCurrent(m_manager->directory.path()));
-    }
-
-    void cleanup()
-    {
-        QDir::setCurrent(m_directory);
-        m_manager.reset();
-    }
-
     void NewProjectEndsTheOldOne()
     {
         m_manager->NewProject();
-        SubmitGated(m_manager->Destinations().Long());
-        SubmitGated(m_manager->Destinations().Long());
-        m_manager->Destinations().Long().Queue()->SetMaxRunningJobs(2);
-        m_manager->Destinations().Short().Queue()->SetPaused(true);
+        m_manager->SubmitGated(m_manager->Long());
+        m_manager->SubmitGated(m_manager->Long());
+        m_manager->Long().Queue()->SetMaxRunningJobs(2);
+        m_manager->Short().Queue()->SetPaused(true);
         WriteTestFile(m_manager->Path(u"g16.exe"_s), {});
         m_manager->NewProject();
-        QVERIFY(!m_manager->Project().HasUnsavedChanges());
-        QVERIFY(m_manager->Project().WindowTitle().endsWith(u", New Project"_s));
+        QVERIFY(!Project().HasUnsavedChanges());
+        QVERIFY(Project().WindowTitle().endsWith(u", New Project"_s));
         QCOMPARE(m_manager->JobTypes().Names(), QStringList{u"Gaussian"_s});
-        QCOMPARE(m_manager->Destinations().Long().Jobs().Count() + FinishedCount(), 0);
+        QCOMPARE(m_manager->Long().Jobs().Count() + FinishedCount(), 0);
         QVERIFY(TestManager::Database().GetFinishedJobs().isEmpty());
-        QCOMPARE(m_manager->Destinations().Long().Queue()->MaxRunningJobs(), 1);
-        QVERIFY(!m_manager->Destinations().Long().Queue()->IsPaused());
-        QVERIFY(!m_manager->Destinations().Short().Queue()->IsPaused());
+        QCOMPARE(m_manager->Long().Queue()->MaxRunningJobs(), 1);
+        QVERIFY(!m_manager->Short().Queue()->IsPaused());
         QCOMPARE(m_manager->JobNumbers().NewID(), 1);
     }
 
     void OpenedProjectGoesOn()
     {
         m_manager->NewProject();
-        SubmitGated(m_manager->Destinations().Long(), u"running.in"_s);
-        SubmitGated(m_manager->Destinations().Long(), u"waiting.in"_s);
-        SubmitGated(m_manager->Destinations().Short());
-        const QString queueless = SubmitGated(m_manager->Destinations().Queueless(), u"queueless.in"_s);
+        m_manager->SubmitGated(m_manager->Long(), u"running.in"_s);
+        m_manager->SubmitGated(m_manager->Long(), u"waiting.in"_s);
+        m_manager->SubmitGated(m_manager->Short());
+        const QString queueless = m_manager->SubmitGated(m_manager->Queueless(), u"queueless.in"_s);
         Taskmill_JobRecord finished = SampleJob(m_manager->JobTypes().GetAll().first(), 9);
         // It is held in the database only.
         finished.StdOutAndStdErr = QString{Taskmill_FinishedJobs::LongestOutputKept + 1, u'\u00e4'};
         QVERIFY(m_manager->FinishedJobs().AddJob(finished));
-        QVERIFY(m_manager->Project().SaveProjectAs(File()));
+        QVERIFY(Project().SaveProjectAs(File()));
         m_manager->NewProject();
         // One that is open and changed stays unless the user lets it go.
-        SubmitGated(m_manager->Destinations().Short());
-        QVERIFY(!m_manager->Project().OpenProject(File()));
-        QCOMPARE(m_manager->Destinations().Short().Jobs().JobIDs(), QList<int>{1});
-        m_manager->prompt.answers = {WarnAnswer::No};
-        QVERIFY(m_manager->Project().OpenProject(File()));
+        m_manager->SubmitGated(m_manager->Short());
+        QVERIFY(!Project().OpenProject(File()));
+        QCOMPARE(m_manager->Short().Jobs().JobIDs(), QList<int>{1});
+        Prompt().answers = {WarnAnswer::No};
+        QVERIFY(Project().OpenProject(File()));
 
-        QVERIFY(!m_manager->Project().HasUnsavedChanges());
-        QCOMPARE(m_manager->Project().FilePath(), File());
-        QVERIFY(m_manager->Project().WindowTitle().endsWith(u", jobs.mill"_s));
+        QVERIFY(!Project().HasUnsavedChanges());
+        QCOMPARE(Project().FilePath(), File());
+        QVERIFY(Project().WindowTitle().endsWith(u", jobs.mill"_s));
         QCOMPARE(m_manager->JobTypes().Names(), QStringList{u"Gated"_s});
-        QVERIFY(m_manager->Destinations().Long().Queue()->IsPaused());
-        QVERIFY(m_manager->Destinations().Short().Queue()->IsPaused());
-        QCOMPARE(m_manager->Destinations().Long().Jobs().JobIDs(), (QList<int>{1, 2}));
-        QCOMPARE(m_manager->Destinations().Long().Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Pending);
-        QCOMPARE(m_manager->Destinations().Short().Jobs().JobIDs(), QList<int>{3});
+        QVERIFY(m_manager->Long().Queue()->IsPaused());
+        QVERIFY(m_manager->Short().Queue()->IsPaused());
+        QCOMPARE(m_manager->Long().Jobs().JobIDs(), (QList<int>{1, 2}));
+        QCOMPARE(m_manager->Long().Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Pending);
+        QCOMPARE(m_manager->Short().Jobs().JobIDs(), QList<int>{3});
         QCOMPARE(m_manager->JobNumbers().LastID(), 9);
         QCOMPARE(FinishedCount(), 1);
         QCOMPARE(m_manager->FinishedJobs().OutputOf(m_manager->FinishedJobs().Jobs().first()),
                  finished.StdOutAndStdErr);
         // Jobs without a queue that ran do so again when the user says so, however often they are saved.
         TestManager::Release(queueless);
-        QVERIFY(m_manager->Project().SaveProjectAs(File()) && m_manager->Project().OpenProject(File()));
-        QCOMPARE(m_manager->Destinations().Queueless().List()->HeldJobIDs(), QList<int>{4});
-        QCOMPARE(m_manager->Destinations().Queueless().Jobs().JobAt(0)->Status(),
-                 Taskmill_JobStatus::Pending);
-        Taskmill_HeldJobsDialogue heldJobs{*m_manager->Destinations().Queueless().List()};
-        m_manager->prompt.answers = {WarnAnswer::Yes};
+        SaveAndOpen();
+        QCOMPARE(m_manager->Queueless().List()->HeldJobIDs(), QList<int>{4});
+        QCOMPARE(m_manager->Queueless().Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Pending);
+        Taskmill_HeldJobsDialogue heldJobs{*m_manager->Queueless().List()};
+        Prompt().answers = {WarnAnswer::Yes};
         Taskmill_AskThroughPrompt(heldJobs);
-        QVERIFY(m_manager->prompt.asked.last().text.startsWith(
-            u"1 queueless job was running when this project was closed. Run it again?\n\nIf you choose No, "
-            u"it "
-            "waits in the tab"_s));
         QCOMPARE(heldJobs.Released(), 1);
-        QVERIFY(!Taskmill_HeldJobsDialogue{*m_manager->Destinations().Queueless().List()}.Next());
         QTRY_COMPARE(FinishedCount(), 2);
         QCOMPARE(RowsOf(TestManager::Database(), u"SELECT JobID, Status FROM FinishedJobs WHERE JobID = 4"_s),
                  QStringList{u"4|Completed"_s});
         QVERIFY(TestManager::Database().GetQueuelessJobs().isEmpty());
-        QVERIFY(m_manager->Project().HasUnsavedChanges());
+        QVERIFY(Project().HasUnsavedChanges());
     }
 
     void ReloadedJobsAreWhole()
@@ -116,7 +91,7 @@ private Q_SLOTS:
         m_manager->NewProject();
         const Taskmill_JobType jobType =
             m_manager->AddJobType(u"Echo"_s, u"print @TITLE print @OUTFILE stdin"_s);
-        m_manager->Destinations().Long().Queue()->SetPaused(true);
+        m_manager->Long().Queue()->SetPaused(true);
         Taskmill_JobRequest request = TestManager::Request(jobType.Name, m_manager->InputFile(u"water.in"_s));
         request.PlaceholderValues = {{u"@TITLE"_s, u"H2O"_s}};
         request.JobStandardInputFile = WriteTestFile(m_manager->Path(u"answers"_s), "yes\n");
@@ -128,7 +103,7 @@ private Q_SLOTS:
         QCOMPARE(m_manager->Submitter().Submit(request).JobIDs.size(), 1);
         const auto records = [this] {
             QList<Taskmill_JobRecord> jobs;
-            for (const Taskmill_Job *job : m_manager->Destinations().Long().Jobs().Jobs()) {
+            for (const Taskmill_Job *job : m_manager->Long().Jobs().Jobs()) {
                 jobs.append(job->Record());
                 // The queue gives it anew; the number of its destination is of no use later.
                 jobs.last().Submitted = {};
@@ -137,22 +112,27 @@ private Q_SLOTS:
             return jobs;
         };
         const auto before = records();
-        QVERIFY(m_manager->Project().SaveProjectAs(File()) && m_manager->Project().OpenProject(File()));
+        SaveAndOpen();
         QCOMPARE(records(), before);
 
-        m_manager->Destinations().Long().Queue()->SetPaused(false);
+        m_manager->Long().Queue()->SetPaused(false);
         QTRY_COMPARE(FinishedCount(), 2);
         const QByteArray output = "H2O\nother.log\nyes\n";
         QCOMPARE(WithPlainLineEnds(m_manager->FinishedJobs().Jobs()[0].StdOutAndStdErr.toUtf8()), output);
         QCOMPARE(WithPlainLineEnds(ReadTestFile(request.JobStandardOutputFile)), output);
-        const QList<Taskmill_JobRecord> finished = m_manager->FinishedJobs().Jobs();
-        QVERIFY(m_manager->Save() && m_manager->Project().OpenProject(File()));
-        for (int job = 0; job < 2; ++job) {
-            const Taskmill_JobRecord &read = m_manager->FinishedJobs().Jobs()[job];
-            QCOMPARE(read.PlaceholderValues, finished[job].PlaceholderValues);
-            QCOMPARE(read.OutputFile, finished[job].OutputFile);
-            QCOMPARE(read.CommandLine(), finished[job].CommandLine());
-        }
+        const auto ran = [this] {
+            QStringList texts;
+            for (const Taskmill_JobRecord &job : m_manager->FinishedJobs().Jobs()) {
+                texts += {job.OutputFile, job.CommandLine()};
+                for (const auto &[name, value] : job.PlaceholderValues)
+                    texts += name + value;
+            }
+            return texts;
+        };
+        const QStringList finished = ran();
+        QVERIFY(m_manager->Save());
+        QVERIFY(Project().OpenProject(File()));
+        QCOMPARE(ran(), finished);
         m_manager->FinishedJobs().Remove({0, 1});
         QCOMPARE(RowsOf(TestManager::Database(), u"SELECT COUNT(*) FROM AddedFields"_s), QStringList{u"0"_s});
     }
@@ -162,19 +142,18 @@ private Q_SLOTS:
         m_manager->NewProject();
         QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(m_manager->AddGatedJobType(), 7), true));
         QVERIFY(TestManager::Database().SetGeneralData(u"LastJobID"_s, u"7"_s) != 0);
-        QVERIFY(m_manager->Project().SaveProjectAs(File()));
+        QVERIFY(Project().SaveProjectAs(File()));
         // The number of the next job, and the limit of a queue, after opening a file with these.
         const auto opened = [this](const QString &lastJobID, int limit) {
             RawDatabase{File()}.Execute(
                 {u"UPDATE GeneralData SET DataStr = '%1' WHERE Name = 'LastJobID'"_s.arg(lastJobID),
                  u"UPDATE Queues SET MaxRunningJobs = %1 WHERE Name = 'Short'"_s.arg(limit)});
             // Nothing of the project before is left over.
-            m_manager->Destinations().Short().Queue()->SetMaxRunningJobs(9);
-            m_manager->prompt.answers = {WarnAnswer::No};
-            if (!m_manager->Project().OpenProject(File()))
+            m_manager->Short().Queue()->SetMaxRunningJobs(9);
+            Prompt().answers = {WarnAnswer::No};
+            if (!Project().OpenProject(File()))
                 return std::pair{0, 0};
-            return std::pair{m_manager->JobNumbers().NewID(),
-                             m_manager->Destinations().Short().Queue()->MaxRunningJobs()};
+            return std::pair{m_manager->JobNumbers().NewID(), m_manager->Short().Queue()->MaxRunningJobs()};
         };
         QCOMPARE(opened(u"41"_s, 4), (std::pair{42, 4}));
         QCOMPARE(opened(u"many"_s, 0), (std::pair{8, 1}));
@@ -185,13 +164,13 @@ private Q_SLOTS:
     void JobsGoOnAfterSaving()
     {
         m_manager->NewProject();
-        const QString input = SubmitGated(m_manager->Destinations().Long());
-        QVERIFY(m_manager->Project().SaveProjectAs(File()));
-        QVERIFY(!m_manager->Project().HasUnsavedChanges());
-        QCOMPARE(m_manager->Destinations().Long().Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Running);
+        const QString input = m_manager->SubmitGated(m_manager->Long());
+        QVERIFY(Project().SaveProjectAs(File()));
+        QVERIFY(!Project().HasUnsavedChanges());
+        QCOMPARE(m_manager->Long().Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Running);
         TestManager::Release(input);
         QTRY_COMPARE(FinishedCount(), 1);
-        QVERIFY(m_manager->Project().HasUnsavedChanges());
+        QVERIFY(Project().HasUnsavedChanges());
         const QString count =
             u"SELECT (SELECT COUNT(*) FROM LongJobsQueue), (SELECT COUNT(*) FROM FinishedJobs)"_s;
         QCOMPARE(RowsOfFile(File(), count), QStringList{u"1|0"_s});
@@ -203,7 +182,7 @@ private Q_SLOTS:
     {
         const auto save = [this](const QString &name) {
             m_manager->NewProject();
-            QVERIFY(m_manager->Project().SaveProjectAs(m_manager->Path(name)));
+            QVERIFY(Project().SaveProjectAs(m_manager->Path(name)));
         };
         QStringList expected;
         for (int number = 1; number <= 11; ++number) {
@@ -212,7 +191,7 @@ private Q_SLOTS:
         }
         expected.removeLast();
         QCOMPARE(Taskmill_RecentProjects(), expected);
-        QVERIFY(m_manager->Project().OpenProject(expected[4]));
+        QVERIFY(Project().OpenProject(expected[4]));
         expected.move(4, 0);
         QCOMPARE(Taskmill_RecentProjects(), expected);
         QVERIFY(QFile::remove(expected.takeAt(2)));
@@ -223,19 +202,18 @@ private Q_SLOTS:
     void FailedSaveLeavesEverything()
     {
         m_manager->NewProject();
-        QVERIFY(m_manager->Project().SaveProjectAs(File()));
-        SubmitGated(m_manager->Destinations().Long());
-        QVERIFY(!m_manager->Project().SaveProjectAs(m_manager->Path(u"missing/other.mill"_s)));
+        QVERIFY(Project().SaveProjectAs(File()));
+        m_manager->SubmitGated(m_manager->Long());
         QVERIFY(QFile::rename(File(), m_manager->Path(u"aside"_s)));
         QVERIFY(QDir{}.mkdir(File()));
         // Another program has put it there. The user names another place that does not serve either, and then
         // none.
-        m_manager->prompt.answers = {WarnAnswer::Yes};
-        m_manager->prompt.texts = {m_manager->Path(u"missing/again"_s)};
+        Prompt().answers = {WarnAnswer::Yes};
+        Prompt().texts = {m_manager->Path(u"missing/again"_s)};
         QVERIFY(!m_manager->Save());
-        QCOMPARE(m_manager->prompt.asked.size(), 6);
-        QVERIFY(m_manager->Project().HasUnsavedChanges());
-        QCOMPARE(m_manager->Project().FilePath(), File());
+        QCOMPARE(Prompt().asked.size(), 5);
+        QVERIFY(Project().HasUnsavedChanges());
+        QCOMPARE(Project().FilePath(), File());
         QVERIFY(QDir{}.rmdir(File()));
         QVERIFY(m_manager->Save());
         QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM LongJobsQueue"_s), QStringList{u"1"_s});
@@ -244,36 +222,36 @@ private Q_SLOTS:
     void FileChangedElsewhereIsNotReplaced()
     {
         m_manager->NewProject();
-        QVERIFY(m_manager->Project().SaveProjectAs(File()));
+        QVERIFY(Project().SaveProjectAs(File()));
         RawDatabase{File()}.Execute(
             {u"UPDATE Queues SET MaxRunningJobs = 5 WHERE Name = 'Long'"_s, u"DROP TABLE FinishedJobs"_s});
-        SubmitGated(m_manager->Destinations().Short());
-        m_manager->prompt.answers = {WarnAnswer::No};
+        m_manager->SubmitGated(m_manager->Short());
+        Prompt().answers = {WarnAnswer::No};
         QVERIFY(!m_manager->Save());
         const QString limit = u"SELECT MaxRunningJobs FROM Queues WHERE Name = 'Long'"_s;
         QCOMPARE(RowsOfFile(File(), limit), QStringList{u"5"_s});
         // Nobody can be asked.
-        QVERIFY(m_manager->Project().SaveUnattended());
+        QVERIFY(Project().SaveUnattended());
         QCOMPARE(RowsOfFile(File(), limit), QStringList{u"5"_s});
         const QStringList spare = QDir{m_manager->directory.path()}.entryList({u"jobs-*.mill"_s});
         QCOMPARE(spare.size(), 1);
         QCOMPARE(RowsOfFile(spare.first(), u"SELECT COUNT(*) FROM ShortJobsQueue"_s), QStringList{u"1"_s});
 
         // The table that was lost is made anew, or finished jobs would be lost.
-        QVERIFY(m_manager->Project().OpenProject(File()));
-        QCOMPARE(m_manager->Destinations().Long().Queue()->MaxRunningJobs(), 5);
+        QVERIFY(Project().OpenProject(File()));
+        QCOMPARE(m_manager->Long().Queue()->MaxRunningJobs(), 5);
         QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(m_manager->AddGatedJobType(), 1), true));
         RawDatabase{File()}.Execute({u"UPDATE Queues SET MaxRunningJobs = 6"_s});
-        m_manager->prompt.answers = {WarnAnswer::Yes};
+        Prompt().answers = {WarnAnswer::Yes};
         QVERIFY(m_manager->Save());
         QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM FinishedJobs"_s), QStringList{u"1"_s});
 
         // Who does not want it replaced is asked for another file.
         WriteTestFile(File(), "changed");
-        m_manager->prompt.answers = {WarnAnswer::No};
-        m_manager->prompt.texts = {m_manager->Path(u"elsewhere"_s)};
+        Prompt().answers = {WarnAnswer::No};
+        Prompt().texts = {m_manager->Path(u"elsewhere"_s)};
         QVERIFY(m_manager->Save());
-        QCOMPARE(m_manager->Project().FilePath(), m_manager->Path(u"elsewhere.mill"_s));
+        QCOMPARE(Project().FilePath(), m_manager->Path(u"elsewhere.mill"_s));
         QCOMPARE(ReadTestFile(File()), "changed");
     }
 
@@ -288,20 +266,21 @@ private Q_SLOTS:
         qputenv("HOME", m_manager->Path(u"home"_s).toLocal8Bit());
         qputenv("TMPDIR", m_manager->Path(u"temporary"_s).toLocal8Bit());
         m_manager->NewProject();
-        QVERIFY(m_manager->Project().SaveProjectAs(m_manager->Path(u"away/jobs.mill"_s)));
-        SubmitGated(m_manager->Destinations().Long());
+        QVERIFY(Project().SaveProjectAs(m_manager->Path(u"away/jobs.mill"_s)));
+        m_manager->SubmitGated(m_manager->Long());
         QVERIFY(QDir{m_manager->Path(u"away"_s)}.removeRecursively());
 
-        const auto spareFile = [this] {
-            if (m_manager->Project().SaveUnattended() || !m_manager->Project().HasUnsavedChanges())
+        const auto spareFile = [&] {
+            if (Project().SaveUnattended() || !Project().HasUnsavedChanges())
                 return u"It counts as saved"_s;
             const QStringList files = Taskmill_SpareProjects();
             if (files.size() != 1 ||
                 RowsOfFile(files.first(), u"SELECT JobID FROM LongJobsQueue"_s) != QStringList{u"1"_s})
                 return u"%1 files"_s.arg(files.size());
             const QFile::Permissions others = QFile::ReadGroup | QFile::ReadOther;
-            return QFile::permissions(files.first()) & others ? u"Others may read it"_s
-                                                              : DirectoryOf(files.first());
+            return QFile::permissions(files.first()) & others
+                       ? u"Others may read it"_s
+                       : directory.relativeFilePath(QFileInfo{files.first()}.path());
         };
         QCOMPARE(spareFile(), u"preferences/state"_s);
         // A log-out that is called off and comes again takes the same file.
@@ -316,10 +295,8 @@ private Q_SLOTS:
         // What was planted by somebody else is no file of this user's.
         QVERIFY(QFile::link(u"/etc/passwd"_s, m_manager->Path(u"temporary/taskmill-spare-x.mill"_s)));
         QCOMPARE(spareFile(), u"temporary"_s);
-        QVERIFY(m_manager->Project().SaveProjectAs(File()));
+        QVERIFY(Project().SaveProjectAs(File()));
         QCOMPARE(Taskmill_SpareProjects(), QStringList{});
-        for (const char *variable : {"TASKMILLPREFS_DIR", "TMPDIR"})
-            qunsetenv(variable);
     }
 
     void SaveDialogCompletesTheName()
@@ -329,14 +306,14 @@ private Q_SLOTS:
         const auto saved = [&](const QString &typed, WarnAnswer answer = WarnAnswer::None) {
             m_manager->NewProject();
             WriteTestFile(old, "old");
-            m_manager->prompt.asked.clear();
-            m_manager->prompt.texts = {typed};
-            m_manager->prompt.answers = {answer};
+            Prompt().asked.clear();
+            Prompt().texts = {typed};
+            Prompt().answers = {answer};
             const bool isSaved = m_manager->Save();
-            const QString file = QFileInfo{m_manager->Project().FilePath()}.fileName();
+            const QString file = QFileInfo{Project().FilePath()}.fileName();
             if (isSaved == file.isEmpty() || (ReadTestFile(old) == "old") != (file != "old.mill"_L1))
                 return u"Another file was written"_s;
-            return u"%1 %2"_s.arg(file).arg(m_manager->prompt.asked.size());
+            return u"%1 %2"_s.arg(file).arg(Prompt().asked.size());
         };
         QCOMPARE(saved(u" jobs "_s), u"jobs.mill 1"_s);
         QCOMPARE(saved(u"jobs.MILL"_s), u"jobs.MILL 1"_s);
@@ -355,39 +332,29 @@ private Q_SLOTS:
         const Taskmill_JobType jobType = m_manager->AddGatedJobType();
         for (int jobID = 1; jobID <= 300; ++jobID)
             QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(jobType, jobID), true));
-        QVERIFY(m_manager->Project().SaveProjectAs(File()));
+        QVERIFY(Project().SaveProjectAs(File()));
         const QByteArray good = ReadTestFile(File());
         m_manager->NewProject();
-        m_manager->Destinations().Long().Queue()->SetPaused(true);
-        SubmitGated(m_manager->Destinations().Long());
+        m_manager->Long().Queue()->SetPaused(true);
+        m_manager->SubmitGated(m_manager->Long());
 
+        const auto refusal = [this](const QByteArray &content, const QStringList &statements = {}) {
+            WriteTestFile(File(), content);
+            RawDatabase{File()}.Execute(statements);
+            return RefusalOfFile();
+        };
         const QString unreadable =
             u"The specified file is not a Taskmill project, is damaged or is in use by another program:"_s;
-        const QString refused = u"The specified file cannot be opened as a Taskmill project:"_s;
+        const QString noProject = u"The specified file is not a Taskmill project:"_s;
         QByteArray overwritten = good;
         overwritten.replace(good.size() / 2, 8192, QByteArray{8192, '\x7f'});
-        for (const QByteArray &content : {QByteArray{20000, 'x'}, overwritten}) {
-            WriteTestFile(File(), content);
-            QCOMPARE(RefusalOfFile(), unreadable);
-        }
-        for (const qsizetype size : {600LL, good.size() / 2, good.size() - 1}) {
-            WriteTestFile(File(), good.first(size));
-            QCOMPARE(RefusalOfFile(), refused);
-        }
-        WriteTestFile(File(), good);
-        RawDatabase{File()}.Execute(
-            {u"DROP TABLE LongJobsQueue"_s,
-             u"CREATE VIEW LongJobsQueue AS WITH RECURSIVE Endless(JobID) AS (SELECT 1 UNION ALL "
-             "SELECT JobID + 1 FROM Endless) SELECT JobID FROM Endless"_s});
-        QCOMPARE(RefusalOfFile(), refused);
-        const QString noProject = u"The specified file is not a Taskmill project:"_s;
-        WriteTestFile(File(), {});
-        QCOMPARE(RefusalOfFile(), noProject);
-        WriteTestFile(File(), good);
-        RawDatabase{File()}.Execute({u"UPDATE GeneralData SET DataStr = '3' WHERE Name = 'Version'"_s});
-        QCOMPARE(RefusalOfFile(), u"The specified file is a Taskmill project of another version:"_s);
-        RawDatabase{File()}.Execute({u"DROP TABLE GeneralData"_s});
-        QCOMPARE(RefusalOfFile(), noProject);
+        QCOMPARE(refusal(overwritten), unreadable);
+        QCOMPARE(refusal(good.first(good.size() / 2)),
+                 u"The specified file cannot be opened as a Taskmill project:"_s);
+        QCOMPARE(refusal({}), noProject);
+        QCOMPARE(refusal(good, {u"UPDATE GeneralData SET DataStr = '3' WHERE Name = 'Version'"_s}),
+                 u"The specified file is a Taskmill project of another version:"_s);
+        QCOMPARE(refusal(good, {u"DROP TABLE GeneralData"_s}), noProject);
         {
             RawDatabase locker{File()};
             locker.Execute({u"BEGIN EXCLUSIVE"_s});
@@ -398,21 +365,14 @@ private Q_SLOTS:
     }
 
 private:
-    [[nodiscard]] QString DirectoryOf(const QString &path) const
-    {
-        return QDir{m_manager->directory.path()}.relativeFilePath(QFileInfo{path}.path());
-    }
     [[nodiscard]] QString File() const { return m_manager->Path(u"jobs.mill"_s); }
-    /// A job that runs until its input file, which is returned, is released.
-    QString SubmitGated(Taskmill_QueueOwner &owner, const QString &fileName = u"a.in"_s)
+    [[nodiscard]] Taskmill_Project &Project() const { return m_manager->Project(); }
+    [[nodiscard]] ScriptedPrompt &Prompt() const { return m_manager->prompt; }
+    void SaveAndOpen() const
     {
-        if (m_manager->JobTypes().Names().isEmpty())
-            m_manager->AddGatedJobType();
-        QString file = m_manager->InputFile(fileName);
-        owner.Submit(m_manager->NewJob(m_manager->JobTypes().GetAll().first(), file));
-        return file;
+        QVERIFY(Project().SaveProjectAs(File()));
+        QVERIFY(Project().OpenProject(File()));
     }
-
     /// What is said about the file when nothing else comes of opening it.
     [[nodiscard]] QString RefusalOfFile()
     {
@@ -421,23 +381,19 @@ private:
         };
         const QStringList filesBefore = files();
         const QByteArray contentBefore = ReadTestFile(File());
-        m_manager->prompt.asked.clear();
-        if (m_manager->Project().OpenProject(File()))
+        Prompt().asked.clear();
+        if (Project().OpenProject(File()))
             return u"The file was opened"_s;
         if (files() != filesBefore || ReadTestFile(File()) != contentBefore)
             return u"Files were changed"_s;
-        if (m_manager->Destinations().Long().Jobs().JobIDs() != QList<int>{1} ||
-            !m_manager->Project().HasUnsavedChanges() || TestManager::Database().GetLongJobs().size() != 1 ||
-            !m_manager->Project().FilePath().isEmpty())
+        if (m_manager->Long().Jobs().JobIDs() != QList<int>{1} || !Project().HasUnsavedChanges() ||
+            TestManager::Database().GetLongJobs().size() != 1 || !Project().FilePath().isEmpty())
             return u"The open project was changed"_s;
         // Nobody is asked to save what stays open.
-        return m_manager->prompt.asked.size() == 1 ? m_manager->prompt.asked.first().text.section(u'\n', 0, 0)
-                                                   : QString{};
+        return Prompt().asked.size() == 1 ? Prompt().asked.first().text.section(u'\n', 0, 0) : QString{};
     }
 
     [[nodiscard]] qsizetype FinishedCount() const { return m_manager->FinishedJobs().Jobs().size(); }
-    const QString m_directory = QDir::currentPath();
-    std::unique_ptr<TestManager> m_manager;
 };
 
 QTEST_GUILESS_MAIN(TestProject)

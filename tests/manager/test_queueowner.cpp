@@ -5,9 +5,6 @@
 #include "manager/closingdialogue.h"
 #include "manager/removaldialogue.h"
 #include "support/testmanager.h"
-#include "support/testutil.h"
-
-#include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -22,30 +19,26 @@ QList<int> NumbersOf(const QList<Taskmill_JobRecord> &jobs)
 }
 } // namespace
 
-class TestQueueOwner : public QObject
+class TestQueueOwner : public ManagerTestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
+    void init() override
     {
-        FailOnQtWarnings();
-        m_manager = std::make_unique<TestManager>();
+        ManagerTestCase::init();
         m_manager->NewProject();
         m_gated = m_manager->AddGatedJobType();
     }
 
-    void cleanup() { m_manager.reset(); }
-
     void NeighboursLeaveInTwoPasses()
     {
-        Taskmill_JobQueue &queue = *m_manager->Destinations().Long().Queue();
+        Taskmill_JobQueue &queue = *m_manager->Long().Queue();
         queue.SetPaused(true);
-        for (int job = 0; job < 3; ++job)
-            SubmitGated(m_manager->Destinations().Long());
+        SubmitGated(3);
         queue.JobAt(0)->SetStatus(Taskmill_JobStatus::Completed, true);
         queue.JobAt(1)->SetStatus(Taskmill_JobStatus::Completed, true);
-        m_manager->Destinations().Long().QueueUpdatedSlot();
+        m_manager->Long().QueueUpdatedSlot();
         QCOMPARE(Finished(), QList<int>{1});
         QTRY_COMPARE(Finished(), (QList<int>{1, 2}));
         QCOMPARE(queue.JobIDs(), QList<int>{3});
@@ -55,32 +48,31 @@ private Q_SLOTS:
 
     void RemovalAsksAndDeletesTheRows()
     {
-        for (int job = 0; job < 12; ++job)
-            SubmitGated(m_manager->Destinations().Long());
-        QList<int> all = m_manager->Destinations().Long().Jobs().JobIDs();
-        QVERIFY(!m_manager->Destinations().Long().RemoveSelectedJobs({1, 99}));
+        SubmitGated(12);
+        QList<int> all = m_manager->Long().Jobs().JobIDs();
+        QVERIFY(!m_manager->Long().RemoveSelectedJobs({1, 99}));
         QVERIFY(m_manager->prompt.asked.isEmpty());
-        QVERIFY(!m_manager->Destinations().Long().RemoveSelectedJobs(all));
+        QVERIFY(!m_manager->Long().RemoveSelectedJobs(all));
         const QString question = m_manager->prompt.asked.first().text;
         QVERIFY(question.startsWith(u"Are you sure you want to remove the following 12 selected jobs from "
                                     "the Long Jobs Queue?\n\njob 1\njob 2\n"_s));
         QVERIFY(question.endsWith(u"\njob 10\n... 2 more ..."_s));
         m_manager->prompt.answers = {Answer::Yes, Answer::Cancel};
-        QVERIFY(!m_manager->Destinations().Long().RemoveSelectedJobs(all));
+        QVERIFY(!m_manager->Long().RemoveSelectedJobs(all));
         QCOMPARE(LongRows(), all);
 
         // The one that runs may stay.
         all.removeOne(7);
         m_manager->prompt.answers = {Answer::Yes, Answer::No};
-        QVERIFY(m_manager->Destinations().Long().RemoveSelectedJobs(all));
-        QCOMPARE(m_manager->Destinations().Long().Jobs().JobIDs(), (QList<int>{1, 7}));
+        QVERIFY(m_manager->Long().RemoveSelectedJobs(all));
+        QCOMPARE(m_manager->Long().Jobs().JobIDs(), (QList<int>{1, 7}));
         QCOMPARE(LongRows(), (QList<int>{1, 7}));
         QVERIFY(Finished().isEmpty());
 
         // A killed job is recorded once, and the next one runs in its place.
         TestManager::Release(m_manager->Path(u"7.in"_s));
         m_manager->prompt.answers = {Answer::Yes, Answer::Yes};
-        QVERIFY(m_manager->Destinations().Long().RemoveJob(1));
+        QVERIFY(m_manager->Long().RemoveJob(1));
         QTRY_COMPARE(Finished(), (QList<int>{1, 7}));
         const auto rows = TestManager::Database().GetFinishedJobs();
         QCOMPARE(NumbersOf(rows), (QList<int>{1, 7}));
@@ -91,13 +83,12 @@ private Q_SLOTS:
 
     void WhatBeginsToRunWhileTheWarningStandsStays()
     {
-        for (int job = 0; job < 2; ++job)
-            SubmitGated(m_manager->Destinations().Long());
-        Taskmill_RemovalDialogue removal{m_manager->Destinations().Long(), {1, 2}};
+        SubmitGated(2);
+        Taskmill_RemovalDialogue removal{m_manager->Long(), {1, 2}};
         QVERIFY(removal.Next());
         removal.Answer({.choice = Answer::Yes});
         QVERIFY(removal.Next().value_or(Taskmill_Question{}).isWarning);
-        m_manager->Destinations().Long().Queue()->SetMaxRunningJobs(2);
+        m_manager->Long().Queue()->SetMaxRunningJobs(2);
         removal.Answer({.choice = Answer::No});
         QVERIFY(!removal.Next());
         QCOMPARE(LongRows(), (QList<int>{1, 2}));
@@ -105,9 +96,9 @@ private Q_SLOTS:
 
     void NothingGoesWhereNobodyCanBeAsked()
     {
-        SubmitGated(m_manager->Destinations().Long());
+        SubmitGated(1);
         KilnUtil_Error::SetUserPrompt(nullptr);
-        QVERIFY(!m_manager->Destinations().Long().RemoveSelectedJobs({1}));
+        QVERIFY(!m_manager->Long().RemoveSelectedJobs({1}));
         Taskmill_ClosingDialogue closing{m_manager->Project()};
         Taskmill_AskThroughPrompt(closing);
         KilnUtil_Error::SetUserPrompt(&m_manager->prompt);
@@ -117,11 +108,10 @@ private Q_SLOTS:
 
     void RowsThatStayAreReported()
     {
-        for (int job = 0; job < 2; ++job)
-            SubmitGated(m_manager->Destinations().Long());
+        SubmitGated(2);
         QVERIFY(m_manager->FinishedJobs().AddJob(SampleJob(m_gated, 9)));
         RefuseWrites(TestManager::Database(), true);
-        m_manager->Destinations().Long().RemoveNow({2});
+        m_manager->Long().RemoveNow({2});
         m_manager->FinishedJobs().Remove({0});
         m_manager->JobTypes().RemoveAll();
         const auto reports = [this] {
@@ -157,13 +147,12 @@ private Q_SLOTS:
         QFETCH(const QList<int>, left);
         QFETCH(const QList<int>, killed);
         QFETCH(const QList<Answer>, answers);
-        Taskmill_JobQueue &queue = *m_manager->Destinations().Long().Queue();
+        Taskmill_JobQueue &queue = *m_manager->Long().Queue();
         queue.SetMaxRunningJobs(2);
-        for (int job = 0; job < 7; ++job)
-            SubmitGated(m_manager->Destinations().Long());
+        SubmitGated(7);
         queue.SetMaxRunningJobs(4);
         m_manager->prompt.answers = answers;
-        QVERIFY(m_manager->Destinations().Long().RemoveSelectedJobs(removed));
+        QVERIFY(m_manager->Long().RemoveSelectedJobs(removed));
         QCOMPARE(queue.JobIDs(), left);
         QCOMPARE(LongRows(), left);
         QCOMPARE(Finished(), killed);
@@ -171,17 +160,16 @@ private Q_SLOTS:
     }
 
 private:
-    /// A job that runs until its input file, such as 1.in, is released.
-    void SubmitGated(Taskmill_QueueOwner &owner)
+    /// Jobs that run until their input files, such as 1.in, are released.
+    void SubmitGated(int count)
     {
-        const int jobID = m_manager->JobNumbers().LastID() + 1;
-        owner.Submit(m_manager->NewJob(m_gated, m_manager->InputFile(u"%1.in"_s.arg(jobID))));
+        for (int jobID = 1; jobID <= count; ++jobID)
+            m_manager->SubmitGated(m_manager->Long(), u"%1.in"_s.arg(jobID));
     }
 
     [[nodiscard]] QList<int> Finished() const { return NumbersOf(m_manager->FinishedJobs().Jobs()); }
     [[nodiscard]] static QList<int> LongRows() { return NumbersOf(TestManager::Database().GetLongJobs()); }
 
-    std::unique_ptr<TestManager> m_manager;
     Taskmill_JobType m_gated;
 };
 

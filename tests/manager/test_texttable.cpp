@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "manager/texttable.h"
-
-#include <QtTest>
-
-#include <algorithm>
+#include "support/testcase.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -14,7 +11,7 @@ const QStringList row{u"7"_s, u"water.mop"_s, u"/opt/mopac/bin/mopac-22.1"_s,
 const QStringList leftOutFirst{u"Executable Path"_s, u"Command Line"_s};
 } // namespace
 
-class TestTextTable : public QObject
+class TestTextTable : public TestCase
 {
     Q_OBJECT
 
@@ -52,18 +49,21 @@ private Q_SLOTS:
 
     void WideCharactersTakeTwoColumns()
     {
+        QCOMPARE(Taskmill_TextWidth(u"aé ½"_s), 4);
+        QCOMPARE(Taskmill_TextWidth(u"水ｱＡ한"_s), 7); // the second is halfwidth
+        QCOMPARE(Taskmill_TextWidth(u"\U0001F600\U00020000"_s), 4);
+        QCOMPARE(Taskmill_TextWidth(u"e\u0301\u200D"_s), 1);
         const QString name = u"分子動力学計算の結果.xyz"_s; // of 24 columns
+        const auto fitted = [&](int width) {
+            return Taskmill_FittedTextTable({u"N"_s, u"Name"_s}, {{u"1"_s, name}}, width, {})
+                .split(u'\n', Qt::SkipEmptyParts);
+        };
         for (int width = 1; width < 32; ++width) {
-            const QStringList lines =
-                Taskmill_FittedTextTable({u"N"_s, u"Name"_s}, {{u"1"_s, name}}, width, {})
-                    .split(u'\n', Qt::SkipEmptyParts);
-            for (const QString &line : lines)
+            for (const QString &line : fitted(width))
                 QVERIFY2(Taskmill_TextWidth(line) <= width, qPrintable(line));
-            if (width == 27)
-                QCOMPARE(lines[2], u"1  "_s + name);
-            if (width == 20)
-                QCOMPARE(lines[2], u"1  分子動...果.xyz"_s);
         }
+        QCOMPARE(fitted(27)[2], u"1  "_s + name);
+        QCOMPARE(fitted(20)[2], u"1  分子動...果.xyz"_s);
     }
 };
 

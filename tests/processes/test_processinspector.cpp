@@ -1,12 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "processes/processinspector_wmic.h"
-#include "support/testutil.h"
-
-#include <QDir>
-#include <QFileInfo>
-#include <QtTest>
-
-#include <algorithm>
+#include "support/testcase.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -24,24 +18,23 @@ QByteArray Worker(const QByteArray &commandLine, const QByteArray &id)
 } // namespace
 
 /// The records, and the inspector that runs "wmic", which is a stand-in here.
-class TestProcessInspector : public QObject
+class TestProcessInspector : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
+    void init() override
     {
-        FailOnQtWarnings();
-        m_directory = std::make_unique<QTemporaryDir>();
+        TestCase::init();
         m_path = qgetenv("PATH");
         qputenv("TASKMILL_PROCESS_TOOL", "wmic");
     }
 
-    void cleanup()
+    void cleanup() override
     {
         qputenv("PATH", m_path);
         qunsetenv("TASKMILL_PROCESS_TOOL");
-        m_directory.reset();
+        TestCase::cleanup();
     }
 
     void ParsesOddLines()
@@ -111,7 +104,7 @@ private Q_SLOTS:
 
     void AbandonsAToolThatHangs()
     {
-        WriteTestFile(m_directory->filePath(u"hang"_s), {});
+        WriteTestFile(Path(u"hang"_s), {});
         InstallTool(Worker("early", "5"));
         Taskmill_WmicProcessInspector inspector{std::chrono::seconds{3}};
         QCOMPARE(inspector.ListProcesses().value(0).CommandLine, u"early"_s);
@@ -120,22 +113,21 @@ private Q_SLOTS:
 private:
     void InstallTool(const QByteArray &listing)
     {
-        WriteTestFile(m_directory->filePath(u"listing"_s), listing);
+        WriteTestFile(Path(u"listing"_s), listing);
         qputenv("PATH", QFile::encodeName(QFileInfo{QStringLiteral(TASKMILL_STANDIN_TOOL)}.path() +
                                           QDir::listSeparator()) +
                             m_path);
-        qputenv("TASKMILL_STANDIN_DIR", QFile::encodeName(m_directory->path()));
+        qputenv("TASKMILL_STANDIN_DIR", QFile::encodeName(Path()));
     }
     /// The arguments of every run since the last call, each followed by "|".
     [[nodiscard]] QStringList ToolRuns() const
     {
-        const QString file = m_directory->filePath(u"runs"_s);
+        const QString file = Path(u"runs"_s);
         const QStringList runs = QString::fromLocal8Bit(ReadTestFile(file)).split(u'\n', Qt::SkipEmptyParts);
         WriteTestFile(file, {});
         return runs;
     }
 
-    std::unique_ptr<QTemporaryDir> m_directory;
     QByteArray m_path;
 };
 

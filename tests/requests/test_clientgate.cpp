@@ -1,53 +1,37 @@
 // SPDX-License-Identifier: MIT
 #include "requests/clientgate.h"
 
+#include "requests/recordinghandler.h"
 #include "requests/requestserver.h"
-#include "support/testutil.h"
+#include "support/testcase.h"
 #include "wire/clientkey.h"
-
-#include <QFileInfo>
-#include <QRegularExpression>
-#include <QSignalSpy>
-#include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
 using PeerUser = Taskmill_PeerUser;
-Q_DECLARE_METATYPE(PeerUser)
-
-namespace {
-class RecordingHandler final : public Taskmill_RequestHandler
-{
-public:
-    QStringList Handled;
-
-    QByteArray HandleRequest(const Taskmill_RequestMessage &request) override
-    {
-        Handled.append(request.JobName);
-        return "accepted=1\n";
-    }
-};
-} // namespace
 
 /// Whose requests are carried out on a computer that others may use, with a system that says what a test
 /// wants.
-class TestClientGate : public QObject
+class TestClientGate : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
+    void init() override
     {
-        FailOnQtWarnings();
-        m_directory = std::make_unique<QTemporaryDir>();
-        qputenv("TASKMILLPREFS_DIR", m_directory->path().toLocal8Bit());
+        TestCase::init();
+        qputenv("TASKMILLPREFS_DIR", Path().toLocal8Bit());
         m_handler = {};
         m_user = PeerUser::Unknown;
         m_othersAreAbout = false;
         m_looks = 0;
     }
-    void cleanup() { m_server.reset(); }
+    void cleanup() override
+    {
+        m_server.reset();
+        TestCase::cleanup();
+    }
 
     void DecidesWhoIsServed_data()
     {
@@ -56,17 +40,18 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("lines");
         QTest::addColumn<bool>("acceptUnknown");
         QTest::addColumn<bool>("isServed");
-        const QByteArray none;
-        QTest::newRow("unknown, alone") << PeerUser::Unknown << false << none << false << true;
-        QTest::newRow("unknown, others are about") << PeerUser::Unknown << true << none << false << false;
-        QTest::newRow("a wrong key") << PeerUser::Unknown << true
-                                     << QByteArray{"clientkey=\nclientkey=" + QByteArray(64, '0') + '\n'}
-                                     << false << false;
-        QTest::newRow("the key") << PeerUser::Unknown << true << QByteArray{"KEY"} << false << true;
-        QTest::newRow("unknown, all accepted") << PeerUser::Unknown << true << none << true << true;
-        QTest::newRow("this user") << PeerUser::This << true << none << false << true;
-        QTest::newRow("another user with the key")
-            << PeerUser::Other << false << QByteArray{"KEY"} << true << false;
+        const auto add = [](const char *name, PeerUser user, bool othersAreAbout, const QByteArray &lines,
+                            bool acceptUnknown, bool isServed) {
+            QTest::newRow(name) << user << othersAreAbout << lines << acceptUnknown << isServed;
+        };
+        const QByteArray wrong = "clientkey=\nclientkey=" + QByteArray(64, '0') + '\n';
+        add("unknown, alone", PeerUser::Unknown, false, {}, false, true);
+        add("unknown, others are about", PeerUser::Unknown, true, {}, false, false);
+        add("a wrong key", PeerUser::Unknown, true, wrong, false, false);
+        add("the key", PeerUser::Unknown, true, "KEY", false, true);
+        add("unknown, all accepted", PeerUser::Unknown, true, {}, true, true);
+        add("this user", PeerUser::This, true, {}, false, true);
+        add("another user with the key", PeerUser::Other, false, "KEY", true, false);
     }
 
     void DecidesWhoIsServed()
@@ -134,10 +119,12 @@ private Q_SLOTS:
         Listen(10min);
         const quint16 port = m_server->Port();
         const QByteArray first = Key();
-        QVERIFY2(first.startsWith("clientkey=") && first.size() >= 64, first.constData());
+        QVERIFY2(first.startsWith("clientkey="), first.constData());
+        QVERIFY(first.size() >= 64);
         m_server->Close();
         QVERIFY(m_server->Listen(port));
-        QVERIFY(!Key().isEmpty() && Key() != first);
+        QVERIFY(Key().startsWith("clientkey="));
+        QVERIFY(Key() != first);
         m_server->Close();
         QVERIFY(KeyFiles().isEmpty());
     }
@@ -145,9 +132,8 @@ private Q_SLOTS:
 #ifdef Q_OS_UNIX
     void KeyIsForThisUserAlone()
     {
-        const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
         // One that others may enter is none.
-        const QString open = m_directory->filePath(u"open"_s);
+        const QString open = Path(u"open"_s);
         QVERIFY(QDir{}.mkdir(open));
         QVERIFY(QFile::setPermissions(open, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
                                                 QFile::ReadOther | QFile::ExeOther));
@@ -168,7 +154,6 @@ private Q_SLOTS:
         QVERIFY(QFile::setPermissions(files[0].filePath() + u".moved"_s, ownerOnly));
         QVERIFY(QFile::link(files[0].filePath() + u".moved"_s, files[0].filePath()));
         QCOMPARE(Key(), "");
-        qputenv("XDG_RUNTIME_DIR", runtime);
     }
 #endif
 
@@ -216,11 +201,9 @@ private:
     /// In the state folder.
     [[nodiscard]] QFileInfoList KeyFiles() const
     {
-        return QDir{m_directory->filePath(u"state"_s)}.entryInfoList(
-            {u"clientkey-%1"_s.arg(m_server->Port())}, QDir::Files);
+        return QDir{Path(u"state"_s)}.entryInfoList({u"clientkey-%1"_s.arg(m_server->Port())}, QDir::Files);
     }
 
-    std::unique_ptr<QTemporaryDir> m_directory;
     RecordingHandler m_handler;
     PeerUser m_user = PeerUser::Unknown;
     bool m_othersAreAbout = false;

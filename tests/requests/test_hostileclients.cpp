@@ -4,14 +4,11 @@
 #include "support/testmanager.h"
 #include "wire/socket.h"
 
-#include <QDir>
-#include <QRegularExpression>
-#include <QtTest>
-
 #include <random>
 
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -24,6 +21,23 @@ qsizetype OpenFiles()
 {
     return QDir{u"/proc/self/fd"_s}.entryList(QDir::System | QDir::NoDotAndDotDot).size();
 }
+
+/// While it lives, no file can be opened beyond that number.
+class OpenFilesLimit
+{
+public:
+    explicit OpenFilesLimit(qsizetype limit)
+    {
+        getrlimit(RLIMIT_NOFILE, &m_before);
+        const rlimit lower{.rlim_cur = static_cast<rlim_t>(limit), .rlim_max = m_before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &lower);
+    }
+    ~OpenFilesLimit() { setrlimit(RLIMIT_NOFILE, &m_before); }
+    Q_DISABLE_COPY_MOVE(OpenFilesLimit)
+
+private:
+    rlimit m_before{};
+};
 
 int NumberFromEnvironment(const char *variable, int usual)
 {
@@ -53,30 +67,12 @@ public:
 private:
     void Change(std::string &text)
     {
-        static const std::vector<std::string> words{"action=",
-                                                    "action=submitjob\n",
-                                                    "=",
-                                                    "\n",
-                                                    "\r\n",
-                                                    "\r",
-                                                    "@A=_;_\n",
-                                                    "@=\n",
-                                                    "_;_",
-                                                    "\xff\xfe",
-                                                    "\xe2\x82",
-                                                    "clientreply=yes\n",
-                                                    "clientkey=",
-                                                    "clientport=99999999999999999999\n",
-                                                    "%1%n%s",
-                                                    "jobtypename=auto\n",
-                                                    "jobinputfile=/\n",
-                                                    "confirmaction=yes\n",
-                                                    " HTTP/1.1\n",
-                                                    "action=test\n",
-                                                    std::string{"\0", 1},
-                                                    "../",
-                                                    "clientnotification=-1\n",
-                                                    "jobname=\n"};
+        static const QByteArrayList words =
+            QByteArray{"action=|action=submitjob\n|=|\n|\r\n|\r|@A=_;_\n|@=\n|_;_|\xff\xfe|\xe2\x82|"
+                       "clientreply=yes\n|clientkey=|clientport=99999999999999999999\n|%1%n%s|jobname=\n|"
+                       "jobtypename=auto\n|jobinputfile=/\n|confirmaction=yes\n| HTTP/1.1\n|../|"
+                       "action=test\n|clientnotification=-1\n"}
+                .split('|');
         const std::size_t place = Below(text.size() + 1);
         const std::size_t size = Below(40);
         switch (Below(7)) {
@@ -88,7 +84,7 @@ private:
             text.erase(place, size);
             break;
         case 2:
-            text.insert(place, words[Below(words.size())]);
+            text.insert(place, words[static_cast<qsizetype>(Below(words.size()))].toStdString());
             break;
         case 3:
             text.insert(place, text.substr(Below(text.size() + 1), size));
@@ -111,7 +107,7 @@ private:
 } // namespace
 
 /// The port in the face of clients that do everything they should not.
-class TestHostileClients : public QObject, private Taskmill_RequestHandler
+class TestHostileClients : public TestCase, private Taskmill_RequestHandler
 {
     Q_OBJECT
 
@@ -146,6 +142,21 @@ private Q_SLOTS:
         QCOMPARE(AnswerTo(client), "refused=no such action\n");
     }
 
+    void ServesAgainWhenFilesAreFree()
+    {
+        Taskmill_RequestServer server{*this};
+        QVERIFY(server.Listen(0));
+        const Taskmill_Socket client = Ask(server, "action=frobnicate\n");
+        const int lowestFree = dup(STDERR_FILENO);
+        close(lowestFree);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u"^Cannot accept"_s});
+        {
+            const OpenFilesLimit limit{lowestFree};
+            QCoreApplication::processEvents();
+        }
+        QCOMPARE(AnswerTo(client), "refused=no such action\n");
+    }
+
     void ALongAnswerArrivesWhole()
     {
         m_answer = QByteArray(8 << 20, 'x') + '\n';
@@ -167,23 +178,22 @@ private Q_SLOTS:
         QVERIFY(server.Listen(0));
         for (int dropped = 0; dropped < 4; ++dropped)
             QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u"^Too many open connections"_s});
-        rlimit before{};
-        getrlimit(RLIMIT_NOFILE, &before);
         std::vector<Taskmill_Socket> silent;
         const auto connectOne = [&] {
             silent.push_back(Taskmill_Socket::Connect(server.Port(), waitMs));
             QCoreApplication::processEvents();
         };
         connectOne();
-        rlimit limit = before;
-        limit.rlim_cur = static_cast<rlim_t>(OpenFiles()) + 40;
-        setrlimit(RLIMIT_NOFILE, &limit);
-        // Each of them opens a file on both sides.
-        for (int count = 0; count < 16; ++count)
-            connectOne();
-        const qsizetype open = OpenFiles();
-        setrlimit(RLIMIT_NOFILE, &before);
-        QVERIFY2(static_cast<rlim_t>(open) < limit.rlim_cur - 10, qPrintable(QString::number(open)));
+        const qsizetype most = OpenFiles() + 40;
+        qsizetype open = 0;
+        {
+            const OpenFilesLimit limit{most};
+            // Each of them opens a file on both sides.
+            for (int count = 0; count < 16; ++count)
+                connectOne();
+            open = OpenFiles();
+        }
+        QVERIFY2(open < most - 10, qPrintable(QString::number(open)));
         QCOMPARE(AnswerTo(Ask(server, "action=frobnicate\n")), "refused=no such action\n");
     }
 
@@ -197,8 +207,8 @@ private Q_SLOTS:
         m_manager = &manager;
         manager.NewProject();
         manager.AddJobType(u"Water"_s, u"exit 0"_s, u"Long"_s, u"Water (*.mop)"_s);
-        manager.Destinations().Long().Queue()->SetPaused(true);
-        manager.Destinations().Short().Queue()->SetPaused(true);
+        manager.Long().Queue()->SetPaused(true);
+        manager.Short().Queue()->SetPaused(true);
         const std::string input = manager.InputFile(u"water.mop"_s).toStdString();
         Taskmill_RequestServer server{*this, {.MaxConnections = 50}};
         QVERIFY(server.Listen(0));
@@ -286,8 +296,10 @@ private:
     static QByteArray AnswerTo(const Taskmill_Socket &client)
     {
         std::string answer;
-        (void)QTest::qWaitFor(
-            [&] { return client.Receive(answer, 1U << 30U) == Taskmill_Socket::State::Ended; }, waitMs);
+        const auto hasEnded = [&] {
+            return client.Receive(answer, 1U << 30U) == Taskmill_Socket::State::Ended;
+        };
+        (void)QTest::qWaitFor(hasEnded, waitMs);
         return QByteArray::fromStdString(answer);
     }
 

@@ -1,19 +1,15 @@
 // SPDX-License-Identifier: MIT
+#include "requests/recordinghandler.h"
 #include "requests/requestserver.h"
-#include "support/testutil.h"
+#include "support/testcase.h"
 #include "wire/clientkey.h"
 #include "wire/ordinaryusers.h"
 #include "wire/otherusers.h"
 #include "wire/privatefile.h"
 
-#include <QRegularExpression>
-#include <QtTest>
-
-#include <array>
 #include <csignal>
 #include <sstream>
 
-#include <arpa/inet.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -61,29 +57,20 @@ public:
 private:
     void Live(quint16 port)
     {
-        char what = 0;
-        while (read(m_ends[1], &what, 1) == 1) {
-            sockaddr_in address{};
-            address.sin_family = AF_INET;
-            address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-            address.sin_port = htons(what == 'l' ? quint16{0} : port);
-            const int one = socket(AF_INET, SOCK_STREAM, 0);
-            socklen_t size = sizeof address;
-            bool isDone = false;
+        Taskmill_Socket listener;
+        std::vector<Taskmill_Socket> kept;
+        for (char what = 0; read(m_ends[1], &what, 1) == 1;) {
+            quint16 answer = 0;
             if (what == 'l') {
-                isDone = bind(one, reinterpret_cast<const sockaddr *>(&address), size) == 0 &&
-                         listen(one, 10) == 0 &&
-                         getsockname(one, reinterpret_cast<sockaddr *>(&address), &size) == 0;
+                listener = Taskmill_Socket::Listen();
+                answer = listener.LocalPort();
             } else {
-                constexpr std::string_view request = "action=submitjob\njobname=stranger\n";
-                isDone = connect(one, reinterpret_cast<const sockaddr *>(&address), size) == 0 &&
-                         send(one, request.data(), request.size(), 0) > 0;
+                Taskmill_Socket one = Taskmill_Socket::Connect(port, 30000);
+                if (!one.Send("action=submitjob\njobname=stranger\n", 30000))
+                    break;
+                if (what == 'k')
+                    kept.push_back(std::move(one));
             }
-            if (!isDone)
-                break;
-            if (what == 's')
-                close(one);
-            const quint16 answer = what == 'l' ? ntohs(address.sin_port) : quint16{0};
             if (write(m_ends[1], &answer, sizeof answer) != sizeof answer)
                 break;
         }
@@ -96,43 +83,24 @@ private:
 
 /// Who counts as another user, and what his programs can do here. Runs alone: the managers of other tests
 /// would see him too.
-class TestOtherUsers : public QObject, private Taskmill_RequestHandler
+class TestOtherUsers : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        FailOnQtWarnings();
-        m_handled.clear();
-    }
-
-    void OrdinaryUsersAreThoseOfPeople_data()
-    {
-        QTest::addColumn<int>("user");
-        QTest::addColumn<bool>("isOrdinary");
-        QTest::newRow("this user") << 1000 << false;
-        QTest::newRow("root") << 0 << false;
-        QTest::newRow("a service") << 499 << false;
-        QTest::newRow("the first of UID_MIN") << 500 << true;
-        QTest::newRow("behind this user") << 1001 << true;
-        QTest::newRow("nobody") << 65534 << false;
-        QTest::newRow("a dynamic service") << 61184 << false;
-        QTest::newRow("the last dynamic service") << 65519 << false;
-        QTest::newRow("behind them") << 65520 << true;
-        QTest::newRow("of one's own container") << 165535 << false;
-        QTest::newRow("of another user's container") << 165536 << true;
-        QTest::newRow("of one's own, by number") << 300000 << false;
-    }
-
     void OrdinaryUsersAreThoseOfPeople()
     {
-        QFETCH(int, user);
-        QFETCH(bool, isOrdinary);
         std::istringstream definitions{"# UID_MIN 1\nSYS_UID_MIN 100\nUID_MIN\t\t 500\n"};
         std::istringstream subordinates{"alice:165536:65536\nbob:100000:65536\n1000:300000:1\nbob:1:x\n\n"};
         const Taskmill_OrdinaryUsers users{1000, "bob", definitions, subordinates};
-        QCOMPARE(users.Contains(static_cast<Taskmill_OrdinaryUsers::UserID>(user)), isOrdinary);
+        QList<int> ordinary;
+        // Root and a service, UID_MIN, this user and the next, dynamic services and nobody, what is behind
+        // them, users of containers: one's own, another's, one's own by number.
+        for (const int user : {0, 499, 500, 1000, 1001, 61184, 65519, 65534, 65520, 165535, 165536, 300000}) {
+            if (users.Contains(static_cast<Taskmill_OrdinaryUsers::UserID>(user)))
+                ordinary.append(user);
+        }
+        QCOMPARE(ordinary, (QList{500, 1001, 65520, 165536}));
     }
 
     void AStrangerIsNotServed()
@@ -144,13 +112,13 @@ private Q_SLOTS:
         Taskmill_OtherUsers others;
         const bool wereAbout = others.AreAbout();
         {
-            Taskmill_RequestServer server{*this, {}, environment};
+            Taskmill_RequestServer server{m_handler, {}, environment};
             QVERIFY(server.Listen(0));
             if (!wereAbout) {
                 // While nobody else is about, who sends and closes at once is served, from the first moment.
                 Submit(server, "action=submitjob\njobname=alone\n");
-                QTRY_COMPARE(m_handled, QStringList{u"alone"_s});
-                m_handled.clear();
+                QTRY_COMPARE(m_handler.Handled, QStringList{u"alone"_s});
+                m_handler.Handled.clear();
             }
             Stranger stranger{server.Port()};
             // The system may still show whose the closed connection is.
@@ -168,8 +136,8 @@ private Q_SLOTS:
             const std::string key = Taskmill_ClientKeyLines(client, server.Port());
             Submit(server, key + "action=submitjob\njobname=key\n");
             QVERIFY(client.Send("action=submitjob\njobname=stays\nclientreply=yes\n", 30000));
-            QTRY_COMPARE(m_handled.size(), 2);
-            QCOMPARE(QSet<QString>(m_handled.begin(), m_handled.end()),
+            QTRY_COMPARE(m_handler.Handled.size(), 2);
+            QCOMPARE(QSet<QString>(m_handler.Handled.begin(), m_handler.Handled.end()),
                      (QSet<QString>{u"key"_s, u"stays"_s}));
 
             // Who has taken the port of a manager does not get its key.
@@ -183,17 +151,12 @@ private Q_SLOTS:
     }
 
 private:
-    QByteArray HandleRequest(const Taskmill_RequestMessage &request) override
-    {
-        m_handled.append(request.JobName);
-        return "accepted=1\n";
-    }
     static void Submit(const Taskmill_RequestServer &server, const std::string &message)
     {
         QVERIFY(Taskmill_Socket::Connect(server.Port(), 30000).Send(message, 30000));
     }
 
-    QStringList m_handled;
+    RecordingHandler m_handler;
 };
 
 QTEST_GUILESS_MAIN(TestOtherUsers)

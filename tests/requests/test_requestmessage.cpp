@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "requests/requestmessage.h"
 
-#include "support/testutil.h"
-
-#include <QtTest>
+#include "support/testcase.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -47,13 +45,11 @@ QString Content(const Message &message)
 }
 } // namespace
 
-class TestRequestMessage : public QObject
+class TestRequestMessage : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { FailOnQtWarnings(); }
-
     void LinesBecomeFields_data()
     {
         QTest::addColumn<QByteArray>("bytes");

@@ -1,34 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "requests/requestserver.h"
 
-#include "support/testutil.h"
+#include "requests/notificationsender.h"
+#include "requests/recordinghandler.h"
+#include "support/testcase.h"
 
 #include <QTcpSocket>
-#include <QtTest>
-
-#include <functional>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 /// Time decides nothing.
 constexpr int forEver = 3'600'000;
-
-/// Answers every request and remembers the job names, which distinguish the messages of a test.
-class RecordingHandler final : public Taskmill_RequestHandler
-{
-public:
-    QStringList Handled;
-    std::function<void(const QString &name)> WhileHandling;
-
-    QByteArray HandleRequest(const Taskmill_RequestMessage &request) override
-    {
-        Handled.append(request.JobName);
-        if (WhileHandling)
-            WhileHandling(request.JobName);
-        return "accepted=" + request.JobName.toUtf8() + '\n';
-    }
-};
 
 const QByteArray askForReply = "clientreply=yes\n";
 
@@ -38,19 +21,23 @@ QByteArray Message(const QByteArray &name)
 }
 } // namespace
 
-class TestRequestServer : public QObject
+class TestRequestServer : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
+    void init() override
     {
-        FailOnQtWarnings();
+        TestCase::init();
         m_handler = {};
         Listen({.SilenceMs = forEver, .QuietMs = forEver});
     }
 
-    void cleanup() { m_server.reset(); }
+    void cleanup() override
+    {
+        m_server.reset();
+        TestCase::cleanup();
+    }
 
     void ActionsAreHandedOn()
     {
@@ -219,6 +206,20 @@ private Q_SLOTS:
         m_handler.WhileHandling = nullptr;
         Submit(Message("b"));
         QTRY_COMPARE(m_handler.Handled.size(), 2);
+    }
+
+    void NotificationsToUselessAddressesAreRefused()
+    {
+        Taskmill_NotificationSender sender;
+        const int port = m_server->Port();
+        QVERIFY(!sender.Send(u"host.invalid"_s, port, "x"));
+        // Both become the client's port when all but 16 bits are lost.
+        QVERIFY(!sender.Send(u"localhost"_s, port + 65'536, "x"));
+        QVERIFY(!sender.Send(u"localhost"_s, port - 65'536, "x"));
+        QCoreApplication::processEvents();
+        QVERIFY(Connections().isEmpty());
+        m_server->Close();
+        QVERIFY(!sender.Send(u"localhost"_s, port, "x"));
     }
 
 private:

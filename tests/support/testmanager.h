@@ -9,9 +9,9 @@
 #include "processes/processinspector.h"
 #include "support/jobfakes.h"
 #include "support/scriptedprompt.h"
-#include "support/testutil.h"
+#include "support/testcase.h"
 
-#include <QFileInfo>
+#include <QDir>
 #include <QTemporaryDir>
 
 /// What a manager in a test finds around it: a console mode and an empty directory of its own, which also
@@ -59,6 +59,9 @@ public:
         Taskmill_AskThroughPrompt(saving);
         return saving.IsSaved();
     }
+    Taskmill_QueueOwner &Long() { return Destinations().Long(); }
+    Taskmill_QueueOwner &Short() { return Destinations().Short(); }
+    Taskmill_QueueOwner &Queueless() { return Destinations().Queueless(); }
     /// The open database.
     [[nodiscard]] static Taskmill_Database &Database()
     {
@@ -89,6 +92,15 @@ public:
     {
         return AddJobType(QStringLiteral("Gated"), QStringLiteral("waitfor @INFILE.go"), queue);
     }
+    /// Submits a job of that type, the first one, which is added when it is missing; returns its input file.
+    QString SubmitGated(Taskmill_QueueOwner &owner, const QString &fileName = QStringLiteral("a.in"))
+    {
+        const Taskmill_JobType gated =
+            JobTypes().Names().isEmpty() ? AddGatedJobType() : JobTypes().GetAll().first();
+        QString file = InputFile(fileName);
+        owner.Submit(NewJob(gated, file));
+        return file;
+    }
     static void Release(const QString &inputFile) { WriteTestFile(inputFile + QStringLiteral(".go"), {}); }
 
     /// A request for one job.
@@ -100,15 +112,43 @@ public:
         request.JobInputFile = inputFile;
         return request;
     }
-    /// A new job of the stored type, not yet in a queue, numbered by jobNumbers.
-    [[nodiscard]] Taskmill_Job *NewJob(const Taskmill_JobType &jobType, const QString &inputFile = {})
+    /// The record of a completed job of the stored type.
+    [[nodiscard]] static Taskmill_JobRecord JobOf(const Taskmill_JobType &jobType, int jobID,
+                                                  const QString &inputFile = {})
     {
         Taskmill_JobRecord job;
-        job.JobID = JobNumbers().NewID();
-        job.Name = QStringLiteral("job %1").arg(job.JobID);
+        job.JobID = jobID;
+        job.Name = QStringLiteral("job %1").arg(jobID);
         job.JobType = jobType;
         job.QueueName = jobType.DefaultQueue;
         job.InputFilePath = inputFile;
+        job.Status = Taskmill_JobStatus::Completed;
+        return job;
+    }
+    /// A new job of the stored type, not yet in a queue, with the next number.
+    [[nodiscard]] Taskmill_Job *NewJob(const Taskmill_JobType &jobType, const QString &inputFile = {})
+    {
+        Taskmill_JobRecord job = JobOf(jobType, JobNumbers().NewID(), inputFile);
+        job.Status = {};
         return new Taskmill_Job{std::move(job)};
     }
+};
+
+/// Base of tests of one manager, which is new in each test function, as the current directory is.
+class ManagerTestCase : public TestCase
+{
+protected:
+    void init() override
+    {
+        TestCase::init();
+        m_manager = std::make_unique<TestManager>();
+        QDir::setCurrent(m_manager->directory.path());
+    }
+    void cleanup() override
+    {
+        m_manager.reset();
+        TestCase::cleanup();
+    }
+
+    std::unique_ptr<TestManager> m_manager;
 };

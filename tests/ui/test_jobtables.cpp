@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "db/database.h"
 #include "jobs/queuelessjobslist.h"
-#include "support/testutil.h"
 #include "ui/finishedjobswidget.h"
 #include "ui/queuewidgets.h"
 #include "ui/uidriver.h"
@@ -10,9 +9,6 @@
 
 #include <QAbstractItemModelTester>
 #include <QAbstractProxyModel>
-#include <QHeaderView>
-#include <QPushButton>
-#include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -38,7 +34,7 @@ QPoint CellCentre(const QTableView &table, int row)
 struct JobPages : PagePlace
 {
     Taskmill_JobType gated = manager.AddGatedJobType();
-    Taskmill_JobQueue &queue = *manager.Destinations().Long().Queue();
+    Taskmill_JobQueue &queue = *manager.Long().Queue();
     Taskmill_LongJobsQueueWidget queueTab{&window, manager};
     KilnUtil_TableWidget &table = queueTab.Table();
     Taskmill_FinishedJobs &finished = manager.FinishedJobs();
@@ -53,7 +49,7 @@ struct JobPages : PagePlace
     {
         for (int number = 0; number < count; ++number) {
             inputFiles.append(manager.InputFile(u"in%1"_s.arg(inputFiles.size())));
-            manager.Destinations().Long().Submit(manager.NewJob(gated, inputFiles.last()));
+            manager.Long().Submit(manager.NewJob(gated, inputFiles.last()));
         }
         queueTab.FillTable();
     }
@@ -62,334 +58,256 @@ struct JobPages : PagePlace
     void AddFinishedJobs(int count)
     {
         for (int number = 1; number <= count; ++number) {
-            Taskmill_JobRecord job;
-            job.JobID = number;
+            Taskmill_JobRecord job = manager.JobOf(gated, number);
             job.Name = QString{QChar{u'a' + number - 1}};
-            job.JobType = gated;
-            job.QueueName = u"Long"_s;
-            job.Status = Taskmill_JobStatus::Completed;
             finished.AddJob(job);
         }
         finishedTab.FillTable();
     }
 
+    static void Select(KilnUtil_TableWidget &table, const QList<int> &rows)
+    {
+        for (const int row : rows)
+            table.selectionModel()->select(table.model()->index(row, 0),
+                                           QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    }
     void Choose(int row, const QString &entry) const { ChooseFromMenu(table, CellCentre(table, row), entry); }
 };
 } // namespace
 
-class TestJobTables : public QObject
+class TestJobTables : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { FailOnQtWarnings(); }
-    void RefreshKeepsThePlaceOfTheReader_data();
-    void RefreshKeepsThePlaceOfTheReader();
-    void ActionsMeanTheJobUnderTheCursor();
-    void RemoveTakesSelectedAndClickedRows_data();
-    void RemoveTakesSelectedAndClickedRows();
-    void NoOtherJobBecomesCurrent();
-    void DoubleClickShowsTheEndOfTheOutput();
-    void RowsStayWhenTheQueueIsUnpaused();
-    void TimesOfFinishedJobsAreInView();
-    void JobsThatLeaveWhileTheMenuIsOpen();
-    void HeldJobsRunFromTheMenu();
-    void FinishedJobsAreRemovedByTheirRows();
-    void FinishedJobsReplacedDuringTheQuestion();
-    void FinishedJobsShowTheirFiles();
-};
+    /// Many gaps are announced as a new layout.
+    void RefreshKeepsThePlaceOfTheReader_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::newRow("few gaps") << 200;
+        QTest::newRow("many gaps") << 220;
+    }
 
-/// Many gaps are announced as a new layout.
-void TestJobTables::RefreshKeepsThePlaceOfTheReader_data()
-{
-    QTest::addColumn<int>("count");
-    QTest::newRow("few gaps") << 200;
-    QTest::newRow("many gaps") << 220;
-}
+    void RefreshKeepsThePlaceOfTheReader()
+    {
+        QFETCH(const int, count);
+        JobPages pages;
+        constexpr auto reportMode = QAbstractItemModelTester::FailureReportingMode::QtTest;
+        const QAbstractItemModelTester tester{pages.table.model(), reportMode};
+        const QAbstractItemModelTester sourceTester{SourceOf(pages.table), reportMode};
+        pages.queue.SetPaused(true);
+        pages.Submit(count);
+        pages.table.sortByColumn(0, Qt::DescendingOrder);
+        const QPersistentModelIndex inSource = SourceOf(pages.table)->index(94, 0);
+        pages.table.setCurrentIndex(pages.table.model()->index(count - 95, 1));
+        pages.table.scrollTo(pages.table.model()->index(count - 100, 0), QAbstractItemView::PositionAtTop);
+        const auto top = [&] {
+            return CellText(pages.table, pages.table.rowAt(0), 0);
+        };
+        QCOMPARE(top(), u"100"_s);
 
-void TestJobTables::RefreshKeepsThePlaceOfTheReader()
-{
-    QFETCH(const int, count);
-    JobPages pages;
-    constexpr auto reportMode = QAbstractItemModelTester::FailureReportingMode::QtTest;
-    const QAbstractItemModelTester tester{pages.table.model(), reportMode};
-    const QAbstractItemModelTester sourceTester{SourceOf(pages.table), reportMode};
-    pages.queue.SetPaused(true);
-    pages.Submit(count);
-    pages.table.sortByColumn(0, Qt::DescendingOrder);
-    const QPersistentModelIndex inSource = SourceOf(pages.table)->index(94, 0);
-    pages.table.setCurrentIndex(pages.table.model()->index(count - 95, 1));
-    pages.table.scrollTo(pages.table.model()->index(count - 100, 0), QAbstractItemView::PositionAtTop);
-    const auto top = [&] {
-        return CellText(pages.table, pages.table.rowAt(0), 0);
-    };
-    QCOMPARE(top(), u"100"_s);
+        // Every second row vanishes, and three come above.
+        QList<int> gone;
+        for (int jobID = 1; jobID <= count; jobID += 2)
+            gone.append(jobID);
+        gone.removeOne(95);
+        pages.manager.Long().RemoveNow(gone);
+        pages.Submit(3);
+        QCOMPARE(pages.table.model()->rowCount(), count / 2 + 4);
+        QCOMPARE(CellText(pages.table, 0, 0), QString::number(count + 3));
+        QCOMPARE(inSource.data().toInt(), 95);
+        QCOMPARE(top(), u"100"_s);
+        QCOMPARE(CellText(pages.table, pages.table.currentIndex().row(), 0), u"95"_s);
+        QCOMPARE(pages.table.SelectedRows(), QList<int>{pages.table.currentIndex().row()});
 
-    // Every second row vanishes, and three come above.
-    QList<int> gone;
-    for (int jobID = 1; jobID <= count; jobID += 2)
-        gone.append(jobID);
-    gone.removeOne(95);
-    pages.manager.Destinations().Long().RemoveNow(gone);
-    pages.Submit(3);
-    QCOMPARE(pages.table.model()->rowCount(), count / 2 + 4);
-    QCOMPARE(CellText(pages.table, 0, 0), QString::number(count + 3));
-    QCOMPARE(inSource.data().toInt(), 95);
-    QCOMPARE(top(), u"100"_s);
-    QCOMPARE(CellText(pages.table, pages.table.currentIndex().row(), 0), u"95"_s);
-    QCOMPARE(pages.table.SelectedRows(), QList<int>{pages.table.currentIndex().row()});
+        // At the top, the table stays there. What nobody sees is filled when it is looked at.
+        pages.table.scrollToTop();
+        pages.window.hide();
+        pages.manager.Long().Submit(pages.manager.NewJob(pages.gated));
+        pages.window.show();
+        QCOMPARE(top(), QString::number(count + 4));
+    }
 
-    // At the top, the table stays there. What nobody sees is filled when it is looked at.
-    pages.table.scrollToTop();
-    pages.window.hide();
-    pages.manager.Destinations().Long().Submit(pages.manager.NewJob(pages.gated));
-    pages.window.show();
-    QCOMPARE(top(), QString::number(count + 4));
-}
+    void ActionsMeanTheJobUnderTheCursor()
+    {
+        JobPages pages;
+        pages.queue.SetPaused(true);
+        pages.Submit(3);
+        pages.table.sortByColumn(1, Qt::DescendingOrder);
+        pages.Choose(0, u"Show Input File"_s);
+        QCOMPARE(TakeViewerCaptions(pages.window),
+                 QStringList{u"Input file of job 3:  "_s + pages.inputFiles[2]});
+        pages.table.setCurrentIndex(pages.table.model()->index(2, 1));
+        QTest::keyClick(&pages.table, Qt::Key_Return);
+        QCOMPARE(TakeViewerCaptions(pages.window),
+                 QStringList{u"Input file of job 1:  "_s + pages.inputFiles[0]});
+        pages.manager.prompt.answers = {WarnAnswer::Yes};
+        QTest::keyClick(&pages.table, Qt::Key_Delete);
+        QCOMPARE(pages.queue.JobIDs(), (QList<int>{2, 3}));
+        QCOMPARE(ColumnTexts(pages.table, 0), (QStringList{u"3"_s, u"2"_s}));
+    }
 
-void TestJobTables::ActionsMeanTheJobUnderTheCursor()
-{
-    JobPages pages;
-    pages.queue.SetPaused(true);
-    pages.Submit(3);
-    pages.table.sortByColumn(1, Qt::DescendingOrder);
-    pages.Choose(0, u"Show Input File"_s);
-    QCOMPARE(TakeViewerCaptions(pages.window),
-             QStringList{u"Input file of job 3:  "_s + pages.inputFiles[2]});
-    pages.table.setCurrentIndex(pages.table.model()->index(2, 1));
-    QTest::keyClick(&pages.table, Qt::Key_Return);
-    QCOMPARE(TakeViewerCaptions(pages.window),
-             QStringList{u"Input file of job 1:  "_s + pages.inputFiles[0]});
-    pages.manager.prompt.answers = {WarnAnswer::Yes};
-    QTest::keyClick(&pages.table, Qt::Key_Delete);
-    QCOMPARE(pages.queue.JobIDs(), (QList<int>{2, 3}));
-    QCOMPARE(ColumnTexts(pages.table, 0), (QStringList{u"3"_s, u"2"_s}));
-}
+    void RemoveTakesSelectedAndClickedRows_data()
+    {
+        QTest::addColumn<int>("column");
+        QTest::addColumn<QList<int>>("selected");
+        QTest::addColumn<int>("clicked");
+        QTest::addColumn<QList<int>>("left");
+        // Of the jobs 1 to 5; the numbers of rows are those of the view.
+        QTest::newRow("sorted, one row") << 0 << QList<int>{} << 1 << QList{1, 2, 3, 5};
+        QTest::newRow("sorted, two rows") << 0 << QList{1, 3} << 3 << QList{1, 3, 5};
+        QTest::newRow("unsorted") << -1 << QList{1, 2} << 2 << QList{1, 4, 5};
+    }
 
-void TestJobTables::RemoveTakesSelectedAndClickedRows_data()
-{
-    QTest::addColumn<int>("column");
-    QTest::addColumn<QList<int>>("selected");
-    QTest::addColumn<int>("clicked");
-    QTest::addColumn<QList<int>>("left");
-    // Of the jobs 1 to 5; the numbers of rows are those of the view.
-    QTest::newRow("sorted, one row") << 0 << QList<int>{} << 1 << QList{1, 2, 3, 5};
-    QTest::newRow("sorted, two rows") << 0 << QList{1, 3} << 3 << QList{1, 3, 5};
-    QTest::newRow("unsorted") << -1 << QList{1, 2} << 2 << QList{1, 4, 5};
-}
+    void RemoveTakesSelectedAndClickedRows()
+    {
+        QFETCH(const int, column);
+        QFETCH(const QList<int>, selected);
+        QFETCH(const int, clicked);
+        JobPages pages;
+        pages.queue.SetPaused(true);
+        pages.Submit(5);
+        pages.table.sortByColumn(column, Qt::DescendingOrder);
+        JobPages::Select(pages.table, selected);
+        pages.manager.prompt.answers = {WarnAnswer::Yes};
+        pages.Choose(clicked, u"Remove"_s);
+        QTEST(pages.queue.JobIDs(), "left");
 
-void TestJobTables::RemoveTakesSelectedAndClickedRows()
-{
-    QFETCH(const int, column);
-    QFETCH(const QList<int>, selected);
-    QFETCH(const int, clicked);
-    JobPages pages;
-    pages.queue.SetPaused(true);
-    pages.Submit(5);
-    pages.table.sortByColumn(column, Qt::DescendingOrder);
-    for (const int row : selected)
-        pages.table.selectionModel()->select(pages.table.model()->index(row, 0),
-                                             QItemSelectionModel::Select | QItemSelectionModel::Rows);
-    pages.manager.prompt.answers = {WarnAnswer::Yes};
-    pages.Choose(clicked, u"Remove"_s);
-    QTEST(pages.queue.JobIDs(), "left");
+        // A click below the rows is on none.
+        pages.table.clearSelection();
+        pages.table.setCurrentIndex({});
+        pages.table.selectionModel()->setCurrentIndex(pages.table.model()->index(0, 0),
+                                                      QItemSelectionModel::NoUpdate);
+        QCOMPARE(ChooseFromMenu(pages.table, QPoint{5, 300}, {}).first(), u"(Remove)"_s);
+    }
 
-    // A click below the rows is on none.
-    pages.table.clearSelection();
-    pages.table.setCurrentIndex({});
-    pages.table.selectionModel()->setCurrentIndex(pages.table.model()->index(0, 0),
-                                                  QItemSelectionModel::NoUpdate);
-    QCOMPARE(ChooseFromMenu(pages.table, QPoint{5, 300}, {}).first(), u"(Remove)"_s);
-}
+    void NoOtherJobBecomesCurrent()
+    {
+        JobPages pages;
+        pages.queue.SetPaused(true);
+        pages.Submit(4);
+        pages.table.selectRow(1);
+        pages.manager.Long().RemoveNow({2});
+        pages.queueTab.FillTable();
+        pages.table.clearFocus();
+        pages.table.setFocus();
+        QVERIFY(!pages.table.currentIndex().isValid());
+        QVERIFY(pages.table.SelectedRows().isEmpty());
+        QTest::keyClick(&pages.table, Qt::Key_Return);
+        QTest::keyClick(&pages.table, Qt::Key_Delete);
+        QCOMPARE(TakeViewerCaptions(pages.window), QStringList{});
+        QVERIFY(pages.manager.prompt.asked.isEmpty());
+        // The keys go on from the place.
+        QTest::keyClick(&pages.table, Qt::Key_Down);
+        QCOMPARE(CellText(pages.table, pages.table.currentIndex().row(), 0), u"3"_s);
+    }
 
-void TestJobTables::NoOtherJobBecomesCurrent()
-{
-    JobPages pages;
-    pages.queue.SetPaused(true);
-    pages.Submit(4);
-    pages.table.selectRow(1);
-    pages.manager.Destinations().Long().RemoveNow({2});
-    pages.queueTab.FillTable();
-    pages.table.clearFocus();
-    pages.table.setFocus();
-    QVERIFY(!pages.table.currentIndex().isValid() && pages.table.SelectedRows().isEmpty());
-    QTest::keyClick(&pages.table, Qt::Key_Return);
-    QTest::keyClick(&pages.table, Qt::Key_Delete);
-    QCOMPARE(TakeViewerCaptions(pages.window), QStringList{});
-    QVERIFY(pages.manager.prompt.asked.isEmpty());
-    // The keys go on from the place.
-    QTest::keyClick(&pages.table, Qt::Key_Down);
-    QCOMPARE(CellText(pages.table, pages.table.currentIndex().row(), 0), u"3"_s);
-}
+    /// Of a job without an output file it is the output text.
+    void DoubleClickShowsTheEndOfTheOutput()
+    {
+        JobPages pages;
+        const auto openOutput = [](KilnUtil_TableWidget &table) {
+            table.setCurrentIndex(table.model()->index(0, 1));
+            QTest::keyClick(&table, Qt::Key_Return);
+        };
+        pages.Submit(1);
+        QTRY_COMPARE(pages.queue.JobAt(0)->Status(), Taskmill_JobStatus::Running);
+        openOutput(pages.table);
+        QCOMPARE(TakeViewerCaptions(pages.window), QStringList{u"Log of job 1"_s});
 
-/// Of a job without an output file it is the output text.
-void TestJobTables::DoubleClickShowsTheEndOfTheOutput()
-{
-    JobPages pages;
-    const auto openOutput = [](KilnUtil_TableWidget &table) {
-        table.setCurrentIndex(table.model()->index(0, 1));
-        QTest::keyClick(&table, Qt::Key_Return);
-    };
-    pages.Submit(1);
-    QTRY_COMPARE(pages.queue.JobAt(0)->Status(), Taskmill_JobStatus::Running);
-    openOutput(pages.table);
-    QCOMPARE(TakeViewerCaptions(pages.window), QStringList{u"Log of job 1"_s});
-
-    Taskmill_JobRecord job;
-    job.JobID = 1;
-    job.Name = u"a"_s;
-    job.StdOutAndStdErr = u"line\n"_s.repeated(500);
-    pages.finished.AddJob(job);
-    job.JobID = 2;
-    job.InputFilePath = pages.inputFiles[0];
-    job.OutputFile = u"a.out"_s;
-    WriteTestFile(pages.manager.Path(job.OutputFile), job.StdOutAndStdErr.toUtf8());
-    pages.finished.AddJob(job);
-    pages.finishedTab.FillTable();
-    for (const auto &caption : {u"Output file of a:  "_s + job.OutputFilePath(), u"Log of a"_s}) {
+        for (const bool hasFile : {false, true}) {
+            Taskmill_JobRecord job = pages.manager.JobOf(pages.gated, hasFile ? 2 : 1, pages.inputFiles[0]);
+            job.StdOutAndStdErr = u"line\n"_s.repeated(500);
+            if (hasFile)
+                job.OutputFile = WriteTestFile(pages.manager.Path(u"a.out"_s), job.StdOutAndStdErr.toUtf8());
+            pages.finished.AddJob(job);
+        }
+        pages.finishedTab.FillTable();
         pages.finishedTable.sortByColumn(0, Qt::DescendingOrder);
-        openOutput(pages.finishedTable);
-        const auto *viewer = pages.window.findChild<KilnUtil_TextView *>();
-        QVERIFY(viewer && viewer->TopOffset() > 0 && viewer->IsAtEnd());
-        QCOMPARE(TakeViewerCaptions(pages.window), QStringList{caption});
-        pages.finished.Remove({static_cast<int>(pages.finished.Jobs().size()) - 1});
+        const QString output = u"Output file of job 2:  "_s + pages.manager.Path(u"a.out"_s);
+        const auto shown = [&](const QString &entry) {
+            ChooseFromMenu(pages.finishedTable, CellCentre(pages.finishedTable, 0), entry);
+            return TakeViewerCaptions(pages.window).join(u' ');
+        };
+        QVERIFY(shown(u"Show Input File"_s).endsWith(pages.inputFiles[0]));
+        QCOMPARE(shown(u"Show Output File"_s), output);
+        QCOMPARE(shown(u"Show stdout and stderr"_s), u"Log of job 2"_s);
+        for (const auto &caption : {output, u"Log of job 1"_s}) {
+            openOutput(pages.finishedTable);
+            const auto *viewer = pages.window.findChild<KilnUtil_TextView *>();
+            QVERIFY(viewer);
+            QVERIFY(viewer->TopOffset() > 0);
+            QVERIFY(viewer->IsAtEnd());
+            QCOMPARE(TakeViewerCaptions(pages.window), QStringList{caption});
+            pages.finished.Remove({static_cast<int>(pages.finished.Jobs().size()) - 1});
+        }
     }
-}
 
-void TestJobTables::RowsStayWhenTheQueueIsUnpaused()
-{
-    JobPages pages;
-    pages.queue.SetPaused(true);
-    pages.Submit(3);
-    const auto *button = pages.queueTab.Frame()->findChild<QPushButton *>();
-    QVERIFY(button->isVisible());
-    const auto place = [&] {
-        return pages.table.viewport()->mapTo(&pages.window, CellCentre(pages.table, 2));
-    };
-    const QPoint before = place();
-    QTest::mouseClick(const_cast<QPushButton *>(button), Qt::LeftButton);
-    QCoreApplication::sendPostedEvents();
-    QVERIFY(!button->isVisible());
-    QCOMPARE(place(), before);
-}
-
-void TestJobTables::TimesOfFinishedJobsAreInView()
-{
-    JobPages pages;
-    pages.AddFinishedJobs(1);
-    const QHeaderView &columns = *pages.finishedTable.horizontalHeader();
-    const auto end = [&columns](int column) {
-        return columns.sectionPosition(column) + columns.sectionSize(column);
-    };
-    // The margins of the page, in a window of 960 pixels.
-    pages.finishedTab.Frame()->resize(958, 400);
-    QCoreApplication::sendPostedEvents();
-    QVERIFY2(end(9) <= pages.finishedTable.viewport()->width(), qPrintable(QString::number(end(9))));
-    const int path = columns.sectionSize(5);
-    pages.finishedTab.Frame()->resize(1700, 400);
-    QCoreApplication::sendPostedEvents();
-    QVERIFY(columns.sectionSize(5) > path);
-    // Not when the user has set a width.
-    pages.finishedTable.setColumnWidth(2, 50);
-    const int widest = columns.sectionSize(5);
-    pages.finishedTab.Frame()->resize(958, 400);
-    QCoreApplication::sendPostedEvents();
-    QCOMPARE(columns.sectionSize(5), widest);
-}
-
-void TestJobTables::JobsThatLeaveWhileTheMenuIsOpen()
-{
-    JobPages pages;
-    pages.queue.SetPaused(true);
-    pages.Submit(3);
-    ChooseFromMenu(pages.table, CellCentre(pages.table, 1), u"Show Input File"_s,
-                   [&] { pages.manager.Destinations().Long().Clear(); });
-    QCOMPARE(TakeViewerCaptions(pages.window), QStringList{});
-    QCOMPARE(pages.table.model()->rowCount(), 0);
-}
-
-void TestJobTables::HeldJobsRunFromTheMenu()
-{
-    PagePlace place;
-    const Taskmill_QueuelessJobsList &list = *place.manager.Destinations().Queueless().List();
-    Taskmill_QueuelessJobsWidget tab{&place.window, place.manager};
-    place.Show();
-    QList<Taskmill_JobRecord> stored;
-    for (int jobID = 1; jobID <= 3; ++jobID) {
-        Taskmill_JobRecord job;
-        job.JobID = jobID;
-        job.JobType = place.manager.AddGatedJobType();
-        job.Status = Taskmill_JobStatus::Running;
-        stored.append(job);
+    void JobsThatLeaveWhileTheMenuIsOpen()
+    {
+        JobPages pages;
+        pages.queue.SetPaused(true);
+        pages.Submit(3);
+        ChooseFromMenu(pages.table, CellCentre(pages.table, 1), u"Show Input File"_s,
+                       [&] { pages.manager.Long().Clear(); });
+        QCOMPARE(TakeViewerCaptions(pages.window), QStringList{});
+        QCOMPARE(pages.table.model()->rowCount(), 0);
     }
-    place.manager.Destinations().Queueless().Replace(stored);
-    tab.FillTable();
-    KilnUtil_TableWidget &table = tab.Table();
-    table.selectRow(1);
-    table.selectionModel()->select(table.model()->index(2, 0),
-                                   QItemSelectionModel::Select | QItemSelectionModel::Rows);
-    (void)ChooseFromMenu(table, CellCentre(table, 2), u"Run Again"_s);
-    QCOMPARE(list.HeldJobIDs(), QList<int>{1});
-    (void)ChooseFromMenu(table, 0, u"1"_s, u"Run Again"_s);
-    QVERIFY(list.HeldJobIDs().isEmpty());
-    QVERIFY(ChooseFromMenu(table, 0, u"2"_s, {}).contains(u"(Run Again)"_s));
-}
 
-void TestJobTables::FinishedJobsAreRemovedByTheirRows()
-{
-    JobPages pages;
-    const QAbstractItemModelTester tester{SourceOf(pages.finishedTable),
-                                          QAbstractItemModelTester::FailureReportingMode::QtTest};
-    pages.AddFinishedJobs(5);
-    pages.finishedTable.sortByColumn(1, Qt::DescendingOrder);
-    for (const int row : {0, 3})
-        pages.finishedTable.selectionModel()->select(pages.finishedTable.model()->index(row, 0),
-                                                     QItemSelectionModel::Select | QItemSelectionModel::Rows);
-    pages.manager.prompt.answers = {WarnAnswer::No, WarnAnswer::Yes};
-    QTest::keyClick(&pages.finishedTable, Qt::Key_Delete);
-    QCOMPARE(pages.finished.Jobs().size(), 5);
-    QTest::keyClick(&pages.finishedTable, Qt::Key_Delete);
-    QVERIFY(pages.manager.prompt.asked.last().text.endsWith(u"\n\ne\nb"_s));
-    QCOMPARE(ColumnTexts(pages.finishedTable, 1), (QStringList{u"d"_s, u"c"_s, u"a"_s}));
-    QCOMPARE(TestManager::Database().GetFinishedJobs().size(), 3);
-}
+    void HeldJobsRunFromTheMenu()
+    {
+        PagePlace place;
+        const Taskmill_QueuelessJobsList &list = *place.manager.Queueless().List();
+        Taskmill_QueuelessJobsWidget tab{&place.window, place.manager};
+        place.Show();
+        QList<Taskmill_JobRecord> stored;
+        for (int jobID = 1; jobID <= 3; ++jobID) {
+            stored.append(place.manager.JobOf(place.manager.AddGatedJobType(), jobID));
+            stored.last().Status = Taskmill_JobStatus::Running;
+        }
+        place.manager.Queueless().Replace(stored);
+        tab.FillTable();
+        JobPages::Select(tab.Table(), {1, 2});
+        (void)ChooseFromMenu(tab.Table(), 0, u"3"_s, u"Run Again"_s);
+        QCOMPARE(list.HeldJobIDs(), QList<int>{1});
+        (void)ChooseFromMenu(tab.Table(), 0, u"1"_s, u"Run Again"_s);
+        QVERIFY(list.HeldJobIDs().isEmpty());
+        QVERIFY(ChooseFromMenu(tab.Table(), 0, u"2"_s, {}).contains(u"(Run Again)"_s));
+    }
 
-void TestJobTables::FinishedJobsReplacedDuringTheQuestion()
-{
-    JobPages pages;
-    pages.AddFinishedJobs(3);
-    QList<Taskmill_JobRecord> others = pages.finished.Jobs();
-    others.removeFirst();
-    pages.finishedTable.selectRow(0);
-    pages.manager.prompt.answers = {WarnAnswer::Yes};
-    pages.manager.prompt.whenAsked = [&] {
-        pages.finished.SetJobs(others);
-    };
-    QTest::keyClick(&pages.finishedTable, Qt::Key_Delete);
-    QCOMPARE(ColumnTexts(pages.finishedTable, 1), (QStringList{u"b"_s, u"c"_s}));
-    QCOMPARE(TestManager::Database().GetFinishedJobs().size(), 3);
-}
+    void FinishedJobsAreRemovedByTheirRows()
+    {
+        JobPages pages;
+        const QAbstractItemModelTester tester{SourceOf(pages.finishedTable),
+                                              QAbstractItemModelTester::FailureReportingMode::QtTest};
+        pages.AddFinishedJobs(5);
+        pages.finishedTable.sortByColumn(1, Qt::DescendingOrder);
+        JobPages::Select(pages.finishedTable, {0, 3});
+        pages.manager.prompt.answers = {WarnAnswer::No, WarnAnswer::Yes};
+        QTest::keyClick(&pages.finishedTable, Qt::Key_Delete);
+        QCOMPARE(pages.finished.Jobs().size(), 5);
+        QTest::keyClick(&pages.finishedTable, Qt::Key_Delete);
+        QVERIFY(pages.manager.prompt.asked.last().text.endsWith(u"\n\ne\nb"_s));
+        QCOMPARE(ColumnTexts(pages.finishedTable, 1), (QStringList{u"d"_s, u"c"_s, u"a"_s}));
+        QCOMPARE(TestManager::Database().GetFinishedJobs().size(), 3);
+    }
 
-void TestJobTables::FinishedJobsShowTheirFiles()
-{
-    JobPages pages;
-    Taskmill_JobRecord job;
-    job.JobID = 1;
-    job.Name = u"a"_s;
-    job.JobType = pages.gated;
-    job.InputFilePath = pages.manager.InputFile(u"a.in"_s);
-    job.OutputFile = WriteTestFile(pages.manager.Path(u"a.out"_s), "x");
-    job.StdOutAndStdErr = u"log"_s;
-    pages.finished.AddJob(job);
-    pages.finishedTab.FillTable();
-    const auto shown = [&](const QString &entry) {
-        ChooseFromMenu(pages.finishedTable, CellCentre(pages.finishedTable, 0), entry);
-        return TakeViewerCaptions(pages.window).join(u' ');
-    };
-    QVERIFY(shown(u"Show Input File"_s).endsWith(u"/a.in"_s));
-    QVERIFY(shown(u"Show Output File"_s).endsWith(u"/a.out"_s));
-    QVERIFY(shown(u"Show stdout and stderr"_s).endsWith(u"Log of a"_s));
-}
+    void FinishedJobsReplacedDuringTheQuestion()
+    {
+        JobPages pages;
+        pages.AddFinishedJobs(3);
+        QList<Taskmill_JobRecord> others = pages.finished.Jobs();
+        others.removeFirst();
+        pages.finishedTable.selectRow(0);
+        pages.manager.prompt.answers = {WarnAnswer::Yes};
+        pages.manager.prompt.whenAsked = [&] {
+            pages.finished.SetJobs(others);
+        };
+        QTest::keyClick(&pages.finishedTable, Qt::Key_Delete);
+        QCOMPARE(ColumnTexts(pages.finishedTable, 1), (QStringList{u"b"_s, u"c"_s}));
+        QCOMPARE(TestManager::Database().GetFinishedJobs().size(), 3);
+    }
+};
 
 QTEST_MAIN(TestJobTables)
 #include "test_jobtables.moc"

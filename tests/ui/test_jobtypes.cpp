@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "db/database.h"
+#include "db/databasetestutil.h"
 #include "kilnutil/filesys.h"
-#include "support/testutil.h"
 #include "ui/jobtypeswidget.h"
 #include "ui/newjobtypewidget.h"
 #include "ui/uidriver.h"
@@ -11,9 +10,6 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QtTest>
-
-#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -22,15 +18,10 @@ using Answer = KilnUtil_UserPrompt::WarnAnswer;
 
 Taskmill_JobType ValidJobType()
 {
-    Taskmill_JobType jobType;
-    jobType.Name = u" xtb"_s;
+    Taskmill_JobType jobType = SampleJobType(u" xtb"_s);
     jobType.ApplicationName = u"testprogram"_s;
     jobType.ExecutablePath = TestProgramPath();
-    jobType.DefaultQueue = u"Short"_s;
-    jobType.GenericCommandLine = u"@exefile @INFILE\nanswer\n"_s;
-    jobType.InputFileFilter = u"Coordinates (*.xyz) "_s;
-    jobType.OutputFileFilter = u"Output (*.out)"_s;
-    jobType.EnvironmentVariables = u"A=1\nB=@MEMORY"_s;
+    jobType.InputFileFilter += u' ';
     return jobType;
 }
 
@@ -56,186 +47,177 @@ struct JobTypesPage : PagePlace
 } // namespace
 
 /// The page of the job types and its editor.
-class TestJobTypes : public QObject
+class TestJobTypes : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { FailOnQtWarnings(); }
-    void RemovesAfterAQuestion();
-    void NothingIsRemovedWithoutAJobType();
-    void AddsWhatTheEditorHolds();
-    void EachEntryAddsItsDefault();
-    void EditsTheJobTypeOfTheRow();
-    void TellsWhatCannotBeStored();
-    void OkFollowsTheFieldsThatAreLeft();
-    void DefaultsThatAreNotInstalledAreNamed();
-};
+    void RemovesAfterAQuestion()
+    {
+        JobTypesPage page;
+        page.manager.prompt.answers = {Answer::No, Answer::Yes};
+        ChooseFromMenu(page.table, 1, u"benzene"_s, u"Remove Selected Job Type"_s);
+        QCOMPARE(page.Names(), u"acetone benzene water"_s);
+        ChooseFromMenu(page.table, 1, u"benzene"_s, u"Remove Selected Job Type"_s);
+        QVERIFY(page.manager.prompt.asked.last().text.endsWith(u"?\n\nbenzene"_s));
+        QCOMPARE(page.manager.JobTypes().Names(), (QStringList{u"water"_s, u"acetone"_s}));
+        page.SelectRow(u"water"_s);
+        page.manager.prompt.answers = {Answer::Yes};
+        QTest::keyClick(&page.table, Qt::Key_Delete);
+        QCOMPARE(page.Names(), u"acetone"_s);
 
-void TestJobTypes::RemovesAfterAQuestion()
-{
-    JobTypesPage page;
-    page.manager.prompt.answers = {Answer::No, Answer::Yes};
-    ChooseFromMenu(page.table, 1, u"benzene"_s, u"Remove Selected Job Type"_s);
-    QCOMPARE(page.Names(), u"acetone benzene water"_s);
-    ChooseFromMenu(page.table, 1, u"benzene"_s, u"Remove Selected Job Type"_s);
-    QVERIFY(page.manager.prompt.asked.last().text.endsWith(u"?\n\nbenzene"_s));
-    QCOMPARE(page.manager.JobTypes().Names(), (QStringList{u"water"_s, u"acetone"_s}));
-    page.SelectRow(u"water"_s);
-    page.manager.prompt.answers = {Answer::Yes};
-    QTest::keyClick(&page.table, Qt::Key_Delete);
-    QCOMPARE(page.Names(), u"acetone"_s);
+        page.manager.prompt.answers = {Answer::No, Answer::Yes};
+        ChooseFromMenu(page.table, QPoint{5, 300}, u"Remove All Job Types"_s);
+        QCOMPARE(page.Names(), u"acetone"_s);
+        ChooseFromMenu(page.table, QPoint{5, 300}, u"Remove All Job Types"_s);
+        QVERIFY(TestManager::Database().GetJobTypes().isEmpty());
+    }
 
-    page.manager.prompt.answers = {Answer::No, Answer::Yes};
-    ChooseFromMenu(page.table, QPoint{5, 300}, u"Remove All Job Types"_s);
-    QCOMPARE(page.Names(), u"acetone"_s);
-    ChooseFromMenu(page.table, QPoint{5, 300}, u"Remove All Job Types"_s);
-    QVERIFY(TestManager::Database().GetJobTypes().isEmpty());
-}
+    void NothingIsRemovedWithoutAJobType()
+    {
+        JobTypesPage page;
+        // The first row stored has the key of an empty record.
+        QCOMPARE(page.manager.JobTypes().GetAll()[0].JobTypeID, 0);
+        page.table.setCurrentIndex({});
+        QTest::keyClick(&page.table, Qt::Key_Delete);
+        QVERIFY(page.manager.prompt.asked.isEmpty());
+        page.manager.prompt.answers = {Answer::Yes};
+        ChooseFromMenu(page.table, QPoint{5, 300}, u"Remove Selected Job Type"_s);
+        ChooseFromMenu(page.table, QPoint{5, 300}, u"Edit Selected Job Type"_s);
+        QCOMPARE(TestManager::Database().GetJobTypes().size(), 3);
+    }
 
-void TestJobTypes::NothingIsRemovedWithoutAJobType()
-{
-    JobTypesPage page;
-    // The first row stored has the key of an empty record.
-    QCOMPARE(page.manager.JobTypes().GetAll()[0].JobTypeID, 0);
-    page.table.setCurrentIndex({});
-    QTest::keyClick(&page.table, Qt::Key_Delete);
-    QVERIFY(page.manager.prompt.asked.isEmpty());
-    page.manager.prompt.answers = {Answer::Yes};
-    ChooseFromMenu(page.table, QPoint{5, 300}, u"Remove Selected Job Type"_s);
-    ChooseFromMenu(page.table, QPoint{5, 300}, u"Edit Selected Job Type"_s);
-    QCOMPARE(TestManager::Database().GetJobTypes().size(), 3);
-}
+    void AddsWhatTheEditorHolds()
+    {
+        JobTypesPage page;
+        Taskmill_JobType jobType = ValidJobType();
+        jobType.Name = u"user's"_s;
+        jobType.DefaultQueue = u"None"_s;
+        for (const bool accept : {false, true}) {
+            WhenDialogIsOpen([&](QDialog &dialog) {
+                dynamic_cast<Taskmill_NewJobTypeWidget &>(dialog).Load(jobType);
+                dialog.done(accept);
+            });
+            ChooseFromMenu(page.table, QPoint{5, 300}, u"Add Job Type"_s);
+            QCOMPARE(page.Names(), accept ? u"acetone benzene user's water"_s : u"acetone benzene water"_s);
+        }
+        jobType.JobTypeID = 3;
+        jobType.DefaultQueue = u"Queueless"_s;
+        QCOMPARE(TestManager::Database().GetJobTypes().last(), jobType);
+        QVERIFY(page.manager.prompt.asked.isEmpty());
+    }
 
-void TestJobTypes::AddsWhatTheEditorHolds()
-{
-    JobTypesPage page;
-    Taskmill_JobType jobType = ValidJobType();
-    jobType.Name = u"user's"_s;
-    jobType.DefaultQueue = u"None"_s;
-    for (const bool accept : {false, true}) {
+    void EachEntryAddsItsDefault()
+    {
+        PagePlace page;
+        Taskmill_JobTypesWidget tab{&page.window, page.manager.JobTypes()};
+        page.Show();
+        auto &table = *page.window.findChild<KilnUtil_TableWidget *>();
+        const QScopedValueRollback programs{KilnUtil_FileSys::m_appDirPath, page.manager.directory.path()};
+        qputenv("VELTRA_EXE", page.manager.Path(u"veltra.exe"_s).toLocal8Bit());
+        QStringList all;
+        for (const QString &name :
+             {u"Veltra"_s, u"Gaussian"_s, u"GMMX"_s, u"Cubegen"_s, u"Formchk"_s, u"Freqchk"_s, u"Cubman"_s}) {
+            WriteTestFile(
+                page.manager.Path(name == "Gaussian"_L1 ? u"g16.exe"_s : name.toLower() + u".exe"_s), {});
+            const QString types = name == "Veltra"_L1 ? u"Types"_s : u"Type"_s;
+            ChooseFromMenu(table, QPoint{5, 300}, u"Add Default %1 Job %2"_s.arg(name, types));
+            all.append(name);
+            QCOMPARE(page.manager.JobTypes().Names(), all);
+        }
+        ChooseFromMenu(table, QPoint{5, 300}, u"Add Default Job Types"_s);
+        QCOMPARE(page.manager.JobTypes().Names(), all + all);
+    }
+
+    void EditsTheJobTypeOfTheRow()
+    {
+        JobTypesPage page;
+        page.SelectRow(u"benzene"_s);
+        WhenDialogIsOpen([](QDialog &dialog) {
+            auto &editor = dynamic_cast<Taskmill_NewJobTypeWidget &>(dialog);
+            Taskmill_JobType jobType = editor.Read();
+            QCOMPARE(jobType.Name, u"benzene"_s);
+            jobType.Name = u"toluene"_s;
+            editor.Load(jobType);
+            dialog.accept();
+        });
+        QTest::keyClick(&page.table, Qt::Key_Return);
+        QCOMPARE(page.Names(), u"acetone toluene water"_s);
+        QCOMPARE(page.manager.JobTypes().Names(), (QStringList{u"water"_s, u"acetone"_s, u"toluene"_s}));
+        QVERIFY(page.manager.prompt.asked.isEmpty());
+    }
+
+    void TellsWhatCannotBeStored()
+    {
+        JobTypesPage page;
+        page.SelectRow(u"water"_s);
         WhenDialogIsOpen([&](QDialog &dialog) {
-            dynamic_cast<Taskmill_NewJobTypeWidget &>(dialog).Load(jobType);
-            dialog.done(accept);
+            auto &editor = dynamic_cast<Taskmill_NewJobTypeWidget &>(dialog);
+            Taskmill_JobType jobType = editor.Read();
+            jobType.Name = u"user''s"_s;
+            editor.Load(jobType);
+            // It comes again with the same fields; then the project goes.
+            WhenDialogIsOpen([&, jobType](QDialog &again) {
+                QCOMPARE(editor.Read(), jobType);
+                QCOMPARE(page.manager.JobTypes().Names().first(), u"water"_s);
+                page.manager.Project().CloseProject();
+                WhenDialogIsOpen([](QDialog &last) { last.reject(); });
+                again.accept();
+            });
+            dialog.accept();
         });
-        ChooseFromMenu(page.table, QPoint{5, 300}, u"Add Job Type"_s);
-        QCOMPARE(page.Names(), accept ? u"acetone benzene user's water"_s : u"acetone benzene water"_s);
+        QTest::keyClick(&page.table, Qt::Key_Return);
+        QCOMPARE(page.manager.prompt.asked.size(), 2);
+        QVERIFY(page.manager.prompt.asked[0].text.contains("single quotes"_L1));
+        QVERIFY(page.manager.prompt.asked[1].text.contains("No project is open"_L1));
     }
-    jobType.JobTypeID = 3;
-    jobType.DefaultQueue = u"Queueless"_s;
-    QCOMPARE(TestManager::Database().GetJobTypes().last(), jobType);
-    QVERIFY(page.manager.prompt.asked.isEmpty());
-}
 
-void TestJobTypes::EachEntryAddsItsDefault()
-{
-    PagePlace page;
-    Taskmill_JobTypesWidget tab{&page.window, page.manager.JobTypes()};
-    page.Show();
-    auto &table = *page.window.findChild<KilnUtil_TableWidget *>();
-    const QScopedValueRollback programs{KilnUtil_FileSys::m_appDirPath, page.manager.directory.path()};
-    qputenv("VELTRA_EXE", page.manager.Path(u"veltra.exe"_s).toLocal8Bit());
-    QStringList all;
-    for (const QString &name :
-         {u"Veltra"_s, u"Gaussian"_s, u"GMMX"_s, u"Cubegen"_s, u"Formchk"_s, u"Freqchk"_s, u"Cubman"_s}) {
-        WriteTestFile(page.manager.Path(name == "Gaussian"_L1 ? u"g16.exe"_s : name.toLower() + u".exe"_s),
-                      {});
-        const QString types = name == "Veltra"_L1 ? u"Types"_s : u"Type"_s;
-        ChooseFromMenu(table, QPoint{5, 300}, u"Add Default %1 Job %2"_s.arg(name, types));
-        all.append(name);
-        QCOMPARE(page.manager.JobTypes().Names(), all);
+    void OkFollowsTheFieldsThatAreLeft()
+    {
+        JobTypesPage page;
+        Taskmill_NewJobTypeWidget editor{nullptr};
+        Taskmill_JobType jobType = ValidJobType();
+        jobType.GenericCommandLine = u"@INFILE"_s;
+        editor.Load(jobType);
+        editor.show();
+        QVERIFY(QTest::qWaitForWindowActive(&editor));
+        const auto buttons = editor.findChildren<QPushButton *>();
+        const QPushButton &ok =
+            **std::ranges::find(buttons, u"Ok"_s, [](const QPushButton *button) { return button->text(); });
+        const auto labels = editor.findChildren<QLabel *>();
+        const QLabel &hint = **std::ranges::find_if(
+            labels, [](const QLabel *label) { return label->text().contains("@EXEFILE"_L1); });
+        QVERIFY(!ok.isEnabled());
+
+        // What is typed shows in the line, and in the button when a field is left, although unchanged.
+        QTest::keyClicks(editor.findChild<QPlainTextEdit *>(), u"@EXEFILE "_s);
+        QVERIFY(!ok.isEnabled() && hint.text().contains("leave a name"_L1));
+        auto *name = editor.findChild<QLineEdit *>();
+        name->setFocus();
+        QTRY_VERIFY(name->hasFocus());
+        QTest::keyClick(name, Qt::Key_Tab);
+        QVERIFY(ok.isEnabled() && hint.text().isEmpty());
+        editor.findChildren<QLineEdit *>()[2]->clear();
+        name->setFocus();
+        QTest::keyClick(name, Qt::Key_Tab);
+        QVERIFY(!ok.isEnabled() && hint.text().contains("executable path"_L1));
+        for (const QWidget *field : editor.findChildren<QWidget *>())
+            QVERIFY2(!field->accessibleDescription().contains(u'<'),
+                     qPrintable(field->accessibleDescription()));
     }
-    ChooseFromMenu(table, QPoint{5, 300}, u"Add Default Job Types"_s);
-    QCOMPARE(page.manager.JobTypes().Names(), all + all);
-}
 
-void TestJobTypes::EditsTheJobTypeOfTheRow()
-{
-    JobTypesPage page;
-    page.SelectRow(u"benzene"_s);
-    WhenDialogIsOpen([](QDialog &dialog) {
-        auto &editor = dynamic_cast<Taskmill_NewJobTypeWidget &>(dialog);
-        Taskmill_JobType jobType = editor.Read();
-        QCOMPARE(jobType.Name, u"benzene"_s);
-        jobType.Name = u"toluene"_s;
-        editor.Load(jobType);
-        dialog.accept();
-    });
-    QTest::keyClick(&page.table, Qt::Key_Return);
-    QCOMPARE(page.Names(), u"acetone toluene water"_s);
-    QCOMPARE(page.manager.JobTypes().Names(), (QStringList{u"water"_s, u"acetone"_s, u"toluene"_s}));
-    QVERIFY(page.manager.prompt.asked.isEmpty());
-}
-
-void TestJobTypes::TellsWhatCannotBeStored()
-{
-    JobTypesPage page;
-    page.SelectRow(u"water"_s);
-    WhenDialogIsOpen([&](QDialog &dialog) {
-        auto &editor = dynamic_cast<Taskmill_NewJobTypeWidget &>(dialog);
-        Taskmill_JobType jobType = editor.Read();
-        jobType.Name = u"user''s"_s;
-        editor.Load(jobType);
-        // It comes again with the same fields; then the project goes.
-        WhenDialogIsOpen([&, jobType](QDialog &again) {
-            QCOMPARE(editor.Read(), jobType);
-            QCOMPARE(page.manager.JobTypes().Names().first(), u"water"_s);
-            page.manager.Project().CloseProject();
-            WhenDialogIsOpen([](QDialog &last) { last.reject(); });
-            again.accept();
-        });
-        dialog.accept();
-    });
-    QTest::keyClick(&page.table, Qt::Key_Return);
-    QCOMPARE(page.manager.prompt.asked.size(), 2);
-    QVERIFY(page.manager.prompt.asked[0].text.contains("single quotes"_L1));
-    QVERIFY(page.manager.prompt.asked[1].text.contains("No project is open"_L1));
-}
-
-void TestJobTypes::OkFollowsTheFieldsThatAreLeft()
-{
-    JobTypesPage page;
-    Taskmill_NewJobTypeWidget editor{nullptr};
-    Taskmill_JobType jobType = ValidJobType();
-    jobType.GenericCommandLine = u"@INFILE"_s;
-    editor.Load(jobType);
-    editor.show();
-    QVERIFY(QTest::qWaitForWindowActive(&editor));
-    const auto buttons = editor.findChildren<QPushButton *>();
-    const QPushButton &ok =
-        **std::ranges::find(buttons, u"Ok"_s, [](const QPushButton *button) { return button->text(); });
-    const auto labels = editor.findChildren<QLabel *>();
-    const QLabel &hint = **std::ranges::find_if(
-        labels, [](const QLabel *label) { return label->text().contains("@EXEFILE"_L1); });
-    QVERIFY(!ok.isEnabled());
-
-    // What is typed shows in the line, and in the button when a field is left, although unchanged.
-    QTest::keyClicks(editor.findChild<QPlainTextEdit *>(), u"@EXEFILE "_s);
-    QVERIFY(!ok.isEnabled() && hint.text().contains("leave a name"_L1));
-    auto *name = editor.findChild<QLineEdit *>();
-    name->setFocus();
-    QTRY_VERIFY(name->hasFocus());
-    QTest::keyClick(name, Qt::Key_Tab);
-    QVERIFY(ok.isEnabled() && hint.text().isEmpty());
-    editor.findChildren<QLineEdit *>()[2]->clear();
-    name->setFocus();
-    QTest::keyClick(name, Qt::Key_Tab);
-    QVERIFY(!ok.isEnabled() && hint.text().contains("executable path"_L1));
-    for (const QWidget *field : editor.findChildren<QWidget *>())
-        QVERIFY2(!field->accessibleDescription().contains(u'<'), qPrintable(field->accessibleDescription()));
-}
-
-void TestJobTypes::DefaultsThatAreNotInstalledAreNamed()
-{
-    JobTypesPage page;
-    WriteTestFile(page.manager.Path(u"veltra"_s), {});
-    ChooseFromMenu(page.table, QPoint{5, 300}, u"Add Default Job Types"_s);
-    const auto *note = page.tab.Frame()->findChild<QLabel *>();
-    QVERIFY(note->isVisible() && note->text().startsWith("Added: Veltra. "_L1));
-    QVERIFY(note->text().contains("Gaussian, GMMX, Cubegen, Formchk, Freqchk, Cubman."_L1));
-    ChooseFromMenu(page.table, QPoint{5, 300}, u"Add Default Veltra Job Types"_s);
-    QVERIFY(!note->isVisible());
-}
+    void DefaultsThatAreNotInstalledAreNamed()
+    {
+        JobTypesPage page;
+        WriteTestFile(page.manager.Path(u"veltra"_s), {});
+        ChooseFromMenu(page.table, QPoint{5, 300}, u"Add Default Job Types"_s);
+        const auto *note = page.tab.Frame()->findChild<QLabel *>();
+        QVERIFY(note->isVisible() && note->text().startsWith("Added: Veltra. "_L1));
+        QVERIFY(note->text().contains("Gaussian, GMMX, Cubegen, Formchk, Freqchk, Cubman."_L1));
+        ChooseFromMenu(page.table, QPoint{5, 300}, u"Add Default Veltra Job Types"_s);
+        QVERIFY(!note->isVisible());
+    }
+};
 
 QTEST_MAIN(TestJobTypes)
 #include "test_jobtypes.moc"

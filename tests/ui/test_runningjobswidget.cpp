@@ -3,76 +3,18 @@
 
 #include "manager/processworker.h"
 #include "manager/runningjobs.h"
-#include "support/testutil.h"
+#include "ui/recordinginspector.h"
 #include "ui/uidriver.h"
 #include "widgets/tablewidget.h"
 
 #include <QCheckBox>
 #include <QFrame>
 #include <QLabel>
-#include <QMutex>
 #include <QPushButton>
-#include <QSemaphore>
-#include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// Lists the processes that it is given, ends none and remembers what it was asked to do.
-class RecordingInspector final : public Taskmill_ProcessInspector
-{
-public:
-    struct Process
-    {
-        int id;
-        int parent;
-        QString name;
-        QString path;
-    };
-    QList<Process> processes; ///< not to be changed while a listing may run
-    QSemaphore gate;          ///< every listing takes one
-    /// When every process began, and its parent, when that is asked again.
-    QString creationDateNow = u"1999"_s;
-    int parentNow = 100;
-
-    /// Since the last time, such as "list,end 7,children of 7".
-    [[nodiscard]] QString TakeCalls()
-    {
-        const QMutexLocker lock{&m_mutex};
-        return std::exchange(m_calls, {}).join(u',');
-    }
-
-protected:
-    QString ListingText() override
-    {
-        Record(u"list"_s);
-        gate.acquire();
-        QByteArray listing;
-        for (const Process &process : processes) {
-            Taskmill_AppendProcessLine(listing, "ProcessId", QByteArray::number(process.id));
-            Taskmill_AppendProcessLine(listing, "ParentProcessId", QByteArray::number(process.parent));
-            Taskmill_AppendProcessLine(listing, "CreationDate", "1999");
-            Taskmill_AppendProcessLine(listing, "Name", process.name.toUtf8());
-            Taskmill_AppendProcessLine(listing, "ExecutablePath", process.path.toUtf8());
-        }
-        return QString::fromUtf8(listing);
-    }
-    void EndProcess(int processID) override { Record(u"end %1"_s.arg(processID)); }
-    void EndChildren(int processID) override { Record(u"children of %1"_s.arg(processID)); }
-    std::optional<QString> CreationDateNow(int) override { return creationDateNow; }
-    std::optional<int> ParentNow(int) override { return parentNow; }
-
-private:
-    void Record(const QString &call)
-    {
-        const QMutexLocker lock{&m_mutex};
-        m_calls += call;
-    }
-
-    QMutex m_mutex;
-    QStringList m_calls;
-};
-
 /// A process of no job type, its child, and another; opened when the test has added its own.
 struct ProcessesPage : PagePlace
 {
@@ -89,7 +31,6 @@ struct ProcessesPage : PagePlace
         inspector.processes = {{100, 1, u"shell"_s, u"/none/shell"_s},
                                {20, 100, u"zzz"_s, TestProgramPath()},
                                {3, -1, u"aaa"_s, TestProgramPath()}};
-        inspector.gate.release(1000);
     }
     ~ProcessesPage() { inspector.gate.release(1000); }
     Q_DISABLE_COPY_MOVE(ProcessesPage)
@@ -105,149 +46,142 @@ struct ProcessesPage : PagePlace
 };
 } // namespace
 
-class TestRunningJobsWidget : public QObject
+class TestRunningJobsWidget : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { FailOnQtWarnings(); }
-    void ReadingLeavesTheWindowAlone();
-    void EntriesEndWhatTheySay_data();
-    void EntriesEndWhatTheySay();
-    void RemovesJobsOfTheManager();
-    void MayEndWhileReading_data();
-    void MayEndWhileReading();
-};
+    void ReadingLeavesTheWindowAlone()
+    {
+        ProcessesPage page;
+        page.Open();
+        auto *reading = page.tab->Frame()->findChild<QLabel *>();
+        QTRY_COMPARE(page.ProcessIDs(), u"3 20"_s);
+        QTRY_VERIFY(!page.running->IsReading());
+        QCOMPARE(page.inspector.TakeCalls(), u"list"_s);
+        page.inspector.gate.acquire(page.inspector.gate.available());
+        for (int time = 0; time < 3; ++time)
+            QTest::mouseClick(page.tab->Frame()->findChild<QPushButton *>(), Qt::LeftButton);
+        QTRY_VERIFY(reading->isVisible());
+        QCOMPARE(page.ProcessIDs(), u"3 20"_s);
+        // The menu still finds the process that is shown.
+        QVERIFY(!ChooseFromMenu(*page.table, 1, u"20"_s, {}).isEmpty());
+        QVERIFY(!ChooseFromMenu(*page.table, 1, u"3"_s, {}).isEmpty());
 
-void TestRunningJobsWidget::ReadingLeavesTheWindowAlone()
-{
-    ProcessesPage page;
-    page.Open();
-    auto *reading = page.tab->Frame()->findChild<QLabel *>();
-    QTRY_COMPARE(page.ProcessIDs(), u"3 20"_s);
-    QTRY_VERIFY(!page.running->IsReading());
-    QCOMPARE(page.inspector.TakeCalls(), u"list"_s);
-    page.inspector.gate.acquire(page.inspector.gate.available());
-    for (int time = 0; time < 3; ++time)
-        QTest::mouseClick(page.tab->Frame()->findChild<QPushButton *>(), Qt::LeftButton);
-    QTRY_VERIFY(reading->isVisible());
-    QCOMPARE(page.ProcessIDs(), u"3 20"_s);
-    // The menu still finds the process that is shown.
-    QVERIFY(!ChooseFromMenu(*page.table, 1, u"20"_s, {}).isEmpty());
-    QVERIFY(!ChooseFromMenu(*page.table, 1, u"3"_s, {}).isEmpty());
+        page.inspector.processes.removeLast();
+        page.inspector.gate.release();
+        QTRY_COMPARE(page.ProcessIDs(), u"20"_s);
+        // The one that was chosen has ended: nothing is chosen then.
+        QVERIFY(!page.table->currentIndex().isValid());
+        QVERIFY(page.table->SelectedRows().isEmpty());
+        QVERIFY(page.running->IsReading());
+        QVERIFY(reading->isVisible());
+        page.inspector.gate.release();
+        QTRY_VERIFY(!reading->isVisible());
+        QCOMPARE(page.inspector.TakeCalls(), u"list,list"_s);
+    }
 
-    page.inspector.processes.removeLast();
-    page.inspector.gate.release();
-    QTRY_COMPARE(page.ProcessIDs(), u"20"_s);
-    // The one that was chosen has ended: nothing is chosen then.
-    QVERIFY(!page.table->currentIndex().isValid());
-    QVERIFY(page.table->SelectedRows().isEmpty());
-    QVERIFY(page.running->IsReading());
-    QVERIFY(reading->isVisible());
-    page.inspector.gate.release();
-    QTRY_VERIFY(!reading->isVisible());
-    QCOMPARE(page.inspector.TakeCalls(), u"list,list"_s);
-}
+    void EntriesEndWhatTheySay_data()
+    {
+        QTest::addColumn<QString>("calls");
+        QTest::newRow("Kill Process") << u"end 20,list"_s;
+        QTest::newRow("Kill Process Group") << u"list"_s;
+        QTest::newRow("Kill Child Processes") << u"children of 20,list"_s;
+        QTest::newRow("Kill Process and Child Processes") << u"children of 20,end 20,list"_s;
+        QTest::newRow("Kill Process and Parent Process") << u"end 100,end 20,list"_s;
+        QTest::newRow("Kill Process, Child Processes and Parent Process")
+            << u"children of 20,end 100,end 20,list"_s;
+        QTest::newRow("no such entry") << QString{};
+    }
 
-void TestRunningJobsWidget::EntriesEndWhatTheySay_data()
-{
-    QTest::addColumn<QString>("calls");
-    QTest::newRow("Kill Process") << u"end 20,list"_s;
-    QTest::newRow("Kill Process Group") << u"list"_s;
-    QTest::newRow("Kill Child Processes") << u"children of 20,list"_s;
-    QTest::newRow("Kill Process and Child Processes") << u"children of 20,end 20,list"_s;
-    QTest::newRow("Kill Process and Parent Process") << u"end 100,end 20,list"_s;
-    QTest::newRow("Kill Process, Child Processes and Parent Process")
-        << u"children of 20,end 100,end 20,list"_s;
-    QTest::newRow("no such entry") << QString{};
-}
+    void EntriesEndWhatTheySay()
+    {
+        ProcessesPage page;
+        QFETCH(const QString, calls);
+        page.Open();
+        QTest::mouseClick(page.onlyKnown, Qt::LeftButton);
+        QTRY_COMPARE(page.ProcessIDs(), u"3 20 100"_s);
+        QTRY_VERIFY(!page.running->IsReading());
+        // Rows, list and numbers in three different orders.
+        page.table->sortByColumn(3, Qt::DescendingOrder);
+        (void)page.inspector.TakeCalls();
+        const auto choose = [&page] {
+            ChooseFromMenu(*page.table, 1, u"20"_s, QString::fromLatin1(QTest::currentDataTag()));
+            (void)QTest::qWaitFor([&page] { return !page.running->IsReading(); });
+            return page.inspector.TakeCalls();
+        };
+        QCOMPARE(choose(), calls);
+        // The parent has ended, and its number belongs to another process; then the same of the process
+        // itself.
+        page.inspector.parentNow = 1;
+        QCOMPARE(choose(), QString{calls}.remove(u"end 100,"_s));
+        page.inspector.creationDateNow = u"2000"_s;
+        QCOMPARE(choose(), calls.isEmpty() ? calls : u"list"_s);
+    }
 
-void TestRunningJobsWidget::EntriesEndWhatTheySay()
-{
-    ProcessesPage page;
-    QFETCH(const QString, calls);
-    page.Open();
-    QTest::mouseClick(page.onlyKnown, Qt::LeftButton);
-    QTRY_COMPARE(page.ProcessIDs(), u"3 20 100"_s);
-    QTRY_VERIFY(!page.running->IsReading());
-    // Rows, list and numbers in three different orders.
-    page.table->sortByColumn(3, Qt::DescendingOrder);
-    (void)page.inspector.TakeCalls();
-    const auto choose = [&page] {
-        ChooseFromMenu(*page.table, 1, u"20"_s, QString::fromLatin1(QTest::currentDataTag()));
-        (void)QTest::qWaitFor([&page] { return !page.running->IsReading(); });
-        return page.inspector.TakeCalls();
-    };
-    QCOMPARE(choose(), calls);
-    // The parent has ended, and its number belongs to another process; then the same of the process itself.
-    page.inspector.parentNow = 1;
-    QCOMPARE(choose(), QString{calls}.remove(u"end 100,"_s));
-    page.inspector.creationDateNow = u"2000"_s;
-    QCOMPARE(choose(), calls.isEmpty() ? calls : u"list"_s);
-}
+    void RemovesJobsOfTheManager()
+    {
+        ProcessesPage page;
+        Taskmill_JobContainer &jobs = page.manager.Short().Jobs();
+        page.manager.Short().Submit(
+            page.manager.NewJob(page.manager.JobTypes().GetAll().last(), page.manager.InputFile(u"x.in"_s)));
+        QTRY_VERIFY(jobs.JobAt(0)->ProcessID() > 0);
+        const auto number = static_cast<int>(jobs.JobAt(0)->ProcessID());
+        const QString processID = QString::number(number);
+        page.inspector.processes.append({number, 1, u"job"_s, TestProgramPath()});
+        page.Open();
+        QTRY_COMPARE(page.table->model()->rowCount(), 3);
+        QCOMPARE(ChooseFromMenu(*page.table, 1, processID, u"Remove"_s), QStringList{u"Remove"_s});
+        QCOMPARE(page.manager.prompt.asked.size(), 1);
 
-void TestRunningJobsWidget::RemovesJobsOfTheManager()
-{
-    ProcessesPage page;
-    Taskmill_JobContainer &jobs = page.manager.Destinations().Short().Jobs();
-    page.manager.Destinations().Short().Submit(
-        page.manager.NewJob(page.manager.JobTypes().GetAll().last(), page.manager.InputFile(u"x.in"_s)));
-    QTRY_VERIFY(jobs.JobAt(0)->ProcessID() > 0);
-    const auto number = static_cast<int>(jobs.JobAt(0)->ProcessID());
-    const QString processID = QString::number(number);
-    page.inspector.processes.append({number, 1, u"job"_s, TestProgramPath()});
-    page.Open();
-    QTRY_COMPARE(page.table->model()->rowCount(), 3);
-    QCOMPARE(ChooseFromMenu(*page.table, 1, processID, u"Remove"_s), QStringList{u"Remove"_s});
-    QCOMPARE(page.manager.prompt.asked.size(), 1);
+        // A process that is none of its jobs, and one that is, with the box unchecked.
+        page.table->selectRow(0);
+        QTest::keyClick(page.table, Qt::Key_Delete);
+        QTest::mouseClick(page.onlyKnown, Qt::LeftButton);
+        QCOMPARE(ChooseFromMenu(*page.table, 1, processID, {}).first(), u"Kill Process"_s);
+        QTest::keyClick(page.table, Qt::Key_Delete);
+        QCOMPARE(page.manager.prompt.asked.size(), 1);
+        QTest::mouseClick(page.onlyKnown, Qt::LeftButton);
 
-    // A process that is none of its jobs, and one that is, with the box unchecked.
-    page.table->selectRow(0);
-    QTest::keyClick(page.table, Qt::Key_Delete);
-    QTest::mouseClick(page.onlyKnown, Qt::LeftButton);
-    QCOMPARE(ChooseFromMenu(*page.table, 1, processID, {}).first(), u"Kill Process"_s);
-    QTest::keyClick(page.table, Qt::Key_Delete);
-    QCOMPARE(page.manager.prompt.asked.size(), 1);
-    QTest::mouseClick(page.onlyKnown, Qt::LeftButton);
+        using Answer = KilnUtil_UserPrompt::WarnAnswer;
+        page.manager.prompt.answers = {Answer::Yes, Answer::Yes};
+        ChooseFromMenu(*page.table, 1, processID, u"Remove"_s);
+        QCOMPARE(jobs.Count(), 0);
+    }
 
-    using Answer = KilnUtil_UserPrompt::WarnAnswer;
-    page.manager.prompt.answers = {Answer::Yes, Answer::Yes};
-    ChooseFromMenu(*page.table, 1, processID, u"Remove"_s);
-    QCOMPARE(jobs.Count(), 0);
-}
+    void MayEndWhileReading_data()
+    {
+        QTest::addColumn<bool>("windowFirst");
+        QTest::newRow("page first") << false;
+        QTest::newRow("window first") << true;
+    }
 
-void TestRunningJobsWidget::MayEndWhileReading_data()
-{
-    QTest::addColumn<bool>("windowFirst");
-    QTest::newRow("page first") << false;
-    QTest::newRow("window first") << true;
-}
-
-void TestRunningJobsWidget::MayEndWhileReading()
-{
-    ProcessesPage page;
-    QFETCH(const bool, windowFirst);
-    page.inspector.gate.acquire(page.inspector.gate.available());
-    page.Open();
-    QString calls;
-    QTRY_COMPARE(calls += page.inspector.TakeCalls(), u"list"_s);
-    Taskmill_ProcessRecord process;
-    process.ProcessId = u"20"_s;
-    process.CreationDate = page.inspector.creationDateNow;
-    page.running->KillInBackground(process, Taskmill_Kill::Process);
-    if (windowFirst)
-        delete page.tab->Frame(); // as the window does at its end
-    else
+    void MayEndWhileReading()
+    {
+        ProcessesPage page;
+        QFETCH(const bool, windowFirst);
+        page.inspector.gate.acquire(page.inspector.gate.available());
+        page.Open();
+        QString calls;
+        QTRY_COMPARE(calls += page.inspector.TakeCalls(), u"list"_s);
+        Taskmill_ProcessRecord process;
+        process.ProcessId = u"20"_s;
+        process.CreationDate = page.inspector.creationDateNow;
+        page.running->KillInBackground(process, Taskmill_Kill::Process);
+        if (windowFirst)
+            delete page.tab->Frame(); // as the window does at its end
+        else
+            page.tab.reset();
+        page.inspector.gate.release(1000);
+        // What was read comes when the page is gone.
+        QTRY_VERIFY(!page.running->IsReading());
         page.tab.reset();
-    page.inspector.gate.release(1000);
-    // What was read comes when the page is gone.
-    QTRY_VERIFY(!page.running->IsReading());
-    page.tab.reset();
-    page.running->RefreshInBackground();
-    page.running.reset();
-    // An order is carried out even then.
-    QVERIFY(page.inspector.TakeCalls().startsWith(u"end 20"_s));
-}
+        page.running->RefreshInBackground();
+        page.running.reset();
+        // An order is carried out even then.
+        QVERIFY(page.inspector.TakeCalls().startsWith(u"end 20"_s));
+    }
+};
 
 QTEST_MAIN(TestRunningJobsWidget)
 #include "test_runningjobswidget.moc"

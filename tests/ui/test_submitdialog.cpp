@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include "kilnutil/registry.h"
-#include "support/testutil.h"
 #include "ui/openfilesdialog.h"
 #include "ui/openfileslist.h"
 #include "ui/uidriver.h"
@@ -9,9 +8,6 @@
 #include <QComboBox>
 #include <QHeaderView>
 #include <QLabel>
-#include <QtTest>
-
-#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -121,128 +117,121 @@ struct SubmitDialog : PagePlace
 };
 } // namespace
 
-class TestSubmitDialog : public QObject
+class TestSubmitDialog : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { FailOnQtWarnings(); }
-    void OpensWithWhatItIsGiven();
-    void TakesAFileOnce();
-    void KeepsItsOptions_data();
-    void KeepsItsOptions();
-    void BrowsesAtOnceWhenToldSo();
-};
-
-void TestSubmitDialog::OpensWithWhatItIsGiven()
-{
-    SubmitDialog ui;
-    const int second = ui.manager.JobTypes().GetAll().last().JobTypeID;
-    for (const bool checkAll : {true, false}) {
-        const Choice choice =
-            ui.Submit({.Files = {ui.files[2], ui.manager.Path(u"missing"_s), ui.files[0]},
-                       .Destination = Taskmill_Destination::Queueless,
-                       .JobTypeID = second,
-                       .CheckAll = checkAll},
-                      [&] { QCOMPARE(ui.Names(), checkAll ? u"c.in a.in"_s : u"c.in a.in-"_s); });
-        QVERIFY(choice);
-        QCOMPARE(choice->Files,
-                 checkAll ? (QStringList{ui.files[2], ui.files[0]}) : QStringList{ui.files[2]});
-        QCOMPARE(choice->Destination, Taskmill_Destination::Queueless);
-        QCOMPARE(choice->JobTypeID, second);
+    void OpensWithWhatItIsGiven()
+    {
+        SubmitDialog ui;
+        const int second = ui.manager.JobTypes().GetAll().last().JobTypeID;
+        for (const bool checkAll : {true, false}) {
+            const Choice choice =
+                ui.Submit({.Files = {ui.files[2], ui.manager.Path(u"missing"_s), ui.files[0]},
+                           .Destination = Taskmill_Destination::Queueless,
+                           .JobTypeID = second,
+                           .CheckAll = checkAll},
+                          [&] { QCOMPARE(ui.Names(), checkAll ? u"c.in a.in"_s : u"c.in a.in-"_s); });
+            QVERIFY(choice);
+            QCOMPARE(choice->Files,
+                     checkAll ? (QStringList{ui.files[2], ui.files[0]}) : QStringList{ui.files[2]});
+            QCOMPARE(choice->Destination, Taskmill_Destination::Queueless);
+            QCOMPARE(choice->JobTypeID, second);
+        }
+        QVERIFY(!ui.Open({}, [&] {
+            QVERIFY(!ui.Button(u"Submit"_s)->isEnabled());
+            QVERIFY(ui.Says(u"default queue of its type"_s));
+            // Another question while it is open is not asked.
+            QVERIFY(!ui.dialog->AskForJobs(u"Job Input Files"_s, {.Files = ui.files}));
+        }));
+        ui.manager.JobTypes().RemoveAll();
+        QVERIFY(!ui.Open({}, [&] { QVERIFY(ui.Says(u"There is no job type yet"_s)); }));
     }
-    QVERIFY(!ui.Open({}, [&] {
-        QVERIFY(!ui.Button(u"Submit"_s)->isEnabled());
-        QVERIFY(ui.Says(u"default queue of its type"_s));
-        // Another question while it is open is not asked.
-        QVERIFY(!ui.dialog->AskForJobs(u"Job Input Files"_s, {.Files = ui.files}));
-    }));
-    ui.manager.JobTypes().RemoveAll();
-    QVERIFY(!ui.Open({}, [&] { QVERIFY(ui.Says(u"There is no job type yet"_s)); }));
-}
 
-void TestSubmitDialog::TakesAFileOnce()
-{
-    SubmitDialog ui;
-    const QString same = ui.manager.directory.path() + u"/./x/..//a.in "_s;
-    ui.Submit({.Files = {ui.files[0], same, u" "_s, {}, QDir::current().relativeFilePath(ui.files[0])},
-               .CheckAll = true},
-              [&] {
-                  QCOMPARE(ui.Names(), u"a.in"_s);
-                  ui.Button(u"Allow Duplicate Files"_s)->setChecked(true);
-              });
-    // The option is in force for the files that it opens with, too.
-    ui.Open({.Files = {ui.files[0], same}, .CheckAll = true}, [&] {
-        QCOMPARE(ui.FileList()->CheckedPaths(), (QStringList{ui.files[0], ui.files[0]}));
-    });
-}
-
-void TestSubmitDialog::KeepsItsOptions_data()
-{
-    QTest::addColumn<QString>("byDefault");
-    QTest::addColumn<QString>("changed");
-    const QString off = u"off, 7 columns"_s;
-    const QString on = u"on, 7 columns"_s;
-    QTest::newRow("Sorting") << off << on;
-    QTest::newRow("Use Native File Browser") << on << off;
-    QTest::newRow("Start with File Browser if Initial File List is Empty") << off << on;
-    QTest::newRow("Allow Duplicate Files") << off << on;
-    QTest::newRow("Retain Settings") << off << on;
-    QTest::newRow("File List Detail") << u"High, 7 columns"_s << u"Low, 3 columns"_s;
-    QTest::newRow("Submit as") << u"Auto, 7 columns"_s << u"One, 7 columns"_s;
-    QTest::newRow("Target") << u"Auto, 7 columns"_s << u"Long Jobs Queue, 7 columns"_s;
-}
-
-void TestSubmitDialog::KeepsItsOptions()
-{
-    SubmitDialog ui;
-    QFETCH(const QString, byDefault);
-    QFETCH(const QString, changed);
-    const QString option = QString::fromUtf8(QTest::currentDataTag());
-    // Job type and queue are chosen again only when that is wanted.
-    const bool isRetained = option == "Submit as"_L1 || option == "Target"_L1;
-    const Taskmill_SubmitChoice preset{.Files = {ui.files[0]}, .CheckAll = true};
-    const auto change = [&] {
-        QCOMPARE(ui.OptionText(option), byDefault);
-        ui.ChangeOption(option);
-        QCOMPARE(ui.OptionText(option), changed);
-    };
-    ui.Open(preset, change); // cancelled
-    ui.Renew();
-    ui.Submit(preset, change);
-    if (isRetained) {
-        ui.Renew();
-        const Choice choice = ui.Submit(preset, [&] {
-            change();
-            ui.ChangeOption(u"Retain Settings"_s);
+    void TakesAFileOnce()
+    {
+        SubmitDialog ui;
+        const QString same = ui.manager.directory.path() + u"/./x/..//a.in "_s;
+        ui.Submit({.Files = {ui.files[0], same, u" "_s, {}, QDir::current().relativeFilePath(ui.files[0])},
+                   .CheckAll = true},
+                  [&] {
+                      QCOMPARE(ui.Names(), u"a.in"_s);
+                      ui.Button(u"Allow Duplicate Files"_s)->setChecked(true);
+                  });
+        // The option is in force for the files that it opens with, too.
+        ui.Open({.Files = {ui.files[0], same}, .CheckAll = true}, [&] {
+            QCOMPARE(ui.FileList()->CheckedPaths(), (QStringList{ui.files[0], ui.files[0]}));
         });
-        QVERIFY(choice);
-        QCOMPARE(choice->JobTypeID, option == "Submit as"_L1 ? 0 : -1);
-        QCOMPARE(choice->Destination,
-                 option == "Target"_L1 ? Taskmill_Destination::Long : Taskmill_Destination::JobTypeDefault);
     }
-    ui.Renew();
-    ui.Open(preset, [&] {
-        QCOMPARE(ui.OptionText(option), changed);
-        ui.Button(u"Default Settings"_s)->click();
-        QCOMPARE(ui.OptionText(option), byDefault);
-    });
-}
 
-void TestSubmitDialog::BrowsesAtOnceWhenToldSo()
-{
-    SubmitDialog ui;
-    const auto &browsed = ui.manager.prompt.browsed;
-    ui.Open({}, [&] { QVERIFY(browsed.isEmpty()); });
-    ui.Submit({.Files = {ui.files[0]}, .CheckAll = true}, [&] {
-        ui.ChangeOption(u"Use Native File Browser"_s);
-        ui.ChangeOption(u"Start with File Browser if Initial File List is Empty"_s);
-    });
-    ui.Open({}, [] { QCoreApplication::processEvents(); });
-    QCOMPARE(browsed.size(), 1);
-    QVERIFY(!browsed[0].UseNativeBrowser);
-    QCOMPARE(browsed[0].NameFilters.join(u';'), u"All Files (*.*);One Files (*.one);Two Files (*.two)"_s);
-}
+    void KeepsItsOptions_data()
+    {
+        QTest::addColumn<QString>("byDefault");
+        QTest::addColumn<QString>("changed");
+        const QString off = u"off, 7 columns"_s;
+        const QString on = u"on, 7 columns"_s;
+        QTest::newRow("Sorting") << off << on;
+        QTest::newRow("Use Native File Browser") << on << off;
+        QTest::newRow("Start with File Browser if Initial File List is Empty") << off << on;
+        QTest::newRow("Allow Duplicate Files") << off << on;
+        QTest::newRow("Retain Settings") << off << on;
+        QTest::newRow("File List Detail") << u"High, 7 columns"_s << u"Low, 3 columns"_s;
+        QTest::newRow("Submit as") << u"Auto, 7 columns"_s << u"One, 7 columns"_s;
+        QTest::newRow("Target") << u"Auto, 7 columns"_s << u"Long Jobs Queue, 7 columns"_s;
+    }
+
+    void KeepsItsOptions()
+    {
+        SubmitDialog ui;
+        QFETCH(const QString, byDefault);
+        QFETCH(const QString, changed);
+        const QString option = QString::fromUtf8(QTest::currentDataTag());
+        // Job type and queue are chosen again only when that is wanted.
+        const bool isRetained = option == "Submit as"_L1 || option == "Target"_L1;
+        const Taskmill_SubmitChoice preset{.Files = {ui.files[0]}, .CheckAll = true};
+        const auto change = [&] {
+            QCOMPARE(ui.OptionText(option), byDefault);
+            ui.ChangeOption(option);
+            QCOMPARE(ui.OptionText(option), changed);
+        };
+        ui.Open(preset, change); // cancelled
+        ui.Renew();
+        ui.Submit(preset, change);
+        if (isRetained) {
+            ui.Renew();
+            const Choice choice = ui.Submit(preset, [&] {
+                change();
+                ui.ChangeOption(u"Retain Settings"_s);
+            });
+            QVERIFY(choice);
+            QCOMPARE(choice->JobTypeID, option == "Submit as"_L1 ? 0 : -1);
+            QCOMPARE(choice->Destination, option == "Target"_L1 ? Taskmill_Destination::Long
+                                                                : Taskmill_Destination::JobTypeDefault);
+        }
+        ui.Renew();
+        ui.Open(preset, [&] {
+            QCOMPARE(ui.OptionText(option), changed);
+            ui.Button(u"Default Settings"_s)->click();
+            QCOMPARE(ui.OptionText(option), byDefault);
+        });
+    }
+
+    void BrowsesAtOnceWhenToldSo()
+    {
+        SubmitDialog ui;
+        const auto &browsed = ui.manager.prompt.browsed;
+        ui.Open({}, [&] { QVERIFY(browsed.isEmpty()); });
+        ui.Submit({.Files = {ui.files[0]}, .CheckAll = true}, [&] {
+            ui.ChangeOption(u"Use Native File Browser"_s);
+            ui.ChangeOption(u"Start with File Browser if Initial File List is Empty"_s);
+        });
+        ui.Open({}, [] { QCoreApplication::processEvents(); });
+        QCOMPARE(browsed.size(), 1);
+        QVERIFY(!browsed[0].UseNativeBrowser);
+        QCOMPARE(browsed[0].NameFilters.join(u';'), u"All Files (*.*);One Files (*.one);Two Files (*.two)"_s);
+    }
+};
 
 QTEST_MAIN(TestSubmitDialog)
 #include "test_submitdialog.moc"

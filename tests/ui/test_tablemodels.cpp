@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
+#include "db/databasetestutil.h"
 #include "jobs/job.h"
 #include "manager/listings.h"
 #include "manager/runningjobs.h"
 #include "manager/timetext.h"
-#include "support/testutil.h"
 #include "ui/finishedjobswidget.h"
 #include "ui/jobtypeswidget.h"
 #include "ui/queuewidgets.h"
+#include "ui/recordinginspector.h"
 #include "ui/rowsmodel.h"
 #include "ui/runningjobswidget.h"
 #include "ui/uidriver.h"
@@ -14,51 +15,23 @@
 #include "widgets/tablewidget.h"
 
 #include <QAbstractItemModelTester>
-#include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 constexpr auto reportMode = QAbstractItemModelTester::FailureReportingMode::QtTest;
 
-/// A system with one process, which is that of a job type.
-class OneProcess final : public Taskmill_ProcessInspector
-{
-protected:
-    QString ListingText() override
-    {
-        QByteArray listing;
-        Taskmill_AppendProcessLine(listing, "CommandLine", "the command line");
-        Taskmill_AppendProcessLine(listing, "ExecutablePath", TestProgramPath().toUtf8());
-        Taskmill_AppendProcessLine(listing, "ExecutionState", "sleeping");
-        Taskmill_AppendProcessLine(listing, "Name", "the name");
-        Taskmill_AppendProcessLine(listing, "ParentProcessId", "20");
-        Taskmill_AppendProcessLine(listing, "ProcessId", "10");
-        return QString::fromUtf8(listing);
-    }
-    void EndProcess(int) override {}
-    void EndChildren(int) override {}
-};
-
 Taskmill_JobType TheJobType()
 {
-    return {.Name = u"the type"_s,
-            .ApplicationName = u"the application"_s,
-            .ExecutablePath = TestProgramPath(),
-            .DefaultQueue = u"Short"_s,
-            .GenericCommandLine = u"@EXEFILE wait @NAME"_s,
-            .InputFileFilter = u"Input (*.in)"_s,
-            .OutputFileFilter = u"Output (*.out)"_s,
-            .EnvironmentVariables = u"A=1\nB=2"_s};
+    Taskmill_JobType jobType = SampleJobType(u"the type"_s);
+    jobType.ExecutablePath = TestProgramPath();
+    jobType.GenericCommandLine = u"@EXEFILE wait @NAME"_s;
+    return jobType;
 }
 
 Taskmill_JobRecord TheJob()
 {
-    Taskmill_JobRecord job;
-    job.JobID = 7;
-    job.Name = u"the name"_s;
-    job.JobType = TheJobType();
-    job.QueueName = u"Short"_s;
+    Taskmill_JobRecord job = TestManager::JobOf(TheJobType(), 7);
     job.Status = Taskmill_JobStatus::Failed;
     job.PlaceholderValues = {{u"@NAME"_s, u"x"_s}};
     job.Submitted = QDateTime{{2024, 2, 29}, {1, 2, 3}};
@@ -70,8 +43,8 @@ Taskmill_JobRecord TheJob()
 /// The window's tables with one row each, and the listings of the same.
 struct Tables : PagePlace
 {
-    std::shared_ptr<OneProcess> inspector = std::make_shared<OneProcess>();
-    Taskmill_RunningJobs running{*inspector, manager.JobTypes()};
+    RecordingInspector inspector{{{10, 20, u"the name"_s, TestProgramPath()}}};
+    Taskmill_RunningJobs running{inspector, manager.JobTypes()};
     Taskmill_LongJobsQueueWidget queue{&window, manager};
     Taskmill_FinishedJobsWidget finished{&window, manager.FinishedJobs()};
 
@@ -79,10 +52,10 @@ struct Tables : PagePlace
     std::pair<KilnUtil_TableWidget *, QString> Find(const QString &name)
     {
         if (name == "queue"_L1) {
-            manager.Destinations().Long().Queue()->SetPaused(true);
-            manager.Destinations().Long().Submit(new Taskmill_Job{TheJob()});
+            manager.Long().Queue()->SetPaused(true);
+            manager.Long().Submit(new Taskmill_Job{TheJob()});
             queue.FillTable();
-            return {&queue.Table(), manager.Destinations().Long().ListingText()};
+            return {&queue.Table(), manager.Long().ListingText()};
         }
         if (name == "finished"_L1) {
             manager.FinishedJobs().AddJob(TheJob());
@@ -100,7 +73,7 @@ struct Tables : PagePlace
         }
         processes = std::make_unique<Taskmill_RunningJobsWidget>(&window, running, manager.Destinations());
         (void)QTest::qWaitFor([this] { return !running.IsReading(); });
-        return {TableOf(*processes->Frame()), running.ListingText(inspector->ListProcesses())};
+        return {TableOf(*processes->Frame()), running.ListingText(inspector.ListProcesses())};
     }
 
 private:
@@ -146,108 +119,104 @@ QList<QStringList> Rows(const QString &keys)
 } // namespace
 
 /// What the tables show, in the window and on the console, and what their models announce.
-class TestTableModels : public QObject
+class TestTableModels : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { FailOnQtWarnings(); }
-    void EachColumnHasItsText_data();
-    void EachColumnHasItsText();
-    void MergedRowsAreAnnounced_data();
-    void MergedRowsAreAnnounced();
-};
-
-/// The name of a row is that of its table, and where the column stands.
-void TestTableModels::EachColumnHasItsText_data()
-{
-    QTest::addColumn<QString>("column");
-    const QString program = TestProgramPath();
-    const auto add = [](const char *table, const QStringList &columns) {
-        for (qsizetype place = 0; place < columns.size(); ++place)
-            QTest::addRow("%s %d", table, static_cast<int>(place)) << columns[place];
-    };
-    QStringList queue{u"Job ID: 7"_s,
-                      u"Name: the name"_s,
-                      u"Status: Pending"_s,
-                      u"Job Type: the type"_s,
-                      u"Executable Path: "_s + program,
-                      u"Command Line: %1 wait x"_s.arg(program),
-                      u"Submitted: now"_s,
-                      u"Started: 03-01-2024 04:05:06"_s};
-    add("queue", queue);
-    queue[2] = u"Status: Failed"_s;
-    queue[6] = u"Submitted: 02-29-2024 01:02:03"_s;
-    queue.insert(4, u"Queue: Short"_s);
-    add("finished", queue + QStringList{u"Finished: 12-31-2025 07:08:09"_s});
-    add("types", {u"DBID: 0"_s, u"Name: the type"_s, u"Application Name: the application"_s,
-                  u"Executable Path: "_s + program, u"Default Queue: Short"_s,
-                  u"Input File Filter: Input (*.in)"_s, u"Output File Filter: Output (*.out)"_s,
-                  u"Environment Variables: A=1 ; B=2"_s, u"Generic Command Line: @EXEFILE wait @NAME"_s});
-    add("processes", {u"User:"_s, u"Process ID: 10"_s, u"Parent Process ID: 20"_s, u"App Name: the name"_s,
-                      u"Status: sleeping"_s, u"App Path: "_s + program, u"Command Line: the command line"_s});
-}
-
-void TestTableModels::EachColumnHasItsText()
-{
-    QFETCH(QString, column);
-    const QStringList tag = QString::fromLatin1(QTest::currentDataTag()).split(u' ');
-    Tables tables;
-    const auto [table, listing] = tables.Find(tag[0]);
-    if (const Taskmill_Job *job = tables.manager.Destinations().Long().Jobs().FindByJobID(7))
-        column.replace("now"_L1, job->Record().Submitted.Text(u"MM-dd-yyyy hh:mm:ss"));
-    const QStringList shown = ColumnsOf(*table->model());
-    QCOMPARE(shown.value(tag[1].toInt()).trimmed(), column);
-    QCOMPARE(ColumnsOf(listing).value(tag[1].toInt()).trimmed(), column);
-    QCOMPARE(ColumnsOf(listing).size(), shown.size());
-    // A time is sorted as its text is.
-    const QString text = column.section(u": "_s, 1);
-    const QDateTime time = QDateTime::fromString(text, u"MM-dd-yyyy hh:mm:ss"_s);
-    QCOMPARE(table->model()->index(0, tag[1].toInt()).data(KilnUtil_TableSortProxy::SortRole).toString(),
-             time.isValid() ? QString::number(Taskmill_TimeTextOrder(time)) : text);
-}
-
-/// Rows are known again by the letter that they begin with.
-void TestTableModels::MergedRowsAreAnnounced_data()
-{
-    QTest::addColumn<QString>("rows");
-    QTest::newRow("nothing new") << u"a b c d"_s;
-    QTest::newRow("rows behind") << u"a b c d e f"_s;
-    QTest::newRow("rows before and between") << u"e a f b g h c d"_s;
-    QTest::newRow("rows are gone") << u"b"_s;
-    QTest::newRow("another order") << u"d b a c"_s;
-    QTest::newRow("other texts") << u"a b1 c1 d"_s;
-    QTest::newRow("all at once") << u"e d1 a f1 b"_s;
-    QTest::newRow("all others") << u"x y"_s;
-}
-
-void TestTableModels::MergedRowsAreAnnounced()
-{
-    Taskmill_RowsModel model{{u"Key"_s, u"Text"_s}, 0, {}, nullptr};
-    const QAbstractItemModelTester tester{&model, reportMode};
-    model.SetRows(Rows(u"a b c d"_s));
-    const QPersistentModelIndex second = model.index(1, 1);
-    QSignalSpy changes{&model, &QAbstractItemModel::dataChanged};
-
-    QFETCH(const QString, rows);
-    model.SetRows(Rows(rows));
-    const QStringList texts = rows.split(u' ');
-    QStringList shown;
-    for (int row = 0; row < model.rowCount(); ++row)
-        shown += model.index(row, 1).data().toString();
-    QCOMPARE(shown, texts);
-    const QStringList kept = texts.filter(QRegularExpression{u"^b"_s});
-    QCOMPARE(second.data().toString(), kept.join(QString{}));
-    QCOMPARE(second.isValid(), !kept.isEmpty());
-    QStringList announced;
-    for (const QList<QVariant> &change : changes) {
-        QVERIFY(change[2].value<QList<int>>().contains(KilnUtil_TableSortProxy::SortRole));
-        for (int row = change[0].toModelIndex().row(); row <= change[1].toModelIndex().row(); ++row)
-            announced += model.index(row, 1).data().toString();
+    /// The name of a row is that of its table, and where the column stands.
+    void EachColumnHasItsText_data()
+    {
+        QTest::addColumn<QString>("column");
+        const QString program = TestProgramPath();
+        const auto add = [](const char *table, const QStringList &columns) {
+            for (qsizetype place = 0; place < columns.size(); ++place)
+                QTest::addRow("%s %d", table, static_cast<int>(place)) << columns[place];
+        };
+        QStringList queue{u"Job ID: 7"_s,
+                          u"Name: job 7"_s,
+                          u"Status: Pending"_s,
+                          u"Job Type: the type"_s,
+                          u"Executable Path: "_s + program,
+                          u"Command Line: %1 wait x"_s.arg(program),
+                          u"Submitted: now"_s,
+                          u"Started: 03-01-2024 04:05:06"_s};
+        add("queue", queue);
+        queue[2] = u"Status: Failed"_s;
+        queue[6] = u"Submitted: 02-29-2024 01:02:03"_s;
+        queue.insert(4, u"Queue: Short"_s);
+        add("finished", queue + QStringList{u"Finished: 12-31-2025 07:08:09"_s});
+        add("types",
+            {u"DBID: 0"_s, u"Name: the type"_s, u"Application Name: mopac"_s,
+             u"Executable Path: "_s + program, u"Default Queue: Short"_s,
+             u"Input File Filter: Input (*.mop)"_s, u"Output File Filter: Output (*.out)"_s,
+             u"Environment Variables: A=1 ; B=\"zwei\""_s, u"Generic Command Line: @EXEFILE wait @NAME"_s});
+        add("processes",
+            {u"User:"_s, u"Process ID: 10"_s, u"Parent Process ID: 20"_s, u"App Name: the name"_s,
+             u"Status: sleeping"_s, u"App Path: "_s + program, u"Command Line: the command line"_s});
     }
-    // New rows are there with their texts.
-    QCOMPARE(announced, texts.filter(QRegularExpression{u"^[a-d]1"_s}));
-}
+
+    void EachColumnHasItsText()
+    {
+        QFETCH(QString, column);
+        const QStringList tag = QString::fromLatin1(QTest::currentDataTag()).split(u' ');
+        Tables tables;
+        const auto [table, listing] = tables.Find(tag[0]);
+        if (const Taskmill_Job *job = tables.manager.Long().Jobs().FindByJobID(7))
+            column.replace("now"_L1, job->Record().Submitted.Text(u"MM-dd-yyyy hh:mm:ss"));
+        const QStringList shown = ColumnsOf(*table->model());
+        QCOMPARE(shown.value(tag[1].toInt()).trimmed(), column);
+        QCOMPARE(ColumnsOf(listing).value(tag[1].toInt()).trimmed(), column);
+        QCOMPARE(ColumnsOf(listing).size(), shown.size());
+        // A time is sorted as its text is.
+        const QString text = column.section(u": "_s, 1);
+        const QDateTime time = QDateTime::fromString(text, u"MM-dd-yyyy hh:mm:ss"_s);
+        QCOMPARE(table->model()->index(0, tag[1].toInt()).data(KilnUtil_TableSortProxy::SortRole).toString(),
+                 time.isValid() ? QString::number(Taskmill_TimeTextOrder(time)) : text);
+    }
+
+    /// Rows are known again by the letter that they begin with.
+    void MergedRowsAreAnnounced_data()
+    {
+        QTest::addColumn<QString>("rows");
+        QTest::newRow("nothing new") << u"a b c d"_s;
+        QTest::newRow("rows behind") << u"a b c d e f"_s;
+        QTest::newRow("rows before and between") << u"e a f b g h c d"_s;
+        QTest::newRow("rows are gone") << u"b"_s;
+        QTest::newRow("another order") << u"d b a c"_s;
+        QTest::newRow("other texts") << u"a b1 c1 d"_s;
+        QTest::newRow("all at once") << u"e d1 a f1 b"_s;
+        QTest::newRow("all others") << u"x y"_s;
+    }
+
+    void MergedRowsAreAnnounced()
+    {
+        Taskmill_RowsModel model{{u"Key"_s, u"Text"_s}, 0, {}, nullptr};
+        const QAbstractItemModelTester tester{&model, reportMode};
+        model.SetRows(Rows(u"a b c d"_s));
+        const QPersistentModelIndex second = model.index(1, 1);
+        QSignalSpy changes{&model, &QAbstractItemModel::dataChanged};
+
+        QFETCH(const QString, rows);
+        model.SetRows(Rows(rows));
+        const QStringList texts = rows.split(u' ');
+        QStringList shown;
+        for (int row = 0; row < model.rowCount(); ++row)
+            shown += model.index(row, 1).data().toString();
+        QCOMPARE(shown, texts);
+        const QStringList kept = texts.filter(QRegularExpression{u"^b"_s});
+        QCOMPARE(second.data().toString(), kept.join(QString{}));
+        QCOMPARE(second.isValid(), !kept.isEmpty());
+        QStringList announced;
+        for (const QList<QVariant> &change : changes) {
+            QVERIFY(change[2].value<QList<int>>().contains(KilnUtil_TableSortProxy::SortRole));
+            for (int row = change[0].toModelIndex().row(); row <= change[1].toModelIndex().row(); ++row)
+                announced += model.index(row, 1).data().toString();
+        }
+        // New rows are there with their texts.
+        QCOMPARE(announced, texts.filter(QRegularExpression{u"^[a-d]1"_s}));
+    }
+};
 
 QTEST_MAIN(TestTableModels)
 #include "test_tablemodels.moc"

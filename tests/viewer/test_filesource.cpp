@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "kilnutil/filesource.h"
-#include "support/testutil.h"
+#include "support/testcase.h"
 #include "viewer/memorysource.h"
 #include "viewer/textrows.h"
 #include "viewer/textsearch.h"
-
-#include <QtTest>
-
-#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -51,17 +47,16 @@ QString Find(const QByteArray &content, const QString &word, Direction direction
 }
 } // namespace
 
-class TestFileSource : public QObject
+class TestFileSource : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
+    void cleanup() override
     {
-        FailOnQtWarnings();
-        m_directory = std::make_unique<QTemporaryDir>();
+        m_directory.reset();
+        TestCase::cleanup();
     }
-    void cleanup() { m_directory.reset(); }
 
     void TellsWhatHasChanged()
     {
@@ -105,7 +100,7 @@ private Q_SLOTS:
     void OpensOnlyRegularFiles()
     {
         QVERIFY(!KilnUtil_FileSource{Path(u"missing"_s)}.Open());
-        QVERIFY(!KilnUtil_FileSource{m_directory->path()}.Open());
+        QVERIFY(!KilnUtil_FileSource{Path()}.Open());
         if constexpr (isWindows)
             return;
         // Waits for ever when it is opened like a file.
@@ -166,9 +161,6 @@ private Q_SLOTS:
     }
 
 private:
-    [[nodiscard]] QString Path(const QString &name) const { return m_directory->filePath(name); }
-
-    std::unique_ptr<QTemporaryDir> m_directory;
 };
 
 QTEST_GUILESS_MAIN(TestFileSource)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "kilnutil/registry.h"
-#include "support/testutil.h"
+#include "support/testcase.h"
 #include "widgets/contrast.h"
 #include "widgets/tablesortproxy.h"
 #include "widgets/tablewidget.h"
@@ -14,28 +14,26 @@
 #include <QMimeData>
 #include <QStandardItemModel>
 #include <QStyledItemDelegate>
-#include <QTimer>
-#include <QtTest>
-
-#include <algorithm>
-#include <functional>
-#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
 /// The table and the questions.
-class TestWidgets : public QObject
+class TestWidgets : public TestCase
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase() { KilnUtil_Contrast::KeepPlaceholdersReadable(); }
-    void init()
+    void init() override
     {
-        FailOnQtWarnings();
+        TestCase::init();
         m_table = MakeTable();
     }
-    void cleanup() { m_table.reset(); }
+    void cleanup() override
+    {
+        m_table.reset();
+        TestCase::cleanup();
+    }
 
     void SavedColumnsMayBeNonsense()
     {
@@ -182,36 +180,33 @@ private Q_SLOTS:
                  WarnAnswer::Yes);
     }
 
-    void PlaceholdersCanBeRead_data()
-    {
-        QTest::addColumn<QPalette>("desktop");
-        const auto add = [](const char *name, const QColor &base, const QColor &text, const QColor &hint) {
-            QPalette palette;
-            palette.setColor(QPalette::Base, base);
-            palette.setColor(QPalette::Text, text);
-            palette.setColor(QPalette::PlaceholderText, hint);
-            QTest::newRow(name) << palette;
-        };
-        const QColor faintBlack{0, 0, 0, 128};
-        add("light", Qt::white, Qt::black, faintBlack);
-        add("dark, hint of the light one", {27, 30, 32}, {252, 252, 252}, faintBlack);
-        add("as good as none", {253, 246, 227}, {101, 123, 131}, {253, 246, 220});
-        add("good already", {27, 30, 32}, {252, 252, 252}, {161, 169, 177});
-    }
-
     void PlaceholdersCanBeRead()
     {
-        QFETCH(const QPalette, desktop);
+        struct Colours
+        {
+            QColor base;
+            QColor text;
+            QColor hint;
+        };
         const QPalette before = QApplication::palette();
-        QApplication::setPalette(desktop);
-        QLineEdit edit;
-        const QPalette palette = edit.palette();
-        const QColor base = palette.color(QPalette::Base);
-        const double best = KilnUtil_Contrast::Ratio(palette.color(QPalette::Text), base);
-        const double ratio = KilnUtil_Contrast::Ratio(palette.color(QPalette::PlaceholderText), base);
-        QApplication::setPalette(before);
-        QVERIFY2(ratio >= qMin(best, KilnUtil_Contrast::LeastRatio), qPrintable(QString::number(ratio)));
-        QCOMPARE(base, desktop.color(QPalette::Base));
+        const QColor faintBlack{0, 0, 0, 128};
+        // A light desktop, a dark one with the hint of the light one, as good as none, good already.
+        for (const auto &[base, text, hint] :
+             {Colours{Qt::white, Qt::black, faintBlack}, Colours{{27, 30, 32}, {252, 252, 252}, faintBlack},
+              Colours{{253, 246, 227}, {101, 123, 131}, {253, 246, 220}},
+              Colours{{27, 30, 32}, {252, 252, 252}, {161, 169, 177}}}) {
+            QPalette desktop;
+            desktop.setColor(QPalette::Base, base);
+            desktop.setColor(QPalette::Text, text);
+            desktop.setColor(QPalette::PlaceholderText, hint);
+            QApplication::setPalette(desktop);
+            const QPalette shown = QLineEdit{}.palette();
+            QApplication::setPalette(before);
+            const double best = KilnUtil_Contrast::Ratio(text, base);
+            const double ratio = KilnUtil_Contrast::Ratio(shown.color(QPalette::PlaceholderText), base);
+            QVERIFY2(ratio >= qMin(best, KilnUtil_Contrast::LeastRatio), qPrintable(QString::number(ratio)));
+            QCOMPARE(shown.color(QPalette::Base), base);
+        }
     }
 
 private:

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "requests/requestserver.h"
+
+#include <QStringList>
+
+#include <functional>
+
+/// Answers every request and remembers the job names, which distinguish the messages of a test.
+class RecordingHandler final : public Taskmill_RequestHandler
+{
+public:
+    QStringList Handled;
+    std::function<void(const QString &name)> WhileHandling;
+
+    QByteArray HandleRequest(const Taskmill_RequestMessage &request) override
+    {
+        Handled.append(request.JobName);
+        if (WhileHandling)
+            WhileHandling(request.JobName);
+        return "accepted=" + request.JobName.toUtf8() + '\n';
+    }
+};
