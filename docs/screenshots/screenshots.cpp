@@ -182,13 +182,16 @@ void Studio::Take(const QString &name, const DesktopWindow &window, bool withMen
         Must(menu.has_value(), "menu");
         part |= menu->Geometry;
     } else {
-        m_desktop.MovePointerAway();
+        // The pointer over no window of Taskmill.
+        m_desktop.Run(u"xdotool"_s, {u"mousemove"_s, u"2"_s, QString::number(1198 * m_scale)});
     }
     // What has just changed is drawn within this time.
     QTest::qWait(400);
     const QString file =
         u"%1/%2%3@%4x.png"_s.arg(m_directory, name, m_dark ? u"-dark"_s : QString{}).arg(m_scale);
-    Must(m_desktop.Photograph(part, file), qPrintable(file));
+    const QString crop = u"%1x%2+%3+%4"_s.arg(part.width()).arg(part.height()).arg(part.x()).arg(part.y());
+    m_desktop.Run(u"import"_s, {u"-window"_s, u"root"_s, u"-crop"_s, crop, u"+repage"_s, u"-strip"_s, file});
+    Must(QFile::exists(file), qPrintable(file));
     std::printf("%s\n", qPrintable(file));
 }
 

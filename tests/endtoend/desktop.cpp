@@ -272,15 +272,3 @@ void Desktop::Type(const QString &text) const
 {
     XDoTool({u"type"_s, u"--clearmodifiers"_s, u"--delay"_s, u"4"_s, text});
 }
-
-void Desktop::MovePointerAway() const
-{
-    XDoTool({u"mousemove"_s, u"2"_s, QString::number(screenSize.height() * m_scale - 2)});
-}
-
-bool Desktop::Photograph(const QRect &part, const QString &file) const
-{
-    const QString crop = u"%1x%2+%3+%4"_s.arg(part.width()).arg(part.height()).arg(part.x()).arg(part.y());
-    Run(u"import"_s, {u"-window"_s, u"root"_s, u"-crop"_s, crop, u"+repage"_s, u"-strip"_s, file});
-    return QFile::exists(file);
-}

@@ -60,17 +60,13 @@ public:
     /// window that has the focus.
     void Press(const QString &keys) const;
     void Type(const QString &text) const;
-    /// Puts the pointer where it is over no window of Taskmill.
-    void MovePointerAway() const;
-    /// Saves what a part of the screen shows now as a PNG file.
-    [[nodiscard]] bool Photograph(const QRect &part, const QString &file) const;
+    /// Runs a program of the desktop to its end; what it wrote.
+    QByteArray Run(const QString &program, const QStringList &arguments) const;
 
 private:
     using WindowTest = std::function<bool(const DesktopWindow &)>;
 
     void Launch(QProcess &process, const QString &program, const QStringList &arguments) const;
-    /// Runs a program of the desktop to its end; what it wrote.
-    QByteArray Run(const QString &program, const QStringList &arguments) const;
     QByteArray XDoTool(const QStringList &arguments) const
     {
         return Run(QStringLiteral("xdotool"), arguments);

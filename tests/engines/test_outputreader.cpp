@@ -117,6 +117,8 @@ private Q_SLOTS:
                       " Cycle   1  Pass 1\n E= -1.5\n Cycle   1  Pass 1\n E= -76.123D+00   Delta-E=  0.1\n")
                      .CycleEnergies,
                  (std::vector{-76.123}));
+        const QByteArray xtb = ReadTestFile(QStringLiteral(TASKMILL_SAMPLES "real/xtb-sp.out"));
+        QVERIFY(qAbs(Read(xtb.toStdString()).CycleEnergies.back() + 5.0679868) < 1e-6);
     }
 
     void BrokenOutputsAreReadToTheirEnds()

@@ -346,6 +346,7 @@ void TestKeeperLoss::tornLinesAreSkipped_data()
     const auto whole = static_cast<int>(record.ToLine().size());
     QTest::newRow("whole") << whole << false;
     QTest::newRow("line feed is missing") << whole - 1 << false;
+    QTest::newRow("mark of its end is missing") << whole - 2 << true;
     QTest::newRow("last number is cut") << whole - 4 << true;
     QTest::newRow("only its word is there") << 3 << true;
     QTest::newRow("nothing is there") << 0 << true;

@@ -11,6 +11,16 @@ using namespace std::chrono_literals;
 
 using PeerUser = Taskmill_PeerUser;
 
+namespace {
+struct Case
+{
+    PeerUser User = PeerUser::Unknown;
+    bool OthersAreAbout = false;
+    QByteArray Lines = {}; ///< before the request; "KEY" for those of the key
+    bool AcceptUnknown = false;
+};
+} // namespace
+
 /// Whose requests are carried out on a computer that others may use, with a system that says what a test
 /// wants.
 class TestClientGate : public TestCase
@@ -35,37 +45,27 @@ private Q_SLOTS:
 
     void DecidesWhoIsServed_data()
     {
-        QTest::addColumn<PeerUser>("user");
-        QTest::addColumn<bool>("othersAreAbout");
-        QTest::addColumn<QByteArray>("lines");
-        QTest::addColumn<bool>("acceptUnknown");
+        QTest::addColumn<Case>("given");
         QTest::addColumn<bool>("isServed");
-        const auto add = [](const char *name, PeerUser user, bool othersAreAbout, const QByteArray &lines,
-                            bool acceptUnknown, bool isServed) {
-            QTest::newRow(name) << user << othersAreAbout << lines << acceptUnknown << isServed;
-        };
         const QByteArray wrong = "clientkey=\nclientkey=" + QByteArray(64, '0') + '\n';
-        add("unknown, alone", PeerUser::Unknown, false, {}, false, true);
-        add("unknown, others are about", PeerUser::Unknown, true, {}, false, false);
-        add("a wrong key", PeerUser::Unknown, true, wrong, false, false);
-        add("the key", PeerUser::Unknown, true, "KEY", false, true);
-        add("unknown, all accepted", PeerUser::Unknown, true, {}, true, true);
-        add("this user", PeerUser::This, true, {}, false, true);
-        add("another user with the key", PeerUser::Other, false, "KEY", true, false);
+        QTest::newRow("unknown, alone") << Case{} << true;
+        QTest::newRow("unknown, others are about") << Case{.OthersAreAbout = true} << false;
+        QTest::newRow("a wrong key") << Case{.OthersAreAbout = true, .Lines = wrong} << false;
+        QTest::newRow("the key") << Case{.OthersAreAbout = true, .Lines = "KEY"} << true;
+        QTest::newRow("unknown, all accepted") << Case{.OthersAreAbout = true, .AcceptUnknown = true} << true;
+        QTest::newRow("this user") << Case{.User = PeerUser::This, .OthersAreAbout = true} << true;
+        QTest::newRow("another user with the key")
+            << Case{.User = PeerUser::Other, .Lines = "KEY", .AcceptUnknown = true} << false;
     }
 
     void DecidesWhoIsServed()
     {
-        QFETCH(PeerUser, user);
-        QFETCH(bool, othersAreAbout);
-        QFETCH(QByteArray, lines);
-        QFETCH(bool, acceptUnknown);
-        QFETCH(bool, isServed);
-        m_user = user;
-        m_othersAreAbout = othersAreAbout;
-        Listen(10min, acceptUnknown);
-        if (lines == "KEY")
-            lines = Key().toUpper().replace("CLIENTKEY", "ClientKey").toLower();
+        QFETCH(const Case, given);
+        QFETCH(const bool, isServed);
+        m_user = given.User;
+        m_othersAreAbout = given.OthersAreAbout;
+        Listen(10min, given.AcceptUnknown);
+        const QByteArray lines = given.Lines == "KEY" ? Key() : given.Lines;
         if (!isServed)
             QTest::ignoreMessage(QtInfoMsg, QRegularExpression{u"^A (request is refused|connection)"_s});
         QSignalSpy refused{m_server.get(), &Taskmill_RequestServer::FirstRefusedSignal};
@@ -75,7 +75,7 @@ private Q_SLOTS:
         Submit("action=submitjob\njobname=last\n");
         QTRY_VERIFY(m_handler.Handled.contains(u"last"_s));
         QCOMPARE(m_handler.Handled.contains(u"first"_s), isServed);
-        QCOMPARE(refused.size(), isServed || user == PeerUser::Other ? 0 : 1);
+        QCOMPARE(refused.size(), isServed || given.User == PeerUser::Other ? 0 : 1);
     }
 
     void SaysOnceThatItRefuses()
