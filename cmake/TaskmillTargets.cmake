@@ -27,17 +27,21 @@ if(TASKMILL_SANITIZE)
     target_link_options(taskmill_options INTERFACE -fsanitize=address,undefined)
 endif()
 
+include(${CMAKE_CURRENT_LIST_DIR}/PrecompiledHeaders.cmake)
+
 # One library per folder of src/: taskmill_library(name SOURCES... LINK targets...)
 function(taskmill_library name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
     add_library(${name} STATIC ${ARG_SOURCES})
     target_link_libraries(${name} PUBLIC taskmill_options ${ARG_LINK})
+    taskmill_use_precompiled_headers(${name})
 endfunction()
 
 function(taskmill_executable name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE taskmill_options ${ARG_LINK})
+    taskmill_use_precompiled_headers(${name})
 endfunction()
 
 # What the file manager of Windows shows of a program; nothing on other systems.
