@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "app/session.h"
 
-#include "db/database.h"
-#include "db/databasemanager.h"
-#include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
 #include "kilnutil/registry.h"
 #include "ui/appwindow.h"

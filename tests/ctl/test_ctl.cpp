@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "ctlrun.h"
 
-#include "db/database.h"
 #include "db/databasemanager.h"
 #include "db/databasetestutil.h"
 #include "jobs/jobnotification.h"

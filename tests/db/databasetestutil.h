@@ -2,6 +2,7 @@
 #pragma once
 
 #include "db/database.h"
+#include "support/samplejobs.h"
 
 #include <QStringList>
 
@@ -36,9 +37,3 @@ void RefuseWrites(const Taskmill_Database &database, bool refuse);
 [[nodiscard]] QStringList RowsOfFile(const QString &path, const QString &statement);
 /// What the query gives on the content of an in-memory database.
 [[nodiscard]] QStringList RowsOf(Taskmill_Database &database, const QString &statement);
-
-[[nodiscard]] Taskmill_JobType SampleJobType(const QString &name);
-/// A finished job of the long queue with every field set that the job tables store.
-[[nodiscard]] Taskmill_JobRecord SampleJob(const Taskmill_JobType &jobType, qint32 jobID);
-/// Sets what is stored besides.
-void AddSampleFields(Taskmill_JobRecord &job);

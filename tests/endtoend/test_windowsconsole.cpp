@@ -12,16 +12,15 @@ const QString prompt = u"<Taskmill>"_s;
 }
 
 /// The manager at a console: its parent's, or one of its own.
-class TestWindowsConsole : public TestCase
+class TestWindowsConsole : public ManagerTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void init() override
     {
-        TestCase::init();
-        m_project = std::make_unique<ProjectFixture>();
-        QVERIFY(m_project->AddTestType(u"Wait"_s, u"pid @INFILE.pid wait"_s));
+        ManagerTest::init();
+        QVERIFY(Project().AddTestType(u"Wait"_s, u"pid @INFILE.pid wait"_s));
     }
 
     void cleanup() override
@@ -32,8 +31,7 @@ private Q_SLOTS:
         }
         m_process.reset();
         m_console.reset();
-        m_project.reset();
-        TestCase::cleanup();
+        ManagerTest::cleanup();
     }
 
     void ShowsAndReadsAnyName()
@@ -43,10 +41,10 @@ private Q_SLOTS:
             QSKIP("No console can be opened here");
         // In no one code page.
         const QString name = u"Übung Ωμέγα жук"_s;
-        QVERIFY(QDir{m_project->Path({})}.mkdir(name));
-        Start({u"-console"_s, m_project->ProjectPath()});
+        QVERIFY(QDir{Project().Path({})}.mkdir(name));
+        Start({u"-console"_s, Project().ProjectPath()});
         QVERIFY(m_console->Expect(prompt));
-        m_console->Type(u"cd "_s + m_project->Path(name));
+        m_console->Type(u"cd "_s + Project().Path(name));
         QVERIFY(m_console->Expect(u"Current Directory:  "_s));
         QVERIFY(m_console->Expect(u'\\' + name + u'\n'));
         m_console->Type(u"quit"_s);
@@ -71,9 +69,9 @@ private Q_SLOTS:
         m_console = std::make_unique<WindowsConsole>();
         if (!m_console->IsOpen())
             QSKIP("No console can be opened here");
-        Start({u"-console"_s, m_project->ProjectPath()});
+        Start({u"-console"_s, Project().ProjectPath()});
         QVERIFY(m_console->Expect(prompt));
-        const QString input = m_project->InputFile(u"runs"_s);
+        const QString input = Project().InputFile(u"runs"_s);
         const CtlResult submitted =
             RunCtl({u"submit"_s, input, u"--type"_s, u"Wait"_s, u"--queue"_s, u"queueless"_s},
                    {.consolePort = m_port});
@@ -87,12 +85,12 @@ private Q_SLOTS:
         QCOMPARE(m_process->exitCode(), 0);
         QTRY_VERIFY(!ProcessTable::IsAlive(jobProcess));
         // It is to run again when the project is opened the next time.
-        QCOMPARE(m_project->Rows().queuelessJobs.size(), 1);
+        QCOMPARE(Project().Rows().queuelessJobs.size(), 1);
     }
 
     void OpensAConsoleOfItsOwn()
     {
-        Start({u"-newconsole"_s, m_project->ProjectPath()});
+        Start({u"-newconsole"_s, Project().ProjectPath()});
         const auto answers = [this] {
             QTcpSocket probe;
             probe.connectToHost(QHostAddress::LocalHost, m_port);
@@ -120,12 +118,10 @@ private:
     {
         const auto [consolePort, guiPort] = ManagerProcess::FreePorts();
         m_port = consolePort;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"TASKMILL_CONSOLE_PORT"_s, QString::number(consolePort));
-        environment.insert(u"TASKMILL_GUI_PORT"_s, QString::number(guiPort));
+        qputenv("TASKMILL_CONSOLE_PORT", QByteArray::number(consolePort));
+        qputenv("TASKMILL_GUI_PORT", QByteArray::number(guiPort));
         m_process = std::make_unique<QProcess>();
-        m_process->setProcessEnvironment(environment);
-        m_process->setWorkingDirectory(m_project->Path({}));
+        m_process->setWorkingDirectory(Project().Path({}));
         m_process->setProcessChannelMode(QProcess::ForwardedChannels);
         m_process->setInputChannelMode(QProcess::ForwardedInputChannel);
         if (!m_console)
@@ -135,7 +131,6 @@ private:
 
     [[nodiscard]] bool HasEnded() const { return m_process->state() == QProcess::NotRunning; }
 
-    std::unique_ptr<ProjectFixture> m_project;
     std::unique_ptr<WindowsConsole> m_console;
     std::unique_ptr<QProcess> m_process;
     quint16 m_port = 0;

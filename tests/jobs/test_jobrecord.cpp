@@ -1,32 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/jobnotification.h"
 #include "jobs/jobrecord.h"
+#include "support/samplejobs.h"
 #include "support/testcase.h"
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-Taskmill_JobRecord MakeClientJob()
-{
-    Taskmill_JobRecord job;
-    job.JobClass = u"MyClass"_s;
-    job.ClientName = u"Köln"_s;
-    job.ClientAppName = u"Client"_s;
-    job.ClientAddress = u"127.0.0.1"_s;
-    job.ClientPort = 4711;
-    job.ClientUID = 1000;
-    job.ClientGID = -5;
-    job.ClientNotification = true;
-    job.JobType.Name = u"Big Type"_s;
-    job.QueueName = u"Long"_s;
-    job.InputFilePath = u"/W/In.a"_s;
-    job.StandardInputFile = u"/W/I"_s;
-    job.OutputFile = u"/W/Out.b"_s;
-    job.StandardOutputFile = u"/W/O"_s;
-    job.Status = Taskmill_JobStatus::Completed;
-    return job;
-}
-} // namespace
 
 /// The records of jobs and job types, and the message about a job.
 class TestJobRecord : public TestCase
@@ -67,32 +45,26 @@ private Q_SLOTS:
 
     void MessageHasEveryLineInOrder()
     {
-        Taskmill_JobRecord job = MakeClientJob();
-        const QByteArray eighteenLines = "servername=TaskmillGUI\n"
-                                         "clientname=K\xC3\xB6ln\n"
-                                         "clientappname=Client\n"
-                                         "clientaddress=127.0.0.1\n"
-                                         "clientport=4711\n"
-                                         "clientuid=1000\n"
-                                         "clientgid=-5\n"
-                                         "action=jobfinished\n"
-                                         "jobstatus=completed\n"
-                                         "jobexitcode=12\n"
-                                         "jobclass=myclass\n"
-                                         "jobtypename=big type\n"
-                                         "jobqueue=long\n"
-                                         "jobinputfile=/W/In.a\n"
-                                         "jobinputfile2=\n"
-                                         "jobstandardinputfile=/W/I\n"
-                                         "joboutputfile=/W/Out.b\n"
-                                         "jobstandardoutputfile=/W/O";
-        QCOMPARE(Taskmill_JobFinishedMessage(job, 12, u"TaskmillGUI"_s), eighteenLines);
+        Taskmill_JobRecord job = SampleJob(SampleJobType(u"Big Type"_s), 1);
+        job.ClientGID = -5;
+        job.StandardInputFile = u"/W/I"_s;
+        job.StandardOutputFile = u"/W/O"_s;
+        const QByteArray lines = "servername=TaskmillGUI\nclientname=host\nclientappname=app\nclientaddress="
+                                 "127.0.0.1\nclientport=4711\n"
+                                 "clientuid=1000\nclientgid=-5\naction=jobfinished\njobstatus="
+                                 "completed\njobexitcode=12\njobclass=class o'9\n"
+                                 "jobtypename=big type\njobqueue=long\njobinputfile=/tmp/Gr\xC3\xB6\xC3\x9F"
+                                 "e's.mop\njobinputfile2=/tmp/second\n"
+                                 "jobstandardinputfile=/W/I\njoboutputfile=/tmp/Gr\xC3\xB6\xC3\x9F"
+                                 "e's.out\njobstandardoutputfile=/W/O";
+        const auto message = [&job] {
+            return Taskmill_JobFinishedMessage(job, 12, u"TaskmillGUI"_s);
+        };
+        QCOMPARE(message(), lines);
         job.CheckpointFile2 = u"/W/B.chk"_s;
-        QCOMPARE(Taskmill_JobFinishedMessage(job, 12, u"TaskmillGUI"_s),
-                 eighteenLines + "\njobchkfile1=/W/B.chk");
+        QCOMPARE(message(), lines + "\njobchkfile1=/W/B.chk");
         job.CheckpointFile = u"/W/A.chk"_s;
-        QCOMPARE(Taskmill_JobFinishedMessage(job, 12, u"TaskmillGUI"_s),
-                 eighteenLines + "\njobchkfile=/W/A.chk\njobchkfile1=/W/B.chk");
+        QCOMPARE(message(), lines + "\njobchkfile=/W/A.chk\njobchkfile1=/W/B.chk");
     }
 };
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/defaultjobtypes.h"
 
-#include "kilnutil/filesys.h"
 #include "support/testmanager.h"
 
 using namespace Qt::Literals::StringLiterals;

@@ -2,7 +2,6 @@
 #include "manager/jobsubmitter.h"
 
 #include "jobs/job.h"
-#include "jobs/runmode.h"
 #include "requests/requestdispatcher.h"
 #include "support/testmanager.h"
 

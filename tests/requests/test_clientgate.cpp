@@ -2,7 +2,6 @@
 #include "requests/clientgate.h"
 
 #include "requests/recordinghandler.h"
-#include "requests/requestserver.h"
 #include "support/testcase.h"
 #include "wire/clientkey.h"
 

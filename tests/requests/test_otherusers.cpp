@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include "requests/recordinghandler.h"
-#include "requests/requestserver.h"
 #include "support/testcase.h"
 #include "wire/clientkey.h"
 #include "wire/ordinaryusers.h"

@@ -47,8 +47,8 @@ static void Fill(long long bytes)
 
 static void PrintVariable(const std::string &name)
 {
-    const std::optional<std::string> value = TestProgramSystem::Variable(name);
-    std::printf("%s%s%s\n", name.c_str(), value ? "=" : "", value ? value->c_str() : "");
+    const char *value = std::getenv(name.c_str());
+    std::printf("%s%s%s\n", name.c_str(), value ? "=" : "", value ? value : "");
 }
 
 static void WriteProcessId(const std::string &path)

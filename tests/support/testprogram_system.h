@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <optional>
 #include <span>
 #include <string>
 
@@ -12,8 +11,6 @@ namespace TestProgramSystem {
 void StartCopy(std::span<const std::string> arguments);
 void LeaveSession();
 [[noreturn]] void Crash();
-/// A variable of the environment; nothing when it is not set.
-[[nodiscard]] std::optional<std::string> Variable(const std::string &name);
 } // namespace TestProgramSystem
 
 /// The program behind main(); returns its exit status.

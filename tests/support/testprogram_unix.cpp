@@ -39,12 +39,6 @@ void TestProgramSystem::Crash()
     std::abort();
 }
 
-std::optional<std::string> TestProgramSystem::Variable(const std::string &name)
-{
-    const char *value = std::getenv(name.c_str());
-    return value ? std::optional<std::string>{value} : std::nullopt;
-}
-
 int main(int argc, char **argv)
 {
     programPath = argv[0];

@@ -60,12 +60,6 @@ void TestProgramSystem::Crash()
     std::abort();
 }
 
-std::optional<std::string> TestProgramSystem::Variable(const std::string &name)
-{
-    const wchar_t *value = _wgetenv(FromUtf8(name).c_str());
-    return value ? std::optional{ToUtf8(value)} : std::nullopt;
-}
-
 int wmain(int argc, wchar_t **argv)
 {
     for (std::FILE *stream : {stdin, stdout, stderr})

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include "db/databasetestutil.h"
-#include "kilnutil/filesys.h"
 #include "ui/jobtypeswidget.h"
 #include "ui/newjobtypewidget.h"
 #include "ui/uidriver.h"
