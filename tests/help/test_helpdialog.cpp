@@ -17,19 +17,17 @@ private Q_SLOTS:
     void init() override
     {
         TestCase::init();
-        m_place = std::make_unique<QTemporaryDir>();
-        KeepSettingsIn(m_place->path());
-        QVERIFY(QDir{m_place->path()}.mkdir(u"help"_s));
-        KilnUtil_FileSys::m_appHelpDirPath = m_place->filePath(u"help"_s);
+        KeepSettingsIn(Path());
+        QVERIFY(QDir{Path()}.mkdir(u"help"_s));
+        KilnUtil_FileSys::m_appHelpDirPath = Path(u"help"_s);
         WritePage(u"index"_s, "The Manual", "<a href='queue.html'>x</a>");
         WritePage(u"queue"_s, "Queue", "<p>A job waits here.</p>");
-        WriteTestFile(m_place->filePath(u"secret.html"_s), "secret");
+        WriteTestFile(Path(u"secret.html"_s), "secret");
     }
 
     void cleanup() override
     {
         delete &KilnUtil_HelpDialog::Global();
-        m_place.reset();
         TestCase::cleanup();
     }
 
@@ -107,8 +105,6 @@ private:
         return *KilnUtil_HelpDialog::Global().findChild<KilnUtil_HelpBrowser *>();
     }
     [[nodiscard]] static QString PageText() { return Browser().toPlainText(); }
-
-    std::unique_ptr<QTemporaryDir> m_place;
 };
 
 QTEST_MAIN(TestHelpDialog)

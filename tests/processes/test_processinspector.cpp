@@ -30,13 +30,6 @@ private Q_SLOTS:
         qputenv("TASKMILL_PROCESS_TOOL", "wmic");
     }
 
-    void cleanup() override
-    {
-        qputenv("PATH", m_path);
-        qunsetenv("TASKMILL_PROCESS_TOOL");
-        TestCase::cleanup();
-    }
-
     void ParsesOddLines()
     {
         const QList<Taskmill_ProcessRecord> records =

@@ -52,12 +52,6 @@ class TestFileSource : public TestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup() override
-    {
-        m_directory.reset();
-        TestCase::cleanup();
-    }
-
     void TellsWhatHasChanged()
     {
         const QString path = WriteTestFile(Path(u"run ü.out"_s), "one\ntwo\n");
