@@ -176,10 +176,10 @@ private Q_SLOTS:
         QCOMPARE(result.err.count("is paused: job 22 waits"), 1);
         QCOMPARE(result.err.count('\n'), 1);
 
-        m_manager->statuses = {Status::Completed};
+        m_manager->statuses = {Status::Killed};
         m_manager->answers = {"accepted=1\n"};
         const CtlResult raw = Run(u"submit --wait --raw water.mop"_s);
-        QCOMPARE(raw.status, 0);
+        QCOMPARE(raw.status, 1);
         QVERIFY2(raw.out.contains(m_manager->sent.last() + '\n'), raw.out.constData());
         QVERIFY(!raw.out.contains("somebody-else"));
     }
