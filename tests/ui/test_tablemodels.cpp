@@ -14,6 +14,7 @@
 #include "widgets/tablewidget.h"
 
 #include <QAbstractItemModelTester>
+#include <QDir>
 #include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -196,6 +197,8 @@ void TestTableModels::EachColumnHasItsText()
     const auto [table, listing] = tables.Find(tag[0]);
     if (const Taskmill_Job *job = tables.manager.Destinations().Long().Jobs().FindByJobID(7))
         column.replace("now"_L1, job->Record().Submitted.Text(u"MM-dd-yyyy hh:mm:ss"));
+    if (column.startsWith("Command Line: "_L1))
+        column = QDir::toNativeSeparators(column);
     const QStringList shown = ColumnsOf(*table->model());
     QCOMPARE(shown.value(tag[1].toInt()).trimmed(), column);
     QCOMPARE(ColumnsOf(listing).value(tag[1].toInt()).trimmed(), column);
