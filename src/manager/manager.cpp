@@ -16,7 +16,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier)
+Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnlyProjects readOnlyProjects)
     : m_inspector{Taskmill_MakeProcessInspector()}
     , m_jobTypes{m_store}
     , m_destinations{m_finishedJobs,
@@ -24,7 +24,7 @@ Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier)
                       .FinishedJobs = m_finishedJobs,
                       .Inspector = *m_inspector,
                       .Notifier = notifier}}
-    , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs, m_destinations}
+    , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs, m_destinations, readOnlyProjects}
     , m_submitter{m_store, m_jobNumbers, m_destinations}
     , m_runningJobs{*m_inspector, m_jobTypes}
 {

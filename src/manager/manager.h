@@ -21,12 +21,11 @@ class Taskmill_Manager
 {
 public:
     /// The notifier outlives the manager.
-    explicit Taskmill_Manager(Taskmill_Notifier &notifier);
+    Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnlyProjects readOnlyProjects);
     ~Taskmill_Manager();
     Q_DISABLE_COPY_MOVE(Taskmill_Manager)
 
     [[nodiscard]] Taskmill_JobStore &Store() { return m_store; }
-    [[nodiscard]] Taskmill_ProcessInspector &Inspector() { return *m_inspector; }
     [[nodiscard]] Taskmill_JobTypeList &JobTypes() { return m_jobTypes; }
     [[nodiscard]] KilnUtil_IDManager &JobNumbers() { return m_jobNumbers; }
     [[nodiscard]] Taskmill_FinishedJobs &FinishedJobs() { return m_finishedJobs; }

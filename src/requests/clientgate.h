@@ -12,9 +12,8 @@
 #include <functional>
 #include <string>
 
-/// Decides whose requests are carried out. A client that has closed its connection already cannot be told
-/// from another user's: its request counts only while nobody else uses the computer, or with the manager's
-/// key.
+/// Decides whose requests are carried out. A client that has closed its connection already may be
+/// another user's: its request counts only while nobody else uses the computer, or with the manager's key.
 class Taskmill_ClientGate final : public QObject
 {
     Q_OBJECT

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <array>
 #include <string_view>
 
 /// The line that a client sends last when it wants to hear on the same connection what became of its
@@ -16,9 +17,13 @@ constexpr std::string_view Taskmill_WireRefused = "refused=";
 constexpr std::string_view Taskmill_WireDetailedReply = "replydetails=yes";
 constexpr std::string_view Taskmill_WireJobID = "jobid=";
 constexpr std::string_view Taskmill_WireJobTypeName = "jobtypename=";
-constexpr std::string_view Taskmill_WireJobQueue = "jobqueue=";       ///< "long", "short" or "none"
+constexpr std::string_view Taskmill_WireJobQueue =
+    "jobqueue="; ///< one of the first three Taskmill_WireQueues
 constexpr std::string_view Taskmill_WireQueuePaused = "queuepaused="; ///< "yes" or "no"
 constexpr std::string_view Taskmill_WireJobInputFile = "jobinputfile=";
+
+/// The queues in requests and answers; the last two are both the list of the jobs that run at once.
+constexpr std::array<std::string_view, 4> Taskmill_WireQueues{"long", "short", "none", "queueless"};
 
 /// A request for an answer that holds this line is refused when no job type has the name that it gives; else
 /// the manager would look for another type that fits the file.

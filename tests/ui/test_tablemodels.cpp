@@ -94,9 +94,9 @@ struct Tables : PagePlace
         if (name == "types"_L1) {
             types = std::make_unique<Taskmill_JobTypesWidget>(&window, manager.JobTypes());
             return {TableOf(*types->Frame()),
-                    Taskmill_Listings::Text(
-                        u"\nJob Types\n"_s, {}, Taskmill_Listings::JobTypeHeaders(),
-                        {Taskmill_Listings::JobTypeRow(manager.JobTypes().GetAll().first())}, 0)};
+                    Taskmill_Listings::JobTypes().Listing(
+                        u"Job Types"_s, {},
+                        {Taskmill_Listings::JobTypes().Row(manager.JobTypes().GetAll().first())}, 0)};
         }
         processes = std::make_unique<Taskmill_RunningJobsWidget>(&window, running, manager.Destinations());
         (void)QTest::qWaitFor([this] { return !running.IsReading(); });
