@@ -219,7 +219,8 @@ const QList<Taskmill_ConsoleCommand> &All()
 /// As it is typed.
 QString WordsOf(const Taskmill_ConsoleCommand &command)
 {
-    return command.argumentName.isEmpty() ? QString{command.words} : command.words + u' ' + command.argumentName;
+    return command.argumentName.isEmpty() ? QString{command.words}
+                                          : command.words + u' ' + command.argumentName;
 }
 
 /// The words in lines that begin at a column, where the first one stands already, and end before another; 0
@@ -277,7 +278,8 @@ QString Taskmill_ConsoleCommandTable::HelpText(int columns)
         width = qMax(width, WordsOf(command).size());
     QString text = u"\n"_s;
     for (const Taskmill_ConsoleCommand &command : All())
-        text += WordsOf(command).leftJustified(width) + u"  "_s + Wrapped(command.help, width + 2, columns) + u'\n';
+        text += WordsOf(command).leftJustified(width) + u"  "_s + Wrapped(command.help, width + 2, columns) +
+                u'\n';
     return text + u'\n';
 }
 
@@ -288,6 +290,6 @@ QString Taskmill_ConsoleCommandTable::ProblemOf(const QString &line)
             return u"%1 needs %2"_s.arg(command.words, command.argumentName);
     }
     constexpr qsizetype longestShown = 30;
-    return u"There is no command \"%1\""_s.arg(line.size() > longestShown ? line.first(longestShown) + u"..."_s
-                                                                         : line);
+    return u"There is no command \"%1\""_s.arg(
+        line.size() > longestShown ? line.first(longestShown) + u"..."_s : line);
 }

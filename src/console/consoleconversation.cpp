@@ -66,8 +66,8 @@ std::optional<QString> Taskmill_ConsoleConversation::Ask(const QString &prompt)
 }
 
 bool Taskmill_ConsoleConversation::AskUntil(const QString &prompt,
-                                       const std::function<bool(const QString &)> &accepts,
-                                       const std::function<QString(const QString &)> &complaint)
+                                            const std::function<bool(const QString &)> &accepts,
+                                            const std::function<QString(const QString &)> &complaint)
 {
     while (const std::optional<QString> answer = Ask(prompt)) {
         if (accepts(*answer))
@@ -110,7 +110,7 @@ Taskmill_Answer Taskmill_ConsoleConversation::AnswerTo(const Taskmill_Question &
 }
 
 Taskmill_Answer Taskmill_ConsoleConversation::AskForChoice(const QString &prompt,
-                                                      const Taskmill_Question &question)
+                                                           const Taskmill_Question &question)
 {
     QStringList words{u"yes"_s, u"no"_s};
     if (question.kind == Taskmill_Question::Kind::YesNoCancel && !question.isAskedOnce)
@@ -145,7 +145,8 @@ QString Taskmill_ConsoleConversation::AskForFile(const QString &prompt)
     return {};
 }
 
-bool Taskmill_ConsoleConversation::OnMainThread(const std::function<void(Taskmill_ConsoleActions &)> &function)
+bool Taskmill_ConsoleConversation::OnMainThread(
+    const std::function<void(Taskmill_ConsoleActions &)> &function)
 {
     if (IsEnding())
         return false;

@@ -37,7 +37,8 @@ public:
                                 const std::function<QString(const QString &)> &complaint = {});
     /// Goes through a dialogue, which lives on the main thread, with the questions asked here. `begin` makes
     /// it there, or returns nullptr for none. A file that is given answers the first question.
-    void Converse(const std::function<Taskmill_Dialogue *(Taskmill_ConsoleActions &)> &begin, QString firstFile = {});
+    void Converse(const std::function<Taskmill_Dialogue *(Taskmill_ConsoleActions &)> &begin,
+                  QString firstFile = {});
 
     /// Runs the function on the main thread and waits for it; false when the console ends before.
     bool OnMainThread(const std::function<void(Taskmill_ConsoleActions &)> &function);

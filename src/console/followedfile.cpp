@@ -14,8 +14,7 @@ constexpr qint64 mostAtOnce = qint64{1024} * 1024; // bytes
 }
 
 Taskmill_FollowedFile::Taskmill_FollowedFile(const Taskmill_JobRecord &job)
-    : m_paths{job.OutputFilePath(), job.StandardOutputFile}
-    // Times of files lag behind the clock a little.
+    : m_paths{job.OutputFilePath(), job.StandardOutputFile} // Times of files lag behind the clock a little.
     , m_earliest{job.Started.ClockTime().addSecs(-1)}
 {
 }
