@@ -3,6 +3,7 @@
 
 #include "jobs/job.h"
 #include "jobs/runmode.h"
+#include "requests/frontend.h"
 #include "requests/requestdispatcher.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
