@@ -48,6 +48,7 @@ public:
 
     /// The message; all of it once CompletedSignal() was emitted.
     [[nodiscard]] const QByteArray &Bytes() const { return m_bytes; }
+    [[nodiscard]] bool IsComplete() const { return m_complete; }
     [[nodiscard]] bool HasSocket() const { return m_socket.IsOpen(); }
     [[nodiscard]] Taskmill_PeerUser User() const { return m_user; }
     /// Whether the client has sent nothing yet, as far as this side knows.
