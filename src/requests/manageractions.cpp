@@ -84,15 +84,14 @@ const Taskmill_ManagerActions::Action *Taskmill_ManagerActions::Find(const QStri
 {
     using Self = Taskmill_ManagerActions;
     static constexpr std::array actions{
-        Action{"listjobs"_L1, &Self::List},         Action{"showjob"_L1, &Self::ShowJob},
-        Action{"killjob"_L1, &Self::Kill},          Action{"removejob"_L1, &Self::Remove},
-        Action{"pausequeue"_L1, &Self::Pause},      Action{"unpausequeue"_L1, &Self::Unpause},
-        Action{"limitqueue"_L1, &Self::Limit},      Action{"saveproject"_L1, &Self::Save},
-        Action{"listjobtypes"_L1, &Self::Types},    Action{"quit"_L1, &Self::Quit},
+        Action{"listjobs"_L1, &Self::List},      Action{"showjob"_L1, &Self::ShowJob},
+        Action{"killjob"_L1, &Self::Kill},       Action{"removejob"_L1, &Self::Remove},
+        Action{"pausequeue"_L1, &Self::Pause},   Action{"unpausequeue"_L1, &Self::Unpause},
+        Action{"limitqueue"_L1, &Self::Limit},   Action{"saveproject"_L1, &Self::Save},
+        Action{"listjobtypes"_L1, &Self::Types}, Action{"quit"_L1, &Self::Quit},
     };
-    const auto found = std::ranges::find_if(actions, [&action](const Action &one) {
-        return action.compare(one.name, Qt::CaseInsensitive) == 0;
-    });
+    const auto found = std::ranges::find_if(
+        actions, [&action](const Action &one) { return action.compare(one.name, Qt::CaseInsensitive) == 0; });
     return found == actions.end() ? nullptr : &*found;
 }
 
@@ -155,7 +154,8 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::List(const Taskmill_Re
     }
     if (!isKnown)
         return Outcome::Refused(u"there is no list \"%1\""_s.arg(request.List));
-    return request.AnswersJson ? Outcome{.Json = JsonArray(elements)} : Outcome{.Text = text};
+    // Listings begin with an empty line, which belongs to a console.
+    return request.AnswersJson ? Outcome{.Json = JsonArray(elements)} : Outcome{.Text = text.sliced(1)};
 }
 
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::ShowJob(const Taskmill_RequestMessage &request)
@@ -283,8 +283,9 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Types(const Taskmill_R
     }
     if (request.AnswersJson)
         return {.Json = JsonArray(elements)};
-    return {
-        .Text = Taskmill_Listings::JobTypes().Listing(u"Job Types"_s, u"Job Types List"_s, rows, request.Width)};
+    return {.Text = Taskmill_Listings::JobTypes()
+                        .Listing(u"Job Types"_s, u"Job Types List"_s, rows, request.Width)
+                        .sliced(1)};
 }
 
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Quit(const Taskmill_RequestMessage &request)
