@@ -50,7 +50,7 @@ std::optional<QString> Taskmill_ConsoleConversation::AskForCommand(const QString
 {
     OfferCommands(words);
     Terminal().SetRemembersLines(true);
-    const std::optional<QString> line = Ask(u"<Taskmill> "_s);
+    std::optional<QString> line = Ask(u"<Taskmill> "_s);
     Terminal().SetRemembersLines(false);
     return line;
 }

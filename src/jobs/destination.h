@@ -31,10 +31,10 @@ struct Taskmill_QueueNames
     Taskmill_Destination Destination;
     Taskmill_QueueKey Key;
     QLatin1StringView Stored; ///< in project files, and in records that are read from them
-    QLatin1StringView
-        OfNewJob;           ///< in records of this session and, in lower case, at the console and in answers
-    QLatin1StringView List; ///< for the user
-    QLatin1StringView Tab;  ///< of the window
+    /// In records of this session and, in lower case, at the console and in answers.
+    QLatin1StringView OfNewJob;
+    QLatin1StringView List;   ///< for the user
+    QLatin1StringView Tab;    ///< of the window
     QLatin1StringView Choice; ///< as the default queue of a job type
 };
 /// In the order in which they are shown.
