@@ -123,6 +123,11 @@ bool Taskmill_Session::IsUserBusy() const
     return QApplication::activeModalWidget() || QApplication::activePopupWidget();
 }
 
+void Taskmill_Session::QuitLater()
+{
+    QMetaObject::invokeMethod(this, &Taskmill_Session::QuitAtOnceSlot, Qt::QueuedConnection);
+}
+
 void Taskmill_Session::ExitSlot()
 {
     if (m_manager.IsShutDown())

@@ -2,10 +2,10 @@
 #include "console/consoleactions.h"
 
 #include "jobs/queuelessjobslist.h"
+#include "manager/jobtext.h"
 #include "manager/listings.h"
 #include "manager/manager.h"
 
-#include <algorithm>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -54,20 +54,7 @@ QString Taskmill_ConsoleActions::JobText(int jobID) const
     const Taskmill_JobRecord *job = FindRecord(jobID);
     if (!job)
         return u"\n<Taskmill> There is no job %1.\n\n"_s.arg(jobID);
-
-    const QStringList names = Taskmill_Listings::JobFields().Headers();
-    QStringList values = Taskmill_Listings::JobFields().Row(*job);
-    const qsizetype width = std::ranges::max(names, {}, &QString::size).size();
-    QString text = u"\n"_s;
-    for (qsizetype field = 0; field < names.size(); ++field) {
-        // A value of several lines goes on below its first one.
-        values[field].replace("\n"_L1, u'\n' + QString{width + 2, u' '});
-        text += names[field].leftJustified(width) + u"  "_s + values[field] + u'\n';
-    }
-    text += u"\nstdout and stderr:\n"_s + m_context.Manager.FinishedJobs().OutputOf(*job);
-    if (!text.endsWith(u'\n'))
-        text += u'\n';
-    return text + u'\n';
+    return u'\n' + Taskmill_JobText(*job, m_context.Manager.FinishedJobs().OutputOf(*job)) + u'\n';
 }
 
 QStringList Taskmill_ConsoleActions::JobTypeNames() const
@@ -155,9 +142,5 @@ Taskmill_QueueOwner *Taskmill_ConsoleActions::OwnerOfJob(int jobID) const
 
 const Taskmill_JobRecord *Taskmill_ConsoleActions::FindRecord(int jobID) const
 {
-    if (Taskmill_QueueOwner *owner = OwnerOfJob(jobID))
-        return &owner->Jobs().FindByJobID(jobID)->Record();
-    const QList<Taskmill_JobRecord> &finished = m_context.Manager.FinishedJobs().Jobs();
-    const auto job = std::ranges::find(finished, jobID, &Taskmill_JobRecord::JobID);
-    return job == finished.end() ? nullptr : &*job;
+    return m_context.Manager.FindJob(jobID);
 }

@@ -14,6 +14,8 @@
 
 #include <utility>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnlyProjects readOnlyProjects)
@@ -58,6 +60,15 @@ QStringList Taskmill_Manager::NoticesAtStart(bool asksAboutJobs)
             notices += Taskmill_SpareProjectNotice(path);
     }
     return notices;
+}
+
+const Taskmill_JobRecord *Taskmill_Manager::FindJob(int jobID)
+{
+    if (Taskmill_QueueOwner *owner = m_destinations.OwnerOfJob(jobID))
+        return &owner->Jobs().FindByJobID(jobID)->Record();
+    const QList<Taskmill_JobRecord> &finished = m_finishedJobs.Jobs();
+    const auto job = std::ranges::find(finished, jobID, &Taskmill_JobRecord::JobID);
+    return job == finished.end() ? nullptr : &*job;
 }
 
 void Taskmill_Manager::ShutDown()

@@ -42,6 +42,9 @@ public:
     /// he is asked about them, jobs that are held.
     [[nodiscard]] QStringList NoticesAtStart(bool asksAboutJobs);
 
+    /// The record of a job, wherever it is, for as long as nothing changes; nullptr when there is none.
+    [[nodiscard]] const Taskmill_JobRecord *FindJob(int jobID);
+
     /// Ends all jobs and closes the project; without effect the second time.
     void ShutDown();
     [[nodiscard]] bool IsShutDown() const { return m_isShutDown; }

@@ -203,15 +203,21 @@ bool Taskmill_Project::FileHasChanged() const
 
 bool Taskmill_Project::SaveProjectAs(const QString &path)
 {
-    Taskmill_Database *database = CurrentDatabase();
-    const QString absolutePath = QFileInfo{path}.absoluteFilePath();
-    if (!WriteFile(absolutePath)) {
+    const std::optional<QString> error = TrySaveProjectAs(path);
+    if (error)
         KilnUtil_Error::ReportError(
             QString::fromLatin1(Taskmill_SavingTitle),
             u"The project could not be written to the following file, which is as it was before:\n\n%1\n\n(%2)"_s
-                .arg(absolutePath, database ? database->LastErrorMessage() : QString{}));
-        return false;
-    }
+                .arg(QFileInfo{path}.absoluteFilePath(), *error));
+    return !error;
+}
+
+std::optional<QString> Taskmill_Project::TrySaveProjectAs(const QString &path)
+{
+    Taskmill_Database *database = CurrentDatabase();
+    const QString absolutePath = QFileInfo{path}.absoluteFilePath();
+    if (!WriteFile(absolutePath))
+        return database ? database->LastErrorMessage() : u"no project is open"_s;
     // The database in memory is what the file holds now; it is not closed, so that nothing can go wrong in
     // reading the file back while jobs run.
     RememberDirectory(absolutePath);
@@ -221,7 +227,7 @@ bool Taskmill_Project::SaveProjectAs(const QString &path)
     RemoveSpareFile();
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
-    return true;
+    return std::nullopt;
 }
 
 bool Taskmill_Project::WriteFile(const QString &path)

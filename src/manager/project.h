@@ -53,6 +53,8 @@ public:
     /// Writes the project to the file of that name, which becomes its own, without asking; a failure is
     /// reported. What must be asked before is up to Taskmill_SaveDialogue.
     bool SaveProjectAs(const QString &path);
+    /// The same without a report: why it could not be written, or nothing when it was.
+    [[nodiscard]] std::optional<QString> TrySaveProjectAs(const QString &path);
     /// Writes unsaved changes to the project's own file without asking or reporting anything but to the debug
     /// log, for a program that ends on a signal; beside the file when that has changed. False when they could
     /// not be written there: they are in a spare file then, which the log and a notice at the next start

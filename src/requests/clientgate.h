@@ -43,6 +43,8 @@ public:
     [[nodiscard]] Taskmill_PeerUser UserOf(Taskmill_Socket::Handle connection) const;
     /// Whether a message counts whose sender cannot be known.
     [[nodiscard]] bool Admits(QByteArrayView message);
+    /// Whether it shows the key of this manager.
+    [[nodiscard]] bool IsKeyShown(QByteArrayView message) const;
 
 private:
     [[nodiscard]] bool OthersWereAbout();

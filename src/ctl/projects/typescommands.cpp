@@ -101,9 +101,9 @@ void Taskmill_AddTypesListOptions(QCommandLineParser &parser)
     parser.addOption({u"json"_s, u"Print a JSON array."_s});
 }
 
-Taskmill_CtlStatus Taskmill_TypesListCommand(const QCommandLineParser &parser)
+static Taskmill_CtlStatus ListTypesOf(const QString &file, const QCommandLineParser &parser)
 {
-    Taskmill_ProjectFile project{parser.positionalArguments().first()};
+    Taskmill_ProjectFile project{file};
     const Taskmill_CtlStatus status = project.Open();
     if (status != Taskmill_CtlStatus::Success)
         return status;
@@ -117,6 +117,22 @@ Taskmill_CtlStatus Taskmill_TypesListCommand(const QCommandLineParser &parser)
         list.append(Taskmill_Listings::JobTypes().Json(jobType));
     Taskmill_PrintJson(list);
     return status;
+}
+
+Taskmill_CtlStatus Taskmill_TypesListCommand(const QCommandLineParser &parser)
+{
+    return ListTypesOf(parser.positionalArguments().first(), parser);
+}
+
+void Taskmill_AddTypesOptions(QCommandLineParser &parser)
+{
+    Taskmill_AddTypesListOptions(parser);
+    parser.addOption({u"project"_s, u"The project file."_s, u"FILE"_s});
+}
+
+Taskmill_CtlStatus Taskmill_TypesCommand(const QCommandLineParser &parser)
+{
+    return ListTypesOf(parser.value(u"project"_s), parser);
 }
 
 void Taskmill_AddTypesAddOptions(QCommandLineParser &parser)
