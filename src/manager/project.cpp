@@ -4,7 +4,6 @@
 #include "db/database.h"
 #include "db/databasemanager.h"
 #include "jobs/jobtypelist.h"
-#include "jobs/runmode.h"
 #include "kilnutil/error.h"
 #include "kilnutil/idmanager.h"
 #include "kilnutil/logging.h"
@@ -35,21 +34,8 @@ Taskmill_Database *CurrentDatabase()
     return Taskmill_Database_Manager::Global().CurrentDatabase();
 }
 
-/// What stands against the file before it is read, with %1 for its path; empty when nothing does.
-QString ProblemOfFile(const QString &path)
-{
-    const QFileInfo file{path};
-    if (!file.exists())
-        return u"The specified file does not exist:\n\n%1"_s;
-    if (!file.isReadable())
-        return u"The specified file is not readable:\n\n%1"_s;
-    // A console has nobody at hand to choose another file, and can work on without saving.
-    if (Taskmill_IsGuiMode() && !file.isWritable())
-        return u"The specified file is not writable:\n\n%1"_s;
-    return {};
-}
-
-/// The same for its content, which the database in memory is to take over.
+/// What stands against the content of the file, which the database in memory is to take over; see
+/// ProblemOfFile().
 QString ProblemOfLoading(Taskmill_Database &database, const QString &path)
 {
     QString reason;
@@ -69,12 +55,6 @@ QString ProblemOfLoading(Taskmill_Database &database, const QString &path)
     if (!database.CompleteTables())
         return u"The specified file is a damaged Taskmill project:\n\n%1"_s;
     return {};
-}
-
-QString ProblemOf(Taskmill_Database &database, const QString &path)
-{
-    const QString problem = ProblemOfFile(path);
-    return problem.isEmpty() ? ProblemOfLoading(database, path) : problem;
 }
 
 /// The name of a new file beside a project's own.
@@ -101,11 +81,13 @@ void RememberDirectory(const QString &path)
 } // namespace
 
 Taskmill_Project::Taskmill_Project(Taskmill_JobTypeList &jobTypes, KilnUtil_IDManager &jobNumbers,
-                                   Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations)
+                                   Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations,
+                                   Taskmill_ReadOnlyProjects readOnlyProjects)
     : m_jobTypes{jobTypes}
     , m_jobNumbers{jobNumbers}
     , m_finishedJobs{finishedJobs}
     , m_destinations{destinations}
+    , m_readOnlyProjects{readOnlyProjects}
 {
 }
 
@@ -126,6 +108,18 @@ bool Taskmill_Project::HasUnsavedChanges() const
     return database && database->HasUnsavedChanges();
 }
 
+QString Taskmill_Project::ProblemOfFile(const QString &path) const
+{
+    const QFileInfo file{path};
+    if (!file.exists())
+        return u"The specified file does not exist:\n\n%1"_s;
+    if (!file.isReadable())
+        return u"The specified file is not readable:\n\n%1"_s;
+    if (m_readOnlyProjects == Taskmill_ReadOnlyProjects::Refuse && !file.isWritable())
+        return u"The specified file is not writable:\n\n%1"_s;
+    return {};
+}
+
 bool Taskmill_Project::OpenProject(const QString &path)
 {
     if (path.isEmpty())
@@ -135,7 +129,9 @@ bool Taskmill_Project::OpenProject(const QString &path)
     // A bad file is not to cost the project that is open.
     auto loaded = Taskmill_Database_Manager::MakeMemoryDatabase();
     FileStamp stamp = FileStamp::Of(absolutePath);
-    QString problem = ProblemOf(*loaded, absolutePath);
+    QString problem = ProblemOfFile(absolutePath);
+    if (problem.isEmpty())
+        problem = ProblemOfLoading(*loaded, absolutePath);
     if (problem.isEmpty()) {
         Taskmill_ClosingDialogue closing{*this};
         Taskmill_AskThroughPrompt(closing);
@@ -207,15 +203,21 @@ bool Taskmill_Project::FileHasChanged() const
 
 bool Taskmill_Project::SaveProjectAs(const QString &path)
 {
-    Taskmill_Database *database = CurrentDatabase();
-    const QString absolutePath = QFileInfo{path}.absoluteFilePath();
-    if (!WriteFile(absolutePath)) {
+    const std::optional<QString> error = TrySaveProjectAs(path);
+    if (error)
         KilnUtil_Error::ReportError(
             QString::fromLatin1(Taskmill_SavingTitle),
             u"The project could not be written to the following file, which is as it was before:\n\n%1\n\n(%2)"_s
-                .arg(absolutePath, database ? database->LastErrorMessage() : QString{}));
-        return false;
-    }
+                .arg(QFileInfo{path}.absoluteFilePath(), *error));
+    return !error;
+}
+
+std::optional<QString> Taskmill_Project::TrySaveProjectAs(const QString &path)
+{
+    Taskmill_Database *database = CurrentDatabase();
+    const QString absolutePath = QFileInfo{path}.absoluteFilePath();
+    if (!WriteFile(absolutePath))
+        return database ? database->LastErrorMessage() : u"no project is open"_s;
     // The database in memory is what the file holds now; it is not closed, so that nothing can go wrong in
     // reading the file back while jobs run.
     RememberDirectory(absolutePath);
@@ -225,7 +227,7 @@ bool Taskmill_Project::SaveProjectAs(const QString &path)
     RemoveSpareFile();
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
-    return true;
+    return std::nullopt;
 }
 
 bool Taskmill_Project::WriteFile(const QString &path)
@@ -319,7 +321,7 @@ QString Taskmill_Project::WindowTitle() const
 
 void Taskmill_Project::CloseProject()
 {
-    // All at once: telling the client of one job may take a while, and none is to go on running meanwhile.
+    // All at once: sending one notification may take a while, and no job is to go on running meanwhile.
     KilnUtil_ProcessTree::KillRegisteredChildren();
     // Before the database goes: a killed job is recorded, and not in the next project.
     for (Taskmill_QueueOwner *owner : m_destinations.All())

@@ -20,6 +20,13 @@ extern const char *const Taskmill_ProjectFileFilter;
 /// The title of what is asked and reported while a project is saved.
 extern const char *const Taskmill_SavingTitle;
 
+/// What becomes of a project file that can be read but not written.
+enum class Taskmill_ReadOnlyProjects
+{
+    Open,  ///< nobody is at hand to choose another file, and a project can be worked on without saving
+    Refuse ///< the user chooses another file
+};
+
 /// The one project that the manager has open: a database in memory, saved to and loaded from a ".mill" file.
 class Taskmill_Project : public QObject
 {
@@ -28,7 +35,8 @@ class Taskmill_Project : public QObject
 public:
     /// All of them outlive the project.
     Taskmill_Project(Taskmill_JobTypeList &jobTypes, KilnUtil_IDManager &jobNumbers,
-                     Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations);
+                     Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations,
+                     Taskmill_ReadOnlyProjects readOnlyProjects);
 
     [[nodiscard]] bool IsOpen() const;
     /// Absolute; empty for a project never saved.
@@ -45,10 +53,12 @@ public:
     /// Writes the project to the file of that name, which becomes its own, without asking; a failure is
     /// reported. What must be asked before is up to Taskmill_SaveDialogue.
     bool SaveProjectAs(const QString &path);
+    /// The same without a report: why it could not be written, or nothing when it was.
+    [[nodiscard]] std::optional<QString> TrySaveProjectAs(const QString &path);
     /// Writes unsaved changes to the project's own file without asking or reporting anything but to the debug
     /// log, for a program that ends on a signal; beside the file when that has changed. False when they could
-    /// not be written there: they are in a spare file then, which the log names and the next start speaks of,
-    /// if any place took it.
+    /// not be written there: they are in a spare file then, which the log and a notice at the next start
+    /// name, if any place took it.
     bool SaveUnattended();
     /// The trimmed name with ".mill" at its end; empty for an empty one.
     [[nodiscard]] static QString ProjectFileName(const QString &name);
@@ -67,6 +77,8 @@ Q_SIGNALS:
     void StateChangedSignal();
 
 private:
+    /// What stands against opening the file, with %1 for its path; empty when nothing does.
+    [[nodiscard]] QString ProblemOfFile(const QString &path) const;
     [[nodiscard]] bool WriteFile(const QString &path);
     void ReloadJobs(Taskmill_Database &database);
     void ReloadLimits(Taskmill_Database &database);
@@ -79,6 +91,7 @@ private:
     KilnUtil_IDManager &m_jobNumbers;
     Taskmill_FinishedJobs &m_finishedJobs;
     Taskmill_Destinations &m_destinations;
+    const Taskmill_ReadOnlyProjects m_readOnlyProjects;
 
     /// What shows that a file is still the one that was read or written.
     struct FileStamp

@@ -2,6 +2,7 @@
 #include "manager/jobsubmitter.h"
 
 #include "jobs/job.h"
+#include "requests/frontend.h"
 #include "requests/requestdispatcher.h"
 #include "support/testmanager.h"
 
@@ -15,6 +16,7 @@ public:
     void ShowInFront() override {}
     void PutAway() override {}
     bool IsUserBusy() const override { return false; }
+    void QuitLater() override {}
 };
 
 /// Answers as the test says, and remembers what it was opened with.

