@@ -162,6 +162,7 @@ private Q_SLOTS:
         };
         add("cut inside the last page", {}, -300, u"The end of the file is missing: it"_s);
         add("cut by pages", {}, -40960, u"The end of the file is missing: it"_s);
+        add("a page holds something else", {}, 0, {});
         add("longer than its pages", {}, 1, u"The end of the file is missing"_s);
         const QString drop = u"DROP TABLE FinishedJobs;"_s;
         add("a view", drop + u"CREATE VIEW FinishedJobs AS SELECT 1 AS JobID"_s, 0,
@@ -185,6 +186,8 @@ private Q_SLOTS:
         RawDatabase{m_target}.Execute(
             statements.split(QRegularExpression{u";(?! END)"_s}, Qt::SkipEmptyParts));
         QVERIFY(QFile::resize(m_target, QFileInfo{m_target}.size() + bytesMore));
+        if (QByteArray content = ReadTestFile(m_target); reason.isEmpty())
+            WriteTestFile(m_target, content.replace(content.size() / 2, 4096, QByteArray(4096, '\x7f')));
         const auto database = MakeDatabase();
         QString given;
         QVERIFY(!database->LoadFromFile(m_target, &given));
