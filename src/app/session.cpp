@@ -5,7 +5,10 @@
 #include "console/consoleprompt.h"
 #include "jobs/runmode.h"
 #include "kilnutil/error.h"
+#include "kilnutil/filesys.h"
 #include "kilnutil/logging.h"
+#include "kilnutil/statefolder.h"
+#include "processes/runkeepers.h"
 #include "ui/appwindow.h"
 
 #include <QApplication>
@@ -15,9 +18,21 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+/// Those of the program beside this one.
+std::unique_ptr<KilnUtil_RunKeepers> MakeKeepers()
+{
+    const QString name = KilnUtil_RunKeepers::ProgramName();
+    const QString folder = name.isEmpty() ? QString{} : KilnUtil_MachineFolder();
+    if (folder.isEmpty())
+        return nullptr;
+    return KilnUtil_RunKeepers::Make(KilnUtil_FileSys::m_appDirPath + u'/' + name, folder + u"/runs"_s);
+}
+} // namespace
+
 Taskmill_Session::Taskmill_Session(Taskmill_SessionOptions options)
     : m_options{std::move(options)}
-    , m_manager{m_notifier}
+    , m_manager{m_notifier, MakeKeepers()}
     , m_window{Taskmill_IsGuiMode() ? std::make_unique<Taskmill_AppWindow>(m_manager) : nullptr}
     , m_dispatcher{m_manager, *this}
     , m_server{m_dispatcher}
@@ -130,11 +145,12 @@ void Taskmill_Session::ExitSlot()
     EndEventLoop(0);
 }
 
-void Taskmill_Session::QuitAtOnceSlot()
+void Taskmill_Session::QuitAtOnce(Taskmill_Ending ending)
 {
     // An end that is under way goes on as it began.
     if (m_manager.IsShutDown())
         return;
+    m_manager.SetEnding(ending);
     const bool saved = m_manager.Project().SaveUnattended();
     ShutDown();
     EndEventLoop(saved ? 0 : ExitStatusWithoutSaving);

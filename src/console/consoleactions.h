@@ -67,7 +67,13 @@ public:
     [[nodiscard]] QStringList Notices() const { return m_context.Notices; }
     [[nodiscard]] Taskmill_Project &Project() const;
     [[nodiscard]] Taskmill_QueuelessJobsList &QueuelessJobs() const;
-    void Exit() const { m_context.Exit(); }
+    /// Whether running jobs can go on without the program.
+    [[nodiscard]] bool CanJobsGoOn() const { return m_context.Manager.HasKeepers(); }
+    void Exit(Taskmill_Ending ending) const
+    {
+        m_context.Manager.SetEnding(ending);
+        m_context.Exit();
+    }
 
 private:
     const Taskmill_ConsoleContext m_context;

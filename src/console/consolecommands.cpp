@@ -224,6 +224,12 @@ QList<Worker::Command> Worker::Commands()
          [](Worker &worker, const QString &) {
              worker.Help();
          }},
+        {"quit keep"_L1,
+         {},
+         "End Taskmill and let the running jobs go on"_L1,
+         [](Worker &worker, const QString &) {
+             worker.QuitAndKeep();
+         }},
         {"quit"_L1,
          {},
          "End Taskmill, also as exit, in any case of letters"_L1,

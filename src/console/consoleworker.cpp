@@ -13,6 +13,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QEventLoop>
 #include <QFileInfo>
 #include <QProcess>
 #include <QThread>
@@ -394,6 +395,24 @@ void Taskmill_Console_Worker::KillJob(const QString &argument)
         Print(u"\n<Taskmill> Job %1 does not run; it can be removed.\n\n"_s.arg(*jobID));
 }
 
+void Taskmill_Console_Worker::WaitForKill(int jobID)
+{
+    bool isWaiting = true;
+    while (isWaiting && !m_console.IsQuitting() && !m_console.Terminal().IsBrokenOff()) {
+        OnMainThread([&] {
+            Taskmill_QueueOwner *owner = m_console.Actions().OwnerOfJob(jobID);
+            const Taskmill_Job *job = owner ? owner->Jobs().FindByJobID(jobID) : nullptr;
+            isWaiting = job && job->IsBeingKilled();
+        });
+        // Without a thread of its own it must not hold up what it waits for.
+        constexpr int pauseMs = 5;
+        QEventLoop pause;
+        QTimer::singleShot(pauseMs, &pause, &QEventLoop::quit);
+        if (isWaiting)
+            pause.exec();
+    }
+}
+
 void Taskmill_Console_Worker::EndJob(int jobID, Taskmill_RemovalDialogue::Begin begin,
                                      const QString &doneText)
 {
@@ -402,6 +421,7 @@ void Taskmill_Console_Worker::EndJob(int jobID, Taskmill_RemovalDialogue::Begin 
         Taskmill_QueueOwner *owner = m_console.Actions().OwnerOfJob(jobID);
         return owner ? &removal.emplace(*owner, QList{jobID}, begin) : nullptr;
     });
+    WaitForKill(jobID);
     const bool isDeclined = removal && (!removal->IsCarriedOut() || removal->Wanted().isEmpty());
     if (m_console.IsQuitting() || isDeclined)
         return;
@@ -486,7 +506,17 @@ bool Taskmill_Console_Worker::MayClose()
     return closing && closing->MayClose();
 }
 
-void Taskmill_Console_Worker::Quit()
+void Taskmill_Console_Worker::QuitAndKeep()
+{
+    bool canJobsGoOn = false;
+    OnMainThread([&] { canJobsGoOn = m_console.Actions().CanJobsGoOn(); });
+    if (canJobsGoOn)
+        Quit(Taskmill_Ending::AskedToKeep);
+    else
+        Print(u"\n<Taskmill> Running jobs cannot go on without Taskmill here; the debug log says why.\n\n"_s);
+}
+
+void Taskmill_Console_Worker::Quit(Taskmill_Ending ending)
 {
     OfferWords({u"yes"_s, u"no"_s});
     const std::optional<QString> answer =
@@ -496,7 +526,7 @@ void Taskmill_Console_Worker::Quit()
     // Before the end, from which nothing comes back here without an event loop.
     Print(u"\n"_s);
     if (ends)
-        OnMainThread([this] { m_console.Actions().Exit(); });
+        OnMainThread([this, ending] { m_console.Actions().Exit(ending); });
 }
 
 void Taskmill_Console_Worker::PrintDirectory()

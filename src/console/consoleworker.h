@@ -3,6 +3,7 @@
 
 #include "jobs/destination.h"
 #include "jobs/jobtype.h"
+#include "manager/jobsgoon.h"
 #include "manager/removaldialogue.h"
 #include "manager/savedialogue.h"
 
@@ -106,8 +107,11 @@ private:
     void GoHome();
     void Clear();
     void ListDirectory(const QString &line);
-    void Quit();
+    void Quit(Taskmill_Ending ending = Taskmill_Ending::AskedToEnd);
+    void QuitAndKeep();
 
+    /// Until nothing is left of a job that is being killed, or some of it withstands.
+    void WaitForKill(int jobID);
     void EndJob(int jobID, Taskmill_RemovalDialogue::Begin begin, const QString &doneText);
     [[nodiscard]] bool SaveProject(Taskmill_SaveDialogue::Target target, const QString &firstFile = {});
     void PrintSavedTo(const QString &file);

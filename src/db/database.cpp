@@ -325,6 +325,30 @@ bool Taskmill_Database::InsertFinishedJob(const Taskmill_JobRecord &job, bool fo
     return m_finishedJobs.Insert(job, forceNew, outID);
 }
 
+bool Taskmill_Database::StoreFieldsOfJob(const Taskmill_JobRecord &job)
+{
+    return Open() && CreateTables() && InTransaction([&] {
+               return m_addedFields.Set(Connection(), Taskmill_FieldOwner::Job, job.JobID,
+                                        Taskmill_FieldsOfJob(job));
+           });
+}
+
+QString Taskmill_Database::GetProjectField(const QString &name)
+{
+    if (!Open())
+        return {};
+    return m_addedFields.Read(Connection(), Taskmill_FieldOwner::Project, u"0"_s).value(0).value(name);
+}
+
+bool Taskmill_Database::SetProjectField(const QString &name, const QString &value)
+{
+    return Open() && CreateTables() && InTransaction([&] {
+               auto fields = m_addedFields.Read(Connection(), Taskmill_FieldOwner::Project, u"0"_s).value(0);
+               fields.insert(name, value);
+               return m_addedFields.Set(Connection(), Taskmill_FieldOwner::Project, 0, fields);
+           });
+}
+
 bool Taskmill_Database::DeleteLongJob(qint32 jobID)
 {
     return m_longJobs.Delete(jobID);

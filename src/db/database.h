@@ -82,6 +82,12 @@ public:
     bool InsertQueuelessJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID = nullptr);
     bool InsertFinishedJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID = nullptr);
 
+    /// Stores anew what the tables have no columns for, of a job that may not be in any of them yet.
+    bool StoreFieldsOfJob(const Taskmill_JobRecord &job);
+    /// A value of the project that no table has a column for; empty when there is none.
+    [[nodiscard]] QString GetProjectField(const QString &name);
+    bool SetProjectField(const QString &name, const QString &value);
+
     /// By job number, not by the table's own key; a number that is not there succeeds. The last row of a job
     /// takes with it what no table has a column for.
     bool DeleteLongJob(qint32 jobID);

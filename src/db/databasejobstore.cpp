@@ -67,6 +67,12 @@ QList<Taskmill_JobType> Taskmill_DatabaseJobStore::GetJobTypes()
     return database ? database->GetJobTypes() : QList<Taskmill_JobType>{};
 }
 
+bool Taskmill_DatabaseJobStore::StoreRun(const Taskmill_JobRecord &job)
+{
+    Taskmill_Database *database = Current();
+    return database && database->StoreFieldsOfJob(job);
+}
+
 int Taskmill_DatabaseJobStore::GetMaxRunningJobs(const QString &queueName)
 {
     Taskmill_Database *database = Current();

@@ -12,6 +12,7 @@ public:
     bool UpdateJobType(const Taskmill_JobType &jobType, QString &reason) override;
     bool DeleteJobType(qint32 jobTypeID) override;
     [[nodiscard]] QList<Taskmill_JobType> GetJobTypes() override;
+    bool StoreRun(const Taskmill_JobRecord &job) override;
     [[nodiscard]] int GetMaxRunningJobs(const QString &queueName) override;
     bool SetMaxRunningJobs(const QString &queueName, int maxRunningJobs) override;
 };

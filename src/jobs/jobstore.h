@@ -3,6 +3,8 @@
 
 #include "jobs/jobtype.h"
 
+struct Taskmill_JobRecord;
+
 /// What job types and queues need of the job database. Every operation is safe without one.
 class Taskmill_JobStore
 {
@@ -18,6 +20,9 @@ public:
     virtual bool UpdateJobType(const Taskmill_JobType &jobType, QString &reason) = 0;
     virtual bool DeleteJobType(qint32 jobTypeID) = 0;
     [[nodiscard]] virtual QList<Taskmill_JobType> GetJobTypes() = 0;
+
+    /// Stores of a job that is about to start where its run is found.
+    virtual bool StoreRun(const Taskmill_JobRecord &job) = 0;
 
     /// The limit stored for the queue of that name; -1 when unknown.
     [[nodiscard]] virtual int GetMaxRunningJobs(const QString &queueName) = 0;

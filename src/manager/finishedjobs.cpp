@@ -21,6 +21,9 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job)
         qCWarning(Taskmill_ManagerLog, "Finished job %d could not be written to the database", job.JobID);
     else if (database)
         LeaveOutputToDatabase(m_jobs.last());
+    m_jobs.last().Run.clear();
+    if (recorded && !job.Run.isEmpty())
+        Q_EMIT RunStoredSignal(job.Run);
     Q_EMIT JobsChangedSignal();
     return recorded;
 }

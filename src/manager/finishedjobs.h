@@ -44,6 +44,8 @@ public:
 
 Q_SIGNALS:
     void JobsChangedSignal();
+    /// The result of that run, see Taskmill_JobRecord::Run, is where the jobs of the project are.
+    void RunStoredSignal(const QString &run);
 
 private:
     void LeaveOutputToDatabase(Taskmill_JobRecord &job);

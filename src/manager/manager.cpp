@@ -2,32 +2,83 @@
 #include "manager/manager.h"
 
 #include "jobs/queuelessjobslist.h"
+#include "jobs/runofjob.h"
+#include "kilnutil/error.h"
 #include "kilnutil/registry.h"
 #include "manager/heldjobsdialogue.h"
 #include "manager/recentprojects.h"
 #include "manager/spareproject.h"
 #include "processes/processinspector.h"
 #include "processes/processtree.h"
+#include "processes/runkeepers.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QTimer>
 
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
-Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier)
+namespace {
+void ReportRemains(const Taskmill_JobRecord &job, const QList<qint64> &processIDs)
+{
+    QStringList numbers;
+    for (const qint64 processID : processIDs)
+        numbers += QString::number(processID);
+    KilnUtil_Error::UserPrompt().ShowNotice(
+        u"Killing a Job"_s,
+        u"Job %1, %2, cannot be ended yet: its processes %3 withstand. It counts as running "
+        "until they have ended."_s.arg(QString::number(job.JobID), job.Name, numbers.join(u", "_s)));
+}
+} // namespace
+
+Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, std::unique_ptr<KilnUtil_RunKeepers> keepers)
     : m_inspector{Taskmill_MakeProcessInspector()}
+    , m_keepers{std::move(keepers)}
     , m_jobTypes{m_store}
     , m_destinations{m_finishedJobs,
                      {.Store = m_store,
                       .FinishedJobs = m_finishedJobs,
                       .Inspector = *m_inspector,
-                      .Notifier = notifier}}
-    , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs, m_destinations}
+                      .Notifier = notifier,
+                      .Keepers = m_keepers.get()}}
+    , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs, m_destinations, m_keepers.get()}
     , m_submitter{m_store, m_jobNumbers, m_destinations}
     , m_runningJobs{*m_inspector, m_jobTypes}
 {
+    ConnectJobs();
+}
+
+void Taskmill_Manager::ConnectJobs()
+{
+    for (Taskmill_QueueOwner *owner : m_destinations.All()) {
+        QObject::connect(&owner->Jobs(), &Taskmill_JobContainer::RunsElsewhereSignal, owner,
+                         [this](const Taskmill_JobRecord &job, const QString &ownerText) {
+                             NoticeJobElsewhere(job, ownerText);
+                         });
+        QObject::connect(&owner->Jobs(), &Taskmill_JobContainer::RemainsSignal, owner, ReportRemains);
+    }
+    if (!m_keepers)
+        return;
+    QObject::connect(&m_finishedJobs, &Taskmill_FinishedJobs::RunStoredSignal, m_keepers.get(),
+                     [this](const QString &run) { m_keepers->TakeResult(Taskmill_RunOfJob{run}.RunID); });
+}
+
+void Taskmill_Manager::NoticeJobElsewhere(const Taskmill_JobRecord &job, const QString &ownerText)
+{
+    const QString path = Taskmill_PathOfRunOwner(ownerText);
+    const QString place = !Taskmill_RunOfJob{job.Run}.IsOfThisMachine() ? u"on another computer"_s
+                          : path.isEmpty()                              ? u"in another Taskmill"_s
+                                                                        : u"in "_s + path;
+    if (m_jobsElsewhere.isEmpty())
+        QTimer::singleShot(0, &m_project, [this] {
+            KilnUtil_Error::UserPrompt().ShowNotice(u"Jobs That Run Elsewhere"_s,
+                                                    u"These jobs of the project are not started here:\n\n"_s +
+                                                        m_jobsElsewhere.join(u'\n'));
+            m_jobsElsewhere.clear();
+        });
+    m_jobsElsewhere.append(u"%1, job %2, runs %3"_s.arg(job.Name, QString::number(job.JobID), place));
 }
 
 Taskmill_Manager::~Taskmill_Manager()
@@ -63,7 +114,7 @@ QStringList Taskmill_Manager::NoticesAtStart(bool asksAboutJobs)
 void Taskmill_Manager::ShutDown()
 {
     if (!std::exchange(m_isShutDown, true))
-        m_project.CloseProject();
+        m_project.CloseProject(DoJobsGoOn());
 }
 
 void Taskmill_Manager::SaveBeforeAbruptEnd()
@@ -71,5 +122,9 @@ void Taskmill_Manager::SaveBeforeAbruptEnd()
     if (m_isShutDown)
         return;
     m_project.SaveUnattended();
+    if (DoJobsGoOn())
+        m_project.StoreJobsThatGoOn();
+    else
+        KilnUtil_RunKeepers::EndRunsAtOnce();
     KilnUtil_ProcessTree::KillRegisteredChildren();
 }

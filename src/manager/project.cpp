@@ -21,6 +21,7 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -101,11 +102,13 @@ void RememberDirectory(const QString &path)
 } // namespace
 
 Taskmill_Project::Taskmill_Project(Taskmill_JobTypeList &jobTypes, KilnUtil_IDManager &jobNumbers,
-                                   Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations)
+                                   Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations,
+                                   KilnUtil_RunKeepers *keepers)
     : m_jobTypes{jobTypes}
     , m_jobNumbers{jobNumbers}
     , m_finishedJobs{finishedJobs}
     , m_destinations{destinations}
+    , m_runs{keepers}
 {
 }
 
@@ -158,6 +161,7 @@ bool Taskmill_Project::OpenProject(const QString &path)
     Adopt(*database, absolutePath);
     m_fileStamp = stamp;
     m_jobNumbers = KilnUtil_IDManager{Taskmill_LastJobID(*database), 1};
+    m_runs.BelongTo(*database, absolutePath);
     ReloadJobs(*database);
     database->MarkUnchanged();
     Taskmill_AddToRecentProjects(absolutePath);
@@ -175,6 +179,7 @@ bool Taskmill_Project::NewProject()
         return false;
     }
     m_jobNumbers = KilnUtil_IDManager{0, 1};
+    m_runs.BelongTo(*database, {});
     for (Taskmill_JobQueue *queue : m_destinations.Queues()) {
         queue->SetMaxRunningJobs(1);
         queue->SetPaused(false);
@@ -222,6 +227,8 @@ bool Taskmill_Project::SaveProjectAs(const QString &path)
     m_fileStamp = FileStamp::Of(absolutePath);
     database->SetFilePath(absolutePath);
     database->MarkUnchanged();
+    m_runs.MoveTo(absolutePath);
+    m_runs.ForgetResults();
     RemoveSpareFile();
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
@@ -252,6 +259,7 @@ bool Taskmill_Project::SaveUnattended()
                   "The project file was changed by another program; this project was written to %ls",
                   qUtf16Printable(path));
     CurrentDatabase()->MarkUnchanged();
+    m_runs.ForgetResults();
     RemoveSpareFile();
     return true;
 }
@@ -317,8 +325,28 @@ QString Taskmill_Project::WindowTitle() const
     return Taskmill_VersionText() + u", "_s + state;
 }
 
-void Taskmill_Project::CloseProject()
+void Taskmill_Project::StoreJobsThatGoOn()
 {
+    const auto owners = m_destinations.All();
+    const bool isAnyRunning = std::ranges::any_of(
+        owners, [](const Taskmill_QueueOwner *owner) { return owner->Jobs().IsAnyKept(); });
+    if (!isAnyRunning || !HasUnsavedChanges())
+        return;
+    WriteSpareFile();
+    if (!m_spareFile.isEmpty())
+        m_runs.MoveTo(m_spareFile);
+}
+
+void Taskmill_Project::CloseProject(bool letsJobsGoOn)
+{
+    if (letsJobsGoOn)
+        StoreJobsThatGoOn();
+    for (Taskmill_QueueOwner *owner : m_destinations.All()) {
+        if (letsJobsGoOn)
+            owner->LetJobsGoOn();
+        else
+            owner->Jobs().BeginToKillRunning();
+    }
     // All at once: telling the client of one job may take a while, and none is to go on running meanwhile.
     KilnUtil_ProcessTree::KillRegisteredChildren();
     // Before the database goes: a killed job is recorded, and not in the next project.
@@ -328,6 +356,7 @@ void Taskmill_Project::CloseProject()
         owner->Clear();
     m_finishedJobs.Clear();
     m_spareFile.clear();
+    m_runs.ForgetResults();
     Taskmill_Database_Manager::Global().CloseAll();
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "manager/dialogue.h"
+#include "manager/projectruns.h"
 
 #include <QDateTime>
 #include <QObject>
@@ -26,9 +27,10 @@ class Taskmill_Project : public QObject
     Q_OBJECT
 
 public:
-    /// All of them outlive the project.
+    /// All of them outlive the project; there may be no keepers.
     Taskmill_Project(Taskmill_JobTypeList &jobTypes, KilnUtil_IDManager &jobNumbers,
-                     Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations);
+                     Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations,
+                     KilnUtil_RunKeepers *keepers);
 
     [[nodiscard]] bool IsOpen() const;
     /// Absolute; empty for a project never saved.
@@ -59,8 +61,12 @@ public:
     /// The version of the program and the project's name or state.
     [[nodiscard]] QString WindowTitle() const;
 
-    /// Ends all jobs, empties the lists and closes the database.
-    void CloseProject();
+    /// Ends all jobs, empties the lists and closes the database. With `letsJobsGoOn` the jobs that keepers
+    /// run do not end: whoever opens the project again finds them.
+    void CloseProject(bool letsJobsGoOn = false);
+    /// To be called before jobs go on without the program: where the project's file does not know them, a
+    /// spare file is written that does.
+    void StoreJobsThatGoOn();
 
 Q_SIGNALS:
     /// Another project, another name, or the unsaved changes are others.
@@ -79,6 +85,7 @@ private:
     KilnUtil_IDManager &m_jobNumbers;
     Taskmill_FinishedJobs &m_finishedJobs;
     Taskmill_Destinations &m_destinations;
+    Taskmill_ProjectRuns m_runs;
 
     /// What shows that a file is still the one that was read or written.
     struct FileStamp

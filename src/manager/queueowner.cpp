@@ -116,6 +116,12 @@ void Taskmill_QueueOwner::Stop()
     Jobs().KillRunning();
 }
 
+void Taskmill_QueueOwner::LetJobsGoOn()
+{
+    Pause();
+    Jobs().LetGoOn();
+}
+
 void Taskmill_QueueOwner::QueueUpdatedSlot()
 {
     // Removing a job makes the queue report its change again.
@@ -164,6 +170,11 @@ QList<int> Taskmill_QueueOwner::WithoutRunning(const QList<int> &jobIDs) const
 
 void Taskmill_QueueOwner::RemoveNow(QList<int> jobIDs)
 {
+    // What a keeper ends is collected at its end, like any other job.
+    jobIDs.removeIf([this](int jobID) {
+        Taskmill_Job *job = Jobs().FindByJobID(jobID);
+        return job && job->BeginKill();
+    });
     for (const int jobID : std::as_const(jobIDs)) {
         if (const Taskmill_Job *job = Jobs().FindByJobID(jobID))
             DeleteRow(job->Record());

@@ -41,6 +41,8 @@ public:
     void Clear();
     /// Ends all work of the queue: pauses it and kills what runs.
     void Stop();
+    /// Pauses it too, but lets the jobs that keepers run go on, of which it knows nothing from then on.
+    void LetJobsGoOn();
 
     /// Hands every finished job on now instead of with the following passes, so that no file is written in
     /// between that has it as a waiting one.
@@ -59,6 +61,7 @@ public:
     /// Those of the jobs that do not run; unknown ones count as such.
     [[nodiscard]] QList<int> WithoutRunning(const QList<int> &jobIDs) const;
     /// Removes the jobs with their rows, killing those that run, without asking. Unknown ones are left out.
+    /// Those that keepers run go when nothing of them is left: until then they are Running, in their place.
     void RemoveNow(QList<int> jobIDs);
 
 Q_SIGNALS:

@@ -248,8 +248,10 @@ void Taskmill_AppWindow::ExitSlot()
         return;
     Taskmill_ClosingDialogue closing{m_manager.Project()};
     Taskmill_AskThroughPrompt(closing);
-    if (closing.MayClose())
-        Q_EMIT ExitSignal();
+    if (!closing.MayClose())
+        return;
+    m_manager.SetEnding(Taskmill_Ending::AskedToEnd);
+    Q_EMIT ExitSignal();
 }
 
 bool Taskmill_AppWindow::eventFilter(QObject *watched, QEvent *event)

@@ -9,6 +9,7 @@
 class FakeJobStore : public Taskmill_JobStore
 {
 public:
+    bool StoreRun(const Taskmill_JobRecord &) override { return true; }
     QHash<QString, int> Limits; ///< by queue name
     int LimitWrites = 0;
 
