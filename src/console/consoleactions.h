@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 
+enum class Taskmill_Ending;
 class Taskmill_JobQueue;
 class Taskmill_Manager;
 class Taskmill_Project;
@@ -68,12 +69,8 @@ public:
     [[nodiscard]] Taskmill_Project &Project() const;
     [[nodiscard]] Taskmill_QueuelessJobsList &QueuelessJobs() const;
     /// Whether running jobs can go on without the program.
-    [[nodiscard]] bool CanJobsGoOn() const { return m_context.Manager.HasKeepers(); }
-    void Exit(Taskmill_Ending ending) const
-    {
-        m_context.Manager.SetEnding(ending);
-        m_context.Exit();
-    }
+    [[nodiscard]] bool CanJobsGoOn() const;
+    void Exit(Taskmill_Ending ending) const;
 
 private:
     const Taskmill_ConsoleContext m_context;

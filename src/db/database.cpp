@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "db/database.h"
 
+#include "db/jobfields.h"
 #include "kilnutil/database_transaction.h"
 #include "kilnutil/logging.h"
 

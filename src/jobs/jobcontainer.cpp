@@ -85,18 +85,19 @@ void Taskmill_JobContainer::AddFromProject(Taskmill_JobRecord record)
 bool Taskmill_JobContainer::TakeOverRun(Taskmill_Job *job)
 {
     const Taskmill_RunOfJob run{job->Record().Run};
-    KilnUtil_FoundRun found{.State = KilnUtil_FoundRun::State::Elsewhere};
+    KilnUtil_FoundRun found;
+    found.Where = KilnUtil_FoundRun::Place::Elsewhere;
     if (run.IsOfThisMachine() && m_services.Keepers)
         found = m_services.Keepers->Find(run.RunID);
-    switch (found.State) {
-    case KilnUtil_FoundRun::State::NotStarted:
+    switch (found.Where) {
+    case KilnUtil_FoundRun::Place::NotStarted:
         job->SetRun({});
         return false;
-    case KilnUtil_FoundRun::State::Elsewhere:
+    case KilnUtil_FoundRun::Place::Elsewhere:
         job->SetRunsElsewhere();
         Q_EMIT RunsElsewhereSignal(job->Record(), found.Owner);
         return false;
-    case KilnUtil_FoundRun::State::Here:
+    case KilnUtil_FoundRun::Place::Here:
         break;
     }
     Follow(*job);

@@ -81,7 +81,7 @@ void KilnUtil_DirectRun::ErrorOccurredSlot(QProcess::ProcessError error)
     if (error != QProcess::FailedToStart || m_hasEnded)
         return;
     m_hasEnded = true;
-    m_end.How = KilnUtil_RunEnd::How::NotStarted;
+    m_end.How = KilnUtil_RunEnd::Kind::NotStarted;
     m_end.Reason = ReasonOfFailedStart();
     QMetaObject::invokeMethod(this, &KilnUtil_ProcessRun::EndedSignal, Qt::QueuedConnection);
 }
@@ -114,8 +114,8 @@ void KilnUtil_DirectRun::FinishedSlot()
     ReadOutputSlot();
     if (m_registeredID != 0)
         KilnUtil_ProcessTree::UnregisterChild(std::exchange(m_registeredID, 0));
-    using How = KilnUtil_RunEnd::How;
-    m_end.How = m_process.exitStatus() == QProcess::CrashExit ? How::Crash : How::Exit;
+    using Kind = KilnUtil_RunEnd::Kind;
+    m_end.How = m_process.exitStatus() == QProcess::CrashExit ? Kind::Crash : Kind::Exit;
     m_end.Code = m_process.exitCode();
     Q_EMIT EndedSignal();
 }

@@ -22,7 +22,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 std::string PathText(const QString &path)
 {
-    return path.isEmpty() ? std::string{} : QFile::encodeName(QFileInfo{path}.absoluteFilePath()).toStdString();
+    return path.isEmpty() ? std::string{}
+                          : QFile::encodeName(QFileInfo{path}.absoluteFilePath()).toStdString();
 }
 
 std::string ProgramPath(const QString &program)
@@ -92,10 +93,10 @@ KilnUtil_RunEnd KilnUtil_KeptRun::EndOf(const Taskmill_RunEnd &end)
     case Taskmill_RunEnd::How::Exit:
         break;
     case Taskmill_RunEnd::How::Signal:
-        result.How = KilnUtil_RunEnd::How::Crash;
+        result.How = KilnUtil_RunEnd::Kind::Crash;
         break;
     case Taskmill_RunEnd::How::NotStarted:
-        result.How = KilnUtil_RunEnd::How::NotStarted;
+        result.How = KilnUtil_RunEnd::Kind::NotStarted;
         result.Reason = QString::fromLocal8Bit(std::strerror(end.code));
         return result;
     }
@@ -156,7 +157,7 @@ bool KilnUtil_KeptRun::TakeReport(const Taskmill_RunReport &report)
         return true;
     case Kind::Ended: {
         KilnUtil_RunEnd end = EndOf(report.end);
-        if (end.How == KilnUtil_RunEnd::How::NotStarted)
+        if (end.How == KilnUtil_RunEnd::Kind::NotStarted)
             end.Reason = ReasonOfFailedStart(report);
         Finish(std::move(end));
         return true;
@@ -189,7 +190,7 @@ void KilnUtil_KeptRun::TakeSwept()
 {
     if (m_state != State::Lost)
         return;
-    Finish({.How = KilnUtil_RunEnd::How::Unknown,
+    Finish({.How = KilnUtil_RunEnd::Kind::Unknown,
             .Reason = u"the program that kept this job was ended, and so was the job: how far it had come is "
                       "not known"_s});
 }

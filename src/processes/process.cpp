@@ -138,12 +138,12 @@ bool KilnUtil_Process::WasKilled() const
 
 bool KilnUtil_Process::HasCrashed() const
 {
-    return m_end.How == KilnUtil_RunEnd::How::Crash || m_end.How == KilnUtil_RunEnd::How::Unknown;
+    return m_end.How == KilnUtil_RunEnd::Kind::Crash || m_end.How == KilnUtil_RunEnd::Kind::Unknown;
 }
 
 int KilnUtil_Process::ExitCode() const
 {
-    return m_end.How == KilnUtil_RunEnd::How::NotStarted ? ExitCodeOfFailedStart : m_end.Code;
+    return m_end.How == KilnUtil_RunEnd::Kind::NotStarted ? ExitCodeOfFailedStart : m_end.Code;
 }
 
 qint64 KilnUtil_Process::EndMs() const
@@ -154,7 +154,9 @@ qint64 KilnUtil_Process::EndMs() const
 const KilnUtil_ProcessOutput &KilnUtil_Process::Output() const
 {
     static const KilnUtil_OutputBuffer nothing;
-    return m_run ? m_run->Output() : nothing;
+    if (m_run)
+        return m_run->Output();
+    return nothing;
 }
 
 void KilnUtil_Process::DeleteWhenEnded()
@@ -200,7 +202,7 @@ void KilnUtil_Process::LetGoOn()
 void KilnUtil_Process::FailToStart(const QString &reason)
 {
     Use(std::make_unique<KilnUtil_DirectRun>());
-    m_end.How = KilnUtil_RunEnd::How::NotStarted;
+    m_end.How = KilnUtil_RunEnd::Kind::NotStarted;
     m_end.Reason = reason;
     QTimer::singleShot(0, this, &KilnUtil_Process::EndSlot);
 }
@@ -210,12 +212,12 @@ void KilnUtil_Process::EndSlot()
     if (m_ended)
         return;
     m_ended = true;
-    using How = KilnUtil_RunEnd::How;
-    if (m_end.How != How::NotStarted)
+    using Kind = KilnUtil_RunEnd::Kind;
+    if (m_end.How != Kind::NotStarted)
         m_end = m_run->End();
-    if (m_end.How == How::NotStarted)
+    if (m_end.How == Kind::NotStarted)
         m_run->Output().Append(u"Failed to start %1: %2\n"_s.arg(m_order.Program, m_end.Reason).toUtf8());
     else if (!m_end.Reason.isEmpty())
         m_run->Output().Append(u"\n[... %1 ...]\n"_s.arg(m_end.Reason).toUtf8());
-    Q_EMIT FinishedSignal(m_end.How == How::Exit);
+    Q_EMIT FinishedSignal(m_end.How == Kind::Exit);
 }

@@ -23,7 +23,7 @@ struct KilnUtil_RunOrder
 /// How a run ended.
 struct KilnUtil_RunEnd
 {
-    enum class How
+    enum class Kind
     {
         Exit,       ///< Code is the exit code
         Crash,      ///< Code is what the system says
@@ -31,7 +31,7 @@ struct KilnUtil_RunEnd
         Unknown,    ///< nobody knows, Reason says why
     };
 
-    How How = How::Exit;
+    Kind How = Kind::Exit;
     int Code = 0;
     QString Reason;
     bool WasEnded = false; ///< somebody asked for it, although perhaps not this program

@@ -12,14 +12,14 @@
 /// What has become of a run of which only the number is known.
 struct KilnUtil_FoundRun
 {
-    enum class State
+    enum class Place
     {
         Here,       ///< run: it goes on, or has ended; its end comes by its signal
-        NotStarted, ///< whoever was to start it ended before
+        NotStarted, ///< whoever was to start it ended before, or its result was taken long since
         Elsewhere,  ///< it belongs to whom Owner names, who may still want it
     };
 
-    State State = State::NotStarted;
+    Place Where = Place::NotStarted;
     std::unique_ptr<KilnUtil_ProcessRun> Run;
     qint64 StartMs = 0; ///< since 1970
     QString Owner;      ///< empty when nobody knows

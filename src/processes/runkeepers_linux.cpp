@@ -43,7 +43,8 @@ std::unique_ptr<KilnUtil_RunKeepers> KilnUtil_RunKeepers::Make(const QString &pr
 {
     auto keepers = std::make_unique<KilnUtil_LinuxRunKeepers>(program, folder);
     if (!QFile::exists(program))
-        qCInfo(Taskmill_ProcessesLog, "Jobs end with this program: there is no %ls", qUtf16Printable(program));
+        qCInfo(Taskmill_ProcessesLog, "Jobs end with this program: there is no %ls",
+               qUtf16Printable(program));
     else if (!keepers->StartNursery())
         qCWarning(Taskmill_ProcessesLog, "Jobs end with this program: %ls cannot be started in %ls",
                   qUtf16Printable(program), qUtf16Printable(folder));
@@ -150,13 +151,13 @@ KilnUtil_FoundRun KilnUtil_LinuxRunKeepers::Find(const QString &runID)
     if (!Taskmill_IsRunID(id))
         return {};
     KilnUtil_FoundRun found = Adopt(id, m_owner);
-    if (found.State == KilnUtil_FoundRun::State::Elsewhere && !found.Owner.isEmpty()) {
+    if (found.Where == KilnUtil_FoundRun::Place::Elsewhere && !found.Owner.isEmpty()) {
         const std::string owner = found.Owner.toStdString();
         found.Owner = TextOf(owner);
         if (IdentityOf(owner) == m_identity && m_mayTake && m_mayTake(found.Owner))
             found = Adopt(id, owner);
     }
-    if (found.State == KilnUtil_FoundRun::State::NotStarted)
+    if (found.Where == KilnUtil_FoundRun::Place::NotStarted)
         found = FindRecorded(id);
     else if (found.Run)
         static_cast<KilnUtil_KeptRun &>(*found.Run).SetOwner(m_owner);
@@ -178,17 +179,17 @@ KilnUtil_FoundRun KilnUtil_LinuxRunKeepers::Adopt(const std::string &runID, cons
     case Adoption::Gone:
         break;
     case Adoption::Occupied:
-        found.State = KilnUtil_FoundRun::State::Elsewhere;
+        found.Where = KilnUtil_FoundRun::Place::Elsewhere;
         break;
     case Adoption::Refused:
-        found.State = KilnUtil_FoundRun::State::Elsewhere;
+        found.Where = KilnUtil_FoundRun::Place::Elsewhere;
         found.Owner = QString::fromStdString(realOwner);
         break;
     case Adoption::Adopted:
         m_waitedForAdoptionMs = 0;
         m_journals.Refresh();
         const Taskmill_RunJournals::Run *run = m_journals.Find(runID);
-        found.State = KilnUtil_FoundRun::State::Here;
+        found.Where = KilnUtil_FoundRun::Place::Here;
         found.StartMs = run ? run->startMs : 0;
         found.Run = std::make_unique<KilnUtil_KeptRun>(*this, runID, std::move(connection));
         break;
@@ -201,15 +202,17 @@ KilnUtil_FoundRun KilnUtil_LinuxRunKeepers::FindRecorded(const std::string &runI
     KilnUtil_FoundRun found;
     m_journals.Refresh();
     const Taskmill_RunJournals::Run *run = m_journals.Find(runID);
-    if (!run)
+    // Whoever has its result did not want it to stay, as when a project is closed without being saved: the
+    // job waits as it did in the file.
+    if (!run || !run->claimant.empty())
         return found;
-    found.State = KilnUtil_FoundRun::State::Here;
+    found.Where = KilnUtil_FoundRun::Place::Here;
     found.StartMs = run->startMs;
     KilnUtil_RunEnd end;
     if (run->end) {
         end = KilnUtil_KeptRun::EndOf(*run->end);
     } else {
-        end.How = KilnUtil_RunEnd::How::Unknown;
+        end.How = KilnUtil_RunEnd::Kind::Unknown;
         end.Reason = run->bootID == Taskmill_BootID()
                          ? u"the program that kept this job was ended, and so was the job: how far it had "
                            "come is not known"_s
