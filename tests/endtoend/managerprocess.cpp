@@ -74,7 +74,7 @@ bool ManagerProcess::Start(const QStringList &arguments, const QStringList &desk
         Launch(arguments, consolePort, guiPort);
         if (QTest::qWaitFor([&] { return isReady() || HasEnded(); }, longestWaitMs) && !HasEnded() &&
             !Errors().contains("Cannot listen")) {
-            m_output.clear();
+            m_greeting = std::exchange(m_output, {});
             return Answers();
         }
         qWarning("The manager did not start: %s%s", m_output.constData(), Errors().constData());
