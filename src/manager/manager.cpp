@@ -33,6 +33,11 @@ void ReportRemains(const Taskmill_JobRecord &job, const QList<qint64> &processID
 }
 } // namespace
 
+Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier)
+    : Taskmill_Manager{notifier, nullptr}
+{
+}
+
 Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, std::unique_ptr<KilnUtil_RunKeepers> keepers)
     : m_inspector{Taskmill_MakeProcessInspector()}
     , m_keepers{std::move(keepers)}

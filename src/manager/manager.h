@@ -23,7 +23,8 @@ class Taskmill_Manager
 {
 public:
     /// The notifier outlives the manager. Without keepers the jobs end with the manager.
-    explicit Taskmill_Manager(Taskmill_Notifier &notifier, std::unique_ptr<KilnUtil_RunKeepers> keepers = {});
+    explicit Taskmill_Manager(Taskmill_Notifier &notifier);
+    Taskmill_Manager(Taskmill_Notifier &notifier, std::unique_ptr<KilnUtil_RunKeepers> keepers);
     ~Taskmill_Manager();
     Q_DISABLE_COPY_MOVE(Taskmill_Manager)
 
