@@ -48,6 +48,12 @@ void Taskmill_ProjectRuns::MoveTo(const QString &path) const
     m_keepers->SetOwner(m_identity, TextOfPath(path), mayTake);
 }
 
+void Taskmill_ProjectRuns::SetDurable(bool isDurable) const
+{
+    if (m_keepers)
+        m_keepers->SetForgetsByItself(isDurable);
+}
+
 void Taskmill_ProjectRuns::ForgetResults() const
 {
     if (m_keepers)

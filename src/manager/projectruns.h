@@ -24,6 +24,8 @@ public:
     void BelongTo(Taskmill_Database &database, const QString &path);
     /// The project is that file from now on.
     void MoveTo(const QString &path) const;
+    /// Whether what is stored in the open database stays, also when this program is killed.
+    void SetDurable(bool isDurable) const;
     /// What ended is stored where it stays, or not wanted: the keepers' own results are forgotten.
     void ForgetResults() const;
 

@@ -55,6 +55,8 @@ public:
     virtual void TakeResult(const QString &runID) = 0;
     /// Removes what keepers have stored of the results that were taken.
     virtual void ForgetResults() = 0;
+    /// Has that done a moment after TakeResult() each time: where what is stored stays without further ado.
+    virtual void SetForgetsByItself(bool forgets) = 0;
 
     /// Asks all runs of this program to end, as when the system is shut down, without waiting. Also off the
     /// main thread, and when no such object is there.

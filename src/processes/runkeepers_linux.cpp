@@ -8,6 +8,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <algorithm>
 #include <atomic>
@@ -270,6 +271,10 @@ bool KilnUtil_LinuxRunKeepers::WaitForSweep(int waitMs)
 
 void KilnUtil_LinuxRunKeepers::TakeResult(const QString &runID)
 {
+    // Many at once are cheaper.
+    constexpr int waitMs = 1000;
+    if (m_forgetsByItself && m_taken.empty())
+        QTimer::singleShot(waitMs, this, &KilnUtil_LinuxRunKeepers::ForgetResults);
     m_taken.push_back(runID.toStdString());
 }
 

@@ -7,7 +7,6 @@
 
 #include <QList>
 #include <QStringList>
-#include <QTimer>
 
 #include <optional>
 #include <string>
@@ -36,6 +35,7 @@ public:
     [[nodiscard]] KilnUtil_FoundRun Find(const QString &runID) override;
     void TakeResult(const QString &runID) override;
     void ForgetResults() override;
+    void SetForgetsByItself(bool forgets) override { m_forgetsByItself = forgets; }
 
     // For the runs:
     [[nodiscard]] const std::string &Folder() const { return m_folder; }
@@ -64,4 +64,5 @@ private:
     Taskmill_RunJournals m_journals;
     qint64 m_waitedForAdoptionMs = 0;
     std::vector<std::string> m_taken;
+    bool m_forgetsByItself = false;
 };
