@@ -136,7 +136,7 @@ void Taskmill_Session::QuitAtOnceSlot()
     if (m_manager.IsShutDown())
         return;
     const bool saved = m_manager.Project().SaveUnattended();
-    ShutDown();
+    ShutDown(Taskmill_Manager::End::Unattended);
     EndEventLoop(saved ? 0 : ExitStatusWithoutSaving);
 }
 
@@ -148,12 +148,12 @@ void Taskmill_Session::EndEventLoop(int status)
         QCoreApplication::exit(status);
 }
 
-void Taskmill_Session::ShutDown()
+void Taskmill_Session::ShutDown(Taskmill_Manager::End end)
 {
     if (m_manager.IsShutDown())
         return;
     m_server.Close();
-    m_manager.ShutDown();
+    m_manager.ShutDown(end);
     if (m_window)
         m_window->ShutDown();
     if (m_console)

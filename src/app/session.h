@@ -50,7 +50,7 @@ public:
     [[nodiscard]] Taskmill_AppWindow *AppWindow() const { return m_window.get(); }
 
     /// Ends all jobs, closes the project and the front end; without effect the second time.
-    void ShutDown();
+    void ShutDown() { ShutDown(Taskmill_Manager::End::InOrder); }
     /// Saves a project that has a file and ends what runs, when the process is about to end out of turn. No
     /// window is touched.
     void SaveBeforeAbruptEnd() { m_manager.SaveBeforeAbruptEnd(); }
@@ -69,6 +69,7 @@ private:
     void PutAway() override;
     [[nodiscard]] bool IsUserBusy() const override;
 
+    void ShutDown(Taskmill_Manager::End end);
     void StartConsole();
     void SpeakAtStart();
     void EndEventLoop(int status);

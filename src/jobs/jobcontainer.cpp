@@ -2,12 +2,20 @@
 #include "jobs/jobcontainer.h"
 
 #include "jobs/finishedjobstaker.h"
+#include "jobs/jobstore.h"
 #include "kilnutil/logging.h"
 
 #include <QSet>
+#include <QTimer>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
+
+namespace {
+/// A disk that is full now may not be so later.
+constexpr std::chrono::seconds nextTry{5};
+} // namespace
 
 Taskmill_JobContainer::Taskmill_JobContainer(QString name, const Taskmill_JobServices &services)
     : m_name{std::move(name)}
@@ -228,8 +236,16 @@ void Taskmill_JobContainer::JobFinishedSlot()
     Update();
 }
 
-void Taskmill_JobContainer::StartJob(Taskmill_Job &job) const
+void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
 {
+    if (!m_services.Store.RecordStart(job.JobID())) {
+        if (!std::exchange(m_triesAgain, true))
+            QTimer::singleShot(nextTry, this, [this] {
+                m_triesAgain = false;
+                Update();
+            });
+        return;
+    }
     connect(&job, &Taskmill_Job::JobFinishedSignal, this, &Taskmill_JobContainer::JobFinishedSlot);
     if (!job.Start(m_services.Notifier))
         qCWarning(Taskmill_JobsLog, "Job %d: the file for its standard input cannot be written", job.JobID());

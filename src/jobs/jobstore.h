@@ -19,6 +19,11 @@ public:
     virtual bool DeleteJobType(qint32 jobTypeID) = 0;
     [[nodiscard]] virtual QList<Taskmill_JobType> GetJobTypes() = 0;
 
+    /// To be called before the job's process is started, so that a manager that comes after this one, which
+    /// may be ended by force, knows that the job ran. False when that cannot be stored: the job must not
+    /// start then.
+    virtual bool RecordStart(int jobID) = 0;
+
     /// The limit stored for the queue of that name; -1 when unknown.
     [[nodiscard]] virtual int GetMaxRunningJobs(const QString &queueName) = 0;
     virtual bool SetMaxRunningJobs(const QString &queueName, int maxRunningJobs) = 0;

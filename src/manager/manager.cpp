@@ -3,6 +3,7 @@
 
 #include "jobs/queuelessjobslist.h"
 #include "kilnutil/registry.h"
+#include "manager/changedfiledialogue.h"
 #include "manager/heldjobsdialogue.h"
 #include "manager/recentprojects.h"
 #include "manager/spareproject.h"
@@ -24,7 +25,7 @@ Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier)
                       .FinishedJobs = m_finishedJobs,
                       .Inspector = *m_inspector,
                       .Notifier = notifier}}
-    , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs, m_destinations}
+    , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs, m_destinations, notifier, m_runs}
     , m_submitter{m_store, m_jobNumbers, m_destinations}
     , m_runningJobs{*m_inspector, m_jobTypes}
 {
@@ -42,16 +43,16 @@ bool Taskmill_Manager::OpenStartUpProject(const QString &startUpFile)
     if (!lastDirectory.isEmpty() && QFileInfo{lastDirectory}.isDir())
         QDir::setCurrent(lastDirectory);
     Taskmill_DropMissingRecentProjects();
-    return file.isEmpty() ? m_project.NewProject() : m_project.OpenProject(file);
+    return file.isEmpty() ? m_project.OpenWithoutFile() : m_project.OpenProject(file);
 }
 
-QStringList Taskmill_Manager::NoticesAtStart(bool asksAboutJobs)
+QStringList Taskmill_Manager::NoticesAtStart(bool asks)
 {
-    QStringList notices;
-    const QString heldJobs =
-        asksAboutJobs ? QString{} : Taskmill_HeldJobsDialogue::Notice(*m_destinations.Queueless().List());
-    if (!heldJobs.isEmpty())
-        notices += heldJobs;
+    QStringList notices = m_project.Notices();
+    if (!asks)
+        notices += {Taskmill_ChangedFileDialogue::Notice(m_project),
+                    Taskmill_HeldJobsDialogue::Notice(*m_destinations.Queueless().List())};
+    notices.removeAll(QString{});
     const QStringList spareProjects = Taskmill_SpareProjects();
     for (const QString &path : spareProjects) {
         if (path != m_project.FilePath())
@@ -60,10 +61,14 @@ QStringList Taskmill_Manager::NoticesAtStart(bool asksAboutJobs)
     return notices;
 }
 
-void Taskmill_Manager::ShutDown()
+void Taskmill_Manager::ShutDown(End end)
 {
-    if (!std::exchange(m_isShutDown, true))
+    if (std::exchange(m_isShutDown, true))
+        return;
+    if (end == End::InOrder)
         m_project.CloseProject();
+    else
+        m_project.LeaveProject();
 }
 
 void Taskmill_Manager::SaveBeforeAbruptEnd()
@@ -72,4 +77,5 @@ void Taskmill_Manager::SaveBeforeAbruptEnd()
         return;
     m_project.SaveUnattended();
     KilnUtil_ProcessTree::KillRegisteredChildren();
+    m_project.RecordEndedRuns();
 }
