@@ -245,7 +245,8 @@ bool Taskmill_Database::PrepareConnection()
     QSqlQuery query{Connection()};
     // The checkpointer brings the base onto the disk, and later the log; the last statement is for one that
     // cannot keep up.
-    const bool isInLogMode = Execute(u"PRAGMA synchronous = OFF"_s) && query.exec(u"PRAGMA journal_mode = WAL"_s) && query.next() &&
+    const bool isInLogMode = Execute(u"PRAGMA synchronous = OFF"_s) &&
+                             query.exec(u"PRAGMA journal_mode = WAL"_s) && query.next() &&
                              query.value(0).toString().compare("wal"_L1, Qt::CaseInsensitive) == 0;
     query.finish();
     return isInLogMode && Execute(u"PRAGMA synchronous = NORMAL"_s) &&

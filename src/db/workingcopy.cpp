@@ -32,13 +32,12 @@ QString RandomName()
 bool WorksInWriteAheadMode(const QString &path)
 {
     sqlite3 *database = nullptr;
-    bool works =
-        sqlite3_open_v2(path.toUtf8().constData(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
-                        nullptr) == SQLITE_OK &&
-        sqlite3_exec(database,
-                     "PRAGMA synchronous = OFF; PRAGMA journal_mode = WAL; BEGIN IMMEDIATE; "
-                     "CREATE TABLE WorkingCopy (Name TEXT); COMMIT",
-                     nullptr, nullptr, nullptr) == SQLITE_OK;
+    bool works = sqlite3_open_v2(path.toUtf8().constData(), &database,
+                                 SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) == SQLITE_OK &&
+                 sqlite3_exec(database,
+                              "PRAGMA synchronous = OFF; PRAGMA journal_mode = WAL; BEGIN IMMEDIATE; "
+                              "CREATE TABLE WorkingCopy (Name TEXT); COMMIT",
+                              nullptr, nullptr, nullptr) == SQLITE_OK;
     // The mode stays another where the file system is not fit for this one.
     works = works && QFile::exists(path + u"-wal"_s);
     sqlite3_close(database);
@@ -54,7 +53,8 @@ bool IsFit(const QString &folder)
     if (const auto result = known.constFind(folder); result != known.constEnd())
         return *result;
     const QString base = folder + u"/try-"_s + RandomName();
-    const bool isFit = KilnUtil_FileLock{base + u".lock"_s}.IsHeld() && WorksInWriteAheadMode(base + u".db"_s);
+    const bool isFit =
+        KilnUtil_FileLock{base + u".lock"_s}.IsHeld() && WorksInWriteAheadMode(base + u".db"_s);
     for (const QLatin1StringView suffix : databaseSuffixes)
         QFile::remove(base + suffix);
     QFile::remove(base + u".lock"_s);

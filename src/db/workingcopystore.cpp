@@ -66,8 +66,7 @@ bool Taskmill_WorkingCopyStore::SetUnchanged()
 
 bool Taskmill_WorkingCopyStore::CountChange()
 {
-    return !Exists() ||
-           RunPrepared(u"UPDATE WorkingCopy SET Value = Value + 1 WHERE Name = 'Changes'"_s, {});
+    return !Exists() || RunPrepared(u"UPDATE WorkingCopy SET Value = Value + 1 WHERE Name = 'Changes'"_s, {});
 }
 
 QList<qint32> Taskmill_WorkingCopyStore::Runs()

@@ -20,8 +20,10 @@ std::optional<Taskmill_Question> Taskmill_ChangedFileDialogue::Next()
     return Taskmill_Question{
         .title = u"Recovered Changes"_s,
         .text =
-            u"The project file was changed by another program after the manager had ended by force:\n\n"_s + file +
-            u"\n\nDo you want to go on with the recovered changes? The file stays as it is until you save.\n\n"
+            u"The project file was changed by another program after the manager had ended by force:\n\n"_s +
+            file +
+            u"\n\nDo you want to go on with the recovered changes? The file stays as it is until you "
+            u"save.\n\n"
             "If you choose No, the file is opened as it is, and the recovered project is written to a new "
             "file beside it."_s,
         .consoleText =

@@ -199,6 +199,8 @@ bool Taskmill_Project::OpenProject(const QString &path)
         return false;
     // The open project may have been written to this very file.
     if (closing.IsSaved() && !left) {
+        // Before its file goes.
+        opened.database.reset();
         opened = Load(absolutePath, notices);
         if (!opened.problem.isEmpty())
             return report(opened.problem);

@@ -77,8 +77,7 @@ Taskmill_ProjectRecovery::Taskmill_ProjectRecovery(QStringList &notices)
 
 Taskmill_ProjectRecovery::~Taskmill_ProjectRecovery() = default;
 
-Taskmill_ProjectRecovery::Candidate
-Taskmill_ProjectRecovery::Open(std::unique_ptr<Taskmill_WorkingCopy> copy)
+Taskmill_ProjectRecovery::Candidate Taskmill_ProjectRecovery::Open(std::unique_ptr<Taskmill_WorkingCopy> copy)
 {
     Candidate candidate;
     candidate.project = copy->NotedProject();
@@ -108,11 +107,12 @@ void Taskmill_ProjectRecovery::SetAside(Candidate &candidate)
     candidate.database.reset();
     const QString aside = QDir::toNativeSeparators(candidate.copy->SetAside());
     candidate.copy.reset();
-    m_notices += candidate.IsNeverSaved()
-                     ? u"A project that was never saved cannot be recovered: its working copy is damaged and was kept as %1."_s
-                           .arg(aside)
-                     : u"The working copy of %1 is damaged and was kept as %2; the project file was opened."_s.arg(
-                           QDir::toNativeSeparators(candidate.project), aside);
+    m_notices +=
+        candidate.IsNeverSaved()
+            ? u"A project that was never saved cannot be recovered: its working copy is damaged and was kept as %1."_s
+                  .arg(aside)
+            : u"The working copy of %1 is damaged and was kept as %2; the project file was opened."_s.arg(
+                  QDir::toNativeSeparators(candidate.project), aside);
 }
 
 std::optional<Taskmill_LeftProject> Taskmill_ProjectRecovery::Take(Candidate &candidate)
@@ -125,8 +125,8 @@ std::optional<Taskmill_LeftProject> Taskmill_ProjectRecovery::Take(Candidate &ca
     Taskmill_LeftProject left;
     left.ProjectPath = candidate.project;
     left.Changes = candidate.changes;
-    left.FileHasChanged = !candidate.IsNeverSaved() &&
-                          store.Value(baseStampValue) != Taskmill_ContentStamp(candidate.project);
+    left.FileHasChanged =
+        !candidate.IsNeverSaved() && store.Value(baseStampValue) != Taskmill_ContentStamp(candidate.project);
     const QString boot = KilnUtil_ComputerData::BootID();
     left.IsSameBoot = !boot.isEmpty() && store.Value(bootValue) == boot;
     left.Database = std::move(candidate.database);
@@ -155,8 +155,9 @@ std::optional<Taskmill_LeftProject> Taskmill_ProjectRecovery::FindNeverSaved()
         }
         const QString path = QDir::toNativeSeparators(candidate.copy->Path());
         if (candidate.IsNeverSaved())
-            m_notices += u"Another project that was never saved was left behind, with %1: %2. A start without a project file takes up one after the other, with a window or without as they were."_s
-                             .arg(CountText(candidate.changes), path);
+            m_notices +=
+                u"Another project that was never saved was left behind, with %1: %2. A start without a project file takes up one after the other, with a window or without as they were."_s
+                    .arg(CountText(candidate.changes), path);
         else if (!QFileInfo::exists(candidate.project))
             m_notices += u"%1 of the project %2, whose file is gone, were left in %3."_s.arg(
                 CountText(candidate.changes), QDir::toNativeSeparators(candidate.project), path);
@@ -253,6 +254,6 @@ std::optional<QList<Taskmill_RunEnd>> Taskmill_EndLeftRuns(Taskmill_Database &da
 
 QString Taskmill_RecoveredNotice(int changes)
 {
-    return CountText(changes) +
-           (changes == 1 ? u" since the last save was recovered"_s : u" since the last save were recovered"_s);
+    return CountText(changes) + (changes == 1 ? u" since the last save was recovered"_s
+                                              : u" since the last save were recovered"_s);
 }

@@ -188,7 +188,8 @@ void Taskmill_QueueOwner::RemoveNow(QList<int> jobIDs)
             DeleteRow(job);
         return true;
     };
-    if (Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase())
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+    if (database && !removed.isEmpty())
         database->AsOneChange(deleteRows);
     // A job that has ended meanwhile would stay in the list.
     QueueUpdatedSlot();

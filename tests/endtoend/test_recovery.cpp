@@ -150,11 +150,10 @@ void TestRecovery::LosesNothingAndRunsNothingTwice_data()
 void TestRecovery::LosesNothingAndRunsNothingTwice()
 {
     QFETCH(bool, isSaved);
-    const QString program = Project().InputFile(u"program"_s,
-                                                "#!/bin/sh\n"
-                                                "echo run >>\"$3.runs\"\n"
-                                                "sleep 0.0$(($$ % 9))\n"
-                                                "exit \"$(cat \"$3\")\"\n");
+    const QString program = Project().InputFile(u"program"_s, "#!/bin/sh\n"
+                                                              "echo run >>\"$3.runs\"\n"
+                                                              "sleep 0.0$(($$ % 9))\n"
+                                                              "exit \"$(cat \"$3\")\"\n");
     QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     // A new project has it as one of the default types.
     qputenv("VELTRA_EXE", program.toLocal8Bit());
@@ -244,8 +243,9 @@ QString TestRecovery::ProblemOf(const Ledger &ledger, const ProjectRows &rows)
         const auto status =
             ReadTestFile(input) == "0" ? Taskmill_JobStatus::Completed : Taskmill_JobStatus::Failed;
         if (job.Status != status || RunsOf(input) != 1)
-            return u"Job %1 ran %2 times: %3"_s.arg(jobID).arg(RunsOf(input)).arg(
-                Taskmill_JobStatusText(job.Status));
+            return u"Job %1 ran %2 times: %3"_s.arg(jobID)
+                .arg(RunsOf(input))
+                .arg(Taskmill_JobStatusText(job.Status));
     }
     for (const QString &input : ledger.others) {
         if (RunsOf(input) > 1)
