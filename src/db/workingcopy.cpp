@@ -108,7 +108,11 @@ std::unique_ptr<Taskmill_WorkingCopy> Taskmill_WorkingCopy::Make()
         return nullptr;
     std::unique_ptr<Taskmill_WorkingCopy> copy{
         new Taskmill_WorkingCopy{folder + u'/' + prefix + RandomName()}};
-    return copy->m_lock.IsHeld() ? std::move(copy) : nullptr;
+    QFile file{copy->Path()};
+    // SQLite gives what it puts beside it the same rights.
+    const bool isMade = copy->m_lock.IsHeld() && file.open(QIODevice::WriteOnly | QIODevice::NewOnly,
+                                                           QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    return isMade ? std::move(copy) : nullptr;
 }
 
 std::vector<std::unique_ptr<Taskmill_WorkingCopy>> Taskmill_WorkingCopy::TakeAbandoned()

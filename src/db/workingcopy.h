@@ -15,7 +15,7 @@
 class Taskmill_WorkingCopy
 {
 public:
-    /// A place for a new one; there is no file yet. nullptr when no folder is fit for it.
+    /// A place for a new one, an empty file. nullptr when no folder is fit for it.
     [[nodiscard]] static std::unique_ptr<Taskmill_WorkingCopy> Make();
     /// All that were left behind, reserved for this process now, the last used first.
     [[nodiscard]] static std::vector<std::unique_ptr<Taskmill_WorkingCopy>> TakeAbandoned();

@@ -120,6 +120,7 @@ private Q_SLOTS:
     {
         QFETCH(WarnAnswer, answer);
         QFETCH(bool, isRecovered);
+        Queue().SetPaused(true);
         Submit(u"a.in"_s);
         BreakOff();
         RawDatabase{File()}.Execute({u"UPDATE Queues SET MaxRunningJobs = 7 WHERE Name = 'Long'"_s});
@@ -347,8 +348,10 @@ private:
     }
     void PutBackSnapshot() const
     {
-        for (const auto &[name, content] : m_snapshot.asKeyValueRange())
-            WriteTestFile(Folder().filePath(name), content);
+        for (const auto &[name, content] : m_snapshot.asKeyValueRange()) {
+            if (const QString path = Folder().filePath(name); !QFile::exists(path))
+                WriteTestFile(path, content);
+        }
     }
     void BreakOff()
     {
