@@ -69,7 +69,10 @@ private:
 
     [[nodiscard]] QStringList Arguments(bool isSaved) const
     {
-        return isSaved ? QStringList{u"-console"_s, Project().ProjectPath()} : QStringList{u"-console"_s};
+        QStringList arguments{u"-console"_s};
+        if (isSaved)
+            arguments += Project().ProjectPath();
+        return arguments;
     }
     /// Ends a manager by force while it starts.
     void StartInVain(const QStringList &arguments) const;
@@ -157,7 +160,7 @@ void TestRecovery::LosesNothingAndRunsNothingTwice()
     QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     // A new project has it as one of the default types.
     qputenv("VELTRA_EXE", program.toLocal8Bit());
-    QVERIFY(Project().AddType(u"Veltra"_s, program, u"@EXEFILE -nproc=0 -b @INFILE"_s));
+    QCOMPARE(RunCtl({u"project"_s, u"create"_s, Project().ProjectPath()}).status, 0);
 
     const int rounds = qEnvironmentVariableIntValue("TASKMILL_RECOVERY_ROUNDS");
     Ledger ledger;
