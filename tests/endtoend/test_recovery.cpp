@@ -188,13 +188,14 @@ void TestRecovery::StartInVain(const QStringList &arguments) const
 
 void TestRecovery::Work(const QStringList &arguments, Ledger &ledger)
 {
-    constexpr int longestWork = 400;
+    constexpr int longestWork = 300;
+    constexpr int mostJobs = 25;
     ManagerProcess manager{Project().Path({})};
     QVERIFY(manager.Start(arguments));
     manager.Type("set short limit 3\nunpause short jobs\n");
     {
         const RandomKill kill{manager.ProcessID(), longestWork};
-        for (int number = 0;; ++number) {
+        for (int number = 0; number < mostJobs; ++number) {
             const int code = number % 3;
             const QString input = Project().InputFile(
                 u"job%1.dat"_s.arg(ledger.accepted.size() + ledger.others.size()), QByteArray::number(code));
@@ -215,6 +216,8 @@ void TestRecovery::FinishAll(const QStringList &arguments)
 {
     ManagerProcess manager{Project().Path({})};
     QVERIFY(manager.Start(arguments));
+    for (int limit = 2; limit < 8; ++limit)
+        manager.Command("set short limit " + QByteArray::number(limit));
     manager.Command("unpause short jobs");
     QTRY_VERIFY_WITH_TIMEOUT(manager.Command("list short jobs").contains("is Empty"), 60'000);
     if (arguments.size() > 1) {
