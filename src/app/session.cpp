@@ -14,6 +14,7 @@
 #include <QApplication>
 #include <QTimer>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -23,10 +24,13 @@ namespace {
 std::unique_ptr<KilnUtil_RunKeepers> MakeKeepers()
 {
     const QString name = KilnUtil_RunKeepers::ProgramName();
-    const QString folder = name.isEmpty() ? QString{} : KilnUtil_MachineFolder();
-    if (folder.isEmpty())
+    if (name.isEmpty())
         return nullptr;
-    return KilnUtil_RunKeepers::Make(KilnUtil_FileSys::m_appDirPath + u'/' + name, folder + u"/runs"_s);
+    const QStringList folders = KilnUtil_MachineFolderPaths();
+    const auto folder = std::ranges::find_if(folders, KilnUtil_MakeMachineFolder);
+    if (folder == folders.end())
+        return nullptr;
+    return KilnUtil_RunKeepers::Make(KilnUtil_FileSys::m_appDirPath + u'/' + name, *folder + u"/runs"_s);
 }
 } // namespace
 
@@ -152,7 +156,7 @@ void Taskmill_Session::QuitAtOnce(Taskmill_Ending ending)
         return;
     m_manager.SetEnding(ending);
     const bool saved = m_manager.Project().SaveUnattended();
-    ShutDown();
+    ShutDown(Taskmill_Manager::End::Unattended);
     EndEventLoop(saved ? 0 : ExitStatusWithoutSaving);
 }
 
@@ -164,12 +168,12 @@ void Taskmill_Session::EndEventLoop(int status)
         QCoreApplication::exit(status);
 }
 
-void Taskmill_Session::ShutDown()
+void Taskmill_Session::ShutDown(Taskmill_Manager::End end)
 {
     if (m_manager.IsShutDown())
         return;
     m_server.Close();
-    m_manager.ShutDown();
+    m_manager.ShutDown(end);
     if (m_window)
         m_window->ShutDown();
     if (m_console)

@@ -51,7 +51,7 @@ public:
 
     /// Ends all jobs that are not to go on, closes the project and the front end; without effect the second
     /// time.
-    void ShutDown();
+    void ShutDown() { ShutDown(Taskmill_Manager::End::InOrder); }
     /// Saves a project that has a file and ends what is not to go on, when the process is about to end out of
     /// turn. No window is touched.
     void SaveBeforeAbruptEnd() { m_manager.SaveBeforeAbruptEnd(); }
@@ -70,6 +70,7 @@ private:
     void PutAway() override;
     [[nodiscard]] bool IsUserBusy() const override;
 
+    void ShutDown(Taskmill_Manager::End end);
     void StartConsole();
     void SpeakAtStart();
     void EndEventLoop(int status);

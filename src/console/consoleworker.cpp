@@ -5,6 +5,7 @@
 #include "console/consolepath.h"
 #include "console/consoleshell.h"
 #include "kilnutil/standardstreams.h"
+#include "manager/changedfiledialogue.h"
 #include "manager/closingdialogue.h"
 #include "manager/heldjobsdialogue.h"
 #include "manager/manager.h"
@@ -434,6 +435,10 @@ void Taskmill_Console_Worker::AskAtStart()
 {
     if (!m_console.Actions().AsksAtStart())
         return;
+    std::optional<Taskmill_ChangedFileDialogue> changedFile;
+    Converse([&] { return &changedFile.emplace(m_console.Actions().Project()); });
+    if (changedFile && !changedFile->RecoveredFile().isEmpty())
+        PrintSavedTo(changedFile->RecoveredFile());
     std::optional<Taskmill_HeldJobsDialogue> heldJobs;
     Converse([&] { return &heldJobs.emplace(m_console.Actions().QueuelessJobs()); });
     if (heldJobs && heldJobs->Released())

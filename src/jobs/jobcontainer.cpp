@@ -4,14 +4,21 @@
 #include "jobs/finishedjobstaker.h"
 #include "jobs/jobstore.h"
 #include "jobs/runofjob.h"
+#include "kilnutil/computerdata.h"
 #include "kilnutil/logging.h"
-#include "kilnutil/statefolder.h"
 #include "processes/runkeepers.h"
 
 #include <QSet>
+#include <QTimer>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
+
+namespace {
+/// A disk that is full now may not be so later.
+constexpr std::chrono::seconds nextTry{5};
+} // namespace
 
 Taskmill_JobContainer::Taskmill_JobContainer(QString name, const Taskmill_JobServices &services)
     : m_name{std::move(name)}
@@ -302,13 +309,19 @@ void Taskmill_JobContainer::Follow(Taskmill_Job &job)
 
 void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
 {
-    Follow(job);
     // Before the start: whatever ends this program from here on, the run is found again.
-    if (m_services.Keepers) {
-        job.SetRun(Taskmill_RunOfJob{m_services.Keepers->NewRunID(), KilnUtil_MachineID()}.Text());
-        if (m_services.Store.IsOpen() && !m_services.Store.StoreRun(job.Record()))
-            qCWarning(Taskmill_JobsLog, "Job %d: its run could not be stored", job.JobID());
+    if (m_services.Keepers)
+        job.SetRun(
+            Taskmill_RunOfJob{m_services.Keepers->NewRunID(), KilnUtil_ComputerData::MachineID()}.Text());
+    if (!m_services.Store.RecordStart(job.Record())) {
+        if (!std::exchange(m_triesAgain, true))
+            QTimer::singleShot(nextTry, this, [this] {
+                m_triesAgain = false;
+                Update();
+            });
+        return;
     }
+    Follow(job);
     if (!job.Start(m_services.Notifier, m_services.Keepers))
         qCWarning(Taskmill_JobsLog, "Job %d: the file for its standard input cannot be written", job.JobID());
 }

@@ -83,7 +83,8 @@ protected:
     void ReleaseJobs(const QList<Taskmill_Job *> &jobs);
     /// Starts what may start now and reports that the list has changed.
     virtual void Update() = 0;
-    /// A start that fails leaves the job Running without a process, where it counts against a limit.
+    /// A start that fails leaves the job Running without a process, where it counts against a limit. A job
+    /// whose start cannot be stored stays Pending, and is tried again some time later.
     void StartJob(Taskmill_Job &job);
     [[nodiscard]] QList<Taskmill_Job *> RunningJobs() const;
 
@@ -103,4 +104,5 @@ private:
     const Taskmill_JobServices m_services;
     QList<Taskmill_Job *> m_jobs;
     QMultiHash<int, Taskmill_Job *> m_jobsByID; ///< a project file may hold a number twice
+    bool m_triesAgain = false;                  ///< Update() is called when the time for another try has come
 };

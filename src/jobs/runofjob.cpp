@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/runofjob.h"
 
-#include "kilnutil/statefolder.h"
+#include "kilnutil/computerdata.h"
 
 Taskmill_RunOfJob::Taskmill_RunOfJob(const QString &text)
 {
@@ -14,5 +14,5 @@ Taskmill_RunOfJob::Taskmill_RunOfJob(const QString &text)
 
 bool Taskmill_RunOfJob::IsOfThisMachine() const
 {
-    return Machine == KilnUtil_MachineID();
+    return Machine == KilnUtil_ComputerData::MachineID();
 }

@@ -7,7 +7,7 @@
 struct Taskmill_RunOfJob
 {
     QString RunID;   ///< what KilnUtil_RunKeepers knows it by
-    QString Machine; ///< on which it runs, as KilnUtil_MachineID() has it
+    QString Machine; ///< on which it runs, as KilnUtil_ComputerData::MachineID() has it
 
     /// Both empty where the text is none.
     explicit Taskmill_RunOfJob(const QString &text);

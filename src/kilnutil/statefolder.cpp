@@ -5,13 +5,26 @@
 #include "kilnutil/registry.h"
 #include "wire/privatefolder.h"
 
+#include <QFileInfo>
 #include <QStorageInfo>
-#include <QSysInfo>
 #include <QtGlobal>
 
-#include <algorithm>
-
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+/// Locks of such file systems may be kept to oneself, or not at all.
+bool IsOnAnotherComputer(const QString &path)
+{
+    static const QList<QByteArray> types{"nfs",   "nfs4", "cifs", "smb3", "smbfs",     "afs",
+                                         "ncpfs", "9p",   "coda", "ceph", "fuse.sshfs"};
+    return types.contains(QStorageInfo{path}.fileSystemType());
+}
+
+QString FolderAbove(const QString &path)
+{
+    return QFileInfo{path}.path();
+}
+} // namespace
 
 QString KilnUtil_StateFolderPath()
 {
@@ -28,33 +41,23 @@ QString KilnUtil_StateFolder()
     return Taskmill_MakePrivateFolder(path.toStdString()) ? path : QString{};
 }
 
-QString KilnUtil_MachineID()
+QStringList KilnUtil_MachineFolderPaths()
 {
-    static const QString id = [] {
-        QString text = QString::fromLatin1(QSysInfo::machineUniqueId());
-        if (text.isEmpty())
-            text = QSysInfo::machineHostName();
-        const auto isOdd = [](QChar one) {
-            return !one.isLetterOrNumber() || one.unicode() > 127;
-        };
-        std::replace_if(text.begin(), text.end(), isOdd, u'-');
-        return text.isEmpty() ? u"computer"_s : text;
-    }();
-    return id;
+    QStringList paths{KilnUtil_StateFolderPath(), KilnUtil_LocalStateFolderPath()};
+    paths.removeAll(QString{});
+    for (QString &path : paths)
+        path += u'/' + KilnUtil_ComputerData::MachineID();
+    return paths;
 }
 
-QString KilnUtil_MachineFolder()
+bool KilnUtil_MakeMachineFolder(const QString &path)
 {
-    QString folder = KilnUtil_StateFolder();
-    if (folder.isEmpty())
-        return folder;
-    const QByteArray type = QStorageInfo{folder}.fileSystemType();
-    const bool isOnNetwork = type.startsWith("nfs") || type.startsWith("cifs") || type.startsWith("smb") ||
-                             type.startsWith("fuse.sshfs") || type.startsWith("afs");
-    if (isOnNetwork)
-        folder = u"/var/tmp/taskmill-%1"_s.arg(KilnUtil_ComputerData::UID());
-    if (isOnNetwork && !Taskmill_MakePrivateFolder(folder.toStdString()))
-        return {};
-    folder += u'/' + KilnUtil_MachineID();
-    return Taskmill_MakePrivateFolder(folder.toStdString()) ? folder : QString{};
+    return Taskmill_MakePrivateFolder(FolderAbove(path).toStdString()) &&
+           !IsOnAnotherComputer(FolderAbove(path)) && Taskmill_MakePrivateFolder(path.toStdString());
+}
+
+bool KilnUtil_IsMachineFolder(const QString &path)
+{
+    return Taskmill_IsPrivateFolder(FolderAbove(path).toStdString()) &&
+           Taskmill_IsPrivateFolder(path.toStdString());
 }

@@ -5,6 +5,7 @@
 #include "jobs/runofjob.h"
 #include "kilnutil/error.h"
 #include "kilnutil/registry.h"
+#include "manager/changedfiledialogue.h"
 #include "manager/heldjobsdialogue.h"
 #include "manager/recentprojects.h"
 #include "manager/spareproject.h"
@@ -48,7 +49,7 @@ Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, std::unique_ptr<
                       .Inspector = *m_inspector,
                       .Notifier = notifier,
                       .Keepers = m_keepers.get()}}
-    , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs, m_destinations, m_keepers.get()}
+    , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs, m_destinations, notifier, m_runs, m_keepers.get()}
     , m_submitter{m_store, m_jobNumbers, m_destinations}
     , m_runningJobs{*m_inspector, m_jobTypes}
 {
@@ -98,16 +99,16 @@ bool Taskmill_Manager::OpenStartUpProject(const QString &startUpFile)
     if (!lastDirectory.isEmpty() && QFileInfo{lastDirectory}.isDir())
         QDir::setCurrent(lastDirectory);
     Taskmill_DropMissingRecentProjects();
-    return file.isEmpty() ? m_project.NewProject() : m_project.OpenProject(file);
+    return file.isEmpty() ? m_project.OpenWithoutFile() : m_project.OpenProject(file);
 }
 
-QStringList Taskmill_Manager::NoticesAtStart(bool asksAboutJobs)
+QStringList Taskmill_Manager::NoticesAtStart(bool asks)
 {
-    QStringList notices;
-    const QString heldJobs =
-        asksAboutJobs ? QString{} : Taskmill_HeldJobsDialogue::Notice(*m_destinations.Queueless().List());
-    if (!heldJobs.isEmpty())
-        notices += heldJobs;
+    QStringList notices = m_project.Notices();
+    if (!asks)
+        notices += {Taskmill_ChangedFileDialogue::Notice(m_project),
+                    Taskmill_HeldJobsDialogue::Notice(*m_destinations.Queueless().List())};
+    notices.removeAll(QString{});
     const QStringList spareProjects = Taskmill_SpareProjects();
     for (const QString &path : spareProjects) {
         if (path != m_project.FilePath())
@@ -116,10 +117,15 @@ QStringList Taskmill_Manager::NoticesAtStart(bool asksAboutJobs)
     return notices;
 }
 
-void Taskmill_Manager::ShutDown()
+void Taskmill_Manager::ShutDown(End end)
 {
-    if (!std::exchange(m_isShutDown, true))
-        m_project.CloseProject(DoJobsGoOn());
+    if (std::exchange(m_isShutDown, true))
+        return;
+    const bool anyGoesOn = DoJobsGoOn() && m_project.IsAnyJobKept();
+    if (end == End::InOrder && !anyGoesOn)
+        m_project.CloseProject();
+    else
+        m_project.LeaveProject(anyGoesOn);
 }
 
 void Taskmill_Manager::SaveBeforeAbruptEnd()
@@ -127,9 +133,12 @@ void Taskmill_Manager::SaveBeforeAbruptEnd()
     if (m_isShutDown)
         return;
     m_project.SaveUnattended();
-    if (DoJobsGoOn())
+    const bool anyGoesOn = DoJobsGoOn() && m_project.IsAnyJobKept();
+    if (anyGoesOn)
         m_project.StoreJobsThatGoOn();
     else
         KilnUtil_RunKeepers::EndRunsAtOnce();
     KilnUtil_ProcessTree::KillRegisteredChildren();
+    if (!anyGoesOn)
+        m_project.RecordEndedRuns();
 }

@@ -10,6 +10,7 @@
 #include "manager/jobsubmitter.h"
 #include "manager/project.h"
 #include "manager/runningjobs.h"
+#include "manager/runsource.h"
 
 #include <memory>
 
@@ -42,16 +43,22 @@ public:
     /// be had.
     [[nodiscard]] bool OpenStartUpProject(const QString &startUpFile);
 
-    /// What the user must know when the program has started: spare projects of earlier sessions and, unless
-    /// he is asked about them, jobs that are held.
-    [[nodiscard]] QStringList NoticesAtStart(bool asksAboutJobs);
+    /// What the user must know when the program has started: what was recovered, spare projects of earlier
+    /// sessions and, unless he is asked about them, a project file that was changed elsewhere and jobs that
+    /// are held.
+    [[nodiscard]] QStringList NoticesAtStart(bool asks);
 
     /// What is to become of the jobs that run, when the program ends; Unasked at first.
     void SetEnding(Taskmill_Ending ending) { m_ending = ending; }
     /// Whether they can go on without the program.
     [[nodiscard]] bool HasKeepers() const { return m_keepers != nullptr; }
+    enum class End
+    {
+        InOrder,
+        Unattended ///< what is unsaved, and in no other file, stays for the next start
+    };
     /// Ends all jobs that are not to go on and closes the project; without effect the second time.
-    void ShutDown();
+    void ShutDown(End end = End::InOrder);
     [[nodiscard]] bool IsShutDown() const { return m_isShutDown; }
     /// Saves a project that has a file and ends what is not to go on, when the process is about to end out of
     /// turn.
@@ -70,6 +77,7 @@ private:
     KilnUtil_IDManager m_jobNumbers;
     Taskmill_FinishedJobs m_finishedJobs;
     Taskmill_Destinations m_destinations;
+    Taskmill_LostRuns m_runs;
     Taskmill_Project m_project;
     Taskmill_JobSubmitter m_submitter;
     Taskmill_RunningJobs m_runningJobs;

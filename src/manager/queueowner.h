@@ -33,8 +33,9 @@ public:
     /// The name that the user sees, such as "Long Jobs Queue".
     [[nodiscard]] QString ListName() const;
 
-    /// Adds the job, which the queue then owns, and records it and its number in the open database.
-    void Submit(Taskmill_Job *job);
+    /// Records the job and its number in the open database, then adds it to the queue, which owns it. False
+    /// when it cannot be recorded: the job is destroyed then.
+    bool Submit(Taskmill_Job *job);
     /// Fills the queue from the records of a project; a queue with a limit is paused with it.
     void Replace(const QList<Taskmill_JobRecord> &jobs);
     /// Removes all jobs, killing the running ones. Their rows stay: a saved project keeps them as waiting.
