@@ -16,6 +16,10 @@ if(MSVC)
 else()
     target_compile_options(taskmill_options INTERFACE -Wall -Wextra -Wpedantic -Werror)
 endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    # At -O3 it takes "a" + std::string() for an overlapping copy: https://gcc.gnu.org/bugzilla/show_bug.cgi?id=105329
+    target_compile_options(taskmill_options INTERFACE -Wno-restrict)
+endif()
 if(TASKMILL_SANITIZE)
     # The check of dynamic types needs a free descriptor for each look, and fails in the tests that leave none.
     target_compile_options(taskmill_options INTERFACE
@@ -23,17 +27,21 @@ if(TASKMILL_SANITIZE)
     target_link_options(taskmill_options INTERFACE -fsanitize=address,undefined)
 endif()
 
+include(${CMAKE_CURRENT_LIST_DIR}/PrecompiledHeaders.cmake)
+
 # One library per folder of src/: taskmill_library(name SOURCES... LINK targets...)
 function(taskmill_library name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
     add_library(${name} STATIC ${ARG_SOURCES})
     target_link_libraries(${name} PUBLIC taskmill_options ${ARG_LINK})
+    taskmill_use_precompiled_headers(${name})
 endfunction()
 
 function(taskmill_executable name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE taskmill_options ${ARG_LINK})
+    taskmill_use_precompiled_headers(${name})
 endfunction()
 
 # What the file manager of Windows shows of a program; nothing on other systems.

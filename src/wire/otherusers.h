@@ -12,8 +12,8 @@ public:
     Taskmill_OtherUsers(const Taskmill_OtherUsers &) = delete;
     Taskmill_OtherUsers &operator=(const Taskmill_OtherUsers &) = delete;
 
-    /// Whether one of them has a process or is logged in. Costs next to nothing while no process has been
-    /// started since the last time.
+    /// Whether one of them has a process or is logged in. Costs next to nothing while few processes
+    /// have been started since the last time.
     [[nodiscard]] bool AreAbout();
 
 private:

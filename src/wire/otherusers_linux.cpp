@@ -10,6 +10,7 @@
 #include <cstring>
 #include <fstream>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include <dirent.h>
@@ -23,6 +24,8 @@ using Clock = std::chrono::steady_clock;
 
 // A process that has taken another user's id since it was started is seen after so long.
 constexpr std::chrono::seconds longestTrust{1};
+// Of more processes that were started since, all are looked at again.
+constexpr unsigned long mostNewProcesses = 64;
 
 Taskmill_OrdinaryUsers UsersOfThisComputer()
 {
@@ -62,38 +65,57 @@ bool AnyNumberedEntry(const char *path, const Accepts &accepts)
 
 /// The number of the process that was started last, of those that this one can see; empty when the system
 /// does not say.
-std::string NewestProcess()
+std::optional<unsigned long> NewestProcess()
 {
     const int file = open("/proc/loadavg", O_RDONLY | O_CLOEXEC);
     if (file < 0)
         return {};
     std::array<char, 128> text{};
-    const ssize_t size = read(file, text.data(), text.size());
+    const ssize_t size = read(file, text.data(), text.size() - 1);
     close(file);
-    const std::string_view line{text.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
-    const std::size_t blank = line.rfind(' ');
-    return blank == std::string_view::npos ? std::string{} : std::string{line.substr(blank)};
+    std::string_view line{text.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
+    line = line.substr(0, line.find('\n'));
+    return NumberFrom(std::string{line.substr(line.rfind(' ') + 1)}.c_str());
 }
 } // namespace
 
 struct Taskmill_OtherUsers::System
 {
     const Taskmill_OrdinaryUsers users = UsersOfThisComputer();
-    std::string newestProcess; ///< at the last look
+    std::optional<unsigned long> newestProcess; ///< at the last look at all of them
     Clock::time_point lastLook;
     bool wereAbout = false;
 
-    [[nodiscard]] bool Look() const
+    [[nodiscard]] bool LookAtAll() const
     {
         return AnyNumberedEntry("/run/user", [this](unsigned long number, int,
                                                     const char *) { return users.Contains(number); }) ||
                AnyNumberedEntry("/proc", [this](unsigned long, int directory, const char *name) {
-                   struct stat status
-                   {
-                   };
-                   return fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-                          users.Contains(status.st_uid);
+                   return IsOfOthers(directory, name);
                });
+    }
+
+    /// Looks at what was started since the last look at all: a request that starts a job would else cost one.
+    /// Empty when that is not enough.
+    [[nodiscard]] std::optional<bool> LookAtNewOnes(std::optional<unsigned long> newest) const
+    {
+        if (!newest || !newestProcess || Clock::now() - lastLook >= longestTrust ||
+            *newest - *newestProcess > mostNewProcesses)
+            return {};
+        for (unsigned long process = *newestProcess + 1; process <= *newest; ++process) {
+            if (IsOfOthers(AT_FDCWD, ("/proc/" + std::to_string(process)).c_str()))
+                return true;
+        }
+        return wereAbout;
+    }
+
+private:
+    [[nodiscard]] bool IsOfOthers(int directory, const char *name) const
+    {
+        struct stat status
+        {
+        };
+        return fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && users.Contains(status.st_uid);
     }
 };
 
@@ -107,12 +129,11 @@ Taskmill_OtherUsers::~Taskmill_OtherUsers() = default;
 bool Taskmill_OtherUsers::AreAbout()
 {
     // Taken before the look, so that what is started meanwhile is looked at the next time.
-    const std::string newest = NewestProcess();
-    const Clock::time_point now = Clock::now();
-    if (!newest.empty() && newest == m_system->newestProcess && now - m_system->lastLook < longestTrust)
-        return m_system->wereAbout;
+    const std::optional<unsigned long> newest = NewestProcess();
+    if (const std::optional<bool> areAbout = m_system->LookAtNewOnes(newest))
+        return *areAbout;
     m_system->newestProcess = newest;
-    m_system->lastLook = now;
-    m_system->wereAbout = m_system->Look();
+    m_system->lastLook = Clock::now();
+    m_system->wereAbout = m_system->LookAtAll();
     return m_system->wereAbout;
 }

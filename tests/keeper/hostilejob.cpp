@@ -14,6 +14,9 @@
 
 namespace {
 constexpr int processes = 12;
+// Nobody may be left who ends them when a test was broken off.
+constexpr unsigned lifeSeconds = 120;
+const std::time_t endOfLife = std::time(nullptr) + lifeSeconds;
 
 void MarkReady(int number)
 {
@@ -29,6 +32,7 @@ void IgnoreEverything()
 
 [[noreturn]] void Linger()
 {
+    alarm(lifeSeconds);
     for (;;)
         pause();
 }
@@ -37,11 +41,12 @@ void IgnoreEverything()
 [[noreturn]] void Hop()
 {
     constexpr timespec pause{.tv_sec = 0, .tv_nsec = 1'000'000};
-    for (;;) {
+    while (std::time(nullptr) < endOfLife) {
         nanosleep(&pause, nullptr);
         if (fork() > 0)
             _exit(0);
     }
+    _exit(0);
 }
 
 /// Becomes one of the twelve; each is hidden in another way.
