@@ -115,7 +115,7 @@ int main(int argc, char **argv)
         QList<QStringList> rows;
         for (const Taskmill_JobRecord &job : jobs)
             rows.append(Taskmill_Listings::FinishedRow(job));
-        (void)Taskmill_Listings::Text({}, {}, Taskmill_Listings::FinishedHeaders(), rows);
+        (void)Taskmill_Listings::Text({}, {}, Taskmill_Listings::FinishedHeaders(), rows, 0);
     });
 
     report.Add("saving", saving, "ms", {"online backup to a file", copying, 1.5});

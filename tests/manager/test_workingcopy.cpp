@@ -6,6 +6,7 @@
 #include "kilnutil/computerdata.h"
 #include "kilnutil/statefolder.h"
 #include "manager/changedfiledialogue.h"
+#include "manager/projectrecovery.h"
 #include "support/filesizelimit.h"
 #include "support/testmanager.h"
 
@@ -101,10 +102,20 @@ private Q_SLOTS:
             QVERIFY(m_manager->Project().OpenProject(File()));
             QVERIFY(m_manager->Project().IsRecovered());
         }
+        Submit(u"b.in"_s);
+        QVERIFY(m_manager->Project().SaveProjectAs(File()));
+        // Nothing is unsaved, but a job runs.
+        BreakOff();
+        QVERIFY(m_manager->Project().OpenProject(File()));
+        QCOMPARE(FinishedTexts(), (QStringList{u"1 Crashed"_s, u"2 Crashed"_s}));
         QVERIFY(m_manager->Project().SaveProjectAs(File()));
         BreakOff();
         QVERIFY(m_manager->Project().OpenProject(File()));
         QVERIFY(!m_manager->Project().IsRecovered() && !m_manager->Project().HasUnsavedChanges());
+        Submit(u"c.in"_s);
+        // Another manager that looks for what was left behind does not find this one.
+        QStringList notices;
+        QVERIFY(!Taskmill_ProjectRecovery{notices}.Find(Taskmill_ProjectLock{File()}));
     }
 
     void FileChangedElsewhereIsAskedAbout_data()
