@@ -309,8 +309,8 @@ bool Taskmill_Database::RecordStart(const Taskmill_JobRecord &job)
         return true;
     return Untracked([&] {
         const bool isRunStored =
-            job.Run.isEmpty() || AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID,
-                                                   Taskmill_FieldsOfJob(job));
+            job.Run.isEmpty() ||
+            AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID, Taskmill_FieldsOfJob(job));
         return isRunStored && m_longJobs.RecordStart(job.JobID) && m_shortJobs.RecordStart(job.JobID) &&
                m_queuelessJobs.RecordStart(job.JobID) && m_workingCopy.AddRun(job.JobID);
     });

@@ -566,9 +566,8 @@ QString Taskmill_Project::WindowTitle() const
 
 bool Taskmill_Project::IsAnyJobKept()
 {
-    return std::ranges::any_of(m_destinations.All(), [](const Taskmill_QueueOwner *owner) {
-        return owner->Jobs().IsAnyKept();
-    });
+    return std::ranges::any_of(m_destinations.All(),
+                               [](const Taskmill_QueueOwner *owner) { return owner->Jobs().IsAnyKept(); });
 }
 
 void Taskmill_Project::StoreJobsThatGoOn()

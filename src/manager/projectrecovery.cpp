@@ -220,7 +220,7 @@ void Taskmill_RecordSaving(Taskmill_Database &database, Taskmill_WorkingCopy &co
 }
 
 std::optional<QList<Taskmill_EndedRun>> Taskmill_EndLeftRuns(Taskmill_Database &database,
-                                                           Taskmill_RunSource &source)
+                                                             Taskmill_RunSource &source)
 {
     struct Table
     {

@@ -75,7 +75,7 @@ void Taskmill_GiveUpWorkingCopy(Taskmill_Database &database);
 /// Ends the jobs that ran when the manager was ended by force, as the source says: they leave the tables of
 /// waiting jobs for that of the finished ones. Nothing when that cannot be stored.
 [[nodiscard]] std::optional<QList<Taskmill_EndedRun>> Taskmill_EndLeftRuns(Taskmill_Database &database,
-                                                                         Taskmill_RunSource &source);
+                                                                           Taskmill_RunSource &source);
 
 /// "12 changes since the last save were recovered".
 [[nodiscard]] QString Taskmill_RecoveredNotice(int changes);

@@ -202,7 +202,8 @@ private:
     {
         m_job = std::make_unique<Taskmill_Job>(record);
         if (m_keepers)
-            m_job->SetRun(Taskmill_RunOfJob{m_keepers->NewRunID(), KilnUtil_ComputerData::MachineID()}.Text());
+            m_job->SetRun(
+                Taskmill_RunOfJob{m_keepers->NewRunID(), KilnUtil_ComputerData::MachineID()}.Text());
         m_finished = std::make_unique<QSignalSpy>(m_job.get(), &Taskmill_Job::JobFinishedSignal);
     }
     /// Runs the job to its end; returns its status.
