@@ -308,10 +308,10 @@ bool Taskmill_Database::RecordStart(const Taskmill_JobRecord &job)
     if (!IsOpen())
         return true;
     return Untracked([&] {
-        const bool isRunStored =
-            job.Run.isEmpty() ||
-            AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID, Taskmill_FieldsOfJob(job));
-        return isRunStored && m_longJobs.RecordStart(job.JobID) && m_shortJobs.RecordStart(job.JobID) &&
+        // Where its run is found.
+        return AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID,
+                                 Taskmill_FieldsOfJob(job)) &&
+               m_longJobs.RecordStart(job.JobID) && m_shortJobs.RecordStart(job.JobID) &&
                m_queuelessJobs.RecordStart(job.JobID) && m_workingCopy.AddRun(job.JobID);
     });
 }

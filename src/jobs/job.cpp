@@ -91,6 +91,9 @@ bool Taskmill_Job::Start(Taskmill_Notifier &notifier, KilnUtil_RunKeepers *keepe
     if (const QString runID = Taskmill_RunOfJob{m_record.Run}.RunID; keepers && !runID.isEmpty())
         m_process->SetKeeper(*keepers, runID);
     m_process->Start();
+    // The keepers may be out of order.
+    if (!m_process->IsKept())
+        m_record.Run.clear();
     return true;
 }
 

@@ -324,4 +324,7 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
     Follow(job);
     if (!job.Start(m_services.Notifier, m_services.Keepers))
         qCWarning(Taskmill_JobsLog, "Job %d: the file for its standard input cannot be written", job.JobID());
+    // It was started without a keeper after all: nobody is to look for its run.
+    if (m_services.Keepers && job.Record().Run.isEmpty())
+        m_services.Store.RecordStart(job.Record());
 }

@@ -63,7 +63,7 @@ private:
         std::function<void()> alsoWrite;
     };
 
-    static bool Record(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite);
+    bool Record(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite);
     void LeaveOutputToDatabase(Taskmill_JobRecord &job);
 
     QList<Taskmill_JobRecord> m_jobs;
