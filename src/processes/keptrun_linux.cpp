@@ -164,7 +164,7 @@ bool KilnUtil_KeptRun::TakeReport(const Taskmill_RunReport &report)
     }
     case Kind::Lost:
         m_state = State::Lost;
-        if (m_keepers)
+        if (m_keepers && !m_isSwept)
             m_keepers->AwaitSweep(*this, m_isFromThisNursery);
         else
             TakeSwept();
@@ -188,6 +188,8 @@ QString KilnUtil_KeptRun::ReasonOfFailedStart(const Taskmill_RunReport &report) 
 
 void KilnUtil_KeptRun::TakeSwept()
 {
+    // It comes on another connection, so perhaps before the run is known to be lost.
+    m_isSwept = true;
     if (m_state != State::Lost)
         return;
     Finish({.How = KilnUtil_RunEnd::Kind::Unknown,

@@ -70,6 +70,7 @@ private:
     qint64 m_processID = 0;
     State m_state = State::Running;
     bool m_isFromThisNursery = true;
+    bool m_isSwept = false;
     std::string m_inputPath;
     std::string m_outputPath;
 };
