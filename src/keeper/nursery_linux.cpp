@@ -72,6 +72,8 @@ int Taskmill_KeeperNursery::Run()
 bool Taskmill_KeeperNursery::OpenJournal()
 {
     constexpr mode_t ownerOnly = 0600;
+    // Whoever tidies up takes a journal for an old one while nobody has locked it.
+    const Taskmill_ClaimLock tidying{"."};
     const int journal = open(("journal/" + Taskmill_NewRunID()).c_str(),
                              O_RDWR | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, ownerOnly);
     // Shared with the keepers: it ends with the last of them.

@@ -283,7 +283,7 @@ void TestAppWindow::QuitsWhileADialogIsOpen()
     bool opened = false;
     WhenDialogIsOpen([&](QDialog &) {
         opened = true;
-        place.session.QuitAtOnceSlot();
+        place.session.QuitAtOnce(Taskmill_Ending::Unasked);
     });
     QVERIFY(!client.Answer().startsWith("accepted="));
     QVERIFY(opened);
