@@ -302,8 +302,9 @@ void TestAppWindow::NothingIsLostAtTheExit()
     QVERIFY(!Client{place.SubmitLines(u"a.one"_s, "jobtypename=One")}.Answer().isEmpty());
     place.appWindow.SystemTrayHideWindowSlot();
     QVERIFY(!exit({WarnAnswer::No}));
-    QVERIFY(place.prompt.asked.last().text.endsWith(
-        u"\n\n1 job is running and will be ended.\nNo job is waiting."_s));
+    QVERIFY2(place.prompt.asked.last().text.endsWith(
+                 u"\n\n1 job is running and will be ended.\nNo job is waiting."_s),
+             qPrintable(place.prompt.asked.last().text));
     QVERIFY(place.Window().isVisible()); // the question needs its window
     QVERIFY(!exit({WarnAnswer::Yes, WarnAnswer::Cancel}));
     // Without a name the project cannot be saved, which is a cancellation too.
