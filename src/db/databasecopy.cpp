@@ -12,6 +12,7 @@
 #include <QFileInfo>
 #include <QRandomGenerator>
 
+#include <filesystem>
 #include <limits>
 #include <memory>
 
@@ -117,6 +118,15 @@ int Load(sqlite3 *database, const QString &path, QString &reason)
     return result == SQLITE_OK ? CopyContent(source.get(), database) : result;
 }
 
+/// Without waiting until it is on the disk, as Qt would.
+bool CopyBytes(const QString &path, const QString &newFile)
+{
+    std::error_code error;
+    return std::filesystem::copy_file(QFileInfo{path}.filesystemAbsoluteFilePath(),
+                                      QFileInfo{newFile}.filesystemAbsoluteFilePath(), error) &&
+           QFile::setPermissions(newFile, ownerOnly);
+}
+
 /// The same into a new file.
 int LoadIntoFile(const QString &newFile, const QString &path, QString &reason)
 {
@@ -127,8 +137,7 @@ int LoadIntoFile(const QString &newFile, const QString &path, QString &reason)
     // The system copies faster, but not what stands in a log beside the file. The lock that keeps others from
     // changing it goes with the closing of another handle, when the copy is complete.
     if (QFileInfo{path + u"-wal"_s}.size() == 0)
-        return QFile::copy(path, newFile) && QFile::setPermissions(newFile, ownerOnly) ? SQLITE_OK
-                                                                                       : SQLITE_FULL;
+        return CopyBytes(path, newFile) ? SQLITE_OK : SQLITE_FULL;
     FileDatabase copy;
     result = OpenFile(newFile, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, copy);
     if (result == SQLITE_OK)
