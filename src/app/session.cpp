@@ -11,6 +11,7 @@
 #include <QApplication>
 #include <QTimer>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -77,7 +78,9 @@ void Taskmill_Session::StartConsole()
     auto terminal = Taskmill_MakeConsoleTerminal();
     const bool asksAtStart = !m_options.Unattended && terminal->IsInteractive();
     QStringList notices = m_manager.NoticesAtStart(asksAtStart);
-    if (!m_manager.Project().FilePath().isEmpty())
+    const auto queues = m_manager.Destinations().Queues();
+    if (!m_manager.Project().FilePath().isEmpty() &&
+        std::ranges::all_of(queues, &Taskmill_JobQueue::IsPaused))
         notices.prepend(
             u"The queues of an opened project are paused: \"unpause long jobs\" and \"unpause short jobs\" resume them."_s);
     Taskmill_ConsoleContext context{
