@@ -55,34 +55,6 @@ QString ProblemOfFile(const QString &path)
     return {};
 }
 
-/// What stands against a project's content.
-QString ProblemOfContent(Taskmill_Database &database)
-{
-    QString version;
-    if (!database.GetGeneralData(u"Version"_s, version))
-        return u"The specified file is not a Taskmill project:\n\n%1"_s;
-    if (!Taskmill_IsProject(database))
-        return u"The specified file is a Taskmill project of another version:\n\n%1"_s;
-    // Without one of them jobs would be lost.
-    if (!database.CompleteTables())
-        return u"The specified file is a damaged Taskmill project:\n\n%1"_s;
-    return {};
-}
-
-/// The same for that of a file, which the database is to take over.
-QString ProblemOfTaking(Taskmill_Database &database, const QString &path)
-{
-    QString reason;
-    const bool loaded = database.LoadFromFile(path, &reason);
-    if (!loaded && !reason.isEmpty())
-        return u"The specified file cannot be opened as a Taskmill project:\n\n%1\n\n%2"_s.arg(u"%1"_s,
-                                                                                               reason);
-    if (!loaded)
-        return u"The specified file is not a Taskmill project, is damaged or is in use by another program:\n\n%1\n\n(%2)"_s
-            .arg(u"%1"_s, database.LastErrorMessage());
-    return ProblemOfContent(database);
-}
-
 /// The name of a new file beside a project's own.
 QString FileBeside(const QString &path)
 {
@@ -185,7 +157,7 @@ bool Taskmill_Project::OpenProject(const QString &path)
     // A bad file is not to cost the project that is open.
     QStringList notices;
     auto left = Taskmill_ProjectRecovery{notices}.Find(lock ? *lock : *m_lock);
-    if (left && !ProblemOfContent(*left->Database).isEmpty())
+    if (left && !Taskmill_ProblemOfProject(*left->Database).isEmpty())
         left.reset();
     OpenedFile opened;
     if (!left) {
@@ -229,13 +201,13 @@ Taskmill_Project::OpenedFile Taskmill_Project::Load(const QString &path, QString
     opened.contentStamp = Taskmill_ContentStamp(path);
     opened.copy = Taskmill_WorkingCopy::Make();
     opened.database = NewDatabase(opened.copy.get());
-    opened.problem = ProblemOfTaking(*opened.database, path);
+    opened.problem = Taskmill_LoadProject(*opened.database, path);
     if (opened.problem.isEmpty() || !opened.copy)
         return opened;
     // The disk of the working copy may be full.
     opened.database = NewDatabase(nullptr);
     opened.copy.reset();
-    opened.problem = ProblemOfTaking(*opened.database, path);
+    opened.problem = Taskmill_LoadProject(*opened.database, path);
     if (opened.problem.isEmpty())
         notices += noWorkingCopy;
     return opened;
@@ -293,7 +265,7 @@ bool Taskmill_Project::OpenWithoutFile()
 {
     QStringList notices;
     auto left = Taskmill_ProjectRecovery{notices}.FindNeverSaved();
-    if (left && !ProblemOfContent(*left->Database).isEmpty())
+    if (left && !Taskmill_ProblemOfProject(*left->Database).isEmpty())
         left.reset();
     CloseProject();
     const bool isOpen = (left && TakeUp(std::move(*left), {})) || NewProject();
