@@ -18,7 +18,8 @@ using namespace Qt::Literals::StringLiterals;
 
 Taskmill_Session::Taskmill_Session(Taskmill_SessionOptions options)
     : m_options{std::move(options)}
-    , m_manager{m_notifier}
+    , m_manager{m_notifier,
+                Taskmill_IsGuiMode() ? Taskmill_ReadOnlyProjects::Refuse : Taskmill_ReadOnlyProjects::Open}
     , m_window{Taskmill_IsGuiMode() ? std::make_unique<Taskmill_AppWindow>(m_manager) : nullptr}
     , m_dispatcher{m_manager, *this}
     , m_server{m_dispatcher}
@@ -123,6 +124,11 @@ void Taskmill_Session::PutAway()
 bool Taskmill_Session::IsUserBusy() const
 {
     return QApplication::activeModalWidget() || QApplication::activePopupWidget();
+}
+
+void Taskmill_Session::QuitLater()
+{
+    QMetaObject::invokeMethod(this, &Taskmill_Session::QuitAtOnceSlot, Qt::QueuedConnection);
 }
 
 void Taskmill_Session::ExitSlot()

@@ -8,7 +8,7 @@
 #include <functional>
 #include <optional>
 
-class Taskmill_JobQueue;
+class Taskmill_Destinations;
 class Taskmill_Manager;
 class Taskmill_Project;
 class Taskmill_QueueOwner;
@@ -50,7 +50,7 @@ public:
     [[nodiscard]] QString SetPaused(Taskmill_Destination queue, bool paused) const;
     [[nodiscard]] QString SetLimit(Taskmill_Destination queue, int maxRunningJobs) const;
 
-    /// Whether anything is asked before the first prompt; never changes, so that any thread may read it.
+    /// Whether anything is asked before the first prompt.
     [[nodiscard]] bool AsksAtStart() const { return m_context.AsksAtStart; }
     /// These let held jobs run again, and say what came of it.
     [[nodiscard]] QString RunHeldJobs() const;
@@ -65,6 +65,7 @@ public:
     [[nodiscard]] const Taskmill_JobRecord *FindRecord(int jobID) const;
 
     [[nodiscard]] QStringList Notices() const { return m_context.Notices; }
+    [[nodiscard]] Taskmill_Destinations &Destinations() const;
     [[nodiscard]] Taskmill_Project &Project() const;
     [[nodiscard]] Taskmill_QueuelessJobsList &QueuelessJobs() const;
     void Exit() const { m_context.Exit(); }

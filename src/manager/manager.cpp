@@ -13,11 +13,12 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
-Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier)
+Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnlyProjects readOnlyProjects)
     : m_inspector{Taskmill_MakeProcessInspector()}
     , m_jobTypes{m_store}
     , m_destinations{m_finishedJobs,
@@ -25,7 +26,7 @@ Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier)
                       .FinishedJobs = m_finishedJobs,
                       .Inspector = *m_inspector,
                       .Notifier = notifier}}
-    , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs, m_destinations, notifier, m_runs}
+    , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs, m_destinations, notifier, m_runs, readOnlyProjects}
     , m_submitter{m_store, m_jobNumbers, m_destinations}
     , m_runningJobs{*m_inspector, m_jobTypes}
 {
@@ -59,6 +60,15 @@ QStringList Taskmill_Manager::NoticesAtStart(bool asks)
             notices += Taskmill_SpareProjectNotice(path);
     }
     return notices;
+}
+
+const Taskmill_JobRecord *Taskmill_Manager::FindJob(int jobID)
+{
+    if (Taskmill_QueueOwner *owner = m_destinations.OwnerOfJob(jobID))
+        return &owner->Jobs().FindByJobID(jobID)->Record();
+    const QList<Taskmill_JobRecord> &finished = m_finishedJobs.Jobs();
+    const auto job = std::ranges::find(finished, jobID, &Taskmill_JobRecord::JobID);
+    return job == finished.end() ? nullptr : &*job;
 }
 
 void Taskmill_Manager::ShutDown(End end)

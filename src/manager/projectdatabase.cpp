@@ -22,9 +22,10 @@ bool Taskmill_FillNewProject(Taskmill_Database &database, Taskmill_JobTypeList &
         return false;
     // The first row gets the key 0 and the second 1: the queue keys that job types and finished jobs refer
     // to.
-    if (!database.InsertQueue(u"Long"_s, limitOfNewQueue, nullptr) ||
-        !database.InsertQueue(u"Short"_s, limitOfNewQueue, nullptr))
-        return false;
+    for (const auto queue : {Taskmill_Destination::Long, Taskmill_Destination::Short}) {
+        if (!database.InsertQueue(Taskmill_NamesOf(queue).Stored, limitOfNewQueue, nullptr))
+            return false;
+    }
     jobTypes.Clear();
     jobTypes.AddDefaults();
     return true;
