@@ -114,8 +114,8 @@ int main(int argc, char **argv)
     const double listing = Bench::MilliSeconds([&] {
         QList<QStringList> rows;
         for (const Taskmill_JobRecord &job : jobs)
-            rows.append(Taskmill_Listings::FinishedRow(job));
-        (void)Taskmill_Listings::Text({}, {}, Taskmill_Listings::FinishedHeaders(), rows, 0);
+            rows.append(Taskmill_Listings::FinishedJobs().Row(job));
+        (void)Taskmill_Listings::FinishedJobs().Listing({}, {}, rows, 0);
     });
 
     report.Add("saving", saving, "ms", {"online backup to a file", copying, 1.5});

@@ -36,7 +36,9 @@ std::unique_ptr<KilnUtil_RunKeepers> MakeKeepers()
 
 Taskmill_Session::Taskmill_Session(Taskmill_SessionOptions options)
     : m_options{std::move(options)}
-    , m_manager{m_notifier, MakeKeepers()}
+    , m_manager{m_notifier,
+                Taskmill_IsGuiMode() ? Taskmill_ReadOnlyProjects::Refuse : Taskmill_ReadOnlyProjects::Open,
+                MakeKeepers()}
     , m_window{Taskmill_IsGuiMode() ? std::make_unique<Taskmill_AppWindow>(m_manager) : nullptr}
     , m_dispatcher{m_manager, *this}
     , m_server{m_dispatcher}
@@ -96,7 +98,9 @@ void Taskmill_Session::StartConsole()
     auto terminal = Taskmill_MakeConsoleTerminal();
     const bool asksAtStart = !m_options.Unattended && terminal->IsInteractive();
     QStringList notices = m_manager.NoticesAtStart(asksAtStart);
-    if (!m_manager.Project().FilePath().isEmpty())
+    const auto queues = m_manager.Destinations().Queues();
+    if (!m_manager.Project().FilePath().isEmpty() &&
+        std::ranges::all_of(queues, &Taskmill_JobQueue::IsPaused))
         notices.prepend(
             u"The queues of an opened project are paused: \"unpause long jobs\" and \"unpause short jobs\" resume them."_s);
     Taskmill_ConsoleContext context{
@@ -139,6 +143,12 @@ void Taskmill_Session::PutAway()
 bool Taskmill_Session::IsUserBusy() const
 {
     return QApplication::activeModalWidget() || QApplication::activePopupWidget();
+}
+
+void Taskmill_Session::QuitLater()
+{
+    QMetaObject::invokeMethod(
+        this, [this] { QuitAtOnce(Taskmill_Ending::AskedToEnd); }, Qt::QueuedConnection);
 }
 
 void Taskmill_Session::ExitSlot()

@@ -2,8 +2,10 @@
 #pragma once
 
 #include "manager/manager.h"
+#include "requests/frontend.h"
 #include "requests/notificationsender.h"
 #include "requests/requestdispatcher.h"
+#include "requests/requestserver.h"
 
 #include <QObject>
 
@@ -69,6 +71,7 @@ private:
     void ShowInFront() override;
     void PutAway() override;
     [[nodiscard]] bool IsUserBusy() const override;
+    void QuitLater() override;
 
     void ShutDown(Taskmill_Manager::End end);
     void StartConsole();

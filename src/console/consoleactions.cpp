@@ -2,55 +2,13 @@
 #include "console/consoleactions.h"
 
 #include "jobs/queuelessjobslist.h"
+#include "manager/jobtext.h"
 #include "manager/listings.h"
 #include "manager/manager.h"
-#include "manager/timetext.h"
 
-#include <algorithm>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-QString PlaceholderText(const Taskmill_PlaceholderValues &values)
-{
-    QStringList texts;
-    for (const auto &[name, value] : values)
-        texts += name + u'=' + value;
-    return texts.join(u", "_s);
-}
-
-/// Every field of a job with the name under which it is shown.
-QList<std::pair<QString, QString>> FieldsOf(const Taskmill_JobRecord &job)
-{
-    return {
-        {u"Job ID"_s, QString::number(job.JobID)},
-        {u"Name"_s, job.Name},
-        {u"Status"_s, Taskmill_JobStatusText(job.Status)},
-        {u"Job Type"_s, job.JobType.Name},
-        {u"Queue"_s, job.QueueName},
-        {u"Job Class"_s, job.JobClass},
-        {u"Executable Path"_s, job.JobType.ExecutablePath},
-        {u"Command Line"_s, job.CommandLine()},
-        {u"Input File"_s, job.InputFilePath},
-        {u"Second Input File"_s, job.InputFilePath2},
-        {u"Output File"_s, job.OutputFile},
-        {u"Standard Input File"_s, job.StandardInputFile},
-        {u"Standard Output File"_s, job.StandardOutputFile},
-        {u"Checkpoint File"_s, job.CheckpointFile},
-        {u"Second Checkpoint File"_s, job.CheckpointFile2},
-        {u"Placeholders"_s, PlaceholderText(job.PlaceholderValues)},
-        {u"Submitted"_s, Taskmill_TimeText(job.Submitted)},
-        {u"Started"_s, Taskmill_TimeText(job.Started)},
-        {u"Finished"_s, Taskmill_TimeText(job.Finished)},
-        {u"Client"_s, job.ClientName},
-        {u"Client Application"_s, job.ClientAppName},
-        {u"Client Address"_s, job.ClientAddress + u':' + QString::number(job.ClientPort)},
-        {u"Client User and Group"_s, u"%1:%2"_s.arg(job.ClientUID).arg(job.ClientGID)},
-        {u"Client Is Notified"_s, job.ClientNotification ? u"yes"_s : u"no"_s},
-    };
-}
-} // namespace
 
 Taskmill_ConsoleActions::Taskmill_ConsoleActions(Taskmill_ConsoleContext context)
     : m_context{std::move(context)}
@@ -85,9 +43,8 @@ QString Taskmill_ConsoleActions::JobTypeListing(int width) const
     QList<QStringList> rows;
     const QList<Taskmill_JobType> jobTypes = m_context.Manager.JobTypes().GetAll();
     for (const Taskmill_JobType &jobType : jobTypes)
-        rows.append(Taskmill_Listings::JobTypeRow(jobType));
-    return Taskmill_Listings::Text(u"\nJob Types\n"_s, u"\nJob Types List is Empty\n\n"_s,
-                                   Taskmill_Listings::JobTypeHeaders(), rows, width);
+        rows.append(Taskmill_Listings::JobTypes().Row(jobType));
+    return Taskmill_Listings::JobTypes().Listing(u"Job Types"_s, u"Job Types List"_s, rows, width);
 }
 
 QString Taskmill_ConsoleActions::JobText(int jobID) const
@@ -97,22 +54,7 @@ QString Taskmill_ConsoleActions::JobText(int jobID) const
     const Taskmill_JobRecord *job = FindRecord(jobID);
     if (!job)
         return u"\n<Taskmill> There is no job %1.\n\n"_s.arg(jobID);
-
-    const QList<std::pair<QString, QString>> fields = FieldsOf(*job);
-    qsizetype width = 0;
-    for (const auto &[name, value] : fields)
-        width = qMax(width, name.size());
-    QString text = u"\n"_s;
-    for (const auto &[name, value] : fields) {
-        // A value of several lines goes on below its first one.
-        QString shown = value;
-        shown.replace("\n"_L1, u'\n' + QString{width + 2, u' '});
-        text += name.leftJustified(width) + u"  "_s + shown + u'\n';
-    }
-    text += u"\nstdout and stderr:\n"_s + m_context.Manager.FinishedJobs().OutputOf(*job);
-    if (!text.endsWith(u'\n'))
-        text += u'\n';
-    return text + u'\n';
+    return u'\n' + Taskmill_JobText(*job, m_context.Manager.FinishedJobs().OutputOf(*job)) + u'\n';
 }
 
 QStringList Taskmill_ConsoleActions::JobTypeNames() const
@@ -125,14 +67,10 @@ Taskmill_JobType Taskmill_ConsoleActions::FindJobType(const QString &nameOrNumbe
 {
     m_context.Manager.JobTypes().Refresh();
     const QList<Taskmill_JobType> jobTypes = m_context.Manager.JobTypes().GetAll();
-    for (const Taskmill_JobType &jobType : jobTypes) {
-        if (jobType.Name.compare(nameOrNumber, Qt::CaseInsensitive) == 0)
-            return jobType;
-    }
+    const Taskmill_JobType named = Taskmill_JobTypeNamed(jobTypes, nameOrNumber);
     bool isNumber = false;
     const int number = nameOrNumber.toInt(&isNumber);
-    const auto found = std::ranges::find(jobTypes, number, &Taskmill_JobType::JobTypeID);
-    return isNumber && found != jobTypes.end() ? *found : Taskmill_JobType{};
+    return named.IsEmpty() && isNumber ? Taskmill_JobTypeWithID(jobTypes, number) : named;
 }
 
 QString Taskmill_ConsoleActions::AddFile(const QString &filePath, const Taskmill_JobType &jobType,
@@ -146,6 +84,11 @@ QString Taskmill_ConsoleActions::AddFile(const QString &filePath, const Taskmill
     const QString listName = m_context.Manager.Destinations().OwnerOf(destination)->ListName();
     return u"\n<Taskmill> Job %1 was added to the %2%3.\n\n"_s.arg(
         QString::number(*jobID), listName, queue && queue->IsPaused() ? u", which is paused"_s : QString{});
+}
+
+Taskmill_Destinations &Taskmill_ConsoleActions::Destinations() const
+{
+    return m_context.Manager.Destinations();
 }
 
 Taskmill_Project &Taskmill_ConsoleActions::Project() const
@@ -210,9 +153,5 @@ Taskmill_QueueOwner *Taskmill_ConsoleActions::OwnerOfJob(int jobID) const
 
 const Taskmill_JobRecord *Taskmill_ConsoleActions::FindRecord(int jobID) const
 {
-    if (Taskmill_QueueOwner *owner = OwnerOfJob(jobID))
-        return &owner->Jobs().FindByJobID(jobID)->Record();
-    const QList<Taskmill_JobRecord> &finished = m_context.Manager.FinishedJobs().Jobs();
-    const auto job = std::ranges::find(finished, jobID, &Taskmill_JobRecord::JobID);
-    return job == finished.end() ? nullptr : &*job;
+    return m_context.Manager.FindJob(jobID);
 }

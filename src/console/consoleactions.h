@@ -9,7 +9,7 @@
 #include <optional>
 
 enum class Taskmill_Ending;
-class Taskmill_JobQueue;
+class Taskmill_Destinations;
 class Taskmill_Manager;
 class Taskmill_Project;
 class Taskmill_QueueOwner;
@@ -51,7 +51,7 @@ public:
     [[nodiscard]] QString SetPaused(Taskmill_Destination queue, bool paused) const;
     [[nodiscard]] QString SetLimit(Taskmill_Destination queue, int maxRunningJobs) const;
 
-    /// Whether anything is asked before the first prompt; never changes, so that any thread may read it.
+    /// Whether anything is asked before the first prompt.
     [[nodiscard]] bool AsksAtStart() const { return m_context.AsksAtStart; }
     /// These let held jobs run again, and say what came of it.
     [[nodiscard]] QString RunHeldJobs() const;
@@ -66,6 +66,7 @@ public:
     [[nodiscard]] const Taskmill_JobRecord *FindRecord(int jobID) const;
 
     [[nodiscard]] QStringList Notices() const { return m_context.Notices; }
+    [[nodiscard]] Taskmill_Destinations &Destinations() const;
     [[nodiscard]] Taskmill_Project &Project() const;
     [[nodiscard]] Taskmill_QueuelessJobsList &QueuelessJobs() const;
     /// Whether running jobs can go on without the program.

@@ -1,273 +1,40 @@
 // SPDX-License-Identifier: MIT
-#include "console/console.h"
-#include "console/consoleworker.h"
+#include "console/consolecommands.h"
+
+#include "console/consoleactions.h"
+#include "console/consolecommandtable.h"
+#include "console/consoleconversation.h"
+#include "console/consolefollower.h"
+#include "console/consolepath.h"
+#include "console/consoleshell.h"
+#include "console/consoleterminal.h"
+#include "kilnutil/standardstreams.h"
+#include "manager/closingdialogue.h"
+#include "manager/exitdialogue.h"
+#include "manager/manager.h"
+
+#include <QDir>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTimer>
+
+#include <algorithm>
+#include <limits>
 
 using namespace Qt::Literals::StringLiterals;
 
-using Worker = Taskmill_Console_Worker;
-using Destination = Taskmill_Destination;
+namespace {
+constexpr int childRoundMs = 100;
+const QString notSavedText = u"\n<Taskmill> The project was not saved.\n\n"_s;
+} // namespace
 
-/// The words in lines that begin at a column, where the first one stands already, and end before another; 0
-/// for none such.
-static QString Wrapped(const QString &words, qsizetype begin, qsizetype end)
+Taskmill_ConsoleCommands::Taskmill_ConsoleCommands(Taskmill_ConsoleConversation &conversation)
+    : m_conversation{conversation}
 {
-    if (end <= begin)
-        return words;
-    QString text;
-    qsizetype column = begin;
-    for (const QString &word : words.split(u' ')) {
-        if (column > begin && column + 1 + word.size() > end) {
-            text += u'\n' + QString{begin, u' '};
-            column = begin;
-        } else if (column > begin) {
-            text += u' ';
-            ++column;
-        }
-        text += word;
-        column += word.size();
-    }
-    return text;
 }
 
-QList<Worker::Command> Worker::Commands()
-{
-    static const QList<Command> commands{
-        {"list long jobs"_L1,
-         {},
-         "List the Long Jobs Queue"_L1,
-         [](Worker &worker, const QString &) {
-             worker.ListQueue(Destination::Long);
-         }},
-        {"list short jobs"_L1,
-         {},
-         "List the Short Jobs Queue"_L1,
-         [](Worker &worker, const QString &) {
-             worker.ListQueue(Destination::Short);
-         }},
-        {"list queueless jobs"_L1,
-         {},
-         "List the jobs that run without a queue"_L1,
-         [](Worker &worker, const QString &) {
-             worker.ListQueue(Destination::Queueless);
-         }},
-        {"list running jobs"_L1,
-         {},
-         "List the running processes of known job types"_L1,
-         [](Worker &worker, const QString &) {
-             worker.ListRunning(true);
-         }},
-        {"list all running jobs"_L1,
-         {},
-         "List all running processes"_L1,
-         [](Worker &worker, const QString &) {
-             worker.ListRunning(false);
-         }},
-        {"list finished jobs"_L1,
-         {},
-         "List the finished jobs"_L1,
-         [](Worker &worker, const QString &) {
-             worker.ListFinished();
-         }},
-        {"list job types"_L1,
-         {},
-         "List the job types"_L1,
-         [](Worker &worker, const QString &) {
-             worker.ListJobTypes();
-         }},
-        {"show job"_L1, "N"_L1, "Show all fields of job N and its captured output"_L1,
-         [](Worker &worker, const QString &argument) {
-             worker.ShowJob(argument);
-         }},
-        {"follow job"_L1, "N"_L1, "Show what running job N writes, until it ends"_L1,
-         [](Worker &worker, const QString &argument) {
-             worker.FollowJob(argument);
-         }},
-        {"add job"_L1,
-         {},
-         "Add a job: asks for queue, job type and input file"_L1,
-         [](Worker &worker, const QString &) {
-             worker.AddJobToAskedQueue();
-         }},
-        {"add long job"_L1,
-         {},
-         "Add a job to the Long Jobs Queue"_L1,
-         [](Worker &worker, const QString &) {
-             worker.AddJob(Destination::Long);
-         }},
-        {"add short job"_L1,
-         {},
-         "Add a job to the Short Jobs Queue"_L1,
-         [](Worker &worker, const QString &) {
-             worker.AddJob(Destination::Short);
-         }},
-        {"add queueless job"_L1,
-         {},
-         "Add a job that runs at once"_L1,
-         [](Worker &worker, const QString &) {
-             worker.AddJob(Destination::Queueless);
-         }},
-        {"submit job"_L1,
-         {},
-         "The same as add job"_L1,
-         [](Worker &worker, const QString &) {
-             worker.AddJobToAskedQueue();
-         }},
-        {"submit long job"_L1,
-         {},
-         "The same as add long job"_L1,
-         [](Worker &worker, const QString &) {
-             worker.AddJob(Destination::Long);
-         }},
-        {"submit short job"_L1,
-         {},
-         "The same as add short job"_L1,
-         [](Worker &worker, const QString &) {
-             worker.AddJob(Destination::Short);
-         }},
-        {"submit queueless job"_L1,
-         {},
-         "The same as add queueless job"_L1,
-         [](Worker &worker, const QString &) {
-             worker.AddJob(Destination::Queueless);
-         }},
-        {"remove job"_L1, "N"_L1, "Remove job N from its queue, killing it when it runs"_L1,
-         [](Worker &worker, const QString &argument) {
-             worker.RemoveJob(argument);
-         }},
-        {"kill job"_L1, "N"_L1, "Kill job N, which runs"_L1,
-         [](Worker &worker, const QString &argument) {
-             worker.KillJob(argument);
-         }},
-        {"run held jobs"_L1,
-         {},
-         "Run the queueless jobs again that ran when the project was closed"_L1,
-         [](Worker &worker, const QString &) {
-             worker.RunHeldJobs();
-         }},
-        {"run job"_L1, "N"_L1, "Run job N, one of these, again"_L1,
-         [](Worker &worker, const QString &argument) {
-             worker.RunHeldJob(argument);
-         }},
-        {"pause long jobs"_L1,
-         {},
-         "Start no more jobs of the Long Jobs Queue"_L1,
-         [](Worker &worker, const QString &) {
-             worker.SetPaused(Destination::Long, true);
-         }},
-        {"unpause long jobs"_L1,
-         {},
-         "Start jobs of the Long Jobs Queue again"_L1,
-         [](Worker &worker, const QString &) {
-             worker.SetPaused(Destination::Long, false);
-         }},
-        {"pause short jobs"_L1,
-         {},
-         "Start no more jobs of the Short Jobs Queue"_L1,
-         [](Worker &worker, const QString &) {
-             worker.SetPaused(Destination::Short, true);
-         }},
-        {"unpause short jobs"_L1,
-         {},
-         "Start jobs of the Short Jobs Queue again"_L1,
-         [](Worker &worker, const QString &) {
-             worker.SetPaused(Destination::Short, false);
-         }},
-        {"set long limit"_L1, "N"_L1, "Run at most N jobs of the Long Jobs Queue at a time"_L1,
-         [](Worker &worker, const QString &argument) {
-             worker.SetLimit(Destination::Long, argument);
-         }},
-        {"set short limit"_L1, "N"_L1, "Run at most N jobs of the Short Jobs Queue at a time"_L1,
-         [](Worker &worker, const QString &argument) {
-             worker.SetLimit(Destination::Short, argument);
-         }},
-        {"save"_L1,
-         {},
-         "Save the project to its file"_L1,
-         [](Worker &worker, const QString &) {
-             worker.Save();
-         }},
-        {"save"_L1, "FILE"_L1, "Save the project to FILE, which becomes its file"_L1,
-         [](Worker &worker, const QString &argument) {
-             worker.SaveTo(argument);
-         }},
-        {"pwd"_L1,
-         {},
-         "Show the current directory"_L1,
-         [](Worker &worker, const QString &) {
-             worker.PrintDirectory();
-         }},
-        {"cd"_L1,
-         {},
-         "Go to the home directory"_L1,
-         [](Worker &worker, const QString &) {
-             worker.GoHome();
-         }},
-        {"cd"_L1, "PATH"_L1, "Make PATH the current directory"_L1,
-         [](Worker &worker, const QString &argument) {
-             worker.ChangeDirectory(argument);
-         }},
-        {"dir"_L1,
-         {},
-         "List the current directory; switches and paths may follow"_L1,
-         [](Worker &worker, const QString &) {
-             worker.ListDirectory(u"dir"_s);
-         }},
-        {"cls"_L1,
-         {},
-         "Clear the screen"_L1,
-         [](Worker &worker, const QString &) {
-             worker.Clear();
-         }},
-        {"help"_L1,
-         {},
-         "Show this list"_L1,
-         [](Worker &worker, const QString &) {
-             worker.Help();
-         }},
-        {"quit keep"_L1,
-         {},
-         "End Taskmill and let the running jobs go on"_L1,
-         [](Worker &worker, const QString &) {
-             worker.QuitAndKeep();
-         }},
-        {"quit"_L1,
-         {},
-         "End Taskmill, also as exit, in any case of letters"_L1,
-         [](Worker &worker, const QString &) {
-             worker.Quit();
-         }},
-    };
-    return commands;
-}
-
-QStringList Worker::CommandWords() const
-{
-    QStringList words;
-    const QList<Command> commands = Commands();
-    for (const Command &command : commands)
-        words += command.argumentName.isEmpty() ? QString{command.words} : command.words + u" "_s;
-    return words;
-}
-
-void Worker::Help()
-{
-    QList<std::pair<QString, QLatin1StringView>> lines;
-    qsizetype width = 0;
-    const QList<Command> commands = Commands();
-    for (const Command &command : commands) {
-        QString words{command.words};
-        if (!command.argumentName.isEmpty())
-            words += u' ' + command.argumentName;
-        width = qMax(width, words.size());
-        lines.append({words, command.help});
-    }
-    QString text = u"\n"_s;
-    for (const auto &[words, help] : lines)
-        text += words.leftJustified(width) + u"  "_s + Wrapped(help, width + 2, Columns()) + u'\n';
-    Print(text + u'\n');
-}
-
-void Worker::Execute(const QString &line)
+void Taskmill_ConsoleCommands::Execute(const QString &line)
 {
     if (line.compare("quit"_L1, Qt::CaseInsensitive) == 0 ||
         line.compare("exit"_L1, Qt::CaseInsensitive) == 0) {
@@ -278,29 +45,359 @@ void Worker::Execute(const QString &line)
         ListDirectory(line);
         return;
     }
-    const QList<Command> commands = Commands();
-    for (const Command &command : commands) {
-        if (command.argumentName.isEmpty() && line == command.words)
-            return command.run(*this, {});
-        const qsizetype wordsSize = command.words.size();
-        if (!command.argumentName.isEmpty() && line.size() > wordsSize + 1 &&
-            line.startsWith(command.words) && line[wordsSize] == u' ')
-            return command.run(*this, line.sliced(wordsSize + 1));
-    }
     // A program that drives the console by a pipe counts on silence.
-    if (!line.isEmpty() && m_console.Terminal().IsInteractive())
-        ExplainUnknown(line);
+    if (!Taskmill_ConsoleCommandTable::Run(*this, line) && !line.isEmpty() &&
+        m_conversation.Terminal().IsInteractive())
+        Print(u"\n<Taskmill> %1; help lists the commands.\n\n"_s.arg(
+            Taskmill_ConsoleCommandTable::ProblemOf(line)));
 }
 
-void Worker::ExplainUnknown(const QString &line)
+void Taskmill_ConsoleCommands::Help()
 {
-    constexpr qsizetype longestShown = 30;
-    QString problem = u"There is no command \"%1\""_s.arg(
-        line.size() > longestShown ? line.first(longestShown) + u"..."_s : line);
-    const QList<Command> commands = Commands();
-    for (const Command &command : commands) {
-        if (!command.argumentName.isEmpty() && line == command.words)
-            problem = u"%1 needs %2"_s.arg(command.words, command.argumentName);
+    Print(Taskmill_ConsoleCommandTable::HelpText(Columns()));
+}
+
+void Taskmill_ConsoleCommands::Print(const QString &text)
+{
+    m_conversation.Print(text);
+}
+
+void Taskmill_ConsoleCommands::PrintFromMainThread(
+    const std::function<QString(Taskmill_ConsoleActions &)> &text)
+{
+    m_conversation.PrintFromMainThread(text);
+}
+
+int Taskmill_ConsoleCommands::Columns()
+{
+    return m_conversation.Terminal().Columns();
+}
+
+void Taskmill_ConsoleCommands::ListQueue(Taskmill_Destination destination)
+{
+    PrintFromMainThread(
+        [=, this](Taskmill_ConsoleActions &actions) { return actions.QueueListing(destination, Columns()); });
+}
+
+void Taskmill_ConsoleCommands::ListRunning(bool onlyKnown)
+{
+    Taskmill_RunningJobs::Reading read;
+    const auto prepare = [&](Taskmill_ConsoleActions &actions) {
+        read = actions.ProcessReading(onlyKnown);
+    };
+    if (!m_conversation.OnMainThread(prepare))
+        return;
+    // A slow tool holds up nothing but the console.
+    const QList<Taskmill_ProcessRecord> processes = read();
+    PrintFromMainThread(
+        [&](Taskmill_ConsoleActions &actions) { return actions.ProcessListing(processes, Columns()); });
+}
+
+void Taskmill_ConsoleCommands::ListFinished()
+{
+    PrintFromMainThread(
+        [this](Taskmill_ConsoleActions &actions) { return actions.FinishedListing(Columns()); });
+}
+
+void Taskmill_ConsoleCommands::ListJobTypes()
+{
+    PrintFromMainThread(
+        [this](Taskmill_ConsoleActions &actions) { return actions.JobTypeListing(Columns()); });
+}
+
+void Taskmill_ConsoleCommands::AddJobToAskedQueue()
+{
+    QStringList words;
+    for (const Taskmill_QueueNames &queue : Taskmill_Queues)
+        words += QString{queue.OfNewJob}.toLower();
+    m_conversation.Offer(words + QStringList{u"cancel"_s});
+    const auto *chosen = Taskmill_Queues.end();
+    const bool answered =
+        m_conversation.AskUntil(u"\n<Taskmill> Enter Queue:  "_s, [&chosen](const QString &answer) {
+            chosen = std::ranges::find_if(Taskmill_Queues, [&answer](const Taskmill_QueueNames &queue) {
+                return answer.compare(queue.OfNewJob, Qt::CaseInsensitive) == 0;
+            });
+            return chosen != Taskmill_Queues.end();
+        });
+    if (answered)
+        AddJob(chosen->Destination);
+}
+
+void Taskmill_ConsoleCommands::AddJob(Taskmill_Destination destination)
+{
+    const Taskmill_JobType jobType = AskForJobType();
+    const QString inputFile = jobType.IsEmpty() ? QString{} : AskForInputFile();
+    if (inputFile.isEmpty())
+        return;
+    PrintFromMainThread(
+        [&](Taskmill_ConsoleActions &actions) { return actions.AddFile(inputFile, jobType, destination); });
+}
+
+Taskmill_JobType Taskmill_ConsoleCommands::AskForJobType()
+{
+    QStringList names;
+    m_conversation.OnMainThread([&](Taskmill_ConsoleActions &actions) { names = actions.JobTypeNames(); });
+    m_conversation.Offer(names);
+    const auto listTypes = [&names](const QString &answer) {
+        const QString problem =
+            answer.isEmpty() ? QString{} : u"There is no job type \"%1\".  "_s.arg(answer);
+        return u"\n<Taskmill> "_s + problem +
+               (names.isEmpty() ? u"The project has no job types.\n"_s
+                                : u"The job types are: %1.\n"_s.arg(names.join(u", "_s)));
+    };
+    Taskmill_JobType jobType;
+    const bool answered = m_conversation.AskUntil(
+        u"\n<Taskmill> Enter Job Type:  "_s,
+        [&](const QString &answer) {
+            m_conversation.OnMainThread(
+                [&](Taskmill_ConsoleActions &actions) { jobType = actions.FindJobType(answer); });
+            return !jobType.IsEmpty();
+        },
+        listTypes);
+    return answered ? jobType : Taskmill_JobType{};
+}
+
+QString Taskmill_ConsoleCommands::AskForInputFile()
+{
+    m_conversation.OfferFiles();
+    const auto explain = [](const QString &answer) {
+        return QFileInfo{Taskmill_PathOfUser(answer)}.isDir() ? Taskmill_DirectoryComplaint(answer) : u"\n"_s;
+    };
+    QString inputFile;
+    const bool answered = m_conversation.AskUntil(
+        u"\n<Taskmill> Enter Input File:  "_s,
+        [&inputFile](const QString &answer) {
+            inputFile = Taskmill_PathOfUser(answer);
+            return QFileInfo{inputFile}.isFile();
+        },
+        explain);
+    return answered ? inputFile : QString{};
+}
+
+void Taskmill_ConsoleCommands::SetPaused(Taskmill_Destination queue, bool paused)
+{
+    PrintFromMainThread([=](Taskmill_ConsoleActions &actions) { return actions.SetPaused(queue, paused); });
+}
+
+void Taskmill_ConsoleCommands::SetLimit(Taskmill_Destination queue, const QString &argument)
+{
+    bool isNumber = false;
+    const int limit = argument.toInt(&isNumber);
+    if (!isNumber || limit < 1)
+        Print(u"\n<Taskmill> The limit must be a number from 1 to %1.\n\n"_s.arg(
+            std::numeric_limits<int>::max()));
+    else
+        PrintFromMainThread([=](Taskmill_ConsoleActions &actions) { return actions.SetLimit(queue, limit); });
+}
+
+std::optional<int> Taskmill_ConsoleCommands::JobNumber(const QString &argument)
+{
+    bool isNumber = false;
+    const int jobID = argument.toInt(&isNumber);
+    bool isKnown = false;
+    if (isNumber)
+        m_conversation.OnMainThread(
+            [&](Taskmill_ConsoleActions &actions) { isKnown = actions.OwnerOfJob(jobID) != nullptr; });
+    if (isKnown)
+        return jobID;
+    Print(u"\n<Taskmill> There is no waiting or running job %1.\n\n"_s.arg(argument));
+    return std::nullopt;
+}
+
+void Taskmill_ConsoleCommands::RemoveJob(const QString &argument)
+{
+    const std::optional<int> jobID = JobNumber(argument);
+    if (jobID)
+        EndJob(*jobID, Taskmill_RemovalDialogue::Begin::AskWhether,
+               u"\n<Taskmill> Job %1 was removed.\n\n"_s);
+}
+
+void Taskmill_ConsoleCommands::KillJob(const QString &argument)
+{
+    const std::optional<int> jobID = JobNumber(argument);
+    if (!jobID)
+        return;
+    bool isRunning = false;
+    m_conversation.OnMainThread([&](Taskmill_ConsoleActions &actions) {
+        Taskmill_QueueOwner *owner = actions.OwnerOfJob(*jobID);
+        const Taskmill_Job *job = owner ? owner->Jobs().FindByJobID(*jobID) : nullptr;
+        isRunning = job && job->Process();
+    });
+    if (isRunning)
+        EndJob(*jobID, Taskmill_RemovalDialogue::Begin::WarnOfRunning,
+               u"\n<Taskmill> Job %1 was killed.\n\n"_s);
+    else
+        Print(u"\n<Taskmill> Job %1 does not run; it can be removed.\n\n"_s.arg(*jobID));
+}
+
+void Taskmill_ConsoleCommands::WaitForKill(int jobID)
+{
+    bool isWaiting = true;
+    while (isWaiting && !m_conversation.IsEnding() && !m_conversation.Terminal().IsBrokenOff()) {
+        isWaiting = false;
+        m_conversation.OnMainThread([&](Taskmill_ConsoleActions &actions) {
+            Taskmill_QueueOwner *owner = actions.OwnerOfJob(jobID);
+            const Taskmill_Job *job = owner ? owner->Jobs().FindByJobID(jobID) : nullptr;
+            isWaiting = job && job->IsBeingKilled();
+        });
+        // Without a thread of its own it must not hold up what it waits for.
+        constexpr int pauseMs = 5;
+        QEventLoop pause;
+        QTimer::singleShot(pauseMs, &pause, &QEventLoop::quit);
+        if (isWaiting)
+            pause.exec();
     }
-    Print(u"\n<Taskmill> %1; help lists the commands.\n\n"_s.arg(problem));
+}
+
+void Taskmill_ConsoleCommands::EndJob(int jobID, Taskmill_RemovalDialogue::Begin begin,
+                                      const QString &doneText)
+{
+    std::optional<Taskmill_RemovalDialogue> removal;
+    m_conversation.Converse([&](Taskmill_ConsoleActions &actions) -> Taskmill_Dialogue * {
+        Taskmill_QueueOwner *owner = actions.OwnerOfJob(jobID);
+        return owner ? &removal.emplace(*owner, QList{jobID}, begin) : nullptr;
+    });
+    WaitForKill(jobID);
+    const bool isDeclined = removal && (!removal->IsCarriedOut() || removal->Wanted().isEmpty());
+    if (m_conversation.IsEnding() || isDeclined)
+        return;
+    // It may have ended by itself while the questions stood.
+    const bool wasThere = removal && !removal->Removed().isEmpty();
+    Print((wasThere ? doneText : u"\n<Taskmill> Job %1 has ended meanwhile.\n\n"_s).arg(jobID));
+}
+
+void Taskmill_ConsoleCommands::RunHeldJobs()
+{
+    PrintFromMainThread([](Taskmill_ConsoleActions &actions) { return actions.RunHeldJobs(); });
+}
+
+void Taskmill_ConsoleCommands::RunHeldJob(const QString &argument)
+{
+    if (const std::optional<int> jobID = JobNumber(argument))
+        PrintFromMainThread([jobID](Taskmill_ConsoleActions &actions) { return actions.RunHeldJob(*jobID); });
+}
+
+void Taskmill_ConsoleCommands::ShowJob(const QString &argument)
+{
+    bool isNumber = false;
+    const int jobID = argument.toInt(&isNumber);
+    if (isNumber)
+        PrintFromMainThread([jobID](Taskmill_ConsoleActions &actions) { return actions.JobText(jobID); });
+    else
+        Print(u"\n<Taskmill> There is no job %1.\n\n"_s.arg(argument));
+}
+
+void Taskmill_ConsoleCommands::FollowJob(const QString &argument)
+{
+    bool isNumber = false;
+    const int jobID = argument.toInt(&isNumber);
+    if (isNumber)
+        Taskmill_ConsoleFollower{m_conversation, jobID}.Run();
+    else
+        Print(u"\n<Taskmill> There is no job %1.\n\n"_s.arg(argument));
+}
+
+bool Taskmill_ConsoleCommands::SaveProject(Taskmill_SaveDialogue::Target target, const QString &firstFile)
+{
+    std::optional<Taskmill_SaveDialogue> saving;
+    m_conversation.Converse(
+        [&](Taskmill_ConsoleActions &actions) { return &saving.emplace(actions.Project(), target); },
+        firstFile);
+    if (!saving || !saving->IsSaved())
+        return false;
+    PrintSavedTo(saving->File());
+    return true;
+}
+
+void Taskmill_ConsoleCommands::PrintSavedTo(const QString &file)
+{
+    Print(u"\n<Taskmill> The project was saved to %1.\n\n"_s.arg(file));
+}
+
+void Taskmill_ConsoleCommands::Save()
+{
+    if (!SaveProject(Taskmill_SaveDialogue::Target::OwnFile))
+        Print(notSavedText);
+}
+
+void Taskmill_ConsoleCommands::SaveTo(const QString &argument)
+{
+    QString file;
+    if (Taskmill_IsDirectoryOfUser(argument))
+        Print(Taskmill_DirectoryComplaint(argument));
+    else
+        file = Taskmill_AbsolutePathOfUser(argument);
+    if (!SaveProject(Taskmill_SaveDialogue::Target::AskedFile, file))
+        Print(notSavedText);
+}
+
+bool Taskmill_ConsoleCommands::MayClose()
+{
+    std::optional<Taskmill_ClosingDialogue> closing;
+    m_conversation.Converse(
+        [&](Taskmill_ConsoleActions &actions) { return &closing.emplace(actions.Project()); });
+    if (closing && closing->IsSaved())
+        PrintSavedTo(closing->File());
+    return closing && closing->MayClose();
+}
+
+void Taskmill_ConsoleCommands::QuitAndKeep()
+{
+    bool canJobsGoOn = false;
+    m_conversation.OnMainThread(
+        [&](Taskmill_ConsoleActions &actions) { canJobsGoOn = actions.CanJobsGoOn(); });
+    if (canJobsGoOn)
+        Quit(Taskmill_Ending::AskedToKeep);
+    else
+        Print(u"\n<Taskmill> Running jobs cannot go on without Taskmill here; the debug log says why.\n\n"_s);
+}
+
+void Taskmill_ConsoleCommands::Quit(Taskmill_Ending ending)
+{
+    std::optional<Taskmill_ExitDialogue> exit;
+    m_conversation.Converse(
+        [&](Taskmill_ConsoleActions &actions) { return &exit.emplace(actions.Destinations()); });
+    const bool ends = exit && exit->IsConfirmed() && MayClose();
+    // Before the end, from which nothing comes back here without an event loop.
+    Print(u"\n"_s);
+    if (ends)
+        m_conversation.OnMainThread([ending](Taskmill_ConsoleActions &actions) { actions.Exit(ending); });
+}
+
+void Taskmill_ConsoleCommands::PrintDirectory()
+{
+    PrintFromMainThread([](Taskmill_ConsoleActions &) {
+        return u"\nCurrent Directory:  %1\n\n"_s.arg(QDir::toNativeSeparators(QDir::currentPath()));
+    });
+}
+
+void Taskmill_ConsoleCommands::ChangeDirectory(const QString &argument)
+{
+    m_conversation.OnMainThread(
+        [&](Taskmill_ConsoleActions &) { QDir::setCurrent(Taskmill_PathOfUser(argument)); });
+    PrintDirectory();
+}
+
+void Taskmill_ConsoleCommands::GoHome()
+{
+    ChangeDirectory(QDir::homePath());
+}
+
+void Taskmill_ConsoleCommands::Clear()
+{
+    Taskmill_ConsoleShell::ClearConsole(m_conversation.Terminal());
+}
+
+void Taskmill_ConsoleCommands::ListDirectory(const QString &line)
+{
+    QProcess process;
+    Taskmill_ConsoleShell::StartDirectoryCommand(process, line);
+    while (process.state() != QProcess::NotRunning && !process.waitForFinished(childRoundMs)) {
+        if (m_conversation.IsEnding() || m_conversation.Terminal().IsBrokenOff())
+            process.kill();
+        // What was posted meanwhile does not wait for the end.
+        Print({});
+    }
+    QString listing = KilnUtil_StandardStreams::TextOfTool(process.readAllStandardOutput());
+    Print(u'\n' + listing.replace("\r\n"_L1, "\n"_L1) + u"\n\n"_s);
 }

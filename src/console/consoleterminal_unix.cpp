@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "console/consoleterminal_edit.h"
-#include "console/consoleterminal_plain.h"
+#include "console/editterminal_unix.h"
+#include "console/plainterminal_unix.h"
 
 #include <unistd.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "console/consolewriter_win.h"
 
-#include "console/consoleposted.h"
 #include "console/consoleterminal.h"
+#include "console/postedtext.h"
 
 #include <chrono>
 #include <condition_variable>

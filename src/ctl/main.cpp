@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ctl/commandtable.h"
 #include "ctl/ctlstatus.h"
+#include "ctl/managercommands.h"
 #include "ctl/managerfinder.h"
 #include "ctl/options.h"
 #include "ctl/output.h"
@@ -56,6 +57,8 @@ std::vector<Taskmill_CtlOption> OptionsOf(const Taskmill_CtlCommand &command)
         options.push_back({"json", "", "Print one JSON object a line, one for each file."});
         return options; // no manager is asked
     }
+    if (Taskmill_IsManagerCommand(command.Name))
+        std::ranges::copy(Taskmill_ManagerCommandOptions(command.Name), std::back_inserter(options));
     std::ranges::copy(Taskmill_ManagerOptions(), std::back_inserter(options));
     return options;
 }
@@ -68,6 +71,8 @@ Taskmill_CtlStatus Act(const Taskmill_CtlCommand &command, const Taskmill_CtlOpt
         return Taskmill_ResultCommand(options);
     if (command.Name == "resources")
         return Taskmill_ResourcesCommand(options);
+    if (Taskmill_IsManagerCommand(command.Name))
+        return Taskmill_ManagerCommand(command.Name, options);
     if (command.Name == "test")
         return Taskmill_TestCommand(options);
     return command.Name == "show" ? Taskmill_ShowCommand(options) : Taskmill_HideCommand(options);
@@ -103,6 +108,15 @@ std::size_t WordsOf(const Taskmill_CtlCommand &command, const Arguments &argumen
     return name == command.Name ? words : 0;
 }
 
+/// Whether the other program carries the command out.
+bool IsOnProjects(const Taskmill_CtlCommand &command, const Arguments &arguments)
+{
+    const auto namesProject = [](const std::string &argument) {
+        return argument == "--project" || argument.starts_with("--project=");
+    };
+    return command.IsOnProjects || (command.Name == "types" && std::ranges::any_of(arguments, namesProject));
+}
+
 int RunWithoutCommand(const Arguments &arguments)
 {
     const std::string word = arguments.empty() ? "" : arguments.front();
@@ -127,7 +141,7 @@ int main(int argc, char **argv)
         const auto words = static_cast<Arguments::difference_type>(WordsOf(command, arguments));
         if (words == 0)
             continue;
-        if (!command.IsOnProjects)
+        if (!IsOnProjects(command, arguments))
             return RunCommand(command, {arguments.begin() + words, arguments.end()});
         const int status = Taskmill_CtlPlatform::RunSibling("taskmillctl-projects", argv);
         if (status < 0)

@@ -13,6 +13,8 @@ namespace Taskmill_CtlPlatform {
 void Write(std::FILE *stream, const std::string &text);
 /// Whether this user may read the file.
 [[nodiscard]] bool IsReadable(const std::string &path);
+/// Columns of the terminal that standard output goes to; 0 when it goes elsewhere.
+[[nodiscard]] int TerminalWidth();
 [[nodiscard]] long long ProcessID();
 /// Ids of the user; 0 on systems without such numbers.
 [[nodiscard]] long long UserID();

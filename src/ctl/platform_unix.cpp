@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 std::vector<std::string> Taskmill_CtlPlatform::Arguments(int argc, char **argv)
@@ -21,6 +22,12 @@ void Taskmill_CtlPlatform::Write(std::FILE *stream, const std::string &text)
 bool Taskmill_CtlPlatform::IsReadable(const std::string &path)
 {
     return access(path.c_str(), R_OK) == 0;
+}
+
+int Taskmill_CtlPlatform::TerminalWidth()
+{
+    winsize size{};
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
 }
 
 long long Taskmill_CtlPlatform::ProcessID()

@@ -90,6 +90,12 @@ bool Taskmill_CtlPlatform::IsReadable(const std::string &path)
     return _waccess(ToWide(path).c_str(), forReading) == 0;
 }
 
+int Taskmill_CtlPlatform::TerminalWidth()
+{
+    CONSOLE_SCREEN_BUFFER_INFO console{};
+    return GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &console) ? console.dwSize.X : 0;
+}
+
 long long Taskmill_CtlPlatform::ProcessID()
 {
     return GetCurrentProcessId();

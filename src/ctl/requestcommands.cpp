@@ -2,30 +2,14 @@
 #include "ctl/requestcommands.h"
 
 #include "ctl/managerfinder.h"
+#include "ctl/managerlink.h"
 #include "ctl/output.h"
 #include "ctl/submission.h"
 #include "ctl/submitoptions.h"
-#include "wire/clientkey.h"
 #include "wire/protocol.h"
-#include "wire/socket.h"
 #include "wire/utf8.h"
 
 namespace {
-constexpr int waitMs = 30000;
-constexpr std::size_t longestAnswer = 65536;
-
-/// What the manager has answered; empty when it closed without a word or took too long.
-std::string AnswerOf(const Taskmill_Socket &socket)
-{
-    std::string answer;
-    while (answer.find('\n') == std::string::npos && answer.size() < longestAnswer) {
-        if (Taskmill_Socket::WaitForAny({socket.Get()}, waitMs).empty() ||
-            socket.Receive(answer, longestAnswer) == Taskmill_Socket::State::Ended)
-            break;
-    }
-    return answer.substr(0, answer.find('\n'));
-}
-
 Taskmill_CtlStatus SendToWindow(const Taskmill_CtlOptions &options, const std::string &action)
 {
     if (!Taskmill_CheckManagerOptions(options))
@@ -34,15 +18,10 @@ Taskmill_CtlStatus SendToWindow(const Taskmill_CtlOptions &options, const std::s
     const auto manager = Taskmill_FindManager(options, Taskmill_ManagerChoice::GuiOnly);
     if (!manager)
         return Taskmill_CtlStatus::NoManager;
-    const Taskmill_Socket socket = Taskmill_Socket::Connect(manager->Port, waitMs);
-    const std::string message = Taskmill_ClientKeyLines(socket, manager->Port) +
-                                "clientname=taskmillctl\naction=" + action + '\n' +
-                                std::string{Taskmill_WireReplyRequest};
-    if (!socket.IsOpen() || !socket.Send(message, waitMs)) {
-        Taskmill_PrintError("the manager does not take the request");
+    const std::optional<std::string> whole = Taskmill_AnswerOf(*manager, "action=" + action + '\n');
+    if (!whole)
         return Taskmill_CtlStatus::NoManager;
-    }
-    const std::string answer = AnswerOf(socket);
+    const std::string answer = whole->substr(0, whole->find('\n'));
     if (!answer.starts_with(Taskmill_WireRefused))
         return Taskmill_CtlStatus::Success;
     Taskmill_PrintError(action +

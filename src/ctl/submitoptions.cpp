@@ -195,8 +195,8 @@ private:
         if (!m_given.IsSet("queue"))
             return true;
         const std::string queue = m_given.Value("queue");
-        constexpr std::array<std::string_view, 5> queues{"long", "short", "queueless", "none", "auto"};
-        if (std::ranges::find(queues, LowerCase(queue)) == queues.end())
+        const std::string word = LowerCase(queue);
+        if (word != "auto" && std::ranges::find(Taskmill_WireQueues, word) == Taskmill_WireQueues.end())
             return Fail("--queue needs long, short, queueless (or none) or auto");
         return AddLine("jobqueue", queue);
     }

@@ -66,6 +66,8 @@ void Taskmill_Checkpointer::Run()
     sqlite3 *database = nullptr;
     if (sqlite3_open_v2(m_path.toUtf8().constData(), &database, SQLITE_OPEN_READWRITE, nullptr) ==
         SQLITE_OK) {
+        // Only a connection that has read something knows of the log.
+        sqlite3_exec(database, "SELECT COUNT(*) FROM sqlite_master", nullptr, nullptr, nullptr);
         SyncFile(database);
         while (WaitForChanges()) {
             // What does not fit now is brought over the next time.

@@ -8,7 +8,6 @@
 #include "kilnutil/database_transaction.h"
 #include "kilnutil/error.h"
 #include "kilnutil/logging.h"
-#include "kilnutil/stringutil.h"
 
 #include <QFile>
 #include <QScopedValueRollback>
@@ -101,7 +100,7 @@ bool Taskmill_Database::UpgradeTables()
         return false;
     const QStringList tables = Connection().tables(QSql::Tables);
     for (const auto &[table, columns] : Taskmill_DatabaseUpgrades()) {
-        if (KilnUtil_String::FindIndex(table, tables, false) < 0)
+        if (!tables.contains(table))
             continue;
         // The statement fails where the column is there already.
         for (const QString &column : columns)
@@ -116,7 +115,7 @@ QString Taskmill_Database::CreateTable(Taskmill_Table table)
         return {};
     const Taskmill_TableDefinition &definition = Taskmill_DatabaseSchema().at(static_cast<int>(table));
     const QString &name = definition.Name;
-    if (KilnUtil_String::FindIndex(name, Connection().tables(QSql::Tables), false) >= 0)
+    if (Connection().tables(QSql::Tables).contains(name))
         return name;
 
     const QString &column = definition.IndexedColumn;

@@ -176,11 +176,12 @@ private:
     Taskmill_JobTypeStore m_jobTypes{*this};
     Taskmill_QueueStore m_queues{*this};
     Taskmill_QueuedJobStore m_longJobs{*this, Taskmill_Table::LongJobsQueue, QStringLiteral("LongJobID"),
-                                       QStringLiteral("Long")};
+                                       Taskmill_NamesOf(Taskmill_Destination::Long).Stored};
     Taskmill_QueuedJobStore m_shortJobs{*this, Taskmill_Table::ShortJobsQueue, QStringLiteral("ShortJobID"),
-                                        QStringLiteral("Short")};
+                                        Taskmill_NamesOf(Taskmill_Destination::Short).Stored};
     Taskmill_QueuedJobStore m_queuelessJobs{*this, Taskmill_Table::QueuelessJobs,
-                                            QStringLiteral("QueuelessJobID"), QStringLiteral("Queueless")};
+                                            QStringLiteral("QueuelessJobID"),
+                                            Taskmill_NamesOf(Taskmill_Destination::Queueless).Stored};
     Taskmill_FinishedJobStore m_finishedJobs{*this};
     const std::array<Taskmill_JobTableStore *, 4> m_jobTables{&m_longJobs, &m_shortJobs, &m_queuelessJobs,
                                                               &m_finishedJobs};

@@ -12,6 +12,7 @@
 #include <QFileInfo>
 #include <QRandomGenerator>
 
+#include <filesystem>
 #include <limits>
 #include <memory>
 
@@ -20,6 +21,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr auto ownerOnly = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
 
 // For a file that is thrown away whenever something fails.
 const QString writeAtOnce = u"PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF"_s;
@@ -96,17 +99,53 @@ int MakeProjectFile(const QString &path)
     return result == SQLITE_OK ? Execute(copy.get(), statements + u"COMMIT"_s) : result;
 }
 
-int Load(sqlite3 *database, const QString &path, QString &reason)
+/// Opens a file and leaves it in a read transaction if it may be loaded.
+int OpenChecked(const QString &path, FileDatabase &source, QString &reason)
 {
     // A device or a pipe could block for ever.
     const QFileInfo file{path};
     if (!file.isFile())
         return SQLITE_CANTOPEN;
+    const int result = OpenFile(file.absoluteFilePath(), SQLITE_OPEN_READONLY, source);
+    return result == SQLITE_OK ? Taskmill_CheckDatabaseFile(source.get(), file.absoluteFilePath(), reason)
+                               : result;
+}
+
+int Load(sqlite3 *database, const QString &path, QString &reason)
+{
     FileDatabase source;
-    int result = OpenFile(file.absoluteFilePath(), SQLITE_OPEN_READONLY, source);
-    if (result == SQLITE_OK)
-        result = Taskmill_CheckDatabaseFile(source.get(), file.absoluteFilePath(), reason);
+    const int result = OpenChecked(path, source, reason);
     return result == SQLITE_OK ? CopyContent(source.get(), database) : result;
+}
+
+/// Without waiting until it is on the disk, as Qt would.
+bool CopyBytes(const QString &path, const QString &newFile)
+{
+    std::error_code error;
+    return std::filesystem::copy_file(QFileInfo{path}.filesystemAbsoluteFilePath(),
+                                      QFileInfo{newFile}.filesystemAbsoluteFilePath(), error) &&
+           QFile::setPermissions(newFile, ownerOnly);
+}
+
+/// The same into a new file.
+int LoadIntoFile(const QString &newFile, const QString &path, QString &reason)
+{
+    FileDatabase source;
+    int result = OpenChecked(path, source, reason);
+    if (result != SQLITE_OK)
+        return result;
+    // The system copies faster, but not what stands in a log beside the file. The lock that keeps others from
+    // changing it goes with the closing of another handle, when the copy is complete.
+    if (QFileInfo{path + u"-wal"_s}.size() == 0)
+        return CopyBytes(path, newFile) ? SQLITE_OK : SQLITE_FULL;
+    FileDatabase copy;
+    result = OpenFile(newFile, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, copy);
+    if (result == SQLITE_OK)
+        result = Execute(copy.get(), writeAtOnce);
+    if (result == SQLITE_OK)
+        result = CopyContent(source.get(), copy.get());
+    copy.reset();
+    return result == SQLITE_OK && !QFile::setPermissions(newFile, ownerOnly) ? SQLITE_PERM : result;
 }
 
 /// They belong to content that is gone; SQLite would apply them to what stands there now.
@@ -228,6 +267,16 @@ int Save(sqlite3 *database, const QString &path,
     return result;
 }
 
+int Report(int result, bool isSave, const QString &path, const QString &problem, QString *reason)
+{
+    if (result != SQLITE_OK)
+        // Whoever wanted it reports it to the user.
+        qCInfo(Taskmill_DBLog, "Cannot %s %ls: %s. %ls", isSave ? "save" : "load", qUtf16Printable(path),
+               sqlite3_errstr(result), qUtf16Printable(problem));
+    if (reason)
+        *reason = problem;
+    return result;
+}
 } // namespace
 
 int LoadOrSaveDb(sqlite3 *database, const char *fileName, int isSave, QString *reason,
@@ -238,29 +287,16 @@ int LoadOrSaveDb(sqlite3 *database, const char *fileName, int isSave, QString *r
         return SQLITE_CANTOPEN;
     QString problem;
     const int result = isSave ? Save(database, path, beforeReplacing) : Load(database, path, problem);
-    if (result != SQLITE_OK)
-        // Whoever wanted it reports it to the user.
-        qCInfo(Taskmill_DBLog, "Cannot %s %s: %s. %ls", isSave ? "save" : "load", fileName,
-               sqlite3_errstr(result), qUtf16Printable(problem));
-    if (reason)
-        *reason = problem;
-    return result;
+    return Report(result, isSave != 0, path, problem, reason);
 }
 
 int Taskmill_CopyIntoFile(const QString &fileName, const QString &newFile, QString *reason)
 {
     RemoveFilesBeside(newFile);
     QFile::remove(newFile);
-    QFile file{newFile};
-    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly,
-                   QFileDevice::ReadOwner | QFileDevice::WriteOwner))
-        return SQLITE_CANTOPEN;
-    file.close();
-    FileDatabase copy;
-    int result = OpenFile(newFile, SQLITE_OPEN_READWRITE, copy);
-    if (result == SQLITE_OK)
-        result = Execute(copy.get(), writeAtOnce);
-    return result == SQLITE_OK ? LoadOrSaveDb(copy.get(), fileName.toUtf8().constData(), 0, reason) : result;
+    QString problem;
+    const int result = LoadIntoFile(newFile, fileName, problem);
+    return Report(result, false, fileName, problem, reason);
 }
 
 int Taskmill_CheckWorkingCopy(const QString &path)

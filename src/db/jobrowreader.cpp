@@ -34,12 +34,28 @@ Taskmill_JobRecord Taskmill_JobRowReader::Read(const QString &queueName)
     job.InputFilePath2 = m_rows.Text(m_inputFilePath2);
     job.Status = Taskmill_JobStatusFromText(m_rows.Text(m_status));
     job.StdOutAndStdErr = m_rows.Text(m_stdOutAndStdErr);
-    job.Submitted = Taskmill_JobTime::FromIsoText(m_rows.Text(m_submitted));
-    job.Started = Taskmill_JobTime::FromIsoText(m_rows.Text(m_started));
-    job.Finished = Taskmill_JobTime::FromIsoText(m_rows.Text(m_finished));
+    job.Submitted = m_rows.Time(m_submitted);
+    job.Started = m_rows.Time(m_started);
+    job.Finished = m_rows.Time(m_finished);
     job.JobID = m_rows.Integer(m_jobID);
-    job.DeriveOutputFile();
+    job.OutputFile = DerivedOutputFile(job);
     return job;
+}
+
+QString Taskmill_JobRowReader::DerivedOutputFile(const Taskmill_JobRecord &job)
+{
+    const qsizetype stem = job.InputFilePath.lastIndexOf(u'.');
+    const QStringView suffix = stem < 0 ? QStringView{} : QStringView{job.InputFilePath}.sliced(stem);
+    Ending &before = m_endingBefore;
+    const bool isAsBefore = !suffix.isEmpty() && before.ofInput == suffix &&
+                            before.filter == job.JobType.OutputFileFilter && !suffix.contains(u'/') &&
+                            !job.InputFilePath.contains(u'\\');
+    if (isAsBefore)
+        return job.InputFilePath.first(stem) + before.ofOutput;
+    QString file = job.DerivedOutputFile();
+    if (stem >= 0 && file.startsWith(QStringView{job.InputFilePath}.first(stem)))
+        before = {suffix.toString(), job.JobType.OutputFileFilter, file.sliced(stem)};
+    return file;
 }
 
 Taskmill_JobType Taskmill_JobRowReader::JobType()

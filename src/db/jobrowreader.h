@@ -22,10 +22,20 @@ public:
 private:
     [[nodiscard]] int Column(const QString &name) const;
     [[nodiscard]] Taskmill_JobType JobType();
+    /// That of the record, which takes its time: most jobs have endings of their files like the one before.
+    [[nodiscard]] QString DerivedOutputFile(const Taskmill_JobRecord &job);
+
+    struct Ending
+    {
+        QString ofInput;
+        QString filter;
+        QString ofOutput;
+    };
 
     Taskmill_Database &m_database;
     Taskmill_RowCursor &m_rows;
     QHash<qint32, Taskmill_JobType> m_jobTypes;
+    Ending m_endingBefore;
     const int m_name = Column(QStringLiteral("Name"));
     const int m_jobTypeID = Column(QStringLiteral("JobTypeID"));
     const int m_queueID = Column(QStringLiteral("QueueID"));

@@ -111,9 +111,7 @@ bool Taskmill_JobTypeStore::Delete(qint32 jobTypeID)
 
 Taskmill_JobType Taskmill_JobTypeStore::Get(qint32 jobTypeID)
 {
-    const QList<Taskmill_JobType> jobTypes = GetAll();
-    const auto found = std::ranges::find(jobTypes, jobTypeID, &Taskmill_JobType::JobTypeID);
-    return found == jobTypes.end() ? Taskmill_JobType{} : *found;
+    return Taskmill_JobTypeWithID(GetAll(), jobTypeID);
 }
 
 QList<Taskmill_JobType> Taskmill_JobTypeStore::GetAll()

@@ -3,6 +3,9 @@
 
 #include <QSqlDriver>
 
+#include <algorithm>
+#include <array>
+
 #include <sqlite3.h>
 
 namespace {
@@ -69,7 +72,9 @@ QString Taskmill_RowCursor::Text(int column)
     }
     const QByteArrayView bytes = BytesOf(m_statement, column);
     if (bytes != QByteArrayView{before.bytes}) {
-        before.bytes = bytes.toByteArray();
+        // In place: most are as long as those before.
+        before.bytes.resize(bytes.size());
+        std::ranges::copy(bytes, before.bytes.begin());
         before.text = QString::fromUtf8(bytes);
     }
     return before.text;
@@ -85,4 +90,15 @@ qint32 Taskmill_RowCursor::Integer(int column) const
     return sqlite3_column_type(m_statement, column) == SQLITE_TEXT
                ? BytesOf(m_statement, column).toByteArray().toInt()
                : sqlite3_column_int(m_statement, column);
+}
+
+Taskmill_JobTime Taskmill_RowCursor::Time(int column)
+{
+    constexpr qsizetype usualLength = 19;
+    const QByteArrayView bytes = column >= 0 && m_statement ? BytesOf(m_statement, column) : QByteArrayView{};
+    if (bytes.size() != usualLength)
+        return Taskmill_JobTime::FromIsoText(Text(column));
+    std::array<QChar, usualLength> text{};
+    std::ranges::transform(bytes, text.begin(), [](char byte) { return QLatin1Char{byte}; });
+    return Taskmill_JobTime::FromIsoText(QString::fromRawData(text.data(), usualLength));
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "jobs/jobtime.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QSqlDatabase>
@@ -28,6 +30,7 @@ public:
     /// before is shared with it.
     [[nodiscard]] QString Text(int column);
     [[nodiscard]] qint32 Integer(int column) const;
+    [[nodiscard]] Taskmill_JobTime Time(int column);
 
 private:
     struct TextBefore

@@ -12,8 +12,7 @@ class Taskmill_InputText
 public:
     Taskmill_InputText(std::string_view text, std::string_view fileName);
 
-    /// In lower case, without the point; empty when there is none.
-    [[nodiscard]] const std::string &Extension() const { return m_extension; }
+    /// Whether the file's name has one of them, which are given in lower case and without the point.
     [[nodiscard]] bool HasExtension(std::initializer_list<std::string_view> extensions) const;
     /// Blanks and line ends cut off.
     [[nodiscard]] const std::vector<std::string_view> &Lines() const { return m_lines; }

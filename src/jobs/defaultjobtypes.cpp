@@ -13,7 +13,7 @@ namespace {
 struct Definition
 {
     QString Name;
-    QString DefaultQueue;
+    Taskmill_Destination DefaultQueue;
     QString GenericCommandLine;
     QString InputFileFilter;
     QString OutputFileFilter;
@@ -28,7 +28,7 @@ void AddIfInstalled(Taskmill_JobTypeList &list, const Definition &definition, co
     Taskmill_JobType jobType{.Name = definition.Name,
                              .ApplicationName = executable.fileName(),
                              .ExecutablePath = executablePath,
-                             .DefaultQueue = definition.DefaultQueue,
+                             .DefaultQueue = Taskmill_NamesOf(definition.DefaultQueue).Stored,
                              .GenericCommandLine = definition.GenericCommandLine,
                              .InputFileFilter = definition.InputFileFilter,
                              .OutputFileFilter = definition.OutputFileFilter,
@@ -57,7 +57,7 @@ void Taskmill_AddDefaultVeltra(Taskmill_JobTypeList &list)
 {
     AddIfInstalled(list,
                    {.Name = u"Veltra"_s,
-                    .DefaultQueue = u"Short"_s,
+                    .DefaultQueue = Taskmill_Destination::Short,
                     .GenericCommandLine = u"@EXEFILE -nproc=0 -b @INFILE"_s,
                     .InputFileFilter = u"Veltra Input Files (*.dat *.vdat)"_s,
                     .OutputFileFilter = u"Veltra Output Files (*.out *.vout)"_s,
@@ -68,7 +68,7 @@ void Taskmill_AddDefaultVeltra(Taskmill_JobTypeList &list)
 void Taskmill_AddDefaultGaussian(Taskmill_JobTypeList &list)
 {
     Definition definition{.Name = u"Gaussian"_s,
-                          .DefaultQueue = u"Long"_s,
+                          .DefaultQueue = Taskmill_Destination::Long,
                           .GenericCommandLine = u"@EXEFILE @INFILE @OUTFILE"_s,
                           .InputFileFilter = u"Gaussian Input Files (*.gjf)"_s,
                           .OutputFileFilter = u"Gaussian Log Files (*.log)"_s,
@@ -83,7 +83,7 @@ void Taskmill_AddDefaultGMMX(Taskmill_JobTypeList &list)
 {
     AddIfInstalled(list,
                    {.Name = u"GMMX"_s,
-                    .DefaultQueue = u"Short"_s,
+                    .DefaultQueue = Taskmill_Destination::Short,
                     .GenericCommandLine = u"@EXEFILE @INFILE @OUTFILE"_s,
                     .InputFileFilter = u"GMMX Input Files (*.gmmx)"_s,
                     .OutputFileFilter = u"GMMX Output Files (*.sdf)"_s,
@@ -95,7 +95,7 @@ void Taskmill_AddDefaultCubegen(Taskmill_JobTypeList &list)
 {
     AddIfInstalled(list,
                    {.Name = u"Cubegen"_s,
-                    .DefaultQueue = u"Short"_s,
+                    .DefaultQueue = Taskmill_Destination::Short,
                     .GenericCommandLine = u"@EXEFILE @NPROCS @KIND @INFILE @OUTFILE @NPTS @HEADER"_s,
                     .InputFileFilter = formattedCheckpointFilter,
                     .OutputFileFilter = cubeFilter,
@@ -107,7 +107,7 @@ void Taskmill_AddDefaultFormchk(Taskmill_JobTypeList &list)
 {
     AddIfInstalled(list,
                    {.Name = u"Formchk"_s,
-                    .DefaultQueue = u"Short"_s,
+                    .DefaultQueue = Taskmill_Destination::Short,
                     .GenericCommandLine = u"@EXEFILE /3 @INFILE @OUTFILE"_s,
                     .InputFileFilter = u"Gaussian Checkpoint Files (*.chk)"_s,
                     .OutputFileFilter = formattedCheckpointFilter,
@@ -121,7 +121,7 @@ void Taskmill_AddDefaultFreqchk(Taskmill_JobTypeList &list)
 {
     AddIfInstalled(list,
                    {.Name = u"Freqchk"_s,
-                    .DefaultQueue = u"Short"_s,
+                    .DefaultQueue = Taskmill_Destination::Short,
                     .GenericCommandLine = u"@EXEFILE @INFILE @SAVE @NFD @SEL\n"
                                           "n\n@TEMP\n@PRESS\n@SCALE\n@ISO\n@PROJ\n@SELINPUT\n"_s,
                     .InputFileFilter = u"Gaussian Checkpoint Files (*.chk *.fch *.fchk)"_s,
@@ -135,7 +135,7 @@ void Taskmill_AddDefaultCubman(Taskmill_JobTypeList &list)
     AddIfInstalled(
         list,
         {.Name = u"Cubman"_s,
-         .DefaultQueue = u"Short"_s,
+         .DefaultQueue = Taskmill_Destination::Short,
          .GenericCommandLine = u"@EXEFILE\n@KIND\n@INFILE1\ny\n@INFILE2\ny\n@OUTFILE\ny\n@SCALE\n"_s,
          .InputFileFilter = cubeFilter,
          .OutputFileFilter = cubeFilter,

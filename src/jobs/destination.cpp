@@ -1,66 +1,49 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/destination.h"
 
-#include <array>
-#include <utility>
+#include <algorithm>
 
-using namespace Qt::Literals::StringLiterals;
+namespace {
+/// nullptr for None.
+const Taskmill_QueueNames *Find(Taskmill_QueueKey key)
+{
+    const auto *found = std::ranges::find(Taskmill_Queues, key, &Taskmill_QueueNames::Key);
+    return found == Taskmill_Queues.end() ? nullptr : found;
+}
+} // namespace
+
+const Taskmill_QueueNames &Taskmill_NamesOf(Taskmill_Destination destination)
+{
+    const auto *found = std::ranges::find(Taskmill_Queues, destination, &Taskmill_QueueNames::Destination);
+    Q_ASSERT(found != Taskmill_Queues.end());
+    return *found;
+}
 
 Taskmill_QueueKey Taskmill_QueueKeyFromName(const QString &name)
 {
-    static const std::array<std::pair<QLatin1StringView, Taskmill_QueueKey>, 4> prefixes{{
-        {"Long"_L1, Taskmill_QueueKey::Long},
-        {"Short"_L1, Taskmill_QueueKey::Short},
-        {"None"_L1, Taskmill_QueueKey::Queueless},
-        {"Queueless"_L1, Taskmill_QueueKey::Queueless},
-    }};
-    for (const auto &[prefix, key] : prefixes) {
-        if (name.startsWith(prefix, Qt::CaseInsensitive))
-            return key;
+    for (const Taskmill_QueueNames &queue : Taskmill_Queues) {
+        if (name.startsWith(queue.Stored, Qt::CaseInsensitive) ||
+            name.startsWith(queue.OfNewJob, Qt::CaseInsensitive))
+            return queue.Key;
     }
     return Taskmill_QueueKey::None;
 }
 
 QString Taskmill_QueueNameFromKey(int key)
 {
-    switch (key) {
-    case static_cast<int>(Taskmill_QueueKey::Long):
-        return u"Long"_s;
-    case static_cast<int>(Taskmill_QueueKey::Short):
-        return u"Short"_s;
-    case static_cast<int>(Taskmill_QueueKey::Queueless):
-        return u"Queueless"_s;
-    default:
-        return {};
-    }
+    const Taskmill_QueueNames *queue = Find(static_cast<Taskmill_QueueKey>(key));
+    return queue ? QString{queue->Stored} : QString{};
 }
 
 Taskmill_Destination Taskmill_DestinationFromQueueKey(Taskmill_QueueKey key)
 {
-    switch (key) {
-    case Taskmill_QueueKey::Long:
-        return Taskmill_Destination::Long;
-    case Taskmill_QueueKey::Short:
-        return Taskmill_Destination::Short;
-    case Taskmill_QueueKey::Queueless:
-        return Taskmill_Destination::Queueless;
-    case Taskmill_QueueKey::None:
-        break;
-    }
-    return Taskmill_Destination::JobTypeDefault;
+    const Taskmill_QueueNames *queue = Find(key);
+    return queue ? queue->Destination : Taskmill_Destination::JobTypeDefault;
 }
 
 QString Taskmill_QueueNameOfNewJob(Taskmill_Destination destination)
 {
-    switch (destination) {
-    case Taskmill_Destination::Long:
-        return u"Long"_s;
-    case Taskmill_Destination::Short:
-        return u"Short"_s;
-    case Taskmill_Destination::Queueless:
-        return u"None"_s;
-    case Taskmill_Destination::JobTypeDefault:
-        break;
-    }
-    return {};
+    return destination == Taskmill_Destination::JobTypeDefault
+               ? QString{}
+               : QString{Taskmill_NamesOf(destination).OfNewJob};
 }

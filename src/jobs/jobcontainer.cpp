@@ -256,18 +256,6 @@ QList<int> Taskmill_JobContainer::JobIDs() const
     return jobIDs;
 }
 
-bool Taskmill_JobContainer::ContainsAll(const QList<int> &jobIDs, bool &anyRunning) const
-{
-    bool all = true;
-    anyRunning = false;
-    for (const int jobID : jobIDs) {
-        const Taskmill_Job *job = FindByJobID(jobID);
-        all = all && job;
-        anyRunning = anyRunning || (job && job->Status() == Taskmill_JobStatus::Running);
-    }
-    return all;
-}
-
 bool Taskmill_JobContainer::NamesOf(const QList<int> &jobIDs, QStringList &names) const
 {
     names.clear();
@@ -280,18 +268,6 @@ bool Taskmill_JobContainer::NamesOf(const QList<int> &jobIDs, QStringList &names
         names.append(job->Record().Name);
     }
     return true;
-}
-
-QList<int> Taskmill_JobContainer::JobIDsOf(const QList<int> &positions) const
-{
-    QList<int> jobIDs;
-    for (const int position : positions) {
-        const Taskmill_Job *job = JobAt(position);
-        if (!job)
-            break;
-        jobIDs.append(job->JobID());
-    }
-    return jobIDs;
 }
 
 void Taskmill_JobContainer::JobFinishedSlot()

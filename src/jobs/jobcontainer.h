@@ -54,12 +54,8 @@ public:
     /// The number of the job whose live process has that process id; -1 when there is none.
     [[nodiscard]] int FindJobByProcessID(qint64 processID) const;
     [[nodiscard]] QList<int> JobIDs() const;
-    /// Whether every number belongs to a job held here, and whether one of those jobs runs.
-    [[nodiscard]] bool ContainsAll(const QList<int> &jobIDs, bool &anyRunning) const;
     /// Job names in the order of the numbers; false and an empty list as soon as one is unknown.
     [[nodiscard]] bool NamesOf(const QList<int> &jobIDs, QStringList &names) const;
-    /// Job numbers at the positions, in their order; stops at the first position out of range.
-    [[nodiscard]] QList<int> JobIDsOf(const QList<int> &positions) const;
 
 Q_SIGNALS:
     /// A job of a project was not taken over, since it runs elsewhere: in that project, or empty when that is

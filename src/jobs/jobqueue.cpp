@@ -52,11 +52,11 @@ void Taskmill_JobQueue::Update()
 }
 
 Taskmill_LongJobsQueue::Taskmill_LongJobsQueue(const Taskmill_JobServices &services)
-    : Taskmill_JobQueue{u"Long"_s, services}
+    : Taskmill_JobQueue{Taskmill_NamesOf(Taskmill_Destination::Long).Stored, services}
 {
 }
 
 Taskmill_ShortJobsQueue::Taskmill_ShortJobsQueue(const Taskmill_JobServices &services)
-    : Taskmill_JobQueue{u"Short"_s, services}
+    : Taskmill_JobQueue{Taskmill_NamesOf(Taskmill_Destination::Short).Stored, services}
 {
 }

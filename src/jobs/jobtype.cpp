@@ -8,6 +8,11 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+bool Taskmill_JobType::IsNamed(const QString &name) const
+{
+    return Name.compare(name, Qt::CaseInsensitive) == 0;
+}
+
 bool Taskmill_JobType::IsValid() const
 {
     return JobTypeID >= 0 && !Name.isEmpty() && !ApplicationName.isEmpty() && !ExecutablePath.isEmpty() &&
@@ -18,11 +23,6 @@ bool Taskmill_JobType::IsValid() const
 bool Taskmill_JobType::UsesInputFile() const
 {
     return GenericCommandLine.contains("@INFILE"_L1, Qt::CaseInsensitive);
-}
-
-bool Taskmill_JobType::UsesSecondInputFile() const
-{
-    return GenericCommandLine.contains("@INFILE2"_L1, Qt::CaseInsensitive);
 }
 
 Taskmill_QueueKey Taskmill_JobType::DefaultQueueIndex() const
@@ -46,11 +46,30 @@ QStringList Taskmill_FilterPieces(const QString &filter)
     return text.split(u' ', Qt::SkipEmptyParts);
 }
 
+namespace {
+template <typename Predicate>
+Taskmill_JobType FirstOf(const QList<Taskmill_JobType> &jobTypes, Predicate isWanted)
+{
+    const auto found = std::ranges::find_if(jobTypes, isWanted);
+    return found == jobTypes.end() ? Taskmill_JobType{} : *found;
+}
+} // namespace
+
+Taskmill_JobType Taskmill_JobTypeNamed(const QList<Taskmill_JobType> &jobTypes, const QString &name)
+{
+    return FirstOf(jobTypes, [&name](const Taskmill_JobType &jobType) { return jobType.IsNamed(name); });
+}
+
+Taskmill_JobType Taskmill_JobTypeWithID(const QList<Taskmill_JobType> &jobTypes, int jobTypeID)
+{
+    return FirstOf(jobTypes,
+                   [jobTypeID](const Taskmill_JobType &jobType) { return jobType.JobTypeID == jobTypeID; });
+}
+
 Taskmill_JobType Taskmill_JobTypeForFile(const QList<Taskmill_JobType> &jobTypes, const QString &filePath)
 {
-    const auto match = std::ranges::find_if(
-        jobTypes, [&filePath](const Taskmill_JobType &jobType) { return jobType.MatchesFile(filePath); });
-    return match == jobTypes.end() ? Taskmill_JobType{} : *match;
+    return FirstOf(jobTypes,
+                   [&filePath](const Taskmill_JobType &jobType) { return jobType.MatchesFile(filePath); });
 }
 
 QStringList Taskmill_DistinctNames(const QList<Taskmill_JobType> &jobTypes, const QString &furtherItem)

@@ -29,11 +29,12 @@ struct Taskmill_JobType
 
     /// An empty record stands for "no such job type". The key does not show it: 0 is a real one.
     [[nodiscard]] bool IsEmpty() const { return Name.isEmpty(); }
+    /// As requests and the console name job types: in any case.
+    [[nodiscard]] bool IsNamed(const QString &name) const;
     /// Whether a job may be made from this type: named, its executable a file that exists, "@EXEFILE" in the
     /// template.
     [[nodiscard]] bool IsValid() const;
     [[nodiscard]] bool UsesInputFile() const;
-    [[nodiscard]] bool UsesSecondInputFile() const;
     [[nodiscard]] Taskmill_QueueKey DefaultQueueIndex() const;
     /// Whether the suffix of the file name is one of InputFileFilter's patterns "*.suffix", ignoring case.
     [[nodiscard]] bool MatchesFile(const QString &filePath) const;
@@ -43,6 +44,11 @@ struct Taskmill_JobType
 /// "*.a", "*.b".
 [[nodiscard]] QStringList Taskmill_FilterPieces(const QString &filter);
 
+/// The first type of that name; an empty record when there is none.
+[[nodiscard]] Taskmill_JobType Taskmill_JobTypeNamed(const QList<Taskmill_JobType> &jobTypes,
+                                                     const QString &name);
+/// The type of that number; an empty record when there is none.
+[[nodiscard]] Taskmill_JobType Taskmill_JobTypeWithID(const QList<Taskmill_JobType> &jobTypes, int jobTypeID);
 /// The first type of the list whose filter matches the file; an empty record when none does.
 [[nodiscard]] Taskmill_JobType Taskmill_JobTypeForFile(const QList<Taskmill_JobType> &jobTypes,
                                                        const QString &filePath);

@@ -52,9 +52,7 @@ QString Taskmill_JobTypeList::TryToUpdate(const Taskmill_JobType &jobType)
 /// Whether the record was written as it is. The queue is: its name is stored as a number.
 QString Taskmill_JobTypeList::CompareWithStored(const Taskmill_JobType &jobType)
 {
-    const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
-    const auto found = std::ranges::find(jobTypes, jobType.JobTypeID, &Taskmill_JobType::JobTypeID);
-    Taskmill_JobType stored = found == jobTypes.end() ? Taskmill_JobType{} : *found;
+    Taskmill_JobType stored = Taskmill_JobTypeWithID(m_store.GetJobTypes(), jobType.JobTypeID);
     if (stored.DefaultQueueIndex() == jobType.DefaultQueueIndex())
         stored.DefaultQueue = jobType.DefaultQueue;
     return stored == jobType ? QString{} : storeRefuses;
@@ -97,11 +95,6 @@ void Taskmill_JobTypeList::Refresh()
 QList<Taskmill_JobType> Taskmill_JobTypeList::GetAll() const
 {
     return m_jobTypes;
-}
-
-void Taskmill_JobTypeList::SetAll(const QList<Taskmill_JobType> &jobTypes)
-{
-    m_jobTypes = jobTypes;
 }
 
 QStringList Taskmill_JobTypeList::Names() const

@@ -40,7 +40,6 @@ public:
     /// Whether there is a store to be read and changed.
     [[nodiscard]] bool IsStoreOpen() const;
     [[nodiscard]] QList<Taskmill_JobType> GetAll() const;
-    void SetAll(const QList<Taskmill_JobType> &jobTypes);
     [[nodiscard]] QStringList Names() const;
 
     /// Adds the default type of every program that is installed.

@@ -6,7 +6,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 Taskmill_QueuelessJobsList::Taskmill_QueuelessJobsList(const Taskmill_JobServices &services)
-    : Taskmill_JobContainer{u"Queueless"_s, services}
+    : Taskmill_JobContainer{Taskmill_NamesOf(Taskmill_Destination::Queueless).Stored, services}
 {
 }
 

@@ -21,7 +21,7 @@ void Taskmill_SetRunMode(Taskmill_RunMode mode);
 [[nodiscard]] bool Taskmill_IsGuiMode();
 
 /// "TaskmillConsole" in console modes, else "TaskmillGUI": the application's name and the name under which it
-/// speaks to clients.
+/// answers clients.
 [[nodiscard]] QString Taskmill_ServerName();
 /// The port on which the manager of the current mode takes requests.
 [[nodiscard]] quint16 Taskmill_ServerPort();

@@ -81,16 +81,6 @@ QString KilnUtil_Database_Foundation::Name() const
     return m_name;
 }
 
-QString KilnUtil_Database_Foundation::DriverName() const
-{
-    return m_driverName;
-}
-
-QString KilnUtil_Database_Foundation::Host() const
-{
-    return m_host;
-}
-
 QString KilnUtil_Database_Foundation::Description() const
 {
     return m_description;

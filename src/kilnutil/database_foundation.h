@@ -36,8 +36,6 @@ public:
 
     [[nodiscard]] DatabaseTypeEnum Kind() const;
     [[nodiscard]] QString Name() const;
-    [[nodiscard]] QString DriverName() const;
-    [[nodiscard]] QString Host() const;
     [[nodiscard]] QString Description() const;
 
     /// The project file this database was loaded from or saved to; empty for one never saved.

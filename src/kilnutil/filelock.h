@@ -27,7 +27,7 @@ public:
     [[nodiscard]] bool IsHeld() const { return m_state == State::Held; }
 
     /// Replaces the note. The lock must be held.
-    bool WriteNote(const QByteArray &note);
+    bool WriteNote(const QByteArray &note) const;
     /// The note of that file, whoever has the lock; empty when there is none.
     [[nodiscard]] static QByteArray Note(const QString &path);
 

@@ -81,7 +81,7 @@ void KilnUtil_FileLock::Release()
     m_state = State::Failed;
 }
 
-bool KilnUtil_FileLock::WriteNote(const QByteArray &note)
+bool KilnUtil_FileLock::WriteNote(const QByteArray &note) const
 {
     const int file = static_cast<int>(m_file);
     const auto size = static_cast<std::size_t>(note.size());

@@ -62,7 +62,7 @@ void KilnUtil_FileLock::Release()
     m_state = State::Failed;
 }
 
-bool KilnUtil_FileLock::WriteNote(const QByteArray &note)
+bool KilnUtil_FileLock::WriteNote(const QByteArray &note) const
 {
     if (!IsHeld())
         return false;

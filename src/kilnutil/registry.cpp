@@ -13,10 +13,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 struct AppData
 {
-    QString AppName;
     QString MajorVersion;
-    QString ShortVersion;
-    QString FullVersion;
     QString PreferencesDirPath;
     QString SettingsFilePath; ///< empty where the system keeps the settings
 };
@@ -64,39 +61,16 @@ const QString recentJobInputFilesKey = u"/Files/Recent_Job_Input_Files"_s;
 const QString recentFileListsKey = u"/Files/Recent_Open_Structure_File_Lists"_s;
 } // namespace
 
-void KilnUtil_Registry::SetAppData(const QString &appName, const QString &majorVersion,
-                                   const QString &shortVersion, const QString &fullVersion,
+void KilnUtil_Registry::SetAppData(const QString & /*appName*/, const QString &majorVersion,
+                                   const QString & /*shortVersion*/, const QString & /*fullVersion*/,
                                    const QString &prefsDirEnvVarName, const QString &prefsDirDefaultName)
 {
     const QString named = qEnvironmentVariable(prefsDirEnvVarName.toLocal8Bit().constData());
     const QDir directory{named.isEmpty() ? QDir::home().absoluteFilePath(prefsDirDefaultName) : named};
-    CurrentAppData() = {.AppName = appName,
-                        .MajorVersion = majorVersion,
-                        .ShortVersion = shortVersion,
-                        .FullVersion = fullVersion,
+    CurrentAppData() = {.MajorVersion = majorVersion,
                         .PreferencesDirPath = directory.absolutePath(),
                         .SettingsFilePath =
                             named.isEmpty() ? QString{} : directory.absoluteFilePath(u"Taskmill.conf"_s)};
-}
-
-QString KilnUtil_Registry::AppName()
-{
-    return CurrentAppData().AppName;
-}
-
-QString KilnUtil_Registry::MajorVersion()
-{
-    return CurrentAppData().MajorVersion;
-}
-
-QString KilnUtil_Registry::ShortVersion()
-{
-    return CurrentAppData().ShortVersion;
-}
-
-QString KilnUtil_Registry::FullVersion()
-{
-    return CurrentAppData().FullVersion;
 }
 
 QString KilnUtil_Registry::PreferencesDirPath()

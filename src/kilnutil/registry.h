@@ -24,11 +24,6 @@ public:
                            const QString &fullVersion, const QString &prefsDirEnvVarName,
                            const QString &prefsDirDefaultName);
 
-    /// "TaskmillGUI" or "TaskmillConsole", also the name of the server.
-    [[nodiscard]] static QString AppName();
-    [[nodiscard]] static QString MajorVersion();
-    [[nodiscard]] static QString ShortVersion();
-    [[nodiscard]] static QString FullVersion();
     /// Absolute; not created here, so it may not exist.
     [[nodiscard]] static QString PreferencesDirPath();
 

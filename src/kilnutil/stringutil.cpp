@@ -47,11 +47,3 @@ QStringList KilnUtil_String::MakeStringList(const QString &text, bool quoted)
 {
     return quoted ? SplitQuoted(text) : text.split(u' ', Qt::SkipEmptyParts);
 }
-
-qsizetype KilnUtil_String::FindIndex(const QString &text, const QStringList &list, bool ignoreCase)
-{
-    const auto sensitivity = ignoreCase ? Qt::CaseInsensitive : Qt::CaseSensitive;
-    const auto found = std::ranges::find_if(
-        list, [&](const QString &entry) { return entry.compare(text, sensitivity) == 0; });
-    return found == list.end() ? -1 : found - list.begin();
-}

@@ -4,7 +4,7 @@
 #include <QString>
 #include <QStringList>
 
-/// Helpers for texts and lists of texts.
+/// Helpers for texts.
 class KilnUtil_String
 {
 public:
@@ -12,7 +12,4 @@ public:
     /// Microsoft C run-time: double quotes keep blanks together, 2n backslashes before one give n, 2n+1 give
     /// n and a plain quote.
     [[nodiscard]] static QStringList MakeStringList(const QString &text, bool quoted);
-
-    /// Position of the first entry equal to the text; -1 when there is none.
-    [[nodiscard]] static qsizetype FindIndex(const QString &text, const QStringList &list, bool ignoreCase);
 };

@@ -19,11 +19,13 @@ struct Taskmill_Question
 
     QString title;
     QString text;
+    QString detail{};      ///< stands beneath the text in a box; a console leaves it out
     QString consoleText{}; ///< where a console puts it in other words; empty for the same
     Kind kind = Kind::YesNo;
     KilnUtil_UserPrompt::WarnAnswer defaultAnswer = KilnUtil_UserPrompt::WarnAnswer::None;
     bool isWarning = false;
     bool takesShortWords = true; ///< a console takes "y" for "yes", too
+    bool isAskedOnce = false;    ///< a console takes anything else than "yes" for "no"
     QString nameFilter{};        ///< of a FileToSave
 
     [[nodiscard]] const QString &ConsoleText() const { return consoleText.isEmpty() ? text : consoleText; }

@@ -132,7 +132,7 @@ QString Taskmill_FinishedJobs::ListingText(int width) const
     QList<QStringList> rows;
     rows.reserve(m_jobs.size());
     for (const Taskmill_JobRecord &job : m_jobs)
-        rows.append(Taskmill_Listings::FinishedRow(job));
-    return Taskmill_Listings::Text(u"\nFinished Jobs\n"_s, u"\nFinished Jobs List is Empty\n\n"_s,
-                                   Taskmill_Listings::FinishedHeaders(), rows, width);
+        rows.append(Taskmill_Listings::FinishedJobs().Row(job));
+    return Taskmill_Listings::FinishedJobs().Listing(u"Finished Jobs"_s, u"Finished Jobs List"_s, rows,
+                                                     width);
 }

@@ -48,21 +48,6 @@ Taskmill_Destination DestinationOf(const QString &queueName, const Taskmill_JobT
                                                                                  : requested);
 }
 
-Taskmill_JobType JobTypeNamed(const QList<Taskmill_JobType> &jobTypes, const QString &name)
-{
-    const auto named = std::ranges::find_if(jobTypes, [&name](const Taskmill_JobType &jobType) {
-        return jobType.Name.compare(name, Qt::CaseInsensitive) == 0;
-    });
-    return named == jobTypes.end() ? Taskmill_JobType{} : *named;
-}
-
-/// An empty record when there is none.
-Taskmill_JobType JobTypeWithID(const QList<Taskmill_JobType> &jobTypes, int jobTypeID)
-{
-    const auto found = std::ranges::find(jobTypes, jobTypeID, &Taskmill_JobType::JobTypeID);
-    return found == jobTypes.end() ? Taskmill_JobType{} : *found;
-}
-
 Taskmill_SubmitResult Refused(const QString &reason)
 {
     Taskmill_SubmitResult result;
@@ -130,7 +115,7 @@ Taskmill_SubmitResult Taskmill_JobSubmitter::Submit(const Taskmill_JobRequest &r
         return Refused(u"the user is being asked about another job"_s);
     if (request.ExactJobType) {
         const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
-        if (JobTypeNamed(jobTypes, request.JobTypeName).IsEmpty())
+        if (Taskmill_JobTypeNamed(jobTypes, request.JobTypeName).IsEmpty())
             return Refused(NoSuchJobType(jobTypes, request));
     }
     Choice choice{.jobType = {}, .confirm = request.ConfirmAction};
@@ -154,7 +139,7 @@ Taskmill_SubmitResult Taskmill_JobSubmitter::Submit(const Taskmill_JobRequest &r
 
 bool Taskmill_JobSubmitter::WouldAsk(const Taskmill_JobRequest &request) const
 {
-    const bool namesKnownType = !JobTypeNamed(m_store.GetJobTypes(), request.JobTypeName).IsEmpty();
+    const bool namesKnownType = !Taskmill_JobTypeNamed(m_store.GetJobTypes(), request.JobTypeName).IsEmpty();
     if (request.ExactJobType && !namesKnownType)
         return false;
     if (request.ConfirmAction && m_dialog)
@@ -177,7 +162,7 @@ bool Taskmill_JobSubmitter::ChooseJobType(const Taskmill_JobRequest &request, Ch
     if (request.JobTypeName.isEmpty())
         return true;
     const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
-    choice.jobType = JobTypeNamed(jobTypes, request.JobTypeName);
+    choice.jobType = Taskmill_JobTypeNamed(jobTypes, request.JobTypeName);
     if (!choice.jobType.IsEmpty())
         return true;
 
@@ -234,7 +219,7 @@ void Taskmill_JobSubmitter::TakeFiles(const Taskmill_SubmitChoice &chosen, const
             continue;
         }
         Taskmill_JobType jobType = chosen.JobTypeID < 0 ? Taskmill_JobTypeForFile(jobTypes, file)
-                                                        : JobTypeWithID(jobTypes, chosen.JobTypeID);
+                                                        : Taskmill_JobTypeWithID(jobTypes, chosen.JobTypeID);
         if (jobType.IsEmpty() && chosen.JobTypeID < 0 && asks) {
             const auto asked =
                 AskForJobType(jobTypes, u"Auto determination of Job Type was requested"_s, file);
@@ -370,9 +355,10 @@ std::optional<int> Taskmill_JobSubmitter::AddFile(const QString &filePath, int j
     if (jobTypes.isEmpty())
         return std::nullopt;
     QString reason;
-    const auto jobID = AddJob(
-        path, jobTypeID < 0 ? Taskmill_JobTypeForFile(jobTypes, path) : JobTypeWithID(jobTypes, jobTypeID),
-        destination, reason);
+    const auto jobID = AddJob(path,
+                              jobTypeID < 0 ? Taskmill_JobTypeForFile(jobTypes, path)
+                                            : Taskmill_JobTypeWithID(jobTypes, jobTypeID),
+                              destination, reason);
     if (!jobID)
         Report({{reason, {QFileInfo{path}.fileName()}}});
     return jobID;

@@ -1,128 +1,234 @@
 // SPDX-License-Identifier: MIT
 #include "manager/listings.h"
 
-#include "manager/texttable.h"
-#include "manager/timetext.h"
+#include <QJsonArray>
+#include <QJsonObject>
 
 using namespace Qt::Literals::StringLiterals;
 
-QStringList Taskmill_Listings::QueueHeaders()
+namespace {
+using Job = Taskmill_JobRecord;
+using JobType = Taskmill_JobType;
+using Process = Taskmill_ProcessRecord;
+using ProcessNumber = Taskmill_Column<Process>::NumberText;
+
+/// Of a column in a table of the window, in characters; see Taskmill_Column.
+struct Widths
 {
-    return {u"Job ID"_s,          u"Name"_s,         u"Status"_s,    u"Job Type"_s,
-            u"Executable Path"_s, u"Command Line"_s, u"Submitted"_s, u"Started"_s};
+    int usual = 0; ///< 0 where the table does not have the column
+    int least = 0;
+};
+
+struct JobField
+{
+    Taskmill_Column<Job> field;
+    Widths inQueue{};
+    Widths inFinishedJobs{};
+};
+
+template <auto Member>
+QString OfJobType(const Job &job)
+{
+    return job.JobType.*Member;
 }
 
-QStringList Taskmill_Listings::QueueRow(const Taskmill_JobRecord &job)
+QString CommandLine(const Job &job)
 {
-    return {QString::number(job.JobID),         job.Name,
-            Taskmill_JobStatusText(job.Status), job.JobType.Name,
-            job.JobType.ExecutablePath,         job.CommandLine(),
-            Taskmill_TimeText(job.Submitted),   Taskmill_TimeText(job.Started)};
+    return job.CommandLine();
 }
 
-QStringList Taskmill_Listings::FinishedHeaders()
+QString Placeholders(const Job &job)
 {
-    QStringList headers = QueueHeaders();
-    headers.insert(4, u"Queue"_s);
-    headers.append(u"Finished"_s);
-    return headers;
+    QStringList texts;
+    for (const auto &[name, value] : job.PlaceholderValues)
+        texts += name + u'=' + value;
+    return texts.join(u", "_s);
 }
 
-QString Taskmill_Listings::FinishedCell(const Taskmill_JobRecord &job, int column)
+/// In the order in which they are applied.
+QJsonValue PlaceholdersInJson(const Job &job)
 {
-    switch (column) {
-    case 0:
-        return QString::number(job.JobID);
-    case 1:
-        return job.Name;
-    case 2:
-        return Taskmill_JobStatusText(job.Status);
-    case 3:
-        return job.JobType.Name;
-    case 4:
-        return job.QueueName;
-    case 5:
-        return job.JobType.ExecutablePath;
-    case 6:
-        return job.CommandLine();
-    case 7:
-        return Taskmill_TimeText(job.Submitted);
-    case 8:
-        return Taskmill_TimeText(job.Started);
-    case 9:
-        return Taskmill_TimeText(job.Finished);
-    default:
-        return {};
-    }
+    QJsonArray placeholders;
+    for (const auto &[name, value] : job.PlaceholderValues)
+        placeholders.append(QJsonObject{{u"name"_s, name}, {u"value"_s, value}});
+    return placeholders;
 }
 
-QStringList Taskmill_Listings::FinishedRow(const Taskmill_JobRecord &job)
+QString ClientAddress(const Job &job)
 {
-    constexpr int columns = 10;
-    QStringList row;
-    row.reserve(columns);
-    for (int column = 0; column < columns; ++column)
-        row.append(FinishedCell(job, column));
-    return row;
+    return job.ClientAddress + u':' + QString::number(job.ClientPort);
 }
 
-QStringList Taskmill_Listings::JobTypeHeaders()
+QString ClientUserAndGroup(const Job &job)
 {
-    return {u"DBID"_s,
-            u"Name"_s,
-            u"Application Name"_s,
-            u"Executable Path"_s,
-            u"Default Queue"_s,
-            u"Input File Filter"_s,
-            u"Output File Filter"_s,
-            u"Environment Variables"_s,
-            u"Generic Command Line"_s};
+    return u"%1:%2"_s.arg(job.ClientUID).arg(job.ClientGID);
 }
 
-QStringList Taskmill_Listings::JobTypeRow(const Taskmill_JobType &jobType)
+QString IsClientNotified(const Job &job)
+{
+    return job.ClientNotification ? u"yes"_s : u"no"_s;
+}
+
+QString EnvironmentInOneLine(const JobType &jobType)
 {
     QString environment = jobType.EnvironmentVariables;
-    environment.replace("\n"_L1, " ; "_L1);
-    return {QString::number(jobType.JobTypeID),
-            jobType.Name,
-            jobType.ApplicationName,
-            jobType.ExecutablePath,
-            jobType.DefaultQueue,
-            jobType.InputFileFilter,
-            jobType.OutputFileFilter,
-            environment,
-            jobType.GenericCommandLine};
+    return environment.replace("\n"_L1, " ; "_L1);
 }
 
-QStringList Taskmill_Listings::ProcessHeaders()
+QJsonValue EnvironmentInJson(const JobType &jobType)
 {
-    return {u"User"_s,   u"Process ID"_s, u"Parent Process ID"_s, u"App Name"_s,
-            u"Status"_s, u"App Path"_s,   u"Command Line"_s};
+    return QJsonArray::fromStringList(jobType.EnvironmentVariables.split(u'\n', Qt::SkipEmptyParts));
 }
 
-QStringList Taskmill_Listings::ProcessRow(const Taskmill_ProcessRecord &process)
+/// A new field goes to the end, so that the columns before it stay where they are.
+const QList<JobField> &AllJobFields()
 {
-    return {process.User,           process.ProcessId,      process.ParentProcessId, process.Name,
-            process.ExecutionState, process.ExecutablePath, process.CommandLine};
+    static const QList<JobField> fields{
+        {{.header = u"Job ID"_s, .key = u"id"_s, .cell = &Job::JobID}, {6}, {5}},
+        {{.header = u"Name"_s, .key = u"name"_s, .cell = &Job::Name}, {24, 12}, {24, 10}},
+        {{.header = u"Status"_s, .key = u"status"_s, .cell = &Job::Status}, {11}, {10}},
+        {{.header = u"Job Type"_s, .key = u"jobtype"_s, .cell = OfJobType<&JobType::Name>}, {20, 8}, {20, 6}},
+        {{.header = u"Queue"_s, .key = u"queue"_s, .cell = &Job::QueueName, .leavesListing = 3}, {}, {5}},
+        {{.header = u"Job Class"_s, .cell = &Job::JobClass}},
+        {{.header = u"Executable Path"_s,
+          .key = u"executablepath"_s,
+          .cell = OfJobType<&JobType::ExecutablePath>,
+          .leavesListing = 1},
+         {30, 6},
+         {30, 3}},
+        {{.header = u"Command Line"_s, .key = u"commandline"_s, .cell = CommandLine, .leavesListing = 4},
+         {40, 6},
+         {40, 3}},
+        {{.header = u"Input File"_s, .key = u"inputfile"_s, .cell = &Job::InputFilePath}},
+        {{.header = u"Second Input File"_s, .key = u"inputfile2"_s, .cell = &Job::InputFilePath2}},
+        {{.header = u"Output File"_s, .key = u"outputfile"_s, .cell = &Job::OutputFile}},
+        {{.header = u"Standard Input File"_s,
+          .key = u"standardinputfile"_s,
+          .cell = &Job::StandardInputFile}},
+        {{.header = u"Standard Output File"_s,
+          .key = u"standardoutputfile"_s,
+          .cell = &Job::StandardOutputFile}},
+        {{.header = u"Checkpoint File"_s, .key = u"checkpointfile"_s, .cell = &Job::CheckpointFile}},
+        {{.header = u"Second Checkpoint File"_s, .key = u"checkpointfile2"_s, .cell = &Job::CheckpointFile2}},
+        {{.header = u"Placeholders"_s,
+          .key = u"placeholders"_s,
+          .cell = Placeholders,
+          .json = PlaceholdersInJson}},
+        {{.header = u"Submitted"_s, .key = u"submitted"_s, .cell = &Job::Submitted, .leavesListing = 2},
+         {16},
+         {16}},
+        {{.header = u"Started"_s, .key = u"started"_s, .cell = &Job::Started, .leavesListing = 5},
+         {16},
+         {16}},
+        {{.header = u"Finished"_s, .key = u"finished"_s, .cell = &Job::Finished}, {}, {16}},
+        {{.header = u"Client"_s, .key = u"clientname"_s, .cell = &Job::ClientName}},
+        {{.header = u"Client Application"_s, .key = u"clientappname"_s, .cell = &Job::ClientAppName}},
+        {{.header = u"Client Address"_s, .cell = ClientAddress}},
+        {{.header = u"Client User and Group"_s, .cell = ClientUserAndGroup}},
+        {{.header = u"Client Is Notified"_s, .cell = IsClientNotified}},
+    };
+    return fields;
 }
 
-namespace {
-/// Of all listings, what a user of a narrow terminal misses least first.
-QStringList LeftOutFirst()
+/// The columns of one of the two tables, with their widths there.
+QList<Taskmill_Column<Job>> ColumnsIn(Widths JobField::*table)
 {
-    return {u"Executable Path"_s,    u"Environment Variables"_s,
-            u"Output File Filter"_s, u"Application Name"_s,
-            u"App Path"_s,           u"Parent Process ID"_s,
-            u"Submitted"_s,          u"Queue"_s,
-            u"Command Line"_s,       u"Started"_s,
-            u"Default Queue"_s,      u"Input File Filter"_s};
+    QList<Taskmill_Column<Job>> columns;
+    for (const JobField &field : AllJobFields()) {
+        const Widths &widths = field.*table;
+        if (widths.usual == 0)
+            continue;
+        columns.append(field.field);
+        columns.last().width = widths.usual;
+        columns.last().leastWidth = widths.least;
+    }
+    return columns;
+}
+
+QList<Taskmill_Column<Job>> FieldsWithoutWidth()
+{
+    QList<Taskmill_Column<Job>> columns;
+    for (const JobField &field : AllJobFields())
+        columns.append(field.field);
+    return columns;
 }
 } // namespace
 
-QString Taskmill_Listings::Text(const QString &heading, const QString &emptyText, const QStringList &headers,
-                                const QList<QStringList> &rows, int width)
+const Taskmill_Columns<Job> &Taskmill_Listings::JobFields()
 {
-    if (rows.isEmpty())
-        return emptyText;
-    return heading + Taskmill_FittedTextTable(headers, rows, width, LeftOutFirst()) + u'\n';
+    static const Taskmill_Columns<Job> columns{FieldsWithoutWidth()};
+    return columns;
+}
+
+const Taskmill_Columns<Job> &Taskmill_Listings::Queue()
+{
+    static const Taskmill_Columns<Job> columns{ColumnsIn(&JobField::inQueue)};
+    return columns;
+}
+
+const Taskmill_Columns<Job> &Taskmill_Listings::FinishedJobs()
+{
+    static const Taskmill_Columns<Job> columns{ColumnsIn(&JobField::inFinishedJobs)};
+    return columns;
+}
+
+const Taskmill_Columns<JobType> &Taskmill_Listings::JobTypes()
+{
+    static const Taskmill_Columns<JobType> columns{{
+        {.header = u"DBID"_s, .key = u"id"_s, .cell = &JobType::JobTypeID, .width = 5},
+        {.header = u"Name"_s, .key = u"name"_s, .cell = &JobType::Name, .width = 18},
+        {.header = u"Application Name"_s,
+         .key = u"applicationname"_s,
+         .cell = &JobType::ApplicationName,
+         .width = 16,
+         .leavesListing = 4},
+        {.header = u"Executable Path"_s,
+         .key = u"executablepath"_s,
+         .cell = &JobType::ExecutablePath,
+         .width = 36,
+         .leavesListing = 1},
+        {.header = u"Default Queue"_s,
+         .key = u"defaultqueue"_s,
+         .cell = &JobType::DefaultQueue,
+         .width = 12,
+         .leavesListing = 5},
+        {.header = u"Input File Filter"_s,
+         .key = u"inputfilefilter"_s,
+         .cell = &JobType::InputFileFilter,
+         .width = 34,
+         .leavesListing = 6},
+        {.header = u"Output File Filter"_s,
+         .key = u"outputfilefilter"_s,
+         .cell = &JobType::OutputFileFilter,
+         .width = 34,
+         .leavesListing = 3},
+        {.header = u"Environment Variables"_s,
+         .key = u"environmentvariables"_s,
+         .cell = EnvironmentInOneLine,
+         .width = 30,
+         .leavesListing = 2,
+         .json = EnvironmentInJson},
+        {.header = u"Generic Command Line"_s,
+         .key = u"genericcommandline"_s,
+         .cell = &JobType::GenericCommandLine,
+         .width = 40},
+    }};
+    return columns;
+}
+
+const Taskmill_Columns<Process> &Taskmill_Listings::Processes()
+{
+    static const Taskmill_Columns<Process> columns{{
+        {.header = u"User"_s, .cell = &Process::User, .width = 5},
+        {.header = u"Process ID"_s, .cell = ProcessNumber{&Process::ProcessId}, .width = 11},
+        {.header = u"Parent Process ID"_s,
+         .cell = ProcessNumber{&Process::ParentProcessId},
+         .width = 17,
+         .leavesListing = 2},
+        {.header = u"App Name"_s, .cell = &Process::Name, .width = 20},
+        {.header = u"Status"_s, .cell = &Process::ExecutionState, .width = 12},
+        {.header = u"App Path"_s, .cell = &Process::ExecutablePath, .width = 40, .leavesListing = 1},
+        {.header = u"Command Line"_s, .cell = &Process::CommandLine, .width = 60, .leavesListing = 3},
+    }};
+    return columns;
 }

@@ -17,6 +17,7 @@
 #include <QFileInfo>
 #include <QTimer>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -34,12 +35,13 @@ void ReportRemains(const Taskmill_JobRecord &job, const QList<qint64> &processID
 }
 } // namespace
 
-Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier)
-    : Taskmill_Manager{notifier, nullptr}
+Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnlyProjects readOnlyProjects)
+    : Taskmill_Manager{notifier, readOnlyProjects, nullptr}
 {
 }
 
-Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, std::unique_ptr<KilnUtil_RunKeepers> keepers)
+Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnlyProjects readOnlyProjects,
+                                   std::unique_ptr<KilnUtil_RunKeepers> keepers)
     : m_inspector{Taskmill_MakeProcessInspector()}
     , m_keepers{std::move(keepers)}
     , m_jobTypes{m_store}
@@ -49,7 +51,8 @@ Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, std::unique_ptr<
                       .Inspector = *m_inspector,
                       .Notifier = notifier,
                       .Keepers = m_keepers.get()}}
-    , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs, m_destinations, notifier, m_runs, m_keepers.get()}
+    , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs,   m_destinations,
+                notifier,   m_runs,       readOnlyProjects, m_keepers.get()}
     , m_submitter{m_store, m_jobNumbers, m_destinations}
     , m_runningJobs{*m_inspector, m_jobTypes}
 {
@@ -115,6 +118,15 @@ QStringList Taskmill_Manager::NoticesAtStart(bool asks)
             notices += Taskmill_SpareProjectNotice(path);
     }
     return notices;
+}
+
+const Taskmill_JobRecord *Taskmill_Manager::FindJob(int jobID)
+{
+    if (Taskmill_QueueOwner *owner = m_destinations.OwnerOfJob(jobID))
+        return &owner->Jobs().FindByJobID(jobID)->Record();
+    const QList<Taskmill_JobRecord> &finished = m_finishedJobs.Jobs();
+    const auto job = std::ranges::find(finished, jobID, &Taskmill_JobRecord::JobID);
+    return job == finished.end() ? nullptr : &*job;
 }
 
 void Taskmill_Manager::ShutDown(End end)

@@ -24,13 +24,13 @@ class Taskmill_Manager
 {
 public:
     /// The notifier outlives the manager. Without keepers the jobs end with the manager.
-    explicit Taskmill_Manager(Taskmill_Notifier &notifier);
-    Taskmill_Manager(Taskmill_Notifier &notifier, std::unique_ptr<KilnUtil_RunKeepers> keepers);
+    Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnlyProjects readOnlyProjects);
+    Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnlyProjects readOnlyProjects,
+                     std::unique_ptr<KilnUtil_RunKeepers> keepers);
     ~Taskmill_Manager();
     Q_DISABLE_COPY_MOVE(Taskmill_Manager)
 
     [[nodiscard]] Taskmill_JobStore &Store() { return m_store; }
-    [[nodiscard]] Taskmill_ProcessInspector &Inspector() { return *m_inspector; }
     [[nodiscard]] Taskmill_JobTypeList &JobTypes() { return m_jobTypes; }
     [[nodiscard]] KilnUtil_IDManager &JobNumbers() { return m_jobNumbers; }
     [[nodiscard]] Taskmill_FinishedJobs &FinishedJobs() { return m_finishedJobs; }
@@ -47,6 +47,9 @@ public:
     /// sessions and, unless he is asked about them, a project file that was changed elsewhere and jobs that
     /// are held.
     [[nodiscard]] QStringList NoticesAtStart(bool asks);
+
+    /// The record of a job, wherever it is, for as long as nothing changes; nullptr when there is none.
+    [[nodiscard]] const Taskmill_JobRecord *FindJob(int jobID);
 
     /// What is to become of the jobs that run, when the program ends; Unasked at first.
     void SetEnding(Taskmill_Ending ending) { m_ending = ending; }

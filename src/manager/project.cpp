@@ -42,48 +42,6 @@ Taskmill_Database *CurrentDatabase()
     return Taskmill_Database_Manager::Global().CurrentDatabase();
 }
 
-/// What stands against the file before it is read, with %1 for its path; empty when nothing does.
-QString ProblemOfFile(const QString &path)
-{
-    const QFileInfo file{path};
-    if (!file.exists())
-        return u"The specified file does not exist:\n\n%1"_s;
-    if (!file.isReadable())
-        return u"The specified file is not readable:\n\n%1"_s;
-    // A console has nobody at hand to choose another file, and can work on without saving.
-    if (Taskmill_IsGuiMode() && !file.isWritable())
-        return u"The specified file is not writable:\n\n%1"_s;
-    return {};
-}
-
-/// What stands against a project's content.
-QString ProblemOfContent(Taskmill_Database &database)
-{
-    QString version;
-    if (!database.GetGeneralData(u"Version"_s, version))
-        return u"The specified file is not a Taskmill project:\n\n%1"_s;
-    if (!Taskmill_IsProject(database))
-        return u"The specified file is a Taskmill project of another version:\n\n%1"_s;
-    // Without one of them jobs would be lost.
-    if (!database.CompleteTables())
-        return u"The specified file is a damaged Taskmill project:\n\n%1"_s;
-    return {};
-}
-
-/// The same for that of a file, which the database is to take over.
-QString ProblemOfTaking(Taskmill_Database &database, const QString &path)
-{
-    QString reason;
-    const bool loaded = database.LoadFromFile(path, &reason);
-    if (!loaded && !reason.isEmpty())
-        return u"The specified file cannot be opened as a Taskmill project:\n\n%1\n\n%2"_s.arg(u"%1"_s,
-                                                                                               reason);
-    if (!loaded)
-        return u"The specified file is not a Taskmill project, is damaged or is in use by another program:\n\n%1\n\n(%2)"_s
-            .arg(u"%1"_s, database.LastErrorMessage());
-    return ProblemOfContent(database);
-}
-
 /// The name of a new file beside a project's own.
 QString FileBeside(const QString &path)
 {
@@ -117,6 +75,14 @@ std::unique_ptr<Taskmill_Database> NewDatabase(const Taskmill_WorkingCopy *copy)
 const QString noWorkingCopy =
     u"No working copy of the project can be kept on this computer: what is not saved is lost if the manager ends by force."_s;
 
+void ReportWriteError(const QString &path, const QString &error)
+{
+    KilnUtil_Error::ReportError(
+        QString::fromLatin1(Taskmill_SavingTitle),
+        u"The project could not be written to the following file, which is as it was before:\n\n%1\n\n(%2)"_s
+            .arg(path, error));
+}
+
 void RememberDirectory(const QString &path)
 {
     KilnUtil_Registry::SetValue(u"/Files/Last_Directory_Path"_s, QFileInfo{path}.absolutePath());
@@ -135,7 +101,7 @@ struct Taskmill_Project::OpenedFile
 Taskmill_Project::Taskmill_Project(Taskmill_JobTypeList &jobTypes, KilnUtil_IDManager &jobNumbers,
                                    Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations,
                                    Taskmill_Notifier &notifier, Taskmill_RunSource &runs,
-                                   KilnUtil_RunKeepers *keepers)
+                                   Taskmill_ReadOnlyProjects readOnlyProjects, KilnUtil_RunKeepers *keepers)
     : m_jobTypes{jobTypes}
     , m_jobNumbers{jobNumbers}
     , m_finishedJobs{finishedJobs}
@@ -143,6 +109,7 @@ Taskmill_Project::Taskmill_Project(Taskmill_JobTypeList &jobTypes, KilnUtil_IDMa
     , m_notifier{notifier}
     , m_runs{runs}
     , m_keptRuns{keepers}
+    , m_readOnlyProjects{readOnlyProjects}
 {
     for (Taskmill_JobQueue *queue : m_destinations.Queues())
         connect(queue, &Taskmill_JobQueue::QueueUpdatedSignal, this, &Taskmill_Project::StorePauses);
@@ -167,6 +134,18 @@ bool Taskmill_Project::HasUnsavedChanges() const
     return database && database->HasUnsavedChanges();
 }
 
+QString Taskmill_Project::ProblemOfFile(const QString &path) const
+{
+    const QFileInfo file{path};
+    if (!file.exists())
+        return u"The specified file does not exist:\n\n%1"_s;
+    if (!file.isReadable())
+        return u"The specified file is not readable:\n\n%1"_s;
+    if (m_readOnlyProjects == Taskmill_ReadOnlyProjects::Refuse && !file.isWritable())
+        return u"The specified file is not writable:\n\n%1"_s;
+    return {};
+}
+
 bool Taskmill_Project::OpenProject(const QString &path)
 {
     if (path.isEmpty())
@@ -188,7 +167,7 @@ bool Taskmill_Project::OpenProject(const QString &path)
     // A bad file is not to cost the project that is open.
     QStringList notices;
     auto left = Taskmill_ProjectRecovery{notices}.Find(lock ? *lock : *m_lock);
-    if (left && !ProblemOfContent(*left->Database).isEmpty())
+    if (left && !Taskmill_ProblemOfProject(*left->Database).isEmpty())
         left.reset();
     OpenedFile opened;
     if (!left) {
@@ -232,13 +211,13 @@ Taskmill_Project::OpenedFile Taskmill_Project::Load(const QString &path, QString
     opened.contentStamp = Taskmill_ContentStamp(path);
     opened.copy = Taskmill_WorkingCopy::Make();
     opened.database = NewDatabase(opened.copy.get());
-    opened.problem = ProblemOfTaking(*opened.database, path);
+    opened.problem = Taskmill_LoadProject(*opened.database, path);
     if (opened.problem.isEmpty() || !opened.copy)
         return opened;
     // The disk of the working copy may be full.
     opened.database = NewDatabase(nullptr);
     opened.copy.reset();
-    opened.problem = ProblemOfTaking(*opened.database, path);
+    opened.problem = Taskmill_LoadProject(*opened.database, path);
     if (opened.problem.isEmpty())
         notices += noWorkingCopy;
     return opened;
@@ -296,7 +275,7 @@ bool Taskmill_Project::OpenWithoutFile()
 {
     QStringList notices;
     auto left = Taskmill_ProjectRecovery{notices}.FindNeverSaved();
-    if (left && !ProblemOfContent(*left->Database).isEmpty())
+    if (left && !Taskmill_ProblemOfProject(*left->Database).isEmpty())
         left.reset();
     CloseProject();
     const bool isOpen = (left && TakeUp(std::move(*left), {})) || NewProject();
@@ -350,7 +329,7 @@ QString Taskmill_Project::OpenFileInstead()
     const QString path = FilePath();
     QString beside = FileBeside(path);
     if (!WriteFile(beside)) {
-        ReportWriteError(beside);
+        ReportWriteError(beside, CurrentDatabase()->LastErrorMessage());
         return {};
     }
     const int lastJobID = m_jobNumbers.LastID();
@@ -411,22 +390,23 @@ bool Taskmill_Project::FileHasChanged() const
 
 bool Taskmill_Project::SaveProjectAs(const QString &path)
 {
+    const std::optional<QString> error = TrySaveProjectAs(path);
+    if (error)
+        ReportWriteError(QFileInfo{path}.absoluteFilePath(), *error);
+    return !error;
+}
+
+std::optional<QString> Taskmill_Project::TrySaveProjectAs(const QString &path)
+{
     Taskmill_Database *database = CurrentDatabase();
     const QString absolutePath = QFileInfo{path}.absoluteFilePath();
     std::unique_ptr<Taskmill_ProjectLock> lock;
     if (!m_lock || !m_lock->IsOf(absolutePath))
         lock = std::make_unique<Taskmill_ProjectLock>(absolutePath);
-    if (lock && lock->IsHeldElsewhere()) {
-        KilnUtil_Error::ReportError(
-            QString::fromLatin1(Taskmill_SavingTitle),
-            u"Another Taskmill manager, %1, has the following project open; it was not replaced:\n\n%2"_s.arg(
-                lock->Holder(), absolutePath));
-        return false;
-    }
-    if (!WriteOwnFile(absolutePath)) {
-        ReportWriteError(absolutePath);
-        return false;
-    }
+    if (lock && lock->IsHeldElsewhere())
+        return u"another Taskmill manager, %1, has this project open"_s.arg(lock->Holder());
+    if (!WriteOwnFile(absolutePath))
+        return database ? database->LastErrorMessage() : u"no project is open"_s;
     // The database is what the file holds now; it is not closed, so that nothing can go wrong in reading the
     // file back while jobs run.
     if (lock)
@@ -439,16 +419,7 @@ bool Taskmill_Project::SaveProjectAs(const QString &path)
     RemoveSpareFile();
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
-    return true;
-}
-
-void Taskmill_Project::ReportWriteError(const QString &path) const
-{
-    const Taskmill_Database *database = CurrentDatabase();
-    KilnUtil_Error::ReportError(
-        QString::fromLatin1(Taskmill_SavingTitle),
-        u"The project could not be written to the following file, which is as it was before:\n\n%1\n\n(%2)"_s
-            .arg(path, database ? database->LastErrorMessage() : QString{}));
+    return std::nullopt;
 }
 
 bool Taskmill_Project::WriteFile(const QString &path)
@@ -584,7 +555,7 @@ void Taskmill_Project::CloseProject()
     // They end side by side.
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Jobs().BeginToKillRunning();
-    // All at once: telling the client of one job may take a while, and none is to go on running meanwhile.
+    // All at once: sending one notification may take a while, and no job is to go on running meanwhile.
     KilnUtil_ProcessTree::KillRegisteredChildren();
     // What comes from now on belongs to the end, which the user wants also when it is cut short.
     if (Taskmill_Database *database = CurrentDatabase(); database && m_copy)

@@ -31,6 +31,13 @@ extern const char *const Taskmill_ProjectFileFilter;
 /// The title of what is asked and reported while a project is saved.
 extern const char *const Taskmill_SavingTitle;
 
+/// What becomes of a project file that can be read but not written.
+enum class Taskmill_ReadOnlyProjects
+{
+    Open,  ///< nobody is at hand to choose another file, and a project can be worked on without saving
+    Refuse ///< the user chooses another file
+};
+
 /// The one project that the manager has open: a database of its own, the working copy, which is saved to and
 /// loaded from a ".mill" file. A working copy that a manager has left which was ended by force is taken up.
 class Taskmill_Project : public QObject
@@ -41,7 +48,8 @@ public:
     /// All of them outlive the project; there may be no keepers.
     Taskmill_Project(Taskmill_JobTypeList &jobTypes, KilnUtil_IDManager &jobNumbers,
                      Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations,
-                     Taskmill_Notifier &notifier, Taskmill_RunSource &runs, KilnUtil_RunKeepers *keepers);
+                     Taskmill_Notifier &notifier, Taskmill_RunSource &runs,
+                     Taskmill_ReadOnlyProjects readOnlyProjects, KilnUtil_RunKeepers *keepers);
     ~Taskmill_Project() override;
     Q_DISABLE_COPY_MOVE(Taskmill_Project)
 
@@ -65,10 +73,12 @@ public:
     /// Writes the project to the file of that name, which becomes its own, without asking; a failure is
     /// reported. What must be asked before is up to Taskmill_SaveDialogue.
     bool SaveProjectAs(const QString &path);
+    /// The same without a report: why it could not be written, or nothing when it was.
+    [[nodiscard]] std::optional<QString> TrySaveProjectAs(const QString &path);
     /// Writes unsaved changes to the project's own file without asking or reporting anything but to the debug
     /// log, for a program that ends on a signal; beside the file when that has changed. False when they could
-    /// not be written there: they are in a spare file then, which the log names and the next start speaks of,
-    /// if any place took it.
+    /// not be written there: they are in a spare file then, which the log and a notice at the next start
+    /// name, if any place took it.
     bool SaveUnattended();
     /// The trimmed name with ".mill" at its end; empty for an empty one.
     [[nodiscard]] static QString ProjectFileName(const QString &name);
@@ -127,9 +137,10 @@ private:
     bool TakeUp(Taskmill_LeftProject left, const QString &path);
     /// The database is the current one.
     void Install(Taskmill_Database &database, const QString &path);
+    /// What stands against opening the file, with %1 for its path; empty when nothing does.
+    [[nodiscard]] QString ProblemOfFile(const QString &path) const;
     [[nodiscard]] bool WriteFile(const QString &path);
     [[nodiscard]] bool WriteOwnFile(const QString &path);
-    void ReportWriteError(const QString &path) const;
     void StorePauses();
     void Notify(const QList<Taskmill_EndedRun> &ends);
     void ForgetProject();
@@ -147,6 +158,7 @@ private:
     Taskmill_Notifier &m_notifier;
     Taskmill_RunSource &m_runs;
     Taskmill_ProjectRuns m_keptRuns;
+    const Taskmill_ReadOnlyProjects m_readOnlyProjects;
 
     std::unique_ptr<Taskmill_ProjectLock> m_lock;      ///< of the project's file
     std::unique_ptr<Taskmill_WorkingCopy> m_copy;      ///< nullptr for a project in memory

@@ -24,7 +24,6 @@ using namespace Qt::Literals::StringLiterals;
 struct Taskmill_QueueOwner::Variant
 {
     Taskmill_Destination destination;
-    QLatin1StringView listName;
     bool (Taskmill_Database::*insert)(const Taskmill_JobRecord &job, bool forceNew, int *outID);
     bool (Taskmill_Database::*remove)(int jobID);
 };
@@ -32,12 +31,12 @@ struct Taskmill_QueueOwner::Variant
 const Taskmill_QueueOwner::Variant &Taskmill_QueueOwner::VariantOf(Taskmill_Destination destination)
 {
     static constexpr std::array variants{
-        Variant{Taskmill_Destination::Long, "Long Jobs Queue"_L1, &Taskmill_Database::InsertLongJob,
+        Variant{Taskmill_Destination::Long, &Taskmill_Database::InsertLongJob,
                 &Taskmill_Database::DeleteLongJob},
-        Variant{Taskmill_Destination::Short, "Short Jobs Queue"_L1, &Taskmill_Database::InsertShortJob,
+        Variant{Taskmill_Destination::Short, &Taskmill_Database::InsertShortJob,
                 &Taskmill_Database::DeleteShortJob},
-        Variant{Taskmill_Destination::Queueless, "Queueless Jobs List"_L1,
-                &Taskmill_Database::InsertQueuelessJob, &Taskmill_Database::DeleteQueuelessJob}};
+        Variant{Taskmill_Destination::Queueless, &Taskmill_Database::InsertQueuelessJob,
+                &Taskmill_Database::DeleteQueuelessJob}};
     return *std::ranges::find(variants, destination, &Variant::destination);
 }
 
@@ -75,7 +74,7 @@ Taskmill_Destination Taskmill_QueueOwner::Destination() const
 
 QString Taskmill_QueueOwner::ListName() const
 {
-    return m_variant.listName;
+    return Taskmill_NamesOf(m_variant.destination).List;
 }
 
 void Taskmill_QueueOwner::Pause()
@@ -149,9 +148,8 @@ QString Taskmill_QueueOwner::ListingText(int width)
 {
     QList<QStringList> rows;
     for (const Taskmill_Job *job : Jobs().Jobs())
-        rows.append(Taskmill_Listings::QueueRow(job->Record()));
-    return Taskmill_Listings::Text(u"\n%1\n"_s.arg(ListName()), u"\n%1 is Empty\n\n"_s.arg(ListName()),
-                                   Taskmill_Listings::QueueHeaders(), rows, width);
+        rows.append(Taskmill_Listings::Queue().Row(job->Record()));
+    return Taskmill_Listings::Queue().Listing(ListName(), ListName(), rows, width);
 }
 
 bool Taskmill_QueueOwner::RemoveSelectedJobs(const QList<int> &jobIDs)

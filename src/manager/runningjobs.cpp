@@ -152,7 +152,6 @@ QString Taskmill_RunningJobs::ListingText(const QList<Taskmill_ProcessRecord> &p
     m_processes = processes;
     QList<QStringList> rows;
     for (const Taskmill_ProcessRecord &process : m_processes)
-        rows.append(Taskmill_Listings::ProcessRow(process));
-    return Taskmill_Listings::Text(u"\nRunning Jobs\n"_s, u"\nRunning Jobs List is Empty\n\n"_s,
-                                   Taskmill_Listings::ProcessHeaders(), rows, width);
+        rows.append(Taskmill_Listings::Processes().Row(process));
+    return Taskmill_Listings::Processes().Listing(u"Running Jobs"_s, u"Running Jobs List"_s, rows, width);
 }

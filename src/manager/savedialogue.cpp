@@ -48,7 +48,7 @@ Taskmill_SaveDialogue::Taskmill_SaveDialogue(Taskmill_Project &project, Target t
 
 std::optional<Taskmill_Question> Taskmill_SaveDialogue::Next()
 {
-    // The program may be told to end while a question stands, and the project is closed then.
+    // A signal may end the program while a question stands, and the project is closed then.
     if (!m_project.IsOpen() && m_step != Step::Saved)
         m_step = Step::NotSaved;
     if (m_step == Step::Begin)

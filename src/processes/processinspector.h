@@ -57,7 +57,7 @@ public:
     [[nodiscard]] bool IsStillThere(const Taskmill_ProcessRecord &process);
 
     /// Ends one process at once, without giving it a chance to clean up. False for a negative id, and only
-    /// then: whether the process ended is not examined. The name is the caller's affair.
+    /// then: whether the process ended is not examined. The name is not compared.
     bool Terminate(const QString &name, int processID);
     /// The same for a process listed earlier. False, with nothing ended, when it is not IsStillThere().
     bool Terminate(const Taskmill_ProcessRecord &process);

@@ -271,7 +271,7 @@ std::optional<int> Taskmill_NativeProcessInspector::ParentNow(int processID)
     });
     if (!parent)
         return -1;
-    // The system goes on telling the number of a parent that has ended, which may be another's by now.
+    // The system still reports the number of a parent that has ended, which may be another's by now.
     const std::optional<Times> times = TimesOf(process);
     const std::optional<Times> parentTimes = TimesOf(*parent);
     if (times && parentTimes && parentTimes->creation > times->creation)

@@ -83,6 +83,11 @@ bool Taskmill_ClientGate::Admits(QByteArrayView message)
 {
     if (m_environment.AcceptUnknown || (m_othersAbout.hasExpired() && !OthersWereAbout()))
         return true;
+    return IsKeyShown(message);
+}
+
+bool Taskmill_ClientGate::IsKeyShown(QByteArrayView message) const
+{
     return Taskmill_ShowsClientKey(message, m_key);
 }
 

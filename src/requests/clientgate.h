@@ -12,9 +12,8 @@
 #include <functional>
 #include <string>
 
-/// Decides whose requests are carried out. A client that has closed its connection already cannot be told
-/// from another user's: its request counts only while nobody else uses the computer, or with the manager's
-/// key.
+/// Decides whose requests are carried out. A client that has closed its connection already may be
+/// another user's: its request counts only while nobody else uses the computer, or with the manager's key.
 class Taskmill_ClientGate final : public QObject
 {
     Q_OBJECT
@@ -44,6 +43,8 @@ public:
     [[nodiscard]] Taskmill_PeerUser UserOf(Taskmill_Socket::Handle connection) const;
     /// Whether a message counts whose sender cannot be known.
     [[nodiscard]] bool Admits(QByteArrayView message);
+    /// Whether it shows the key of this manager.
+    [[nodiscard]] bool IsKeyShown(QByteArrayView message) const;
 
 private:
     [[nodiscard]] bool OthersWereAbout();

@@ -3,6 +3,7 @@
 
 #include "kilnutil/logging.h"
 #include "manager/manager.h"
+#include "requests/frontend.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -24,6 +25,13 @@ QByteArray AnswerLines(const Taskmill_JobRecord &job, const Taskmill_JobQueue *q
 }
 } // namespace
 
+Taskmill_RequestDispatcher::Taskmill_RequestDispatcher(Taskmill_Manager &manager, Taskmill_FrontEnd &frontEnd)
+    : m_manager{manager}
+    , m_frontEnd{frontEnd}
+    , m_actions{manager, frontEnd}
+{
+}
+
 bool Taskmill_RequestDispatcher::CanHandleNow(const Taskmill_RequestMessage &request) const
 {
     const Taskmill_JobSubmitter &submitter = m_manager.Submitter();
@@ -38,6 +46,8 @@ QByteArray Taskmill_RequestDispatcher::HandleRequest(const Taskmill_RequestMessa
     };
     if (actionIs("submitjob"_L1))
         return SubmitJob(request);
+    if (const std::optional<QByteArray> answer = m_actions.CarryOut(request))
+        return *answer;
     if (!actionIs("show"_L1) && !actionIs("hide"_L1))
         return Taskmill_RefusedReply.toByteArray() + "there is no such action\n";
     if (!m_frontEnd.HasWindow())

@@ -6,9 +6,25 @@
 
 #include <QByteArray>
 
+/// What a client says that wants to see or change the manager's lists, queues or project; see
+/// Taskmill_ManagerActions. Only of a message that asks for an answer.
+struct Taskmill_ActionRequest
+{
+    QString List; ///< "long", "short", "queueless" or "finished"; empty for all
+    qint32 Since = 0;
+    qint32 JobNumber = 0;
+    QString QueueName; ///< "long" or "short"
+    qint32 QueueLimit = 0;
+    QString SaveFile; ///< absolute; empty for the project's own
+    bool Replaces = false;
+    bool TakesRunning = false;
+    bool AnswersJson = false;
+    qint32 Width = 0; ///< of a terminal, in columns; 0 for any
+};
+
 /// One message of a client: lines key=value, the keys recognised by prefix in any case. A key given twice
 /// keeps its last value; lines with unknown keys are ignored.
-struct Taskmill_RequestMessage : Taskmill_JobRequest
+struct Taskmill_RequestMessage : Taskmill_JobRequest, Taskmill_ActionRequest
 {
     QString Action;
 

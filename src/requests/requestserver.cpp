@@ -2,6 +2,7 @@
 #include "requests/requestserver.h"
 
 #include "kilnutil/logging.h"
+#include "requests/manageractions.h"
 
 #include <QScopedValueRollback>
 #include <QSocketNotifier>
@@ -18,6 +19,7 @@ namespace {
 const QString refusalText =
     u"it cannot be told who has sent the request, because its sender closed the connection at once and other "
     "users are at work on this computer"_s;
+const QByteArray needsKey = "this action needs the manager's key, which taskmillctl sends";
 const QByteArray questionIsOpen = "a question is open in the manager; answer it first";
 
 QByteArray Refused(const QByteArray &reason)
@@ -329,11 +331,15 @@ void Taskmill_RequestServer::HandleMessage(Taskmill_RequestConnection &connectio
                                            const Taskmill_RequestMessage &request)
 {
     const QScopedValueRollback busy{m_busy, true};
+    const bool asksForReply = Taskmill_AsksForReply(connection.Bytes());
     QByteArray answer = Taskmill_AcceptedReply.toByteArray() + '\n';
     if (IsToBeHandled(request)) {
         if (!request.ClientName.isEmpty())
             m_knownClients.insert(request.ClientName);
-        answer = m_handler.HandleRequest(request);
+        // Whoever has the port may submit; what else there is needs a client that can read the user's files.
+        const bool isAllowed = !Taskmill_ManagerActions::Knows(request.Action) ||
+                               (asksForReply && m_gate.IsKeyShown(connection.Bytes()));
+        answer = isAllowed ? m_handler.HandleRequest(request) : Refused(needsKey);
     }
-    connection.Close(Taskmill_AsksForReply(connection.Bytes()) ? answer : QByteArray{});
+    connection.Close(asksForReply ? answer : QByteArray{});
 }

@@ -6,6 +6,7 @@
 #include "kilnutil/registry.h"
 #include "manager/changedfiledialogue.h"
 #include "manager/closingdialogue.h"
+#include "manager/exitdialogue.h"
 #include "manager/heldjobsdialogue.h"
 #include "manager/manager.h"
 #include "manager/version.h"
@@ -21,39 +22,15 @@
 #include <QSysInfo>
 #include <QTabWidget>
 
-#include <algorithm>
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-using WarnMode = KilnUtil_Error::WarnMode;
-using WarnAnswer = KilnUtil_Error::WarnAnswer;
-
 /// Such as "64-bit Linux".
 QString PlatformText()
 {
     const QString kernel = QSysInfo::kernelType();
     return QString::number(QSysInfo::WordSize) + u"-bit "_s +
            (kernel == "winnt"_L1 ? u"Windows"_s : kernel.left(1).toUpper() + kernel.mid(1));
-}
-
-/// How many jobs run and wait, for who is about to end them.
-QString JobCountsText(Taskmill_Destinations &destinations)
-{
-    qsizetype running = 0;
-    qsizetype waiting = 0;
-    for (Taskmill_QueueOwner *owner : destinations.All()) {
-        const QList<Taskmill_Job *> &jobs = owner->Jobs().Jobs();
-        running += std::ranges::count(jobs, Taskmill_JobStatus::Running, &Taskmill_Job::Status);
-        waiting += std::ranges::count(jobs, Taskmill_JobStatus::Pending, &Taskmill_Job::Status);
-    }
-    const QString ends = running == 0   ? u"No job is running."_s
-                         : running == 1 ? u"1 job is running and will be ended."_s
-                                        : u"%1 jobs are running and will be ended."_s.arg(running);
-    const QString waits = waiting == 0   ? u"No job is waiting."_s
-                          : waiting == 1 ? u"1 job is waiting."_s
-                                         : u"%1 jobs are waiting."_s.arg(waiting);
-    return ends + u'\n' + waits;
 }
 } // namespace
 
@@ -242,10 +219,9 @@ void Taskmill_AppWindow::SystemTrayQuitSlot()
         return;
     }
     const QScopedValueRollback asking{m_askingToExit, true};
-    if (KilnUtil_Error::UserPrompt().ReportDetailedWarning(
-            u"Exit Taskmill"_s, u"Are you sure you want to completely exit Taskmill?"_s,
-            JobCountsText(m_manager.Destinations()), WarnMode::YesNoCancel,
-            WarnAnswer::No) == WarnAnswer::Yes)
+    Taskmill_ExitDialogue exit{m_manager.Destinations()};
+    Taskmill_AskThroughPrompt(exit);
+    if (exit.IsConfirmed())
         ExitSlot();
 }
 

@@ -4,14 +4,8 @@
 #include "manager/finishedjobs.h"
 #include "manager/listings.h"
 
-namespace {
-constexpr int submittedColumn = 7;
-constexpr int startedColumn = 8;
-constexpr int finishedColumn = 9;
-} // namespace
-
 Taskmill_FinishedJobsModel::Taskmill_FinishedJobsModel(const Taskmill_FinishedJobs &jobs, QObject *parent)
-    : Taskmill_JobTableModel{Taskmill_Listings::FinishedHeaders(), parent}
+    : Taskmill_JobTableModel{Taskmill_Listings::FinishedJobs(), parent}
     , m_jobs{jobs}
     , m_generation{jobs.Generation()}
 {
@@ -29,7 +23,7 @@ void Taskmill_FinishedJobsModel::Refresh()
 void Taskmill_FinishedJobsModel::RemoveMissingRows()
 {
     const QList<Taskmill_JobRecord> &jobs = m_jobs.Jobs();
-    const Taskmill_RowRanges gone = Taskmill_RowsGone(
+    const KilnUtil_RowRanges gone = KilnUtil_RowsGone(
         m_jobIDs.size(), [this](qsizetype row) { return m_jobIDs[row]; }, jobs.size(),
         [&jobs](qsizetype position) { return jobs[position].JobID; });
     TakeOut(gone, m_jobIDs);
@@ -54,23 +48,13 @@ Taskmill_JobStatus Taskmill_FinishedJobsModel::StatusOfRow(qsizetype row) const
 
 QString Taskmill_FinishedJobsModel::TextOf(qsizetype row, int column) const
 {
-    return row < m_jobs.Jobs().size() ? Taskmill_Listings::FinishedCell(m_jobs.Jobs()[row], column)
-                                      : QString{};
+    return row < m_jobs.Jobs().size() ? Columns().Text(m_jobs.Jobs()[row], column) : QString{};
 }
 
 std::optional<Taskmill_JobTime> Taskmill_FinishedJobsModel::TimeOf(qsizetype row, int column) const
 {
-    if (row >= m_jobs.Jobs().size())
+    Taskmill_JobTime Taskmill_JobRecord::*time = Columns().TimeOf(column);
+    if (!time || row >= m_jobs.Jobs().size())
         return std::nullopt;
-    const Taskmill_JobRecord &job = m_jobs.Jobs()[row];
-    switch (column) {
-    case submittedColumn:
-        return job.Submitted;
-    case startedColumn:
-        return job.Started;
-    case finishedColumn:
-        return job.Finished;
-    default:
-        return std::nullopt;
-    }
+    return m_jobs.Jobs()[row].*time;
 }

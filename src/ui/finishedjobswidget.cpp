@@ -3,21 +3,15 @@
 
 #include "manager/finishedjobs.h"
 #include "manager/finishedremovaldialogue.h"
+#include "manager/listings.h"
 #include "ui/contextmenu.h"
 #include "ui/jobviewers.h"
-#include "ui/pagelayout.h"
 #include "ui/tablefiller.h"
 #include "widgets/tablewidget.h"
 
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-// In characters. The times need less than so many digits would.
-const QList<int> columnHints{5, 24, 10, 20, 5, 30, 40, 16, 16, 16};
-const QMap<int, int> elasticColumns{{1, 10}, {3, 6}, {5, 3}, {6, 3}};
-} // namespace
 
 /// The entries of the menu that has been shown.
 struct Taskmill_FinishedJobsWidget::Entries
@@ -40,20 +34,12 @@ struct Taskmill_FinishedJobsWidget::Entries
 
 Taskmill_FinishedJobsWidget::Taskmill_FinishedJobsWidget(QWidget *parent, Taskmill_FinishedJobs &finishedJobs)
     : m_jobs{finishedJobs}
-    , m_frame{new QFrame{parent}}
+    , m_frame{parent}
 {
     BuildTable();
     FillTable();
     connect(&m_jobs, &Taskmill_FinishedJobs::JobsChangedSignal, this,
             &Taskmill_FinishedJobsWidget::JobsChangedSlot);
-}
-
-Taskmill_FinishedJobsWidget::~Taskmill_FinishedJobsWidget()
-{
-    if (!m_frame)
-        return;
-    m_frame->hide();
-    delete m_frame;
 }
 
 void Taskmill_FinishedJobsWidget::BuildTable()
@@ -63,8 +49,8 @@ void Taskmill_FinishedJobsWidget::BuildTable()
     m_table->setAccessibleName(u"Finished Jobs"_s);
     m_table->SetEmptyText(u"No job has finished yet."_s);
     m_table->SetSourceModel(m_model);
-    m_table->SetColumnHints(columnHints);
-    m_table->SetElasticColumns(elasticColumns);
+    m_table->SetColumnHints(Taskmill_Listings::FinishedJobs().Widths());
+    m_table->SetElasticColumns(Taskmill_Listings::FinishedJobs().LeastWidths());
     m_table->RememberColumns(u"Finished_Jobs"_s);
     connect(m_table, &KilnUtil_TableWidget::cellDoubleClicked, this,
             &Taskmill_FinishedJobsWidget::CellDoubleClickedSlot);
@@ -73,7 +59,7 @@ void Taskmill_FinishedJobsWidget::BuildTable()
     connect(m_table, &KilnUtil_TableWidget::RemoveRequestedSignal, this,
             &Taskmill_FinishedJobsWidget::RemoveSlot);
 
-    auto *layout = Taskmill_MakePageLayout(m_frame);
+    auto *layout = m_frame.MakeLayout();
     layout->addWidget(m_table);
     m_frame->setFocusProxy(m_table);
     m_filler = new Taskmill_TableFiller{m_frame, [this] {

@@ -2,9 +2,7 @@
 #pragma once
 
 #include "ui/finishedjobsmodel.h"
-
-#include <QFrame>
-#include <QPointer>
+#include "ui/pageframe.h"
 
 class KilnUtil_TableWidget;
 class QAction;
@@ -21,8 +19,6 @@ class Taskmill_FinishedJobsWidget final : public QObject
 public:
     /// The list outlives this. Makes the page as a child of the parent.
     Taskmill_FinishedJobsWidget(QWidget *parent, Taskmill_FinishedJobs &finishedJobs);
-    ~Taskmill_FinishedJobsWidget() override;
-    Q_DISABLE_COPY_MOVE(Taskmill_FinishedJobsWidget)
 
     [[nodiscard]] QFrame *Frame() const { return m_frame; }
     [[nodiscard]] KilnUtil_TableWidget *Table() const { return m_table; }
@@ -47,7 +43,7 @@ private:
     void View(const Entries &entries, const QAction &chosen, int jobID);
 
     Taskmill_FinishedJobs &m_jobs;
-    QPointer<QFrame> m_frame; ///< goes with the window, when that goes first
+    Taskmill_PageFrame m_frame;
     KilnUtil_TableWidget *m_table = nullptr;
     Taskmill_FinishedJobsModel *m_model = nullptr;
     Taskmill_TableFiller *m_filler = nullptr;

@@ -5,20 +5,23 @@
 #include "manager/listings.h"
 #include "widgets/tablesortproxy.h"
 
-namespace {
-constexpr int submittedColumn = 6;
-constexpr int startedColumn = 7;
-} // namespace
-
-bool Taskmill_JobsModel::Row::Shows(const Taskmill_JobRecord &job) const
-{
-    return status == job.Status && submitted == job.Submitted && started == job.Started;
-}
-
 Taskmill_JobsModel::Taskmill_JobsModel(const Taskmill_JobContainer &jobs, QObject *parent)
-    : Taskmill_JobTableModel{Taskmill_Listings::QueueHeaders(), parent}
+    : Taskmill_JobTableModel{Taskmill_Listings::Queue(), parent}
     , m_jobs{jobs}
 {
+    for (int column = 0; column < Columns().Count(); ++column) {
+        if (Columns().TimeOf(column))
+            m_timeColumns.append(column);
+    }
+}
+
+/// As the job is now.
+Taskmill_JobsModel::Row Taskmill_JobsModel::RowOf(const Taskmill_JobRecord &job) const
+{
+    Row row{.jobID = job.JobID, .status = job.Status, .times = {}, .texts = {}};
+    for (const int column : m_timeColumns)
+        row.times.append(job.*Columns().TimeOf(column));
+    return row;
 }
 
 void Taskmill_JobsModel::Refresh()
@@ -31,7 +34,7 @@ void Taskmill_JobsModel::Refresh()
 void Taskmill_JobsModel::RemoveMissingRows()
 {
     const QList<Taskmill_Job *> &jobs = m_jobs.Jobs();
-    const Taskmill_RowRanges gone = Taskmill_RowsGone(
+    const KilnUtil_RowRanges gone = KilnUtil_RowsGone(
         m_rows.size(), [this](qsizetype row) { return m_rows[row].jobID; }, jobs.size(),
         [&jobs](qsizetype position) { return jobs[position]->JobID(); });
     TakeOut(gone, m_rows);
@@ -44,29 +47,18 @@ void Taskmill_JobsModel::AppendNewRows()
         return;
     beginInsertRows({}, static_cast<int>(m_rows.size()), count - 1);
     m_rows.reserve(count);
-    while (m_rows.size() < count) {
-        const Taskmill_JobRecord &job = m_jobs.JobAt(static_cast<int>(m_rows.size()))->Record();
-        m_rows.append({.jobID = job.JobID,
-                       .status = job.Status,
-                       .submitted = job.Submitted,
-                       .started = job.Started,
-                       .texts = {}});
-    }
+    while (m_rows.size() < count)
+        m_rows.append(RowOf(m_jobs.JobAt(static_cast<int>(m_rows.size()))->Record()));
     endInsertRows();
 }
 
 void Taskmill_JobsModel::UpdateRows()
 {
     for (int position = 0; position < m_rows.size(); ++position) {
-        const Taskmill_JobRecord &job = m_jobs.JobAt(position)->Record();
-        Row &row = m_rows[position];
-        if (row.Shows(job))
+        const Row now = RowOf(m_jobs.JobAt(position)->Record());
+        if (m_rows[position].ShowsTheSameAs(now))
             continue;
-        row = {.jobID = job.JobID,
-               .status = job.Status,
-               .submitted = job.Submitted,
-               .started = job.Started,
-               .texts = {}};
+        m_rows[position] = now;
         Q_EMIT dataChanged(index(position, 0), index(position, columnCount() - 1),
                            {Qt::DisplayRole, Qt::DecorationRole, KilnUtil_TableSortProxy::SortRole});
     }
@@ -95,19 +87,13 @@ QString Taskmill_JobsModel::TextOf(qsizetype position, int column) const
         const Taskmill_Job *job = m_jobs.FindByJobID(row.jobID);
         if (!job)
             return {};
-        row.texts = Taskmill_Listings::QueueRow(job->Record());
+        row.texts = Columns().Row(job->Record());
     }
     return row.texts[column];
 }
 
 std::optional<Taskmill_JobTime> Taskmill_JobsModel::TimeOf(qsizetype position, int column) const
 {
-    switch (column) {
-    case submittedColumn:
-        return m_rows[position].submitted;
-    case startedColumn:
-        return m_rows[position].started;
-    default:
-        return std::nullopt;
-    }
+    const qsizetype time = m_timeColumns.indexOf(column);
+    return time < 0 ? std::nullopt : std::optional{m_rows[position].times[time]};
 }

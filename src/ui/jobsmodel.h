@@ -6,6 +6,7 @@
 
 #include <QList>
 #include <QStringList>
+#include <QVarLengthArray>
 
 class Taskmill_JobContainer;
 
@@ -40,18 +41,23 @@ private:
     {
         int jobID = -1;
         Taskmill_JobStatus status = Taskmill_JobStatus::Unknown;
-        Taskmill_JobTime submitted;
-        Taskmill_JobTime started;
+        QVarLengthArray<Taskmill_JobTime, 2> times; ///< of the columns that show one, in their order
         /// Made when the row is first shown or sorted: most rows of a long queue never are.
         mutable QStringList texts;
 
-        [[nodiscard]] bool Shows(const Taskmill_JobRecord &job) const;
+        /// Of the same job: nothing else of it changes while it waits and runs.
+        [[nodiscard]] bool ShowsTheSameAs(const Row &other) const
+        {
+            return status == other.status && times == other.times;
+        }
     };
 
+    [[nodiscard]] Row RowOf(const Taskmill_JobRecord &job) const;
     void RemoveMissingRows();
     void AppendNewRows();
     void UpdateRows();
 
     const Taskmill_JobContainer &m_jobs;
+    QList<int> m_timeColumns;
     QList<Row> m_rows;
 };

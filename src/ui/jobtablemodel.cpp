@@ -7,24 +7,23 @@
 
 #include <algorithm>
 
-namespace {
-constexpr int jobIDColumn = 0;
-constexpr int statusColumn = 2;
-} // namespace
-
-Taskmill_JobTableModel::Taskmill_JobTableModel(QStringList headers, QObject *parent)
+Taskmill_JobTableModel::Taskmill_JobTableModel(const Taskmill_Columns<Taskmill_JobRecord> &columns,
+                                               QObject *parent)
     : QAbstractTableModel{parent}
-    , m_headers{std::move(headers)}
+    , m_columns{columns}
+    , m_headers{columns.Headers()}
+    , m_jobIDColumn{columns.IndexOf(&Taskmill_JobRecord::JobID)}
+    , m_statusColumn{columns.IndexOf(&Taskmill_JobRecord::Status)}
 {
 }
 
-void Taskmill_JobTableModel::FinishNewLayout(const Taskmill_RowRanges &gone)
+void Taskmill_JobTableModel::FinishNewLayout(const KilnUtil_RowRanges &gone)
 {
     QList<int>
         rowsNow; // of the rows before, as views may hold a place in each of them; -1 for one that is gone
-    rowsNow.resize(RowCount() + Taskmill_CountOf(gone));
-    for (const Taskmill_RowRange &range : gone)
-        std::fill_n(rowsNow.begin() + range.First, range.Last - range.First + 1, -1);
+    rowsNow.resize(RowCount() + KilnUtil_CountOf(gone));
+    for (const KilnUtil_RowRange &range : gone)
+        std::fill_n(rowsNow.begin() + range.First, range.Count(), -1);
     int row = 0;
     for (int &now : rowsNow) {
         if (now == 0)
@@ -57,13 +56,13 @@ QVariant Taskmill_JobTableModel::data(const QModelIndex &index, int role) const
         return {};
     switch (role) {
     case Qt::DisplayRole:
-        if (index.column() == jobIDColumn)
+        if (index.column() == m_jobIDColumn)
             return JobIDOfRow(index.row());
         return TextOf(index.row(), index.column());
     case KilnUtil_TableSortProxy::SortRole:
         return SortValueOf(index.row(), index.column());
     case Qt::DecorationRole:
-        return index.column() == statusColumn ? Taskmill_StatusIcon(StatusOfRow(index.row())) : QVariant{};
+        return index.column() == m_statusColumn ? Taskmill_StatusIcon(StatusOfRow(index.row())) : QVariant{};
     case Qt::TextAlignmentRole:
         return QVariant{Qt::AlignLeft | Qt::AlignVCenter};
     case KilnUtil_TableSortProxy::PositionRole:
@@ -75,7 +74,7 @@ QVariant Taskmill_JobTableModel::data(const QModelIndex &index, int role) const
 
 QVariant Taskmill_JobTableModel::SortValueOf(qsizetype row, int column) const
 {
-    if (column == jobIDColumn)
+    if (column == m_jobIDColumn)
         return JobIDOfRow(row);
     const std::optional<Taskmill_JobTime> time = TimeOf(row, column);
     return time ? QVariant{Taskmill_TimeTextOrder(*time)} : QVariant{TextOf(row, column)};

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "jobs/jobstatus.h"
-#include "jobs/jobtime.h"
-#include "ui/rowranges.h"
+#include "jobs/jobrecord.h"
+#include "manager/columns.h"
+#include "widgets/rowranges.h"
 
 #include <QAbstractTableModel>
 #include <QList>
@@ -11,8 +11,8 @@
 
 #include <optional>
 
-/// What the tables of jobs have in common: the number in the first column, the status with its mark in the
-/// third, the role that leads from a cell to its row, and one way to take rows out.
+/// What the tables of jobs have in common: their columns, the mark beside the status, the role that leads
+/// from a cell to its row, and one way to take rows out.
 class Taskmill_JobTableModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -24,7 +24,10 @@ public:
     [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
 protected:
-    Taskmill_JobTableModel(QStringList headers, QObject *parent);
+    /// The columns outlive the model.
+    Taskmill_JobTableModel(const Taskmill_Columns<Taskmill_JobRecord> &columns, QObject *parent);
+
+    [[nodiscard]] const Taskmill_Columns<Taskmill_JobRecord> &Columns() const { return m_columns; }
 
     [[nodiscard]] virtual qsizetype RowCount() const = 0;
     [[nodiscard]] virtual int JobIDOfRow(qsizetype row) const = 0;
@@ -36,18 +39,18 @@ protected:
     /// Takes rows out of the list behind the table. A view takes so many removals one by one in good time;
     /// beyond, a new layout is reported.
     template <typename T>
-    void TakeOut(const Taskmill_RowRanges &gone, QList<T> &rows)
+    void TakeOut(const KilnUtil_RowRanges &gone, QList<T> &rows)
     {
         constexpr qsizetype mostOneByOne = 100;
         if (gone.size() > mostOneByOne) {
             Q_EMIT layoutAboutToBeChanged();
-            Taskmill_RemoveRows(rows, gone);
+            KilnUtil_RemoveRows(rows, gone);
             FinishNewLayout(gone);
             return;
         }
-        for (const Taskmill_RowRange &range : gone) {
+        for (const KilnUtil_RowRange &range : gone) {
             beginRemoveRows({}, range.First, range.Last);
-            rows.remove(range.First, range.Last - range.First + 1);
+            rows.remove(range.First, range.Count());
             endRemoveRows();
         }
     }
@@ -55,7 +58,10 @@ protected:
 private:
     [[nodiscard]] QVariant SortValueOf(qsizetype row, int column) const;
     /// Leads the places that views hold to where their rows are now.
-    void FinishNewLayout(const Taskmill_RowRanges &gone);
+    void FinishNewLayout(const KilnUtil_RowRanges &gone);
 
+    const Taskmill_Columns<Taskmill_JobRecord> &m_columns;
     const QStringList m_headers;
+    const int m_jobIDColumn;
+    const int m_statusColumn;
 };

@@ -3,12 +3,10 @@
 
 #include "jobs/defaultjobtypes.h"
 #include "jobs/jobtypelist.h"
-#include "jobs/runmode.h"
 #include "kilnutil/error.h"
 #include "manager/listings.h"
 #include "ui/contextmenu.h"
 #include "ui/newjobtypewidget.h"
-#include "ui/pagelayout.h"
 #include "ui/rowsmodel.h"
 #include "widgets/tablewidget.h"
 
@@ -24,10 +22,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-constexpr int idColumn = 0;
-constexpr int executablePathColumn = 3;
-const QList<int> columnHints{5, 18, 16, 36, 12, 34, 34, 30, 40}; // characters
-
 constexpr QColor redOnLight{190, 0, 0};
 constexpr QColor redOnDark{255, 128, 120};
 constexpr int darkestLightValue = 128;
@@ -88,24 +82,18 @@ struct Taskmill_JobTypesWidget::Entries
 
 Taskmill_JobTypesWidget::Taskmill_JobTypesWidget(QWidget *parent, Taskmill_JobTypeList &jobTypes)
     : m_list{jobTypes}
-    , m_frame{new QFrame{parent}}
+    , m_columns{Taskmill_Listings::JobTypes()}
+    , m_idColumn{m_columns.IndexOf(&Taskmill_JobType::JobTypeID)}
+    , m_frame{parent}
 {
     BuildTable();
     FillTable();
     connect(&m_list, &Taskmill_JobTypeList::JobTypesChangedSignal, this, &Taskmill_JobTypesWidget::FillTable);
 }
 
-Taskmill_JobTypesWidget::~Taskmill_JobTypesWidget()
-{
-    if (!m_frame)
-        return;
-    m_frame->hide();
-    delete m_frame;
-}
-
 void Taskmill_JobTypesWidget::BuildTable()
 {
-    m_model = new Taskmill_RowsModel{Taskmill_Listings::JobTypeHeaders(), idColumn, {idColumn}, this};
+    m_model = new Taskmill_RowsModel{m_columns.Headers(), m_idColumn, m_columns.NumberColumns(), this};
     m_table = new KilnUtil_TableWidget{m_frame};
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
     m_table->setAccessibleName(u"Job Types"_s);
@@ -113,11 +101,11 @@ void Taskmill_JobTypesWidget::BuildTable()
         u"No job type is here, so no job can run.\nClick with the right mouse button to add "
         "one, or the default job types of the programs that are installed."_s);
     m_table->SetSourceModel(m_model);
-    m_table->SetColumnHints(columnHints);
+    m_table->SetColumnHints(m_columns.Widths());
     m_table->RememberColumns(u"Job_Types"_s);
     UpdateMarkColour();
 
-    auto *layout = Taskmill_MakePageLayout(m_frame);
+    auto *layout = m_frame.MakeLayout();
     layout->addWidget(m_table);
     m_note = new QLabel{m_frame};
     m_note->setTextFormat(Qt::PlainText);
@@ -160,13 +148,14 @@ void Taskmill_JobTypesWidget::ShowRows()
     QList<QStringList> rows;
     QSet<QString> withoutExecutable;
     for (const Taskmill_JobType &jobType : std::as_const(m_jobTypes)) {
-        rows.append(Taskmill_Listings::JobTypeRow(jobType));
+        rows.append(m_columns.Row(jobType));
         if (!QFileInfo{jobType.ExecutablePath}.isFile())
-            withoutExecutable.insert(rows.last()[idColumn]);
+            withoutExecutable.insert(rows.last()[m_idColumn]);
     }
     m_table->ChangeRows([&] {
         m_model->SetRows(rows);
-        m_model->MarkCells(executablePathColumn, withoutExecutable, u"There is no such file."_s);
+        m_model->MarkCells(m_columns.IndexOf(&Taskmill_JobType::ExecutablePath), withoutExecutable,
+                           u"There is no such file."_s);
     });
 }
 
@@ -175,9 +164,8 @@ Taskmill_JobType Taskmill_JobTypesWidget::CurrentJobType() const
     if (!m_frame || !m_table->currentIndex().isValid())
         return {};
     bool isNumber = false;
-    const int id = m_table->currentIndex().siblingAtColumn(idColumn).data().toInt(&isNumber);
-    const auto found = std::ranges::find(m_jobTypes, id, &Taskmill_JobType::JobTypeID);
-    return isNumber && found != m_jobTypes.end() ? *found : Taskmill_JobType{};
+    const int id = m_table->currentIndex().siblingAtColumn(m_idColumn).data().toInt(&isNumber);
+    return isNumber ? Taskmill_JobTypeWithID(m_jobTypes, id) : Taskmill_JobType{};
 }
 
 void Taskmill_JobTypesWidget::ContextMenuSlot(const QPoint &position)

@@ -2,15 +2,15 @@
 #pragma once
 
 #include "jobs/jobtype.h"
+#include "manager/columns.h"
+#include "ui/pageframe.h"
 
 #include <QList>
 #include <QObject>
-#include <QPointer>
 #include <QString>
 
 class KilnUtil_TableWidget;
 class QAction;
-class QFrame;
 class QLabel;
 class QPoint;
 class Taskmill_JobTypeList;
@@ -25,8 +25,6 @@ class Taskmill_JobTypesWidget final : public QObject
 public:
     /// The list outlives this. Makes the page as a child of the parent.
     Taskmill_JobTypesWidget(QWidget *parent, Taskmill_JobTypeList &jobTypes);
-    ~Taskmill_JobTypesWidget() override;
-    Q_DISABLE_COPY_MOVE(Taskmill_JobTypesWidget)
 
     [[nodiscard]] QFrame *Frame() const { return m_frame; }
 
@@ -63,8 +61,10 @@ private:
     void RunEditor(Taskmill_NewJobTypeWidget &editor, Store store);
 
     Taskmill_JobTypeList &m_list;
+    const Taskmill_Columns<Taskmill_JobType> &m_columns;
+    const int m_idColumn;
     QList<Taskmill_JobType> m_jobTypes; ///< as last read from the database
-    QPointer<QFrame> m_frame;           ///< goes with the window, when that goes first
+    Taskmill_PageFrame m_frame;
     KilnUtil_TableWidget *m_table = nullptr;
     Taskmill_RowsModel *m_model = nullptr;
     QLabel *m_note = nullptr; ///< beneath the table: what came of the last menu entry

@@ -2,6 +2,7 @@
 #include "ui/mainwindow.h"
 
 #include "help/helpdialog.h"
+#include "jobs/destination.h"
 #include "ui/statusicon.h"
 #include "widgets/widgetutil.h"
 
@@ -23,8 +24,13 @@ namespace {
 constexpr int gap = 10;             // pixels between the parts
 constexpr int gapAboveContent = 20; // pixels
 
-const std::array<QString, 6> pageLabels{u"Long Jobs Queue"_s, u"Short Jobs Queue"_s, u"Queueless Jobs"_s,
-                                        u"Running Jobs"_s,    u"Finished Jobs"_s,    u"Job Types"_s};
+QStringList PageLabels()
+{
+    QStringList labels;
+    for (const Taskmill_QueueNames &queue : Taskmill_Queues)
+        labels.append(queue.Tab);
+    return labels << u"Running Jobs"_s << u"Finished Jobs"_s << u"Job Types"_s;
+}
 } // namespace
 
 /// The style of the desktop, with less room beside the texts of tabs where it is scarce.
@@ -74,7 +80,8 @@ Taskmill_MainWindow::Taskmill_MainWindow()
 void Taskmill_MainWindow::MakePages()
 {
     m_tabs->setAccessibleName(u"Queues and Lists"_s);
-    for (const QString &label : pageLabels) {
+    const QStringList labels = PageLabels();
+    for (const QString &label : labels) {
         auto *page = new QFrame;
         auto *layout = new QVBoxLayout{page};
         layout->setContentsMargins({});
@@ -204,11 +211,6 @@ bool Taskmill_MainWindow::event(QEvent *event)
         KilnUtil_WidgetUtil::CentreOn(this, screen()->availableGeometry());
     }
     return done;
-}
-
-Taskmill_Page Taskmill_MainWindow::CurrentPage() const
-{
-    return static_cast<Taskmill_Page>(m_tabs->currentIndex());
 }
 
 /// The mark of a paused queue is in the colour of the text.

@@ -36,7 +36,6 @@ public:
     void SetContent(Taskmill_Page page, QWidget *content) const;
     /// Marks the tab of a queue that is paused.
     void ShowPaused(Taskmill_Page page, bool paused);
-    [[nodiscard]] Taskmill_Page CurrentPage() const;
 
     [[nodiscard]] QTabWidget &Tabs() const { return *m_tabs; }
     [[nodiscard]] QPushButton &SubmitJobsButton() const { return *m_submitJobs; }

@@ -109,9 +109,8 @@ void Taskmill_NewJobTypeWidget::MakeFields()
 {
     m_name = new QLineEdit{this};
     m_defaultQueue = new QComboBox{this};
-    m_defaultQueue->addItem(u"Long Jobs"_s, u"Long"_s);
-    m_defaultQueue->addItem(u"Short Jobs"_s, u"Short"_s);
-    m_defaultQueue->addItem(u"None (Queueless)"_s, u"None"_s);
+    for (const Taskmill_QueueNames &queue : Taskmill_Queues)
+        m_defaultQueue->addItem(queue.Choice, QString{queue.OfNewJob});
     m_applicationName = new QLineEdit{this};
     m_executablePath = new QLineEdit{this};
     m_browse = NewButton(u"Browse..."_s);

@@ -33,9 +33,8 @@ Taskmill_OpenFilesChoices::Taskmill_OpenFilesChoices(QWidget *parent)
     , m_destQueue{new QComboBox}
 {
     m_destQueue->addItem(u"Auto"_s, static_cast<int>(Taskmill_Destination::JobTypeDefault));
-    m_destQueue->addItem(u"Long Jobs Queue"_s, static_cast<int>(Taskmill_Destination::Long));
-    m_destQueue->addItem(u"Short Jobs Queue"_s, static_cast<int>(Taskmill_Destination::Short));
-    m_destQueue->addItem(u"Queueless Jobs"_s, static_cast<int>(Taskmill_Destination::Queueless));
+    for (const Taskmill_QueueNames &queue : Taskmill_Queues)
+        m_destQueue->addItem(queue.Tab, static_cast<int>(queue.Destination));
     auto *row = new QHBoxLayout{this};
     row->setContentsMargins({});
     const auto add = [row](const QString &text, QComboBox *box) {

@@ -5,12 +5,12 @@
 #include "jobs/jobqueue.h"
 #include "jobs/queuelessjobslist.h"
 #include "kilnutil/error.h"
+#include "manager/listings.h"
 #include "manager/queueowner.h"
 #include "processes/process.h"
 #include "ui/contextmenu.h"
 #include "ui/jobsmodel.h"
 #include "ui/jobviewers.h"
-#include "ui/pagelayout.h"
 #include "ui/queuepausedbar.h"
 #include "ui/tablefiller.h"
 #include "widgets/tablewidget.h"
@@ -18,12 +18,6 @@
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-// In characters. The times need less than so many digits would.
-const QList<int> columnHints{6, 24, 11, 20, 30, 40, 16, 16};
-const QMap<int, int> elasticColumns{{1, 12}, {3, 8}, {4, 6}, {5, 6}};
-} // namespace
 
 /// The entries of the menu that has been shown; the last two are absent where there is no limit.
 struct Taskmill_QueueTab::Entries
@@ -81,7 +75,7 @@ Taskmill_QueueTab::Taskmill_QueueTab(QWidget *parent, Taskmill_QueueOwner &owner
     : m_owner{owner}
     , m_helpId{std::move(helpId)}
     , m_queue{owner.Queue()}
-    , m_frame{new QFrame{parent}}
+    , m_frame{parent}
     , m_model{new Taskmill_JobsModel{owner.Jobs(), this}}
 {
     BuildPage(name);
@@ -89,18 +83,10 @@ Taskmill_QueueTab::Taskmill_QueueTab(QWidget *parent, Taskmill_QueueOwner &owner
     connect(&owner, &Taskmill_QueueOwner::JobsChangedSignal, this, &Taskmill_QueueTab::JobsChangedSlot);
 }
 
-Taskmill_QueueTab::~Taskmill_QueueTab()
-{
-    if (!m_frame)
-        return;
-    m_frame->hide();
-    delete m_frame;
-}
-
 void Taskmill_QueueTab::BuildPage(const QString &name)
 {
     m_table = new KilnUtil_TableWidget{m_frame};
-    auto *layout = Taskmill_MakePageLayout(m_frame);
+    auto *layout = m_frame.MakeLayout();
     layout->addWidget(m_table);
     if (m_queue) {
         // Beneath the table, whose rows stay under the pointer when it goes.
@@ -124,8 +110,8 @@ void Taskmill_QueueTab::BuildTable(const QString &name)
     m_table->SetEmptyText(
         u"No job is here.\nDrop input files to submit them, or press \"Submit Jobs...\"."_s);
     m_table->SetSourceModel(m_model);
-    m_table->SetColumnHints(columnHints);
-    m_table->SetElasticColumns(elasticColumns);
+    m_table->SetColumnHints(Taskmill_Listings::Queue().Widths());
+    m_table->SetElasticColumns(Taskmill_Listings::Queue().LeastWidths());
     m_table->RememberColumns(name);
     connect(m_table, &KilnUtil_TableWidget::cellDoubleClicked, this,
             &Taskmill_QueueTab::CellDoubleClickedSlot);

@@ -2,10 +2,9 @@
 #pragma once
 
 #include "jobs/destination.h"
+#include "ui/pageframe.h"
 
-#include <QFrame>
 #include <QObject>
-#include <QPointer>
 
 class KilnUtil_TableWidget;
 class QAction;
@@ -26,9 +25,6 @@ class Taskmill_QueueTab : public QObject
     Q_OBJECT
 
 public:
-    ~Taskmill_QueueTab() override;
-    Q_DISABLE_COPY_MOVE(Taskmill_QueueTab)
-
     [[nodiscard]] QFrame *Frame() const { return m_frame; }
     [[nodiscard]] KilnUtil_TableWidget &Table() const { return *m_table; }
 
@@ -72,7 +68,7 @@ private:
     Taskmill_QueueOwner &m_owner;
     const QString m_helpId;
     Taskmill_JobQueue *const m_queue; ///< nullptr for the list that has no limit and no pause
-    QPointer<QFrame> m_frame;         ///< goes with the window, when that goes first
+    Taskmill_PageFrame m_frame;
     KilnUtil_TableWidget *m_table = nullptr;
     Taskmill_QueuePausedBar *m_pausedBar = nullptr;
     Taskmill_JobsModel *m_model;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/rowsmodel.h"
 
+#include "widgets/rowranges.h"
 #include "widgets/tablesortproxy.h"
 
 #include <QTextDocument>
@@ -12,7 +13,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 /// Every change that is reported makes the view look for the row's new place; beyond this it sorts once.
-constexpr qsizetype mostChangesToldSingly = 16;
+constexpr qsizetype mostChangesReportedSingly = 16;
 
 /// A block of cells that have changed.
 struct Changed
@@ -79,19 +80,12 @@ void Taskmill_RowsModel::SetRows(const QList<QStringList> &rows)
 
 void Taskmill_RowsModel::RemoveVanished(const QHash<QString, int> &positions)
 {
-    const auto isThere = [&](int row) {
-        return positions.contains(m_rows[row].key);
-    };
-    for (int last = rowCount() - 1; last >= 0; --last) {
-        if (isThere(last))
-            continue;
-        int first = last;
-        while (first > 0 && !isThere(first - 1))
-            --first;
-        beginRemoveRows({}, first, last);
-        m_rows.remove(first, last - first + 1);
+    const KilnUtil_RowRanges vanished =
+        KilnUtil_RowsWhere(m_rows.size(), [&](int row) { return !positions.contains(m_rows[row].key); });
+    for (const KilnUtil_RowRange &range : vanished) {
+        beginRemoveRows({}, range.First, range.Last);
+        m_rows.remove(range.First, range.Count());
         endRemoveRows();
-        last = first;
     }
 }
 
@@ -147,7 +141,7 @@ void Taskmill_RowsModel::UpdateTexts(const QList<Row> &rows)
         const Changed cells = ChangedCells(row, m_rows[row].texts, rows[row].texts);
         m_rows[row].texts = rows[row].texts;
         if (!changes.isEmpty() &&
-            (changes.last().lastRow == row - 1 || changes.size() == mostChangesToldSingly))
+            (changes.last().lastRow == row - 1 || changes.size() == mostChangesReportedSingly))
             changes.last().Include(cells);
         else
             changes.append(cells);

@@ -18,7 +18,7 @@ public:
     /// Rows are known again by their text in the key column. The number columns are sorted by value.
     Taskmill_RowsModel(QStringList headers, int keyColumn, QList<int> numberColumns, QObject *parent);
 
-    /// Each row has a text for every header. Tells the views only of what differs from before.
+    /// Each row has a text for every header. Reports to the views only what differs from before.
     void SetRows(const QList<QStringList> &rows);
 
     /// Shows the column's cells in the rows of these keys in the mark's colour and with the explanation in

@@ -6,7 +6,6 @@
 #include "manager/processworker.h"
 #include "manager/runningjobs.h"
 #include "ui/contextmenu.h"
-#include "ui/pagelayout.h"
 #include "ui/rowsmodel.h"
 #include "widgets/tablewidget.h"
 
@@ -22,10 +21,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-constexpr int processIDColumn = 1;
-constexpr int parentIDColumn = 2;
-const QList<int> columnHints{5, 11, 17, 20, 12, 40, 60}; // characters
-
 constexpr int shortReadingMs = 150;
 
 struct KillEntry
@@ -47,7 +42,10 @@ Taskmill_RunningJobsWidget::Taskmill_RunningJobsWidget(QWidget *parent, Taskmill
                                                        Taskmill_Destinations &destinations)
     : m_runningJobs{runningJobs}
     , m_destinations{destinations}
-    , m_frame{new QFrame{parent}}
+    , m_columns{Taskmill_Listings::Processes()}
+    , m_idColumn{m_columns.IndexOf(
+          Taskmill_Column<Taskmill_ProcessRecord>::NumberText{&Taskmill_ProcessRecord::ProcessId})}
+    , m_frame{parent}
 {
     BuildPage();
     m_readingTimer.setSingleShot(true);
@@ -58,17 +56,9 @@ Taskmill_RunningJobsWidget::Taskmill_RunningJobsWidget(QWidget *parent, Taskmill
     RefreshSlot();
 }
 
-Taskmill_RunningJobsWidget::~Taskmill_RunningJobsWidget()
-{
-    if (!m_frame)
-        return;
-    m_frame->hide();
-    delete m_frame;
-}
-
 void Taskmill_RunningJobsWidget::BuildPage()
 {
-    auto *layout = Taskmill_MakePageLayout(m_frame);
+    auto *layout = m_frame.MakeLayout();
     layout->addLayout(MakeControls());
     BuildTable();
     layout->addWidget(m_table);
@@ -101,14 +91,13 @@ QBoxLayout *Taskmill_RunningJobsWidget::MakeControls()
 
 void Taskmill_RunningJobsWidget::BuildTable()
 {
-    m_model = new Taskmill_RowsModel{
-        Taskmill_Listings::ProcessHeaders(), processIDColumn, {processIDColumn, parentIDColumn}, this};
+    m_model = new Taskmill_RowsModel{m_columns.Headers(), m_idColumn, m_columns.NumberColumns(), this};
     m_table = new KilnUtil_TableWidget{m_frame};
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
     m_table->setAccessibleName(u"Running Jobs"_s);
     m_table->SetSourceModel(m_model);
-    m_table->sortByColumn(processIDColumn, Qt::AscendingOrder);
-    m_table->SetColumnHints(columnHints);
+    m_table->sortByColumn(m_idColumn, Qt::AscendingOrder);
+    m_table->SetColumnHints(m_columns.Widths());
     m_table->RememberColumns(u"Running_Jobs"_s);
     connect(m_table, &QWidget::customContextMenuRequested, this,
             &Taskmill_RunningJobsWidget::ContextMenuSlot);
@@ -141,7 +130,7 @@ void Taskmill_RunningJobsWidget::RefreshedSlot()
     QList<QStringList> rows;
     rows.reserve(m_runningJobs.Processes().size());
     for (const Taskmill_ProcessRecord &process : m_runningJobs.Processes())
-        rows.append(Taskmill_Listings::ProcessRow(process));
+        rows.append(m_columns.Row(process));
     m_table->ChangeRows([this, &rows] { m_model->SetRows(rows); });
     UpdateEmptyText();
     if (m_runningJobs.IsReading())
@@ -166,7 +155,7 @@ std::optional<Taskmill_ProcessRecord> Taskmill_RunningJobsWidget::CurrentProcess
 {
     if (!m_frame || !m_table->currentIndex().isValid())
         return std::nullopt;
-    const QString processID = m_table->currentIndex().siblingAtColumn(processIDColumn).data().toString();
+    const QString processID = m_table->currentIndex().siblingAtColumn(m_idColumn).data().toString();
     const QList<Taskmill_ProcessRecord> &processes = m_runningJobs.Processes();
     const auto found = std::ranges::find(processes, processID, &Taskmill_ProcessRecord::ProcessId);
     return found == processes.end() ? std::nullopt : std::optional{*found};

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "manager/columns.h"
 #include "processes/processinspector.h"
+#include "ui/pageframe.h"
 
 #include <QObject>
-#include <QPointer>
 #include <QTimer>
 
 #include <optional>
@@ -12,7 +13,6 @@
 class KilnUtil_TableWidget;
 class QBoxLayout;
 class QCheckBox;
-class QFrame;
 class QLabel;
 class QPoint;
 class QPushButton;
@@ -31,8 +31,6 @@ public:
     /// All of them outlive this. Makes the page as a child of the parent and begins to read the processes.
     Taskmill_RunningJobsWidget(QWidget *parent, Taskmill_RunningJobs &runningJobs,
                                Taskmill_Destinations &destinations);
-    ~Taskmill_RunningJobsWidget() override;
-    Q_DISABLE_COPY_MOVE(Taskmill_RunningJobsWidget)
 
     [[nodiscard]] QFrame *Frame() const { return m_frame; }
 
@@ -65,7 +63,9 @@ private:
 
     Taskmill_RunningJobs &m_runningJobs;
     Taskmill_Destinations &m_destinations;
-    QPointer<QFrame> m_frame; ///< goes with the window, when that goes first
+    const Taskmill_Columns<Taskmill_ProcessRecord> &m_columns;
+    const int m_idColumn; ///< of the process
+    Taskmill_PageFrame m_frame;
     KilnUtil_TableWidget *m_table = nullptr;
     Taskmill_RowsModel *m_model = nullptr;
     QPushButton *m_refresh = nullptr;

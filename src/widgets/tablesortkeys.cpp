@@ -62,8 +62,8 @@ void KilnUtil_TableSortKeys::MakeHeads()
 {
     using Key = KilnUtil_TableSortKey;
     m_heads.resize(m_keys.size());
-    m_headsTellAll = std::ranges::all_of(m_keys, &Key::IsWhole);
-    if (m_headsTellAll) {
+    m_headsDecideAll = std::ranges::all_of(m_keys, &Key::IsWhole);
+    if (m_headsDecideAll) {
         constexpr auto signBit = quint64{1} << 63;
         std::ranges::transform(m_keys, m_heads.begin(),
                                [](const Key &key) { return static_cast<quint64>(key.Whole()) ^ signBit; });
@@ -99,7 +99,7 @@ void KilnUtil_TableSortKeys::Sort(QList<int> &rows, Qt::SortOrder order) const
     for (const int row : std::as_const(rows))
         entries.push_back({m_heads[static_cast<size_t>(row)], row});
     const auto isBefore = [this](const Entry &a, const Entry &b) {
-        if (a.head != b.head || m_headsTellAll)
+        if (a.head != b.head || m_headsDecideAll)
             return a.head < b.head;
         return m_keys[static_cast<size_t>(a.row)] < m_keys[static_cast<size_t>(b.row)];
     };

@@ -55,5 +55,5 @@ private:
     /// Numbers in the order of the keys. The keys of rows with the same head have yet to be compared, which
     /// touches memory all over, unless the heads decide everything.
     std::vector<quint64> m_heads;
-    bool m_headsTellAll = false;
+    bool m_headsDecideAll = false;
 };

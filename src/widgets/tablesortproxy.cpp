@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "widgets/tablesortproxy.h"
 
+#include "widgets/rowranges.h"
 #include "widgets/tablesortkeys.h"
 
 #include <algorithm>
@@ -11,7 +12,7 @@ using Proxy = KilnUtil_TableSortProxy;
 
 namespace {
 /// Beyond so many changes at once a new order is reported to the views instead of each.
-constexpr qsizetype mostChangesToldSingly = 100;
+constexpr qsizetype mostChangesReportedSingly = 100;
 } // namespace
 
 KilnUtil_TableSortProxy::KilnUtil_TableSortProxy(QObject *parent)
@@ -136,7 +137,7 @@ void Proxy::SourceRowsInsertedSlot(const QModelIndex &, int first, int last)
         beginInsertRows({}, 0, count - 1);
         ReadSource();
         endInsertRows();
-    } else if (count > mostChangesToldSingly) {
+    } else if (count > mostChangesReportedSingly) {
         FindViewRows();
         ChangeOrder([&] {
             m_sourceRows.resize(m_sourceRows.size() + count);
@@ -164,14 +165,8 @@ void Proxy::SourceRowsAboutToBeRemovedSlot(const QModelIndex &, int first, int l
 /// The rows are in order.
 void Proxy::RemoveViewRows(const QList<int> &rows)
 {
-    QList<std::pair<int, int>> ranges; // first and last row
-    for (const int row : rows) {
-        if (!ranges.isEmpty() && ranges.last().second == row - 1)
-            ranges.last().second = row;
-        else
-            ranges.append({row, row});
-    }
-    if (ranges.size() > mostChangesToldSingly) {
+    const KilnUtil_RowRanges ranges = KilnUtil_RangesOf(rows);
+    if (ranges.size() > mostChangesReportedSingly) {
         ChangeOrder([&] {
             for (const int row : rows)
                 m_sourceRows[row] = -1;
@@ -179,9 +174,7 @@ void Proxy::RemoveViewRows(const QList<int> &rows)
         });
         return;
     }
-    // From the end: the rows before a range keep their places.
-    std::ranges::reverse(ranges);
-    for (const auto &[first, last] : std::as_const(ranges)) {
+    for (const auto &[first, last] : ranges) {
         beginRemoveRows({}, first, last);
         m_sourceRows.remove(first, last - first + 1);
         FindViewRows();
@@ -201,21 +194,21 @@ void Proxy::SourceRowsRemovedSlot(const QModelIndex &, int first, int last)
 void Proxy::SourceDataChangedSlot(const QModelIndex &topLeft, const QModelIndex &bottomRight,
                                   const QList<int> &roles)
 {
-    TellChangedRows(topLeft, bottomRight, roles);
+    ReportChangedRows(topLeft, bottomRight, roles);
     const bool orderMayChange = roles.isEmpty() || roles.contains(SortRole);
     if (orderMayChange && m_column >= topLeft.column() && m_column <= bottomRight.column())
         PutInPlace(topLeft.row(), bottomRight.row());
 }
 
-void Proxy::TellChangedRows(const QModelIndex &topLeft, const QModelIndex &bottomRight,
-                            const QList<int> &roles)
+void Proxy::ReportChangedRows(const QModelIndex &topLeft, const QModelIndex &bottomRight,
+                              const QList<int> &roles)
 {
     const auto report = [&](int first, int last) {
         Q_EMIT dataChanged(index(first, topLeft.column()), index(last, bottomRight.column()), roles);
     };
     const auto begin = m_viewRows.cbegin() + topLeft.row();
     const auto end = m_viewRows.cbegin() + bottomRight.row() + 1;
-    if (end - begin > mostChangesToldSingly) {
+    if (end - begin > mostChangesReportedSingly) {
         const auto [first, last] = std::minmax_element(begin, end);
         report(*first, *last);
     } else {
@@ -236,7 +229,7 @@ void Proxy::PutInPlace(int first, int last)
     const auto changed = m_viewRows.sliced(first, last - first + 1);
     if (std::ranges::none_of(changed, [this](int row) { return IsOutOfPlace(row); }))
         return;
-    if (changed.size() > mostChangesToldSingly) {
+    if (changed.size() > mostChangesReportedSingly) {
         ChangeOrder([this] { SortAll(); });
         return;
     }

@@ -58,7 +58,8 @@ private:
     [[nodiscard]] KilnUtil_TableSortKey KeyOf(int sourceRow) const;
     [[nodiscard]] qsizetype PlaceOf(int sourceRow) const;
     [[nodiscard]] bool IsOutOfPlace(qsizetype viewRow) const;
-    void TellChangedRows(const QModelIndex &topLeft, const QModelIndex &bottomRight, const QList<int> &roles);
+    void ReportChangedRows(const QModelIndex &topLeft, const QModelIndex &bottomRight,
+                           const QList<int> &roles);
     void PutInPlace(int first, int last);
     void RemoveViewRows(const QList<int> &rows);
     /// Calls what changes m_sourceRows at many places, and leads the places that views hold to their rows.

@@ -14,7 +14,8 @@ std::filesystem::path PathOf(const std::string &text)
 
 std::string TextOf(const std::filesystem::path &path)
 {
-    const std::u8string text = path.u8string();
+    // Of one form, whatever the environment has.
+    const std::u8string text = path.generic_u8string();
     return {text.begin(), text.end()};
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <array>
 #include <string_view>
 
 /// The line that a client sends last when it wants to hear on the same connection what became of its
@@ -16,10 +17,33 @@ constexpr std::string_view Taskmill_WireRefused = "refused=";
 constexpr std::string_view Taskmill_WireDetailedReply = "replydetails=yes";
 constexpr std::string_view Taskmill_WireJobID = "jobid=";
 constexpr std::string_view Taskmill_WireJobTypeName = "jobtypename=";
-constexpr std::string_view Taskmill_WireJobQueue = "jobqueue=";       ///< "long", "short" or "none"
+constexpr std::string_view Taskmill_WireJobQueue =
+    "jobqueue="; ///< one of the first three Taskmill_WireQueues
 constexpr std::string_view Taskmill_WireQueuePaused = "queuepaused="; ///< "yes" or "no"
 constexpr std::string_view Taskmill_WireJobInputFile = "jobinputfile=";
+
+/// The queues in requests and answers; the last two are both the list of the jobs that run at once.
+constexpr std::array<std::string_view, 4> Taskmill_WireQueues{"long", "short", "none", "queueless"};
 
 /// A request for an answer that holds this line is refused when no job type has the name that it gives; else
 /// the manager would look for another type that fits the file.
 constexpr std::string_view Taskmill_WireExactJobType = "jobtypeexact=yes";
+
+/// Actions that only a client with the manager's key may ask for, and only with Taskmill_WireReplyRequest.
+/// The answer is the line "accepted=", and then text or one JSON value until the connection ends; or
+/// "refused=" with the reason. The actions are listjobs, showjob, killjob, removejob, pausequeue,
+/// unpausequeue, limitqueue, saveproject, listjobtypes and quit; what they act on is said by these lines.
+constexpr std::string_view Taskmill_WireJobList =
+    "joblist="; ///< long, short, queueless or finished; absent for all
+constexpr std::string_view Taskmill_WireJobsSince = "jobsince="; ///< only jobs with larger numbers
+constexpr std::string_view Taskmill_WireJobNumber = "jobnumber=";
+constexpr std::string_view Taskmill_WireTakesRunning =
+    "jobrunning=yes";                                             ///< removes the job also when it runs
+constexpr std::string_view Taskmill_WireQueueName = "queuename="; ///< long or short
+constexpr std::string_view Taskmill_WireQueueLimit = "queuelimit=";
+constexpr std::string_view Taskmill_WireSaveFile =
+    "savefile="; ///< absolute; absent for the project's own file
+/// Also when another file, or what another program wrote, is lost by it; to quit, also when the project is.
+constexpr std::string_view Taskmill_WireReplaces = "replaces=yes";
+constexpr std::string_view Taskmill_WireAnswersJson = "answerformat=json";
+constexpr std::string_view Taskmill_WireAnswerWidth = "answerwidth="; ///< columns that text has to fit

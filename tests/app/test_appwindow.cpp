@@ -141,7 +141,13 @@ class TestAppWindow : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { FailOnQtWarnings(); }
+    void init()
+    {
+        FailOnQtWarnings();
+        // No case takes up what another one has left unsaved.
+        m_state = std::make_unique<QTemporaryDir>();
+        qputenv("XDG_STATE_HOME", m_state->path().toLocal8Bit());
+    }
     void ClosingWithoutATrayMinimises();
     void TabsFitIntoASmallWindow();
     void DialogsComeOneAfterAnother();
@@ -152,6 +158,9 @@ private Q_SLOTS:
     void QuitsWhileADialogIsOpen();
     void NothingIsLostAtTheExit();
     void AsksAboutTheJobsOfTheLastSession();
+
+private:
+    std::unique_ptr<QTemporaryDir> m_state;
 };
 
 void TestAppWindow::ClosingWithoutATrayMinimises()
@@ -321,9 +330,7 @@ void TestAppWindow::AsksAboutTheJobsOfTheLastSession()
 {
     if (isWindows)
         QSKIP("The state folder comes from the environment on other systems only.");
-    const QTemporaryDir state;
-    const QByteArray stateBefore = qgetenv("XDG_STATE_HOME");
-    qputenv("XDG_STATE_HOME", state.path().toLocal8Bit());
+    const QTemporaryDir &state = *m_state;
     const QString project = state.filePath(u"jobs.mill"_s);
     {
         WindowPlace place;
@@ -354,7 +361,6 @@ void TestAppWindow::AsksAboutTheJobsOfTheLastSession()
         place.prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
         place.appWindow.SystemTrayQuitSlot();
     }
-    qputenv("XDG_STATE_HOME", stateBefore);
 }
 
 QTEST_MAIN(TestAppWindow)

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "console/console.h"
 
-#include "console/consoleposted.h"
 #include "console/consoleprompt.h"
+#include "console/postedtext.h"
 #include "db/databasetestutil.h"
 #include "jobs/job.h"
 #include "jobs/queuelessjobslist.h"

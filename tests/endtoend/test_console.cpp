@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "console/consoleterminal_plain.h"
+#include "console/interruptibleinput_unix.h"
 #include "endtoend/notificationsink.h"
 #include "endtoend/processtable.h"
 #include "endtoend/projectfixture.h"

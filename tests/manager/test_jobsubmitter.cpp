@@ -3,6 +3,7 @@
 
 #include "jobs/job.h"
 #include "jobs/runmode.h"
+#include "requests/frontend.h"
 #include "requests/requestdispatcher.h"
 #include "support/testmanager.h"
 #include "support/testutil.h"
@@ -23,6 +24,7 @@ public:
     void ShowInFront() override {}
     void PutAway() override {}
     bool IsUserBusy() const override { return false; }
+    void QuitLater() override {}
 };
 
 /// Answers as the test says, and remembers what it was opened with.

@@ -284,6 +284,13 @@ private Q_SLOTS:
         QCOMPARE(Folder().entryList(QDir::Files), QStringList{});
     }
 
+    void ChangesAreBroughtOntoTheDiskInTheBackground()
+    {
+        Queue().SetPaused(true);
+        Submit(u"written-by-the-thread.in"_s);
+        QTRY_VERIFY(ReadTestFile(Copy()).contains("written-by-the-thread.in"));
+    }
+
     void FullDiskStartsAndTakesNothing()
     {
         if (isWindows)

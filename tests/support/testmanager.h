@@ -42,7 +42,7 @@ class TestManager : public TestSurroundings, public Taskmill_Manager
 {
 public:
     TestManager()
-        : Taskmill_Manager{notifier}
+        : Taskmill_Manager{notifier, Taskmill_ReadOnlyProjects::Open}
     {
     }
     ~TestManager() { Project().CloseProject(); }

@@ -275,6 +275,8 @@ void TestJobTables::RowsStayWhenTheQueueIsUnpaused()
 
 void TestJobTables::TimesOfFinishedJobsAreInView()
 {
+    if (isWindows)
+        QSKIP("Wine has no fonts, and so no widths");
     JobPages pages;
     pages.AddFinishedJobs(1);
     const QHeaderView &columns = *pages.finishedTable.horizontalHeader();

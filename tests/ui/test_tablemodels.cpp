@@ -14,6 +14,7 @@
 #include "widgets/tablewidget.h"
 
 #include <QAbstractItemModelTester>
+#include <QDir>
 #include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -94,9 +95,9 @@ struct Tables : PagePlace
         if (name == "types"_L1) {
             types = std::make_unique<Taskmill_JobTypesWidget>(&window, manager.JobTypes());
             return {TableOf(*types->Frame()),
-                    Taskmill_Listings::Text(
-                        u"\nJob Types\n"_s, {}, Taskmill_Listings::JobTypeHeaders(),
-                        {Taskmill_Listings::JobTypeRow(manager.JobTypes().GetAll().first())}, 0)};
+                    Taskmill_Listings::JobTypes().Listing(
+                        u"Job Types"_s, {},
+                        {Taskmill_Listings::JobTypes().Row(manager.JobTypes().GetAll().first())}, 0)};
         }
         processes = std::make_unique<Taskmill_RunningJobsWidget>(&window, running, manager.Destinations());
         (void)QTest::qWaitFor([this] { return !running.IsReading(); });
@@ -196,6 +197,8 @@ void TestTableModels::EachColumnHasItsText()
     const auto [table, listing] = tables.Find(tag[0]);
     if (const Taskmill_Job *job = tables.manager.Destinations().Long().Jobs().FindByJobID(7))
         column.replace("now"_L1, job->Record().Submitted.Text(u"MM-dd-yyyy hh:mm:ss"));
+    if (column.startsWith("Command Line: "_L1))
+        column = QDir::toNativeSeparators(column);
     const QStringList shown = ColumnsOf(*table->model());
     QCOMPARE(shown.value(tag[1].toInt()).trimmed(), column);
     QCOMPARE(ColumnsOf(listing).value(tag[1].toInt()).trimmed(), column);

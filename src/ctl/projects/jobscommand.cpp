@@ -3,6 +3,7 @@
 #include "ctl/projects/projectcommands.h"
 #include "ctl/projects/projectfile.h"
 #include "db/database.h"
+#include "jobs/destination.h"
 #include "jobs/jobrecord.h"
 #include "manager/listings.h"
 #include "manager/texttable.h"
@@ -12,73 +13,49 @@
 #include <QJsonObject>
 
 #include <algorithm>
-#include <array>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 struct JobList
 {
-    QLatin1StringView option;
-    QLatin1StringView title;
-    QLatin1StringView description;
+    QString option;
+    QString title;
+    QString description;
     QList<Taskmill_JobRecord> (*read)(Taskmill_Database &database);
 };
 
-constexpr std::array jobLists{
-    JobList{"finished"_L1, "Finished Jobs"_L1, "The finished jobs."_L1,
-            // No listing shows what they have written.
-            [](Taskmill_Database &database) {
-                return database.GetFinishedJobsWithShortOutputs(0);
-            }},
-    JobList{"long"_L1, "Long Jobs Queue"_L1, "The queue of long jobs."_L1,
-            [](Taskmill_Database &database) {
-                return database.GetLongJobs();
-            }},
-    JobList{"short"_L1, "Short Jobs Queue"_L1, "The queue of short jobs."_L1,
-            [](Taskmill_Database &database) {
-                return database.GetShortJobs();
-            }},
-    JobList{"queueless"_L1, "Queueless Jobs List"_L1, "The jobs without a queue."_L1,
-            [](Taskmill_Database &database) {
-                return database.GetQueuelessJobs();
-            }},
-};
-
-/// The placeholders in the order in which they are applied.
-QJsonArray PlaceholdersToJson(const Taskmill_PlaceholderValues &values)
+JobList QueueList(Taskmill_Destination queue, const QString &description,
+                  QList<Taskmill_JobRecord> (*read)(Taskmill_Database &database))
 {
-    QJsonArray placeholders;
-    for (const auto &[name, value] : values)
-        placeholders.append(QJsonObject{{u"name"_s, name}, {u"value"_s, value}});
-    return placeholders;
+    const Taskmill_QueueNames &names = Taskmill_NamesOf(queue);
+    return {QString{names.Stored}.toLower(), names.List, description, read};
+}
+
+const QList<JobList> &JobLists()
+{
+    using Database = Taskmill_Database;
+    static const QList<JobList> lists{
+        {u"finished"_s, u"Finished Jobs"_s, u"The finished jobs."_s,
+         // No listing shows what they have written.
+         [](Database &database) {
+             return database.GetFinishedJobsWithShortOutputs(0);
+         }},
+        QueueList(Taskmill_Destination::Long, u"The queue of long jobs."_s,
+                  [](Database &database) { return database.GetLongJobs(); }),
+        QueueList(Taskmill_Destination::Short, u"The queue of short jobs."_s,
+                  [](Database &database) { return database.GetShortJobs(); }),
+        QueueList(Taskmill_Destination::Queueless, u"The jobs without a queue."_s,
+                  [](Database &database) { return database.GetQueuelessJobs(); }),
+    };
+    return lists;
 }
 
 QJsonObject ToJson(const JobList &list, const Taskmill_JobRecord &job)
 {
-    return {
-        {u"list"_s, list.option},
-        {u"id"_s, job.JobID},
-        {u"name"_s, job.Name},
-        {u"status"_s, Taskmill_JobStatusText(job.Status)},
-        {u"jobtype"_s, job.JobType.Name},
-        {u"queue"_s, job.QueueName},
-        {u"executablepath"_s, job.JobType.ExecutablePath},
-        {u"commandline"_s, job.CommandLine()},
-        {u"inputfile"_s, job.InputFilePath},
-        {u"inputfile2"_s, job.InputFilePath2},
-        {u"standardinputfile"_s, job.StandardInputFile},
-        {u"standardoutputfile"_s, job.StandardOutputFile},
-        {u"outputfile"_s, job.OutputFile},
-        {u"checkpointfile"_s, job.CheckpointFile},
-        {u"checkpointfile2"_s, job.CheckpointFile2},
-        {u"placeholders"_s, PlaceholdersToJson(job.PlaceholderValues)},
-        {u"submitted"_s, job.Submitted.IsoText()},
-        {u"started"_s, job.Started.IsoText()},
-        {u"finished"_s, job.Finished.IsoText()},
-        {u"clientname"_s, job.ClientName},
-        {u"clientappname"_s, job.ClientAppName},
-    };
+    QJsonObject object = Taskmill_Listings::JobFields().Json(job);
+    object.insert(u"list"_s, list.option);
+    return object;
 }
 
 /// What a few jobs only have, in one text: the files that their submitter named, and the placeholders.
@@ -106,14 +83,15 @@ void PrintList(const JobList &list, const QList<Taskmill_JobRecord> &jobs)
         Taskmill_PrintLine(list.title + u" is Empty\n"_s);
         return;
     }
+    const Taskmill_Columns<Taskmill_JobRecord> &columns = Taskmill_Listings::FinishedJobs();
     QList<QStringList> rows;
     rows.reserve(jobs.size());
     bool anyExtras = false;
     for (const Taskmill_JobRecord &job : jobs) {
-        rows.append(Taskmill_Listings::FinishedRow(job) + QStringList{Extras(job)});
+        rows.append(columns.Row(job) + QStringList{Extras(job)});
         anyExtras = anyExtras || !rows.last().last().isEmpty();
     }
-    QStringList headers = Taskmill_Listings::FinishedHeaders();
+    QStringList headers = columns.Headers();
     if (anyExtras)
         headers.append(u"Files and Placeholders"_s);
     else
@@ -124,7 +102,7 @@ void PrintList(const JobList &list, const QList<Taskmill_JobRecord> &jobs)
 
 void Taskmill_AddJobsOptions(QCommandLineParser &parser)
 {
-    for (const JobList &list : jobLists)
+    for (const JobList &list : JobLists())
         parser.addOption({list.option, list.description});
     parser.addOption({u"json"_s, u"Print one JSON array of the jobs of all lists."_s});
 }
@@ -136,10 +114,10 @@ Taskmill_CtlStatus Taskmill_JobsCommand(const QCommandLineParser &parser)
     if (status != Taskmill_CtlStatus::Success)
         return status;
     const bool json = parser.isSet(u"json"_s);
-    const bool all =
-        std::ranges::none_of(jobLists, [&parser](const JobList &list) { return parser.isSet(list.option); });
+    const bool all = std::ranges::none_of(
+        JobLists(), [&parser](const JobList &list) { return parser.isSet(list.option); });
     QJsonArray allJobs;
-    for (const JobList &list : jobLists) {
+    for (const JobList &list : JobLists()) {
         if (!all && !parser.isSet(list.option))
             continue;
         const QList<Taskmill_JobRecord> jobs = list.read(project.Database());

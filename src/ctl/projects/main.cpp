@@ -28,6 +28,7 @@ constexpr std::array actions{
     Action{"types list"_L1, Taskmill_AddTypesListOptions, Taskmill_TypesListCommand},
     Action{"types add"_L1, Taskmill_AddTypesAddOptions, Taskmill_TypesAddCommand},
     Action{"types remove"_L1, AddNoOptions, Taskmill_TypesRemoveCommand},
+    Action{"types"_L1, Taskmill_AddTypesOptions, Taskmill_TypesCommand},
     Action{"jobs"_L1, Taskmill_AddJobsOptions, Taskmill_JobsCommand},
 };
 

@@ -9,11 +9,14 @@ class QCommandLineParser;
 /// errors.
 [[nodiscard]] Taskmill_CtlStatus Taskmill_ProjectCreateCommand(const QCommandLineParser &parser);
 [[nodiscard]] Taskmill_CtlStatus Taskmill_TypesListCommand(const QCommandLineParser &parser);
+/// The same for "types", which is this program's where a project file is named.
+[[nodiscard]] Taskmill_CtlStatus Taskmill_TypesCommand(const QCommandLineParser &parser);
 [[nodiscard]] Taskmill_CtlStatus Taskmill_TypesAddCommand(const QCommandLineParser &parser);
 [[nodiscard]] Taskmill_CtlStatus Taskmill_TypesRemoveCommand(const QCommandLineParser &parser);
 [[nodiscard]] Taskmill_CtlStatus Taskmill_JobsCommand(const QCommandLineParser &parser);
 
 void Taskmill_AddProjectCreateOptions(QCommandLineParser &parser);
 void Taskmill_AddTypesListOptions(QCommandLineParser &parser);
+void Taskmill_AddTypesOptions(QCommandLineParser &parser);
 void Taskmill_AddTypesAddOptions(QCommandLineParser &parser);
 void Taskmill_AddJobsOptions(QCommandLineParser &parser);

@@ -25,27 +25,8 @@ Taskmill_CtlStatus WrongUsage(const QString &text)
 QList<Taskmill_JobType> TypesNamed(const Taskmill_JobTypeList &list, const QString &name)
 {
     QList<Taskmill_JobType> named = list.GetAll();
-    // As requests look a name up.
-    named.removeIf([&name](const Taskmill_JobType &jobType) {
-        return jobType.Name.compare(name, Qt::CaseInsensitive) != 0;
-    });
+    named.removeIf([&name](const Taskmill_JobType &jobType) { return !jobType.IsNamed(name); });
     return named;
-}
-
-QJsonObject ToJson(const Taskmill_JobType &jobType)
-{
-    return {
-        {u"id"_s, jobType.JobTypeID},
-        {u"name"_s, jobType.Name},
-        {u"applicationname"_s, jobType.ApplicationName},
-        {u"executablepath"_s, jobType.ExecutablePath},
-        {u"defaultqueue"_s, jobType.DefaultQueue},
-        {u"inputfilefilter"_s, jobType.InputFileFilter},
-        {u"outputfilefilter"_s, jobType.OutputFileFilter},
-        {u"environmentvariables"_s,
-         QJsonArray::fromStringList(jobType.EnvironmentVariables.split(u'\n', Qt::SkipEmptyParts))},
-        {u"genericcommandline"_s, jobType.GenericCommandLine},
-    };
 }
 
 void PrintTypes(const QList<Taskmill_JobType> &jobTypes)
@@ -56,8 +37,8 @@ void PrintTypes(const QList<Taskmill_JobType> &jobTypes)
     }
     QList<QStringList> rows;
     for (const Taskmill_JobType &jobType : jobTypes)
-        rows.append(Taskmill_Listings::JobTypeRow(jobType));
-    QString table = Taskmill_TextTable(Taskmill_Listings::JobTypeHeaders(), rows);
+        rows.append(Taskmill_Listings::JobTypes().Row(jobType));
+    QString table = Taskmill_TextTable(Taskmill_Listings::JobTypes().Headers(), rows);
     table.chop(1);
     Taskmill_PrintLine(table);
 }
@@ -72,6 +53,14 @@ bool HasLineFeed(const Taskmill_JobType &jobType)
 bool IsVariable(const QString &text)
 {
     return text.indexOf(u'=') > 0 && !text.contains(u'\n');
+}
+
+bool IsQueue(const QString &name)
+{
+    return std::ranges::any_of(Taskmill_Queues, [&name](const Taskmill_QueueNames &queue) {
+        return name.compare(queue.Stored, Qt::CaseInsensitive) == 0 ||
+               name.compare(queue.OfNewJob, Qt::CaseInsensitive) == 0;
+    });
 }
 
 Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
@@ -91,12 +80,11 @@ Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
 /// What is wrong with the job type; empty when it can be used.
 QString Fault(const QCommandLineParser &parser, const Taskmill_JobType &jobType)
 {
-    static const QStringList queues{u"long"_s, u"short"_s, u"queueless"_s, u"none"_s};
     if (jobType.Name.isEmpty() || jobType.ApplicationName.isEmpty())
         return u"a job type needs --name and --exe"_s;
     if (!QFileInfo{jobType.ExecutablePath}.isFile())
         return u"the executable does not exist: %1"_s.arg(parser.value(u"exe"_s));
-    if (!queues.contains(parser.value(u"queue"_s), Qt::CaseInsensitive))
+    if (!IsQueue(parser.value(u"queue"_s)))
         return u"--queue needs long, short, queueless or none"_s;
     if (!std::ranges::all_of(parser.values(u"env"_s), IsVariable))
         return u"--env needs NAME=VALUE in one line"_s;
@@ -113,9 +101,9 @@ void Taskmill_AddTypesListOptions(QCommandLineParser &parser)
     parser.addOption({u"json"_s, u"Print a JSON array."_s});
 }
 
-Taskmill_CtlStatus Taskmill_TypesListCommand(const QCommandLineParser &parser)
+static Taskmill_CtlStatus ListTypesOf(const QString &file, const QCommandLineParser &parser)
 {
-    Taskmill_ProjectFile project{parser.positionalArguments().first()};
+    Taskmill_ProjectFile project{file};
     const Taskmill_CtlStatus status = project.Open();
     if (status != Taskmill_CtlStatus::Success)
         return status;
@@ -126,9 +114,25 @@ Taskmill_CtlStatus Taskmill_TypesListCommand(const QCommandLineParser &parser)
     }
     QJsonArray list;
     for (const Taskmill_JobType &jobType : jobTypes)
-        list.append(ToJson(jobType));
+        list.append(Taskmill_Listings::JobTypes().Json(jobType));
     Taskmill_PrintJson(list);
     return status;
+}
+
+Taskmill_CtlStatus Taskmill_TypesListCommand(const QCommandLineParser &parser)
+{
+    return ListTypesOf(parser.positionalArguments().first(), parser);
+}
+
+void Taskmill_AddTypesOptions(QCommandLineParser &parser)
+{
+    Taskmill_AddTypesListOptions(parser);
+    parser.addOption({u"project"_s, u"The project file."_s, u"FILE"_s});
+}
+
+Taskmill_CtlStatus Taskmill_TypesCommand(const QCommandLineParser &parser)
+{
+    return ListTypesOf(parser.value(u"project"_s), parser);
 }
 
 void Taskmill_AddTypesAddOptions(QCommandLineParser &parser)

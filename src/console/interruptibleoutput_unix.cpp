@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "console/consoleoutput_unix.h"
+#include "console/interruptibleoutput_unix.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "console/consoleterminal_edit.h"
+#include "console/editterminal_unix.h"
 
 #include <cstdio>
 

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "console/consoleoutput_unix.h"
-#include "console/consoleterminal.h"
 #include "console/wakepipe_unix.h"
 
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <optional>
 
 /// Waits for bytes of a descriptor or for being woken, whichever comes first.
 class Taskmill_InterruptibleInput
@@ -40,20 +39,4 @@ private:
     std::size_t m_next = 0;
     std::size_t m_end = 0;
     int m_endWaitMs = 0; ///< how long the last end of the input was waited out
-};
-
-/// Reads lines as they come, without editing.
-class Taskmill_PlainTerminal final : public Taskmill_ConsoleTerminal
-{
-public:
-    Taskmill_PlainTerminal(int inputDescriptor, int outputDescriptor);
-
-    std::optional<QString> ReadLine(const QString &prompt) override;
-    void Print(const QString &text) override;
-    void Post(const QString &text) override;
-    void Interrupt() override;
-
-private:
-    Taskmill_InterruptibleInput m_input;
-    Taskmill_InterruptibleOutput m_output;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "console/consoleposted.h"
+#include "console/postedtext.h"
 #include "console/wakepipe_unix.h"
 
 #include <QByteArrayView>

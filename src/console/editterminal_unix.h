@@ -2,7 +2,8 @@
 #pragma once
 
 #include "console/consoleterminal.h"
-#include "console/consoleterminal_plain.h"
+#include "console/interruptibleinput_unix.h"
+#include "console/interruptibleoutput_unix.h"
 #include "console/interruptkey_unix.h"
 
 #include <cstdio>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "console/consoleposted.h"
+#include "console/postedtext.h"
 
 #include <utility>
 

@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: MIT
+#include "ctl/managercommands.h"
+
+#include "ctl/managerfinder.h"
+#include "ctl/managerlink.h"
+#include "ctl/output.h"
+#include "ctl/platform.h"
+#include "wire/protocol.h"
+#include "wire/utf8.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <filesystem>
+#include <limits>
+#include <optional>
+
+namespace {
+using Options = Taskmill_CtlOptions;
+
+/// The lines of a request; nothing, with a message, when the arguments are wrong.
+using Lines = std::optional<std::string>;
+
+struct Command
+{
+    std::string_view name;
+    std::string_view action;
+    std::string_view options; ///< names, separated by blanks
+    Lines (*lines)(const Options &options);
+};
+
+Lines WrongUsage(const std::string &text)
+{
+    Taskmill_PrintError(text);
+    return std::nullopt;
+}
+
+/// The line of a number that is not less than `least`.
+Lines NumberLine(std::string_view key, const std::string &text, int least, const std::string &what)
+{
+    int number = 0;
+    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc{} || stop != text.data() + text.size() || number < least)
+        return WrongUsage(what + " must be a number from " + std::to_string(least) + " to " +
+                          std::to_string(std::numeric_limits<int>::max()) + ": " + text);
+    return std::string{key} + std::to_string(number) + '\n';
+}
+
+Lines WordLine(std::string_view key, const std::string &word, const std::vector<std::string> &words)
+{
+    if (std::ranges::find(words, word) != words.end())
+        return std::string{key} + word + '\n';
+    std::string known;
+    for (const std::string &one : words)
+        known += (known.empty() ? "" : ", ") + one;
+    return WrongUsage("not one of " + known + ": " + word);
+}
+
+Lines JobLine(const Options &options)
+{
+    return NumberLine(Taskmill_WireJobNumber, options.Positional().front(), 1, "the number of a job");
+}
+
+Lines QueueLine(const Options &options)
+{
+    return WordLine(Taskmill_WireQueueName, options.Positional().front(), {"long", "short"});
+}
+
+Lines ListLines(const Options &options)
+{
+    std::string lines;
+    if (!options.Positional().empty()) {
+        const Lines list = WordLine(Taskmill_WireJobList, options.Positional().front(),
+                                    {"long", "short", "queueless", "finished"});
+        if (!list)
+            return list;
+        lines += *list;
+    }
+    if (options.IsSet("since")) {
+        const Lines since = NumberLine(Taskmill_WireJobsSince, options.Value("since"), 0, "--since");
+        if (!since)
+            return since;
+        lines += *since;
+    }
+    return lines;
+}
+
+Lines RemoveLines(const Options &options)
+{
+    Lines lines = JobLine(options);
+    if (lines && options.IsSet("running"))
+        lines->append(Taskmill_WireTakesRunning).append("\n");
+    return lines;
+}
+
+Lines LimitLines(const Options &options)
+{
+    const Lines queue = QueueLine(options);
+    const Lines limit =
+        queue ? NumberLine(Taskmill_WireQueueLimit, options.Positional()[1], 1, "a limit") : std::nullopt;
+    return limit ? Lines{*queue + *limit} : std::nullopt;
+}
+
+Lines SaveLines(const Options &options)
+{
+    std::string lines;
+    if (!options.Positional().empty()) {
+        const std::string &name = options.Positional().front();
+        const std::u8string file =
+            std::filesystem::absolute(std::u8string{name.begin(), name.end()}).generic_u8string();
+        if (name.empty() || std::ranges::find(file, u8'\n') != file.end())
+            return WrongUsage("the name of a project file is empty or has two lines");
+        lines.append(Taskmill_WireSaveFile).append(file.begin(), file.end()).append("\n");
+    }
+    if (options.IsSet("force"))
+        lines.append(Taskmill_WireReplaces).append("\n");
+    return lines;
+}
+
+Lines QuitLines(const Options &options)
+{
+    return options.IsSet("force") ? std::string{Taskmill_WireReplaces} + '\n' : std::string{};
+}
+
+Lines NoLines(const Options & /*options*/)
+{
+    return std::string{};
+}
+
+constexpr std::array commands{
+    Command{"list", "listjobs", "since", ListLines},
+    Command{"job", "showjob", "", JobLine},
+    Command{"kill", "killjob", "", JobLine},
+    Command{"remove", "removejob", "running", RemoveLines},
+    Command{"pause", "pausequeue", "", QueueLine},
+    Command{"unpause", "unpausequeue", "", QueueLine},
+    Command{"limit", "limitqueue", "", LimitLines},
+    Command{"save", "saveproject", "force", SaveLines},
+    Command{"types", "listjobtypes", "project", NoLines},
+    Command{"quit", "quit", "force", QuitLines},
+};
+
+const Command *Find(std::string_view name)
+{
+    const auto found = std::ranges::find(commands, name, &Command::name);
+    return found == commands.end() ? nullptr : &*found;
+}
+} // namespace
+
+bool Taskmill_IsManagerCommand(std::string_view name)
+{
+    return Find(name) != nullptr;
+}
+
+std::vector<Taskmill_CtlOption> Taskmill_ManagerCommandOptions(std::string_view name)
+{
+    const std::array<Taskmill_CtlOption, 4> known{{
+        {"since", "N", "Only jobs with a number beyond N."},
+        {"running", "", "Remove the job also when it runs, which kills it."},
+        {"force", "",
+         name == "quit" ? "End also when the project was never saved to a file: it is lost then."
+                        : "Replace another file that is there, or one that another program has changed."},
+        {"project", "FILE", "List the job types of this project file; no manager is asked."},
+    }};
+    std::vector<Taskmill_CtlOption> options;
+    const std::string_view own = Find(name) ? Find(name)->options : std::string_view{};
+    std::ranges::copy_if(known, std::back_inserter(options),
+                         [own](const Taskmill_CtlOption &option) { return option.Name == own; });
+    options.push_back({"json", "", "Print JSON."});
+    return options;
+}
+
+Taskmill_CtlStatus Taskmill_ManagerCommand(std::string_view name, const Taskmill_CtlOptions &options)
+{
+    const Command *command = Find(name);
+    const Lines lines = command->lines(options);
+    if (!lines || !Taskmill_CheckManagerOptions(options))
+        return Taskmill_CtlStatus::WrongUsage;
+    const auto manager = Taskmill_FindManager(options, Taskmill_ManagerChoice::ConsoleFirst);
+    if (!manager)
+        return Taskmill_CtlStatus::NoManager;
+    std::string message = "action=" + std::string{command->action} + '\n' + *lines;
+    if (options.IsSet("json"))
+        message.append(Taskmill_WireAnswersJson).append("\n");
+    else if (const int width = Taskmill_CtlPlatform::TerminalWidth(); width > 0)
+        message += std::string{Taskmill_WireAnswerWidth} + std::to_string(width) + '\n';
+    const std::optional<std::string> answer = Taskmill_AnswerOf(*manager, message);
+    if (!answer)
+        return Taskmill_CtlStatus::NoManager;
+    const std::size_t end = std::min(answer->find('\n'), answer->size());
+    const std::string first = answer->substr(0, end);
+    if (first.starts_with(Taskmill_WireRefused)) {
+        Taskmill_PrintError(std::string{name} + " was refused: " +
+                            Taskmill_Utf8FromAny(first.substr(Taskmill_WireRefused.size())));
+        return Taskmill_CtlStatus::Refused;
+    }
+    if (!first.starts_with(Taskmill_WireAccepted)) {
+        Taskmill_PrintError("the manager's answer cannot be understood");
+        return Taskmill_CtlStatus::NoManager;
+    }
+    Taskmill_CtlPlatform::Write(stdout, answer->substr(std::min(end + 1, answer->size())));
+    return Taskmill_CtlStatus::Success;
+}

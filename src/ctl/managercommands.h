@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "ctl/ctlstatus.h"
+#include "ctl/options.h"
+
+#include <string_view>
+
+/// The commands by which a running manager is looked at and controlled. Each is one request, which the
+/// manager answers with text for people or with JSON.
+
+/// Whether the command is one of them.
+[[nodiscard]] bool Taskmill_IsManagerCommand(std::string_view name);
+/// Its own options, without those that name the manager.
+[[nodiscard]] std::vector<Taskmill_CtlOption> Taskmill_ManagerCommandOptions(std::string_view name);
+/// Sends the request and prints the answer.
+[[nodiscard]] Taskmill_CtlStatus Taskmill_ManagerCommand(std::string_view name,
+                                                         const Taskmill_CtlOptions &options);

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+/// What requests want of the front end; implemented by whoever has one.
+class Taskmill_FrontEnd
+{
+public:
+    virtual ~Taskmill_FrontEnd() = default;
+    /// Whether there is a window to be shown and hidden; without one both do nothing.
+    [[nodiscard]] virtual bool HasWindow() const = 0;
+    virtual void ShowInFront() = 0;
+    virtual void PutAway() = 0;
+    /// Whether the user has a dialog or a menu open, which a question that came up by itself would disturb.
+    [[nodiscard]] virtual bool IsUserBusy() const = 0;
+    /// Ends the program without a question as soon as the request is answered.
+    virtual void QuitLater() = 0;
+};

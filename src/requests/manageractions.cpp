@@ -1,0 +1,301 @@
+// SPDX-License-Identifier: MIT
+#include "requests/manageractions.h"
+
+#include "kilnutil/logging.h"
+#include "manager/jobtext.h"
+#include "manager/listings.h"
+#include "manager/manager.h"
+#include "requests/frontend.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+QByteArray Json(const QJsonObject &object)
+{
+    return QJsonDocument{object}.toJson(QJsonDocument::Compact);
+}
+
+/// An array with a line for each element.
+QByteArray JsonArray(const QByteArrayList &elements)
+{
+    return elements.isEmpty() ? "[]"_ba : "[\n" + elements.join(",\n") + "\n]";
+}
+
+QByteArray JsonOf(const Taskmill_JobRecord &job, const QString &list)
+{
+    QJsonObject object = Taskmill_Listings::JobFields().Json(job);
+    object.insert(u"list"_s, list);
+    return Json(object);
+}
+
+/// What the lists are called in requests: as the client's option for a project file.
+QString NameOf(const Taskmill_QueueOwner &owner)
+{
+    return QString{Taskmill_NamesOf(owner.Destination()).Stored}.toLower();
+}
+const QString finishedName = u"finished"_s;
+
+bool IsNamed(const QString &wanted, const QString &name)
+{
+    return wanted.compare(name, Qt::CaseInsensitive) == 0;
+}
+} // namespace
+
+/// One of the three is set: why it is refused, or what is answered.
+struct Taskmill_ManagerActions::Outcome
+{
+    QString Refusal{};
+    QString Text{};
+    QByteArray Json{};
+
+    static Outcome Refused(const QString &reason) { return {.Refusal = reason}; }
+    /// Of something that was done: a line for people, or the action and what it was done to.
+    static Outcome Done(const Taskmill_RequestMessage &request, const QString &line, QJsonObject details)
+    {
+        if (!request.AnswersJson)
+            return {.Text = line + u'\n'};
+        details.insert(u"action"_s, request.Action.toLower());
+        return {.Json = ::Json(details)};
+    }
+};
+
+struct Taskmill_ManagerActions::Action
+{
+    QLatin1StringView name;
+    Outcome (Taskmill_ManagerActions::*carryOut)(const Taskmill_RequestMessage &request);
+};
+
+Taskmill_ManagerActions::Taskmill_ManagerActions(Taskmill_Manager &manager, Taskmill_FrontEnd &frontEnd)
+    : m_manager{manager}
+    , m_frontEnd{frontEnd}
+{
+}
+
+const Taskmill_ManagerActions::Action *Taskmill_ManagerActions::Find(const QString &action)
+{
+    using Self = Taskmill_ManagerActions;
+    static constexpr std::array actions{
+        Action{"listjobs"_L1, &Self::List},      Action{"showjob"_L1, &Self::ShowJob},
+        Action{"killjob"_L1, &Self::Kill},       Action{"removejob"_L1, &Self::Remove},
+        Action{"pausequeue"_L1, &Self::Pause},   Action{"unpausequeue"_L1, &Self::Unpause},
+        Action{"limitqueue"_L1, &Self::Limit},   Action{"saveproject"_L1, &Self::Save},
+        Action{"listjobtypes"_L1, &Self::Types}, Action{"quit"_L1, &Self::Quit},
+    };
+    const auto found = std::ranges::find_if(
+        actions, [&action](const Action &one) { return action.compare(one.name, Qt::CaseInsensitive) == 0; });
+    return found == actions.end() ? nullptr : &*found;
+}
+
+bool Taskmill_ManagerActions::Knows(const QString &action)
+{
+    return Find(action) != nullptr;
+}
+
+std::optional<QByteArray> Taskmill_ManagerActions::CarryOut(const Taskmill_RequestMessage &request)
+{
+    const Action *action = Find(request.Action);
+    if (!action)
+        return std::nullopt;
+    Outcome outcome = (this->*action->carryOut)(request);
+    if (!outcome.Refusal.isEmpty()) {
+        qCInfo(Taskmill_RequestsLog, "%ls is refused: %ls", qUtf16Printable(request.Action),
+               qUtf16Printable(outcome.Refusal));
+        return Taskmill_RefusedReply.toByteArray() + outcome.Refusal.replace(u'\n', u' ').toUtf8() + '\n';
+    }
+    if (!outcome.Json.isEmpty())
+        outcome.Json += '\n';
+    return Taskmill_AcceptedReply.toByteArray() + '\n' +
+           (outcome.Json.isEmpty() ? outcome.Text.toUtf8() : outcome.Json);
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::List(const Taskmill_RequestMessage &request)
+{
+    QString text;
+    QByteArrayList elements;
+    bool isKnown = request.List.isEmpty();
+    for (Taskmill_QueueOwner *owner : m_manager.Destinations().All()) {
+        if (!request.List.isEmpty() && !IsNamed(request.List, NameOf(*owner)))
+            continue;
+        isKnown = true;
+        QList<QStringList> rows;
+        for (const Taskmill_Job *job : owner->Jobs().Jobs()) {
+            const Taskmill_JobRecord &record = job->Record();
+            if (record.JobID <= request.Since)
+                continue;
+            if (request.AnswersJson)
+                elements.append(JsonOf(record, NameOf(*owner)));
+            else
+                rows.append(Taskmill_Listings::Queue().Row(record));
+        }
+        text += Taskmill_Listings::Queue().Listing(owner->ListName(), owner->ListName(), rows, request.Width);
+    }
+    if (request.List.isEmpty() || IsNamed(request.List, finishedName)) {
+        isKnown = true;
+        QList<QStringList> rows;
+        for (const Taskmill_JobRecord &record : m_manager.FinishedJobs().Jobs()) {
+            if (record.JobID <= request.Since)
+                continue;
+            if (request.AnswersJson)
+                elements.append(JsonOf(record, finishedName));
+            else
+                rows.append(Taskmill_Listings::FinishedJobs().Row(record));
+        }
+        text += Taskmill_Listings::FinishedJobs().Listing(u"Finished Jobs"_s, u"Finished Jobs List"_s, rows,
+                                                          request.Width);
+    }
+    if (!isKnown)
+        return Outcome::Refused(u"there is no list \"%1\""_s.arg(request.List));
+    // Listings begin with an empty line, which belongs to a console.
+    return request.AnswersJson ? Outcome{.Json = JsonArray(elements)} : Outcome{.Text = text.sliced(1)};
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::ShowJob(const Taskmill_RequestMessage &request)
+{
+    Taskmill_QueueOwner *owner = m_manager.Destinations().OwnerOfJob(request.JobNumber);
+    if (owner)
+        owner->Jobs().FindByJobID(request.JobNumber)->GatherOutput();
+    const Taskmill_JobRecord *job = m_manager.FindJob(request.JobNumber);
+    if (!job)
+        return Outcome::Refused(u"there is no job %1"_s.arg(request.JobNumber));
+    const QString output = m_manager.FinishedJobs().OutputOf(*job);
+    if (!request.AnswersJson)
+        return {.Text = Taskmill_JobText(*job, output)};
+    QJsonObject object = Taskmill_Listings::JobFields().Json(*job);
+    object.insert(u"list"_s, owner ? NameOf(*owner) : finishedName);
+    object.insert(u"output"_s, output);
+    return {.Json = Json(object)};
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Kill(const Taskmill_RequestMessage &request)
+{
+    Taskmill_QueueOwner *owner = m_manager.Destinations().OwnerOfJob(request.JobNumber);
+    if (!owner)
+        return Outcome::Refused(u"there is no waiting or running job %1"_s.arg(request.JobNumber));
+    if (owner->WithoutRunning({request.JobNumber}).contains(request.JobNumber))
+        return Outcome::Refused(u"job %1 does not run; it can be removed"_s.arg(request.JobNumber));
+    owner->RemoveNow({request.JobNumber});
+    return Outcome::Done(request, u"Job %1 was killed."_s.arg(request.JobNumber),
+                         {{u"id"_s, request.JobNumber}});
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Remove(const Taskmill_RequestMessage &request)
+{
+    Taskmill_QueueOwner *owner = m_manager.Destinations().OwnerOfJob(request.JobNumber);
+    if (!owner)
+        return Outcome::Refused(u"there is no waiting or running job %1"_s.arg(request.JobNumber));
+    const bool isRunning = !owner->WithoutRunning({request.JobNumber}).contains(request.JobNumber);
+    if (isRunning && !request.TakesRunning)
+        return Outcome::Refused(u"job %1 runs; to remove it is to kill it"_s.arg(request.JobNumber));
+    owner->RemoveNow({request.JobNumber});
+    return Outcome::Done(request, u"Job %1 was removed."_s.arg(request.JobNumber),
+                         {{u"id"_s, request.JobNumber}});
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::SetPaused(const Taskmill_RequestMessage &request,
+                                                                    bool isPaused)
+{
+    for (Taskmill_QueueOwner *owner : m_manager.Destinations().All()) {
+        if (!owner->Queue() || !IsNamed(request.QueueName, NameOf(*owner)))
+            continue;
+        owner->Queue()->SetPaused(isPaused);
+        return Outcome::Done(
+            request,
+            (isPaused ? u"The %1 is paused."_s : u"The %1 is no longer paused."_s).arg(owner->ListName()),
+            {{u"queue"_s, NameOf(*owner)}});
+    }
+    return Outcome::Refused(u"there is no queue \"%1\""_s.arg(request.QueueName));
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Pause(const Taskmill_RequestMessage &request)
+{
+    return SetPaused(request, true);
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Unpause(const Taskmill_RequestMessage &request)
+{
+    return SetPaused(request, false);
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Limit(const Taskmill_RequestMessage &request)
+{
+    if (request.QueueLimit < 1)
+        return Outcome::Refused(u"a limit is a number from 1 on"_s);
+    for (Taskmill_QueueOwner *owner : m_manager.Destinations().All()) {
+        if (!owner->Queue() || !IsNamed(request.QueueName, NameOf(*owner)))
+            continue;
+        owner->Queue()->SetMaxRunningJobs(request.QueueLimit);
+        return Outcome::Done(request,
+                             u"The %1 runs at most %2 jobs at a time."_s.arg(
+                                 owner->ListName(), QString::number(request.QueueLimit)),
+                             {{u"queue"_s, NameOf(*owner)}, {u"limit"_s, request.QueueLimit}});
+    }
+    return Outcome::Refused(u"there is no queue \"%1\""_s.arg(request.QueueName));
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Save(const Taskmill_RequestMessage &request)
+{
+    Taskmill_Project &project = m_manager.Project();
+    if (!project.IsOpen())
+        return Outcome::Refused(u"no project is open"_s);
+    if (IsUserAsked())
+        return Outcome::Refused(u"a question is open in the manager; answer it first"_s);
+    if (!request.SaveFile.isEmpty() && QDir::isRelativePath(request.SaveFile))
+        return Outcome::Refused(u"the name of the file is not absolute"_s);
+    const QString wanted = Taskmill_Project::ProjectFileName(request.SaveFile);
+    const QString file = wanted.isEmpty() ? project.FilePath() : QDir::cleanPath(wanted);
+    if (file.isEmpty())
+        return Outcome::Refused(u"the project was never saved; name a file"_s);
+    const bool isOwn = file == project.FilePath();
+    if (!request.Replaces && isOwn && project.FileHasChanged())
+        return Outcome::Refused(file + u" was changed by another program"_s);
+    if (!request.Replaces && !isOwn && QFileInfo::exists(file))
+        return Outcome::Refused(file + u" exists already"_s);
+    if (const std::optional<QString> error = project.TrySaveProjectAs(file))
+        return Outcome::Refused(u"the project could not be written to %1: %2"_s.arg(file, *error));
+    return Outcome::Done(request, u"The project was saved to %1."_s.arg(QDir::toNativeSeparators(file)),
+                         {{u"file"_s, file}});
+}
+
+bool Taskmill_ManagerActions::IsUserAsked() const
+{
+    return m_frontEnd.IsUserBusy() || m_manager.Submitter().IsAsking();
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Types(const Taskmill_RequestMessage &request)
+{
+    m_manager.JobTypes().Refresh();
+    QByteArrayList elements;
+    QList<QStringList> rows;
+    for (const Taskmill_JobType &jobType : m_manager.JobTypes().GetAll()) {
+        if (request.AnswersJson)
+            elements.append(Json(Taskmill_Listings::JobTypes().Json(jobType)));
+        else
+            rows.append(Taskmill_Listings::JobTypes().Row(jobType));
+    }
+    if (request.AnswersJson)
+        return {.Json = JsonArray(elements)};
+    return {.Text = Taskmill_Listings::JobTypes()
+                        .Listing(u"Job Types"_s, u"Job Types List"_s, rows, request.Width)
+                        .sliced(1)};
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Quit(const Taskmill_RequestMessage &request)
+{
+    const Taskmill_Project &project = m_manager.Project();
+    if (IsUserAsked())
+        return Outcome::Refused(u"a question is open in the manager; answer it first"_s);
+    // A project that has a file is saved to it.
+    if (!request.Replaces && project.FilePath().isEmpty() && project.HasUnsavedChanges())
+        return Outcome::Refused(u"the project was never saved and would be lost; save it to a file first"_s);
+    m_frontEnd.QuitLater();
+    return Outcome::Done(request, u"The manager ends."_s, {});
+}

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "requests/requestmessage.h"
+
+#include <QByteArray>
+
+#include <optional>
+
+class Taskmill_FrontEnd;
+class Taskmill_Manager;
+class Taskmill_QueueOwner;
+struct Taskmill_JobRecord;
+
+/// What a client that shows the manager's key may see and do besides submitting jobs. Nobody is asked: what
+/// the window would ask about, such a request has to say, or it is refused.
+class Taskmill_ManagerActions
+{
+public:
+    /// Both outlive this.
+    Taskmill_ManagerActions(Taskmill_Manager &manager, Taskmill_FrontEnd &frontEnd);
+
+    /// Whether that is one of these actions, in any case.
+    [[nodiscard]] static bool Knows(const QString &action);
+    /// The answer: "accepted=" and a line feed, and then text for people or, where the request says so, a
+    /// JSON value; or "refused=" with the reason. Nothing for an unknown action.
+    [[nodiscard]] std::optional<QByteArray> CarryOut(const Taskmill_RequestMessage &request);
+
+private:
+    struct Outcome;
+    struct Action;
+    static const Action *Find(const QString &action);
+
+    [[nodiscard]] Outcome List(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome ShowJob(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Kill(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Remove(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Pause(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Unpause(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Limit(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Save(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Types(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Quit(const Taskmill_RequestMessage &request);
+
+    [[nodiscard]] Outcome SetPaused(const Taskmill_RequestMessage &request, bool isPaused);
+
+    [[nodiscard]] bool IsUserAsked() const;
+
+    Taskmill_Manager &m_manager;
+    Taskmill_FrontEnd &m_frontEnd;
+};
