@@ -85,7 +85,12 @@ int main(int argc, char **argv)
     const QString file = directory.filePath(u"bench.mill"_s);
     const QByteArray fileName = file.toLocal8Bit();
 
+    // Both in working copies, as a manager has them.
     Database database{Database::SQLiteMemory, {}, u"QSQLITE"_s, {}, {}, {}, {}, {}};
+    database.SetStoragePath(directory.filePath(u"recorded.db"_s));
+    if (!database.Open() || !database.CreateTables() || !database.WorkingCopy().Begin())
+        return 1;
+    database.StartCheckpoints();
     Taskmill_JobType type = Job(0).JobType;
     if (!database.InsertJobType(type, true))
         return 1;
@@ -101,6 +106,7 @@ int main(int argc, char **argv)
     const double copying = Bench::MilliSeconds([&] { PlainBackup(fileName, fileName + ".copy"); });
 
     Database loaded{Database::SQLiteMemory, {}, u"QSQLITE"_s, {}, {}, {}, {}, {}};
+    loaded.SetStoragePath(directory.filePath(u"loaded.db"_s));
     const double loading = Bench::MilliSeconds([&] { (void)loaded.LoadFromFile(file); });
     QList<Taskmill_JobRecord> jobs;
     const double reading = Bench::MilliSeconds([&] { jobs = loaded.GetFinishedJobs(); });
@@ -113,7 +119,7 @@ int main(int argc, char **argv)
     });
 
     report.Add("saving", saving, "ms", {"online backup to a file", copying, 1.5});
-    report.Add("opening", loading + reading, "ms", {"file copy and SELECT *", copying + selecting, 3});
+    report.Add("opening", loading + reading, "ms", {"file copy and SELECT *", copying + selecting, 1.5});
     report.Add("opening: checking and copying the file", loading, "ms");
     report.Add("opening: reading the jobs", reading, "ms");
     report.Add("listing", listing, "ms", {"SELECT *", selecting, 0});

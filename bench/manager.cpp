@@ -107,6 +107,8 @@ Manager::Manager(Mode mode, const QString &project)
         qFatal("cannot make a link");
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"GAUSS_EXEDIR"_s, m_directory.path());
+    // No working copy of another run is taken up.
+    environment.insert(u"XDG_STATE_HOME"_s, m_directory.path());
     environment.insert(u"TASKMILL_CONSOLE_PORT"_s, QString::number(m_port));
     environment.insert(u"TASKMILL_GUI_PORT"_s, QString::number(m_port));
     // Both ports must differ; the one of the other mode is not listened to.

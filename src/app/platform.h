@@ -31,9 +31,9 @@ void ReconnectStreams();
 void ReleaseConsole();
 
 /// Calls `quit` from the event loop at the first signal that asks the program to end (or when its console
-/// window is closed). The second one ends the program at once, and the jobs with it. Signals that are ignored
-/// stay ignored.
-void CallOnTermination(const std::function<void()> &quit);
+/// window is closed); with true for Ctrl+C. The second one ends the program at once, and the jobs with it,
+/// but for those of keepers unless it is Ctrl+C too. Signals that are ignored stay ignored.
+void CallOnTermination(const std::function<void(bool interrupted)> &quit);
 void StopCallingOnTermination();
 
 /// The last thing that the program does: ends it at once where the clean-up of its libraries may wait for

@@ -2,6 +2,7 @@
 #include "app/platform.h"
 
 #include "processes/processtree.h"
+#include "processes/runkeepers.h"
 
 #include <QFile>
 #include <QSocketNotifier>
@@ -13,6 +14,7 @@
 #include <csignal>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <thread>
 
 #include <fcntl.h>
@@ -39,6 +41,9 @@ void HandleSignal(int signal)
 
 bool standardOutputWasClosed = false;
 
+/// What TASKMILL_END_JOBS says.
+std::optional<bool> endsJobs;
+
 bool ChoosesPlatform(const QStringList &arguments)
 {
     return arguments.contains("-platform"_L1) || !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
@@ -54,6 +59,8 @@ void EndAtSecondSignal()
     char signal = 0;
     if (read(secondSignalPipe[0], &signal, 1) != 1)
         return;
+    if (endsJobs.value_or(signal == SIGINT))
+        KilnUtil_RunKeepers::EndRunsAtOnce();
     KilnUtil_ProcessTree::KillRegisteredChildren();
     std::signal(signal, SIG_DFL);
     kill(getpid(), signal);
@@ -121,8 +128,10 @@ void Taskmill_Platform::ReleaseConsole() {}
 
 void Taskmill_Platform::EndAtOnce(int) {}
 
-void Taskmill_Platform::CallOnTermination(const std::function<void()> &quit)
+void Taskmill_Platform::CallOnTermination(const std::function<void(bool interrupted)> &quit)
 {
+    if (const QByteArray text = qgetenv("TASKMILL_END_JOBS"); text == "0" || text == "1")
+        endsJobs = text == "1";
     if (pipe2(signalPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0 ||
         pipe2(secondSignalPipe.data(), O_CLOEXEC) != 0)
         return;
@@ -131,7 +140,8 @@ void Taskmill_Platform::CallOnTermination(const std::function<void()> &quit)
     signalNotifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
     QObject::connect(signalNotifier.get(), &QSocketNotifier::activated, signalNotifier.get(), [quit] {
         signalNotifier->setEnabled(false);
-        quit();
+        char signal = 0;
+        quit(read(signalPipe[0], &signal, 1) == 1 && signal == SIGINT);
     });
     for (const int signal : terminationSignals) {
         struct sigaction action

@@ -13,7 +13,7 @@
 #include <windows.h>
 
 namespace {
-std::function<void()> quitCall;
+std::function<void(bool interrupted)> quitCall;
 std::atomic<bool> eventSeen{false};
 std::atomic<bool> isClosing{false};
 std::atomic<bool> isStopped{false};
@@ -36,7 +36,7 @@ BOOL WINAPI HandleConsoleEvent(DWORD event)
         return FALSE;
     }
     QMetaObject::invokeMethod(
-        QCoreApplication::instance(), [] { quitCall(); }, Qt::QueuedConnection);
+        QCoreApplication::instance(), [] { quitCall(false); }, Qt::QueuedConnection);
     // The system ends the program when this returns; until then it grants some seconds.
     if (EndsTheProgram(event))
         Sleep(INFINITE);
@@ -151,7 +151,7 @@ void Taskmill_Platform::EndAtOnce(int status)
     TerminateProcess(GetCurrentProcess(), static_cast<UINT>(status));
 }
 
-void Taskmill_Platform::CallOnTermination(const std::function<void()> &quit)
+void Taskmill_Platform::CallOnTermination(const std::function<void(bool interrupted)> &quit)
 {
     quitCall = quit;
     SetConsoleCtrlHandler(HandleConsoleEvent, TRUE);

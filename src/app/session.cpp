@@ -5,20 +5,40 @@
 #include "console/consoleprompt.h"
 #include "jobs/runmode.h"
 #include "kilnutil/error.h"
+#include "kilnutil/filesys.h"
 #include "kilnutil/logging.h"
+#include "kilnutil/statefolder.h"
+#include "processes/runkeepers.h"
 #include "ui/appwindow.h"
 
 #include <QApplication>
 #include <QTimer>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+/// Those of the program beside this one.
+std::unique_ptr<KilnUtil_RunKeepers> MakeKeepers()
+{
+    const QString name = KilnUtil_RunKeepers::ProgramName();
+    if (name.isEmpty())
+        return nullptr;
+    const QStringList folders = KilnUtil_MachineFolderPaths();
+    const auto folder = std::ranges::find_if(folders, KilnUtil_MakeMachineFolder);
+    if (folder == folders.end())
+        return nullptr;
+    return KilnUtil_RunKeepers::Make(KilnUtil_FileSys::m_appDirPath + u'/' + name, *folder + u"/runs"_s);
+}
+} // namespace
+
 Taskmill_Session::Taskmill_Session(Taskmill_SessionOptions options)
     : m_options{std::move(options)}
     , m_manager{m_notifier,
-                Taskmill_IsGuiMode() ? Taskmill_ReadOnlyProjects::Refuse : Taskmill_ReadOnlyProjects::Open}
+                Taskmill_IsGuiMode() ? Taskmill_ReadOnlyProjects::Refuse : Taskmill_ReadOnlyProjects::Open,
+                MakeKeepers()}
     , m_window{Taskmill_IsGuiMode() ? std::make_unique<Taskmill_AppWindow>(m_manager) : nullptr}
     , m_dispatcher{m_manager, *this}
     , m_server{m_dispatcher}
@@ -78,7 +98,9 @@ void Taskmill_Session::StartConsole()
     auto terminal = Taskmill_MakeConsoleTerminal();
     const bool asksAtStart = !m_options.Unattended && terminal->IsInteractive();
     QStringList notices = m_manager.NoticesAtStart(asksAtStart);
-    if (!m_manager.Project().FilePath().isEmpty())
+    const auto queues = m_manager.Destinations().Queues();
+    if (!m_manager.Project().FilePath().isEmpty() &&
+        std::ranges::all_of(queues, &Taskmill_JobQueue::IsPaused))
         notices.prepend(
             u"The queues of an opened project are paused: \"unpause long jobs\" and \"unpause short jobs\" resume them."_s);
     Taskmill_ConsoleContext context{
@@ -125,7 +147,8 @@ bool Taskmill_Session::IsUserBusy() const
 
 void Taskmill_Session::QuitLater()
 {
-    QMetaObject::invokeMethod(this, &Taskmill_Session::QuitAtOnceSlot, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this] { QuitAtOnce(Taskmill_Ending::AskedToEnd); }, Qt::QueuedConnection);
 }
 
 void Taskmill_Session::ExitSlot()
@@ -136,13 +159,14 @@ void Taskmill_Session::ExitSlot()
     EndEventLoop(0);
 }
 
-void Taskmill_Session::QuitAtOnceSlot()
+void Taskmill_Session::QuitAtOnce(Taskmill_Ending ending)
 {
     // An end that is under way goes on as it began.
     if (m_manager.IsShutDown())
         return;
+    m_manager.SetEnding(ending);
     const bool saved = m_manager.Project().SaveUnattended();
-    ShutDown();
+    ShutDown(Taskmill_Manager::End::Unattended);
     EndEventLoop(saved ? 0 : ExitStatusWithoutSaving);
 }
 
@@ -154,12 +178,12 @@ void Taskmill_Session::EndEventLoop(int status)
         QCoreApplication::exit(status);
 }
 
-void Taskmill_Session::ShutDown()
+void Taskmill_Session::ShutDown(Taskmill_Manager::End end)
 {
     if (m_manager.IsShutDown())
         return;
     m_server.Close();
-    m_manager.ShutDown();
+    m_manager.ShutDown(end);
     if (m_window)
         m_window->ShutDown();
     if (m_console)

@@ -51,10 +51,11 @@ public:
     /// nullptr in console modes.
     [[nodiscard]] Taskmill_AppWindow *AppWindow() const { return m_window.get(); }
 
-    /// Ends all jobs, closes the project and the front end; without effect the second time.
-    void ShutDown();
-    /// Saves a project that has a file and ends what runs, when the process is about to end out of turn. No
-    /// window is touched.
+    /// Ends all jobs that are not to go on, closes the project and the front end; without effect the second
+    /// time.
+    void ShutDown() { ShutDown(Taskmill_Manager::End::InOrder); }
+    /// Saves a project that has a file and ends what is not to go on, when the process is about to end out of
+    /// turn. No window is touched.
     void SaveBeforeAbruptEnd() { m_manager.SaveBeforeAbruptEnd(); }
 
 public Q_SLOTS:
@@ -62,7 +63,7 @@ public Q_SLOTS:
     void ExitSlot();
     /// Quits without a question, as on a signal: a project that has a file is saved first. When it could not
     /// be saved to it, the exit status says so.
-    void QuitAtOnceSlot();
+    void QuitAtOnce(Taskmill_Ending ending);
 
 private:
     static void ShowRefusedRequest(const QString &reason);
@@ -72,6 +73,7 @@ private:
     [[nodiscard]] bool IsUserBusy() const override;
     void QuitLater() override;
 
+    void ShutDown(Taskmill_Manager::End end);
     void StartConsole();
     void SpeakAtStart();
     void EndEventLoop(int status);

@@ -223,7 +223,9 @@ public:
                                         Taskmill_DebugLog::TurnOff();
                                         std::exit(status);
                                     }});
-        Taskmill_Platform::CallOnTermination([this] { m_session->QuitAtOnceSlot(); });
+        Taskmill_Platform::CallOnTermination([this](bool interrupted) {
+            m_session->QuitAtOnce(interrupted ? Taskmill_Ending::Interrupted : Taskmill_Ending::Unasked);
+        });
         if (!m_session->Initialise())
             return exitFailure;
         // Now that the database driver's own clean-up at exit is registered, which is to come later.

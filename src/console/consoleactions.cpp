@@ -135,6 +135,17 @@ QString Taskmill_ConsoleActions::RunHeldJob(int jobID) const
                                                 : u"\n<Taskmill> Job %1 is not held back.\n\n"_s.arg(jobID);
 }
 
+bool Taskmill_ConsoleActions::CanJobsGoOn() const
+{
+    return m_context.Manager.HasKeepers();
+}
+
+void Taskmill_ConsoleActions::Exit(Taskmill_Ending ending) const
+{
+    m_context.Manager.SetEnding(ending);
+    m_context.Exit();
+}
+
 Taskmill_QueueOwner *Taskmill_ConsoleActions::OwnerOfJob(int jobID) const
 {
     return m_context.Manager.Destinations().OwnerOfJob(jobID);

@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 
+enum class Taskmill_Ending;
 class Taskmill_Destinations;
 class Taskmill_Manager;
 class Taskmill_Project;
@@ -68,7 +69,9 @@ public:
     [[nodiscard]] Taskmill_Destinations &Destinations() const;
     [[nodiscard]] Taskmill_Project &Project() const;
     [[nodiscard]] Taskmill_QueuelessJobsList &QueuelessJobs() const;
-    void Exit() const { m_context.Exit(); }
+    /// Whether running jobs can go on without the program.
+    [[nodiscard]] bool CanJobsGoOn() const;
+    void Exit(Taskmill_Ending ending) const;
 
 private:
     const Taskmill_ConsoleContext m_context;

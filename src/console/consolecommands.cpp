@@ -14,8 +14,10 @@
 #include "manager/manager.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QFileInfo>
 #include <QProcess>
+#include <QTimer>
 
 #include <algorithm>
 #include <limits>
@@ -228,6 +230,25 @@ void Taskmill_ConsoleCommands::KillJob(const QString &argument)
         Print(u"\n<Taskmill> Job %1 does not run; it can be removed.\n\n"_s.arg(*jobID));
 }
 
+void Taskmill_ConsoleCommands::WaitForKill(int jobID)
+{
+    bool isWaiting = true;
+    while (isWaiting && !m_conversation.IsEnding() && !m_conversation.Terminal().IsBrokenOff()) {
+        isWaiting = false;
+        m_conversation.OnMainThread([&](Taskmill_ConsoleActions &actions) {
+            Taskmill_QueueOwner *owner = actions.OwnerOfJob(jobID);
+            const Taskmill_Job *job = owner ? owner->Jobs().FindByJobID(jobID) : nullptr;
+            isWaiting = job && job->IsBeingKilled();
+        });
+        // Without a thread of its own it must not hold up what it waits for.
+        constexpr int pauseMs = 5;
+        QEventLoop pause;
+        QTimer::singleShot(pauseMs, &pause, &QEventLoop::quit);
+        if (isWaiting)
+            pause.exec();
+    }
+}
+
 void Taskmill_ConsoleCommands::EndJob(int jobID, Taskmill_RemovalDialogue::Begin begin,
                                       const QString &doneText)
 {
@@ -236,6 +257,7 @@ void Taskmill_ConsoleCommands::EndJob(int jobID, Taskmill_RemovalDialogue::Begin
         Taskmill_QueueOwner *owner = actions.OwnerOfJob(jobID);
         return owner ? &removal.emplace(*owner, QList{jobID}, begin) : nullptr;
     });
+    WaitForKill(jobID);
     const bool isDeclined = removal && (!removal->IsCarriedOut() || removal->Wanted().isEmpty());
     if (m_conversation.IsEnding() || isDeclined)
         return;
@@ -319,7 +341,18 @@ bool Taskmill_ConsoleCommands::MayClose()
     return closing && closing->MayClose();
 }
 
-void Taskmill_ConsoleCommands::Quit()
+void Taskmill_ConsoleCommands::QuitAndKeep()
+{
+    bool canJobsGoOn = false;
+    m_conversation.OnMainThread(
+        [&](Taskmill_ConsoleActions &actions) { canJobsGoOn = actions.CanJobsGoOn(); });
+    if (canJobsGoOn)
+        Quit(Taskmill_Ending::AskedToKeep);
+    else
+        Print(u"\n<Taskmill> Running jobs cannot go on without Taskmill here; the debug log says why.\n\n"_s);
+}
+
+void Taskmill_ConsoleCommands::Quit(Taskmill_Ending ending)
 {
     std::optional<Taskmill_ExitDialogue> exit;
     m_conversation.Converse(
@@ -328,7 +361,7 @@ void Taskmill_ConsoleCommands::Quit()
     // Before the end, from which nothing comes back here without an event loop.
     Print(u"\n"_s);
     if (ends)
-        m_conversation.OnMainThread([](Taskmill_ConsoleActions &actions) { actions.Exit(); });
+        m_conversation.OnMainThread([ending](Taskmill_ConsoleActions &actions) { actions.Exit(ending); });
 }
 
 void Taskmill_ConsoleCommands::PrintDirectory()

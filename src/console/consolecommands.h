@@ -2,6 +2,7 @@
 #pragma once
 
 #include "jobs/jobtype.h"
+#include "manager/jobsgoon.h"
 #include "manager/removaldialogue.h"
 #include "manager/savedialogue.h"
 
@@ -46,7 +47,8 @@ public:
     void GoHome();
     void ListDirectory(const QString &line);
     void Clear();
-    void Quit();
+    void Quit(Taskmill_Ending ending = Taskmill_Ending::AskedToEnd);
+    void QuitAndKeep();
 
 private:
     void Print(const QString &text);
@@ -59,6 +61,8 @@ private:
     [[nodiscard]] QString AskForInputFile();
     /// Of a waiting or running job; nothing, and a line says so, when there is none.
     [[nodiscard]] std::optional<int> JobNumber(const QString &argument);
+    /// Until nothing is left of a job that is being killed, or some of it withstands.
+    void WaitForKill(int jobID);
     void EndJob(int jobID, Taskmill_RemovalDialogue::Begin begin, const QString &doneText);
     [[nodiscard]] bool SaveProject(Taskmill_SaveDialogue::Target target, const QString &firstFile = {});
     void PrintSavedTo(const QString &file);

@@ -206,6 +206,12 @@ const QList<Taskmill_ConsoleCommand> &All()
          [](Commands &commands, const QString &) {
              commands.Help();
          }},
+        {"quit keep"_L1,
+         {},
+         "End Taskmill and let the running jobs go on"_L1,
+         [](Commands &commands, const QString &) {
+             commands.QuitAndKeep();
+         }},
         {"quit"_L1,
          {},
          "End Taskmill, also as exit, in any case of letters"_L1,

@@ -3,6 +3,7 @@
 
 #include "console/console.h"
 #include "console/consolecommandtable.h"
+#include "manager/changedfiledialogue.h"
 #include "manager/heldjobsdialogue.h"
 
 #include <QCoreApplication>
@@ -50,6 +51,12 @@ bool Taskmill_Console_Worker::Round()
 
 void Taskmill_Console_Worker::AskAtStart()
 {
+    std::optional<Taskmill_ChangedFileDialogue> changedFile;
+    m_conversation.Converse(
+        [&](Taskmill_ConsoleActions &actions) { return &changedFile.emplace(actions.Project()); });
+    if (changedFile && !changedFile->RecoveredFile().isEmpty())
+        m_conversation.Print(
+            u"\n<Taskmill> The project was saved to %1.\n\n"_s.arg(changedFile->RecoveredFile()));
     std::optional<Taskmill_HeldJobsDialogue> heldJobs;
     m_conversation.Converse(
         [&](Taskmill_ConsoleActions &actions) { return &heldJobs.emplace(actions.QueuelessJobs()); });

@@ -1,21 +1,23 @@
 // SPDX-License-Identifier: MIT
 #include "db/database.h"
 
-#include "kilnutil/database_transaction.h"
-#include "kilnutil/logging.h"
-
+#include "db/checkpointer.h"
 #include "db/databasecopy.h"
 #include "db/databaseschema.h"
+#include "db/jobfields.h"
 #include "kilnutil/database_transaction.h"
 #include "kilnutil/error.h"
+#include "kilnutil/logging.h"
 
 #include <QFile>
+#include <QScopedValueRollback>
 #include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include <sqlite3.h>
 
@@ -23,11 +25,13 @@ using namespace Qt::Literals::StringLiterals;
 
 Taskmill_Database::~Taskmill_Database()
 {
+    m_checkpointer.reset();
     ForgetContent();
 }
 
 void Taskmill_Database::ForgetContent()
 {
+    m_workingCopy.Forget();
     m_addedFields.Forget();
     m_generalData.Forget();
     m_jobTypes.Forget();
@@ -39,6 +43,8 @@ void Taskmill_Database::ForgetContent()
 void Taskmill_Database::Close()
 {
     m_tablesReady = false;
+    // It has a connection of its own to the same file.
+    m_checkpointer.reset();
     ForgetContent();
     KilnUtil_Database_Foundation::Close();
 }
@@ -168,14 +174,24 @@ QString Taskmill_Database::CreateJobsTable()
     return CreateTable(Taskmill_Table::Jobs);
 }
 
-bool Taskmill_Database::SaveToFile(const QString &fileName)
+bool Taskmill_Database::SaveToFile(const QString &fileName, const BeforeReplacing &beforeReplacing)
 {
-    return CopyFile(fileName, true, nullptr);
+    if (Kind() != SQLiteMemory || !Open())
+        return false;
+    if (!IsSQLite())
+        return true;
+    sqlite3 *database = SQLiteHandle();
+    return database &&
+           TakeResult(LoadOrSaveDb(database, fileName.toUtf8().constData(), 1, nullptr, beforeReplacing));
 }
 
 bool Taskmill_Database::LoadFromFile(const QString &fileName, QString *reason)
 {
-    if (!QFile::exists(fileName) || !CopyFile(fileName, false, reason))
+    if (Kind() != SQLiteMemory || !QFile::exists(fileName))
+        return false;
+    const bool loaded =
+        StoragePath().isEmpty() ? LoadIntoMemory(fileName, reason) : LoadIntoStorage(fileName, reason);
+    if (!loaded)
         return false;
     m_tablesReady = true;
     UpgradeTables();
@@ -183,39 +199,120 @@ bool Taskmill_Database::LoadFromFile(const QString &fileName, QString *reason)
     return true;
 }
 
-bool Taskmill_Database::CopyFile(const QString &fileName, bool isSave, QString *reason)
+bool Taskmill_Database::LoadIntoMemory(const QString &fileName, QString *reason)
 {
-    if (Kind() != SQLiteMemory || !Open())
+    if (!Open())
         return false;
     // All content is going to be replaced, so what a failed creation has left unfinished must not stand in
     // the way.
-    if (!isSave) {
-        Rollback();
-        ForgetContent();
-    }
-    const QVariant handle = Driver()->handle();
-    if (qstrcmp(handle.typeName(), "sqlite3*") != 0)
+    Rollback();
+    ForgetContent();
+    if (!IsSQLite())
         return true;
-    sqlite3 *database = *static_cast<sqlite3 *const *>(handle.constData());
-    if (!database)
-        return false;
-    const int result = LoadOrSaveDb(database, fileName.toUtf8().constData(), isSave ? 1 : 0, reason);
-    if (result != 0)
+    sqlite3 *database = SQLiteHandle();
+    return database && TakeResult(LoadOrSaveDb(database, fileName.toUtf8().constData(), 0, reason));
+}
+
+bool Taskmill_Database::LoadIntoStorage(const QString &fileName, QString *reason)
+{
+    // Written in one go, without a log; only then it is opened to be changed.
+    Close();
+    return TakeResult(Taskmill_CopyIntoFile(fileName, StoragePath(), reason)) && Open();
+}
+
+bool Taskmill_Database::IsSQLite() const
+{
+    return Driver() && qstrcmp(Driver()->handle().typeName(), "sqlite3*") == 0;
+}
+
+sqlite3 *Taskmill_Database::SQLiteHandle() const
+{
+    const QVariant handle = Driver()->handle();
+    return *static_cast<sqlite3 *const *>(handle.constData());
+}
+
+bool Taskmill_Database::TakeResult(int result)
+{
+    if (result != SQLITE_OK)
         SetLastError(QSqlError{{}, QString::fromUtf8(sqlite3_errstr(result))});
-    return result == 0;
+    return result == SQLITE_OK;
+}
+
+bool Taskmill_Database::PrepareConnection()
+{
+    if (StoragePath().isEmpty())
+        return true;
+    QSqlQuery query{Connection()};
+    // The checkpointer brings the base onto the disk, and later the log; the last statement is for one that
+    // cannot keep up.
+    const bool isInLogMode = Execute(u"PRAGMA synchronous = OFF"_s) &&
+                             query.exec(u"PRAGMA journal_mode = WAL"_s) && query.next() &&
+                             query.value(0).toString().compare("wal"_L1, Qt::CaseInsensitive) == 0;
+    query.finish();
+    return isInLogMode && Execute(u"PRAGMA synchronous = NORMAL"_s) &&
+           query.exec(u"PRAGMA wal_autocheckpoint = 20000"_s);
+}
+
+void Taskmill_Database::StartCheckpoints()
+{
+    if (!StoragePath().isEmpty() && IsOpen())
+        m_checkpointer = std::make_unique<Taskmill_Checkpointer>(StoragePath());
+}
+
+void Taskmill_Database::SyncNextChange()
+{
+    m_syncsNextChange = !StoragePath().isEmpty() && Execute(u"PRAGMA synchronous = FULL"_s);
+}
+
+void Taskmill_Database::GiveUpStorage()
+{
+    if (!StoragePath().isEmpty() && IsOpen() && IsSQLite())
+        sqlite3_db_config(SQLiteHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }
 
 bool Taskmill_Database::InTransaction(const std::function<bool()> &write)
 {
+    // Part of the one that is under way.
+    if (m_isInTransaction)
+        return write();
+    const QScopedValueRollback inside{m_isInTransaction, true};
     KilnUtil_Database_Transaction transaction{*this};
     if (!transaction.HasBegun())
         return false;
-    if (write() && transaction.Commit())
+    const auto countChange = [this] {
+        return !TracksChanges() || m_workingCopy.CountChange();
+    };
+    const bool committed = write() && countChange() && transaction.Commit();
+    if (std::exchange(m_syncsNextChange, false))
+        Execute(u"PRAGMA synchronous = NORMAL"_s);
+    if (committed) {
+        if (m_checkpointer)
+            m_checkpointer->NoteChange();
         return true;
+    }
     m_addedFields.Forget();
     for (Taskmill_JobTableStore *table : m_jobTables)
         table->ForgetKeys();
     return false;
+}
+
+bool Taskmill_Database::Untracked(const std::function<bool()> &write)
+{
+    const UntrackedScope noChange{*this};
+    return InTransaction(write);
+}
+
+bool Taskmill_Database::RecordStart(const Taskmill_JobRecord &job)
+{
+    if (!IsOpen())
+        return true;
+    return Untracked([&] {
+        // Where its run is found.
+        return AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID,
+                                 Taskmill_FieldsOfJob(job)) &&
+               m_longJobs.RecordStart(job.JobID) && m_shortJobs.RecordStart(job.JobID) &&
+               m_queuelessJobs.RecordStart(job.JobID) && m_workingCopy.AddRun(job.JobID);
+    });
 }
 
 Taskmill_AddedFields &Taskmill_Database::AddedFields()
@@ -321,22 +418,41 @@ bool Taskmill_Database::InsertQueuelessJob(const Taskmill_JobRecord &job, bool f
 
 bool Taskmill_Database::InsertFinishedJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID)
 {
-    return m_finishedJobs.Insert(job, forceNew, outID);
+    // Creating tables is a transaction of its own.
+    return Open() && CreateTables() && InTransaction([&] {
+               return m_finishedJobs.Insert(job, forceNew, outID) && m_workingCopy.RemoveRun(job.JobID);
+           });
+}
+
+QString Taskmill_Database::GetProjectField(const QString &name)
+{
+    if (!Open())
+        return {};
+    return m_addedFields.Read(Connection(), Taskmill_FieldOwner::Project, u"0"_s).value(0).value(name);
+}
+
+bool Taskmill_Database::SetProjectField(const QString &name, const QString &value)
+{
+    return Open() && CreateTables() && Untracked([&] {
+               auto fields = m_addedFields.Read(Connection(), Taskmill_FieldOwner::Project, u"0"_s).value(0);
+               fields.insert(name, value);
+               return m_addedFields.Set(Connection(), Taskmill_FieldOwner::Project, 0, fields);
+           });
 }
 
 bool Taskmill_Database::DeleteLongJob(qint32 jobID)
 {
-    return m_longJobs.Delete(jobID);
+    return InTransaction([&] { return m_longJobs.Delete(jobID) && m_workingCopy.RemoveRun(jobID); });
 }
 
 bool Taskmill_Database::DeleteShortJob(qint32 jobID)
 {
-    return m_shortJobs.Delete(jobID);
+    return InTransaction([&] { return m_shortJobs.Delete(jobID) && m_workingCopy.RemoveRun(jobID); });
 }
 
 bool Taskmill_Database::DeleteQueuelessJob(qint32 jobID)
 {
-    return m_queuelessJobs.Delete(jobID);
+    return InTransaction([&] { return m_queuelessJobs.Delete(jobID) && m_workingCopy.RemoveRun(jobID); });
 }
 
 bool Taskmill_Database::DeleteFinishedJob(qint32 jobID)

@@ -2,15 +2,20 @@
 #pragma once
 
 #include "db/addedfields.h"
+#include "db/checkpointer.h"
 #include "db/finishedjobstore.h"
 #include "db/generaldatastore.h"
 #include "db/jobtypestore.h"
 #include "db/queuedjobstore.h"
 #include "db/queuestore.h"
+#include "db/workingcopystore.h"
 #include "kilnutil/database_foundation.h"
 
 #include <array>
 #include <functional>
+#include <memory>
+
+struct sqlite3;
 
 /// The job database: its tables, and the records of job types, queues, jobs and general values, which a store
 /// for each table writes and reads. Every write is one transaction. Operations report failure by their result
@@ -21,6 +26,9 @@ class Taskmill_Database final : public KilnUtil_Database_Foundation
     Q_OBJECT
 
 public:
+    /// Called with the stamp of what is about to take a file's place; false gives the saving up.
+    using BeforeReplacing = std::function<bool(const QString &stamp)>;
+
     using KilnUtil_Database_Foundation::KilnUtil_Database_Foundation;
     ~Taskmill_Database() override;
     Q_DISABLE_COPY_MOVE(Taskmill_Database)
@@ -49,16 +57,35 @@ public:
     QString CreateJobsTable();
 
     /// Writes the whole in-memory database to the file, replacing it wholly or not at all. False for any
-    /// other kind.
-    bool SaveToFile(const QString &fileName);
+    /// other kind. What a working copy knows beside its project is left out.
+    bool SaveToFile(const QString &fileName, const BeforeReplacing &beforeReplacing = {});
     /// Replaces the whole in-memory database by the file's and upgrades it; on failure the content stays as
     /// it was, and `reason` receives what is wrong with the file, in sentences for the user, or an empty text
     /// when no more is known than LastErrorMessage(). No query or model may be active on the connection.
-    /// Neither sets FilePath() nor counts as a change.
+    /// Neither sets FilePath() nor counts as a change. With a storage path, content that was there before is
+    /// gone in any case.
     bool LoadFromFile(const QString &fileName, QString *reason = nullptr);
 
     /// outID, here and below, receives the row's key when it is given: the new one, or that of the row of the
     /// same name which makes an insertion without forceNew do nothing.
+    /// Everything that is written meanwhile is one change: all of it is there, or nothing. False when it is
+    /// undone.
+    bool AsOneChange(const std::function<bool()> &write) { return InTransaction(write); }
+    /// The same without a change of the project.
+    bool Untracked(const std::function<bool()> &write);
+    /// What a working copy knows beside its project; nothing where the content is in memory.
+    [[nodiscard]] Taskmill_WorkingCopyStore &WorkingCopy() { return m_workingCopy; }
+    /// What is committed from now on is brought onto the disk in the background. Only with a storage path.
+    void StartCheckpoints();
+    /// What was committed is on the disk when the next transaction has been committed.
+    void SyncNextChange();
+    /// The storage is about to be removed: closing it need not bring anything into it.
+    void GiveUpStorage();
+
+    /// A job of the three places where jobs wait is about to be started. It is no change of the project.
+    /// False when that cannot be written.
+    bool RecordStart(const Taskmill_JobRecord &job);
+
     bool InsertGeneralData(const QString &name, const QString &dataStr, bool forceNew,
                            qint32 *outID = nullptr);
     /// 1 for success, 0 for failure. Neither text may hold a single quote: it makes the update of a row that
@@ -81,6 +108,10 @@ public:
     bool InsertShortJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID = nullptr);
     bool InsertQueuelessJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID = nullptr);
     bool InsertFinishedJob(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID = nullptr);
+
+    /// A value of the project that no table has a column for; empty when there is none.
+    [[nodiscard]] QString GetProjectField(const QString &name);
+    bool SetProjectField(const QString &name, const QString &value);
 
     /// By job number, not by the table's own key; a number that is not there succeeds. The last row of a job
     /// takes with it what no table has a column for.
@@ -111,12 +142,21 @@ public:
     [[nodiscard]] qint32 GetMaxRunningJobs(const QString &name);
     bool SetMaxRunningJobs(const QString &name, qint32 maxRunningJobs);
 
+protected:
+    [[nodiscard]] bool PrepareConnection() override;
+
 private:
     friend class Taskmill_TableStore;
     friend class Taskmill_JobTableStore;
+    friend class Taskmill_WorkingCopyStore;
 
     QString CreateTable(Taskmill_Table table);
-    bool CopyFile(const QString &fileName, bool isSave, QString *reason);
+    bool LoadIntoMemory(const QString &fileName, QString *reason);
+    bool LoadIntoStorage(const QString &fileName, QString *reason);
+    [[nodiscard]] bool IsSQLite() const;
+    [[nodiscard]] sqlite3 *SQLiteHandle() const;
+    /// Keeps what an SQLite result code says; true for success.
+    bool TakeResult(int result);
     void ForgetContent();
     /// What is written of one operation, in one transaction; false undoes all of it.
     bool InTransaction(const std::function<bool()> &write);
@@ -127,6 +167,10 @@ private:
     void RemoveOrphanedFields();
 
     bool m_tablesReady = false;
+    bool m_isInTransaction = false;
+    bool m_syncsNextChange = false;
+    std::unique_ptr<Taskmill_Checkpointer> m_checkpointer;
+    Taskmill_WorkingCopyStore m_workingCopy{*this};
     Taskmill_AddedFields m_addedFields;
     Taskmill_GeneralDataStore m_generalData{*this};
     Taskmill_JobTypeStore m_jobTypes{*this};

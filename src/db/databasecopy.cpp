@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "db/databasecopy.h"
 
+#include "db/contentstamp.h"
 #include "db/databasecheck.h"
 #include "db/databasefile.h"
 #include "kilnutil/logging.h"
@@ -11,6 +12,8 @@
 #include <QFileInfo>
 #include <QRandomGenerator>
 
+#include <filesystem>
+#include <limits>
 #include <memory>
 
 #include <sqlite3.h>
@@ -18,6 +21,11 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr auto ownerOnly = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+
+// For a file that is thrown away whenever something fails.
+const QString writeAtOnce = u"PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF"_s;
 
 struct CloseDatabase
 {
@@ -46,17 +54,105 @@ int CopyContent(sqlite3 *from, sqlite3 *to)
     return finished == SQLITE_OK ? result : finished;
 }
 
-int Load(sqlite3 *database, const QString &path, QString &reason)
+int Execute(sqlite3 *database, const QString &statements)
+{
+    return sqlite3_exec(database, statements.toUtf8().constData(), nullptr, nullptr, nullptr);
+}
+
+/// "DROP TABLE ..." and "DROP INDEX ..." for what a working copy knows beside its project.
+int DropsOfWorkingCopy(sqlite3 *database, QString &statements)
+{
+    const auto append = [](void *text, int, char **values, char **) {
+        *static_cast<QString *>(text) += QString::fromUtf8(values[0]) + u';';
+        return 0;
+    };
+    return sqlite3_exec(database,
+                        "SELECT 'DROP ' || type || ' \"' || name || '\"' FROM sqlite_master "
+                        "WHERE name GLOB 'WorkingCopy*' AND sql IS NOT NULL ORDER BY type",
+                        append, &statements, nullptr);
+}
+
+/// What comes from a database in write-ahead mode still has that mark, and the file system of a project need
+/// not be fit for that mode.
+bool LeaveWriteAheadMode(const QString &path)
+{
+    constexpr qint64 versionsInHeader = 18;
+    QFile file{path};
+    return file.open(QIODevice::ReadWrite) && file.seek(versionsInHeader) &&
+           file.write(QByteArrayLiteral("\1\1")) == 2 && file.flush();
+}
+
+/// Leaves of a copy what a project file is to hold.
+int MakeProjectFile(const QString &path)
+{
+    if (!LeaveWriteAheadMode(path))
+        return SQLITE_IOERR;
+    FileDatabase copy;
+    int result = OpenFile(path, SQLITE_OPEN_READWRITE, copy);
+    if (result == SQLITE_OK)
+        result = Execute(copy.get(), writeAtOnce);
+    // The number tells two savings from each other; 0 is what a file of another program has.
+    QString statements = u"PRAGMA secure_delete = ON; BEGIN; PRAGMA user_version = %1;"_s.arg(
+        QRandomGenerator::global()->bounded(1, std::numeric_limits<int>::max()));
+    if (result == SQLITE_OK)
+        result = DropsOfWorkingCopy(copy.get(), statements);
+    return result == SQLITE_OK ? Execute(copy.get(), statements + u"COMMIT"_s) : result;
+}
+
+/// Opens a file and leaves it in a read transaction if it may be loaded.
+int OpenChecked(const QString &path, FileDatabase &source, QString &reason)
 {
     // A device or a pipe could block for ever.
     const QFileInfo file{path};
     if (!file.isFile())
         return SQLITE_CANTOPEN;
+    const int result = OpenFile(file.absoluteFilePath(), SQLITE_OPEN_READONLY, source);
+    return result == SQLITE_OK ? Taskmill_CheckDatabaseFile(source.get(), file.absoluteFilePath(), reason)
+                               : result;
+}
+
+int Load(sqlite3 *database, const QString &path, QString &reason)
+{
     FileDatabase source;
-    int result = OpenFile(file.absoluteFilePath(), SQLITE_OPEN_READONLY, source);
-    if (result == SQLITE_OK)
-        result = Taskmill_CheckDatabaseFile(source.get(), file.absoluteFilePath(), reason);
+    const int result = OpenChecked(path, source, reason);
     return result == SQLITE_OK ? CopyContent(source.get(), database) : result;
+}
+
+/// Without waiting until it is on the disk, as Qt would.
+bool CopyBytes(const QString &path, const QString &newFile)
+{
+    std::error_code error;
+    return std::filesystem::copy_file(QFileInfo{path}.filesystemAbsoluteFilePath(),
+                                      QFileInfo{newFile}.filesystemAbsoluteFilePath(), error) &&
+           QFile::setPermissions(newFile, ownerOnly);
+}
+
+/// The same into a new file.
+int LoadIntoFile(const QString &newFile, const QString &path, QString &reason)
+{
+    FileDatabase source;
+    int result = OpenChecked(path, source, reason);
+    if (result != SQLITE_OK)
+        return result;
+    // The system copies faster, but not what stands in a log beside the file. The lock that keeps others from
+    // changing it goes with the closing of another handle, when the copy is complete.
+    if (QFileInfo{path + u"-wal"_s}.size() == 0)
+        return CopyBytes(path, newFile) ? SQLITE_OK : SQLITE_FULL;
+    FileDatabase copy;
+    result = OpenFile(newFile, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, copy);
+    if (result == SQLITE_OK)
+        result = Execute(copy.get(), writeAtOnce);
+    if (result == SQLITE_OK)
+        result = CopyContent(source.get(), copy.get());
+    copy.reset();
+    return result == SQLITE_OK && !QFile::setPermissions(newFile, ownerOnly) ? SQLITE_PERM : result;
+}
+
+/// They belong to content that is gone; SQLite would apply them to what stands there now.
+void RemoveFilesBeside(const QString &path)
+{
+    for (const auto suffix : {"-journal"_L1, "-wal"_L1, "-shm"_L1})
+        QFile::remove(path + suffix);
 }
 
 /// A new file beside the target, removed again unless it takes the target's place.
@@ -109,9 +205,7 @@ public:
             !Taskmill_ReplaceFile(m_path, m_target))
             return false;
         m_path.clear();
-        // They belong to the content that is gone; SQLite would apply them to the new one.
-        for (const auto suffix : {"-journal"_L1, "-wal"_L1, "-shm"_L1})
-            QFile::remove(m_target + suffix);
+        RemoveFilesBeside(m_target);
         return true;
     }
 
@@ -144,7 +238,8 @@ QString FollowLinks(const QString &path)
     return {};
 }
 
-int Save(sqlite3 *database, const QString &path)
+int Save(sqlite3 *database, const QString &path,
+         const std::function<bool(const QString &stamp)> &beforeReplacing)
 {
     const QString target = FollowLinks(path);
     const QFileInfo before{target};
@@ -158,35 +253,56 @@ int Save(sqlite3 *database, const QString &path)
         return SQLITE_CANTOPEN;
     FileDatabase copy;
     int result = OpenFile(newFile.Path(), SQLITE_OPEN_READWRITE, copy);
-    // The new file needs no journal: it is thrown away whenever something fails.
     if (result == SQLITE_OK)
-        result = sqlite3_exec(copy.get(), "PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF", nullptr,
-                              nullptr, nullptr);
+        result = Execute(copy.get(), writeAtOnce);
     if (result == SQLITE_OK)
         result = CopyContent(database, copy.get());
-    // A database that was loaded from a file in write-ahead mode still has that mark.
-    if (result == SQLITE_OK)
-        result = sqlite3_exec(copy.get(), "PRAGMA journal_mode = DELETE", nullptr, nullptr, nullptr);
     copy.reset();
+    if (result == SQLITE_OK)
+        result = MakeProjectFile(newFile.Path());
+    if (result == SQLITE_OK && beforeReplacing && !beforeReplacing(Taskmill_ContentStamp(newFile.Path())))
+        result = SQLITE_ABORT;
     if (result == SQLITE_OK && !newFile.TakePlace())
         result = SQLITE_IOERR;
     return result;
 }
 
+int Report(int result, bool isSave, const QString &path, const QString &problem, QString *reason)
+{
+    if (result != SQLITE_OK)
+        // Whoever wanted it reports it to the user.
+        qCInfo(Taskmill_DBLog, "Cannot %s %ls: %s. %ls", isSave ? "save" : "load", qUtf16Printable(path),
+               sqlite3_errstr(result), qUtf16Printable(problem));
+    if (reason)
+        *reason = problem;
+    return result;
+}
 } // namespace
 
-int LoadOrSaveDb(sqlite3 *database, const char *fileName, int isSave, QString *reason)
+int LoadOrSaveDb(sqlite3 *database, const char *fileName, int isSave, QString *reason,
+                 const std::function<bool(const QString &stamp)> &beforeReplacing)
 {
     const QString path = QString::fromUtf8(fileName);
     if (path.isEmpty())
         return SQLITE_CANTOPEN;
     QString problem;
-    const int result = isSave ? Save(database, path) : Load(database, path, problem);
-    if (result != SQLITE_OK)
-        // Whoever wanted it reports it to the user.
-        qCInfo(Taskmill_DBLog, "Cannot %s %s: %s. %ls", isSave ? "save" : "load", fileName,
-               sqlite3_errstr(result), qUtf16Printable(problem));
-    if (reason)
-        *reason = problem;
-    return result;
+    const int result = isSave ? Save(database, path, beforeReplacing) : Load(database, path, problem);
+    return Report(result, isSave != 0, path, problem, reason);
+}
+
+int Taskmill_CopyIntoFile(const QString &fileName, const QString &newFile, QString *reason)
+{
+    RemoveFilesBeside(newFile);
+    QFile::remove(newFile);
+    QString problem;
+    const int result = LoadIntoFile(newFile, fileName, problem);
+    return Report(result, false, fileName, problem, reason);
+}
+
+int Taskmill_CheckWorkingCopy(const QString &path)
+{
+    FileDatabase copy;
+    QString reason;
+    const int result = OpenFile(path, SQLITE_OPEN_READWRITE, copy);
+    return result == SQLITE_OK ? Taskmill_CheckDatabaseFile(copy.get(), path, reason) : result;
 }

@@ -3,8 +3,10 @@
 
 #include "db/database.h"
 #include "db/databasemanager.h"
+#include "kilnutil/error.h"
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -65,6 +67,18 @@ QList<Taskmill_JobType> Taskmill_DatabaseJobStore::GetJobTypes()
 {
     Taskmill_Database *database = Current();
     return database ? database->GetJobTypes() : QList<Taskmill_JobType>{};
+}
+
+bool Taskmill_DatabaseJobStore::RecordStart(const Taskmill_JobRecord &job)
+{
+    Taskmill_Database *database = Current();
+    const bool recorded = !database || database->RecordStart(job);
+    if (!std::exchange(m_refusesStarts, !recorded) && !recorded)
+        KilnUtil_Error::UserPrompt().ShowNotice(
+            u"Jobs Cannot Be Started"_s,
+            u"Jobs are not started while this cannot be stored, and wait until it can be:\n\n"_s +
+                database->StoragePath() + u"\n\n("_s + database->LastErrorMessage() + u')');
+    return recorded;
 }
 
 int Taskmill_DatabaseJobStore::GetMaxRunningJobs(const QString &queueName)

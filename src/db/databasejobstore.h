@@ -12,6 +12,11 @@ public:
     bool UpdateJobType(const Taskmill_JobType &jobType, QString &reason) override;
     bool DeleteJobType(qint32 jobTypeID) override;
     [[nodiscard]] QList<Taskmill_JobType> GetJobTypes() override;
+    /// A failure is reported to the user once, until starts can be stored again.
+    bool RecordStart(const Taskmill_JobRecord &job) override;
     [[nodiscard]] int GetMaxRunningJobs(const QString &queueName) override;
     bool SetMaxRunningJobs(const QString &queueName, int maxRunningJobs) override;
+
+private:
+    bool m_refusesStarts = false;
 };

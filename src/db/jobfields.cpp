@@ -26,6 +26,7 @@ constexpr std::array fileFields{
 /// front of its own name.
 constexpr auto placeholderPrefix = "Placeholder "_L1;
 constexpr int placeholderDigits = 3;
+constexpr auto runField = "Run"_L1;
 } // namespace
 
 Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
@@ -37,6 +38,8 @@ Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
     }
     if (!job.OutputFile.isEmpty() && job.OutputFile == job.DerivedOutputFile())
         fields.remove(u"OutputFile"_s);
+    if (!job.Run.isEmpty() && !job.IsFinished())
+        fields.insert(runField, job.Run);
     int number = 0;
     for (const auto &[name, value] : job.PlaceholderValues)
         fields.insert(placeholderPrefix + u"%1 "_s.arg(++number, placeholderDigits, 10, QChar{u'0'}) + name,
@@ -50,6 +53,8 @@ void Taskmill_SetFieldsOfJob(Taskmill_JobRecord &job, const Taskmill_AddedFields
         if (const QString text = fields.value(field.name); !text.isEmpty())
             job.*field.text = text;
     }
+    if (!job.IsFinished())
+        job.Run = fields.value(runField);
     constexpr qsizetype nameBegin = placeholderPrefix.size() + placeholderDigits + 1;
     // The names are sorted, and with them the numbers.
     for (const auto &[name, value] : fields.asKeyValueRange()) {

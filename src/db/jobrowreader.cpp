@@ -2,78 +2,78 @@
 #include "db/jobrowreader.h"
 
 #include "db/database.h"
+#include "db/rowcursor.h"
 
-#include <QSqlQuery>
-
-#include <utility>
-
-Taskmill_JobRowReader::Taskmill_JobRowReader(Taskmill_Database &database, const QSqlQuery &query)
+Taskmill_JobRowReader::Taskmill_JobRowReader(Taskmill_Database &database, Taskmill_RowCursor &rows)
     : m_database{database}
-    , m_query{query}
-    , m_record{query.record()}
+    , m_rows{rows}
 {
+}
+
+int Taskmill_JobRowReader::Column(const QString &name) const
+{
+    return m_rows.Column(name);
 }
 
 Taskmill_JobRecord Taskmill_JobRowReader::Read(const QString &queueName)
 {
     Taskmill_JobRecord job;
-    job.JobClass = Text(m_jobClass);
-    job.Name = Text(m_name);
-    job.ClientName = Text(m_clientName);
-    job.ClientAppName = Text(m_clientAppName);
-    job.ClientAddress = Text(m_clientAddress);
-    job.ClientPort = Value(m_clientPort).toInt();
-    job.ClientUID = Value(m_clientUID).toInt();
-    job.ClientGID = Value(m_clientGID).toInt();
-    job.ClientNotification = Value(m_clientNotification).toInt() != 0;
+    job.JobClass = m_rows.Text(m_jobClass);
+    job.Name = m_rows.Text(m_name);
+    job.ClientName = m_rows.Text(m_clientName);
+    job.ClientAppName = m_rows.Text(m_clientAppName);
+    job.ClientAddress = m_rows.Text(m_clientAddress);
+    job.ClientPort = m_rows.Integer(m_clientPort);
+    job.ClientUID = m_rows.Integer(m_clientUID);
+    job.ClientGID = m_rows.Integer(m_clientGID);
+    job.ClientNotification = m_rows.Integer(m_clientNotification) != 0;
     job.JobType = JobType();
-    job.RecordedCommandLine = Text(m_commandLine);
-    job.QueueName = m_queueID < 0 ? queueName : Taskmill_QueueNameFromKey(Value(m_queueID).toInt());
-    job.InputFilePath = Text(m_inputFilePath);
-    job.InputFilePath2 = Text(m_inputFilePath2);
-    job.Status = Taskmill_JobStatusFromText(Text(m_status));
-    job.StdOutAndStdErr = Text(m_stdOutAndStdErr);
-    job.Submitted = Taskmill_JobTime::FromIsoText(Text(m_submitted));
-    job.Started = Taskmill_JobTime::FromIsoText(Text(m_started));
-    job.Finished = Taskmill_JobTime::FromIsoText(Text(m_finished));
-    job.JobID = Value(m_jobID).toInt();
-    job.DeriveOutputFile();
+    job.RecordedCommandLine = m_rows.Text(m_commandLine);
+    job.QueueName = m_queueID < 0 ? queueName : Taskmill_QueueNameFromKey(m_rows.Integer(m_queueID));
+    job.InputFilePath = m_rows.Text(m_inputFilePath);
+    job.InputFilePath2 = m_rows.Text(m_inputFilePath2);
+    job.Status = Taskmill_JobStatusFromText(m_rows.Text(m_status));
+    job.StdOutAndStdErr = m_rows.Text(m_stdOutAndStdErr);
+    job.Submitted = m_rows.Time(m_submitted);
+    job.Started = m_rows.Time(m_started);
+    job.Finished = m_rows.Time(m_finished);
+    job.JobID = m_rows.Integer(m_jobID);
+    job.OutputFile = DerivedOutputFile(job);
     return job;
 }
 
-QVariant Taskmill_JobRowReader::Value(int column) const
+QString Taskmill_JobRowReader::DerivedOutputFile(const Taskmill_JobRecord &job)
 {
-    return column < 0 ? QVariant{} : m_query.value(column);
-}
-
-QString Taskmill_JobRowReader::Text(int column)
-{
-    // Most texts are those of the row before: such rows share them.
-    if (column < 0)
-        return {};
-    QString text = m_query.value(column).toString();
-    QString &before = m_before[column];
-    if (before != text)
-        before = std::move(text);
-    return before;
+    const qsizetype stem = job.InputFilePath.lastIndexOf(u'.');
+    const QStringView suffix = stem < 0 ? QStringView{} : QStringView{job.InputFilePath}.sliced(stem);
+    Ending &before = m_endingBefore;
+    const bool isAsBefore = !suffix.isEmpty() && before.ofInput == suffix &&
+                            before.filter == job.JobType.OutputFileFilter && !suffix.contains(u'/') &&
+                            !job.InputFilePath.contains(u'\\');
+    if (isAsBefore)
+        return job.InputFilePath.first(stem) + before.ofOutput;
+    QString file = job.DerivedOutputFile();
+    if (stem >= 0 && file.startsWith(QStringView{job.InputFilePath}.first(stem)))
+        before = {suffix.toString(), job.JobType.OutputFileFilter, file.sliced(stem)};
+    return file;
 }
 
 Taskmill_JobType Taskmill_JobRowReader::JobType()
 {
-    const qint32 jobTypeID = Value(m_jobTypeID).toInt();
+    const qint32 jobTypeID = m_rows.Integer(m_jobTypeID);
     auto known = m_jobTypes.constFind(jobTypeID);
     if (known == m_jobTypes.constEnd())
         known = m_jobTypes.insert(jobTypeID, m_database.GetJobType(jobTypeID));
     Taskmill_JobType jobType = *known;
     // What ran, where it is asked for. Of a job type that was deleted nothing else is known, and with
     // this the job can at least be recorded again.
-    if (const QString executable = Text(m_executablePath); !executable.isEmpty()) {
-        jobType.ApplicationName = Text(m_applicationName);
+    if (const QString executable = m_rows.Text(m_executablePath); !executable.isEmpty()) {
+        jobType.ApplicationName = m_rows.Text(m_applicationName);
         jobType.ExecutablePath = executable;
     }
     if (jobType.IsEmpty()) {
         jobType.JobTypeID = jobTypeID;
-        jobType.GenericCommandLine = Text(m_commandLine);
+        jobType.GenericCommandLine = m_rows.Text(m_commandLine);
     }
     return jobType;
 }

@@ -4,35 +4,38 @@
 #include "jobs/jobrecord.h"
 
 #include <QHash>
-#include <QList>
-#include <QSqlRecord>
-#include <QVariant>
 
-class QSqlQuery;
 class Taskmill_Database;
+class Taskmill_RowCursor;
 
 /// Reads the rows of one job table. The positions of the columns are looked up once; a column that the table
 /// does not have reads as empty.
 class Taskmill_JobRowReader
 {
 public:
-    /// Both must outlive the reader; the query has been run.
-    Taskmill_JobRowReader(Taskmill_Database &database, const QSqlQuery &query);
+    /// Both must outlive the reader.
+    Taskmill_JobRowReader(Taskmill_Database &database, Taskmill_RowCursor &rows);
 
-    /// Of the query's current row. The queue's name is for a table that has no column for it.
+    /// Of the current row. The queue's name is for a table that has no column for it.
     [[nodiscard]] Taskmill_JobRecord Read(const QString &queueName);
 
 private:
-    [[nodiscard]] int Column(const QString &name) const { return m_record.indexOf(name); }
-    [[nodiscard]] QVariant Value(int column) const;
-    [[nodiscard]] QString Text(int column);
+    [[nodiscard]] int Column(const QString &name) const;
     [[nodiscard]] Taskmill_JobType JobType();
+    /// That of the record, which takes its time: most jobs have endings of their files like the one before.
+    [[nodiscard]] QString DerivedOutputFile(const Taskmill_JobRecord &job);
+
+    struct Ending
+    {
+        QString ofInput;
+        QString filter;
+        QString ofOutput;
+    };
 
     Taskmill_Database &m_database;
-    const QSqlQuery &m_query;
-    const QSqlRecord m_record;
-    QList<QString> m_before{m_record.count()}; ///< the texts of the row before, by column
+    Taskmill_RowCursor &m_rows;
     QHash<qint32, Taskmill_JobType> m_jobTypes;
+    Ending m_endingBefore;
     const int m_name = Column(QStringLiteral("Name"));
     const int m_jobTypeID = Column(QStringLiteral("JobTypeID"));
     const int m_queueID = Column(QStringLiteral("QueueID"));

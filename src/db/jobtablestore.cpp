@@ -5,6 +5,7 @@
 #include "db/jobfields.h"
 #include "db/jobrowreader.h"
 #include "db/recordfields.h"
+#include "db/rowcursor.h"
 
 #include <QSqlRecord>
 
@@ -130,14 +131,11 @@ QStringList Taskmill_JobTableStore::ColumnsToRead() const
 QList<Taskmill_JobRecord> Taskmill_JobTableStore::ReadJobs(const QString &columns, const QString &queueName)
 {
     QList<Taskmill_JobRecord> jobs;
-    QSqlQuery query{Connection()};
-    query.setForwardOnly(true);
-    if (!query.exec(u"SELECT "_s + columns + u" FROM "_s + m_tableName))
-        return jobs;
     const auto addedFields =
         AddedFields().Read(Connection(), Taskmill_FieldOwner::Job, u"SELECT JobID FROM "_s + m_tableName);
-    Taskmill_JobRowReader reader{Database(), query};
-    while (query.next()) {
+    Taskmill_RowCursor rows{Connection(), u"SELECT "_s + columns + u" FROM "_s + m_tableName};
+    Taskmill_JobRowReader reader{Database(), rows};
+    while (rows.Next()) {
         jobs.append(reader.Read(queueName));
         if (const auto fields = addedFields.constFind(jobs.last().JobID); fields != addedFields.constEnd())
             Taskmill_SetFieldsOfJob(jobs.last(), *fields);

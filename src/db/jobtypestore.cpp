@@ -10,6 +10,23 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+static const QString graceField = u"KillGrace"_s; // in seconds
+
+static Taskmill_AddedFields::Fields FieldsOf(const Taskmill_JobType &jobType)
+{
+    if (jobType.KillGraceSeconds == Taskmill_JobType::DefaultKillGrace)
+        return {};
+    return {{graceField, QString::number(jobType.KillGraceSeconds)}};
+}
+
+static void SetFields(Taskmill_JobType &jobType, const Taskmill_AddedFields::Fields &fields)
+{
+    bool isNumber = false;
+    const qint32 grace = fields.value(graceField).toInt(&isNumber);
+    if (isNumber && grace >= 0 && grace <= Taskmill_JobType::LongestKillGrace)
+        jobType.KillGraceSeconds = grace;
+}
+
 static Taskmill_JobType JobTypeFromRecord(const QSqlRecord &record)
 {
     return {
@@ -45,7 +62,12 @@ bool Taskmill_JobTypeStore::Insert(const Taskmill_JobType &jobType, bool forceNe
     fields.AddText(u"GenericCommandLine"_s, jobType.GenericCommandLine);
     fields.AddCreationTimes();
     m_jobTypes.reset();
-    return InsertKeyed(u"JobTypes"_s, fields, jobType.Name, forceNew, outID);
+    qint32 key = -1;
+    const bool inserted = InsertKeyed(u"JobTypes"_s, fields, jobType.Name, forceNew, &key,
+                                      [&] { return StoreFields(key, jobType); });
+    if (inserted && outID)
+        *outID = key;
+    return inserted;
 }
 
 bool Taskmill_JobTypeStore::Update(qint32 jobTypeID, const Taskmill_JobType &jobType)
@@ -60,7 +82,7 @@ bool Taskmill_JobTypeStore::Update(qint32 jobTypeID, const Taskmill_JobType &job
         jobType.OutputFileFilter + u"', EnvironmentVariables = '"_s + jobType.EnvironmentVariables +
         u"', GenericCommandLine = '"_s + jobType.GenericCommandLine + u"', LastModified = '"_s + now +
         u"' WHERE JobTypeID = "_s + QString::number(jobTypeID);
-    const bool updated = InTransaction([&] { return Execute(statement); });
+    const bool updated = InTransaction([&] { return Execute(statement) && StoreFields(jobTypeID, jobType); });
     const auto texts = {jobType.Name,
                         jobType.ApplicationName,
                         jobType.ExecutablePath,
@@ -70,6 +92,11 @@ bool Taskmill_JobTypeStore::Update(qint32 jobTypeID, const Taskmill_JobType &job
                         jobType.GenericCommandLine};
     // The outcome of a statement with a quote in its texts does not count.
     return updated || !std::ranges::all_of(texts, IsPlain);
+}
+
+bool Taskmill_JobTypeStore::StoreFields(qint32 jobTypeID, const Taskmill_JobType &jobType)
+{
+    return AddedFields().Set(Connection(), Taskmill_FieldOwner::JobType, jobTypeID, FieldsOf(jobType));
 }
 
 bool Taskmill_JobTypeStore::Delete(qint32 jobTypeID)
@@ -99,8 +126,12 @@ QList<Taskmill_JobType> Taskmill_JobTypeStore::GetAll()
     if (!query.exec(u"SELECT * FROM JobTypes"_s))
         return {};
     QList<Taskmill_JobType> jobTypes;
-    while (query.next())
+    const auto addedFields =
+        AddedFields().Read(Connection(), Taskmill_FieldOwner::JobType, u"SELECT JobTypeID FROM JobTypes"_s);
+    while (query.next()) {
         jobTypes.append(JobTypeFromRecord(query.record()));
+        SetFields(jobTypes.last(), addedFields.value(jobTypes.last().JobTypeID));
+    }
     m_jobTypes = jobTypes;
     return jobTypes;
 }

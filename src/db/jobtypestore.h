@@ -21,5 +21,7 @@ public:
     [[nodiscard]] QList<Taskmill_JobType> GetAll();
 
 private:
+    bool StoreFields(qint32 jobTypeID, const Taskmill_JobType &jobType);
+
     std::optional<QList<Taskmill_JobType>> m_jobTypes; ///< nothing while they have to be read
 };

@@ -42,6 +42,17 @@ bool Taskmill_QueuedJobStore::DeleteRows(qint32 jobID)
     return deleted;
 }
 
+bool Taskmill_QueuedJobStore::RecordStart(qint32 jobID)
+{
+    const QString statement =
+        u"UPDATE "_s + TableName() + u" SET Status = ?, Started = ? WHERE "_s + KeyColumn() + u" = ?"_s;
+    const QVariantList values{Taskmill_JobStatusText(Taskmill_JobStatus::Running),
+                              Taskmill_JobTime::Now().IsoText()};
+    const QList<qint32> rows = Keys().values(jobID);
+    return std::ranges::all_of(
+        rows, [&](qint32 key) { return RunPrepared(statement, values + QVariantList{key}); });
+}
+
 QList<Taskmill_JobRecord> Taskmill_QueuedJobStore::GetAll()
 {
     if (!Open())

@@ -13,6 +13,8 @@ public:
 
     bool Insert(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID = nullptr);
     bool Delete(qint32 jobID);
+    /// Inside a transaction: the job runs from now on. Nothing for a job that the table does not hold.
+    bool RecordStart(qint32 jobID);
     [[nodiscard]] QList<Taskmill_JobRecord> GetAll();
 
 private:

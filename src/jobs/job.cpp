@@ -6,10 +6,12 @@
 #include "jobs/jobnotification.h"
 #include "jobs/jobservices.h"
 #include "jobs/runmode.h"
+#include "jobs/runofjob.h"
 #include "kilnutil/filesys.h"
 #include "kilnutil/textencoding.h"
 #include "processes/process.h"
 #include "processes/processinspector.h"
+#include "processes/runkeepers.h"
 
 #include <QDir>
 #include <QFile>
@@ -46,7 +48,7 @@ qint64 Taskmill_Job::ProcessID() const
     return m_process ? m_process->ProcessID() : 0;
 }
 
-bool Taskmill_Job::Start(Taskmill_Notifier &notifier)
+bool Taskmill_Job::Start(Taskmill_Notifier &notifier, KilnUtil_RunKeepers *keepers)
 {
     m_notifier = &notifier;
     m_record.SetStatus(Taskmill_JobStatus::Running, true);
@@ -86,8 +88,24 @@ bool Taskmill_Job::Start(Taskmill_Notifier &notifier)
             standardInputFile = file.fileName();
     }
     MakeProcess(plan, standardInputFile);
+    if (const QString runID = Taskmill_RunOfJob{m_record.Run}.RunID; keepers && !runID.isEmpty())
+        m_process->SetKeeper(*keepers, runID);
     m_process->Start();
+    // The keepers may be out of order.
+    if (!m_process->IsKept())
+        m_record.Run.clear();
     return true;
+}
+
+void Taskmill_Job::TakeOver(KilnUtil_FoundRun run, Taskmill_Notifier &notifier)
+{
+    m_notifier = &notifier;
+    m_record.SetStatus(Taskmill_JobStatus::Running, true);
+    if (run.StartMs > 0)
+        m_record.Started = QDateTime::fromMSecsSinceEpoch(run.StartMs);
+    UseNewProcess();
+    m_process->SetProgramText(m_record.JobType.ExecutablePath);
+    m_process->TakeOver(std::move(run.Run));
 }
 
 QString Taskmill_Job::WorkingDirectory() const
@@ -119,31 +137,66 @@ bool Taskmill_Job::OpenStandardInput(QFile &file) const
 
 void Taskmill_Job::MakeProcess(const Taskmill_LaunchPlan &plan, const QString &standardInputFile)
 {
-    m_process = new KilnUtil_Process{nullptr, m_record.JobType.Name};
-    m_process->setProcessEnvironment(Taskmill_JobEnvironment(m_record, KilnUtil_Process::StartEnvironment()));
+    UseNewProcess();
+    m_process->SetEnvironment(Taskmill_JobEnvironment(m_record, KilnUtil_Process::StartEnvironment()));
     // A program that reads a prompt nobody answers must find the end of the input instead of waiting for
     // ever.
     m_process->SetStandardInputFilePath(standardInputFile.isEmpty() ? QProcess::nullDevice()
                                                                     : standardInputFile);
     if (!m_record.StandardOutputFile.isEmpty())
         m_process->SetStandardOutputFilePath(m_record.StandardOutputFile);
-    m_process->setWorkingDirectory(WorkingDirectory());
+    m_process->SetWorkingDirectory(WorkingDirectory());
     m_process->SetProgramText(plan.Program);
     m_process->SetArgumentText(plan.Arguments);
-    m_process->SetTitle(m_record.Name);
+}
+
+void Taskmill_Job::UseNewProcess()
+{
+    constexpr int msInSecond = 1000;
+    m_process = new KilnUtil_Process{nullptr, m_record.Name};
+    m_process->SetGrace(msInSecond *
+                        qBound(0, m_record.JobType.KillGraceSeconds, Taskmill_JobType::LongestKillGrace));
     connect(m_process, &KilnUtil_Process::FinishedSignal, this, &Taskmill_Job::ProcessFinishedSlot);
+    connect(m_process, &KilnUtil_Process::RemainsSignal, this, [this](const QList<qint64> &processIDs) {
+        m_isBeingKilled = false;
+        Q_EMIT RemainsSignal(processIDs);
+    });
 }
 
 bool Taskmill_Job::Kill(Taskmill_ProcessInspector &inspector)
 {
     if (m_record.Status != Taskmill_JobStatus::Running || !m_process)
         return false;
-    if (const qint64 processID = m_process->ProcessID(); processID > 0) {
+    // A keeper finds all of it, and leaves it time.
+    if (const qint64 processID = m_process->ProcessID(); processID > 0 && !m_process->IsKept()) {
         // TerminateTree ends the direct children, whose own children would be out of reach afterwards.
         m_process->KillDescendants();
         inspector.TerminateTree(m_process->Program(), static_cast<int>(processID));
     }
     m_process->KillSlot();
+    return true;
+}
+
+bool Taskmill_Job::IsKept() const
+{
+    return m_record.Status == Taskmill_JobStatus::Running && m_process && m_process->IsKept();
+}
+
+bool Taskmill_Job::BeginKill()
+{
+    if (!IsKept())
+        return false;
+    m_isBeingKilled = true;
+    m_process->BeginKill();
+    return true;
+}
+
+bool Taskmill_Job::LetGoOn()
+{
+    if (!IsKept())
+        return false;
+    m_process->LetGoOn();
+    delete std::exchange(m_process, nullptr);
     return true;
 }
 
@@ -186,6 +239,10 @@ void Taskmill_Job::ProcessFinishedSlot(bool)
     const int exitCode = m_process ? m_process->ExitCode() : 0;
     GatherOutput();
     m_record.SetStatus(status, true);
+    // It may have ended while nobody was there.
+    if (m_process && m_process->EndMs() > 0)
+        m_record.Finished =
+            qMax(m_record.Started, Taskmill_JobTime{QDateTime::fromMSecsSinceEpoch(m_process->EndMs())});
     Q_EMIT JobFinishedSignal();
     SendJobFinishedNotification(exitCode);
     // The process is the sender of the signal that led here.

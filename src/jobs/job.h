@@ -6,7 +6,9 @@
 #include <QObject>
 
 class KilnUtil_Process;
+class KilnUtil_RunKeepers;
 class QFile;
+struct KilnUtil_FoundRun;
 class Taskmill_Notifier;
 class Taskmill_ProcessInspector;
 
@@ -35,9 +37,15 @@ public:
     [[nodiscard]] bool IsFinished() const { return m_record.IsFinished(); }
     void SetStatus(Taskmill_JobStatus status, bool stamp) { m_record.SetStatus(status, stamp); }
 
+    /// What the job is known by to those who find runs again, before it starts; see Taskmill_RunOfJob.
+    void SetRun(const QString &run) { m_record.Run = run; }
+
     /// Whether the job waits for the user's word although nothing else keeps it from running.
     [[nodiscard]] bool IsHeld() const { return m_held; }
     void SetHeld(bool held) { m_held = held; }
+    /// Whether it runs already, where this program does not reach it: it must not be started here.
+    [[nodiscard]] bool RunsElsewhere() const { return m_runsElsewhere; }
+    void SetRunsElsewhere() { m_runsElsewhere = true; }
 
     /// The live process; nullptr when the job does not run.
     [[nodiscard]] KilnUtil_Process *Process() const { return m_process; }
@@ -47,12 +55,25 @@ public:
     /// Makes the process and starts it. False when the file for its standard input cannot be opened: the job
     /// then stays Running without a process, and its output says why. A program that cannot be started ends
     /// the job as Failed, through the signal, and so does a standard input that cannot be written.
-    /// The notifier, which reaches the job's client, outlives the job.
-    bool Start(Taskmill_Notifier &notifier);
+    /// The notifier, which reaches the job's client, and the keepers, if the job is to have one, outlive it.
+    bool Start(Taskmill_Notifier &notifier, KilnUtil_RunKeepers *keepers = nullptr);
+    /// In place of the start of a job whose run was found again, and is Here: it is Running until the end of
+    /// that run, which may have come already.
+    void TakeOver(KilnUtil_FoundRun run, Taskmill_Notifier &notifier);
 
     /// Ends a running job and everything it started; it is Killed, and its client notified, when this
     /// returns. False, and nothing done, for a job that does not run.
     bool Kill(Taskmill_ProcessInspector &inspector);
+
+    /// Whether it runs, and a keeper runs it.
+    [[nodiscard]] bool IsKept() const;
+    /// From BeginKill() on until nothing is left of it, or some of it withstands.
+    [[nodiscard]] bool IsBeingKilled() const { return m_isBeingKilled && IsKept(); }
+    /// The first half of Kill() for a job that a keeper runs: it is Killed, and its client notified, when
+    /// nothing of it is left. False, and nothing done, for any other.
+    bool BeginKill();
+    /// A job that a keeper runs goes on without this object. False for any other.
+    bool LetGoOn();
 
     /// Takes over what the process has written so far and returns it.
     QString GatherOutput();
@@ -67,6 +88,8 @@ public Q_SLOTS:
 Q_SIGNALS:
     /// Once for each run, when the final status is set.
     void JobFinishedSignal();
+    /// These processes withstand BeginKill() longer than they should; their end is still waited for.
+    void RemainsSignal(const QList<qint64> &processIDs);
 
 private:
     [[nodiscard]] Taskmill_JobStatus FinalStatus() const;
@@ -74,6 +97,7 @@ private:
     [[nodiscard]] QString StandardInputDirectory() const;
     bool OpenStandardInput(QFile &file) const;
     void MakeProcess(const struct Taskmill_LaunchPlan &plan, const QString &standardInputFile);
+    void UseNewProcess();
     /// Fails the job a little later, as a process that could not be started would.
     void EndWithoutProcess(const QString &reason);
     bool SendJobFinishedNotification(int exitCode) const;
@@ -82,4 +106,6 @@ private:
     KilnUtil_Process *m_process = nullptr;   ///< owned
     Taskmill_Notifier *m_notifier = nullptr; ///< of the run
     bool m_held = false;
+    bool m_runsElsewhere = false;
+    bool m_isBeingKilled = false;
 };

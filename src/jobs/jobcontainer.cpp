@@ -2,12 +2,23 @@
 #include "jobs/jobcontainer.h"
 
 #include "jobs/finishedjobstaker.h"
+#include "jobs/jobstore.h"
+#include "jobs/runofjob.h"
+#include "kilnutil/computerdata.h"
 #include "kilnutil/logging.h"
+#include "processes/runkeepers.h"
 
 #include <QSet>
+#include <QTimer>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
+
+namespace {
+/// A disk that is full now may not be so later.
+constexpr std::chrono::seconds nextTry{5};
+} // namespace
 
 Taskmill_JobContainer::Taskmill_JobContainer(QString name, const Taskmill_JobServices &services)
     : m_name{std::move(name)}
@@ -44,7 +55,7 @@ void Taskmill_JobContainer::InsertInOrder(Taskmill_Job *job)
 void Taskmill_JobContainer::ReleaseJobs(const QList<Taskmill_Job *> &jobs)
 {
     for (Taskmill_Job *job : jobs) {
-        if (!job->IsHeld())
+        if (!job->IsHeld() || job->RunsElsewhere())
             continue;
         job->SetHeld(false);
         m_jobs.removeOne(job);
@@ -61,15 +72,54 @@ void Taskmill_JobContainer::Add(Taskmill_Job *job)
 
 void Taskmill_JobContainer::AddAll(const QList<Taskmill_JobRecord> &records)
 {
-    for (Taskmill_JobRecord record : records) {
-        const bool held = IsToBeHeld(record);
-        record.Started = {};
-        record.Finished = {};
-        auto *job = new Taskmill_Job{std::move(record)};
-        job->SetHeld(held);
-        Append(job);
-    }
+    for (const Taskmill_JobRecord &record : records)
+        AddFromProject(record);
     Update();
+}
+
+void Taskmill_JobContainer::AddFromProject(Taskmill_JobRecord record)
+{
+    const bool held = IsToBeHeld(record);
+    record.Started = {};
+    record.Finished = {};
+    auto *job = new Taskmill_Job{std::move(record)};
+    if (!job->Record().Run.isEmpty() && TakeOverRun(job))
+        return;
+    job->SetHeld(held || job->RunsElsewhere());
+    Append(job);
+}
+
+bool Taskmill_JobContainer::TakeOverRun(Taskmill_Job *job)
+{
+    const Taskmill_RunOfJob run{job->Record().Run};
+    KilnUtil_FoundRun found;
+    found.Where = KilnUtil_FoundRun::Place::Elsewhere;
+    if (run.IsOfThisMachine() && m_services.Keepers)
+        found = m_services.Keepers->Find(run.RunID);
+    switch (found.Where) {
+    case KilnUtil_FoundRun::Place::NotStarted:
+        job->SetRun({});
+        return false;
+    case KilnUtil_FoundRun::Place::Elsewhere:
+        job->SetRunsElsewhere();
+        Q_EMIT RunsElsewhereSignal(job->Record(), found.Owner);
+        return false;
+    case KilnUtil_FoundRun::Place::Here:
+        break;
+    }
+    Follow(*job);
+    InsertStarted(job);
+    job->TakeOver(std::move(found), m_services.Notifier);
+    return true;
+}
+
+void Taskmill_JobContainer::InsertStarted(Taskmill_Job *job)
+{
+    const auto isPending = [](const Taskmill_Job *other) {
+        return other->Status() == Taskmill_JobStatus::Pending;
+    };
+    m_jobs.insert(std::ranges::find_if(m_jobs, isPending), job);
+    m_jobsByID.insert(job->JobID(), job);
 }
 
 void Taskmill_JobContainer::TakeOut(Taskmill_Job *job)
@@ -87,6 +137,9 @@ void Taskmill_JobContainer::TakeOut(const QList<Taskmill_Job *> &jobs)
     // In one pass: hundreds may leave a list of thousands.
     const QSet<Taskmill_Job *> leaving{jobs.begin(), jobs.end()};
     m_jobs.removeIf([&leaving](Taskmill_Job *job) { return leaving.contains(job); });
+    // They end side by side.
+    for (Taskmill_Job *job : jobs)
+        job->BeginKill();
     for (Taskmill_Job *job : jobs) {
         const bool killed = job->Kill(m_services.Inspector);
         job->deleteLater();
@@ -160,6 +213,24 @@ void Taskmill_JobContainer::KillRunning()
     }
 }
 
+void Taskmill_JobContainer::BeginToKillRunning()
+{
+    for (Taskmill_Job *job : RunningJobs())
+        job->BeginKill();
+}
+
+bool Taskmill_JobContainer::IsAnyKept() const
+{
+    return std::ranges::any_of(RunningJobs(), [](const Taskmill_Job *job) { return job->IsKept(); });
+}
+
+void Taskmill_JobContainer::LetGoOn()
+{
+    QList<Taskmill_Job *> leaving = RunningJobs();
+    leaving.removeIf([](Taskmill_Job *job) { return !job->LetGoOn(); });
+    TakeOut(leaving);
+}
+
 Taskmill_Job *Taskmill_JobContainer::FindByJobID(int jobID) const
 {
     const QList<Taskmill_Job *> jobs = m_jobsByID.values(jobID);
@@ -204,9 +275,32 @@ void Taskmill_JobContainer::JobFinishedSlot()
     Update();
 }
 
-void Taskmill_JobContainer::StartJob(Taskmill_Job &job) const
+void Taskmill_JobContainer::Follow(Taskmill_Job &job)
 {
     connect(&job, &Taskmill_Job::JobFinishedSignal, this, &Taskmill_JobContainer::JobFinishedSlot);
-    if (!job.Start(m_services.Notifier))
+    connect(&job, &Taskmill_Job::RemainsSignal, this, [this, &job](const QList<qint64> &processIDs) {
+        Q_EMIT RemainsSignal(job.Record(), processIDs);
+    });
+}
+
+void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
+{
+    // Before the start: whatever ends this program from here on, the run is found again.
+    if (m_services.Keepers)
+        job.SetRun(
+            Taskmill_RunOfJob{m_services.Keepers->NewRunID(), KilnUtil_ComputerData::MachineID()}.Text());
+    if (!m_services.Store.RecordStart(job.Record())) {
+        if (!std::exchange(m_triesAgain, true))
+            QTimer::singleShot(nextTry, this, [this] {
+                m_triesAgain = false;
+                Update();
+            });
+        return;
+    }
+    Follow(job);
+    if (!job.Start(m_services.Notifier, m_services.Keepers))
         qCWarning(Taskmill_JobsLog, "Job %d: the file for its standard input cannot be written", job.JobID());
+    // It was started without a keeper after all: nobody is to look for its run.
+    if (m_services.Keepers && job.Record().Run.isEmpty())
+        m_services.Store.RecordStart(job.Record());
 }

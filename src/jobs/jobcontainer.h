@@ -30,7 +30,8 @@ public:
     /// Takes the ownership, makes the job Pending as of now and appends it.
     void Add(Taskmill_Job *job);
     /// Appends a new job for each record of a project, Pending as of now, without the times of an earlier
-    /// run.
+    /// run; but a job whose run is found again is Running, or ends soon. What runs where this program does
+    /// not reach it is held, and said in a signal.
     void AddAll(const QList<Taskmill_JobRecord> &records);
 
     /// Removing a job kills it when it runs; a killed job is handed to the finished jobs. An index that is
@@ -41,6 +42,12 @@ public:
     void RemoveAll();
     /// Kills and removes the running jobs; the waiting ones stay.
     virtual void KillRunning();
+    /// Asks what keepers run to end, all at once, so that removing it takes no longer than one of them.
+    void BeginToKillRunning();
+    /// Whether a keeper runs one of the jobs.
+    [[nodiscard]] bool IsAnyKept() const;
+    /// Takes the jobs that keepers run out of the list, which go on; nothing else of them is recorded.
+    void LetGoOn();
 
     /// The first job of that number; nullptr when there is none.
     [[nodiscard]] Taskmill_Job *FindByJobID(int jobID) const;
@@ -49,6 +56,13 @@ public:
     [[nodiscard]] QList<int> JobIDs() const;
     /// Job names in the order of the numbers; false and an empty list as soon as one is unknown.
     [[nodiscard]] bool NamesOf(const QList<int> &jobIDs, QStringList &names) const;
+
+Q_SIGNALS:
+    /// A job of a project was not taken over, since it runs elsewhere: in that project, or empty when that is
+    /// not known.
+    void RunsElsewhereSignal(const Taskmill_JobRecord &job, const QString &owner);
+    /// A job withstands its kill; see Taskmill_Job::RemainsSignal.
+    void RemainsSignal(const Taskmill_JobRecord &job, const QList<qint64> &processIDs);
 
 public Q_SLOTS:
     /// A started job has ended: looks what to start next.
@@ -65,12 +79,18 @@ protected:
     void ReleaseJobs(const QList<Taskmill_Job *> &jobs);
     /// Starts what may start now and reports that the list has changed.
     virtual void Update() = 0;
-    /// A start that fails leaves the job Running without a process, where it counts against a limit.
-    void StartJob(Taskmill_Job &job) const;
+    /// A start that fails leaves the job Running without a process, where it counts against a limit. A job
+    /// whose start cannot be stored stays Pending, and is tried again some time later.
+    void StartJob(Taskmill_Job &job);
     [[nodiscard]] QList<Taskmill_Job *> RunningJobs() const;
 
 private:
     void Append(Taskmill_Job *job);
+    void AddFromProject(Taskmill_JobRecord record);
+    /// False when there is no run to take over: the job has to wait.
+    bool TakeOverRun(Taskmill_Job *job);
+    void InsertStarted(Taskmill_Job *job);
+    void Follow(Taskmill_Job &job);
     void InsertInOrder(Taskmill_Job *job);
     void TakeOut(Taskmill_Job *job);
     /// Takes them all out of the list before any of them is killed.
@@ -80,4 +100,5 @@ private:
     const Taskmill_JobServices m_services;
     QList<Taskmill_Job *> m_jobs;
     QMultiHash<int, Taskmill_Job *> m_jobsByID; ///< a project file may hold a number twice
+    bool m_triesAgain = false;                  ///< Update() is called when the time for another try has come
 };

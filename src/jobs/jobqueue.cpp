@@ -9,9 +9,9 @@ Taskmill_Job *Taskmill_NextJobToStart(const QList<Taskmill_Job *> &jobs, int max
 {
     int running = 0;
     for (Taskmill_Job *job : jobs) {
-        // Behind the first Pending job all others are Pending too.
+        // Behind the first Pending job all others are Pending too, and the held ones stand last.
         if (job->Status() == Taskmill_JobStatus::Pending)
-            return running < maxRunningJobs ? job : nullptr;
+            return running < maxRunningJobs && !job->IsHeld() ? job : nullptr;
         if (job->Status() == Taskmill_JobStatus::Running)
             ++running;
     }

@@ -45,6 +45,9 @@ struct Taskmill_JobRecord
     Taskmill_JobTime Finished;
     qint32 JobID = 0;
     Taskmill_PlaceholderValues PlaceholderValues;
+    /// Where the run is found that the job has, or had when its project was saved; empty for none. No part of
+    /// a finished job.
+    QString Run;
     /// The command line as a project file stores it; empty for a job that has not been read from one as
     /// finished, or whose job type is still there to make it from.
     QString RecordedCommandLine;

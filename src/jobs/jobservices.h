@@ -4,6 +4,7 @@
 #include <QByteArray>
 #include <QString>
 
+class KilnUtil_RunKeepers;
 class Taskmill_FinishedJobsTaker;
 class Taskmill_JobStore;
 class Taskmill_ProcessInspector;
@@ -25,4 +26,6 @@ struct Taskmill_JobServices
     Taskmill_FinishedJobsTaker &FinishedJobs;
     Taskmill_ProcessInspector &Inspector;
     Taskmill_Notifier &Notifier;
+    /// Where jobs end with the manager, there is none.
+    KilnUtil_RunKeepers *Keepers = nullptr;
 };

@@ -3,6 +3,8 @@
 
 #include "jobs/jobtype.h"
 
+struct Taskmill_JobRecord;
+
 /// What job types and queues need of the job database. Every operation is safe without one.
 class Taskmill_JobStore
 {
@@ -18,6 +20,11 @@ public:
     virtual bool UpdateJobType(const Taskmill_JobType &jobType, QString &reason) = 0;
     virtual bool DeleteJobType(qint32 jobTypeID) = 0;
     [[nodiscard]] virtual QList<Taskmill_JobType> GetJobTypes() = 0;
+
+    /// To be called before the job's process is started, so that a manager that comes after this one, which
+    /// may be ended by force, knows that the job ran, and where its run is found. False when that cannot be
+    /// stored: the job must not start then.
+    virtual bool RecordStart(const Taskmill_JobRecord &job) = 0;
 
     /// The limit stored for the queue of that name; -1 when unknown.
     [[nodiscard]] virtual int GetMaxRunningJobs(const QString &queueName) = 0;

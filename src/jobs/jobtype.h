@@ -19,6 +19,11 @@ struct Taskmill_JobType
     QString InputFileFilter;    ///< file-dialog filter such as "Gaussian Input Files (*.gjf)"
     QString OutputFileFilter;
     QString EnvironmentVariables; ///< lines NAME=VALUE
+    /// How long what a kill is to end has to end by itself, where jobs are run by keepers.
+    qint32 KillGraceSeconds = DefaultKillGrace;
+
+    static constexpr qint32 DefaultKillGrace = 2;
+    static constexpr qint32 LongestKillGrace = 60;
 
     bool operator==(const Taskmill_JobType &) const = default;
 

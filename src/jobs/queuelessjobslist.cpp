@@ -36,7 +36,7 @@ QList<int> Taskmill_QueuelessJobsList::HeldJobIDs() const
 {
     QList<int> jobIDs;
     for (const Taskmill_Job *job : Jobs()) {
-        if (job->IsHeld())
+        if (job->IsHeld() && !job->RunsElsewhere())
             jobIDs.append(job->JobID());
     }
     return jobIDs;
@@ -45,8 +45,9 @@ QList<int> Taskmill_QueuelessJobsList::HeldJobIDs() const
 int Taskmill_QueuelessJobsList::Release(const QList<int> &jobIDs)
 {
     QList<Taskmill_Job *> jobs = Jobs();
-    jobs.removeIf(
-        [&jobIDs](const Taskmill_Job *job) { return !job->IsHeld() || !jobIDs.contains(job->JobID()); });
+    jobs.removeIf([&jobIDs](const Taskmill_Job *job) {
+        return !job->IsHeld() || job->RunsElsewhere() || !jobIDs.contains(job->JobID());
+    });
     if (!jobs.isEmpty())
         ReleaseJobs(jobs);
     return static_cast<int>(jobs.size());

@@ -24,6 +24,7 @@ struct Plan
     int input;
     int output;
     int nice;
+    rlim_t openFiles;
     char *const *arguments;
     char *const *environment;
     int error = 0;
@@ -62,6 +63,12 @@ int BecomeJob(void *data)
         plan.error = errno;
         plan.isDirectoryMissing = true;
         _exit(neverSeen);
+    }
+    if (plan.openFiles > 0) {
+        rlimit limit{};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        limit.rlim_cur = plan.openFiles;
+        setrlimit(RLIMIT_NOFILE, &limit);
     }
     ResetSignals();
     execve(plan.arguments[0], plan.arguments, plan.environment);
@@ -123,6 +130,7 @@ Taskmill_StartedJob StartWithFiles(const Taskmill_KeeperMessage &order, int inpu
               .input = input,
               .output = output,
               .nice = static_cast<int>(order.Number("nice", 0)),
+              .openFiles = static_cast<rlim_t>(order.Number("files", 0)),
               .arguments = const_cast<char *const *>(arguments.data()),
               .environment = const_cast<char *const *>(environment.data())};
     const pid_t id = StartBorrowing(plan);

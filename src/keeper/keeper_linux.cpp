@@ -49,6 +49,7 @@ Taskmill_Keeper::Taskmill_Keeper(Taskmill_KeeperMessage order, Taskmill_KeeperCh
                                  int journal, int signals)
     : m_order{std::move(order)}
     , m_runID{m_order.Value("run")}
+    , m_owner{m_order.Value("owner")}
     , m_manager{std::move(manager)}
     , m_journal{journal}
     , m_signals{signals}

@@ -65,6 +65,7 @@ private:
 
     Taskmill_KeeperMessage m_order;
     std::string m_runID;
+    std::string m_owner;
     Taskmill_KeeperChannel m_manager;
     Taskmill_KeeperChannel m_listener;
     Taskmill_KeeperChannel m_visitor; ///< who may become the manager

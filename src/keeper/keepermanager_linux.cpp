@@ -16,6 +16,8 @@ void Taskmill_Keeper::ReadManager()
             return;
         if (message->Word() == Taskmill_KillWord) {
             BeginKill(message->Number("grace", 0), Taskmill_RunEnd::By::Kill);
+        } else if (message->Word() == Taskmill_OwnerWord) {
+            m_owner = message->Value("owner");
         } else if (message->Word() == Taskmill_WatchWord) {
             m_watched = message->Number("total", 0);
             ReportOutput();
@@ -62,9 +64,9 @@ void Taskmill_Keeper::ReadVisitor()
     Taskmill_KeeperChannel visitor = std::move(m_visitor);
     if (message->Word() != Taskmill_AdoptWord || message->Value("run") != m_runID)
         return;
-    if (message->Value("owner") != m_order.Value("owner")) {
+    if (message->Value("owner") != m_owner) {
         Taskmill_KeeperMessage answer{Taskmill_RefusedWord};
-        answer.Add("owner", m_order.Value("owner"));
+        answer.Add("owner", m_owner);
         visitor.Send(answer);
         return;
     }

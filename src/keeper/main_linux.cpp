@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "keeper/nursery_linux.h"
+#include "wire/runjournals.h"
 
 #include <csignal>
 #include <cstdio>
@@ -59,6 +60,14 @@ void SweepLostRuns()
     if (child > 0)
         waitpid(child, nullptr, 0);
 }
+/// Removes what nobody needs any more, while runs start already.
+void TidyAside()
+{
+    if (fork() != 0)
+        return;
+    Taskmill_RunJournals{"."}.Tidy();
+    _exit(0);
+}
 } // namespace
 
 /// taskmill-keeper FOLDER, with a connection to the manager as its standard input.
@@ -76,5 +85,6 @@ int main(int argc, char **argv)
     if (!manager.IsOpen() || signals < 0)
         return 1;
     SweepLostRuns();
+    TidyAside();
     return Taskmill_KeeperNursery{std::move(manager), signals}.Run();
 }

@@ -4,12 +4,14 @@
 #include "keeper/clock_linux.h"
 #include "keeper/keeper_linux.h"
 #include "keeper/processtree_linux.h"
+#include "wire/runlocks.h"
 #include "wire/runrecord.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <ctime>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -26,6 +28,17 @@ constexpr int lookAgainMs = 10;
 /// How much of what was recorded a loss of power may take away. To store each line at once would make the
 /// start of a short job ten times as long.
 constexpr long long storeWithinMs = 1000;
+
+/// The connection of a keeper that is killed may close a moment before its lock is given back, and as long as
+/// that is held its run is not lost.
+void WaitForEndOfKeeper(const std::string &runID)
+{
+    constexpr long long longestMs = 5000;
+    constexpr timespec pause{.tv_sec = 0, .tv_nsec = 1'000'000};
+    const long long end = Taskmill_SteadyClockMs() + longestMs;
+    while (Taskmill_IsKeeperAlive(".", runID) && Taskmill_SteadyClockMs() < end)
+        nanosleep(&pause, nullptr);
+}
 } // namespace
 
 Taskmill_KeeperNursery::Taskmill_KeeperNursery(Taskmill_KeeperChannel manager, int signals)
@@ -59,6 +72,8 @@ int Taskmill_KeeperNursery::Run()
 bool Taskmill_KeeperNursery::OpenJournal()
 {
     constexpr mode_t ownerOnly = 0600;
+    // Whoever tidies up takes a journal for an old one while nobody has locked it.
+    const Taskmill_ClaimLock tidying{"."};
     const int journal = open(("journal/" + Taskmill_NewRunID()).c_str(),
                              O_RDWR | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, ownerOnly);
     // Shared with the keepers: it ends with the last of them.
@@ -183,6 +198,7 @@ void Taskmill_KeeperNursery::SweepFor(const std::string &runID)
 {
     const pid_t child = fork();
     if (child == 0) {
+        WaitForEndOfKeeper(runID);
         Taskmill_SweepLostRuns();
         _exit(0);
     }

@@ -4,6 +4,7 @@
 #include "kilnutil/logging.h"
 #include "wire/ports.h"
 
+#include <QCryptographicHash>
 #include <QSysInfo>
 
 #include <set>
@@ -34,4 +35,20 @@ QString KilnUtil_ComputerData::HostName()
 {
     const QString name = QSysInfo::machineHostName();
     return name.isEmpty() ? u"localhost"_s : name;
+}
+
+QString KilnUtil_ComputerData::MachineID()
+{
+    // Not as it stands: it is not to be shown to others.
+    const QByteArray id = QSysInfo::machineUniqueId();
+    const QByteArray text = "taskmill " + (id.isEmpty() ? HostName().toUtf8() : id);
+    constexpr qsizetype digits = 16;
+    return QString::fromLatin1(
+        QCryptographicHash::hash(text, QCryptographicHash::Sha256).toHex().first(digits));
+}
+
+QString KilnUtil_ComputerData::BootID()
+{
+    const QString id = qEnvironmentVariable("TASKMILL_BOOT_ID");
+    return id.isEmpty() ? SystemBootID() : id;
 }

@@ -18,4 +18,13 @@ public:
 
     /// Never empty.
     [[nodiscard]] static QString HostName();
+
+    /// Another text for each computer, fit for the name of a file; never empty.
+    [[nodiscard]] static QString MachineID();
+    /// Another text after each start of the system, or the one that TASKMILL_BOOT_ID names, for tests; empty
+    /// where the system has none.
+    [[nodiscard]] static QString BootID();
+
+private:
+    [[nodiscard]] static QString SystemBootID();
 };

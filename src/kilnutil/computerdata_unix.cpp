@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "kilnutil/computerdata.h"
 
+#include <QSysInfo>
+
 #include <unistd.h>
 
 qint32 KilnUtil_ComputerData::UID()
@@ -11,4 +13,9 @@ qint32 KilnUtil_ComputerData::UID()
 qint32 KilnUtil_ComputerData::GID()
 {
     return static_cast<qint32>(getgid());
+}
+
+QString KilnUtil_ComputerData::SystemBootID()
+{
+    return QString::fromLatin1(QSysInfo::bootUniqueId());
 }

@@ -114,6 +114,11 @@ void KilnUtil_Database_Foundation::MarkUnchanged()
     SetHasUnsavedChanges(false);
 }
 
+void KilnUtil_Database_Foundation::MarkChanged()
+{
+    SetHasUnsavedChanges(true);
+}
+
 void KilnUtil_Database_Foundation::SetHasUnsavedChanges(bool hasUnsavedChanges)
 {
     if (m_hasUnsavedChanges == hasUnsavedChanges)
@@ -135,14 +140,19 @@ bool KilnUtil_Database_Foundation::Open()
         }
         m_connectionName = NewConnectionName();
         m_connection = QSqlDatabase::addDatabase(m_driverName, m_connectionName);
-        m_connection.setDatabaseName(m_kind == SQLiteMemory ? u":memory:"_s : m_name);
+        const QString memory = m_storagePath.isEmpty() ? u":memory:"_s : m_storagePath;
+        m_connection.setDatabaseName(m_kind == SQLiteMemory ? memory : m_name);
         m_connection.setHostName(m_host);
         m_connection.setUserName(m_userName);
         m_connection.setPassword(m_password);
     }
-    if (m_connection.open())
-        return true;
-    SetLastError(m_connection.lastError());
+    if (m_connection.open()) {
+        if (PrepareConnection())
+            return true;
+        m_connection.close();
+    } else {
+        SetLastError(m_connection.lastError());
+    }
     qCWarning(KilnUtil_UtilLog, "Cannot open %ls: %ls", qUtf16Printable(m_description),
               qUtf16Printable(m_lastErrorMessage));
     return false;

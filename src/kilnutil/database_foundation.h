@@ -44,9 +44,16 @@ public:
     /// File name of the project file; empty when there is none.
     [[nodiscard]] QString Title() const;
 
-    /// True after any committed change since MarkUnchanged().
+    /// True after any committed change since MarkUnchanged(), and after MarkChanged().
     [[nodiscard]] bool HasUnsavedChanges() const;
     void MarkUnchanged();
+    void MarkChanged();
+
+    /// Keeps the content of an in-memory database in this file instead, which is for this object alone. To be
+    /// called before it is opened.
+    void SetStoragePath(const QString &path) { m_storagePath = path; }
+    /// Empty when the content is in memory.
+    [[nodiscard]] QString StoragePath() const { return m_storagePath; }
 
     /// Makes sure the connection is open; creates no tables. False when the driver is missing or the open
     /// fails.
@@ -90,6 +97,9 @@ protected:
     };
 
     [[nodiscard]] const QSqlDatabase &Connection() const;
+    [[nodiscard]] bool TracksChanges() const { return m_tracksChanges; }
+    /// Called when the connection has been opened; false closes it again.
+    [[nodiscard]] virtual bool PrepareConnection() { return true; }
     /// Runs one statement that returns no rows; on failure keeps the error for LastErrorMessage().
     bool Execute(const QString &statement);
     void SetLastError(const QSqlError &error);
@@ -105,6 +115,7 @@ private:
     QString m_password;
     QString m_description;
     QString m_filePath;
+    QString m_storagePath;
     QString m_connectionName; ///< unique for each connection that was ever opened
     QSqlDatabase m_connection;
     QString m_lastErrorMessage;

@@ -24,6 +24,11 @@ void KilnUtil_RaiseOpenFilesLimit()
     openFilesRaised = setrlimit(RLIMIT_NOFILE, &limit) == 0;
 }
 
+long long KilnUtil_OpenFilesLimitAtStart()
+{
+    return openFilesRaised ? static_cast<long long>(openFilesAtStart.rlim_cur) : 0;
+}
+
 // After a fork only what is safe in a signal handler may be called.
 void KilnUtil_RestoreOpenFilesLimit()
 {

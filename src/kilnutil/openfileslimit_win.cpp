@@ -3,4 +3,9 @@
 
 void KilnUtil_RaiseOpenFilesLimit() {}
 
+long long KilnUtil_OpenFilesLimitAtStart()
+{
+    return 0;
+}
+
 void KilnUtil_RestoreOpenFilesLimit() {}

@@ -12,22 +12,46 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job)
+bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite)
 {
+    RecordMissing();
     m_jobs.append(job);
-    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
-    const bool recorded = !database || database->InsertFinishedJob(job, true, nullptr);
-    if (!recorded)
+    const bool recorded = Record(job, alsoWrite);
+    if (!recorded) {
         qCWarning(Taskmill_ManagerLog, "Finished job %d could not be written to the database", job.JobID);
-    else if (database)
+        m_missing.append({.job = job, .alsoWrite = alsoWrite});
+    } else if (Taskmill_Database_Manager::Global().CurrentDatabase()) {
         LeaveOutputToDatabase(m_jobs.last());
+    }
+    m_jobs.last().Run.clear();
     Q_EMIT JobsChangedSignal();
     return recorded;
+}
+
+bool Taskmill_FinishedJobs::Record(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite)
+{
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+    const bool recorded = !database || database->AsOneChange([&] {
+        if (!database->InsertFinishedJob(job, true, nullptr))
+            return false;
+        alsoWrite();
+        return true;
+    });
+    if (recorded && !job.Run.isEmpty())
+        Q_EMIT RunStoredSignal(job.Run);
+    return recorded;
+}
+
+void Taskmill_FinishedJobs::RecordMissing()
+{
+    while (!m_missing.isEmpty() && Record(m_missing.first().job, m_missing.first().alsoWrite))
+        m_missing.removeFirst();
 }
 
 void Taskmill_FinishedJobs::SetJobs(const QList<Taskmill_JobRecord> &jobs)
 {
     m_jobs = jobs;
+    m_missing.clear();
     ++m_generation;
     m_outputsInDatabase.clear();
     if (Taskmill_Database_Manager::Global().CurrentDatabase()) {

@@ -8,6 +8,8 @@
 #include <QObject>
 #include <QSet>
 
+#include <functional>
+
 /// The jobs that have left their queue, in the order in which they arrived. The tab of the window adds the
 /// table.
 class Taskmill_FinishedJobs : public QObject, public Taskmill_FinishedJobsTaker
@@ -25,7 +27,14 @@ public:
     [[nodiscard]] bool HasOutput(const Taskmill_JobRecord &job) const;
 
     /// Appends the job and, when a database is open, records it there.
-    bool AddJob(const Taskmill_JobRecord &job) override;
+    bool AddJob(const Taskmill_JobRecord &job) override
+    {
+        return AddJob(job, [] {});
+    }
+    /// The same; what `alsoWrite` writes is part of the one change of the database.
+    bool AddJob(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite);
+    /// Tries again to record jobs for which that has failed.
+    void RecordMissing();
     /// Replaces the list; the database is not touched, as in Clear() and RemoveAt().
     void SetJobs(const QList<Taskmill_JobRecord> &jobs);
     void Clear();
@@ -44,11 +53,21 @@ public:
 
 Q_SIGNALS:
     void JobsChangedSignal();
+    /// The result of that run, see Taskmill_JobRecord::Run, is where the jobs of the project are.
+    void RunStoredSignal(const QString &run);
 
 private:
+    struct Missing
+    {
+        Taskmill_JobRecord job;
+        std::function<void()> alsoWrite;
+    };
+
+    bool Record(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite);
     void LeaveOutputToDatabase(Taskmill_JobRecord &job);
 
     QList<Taskmill_JobRecord> m_jobs;
+    QList<Missing> m_missing; ///< in the database
     int m_generation = 0;
     QSet<int> m_outputsInDatabase; ///< numbers of the jobs whose records lack their output
 };

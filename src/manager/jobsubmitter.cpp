@@ -30,6 +30,8 @@ bool Exists(const QString &path)
 {
     return !HoldsNul(path) && QFileInfo::exists(path);
 }
+const QString cannotBeStored =
+    u"The job cannot be stored in the working copy of the project: its disk is full, or it cannot be written."_s;
 const QString fileIsGone = u"The file is no longer there."_s;
 const QString noTypeChosen = u"No job type was chosen."_s;
 
@@ -335,8 +337,11 @@ void Taskmill_JobSubmitter::MakeJob(const Taskmill_JobRequest &request, const Ta
         result.Refusal =
             u"the job type %1 or the input file %2 cannot be used"_s.arg(jobType.Name, inputFile);
     } else {
-        result.JobIDs.append(job.JobID);
-        owner->Submit(new Taskmill_Job{std::move(job)});
+        const int jobID = job.JobID;
+        if (owner->Submit(new Taskmill_Job{std::move(job)}))
+            result.JobIDs.append(jobID);
+        else
+            result.Refusal = cannotBeStored;
     }
 }
 
@@ -379,6 +384,8 @@ std::optional<int> Taskmill_JobSubmitter::AddJob(const QString &path, const Task
         return std::nullopt;
     }
     const int jobID = job.JobID;
-    owner->Submit(new Taskmill_Job{std::move(job)});
-    return jobID;
+    if (owner->Submit(new Taskmill_Job{std::move(job)}))
+        return jobID;
+    reason = cannotBeStored;
+    return std::nullopt;
 }

@@ -2,34 +2,92 @@
 #include "manager/manager.h"
 
 #include "jobs/queuelessjobslist.h"
+#include "jobs/runofjob.h"
+#include "kilnutil/error.h"
 #include "kilnutil/registry.h"
+#include "manager/changedfiledialogue.h"
 #include "manager/heldjobsdialogue.h"
 #include "manager/recentprojects.h"
 #include "manager/spareproject.h"
 #include "processes/processinspector.h"
 #include "processes/processtree.h"
+#include "processes/runkeepers.h"
 
 #include <QDir>
 #include <QFileInfo>
-
-#include <utility>
+#include <QTimer>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+void ReportRemains(const Taskmill_JobRecord &job, const QList<qint64> &processIDs)
+{
+    QStringList numbers;
+    for (const qint64 processID : processIDs)
+        numbers += QString::number(processID);
+    KilnUtil_Error::UserPrompt().ShowNotice(
+        u"Killing a Job"_s,
+        u"Job %1, %2, cannot be ended yet: its processes %3 withstand. It counts as running "
+        "until they have ended."_s.arg(QString::number(job.JobID), job.Name, numbers.join(u", "_s)));
+}
+} // namespace
+
 Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnlyProjects readOnlyProjects)
+    : Taskmill_Manager{notifier, readOnlyProjects, nullptr}
+{
+}
+
+Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnlyProjects readOnlyProjects,
+                                   std::unique_ptr<KilnUtil_RunKeepers> keepers)
     : m_inspector{Taskmill_MakeProcessInspector()}
+    , m_keepers{std::move(keepers)}
     , m_jobTypes{m_store}
     , m_destinations{m_finishedJobs,
                      {.Store = m_store,
                       .FinishedJobs = m_finishedJobs,
                       .Inspector = *m_inspector,
-                      .Notifier = notifier}}
-    , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs, m_destinations, readOnlyProjects}
+                      .Notifier = notifier,
+                      .Keepers = m_keepers.get()}}
+    , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs,   m_destinations,
+                notifier,   m_runs,       readOnlyProjects, m_keepers.get()}
     , m_submitter{m_store, m_jobNumbers, m_destinations}
     , m_runningJobs{*m_inspector, m_jobTypes}
 {
+    ConnectJobs();
+}
+
+void Taskmill_Manager::ConnectJobs()
+{
+    for (Taskmill_QueueOwner *owner : m_destinations.All()) {
+        QObject::connect(&owner->Jobs(), &Taskmill_JobContainer::RunsElsewhereSignal, owner,
+                         [this](const Taskmill_JobRecord &job, const QString &ownerText) {
+                             NoticeJobElsewhere(job, ownerText);
+                         });
+        QObject::connect(&owner->Jobs(), &Taskmill_JobContainer::RemainsSignal, owner, ReportRemains);
+    }
+    if (!m_keepers)
+        return;
+    QObject::connect(&m_finishedJobs, &Taskmill_FinishedJobs::RunStoredSignal, m_keepers.get(),
+                     [this](const QString &run) { m_keepers->TakeResult(Taskmill_RunOfJob{run}.RunID); });
+}
+
+void Taskmill_Manager::NoticeJobElsewhere(const Taskmill_JobRecord &job, const QString &ownerText)
+{
+    const QString path = Taskmill_PathOfRunOwner(ownerText);
+    const QString place = !Taskmill_RunOfJob{job.Run}.IsOfThisMachine() ? u"on another computer"_s
+                          : path.isEmpty()                              ? u"in another Taskmill"_s
+                                                                        : u"in "_s + path;
+    if (m_jobsElsewhere.isEmpty())
+        QTimer::singleShot(0, &m_project, [this] {
+            KilnUtil_Error::UserPrompt().ShowNotice(u"Jobs That Run Elsewhere"_s,
+                                                    u"These jobs of the project are not started here:\n\n"_s +
+                                                        m_jobsElsewhere.join(u'\n'));
+            m_jobsElsewhere.clear();
+        });
+    m_jobsElsewhere.append(u"%1, job %2, runs %3"_s.arg(job.Name, QString::number(job.JobID), place));
 }
 
 Taskmill_Manager::~Taskmill_Manager()
@@ -44,16 +102,16 @@ bool Taskmill_Manager::OpenStartUpProject(const QString &startUpFile)
     if (!lastDirectory.isEmpty() && QFileInfo{lastDirectory}.isDir())
         QDir::setCurrent(lastDirectory);
     Taskmill_DropMissingRecentProjects();
-    return file.isEmpty() ? m_project.NewProject() : m_project.OpenProject(file);
+    return file.isEmpty() ? m_project.OpenWithoutFile() : m_project.OpenProject(file);
 }
 
-QStringList Taskmill_Manager::NoticesAtStart(bool asksAboutJobs)
+QStringList Taskmill_Manager::NoticesAtStart(bool asks)
 {
-    QStringList notices;
-    const QString heldJobs =
-        asksAboutJobs ? QString{} : Taskmill_HeldJobsDialogue::Notice(*m_destinations.Queueless().List());
-    if (!heldJobs.isEmpty())
-        notices += heldJobs;
+    QStringList notices = m_project.Notices();
+    if (!asks)
+        notices += {Taskmill_ChangedFileDialogue::Notice(m_project),
+                    Taskmill_HeldJobsDialogue::Notice(*m_destinations.Queueless().List())};
+    notices.removeAll(QString{});
     const QStringList spareProjects = Taskmill_SpareProjects();
     for (const QString &path : spareProjects) {
         if (path != m_project.FilePath())
@@ -71,10 +129,15 @@ const Taskmill_JobRecord *Taskmill_Manager::FindJob(int jobID)
     return job == finished.end() ? nullptr : &*job;
 }
 
-void Taskmill_Manager::ShutDown()
+void Taskmill_Manager::ShutDown(End end)
 {
-    if (!std::exchange(m_isShutDown, true))
+    if (std::exchange(m_isShutDown, true))
+        return;
+    const bool anyGoesOn = DoJobsGoOn() && m_project.IsAnyJobKept();
+    if (end == End::InOrder && !anyGoesOn)
         m_project.CloseProject();
+    else
+        m_project.LeaveProject(anyGoesOn);
 }
 
 void Taskmill_Manager::SaveBeforeAbruptEnd()
@@ -82,5 +145,12 @@ void Taskmill_Manager::SaveBeforeAbruptEnd()
     if (m_isShutDown)
         return;
     m_project.SaveUnattended();
+    const bool anyGoesOn = DoJobsGoOn() && m_project.IsAnyJobKept();
+    if (anyGoesOn)
+        m_project.StoreJobsThatGoOn();
+    else
+        KilnUtil_RunKeepers::EndRunsAtOnce();
     KilnUtil_ProcessTree::KillRegisteredChildren();
+    if (!anyGoesOn)
+        m_project.RecordEndedRuns();
 }

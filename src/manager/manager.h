@@ -6,12 +6,15 @@
 #include "kilnutil/idmanager.h"
 #include "manager/destinations.h"
 #include "manager/finishedjobs.h"
+#include "manager/jobsgoon.h"
 #include "manager/jobsubmitter.h"
 #include "manager/project.h"
 #include "manager/runningjobs.h"
+#include "manager/runsource.h"
 
 #include <memory>
 
+class KilnUtil_RunKeepers;
 class Taskmill_ProcessInspector;
 
 /// The manager without a front end: the job types, the jobs and where they wait and run, the project that
@@ -20,8 +23,10 @@ class Taskmill_ProcessInspector;
 class Taskmill_Manager
 {
 public:
-    /// The notifier outlives the manager.
+    /// The notifier outlives the manager. Without keepers the jobs end with the manager.
     Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnlyProjects readOnlyProjects);
+    Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnlyProjects readOnlyProjects,
+                     std::unique_ptr<KilnUtil_RunKeepers> keepers);
     ~Taskmill_Manager();
     Q_DISABLE_COPY_MOVE(Taskmill_Manager)
 
@@ -38,29 +43,48 @@ public:
     /// be had.
     [[nodiscard]] bool OpenStartUpProject(const QString &startUpFile);
 
-    /// What the user must know when the program has started: spare projects of earlier sessions and, unless
-    /// he is asked about them, jobs that are held.
-    [[nodiscard]] QStringList NoticesAtStart(bool asksAboutJobs);
+    /// What the user must know when the program has started: what was recovered, spare projects of earlier
+    /// sessions and, unless he is asked about them, a project file that was changed elsewhere and jobs that
+    /// are held.
+    [[nodiscard]] QStringList NoticesAtStart(bool asks);
 
     /// The record of a job, wherever it is, for as long as nothing changes; nullptr when there is none.
     [[nodiscard]] const Taskmill_JobRecord *FindJob(int jobID);
 
-    /// Ends all jobs and closes the project; without effect the second time.
-    void ShutDown();
+    /// What is to become of the jobs that run, when the program ends; Unasked at first.
+    void SetEnding(Taskmill_Ending ending) { m_ending = ending; }
+    /// Whether they can go on without the program.
+    [[nodiscard]] bool HasKeepers() const { return m_keepers != nullptr; }
+    enum class End
+    {
+        InOrder,
+        Unattended ///< what is unsaved, and in no other file, stays for the next start
+    };
+    /// Ends all jobs that are not to go on and closes the project; without effect the second time.
+    void ShutDown(End end = End::InOrder);
     [[nodiscard]] bool IsShutDown() const { return m_isShutDown; }
-    /// Saves a project that has a file and ends what runs, when the process is about to end out of turn.
+    /// Saves a project that has a file and ends what is not to go on, when the process is about to end out of
+    /// turn.
     void SaveBeforeAbruptEnd();
 
 private:
+    [[nodiscard]] bool DoJobsGoOn() const { return HasKeepers() && Taskmill_JobsGoOn(m_ending); }
+    void ConnectJobs();
+    void NoticeJobElsewhere(const Taskmill_JobRecord &job, const QString &ownerText);
+
     Taskmill_DatabaseJobStore m_store;
     /// Shared with a listing that may outlive this.
     const std::shared_ptr<Taskmill_ProcessInspector> m_inspector;
+    const std::unique_ptr<KilnUtil_RunKeepers> m_keepers;
     Taskmill_JobTypeList m_jobTypes;
     KilnUtil_IDManager m_jobNumbers;
     Taskmill_FinishedJobs m_finishedJobs;
     Taskmill_Destinations m_destinations;
+    Taskmill_LostRuns m_runs;
     Taskmill_Project m_project;
     Taskmill_JobSubmitter m_submitter;
     Taskmill_RunningJobs m_runningJobs;
+    QStringList m_jobsElsewhere; ///< of which the user is still to hear
+    Taskmill_Ending m_ending = Taskmill_Ending::Unasked;
     bool m_isShutDown = false;
 };

@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "manager/project.h"
 
+#include "db/contentstamp.h"
 #include "db/database.h"
 #include "db/databasemanager.h"
+#include "db/workingcopy.h"
+#include "jobs/jobnotification.h"
+#include "jobs/jobservices.h"
 #include "jobs/jobtypelist.h"
+#include "jobs/runmode.h"
 #include "kilnutil/error.h"
 #include "kilnutil/idmanager.h"
 #include "kilnutil/logging.h"
@@ -12,6 +17,7 @@
 #include "manager/destinations.h"
 #include "manager/finishedjobs.h"
 #include "manager/projectdatabase.h"
+#include "manager/projectrecovery.h"
 #include "manager/recentprojects.h"
 #include "manager/spareproject.h"
 #include "manager/version.h"
@@ -19,7 +25,9 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QTimer>
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -32,29 +40,6 @@ namespace {
 Taskmill_Database *CurrentDatabase()
 {
     return Taskmill_Database_Manager::Global().CurrentDatabase();
-}
-
-/// What stands against the content of the file, which the database in memory is to take over; see
-/// ProblemOfFile().
-QString ProblemOfLoading(Taskmill_Database &database, const QString &path)
-{
-    QString reason;
-    const bool loaded = database.LoadFromFile(path, &reason);
-    if (!loaded && !reason.isEmpty())
-        return u"The specified file cannot be opened as a Taskmill project:\n\n%1\n\n%2"_s.arg(u"%1"_s,
-                                                                                               reason);
-    if (!loaded)
-        return u"The specified file is not a Taskmill project, is damaged or is in use by another program:\n\n%1\n\n(%2)"_s
-            .arg(u"%1"_s, database.LastErrorMessage());
-    QString version;
-    if (!database.GetGeneralData(u"Version"_s, version))
-        return u"The specified file is not a Taskmill project:\n\n%1"_s;
-    if (!Taskmill_IsProject(database))
-        return u"The specified file is a Taskmill project of another version:\n\n%1"_s;
-    // Without one of them jobs would be lost.
-    if (!database.CompleteTables())
-        return u"The specified file is a damaged Taskmill project:\n\n%1"_s;
-    return {};
 }
 
 /// The name of a new file beside a project's own.
@@ -74,22 +59,63 @@ Taskmill_Question ClosingQuestion(const QString &title, const QString &text, con
             .takesShortWords = false};
 }
 
+QString PauseValue(const Taskmill_JobQueue &queue)
+{
+    return u"Paused"_s + queue.Name();
+}
+
+std::unique_ptr<Taskmill_Database> NewDatabase(const Taskmill_WorkingCopy *copy)
+{
+    auto database = Taskmill_Database_Manager::MakeMemoryDatabase();
+    if (copy)
+        database->SetStoragePath(copy->Path());
+    return database;
+}
+
+const QString noWorkingCopy =
+    u"No working copy of the project can be kept on this computer: what is not saved is lost if the manager ends by force."_s;
+
+void ReportWriteError(const QString &path, const QString &error)
+{
+    KilnUtil_Error::ReportError(
+        QString::fromLatin1(Taskmill_SavingTitle),
+        u"The project could not be written to the following file, which is as it was before:\n\n%1\n\n(%2)"_s
+            .arg(path, error));
+}
+
 void RememberDirectory(const QString &path)
 {
     KilnUtil_Registry::SetValue(u"/Files/Last_Directory_Path"_s, QFileInfo{path}.absolutePath());
 }
 } // namespace
 
+struct Taskmill_Project::OpenedFile
+{
+    std::unique_ptr<Taskmill_WorkingCopy> copy; ///< nullptr for a database in memory
+    std::unique_ptr<Taskmill_Database> database;
+    QString problem; ///< empty when it can be opened
+    FileStamp fileStamp;
+    QString contentStamp;
+};
+
 Taskmill_Project::Taskmill_Project(Taskmill_JobTypeList &jobTypes, KilnUtil_IDManager &jobNumbers,
                                    Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations,
-                                   Taskmill_ReadOnlyProjects readOnlyProjects)
+                                   Taskmill_Notifier &notifier, Taskmill_RunSource &runs,
+                                   Taskmill_ReadOnlyProjects readOnlyProjects, KilnUtil_RunKeepers *keepers)
     : m_jobTypes{jobTypes}
     , m_jobNumbers{jobNumbers}
     , m_finishedJobs{finishedJobs}
     , m_destinations{destinations}
+    , m_notifier{notifier}
+    , m_runs{runs}
+    , m_keptRuns{keepers}
     , m_readOnlyProjects{readOnlyProjects}
 {
+    for (Taskmill_JobQueue *queue : m_destinations.Queues())
+        connect(queue, &Taskmill_JobQueue::QueueUpdatedSignal, this, &Taskmill_Project::StorePauses);
 }
+
+Taskmill_Project::~Taskmill_Project() = default;
 
 bool Taskmill_Project::IsOpen() const
 {
@@ -126,51 +152,168 @@ bool Taskmill_Project::OpenProject(const QString &path)
         return false;
     const QString title = u"Opening a Taskmill Project File"_s;
     const QString absolutePath = QFileInfo{path}.absoluteFilePath();
-    // A bad file is not to cost the project that is open.
-    auto loaded = Taskmill_Database_Manager::MakeMemoryDatabase();
-    FileStamp stamp = FileStamp::Of(absolutePath);
-    QString problem = ProblemOfFile(absolutePath);
-    if (problem.isEmpty())
-        problem = ProblemOfLoading(*loaded, absolutePath);
-    if (problem.isEmpty()) {
-        Taskmill_ClosingDialogue closing{*this};
-        Taskmill_AskThroughPrompt(closing);
-        if (!closing.MayClose())
-            return false;
-        // The open project may have been written to this very file.
-        if (closing.IsSaved()) {
-            stamp = FileStamp::Of(absolutePath);
-            problem = ProblemOfLoading(*loaded, absolutePath);
-        }
-    }
-    if (!problem.isEmpty()) {
+    const auto report = [&](const QString &problem) {
         KilnUtil_Error::ReportWarning(title, problem.arg(path));
         return false;
+    };
+    if (const QString problem = ProblemOfFile(absolutePath); !problem.isEmpty())
+        return report(problem);
+    const bool isOpenHere = m_lock && m_lock->IsOf(absolutePath);
+    auto lock = isOpenHere ? nullptr : std::make_unique<Taskmill_ProjectLock>(absolutePath);
+    if (lock && lock->IsHeldElsewhere())
+        return report(u"Another Taskmill manager, %2, has the specified project open:\n\n%1"_s.arg(
+            u"%1"_s, lock->Holder()));
+
+    // A bad file is not to cost the project that is open.
+    QStringList notices;
+    auto left = Taskmill_ProjectRecovery{notices}.Find(lock ? *lock : *m_lock);
+    if (left && !Taskmill_ProblemOfProject(*left->Database).isEmpty())
+        left.reset();
+    OpenedFile opened;
+    if (!left) {
+        opened = Load(absolutePath, notices);
+        if (!opened.problem.isEmpty())
+            return report(opened.problem);
+    }
+    Taskmill_ClosingDialogue closing{*this};
+    Taskmill_AskThroughPrompt(closing);
+    if (!closing.MayClose())
+        return false;
+    // The open project may have been written to this very file.
+    if (closing.IsSaved() && !left) {
+        // Before its file goes.
+        opened.database.reset();
+        opened = Load(absolutePath, notices);
+        if (!opened.problem.isEmpty())
+            return report(opened.problem);
     }
 
+    if (isOpenHere)
+        lock = std::move(m_lock);
     CloseProject();
+    m_lock = std::move(lock);
     RememberDirectory(absolutePath);
-    Taskmill_Database *database = Taskmill_Database_Manager::Global().Adopt(std::move(loaded));
-    Adopt(*database, absolutePath);
-    m_fileStamp = stamp;
-    m_jobNumbers = KilnUtil_IDManager{Taskmill_LastJobID(*database), 1};
-    ReloadJobs(*database);
-    database->MarkUnchanged();
+    const bool isThere =
+        left ? TakeUp(std::move(*left), absolutePath) : Begin(std::move(opened), absolutePath);
+    m_notices += notices;
+    if (!isThere)
+        return report(
+            u"The specified project cannot be opened, as its working copy cannot be written:\n\n%1"_s);
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
     return true;
 }
 
+Taskmill_Project::OpenedFile Taskmill_Project::Load(const QString &path, QStringList &notices)
+{
+    OpenedFile opened;
+    opened.fileStamp = FileStamp::Of(path);
+    opened.contentStamp = Taskmill_ContentStamp(path);
+    opened.copy = Taskmill_WorkingCopy::Make();
+    opened.database = NewDatabase(opened.copy.get());
+    opened.problem = Taskmill_LoadProject(*opened.database, path);
+    if (opened.problem.isEmpty() || !opened.copy)
+        return opened;
+    // The disk of the working copy may be full.
+    opened.database = NewDatabase(nullptr);
+    opened.copy.reset();
+    opened.problem = Taskmill_LoadProject(*opened.database, path);
+    if (opened.problem.isEmpty())
+        notices += noWorkingCopy;
+    return opened;
+}
+
+bool Taskmill_Project::Begin(OpenedFile opened, const QString &path)
+{
+    m_copy = std::move(opened.copy);
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().Adopt(std::move(opened.database));
+    if (m_copy && !Taskmill_BeginWorkingCopy(*database, *m_copy, path, opened.contentStamp)) {
+        Taskmill_Database_Manager::Global().CloseAll();
+        ForgetProject();
+        return false;
+    }
+    m_fileStamp = opened.fileStamp;
+    Install(*database, path);
+    database->MarkUnchanged();
+    return true;
+}
+
+bool Taskmill_Project::TakeUp(Taskmill_LeftProject left, const QString &path)
+{
+    m_copy = std::move(left.Copy);
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().Adopt(std::move(left.Database));
+    const bool isTaken = Taskmill_TakeUpWorkingCopy(*database);
+    const auto ends = isTaken ? Taskmill_EndLeftRuns(*database, m_runs) : std::nullopt;
+    if (!ends) {
+        // As it was, for a later start.
+        Taskmill_Database_Manager::Global().CloseAll();
+        ForgetProject();
+        return false;
+    }
+    // Of a file that was changed elsewhere nothing is known here: it is replaced only when the user says so.
+    m_fileStamp = left.FileHasChanged ? FileStamp{} : FileStamp::Of(path);
+    m_hasChangedFile = left.FileHasChanged;
+    const int changes = left.Changes > 0 ? left.Changes : static_cast<int>(ends->size());
+    m_isRecovered = changes > 0;
+    if (m_isRecovered)
+        m_notices += Taskmill_RecoveredNotice(changes);
+    QList<Taskmill_JobQueue *> running;
+    for (Taskmill_JobQueue *queue : m_destinations.Queues()) {
+        if (left.IsSameBoot && database->WorkingCopy().Value(PauseValue(*queue)) == "no"_L1)
+            running.append(queue);
+    }
+    Install(*database, path);
+    if (m_isRecovered)
+        database->MarkChanged();
+    for (Taskmill_JobQueue *queue : running)
+        queue->SetPaused(false);
+    Notify(*ends);
+    return true;
+}
+
+bool Taskmill_Project::OpenWithoutFile()
+{
+    QStringList notices;
+    auto left = Taskmill_ProjectRecovery{notices}.FindNeverSaved();
+    if (left && !Taskmill_ProblemOfProject(*left->Database).isEmpty())
+        left.reset();
+    CloseProject();
+    const bool isOpen = (left && TakeUp(std::move(*left), {})) || NewProject();
+    m_notices += notices;
+    Q_EMIT StateChangedSignal();
+    return isOpen;
+}
+
+void Taskmill_Project::Install(Taskmill_Database &database, const QString &path)
+{
+    Adopt(database, path);
+    m_jobNumbers = KilnUtil_IDManager{Taskmill_LastJobID(database), 1};
+    m_keptRuns.BelongTo(database, path);
+    m_keptRuns.SetDurable(m_copy != nullptr);
+    ReloadJobs(database);
+}
+
 bool Taskmill_Project::NewProject()
 {
     CloseProject();
-    Taskmill_Database *database =
-        Taskmill_Database_Manager::Global().Database(KilnUtil_Database_Foundation::SQLiteMemory, {}, true);
-    if (!database || !Taskmill_FillNewProject(*database, m_jobTypes)) {
+    m_copy = Taskmill_WorkingCopy::Make();
+    auto made = NewDatabase(m_copy.get());
+    if (m_copy && !made->Open()) {
+        m_copy.reset();
+        made = NewDatabase(nullptr);
+    }
+    if (!m_copy)
+        m_notices += noWorkingCopy;
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().Adopt(std::move(made));
+    if (!Taskmill_FillNewProject(*database, m_jobTypes) ||
+        (m_copy && !Taskmill_BeginWorkingCopy(*database, *m_copy, {}, {}))) {
         Taskmill_Database_Manager::Global().CloseAll();
+        ForgetProject();
         return false;
     }
     m_jobNumbers = KilnUtil_IDManager{0, 1};
+    m_keptRuns.BelongTo(*database, {});
+    m_keptRuns.SetDurable(m_copy != nullptr);
     for (Taskmill_JobQueue *queue : m_destinations.Queues()) {
         queue->SetMaxRunningJobs(1);
         queue->SetPaused(false);
@@ -179,6 +322,50 @@ bool Taskmill_Project::NewProject()
     database->MarkUnchanged();
     Q_EMIT StateChangedSignal();
     return true;
+}
+
+QString Taskmill_Project::OpenFileInstead()
+{
+    const QString path = FilePath();
+    QString beside = FileBeside(path);
+    if (!WriteFile(beside)) {
+        ReportWriteError(beside, CurrentDatabase()->LastErrorMessage());
+        return {};
+    }
+    const int lastJobID = m_jobNumbers.LastID();
+    CurrentDatabase()->MarkUnchanged();
+    if (!OpenProject(path))
+        return {};
+    // Their clients know these numbers.
+    if (m_jobNumbers.LastID() < lastJobID)
+        m_jobNumbers = KilnUtil_IDManager{lastJobID, 1};
+    return beside;
+}
+
+void Taskmill_Project::StorePauses()
+{
+    Taskmill_Database *database = CurrentDatabase();
+    if (!database || !m_copy)
+        return;
+    for (std::size_t number = 0; number < m_storedPauses.size(); ++number) {
+        const Taskmill_JobQueue &queue = *m_destinations.Queues().at(number);
+        if (m_storedPauses.at(number) != queue.IsPaused() &&
+            database->WorkingCopy().Set(PauseValue(queue), queue.IsPaused() ? u"yes"_s : u"no"_s))
+            m_storedPauses.at(number) = queue.IsPaused();
+    }
+}
+
+void Taskmill_Project::Notify(const QList<Taskmill_EndedRun> &ends)
+{
+    const QString serverName = Taskmill_ServerName();
+    for (const Taskmill_EndedRun &end : ends) {
+        // When the manager is at work, since each may take a while.
+        if (Taskmill_WantsNotification(end.Job, serverName))
+            QTimer::singleShot(0, this, [this, end, serverName] {
+                m_notifier.Send(end.Job.ClientAddress, end.Job.ClientPort,
+                                Taskmill_JobFinishedMessage(end.Job, end.ExitCode, serverName));
+            });
+    }
 }
 
 QString Taskmill_Project::ProjectFileName(const QString &name)
@@ -205,10 +392,7 @@ bool Taskmill_Project::SaveProjectAs(const QString &path)
 {
     const std::optional<QString> error = TrySaveProjectAs(path);
     if (error)
-        KilnUtil_Error::ReportError(
-            QString::fromLatin1(Taskmill_SavingTitle),
-            u"The project could not be written to the following file, which is as it was before:\n\n%1\n\n(%2)"_s
-                .arg(QFileInfo{path}.absoluteFilePath(), *error));
+        ReportWriteError(QFileInfo{path}.absoluteFilePath(), *error);
     return !error;
 }
 
@@ -216,14 +400,22 @@ std::optional<QString> Taskmill_Project::TrySaveProjectAs(const QString &path)
 {
     Taskmill_Database *database = CurrentDatabase();
     const QString absolutePath = QFileInfo{path}.absoluteFilePath();
-    if (!WriteFile(absolutePath))
+    std::unique_ptr<Taskmill_ProjectLock> lock;
+    if (!m_lock || !m_lock->IsOf(absolutePath))
+        lock = std::make_unique<Taskmill_ProjectLock>(absolutePath);
+    if (lock && lock->IsHeldElsewhere())
+        return u"another Taskmill manager, %1, has this project open"_s.arg(lock->Holder());
+    if (!WriteOwnFile(absolutePath))
         return database ? database->LastErrorMessage() : u"no project is open"_s;
-    // The database in memory is what the file holds now; it is not closed, so that nothing can go wrong in
-    // reading the file back while jobs run.
+    // The database is what the file holds now; it is not closed, so that nothing can go wrong in reading the
+    // file back while jobs run.
+    if (lock)
+        m_lock = std::move(lock);
     RememberDirectory(absolutePath);
-    m_fileStamp = FileStamp::Of(absolutePath);
     database->SetFilePath(absolutePath);
     database->MarkUnchanged();
+    m_keptRuns.MoveTo(absolutePath);
+    m_keptRuns.ForgetResults();
     RemoveSpareFile();
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
@@ -234,26 +426,50 @@ bool Taskmill_Project::WriteFile(const QString &path)
 {
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->CollectAllFinished();
+    m_finishedJobs.RecordMissing();
     Taskmill_Database *database = CurrentDatabase();
     return database && database->SaveToFile(path);
+}
+
+bool Taskmill_Project::WriteOwnFile(const QString &path)
+{
+    for (Taskmill_QueueOwner *owner : m_destinations.All())
+        owner->CollectAllFinished();
+    m_finishedJobs.RecordMissing();
+    Taskmill_Database *database = CurrentDatabase();
+    QString contentStamp;
+    const auto announce = [&](const QString &stamp) {
+        contentStamp = stamp;
+        if (m_copy)
+            Taskmill_AnnounceSaving(*database, stamp);
+        return true;
+    };
+    if (!database || !database->SaveToFile(path, announce))
+        return false;
+    m_fileStamp = FileStamp::Of(path);
+    m_isRecovered = false;
+    m_hasChangedFile = false;
+    if (m_copy)
+        Taskmill_RecordSaving(*database, *m_copy, path, contentStamp);
+    return true;
 }
 
 bool Taskmill_Project::SaveUnattended()
 {
     if (FilePath().isEmpty() || !HasUnsavedChanges())
         return true;
-    const QString path = FileHasChanged() ? FileBeside(FilePath()) : FilePath();
-    if (!WriteFile(path)) {
+    const QString ownPath = FilePath();
+    const QString path = FileHasChanged() ? FileBeside(ownPath) : ownPath;
+    if (!(path == ownPath ? WriteOwnFile(path) : WriteFile(path))) {
         WriteSpareFile();
         return false;
     }
-    if (path == FilePath())
-        m_fileStamp = FileStamp::Of(path);
-    else
+    if (path != ownPath)
         qCWarning(Taskmill_ManagerLog,
                   "The project file was changed by another program; this project was written to %ls",
                   qUtf16Printable(path));
     CurrentDatabase()->MarkUnchanged();
+    m_keptRuns.ForgetResults();
     RemoveSpareFile();
     return true;
 }
@@ -319,18 +535,92 @@ QString Taskmill_Project::WindowTitle() const
     return Taskmill_VersionText() + u", "_s + state;
 }
 
+bool Taskmill_Project::IsAnyJobKept()
+{
+    return std::ranges::any_of(m_destinations.All(),
+                               [](const Taskmill_QueueOwner *owner) { return owner->Jobs().IsAnyKept(); });
+}
+
+void Taskmill_Project::StoreJobsThatGoOn()
+{
+    if (m_copy || !HasUnsavedChanges())
+        return;
+    WriteSpareFile();
+    if (!m_spareFile.isEmpty())
+        m_keptRuns.MoveTo(m_spareFile);
+}
+
 void Taskmill_Project::CloseProject()
 {
+    // They end side by side.
+    for (Taskmill_QueueOwner *owner : m_destinations.All())
+        owner->Jobs().BeginToKillRunning();
     // All at once: sending one notification may take a while, and no job is to go on running meanwhile.
     KilnUtil_ProcessTree::KillRegisteredChildren();
+    // What comes from now on belongs to the end, which the user wants also when it is cut short.
+    if (Taskmill_Database *database = CurrentDatabase(); database && m_copy)
+        Taskmill_GiveUpWorkingCopy(*database);
     // Before the database goes: a killed job is recorded, and not in the next project.
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Stop();
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Clear();
     m_finishedJobs.Clear();
-    m_spareFile.clear();
     Taskmill_Database_Manager::Global().CloseAll();
+    m_keptRuns.ForgetResults();
+    if (m_copy)
+        m_copy->Remove();
+    ForgetProject();
+}
+
+void Taskmill_Project::LeaveProject(bool letsJobsGoOn)
+{
+    if (letsJobsGoOn)
+        StoreJobsThatGoOn();
+    for (Taskmill_QueueOwner *owner : m_destinations.All()) {
+        if (letsJobsGoOn)
+            owner->LetJobsGoOn();
+        else
+            owner->Jobs().BeginToKillRunning();
+    }
+    const bool isStored = !HasUnsavedChanges() || !m_spareFile.isEmpty();
+    if (!m_copy || (isStored && !letsJobsGoOn)) {
+        CloseProject();
+        return;
+    }
+    KilnUtil_ProcessTree::KillRegisteredChildren();
+    if (!letsJobsGoOn)
+        RecordEndedRuns();
+    // First: what the killed jobs come to is not to be recorded, as they wait again.
+    Taskmill_Database_Manager::Global().CloseAll();
+    for (Taskmill_QueueOwner *owner : m_destinations.All())
+        owner->Stop();
+    for (Taskmill_QueueOwner *owner : m_destinations.All())
+        owner->Clear();
+    m_finishedJobs.Clear();
+    m_keptRuns.ForgetResults();
+    ForgetProject();
+}
+
+void Taskmill_Project::RecordEndedRuns()
+{
+    Taskmill_Database *database = CurrentDatabase();
+    if (!database || !m_copy)
+        return;
+    database->WorkingCopy().RemoveAllRuns();
+    for (const Taskmill_JobQueue *queue : m_destinations.Queues())
+        database->WorkingCopy().Set(PauseValue(*queue), u"yes"_s);
+}
+
+void Taskmill_Project::ForgetProject()
+{
+    m_copy.reset();
+    m_lock.reset();
+    m_storedPauses = {};
+    m_notices.clear();
+    m_isRecovered = false;
+    m_hasChangedFile = false;
+    m_spareFile.clear();
 }
 
 void Taskmill_Project::Adopt(Taskmill_Database &database, const QString &path)

@@ -2,11 +2,16 @@
 #pragma once
 
 #include "manager/dialogue.h"
+#include "manager/projectruns.h"
 
 #include <QDateTime>
+#include <QList>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
+#include <array>
+#include <memory>
 #include <optional>
 
 class KilnUtil_IDManager;
@@ -14,6 +19,12 @@ class Taskmill_Database;
 class Taskmill_Destinations;
 class Taskmill_FinishedJobs;
 class Taskmill_JobTypeList;
+class Taskmill_Notifier;
+class Taskmill_ProjectLock;
+class Taskmill_RunSource;
+class Taskmill_WorkingCopy;
+struct Taskmill_LeftProject;
+struct Taskmill_EndedRun;
 
 /// The file filter of dialogs for project files.
 extern const char *const Taskmill_ProjectFileFilter;
@@ -27,16 +38,20 @@ enum class Taskmill_ReadOnlyProjects
     Refuse ///< the user chooses another file
 };
 
-/// The one project that the manager has open: a database in memory, saved to and loaded from a ".mill" file.
+/// The one project that the manager has open: a database of its own, the working copy, which is saved to and
+/// loaded from a ".mill" file. A working copy that a manager has left which was ended by force is taken up.
 class Taskmill_Project : public QObject
 {
     Q_OBJECT
 
 public:
-    /// All of them outlive the project.
+    /// All of them outlive the project; there may be no keepers.
     Taskmill_Project(Taskmill_JobTypeList &jobTypes, KilnUtil_IDManager &jobNumbers,
                      Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations,
-                     Taskmill_ReadOnlyProjects readOnlyProjects);
+                     Taskmill_Notifier &notifier, Taskmill_RunSource &runs,
+                     Taskmill_ReadOnlyProjects readOnlyProjects, KilnUtil_RunKeepers *keepers);
+    ~Taskmill_Project() override;
+    Q_DISABLE_COPY_MOVE(Taskmill_Project)
 
     [[nodiscard]] bool IsOpen() const;
     /// Absolute; empty for a project never saved.
@@ -44,8 +59,13 @@ public:
     [[nodiscard]] bool HasUnsavedChanges() const;
 
     /// Replaces the current project by that of the file; its two queues are paused. Asks through the prompt
-    /// in force whether the current one is to be saved. False when the file is no project.
+    /// in force whether the current one is to be saved. False when the file is no project, or when another
+    /// manager of this computer has it open. Changes of the project that were left behind in a working copy
+    /// are there again, and unsaved; the queues are as they were then, unless the computer was started again.
     [[nodiscard]] bool OpenProject(const QString &path);
+    /// Takes up a project that was never saved and was left behind by a manager that was ended by force, if
+    /// there is one, else makes a new one.
+    [[nodiscard]] bool OpenWithoutFile();
     /// Replaces the current project by an empty one with the default job types, whose queues run.
     [[nodiscard]] bool NewProject();
     /// Whether another program has changed the project's file since it was opened or saved here.
@@ -69,17 +89,61 @@ public:
     /// The version of the program and the project's name or state.
     [[nodiscard]] QString WindowTitle() const;
 
-    /// Ends all jobs, empties the lists and closes the database.
+    /// Whether a job runs that can go on without the program.
+    [[nodiscard]] bool IsAnyJobKept();
+    /// To be called before such jobs go on: without a working copy a spare file is written, where the
+    /// project's own does not know them.
+    void StoreJobsThatGoOn();
+    /// Ends all jobs, empties the lists and closes the database, whose working copy is removed.
     void CloseProject();
+    /// The same, but changes that were saved nowhere stay for the next start: for an end at which nobody
+    /// could be asked. With `letsJobsGoOn` the jobs that keepers run do not end, and what the database knows
+    /// of them stays too: whoever opens the project again finds them.
+    void LeaveProject(bool letsJobsGoOn = false);
+    /// The jobs that ran were ended by this program, and wait again in the project, as after quitting.
+    void RecordEndedRuns();
+
+    /// What the user must know of how the project was opened, a line each.
+    [[nodiscard]] QStringList Notices() const { return m_notices; }
+    /// Whether changes were recovered and are in no file.
+    [[nodiscard]] bool IsRecovered() const { return m_isRecovered; }
+    /// Whether changes were recovered while another program has changed the project's file, and nobody has
+    /// decided yet which of them counts. The changes do until then.
+    [[nodiscard]] bool HasChangedFile() const { return m_hasChangedFile; }
+    void KeepRecovered() { m_hasChangedFile = false; }
+    /// Opens the file as it is instead. What was recovered is written to a new file beside it, whose name is
+    /// returned; empty, and nothing done, when that fails, which is reported.
+    QString OpenFileInstead();
 
 Q_SIGNALS:
     /// Another project, another name, or the unsaved changes are others.
     void StateChangedSignal();
 
 private:
+    /// What shows that a file is still the one that was read or written.
+    struct FileStamp
+    {
+        QDateTime Modified;
+        qint64 Size = 0;
+
+        static FileStamp Of(const QString &path);
+        bool operator==(const FileStamp &) const = default;
+    };
+    /// A project file's content, which is nobody's yet.
+    struct OpenedFile;
+
+    [[nodiscard]] static OpenedFile Load(const QString &path, QStringList &notices);
+    bool Begin(OpenedFile opened, const QString &path);
+    bool TakeUp(Taskmill_LeftProject left, const QString &path);
+    /// The database is the current one.
+    void Install(Taskmill_Database &database, const QString &path);
     /// What stands against opening the file, with %1 for its path; empty when nothing does.
     [[nodiscard]] QString ProblemOfFile(const QString &path) const;
     [[nodiscard]] bool WriteFile(const QString &path);
+    [[nodiscard]] bool WriteOwnFile(const QString &path);
+    void StorePauses();
+    void Notify(const QList<Taskmill_EndedRun> &ends);
+    void ForgetProject();
     void ReloadJobs(Taskmill_Database &database);
     void ReloadLimits(Taskmill_Database &database);
     void Adopt(Taskmill_Database &database, const QString &path);
@@ -91,17 +155,18 @@ private:
     KilnUtil_IDManager &m_jobNumbers;
     Taskmill_FinishedJobs &m_finishedJobs;
     Taskmill_Destinations &m_destinations;
+    Taskmill_Notifier &m_notifier;
+    Taskmill_RunSource &m_runs;
+    Taskmill_ProjectRuns m_keptRuns;
     const Taskmill_ReadOnlyProjects m_readOnlyProjects;
 
-    /// What shows that a file is still the one that was read or written.
-    struct FileStamp
-    {
-        QDateTime Modified;
-        qint64 Size = 0;
+    std::unique_ptr<Taskmill_ProjectLock> m_lock;      ///< of the project's file
+    std::unique_ptr<Taskmill_WorkingCopy> m_copy;      ///< nullptr for a project in memory
+    std::array<std::optional<bool>, 2> m_storedPauses; ///< of the two queues, as the working copy has them
+    QStringList m_notices;
+    bool m_isRecovered = false;
+    bool m_hasChangedFile = false;
 
-        static FileStamp Of(const QString &path);
-        bool operator==(const FileStamp &) const = default;
-    };
     FileStamp m_fileStamp;
     QString m_spareFile; ///< holds changes that could not be saved unattended; empty for none
 };

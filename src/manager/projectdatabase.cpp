@@ -49,3 +49,29 @@ int Taskmill_LastJobID(Taskmill_Database &database)
     }
     return qMax(0, database.LargestJobID());
 }
+
+QString Taskmill_ProblemOfProject(Taskmill_Database &database)
+{
+    QString version;
+    if (!database.GetGeneralData(u"Version"_s, version))
+        return u"The specified file is not a Taskmill project:\n\n%1"_s;
+    if (!Taskmill_IsProject(database))
+        return u"The specified file is a Taskmill project of another version:\n\n%1"_s;
+    // Without one of them jobs would be lost.
+    if (!database.CompleteTables())
+        return u"The specified file is a damaged Taskmill project:\n\n%1"_s;
+    return {};
+}
+
+QString Taskmill_LoadProject(Taskmill_Database &database, const QString &path)
+{
+    QString reason;
+    const bool loaded = database.LoadFromFile(path, &reason);
+    if (!loaded && !reason.isEmpty())
+        return u"The specified file cannot be opened as a Taskmill project:\n\n%1\n\n%2"_s.arg(u"%1"_s,
+                                                                                               reason);
+    if (!loaded)
+        return u"The specified file is not a Taskmill project, is damaged or is in use by another program:\n\n%1\n\n(%2)"_s
+            .arg(u"%1"_s, database.LastErrorMessage());
+    return Taskmill_ProblemOfProject(database);
+}

@@ -16,3 +16,10 @@ class Taskmill_JobTypeList;
 
 /// The highest job number given out so far: the stored one or, when none is stored, the highest of all jobs.
 [[nodiscard]] int Taskmill_LastJobID(Taskmill_Database &database);
+
+/// What stands against the content of a database as a project, in a text for the user with %1 for the path of
+/// its file; empty when nothing does. Tables that are missing are made.
+[[nodiscard]] QString Taskmill_ProblemOfProject(Taskmill_Database &database);
+
+/// Takes over the content of a project file; the same result.
+[[nodiscard]] QString Taskmill_LoadProject(Taskmill_Database &database, const QString &path);

@@ -83,16 +83,24 @@ void Taskmill_QueueOwner::Pause()
         m_queue->SetPaused(true);
 }
 
-void Taskmill_QueueOwner::Submit(Taskmill_Job *job)
+bool Taskmill_QueueOwner::Submit(Taskmill_Job *job)
 {
-    Jobs().Add(job);
-    if (Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase()) {
-        const bool inserted = (database->*m_variant.insert)(job->Record(), true, nullptr);
-        const bool counted = database->SetGeneralData(u"LastJobID"_s, QString::number(job->JobID())) != 0;
-        if (!inserted || !counted)
-            qCWarning(Taskmill_ManagerLog, "Job %d could not be written to the database", job->JobID());
+    // It is in the database before it may start, and before anybody is told that it was accepted.
+    job->SetStatus(Taskmill_JobStatus::Pending, true);
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+    const bool stored = !database || database->AsOneChange([&] {
+        return (database->*m_variant.insert)(job->Record(), true, nullptr) &&
+               database->SetGeneralData(u"LastJobID"_s, QString::number(job->JobID())) != 0;
+    });
+    if (!stored) {
+        qCWarning(Taskmill_ManagerLog, "Job %d could not be written to the database: %ls", job->JobID(),
+                  qUtf16Printable(database->LastErrorMessage()));
+        delete job;
+        return false;
     }
+    Jobs().Add(job);
     Q_EMIT JobsChangedSignal();
+    return true;
 }
 
 void Taskmill_QueueOwner::Replace(const QList<Taskmill_JobRecord> &jobs)
@@ -113,6 +121,12 @@ void Taskmill_QueueOwner::Stop()
 {
     Pause();
     Jobs().KillRunning();
+}
+
+void Taskmill_QueueOwner::LetJobsGoOn()
+{
+    Pause();
+    Jobs().LetGoOn();
 }
 
 void Taskmill_QueueOwner::QueueUpdatedSlot()
@@ -162,15 +176,30 @@ QList<int> Taskmill_QueueOwner::WithoutRunning(const QList<int> &jobIDs) const
 
 void Taskmill_QueueOwner::RemoveNow(QList<int> jobIDs)
 {
+    // What a keeper ends is collected at its end, like any other job.
+    jobIDs.removeIf([this](int jobID) {
+        Taskmill_Job *job = Jobs().FindByJobID(jobID);
+        return job && job->BeginKill();
+    });
+    QList<Taskmill_JobRecord> removed;
     for (const int jobID : std::as_const(jobIDs)) {
         if (const Taskmill_Job *job = Jobs().FindByJobID(jobID))
-            DeleteRow(job->Record());
+            removed.append(job->Record());
     }
     std::ranges::sort(jobIDs, std::ranges::greater{});
     {
         const QScopedValueRollback removing{m_removing, true};
         Jobs().RemoveByJobIDs(jobIDs);
     }
+    // Behind the kills: of a manager that is ended meanwhile a job is there twice rather than not at all.
+    const auto deleteRows = [&] {
+        for (const Taskmill_JobRecord &job : std::as_const(removed))
+            DeleteRow(job);
+        return true;
+    };
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+    if (database && !removed.isEmpty())
+        database->AsOneChange(deleteRows);
     // A job that has ended meanwhile would stay in the list.
     QueueUpdatedSlot();
 }
@@ -196,10 +225,8 @@ bool Taskmill_QueueOwner::CollectOnePass()
         const Taskmill_JobRecord job = jobs.JobAt(index)->Record();
         jobs.RemoveAt(index);
         oneIsLeft = oneIsLeft || (jobs.JobAt(index) && jobs.JobAt(index)->IsFinished());
-        const bool recorded = m_finishedJobs.AddJob(job);
         // A job that could not be recorded stays in the file as a waiting one.
-        if (recorded)
-            DeleteRow(job);
+        m_finishedJobs.AddJob(job, [this, job] { DeleteRow(job); });
     }
     return oneIsLeft;
 }

@@ -33,14 +33,17 @@ public:
     /// The name that the user sees, such as "Long Jobs Queue".
     [[nodiscard]] QString ListName() const;
 
-    /// Adds the job, which the queue then owns, and records it and its number in the open database.
-    void Submit(Taskmill_Job *job);
+    /// Records the job and its number in the open database, then adds it to the queue, which owns it. False
+    /// when it cannot be recorded: the job is destroyed then.
+    bool Submit(Taskmill_Job *job);
     /// Fills the queue from the records of a project; a queue with a limit is paused with it.
     void Replace(const QList<Taskmill_JobRecord> &jobs);
     /// Removes all jobs, killing the running ones. Their rows stay: a saved project keeps them as waiting.
     void Clear();
     /// Ends all work of the queue: pauses it and kills what runs.
     void Stop();
+    /// Pauses it too, but lets the jobs that keepers run go on, of which it knows nothing from then on.
+    void LetJobsGoOn();
 
     /// Hands every finished job on now instead of with the following passes, so that no file is written in
     /// between that has it as a waiting one.
@@ -59,6 +62,7 @@ public:
     /// Those of the jobs that do not run; unknown ones count as such.
     [[nodiscard]] QList<int> WithoutRunning(const QList<int> &jobIDs) const;
     /// Removes the jobs with their rows, killing those that run, without asking. Unknown ones are left out.
+    /// Those that keepers run go when nothing of them is left: until then they are Running, in their place.
     void RemoveNow(QList<int> jobIDs);
 
 Q_SIGNALS:

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QByteArray>
-#include <QByteArrayView>
+#include "processes/processoutput.h"
 
 #include <deque>
 
 /// What a process wrote, in bounded memory: beyond the capacity the middle is dropped and the first and the
-/// last half of the capacity are kept. Readers keep an offset of their own, so that none takes bytes away
-/// from another.
-class KilnUtil_OutputBuffer
+/// last half of the capacity are kept.
+class KilnUtil_OutputBuffer final : public KilnUtil_ProcessOutput
 {
 public:
     /// 64 MiB: SQLite refuses texts above 1,000,000,000 bytes, and nobody can read a log of that size.
@@ -17,18 +15,10 @@ public:
 
     explicit KilnUtil_OutputBuffer(qint64 capacity = DefaultCapacity);
 
-    void Append(QByteArrayView bytes);
-
-    /// All bytes that were ever appended, dropped ones included.
-    [[nodiscard]] qint64 TotalSize() const { return m_totalSize; }
-    [[nodiscard]] bool IsEmpty() const { return m_totalSize == 0; }
-
-    /// Everything kept; where bytes were dropped, one line says how many.
-    [[nodiscard]] QByteArray Content() const;
-
-    /// The bytes from offset (counted from the first byte ever appended) on, and moves offset behind them.
-    /// Bytes that were dropped meanwhile are skipped.
-    [[nodiscard]] QByteArray ReadFrom(qint64 &offset) const;
+    void Append(QByteArrayView bytes) override;
+    [[nodiscard]] qint64 TotalSize() const override { return m_totalSize; }
+    [[nodiscard]] QByteArray Content() const override;
+    [[nodiscard]] QByteArray ReadFrom(qint64 &offset) const override;
 
 private:
     void AppendToTail(QByteArrayView bytes);

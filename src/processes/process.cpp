@@ -1,17 +1,21 @@
 // SPDX-License-Identifier: MIT
 #include "processes/process.h"
 
-#include "processes/processtree.h"
+#include "kilnutil/logging.h"
+#include "processes/directrun.h"
+#include "processes/runkeepers.h"
 
 #include <QFileInfo>
+#include <QProcess>
 #include <QTimer>
 
+#include <array>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// A pipe with a name is opened only when somebody opens its other end, and Qt opens files itself.
+/// A pipe with a name is opened only when somebody opens its other end.
 bool MayBlockWhenOpened(const QString &path)
 {
     const QFileInfo file{path};
@@ -21,23 +25,22 @@ bool MayBlockWhenOpened(const QString &path)
 } // namespace
 
 KilnUtil_Process::KilnUtil_Process(QObject *parent, const QString &title)
-    : QProcess{parent}
+    : QObject{parent}
 {
+    m_order.GraceMs = DefaultGraceMs;
     SetTitle(title);
-    setProcessChannelMode(QProcess::MergedChannels);
-    connect(this, &QProcess::started, this, &KilnUtil_Process::StartedSlot);
-    connect(this, &QProcess::errorOccurred, this, &KilnUtil_Process::ErrorOccurredSlot);
-    connect(this, &QProcess::readyReadStandardOutput, this, &KilnUtil_Process::ReadOutputSlot);
-    connect(this, &QProcess::finished, this, &KilnUtil_Process::EndSlot);
 }
 
 KilnUtil_Process::~KilnUtil_Process()
 {
+    if (!m_run)
+        return;
     // The end of the process is waited for here; nobody listens any more.
-    disconnect(this, nullptr, this, nullptr);
-    EndProcess();
-    if (m_registeredID != 0)
-        KilnUtil_ProcessTree::UnregisterChild(m_registeredID);
+    m_run->disconnect(this);
+    if (m_run->IsRunning()) {
+        m_run->BeginKill(m_order.GraceMs);
+        m_run->WaitForEnd(m_order.GraceMs + KillWaitMs);
+    }
 }
 
 QProcessEnvironment KilnUtil_Process::StartEnvironment()
@@ -53,135 +56,155 @@ void KilnUtil_Process::SetTitle(const QString &title)
 
 void KilnUtil_Process::SetProgramText(const QString &program)
 {
-    setProgram(program);
-}
-
-QString KilnUtil_Process::Program() const
-{
-    return program();
+    m_order.Program = program;
 }
 
 void KilnUtil_Process::SetArgumentText(const QString &arguments)
 {
-    m_argumentText = arguments;
+    m_order.Argument = arguments;
+}
+
+void KilnUtil_Process::SetEnvironment(const QProcessEnvironment &environment)
+{
+    m_order.Environment = environment;
+}
+
+void KilnUtil_Process::SetWorkingDirectory(const QString &directory)
+{
+    m_order.Directory = directory;
 }
 
 void KilnUtil_Process::SetStandardInputFilePath(const QString &path)
 {
-    setStandardInputFile(path);
-    m_standardInputPath = path;
+    m_order.InputPath = path;
 }
 
 void KilnUtil_Process::SetStandardOutputFilePath(const QString &path)
 {
-    setStandardOutputFile(path, QIODevice::Truncate);
-    m_standardOutputPath = path;
+    m_order.OutputPath = path;
+}
+
+void KilnUtil_Process::SetGrace(int graceMs)
+{
+    m_order.GraceMs = graceMs;
+}
+
+void KilnUtil_Process::SetKeeper(KilnUtil_RunKeepers &keepers, const QString &runID)
+{
+    m_keepers = &keepers;
+    m_runID = runID;
+}
+
+void KilnUtil_Process::Use(std::unique_ptr<KilnUtil_ProcessRun> run)
+{
+    m_run = std::move(run);
+    connect(m_run.get(), &KilnUtil_ProcessRun::EndedSignal, this, &KilnUtil_Process::EndSlot);
+    connect(m_run.get(), &KilnUtil_ProcessRun::RemainsSignal, this, &KilnUtil_Process::RemainsSignal);
 }
 
 void KilnUtil_Process::Start()
 {
-    for (const QString &path : {m_standardInputPath, m_standardOutputPath}) {
+    for (const QString &path : {m_order.InputPath, m_order.OutputPath}) {
         if (MayBlockWhenOpened(path)) {
             FailToStart(u"%1 is not a regular file"_s.arg(path));
             return;
         }
     }
-    KilnUtil_ProcessTree::PrepareChild(*this, m_argumentText);
-    start();
-    // The process is known from here on, before the event loop learns that it has started.
-    StartedSlot();
+    if (m_keepers) {
+        Use(m_keepers->NewRun(m_runID));
+        if (m_run->Start(m_order))
+            return;
+        qCWarning(Taskmill_ProcessesLog, "%ls is run without a keeper: it ends with this program",
+                  qUtf16Printable(m_order.Program));
+    }
+    Use(std::make_unique<KilnUtil_DirectRun>());
+    static_cast<void>(m_run->Start(m_order));
 }
 
-void KilnUtil_Process::StartedSlot()
+void KilnUtil_Process::TakeOver(std::unique_ptr<KilnUtil_ProcessRun> run)
 {
-    if (m_registeredID != 0 || processId() <= 0)
-        return;
-    m_registeredID = processId();
-    KilnUtil_ProcessTree::RegisterChild(m_registeredID);
+    Use(std::move(run));
 }
 
 qint64 KilnUtil_Process::ProcessID() const
 {
-    return processId();
+    return m_run ? m_run->ProcessID() : 0;
+}
+
+bool KilnUtil_Process::WasKilled() const
+{
+    return m_killed || m_end.WasEnded;
 }
 
 bool KilnUtil_Process::HasCrashed() const
 {
-    return !m_failedToStart && exitStatus() == QProcess::CrashExit;
+    return m_end.How == KilnUtil_RunEnd::Kind::Crash || m_end.How == KilnUtil_RunEnd::Kind::Unknown;
 }
 
 int KilnUtil_Process::ExitCode() const
 {
-    return m_failedToStart ? ExitCodeOfFailedStart : exitCode();
+    return m_end.How == KilnUtil_RunEnd::Kind::NotStarted ? ExitCodeOfFailedStart : m_end.Code;
+}
+
+qint64 KilnUtil_Process::EndMs() const
+{
+    return m_end.EndMs;
+}
+
+const KilnUtil_ProcessOutput &KilnUtil_Process::Output() const
+{
+    static const KilnUtil_OutputBuffer nothing;
+    if (m_run)
+        return m_run->Output();
+    return nothing;
 }
 
 void KilnUtil_Process::DeleteWhenEnded()
 {
-    if (state() == QProcess::NotRunning)
+    if (!m_run || !m_run->IsRunning())
         deleteLater();
     else
-        connect(this, &QProcess::finished, this, &QObject::deleteLater);
+        connect(m_run.get(), &KilnUtil_ProcessRun::EndedSignal, this, &QObject::deleteLater);
+}
+
+void KilnUtil_Process::BeginKill()
+{
+    m_killed = true;
+    if (!m_ended && m_run && m_run->IsRunning())
+        m_run->BeginKill(m_order.GraceMs);
 }
 
 void KilnUtil_Process::KillSlot()
 {
-    m_killed = true;
+    BeginKill();
     if (m_ended)
         return;
-    EndProcess();
+    if (m_run && m_run->IsRunning())
+        m_run->WaitForEnd(m_order.GraceMs + KillWaitMs);
     EndSlot();
-}
-
-void KilnUtil_Process::EndProcess()
-{
-    if (state() == QProcess::NotRunning)
-        return;
-    KilnUtil_ProcessTree::KillProcessTree(processId());
-    kill();
-    waitForFinished(KillWaitMs);
 }
 
 void KilnUtil_Process::KillDescendants()
 {
-    KilnUtil_ProcessTree::KillDescendants(processId());
+    if (m_run)
+        m_run->KillDescendants();
 }
 
-void KilnUtil_Process::ErrorOccurredSlot(QProcess::ProcessError error)
+void KilnUtil_Process::LetGoOn()
 {
-    // A failed start has no finished() and may be reported twice, and from within start().
-    if (error != QProcess::FailedToStart || m_failedToStart)
+    if (!IsKept())
         return;
-    FailToStart(ReasonOfFailedStart());
-}
-
-/// Qt does not name the file that input or output was to go through.
-QString KilnUtil_Process::ReasonOfFailedStart() const
-{
-    if (!m_standardInputPath.isEmpty() && !QFileInfo{m_standardInputPath}.isReadable())
-        return u"%1 cannot be read"_s.arg(m_standardInputPath);
-    const QFileInfo output{m_standardOutputPath};
-    const bool canWrite = output.exists() ? output.isWritable() : QFileInfo{output.path()}.isWritable();
-    if (!m_standardOutputPath.isEmpty() && !canWrite)
-        return u"%1 cannot be written"_s.arg(m_standardOutputPath);
-    return errorString();
+    m_run->disconnect(this);
+    m_ended = true;
+    m_run->LetGoOn();
 }
 
 void KilnUtil_Process::FailToStart(const QString &reason)
 {
-    m_failedToStart = true;
-    m_output.Append(u"Failed to start %1: %2\n"_s.arg(program(), reason).toUtf8());
+    Use(std::make_unique<KilnUtil_DirectRun>());
+    m_end.How = KilnUtil_RunEnd::Kind::NotStarted;
+    m_end.Reason = reason;
     QTimer::singleShot(0, this, &KilnUtil_Process::EndSlot);
-}
-
-void KilnUtil_Process::ReadOutputSlot()
-{
-    if (!m_standardOutputPath.isEmpty())
-        return;
-    const QByteArray bytes = readAllStandardOutput();
-    if (bytes.isEmpty())
-        return;
-    m_output.Append(bytes);
-    Q_EMIT OutputSignal();
 }
 
 void KilnUtil_Process::EndSlot()
@@ -189,9 +212,12 @@ void KilnUtil_Process::EndSlot()
     if (m_ended)
         return;
     m_ended = true;
-    if (!m_failedToStart)
-        ReadOutputSlot();
-    if (m_registeredID != 0)
-        KilnUtil_ProcessTree::UnregisterChild(std::exchange(m_registeredID, 0));
-    Q_EMIT FinishedSignal(!m_failedToStart && exitStatus() == QProcess::NormalExit);
+    using Kind = KilnUtil_RunEnd::Kind;
+    if (m_end.How != Kind::NotStarted)
+        m_end = m_run->End();
+    if (m_end.How == Kind::NotStarted)
+        m_run->Output().Append(u"Failed to start %1: %2\n"_s.arg(m_order.Program, m_end.Reason).toUtf8());
+    else if (!m_end.Reason.isEmpty())
+        m_run->Output().Append(u"\n[... %1 ...]\n"_s.arg(m_end.Reason).toUtf8());
+    Q_EMIT FinishedSignal(m_end.How == Kind::Exit);
 }

@@ -4,6 +4,7 @@
 #include "jobs/queuelessjobslist.h"
 #include "kilnutil/error.h"
 #include "kilnutil/registry.h"
+#include "manager/changedfiledialogue.h"
 #include "manager/closingdialogue.h"
 #include "manager/exitdialogue.h"
 #include "manager/heldjobsdialogue.h"
@@ -132,7 +133,13 @@ void Taskmill_AppWindow::SpeakAtStart()
 {
     const QStringList notices = m_manager.NoticesAtStart(true);
     if (!notices.isEmpty())
-        KilnUtil_Error::UserPrompt().ShowInformation(u"Project Not Saved"_s, notices.join(u"\n\n"_s));
+        KilnUtil_Error::UserPrompt().ShowInformation(
+            m_manager.Project().IsRecovered() ? u"Project Recovered"_s : u"Project Not Saved"_s,
+            notices.join(u"\n\n"_s));
+    if (m_manager.IsShutDown())
+        return;
+    Taskmill_ChangedFileDialogue changedFile{m_manager.Project()};
+    Taskmill_AskThroughPrompt(changedFile);
     if (m_manager.IsShutDown())
         return;
     Taskmill_HeldJobsDialogue heldJobs{*m_manager.Destinations().Queueless().List()};
@@ -224,8 +231,10 @@ void Taskmill_AppWindow::ExitSlot()
         return;
     Taskmill_ClosingDialogue closing{m_manager.Project()};
     Taskmill_AskThroughPrompt(closing);
-    if (closing.MayClose())
-        Q_EMIT ExitSignal();
+    if (!closing.MayClose())
+        return;
+    m_manager.SetEnding(Taskmill_Ending::AskedToEnd);
+    Q_EMIT ExitSignal();
 }
 
 bool Taskmill_AppWindow::eventFilter(QObject *watched, QEvent *event)

@@ -24,7 +24,7 @@ bool KilnUtil_ProcessSource::Open()
 
 void KilnUtil_ProcessSource::Pull()
 {
-    const KilnUtil_OutputBuffer &output = m_process->Output();
+    const KilnUtil_ProcessOutput &output = m_process->Output();
     const qint64 missing = output.TotalSize() - m_offset;
     const QByteArray bytes = output.ReadFrom(m_offset);
     if (bytes.size() < missing)
@@ -41,7 +41,7 @@ KilnUtil_TextSource::Change KilnUtil_ProcessSource::Refresh()
 
 QString KilnUtil_ProcessSource::StateText() const
 {
-    if (!m_process || m_process->state() == QProcess::NotRunning)
+    if (!m_process || m_process->HasEnded())
         return u"The process has ended."_s;
     return KilnUtil_MemorySource::StateText();
 }

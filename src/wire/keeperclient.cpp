@@ -16,6 +16,7 @@ Taskmill_KeeperMessage MessageOf(const Taskmill_RunOrder &order)
     message.Add("output", order.outputPath);
     message.Add("grace", order.graceMs);
     message.Add("nice", order.nice);
+    message.Add("files", order.openFiles);
     message.Add("argument", order.program);
     for (const std::string &argument : order.arguments)
         message.Add("argument", argument);
@@ -75,6 +76,13 @@ bool Taskmill_RunConnection::Kill(long long graceMs) const
 {
     Taskmill_KeeperMessage message{Taskmill_KillWord};
     message.Add("grace", graceMs);
+    return IsOpen() && m_channel.Send(message);
+}
+
+bool Taskmill_RunConnection::SetOwner(const std::string &owner) const
+{
+    Taskmill_KeeperMessage message{Taskmill_OwnerWord};
+    message.Add("owner", owner);
     return IsOpen() && m_channel.Send(message);
 }
 

@@ -21,6 +21,7 @@ struct Taskmill_RunOrder
     std::string outputPath;               ///< a regular file, emptied; with it nothing is captured
     long long graceMs = 2000; ///< between SIGTERM and SIGKILL where the keeper itself is asked to end
     int nice = 0;             ///< added to the manager's own
+    long long openFiles = 0;  ///< how many files the run may have open at first; 0 for as many as the manager
 };
 
 /// What a keeper reports.
@@ -77,6 +78,8 @@ public:
     /// Ends everything the run has started: SIGTERM, then SIGKILL after that time. The answer is Ended, or
     /// Remains. A second one can only shorten the time. False when the keeper is gone.
     bool Kill(long long graceMs) const;
+    /// Gives the run to another owner.
+    bool SetOwner(const std::string &owner) const;
     /// Asks for one report when there are more than so many bytes of output.
     bool Watch(long long outputBytes) const;
 

@@ -44,6 +44,7 @@ constexpr std::string_view Taskmill_KillWord = "kill";
 constexpr std::string_view Taskmill_WatchWord =
     "watch"; ///< asks for one "output" when there is more than "total"
 constexpr std::string_view Taskmill_AdoptWord = "adopt";
+constexpr std::string_view Taskmill_OwnerWord = "owner"; ///< who may adopt it from now on
 // From a keeper:
 constexpr std::string_view Taskmill_StartedWord = "started";
 constexpr std::string_view Taskmill_OutputWord = "output";

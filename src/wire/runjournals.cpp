@@ -4,6 +4,7 @@
 #include "wire/runlocks.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -27,6 +28,15 @@ std::vector<std::string> FilesIn(const std::string &folder)
         paths.push_back(folder + '/' + std::string{name.begin(), name.end()});
     }
     return paths;
+}
+
+/// Nobody has come for its results in a long time, as for those of a project that was never saved.
+bool IsForgotten(const std::string &journal)
+{
+    constexpr std::chrono::hours longest{24 * 60};
+    std::error_code error;
+    const auto changed = fs::last_write_time(PathOf(journal), error);
+    return !error && fs::file_time_type::clock::now() - changed > longest;
 }
 
 void Remove(const std::string &path)
@@ -70,6 +80,9 @@ void Taskmill_RunJournals::ReadNewLines(const std::string &journal)
 
 void Taskmill_RunJournals::Take(const std::string &journal, const Taskmill_RunRecord &record)
 {
+    // A claim stands behind what it is about: of a run that is known no more it says nothing.
+    if (record.kind == Taskmill_RunRecord::Kind::Claim && !m_runs.contains(record.runID))
+        return;
     Run &run = m_runs[record.runID];
     run.journal = journal;
     switch (record.kind) {
@@ -98,12 +111,34 @@ bool Taskmill_RunJournals::Claim(const std::string &runID, const std::string &cl
     const Taskmill_ClaimLock lock{m_folder};
     if (!lock.IsHeld())
         return false;
-    // Before the journal is read: a keeper appends the end before it gives its lock back.
-    const bool isAlive = Taskmill_IsKeeperAlive(m_folder, runID);
     Refresh();
-    const auto run = m_runs.find(runID);
-    if (run == m_runs.end() || (isAlive && !run->second.end))
-        return false;
+    return ClaimLocked(runID, claimant);
+}
+
+bool Taskmill_RunJournals::ClaimAll(const std::vector<std::string> &runIDs, const std::string &claimant)
+{
+    const Taskmill_ClaimLock lock{m_folder};
+    bool areAllTaken = lock.IsHeld();
+    Refresh();
+    for (const std::string &runID : runIDs) {
+        if (lock.IsHeld() && !ClaimLocked(runID, claimant))
+            areAllTaken = false;
+        m_runs.erase(runID);
+    }
+    return areAllTaken;
+}
+
+bool Taskmill_RunJournals::ClaimLocked(const std::string &runID, const std::string &claimant)
+{
+    auto run = m_runs.find(runID);
+    if (run == m_runs.end() || !run->second.end) {
+        // Before the journal is read: a keeper appends the end before it gives its lock back.
+        const bool isAlive = Taskmill_IsKeeperAlive(m_folder, runID);
+        Refresh();
+        run = m_runs.find(runID);
+        if (run == m_runs.end() || (isAlive && !run->second.end))
+            return false;
+    }
     if (!run->second.claimant.empty())
         return run->second.claimant == claimant;
     Taskmill_RunRecord record{Taskmill_RunRecord::Kind::Claim, runID};
@@ -127,7 +162,7 @@ void Taskmill_RunJournals::Tidy()
     }
     Refresh();
     for (const auto &[id, run] : m_runs) {
-        if (run.claimant.empty())
+        if (run.claimant.empty() && !IsForgotten(run.journal))
             unused.erase(run.journal);
     }
     for (const std::string &journal : unused) {

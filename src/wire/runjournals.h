@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 /// What the keepers have recorded in their folder:
 ///
@@ -39,12 +40,16 @@ public:
     /// runs, or the claim cannot be written. To claim again is no fault: the claimant may have been ended
     /// before he stored the result.
     [[nodiscard]] bool Claim(const std::string &runID, const std::string &claimant);
+    /// The same for many at once: false when one of them was not taken. They are known no more to this object
+    /// then, which would grow for ever.
+    [[nodiscard]] bool ClaimAll(const std::vector<std::string> &runIDs, const std::string &claimant);
 
-    /// Removes the journals to which nobody can append and of which every result is claimed, and the output
-    /// and sockets that belong to no known run.
+    /// Removes the journals to which nobody can append and of which every result is claimed or older than
+    /// two months, and the output and sockets that belong to no known run.
     void Tidy();
 
 private:
+    [[nodiscard]] bool ClaimLocked(const std::string &runID, const std::string &claimant);
     void ReadNewLines(const std::string &journal);
     void Take(const std::string &journal, const Taskmill_RunRecord &record);
     void RemoveFilesOfUnknownRuns(const std::string &folder);

@@ -139,6 +139,13 @@ class TestAppWindow : public TestCase
     Q_OBJECT
 
 private Q_SLOTS:
+    void init() override
+    {
+        TestCase::init();
+        // No case takes up what another one has left unsaved.
+        qputenv("XDG_STATE_HOME", Path().toLocal8Bit());
+    }
+
     void ClosingWithoutATrayMinimises()
     {
         WindowPlace place;
@@ -263,7 +270,7 @@ private Q_SLOTS:
         bool opened = false;
         WhenDialogIsOpen([&](QDialog &) {
             opened = true;
-            place.session.QuitAtOnceSlot();
+            place.session.QuitAtOnce(Taskmill_Ending::Unasked);
         });
         QVERIFY(!client.Answer().startsWith("accepted="));
         QVERIFY(opened);
@@ -300,7 +307,6 @@ private Q_SLOTS:
     {
         if (isWindows)
             QSKIP("The state folder comes from the environment on other systems only.");
-        qputenv("XDG_STATE_HOME", Path().toLocal8Bit());
         const QString project = Path(u"jobs.mill"_s);
         const auto quit = [](WindowPlace &place) {
             place.prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};

@@ -88,6 +88,7 @@ private Q_SLOTS:
     {
         const auto database = MakeDatabase();
         Taskmill_JobType stored = SampleJobType(u"水 O'Neill"_s);
+        stored.KillGraceSeconds = 30;
         stored.DefaultQueue = u"None"_s;
         QVERIFY(database->InsertJobType(stored, true, &stored.JobTypeID));
         stored.DefaultQueue = u"Queueless"_s;
@@ -122,12 +123,16 @@ private Q_SLOTS:
             QList<Taskmill_JobRecord> jobs{SampleJob(jobType, 42), SampleJob(jobType, 41)};
             jobs[1].Started = {};
             AddSampleFields(jobs[0]);
+            jobs[0].Run = u"run@machine"_s;
+            if (table < 3)
+                jobs[0].Status = Taskmill_JobStatus::Running;
             for (Taskmill_JobRecord &job : jobs) {
                 job.QueueName = queues[table];
                 QVERIFY((*database.*inserts[table])(job, true, nullptr));
                 job.QueueName.replace(u"None"_s, u"Queueless"_s);
                 if (table == 3) {
                     job.RecordedCommandLine = job.CommandLine();
+                    job.Run.clear();
                 } else {
                     job.Finished = {};
                     job.StdOutAndStdErr.clear();

@@ -27,6 +27,9 @@ QProcessEnvironment Environment(const QString &directory, quint16 consolePort, q
     environment.remove(u"XDG_STATE_HOME"_s);
     environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
     environment.insert(u"TERM"_s, u"xterm"_s);
+    // Unless a test wants it, nothing is to run on.
+    if (!environment.contains(u"TASKMILL_END_JOBS"_s))
+        environment.insert(u"TASKMILL_END_JOBS"_s, u"1"_s);
     environment.insert(u"TASKMILL_CONSOLE_PORT"_s, QString::number(consolePort));
     environment.insert(u"TASKMILL_GUI_PORT"_s, QString::number(guiPort));
     return environment;
@@ -71,7 +74,7 @@ bool ManagerProcess::Start(const QStringList &arguments, const QStringList &desk
         Launch(arguments, consolePort, guiPort);
         if (QTest::qWaitFor([&] { return isReady() || HasEnded(); }, longestWaitMs) && !HasEnded() &&
             !Errors().contains("Cannot listen")) {
-            m_output.clear();
+            m_greeting = std::exchange(m_output, {});
             return Answers();
         }
         qWarning("The manager did not start: %s%s", m_output.constData(), Errors().constData());

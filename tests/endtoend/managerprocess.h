@@ -68,6 +68,8 @@ public:
     [[nodiscard]] ManagerEnd Quit(const QByteArrayList &answers = {"yes", "no"});
     /// What it wrote to standard error.
     [[nodiscard]] QByteArray Errors() const;
+    /// What it wrote up to its first prompt.
+    [[nodiscard]] QByteArray Greeting() const { return m_greeting; }
     /// What it wrote to standard output that was not taken yet.
     [[nodiscard]] QByteArray Output() const { return m_output; }
 
@@ -91,5 +93,6 @@ private:
     QStringList m_desktop;
     quint16 m_consolePort = 0;
     quint16 m_guiPort = 0;
+    QByteArray m_greeting;
     QByteArray m_output;
 };

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/job.h"
+#include "jobs/runofjob.h"
+#include "kilnutil/computerdata.h"
 #include "processes/process.h"
 #include "processes/processinspector.h"
+#include "processes/runkeepers.h"
 #include "support/filesizelimit.h"
 #include "support/jobfakes.h"
 #include "support/testcase.h"
@@ -19,6 +22,10 @@ private Q_SLOTS:
         (void)KilnUtil_Process::StartEnvironment();
         qputenv("TASKMILL_TEST_EARLY", "changed");
         qputenv("TASKMILL_TEST_LATE", "late");
+        if (const QString keeper = qEnvironmentVariable("TASKMILL_TEST_KEEPER"); !keeper.isEmpty()) {
+            m_keepers = KilnUtil_RunKeepers::Make(keeper, m_keeperDirectory.filePath(u"runs"_s));
+            QVERIFY(m_keepers);
+        }
     }
 
     void cleanup() override
@@ -49,7 +56,7 @@ private Q_SLOTS:
         for (const QString &program : {Path(u"none"_s), TestProgramPath()}) {
             record.JobType.ExecutablePath = program;
             Make(record);
-            QVERIFY(m_job->Start(m_notifier));
+            QVERIFY(m_job->Start(m_notifier, m_keepers.get()));
             QVERIFY(m_job->Kill(*m_inspector));
             QCoreApplication::processEvents();
             QCOMPARE(m_finished->size(), 1);
@@ -113,7 +120,7 @@ private Q_SLOTS:
         QVERIFY(record.JobType.IsValid());
         Make(record);
         QVERIFY(QDir::setCurrent(Path()));
-        QVERIFY(m_job->Start(m_notifier));
+        QVERIFY(m_job->Start(m_notifier, m_keepers.get()));
         QTRY_COMPARE(m_job->Status(), Taskmill_JobStatus::Completed);
         QCOMPARE(QFileInfo{m_job->Record().JobType.ExecutablePath}.canonicalFilePath(),
                  QFileInfo{TestProgramPath()}.canonicalFilePath());
@@ -174,14 +181,17 @@ private:
     void Make(const Taskmill_JobRecord &record)
     {
         m_job = std::make_unique<Taskmill_Job>(record);
+        if (m_keepers)
+            m_job->SetRun(
+                Taskmill_RunOfJob{m_keepers->NewRunID(), KilnUtil_ComputerData::MachineID()}.Text());
         m_finished = std::make_unique<QSignalSpy>(m_job.get(), &Taskmill_Job::JobFinishedSignal);
     }
     /// Runs the job to its end; returns its status.
     Taskmill_JobStatus Run(const Taskmill_JobRecord &record)
     {
         Make(record);
-        const bool started =
-            m_job->Start(m_notifier) && m_finished->isEmpty() && m_job->Record().Started.isValid();
+        const bool started = m_job->Start(m_notifier, m_keepers.get()) && m_finished->isEmpty() &&
+                             m_job->Record().Started.isValid();
         const bool ended = m_finished->wait(60'000);
         QCoreApplication::processEvents();
         const bool wellEnded = m_finished->size() == 1 && m_job->Record().Finished.isValid();
@@ -195,6 +205,8 @@ private:
     [[nodiscard]] QString Output() const { return m_job->Record().StdOutAndStdErr.trimmed().remove(u'\r'); }
 
     const std::unique_ptr<Taskmill_ProcessInspector> m_inspector = Taskmill_MakeSystemProcessInspector();
+    QTemporaryDir m_keeperDirectory;
+    std::unique_ptr<KilnUtil_RunKeepers> m_keepers; ///< when it is to be tested with them
     RecordingNotifier m_notifier;
     std::unique_ptr<Taskmill_Job> m_job;
     std::unique_ptr<QSignalSpy> m_finished;

@@ -37,6 +37,34 @@ private Q_SLOTS:
         QCOMPARE(m_manager->JobNumbers().NewID(), 1);
     }
 
+    void JobsGoOnAsTheEndWantsIt_data()
+    {
+        using Ending = Taskmill_Ending;
+        QTest::addColumn<Ending>("ending");
+        QTest::addColumn<QByteArray>("variable");
+        QTest::addColumn<bool>("remembered");
+        QTest::addColumn<bool>("goOn");
+        QTest::newRow("nobody can be asked") << Ending::Unasked << QByteArray{} << false << true;
+        QTest::newRow("nobody can be asked, 1") << Ending::Unasked << QByteArray{"1"} << true << false;
+        QTest::newRow("Ctrl+C at first") << Ending::Interrupted << QByteArray{} << false << false;
+        QTest::newRow("Ctrl+C as remembered") << Ending::Interrupted << QByteArray{} << true << true;
+        QTest::newRow("Ctrl+C, 0") << Ending::Interrupted << QByteArray{"0"} << false << true;
+        QTest::newRow("asked to end") << Ending::AskedToEnd << QByteArray{"x"} << true << false;
+        QTest::newRow("asked to end, 0") << Ending::AskedToEnd << QByteArray{"0"} << false << true;
+        QTest::newRow("asked to keep") << Ending::AskedToKeep << QByteArray{} << false << true;
+    }
+
+    void JobsGoOnAsTheEndWantsIt()
+    {
+        QFETCH(Taskmill_Ending, ending);
+        QFETCH(QByteArray, variable);
+        QFETCH(bool, remembered);
+        qputenv("TASKMILL_END_JOBS", variable);
+        Taskmill_RememberJobsGoOn(remembered);
+        QTEST(Taskmill_JobsGoOn(ending), "goOn");
+        qunsetenv("TASKMILL_END_JOBS");
+    }
+
     void OpenedProjectGoesOn()
     {
         m_manager->NewProject();

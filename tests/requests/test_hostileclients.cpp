@@ -15,7 +15,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 constexpr int waitMs = 30000;
 /// Mutated requests of one run; the variable TASKMILL_TEST_REQUESTS asks for more.
-constexpr int usualRequests = 5000;
+constexpr int usualRequests = 20'000;
 
 qsizetype OpenFiles()
 {

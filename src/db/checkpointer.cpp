@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#include "db/checkpointer.h"
+
+#include "kilnutil/logging.h"
+
+#include <chrono>
+
+#include <sqlite3.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr std::chrono::milliseconds collecting{900};
+
+/// The base of the copy was written without waiting for the disk.
+void SyncFile(sqlite3 *database)
+{
+    sqlite3_file *file = nullptr;
+    if (sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file) == SQLITE_OK && file &&
+        file->pMethods)
+        file->pMethods->xSync(file, SQLITE_SYNC_NORMAL);
+}
+} // namespace
+
+Taskmill_Checkpointer::Taskmill_Checkpointer(const QString &path)
+    : m_path{path}
+    , m_thread{QThread::create([this] { Run(); })}
+{
+    m_thread->setObjectName(u"checkpoints"_s);
+    m_thread->start();
+}
+
+Taskmill_Checkpointer::~Taskmill_Checkpointer()
+{
+    {
+        const std::lock_guard lock{m_mutex};
+        m_ends = true;
+    }
+    m_wake.notify_one();
+    m_thread->wait();
+}
+
+void Taskmill_Checkpointer::NoteChange()
+{
+    {
+        const std::lock_guard lock{m_mutex};
+        if (m_isChanged)
+            return;
+        m_isChanged = true;
+    }
+    m_wake.notify_one();
+}
+
+bool Taskmill_Checkpointer::WaitForChanges()
+{
+    std::unique_lock lock{m_mutex};
+    m_wake.wait(lock, [this] { return m_isChanged || m_ends; });
+    // More may come at once.
+    m_wake.wait_for(lock, collecting, [this] { return m_ends; });
+    m_isChanged = false;
+    return !m_ends;
+}
+
+void Taskmill_Checkpointer::Run()
+{
+    sqlite3 *database = nullptr;
+    if (sqlite3_open_v2(m_path.toUtf8().constData(), &database, SQLITE_OPEN_READWRITE, nullptr) ==
+        SQLITE_OK) {
+        // Only a connection that has read something knows of the log.
+        sqlite3_exec(database, "SELECT COUNT(*) FROM sqlite_master", nullptr, nullptr, nullptr);
+        SyncFile(database);
+        while (WaitForChanges()) {
+            // What does not fit now is brought over the next time.
+            const int result =
+                sqlite3_wal_checkpoint_v2(database, nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+            if (result != SQLITE_OK && result != SQLITE_BUSY)
+                qCWarning(Taskmill_DBLog, "Cannot bring changes into %ls: %s", qUtf16Printable(m_path),
+                          sqlite3_errstr(result));
+        }
+    }
+    sqlite3_close(database);
+}

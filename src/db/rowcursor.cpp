@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: MIT
+#include "db/rowcursor.h"
+
+#include <QSqlDriver>
+
+#include <algorithm>
+#include <array>
+
+#include <sqlite3.h>
+
+namespace {
+sqlite3 *SQLiteHandle(const QSqlDatabase &connection)
+{
+    const QVariant handle = connection.driver()->handle();
+    return qstrcmp(handle.typeName(), "sqlite3*") == 0 ? *static_cast<sqlite3 *const *>(handle.constData())
+                                                       : nullptr;
+}
+
+QByteArrayView BytesOf(sqlite3_stmt *statement, int column)
+{
+    // The number of bytes is that of the text that was asked for last.
+    const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(statement, column));
+    return {text, text ? sqlite3_column_bytes(statement, column) : 0};
+}
+} // namespace
+
+Taskmill_RowCursor::Taskmill_RowCursor(const QSqlDatabase &connection, const QString &statement)
+    : m_query{connection}
+{
+    if (sqlite3 *database = SQLiteHandle(connection)) {
+        sqlite3_prepare_v2(database, statement.toUtf8().constData(), -1, &m_statement, nullptr);
+        for (int column = 0; column < sqlite3_column_count(m_statement); ++column)
+            m_columns.append(QString::fromUtf8(sqlite3_column_name(m_statement, column)));
+    } else {
+        m_query.setForwardOnly(true);
+        m_query.exec(statement);
+        const QSqlRecord record = m_query.record();
+        for (int column = 0; column < record.count(); ++column)
+            m_columns.append(record.fieldName(column));
+    }
+    m_before.resize(m_columns.size());
+}
+
+Taskmill_RowCursor::~Taskmill_RowCursor()
+{
+    sqlite3_finalize(m_statement);
+}
+
+bool Taskmill_RowCursor::Next()
+{
+    return m_statement ? sqlite3_step(m_statement) == SQLITE_ROW : m_query.next();
+}
+
+int Taskmill_RowCursor::Column(const QString &name) const
+{
+    for (int column = 0; column < m_columns.size(); ++column) {
+        if (m_columns[column].compare(name, Qt::CaseInsensitive) == 0)
+            return column;
+    }
+    return -1;
+}
+
+QString Taskmill_RowCursor::Text(int column)
+{
+    if (column < 0)
+        return {};
+    TextBefore &before = m_before[column];
+    if (!m_statement) {
+        if (QString text = m_query.value(column).toString(); text != before.text)
+            before.text = std::move(text);
+        return before.text;
+    }
+    const QByteArrayView bytes = BytesOf(m_statement, column);
+    if (bytes != QByteArrayView{before.bytes}) {
+        // In place: most are as long as those before.
+        before.bytes.resize(bytes.size());
+        std::ranges::copy(bytes, before.bytes.begin());
+        before.text = QString::fromUtf8(bytes);
+    }
+    return before.text;
+}
+
+qint32 Taskmill_RowCursor::Integer(int column) const
+{
+    if (column < 0)
+        return 0;
+    if (!m_statement)
+        return m_query.value(column).toInt();
+    // What is no number as a whole is none.
+    return sqlite3_column_type(m_statement, column) == SQLITE_TEXT
+               ? BytesOf(m_statement, column).toByteArray().toInt()
+               : sqlite3_column_int(m_statement, column);
+}
+
+Taskmill_JobTime Taskmill_RowCursor::Time(int column)
+{
+    constexpr qsizetype usualLength = 19;
+    const QByteArrayView bytes = column >= 0 && m_statement ? BytesOf(m_statement, column) : QByteArrayView{};
+    if (bytes.size() != usualLength)
+        return Taskmill_JobTime::FromIsoText(Text(column));
+    std::array<QChar, usualLength> text{};
+    std::ranges::transform(bytes, text.begin(), [](char byte) { return QLatin1Char{byte}; });
+    return Taskmill_JobTime::FromIsoText(QString::fromRawData(text.data(), usualLength));
+}

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+#include "db/workingcopystore.h"
+
+#include "db/database.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+const QString changes = u"Changes"_s;
+} // namespace
+
+void Taskmill_WorkingCopyStore::Forget()
+{
+    Taskmill_TableStore::Forget();
+    m_exists.reset();
+}
+
+bool Taskmill_WorkingCopyStore::Exists()
+{
+    if (!m_exists)
+        m_exists = Connection().tables(QSql::Tables).contains(u"WorkingCopy"_s, Qt::CaseInsensitive);
+    return *m_exists;
+}
+
+bool Taskmill_WorkingCopyStore::Begin()
+{
+    Forget();
+    const bool begun = Database().Untracked([this] {
+        return Execute(u"DROP TABLE IF EXISTS WorkingCopy"_s) &&
+               Execute(u"DROP TABLE IF EXISTS WorkingCopyRuns"_s) &&
+               Execute(u"CREATE TABLE WorkingCopy (Name TEXT PRIMARY KEY, Value TEXT) WITHOUT ROWID"_s) &&
+               Execute(u"CREATE TABLE WorkingCopyRuns (JobID INTEGER PRIMARY KEY)"_s) &&
+               Execute(u"INSERT INTO WorkingCopy VALUES ('Changes', 0)"_s);
+    });
+    Forget();
+    return begun;
+}
+
+bool Taskmill_WorkingCopyStore::Set(const QString &name, const QString &value)
+{
+    return !Exists() || Database().Untracked([&] {
+        return RunPrepared(u"INSERT OR REPLACE INTO WorkingCopy VALUES (?, ?)"_s, {name, value});
+    });
+}
+
+QString Taskmill_WorkingCopyStore::Value(const QString &name)
+{
+    QSqlQuery *select = Exists() ? Prepared(u"SELECT Value FROM WorkingCopy WHERE Name = ?"_s) : nullptr;
+    QString value;
+    if (select && Taskmill_DatabaseStatements::Run(*select, {name}) && select->next())
+        value = select->value(0).toString();
+    if (select)
+        select->finish();
+    return value;
+}
+
+int Taskmill_WorkingCopyStore::Changes()
+{
+    return Value(changes).toInt();
+}
+
+bool Taskmill_WorkingCopyStore::SetUnchanged()
+{
+    return Set(changes, u"0"_s);
+}
+
+bool Taskmill_WorkingCopyStore::CountChange()
+{
+    return !Exists() || RunPrepared(u"UPDATE WorkingCopy SET Value = Value + 1 WHERE Name = 'Changes'"_s, {});
+}
+
+QList<qint32> Taskmill_WorkingCopyStore::Runs()
+{
+    QList<qint32> jobIDs;
+    QSqlQuery query{Connection()};
+    query.setForwardOnly(true);
+    if (query.exec(u"SELECT JobID FROM WorkingCopyRuns"_s)) {
+        while (query.next())
+            jobIDs.append(query.value(0).toInt());
+    }
+    return jobIDs;
+}
+
+bool Taskmill_WorkingCopyStore::AddRun(qint32 jobID)
+{
+    return !Exists() || RunPrepared(u"INSERT OR REPLACE INTO WorkingCopyRuns VALUES (?)"_s, {jobID});
+}
+
+bool Taskmill_WorkingCopyStore::RemoveRun(qint32 jobID)
+{
+    return !Exists() || RunPrepared(u"DELETE FROM WorkingCopyRuns WHERE JobID = ?"_s, {jobID});
+}
+
+bool Taskmill_WorkingCopyStore::RemoveAllRuns()
+{
+    return !Exists() || Database().Untracked([this] { return Execute(u"DELETE FROM WorkingCopyRuns"_s); });
+}

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "db/tablestore.h"
+
+#include <QList>
+
+/// What a working copy knows beside its project: the tables whose names begin with "WorkingCopy". They never
+/// reach a project file.
+///
+/// The writing operations are no changes of the project. Each is a transaction, or part of the one that is
+/// under way.
+class Taskmill_WorkingCopyStore final : public Taskmill_TableStore
+{
+public:
+    using Taskmill_TableStore::Taskmill_TableStore;
+
+    void Forget() override;
+
+    /// Makes the tables anew, empty: the content is that of a project that was opened or made just now.
+    bool Begin();
+    /// Whether the tables are there. Without them the writing operations do nothing and succeed, since the
+    /// content is no working copy.
+    [[nodiscard]] bool Exists();
+
+    bool Set(const QString &name, const QString &value);
+    /// Empty when it was never set.
+    [[nodiscard]] QString Value(const QString &name);
+
+    /// Changes of the project since the last SetUnchanged() or Begin(), one for each transaction.
+    [[nodiscard]] int Changes();
+    bool SetUnchanged();
+    /// Inside a transaction.
+    bool CountChange();
+
+    /// The jobs that were started and whose end is not recorded. The two that write belong to a transaction.
+    [[nodiscard]] QList<qint32> Runs();
+    bool AddRun(qint32 jobID);
+    bool RemoveRun(qint32 jobID);
+    bool RemoveAllRuns();
+
+private:
+    std::optional<bool> m_exists; ///< nothing while it has to be looked up
+};

@@ -1,0 +1,266 @@
+// SPDX-License-Identifier: MIT
+#include "manager/projectrecovery.h"
+
+#include "db/contentstamp.h"
+#include "db/databasecopy.h"
+#include "db/databasemanager.h"
+#include "db/workingcopy.h"
+#include "jobs/runmode.h"
+#include "kilnutil/computerdata.h"
+#include "kilnutil/logging.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <array>
+
+#include <sqlite3.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+// Names of values in the table WorkingCopy.
+const QString projectValue = u"Project"_s;
+const QString baseStampValue = u"BaseStamp"_s;       ///< of the file's content that the copy began with
+const QString pendingStampValue = u"PendingStamp"_s; ///< of a content that is about to be written there
+const QString givenUpValue = u"GivenUp"_s;           ///< its project was being closed
+const QString modeValue = u"Mode"_s;
+const QString bootValue = u"BootID"_s;
+
+QString Mode()
+{
+    return Taskmill_IsGuiMode() ? u"window"_s : u"console"_s;
+}
+
+QString CountText(int changes)
+{
+    return changes == 1 ? u"1 change"_s : u"%1 changes"_s.arg(changes);
+}
+} // namespace
+
+Taskmill_LeftProject::~Taskmill_LeftProject() = default;
+
+struct Taskmill_ProjectRecovery::Candidate
+{
+    std::unique_ptr<Taskmill_WorkingCopy> copy;
+    std::unique_ptr<Taskmill_Database> database; ///< nullptr when it cannot be read
+    QString project;
+    QString mode;
+    int changes = 0;
+    bool hasRuns = false;
+    bool isGivenUp = false;
+
+    [[nodiscard]] bool IsNeverSaved() const { return project.isEmpty(); }
+    void Remove()
+    {
+        if (database)
+            database->GiveUpStorage();
+        database.reset();
+        copy->Remove();
+        copy.reset();
+    }
+};
+
+Taskmill_ProjectRecovery::Taskmill_ProjectRecovery(QStringList &notices)
+    : m_notices{notices}
+{
+    for (auto &copy : Taskmill_WorkingCopy::TakeAbandoned()) {
+        Candidate candidate = Open(std::move(copy));
+        // What its manager ended in order with, or never began to change.
+        if (candidate.database && (candidate.isGivenUp || (candidate.changes == 0 && !candidate.hasRuns)))
+            candidate.Remove();
+        else
+            m_candidates.push_back(std::move(candidate));
+    }
+}
+
+Taskmill_ProjectRecovery::~Taskmill_ProjectRecovery() = default;
+
+Taskmill_ProjectRecovery::Candidate Taskmill_ProjectRecovery::Open(std::unique_ptr<Taskmill_WorkingCopy> copy)
+{
+    Candidate candidate;
+    candidate.project = copy->NotedProject();
+    auto database = Taskmill_Database_Manager::MakeMemoryDatabase();
+    database->SetStoragePath(copy->Path());
+    if (database->Open() && database->WorkingCopy().Exists()) {
+        Taskmill_WorkingCopyStore &store = database->WorkingCopy();
+        candidate.project = store.Value(projectValue);
+        candidate.mode = store.Value(modeValue);
+        candidate.hasRuns = !store.Runs().isEmpty();
+        candidate.changes = store.Changes();
+        candidate.isGivenUp = !store.Value(givenUpValue).isEmpty();
+        const QString pending = store.Value(pendingStampValue);
+        // The manager was ended behind the last step of saving and before it could write that down.
+        if (!pending.isEmpty() && pending == Taskmill_ContentStamp(candidate.project)) {
+            candidate.changes = 0;
+            Taskmill_RecordSaving(*database, *copy, candidate.project, pending);
+        }
+        candidate.database = std::move(database);
+    }
+    candidate.copy = std::move(copy);
+    return candidate;
+}
+
+void Taskmill_ProjectRecovery::SetAside(Candidate &candidate)
+{
+    candidate.database.reset();
+    const QString aside = QDir::toNativeSeparators(candidate.copy->SetAside());
+    candidate.copy.reset();
+    m_notices +=
+        candidate.IsNeverSaved()
+            ? u"A project that was never saved cannot be recovered: its working copy is damaged and was kept as %1."_s
+                  .arg(aside)
+            : u"The working copy of %1 is damaged and was kept as %2; the project file was opened."_s.arg(
+                  QDir::toNativeSeparators(candidate.project), aside);
+}
+
+std::optional<Taskmill_LeftProject> Taskmill_ProjectRecovery::Take(Candidate &candidate)
+{
+    if (!candidate.database || Taskmill_CheckWorkingCopy(candidate.copy->Path()) != SQLITE_OK) {
+        SetAside(candidate);
+        return std::nullopt;
+    }
+    Taskmill_WorkingCopyStore &store = candidate.database->WorkingCopy();
+    Taskmill_LeftProject left;
+    left.ProjectPath = candidate.project;
+    left.Changes = candidate.changes;
+    left.FileHasChanged =
+        !candidate.IsNeverSaved() && store.Value(baseStampValue) != Taskmill_ContentStamp(candidate.project);
+    const QString boot = KilnUtil_ComputerData::BootID();
+    left.IsSameBoot = !boot.isEmpty() && store.Value(bootValue) == boot;
+    left.Database = std::move(candidate.database);
+    left.Copy = std::move(candidate.copy);
+    return left;
+}
+
+std::optional<Taskmill_LeftProject> Taskmill_ProjectRecovery::Find(const Taskmill_ProjectLock &projectLock)
+{
+    for (Candidate &candidate : m_candidates) {
+        if (candidate.copy && !candidate.IsNeverSaved() && projectLock.IsOf(candidate.project)) {
+            if (auto left = Take(candidate))
+                return left;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<Taskmill_LeftProject> Taskmill_ProjectRecovery::FindNeverSaved()
+{
+    std::optional<Taskmill_LeftProject> found;
+    for (Candidate &candidate : m_candidates) {
+        if (candidate.IsNeverSaved() && !found && (!candidate.database || candidate.mode == Mode())) {
+            found = Take(candidate);
+            continue;
+        }
+        const QString path = QDir::toNativeSeparators(candidate.copy->Path());
+        if (candidate.IsNeverSaved())
+            m_notices +=
+                u"Another project that was never saved was left behind, with %1: %2. A start without a project file takes up one after the other, with a window or without as they were."_s
+                    .arg(CountText(candidate.changes), path);
+        else if (!QFileInfo::exists(candidate.project))
+            m_notices += u"%1 of the project %2, whose file is gone, were left in %3."_s.arg(
+                CountText(candidate.changes), QDir::toNativeSeparators(candidate.project), path);
+    }
+    return found;
+}
+
+bool Taskmill_BeginWorkingCopy(Taskmill_Database &database, Taskmill_WorkingCopy &copy,
+                               const QString &projectPath, const QString &fileStamp)
+{
+    Taskmill_WorkingCopyStore &store = database.WorkingCopy();
+    const bool begun = store.Begin() && database.Untracked([&] {
+        return store.Set(projectValue, projectPath) && store.Set(baseStampValue, fileStamp) &&
+               store.Set(modeValue, Mode()) && store.Set(bootValue, KilnUtil_ComputerData::BootID());
+    });
+    if (!begun)
+        return false;
+    copy.Note(projectPath);
+    database.StartCheckpoints();
+    return true;
+}
+
+bool Taskmill_TakeUpWorkingCopy(Taskmill_Database &database)
+{
+    Taskmill_WorkingCopyStore &store = database.WorkingCopy();
+    const bool taken = database.Untracked([&] {
+        return store.Set(modeValue, Mode()) && store.Set(bootValue, KilnUtil_ComputerData::BootID());
+    });
+    if (taken)
+        database.StartCheckpoints();
+    return taken;
+}
+
+void Taskmill_AnnounceSaving(Taskmill_Database &database, const QString &fileStamp)
+{
+    // After a loss of power the file would else be newer than what is known of it.
+    database.SyncNextChange();
+    database.WorkingCopy().Set(pendingStampValue, fileStamp);
+}
+
+void Taskmill_GiveUpWorkingCopy(Taskmill_Database &database)
+{
+    database.WorkingCopy().Set(givenUpValue, u"yes"_s);
+    database.GiveUpStorage();
+}
+
+void Taskmill_RecordSaving(Taskmill_Database &database, Taskmill_WorkingCopy &copy,
+                           const QString &projectPath, const QString &fileStamp)
+{
+    Taskmill_WorkingCopyStore &store = database.WorkingCopy();
+    const bool recorded = database.Untracked([&] {
+        return store.Set(projectValue, projectPath) && store.Set(baseStampValue, fileStamp) &&
+               store.Set(pendingStampValue, {}) && store.SetUnchanged();
+    });
+    if (recorded)
+        copy.Note(projectPath);
+    else
+        qCWarning(Taskmill_ManagerLog, "The working copy cannot be told that the project was saved: %ls",
+                  qUtf16Printable(database.LastErrorMessage()));
+}
+
+std::optional<QList<Taskmill_EndedRun>> Taskmill_EndLeftRuns(Taskmill_Database &database,
+                                                             Taskmill_RunSource &source)
+{
+    struct Table
+    {
+        QList<Taskmill_JobRecord> (Taskmill_Database::*read)();
+        bool (Taskmill_Database::*remove)(qint32 jobID);
+    };
+    static constexpr std::array tables{
+        Table{&Taskmill_Database::GetLongJobs, &Taskmill_Database::DeleteLongJob},
+        Table{&Taskmill_Database::GetShortJobs, &Taskmill_Database::DeleteShortJob},
+        Table{&Taskmill_Database::GetQueuelessJobs, &Taskmill_Database::DeleteQueuelessJob}};
+    const QList<qint32> runs = database.WorkingCopy().Runs();
+    QList<qint32> kept; // may go on: the jobs themselves find that out
+    QList<Taskmill_EndedRun> ends;
+    if (runs.isEmpty())
+        return ends;
+    const bool recorded = database.AsOneChange([&] {
+        for (const Table &table : tables) {
+            const QList<Taskmill_JobRecord> jobs = (database.*table.read)();
+            for (const Taskmill_JobRecord &job : jobs) {
+                if (!runs.contains(job.JobID))
+                    continue;
+                if (!job.Run.isEmpty()) {
+                    kept.append(job.JobID);
+                    continue;
+                }
+                ends.append(source.EndOf(job));
+                if (!database.InsertFinishedJob(ends.last().Job, true) ||
+                    !(database.*table.remove)(job.JobID))
+                    return false;
+            }
+        }
+        Taskmill_WorkingCopyStore &store = database.WorkingCopy();
+        return store.RemoveAllRuns() &&
+               std::ranges::all_of(kept, [&store](qint32 jobID) { return store.AddRun(jobID); });
+    });
+    return recorded ? std::optional{ends} : std::nullopt;
+}
+
+QString Taskmill_RecoveredNotice(int changes)
+{
+    return CountText(changes) + (changes == 1 ? u" since the last save was recovered"_s
+                                              : u" since the last save were recovered"_s);
+}

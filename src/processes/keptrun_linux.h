@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "processes/processrun.h"
+#include "processes/runoutputfile.h"
+#include "wire/keeperclient.h"
+
+#include <QPointer>
+
+class KilnUtil_LinuxRunKeepers;
+class QDeadlineTimer;
+class QSocketNotifier;
+
+/// A run of a keeper.
+class KilnUtil_KeptRun final : public KilnUtil_ProcessRun
+{
+    Q_OBJECT
+
+public:
+    /// To be started.
+    KilnUtil_KeptRun(KilnUtil_LinuxRunKeepers &keepers, const std::string &runID);
+    /// Goes on already.
+    KilnUtil_KeptRun(KilnUtil_LinuxRunKeepers &keepers, const std::string &runID,
+                     Taskmill_RunConnection connection);
+    /// Has ended; EndedSignal comes from the event loop.
+    KilnUtil_KeptRun(KilnUtil_LinuxRunKeepers &keepers, const std::string &runID, KilnUtil_RunEnd end);
+    ~KilnUtil_KeptRun() override;
+    Q_DISABLE_COPY_MOVE(KilnUtil_KeptRun)
+
+    /// What a keeper has recorded.
+    [[nodiscard]] static KilnUtil_RunEnd EndOf(const Taskmill_RunEnd &end);
+
+    [[nodiscard]] bool Start(const KilnUtil_RunOrder &order) override;
+    [[nodiscard]] qint64 ProcessID() const override { return m_state == State::Running ? m_processID : 0; }
+    [[nodiscard]] bool IsRunning() const override { return m_state != State::Ended; }
+    [[nodiscard]] const KilnUtil_RunEnd &End() const override { return m_end; }
+    [[nodiscard]] KilnUtil_ProcessOutput &Output() override { return m_output; }
+    [[nodiscard]] bool IsKept() const override { return true; }
+    void BeginKill(int graceMs) override;
+    bool WaitForEnd(int waitMs) override;
+    void LetGoOn() override;
+
+    void SetOwner(const std::string &owner) const;
+    /// Nothing is left of the run, whose keeper is gone.
+    void TakeSwept();
+    [[nodiscard]] bool IsLost() const { return m_state == State::Lost; }
+    [[nodiscard]] const std::string &RunID() const { return m_runID; }
+
+private:
+    enum class State
+    {
+        Running,
+        Lost, ///< its keeper is gone, and what is left of it is being ended
+        Ended,
+    };
+
+    void Listen();
+    void ReadSlot();
+    /// False when there is none yet.
+    bool TakeReport(const Taskmill_RunReport &report);
+    [[nodiscard]] QString ReasonOfFailedStart(const Taskmill_RunReport &report) const;
+    void Finish(KilnUtil_RunEnd end);
+
+    QPointer<KilnUtil_LinuxRunKeepers> m_keepers;
+    const std::string m_runID;
+    Taskmill_RunConnection m_connection;
+    std::unique_ptr<QSocketNotifier> m_notifier;
+    KilnUtil_RunOutputFile m_output;
+    KilnUtil_RunEnd m_end;
+    qint64 m_processID = 0;
+    State m_state = State::Running;
+    bool m_isFromThisNursery = true;
+    bool m_isSwept = false;
+    std::string m_inputPath;
+    std::string m_outputPath;
+};

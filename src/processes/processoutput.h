@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+
+/// What one run of a program has written so far, of which a very long one keeps only both ends. Readers have
+/// an offset of their own, so that none takes bytes away from another.
+class KilnUtil_ProcessOutput
+{
+public:
+    KilnUtil_ProcessOutput() = default;
+    virtual ~KilnUtil_ProcessOutput() = default;
+    KilnUtil_ProcessOutput(const KilnUtil_ProcessOutput &) = default;
+    KilnUtil_ProcessOutput &operator=(const KilnUtil_ProcessOutput &) = default;
+
+    /// Adds what is to be said of the run behind what it wrote.
+    virtual void Append(QByteArrayView bytes) = 0;
+
+    /// All bytes so far, those that are no longer kept too.
+    [[nodiscard]] virtual qint64 TotalSize() const = 0;
+    /// Everything kept; where bytes were dropped, one line says how many.
+    [[nodiscard]] virtual QByteArray Content() const = 0;
+    /// The bytes from offset (counted from the first byte ever written) on, and moves offset behind them.
+    /// Bytes that are not kept any more are skipped.
+    [[nodiscard]] virtual QByteArray ReadFrom(qint64 &offset) const = 0;
+};

@@ -1,0 +1,290 @@
+// SPDX-License-Identifier: MIT
+#include "processes/runkeepers_linux.h"
+
+#include "kilnutil/logging.h"
+#include "processes/keptrun_linux.h"
+#include "wire/runoutput.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+/// How long a start waits for the process that starts keepers: it may have remains of many jobs to end.
+constexpr int nurseryWaitMs = 20'000;
+/// How long all adoptions of a start together wait for keepers that have not noticed yet that their manager
+/// is gone.
+constexpr qint64 adoptionWaitMs = 3000;
+constexpr char separator = ':';
+
+/// Of the process that starts keepers, for another thread; 0 when there is none.
+std::atomic<pid_t> nurseryToEnd{0};
+
+std::string IdentityOf(const std::string &owner)
+{
+    return owner.substr(0, owner.find(separator));
+}
+
+QString TextOf(const std::string &owner)
+{
+    const std::size_t end = owner.find(separator);
+    return end == std::string::npos ? QString{} : QString::fromStdString(owner.substr(end + 1));
+}
+} // namespace
+
+std::unique_ptr<KilnUtil_RunKeepers> KilnUtil_RunKeepers::Make(const QString &program, const QString &folder)
+{
+    auto keepers = std::make_unique<KilnUtil_LinuxRunKeepers>(program, folder);
+    if (!QFile::exists(program))
+        qCInfo(Taskmill_ProcessesLog, "Jobs end with this program: there is no %ls",
+               qUtf16Printable(program));
+    else if (!keepers->StartNursery())
+        qCWarning(Taskmill_ProcessesLog, "Jobs end with this program: %ls cannot be started in %ls",
+                  qUtf16Printable(program), qUtf16Printable(folder));
+    else
+        return keepers;
+    return nullptr;
+}
+
+QString KilnUtil_RunKeepers::ProgramName()
+{
+    return u"taskmill-keeper"_s;
+}
+
+void KilnUtil_RunKeepers::EndRunsAtOnce()
+{
+    if (const pid_t nursery = nurseryToEnd.exchange(0); nursery > 1)
+        kill(nursery, SIGTERM);
+}
+
+void KilnUtil_RunKeepers::SpareRuns()
+{
+    nurseryToEnd = 0;
+}
+
+KilnUtil_LinuxRunKeepers::KilnUtil_LinuxRunKeepers(const QString &program, const QString &folder)
+    : m_program{QFile::encodeName(program).toStdString()}
+    , m_folder{QFile::encodeName(folder).toStdString()}
+    , m_journals{m_folder}
+{
+}
+
+KilnUtil_LinuxRunKeepers::~KilnUtil_LinuxRunKeepers()
+{
+    SpareRuns();
+    // Whoever still runs goes on without this program.
+    const QList<KilnUtil_KeptRun *> runs = std::exchange(m_runs, {});
+    for (KilnUtil_KeptRun *run : runs)
+        run->LetGoOn();
+}
+
+bool KilnUtil_LinuxRunKeepers::StartNursery()
+{
+    if (m_nursery && m_nursery->IsOpen())
+        return true;
+    m_nursery = Taskmill_Nursery::Start(m_program, m_folder, nurseryWaitMs);
+    if (!m_nursery)
+        return false;
+    nurseryToEnd = static_cast<pid_t>(m_nursery->ProcessID());
+    m_notifier = std::make_unique<QSocketNotifier>(m_nursery->Handle(), QSocketNotifier::Read);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, &KilnUtil_LinuxRunKeepers::ReadSwept);
+    return true;
+}
+
+void KilnUtil_LinuxRunKeepers::LoseNursery()
+{
+    qCWarning(Taskmill_ProcessesLog, "The process that starts keepers has ended");
+    nurseryToEnd = 0;
+    if (m_notifier) {
+        m_notifier->setEnabled(false);
+        m_notifier.release()->deleteLater();
+    }
+    m_nursery.reset();
+}
+
+QString KilnUtil_LinuxRunKeepers::NewRunID() const
+{
+    return QString::fromStdString(Taskmill_NewRunID());
+}
+
+std::unique_ptr<KilnUtil_ProcessRun> KilnUtil_LinuxRunKeepers::NewRun(const QString &runID)
+{
+    return std::make_unique<KilnUtil_KeptRun>(*this, runID.toStdString());
+}
+
+void KilnUtil_LinuxRunKeepers::Remove(KilnUtil_KeptRun &run)
+{
+    m_runs.removeOne(&run);
+}
+
+Taskmill_RunConnection KilnUtil_LinuxRunKeepers::StartRun(Taskmill_RunOrder order)
+{
+    order.owner = m_owner;
+    if (m_nursery) {
+        if (Taskmill_RunConnection connection = m_nursery->StartRun(order); connection.IsOpen())
+            return connection;
+        LoseNursery();
+    }
+    return StartNursery() ? m_nursery->StartRun(order) : Taskmill_RunConnection{};
+}
+
+void KilnUtil_LinuxRunKeepers::SetOwner(const QString &identity, const QString &text,
+                                        const std::function<bool(const QString &ownerText)> &mayTake)
+{
+    m_mayTake = mayTake;
+    m_identity = identity.toStdString();
+    m_owner = m_identity + separator + text.toStdString();
+    for (const KilnUtil_KeptRun *run : std::as_const(m_runs))
+        run->SetOwner(m_owner);
+}
+
+KilnUtil_FoundRun KilnUtil_LinuxRunKeepers::Find(const QString &runID)
+{
+    const std::string id = runID.toStdString();
+    if (!Taskmill_IsRunID(id))
+        return {};
+    KilnUtil_FoundRun found = Adopt(id, m_owner);
+    if (found.Where == KilnUtil_FoundRun::Place::Elsewhere && !found.Owner.isEmpty()) {
+        const std::string owner = found.Owner.toStdString();
+        found.Owner = TextOf(owner);
+        if (IdentityOf(owner) == m_identity && m_mayTake && m_mayTake(found.Owner))
+            found = Adopt(id, owner);
+    }
+    if (found.Where == KilnUtil_FoundRun::Place::NotStarted)
+        found = FindRecorded(id);
+    else if (found.Run)
+        static_cast<KilnUtil_KeptRun &>(*found.Run).SetOwner(m_owner);
+    return found;
+}
+
+KilnUtil_FoundRun KilnUtil_LinuxRunKeepers::Adopt(const std::string &runID, const std::string &owner)
+{
+    using Adoption = Taskmill_RunConnection::Adoption;
+    QElapsedTimer clock;
+    clock.start();
+    Taskmill_RunConnection connection;
+    std::string realOwner = owner;
+    const auto wait = static_cast<int>(std::max<qint64>(0, adoptionWaitMs - m_waitedForAdoptionMs));
+    const Adoption adoption = Taskmill_RunConnection::Adopt(m_folder, runID, realOwner, wait, connection);
+    m_waitedForAdoptionMs += clock.elapsed();
+    KilnUtil_FoundRun found;
+    switch (adoption) {
+    case Adoption::Gone:
+        break;
+    case Adoption::Occupied:
+        found.Where = KilnUtil_FoundRun::Place::Elsewhere;
+        break;
+    case Adoption::Refused:
+        found.Where = KilnUtil_FoundRun::Place::Elsewhere;
+        found.Owner = QString::fromStdString(realOwner);
+        break;
+    case Adoption::Adopted:
+        m_waitedForAdoptionMs = 0;
+        m_journals.Refresh();
+        const Taskmill_RunJournals::Run *run = m_journals.Find(runID);
+        found.Where = KilnUtil_FoundRun::Place::Here;
+        found.StartMs = run ? run->startMs : 0;
+        found.Run = std::make_unique<KilnUtil_KeptRun>(*this, runID, std::move(connection));
+        break;
+    }
+    return found;
+}
+
+KilnUtil_FoundRun KilnUtil_LinuxRunKeepers::FindRecorded(const std::string &runID)
+{
+    KilnUtil_FoundRun found;
+    m_journals.Refresh();
+    const Taskmill_RunJournals::Run *run = m_journals.Find(runID);
+    // Whoever has its result did not want it to stay, as when a project is closed without being saved: the
+    // job waits as it did in the file.
+    if (!run || !run->claimant.empty())
+        return found;
+    found.Where = KilnUtil_FoundRun::Place::Here;
+    found.StartMs = run->startMs;
+    KilnUtil_RunEnd end;
+    if (run->end) {
+        end = KilnUtil_KeptRun::EndOf(*run->end);
+    } else {
+        end.How = KilnUtil_RunEnd::Kind::Unknown;
+        end.Reason = run->bootID == Taskmill_BootID()
+                         ? u"the program that kept this job was ended, and so was the job: how far it had "
+                           "come is not known"_s
+                         : u"the computer was started anew while this job ran: how far it had come is not "
+                           "known"_s;
+    }
+    found.Run = std::make_unique<KilnUtil_KeptRun>(*this, runID, std::move(end));
+    return found;
+}
+
+void KilnUtil_LinuxRunKeepers::AwaitSweep(KilnUtil_KeptRun &run, bool isFromThisNursery)
+{
+    const bool isNurseryThere = m_nursery && m_nursery->IsOpen();
+    if (isNurseryThere && isFromThisNursery)
+        return;
+    // Its start ends what is left of lost runs, too.
+    if (!StartNursery() || !m_nursery->Sweep(run.RunID()))
+        QTimer::singleShot(0, &run, &KilnUtil_KeptRun::TakeSwept);
+}
+
+void KilnUtil_LinuxRunKeepers::ReadSwept()
+{
+    while (m_nursery) {
+        const std::optional<std::string> runID = m_nursery->ReceiveSwept();
+        if (!m_nursery->IsOpen()) {
+            LoseNursery();
+            // Nobody else ends what is left of those that wait.
+            const QList<KilnUtil_KeptRun *> runs = m_runs;
+            for (KilnUtil_KeptRun *run : runs) {
+                if (run->IsLost())
+                    AwaitSweep(*run, false);
+            }
+            return;
+        }
+        if (!runID)
+            return;
+        const auto run = std::ranges::find(m_runs, *runID, &KilnUtil_KeptRun::RunID);
+        if (run != m_runs.end())
+            (*run)->TakeSwept();
+    }
+}
+
+bool KilnUtil_LinuxRunKeepers::WaitForSweep(int waitMs)
+{
+    if (!m_nursery)
+        return false;
+    const std::optional<std::string> runID = m_nursery->ReceiveSwept(waitMs);
+    if (!runID)
+        return false;
+    const auto run = std::ranges::find(m_runs, *runID, &KilnUtil_KeptRun::RunID);
+    if (run != m_runs.end())
+        (*run)->TakeSwept();
+    return true;
+}
+
+void KilnUtil_LinuxRunKeepers::TakeResult(const QString &runID)
+{
+    // Many at once are cheaper.
+    constexpr int waitMs = 1000;
+    if (m_forgetsByItself && m_taken.empty())
+        QTimer::singleShot(waitMs, this, &KilnUtil_LinuxRunKeepers::ForgetResults);
+    m_taken.push_back(runID.toStdString());
+}
+
+void KilnUtil_LinuxRunKeepers::ForgetResults()
+{
+    if (m_taken.empty())
+        return;
+    const std::vector<std::string> taken = std::exchange(m_taken, {});
+    if (!m_journals.ClaimAll(taken, m_identity))
+        qCWarning(Taskmill_ProcessesLog, "The keepers' results could not be taken: no room on the disk?");
+    for (const std::string &runID : taken)
+        static_cast<void>(Taskmill_RunOutput{m_folder, runID}.Remove());
+}

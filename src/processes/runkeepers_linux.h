@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "processes/runkeepers.h"
+#include "wire/keeperclient.h"
+#include "wire/runjournals.h"
+
+#include <QList>
+#include <QStringList>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+class KilnUtil_KeptRun;
+class QSocketNotifier;
+
+/// The keepers of this system: taskmill-keeper, which src/keeper/ holds.
+class KilnUtil_LinuxRunKeepers final : public KilnUtil_RunKeepers
+{
+    Q_OBJECT
+
+public:
+    KilnUtil_LinuxRunKeepers(const QString &program, const QString &folder);
+    ~KilnUtil_LinuxRunKeepers() override;
+    Q_DISABLE_COPY_MOVE(KilnUtil_LinuxRunKeepers)
+
+    /// Starts the process that starts keepers, if there is none. False when that fails.
+    [[nodiscard]] bool StartNursery();
+
+    [[nodiscard]] QString NewRunID() const override;
+    [[nodiscard]] std::unique_ptr<KilnUtil_ProcessRun> NewRun(const QString &runID) override;
+    void SetOwner(const QString &identity, const QString &text,
+                  const std::function<bool(const QString &ownerText)> &mayTake) override;
+    [[nodiscard]] KilnUtil_FoundRun Find(const QString &runID) override;
+    void TakeResult(const QString &runID) override;
+    void ForgetResults() override;
+    void SetForgetsByItself(bool forgets) override { m_forgetsByItself = forgets; }
+
+    // For the runs:
+    [[nodiscard]] const std::string &Folder() const { return m_folder; }
+    void Add(KilnUtil_KeptRun &run) { m_runs.append(&run); }
+    void Remove(KilnUtil_KeptRun &run);
+    [[nodiscard]] Taskmill_RunConnection StartRun(Taskmill_RunOrder order);
+    /// TakeSwept() of the run comes when nothing of it is left.
+    void AwaitSweep(KilnUtil_KeptRun &run, bool isFromThisNursery);
+    /// False when none has come within that time.
+    bool WaitForSweep(int waitMs);
+
+private:
+    [[nodiscard]] KilnUtil_FoundRun Adopt(const std::string &runID, const std::string &owner);
+    [[nodiscard]] KilnUtil_FoundRun FindRecorded(const std::string &runID);
+    void ReadSwept();
+    void LoseNursery();
+
+    const std::string m_program;
+    const std::string m_folder;
+    std::string m_identity;
+    std::string m_owner; ///< identity and text
+    std::function<bool(const QString &ownerText)> m_mayTake;
+    std::optional<Taskmill_Nursery> m_nursery;
+    std::unique_ptr<QSocketNotifier> m_notifier;
+    QList<KilnUtil_KeptRun *> m_runs;
+    Taskmill_RunJournals m_journals;
+    qint64 m_waitedForAdoptionMs = 0;
+    std::vector<std::string> m_taken;
+    bool m_forgetsByItself = false;
+};

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#include "processes/runoutputfile.h"
+
+#include <utility>
+
+KilnUtil_RunOutputFile::KilnUtil_RunOutputFile(Taskmill_RunOutput file)
+    : m_file{std::move(file)}
+{
+}
+
+void KilnUtil_RunOutputFile::Append(QByteArrayView bytes)
+{
+    m_said.append(bytes);
+}
+
+qint64 KilnUtil_RunOutputFile::TotalSize() const
+{
+    return m_file.TotalSize() + m_said.size();
+}
+
+QByteArray KilnUtil_RunOutputFile::Content() const
+{
+    QByteArray content;
+    const bool isRead = m_file.Read([&content](std::string_view piece) {
+        content.append(piece.data(), static_cast<qsizetype>(piece.size()));
+    });
+    if (!isRead)
+        content += "\n[... the rest of the output could not be read ...]\n";
+    return content + m_said;
+}
+
+QByteArray KilnUtil_RunOutputFile::ReadFrom(qint64 &offset) const
+{
+    constexpr std::size_t pieceSize = std::size_t{1024} * 1024;
+    const qint64 inFile = m_file.TotalSize();
+    QByteArray bytes;
+    while (offset < inFile) {
+        long long position = offset;
+        const std::string piece = m_file.ReadFrom(position, pieceSize, m_hasEnded);
+        offset = position;
+        if (piece.empty())
+            break;
+        bytes.append(piece.data(), static_cast<qsizetype>(piece.size()));
+    }
+    if (offset >= inFile && offset < inFile + m_said.size() && m_hasEnded) {
+        bytes += m_said.sliced(offset - inFile);
+        offset = inFile + m_said.size();
+    }
+    return bytes;
+}
