@@ -145,10 +145,11 @@ bool Taskmill_Session::IsUserBusy() const
     return QApplication::activeModalWidget() || QApplication::activePopupWidget();
 }
 
-void Taskmill_Session::QuitLater()
+void Taskmill_Session::QuitLater(bool keepsJobs)
 {
+    const Taskmill_Ending ending = keepsJobs ? Taskmill_Ending::AskedToKeep : Taskmill_Ending::AskedToEnd;
     QMetaObject::invokeMethod(
-        this, [this] { QuitAtOnce(Taskmill_Ending::AskedToEnd); }, Qt::QueuedConnection);
+        this, [this, ending] { QuitAtOnce(ending); }, Qt::QueuedConnection);
 }
 
 void Taskmill_Session::ExitSlot()

@@ -71,7 +71,7 @@ private:
     void ShowInFront() override;
     void PutAway() override;
     [[nodiscard]] bool IsUserBusy() const override;
-    void QuitLater() override;
+    void QuitLater(bool keepsJobs) override;
 
     void ShutDown(Taskmill_Manager::End end);
     void StartConsole();

@@ -36,7 +36,7 @@ constexpr std::array Taskmill_CtlCommands{
     Taskmill_CtlCommand{"save", "[FILE]", 0, 1,
                         "Save the manager's project, to another file if one is named.", false},
     Taskmill_CtlCommand{"quit", "", 0, 0,
-                        "End the manager: its project is saved, its running jobs are killed.", false},
+                        "End the manager: its project is saved, its running jobs are killed or kept.", false},
     Taskmill_CtlCommand{"result", "FILE...", 1, Taskmill_AnyNumber,
                         "Show what output files say of their calculations.", false},
     Taskmill_CtlCommand{"resources", "INPUT...", 1, Taskmill_AnyNumber,

@@ -119,7 +119,12 @@ Lines SaveLines(const Options &options)
 
 Lines QuitLines(const Options &options)
 {
-    return options.IsSet("force") ? std::string{Taskmill_WireReplaces} + '\n' : std::string{};
+    std::string lines;
+    if (options.IsSet("force"))
+        lines.append(Taskmill_WireReplaces).append("\n");
+    if (options.IsSet("keep"))
+        lines.append(Taskmill_WireKeepsJobs).append("\n");
+    return lines;
 }
 
 Lines NoLines(const Options & /*options*/)
@@ -137,7 +142,7 @@ constexpr std::array commands{
     Command{"limit", "limitqueue", "", LimitLines},
     Command{"save", "saveproject", "force", SaveLines},
     Command{"types", "listjobtypes", "project", NoLines},
-    Command{"quit", "quit", "force", QuitLines},
+    Command{"quit", "quit", "force keep", QuitLines},
 };
 
 const Command *Find(std::string_view name)
@@ -154,18 +159,20 @@ bool Taskmill_IsManagerCommand(std::string_view name)
 
 std::vector<Taskmill_CtlOption> Taskmill_ManagerCommandOptions(std::string_view name)
 {
-    const std::array<Taskmill_CtlOption, 4> known{{
+    const std::array<Taskmill_CtlOption, 5> known{{
         {"since", "N", "Only jobs with a number beyond N."},
         {"running", "", "Remove the job also when it runs, which kills it."},
         {"force", "",
          name == "quit" ? "End also when the project was never saved to a file: it is lost then."
                         : "Replace another file that is there, or one that another program has changed."},
+        {"keep", "", "Let running jobs go on."},
         {"project", "FILE", "List the job types of this project file; no manager is asked."},
     }};
     std::vector<Taskmill_CtlOption> options;
     const std::string_view own = Find(name) ? Find(name)->options : std::string_view{};
-    std::ranges::copy_if(known, std::back_inserter(options),
-                         [own](const Taskmill_CtlOption &option) { return option.Name == own; });
+    std::ranges::copy_if(known, std::back_inserter(options), [own](const Taskmill_CtlOption &option) {
+        return own.find(option.Name) != own.npos;
+    });
     options.push_back({"json", "", "Print JSON."});
     return options;
 }

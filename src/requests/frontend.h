@@ -12,6 +12,7 @@ public:
     virtual void PutAway() = 0;
     /// Whether the user has a dialog or a menu open, which a question that came up by itself would disturb.
     [[nodiscard]] virtual bool IsUserBusy() const = 0;
-    /// Ends the program without a question as soon as the request is answered.
-    virtual void QuitLater() = 0;
+    /// Ends the program without a question as soon as the request is answered. Running jobs go on where they
+    /// can, or are killed.
+    virtual void QuitLater(bool keepsJobs) = 0;
 };

@@ -296,6 +296,6 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Quit(const Taskmill_Re
     // A project that has a file is saved to it.
     if (!request.Replaces && project.FilePath().isEmpty() && project.HasUnsavedChanges())
         return Outcome::Refused(u"the project was never saved and would be lost; save it to a file first"_s);
-    m_frontEnd.QuitLater();
+    m_frontEnd.QuitLater(request.KeepsJobs);
     return Outcome::Done(request, u"The manager ends."_s, {});
 }

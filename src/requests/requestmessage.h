@@ -18,6 +18,7 @@ struct Taskmill_ActionRequest
     QString SaveFile; ///< absolute; empty for the project's own
     bool Replaces = false;
     bool TakesRunning = false;
+    bool KeepsJobs = false;
     bool AnswersJson = false;
     qint32 Width = 0; ///< of a terminal, in columns; 0 for any
 };

@@ -16,7 +16,7 @@ public:
     void ShowInFront() override {}
     void PutAway() override {}
     bool IsUserBusy() const override { return false; }
-    void QuitLater() override {}
+    void QuitLater(bool) override {}
 };
 
 /// Answers as the test says, and remembers what it was opened with.
