@@ -70,14 +70,14 @@ Lines ListLines(const Options &options)
 {
     std::string lines;
     if (!options.Positional().empty()) {
-        const Lines list = WordLine(Taskmill_WireJobList, options.Positional().front(),
-                                    {"long", "short", "queueless", "finished"});
+        Lines list = WordLine(Taskmill_WireJobList, options.Positional().front(),
+                              {"long", "short", "queueless", "finished"});
         if (!list)
             return list;
         lines += *list;
     }
     if (options.IsSet("since")) {
-        const Lines since = NumberLine(Taskmill_WireJobsSince, options.Value("since"), 0, "--since");
+        Lines since = NumberLine(Taskmill_WireJobsSince, options.Value("since"), 0, "--since");
         if (!since)
             return since;
         lines += *since;
