@@ -35,7 +35,7 @@ public:
     [[nodiscard]] QDateTime ClockTime() const;
 
     /// A time that is not set is the earliest.
-    auto operator<=>(const Taskmill_JobTime &) const = default;
+    auto operator<=>(const Taskmill_JobTime &) const = default; // NOLINT(modernize-use-nullptr): is none
 
 private:
     static constexpr qint64 NotSet = std::numeric_limits<qint64>::min();
