@@ -45,6 +45,7 @@ void ResetSignals()
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
+/// To return ends the new process without anything else, as _exit() would.
 int BecomeJob(void *data)
 {
     constexpr int neverSeen = 127;
@@ -53,7 +54,7 @@ int BecomeJob(void *data)
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     // It may have ended before that was in force.
     if (getppid() != plan.keeper)
-        _exit(neverSeen);
+        return neverSeen;
     dup2(plan.input, STDIN_FILENO);
     dup2(plan.output, STDOUT_FILENO);
     dup2(plan.output, STDERR_FILENO);
@@ -62,7 +63,7 @@ int BecomeJob(void *data)
     if (*plan.directory && chdir(plan.directory) != 0) {
         plan.error = errno;
         plan.isDirectoryMissing = true;
-        _exit(neverSeen);
+        return neverSeen;
     }
     if (plan.openFiles > 0) {
         rlimit limit{};
@@ -73,7 +74,7 @@ int BecomeJob(void *data)
     ResetSignals();
     execve(plan.arguments[0], plan.arguments, plan.environment);
     plan.error = errno;
-    _exit(neverSeen);
+    return neverSeen;
 }
 
 /// The opening of a pipe with a name would wait for its other end.
