@@ -200,19 +200,24 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Remove(const Taskmill_
                          {{u"id"_s, request.JobNumber}});
 }
 
+Taskmill_QueueOwner *Taskmill_ManagerActions::QueueNamed(const QString &name)
+{
+    const auto owners = m_manager.Destinations().All();
+    const auto named = std::ranges::find_if(owners, [&name](const Taskmill_QueueOwner *owner) {
+        return owner->Queue() && IsNamed(name, NameOf(*owner));
+    });
+    return named == owners.end() ? nullptr : *named;
+}
+
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::SetPaused(const Taskmill_RequestMessage &request,
                                                                     bool isPaused)
 {
-    for (Taskmill_QueueOwner *owner : m_manager.Destinations().All()) {
-        if (!owner->Queue() || !IsNamed(request.QueueName, NameOf(*owner)))
-            continue;
-        owner->Queue()->SetPaused(isPaused);
-        return Outcome::Done(
-            request,
-            (isPaused ? u"The %1 is paused."_s : u"The %1 is no longer paused."_s).arg(owner->ListName()),
-            {{u"queue"_s, NameOf(*owner)}});
-    }
-    return Outcome::Refused(u"there is no queue \"%1\""_s.arg(request.QueueName));
+    const Taskmill_QueueOwner *owner = QueueNamed(request.QueueName);
+    if (!owner)
+        return Outcome::Refused(u"there is no queue \"%1\""_s.arg(request.QueueName));
+    owner->Queue()->SetPaused(isPaused);
+    const QString line = isPaused ? u"The %1 is paused."_s : u"The %1 is no longer paused."_s;
+    return Outcome::Done(request, line.arg(owner->ListName()), {{u"queue"_s, NameOf(*owner)}});
 }
 
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Pause(const Taskmill_RequestMessage &request)
@@ -229,16 +234,14 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Limit(const Taskmill_R
 {
     if (request.QueueLimit < 1)
         return Outcome::Refused(u"a limit is a number from 1 on"_s);
-    for (Taskmill_QueueOwner *owner : m_manager.Destinations().All()) {
-        if (!owner->Queue() || !IsNamed(request.QueueName, NameOf(*owner)))
-            continue;
-        owner->Queue()->SetMaxRunningJobs(request.QueueLimit);
-        return Outcome::Done(request,
-                             u"The %1 runs at most %2 jobs at a time."_s.arg(
-                                 owner->ListName(), QString::number(request.QueueLimit)),
-                             {{u"queue"_s, NameOf(*owner)}, {u"limit"_s, request.QueueLimit}});
-    }
-    return Outcome::Refused(u"there is no queue \"%1\""_s.arg(request.QueueName));
+    const Taskmill_QueueOwner *owner = QueueNamed(request.QueueName);
+    if (!owner)
+        return Outcome::Refused(u"there is no queue \"%1\""_s.arg(request.QueueName));
+    owner->Queue()->SetMaxRunningJobs(request.QueueLimit);
+    return Outcome::Done(request,
+                         u"The %1 runs at most %2 jobs at a time."_s.arg(owner->ListName(),
+                                                                         QString::number(request.QueueLimit)),
+                         {{u"queue"_s, NameOf(*owner)}, {u"limit"_s, request.QueueLimit}});
 }
 
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Save(const Taskmill_RequestMessage &request)

@@ -42,6 +42,8 @@ private:
     [[nodiscard]] Outcome Types(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Quit(const Taskmill_RequestMessage &request);
 
+    /// The queue "long" or "short"; nullptr for any other name.
+    [[nodiscard]] Taskmill_QueueOwner *QueueNamed(const QString &name);
     [[nodiscard]] Outcome SetPaused(const Taskmill_RequestMessage &request, bool isPaused);
 
     [[nodiscard]] bool IsUserAsked() const;
