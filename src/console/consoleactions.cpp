@@ -51,7 +51,7 @@ QString Taskmill_ConsoleActions::JobText(int jobID) const
 {
     if (Taskmill_QueueOwner *owner = OwnerOfJob(jobID))
         owner->Jobs().FindByJobID(jobID)->GatherOutput();
-    const Taskmill_JobRecord *job = FindRecord(jobID);
+    const std::optional<Taskmill_JobRecord> job = FindRecord(jobID);
     if (!job)
         return u"\n<Taskmill> There is no job %1.\n\n"_s.arg(jobID);
     return u'\n' + Taskmill_JobText(*job, m_context.Manager.FinishedJobs().OutputOf(*job)) + u'\n';
@@ -151,7 +151,7 @@ Taskmill_QueueOwner *Taskmill_ConsoleActions::OwnerOfJob(int jobID) const
     return m_context.Manager.Destinations().OwnerOfJob(jobID);
 }
 
-const Taskmill_JobRecord *Taskmill_ConsoleActions::FindRecord(int jobID) const
+std::optional<Taskmill_JobRecord> Taskmill_ConsoleActions::FindRecord(int jobID) const
 {
     return m_context.Manager.FindJob(jobID);
 }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "jobs/destination.h"
-#include "jobs/jobtype.h"
+#include "jobs/jobrecord.h"
 #include "manager/runningjobs.h"
 
 #include <functional>
@@ -14,7 +14,6 @@ class Taskmill_Manager;
 class Taskmill_Project;
 class Taskmill_QueueOwner;
 class Taskmill_QueuelessJobsList;
-struct Taskmill_JobRecord;
 
 /// What the console reaches of the manager. All of it outlives the console.
 struct Taskmill_ConsoleContext
@@ -62,8 +61,8 @@ public:
     /// The owner of the job's queue; nullptr when the job is in none.
     [[nodiscard]] Taskmill_QueueOwner *OwnerOfJob(int jobID) const;
 
-    /// The record of a job, wherever it is, for as long as nothing changes; nullptr when there is none.
-    [[nodiscard]] const Taskmill_JobRecord *FindRecord(int jobID) const;
+    /// See Taskmill_Manager::FindJob().
+    [[nodiscard]] std::optional<Taskmill_JobRecord> FindRecord(int jobID) const;
 
     [[nodiscard]] QStringList Notices() const { return m_context.Notices; }
     [[nodiscard]] Taskmill_Destinations &Destinations() const;

@@ -95,7 +95,7 @@ void Taskmill_ConsoleFollower::Run()
 void Taskmill_ConsoleFollower::PrintTheEnd()
 {
     m_conversation.PrintFromMainThread([this](Taskmill_ConsoleActions &actions) {
-        const Taskmill_JobRecord *job = actions.FindRecord(m_jobID);
+        const std::optional<Taskmill_JobRecord> job = actions.FindRecord(m_jobID);
         const QString status = job ? u": "_s + Taskmill_JobStatusText(job->Status).toLower() : QString{};
         return (m_endsLine ? u"\n"_s : u"\n\n"_s) +
                u"<Taskmill> Job %1 has ended%2.\n\n"_s.arg(QString::number(m_jobID), status);

@@ -465,6 +465,11 @@ bool Taskmill_Database::DeleteFinishedJobs(const QList<qint32> &jobIDs)
     return m_finishedJobs.DeleteAll(jobIDs);
 }
 
+bool Taskmill_Database::DeleteFinishedRows(const QList<qint64> &keys)
+{
+    return m_finishedJobs.DeleteRows(keys);
+}
+
 QList<Taskmill_JobRecord> Taskmill_Database::GetLongJobs()
 {
     return m_longJobs.GetAll();
@@ -485,14 +490,35 @@ QList<Taskmill_JobRecord> Taskmill_Database::GetFinishedJobs()
     return m_finishedJobs.GetAll();
 }
 
-QList<Taskmill_JobRecord> Taskmill_Database::GetFinishedJobsWithShortOutputs(int longestOutput)
+QList<Taskmill_JobRecord> Taskmill_Database::GetFinishedJobsWithoutOutputs()
 {
-    return m_finishedJobs.GetAll(longestOutput);
+    return m_finishedJobs.GetAllWithoutOutputs();
 }
 
-QString Taskmill_Database::GetFinishedJobOutput(qint32 jobID)
+QList<Taskmill_FinishedRow> Taskmill_Database::GetFinishedRows()
 {
-    return m_finishedJobs.GetOutput(jobID);
+    return m_finishedJobs.Rows();
+}
+
+std::optional<Taskmill_JobRecord> Taskmill_Database::GetFinishedJob(qint64 key)
+{
+    return m_finishedJobs.Get(key);
+}
+
+QString Taskmill_Database::GetFinishedJobOutput(qint64 key)
+{
+    return m_finishedJobs.GetOutput(key);
+}
+
+std::unique_ptr<Taskmill_FinishedJobReader>
+Taskmill_Database::MakeFinishedJobReader(const QStringList &columns)
+{
+    return m_finishedJobs.MakeReader(columns);
+}
+
+QHash<qint32, Taskmill_AddedFields::Fields> Taskmill_Database::GetAddedFieldsOfJobs()
+{
+    return AddedFields().Read(Connection(), Taskmill_FieldOwner::Job, u"SELECT OwnerID FROM AddedFields"_s);
 }
 
 qint32 Taskmill_Database::LargestJobID()

@@ -120,6 +120,8 @@ public:
     bool DeleteQueuelessJob(qint32 jobID);
     bool DeleteFinishedJob(qint32 jobID);
     bool DeleteFinishedJobs(const QList<qint32> &jobIDs);
+    /// By the table's own keys, which are in rising order.
+    bool DeleteFinishedRows(const QList<qint64> &keys);
 
     /// All rows in table order. A row whose job type was deleted gets a type without a name, made of what the
     /// row itself says. Finished jobs have the program and the command line that ran.
@@ -127,11 +129,19 @@ public:
     [[nodiscard]] QList<Taskmill_JobRecord> GetShortJobs();
     [[nodiscard]] QList<Taskmill_JobRecord> GetQueuelessJobs();
     [[nodiscard]] QList<Taskmill_JobRecord> GetFinishedJobs();
-    /// The same with no more than so many characters of each output, as all of them together may be larger
-    /// than the memory.
-    [[nodiscard]] QList<Taskmill_JobRecord> GetFinishedJobsWithShortOutputs(int longestOutput);
-    /// The captured output of the finished job of that number; empty when there is none.
-    [[nodiscard]] QString GetFinishedJobOutput(qint32 jobID);
+    /// The same without their outputs, as all of these together may be larger than the memory.
+    [[nodiscard]] QList<Taskmill_JobRecord> GetFinishedJobsWithoutOutputs();
+    /// The keys and numbers of the finished jobs, in table order, which are read once.
+    [[nodiscard]] QList<Taskmill_FinishedRow> GetFinishedRows();
+    /// One finished job by the table's own key, without its output, and with its job type as it was when the
+    /// rows were read.
+    [[nodiscard]] std::optional<Taskmill_JobRecord> GetFinishedJob(qint64 key);
+    [[nodiscard]] QString GetFinishedJobOutput(qint64 key);
+    /// What reads many of them, with these columns or, when none is named, all but the output.
+    [[nodiscard]] std::unique_ptr<Taskmill_FinishedJobReader>
+    MakeFinishedJobReader(const QStringList &columns = {});
+    /// What no table has a column for, of all jobs.
+    [[nodiscard]] QHash<qint32, Taskmill_AddedFields::Fields> GetAddedFieldsOfJobs();
     /// The largest job number of the four job tables; -1 when they hold none.
     [[nodiscard]] qint32 LargestJobID();
 

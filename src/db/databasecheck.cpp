@@ -160,7 +160,8 @@ int CheckPages(sqlite3 *database)
 
 } // namespace
 
-int Taskmill_CheckDatabaseFile(sqlite3 *database, const QString &path, QString &reason)
+int Taskmill_CheckDatabaseFile(sqlite3 *database, const QString &path, QString &reason,
+                               const std::function<void()> &beforePages)
 {
     int result = Begin(database);
     if (HasOpenJournal(result, path)) {
@@ -180,5 +181,9 @@ int Taskmill_CheckDatabaseFile(sqlite3 *database, const QString &path, QString &
         if (result == SQLITE_OK)
             result = check(database, reason);
     }
-    return result == SQLITE_OK ? CheckPages(database) : result;
+    if (result != SQLITE_OK)
+        return result;
+    if (beforePages)
+        beforePages();
+    return CheckPages(database);
 }

@@ -12,7 +12,7 @@
 #include <QFileInfo>
 #include <QRandomGenerator>
 
-#include <filesystem>
+#include <future>
 #include <limits>
 #include <memory>
 
@@ -100,14 +100,16 @@ int MakeProjectFile(const QString &path)
 }
 
 /// Opens a file and leaves it in a read transaction if it may be loaded.
-int OpenChecked(const QString &path, FileDatabase &source, QString &reason)
+int OpenChecked(const QString &path, FileDatabase &source, QString &reason,
+                const std::function<void()> &beforePages = {})
 {
     // A device or a pipe could block for ever.
     const QFileInfo file{path};
     if (!file.isFile())
         return SQLITE_CANTOPEN;
     const int result = OpenFile(file.absoluteFilePath(), SQLITE_OPEN_READONLY, source);
-    return result == SQLITE_OK ? Taskmill_CheckDatabaseFile(source.get(), file.absoluteFilePath(), reason)
+    return result == SQLITE_OK ? Taskmill_CheckDatabaseFile(source.get(), file.absoluteFilePath(), reason,
+                                                            beforePages)
                                : result;
 }
 
@@ -118,26 +120,67 @@ int Load(sqlite3 *database, const QString &path, QString &reason)
     return result == SQLITE_OK ? CopyContent(source.get(), database) : result;
 }
 
-/// Without waiting until it is on the disk, as Qt would.
-bool CopyBytes(const QString &path, const QString &newFile)
+/// Copies the bytes of a file on a thread of its own, without waiting until they are on the disk.
+class BackgroundCopy
 {
-    std::error_code error;
-    return std::filesystem::copy_file(QFileInfo{path}.filesystemAbsoluteFilePath(),
-                                      QFileInfo{newFile}.filesystemAbsoluteFilePath(), error) &&
-           QFile::setPermissions(newFile, ownerOnly);
-}
+public:
+    BackgroundCopy(const QString &path, const QString &newFile)
+        : m_from{path}
+        , m_newFile{newFile}
+    {
+    }
+
+    void Start()
+    {
+        m_copies = std::async(std::launch::async, [this] { return Copy(); });
+    }
+    [[nodiscard]] bool IsStarted() const { return m_copies.valid(); }
+    bool Wait() { return m_copies.get(); }
+
+private:
+    bool Copy()
+    {
+        QFile newFile{m_newFile};
+        if (!m_from.open(QIODevice::ReadOnly | QIODevice::Unbuffered) ||
+            !newFile.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered, ownerOnly))
+            return false;
+        constexpr qsizetype blockSize = 1 << 20;
+        QByteArray block{blockSize, Qt::Uninitialized};
+        qint64 size = 0;
+        while ((size = m_from.read(block.data(), blockSize)) > 0) {
+            if (newFile.write(block.constData(), size) != size)
+                return false;
+        }
+        newFile.close();
+        return size == 0 && newFile.error() == QFileDevice::NoError;
+    }
+
+    /// Open as long as this lives: closing it would give up the lock that keeps others from changing the file.
+    QFile m_from;
+    const QString m_newFile;
+    std::future<bool> m_copies;
+};
 
 /// The same into a new file.
 int LoadIntoFile(const QString &newFile, const QString &path, QString &reason)
 {
+    // Checking every page of a large file takes longer than copying it. What stands in a log beside the file
+    // is not in its bytes.
+    BackgroundCopy bytes{path, newFile};
     FileDatabase source;
-    int result = OpenChecked(path, source, reason);
+    int result = OpenChecked(path, source, reason, [&] {
+        if (QFileInfo{path + u"-wal"_s}.size() == 0)
+            bytes.Start();
+    });
+    if (bytes.IsStarted()) {
+        const bool isCopied = bytes.Wait();
+        if (result == SQLITE_OK && isCopied)
+            return SQLITE_OK;
+        QFile::remove(newFile);
+        return result == SQLITE_OK ? SQLITE_FULL : result;
+    }
     if (result != SQLITE_OK)
         return result;
-    // The system copies faster, but not what stands in a log beside the file. The lock that keeps others from
-    // changing it goes with the closing of another handle, when the copy is complete.
-    if (QFileInfo{path + u"-wal"_s}.size() == 0)
-        return CopyBytes(path, newFile) ? SQLITE_OK : SQLITE_FULL;
     FileDatabase copy;
     result = OpenFile(newFile, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, copy);
     if (result == SQLITE_OK)

@@ -1,13 +1,32 @@
 // SPDX-License-Identifier: MIT
 #include "db/finishedjobstore.h"
 
+#include "db/database.h"
+#include "db/jobfields.h"
 #include "db/recordfields.h"
+#include "db/rowcursor.h"
+
+#include <algorithm>
+#include <limits>
 
 using namespace Qt::Literals::StringLiterals;
 
 Taskmill_FinishedJobStore::Taskmill_FinishedJobStore(Taskmill_Database &database)
     : Taskmill_JobTableStore{database, Taskmill_Table::FinishedJobs, u"FinishedJobID"_s}
 {
+}
+
+void Taskmill_FinishedJobStore::Forget()
+{
+    Taskmill_JobTableStore::Forget();
+    m_jobTypes.clear();
+    m_single.reset();
+}
+
+void Taskmill_FinishedJobStore::ForgetKeys()
+{
+    Taskmill_JobTableStore::ForgetKeys();
+    m_rows.reset();
 }
 
 bool Taskmill_FinishedJobStore::Insert(const Taskmill_JobRecord &job, bool forceNew, qint32 *outID)
@@ -19,52 +38,164 @@ bool Taskmill_FinishedJobStore::Insert(const Taskmill_JobRecord &job, bool force
     AddClientFields(fields, job);
     fields.AddText(u"StdOutAndStdErr"_s, job.StdOutAndStdErr);
     AddTrailingFields(fields, job);
-    return InsertJob(fields, job, forceNew, outID);
+    qint32 key = -1;
+    if (!InsertJob(fields, job, forceNew, &key))
+        return false;
+    if (outID)
+        *outID = key;
+    // Without forceNew the key may be that of an older row.
+    if (m_rows && (m_rows->isEmpty() || m_rows->last().Key < key))
+        m_rows->append({key, job.JobID});
+    return true;
 }
 
 bool Taskmill_FinishedJobStore::DeleteAll(const QList<qint32> &jobIDs)
 {
-    // The table has no index on the number, so that every statement reads it whole. The text of one is
-    // limited to a million bytes.
-    constexpr qsizetype mostAtOnce = 50'000;
-    bool deleted = true;
-    for (qsizetype first = 0; first < jobIDs.size(); first += mostAtOnce) {
-        const QList<qint32> some = jobIDs.sliced(first, qMin(mostAtOnce, jobIDs.size() - first));
-        deleted =
-            InTransaction([&] { return DeleteRowsOf(some) && RemoveFieldsOfGoneJobs(some); }) && deleted;
+    QList<qint64> keys;
+    const QList<Taskmill_FinishedRow> rows = Rows();
+    const QSet<qint32> wanted{jobIDs.begin(), jobIDs.end()};
+    for (const Taskmill_FinishedRow &row : rows) {
+        if (wanted.contains(row.JobID))
+            keys.append(row.Key);
     }
+    return DeleteRows(keys);
+}
+
+QList<qint32> Taskmill_FinishedJobStore::TakeOut(const QList<qint64> &keys)
+{
+    QList<qint32> jobIDs;
+    if (!m_rows)
+        Load();
+    // The rows are in rising order too, and what is removed stands together as a rule.
+    const auto begin = std::ranges::lower_bound(*m_rows, keys.first(), {}, &Taskmill_FinishedRow::Key);
+    const auto end = std::ranges::upper_bound(*m_rows, keys.last(), {}, &Taskmill_FinishedRow::Key);
+    auto key = keys.cbegin();
+    const auto left = std::remove_if(begin, end, [&](const Taskmill_FinishedRow &row) {
+        while (key != keys.cend() && *key < row.Key)
+            ++key;
+        const bool isGone = key != keys.cend() && *key == row.Key;
+        if (isGone)
+            jobIDs.append(row.JobID);
+        return isGone;
+    });
+    m_rows->erase(left, end);
+    return jobIDs;
+}
+
+bool Taskmill_FinishedJobStore::DeleteRows(const QList<qint64> &keys)
+{
+    if (keys.isEmpty() || !Database().IsOpen())
+        return keys.isEmpty();
+    const QString statement = u"DELETE FROM FinishedJobs WHERE %1 BETWEEN ? AND ?"_s.arg(RowKeyColumn());
+    const bool deleted = InTransaction([&] {
+        // Neighbours at once.
+        for (auto first = keys.cbegin(); first != keys.cend();) {
+            auto last = first;
+            while (last + 1 != keys.cend() && *(last + 1) == *last + 1)
+                ++last;
+            if (!RunPrepared(statement, {*first, *last}))
+                return false;
+            first = last + 1;
+        }
+        return RemoveFieldsOfGoneJobs(TakeOut(keys));
+    });
+    if (!deleted)
+        ForgetKeys();
     return deleted;
 }
 
-bool Taskmill_FinishedJobStore::DeleteRowsOf(const QList<qint32> &jobIDs)
+QString Taskmill_FinishedJobStore::RowKeyColumn() const
 {
-    QStringList numbers;
-    for (const qint32 jobID : jobIDs)
-        numbers.append(QString::number(jobID));
-    if (!Execute(u"DELETE FROM "_s + TableName() + u" WHERE JobID IN ("_s + numbers.join(u',') + u')'))
-        return false;
-    ForgetKeysOf(jobIDs);
-    return true;
+    return IsInMemory() ? u"rowid"_s : KeyColumn();
 }
 
-QList<Taskmill_JobRecord> Taskmill_FinishedJobStore::GetAll(std::optional<int> longestOutput)
+void Taskmill_FinishedJobStore::Load()
+{
+    m_single.reset();
+    m_jobTypes = JobTypesByID();
+    QList<Taskmill_FinishedRow> &rows = m_rows.emplace();
+    Taskmill_RowCursor cursor{Connection(), u"SELECT %1, JobID FROM FinishedJobs ORDER BY 1"_s.arg(RowKeyColumn())};
+    while (cursor.Next())
+        rows.append({cursor.LongInteger(0), cursor.Integer(1)});
+}
+
+QList<Taskmill_FinishedRow> Taskmill_FinishedJobStore::Rows()
 {
     if (!Open())
         return {};
-    QString columns = ColumnsToRead().join(u',');
-    if (longestOutput)
-        columns.replace(u"StdOutAndStdErr"_s,
-                        u"substr(StdOutAndStdErr,1,%1) AS StdOutAndStdErr"_s.arg(*longestOutput));
-    return ReadJobs(columns);
+    // Another program may have changed what is no database in memory.
+    if (!m_rows || !IsInMemory())
+        Load();
+    return *m_rows;
 }
 
-QString Taskmill_FinishedJobStore::GetOutput(qint32 jobID)
+bool Taskmill_FinishedJobStore::Contains(qint32 jobID)
 {
-    if (!Open())
-        return {};
-    QSqlQuery query{Connection()};
-    query.setForwardOnly(true);
-    const QString statement =
-        u"SELECT StdOutAndStdErr FROM FinishedJobs WHERE JobID = %1 LIMIT 1"_s.arg(jobID);
-    return query.exec(statement) && query.next() ? query.value(0).toString() : QString{};
+    const QList<Taskmill_FinishedRow> rows = Rows();
+    return std::ranges::find(rows, jobID, &Taskmill_FinishedRow::JobID) != rows.end();
+}
+
+qint32 Taskmill_FinishedJobStore::LargestJobID()
+{
+    // As in the other tables.
+    qint32 largest = -1;
+    const QList<Taskmill_FinishedRow> rows = Rows();
+    for (const Taskmill_FinishedRow &row : rows) {
+        if (row.JobID < std::numeric_limits<qint32>::max())
+            largest = std::max(largest, row.JobID);
+    }
+    return largest;
+}
+
+QList<Taskmill_JobRecord> Taskmill_FinishedJobStore::GetAll()
+{
+    return Open() ? ReadJobs(ColumnsToRead().join(u',')) : QList<Taskmill_JobRecord>{};
+}
+
+QStringList Taskmill_FinishedJobStore::ColumnsWithoutOutput() const
+{
+    QStringList columns = ColumnsToRead();
+    columns.removeAll(u"StdOutAndStdErr"_s);
+    return columns;
+}
+
+QList<Taskmill_JobRecord> Taskmill_FinishedJobStore::GetAllWithoutOutputs()
+{
+    return Open() ? ReadJobs(ColumnsWithoutOutput().join(u',')) : QList<Taskmill_JobRecord>{};
+}
+
+std::optional<Taskmill_JobRecord> Taskmill_FinishedJobStore::Get(qint64 key)
+{
+    if (!m_single)
+        m_single = MakeReader({});
+    std::optional<Taskmill_JobRecord> job = m_single->Find(key);
+    if (job && AddedFields().Has(Connection(), Taskmill_FieldOwner::Job, job->JobID)) {
+        const auto fields = AddedFields().Read(Connection(), Taskmill_FieldOwner::Job,
+                                               QString::number(job->JobID));
+        Taskmill_SetFieldsOfJob(*job, fields.value(job->JobID));
+    }
+    return job;
+}
+
+QString Taskmill_FinishedJobStore::GetOutput(qint64 key)
+{
+    QSqlQuery *query = Open() ? Prepared(u"SELECT StdOutAndStdErr FROM FinishedJobs WHERE %1 = ?"_s.arg(RowKeyColumn()))
+                              : nullptr;
+    QString output;
+    if (query && Taskmill_DatabaseStatements::Run(*query, {key}) && query->next())
+        output = query->value(0).toString();
+    if (query)
+        query->finish();
+    return output;
+}
+
+std::unique_ptr<Taskmill_FinishedJobReader> Taskmill_FinishedJobStore::MakeReader(const QStringList &columns)
+{
+    if (!m_rows && Open())
+        Load();
+    QStringList wanted = ColumnsWithoutOutput();
+    if (!columns.isEmpty())
+        wanted.removeIf([&columns](const QString &name) { return !columns.contains(name); });
+    return std::make_unique<Taskmill_FinishedJobReader>(Connection(), Database().StoragePath(),
+                                                        RowKeyColumn(), wanted, m_jobTypes);
 }

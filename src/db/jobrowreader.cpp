@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "db/jobrowreader.h"
 
-#include "db/database.h"
 #include "db/rowcursor.h"
 
-Taskmill_JobRowReader::Taskmill_JobRowReader(Taskmill_Database &database, Taskmill_RowCursor &rows)
-    : m_database{database}
+#include <utility>
+
+Taskmill_JobRowReader::Taskmill_JobRowReader(Taskmill_JobTypesByID jobTypes, Taskmill_RowCursor &rows)
+    : m_jobTypes{std::move(jobTypes)}
     , m_rows{rows}
 {
 }
@@ -61,10 +62,7 @@ QString Taskmill_JobRowReader::DerivedOutputFile(const Taskmill_JobRecord &job)
 Taskmill_JobType Taskmill_JobRowReader::JobType()
 {
     const qint32 jobTypeID = m_rows.Integer(m_jobTypeID);
-    auto known = m_jobTypes.constFind(jobTypeID);
-    if (known == m_jobTypes.constEnd())
-        known = m_jobTypes.insert(jobTypeID, m_database.GetJobType(jobTypeID));
-    Taskmill_JobType jobType = *known;
+    Taskmill_JobType jobType = m_jobTypes.value(jobTypeID);
     // What ran, where it is asked for. Of a job type that was deleted nothing else is known, and with
     // this the job can at least be recorded again.
     if (const QString executable = m_rows.Text(m_executablePath); !executable.isEmpty()) {

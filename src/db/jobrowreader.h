@@ -5,16 +5,18 @@
 
 #include <QHash>
 
-class Taskmill_Database;
 class Taskmill_RowCursor;
+
+/// The job types of a project by their keys.
+using Taskmill_JobTypesByID = QHash<qint32, Taskmill_JobType>;
 
 /// Reads the rows of one job table. The positions of the columns are looked up once; a column that the table
 /// does not have reads as empty.
 class Taskmill_JobRowReader
 {
 public:
-    /// Both must outlive the reader.
-    Taskmill_JobRowReader(Taskmill_Database &database, Taskmill_RowCursor &rows);
+    /// The rows must outlive the reader.
+    Taskmill_JobRowReader(Taskmill_JobTypesByID jobTypes, Taskmill_RowCursor &rows);
 
     /// Of the current row. The queue's name is for a table that has no column for it.
     [[nodiscard]] Taskmill_JobRecord Read(const QString &queueName);
@@ -32,9 +34,8 @@ private:
         QString ofOutput;
     };
 
-    Taskmill_Database &m_database;
+    const Taskmill_JobTypesByID m_jobTypes;
     Taskmill_RowCursor &m_rows;
-    QHash<qint32, Taskmill_JobType> m_jobTypes;
     Ending m_endingBefore;
     const int m_name = Column(QStringLiteral("Name"));
     const int m_jobTypeID = Column(QStringLiteral("JobTypeID"));

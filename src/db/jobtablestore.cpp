@@ -116,6 +116,15 @@ bool Taskmill_JobTableStore::RemoveFieldsOfGoneJobs(const QList<qint32> &jobIDs)
     return Database().RemoveFieldsOfGoneJobs(jobIDs);
 }
 
+Taskmill_JobTypesByID Taskmill_JobTableStore::JobTypesByID() const
+{
+    Taskmill_JobTypesByID types;
+    const QList<Taskmill_JobType> all = Database().GetJobTypes();
+    for (const Taskmill_JobType &type : all)
+        types.insert(type.JobTypeID, type);
+    return types;
+}
+
 QStringList Taskmill_JobTableStore::ColumnsToRead() const
 {
     static const QStringList neverRead{u"Created"_s, u"LastModified"_s};
@@ -134,7 +143,7 @@ QList<Taskmill_JobRecord> Taskmill_JobTableStore::ReadJobs(const QString &column
     const auto addedFields =
         AddedFields().Read(Connection(), Taskmill_FieldOwner::Job, u"SELECT JobID FROM "_s + m_tableName);
     Taskmill_RowCursor rows{Connection(), u"SELECT "_s + columns + u" FROM "_s + m_tableName};
-    Taskmill_JobRowReader reader{Database(), rows};
+    Taskmill_JobRowReader reader{JobTypesByID(), rows};
     while (rows.Next()) {
         jobs.append(reader.Read(queueName));
         if (const auto fields = addedFields.constFind(jobs.last().JobID); fields != addedFields.constEnd())

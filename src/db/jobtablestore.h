@@ -2,6 +2,7 @@
 #pragma once
 
 #include "db/databaseschema.h"
+#include "db/jobrowreader.h"
 #include "db/tablestore.h"
 #include "jobs/jobrecord.h"
 
@@ -16,13 +17,13 @@ public:
 
     void Forget() override;
     /// The keys alone, which a failed transaction may have left wrong.
-    void ForgetKeys() { m_keys.reset(); }
+    virtual void ForgetKeys() { m_keys.reset(); }
 
     [[nodiscard]] const QString &TableName() const { return m_tableName; }
     /// Whether the table has a row of the job.
-    [[nodiscard]] bool Contains(qint32 jobID) { return Keys().contains(jobID); }
+    [[nodiscard]] virtual bool Contains(qint32 jobID) { return Keys().contains(jobID); }
     /// -1 when the table holds none.
-    [[nodiscard]] qint32 LargestJobID();
+    [[nodiscard]] virtual qint32 LargestJobID();
 
 protected:
     using KeysOfJobs = QMultiHash<qint32, qint32>;
@@ -43,6 +44,7 @@ protected:
     [[nodiscard]] KeysOfJobs &Keys();
     void ForgetKeysOf(const QList<qint32> &jobIDs);
 
+    [[nodiscard]] Taskmill_JobTypesByID JobTypesByID() const;
     /// The names of the columns that are read, in the order of the table.
     [[nodiscard]] QStringList ColumnsToRead() const;
     /// The columns as they stand behind SELECT. Every row of a table that has no column for the queue gets

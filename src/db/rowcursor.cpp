@@ -25,19 +25,34 @@ QByteArrayView BytesOf(sqlite3_stmt *statement, int column)
 } // namespace
 
 Taskmill_RowCursor::Taskmill_RowCursor(const QSqlDatabase &connection, const QString &statement)
-    : m_query{connection}
 {
     if (sqlite3 *database = SQLiteHandle(connection)) {
-        sqlite3_prepare_v2(database, statement.toUtf8().constData(), -1, &m_statement, nullptr);
-        for (int column = 0; column < sqlite3_column_count(m_statement); ++column)
-            m_columns.append(QString::fromUtf8(sqlite3_column_name(m_statement, column)));
-    } else {
-        m_query.setForwardOnly(true);
-        m_query.exec(statement);
-        const QSqlRecord record = m_query.record();
-        for (int column = 0; column < record.count(); ++column)
-            m_columns.append(record.fieldName(column));
+        Prepare(database, statement);
+        return;
     }
+    m_query.emplace(connection);
+    m_query->setForwardOnly(true);
+    // What has places for values is run by Start().
+    if (statement.contains(u'?'))
+        m_query->prepare(statement);
+    else
+        m_query->exec(statement);
+    const QSqlRecord record = m_query->record();
+    for (int column = 0; column < record.count(); ++column)
+        m_columns.append(record.fieldName(column));
+    m_before.resize(m_columns.size());
+}
+
+Taskmill_RowCursor::Taskmill_RowCursor(sqlite3 *database, const QString &statement)
+{
+    Prepare(database, statement);
+}
+
+void Taskmill_RowCursor::Prepare(sqlite3 *database, const QString &statement)
+{
+    sqlite3_prepare_v2(database, statement.toUtf8().constData(), -1, &m_statement, nullptr);
+    for (int column = 0; column < sqlite3_column_count(m_statement); ++column)
+        m_columns.append(QString::fromUtf8(sqlite3_column_name(m_statement, column)));
     m_before.resize(m_columns.size());
 }
 
@@ -46,9 +61,31 @@ Taskmill_RowCursor::~Taskmill_RowCursor()
     sqlite3_finalize(m_statement);
 }
 
+void Taskmill_RowCursor::Start(std::initializer_list<qint64> values)
+{
+    int place = 0;
+    sqlite3_reset(m_statement);
+    for (const qint64 value : values) {
+        if (m_query)
+            m_query->bindValue(place++, value);
+        else
+            sqlite3_bind_int64(m_statement, ++place, value);
+    }
+    if (m_query)
+        m_query->exec();
+}
+
+void Taskmill_RowCursor::Stop()
+{
+    if (m_query)
+        m_query->finish();
+    else
+        sqlite3_reset(m_statement);
+}
+
 bool Taskmill_RowCursor::Next()
 {
-    return m_statement ? sqlite3_step(m_statement) == SQLITE_ROW : m_query.next();
+    return m_query ? m_query->next() : sqlite3_step(m_statement) == SQLITE_ROW;
 }
 
 int Taskmill_RowCursor::Column(const QString &name) const
@@ -65,8 +102,8 @@ QString Taskmill_RowCursor::Text(int column)
     if (column < 0)
         return {};
     TextBefore &before = m_before[column];
-    if (!m_statement) {
-        if (QString text = m_query.value(column).toString(); text != before.text)
+    if (m_query) {
+        if (QString text = m_query->value(column).toString(); text != before.text)
             before.text = std::move(text);
         return before.text;
     }
@@ -84,18 +121,23 @@ qint32 Taskmill_RowCursor::Integer(int column) const
 {
     if (column < 0)
         return 0;
-    if (!m_statement)
-        return m_query.value(column).toInt();
+    if (m_query)
+        return m_query->value(column).toInt();
     // What is no number as a whole is none.
     return sqlite3_column_type(m_statement, column) == SQLITE_TEXT
                ? BytesOf(m_statement, column).toByteArray().toInt()
                : sqlite3_column_int(m_statement, column);
 }
 
+qint64 Taskmill_RowCursor::LongInteger(int column) const
+{
+    return m_query ? m_query->value(column).toLongLong() : sqlite3_column_int64(m_statement, column);
+}
+
 Taskmill_JobTime Taskmill_RowCursor::Time(int column)
 {
     constexpr qsizetype usualLength = 19;
-    const QByteArrayView bytes = column >= 0 && m_statement ? BytesOf(m_statement, column) : QByteArrayView{};
+    const QByteArrayView bytes = column >= 0 && !m_query ? BytesOf(m_statement, column) : QByteArrayView{};
     if (bytes.size() != usualLength)
         return Taskmill_JobTime::FromIsoText(Text(column));
     std::array<QChar, usualLength> text{};

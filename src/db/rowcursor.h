@@ -11,6 +11,10 @@
 #include <QString>
 #include <QStringList>
 
+#include <initializer_list>
+#include <optional>
+
+struct sqlite3;
 struct sqlite3_stmt;
 
 /// The rows of a query, one after the other, for reading a hundred thousand of them: of an SQLite database
@@ -19,9 +23,15 @@ class Taskmill_RowCursor
 {
 public:
     Taskmill_RowCursor(const QSqlDatabase &connection, const QString &statement);
+    /// On a connection of SQLite itself, which may be that of another thread than the main one.
+    Taskmill_RowCursor(sqlite3 *database, const QString &statement);
     ~Taskmill_RowCursor();
     Q_DISABLE_COPY_MOVE(Taskmill_RowCursor)
 
+    /// Begins anew with these values in the places of the statement's question marks.
+    void Start(std::initializer_list<qint64> values);
+    /// The statement is not at work any more: it keeps nobody from writing.
+    void Stop();
     /// Goes to the next row; false at the end and when the statement cannot be run.
     bool Next();
     /// Position of the column of that name, in any case; -1 when there is none.
@@ -30,6 +40,8 @@ public:
     /// before is shared with it.
     [[nodiscard]] QString Text(int column);
     [[nodiscard]] qint32 Integer(int column) const;
+    /// For a column that holds nothing else.
+    [[nodiscard]] qint64 LongInteger(int column) const;
     [[nodiscard]] Taskmill_JobTime Time(int column);
 
 private:
@@ -39,8 +51,10 @@ private:
         QString text;
     };
 
+    void Prepare(sqlite3 *database, const QString &statement);
+
     sqlite3_stmt *m_statement = nullptr; ///< nullptr for other kinds of databases
-    QSqlQuery m_query;
+    std::optional<QSqlQuery> m_query;    ///< for those
     QStringList m_columns;
     QList<TextBefore> m_before; ///< by column
 };

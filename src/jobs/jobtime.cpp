@@ -16,9 +16,12 @@ std::optional<int> Digits(QStringView text, qsizetype position, int count)
     return number;
 }
 
+constexpr qint64 epochDay = 2'440'588; // as a Julian day
+constexpr qint64 msecsADay = 86'400'000;
+
 qint64 Clock(QDate date, QTime time)
 {
-    return QDateTime{date, time, Qt::UTC}.toMSecsSinceEpoch();
+    return (date.toJulianDay() - epochDay) * msecsADay + time.msecsSinceStartOfDay();
 }
 
 /// "yyyy-MM-ddThh:mm:ss", the form that is written; nothing for any other.

@@ -2,7 +2,6 @@
 #include "manager/columns.h"
 
 #include "jobs/jobrecord.h"
-#include "manager/texttable.h"
 #include "manager/timetext.h"
 #include "processes/processinspector.h"
 
@@ -173,9 +172,33 @@ template <typename Record>
 QString Taskmill_Columns<Record>::Listing(const QString &title, const QString &listName,
                                           const QList<QStringList> &rows, int width) const
 {
-    if (rows.isEmpty())
+    Rows all{*this};
+    for (const QStringList &row : rows)
+        all.m_table.AddRow(row);
+    return all.Listing(title, listName, width);
+}
+
+template <typename Record>
+Taskmill_Columns<Record>::Rows::Rows(const Taskmill_Columns &columns)
+    : m_columns{columns}
+    , m_table{columns.Headers()}
+{
+}
+
+template <typename Record>
+void Taskmill_Columns<Record>::Rows::Add(const Record &record)
+{
+    for (const Column &column : m_columns.m_columns)
+        m_table.AddCell(CellText(column, record));
+}
+
+template <typename Record>
+QString Taskmill_Columns<Record>::Rows::Listing(const QString &title, const QString &listName,
+                                                int width) const
+{
+    if (m_table.RowCount() == 0)
         return u"\n%1 is Empty\n\n"_s.arg(listName);
-    return u"\n%1\n"_s.arg(title) + Taskmill_FittedTextTable(Headers(), rows, width, LeaveFirst()) + u'\n';
+    return u"\n%1\n"_s.arg(title) + m_table.FittedText(width, m_columns.LeaveFirst()) + u'\n';
 }
 
 template class Taskmill_Columns<Taskmill_JobRecord>;

@@ -3,6 +3,7 @@
 
 #include "jobs/jobstatus.h"
 #include "jobs/jobtime.h"
+#include "manager/texttable.h"
 
 #include <QJsonValue>
 #include <QList>
@@ -69,6 +70,22 @@ public:
     /// list of that name is empty. With a width, the table is made to fit a terminal of so many columns.
     [[nodiscard]] QString Listing(const QString &title, const QString &listName,
                                   const QList<QStringList> &rows, int width) const;
+
+    /// The same row by row, for as many as there may be.
+    class Rows
+    {
+    public:
+        void Add(const Record &record);
+        [[nodiscard]] QString Listing(const QString &title, const QString &listName, int width) const;
+
+    private:
+        friend class Taskmill_Columns;
+        explicit Rows(const Taskmill_Columns &columns);
+
+        const Taskmill_Columns &m_columns;
+        Taskmill_TextTableBuilder m_table;
+    };
+    [[nodiscard]] Rows NoRows() const { return Rows{*this}; }
 
 private:
     [[nodiscard]] QStringList LeaveFirst() const;

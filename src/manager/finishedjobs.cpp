@@ -3,136 +3,337 @@
 
 #include "db/database.h"
 #include "db/databasemanager.h"
+#include "db/jobfields.h"
 #include "kilnutil/logging.h"
 #include "manager/listings.h"
+#include "manager/namelist.h"
 #include "manager/removalreport.h"
 
+#include <QElapsedTimer>
+
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+/// More than several large screens show.
+constexpr int mostRecordsKept = 1000;
+/// No row has so small a key.
+constexpr qint64 firstHeldKey = std::numeric_limits<qint64>::min() + 1;
+/// Of the event loop, for removing rows.
+constexpr int longestTurnMs = 10;
+
+/// What the listing is made of.
+const QStringList listedColumns{u"Name"_s,      u"JobTypeID"_s, u"QueueID"_s,  u"ApplicationName"_s,
+                                u"ExecutablePath"_s, u"CommandLine"_s, u"Status"_s, u"Submitted"_s,
+                                u"Started"_s,   u"Finished"_s,  u"JobID"_s};
+
+Taskmill_Database *CurrentDatabase()
+{
+    return Taskmill_Database_Manager::Global().CurrentDatabase();
+}
+} // namespace
+
+Taskmill_FinishedJobs::Taskmill_FinishedJobs()
+    : m_lastHeldKey{firstHeldKey}
+    , m_read{mostRecordsKept}
+{
+    m_removalTimer.setInterval(0);
+    connect(&m_removalTimer, &QTimer::timeout, this, [this] { RemoveSomeRows(longestTurnMs); });
+}
+
 bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite)
 {
     RecordMissing();
-    m_jobs.append(job);
-    const bool recorded = Record(job, alsoWrite);
-    if (!recorded) {
+    const auto row = Record(job, alsoWrite);
+    const bool isStored = row && *row >= 0;
+    const qint64 key = isStored ? *row : ++m_lastHeldKey;
+    m_entries.append({key, job.JobID, m_origins.Add(job)});
+    if (isStored)
+        Remember(job, key);
+    else
+        m_held.insert(key, job);
+    if (!row) {
         qCWarning(Taskmill_ManagerLog, "Finished job %d could not be written to the database", job.JobID);
-        m_missing.append({.job = job, .alsoWrite = alsoWrite});
-    } else if (Taskmill_Database_Manager::Global().CurrentDatabase()) {
-        LeaveOutputToDatabase(m_jobs.last());
+        m_missing.append({.key = key, .alsoWrite = alsoWrite});
     }
-    m_jobs.last().Run.clear();
     Q_EMIT JobsChangedSignal();
-    return recorded;
+    return row.has_value();
 }
 
-bool Taskmill_FinishedJobs::Record(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite)
+std::optional<qint64> Taskmill_FinishedJobs::Record(const Taskmill_JobRecord &job,
+                                                    const std::function<void()> &alsoWrite)
 {
-    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+    Taskmill_Database *database = CurrentDatabase();
+    qint32 key = -1;
     const bool recorded = !database || database->AsOneChange([&] {
-        if (!database->InsertFinishedJob(job, true, nullptr))
+        if (!database->InsertFinishedJob(job, true, &key))
             return false;
         alsoWrite();
         return true;
     });
     if (recorded && !job.Run.isEmpty())
         Q_EMIT RunStoredSignal(job.Run);
-    return recorded;
+    return recorded ? std::optional<qint64>{key} : std::nullopt;
+}
+
+void Taskmill_FinishedJobs::Remember(Taskmill_JobRecord job, qint64 key)
+{
+    job.StdOutAndStdErr.clear();
+    job.Run.clear();
+    m_read.insert(key, new Taskmill_JobRecord{std::move(job)});
+}
+
+Taskmill_FinishedEntry *Taskmill_FinishedJobs::EntryWithKey(qint64 key)
+{
+    const auto entry = std::ranges::find(m_entries, key, &Taskmill_FinishedEntry::Key);
+    return entry == m_entries.end() ? nullptr : &*entry;
 }
 
 void Taskmill_FinishedJobs::RecordMissing()
 {
-    while (!m_missing.isEmpty() && Record(m_missing.first().job, m_missing.first().alsoWrite))
+    while (!m_missing.isEmpty()) {
+        const Missing missing = m_missing.first();
+        const auto row = Record(m_held.value(missing.key), missing.alsoWrite);
+        if (!row)
+            return;
         m_missing.removeFirst();
-}
-
-void Taskmill_FinishedJobs::SetJobs(const QList<Taskmill_JobRecord> &jobs)
-{
-    m_jobs = jobs;
-    m_missing.clear();
-    ++m_generation;
-    m_outputsInDatabase.clear();
-    if (Taskmill_Database_Manager::Global().CurrentDatabase()) {
-        for (Taskmill_JobRecord &job : m_jobs)
-            LeaveOutputToDatabase(job);
+        if (*row < 0)
+            continue;
+        EntryWithKey(missing.key)->Key = *row;
+        Remember(m_held.take(missing.key), *row);
     }
+}
+
+void Taskmill_FinishedJobs::Load()
+{
+    Clear();
+    Taskmill_Database *database = CurrentDatabase();
+    const QList<Taskmill_FinishedRow> rows = database ? database->GetFinishedRows() : QList<Taskmill_FinishedRow>{};
+    m_entries.reserve(rows.size());
+    for (const Taskmill_FinishedRow &row : rows)
+        m_entries.append({row.Key, row.JobID, 0});
     Q_EMIT JobsChangedSignal();
-}
-
-void Taskmill_FinishedJobs::LeaveOutputToDatabase(Taskmill_JobRecord &job)
-{
-    if (job.StdOutAndStdErr.size() <= LongestOutputKept)
-        return;
-    job.StdOutAndStdErr.clear();
-    m_outputsInDatabase.insert(job.JobID);
-}
-
-bool Taskmill_FinishedJobs::HasOutput(const Taskmill_JobRecord &job) const
-{
-    return !job.StdOutAndStdErr.isEmpty() || m_outputsInDatabase.contains(job.JobID);
-}
-
-QString Taskmill_FinishedJobs::OutputOf(const Taskmill_JobRecord &job) const
-{
-    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
-    if (database && job.StdOutAndStdErr.isEmpty() && m_outputsInDatabase.contains(job.JobID))
-        return database->GetFinishedJobOutput(job.JobID);
-    return job.StdOutAndStdErr;
 }
 
 void Taskmill_FinishedJobs::Clear()
 {
-    SetJobs({});
-}
-
-void Taskmill_FinishedJobs::RemoveAt(int position)
-{
-    if (position < 0 || position >= m_jobs.size())
-        return;
-    m_outputsInDatabase.remove(m_jobs[position].JobID);
-    m_jobs.removeAt(position);
+    // What reads in the background has the database open.
+    m_ranking.Stop();
+    m_removalTimer.stop();
+    m_rowsToRemove.clear();
+    m_entries.clear();
+    m_origins = {};
+    m_held.clear();
+    m_read.clear();
+    m_missing.clear();
     ++m_generation;
     Q_EMIT JobsChangedSignal();
+}
+
+std::unique_ptr<Taskmill_JobRecord> Taskmill_FinishedJobs::Read(const Taskmill_FinishedEntry &entry) const
+{
+    Taskmill_Database *database = CurrentDatabase();
+    auto job = database ? database->GetFinishedJob(entry.Key) : std::nullopt;
+    if (!job) {
+        qCWarning(Taskmill_ManagerLog, "Finished job %d cannot be read", entry.JobID);
+        job.emplace();
+        job->JobID = entry.JobID;
+    }
+    m_origins.Restore(*job, entry.Origin);
+    return std::make_unique<Taskmill_JobRecord>(std::move(*job));
+}
+
+const Taskmill_JobRecord &Taskmill_FinishedJobs::JobAt(qsizetype position) const
+{
+    const Taskmill_FinishedEntry &entry = m_entries[position];
+    if (const Taskmill_JobRecord *known = m_read.object(entry.Key))
+        return *known;
+    if (const auto held = m_held.constFind(entry.Key); held != m_held.constEnd())
+        return *held;
+    m_read.insert(entry.Key, Read(entry).release());
+    return *m_read.object(entry.Key);
+}
+
+qsizetype Taskmill_FinishedJobs::PositionOf(int jobID) const
+{
+    const auto entry = std::ranges::find(m_entries, jobID, &Taskmill_FinishedEntry::JobID);
+    return entry == m_entries.end() ? -1 : entry - m_entries.begin();
+}
+
+/// One after the other costs more than single ones do, but less than many.
+bool Taskmill_FinishedJobs::IsWorthReadingAll(int since) const
+{
+    constexpr qsizetype timesQuicker = 8;
+    const auto wanted = std::ranges::count_if(
+        m_entries, [since](const Taskmill_FinishedEntry &entry) { return entry.JobID > since; });
+    return wanted * timesQuicker > m_entries.size() && m_held.isEmpty() &&
+           std::ranges::is_sorted(m_entries, {}, &Taskmill_FinishedEntry::Key);
+}
+
+void Taskmill_FinishedJobs::ForEach(const std::function<void(const Taskmill_JobRecord &job)> &take, int since,
+                                    const QStringList &columns) const
+{
+    qsizetype position = 0;
+    const auto takeUpTo = [&](qint64 key) {
+        for (; position < m_entries.size() && m_entries[position].Key < key; ++position) {
+            if (m_entries[position].JobID > since)
+                take(JobAt(position));
+        }
+    };
+    Taskmill_Database *database = CurrentDatabase();
+    if (database && IsWorthReadingAll(since)) {
+        const auto fields = database->GetAddedFieldsOfJobs();
+        const auto takeRow = [&](qint64 key, const Taskmill_JobRecord &job) {
+            takeUpTo(key);
+            // Rows that are about to be removed are no jobs any more.
+            if (position == m_entries.size() || m_entries[position].Key != key)
+                return;
+            const Taskmill_FinishedEntry &entry = m_entries[position++];
+            if (entry.JobID <= since)
+                return;
+            const auto added = fields.constFind(entry.JobID);
+            if (entry.Origin == 0 && added == fields.constEnd()) {
+                take(job);
+                return;
+            }
+            Taskmill_JobRecord whole = job;
+            if (added != fields.constEnd())
+                Taskmill_SetFieldsOfJob(whole, *added);
+            m_origins.Restore(whole, entry.Origin);
+            take(whole);
+        };
+        (void)database->MakeFinishedJobReader(columns)->Read(std::numeric_limits<qint64>::min(), -1, takeRow);
+    }
+    for (; position < m_entries.size(); ++position) {
+        if (m_entries[position].JobID > since)
+            take(JobAt(position));
+    }
+}
+
+QList<Taskmill_JobRecord> Taskmill_FinishedJobs::Jobs() const
+{
+    QList<Taskmill_JobRecord> jobs;
+    ForEach([&jobs](const Taskmill_JobRecord &job) { jobs.append(job); });
+    return jobs;
+}
+
+QString Taskmill_FinishedJobs::OutputOf(const Taskmill_JobRecord &job) const
+{
+    const qsizetype position = job.StdOutAndStdErr.isEmpty() ? PositionOf(job.JobID) : -1;
+    if (position < 0)
+        return job.StdOutAndStdErr;
+    const qint64 key = m_entries[position].Key;
+    if (const auto held = m_held.constFind(key); held != m_held.constEnd())
+        return held->StdOutAndStdErr;
+    Taskmill_Database *database = CurrentDatabase();
+    return database ? database->GetFinishedJobOutput(key) : QString{};
 }
 
 void Taskmill_FinishedJobs::Remove(QList<int> positions)
 {
-    QList<int> jobIDs;
-    for (const int position : std::as_const(positions)) {
-        jobIDs.append(m_jobs[position].JobID);
-        m_outputsInDatabase.remove(m_jobs[position].JobID);
-    }
-    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
-    const bool deleted = !database || database->DeleteFinishedJobs(jobIDs);
-    QStringList names;
-    if (!deleted)
-        std::ranges::transform(positions, std::back_inserter(names),
-                               [this](int position) { return m_jobs[position].Name; });
     std::ranges::sort(positions);
     // One walk through the list: it may be long, and so may be what is removed.
     auto next = positions.cbegin();
     int position = 0;
-    m_jobs.removeIf([&](const Taskmill_JobRecord &) {
+    QList<qint64> rows;
+    m_entries.removeIf([&](const Taskmill_FinishedEntry &entry) {
         const bool removed = next != positions.cend() && *next == position;
         ++position;
-        if (removed)
-            ++next;
-        return removed;
+        if (!removed)
+            return false;
+        ++next;
+        m_read.remove(entry.Key);
+        if (m_held.remove(entry.Key))
+            m_missing.removeIf([&entry](const Missing &missing) { return missing.key == entry.Key; });
+        else
+            rows.append(entry.Key);
+        return true;
     });
+    m_ranking.Cancel();
+    m_rowsToRemove += rows;
+    std::ranges::sort(m_rowsToRemove);
+    m_isRemovalCounted = false;
     ++m_generation;
     Q_EMIT JobsChangedSignal();
-    if (!deleted)
-        Taskmill_ReportRowsKept(*database, names);
+    RemoveSomeRows(longestTurnMs);
 }
 
-QString Taskmill_FinishedJobs::ListingText(int width) const
+void Taskmill_FinishedJobs::RemoveSomeRows(int longestMs)
 {
-    QList<QStringList> rows;
-    rows.reserve(m_jobs.size());
-    for (const Taskmill_JobRecord &job : m_jobs)
-        rows.append(Taskmill_Listings::FinishedJobs().Row(job));
-    return Taskmill_Listings::FinishedJobs().Listing(u"Finished Jobs"_s, u"Finished Jobs List"_s, rows,
-                                                     width);
+    constexpr qsizetype rowsAtOnce = 250;
+    Taskmill_Database *database = CurrentDatabase();
+    if (!database || m_rowsToRemove.isEmpty()) {
+        m_rowsToRemove.clear();
+        m_removalTimer.stop();
+        return;
+    }
+    qsizetype done = 0;
+    const auto remove = [&] {
+        QElapsedTimer time;
+        time.start();
+        do {
+            const auto some = m_rowsToRemove.sliced(done, qMin(rowsAtOnce, m_rowsToRemove.size() - done));
+            if (!database->DeleteFinishedRows(some))
+                return false;
+            done += some.size();
+        } while (done < m_rowsToRemove.size() && (longestMs < 0 || time.elapsed() < longestMs));
+        return true;
+    };
+    // All of it together is one change.
+    const bool removed = m_isRemovalCounted ? database->Untracked(remove) : database->AsOneChange(remove);
+    m_isRemovalCounted = true;
+    if (!removed) {
+        ReportKeptRows();
+        m_rowsToRemove.clear();
+    } else {
+        m_rowsToRemove.remove(0, done);
+    }
+    if (m_rowsToRemove.isEmpty())
+        m_removalTimer.stop();
+    else
+        m_removalTimer.start();
+}
+
+void Taskmill_FinishedJobs::FinishRemovals()
+{
+    if (!m_rowsToRemove.isEmpty())
+        RemoveSomeRows(-1);
+}
+
+void Taskmill_FinishedJobs::ReportKeptRows()
+{
+    Taskmill_Database *database = CurrentDatabase();
+    QStringList names;
+    for (const qint64 key : m_rowsToRemove.first(qMin(Taskmill_MostNamesListed, m_rowsToRemove.size()))) {
+        if (const auto job = database->GetFinishedJob(key))
+            names.append(job->Name);
+    }
+    Taskmill_ReportRowsKept(*database, names, m_rowsToRemove.size());
+}
+
+bool Taskmill_FinishedJobs::IsRanked() const
+{
+    return m_entries.size() > FewJobs && CurrentDatabase();
+}
+
+void Taskmill_FinishedJobs::Rank(int column, const Taskmill_FinishedRanking::Take &take)
+{
+    Taskmill_Database *database = CurrentDatabase();
+    m_ranking.Begin(
+        {.Column = column,
+         .Entries = m_entries,
+         .Origins = m_origins,
+         .Held = m_held,
+         .Reader = database->MakeFinishedJobReader(Taskmill_FinishedRanking::ReadColumns(column))},
+        take);
+}
+
+QString Taskmill_FinishedJobs::ListingText(int width, int since) const
+{
+    auto rows = Taskmill_Listings::FinishedJobs().NoRows();
+    ForEach([&rows](const Taskmill_JobRecord &job) { rows.Add(job); }, since, listedColumns);
+    return rows.Listing(u"Finished Jobs"_s, u"Finished Jobs List"_s, width);
 }

@@ -3,28 +3,48 @@
 
 #include "jobs/finishedjobstaker.h"
 #include "jobs/jobrecord.h"
+#include "manager/finishedranking.h"
 
+#include <QCache>
+#include <QHash>
 #include <QList>
 #include <QObject>
-#include <QSet>
+#include <QTimer>
 
 #include <functional>
+#include <limits>
 
-/// The jobs that have left their queue, in the order in which they arrived. The tab of the window adds the
-/// table.
+class Taskmill_Database;
+
+/// The jobs that have left their queue, in the order in which they arrived. There may be a million of them:
+/// their records are in the database and are read when they are asked for, apart from jobs that it does not
+/// have. The tab of the window adds the table.
 class Taskmill_FinishedJobs : public QObject, public Taskmill_FinishedJobsTaker
 {
     Q_OBJECT
 
 public:
-    /// An output beyond so many characters is kept in the database only, which holds it anyway.
-    static constexpr qsizetype LongestOutputKept = 256;
+    /// So many are sorted in no time; see IsRanked().
+    static constexpr int FewJobs = 2000;
+    static constexpr int LowestJobID = std::numeric_limits<int>::min();
 
-    /// The records are whole but for long outputs; see OutputOf().
-    [[nodiscard]] const QList<Taskmill_JobRecord> &Jobs() const { return m_jobs; }
+    Taskmill_FinishedJobs();
+
+    [[nodiscard]] qsizetype Count() const { return m_entries.size(); }
+    [[nodiscard]] int JobIDAt(qsizetype position) const { return m_entries[position].JobID; }
+    /// Without its output, as are all records; see OutputOf(). It stays until another one is asked for.
+    [[nodiscard]] const Taskmill_JobRecord &JobAt(qsizetype position) const;
+    /// -1 when there is no such job.
+    [[nodiscard]] qsizetype PositionOf(int jobID) const;
+    /// Those with a higher number, one after the other. Only what follows from these columns of the stored
+    /// table is wanted, or everything.
+    void ForEach(const std::function<void(const Taskmill_JobRecord &job)> &take, int since = LowestJobID,
+                 const QStringList &columns = {}) const;
+    /// All of them, where they are known to be few.
+    [[nodiscard]] QList<Taskmill_JobRecord> Jobs() const;
     /// The whole captured output of one of the jobs.
     [[nodiscard]] QString OutputOf(const Taskmill_JobRecord &job) const;
-    [[nodiscard]] bool HasOutput(const Taskmill_JobRecord &job) const;
+    [[nodiscard]] bool HasOutput(const Taskmill_JobRecord &job) const { return !OutputOf(job).isEmpty(); }
 
     /// Appends the job and, when a database is open, records it there.
     bool AddJob(const Taskmill_JobRecord &job) override
@@ -35,21 +55,31 @@ public:
     bool AddJob(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite);
     /// Tries again to record jobs for which that has failed.
     void RecordMissing();
-    /// Replaces the list; the database is not touched, as in Clear() and RemoveAt().
-    void SetJobs(const QList<Taskmill_JobRecord> &jobs);
+    /// Makes the list that of the open database.
+    void Load();
+    /// The database is not touched.
     void Clear();
-    /// A position that is out of range does nothing.
-    void RemoveAt(int position);
 
     /// Removes the jobs at these positions from the list and their rows from the open database, without
-    /// asking: that is up to Taskmill_FinishedRemovalDialogue.
+    /// asking: that is up to Taskmill_FinishedRemovalDialogue. The rows of many go little by little.
     void Remove(QList<int> positions);
+    /// Removes what is left of them now.
+    void FinishRemovals();
 
     /// Another value whenever jobs have been removed or replaced; adding one leaves it.
     [[nodiscard]] int Generation() const { return m_generation; }
 
-    /// The listing that the console prints; with a width, made to fit a terminal of so many columns.
-    [[nodiscard]] QString ListingText(int width = 0) const;
+    /// Whether they are so many that they are sorted by Rank(), and those are in a database.
+    [[nodiscard]] bool IsRanked() const;
+    /// Finds a number for each job, in the order of the list, that sorts as its value in that column of the
+    /// listing. They are given to the function from the event loop, unless others are asked for or the
+    /// generation has changed meanwhile.
+    void Rank(int column, const Taskmill_FinishedRanking::Take &take);
+    void StopRanking() { m_ranking.Cancel(); }
+
+    /// The listing that the console prints, of those with a higher number; with a width, made to fit a
+    /// terminal of so many columns.
+    [[nodiscard]] QString ListingText(int width = 0, int since = LowestJobID) const;
 
 Q_SIGNALS:
     void JobsChangedSignal();
@@ -59,15 +89,28 @@ Q_SIGNALS:
 private:
     struct Missing
     {
-        Taskmill_JobRecord job;
+        qint64 key;
         std::function<void()> alsoWrite;
     };
 
-    bool Record(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite);
-    void LeaveOutputToDatabase(Taskmill_JobRecord &job);
+    /// The key of the job's row; nothing when it could not be written, -1 when no database is open.
+    std::optional<qint64> Record(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite);
+    [[nodiscard]] Taskmill_FinishedEntry *EntryWithKey(qint64 key);
+    void Remember(Taskmill_JobRecord job, qint64 key);
+    void RemoveSomeRows(int longestMs);
+    void ReportKeptRows();
+    [[nodiscard]] bool IsWorthReadingAll(int since) const;
+    [[nodiscard]] std::unique_ptr<Taskmill_JobRecord> Read(const Taskmill_FinishedEntry &entry) const;
 
-    QList<Taskmill_JobRecord> m_jobs;
-    QList<Missing> m_missing; ///< in the database
+    QList<Taskmill_FinishedEntry> m_entries;
+    Taskmill_FinishedOrigins m_origins;
+    QHash<qint64, Taskmill_JobRecord> m_held; ///< by the keys of their entries: those without a row
+    qint64 m_lastHeldKey;
+    mutable QCache<qint64, Taskmill_JobRecord> m_read; ///< those that were asked for last
+    QList<Missing> m_missing;                          ///< in the database
+    QList<qint64> m_rowsToRemove;
+    bool m_isRemovalCounted = false; ///< as one change of the project
+    QTimer m_removalTimer;
     int m_generation = 0;
-    QSet<int> m_outputsInDatabase; ///< numbers of the jobs whose records lack their output
+    Taskmill_FinishedRanking m_ranking;
 };

@@ -21,13 +21,13 @@ std::optional<Taskmill_Question> Taskmill_FinishedRemovalDialogue::Next()
     if (m_positions.isEmpty() || m_generation != m_jobs.Generation())
         return std::nullopt;
     QStringList names;
-    for (const int position : std::as_const(m_positions))
-        names.append(m_jobs.Jobs()[position].Name);
+    for (const int position : m_positions.first(qMin(m_positions.size(), Taskmill_MostNamesListed)))
+        names.append(m_jobs.JobAt(position).Name);
     return Taskmill_Question{
         .title = u"Remove Selected Finished Jobs"_s,
         .text = u"Are you sure you want to remove the following %1 selected finished jobs?\n\n"_s.arg(
-                    names.size()) +
-                Taskmill_NameList(names)};
+                    m_positions.size()) +
+                Taskmill_NameList(names, m_positions.size())};
 }
 
 void Taskmill_FinishedRemovalDialogue::Answer(const Taskmill_Answer &answer)

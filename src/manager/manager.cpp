@@ -120,13 +120,12 @@ QStringList Taskmill_Manager::NoticesAtStart(bool asks)
     return notices;
 }
 
-const Taskmill_JobRecord *Taskmill_Manager::FindJob(int jobID)
+std::optional<Taskmill_JobRecord> Taskmill_Manager::FindJob(int jobID)
 {
     if (Taskmill_QueueOwner *owner = m_destinations.OwnerOfJob(jobID))
-        return &owner->Jobs().FindByJobID(jobID)->Record();
-    const QList<Taskmill_JobRecord> &finished = m_finishedJobs.Jobs();
-    const auto job = std::ranges::find(finished, jobID, &Taskmill_JobRecord::JobID);
-    return job == finished.end() ? nullptr : &*job;
+        return owner->Jobs().FindByJobID(jobID)->Record();
+    const qsizetype position = m_finishedJobs.PositionOf(jobID);
+    return position < 0 ? std::nullopt : std::optional{m_finishedJobs.JobAt(position)};
 }
 
 void Taskmill_Manager::ShutDown(End end)

@@ -48,8 +48,9 @@ public:
     /// are held.
     [[nodiscard]] QStringList NoticesAtStart(bool asks);
 
-    /// The record of a job, wherever it is, for as long as nothing changes; nullptr when there is none.
-    [[nodiscard]] const Taskmill_JobRecord *FindJob(int jobID);
+    /// The record of a job, wherever it is, that of a finished one without its output; nothing when there is
+    /// no such job.
+    [[nodiscard]] std::optional<Taskmill_JobRecord> FindJob(int jobID);
 
     /// What is to become of the jobs that run, when the program ends; Unasked at first.
     void SetEnding(Taskmill_Ending ending) { m_ending = ending; }

@@ -427,6 +427,7 @@ bool Taskmill_Project::WriteFile(const QString &path)
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->CollectAllFinished();
     m_finishedJobs.RecordMissing();
+    m_finishedJobs.FinishRemovals();
     Taskmill_Database *database = CurrentDatabase();
     return database && database->SaveToFile(path);
 }
@@ -436,6 +437,7 @@ bool Taskmill_Project::WriteOwnFile(const QString &path)
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->CollectAllFinished();
     m_finishedJobs.RecordMissing();
+    m_finishedJobs.FinishRemovals();
     Taskmill_Database *database = CurrentDatabase();
     QString contentStamp;
     const auto announce = [&](const QString &stamp) {
@@ -591,6 +593,8 @@ void Taskmill_Project::LeaveProject(bool letsJobsGoOn)
     KilnUtil_ProcessTree::KillRegisteredChildren();
     if (!letsJobsGoOn)
         RecordEndedRuns();
+    m_finishedJobs.FinishRemovals();
+    m_finishedJobs.Clear();
     // First: what the killed jobs come to is not to be recorded, as they wait again.
     Taskmill_Database_Manager::Global().CloseAll();
     for (Taskmill_QueueOwner *owner : m_destinations.All())
@@ -640,8 +644,7 @@ void Taskmill_Project::ReloadJobs(Taskmill_Database &database)
 {
     m_jobTypes.Refresh();
     ReloadLimits(database);
-    m_finishedJobs.SetJobs(
-        database.GetFinishedJobsWithShortOutputs(Taskmill_FinishedJobs::LongestOutputKept + 1));
+    m_finishedJobs.Load();
     m_destinations.Long().Replace(database.GetLongJobs());
     m_destinations.Short().Replace(database.GetShortJobs());
     // Jobs without a queue start at once, when everything else is in place; those that ran are held.

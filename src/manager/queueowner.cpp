@@ -246,5 +246,5 @@ void Taskmill_QueueOwner::ReportKeptRows()
 {
     const QStringList names = std::exchange(m_keptRows, {});
     if (const Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase())
-        Taskmill_ReportRowsKept(*database, names);
+        Taskmill_ReportRowsKept(*database, names, names.size());
 }

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <array>
-#include <iterator>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -65,10 +65,17 @@ qsizetype CharacterWidth(char32_t character)
 /// One endless cell would fill up every other line to its width.
 constexpr qsizetype longestCell = 4000;
 
+bool IsPlain(QStringView text)
+{
+    return std::ranges::all_of(text, [](QChar character) { return character >= u' ' && character <= u'~'; });
+}
+
 QString CellText(QString text)
 {
     if (text.size() > longestCell)
         text = text.first(longestCell) + u"..."_s;
+    if (IsPlain(text))
+        return text;
     text.replace("\r\n"_L1, " "_L1);
     for (QChar &character : text) {
         const QChar::Category category = character.category();
@@ -78,8 +85,6 @@ QString CellText(QString text)
     }
     return text;
 }
-
-using Widths = QList<qsizetype>;
 
 constexpr qsizetype columnGap = 2;
 constexpr qsizetype widestWhole = 20; ///< a time is shown whole or not at all
@@ -104,8 +109,10 @@ QString Shortened(const QString &text, qsizetype width)
 {
     if (Taskmill_TextWidth(text) <= width)
         return text;
-    QList<uint> characters = text.toUcs4();
     const qsizetype kept = width - ellipsis.size();
+    if (kept >= 2 && IsPlain(text))
+        return text.first((kept + 1) / 2) + ellipsis + text.last(kept / 2);
+    QList<uint> characters = text.toUcs4();
     if (kept < 2)
         return Beginning(characters, width);
     const QString begin = Beginning(characters, (kept + 1) / 2);
@@ -157,65 +164,89 @@ void Widen(const QList<Column *> &narrowFirst, qsizetype width)
     }
 }
 
-QString Line(const QStringList &cells, const Widths &widths)
-{
-    QString line;
-    for (qsizetype column = 0; column < widths.size(); ++column) {
-        const QString cell = cells.value(column);
-        if (column > 0)
-            line += QString{columnGap, u' '};
-        line += cell + QString{widths[column] - Taskmill_TextWidth(cell), u' '};
-    }
-    return line;
-}
 } // namespace
 
 qsizetype Taskmill_TextWidth(const QString &text)
 {
+    if (IsPlain(text))
+        return text.size();
     qsizetype width = 0;
     for (const uint character : text.toUcs4())
         width += CharacterWidth(character);
     return width;
 }
 
-QString Taskmill_TextTable(const QStringList &headers, const QList<QStringList> &rows)
+Taskmill_TextTableBuilder::Taskmill_TextTableBuilder(const QStringList &headers)
+    : m_widths(headers.size(), 0)
 {
-    QList<QStringList> lines;
-    lines.reserve(rows.size() + 1);
-    Widths widths(headers.size(), 0);
-    const auto addLine = [&lines, &widths](const QStringList &cells) {
-        QStringList line;
-        for (qsizetype column = 0; column < qMin(cells.size(), widths.size()); ++column) {
-            line += CellText(cells[column]);
-            widths[column] = qMax(widths[column], Taskmill_TextWidth(line.last()));
-        }
-        lines.append(line);
-    };
-    addLine(headers);
-    for (const QStringList &row : rows)
-        addLine(row);
+    AddRow(headers);
+}
 
-    const QString header = Line(lines.takeFirst(), widths);
-    QString table = header + u'\n' + QString{Taskmill_TextWidth(header), u'-'} + u'\n';
-    for (const QStringList &line : std::as_const(lines))
-        table += Line(line, widths) + u'\n';
+void Taskmill_TextTableBuilder::AddCell(const QString &text)
+{
+    const QString cell = CellText(text);
+    const qsizetype width = Taskmill_TextWidth(cell);
+    const qsizetype column = m_cells.size() % m_widths.size();
+    m_widths[column] = qMax(m_widths[column], width);
+    m_cells.append({static_cast<quint16>(cell.size()), static_cast<quint16>(width)});
+    m_text += cell;
+}
+
+void Taskmill_TextTableBuilder::AddRow(const QStringList &cells)
+{
+    for (qsizetype column = 0; column < m_widths.size(); ++column)
+        AddCell(cells.value(column));
+}
+
+template <typename TakeCell>
+void Taskmill_TextTableBuilder::ForEachCell(TakeCell take) const
+{
+    qsizetype place = 0;
+    qsizetype column = 0;
+    for (const Cell &cell : m_cells) {
+        take(column, QStringView{m_text}.sliced(place, cell.size), cell.width);
+        place += cell.size;
+        column = column + 1 == m_widths.size() ? 0 : column + 1;
+    }
+}
+
+QString Taskmill_TextTableBuilder::Text() const
+{
+    qsizetype lineWidth = -columnGap;
+    for (const qsizetype width : m_widths)
+        lineWidth += width + columnGap;
+    QString table;
+    // Characters that take two columns, or none, are few.
+    table.reserve((RowCount() + 2) * (lineWidth + 1));
+    bool isHeader = true;
+    ForEachCell([&](qsizetype column, QStringView text, qsizetype width) {
+        table += text;
+        table.resize(table.size() + m_widths[column] - width + columnGap, u' ');
+        if (column + 1 < m_widths.size())
+            return;
+        table.chop(columnGap);
+        table += u'\n';
+        if (std::exchange(isHeader, false))
+            table += QString{lineWidth, u'-'} + u'\n';
+    });
     return table;
 }
 
-QString Taskmill_FittedTextTable(const QStringList &headers, const QList<QStringList> &rows, qsizetype width,
-                                 const QStringList &leftOutFirst)
+QString Taskmill_TextTableBuilder::FittedText(qsizetype width, const QStringList &leftOutFirst) const
 {
+    QStringList headers;
     QList<Column> columns;
     qsizetype wholeWidth = -columnGap;
-    for (qsizetype index = 0; index < headers.size(); ++index) {
-        qsizetype natural = Taskmill_TextWidth(headers[index]);
-        for (const QStringList &row : rows)
-            natural = qMax(natural, Taskmill_TextWidth(CellText(row.value(index))));
+    qsizetype place = 0;
+    for (qsizetype index = 0; index < m_widths.size(); ++index) {
+        headers += m_text.sliced(place, m_cells[index].size);
+        place += m_cells[index].size;
+        const qsizetype natural = m_widths[index];
         columns.append({index, natural, natural <= widestWhole ? natural : leastWidth});
         wholeWidth += natural + columnGap;
     }
     if (width <= 0 || wholeWidth <= width)
-        return Taskmill_TextTable(headers, rows);
+        return Text();
 
     QStringList leftOut;
     while (columns.size() > 1 && LineWidth(columns) > width)
@@ -228,19 +259,32 @@ QString Taskmill_FittedTextTable(const QStringList &headers, const QList<QString
     columns.first().width = qMin(columns.first().width, width);
     Widen(narrowFirst, width - LineWidth(columns));
 
-    const auto fitted = [&columns](const QStringList &cells) {
-        QStringList line;
-        for (const Column &column : std::as_const(columns))
-            line += Shortened(CellText(cells.value(column.index)), column.width);
-        return line;
-    };
-    QList<QStringList> lines;
-    lines.reserve(rows.size());
-    std::ranges::transform(rows, std::back_inserter(lines), fitted);
+    QList<qsizetype> fittedWidths(m_widths.size(), -1);
+    for (const Column &column : std::as_const(columns))
+        fittedWidths[column.index] = column.width;
+    Taskmill_TextTableBuilder fitted{columns.size()};
+    ForEachCell([&](qsizetype column, QStringView text, qsizetype) {
+        if (fittedWidths[column] >= 0)
+            fitted.AddCell(Shortened(text.toString(), fittedWidths[column]));
+    });
     if (leftOut.isEmpty())
-        return Taskmill_TextTable(fitted(headers), lines);
+        return fitted.Text();
     QString note = u"(too wide to be shown here: %1)"_s.arg(leftOut.join(u", "_s));
     if (Taskmill_TextWidth(note) > width)
         note = Shortened(u"(%1 columns are too wide to be shown here)"_s.arg(leftOut.size()), width);
-    return Taskmill_TextTable(fitted(headers), lines) + note + u'\n';
+    return fitted.Text() + note + u'\n';
+}
+
+QString Taskmill_TextTable(const QStringList &headers, const QList<QStringList> &rows)
+{
+    return Taskmill_FittedTextTable(headers, rows, 0, {});
+}
+
+QString Taskmill_FittedTextTable(const QStringList &headers, const QList<QStringList> &rows, qsizetype width,
+                                 const QStringList &leftOutFirst)
+{
+    Taskmill_TextTableBuilder table{headers};
+    for (const QStringList &row : rows)
+        table.AddRow(row);
+    return table.FittedText(width, leftOutFirst);
 }

@@ -5,6 +5,41 @@
 #include <QString>
 #include <QStringList>
 
+/// A table that is laid out when all of its rows are there, for as many of them as there may be.
+class Taskmill_TextTableBuilder
+{
+public:
+    explicit Taskmill_TextTableBuilder(const QStringList &headers);
+
+    /// The next cell, from left to right and from the top; each row has as many as there are headers.
+    void AddCell(const QString &text);
+    void AddRow(const QStringList &cells);
+    /// Without the headers.
+    [[nodiscard]] qsizetype RowCount() const { return m_cells.size() / m_widths.size() - 1; }
+
+    /// As Taskmill_FittedTextTable().
+    [[nodiscard]] QString FittedText(qsizetype width, const QStringList &leftOutFirst) const;
+
+private:
+    struct Cell
+    {
+        quint16 size;
+        quint16 width;
+    };
+
+    explicit Taskmill_TextTableBuilder(qsizetype columns)
+        : m_widths(columns, 0)
+    {
+    }
+    [[nodiscard]] QString Text() const;
+    template <typename TakeCell>
+    void ForEachCell(TakeCell take) const;
+
+    QList<qsizetype> m_widths; ///< of the columns
+    QList<Cell> m_cells;       ///< the headers first
+    QString m_text;            ///< of all cells
+};
+
 /// Lays out a table for a text terminal: the header line, a line of '-' as long, and a line for each row,
 /// each with its line feed. Columns are as wide as their widest text, filled up with blanks and two blanks
 /// apart. Line feeds and other control characters are shown as a blank. A row's missing cells are empty,

@@ -140,17 +140,15 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::List(const Taskmill_Re
     }
     if (request.List.isEmpty() || IsNamed(request.List, finishedName)) {
         isKnown = true;
-        QList<QStringList> rows;
-        for (const Taskmill_JobRecord &record : m_manager.FinishedJobs().Jobs()) {
-            if (record.JobID <= request.Since)
-                continue;
-            if (request.AnswersJson)
-                elements.append(JsonOf(record, finishedName));
-            else
-                rows.append(Taskmill_Listings::FinishedJobs().Row(record));
-        }
-        text += Taskmill_Listings::FinishedJobs().Listing(u"Finished Jobs"_s, u"Finished Jobs List"_s, rows,
-                                                          request.Width);
+        const Taskmill_FinishedJobs &finished = m_manager.FinishedJobs();
+        if (request.AnswersJson)
+            finished.ForEach(
+                [&elements](const Taskmill_JobRecord &record) {
+                    elements.append(JsonOf(record, finishedName));
+                },
+                request.Since);
+        else
+            text += finished.ListingText(request.Width, request.Since);
     }
     if (!isKnown)
         return Outcome::Refused(u"there is no list \"%1\""_s.arg(request.List));
@@ -163,7 +161,7 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::ShowJob(const Taskmill
     Taskmill_QueueOwner *owner = m_manager.Destinations().OwnerOfJob(request.JobNumber);
     if (owner)
         owner->Jobs().FindByJobID(request.JobNumber)->GatherOutput();
-    const Taskmill_JobRecord *job = m_manager.FindJob(request.JobNumber);
+    const std::optional<Taskmill_JobRecord> job = m_manager.FindJob(request.JobNumber);
     if (!job)
         return Outcome::Refused(u"there is no job %1"_s.arg(request.JobNumber));
     const QString output = m_manager.FinishedJobs().OutputOf(*job);

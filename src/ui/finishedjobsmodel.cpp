@@ -4,7 +4,9 @@
 #include "manager/finishedjobs.h"
 #include "manager/listings.h"
 
-Taskmill_FinishedJobsModel::Taskmill_FinishedJobsModel(const Taskmill_FinishedJobs &jobs, QObject *parent)
+#include <algorithm>
+
+Taskmill_FinishedJobsModel::Taskmill_FinishedJobsModel(Taskmill_FinishedJobs &jobs, QObject *parent)
     : Taskmill_JobTableModel{Taskmill_Listings::FinishedJobs(), parent}
     , m_jobs{jobs}
     , m_generation{jobs.Generation()}
@@ -22,39 +24,64 @@ void Taskmill_FinishedJobsModel::Refresh()
 
 void Taskmill_FinishedJobsModel::RemoveMissingRows()
 {
-    const QList<Taskmill_JobRecord> &jobs = m_jobs.Jobs();
     const KilnUtil_RowRanges gone = KilnUtil_RowsGone(
-        m_jobIDs.size(), [this](qsizetype row) { return m_jobIDs[row]; }, jobs.size(),
-        [&jobs](qsizetype position) { return jobs[position].JobID; });
+        m_jobIDs.size(), [this](qsizetype row) { return m_jobIDs[row]; }, m_jobs.Count(),
+        [this](qsizetype position) { return m_jobs.JobIDAt(position); });
     TakeOut(gone, m_jobIDs);
 }
 
 void Taskmill_FinishedJobsModel::AppendNewRows()
 {
-    const QList<Taskmill_JobRecord> &jobs = m_jobs.Jobs();
-    if (m_jobIDs.size() == jobs.size())
+    const qsizetype count = m_jobs.Count();
+    if (m_jobIDs.size() == count)
         return;
-    beginInsertRows({}, static_cast<int>(m_jobIDs.size()), static_cast<int>(jobs.size()) - 1);
-    m_jobIDs.reserve(jobs.size());
-    while (m_jobIDs.size() < jobs.size())
-        m_jobIDs.append(jobs[m_jobIDs.size()].JobID);
+    beginInsertRows({}, static_cast<int>(m_jobIDs.size()), static_cast<int>(count) - 1);
+    m_jobIDs.reserve(count);
+    while (m_jobIDs.size() < count)
+        m_jobIDs.append(m_jobs.JobIDAt(m_jobIDs.size()));
     endInsertRows();
+}
+
+bool Taskmill_FinishedJobsModel::HasManyRows() const
+{
+    return m_jobs.IsRanked();
+}
+
+std::optional<KilnUtil_RowSource::Ranks> Taskmill_FinishedJobsModel::RanksAtOnce(int column) const
+{
+    if (column != Columns().IndexOf(&Taskmill_JobRecord::JobID))
+        return std::nullopt;
+    constexpr quint32 signBit = 1U << 31;
+    Ranks ranks(m_jobIDs.size());
+    std::ranges::transform(m_jobIDs, ranks.begin(),
+                           [](int jobID) { return static_cast<quint32>(jobID) ^ signBit; });
+    return ranks;
+}
+
+void Taskmill_FinishedJobsModel::FindRanks(int column, const TakeRanks &take)
+{
+    m_jobs.Rank(column, take);
+}
+
+void Taskmill_FinishedJobsModel::StopFindingRanks()
+{
+    m_jobs.StopRanking();
 }
 
 Taskmill_JobStatus Taskmill_FinishedJobsModel::StatusOfRow(qsizetype row) const
 {
-    return row < m_jobs.Jobs().size() ? m_jobs.Jobs()[row].Status : Taskmill_JobStatus::Unknown;
+    return row < m_jobs.Count() ? m_jobs.JobAt(row).Status : Taskmill_JobStatus::Unknown;
 }
 
 QString Taskmill_FinishedJobsModel::TextOf(qsizetype row, int column) const
 {
-    return row < m_jobs.Jobs().size() ? Columns().Text(m_jobs.Jobs()[row], column) : QString{};
+    return row < m_jobs.Count() ? Columns().Text(m_jobs.JobAt(row), column) : QString{};
 }
 
 std::optional<Taskmill_JobTime> Taskmill_FinishedJobsModel::TimeOf(qsizetype row, int column) const
 {
     Taskmill_JobTime Taskmill_JobRecord::*time = Columns().TimeOf(column);
-    if (!time || row >= m_jobs.Jobs().size())
+    if (!time || row >= m_jobs.Count())
         return std::nullopt;
-    return m_jobs.Jobs()[row].*time;
+    return m_jobs.JobAt(row).*time;
 }

@@ -13,12 +13,17 @@ class Taskmill_FinishedJobsModel final : public Taskmill_JobTableModel
 
 public:
     /// The list outlives the model. Without rows until the first Refresh().
-    Taskmill_FinishedJobsModel(const Taskmill_FinishedJobs &jobs, QObject *parent);
+    Taskmill_FinishedJobsModel(Taskmill_FinishedJobs &jobs, QObject *parent);
 
     /// Brings the rows up to date with the list and reports to the views what differs, no more: their
     /// selection and their place are kept. Jobs that have been added may wait for that, removals may not: the
     /// rows show the list itself.
     void Refresh();
+
+    [[nodiscard]] bool HasManyRows() const override;
+    [[nodiscard]] std::optional<Ranks> RanksAtOnce(int column) const override;
+    void FindRanks(int column, const TakeRanks &take) override;
+    void StopFindingRanks() override;
 
 protected:
     [[nodiscard]] qsizetype RowCount() const override { return m_jobIDs.size(); }
@@ -31,7 +36,7 @@ private:
     void RemoveMissingRows();
     void AppendNewRows();
 
-    const Taskmill_FinishedJobs &m_jobs;
+    Taskmill_FinishedJobs &m_jobs;
     QList<int> m_jobIDs; ///< of the rows
     int m_generation;    ///< of the list, when the rows were made
 };

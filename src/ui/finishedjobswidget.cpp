@@ -9,8 +9,6 @@
 #include "ui/tablefiller.h"
 #include "widgets/tablewidget.h"
 
-#include <algorithm>
-
 using namespace Qt::Literals::StringLiterals;
 
 /// The entries of the menu that has been shown.
@@ -84,9 +82,9 @@ void Taskmill_FinishedJobsWidget::JobsChangedSlot()
         m_filler->FillSoon();
 }
 
-const Taskmill_JobRecord *Taskmill_FinishedJobsWidget::JobAt(int position) const
+const Taskmill_JobRecord *Taskmill_FinishedJobsWidget::JobAt(qsizetype position) const
 {
-    return position >= 0 && position < m_jobs.Jobs().size() ? &m_jobs.Jobs()[position] : nullptr;
+    return position >= 0 && position < m_jobs.Count() ? &m_jobs.JobAt(position) : nullptr;
 }
 
 void Taskmill_FinishedJobsWidget::ContextMenuSlot(const QPoint &position)
@@ -116,9 +114,12 @@ void Taskmill_FinishedJobsWidget::ContextMenuSlot(const QPoint &position)
 
 void Taskmill_FinishedJobsWidget::View(const Entries &entries, const QAction &chosen, int jobID)
 {
-    const auto job = std::ranges::find(m_jobs.Jobs(), jobID, &Taskmill_JobRecord::JobID);
-    if (job == m_jobs.Jobs().end())
+    const Taskmill_JobRecord *found = JobAt(m_jobs.PositionOf(jobID));
+    if (!found)
         return;
+    // A viewer may look at others.
+    const Taskmill_JobRecord record = *found;
+    const Taskmill_JobRecord *job = &record;
     if (&chosen == entries.showLog)
         Taskmill_JobViewers::ShowLog(*m_frame, job->Name, m_jobs.OutputOf(*job));
     else if (&chosen == entries.showInputFile)
@@ -129,11 +130,7 @@ void Taskmill_FinishedJobsWidget::View(const Entries &entries, const QAction &ch
 
 void Taskmill_FinishedJobsWidget::RemoveSlot()
 {
-    QList<int> positions;
-    const QList<int> rows = m_table->SelectedRows();
-    for (const int row : rows)
-        positions.append(m_table->PositionAt(row));
-    Taskmill_FinishedRemovalDialogue removal{m_jobs, positions};
+    Taskmill_FinishedRemovalDialogue removal{m_jobs, m_table->PositionsOfSelectedRows()};
     Taskmill_AskThroughPrompt(removal);
     FillTable();
 }
@@ -143,9 +140,11 @@ void Taskmill_FinishedJobsWidget::CellDoubleClickedSlot(int row, int column)
     const QModelIndex current = m_table->currentIndex();
     if (current.row() != row || current.column() != column)
         return;
-    const Taskmill_JobRecord *job = JobAt(m_table->PositionAt(row));
-    if (!job)
+    const Taskmill_JobRecord *found = JobAt(m_table->PositionAt(row));
+    if (!found)
         return;
+    const Taskmill_JobRecord record = *found;
+    const Taskmill_JobRecord *job = &record;
     if (!job->OutputFilePath().isEmpty())
         Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFilePath());
     else if (m_jobs.HasOutput(*job))

@@ -38,8 +38,8 @@ private:
     struct Entries;
 
     void BuildTable();
-    /// nullptr when there is no such job.
-    [[nodiscard]] const Taskmill_JobRecord *JobAt(int position) const;
+    /// See Taskmill_FinishedJobs::JobAt(); nullptr when there is no such job.
+    [[nodiscard]] const Taskmill_JobRecord *JobAt(qsizetype position) const;
     void View(const Entries &entries, const QAction &chosen, int jobID);
 
     Taskmill_FinishedJobs &m_jobs;

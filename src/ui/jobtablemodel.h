@@ -4,6 +4,7 @@
 #include "jobs/jobrecord.h"
 #include "manager/columns.h"
 #include "widgets/rowranges.h"
+#include "widgets/rowsource.h"
 
 #include <QAbstractTableModel>
 #include <QList>
@@ -13,7 +14,7 @@
 
 /// What the tables of jobs have in common: their columns, the mark beside the status, the role that leads
 /// from a cell to its row, and one way to take rows out.
-class Taskmill_JobTableModel : public QAbstractTableModel
+class Taskmill_JobTableModel : public QAbstractTableModel, public KilnUtil_RowSource
 {
     Q_OBJECT
 
@@ -41,11 +42,12 @@ protected:
     template <typename T>
     void TakeOut(const KilnUtil_RowRanges &gone, QList<T> &rows)
     {
-        constexpr qsizetype mostOneByOne = 100;
-        if (gone.size() > mostOneByOne) {
+        if (!KilnUtil_AreReportedSingly(gone.size(), rows.size())) {
+            SetLeavingRows(gone);
             Q_EMIT layoutAboutToBeChanged();
             KilnUtil_RemoveRows(rows, gone);
             FinishNewLayout(gone);
+            SetLeavingRows({});
             return;
         }
         for (const KilnUtil_RowRange &range : gone) {

@@ -15,6 +15,15 @@ struct KilnUtil_RowRange
 };
 using KilnUtil_RowRanges = QList<KilnUtil_RowRange>;
 
+/// Whether so many changes of a table are reported to its views one by one. Beyond, a new layout is: each
+/// change costs a walk through all rows.
+[[nodiscard]] inline bool KilnUtil_AreReportedSingly(qsizetype changes, qsizetype rows)
+{
+    constexpr qsizetype mostChanges = 100;
+    constexpr qsizetype mostSteps = 10'000'000;
+    return changes <= mostChanges && (changes <= 1 || changes * rows <= mostSteps);
+}
+
 /// Rows in rising order as ranges from the bottom, so that they can be removed one after another.
 [[nodiscard]] inline KilnUtil_RowRanges KilnUtil_RangesOf(const QList<int> &rows)
 {

@@ -37,6 +37,9 @@ private:
     QString m_text;
 };
 
+/// Brings rows in the order of their ranks; equal ones stay as they stand.
+void KilnUtil_SortByRanks(QList<int> &rows, const QList<quint32> &ranks, Qt::SortOrder order);
+
 /// The keys of a whole column, made once: a cell's text may be costly to make, and each is compared many
 /// times.
 class KilnUtil_TableSortKeys

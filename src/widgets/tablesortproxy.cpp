@@ -2,6 +2,7 @@
 #include "widgets/tablesortproxy.h"
 
 #include "widgets/rowranges.h"
+#include "widgets/rowsource.h"
 #include "widgets/tablesortkeys.h"
 
 #include <algorithm>
@@ -11,8 +12,10 @@
 using Proxy = KilnUtil_TableSortProxy;
 
 namespace {
-/// Beyond so many changes at once a new order is reported to the views instead of each.
+/// Beyond so many changed rows at once they are reported as a block.
 constexpr qsizetype mostChangesReportedSingly = 100;
+/// Each looks at some twenty rows for its place.
+constexpr qsizetype mostRowsPlaced = 1000;
 } // namespace
 
 KilnUtil_TableSortProxy::KilnUtil_TableSortProxy(QObject *parent)
@@ -85,7 +88,76 @@ void Proxy::SortAll()
         std::ranges::sort(m_sourceRows);
         return;
     }
-    KilnUtil_TableSortKeys{*sourceModel(), m_column}.Sort(m_sourceRows, m_order);
+    KilnUtil_RowSource *source = ManyRows();
+    if (!source)
+        KilnUtil_TableSortKeys{*sourceModel(), m_column}.Sort(m_sourceRows, m_order);
+    else if (const auto ranks = source->RanksAtOnce(m_column))
+        KilnUtil_SortByRanks(m_sourceRows, *ranks, m_order);
+    else if (m_wanted)
+        FindRanks(m_wanted->column, m_wanted->order);
+    else
+        FindRanks(m_column, m_order);
+}
+
+KilnUtil_RowSource *Proxy::ManyRows() const
+{
+    auto *source = dynamic_cast<KilnUtil_RowSource *>(sourceModel());
+    return source && source->HasManyRows() ? source : nullptr;
+}
+
+void Proxy::FindRanks(int column, Qt::SortOrder order)
+{
+    m_wanted = {column, order};
+    ManyRows()->FindRanks(column, [this](const QList<quint32> &ranks) { TakeRanks(ranks); });
+}
+
+void Proxy::FindRanksAnew()
+{
+    if (const auto wanted = std::exchange(m_wanted, std::nullopt))
+        sort(wanted->column, wanted->order);
+}
+
+void Proxy::TakeRanks(const QList<quint32> &ranks)
+{
+    if (!m_wanted)
+        return;
+    m_column = m_wanted->column;
+    m_order = m_wanted->order;
+    m_wanted.reset();
+    ChangeOrder([&] {
+        QList<int> late;
+        m_sourceRows.removeIf([&](int sourceRow) {
+            if (sourceRow < ranks.size())
+                return false;
+            late.append(sourceRow);
+            return true;
+        });
+        KilnUtil_SortByRanks(m_sourceRows, ranks, m_order);
+        PlaceRows(late);
+    });
+}
+
+void Proxy::PlaceRows(QList<int> rows)
+{
+    if (rows.size() > mostRowsPlaced) {
+        m_sourceRows += rows;
+        SortAll();
+        return;
+    }
+    std::ranges::stable_sort(rows, [this](int row, int other) { return IsBefore(row, other); });
+    // From the end: what is behind each place moves once.
+    qsizetype end = m_sourceRows.size();
+    m_sourceRows.resize(end + rows.size());
+    for (qsizetype left = rows.size(); left > 0; --left) {
+        const int row = rows[left - 1];
+        const auto place = std::upper_bound(m_sourceRows.cbegin(), m_sourceRows.cbegin() + end, row,
+                                            [this](int a, int b) { return IsBefore(a, b); }) -
+                           m_sourceRows.cbegin();
+        std::move_backward(m_sourceRows.begin() + place, m_sourceRows.begin() + end,
+                           m_sourceRows.begin() + end + left);
+        m_sourceRows[place + left - 1] = row;
+        end = place;
+    }
 }
 
 template <typename Change>
@@ -108,7 +180,16 @@ void Proxy::ChangeOrder(Change change)
 
 void Proxy::sort(int column, Qt::SortOrder order)
 {
-    m_column = column < columnCount() ? column : -1;
+    column = column < columnCount() ? column : -1;
+    KilnUtil_RowSource *source = ManyRows();
+    if (source && column >= 0 && !source->RanksAtOnce(column)) {
+        FindRanks(column, order);
+        return;
+    }
+    if (m_wanted && source)
+        source->StopFindingRanks();
+    m_wanted.reset();
+    m_column = column;
     m_order = order;
     ChangeOrder([this] { SortAll(); });
 }
@@ -129,29 +210,43 @@ qsizetype Proxy::PlaceOf(int sourceRow) const
 void Proxy::SourceRowsInsertedSlot(const QModelIndex &, int first, int last)
 {
     const int count = last - first + 1;
-    for (int &sourceRow : m_sourceRows) {
-        if (sourceRow >= first)
-            sourceRow += count;
+    if (first < m_sourceRows.size()) {
+        for (int &sourceRow : m_sourceRows) {
+            if (sourceRow >= first)
+                sourceRow += count;
+        }
+        FindViewRows();
     }
+    m_viewRows.resize(sourceModel()->rowCount(), -1);
     if (m_sourceRows.isEmpty()) {
         beginInsertRows({}, 0, count - 1);
         ReadSource();
         endInsertRows();
-    } else if (count > mostChangesReportedSingly) {
-        FindViewRows();
-        ChangeOrder([&] {
-            m_sourceRows.resize(m_sourceRows.size() + count);
-            std::iota(m_sourceRows.end() - count, m_sourceRows.end(), first);
-            SortAll();
-        });
+    } else if (KilnUtil_AreReportedSingly(count, m_sourceRows.size())) {
+        InsertSingly(first, last);
     } else {
-        for (int sourceRow = first; sourceRow <= last; ++sourceRow) {
-            const auto place = static_cast<int>(PlaceOf(sourceRow));
-            beginInsertRows({}, place, place);
-            m_sourceRows.insert(place, sourceRow);
-            FindViewRows();
-            endInsertRows();
-        }
+        ChangeOrder([&] {
+            QList<int> rows(count);
+            std::iota(rows.begin(), rows.end(), first);
+            if (ManyRows() && m_column >= 0) {
+                PlaceRows(rows);
+            } else {
+                m_sourceRows += rows;
+                SortAll();
+            }
+        });
+    }
+}
+
+void Proxy::InsertSingly(int first, int last)
+{
+    for (int sourceRow = first; sourceRow <= last; ++sourceRow) {
+        const auto place = static_cast<int>(PlaceOf(sourceRow));
+        beginInsertRows({}, place, place);
+        m_sourceRows.insert(place, sourceRow);
+        for (int row = place; row < m_sourceRows.size(); ++row)
+            m_viewRows[m_sourceRows[row]] = row;
+        endInsertRows();
     }
 }
 
@@ -166,7 +261,7 @@ void Proxy::SourceRowsAboutToBeRemovedSlot(const QModelIndex &, int first, int l
 void Proxy::RemoveViewRows(const QList<int> &rows)
 {
     const KilnUtil_RowRanges ranges = KilnUtil_RangesOf(rows);
-    if (ranges.size() > mostChangesReportedSingly) {
+    if (!KilnUtil_AreReportedSingly(ranges.size(), m_sourceRows.size())) {
         ChangeOrder([&] {
             for (const int row : rows)
                 m_sourceRows[row] = -1;
@@ -189,6 +284,7 @@ void Proxy::SourceRowsRemovedSlot(const QModelIndex &, int first, int last)
             sourceRow -= last - first + 1;
     }
     FindViewRows();
+    FindRanksAnew();
 }
 
 void Proxy::SourceDataChangedSlot(const QModelIndex &topLeft, const QModelIndex &bottomRight,
@@ -242,14 +338,47 @@ void Proxy::PutInPlace(int first, int last)
 
 void Proxy::SourceLayoutAboutToBeChangedSlot()
 {
+    if (const auto *source = dynamic_cast<KilnUtil_RowSource *>(sourceModel());
+        source && !source->LeavingRows().isEmpty()) {
+        RemoveLeavingRows(source->LeavingRows());
+        return;
+    }
     Q_EMIT layoutAboutToBeChanged({}, VerticalSortHint);
     m_rowsBefore.reserve(static_cast<size_t>(m_sourceRows.size()));
     for (const int sourceRow : std::as_const(m_sourceRows))
         m_rowsBefore.emplace_back(sourceModel()->index(sourceRow, 0));
 }
 
+/// Before the source has removed them, in the order of the view.
+void Proxy::RemoveLeavingRows(const KilnUtil_RowRanges &leaving)
+{
+    QList<bool> leaves(m_viewRows.size(), false);
+    for (const auto &[first, last] : leaving)
+        std::fill(leaves.begin() + first, leaves.begin() + last + 1, true);
+    QList<int> rows;
+    for (int row = 0; row < m_sourceRows.size(); ++row) {
+        if (leaves[m_sourceRows[row]])
+            rows.append(row);
+    }
+    RemoveViewRows(rows);
+    // What the source rows are called from now on.
+    QList<int> rowsNow(leaves.size());
+    int now = 0;
+    for (qsizetype row = 0; row < leaves.size(); ++row)
+        rowsNow[row] = leaves[row] ? -1 : now++;
+    m_rowsNow = rowsNow;
+}
+
 void Proxy::SourceLayoutChangedSlot()
 {
+    if (!m_rowsNow.isEmpty()) {
+        for (int &sourceRow : m_sourceRows)
+            sourceRow = m_rowsNow[sourceRow];
+        m_rowsNow.clear();
+        FindViewRows();
+        FindRanksAnew();
+        return;
+    }
     const QModelIndexList before = persistentIndexList();
     m_sourceRows.clear();
     for (const QPersistentModelIndex &row : m_rowsBefore) {

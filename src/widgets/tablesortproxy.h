@@ -4,13 +4,17 @@
 #include <QAbstractProxyModel>
 #include <QList>
 
+#include <optional>
 #include <vector>
 
+class KilnUtil_RowSource;
 class KilnUtil_TableSortKey;
+struct KilnUtil_RowRange;
 
 /// Sorts the rows of a table model: numbers by size, everything else as text without regard to case. Rows
 /// that are equal keep the order in which they stood. Made for tables of a hundred thousand rows: one change
-/// costs no more than a walk through a list of numbers. The source model's columns stay what they are.
+/// costs no more than a walk through a list of numbers. More are sorted by the ranks that a KilnUtil_RowSource
+/// finds; until it has them the rows stand as before. The source model's columns stay what they are.
 class KilnUtil_TableSortProxy final : public QAbstractProxyModel
 {
     Q_OBJECT
@@ -28,6 +32,7 @@ public:
     /// Column -1 shows the rows in the order of the source model.
     void sort(int column, Qt::SortOrder order) override;
 
+    [[nodiscard]] int SourceRowAt(int row) const { return m_sourceRows[row]; }
     [[nodiscard]] QModelIndex mapToSource(const QModelIndex &index) const override;
     [[nodiscard]] QModelIndex mapFromSource(const QModelIndex &index) const override;
     [[nodiscard]] QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
@@ -53,6 +58,14 @@ private:
     void ReadSource();
     void FindViewRows();
     void SortAll();
+    [[nodiscard]] KilnUtil_RowSource *ManyRows() const;
+    void FindRanks(int column, Qt::SortOrder order);
+    /// Again, as rows have been removed meanwhile.
+    void FindRanksAnew();
+    void TakeRanks(const QList<quint32> &ranks);
+    /// Puts rows that are not there yet in their places.
+    void PlaceRows(QList<int> rows);
+    void InsertSingly(int first, int last);
     /// By the column that the rows are sorted by; equal rows are not before each other.
     [[nodiscard]] bool IsBefore(int sourceRow, int otherSourceRow) const;
     [[nodiscard]] KilnUtil_TableSortKey KeyOf(int sourceRow) const;
@@ -62,13 +75,21 @@ private:
                            const QList<int> &roles);
     void PutInPlace(int first, int last);
     void RemoveViewRows(const QList<int> &rows);
+    void RemoveLeavingRows(const QList<KilnUtil_RowRange> &leaving);
     /// Calls what changes m_sourceRows at many places, and leads the places that views hold to their rows.
     template <typename Change>
     void ChangeOrder(Change change);
 
     QList<int> m_sourceRows; ///< by row of the view
-    QList<int> m_viewRows;   ///< by source row; -1 for a row that is about to be removed
+    QList<int> m_viewRows;   ///< by source row; -1 for a row that is about to be removed, or is not placed yet
+    QList<int> m_rowsNow;    ///< by source row as before, while rows leave the source
     int m_column = -1;
     Qt::SortOrder m_order = Qt::AscendingOrder;
+    struct Order
+    {
+        int column;
+        Qt::SortOrder order;
+    };
+    std::optional<Order> m_wanted;                   ///< while its ranks are being found
     std::vector<QPersistentModelIndex> m_rowsBefore; ///< while the source changes its layout
 };

@@ -216,12 +216,25 @@ void KilnUtil_TableWidget::SetAcceptsFiles(bool accepts)
 
 QList<int> KilnUtil_TableWidget::SelectedRows() const
 {
+    // Whole rows are selected, maybe a million; Qt would look at each of their cells.
     QList<int> rows;
-    const QModelIndexList selected = selectionModel()->selectedRows();
-    for (const QModelIndex &index : selected)
-        rows.append(index.row());
+    const QItemSelection selection = selectionModel()->selection();
+    for (const QItemSelectionRange &range : selection) {
+        for (int row = range.top(); row <= range.bottom(); ++row)
+            rows.append(row);
+    }
     std::ranges::sort(rows);
+    const auto repeated = std::ranges::unique(rows);
+    rows.erase(repeated.begin(), repeated.end());
     return rows;
+}
+
+QList<int> KilnUtil_TableWidget::PositionsOfSelectedRows() const
+{
+    QList<int> positions = SelectedRows();
+    for (int &position : positions)
+        position = m_proxy->SourceRowAt(position);
+    return positions;
 }
 
 int KilnUtil_TableWidget::PositionAt(int row) const

@@ -39,7 +39,7 @@ const QList<JobList> &JobLists()
         {u"finished"_s, u"Finished Jobs"_s, u"The finished jobs."_s,
          // No listing shows what they have written.
          [](Database &database) {
-             return database.GetFinishedJobsWithShortOutputs(0);
+             return database.GetFinishedJobsWithoutOutputs();
          }},
         QueueList(Taskmill_Destination::Long, u"The queue of long jobs."_s,
                   [](Database &database) { return database.GetLongJobs(); }),

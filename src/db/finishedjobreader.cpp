@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: MIT
+#include "db/finishedjobreader.h"
+
+#include <utility>
+
+#include <sqlite3.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+struct Taskmill_FinishedJobReader::Connection
+{
+    sqlite3 *database = nullptr;
+
+    Connection() = default;
+    ~Connection() { sqlite3_close(database); }
+    Q_DISABLE_COPY_MOVE(Connection)
+};
+
+struct Taskmill_FinishedJobReader::Statement
+{
+    Taskmill_RowCursor rows;
+    Taskmill_JobRowReader reader;
+
+    template <typename Database>
+    Statement(const Database &database, const QString &text, const Taskmill_JobTypesByID &jobTypes)
+        : rows{database, text}
+        , reader{jobTypes, rows}
+    {
+    }
+};
+
+Taskmill_FinishedJobReader::Taskmill_FinishedJobReader(const QSqlDatabase &connection, QString storagePath,
+                                                       QString keyColumn, const QStringList &columns,
+                                                       Taskmill_JobTypesByID jobTypes)
+    : m_shared{connection}
+    , m_storagePath{std::move(storagePath)}
+    , m_keyColumn{std::move(keyColumn)}
+    , m_columns{(QStringList{QString{}} + columns).join(u',')}
+    , m_jobTypes{std::move(jobTypes)}
+{
+}
+
+Taskmill_FinishedJobReader::~Taskmill_FinishedJobReader() = default;
+
+bool Taskmill_FinishedJobReader::OpenOwn()
+{
+    auto own = std::make_unique<Connection>();
+    if (!HasStorage() ||
+        sqlite3_open_v2(m_storagePath.toUtf8().constData(), &own->database, SQLITE_OPEN_READONLY, nullptr) !=
+            SQLITE_OK)
+        return false;
+    constexpr int longestWaitMs = 5000;
+    sqlite3_busy_timeout(own->database, longestWaitMs);
+    m_find.reset();
+    m_read.reset();
+    m_own = std::move(own);
+    return true;
+}
+
+std::unique_ptr<Taskmill_FinishedJobReader::Statement>
+Taskmill_FinishedJobReader::Prepare(const QString &condition) const
+{
+    const QString text =
+        u"SELECT %1 AS RowKey%2 FROM FinishedJobs WHERE %1 %3"_s.arg(m_keyColumn, m_columns, condition);
+    return m_own ? std::make_unique<Statement>(m_own->database, text, m_jobTypes)
+                 : std::make_unique<Statement>(m_shared, text, m_jobTypes);
+}
+
+std::optional<Taskmill_JobRecord> Taskmill_FinishedJobReader::Find(qint64 key)
+{
+    if (!m_find)
+        m_find = Prepare(u"= ?"_s);
+    m_find->rows.Start({key});
+    std::optional<Taskmill_JobRecord> job;
+    if (m_find->rows.Next())
+        job = m_find->reader.Read({});
+    m_find->rows.Stop();
+    return job;
+}
+
+std::optional<qint64> Taskmill_FinishedJobReader::Read(qint64 behind, int count, const Take &take)
+{
+    if (!m_read)
+        m_read = Prepare(u"> ? ORDER BY 1 LIMIT ?"_s);
+    Taskmill_RowCursor &rows = m_read->rows;
+    std::optional<qint64> last;
+    rows.Start({behind, count});
+    while (rows.Next()) {
+        last = rows.LongInteger(0);
+        take(*last, m_read->reader.Read({}));
+    }
+    rows.Stop();
+    return last;
+}
