@@ -510,6 +510,11 @@ QString Taskmill_Database::GetFinishedJobOutput(qint64 key)
     return m_finishedJobs.GetOutput(key);
 }
 
+bool Taskmill_Database::SetFinishedJobOutput(qint64 key, const QString &output)
+{
+    return m_finishedJobs.SetOutput(key, output);
+}
+
 std::unique_ptr<Taskmill_FinishedJobReader>
 Taskmill_Database::MakeFinishedJobReader(const QStringList &columns)
 {

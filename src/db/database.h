@@ -137,6 +137,8 @@ public:
     /// rows were read.
     [[nodiscard]] std::optional<Taskmill_JobRecord> GetFinishedJob(qint64 key);
     [[nodiscard]] QString GetFinishedJobOutput(qint64 key);
+    /// Belongs to a transaction.
+    bool SetFinishedJobOutput(qint64 key, const QString &output);
     /// What reads many of them, with these columns or, when none is named, all but the output.
     [[nodiscard]] std::unique_ptr<Taskmill_FinishedJobReader>
     MakeFinishedJobReader(const QStringList &columns = {});

@@ -189,6 +189,12 @@ QString Taskmill_FinishedJobStore::GetOutput(qint64 key)
     return output;
 }
 
+bool Taskmill_FinishedJobStore::SetOutput(qint64 key, const QString &output)
+{
+    return RunPrepared(u"UPDATE FinishedJobs SET StdOutAndStdErr = ? WHERE %1 = ?"_s.arg(RowKeyColumn()),
+                       {output, key});
+}
+
 std::unique_ptr<Taskmill_FinishedJobReader> Taskmill_FinishedJobStore::MakeReader(const QStringList &columns)
 {
     if (!m_rows && Open())

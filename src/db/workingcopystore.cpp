@@ -28,6 +28,7 @@ bool Taskmill_WorkingCopyStore::Begin()
     const bool begun = Database().Untracked([this] {
         return Execute(u"DROP TABLE IF EXISTS WorkingCopy"_s) &&
                Execute(u"DROP TABLE IF EXISTS WorkingCopyRuns"_s) &&
+               Execute(u"DROP TABLE IF EXISTS WorkingCopyOutputs"_s) &&
                Execute(u"CREATE TABLE WorkingCopy (Name TEXT PRIMARY KEY, Value TEXT) WITHOUT ROWID"_s) &&
                Execute(u"CREATE TABLE WorkingCopyRuns (JobID INTEGER PRIMARY KEY)"_s) &&
                Execute(u"INSERT INTO WorkingCopy VALUES ('Changes', 0)"_s);
@@ -67,6 +68,33 @@ bool Taskmill_WorkingCopyStore::SetUnchanged()
 bool Taskmill_WorkingCopyStore::CountChange()
 {
     return !Exists() || RunPrepared(u"UPDATE WorkingCopy SET Value = Value + 1 WHERE Name = 'Changes'"_s, {});
+}
+
+QHash<qint64, Taskmill_LeftOutput> Taskmill_LeftOutputs()
+{
+    QHash<qint64, Taskmill_LeftOutput> outputs;
+    QSqlQuery query{Connection()};
+    query.setForwardOnly(true);
+    // The table is made with its first row.
+    if (query.exec(u"SELECT FinishedJobID, Run, Said FROM WorkingCopyOutputs"_s)) {
+        while (query.next())
+            outputs.insert(query.value(0).toLongLong(),
+                           {.Run = query.value(1).toString(), .Said = query.value(2).toString()});
+    }
+    return outputs;
+}
+
+bool Taskmill_WorkingCopyStore::AddLeftOutput(qint64 key, const Taskmill_LeftOutput &output)
+{
+    return Execute(u"CREATE TABLE IF NOT EXISTS WorkingCopyOutputs (FinishedJobID INTEGER PRIMARY KEY, Run TEXT, "
+                   "Said TEXT)"_s) &&
+           RunPrepared(u"INSERT OR REPLACE INTO WorkingCopyOutputs VALUES (?, ?, ?)"_s,
+                       {key, output.Run, output.Said});
+}
+
+bool Taskmill_WorkingCopyStore::RemoveLeftOutput(qint64 key)
+{
+    return RunPrepared(u"DELETE FROM WorkingCopyOutputs WHERE FinishedJobID = ?"_s, {key});
 }
 
 QList<qint32> Taskmill_WorkingCopyStore::Runs()

@@ -3,7 +3,16 @@
 
 #include "db/tablestore.h"
 
+#include <QHash>
 #include <QList>
+
+/// A long output that is still with the run of a finished job, whose row holds none: it is brought over before
+/// anybody else reads the rows.
+struct Taskmill_LeftOutput
+{
+    QString Run;  ///< as Taskmill_JobRecord::Run
+    QString Said; ///< stands behind it
+};
 
 /// What a working copy knows beside its project: the tables whose names begin with "WorkingCopy". They never
 /// reach a project file.
@@ -32,6 +41,11 @@ public:
     bool SetUnchanged();
     /// Inside a transaction.
     bool CountChange();
+
+    /// By the keys of the finished jobs' rows. The two that write belong to a transaction.
+    [[nodiscard]] QHash<qint64, Taskmill_LeftOutput> LeftOutputs();
+    bool AddLeftOutput(qint64 key, const Taskmill_LeftOutput &output);
+    bool RemoveLeftOutput(qint64 key);
 
     /// The jobs that were started and whose end is not recorded. The two that write belong to a transaction.
     [[nodiscard]] QList<qint32> Runs();

@@ -210,11 +210,28 @@ QString Taskmill_Job::OutputNow() const
 {
     if (!m_process)
         return m_record.StdOutAndStdErr;
-    QByteArray bytes = m_process->Output().Content();
+    return TextOfOutput(m_process->Output().Content());
+}
+
+QString Taskmill_Job::TextOfOutput(QByteArray bytes)
+{
     // A database text is cut at a NUL character by whoever reads it with C functions.
     if (bytes.contains('\0'))
         bytes.replace('\0', QByteArrayView{});
     return KilnUtil_TextEncoding::FromUtf8OrLatin1(bytes);
+}
+
+/// A job's end is to hold nothing up: of a long output only what was said of it is taken over.
+void Taskmill_Job::GatherLastOutput()
+{
+    constexpr qint64 longestGathered = 256L * 1024;
+    const bool isLong = m_process && m_process->Output().TotalSize() > longestGathered;
+    const std::optional<QByteArray> said = isLong ? m_process->Output().Appended() : std::nullopt;
+    m_record.IsOutputLeft = said.has_value();
+    if (said)
+        m_record.StdOutAndStdErr = QString::fromUtf8(*said);
+    else
+        GatherOutput();
 }
 
 bool Taskmill_Job::HasOutput() const
@@ -237,7 +254,7 @@ void Taskmill_Job::ProcessFinishedSlot(bool)
 {
     const Taskmill_JobStatus status = FinalStatus();
     const int exitCode = m_process ? m_process->ExitCode() : 0;
-    GatherOutput();
+    GatherLastOutput();
     m_record.SetStatus(status, true);
     // It may have ended while nobody was there.
     if (m_process && m_process->EndMs() > 0)

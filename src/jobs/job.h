@@ -75,6 +75,8 @@ public:
     /// A job that a keeper runs goes on without this object. False for any other.
     bool LetGoOn();
 
+    /// Bytes that a program wrote, as a text that can be stored.
+    [[nodiscard]] static QString TextOfOutput(QByteArray bytes);
     /// Takes over what the process has written so far and returns it.
     QString GatherOutput();
     /// The same without keeping it: the captured output as it is now, and whether there is any.
@@ -93,6 +95,7 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] Taskmill_JobStatus FinalStatus() const;
+    void GatherLastOutput();
     [[nodiscard]] QString WorkingDirectory() const;
     [[nodiscard]] QString StandardInputDirectory() const;
     bool OpenStandardInput(QFile &file) const;

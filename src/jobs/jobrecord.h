@@ -40,6 +40,8 @@ struct Taskmill_JobRecord
     QString CheckpointFile2;
     Taskmill_JobStatus Status = Taskmill_JobStatus::Unknown;
     QString StdOutAndStdErr; ///< what the process wrote, gathered when it ends
+    /// StdOutAndStdErr is only what was said of it: what the process wrote is still where its run is.
+    bool IsOutputLeft = false;
     Taskmill_JobTime Submitted;
     Taskmill_JobTime Started;
     Taskmill_JobTime Finished;

@@ -44,9 +44,13 @@ Taskmill_FinishedJobs::Taskmill_FinishedJobs()
     connect(&m_removalTimer, &QTimer::timeout, this, [this] { RemoveSomeRows(longestTurnMs); });
 }
 
-bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite)
+bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &ended, const std::function<void()> &alsoWrite)
 {
     RecordMissing();
+    Taskmill_JobRecord job = ended;
+    if (job.IsOutputLeft && !CanLeaveOutputs())
+        job.StdOutAndStdErr.prepend(m_outputOfRun ? m_outputOfRun(job.Run) : QString{});
+    job.IsOutputLeft = job.IsOutputLeft && CanLeaveOutputs();
     const auto row = Record(job, alsoWrite);
     const bool isStored = row && *row >= 0;
     const qint64 key = isStored ? *row : ++m_lastHeldKey;
@@ -63,18 +67,31 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job, const std::fun
     return row.has_value();
 }
 
+bool Taskmill_FinishedJobs::CanLeaveOutputs() const
+{
+    Taskmill_Database *database = CurrentDatabase();
+    return database && m_outputOfRun && database->WorkingCopy().Exists();
+}
+
 std::optional<qint64> Taskmill_FinishedJobs::Record(const Taskmill_JobRecord &job,
                                                     const std::function<void()> &alsoWrite)
 {
     Taskmill_Database *database = CurrentDatabase();
     qint32 key = -1;
+    const Taskmill_LeftOutput left{.Run = job.Run, .Said = job.StdOutAndStdErr};
+    Taskmill_JobRecord row = job;
+    if (job.IsOutputLeft)
+        row.StdOutAndStdErr.clear();
     const bool recorded = !database || database->AsOneChange([&] {
-        if (!database->InsertFinishedJob(job, true, &key))
+        if (!database->InsertFinishedJob(row, true, &key) ||
+            (job.IsOutputLeft && !database->WorkingCopy().AddLeftOutput(key, left)))
             return false;
         alsoWrite();
         return true;
     });
-    if (recorded && !job.Run.isEmpty())
+    if (recorded && job.IsOutputLeft)
+        m_leftOutputs.insert(key, left);
+    else if (recorded && !job.Run.isEmpty())
         Q_EMIT RunStoredSignal(job.Run);
     return recorded ? std::optional<qint64>{key} : std::nullopt;
 }
@@ -107,6 +124,31 @@ void Taskmill_FinishedJobs::RecordMissing()
     }
 }
 
+bool Taskmill_FinishedJobs::TakeLeftOutputs()
+{
+    Taskmill_Database *database = CurrentDatabase();
+    const QList<qint64> keys = m_leftOutputs.keys();
+    for (const qint64 key : keys) {
+        const Taskmill_LeftOutput left = m_leftOutputs.value(key);
+        const bool isTaken = database->Untracked([&] {
+            return database->SetFinishedJobOutput(key, m_outputOfRun(left.Run) + left.Said) &&
+                   database->WorkingCopy().RemoveLeftOutput(key);
+        });
+        if (!isTaken)
+            return false;
+        m_leftOutputs.remove(key);
+        Q_EMIT RunStoredSignal(left.Run);
+    }
+    return true;
+}
+
+void Taskmill_FinishedJobs::GiveUpLeftOutputs()
+{
+    const auto outputs = std::exchange(m_leftOutputs, {});
+    for (const Taskmill_LeftOutput &left : outputs)
+        Q_EMIT RunStoredSignal(left.Run);
+}
+
 void Taskmill_FinishedJobs::Load()
 {
     Clear();
@@ -115,6 +157,12 @@ void Taskmill_FinishedJobs::Load()
     m_entries.reserve(rows.size());
     for (const Taskmill_FinishedRow &row : rows)
         m_entries.append({row.Key, row.JobID, 0});
+    // Those of a manager that was ended by force, so that they do not depend on its keepers any longer.
+    if (database && m_outputOfRun) {
+        m_leftOutputs = database->WorkingCopy().LeftOutputs();
+        if (!TakeLeftOutputs())
+            qCWarning(Taskmill_ManagerLog, "Outputs of finished jobs could not be written to the database");
+    }
     Q_EMIT JobsChangedSignal();
 }
 
@@ -129,6 +177,7 @@ void Taskmill_FinishedJobs::Clear()
     m_held.clear();
     m_read.clear();
     m_missing.clear();
+    m_leftOutputs.clear();
     ++m_generation;
     Q_EMIT JobsChangedSignal();
 }
@@ -227,9 +276,17 @@ QString Taskmill_FinishedJobs::OutputOf(const Taskmill_JobRecord &job) const
         return job.StdOutAndStdErr;
     const qint64 key = m_entries[position].Key;
     if (const auto held = m_held.constFind(key); held != m_held.constEnd())
-        return held->StdOutAndStdErr;
+        return (held->IsOutputLeft ? m_outputOfRun(held->Run) : QString{}) + held->StdOutAndStdErr;
+    if (const auto left = m_leftOutputs.constFind(key); left != m_leftOutputs.constEnd())
+        return m_outputOfRun(left->Run) + left->Said;
     Taskmill_Database *database = CurrentDatabase();
     return database ? database->GetFinishedJobOutput(key) : QString{};
+}
+
+bool Taskmill_FinishedJobs::HasOutput(const Taskmill_JobRecord &job) const
+{
+    const qsizetype position = m_leftOutputs.isEmpty() ? -1 : PositionOf(job.JobID);
+    return (position >= 0 && m_leftOutputs.contains(m_entries[position].Key)) || !OutputOf(job).isEmpty();
 }
 
 void Taskmill_FinishedJobs::Remove(QList<int> positions)
@@ -253,12 +310,24 @@ void Taskmill_FinishedJobs::Remove(QList<int> positions)
         return true;
     });
     m_ranking.Cancel();
+    for (const qint64 key : std::as_const(rows))
+        GiveUpLeftOutput(key);
     m_rowsToRemove += rows;
     std::ranges::sort(m_rowsToRemove);
     m_isRemovalCounted = false;
     ++m_generation;
     Q_EMIT JobsChangedSignal();
     RemoveSomeRows(longestTurnMs);
+}
+
+void Taskmill_FinishedJobs::GiveUpLeftOutput(qint64 key)
+{
+    if (!m_leftOutputs.contains(key))
+        return;
+    const Taskmill_LeftOutput left = m_leftOutputs.take(key);
+    Taskmill_Database *database = CurrentDatabase();
+    (void)database->Untracked([&] { return database->WorkingCopy().RemoveLeftOutput(key); });
+    Q_EMIT RunStoredSignal(left.Run);
 }
 
 void Taskmill_FinishedJobs::RemoveSomeRows(int longestMs)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "db/workingcopystore.h"
 #include "jobs/finishedjobstaker.h"
 #include "jobs/jobrecord.h"
 #include "manager/finishedranking.h"
@@ -44,7 +45,7 @@ public:
     [[nodiscard]] QList<Taskmill_JobRecord> Jobs() const;
     /// The whole captured output of one of the jobs.
     [[nodiscard]] QString OutputOf(const Taskmill_JobRecord &job) const;
-    [[nodiscard]] bool HasOutput(const Taskmill_JobRecord &job) const { return !OutputOf(job).isEmpty(); }
+    [[nodiscard]] bool HasOutput(const Taskmill_JobRecord &job) const;
 
     /// Appends the job and, when a database is open, records it there.
     bool AddJob(const Taskmill_JobRecord &job) override
@@ -53,6 +54,14 @@ public:
     }
     /// The same; what `alsoWrite` writes is part of the one change of the database.
     bool AddJob(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite);
+    /// Returns what the run of a job wrote, see Taskmill_JobRecord::Run and IsOutputLeft.
+    using OutputReader = std::function<QString(const QString &run)>;
+    void SetOutputOfRuns(const OutputReader &read) { m_outputOfRun = read; }
+    /// Writes the long outputs that are still with their runs into the rows of their jobs, so that these are
+    /// whole. False when one cannot be written.
+    [[nodiscard]] bool TakeLeftOutputs();
+    /// Nobody wants them any more.
+    void GiveUpLeftOutputs();
     /// Tries again to record jobs for which that has failed.
     void RecordMissing();
     /// Makes the list that of the open database.
@@ -94,9 +103,11 @@ private:
     };
 
     /// The key of the job's row; nothing when it could not be written, -1 when no database is open.
+    [[nodiscard]] bool CanLeaveOutputs() const;
     std::optional<qint64> Record(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite);
     [[nodiscard]] Taskmill_FinishedEntry *EntryWithKey(qint64 key);
     void Remember(Taskmill_JobRecord job, qint64 key);
+    void GiveUpLeftOutput(qint64 key);
     void RemoveSomeRows(int longestMs);
     void ReportKeptRows();
     [[nodiscard]] bool IsWorthReadingAll(int since) const;
@@ -107,6 +118,8 @@ private:
     QHash<qint64, Taskmill_JobRecord> m_held; ///< by the keys of their entries: those without a row
     qint64 m_lastHeldKey;
     mutable QCache<qint64, Taskmill_JobRecord> m_read; ///< those that were asked for last
+    OutputReader m_outputOfRun;
+    QHash<qint64, Taskmill_LeftOutput> m_leftOutputs; ///< by the keys of their rows
     QList<Missing> m_missing;                          ///< in the database
     QList<qint64> m_rowsToRemove;
     bool m_isRemovalCounted = false; ///< as one change of the project

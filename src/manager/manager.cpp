@@ -70,6 +70,9 @@ void Taskmill_Manager::ConnectJobs()
     }
     if (!m_keepers)
         return;
+    m_finishedJobs.SetOutputOfRuns([this](const QString &run) {
+        return Taskmill_Job::TextOfOutput(m_keepers->OutputOf(Taskmill_RunOfJob{run}.RunID));
+    });
     QObject::connect(&m_finishedJobs, &Taskmill_FinishedJobs::RunStoredSignal, m_keepers.get(),
                      [this](const QString &run) { m_keepers->TakeResult(Taskmill_RunOfJob{run}.RunID); });
 }

@@ -422,22 +422,23 @@ std::optional<QString> Taskmill_Project::TrySaveProjectAs(const QString &path)
     return std::nullopt;
 }
 
-bool Taskmill_Project::WriteFile(const QString &path)
+bool Taskmill_Project::MakeWhole()
 {
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->CollectAllFinished();
     m_finishedJobs.RecordMissing();
     m_finishedJobs.FinishRemovals();
+    return m_finishedJobs.TakeLeftOutputs();
+}
+
+bool Taskmill_Project::WriteFile(const QString &path)
+{
     Taskmill_Database *database = CurrentDatabase();
-    return database && database->SaveToFile(path);
+    return database && MakeWhole() && database->SaveToFile(path);
 }
 
 bool Taskmill_Project::WriteOwnFile(const QString &path)
 {
-    for (Taskmill_QueueOwner *owner : m_destinations.All())
-        owner->CollectAllFinished();
-    m_finishedJobs.RecordMissing();
-    m_finishedJobs.FinishRemovals();
     Taskmill_Database *database = CurrentDatabase();
     QString contentStamp;
     const auto announce = [&](const QString &stamp) {
@@ -446,7 +447,7 @@ bool Taskmill_Project::WriteOwnFile(const QString &path)
             Taskmill_AnnounceSaving(*database, stamp);
         return true;
     };
-    if (!database || !database->SaveToFile(path, announce))
+    if (!database || !MakeWhole() || !database->SaveToFile(path, announce))
         return false;
     m_fileStamp = FileStamp::Of(path);
     m_isRecovered = false;
@@ -567,6 +568,7 @@ void Taskmill_Project::CloseProject()
         owner->Stop();
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Clear();
+    m_finishedJobs.GiveUpLeftOutputs();
     m_finishedJobs.Clear();
     Taskmill_Database_Manager::Global().CloseAll();
     m_keptRuns.ForgetResults();

@@ -139,6 +139,8 @@ private:
     void Install(Taskmill_Database &database, const QString &path);
     /// What stands against opening the file, with %1 for its path; empty when nothing does.
     [[nodiscard]] QString ProblemOfFile(const QString &path) const;
+    /// Everything that is still to be written to the database is. False when some of it cannot be.
+    [[nodiscard]] bool MakeWhole();
     [[nodiscard]] bool WriteFile(const QString &path);
     [[nodiscard]] bool WriteOwnFile(const QString &path);
     void StorePauses();

@@ -4,6 +4,8 @@
 #include <QByteArray>
 #include <QByteArrayView>
 
+#include <optional>
+
 /// What one run of a program has written so far, of which a very long one keeps only both ends. Readers have
 /// an offset of their own, so that none takes bytes away from another.
 class KilnUtil_ProcessOutput
@@ -16,6 +18,10 @@ public:
 
     /// Adds what is to be said of the run behind what it wrote.
     virtual void Append(QByteArrayView bytes) = 0;
+
+    /// What Append() has added, where the rest is in a file that stays when the run has ended; nothing where
+    /// it is held here.
+    [[nodiscard]] virtual std::optional<QByteArray> Appended() const { return std::nullopt; }
 
     /// All bytes so far, those that are no longer kept too.
     [[nodiscard]] virtual qint64 TotalSize() const = 0;

@@ -50,6 +50,8 @@ public:
     /// text is taken over only when `mayTake` of that text says so.
     [[nodiscard]] virtual KilnUtil_FoundRun Find(const QString &runID) = 0;
 
+    /// What a keeper has stored of the output of that run, until its result is forgotten.
+    [[nodiscard]] virtual QByteArray OutputOf(const QString &runID) const = 0;
     /// The result of that run is stored where it belongs, or will be with ForgetResults(): nobody needs what
     /// the keeper has stored.
     virtual void TakeResult(const QString &runID) = 0;

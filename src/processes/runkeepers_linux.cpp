@@ -269,6 +269,11 @@ bool KilnUtil_LinuxRunKeepers::WaitForSweep(int waitMs)
     return true;
 }
 
+QByteArray KilnUtil_LinuxRunKeepers::OutputOf(const QString &runID) const
+{
+    return KilnUtil_RunOutputFile{Taskmill_RunOutput{m_folder, runID.toStdString()}}.Content();
+}
+
 void KilnUtil_LinuxRunKeepers::TakeResult(const QString &runID)
 {
     // Many at once are cheaper.

@@ -14,6 +14,7 @@ public:
     void SetEnded() { m_hasEnded = true; }
 
     void Append(QByteArrayView bytes) override;
+    [[nodiscard]] std::optional<QByteArray> Appended() const override { return m_said; }
     [[nodiscard]] qint64 TotalSize() const override;
     [[nodiscard]] QByteArray Content() const override;
     [[nodiscard]] QByteArray ReadFrom(qint64 &offset) const override;
