@@ -70,7 +70,7 @@ bool Taskmill_WorkingCopyStore::CountChange()
     return !Exists() || RunPrepared(u"UPDATE WorkingCopy SET Value = Value + 1 WHERE Name = 'Changes'"_s, {});
 }
 
-QHash<qint64, Taskmill_LeftOutput> Taskmill_LeftOutputs()
+QHash<qint64, Taskmill_LeftOutput> Taskmill_WorkingCopyStore::LeftOutputs()
 {
     QHash<qint64, Taskmill_LeftOutput> outputs;
     QSqlQuery query{Connection()};
