@@ -258,7 +258,8 @@ void Taskmill_FinishedJobs::Remove(QList<int> positions)
     m_isRemovalCounted = false;
     ++m_generation;
     Q_EMIT JobsChangedSignal();
-    RemoveSomeRows(longestTurnMs);
+    // Few are gone when this returns.
+    RemoveSomeRows(0);
 }
 
 void Taskmill_FinishedJobs::RemoveSomeRows(int longestMs)
