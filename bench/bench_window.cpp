@@ -2,11 +2,10 @@
 // Measures the window's tabs with many jobs: how long each change blocks the event loop. Run with the
 // platform "offscreen"; the numbers of finished and of waiting jobs may be given.
 
+#include "records.h"
 #include "report.h"
 
-#include "db/databasejobstore.h"
-#include "db/databasemanager.h"
-#include "processes/processinspector.h"
+#include "manager/manager.h"
 #include "ui/finishedjobswidget.h"
 #include "ui/queuewidgets.h"
 #include "widgets/tablewidget.h"
@@ -16,6 +15,7 @@
 #include <QFile>
 #include <QScrollBar>
 #include <QTabWidget>
+#include <QTemporaryDir>
 #include <QThread>
 #include <QWheelEvent>
 
@@ -47,34 +47,21 @@ double ResidentMegabytes()
     return status.readAll().split(' ').value(1).toDouble() * 4096 / 1e6;
 }
 
+/// One that waits, or has just finished.
 Taskmill_JobRecord Job(int number, Taskmill_JobStatus status)
 {
-    Taskmill_JobRecord job;
-    job.JobID = number;
-    job.Name = u"molecule_%1.mop"_s.arg(number * 7919LL % 1'000'003);
-    job.JobType.JobTypeID = 1;
-    job.JobType.Name = u"MOPAC"_s;
-    job.JobType.ApplicationName = u"mopac"_s;
-    job.JobType.ExecutablePath = u"/usr/bin/mopac"_s;
-    job.JobType.DefaultQueue = u"Long"_s;
-    job.JobType.GenericCommandLine = u"@EXEFILE @INFILE"_s;
-    job.QueueName = u"Long"_s;
-    job.InputFilePath = u"/home/chemist/calculations/2026/"_s + job.Name;
-    job.OutputFile = job.InputFilePath + u".out"_s;
-    job.SetStatus(Taskmill_JobStatus::Pending, true);
-    if (status == Taskmill_JobStatus::Completed) {
-        job.SetStatus(Taskmill_JobStatus::Running, true);
-        job.SetStatus(Taskmill_JobStatus::Completed, true);
-    }
+    Taskmill_JobRecord job = Bench::FinishedJob(number);
+    job.Status = {};
+    job.SetStatus(status, true);
     return job;
 }
 
-QList<Taskmill_JobRecord> Jobs(int count, Taskmill_JobStatus status)
+QList<Taskmill_JobRecord> WaitingJobs(int count)
 {
     QList<Taskmill_JobRecord> jobs;
     jobs.reserve(count);
     for (int number = 1; number <= count; ++number)
-        jobs.append(Job(number, status));
+        jobs.append(Job(number, Taskmill_JobStatus::Pending));
     return jobs;
 }
 
@@ -84,16 +71,24 @@ void Turn()
     QCoreApplication::processEvents();
 }
 
+/// Until the rows stand in the new order, which may be found in the background.
 void MeasureSorting(KilnUtil_TableWidget &table)
 {
+    int layouts = 0;
+    const auto counting = QObject::connect(table.model(), &QAbstractItemModel::layoutChanged, &table,
+                                           [&layouts] { ++layouts; });
     const int columns = table.model()->columnCount();
     for (int column = 0; column < columns; ++column) {
         const QString name = table.model()->headerData(column, Qt::Horizontal).toString();
+        const int before = layouts;
         Row(qPrintable(u"sort by "_s + name), MilliSeconds([&] {
                 table.sortByColumn(column, Qt::DescendingOrder);
+                while (layouts == before)
+                    QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
                 Turn();
             }));
     }
+    QObject::disconnect(counting);
 }
 
 /// A change is made again and again, as one alone says little; the median counts.
@@ -138,24 +133,25 @@ void MeasureScrolling(KilnUtil_TableWidget &table)
     Turn();
 }
 
-void MeasureFinished(Taskmill_FinishedJobsWidget &tab, int count)
+void MeasureFinished(Taskmill_FinishedJobsWidget &tab, Taskmill_Manager &manager, const QString &file)
 {
-    g_report->Title(QByteArray::number(count).append(" finished jobs").constData());
+    Taskmill_FinishedJobs &jobs = manager.FinishedJobs();
     const double before = ResidentMegabytes();
-    QList<Taskmill_JobRecord> jobs = Jobs(count, Taskmill_JobStatus::Completed);
-    const double records = ResidentMegabytes();
+    if (!manager.Project().OpenProject(file))
+        qFatal("the project cannot be opened");
+    Turn();
+    const double all = ResidentMegabytes();
+    const auto count = static_cast<double>(jobs.Count());
+    g_report->Title(QByteArray::number(jobs.Count()).append(" finished jobs").constData());
     Row("show the list", MilliSeconds([&] {
-            tab.SetJobs(jobs);
+            jobs.Load();
             Turn();
         }));
-    jobs.clear();
-    const double all = ResidentMegabytes();
-    g_report->Add("memory a job", (all - before) * 1e3 / count, "kB", 1.5);
-    g_report->Add("memory a job, of it the table's", (all - records) * 1e3 / count, "kB");
+    g_report->Add("memory a job", (all - before) * 1e3 / count, "kB", 0.3);
     Changes("a full repaint of the rows", [&tab] { tab.Table()->viewport()->repaint(); });
     MeasureScrolling(*tab.Table());
     const auto add = [&] {
-        tab.AddJob(Job(static_cast<int>(tab.Jobs().size()) + 1, Taskmill_JobStatus::Completed));
+        jobs.AddJob(Job(static_cast<int>(jobs.Count()) + 1, Taskmill_JobStatus::Completed));
         tab.FillTable();
         Turn();
     };
@@ -169,32 +165,33 @@ void MeasureFinished(Taskmill_FinishedJobsWidget &tab, int count)
     Changes("one more job, all selected", add);
     Row("remove every second job", MilliSeconds([&] {
             QList<int> positions;
-            for (int position = 0; position < tab.Jobs().size(); position += 2)
+            for (int position = 0; position < jobs.Count(); position += 2)
                 positions.append(position);
-            tab.Remove(positions);
-            Turn();
+            jobs.Remove(positions);
+            while (jobs.IsRemoving())
+                Turn();
         }),
         mostForARemoval);
 }
 
-void MeasureQueue(Taskmill_LongJobsQueueWidget &jobs, int count)
+void MeasureQueue(Taskmill_QueueTab &tab, Taskmill_QueueOwner &owner, int count)
 {
     g_report->Title(QByteArray::number(count).append(" waiting jobs").constData());
-    Taskmill_QueueTab &tab = *jobs.Tab();
+    owner.Queue()->SetPaused(true);
     Row("show the list", MilliSeconds([&] {
-            jobs.Replace(Jobs(count, Taskmill_JobStatus::Pending));
+            owner.Replace(WaitingJobs(count));
             tab.FillTable();
             Turn();
         }));
     Row("refresh without a change", MilliSeconds([&] { tab.FillTable(); }), mostForAChange);
     int number = count;
     const auto submit = [&] {
-        jobs.Submit(new Taskmill_Job{Job(++number, Taskmill_JobStatus::Pending)});
+        owner.Submit(new Taskmill_Job{Job(++number, {})});
         tab.FillTable();
         Turn();
     };
     const auto remove = [&](int position) {
-        jobs.Jobs().RemoveAt(position);
+        owner.Jobs().RemoveAt(position);
         tab.FillTable();
         Turn();
     };
@@ -221,19 +218,19 @@ public:
 };
 
 /// Jobs leave the queue for the finished ones as fast as the event loop turns, the queue being shown.
-void MeasureDraining(Taskmill_LongJobsQueueWidget &jobs, Taskmill_FinishedJobsWidget &finishedJobs)
+void MeasureDraining(Taskmill_QueueTab &tab, Taskmill_QueueOwner &owner, Taskmill_FinishedJobs &finishedJobs)
 {
     constexpr int milliSeconds = 3000;
     g_report->Title("A queue that is drained at full speed");
-    const PaintCounter counter{*jobs.Tab()->Table().viewport()};
+    const PaintCounter counter{*tab.Table().viewport()};
     QElapsedTimer total;
     QList<double> turns;
     total.start();
-    while (total.elapsed() < milliSeconds && jobs.Jobs().Count() > 1) {
+    while (total.elapsed() < milliSeconds && owner.Jobs().Count() > 1) {
         turns.append(MilliSeconds([&] {
-            Taskmill_JobRecord job = jobs.Jobs().JobAt(0)->Record();
+            Taskmill_JobRecord job = owner.Jobs().JobAt(0)->Record();
             job.SetStatus(Taskmill_JobStatus::Completed, true);
-            jobs.Jobs().RemoveAt(0);
+            owner.Jobs().RemoveAt(0);
             finishedJobs.AddJob(job);
             QCoreApplication::processEvents();
         }));
@@ -256,18 +253,26 @@ int main(int argc, char **argv)
     const int finishedCount = options.Numbers.value(0, "100000").toInt();
     const int waitingCount = options.Numbers.value(1, "10000").toInt();
 
+    const QTemporaryDir directory;
+    qputenv("TASKMILLPREFS_DIR", directory.path().toLocal8Bit());
+    const QString file = directory.filePath(u"bench.mill"_s);
+    if (!Bench::MakeProject(file, finishedCount))
+        qFatal("no project file");
+    Bench::NoNotifier notifier;
+    Taskmill_Manager manager{notifier, Taskmill_ReadOnlyProjects::Open};
+    if (!manager.Project().NewProject())
+        qFatal("no new project");
+
     QTabWidget window;
     window.resize(1200, 800);
-    Taskmill_DatabaseJobStore store;
-    const auto inspector = Taskmill_MakeProcessInspector();
-    Taskmill_FinishedJobsWidget finishedJobs{&window};
-    Taskmill_LongJobsQueueWidget longJobs{&window, store, finishedJobs, *inspector};
+    Taskmill_FinishedJobsWidget finishedJobs{&window, manager.FinishedJobs()};
+    Taskmill_LongJobsQueueWidget longJobs{&window, manager};
     window.addTab(finishedJobs.Frame(), u"Finished Jobs"_s);
-    window.addTab(longJobs.Tab()->Frame(), u"Long Jobs Queue"_s);
+    window.addTab(longJobs.Frame(), u"Long Jobs Queue"_s);
     window.show();
     Turn();
 
-    MeasureFinished(finishedJobs, finishedCount);
+    MeasureFinished(finishedJobs, manager, file);
     const auto switchTo = [&window](int tab) {
         return MilliSeconds([&window, tab] {
             window.setCurrentIndex(tab);
@@ -275,9 +280,10 @@ int main(int argc, char **argv)
         });
     };
     switchTo(1);
-    MeasureQueue(longJobs, waitingCount);
+    MeasureQueue(longJobs, manager.Destinations().Long(), waitingCount);
     Row("switch to the finished jobs", switchTo(0), mostForASwitch);
     Row("switch to the waiting jobs", switchTo(1), mostForASwitch);
-    MeasureDraining(longJobs, finishedJobs);
+    MeasureDraining(longJobs, manager.Destinations().Long(), manager.FinishedJobs());
+    manager.Project().CloseProject();
     return 0;
 }

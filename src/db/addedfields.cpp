@@ -6,6 +6,7 @@
 #include <QSqlError>
 
 #include <array>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -125,14 +126,22 @@ bool Taskmill_AddedFields::Remove(const QSqlDatabase &connection, Taskmill_Field
                                   const QList<qint32> &ownerIDs)
 {
     QSet<qint32> &owners = Owners(connection, owner);
+    // The text of a statement is limited to a million bytes.
+    constexpr qsizetype mostAtOnce = 50'000;
     QStringList numbers;
+    const auto remove = [&] {
+        const QString list = std::exchange(numbers, {}).join(u',');
+        return list.isEmpty() ||
+               Execute(connection, u"DELETE FROM AddedFields WHERE Owner = '%1' AND OwnerID IN (%2)"_s.arg(
+                                       OwnerText(owner), list));
+    };
     for (const qint32 ownerID : ownerIDs) {
         if (owners.remove(ownerID))
             numbers.append(QString::number(ownerID));
+        if (numbers.size() == mostAtOnce && !remove())
+            return false;
     }
-    return numbers.isEmpty() ||
-           Execute(connection, u"DELETE FROM AddedFields WHERE Owner = '%1' AND OwnerID IN (%2)"_s.arg(
-                                   OwnerText(owner), numbers.join(u',')));
+    return remove();
 }
 
 bool Taskmill_AddedFields::RemoveOthers(const QSqlDatabase &connection, Taskmill_FieldOwner owner,

@@ -38,6 +38,11 @@ public:
     [[nodiscard]] static QStringList ColumnNames();
 
     [[nodiscard]] bool Has(const QSqlDatabase &connection, Taskmill_FieldOwner owner, qint32 ownerID);
+    /// The numbers of those that have fields.
+    [[nodiscard]] QSet<qint32> OwnersOf(const QSqlDatabase &connection, Taskmill_FieldOwner owner)
+    {
+        return Owners(connection, owner);
+    }
     /// The fields of all owners of the kind whose numbers the query gives.
     [[nodiscard]] QHash<qint32, Fields> Read(const QSqlDatabase &connection, Taskmill_FieldOwner owner,
                                              const QString &ownerIDs);

@@ -344,13 +344,15 @@ void Taskmill_Database::RemoveOrphanedFields()
         return tables.contains(table, Qt::CaseInsensitive) ? u"SELECT %1 FROM %2"_s.arg(column, table)
                                                            : QString{};
     };
-    QStringList ofJobs;
-    for (const Taskmill_JobTableStore *table : m_jobTables)
-        ofJobs.append(numbers(u"JobID"_s, table->TableName()));
-    ofJobs.removeAll(QString{});
+    // A few jobs of a million as a rule: looking them up takes less than a list of all numbers.
+    QSet<qint32> gone = AddedFields().OwnersOf(Connection(), Taskmill_FieldOwner::Job);
+    for (Taskmill_JobTableStore *table : m_jobTables) {
+        if (!gone.isEmpty())
+            table->TakeOutContained(gone);
+    }
     const bool removed = InTransaction([&] {
         Taskmill_AddedFields &fields = AddedFields();
-        return fields.RemoveOthers(Connection(), Taskmill_FieldOwner::Job, ofJobs.join(u" UNION ALL "_s)) &&
+        return fields.Remove(Connection(), Taskmill_FieldOwner::Job, gone.values()) &&
                fields.RemoveOthers(Connection(), Taskmill_FieldOwner::JobType,
                                    numbers(u"JobTypeID"_s, u"JobTypes"_s)) &&
                fields.RemoveOthers(Connection(), Taskmill_FieldOwner::Queue,

@@ -54,6 +54,8 @@ bool Taskmill_FinishedJobReader::OpenOwn()
     m_find.reset();
     m_read.reset();
     m_own = std::move(own);
+    // Nobody may have it when it is closed.
+    m_shared = {};
     return true;
 }
 

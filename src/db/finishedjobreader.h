@@ -41,7 +41,7 @@ private:
 
     std::unique_ptr<Statement> Prepare(const QString &condition) const;
 
-    const QSqlDatabase m_shared;
+    QSqlDatabase m_shared; ///< none when it has its own
     const QString m_storagePath;
     const QString m_keyColumn;
     const QString m_columns;

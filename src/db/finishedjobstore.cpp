@@ -7,7 +7,6 @@
 #include "db/rowcursor.h"
 
 #include <algorithm>
-#include <limits>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -44,8 +43,10 @@ bool Taskmill_FinishedJobStore::Insert(const Taskmill_JobRecord &job, bool force
     if (outID)
         *outID = key;
     // Without forceNew the key may be that of an older row.
-    if (m_rows && (m_rows->isEmpty() || m_rows->last().Key < key))
+    if (m_rows && (m_rows->isEmpty() || m_rows->last().Key < key)) {
         m_rows->append({key, job.JobID});
+        m_largestJobID.reset();
+    }
     return true;
 }
 
@@ -79,6 +80,7 @@ QList<qint32> Taskmill_FinishedJobStore::TakeOut(const QList<qint64> &keys)
         return isGone;
     });
     m_rows->erase(left, end);
+    m_largestJobID.reset();
     return jobIDs;
 }
 
@@ -114,9 +116,15 @@ void Taskmill_FinishedJobStore::Load()
     m_single.reset();
     m_jobTypes = JobTypesByID();
     QList<Taskmill_FinishedRow> &rows = m_rows.emplace();
-    Taskmill_RowCursor cursor{Connection(), u"SELECT %1, JobID FROM FinishedJobs ORDER BY 1"_s.arg(RowKeyColumn())};
-    while (cursor.Next())
+    m_largestJobID = -1;
+    // All that opening a project reads of them.
+    Taskmill_RowCursor cursor{
+        Connection(), u"SELECT %1, JobID, JobID < 2147483647 FROM FinishedJobs ORDER BY 1"_s.arg(RowKeyColumn())};
+    while (cursor.Next()) {
         rows.append({cursor.LongInteger(0), cursor.Integer(1)});
+        if (cursor.Integer(2) != 0)
+            m_largestJobID = std::max(*m_largestJobID, rows.last().JobID);
+    }
 }
 
 QList<Taskmill_FinishedRow> Taskmill_FinishedJobStore::Rows()
@@ -135,16 +143,18 @@ bool Taskmill_FinishedJobStore::Contains(qint32 jobID)
     return std::ranges::find(rows, jobID, &Taskmill_FinishedRow::JobID) != rows.end();
 }
 
+void Taskmill_FinishedJobStore::TakeOutContained(QSet<qint32> &jobIDs)
+{
+    const QList<Taskmill_FinishedRow> rows = jobIDs.isEmpty() ? QList<Taskmill_FinishedRow>{} : Rows();
+    for (const Taskmill_FinishedRow &row : rows)
+        jobIDs.remove(row.JobID);
+}
+
 qint32 Taskmill_FinishedJobStore::LargestJobID()
 {
-    // As in the other tables.
-    qint32 largest = -1;
-    const QList<Taskmill_FinishedRow> rows = Rows();
-    for (const Taskmill_FinishedRow &row : rows) {
-        if (row.JobID < std::numeric_limits<qint32>::max())
-            largest = std::max(largest, row.JobID);
-    }
-    return largest;
+    if (!m_rows && Open())
+        Load();
+    return m_largestJobID && IsInMemory() ? *m_largestJobID : Taskmill_JobTableStore::LargestJobID();
 }
 
 QList<Taskmill_JobRecord> Taskmill_FinishedJobStore::GetAll()

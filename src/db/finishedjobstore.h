@@ -34,6 +34,7 @@ public:
     /// All rows in table order. What was read is remembered, with the job types of that time.
     [[nodiscard]] QList<Taskmill_FinishedRow> Rows();
     [[nodiscard]] bool Contains(qint32 jobID) override;
+    void TakeOutContained(QSet<qint32> &jobIDs) override;
     [[nodiscard]] qint32 LargestJobID() override;
 
     /// The whole records, in table order.
@@ -55,6 +56,7 @@ private:
     QList<qint32> TakeOut(const QList<qint64> &keys);
 
     std::optional<QList<Taskmill_FinishedRow>> m_rows; ///< nothing while they have to be read
+    std::optional<qint32> m_largestJobID;              ///< of these, when that is known
     Taskmill_JobTypesByID m_jobTypes;                  ///< when the rows were read
     std::unique_ptr<Taskmill_FinishedJobReader> m_single;
 };

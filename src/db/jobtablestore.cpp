@@ -103,6 +103,12 @@ void Taskmill_JobTableStore::ForgetKeysOf(const QList<qint32> &jobIDs)
         m_keys->remove(jobID);
 }
 
+void Taskmill_JobTableStore::TakeOutContained(QSet<qint32> &jobIDs)
+{
+    const KeysOfJobs &keys = Keys();
+    jobIDs.removeIf([&keys](qint32 jobID) { return keys.contains(jobID); });
+}
+
 qint32 Taskmill_JobTableStore::LargestJobID()
 {
     // The largest number of the type is left out: numbering goes on behind the result.

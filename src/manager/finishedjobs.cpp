@@ -317,7 +317,8 @@ void Taskmill_FinishedJobs::Remove(QList<int> positions)
     m_isRemovalCounted = false;
     ++m_generation;
     Q_EMIT JobsChangedSignal();
-    RemoveSomeRows(longestTurnMs);
+    // Few are gone when this returns.
+    RemoveSomeRows(0);
 }
 
 void Taskmill_FinishedJobs::GiveUpLeftOutput(qint64 key)

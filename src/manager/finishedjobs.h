@@ -72,6 +72,7 @@ public:
     /// Removes the jobs at these positions from the list and their rows from the open database, without
     /// asking: that is up to Taskmill_FinishedRemovalDialogue. The rows of many go little by little.
     void Remove(QList<int> positions);
+    [[nodiscard]] bool IsRemoving() const { return !m_rowsToRemove.isEmpty(); }
     /// Removes what is left of them now.
     void FinishRemovals();
 

@@ -63,7 +63,9 @@ public:
     bool Read()
     {
         constexpr int rowsAtOnce = 2000;
-        if (m_isCancelled || !m_task.Reader)
+        if (m_isCancelled)
+            m_task.Reader.reset();
+        if (!m_task.Reader)
             return false;
         const auto last =
             m_task.Reader->Read(m_behind, rowsAtOnce, [this](qint64 key, const Taskmill_JobRecord &job) {

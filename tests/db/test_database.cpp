@@ -64,6 +64,13 @@ private Q_SLOTS:
         QCOMPARE(finished.size(), 1);
         QCOMPARE(finished.first().Name + u' ' + finished.first().QueueName, u"done Short"_s);
         QCOMPARE(finished.first().StdOutAndStdErr, addedFields.section(u'|', 0, 0));
+        // The same by its key alone.
+        const auto rows = database->GetFinishedRows();
+        QCOMPARE(rows.size(), 1);
+        Taskmill_JobRecord single = database->GetFinishedJob(rows.first().Key).value_or(Taskmill_JobRecord{});
+        single.StdOutAndStdErr = database->GetFinishedJobOutput(rows.first().Key);
+        QCOMPARE(single, finished.first());
+        QCOMPARE(single.JobID, rows.first().JobID);
         for (const QList<Taskmill_JobRecord> &jobs :
              {database->GetLongJobs(), database->GetShortJobs(), database->GetQueuelessJobs()}) {
             QCOMPARE(jobs.size(), 1);

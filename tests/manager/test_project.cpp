@@ -74,7 +74,7 @@ private Q_SLOTS:
         const QString queueless = m_manager->SubmitGated(m_manager->Queueless(), u"queueless.in"_s);
         Taskmill_JobRecord finished = SampleJob(m_manager->JobTypes().GetAll().first(), 9);
         // It is held in the database only.
-        finished.StdOutAndStdErr = QString{Taskmill_FinishedJobs::LongestOutputKept + 1, u'\u00e4'};
+        finished.StdOutAndStdErr = QString{1000, u'\u00e4'};
         QVERIFY(m_manager->FinishedJobs().AddJob(finished));
         QVERIFY(Project().SaveProjectAs(File()));
         m_manager->NewProject();
@@ -146,7 +146,7 @@ private Q_SLOTS:
         m_manager->Long().Queue()->SetPaused(false);
         QTRY_COMPARE(FinishedCount(), 2);
         const QByteArray output = "H2O\nother.log\nyes\n";
-        QCOMPARE(WithPlainLineEnds(m_manager->FinishedJobs().Jobs()[0].StdOutAndStdErr.toUtf8()), output);
+        QCOMPARE(WithPlainLineEnds(m_manager->FinishedJobs().OutputOf(m_manager->FinishedJobs().Jobs()[0]).toUtf8()), output);
         QCOMPARE(WithPlainLineEnds(ReadTestFile(request.JobStandardOutputFile)), output);
         const auto ran = [this] {
             QStringList texts;

@@ -83,7 +83,8 @@ private Q_SLOTS:
         QVERIFY(m_manager->Destinations().Short().Queue()->IsPaused());
         QCOMPARE(Queue().JobIDs(), QList<int>{3});
         QCOMPARE(FinishedTexts(), (QStringList{u"1 Completed"_s, u"2 Crashed"_s}));
-        QCOMPARE(m_manager->FinishedJobs().Jobs().last().StdOutAndStdErr,
+        const Taskmill_FinishedJobs &finished = m_manager->FinishedJobs();
+        QCOMPARE(finished.OutputOf(finished.Jobs().last()),
                  u"The manager ended while this job was running.\n"_s);
         QTRY_COMPARE(m_manager->notifier.Messages.size(), 1);
         QVERIFY(m_manager->notifier.Messages.first().contains("jobstatus=crashed\njobexitcode=-1\n"));
