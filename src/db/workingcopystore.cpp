@@ -86,8 +86,9 @@ QHash<qint64, Taskmill_LeftOutput> Taskmill_WorkingCopyStore::LeftOutputs()
 
 bool Taskmill_WorkingCopyStore::AddLeftOutput(qint64 key, const Taskmill_LeftOutput &output)
 {
-    return Execute(u"CREATE TABLE IF NOT EXISTS WorkingCopyOutputs (FinishedJobID INTEGER PRIMARY KEY, Run TEXT, "
-                   "Said TEXT)"_s) &&
+    return Execute(
+               u"CREATE TABLE IF NOT EXISTS WorkingCopyOutputs (FinishedJobID INTEGER PRIMARY KEY, Run TEXT, "
+               "Said TEXT)"_s) &&
            RunPrepared(u"INSERT OR REPLACE INTO WorkingCopyOutputs VALUES (?, ?, ?)"_s,
                        {key, output.Run, output.Said});
 }

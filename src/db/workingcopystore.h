@@ -6,8 +6,8 @@
 #include <QHash>
 #include <QList>
 
-/// A long output that is still with the run of a finished job, whose row holds none: it is brought over before
-/// anybody else reads the rows.
+/// A long output that is still with the run of a finished job, whose row holds none: it is brought over
+/// before anybody else reads the rows.
 struct Taskmill_LeftOutput
 {
     QString Run;  ///< as Taskmill_JobRecord::Run

@@ -121,7 +121,7 @@ private:
     mutable QCache<qint64, Taskmill_JobRecord> m_read; ///< those that were asked for last
     OutputReader m_outputOfRun;
     QHash<qint64, Taskmill_LeftOutput> m_leftOutputs; ///< by the keys of their rows
-    QList<Missing> m_missing;                          ///< in the database
+    QList<Missing> m_missing;                         ///< in the database
     QList<qint64> m_rowsToRemove;
     bool m_isRemovalCounted = false; ///< as one change of the project
     QTimer m_removalTimer;

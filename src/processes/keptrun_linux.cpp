@@ -132,6 +132,9 @@ void KilnUtil_KeptRun::Listen()
 
 void KilnUtil_KeptRun::ReadSlot()
 {
+    // Hundreds may end at once: the rest is announced again in the next turn.
+    if (m_keepers && !m_keepers->IsTurnShort())
+        return;
     while (m_connection.IsOpen() && TakeReport(m_connection.Receive())) {
     }
 }

@@ -5,6 +5,7 @@
 #include "processes/keptrun_linux.h"
 #include "wire/runoutput.h"
 
+#include <QAbstractEventDispatcher>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QSocketNotifier>
@@ -75,6 +76,9 @@ KilnUtil_LinuxRunKeepers::KilnUtil_LinuxRunKeepers(const QString &program, const
     , m_folder{QFile::encodeName(folder).toStdString()}
     , m_journals{m_folder}
 {
+    m_turn.start();
+    connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::awake, this,
+            [this] { m_turn.start(); });
 }
 
 KilnUtil_LinuxRunKeepers::~KilnUtil_LinuxRunKeepers()

@@ -5,6 +5,7 @@
 #include "wire/keeperclient.h"
 #include "wire/runjournals.h"
 
+#include <QElapsedTimer>
 #include <QList>
 #include <QStringList>
 
@@ -43,6 +44,9 @@ public:
     void Add(KilnUtil_KeptRun &run) { m_runs.append(&run); }
     void Remove(KilnUtil_KeptRun &run);
     [[nodiscard]] Taskmill_RunConnection StartRun(Taskmill_RunOrder order);
+    /// False when this turn of the event loop has lasted so long that what keepers report can wait for the
+    /// next.
+    [[nodiscard]] bool IsTurnShort() const { return m_turn.elapsed() < LongestTurnMs; }
     /// TakeSwept() of the run comes when nothing of it is left.
     void AwaitSweep(KilnUtil_KeptRun &run, bool isFromThisNursery);
     /// False when none has come within that time.
@@ -65,5 +69,7 @@ private:
     Taskmill_RunJournals m_journals;
     qint64 m_waitedForAdoptionMs = 0;
     std::vector<std::string> m_taken;
+    static constexpr int LongestTurnMs = 4;
+    QElapsedTimer m_turn;
     bool m_forgetsByItself = false;
 };

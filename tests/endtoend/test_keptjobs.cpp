@@ -4,6 +4,7 @@
 #include "endtoend/projectfixture.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QtTest>
 
 #include <csignal>
@@ -34,6 +35,8 @@ private Q_SLOTS:
     void EndsAHostileJobWhole();
     void LeavesTimeToEnd_data();
     void LeavesTimeToEnd();
+    void KeepsALongOutput_data();
+    void KeepsALongOutput();
     void ACopyOfTheProjectStartsNothing();
     void WaitsAgainWhenItsKillWasNotSaved();
 
@@ -64,7 +67,18 @@ private:
     [[nodiscard]] bool Save() { return Manager().Command("save").contains("The project was saved"); }
     /// How many processes have the project's folder as their directory, apart from the manager.
     [[nodiscard]] int JobProcesses() const;
+    /// How many outputs the keepers hold.
+    [[nodiscard]] qsizetype KeptOutputs() const;
 };
+
+qsizetype TestKeptJobs::KeptOutputs() const
+{
+    qsizetype count = 0;
+    QDirIterator files{Project().Path(u"."_s), QDir::Files, QDirIterator::Subdirectories};
+    while (files.hasNext())
+        count += files.next().contains("/runs/out/"_L1) ? 1 : 0;
+    return count;
+}
 
 int TestKeptJobs::JobProcesses() const
 {
@@ -233,6 +247,45 @@ void TestKeptJobs::LeavesTimeToEnd()
     }
     QCOMPARE(ReadTestFile(Project().Path(u"checkpoint"_s)), "saved\n");
     QVERIFY(!QFile::exists(Project().Path(u"went-on"_s)));
+}
+
+void TestKeptJobs::KeepsALongOutput_data()
+{
+    QTest::addColumn<QByteArray>("meanwhile");
+    QTest::newRow("saved") << QByteArray{};
+    QTest::newRow("manager killed before") << QByteArray{"SIGKILL"};
+    QTest::newRow("not saved") << QByteArray{"no"};
+}
+
+/// Such an output stays with its run at first, so that the end of a job holds nothing up.
+void TestKeptJobs::KeepsALongOutput()
+{
+    QFETCH(QByteArray, meanwhile);
+    constexpr int lines = 300'000;
+    QVERIFY(Project().AddType(u"Long"_s, u"/bin/sh"_s, u"@EXEFILE -c \"seq %1; exit 2\""_s.arg(lines)));
+    QVERIFY(Project().Start());
+    QCOMPARE(Manager().Submit(u"Long"_s, Project().InputFile(u"a"_s), u"none"_s), "accepted=1\n");
+    QTRY_VERIFY(Manager().Command("list finished jobs").contains("Failed"));
+    if (meanwhile == "SIGKILL") {
+        Manager().Signal(SIGKILL);
+        QCOMPARE(Manager().End(), ManagerEnd{.signal = SIGKILL});
+        QVERIFY(Project().Start());
+    } else if (meanwhile == "no") {
+        QCOMPARE(Manager().Quit({"yes", "no"}), ManagerEnd{.status = 0});
+        QCOMPARE(Project().Rows().finishedJobs.size(), 0);
+        QVERIFY(Project().Start());
+        QVERIFY(Manager().Command("list finished jobs").contains("Empty"));
+        QTRY_COMPARE(KeptOutputs(), 0);
+        return;
+    }
+    const QByteArray text = Manager().Command("show job 1");
+    QVERIFY(text.contains("\n299998\n299999\n300000\n"));
+    QVERIFY(text.count('\n') > lines);
+    QVERIFY(Save());
+    QTRY_COMPARE(KeptOutputs(), 0);
+    QCOMPARE(Manager().Quit({"yes"}), ManagerEnd{.status = 0});
+    QVERIFY(Project().Start());
+    QCOMPARE(Manager().Command("show job 1"), text);
 }
 
 void TestKeptJobs::ACopyOfTheProjectStartsNothing()
