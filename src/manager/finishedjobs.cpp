@@ -5,6 +5,7 @@
 #include "db/databasemanager.h"
 #include "kilnutil/logging.h"
 #include "manager/listings.h"
+#include "manager/outbox.h"
 #include "manager/removalreport.h"
 
 #include <algorithm>
@@ -16,10 +17,11 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job, const std::fun
 {
     RecordMissing();
     m_jobs.append(job);
-    const bool recorded = Record(job, alsoWrite);
+    const Missing written{.job = job, .alsoWrite = alsoWrite, .notification = m_outbox.Add(job)};
+    const bool recorded = Record(written);
     if (!recorded) {
         qCWarning(Taskmill_ManagerLog, "Finished job %d could not be written to the database", job.JobID);
-        m_missing.append({.job = job, .alsoWrite = alsoWrite});
+        m_missing.append(written);
     } else if (Taskmill_Database_Manager::Global().CurrentDatabase()) {
         LeaveOutputToDatabase(m_jobs.last());
     }
@@ -28,23 +30,23 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &job, const std::fun
     return recorded;
 }
 
-bool Taskmill_FinishedJobs::Record(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite)
+bool Taskmill_FinishedJobs::Record(const Missing &missing)
 {
     Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
     const bool recorded = !database || database->AsOneChange([&] {
-        if (!database->InsertFinishedJob(job, true, nullptr))
+        if (!database->InsertFinishedJob(missing.job, true, nullptr))
             return false;
-        alsoWrite();
-        return true;
+        missing.alsoWrite();
+        return m_outbox.Store(missing.notification);
     });
-    if (recorded && !job.Run.isEmpty())
-        Q_EMIT RunStoredSignal(job.Run);
+    if (recorded && !missing.job.Run.isEmpty())
+        Q_EMIT RunStoredSignal(missing.job.Run);
     return recorded;
 }
 
 void Taskmill_FinishedJobs::RecordMissing()
 {
-    while (!m_missing.isEmpty() && Record(m_missing.first().job, m_missing.first().alsoWrite))
+    while (!m_missing.isEmpty() && Record(m_missing.first()))
         m_missing.removeFirst();
 }
 

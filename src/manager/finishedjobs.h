@@ -10,6 +10,8 @@
 
 #include <functional>
 
+class Taskmill_Outbox;
+
 /// The jobs that have left their queue, in the order in which they arrived. The tab of the window adds the
 /// table.
 class Taskmill_FinishedJobs : public QObject, public Taskmill_FinishedJobsTaker
@@ -17,6 +19,12 @@ class Taskmill_FinishedJobs : public QObject, public Taskmill_FinishedJobsTaker
     Q_OBJECT
 
 public:
+    /// The outbox, which outlives this, takes the notifications of the jobs.
+    explicit Taskmill_FinishedJobs(Taskmill_Outbox &outbox)
+        : m_outbox{outbox}
+    {
+    }
+
     /// An output beyond so many characters is kept in the database only, which holds it anyway.
     static constexpr qsizetype LongestOutputKept = 256;
 
@@ -26,7 +34,8 @@ public:
     [[nodiscard]] QString OutputOf(const Taskmill_JobRecord &job) const;
     [[nodiscard]] bool HasOutput(const Taskmill_JobRecord &job) const;
 
-    /// Appends the job and, when a database is open, records it there.
+    /// Appends the job and, when a database is open, records it there, together with the notification of its
+    /// client, which is sent later.
     bool AddJob(const Taskmill_JobRecord &job) override
     {
         return AddJob(job, [] {});
@@ -61,11 +70,13 @@ private:
     {
         Taskmill_JobRecord job;
         std::function<void()> alsoWrite;
+        qint64 notification = 0; ///< number in the outbox
     };
 
-    bool Record(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite);
+    bool Record(const Missing &missing);
     void LeaveOutputToDatabase(Taskmill_JobRecord &job);
 
+    Taskmill_Outbox &m_outbox;
     QList<Taskmill_JobRecord> m_jobs;
     QList<Missing> m_missing; ///< in the database
     int m_generation = 0;

@@ -8,6 +8,7 @@
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
 #include "kilnutil/logging.h"
+#include "manager/outbox.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -50,8 +51,11 @@ struct Taskmill_ProjectRecovery::Candidate
     int changes = 0;
     bool hasRuns = false;
     bool isGivenUp = false;
+    QList<Taskmill_Notification> notifications; ///< that may still be sent
 
     [[nodiscard]] bool IsNeverSaved() const { return project.isEmpty(); }
+    /// Whether its project is to be taken up, and not only what its clients are to know.
+    [[nodiscard]] bool HasUnsaved() const { return !database || changes > 0 || hasRuns; }
     void Remove()
     {
         if (database)
@@ -65,17 +69,38 @@ struct Taskmill_ProjectRecovery::Candidate
 Taskmill_ProjectRecovery::Taskmill_ProjectRecovery(QStringList &notices)
     : m_notices{notices}
 {
-    for (auto &copy : Taskmill_WorkingCopy::TakeAbandoned()) {
-        Candidate candidate = Open(std::move(copy));
-        // What its manager ended in order with, or never began to change.
-        if (candidate.database && (candidate.isGivenUp || (candidate.changes == 0 && !candidate.hasRuns)))
-            candidate.Remove();
-        else
-            m_candidates.push_back(std::move(candidate));
-    }
+    for (auto &copy : Taskmill_WorkingCopy::TakeAbandoned())
+        RemoveOrKeep(Open(std::move(copy)));
 }
 
-Taskmill_ProjectRecovery::~Taskmill_ProjectRecovery() = default;
+Taskmill_ProjectRecovery::~Taskmill_ProjectRecovery()
+{
+    if (!m_areNotificationsTaken)
+        return;
+    for (Candidate &candidate : m_closed)
+        candidate.Remove();
+}
+
+void Taskmill_ProjectRecovery::RemoveOrKeep(Candidate candidate)
+{
+    // What its manager ended in order with, or never began to change.
+    const bool isClosed = candidate.database && (candidate.isGivenUp || !candidate.HasUnsaved());
+    if (isClosed && candidate.notifications.isEmpty())
+        candidate.Remove();
+    else if (candidate.database && candidate.isGivenUp)
+        m_closed.push_back(std::move(candidate));
+    else
+        m_candidates.push_back(std::move(candidate));
+}
+
+QList<Taskmill_Notification> Taskmill_ProjectRecovery::TakeNotifications()
+{
+    m_areNotificationsTaken = true;
+    QList<Taskmill_Notification> notifications;
+    for (const Candidate &candidate : m_closed)
+        notifications += candidate.notifications;
+    return notifications;
+}
 
 Taskmill_ProjectRecovery::Candidate Taskmill_ProjectRecovery::Open(std::unique_ptr<Taskmill_WorkingCopy> copy)
 {
@@ -96,6 +121,11 @@ Taskmill_ProjectRecovery::Candidate Taskmill_ProjectRecovery::Open(std::unique_p
             candidate.changes = 0;
             Taskmill_RecordSaving(*database, *copy, candidate.project, pending);
         }
+        candidate.notifications = store.Notifications();
+        const qint64 now = QDateTime::currentMSecsSinceEpoch();
+        candidate.notifications.removeIf([now](const Taskmill_Notification &notification) {
+            return Taskmill_Outbox::IsTooOld(notification, now);
+        });
         candidate.database = std::move(database);
     }
     candidate.copy = std::move(copy);
@@ -153,6 +183,8 @@ std::optional<Taskmill_LeftProject> Taskmill_ProjectRecovery::FindNeverSaved()
             found = Take(candidate);
             continue;
         }
+        if (!candidate.HasUnsaved())
+            continue;
         const QString path = QDir::toNativeSeparators(candidate.copy->Path());
         if (candidate.IsNeverSaved())
             m_notices +=
@@ -184,7 +216,8 @@ bool Taskmill_TakeUpWorkingCopy(Taskmill_Database &database)
 {
     Taskmill_WorkingCopyStore &store = database.WorkingCopy();
     const bool taken = database.Untracked([&] {
-        return store.Set(modeValue, Mode()) && store.Set(bootValue, KilnUtil_ComputerData::BootID());
+        return store.CompleteTables() && store.Set(modeValue, Mode()) &&
+               store.Set(bootValue, KilnUtil_ComputerData::BootID());
     });
     if (taken)
         database.StartCheckpoints();
@@ -219,8 +252,7 @@ void Taskmill_RecordSaving(Taskmill_Database &database, Taskmill_WorkingCopy &co
                   qUtf16Printable(database.LastErrorMessage()));
 }
 
-std::optional<QList<Taskmill_EndedRun>> Taskmill_EndLeftRuns(Taskmill_Database &database,
-                                                             Taskmill_RunSource &source)
+std::optional<int> Taskmill_EndLeftRuns(Taskmill_Database &database, Taskmill_RunSource &source)
 {
     struct Table
     {
@@ -233,9 +265,18 @@ std::optional<QList<Taskmill_EndedRun>> Taskmill_EndLeftRuns(Taskmill_Database &
         Table{&Taskmill_Database::GetQueuelessJobs, &Taskmill_Database::DeleteQueuelessJob}};
     const QList<qint32> runs = database.WorkingCopy().Runs();
     QList<qint32> kept; // may go on: the jobs themselves find that out
-    QList<Taskmill_EndedRun> ends;
+    int ended = 0;
     if (runs.isEmpty())
-        return ends;
+        return ended;
+    const QList<Taskmill_Notification> earlier = database.WorkingCopy().Notifications();
+    qint64 key = earlier.isEmpty() ? 0 : earlier.last().Key;
+    const auto notify = [&](const Taskmill_JobRecord &job) {
+        auto notification = Taskmill_NotificationOf(job);
+        if (!notification)
+            return true;
+        notification->Key = ++key;
+        return database.WorkingCopy().AddNotification(*notification);
+    };
     const bool recorded = database.AsOneChange([&] {
         for (const Table &table : tables) {
             const QList<Taskmill_JobRecord> jobs = (database.*table.read)();
@@ -246,17 +287,18 @@ std::optional<QList<Taskmill_EndedRun>> Taskmill_EndLeftRuns(Taskmill_Database &
                     kept.append(job.JobID);
                     continue;
                 }
-                ends.append(source.EndOf(job));
-                if (!database.InsertFinishedJob(ends.last().Job, true) ||
-                    !(database.*table.remove)(job.JobID))
+                const Taskmill_JobRecord end = source.EndOf(job);
+                if (!database.InsertFinishedJob(end, true) || !(database.*table.remove)(job.JobID) ||
+                    !notify(end))
                     return false;
+                ++ended;
             }
         }
         Taskmill_WorkingCopyStore &store = database.WorkingCopy();
         return store.RemoveAllRuns() &&
                std::ranges::all_of(kept, [&store](qint32 jobID) { return store.AddRun(jobID); });
     });
-    return recorded ? std::optional{ends} : std::nullopt;
+    return recorded ? std::optional{ended} : std::nullopt;
 }
 
 QString Taskmill_RecoveredNotice(int changes)
