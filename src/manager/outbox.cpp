@@ -73,6 +73,11 @@ bool Taskmill_Outbox::IsTooOld(const Taskmill_Notification &notification, qint64
     return age >= endOfLongestAge || age < -mostAhead;
 }
 
+void Taskmill_Outbox::LogTooOld(const Taskmill_Notification &notification)
+{
+    LogDropped(notification, u"its job ended more than %1 s ago"_s.arg(LongestAge.count()));
+}
+
 template <typename Function>
 void Taskmill_Outbox::ForEach(const Function &function)
 {
@@ -211,8 +216,9 @@ void Taskmill_Outbox::SendDueSlot()
             due.push_back(lane);
     }
     // Those that nobody took the last time are not to keep others waiting.
-    std::ranges::stable_sort(
-        due, {}, [](const auto &lane) { return std::pair{lane->second.failures, lane->second.NextMs()}; });
+    std::ranges::stable_sort(due, {}, [](const auto &lane) {
+        return std::pair{lane->second.failures, lane->second.NextMs()};
+    });
     for (const auto &lane : due) {
         if (m_sending == MostAtOnce)
             break;
@@ -296,9 +302,10 @@ void Taskmill_Outbox::RemoveOldOnes()
 {
     const qint64 now = m_clock();
     for (auto &[name, lane] : m_lanes) {
-        while (!lane.isSending && !lane.entries.empty() &&
-               IsTooOld(lane.entries.front().notification, now))
-            DropFirst(lane, u"its job ended more than %1 s ago"_s.arg(LongestAge.count()));
+        while (!lane.isSending && !lane.entries.empty() && IsTooOld(lane.entries.front().notification, now)) {
+            LogTooOld(lane.entries.front().notification);
+            RemoveFirst(lane);
+        }
     }
     std::erase_if(m_lanes, [](const auto &lane) { return lane.second.entries.empty(); });
     RemoveRows();
@@ -338,7 +345,6 @@ void Taskmill_Outbox::StartTimer()
 bool Taskmill_Outbox::IsIdle() const
 {
     const qint64 now = m_clock();
-    return m_sending == 0 && std::ranges::none_of(m_lanes, [now](const auto &lane) {
-        return lane.second.NextMs() <= now;
-    });
+    return m_sending == 0 &&
+           std::ranges::none_of(m_lanes, [now](const auto &lane) { return lane.second.NextMs() <= now; });
 }

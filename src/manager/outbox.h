@@ -33,7 +33,8 @@ public:
 
     static constexpr int MostAtOnce = 8;
     static constexpr std::array<std::chrono::seconds, 4> RetryAfter{
-        std::chrono::seconds{1}, std::chrono::seconds{5}, std::chrono::seconds{30}, std::chrono::seconds{120}};
+        std::chrono::seconds{1}, std::chrono::seconds{5}, std::chrono::seconds{30},
+        std::chrono::seconds{120}};
     /// The sum of these.
     static constexpr std::chrono::seconds LongestAge{156};
     /// Quitting waits no longer for all of them.
@@ -44,6 +45,8 @@ public:
     ~Taskmill_Outbox() override;
 
     [[nodiscard]] static bool IsTooOld(const Taskmill_Notification &notification, qint64 nowMs);
+
+    static void LogTooOld(const Taskmill_Notification &notification);
 
     /// Takes the notification of a job that has ended; it is sent from the event loop. Its number for
     /// Store(); 0 when the job's client does not want one.
@@ -92,10 +95,10 @@ private:
     {
         std::deque<Entry> entries;
         bool isSending = false;
-        int failures = 0;               ///< of the first
-        qint64 dueMs = 0;               ///< the first is to be tried
-        std::optional<qint64> extraMs;  ///< and besides
-        qint64 triedMs = 0;             ///< the last time
+        int failures = 0;              ///< of the first
+        qint64 dueMs = 0;              ///< the first is to be tried
+        std::optional<qint64> extraMs; ///< and besides
+        qint64 triedMs = 0;            ///< the last time
         [[nodiscard]] qint64 NextMs() const { return extraMs ? qMin(*extraMs, dueMs) : dueMs; }
     };
     using LaneName = std::pair<QString, int>;

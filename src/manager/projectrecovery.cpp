@@ -10,6 +10,7 @@
 #include "kilnutil/logging.h"
 #include "manager/outbox.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 
@@ -51,7 +52,7 @@ struct Taskmill_ProjectRecovery::Candidate
     int changes = 0;
     bool hasRuns = false;
     bool isGivenUp = false;
-    QList<Taskmill_Notification> notifications; ///< that may still be sent
+    QList<Taskmill_Notification> notifications; ///< that were not delivered
 
     [[nodiscard]] bool IsNeverSaved() const { return project.isEmpty(); }
     /// Whether its project is to be taken up, and not only what its clients are to know.
@@ -85,12 +86,17 @@ void Taskmill_ProjectRecovery::RemoveOrKeep(Candidate candidate)
 {
     // What its manager ended in order with, or never began to change.
     const bool isClosed = candidate.database && (candidate.isGivenUp || !candidate.HasUnsaved());
-    if (isClosed && candidate.notifications.isEmpty())
+    const auto isTooOld = [now = QDateTime::currentMSecsSinceEpoch()](const Taskmill_Notification &one) {
+        return Taskmill_Outbox::IsTooOld(one, now);
+    };
+    if (isClosed && std::ranges::all_of(candidate.notifications, isTooOld)) {
+        std::ranges::for_each(candidate.notifications, Taskmill_Outbox::LogTooOld);
         candidate.Remove();
-    else if (candidate.database && candidate.isGivenUp)
+    } else if (isClosed && candidate.isGivenUp) {
         m_closed.push_back(std::move(candidate));
-    else
+    } else {
         m_candidates.push_back(std::move(candidate));
+    }
 }
 
 QList<Taskmill_Notification> Taskmill_ProjectRecovery::TakeNotifications()
@@ -122,10 +128,6 @@ Taskmill_ProjectRecovery::Candidate Taskmill_ProjectRecovery::Open(std::unique_p
             Taskmill_RecordSaving(*database, *copy, candidate.project, pending);
         }
         candidate.notifications = store.Notifications();
-        const qint64 now = QDateTime::currentMSecsSinceEpoch();
-        candidate.notifications.removeIf([now](const Taskmill_Notification &notification) {
-            return Taskmill_Outbox::IsTooOld(notification, now);
-        });
         candidate.database = std::move(database);
     }
     candidate.copy = std::move(copy);

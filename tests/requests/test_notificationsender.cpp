@@ -9,41 +9,13 @@
 #include <QTcpSocket>
 
 #ifdef Q_OS_UNIX
-#include <arpa/inet.h>
-#include <sys/socket.h>
+#include "support/blackhole.h"
 #endif
 
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
 using Outcome = Taskmill_Notifier::Outcome;
-
-namespace {
-#ifdef Q_OS_UNIX
-/// A server that takes no connection, since as many wait as there is room for.
-class BlackHole
-{
-public:
-    BlackHole()
-        : m_server{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)}
-    {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (bind(static_cast<int>(m_server.Get()), reinterpret_cast<const sockaddr *>(&address),
-                 sizeof address) != 0 ||
-            listen(static_cast<int>(m_server.Get()), 0) != 0)
-            qFatal("no port is free");
-        m_waiting = Taskmill_Socket::Connect(Port(), 1000);
-    }
-    [[nodiscard]] quint16 Port() const { return m_server.LocalPort(); }
-
-private:
-    const Taskmill_Socket m_server;
-    Taskmill_Socket m_waiting;
-};
-#endif
-} // namespace
 
 /// Real sockets of this computer.
 class TestNotificationSender : public TestCase
@@ -109,7 +81,8 @@ private Q_SLOTS:
         QTest::newRow("this user") << Taskmill_PeerUser::This << false << Outcome::Delivered;
         QTest::newRow("another user") << Taskmill_PeerUser::Other << true << Outcome::Failed;
         QTest::newRow("unknown, others about") << Taskmill_PeerUser::Unknown << false << Outcome::Failed;
-        QTest::newRow("unknown, nobody else about") << Taskmill_PeerUser::Unknown << true << Outcome::Delivered;
+        QTest::newRow("unknown, nobody else about")
+            << Taskmill_PeerUser::Unknown << true << Outcome::Delivered;
     }
 
     void SendsToThisUserOnly()
@@ -117,8 +90,11 @@ private Q_SLOTS:
         QFETCH(Taskmill_PeerUser, user);
         QFETCH(bool, admits);
         QFETCH(Outcome, outcome);
-        Taskmill_NotificationSender sender{
-            {.UserOf = [user](auto) { return user; }, .AdmitsUnknown = [admits] { return admits; }}};
+        Taskmill_NotificationSender sender{{.UserOf = [user](auto) { return user; },
+                                            .AdmitsUnknown =
+                                                [admits] {
+                                                    return admits;
+                                                }}};
         Send(sender, u"127.0.0.1"_s, m_server->serverPort());
         QTRY_COMPARE(m_outcomes, QList{outcome});
         QTRY_VERIFY(m_server->hasPendingConnections());
