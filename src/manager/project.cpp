@@ -211,13 +211,13 @@ Taskmill_Project::OpenedFile Taskmill_Project::Load(const QString &path, QString
     opened.copy = Taskmill_WorkingCopy::Make();
     opened.database = NewDatabase(opened.copy.get());
     opened.problem = Taskmill_LoadProject(*opened.database, path);
-    if (opened.problem.isEmpty() || !opened.copy)
-        return opened;
     // The disk of the working copy may be full.
-    opened.database = NewDatabase(nullptr);
-    opened.copy.reset();
-    opened.problem = Taskmill_LoadProject(*opened.database, path);
-    if (opened.problem.isEmpty())
+    if (!opened.problem.isEmpty() && opened.copy) {
+        opened.database = NewDatabase(nullptr);
+        opened.copy.reset();
+        opened.problem = Taskmill_LoadProject(*opened.database, path);
+    }
+    if (opened.problem.isEmpty() && !opened.copy)
         notices += noWorkingCopy;
     return opened;
 }

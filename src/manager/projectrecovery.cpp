@@ -84,6 +84,9 @@ Taskmill_ProjectRecovery::~Taskmill_ProjectRecovery()
 
 void Taskmill_ProjectRecovery::RemoveOrKeep(Candidate candidate)
 {
+    // Its manager was ended while it read the project: nothing is to be kept.
+    if (!candidate.copy->IsNoted())
+        return;
     // What its manager ended in order with, or never began to change.
     const bool isClosed = candidate.database && (candidate.isGivenUp || !candidate.HasUnsaved());
     const auto isTooOld = [now = QDateTime::currentMSecsSinceEpoch()](const Taskmill_Notification &one) {
@@ -129,6 +132,8 @@ Taskmill_ProjectRecovery::Candidate Taskmill_ProjectRecovery::Open(std::unique_p
         }
         candidate.notifications = store.Notifications();
         candidate.database = std::move(database);
+        if (!copy->IsNoted())
+            copy->Note(candidate.project);
     }
     candidate.copy = std::move(copy);
     return candidate;

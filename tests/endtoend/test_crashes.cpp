@@ -20,6 +20,7 @@
 
 #include <csignal>
 #include <memory>
+#include <numeric>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -74,20 +75,24 @@ class TestCrashes : public ManagerTest
 private Q_SLOTS:
     void LosesNothingAndRunsNothingTwice_data();
     void LosesNothingAndRunsNothingTwice();
+#ifdef TASKMILL_FULL_DISK
+    void LosesNothingOnAFullDisk();
+#endif
 
 private:
     /// A job that was accepted. Its input file says what it does, and each run adds a line beside it.
     struct Job
     {
         QString input;
-        bool isLong = false;       ///< runs until it is killed
+        bool isLong = false;        ///< runs until it is killed
         bool hasLostKeeper = false; ///< which may have been too late
     };
     struct Ledger
     {
         QMap<int, Job> accepted;
         QStringList others; ///< input files that may have become jobs
-        int ends = 0;       ///< of managers
+        int submitted = 0;
+        int ends = 0; ///< of managers
     };
 
     [[nodiscard]] QStringList Arguments() const
@@ -97,19 +102,35 @@ private:
             arguments += Project().ProjectPath();
         return arguments;
     }
-    [[nodiscard]] static QByteArray ContentOf(const QString &input) { return ReadTestFile(input); }
+    [[nodiscard]] static QByteArray ContentOf(const QString &input)
+    {
+        return ReadTestFile(input);
+    }
     [[nodiscard]] static qsizetype RunsOf(const QString &input)
     {
         return ReadTestFile(input + u".runs"_s).count('\n');
     }
+    /// The process of a long job; 0 when it was not started yet.
+    [[nodiscard]] static int ProgramOf(const Job &job)
+    {
+        return ReadTestFile(job.input + u".runs"_s).trimmed().toInt();
+    }
+    /// Makes the project, the program of the jobs, and who is told of their ends.
+    void Prepare();
     /// Ends a manager by force while it starts.
     void StartInVain();
     /// Works with a manager until it is ended by force or, now and then, by the system.
     void Work();
-    [[nodiscard]] bool SubmitOne(const ManagerProcess &manager, int number);
-    void KillSomeJob(ManagerProcess &manager);
+#ifdef TASKMILL_FULL_DISK
+    /// Works with a manager whose disk is full for some time, from that writing on.
+    void WorkOnAFullDisk(int firstWriting);
+#endif
+    /// False when it is not accepted. Where there is no working copy, nothing is kept.
+    [[nodiscard]] bool SubmitOne(const ManagerProcess &manager, int number, bool isKept = true);
+    /// Asks the manager to kill all long jobs that run.
+    void KillLongJobs(ManagerProcess &manager) const;
     void KillSomeKeeper();
-    /// Lets everything end that is left, and saves the project.
+    /// Lets everything end that is left, saves the project, and looks whether all is there.
     void FinishAll();
     [[nodiscard]] QString ProblemOfFiles() const;
     [[nodiscard]] QString ProblemOf(const ProjectRows &rows) const;
@@ -140,6 +161,70 @@ void TestCrashes::LosesNothingAndRunsNothingTwice()
         QSKIP("there are no keepers");
     m_isSaved = isSaved;
     m_killsKeepers = killsKeepers;
+    Prepare();
+    const int rounds = qEnvironmentVariableIntValue("TASKMILL_CRASH_ROUNDS");
+    for (int round = 0; round < (rounds > 0 ? rounds : 4); ++round) {
+        if (round % 3 == 2)
+            StartInVain();
+        Work();
+        QCOMPARE(ProblemOfFiles(), QString{});
+        if (QTest::currentTestFailed())
+            return;
+    }
+    FinishAll();
+}
+
+#ifdef TASKMILL_FULL_DISK
+void TestCrashes::LosesNothingOnAFullDisk()
+{
+    constexpr int mostWritings = 250; // more than there are
+    m_isSaved = true;
+    Prepare();
+    QList<int> writings{Random(10), 40 + Random(20), 60 + Random(40), 100 + Random(80)};
+    if (qEnvironmentVariableIntValue("TASKMILL_CRASH_ROUNDS") > 0) {
+        writings.resize(mostWritings);
+        std::iota(writings.begin(), writings.end(), 1);
+    }
+    for (const int writing : writings) {
+        WorkOnAFullDisk(writing);
+        QCOMPARE(ProblemOfFiles(), QString{});
+        if (QTest::currentTestFailed())
+            return;
+    }
+    FinishAll();
+}
+
+void TestCrashes::WorkOnAFullDisk(int firstWriting)
+{
+    qputenv("LD_PRELOAD", TASKMILL_FULL_DISK);
+    qputenv("ASAN_OPTIONS", qgetenv("ASAN_OPTIONS") + ":verify_asan_link_order=0");
+    qputenv("TASKMILL_FULL_DISK_FIRST", QByteArray::number(firstWriting));
+    qputenv("TASKMILL_FULL_DISK_COUNT", QByteArray::number(1 + Random(20)));
+    const auto [consolePort, guiPort] = ManagerProcess::FreePorts();
+    ManagerProcess manager{Project().Path({})};
+    manager.Launch(Arguments(), consolePort, guiPort);
+    qunsetenv("LD_PRELOAD");
+    QVERIFY(QTest::qWaitFor(
+        [&] { return manager.Output().endsWith("<Taskmill> ") || manager.ProcessID() == 0; }, 60'000));
+    // It may be too early for it to start.
+    if (manager.ProcessID() == 0) {
+        QCOMPARE(manager.End(), ManagerEnd{.status = 1});
+        return;
+    }
+    const bool isKept = !manager.Output().contains("No working copy");
+    manager.Type("set short limit 3\nunpause short jobs\n");
+    for (int number = 0; number < 4; ++number)
+        (void)SubmitOne(manager, number, isKept);
+    // When it cannot be saved, the empty line leaves it at that.
+    QVERIFY(manager.Ask("save\n\nlist short jobs", "Short Jobs"));
+    manager.Signal(SIGKILL);
+    QCOMPARE(manager.End(), ManagerEnd{.signal = SIGKILL});
+    ++m_ledger.ends;
+}
+#endif
+
+void TestCrashes::Prepare()
+{
     m_ledger = {};
     m_sink = std::make_unique<NotificationSink>();
     const QString program = Project().InputFile(u"program"_s, "#!/bin/sh\n"
@@ -154,22 +239,6 @@ void TestCrashes::LosesNothingAndRunsNothingTwice()
     // What becomes of the jobs when the system ends the manager.
     qputenv("TASKMILL_END_JOBS", "0");
     QCOMPARE(RunCtl({u"project"_s, u"create"_s, Project().ProjectPath()}).status, 0);
-
-    const int rounds = qEnvironmentVariableIntValue("TASKMILL_CRASH_ROUNDS");
-    for (int round = 0; round < (rounds > 0 ? rounds : 4); ++round) {
-        if (round % 3 == 2)
-            StartInVain();
-        Work();
-        QCOMPARE(ProblemOfFiles(), QString{});
-        if (QTest::currentTestFailed())
-            return;
-    }
-    FinishAll();
-    const ProjectRows rows = Project().Rows();
-    QCOMPARE(ProblemOf(rows), QString{});
-    QCOMPARE(ProblemOfNotifications(rows), QString{});
-    QCOMPARE(ProblemOfFiles(), QString{});
-    QCOMPARE(WorkingCopies(), QStringList{});
 }
 
 void TestCrashes::StartInVain()
@@ -185,39 +254,40 @@ void TestCrashes::StartInVain()
     ++m_ledger.ends;
 }
 
-bool TestCrashes::SubmitOne(const ManagerProcess &manager, int number)
+bool TestCrashes::SubmitOne(const ManagerProcess &manager, int number, bool isKept)
 {
     const bool isLong = number % 5 == 4;
-    const QString input =
-        Project().InputFile(u"job%1.dat"_s.arg(m_ledger.accepted.size() + m_ledger.others.size()),
-                            isLong ? "long\n" : QByteArray::number(number % 3) + '\n');
+    const QString input = Project().InputFile(u"job%1.dat"_s.arg(m_ledger.submitted++),
+                                              isLong ? "long\n" : QByteArray::number(number % 3) + '\n');
     const QByteArray answer =
         manager.Submit(u"Veltra"_s, input, isLong ? u"none"_s : u"short"_s, m_sink->Port());
     if (!answer.startsWith("accepted=")) {
         m_ledger.others += input;
         return false;
     }
-    m_ledger.accepted.insert(answer.sliced(9).trimmed().toInt(), {.input = input, .isLong = isLong});
+    const int jobID = answer.sliced(9).trimmed().toInt();
+    if (!isKept)
+        m_ledger.others += input;
+    else if (m_ledger.accepted.contains(jobID))
+        qWarning("Job %d is accepted twice", jobID);
+    else
+        m_ledger.accepted.insert(jobID, {.input = input, .isLong = isLong});
     return true;
 }
 
-void TestCrashes::KillSomeJob(ManagerProcess &manager)
+void TestCrashes::KillLongJobs(ManagerProcess &manager) const
 {
-    QList<int> jobIDs;
     for (const auto &[jobID, job] : m_ledger.accepted.asKeyValueRange()) {
-        if (job.isLong)
-            jobIDs += jobID;
+        if (job.isLong && ProcessTable::IsAlive(ProgramOf(job)))
+            manager.Type("kill job " + QByteArray::number(jobID) + "\nyes\n");
     }
-    // Most of the earlier ones have ended.
-    if (!jobIDs.isEmpty())
-        manager.Type("kill job " + QByteArray::number(jobIDs.last() - Random(2) * 5) + "\nyes\n");
 }
 
 void TestCrashes::KillSomeKeeper()
 {
     for (auto &&[jobID, job] : m_ledger.accepted.asKeyValueRange()) {
-        const int program = ReadTestFile(job.input + u".runs"_s).trimmed().toInt();
-        const int keeper = job.isLong && !job.hasLostKeeper && program > 0 ? KeeperOf(program) : 0;
+        const int program = job.isLong && !job.hasLostKeeper ? ProgramOf(job) : 0;
+        const int keeper = program > 0 && ProcessTable::IsAlive(program) ? KeeperOf(program) : 0;
         if (keeper == 0)
             continue;
         job.hasLostKeeper = true;
@@ -239,8 +309,8 @@ void TestCrashes::Work()
         for (int number = 0; number < mostJobs && SubmitOne(manager, number); ++number) {
             if (number % 8 == 7 && m_isSaved)
                 manager.Type("save\n");
-            if (number % 3 == 2)
-                KillSomeJob(manager);
+            if (number % 7 == 6)
+                KillLongJobs(manager);
             if (m_killsKeepers && number % 6 == 5)
                 KillSomeKeeper();
         }
@@ -286,6 +356,11 @@ void TestCrashes::FinishAll()
     const QByteArray save = m_isSaved ? "save"_ba : "save " + Project().ProjectPath().toUtf8();
     QVERIFY(manager.Command(save).contains("was saved to"));
     QCOMPARE(manager.Quit({"yes"}), ManagerEnd{.status = 0});
+    const ProjectRows rows = Project().Rows();
+    QCOMPARE(ProblemOf(rows), QString{});
+    QCOMPARE(ProblemOfNotifications(rows), QString{});
+    QCOMPARE(ProblemOfFiles(), QString{});
+    QCOMPARE(WorkingCopies(), QStringList{});
 }
 
 QStringList TestCrashes::WorkingCopies() const
