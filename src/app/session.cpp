@@ -36,6 +36,10 @@ std::unique_ptr<KilnUtil_RunKeepers> MakeKeepers()
 
 Taskmill_Session::Taskmill_Session(Taskmill_SessionOptions options)
     : m_options{std::move(options)}
+    , m_notifier{{.AdmitsUnknown =
+                      [this] {
+                          return m_server.AdmitsUnknown();
+                      }}}
     , m_manager{m_notifier,
                 Taskmill_IsGuiMode() ? Taskmill_ReadOnlyProjects::Refuse : Taskmill_ReadOnlyProjects::Open,
                 MakeKeepers()}

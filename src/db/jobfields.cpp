@@ -27,6 +27,7 @@ constexpr std::array fileFields{
 constexpr auto placeholderPrefix = "Placeholder "_L1;
 constexpr int placeholderDigits = 3;
 constexpr auto runField = "Run"_L1;
+constexpr auto exitCodeField = "ExitCode"_L1;
 } // namespace
 
 Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
@@ -40,6 +41,9 @@ Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
         fields.remove(u"OutputFile"_s);
     if (!job.Run.isEmpty() && !job.IsFinished())
         fields.insert(runField, job.Run);
+    // Of a completed job it is 0.
+    if (job.IsFinished() && job.Status != Taskmill_JobStatus::Completed && job.ExitCode)
+        fields.insert(exitCodeField, QString::number(*job.ExitCode));
     int number = 0;
     for (const auto &[name, value] : job.PlaceholderValues)
         fields.insert(placeholderPrefix + u"%1 "_s.arg(++number, placeholderDigits, 10, QChar{u'0'}) + name,
@@ -55,6 +59,9 @@ void Taskmill_SetFieldsOfJob(Taskmill_JobRecord &job, const Taskmill_AddedFields
     }
     if (!job.IsFinished())
         job.Run = fields.value(runField);
+    bool isNumber = false;
+    if (const int code = fields.value(exitCodeField).toInt(&isNumber); isNumber && job.IsFinished())
+        job.ExitCode = code;
     constexpr qsizetype nameBegin = placeholderPrefix.size() + placeholderDigits + 1;
     // The names are sorted, and with them the numbers.
     for (const auto &[name, value] : fields.asKeyValueRange()) {

@@ -9,7 +9,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QHash>
 #include <QRandomGenerator>
 #include <QSet>
 
@@ -44,23 +43,24 @@ bool WorksInWriteAheadMode(const QString &path)
     return works;
 }
 
-/// Whether the folder, once it is made, takes working copies. It is tried once.
+/// Whether the folder, once it is made, takes working copies. It is tried until it does: a disk may be full.
 bool IsFit(const QString &folder)
 {
-    static QHash<QString, bool> known;
+    static QSet<QString> fitFolders;
     if (!KilnUtil_MakeMachineFolder(folder))
         return false;
-    if (const auto result = known.constFind(folder); result != known.constEnd())
-        return *result;
+    if (fitFolders.contains(folder))
+        return true;
     const QString base = folder + u"/try-"_s + RandomName();
     const bool isFit =
         KilnUtil_FileLock{base + u".lock"_s}.IsHeld() && WorksInWriteAheadMode(base + u".db"_s);
     for (const QLatin1StringView suffix : databaseSuffixes)
         QFile::remove(base + suffix);
     QFile::remove(base + u".lock"_s);
-    if (!isFit)
+    if (isFit)
+        fitFolders.insert(folder);
+    else
         qCWarning(Taskmill_DBLog, "No working copy can be kept in %ls", qUtf16Printable(folder));
-    known.insert(folder, isFit);
     return isFit;
 }
 
@@ -130,7 +130,8 @@ std::vector<std::unique_ptr<Taskmill_WorkingCopy>> Taskmill_WorkingCopy::TakeAba
     std::vector<std::unique_ptr<Taskmill_WorkingCopy>> abandoned;
     for (const QString &base : std::as_const(bases)) {
         std::unique_ptr<Taskmill_WorkingCopy> copy{new Taskmill_WorkingCopy{base}};
-        if (copy->m_lock.IsHeld() && copy->IsNoted() && QFile::exists(copy->Path()))
+        // Without a note it was not complete, or there was no room for a note.
+        if (copy->m_lock.IsHeld() && QFileInfo{copy->Path()}.size() > 0)
             abandoned.push_back(std::move(copy));
         else if (copy->m_lock.IsHeld())
             copy->Remove();

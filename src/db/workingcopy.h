@@ -30,7 +30,8 @@ public:
 
     /// Notes beside the file that it is complete, and the file of the project, which may be none.
     void Note(const QString &projectPath);
-    /// Whether that was done, here or by the manager that has left it: without it there is nothing to keep.
+    /// Whether that was done, here or by the manager that has left it. Without it there is only something to
+    /// keep when the file itself says that it is a working copy: there was no room for the note.
     [[nodiscard]] bool IsNoted() const { return m_isNoted; }
     /// What was noted; what the file itself says is newer.
     [[nodiscard]] QString NotedProject() const { return m_notedProject; }

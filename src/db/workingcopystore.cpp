@@ -7,6 +7,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 const QString changes = u"Changes"_s;
+const QString createOutbox =
+    u"CREATE TABLE IF NOT EXISTS WorkingCopyOutbox (NotificationID INTEGER PRIMARY KEY, JobID INTEGER, "
+    "Address TEXT, Port INTEGER, Message BLOB, EndMs INTEGER)"_s;
 } // namespace
 
 void Taskmill_WorkingCopyStore::Forget()
@@ -29,6 +32,7 @@ bool Taskmill_WorkingCopyStore::Begin()
         return Execute(u"DROP TABLE IF EXISTS WorkingCopy"_s) &&
                Execute(u"DROP TABLE IF EXISTS WorkingCopyRuns"_s) &&
                Execute(u"DROP TABLE IF EXISTS WorkingCopyOutputs"_s) &&
+               Execute(u"DROP TABLE IF EXISTS WorkingCopyOutbox"_s) && Execute(createOutbox) &&
                Execute(u"CREATE TABLE WorkingCopy (Name TEXT PRIMARY KEY, Value TEXT) WITHOUT ROWID"_s) &&
                Execute(u"CREATE TABLE WorkingCopyRuns (JobID INTEGER PRIMARY KEY)"_s) &&
                Execute(u"INSERT INTO WorkingCopy VALUES ('Changes', 0)"_s);
@@ -123,4 +127,44 @@ bool Taskmill_WorkingCopyStore::RemoveRun(qint32 jobID)
 bool Taskmill_WorkingCopyStore::RemoveAllRuns()
 {
     return !Exists() || Database().Untracked([this] { return Execute(u"DELETE FROM WorkingCopyRuns"_s); });
+}
+
+bool Taskmill_WorkingCopyStore::CompleteTables()
+{
+    return !Exists() || Execute(createOutbox);
+}
+
+QList<Taskmill_Notification> Taskmill_WorkingCopyStore::Notifications()
+{
+    QList<Taskmill_Notification> notifications;
+    QSqlQuery query{Connection()};
+    query.setForwardOnly(true);
+    if (!query.exec(
+            u"SELECT NotificationID, JobID, Address, Port, Message, EndMs FROM WorkingCopyOutbox ORDER BY NotificationID"_s))
+        return notifications;
+    while (query.next()) {
+        notifications.append({.JobID = query.value(1).toInt(),
+                              .Address = query.value(2).toString(),
+                              .Port = query.value(3).toInt(),
+                              .Message = query.value(4).toByteArray(),
+                              .EndMs = query.value(5).toLongLong(),
+                              .Key = query.value(0).toLongLong()});
+    }
+    return notifications;
+}
+
+bool Taskmill_WorkingCopyStore::AddNotification(const Taskmill_Notification &notification)
+{
+    return !Exists() || Database().Untracked([&] {
+        return RunPrepared(u"INSERT INTO WorkingCopyOutbox VALUES (?, ?, ?, ?, ?, ?)"_s,
+                           {notification.Key, notification.JobID, notification.Address, notification.Port,
+                            notification.Message, notification.EndMs});
+    });
+}
+
+bool Taskmill_WorkingCopyStore::RemoveNotification(qint64 key)
+{
+    return !Exists() || Database().Untracked([&] {
+        return RunPrepared(u"DELETE FROM WorkingCopyOutbox WHERE NotificationID = ?"_s, {key});
+    });
 }

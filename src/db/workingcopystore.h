@@ -2,6 +2,7 @@
 #pragma once
 
 #include "db/tablestore.h"
+#include "jobs/jobnotification.h"
 
 #include <QHash>
 #include <QList>
@@ -52,6 +53,14 @@ public:
     bool AddRun(qint32 jobID);
     bool RemoveRun(qint32 jobID);
     bool RemoveAllRuns();
+
+    /// Makes the table of notifications where an earlier version has not.
+    bool CompleteTables();
+    /// Those that are not delivered, the oldest first.
+    [[nodiscard]] QList<Taskmill_Notification> Notifications();
+    /// Its key is that of no other.
+    bool AddNotification(const Taskmill_Notification &notification);
+    bool RemoveNotification(qint64 key);
 
 private:
     std::optional<bool> m_exists; ///< nothing while it has to be looked up

@@ -8,6 +8,6 @@ class Taskmill_FinishedJobsTaker
 {
 public:
     virtual ~Taskmill_FinishedJobsTaker() = default;
-    /// False when the job could not be recorded for good.
+    /// Its client is notified. False when the job could not be recorded for good.
     virtual bool AddJob(const Taskmill_JobRecord &job) = 0;
 };

@@ -3,9 +3,6 @@
 
 #include "jobs/commandline.h"
 #include "jobs/jobenvironment.h"
-#include "jobs/jobnotification.h"
-#include "jobs/jobservices.h"
-#include "jobs/runmode.h"
 #include "jobs/runofjob.h"
 #include "kilnutil/filesys.h"
 #include "kilnutil/textencoding.h"
@@ -48,9 +45,8 @@ qint64 Taskmill_Job::ProcessID() const
     return m_process ? m_process->ProcessID() : 0;
 }
 
-bool Taskmill_Job::Start(Taskmill_Notifier &notifier, KilnUtil_RunKeepers *keepers)
+bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
 {
-    m_notifier = &notifier;
     m_record.SetStatus(Taskmill_JobStatus::Running, true);
     if (m_record.JobType.IsEmpty()) {
         EndWithoutProcess(u"The job was not run: its job type is no longer in the project.\n"_s);
@@ -97,9 +93,8 @@ bool Taskmill_Job::Start(Taskmill_Notifier &notifier, KilnUtil_RunKeepers *keepe
     return true;
 }
 
-void Taskmill_Job::TakeOver(KilnUtil_FoundRun run, Taskmill_Notifier &notifier)
+void Taskmill_Job::TakeOver(KilnUtil_FoundRun run)
 {
-    m_notifier = &notifier;
     m_record.SetStatus(Taskmill_JobStatus::Running, true);
     if (run.StartMs > 0)
         m_record.Started = QDateTime::fromMSecsSinceEpoch(run.StartMs);
@@ -253,15 +248,15 @@ Taskmill_JobStatus Taskmill_Job::FinalStatus() const
 void Taskmill_Job::ProcessFinishedSlot(bool)
 {
     const Taskmill_JobStatus status = FinalStatus();
-    const int exitCode = m_process ? m_process->ExitCode() : 0;
+    m_record.ExitCode = m_process ? m_process->ExitCode() : 0;
+    m_record.EndMs = m_process ? m_process->EndMs() : 0;
     GatherLastOutput();
     m_record.SetStatus(status, true);
     // It may have ended while nobody was there.
-    if (m_process && m_process->EndMs() > 0)
+    if (m_record.EndMs > 0)
         m_record.Finished =
-            qMax(m_record.Started, Taskmill_JobTime{QDateTime::fromMSecsSinceEpoch(m_process->EndMs())});
+            qMax(m_record.Started, Taskmill_JobTime{QDateTime::fromMSecsSinceEpoch(m_record.EndMs)});
     Q_EMIT JobFinishedSignal();
-    SendJobFinishedNotification(exitCode);
     // The process is the sender of the signal that led here.
     if (KilnUtil_Process *process = std::exchange(m_process, nullptr))
         process->DeleteWhenEnded();
@@ -271,17 +266,8 @@ void Taskmill_Job::EndWithoutProcess(const QString &reason)
 {
     m_record.StdOutAndStdErr = reason;
     QTimer::singleShot(0, this, [this] {
+        m_record.ExitCode = KilnUtil_Process::ExitCodeOfFailedStart;
         m_record.SetStatus(Taskmill_JobStatus::Failed, true);
         Q_EMIT JobFinishedSignal();
-        SendJobFinishedNotification(KilnUtil_Process::ExitCodeOfFailedStart);
     });
-}
-
-bool Taskmill_Job::SendJobFinishedNotification(int exitCode) const
-{
-    const QString serverName = Taskmill_ServerName();
-    if (!m_notifier || !Taskmill_WantsNotification(m_record, serverName))
-        return false;
-    return m_notifier->Send(m_record.ClientAddress, m_record.ClientPort,
-                            Taskmill_JobFinishedMessage(m_record, exitCode, serverName));
 }

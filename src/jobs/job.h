@@ -9,7 +9,6 @@ class KilnUtil_Process;
 class KilnUtil_RunKeepers;
 class QFile;
 struct KilnUtil_FoundRun;
-class Taskmill_Notifier;
 class Taskmill_ProcessInspector;
 
 /// One run of one job type on one input file (or two): the record of it, and its process while it runs.
@@ -55,22 +54,22 @@ public:
     /// Makes the process and starts it. False when the file for its standard input cannot be opened: the job
     /// then stays Running without a process, and its output says why. A program that cannot be started ends
     /// the job as Failed, through the signal, and so does a standard input that cannot be written.
-    /// The notifier, which reaches the job's client, and the keepers, if the job is to have one, outlive it.
-    bool Start(Taskmill_Notifier &notifier, KilnUtil_RunKeepers *keepers = nullptr);
+    /// The keepers, if the job is to have one, outlive it.
+    bool Start(KilnUtil_RunKeepers *keepers = nullptr);
     /// In place of the start of a job whose run was found again, and is Here: it is Running until the end of
     /// that run, which may have come already.
-    void TakeOver(KilnUtil_FoundRun run, Taskmill_Notifier &notifier);
+    void TakeOver(KilnUtil_FoundRun run);
 
-    /// Ends a running job and everything it started; it is Killed, and its client notified, when this
-    /// returns. False, and nothing done, for a job that does not run.
+    /// Ends a running job and everything it started; it is Killed when this returns. False, and nothing done,
+    /// for a job that does not run.
     bool Kill(Taskmill_ProcessInspector &inspector);
 
     /// Whether it runs, and a keeper runs it.
     [[nodiscard]] bool IsKept() const;
     /// From BeginKill() on until nothing is left of it, or some of it withstands.
     [[nodiscard]] bool IsBeingKilled() const { return m_isBeingKilled && IsKept(); }
-    /// The first half of Kill() for a job that a keeper runs: it is Killed, and its client notified, when
-    /// nothing of it is left. False, and nothing done, for any other.
+    /// The first half of Kill() for a job that a keeper runs: it is Killed when nothing of it is
+    /// left. False, and nothing done, for any other.
     bool BeginKill();
     /// A job that a keeper runs goes on without this object. False for any other.
     bool LetGoOn();
@@ -103,11 +102,9 @@ private:
     void UseNewProcess();
     /// Fails the job a little later, as a process that could not be started would.
     void EndWithoutProcess(const QString &reason);
-    bool SendJobFinishedNotification(int exitCode) const;
 
     Taskmill_JobRecord m_record;
-    KilnUtil_Process *m_process = nullptr;   ///< owned
-    Taskmill_Notifier *m_notifier = nullptr; ///< of the run
+    KilnUtil_Process *m_process = nullptr; ///< owned
     bool m_held = false;
     bool m_runsElsewhere = false;
     bool m_isBeingKilled = false;

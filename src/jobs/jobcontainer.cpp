@@ -109,7 +109,7 @@ bool Taskmill_JobContainer::TakeOverRun(Taskmill_Job *job)
     }
     Follow(*job);
     InsertStarted(job);
-    job->TakeOver(std::move(found), m_services.Notifier);
+    job->TakeOver(std::move(found));
     return true;
 }
 
@@ -298,7 +298,7 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
         return;
     }
     Follow(job);
-    if (!job.Start(m_services.Notifier, m_services.Keepers))
+    if (!job.Start(m_services.Keepers))
         qCWarning(Taskmill_JobsLog, "Job %d: the file for its standard input cannot be written", job.JobID());
     // It was started without a keeper after all: nobody is to look for its run.
     if (m_services.Keepers && job.Record().Run.isEmpty())

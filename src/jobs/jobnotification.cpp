@@ -2,7 +2,9 @@
 #include "jobs/jobnotification.h"
 
 #include "jobs/jobrecord.h"
+#include "jobs/runmode.h"
 
+#include <QDateTime>
 #include <QStringList>
 
 using namespace Qt::Literals::StringLiterals;
@@ -13,7 +15,7 @@ bool Taskmill_WantsNotification(const Taskmill_JobRecord &job, const QString &se
            !job.ClientAppName.isEmpty() && job.ClientAppName != serverName;
 }
 
-QByteArray Taskmill_JobFinishedMessage(const Taskmill_JobRecord &job, int exitCode, const QString &serverName)
+QByteArray Taskmill_JobFinishedMessage(const Taskmill_JobRecord &job, const QString &serverName)
 {
     QStringList lines{
         u"servername="_s + serverName,
@@ -25,7 +27,7 @@ QByteArray Taskmill_JobFinishedMessage(const Taskmill_JobRecord &job, int exitCo
         u"clientgid="_s + QString::number(job.ClientGID),
         u"action=jobfinished"_s,
         u"jobstatus="_s + Taskmill_JobStatusText(job.Status).toLower(),
-        u"jobexitcode="_s + QString::number(exitCode),
+        u"jobexitcode="_s + QString::number(job.ExitCode.value_or(0)),
         u"jobclass="_s + job.JobClass.toLower(),
         u"jobtypename="_s + job.JobType.Name.toLower(),
         u"jobqueue="_s + job.QueueName.toLower(),
@@ -40,4 +42,16 @@ QByteArray Taskmill_JobFinishedMessage(const Taskmill_JobRecord &job, int exitCo
     if (!job.CheckpointFile2.isEmpty())
         lines += u"jobchkfile1="_s + job.CheckpointFile2;
     return lines.join(u'\n').toUtf8();
+}
+
+std::optional<Taskmill_Notification> Taskmill_NotificationOf(const Taskmill_JobRecord &job)
+{
+    const QString serverName = Taskmill_ServerName();
+    if (!Taskmill_WantsNotification(job, serverName))
+        return std::nullopt;
+    return Taskmill_Notification{.JobID = job.JobID,
+                                 .Address = job.ClientAddress,
+                                 .Port = job.ClientPort,
+                                 .Message = Taskmill_JobFinishedMessage(job, serverName),
+                                 .EndMs = job.EndMs > 0 ? job.EndMs : QDateTime::currentMSecsSinceEpoch()};
 }

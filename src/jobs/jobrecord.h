@@ -9,6 +9,8 @@
 #include <QPair>
 #include <QString>
 
+#include <optional>
+
 /// Extra placeholders and their values, in the order in which they are applied.
 using Taskmill_PlaceholderValues = QList<QPair<QString, QString>>;
 
@@ -47,6 +49,8 @@ struct Taskmill_JobRecord
     Taskmill_JobTime Finished;
     qint32 JobID = 0;
     Taskmill_PlaceholderValues PlaceholderValues;
+    std::optional<qint32> ExitCode; ///< of a run that has ended; nothing when it is not known
+    qint64 EndMs = 0; ///< when the run ended, in ms since 1970, for its notification; no part of a stored job
     /// Where the run is found that the job has, or had when its project was saved; empty for none. No part of
     /// a finished job.
     QString Run;

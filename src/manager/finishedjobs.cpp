@@ -7,6 +7,7 @@
 #include "kilnutil/logging.h"
 #include "manager/listings.h"
 #include "manager/namelist.h"
+#include "manager/outbox.h"
 #include "manager/removalreport.h"
 
 #include <QElapsedTimer>
@@ -36,8 +37,9 @@ Taskmill_Database *CurrentDatabase()
 }
 } // namespace
 
-Taskmill_FinishedJobs::Taskmill_FinishedJobs()
-    : m_lastHeldKey{firstHeldKey}
+Taskmill_FinishedJobs::Taskmill_FinishedJobs(Taskmill_Outbox &outbox)
+    : m_outbox{outbox}
+    , m_lastHeldKey{firstHeldKey}
     , m_read{mostRecordsKept}
 {
     m_removalTimer.setInterval(0);
@@ -51,7 +53,8 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &ended, const std::f
     if (job.IsOutputLeft && !CanLeaveOutputs())
         job.StdOutAndStdErr.prepend(m_outputOfRun ? m_outputOfRun(job.Run) : QString{});
     job.IsOutputLeft = job.IsOutputLeft && CanLeaveOutputs();
-    const auto row = Record(job, alsoWrite);
+    Missing written{.key = -1, .alsoWrite = alsoWrite, .notification = m_outbox.Add(job)};
+    const auto row = Record(job, written);
     const bool isStored = row && *row >= 0;
     const qint64 key = isStored ? *row : ++m_lastHeldKey;
     m_entries.append({key, job.JobID, m_origins.Add(job)});
@@ -61,7 +64,8 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &ended, const std::f
         m_held.insert(key, job);
     if (!row) {
         qCWarning(Taskmill_ManagerLog, "Finished job %d could not be written to the database", job.JobID);
-        m_missing.append({.key = key, .alsoWrite = alsoWrite});
+        written.key = key;
+        m_missing.append(written);
     }
     Q_EMIT JobsChangedSignal();
     return row.has_value();
@@ -73,8 +77,7 @@ bool Taskmill_FinishedJobs::CanLeaveOutputs() const
     return database && m_outputOfRun && database->WorkingCopy().Exists();
 }
 
-std::optional<qint64> Taskmill_FinishedJobs::Record(const Taskmill_JobRecord &job,
-                                                    const std::function<void()> &alsoWrite)
+std::optional<qint64> Taskmill_FinishedJobs::Record(const Taskmill_JobRecord &job, const Missing &missing)
 {
     Taskmill_Database *database = CurrentDatabase();
     qint32 key = -1;
@@ -86,8 +89,8 @@ std::optional<qint64> Taskmill_FinishedJobs::Record(const Taskmill_JobRecord &jo
         if (!database->InsertFinishedJob(row, true, &key) ||
             (job.IsOutputLeft && !database->WorkingCopy().AddLeftOutput(key, left)))
             return false;
-        alsoWrite();
-        return true;
+        missing.alsoWrite();
+        return m_outbox.Store(missing.notification);
     });
     if (recorded && job.IsOutputLeft)
         m_leftOutputs.insert(key, left);
@@ -113,7 +116,7 @@ void Taskmill_FinishedJobs::RecordMissing()
 {
     while (!m_missing.isEmpty()) {
         const Missing missing = m_missing.first();
-        const auto row = Record(m_held.value(missing.key), missing.alsoWrite);
+        const auto row = Record(m_held.value(missing.key), missing);
         if (!row)
             return;
         m_missing.removeFirst();

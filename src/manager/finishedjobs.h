@@ -16,6 +16,7 @@
 #include <limits>
 
 class Taskmill_Database;
+class Taskmill_Outbox;
 
 /// The jobs that have left their queue, in the order in which they arrived. There may be a million of them:
 /// their records are in the database and are read when they are asked for, apart from jobs that it does not
@@ -29,7 +30,9 @@ public:
     static constexpr int FewJobs = 2000;
     static constexpr int LowestJobID = std::numeric_limits<int>::min();
 
-    Taskmill_FinishedJobs();
+    /// The outbox, which outlives this, takes the notifications of the jobs.
+    explicit Taskmill_FinishedJobs(Taskmill_Outbox &outbox);
+
 
     [[nodiscard]] qsizetype Count() const { return m_entries.size(); }
     [[nodiscard]] int JobIDAt(qsizetype position) const { return m_entries[position].JobID; }
@@ -47,7 +50,8 @@ public:
     [[nodiscard]] QString OutputOf(const Taskmill_JobRecord &job) const;
     [[nodiscard]] bool HasOutput(const Taskmill_JobRecord &job) const;
 
-    /// Appends the job and, when a database is open, records it there.
+    /// Appends the job and, when a database is open, records it there, together with the notification of its
+    /// client, which is sent later.
     bool AddJob(const Taskmill_JobRecord &job) override
     {
         return AddJob(job, [] {});
@@ -101,11 +105,12 @@ private:
     {
         qint64 key;
         std::function<void()> alsoWrite;
+        qint64 notification = 0; ///< number in the outbox
     };
 
-    /// The key of the job's row; nothing when it could not be written, -1 when no database is open.
     [[nodiscard]] bool CanLeaveOutputs() const;
-    std::optional<qint64> Record(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite);
+    /// The key of the job's row; nothing when it could not be written, -1 when no database is open.
+    std::optional<qint64> Record(const Taskmill_JobRecord &job, const Missing &missing);
     [[nodiscard]] Taskmill_FinishedEntry *EntryWithKey(qint64 key);
     void Remember(Taskmill_JobRecord job, qint64 key);
     void GiveUpLeftOutput(qint64 key);
@@ -114,6 +119,7 @@ private:
     [[nodiscard]] bool IsWorthReadingAll(int since) const;
     [[nodiscard]] std::unique_ptr<Taskmill_JobRecord> Read(const Taskmill_FinishedEntry &entry) const;
 
+    Taskmill_Outbox &m_outbox;
     QList<Taskmill_FinishedEntry> m_entries;
     Taskmill_FinishedOrigins m_origins;
     QHash<qint64, Taskmill_JobRecord> m_held; ///< by the keys of their entries: those without a row

@@ -64,6 +64,23 @@ QString ClientUserAndGroup(const Job &job)
     return u"%1:%2"_s.arg(job.ClientUID).arg(job.ClientGID);
 }
 
+std::optional<int> ExitCode(const Job &job)
+{
+    return job.ExitCode || job.Status != Taskmill_JobStatus::Completed ? job.ExitCode : 0;
+}
+
+QString ExitCodeText(const Job &job)
+{
+    const std::optional<int> code = ExitCode(job);
+    return code ? QString::number(*code) : QString{};
+}
+
+QJsonValue ExitCodeInJson(const Job &job)
+{
+    const std::optional<int> code = ExitCode(job);
+    return code ? QJsonValue{*code} : QJsonValue{};
+}
+
 QString IsClientNotified(const Job &job)
 {
     return job.ClientNotification ? u"yes"_s : u"no"_s;
@@ -126,6 +143,7 @@ const QList<JobField> &AllJobFields()
         {{.header = u"Client Address"_s, .cell = ClientAddress}},
         {{.header = u"Client User and Group"_s, .cell = ClientUserAndGroup}},
         {{.header = u"Client Is Notified"_s, .cell = IsClientNotified}},
+        {{.header = u"Exit Code"_s, .key = u"exitcode"_s, .cell = ExitCodeText, .json = ExitCodeInJson}},
     };
     return fields;
 }

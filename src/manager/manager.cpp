@@ -45,14 +45,15 @@ Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnl
     : m_inspector{Taskmill_MakeProcessInspector()}
     , m_keepers{std::move(keepers)}
     , m_jobTypes{m_store}
+    , m_outbox{notifier}
+    , m_finishedJobs{m_outbox}
     , m_destinations{m_finishedJobs,
                      {.Store = m_store,
                       .FinishedJobs = m_finishedJobs,
                       .Inspector = *m_inspector,
-                      .Notifier = notifier,
                       .Keepers = m_keepers.get()}}
     , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs,   m_destinations,
-                notifier,   m_runs,       readOnlyProjects, m_keepers.get()}
+                m_outbox,   m_runs,       readOnlyProjects, m_keepers.get()}
     , m_submitter{m_store, m_jobNumbers, m_destinations}
     , m_runningJobs{*m_inspector, m_jobTypes}
 {
@@ -136,10 +137,13 @@ void Taskmill_Manager::ShutDown(End end)
     if (std::exchange(m_isShutDown, true))
         return;
     const bool anyGoesOn = DoJobsGoOn() && m_project.IsAnyJobKept();
+    m_outbox.SetEnding();
     if (end == End::InOrder && !anyGoesOn)
         m_project.CloseProject();
     else
         m_project.LeaveProject(anyGoesOn);
+    m_outbox.Drain();
+    m_outbox.Stop();
 }
 
 void Taskmill_Manager::SaveBeforeAbruptEnd()

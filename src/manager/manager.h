@@ -8,6 +8,7 @@
 #include "manager/finishedjobs.h"
 #include "manager/jobsgoon.h"
 #include "manager/jobsubmitter.h"
+#include "manager/outbox.h"
 #include "manager/project.h"
 #include "manager/runningjobs.h"
 #include "manager/runsource.h"
@@ -23,7 +24,8 @@ class Taskmill_ProcessInspector;
 class Taskmill_Manager
 {
 public:
-    /// The notifier outlives the manager. Without keepers the jobs end with the manager.
+    /// The notifier, which reaches the clients of jobs, outlives the manager. Without keepers the jobs end
+    /// with the manager.
     Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnlyProjects readOnlyProjects);
     Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnlyProjects readOnlyProjects,
                      std::unique_ptr<KilnUtil_RunKeepers> keepers);
@@ -84,6 +86,7 @@ private:
     const std::unique_ptr<KilnUtil_RunKeepers> m_keepers;
     Taskmill_JobTypeList m_jobTypes;
     KilnUtil_IDManager m_jobNumbers;
+    Taskmill_Outbox m_outbox;
     Taskmill_FinishedJobs m_finishedJobs;
     Taskmill_Destinations m_destinations;
     Taskmill_LostRuns m_runs;

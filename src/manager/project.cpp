@@ -4,10 +4,7 @@
 #include "db/database.h"
 #include "db/databasemanager.h"
 #include "db/workingcopy.h"
-#include "jobs/jobnotification.h"
-#include "jobs/jobservices.h"
 #include "jobs/jobtypelist.h"
-#include "jobs/runmode.h"
 #include "kilnutil/error.h"
 #include "kilnutil/idmanager.h"
 #include "kilnutil/logging.h"
@@ -15,6 +12,7 @@
 #include "manager/closingdialogue.h"
 #include "manager/destinations.h"
 #include "manager/finishedjobs.h"
+#include "manager/outbox.h"
 #include "manager/projectdatabase.h"
 #include "manager/projectrecovery.h"
 #include "manager/recentprojects.h"
@@ -22,7 +20,6 @@
 #include "processes/processtree.h"
 
 #include <QFileInfo>
-#include <QTimer>
 
 #include <algorithm>
 #include <array>
@@ -60,13 +57,13 @@ void RememberDirectory(const QString &path)
 
 Taskmill_Project::Taskmill_Project(Taskmill_JobTypeList &jobTypes, KilnUtil_IDManager &jobNumbers,
                                    Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations,
-                                   Taskmill_Notifier &notifier, Taskmill_RunSource &runs,
+                                   Taskmill_Outbox &outbox, Taskmill_RunSource &runs,
                                    Taskmill_ReadOnlyProjects readOnlyProjects, KilnUtil_RunKeepers *keepers)
     : m_jobTypes{jobTypes}
     , m_jobNumbers{jobNumbers}
     , m_finishedJobs{finishedJobs}
     , m_destinations{destinations}
-    , m_notifier{notifier}
+    , m_outbox{outbox}
     , m_runs{runs}
     , m_keptRuns{keepers}
     , m_readOnlyProjects{readOnlyProjects}
@@ -115,7 +112,8 @@ bool Taskmill_Project::OpenProject(const QString &path)
 
     // A bad file is not to cost the project that is open.
     QStringList notices;
-    auto left = Taskmill_ProjectRecovery{notices}.Find(lock ? *lock : *m_lock);
+    Taskmill_ProjectRecovery recovery{notices};
+    auto left = recovery.Find(lock ? *lock : *m_lock);
     if (left && !Taskmill_ProblemOfProject(*left->Database).isEmpty())
         left.reset();
     Taskmill_OpenedFile opened;
@@ -148,6 +146,7 @@ bool Taskmill_Project::OpenProject(const QString &path)
     if (!isThere)
         return report(
             u"The specified project cannot be opened, as its working copy cannot be written:\n\n%1"_s);
+    m_outbox.AddLeft(recovery.TakeNotifications());
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
     return true;
@@ -183,7 +182,7 @@ bool Taskmill_Project::TakeUp(Taskmill_LeftProject left, const QString &path)
     // Of a file that was changed elsewhere nothing is known here: it is replaced only when the user says so.
     m_fileStamp = left.FileHasChanged ? Taskmill_FileStamp{} : Taskmill_FileStamp::Of(path);
     m_hasChangedFile = left.FileHasChanged;
-    const int changes = left.Changes > 0 ? left.Changes : static_cast<int>(ends->size());
+    const int changes = left.Changes > 0 ? left.Changes : *ends;
     m_isRecovered = changes > 0;
     if (m_isRecovered)
         m_notices += Taskmill_RecoveredNotice(changes);
@@ -197,19 +196,21 @@ bool Taskmill_Project::TakeUp(Taskmill_LeftProject left, const QString &path)
         database->MarkChanged();
     for (Taskmill_JobQueue *queue : running)
         queue->SetPaused(false);
-    Notify(*ends);
     return true;
 }
 
 bool Taskmill_Project::OpenWithoutFile()
 {
     QStringList notices;
-    auto left = Taskmill_ProjectRecovery{notices}.FindNeverSaved();
+    Taskmill_ProjectRecovery recovery{notices};
+    auto left = recovery.FindNeverSaved();
     if (left && !Taskmill_ProblemOfProject(*left->Database).isEmpty())
         left.reset();
     CloseProject();
     const bool isOpen = (left && TakeUp(std::move(*left), {})) || NewProject();
     m_notices += notices;
+    if (isOpen)
+        m_outbox.AddLeft(recovery.TakeNotifications());
     Q_EMIT StateChangedSignal();
     return isOpen;
 }
@@ -220,6 +221,7 @@ void Taskmill_Project::Install(Taskmill_Database &database, const QString &path)
     m_jobNumbers = KilnUtil_IDManager{Taskmill_LastJobID(database), 1};
     m_keptRuns.BelongTo(database, path);
     m_keptRuns.SetDurable(m_copy != nullptr);
+    CarryOverNotifications();
     ReloadJobs(database);
 }
 
@@ -244,6 +246,7 @@ bool Taskmill_Project::NewProject()
     m_jobNumbers = KilnUtil_IDManager{0, 1};
     m_keptRuns.BelongTo(*database, {});
     m_keptRuns.SetDurable(m_copy != nullptr);
+    CarryOverNotifications();
     for (Taskmill_JobQueue *queue : m_destinations.Queues()) {
         queue->SetMaxRunningJobs(1);
         queue->SetPaused(false);
@@ -282,19 +285,6 @@ void Taskmill_Project::StorePauses()
         if (m_storedPauses.at(number) != queue.IsPaused() &&
             database->WorkingCopy().Set(PauseValue(queue), queue.IsPaused() ? u"yes"_s : u"no"_s))
             m_storedPauses.at(number) = queue.IsPaused();
-    }
-}
-
-void Taskmill_Project::Notify(const QList<Taskmill_EndedRun> &ends)
-{
-    const QString serverName = Taskmill_ServerName();
-    for (const Taskmill_EndedRun &end : ends) {
-        // When the manager is at work, since each may take a while.
-        if (Taskmill_WantsNotification(end.Job, serverName))
-            QTimer::singleShot(0, this, [this, end, serverName] {
-                m_notifier.Send(end.Job.ClientAddress, end.Job.ClientPort,
-                                Taskmill_JobFinishedMessage(end.Job, end.ExitCode, serverName));
-            });
     }
 }
 
@@ -443,7 +433,6 @@ void Taskmill_Project::CloseProject()
     // They end side by side.
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Jobs().BeginToKillRunning();
-    // All at once: sending one notification may take a while, and no job is to go on running meanwhile.
     KilnUtil_ProcessTree::KillRegisteredChildren();
     // What comes from now on belongs to the end, which the user wants also when it is cut short.
     if (Taskmill_Database *database = CurrentDatabase(); database && m_copy)
@@ -455,11 +444,27 @@ void Taskmill_Project::CloseProject()
         owner->Clear();
     m_finishedJobs.GiveUpLeftOutputs();
     m_finishedJobs.Clear();
+    if (m_outbox.IsEnding())
+        m_outbox.Drain();
+    // For the next project's, or for the next manager.
+    if (m_copy && m_outbox.IsAnyStored())
+        m_closedCopy = std::move(m_copy);
+    if (m_outbox.IsEnding())
+        m_outbox.LeaveStored();
+    else
+        m_outbox.KeepStored();
     Taskmill_Database_Manager::Global().CloseAll();
     m_keptRuns.ForgetResults();
     if (m_copy)
         m_copy->Remove();
     ForgetProject();
+}
+
+void Taskmill_Project::CarryOverNotifications()
+{
+    m_outbox.Join();
+    if (auto closed = std::exchange(m_closedCopy, {}))
+        closed->Remove();
 }
 
 void Taskmill_Project::LeaveProject(bool letsJobsGoOn)
@@ -482,6 +487,8 @@ void Taskmill_Project::LeaveProject(bool letsJobsGoOn)
         RecordEndedRuns();
     m_finishedJobs.FinishRemovals();
     m_finishedJobs.Clear();
+    m_outbox.Drain();
+    m_outbox.LeaveStored();
     // First: what the killed jobs come to is not to be recorded, as they wait again.
     Taskmill_Database_Manager::Global().CloseAll();
     for (Taskmill_QueueOwner *owner : m_destinations.All())

@@ -19,12 +19,11 @@ class Taskmill_Database;
 class Taskmill_Destinations;
 class Taskmill_FinishedJobs;
 class Taskmill_JobTypeList;
-class Taskmill_Notifier;
+class Taskmill_Outbox;
 class Taskmill_ProjectLock;
 class Taskmill_RunSource;
 class Taskmill_WorkingCopy;
 struct Taskmill_LeftProject;
-struct Taskmill_EndedRun;
 
 /// The file filter of dialogs for project files.
 extern const char *const Taskmill_ProjectFileFilter;
@@ -41,7 +40,7 @@ public:
     /// All of them outlive the project; there may be no keepers.
     Taskmill_Project(Taskmill_JobTypeList &jobTypes, KilnUtil_IDManager &jobNumbers,
                      Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations,
-                     Taskmill_Notifier &notifier, Taskmill_RunSource &runs,
+                     Taskmill_Outbox &outbox, Taskmill_RunSource &runs,
                      Taskmill_ReadOnlyProjects readOnlyProjects, KilnUtil_RunKeepers *keepers);
     ~Taskmill_Project() override;
     Q_DISABLE_COPY_MOVE(Taskmill_Project)
@@ -119,7 +118,8 @@ private:
     [[nodiscard]] bool WriteFile(const QString &path);
     [[nodiscard]] bool WriteOwnFile(const QString &path);
     void StorePauses();
-    void Notify(const QList<Taskmill_EndedRun> &ends);
+    /// The working copy is that of a project that is open now.
+    void CarryOverNotifications();
     void ForgetProject();
     void ReloadJobs(Taskmill_Database &database);
     void ReloadLimits(Taskmill_Database &database);
@@ -131,13 +131,15 @@ private:
     KilnUtil_IDManager &m_jobNumbers;
     Taskmill_FinishedJobs &m_finishedJobs;
     Taskmill_Destinations &m_destinations;
-    Taskmill_Notifier &m_notifier;
+    Taskmill_Outbox &m_outbox;
     Taskmill_RunSource &m_runs;
     Taskmill_ProjectRuns m_keptRuns;
     const Taskmill_ReadOnlyProjects m_readOnlyProjects;
 
-    std::unique_ptr<Taskmill_ProjectLock> m_lock;      ///< of the project's file
-    std::unique_ptr<Taskmill_WorkingCopy> m_copy;      ///< nullptr for a project in memory
+    std::unique_ptr<Taskmill_ProjectLock> m_lock; ///< of the project's file
+    std::unique_ptr<Taskmill_WorkingCopy> m_copy; ///< nullptr for a project in memory
+    /// Of the project before, until its notifications are in the next one's.
+    std::unique_ptr<Taskmill_WorkingCopy> m_closedCopy;
     std::array<std::optional<bool>, 2> m_storedPauses; ///< of the two queues, as the working copy has them
     QStringList m_notices;
     bool m_isRecovered = false;

@@ -42,13 +42,13 @@ Taskmill_OpenedFile Taskmill_OpenProjectFile(const QString &path, QStringList &n
     opened.Copy = Taskmill_WorkingCopy::Make();
     opened.Database = Taskmill_MakeProjectDatabase(opened.Copy.get());
     opened.Problem = Taskmill_LoadProject(*opened.Database, path);
-    if (opened.Problem.isEmpty() || !opened.Copy)
-        return opened;
     // The disk of the working copy may be full.
-    opened.Database = Taskmill_MakeProjectDatabase(nullptr);
-    opened.Copy.reset();
-    opened.Problem = Taskmill_LoadProject(*opened.Database, path);
-    if (opened.Problem.isEmpty())
+    if (!opened.Problem.isEmpty() && opened.Copy) {
+        opened.Database = Taskmill_MakeProjectDatabase(nullptr);
+        opened.Copy.reset();
+        opened.Problem = Taskmill_LoadProject(*opened.Database, path);
+    }
+    if (opened.Problem.isEmpty() && !opened.Copy)
         notices += Taskmill_NoWorkingCopyNotice();
     return opened;
 }

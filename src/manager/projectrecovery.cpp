@@ -8,7 +8,9 @@
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
 #include "kilnutil/logging.h"
+#include "manager/outbox.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 
@@ -50,8 +52,11 @@ struct Taskmill_ProjectRecovery::Candidate
     int changes = 0;
     bool hasRuns = false;
     bool isGivenUp = false;
+    QList<Taskmill_Notification> notifications; ///< that were not delivered
 
     [[nodiscard]] bool IsNeverSaved() const { return project.isEmpty(); }
+    /// Whether its project is to be taken up, and not only what its clients are to know.
+    [[nodiscard]] bool HasUnsaved() const { return !database || changes > 0 || hasRuns; }
     void Remove()
     {
         if (database)
@@ -65,17 +70,46 @@ struct Taskmill_ProjectRecovery::Candidate
 Taskmill_ProjectRecovery::Taskmill_ProjectRecovery(QStringList &notices)
     : m_notices{notices}
 {
-    for (auto &copy : Taskmill_WorkingCopy::TakeAbandoned()) {
-        Candidate candidate = Open(std::move(copy));
-        // What its manager ended in order with, or never began to change.
-        if (candidate.database && (candidate.isGivenUp || (candidate.changes == 0 && !candidate.hasRuns)))
-            candidate.Remove();
-        else
-            m_candidates.push_back(std::move(candidate));
+    for (auto &copy : Taskmill_WorkingCopy::TakeAbandoned())
+        RemoveOrKeep(Open(std::move(copy)));
+}
+
+Taskmill_ProjectRecovery::~Taskmill_ProjectRecovery()
+{
+    if (!m_areNotificationsTaken)
+        return;
+    for (Candidate &candidate : m_closed)
+        candidate.Remove();
+}
+
+void Taskmill_ProjectRecovery::RemoveOrKeep(Candidate candidate)
+{
+    // Its manager was ended while it read the project: nothing is to be kept.
+    if (!candidate.copy->IsNoted())
+        return;
+    // What its manager ended in order with, or never began to change.
+    const bool isClosed = candidate.database && (candidate.isGivenUp || !candidate.HasUnsaved());
+    const auto isTooOld = [now = QDateTime::currentMSecsSinceEpoch()](const Taskmill_Notification &one) {
+        return Taskmill_Outbox::IsTooOld(one, now);
+    };
+    if (isClosed && std::ranges::all_of(candidate.notifications, isTooOld)) {
+        std::ranges::for_each(candidate.notifications, Taskmill_Outbox::LogTooOld);
+        candidate.Remove();
+    } else if (isClosed && candidate.isGivenUp) {
+        m_closed.push_back(std::move(candidate));
+    } else {
+        m_candidates.push_back(std::move(candidate));
     }
 }
 
-Taskmill_ProjectRecovery::~Taskmill_ProjectRecovery() = default;
+QList<Taskmill_Notification> Taskmill_ProjectRecovery::TakeNotifications()
+{
+    m_areNotificationsTaken = true;
+    QList<Taskmill_Notification> notifications;
+    for (const Candidate &candidate : m_closed)
+        notifications += candidate.notifications;
+    return notifications;
+}
 
 Taskmill_ProjectRecovery::Candidate Taskmill_ProjectRecovery::Open(std::unique_ptr<Taskmill_WorkingCopy> copy)
 {
@@ -96,7 +130,10 @@ Taskmill_ProjectRecovery::Candidate Taskmill_ProjectRecovery::Open(std::unique_p
             candidate.changes = 0;
             Taskmill_RecordSaving(*database, *copy, candidate.project, pending);
         }
+        candidate.notifications = store.Notifications();
         candidate.database = std::move(database);
+        if (!copy->IsNoted())
+            copy->Note(candidate.project);
     }
     candidate.copy = std::move(copy);
     return candidate;
@@ -153,6 +190,8 @@ std::optional<Taskmill_LeftProject> Taskmill_ProjectRecovery::FindNeverSaved()
             found = Take(candidate);
             continue;
         }
+        if (!candidate.HasUnsaved())
+            continue;
         const QString path = QDir::toNativeSeparators(candidate.copy->Path());
         if (candidate.IsNeverSaved())
             m_notices +=
@@ -184,7 +223,8 @@ bool Taskmill_TakeUpWorkingCopy(Taskmill_Database &database)
 {
     Taskmill_WorkingCopyStore &store = database.WorkingCopy();
     const bool taken = database.Untracked([&] {
-        return store.Set(modeValue, Mode()) && store.Set(bootValue, KilnUtil_ComputerData::BootID());
+        return store.CompleteTables() && store.Set(modeValue, Mode()) &&
+               store.Set(bootValue, KilnUtil_ComputerData::BootID());
     });
     if (taken)
         database.StartCheckpoints();
@@ -219,8 +259,7 @@ void Taskmill_RecordSaving(Taskmill_Database &database, Taskmill_WorkingCopy &co
                   qUtf16Printable(database.LastErrorMessage()));
 }
 
-std::optional<QList<Taskmill_EndedRun>> Taskmill_EndLeftRuns(Taskmill_Database &database,
-                                                             Taskmill_RunSource &source)
+std::optional<int> Taskmill_EndLeftRuns(Taskmill_Database &database, Taskmill_RunSource &source)
 {
     struct Table
     {
@@ -233,9 +272,18 @@ std::optional<QList<Taskmill_EndedRun>> Taskmill_EndLeftRuns(Taskmill_Database &
         Table{&Taskmill_Database::GetQueuelessJobs, &Taskmill_Database::DeleteQueuelessJob}};
     const QList<qint32> runs = database.WorkingCopy().Runs();
     QList<qint32> kept; // may go on: the jobs themselves find that out
-    QList<Taskmill_EndedRun> ends;
+    int ended = 0;
     if (runs.isEmpty())
-        return ends;
+        return ended;
+    const QList<Taskmill_Notification> earlier = database.WorkingCopy().Notifications();
+    qint64 key = earlier.isEmpty() ? 0 : earlier.last().Key;
+    const auto notify = [&](const Taskmill_JobRecord &job) {
+        auto notification = Taskmill_NotificationOf(job);
+        if (!notification)
+            return true;
+        notification->Key = ++key;
+        return database.WorkingCopy().AddNotification(*notification);
+    };
     const bool recorded = database.AsOneChange([&] {
         for (const Table &table : tables) {
             const QList<Taskmill_JobRecord> jobs = (database.*table.read)();
@@ -246,17 +294,18 @@ std::optional<QList<Taskmill_EndedRun>> Taskmill_EndLeftRuns(Taskmill_Database &
                     kept.append(job.JobID);
                     continue;
                 }
-                ends.append(source.EndOf(job));
-                if (!database.InsertFinishedJob(ends.last().Job, true) ||
-                    !(database.*table.remove)(job.JobID))
+                const Taskmill_JobRecord end = source.EndOf(job);
+                if (!database.InsertFinishedJob(end, true) || !(database.*table.remove)(job.JobID) ||
+                    !notify(end))
                     return false;
+                ++ended;
             }
         }
         Taskmill_WorkingCopyStore &store = database.WorkingCopy();
         return store.RemoveAllRuns() &&
                std::ranges::all_of(kept, [&store](qint32 jobID) { return store.AddRun(jobID); });
     });
-    return recorded ? std::optional{ends} : std::nullopt;
+    return recorded ? std::optional{ended} : std::nullopt;
 }
 
 QString Taskmill_RecoveredNotice(int changes)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "jobs/jobnotification.h"
 #include "manager/runsource.h"
 
 #include <QList>
@@ -46,15 +47,21 @@ public:
     /// The last used one of a project that was never saved, of a manager that had a window if this one has,
     /// else of one without. The others, and those whose project files are gone, are listed in the notices.
     [[nodiscard]] std::optional<Taskmill_LeftProject> FindNeverSaved();
+    /// The notifications that managers could not deliver before they ended in order. Their working copies go
+    /// with this object: the caller must have stored them by then.
+    [[nodiscard]] QList<Taskmill_Notification> TakeNotifications();
 
 private:
     struct Candidate;
+    void RemoveOrKeep(Candidate candidate);
     [[nodiscard]] static Candidate Open(std::unique_ptr<Taskmill_WorkingCopy> copy);
     [[nodiscard]] std::optional<Taskmill_LeftProject> Take(Candidate &candidate);
     void SetAside(Candidate &candidate);
 
     QStringList &m_notices;
     std::vector<Candidate> m_candidates;
+    std::vector<Candidate> m_closed; ///< whose projects were closed, with notifications
+    bool m_areNotificationsTaken = false;
 };
 
 /// Writes what the working copy has to say of itself: which project it is of, which content of its file it
@@ -73,9 +80,10 @@ void Taskmill_RecordSaving(Taskmill_Database &database, Taskmill_WorkingCopy &co
 void Taskmill_GiveUpWorkingCopy(Taskmill_Database &database);
 
 /// Ends the jobs that ran when the manager was ended by force, as the source says: they leave the tables of
-/// waiting jobs for that of the finished ones. Nothing when that cannot be stored.
-[[nodiscard]] std::optional<QList<Taskmill_EndedRun>> Taskmill_EndLeftRuns(Taskmill_Database &database,
-                                                                           Taskmill_RunSource &source);
+/// waiting jobs for that of the finished ones, and their notifications are stored. How many they are; nothing
+/// when that cannot be stored.
+[[nodiscard]] std::optional<int> Taskmill_EndLeftRuns(Taskmill_Database &database,
+                                                      Taskmill_RunSource &source);
 
 /// "12 changes since the last save were recovered".
 [[nodiscard]] QString Taskmill_RecoveredNotice(int changes);

@@ -8,10 +8,11 @@ namespace {
 constexpr int unknownExitCode = -1;
 } // namespace
 
-Taskmill_EndedRun Taskmill_LostRuns::EndOf(const Taskmill_JobRecord &job)
+Taskmill_JobRecord Taskmill_LostRuns::EndOf(const Taskmill_JobRecord &job)
 {
-    Taskmill_EndedRun end{.Job = job, .ExitCode = unknownExitCode};
-    end.Job.StdOutAndStdErr = u"The manager ended while this job was running.\n"_s;
-    end.Job.SetStatus(Taskmill_JobStatus::Crashed, true);
-    return end;
+    Taskmill_JobRecord ended = job;
+    ended.ExitCode = unknownExitCode;
+    ended.StdOutAndStdErr = u"The manager ended while this job was running.\n"_s;
+    ended.SetStatus(Taskmill_JobStatus::Crashed, true);
+    return ended;
 }

@@ -54,6 +54,9 @@ public:
     /// Names of the clients that have asked for anything but a test.
     [[nodiscard]] const QSet<QString> &KnownClients() const { return m_knownClients; }
 
+    /// Whether a program counts for this user's although the system does not show whose it is.
+    [[nodiscard]] bool AdmitsUnknown() { return m_gate.Admits({}); }
+
 public Q_SLOTS:
     /// Handles one complete message; while one is being handled already, or the handler cannot take it, tries
     /// again after RetryMs.

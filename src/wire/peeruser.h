@@ -13,6 +13,10 @@ enum class Taskmill_PeerUser
 };
 [[nodiscard]] Taskmill_PeerUser Taskmill_UserOfPeer(Taskmill_Socket::Handle connection);
 
+/// Whose program receives what is sent to the server at the other end: who has accepted the connection, or
+/// else who listens there. Connections by IPv6 are Unknown.
+[[nodiscard]] Taskmill_PeerUser Taskmill_UserOfServer(Taskmill_Socket::Handle connection);
+
 /// Whether the server at the other end is known to be a program of this user: only then may it be shown the
 /// key of his manager. Another user may have taken the port.
 [[nodiscard]] bool Taskmill_IsServerOfThisUser(Taskmill_Socket::Handle connection);

@@ -40,9 +40,15 @@ std::optional<Ends> EndsOf(int socket)
     socklen_t localSize = sizeof ends.local;
     socklen_t peerSize = sizeof ends.peer;
     if (getsockname(socket, reinterpret_cast<sockaddr *>(&ends.local), &localSize) != 0 ||
-        getpeername(socket, reinterpret_cast<sockaddr *>(&ends.peer), &peerSize) != 0)
+        getpeername(socket, reinterpret_cast<sockaddr *>(&ends.peer), &peerSize) != 0 ||
+        ends.local.sin_family != AF_INET)
         return std::nullopt;
     return ends;
+}
+
+Ends ListenerOf(const Ends &connection)
+{
+    return {.local = {}, .peer = connection.peer};
 }
 
 struct DiagRequest
@@ -151,16 +157,24 @@ Taskmill_PeerUser Taskmill_UserOfPeer(Taskmill_Socket::Handle connection)
     return ends ? UserOf(*ends) : Taskmill_PeerUser::Unknown;
 }
 
+Taskmill_PeerUser Taskmill_UserOfServer(Taskmill_Socket::Handle connection)
+{
+    const std::optional<Ends> ends = EndsOf(static_cast<int>(connection));
+    if (!ends)
+        return Taskmill_PeerUser::Unknown;
+    // It has no owner until it is accepted.
+    const Taskmill_PeerUser accepted = UserOf(*ends);
+    return accepted == Taskmill_PeerUser::Unknown ? UserOf(ListenerOf(*ends)) : accepted;
+}
+
 bool Taskmill_IsServerOfThisUser(Taskmill_Socket::Handle connection)
 {
     const std::optional<Ends> ends = EndsOf(static_cast<int>(connection));
     if (!ends)
         return false;
-    Ends listening = *ends;
-    listening.local = {};
     // The connection itself has no owner until it is accepted. Somebody else who has accepted it and left the
     // port to the manager is seen, and what he has not accepted ends when he does not listen any more.
-    const std::optional<SocketOwner> listener = OwnerOf(listening);
+    const std::optional<SocketOwner> listener = OwnerOf(ListenerOf(*ends));
     return listener && listener->fileNumber != 0 && listener->user == getuid() &&
            UserOf(*ends) != Taskmill_PeerUser::Other;
 }

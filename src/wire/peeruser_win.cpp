@@ -26,7 +26,8 @@ std::optional<Ends> EndsOf(Taskmill_Socket::Handle handle)
     int peerSize = sizeof ends.peer;
     const auto socket = static_cast<SOCKET>(handle);
     if (getsockname(socket, reinterpret_cast<sockaddr *>(&ends.local), &localSize) != 0 ||
-        getpeername(socket, reinterpret_cast<sockaddr *>(&ends.peer), &peerSize) != 0)
+        getpeername(socket, reinterpret_cast<sockaddr *>(&ends.peer), &peerSize) != 0 ||
+        ends.local.sin_family != AF_INET)
         return std::nullopt;
     return ends;
 }
@@ -95,6 +96,22 @@ Taskmill_PeerUser Taskmill_UserOfPeer(Taskmill_Socket::Handle connection)
 {
     const std::optional<Ends> ends = EndsOf(connection);
     return ends ? UserOf(AllSockets(), *ends) : Taskmill_PeerUser::Unknown;
+}
+
+Taskmill_PeerUser Taskmill_UserOfServer(Taskmill_Socket::Handle connection)
+{
+    const std::optional<Ends> ends = EndsOf(connection);
+    if (!ends)
+        return Taskmill_PeerUser::Unknown;
+    const std::vector<MIB_TCPROW_OWNER_PID> sockets = AllSockets();
+    const Taskmill_PeerUser accepted = UserOf(sockets, *ends);
+    if (accepted != Taskmill_PeerUser::Unknown)
+        return accepted;
+    const auto listens = [&ends](const MIB_TCPROW_OWNER_PID &row) {
+        return row.dwState == MIB_TCP_STATE_LISTEN && row.dwLocalPort == ends->peer.sin_port;
+    };
+    const auto first = std::ranges::find_if(sockets, listens);
+    return first == sockets.end() ? Taskmill_PeerUser::Unknown : UserOf(first->dwOwningPid);
 }
 
 bool Taskmill_IsServerOfThisUser(Taskmill_Socket::Handle connection)

@@ -13,6 +13,7 @@
 #include <QJsonObject>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 
 using Status = Taskmill_JobStatus;
 
@@ -55,15 +56,27 @@ private:
         job.InputFilePath = request.JobInputFile;
         job.Status = statuses.takeFirst();
         QVERIFY(Taskmill_WantsNotification(job, u"TaskmillGUI"_s));
-        const int exitCode = job.Status == Status::Failed ? 3 : 0;
-        const QByteArray foreign = Taskmill_JobFinishedMessage(job, exitCode, u"TaskmillGUI"_s);
+        job.ExitCode = job.Status == Status::Failed ? 3 : 0;
+        const QByteArray foreign = Taskmill_JobFinishedMessage(job, u"TaskmillGUI"_s);
         job.ClientAppName = request.ClientAppName;
-        sent.append(Taskmill_JobFinishedMessage(job, exitCode, u"TaskmillGUI"_s));
-        for (const QByteArray &message : {foreign, sent.last()})
-            QVERIFY(Taskmill_NotificationSender{}.Send(job.ClientAddress, job.ClientPort, message));
+        sent.append(Taskmill_JobFinishedMessage(job, u"TaskmillGUI"_s));
+        Send({.Address = job.ClientAddress, .Port = job.ClientPort, .Message = foreign},
+             {.Address = job.ClientAddress, .Port = job.ClientPort, .Message = sent.last()});
+    }
+    void Send(const Taskmill_Notification &first, const Taskmill_Notification &second)
+    {
+        using Outcome = Taskmill_Notifier::Outcome;
+        const auto mustBeDelivered = [](Outcome outcome, const QString &) {
+            QCOMPARE(outcome, Outcome::Delivered);
+        };
+        m_sender.Send(first, 1h, [this, second, mustBeDelivered](Outcome outcome, const QString &reason) {
+            mustBeDelivered(outcome, reason);
+            m_sender.Send(second, 1h, mustBeDelivered);
+        });
     }
 
     Taskmill_RequestServer m_server{*this};
+    Taskmill_NotificationSender m_sender;
 };
 } // namespace
 

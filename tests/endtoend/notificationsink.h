@@ -10,9 +10,10 @@
 class NotificationSink
 {
 public:
-    NotificationSink()
+    /// Port 0 takes any free one.
+    explicit NotificationSink(quint16 port = 0)
     {
-        if (!m_server.listen(QHostAddress::LocalHost))
+        if (!m_server.listen(QHostAddress::LocalHost, port))
             qFatal("no port is free");
         QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this] {
             while (QTcpSocket *socket = m_server.nextPendingConnection())
@@ -22,6 +23,7 @@ public:
 
     [[nodiscard]] quint16 Port() const { return m_server.serverPort(); }
     [[nodiscard]] qsizetype Count() const { return m_messages.size(); }
+    [[nodiscard]] const QByteArrayList &Messages() const { return m_messages; }
     /// The values of one key of all messages.
     [[nodiscard]] QByteArrayList Values(const QByteArray &key) const
     {

@@ -4,17 +4,14 @@
 #include "endtoend/projectfixture.h"
 
 #include "db/databasetestutil.h"
+#include "support/blackhole.h"
 
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QMap>
-#include <QRandomGenerator>
-#include <QThread>
 #include <QtTest>
 
 #include <csignal>
-#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -25,33 +22,6 @@ constexpr bool hasKeepers = true;
 constexpr bool hasKeepers = false;
 #endif
 constexpr ManagerEnd killed{.signal = SIGKILL};
-
-/// Ends a process by force some time later, whatever it does then. That the time is another in each run is
-/// what it is for; nothing waits for it.
-class RandomKill
-{
-public:
-    RandomKill(int processID, int mostMilliseconds)
-        : m_thread{QThread::create(
-              [processID, delay = QRandomGenerator::global()->bounded(mostMilliseconds * 1000)] {
-                  QThread::usleep(static_cast<unsigned long>(delay));
-                  kill(processID, SIGKILL);
-              })}
-    {
-        m_thread->start();
-    }
-    ~RandomKill() { m_thread->wait(); }
-    Q_DISABLE_COPY_MOVE(RandomKill)
-
-private:
-    std::unique_ptr<QThread> m_thread;
-};
-
-/// One more line for each run of the job of that input file.
-qsizetype RunsOf(const QString &inputFile)
-{
-    return ReadTestFile(inputFile + u".runs"_s).count('\n');
-}
 } // namespace
 
 /// Managers that are ended by force, and those that come after them.
@@ -62,16 +32,11 @@ class TestRecovery : public ManagerTest
 private Q_SLOTS:
     void GoesOnWhereTheManagerWasEnded();
     void SecondManagerOpensNothing();
-    void LosesNothingAndRunsNothingTwice_data();
-    void LosesNothingAndRunsNothingTwice();
+    void NextManagerNotifies_data();
+    void NextManagerNotifies();
+    void QuitsAlthoughNobodyTakesANotification();
 
 private:
-    struct Ledger
-    {
-        QMap<int, QString> accepted; ///< input file of each job
-        QStringList others;          ///< input files that may have become jobs
-    };
-
     [[nodiscard]] QStringList Arguments(bool isSaved) const
     {
         QStringList arguments{u"-console"_s};
@@ -79,13 +44,6 @@ private:
             arguments += Project().ProjectPath();
         return arguments;
     }
-    /// Ends a manager by force while it starts.
-    void StartInVain(const QStringList &arguments) const;
-    /// Submits to a manager until it is ended by force.
-    void Work(const QStringList &arguments, Ledger &ledger);
-    /// Lets everything run that is left and saves the project; the number of managers' files that are left.
-    void FinishAll(const QStringList &arguments);
-    [[nodiscard]] static QString ProblemOf(const Ledger &ledger, const ProjectRows &rows);
     [[nodiscard]] QStringList WorkingCopies() const;
 };
 
@@ -155,121 +113,68 @@ void TestRecovery::SecondManagerOpensNothing()
     QVERIFY(Project().Start());
 }
 
-void TestRecovery::LosesNothingAndRunsNothingTwice_data()
+void TestRecovery::NextManagerNotifies_data()
 {
-    QTest::addColumn<bool>("isSaved");
-    QTest::newRow("project with a file") << true;
-    QTest::newRow("new project") << false;
+    QTest::addColumn<bool>("isKilled");
+    QTest::addColumn<int>("age"); // in seconds
+    QTest::newRow("quit") << false << 0;
+    QTest::newRow("ended by force") << true << 0;
+    QTest::newRow("too late") << true << 157;
+    QTest::newRow("too late after quitting") << false << 157;
 }
 
-void TestRecovery::LosesNothingAndRunsNothingTwice()
+void TestRecovery::NextManagerNotifies()
 {
-    QFETCH(bool, isSaved);
-    const QString program = Project().InputFile(u"program"_s, "#!/bin/sh\n"
-                                                              "echo run >>\"$3.runs\"\n"
-                                                              "sleep 0.0$(($$ % 9))\n"
-                                                              "exit \"$(cat \"$3\")\"\n");
-    QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-    // A new project has it as one of the default types.
-    qputenv("VELTRA_EXE", program.toLocal8Bit());
-    QCOMPARE(RunCtl({u"project"_s, u"create"_s, Project().ProjectPath()}).status, 0);
+    QFETCH(bool, isKilled);
+    QFETCH(int, age);
+    QVERIFY(Project().AddTestType(u"Fails"_s, u"exit 3"_s));
+    QVERIFY(Project().Start());
+    // Nobody listens there at first.
+    const quint16 port = ManagerProcess::FreePorts().first;
+    QVERIFY(
+        Manager().Submit(u"Fails"_s, Project().InputFile(u"a"_s), u"none"_s, port).startsWith("accepted="));
+    QTRY_VERIFY(Manager().Command("list finished jobs").contains("Failed"));
+    if (isKilled)
+        Manager().Signal(SIGKILL);
+    QCOMPARE(isKilled ? Manager().End() : Manager().Quit({"yes", "yes"}),
+             isKilled ? killed : ManagerEnd{.status = 0});
+    const QString copy = WorkingCopies().filter(QRegularExpression{u"\\.db$"_s}).value(0);
+    QCOMPARE(RowsOfFile(copy, u"SELECT JobID FROM WorkingCopyOutbox"_s), QStringList{u"1"_s});
+    RawDatabase{copy}.Execute({u"UPDATE WorkingCopyOutbox SET EndMs = EndMs - %1"_s.arg(age * 1000)});
 
-    const int rounds = qEnvironmentVariableIntValue("TASKMILL_RECOVERY_ROUNDS");
-    Ledger ledger;
-    for (int round = 0; round < (rounds > 0 ? rounds : 4); ++round) {
-        if (round % 3 == 2)
-            StartInVain(Arguments(isSaved));
-        Work(Arguments(isSaved), ledger);
-    }
-    FinishAll(Arguments(isSaved));
-    QCOMPARE(ProblemOf(ledger, Project().Rows()), QString{});
-    QCOMPARE(RowsOfFile(Project().ProjectPath(), u"PRAGMA integrity_check"_s), QStringList{u"ok"_s});
+    const NotificationSink sink{port};
+    QVERIFY(Project().Start());
+    QTRY_COMPARE(sink.Values("jobexitcode"), age == 0 ? QByteArrayList{"3"} : QByteArrayList{});
+    QVERIFY(Manager().Command("list finished jobs").contains("Failed"));
+    // What it was not told of.
+    QVERIFY(Manager().Ctl({u"list"_s, u"finished"_s, u"--json"_s}).out.contains("\"exitcode\":3"));
+    QCOMPARE(Manager().Quit(isKilled ? QByteArrayList{"yes", "yes"} : QByteArrayList{"yes"}),
+             ManagerEnd{.status = 0});
+    QVERIFY(sink.Count() == (age == 0 ? 1 : 0));
     QCOMPARE(WorkingCopies(), QStringList{});
-    qunsetenv("VELTRA_EXE");
+    QVERIFY(RowsOfFile(Project().ProjectPath(), u"SELECT name FROM sqlite_master WHERE name LIKE 'Work%'"_s)
+                .isEmpty());
 }
 
-void TestRecovery::StartInVain(const QStringList &arguments) const
+void TestRecovery::QuitsAlthoughNobodyTakesANotification()
 {
-    constexpr int longestStart = 80;
-    const auto [consolePort, guiPort] = ManagerProcess::FreePorts();
-    ManagerProcess manager{Project().Path({})};
-    manager.Launch(arguments, consolePort, guiPort);
-    const RandomKill kill{manager.ProcessID(), longestStart};
-    QCOMPARE(manager.End(), killed);
-}
-
-void TestRecovery::Work(const QStringList &arguments, Ledger &ledger)
-{
-    constexpr int longestWork = 300;
-    constexpr int mostJobs = 25;
-    ManagerProcess manager{Project().Path({})};
-    QVERIFY(manager.Start(arguments));
-    manager.Type("set short limit 3\nunpause short jobs\n");
-    {
-        const RandomKill kill{manager.ProcessID(), longestWork};
-        for (int number = 0; number < mostJobs; ++number) {
-            const int code = number % 3;
-            const QString input = Project().InputFile(
-                u"job%1.dat"_s.arg(ledger.accepted.size() + ledger.others.size()), QByteArray::number(code));
-            const QByteArray answer = manager.Submit(u"Veltra"_s, input, u"short"_s);
-            if (!answer.startsWith("accepted=")) {
-                ledger.others += input;
-                break;
-            }
-            ledger.accepted.insert(answer.sliced(9).trimmed().toInt(), input);
-            if (number % 8 == 7 && arguments.size() > 1)
-                manager.Type("save\n");
-        }
-    }
-    QCOMPARE(manager.End(), killed);
-}
-
-void TestRecovery::FinishAll(const QStringList &arguments)
-{
-    ManagerProcess manager{Project().Path({})};
-    QVERIFY(manager.Start(arguments));
-    for (int limit = 2; limit < 8; ++limit)
-        manager.Command("set short limit " + QByteArray::number(limit));
-    manager.Command("unpause short jobs");
-    QTRY_VERIFY_WITH_TIMEOUT(manager.Command("list short jobs").contains("is Empty"), 60'000);
-    if (arguments.size() > 1) {
-        QVERIFY(manager.Command("save").contains("was saved to"));
-    } else {
-        QVERIFY(QFile::remove(Project().ProjectPath()));
-        QVERIFY(manager.Command("save " + Project().ProjectPath().toUtf8()).contains("was saved to"));
-    }
-    QCOMPARE(manager.Quit({"yes"}), ManagerEnd{.status = 0});
-}
-
-QString TestRecovery::ProblemOf(const Ledger &ledger, const ProjectRows &rows)
-{
-    QMap<int, Taskmill_JobRecord> finished;
-    for (const Taskmill_JobRecord &job : rows.finishedJobs) {
-        if (finished.contains(job.JobID))
-            return u"Job %1 is there twice"_s.arg(job.JobID);
-        finished.insert(job.JobID, job);
-    }
-    for (const auto &[jobID, input] : ledger.accepted.asKeyValueRange()) {
-        const Taskmill_JobRecord job = finished.value(jobID);
-        if (job.InputFilePath != input)
-            return u"Job %1 is lost"_s.arg(jobID);
-        if (job.Status == Taskmill_JobStatus::Crashed && !hasKeepers) {
-            if (!job.StdOutAndStdErr.startsWith("The manager ended"_L1) || RunsOf(input) > 1)
-                return u"Job %1 ran %2 times: %3"_s.arg(jobID).arg(RunsOf(input)).arg(job.StdOutAndStdErr);
-            continue;
-        }
-        const auto status =
-            ReadTestFile(input) == "0" ? Taskmill_JobStatus::Completed : Taskmill_JobStatus::Failed;
-        if (job.Status != status || RunsOf(input) != 1)
-            return u"Job %1 ran %2 times: %3"_s.arg(jobID)
-                .arg(RunsOf(input))
-                .arg(Taskmill_JobStatusText(job.Status));
-    }
-    for (const QString &input : ledger.others) {
-        if (RunsOf(input) > 1)
-            return u"%1 ran twice"_s.arg(input);
-    }
-    return {};
+    QVERIFY(Project().AddTestType(u"Quick"_s, u"exit 0"_s));
+    QVERIFY(Project().Start());
+    const BlackHole hole;
+    const NotificationSink sink;
+    for (const quint16 port : {hole.Port(), sink.Port()})
+        QVERIFY(Manager()
+                    .Submit(u"Quick"_s, Project().InputFile(QString::number(port)), u"none"_s, port)
+                    .startsWith("accepted="));
+    QTRY_COMPARE(sink.Values("jobstatus"), QByteArrayList{"completed"});
+    const QElapsedTimer quitting = [] {
+        QElapsedTimer timer;
+        timer.start();
+        return timer;
+    }();
+    QCOMPARE(Manager().Quit({"yes", "no"}), ManagerEnd{.status = 0});
+    // It waits for the connection for ten times as long.
+    QVERIFY2(quitting.elapsed() < 5000, qPrintable(QString::number(quitting.elapsed())));
 }
 
 QTEST_GUILESS_MAIN(TestRecovery)

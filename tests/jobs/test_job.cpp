@@ -56,7 +56,7 @@ private Q_SLOTS:
         for (const QString &program : {Path(u"none"_s), TestProgramPath()}) {
             record.JobType.ExecutablePath = program;
             Make(record);
-            QVERIFY(m_job->Start(m_notifier, m_keepers.get()));
+            QVERIFY(m_job->Start(m_keepers.get()));
             QVERIFY(m_job->Kill(*m_inspector));
             QCoreApplication::processEvents();
             QCOMPARE(m_finished->size(), 1);
@@ -84,31 +84,23 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(Path(u"ran"_s)));
     }
 
-    void ToldOfAFailureWithoutAProcess()
+    void HasAnExitCodeWithoutAProcess()
     {
         Taskmill_JobRecord record = Record({u"stdin"_s}, u"answer\n"_s);
-        record.ClientNotification = true;
-        record.ClientName = u"me"_s;
-        record.ClientAppName = u"Client"_s;
-        record.ClientAddress = u"127.0.0.1"_s;
-        record.ClientPort = 1;
-        const auto messagesOf = [this](const Taskmill_JobRecord &failing) {
-            m_notifier.Messages.clear();
-            return Run(failing) == Taskmill_JobStatus::Failed
-                       ? m_notifier.Messages.join('|').count("\njobexitcode=255\n")
-                       : -1;
+        const auto codeOf = [this](const Taskmill_JobRecord &failing) {
+            return Run(failing) == Taskmill_JobStatus::Failed ? m_job->Record().ExitCode.value_or(-1) : -1;
         };
         // No room for the standard input, no program, and no job type.
         if (!isWindows) {
             const FileSizeLimit noRoom;
-            QCOMPARE(messagesOf(record), 1);
+            QCOMPARE(codeOf(record), 255);
             QVERIFY2(Output().contains(u"freqchk"_s), qPrintable(Output()));
             QVERIFY(QDir{Path()}.isEmpty());
         }
         record.JobType.ExecutablePath = Path(u"none"_s);
-        QCOMPARE(messagesOf(record), 1);
+        QCOMPARE(codeOf(record), 255);
         record.JobType.Name.clear();
-        QCOMPARE(messagesOf(record), 1);
+        QCOMPARE(codeOf(record), 255);
     }
 
     void RunsARelativeProgramOfTheCurrentDirectory()
@@ -120,7 +112,7 @@ private Q_SLOTS:
         QVERIFY(record.JobType.IsValid());
         Make(record);
         QVERIFY(QDir::setCurrent(Path()));
-        QVERIFY(m_job->Start(m_notifier, m_keepers.get()));
+        QVERIFY(m_job->Start(m_keepers.get()));
         QTRY_COMPARE(m_job->Status(), Taskmill_JobStatus::Completed);
         QCOMPARE(QFileInfo{m_job->Record().JobType.ExecutablePath}.canonicalFilePath(),
                  QFileInfo{TestProgramPath()}.canonicalFilePath());
@@ -190,8 +182,8 @@ private:
     Taskmill_JobStatus Run(const Taskmill_JobRecord &record)
     {
         Make(record);
-        const bool started = m_job->Start(m_notifier, m_keepers.get()) && m_finished->isEmpty() &&
-                             m_job->Record().Started.isValid();
+        const bool started =
+            m_job->Start(m_keepers.get()) && m_finished->isEmpty() && m_job->Record().Started.isValid();
         const bool ended = m_finished->wait(60'000);
         QCoreApplication::processEvents();
         const bool wellEnded = m_finished->size() == 1 && m_job->Record().Finished.isValid();
@@ -207,7 +199,6 @@ private:
     const std::unique_ptr<Taskmill_ProcessInspector> m_inspector = Taskmill_MakeSystemProcessInspector();
     QTemporaryDir m_keeperDirectory;
     std::unique_ptr<KilnUtil_RunKeepers> m_keepers; ///< when it is to be tested with them
-    RecordingNotifier m_notifier;
     std::unique_ptr<Taskmill_Job> m_job;
     std::unique_ptr<QSignalSpy> m_finished;
 };

@@ -19,7 +19,6 @@ private Q_SLOTS:
         TestCase::init();
         m_store = {};
         m_finished = {};
-        m_notifier = {};
         m_long = std::make_unique<Taskmill_LongJobsQueue>(m_services);
         m_queueless = std::make_unique<Taskmill_QueuelessJobsList>(m_services);
     }
@@ -82,28 +81,6 @@ private Q_SLOTS:
         m_long->RemoveAll();
         // A waiting job that had been started would have been killed and handed over.
         QCOMPARE(m_finished.Taken.size(), 4);
-    }
-
-    void NextJobStartsBeforeTheClientIsTold()
-    {
-        Taskmill_JobRecord first = MakeTestJob(1, Path(), {u"exit"_s, u"3"_s});
-        first.ClientName = u"me"_s;
-        first.ClientAppName = u"Client"_s;
-        first.ClientAddress = u"LocalHost"_s;
-        first.ClientPort = 1;
-        first.ClientNotification = true;
-
-        m_long->AddAll({first, Waiting(2)});
-        bool calledTooEarly = false;
-        connect(m_long.get(), &Taskmill_JobQueue::QueueUpdatedSignal, this, [&] {
-            if (m_long->JobAt(1)->Status() == Taskmill_JobStatus::Running)
-                calledTooEarly = !m_notifier.Messages.isEmpty();
-        });
-        QTRY_COMPARE(m_long->JobAt(1)->Status(), Taskmill_JobStatus::Running);
-        QVERIFY(!calledTooEarly);
-        QTRY_COMPARE(m_notifier.Messages.size(), 1);
-        const QByteArray message = m_notifier.Messages.first();
-        QVERIFY2(message.contains("action=jobfinished\njobstatus=failed\njobexitcode=3\n"), message);
     }
 
     void CountsFailedStartUntilRemoved()
@@ -181,9 +158,8 @@ private:
     const std::unique_ptr<Taskmill_ProcessInspector> m_inspector = Taskmill_MakeSystemProcessInspector();
     FakeJobStore m_store;
     RecordingFinishedJobsTaker m_finished;
-    RecordingNotifier m_notifier;
     const Taskmill_JobServices m_services{
-        .Store = m_store, .FinishedJobs = m_finished, .Inspector = *m_inspector, .Notifier = m_notifier};
+        .Store = m_store, .FinishedJobs = m_finished, .Inspector = *m_inspector};
     std::unique_ptr<Taskmill_LongJobsQueue> m_long;
     std::unique_ptr<Taskmill_QueuelessJobsList> m_queueless;
 };

@@ -49,6 +49,7 @@ private Q_SLOTS:
         job.ClientGID = -5;
         job.StandardInputFile = u"/W/I"_s;
         job.StandardOutputFile = u"/W/O"_s;
+        job.ExitCode = 12;
         const QByteArray lines = "servername=TaskmillGUI\nclientname=host\nclientappname=app\nclientaddress="
                                  "127.0.0.1\nclientport=4711\n"
                                  "clientuid=1000\nclientgid=-5\naction=jobfinished\njobstatus="
@@ -58,7 +59,7 @@ private Q_SLOTS:
                                  "jobstandardinputfile=/W/I\njoboutputfile=/tmp/Gr\xC3\xB6\xC3\x9F"
                                  "e's.out\njobstandardoutputfile=/W/O";
         const auto message = [&job] {
-            return Taskmill_JobFinishedMessage(job, 12, u"TaskmillGUI"_s);
+            return Taskmill_JobFinishedMessage(job, u"TaskmillGUI"_s);
         };
         QCOMPARE(message(), lines);
         job.CheckpointFile2 = u"/W/B.chk"_s;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "requests/requestserver.h"
 
-#include "requests/notificationsender.h"
 #include "requests/recordinghandler.h"
 #include "support/testcase.h"
 
@@ -206,20 +205,6 @@ private Q_SLOTS:
         m_handler.WhileHandling = nullptr;
         Submit(Message("b"));
         QTRY_COMPARE(m_handler.Handled.size(), 2);
-    }
-
-    void NotificationsToUselessAddressesAreRefused()
-    {
-        Taskmill_NotificationSender sender;
-        const int port = m_server->Port();
-        QVERIFY(!sender.Send(u"host.invalid"_s, port, "x"));
-        // Both become the client's port when all but 16 bits are lost.
-        QVERIFY(!sender.Send(u"localhost"_s, port + 65'536, "x"));
-        QVERIFY(!sender.Send(u"localhost"_s, port - 65'536, "x"));
-        QCoreApplication::processEvents();
-        QVERIFY(Connections().isEmpty());
-        m_server->Close();
-        QVERIFY(!sender.Send(u"localhost"_s, port, "x"));
     }
 
 private:

@@ -3,11 +3,9 @@
 
 #include "jobs/finishedjobstaker.h"
 #include "jobs/jobrecord.h"
-#include "jobs/jobservices.h"
 #include "kilnutil/filesys.h"
 #include "support/testutil.h"
 
-#include <QByteArrayList>
 #include <QStringList>
 
 /// Remembers the finished jobs that it is handed.
@@ -29,19 +27,6 @@ public:
         for (const Taskmill_JobRecord &job : Taken)
             texts += QString::number(job.JobID) + u' ' + Taskmill_JobStatusText(job.Status);
         return texts;
-    }
-};
-
-/// Remembers the messages that it is to send.
-class RecordingNotifier : public Taskmill_Notifier
-{
-public:
-    QByteArrayList Messages;
-
-    bool Send(const QString &, int, const QByteArray &message) override
-    {
-        Messages.append(message);
-        return true;
     }
 };
 

@@ -3,6 +3,7 @@
 
 #include "db/database.h"
 #include "db/databasemanager.h"
+#include "jobs/jobnotification.h"
 #include "jobs/runmode.h"
 #include "manager/manager.h"
 #include "manager/savedialogue.h"
@@ -11,8 +12,29 @@
 #include "support/scriptedprompt.h"
 #include "support/testcase.h"
 
+#include <QByteArrayList>
 #include <QDir>
 #include <QTemporaryDir>
+#include <QTimer>
+
+#include <memory>
+
+/// Remembers the messages that it is to send, which are delivered at once.
+class RecordingNotifier : public Taskmill_Notifier
+{
+public:
+    QByteArrayList Messages;
+
+    void Send(const Taskmill_Notification &notification, std::chrono::milliseconds, Done done) override
+    {
+        Messages.append(notification.Message);
+        QTimer::singleShot(0, m_sending.get(), [done] { done(Outcome::Delivered, {}); });
+    }
+    void Abort() override { m_sending = std::make_unique<QObject>(); }
+
+private:
+    std::unique_ptr<QObject> m_sending = std::make_unique<QObject>();
+};
 
 /// What a manager in a test finds around it: a console mode and an empty directory of its own, which also
 /// takes the settings. No program is installed.
