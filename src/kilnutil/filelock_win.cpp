@@ -39,7 +39,7 @@ KilnUtil_FileLock::~KilnUtil_FileLock()
 
 void KilnUtil_FileLock::Take()
 {
-    const HANDLE file = OpenFile(m_path, GENERIC_READ | GENERIC_WRITE | DELETE, OPEN_ALWAYS);
+    const HANDLE file = OpenFile(m_path, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS);
     if (file == INVALID_HANDLE_VALUE)
         return;
     m_file = reinterpret_cast<qintptr>(file);

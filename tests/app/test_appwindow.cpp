@@ -143,7 +143,7 @@ private Q_SLOTS:
     {
         TestCase::init();
         // No case takes up what another one has left unsaved.
-        qputenv("XDG_STATE_HOME", Path().toLocal8Bit());
+        KeepStateIn(Path());
     }
 
     void ClosingWithoutATrayMinimises()
@@ -308,8 +308,6 @@ private Q_SLOTS:
 
     void AsksAboutTheJobsOfTheLastSession()
     {
-        if (isWindows)
-            QSKIP("The state folder comes from the environment on other systems only.");
         const QString project = Path(u"jobs.mill"_s);
         const auto quit = [](WindowPlace &place) {
             place.prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
