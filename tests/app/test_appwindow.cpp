@@ -328,7 +328,7 @@ private Q_SLOTS:
             WindowPlace place{project};
             place.prompt.answers = {answer};
             QTRY_COMPARE(place.prompt.asked.size(), 2);
-            QVERIFY(place.prompt.asked[0].text.contains(spare));
+            QVERIFY(place.prompt.asked[0].text.contains(QDir::toNativeSeparators(spare)));
             QVERIFY(place.prompt.asked[1].text.startsWith(
                 u"1 queueless job was running when this project was closed. Run it again?\n\nIf you choose No, it waits in the tab"_s));
             place.appWindow.MainWindow().Tabs().setCurrentIndex(
