@@ -12,7 +12,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-constexpr int longestWaitMs = 60'000;
+/// The server of Wine waits for the disk in place of everybody, and a project may be large.
+constexpr int longestWaitMs = isWindows ? 180'000 : 60'000;
 constexpr QByteArrayView prompt = "<Taskmill> ";
 
 QProcessEnvironment Environment(const QString &directory, quint16 consolePort, quint16 guiPort)
