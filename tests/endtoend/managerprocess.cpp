@@ -74,7 +74,7 @@ bool ManagerProcess::Start(const QStringList &arguments, const QStringList &desk
     for (int attempt = 0; attempt < 5; ++attempt) {
         const auto [consolePort, guiPort] = FreePorts();
         Launch(arguments, consolePort, guiPort);
-        if (QTest::qWaitFor([&] { return isReady() || HasEnded(); }, longestWaitMs) && !HasEnded() &&
+        if (WaitFor([&] { return isReady() || HasEnded(); }) && !HasEnded() &&
             !Errors().contains("Cannot listen")) {
             m_greeting = std::exchange(m_output, {});
             return Answers();
@@ -111,9 +111,21 @@ void ManagerProcess::Launch(const QStringList &arguments, quint16 consolePort, q
     m_process->start(QStringLiteral(TASKMILL_MANAGER), arguments);
 }
 
+bool ManagerProcess::WaitFor(const std::function<bool()> &isThere)
+{
+    return QTest::qWaitFor(
+        [&] {
+            // Under Wine the event loop may not learn of what has come last.
+            if (isWindows && m_process->state() == QProcess::Running)
+                m_process->waitForReadyRead(0);
+            return isThere();
+        },
+        longestWaitMs);
+}
+
 bool ManagerProcess::Expect(const QByteArray &text)
 {
-    if (!QTest::qWaitFor([&] { return m_output.contains(text); }, longestWaitMs)) {
+    if (!WaitFor([&] { return m_output.contains(text); })) {
         qWarning("Not \"%s\" but \"%s\"", text.constData(), m_output.constData());
         return false;
     }
@@ -126,7 +138,7 @@ QByteArray ManagerProcess::Command(const QByteArray &line)
     // The last prompt and what was printed behind it.
     m_output.clear();
     Type(line + '\n');
-    if (!QTest::qWaitFor([&] { return m_output.endsWith(prompt); }, longestWaitMs))
+    if (!WaitFor([&] { return m_output.endsWith(prompt); }))
         qWarning("No prompt but \"%s\"", m_output.constData());
     QByteArray written = std::exchange(m_output, {});
     written.chop(prompt.size());

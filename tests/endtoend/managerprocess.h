@@ -5,6 +5,7 @@
 
 #include <QProcess>
 
+#include <functional>
 #include <memory>
 
 struct PseudoTerminal;
@@ -83,6 +84,8 @@ public:
 
 private:
     [[nodiscard]] bool Answers() const;
+    /// False when it takes too long.
+    [[nodiscard]] bool WaitFor(const std::function<bool()> &isThere);
     [[nodiscard]] bool HasEnded() const { return m_process->state() == QProcess::NotRunning; }
     /// Gives the process what it is to read from, before it is started.
     void PrepareInput();
