@@ -36,8 +36,8 @@ HANDLE OpenFile(const std::string &path, DWORD access, DWORD disposition)
     SECURITY_ATTRIBUTES inheritable{};
     inheritable.nLength = sizeof inheritable;
     inheritable.bInheritHandle = TRUE;
-    return CreateFileW(Taskmill_WideText(path).c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable,
-                       disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return CreateFileW(Taskmill_WideText(path).c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                       &inheritable, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
 Taskmill_StartedJob Failed(DWORD error, std::string_view file)

@@ -16,7 +16,7 @@ struct Taskmill_StartedJob
     std::string failedFile; ///< the file, folder or program that it is about
 };
 
-/// Starts the program of an order inside the job object, and so everything that it starts. What it writes goes
-/// into `output`, an end of a pipe, unless the order names a file.
+/// Starts the program of an order inside the job object, and so everything that it starts. What it writes
+/// goes into `output`, an end of a pipe, unless the order names a file.
 [[nodiscard]] Taskmill_StartedJob Taskmill_StartJob(const Taskmill_KeeperMessage &order, HANDLE jobObject,
                                                     HANDLE output);

@@ -146,7 +146,8 @@ void Taskmill_Keeper::Reap()
         // An error of the system, as after an exception that nobody took.
         m_end.how = m_end.code < 0 ? Taskmill_RunEnd::How::Signal : Taskmill_RunEnd::How::Exit;
     }
-    m_hasChildren = m_system->process && (!m_hasMainEnded || AccountsOf(m_system->jobObject).ActiveProcesses > 0);
+    m_hasChildren =
+        m_system->process && (!m_hasMainEnded || AccountsOf(m_system->jobObject).ActiveProcesses > 0);
     if (!m_hasMainEnded || m_isRecorded || !m_system->process)
         return;
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};

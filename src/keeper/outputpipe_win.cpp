@@ -23,8 +23,8 @@ Taskmill_OutputPipe::Taskmill_OutputPipe()
     SECURITY_ATTRIBUTES inheritable{};
     inheritable.nLength = sizeof inheritable;
     inheritable.bInheritHandle = TRUE;
-    m_runsEnd = CreateFileW(name.c_str(), GENERIC_WRITE | FILE_READ_ATTRIBUTES, 0, &inheritable, OPEN_EXISTING,
-                            FILE_ATTRIBUTE_NORMAL, nullptr);
+    m_runsEnd = CreateFileW(name.c_str(), GENERIC_WRITE | FILE_READ_ATTRIBUTES, 0, &inheritable,
+                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (m_runsEnd == INVALID_HANDLE_VALUE) {
         m_runsEnd = nullptr;
         End();

@@ -22,10 +22,10 @@ Taskmill_StoredFile::~Taskmill_StoredFile()
 bool Taskmill_StoredFile::Open(const std::string &path)
 {
     if (m_file == noFile)
-        m_file = reinterpret_cast<std::intptr_t>(CreateFileW(
-            Taskmill_WideText(path).c_str(), GENERIC_READ | GENERIC_WRITE,
-            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS,
-            FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+        m_file = reinterpret_cast<std::intptr_t>(
+            CreateFileW(Taskmill_WideText(path).c_str(), GENERIC_READ | GENERIC_WRITE,
+                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS,
+                        FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
     if (m_file == noFile)
         m_error = static_cast<int>(GetLastError());
     return m_file != noFile;
@@ -37,7 +37,8 @@ std::size_t Taskmill_StoredFile::WriteAt(long long place, std::string_view bytes
     position.QuadPart = place;
     DWORD count = 0;
     if (SetFilePointerEx(Handle(m_file), position, nullptr, FILE_BEGIN) &&
-        WriteFile(Handle(m_file), bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr) && count > 0)
+        WriteFile(Handle(m_file), bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr) &&
+        count > 0)
         return count;
     m_error = static_cast<int>(GetLastError());
     return 0;

@@ -26,17 +26,6 @@ HANDLE Handle(qintptr file)
 }
 } // namespace
 
-KilnUtil_FileLock::KilnUtil_FileLock(const QString &path)
-    : m_path{path}
-{
-    Take();
-}
-
-KilnUtil_FileLock::~KilnUtil_FileLock()
-{
-    Release();
-}
-
 void KilnUtil_FileLock::Take()
 {
     const HANDLE file = OpenFile(m_path, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS);

@@ -136,7 +136,7 @@ Taskmill_RunConnection KilnUtil_NurseryRunKeepers::StartRun(Taskmill_RunOrder or
 }
 
 void KilnUtil_NurseryRunKeepers::SetOwner(const QString &identity, const QString &text,
-                                        const std::function<bool(const QString &ownerText)> &mayTake)
+                                          const std::function<bool(const QString &ownerText)> &mayTake)
 {
     m_mayTake = mayTake;
     m_identity = identity.toStdString();

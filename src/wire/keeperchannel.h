@@ -40,8 +40,8 @@ public:
 
     /// Both ends of a new one; not open when the system gives none. Windows has Taskmill_MakeKeeperPipe().
     [[nodiscard]] static std::pair<Taskmill_KeeperChannel, Taskmill_KeeperChannel> MakePair();
-    /// Where the keeper of that run waits for a manager: in the folder of the runs, whatever the length of its
-    /// path, or on Windows at a pipe whose name is the run's.
+    /// Where the keeper of that run waits for a manager: in the folder of the runs, whatever the length of
+    /// its path, or on Windows at a pipe whose name is the run's.
     [[nodiscard]] static Taskmill_KeeperChannel Listen(const std::string &runFolder,
                                                        const std::string &runID);
     /// Removes what Listen() has made there.

@@ -62,6 +62,8 @@ struct Pipe
     }
     void WaitForConnection()
     {
+        if (file == INVALID_HANDLE_VALUE)
+            return;
         Begin();
         const bool isDone = ConnectNamedPipe(file, &reading) != 0;
         const DWORD error = isDone ? ERROR_SUCCESS : GetLastError();
@@ -170,7 +172,8 @@ std::pair<Taskmill_KeeperChannel, Taskmill_KeeperChannel::Handle> Taskmill_MakeK
     const std::string name = Taskmill_NewRunID();
     const HANDLE own = name.empty() ? INVALID_HANDLE_VALUE : MakePipe(name, true);
     const HANDLE other = own == INVALID_HANDLE_VALUE ? own : OpenPipe(name);
-    if (other == INVALID_HANDLE_VALUE || !SetHandleInformation(other, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT)) {
+    if (other == INVALID_HANDLE_VALUE ||
+        !SetHandleInformation(other, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT)) {
         if (own != INVALID_HANDLE_VALUE)
             CloseHandle(own);
         return {Taskmill_KeeperChannel{}, Taskmill_KeeperChannel::NoHandle};

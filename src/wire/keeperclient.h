@@ -92,8 +92,8 @@ private:
     Taskmill_KeeperChannel m_channel;
 };
 
-/// The small process that starts keepers, started once by each manager. Windows has none: there one keeper waits
-/// for an order, and the system ends what a keeper leaves.
+/// The small process that starts keepers, started once by each manager. Windows has none: there one keeper
+/// waits for an order, and the system ends what a keeper leaves.
 class Taskmill_Nursery
 {
 public:
@@ -106,8 +106,8 @@ public:
     /// For the event loop: readable when ReceiveSwept() has something, on Windows an event.
     [[nodiscard]] Taskmill_KeeperChannel::Handle Handle() const;
     [[nodiscard]] bool IsOpen() const;
-    /// Has all runs that it has started end, as when the system is shut down, without waiting. Also from another
-    /// thread, and when the object is gone. For the value see EndWord().
+    /// Has all runs that it has started end, as when the system is shut down, without waiting. Also from
+    /// another thread, and when the object is gone. For the value see EndWord().
     static void EndAll(long long word);
     [[nodiscard]] long long EndWord() const;
 

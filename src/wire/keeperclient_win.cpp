@@ -52,7 +52,8 @@ struct Taskmill_Nursery::System
     System(const System &) = delete;
     System &operator=(const System &) = delete;
 
-    /// Has a keeper wait for an order, the first one after it has tidied up. Not open when it cannot be started.
+    /// Has a keeper wait for an order, the first one after it has tidied up. Not open when it cannot be
+    /// started.
     [[nodiscard]] Taskmill_KeeperChannel StartKeeper(long long &processID, bool isFirst = false) const;
 
     std::wstring program;
@@ -72,9 +73,9 @@ Taskmill_KeeperChannel Taskmill_Nursery::System::StartKeeper(long long &processI
         return {};
     const HANDLE pipe = SystemHandle(its);
     Taskmill_InheritedHandles inherited{{pipe, end}};
-    std::wstring command = L'"' + program + L"\" " +
-                           Taskmill_WideText(Number(pipe) + ' ' + Number(end) + ' ' + journalName +
-                                             (isFirst ? " tidy" : ""));
+    std::wstring command =
+        L'"' + program + L"\" " +
+        Taskmill_WideText(Number(pipe) + ' ' + Number(end) + ' ' + journalName + (isFirst ? " tidy" : ""));
     PROCESS_INFORMATION process{};
     // Without a window, but with a console, which its program shares with it. Not in the job object that this
     // program is in: the run is to go on when that ends, where that is allowed.

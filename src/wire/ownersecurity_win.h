@@ -13,7 +13,10 @@ public:
     Taskmill_OwnerSecurity &operator=(const Taskmill_OwnerSecurity &) = delete;
 
     /// nullptr when the system gives none: nothing may be made then.
-    [[nodiscard]] SECURITY_ATTRIBUTES *Get() { return m_attributes.lpSecurityDescriptor ? &m_attributes : nullptr; }
+    [[nodiscard]] SECURITY_ATTRIBUTES *Get()
+    {
+        return m_attributes.lpSecurityDescriptor ? &m_attributes : nullptr;
+    }
 
 private:
     SECURITY_ATTRIBUTES m_attributes{};

@@ -10,8 +10,8 @@
 [[nodiscard]] bool Taskmill_IsKeeperAlive(const std::string &runFolder, std::string_view runID);
 
 /// Takes that lock for a keeper to come, to which the open file goes with the order: from then on until the
-/// run is over it is held without a gap, so a run that nobody holds and no journal knows was never started. On
-/// Windows the keeper takes it, before it is told to start.
+/// run is over it is held without a gap, so a run that nobody holds and no journal knows was never started.
+/// On Windows the keeper takes it, before it is told to start.
 class Taskmill_RunLock
 {
 public:

@@ -19,9 +19,9 @@ HANDLE Handle(std::intptr_t file)
 
 std::intptr_t OpenFile(const std::string &path, DWORD access, DWORD disposition)
 {
-    return reinterpret_cast<std::intptr_t>(
-        CreateFileW(Taskmill_WideText(path).c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                    nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return reinterpret_cast<std::intptr_t>(CreateFileW(Taskmill_WideText(path).c_str(), access,
+                                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                                       nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 /// Ends with the handle.
@@ -56,7 +56,8 @@ bool Taskmill_IsKeeperAlive(const std::string &runFolder, std::string_view runID
 
 Taskmill_RunLock::Taskmill_RunLock(const std::string &runFolder, std::string_view runID)
     : m_file{OpenFile(runFolder + "/living", GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS)}
-    , m_isHeld{Lock(m_file, Taskmill_RunLockOffset(runID), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY)}
+    , m_isHeld{
+          Lock(m_file, Taskmill_RunLockOffset(runID), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY)}
 {
 }
 
@@ -106,7 +107,8 @@ void Taskmill_OpenJournal::Store() const
 
 bool Taskmill_AppendToJournal(const std::string &journal, const std::string &line)
 {
-    const std::intptr_t file = OpenFile(journal, FILE_APPEND_DATA | FILE_READ_DATA | SYNCHRONIZE, OPEN_EXISTING);
+    const std::intptr_t file =
+        OpenFile(journal, FILE_APPEND_DATA | FILE_READ_DATA | SYNCHRONIZE, OPEN_EXISTING);
     if (file == noFile)
         return false;
     LARGE_INTEGER last{};

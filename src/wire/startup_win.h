@@ -6,12 +6,13 @@
 
 #include <windows.h>
 
-/// Start-up information by which a new process inherits these handles and nothing else, such as the connections of
-/// clients, which would then stay open until its end. The handles must be inheritable.
+/// Start-up information by which a new process inherits these handles and nothing else, such as the
+/// connections of clients, which would then stay open until its end. The handles must be inheritable.
 class Taskmill_InheritedHandles
 {
 public:
-    explicit Taskmill_InheritedHandles(std::vector<HANDLE> handles);
+    /// What else is to be said of the start stands in `plain`.
+    explicit Taskmill_InheritedHandles(std::vector<HANDLE> handles, const STARTUPINFOW &plain = {});
     ~Taskmill_InheritedHandles();
     Taskmill_InheritedHandles(const Taskmill_InheritedHandles &) = delete;
     Taskmill_InheritedHandles &operator=(const Taskmill_InheritedHandles &) = delete;

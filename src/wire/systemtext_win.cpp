@@ -26,10 +26,11 @@ std::string Taskmill_Utf8Text(std::wstring_view text)
 std::string Taskmill_SystemErrorText(int error)
 {
     std::array<wchar_t, 512> text{};
-    DWORD size = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-                                static_cast<DWORD>(error), 0, text.data(), static_cast<DWORD>(text.size()),
-                                nullptr);
-    while (size > 0 && (text.at(size - 1) == L'\n' || text.at(size - 1) == L'\r' || text.at(size - 1) == L' '))
+    DWORD size =
+        FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                       static_cast<DWORD>(error), 0, text.data(), static_cast<DWORD>(text.size()), nullptr);
+    while (size > 0 &&
+           (text.at(size - 1) == L'\n' || text.at(size - 1) == L'\r' || text.at(size - 1) == L' '))
         --size;
     return size > 0 ? Taskmill_Utf8Text({text.data(), size}) : "error " + std::to_string(error);
 }

@@ -33,7 +33,9 @@ public:
     /// Waits until the manager has answered.
     [[nodiscard]] QByteArray Answer()
     {
-        (void)QTest::qWaitFor([this] { return m_socket.state() == QAbstractSocket::UnconnectedState; });
+        constexpr int longestWaitMs = 60'000;
+        (void)QTest::qWaitFor([this] { return m_socket.state() == QAbstractSocket::UnconnectedState; },
+                              longestWaitMs);
         return m_socket.readAll().trimmed();
     }
     /// Gives the manager every chance to answer at once; whether it has not.

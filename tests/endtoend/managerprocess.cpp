@@ -23,8 +23,8 @@ QProcessEnvironment Environment(const QString &directory, quint16 consolePort, q
     for (const QString &variable : {u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s,
                                     isWindows ? u"QT_FORCE_STDERR_LOGGING"_s : u"QT_QPA_PLATFORM"_s})
         environment.remove(variable);
-    for (const QString &variable : {u"HOME"_s, u"USERPROFILE"_s, u"LOCALAPPDATA"_s, u"XDG_CONFIG_HOME"_s,
-                                    u"XDG_RUNTIME_DIR"_s})
+    for (const QString &variable :
+         {u"HOME"_s, u"USERPROFILE"_s, u"LOCALAPPDATA"_s, u"XDG_CONFIG_HOME"_s, u"XDG_RUNTIME_DIR"_s})
         environment.insert(variable, directory);
     environment.remove(u"XDG_STATE_HOME"_s);
     environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);

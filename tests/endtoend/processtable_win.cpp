@@ -22,6 +22,7 @@ int ProcessTable::JobsIn(const QString &folder)
     const QString name = QFileInfo{folder}.fileName();
     const auto processes = Taskmill_MakeSystemProcessInspector()->ListProcesses();
     return static_cast<int>(std::ranges::count_if(processes, [&name](const Taskmill_ProcessRecord &process) {
-        return process.Name.startsWith(QLatin1StringView{"testprogram"}) && process.CommandLine.contains(name);
+        return process.Name.startsWith(QLatin1StringView{"testprogram"}) &&
+               process.CommandLine.contains(name);
     }));
 }

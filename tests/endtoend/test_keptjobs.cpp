@@ -38,7 +38,8 @@ private:
     [[nodiscard]] bool AddGatedType() const
     {
         return Project().AddTestType(
-            u"Gated"_s, u"print begun mark @INFILE.starts pid @INFILE.pid waitfor @INFILE.go print done exit 3"_s);
+            u"Gated"_s,
+            u"print begun mark @INFILE.starts pid @INFILE.pid waitfor @INFILE.go print done exit 3"_s);
     }
     /// Submits one that runs at once; returns its process.
     int Submit(const QString &name, quint16 port = 0)
@@ -167,8 +168,9 @@ void TestKeptJobs::EndsAHostileJobWhole()
     const auto reset = qScopeGuard([] { qputenv("TASKMILL_END_JOBS", "as asked"); });
     // On Windows a tree is as hostile as it gets.
     QVERIFY(isWindows
-                ? Project().AddTestType(u"Hostile"_s, u"touch @INFILE.ready1 child touch @INFILE.ready2 child touch "
-                                                      "@INFILE.ready3 child touch @INFILE.ready4 wait"_s)
+                ? Project().AddTestType(u"Hostile"_s,
+                                        u"touch @INFILE.ready1 child touch @INFILE.ready2 child touch "
+                                        "@INFILE.ready3 child touch @INFILE.ready4 wait"_s)
                 : Project().AddType(u"Hostile"_s, QStringLiteral(TASKMILL_HOSTILE_JOB), u"@EXEFILE ."_s));
     const int processes = isWindows ? 4 : 12;
     QVERIFY(Project().Start());
