@@ -19,7 +19,7 @@ struct Taskmill_JobType
     QString InputFileFilter;    ///< file-dialog filter such as "Gaussian Input Files (*.gjf)"
     QString OutputFileFilter;
     QString EnvironmentVariables; ///< lines NAME=VALUE
-    /// How long what a kill is to end has to end by itself, where jobs are run by keepers.
+    /// How long what a kill is to end has to end by itself, where jobs are run by keepers; seconds.
     qint32 KillGraceSeconds = DefaultKillGrace;
 
     static constexpr qint32 DefaultKillGrace = 2;

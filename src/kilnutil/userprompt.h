@@ -45,16 +45,24 @@ public:
         Cancel = 4
     };
 
+    /// What a warning shows beneath its text.
+    struct WarnDetail
+    {
+        QString text;
+        QString checkBox{};     ///< its label; empty for none
+        bool isChecked = false; ///< at first, and as the user leaves it
+    };
+
     virtual ~KilnUtil_UserPrompt() = default;
 
     /// Closing the box without an answer counts as Cancel in mode YesNoCancel and as No in mode YesNo.
     virtual WarnAnswer ReportWarning(const QString &title, const QString &text, WarnMode mode,
                                      WarnAnswer defaultAnswer) = 0;
-    /// The same with a detail beneath the text.
-    virtual WarnAnswer ReportDetailedWarning(const QString &title, const QString &text, const QString &detail,
+    /// The same with a detail beneath the text; a prompt without check boxes leaves the detail as it is.
+    virtual WarnAnswer ReportDetailedWarning(const QString &title, const QString &text, WarnDetail &detail,
                                              WarnMode mode, WarnAnswer defaultAnswer)
     {
-        return ReportWarning(title, text + QStringLiteral("\n\n") + detail, mode, defaultAnswer);
+        return ReportWarning(title, text + QStringLiteral("\n\n") + detail.text, mode, defaultAnswer);
     }
     virtual void ReportError(const QString &title, const QString &text) = 0;
 

@@ -27,7 +27,6 @@ private:
         End
     };
 
-    Taskmill_Project &m_project;
     Taskmill_SaveDialogue m_saving;
     Step m_step = Step::Ask;
     bool m_goesOn = false;

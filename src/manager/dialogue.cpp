@@ -16,9 +16,13 @@ Taskmill_Answer AskedThroughPrompt(const Taskmill_Question &question)
     const auto mode = question.kind == Taskmill_Question::Kind::YesNo
                           ? KilnUtil_UserPrompt::WarnMode::YesNo
                           : KilnUtil_UserPrompt::WarnMode::YesNoCancel;
-    if (question.isWarning && !question.detail.isEmpty())
-        return {.choice = prompt.ReportDetailedWarning(question.title, question.text, question.detail, mode,
-                                                       question.defaultAnswer)};
+    if (question.isWarning && !question.detail.isEmpty()) {
+        KilnUtil_UserPrompt::WarnDetail detail{
+            .text = question.detail, .checkBox = question.checkBox, .isChecked = question.isChecked};
+        const auto choice =
+            prompt.ReportDetailedWarning(question.title, question.text, detail, mode, question.defaultAnswer);
+        return {.choice = choice, .isChecked = detail.isChecked};
+    }
     if (question.isWarning)
         return {.choice = prompt.ReportWarning(question.title, question.text, mode, question.defaultAnswer)};
     return {.choice = prompt.AskQuestion(question.title, question.text, mode, question.defaultAnswer)};

@@ -19,7 +19,9 @@ struct Taskmill_Question
 
     QString title;
     QString text;
-    QString detail{};      ///< stands beneath the text in a box; a console leaves it out
+    QString detail{};   ///< stands beneath the text in a box; a console leaves it out
+    QString checkBox{}; ///< label of a check box of a warning with a detail; a console leaves it out
+    bool isChecked = false;
     QString consoleText{}; ///< where a console puts it in other words; empty for the same
     Kind kind = Kind::YesNo;
     KilnUtil_UserPrompt::WarnAnswer defaultAnswer = KilnUtil_UserPrompt::WarnAnswer::None;
@@ -36,6 +38,7 @@ struct Taskmill_Answer
 {
     KilnUtil_UserPrompt::WarnAnswer choice = KilnUtil_UserPrompt::WarnAnswer::Cancel;
     QString file{};              ///< to a FileToSave; empty for none
+    bool isChecked = false;      ///< the check box, of a question that has one
     bool mayReplaceFile = false; ///< the user was asked already about replacing a file of just that name
 
     [[nodiscard]] bool IsYes() const { return choice == KilnUtil_UserPrompt::WarnAnswer::Yes; }

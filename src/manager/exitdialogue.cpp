@@ -2,25 +2,28 @@
 #include "manager/exitdialogue.h"
 
 #include "manager/destinations.h"
+#include "manager/jobsgoon.h"
 
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// How many jobs run and wait, for who is about to end them.
-QString JobCountsText(Taskmill_Destinations &destinations)
+qsizetype CountJobs(Taskmill_Destinations &destinations, Taskmill_JobStatus status)
 {
-    qsizetype running = 0;
-    qsizetype waiting = 0;
-    for (Taskmill_QueueOwner *owner : destinations.All()) {
-        const QList<Taskmill_Job *> &jobs = owner->Jobs().Jobs();
-        running += std::ranges::count(jobs, Taskmill_JobStatus::Running, &Taskmill_Job::Status);
-        waiting += std::ranges::count(jobs, Taskmill_JobStatus::Pending, &Taskmill_Job::Status);
-    }
+    qsizetype count = 0;
+    for (const Taskmill_QueueOwner *owner : destinations.All())
+        count += std::ranges::count(owner->Jobs().Jobs(), status, &Taskmill_Job::Status);
+    return count;
+}
+
+/// How many jobs run and wait, for who may be about to end them.
+QString JobCountsText(qsizetype running, qsizetype waiting, bool endsThem)
+{
+    const QString end = endsThem ? u" and will be ended."_s : u"."_s;
     const QString ends = running == 0   ? u"No job is running."_s
-                         : running == 1 ? u"1 job is running and will be ended."_s
-                                        : u"%1 jobs are running and will be ended."_s.arg(running);
+                         : running == 1 ? u"1 job is running"_s + end
+                                        : u"%1 jobs are running"_s.arg(running) + end;
     const QString waits = waiting == 0   ? u"No job is waiting."_s
                           : waiting == 1 ? u"1 job is waiting."_s
                                          : u"%1 jobs are waiting."_s.arg(waiting);
@@ -28,8 +31,9 @@ QString JobCountsText(Taskmill_Destinations &destinations)
 }
 } // namespace
 
-Taskmill_ExitDialogue::Taskmill_ExitDialogue(Taskmill_Destinations &destinations)
+Taskmill_ExitDialogue::Taskmill_ExitDialogue(Taskmill_Destinations &destinations, JobsGoOn jobsGoOn)
     : m_destinations{destinations}
+    , m_jobsGoOn{jobsGoOn}
 {
 }
 
@@ -37,9 +41,14 @@ std::optional<Taskmill_Question> Taskmill_ExitDialogue::Next()
 {
     if (m_isAnswered)
         return std::nullopt;
+    const qsizetype running = CountJobs(m_destinations, Taskmill_JobStatus::Running);
+    const qsizetype waiting = CountJobs(m_destinations, Taskmill_JobStatus::Pending);
+    m_hasChoice = m_jobsGoOn == JobsGoOn::AsChosen && running > 0;
     return Taskmill_Question{.title = u"Exit Taskmill"_s,
                              .text = u"Are you sure you want to completely exit Taskmill?"_s,
-                             .detail = JobCountsText(m_destinations),
+                             .detail = JobCountsText(running, waiting, !m_hasChoice),
+                             .checkBox = m_hasChoice ? u"Let &running jobs go on"_s : QString{},
+                             .isChecked = m_hasChoice && Taskmill_RememberedJobsGoOn(),
                              .kind = Taskmill_Question::Kind::YesNoCancel,
                              .defaultAnswer = KilnUtil_UserPrompt::WarnAnswer::No,
                              .isWarning = true,
@@ -50,4 +59,5 @@ void Taskmill_ExitDialogue::Answer(const Taskmill_Answer &answer)
 {
     m_isAnswered = true;
     m_isConfirmed = answer.IsYes();
+    m_doJobsGoOn = m_hasChoice && answer.isChecked;
 }

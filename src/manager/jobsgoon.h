@@ -14,6 +14,9 @@ enum class Taskmill_Ending
 /// in the environment overrides it: 1 for no, 0 for yes.
 [[nodiscard]] bool Taskmill_JobsGoOn(Taskmill_Ending ending);
 
+/// Whether the user decides, and not the environment.
+[[nodiscard]] bool Taskmill_UserDecidesJobsGoOn();
+
 /// What the user chose the last time that he was asked; false at first.
 [[nodiscard]] bool Taskmill_RememberedJobsGoOn();
 void Taskmill_RememberJobsGoOn(bool goOn);

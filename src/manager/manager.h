@@ -55,6 +55,11 @@ public:
     void SetEnding(Taskmill_Ending ending) { m_ending = ending; }
     /// Whether they can go on without the program.
     [[nodiscard]] bool HasKeepers() const { return m_keepers != nullptr; }
+    /// Whether the user is to be asked, when the program ends, what becomes of the running jobs.
+    [[nodiscard]] bool IsToAskWhetherJobsGoOn() const
+    {
+        return HasKeepers() && Taskmill_UserDecidesJobsGoOn();
+    }
     enum class End
     {
         InOrder,

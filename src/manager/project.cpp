@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "manager/project.h"
 
-#include "db/contentstamp.h"
 #include "db/database.h"
 #include "db/databasemanager.h"
 #include "db/workingcopy.h"
@@ -19,11 +18,9 @@
 #include "manager/projectdatabase.h"
 #include "manager/projectrecovery.h"
 #include "manager/recentprojects.h"
-#include "manager/spareproject.h"
 #include "manager/version.h"
 #include "processes/processtree.h"
 
-#include <QDir>
 #include <QFileInfo>
 #include <QTimer>
 
@@ -42,38 +39,10 @@ Taskmill_Database *CurrentDatabase()
     return Taskmill_Database_Manager::Global().CurrentDatabase();
 }
 
-/// The name of a new file beside a project's own.
-QString FileBeside(const QString &path)
-{
-    const QFileInfo file{path};
-    return file.dir().filePath(u"%1-%2.mill"_s.arg(file.completeBaseName(), Taskmill_FileTimeStamp()));
-}
-
-Taskmill_Question ClosingQuestion(const QString &title, const QString &text, const QString &consoleText)
-{
-    return {.title = title,
-            .text = text,
-            .consoleText = consoleText,
-            .kind = Taskmill_Question::Kind::YesNoCancel,
-            .defaultAnswer = KilnUtil_UserPrompt::WarnAnswer::Yes,
-            .takesShortWords = false};
-}
-
 QString PauseValue(const Taskmill_JobQueue &queue)
 {
     return u"Paused"_s + queue.Name();
 }
-
-std::unique_ptr<Taskmill_Database> NewDatabase(const Taskmill_WorkingCopy *copy)
-{
-    auto database = Taskmill_Database_Manager::MakeMemoryDatabase();
-    if (copy)
-        database->SetStoragePath(copy->Path());
-    return database;
-}
-
-const QString noWorkingCopy =
-    u"No working copy of the project can be kept on this computer: what is not saved is lost if the manager ends by force."_s;
 
 void ReportWriteError(const QString &path, const QString &error)
 {
@@ -88,15 +57,6 @@ void RememberDirectory(const QString &path)
     KilnUtil_Registry::SetValue(u"/Files/Last_Directory_Path"_s, QFileInfo{path}.absolutePath());
 }
 } // namespace
-
-struct Taskmill_Project::OpenedFile
-{
-    std::unique_ptr<Taskmill_WorkingCopy> copy; ///< nullptr for a database in memory
-    std::unique_ptr<Taskmill_Database> database;
-    QString problem; ///< empty when it can be opened
-    FileStamp fileStamp;
-    QString contentStamp;
-};
 
 Taskmill_Project::Taskmill_Project(Taskmill_JobTypeList &jobTypes, KilnUtil_IDManager &jobNumbers,
                                    Taskmill_FinishedJobs &finishedJobs, Taskmill_Destinations &destinations,
@@ -134,18 +94,6 @@ bool Taskmill_Project::HasUnsavedChanges() const
     return database && database->HasUnsavedChanges();
 }
 
-QString Taskmill_Project::ProblemOfFile(const QString &path) const
-{
-    const QFileInfo file{path};
-    if (!file.exists())
-        return u"The specified file does not exist:\n\n%1"_s;
-    if (!file.isReadable())
-        return u"The specified file is not readable:\n\n%1"_s;
-    if (m_readOnlyProjects == Taskmill_ReadOnlyProjects::Refuse && !file.isWritable())
-        return u"The specified file is not writable:\n\n%1"_s;
-    return {};
-}
-
 bool Taskmill_Project::OpenProject(const QString &path)
 {
     if (path.isEmpty())
@@ -156,7 +104,8 @@ bool Taskmill_Project::OpenProject(const QString &path)
         KilnUtil_Error::ReportWarning(title, problem.arg(path));
         return false;
     };
-    if (const QString problem = ProblemOfFile(absolutePath); !problem.isEmpty())
+    if (const QString problem = Taskmill_ProblemOfProjectFile(absolutePath, m_readOnlyProjects);
+        !problem.isEmpty())
         return report(problem);
     const bool isOpenHere = m_lock && m_lock->IsOf(absolutePath);
     auto lock = isOpenHere ? nullptr : std::make_unique<Taskmill_ProjectLock>(absolutePath);
@@ -169,11 +118,11 @@ bool Taskmill_Project::OpenProject(const QString &path)
     auto left = Taskmill_ProjectRecovery{notices}.Find(lock ? *lock : *m_lock);
     if (left && !Taskmill_ProblemOfProject(*left->Database).isEmpty())
         left.reset();
-    OpenedFile opened;
+    Taskmill_OpenedFile opened;
     if (!left) {
-        opened = Load(absolutePath, notices);
-        if (!opened.problem.isEmpty())
-            return report(opened.problem);
+        opened = Taskmill_OpenProjectFile(absolutePath, notices);
+        if (!opened.Problem.isEmpty())
+            return report(opened.Problem);
     }
     Taskmill_ClosingDialogue closing{*this};
     Taskmill_AskThroughPrompt(closing);
@@ -182,10 +131,10 @@ bool Taskmill_Project::OpenProject(const QString &path)
     // The open project may have been written to this very file.
     if (closing.IsSaved() && !left) {
         // Before its file goes.
-        opened.database.reset();
-        opened = Load(absolutePath, notices);
-        if (!opened.problem.isEmpty())
-            return report(opened.problem);
+        opened.Database.reset();
+        opened = Taskmill_OpenProjectFile(absolutePath, notices);
+        if (!opened.Problem.isEmpty())
+            return report(opened.Problem);
     }
 
     if (isOpenHere)
@@ -204,35 +153,16 @@ bool Taskmill_Project::OpenProject(const QString &path)
     return true;
 }
 
-Taskmill_Project::OpenedFile Taskmill_Project::Load(const QString &path, QStringList &notices)
+bool Taskmill_Project::Begin(Taskmill_OpenedFile opened, const QString &path)
 {
-    OpenedFile opened;
-    opened.fileStamp = FileStamp::Of(path);
-    opened.contentStamp = Taskmill_ContentStamp(path);
-    opened.copy = Taskmill_WorkingCopy::Make();
-    opened.database = NewDatabase(opened.copy.get());
-    opened.problem = Taskmill_LoadProject(*opened.database, path);
-    if (opened.problem.isEmpty() || !opened.copy)
-        return opened;
-    // The disk of the working copy may be full.
-    opened.database = NewDatabase(nullptr);
-    opened.copy.reset();
-    opened.problem = Taskmill_LoadProject(*opened.database, path);
-    if (opened.problem.isEmpty())
-        notices += noWorkingCopy;
-    return opened;
-}
-
-bool Taskmill_Project::Begin(OpenedFile opened, const QString &path)
-{
-    m_copy = std::move(opened.copy);
-    Taskmill_Database *database = Taskmill_Database_Manager::Global().Adopt(std::move(opened.database));
-    if (m_copy && !Taskmill_BeginWorkingCopy(*database, *m_copy, path, opened.contentStamp)) {
+    m_copy = std::move(opened.Copy);
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().Adopt(std::move(opened.Database));
+    if (m_copy && !Taskmill_BeginWorkingCopy(*database, *m_copy, path, opened.ContentStamp)) {
         Taskmill_Database_Manager::Global().CloseAll();
         ForgetProject();
         return false;
     }
-    m_fileStamp = opened.fileStamp;
+    m_fileStamp = opened.FileStamp;
     Install(*database, path);
     database->MarkUnchanged();
     return true;
@@ -251,7 +181,7 @@ bool Taskmill_Project::TakeUp(Taskmill_LeftProject left, const QString &path)
         return false;
     }
     // Of a file that was changed elsewhere nothing is known here: it is replaced only when the user says so.
-    m_fileStamp = left.FileHasChanged ? FileStamp{} : FileStamp::Of(path);
+    m_fileStamp = left.FileHasChanged ? Taskmill_FileStamp{} : Taskmill_FileStamp::Of(path);
     m_hasChangedFile = left.FileHasChanged;
     const int changes = left.Changes > 0 ? left.Changes : static_cast<int>(ends->size());
     m_isRecovered = changes > 0;
@@ -297,13 +227,13 @@ bool Taskmill_Project::NewProject()
 {
     CloseProject();
     m_copy = Taskmill_WorkingCopy::Make();
-    auto made = NewDatabase(m_copy.get());
+    auto made = Taskmill_MakeProjectDatabase(m_copy.get());
     if (m_copy && !made->Open()) {
         m_copy.reset();
-        made = NewDatabase(nullptr);
+        made = Taskmill_MakeProjectDatabase(nullptr);
     }
     if (!m_copy)
-        m_notices += noWorkingCopy;
+        m_notices += Taskmill_NoWorkingCopyNotice();
     Taskmill_Database *database = Taskmill_Database_Manager::Global().Adopt(std::move(made));
     if (!Taskmill_FillNewProject(*database, m_jobTypes) ||
         (m_copy && !Taskmill_BeginWorkingCopy(*database, *m_copy, {}, {}))) {
@@ -327,7 +257,7 @@ bool Taskmill_Project::NewProject()
 QString Taskmill_Project::OpenFileInstead()
 {
     const QString path = FilePath();
-    QString beside = FileBeside(path);
+    QString beside = Taskmill_FileBeside(path);
     if (!WriteFile(beside)) {
         ReportWriteError(beside, CurrentDatabase()->LastErrorMessage());
         return {};
@@ -376,16 +306,10 @@ QString Taskmill_Project::ProjectFileName(const QString &name)
     return file;
 }
 
-Taskmill_Project::FileStamp Taskmill_Project::FileStamp::Of(const QString &path)
-{
-    const QFileInfo file{path};
-    return {.Modified = file.lastModified(), .Size = file.size()};
-}
-
 bool Taskmill_Project::FileHasChanged() const
 {
     const QString path = FilePath();
-    return QFileInfo::exists(path) && FileStamp::Of(path) != m_fileStamp;
+    return QFileInfo::exists(path) && Taskmill_FileStamp::Of(path) != m_fileStamp;
 }
 
 bool Taskmill_Project::SaveProjectAs(const QString &path)
@@ -416,7 +340,7 @@ std::optional<QString> Taskmill_Project::TrySaveProjectAs(const QString &path)
     database->MarkUnchanged();
     m_keptRuns.MoveTo(absolutePath);
     m_keptRuns.ForgetResults();
-    RemoveSpareFile();
+    m_spareFile.Remove(absolutePath);
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
     return std::nullopt;
@@ -446,7 +370,7 @@ bool Taskmill_Project::WriteOwnFile(const QString &path)
     };
     if (!database || !database->SaveToFile(path, announce))
         return false;
-    m_fileStamp = FileStamp::Of(path);
+    m_fileStamp = Taskmill_FileStamp::Of(path);
     m_isRecovered = false;
     m_hasChangedFile = false;
     if (m_copy)
@@ -459,7 +383,7 @@ bool Taskmill_Project::SaveUnattended()
     if (FilePath().isEmpty() || !HasUnsavedChanges())
         return true;
     const QString ownPath = FilePath();
-    const QString path = FileHasChanged() ? FileBeside(ownPath) : ownPath;
+    const QString path = FileHasChanged() ? Taskmill_FileBeside(ownPath) : ownPath;
     if (!(path == ownPath ? WriteOwnFile(path) : WriteFile(path))) {
         WriteSpareFile();
         return false;
@@ -470,60 +394,21 @@ bool Taskmill_Project::SaveUnattended()
                   qUtf16Printable(path));
     CurrentDatabase()->MarkUnchanged();
     m_keptRuns.ForgetResults();
-    RemoveSpareFile();
+    m_spareFile.Remove(ownPath);
     return true;
 }
 
 void Taskmill_Project::WriteSpareFile()
 {
-    const auto write = [this](const QString &path) {
-        return WriteFile(path);
-    };
-    // A log-out may be called off, and come again.
-    if (!QFileInfo::exists(m_spareFile) || !write(m_spareFile))
-        m_spareFile = Taskmill_WriteSpareProject(FilePath(), write);
+    const QString path = FilePath();
     // The changes are still to be saved where they belong.
-    if (m_spareFile.isEmpty())
+    if (m_spareFile.Write(path, [this](const QString &spare) { return WriteFile(spare); }))
+        qCWarning(Taskmill_ManagerLog, "The project could not be written to %ls; it was written to %ls",
+                  qUtf16Printable(path), qUtf16Printable(m_spareFile.Path()));
+    else
         qCWarning(Taskmill_ManagerLog,
                   "The project could not be written to %ls, nor anywhere else: its changes are lost",
-                  qUtf16Printable(FilePath()));
-    else
-        qCWarning(Taskmill_ManagerLog, "The project could not be written to %ls; it was written to %ls",
-                  qUtf16Printable(FilePath()), qUtf16Printable(m_spareFile));
-}
-
-void Taskmill_Project::RemoveSpareFile()
-{
-    if (const QString path = std::exchange(m_spareFile, {}); !path.isEmpty() && path != FilePath())
-        QFile::remove(path);
-}
-
-std::optional<Taskmill_Question> Taskmill_Project::QuestionBeforeClosing() const
-{
-    const Taskmill_Database *database = CurrentDatabase();
-    if (!database || !database->HasUnsavedChanges())
-        return std::nullopt;
-    const QString changesTitle = u"Save Changes to Current Project?"_s;
-    const QString changesConsoleText = u"Save Changes Made to Current Project Before Closing it?"_s;
-    if (!database->FilePath().isEmpty()) {
-        return ClosingQuestion(
-            changesTitle,
-            u"Would you like to save changes to the current Taskmill project before closing it?\n\n"
-            "If you choose No, the changes to the database will be lost."_s,
-            changesConsoleText);
-    }
-    if (!database->Title().isEmpty()) {
-        return ClosingQuestion(
-            changesTitle,
-            u"Would you like to save changes made to the current Taskmill project before closing it?\n\n"
-            "If you choose No, the changes made to the project since the last save will be lost."_s,
-            changesConsoleText);
-    }
-    return ClosingQuestion(
-        u"Save Current Project?"_s,
-        u"Would you like to save the current Taskmill project to a file before closing it?\n\n"
-        "If you choose No, the project will be lost."_s,
-        u"Save Current Project to a File Before Closing it?"_s);
+                  qUtf16Printable(path));
 }
 
 QString Taskmill_Project::WindowTitle() const
@@ -546,8 +431,8 @@ void Taskmill_Project::StoreJobsThatGoOn()
     if (m_copy || !HasUnsavedChanges())
         return;
     WriteSpareFile();
-    if (!m_spareFile.isEmpty())
-        m_keptRuns.MoveTo(m_spareFile);
+    if (!m_spareFile.IsEmpty())
+        m_keptRuns.MoveTo(m_spareFile.Path());
 }
 
 void Taskmill_Project::CloseProject()
@@ -583,7 +468,7 @@ void Taskmill_Project::LeaveProject(bool letsJobsGoOn)
         else
             owner->Jobs().BeginToKillRunning();
     }
-    const bool isStored = !HasUnsavedChanges() || !m_spareFile.isEmpty();
+    const bool isStored = !HasUnsavedChanges() || !m_spareFile.IsEmpty();
     if (!m_copy || (isStored && !letsJobsGoOn)) {
         CloseProject();
         return;
@@ -620,7 +505,7 @@ void Taskmill_Project::ForgetProject()
     m_notices.clear();
     m_isRecovered = false;
     m_hasChangedFile = false;
-    m_spareFile.clear();
+    m_spareFile = {};
 }
 
 void Taskmill_Project::Adopt(Taskmill_Database &database, const QString &path)

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "manager/dialogue.h"
+#include "manager/projectfile.h"
 #include "manager/projectruns.h"
+#include "manager/spareproject.h"
 
-#include <QDateTime>
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -30,13 +30,6 @@ struct Taskmill_EndedRun;
 extern const char *const Taskmill_ProjectFileFilter;
 /// The title of what is asked and reported while a project is saved.
 extern const char *const Taskmill_SavingTitle;
-
-/// What becomes of a project file that can be read but not written.
-enum class Taskmill_ReadOnlyProjects
-{
-    Open,  ///< nobody is at hand to choose another file, and a project can be worked on without saving
-    Refuse ///< the user chooses another file
-};
 
 /// The one project that the manager has open: a database of its own, the working copy, which is saved to and
 /// loaded from a ".mill" file. A working copy that a manager has left which was ended by force is taken up.
@@ -83,9 +76,6 @@ public:
     /// The trimmed name with ".mill" at its end; empty for an empty one.
     [[nodiscard]] static QString ProjectFileName(const QString &name);
 
-    /// The question to be asked before an unsaved project is closed; nothing when there is nothing to save.
-    [[nodiscard]] std::optional<Taskmill_Question> QuestionBeforeClosing() const;
-
     /// The version of the program and the project's name or state.
     [[nodiscard]] QString WindowTitle() const;
 
@@ -120,25 +110,10 @@ Q_SIGNALS:
     void StateChangedSignal();
 
 private:
-    /// What shows that a file is still the one that was read or written.
-    struct FileStamp
-    {
-        QDateTime Modified;
-        qint64 Size = 0;
-
-        static FileStamp Of(const QString &path);
-        bool operator==(const FileStamp &) const = default;
-    };
-    /// A project file's content, which is nobody's yet.
-    struct OpenedFile;
-
-    [[nodiscard]] static OpenedFile Load(const QString &path, QStringList &notices);
-    bool Begin(OpenedFile opened, const QString &path);
+    bool Begin(Taskmill_OpenedFile opened, const QString &path);
     bool TakeUp(Taskmill_LeftProject left, const QString &path);
     /// The database is the current one.
     void Install(Taskmill_Database &database, const QString &path);
-    /// What stands against opening the file, with %1 for its path; empty when nothing does.
-    [[nodiscard]] QString ProblemOfFile(const QString &path) const;
     [[nodiscard]] bool WriteFile(const QString &path);
     [[nodiscard]] bool WriteOwnFile(const QString &path);
     void StorePauses();
@@ -149,7 +124,6 @@ private:
     void Adopt(Taskmill_Database &database, const QString &path);
     void Follow(const Taskmill_Database &database) const;
     void WriteSpareFile();
-    void RemoveSpareFile();
 
     Taskmill_JobTypeList &m_jobTypes;
     KilnUtil_IDManager &m_jobNumbers;
@@ -167,6 +141,6 @@ private:
     bool m_isRecovered = false;
     bool m_hasChangedFile = false;
 
-    FileStamp m_fileStamp;
-    QString m_spareFile; ///< holds changes that could not be saved unattended; empty for none
+    Taskmill_FileStamp m_fileStamp;
+    Taskmill_SpareFile m_spareFile; ///< for changes that could not be saved unattended
 };

@@ -10,6 +10,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <utility>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -45,22 +47,34 @@ QString Taskmill_FileTimeStamp()
                              time.minute(), time.second());
 }
 
-QString Taskmill_WriteSpareProject(const QString &projectPath,
-                                   const std::function<bool(const QString &path)> &write)
+bool Taskmill_SpareFile::Write(const QString &projectPath,
+                               const std::function<bool(const QString &path)> &write)
 {
+    // A log-out may be called off, and come again.
+    if (QFileInfo::exists(m_path) && write(m_path))
+        return true;
     constexpr qsizetype mostOfName = 40; // characters of four bytes still fit a file name
     const QString base =
         prefix + QFileInfo{projectPath}.completeBaseName().left(mostOfName) + u'-' + Taskmill_FileTimeStamp();
     const QStringList places = Places(KilnUtil_StateFolder());
     for (const QString &place : places) {
-        QString path = MakeFile(place, base);
+        const QString path = MakeFile(place, base);
         if (path.isEmpty())
             continue;
-        if (write(path))
-            return path;
+        if (write(path)) {
+            m_path = path;
+            return true;
+        }
         QFile::remove(path);
     }
-    return {};
+    m_path.clear();
+    return false;
+}
+
+void Taskmill_SpareFile::Remove(const QString &projectPath)
+{
+    if (const QString path = std::exchange(m_path, {}); !path.isEmpty() && path != projectPath)
+        QFile::remove(path);
 }
 
 QStringList Taskmill_SpareProjects()

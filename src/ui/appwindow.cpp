@@ -219,13 +219,23 @@ void Taskmill_AppWindow::SystemTrayQuitSlot()
         return;
     }
     const QScopedValueRollback asking{m_askingToExit, true};
-    Taskmill_ExitDialogue exit{m_manager.Destinations()};
+    using JobsGoOn = Taskmill_ExitDialogue::JobsGoOn;
+    Taskmill_ExitDialogue exit{m_manager.Destinations(),
+                               m_manager.IsToAskWhetherJobsGoOn() ? JobsGoOn::AsChosen : JobsGoOn::No};
     Taskmill_AskThroughPrompt(exit);
-    if (exit.IsConfirmed())
-        ExitSlot();
+    if (!exit.IsConfirmed())
+        return;
+    if (exit.HasChoice())
+        Taskmill_RememberJobsGoOn(exit.DoJobsGoOn());
+    LeaveProgram(exit.DoJobsGoOn() ? Taskmill_Ending::AskedToKeep : Taskmill_Ending::AskedToEnd);
 }
 
 void Taskmill_AppWindow::ExitSlot()
+{
+    LeaveProgram(Taskmill_Ending::AskedToEnd);
+}
+
+void Taskmill_AppWindow::LeaveProgram(Taskmill_Ending ending)
 {
     if (m_manager.IsShutDown())
         return;
@@ -233,7 +243,7 @@ void Taskmill_AppWindow::ExitSlot()
     Taskmill_AskThroughPrompt(closing);
     if (!closing.MayClose())
         return;
-    m_manager.SetEnding(Taskmill_Ending::AskedToEnd);
+    m_manager.SetEnding(ending);
     Q_EMIT ExitSignal();
 }
 

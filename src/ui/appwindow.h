@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "manager/jobsgoon.h"
 #include "ui/finishedjobswidget.h"
 #include "ui/jobtypeswidget.h"
 #include "ui/mainwindow.h"
@@ -65,6 +66,8 @@ Q_SIGNALS:
     void ExitSignal();
 
 private:
+    /// Asks whether to save, and ends the program unless the user thinks better of it.
+    void LeaveProgram(Taskmill_Ending ending);
     void FillWindow();
     void Fill(Taskmill_Page page, Taskmill_QueueTab &tab);
     void ConnectWindow();

@@ -16,6 +16,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSizeGrip>
+#include <QSpinBox>
 #include <QTextDocumentFragment>
 
 using namespace Qt::Literals::StringLiterals;
@@ -118,6 +119,10 @@ void Taskmill_NewJobTypeWidget::MakeFields()
     m_inputFileFilter = new QLineEdit{this};
     m_outputFileFilter = new QLineEdit{this};
     m_environmentVariables = NewTextEdit(environmentLines);
+    m_killGrace = new QSpinBox{this};
+    m_killGrace->setRange(0, Taskmill_JobType::LongestKillGrace);
+    m_killGrace->setSuffix(u" s"_s);
+    m_killGrace->setValue(Taskmill_JobType::DefaultKillGrace);
 }
 
 QPlainTextEdit *Taskmill_NewJobTypeWidget::NewTextEdit(int lines)
@@ -167,6 +172,10 @@ void Taskmill_NewJobTypeWidget::DescribeFields()
              u"One definition <code>NAME=VALUE</code> on each line, added to the environment of the program. "
              "Placeholders that the submitting program fills can be used; those of files cannot."_s);
     m_environmentVariables->setPlaceholderText(u"NAME=VALUE"_s);
+    Describe(
+        m_killGrace, u"Time to End When Killed"_s,
+        u"How long a job that is killed has to write its state and end by itself; what is left of it then "
+        "is ended by force. With 0 that happens at once."_s);
 }
 
 void Taskmill_NewJobTypeWidget::AddRows(QBoxLayout *layout)
@@ -179,6 +188,7 @@ void Taskmill_NewJobTypeWidget::AddRows(QBoxLayout *layout)
     AddRow(layout, u"Input File Filter:  "_s, m_inputFileFilter);
     AddRow(layout, u"Output File Filter:  "_s, m_outputFileFilter);
     AddRow(layout, u"Environment Variables:  "_s, m_environmentVariables);
+    AddRow(layout, u"Time to End When Killed:  "_s, m_killGrace, 0)->addStretch();
     KilnUtil_WidgetUtil::MatchMinimumWidths(m_labels);
     m_name->setMinimumWidth(leastFieldCharacters * fontMetrics().averageCharWidth());
 }
@@ -238,6 +248,7 @@ void Taskmill_NewJobTypeWidget::ConnectFields()
     // Left without a change, a field does not signal it.
     for (QLineEdit *edit : {m_name, m_applicationName, m_inputFileFilter, m_outputFileFilter})
         edit->installEventFilter(this);
+    connect(m_killGrace, &QSpinBox::editingFinished, this, &Widget::UpdateOk);
     connect(m_defaultQueue, &QComboBox::activated, this, &Widget::DefaultQueueSlot);
     connect(m_browse, &QPushButton::clicked, this, &Widget::ExecutablePathBrowseSlot);
     for (QLineEdit *edit : {m_name, m_applicationName, m_executablePath})
@@ -266,6 +277,7 @@ void Taskmill_NewJobTypeWidget::Load(const Taskmill_JobType &jobType)
     m_inputFileFilter->setText(jobType.InputFileFilter);
     m_outputFileFilter->setText(jobType.OutputFileFilter);
     m_environmentVariables->setPlainText(jobType.EnvironmentVariables);
+    m_killGrace->setValue(jobType.KillGraceSeconds);
 }
 
 Taskmill_JobType Taskmill_NewJobTypeWidget::Read() const
@@ -279,6 +291,7 @@ Taskmill_JobType Taskmill_NewJobTypeWidget::Read() const
     jobType.InputFileFilter = m_inputFileFilter->text();
     jobType.OutputFileFilter = m_outputFileFilter->text();
     jobType.EnvironmentVariables = m_environmentVariables->toPlainText();
+    jobType.KillGraceSeconds = m_killGrace->value();
     return jobType;
 }
 

@@ -11,6 +11,7 @@ class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
 class QPushButton;
+class QSpinBox;
 
 /// The editor of a job type, modal. It never touches the database: the caller reads the edited record back
 /// when the dialog was accepted.
@@ -70,6 +71,7 @@ private:
     QLineEdit *m_inputFileFilter;
     QLineEdit *m_outputFileFilter;
     QPlainTextEdit *m_environmentVariables;
+    QSpinBox *m_killGrace; ///< seconds
     QPushButton *m_ok;
     QLabel *m_hint;
     QList<QWidget *> m_labels;

@@ -4,6 +4,7 @@
 #include "widgets/widgetutil.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -104,13 +105,19 @@ void MakeModal(QDialog &dialog)
 }
 
 WarnAnswer Ask(QMessageBox::Icon icon, QWidget *parent, const QString &title, const QString &text,
-               WarnMode mode, WarnAnswer defaultAnswer, const QString &detail = {})
+               WarnMode mode, WarnAnswer defaultAnswer, KilnUtil_UserPrompt::WarnDetail *detail = nullptr)
 {
     QMessageBox box{icon, title, {}, ButtonsOf(mode), parent};
     MakeModal(box);
     box.setTextFormat(Qt::PlainText);
     box.setText(InBounds(text, box));
-    box.setInformativeText(detail);
+    if (detail)
+        box.setInformativeText(detail->text);
+    auto *checkBox = detail && !detail->checkBox.isEmpty() ? new QCheckBox{detail->checkBox, &box} : nullptr;
+    if (checkBox) {
+        checkBox->setChecked(detail->isChecked);
+        box.setCheckBox(checkBox);
+    }
     box.setDefaultButton(ButtonOf(defaultAnswer));
     // Without a default answer, Enter gives none: Qt would take the first.
     if (mode != WarnMode::Ok && defaultAnswer == WarnAnswer::None) {
@@ -118,7 +125,10 @@ WarnAnswer Ask(QMessageBox::Icon icon, QWidget *parent, const QString &title, co
         for (QPushButton *button : buttons)
             button->setAutoDefault(false);
     }
-    return AnswerOf(box.exec(), mode);
+    const WarnAnswer answer = AnswerOf(box.exec(), mode);
+    if (checkBox)
+        detail->isChecked = checkBox->isChecked();
+    return answer;
 }
 
 /// "*.*" means all files, also where it would leave out those without a dot, as most executables are.
@@ -157,10 +167,10 @@ WarnAnswer KilnUtil_WidgetPrompt::ReportWarning(const QString &title, const QStr
 }
 
 WarnAnswer KilnUtil_WidgetPrompt::ReportDetailedWarning(const QString &title, const QString &text,
-                                                        const QString &detail, WarnMode mode,
+                                                        WarnDetail &detail, WarnMode mode,
                                                         WarnAnswer defaultAnswer)
 {
-    return Ask(QMessageBox::Warning, Parent(), title, text, mode, defaultAnswer, detail);
+    return Ask(QMessageBox::Warning, Parent(), title, text, mode, defaultAnswer, &detail);
 }
 
 void KilnUtil_WidgetPrompt::ReportError(const QString &title, const QString &text)

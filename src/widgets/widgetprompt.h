@@ -15,7 +15,7 @@ public:
 
     WarnAnswer ReportWarning(const QString &title, const QString &text, WarnMode mode,
                              WarnAnswer defaultAnswer) override;
-    WarnAnswer ReportDetailedWarning(const QString &title, const QString &text, const QString &detail,
+    WarnAnswer ReportDetailedWarning(const QString &title, const QString &text, WarnDetail &detail,
                                      WarnMode mode, WarnAnswer defaultAnswer) override;
     void ReportError(const QString &title, const QString &text) override;
     WarnAnswer AskQuestion(const QString &title, const QString &text, WarnMode mode,

@@ -274,6 +274,7 @@ private Q_SLOTS:
         QVERIFY(Complaint(2, add + TestProgramPath() + u" --queue=longest"_s).contains("--queue"));
         QVERIFY(Complaint(2, add + TestProgramPath() + u" --env=A"_s).contains("--env"));
         QVERIFY(Complaint(2, add + TestProgramPath() + u" --command-line=x"_s).contains("@EXEFILE"));
+        QVERIFY(Complaint(2, add + TestProgramPath() + u" --kill-grace=61"_s).contains("--kill-grace"));
         QCOMPARE(ReadTestFile(Path(u"größe.mill"_s)), before);
 
         QCOMPARE(Run(u"types add größe.mill --name O'Hara --queue Queueless --env=A=1=2 --env=B="_s,

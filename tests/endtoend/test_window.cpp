@@ -10,6 +10,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 const QString exitTitle = u"Exit Taskmill"_s;
 
+const QString choice = u"Let running jobs go on"_s;
+
 const QByteArray waterMopac = "PM7\nWater\n\nO 0 0 0\nH 0.96 0 0\nH -0.24 0.93 0\n";
 const QByteArray waterXyz = "3\nwater\nO 0 0 0\nH 0.96 0 0\nH -0.24 0.93 0\n";
 } // namespace
@@ -54,6 +56,42 @@ private Q_SLOTS:
         QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
         QCOMPARE(Manager().Errors(), "");
         QCOMPARE(Project().Rows().queuelessJobs.size(), 0);
+    }
+
+    void LetsRunningJobsGoOn()
+    {
+#ifndef TASKMILL_HAS_KEEPERS
+        QSKIP("Built without the keeper.");
+#endif
+        qputenv("TASKMILL_END_JOBS", "");
+        const auto reset = qScopeGuard([] { qunsetenv("TASKMILL_END_JOBS"); });
+        Desktop desktop;
+        QVERIFY(Project().AddTestType(u"Wait"_s, u"wait"_s));
+        QVERIFY(desktop.Start());
+        const auto exit = [&](bool changesChoice) {
+            desktop.Press(u"alt+x"_s);
+            return desktop.WaitForWindow(exitTitle) &&
+                   (!changesChoice || desktop.ClickControl(u"check box"_s, choice)) &&
+                   desktop.ClickControl(u"push button"_s, u"Yes"_s) &&
+                   desktop.WaitForWindow(u"Save Changes to Current Project?"_s) &&
+                   desktop.ClickControl(u"push button"_s, u"No"_s) &&
+                   Manager().End() == ManagerEnd{.status = 0};
+        };
+        QVERIFY(Start(desktop));
+        QVERIFY(Manager().Submit(u"Wait"_s, Project().InputFile(u"a"_s), u"none"_s).startsWith("accepted="));
+        QVERIFY(exit(true));
+        for (const bool endsJob : {false, true}) {
+            QVERIFY(Start(desktop));
+            QVERIFY(desktop.WaitForWindow(u"Project Recovered"_s));
+            QVERIFY(desktop.ClickControl(u"push button"_s, u"OK"_s));
+            QVERIFY(desktop.ClickControl(u"page tab"_s, u"Queueless Jobs"_s));
+            QVERIFY(desktop.WaitForControl(u"cell"_s, u"Running"_s));
+            // The first time what was chosen is remembered.
+            QVERIFY(exit(endsJob));
+        }
+        QVERIFY(Start(desktop));
+        QVERIFY(desktop.ClickControl(u"page tab"_s, u"Queueless Jobs"_s));
+        QVERIFY(desktop.WaitUntilControlIsGone(u"cell"_s, u"Running"_s));
     }
 
     /// Twenty jobs of real programs, submitted in two ways, one of them killed; nothing is lost.

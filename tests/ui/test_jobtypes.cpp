@@ -92,6 +92,7 @@ private Q_SLOTS:
         Taskmill_JobType jobType = ValidJobType();
         jobType.Name = u"user's"_s;
         jobType.DefaultQueue = u"None"_s;
+        jobType.KillGraceSeconds = 30;
         for (const bool accept : {false, true}) {
             WhenDialogIsOpen([&](QDialog &dialog) {
                 dynamic_cast<Taskmill_NewJobTypeWidget &>(dialog).Load(jobType);

@@ -12,6 +12,7 @@
 #include <QJsonObject>
 
 #include <algorithm>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -63,6 +64,15 @@ bool IsQueue(const QString &name)
     });
 }
 
+/// Seconds; nothing when it is no number in its range.
+std::optional<qint32> KillGrace(const QCommandLineParser &parser)
+{
+    bool isNumber = false;
+    const int seconds = parser.value(u"kill-grace"_s).toInt(&isNumber);
+    return isNumber && seconds >= 0 && seconds <= Taskmill_JobType::LongestKillGrace ? std::optional{seconds}
+                                                                                     : std::nullopt;
+}
+
 Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
 {
     const QFileInfo executable{parser.value(u"exe"_s)};
@@ -74,7 +84,8 @@ Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
             .GenericCommandLine = parser.value(u"command-line"_s),
             .InputFileFilter = parser.value(u"input-filter"_s),
             .OutputFileFilter = parser.value(u"output-filter"_s),
-            .EnvironmentVariables = parser.values(u"env"_s).join(u'\n')};
+            .EnvironmentVariables = parser.values(u"env"_s).join(u'\n'),
+            .KillGraceSeconds = KillGrace(parser).value_or(Taskmill_JobType::DefaultKillGrace)};
 }
 
 /// What is wrong with the job type; empty when it can be used.
@@ -88,6 +99,8 @@ QString Fault(const QCommandLineParser &parser, const Taskmill_JobType &jobType)
         return u"--queue needs long, short, queueless or none"_s;
     if (!std::ranges::all_of(parser.values(u"env"_s), IsVariable))
         return u"--env needs NAME=VALUE in one line"_s;
+    if (!KillGrace(parser))
+        return u"--kill-grace needs seconds from 0 to %1"_s.arg(Taskmill_JobType::LongestKillGrace);
     if (HasLineFeed(jobType))
         return u"only the command line may hold a line feed"_s;
     if (!jobType.IsValid())
@@ -145,6 +158,8 @@ void Taskmill_AddTypesAddOptions(QCommandLineParser &parser)
         {u"command-line"_s, u"Template of the command line."_s, u"TEMPLATE"_s, u"@EXEFILE @INFILE"_s},
         {u"input-filter"_s, u"Input files, such as \"Water Files (*.mop *.dat)\"."_s, u"FILTER"_s},
         {u"output-filter"_s, u"Output files; the first pattern names a job's output file."_s, u"FILTER"_s},
+        {u"kill-grace"_s, u"Seconds that a killed job has to end by itself, 0 to 60."_s, u"SECONDS"_s,
+         QString::number(Taskmill_JobType::DefaultKillGrace)},
         {u"env"_s, u"Environment variable. May be repeated."_s, u"NAME=VALUE"_s},
     });
 }
