@@ -2,6 +2,7 @@
 #include "app/platform.h"
 
 #include "processes/processtree.h"
+#include "processes/runkeepers.h"
 
 #include <QCoreApplication>
 
@@ -23,6 +24,13 @@ bool EndsTheProgram(DWORD event)
     return event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT;
 }
 
+/// Whether the jobs of keepers end with a program that is to end at once.
+bool EndsJobs(DWORD event)
+{
+    const QByteArray wanted = qgetenv("TASKMILL_END_JOBS");
+    return wanted == "1" || (wanted != "0" && event == CTRL_C_EVENT);
+}
+
 /// Runs on a thread of the system's own, which meanwhile holds what is needed to remove the handler and to
 /// leave the console.
 BOOL WINAPI HandleConsoleEvent(DWORD event)
@@ -32,11 +40,13 @@ BOOL WINAPI HandleConsoleEvent(DWORD event)
     if (isStopped)
         return FALSE;
     if (eventSeen.exchange(true)) {
+        if (EndsJobs(event))
+            KilnUtil_RunKeepers::EndRunsAtOnce();
         KilnUtil_ProcessTree::KillRegisteredChildren();
         return FALSE;
     }
     QMetaObject::invokeMethod(
-        QCoreApplication::instance(), [] { quitCall(false); }, Qt::QueuedConnection);
+        QCoreApplication::instance(), [event] { quitCall(event == CTRL_C_EVENT); }, Qt::QueuedConnection);
     // The system ends the program when this returns; until then it grants some seconds.
     if (EndsTheProgram(event))
         Sleep(INFINITE);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ctl/platform.h"
 
+#include "wire/systemtext_win.h"
+
 #include <algorithm>
 #include <array>
 
@@ -10,24 +12,6 @@
 #include <shellapi.h>
 
 namespace {
-std::string FromWide(const std::wstring &text)
-{
-    const auto units = static_cast<int>(text.size());
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), units, nullptr, 0, nullptr, nullptr);
-    std::string utf8(static_cast<std::size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), units, utf8.data(), size, nullptr, nullptr);
-    return utf8;
-}
-
-std::wstring ToWide(const std::string &utf8)
-{
-    const auto bytes = static_cast<int>(utf8.size());
-    const int size = MultiByteToWideChar(CP_UTF8, 0, utf8.data(), bytes, nullptr, 0);
-    std::wstring text(static_cast<std::size_t>(size), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, utf8.data(), bytes, text.data(), size);
-    return text;
-}
-
 /// Null when the stream is no console.
 HANDLE ConsoleOf(std::FILE *stream)
 {
@@ -59,7 +43,7 @@ std::vector<std::string> Taskmill_CtlPlatform::Arguments(int, char **)
     LPWSTR *words = CommandLineToArgvW(GetCommandLineW(), &count);
     std::vector<std::string> arguments;
     for (int position = 1; words && position < count; ++position)
-        arguments.push_back(FromWide(words[position]));
+        arguments.push_back(Taskmill_Utf8Text(words[position]));
     LocalFree(words);
     return arguments;
 }
@@ -74,7 +58,7 @@ void Taskmill_CtlPlatform::Write(std::FILE *stream, const std::string &text)
         std::fflush(stream);
         return;
     }
-    std::wstring rest = ToWide(text);
+    std::wstring rest = Taskmill_WideText(text);
     while (!rest.empty()) {
         DWORD written = 0;
         const auto units = static_cast<DWORD>(std::min(rest.size(), mostUnitsAtOnce));
@@ -87,7 +71,7 @@ void Taskmill_CtlPlatform::Write(std::FILE *stream, const std::string &text)
 bool Taskmill_CtlPlatform::IsReadable(const std::string &path)
 {
     constexpr int forReading = 4;
-    return _waccess(ToWide(path).c_str(), forReading) == 0;
+    return _waccess(Taskmill_WideText(path).c_str(), forReading) == 0;
 }
 
 int Taskmill_CtlPlatform::TerminalWidth()
@@ -115,7 +99,7 @@ int Taskmill_CtlPlatform::RunSibling(const std::string &name, char **)
 {
     std::wstring program = OwnPath();
     program.resize(program.find_last_of(L"\\/") + 1);
-    program += ToWide(name) + L".exe";
+    program += Taskmill_WideText(name) + L".exe";
     // As it was given, so that nothing is lost on the way; the program may write into it.
     std::wstring commandLine = GetCommandLineW();
     STARTUPINFOW start{};

@@ -3,6 +3,9 @@
 
 #include <QString>
 
+/// The same text for all names that the system takes for the same one.
+[[nodiscard]] QString Taskmill_FoldedName(const QString &path);
+
 /// Makes sure that the file's content is on the disk.
 [[nodiscard]] bool Taskmill_SyncFile(const QString &path);
 

@@ -21,6 +21,11 @@ static bool Sync(const QString &path, int flags)
     return close(descriptor) == 0 && synced;
 }
 
+QString Taskmill_FoldedName(const QString &path)
+{
+    return path;
+}
+
 bool Taskmill_SyncFile(const QString &path)
 {
     return Sync(path, O_RDWR);

@@ -11,6 +11,11 @@ static const wchar_t *Native(const QString &nativePath)
     return reinterpret_cast<const wchar_t *>(nativePath.utf16());
 }
 
+QString Taskmill_FoldedName(const QString &path)
+{
+    return path.toCaseFolded();
+}
+
 bool Taskmill_SyncFile(const QString &path)
 {
     const QString native = QDir::toNativeSeparators(path);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "db/workingcopy.h"
 
+#include "db/databasefile.h"
 #include "kilnutil/logging.h"
 #include "kilnutil/statefolder.h"
 
@@ -81,9 +82,10 @@ QString CanonicalPath(const QString &path)
 {
     const QFileInfo file{path};
     const QString canonical = file.canonicalFilePath();
-    return canonical.isEmpty()
-               ? QDir{QFileInfo{file.absolutePath()}.canonicalFilePath()}.filePath(file.fileName())
-               : canonical;
+    return Taskmill_FoldedName(
+        canonical.isEmpty()
+            ? QDir{QFileInfo{file.absolutePath()}.canonicalFilePath()}.filePath(file.fileName())
+            : canonical);
 }
 } // namespace
 

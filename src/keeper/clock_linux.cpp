@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "keeper/clock_linux.h"
+#include "keeper/clock.h"
 
 #include <ctime>
 

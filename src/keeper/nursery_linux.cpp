@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "keeper/nursery_linux.h"
 
-#include "keeper/clock_linux.h"
-#include "keeper/keeper_linux.h"
+#include "keeper/clock.h"
+#include "keeper/keepersystem_linux.h"
 #include "keeper/processtree_linux.h"
 #include "wire/runlocks.h"
 #include "wire/runrecord.h"
@@ -96,7 +96,7 @@ bool Taskmill_KeeperNursery::OpenJournal()
 void Taskmill_KeeperNursery::WaitForSomething()
 {
     std::array<pollfd, 2> waits{{{.fd = m_signals, .events = POLLIN, .revents = 0},
-                                 {.fd = m_manager.Get(), .events = POLLIN, .revents = 0}}};
+                                 {.fd = static_cast<int>(m_manager.Get()), .events = POLLIN, .revents = 0}}};
     if (poll(waits.data(), waits.size(), WaitMs()) > 0 && waits[1].revents != 0)
         ReadManager();
 }
@@ -187,7 +187,7 @@ void Taskmill_KeeperNursery::EndLostRuns()
 
 void Taskmill_KeeperNursery::ReportSwept(const std::string &runID) const
 {
-    unlink(("socket/" + runID).c_str());
+    Taskmill_KeeperChannel::StopListening(".", runID);
     Taskmill_KeeperMessage message{Taskmill_SweptWord};
     message.Add("run", runID);
     if (m_manager.IsOpen())
@@ -260,5 +260,8 @@ void Taskmill_KeeperNursery::BecomeKeeper(Taskmill_KeeperMessage order, Taskmill
 {
     m_isKeeper = true;
     m_manager.Close();
-    Taskmill_Keeper{std::move(order), std::move(manager), lock, m_journal, m_signals}.Run();
+    Taskmill_Keeper{std::move(order),
+                    std::move(manager),
+                    {.lock = lock, .journal = m_journal, .signals = m_signals, .pipe = -1, .waits = {}}}
+        .Run();
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "keeper/processtree_linux.h"
 
-#include "keeper/clock_linux.h"
+#include "keeper/clock.h"
 #include "wire/runrecord.h"
 
 #include <algorithm>

@@ -35,17 +35,6 @@ bool IsOwnFile(int file)
 }
 } // namespace
 
-KilnUtil_FileLock::KilnUtil_FileLock(const QString &path)
-    : m_path{path}
-{
-    Take();
-}
-
-KilnUtil_FileLock::~KilnUtil_FileLock()
-{
-    Release();
-}
-
 void KilnUtil_FileLock::Take()
 {
     const QByteArray path = QFile::encodeName(m_path);

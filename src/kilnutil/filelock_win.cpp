@@ -26,20 +26,9 @@ HANDLE Handle(qintptr file)
 }
 } // namespace
 
-KilnUtil_FileLock::KilnUtil_FileLock(const QString &path)
-    : m_path{path}
-{
-    Take();
-}
-
-KilnUtil_FileLock::~KilnUtil_FileLock()
-{
-    Release();
-}
-
 void KilnUtil_FileLock::Take()
 {
-    const HANDLE file = OpenFile(m_path, GENERIC_READ | GENERIC_WRITE | DELETE, OPEN_ALWAYS);
+    const HANDLE file = OpenFile(m_path, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS);
     if (file == INVALID_HANDLE_VALUE)
         return;
     m_file = reinterpret_cast<qintptr>(file);

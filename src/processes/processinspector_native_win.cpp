@@ -257,7 +257,11 @@ void Taskmill_NativeProcessInspector::EndChildren(int processID)
 
 std::optional<QString> Taskmill_NativeProcessInspector::CreationDateNow(int processID)
 {
-    const std::optional<Times> times = TimesOf(static_cast<DWORD>(processID));
+    const Handle process{
+        OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, static_cast<DWORD>(processID))};
+    // One that has ended is there as long as somebody has it open.
+    const bool runs = process.IsValid() && WaitForSingleObject(process.Get(), 0) == WAIT_TIMEOUT;
+    const std::optional<Times> times = runs ? TimesOf(process) : std::nullopt;
     return times ? QString::fromLatin1(DateText(times->creation)) : QString{};
 }
 

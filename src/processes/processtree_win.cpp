@@ -2,14 +2,16 @@
 #include "processes/processtree.h"
 
 #include "kilnutil/logging.h"
+#include "wire/startup_win.h"
 
 #include <QHash>
-#include <QList>
 #include <QProcess>
 
+#include <algorithm>
 #include <memory>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 #include <windows.h>
 
@@ -33,41 +35,17 @@ HANDLE MakeJobObject(HANDLE process)
         CloseHandle(jobObject);
     return nullptr;
 }
-/// Start-up information by which a process inherits its three streams and nothing else, such as the
-/// connections of clients, which would then stay open until its end.
-class StreamsOnly
+
+/// Its three streams, each once: all that it is to inherit.
+std::vector<HANDLE> StreamsOf(const STARTUPINFOW &plain)
 {
-public:
-    explicit StreamsOnly(const STARTUPINFOW &plain)
-    {
-        SIZE_T size = 0;
-        InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
-        m_attributes.resize(static_cast<qsizetype>(size));
-        for (const HANDLE stream : {plain.hStdInput, plain.hStdOutput, plain.hStdError}) {
-            if (stream && stream != INVALID_HANDLE_VALUE && !m_streams.contains(stream))
-                m_streams.append(stream);
-        }
-        m_information.StartupInfo = plain;
-        m_information.StartupInfo.cb = sizeof m_information;
-        m_information.lpAttributeList = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_attributes.data());
-        m_isValid = !m_streams.isEmpty() &&
-                    InitializeProcThreadAttributeList(m_information.lpAttributeList, 1, 0, &size) &&
-                    UpdateProcThreadAttribute(
-                        m_information.lpAttributeList, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, m_streams.data(),
-                        static_cast<SIZE_T>(m_streams.size()) * sizeof(HANDLE), nullptr, nullptr);
+    std::vector<HANDLE> streams;
+    for (const HANDLE stream : {plain.hStdInput, plain.hStdOutput, plain.hStdError}) {
+        if (stream && stream != INVALID_HANDLE_VALUE && std::ranges::find(streams, stream) == streams.end())
+            streams.push_back(stream);
     }
-    Q_DISABLE_COPY_MOVE(StreamsOnly)
-    ~StreamsOnly() = default;
-
-    [[nodiscard]] bool IsValid() const { return m_isValid; }
-    [[nodiscard]] STARTUPINFOW *Information() { return &m_information.StartupInfo; }
-
-private:
-    QByteArray m_attributes;
-    QList<HANDLE> m_streams;
-    STARTUPINFOEXW m_information{};
-    bool m_isValid = false;
-};
+    return streams;
+}
 } // namespace
 
 void KilnUtil_ProcessTree::PrepareChild(QProcess &process, const QString &argumentText)
@@ -75,17 +53,18 @@ void KilnUtil_ProcessTree::PrepareChild(QProcess &process, const QString &argume
     process.setNativeArguments(argumentText);
     heldProcess = nullptr;
     // The start-up information has to live until the process is started.
-    process.setCreateProcessArgumentsModifier(
-        [streams = std::shared_ptr<StreamsOnly>{}](QProcess::CreateProcessArguments *arguments) mutable {
-            streams = std::make_shared<StreamsOnly>(*arguments->startupInfo);
-            if (streams->IsValid()) {
-                arguments->startupInfo = streams->Information();
-                arguments->flags |= EXTENDED_STARTUPINFO_PRESENT;
-            }
-            // Whatever it starts is to be in its job object, so it may not begin before it is there itself.
-            arguments->flags |= CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
-            heldProcess = arguments->processInformation;
-        });
+    process.setCreateProcessArgumentsModifier([streams = std::shared_ptr<Taskmill_InheritedHandles>{}](
+                                                  QProcess::CreateProcessArguments *arguments) mutable {
+        streams = std::make_shared<Taskmill_InheritedHandles>(StreamsOf(*arguments->startupInfo),
+                                                              *arguments->startupInfo);
+        if (streams->AreValid()) {
+            arguments->startupInfo = streams->StartupInfo();
+            arguments->flags |= EXTENDED_STARTUPINFO_PRESENT;
+        }
+        // Whatever it starts is to be in its job object, so it may not begin before it is there itself.
+        arguments->flags |= CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
+        heldProcess = arguments->processInformation;
+    });
 }
 
 void KilnUtil_ProcessTree::RegisterChild(qint64 processID)

@@ -3,7 +3,7 @@
 
 #include "wire/keepermessage.h"
 
-#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -19,11 +19,13 @@ public:
         Open,
         Ended, ///< the other side has closed, or is gone, and everything it sent was received
     };
-    static constexpr int NoHandle = -1;
+    /// A descriptor, on Windows an object of this class.
+    using Handle = std::intptr_t;
+    static constexpr Handle NoHandle = -1;
 
     Taskmill_KeeperChannel() = default;
     /// Takes the ownership of an open one.
-    explicit Taskmill_KeeperChannel(int handle)
+    explicit Taskmill_KeeperChannel(Handle handle)
         : m_handle{handle}
     {
     }
@@ -36,22 +38,28 @@ public:
     Taskmill_KeeperChannel(const Taskmill_KeeperChannel &) = delete;
     Taskmill_KeeperChannel &operator=(const Taskmill_KeeperChannel &) = delete;
 
-    /// Both ends of a new one; not open when the system gives none.
+    /// Both ends of a new one; not open when the system gives none. Windows has Taskmill_MakeKeeperPipe().
     [[nodiscard]] static std::pair<Taskmill_KeeperChannel, Taskmill_KeeperChannel> MakePair();
-    /// Under that name in an open folder, whatever the length of its path.
-    [[nodiscard]] static Taskmill_KeeperChannel Listen(int folder, const std::string &name);
-    [[nodiscard]] static Taskmill_KeeperChannel Connect(int folder, const std::string &name);
+    /// Where the keeper of that run waits for a manager: in the folder of the runs, whatever the length of
+    /// its path, or on Windows at a pipe whose name is the run's.
+    [[nodiscard]] static Taskmill_KeeperChannel Listen(const std::string &runFolder,
+                                                       const std::string &runID);
+    /// Removes what Listen() has made there.
+    static void StopListening(const std::string &runFolder, const std::string &runID);
+    [[nodiscard]] static Taskmill_KeeperChannel Connect(const std::string &runFolder,
+                                                        const std::string &runID);
     /// The next connection of a listening one; not open when none waits or it is another user's.
     [[nodiscard]] Taskmill_KeeperChannel Accept() const;
 
     [[nodiscard]] bool IsOpen() const { return m_handle != NoHandle; }
-    [[nodiscard]] int Get() const { return m_handle; }
+    /// For who waits for something to come, or to connect: readable then, on Windows an event.
+    [[nodiscard]] Handle Get() const;
     /// Gives the ownership away.
-    int Release() { return std::exchange(m_handle, NoHandle); }
+    Handle Release() { return std::exchange(m_handle, NoHandle); }
     void Close();
 
     /// False when the other side is gone, or has not read enough within that time. A long message goes
-    /// through memory of its own. The files stay the caller's.
+    /// through memory of its own. The files stay the caller's; Windows has none.
     bool Send(const Taskmill_KeeperMessage &message, const std::vector<int> &files = {},
               int waitMs = 0) const;
     /// Never waits: no message when none has come. The files that came with it are the caller's; without
@@ -61,5 +69,5 @@ public:
     State ReceiveWithin(int waitMs, std::optional<Taskmill_KeeperMessage> &message) const;
 
 private:
-    int m_handle = NoHandle;
+    Handle m_handle = NoHandle;
 };

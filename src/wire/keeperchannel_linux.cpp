@@ -103,11 +103,11 @@ std::string ReadMemory(std::vector<int> &files)
 }
 
 /// An address has room for 107 characters, so a folder stands there by its number.
-std::optional<sockaddr_un> AddressOf(int folder, const std::string &name)
+std::optional<sockaddr_un> AddressOf(int folder, const std::string &runID)
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    const std::string path = "/proc/self/fd/" + std::to_string(folder) + '/' + name;
+    const std::string path = "/proc/self/fd/" + std::to_string(folder) + "/socket/" + runID;
     if (path.size() >= sizeof address.sun_path)
         return std::nullopt;
     std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
@@ -126,6 +126,42 @@ Taskmill_KeeperChannel NewSocket()
 {
     return Taskmill_KeeperChannel{socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0)};
 }
+
+int Descriptor(const Taskmill_KeeperChannel &channel)
+{
+    return static_cast<int>(channel.Get());
+}
+
+int OpenFolder(const std::string &path)
+{
+    return open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+}
+
+Taskmill_KeeperChannel ListenIn(int folder, const std::string &runID)
+{
+    const std::optional<sockaddr_un> address = AddressOf(folder, runID);
+    Taskmill_KeeperChannel channel = NewSocket();
+    if (!address || !channel.IsOpen())
+        return {};
+    unlinkat(folder, ("socket/" + runID).c_str(), 0);
+    // The folder is the user's alone, so the rights of the socket itself do not matter.
+    if (bind(Descriptor(channel), reinterpret_cast<const sockaddr *>(&*address), sizeof *address) != 0 ||
+        listen(Descriptor(channel), 4) != 0 || fcntl(Descriptor(channel), F_SETFL, O_NONBLOCK) != 0)
+        return {};
+    return channel;
+}
+
+Taskmill_KeeperChannel ConnectIn(int folder, const std::string &runID)
+{
+    const std::optional<sockaddr_un> address = AddressOf(folder, runID);
+    Taskmill_KeeperChannel channel = NewSocket();
+    // Not to wait for one whose queue is full.
+    if (!address || !channel.IsOpen() || fcntl(Descriptor(channel), F_SETFL, O_NONBLOCK) != 0 ||
+        connect(Descriptor(channel), reinterpret_cast<const sockaddr *>(&*address), sizeof *address) != 0 ||
+        !IsOwnPeer(Descriptor(channel)))
+        return {};
+    return channel;
+}
 } // namespace
 
 Taskmill_KeeperChannel &Taskmill_KeeperChannel::operator=(Taskmill_KeeperChannel &&other) noexcept
@@ -140,47 +176,47 @@ Taskmill_KeeperChannel &Taskmill_KeeperChannel::operator=(Taskmill_KeeperChannel
 void Taskmill_KeeperChannel::Close()
 {
     if (IsOpen())
-        close(Release());
+        close(static_cast<int>(Release()));
+}
+
+Taskmill_KeeperChannel::Handle Taskmill_KeeperChannel::Get() const
+{
+    return m_handle;
 }
 
 std::pair<Taskmill_KeeperChannel, Taskmill_KeeperChannel> Taskmill_KeeperChannel::MakePair()
 {
-    std::array<int, 2> ends{NoHandle, NoHandle};
+    std::array<int, 2> ends{-1, -1};
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
         return {};
     return {Taskmill_KeeperChannel{ends[0]}, Taskmill_KeeperChannel{ends[1]}};
 }
 
-Taskmill_KeeperChannel Taskmill_KeeperChannel::Listen(int folder, const std::string &name)
+Taskmill_KeeperChannel Taskmill_KeeperChannel::Listen(const std::string &runFolder, const std::string &runID)
 {
-    const std::optional<sockaddr_un> address = AddressOf(folder, name);
-    Taskmill_KeeperChannel channel = NewSocket();
-    if (!address || !channel.IsOpen())
-        return {};
-    unlinkat(folder, name.c_str(), 0);
-    // The folder is the user's alone, so the rights of the socket itself do not matter.
-    if (bind(channel.Get(), reinterpret_cast<const sockaddr *>(&*address), sizeof *address) != 0 ||
-        listen(channel.Get(), 4) != 0 || fcntl(channel.Get(), F_SETFL, O_NONBLOCK) != 0)
-        return {};
+    const int folder = OpenFolder(runFolder);
+    Taskmill_KeeperChannel channel = ListenIn(folder, runID);
+    close(folder);
     return channel;
 }
 
-Taskmill_KeeperChannel Taskmill_KeeperChannel::Connect(int folder, const std::string &name)
+void Taskmill_KeeperChannel::StopListening(const std::string &runFolder, const std::string &runID)
 {
-    const std::optional<sockaddr_un> address = AddressOf(folder, name);
-    Taskmill_KeeperChannel channel = NewSocket();
-    // Not to wait for one whose queue is full.
-    if (!address || !channel.IsOpen() || fcntl(channel.Get(), F_SETFL, O_NONBLOCK) != 0 ||
-        connect(channel.Get(), reinterpret_cast<const sockaddr *>(&*address), sizeof *address) != 0 ||
-        !IsOwnPeer(channel.Get()))
-        return {};
+    unlink((runFolder + "/socket/" + runID).c_str());
+}
+
+Taskmill_KeeperChannel Taskmill_KeeperChannel::Connect(const std::string &runFolder, const std::string &runID)
+{
+    const int folder = OpenFolder(runFolder);
+    Taskmill_KeeperChannel channel = ConnectIn(folder, runID);
+    close(folder);
     return channel;
 }
 
 Taskmill_KeeperChannel Taskmill_KeeperChannel::Accept() const
 {
-    Taskmill_KeeperChannel channel{accept4(m_handle, nullptr, nullptr, SOCK_CLOEXEC)};
-    if (channel.IsOpen() && !IsOwnPeer(channel.Get()))
+    Taskmill_KeeperChannel channel{accept4(static_cast<int>(m_handle), nullptr, nullptr, SOCK_CLOEXEC)};
+    if (channel.IsOpen() && !IsOwnPeer(Descriptor(channel)))
         channel.Close();
     return channel;
 }
@@ -189,13 +225,13 @@ bool Taskmill_KeeperChannel::Send(const Taskmill_KeeperMessage &message, const s
                                   int waitMs) const
 {
     if (message.Bytes().size() <= longestDirectMessage)
-        return SendBytes(m_handle, message.Bytes(), files, waitMs);
+        return SendBytes(static_cast<int>(m_handle), message.Bytes(), files, waitMs);
     const int memory = MemoryOf(message.Bytes());
     if (memory < 0)
         return false;
     std::vector<int> all = files;
     all.push_back(memory);
-    const bool isSent = SendBytes(m_handle, longMessage, all, waitMs);
+    const bool isSent = SendBytes(static_cast<int>(m_handle), longMessage, all, waitMs);
     close(memory);
     return isSent;
 }
@@ -215,7 +251,7 @@ Taskmill_KeeperChannel::State Taskmill_KeeperChannel::Receive(std::optional<Task
     ssize_t size = 0;
     // A keeper that ends without having read everything resets the connection, but what it sent is there.
     do
-        size = recvmsg(m_handle, &header, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+        size = recvmsg(static_cast<int>(m_handle), &header, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
     while (size < 0 && (errno == EINTR || errno == ECONNRESET));
     if (size < 0)
         return errno == EAGAIN ? State::Open : State::Ended;
@@ -235,7 +271,7 @@ Taskmill_KeeperChannel::State Taskmill_KeeperChannel::Receive(std::optional<Task
 Taskmill_KeeperChannel::State
 Taskmill_KeeperChannel::ReceiveWithin(int waitMs, std::optional<Taskmill_KeeperMessage> &message) const
 {
-    pollfd wait{.fd = m_handle, .events = POLLIN, .revents = 0};
+    pollfd wait{.fd = static_cast<int>(m_handle), .events = POLLIN, .revents = 0};
     while (poll(&wait, 1, waitMs) < 0 && errno == EINTR) {
     }
     return Receive(message);

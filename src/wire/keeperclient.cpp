@@ -3,32 +3,82 @@
 
 #include "wire/runlocks.h"
 
+#include <algorithm>
 #include <charconv>
+#include <chrono>
+#include <thread>
 
 namespace {
-Taskmill_KeeperMessage MessageOf(const Taskmill_RunOrder &order)
+using Clock = std::chrono::steady_clock;
+
+int MsUntil(Clock::time_point end)
+{
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
+    return static_cast<int>(std::max<long long>(0, left));
+}
+
+/// What the keeper says to who wants to adopt its run.
+Taskmill_RunConnection::Adoption AnswerOf(const Taskmill_KeeperChannel &channel, std::string &owner,
+                                          int waitMs)
+{
+    using Adoption = Taskmill_RunConnection::Adoption;
+    std::optional<Taskmill_KeeperMessage> answer;
+    if (channel.ReceiveWithin(waitMs, answer) == Taskmill_KeeperChannel::State::Ended || !answer)
+        return Adoption::Occupied;
+    if (answer->Word() == Taskmill_AdoptedWord)
+        return Adoption::Adopted;
+    owner = answer->Value("owner");
+    return Adoption::Refused;
+}
+} // namespace
+
+Taskmill_KeeperMessage Taskmill_RunOrder::ToMessage() const
 {
     Taskmill_KeeperMessage message{Taskmill_StartWord};
-    message.Add("run", order.runID);
-    message.Add("owner", order.owner);
-    message.Add("directory", order.directory);
-    message.Add("input", order.inputPath);
-    message.Add("output", order.outputPath);
-    message.Add("grace", order.graceMs);
-    message.Add("nice", order.nice);
-    message.Add("files", order.openFiles);
-    message.Add("argument", order.program);
-    for (const std::string &argument : order.arguments)
+    message.Add("run", runID);
+    message.Add("owner", owner);
+    message.Add("directory", directory);
+    message.Add("input", inputPath);
+    message.Add("output", outputPath);
+    message.Add("grace", graceMs);
+    message.Add("nice", nice);
+    message.Add("files", openFiles);
+    message.Add("argument", program);
+    for (const std::string &argument : arguments)
         message.Add("argument", argument);
     const std::string name = std::string{Taskmill_RunVariable} + '=';
-    for (const std::string &variable : order.environment) {
+    for (const std::string &variable : environment) {
         if (!variable.starts_with(name))
             message.Add("variable", variable);
     }
-    message.Add("variable", name + order.runID);
+    message.Add("variable", name + runID);
     return message;
 }
-} // namespace
+
+Taskmill_RunConnection::Adoption Taskmill_RunConnection::Adopt(const std::string &runFolder,
+                                                               const std::string &runID, std::string &owner,
+                                                               int waitMs, Taskmill_RunConnection &connection)
+{
+    const Clock::time_point end = Clock::now() + std::chrono::milliseconds{waitMs};
+    Adoption adoption = Adoption::Gone;
+    // It listens a moment after its manager's end.
+    while (Taskmill_IsKeeperAlive(runFolder, runID)) {
+        Taskmill_KeeperMessage question{Taskmill_AdoptWord};
+        question.Add("run", runID);
+        question.Add("owner", owner);
+        Taskmill_KeeperChannel channel = Taskmill_KeeperChannel::Connect(runFolder, runID);
+        adoption = channel.IsOpen() && channel.Send(question) ? AnswerOf(channel, owner, MsUntil(end))
+                                                              : Adoption::Occupied;
+        if (adoption == Adoption::Adopted)
+            connection.m_channel = std::move(channel);
+        if (adoption != Adoption::Occupied || Clock::now() >= end)
+            break;
+        constexpr std::chrono::milliseconds pause{2};
+        std::this_thread::sleep_for(pause);
+        adoption = Adoption::Gone;
+    }
+    return adoption;
+}
 
 Taskmill_RunReport Taskmill_RunConnection::Receive(int waitMs)
 {
@@ -91,35 +141,4 @@ bool Taskmill_RunConnection::Watch(long long outputBytes) const
     Taskmill_KeeperMessage message{Taskmill_WatchWord};
     message.Add("total", outputBytes);
     return IsOpen() && m_channel.Send(message);
-}
-
-Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order) const
-{
-    auto [own, keepers] = Taskmill_KeeperChannel::MakePair();
-    // Many orders at once fill its queue, from which it takes one in a fraction of a millisecond.
-    constexpr int waitMs = 5000;
-    const Taskmill_RunLock lock{m_runFolder, order.runID};
-    if (!IsOpen() || !own.IsOpen() || !lock.IsHeld() ||
-        !m_channel.Send(MessageOf(order), {keepers.Get(), lock.Get()}, waitMs))
-        return {};
-    return Taskmill_RunConnection{std::move(own)};
-}
-
-bool Taskmill_Nursery::Sweep(const std::string &runID) const
-{
-    Taskmill_KeeperMessage message{Taskmill_SweepWord};
-    message.Add("run", runID);
-    return IsOpen() && m_channel.Send(message);
-}
-
-std::optional<std::string> Taskmill_Nursery::ReceiveSwept(int waitMs)
-{
-    std::optional<Taskmill_KeeperMessage> message;
-    if (!IsOpen())
-        return std::nullopt;
-    if (m_channel.ReceiveWithin(waitMs, message) == Taskmill_KeeperChannel::State::Ended)
-        m_channel.Close();
-    if (!message || message->Word() != Taskmill_SweptWord)
-        return std::nullopt;
-    return std::string{message->Value("run")};
 }

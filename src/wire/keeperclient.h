@@ -4,6 +4,7 @@
 #include "wire/keeperchannel.h"
 #include "wire/runrecord.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,7 +15,7 @@ struct Taskmill_RunOrder
     std::string runID;   ///< from Taskmill_NewRunID(), stored with the job before
     std::string owner;   ///< who may adopt the run, such as the identity of a project; no blanks
     std::string program; ///< path, not looked up
-    std::vector<std::string> arguments;   ///< without the program
+    std::vector<std::string> arguments;   ///< without the program; on Windows one text, quoted as a whole
     std::vector<std::string> environment; ///< NAME=VALUE, all of it
     std::string directory;                ///< absolute, as the files
     std::string inputPath;                ///< a regular file; empty for none
@@ -22,6 +23,8 @@ struct Taskmill_RunOrder
     long long graceMs = 2000; ///< between SIGTERM and SIGKILL where the keeper itself is asked to end
     int nice = 0;             ///< added to the manager's own
     long long openFiles = 0;  ///< how many files the run may have open at first; 0 for as many as the manager
+
+    [[nodiscard]] Taskmill_KeeperMessage ToMessage() const;
 };
 
 /// What a keeper reports.
@@ -69,8 +72,8 @@ public:
                                         std::string &owner, int waitMs, Taskmill_RunConnection &connection);
 
     [[nodiscard]] bool IsOpen() const { return m_channel.IsOpen(); }
-    /// For the event loop: readable when a report has come.
-    [[nodiscard]] int Handle() const { return m_channel.Get(); }
+    /// For the event loop: readable when a report has come, on Windows an event.
+    [[nodiscard]] Taskmill_KeeperChannel::Handle Handle() const { return m_channel.Get(); }
 
     /// The next report; waits for so long at most, -1 for ever. After Ended and Lost the connection is
     /// closed.
@@ -89,7 +92,8 @@ private:
     Taskmill_KeeperChannel m_channel;
 };
 
-/// The small process that starts keepers, started once by each manager.
+/// The small process that starts keepers, started once by each manager. Windows has none: there one keeper
+/// waits for an order, and the system ends what a keeper leaves.
 class Taskmill_Nursery
 {
 public:
@@ -99,23 +103,32 @@ public:
                                                                const std::string &runFolder, int waitMs);
 
     [[nodiscard]] long long ProcessID() const { return m_processID; }
-    /// For the event loop: readable when ReceiveSwept() has something.
-    [[nodiscard]] int Handle() const { return m_channel.Get(); }
-    [[nodiscard]] bool IsOpen() const { return m_channel.IsOpen(); }
+    /// For the event loop: readable when ReceiveSwept() has something, on Windows an event.
+    [[nodiscard]] Taskmill_KeeperChannel::Handle Handle() const;
+    [[nodiscard]] bool IsOpen() const;
+    /// Has all runs that it has started end, as when the system is shut down, without waiting. Also from
+    /// another thread, and when the object is gone. For the value see EndWord().
+    static void EndAll(long long word);
+    [[nodiscard]] long long EndWord() const;
 
     /// Does not wait for the start: Started or Ended follow on the connection. Not open when the process is
     /// gone, does not take the order within 5 s, or the run is there already.
-    [[nodiscard]] Taskmill_RunConnection StartRun(const Taskmill_RunOrder &order) const;
+    [[nodiscard]] Taskmill_RunConnection StartRun(const Taskmill_RunOrder &order);
+    /// Whether ReceiveSwept() reports runs of this object without being asked.
+    [[nodiscard]] static bool SweepsUnasked();
     /// Asks to end what is left of a run that was adopted and then Lost: it may have been started by another
     /// such process, which is gone. ReceiveSwept() returns it when that is done. For a run of this one that
-    /// happens without being asked.
+    /// may happen without being asked.
     bool Sweep(const std::string &runID) const;
     /// The next run that was Lost and of which nothing is left now; nothing when there is none yet. When the
     /// process itself is gone, IsOpen() is false then.
     std::optional<std::string> ReceiveSwept(int waitMs = 0);
 
 private:
-    Taskmill_KeeperChannel m_channel;
+    struct System;
+
+    Taskmill_KeeperChannel m_channel; ///< on Windows of the keeper that waits for an order
     std::string m_runFolder;
     long long m_processID = 0;
+    std::shared_ptr<System> m_system; ///< what Windows needs besides
 };

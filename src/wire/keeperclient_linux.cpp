@@ -5,8 +5,7 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
-#include <thread>
+#include <csignal>
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -14,14 +13,6 @@
 #include <unistd.h>
 
 namespace {
-using Clock = std::chrono::steady_clock;
-
-int MsUntil(Clock::time_point end)
-{
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
-    return static_cast<int>(std::max<long long>(0, left));
-}
-
 /// The program with the channel as its standard input, and the null device for the others. It leaves this
 /// process at once, which therefore waits only for its first half.
 bool StartProgram(const std::string &program, const std::string &runFolder, int channel)
@@ -51,20 +42,6 @@ bool StartProgram(const std::string &program, const std::string &runFolder, int 
     }
     return error == 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
-
-/// What the keeper says to who wants to adopt its run.
-Taskmill_RunConnection::Adoption AnswerOf(const Taskmill_KeeperChannel &channel, std::string &owner,
-                                          int waitMs)
-{
-    using Adoption = Taskmill_RunConnection::Adoption;
-    std::optional<Taskmill_KeeperMessage> answer;
-    if (channel.ReceiveWithin(waitMs, answer) == Taskmill_KeeperChannel::State::Ended || !answer)
-        return Adoption::Occupied;
-    if (answer->Word() == Taskmill_AdoptedWord)
-        return Adoption::Adopted;
-    owner = answer->Value("owner");
-    return Adoption::Refused;
-}
 } // namespace
 
 std::optional<Taskmill_Nursery> Taskmill_Nursery::Start(const std::string &program,
@@ -76,7 +53,7 @@ std::optional<Taskmill_Nursery> Taskmill_Nursery::Start(const std::string &progr
     }
     Taskmill_Nursery nursery;
     auto [own, its] = Taskmill_KeeperChannel::MakePair();
-    if (!own.IsOpen() || !StartProgram(program, runFolder, its.Get()))
+    if (!own.IsOpen() || !StartProgram(program, runFolder, static_cast<int>(its.Get())))
         return std::nullopt;
     its.Close();
     std::optional<Taskmill_KeeperMessage> answer;
@@ -89,30 +66,59 @@ std::optional<Taskmill_Nursery> Taskmill_Nursery::Start(const std::string &progr
     return nursery;
 }
 
-Taskmill_RunConnection::Adoption Taskmill_RunConnection::Adopt(const std::string &runFolder,
-                                                               const std::string &runID, std::string &owner,
-                                                               int waitMs, Taskmill_RunConnection &connection)
+Taskmill_KeeperChannel::Handle Taskmill_Nursery::Handle() const
 {
-    const Clock::time_point end = Clock::now() + std::chrono::milliseconds{waitMs};
-    const int folder = open(runFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-    Adoption adoption = Adoption::Gone;
-    // Its socket is there a moment after its manager's end.
-    while (folder >= 0 && Taskmill_IsKeeperAlive(runFolder, runID)) {
-        Taskmill_KeeperMessage question{Taskmill_AdoptWord};
-        question.Add("run", runID);
-        question.Add("owner", owner);
-        Taskmill_KeeperChannel channel = Taskmill_KeeperChannel::Connect(folder, "socket/" + runID);
-        adoption = channel.IsOpen() && channel.Send(question) ? AnswerOf(channel, owner, MsUntil(end))
-                                                              : Adoption::Occupied;
-        if (adoption == Adoption::Adopted)
-            connection.m_channel = std::move(channel);
-        if (adoption != Adoption::Occupied || Clock::now() >= end)
-            break;
-        constexpr std::chrono::milliseconds pause{2};
-        std::this_thread::sleep_for(pause);
-        adoption = Adoption::Gone;
-    }
-    if (folder >= 0)
-        close(folder);
-    return adoption;
+    return m_channel.Get();
+}
+
+bool Taskmill_Nursery::IsOpen() const
+{
+    return m_channel.IsOpen();
+}
+
+long long Taskmill_Nursery::EndWord() const
+{
+    return m_processID;
+}
+
+void Taskmill_Nursery::EndAll(long long word)
+{
+    if (word > 1)
+        kill(static_cast<pid_t>(word), SIGTERM);
+}
+
+Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order)
+{
+    auto [own, keepers] = Taskmill_KeeperChannel::MakePair();
+    // Many orders at once fill its queue, from which it takes one in a fraction of a millisecond.
+    constexpr int waitMs = 5000;
+    const Taskmill_RunLock lock{m_runFolder, order.runID};
+    if (!IsOpen() || !own.IsOpen() || !lock.IsHeld() ||
+        !m_channel.Send(order.ToMessage(), {static_cast<int>(keepers.Get()), lock.Get()}, waitMs))
+        return {};
+    return Taskmill_RunConnection{std::move(own)};
+}
+
+bool Taskmill_Nursery::SweepsUnasked()
+{
+    return true;
+}
+
+bool Taskmill_Nursery::Sweep(const std::string &runID) const
+{
+    Taskmill_KeeperMessage message{Taskmill_SweepWord};
+    message.Add("run", runID);
+    return IsOpen() && m_channel.Send(message);
+}
+
+std::optional<std::string> Taskmill_Nursery::ReceiveSwept(int waitMs)
+{
+    std::optional<Taskmill_KeeperMessage> message;
+    if (!IsOpen())
+        return std::nullopt;
+    if (m_channel.ReceiveWithin(waitMs, message) == Taskmill_KeeperChannel::State::Ended)
+        m_channel.Close();
+    if (!message || message->Word() != Taskmill_SweptWord)
+        return std::nullopt;
+    return std::string{message->Value("run")};
 }

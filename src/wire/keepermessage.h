@@ -38,6 +38,9 @@ constexpr std::string_view Taskmill_SweepWord =
     "sweep"; ///< asks for one "swept" of a "run" of another such process
 constexpr std::string_view Taskmill_ReadyWord =
     "ready"; ///< its first answer: it is there, and nothing of lost runs is left
+constexpr std::string_view Taskmill_LockedWord =
+    "locked"; ///< of a keeper that waited: it has the lock of the run, and starts it at "go"
+constexpr std::string_view Taskmill_GoWord = "go";
 constexpr std::string_view Taskmill_SweptWord = "swept"; ///< a keeper died, and nothing of its run is left
 // To a keeper:
 constexpr std::string_view Taskmill_KillWord = "kill";

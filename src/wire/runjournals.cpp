@@ -60,12 +60,12 @@ void Taskmill_RunJournals::Refresh()
 void Taskmill_RunJournals::ReadNewLines(const std::string &journal)
 {
     std::uintmax_t &position = m_positions[journal];
-    std::error_code error;
-    const std::uintmax_t size = fs::file_size(PathOf(journal), error);
-    if (error || size <= position)
+    // By opening it: what Windows says of a file that others write is old.
+    std::ifstream file{PathOf(journal), std::ios::binary | std::ios::ate};
+    const std::streamoff size = file.tellg();
+    if (size <= static_cast<std::streamoff>(position))
         return;
-    std::ifstream file{PathOf(journal), std::ios::binary};
-    std::string text(size - position, '\0');
+    std::string text(static_cast<std::size_t>(size) - position, '\0');
     file.seekg(static_cast<std::streamoff>(position));
     file.read(text.data(), static_cast<std::streamsize>(text.size()));
     text.resize(static_cast<std::size_t>(file.gcount()));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -10,6 +11,7 @@
 
 /// Takes that lock for a keeper to come, to which the open file goes with the order: from then on until the
 /// run is over it is held without a gap, so a run that nobody holds and no journal knows was never started.
+/// On Windows the keeper takes it, before it is told to start.
 class Taskmill_RunLock
 {
 public:
@@ -21,10 +23,10 @@ public:
 
     /// Not when somebody else has it.
     [[nodiscard]] bool IsHeld() const { return m_isHeld; }
-    [[nodiscard]] int Get() const { return m_file; }
+    [[nodiscard]] int Get() const { return static_cast<int>(m_file); }
 
 private:
-    int m_file;
+    std::intptr_t m_file; ///< of the system
     bool m_isHeld;
 };
 
@@ -47,6 +49,6 @@ public:
     [[nodiscard]] bool IsHeld() const { return m_isHeld; }
 
 private:
-    int m_file;
+    std::intptr_t m_file; ///< of the system
     bool m_isHeld;
 };

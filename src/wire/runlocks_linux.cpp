@@ -46,13 +46,13 @@ Taskmill_RunLock::Taskmill_RunLock(const std::string &runFolder, std::string_vie
     , m_isHeld{false}
 {
     struct flock lock = LockOf(Taskmill_RunLockOffset(runID), 1);
-    m_isHeld = m_file >= 0 && fcntl(m_file, F_OFD_SETLK, &lock) == 0;
+    m_isHeld = m_file >= 0 && fcntl(Get(), F_OFD_SETLK, &lock) == 0;
 }
 
 Taskmill_RunLock::~Taskmill_RunLock()
 {
     if (m_file >= 0)
-        close(m_file);
+        close(static_cast<int>(m_file));
 }
 
 bool Taskmill_IsJournalInUse(const std::string &journal)
@@ -79,7 +79,7 @@ Taskmill_ClaimLock::Taskmill_ClaimLock(const std::string &runFolder)
 {
     int result = -1;
     do
-        result = m_file < 0 ? -1 : flock(m_file, LOCK_EX);
+        result = m_file < 0 ? -1 : flock(static_cast<int>(m_file), LOCK_EX);
     while (result != 0 && m_file >= 0 && errno == EINTR);
     m_isHeld = result == 0;
 }
@@ -87,5 +87,5 @@ Taskmill_ClaimLock::Taskmill_ClaimLock(const std::string &runFolder)
 Taskmill_ClaimLock::~Taskmill_ClaimLock()
 {
     if (m_file >= 0)
-        close(m_file);
+        close(static_cast<int>(m_file));
 }

@@ -64,12 +64,10 @@ Taskmill_RunOutput::Taskmill_RunOutput(const std::string &runFolder, const std::
 
 long long Taskmill_RunOutput::TotalSize() const
 {
-    std::error_code error;
-    const std::uintmax_t size = fs::file_size(PathOf(m_path), error);
-    if (error)
-        return 0;
-    if (size <= static_cast<std::uintmax_t>(FullSize))
-        return static_cast<long long>(size);
+    // By opening it: what Windows says of a file that others write is old.
+    const long long size = std::ifstream{PathOf(m_path), std::ios::binary | std::ios::ate}.tellg();
+    if (size <= FullSize)
+        return std::max(0LL, size);
     const std::string line = ReadTotalLine(m_path);
     long long total = FullSize;
     std::from_chars(line.data(), line.data() + line.size(), total);

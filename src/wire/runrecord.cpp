@@ -112,6 +112,15 @@ std::optional<Taskmill_RunRecord> Taskmill_RunRecord::FromLine(std::string_view 
     return isWhole ? std::optional{record} : std::nullopt;
 }
 
+std::string Taskmill_HexText(std::span<const unsigned char> bytes)
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    for (const unsigned char byte : bytes)
+        text.append(1, digits[byte >> 4U]).append(1, digits[byte & 15U]);
+    return text;
+}
+
 bool Taskmill_IsRunID(std::string_view text)
 {
     constexpr std::size_t digits = 32;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -69,6 +70,8 @@ struct Taskmill_RunRecord
 
 /// 32 random hexadecimal digits; empty when the system has none.
 [[nodiscard]] std::string Taskmill_NewRunID();
+/// Two digits for each byte.
+[[nodiscard]] std::string Taskmill_HexText(std::span<const unsigned char> bytes);
 [[nodiscard]] bool Taskmill_IsRunID(std::string_view text);
 /// Which byte of the file "living" the keeper of that run holds a lock on for as long as it lives.
 [[nodiscard]] std::int64_t Taskmill_RunLockOffset(std::string_view runID);

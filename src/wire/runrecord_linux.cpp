@@ -13,11 +13,7 @@ std::string Taskmill_NewRunID()
     std::array<unsigned char, 16> bytes{};
     if (getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
         return {};
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    for (const unsigned char byte : bytes)
-        text.append(1, digits[byte >> 4U]).append(1, digits[byte & 15U]);
-    return text;
+    return Taskmill_HexText(bytes);
 }
 
 std::string Taskmill_BootID()

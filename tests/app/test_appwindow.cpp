@@ -33,7 +33,9 @@ public:
     /// Waits until the manager has answered.
     [[nodiscard]] QByteArray Answer()
     {
-        (void)QTest::qWaitFor([this] { return m_socket.state() == QAbstractSocket::UnconnectedState; });
+        constexpr int longestWaitMs = 60'000;
+        (void)QTest::qWaitFor([this] { return m_socket.state() == QAbstractSocket::UnconnectedState; },
+                              longestWaitMs);
         return m_socket.readAll().trimmed();
     }
     /// Gives the manager every chance to answer at once; whether it has not.
@@ -143,7 +145,7 @@ private Q_SLOTS:
     {
         TestCase::init();
         // No case takes up what another one has left unsaved.
-        qputenv("XDG_STATE_HOME", Path().toLocal8Bit());
+        KeepStateIn(Path());
     }
 
     void ClosingWithoutATrayMinimises()
@@ -308,8 +310,6 @@ private Q_SLOTS:
 
     void AsksAboutTheJobsOfTheLastSession()
     {
-        if (isWindows)
-            QSKIP("The state folder comes from the environment on other systems only.");
         const QString project = Path(u"jobs.mill"_s);
         const auto quit = [](WindowPlace &place) {
             place.prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
@@ -324,7 +324,8 @@ private Q_SLOTS:
             quit(place);
         }
         QVERIFY(QDir{}.mkpath(Path(u"taskmill"_s)));
-        const QString spare = WriteTestFile(Path(u"taskmill/taskmill-spare-x.mill"_s), "x");
+        const QString spare = u"taskmill-spare-x.mill"_s;
+        WriteTestFile(Path(u"taskmill/"_s + spare), "x");
         // Saved again it waits as before.
         for (const auto answer : {WarnAnswer::No, WarnAnswer::Yes}) {
             WindowPlace place{project};

@@ -12,7 +12,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-constexpr int longestWaitMs = 60'000;
+/// The server of Wine waits for the disk in place of everybody, and a project may be large.
+constexpr int longestWaitMs = isWindows ? 180'000 : 60'000;
 constexpr QByteArrayView prompt = "<Taskmill> ";
 
 QProcessEnvironment Environment(const QString &directory, quint16 consolePort, quint16 guiPort)
@@ -22,7 +23,8 @@ QProcessEnvironment Environment(const QString &directory, quint16 consolePort, q
     for (const QString &variable : {u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s,
                                     isWindows ? u"QT_FORCE_STDERR_LOGGING"_s : u"QT_QPA_PLATFORM"_s})
         environment.remove(variable);
-    for (const QString &variable : {u"HOME"_s, u"USERPROFILE"_s, u"XDG_CONFIG_HOME"_s, u"XDG_RUNTIME_DIR"_s})
+    for (const QString &variable :
+         {u"HOME"_s, u"USERPROFILE"_s, u"LOCALAPPDATA"_s, u"XDG_CONFIG_HOME"_s, u"XDG_RUNTIME_DIR"_s})
         environment.insert(variable, directory);
     environment.remove(u"XDG_STATE_HOME"_s);
     environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
@@ -72,7 +74,7 @@ bool ManagerProcess::Start(const QStringList &arguments, const QStringList &desk
     for (int attempt = 0; attempt < 5; ++attempt) {
         const auto [consolePort, guiPort] = FreePorts();
         Launch(arguments, consolePort, guiPort);
-        if (QTest::qWaitFor([&] { return isReady() || HasEnded(); }, longestWaitMs) && !HasEnded() &&
+        if (WaitFor([&] { return isReady() || HasEnded(); }) && !HasEnded() &&
             !Errors().contains("Cannot listen")) {
             m_greeting = std::exchange(m_output, {});
             return Answers();
@@ -109,9 +111,21 @@ void ManagerProcess::Launch(const QStringList &arguments, quint16 consolePort, q
     m_process->start(QStringLiteral(TASKMILL_MANAGER), arguments);
 }
 
+bool ManagerProcess::WaitFor(const std::function<bool()> &isThere)
+{
+    return QTest::qWaitFor(
+        [&] {
+            // Under Wine the event loop may not learn of what has come last.
+            if (isWindows && m_process->state() == QProcess::Running)
+                m_process->waitForReadyRead(0);
+            return isThere();
+        },
+        longestWaitMs);
+}
+
 bool ManagerProcess::Expect(const QByteArray &text)
 {
-    if (!QTest::qWaitFor([&] { return m_output.contains(text); }, longestWaitMs)) {
+    if (!WaitFor([&] { return m_output.contains(text); })) {
         qWarning("Not \"%s\" but \"%s\"", text.constData(), m_output.constData());
         return false;
     }
@@ -124,7 +138,7 @@ QByteArray ManagerProcess::Command(const QByteArray &line)
     // The last prompt and what was printed behind it.
     m_output.clear();
     Type(line + '\n');
-    if (!QTest::qWaitFor([&] { return m_output.endsWith(prompt); }, longestWaitMs))
+    if (!WaitFor([&] { return m_output.endsWith(prompt); }))
         qWarning("No prompt but \"%s\"", m_output.constData());
     QByteArray written = std::exchange(m_output, {});
     written.chop(prompt.size());

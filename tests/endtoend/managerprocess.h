@@ -5,6 +5,7 @@
 
 #include <QProcess>
 
+#include <functional>
 #include <memory>
 
 struct PseudoTerminal;
@@ -56,8 +57,9 @@ public:
     /// Types a line that leads back to the prompt; returns what was written before that.
     QByteArray Command(const QByteArray &line);
 
-    /// These are not on Windows, nor is a terminal for the input.
+    /// On Windows there is none, and the manager is ended by force.
     void Signal(int signal) const;
+    /// These are not on Windows, nor is a terminal for the input.
     /// As when the user closes the terminal's window.
     void HangUp();
     /// Whether keys are echoed, lines collected and Ctrl+C is a signal, as a program finds and must leave it.
@@ -82,6 +84,8 @@ public:
 
 private:
     [[nodiscard]] bool Answers() const;
+    /// False when it takes too long.
+    [[nodiscard]] bool WaitFor(const std::function<bool()> &isThere);
     [[nodiscard]] bool HasEnded() const { return m_process->state() == QProcess::NotRunning; }
     /// Gives the process what it is to read from, before it is started.
     void PrepareInput();

@@ -7,6 +7,11 @@ void ManagerProcess::PrepareInput()
         m_process->setStandardInputFile(QProcess::nullDevice());
 }
 
+void ManagerProcess::Signal(int) const
+{
+    m_process->kill();
+}
+
 void ManagerProcess::Type(const QByteArray &bytes)
 {
     m_process->write(bytes);

@@ -34,6 +34,11 @@ void ProcessTable::EndChildren()
     }
 }
 
+int ProcessTable::ParentOf(int processID)
+{
+    return Find(processID).ParentProcessIdNumber();
+}
+
 bool ProcessTable::IsAlive(int processID)
 {
     return !Find(processID).ProcessId.isEmpty();

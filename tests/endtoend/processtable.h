@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QList>
+#include <QString>
 
 /// What the system reports of processes, and the orphans that a manager under test may leave behind.
 namespace ProcessTable {
@@ -13,6 +14,13 @@ void AdoptOrphans();
 void EndChildren();
 /// Takes the results of children that have ended.
 void Bury();
+
+/// As it was at the start on Windows.
+[[nodiscard]] int ParentOf(int processID);
+/// By force, whoever started it.
+void Kill(int processID);
+/// How many processes of jobs belong to that folder: it is their directory, or on Windows in their arguments.
+[[nodiscard]] int JobsIn(const QString &folder);
 
 /// A process that has ended but was not waited for does not live.
 [[nodiscard]] bool IsAlive(int processID);

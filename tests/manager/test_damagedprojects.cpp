@@ -90,9 +90,11 @@ quint32 NumberFrom(const char *variable, quint32 otherwise)
     return isNumber ? static_cast<quint32>(number) : otherwise;
 }
 
-/// 0 where the system does not say.
+/// 0 where the system does not say. What Wine has there are the files of its server.
 qsizetype OpenDescriptors()
 {
+    if constexpr (isWindows)
+        return 0;
     return QDir{u"/proc/self/fd"_s}.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
 }
 } // namespace

@@ -259,8 +259,10 @@ private Q_SLOTS:
     {
         m_manager->NewProject();
         const auto elsewhere = std::make_unique<Taskmill_ProjectLock>(File());
-        QVERIFY(QFile::link(File(), m_manager->Path(u"link.mill"_s)));
-        for (const QString &name : {u"jobs.mill"_s, u"link.mill"_s}) {
+        // On Windows a link is a file of its own, and names are alike in any case.
+        const QString other = isWindows ? u"JOBS.Mill"_s : u"link.mill"_s;
+        QVERIFY(isWindows || QFile::link(File(), m_manager->Path(other)));
+        for (const QString &name : {u"jobs.mill"_s, other}) {
             QVERIFY(!m_manager->Project().OpenProject(m_manager->Path(name)));
             QVERIFY(m_manager->prompt.asked.last().text.contains(
                 u"Another Taskmill manager, process %1, has"_s.arg(QCoreApplication::applicationPid())));
@@ -279,8 +281,9 @@ private Q_SLOTS:
         QCOMPARE(RowsOfFile(File(), u"PRAGMA integrity_check"_s), QStringList{u"ok"_s});
         QCOMPARE(RowsOfFile(File(), u"PRAGMA journal_mode"_s), QStringList{u"delete"_s});
         QVERIFY(!ReadTestFile(File()).contains("BaseStamp"));
-        QCOMPARE(QFileInfo{Copy()}.permissions() & (QFile::ReadGroup | QFile::ReadOther),
-                 QFile::Permissions{});
+        // Windows closes the folder instead.
+        QVERIFY(isWindows ||
+                !QFileInfo{Copy()}.permissions().testAnyFlags(QFile::ReadGroup | QFile::ReadOther));
         m_manager->Project().CloseProject();
         QCOMPARE(Folder().entryList(QDir::Files), QStringList{});
     }

@@ -48,8 +48,7 @@ struct TestSurroundings
     {
         Taskmill_SetRunMode(Taskmill_RunMode::Console);
         KeepSettingsIn(directory.path());
-        // And working copies.
-        qputenv("XDG_STATE_HOME", directory.path().toLocal8Bit());
+        KeepStateIn(directory.path());
         qputenv("GAUSS_EXEDIR", directory.path().toLocal8Bit());
         qputenv("VELTRA_EXE", Path(QStringLiteral("veltra")).toLocal8Bit());
     }

@@ -5,6 +5,7 @@
 //   wait            sleep until killed
 //   waitfor FILE    sleep until the file exists
 //   touch FILE      make an empty file
+//   mark FILE       append the line "start" to the file
 //   print TEXT      write TEXT and a line feed to standard output
 //   error TEXT      the same to standard error
 //   fill N          write N bytes of 80-byte lines to standard output
@@ -96,6 +97,8 @@ static bool CarryOut(const std::string &verb, const std::string &value)
         WaitUntil([path = Path(value)] { return std::filesystem::exists(path); });
     else if (verb == "touch")
         std::ofstream{Path(value)};
+    else if (verb == "mark")
+        std::ofstream{Path(value), std::ios::binary | std::ios::app} << "start\n";
     else if (verb == "print" || verb == "error")
         std::fprintf(verb == "print" ? stdout : stderr, "%s\n", value.c_str());
     else if (verb == "fill")

@@ -42,6 +42,11 @@ void KeepSettingsIn(const QString &directory)
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, directory);
 }
 
+void KeepStateIn(const QString &directory)
+{
+    qputenv(isWindows ? "LOCALAPPDATA" : "XDG_STATE_HOME", directory.toLocal8Bit());
+}
+
 QByteArray WithPlainLineEnds(QByteArray text)
 {
     return isWindows ? text.replace("\r\n", "\n") : text;

@@ -16,6 +16,8 @@ QString WriteTestFile(const QString &path, const QByteArray &content);
 
 /// Settings are kept in a file below the directory from now on, and not where the user has his own.
 void KeepSettingsIn(const QString &directory);
+/// And so are working copies and all else that the program keeps from one run to the next.
+void KeepStateIn(const QString &directory);
 
 /// Text of a program with the line ends that it would have on every other system.
 [[nodiscard]] QByteArray WithPlainLineEnds(QByteArray text);

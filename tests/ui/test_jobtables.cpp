@@ -229,7 +229,7 @@ private Q_SLOTS:
             ChooseFromMenu(pages.finishedTable, CellCentre(pages.finishedTable, 0), entry);
             return TakeViewerCaptions(pages.window).join(u' ');
         };
-        QVERIFY(shown(u"Show Input File"_s).endsWith(pages.inputFiles[0]));
+        QCOMPARE(shown(u"Show Input File"_s), u"Input file of job 2:  "_s + pages.inputFiles[0]);
         QCOMPARE(shown(u"Show Output File"_s), output);
         QCOMPARE(shown(u"Show stdout and stderr"_s), u"Log of job 2"_s);
         for (const auto &caption : {output, u"Log of job 1"_s}) {

@@ -7,9 +7,9 @@
 
 #include <QPointer>
 
-class KilnUtil_LinuxRunKeepers;
+class KilnUtil_NurseryRunKeepers;
 class QDeadlineTimer;
-class QSocketNotifier;
+class KilnUtil_HandleNotifier;
 
 /// A run of a keeper.
 class KilnUtil_KeptRun final : public KilnUtil_ProcessRun
@@ -18,12 +18,12 @@ class KilnUtil_KeptRun final : public KilnUtil_ProcessRun
 
 public:
     /// To be started.
-    KilnUtil_KeptRun(KilnUtil_LinuxRunKeepers &keepers, const std::string &runID);
+    KilnUtil_KeptRun(KilnUtil_NurseryRunKeepers &keepers, const std::string &runID);
     /// Goes on already.
-    KilnUtil_KeptRun(KilnUtil_LinuxRunKeepers &keepers, const std::string &runID,
+    KilnUtil_KeptRun(KilnUtil_NurseryRunKeepers &keepers, const std::string &runID,
                      Taskmill_RunConnection connection);
     /// Has ended; EndedSignal comes from the event loop.
-    KilnUtil_KeptRun(KilnUtil_LinuxRunKeepers &keepers, const std::string &runID, KilnUtil_RunEnd end);
+    KilnUtil_KeptRun(KilnUtil_NurseryRunKeepers &keepers, const std::string &runID, KilnUtil_RunEnd end);
     ~KilnUtil_KeptRun() override;
     Q_DISABLE_COPY_MOVE(KilnUtil_KeptRun)
 
@@ -61,10 +61,10 @@ private:
     [[nodiscard]] QString ReasonOfFailedStart(const Taskmill_RunReport &report) const;
     void Finish(KilnUtil_RunEnd end);
 
-    QPointer<KilnUtil_LinuxRunKeepers> m_keepers;
+    QPointer<KilnUtil_NurseryRunKeepers> m_keepers;
     const std::string m_runID;
     Taskmill_RunConnection m_connection;
-    std::unique_ptr<QSocketNotifier> m_notifier;
+    std::unique_ptr<KilnUtil_HandleNotifier> m_notifier;
     KilnUtil_RunOutputFile m_output;
     KilnUtil_RunEnd m_end;
     qint64 m_processID = 0;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "keeper/storedfile.h"
+
 #include <string>
 #include <string_view>
 
@@ -13,9 +15,6 @@ public:
     static constexpr std::size_t MostAtOnce = 60UL * 1024;
 
     explicit Taskmill_OutputWriter(std::string path);
-    ~Taskmill_OutputWriter();
-    Taskmill_OutputWriter(const Taskmill_OutputWriter &) = delete;
-    Taskmill_OutputWriter &operator=(const Taskmill_OutputWriter &) = delete;
 
     void Append(std::string_view bytes);
     /// Of what was stored, with the lines that say what was dropped.
@@ -24,15 +23,13 @@ public:
     [[nodiscard]] long long DroppedSize() const { return m_dropped; }
 
 private:
-    bool Open();
     /// How many of the bytes are on the disk now.
     std::size_t Store(std::string_view bytes);
-    [[nodiscard]] bool StoreTotal(long long total) const;
+    [[nodiscard]] bool StoreTotal(long long total);
     void Keep(long long total);
 
     std::string m_path;
-    int m_file = -1;
-    int m_error = 0; ///< of the last writing that failed
+    Taskmill_StoredFile m_file;
     long long m_total = 0;
     long long m_dropped = 0;
 };

@@ -1,56 +1,18 @@
 // SPDX-License-Identifier: MIT
-#include "processes/keptrun_linux.h"
+#include "processes/keptrun.h"
 
-#include "kilnutil/openfileslimit.h"
-#include "kilnutil/stringutil.h"
-#include "processes/runkeepers_linux.h"
+#include "processes/handlenotifier.h"
+#include "processes/keptrunorder.h"
+#include "processes/nurseryrunkeepers.h"
 
 #include <QDeadlineTimer>
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QProcess>
-#include <QSocketNotifier>
-#include <QStandardPaths>
 #include <QTimer>
 
-#include <cstring>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-std::string PathText(const QString &path)
-{
-    return path.isEmpty() ? std::string{}
-                          : QFile::encodeName(QFileInfo{path}.absoluteFilePath()).toStdString();
-}
-
-std::string ProgramPath(const QString &program)
-{
-    const QString found = program.contains(u'/') ? QString{} : QStandardPaths::findExecutable(program);
-    return PathText(found.isEmpty() ? program : found);
-}
-
-Taskmill_RunOrder OrderOf(const KilnUtil_RunOrder &order)
-{
-    Taskmill_RunOrder runOrder;
-    runOrder.program = ProgramPath(order.Program);
-    for (const QString &argument : KilnUtil_String::MakeStringList(order.Argument, true))
-        runOrder.arguments.push_back(argument.toLocal8Bit().toStdString());
-    for (const QString &variable : order.Environment.toStringList())
-        runOrder.environment.push_back(variable.toLocal8Bit().toStdString());
-    runOrder.directory = PathText(order.Directory.isEmpty() ? QDir::currentPath() : order.Directory);
-    if (order.InputPath != QProcess::nullDevice())
-        runOrder.inputPath = PathText(order.InputPath);
-    runOrder.outputPath = PathText(order.OutputPath);
-    runOrder.graceMs = order.GraceMs;
-    runOrder.openFiles = KilnUtil_OpenFilesLimitAtStart();
-    return runOrder;
-}
-} // namespace
-
-KilnUtil_KeptRun::KilnUtil_KeptRun(KilnUtil_LinuxRunKeepers &keepers, const std::string &runID)
+KilnUtil_KeptRun::KilnUtil_KeptRun(KilnUtil_NurseryRunKeepers &keepers, const std::string &runID)
     : m_keepers{&keepers}
     , m_runID{runID}
     , m_output{Taskmill_RunOutput{keepers.Folder(), runID}}
@@ -58,7 +20,7 @@ KilnUtil_KeptRun::KilnUtil_KeptRun(KilnUtil_LinuxRunKeepers &keepers, const std:
     keepers.Add(*this);
 }
 
-KilnUtil_KeptRun::KilnUtil_KeptRun(KilnUtil_LinuxRunKeepers &keepers, const std::string &runID,
+KilnUtil_KeptRun::KilnUtil_KeptRun(KilnUtil_NurseryRunKeepers &keepers, const std::string &runID,
                                    Taskmill_RunConnection connection)
     : KilnUtil_KeptRun{keepers, runID}
 {
@@ -67,7 +29,7 @@ KilnUtil_KeptRun::KilnUtil_KeptRun(KilnUtil_LinuxRunKeepers &keepers, const std:
     Listen();
 }
 
-KilnUtil_KeptRun::KilnUtil_KeptRun(KilnUtil_LinuxRunKeepers &keepers, const std::string &runID,
+KilnUtil_KeptRun::KilnUtil_KeptRun(KilnUtil_NurseryRunKeepers &keepers, const std::string &runID,
                                    KilnUtil_RunEnd end)
     : KilnUtil_KeptRun{keepers, runID}
 {
@@ -97,7 +59,7 @@ KilnUtil_RunEnd KilnUtil_KeptRun::EndOf(const Taskmill_RunEnd &end)
         break;
     case Taskmill_RunEnd::How::NotStarted:
         result.How = KilnUtil_RunEnd::Kind::NotStarted;
-        result.Reason = QString::fromLocal8Bit(std::strerror(end.code));
+        result.Reason = qt_error_string(end.code);
         return result;
     }
     if (end.by == Taskmill_RunEnd::By::System)
@@ -110,7 +72,7 @@ KilnUtil_RunEnd KilnUtil_KeptRun::EndOf(const Taskmill_RunEnd &end)
 
 bool KilnUtil_KeptRun::Start(const KilnUtil_RunOrder &order)
 {
-    Taskmill_RunOrder runOrder = OrderOf(order);
+    Taskmill_RunOrder runOrder = KilnUtil_KeptRunOrder(order);
     m_inputPath = runOrder.inputPath;
     m_outputPath = runOrder.outputPath;
     runOrder.runID = m_runID;
@@ -126,15 +88,17 @@ bool KilnUtil_KeptRun::Start(const KilnUtil_RunOrder &order)
 
 void KilnUtil_KeptRun::Listen()
 {
-    m_notifier = std::make_unique<QSocketNotifier>(m_connection.Handle(), QSocketNotifier::Read);
-    connect(m_notifier.get(), &QSocketNotifier::activated, this, &KilnUtil_KeptRun::ReadSlot);
+    m_notifier = std::make_unique<KilnUtil_HandleNotifier>(m_connection.Handle());
+    connect(m_notifier.get(), &KilnUtil_HandleNotifier::ReadySignal, this, &KilnUtil_KeptRun::ReadSlot);
 }
 
 void KilnUtil_KeptRun::ReadSlot()
 {
-    // Hundreds may end at once: the rest is announced again in the next turn.
-    if (m_keepers && !m_keepers->IsTurnShort())
+    // Hundreds may end at once.
+    if (m_keepers && !m_keepers->IsTurnShort()) {
+        QTimer::singleShot(0, this, &KilnUtil_KeptRun::ReadSlot);
         return;
+    }
     while (m_connection.IsOpen() && TakeReport(m_connection.Receive())) {
     }
 }
@@ -144,7 +108,7 @@ bool KilnUtil_KeptRun::TakeReport(const Taskmill_RunReport &report)
     using Kind = Taskmill_RunReport::Kind;
     // It watches a handle that is closed now, and may be at work further up the stack.
     if (!m_connection.IsOpen() && m_notifier) {
-        m_notifier->setEnabled(false);
+        m_notifier->Disable();
         m_notifier.release()->deleteLater();
     }
     switch (report.kind) {
@@ -178,8 +142,8 @@ bool KilnUtil_KeptRun::TakeReport(const Taskmill_RunReport &report)
 
 QString KilnUtil_KeptRun::ReasonOfFailedStart(const Taskmill_RunReport &report) const
 {
-    const QString file = QFile::decodeName(QByteArray::fromStdString(report.failedFile));
-    const QString reason = QString::fromLocal8Bit(std::strerror(report.end.code));
+    const QString file = QString::fromStdString(report.failedFile);
+    const QString reason = qt_error_string(report.end.code);
     if (file.isEmpty())
         return reason;
     if (report.failedFile == m_inputPath)

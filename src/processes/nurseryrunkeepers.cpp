@@ -1,19 +1,18 @@
 // SPDX-License-Identifier: MIT
-#include "processes/runkeepers_linux.h"
+#include "processes/nurseryrunkeepers.h"
 
 #include "kilnutil/logging.h"
-#include "processes/keptrun_linux.h"
+#include "processes/handlenotifier.h"
+#include "processes/keptrun.h"
 #include "wire/runoutput.h"
 
 #include <QAbstractEventDispatcher>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QSocketNotifier>
 #include <QTimer>
 
 #include <algorithm>
 #include <atomic>
-#include <csignal>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -26,8 +25,8 @@ constexpr int nurseryWaitMs = 20'000;
 constexpr qint64 adoptionWaitMs = 3000;
 constexpr char separator = ':';
 
-/// Of the process that starts keepers, for another thread; 0 when there is none.
-std::atomic<pid_t> nurseryToEnd{0};
+/// By which another thread ends all runs; 0 when there are none.
+std::atomic<long long> wordToEnd{0};
 
 std::string IdentityOf(const std::string &owner)
 {
@@ -43,7 +42,7 @@ QString TextOf(const std::string &owner)
 
 std::unique_ptr<KilnUtil_RunKeepers> KilnUtil_RunKeepers::Make(const QString &program, const QString &folder)
 {
-    auto keepers = std::make_unique<KilnUtil_LinuxRunKeepers>(program, folder);
+    auto keepers = std::make_unique<KilnUtil_NurseryRunKeepers>(program, folder);
     if (!QFile::exists(program))
         qCInfo(Taskmill_ProcessesLog, "Jobs end with this program: there is no %ls",
                qUtf16Printable(program));
@@ -57,23 +56,22 @@ std::unique_ptr<KilnUtil_RunKeepers> KilnUtil_RunKeepers::Make(const QString &pr
 
 QString KilnUtil_RunKeepers::ProgramName()
 {
-    return u"taskmill-keeper"_s;
+    return u"taskmill-keeper" TASKMILL_EXECUTABLE_SUFFIX ""_s;
 }
 
 void KilnUtil_RunKeepers::EndRunsAtOnce()
 {
-    if (const pid_t nursery = nurseryToEnd.exchange(0); nursery > 1)
-        kill(nursery, SIGTERM);
+    Taskmill_Nursery::EndAll(wordToEnd.exchange(0));
 }
 
 void KilnUtil_RunKeepers::SpareRuns()
 {
-    nurseryToEnd = 0;
+    wordToEnd = 0;
 }
 
-KilnUtil_LinuxRunKeepers::KilnUtil_LinuxRunKeepers(const QString &program, const QString &folder)
-    : m_program{QFile::encodeName(program).toStdString()}
-    , m_folder{QFile::encodeName(folder).toStdString()}
+KilnUtil_NurseryRunKeepers::KilnUtil_NurseryRunKeepers(const QString &program, const QString &folder)
+    : m_program{program.toStdString()}
+    , m_folder{folder.toStdString()}
     , m_journals{m_folder}
 {
     m_turn.start();
@@ -81,7 +79,7 @@ KilnUtil_LinuxRunKeepers::KilnUtil_LinuxRunKeepers(const QString &program, const
             [this] { m_turn.start(); });
 }
 
-KilnUtil_LinuxRunKeepers::~KilnUtil_LinuxRunKeepers()
+KilnUtil_NurseryRunKeepers::~KilnUtil_NurseryRunKeepers()
 {
     SpareRuns();
     // Whoever still runs goes on without this program.
@@ -90,46 +88,47 @@ KilnUtil_LinuxRunKeepers::~KilnUtil_LinuxRunKeepers()
         run->LetGoOn();
 }
 
-bool KilnUtil_LinuxRunKeepers::StartNursery()
+bool KilnUtil_NurseryRunKeepers::StartNursery()
 {
     if (m_nursery && m_nursery->IsOpen())
         return true;
     m_nursery = Taskmill_Nursery::Start(m_program, m_folder, nurseryWaitMs);
     if (!m_nursery)
         return false;
-    nurseryToEnd = static_cast<pid_t>(m_nursery->ProcessID());
-    m_notifier = std::make_unique<QSocketNotifier>(m_nursery->Handle(), QSocketNotifier::Read);
-    connect(m_notifier.get(), &QSocketNotifier::activated, this, &KilnUtil_LinuxRunKeepers::ReadSwept);
+    wordToEnd = m_nursery->EndWord();
+    m_notifier = std::make_unique<KilnUtil_HandleNotifier>(m_nursery->Handle());
+    connect(m_notifier.get(), &KilnUtil_HandleNotifier::ReadySignal, this,
+            &KilnUtil_NurseryRunKeepers::ReadSwept);
     return true;
 }
 
-void KilnUtil_LinuxRunKeepers::LoseNursery()
+void KilnUtil_NurseryRunKeepers::LoseNursery()
 {
     qCWarning(Taskmill_ProcessesLog, "The process that starts keepers has ended");
-    nurseryToEnd = 0;
+    wordToEnd = 0;
     if (m_notifier) {
-        m_notifier->setEnabled(false);
+        m_notifier->Disable();
         m_notifier.release()->deleteLater();
     }
     m_nursery.reset();
 }
 
-QString KilnUtil_LinuxRunKeepers::NewRunID() const
+QString KilnUtil_NurseryRunKeepers::NewRunID() const
 {
     return QString::fromStdString(Taskmill_NewRunID());
 }
 
-std::unique_ptr<KilnUtil_ProcessRun> KilnUtil_LinuxRunKeepers::NewRun(const QString &runID)
+std::unique_ptr<KilnUtil_ProcessRun> KilnUtil_NurseryRunKeepers::NewRun(const QString &runID)
 {
     return std::make_unique<KilnUtil_KeptRun>(*this, runID.toStdString());
 }
 
-void KilnUtil_LinuxRunKeepers::Remove(KilnUtil_KeptRun &run)
+void KilnUtil_NurseryRunKeepers::Remove(KilnUtil_KeptRun &run)
 {
     m_runs.removeOne(&run);
 }
 
-Taskmill_RunConnection KilnUtil_LinuxRunKeepers::StartRun(Taskmill_RunOrder order)
+Taskmill_RunConnection KilnUtil_NurseryRunKeepers::StartRun(Taskmill_RunOrder order)
 {
     order.owner = m_owner;
     if (m_nursery) {
@@ -140,8 +139,8 @@ Taskmill_RunConnection KilnUtil_LinuxRunKeepers::StartRun(Taskmill_RunOrder orde
     return StartNursery() ? m_nursery->StartRun(order) : Taskmill_RunConnection{};
 }
 
-void KilnUtil_LinuxRunKeepers::SetOwner(const QString &identity, const QString &text,
-                                        const std::function<bool(const QString &ownerText)> &mayTake)
+void KilnUtil_NurseryRunKeepers::SetOwner(const QString &identity, const QString &text,
+                                          const std::function<bool(const QString &ownerText)> &mayTake)
 {
     m_mayTake = mayTake;
     m_identity = identity.toStdString();
@@ -150,7 +149,7 @@ void KilnUtil_LinuxRunKeepers::SetOwner(const QString &identity, const QString &
         run->SetOwner(m_owner);
 }
 
-KilnUtil_FoundRun KilnUtil_LinuxRunKeepers::Find(const QString &runID)
+KilnUtil_FoundRun KilnUtil_NurseryRunKeepers::Find(const QString &runID)
 {
     const std::string id = runID.toStdString();
     if (!Taskmill_IsRunID(id))
@@ -169,7 +168,7 @@ KilnUtil_FoundRun KilnUtil_LinuxRunKeepers::Find(const QString &runID)
     return found;
 }
 
-KilnUtil_FoundRun KilnUtil_LinuxRunKeepers::Adopt(const std::string &runID, const std::string &owner)
+KilnUtil_FoundRun KilnUtil_NurseryRunKeepers::Adopt(const std::string &runID, const std::string &owner)
 {
     using Adoption = Taskmill_RunConnection::Adoption;
     QElapsedTimer clock;
@@ -202,7 +201,7 @@ KilnUtil_FoundRun KilnUtil_LinuxRunKeepers::Adopt(const std::string &runID, cons
     return found;
 }
 
-KilnUtil_FoundRun KilnUtil_LinuxRunKeepers::FindRecorded(const std::string &runID)
+KilnUtil_FoundRun KilnUtil_NurseryRunKeepers::FindRecorded(const std::string &runID)
 {
     KilnUtil_FoundRun found;
     m_journals.Refresh();
@@ -228,17 +227,17 @@ KilnUtil_FoundRun KilnUtil_LinuxRunKeepers::FindRecorded(const std::string &runI
     return found;
 }
 
-void KilnUtil_LinuxRunKeepers::AwaitSweep(KilnUtil_KeptRun &run, bool isFromThisNursery)
+void KilnUtil_NurseryRunKeepers::AwaitSweep(KilnUtil_KeptRun &run, bool isFromThisNursery)
 {
     const bool isNurseryThere = m_nursery && m_nursery->IsOpen();
-    if (isNurseryThere && isFromThisNursery)
+    if (isNurseryThere && isFromThisNursery && Taskmill_Nursery::SweepsUnasked())
         return;
     // Its start ends what is left of lost runs, too.
     if (!StartNursery() || !m_nursery->Sweep(run.RunID()))
         QTimer::singleShot(0, &run, &KilnUtil_KeptRun::TakeSwept);
 }
 
-void KilnUtil_LinuxRunKeepers::ReadSwept()
+void KilnUtil_NurseryRunKeepers::ReadSwept()
 {
     while (m_nursery) {
         const std::optional<std::string> runID = m_nursery->ReceiveSwept();
@@ -260,7 +259,7 @@ void KilnUtil_LinuxRunKeepers::ReadSwept()
     }
 }
 
-bool KilnUtil_LinuxRunKeepers::WaitForSweep(int waitMs)
+bool KilnUtil_NurseryRunKeepers::WaitForSweep(int waitMs)
 {
     if (!m_nursery)
         return false;
@@ -273,21 +272,21 @@ bool KilnUtil_LinuxRunKeepers::WaitForSweep(int waitMs)
     return true;
 }
 
-QByteArray KilnUtil_LinuxRunKeepers::OutputOf(const QString &runID) const
+QByteArray KilnUtil_NurseryRunKeepers::OutputOf(const QString &runID) const
 {
     return KilnUtil_RunOutputFile{Taskmill_RunOutput{m_folder, runID.toStdString()}}.Content();
 }
 
-void KilnUtil_LinuxRunKeepers::TakeResult(const QString &runID)
+void KilnUtil_NurseryRunKeepers::TakeResult(const QString &runID)
 {
     // Many at once are cheaper.
     constexpr int waitMs = 1000;
     if (m_forgetsByItself && m_taken.empty())
-        QTimer::singleShot(waitMs, this, &KilnUtil_LinuxRunKeepers::ForgetResults);
+        QTimer::singleShot(waitMs, this, &KilnUtil_NurseryRunKeepers::ForgetResults);
     m_taken.push_back(runID.toStdString());
 }
 
-void KilnUtil_LinuxRunKeepers::ForgetResults()
+void KilnUtil_NurseryRunKeepers::ForgetResults()
 {
     if (m_taken.empty())
         return;

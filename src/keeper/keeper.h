@@ -1,25 +1,23 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "keeper/outputwriter_linux.h"
+#include "keeper/outputwriter.h"
 #include "wire/keeperchannel.h"
 #include "wire/runrecord.h"
 
-#include <array>
+#include <memory>
 #include <string>
-
-#include <poll.h>
-#include <sys/types.h>
+#include <vector>
 
 /// Stands between a manager and one run: starts the program, stores what it writes, ends it when that is
 /// asked, and records how it ended, with a manager or without one. Works in the folder of the runs.
 class Taskmill_Keeper
 {
 public:
-    /// The descriptors are this process's own from then on. SIGCHLD and SIGTERM are blocked and come through
-    /// `signals`.
-    Taskmill_Keeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, int lock, int journal,
-                    int signals);
+    /// What the system has of this keeper and its run; see keepersystem_linux.h and keepersystem_win.h.
+    struct System;
+
+    Taskmill_Keeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, System system);
     ~Taskmill_Keeper();
     Taskmill_Keeper(const Taskmill_Keeper &) = delete;
     Taskmill_Keeper &operator=(const Taskmill_Keeper &) = delete;
@@ -31,22 +29,15 @@ private:
     enum class Killing
     {
         No,
-        Asked,  ///< everything has got SIGTERM
-        Forced, ///< and SIGKILL, again and again
+        Asked,  ///< everything was asked to end
+        Forced, ///< and is ended by force, again and again
     };
 
-    // keeper_linux.cpp: the run
+    // keeper.cpp: the run
     void Start();
     void FailToStart(int error, const std::string &file);
-    void WaitForSomething();
+    /// -1 for ever.
     [[nodiscard]] int WaitMs() const;
-    void ReadSignals();
-    void Reap();
-    void Account(int status, const struct rusage &usage, bool isMain);
-    /// Reads what waits in the pipe, so many bytes at the most.
-    void ReadOutput(long long most);
-    void ReadRestOfOutput();
-    void ReportOutput();
     void RecordEndWhenDue();
     void RecordEnd();
     [[nodiscard]] bool AppendLine(const std::string &line);
@@ -54,13 +45,35 @@ private:
     void Force();
     void ForceAgainWhenDue();
 
-    // keepermanager_linux.cpp: what is said to managers
+    // keeper_linux.cpp, keeper_win.cpp: what the system does
+    /// Started or failed.
+    void StartProgram();
+    void WaitForSomething();
+    /// Takes the ends of processes, and orders of the system.
+    void TakeEnds();
+    void Reap();
+    /// Reads what waits in the pipe, so many bytes at the most.
+    void ReadOutput(long long most);
+    void ReadRestOfOutput();
+    /// How many bytes are in the journal now; -1 and the system's error.
+    [[nodiscard]] long long WriteToJournal(const std::string &text, int &error) const;
+    void StoreJournal() const;
+    /// Asks everything to end; false when nothing can be asked.
+    [[nodiscard]] bool AskAll() const;
+    void EndAll() const;
+    [[nodiscard]] std::vector<long long> Remaining() const;
+    /// Whether the system ends everything, so that the run has got its order before its keeper did.
+    [[nodiscard]] bool IsSystemEnding() const;
+    void GiveLockBack();
+
+    // keepermanager.cpp: what is said to managers
     void ReadManager();
     void LoseManager();
     void TakeVisitor();
     void ReadVisitor();
     void StopListening();
     void SendStarted();
+    void ReportOutput();
     void SendEnd();
 
     Taskmill_KeeperMessage m_order;
@@ -69,16 +82,12 @@ private:
     Taskmill_KeeperChannel m_manager;
     Taskmill_KeeperChannel m_listener;
     Taskmill_KeeperChannel m_visitor; ///< who may become the manager
-    int m_journal;
-    int m_signals;
-    int m_lock; ///< says that this run is not over
-    int m_pipe = -1;
-    std::array<pollfd, 5> m_waits{};
+    std::unique_ptr<System> m_system;
 
     Taskmill_OutputWriter m_output;
     long long m_watched = -1; ///< the manager wants to hear of more output than that; -1 when it does not
 
-    pid_t m_main = -1;
+    long long m_main = -1; ///< the process of the program
     bool m_hasMainEnded = false;
     bool m_hasChildren = false;
     bool m_isRecorded = false;

@@ -14,17 +14,17 @@
 #include <vector>
 
 class KilnUtil_KeptRun;
-class QSocketNotifier;
+class KilnUtil_HandleNotifier;
 
 /// The keepers of this system: taskmill-keeper, which src/keeper/ holds.
-class KilnUtil_LinuxRunKeepers final : public KilnUtil_RunKeepers
+class KilnUtil_NurseryRunKeepers final : public KilnUtil_RunKeepers
 {
     Q_OBJECT
 
 public:
-    KilnUtil_LinuxRunKeepers(const QString &program, const QString &folder);
-    ~KilnUtil_LinuxRunKeepers() override;
-    Q_DISABLE_COPY_MOVE(KilnUtil_LinuxRunKeepers)
+    KilnUtil_NurseryRunKeepers(const QString &program, const QString &folder);
+    ~KilnUtil_NurseryRunKeepers() override;
+    Q_DISABLE_COPY_MOVE(KilnUtil_NurseryRunKeepers)
 
     /// Starts the process that starts keepers, if there is none. False when that fails.
     [[nodiscard]] bool StartNursery();
@@ -64,7 +64,7 @@ private:
     std::string m_owner; ///< identity and text
     std::function<bool(const QString &ownerText)> m_mayTake;
     std::optional<Taskmill_Nursery> m_nursery;
-    std::unique_ptr<QSocketNotifier> m_notifier;
+    std::unique_ptr<KilnUtil_HandleNotifier> m_notifier;
     QList<KilnUtil_KeptRun *> m_runs;
     Taskmill_RunJournals m_journals;
     qint64 m_waitedForAdoptionMs = 0;

@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "keeper/keeper_linux.h"
-
-#include <fcntl.h>
-#include <unistd.h>
+#include "keeper/keeper.h"
 
 void Taskmill_Keeper::ReadManager()
 {
@@ -31,17 +28,13 @@ void Taskmill_Keeper::LoseManager()
     m_watched = -1;
     if (m_isRecorded)
         return;
-    const int folder = open(".", O_PATH | O_DIRECTORY | O_CLOEXEC);
-    if (folder < 0)
-        return;
-    m_listener = Taskmill_KeeperChannel::Listen(folder, "socket/" + m_runID);
-    close(folder);
+    m_listener = Taskmill_KeeperChannel::Listen(".", m_runID);
 }
 
 void Taskmill_Keeper::StopListening()
 {
     if (m_listener.IsOpen())
-        unlink(("socket/" + m_runID).c_str());
+        Taskmill_KeeperChannel::StopListening(".", m_runID);
     m_listener.Close();
 }
 

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "keeper/keeper.h"
+
+#include <array>
+
+#include <poll.h>
+
+/// The descriptors are the keeper's own from then on, but for the journal and the signals: SIGCHLD and
+/// SIGTERM are blocked and come through those.
+struct Taskmill_Keeper::System
+{
+    int lock = -1; ///< says that this run is not over
+    int journal = -1;
+    int signals = -1;
+    int pipe = -1; ///< what the run writes
+    std::array<pollfd, 5> waits{};
+};
