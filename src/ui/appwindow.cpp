@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/appwindow.h"
 
+#include "help/helpdialog.h"
 #include "jobs/queuelessjobslist.h"
 #include "kilnutil/error.h"
 #include "kilnutil/registry.h"
@@ -11,11 +12,15 @@
 #include "manager/manager.h"
 #include "manager/version.h"
 #include "ui/programicon.h"
+#include "ui/projectmenu.h"
+#include "ui/statusline.h"
+#include "ui/tabmenus.h"
 #include "ui/trayicon.h"
 #include "widgets/widgetutil.h"
 
 #include <QApplication>
 #include <QEvent>
+#include <QMenu>
 #include <QPushButton>
 #include <QScopedValueRollback>
 #include <QSessionManager>
@@ -43,9 +48,13 @@ Taskmill_AppWindow::Taskmill_AppWindow(Taskmill_Manager &manager)
     , m_finishedJobs{PageOf(Taskmill_Page::FinishedJobs), manager.FinishedJobs()}
     , m_jobTypes{PageOf(Taskmill_Page::JobTypes), manager.JobTypes()}
     , m_openFilesDialog{manager.Store(), &m_window}
+    , m_summary{manager.Destinations(), manager.FinishedJobs()}
+    , m_statusLine{new Taskmill_StatusLine{&m_window}}
 {
+    m_window.setStatusBar(m_statusLine);
     manager.Submitter().SetSubmitDialog(&m_openFilesDialog);
     FillWindow();
+    FillMenus();
     ConnectWindow();
 }
 
@@ -75,6 +84,34 @@ void Taskmill_AppWindow::Fill(Taskmill_Page page, Taskmill_QueueTab &tab)
             });
 }
 
+void Taskmill_AppWindow::FillMenus()
+{
+    auto *projectMenu =
+        new Taskmill_ProjectMenu{m_window.Menu(Taskmill_WindowMenu::Project), m_manager.Project()};
+    connect(projectMenu, &Taskmill_ProjectMenu::ExitSignal, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
+    connect(projectMenu, &Taskmill_ProjectMenu::ProjectOpenedSignal, this,
+            [this] { SpeakOfProject(m_manager.Project().Notices()); });
+
+    QMenu &jobs = m_window.Menu(Taskmill_WindowMenu::Jobs);
+    jobs.addAction(u"&Submit Jobs..."_s, this, &Taskmill_AppWindow::NewJobsSlot);
+    m_tabMenus = new Taskmill_TabMenus{jobs, m_window.Menu(Taskmill_WindowMenu::Queue), this};
+    m_tabMenus->ShowThoseOf(m_longJobs, true);
+
+    QMenu &view = m_window.Menu(Taskmill_WindowMenu::View);
+    view.addSeparator();
+    view.addAction(u"&Hide Window"_s, this, &Taskmill_AppWindow::OkaySlot);
+
+    QMenu &help = m_window.Menu(Taskmill_WindowMenu::Help);
+    KilnUtil_HelpDialog::Global().ConnectAction(
+        help.addAction(u"&Manual"_s, QKeySequence{QKeySequence::HelpContents}), u"taskmill/introduction"_s,
+        false);
+    help.addAction(u"This &Tab"_s, QKeySequence{Qt::SHIFT | Qt::Key_F1}, this, [this] {
+        KilnUtil_HelpDialog::Global().ShowPage(
+            TabOf(static_cast<Taskmill_Page>(m_window.Tabs().currentIndex())).HelpId());
+    });
+    help.addAction(u"&About"_s, this, &Taskmill_AppWindow::AboutSlot);
+}
+
 void Taskmill_AppWindow::ConnectWindow()
 {
     connect(&m_window.SubmitJobsButton(), &QPushButton::clicked, this, &Taskmill_AppWindow::NewJobsSlot);
@@ -88,6 +125,21 @@ void Taskmill_AppWindow::ConnectWindow()
             [this] { m_manager.Project().SaveUnattended(); });
     connect(&m_manager.Project(), &Taskmill_Project::StateChangedSignal, this,
             &Taskmill_AppWindow::UpdateWindowTitle);
+    connect(&m_summary, &Taskmill_JobSummary::ChangedSignal, this, &Taskmill_AppWindow::ShowCounts);
+}
+
+void Taskmill_AppWindow::ShowCounts()
+{
+    const Taskmill_JobCounts &counts = m_summary.Counts();
+    for (const Taskmill_Page page :
+         {Taskmill_Page::LongJobs, Taskmill_Page::ShortJobs, Taskmill_Page::QueuelessJobs}) {
+        const Taskmill_JobCounts::Queue &queue = counts.queues.at(static_cast<size_t>(page));
+        m_window.ShowCount(page, queue.running + queue.waiting,
+                           Taskmill_CountsText(queue.running, queue.waiting));
+    }
+    m_window.ShowCount(Taskmill_Page::FinishedJobs, counts.finished,
+                       counts.finished == 1 ? u"1 job"_s : u"%1 jobs"_s.arg(counts.finished));
+    m_statusLine->ShowCounts(counts);
 }
 
 void Taskmill_AppWindow::Prepare()
@@ -131,7 +183,11 @@ void Taskmill_AppWindow::Show()
 
 void Taskmill_AppWindow::SpeakAtStart()
 {
-    const QStringList notices = m_manager.NoticesAtStart(true);
+    SpeakOfProject(m_manager.NoticesAtStart(true));
+}
+
+void Taskmill_AppWindow::SpeakOfProject(const QStringList &notices)
+{
     if (!notices.isEmpty())
         KilnUtil_Error::UserPrompt().ShowInformation(
             m_manager.Project().IsRecovered() ? u"Project Recovered"_s : u"Project Not Saved"_s,
@@ -148,14 +204,25 @@ void Taskmill_AppWindow::SpeakAtStart()
 
 void Taskmill_AppWindow::UpdateWindowTitle()
 {
-    m_window.setWindowTitle(m_manager.Project().WindowTitle());
+    const Taskmill_Project &project = m_manager.Project();
+    m_window.setWindowTitle(project.WindowTitle());
+    m_statusLine->ShowSaved(!project.FilePath().isEmpty(), project.HasUnsavedChanges());
     if (m_trayIcon)
         m_trayIcon->SetToolTip(m_window.windowTitle());
 }
 
+Taskmill_TabWithMenu &Taskmill_AppWindow::TabOf(Taskmill_Page page)
+{
+    const std::array<Taskmill_TabWithMenu *, 6> tabs{&m_longJobs,    &m_shortJobs,    &m_queuelessJobs,
+                                                     &m_runningJobs, &m_finishedJobs, &m_jobTypes};
+    return *tabs.at(static_cast<size_t>(page));
+}
+
 void Taskmill_AppWindow::CurrentTabChangedSlot(int tab)
 {
-    switch (static_cast<Taskmill_Page>(tab)) {
+    const auto page = static_cast<Taskmill_Page>(tab);
+    m_tabMenus->ShowThoseOf(TabOf(page), page == Taskmill_Page::LongJobs || page == Taskmill_Page::ShortJobs);
+    switch (page) {
     case Taskmill_Page::LongJobs:
         m_longJobs.FillTable();
         break;

@@ -3,6 +3,7 @@
 
 #include "manager/jobsgoon.h"
 #include "ui/finishedjobswidget.h"
+#include "ui/jobsummary.h"
 #include "ui/jobtypeswidget.h"
 #include "ui/mainwindow.h"
 #include "ui/openfilesdialog.h"
@@ -12,6 +13,8 @@
 #include <memory>
 
 class Taskmill_Manager;
+class Taskmill_StatusLine;
+class Taskmill_TabMenus;
 class Taskmill_TrayIcon;
 
 /// The window as a front end of the manager: the main window with its tabs, the dialog that submits files,
@@ -53,7 +56,7 @@ public Q_SLOTS:
     void NewJobsSlot();
     /// Puts the window away to where it can be brought back from.
     void OkaySlot();
-    /// Does nothing: there are no menus.
+    /// Does nothing: the menus bring themselves up to date.
     void UpdateMenusSlot();
     void SystemTrayShowWindowSlot();
     void SystemTrayHideWindowSlot();
@@ -69,10 +72,15 @@ private:
     /// Asks whether to save, and ends the program unless the user thinks better of it.
     void LeaveProgram(Taskmill_Ending ending);
     void FillWindow();
+    void FillMenus();
     void Fill(Taskmill_Page page, Taskmill_QueueTab &tab);
     void ConnectWindow();
     void RestoreToolBars();
     void UpdateWindowTitle();
+    void ShowCounts();
+    /// What the user must know of the project that has just been opened, and what must be decided of it.
+    void SpeakOfProject(const QStringList &notices);
+    [[nodiscard]] Taskmill_TabWithMenu &TabOf(Taskmill_Page page);
     [[nodiscard]] QWidget *PageOf(Taskmill_Page page) const { return m_window.PageOf(page); }
 
     Taskmill_Manager &m_manager;
@@ -85,6 +93,9 @@ private:
     Taskmill_FinishedJobsWidget m_finishedJobs;
     Taskmill_JobTypesWidget m_jobTypes;
     Taskmill_OpenFilesDialog m_openFilesDialog;
+    Taskmill_JobSummary m_summary;
+    Taskmill_StatusLine *const m_statusLine;
+    Taskmill_TabMenus *m_tabMenus = nullptr;
     std::unique_ptr<Taskmill_TrayIcon> m_trayIcon;
     bool m_askingToExit = false;
 };

@@ -21,6 +21,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+const QString helpId = u"taskmill/runningjobs"_s;
 constexpr int shortReadingMs = 150;
 
 struct KillEntry
@@ -175,42 +176,49 @@ Taskmill_RunningJobsWidget::JobToRemove(const Taskmill_ProcessRecord &process) c
 
 void Taskmill_RunningJobsWidget::ContextMenuSlot(const QPoint &position)
 {
+    Taskmill_ContextMenu menu{*m_table};
+    FillMenu(menu);
+    menu.Run(position);
+}
+
+QString Taskmill_RunningJobsWidget::HelpId() const
+{
+    return helpId;
+}
+
+void Taskmill_RunningJobsWidget::FillMenu(Taskmill_TabMenu &menu)
+{
     const std::optional<Taskmill_ProcessRecord> process = CurrentProcess();
     if (!process)
         return;
     if (const std::optional<Job> job = JobToRemove(*process))
-        OfferToRemove(*job, position);
+        OfferToRemove(*job, menu);
     else
-        OfferToKill(*process, position);
+        OfferToKill(*process, menu);
 }
 
-void Taskmill_RunningJobsWidget::OfferToRemove(const Job &job, const QPoint &position)
+void Taskmill_RunningJobsWidget::OfferToRemove(const Job &job, Taskmill_TabMenu &menu)
 {
-    Taskmill_ContextMenu menu{*m_table};
     menu.AddEntry(u"Remove"_s);
-    if (!menu.Run(position))
-        return;
-    job.owner.RemoveJob(job.jobID);
-    RefreshSlot();
+    menu.WhenChosen([this, job](const QAction &) {
+        job.owner.RemoveJob(job.jobID);
+        RefreshSlot();
+    });
 }
 
-void Taskmill_RunningJobsWidget::OfferToKill(const Taskmill_ProcessRecord &process, const QPoint &position)
+void Taskmill_RunningJobsWidget::OfferToKill(const Taskmill_ProcessRecord &process, Taskmill_TabMenu &menu)
 {
-    Taskmill_ContextMenu menu{*m_table};
     std::array<const QAction *, killEntries.size()> entries{};
     for (size_t index = 0; index < entries.size(); ++index)
         entries[index] = menu.AddEntry(killEntries[index].text);
     menu.AddSeparator();
-    menu.AddHelp(u"taskmill/runningjobs"_s);
-    const QAction *chosen = menu.Run(position);
-    if (!chosen)
-        return;
-    const auto entry = std::ranges::find(entries, chosen);
-    if (entry != entries.end()) {
+    menu.AddHelp(helpId);
+    menu.WhenChosen([this, process, entries](const QAction &chosen) {
+        const auto entry = std::ranges::find(entries, &chosen);
         m_runningJobs.KillInBackground(process,
                                        killEntries[static_cast<size_t>(entry - entries.begin())].kill);
-    }
-    RefreshSlot();
+        RefreshSlot();
+    });
 }
 
 void Taskmill_RunningJobsWidget::RemoveSlot()

@@ -118,6 +118,10 @@ WarnAnswer Ask(QMessageBox::Icon icon, QWidget *parent, const QString &title, co
         checkBox->setChecked(detail->isChecked);
         box.setCheckBox(checkBox);
     }
+    if (detail && !detail->yes.isEmpty())
+        box.button(QMessageBox::Yes)->setText(detail->yes);
+    if (detail && !detail->no.isEmpty())
+        box.button(QMessageBox::No)->setText(detail->no);
     box.setDefaultButton(ButtonOf(defaultAnswer));
     // Without a default answer, Enter gives none: Qt would take the first.
     if (mode != WarnMode::Ok && defaultAnswer == WarnAnswer::None) {
