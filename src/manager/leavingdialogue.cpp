@@ -11,18 +11,17 @@ namespace {
 Taskmill_Question JobsQuestion(int running, bool canGoOn)
 {
     const QString text = running == 1 ? u"1 job is running."_s : u"%1 jobs are running."_s.arg(running);
-    const QString ending = u"Jobs that are ended wait in the project when it is saved, and begin anew."_s;
+    const QString ending = u"Those that you end wait in the project, if you save it, and begin anew."_s;
     const QString goingOn =
-        u"Closing this project need not end them: jobs that go on are there again, running or ended, when "
-        "it is opened the next time. "_s;
+        u"Those that go on are there again, running or ended, when this project is opened the next time."_s;
     return {.title = u"Running Jobs"_s,
             .text = text,
-            .detail = (canGoOn ? goingOn : u"Closing this project ends them. "_s) + ending,
+            .detail = (canGoOn ? goingOn : u"Closing this project ends them."_s) + u"\n\n"_s + ending,
             .yes = u"&End them"_s,
             .no = canGoOn ? u"&Let them go on"_s : u"Cancel"_s,
             .kind = canGoOn ? Taskmill_Question::Kind::YesNoCancel : Taskmill_Question::Kind::YesNo,
-            .defaultAnswer = canGoOn ? KilnUtil_UserPrompt::WarnAnswer::Cancel
-                                     : KilnUtil_UserPrompt::WarnAnswer::No,
+            .defaultAnswer =
+                canGoOn ? KilnUtil_UserPrompt::WarnAnswer::Cancel : KilnUtil_UserPrompt::WarnAnswer::No,
             .isWarning = true};
 }
 } // namespace

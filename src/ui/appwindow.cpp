@@ -10,14 +10,17 @@
 #include "manager/exitdialogue.h"
 #include "manager/heldjobsdialogue.h"
 #include "manager/manager.h"
+#include "manager/recentprojects.h"
 #include "manager/version.h"
 #include "ui/programicon.h"
 #include "ui/projectmenu.h"
+#include "ui/projectoffer.h"
 #include "ui/statusline.h"
 #include "ui/tabmenus.h"
 #include "ui/trayicon.h"
 #include "widgets/widgetutil.h"
 
+#include <QActionGroup>
 #include <QApplication>
 #include <QEvent>
 #include <QMenu>
@@ -49,6 +52,7 @@ Taskmill_AppWindow::Taskmill_AppWindow(Taskmill_Manager &manager)
     , m_jobTypes{PageOf(Taskmill_Page::JobTypes), manager.JobTypes()}
     , m_openFilesDialog{manager.Store(), &m_window}
     , m_summary{manager.Destinations(), manager.FinishedJobs()}
+    , m_news{manager.FinishedJobs()}
     , m_statusLine{new Taskmill_StatusLine{&m_window}}
 {
     m_window.setStatusBar(m_statusLine);
@@ -86,10 +90,10 @@ void Taskmill_AppWindow::Fill(Taskmill_Page page, Taskmill_QueueTab &tab)
 
 void Taskmill_AppWindow::FillMenus()
 {
-    auto *projectMenu =
+    m_projectMenu =
         new Taskmill_ProjectMenu{m_window.Menu(Taskmill_WindowMenu::Project), m_manager.Project()};
-    connect(projectMenu, &Taskmill_ProjectMenu::ExitSignal, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
-    connect(projectMenu, &Taskmill_ProjectMenu::ProjectOpenedSignal, this,
+    connect(m_projectMenu, &Taskmill_ProjectMenu::ExitSignal, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
+    connect(m_projectMenu, &Taskmill_ProjectMenu::ProjectOpenedSignal, this,
             [this] { SpeakOfProject(m_manager.Project().Notices()); });
 
     QMenu &jobs = m_window.Menu(Taskmill_WindowMenu::Jobs);
@@ -97,9 +101,7 @@ void Taskmill_AppWindow::FillMenus()
     m_tabMenus = new Taskmill_TabMenus{jobs, m_window.Menu(Taskmill_WindowMenu::Queue), this};
     m_tabMenus->ShowThoseOf(m_longJobs, true);
 
-    QMenu &view = m_window.Menu(Taskmill_WindowMenu::View);
-    view.addSeparator();
-    view.addAction(u"&Hide Window"_s, this, &Taskmill_AppWindow::OkaySlot);
+    FillViewMenu();
 
     QMenu &help = m_window.Menu(Taskmill_WindowMenu::Help);
     KilnUtil_HelpDialog::Global().ConnectAction(
@@ -110,6 +112,27 @@ void Taskmill_AppWindow::FillMenus()
             TabOf(static_cast<Taskmill_Page>(m_window.Tabs().currentIndex())).HelpId());
     });
     help.addAction(u"&About"_s, this, &Taskmill_AppWindow::AboutSlot);
+}
+
+void Taskmill_AppWindow::FillViewMenu()
+{
+    QMenu &view = m_window.Menu(Taskmill_WindowMenu::View);
+    view.addSeparator();
+    QMenu *notifications = view.addMenu(u"Desktop &Notifications"_s);
+    auto *choices = new QActionGroup{notifications};
+    for (const auto &[text, announced] :
+         {std::pair{u"&Off"_s, Taskmill_Announced::Nothing},
+          std::pair{u"&Failures Only"_s, Taskmill_Announced::Failures},
+          std::pair{u"&All Jobs That End"_s, Taskmill_Announced::Everything}}) {
+        QAction *choice = notifications->addAction(
+            text, this, [announced = announced] { Taskmill_RememberAnnounced(announced); });
+        choice->setCheckable(true);
+        choice->setActionGroup(choices);
+        connect(notifications, &QMenu::aboutToShow, choice, [choice, announced = announced] {
+            choice->setChecked(announced == Taskmill_RememberedAnnounced());
+        });
+    }
+    view.addAction(u"&Hide Window"_s, this, &Taskmill_AppWindow::OkaySlot);
 }
 
 void Taskmill_AppWindow::ConnectWindow()
@@ -126,6 +149,7 @@ void Taskmill_AppWindow::ConnectWindow()
     connect(&m_manager.Project(), &Taskmill_Project::StateChangedSignal, this,
             &Taskmill_AppWindow::UpdateWindowTitle);
     connect(&m_summary, &Taskmill_JobSummary::ChangedSignal, this, &Taskmill_AppWindow::ShowCounts);
+    connect(&m_news, &Taskmill_JobNews::UnseenFailuresChangedSignal, this, &Taskmill_AppWindow::UpdateTray);
 }
 
 void Taskmill_AppWindow::ShowCounts()
@@ -140,6 +164,60 @@ void Taskmill_AppWindow::ShowCounts()
     m_window.ShowCount(Taskmill_Page::FinishedJobs, counts.finished,
                        counts.finished == 1 ? u"1 job"_s : u"%1 jobs"_s.arg(counts.finished));
     m_statusLine->ShowCounts(counts);
+    UpdateTray();
+}
+
+void Taskmill_AppWindow::UpdateTray()
+{
+    SeeFailures();
+    if (!m_trayIcon)
+        return;
+    const int running = m_summary.Counts().Running();
+    const int failed = m_news.UnseenFailures();
+    QString toolTip =
+        m_window.windowTitle() + u'\n' + Taskmill_CountsText(running, m_summary.Counts().Waiting());
+    if (failed > 0)
+        toolTip += u"\n%1 failed since you looked at Finished Jobs"_s.arg(failed);
+    m_trayIcon->SetToolTip(toolTip);
+    m_trayIcon->SetBadge(running, failed);
+}
+
+void Taskmill_AppWindow::SeeFailures()
+{
+    if (m_window.isActiveWindow() &&
+        m_window.Tabs().currentIndex() == static_cast<int>(Taskmill_Page::FinishedJobs))
+        m_news.SeeFailures();
+}
+
+void Taskmill_AppWindow::ConnectTray()
+{
+    connect(&m_news, &Taskmill_JobNews::NewsSignal, m_trayIcon.get(),
+            [this](const QString &title, const QString &text) {
+                m_isNewsShown = true;
+                m_trayIcon->ShowMessage(title, text);
+            });
+    connect(m_trayIcon.get(), &Taskmill_TrayIcon::MessageClickedSignal, this, &Taskmill_AppWindow::ShowNews);
+    UpdateTray();
+}
+
+void Taskmill_AppWindow::ShowNews()
+{
+    m_window.ShowInFront();
+    if (!m_isNewsShown)
+        return;
+    m_window.Tabs().setCurrentIndex(static_cast<int>(Taskmill_Page::FinishedJobs));
+    m_finishedJobs.SelectJobs(m_news.AnnouncedJobs());
+}
+
+void Taskmill_AppWindow::ExplainTray()
+{
+    const QString key = u"/General/Tray_Explained"_s;
+    if (!m_trayIcon || KilnUtil_Registry::Value(key).toBool())
+        return;
+    KilnUtil_Registry::SetValue(key, true);
+    m_isNewsShown = false;
+    m_trayIcon->ShowMessage(u"Taskmill works on in the tray"_s,
+                            u"Jobs run on. Click the icon to show the window again."_s);
 }
 
 void Taskmill_AppWindow::Prepare()
@@ -167,6 +245,7 @@ void Taskmill_AppWindow::ShowTrayIcon()
     connect(m_trayIcon.get(), &Taskmill_TrayIcon::HideSignal, this,
             &Taskmill_AppWindow::SystemTrayHideWindowSlot);
     connect(m_trayIcon.get(), &Taskmill_TrayIcon::ExitSignal, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
+    ConnectTray();
 }
 
 void Taskmill_AppWindow::Show(uint)
@@ -183,7 +262,24 @@ void Taskmill_AppWindow::Show()
 
 void Taskmill_AppWindow::SpeakAtStart()
 {
+    OfferLastProject();
     SpeakOfProject(m_manager.NoticesAtStart(true));
+}
+
+void Taskmill_AppWindow::OfferLastProject()
+{
+    const QString last = Taskmill_RecentProjects().value(0);
+    const Taskmill_Project &project = m_manager.Project();
+    if (last.isEmpty() || !project.FilePath().isEmpty() || project.HasUnsavedChanges())
+        return;
+    m_offer = new Taskmill_ProjectOffer{m_longJobs.Table(), last};
+    connect(m_offer, &QPushButton::clicked, m_projectMenu,
+            [this] { m_projectMenu->OpenFile(m_offer->Path()); });
+    // The user has begun something else.
+    connect(&m_manager.Project(), &Taskmill_Project::StateChangedSignal, m_offer, [this] {
+        m_offer->hide();
+        m_offer->deleteLater();
+    });
 }
 
 void Taskmill_AppWindow::SpeakOfProject(const QStringList &notices)
@@ -207,8 +303,7 @@ void Taskmill_AppWindow::UpdateWindowTitle()
     const Taskmill_Project &project = m_manager.Project();
     m_window.setWindowTitle(project.WindowTitle());
     m_statusLine->ShowSaved(!project.FilePath().isEmpty(), project.HasUnsavedChanges());
-    if (m_trayIcon)
-        m_trayIcon->SetToolTip(m_window.windowTitle());
+    UpdateTray();
 }
 
 Taskmill_TabWithMenu &Taskmill_AppWindow::TabOf(Taskmill_Page page)
@@ -237,6 +332,7 @@ void Taskmill_AppWindow::CurrentTabChangedSlot(int tab)
         break;
     case Taskmill_Page::FinishedJobs:
         m_finishedJobs.FillTable();
+        SeeFailures();
         break;
     case Taskmill_Page::JobTypes:
         m_jobTypes.FillTable();
@@ -258,10 +354,12 @@ void Taskmill_AppWindow::AboutSlot()
 
 void Taskmill_AppWindow::OkaySlot()
 {
-    if (Taskmill_TrayIcon::IsInReach())
-        m_window.hide();
-    else
+    if (!Taskmill_TrayIcon::IsInReach()) {
         m_window.showMinimized();
+        return;
+    }
+    m_window.hide();
+    ExplainTray();
 }
 
 void Taskmill_AppWindow::UpdateMenusSlot() {}
@@ -320,6 +418,8 @@ bool Taskmill_AppWindow::eventFilter(QObject *watched, QEvent *event)
         return QObject::eventFilter(watched, event);
     if (event->type() == QEvent::Show && !event->spontaneous())
         CurrentTabChangedSlot(m_window.Tabs().currentIndex());
+    if (event->type() == QEvent::WindowActivate)
+        SeeFailures();
     if (event->type() != QEvent::Close)
         return QObject::eventFilter(watched, event);
     OkaySlot();

@@ -3,6 +3,7 @@
 
 #include "manager/jobsgoon.h"
 #include "ui/finishedjobswidget.h"
+#include "ui/jobnews.h"
 #include "ui/jobsummary.h"
 #include "ui/jobtypeswidget.h"
 #include "ui/mainwindow.h"
@@ -13,6 +14,8 @@
 #include <memory>
 
 class Taskmill_Manager;
+class Taskmill_ProjectMenu;
+class Taskmill_ProjectOffer;
 class Taskmill_StatusLine;
 class Taskmill_TabMenus;
 class Taskmill_TrayIcon;
@@ -78,6 +81,15 @@ private:
     void RestoreToolBars();
     void UpdateWindowTitle();
     void ShowCounts();
+    void UpdateTray();
+    void FillViewMenu();
+    void ConnectTray();
+    /// Says once that closing the window does not end the program.
+    void ExplainTray();
+    void ShowNews();
+    void SeeFailures();
+    /// Offers the project of the last time when none was named.
+    void OfferLastProject();
     /// What the user must know of the project that has just been opened, and what must be decided of it.
     void SpeakOfProject(const QStringList &notices);
     [[nodiscard]] Taskmill_TabWithMenu &TabOf(Taskmill_Page page);
@@ -94,8 +106,12 @@ private:
     Taskmill_JobTypesWidget m_jobTypes;
     Taskmill_OpenFilesDialog m_openFilesDialog;
     Taskmill_JobSummary m_summary;
+    Taskmill_JobNews m_news;
     Taskmill_StatusLine *const m_statusLine;
+    Taskmill_ProjectMenu *m_projectMenu = nullptr;
     Taskmill_TabMenus *m_tabMenus = nullptr;
+    QPointer<Taskmill_ProjectOffer> m_offer;
     std::unique_ptr<Taskmill_TrayIcon> m_trayIcon;
     bool m_askingToExit = false;
+    bool m_isNewsShown = false; ///< by the last message of the tray
 };

@@ -9,6 +9,8 @@
 #include "ui/tablefiller.h"
 #include "widgets/tablewidget.h"
 
+#include <QAbstractProxyModel>
+
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
@@ -76,6 +78,30 @@ void Taskmill_FinishedJobsWidget::FillTable()
 {
     if (m_frame)
         m_filler->FillNow();
+}
+
+void Taskmill_FinishedJobsWidget::SelectJobs(const QList<int> &jobIDs)
+{
+    FillTable();
+    const auto &rows = *qobject_cast<const QAbstractProxyModel *>(m_table->model());
+    QSet<int> wanted{jobIDs.begin(), jobIDs.end()};
+    QItemSelection selection;
+    QModelIndex first;
+    // Those that have ended last stand at the end of the list.
+    for (int position = rows.rowCount() - 1; position >= 0 && !wanted.isEmpty(); --position) {
+        const Taskmill_JobRecord *job = JobAt(position);
+        if (!job || !wanted.remove(job->JobID))
+            continue;
+        const QModelIndex cell = rows.mapFromSource(m_model->index(position, 0));
+        selection.select(cell, cell);
+        if (!first.isValid() || cell.row() < first.row())
+            first = cell;
+    }
+    m_table->selectionModel()->select(selection,
+                                      QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    m_table->selectionModel()->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
+    m_table->scrollTo(first);
+    m_table->setFocus();
 }
 
 void Taskmill_FinishedJobsWidget::JobsChangedSlot()

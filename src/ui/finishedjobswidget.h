@@ -26,6 +26,8 @@ public:
 
     /// Brings the table up to date at once.
     void FillTable();
+    /// Selects these jobs, as far as they are there, and shows the first of them.
+    void SelectJobs(const QList<int> &jobIDs);
     void FillMenu(Taskmill_TabMenu &menu) override;
     [[nodiscard]] QString HelpId() const override;
 

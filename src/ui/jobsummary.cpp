@@ -60,9 +60,8 @@ Taskmill_JobSummary::Taskmill_JobSummary(Taskmill_Destinations &destinations,
 
 void Taskmill_JobSummary::Count()
 {
-    Taskmill_JobCounts counts{.queues = {},
-                              .finished = m_finishedJobs.Jobs().size(),
-                              .lastEnded = LastOf(m_finishedJobs)};
+    Taskmill_JobCounts counts{
+        .queues = {}, .finished = m_finishedJobs.Jobs().size(), .lastEnded = LastOf(m_finishedJobs)};
     size_t number = 0;
     for (const Taskmill_QueueOwner *owner : m_destinations.All())
         counts.queues.at(number++) = {.running = owner->Jobs().RunningCount(),

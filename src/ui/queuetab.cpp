@@ -237,7 +237,7 @@ void Taskmill_QueueTab::View(const Entries &entries, const QAction &chosen, cons
     if (&chosen == entries.showInputFile)
         Taskmill_JobViewers::ShowInputFile(*m_frame, record.Name, record.InputFilePath);
     else if (&chosen == entries.streamOutputFile)
-        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath());
+        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath(), job.Process());
     else if (&chosen == entries.showLog)
         Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job.OutputNow());
     else if (&chosen == entries.streamLog && job.Process())
@@ -273,7 +273,7 @@ void Taskmill_QueueTab::CellDoubleClickedSlot(int row, int column)
     const bool isRunning = record.Status == Taskmill_JobStatus::Running;
     const bool hasOnlyOutputText = record.OutputFilePath().isEmpty();
     if (isRunning && Taskmill_JobViewers::HasFile(record.OutputFilePath()))
-        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath());
+        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath(), job->Process());
     else if (isRunning && hasOnlyOutputText && job->Process())
         Taskmill_JobViewers::StreamLog(*m_frame, record.Name, *job->Process());
     else if (hasOnlyOutputText && job->HasOutput())

@@ -59,6 +59,10 @@ private:
     [[nodiscard]] QBoxLayout *MakeControls();
     void UpdateEmptyText();
     [[nodiscard]] std::optional<Taskmill_ProcessRecord> CurrentProcess() const;
+    /// The job whose process that is.
+    [[nodiscard]] std::optional<Job> JobOf(const Taskmill_ProcessRecord &process) const;
+    /// For the tool tips of the rows.
+    [[nodiscard]] QHash<QString, QString> JobTexts() const;
     /// The job that the process belongs to, where the menu offers to remove it.
     [[nodiscard]] std::optional<Job> JobToRemove(const Taskmill_ProcessRecord &process) const;
     void OfferToRemove(const Job &job, Taskmill_TabMenu &menu);
@@ -74,5 +78,6 @@ private:
     QPushButton *m_refresh = nullptr;
     QCheckBox *m_onlyKnown = nullptr;
     QLabel *m_reading = nullptr;
+    QLabel *m_readAt = nullptr;
     QTimer m_readingTimer; ///< a short reading is not shown
 };

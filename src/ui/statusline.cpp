@@ -20,8 +20,7 @@ QString EndText(const Taskmill_JobCounts::Ended &job)
     const QDateTime time = job.time.ClockTime();
     const bool isToday = time.date() == QDate::currentDate();
     return u"Last ended: %1, %2, %3"_s.arg(job.name, Taskmill_JobStatusText(job.status),
-                                            isToday ? time.toString(u"hh:mm"_s)
-                                                    : Taskmill_TimeText(job.time));
+                                           isToday ? time.toString(u"hh:mm"_s) : Taskmill_TimeText(job.time));
 }
 } // namespace
 
@@ -50,6 +49,8 @@ void Taskmill_StatusLine::ShowCounts(const Taskmill_JobCounts &counts)
     const bool hasLast = !counts.lastEnded.name.isEmpty();
     m_lastEnded->SetText(hasLast ? EndText(counts.lastEnded) : QString{});
     m_mark->setVisible(hasLast);
+    if (m_lastStatus == counts.lastEnded.status)
+        return;
     m_lastStatus = counts.lastEnded.status;
     DrawMark();
 }
