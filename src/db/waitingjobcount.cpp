@@ -32,7 +32,8 @@ std::optional<int> FirstNumber(sqlite3 *database, const char *query)
 std::optional<int> Taskmill_CountWaitingJobs(const QString &path)
 {
     // As a file that nobody changes: no lock is taken, and nothing is written beside it.
-    const QByteArray address = QUrl::fromLocalFile(QFileInfo{path}.absoluteFilePath()).toEncoded() + "?immutable=1";
+    const QByteArray address =
+        QUrl::fromLocalFile(QFileInfo{path}.absoluteFilePath()).toEncoded() + "?immutable=1";
     sqlite3 *database = nullptr;
     std::optional<int> count;
     if (sqlite3_open_v2(address.constData(), &database, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr) ==

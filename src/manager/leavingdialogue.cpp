@@ -14,7 +14,7 @@ Taskmill_Question JobsQuestion(int running, bool canGoOn)
     const QString ending = u"Those that you end wait in the project, if you save it, and begin anew."_s;
     const QString goingOn =
         u"Those that go on are there again, running or ended, when this project is opened the next time."_s;
-    return {.title = u"Running Jobs"_s,
+    return {.title = u"Close Current Project?"_s,
             .text = text,
             .detail = (canGoOn ? goingOn : u"Closing this project ends them."_s) + u"\n\n"_s + ending,
             .yes = u"&End them"_s,

@@ -25,8 +25,7 @@ bool HasFailed(const Taskmill_JobRecord &job)
 
 QString LineOf(const Taskmill_JobRecord &job)
 {
-    const QString name =
-        job.Name.size() > longestName ? job.Name.left(longestName) + u"..."_s : job.Name;
+    const QString name = job.Name.size() > longestName ? job.Name.left(longestName) + u"..."_s : job.Name;
     return u"%1: %2"_s.arg(name, Taskmill_JobStatusText(job.Status));
 }
 
@@ -44,9 +43,8 @@ Taskmill_Announced Taskmill_RememberedAnnounced()
 {
     const QString name = KilnUtil_Registry::Value(settingsKey).toString();
     const auto found = std::ranges::find(announcedNames, name);
-    return found == announcedNames.end()
-               ? Taskmill_Announced::Everything
-               : static_cast<Taskmill_Announced>(found - announcedNames.begin());
+    return found == announcedNames.end() ? Taskmill_Announced::Everything
+                                         : static_cast<Taskmill_Announced>(found - announcedNames.begin());
 }
 
 void Taskmill_RememberAnnounced(Taskmill_Announced announced)
@@ -62,8 +60,7 @@ Taskmill_JobNews::Taskmill_JobNews(Taskmill_FinishedJobs &finishedJobs, std::chr
     m_timer.setSingleShot(true);
     m_timer.setInterval(gathering);
     connect(&m_timer, &QTimer::timeout, this, &Taskmill_JobNews::Announce);
-    connect(&m_finishedJobs, &Taskmill_FinishedJobs::JobsChangedSignal, this,
-            &Taskmill_JobNews::JobsChanged);
+    connect(&m_finishedJobs, &Taskmill_FinishedJobs::JobsChangedSignal, this, &Taskmill_JobNews::JobsChanged);
 }
 
 void Taskmill_JobNews::JobsChanged()

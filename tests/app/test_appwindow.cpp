@@ -111,7 +111,9 @@ struct WindowPlace
                                        .InputFileFilter = u"Files (*.one)"_s,
                                        .OutputFileFilter = {},
                                        .EnvironmentVariables = {}};
-        if (!session.Initialise() || !Database()->InsertJobType(jobType, true))
+        // The offer of the last project is there until something is changed.
+        const bool changes = lastProject.isEmpty();
+        if (!session.Initialise() || (changes && !Database()->InsertJobType(jobType, true)))
             qFatal("the window cannot be opened");
         session.Show();
     }
@@ -203,7 +205,16 @@ private Q_SLOTS:
         if (isWindows)
             QSKIP("Wine has no fonts, and so no widths");
         WindowPlace place;
-        const QTabWidget &tabs = *place.Window().findChild<QTabWidget *>();
+        Taskmill_MainWindow &window = place.appWindow.MainWindow();
+        const QTabWidget &tabs = window.Tabs();
+        // The least width has room for counts, so that the window does not grow with them.
+        place.Window().resize(100, 100);
+        const int least = place.Window().width();
+        for (const auto page : {Taskmill_Page::LongJobs, Taskmill_Page::ShortJobs,
+                                Taskmill_Page::QueuelessJobs, Taskmill_Page::FinishedJobs})
+            window.ShowCount(page, 999, {});
+        place.Window().resize(100, 100);
+        QCOMPARE(place.Window().width(), least);
         const auto lastTabEndAt = [&](int width, int height) {
             place.Window().resize(width, height);
             return tabs.tabBar()->tabRect(tabs.count() - 1).right();
@@ -279,7 +290,7 @@ private Q_SLOTS:
     {
         WindowPlace place;
         const QTabWidget &tabs = place.appWindow.MainWindow().Tabs();
-        QCOMPARE(place.StatusTexts(), QStringList{u"0 running, 0 waiting"_s});
+        QCOMPARE(place.StatusTexts()[0], u"0 running, 0 waiting"_s);
         for (const auto *file : {"a.one", "b.one", "c.one"})
             QVERIFY(
                 !Client{place.SubmitLines(QString::fromLatin1(file), "jobtypename=One")}.Answer().isEmpty());
@@ -348,6 +359,8 @@ private Q_SLOTS:
         for (int page = 0; page < window.Tabs().count(); ++page) {
             window.Tabs().setCurrentIndex(page);
             auto &table = *window.Tabs().widget(page)->findChild<KilnUtil_TableWidget *>();
+            // It fills the table.
+            (void)place.Open(Taskmill_WindowMenu::Jobs);
             table.setCurrentIndex(table.model()->index(0, 0));
             const QStringList jobs = place.Open(Taskmill_WindowMenu::Jobs);
             const bool hasQueue = window.Menu(Taskmill_WindowMenu::Queue).menuAction()->isEnabled();
@@ -400,7 +413,7 @@ private Q_SLOTS:
             place.prompt.texts = {last};
             QVERIFY(!Client{place.SubmitLines(u"a.one"_s, "jobtypename=One")}.Answer().isEmpty());
             (void)place.Open(Taskmill_WindowMenu::Project, u"Save"_s);
-            place.session.QuitAtOnce(Taskmill_Ending::AskedToEnd);
+            place.session.ShutDown();
         }
         WindowPlace place{{}, last};
         QTRY_VERIFY(place.Window().findChild<Taskmill_ProjectOffer *>());
@@ -409,7 +422,7 @@ private Q_SLOTS:
         QTest::mouseClick(offer, Qt::LeftButton);
         QCOMPARE(LongJobs(), u"a.one"_s);
         QTRY_VERIFY(!place.Window().findChild<Taskmill_ProjectOffer *>());
-        place.session.QuitAtOnce(Taskmill_Ending::AskedToEnd);
+        place.session.ShutDown();
         // Not beside a project that was named.
         WindowPlace named{last, last};
         QTRY_COMPARE(named.prompt.asked.size(), 0);

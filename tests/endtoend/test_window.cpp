@@ -116,9 +116,10 @@ private Q_SLOTS:
         QVERIFY(desktop.WaitForControl(u"label"_s, u"1 running, 0 waiting"_s));
         const auto leave = [&](const QString &keys, const QString &answer) {
             desktop.Press(keys);
-            return desktop.WaitForWindow(u"Running Jobs"_s) &&
+            return desktop.WaitForWindow(u"Close Current Project?"_s) &&
                    desktop.WaitForControl(u"label"_s, u"1 job is running."_s) &&
-                   desktop.ClickControl(u"push button"_s, answer) && desktop.WaitUntilGone(u"Running Jobs"_s);
+                   desktop.ClickControl(u"push button"_s, answer) &&
+                   desktop.WaitUntilGone(u"Close Current Project?"_s);
         };
         QVERIFY(leave(u"ctrl+n"_s, u"Cancel"_s));
         QVERIFY(leave(u"ctrl+n"_s, u"Let them go on"_s));
@@ -151,6 +152,9 @@ private Q_SLOTS:
         Desktop desktop;
         QVERIFY(desktop.Start());
         QVERIFY(Start(desktop));
+        // All twenty rows are in view.
+        const auto window = desktop.WaitForWindow(Taskmill_VersionText());
+        desktop.Run(u"xdotool"_s, {u"windowsize"_s, QString::number(window->ID), u"1200"_s, u"900"_s});
         const auto press = [&desktop](const QString &name) {
             return desktop.ClickControl(u"push button"_s, name);
         };

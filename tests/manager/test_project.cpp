@@ -85,7 +85,7 @@ private Q_SLOTS:
             QVERIFY(!Project().OpenProject(File()));
             QCOMPARE(m_manager->Short().Jobs().JobIDs(), QList<int>{1});
             QCOMPARE(Prompt().asked.takeLast().title,
-                     answers.isEmpty() ? u"Running Jobs"_s : u"Save Current Project?"_s);
+                     answers.isEmpty() ? u"Close Current Project?"_s : u"Save Current Project?"_s);
         }
         Prompt().answers = {WarnAnswer::Yes, WarnAnswer::No};
         QVERIFY(Project().OpenProject(File()));

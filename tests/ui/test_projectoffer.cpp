@@ -18,9 +18,11 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("changes");
         QTest::addColumn<QString>("text");
         QTest::newRow("three jobs") << QStringList{} << u"Open a && b.mill, 3 waiting jobs"_s;
-        QTest::newRow("one job") << QStringList{u"DELETE FROM ShortJobsQueue"_s, u"DELETE FROM QueuelessJobs"_s}
+        QTest::newRow("one job") << QStringList{u"DELETE FROM ShortJobsQueue"_s,
+                                                u"DELETE FROM QueuelessJobs"_s}
                                  << u"Open a && b.mill, 1 waiting job"_s;
-        QTest::newRow("without the tables") << QStringList{u"DROP TABLE LongJobsQueue"_s} << u"Open a && b.mill"_s;
+        QTest::newRow("without the tables")
+            << QStringList{u"DROP TABLE LongJobsQueue"_s} << u"Open a && b.mill"_s;
         QTest::newRow("an endless table")
             << QStringList{u"DROP TABLE LongJobsQueue"_s,
                            u"CREATE VIEW LongJobsQueue AS WITH RECURSIVE n(i) AS "

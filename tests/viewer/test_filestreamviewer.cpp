@@ -221,8 +221,8 @@ private Q_SLOTS:
         // It shows the end as before.
         QVERIFY(Shows(u"line 300"_s));
         const auto wheel = [&view](int delta) {
-            QWheelEvent event{QPointF{5, 5},   QPointF{5, 5}, QPoint{}, QPoint{0, delta}, Qt::NoButton,
-                              Qt::ControlModifier, Qt::NoScrollPhase, false};
+            QWheelEvent event{QPointF{5, 5}, QPointF{5, 5},       QPoint{},          QPoint{0, delta},
+                              Qt::NoButton,  Qt::ControlModifier, Qt::NoScrollPhase, false};
             QApplication::sendEvent(view.viewport(), &event);
         };
         wheel(-120);
