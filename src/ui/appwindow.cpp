@@ -12,6 +12,7 @@
 #include "manager/manager.h"
 #include "manager/recentprojects.h"
 #include "manager/version.h"
+#include "ui/jobnews.h"
 #include "ui/programicon.h"
 #include "ui/projectmenu.h"
 #include "ui/projectoffer.h"
@@ -52,7 +53,7 @@ Taskmill_AppWindow::Taskmill_AppWindow(Taskmill_Manager &manager)
     , m_jobTypes{PageOf(Taskmill_Page::JobTypes), manager.JobTypes()}
     , m_openFilesDialog{manager.Store(), &m_window}
     , m_summary{manager.Destinations(), manager.FinishedJobs()}
-    , m_news{manager.FinishedJobs()}
+    , m_tray{m_window, manager.FinishedJobs(), m_summary}
     , m_statusLine{new Taskmill_StatusLine{&m_window}}
 {
     m_window.setStatusBar(m_statusLine);
@@ -149,7 +150,12 @@ void Taskmill_AppWindow::ConnectWindow()
     connect(&m_manager.Project(), &Taskmill_Project::StateChangedSignal, this,
             &Taskmill_AppWindow::UpdateWindowTitle);
     connect(&m_summary, &Taskmill_JobSummary::ChangedSignal, this, &Taskmill_AppWindow::ShowCounts);
-    connect(&m_news, &Taskmill_JobNews::UnseenFailuresChangedSignal, this, &Taskmill_AppWindow::UpdateTray);
+    connect(&m_tray, &Taskmill_TrayPresence::ShowWindowSignal, this,
+            &Taskmill_AppWindow::SystemTrayShowWindowSlot);
+    connect(&m_tray, &Taskmill_TrayPresence::HideWindowSignal, this,
+            &Taskmill_AppWindow::SystemTrayHideWindowSlot);
+    connect(&m_tray, &Taskmill_TrayPresence::ExitSignal, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
+    connect(&m_tray, &Taskmill_TrayPresence::ShowJobsSignal, this, &Taskmill_AppWindow::ShowFinishedJobs);
 }
 
 void Taskmill_AppWindow::ShowCounts()
@@ -164,60 +170,12 @@ void Taskmill_AppWindow::ShowCounts()
     m_window.ShowCount(Taskmill_Page::FinishedJobs, counts.finished,
                        counts.finished == 1 ? u"1 job"_s : u"%1 jobs"_s.arg(counts.finished));
     m_statusLine->ShowCounts(counts);
-    UpdateTray();
 }
 
-void Taskmill_AppWindow::UpdateTray()
+void Taskmill_AppWindow::ShowFinishedJobs(const QList<int> &jobIDs)
 {
-    SeeFailures();
-    if (!m_trayIcon)
-        return;
-    const int running = m_summary.Counts().Running();
-    const int failed = m_news.UnseenFailures();
-    QString toolTip =
-        m_window.windowTitle() + u'\n' + Taskmill_CountsText(running, m_summary.Counts().Waiting());
-    if (failed > 0)
-        toolTip += u"\n%1 failed since you looked at Finished Jobs"_s.arg(failed);
-    m_trayIcon->SetToolTip(toolTip);
-    m_trayIcon->SetBadge(running, failed);
-}
-
-void Taskmill_AppWindow::SeeFailures()
-{
-    if (m_window.isActiveWindow() &&
-        m_window.Tabs().currentIndex() == static_cast<int>(Taskmill_Page::FinishedJobs))
-        m_news.SeeFailures();
-}
-
-void Taskmill_AppWindow::ConnectTray()
-{
-    connect(&m_news, &Taskmill_JobNews::NewsSignal, m_trayIcon.get(),
-            [this](const QString &title, const QString &text) {
-                m_isNewsShown = true;
-                m_trayIcon->ShowMessage(title, text);
-            });
-    connect(m_trayIcon.get(), &Taskmill_TrayIcon::MessageClickedSignal, this, &Taskmill_AppWindow::ShowNews);
-    UpdateTray();
-}
-
-void Taskmill_AppWindow::ShowNews()
-{
-    m_window.ShowInFront();
-    if (!m_isNewsShown)
-        return;
     m_window.Tabs().setCurrentIndex(static_cast<int>(Taskmill_Page::FinishedJobs));
-    m_finishedJobs.SelectJobs(m_news.AnnouncedJobs());
-}
-
-void Taskmill_AppWindow::ExplainTray()
-{
-    const QString key = u"/General/Tray_Explained"_s;
-    if (!m_trayIcon || KilnUtil_Registry::Value(key).toBool())
-        return;
-    KilnUtil_Registry::SetValue(key, true);
-    m_isNewsShown = false;
-    m_trayIcon->ShowMessage(u"Taskmill works on in the tray"_s,
-                            u"Jobs run on. Click the icon to show the window again."_s);
+    m_finishedJobs.SelectJobs(jobIDs);
 }
 
 void Taskmill_AppWindow::Prepare()
@@ -239,13 +197,7 @@ void Taskmill_AppWindow::ShowTrayIcon()
 {
     RestoreToolBars();
     UpdateWindowTitle();
-    m_trayIcon = std::make_unique<Taskmill_TrayIcon>(m_window.windowIcon(), m_window.windowTitle());
-    connect(m_trayIcon.get(), &Taskmill_TrayIcon::ShowSignal, this,
-            &Taskmill_AppWindow::SystemTrayShowWindowSlot);
-    connect(m_trayIcon.get(), &Taskmill_TrayIcon::HideSignal, this,
-            &Taskmill_AppWindow::SystemTrayHideWindowSlot);
-    connect(m_trayIcon.get(), &Taskmill_TrayIcon::ExitSignal, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
-    ConnectTray();
+    m_tray.Show();
 }
 
 void Taskmill_AppWindow::Show(uint)
@@ -273,8 +225,7 @@ void Taskmill_AppWindow::OfferLastProject()
     if (last.isEmpty() || !project.FilePath().isEmpty() || project.HasUnsavedChanges())
         return;
     m_offer = new Taskmill_ProjectOffer{m_longJobs.Table(), last};
-    connect(m_offer, &QPushButton::clicked, m_projectMenu,
-            [this] { m_projectMenu->OpenFile(m_offer->Path()); });
+    connect(m_offer, &QPushButton::clicked, m_projectMenu, [this, last] { m_projectMenu->OpenFile(last); });
     // The user has begun something else.
     connect(&m_manager.Project(), &Taskmill_Project::StateChangedSignal, m_offer, [this] {
         m_offer->hide();
@@ -303,7 +254,7 @@ void Taskmill_AppWindow::UpdateWindowTitle()
     const Taskmill_Project &project = m_manager.Project();
     m_window.setWindowTitle(project.WindowTitle());
     m_statusLine->ShowSaved(!project.FilePath().isEmpty(), project.HasUnsavedChanges());
-    UpdateTray();
+    m_tray.UpdateSlot();
 }
 
 Taskmill_TabWithMenu &Taskmill_AppWindow::TabOf(Taskmill_Page page)
@@ -332,7 +283,7 @@ void Taskmill_AppWindow::CurrentTabChangedSlot(int tab)
         break;
     case Taskmill_Page::FinishedJobs:
         m_finishedJobs.FillTable();
-        SeeFailures();
+        m_tray.UpdateSlot();
         break;
     case Taskmill_Page::JobTypes:
         m_jobTypes.FillTable();
@@ -359,7 +310,7 @@ void Taskmill_AppWindow::OkaySlot()
         return;
     }
     m_window.hide();
-    ExplainTray();
+    m_tray.ExplainOnce();
 }
 
 void Taskmill_AppWindow::UpdateMenusSlot() {}
@@ -419,7 +370,7 @@ bool Taskmill_AppWindow::eventFilter(QObject *watched, QEvent *event)
     if (event->type() == QEvent::Show && !event->spontaneous())
         CurrentTabChangedSlot(m_window.Tabs().currentIndex());
     if (event->type() == QEvent::WindowActivate)
-        SeeFailures();
+        m_tray.UpdateSlot();
     if (event->type() != QEvent::Close)
         return QObject::eventFilter(watched, event);
     OkaySlot();
@@ -430,6 +381,5 @@ bool Taskmill_AppWindow::eventFilter(QObject *watched, QEvent *event)
 void Taskmill_AppWindow::ShutDown()
 {
     QApplication::closeAllWindows();
-    if (m_trayIcon)
-        m_trayIcon->Hide();
+    m_tray.Hide();
 }

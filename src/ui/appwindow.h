@@ -3,22 +3,21 @@
 
 #include "manager/jobsgoon.h"
 #include "ui/finishedjobswidget.h"
-#include "ui/jobnews.h"
 #include "ui/jobsummary.h"
 #include "ui/jobtypeswidget.h"
 #include "ui/mainwindow.h"
 #include "ui/openfilesdialog.h"
 #include "ui/queuewidgets.h"
 #include "ui/runningjobswidget.h"
+#include "ui/traypresence.h"
 
-#include <memory>
+#include <QPointer>
 
 class Taskmill_Manager;
 class Taskmill_ProjectMenu;
 class Taskmill_ProjectOffer;
 class Taskmill_StatusLine;
 class Taskmill_TabMenus;
-class Taskmill_TrayIcon;
 
 /// The window as a front end of the manager: the main window with its tabs, the dialog that submits files,
 /// and the tray icon.
@@ -81,13 +80,8 @@ private:
     void RestoreToolBars();
     void UpdateWindowTitle();
     void ShowCounts();
-    void UpdateTray();
     void FillViewMenu();
-    void ConnectTray();
-    /// Says once that closing the window does not end the program.
-    void ExplainTray();
-    void ShowNews();
-    void SeeFailures();
+    void ShowFinishedJobs(const QList<int> &jobIDs);
     /// Offers the project of the last time when none was named.
     void OfferLastProject();
     /// What the user must know of the project that has just been opened, and what must be decided of it.
@@ -106,12 +100,10 @@ private:
     Taskmill_JobTypesWidget m_jobTypes;
     Taskmill_OpenFilesDialog m_openFilesDialog;
     Taskmill_JobSummary m_summary;
-    Taskmill_JobNews m_news;
+    Taskmill_TrayPresence m_tray;
     Taskmill_StatusLine *const m_statusLine;
     Taskmill_ProjectMenu *m_projectMenu = nullptr;
     Taskmill_TabMenus *m_tabMenus = nullptr;
     QPointer<Taskmill_ProjectOffer> m_offer;
-    std::unique_ptr<Taskmill_TrayIcon> m_trayIcon;
     bool m_askingToExit = false;
-    bool m_isNewsShown = false; ///< by the last message of the tray
 };

@@ -24,7 +24,6 @@ QString TextOf(const QString &path)
 Taskmill_ProjectOffer::Taskmill_ProjectOffer(KilnUtil_TableWidget &table, const QString &path)
     : QPushButton{TextOf(path), table.parentWidget()}
     , m_table{table}
-    , m_path{path}
 {
     setAutoDefault(false);
     setToolTip(QDir::toNativeSeparators(path));

@@ -14,13 +14,10 @@ public:
     /// Lies over the table, whose parent owns it, as long as the table has no rows.
     Taskmill_ProjectOffer(KilnUtil_TableWidget &table, const QString &path);
 
-    [[nodiscard]] const QString &Path() const { return m_path; }
-
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void PutInPlace();
 
     KilnUtil_TableWidget &m_table;
-    const QString m_path;
 };

@@ -141,7 +141,11 @@ private Q_SLOTS:
         const QString name = jobs.JobAt(0)->Record().Name;
         QCOMPARE(page.table->model()->index(row, 3).data(Qt::AccessibleDescriptionRole).toString(),
                  u"Job 1, "_s + name);
-        QVERIFY(page.table->model()->index(row, 3).data(Qt::ToolTipRole).toString().contains(name));
+        QVERIFY(page.table->model()
+                    ->index(row, 3)
+                    .data(Qt::ToolTipRole)
+                    .toString()
+                    .contains(QString{name}.replace(u' ', QChar{QChar::Nbsp})));
         QVERIFY(!page.table->model()->index(1 - qMin(row, 1), 3).data(Qt::ToolTipRole).isValid());
         QCOMPARE(ChooseFromMenu(*page.table, 1, processID, u"Remove"_s), QStringList{u"Remove"_s});
         QCOMPARE(page.manager.prompt.asked.size(), 1);
