@@ -248,6 +248,7 @@ void Taskmill_NewJobTypeWidget::ConnectFields()
     // Left without a change, a field does not signal it.
     for (QLineEdit *edit : {m_name, m_applicationName, m_inputFileFilter, m_outputFileFilter})
         edit->installEventFilter(this);
+    connect(m_killGrace, &QSpinBox::editingFinished, this, &Widget::UpdateOk);
     connect(m_defaultQueue, &QComboBox::activated, this, &Widget::DefaultQueueSlot);
     connect(m_browse, &QPushButton::clicked, this, &Widget::ExecutablePathBrowseSlot);
     for (QLineEdit *edit : {m_name, m_applicationName, m_executablePath})

@@ -327,6 +327,19 @@ private Q_SLOTS:
                  QStringList{u"0"_s});
     }
 
+    void WritesOfOneChangeStayTogether()
+    {
+        const auto database = MakeDatabase();
+        const Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 1);
+        for (const bool succeeds : {false, true}) {
+            const bool isWritten =
+                database->AsOneChange([&] { return database->InsertLongJob(job, true) && succeeds; });
+            QCOMPARE(isWritten, succeeds);
+            QCOMPARE(database->GetLongJobs().size(), succeeds ? 1 : 0);
+            QCOMPARE(database->HasUnsavedChanges(), succeeds);
+        }
+    }
+
     void FailedInsertionDoesNotBlockLaterWrites()
     {
         const auto database = MakeDatabase();

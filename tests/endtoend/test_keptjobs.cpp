@@ -32,6 +32,7 @@ private Q_SLOTS:
     void NeverRunsALostJobAgain();
     void EndsAHostileJobWhole_data();
     void EndsAHostileJobWhole();
+    void LeavesTimeToEnd_data();
     void LeavesTimeToEnd();
     void ACopyOfTheProjectStartsNothing();
     void WaitsAgainWhenItsKillWasNotSaved();
@@ -203,20 +204,35 @@ void TestKeptJobs::EndsAHostileJobWhole()
     }
 }
 
+void TestKeptJobs::LeavesTimeToEnd_data()
+{
+    QTest::addColumn<bool>("quits");
+    QTest::newRow("kill") << false;
+    QTest::newRow("quit") << true;
+}
+
 void TestKeptJobs::LeavesTimeToEnd()
 {
-    const QString script =
-        Project().InputFile(u"checkpoint.sh"_s, "trap 'echo saved >checkpoint; exit 0' TERM\ntouch ready\n"
-                                                "while :; do sleep 100; touch went-on; done\n");
+    QFETCH(bool, quits);
+    qputenv("TASKMILL_END_JOBS", "1");
+    const auto reset = qScopeGuard([] { qputenv("TASKMILL_END_JOBS", ""); });
+    const QString script = Project().InputFile(
+        u"checkpoint.sh"_s, "trap 'sleep 0.2; echo saved >checkpoint; exit 0' TERM\ntouch ready\n"
+                            "while :; do sleep 100; touch went-on; done\n");
     QVERIFY(Project().AddType(u"Checkpoint"_s, u"/bin/sh"_s, u"@EXEFILE @INFILE"_s));
     QVERIFY(Project().Start());
     QCOMPARE(Manager().Submit(u"Checkpoint"_s, script, u"none"_s), "accepted=1\n");
     QTRY_VERIFY(QFile::exists(Project().Path(u"ready"_s)));
-    QVERIFY(Manager().Ask("kill job 1", "?  "));
-    QVERIFY(Manager().Command("yes").contains("<Taskmill> Job 1 was killed.\n"));
+    if (quits) {
+        QCOMPARE(Manager().Quit({"yes", "yes"}), ManagerEnd{.status = 0});
+        QCOMPARE(Project().Rows().finishedJobs.size() + Project().Rows().queuelessJobs.size(), 1);
+    } else {
+        QVERIFY(Manager().Ask("kill job 1", "?  "));
+        QVERIFY(Manager().Command("yes").contains("<Taskmill> Job 1 was killed.\n"));
+        QVERIFY(Manager().Command("list finished jobs").contains("Killed"));
+    }
     QCOMPARE(ReadTestFile(Project().Path(u"checkpoint"_s)), "saved\n");
     QVERIFY(!QFile::exists(Project().Path(u"went-on"_s)));
-    QVERIFY(Manager().Command("list finished jobs").contains("Killed"));
 }
 
 void TestKeptJobs::ACopyOfTheProjectStartsNothing()

@@ -61,6 +61,7 @@ private Q_SLOTS:
     void takesALongEnvironment();
     void storesOutputWhileTheRunGoesOn();
     void keepsTheFirstAndTheLastOfMuchOutput();
+    void writesOverTheOldestAfterTheHead();
     void drainsWhatAScriptLeavesInTheBackground();
     void writesIntoTheFileOfTheOrder();
     void dropsOutputOnAFullDisk();
@@ -222,6 +223,21 @@ void TestKeeper::keepsTheFirstAndTheLastOfMuchOutput()
         if (text.toLongLong() != 44'000'001 - line)
             QFAIL("The tail is not in order");
     }
+}
+
+void TestKeeper::writesOverTheOldestAfterTheHead()
+{
+    QVERIFY(m_keepers->StartNursery());
+    const long long half = 32LL * 1024 * 1024;
+    const Taskmill_RunOrder order =
+        m_keepers->Script("yes | head -c " + std::to_string(2 * half) + "; printf ab");
+    m_keepers->Start(order);
+    QCOMPARE(m_keepers->Wait(Kind::Ended).end.outputBytes, 2 * half + 2);
+    const QByteArray kept = m_keepers->Output(order.runID);
+    const QByteArray head{"\ny\ny\n"};
+    QCOMPARE(kept.mid(half - head.size(), head.size()), head);
+    QCOMPARE(kept.right(6), QByteArray{"y\ny\nab"});
+    QCOMPARE(kept.mid(kept.indexOf("...]\n") + 5, 4), QByteArray{"y\ny\n"});
 }
 
 void TestKeeper::drainsWhatAScriptLeavesInTheBackground()

@@ -152,6 +152,8 @@ private Q_SLOTS:
         QCOMPARE(Taskmill_Utf8FromAny("\xC4\xFF\xA0"), "\u00C4\u00FF\u00A0"s);
         QCOMPARE(Taskmill_Utf8FromAny("h\u00F6\u20AC\U0001F600"), "h\u00F6\u20AC\U0001F600"s);
         QCOMPARE(KilnUtil_TextEncoding::FromUtf8OrLatin1("caf\xE9"), u"café"_s);
+        for (const char *cut : {"\xC3", "\xE2\x82", "\xF0\x9F\x98"})
+            QCOMPARE(KilnUtil_TextEncoding::FromUtf8OrLatin1("\xC3\xA9"_ba + cut), u"é\uFFFD"_s);
         QCOMPARE(KilnUtil_TextEncoding::FromUtf8OrLatin1("\xC3\xA9\xFF \xC0\xAF"), u"Ã©ÿ À¯"_s);
     }
 };
