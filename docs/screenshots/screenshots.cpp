@@ -99,11 +99,13 @@ private:
     [[nodiscard]] DesktopWindow Window(const QString &title) const;
     /// Photographs a window, with the menu over it if there is one.
     void Take(const QString &name, const DesktopWindow &window, bool withMenu = false) const;
+    /// Photographs the window with the menu that the key opens.
+    void TakeMenuBar(const QString &name, const QString &key) const;
     void TakeMenuOf(const QString &name, const QString &job) const;
     /// Photographs a dialog and closes it.
     void TakeDialog(const QString &name, const QString &title) const;
     /// Opens a viewer by the menu of a job; the line does not count entries that are grey.
-    void TakeViewer(const QString &name, const QString &job, int line) const;
+    void TakeViewer(const QString &name, const QString &job, int line, const QString &title) const;
     void Submit(const QString &type, const QString &file, const QByteArray &content, const QString &queue);
 
     const QString m_directory;
@@ -131,6 +133,9 @@ void Studio::Open()
     Must(m_desktop.Start(), "desktop");
     QStringList variables = m_desktop.Variables();
     variables += u"OMP_NUM_THREADS=1"_s;
+    // Their messages would lie over the pictures.
+    WriteTestFile(m_project.Path(u"Taskmill.conf"_s), "[1]\nGeneral\\Desktop_Notifications=Off\n");
+    variables += u"TASKMILLPREFS_DIR="_s + m_project.Path(u"."_s);
     if (m_dark) {
         WriteTestFile(m_project.Path(u"kdeglobals"_s), darkColours);
         variables += {u"XDG_CURRENT_DESKTOP=KDE"_s, u"KDE_SESSION_VERSION=5"_s};
@@ -195,6 +200,13 @@ void Studio::Take(const QString &name, const DesktopWindow &window, bool withMen
     std::printf("%s\n", qPrintable(file));
 }
 
+void Studio::TakeMenuBar(const QString &name, const QString &key) const
+{
+    m_desktop.Press(key);
+    Take(name, Window(Taskmill_VersionText()), true);
+    m_desktop.Press(u"Escape Escape"_s);
+}
+
 void Studio::TakeMenuOf(const QString &name, const QString &job) const
 {
     Click(u"cell"_s, job, 3);
@@ -209,12 +221,12 @@ void Studio::TakeDialog(const QString &name, const QString &title) const
     Must(m_desktop.WaitUntilGone(title), qPrintable(title));
 }
 
-void Studio::TakeViewer(const QString &name, const QString &job, int line) const
+void Studio::TakeViewer(const QString &name, const QString &job, int line, const QString &title) const
 {
     Click(u"cell"_s, job, 3);
     Must(m_desktop.WaitForPopup().has_value(), "menu");
     m_desktop.Press(QStringList(line, u"Down"_s).join(u' ') + u" Return"_s);
-    const DesktopWindow viewer = Window(u"File Stream Viewer"_s);
+    const DesktopWindow viewer = Window(title + u" - File Stream Viewer"_s);
     Take(name, viewer);
     Must(m_desktop.Close(viewer), "viewer");
 }
@@ -232,11 +244,16 @@ void Studio::PhotographTabs()
 void Studio::PhotographMenusAndViewers()
 {
     ChooseTab(longJobs);
+    Click(u"cell"_s, u"caffeine-dimer.xyz"_s);
+    for (const auto &[name, key] :
+         {std::pair{u"menu-project"_s, u"alt+j"_s}, std::pair{u"menu-jobs"_s, u"alt+b"_s},
+          std::pair{u"menu-queue"_s, u"alt+q"_s}, std::pair{u"menu-view"_s, u"alt+v"_s}})
+        TakeMenuBar(name, key);
     TakeMenuOf(u"longjobs-menu"_s, u"caffeine-dimer.xyz"_s);
-    TakeViewer(u"viewer-stream"_s, u"caffeine-dimer.xyz"_s, 4);
+    TakeViewer(u"viewer-stream"_s, u"caffeine-dimer.xyz"_s, 4, u"Log of caffeine-dimer.xyz"_s);
     ChooseTab(finishedJobs);
     TakeMenuOf(u"finishedjobs-menu"_s, u"ethanol.mop"_s);
-    TakeViewer(u"viewer-log"_s, u"caffeine.xyz"_s, 3);
+    TakeViewer(u"viewer-log"_s, u"caffeine.xyz"_s, 3, u"Log of caffeine.xyz"_s);
 }
 
 void Studio::PhotographDialogs()

@@ -194,6 +194,14 @@ QList<Taskmill_Job *> Taskmill_JobContainer::RunningJobs() const
     return running;
 }
 
+int Taskmill_JobContainer::WaitingCount() const
+{
+    const auto hasStarted = [](const Taskmill_Job *job) {
+        return job->Status() != Taskmill_JobStatus::Pending;
+    };
+    return static_cast<int>(m_jobs.end() - std::ranges::partition_point(m_jobs, hasStarted));
+}
+
 void Taskmill_JobContainer::KillRunning()
 {
     // Removing one job may start another, which is not to be killed with them.

@@ -26,6 +26,9 @@ public:
     /// nullptr when the index is out of range.
     [[nodiscard]] Taskmill_Job *JobAt(int index) const;
     [[nodiscard]] const QList<Taskmill_Job *> &Jobs() const { return m_jobs; }
+    /// Both are quick, however many wait. Held jobs wait, too.
+    [[nodiscard]] int RunningCount() const { return static_cast<int>(RunningJobs().size()); }
+    [[nodiscard]] int WaitingCount() const;
 
     /// Takes the ownership, makes the job Pending as of now and appends it.
     void Add(Taskmill_Job *job);

@@ -51,6 +51,8 @@ public:
         QString text;
         QString checkBox{};     ///< its label; empty for none
         bool isChecked = false; ///< at first, and as the user leaves it
+        QString yes{};          ///< labels of the buttons that answer so; empty for the usual ones
+        QString no{};
     };
 
     virtual ~KilnUtil_UserPrompt() = default;

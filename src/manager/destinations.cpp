@@ -18,6 +18,22 @@ Taskmill_QueueOwner *Taskmill_Destinations::OwnerOf(Taskmill_Destination destina
     return nullptr;
 }
 
+int Taskmill_Destinations::RunningCount()
+{
+    int count = 0;
+    for (const Taskmill_QueueOwner *owner : All())
+        count += owner->Jobs().RunningCount();
+    return count;
+}
+
+int Taskmill_Destinations::WaitingCount()
+{
+    int count = 0;
+    for (const Taskmill_QueueOwner *owner : All())
+        count += owner->Jobs().WaitingCount();
+    return count;
+}
+
 Taskmill_QueueOwner *Taskmill_Destinations::OwnerOfJob(int jobID)
 {
     for (Taskmill_QueueOwner *owner : All()) {

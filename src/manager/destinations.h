@@ -21,6 +21,10 @@ public:
     /// Those that have a limit and can be paused.
     [[nodiscard]] std::array<Taskmill_JobQueue *, 2> Queues() { return {m_long.Queue(), m_short.Queue()}; }
 
+    /// Of all three.
+    [[nodiscard]] int RunningCount();
+    [[nodiscard]] int WaitingCount();
+
     /// nullptr for JobTypeDefault, which is no place for a job.
     [[nodiscard]] Taskmill_QueueOwner *OwnerOf(Taskmill_Destination destination);
     /// The owner of the queue that the job is in; nullptr when it is in none.

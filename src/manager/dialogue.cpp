@@ -17,8 +17,11 @@ Taskmill_Answer AskedThroughPrompt(const Taskmill_Question &question)
                           ? KilnUtil_UserPrompt::WarnMode::YesNo
                           : KilnUtil_UserPrompt::WarnMode::YesNoCancel;
     if (question.isWarning && !question.detail.isEmpty()) {
-        KilnUtil_UserPrompt::WarnDetail detail{
-            .text = question.detail, .checkBox = question.checkBox, .isChecked = question.isChecked};
+        KilnUtil_UserPrompt::WarnDetail detail{.text = question.detail,
+                                               .checkBox = question.checkBox,
+                                               .isChecked = question.isChecked,
+                                               .yes = question.yes,
+                                               .no = question.no};
         const auto choice =
             prompt.ReportDetailedWarning(question.title, question.text, detail, mode, question.defaultAnswer);
         return {.choice = choice, .isChecked = detail.isChecked};

@@ -22,6 +22,8 @@ struct Taskmill_Question
     QString detail{};   ///< stands beneath the text in a box; a console leaves it out
     QString checkBox{}; ///< label of a check box of a warning with a detail; a console leaves it out
     bool isChecked = false;
+    QString yes{}; ///< labels of the buttons of a warning with a detail; empty for the usual ones
+    QString no{};
     QString consoleText{}; ///< where a console puts it in other words; empty for the same
     Kind kind = Kind::YesNo;
     KilnUtil_UserPrompt::WarnAnswer defaultAnswer = KilnUtil_UserPrompt::WarnAnswer::None;

@@ -4,21 +4,11 @@
 #include "manager/destinations.h"
 #include "manager/jobsgoon.h"
 
-#include <algorithm>
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-qsizetype CountJobs(Taskmill_Destinations &destinations, Taskmill_JobStatus status)
-{
-    qsizetype count = 0;
-    for (const Taskmill_QueueOwner *owner : destinations.All())
-        count += std::ranges::count(owner->Jobs().Jobs(), status, &Taskmill_Job::Status);
-    return count;
-}
-
 /// How many jobs run and wait, for who may be about to end them.
-QString JobCountsText(qsizetype running, qsizetype waiting, bool endsThem)
+QString JobCountsText(int running, int waiting, bool endsThem)
 {
     const QString end = endsThem ? u" and will be ended."_s : u"."_s;
     const QString ends = running == 0   ? u"No job is running."_s
@@ -41,8 +31,8 @@ std::optional<Taskmill_Question> Taskmill_ExitDialogue::Next()
 {
     if (m_isAnswered)
         return std::nullopt;
-    const qsizetype running = CountJobs(m_destinations, Taskmill_JobStatus::Running);
-    const qsizetype waiting = CountJobs(m_destinations, Taskmill_JobStatus::Pending);
+    const int running = m_destinations.RunningCount();
+    const int waiting = m_destinations.WaitingCount();
     m_hasChoice = m_jobsGoOn == JobsGoOn::AsChosen && running > 0;
     return Taskmill_Question{.title = u"Exit Taskmill"_s,
                              .text = u"Are you sure you want to completely exit Taskmill?"_s,

@@ -33,7 +33,6 @@ public:
     /// The outbox, which outlives this, takes the notifications of the jobs.
     explicit Taskmill_FinishedJobs(Taskmill_Outbox &outbox);
 
-
     [[nodiscard]] qsizetype Count() const { return m_entries.size(); }
     [[nodiscard]] int JobIDAt(qsizetype position) const { return m_entries[position].JobID; }
     /// Without its output, as are all records; see OutputOf(). It stays until another one is asked for.

@@ -9,7 +9,6 @@
 #include "kilnutil/idmanager.h"
 #include "kilnutil/logging.h"
 #include "kilnutil/registry.h"
-#include "manager/closingdialogue.h"
 #include "manager/destinations.h"
 #include "manager/finishedjobs.h"
 #include "manager/outbox.h"
@@ -93,6 +92,14 @@ bool Taskmill_Project::HasUnsavedChanges() const
 
 bool Taskmill_Project::OpenProject(const QString &path)
 {
+    // What goes on is found when another project was open meanwhile.
+    const bool isOpenHere = m_lock && m_lock->IsOf(QFileInfo{path}.absoluteFilePath());
+    return Open(path, isOpenHere ? Taskmill_LeavingDialogue::Jobs::MayEnd
+                                 : Taskmill_LeavingDialogue::Jobs::MayGoOn);
+}
+
+bool Taskmill_Project::Open(const QString &path, Taskmill_LeavingDialogue::Jobs jobs)
+{
     if (path.isEmpty())
         return false;
     const QString title = u"Opening a Taskmill Project File"_s;
@@ -122,12 +129,12 @@ bool Taskmill_Project::OpenProject(const QString &path)
         if (!opened.Problem.isEmpty())
             return report(opened.Problem);
     }
-    Taskmill_ClosingDialogue closing{*this};
-    Taskmill_AskThroughPrompt(closing);
-    if (!closing.MayClose())
+    Taskmill_LeavingDialogue leaving{*this, m_destinations, jobs};
+    Taskmill_AskThroughPrompt(leaving);
+    if (!leaving.MayLeave())
         return false;
     // The open project may have been written to this very file.
-    if (closing.IsSaved() && !left) {
+    if (leaving.IsSaved() && !left) {
         // Before its file goes.
         opened.Database.reset();
         opened = Taskmill_OpenProjectFile(absolutePath, notices);
@@ -137,7 +144,10 @@ bool Taskmill_Project::OpenProject(const QString &path)
 
     if (isOpenHere)
         lock = std::move(m_lock);
-    CloseProject();
+    if (leaving.DoJobsGoOn())
+        LeaveProject(true);
+    else
+        CloseProject();
     m_lock = std::move(lock);
     RememberDirectory(absolutePath);
     const bool isThere =
@@ -257,6 +267,17 @@ bool Taskmill_Project::NewProject()
     return true;
 }
 
+bool Taskmill_Project::AskForNewProject()
+{
+    Taskmill_LeavingDialogue leaving{*this, m_destinations, Taskmill_LeavingDialogue::Jobs::MayGoOn};
+    Taskmill_AskThroughPrompt(leaving);
+    if (!leaving.MayLeave())
+        return false;
+    if (leaving.DoJobsGoOn())
+        LeaveProject(true);
+    return NewProject();
+}
+
 QString Taskmill_Project::OpenFileInstead()
 {
     const QString path = FilePath();
@@ -267,7 +288,7 @@ QString Taskmill_Project::OpenFileInstead()
     }
     const int lastJobID = m_jobNumbers.LastID();
     CurrentDatabase()->MarkUnchanged();
-    if (!OpenProject(path))
+    if (!Open(path, Taskmill_LeavingDialogue::Jobs::End))
         return {};
     // Their clients know these numbers.
     if (m_jobNumbers.LastID() < lastJobID)

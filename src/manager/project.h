@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "manager/leavingdialogue.h"
 #include "manager/projectfile.h"
 #include "manager/projectruns.h"
 #include "manager/spareproject.h"
@@ -51,15 +52,18 @@ public:
     [[nodiscard]] bool HasUnsavedChanges() const;
 
     /// Replaces the current project by that of the file; its two queues are paused. Asks through the prompt
-    /// in force whether the current one is to be saved. False when the file is no project, or when another
-    /// manager of this computer has it open. Changes of the project that were left behind in a working copy
-    /// are there again, and unsaved; the queues are as they were then, unless the computer was started again.
+    /// in force what Taskmill_LeavingDialogue asks. False when the user stays with the current one, when the
+    /// file is no project, or when another manager of this computer has it open. Changes of the project that
+    /// were left behind in a working copy are there again, and unsaved; the queues are as they were then,
+    /// unless the computer was started again.
     [[nodiscard]] bool OpenProject(const QString &path);
     /// Takes up a project that was never saved and was left behind by a manager that was ended by force, if
     /// there is one, else makes a new one.
     [[nodiscard]] bool OpenWithoutFile();
     /// Replaces the current project by an empty one with the default job types, whose queues run.
     [[nodiscard]] bool NewProject();
+    /// The same after asking what Taskmill_LeavingDialogue asks.
+    [[nodiscard]] bool AskForNewProject();
     /// Whether another program has changed the project's file since it was opened or saved here.
     [[nodiscard]] bool FileHasChanged() const;
     /// Writes the project to the file of that name, which becomes its own, without asking; a failure is
@@ -109,6 +113,7 @@ Q_SIGNALS:
     void StateChangedSignal();
 
 private:
+    [[nodiscard]] bool Open(const QString &path, Taskmill_LeavingDialogue::Jobs jobs);
     bool Begin(Taskmill_OpenedFile opened, const QString &path);
     bool TakeUp(Taskmill_LeftProject left, const QString &path);
     /// The database is the current one.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/appwindow.h"
 
+#include "help/helpdialog.h"
 #include "jobs/queuelessjobslist.h"
 #include "kilnutil/error.h"
 #include "kilnutil/registry.h"
@@ -9,13 +10,21 @@
 #include "manager/exitdialogue.h"
 #include "manager/heldjobsdialogue.h"
 #include "manager/manager.h"
+#include "manager/recentprojects.h"
 #include "manager/version.h"
+#include "ui/jobnews.h"
 #include "ui/programicon.h"
+#include "ui/projectmenu.h"
+#include "ui/projectoffer.h"
+#include "ui/statusline.h"
+#include "ui/tabmenus.h"
 #include "ui/trayicon.h"
 #include "widgets/widgetutil.h"
 
+#include <QActionGroup>
 #include <QApplication>
 #include <QEvent>
+#include <QMenu>
 #include <QPushButton>
 #include <QScopedValueRollback>
 #include <QSessionManager>
@@ -43,9 +52,14 @@ Taskmill_AppWindow::Taskmill_AppWindow(Taskmill_Manager &manager)
     , m_finishedJobs{PageOf(Taskmill_Page::FinishedJobs), manager.FinishedJobs()}
     , m_jobTypes{PageOf(Taskmill_Page::JobTypes), manager.JobTypes()}
     , m_openFilesDialog{manager.Store(), &m_window}
+    , m_summary{manager.Destinations(), manager.FinishedJobs()}
+    , m_tray{m_window, manager.FinishedJobs(), m_summary}
+    , m_statusLine{new Taskmill_StatusLine{&m_window}}
 {
+    m_window.setStatusBar(m_statusLine);
     manager.Submitter().SetSubmitDialog(&m_openFilesDialog);
     FillWindow();
+    FillMenus();
     ConnectWindow();
 }
 
@@ -75,6 +89,53 @@ void Taskmill_AppWindow::Fill(Taskmill_Page page, Taskmill_QueueTab &tab)
             });
 }
 
+void Taskmill_AppWindow::FillMenus()
+{
+    m_projectMenu =
+        new Taskmill_ProjectMenu{m_window.Menu(Taskmill_WindowMenu::Project), m_manager.Project()};
+    connect(m_projectMenu, &Taskmill_ProjectMenu::ExitSignal, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
+    connect(m_projectMenu, &Taskmill_ProjectMenu::ProjectOpenedSignal, this,
+            [this] { SpeakOfProject(m_manager.Project().Notices()); });
+
+    QMenu &jobs = m_window.Menu(Taskmill_WindowMenu::Jobs);
+    jobs.addAction(u"&Submit Jobs..."_s, this, &Taskmill_AppWindow::NewJobsSlot);
+    m_tabMenus = new Taskmill_TabMenus{jobs, m_window.Menu(Taskmill_WindowMenu::Queue), this};
+    m_tabMenus->ShowThoseOf(m_longJobs, true);
+
+    FillViewMenu();
+
+    QMenu &help = m_window.Menu(Taskmill_WindowMenu::Help);
+    KilnUtil_HelpDialog::Global().ConnectAction(
+        help.addAction(u"&Manual"_s, QKeySequence{QKeySequence::HelpContents}), u"taskmill/introduction"_s,
+        false);
+    help.addAction(u"This &Tab"_s, QKeySequence{Qt::SHIFT | Qt::Key_F1}, this, [this] {
+        KilnUtil_HelpDialog::Global().ShowPage(
+            TabOf(static_cast<Taskmill_Page>(m_window.Tabs().currentIndex())).HelpId());
+    });
+    help.addAction(u"&About"_s, this, &Taskmill_AppWindow::AboutSlot);
+}
+
+void Taskmill_AppWindow::FillViewMenu()
+{
+    QMenu &view = m_window.Menu(Taskmill_WindowMenu::View);
+    view.addSeparator();
+    QMenu *notifications = view.addMenu(u"Desktop &Notifications"_s);
+    auto *choices = new QActionGroup{notifications};
+    for (const auto &[text, announced] :
+         {std::pair{u"&Off"_s, Taskmill_Announced::Nothing},
+          std::pair{u"&Failures Only"_s, Taskmill_Announced::Failures},
+          std::pair{u"&All Jobs That End"_s, Taskmill_Announced::Everything}}) {
+        QAction *choice = notifications->addAction(
+            text, this, [announced = announced] { Taskmill_RememberAnnounced(announced); });
+        choice->setCheckable(true);
+        choice->setActionGroup(choices);
+        connect(notifications, &QMenu::aboutToShow, choice, [choice, announced = announced] {
+            choice->setChecked(announced == Taskmill_RememberedAnnounced());
+        });
+    }
+    view.addAction(u"&Hide Window"_s, this, &Taskmill_AppWindow::OkaySlot);
+}
+
 void Taskmill_AppWindow::ConnectWindow()
 {
     connect(&m_window.SubmitJobsButton(), &QPushButton::clicked, this, &Taskmill_AppWindow::NewJobsSlot);
@@ -88,6 +149,33 @@ void Taskmill_AppWindow::ConnectWindow()
             [this] { m_manager.Project().SaveUnattended(); });
     connect(&m_manager.Project(), &Taskmill_Project::StateChangedSignal, this,
             &Taskmill_AppWindow::UpdateWindowTitle);
+    connect(&m_summary, &Taskmill_JobSummary::ChangedSignal, this, &Taskmill_AppWindow::ShowCounts);
+    connect(&m_tray, &Taskmill_TrayPresence::ShowWindowSignal, this,
+            &Taskmill_AppWindow::SystemTrayShowWindowSlot);
+    connect(&m_tray, &Taskmill_TrayPresence::HideWindowSignal, this,
+            &Taskmill_AppWindow::SystemTrayHideWindowSlot);
+    connect(&m_tray, &Taskmill_TrayPresence::ExitSignal, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
+    connect(&m_tray, &Taskmill_TrayPresence::ShowJobsSignal, this, &Taskmill_AppWindow::ShowFinishedJobs);
+}
+
+void Taskmill_AppWindow::ShowCounts()
+{
+    const Taskmill_JobCounts &counts = m_summary.Counts();
+    for (const Taskmill_Page page :
+         {Taskmill_Page::LongJobs, Taskmill_Page::ShortJobs, Taskmill_Page::QueuelessJobs}) {
+        const Taskmill_JobCounts::Queue &queue = counts.queues.at(static_cast<size_t>(page));
+        m_window.ShowCount(page, queue.running + queue.waiting,
+                           Taskmill_CountsText(queue.running, queue.waiting));
+    }
+    m_window.ShowCount(Taskmill_Page::FinishedJobs, counts.finished,
+                       counts.finished == 1 ? u"1 job"_s : u"%1 jobs"_s.arg(counts.finished));
+    m_statusLine->ShowCounts(counts);
+}
+
+void Taskmill_AppWindow::ShowFinishedJobs(const QList<int> &jobIDs)
+{
+    m_window.Tabs().setCurrentIndex(static_cast<int>(Taskmill_Page::FinishedJobs));
+    m_finishedJobs.SelectJobs(jobIDs);
 }
 
 void Taskmill_AppWindow::Prepare()
@@ -109,12 +197,7 @@ void Taskmill_AppWindow::ShowTrayIcon()
 {
     RestoreToolBars();
     UpdateWindowTitle();
-    m_trayIcon = std::make_unique<Taskmill_TrayIcon>(m_window.windowIcon(), m_window.windowTitle());
-    connect(m_trayIcon.get(), &Taskmill_TrayIcon::ShowSignal, this,
-            &Taskmill_AppWindow::SystemTrayShowWindowSlot);
-    connect(m_trayIcon.get(), &Taskmill_TrayIcon::HideSignal, this,
-            &Taskmill_AppWindow::SystemTrayHideWindowSlot);
-    connect(m_trayIcon.get(), &Taskmill_TrayIcon::ExitSignal, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
+    m_tray.Show();
 }
 
 void Taskmill_AppWindow::Show(uint)
@@ -131,7 +214,27 @@ void Taskmill_AppWindow::Show()
 
 void Taskmill_AppWindow::SpeakAtStart()
 {
-    const QStringList notices = m_manager.NoticesAtStart(true);
+    OfferLastProject();
+    SpeakOfProject(m_manager.NoticesAtStart(true));
+}
+
+void Taskmill_AppWindow::OfferLastProject()
+{
+    const QString last = Taskmill_RecentProjects().value(0);
+    const Taskmill_Project &project = m_manager.Project();
+    if (last.isEmpty() || !project.FilePath().isEmpty() || project.HasUnsavedChanges())
+        return;
+    m_offer = new Taskmill_ProjectOffer{m_longJobs.Table(), last};
+    connect(m_offer, &QPushButton::clicked, m_projectMenu, [this, last] { m_projectMenu->OpenFile(last); });
+    // The user has begun something else.
+    connect(&m_manager.Project(), &Taskmill_Project::StateChangedSignal, m_offer, [this] {
+        m_offer->hide();
+        m_offer->deleteLater();
+    });
+}
+
+void Taskmill_AppWindow::SpeakOfProject(const QStringList &notices)
+{
     if (!notices.isEmpty())
         KilnUtil_Error::UserPrompt().ShowInformation(
             m_manager.Project().IsRecovered() ? u"Project Recovered"_s : u"Project Not Saved"_s,
@@ -148,14 +251,24 @@ void Taskmill_AppWindow::SpeakAtStart()
 
 void Taskmill_AppWindow::UpdateWindowTitle()
 {
-    m_window.setWindowTitle(m_manager.Project().WindowTitle());
-    if (m_trayIcon)
-        m_trayIcon->SetToolTip(m_window.windowTitle());
+    const Taskmill_Project &project = m_manager.Project();
+    m_window.setWindowTitle(project.WindowTitle());
+    m_statusLine->ShowSaved(!project.FilePath().isEmpty(), project.HasUnsavedChanges());
+    m_tray.UpdateSlot();
+}
+
+Taskmill_TabWithMenu &Taskmill_AppWindow::TabOf(Taskmill_Page page)
+{
+    const std::array<Taskmill_TabWithMenu *, 6> tabs{&m_longJobs,    &m_shortJobs,    &m_queuelessJobs,
+                                                     &m_runningJobs, &m_finishedJobs, &m_jobTypes};
+    return *tabs.at(static_cast<size_t>(page));
 }
 
 void Taskmill_AppWindow::CurrentTabChangedSlot(int tab)
 {
-    switch (static_cast<Taskmill_Page>(tab)) {
+    const auto page = static_cast<Taskmill_Page>(tab);
+    m_tabMenus->ShowThoseOf(TabOf(page), page == Taskmill_Page::LongJobs || page == Taskmill_Page::ShortJobs);
+    switch (page) {
     case Taskmill_Page::LongJobs:
         m_longJobs.FillTable();
         break;
@@ -170,6 +283,7 @@ void Taskmill_AppWindow::CurrentTabChangedSlot(int tab)
         break;
     case Taskmill_Page::FinishedJobs:
         m_finishedJobs.FillTable();
+        m_tray.UpdateSlot();
         break;
     case Taskmill_Page::JobTypes:
         m_jobTypes.FillTable();
@@ -191,10 +305,12 @@ void Taskmill_AppWindow::AboutSlot()
 
 void Taskmill_AppWindow::OkaySlot()
 {
-    if (Taskmill_TrayIcon::IsInReach())
-        m_window.hide();
-    else
+    if (!Taskmill_TrayIcon::IsInReach()) {
         m_window.showMinimized();
+        return;
+    }
+    m_window.hide();
+    m_tray.ExplainOnce();
 }
 
 void Taskmill_AppWindow::UpdateMenusSlot() {}
@@ -253,6 +369,8 @@ bool Taskmill_AppWindow::eventFilter(QObject *watched, QEvent *event)
         return QObject::eventFilter(watched, event);
     if (event->type() == QEvent::Show && !event->spontaneous())
         CurrentTabChangedSlot(m_window.Tabs().currentIndex());
+    if (event->type() == QEvent::WindowActivate)
+        m_tray.UpdateSlot();
     if (event->type() != QEvent::Close)
         return QObject::eventFilter(watched, event);
     OkaySlot();
@@ -263,6 +381,5 @@ bool Taskmill_AppWindow::eventFilter(QObject *watched, QEvent *event)
 void Taskmill_AppWindow::ShutDown()
 {
     QApplication::closeAllWindows();
-    if (m_trayIcon)
-        m_trayIcon->Hide();
+    m_tray.Hide();
 }

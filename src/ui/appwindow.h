@@ -3,16 +3,21 @@
 
 #include "manager/jobsgoon.h"
 #include "ui/finishedjobswidget.h"
+#include "ui/jobsummary.h"
 #include "ui/jobtypeswidget.h"
 #include "ui/mainwindow.h"
 #include "ui/openfilesdialog.h"
 #include "ui/queuewidgets.h"
 #include "ui/runningjobswidget.h"
+#include "ui/traypresence.h"
 
-#include <memory>
+#include <QPointer>
 
 class Taskmill_Manager;
-class Taskmill_TrayIcon;
+class Taskmill_ProjectMenu;
+class Taskmill_ProjectOffer;
+class Taskmill_StatusLine;
+class Taskmill_TabMenus;
 
 /// The window as a front end of the manager: the main window with its tabs, the dialog that submits files,
 /// and the tray icon.
@@ -53,7 +58,7 @@ public Q_SLOTS:
     void NewJobsSlot();
     /// Puts the window away to where it can be brought back from.
     void OkaySlot();
-    /// Does nothing: there are no menus.
+    /// Does nothing: the menus bring themselves up to date.
     void UpdateMenusSlot();
     void SystemTrayShowWindowSlot();
     void SystemTrayHideWindowSlot();
@@ -69,10 +74,19 @@ private:
     /// Asks whether to save, and ends the program unless the user thinks better of it.
     void LeaveProgram(Taskmill_Ending ending);
     void FillWindow();
+    void FillMenus();
     void Fill(Taskmill_Page page, Taskmill_QueueTab &tab);
     void ConnectWindow();
     void RestoreToolBars();
     void UpdateWindowTitle();
+    void ShowCounts();
+    void FillViewMenu();
+    void ShowFinishedJobs(const QList<int> &jobIDs);
+    /// Offers the project of the last time when none was named.
+    void OfferLastProject();
+    /// What the user must know of the project that has just been opened, and what must be decided of it.
+    void SpeakOfProject(const QStringList &notices);
+    [[nodiscard]] Taskmill_TabWithMenu &TabOf(Taskmill_Page page);
     [[nodiscard]] QWidget *PageOf(Taskmill_Page page) const { return m_window.PageOf(page); }
 
     Taskmill_Manager &m_manager;
@@ -85,6 +99,11 @@ private:
     Taskmill_FinishedJobsWidget m_finishedJobs;
     Taskmill_JobTypesWidget m_jobTypes;
     Taskmill_OpenFilesDialog m_openFilesDialog;
-    std::unique_ptr<Taskmill_TrayIcon> m_trayIcon;
+    Taskmill_JobSummary m_summary;
+    Taskmill_TrayPresence m_tray;
+    Taskmill_StatusLine *const m_statusLine;
+    Taskmill_ProjectMenu *m_projectMenu = nullptr;
+    Taskmill_TabMenus *m_tabMenus = nullptr;
+    QPointer<Taskmill_ProjectOffer> m_offer;
     bool m_askingToExit = false;
 };

@@ -1,30 +1,21 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QMenu>
-#include <QString>
+#include "ui/tabmenu.h"
 
-class QAbstractItemView;
-class QPoint;
-
-/// The context menu of a tab's table. It lives for one showing.
-class Taskmill_ContextMenu
+/// The context menu of a tab's table.
+class Taskmill_ContextMenu final : private QMenu, public Taskmill_TabMenu
 {
 public:
     /// The table outlives the menu.
     explicit Taskmill_ContextMenu(QAbstractItemView &table);
 
-    /// The menu owns the action.
-    QAction *AddEntry(const QString &text, bool enabled = true);
-    void AddSeparator() { m_menu.addSeparator(); }
-    /// The entry "Help", which opens that page of the manual by itself.
-    void AddHelp(const QString &helpId);
+    void AddHelp(const QString &helpId) override;
 
-    /// Shows the menu at a position of the table's viewport. The entry chosen, which may be "Help"; nullptr
-    /// when the menu was dismissed. Runs an event loop: whatever was looked up before may be gone.
-    [[nodiscard]] const QAction *Run(const QPoint &position);
+    /// Shows the menu at a position of the table's viewport and does what is chosen; not without entries.
+    /// Runs an event loop: whatever was looked up before may be gone.
+    void Run(const QPoint &position);
 
 private:
     QAbstractItemView &m_table;
-    QMenu m_menu;
 };

@@ -9,7 +9,15 @@
 #include "ui/tablefiller.h"
 #include "widgets/tablewidget.h"
 
+#include <QAbstractProxyModel>
+
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+const QString helpId = u"taskmill/finishedjobs"_s;
+}
 
 /// The entries of the menu that has been shown.
 struct Taskmill_FinishedJobsWidget::Entries
@@ -19,14 +27,14 @@ struct Taskmill_FinishedJobsWidget::Entries
     QAction *showOutputFile;
     QAction *showLog;
 
-    explicit Entries(Taskmill_ContextMenu &menu)
+    explicit Entries(Taskmill_TabMenu &menu)
         : remove{menu.AddEntry(u"Remove"_s)}
         , showInputFile{menu.AddEntry(u"Show Input File"_s)}
         , showOutputFile{menu.AddEntry(u"Show Output File"_s)}
         , showLog{menu.AddEntry(u"Show stdout and stderr"_s)}
     {
         menu.AddSeparator();
-        menu.AddHelp(u"taskmill/finishedjobs"_s);
+        menu.AddHelp(helpId);
     }
 };
 
@@ -72,6 +80,30 @@ void Taskmill_FinishedJobsWidget::FillTable()
         m_filler->FillNow();
 }
 
+void Taskmill_FinishedJobsWidget::SelectJobs(const QList<int> &jobIDs)
+{
+    FillTable();
+    const auto &rows = *qobject_cast<const QAbstractProxyModel *>(m_table->model());
+    QSet<int> wanted{jobIDs.begin(), jobIDs.end()};
+    QItemSelection selection;
+    QModelIndex first;
+    // Those that have ended last stand at the end of the list.
+    for (int position = rows.rowCount() - 1; position >= 0 && !wanted.isEmpty(); --position) {
+        const Taskmill_JobRecord *job = JobAt(position);
+        if (!job || !wanted.remove(job->JobID))
+            continue;
+        const QModelIndex cell = rows.mapFromSource(m_model->index(position, 0));
+        selection.select(cell, cell);
+        if (!first.isValid() || cell.row() < first.row())
+            first = cell;
+    }
+    m_table->selectionModel()->select(selection,
+                                      QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    m_table->selectionModel()->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
+    m_table->scrollTo(first);
+    m_table->setFocus();
+}
+
 void Taskmill_FinishedJobsWidget::JobsChangedSlot()
 {
     if (!m_frame)
@@ -89,27 +121,34 @@ const Taskmill_JobRecord *Taskmill_FinishedJobsWidget::JobAt(qsizetype position)
 
 void Taskmill_FinishedJobsWidget::ContextMenuSlot(const QPoint &position)
 {
+    Taskmill_ContextMenu menu{*m_table};
+    FillMenu(menu);
+    menu.Run(position);
+}
+
+QString Taskmill_FinishedJobsWidget::HelpId() const
+{
+    return helpId;
+}
+
+void Taskmill_FinishedJobsWidget::FillMenu(Taskmill_TabMenu &menu)
+{
     FillTable();
     const Taskmill_JobRecord *job = JobAt(m_table->CurrentPosition());
     if (!job)
         return;
-    // By number, as the list may change while the menu is open.
-    const int jobID = job->JobID;
-
-    Taskmill_ContextMenu menu{*m_table};
     const Entries entries{menu};
     entries.showInputFile->setEnabled(Taskmill_JobViewers::HasFile(job->InputFilePath));
     entries.showOutputFile->setEnabled(Taskmill_JobViewers::HasFile(job->OutputFilePath()));
     entries.showLog->setEnabled(m_jobs.HasOutput(*job));
-
-    const QAction *chosen = menu.Run(position);
-    if (!chosen)
-        return;
-    if (chosen == entries.remove)
-        RemoveSlot();
-    else
-        View(entries, *chosen, jobID);
-    FillTable();
+    // By number, as the list may change while the menu is open.
+    menu.WhenChosen([this, entries, jobID = job->JobID](const QAction &chosen) {
+        if (&chosen == entries.remove)
+            RemoveSlot();
+        else
+            View(entries, chosen, jobID);
+        FillTable();
+    });
 }
 
 void Taskmill_FinishedJobsWidget::View(const Entries &entries, const QAction &chosen, int jobID)

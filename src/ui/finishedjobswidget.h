@@ -3,6 +3,7 @@
 
 #include "ui/finishedjobsmodel.h"
 #include "ui/pageframe.h"
+#include "ui/tabmenu.h"
 
 class KilnUtil_TableWidget;
 class QAction;
@@ -12,7 +13,7 @@ class Taskmill_TableFiller;
 struct Taskmill_JobRecord;
 
 /// The finished-jobs tab.
-class Taskmill_FinishedJobsWidget final : public QObject
+class Taskmill_FinishedJobsWidget final : public QObject, public Taskmill_TabWithMenu
 {
     Q_OBJECT
 
@@ -25,6 +26,10 @@ public:
 
     /// Brings the table up to date at once.
     void FillTable();
+    /// Selects these jobs, as far as they are there, and shows the first of them.
+    void SelectJobs(const QList<int> &jobIDs);
+    void FillMenu(Taskmill_TabMenu &menu) override;
+    [[nodiscard]] QString HelpId() const override;
 
 public Q_SLOTS:
     void CellDoubleClickedSlot(int row, int column);

@@ -22,6 +22,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+const QString helpId = u"taskmill/jobtypes"_s;
 constexpr QColor redOnLight{190, 0, 0};
 constexpr QColor redOnDark{255, 128, 120};
 constexpr int darkestLightValue = 128;
@@ -63,7 +64,7 @@ struct Taskmill_JobTypesWidget::Entries
     const QAction *removeAll;
     std::array<const QAction *, defaultEntries.size()> addDefaults{};
 
-    explicit Entries(Taskmill_ContextMenu &menu)
+    explicit Entries(Taskmill_TabMenu &menu)
         : add{menu.AddEntry(u"Add Job Type"_s)}
         , edit{menu.AddEntry(u"Edit Selected Job Type"_s)}
         , remove{menu.AddEntry(u"Remove Selected Job Type"_s)}
@@ -76,7 +77,7 @@ struct Taskmill_JobTypesWidget::Entries
                 menu.AddSeparator();
         }
         menu.AddSeparator();
-        menu.AddHelp(u"taskmill/jobtypes"_s);
+        menu.AddHelp(helpId);
     }
 };
 
@@ -173,12 +174,24 @@ void Taskmill_JobTypesWidget::ContextMenuSlot(const QPoint &position)
     if (!m_frame)
         return;
     Taskmill_ContextMenu menu{*m_table};
+    FillMenu(menu);
+    menu.Run(position);
+}
+
+QString Taskmill_JobTypesWidget::HelpId() const
+{
+    return helpId;
+}
+
+void Taskmill_JobTypesWidget::FillMenu(Taskmill_TabMenu &menu)
+{
     const Entries entries{menu};
-    const QAction *chosen = menu.Run(position);
-    if (!chosen || !m_frame)
-        return;
-    Act(entries, chosen);
-    FillTable();
+    menu.WhenChosen([this, entries](const QAction &chosen) {
+        if (!m_frame)
+            return;
+        Act(entries, &chosen);
+        FillTable();
+    });
 }
 
 void Taskmill_JobTypesWidget::Act(const Entries &entries, const QAction *chosen)

@@ -4,6 +4,7 @@
 #include "jobs/jobtype.h"
 #include "manager/columns.h"
 #include "ui/pageframe.h"
+#include "ui/tabmenu.h"
 
 #include <QList>
 #include <QObject>
@@ -18,7 +19,7 @@ class Taskmill_NewJobTypeWidget;
 class Taskmill_RowsModel;
 
 /// The tab that shows the job types of the project, where the user adds, edits and removes them.
-class Taskmill_JobTypesWidget final : public QObject
+class Taskmill_JobTypesWidget final : public QObject, public Taskmill_TabWithMenu
 {
     Q_OBJECT
 
@@ -30,6 +31,8 @@ public:
 
     /// Reads the job types back from the database and shows them.
     void FillTable();
+    void FillMenu(Taskmill_TabMenu &menu) override;
+    [[nodiscard]] QString HelpId() const override;
     /// That of the current row; an empty record when there is none.
     [[nodiscard]] Taskmill_JobType CurrentJobType() const;
     /// Opens the editor for the current job type; without effect when there is none.

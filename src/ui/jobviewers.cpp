@@ -12,7 +12,17 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 constexpr int streamingIntervalMs = 2000;
-const QString viewerTitle = u"File Stream Viewer"_s;
+
+/// Of a window: what it shows comes first, where a list of windows has room for the beginning only.
+QString TitleOf(const QString &what)
+{
+    return what + u" - File Stream Viewer"_s;
+}
+
+QString TitleOfFile(const QString &path)
+{
+    return TitleOf(QFileInfo{path}.fileName());
+}
 
 /// The viewer that has been started, which then belongs to itself; nullptr when it could not be.
 KilnUtil_FileStreamViewer *Start(std::unique_ptr<KilnUtil_FileStreamViewer> viewer)
@@ -22,13 +32,12 @@ KilnUtil_FileStreamViewer *Start(std::unique_ptr<KilnUtil_FileStreamViewer> view
 }
 
 /// The viewer, if there is such a file.
-KilnUtil_FileStreamViewer *ViewFile(const QWidget &parent, const QString &path, const QString &caption,
-                                    int interval)
+KilnUtil_FileStreamViewer *ViewFile(const QWidget &parent, const QString &path, const QString &caption)
 {
     if (!Taskmill_JobViewers::HasFile(path))
         return nullptr;
-    return Start(
-        std::make_unique<KilnUtil_FileStreamViewer>(parent.window(), path, caption, interval, viewerTitle));
+    return Start(std::make_unique<KilnUtil_FileStreamViewer>(
+        parent.window(), path, caption, KilnUtil_FileStreamViewer::OneTimeView, TitleOfFile(path)));
 }
 } // namespace
 
@@ -39,28 +48,33 @@ bool Taskmill_JobViewers::HasFile(const QString &path)
 
 void Taskmill_JobViewers::ShowInputFile(QWidget &parent, const QString &jobName, const QString &path)
 {
-    ViewFile(parent, path, u"Input file of %1:  %2"_s.arg(jobName, path),
-             KilnUtil_FileStreamViewer::OneTimeView);
+    ViewFile(parent, path, u"Input file of %1:  %2"_s.arg(jobName, path));
 }
 
 void Taskmill_JobViewers::ShowOutputFile(QWidget &parent, const QString &jobName, const QString &path)
 {
     // How the job ended is what the user looks for.
-    if (auto *viewer = ViewFile(parent, path, u"Output file of %1:  %2"_s.arg(jobName, path),
-                                KilnUtil_FileStreamViewer::OneTimeView))
+    if (auto *viewer = ViewFile(parent, path, u"Output file of %1:  %2"_s.arg(jobName, path)))
         viewer->View().ScrollToEndSlot();
 }
 
-void Taskmill_JobViewers::StreamOutputFile(QWidget &parent, const QString &path)
+void Taskmill_JobViewers::StreamOutputFile(QWidget &parent, const QString &path,
+                                           const KilnUtil_Process *process)
 {
-    ViewFile(parent, path, u"Streaming "_s + path, streamingIntervalMs);
+    if (!HasFile(path))
+        return;
+    auto viewer = std::make_unique<KilnUtil_FileStreamViewer>(parent.window(), path, u"Streaming "_s + path,
+                                                              streamingIntervalMs, TitleOfFile(path));
+    if (process)
+        viewer->FollowUntilEndOf(*process);
+    Start(std::move(viewer));
 }
 
 void Taskmill_JobViewers::ShowLog(QWidget &parent, const QString &jobName, const QString &text)
 {
-    KilnUtil_FileStreamViewer *viewer = Start(
-        std::make_unique<KilnUtil_FileStreamViewer>(parent.window(), QString{}, u"Log of "_s + jobName,
-                                                    KilnUtil_FileStreamViewer::OneTimeView, viewerTitle));
+    const QString caption = u"Log of "_s + jobName;
+    KilnUtil_FileStreamViewer *viewer = Start(std::make_unique<KilnUtil_FileStreamViewer>(
+        parent.window(), QString{}, caption, KilnUtil_FileStreamViewer::OneTimeView, TitleOf(caption)));
     if (!viewer)
         return;
     viewer->AppendLine(text, false);
@@ -69,6 +83,7 @@ void Taskmill_JobViewers::ShowLog(QWidget &parent, const QString &jobName, const
 
 void Taskmill_JobViewers::StreamLog(QWidget &parent, const QString &jobName, KilnUtil_Process &process)
 {
-    Start(std::make_unique<KilnUtil_FileStreamViewer>(parent.window(), &process, u"Log of "_s + jobName,
-                                                      streamingIntervalMs, viewerTitle));
+    const QString caption = u"Log of "_s + jobName;
+    Start(std::make_unique<KilnUtil_FileStreamViewer>(parent.window(), &process, caption, streamingIntervalMs,
+                                                      TitleOf(caption)));
 }

@@ -15,7 +15,8 @@ namespace Taskmill_JobViewers {
 /// Nothing without such a file. Output and logs open at their end.
 void ShowInputFile(QWidget &parent, const QString &jobName, const QString &path);
 void ShowOutputFile(QWidget &parent, const QString &jobName, const QString &path);
-void StreamOutputFile(QWidget &parent, const QString &path);
+/// Follows the file until the process ends, if there is one.
+void StreamOutputFile(QWidget &parent, const QString &path, const KilnUtil_Process *process);
 
 void ShowLog(QWidget &parent, const QString &jobName, const QString &text);
 void StreamLog(QWidget &parent, const QString &jobName, KilnUtil_Process &process);

@@ -6,13 +6,14 @@
 #include "ui/statusicon.h"
 #include "widgets/widgetutil.h"
 
+#include <QActionGroup>
 #include <QApplication>
 #include <QEvent>
 #include <QFrame>
+#include <QMenuBar>
 #include <QProxyStyle>
 #include <QPushButton>
 #include <QScreen>
-#include <QShortcut>
 #include <QSizeGrip>
 #include <QTabBar>
 #include <QTabWidget>
@@ -74,7 +75,8 @@ Taskmill_MainWindow::Taskmill_MainWindow()
     layout->addLayout(MakeButtonRow());
     layout->addSpacing(gap);
     MakePages();
-    MakeShortcuts();
+    MakeMenus();
+    MakeTabEntries();
 }
 
 void Taskmill_MainWindow::MakePages()
@@ -87,17 +89,34 @@ void Taskmill_MainWindow::MakePages()
         layout->setContentsMargins({});
         layout->setSpacing(0);
         layout->addSpacing(gapAboveContent);
-        m_tabs->addTab(page, label);
+        const int tab = m_tabs->addTab(page, label);
+        m_tabs->tabBar()->setAccessibleTabName(tab, label);
     }
 }
 
-/// Alt and the number of the tab, as browsers have it.
-void Taskmill_MainWindow::MakeShortcuts()
+/// The buttons have other keys with Alt.
+void Taskmill_MainWindow::MakeMenus()
 {
+    size_t menu = 0;
+    for (const QString &title : {u"Pro&ject"_s, u"Jo&bs"_s, u"&Queue"_s, u"&View"_s, u"He&lp"_s})
+        m_menus.at(menu++) = menuBar()->addMenu(title);
+}
+
+/// Alt and the number of the tab, as browsers have it.
+void Taskmill_MainWindow::MakeTabEntries()
+{
+    auto *group = new QActionGroup{this};
     for (int tab = 0; tab < m_tabs->count(); ++tab) {
-        auto *shortcut = new QShortcut{QKeySequence{Qt::ALT | static_cast<Qt::Key>(Qt::Key_1 + tab)}, this};
-        connect(shortcut, &QShortcut::activated, m_tabs, [this, tab] { m_tabs->setCurrentIndex(tab); });
+        QAction *entry =
+            Menu(Taskmill_WindowMenu::View).addAction(u"&%1  %2"_s.arg(tab + 1).arg(m_tabs->tabText(tab)));
+        entry->setShortcut(Qt::ALT | static_cast<Qt::Key>(Qt::Key_1 + tab));
+        entry->setCheckable(true);
+        entry->setChecked(tab == m_tabs->currentIndex());
+        group->addAction(entry);
+        connect(entry, &QAction::triggered, m_tabs, [this, tab] { m_tabs->setCurrentIndex(tab); });
     }
+    connect(m_tabs, &QTabWidget::currentChanged, group,
+            [group](int tab) { group->actions().at(tab)->setChecked(true); });
 }
 
 QPushButton *Taskmill_MainWindow::MakeButton(const QString &text, const QString &toolTip, Qt::Key mnemonic)
@@ -162,8 +181,30 @@ void Taskmill_MainWindow::ShowPaused(Taskmill_Page page, bool paused)
         m_paused.append(page);
     const int tab = static_cast<int>(page);
     m_tabs->setTabIcon(tab, paused ? Taskmill_PausedIcon() : QIcon{});
-    m_tabs->setTabToolTip(tab, paused ? u"This queue is paused"_s : QString{});
+    UpdateToolTip(page);
     FitTabs();
+}
+
+void Taskmill_MainWindow::ShowCount(Taskmill_Page page, qsizetype count, const QString &explanation)
+{
+    const int tab = static_cast<int>(page);
+    const QString label = m_tabs->tabBar()->accessibleTabName(tab);
+    const QString text = count > 0 ? u"%1 (%2)"_s.arg(label).arg(count) : label;
+    m_explanations[page] = explanation;
+    UpdateToolTip(page);
+    if (m_tabs->tabText(tab) == text)
+        return;
+    m_tabs->setTabText(tab, text);
+    FitTabs();
+}
+
+void Taskmill_MainWindow::UpdateToolTip(Taskmill_Page page)
+{
+    QStringList lines{m_explanations.value(page)};
+    if (m_paused.contains(page))
+        lines.append(u"This queue is paused"_s);
+    lines.removeAll(QString{});
+    m_tabs->setTabToolTip(static_cast<int>(page), lines.join(u'\n'));
 }
 
 /// Of all of them with the usual room beside their texts.
@@ -174,11 +215,26 @@ int Taskmill_MainWindow::WidthOfTabs() const
     return bar.sizeHint().width() + saved;
 }
 
+/// What the least width has besides, so that the window does not grow with the first jobs.
+int Taskmill_MainWindow::RoomForCounts() const
+{
+    int room = 0;
+    const QTabBar &bar = *m_tabs->tabBar();
+    for (const Taskmill_Page page : {Taskmill_Page::LongJobs, Taskmill_Page::ShortJobs,
+                                     Taskmill_Page::QueuelessJobs, Taskmill_Page::FinishedJobs}) {
+        const int tab = static_cast<int>(page);
+        const QString text = bar.accessibleTabName(tab) + u" (999)"_s;
+        room += qMax(0, fontMetrics().horizontalAdvance(text) -
+                            fontMetrics().horizontalAdvance(bar.tabText(tab)));
+    }
+    return room;
+}
+
 /// All tabs are in view where the screen is wide enough for them: none has to be looked for with arrows.
 void Taskmill_MainWindow::FitTabs()
 {
     const QTabBar &bar = *m_tabs->tabBar();
-    const int least = WidthOfTabs() - m_tabStyle->RoomSaved(bar) * bar.count();
+    const int least = WidthOfTabs() - m_tabStyle->RoomSaved(bar) * bar.count() + RoomForCounts();
     m_tabs->setMinimumWidth(qMin(least, screen()->availableGeometry().width()));
     const bool compact = m_tabs->width() < WidthOfTabs();
     if (compact == m_tabStyle->IsCompact)

@@ -3,10 +3,12 @@
 
 #include <QList>
 #include <QMainWindow>
+#include <QMap>
 
 #include <array>
 
 class QBoxLayout;
+class QMenu;
 class QPushButton;
 class QTabWidget;
 
@@ -21,8 +23,18 @@ enum class Taskmill_Page
     JobTypes
 };
 
-/// The frame of the window: the pages of the tabs, still empty, and the button row below them. What the
-/// controls do is connected by their user.
+/// The menus above the tabs, in their order.
+enum class Taskmill_WindowMenu
+{
+    Project,
+    Jobs,
+    Queue,
+    View,
+    Help
+};
+
+/// The frame of the window: the menus, the pages of the tabs, still empty, and the button row below them.
+/// What the controls do is connected by their user.
 class Taskmill_MainWindow final : public QMainWindow
 {
     Q_OBJECT
@@ -36,7 +48,15 @@ public:
     void SetContent(Taskmill_Page page, QWidget *content) const;
     /// Marks the tab of a queue that is paused.
     void ShowPaused(Taskmill_Page page, bool paused);
+    /// Shows behind the tab's label how many jobs it has, and the explanation as its tool tip, which is also
+    /// what a screen reader says: the name of the tab stays the label.
+    void ShowCount(Taskmill_Page page, qsizetype count, const QString &explanation);
 
+    /// At first they are empty but for the tabs in "View".
+    [[nodiscard]] QMenu &Menu(Taskmill_WindowMenu menu) const
+    {
+        return *m_menus.at(static_cast<size_t>(menu));
+    }
     [[nodiscard]] QTabWidget &Tabs() const { return *m_tabs; }
     [[nodiscard]] QPushButton &SubmitJobsButton() const { return *m_submitJobs; }
     [[nodiscard]] QPushButton &HideButton() const { return *m_hide; }
@@ -56,13 +76,17 @@ protected:
 private:
     class TabStyle;
 
+    void UpdateToolTip(Taskmill_Page page);
     void FitTabs();
     [[nodiscard]] int WidthOfTabs() const;
+    [[nodiscard]] int RoomForCounts() const;
     void MakePages();
-    void MakeShortcuts();
+    void MakeMenus();
+    void MakeTabEntries();
     [[nodiscard]] QBoxLayout *MakeButtonRow();
     [[nodiscard]] QPushButton *MakeButton(const QString &text, const QString &toolTip, Qt::Key mnemonic);
 
+    std::array<QMenu *, 5> m_menus{};
     QTabWidget *m_tabs;
     TabStyle *m_tabStyle;
     QPushButton *m_submitJobs = nullptr;
@@ -71,5 +95,6 @@ private:
     QPushButton *m_help = nullptr;
     QPushButton *m_about = nullptr;
     QList<Taskmill_Page> m_paused;
+    QMap<Taskmill_Page, QString> m_explanations; ///< of the counts
     QSize m_sizeToCentre; ///< until the window manager has put a frame around a window of that size
 };

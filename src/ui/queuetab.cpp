@@ -31,7 +31,7 @@ struct Taskmill_QueueTab::Entries
     const QAction *pause = nullptr;
     const QAction *runAgain = nullptr; ///< there only
 
-    Entries(Taskmill_ContextMenu &menu, bool hasSelection, bool hasCurrentJob)
+    Entries(Taskmill_TabMenu &menu, bool hasSelection, bool hasCurrentJob)
         : remove{menu.AddEntry(u"Remove"_s, hasSelection)}
         , showInputFile{menu.AddEntry(u"Show Input File"_s, hasCurrentJob)}
         , streamOutputFile{menu.AddEntry(u"Stream Output File"_s, hasCurrentJob)}
@@ -41,16 +41,16 @@ struct Taskmill_QueueTab::Entries
         menu.AddSeparator();
     }
 
-    void AddThoseOf(const Taskmill_JobQueue &queue, Taskmill_ContextMenu &menu)
+    void AddThoseOf(const Taskmill_JobQueue &queue, Taskmill_TabMenu &menu)
     {
-        limit = menu.AddEntry(
+        limit = menu.AddQueueEntry(
             u"Maximum Number of Running Jobs Allowed (Currently %1)..."_s.arg(queue.MaxRunningJobs()));
         menu.AddSeparator();
-        pause = menu.AddEntry(queue.IsPaused() ? u"Unpause Queue"_s : u"Pause Queue"_s);
+        pause = menu.AddQueueEntry(queue.IsPaused() ? u"Unpause Queue"_s : u"Pause Queue"_s);
         menu.AddSeparator();
     }
 
-    void AddRunAgain(bool anyHeld, Taskmill_ContextMenu &menu)
+    void AddRunAgain(bool anyHeld, Taskmill_TabMenu &menu)
     {
         runAgain = menu.AddEntry(u"Run Again"_s, anyHeld);
         menu.AddSeparator();
@@ -186,12 +186,22 @@ void Taskmill_QueueTab::ContextMenuSlot(const QPoint &position)
     if (clicked.row() != m_table->currentIndex().row())
         clicked = QModelIndex{};
     FillTable();
+    Taskmill_ContextMenu menu{*m_table};
+    AddEntries(menu, SelectionOfMenu(clicked));
+    menu.Run(position);
+}
+
+void Taskmill_QueueTab::FillMenu(Taskmill_TabMenu &menu)
+{
+    FillTable();
+    AddEntries(menu, SelectionOfMenu({}));
+}
+
+void Taskmill_QueueTab::AddEntries(Taskmill_TabMenu &menu, const QList<int> &selection)
+{
     // By number, as the list may change while the menu is open.
     const int currentJobID = m_model->JobIDAt(m_table->CurrentPosition());
-    const QList<int> selection = SelectionOfMenu(clicked);
     const Taskmill_Job *currentJob = JobOf(currentJobID);
-
-    Taskmill_ContextMenu menu{*m_table};
     Entries entries{menu, !selection.isEmpty(), currentJob != nullptr};
     if (m_queue)
         entries.AddThoseOf(*m_queue, menu);
@@ -200,11 +210,10 @@ void Taskmill_QueueTab::ContextMenuSlot(const QPoint &position)
     menu.AddHelp(m_helpId);
     if (currentJob)
         entries.Refine(*currentJob);
-
-    if (const QAction *chosen = menu.Run(position)) {
-        Act(entries, *chosen, selection, currentJobID);
+    menu.WhenChosen([this, entries, selection, currentJobID](const QAction &chosen) {
+        Act(entries, chosen, selection, currentJobID);
         FillTable();
-    }
+    });
 }
 
 void Taskmill_QueueTab::Act(const Entries &entries, const QAction &chosen, const QList<int> &selection,
@@ -228,7 +237,7 @@ void Taskmill_QueueTab::View(const Entries &entries, const QAction &chosen, cons
     if (&chosen == entries.showInputFile)
         Taskmill_JobViewers::ShowInputFile(*m_frame, record.Name, record.InputFilePath);
     else if (&chosen == entries.streamOutputFile)
-        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath());
+        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath(), job.Process());
     else if (&chosen == entries.showLog)
         Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job.OutputNow());
     else if (&chosen == entries.streamLog && job.Process())
@@ -264,7 +273,7 @@ void Taskmill_QueueTab::CellDoubleClickedSlot(int row, int column)
     const bool isRunning = record.Status == Taskmill_JobStatus::Running;
     const bool hasOnlyOutputText = record.OutputFilePath().isEmpty();
     if (isRunning && Taskmill_JobViewers::HasFile(record.OutputFilePath()))
-        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath());
+        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath(), job->Process());
     else if (isRunning && hasOnlyOutputText && job->Process())
         Taskmill_JobViewers::StreamLog(*m_frame, record.Name, *job->Process());
     else if (hasOnlyOutputText && job->HasOutput())

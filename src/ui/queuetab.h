@@ -3,6 +3,7 @@
 
 #include "jobs/destination.h"
 #include "ui/pageframe.h"
+#include "ui/tabmenu.h"
 
 #include <QObject>
 
@@ -20,7 +21,7 @@ class Taskmill_TableFiller;
 
 /// The visible half of the three queue tabs: the page with the table of the jobs, and what its menu, double
 /// clicks and drops do.
-class Taskmill_QueueTab : public QObject
+class Taskmill_QueueTab : public QObject, public Taskmill_TabWithMenu
 {
     Q_OBJECT
 
@@ -30,6 +31,8 @@ public:
 
     /// Brings the table up to date at once.
     void FillTable();
+    void FillMenu(Taskmill_TabMenu &menu) override;
+    [[nodiscard]] QString HelpId() const override { return m_helpId; }
 
 public Q_SLOTS:
     void FilesDroppedSlot(const QStringList &filePaths);
@@ -61,6 +64,7 @@ private:
     [[nodiscard]] QList<int> JobIDsOfRows(const QList<int> &rows) const;
     [[nodiscard]] bool AnyHeld(const QList<int> &jobIDs) const;
     [[nodiscard]] QList<int> SelectionOfMenu(const QModelIndex &clicked) const;
+    void AddEntries(Taskmill_TabMenu &menu, const QList<int> &selection);
     void Act(const Entries &entries, const QAction &chosen, const QList<int> &selection, int currentJobID);
     void View(const Entries &entries, const QAction &chosen, const Taskmill_Job &job);
     void AskForLimit();

@@ -164,6 +164,16 @@ void Taskmill_RowsModel::MarkCells(int column, const QSet<QString> &keys, const 
     }
 }
 
+void Taskmill_RowsModel::SetExplanations(const QHash<QString, QString> &explanations)
+{
+    if (m_explanations == explanations)
+        return;
+    m_explanations = explanations;
+    if (!m_rows.isEmpty())
+        Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1),
+                           {Qt::ToolTipRole, Qt::AccessibleDescriptionRole});
+}
+
 void Taskmill_RowsModel::SetMarkColour(const QColor &colour)
 {
     m_markColour = colour;
@@ -215,13 +225,15 @@ QVariant Taskmill_RowsModel::MarkData(const QModelIndex &index, int role) const
 {
     const auto mark = m_marks.constFind(index.column());
     const Row &row = m_rows[index.row()];
-    if (mark == m_marks.cend() || !mark->keys.contains(row.key))
-        return {};
+    const bool isMarked = mark != m_marks.cend() && mark->keys.contains(row.key);
     if (role == Qt::ForegroundRole)
-        return m_markColour.isValid() ? QVariant{m_markColour} : QVariant{};
+        return isMarked && m_markColour.isValid() ? QVariant{m_markColour} : QVariant{};
+    const QString explanation = isMarked ? mark->explanation : m_explanations.value(row.key);
+    if (explanation.isEmpty())
+        return {};
     if (role == Qt::AccessibleDescriptionRole)
-        return mark->explanation;
-    return Qt::convertFromPlainText(row.texts[index.column()] + u'\n' + mark->explanation);
+        return explanation;
+    return Qt::convertFromPlainText(row.texts[index.column()] + u'\n' + explanation);
 }
 
 QVariant Taskmill_RowsModel::headerData(int section, Qt::Orientation orientation, int role) const

@@ -24,6 +24,8 @@ public:
     /// Shows the column's cells in the rows of these keys in the mark's colour and with the explanation in
     /// their tool tips, and no other cells of the column.
     void MarkCells(int column, const QSet<QString> &keys, const QString &explanation);
+    /// Shows these texts, by key, in the tool tips of the rows' cells, and nothing in other rows.
+    void SetExplanations(const QHash<QString, QString> &explanations);
     void SetMarkColour(const QColor &colour);
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
@@ -55,6 +57,7 @@ private:
     const int m_keyColumn;
     const QList<int> m_numberColumns;
     QList<Row> m_rows;
-    QHash<int, Mark> m_marks; ///< by column
+    QHash<int, Mark> m_marks;               ///< by column
+    QHash<QString, QString> m_explanations; ///< of whole rows
     QColor m_markColour;
 };

@@ -21,6 +21,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+const QString helpId = u"taskmill/runningjobs"_s;
 constexpr int shortReadingMs = 150;
 
 struct KillEntry
@@ -50,7 +51,10 @@ Taskmill_RunningJobsWidget::Taskmill_RunningJobsWidget(QWidget *parent, Taskmill
     BuildPage();
     m_readingTimer.setSingleShot(true);
     m_readingTimer.setInterval(shortReadingMs);
-    connect(&m_readingTimer, &QTimer::timeout, m_reading, &QWidget::show);
+    connect(&m_readingTimer, &QTimer::timeout, m_reading, [this] {
+        m_readAt->hide();
+        m_reading->show();
+    });
     connect(&m_runningJobs, &Taskmill_RunningJobs::RefreshedSignal, this,
             &Taskmill_RunningJobsWidget::RefreshedSlot);
     RefreshSlot();
@@ -74,6 +78,8 @@ QBoxLayout *Taskmill_RunningJobsWidget::MakeControls()
     m_reading = new QLabel{u"Reading..."_s, m_frame};
     m_reading->setForegroundRole(QPalette::PlaceholderText);
     m_reading->hide();
+    m_readAt = new QLabel{m_frame};
+    m_readAt->setForegroundRole(QPalette::PlaceholderText);
     m_onlyKnown = new QCheckBox{u"Only Show Known Job Types"_s, m_frame};
     m_onlyKnown->setToolTip(u"Show only processes whose program is the executable of a job type"_s);
     m_onlyKnown->setChecked(m_runningJobs.OnlyShowsKnownJobTypes());
@@ -84,6 +90,7 @@ QBoxLayout *Taskmill_RunningJobsWidget::MakeControls()
     auto *row = new QHBoxLayout;
     row->addWidget(m_refresh);
     row->addWidget(m_reading);
+    row->addWidget(m_readAt);
     row->addStretch();
     row->addWidget(m_onlyKnown);
     return row;
@@ -132,11 +139,25 @@ void Taskmill_RunningJobsWidget::RefreshedSlot()
     for (const Taskmill_ProcessRecord &process : m_runningJobs.Processes())
         rows.append(m_columns.Row(process));
     m_table->ChangeRows([this, &rows] { m_model->SetRows(rows); });
+    m_model->SetExplanations(JobTexts());
     UpdateEmptyText();
+    m_readAt->setText(u"Read at %1"_s.arg(QTime::currentTime().toString(u"hh:mm"_s)));
     if (m_runningJobs.IsReading())
         return;
     m_readingTimer.stop();
     m_reading->hide();
+    m_readAt->show();
+}
+
+QHash<QString, QString> Taskmill_RunningJobsWidget::JobTexts() const
+{
+    QHash<QString, QString> texts;
+    for (const Taskmill_ProcessRecord &process : m_runningJobs.Processes()) {
+        const std::optional<Job> job = JobOf(process);
+        if (const Taskmill_Job *found = job ? job->owner.Jobs().FindByJobID(job->jobID) : nullptr)
+            texts.insert(process.ProcessId, u"Job %1, %2"_s.arg(job->jobID).arg(found->Record().Name));
+    }
+    return texts;
 }
 
 void Taskmill_RunningJobsWidget::UpdateEmptyText()
@@ -164,7 +185,13 @@ std::optional<Taskmill_ProcessRecord> Taskmill_RunningJobsWidget::CurrentProcess
 std::optional<Taskmill_RunningJobsWidget::Job>
 Taskmill_RunningJobsWidget::JobToRemove(const Taskmill_ProcessRecord &process) const
 {
-    if (!m_runningJobs.OnlyShowsKnownJobTypes() || process.ProcessIdNumber() <= 0)
+    return m_runningJobs.OnlyShowsKnownJobTypes() ? JobOf(process) : std::nullopt;
+}
+
+std::optional<Taskmill_RunningJobsWidget::Job>
+Taskmill_RunningJobsWidget::JobOf(const Taskmill_ProcessRecord &process) const
+{
+    if (process.ProcessIdNumber() <= 0)
         return std::nullopt;
     for (Taskmill_QueueOwner *owner : m_destinations.All()) {
         if (const int jobID = owner->Jobs().FindJobByProcessID(process.ProcessIdNumber()); jobID != -1)
@@ -175,42 +202,49 @@ Taskmill_RunningJobsWidget::JobToRemove(const Taskmill_ProcessRecord &process) c
 
 void Taskmill_RunningJobsWidget::ContextMenuSlot(const QPoint &position)
 {
+    Taskmill_ContextMenu menu{*m_table};
+    FillMenu(menu);
+    menu.Run(position);
+}
+
+QString Taskmill_RunningJobsWidget::HelpId() const
+{
+    return helpId;
+}
+
+void Taskmill_RunningJobsWidget::FillMenu(Taskmill_TabMenu &menu)
+{
     const std::optional<Taskmill_ProcessRecord> process = CurrentProcess();
     if (!process)
         return;
     if (const std::optional<Job> job = JobToRemove(*process))
-        OfferToRemove(*job, position);
+        OfferToRemove(*job, menu);
     else
-        OfferToKill(*process, position);
+        OfferToKill(*process, menu);
 }
 
-void Taskmill_RunningJobsWidget::OfferToRemove(const Job &job, const QPoint &position)
+void Taskmill_RunningJobsWidget::OfferToRemove(const Job &job, Taskmill_TabMenu &menu)
 {
-    Taskmill_ContextMenu menu{*m_table};
     menu.AddEntry(u"Remove"_s);
-    if (!menu.Run(position))
-        return;
-    job.owner.RemoveJob(job.jobID);
-    RefreshSlot();
+    menu.WhenChosen([this, job](const QAction &) {
+        job.owner.RemoveJob(job.jobID);
+        RefreshSlot();
+    });
 }
 
-void Taskmill_RunningJobsWidget::OfferToKill(const Taskmill_ProcessRecord &process, const QPoint &position)
+void Taskmill_RunningJobsWidget::OfferToKill(const Taskmill_ProcessRecord &process, Taskmill_TabMenu &menu)
 {
-    Taskmill_ContextMenu menu{*m_table};
     std::array<const QAction *, killEntries.size()> entries{};
     for (size_t index = 0; index < entries.size(); ++index)
         entries[index] = menu.AddEntry(killEntries[index].text);
     menu.AddSeparator();
-    menu.AddHelp(u"taskmill/runningjobs"_s);
-    const QAction *chosen = menu.Run(position);
-    if (!chosen)
-        return;
-    const auto entry = std::ranges::find(entries, chosen);
-    if (entry != entries.end()) {
+    menu.AddHelp(helpId);
+    menu.WhenChosen([this, process, entries](const QAction &chosen) {
+        const auto entry = std::ranges::find(entries, &chosen);
         m_runningJobs.KillInBackground(process,
                                        killEntries[static_cast<size_t>(entry - entries.begin())].kill);
-    }
-    RefreshSlot();
+        RefreshSlot();
+    });
 }
 
 void Taskmill_RunningJobsWidget::RemoveSlot()

@@ -4,6 +4,7 @@
 #include "manager/columns.h"
 #include "processes/processinspector.h"
 #include "ui/pageframe.h"
+#include "ui/tabmenu.h"
 
 #include <QObject>
 #include <QTimer>
@@ -23,7 +24,7 @@ class Taskmill_RunningJobs;
 
 /// The tab that shows the processes of this computer, where the user ends them. They are read on another
 /// thread; meanwhile the rows of before stay.
-class Taskmill_RunningJobsWidget final : public QObject
+class Taskmill_RunningJobsWidget final : public QObject, public Taskmill_TabWithMenu
 {
     Q_OBJECT
 
@@ -33,6 +34,8 @@ public:
                                Taskmill_Destinations &destinations);
 
     [[nodiscard]] QFrame *Frame() const { return m_frame; }
+    void FillMenu(Taskmill_TabMenu &menu) override;
+    [[nodiscard]] QString HelpId() const override;
 
 public Q_SLOTS:
     void ContextMenuSlot(const QPoint &position);
@@ -56,10 +59,14 @@ private:
     [[nodiscard]] QBoxLayout *MakeControls();
     void UpdateEmptyText();
     [[nodiscard]] std::optional<Taskmill_ProcessRecord> CurrentProcess() const;
+    /// The job whose process that is.
+    [[nodiscard]] std::optional<Job> JobOf(const Taskmill_ProcessRecord &process) const;
+    /// For the tool tips of the rows.
+    [[nodiscard]] QHash<QString, QString> JobTexts() const;
     /// The job that the process belongs to, where the menu offers to remove it.
     [[nodiscard]] std::optional<Job> JobToRemove(const Taskmill_ProcessRecord &process) const;
-    void OfferToRemove(const Job &job, const QPoint &position);
-    void OfferToKill(const Taskmill_ProcessRecord &process, const QPoint &position);
+    void OfferToRemove(const Job &job, Taskmill_TabMenu &menu);
+    void OfferToKill(const Taskmill_ProcessRecord &process, Taskmill_TabMenu &menu);
 
     Taskmill_RunningJobs &m_runningJobs;
     Taskmill_Destinations &m_destinations;
@@ -71,5 +78,6 @@ private:
     QPushButton *m_refresh = nullptr;
     QCheckBox *m_onlyKnown = nullptr;
     QLabel *m_reading = nullptr;
+    QLabel *m_readAt = nullptr;
     QTimer m_readingTimer; ///< a short reading is not shown
 };

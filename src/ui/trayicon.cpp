@@ -2,11 +2,13 @@
 #include "ui/trayicon.h"
 
 #include "kilnutil/logging.h"
+#include "ui/badgedicon.h"
 
 using namespace Qt::Literals::StringLiterals;
 
 Taskmill_TrayIcon::Taskmill_TrayIcon(const QIcon &icon, const QString &toolTip)
-    : m_icon{icon}
+    : m_plainIcon{icon}
+    , m_icon{icon}
 {
     connect(m_menu.addAction(u"&Show GUI"_s), &QAction::triggered, this, &Taskmill_TrayIcon::ShowSignal);
     connect(m_menu.addAction(u"&Hide GUI"_s), &QAction::triggered, this, &Taskmill_TrayIcon::HideSignal);
@@ -15,6 +17,7 @@ Taskmill_TrayIcon::Taskmill_TrayIcon(const QIcon &icon, const QString &toolTip)
         if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
             Q_EMIT ShowSignal();
     });
+    connect(&m_icon, &QSystemTrayIcon::messageClicked, this, &Taskmill_TrayIcon::MessageClickedSignal);
     m_icon.setToolTip(toolTip);
     m_icon.setContextMenu(&m_menu);
     m_icon.setVisible(true);
@@ -25,4 +28,25 @@ Taskmill_TrayIcon::Taskmill_TrayIcon(const QIcon &icon, const QString &toolTip)
 bool Taskmill_TrayIcon::IsInReach()
 {
     return QSystemTrayIcon::isSystemTrayAvailable();
+}
+
+void Taskmill_TrayIcon::SetToolTip(const QString &toolTip)
+{
+    // The desktop would be asked each time.
+    if (m_icon.toolTip() != toolTip)
+        m_icon.setToolTip(toolTip);
+}
+
+void Taskmill_TrayIcon::SetBadge(int running, int failed)
+{
+    // Beyond 9 it looks the same.
+    constexpr int mostShown = 10;
+    const std::pair badge{qMin(running, mostShown), qMin(failed, mostShown)};
+    if (std::exchange(m_badge, badge) != badge)
+        m_icon.setIcon(Taskmill_BadgedIcon(m_plainIcon, running, failed));
+}
+
+void Taskmill_TrayIcon::ShowMessage(const QString &title, const QString &text)
+{
+    m_icon.showMessage(title, text, m_plainIcon);
 }

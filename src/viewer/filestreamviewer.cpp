@@ -57,9 +57,8 @@ KilnUtil_FileStreamViewer::KilnUtil_FileStreamViewer(QWidget *parent, KilnUtil_P
     : KilnUtil_FileStreamViewer{parent, std::make_unique<KilnUtil_ProcessSource>(process), caption, interval,
                                 title}
 {
-    // The process may be deleted before the timer comes again.
     if (process)
-        connect(process, &KilnUtil_Process::FinishedSignal, this, &KilnUtil_FileStreamViewer::RefreshSlot);
+        FollowUntilEndOf(*process);
 }
 
 KilnUtil_FileStreamViewer::KilnUtil_FileStreamViewer(QWidget *parent,
@@ -133,6 +132,16 @@ void KilnUtil_FileStreamViewer::MakeMenus()
     edit->addAction(u"Find &Previous"_s, this, &KilnUtil_FileStreamViewer::FindPreviousSlot)
         ->setShortcut(Qt::SHIFT | Qt::Key_F3);
 
+    QMenu *view = menuBar()->addMenu(u"&View"_s);
+    const auto zoomBy = [this](int steps) {
+        m_view->SetZoom(steps == 0 ? 0 : m_view->Zoom() + steps);
+    };
+    // The key of the plus sign is another one on many keyboards.
+    view->addAction(u"Zoom &In"_s, this, [zoomBy] { zoomBy(1); })
+        ->setShortcuts({QKeySequence{QKeySequence::ZoomIn}, QKeySequence{Qt::CTRL | Qt::Key_Equal}});
+    view->addAction(u"Zoom &Out"_s, this, [zoomBy] { zoomBy(-1); })->setShortcut(QKeySequence::ZoomOut);
+    view->addAction(u"&Usual Size"_s, this, [zoomBy] { zoomBy(0); })->setShortcut(Qt::CTRL | Qt::Key_0);
+
     QMenu *go = menuBar()->addMenu(u"&Go"_s);
     go->addAction(u"To the &Beginning"_s, m_view, &KilnUtil_TextView::ScrollToBeginSlot)
         ->setShortcut(Qt::CTRL | Qt::Key_Home);
@@ -174,7 +183,7 @@ bool KilnUtil_FileStreamViewer::Start()
     m_source->Refresh();
     m_view->SourceChanged(KilnUtil_TextSource::Change::Replaced);
     m_view->SetFollowsEnd(m_interval > 0);
-    if (m_interval > 0)
+    if (m_interval > 0 && !m_hasEnded)
         m_refreshTimer.start(m_interval);
     UpdateStatusSlot();
 
@@ -182,6 +191,21 @@ bool KilnUtil_FileStreamViewer::Start()
     m_view->setFocus();
     show();
     return true;
+}
+
+void KilnUtil_FileStreamViewer::FollowUntilEndOf(const KilnUtil_Process &process)
+{
+    m_hasEnded = process.HasEnded();
+    connect(&process, &KilnUtil_Process::FinishedSignal, this, &KilnUtil_FileStreamViewer::EndFollowingSlot);
+}
+
+void KilnUtil_FileStreamViewer::EndFollowingSlot()
+{
+    // The process may be deleted before the timer comes again.
+    m_hasEnded = true;
+    RefreshSlot();
+    // A last look: others may still write to a file.
+    m_refreshTimer.setSingleShot(true);
 }
 
 void KilnUtil_FileStreamViewer::AppendLine(const QString &text, bool lineFeed)
@@ -214,13 +238,15 @@ void KilnUtil_FileStreamViewer::UpdateStatusSlot()
     const qint64 begin = m_source->Begin();
     const qint64 size = m_source->End() - begin;
     const qint64 above = m_view->TopOffset() - begin;
-    m_stateLabel->SetText(m_message.isEmpty() ? m_source->StateText() : m_message);
+    const QString state = m_source->StateText();
+    const QString stateText = m_hasEnded && state.isEmpty() ? u"The process has ended."_s : state;
+    m_stateLabel->SetText(m_message.isEmpty() ? stateText : m_message);
     m_sizeLabel->setText(SizeText(size));
     if (m_view->IsAtEnd())
         m_placeLabel->setText(above == 0 ? u"All"_s : u"End"_s);
     else
         m_placeLabel->setText(above == 0 ? u"Beginning"_s : u"%1 %"_s.arg(100 * above / size));
-    m_followLabel->setText(m_view->IsFollowing() ? u"Following"_s : u"Not following"_s);
+    m_followLabel->setText(m_view->IsFollowing() && !m_hasEnded ? u"Following"_s : u"Not following"_s);
 }
 
 void KilnUtil_FileStreamViewer::ShowMessage(const QString &message)

@@ -38,6 +38,9 @@ public:
     ~KilnUtil_FileStreamViewer() override;
     Q_DISABLE_COPY_MOVE(KilnUtil_FileStreamViewer)
 
+    /// Ends the following when the process ends, which may be deleted at any time. To be called before
+    /// Start().
+    void FollowUntilEndOf(const KilnUtil_Process &process);
     /// Opens the source and shows the window. False when the file cannot be read or there is no process; the
     /// caller then deletes the viewer.
     [[nodiscard]] bool Start();
@@ -65,6 +68,7 @@ private Q_SLOTS:
     void FindSlot(bool forward);
     void WorkSlot();
     void UpdateStatusSlot();
+    void EndFollowingSlot();
 
 private:
     KilnUtil_FileStreamViewer(QWidget *parent, std::unique_ptr<KilnUtil_TextSource> source,
@@ -87,7 +91,8 @@ private:
     QLabel *m_sizeLabel = nullptr;
     QLabel *m_placeLabel = nullptr;
     QLabel *m_followLabel = nullptr;
-    QString m_message; ///< shown in place of the source's state
+    bool m_hasEnded = false; ///< the process that writes the text
+    QString m_message;       ///< shown in place of the source's state
     QTimer m_refreshTimer;
     QTimer m_workTimer; ///< runs whenever the event loop is idle while there is work
     std::unique_ptr<KilnUtil_TextSearch> m_search;

@@ -4,6 +4,7 @@
 #include "viewer/textmouse.h"
 
 #include <QFontDatabase>
+#include <QFontInfo>
 #include <QKeyEvent>
 #include <QPaintEvent>
 #include <QPainter>
@@ -72,6 +73,14 @@ int KilnUtil_TextView::RowHeight() const
 int KilnUtil_TextView::TextX() const
 {
     return margin - horizontalScrollBar()->value();
+}
+
+void KilnUtil_TextView::SetZoom(int steps)
+{
+    m_zoom = qBound(LeastZoom, steps, MostZoom);
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setPointSizeF(qMax(1.0, QFontInfo{font}.pointSizeF() + m_zoom));
+    setFont(font);
 }
 
 QSize KilnUtil_TextView::sizeHint() const
@@ -374,7 +383,11 @@ void KilnUtil_TextView::keyPressEvent(QKeyEvent *event)
 
 void KilnUtil_TextView::wheelEvent(QWheelEvent *event)
 {
-    m_mouse->TurnWheel(*event);
+    const int delta = event->angleDelta().y();
+    if (event->modifiers().testFlag(Qt::ControlModifier) && delta != 0)
+        SetZoom(m_zoom + (delta > 0 ? 1 : -1));
+    else
+        m_mouse->TurnWheel(*event);
 }
 
 void KilnUtil_TextView::mousePressEvent(QMouseEvent *event)

@@ -49,6 +49,12 @@ public:
     /// Down, or up when negative.
     void ScrollRows(qint64 rows);
 
+    static constexpr int LeastZoom = -4;
+    static constexpr int MostZoom = 20;
+    /// Steps away from the usual text size, in points.
+    [[nodiscard]] int Zoom() const { return m_zoom; }
+    void SetZoom(int steps);
+
     /// Room for the usual lines of a program's output.
     [[nodiscard]] QSize sizeHint() const override;
 
@@ -99,6 +105,7 @@ private:
     qint64 m_lastTop = 0;      ///< where the last row stands at the lower edge
     qint64 m_bytesPerStep = 1; ///< of the scroll bar, which only counts to 2^31
     qreal m_widest = 0;
+    int m_zoom = 0;
     bool m_followsEnd = false;
     bool m_stuckToEnd = true;
 };

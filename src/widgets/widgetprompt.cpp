@@ -104,6 +104,15 @@ void MakeModal(QDialog &dialog)
         dialog.setWindowModality(Qt::WindowModal);
 }
 
+/// The icon of the usual label goes with it.
+void Label(QAbstractButton *button, const QString &label)
+{
+    if (!button || label.isEmpty())
+        return;
+    button->setText(label);
+    button->setIcon({});
+}
+
 WarnAnswer Ask(QMessageBox::Icon icon, QWidget *parent, const QString &title, const QString &text,
                WarnMode mode, WarnAnswer defaultAnswer, KilnUtil_UserPrompt::WarnDetail *detail = nullptr)
 {
@@ -117,6 +126,10 @@ WarnAnswer Ask(QMessageBox::Icon icon, QWidget *parent, const QString &title, co
     if (checkBox) {
         checkBox->setChecked(detail->isChecked);
         box.setCheckBox(checkBox);
+    }
+    if (detail) {
+        Label(box.button(QMessageBox::Yes), detail->yes);
+        Label(box.button(QMessageBox::No), detail->no);
     }
     box.setDefaultButton(ButtonOf(defaultAnswer));
     // Without a default answer, Enter gives none: Qt would take the first.

@@ -3,13 +3,19 @@
 
 #include "kilnutil/computerdata.h"
 #include "kilnutil/registry.h"
+#include "manager/recentprojects.h"
 #include "ui/appwindow.h"
+#include "ui/projectoffer.h"
 #include "ui/uidriver.h"
 #include "widgets/tablewidget.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QComboBox>
+#include <QLabel>
+#include <QMenu>
 #include <QPushButton>
+#include <QStatusBar>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTcpServer>
@@ -91,12 +97,14 @@ struct WindowPlace
     Taskmill_Session session;
     Taskmill_AppWindow &appWindow = *session.AppWindow();
 
-    explicit WindowPlace(const QString &project = {})
+    explicit WindowPlace(const QString &project = {}, const QString &lastProject = {})
         : session{{.StartUpFile = project, .Banner = {}, .ExitWithoutEventLoop = {}}}
     {
         // The platform without a screen knows no tray; that of Windows does not say so.
         if constexpr (!isWindows)
             QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u".*systemTrayWindowChanged.*"_s});
+        if (!lastProject.isEmpty())
+            Taskmill_AddToRecentProjects(lastProject);
         const Taskmill_JobType jobType{.Name = u"One"_s,
                                        .ApplicationName = u"testprogram"_s,
                                        .ExecutablePath = TestProgramPath(),
@@ -105,7 +113,9 @@ struct WindowPlace
                                        .InputFileFilter = u"Files (*.one)"_s,
                                        .OutputFileFilter = {},
                                        .EnvironmentVariables = {}};
-        if (!session.Initialise() || !Database()->InsertJobType(jobType, true))
+        // The offer of the last project is there until something is changed.
+        const bool changes = lastProject.isEmpty();
+        if (!session.Initialise() || (changes && !Database()->InsertJobType(jobType, true)))
             qFatal("the window cannot be opened");
         session.Show();
     }
@@ -122,6 +132,36 @@ struct WindowPlace
     }
     [[nodiscard]] QWidget &Window() const { return appWindow.MainWindow(); }
     [[nodiscard]] QString Path(const QString &name) const { return directory.filePath(name); }
+    /// Of the status line, in their order.
+    [[nodiscard]] QStringList StatusTexts() const
+    {
+        QStringList texts;
+        const auto labels = appWindow.MainWindow().statusBar()->findChildren<QLabel *>();
+        for (const QLabel *label : labels)
+            texts.append(label->text());
+        texts.removeAll(QString{});
+        return texts;
+    }
+    /// The entries of a menu as it opens, "(...)" around disabled ones, without marks for keys; the one of
+    /// that text is chosen.
+    QStringList Open(Taskmill_WindowMenu which, const QString &entry = {}) const
+    {
+        QMenu &menu = appWindow.MainWindow().Menu(which);
+        Q_EMIT menu.aboutToShow();
+        QStringList texts;
+        QAction *chosen = nullptr;
+        const QList<QAction *> actions = menu.actions();
+        for (QAction *action : actions) {
+            const QString text = action->text().remove(u'&');
+            if (!action->isSeparator())
+                texts.append(action->isEnabled() ? text : u'(' + text + u')');
+            if (!entry.isEmpty() && text == entry)
+                chosen = action;
+        }
+        if (chosen)
+            chosen->trigger();
+        return texts;
+    }
     /// The one of that accessible name, which must be there.
     [[nodiscard]] KilnUtil_TableWidget &Table(const QString &name) const
     {
@@ -167,7 +207,16 @@ private Q_SLOTS:
         if (isWindows)
             QSKIP("Wine has no fonts, and so no widths");
         WindowPlace place;
-        const QTabWidget &tabs = *place.Window().findChild<QTabWidget *>();
+        Taskmill_MainWindow &window = place.appWindow.MainWindow();
+        const QTabWidget &tabs = window.Tabs();
+        // The least width has room for counts, so that the window does not grow with them.
+        place.Window().resize(100, 100);
+        const int least = place.Window().width();
+        for (const auto page : {Taskmill_Page::LongJobs, Taskmill_Page::ShortJobs,
+                                Taskmill_Page::QueuelessJobs, Taskmill_Page::FinishedJobs})
+            window.ShowCount(page, 999, {});
+        place.Window().resize(100, 100);
+        QCOMPARE(place.Window().width(), least);
         const auto lastTabEndAt = [&](int width, int height) {
             place.Window().resize(width, height);
             return tabs.tabBar()->tabRect(tabs.count() - 1).right();
@@ -237,6 +286,149 @@ private Q_SLOTS:
             QTest::keyClick(&place.Window(), static_cast<Qt::Key>(Qt::Key_1 + tab), Qt::AltModifier);
             QCOMPARE(tabs->currentIndex(), tab);
         }
+    }
+
+    void TabsAndStatusLineCount()
+    {
+        WindowPlace place;
+        const QTabWidget &tabs = place.appWindow.MainWindow().Tabs();
+        QCOMPARE(place.StatusTexts()[0], u"0 running, 0 waiting"_s);
+        for (const auto *file : {"a.one", "b.one", "c.one"})
+            QVERIFY(
+                !Client{place.SubmitLines(QString::fromLatin1(file), "jobtypename=One")}.Answer().isEmpty());
+        QTRY_COMPARE(tabs.tabText(0), u"Long Jobs Queue (3)"_s);
+        QCOMPARE(place.StatusTexts(), (QStringList{u"1 running, 2 waiting"_s, u"Changes not saved"_s}));
+        WriteTestFile(place.Path(u"a.one.go"_s), {});
+        QTRY_COMPARE(tabs.tabText(4), u"Finished Jobs (1)"_s);
+        QTRY_COMPARE(place.StatusTexts()[0], u"1 running, 1 waiting"_s);
+        QVERIFY(place.StatusTexts()[1].startsWith(u"Last ended: a.one, Completed, "_s));
+        // A screen reader finds the tab by its label, and says the counts besides.
+        const QAccessibleInterface *tab = QAccessible::queryAccessibleInterface(tabs.tabBar())->child(0);
+        QCOMPARE(tab->text(QAccessible::Name), u"Long Jobs Queue"_s);
+        QCOMPARE(tab->text(QAccessible::Description), u"1 running, 1 waiting"_s);
+    }
+
+    void ProjectMenuSavesAndOpens()
+    {
+        WindowPlace place;
+        QVERIFY(QTest::qWaitForWindowActive(&place.Window()));
+        const auto press = [&place](Qt::Key key, const QList<WarnAnswer> &answers, const QStringList &texts) {
+            place.prompt.asked.clear();
+            place.prompt.answers = answers;
+            place.prompt.texts = texts;
+            QTest::keyClick(&place.Window(), key, Qt::ControlModifier);
+            return place.Window().windowTitle().section(u", "_s, 1);
+        };
+        const QString path = place.Path(u"day.mill"_s);
+        QCOMPARE(press(Qt::Key_S, {}, {place.Path(u"day"_s)}), u"day.mill"_s);
+        QVERIFY(place.StatusTexts().contains(u"Saved"_s));
+        QVERIFY(!Client{place.SubmitLines(u"a.one"_s, "jobtypename=One")}.Answer().isEmpty());
+        QTRY_COMPARE(place.appWindow.MainWindow().Tabs().tabText(0), u"Long Jobs Queue (1)"_s);
+
+        // What runs is asked about first, and without keepers it can only end.
+        for (const QList<WarnAnswer> &answers :
+             {QList{WarnAnswer::No}, QList{WarnAnswer::Yes, WarnAnswer::Cancel}}) {
+            QCOMPARE(press(Qt::Key_N, answers, {}), u"day.mill"_s);
+            QVERIFY(place.prompt.asked[0].text.startsWith(u"1 job is running.\n\n"_s));
+            QCOMPARE(place.prompt.asked.size(), answers.size());
+            QCOMPARE(LongJobs(), u"a.one"_s);
+        }
+        QCOMPARE(press(Qt::Key_N, {WarnAnswer::Yes, WarnAnswer::Yes}, {}), u"New Project"_s);
+        QCOMPARE(LongJobs(), QString{});
+        QTRY_COMPARE(place.appWindow.MainWindow().Tabs().tabText(0), u"Long Jobs Queue"_s);
+        QCOMPARE(press(Qt::Key_O, {}, {path}), u"day.mill"_s);
+        QCOMPARE(LongJobs(), u"a.one"_s);
+
+        // One that cannot be opened leaves the other as it is.
+        QCOMPARE(press(Qt::Key_O, {}, {place.Path(u"none.mill"_s)}), u"day.mill"_s);
+        QCOMPARE(press(Qt::Key_N, {}, {}), u"New Project"_s);
+        (void)place.Open(Taskmill_WindowMenu::Project);
+        const auto *recent =
+            place.appWindow.MainWindow().Menu(Taskmill_WindowMenu::Project).findChild<QMenu *>();
+        QCOMPARE(recent->actions().size(), 1);
+        recent->actions().constFirst()->trigger();
+        QCOMPARE(LongJobs(), u"a.one"_s);
+    }
+
+    /// Also when the context menu has nothing to offer.
+    void MenusOfferWhatTheContextMenuOffers()
+    {
+        WindowPlace place;
+        Taskmill_MainWindow &window = place.appWindow.MainWindow();
+        for (Taskmill_JobQueue *queue : place.session.Manager().Destinations().Queues())
+            queue->SetPaused(true);
+        QVERIFY(!Client{place.SubmitLines(u"a.one"_s, "jobtypename=One")}.Answer().isEmpty());
+        for (int page = 0; page < window.Tabs().count(); ++page) {
+            window.Tabs().setCurrentIndex(page);
+            auto &table = *window.Tabs().widget(page)->findChild<KilnUtil_TableWidget *>();
+            // It fills the table.
+            (void)place.Open(Taskmill_WindowMenu::Jobs);
+            table.setCurrentIndex(table.model()->index(0, 0));
+            const QStringList jobs = place.Open(Taskmill_WindowMenu::Jobs);
+            const bool hasQueue = window.Menu(Taskmill_WindowMenu::Queue).menuAction()->isEnabled();
+            QCOMPARE(hasQueue, page < 2);
+            QStringList offered = jobs.sliced(1) + place.Open(Taskmill_WindowMenu::Queue);
+            QStringList context = ChooseFromMenu(table, QPoint{5, 5}, {});
+            context.removeAll(u"Help"_s);
+            context.removeAll(QString{});
+            QCOMPARE(offered, context);
+            // Each entry has a key of its own.
+            QStringList keys;
+            for (const QAction *action : window.Menu(Taskmill_WindowMenu::Jobs).actions()) {
+                if (!action->isSeparator())
+                    keys.append(QKeySequence::mnemonic(action->text()).toString());
+            }
+            QVERIFY(!keys.contains(QString{}));
+            QCOMPARE(keys.removeDuplicates(), 0);
+        }
+        window.Tabs().setCurrentIndex(0);
+        (void)place.Open(Taskmill_WindowMenu::Queue, u"Unpause Queue"_s);
+        QTRY_COMPARE(place.StatusTexts()[0], u"1 running, 0 waiting"_s);
+        place.Table(u"Long Jobs Queue"_s).selectRow(0);
+        place.prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
+        (void)place.Open(Taskmill_WindowMenu::Jobs, u"Remove"_s);
+        QCOMPARE(LongJobs(), QString{});
+    }
+
+    void NewsShowsItsJobs()
+    {
+        WindowPlace place;
+        for (int jobID = 1; jobID <= 4; ++jobID) {
+            Taskmill_JobRecord job;
+            job.JobID = jobID;
+            job.Name = u"j%1"_s.arg(jobID);
+            job.Status = Taskmill_JobStatus::Failed;
+            place.session.Manager().FinishedJobs().AddJob(job);
+        }
+        Taskmill_FinishedJobsWidget finished{&place.Window(), place.session.Manager().FinishedJobs()};
+        finished.Table()->sortByColumn(0, Qt::DescendingOrder);
+        finished.SelectJobs({2, 4, 99});
+        QCOMPARE(finished.Table()->SelectedRows(), (QList<int>{0, 2}));
+        QCOMPARE(finished.Table()->currentIndex().row(), 0);
+    }
+
+    void OffersTheLastProject()
+    {
+        const QString last = Path(u"day.mill"_s);
+        {
+            WindowPlace place;
+            place.prompt.texts = {last};
+            QVERIFY(!Client{place.SubmitLines(u"a.one"_s, "jobtypename=One")}.Answer().isEmpty());
+            (void)place.Open(Taskmill_WindowMenu::Project, u"Save"_s);
+            place.session.ShutDown();
+        }
+        WindowPlace place{{}, last};
+        QTRY_VERIFY(place.Window().findChild<Taskmill_ProjectOffer *>());
+        auto *offer = place.Window().findChild<Taskmill_ProjectOffer *>();
+        QCOMPARE(offer->text(), u"Open day.mill, 1 waiting job"_s);
+        QTest::mouseClick(offer, Qt::LeftButton);
+        QCOMPARE(LongJobs(), u"a.one"_s);
+        QTRY_VERIFY(!place.Window().findChild<Taskmill_ProjectOffer *>());
+        place.session.ShutDown();
+        // Not beside a project that was named.
+        WindowPlace named{last, last};
+        QTRY_COMPARE(named.prompt.asked.size(), 0);
+        QVERIFY(!named.Window().findChild<Taskmill_ProjectOffer *>());
     }
 
     void DroppedFilesGoToTheListTheyAreDroppedOn_data()

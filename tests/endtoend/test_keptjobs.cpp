@@ -75,8 +75,9 @@ private:
             count += files.next().contains("/runs/out/"_L1) ? 1 : 0;
         return count;
     }
-    }
-};
+}
+}
+;
 
 void TestKeptJobs::FindsItsJobsAgain_data()
 {

@@ -41,6 +41,12 @@ private Q_SLOTS:
             return menu.has_value();
         };
         QVERIFY(desktop.Close(*desktop.WaitForWindow(title)));
+        // The first time it says where the program has gone, and a click brings it back.
+        const auto message = desktop.WaitForPopup();
+        QVERIFY(message);
+        desktop.Click(message->Geometry.center());
+        QVERIFY(desktop.WaitForWindow(title));
+        QVERIFY(desktop.Close(*desktop.WaitForWindow(title)));
         QVERIFY(Manager().Submit(u"Wait"_s, Project().InputFile(u"a"_s), u"none"_s).startsWith("accepted="));
         QVERIFY(chooseInTray(1));
         QVERIFY(desktop.WaitForWindow(title));
@@ -94,6 +100,45 @@ private Q_SLOTS:
         QVERIFY(desktop.WaitUntilControlIsGone(u"cell"_s, u"Running"_s));
     }
 
+    void RunningJobsGoOnBesideAnotherProject()
+    {
+#ifndef TASKMILL_HAS_KEEPERS
+        QSKIP("Built without the keeper.");
+#endif
+        qputenv("TASKMILL_END_JOBS", "");
+        const auto reset = qScopeGuard([] { qunsetenv("TASKMILL_END_JOBS"); });
+        Desktop desktop;
+        QVERIFY(Project().AddTestType(u"Wait"_s, u"waitfor @INFILE.go"_s));
+        QVERIFY(desktop.Start());
+        QVERIFY(Start(desktop));
+        const QString input = Project().InputFile(u"a"_s);
+        QVERIFY(Manager().Submit(u"Wait"_s, input, u"none"_s).startsWith("accepted="));
+        QVERIFY(desktop.WaitForControl(u"label"_s, u"1 running, 0 waiting"_s));
+        const auto leave = [&](const QString &keys, const QString &answer) {
+            desktop.Press(keys);
+            return desktop.WaitForWindow(u"Close Current Project?"_s) &&
+                   desktop.WaitForControl(u"label"_s, u"1 job is running."_s) &&
+                   desktop.ClickControl(u"push button"_s, answer) &&
+                   desktop.WaitUntilGone(u"Close Current Project?"_s);
+        };
+        QVERIFY(leave(u"ctrl+n"_s, u"Cancel"_s));
+        QVERIFY(leave(u"ctrl+n"_s, u"Let them go on"_s));
+        QVERIFY(desktop.WaitForWindow(u"Save Changes to Current Project?"_s));
+        QVERIFY(desktop.ClickControl(u"push button"_s, u"Yes"_s));
+        QVERIFY(desktop.WaitForWindow(Taskmill_VersionText() + u", New Project"_s));
+        QVERIFY(desktop.WaitForControl(u"label"_s, u"0 running, 0 waiting"_s));
+
+        // From the menu "Recent", and with the run of before.
+        desktop.Press(u"alt+j"_s);
+        QVERIFY(desktop.WaitForPopup());
+        desktop.Press(u"r 1"_s);
+        QVERIFY(desktop.WaitForWindow(Taskmill_VersionText() + u", jobs.mill"_s));
+        QVERIFY(desktop.WaitForControl(u"label"_s, u"1 running, 0 waiting"_s));
+        (void)Project().InputFile(u"a.go"_s);
+        QVERIFY(desktop.ClickControl(u"page tab"_s, u"Finished Jobs"_s));
+        QVERIFY(desktop.WaitForControl(u"cell"_s, u"Completed"_s));
+    }
+
     /// Twenty jobs of real programs, submitted in two ways, one of them killed; nothing is lost.
     void DayOfAChemist()
     {
@@ -107,6 +152,9 @@ private Q_SLOTS:
         Desktop desktop;
         QVERIFY(desktop.Start());
         QVERIFY(Start(desktop));
+        // All twenty rows are in view.
+        const auto window = desktop.WaitForWindow(Taskmill_VersionText());
+        desktop.Run(u"xdotool"_s, {u"windowsize"_s, QString::number(window->ID), u"1200"_s, u"900"_s});
         const auto press = [&desktop](const QString &name) {
             return desktop.ClickControl(u"push button"_s, name);
         };
@@ -161,7 +209,7 @@ private Q_SLOTS:
         QVERIFY(showsJob(u"Killed"_s));
         QVERIFY(desktop.ClickControl(u"cell"_s, u"water 3.mop"_s));
         desktop.Press(u"Return"_s);
-        const auto viewer = desktop.WaitForWindow(u"File Stream Viewer"_s);
+        const auto viewer = desktop.WaitForWindow(u"water 3.out - File Stream Viewer"_s);
         QVERIFY(viewer);
         QVERIFY(desktop.Close(*viewer));
         desktop.Press(u"alt+x"_s);

@@ -80,9 +80,14 @@ private Q_SLOTS:
         m_manager->NewProject();
         // One that is open and changed stays unless the user lets it go.
         m_manager->SubmitGated(m_manager->Short());
-        QVERIFY(!Project().OpenProject(File()));
-        QCOMPARE(m_manager->Short().Jobs().JobIDs(), QList<int>{1});
-        Prompt().answers = {WarnAnswer::No};
+        for (const auto &answers : {QList<WarnAnswer>{}, QList{WarnAnswer::Yes}}) {
+            Prompt().answers = answers;
+            QVERIFY(!Project().OpenProject(File()));
+            QCOMPARE(m_manager->Short().Jobs().JobIDs(), QList<int>{1});
+            QCOMPARE(Prompt().asked.takeLast().title,
+                     answers.isEmpty() ? u"Close Current Project?"_s : u"Save Current Project?"_s);
+        }
+        Prompt().answers = {WarnAnswer::Yes, WarnAnswer::No};
         QVERIFY(Project().OpenProject(File()));
 
         QVERIFY(!Project().HasUnsavedChanges());
@@ -268,6 +273,7 @@ private Q_SLOTS:
         QCOMPARE(RowsOfFile(spare.first(), u"SELECT COUNT(*) FROM ShortJobsQueue"_s), QStringList{u"1"_s});
 
         // The table that was lost is made anew, or finished jobs would be lost.
+        Prompt().answers = {WarnAnswer::Yes};
         QVERIFY(Project().OpenProject(File()));
         QCOMPARE(m_manager->Long().Queue()->MaxRunningJobs(), 5);
         QVERIFY(TestManager::Database().InsertFinishedJob(SampleJob(m_manager->AddGatedJobType(), 1), true));
@@ -401,6 +407,8 @@ private:
     void SaveAndOpen() const
     {
         QVERIFY(Project().SaveProjectAs(File()));
+        if (m_manager->Destinations().RunningCount() > 0)
+            Prompt().answers = {WarnAnswer::Yes};
         QVERIFY(Project().OpenProject(File()));
     }
     /// What is said about the file when nothing else comes of opening it.

@@ -55,7 +55,9 @@ private Q_SLOTS:
     {
         ProcessesPage page;
         page.Open();
-        auto *reading = page.tab->Frame()->findChild<QLabel *>();
+        const auto labels = page.tab->Frame()->findChildren<QLabel *>();
+        QLabel *reading = *std::ranges::find(labels, u"Reading..."_s, &QLabel::text);
+        QLabel *readAt = labels[1 - labels.indexOf(reading)];
         QTRY_COMPARE(page.ProcessIDs(), u"3 20"_s);
         QTRY_VERIFY(!page.running->IsReading());
         QCOMPARE(page.inspector.TakeCalls(), u"list"_s);
@@ -63,6 +65,7 @@ private Q_SLOTS:
         for (int time = 0; time < 3; ++time)
             QTest::mouseClick(page.tab->Frame()->findChild<QPushButton *>(), Qt::LeftButton);
         QTRY_VERIFY(reading->isVisible());
+        QVERIFY(!readAt->isVisible());
         QCOMPARE(page.ProcessIDs(), u"3 20"_s);
         // The menu still finds the process that is shown.
         QVERIFY(!ChooseFromMenu(*page.table, 1, u"20"_s, {}).isEmpty());
@@ -78,6 +81,9 @@ private Q_SLOTS:
         QVERIFY(reading->isVisible());
         page.inspector.gate.release();
         QTRY_VERIFY(!reading->isVisible());
+        QVERIFY(readAt->isVisible());
+        QVERIFY2(QRegularExpression{u"^Read at \\d\\d:\\d\\d$"_s}.match(readAt->text()).hasMatch(),
+                 qPrintable(readAt->text()));
         QCOMPARE(page.inspector.TakeCalls(), u"list,list"_s);
     }
 
@@ -131,6 +137,16 @@ private Q_SLOTS:
         page.inspector.processes.append({number, 1, u"job"_s, TestProgramPath()});
         page.Open();
         QTRY_COMPARE(page.table->model()->rowCount(), 3);
+        const auto row = static_cast<int>(ColumnTexts(*page.table, 1).indexOf(processID));
+        const QString name = jobs.JobAt(0)->Record().Name;
+        QCOMPARE(page.table->model()->index(row, 3).data(Qt::AccessibleDescriptionRole).toString(),
+                 u"Job 1, "_s + name);
+        QVERIFY(page.table->model()
+                    ->index(row, 3)
+                    .data(Qt::ToolTipRole)
+                    .toString()
+                    .contains(QString{name}.replace(u' ', QChar{QChar::Nbsp})));
+        QVERIFY(!page.table->model()->index(1 - qMin(row, 1), 3).data(Qt::ToolTipRole).isValid());
         QCOMPARE(ChooseFromMenu(*page.table, 1, processID, u"Remove"_s), QStringList{u"Remove"_s});
         QCOMPARE(page.manager.prompt.asked.size(), 1);
 

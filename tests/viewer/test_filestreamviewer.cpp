@@ -6,8 +6,11 @@
 #include "viewer/filestreamviewer.h"
 #include "viewer/textview.h"
 
+#include <QApplication>
+#include <QLabel>
 #include <QLineEdit>
 #include <QScrollBar>
+#include <QWheelEvent>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -178,12 +181,57 @@ private Q_SLOTS:
         m_viewer = new KilnUtil_FileStreamViewer{nullptr, process.get(), u"Log of w"_s, streaming, {}};
         QVERIFY(m_viewer->Start());
         QCOMPARE(m_viewer->View().VisibleText(), QStringList{u"first"_s});
+        QCOMPARE(FollowText(), u"Following"_s);
         WriteTestFile(m_path, {});
         QTRY_VERIFY(!finished.isEmpty());
+        QCOMPARE(FollowText(), u"Not following"_s);
         process.reset();
         m_viewer->RefreshSlot();
         QCOMPARE(m_viewer->View().VisibleText(), (QStringList{u"first"_s, u"second"_s}));
         QCOMPARE(m_viewer->StateText(), u"The process has ended."_s);
+    }
+
+    void FollowsAFileUntilItsProcessEnds()
+    {
+        KilnUtil_Process process{nullptr, u"name"_s};
+        process.SetProgramText(TestProgramPath());
+        process.SetArgumentText(u"waitfor \"%1.go\""_s.arg(m_path));
+        process.Start();
+        WriteTestFile(m_path, "first\n");
+        m_viewer = new KilnUtil_FileStreamViewer{nullptr, m_path, u"Streaming"_s, streaming, {}};
+        m_viewer->FollowUntilEndOf(process);
+        QVERIFY(m_viewer->Start());
+        QCOMPARE(FollowText(), u"Following"_s);
+        WriteTestFile(m_path, "first\nlast\n");
+        WriteTestFile(m_path + u".go"_s, {});
+        QTRY_COMPARE(FollowText(), u"Not following"_s);
+        QCOMPARE(m_viewer->View().VisibleText(), (QStringList{u"first"_s, u"last"_s}));
+        QCOMPARE(m_viewer->StateText(), u"The process has ended."_s);
+    }
+
+    void Zooms()
+    {
+        View(Lines(1, 300));
+        KilnUtil_TextView &view = m_viewer->View();
+        const int usual = view.RowHeight();
+        QTest::keyClick(m_viewer, Qt::Key_Plus, Qt::ControlModifier);
+        QTest::keyClick(m_viewer, Qt::Key_Equal, Qt::ControlModifier);
+        QCOMPARE(view.Zoom(), 2);
+        QVERIFY(view.RowHeight() > usual);
+        // It shows the end as before.
+        QVERIFY(Shows(u"line 300"_s));
+        const auto wheel = [&view](int delta) {
+            QWheelEvent event{QPointF{5, 5}, QPointF{5, 5},       QPoint{},          QPoint{0, delta},
+                              Qt::NoButton,  Qt::ControlModifier, Qt::NoScrollPhase, false};
+            QApplication::sendEvent(view.viewport(), &event);
+        };
+        wheel(-120);
+        QCOMPARE(view.Zoom(), 1);
+        QTest::keyClick(m_viewer, Qt::Key_0, Qt::ControlModifier);
+        QCOMPARE(view.RowHeight(), usual);
+        for (int step = 0; step < 50; ++step)
+            QTest::keyClick(m_viewer, Qt::Key_Minus, Qt::ControlModifier);
+        QCOMPARE(view.Zoom(), KilnUtil_TextView::LeastZoom);
     }
 
     void FindsForwardAndBackward()
@@ -252,6 +300,12 @@ private:
         QCOMPARE(file.write(bytes), bytes.size());
         file.close();
         m_viewer->RefreshSlot();
+    }
+    [[nodiscard]] QString FollowText() const
+    {
+        const auto labels = m_viewer->findChildren<QLabel *>();
+        const auto label = std::ranges::find(labels, u"Following"_s, &QWidget::accessibleName);
+        return (*label)->text();
     }
     [[nodiscard]] bool Shows(const QString &row) { return m_viewer->View().VisibleText().contains(row); }
     void PressKey(Qt::Key key) { QTest::keyClick(&m_viewer->View(), key); }
