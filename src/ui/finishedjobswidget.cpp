@@ -89,8 +89,7 @@ void Taskmill_FinishedJobsWidget::SelectJobs(const QList<int> &jobIDs)
     QModelIndex first;
     // Those that have ended last stand at the end of the list.
     for (int position = rows.rowCount() - 1; position >= 0 && !wanted.isEmpty(); --position) {
-        const Taskmill_JobRecord *job = JobAt(position);
-        if (!job || !wanted.remove(job->JobID))
+        if (position >= m_jobs.Count() || !wanted.remove(m_jobs.JobIDAt(position)))
             continue;
         const QModelIndex cell = rows.mapFromSource(m_model->index(position, 0));
         selection.select(cell, cell);

@@ -55,7 +55,7 @@ void Taskmill_RememberAnnounced(Taskmill_Announced announced)
 Taskmill_JobNews::Taskmill_JobNews(Taskmill_FinishedJobs &finishedJobs, std::chrono::milliseconds gathering)
     : m_finishedJobs{finishedJobs}
     , m_generation{finishedJobs.Generation()}
-    , m_position{finishedJobs.Jobs().size()}
+    , m_position{finishedJobs.Count()}
 {
     m_timer.setSingleShot(true);
     m_timer.setInterval(gathering);
@@ -65,13 +65,12 @@ Taskmill_JobNews::Taskmill_JobNews(Taskmill_FinishedJobs &finishedJobs, std::chr
 
 void Taskmill_JobNews::JobsChanged()
 {
-    const QList<Taskmill_JobRecord> &jobs = m_finishedJobs.Jobs();
     // What is added comes one by one; everything else is another project, or was removed.
     const int generation = m_finishedJobs.Generation();
     const bool isSameList = std::exchange(m_generation, generation) == generation;
-    for (qsizetype position = m_position; isSameList && position < jobs.size(); ++position)
-        Take(jobs[position]);
-    m_position = jobs.size();
+    for (qsizetype position = m_position; isSameList && position < m_finishedJobs.Count(); ++position)
+        Take(m_finishedJobs.JobAt(position));
+    m_position = m_finishedJobs.Count();
     if (!isSameList)
         SeeFailures();
 }

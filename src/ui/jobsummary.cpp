@@ -13,9 +13,9 @@ constexpr int leastPauseBetweenCountsMs = 100;
 
 Taskmill_JobCounts::Ended LastOf(const Taskmill_FinishedJobs &jobs)
 {
-    if (jobs.Jobs().isEmpty())
+    if (jobs.Count() == 0)
         return {};
-    const Taskmill_JobRecord &job = jobs.Jobs().last();
+    const Taskmill_JobRecord &job = jobs.JobAt(jobs.Count() - 1);
     return {.name = job.Name, .status = job.Status, .time = job.Finished};
 }
 } // namespace
@@ -61,7 +61,7 @@ Taskmill_JobSummary::Taskmill_JobSummary(Taskmill_Destinations &destinations,
 void Taskmill_JobSummary::Count()
 {
     Taskmill_JobCounts counts{
-        .queues = {}, .finished = m_finishedJobs.Jobs().size(), .lastEnded = LastOf(m_finishedJobs)};
+        .queues = {}, .finished = m_finishedJobs.Count(), .lastEnded = LastOf(m_finishedJobs)};
     size_t number = 0;
     for (const Taskmill_QueueOwner *owner : m_destinations.All())
         counts.queues.at(number++) = {.running = owner->Jobs().RunningCount(),
