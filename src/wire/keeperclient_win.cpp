@@ -152,7 +152,8 @@ Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order
         if (!answer)
             continue;
         // From here on it is found by its lock, so that whoever looks for it does not start it again.
-        if (answer->Word() != Taskmill_LockedWord || !channel.Send(Taskmill_KeeperMessage{Taskmill_GoWord}))
+        if (answer->Word() != Taskmill_LockedWord ||
+            !channel.Send(Taskmill_KeeperMessage{Taskmill_GoWord}, {}, orderWaitMs))
             return {};
         // Loaded while nobody waits for it.
         m_channel = m_system->StartKeeper(m_processID);
