@@ -134,8 +134,9 @@ public:
         Turns turns{m_report, "remove half of them"};
         turns.Do([this, rows] {
             m_table.clearSelection();
-            m_table.selectionModel()->select({Model()->index(rows / 4, 0), Model()->index(rows / 4 * 3 - 1, 0)},
-                                             QItemSelectionModel::Select | QItemSelectionModel::Rows);
+            m_table.selectionModel()->select(
+                {Model()->index(rows / 4, 0), Model()->index(rows / 4 * 3 - 1, 0)},
+                QItemSelectionModel::Select | QItemSelectionModel::Rows);
         });
         QList<int> positions;
         turns.Do([&] { positions = m_table.PositionsOfSelectedRows(); });

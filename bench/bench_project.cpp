@@ -81,7 +81,6 @@ int main(int argc, char **argv)
     Bench::Report report{options};
     const QTemporaryDir directory;
     qputenv("TASKMILLPREFS_DIR", directory.path().toLocal8Bit());
-    MeasureProject(report, directory,
-                   options.Quick ? 10'000 : options.Numbers.value(0, "100000").toInt());
+    MeasureProject(report, directory, options.Quick ? 10'000 : options.Numbers.value(0, "100000").toInt());
     return 0;
 }

@@ -26,8 +26,8 @@ bool MultiplyRows(const QString &path, int jobs)
     int result = sqlite3_exec(database, "PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; BEGIN", nullptr,
                               nullptr, nullptr);
     QStringList columns;
-    for (const QString &column : Taskmill_ColumnNames(
-             Taskmill_DatabaseSchema().at(static_cast<int>(Taskmill_Table::FinishedJobs)))) {
+    for (const QString &column :
+         Taskmill_ColumnNames(Taskmill_DatabaseSchema().at(static_cast<int>(Taskmill_Table::FinishedJobs)))) {
         if (column == "FinishedJobID"_L1 || column == "JobID"_L1)
             columns += column + u" + %1"_s;
         else if (column == "Name"_L1)

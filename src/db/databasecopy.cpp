@@ -108,9 +108,9 @@ int OpenChecked(const QString &path, FileDatabase &source, QString &reason,
     if (!file.isFile())
         return SQLITE_CANTOPEN;
     const int result = OpenFile(file.absoluteFilePath(), SQLITE_OPEN_READONLY, source);
-    return result == SQLITE_OK ? Taskmill_CheckDatabaseFile(source.get(), file.absoluteFilePath(), reason,
-                                                            beforePages)
-                               : result;
+    return result == SQLITE_OK
+               ? Taskmill_CheckDatabaseFile(source.get(), file.absoluteFilePath(), reason, beforePages)
+               : result;
 }
 
 int Load(sqlite3 *database, const QString &path, QString &reason)
@@ -155,7 +155,8 @@ private:
         return size == 0 && newFile.error() == QFileDevice::NoError;
     }
 
-    /// Open as long as this lives: closing it would give up the lock that keeps others from changing the file.
+    /// Open as long as this lives: closing it would give up the lock that keeps others from changing the
+    /// file.
     QFile m_from;
     const QString m_newFile;
     std::future<bool> m_copies;

@@ -45,9 +45,8 @@ Taskmill_FinishedJobReader::~Taskmill_FinishedJobReader() = default;
 bool Taskmill_FinishedJobReader::OpenOwn()
 {
     auto own = std::make_unique<Connection>();
-    if (!HasStorage() ||
-        sqlite3_open_v2(m_storagePath.toUtf8().constData(), &own->database, SQLITE_OPEN_READONLY, nullptr) !=
-            SQLITE_OK)
+    if (!HasStorage() || sqlite3_open_v2(m_storagePath.toUtf8().constData(), &own->database,
+                                         SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK)
         return false;
     constexpr int longestWaitMs = 5000;
     sqlite3_busy_timeout(own->database, longestWaitMs);

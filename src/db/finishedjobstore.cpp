@@ -119,7 +119,8 @@ void Taskmill_FinishedJobStore::Load()
     m_largestJobID = -1;
     // All that opening a project reads of them.
     Taskmill_RowCursor cursor{
-        Connection(), u"SELECT %1, JobID, JobID < 2147483647 FROM FinishedJobs ORDER BY 1"_s.arg(RowKeyColumn())};
+        Connection(),
+        u"SELECT %1, JobID, JobID < 2147483647 FROM FinishedJobs ORDER BY 1"_s.arg(RowKeyColumn())};
     while (cursor.Next()) {
         rows.append({cursor.LongInteger(0), cursor.Integer(1)});
         if (cursor.Integer(2) != 0)
@@ -180,8 +181,8 @@ std::optional<Taskmill_JobRecord> Taskmill_FinishedJobStore::Get(qint64 key)
         m_single = MakeReader({});
     std::optional<Taskmill_JobRecord> job = m_single->Find(key);
     if (job && AddedFields().Has(Connection(), Taskmill_FieldOwner::Job, job->JobID)) {
-        const auto fields = AddedFields().Read(Connection(), Taskmill_FieldOwner::Job,
-                                               QString::number(job->JobID));
+        const auto fields =
+            AddedFields().Read(Connection(), Taskmill_FieldOwner::Job, QString::number(job->JobID));
         Taskmill_SetFieldsOfJob(*job, fields.value(job->JobID));
     }
     return job;
@@ -189,8 +190,9 @@ std::optional<Taskmill_JobRecord> Taskmill_FinishedJobStore::Get(qint64 key)
 
 QString Taskmill_FinishedJobStore::GetOutput(qint64 key)
 {
-    QSqlQuery *query = Open() ? Prepared(u"SELECT StdOutAndStdErr FROM FinishedJobs WHERE %1 = ?"_s.arg(RowKeyColumn()))
-                              : nullptr;
+    QSqlQuery *query =
+        Open() ? Prepared(u"SELECT StdOutAndStdErr FROM FinishedJobs WHERE %1 = ?"_s.arg(RowKeyColumn()))
+               : nullptr;
     QString output;
     if (query && Taskmill_DatabaseStatements::Run(*query, {key}) && query->next())
         output = query->value(0).toString();

@@ -26,9 +26,9 @@ constexpr qint64 firstHeldKey = std::numeric_limits<qint64>::min() + 1;
 constexpr int longestTurnMs = 10;
 
 /// What the listing is made of.
-const QStringList listedColumns{u"Name"_s,      u"JobTypeID"_s, u"QueueID"_s,  u"ApplicationName"_s,
-                                u"ExecutablePath"_s, u"CommandLine"_s, u"Status"_s, u"Submitted"_s,
-                                u"Started"_s,   u"Finished"_s,  u"JobID"_s};
+const QStringList listedColumns{u"Name"_s,           u"JobTypeID"_s,   u"QueueID"_s, u"ApplicationName"_s,
+                                u"ExecutablePath"_s, u"CommandLine"_s, u"Status"_s,  u"Submitted"_s,
+                                u"Started"_s,        u"Finished"_s,    u"JobID"_s};
 
 Taskmill_Database *CurrentDatabase()
 {
@@ -111,7 +111,8 @@ void Taskmill_FinishedJobs::Load()
 {
     Clear();
     Taskmill_Database *database = CurrentDatabase();
-    const QList<Taskmill_FinishedRow> rows = database ? database->GetFinishedRows() : QList<Taskmill_FinishedRow>{};
+    const QList<Taskmill_FinishedRow> rows =
+        database ? database->GetFinishedRows() : QList<Taskmill_FinishedRow>{};
     m_entries.reserve(rows.size());
     for (const Taskmill_FinishedRow &row : rows)
         m_entries.append({row.Key, row.JobID, 0});

@@ -190,7 +190,8 @@ void Taskmill_FinishedRanking::StartThread()
         while (work->Read()) {
         }
         work->Rank();
-        QMetaObject::invokeMethod(this, [this, work] { TakeResult(work); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this, work] { TakeResult(work); }, Qt::QueuedConnection);
     };
     m_running = m_work;
     m_thread.reset(QThread::create(rank));

@@ -79,7 +79,8 @@ std::vector<Taskmill_SortValues::Entry> Taskmill_SortValues::SortedTexts() const
     for (quint32 row = 0; row < m_values.size(); ++row)
         entries.push_back({HeadOf(TextOf(row), position), row});
     std::ranges::sort(entries, [&](const Entry &a, const Entry &b) {
-        return a.head != b.head ? a.head < b.head : TextOf(a.row).sliced(position) < TextOf(b.row).sliced(position);
+        return a.head != b.head ? a.head < b.head
+                                : TextOf(a.row).sliced(position) < TextOf(b.row).sliced(position);
     });
     return entries;
 }

@@ -13,8 +13,9 @@ struct KilnUtil_RowRange;
 
 /// Sorts the rows of a table model: numbers by size, everything else as text without regard to case. Rows
 /// that are equal keep the order in which they stood. Made for tables of a hundred thousand rows: one change
-/// costs no more than a walk through a list of numbers. More are sorted by the ranks that a KilnUtil_RowSource
-/// finds; until it has them the rows stand as before. The source model's columns stay what they are.
+/// costs no more than a walk through a list of numbers. More are sorted by the ranks that a
+/// KilnUtil_RowSource finds; until it has them the rows stand as before. The source model's columns stay what
+/// they are.
 class KilnUtil_TableSortProxy final : public QAbstractProxyModel
 {
     Q_OBJECT
@@ -81,8 +82,8 @@ private:
     void ChangeOrder(Change change);
 
     QList<int> m_sourceRows; ///< by row of the view
-    QList<int> m_viewRows;   ///< by source row; -1 for a row that is about to be removed, or is not placed yet
-    QList<int> m_rowsNow;    ///< by source row as before, while rows leave the source
+    QList<int> m_viewRows; ///< by source row; -1 for a row that is about to be removed, or is not placed yet
+    QList<int> m_rowsNow;  ///< by source row as before, while rows leave the source
     int m_column = -1;
     Qt::SortOrder m_order = Qt::AscendingOrder;
     struct Order

@@ -42,8 +42,8 @@ public:
 
     /// The selected rows of the view, from the top.
     [[nodiscard]] QList<int> SelectedRows() const;
-    /// What the cells of the selected rows hold under KilnUtil_TableSortProxy::PositionRole, where that is the
-    /// row of the source model.
+    /// What the cells of the selected rows hold under KilnUtil_TableSortProxy::PositionRole, where that is
+    /// the row of the source model.
     [[nodiscard]] QList<int> PositionsOfSelectedRows() const;
     /// What the cell holds under KilnUtil_TableSortProxy::PositionRole; -1 when there is no such cell.
     [[nodiscard]] int PositionAt(int row) const;

@@ -14,8 +14,9 @@ constexpr int jobCount = 2100;
 /// Texts whose order is easily got wrong, with many that are equal.
 QString NameOf(int number)
 {
-    static const QStringList names{u"b"_s,          u"B"_s,      u"a"_s,          u"äther"_s, u"Äther"_s, u"a b"_s,
-                                   u"molecule_10"_s, u"molecule_9"_s, u"水"_s, u"\uFFFD"_s, u"😀"_s, u"Z"_s};
+    static const QStringList names{u"b"_s,     u"B"_s,      u"a"_s,           u"äther"_s,
+                                   u"Äther"_s, u"a b"_s,    u"molecule_10"_s, u"molecule_9"_s,
+                                   u"水"_s,    u"\uFFFD"_s, u"😀"_s,           u"Z"_s};
     const QString &name = names[number * 7 % names.size()];
     return number % 3 == 0 ? name : name + QString::number(number % 50);
 }
@@ -106,17 +107,20 @@ private Q_SLOTS:
             QList<int> wanted = numbers;
             wanted.removeIf([since](int number) { return number <= since; });
             QList<int> taken;
-            jobs.ForEach([&](const Taskmill_JobRecord &job) {
-                taken += job.JobID;
-                QCOMPARE(job.Name, NameOf(job.JobID));
-            }, since);
+            jobs.ForEach(
+                [&](const Taskmill_JobRecord &job) {
+                    taken += job.JobID;
+                    QCOMPARE(job.Name, NameOf(job.JobID));
+                },
+                since);
             QCOMPARE(taken, wanted);
         }
         QCOMPARE(jobs.PositionOf(3), 0);
         QCOMPARE(jobs.PositionOf(700), -1);
     }
 
-    /// A row does not say everything: new jobs have another name of their queue, and their job type as it was.
+    /// A row does not say everything: new jobs have another name of their queue, and their job type as it
+    /// was.
     void JobsOfThisSessionStayAsTheyWere()
     {
         MakeDatabase(true);
@@ -183,7 +187,9 @@ private Q_SLOTS:
         Taskmill_FinishedJobs jobs;
         jobs.Load();
         int taken = 0;
-        const auto take = [&taken](const QList<quint32> &) { ++taken; };
+        const auto take = [&taken](const QList<quint32> &) {
+            ++taken;
+        };
         jobs.Rank(1, take);
         jobs.Remove({5});
         jobs.Rank(2, take);

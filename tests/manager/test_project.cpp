@@ -146,7 +146,9 @@ private Q_SLOTS:
         m_manager->Long().Queue()->SetPaused(false);
         QTRY_COMPARE(FinishedCount(), 2);
         const QByteArray output = "H2O\nother.log\nyes\n";
-        QCOMPARE(WithPlainLineEnds(m_manager->FinishedJobs().OutputOf(m_manager->FinishedJobs().Jobs()[0]).toUtf8()), output);
+        QCOMPARE(WithPlainLineEnds(
+                     m_manager->FinishedJobs().OutputOf(m_manager->FinishedJobs().Jobs()[0]).toUtf8()),
+                 output);
         QCOMPARE(WithPlainLineEnds(ReadTestFile(request.JobStandardOutputFile)), output);
         const auto ran = [this] {
             QStringList texts;

@@ -21,8 +21,8 @@ struct LongHistory : PagePlace
     Taskmill_FinishedJobsWidget page{&window, jobs};
     KilnUtil_TableWidget &table = *page.Table();
     QAbstractItemModelTester tester{table.model(), reportMode};
-    QAbstractItemModelTester sourceTester{
-        qobject_cast<QAbstractProxyModel *>(table.model())->sourceModel(), reportMode};
+    QAbstractItemModelTester sourceTester{qobject_cast<QAbstractProxyModel *>(table.model())->sourceModel(),
+                                          reportMode};
 
     LongHistory()
     {
@@ -178,8 +178,7 @@ private Q_SLOTS:
         QCOMPARE(history.table.model()->rowCount(), 0);
         // It comes sorted as the table was to be.
         QVERIFY(history.manager.Project().OpenProject(history.manager.Path(u"long.mill"_s)));
-        QTRY_COMPARE(history.Numbers(),
-                     history.Sorted(FromOneTo(jobCount), nameColumn, Qt::DescendingOrder));
+        QTRY_COMPARE(history.Numbers(), history.Sorted(FromOneTo(jobCount), nameColumn, Qt::DescendingOrder));
     }
 };
 
