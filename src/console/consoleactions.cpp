@@ -106,9 +106,11 @@ QString Taskmill_ConsoleActions::SetPaused(Taskmill_Destination queue, bool paus
 
 QString Taskmill_ConsoleActions::SetLimit(Taskmill_Destination queue, int maxRunningJobs) const
 {
-    m_context.Manager.Destinations().OwnerOf(queue)->Queue()->SetMaxRunningJobs(maxRunningJobs);
-    return u"\n<Taskmill> The %1 runs at most %2 jobs at a time.\n\n"_s.arg(
-        m_context.Manager.Destinations().OwnerOf(queue)->ListName(), QString::number(maxRunningJobs));
+    Taskmill_QueueOwner &owner = *m_context.Manager.Destinations().OwnerOf(queue);
+    if (const std::optional<QString> problem = owner.SetLimit(maxRunningJobs))
+        return u"\n<Taskmill> "_s + *problem + u"\n\n"_s;
+    return u"\n<Taskmill> The %1 runs at most %2 jobs at a time.\n\n"_s.arg(owner.ListName(),
+                                                                            QString::number(maxRunningJobs));
 }
 
 Taskmill_QueuelessJobsList &Taskmill_ConsoleActions::QueuelessJobs() const

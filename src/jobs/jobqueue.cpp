@@ -24,13 +24,15 @@ void Taskmill_JobQueue::SetPaused(bool paused)
     Update();
 }
 
-void Taskmill_JobQueue::SetMaxRunningJobs(int maxRunningJobs)
+bool Taskmill_JobQueue::SetMaxRunningJobs(int maxRunningJobs)
 {
-    m_maxRunningJobs = maxRunningJobs;
     Taskmill_JobStore &store = Services().Store;
-    if (store.IsOpen() && store.GetMaxRunningJobs(Name()) != maxRunningJobs)
-        store.SetMaxRunningJobs(Name(), maxRunningJobs);
+    if (store.IsOpen() && store.GetMaxRunningJobs(Name()) != maxRunningJobs &&
+        !store.SetMaxRunningJobs(Name(), maxRunningJobs))
+        return false;
+    m_maxRunningJobs = maxRunningJobs;
     Update();
+    return true;
 }
 
 void Taskmill_JobQueue::KillRunning()

@@ -20,7 +20,8 @@ public:
 
     [[nodiscard]] int MaxRunningJobs() const { return m_maxRunningJobs; }
     /// Also writes the limit to the open database when it differs there. 0 or less starts nothing.
-    void SetMaxRunningJobs(int maxRunningJobs);
+    /// False when it cannot be stored: the limit is as it was then.
+    bool SetMaxRunningJobs(int maxRunningJobs);
 
     void KillRunning() override;
 

@@ -10,6 +10,7 @@
 #include "manager/destinations.h"
 #include "manager/namelist.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 
@@ -253,9 +254,14 @@ void Taskmill_JobSubmitter::SubmitConfirmed(const Taskmill_JobRequest &request,
                           Taskmill_Destination fileDestination) {
         MakeJob(request, fileType, fileDestination, AbsolutePath(file), result);
     };
-    RefusedFiles refused; // which the client learns by the answer
+    RefusedFiles refused;
     if (!AskForFiles(preset, take, refused))
         result.Refusal = u"the submission was not confirmed"_s;
+    else if (result.JobIDs.isEmpty() && !refused.isEmpty() && result.Refusal.isEmpty())
+        result.Refusal = refused.firstKey() + u' ' + refused.first().join(u", "_s);
+    // The client does not wait until the user has read it.
+    if (!refused.isEmpty())
+        QTimer::singleShot(0, qApp, [refused] { Report(refused); });
 }
 
 QList<int> Taskmill_JobSubmitter::SubmitFiles(const QStringList &files, Taskmill_Destination destination,

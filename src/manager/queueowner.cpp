@@ -83,6 +83,14 @@ void Taskmill_QueueOwner::Pause()
         m_queue->SetPaused(true);
 }
 
+std::optional<QString> Taskmill_QueueOwner::SetLimit(int maxRunningJobs)
+{
+    if (m_queue->SetMaxRunningJobs(maxRunningJobs))
+        return std::nullopt;
+    return u"The limit of the %1 stays at %2, as a new one cannot be written to the project: its disk may be full."_s
+        .arg(ListName(), QString::number(m_queue->MaxRunningJobs()));
+}
+
 bool Taskmill_QueueOwner::Submit(Taskmill_Job *job)
 {
     // It is in the database before it may start, and before anybody is told that it was accepted.
@@ -198,8 +206,12 @@ void Taskmill_QueueOwner::RemoveNow(QList<int> jobIDs)
         return true;
     };
     Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
-    if (database && !removed.isEmpty())
-        database->AsOneChange(deleteRows);
+    if (database && !removed.isEmpty() && !database->AsOneChange(deleteRows)) {
+        // All of it is undone.
+        m_keptRows.clear();
+        for (const Taskmill_JobRecord &job : std::as_const(removed))
+            KeepRow(job);
+    }
     // A job that has ended meanwhile would stay in the list.
     QueueUpdatedSlot();
 }
@@ -237,6 +249,11 @@ void Taskmill_QueueOwner::DeleteRow(const Taskmill_JobRecord &job)
     if (!database || (database->*m_variant.remove)(job.JobID))
         return;
     // Who removes jobs is in the middle of it, and one report serves for all of them.
+    KeepRow(job);
+}
+
+void Taskmill_QueueOwner::KeepRow(const Taskmill_JobRecord &job)
+{
     if (m_keptRows.isEmpty())
         QTimer::singleShot(0, this, &Taskmill_QueueOwner::ReportKeptRows);
     m_keptRows.append(job.Name);
@@ -245,6 +262,8 @@ void Taskmill_QueueOwner::DeleteRow(const Taskmill_JobRecord &job)
 void Taskmill_QueueOwner::ReportKeptRows()
 {
     const QStringList names = std::exchange(m_keptRows, {});
+    if (names.isEmpty())
+        return;
     if (const Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase())
         Taskmill_ReportRowsKept(*database, names, names.size());
 }

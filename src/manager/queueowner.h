@@ -7,6 +7,7 @@
 #include <QObject>
 
 #include <memory>
+#include <optional>
 
 class Taskmill_FinishedJobs;
 class Taskmill_QueuelessJobsList;
@@ -36,6 +37,9 @@ public:
     /// Records the job and its number in the open database, then adds it to the queue, which owns it. False
     /// when it cannot be recorded: the job is destroyed then.
     bool Submit(Taskmill_Job *job);
+    /// How many of its jobs may run at a time, of a queue that has a limit. Nothing when it is stored, else
+    /// why the limit stays as it was.
+    [[nodiscard]] std::optional<QString> SetLimit(int maxRunningJobs);
     /// Fills the queue from the records of a project; a queue with a limit is paused with it.
     void Replace(const QList<Taskmill_JobRecord> &jobs);
     /// Removes all jobs, killing the running ones. Their rows stay: a saved project keeps them as waiting.
@@ -82,6 +86,7 @@ private:
     void Pause();
     bool CollectOnePass();
     void DeleteRow(const Taskmill_JobRecord &job);
+    void KeepRow(const Taskmill_JobRecord &job);
     void ReportKeptRows();
 
     const Variant &m_variant;

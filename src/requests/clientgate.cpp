@@ -30,6 +30,11 @@ Taskmill_ClientGate::Environment Taskmill_ClientGate::Environment::OfThisCompute
     const auto others = std::make_shared<Taskmill_OtherUsers>();
     return {.UserOf = Taskmill_UserOfPeer,
             .AreOthersAbout = [others] { return others->AreAbout(); },
+            .IsOtherPerson =
+                [others](Taskmill_Socket::Handle connection) {
+                    const auto user = Taskmill_UserIDOfPeer(connection);
+                    return user && others->Contain(*user);
+                },
             .LookEvery = 1min,
             .RememberFor = 10min,
             .AcceptUnknown = qEnvironmentVariable("TASKMILL_ACCEPT_UNKNOWN") == QLatin1StringView{"1"}};
@@ -77,6 +82,12 @@ void Taskmill_ClientGate::Close()
 Taskmill_PeerUser Taskmill_ClientGate::UserOf(Taskmill_Socket::Handle connection) const
 {
     return m_environment.UserOf(connection);
+}
+
+void Taskmill_ClientGate::TakeOther(Taskmill_Socket::Handle connection)
+{
+    if (m_environment.IsOtherPerson(connection))
+        m_othersAbout.setRemainingTime(m_environment.RememberFor, Qt::VeryCoarseTimer);
 }
 
 bool Taskmill_ClientGate::Admits(QByteArrayView message)

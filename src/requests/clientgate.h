@@ -24,6 +24,8 @@ public:
     {
         std::function<Taskmill_PeerUser(Taskmill_Socket::Handle)> UserOf;
         std::function<bool()> AreOthersAbout;
+        /// Whether the client is another person: not a service of the system.
+        std::function<bool(Taskmill_Socket::Handle)> IsOtherPerson;
         std::chrono::milliseconds LookEvery;   ///< for others; a coarse timer
         std::chrono::milliseconds RememberFor; ///< that others were about
         bool AcceptUnknown = false;
@@ -41,6 +43,8 @@ public:
     void Close();
 
     [[nodiscard]] Taskmill_PeerUser UserOf(Taskmill_Socket::Handle connection) const;
+    /// A client that is not this user: other people are about when it is one of them.
+    void TakeOther(Taskmill_Socket::Handle connection);
     /// Whether a message counts whose sender cannot be known.
     [[nodiscard]] bool Admits(QByteArrayView message);
     /// Whether it shows the key of this manager.

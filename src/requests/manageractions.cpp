@@ -232,10 +232,11 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Limit(const Taskmill_R
 {
     if (request.QueueLimit < 1)
         return Outcome::Refused(u"a limit is a number from 1 on"_s);
-    const Taskmill_QueueOwner *owner = QueueNamed(request.QueueName);
+    Taskmill_QueueOwner *owner = QueueNamed(request.QueueName);
     if (!owner)
         return Outcome::Refused(u"there is no queue \"%1\""_s.arg(request.QueueName));
-    owner->Queue()->SetMaxRunningJobs(request.QueueLimit);
+    if (const std::optional<QString> problem = owner->SetLimit(request.QueueLimit))
+        return Outcome::Refused(*problem);
     return Outcome::Done(request,
                          u"The %1 runs at most %2 jobs at a time."_s.arg(owner->ListName(),
                                                                          QString::number(request.QueueLimit)),

@@ -123,6 +123,7 @@ bool Taskmill_RequestServer::TakeAtOnce(Arrival &arrival)
     arrival.user = m_gate.UserOf(arrival.socket.Get());
     if (arrival.user == Taskmill_PeerUser::Other) {
         qCInfo(Taskmill_RequestsLog, "A connection of another user is dropped");
+        m_gate.TakeOther(arrival.socket.Get());
         return true;
     }
     std::string message;

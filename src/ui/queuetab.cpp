@@ -250,8 +250,9 @@ void Taskmill_QueueTab::AskForLimit()
         u"Maximum Number of Running Jobs Allowed"_s,
         u"Enter Maximum Number of Running Jobs Allowed at a Time for the "_s + m_owner.ListName(),
         m_queue->MaxRunningJobs(), 1);
-    if (limit && *limit > 0)
-        m_queue->SetMaxRunningJobs(*limit);
+    const std::optional<QString> problem = limit && *limit > 0 ? m_owner.SetLimit(*limit) : std::nullopt;
+    if (problem)
+        KilnUtil_Error::ReportError(u"Maximum Number of Running Jobs Allowed"_s, *problem);
 }
 
 void Taskmill_QueueTab::RemoveSlot()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 /// Looks whether other people use this computer at present.
@@ -15,6 +16,8 @@ public:
     /// Whether one of them has a process or is logged in. Costs next to nothing while few processes
     /// have been started since the last time.
     [[nodiscard]] bool AreAbout();
+    /// Whether a user number is that of one of them.
+    [[nodiscard]] bool Contain(std::uint64_t user) const;
 
 private:
     struct System;

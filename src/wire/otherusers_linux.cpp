@@ -126,6 +126,11 @@ Taskmill_OtherUsers::Taskmill_OtherUsers()
 
 Taskmill_OtherUsers::~Taskmill_OtherUsers() = default;
 
+bool Taskmill_OtherUsers::Contain(std::uint64_t user) const
+{
+    return m_system->users.Contains(user);
+}
+
 bool Taskmill_OtherUsers::AreAbout()
 {
     // Taken before the look, so that what is started meanwhile is looked at the next time.

@@ -40,6 +40,11 @@ Taskmill_OtherUsers::Taskmill_OtherUsers()
 
 Taskmill_OtherUsers::~Taskmill_OtherUsers() = default;
 
+bool Taskmill_OtherUsers::Contain(std::uint64_t) const
+{
+    return false;
+}
+
 bool Taskmill_OtherUsers::AreAbout()
 {
     WTS_SESSION_INFOW *sessions = nullptr;

@@ -157,6 +157,14 @@ Taskmill_PeerUser Taskmill_UserOfPeer(Taskmill_Socket::Handle connection)
     return ends ? UserOf(*ends) : Taskmill_PeerUser::Unknown;
 }
 
+std::optional<std::uint64_t> Taskmill_UserIDOfPeer(Taskmill_Socket::Handle connection)
+{
+    const std::optional<Ends> ends = EndsOf(static_cast<int>(connection));
+    const std::optional<SocketOwner> owner = ends ? OwnerOf(*ends) : std::nullopt;
+    return owner && (owner->fileNumber != 0 || owner->user != 0) ? std::optional<std::uint64_t>{owner->user}
+                                                                 : std::nullopt;
+}
+
 Taskmill_PeerUser Taskmill_UserOfServer(Taskmill_Socket::Handle connection)
 {
     const std::optional<Ends> ends = EndsOf(static_cast<int>(connection));

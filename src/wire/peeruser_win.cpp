@@ -98,6 +98,11 @@ Taskmill_PeerUser Taskmill_UserOfPeer(Taskmill_Socket::Handle connection)
     return ends ? UserOf(AllSockets(), *ends) : Taskmill_PeerUser::Unknown;
 }
 
+std::optional<std::uint64_t> Taskmill_UserIDOfPeer(Taskmill_Socket::Handle)
+{
+    return std::nullopt;
+}
+
 Taskmill_PeerUser Taskmill_UserOfServer(Taskmill_Socket::Handle connection)
 {
     const std::optional<Ends> ends = EndsOf(connection);

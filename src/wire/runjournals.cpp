@@ -121,7 +121,8 @@ bool Taskmill_RunJournals::ClaimAll(const std::vector<std::string> &runIDs, cons
     bool areAllTaken = lock.IsHeld();
     Refresh();
     for (const std::string &runID : runIDs) {
-        if (lock.IsHeld() && !ClaimLocked(runID, claimant))
+        // One that never started left nothing that could be taken.
+        if (lock.IsHeld() && !ClaimLocked(runID, claimant) && m_runs.contains(runID))
             areAllTaken = false;
         m_runs.erase(runID);
     }

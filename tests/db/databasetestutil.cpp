@@ -74,6 +74,12 @@ void RefuseWrites(const Taskmill_Database &database, bool refuse)
                  nullptr);
 }
 
+void RefuseCommits(const Taskmill_Database &database, bool refuse)
+{
+    sqlite3 *handle = *static_cast<sqlite3 *const *>(database.Driver()->handle().constData());
+    sqlite3_commit_hook(handle, refuse ? [](void *) { return 1; } : nullptr, nullptr);
+}
+
 QStringList RowsOfFile(const QString &path, const QString &statement)
 {
     return RawDatabase{path}.Rows(statement);

@@ -32,6 +32,8 @@ private:
 
 /// Whether statements that write to the open database fail from now on.
 void RefuseWrites(const Taskmill_Database &database, bool refuse);
+/// Has every transaction fail at its end, as on a disk that is full by then.
+void RefuseCommits(const Taskmill_Database &database, bool refuse);
 
 /// What the query gives on the file.
 [[nodiscard]] QStringList RowsOfFile(const QString &path, const QString &statement);

@@ -126,6 +126,24 @@ private Q_SLOTS:
         QCOMPARE(LongRows(), (QList<int>{1, 2}));
     }
 
+    void FullDiskChangesNothingInSilence()
+    {
+        m_manager->Long().Queue()->SetPaused(true);
+        SubmitGated(2);
+        RefuseCommits(TestManager::Database(), true);
+        const std::optional<QString> problem = m_manager->Long().SetLimit(7);
+        QVERIFY(problem && problem->contains("stays at 1"_L1));
+        m_manager->Long().RemoveNow({1, 2});
+        QTRY_COMPARE(m_manager->prompt.asked.size(), 1);
+        const QString text = m_manager->prompt.asked[0].text;
+        QVERIFY2(text.contains("job 1"_L1) && text.contains("job 2"_L1), qPrintable(text));
+        RefuseCommits(TestManager::Database(), false);
+        QCOMPARE(LongRows(), (QList<int>{1, 2}));
+        QCOMPARE(m_manager->Long().Queue()->MaxRunningJobs(), 1);
+        QVERIFY(!m_manager->Long().SetLimit(7));
+        QCOMPARE(TestManager::Database().GetMaxRunningJobs(u"Long"_s), 7);
+    }
+
     void NoneThatIsRemovedStarts_data()
     {
         QTest::addColumn<QList<int>>("removed");

@@ -107,6 +107,17 @@ private Q_SLOTS:
         }
     }
 
+    void RemembersWhoConnected()
+    {
+        for (const bool isPerson : {true, false}) {
+            m_othersAreAbout = false;
+            m_isPerson = isPerson;
+            Listen(10min);
+            m_gate->TakeOther(0);
+            QCOMPARE(m_gate->Admits("action=submitjob"), !isPerson);
+        }
+    }
+
     void LooksNowAndThen()
     {
         Listen(10min, true);
@@ -172,6 +183,7 @@ private:
                         ++m_looks;
                         return m_othersAreAbout;
                     },
+                .IsOtherPerson = [this](Taskmill_Socket::Handle) { return m_isPerson; },
                 .LookEvery = lookEvery,
                 .RememberFor = rememberFor,
                 .AcceptUnknown = acceptUnknown};
@@ -211,6 +223,7 @@ private:
     RecordingHandler m_handler;
     PeerUser m_user = PeerUser::Unknown;
     bool m_othersAreAbout = false;
+    bool m_isPerson = false; ///< the client
     int m_looks = 0;
     std::unique_ptr<Taskmill_ClientGate> m_gate;
     std::unique_ptr<Taskmill_RequestServer> m_server;
