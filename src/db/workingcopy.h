@@ -33,6 +33,8 @@ public:
     /// Whether that was done, here or by the manager that has left it. Without it there is only something to
     /// keep when the file itself says that it is a working copy: there was no room for the note.
     [[nodiscard]] bool IsNoted() const { return m_isNoted; }
+    /// The file stays in any case.
+    void LeaveInPlace() { m_isNoted = true; }
     /// What was noted; what the file itself says is newer.
     [[nodiscard]] QString NotedProject() const { return m_notedProject; }
 
