@@ -17,6 +17,10 @@ class Taskmill_WorkingCopy
 public:
     /// A place for a new one, an empty file. nullptr when no folder is fit for it.
     [[nodiscard]] static std::unique_ptr<Taskmill_WorkingCopy> Make();
+    /// To be held while one looks for those that were left behind: another manager that looks at the same
+    /// time holds each of them for a moment, and this one would miss its own. Waits for that some seconds at
+    /// most.
+    [[nodiscard]] static std::vector<std::unique_ptr<KilnUtil_FileLock>> LockSearch();
     /// All that were left behind, reserved for this process now, the last used first.
     [[nodiscard]] static std::vector<std::unique_ptr<Taskmill_WorkingCopy>> TakeAbandoned();
 

@@ -7,6 +7,7 @@
 #include "db/workingcopy.h"
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
+#include "kilnutil/filelock.h"
 #include "kilnutil/logging.h"
 #include "manager/outbox.h"
 
@@ -92,6 +93,7 @@ struct Taskmill_ProjectRecovery::Candidate
 
 Taskmill_ProjectRecovery::Taskmill_ProjectRecovery(QStringList &notices)
     : m_notices{notices}
+    , m_searchLocks{Taskmill_WorkingCopy::LockSearch()}
 {
     for (auto &copy : Taskmill_WorkingCopy::TakeAbandoned())
         RemoveOrKeep(Open(std::move(copy)));
@@ -103,6 +105,12 @@ Taskmill_ProjectRecovery::~Taskmill_ProjectRecovery()
         return;
     for (Candidate &candidate : m_closed)
         candidate.Remove();
+}
+
+void Taskmill_ProjectRecovery::EndSearch()
+{
+    m_candidates.clear();
+    m_searchLocks.clear();
 }
 
 void Taskmill_ProjectRecovery::RemoveOrKeep(Candidate candidate)
@@ -213,12 +221,12 @@ std::optional<Taskmill_LeftProject> Taskmill_ProjectRecovery::Find(const Taskmil
         if (candidate.copy && !candidate.IsNeverSaved() && projectLock.IsOf(candidate.project)) {
             auto left = Take(candidate);
             if (left || !m_outOfReach.isEmpty()) {
-                m_candidates.clear();
+                EndSearch();
                 return left;
             }
         }
     }
-    m_candidates.clear();
+    EndSearch();
     return std::nullopt;
 }
 
@@ -245,7 +253,7 @@ std::optional<Taskmill_LeftProject> Taskmill_ProjectRecovery::FindNeverSaved()
             m_notices += u"%1 of the project %2, whose file is gone, were left in %3."_s.arg(
                 CountText(candidate.changes), QDir::toNativeSeparators(candidate.project), path);
     }
-    m_candidates.clear();
+    EndSearch();
     return found;
 }
 

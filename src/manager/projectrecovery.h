@@ -12,6 +12,7 @@
 #include <optional>
 #include <vector>
 
+class KilnUtil_FileLock;
 class Taskmill_Database;
 class Taskmill_ProjectLock;
 class Taskmill_WorkingCopy;
@@ -58,11 +59,14 @@ public:
 private:
     struct Candidate;
     void RemoveOrKeep(Candidate candidate);
+    void EndSearch();
     [[nodiscard]] static Candidate Open(std::unique_ptr<Taskmill_WorkingCopy> copy);
     [[nodiscard]] std::optional<Taskmill_LeftProject> Take(Candidate &candidate);
     void SetAside(Candidate &candidate);
 
     QStringList &m_notices;
+    std::vector<std::unique_ptr<KilnUtil_FileLock>>
+        m_searchLocks; ///< of the folders, until the search is done
     std::vector<Candidate> m_candidates;
     std::vector<Candidate> m_closed; ///< whose projects were closed, with notifications
     bool m_areNotificationsTaken = false;
