@@ -128,7 +128,7 @@ std::vector<std::unique_ptr<KilnUtil_FileLock>> Taskmill_WorkingCopy::LockSearch
         if (!KilnUtil_IsMachineFolder(folder))
             continue;
         auto lock = std::make_unique<KilnUtil_FileLock>(folder + u"/search.lock"_s);
-        while (!lock->IsHeld() && !deadline.hasExpired()) {
+        while (lock->TakenState() == KilnUtil_FileLock::State::HeldElsewhere && !deadline.hasExpired()) {
             QThread::msleep(pauseMs);
             lock = std::make_unique<KilnUtil_FileLock>(folder + u"/search.lock"_s);
         }
