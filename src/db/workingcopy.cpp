@@ -7,11 +7,13 @@
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QRandomGenerator>
 #include <QSet>
+#include <QThread>
 
 #include <algorithm>
 #include <array>
@@ -115,6 +117,26 @@ std::unique_ptr<Taskmill_WorkingCopy> Taskmill_WorkingCopy::Make()
     const bool isMade = copy->m_lock.IsHeld() && file.open(QIODevice::WriteOnly | QIODevice::NewOnly,
                                                            QFileDevice::ReadOwner | QFileDevice::WriteOwner);
     return isMade ? std::move(copy) : nullptr;
+}
+
+std::vector<std::unique_ptr<KilnUtil_FileLock>> Taskmill_WorkingCopy::LockSearch()
+{
+    constexpr int longestWaitMs = 5000;
+    constexpr int pauseMs = 5;
+    std::vector<std::unique_ptr<KilnUtil_FileLock>> locks;
+    const QDeadlineTimer deadline{longestWaitMs};
+    // Always in the same order, so that two managers do not wait for each other.
+    for (const QString &folder : KilnUtil_MachineFolderPaths()) {
+        if (!KilnUtil_IsMachineFolder(folder))
+            continue;
+        auto lock = std::make_unique<KilnUtil_FileLock>(folder + u"/search.lock"_s);
+        while (lock->TakenState() == KilnUtil_FileLock::State::HeldElsewhere && !deadline.hasExpired()) {
+            QThread::msleep(pauseMs);
+            lock = std::make_unique<KilnUtil_FileLock>(folder + u"/search.lock"_s);
+        }
+        locks.push_back(std::move(lock));
+    }
+    return locks;
 }
 
 std::vector<std::unique_ptr<Taskmill_WorkingCopy>> Taskmill_WorkingCopy::TakeAbandoned()

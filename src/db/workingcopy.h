@@ -17,6 +17,10 @@ class Taskmill_WorkingCopy
 public:
     /// A place for a new one, an empty file. nullptr when no folder is fit for it.
     [[nodiscard]] static std::unique_ptr<Taskmill_WorkingCopy> Make();
+    /// To be held while one looks for those that were left behind: another manager that looks at the same
+    /// time holds each of them for a moment, and this one would miss its own. Waits for that some seconds at
+    /// most.
+    [[nodiscard]] static std::vector<std::unique_ptr<KilnUtil_FileLock>> LockSearch();
     /// All that were left behind, reserved for this process now, the last used first.
     [[nodiscard]] static std::vector<std::unique_ptr<Taskmill_WorkingCopy>> TakeAbandoned();
 
@@ -33,6 +37,8 @@ public:
     /// Whether that was done, here or by the manager that has left it. Without it there is only something to
     /// keep when the file itself says that it is a working copy: there was no room for the note.
     [[nodiscard]] bool IsNoted() const { return m_isNoted; }
+    /// The file stays in any case.
+    void LeaveInPlace() { m_isNoted = true; }
     /// What was noted; what the file itself says is newer.
     [[nodiscard]] QString NotedProject() const { return m_notedProject; }
 

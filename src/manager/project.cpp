@@ -18,6 +18,7 @@
 #include "manager/version.h"
 #include "processes/processtree.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -121,6 +122,10 @@ bool Taskmill_Project::Open(const QString &path, Taskmill_LeavingDialogue::Jobs 
     QStringList notices;
     Taskmill_ProjectRecovery recovery{notices};
     auto left = recovery.Find(lock ? *lock : *m_lock);
+    if (const QString path = recovery.OutOfReach(); !path.isEmpty())
+        return report(
+            u"The changes of the specified project since it was saved cannot be read now, perhaps because a disk is full:\n\n%1\n\nThey stay in %2."_s
+                .arg(u"%1"_s, QDir::toNativeSeparators(path)));
     if (left && !Taskmill_ProblemOfProject(*left->Database).isEmpty())
         left.reset();
     Taskmill_OpenedFile opened;

@@ -7,6 +7,7 @@
 #include "db/workingcopy.h"
 #include "jobs/runmode.h"
 #include "kilnutil/computerdata.h"
+#include "kilnutil/filelock.h"
 #include "kilnutil/logging.h"
 #include "manager/outbox.h"
 
@@ -28,11 +29,33 @@ const QString baseStampValue = u"BaseStamp"_s;       ///< of the file's content 
 const QString pendingStampValue = u"PendingStamp"_s; ///< of a content that is about to be written there
 const QString givenUpValue = u"GivenUp"_s;           ///< its project was being closed
 const QString modeValue = u"Mode"_s;
+const QString changesValue = u"Changes"_s;
 const QString bootValue = u"BootID"_s;
 
 QString Mode()
 {
     return Taskmill_IsGuiMode() ? u"window"_s : u"console"_s;
+}
+
+/// What says nothing about the content, but may be another thing later; a full disk above all, since reading
+/// a database that was left open writes, too.
+bool IsOutOfReach(int result)
+{
+    constexpr int primaryCode = 0xff;
+    constexpr std::array codes{SQLITE_FULL, SQLITE_IOERR,  SQLITE_CANTOPEN, SQLITE_BUSY,
+                               SQLITE_PERM, SQLITE_LOCKED, SQLITE_READONLY, SQLITE_NOMEM};
+    return std::ranges::find(codes, result & primaryCode) != codes.end();
+}
+
+/// Open on the copy; nullptr when it cannot be read, or is none.
+std::unique_ptr<Taskmill_Database> OpenCopy(const QString &path)
+{
+    auto database = Taskmill_Database_Manager::MakeMemoryDatabase();
+    database->SetStoragePath(path);
+    // What cannot be read is no reason to take it for unchanged.
+    const bool isReadable = database->Open() && database->WorkingCopy().Exists() &&
+                            !database->WorkingCopy().Value(changesValue).isEmpty();
+    return isReadable ? std::move(database) : nullptr;
 }
 
 QString CountText(int changes)
@@ -52,6 +75,7 @@ struct Taskmill_ProjectRecovery::Candidate
     int changes = 0;
     bool hasRuns = false;
     bool isGivenUp = false;
+    bool isOutOfReach = false;                  ///< it cannot be read now, but it may be sound
     QList<Taskmill_Notification> notifications; ///< that were not delivered
 
     [[nodiscard]] bool IsNeverSaved() const { return project.isEmpty(); }
@@ -69,6 +93,7 @@ struct Taskmill_ProjectRecovery::Candidate
 
 Taskmill_ProjectRecovery::Taskmill_ProjectRecovery(QStringList &notices)
     : m_notices{notices}
+    , m_searchLocks{Taskmill_WorkingCopy::LockSearch()}
 {
     for (auto &copy : Taskmill_WorkingCopy::TakeAbandoned())
         RemoveOrKeep(Open(std::move(copy)));
@@ -80,6 +105,12 @@ Taskmill_ProjectRecovery::~Taskmill_ProjectRecovery()
         return;
     for (Candidate &candidate : m_closed)
         candidate.Remove();
+}
+
+void Taskmill_ProjectRecovery::EndSearch()
+{
+    m_candidates.clear();
+    m_searchLocks.clear();
 }
 
 void Taskmill_ProjectRecovery::RemoveOrKeep(Candidate candidate)
@@ -115,9 +146,17 @@ Taskmill_ProjectRecovery::Candidate Taskmill_ProjectRecovery::Open(std::unique_p
 {
     Candidate candidate;
     candidate.project = copy->NotedProject();
-    auto database = Taskmill_Database_Manager::MakeMemoryDatabase();
-    database->SetStoragePath(copy->Path());
-    if (database->Open() && database->WorkingCopy().Exists()) {
+    auto database = OpenCopy(copy->Path());
+    if (!database) {
+        const int problem = Taskmill_CheckWorkingCopy(copy->Path());
+        candidate.isOutOfReach = IsOutOfReach(problem);
+        // It may have become readable meanwhile.
+        if (problem == SQLITE_OK)
+            database = OpenCopy(copy->Path());
+        if (candidate.isOutOfReach)
+            copy->LeaveInPlace();
+    }
+    if (database) {
         Taskmill_WorkingCopyStore &store = database->WorkingCopy();
         candidate.project = store.Value(projectValue);
         candidate.mode = store.Value(modeValue);
@@ -154,7 +193,12 @@ void Taskmill_ProjectRecovery::SetAside(Candidate &candidate)
 
 std::optional<Taskmill_LeftProject> Taskmill_ProjectRecovery::Take(Candidate &candidate)
 {
-    if (!candidate.database || Taskmill_CheckWorkingCopy(candidate.copy->Path()) != SQLITE_OK) {
+    const int problem = Taskmill_CheckWorkingCopy(candidate.copy->Path());
+    if (candidate.isOutOfReach || IsOutOfReach(problem)) {
+        m_outOfReach = candidate.copy->Path();
+        return std::nullopt;
+    }
+    if (!candidate.database || problem != SQLITE_OK) {
         SetAside(candidate);
         return std::nullopt;
     }
@@ -175,10 +219,14 @@ std::optional<Taskmill_LeftProject> Taskmill_ProjectRecovery::Find(const Taskmil
 {
     for (Candidate &candidate : m_candidates) {
         if (candidate.copy && !candidate.IsNeverSaved() && projectLock.IsOf(candidate.project)) {
-            if (auto left = Take(candidate))
+            auto left = Take(candidate);
+            if (left || !m_outOfReach.isEmpty()) {
+                EndSearch();
                 return left;
+            }
         }
     }
+    EndSearch();
     return std::nullopt;
 }
 
@@ -188,6 +236,10 @@ std::optional<Taskmill_LeftProject> Taskmill_ProjectRecovery::FindNeverSaved()
     for (Candidate &candidate : m_candidates) {
         if (candidate.IsNeverSaved() && !found && (!candidate.database || candidate.mode == Mode())) {
             found = Take(candidate);
+            if (candidate.copy)
+                m_notices +=
+                    u"A project that was never saved cannot be read now, perhaps because a disk is full. It stays in %1."_s
+                        .arg(QDir::toNativeSeparators(candidate.copy->Path()));
             continue;
         }
         if (!candidate.HasUnsaved())
@@ -201,6 +253,7 @@ std::optional<Taskmill_LeftProject> Taskmill_ProjectRecovery::FindNeverSaved()
             m_notices += u"%1 of the project %2, whose file is gone, were left in %3."_s.arg(
                 CountText(candidate.changes), QDir::toNativeSeparators(candidate.project), path);
     }
+    EndSearch();
     return found;
 }
 

@@ -12,6 +12,7 @@
 #include <optional>
 #include <vector>
 
+class KilnUtil_FileLock;
 class Taskmill_Database;
 class Taskmill_ProjectLock;
 class Taskmill_WorkingCopy;
@@ -34,7 +35,8 @@ struct Taskmill_LeftProject
 };
 
 /// Finds the working copies that were left behind. Those without anything that their project files lack are
-/// removed on the way, damaged ones set aside. `notices` receives what the user must know, line by line.
+/// removed on the way, damaged ones set aside. The one search gives back what it does not take up. `notices`
+/// receives what the user must know, line by line.
 class Taskmill_ProjectRecovery
 {
 public:
@@ -44,6 +46,9 @@ public:
 
     /// The one of the project file that the lock is of.
     [[nodiscard]] std::optional<Taskmill_LeftProject> Find(const Taskmill_ProjectLock &projectLock);
+    /// The path of the one that Find() was to return, when it cannot be read now: the project must not be
+    /// opened without it. Empty as a rule.
+    [[nodiscard]] QString OutOfReach() const { return m_outOfReach; }
     /// The last used one of a project that was never saved, of a manager that had a window if this one has,
     /// else of one without. The others, and those whose project files are gone, are listed in the notices.
     [[nodiscard]] std::optional<Taskmill_LeftProject> FindNeverSaved();
@@ -54,14 +59,18 @@ public:
 private:
     struct Candidate;
     void RemoveOrKeep(Candidate candidate);
+    void EndSearch();
     [[nodiscard]] static Candidate Open(std::unique_ptr<Taskmill_WorkingCopy> copy);
     [[nodiscard]] std::optional<Taskmill_LeftProject> Take(Candidate &candidate);
     void SetAside(Candidate &candidate);
 
     QStringList &m_notices;
+    std::vector<std::unique_ptr<KilnUtil_FileLock>>
+        m_searchLocks; ///< of the folders, until the search is done
     std::vector<Candidate> m_candidates;
     std::vector<Candidate> m_closed; ///< whose projects were closed, with notifications
     bool m_areNotificationsTaken = false;
+    QString m_outOfReach;
 };
 
 /// Writes what the working copy has to say of itself: which project it is of, which content of its file it

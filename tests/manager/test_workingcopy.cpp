@@ -210,6 +210,28 @@ private Q_SLOTS:
             QDir::toNativeSeparators(Folder().filePath(aside.first()))));
     }
 
+    void CopyWithoutANoteIsFound_data()
+    {
+        QTest::addColumn<bool>("isBegun");
+        QTest::addColumn<bool>("isFound");
+        QTest::newRow("there was no room for the note") << true << true;
+        QTest::newRow("ended while the project was read") << false << false;
+    }
+
+    void CopyWithoutANoteIsFound()
+    {
+        QFETCH(bool, isBegun);
+        QFETCH(bool, isFound);
+        Submit(u"a.in"_s);
+        BreakOff();
+        WriteTestFile(Copy().chopped(3) + u".lock"_s, {});
+        if (!isBegun)
+            RawDatabase{Copy()}.Execute({u"DROP TABLE WorkingCopy"_s});
+        QVERIFY(m_manager->Project().OpenProject(File()));
+        QCOMPARE(m_manager->Project().IsRecovered(), isFound);
+        QVERIFY(Folder().entryList({u"damaged-*"_s}).isEmpty());
+    }
+
     void NeverSavedProjectsComeBack()
     {
         m_manager->NewProject();
@@ -378,6 +400,10 @@ private:
     void BreakOff()
     {
         TakeSnapshot();
+        m_manager->Project().CloseProject();
+        // What this one has to notify is none of the next one's: the next project takes it over.
+        QCoreApplication::processEvents();
+        m_manager->NewProject();
         m_manager->Project().CloseProject();
         m_manager->notifier.Messages.clear();
         PutBackSnapshot();
