@@ -77,7 +77,7 @@ void RefuseWrites(const Taskmill_Database &database, bool refuse)
 void RefuseCommits(const Taskmill_Database &database, bool refuse)
 {
     sqlite3 *handle = *static_cast<sqlite3 *const *>(database.Driver()->handle().constData());
-    sqlite3_commit_hook(handle, refuse ? [](void *) { return 1; } : nullptr, nullptr);
+    sqlite3_commit_hook(handle, refuse ? +[](void *) { return 1; } : nullptr, nullptr);
 }
 
 QStringList RowsOfFile(const QString &path, const QString &statement)

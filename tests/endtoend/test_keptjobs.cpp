@@ -75,9 +75,7 @@ private:
             count += files.next().contains("/runs/out/"_L1) ? 1 : 0;
         return count;
     }
-}
-}
-;
+};
 
 void TestKeptJobs::FindsItsJobsAgain_data()
 {

@@ -2,6 +2,7 @@
 #include "db/databasetestutil.h"
 #include "manager/finishedjobs.h"
 #include "manager/listings.h"
+#include "manager/outbox.h"
 #include "manager/timetext.h"
 #include "support/testmanager.h"
 
@@ -76,6 +77,8 @@ private:
     }
 
     Taskmill_Database *m_database = nullptr;
+    RecordingNotifier m_notifier;
+    Taskmill_Outbox m_outbox{m_notifier};
 
 private Q_SLOTS:
     void cleanup() override
@@ -90,7 +93,7 @@ private Q_SLOTS:
         InsertJobs(jobCount);
         // Keys that do not follow each other, and one that is used again.
         QVERIFY(m_database->DeleteFinishedJobs({1, 2, 700, jobCount}));
-        Taskmill_FinishedJobs jobs;
+        Taskmill_FinishedJobs jobs{m_outbox};
         jobs.Load();
         QVERIFY(jobs.AddJob(Job(jobCount)));
         QCOMPARE(jobs.Count(), jobCount - 3);
@@ -124,7 +127,7 @@ private Q_SLOTS:
     void JobsOfThisSessionStayAsTheyWere()
     {
         MakeDatabase(true);
-        Taskmill_FinishedJobs jobs;
+        Taskmill_FinishedJobs jobs{m_outbox};
         jobs.Load();
         Taskmill_JobRecord job = Job(1);
         job.JobType.Name = u"Before"_s;
@@ -156,7 +159,7 @@ private Q_SLOTS:
         QFETCH(const bool, inFile);
         MakeDatabase(inFile);
         InsertJobs(jobCount);
-        Taskmill_FinishedJobs jobs;
+        Taskmill_FinishedJobs jobs{m_outbox};
         jobs.Load();
         // One that has no row, and one behind it that has.
         RefuseWrites(*m_database, true);
@@ -184,7 +187,7 @@ private Q_SLOTS:
     {
         MakeDatabase(true);
         InsertJobs(jobCount);
-        Taskmill_FinishedJobs jobs;
+        Taskmill_FinishedJobs jobs{m_outbox};
         jobs.Load();
         int taken = 0;
         const auto take = [&taken](const QList<quint32> &) {
@@ -210,7 +213,7 @@ private Q_SLOTS:
     {
         MakeDatabase(true);
         InsertJobs(jobCount);
-        Taskmill_FinishedJobs jobs;
+        Taskmill_FinishedJobs jobs{m_outbox};
         jobs.Load();
         QList<int> positions(jobCount - 2);
         std::iota(positions.begin(), positions.end(), 1);
