@@ -116,6 +116,8 @@ void Taskmill_FinishedJobs::Load()
     m_entries.reserve(rows.size());
     for (const Taskmill_FinishedRow &row : rows)
         m_entries.append({row.Key, row.JobID, 0});
+    // Those of before are gone, and these are shown at once.
+    ++m_generation;
     Q_EMIT JobsChangedSignal();
 }
 
