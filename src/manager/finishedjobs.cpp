@@ -237,6 +237,8 @@ QString Taskmill_FinishedJobs::OutputOf(const Taskmill_JobRecord &job) const
 
 void Taskmill_FinishedJobs::Remove(QList<int> positions)
 {
+    if (positions.isEmpty())
+        return;
     std::ranges::sort(positions);
     // One walk through the list: it may be long, and so may be what is removed.
     auto next = positions.cbegin();
