@@ -131,17 +131,23 @@ public:
     void RemoveHalf()
     {
         const int rows = Model()->rowCount();
+        SelectHalf(rows);
         Turns turns{m_report, "remove half of them"};
+        QList<int> positions;
+        turns.Do([&] { positions = m_table.PositionsOfSelectedRows(); });
+        turns.Do([&] { m_jobs.Remove(positions); });
+        turns.Until([this] { return !m_jobs.IsRemoving(); });
+    }
+
+    void SelectHalf(int rows)
+    {
+        Turns turns{m_report, "select half of them"};
         turns.Do([this, rows] {
             m_table.clearSelection();
             m_table.selectionModel()->select(
                 {Model()->index(rows / 4, 0), Model()->index(rows / 4 * 3 - 1, 0)},
                 QItemSelectionModel::Select | QItemSelectionModel::Rows);
         });
-        QList<int> positions;
-        turns.Do([&] { positions = m_table.PositionsOfSelectedRows(); });
-        turns.Do([&] { m_jobs.Remove(positions); });
-        turns.Until([this] { return !m_jobs.IsRemoving(); });
     }
 
     void Find()

@@ -5,7 +5,7 @@
 #include "records.h"
 #include "report.h"
 
-#include "db/database.h"
+#include "db/databasemanager.h"
 #include "manager/manager.h"
 
 #include <QCoreApplication>

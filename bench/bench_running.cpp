@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Measures a manager with many running jobs, each with a keeper: how long the event loop is held while they start,
-// are killed and end, and by the end of a job that wrote much; what they need of memory.
+// Measures a manager with many running jobs, each with a keeper: how long the event loop is held while they
+// start, are killed and end, and by the end of a job that wrote much; what they need of memory.
 
 #include "report.h"
 
@@ -26,7 +26,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-constexpr double mostForATurn = 10;  // ms
+constexpr double mostForATurn = 10; // ms
 constexpr double mostMegabytes = 100;
 constexpr double mostOfKeeper = 0.5; // MB
 
@@ -177,9 +177,8 @@ void MeasureManyJobs(Bench::Report &report, const QString &keeper)
     });
     next.start(0);
     WaitUntil([&] {
-        return left == 0 && std::ranges::all_of(shells.Running(), [](const Taskmill_Job *job) {
-                   return job->ProcessID() > 0;
-               });
+        return left == 0 && std::ranges::all_of(shells.Running(),
+                                                [](const Taskmill_Job *job) { return job->ProcessID() > 0; });
     });
     report.Add("start of one: longest turn", turns.Take(), "ms", mostForATurn);
     report.Add("running jobs", count, "");

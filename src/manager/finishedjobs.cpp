@@ -161,12 +161,17 @@ void Taskmill_FinishedJobs::Load()
     m_entries.reserve(rows.size());
     for (const Taskmill_FinishedRow &row : rows)
         m_entries.append({row.Key, row.JobID, 0});
+<<<<<<< HEAD
     // Those of a manager that was ended by force, so that they do not depend on its keepers any longer.
     if (database && m_outputOfRun) {
         m_leftOutputs = database->WorkingCopy().LeftOutputs();
         if (!TakeLeftOutputs())
             qCWarning(Taskmill_ManagerLog, "Outputs of finished jobs could not be written to the database");
     }
+=======
+    // Those of before are gone, and these are shown at once.
+    ++m_generation;
+>>>>>>> history
     Q_EMIT JobsChangedSignal();
 }
 
@@ -295,6 +300,8 @@ bool Taskmill_FinishedJobs::HasOutput(const Taskmill_JobRecord &job) const
 
 void Taskmill_FinishedJobs::Remove(QList<int> positions)
 {
+    if (positions.isEmpty())
+        return;
     std::ranges::sort(positions);
     // One walk through the list: it may be long, and so may be what is removed.
     auto next = positions.cbegin();

@@ -65,9 +65,14 @@ qsizetype CharacterWidth(char32_t character)
 /// One endless cell would fill up every other line to its width.
 constexpr qsizetype longestCell = 4000;
 
+/// Whether each character is an ordinary one that takes one column. Most texts are such.
 bool IsPlain(QStringView text)
 {
-    return std::ranges::all_of(text, [](QChar character) { return character >= u' ' && character <= u'~'; });
+    bool isPlain = true;
+    // To the end, as several at a time are quicker than stopping early.
+    for (const QChar character : text)
+        isPlain &= static_cast<char16_t>(character.unicode() - u' ') <= u'~' - u' ';
+    return isPlain;
 }
 
 QString CellText(QString text)
@@ -110,8 +115,6 @@ QString Shortened(const QString &text, qsizetype width)
     if (Taskmill_TextWidth(text) <= width)
         return text;
     const qsizetype kept = width - ellipsis.size();
-    if (kept >= 2 && IsPlain(text))
-        return text.first((kept + 1) / 2) + ellipsis + text.last(kept / 2);
     QList<uint> characters = text.toUcs4();
     if (kept < 2)
         return Beginning(characters, width);
@@ -184,8 +187,9 @@ Taskmill_TextTableBuilder::Taskmill_TextTableBuilder(const QStringList &headers)
 
 void Taskmill_TextTableBuilder::AddCell(const QString &text)
 {
-    const QString cell = CellText(text);
-    const qsizetype width = Taskmill_TextWidth(cell);
+    const bool isPlain = text.size() <= longestCell && IsPlain(text);
+    const QString cell = isPlain ? text : CellText(text);
+    const qsizetype width = isPlain ? text.size() : Taskmill_TextWidth(cell);
     const qsizetype column = m_cells.size() % m_widths.size();
     m_widths[column] = qMax(m_widths[column], width);
     m_cells.append({static_cast<quint16>(cell.size()), static_cast<quint16>(width)});
@@ -237,10 +241,10 @@ QString Taskmill_TextTableBuilder::FittedText(qsizetype width, const QStringList
     QStringList headers;
     QList<Column> columns;
     qsizetype wholeWidth = -columnGap;
-    qsizetype place = 0;
+    qsizetype headerPlace = 0;
     for (qsizetype index = 0; index < m_widths.size(); ++index) {
-        headers += m_text.sliced(place, m_cells[index].size);
-        place += m_cells[index].size;
+        headers += m_text.sliced(headerPlace, m_cells[index].size);
+        headerPlace += m_cells[index].size;
         const qsizetype natural = m_widths[index];
         columns.append({index, natural, natural <= widestWhole ? natural : leastWidth});
         wholeWidth += natural + columnGap;
@@ -263,9 +267,29 @@ QString Taskmill_TextTableBuilder::FittedText(qsizetype width, const QStringList
     for (const Column &column : std::as_const(columns))
         fittedWidths[column.index] = column.width;
     Taskmill_TextTableBuilder fitted{columns.size()};
-    ForEachCell([&](qsizetype column, QStringView text, qsizetype) {
-        if (fittedWidths[column] >= 0)
-            fitted.AddCell(Shortened(text.toString(), fittedWidths[column]));
+    const auto append = [&fitted](qsizetype column, QStringView text, qsizetype size, qsizetype cellWidth) {
+        fitted.m_widths[column] = qMax(fitted.m_widths[column], cellWidth);
+        fitted.m_cells.append({static_cast<quint16>(size), static_cast<quint16>(cellWidth)});
+        fitted.m_text += text;
+    };
+    qsizetype place = 0;
+    ForEachCell([&](qsizetype column, QStringView text, qsizetype cellWidth) {
+        const qsizetype most = fittedWidths[column];
+        if (most < 0)
+            return;
+        const qsizetype kept = most - ellipsis.size();
+        if (cellWidth <= most) {
+            append(place, text, text.size(), cellWidth);
+        } else if (kept >= 2 && IsPlain(text)) {
+            // As Shortened() does it.
+            fitted.m_text += text.first((kept + 1) / 2);
+            fitted.m_text += ellipsis;
+            append(place, text.last(kept / 2), most, most);
+        } else {
+            const QString shortened = Shortened(text.toString(), most);
+            append(place, shortened, shortened.size(), Taskmill_TextWidth(shortened));
+        }
+        place = place + 1 == columns.size() ? 0 : place + 1;
     });
     if (leftOut.isEmpty())
         return fitted.Text();

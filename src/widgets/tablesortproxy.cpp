@@ -111,8 +111,16 @@ void Proxy::FindRanks(int column, Qt::SortOrder order)
     ManyRows()->FindRanks(column, [this](const QList<quint32> &ranks) { TakeRanks(ranks); });
 }
 
+void Proxy::FindRanksAnewSoon()
+{
+    if (!m_wanted || std::exchange(m_findsRanksAnew, true))
+        return;
+    QMetaObject::invokeMethod(this, &Proxy::FindRanksAnew, Qt::QueuedConnection);
+}
+
 void Proxy::FindRanksAnew()
 {
+    m_findsRanksAnew = false;
     if (const auto wanted = std::exchange(m_wanted, std::nullopt))
         sort(wanted->column, wanted->order);
 }
@@ -284,7 +292,7 @@ void Proxy::SourceRowsRemovedSlot(const QModelIndex &, int first, int last)
             sourceRow -= last - first + 1;
     }
     FindViewRows();
-    FindRanksAnew();
+    FindRanksAnewSoon();
 }
 
 void Proxy::SourceDataChangedSlot(const QModelIndex &topLeft, const QModelIndex &bottomRight,
@@ -376,7 +384,7 @@ void Proxy::SourceLayoutChangedSlot()
             sourceRow = m_rowsNow[sourceRow];
         m_rowsNow.clear();
         FindViewRows();
-        FindRanksAnew();
+        FindRanksAnewSoon();
         return;
     }
     const QModelIndexList before = persistentIndexList();

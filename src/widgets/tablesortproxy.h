@@ -63,6 +63,8 @@ private:
     void FindRanks(int column, Qt::SortOrder order);
     /// Again, as rows have been removed meanwhile.
     void FindRanksAnew();
+    /// The same when the source model is what its rows say again.
+    void FindRanksAnewSoon();
     void TakeRanks(const QList<quint32> &ranks);
     /// Puts rows that are not there yet in their places.
     void PlaceRows(QList<int> rows);
@@ -91,6 +93,7 @@ private:
         int column;
         Qt::SortOrder order;
     };
+    bool m_findsRanksAnew = false;
     std::optional<Order> m_wanted;                   ///< while its ranks are being found
     std::vector<QPersistentModelIndex> m_rowsBefore; ///< while the source changes its layout
 };

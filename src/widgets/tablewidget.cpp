@@ -32,6 +32,8 @@ KilnUtil_TableWidget::KilnUtil_TableWidget(QWidget *parent)
     , m_proxy{new KilnUtil_TableSortProxy{this}}
 {
     setModel(m_proxy);
+    // A header that knew of the selection would look at each of a million selected rows.
+    horizontalHeader()->setSelectionModel(new QItemSelectionModel{m_proxy, this});
     setItemDelegate(new KilnUtil_CellDelegate{this});
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setSelectionMode(QAbstractItemView::ExtendedSelection);

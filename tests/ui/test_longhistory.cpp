@@ -57,9 +57,14 @@ struct LongHistory : PagePlace
     /// Jobs in this order sorted by the text of the column.
     [[nodiscard]] QList<int> Sorted(QList<int> numbers, int column, Qt::SortOrder order) const
     {
-        const auto key = [&](int number) {
-            return column == nameColumn ? Job(number).Name.toCaseFolded()
-                                        : Taskmill_JobStatusText(Job(number).Status);
+        QHash<int, QString> keys;
+        for (const int number : std::as_const(numbers)) {
+            const Taskmill_JobRecord job = Job(number);
+            keys.insert(number,
+                        column == nameColumn ? job.Name.toCaseFolded() : Taskmill_JobStatusText(job.Status));
+        }
+        const auto key = [&keys](int number) {
+            return keys.value(number);
         };
         if (order == Qt::AscendingOrder)
             std::ranges::stable_sort(numbers, {}, key);
@@ -134,8 +139,10 @@ private Q_SLOTS:
         for (int number = 0; number < removed; ++number)
             positions.append(number * (jobCount - 1) / removed);
         history.jobs.Remove(positions);
-        numbers.removeIf([&](int number) { return positions.contains(number - 1); });
-        QTRY_COMPARE(history.Numbers(), history.Sorted(numbers, nameColumn, Qt::AscendingOrder));
+        const QSet<int> gone{positions.begin(), positions.end()};
+        numbers.removeIf([&gone](int number) { return gone.contains(number - 1); });
+        const QList<int> sorted = history.Sorted(numbers, nameColumn, Qt::AscendingOrder);
+        QTRY_COMPARE(history.Numbers(), sorted);
         QCOMPARE(last.data().toInt(), jobCount);
         // And behind it each finds its place.
         history.jobs.AddJob(history.Job(jobCount + added + 1));
@@ -178,7 +185,8 @@ private Q_SLOTS:
         QCOMPARE(history.table.model()->rowCount(), 0);
         // It comes sorted as the table was to be.
         QVERIFY(history.manager.Project().OpenProject(history.manager.Path(u"long.mill"_s)));
-        QTRY_COMPARE(history.Numbers(), history.Sorted(FromOneTo(jobCount), nameColumn, Qt::DescendingOrder));
+        const QList<int> sorted = history.Sorted(FromOneTo(jobCount), nameColumn, Qt::DescendingOrder);
+        QTRY_COMPARE(history.Numbers(), sorted);
     }
 };
 
