@@ -161,17 +161,14 @@ void Taskmill_FinishedJobs::Load()
     m_entries.reserve(rows.size());
     for (const Taskmill_FinishedRow &row : rows)
         m_entries.append({row.Key, row.JobID, 0});
-<<<<<<< HEAD
     // Those of a manager that was ended by force, so that they do not depend on its keepers any longer.
     if (database && m_outputOfRun) {
         m_leftOutputs = database->WorkingCopy().LeftOutputs();
         if (!TakeLeftOutputs())
             qCWarning(Taskmill_ManagerLog, "Outputs of finished jobs could not be written to the database");
     }
-=======
     // Those of before are gone, and these are shown at once.
     ++m_generation;
->>>>>>> history
     Q_EMIT JobsChangedSignal();
 }
 
