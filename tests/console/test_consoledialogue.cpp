@@ -332,6 +332,7 @@ private Q_SLOTS:
             manager.SubmitGated(manager.Queueless());
         const QString file = manager.Path(u"jobs.mill"_s);
         QVERIFY(manager.Project().SaveProjectAs(file));
+        manager.prompt.answers = {KilnUtil_UserPrompt::WarnAnswer::Yes};
         QVERIFY(manager.Project().OpenProject(file));
         const Taskmill_QueuelessJobsList &list = *manager.Queueless().List();
         QCOMPARE(Taskmill_HeldJobsDialogue::Notice(list),
