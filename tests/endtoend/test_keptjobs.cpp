@@ -293,14 +293,18 @@ void TestKeptJobs::KeepsALongOutput()
         QTRY_COMPARE(KeptOutputs(), 0);
         return;
     }
-    const QByteArray text = Manager().Command("show job 1");
+    const auto output = [this] {
+        const QByteArray text = Manager().Command("show job 1");
+        return text.sliced(qMax(0, text.indexOf("\n1\n2\n3\n")));
+    };
+    const QByteArray text = output();
     QVERIFY(text.contains("\n299998\n299999\n300000\n"));
     QVERIFY(text.count('\n') > lines);
     QVERIFY(Save());
     QTRY_COMPARE(KeptOutputs(), 0);
     QCOMPARE(Manager().Quit({"yes"}), ManagerEnd{.status = 0});
     QVERIFY(Project().Start());
-    QCOMPARE(Manager().Command("show job 1"), text);
+    QCOMPARE(output(), text);
 }
 
 void TestKeptJobs::ACopyOfTheProjectStartsNothing()
