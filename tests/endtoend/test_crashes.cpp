@@ -115,7 +115,7 @@ private:
     {
         return ReadTestFile(job.input + u".runs"_s).trimmed().toInt();
     }
-    /// Makes the project, the program of the jobs, and who is told of their ends.
+    /// Makes the project, the program of the jobs, and who hears of their ends.
     void Prepare();
     /// Ends a manager by force while it starts.
     void StartInVain();
