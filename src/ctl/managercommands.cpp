@@ -69,9 +69,9 @@ Lines QueueLine(const Options &options)
 Lines ListLines(const Options &options)
 {
     std::string lines;
-    if (!options.Positional().empty()) {
+    if (!options.Positional().empty() && options.Positional().front() != "all") {
         Lines list = WordLine(Taskmill_WireJobList, options.Positional().front(),
-                              {"long", "short", "queueless", "finished"});
+                              {"long", "short", "queueless", "finished", "all"});
         if (!list)
             return list;
         lines += *list;
