@@ -71,10 +71,7 @@ void Taskmill_SaveDialogue::Answer(const Taskmill_Answer &answer)
 {
     if (m_step == Step::AskForFile) {
         m_file = Taskmill_Project::ProjectFileName(answer.file);
-        if (!m_file.isEmpty() && QFileInfo{m_file}.absoluteFilePath() == m_project.FilePath())
-            Begin();
-        else
-            m_step = StepAfterFile(answer, m_file);
+        m_step = StepAfterFile(answer, m_file);
     } else {
         m_step = answer.IsYes() ? Step::Write : Step::AskForFile;
     }
