@@ -282,15 +282,31 @@ void KilnUtil_NurseryRunKeepers::TakeResult(const QString &runID)
     // Many at once are cheaper.
     constexpr int waitMs = 1000;
     if (m_forgetsByItself && m_taken.empty())
-        QTimer::singleShot(waitMs, this, &KilnUtil_NurseryRunKeepers::ForgetResults);
+        QTimer::singleShot(waitMs, this, &KilnUtil_NurseryRunKeepers::ForgetSomeResults);
     m_taken.push_back(runID.toStdString());
 }
 
 void KilnUtil_NurseryRunKeepers::ForgetResults()
 {
-    if (m_taken.empty())
+    Forget(std::exchange(m_taken, {}));
+}
+
+/// Hundreds may have ended at once, and the event loop is not to wait for all of them.
+void KilnUtil_NurseryRunKeepers::ForgetSomeResults()
+{
+    constexpr std::ptrdiff_t mostAtOnce = 32;
+    const auto end = m_taken.begin() + std::min(mostAtOnce, std::ssize(m_taken));
+    const std::vector<std::string> some{m_taken.begin(), end};
+    m_taken.erase(m_taken.begin(), end);
+    Forget(some);
+    if (!m_taken.empty())
+        QTimer::singleShot(0, this, &KilnUtil_NurseryRunKeepers::ForgetSomeResults);
+}
+
+void KilnUtil_NurseryRunKeepers::Forget(const std::vector<std::string> &taken)
+{
+    if (taken.empty())
         return;
-    const std::vector<std::string> taken = std::exchange(m_taken, {});
     if (!m_journals.ClaimAll(taken, m_identity))
         qCWarning(Taskmill_ProcessesLog, "The keepers' results could not be taken: no room on the disk?");
     for (const std::string &runID : taken)

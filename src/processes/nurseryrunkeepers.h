@@ -56,6 +56,8 @@ private:
     [[nodiscard]] KilnUtil_FoundRun Adopt(const std::string &runID, const std::string &owner);
     [[nodiscard]] KilnUtil_FoundRun FindRecorded(const std::string &runID);
     void ReadSwept();
+    void ForgetSomeResults();
+    void Forget(const std::vector<std::string> &taken);
     void LoseNursery();
 
     const std::string m_program;
