@@ -106,18 +106,29 @@ void ManagerProcess::Launch(const QStringList &arguments, quint16 consolePort, q
     m_process->setProcessEnvironment(environment);
     m_process->setStandardErrorFile(m_directory + u"/stderr"_s);
     PrepareInput();
+    m_taken = 0;
+    if (isWindows)
+        m_process->setStandardOutputFile(OutputFile());
     QObject::connect(m_process.get(), &QProcess::readyReadStandardOutput, m_process.get(),
                      [this] { m_output = WithPlainLineEnds(m_output + m_process->readAllStandardOutput()); });
     m_process->start(QStringLiteral(TASKMILL_MANAGER), arguments);
+}
+
+void ManagerProcess::TakeOutput()
+{
+    QFile file{OutputFile()};
+    if (!isWindows || !file.open(QIODevice::ReadOnly) || !file.seek(m_taken))
+        return;
+    const QByteArray bytes = file.readAll();
+    m_taken += bytes.size();
+    m_output = WithPlainLineEnds(m_output + bytes);
 }
 
 bool ManagerProcess::WaitFor(const std::function<bool()> &isThere)
 {
     return QTest::qWaitFor(
         [&] {
-            // Under Wine the event loop may not learn of what has come last.
-            if (isWindows && m_process->state() == QProcess::Running)
-                m_process->waitForReadyRead(0);
+            TakeOutput();
             return isThere();
         },
         longestWaitMs);
@@ -136,6 +147,7 @@ bool ManagerProcess::Expect(const QByteArray &text)
 QByteArray ManagerProcess::Command(const QByteArray &line)
 {
     // The last prompt and what was printed behind it.
+    TakeOutput();
     m_output.clear();
     Type(line + '\n');
     if (!WaitFor([&] { return m_output.endsWith(prompt); }))
@@ -147,6 +159,7 @@ QByteArray ManagerProcess::Command(const QByteArray &line)
 
 bool ManagerProcess::Ask(const QByteArray &line, const QByteArray &text)
 {
+    TakeOutput();
     m_output.clear();
     Type(line + '\n');
     return Expect(text);

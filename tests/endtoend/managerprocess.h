@@ -84,6 +84,10 @@ public:
 
 private:
     [[nodiscard]] bool Answers() const;
+    /// Takes its place on Windows: under Wine a QProcess at times learns no more of what comes through a
+    /// pipe.
+    [[nodiscard]] QString OutputFile() const { return m_directory + QStringLiteral("/stdout"); }
+    void TakeOutput();
     /// False when it takes too long.
     [[nodiscard]] bool WaitFor(const std::function<bool()> &isThere);
     [[nodiscard]] bool HasEnded() const { return m_process->state() == QProcess::NotRunning; }
@@ -99,4 +103,5 @@ private:
     quint16 m_guiPort = 0;
     QByteArray m_greeting;
     QByteArray m_output;
+    qint64 m_taken = 0; ///< of the file
 };

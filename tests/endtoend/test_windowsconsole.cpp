@@ -120,6 +120,9 @@ private:
         m_port = consolePort;
         qputenv("TASKMILL_CONSOLE_PORT", QByteArray::number(consolePort));
         qputenv("TASKMILL_GUI_PORT", QByteArray::number(guiPort));
+        // Nothing is to run on.
+        qputenv("TASKMILL_END_JOBS", "1");
+        KeepStateIn(Project().Path({}));
         m_process = std::make_unique<QProcess>();
         m_process->setWorkingDirectory(Project().Path({}));
         m_process->setProcessChannelMode(QProcess::ForwardedChannels);

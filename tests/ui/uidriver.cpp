@@ -75,6 +75,8 @@ QStringList ChooseFromMenu(const QTableView &table, const QPoint &place, const Q
             QTest::keyClick(menu, Qt::Key_Escape);
     });
     poll.start(1);
+    // What is left over of a window that was closed just now would close the menu, too.
+    QCoreApplication::processEvents();
     QTest::mouseClick(table.viewport(), Qt::RightButton, {}, place);
     QContextMenuEvent event{QContextMenuEvent::Mouse, place, table.viewport()->mapToGlobal(place)};
     QApplication::sendEvent(table.viewport(), &event);
