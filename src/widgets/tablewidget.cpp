@@ -226,8 +226,7 @@ QList<int> KilnUtil_TableWidget::SelectedRows() const
             rows.append(row);
     }
     std::ranges::sort(rows);
-    const auto repeated = std::ranges::unique(rows);
-    rows.erase(repeated.begin(), repeated.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
     return rows;
 }
 
