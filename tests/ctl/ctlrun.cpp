@@ -5,7 +5,11 @@
 
 #include <QProcess>
 #include <QTcpServer>
+#include <QTemporaryDir>
 #include <QtTest>
+
+#include <functional>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -18,6 +22,32 @@ static QString PortText(quint16 port)
     return QString::number(port == 0 ? server.serverPort() : port);
 }
 
+namespace {
+/// What a program writes, by way of a file: under Wine a QProcess at times learns no more of what comes
+/// through a pipe.
+class Stream
+{
+public:
+    explicit Stream(std::function<void()> onGrowth)
+        : m_onGrowth{std::move(onGrowth)}
+    {
+    }
+    [[nodiscard]] QString Path() const { return m_directory.filePath(u"stream"_s); }
+    [[nodiscard]] QByteArray Content() const { return ReadTestFile(Path()); }
+    void Look()
+    {
+        const qsizetype size = Content().size();
+        if (size > std::exchange(m_size, size) && m_onGrowth)
+            m_onGrowth();
+    }
+
+private:
+    QTemporaryDir m_directory;
+    std::function<void()> m_onGrowth;
+    qsizetype m_size = 0;
+};
+} // namespace
+
 CtlResult RunCtl(const QStringList &arguments, const CtlPlace &place)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -27,21 +57,26 @@ CtlResult RunCtl(const QStringList &arguments, const CtlPlace &place)
     for (const QString &variable : place.variables)
         environment.insert(variable.section(u'=', 0, 0), variable.section(u'=', 1));
 
+    Stream output{place.onOutput};
+    Stream error{place.onError};
     QProcess process;
     process.setProcessEnvironment(environment);
     if (!place.directory.isEmpty())
         process.setWorkingDirectory(place.directory);
-    if (place.onOutput)
-        QObject::connect(&process, &QProcess::readyReadStandardOutput, place.onOutput);
-    if (place.onError)
-        QObject::connect(&process, &QProcess::readyReadStandardError, place.onError);
+    process.setStandardOutputFile(output.Path());
+    process.setStandardErrorFile(error.Path());
     process.start(QStringLiteral(TASKMILL_CTL), arguments);
-    const bool ended = QTest::qWaitFor([&process] { return process.state() == QProcess::NotRunning; }, 60000);
+    const auto hasEnded = [&] {
+        output.Look();
+        error.Look();
+        return process.state() == QProcess::NotRunning;
+    };
+    const bool ended = QTest::qWaitFor(hasEnded, 60000);
     if (!ended) {
         process.kill();
         process.waitForFinished();
     }
     return {.status = ended && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            .out = WithPlainLineEnds(process.readAllStandardOutput()),
-            .err = WithPlainLineEnds(process.readAllStandardError())};
+            .out = WithPlainLineEnds(output.Content()),
+            .err = WithPlainLineEnds(error.Content())};
 }
