@@ -24,7 +24,8 @@ class FakeManager final : public Taskmill_RequestHandler
 public:
     FakeManager() { m_server.Listen(0); }
 
-    QByteArray HandleRequest(const Taskmill_RequestMessage &request) override
+    std::optional<QByteArray> HandleRequest(const Taskmill_RequestMessage &request,
+                                            const Taskmill_LateAnswer &) override
     {
         requests.append(request);
         // The end of a job may overtake the answer.
