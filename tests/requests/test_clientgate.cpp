@@ -217,7 +217,7 @@ private:
     /// In the state folder.
     [[nodiscard]] QFileInfoList KeyFiles() const
     {
-        return QDir{Path(u"state"_s)}.entryInfoList({u"clientkey-%1"_s.arg(m_server->Port())}, QDir::Files);
+        return QDir{Path(u"state"_s)}.entryInfoList({u"clientkey-*"_s}, QDir::Files);
     }
 
     RecordingHandler m_handler;
