@@ -230,7 +230,7 @@ void TestCrashes::Prepare()
     const QString program = Project().InputFile(u"program"_s, "#!/bin/sh\n"
                                                               "echo $$ >>\"$3.runs\"\n"
                                                               "read what <\"$3\"\n"
-                                                              "[ \"$what\" = long ] && exec sleep 1000\n"
+                                                              "[ \"$what\" = long ] && exec sleep 50000\n"
                                                               "sleep 0.0$(($$ % 9))\n"
                                                               "exit \"$what\"\n");
     QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
