@@ -188,6 +188,9 @@ void Taskmill_Session::ShutDown(Taskmill_Manager::End end)
     if (m_manager.IsShutDown())
         return;
     m_server.Close();
+    // It waits in an event loop, in which nothing is to be submitted any more.
+    if (m_console)
+        m_console->TakeNoMoreCommands();
     m_manager.ShutDown(end);
     if (m_window)
         m_window->ShutDown();

@@ -54,9 +54,14 @@ void Taskmill_Console::RunSlot()
     QTimer::singleShot(0, threadWorker, &Taskmill_Console_Worker::InteractSlot);
 }
 
-void Taskmill_Console::QuitSlot()
+void Taskmill_Console::TakeNoMoreCommands()
 {
     m_quitting = true;
+}
+
+void Taskmill_Console::QuitSlot()
+{
+    TakeNoMoreCommands();
     m_terminal->Interrupt();
     m_thread.requestInterruption();
     m_thread.quit();

@@ -30,6 +30,9 @@ public:
     /// May be asked from any thread.
     [[nodiscard]] bool IsQuitting() const { return m_quitting; }
 
+    /// What is under way goes on, but nothing of it reaches the manager any more.
+    void TakeNoMoreCommands();
+
 public Q_SLOTS:
     /// Prints the banner and starts the dialogue; without an event loop it is carried on here.
     void RunSlot();

@@ -49,12 +49,10 @@ QString Taskmill_ConsoleActions::JobTypeListing(int width) const
 
 QString Taskmill_ConsoleActions::JobText(int jobID) const
 {
-    if (Taskmill_QueueOwner *owner = OwnerOfJob(jobID))
-        owner->Jobs().FindByJobID(jobID)->GatherOutput();
-    const std::optional<Taskmill_JobRecord> job = FindRecord(jobID);
+    const std::optional<Taskmill_JobRecord> job = m_context.Manager.FindJobWithOutput(jobID);
     if (!job)
         return u"\n<Taskmill> There is no job %1.\n\n"_s.arg(jobID);
-    return u'\n' + Taskmill_JobText(*job, m_context.Manager.FinishedJobs().OutputOf(*job)) + u'\n';
+    return u'\n' + Taskmill_JobText(*job, job->StdOutAndStdErr) + u'\n';
 }
 
 QStringList Taskmill_ConsoleActions::JobTypeNames() const
@@ -137,7 +135,7 @@ QString Taskmill_ConsoleActions::RunHeldJob(int jobID) const
                                                 : u"\n<Taskmill> Job %1 is not held back.\n\n"_s.arg(jobID);
 }
 
-bool Taskmill_ConsoleActions::CanJobsGoOn() const
+bool Taskmill_ConsoleActions::HasKeepers() const
 {
     return m_context.Manager.HasKeepers();
 }

@@ -68,8 +68,8 @@ public:
     [[nodiscard]] Taskmill_Destinations &Destinations() const;
     [[nodiscard]] Taskmill_Project &Project() const;
     [[nodiscard]] Taskmill_QueuelessJobsList &QueuelessJobs() const;
-    /// Whether running jobs can go on without the program.
-    [[nodiscard]] bool CanJobsGoOn() const;
+    /// Without keepers no job can go on without the program.
+    [[nodiscard]] bool HasKeepers() const;
     void Exit(Taskmill_Ending ending) const;
 
 private:

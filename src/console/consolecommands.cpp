@@ -9,7 +9,6 @@
 #include "console/consoleshell.h"
 #include "console/consoleterminal.h"
 #include "kilnutil/standardstreams.h"
-#include "manager/closingdialogue.h"
 #include "manager/exitdialogue.h"
 #include "manager/manager.h"
 
@@ -331,9 +330,8 @@ void Taskmill_ConsoleCommands::SaveTo(const QString &argument)
         Print(notSavedText);
 }
 
-bool Taskmill_ConsoleCommands::MayClose()
+bool Taskmill_ConsoleCommands::MayClose(std::optional<Taskmill_ClosingDialogue> &closing)
 {
-    std::optional<Taskmill_ClosingDialogue> closing;
     m_conversation.Converse(
         [&](Taskmill_ConsoleActions &actions) { return &closing.emplace(actions.Project()); });
     if (closing && closing->IsSaved())
@@ -343,13 +341,16 @@ bool Taskmill_ConsoleCommands::MayClose()
 
 void Taskmill_ConsoleCommands::QuitAndKeep()
 {
-    bool canJobsGoOn = false;
-    m_conversation.OnMainThread(
-        [&](Taskmill_ConsoleActions &actions) { canJobsGoOn = actions.CanJobsGoOn(); });
-    if (canJobsGoOn)
+    QString problem;
+    m_conversation.OnMainThread([&](Taskmill_ConsoleActions &actions) {
+        problem = actions.HasKeepers()
+                      ? Taskmill_JobsThatCannotGoOn(actions.Destinations())
+                      : u"Running jobs cannot go on without Taskmill here; the debug log says why."_s;
+    });
+    if (problem.isEmpty())
         Quit(Taskmill_Ending::AskedToKeep);
     else
-        Print(u"\n<Taskmill> Running jobs cannot go on without Taskmill here; the debug log says why.\n\n"_s);
+        Print(u"\n<Taskmill> "_s + problem + u"\n\n"_s);
 }
 
 void Taskmill_ConsoleCommands::Quit(Taskmill_Ending ending)
@@ -357,11 +358,18 @@ void Taskmill_ConsoleCommands::Quit(Taskmill_Ending ending)
     std::optional<Taskmill_ExitDialogue> exit;
     m_conversation.Converse(
         [&](Taskmill_ConsoleActions &actions) { return &exit.emplace(actions.Destinations()); });
-    const bool ends = exit && exit->IsConfirmed() && MayClose();
+    std::optional<Taskmill_ClosingDialogue> closing;
+    const bool ends = exit && exit->IsConfirmed() && MayClose(closing);
     // Before the end, from which nothing comes back here without an event loop.
     Print(u"\n"_s);
-    if (ends)
-        m_conversation.OnMainThread([ending](Taskmill_ConsoleActions &actions) { actions.Exit(ending); });
+    if (!ends)
+        return;
+    m_conversation.OnMainThread([&closing, ending](Taskmill_ConsoleActions &actions) {
+        // A job may have ended since it was saved, while nobody took what is printed.
+        if (!closing->IsGivenUp() && actions.Project().HasUnsavedChanges())
+            (void)actions.Project().SaveUnattended();
+        actions.Exit(ending);
+    });
 }
 
 void Taskmill_ConsoleCommands::PrintDirectory()

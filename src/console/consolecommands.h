@@ -2,6 +2,7 @@
 #pragma once
 
 #include "jobs/jobtype.h"
+#include "manager/closingdialogue.h"
 #include "manager/jobsgoon.h"
 #include "manager/removaldialogue.h"
 #include "manager/savedialogue.h"
@@ -66,7 +67,7 @@ private:
     void EndJob(int jobID, Taskmill_RemovalDialogue::Begin begin, const QString &doneText);
     [[nodiscard]] bool SaveProject(Taskmill_SaveDialogue::Target target, const QString &firstFile = {});
     void PrintSavedTo(const QString &file);
-    [[nodiscard]] bool MayClose();
+    [[nodiscard]] bool MayClose(std::optional<Taskmill_ClosingDialogue> &closing);
 
     Taskmill_ConsoleConversation &m_conversation;
 };

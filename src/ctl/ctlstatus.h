@@ -11,4 +11,5 @@ enum class Taskmill_CtlStatus
     Refused = 4,
     BadProject = 5, ///< a project file cannot be read or written
     TimedOut = 6,   ///< before the answer, or the end of a job that was waited for
+    OutputLost = 7, ///< standard output cannot be written
 };

@@ -11,6 +11,7 @@
 #include "ctl/submitoptions.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace {
 using Arguments = std::vector<std::string>;
@@ -132,11 +133,9 @@ int RunWithoutCommand(const Arguments &arguments)
     const std::string fault = word.empty() ? "a command is needed" : "there is no command \"" + words + '"';
     return WrongUsage(fault + "\nSee \"taskmillctl --help\".");
 }
-} // namespace
 
-int main(int argc, char **argv)
+int Run(const Arguments &arguments, char **argv)
 {
-    const Arguments arguments = Taskmill_CtlPlatform::Arguments(argc, argv);
     for (const Taskmill_CtlCommand &command : Taskmill_CtlCommands) {
         const auto words = static_cast<Arguments::difference_type>(WordsOf(command, arguments));
         if (words == 0)
@@ -150,4 +149,14 @@ int main(int argc, char **argv)
         return status < 0 ? static_cast<int>(Taskmill_CtlStatus::BadProject) : status;
     }
     return RunWithoutCommand(arguments);
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const int status = Run(Taskmill_CtlPlatform::Arguments(argc, argv), argv);
+    if (std::ferror(stdout) == 0)
+        return status;
+    Taskmill_PrintError("standard output cannot be written");
+    return static_cast<int>(Taskmill_CtlStatus::OutputLost);
 }

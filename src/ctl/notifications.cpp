@@ -50,35 +50,40 @@ std::vector<Taskmill_Socket::Handle> Taskmill_CtlNotifications::Handles() const
     return handles;
 }
 
-void Taskmill_CtlNotifications::TakeConnections()
+bool Taskmill_CtlNotifications::TakeConnections()
 {
-    if (!m_server.IsOpen())
-        return;
-    for (;;) {
+    while (m_server.IsOpen() && m_connections.size() < mostConnections) {
         Taskmill_Socket socket = m_server.Accept();
         if (!socket.IsOpen())
-            return;
+            return true;
         // The port is open to everybody on this computer.
-        if (Taskmill_UserOfPeer(socket.Get()) == Taskmill_PeerUser::Other)
-            continue;
-        if (m_connections.size() == mostConnections)
-            m_connections.erase(m_connections.begin());
-        m_connections.push_back({.socket = std::move(socket), .bytes = {}});
+        if (Taskmill_UserOfPeer(socket.Get()) != Taskmill_PeerUser::Other)
+            m_connections.push_back({.socket = std::move(socket), .bytes = {}});
     }
+    return !m_server.IsOpen();
 }
 
 std::vector<Taskmill_CtlNotification> Taskmill_CtlNotifications::Take()
 {
-    TakeConnections();
     std::vector<Taskmill_CtlNotification> whole;
-    std::erase_if(m_connections, [&whole](Connection &connection) {
-        const auto state = connection.socket.Receive(connection.bytes, longestMessage);
-        if (state == Taskmill_Socket::State::Open)
-            return connection.bytes.size() == longestMessage;
-        auto notification = Taskmill_CtlNotification::Parse(connection.bytes);
-        if (notification.Value("action") == "jobfinished")
-            whole.push_back(std::move(notification));
-        return true;
-    });
+    while (!TakeConnections()) {
+        // What has come is read before one that says nothing has to make room.
+        if (!Read(whole))
+            m_connections.erase(m_connections.begin());
+    }
+    (void)Read(whole);
     return whole;
+}
+
+bool Taskmill_CtlNotifications::Read(std::vector<Taskmill_CtlNotification> &whole)
+{
+    return std::erase_if(m_connections, [&whole](Connection &connection) {
+               const auto state = connection.socket.Receive(connection.bytes, longestMessage);
+               if (state == Taskmill_Socket::State::Open)
+                   return connection.bytes.size() == longestMessage;
+               auto notification = Taskmill_CtlNotification::Parse(connection.bytes);
+               if (notification.Value("action") == "jobfinished")
+                   whole.push_back(std::move(notification));
+               return true;
+           }) > 0;
 }

@@ -38,7 +38,10 @@ private:
         std::string bytes;
     };
 
-    void TakeConnections();
+    /// False when there may be more, for which there is no room.
+    [[nodiscard]] bool TakeConnections();
+    /// Whether some have ended.
+    [[nodiscard]] bool Read(std::vector<Taskmill_CtlNotification> &whole);
 
     Taskmill_Socket m_server;
     std::vector<Connection> m_connections; ///< oldest first

@@ -77,7 +77,10 @@ bool Taskmill_CtlPlatform::IsReadable(const std::string &path)
 int Taskmill_CtlPlatform::TerminalWidth()
 {
     CONSOLE_SCREEN_BUFFER_INFO console{};
-    return GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &console) ? console.dwSize.X : 0;
+    if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &console))
+        return 0;
+    // A console adds an empty line behind a full one.
+    return console.srWindow.Right - console.srWindow.Left;
 }
 
 long long Taskmill_CtlPlatform::ProcessID()

@@ -7,7 +7,10 @@
 #include "wire/instanceprobe.h"
 #include "wire/protocol.h"
 
+#include <charconv>
 #include <iterator>
+#include <optional>
+#include <system_error>
 #include <utility>
 
 namespace {
@@ -19,11 +22,26 @@ constexpr std::chrono::hours longest{24};    ///< then one looks again
 constexpr std::chrono::milliseconds probeInterval{2000}; ///< between looks after a manager that is waited for
 constexpr std::size_t longestAnswer = 1'048'576;
 
+// The notification holds no job number; this name shows to which request it belongs.
+std::string ClientAppNamePrefix()
+{
+    return "taskmillctl-" + std::to_string(Taskmill_CtlPlatform::ProcessID()) + '-';
+}
 std::string ClientAppName(std::size_t index)
 {
-    // The notification holds no job number; this name shows to which request it belongs.
-    return "taskmillctl-" + std::to_string(Taskmill_CtlPlatform::ProcessID()) + '-' +
-           std::to_string(index + 1);
+    return ClientAppNamePrefix() + std::to_string(index + 1);
+}
+/// The index of the request with that name; nothing for the name of another client.
+std::optional<std::size_t> RequestOfName(std::string_view name)
+{
+    const std::string prefix = ClientAppNamePrefix();
+    if (!name.starts_with(prefix))
+        return std::nullopt;
+    std::size_t number = 0;
+    name.remove_prefix(prefix.size());
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
+    const bool isNumber = error == std::errc{} && end == name.data() + name.size() && number > 0;
+    return isNumber ? std::optional{number - 1} : std::nullopt;
 }
 
 std::string JsonOf(const Taskmill_CtlJob &job)
@@ -274,18 +292,17 @@ void Taskmill_Submission::TakeNotifications()
 
 void Taskmill_Submission::TakeNotification(const Taskmill_CtlNotification &notification)
 {
-    const std::string clientAppName = notification.Value("clientappname");
-    for (std::size_t index = 0; index < m_requests.size(); ++index) {
-        if (ClientAppName(index) != clientAppName)
-            continue;
-        ++m_requests[index].Notified;
-        if (notification.Value("jobstatus") != "completed")
-            Note(Taskmill_CtlStatus::JobNotCompleted);
-        Taskmill_CtlJob *job = EndedJob(m_requests[index].Jobs, notification.Value("jobinputfile"));
-        if (job)
-            job->HasEnded = true;
-        PrintNotification(index, job ? job->Number : "", notification);
-    }
+    const std::optional<std::size_t> index = RequestOfName(notification.Value("clientappname"));
+    if (!index || *index >= m_requests.size())
+        return;
+    Request &request = m_requests[*index];
+    ++request.Notified;
+    if (notification.Value("jobstatus") != "completed")
+        Note(Taskmill_CtlStatus::JobNotCompleted);
+    Taskmill_CtlJob *job = EndedJob(request.Jobs, notification.Value("jobinputfile"));
+    if (job)
+        job->HasEnded = true;
+    PrintNotification(*index, job ? job->Number : "", notification);
 }
 
 void Taskmill_Submission::PrintNotification(std::size_t index, const std::string &number,

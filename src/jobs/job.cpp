@@ -195,12 +195,6 @@ bool Taskmill_Job::LetGoOn()
     return true;
 }
 
-QString Taskmill_Job::GatherOutput()
-{
-    m_record.StdOutAndStdErr = OutputNow();
-    return m_record.StdOutAndStdErr;
-}
-
 QString Taskmill_Job::OutputNow() const
 {
     if (!m_process)
@@ -226,7 +220,7 @@ void Taskmill_Job::GatherLastOutput()
     if (said)
         m_record.StdOutAndStdErr = QString::fromUtf8(*said);
     else
-        GatherOutput();
+        m_record.StdOutAndStdErr = OutputNow();
 }
 
 bool Taskmill_Job::HasOutput() const

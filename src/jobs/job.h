@@ -76,9 +76,7 @@ public:
 
     /// Bytes that a program wrote, as a text that can be stored.
     [[nodiscard]] static QString TextOfOutput(QByteArray bytes);
-    /// Takes over what the process has written so far and returns it.
-    QString GatherOutput();
-    /// The same without keeping it: the captured output as it is now, and whether there is any.
+    /// The captured output as it is now, and whether there is any.
     [[nodiscard]] QString OutputNow() const;
     [[nodiscard]] bool HasOutput() const;
 

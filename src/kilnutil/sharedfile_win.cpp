@@ -29,8 +29,7 @@ std::optional<Status> StatusOfHandle(HANDLE handle)
     if (GetFileType(handle) != FILE_TYPE_DISK || !GetFileInformationByHandle(handle, &data) ||
         (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
         return std::nullopt;
-    // The volume says nothing more: the files that a name stands for, one after another, are on one.
-    return Status{.device = 0,
+    return Status{.device = data.dwVolumeSerialNumber,
                   .number = static_cast<quint64>(Joined(data.nFileIndexHigh, data.nFileIndexLow)),
                   .size = Joined(data.nFileSizeHigh, data.nFileSizeLow),
                   .modified =

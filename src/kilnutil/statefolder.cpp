@@ -15,8 +15,9 @@ namespace {
 /// Locks of such file systems may be kept to oneself, or not at all.
 bool IsOnAnotherComputer(const QString &path)
 {
-    static const QList<QByteArray> types{"nfs",   "nfs4", "cifs", "smb3", "smbfs",     "afs",
-                                         "ncpfs", "9p",   "coda", "ceph", "fuse.sshfs"};
+    static const QList<QByteArray> types{
+        "nfs",  "nfs4",  "cifs",   "smb3",   "smbfs",          "afs",       "ncpfs",     "9p", "coda", "ceph",
+        "gpfs", "panfs", "lustre", "beegfs", "fuse.glusterfs", "fuse.ceph", "fuse.sshfs"};
     return types.contains(QStorageInfo{path}.fileSystemType());
 }
 

@@ -72,6 +72,7 @@ void Taskmill_ClosingDialogue::Answer(const Taskmill_Answer &answer)
         m_saving.Answer(answer);
         return;
     }
-    m_goesOn = answer.IsNo();
+    m_isGivenUp = answer.IsNo();
+    m_goesOn = m_isGivenUp;
     m_step = answer.IsYes() ? Step::Save : Step::End;
 }

@@ -16,6 +16,8 @@ public:
     /// Whether the project may be closed: it is saved, needs no saving, or the user does without.
     [[nodiscard]] bool MayClose() const { return m_goesOn || m_saving.IsSaved(); }
     [[nodiscard]] bool IsSaved() const { return m_saving.IsSaved(); }
+    /// Whether the user does without unsaved changes.
+    [[nodiscard]] bool IsGivenUp() const { return m_isGivenUp; }
     /// Where it was saved.
     [[nodiscard]] const QString &File() const { return m_saving.File(); }
 
@@ -30,4 +32,5 @@ private:
     Taskmill_SaveDialogue m_saving;
     Step m_step = Step::Ask;
     bool m_goesOn = false;
+    bool m_isGivenUp = false;
 };

@@ -34,6 +34,18 @@ int Taskmill_Destinations::WaitingCount()
     return count;
 }
 
+QList<int> Taskmill_Destinations::RunningWithoutKeeper()
+{
+    QList<int> jobIDs;
+    for (const Taskmill_QueueOwner *owner : All()) {
+        for (const Taskmill_Job *job : owner->Jobs().Jobs()) {
+            if (job->Status() == Taskmill_JobStatus::Running && job->Process() && !job->IsKept())
+                jobIDs.append(job->JobID());
+        }
+    }
+    return jobIDs;
+}
+
 Taskmill_QueueOwner *Taskmill_Destinations::OwnerOfJob(int jobID)
 {
     for (Taskmill_QueueOwner *owner : All()) {

@@ -24,6 +24,8 @@ public:
     /// Of all three.
     [[nodiscard]] int RunningCount();
     [[nodiscard]] int WaitingCount();
+    /// The numbers of the running jobs that end with this program because no keeper runs them.
+    [[nodiscard]] QList<int> RunningWithoutKeeper();
 
     /// nullptr for JobTypeDefault, which is no place for a job.
     [[nodiscard]] Taskmill_QueueOwner *OwnerOf(Taskmill_Destination destination);

@@ -21,6 +21,18 @@ QString JobCountsText(int running, int waiting, bool endsThem)
 }
 } // namespace
 
+QString Taskmill_JobsThatCannotGoOn(Taskmill_Destinations &destinations)
+{
+    QStringList numbers;
+    for (const int jobID : destinations.RunningWithoutKeeper())
+        numbers += QString::number(jobID);
+    if (numbers.isEmpty())
+        return {};
+    return (numbers.size() == 1 ? u"Job %1 cannot go on without Taskmill."_s
+                                : u"Jobs %1 cannot go on without Taskmill."_s)
+        .arg(numbers.join(u", "_s));
+}
+
 Taskmill_ExitDialogue::Taskmill_ExitDialogue(Taskmill_Destinations &destinations, JobsGoOn jobsGoOn)
     : m_destinations{destinations}
     , m_jobsGoOn{jobsGoOn}
@@ -34,9 +46,13 @@ std::optional<Taskmill_Question> Taskmill_ExitDialogue::Next()
     const int running = m_destinations.RunningCount();
     const int waiting = m_destinations.WaitingCount();
     m_hasChoice = m_jobsGoOn == JobsGoOn::AsChosen && running > 0;
+    QString detail = JobCountsText(running, waiting, !m_hasChoice);
+    if (const QString others = m_hasChoice ? Taskmill_JobsThatCannotGoOn(m_destinations) : QString{};
+        !others.isEmpty())
+        detail += u'\n' + others;
     return Taskmill_Question{.title = u"Exit Taskmill"_s,
                              .text = u"Are you sure you want to completely exit Taskmill?"_s,
-                             .detail = JobCountsText(running, waiting, !m_hasChoice),
+                             .detail = detail,
                              .checkBox = m_hasChoice ? u"Let &running jobs go on"_s : QString{},
                              .isChecked = m_hasChoice && Taskmill_RememberedJobsGoOn(),
                              .kind = Taskmill_Question::Kind::YesNoCancel,

@@ -5,6 +5,10 @@
 
 class Taskmill_Destinations;
 
+/// Which of the running jobs end with the program whatever is chosen, as a sentence; empty when there are
+/// none.
+[[nodiscard]] QString Taskmill_JobsThatCannotGoOn(Taskmill_Destinations &destinations);
+
 /// Asks whether the program is to end. What is to become of the project is asked by Taskmill_ClosingDialogue.
 class Taskmill_ExitDialogue final : public Taskmill_Dialogue
 {

@@ -124,6 +124,18 @@ QStringList Taskmill_Manager::NoticesAtStart(bool asks)
     return notices;
 }
 
+std::optional<Taskmill_JobRecord> Taskmill_Manager::FindJobWithOutput(int jobID)
+{
+    std::optional<Taskmill_JobRecord> job = FindJob(jobID);
+    // A copy has the output: kept with the job, the outputs of all that were asked about would fill the
+    // memory.
+    if (Taskmill_QueueOwner *owner = m_destinations.OwnerOfJob(jobID))
+        job->StdOutAndStdErr = owner->Jobs().FindByJobID(jobID)->OutputNow();
+    else if (job)
+        job->StdOutAndStdErr = m_finishedJobs.OutputOf(*job);
+    return job;
+}
+
 std::optional<Taskmill_JobRecord> Taskmill_Manager::FindJob(int jobID)
 {
     if (Taskmill_QueueOwner *owner = m_destinations.OwnerOfJob(jobID))

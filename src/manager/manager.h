@@ -53,6 +53,8 @@ public:
     /// The record of a job, wherever it is, that of a finished one without its output; nothing when there is
     /// no such job.
     [[nodiscard]] std::optional<Taskmill_JobRecord> FindJob(int jobID);
+    /// The same, with what the job has printed until now.
+    [[nodiscard]] std::optional<Taskmill_JobRecord> FindJobWithOutput(int jobID);
 
     /// What is to become of the jobs that run, when the program ends; Unasked at first.
     void SetEnding(Taskmill_Ending ending) { m_ending = ending; }

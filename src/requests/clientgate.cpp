@@ -46,7 +46,12 @@ Taskmill_ClientGate::Taskmill_ClientGate(Environment environment)
     // A minute more or less does not matter: an idle program is to wake up together with others.
     m_lookTimer.setTimerType(Qt::VeryCoarseTimer);
     m_lookTimer.setInterval(m_environment.LookEvery);
-    connect(&m_lookTimer, &QTimer::timeout, this, [this] { (void)OthersWereAbout(); });
+    connect(&m_lookTimer, &QTimer::timeout, this, [this] {
+        // The system removes the folder of a session that has ended.
+        WriteKey();
+        if (!m_environment.AcceptUnknown)
+            (void)OthersWereAbout();
+    });
 }
 
 Taskmill_ClientGate::~Taskmill_ClientGate()
@@ -58,24 +63,27 @@ void Taskmill_ClientGate::Open(quint16 port)
 {
     Close();
     m_key = NewKey();
-    m_keyFile = Taskmill_WriteClientKey(port, m_key.toStdString(), KilnUtil_StateFolder().toStdString());
-    if (m_keyFile.empty()) {
+    m_port = port;
+    WriteKey();
+    if (m_keyFiles.empty())
         qCWarning(
             Taskmill_RequestsLog,
             "The key for clients cannot be written; they have to stay connected until they are answered");
-        m_key.clear();
-    }
-    if (m_environment.AcceptUnknown)
-        return;
-    (void)OthersWereAbout();
+    if (!m_environment.AcceptUnknown)
+        (void)OthersWereAbout();
     m_lookTimer.start();
+}
+
+void Taskmill_ClientGate::WriteKey()
+{
+    m_keyFiles = Taskmill_WriteClientKey(m_port, m_key.toStdString(), KilnUtil_StateFolder().toStdString());
 }
 
 void Taskmill_ClientGate::Close()
 {
     m_lookTimer.stop();
-    Taskmill_RemovePrivateFile(m_keyFile, m_key.toStdString());
-    m_keyFile.clear();
+    for (const std::string &file : std::exchange(m_keyFiles, {}))
+        Taskmill_RemovePrivateFile(file, m_key.toStdString());
     m_key.clear();
 }
 

@@ -52,10 +52,13 @@ public:
 
 private:
     [[nodiscard]] bool OthersWereAbout();
+    /// Where it is not there already.
+    void WriteKey();
 
     const Environment m_environment;
     QTimer m_lookTimer;
     QDeadlineTimer m_othersAbout{0}; ///< expired: nobody else was seen
     QByteArray m_key;                ///< empty for none
-    std::string m_keyFile;
+    std::vector<std::string> m_keyFiles;
+    quint16 m_port = 0;
 };

@@ -2,6 +2,8 @@
 #include "requests/manageractions.h"
 
 #include "kilnutil/logging.h"
+#include "manager/exitdialogue.h"
+#include "manager/jobsgoon.h"
 #include "manager/jobtext.h"
 #include "manager/listings.h"
 #include "manager/manager.h"
@@ -169,18 +171,15 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::List(const Taskmill_Re
 
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::ShowJob(const Taskmill_RequestMessage &request)
 {
-    Taskmill_QueueOwner *owner = m_manager.Destinations().OwnerOfJob(request.JobNumber);
-    if (owner)
-        owner->Jobs().FindByJobID(request.JobNumber)->GatherOutput();
-    const std::optional<Taskmill_JobRecord> job = m_manager.FindJob(request.JobNumber);
+    const Taskmill_QueueOwner *owner = m_manager.Destinations().OwnerOfJob(request.JobNumber);
+    const std::optional<Taskmill_JobRecord> job = m_manager.FindJobWithOutput(request.JobNumber);
     if (!job)
         return Outcome::Refused(u"there is no job %1"_s.arg(request.JobNumber));
-    const QString output = m_manager.FinishedJobs().OutputOf(*job);
     if (!request.AnswersJson)
-        return {.Text = Taskmill_JobText(*job, output)};
+        return {.Text = Taskmill_JobText(*job, job->StdOutAndStdErr)};
     QJsonObject object = Taskmill_Listings::JobFields().Json(*job);
     object.insert(u"list"_s, owner ? NameOf(*owner) : finishedName);
-    object.insert(u"output"_s, output);
+    object.insert(u"output"_s, job->StdOutAndStdErr);
     return {.Json = Json(object)};
 }
 
@@ -344,6 +343,14 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Quit(const Taskmill_Re
     // A project that has a file is saved to it.
     if (!request.Replaces && project.FilePath().isEmpty() && project.HasUnsavedChanges())
         return Outcome::Refused(u"the project was never saved and would be lost; save it to a file first"_s);
+    if (request.KeepsJobs && !Taskmill_JobsGoOn(Taskmill_Ending::AskedToKeep) &&
+        m_manager.Destinations().RunningCount() > 0)
+        return Outcome::Refused(
+            u"TASKMILL_END_JOBS has the manager end its jobs; quit without --keep ends what runs"_s);
+    if (const QString others = Taskmill_JobsThatCannotGoOn(m_manager.Destinations());
+        request.KeepsJobs && !others.isEmpty())
+        return Outcome::Refused(others.toLower().first(1) + others.sliced(1).chopped(1) +
+                                u"; quit without --keep ends what runs"_s);
     m_frontEnd.QuitLater(request.KeepsJobs);
     return Outcome::Done(request, u"The manager ends."_s, {});
 }

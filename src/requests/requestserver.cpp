@@ -260,7 +260,7 @@ void Taskmill_RequestServer::AddComplete(Taskmill_RequestConnection *connection)
 void Taskmill_RequestServer::NewConnectionToServerSlot()
 {
     if (m_busy) {
-        AnswerThoseThatNeedTheWindow();
+        RefuseThoseThatCannotWait();
         RetryLater();
         return;
     }
@@ -269,7 +269,7 @@ void Taskmill_RequestServer::NewConnectionToServerSlot()
     if (!m_next)
         m_next = Taskmill_RequestMessage::Parse(m_complete.first()->Bytes());
     if (!m_handler.CanHandleNow(*m_next)) {
-        AnswerThoseThatNeedTheWindow();
+        RefuseThoseThatCannotWait();
         RetryLater();
         return;
     }
@@ -283,9 +283,10 @@ void Taskmill_RequestServer::NewConnectionToServerSlot()
     ResumeAccepting();
 }
 
-/// A client that wants to see or hide the window, and to be answered, would wait until somebody answers the
-/// question that holds up the messages before its own.
-void Taskmill_RequestServer::AnswerThoseThatNeedTheWindow()
+/// A client that wants to see or hide the window, or to control the manager, and to be answered, would wait
+/// until somebody answers the question that holds up the messages before its own. What it asked for would
+/// then be done long after it was given up.
+void Taskmill_RequestServer::RefuseThoseThatCannotWait()
 {
     const QList<Taskmill_RequestConnection *> waiting = m_complete;
     for (qsizetype index = m_next ? 1 : 0; index < waiting.size(); ++index) {
@@ -297,7 +298,7 @@ void Taskmill_RequestServer::AnswerThoseThatNeedTheWindow()
             continue;
         const QString action = Taskmill_RequestMessage::Parse(connection->Bytes()).Action;
         if (action.compare("show"_L1, Qt::CaseInsensitive) != 0 &&
-            action.compare("hide"_L1, Qt::CaseInsensitive) != 0)
+            action.compare("hide"_L1, Qt::CaseInsensitive) != 0 && !Taskmill_ManagerActions::Knows(action))
             continue;
         m_complete.removeOne(connection);
         connection->Close(Refused(questionIsOpen));

@@ -99,7 +99,7 @@ private:
     bool DropLongestSilent();
     [[nodiscard]] bool Admits(Taskmill_PeerUser user, const QByteArray &message, QByteArray &answer);
     void AddComplete(Taskmill_RequestConnection *connection);
-    void AnswerThoseThatNeedTheWindow();
+    void RefuseThoseThatCannotWait();
     void CallLater();
     void RetryLater();
     void HandleMessage(Taskmill_RequestConnection &connection, const Taskmill_RequestMessage &request);

@@ -132,9 +132,9 @@ QBoxLayout *Taskmill_MainWindow::MakeButtonRow()
 {
     m_submitJobs = MakeButton(u"Submit Jobs..."_s, u"Choose input files and submit them"_s, Qt::Key_S);
     m_hide = MakeButton(u"Hide"_s, u"Close the window; jobs run on"_s, Qt::Key_H);
-    m_exit = MakeButton(u"Exit"_s, u"End Taskmill and the jobs that run"_s, Qt::Key_X);
+    m_exit = MakeButton(u"Exit"_s, u"End Taskmill"_s, Qt::Key_X);
     m_help = MakeButton(u"Help"_s, u"Open the manual"_s, Qt::Key_P);
-    m_about = MakeButton(u"About"_s, u"Tell which version this is"_s, Qt::Key_A);
+    m_about = MakeButton(u"About"_s, u"Show which version this is"_s, Qt::Key_A);
     for (QPushButton *button : {m_help, m_about}) {
         button->setDefault(false);
         button->setAutoDefault(false);

@@ -168,7 +168,7 @@ void Taskmill_RunningJobsWidget::UpdateEmptyText()
         m_table->SetEmptyText(u"No program of a known job type is running.\nUncheck \"Only Show Known Job "
                               "Types\" to see all processes."_s);
     else
-        m_table->SetEmptyText(u"The system does not tell which processes are running."_s);
+        m_table->SetEmptyText(u"The system does not say which processes are running."_s);
 }
 
 /// By its number, never by the row: the table is sorted.

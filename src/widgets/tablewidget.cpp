@@ -253,6 +253,9 @@ void KilnUtil_TableWidget::ChangeRows(const std::function<void()> &change)
 {
     const bool atTop = verticalScrollBar()->value() == verticalScrollBar()->minimum();
     const QPersistentModelIndex top = atTop ? QModelIndex{} : indexAt(QPoint{0, 0});
+    // One range over a whole large table that is still open is kept by its corners, not by its rows: after a
+    // new layout with more rows, those between the corners would be selected.
+    selectionModel()->select(QItemSelection{}, QItemSelectionModel::Select);
     change();
     if (!top.isValid())
         return;

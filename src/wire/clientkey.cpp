@@ -7,7 +7,7 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <vector>
+#include <utility>
 
 namespace {
 constexpr std::size_t longestKey = 256;
@@ -35,15 +35,19 @@ bool IsKey(std::string_view text)
 }
 } // namespace
 
-std::string Taskmill_WriteClientKey(std::uint16_t port, std::string_view key, const std::string &stateFolder)
+std::vector<std::string> Taskmill_WriteClientKey(std::uint16_t port, std::string_view key,
+                                                 const std::string &stateFolder)
 {
+    std::vector<std::string> files;
+    // A client of cron, or behind sudo, has no folder of the session.
     for (const std::string &folder : {RuntimeFolder(), stateFolder}) {
         if (folder.empty() || !Taskmill_MakePrivateFolder(folder))
             continue;
-        if (std::string file = FileIn(folder, port); Taskmill_WritePrivateFile(file, key))
-            return file;
+        std::string file = FileIn(folder, port);
+        if (Taskmill_ReadPrivateFile(file, longestKey) == key || Taskmill_WritePrivateFile(file, key))
+            files.push_back(std::move(file));
     }
-    return {};
+    return files;
 }
 
 std::string Taskmill_ClientKeyLines(const Taskmill_Socket &connection, std::uint16_t port)
@@ -54,7 +58,7 @@ std::string Taskmill_ClientKeyLines(const Taskmill_Socket &connection, std::uint
         if (folder.empty() || !Taskmill_IsPrivateFolder(folder))
             continue;
         const std::string key = Taskmill_ReadPrivateFile(FileIn(folder, port), longestKey);
-        if (IsKey(key))
+        if (IsKey(key) && std::ranges::find(keys, key) == keys.end())
             keys.push_back(key);
     }
     if (keys.empty() || !Taskmill_IsServerOfThisUser(connection.Get()))

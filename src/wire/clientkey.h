@@ -6,16 +6,17 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// The manager's key, new at each start: who sends it can read the file that only the manager's user can
 /// read. A client that closes at once cannot be recognised in another way.
 constexpr std::string_view Taskmill_WireClientKey = "clientkey=";
 
-/// Writes the key of the manager that listens on the port into a file of its own, readable to this user
-/// alone: in $XDG_RUNTIME_DIR/taskmill, else in the state folder (empty for none). The path of the file;
-/// empty when it could be written nowhere.
-[[nodiscard]] std::string Taskmill_WriteClientKey(std::uint16_t port, std::string_view key,
-                                                  const std::string &stateFolder);
+/// Writes the key of the manager that listens on the port into files of their own, readable to this user
+/// alone, where they do not hold it already: in $XDG_RUNTIME_DIR/taskmill and in the state folder (empty for
+/// none). The paths of those that hold it; none when it could be written nowhere.
+[[nodiscard]] std::vector<std::string> Taskmill_WriteClientKey(std::uint16_t port, std::string_view key,
+                                                               const std::string &stateFolder);
 
 /// The lines that show the key of the manager at the other end of a connection to the port. Empty when there
 /// is none, or when a program of another user may listen there.
