@@ -100,6 +100,8 @@ void TestControl::SavesAndQuits()
     QCOMPARE(Unlike(u"save"_s, "The project was saved to " + Project().ProjectPath().toUtf8() + '.'), "");
     QCOMPARE(Unlike(u"save "_s + copy, "The project was saved to " + copy.toUtf8() + '.'), "");
     QVERIFY(QFileInfo{copy}.size() > 0);
+    // What TASKMILL_END_JOBS ends does not go on.
+    QCOMPARE(Ctl(u"quit --keep"_s).status, 4);
     QCOMPARE(Unlike(u"quit"_s, "The manager ends."), "");
     QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
     QCOMPARE(Ctl(u"list"_s).status, 3);

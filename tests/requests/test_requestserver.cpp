@@ -94,14 +94,16 @@ private Q_SLOTS:
         QTRY_COMPARE(m_handler.Handled, QStringList{u"last"_s});
     }
 
-    void ShowAndHideDoNotWaitForAQuestion()
+    void WhatCannotWaitDoesNotWaitForAQuestion()
     {
         m_handler.WhileHandling = [&](const QString &) {
             m_handler.WhileHandling = nullptr;
             Submit("action=hide\njobname=hide");
-            const Client asking = Connect("action=Show\njobname=show\n" + askForReply);
-            QTRY_COMPARE(asking->state(), QAbstractSocket::UnconnectedState);
-            QVERIFY(asking->readAll().startsWith("refused=a question is open"));
+            for (const char *action : {"Show", "quit", "killjob"}) {
+                const Client asking = Connect("action="_ba + action + "\njobname=x\n" + askForReply);
+                QTRY_COMPARE(asking->state(), QAbstractSocket::UnconnectedState);
+                QVERIFY(asking->readAll().startsWith("refused=a question is open"));
+            }
         };
         Submit(Message("question"));
         QTRY_COMPARE(m_handler.Handled, (QStringList{u"question"_s, u"hide"_s}));
