@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ctl/managercommands.h"
 
+#include "ctl/filename.h"
 #include "ctl/managerfinder.h"
 #include "ctl/managerlink.h"
 #include "ctl/output.h"
@@ -11,7 +12,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <filesystem>
 #include <limits>
 #include <optional>
 
@@ -106,11 +106,10 @@ Lines SaveLines(const Options &options)
     std::string lines;
     if (!options.Positional().empty()) {
         const std::string &name = options.Positional().front();
-        const std::u8string file =
-            std::filesystem::absolute(std::u8string{name.begin(), name.end()}).generic_u8string();
-        if (name.empty() || std::ranges::find(file, u8'\n') != file.end())
-            return WrongUsage("the name of a project file is empty or has two lines");
-        lines.append(Taskmill_WireSaveFile).append(file.begin(), file.end()).append("\n");
+        const std::string file = Taskmill_AbsolutePath(name);
+        if (const std::string problem = Taskmill_ProblemOfFileName(name, file); !problem.empty())
+            return WrongUsage(problem);
+        lines.append(Taskmill_WireSaveFile).append(file).append("\n");
     }
     if (options.IsSet("force"))
         lines.append(Taskmill_WireReplaces).append("\n");

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ctl/submitoptions.h"
 
+#include "ctl/filename.h"
 #include "ctl/options.h"
 #include "ctl/output.h"
 #include "ctl/platform.h"
@@ -55,31 +56,11 @@ std::string LowerCase(std::string text)
     return text;
 }
 
-bool HasLineBreak(std::string_view text)
-{
-    // The manager takes a carriage return before the line feed for a part of the line's end.
-    return text.find_first_of("\n\r") != std::string_view::npos;
-}
-
 void ReplaceAll(std::string &text, std::string_view old, std::string_view replacement)
 {
     for (std::size_t at = text.find(old); at != std::string::npos;
          at = text.find(old, at + replacement.size()))
         text.replace(at, old.size(), replacement);
-}
-
-std::filesystem::path PathOf(const std::string &utf8)
-{
-    return {std::u8string{utf8.begin(), utf8.end()}};
-}
-
-/// With plain slashes, as the manager writes paths.
-std::string AbsolutePath(const std::string &given)
-{
-    std::error_code error;
-    const std::u8string path =
-        std::filesystem::absolute(PathOf(given), error).lexically_normal().generic_u8string();
-    return {path.begin(), path.end()};
 }
 
 /// Fills the options; each step says in m_error what is wrong.
@@ -113,7 +94,7 @@ private:
 
     bool AddLine(std::string_view key, const std::string &value)
     {
-        if (HasLineBreak(value))
+        if (Taskmill_HasLineBreak(value))
             return Fail("a line feed cannot be sent: " + value);
         if (!Taskmill_IsUtf8(value))
             return Fail("this is not UTF-8 and cannot be sent: " + value);
@@ -123,19 +104,14 @@ private:
 
     bool CheckPath(const std::string &given, const std::string &path)
     {
-        if (given.empty())
-            return Fail("a file name is empty");
-        if (HasLineBreak(path))
-            return Fail("a file name with a line feed cannot be sent: " + given);
-        if (Taskmill_EndsWithBlank(path))
-            return Fail("a file name that ends with a blank cannot be sent: " + given);
-        return Taskmill_IsUtf8(path) || Fail("a file name that is not UTF-8 cannot be sent: " + given);
+        const std::string problem = Taskmill_ProblemOfFileName(given, path);
+        return problem.empty() || Fail(problem);
     }
 
     bool CheckReadable(const std::string &given, const std::string &path)
     {
         std::error_code error;
-        const auto status = std::filesystem::status(PathOf(path), error);
+        const auto status = std::filesystem::status(Taskmill_PathOf(path), error);
         if (!std::filesystem::exists(status))
             return Fail("the file does not exist: " + given);
         if (std::filesystem::is_directory(status))
@@ -162,7 +138,7 @@ private:
     bool ReadInputFiles()
     {
         for (const std::string &given : m_given.Positional()) {
-            const std::string path = AbsolutePath(given);
+            const std::string path = Taskmill_AbsolutePath(given);
             if (!CheckPath(given, path) || !CheckReadable(given, path))
                 return false;
             m_options.Files.push_back({.Given = given, .Path = path});
@@ -210,7 +186,7 @@ private:
                 return Fail("--" + std::string{option.name} +
                             " would be written by several jobs; submit one file at a time");
             const std::string given = m_given.Value(option.name);
-            const std::string path = AbsolutePath(given);
+            const std::string path = Taskmill_AbsolutePath(given);
             if (!CheckPath(given, path) || (option.isRead && !CheckReadable(given, path)) ||
                 !AddLine(option.key, path))
                 return false;
@@ -223,7 +199,7 @@ private:
         for (std::string pair : m_given.Values("set")) {
             const std::size_t equals = pair.find('=');
             if (!pair.starts_with('@') || equals == std::string::npos || equals < 2 ||
-                HasLineBreak(std::string_view{pair}.substr(0, equals)))
+                Taskmill_HasLineBreak(std::string_view{pair}.substr(0, equals)))
                 return Fail("--set needs @NAME=VALUE: " + pair);
             ReplaceAll(pair, "\r\n", "\n");
             ReplaceAll(pair, "\n", "_;_");

@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -247,6 +248,16 @@ void KilnUtil_WidgetPrompt::ShowNotice(const QString &title, const QString &text
     box->setAttribute(Qt::WA_ShowWithoutActivating);
     box->setTextFormat(Qt::PlainText);
     box->setModal(false);
+    // A dialog that is open now takes it along when it is answered; it is shown again then.
+    const auto isClosed = std::make_shared<bool>(false);
+    QObject::connect(box, &QDialog::finished, box, [isClosed] { *isClosed = true; });
+    QObject::connect(
+        box, &QObject::destroyed, &m_notices,
+        [this, isClosed, title, text] {
+            if (!*isClosed)
+                ShowNotice(title, text);
+        },
+        Qt::QueuedConnection);
     box->show();
 }
 

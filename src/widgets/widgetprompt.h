@@ -3,6 +3,7 @@
 
 #include "kilnutil/userprompt.h"
 
+#include <QObject>
 #include <QPointer>
 #include <QWidget>
 
@@ -33,4 +34,5 @@ private:
     [[nodiscard]] QWidget *Parent() const;
 
     QPointer<QWidget> m_parent;
+    QObject m_notices; ///< until its end those that nobody has closed are shown again
 };

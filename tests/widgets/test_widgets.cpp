@@ -11,6 +11,7 @@
 #include <QDragEnterEvent>
 #include <QHeaderView>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QMimeData>
 #include <QStandardItemModel>
 #include <QStyledItemDelegate>
@@ -199,6 +200,31 @@ private Q_SLOTS:
                            [] { QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Return); });
         QCOMPARE(prompt.ReportWarning(u"Save"_s, u"Save it?"_s, WarnMode::YesNoCancel, WarnAnswer::Yes),
                  WarnAnswer::Yes);
+    }
+
+    void NoticesOutliveTheDialogThatIsOpen()
+    {
+        KilnUtil_WidgetPrompt prompt;
+        const auto notice = []() -> QMessageBox * {
+            const QWidgetList windows = QApplication::topLevelWidgets();
+            const auto found = std::ranges::find_if(windows, [](const QWidget *window) {
+                return window->isVisible() && qobject_cast<const QMessageBox *>(window);
+            });
+            return found == windows.end() ? nullptr : qobject_cast<QMessageBox *>(*found);
+        };
+        {
+            QDialog dialog;
+            dialog.setModal(true);
+            dialog.show();
+            prompt.ShowNotice(u"Notice"_s, u"Job 5 cannot be ended yet"_s);
+            QVERIFY(notice());
+        }
+        QVERIFY(!notice());
+        QTRY_VERIFY(notice());
+        QCOMPARE(notice()->text(), u"Job 5 cannot be ended yet"_s);
+        notice()->close();
+        QTRY_VERIFY(QApplication::topLevelWidgets().size() < 2);
+        QVERIFY(!notice());
     }
 
     void PlaceholdersCanBeRead()
