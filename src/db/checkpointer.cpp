@@ -44,21 +44,44 @@ void Taskmill_Checkpointer::NoteChange()
 {
     {
         const std::lock_guard lock{m_mutex};
-        if (m_isChanged)
+        if (++m_lastChange > m_stored + 1)
             return;
-        m_isChanged = true;
     }
     m_wake.notify_one();
 }
 
-bool Taskmill_Checkpointer::WaitForChanges()
+qint64 Taskmill_Checkpointer::LastChange() const
+{
+    const std::lock_guard lock{m_mutex};
+    return m_lastChange;
+}
+
+bool Taskmill_Checkpointer::IsStored(qint64 change) const
+{
+    const std::lock_guard lock{m_mutex};
+    return change <= m_stored;
+}
+
+qint64 Taskmill_Checkpointer::WaitForChanges()
 {
     std::unique_lock lock{m_mutex};
-    m_wake.wait(lock, [this] { return m_isChanged || m_ends; });
+    m_wake.wait(lock, [this] { return m_lastChange > m_stored || m_ends; });
     // More may come at once.
     m_wake.wait_for(lock, collecting, [this] { return m_ends; });
-    m_isChanged = false;
-    return !m_ends;
+    return m_ends ? 0 : m_lastChange;
+}
+
+bool Taskmill_Checkpointer::Store(sqlite3 *database) const
+{
+    int inLog = 0;
+    int copied = 0;
+    // What does not fit now, because somebody reads, is brought over the next time.
+    const int result =
+        sqlite3_wal_checkpoint_v2(database, nullptr, SQLITE_CHECKPOINT_PASSIVE, &inLog, &copied);
+    if (result != SQLITE_OK && result != SQLITE_BUSY)
+        qCWarning(Taskmill_DBLog, "Cannot bring changes into %ls: %s", qUtf16Printable(m_path),
+                  sqlite3_errstr(result));
+    return result == SQLITE_OK && copied == inLog;
 }
 
 void Taskmill_Checkpointer::Run()
@@ -69,13 +92,11 @@ void Taskmill_Checkpointer::Run()
         // Only a connection that has read something knows of the log.
         sqlite3_exec(database, "SELECT COUNT(*) FROM sqlite_master", nullptr, nullptr, nullptr);
         SyncFile(database);
-        while (WaitForChanges()) {
-            // What does not fit now is brought over the next time.
-            const int result =
-                sqlite3_wal_checkpoint_v2(database, nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
-            if (result != SQLITE_OK && result != SQLITE_BUSY)
-                qCWarning(Taskmill_DBLog, "Cannot bring changes into %ls: %s", qUtf16Printable(m_path),
-                          sqlite3_errstr(result));
+        while (const qint64 change = WaitForChanges()) {
+            if (Store(database)) {
+                const std::lock_guard lock{m_mutex};
+                m_stored = change;
+            }
         }
     }
     sqlite3_close(database);

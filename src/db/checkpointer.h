@@ -24,16 +24,23 @@ public:
 
     /// Something was committed.
     void NoteChange();
+    /// The number of the last one.
+    [[nodiscard]] qint64 LastChange() const;
+    /// Whether everything that was committed until the change of that number is on the disk.
+    [[nodiscard]] bool IsStored(qint64 change) const;
 
 private:
     void Run();
-    /// False when it is time to end.
-    bool WaitForChanges();
+    /// The number of the change to which everything is to be stored; 0 when it is time to end.
+    qint64 WaitForChanges();
+    /// Whether all of it is on the disk now.
+    bool Store(sqlite3 *database) const;
 
     const QString m_path;
-    std::mutex m_mutex;
+    mutable std::mutex m_mutex;
     std::condition_variable m_wake;
-    bool m_isChanged = false;
+    qint64 m_lastChange = 0;
+    qint64 m_stored = 0; ///< the last change of which it is known
     bool m_ends = false;
     std::unique_ptr<QThread> m_thread;
 };

@@ -77,6 +77,13 @@ public:
     [[nodiscard]] Taskmill_WorkingCopyStore &WorkingCopy() { return m_workingCopy; }
     /// What is committed from now on is brought onto the disk in the background. Only with a storage path.
     void StartCheckpoints();
+    /// The number of what was committed last, and whether everything up to such a number is on the disk.
+    /// Without checkpoints it counts as stored.
+    [[nodiscard]] qint64 LastCommit() const { return m_checkpointer ? m_checkpointer->LastChange() : 0; }
+    [[nodiscard]] bool IsStored(qint64 commit) const
+    {
+        return !m_checkpointer || commit > m_checkpointer->LastChange() || m_checkpointer->IsStored(commit);
+    }
     /// What was committed is on the disk when the next transaction has been committed.
     void SyncNextChange();
     /// The storage is about to be removed: closing it need not bring anything into it.

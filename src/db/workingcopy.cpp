@@ -217,7 +217,20 @@ Taskmill_ProjectLock::Taskmill_ProjectLock(const QString &projectPath)
         return;
     constexpr qsizetype digits = 16;
     const QByteArray hash = QCryptographicHash::hash(m_projectPath.toUtf8(), QCryptographicHash::Sha256);
-    m_path = folder + u"/project-"_s + QString::fromLatin1(hash.toHex().first(digits)) + u".lock"_s;
+    const QString name = u"/project-"_s + QString::fromLatin1(hash.toHex().first(digits)) + u".lock"_s;
+    // The other manager may have had room where this one has none.
+    const QStringList folders = KilnUtil_MachineFolderPaths();
+    for (const QString &other : folders) {
+        if (other == folder || !KilnUtil_IsMachineFolder(other) || !QFile::exists(other + name))
+            continue;
+        auto lock = std::make_unique<KilnUtil_FileLock>(other + name);
+        if (lock->TakenState() != KilnUtil_FileLock::State::HeldElsewhere)
+            continue;
+        m_path = other + name;
+        m_lock = std::move(lock);
+        return;
+    }
+    m_path = folder + name;
     m_lock = std::make_unique<KilnUtil_FileLock>(m_path);
     m_lock->WriteNote(ProcessNote(m_projectPath));
 }

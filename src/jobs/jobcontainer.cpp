@@ -301,7 +301,11 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
         if (!std::exchange(m_triesAgain, true))
             QTimer::singleShot(nextTry, this, [this] {
                 m_triesAgain = false;
-                Update();
+                // As many as could have been started meanwhile.
+                for (int before = -1; before < RunningCount();) {
+                    before = RunningCount();
+                    Update();
+                }
             });
         return;
     }
@@ -310,5 +314,12 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
         qCWarning(Taskmill_JobsLog, "Job %d: the file for its standard input cannot be written", job.JobID());
     // It was started without a keeper after all: nobody is to look for its run.
     if (m_services.Keepers && job.Record().Run.isEmpty())
-        m_services.Store.RecordStart(job.Record());
+        RecordStartWithoutKeeper(job.JobID());
+}
+
+void Taskmill_JobContainer::RecordStartWithoutKeeper(int jobID)
+{
+    const Taskmill_Job *job = FindByJobID(jobID);
+    if (job && job->Status() == Taskmill_JobStatus::Running && !m_services.Store.RecordStart(job->Record()))
+        QTimer::singleShot(nextTry, this, [this, jobID] { RecordStartWithoutKeeper(jobID); });
 }

@@ -88,6 +88,7 @@ protected:
     [[nodiscard]] QList<Taskmill_Job *> RunningJobs() const;
 
 private:
+    void RecordStartWithoutKeeper(int jobID);
     void Append(Taskmill_Job *job);
     void AddFromProject(Taskmill_JobRecord record);
     /// False when there is no run to take over: the job has to wait.

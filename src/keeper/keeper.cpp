@@ -22,6 +22,7 @@ void Taskmill_Keeper::Run()
         WaitForSomething();
         TakeEnds();
         ForceAgainWhenDue();
+        ListenWhenDue();
         RecordEndWhenDue();
     }
     ReadRestOfOutput();
@@ -65,6 +66,7 @@ int Taskmill_Keeper::WaitMs() const
     add(m_killing == Killing::Asked, m_killAt);
     add(m_killing == Killing::Forced && m_hasChildren, m_forceAgainAt);
     add(m_retryAt > 0 && !m_isRecorded, m_retryAt);
+    add(m_listenAt > 0 && !m_isRecorded && !m_manager.IsOpen() && !m_listener.IsOpen(), m_listenAt);
     return next < 0 ? -1 : static_cast<int>(std::max(0LL, next - Taskmill_SteadyClockMs()));
 }
 
@@ -108,16 +110,14 @@ void Taskmill_Keeper::RecordEnd()
 
 bool Taskmill_Keeper::AppendLine(const std::string &line)
 {
-    const std::string text = m_isTorn ? '\n' + line : line;
+    // The line before it, of any keeper, may have been cut by a full disk; an empty line is none.
+    const std::string text = '\n' + line;
     int error = 0;
     const long long count = WriteToJournal(text, error);
-    m_isTorn = m_isTorn || count > 0;
-    if (count != static_cast<long long>(text.size())) {
-        errno = count < 0 ? error : ENOSPC;
-        return false;
-    }
-    m_isTorn = false;
-    return true;
+    if (count == static_cast<long long>(text.size()))
+        return true;
+    errno = count < 0 ? error : ENOSPC;
+    return false;
 }
 
 void Taskmill_Keeper::BeginKill(long long graceMs, Taskmill_RunEnd::By by)

@@ -69,6 +69,8 @@ private:
     // keepermanager.cpp: what is said to managers
     void ReadManager();
     void LoseManager();
+    /// For the next manager.
+    void ListenWhenDue();
     void TakeVisitor();
     void ReadVisitor();
     void StopListening();
@@ -91,8 +93,8 @@ private:
     bool m_hasMainEnded = false;
     bool m_hasChildren = false;
     bool m_isRecorded = false;
-    bool m_isTorn = false; ///< the last line of the journal that this keeper wrote is not whole
     long long m_retryAt = 0;
+    long long m_listenAt = 0; ///< when it is tried again; 0 for at once
     std::string m_failedFile;
     Taskmill_RunEnd m_end;
     long long m_processorUs = 0;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "keeper/keeper.h"
 
+#include "keeper/clock.h"
+
 void Taskmill_Keeper::ReadManager()
 {
     std::optional<Taskmill_KeeperMessage> message;
@@ -26,9 +28,18 @@ void Taskmill_Keeper::LoseManager()
 {
     m_manager.Close();
     m_watched = -1;
-    if (m_isRecorded)
+    ListenWhenDue();
+}
+
+void Taskmill_Keeper::ListenWhenDue()
+{
+    constexpr long long nextTryMs = 1000;
+    if (m_isRecorded || m_manager.IsOpen() || m_listener.IsOpen() || Taskmill_SteadyClockMs() < m_listenAt)
         return;
     m_listener = Taskmill_KeeperChannel::Listen(".", m_runID);
+    // On a full disk there is no room for its name.
+    if (!m_listener.IsOpen())
+        m_listenAt = Taskmill_SteadyClockMs() + nextTryMs;
 }
 
 void Taskmill_Keeper::StopListening()

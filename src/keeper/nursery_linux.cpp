@@ -85,10 +85,10 @@ bool Taskmill_KeeperNursery::OpenJournal()
     lock.l_whence = SEEK_SET;
     if (journal < 0 || fcntl(journal, F_OFD_SETLK, &lock) != 0)
         return false;
-    if (m_storeAt > 0)
+    if (m_journal >= 0) {
         fdatasync(m_journal);
-    if (m_journal >= 0)
         close(m_journal);
+    }
     m_journal = journal;
     m_startsInJournal = 0;
     return true;
@@ -237,6 +237,8 @@ void Taskmill_KeeperNursery::TakeOrder(Taskmill_KeeperMessage order, Taskmill_Ke
     if (m_startsInJournal >= mostStartsInJournal)
         static_cast<void>(OpenJournal());
     ++m_startsInJournal;
+    if (m_storeAt == 0)
+        m_storeAt = Taskmill_SteadyClockMs() + storeWithinMs;
     order.Add("boot", m_bootID);
     const pid_t keeper = fork();
     if (keeper == 0) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "manager/manager.h"
 
+#include "db/database.h"
+#include "db/databasemanager.h"
 #include "jobs/queuelessjobslist.h"
 #include "jobs/runofjob.h"
 #include "kilnutil/error.h"
@@ -23,6 +25,11 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+const Taskmill_Database *CurrentDatabase()
+{
+    return Taskmill_Database_Manager::Global().CurrentDatabase();
+}
+
 void ReportRemains(const Taskmill_JobRecord &job, const QList<qint64> &processIDs)
 {
     QStringList numbers;
@@ -71,6 +78,16 @@ void Taskmill_Manager::ConnectJobs()
     }
     if (!m_keepers)
         return;
+    m_keepers->SetStorage({.LastChange =
+                               [] {
+                                   const Taskmill_Database *database = CurrentDatabase();
+                                   return database ? database->LastCommit() : 0;
+                               },
+                           .IsStored =
+                               [](qint64 change) {
+                                   const Taskmill_Database *database = CurrentDatabase();
+                                   return !database || database->IsStored(change);
+                               }});
     m_finishedJobs.SetOutputOfRuns([this](const QString &run) {
         return Taskmill_Job::TextOfOutput(m_keepers->OutputOf(Taskmill_RunOfJob{run}.RunID));
     });

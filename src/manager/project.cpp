@@ -126,8 +126,7 @@ bool Taskmill_Project::Open(const QString &path, Taskmill_LeavingDialogue::Jobs 
         return report(
             u"The changes of the specified project since it was saved cannot be read now, perhaps because a disk is full:\n\n%1\n\nThey stay in %2."_s
                 .arg(u"%1"_s, QDir::toNativeSeparators(path)));
-    if (left && !Taskmill_ProblemOfProject(*left->Database).isEmpty())
-        left.reset();
+    recovery.SetAsideUnfit(left);
     Taskmill_OpenedFile opened;
     if (!left) {
         opened = Taskmill_OpenProjectFile(absolutePath, notices);
@@ -219,8 +218,7 @@ bool Taskmill_Project::OpenWithoutFile()
     QStringList notices;
     Taskmill_ProjectRecovery recovery{notices};
     auto left = recovery.FindNeverSaved();
-    if (left && !Taskmill_ProblemOfProject(*left->Database).isEmpty())
-        left.reset();
+    recovery.SetAsideUnfit(left);
     CloseProject();
     const bool isOpen = (left && TakeUp(std::move(*left), {})) || NewProject();
     m_notices += notices;

@@ -10,6 +10,7 @@
 #include "kilnutil/filelock.h"
 #include "kilnutil/logging.h"
 #include "manager/outbox.h"
+#include "manager/projectdatabase.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -176,6 +177,17 @@ Taskmill_ProjectRecovery::Candidate Taskmill_ProjectRecovery::Open(std::unique_p
     }
     candidate.copy = std::move(copy);
     return candidate;
+}
+
+void Taskmill_ProjectRecovery::SetAsideUnfit(std::optional<Taskmill_LeftProject> &left)
+{
+    const QString problem = left ? Taskmill_ProblemOfProject(*left->Database) : QString{};
+    if (problem.isEmpty())
+        return;
+    left->Database.reset();
+    m_notices += u"The changes since the last save cannot be taken up, and stay in %1 (%2)."_s.arg(
+        QDir::toNativeSeparators(left->Copy->SetAside()), problem);
+    left.reset();
 }
 
 void Taskmill_ProjectRecovery::SetAside(Candidate &candidate)

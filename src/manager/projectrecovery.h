@@ -46,6 +46,8 @@ public:
 
     /// The one of the project file that the lock is of.
     [[nodiscard]] std::optional<Taskmill_LeftProject> Find(const Taskmill_ProjectLock &projectLock);
+    /// Sets one aside whose content is no whole project, as after an error of its disk, and forgets it.
+    void SetAsideUnfit(std::optional<Taskmill_LeftProject> &left);
     /// The path of the one that Find() was to return, when it cannot be read now: the project must not be
     /// opened without it. Empty as a rule.
     [[nodiscard]] QString OutOfReach() const { return m_outOfReach; }

@@ -44,6 +44,8 @@ public:
     /// Nothing is left of the run, whose keeper is gone.
     void TakeSwept();
     [[nodiscard]] bool IsLost() const { return m_state == State::Lost; }
+    /// The process has ended that started its keeper, if it was of this program.
+    void LoseNursery() { m_isFromThisNursery = false; }
     [[nodiscard]] const std::string &RunID() const { return m_runID; }
 
 private:

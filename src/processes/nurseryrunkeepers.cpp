@@ -14,11 +14,14 @@
 
 #include <algorithm>
 #include <atomic>
+#include <iterator>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+/// Many at once are cheaper.
+constexpr int forgetAfterMs = 1000;
 /// How long a start waits for the process that starts keepers: it may have remains of many jobs to end.
 constexpr int nurseryWaitMs = 20'000;
 /// How long all adoptions of a start together wait for keepers that have not noticed yet that their manager
@@ -112,6 +115,13 @@ void KilnUtil_NurseryRunKeepers::LoseNursery()
         m_notifier.release()->deleteLater();
     }
     m_nursery.reset();
+    // What the keepers leave that it has started nobody ends unasked any more.
+    const QList<KilnUtil_KeptRun *> runs = m_runs;
+    for (KilnUtil_KeptRun *run : runs) {
+        run->LoseNursery();
+        if (run->IsLost())
+            QTimer::singleShot(0, run, [this, run] { AwaitSweep(*run, false); });
+    }
 }
 
 QString KilnUtil_NurseryRunKeepers::NewRunID() const
@@ -133,7 +143,9 @@ Taskmill_RunConnection KilnUtil_NurseryRunKeepers::StartRun(Taskmill_RunOrder or
 {
     order.owner = m_owner;
     if (m_nursery) {
-        if (Taskmill_RunConnection connection = m_nursery->StartRun(order); connection.IsOpen())
+        Taskmill_RunConnection connection = m_nursery->StartRun(order);
+        // What this program lacks no other nursery has.
+        if (connection.IsOpen() || m_nursery->IsOpen())
             return connection;
         LoseNursery();
     }
@@ -244,12 +256,6 @@ void KilnUtil_NurseryRunKeepers::ReadSwept()
         const std::optional<std::string> runID = m_nursery->ReceiveSwept();
         if (!m_nursery->IsOpen()) {
             LoseNursery();
-            // Nobody else ends what is left of those that wait.
-            const QList<KilnUtil_KeptRun *> runs = m_runs;
-            for (KilnUtil_KeptRun *run : runs) {
-                if (run->IsLost())
-                    AwaitSweep(*run, false);
-            }
             return;
         }
         if (!runID)
@@ -265,6 +271,8 @@ bool KilnUtil_NurseryRunKeepers::WaitForSweep(int waitMs)
     if (!m_nursery)
         return false;
     const std::optional<std::string> runID = m_nursery->ReceiveSwept(waitMs);
+    if (!m_nursery->IsOpen())
+        LoseNursery();
     if (!runID)
         return false;
     const auto run = std::ranges::find(m_runs, *runID, &KilnUtil_KeptRun::RunID);
@@ -280,36 +288,41 @@ QByteArray KilnUtil_NurseryRunKeepers::OutputOf(const QString &runID) const
 
 void KilnUtil_NurseryRunKeepers::TakeResult(const QString &runID)
 {
-    // Many at once are cheaper.
-    constexpr int waitMs = 1000;
     if (m_forgetsByItself && m_taken.empty())
-        QTimer::singleShot(waitMs, this, &KilnUtil_NurseryRunKeepers::ForgetSomeResults);
-    m_taken.push_back(runID.toStdString());
+        QTimer::singleShot(forgetAfterMs, this, &KilnUtil_NurseryRunKeepers::ForgetSomeResults);
+    m_taken.push_back({runID.toStdString(), m_storage.LastChange ? m_storage.LastChange() : 0});
 }
 
 void KilnUtil_NurseryRunKeepers::ForgetResults()
 {
-    Forget(std::exchange(m_taken, {}));
+    Forget(std::ssize(m_taken));
 }
 
 /// Hundreds may have ended at once, and the event loop is not to wait for all of them.
 void KilnUtil_NurseryRunKeepers::ForgetSomeResults()
 {
     constexpr std::ptrdiff_t mostAtOnce = 32;
-    const auto end = m_taken.begin() + std::min(mostAtOnce, std::ssize(m_taken));
-    const std::vector<std::string> some{m_taken.begin(), end};
-    m_taken.erase(m_taken.begin(), end);
-    Forget(some);
+    std::ptrdiff_t count = std::min(mostAtOnce, std::ssize(m_taken));
+    // After a loss of power the keeper's result is the only one, until the other is on the disk.
+    while (count > 0 && m_storage.IsStored &&
+           !m_storage.IsStored(m_taken[static_cast<std::size_t>(count) - 1].change))
+        --count;
+    Forget(count);
     if (!m_taken.empty())
-        QTimer::singleShot(0, this, &KilnUtil_NurseryRunKeepers::ForgetSomeResults);
+        QTimer::singleShot(count > 0 ? 0 : forgetAfterMs, this,
+                           &KilnUtil_NurseryRunKeepers::ForgetSomeResults);
 }
 
-void KilnUtil_NurseryRunKeepers::Forget(const std::vector<std::string> &taken)
+void KilnUtil_NurseryRunKeepers::Forget(std::ptrdiff_t count)
 {
-    if (taken.empty())
+    if (count == 0)
         return;
-    if (!m_journals.ClaimAll(taken, m_identity))
+    std::vector<std::string> runIDs;
+    std::transform(m_taken.begin(), m_taken.begin() + count, std::back_inserter(runIDs),
+                   [](const Taken &taken) { return taken.runID; });
+    m_taken.erase(m_taken.begin(), m_taken.begin() + count);
+    if (!m_journals.ClaimAll(runIDs, m_identity))
         qCWarning(Taskmill_ProcessesLog, "The keepers' results could not be taken: no room on the disk?");
-    for (const std::string &runID : taken)
+    for (const std::string &runID : runIDs)
         static_cast<void>(Taskmill_RunOutput{m_folder, runID}.Remove());
 }

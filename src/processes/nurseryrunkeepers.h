@@ -38,6 +38,7 @@ public:
     void TakeResult(const QString &runID) override;
     void ForgetResults() override;
     void SetForgetsByItself(bool forgets) override { m_forgetsByItself = forgets; }
+    void SetStorage(Storage storage) override { m_storage = std::move(storage); }
 
     // For the runs:
     [[nodiscard]] const std::string &Folder() const { return m_folder; }
@@ -57,7 +58,8 @@ private:
     [[nodiscard]] KilnUtil_FoundRun FindRecorded(const std::string &runID);
     void ReadSwept();
     void ForgetSomeResults();
-    void Forget(const std::vector<std::string> &taken);
+    /// The first so many of those that were taken.
+    void Forget(std::ptrdiff_t count);
     void LoseNursery();
 
     const std::string m_program;
@@ -70,7 +72,14 @@ private:
     QList<KilnUtil_KeptRun *> m_runs;
     Taskmill_RunJournals m_journals;
     qint64 m_waitedForAdoptionMs = 0;
-    std::vector<std::string> m_taken;
+    /// A result that is stored elsewhere.
+    struct Taken
+    {
+        std::string runID;
+        qint64 change = 0;
+    };
+    std::vector<Taken> m_taken; ///< in the order in which they were stored
+    Storage m_storage;
     static constexpr int LongestTurnMs = 4;
     QElapsedTimer m_turn;
     bool m_forgetsByItself = false;

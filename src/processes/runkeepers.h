@@ -57,8 +57,16 @@ public:
     virtual void TakeResult(const QString &runID) = 0;
     /// Removes what keepers have stored of the results that were taken.
     virtual void ForgetResults() = 0;
-    /// Has that done a moment after TakeResult() each time: where what is stored stays without further ado.
+    /// Has that done some time after TakeResult() each time, where what is stored stays without further ado.
     virtual void SetForgetsByItself(bool forgets) = 0;
+    /// Where results are stored: what was stored last, and whether all up to there is on the disk. Until it
+    /// is, no result is forgotten.
+    struct Storage
+    {
+        std::function<qint64()> LastChange;
+        std::function<bool(qint64 change)> IsStored;
+    };
+    virtual void SetStorage(Storage storage) = 0;
 
     /// Asks all runs of this program to end, as when the system is shut down, without waiting. Also off the
     /// main thread, and when no such object is there.

@@ -93,9 +93,12 @@ Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order
     // Many orders at once fill its queue, from which it takes one in a fraction of a millisecond.
     constexpr int waitMs = 5000;
     const Taskmill_RunLock lock{m_runFolder, order.runID};
-    if (!IsOpen() || !own.IsOpen() || !lock.IsHeld() ||
-        !m_channel.Send(order.ToMessage(), {static_cast<int>(keepers.Get()), lock.Get()}, waitMs))
+    if (!IsOpen() || !own.IsOpen() || !lock.IsHeld())
         return {};
+    if (!m_channel.Send(order.ToMessage(), {static_cast<int>(keepers.Get()), lock.Get()}, waitMs)) {
+        m_channel.Close();
+        return {};
+    }
     return Taskmill_RunConnection{std::move(own)};
 }
 

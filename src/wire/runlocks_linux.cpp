@@ -27,10 +27,11 @@ struct flock LockOf(off_t offset, off_t length)
 bool IsLockedByOther(const std::string &path, off_t offset, off_t length)
 {
     const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    // In doubt it is: what is taken for lost is ended, or started again.
     if (file < 0)
-        return false;
+        return errno != ENOENT;
     struct flock lock = LockOf(offset, length);
-    const bool isLocked = fcntl(file, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+    const bool isLocked = fcntl(file, F_OFD_GETLK, &lock) != 0 || lock.l_type != F_UNLCK;
     close(file);
     return isLocked;
 }

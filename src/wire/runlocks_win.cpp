@@ -43,7 +43,10 @@ void Close(std::intptr_t file)
 bool IsLockedByOther(const std::string &path, std::int64_t offset, DWORD exclusive)
 {
     const std::intptr_t file = OpenFile(path, GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING);
-    const bool isLocked = file != noFile && !Lock(file, offset, LOCKFILE_FAIL_IMMEDIATELY | exclusive);
+    // In doubt it is: what is taken for lost is ended, or started again.
+    if (file == noFile)
+        return GetLastError() != ERROR_FILE_NOT_FOUND && GetLastError() != ERROR_PATH_NOT_FOUND;
+    const bool isLocked = !Lock(file, offset, LOCKFILE_FAIL_IMMEDIATELY | exclusive);
     Close(file);
     return isLocked;
 }
