@@ -28,6 +28,49 @@ constexpr auto placeholderPrefix = "Placeholder "_L1;
 constexpr int placeholderDigits = 3;
 constexpr auto runField = "Run"_L1;
 constexpr auto exitCodeField = "ExitCode"_L1;
+/// The verdict alone, by which jobs are found, and everything that the output said, as JSON.
+constexpr auto resultField = "Result"_L1;
+constexpr auto resultDetailsField = "ResultDetails"_L1;
+
+struct MeasureField
+{
+    QLatin1StringView name;
+    std::optional<qint64> Taskmill_JobRecord::*value;
+};
+
+constexpr std::array measureFields{
+    MeasureField{"ProcessorMs"_L1, &Taskmill_JobRecord::ProcessorMs},
+    MeasureField{"PeakMemoryKB"_L1, &Taskmill_JobRecord::PeakMemoryKB},
+};
+
+/// What a finished job has besides.
+void AddFieldsOfEnd(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields &fields)
+{
+    // Of a completed job it is 0.
+    if (job.Status != Taskmill_JobStatus::Completed && job.ExitCode)
+        fields.insert(exitCodeField, QString::number(*job.ExitCode));
+    for (const MeasureField &field : measureFields) {
+        if (const std::optional<qint64> &value = job.*field.value)
+            fields.insert(field.name, QString::number(*value));
+    }
+    if (job.Result.IsOfKnownProgram()) {
+        fields.insert(resultField, job.Result.VerdictText());
+        fields.insert(resultDetailsField, job.Result.ToJson());
+    }
+}
+
+void SetFieldsOfEnd(Taskmill_JobRecord &job, const Taskmill_AddedFields::Fields &fields)
+{
+    bool isNumber = false;
+    if (const int code = fields.value(exitCodeField).toInt(&isNumber); isNumber)
+        job.ExitCode = code;
+    for (const MeasureField &field : measureFields) {
+        if (const qint64 value = fields.value(field.name).toLongLong(&isNumber); isNumber && value >= 0)
+            job.*field.value = value;
+    }
+    if (const QString details = fields.value(resultDetailsField); !details.isEmpty())
+        job.Result = Taskmill_JobResult::FromJson(details);
+}
 } // namespace
 
 Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
@@ -41,9 +84,8 @@ Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
         fields.remove(u"OutputFile"_s);
     if (!job.Run.isEmpty() && !job.IsFinished())
         fields.insert(runField, job.Run);
-    // Of a completed job it is 0.
-    if (job.IsFinished() && job.Status != Taskmill_JobStatus::Completed && job.ExitCode)
-        fields.insert(exitCodeField, QString::number(*job.ExitCode));
+    if (job.IsFinished())
+        AddFieldsOfEnd(job, fields);
     int number = 0;
     for (const auto &[name, value] : job.PlaceholderValues)
         fields.insert(placeholderPrefix + u"%1 "_s.arg(++number, placeholderDigits, 10, QChar{u'0'}) + name,
@@ -59,9 +101,8 @@ void Taskmill_SetFieldsOfJob(Taskmill_JobRecord &job, const Taskmill_AddedFields
     }
     if (!job.IsFinished())
         job.Run = fields.value(runField);
-    bool isNumber = false;
-    if (const int code = fields.value(exitCodeField).toInt(&isNumber); isNumber && job.IsFinished())
-        job.ExitCode = code;
+    else
+        SetFieldsOfEnd(job, fields);
     constexpr qsizetype nameBegin = placeholderPrefix.size() + placeholderDigits + 1;
     // The names are sorted, and with them the numbers.
     for (const auto &[name, value] : fields.asKeyValueRange()) {

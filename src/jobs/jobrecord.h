@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "jobs/jobresult.h"
 #include "jobs/jobstatus.h"
 #include "jobs/jobtime.h"
 #include "jobs/jobtype.h"
@@ -49,7 +50,10 @@ struct Taskmill_JobRecord
     Taskmill_JobTime Finished;
     qint32 JobID = 0;
     Taskmill_PlaceholderValues PlaceholderValues;
-    std::optional<qint32> ExitCode; ///< of a run that has ended; nothing when it is not known
+    std::optional<qint32> ExitCode;     ///< of a run that has ended; nothing when it is not known
+    std::optional<qint64> ProcessorMs;  ///< of everything that the run started; nothing when it is not known
+    std::optional<qint64> PeakMemoryKB; ///< of the largest process of the run; nothing when it is not known
+    Taskmill_JobResult Result;          ///< of a run that has ended
     qint64 EndMs = 0; ///< when the run ended, in ms since 1970, for its notification; no part of a stored job
     /// Where the run is found that the job has, or had when its project was saved; empty for none. No part of
     /// a finished job.

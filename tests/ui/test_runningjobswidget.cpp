@@ -140,8 +140,8 @@ private Q_SLOTS:
         // Rows that come while the menu is opened would move the one it is opened for.
         const auto showOnlyKnown = [&page](bool only) {
             QTest::mouseClick(page.onlyKnown, Qt::LeftButton);
-            return page.onlyKnown->isChecked() == only
-                && QTest::qWaitFor([&page] { return !page.running->IsReading(); });
+            return page.onlyKnown->isChecked() == only &&
+                   QTest::qWaitFor([&page] { return !page.running->IsReading(); });
         };
         const auto row = static_cast<int>(ColumnTexts(*page.table, 1).indexOf(processID));
         const QString name = jobs.JobAt(0)->Record().Name;
