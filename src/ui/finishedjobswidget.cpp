@@ -159,11 +159,11 @@ void Taskmill_FinishedJobsWidget::View(const Entries &entries, const QAction &ch
     const Taskmill_JobRecord record = *found;
     const Taskmill_JobRecord *job = &record;
     if (&chosen == entries.showLog)
-        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, m_jobs.OutputOf(*job));
+        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, m_jobs.OutputOf(*job), job->Result);
     else if (&chosen == entries.showInputFile)
         Taskmill_JobViewers::ShowInputFile(*m_frame, job->Name, job->InputFilePath);
     else if (&chosen == entries.showOutputFile)
-        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFilePath());
+        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFilePath(), job->Result);
 }
 
 void Taskmill_FinishedJobsWidget::RemoveSlot()
@@ -184,7 +184,7 @@ void Taskmill_FinishedJobsWidget::CellDoubleClickedSlot(int row, int column)
     const Taskmill_JobRecord record = *found;
     const Taskmill_JobRecord *job = &record;
     if (!job->OutputFilePath().isEmpty())
-        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFilePath());
+        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFilePath(), job->Result);
     else if (m_jobs.HasOutput(*job))
-        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, m_jobs.OutputOf(*job));
+        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, m_jobs.OutputOf(*job), job->Result);
 }

@@ -239,7 +239,7 @@ void Taskmill_QueueTab::View(const Entries &entries, const QAction &chosen, cons
     else if (&chosen == entries.streamOutputFile)
         Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath(), job.Process());
     else if (&chosen == entries.showLog)
-        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job.OutputNow());
+        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job.OutputNow(), record.Result);
     else if (&chosen == entries.streamLog && job.Process())
         Taskmill_JobViewers::StreamLog(*m_frame, record.Name, *job.Process());
 }
@@ -278,7 +278,7 @@ void Taskmill_QueueTab::CellDoubleClickedSlot(int row, int column)
     else if (isRunning && hasOnlyOutputText && job->Process())
         Taskmill_JobViewers::StreamLog(*m_frame, record.Name, *job->Process());
     else if (hasOnlyOutputText && job->HasOutput())
-        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job->OutputNow());
+        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job->OutputNow(), record.Result);
     else
         Taskmill_JobViewers::ShowInputFile(*m_frame, record.Name, record.InputFilePath);
 }

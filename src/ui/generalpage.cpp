@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: MIT
+#include "ui/generalpage.h"
+
+#include "manager/listings.h"
+#include "ui/statusicon.h"
+#include "widgets/contrast.h"
+
+#include <QEvent>
+#include <QScrollBar>
+#include <QTextDocument>
+#include <QTextEdit>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int markSize = 16;
+constexpr int charactersOfGroup = 42;
+const QUrl markUrl{u"mark:status"_s};
+
+/// What stands side by side: headers of fields.
+const QList<QStringList> &Groups()
+{
+    static const QList<QStringList> groups{
+        {u"Status"_s, u"Queue"_s, u"Job Type"_s, u"Job ID"_s},
+        {u"Submitted"_s, u"Started"_s, u"Finished"_s, u"Elapsed"_s},
+        {u"Processor Time"_s, u"Peak Memory"_s, u"Exit Code"_s},
+    };
+    return groups;
+}
+
+/// What says nothing that the other fields do not.
+bool IsLeftOut(const QString &header, const Taskmill_JobRecord &job)
+{
+    if (header == "Name"_L1 || header == "Result"_L1)
+        return true;
+    return job.ClientName.isEmpty() && header.startsWith("Client"_L1);
+}
+
+QString TextOfResult(const Taskmill_JobResult &result)
+{
+    switch (result.Verdict) {
+    case Taskmill_Verdict::Normal:
+        return u"Ended normally"_s;
+    case Taskmill_Verdict::NotConverged:
+        return u"Not converged"_s;
+    case Taskmill_Verdict::Error:
+        return u"Error"_s;
+    case Taskmill_Verdict::None:
+        break;
+    }
+    return u"The output does not say how the calculation ended"_s;
+}
+
+/// Such as "Ended normally, xtb 6.6.1, 12 steps, -42.154321 hartree".
+QString SummaryOf(const Taskmill_JobResult &result)
+{
+    QStringList parts{TextOfResult(result), (result.Program + u' ' + result.Version).trimmed()};
+    if (result.Steps > 0)
+        parts += result.Steps == 1 ? u"1 step"_s : u"%1 steps"_s.arg(result.Steps);
+    if (!result.Energies.isEmpty())
+        parts += u"%1 hartree"_s.arg(result.Energies.last(), 0, 'f', 6);
+    return parts.join(u", "_s);
+}
+
+QString Escaped(const QString &text)
+{
+    return text.toHtmlEscaped().replace(u'\n', "<br>"_L1);
+}
+} // namespace
+
+Taskmill_GeneralPage::Taskmill_GeneralPage(QWidget *parent)
+    : Taskmill_DetailsPage{parent}
+    , m_text{new QTextEdit{this}}
+{
+    m_text->setReadOnly(true);
+    m_text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    m_text->setFrameShape(QFrame::NoFrame);
+    m_text->setTabChangesFocus(true);
+    m_text->setAccessibleName(u"Details of the job"_s);
+    m_text->document()->setDocumentMargin(fontMetrics().height() / 2.0);
+    auto *layout = new QVBoxLayout{this};
+    layout->setContentsMargins({});
+    layout->addWidget(m_text);
+    setFocusProxy(m_text);
+}
+
+void Taskmill_GeneralPage::ShowJob(const Taskmill_ShownJob &job)
+{
+    const bool isSame = m_job && m_job->Record.JobID == job.Record.JobID;
+    // What the user is about to copy stays.
+    if (isSame && m_text->textCursor().hasSelection())
+        return;
+    m_job = job;
+    const int place = isSame ? m_text->verticalScrollBar()->value() : 0;
+    Update();
+    m_text->verticalScrollBar()->setValue(place);
+}
+
+int Taskmill_GeneralPage::GroupsBeside() const
+{
+    const int room = m_text->viewport()->width() / (fontMetrics().averageCharWidth() * charactersOfGroup);
+    return qBound(1, room, static_cast<int>(Groups().size()));
+}
+
+QString Taskmill_GeneralPage::Html() const
+{
+    const Taskmill_JobRecord &job = m_job->Record;
+    const Taskmill_Columns<Taskmill_JobRecord> &fields = Taskmill_Listings::JobFields();
+    const QStringList headers = fields.Headers();
+    const QString dimmed = KilnUtil_Contrast::PlaceholderColour(m_text->palette()).name();
+    const auto name = [&](const QString &header) {
+        return u"<td style='color:%1; white-space:pre'>%2</td>"_s.arg(dimmed, header.toHtmlEscaped());
+    };
+    const auto text = [&](const QString &header) {
+        const int column = static_cast<int>(headers.indexOf(header));
+        const QString value = column < 0 ? QString{} : Escaped(fields.Text(job, column));
+        return header == "Status"_L1 ? u"<img src='%1'> "_s.arg(markUrl.toString()) + value : value;
+    };
+    const int beside = GroupsBeside();
+    const int cells = 2 * beside;
+    QString html = u"<p style='margin-bottom:6px'><b>%1</b></p><table cellspacing='0' cellpadding='2'>"_s.arg(
+        Escaped(job.Name));
+    const auto addRow = [&](const QString &header, const QString &value) {
+        html += u"<tr>%1<td colspan='%2'>%3</td></tr>"_s.arg(name(header)).arg(cells - 1).arg(value);
+    };
+    if (job.Result.IsOfKnownProgram()) {
+        addRow(u"Result"_s, Escaped(SummaryOf(job.Result)));
+        if (!job.Result.Message.isEmpty())
+            addRow(u"Line"_s, u"<code>%1</code>"_s.arg(Escaped(job.Result.Message)));
+    }
+    QStringList shown;
+    for (qsizetype first = 0; first < Groups().size(); first += beside) {
+        const QList<QStringList> groups = Groups().mid(first, beside);
+        qsizetype rows = 0;
+        for (const QStringList &group : groups)
+            rows = qMax(rows, group.size());
+        for (qsizetype row = 0; row < rows; ++row) {
+            html += "<tr>"_L1;
+            for (const QStringList &group : groups) {
+                const QString header = group.value(row);
+                shown += header;
+                html += headers.contains(header)
+                            ? name(header) + u"<td style='padding-right:28px'>%1</td>"_s.arg(text(header))
+                            : u"<td></td><td></td>"_s;
+            }
+            html += "</tr>"_L1;
+        }
+    }
+    for (const QString &header : headers) {
+        const QString value = shown.contains(header) || IsLeftOut(header, job) ? QString{} : text(header);
+        if (!value.isEmpty())
+            addRow(header, value);
+    }
+    return html + "</table>"_L1;
+}
+
+void Taskmill_GeneralPage::Update()
+{
+    if (!m_job)
+        return;
+    const QString html = Html();
+    if (html == m_html)
+        return;
+    m_html = html;
+    QTextDocument &document = *m_text->document();
+    document.clear();
+    document.addResource(QTextDocument::ImageResource, markUrl,
+                         Taskmill_StatusIcon(m_job->Record.Status)
+                             .pixmap(QSize{markSize, markSize}, devicePixelRatioF()));
+    m_text->setHtml(html);
+}
+
+void Taskmill_GeneralPage::resizeEvent(QResizeEvent *event)
+{
+    Taskmill_DetailsPage::resizeEvent(event);
+    Update();
+}
+
+void Taskmill_GeneralPage::changeEvent(QEvent *event)
+{
+    Taskmill_DetailsPage::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange)
+        Update();
+}
