@@ -21,7 +21,7 @@ constexpr std::array Taskmill_CtlCommands{
     Taskmill_CtlCommand{"submit", "FILE...", 1, Taskmill_AnyNumber,
                         "Submit a job for each input file to a running manager.", false},
     Taskmill_CtlCommand{"test", "", 0, 0, "Tell whether a manager answers.", false},
-    Taskmill_CtlCommand{"show", "", 0, 0, "Show the manager's window.", false},
+    Taskmill_CtlCommand{"show", "[N]", 0, 1, "Show the manager's window, with job N chosen.", false},
     Taskmill_CtlCommand{"hide", "", 0, 0, "Hide the manager's window.", false},
     Taskmill_CtlCommand{"list", "[LIST]", 0, 1,
                         "List the manager's jobs: long, short, queueless, finished, or all.", false},

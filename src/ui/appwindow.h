@@ -13,6 +13,7 @@
 
 #include <QPointer>
 
+class Taskmill_DetailsSwitch;
 class Taskmill_Manager;
 class Taskmill_ProjectMenu;
 class Taskmill_ProjectOffer;
@@ -37,6 +38,8 @@ public:
     void Prepare();
     /// Restores the tool bars and shows the tray icon, when a project is open.
     void ShowTrayIcon();
+    /// Brings the window to the front, with the job chosen in its list, if it is in one.
+    void ShowJob(int jobID);
     /// Says what the user must know when the program has started, and asks about the jobs that ran when the
     /// project was closed.
     void SpeakAtStart();
@@ -76,6 +79,9 @@ private:
     void FillWindow();
     void FillMenus();
     void Fill(Taskmill_Page page, Taskmill_QueueTab &tab);
+    /// Puts the tab's table, and the details of its jobs beneath, into their page.
+    void PutIn(Taskmill_Page page, const Taskmill_TabWithJobs &tab);
+    [[nodiscard]] QString ProgressOf(int jobID) const;
     void ConnectWindow();
     void RestoreToolBars();
     void UpdateWindowTitle();
@@ -98,6 +104,7 @@ private:
     Taskmill_RunningJobsWidget m_runningJobs;
     Taskmill_FinishedJobsWidget m_finishedJobs;
     Taskmill_JobTypesWidget m_jobTypes;
+    Taskmill_DetailsSwitch *const m_detailsSwitch;
     Taskmill_OpenFilesDialog m_openFilesDialog;
     Taskmill_JobSummary m_summary;
     Taskmill_TrayPresence m_tray;

@@ -188,3 +188,21 @@ void Taskmill_FinishedJobsWidget::CellDoubleClickedSlot(int row, int column)
     else if (m_jobs.HasOutput(*job))
         Taskmill_JobViewers::ShowLog(*m_frame, job->Name, m_jobs.OutputOf(*job), job->Result);
 }
+
+std::optional<Taskmill_ShownJob> Taskmill_FinishedJobsWidget::CurrentJob() const
+{
+    const Taskmill_JobRecord *job = m_frame ? JobAt(m_table->CurrentPosition()) : nullptr;
+    if (!job)
+        return std::nullopt;
+    return Taskmill_ShownJob{
+        .Record = *job, .Process = {}, .Printed = [this, record = *job] { return m_jobs.OutputOf(record); }};
+}
+
+void Taskmill_FinishedJobsWidget::ViewOutput(const Taskmill_ShownJob &job) const
+{
+    const Taskmill_JobRecord &record = job.Record;
+    if (Taskmill_JobViewers::HasFile(record.OutputFilePath()))
+        Taskmill_JobViewers::ShowOutputFile(*m_frame, record.Name, record.OutputFilePath(), record.Result);
+    else
+        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, m_jobs.OutputOf(record), record.Result);
+}

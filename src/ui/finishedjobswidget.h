@@ -3,6 +3,7 @@
 
 #include "ui/finishedjobsmodel.h"
 #include "ui/pageframe.h"
+#include "ui/shownjob.h"
 #include "ui/tabmenu.h"
 
 class KilnUtil_TableWidget;
@@ -13,7 +14,9 @@ class Taskmill_TableFiller;
 struct Taskmill_JobRecord;
 
 /// The finished-jobs tab.
-class Taskmill_FinishedJobsWidget final : public QObject, public Taskmill_TabWithMenu
+class Taskmill_FinishedJobsWidget final : public QObject,
+                                          public Taskmill_TabWithMenu,
+                                          public Taskmill_TabWithJobs
 {
     Q_OBJECT
 
@@ -30,6 +33,11 @@ public:
     void SelectJobs(const QList<int> &jobIDs);
     void FillMenu(Taskmill_TabMenu &menu) override;
     [[nodiscard]] QString HelpId() const override;
+
+    [[nodiscard]] std::optional<Taskmill_ShownJob> CurrentJob() const override;
+    [[nodiscard]] KilnUtil_TableWidget &JobTable() const override { return *m_table; }
+    [[nodiscard]] QFrame *Page() const override { return m_frame; }
+    void ViewOutput(const Taskmill_ShownJob &job) const override;
 
 public Q_SLOTS:
     void CellDoubleClickedSlot(int row, int column);

@@ -63,6 +63,8 @@ QVariant Taskmill_JobTableModel::data(const QModelIndex &index, int role) const
         return SortValueOf(index.row(), index.column());
     case Qt::DecorationRole:
         return index.column() == m_statusColumn ? Taskmill_StatusIcon(StatusOfRow(index.row())) : QVariant{};
+    case Qt::ToolTipRole:
+        return index.column() == m_statusColumn ? ProgressOf(index.row()) : QVariant{};
     case Qt::TextAlignmentRole:
         return QVariant{Qt::AlignLeft | Qt::AlignVCenter};
     case KilnUtil_TableSortProxy::PositionRole:
@@ -70,6 +72,14 @@ QVariant Taskmill_JobTableModel::data(const QModelIndex &index, int role) const
     default:
         return {};
     }
+}
+
+QVariant Taskmill_JobTableModel::ProgressOf(qsizetype row) const
+{
+    if (!m_progressText || StatusOfRow(row) != Taskmill_JobStatus::Running)
+        return {};
+    const QString text = m_progressText(JobIDOfRow(row));
+    return text.isEmpty() ? QVariant{} : text;
 }
 
 QVariant Taskmill_JobTableModel::SortValueOf(qsizetype row, int column) const

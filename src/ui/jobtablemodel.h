@@ -10,6 +10,7 @@
 #include <QList>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 
 /// What the tables of jobs have in common: their columns, the mark beside the status, the role that leads
@@ -23,6 +24,9 @@ public:
     [[nodiscard]] int columnCount(const QModelIndex &parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
     [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+    /// What the tool tip of a running job's status says; nothing is shown for an empty text.
+    void SetProgressText(std::function<QString(int jobID)> text) { m_progressText = std::move(text); }
 
 protected:
     /// The columns outlive the model.
@@ -59,6 +63,7 @@ protected:
 
 private:
     [[nodiscard]] QVariant SortValueOf(qsizetype row, int column) const;
+    [[nodiscard]] QVariant ProgressOf(qsizetype row) const;
     /// Leads the places that views hold to where their rows are now.
     void FinishNewLayout(const KilnUtil_RowRanges &gone);
 
@@ -66,4 +71,5 @@ private:
     const QStringList m_headers;
     const int m_jobIDColumn;
     const int m_statusColumn;
+    std::function<QString(int jobID)> m_progressText;
 };

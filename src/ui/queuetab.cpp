@@ -287,3 +287,38 @@ void Taskmill_QueueTab::FilesDroppedSlot(const QStringList &filePaths)
 {
     Q_EMIT FilesDroppedSignal(filePaths, m_owner.Destination());
 }
+
+std::optional<Taskmill_ShownJob> Taskmill_QueueTab::CurrentJob() const
+{
+    const Taskmill_Job *job = m_frame ? JobOf(m_model->JobIDAt(m_table->CurrentPosition())) : nullptr;
+    return job ? std::optional{Taskmill_ShownJob{.Record = job->Record(), .Process = job->Process()}}
+               : std::nullopt;
+}
+
+void Taskmill_QueueTab::ViewOutput(const Taskmill_ShownJob &job) const
+{
+    const Taskmill_JobRecord &record = job.Record;
+    if (Taskmill_JobViewers::HasFile(record.OutputFilePath()))
+        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath(), job.Process);
+    else if (job.Process)
+        Taskmill_JobViewers::StreamLog(*m_frame, record.Name, *job.Process);
+}
+
+void Taskmill_QueueTab::SetProgressText(const std::function<QString(int jobID)> &text)
+{
+    m_model->SetProgressText(text);
+}
+
+bool Taskmill_QueueTab::ChooseJob(int jobID)
+{
+    FillTable();
+    for (int row = 0; row < m_table->model()->rowCount(); ++row) {
+        if (m_model->JobIDAt(m_table->PositionAt(row)) != jobID)
+            continue;
+        m_table->selectRow(row);
+        m_table->scrollTo(m_table->model()->index(row, 0));
+        m_table->setFocus();
+        return true;
+    }
+    return false;
+}

@@ -3,6 +3,7 @@
 
 #include "jobs/destination.h"
 #include "ui/pageframe.h"
+#include "ui/shownjob.h"
 #include "ui/tabmenu.h"
 
 #include <QObject>
@@ -21,7 +22,7 @@ class Taskmill_TableFiller;
 
 /// The visible half of the three queue tabs: the page with the table of the jobs, and what its menu, double
 /// clicks and drops do.
-class Taskmill_QueueTab : public QObject, public Taskmill_TabWithMenu
+class Taskmill_QueueTab : public QObject, public Taskmill_TabWithMenu, public Taskmill_TabWithJobs
 {
     Q_OBJECT
 
@@ -33,6 +34,15 @@ public:
     void FillTable();
     void FillMenu(Taskmill_TabMenu &menu) override;
     [[nodiscard]] QString HelpId() const override { return m_helpId; }
+
+    [[nodiscard]] std::optional<Taskmill_ShownJob> CurrentJob() const override;
+    [[nodiscard]] KilnUtil_TableWidget &JobTable() const override { return *m_table; }
+    [[nodiscard]] QFrame *Page() const override { return m_frame; }
+    void ViewOutput(const Taskmill_ShownJob &job) const override;
+    /// Makes the job's row the current one, and shows it. False when the tab does not have the job.
+    bool ChooseJob(int jobID);
+    /// What the tool tip of a running job's status says; see Taskmill_JobTableModel.
+    void SetProgressText(const std::function<QString(int jobID)> &text);
 
 public Q_SLOTS:
     void FilesDroppedSlot(const QStringList &filePaths);
