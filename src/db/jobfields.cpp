@@ -27,6 +27,7 @@ constexpr std::array fileFields{
 constexpr auto placeholderPrefix = "Placeholder "_L1;
 constexpr int placeholderDigits = 3;
 constexpr auto runField = "Run"_L1;
+constexpr auto clientResultField = "ClientResult"_L1;
 constexpr auto exitCodeField = "ExitCode"_L1;
 /// The verdict alone, by which jobs are found, and everything that the output said, as JSON.
 constexpr auto resultField = "Result"_L1;
@@ -53,10 +54,7 @@ void AddFieldsOfEnd(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields 
         if (const std::optional<qint64> &value = job.*field.value)
             fields.insert(field.name, QString::number(*value));
     }
-    if (job.Result.IsOfKnownProgram()) {
-        fields.insert(resultField, job.Result.VerdictText());
-        fields.insert(resultDetailsField, job.Result.ToJson());
-    }
+    Taskmill_SetResultField(fields, job.Result);
 }
 
 void SetFieldsOfEnd(Taskmill_JobRecord &job, const Taskmill_AddedFields::Fields &fields)
@@ -73,6 +71,17 @@ void SetFieldsOfEnd(Taskmill_JobRecord &job, const Taskmill_AddedFields::Fields 
 }
 } // namespace
 
+void Taskmill_SetResultField(Taskmill_AddedFields::Fields &fields, const Taskmill_JobResult &result)
+{
+    if (result.IsOfKnownProgram()) {
+        fields.insert(resultField, result.VerdictText());
+        fields.insert(resultDetailsField, result.ToJson());
+    } else {
+        fields.remove(resultField);
+        fields.remove(resultDetailsField);
+    }
+}
+
 Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
 {
     Taskmill_AddedFields::Fields fields;
@@ -84,6 +93,8 @@ Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
         fields.remove(u"OutputFile"_s);
     if (!job.Run.isEmpty() && !job.IsFinished())
         fields.insert(runField, job.Run);
+    if (job.ClientResult)
+        fields.insert(clientResultField, u"yes"_s);
     if (job.IsFinished())
         AddFieldsOfEnd(job, fields);
     int number = 0;
@@ -99,6 +110,7 @@ void Taskmill_SetFieldsOfJob(Taskmill_JobRecord &job, const Taskmill_AddedFields
         if (const QString text = fields.value(field.name); !text.isEmpty())
             job.*field.text = text;
     }
+    job.ClientResult = fields.value(clientResultField) == "yes"_L1;
     if (!job.IsFinished())
         job.Run = fields.value(runField);
     else

@@ -2,13 +2,13 @@
 #pragma once
 
 #include "engines/programresult.h"
+#include "processes/processoutput.h"
 
 #include <QByteArray>
 #include <QDateTime>
 #include <QString>
 #include <QStringList>
 
-#include <functional>
 #include <memory>
 #include <vector>
 
@@ -17,10 +17,6 @@ class Taskmill_OutputReader;
 
 /// What an output says, as of some moment.
 using Taskmill_ResultState = std::shared_ptr<const Taskmill_ProgramResult>;
-
-/// Returns the bytes of what a run prints from the offset on, at most so many, and moves the offset behind
-/// them. `hasEnded` says that nobody writes any more. Called on the thread that reads.
-using Taskmill_PrintedReader = std::function<QByteArray(qint64 &offset, qint64 most, bool hasEnded)>;
 
 /// The files in which the output of a job is looked for. Times are those of the clock on the wall, as
 /// Taskmill_JobTime::ClockTime() has them.
@@ -48,7 +44,7 @@ public:
 
     /// What the job prints counts where its files are of no known program. One of the three, and it replaces
     /// what was set before.
-    void SetPrinted(const Taskmill_PrintedReader &read);
+    void SetPrinted(const KilnUtil_PrintedReader &read);
     void SetPrinted(const QString &whole);
     /// The next piece of it.
     void AddPrinted(const QByteArray &piece);
@@ -62,6 +58,7 @@ public:
     [[nodiscard]] bool Advance(qint64 most);
     /// Whether the job has ended and everything is read.
     [[nodiscard]] bool IsComplete() const;
+    [[nodiscard]] bool HasEnded() const { return m_hasEnded; }
     [[nodiscard]] bool IsOfKnownProgram() const;
     /// Whether there is another state since the last State().
     [[nodiscard]] bool HasChanged() const { return m_hasChanged; }

@@ -11,6 +11,7 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -19,6 +20,7 @@
 class KilnUtil_RunKeepers;
 class Taskmill_Job;
 class Taskmill_ResultWorker;
+struct Taskmill_ResultReport;
 struct Taskmill_JobRecord;
 
 /// Reads what the outputs of jobs say of their calculations: of running jobs while their outputs grow, of
@@ -84,8 +86,9 @@ private:
         qint64 Number = 0;
         QPointer<const Taskmill_Job> Job;
         Taskmill_ResultState State{};
-        bool IsFollowed = false; ///< the thread knows it
-        qint64 Taken = 0;        ///< of what it printed, where that is in the memory of this program
+        bool HasFiles = false;   ///< which the thread has looked at
+        bool IsFollowed = false; ///< so is what it prints
+        qint64 Taken = 0;        ///< of that, where it is in the memory of this program
     };
     /// Of a job that has ended.
     struct Ended
@@ -99,23 +102,25 @@ private:
         Progress Take;
     };
 
-    void Begin(const Taskmill_Job &job, bool hasJustStarted);
+    void Begin(const Taskmill_Job &job, const Taskmill_OutputFiles &files);
+    void Drop(int jobID, qint64 number);
     void FollowNewSlot();
     void TakePrintedSlot();
-    void TakeReports();
-    void TakeReport(qint64 number, const Taskmill_ResultState &state, bool isComplete);
-    [[nodiscard]] Taskmill_PrintedReader PrintedBy(const QString &run) const;
+    void TakeReportsSlot();
+    void TakeReport(const Taskmill_ResultReport &report);
+    [[nodiscard]] KilnUtil_PrintedReader PrintedBy(const QString &run) const;
     [[nodiscard]] Taskmill_ResultWorker &Worker();
-    void Drop(qint64 number);
 
     KilnUtil_RunKeepers *const m_keepers;
     const std::chrono::milliseconds m_interval;
     std::unique_ptr<Taskmill_ResultWorker> m_worker; ///< made when it is first needed
     qint64 m_lastNumber = 0;
-    QHash<int, Running> m_running;    ///< by job number
-    QHash<qint64, int> m_jobOfNumber; ///< of these
-    QHash<qint64, Ended> m_ended;     ///< by number, as the next
+    QHash<int, Running> m_running; ///< by job number
+    QHash<qint64, int> m_jobs;     ///< these, by number
+    QHash<qint64, Ended> m_ended;  ///< by number, as the next
     QHash<qint64, Reading> m_readings;
-    QTimer m_newTimer;     ///< until those that were started just now are followed
+    QTimer m_newTimer; ///< until those that were started just now are followed
+    /// Bytes that are on their way to the thread.
+    const std::shared_ptr<std::atomic<qint64>> m_underWay = std::make_shared<std::atomic<qint64>>(0);
     QTimer m_printedTimer; ///< while jobs print into the memory of this program
 };

@@ -3,6 +3,7 @@
 
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QLocale>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -97,6 +98,38 @@ QJsonValue EnvironmentInJson(const JobType &jobType)
     return QJsonArray::fromStringList(jobType.EnvironmentVariables.split(u'\n', Qt::SkipEmptyParts));
 }
 
+QString Result(const Job &job)
+{
+    return job.Result.VerdictText();
+}
+
+QString ResultLine(const Job &job)
+{
+    return job.Result.Message;
+}
+
+QString ResultProgram(const Job &job)
+{
+    return (job.Result.Program + u' ' + job.Result.Version).trimmed();
+}
+
+QString ResultSteps(const Job &job)
+{
+    return job.Result.Steps > 0 ? QString::number(job.Result.Steps) : QString{};
+}
+
+QString ResultEnergy(const Job &job)
+{
+    return job.Result.Energies.isEmpty()
+               ? QString{}
+               : u"%1 hartree"_s.arg(job.Result.Energies.last(), 0, 'g', QLocale::FloatingPointShortest);
+}
+
+QJsonValue ResultInJson(const Job &job)
+{
+    return job.Result.IsOfKnownProgram() ? QJsonValue{job.Result.Json()} : QJsonValue{};
+}
+
 /// A new field goes to the end, so that the columns before it stay where they are.
 const QList<JobField> &AllJobFields()
 {
@@ -144,6 +177,11 @@ const QList<JobField> &AllJobFields()
         {{.header = u"Client User and Group"_s, .cell = ClientUserAndGroup}},
         {{.header = u"Client Is Notified"_s, .cell = IsClientNotified}},
         {{.header = u"Exit Code"_s, .key = u"exitcode"_s, .cell = ExitCodeText, .json = ExitCodeInJson}},
+        {{.header = u"Result"_s, .key = u"result"_s, .cell = Result, .json = ResultInJson}},
+        {{.header = u"Result Line"_s, .cell = ResultLine}},
+        {{.header = u"Program"_s, .cell = ResultProgram}},
+        {{.header = u"Optimization Steps"_s, .cell = ResultSteps}},
+        {{.header = u"Last Energy"_s, .cell = ResultEnergy}},
     };
     return fields;
 }
