@@ -97,8 +97,8 @@ void Taskmill_AppWindow::Fill(Taskmill_Page page, Taskmill_QueueTab &tab)
 
 void Taskmill_AppWindow::PutIn(Taskmill_Page page, const Taskmill_TabWithJobs &tab)
 {
-    m_window.SetContent(page, new Taskmill_DetailsSplitter{PageOf(page), tab, m_manager.Results(),
-                                                           *m_detailsSwitch});
+    m_window.SetContent(page, new Taskmill_DetailsSplitter{PageOf(page), tab, m_finishedJobs,
+                                                           m_manager.Results(), *m_detailsSwitch});
 }
 
 QString Taskmill_AppWindow::ProgressOf(int jobID) const
@@ -204,9 +204,10 @@ void Taskmill_AppWindow::ShowJob(int jobID)
         ShowFinishedJobs({jobID});
         return;
     }
-    for (const auto &[page, tab] : {std::pair<Taskmill_Page, Taskmill_QueueTab *>{Taskmill_Page::LongJobs, &m_longJobs},
-                                    {Taskmill_Page::ShortJobs, &m_shortJobs},
-                                    {Taskmill_Page::QueuelessJobs, &m_queuelessJobs}}) {
+    for (const auto &[page, tab] :
+         {std::pair<Taskmill_Page, Taskmill_QueueTab *>{Taskmill_Page::LongJobs, &m_longJobs},
+          {Taskmill_Page::ShortJobs, &m_shortJobs},
+          {Taskmill_Page::QueuelessJobs, &m_queuelessJobs}}) {
         if (tab->ChooseJob(jobID))
             m_window.Tabs().setCurrentIndex(static_cast<int>(page));
     }

@@ -23,10 +23,11 @@ constexpr int clockMs = 1000;
 } // namespace
 
 Taskmill_DetailsPane::Taskmill_DetailsPane(QWidget *parent, const Taskmill_TabWithJobs &tab,
-                                           Taskmill_JobResults &results,
+                                           const Taskmill_TabWithJobs &ended, Taskmill_JobResults &results,
                                            Taskmill_DetailsSwitch &detailsSwitch)
     : QWidget{parent}
     , m_tab{tab}
+    , m_ended{ended}
     , m_switch{detailsSwitch}
     , m_layout{new QStackedLayout{this}}
     , m_empty{new QLabel{u"Choose a job to see its details."_s, this}}
@@ -59,10 +60,7 @@ void Taskmill_DetailsPane::MakePages(Taskmill_JobResults &results)
     AddPage(output, u"Output"_s);
     AddPage(new Taskmill_ProgressPage{m_pages, results}, u"Progress"_s);
     AddPage(input, u"Input"_s);
-    connect(output, &Taskmill_TextPage::ViewSignal, this, [this] {
-        if (m_job)
-            m_tab.ViewOutput(*m_job);
-    });
+    connect(output, &Taskmill_TextPage::ViewSignal, this, &Taskmill_DetailsPane::ViewOutput);
     connect(input, &Taskmill_TextPage::ViewSignal, this, [this] {
         if (m_job)
             Taskmill_JobViewers::ShowInputFile(*this, m_job->Record.Name, m_job->Record.InputFilePath);
@@ -105,12 +103,26 @@ Taskmill_DetailsPage *Taskmill_DetailsPane::CurrentPage() const
     return qobject_cast<Taskmill_DetailsPage *>(m_pages->currentWidget());
 }
 
+std::optional<Taskmill_ShownJob> Taskmill_DetailsPane::JobToShow() const
+{
+    std::optional<Taskmill_ShownJob> job = m_tab.CurrentJob();
+    if (job || !m_job || m_tab.JobTable().currentIndex().isValid())
+        return job;
+    return m_ended.JobOfNumber(m_job->Record.JobID);
+}
+
+void Taskmill_DetailsPane::ViewOutput() const
+{
+    if (m_job)
+        (m_job->Record.IsFinished() ? m_ended : m_tab).ViewOutput(*m_job);
+}
+
 void Taskmill_DetailsPane::UpdateSlot()
 {
     if (!isVisible())
         return;
     m_soon.stop();
-    m_job = m_tab.CurrentJob();
+    m_job = JobToShow();
     m_layout->setCurrentWidget(m_job ? static_cast<QWidget *>(m_pages) : m_empty);
     if (m_job)
         CurrentPage()->ShowJob(*m_job);

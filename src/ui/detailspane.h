@@ -21,9 +21,10 @@ class Taskmill_DetailsPane final : public QWidget
     Q_OBJECT
 
 public:
-    /// All of them outlive this.
-    Taskmill_DetailsPane(QWidget *parent, const Taskmill_TabWithJobs &tab, Taskmill_JobResults &results,
-                         Taskmill_DetailsSwitch &detailsSwitch);
+    /// All of them outlive this. A job that leaves the tab for the one of the ended jobs stays shown until
+    /// another row is chosen.
+    Taskmill_DetailsPane(QWidget *parent, const Taskmill_TabWithJobs &tab, const Taskmill_TabWithJobs &ended,
+                         Taskmill_JobResults &results, Taskmill_DetailsSwitch &detailsSwitch);
 
     /// The job that is shown; nothing when there is none.
     [[nodiscard]] const std::optional<Taskmill_ShownJob> &Job() const { return m_job; }
@@ -44,8 +45,11 @@ private:
     void FollowTable();
     void PageChangedSlot();
     [[nodiscard]] Taskmill_DetailsPage *CurrentPage() const;
+    [[nodiscard]] std::optional<Taskmill_ShownJob> JobToShow() const;
+    void ViewOutput() const;
 
     const Taskmill_TabWithJobs &m_tab;
+    const Taskmill_TabWithJobs &m_ended;
     Taskmill_DetailsSwitch &m_switch;
     QStackedLayout *m_layout;
     QLabel *m_empty;

@@ -4,6 +4,7 @@
 #include "ui/detailspane.h"
 #include "ui/detailsswitch.h"
 #include "ui/shownjob.h"
+#include "widgets/tablewidget.h"
 
 #include <QFrame>
 #include <QVBoxLayout>
@@ -14,10 +15,12 @@ constexpr int saveDelayMs = 500;
 }
 
 Taskmill_DetailsSplitter::Taskmill_DetailsSplitter(QWidget *parent, const Taskmill_TabWithJobs &tab,
+                                                   const Taskmill_TabWithJobs &ended,
                                                    Taskmill_JobResults &results,
                                                    Taskmill_DetailsSwitch &detailsSwitch)
     : QSplitter{Qt::Vertical, parent}
     , m_tab{tab}
+    , m_ended{ended}
     , m_results{results}
     , m_switch{detailsSwitch}
 {
@@ -42,19 +45,32 @@ void Taskmill_DetailsSplitter::ShowPane()
             m_pane->parentWidget()->hide();
         return;
     }
-    if (!m_pane) {
-        // With the margins of the page above.
-        auto *holder = new QFrame{this};
-        auto *layout = new QVBoxLayout{holder};
-        QMargins margins = layout->contentsMargins();
-        margins.setTop(0);
-        layout->setContentsMargins(margins);
-        m_pane = new Taskmill_DetailsPane{holder, m_tab, m_results, m_switch};
-        layout->addWidget(m_pane);
-        addWidget(holder);
-    }
+    if (!m_pane)
+        MakePane();
     m_pane->parentWidget()->show();
     ApplyShare();
+}
+
+void Taskmill_DetailsSplitter::MakePane()
+{
+    // With the margins of the page above.
+    auto *holder = new QFrame{this};
+    auto *layout = new QVBoxLayout{holder};
+    QMargins margins = layout->contentsMargins();
+    margins.setTop(0);
+    layout->setContentsMargins(margins);
+    m_pane = new Taskmill_DetailsPane{holder, m_tab, m_ended, m_results, m_switch};
+    layout->addWidget(m_pane);
+    addWidget(holder);
+    // The Tab key leads from the table to them, not from the last button of the window.
+    QWidget *before = &m_tab.JobTable();
+    const auto widgets = m_pane->findChildren<QWidget *>();
+    for (QWidget *widget : widgets) {
+        if ((widget->focusPolicy() & Qt::TabFocus) == 0)
+            continue;
+        setTabOrder(before, widget);
+        before = widget;
+    }
 }
 
 void Taskmill_DetailsSplitter::ApplyShare()

@@ -17,8 +17,10 @@ class Taskmill_DetailsSplitter final : public QSplitter
     Q_OBJECT
 
 public:
-    /// All of them outlive this, but not the tab's page, which becomes a part of it.
-    Taskmill_DetailsSplitter(QWidget *parent, const Taskmill_TabWithJobs &tab, Taskmill_JobResults &results,
+    /// All of them outlive this, but not the tab's page, which becomes a part of it. See
+    /// Taskmill_DetailsPane.
+    Taskmill_DetailsSplitter(QWidget *parent, const Taskmill_TabWithJobs &tab,
+                             const Taskmill_TabWithJobs &ended, Taskmill_JobResults &results,
                              Taskmill_DetailsSwitch &detailsSwitch);
 
     /// Null until they are first shown.
@@ -30,9 +32,11 @@ protected:
 
 private:
     void ShowPane();
+    void MakePane();
     void ApplyShare();
 
     const Taskmill_TabWithJobs &m_tab;
+    const Taskmill_TabWithJobs &m_ended;
     Taskmill_JobResults &m_results;
     Taskmill_DetailsSwitch &m_switch;
     Taskmill_DetailsPane *m_pane = nullptr;

@@ -191,11 +191,22 @@ void Taskmill_FinishedJobsWidget::CellDoubleClickedSlot(int row, int column)
 
 std::optional<Taskmill_ShownJob> Taskmill_FinishedJobsWidget::CurrentJob() const
 {
-    const Taskmill_JobRecord *job = m_frame ? JobAt(m_table->CurrentPosition()) : nullptr;
+    return m_frame ? ShownJobAt(m_table->CurrentPosition()) : std::nullopt;
+}
+
+std::optional<Taskmill_ShownJob> Taskmill_FinishedJobsWidget::JobOfNumber(int jobID) const
+{
+    return ShownJobAt(m_jobs.PositionOf(jobID));
+}
+
+std::optional<Taskmill_ShownJob> Taskmill_FinishedJobsWidget::ShownJobAt(qsizetype position) const
+{
+    const Taskmill_JobRecord *job = JobAt(position);
     if (!job)
         return std::nullopt;
-    return Taskmill_ShownJob{
-        .Record = *job, .Process = {}, .Printed = [this, record = *job] { return m_jobs.OutputOf(record); }};
+    return Taskmill_ShownJob{.Record = *job, .Process = {}, .Printed = [this, record = *job] {
+                                 return m_jobs.OutputOf(record);
+                             }};
 }
 
 void Taskmill_FinishedJobsWidget::ViewOutput(const Taskmill_ShownJob &job) const

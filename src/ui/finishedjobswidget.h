@@ -35,6 +35,7 @@ public:
     [[nodiscard]] QString HelpId() const override;
 
     [[nodiscard]] std::optional<Taskmill_ShownJob> CurrentJob() const override;
+    [[nodiscard]] std::optional<Taskmill_ShownJob> JobOfNumber(int jobID) const override;
     [[nodiscard]] KilnUtil_TableWidget &JobTable() const override { return *m_table; }
     [[nodiscard]] QFrame *Page() const override { return m_frame; }
     void ViewOutput(const Taskmill_ShownJob &job) const override;
@@ -53,6 +54,7 @@ private:
     void BuildTable();
     /// See Taskmill_FinishedJobs::JobAt(); nullptr when there is no such job.
     [[nodiscard]] const Taskmill_JobRecord *JobAt(qsizetype position) const;
+    [[nodiscard]] std::optional<Taskmill_ShownJob> ShownJobAt(qsizetype position) const;
     void View(const Entries &entries, const QAction &chosen, int jobID);
 
     Taskmill_FinishedJobs &m_jobs;

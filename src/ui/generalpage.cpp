@@ -67,6 +67,104 @@ QString Escaped(const QString &text)
 {
     return text.toHtmlEscaped().replace(u'\n', "<br>"_L1);
 }
+
+/// The text of the page, as HTML.
+class Text
+{
+public:
+    Text(const Taskmill_JobRecord &job, int groupsBeside, QString dimmed)
+        : m_job{job}
+        , m_groupsBeside{groupsBeside}
+        , m_dimmed{std::move(dimmed)}
+    {
+    }
+
+    [[nodiscard]] QString Html()
+    {
+        m_html = u"<p style='margin-bottom:6px'><b>%1</b></p><table cellspacing='0' cellpadding='2'>"_s.arg(
+            Escaped(m_job.Name));
+        AddResult();
+        for (qsizetype first = 0; first < Groups().size(); first += m_groupsBeside)
+            AddGroups(Groups().mid(first, m_groupsBeside));
+        AddOthers();
+        return m_html + "</table>"_L1;
+    }
+
+private:
+    [[nodiscard]] QString NameCell(const QString &header) const
+    {
+        return u"<td style='color:%1; white-space:pre; padding-right:10px'>%2</td>"_s.arg(
+            m_dimmed, header.toHtmlEscaped());
+    }
+
+    [[nodiscard]] QString ValueOf(const QString &header) const
+    {
+        const int field = static_cast<int>(m_headers.indexOf(header));
+        const QString value = field < 0 ? QString{} : Escaped(m_fields.Text(m_job, field));
+        return header == "Status"_L1 ? u"<img src='%1'> "_s.arg(markUrl.toString()) + value : value;
+    }
+
+    void AddRow(const QString &header, const QString &value)
+    {
+        m_html += u"<tr>%1<td colspan='%2'>%3</td></tr>"_s.arg(NameCell(header))
+                      .arg(2 * m_groupsBeside - 1)
+                      .arg(value);
+    }
+
+    void AddResult()
+    {
+        const Taskmill_JobResult &result = m_job.Result;
+        if (!result.IsOfKnownProgram())
+            return;
+        AddRow(u"Result"_s, Escaped(SummaryOf(result)));
+        if (!result.Message.isEmpty())
+            AddRow(u"Line"_s, u"<code>%1</code>"_s.arg(Escaped(result.Message)));
+    }
+
+    /// One beside the other.
+    void AddGroups(const QList<QStringList> &groups)
+    {
+        qsizetype rows = 0;
+        for (const QStringList &group : groups)
+            rows = qMax(rows, group.size());
+        for (qsizetype row = 0; row < rows; ++row) {
+            m_html += "<tr>"_L1;
+            for (const QStringList &group : groups)
+                AddCellsOf(group.value(row));
+            m_html += "</tr>"_L1;
+        }
+    }
+
+    void AddCellsOf(const QString &header)
+    {
+        m_shown += header;
+        if (!m_headers.contains(header)) {
+            m_html += "<td></td><td></td>"_L1;
+            return;
+        }
+        const QString value = ValueOf(header);
+        m_html += NameCell(header) + u"<td style='white-space:pre; padding-right:28px'>%1</td>"_s.arg(
+                                         value.isEmpty() ? u"–"_s : value);
+    }
+
+    void AddOthers()
+    {
+        for (const QString &header : m_headers) {
+            const QString value =
+                m_shown.contains(header) || IsLeftOut(header, m_job) ? QString{} : ValueOf(header);
+            if (!value.isEmpty())
+                AddRow(header, value);
+        }
+    }
+
+    const Taskmill_JobRecord &m_job;
+    const int m_groupsBeside;
+    const QString m_dimmed; ///< colour of the names
+    const Taskmill_Columns<Taskmill_JobRecord> &m_fields = Taskmill_Listings::JobFields();
+    const QStringList m_headers = m_fields.Headers();
+    QStringList m_shown;
+    QString m_html;
+};
 } // namespace
 
 Taskmill_GeneralPage::Taskmill_GeneralPage(QWidget *parent)
@@ -105,54 +203,8 @@ int Taskmill_GeneralPage::GroupsBeside() const
 
 QString Taskmill_GeneralPage::Html() const
 {
-    const Taskmill_JobRecord &job = m_job->Record;
-    const Taskmill_Columns<Taskmill_JobRecord> &fields = Taskmill_Listings::JobFields();
-    const QStringList headers = fields.Headers();
-    const QString dimmed = KilnUtil_Contrast::PlaceholderColour(m_text->palette()).name();
-    const auto name = [&](const QString &header) {
-        return u"<td style='color:%1; white-space:pre'>%2</td>"_s.arg(dimmed, header.toHtmlEscaped());
-    };
-    const auto text = [&](const QString &header) {
-        const int column = static_cast<int>(headers.indexOf(header));
-        const QString value = column < 0 ? QString{} : Escaped(fields.Text(job, column));
-        return header == "Status"_L1 ? u"<img src='%1'> "_s.arg(markUrl.toString()) + value : value;
-    };
-    const int beside = GroupsBeside();
-    const int cells = 2 * beside;
-    QString html = u"<p style='margin-bottom:6px'><b>%1</b></p><table cellspacing='0' cellpadding='2'>"_s.arg(
-        Escaped(job.Name));
-    const auto addRow = [&](const QString &header, const QString &value) {
-        html += u"<tr>%1<td colspan='%2'>%3</td></tr>"_s.arg(name(header)).arg(cells - 1).arg(value);
-    };
-    if (job.Result.IsOfKnownProgram()) {
-        addRow(u"Result"_s, Escaped(SummaryOf(job.Result)));
-        if (!job.Result.Message.isEmpty())
-            addRow(u"Line"_s, u"<code>%1</code>"_s.arg(Escaped(job.Result.Message)));
-    }
-    QStringList shown;
-    for (qsizetype first = 0; first < Groups().size(); first += beside) {
-        const QList<QStringList> groups = Groups().mid(first, beside);
-        qsizetype rows = 0;
-        for (const QStringList &group : groups)
-            rows = qMax(rows, group.size());
-        for (qsizetype row = 0; row < rows; ++row) {
-            html += "<tr>"_L1;
-            for (const QStringList &group : groups) {
-                const QString header = group.value(row);
-                shown += header;
-                html += headers.contains(header)
-                            ? name(header) + u"<td style='padding-right:28px'>%1</td>"_s.arg(text(header))
-                            : u"<td></td><td></td>"_s;
-            }
-            html += "</tr>"_L1;
-        }
-    }
-    for (const QString &header : headers) {
-        const QString value = shown.contains(header) || IsLeftOut(header, job) ? QString{} : text(header);
-        if (!value.isEmpty())
-            addRow(header, value);
-    }
-    return html + "</table>"_L1;
+    return Text{m_job->Record, GroupsBeside(), KilnUtil_Contrast::PlaceholderColour(m_text->palette()).name()}
+        .Html();
 }
 
 void Taskmill_GeneralPage::Update()
@@ -165,9 +217,9 @@ void Taskmill_GeneralPage::Update()
     m_html = html;
     QTextDocument &document = *m_text->document();
     document.clear();
-    document.addResource(QTextDocument::ImageResource, markUrl,
-                         Taskmill_StatusIcon(m_job->Record.Status)
-                             .pixmap(QSize{markSize, markSize}, devicePixelRatioF()));
+    document.addResource(
+        QTextDocument::ImageResource, markUrl,
+        Taskmill_StatusIcon(m_job->Record.Status).pixmap(QSize{markSize, markSize}, devicePixelRatioF()));
     m_text->setHtml(html);
 }
 

@@ -88,7 +88,9 @@ void Taskmill_InputPage::Rest()
 void Taskmill_InputPage::Read()
 {
     m_thread->Run([this, path = m_job->InputFilePath]() -> KilnUtil_FileThread::Deliver {
-        return [this, content = Content::Of(path)] { Take(content); };
+        return [this, content = Content::Of(path)] {
+            Take(content);
+        };
     });
 }
 
@@ -127,8 +129,8 @@ QString Taskmill_InputPage::TextOfChange(const Taskmill_JobTime &changed) const
     const bool hasStarted = !m_job->Started.isNull();
     const bool isAfterEnd = m_job->IsFinished() && changed.IsoText() > m_job->Finished.IsoText();
     const bool isAfterStart = hasStarted && changed.IsoText() > m_job->Started.IsoText();
-    return u"changed on %1, %2"_s.arg(Taskmill_TimeText(changed),
-                                      isAfterEnd     ? u"after the job had ended"_s
-                                      : isAfterStart ? u"while the job ran"_s
-                                                     : u"after the job was submitted"_s);
+    return u"changed on %1, %2"_s.arg(Taskmill_TimeText(changed), isAfterEnd ? u"after the job had ended"_s
+                                                                  : isAfterStart
+                                                                      ? u"while the job ran"_s
+                                                                      : u"after the job was submitted"_s);
 }

@@ -16,7 +16,9 @@ constexpr int intervalMs = 500;
 }
 
 Taskmill_OutputPage::Taskmill_OutputPage(QWidget *parent)
-    : Taskmill_OutputPage{parent, new KilnUtil_TailSource{[this] { Refresh(); }}}
+    : Taskmill_OutputPage{parent, new KilnUtil_TailSource{[this] {
+                              Refresh();
+                          }}}
 {
 }
 

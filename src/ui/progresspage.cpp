@@ -137,7 +137,8 @@ void Taskmill_ProgressPage::ReadEnded()
             if (isComplete)
                 m_reading = 0;
             // The file may be gone, or have become another one: what was stored stays.
-            if (isComplete && state->Energies.size() >= static_cast<size_t>(m_job->Record.Result.Energies.size()))
+            if (isComplete &&
+                state->Energies.size() >= static_cast<size_t>(m_job->Record.Result.Energies.size()))
                 Show(*state, true);
         });
 }

@@ -47,8 +47,8 @@ private:
     KilnUtil_PlotWidget *m_change;
     KilnUtil_PlotWidget *m_cycles;
     std::optional<Taskmill_ShownJob> m_job;
-    int m_readJobID = -1;  ///< of the ended job whose output was read, or is being read
-    qint64 m_reading = 0;  ///< its number
+    int m_readJobID = -1; ///< of the ended job whose output was read, or is being read
+    qint64 m_reading = 0; ///< its number
 };
 
 /// Such as "step 12, -40.123456 hartree"; empty where there is no energy.

@@ -15,9 +15,9 @@ class QFrame;
 /// The job that the details are of: a copy, since a job may end or go at any time.
 struct Taskmill_ShownJob
 {
-    Taskmill_JobRecord Record;           ///< that of a finished job without its output
-    QPointer<KilnUtil_Process> Process;  ///< of a job that runs here
-    std::function<QString()> Printed{};  ///< reads what the job has printed, which may be long
+    Taskmill_JobRecord Record;          ///< that of a finished job without its output
+    QPointer<KilnUtil_Process> Process; ///< of a job that runs here
+    std::function<QString()> Printed{}; ///< reads what the job has printed, which may be long
 
     [[nodiscard]] bool IsRunning() const { return Record.Status == Taskmill_JobStatus::Running; }
 };
@@ -32,6 +32,8 @@ public:
 
     /// That of the current row; nothing when there is none.
     [[nodiscard]] virtual std::optional<Taskmill_ShownJob> CurrentJob() const = 0;
+    /// The job of that number, where the tab has it in any row; nothing where it has not, or does not look.
+    [[nodiscard]] virtual std::optional<Taskmill_ShownJob> JobOfNumber(int) const { return std::nullopt; }
     [[nodiscard]] virtual KilnUtil_TableWidget &JobTable() const = 0;
     /// All that the tab shows.
     [[nodiscard]] virtual QFrame *Page() const = 0;

@@ -217,9 +217,8 @@ void KilnUtil_FileStreamViewer::MarkLine(const QString &line, const QString &mes
         return;
     StopWork({});
     m_markMessage = message;
-    m_marking = std::make_unique<KilnUtil_TextSearch>(*m_source, line, Qt::CaseSensitive,
-                                                      KilnUtil_TextSearch::Direction::Backward,
-                                                      m_source->End());
+    m_marking = std::make_unique<KilnUtil_TextSearch>(
+        *m_source, line, Qt::CaseSensitive, KilnUtil_TextSearch::Direction::Backward, m_source->End());
     m_workTimer.start();
 }
 

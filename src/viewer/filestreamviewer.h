@@ -101,7 +101,7 @@ private:
     bool m_hasEnded = false; ///< the process that writes the text
     QString m_markMessage;   ///< of the line that is looked for; empty when none is
     QAction *m_showMark = nullptr;
-    QString m_message;       ///< shown in place of the source's state
+    QString m_message; ///< shown in place of the source's state
     QTimer m_refreshTimer;
     QTimer m_workTimer; ///< runs whenever the event loop is idle while there is work
     std::unique_ptr<KilnUtil_TextSearch> m_search;

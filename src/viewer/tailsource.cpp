@@ -141,7 +141,9 @@ void KilnUtil_TailSource::LookAgain()
     if (!m_file || m_thread->IsBusy())
         return;
     m_thread->Run([this, file = m_file]() -> KilnUtil_FileThread::Deliver {
-        return [this, news = file->Look()] { TakeNews(news); };
+        return [this, news = file->Look()] {
+            TakeNews(news);
+        };
     });
 }
 

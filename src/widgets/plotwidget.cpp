@@ -135,9 +135,8 @@ void KilnUtil_PlotWidget::SetUpValueAxis()
         least = qMin(least, m_series.Values[index]);
         most = qMax(most, m_series.Values[index]);
     }
-    const double room = m_series.Scale == KilnUtil_PlotAxis::Scale::Logarithmic
-                            ? 0
-                            : (most - least) * roomBeyondValues;
+    const double room =
+        m_series.Scale == KilnUtil_PlotAxis::Scale::Logarithmic ? 0 : (most - least) * roomBeyondValues;
     const int marks = static_cast<int>(m_area.height() / (2.2 * fontMetrics().lineSpacing()));
     m_values = {m_series.Scale, least - room, most + room, marks};
 }
@@ -261,7 +260,8 @@ void KilnUtil_PlotWidget::DrawAxes(QPainter &painter) const
     painter.setPen(Dimmed(palette(), 0.35F));
     painter.drawLine(m_area.bottomLeft(), m_area.bottomRight());
     for (const double mark : m_steps.Marks()) {
-        if (mark < m_series.FirstStep || mark > static_cast<double>(m_series.FirstStep + m_series.Values.size() - 1))
+        if (mark < m_series.FirstStep ||
+            mark > static_cast<double>(m_series.FirstStep + m_series.Values.size() - 1))
             continue;
         const qreal x = std::round(m_area.left() + m_area.width() * m_steps.Place(mark));
         const QString text = m_steps.Text(mark);
@@ -311,8 +311,8 @@ QList<QPolygonF> KilnUtil_PlotWidget::Lines() const
 void KilnUtil_PlotWidget::DrawLine(QPainter &painter) const
 {
     const QList<QPolygonF> lines = Lines();
-    const bool hasRoom =
-        m_series.Values.size() < 2 || m_area.width() / static_cast<double>(m_series.Values.size() - 1) > roomForPoints;
+    const bool hasRoom = m_series.Values.size() < 2 ||
+                         m_area.width() / static_cast<double>(m_series.Values.size() - 1) > roomForPoints;
     for (const QPolygonF &line : lines) {
         painter.setPen(QPen{lineColour, lineWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin});
         painter.setBrush(Qt::NoBrush);

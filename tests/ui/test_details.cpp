@@ -51,7 +51,7 @@ struct DetailsPlace : PagePlace
     KilnUtil_TableWidget &table = *tab.Table();
     Taskmill_DetailsSwitch detailsSwitch{nullptr};
     Taskmill_DetailsSplitter *splitter =
-        new Taskmill_DetailsSplitter{&window, tab, manager.Results(), detailsSwitch};
+        new Taskmill_DetailsSplitter{&window, tab, tab, manager.Results(), detailsSwitch};
 
     DetailsPlace()
     {
@@ -219,8 +219,10 @@ private Q_SLOTS:
         open->click();
         const auto *viewer = place.window.findChild<QMainWindow *>();
         QVERIFY(viewer);
-        QTRY_COMPARE(viewer->findChild<KilnUtil_TextView *>()->MarkedText(), QString::fromLatin1(failingLine));
-        QCOMPARE(TakeViewerCaptions(place.window), QStringList{u"Output file of job 1:  "_s + job.OutputFile});
+        QTRY_COMPARE(viewer->findChild<KilnUtil_TextView *>()->MarkedText(),
+                     QString::fromLatin1(failingLine));
+        QCOMPARE(TakeViewerCaptions(place.window),
+                 QStringList{u"Output file of job 1:  "_s + job.OutputFile});
 
         place.ChooseRow(1);
         QTRY_COMPARE(page.View().VisibleText(), QStringList{u"no such option"_s});
@@ -228,16 +230,18 @@ private Q_SLOTS:
         QVERIFY(page.Caption().startsWith(u"What the job printed"_s));
     }
 
-    void FollowTheOutputOfARunningJob()
+    void FollowAJobToItsEnd()
     {
         PagePlace place;
         Taskmill_LongJobsQueueWidget tab{&place.window, place.manager};
+        const Taskmill_FinishedJobsWidget ended{&place.window, place.manager.FinishedJobs()};
         Taskmill_DetailsSwitch details{nullptr};
         details.SetPage(Output);
         details.SetOn(true);
-        const Taskmill_DetailsSplitter splitter{&place.window, tab, place.manager.Results(), details};
+        auto *splitter =
+            new Taskmill_DetailsSplitter{&place.window, tab, ended, place.manager.Results(), details};
         auto *layout = new QVBoxLayout{&place.window};
-        layout->addWidget(const_cast<Taskmill_DetailsSplitter *>(&splitter));
+        layout->addWidget(splitter);
         place.window.resize(900, 700);
         place.window.show();
         QVERIFY(QTest::qWaitForWindowActive(&place.window));
@@ -247,10 +251,19 @@ private Q_SLOTS:
         place.manager.Long().Submit(place.manager.NewJob(type, input));
         tab.FillTable();
         tab.Table().setCurrentIndex(tab.Table().model()->index(0, 0));
-        const auto *page = splitter.findChild<Taskmill_OutputPage *>();
+        const auto *page = splitter->findChild<Taskmill_OutputPage *>();
         QTRY_COMPARE(page->View().VisibleText(), QStringList{u"first"_s});
         TestManager::Release(input);
         QTRY_COMPARE(page->View().VisibleText(), (QStringList{u"first"_s, u"second"_s}));
+        // It leaves the table, but the user still reads.
+        WriteTestFile(input + u".end"_s, {});
+        QTRY_COMPARE(place.manager.FinishedJobs().Count(), 1);
+        QTRY_COMPARE(tab.Table().model()->rowCount(), 0);
+        QTRY_COMPARE(splitter->Pane()->Job()->Record.Status, Taskmill_JobStatus::Completed);
+        QTRY_COMPARE(page->View().VisibleText(), (QStringList{u"first"_s, u"second"_s}));
+        place.manager.FinishedJobs().Remove({0});
+        splitter->Pane()->UpdateSlot();
+        QVERIFY(!splitter->Pane()->Job());
     }
 
     void ShowTheEnergiesOfAJob()

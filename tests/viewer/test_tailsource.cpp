@@ -35,7 +35,9 @@ private Q_SLOTS:
         constexpr int many = 100'000;
         const QString path = WriteTestFile(Path(u"run.out"_s), Lines(1, many));
         int news = 0;
-        KilnUtil_TailSource source{[&news] { ++news; }};
+        KilnUtil_TailSource source{[&news] {
+            ++news;
+        }};
         source.ShowFile(path);
         QVERIFY(source.IsReading());
         QTRY_COMPARE(news, 1);
@@ -75,7 +77,9 @@ private Q_SLOTS:
     void ShowsOneSourceAfterTheOther()
     {
         int news = 0;
-        KilnUtil_TailSource source{[&news] { ++news; }};
+        KilnUtil_TailSource source{[&news] {
+            ++news;
+        }};
         source.ShowFile(Path(u"missing"_s));
         QTRY_COMPARE(news, 1);
         QVERIFY(source.IsMissing());
@@ -115,7 +119,9 @@ private Q_SLOTS:
                     begun->release();
                     if (hangs)
                         drive->acquire();
-                    return [&delivered, name] { delivered += name; };
+                    return [&delivered, name] {
+                        delivered += name;
+                    };
                 });
             };
             ask(u"hangs"_s, true);

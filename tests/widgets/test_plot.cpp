@@ -50,8 +50,8 @@ private Q_SLOTS:
         QTest::newRow("energies") << Scale::Linear << -40.1234 << -40.1198 << 5
                                   << u"-40.123 -40.122 -40.121 -40.120"_s;
         QTest::newRow("across zero") << Scale::Linear << -0.25 << 0.31 << 3 << u"-0.2 0.0 0.2"_s;
-        QTest::newRow("large and close") << Scale::Linear << -5012.0000031 << -5012.0000012 << 2
-                                         << u"-5012.000003 -5012.000002"_s;
+        QTest::newRow("large and close")
+            << Scale::Linear << -5012.0000031 << -5012.0000012 << 2 << u"-5012.000003 -5012.000002"_s;
         QTest::newRow("one value") << Scale::Linear << -76.3 << -76.3 << 4
                                    << u"-76.30005 -76.30000 -76.29995"_s;
         QTest::newRow("few steps") << Scale::Counting << 1.0 << 4.0 << 10 << u"1 2 3 4"_s;
@@ -104,8 +104,8 @@ private Q_SLOTS:
         QCOMPARE(plot.MarkedIndex(), 4);
         QCOMPARE(press(Qt::Key_Escape), -1);
         QCOMPARE(press(Qt::Key_Left), 5);
-        const QRgb drawn = plot.Picture().toImage().pixel(
-            (plot.PointOf(5) * plot.devicePixelRatioF()).toPoint());
+        const QRgb drawn =
+            plot.Picture().toImage().pixel((plot.PointOf(5) * plot.devicePixelRatioF()).toPoint());
         QCOMPARE(QColor{drawn}, QColor(0x2a, 0x7d, 0xe1));
     }
 
@@ -143,7 +143,8 @@ private Q_SLOTS:
         const QPoint peak = (plot.PointOf(20'001) * picture.devicePixelRatio()).toPoint();
         bool isSeen = false;
         for (int x = peak.x() - 2; x <= peak.x() + 2; ++x)
-            isSeen = isSeen || picture.pixelColor(x, peak.y() + 2).blue() > picture.pixelColor(x, peak.y() + 2).red() + 40;
+            isSeen = isSeen || picture.pixelColor(x, peak.y() + 2).blue() >
+                                   picture.pixelColor(x, peak.y() + 2).red() + 40;
         QVERIFY(isSeen);
     }
 };
