@@ -8,8 +8,6 @@
 /// One of the pages of the details. It is given a job only while it is seen.
 class Taskmill_DetailsPage : public QWidget
 {
-    Q_OBJECT
-
 public:
     using QWidget::QWidget;
 

@@ -47,6 +47,7 @@ Taskmill_DetailsPane::Taskmill_DetailsPane(QWidget *parent, const Taskmill_TabWi
 
 void Taskmill_DetailsPane::AddPage(Taskmill_DetailsPage *page, const QString &label)
 {
+    m_parts.append(page);
     m_pages->tabBar()->setAccessibleTabName(m_pages->addTab(page, label), label);
 }
 
@@ -100,7 +101,7 @@ void Taskmill_DetailsPane::UpdateSoonSlot()
 
 Taskmill_DetailsPage *Taskmill_DetailsPane::CurrentPage() const
 {
-    return qobject_cast<Taskmill_DetailsPage *>(m_pages->currentWidget());
+    return m_parts[m_pages->currentIndex()];
 }
 
 std::optional<Taskmill_ShownJob> Taskmill_DetailsPane::JobToShow() const
@@ -139,7 +140,7 @@ void Taskmill_DetailsPane::PageChangedSlot()
 {
     for (int page = 0; page < m_pages->count(); ++page) {
         if (page != m_pages->currentIndex())
-            qobject_cast<Taskmill_DetailsPage *>(m_pages->widget(page))->Rest();
+            m_parts[page]->Rest();
     }
     m_switch.SetPage(m_pages->currentIndex());
     UpdateSlot();

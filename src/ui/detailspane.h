@@ -54,6 +54,7 @@ private:
     QStackedLayout *m_layout;
     QLabel *m_empty;
     QTabWidget *m_pages;
+    QList<Taskmill_DetailsPage *> m_parts; ///< of it
     std::optional<Taskmill_ShownJob> m_job;
     QTimer m_soon;
     QTimer m_clock; ///< while the job runs

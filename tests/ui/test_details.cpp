@@ -13,6 +13,7 @@
 #include "widgets/tablewidget.h"
 
 #include <QAction>
+#include <QMainWindow>
 #include <QPushButton>
 #include <QTabWidget>
 #include <QTextEdit>
