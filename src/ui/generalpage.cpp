@@ -81,8 +81,9 @@ public:
 
     [[nodiscard]] QString Html()
     {
-        m_html = u"<p style='margin-bottom:6px'><b>%1</b></p><table cellspacing='0' cellpadding='2'>"_s.arg(
-            Escaped(m_job.Name));
+        m_html =
+            u"<p style='margin-left:2px; margin-bottom:4px'><b>%1</b></p><table cellspacing='0' cellpadding='2'>"_s
+                .arg(Escaped(m_job.Name));
         AddResult();
         for (qsizetype first = 0; first < Groups().size(); first += m_groupsBeside)
             AddGroups(Groups().mid(first, m_groupsBeside));
@@ -101,7 +102,9 @@ private:
     {
         const int field = static_cast<int>(m_headers.indexOf(header));
         const QString value = field < 0 ? QString{} : Escaped(m_fields.Text(m_job, field));
-        return header == "Status"_L1 ? u"<img src='%1'> "_s.arg(markUrl.toString()) + value : value;
+        return header == "Status"_L1
+                   ? u"<img src='%1' style='vertical-align:middle'> "_s.arg(markUrl.toString()) + value
+                   : value;
     }
 
     void AddRow(const QString &header, const QString &value)

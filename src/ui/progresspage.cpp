@@ -187,10 +187,12 @@ void Taskmill_ProgressPage::Show(const Taskmill_ProgramResult &state, bool isCom
     QStringList parts;
     if (!state.Program.empty())
         parts += QString::fromStdString(state.Program);
-    if (const QString progress = Taskmill_ProgressText(state); !progress.isEmpty())
-        parts += progress;
+    if (count > 0 && isComplete)
+        parts += u"%1 steps, %2 hartree"_s.arg(state.Steps).arg(energies.last(), 0, 'f', 6);
+    else if (count > 0)
+        parts += Taskmill_ProgressText(state);
     if (count > 1)
-        parts += u"change %1 hartree"_s.arg(energies.last() - energies[count - 2], 0, 'e', 2);
+        parts += u"last change %1 hartree"_s.arg(energies.last() - energies[count - 2], 0, 'e', 2);
     m_caption->SetText(parts.join(u"  ·  "_s));
     m_copyPicture->setEnabled(count > 0);
     m_copyCsv->setEnabled(count > 0);

@@ -137,7 +137,7 @@ void KilnUtil_PlotWidget::SetUpValueAxis()
     }
     const double room =
         m_series.Scale == KilnUtil_PlotAxis::Scale::Logarithmic ? 0 : (most - least) * roomBeyondValues;
-    const int marks = static_cast<int>(m_area.height() / (2.2 * fontMetrics().lineSpacing()));
+    const int marks = static_cast<int>(m_area.height() / (1.5 * fontMetrics().lineSpacing()));
     m_values = {m_series.Scale, least - room, most + room, marks};
 }
 

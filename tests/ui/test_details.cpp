@@ -30,17 +30,22 @@ enum PageNumber
     Input
 };
 
-constexpr auto failingLine = "FAILED TO CONVERGE GEOMETRY OPTIMIZATION IN 2 ITERATIONS";
+const QString failingLine = u"*** FAILED TO CONVERGE GEOMETRY OPTIMIZATION IN 2 ITERATIONS ***"_s;
 
-Taskmill_JobResult NotConverged()
+/// What xtb prints of two steps, with lines before the end.
+QString OutputOfTwoSteps(int linesBehind = 0)
 {
-    return {.Verdict = Taskmill_Verdict::NotConverged,
-            .Message = QString::fromLatin1(failingLine),
-            .Program = u"xtb"_s,
-            .Version = u"6.6.1"_s,
-            .Converged = false,
-            .Steps = 2,
-            .Energies = {-40.5, -40.6}};
+    return u"     |                       x T B                       |\n"
+           "   * xtb version 6.6.1 (8d0f1dd)\n"
+           " ....... CYCLE    1 .......\n"
+           "   1   -40.4000000 -0.4E+02  0.4E+00   11.1       0.0  T\n"
+           "   2   -40.5000000 -0.1E+00  0.4E+00   11.1       1.0  T\n"
+           "     * total energy  :   -40.5000000 Eh\n"
+           " ....... CYCLE    2 .......\n"
+           "   1   -40.6000000 -0.4E+02  0.4E+00   11.1       0.0  T\n"
+           "     * total energy  :   -40.6000000 Eh\n"
+           "   "_s +
+           failingLine + u"\n"_s + u"end\n"_s.repeated(linesBehind);
 }
 
 /// The tab of the finished jobs with their details, in a window that is high enough for them.
@@ -134,7 +139,7 @@ private Q_SLOTS:
         Taskmill_JobRecord second = place.Job(2, "second\n");
         second.Status = Taskmill_JobStatus::Failed;
         second.ExitCode = 3;
-        second.Result = NotConverged();
+        second.StdOutAndStdErr = OutputOfTwoSteps();
         second.CheckpointFile = u"<a>.chk"_s;
         place.Add(second);
         place.ShowDetails(General);
@@ -147,9 +152,9 @@ private Q_SLOTS:
         QTRY_COMPARE(place.ShownJobID(), 2);
         const auto *general = place.splitter->findChild<QTextEdit *>();
         const QString text = general->toPlainText();
-        for (const QString &part : {u"job 2"_s, u"Failed"_s, u"Not converged, xtb 6.6.1, 2 steps"_s,
-                                    QString::fromLatin1(failingLine), u"<a>.chk"_s,
-                                    place.manager.Path(u"in2"_s), second.CommandLine()})
+        for (const QString &part :
+             {u"job 2"_s, u"Failed"_s, u"Not converged, xtb 6.6.1, 2 steps"_s, failingLine, u"<a>.chk"_s,
+              place.manager.Path(u"in2"_s), second.CommandLine()})
             QVERIFY2(text.contains(part), qPrintable(part + u" in "_s + text));
 
         place.finished.Remove({1});
@@ -202,10 +207,7 @@ private Q_SLOTS:
     {
         DetailsPlace place;
         Taskmill_JobRecord job = place.Job(1, {});
-        job.Result = NotConverged();
-        job.OutputFile = WriteTestFile(place.manager.Path(u"a.out"_s), QByteArray{"line\n"}.repeated(2000) +
-                                                                           "  " + failingLine + '\n' +
-                                                                           QByteArray{"end\n"}.repeated(500));
+        job.OutputFile = WriteTestFile(place.manager.Path(u"a.out"_s), OutputOfTwoSteps(500).toUtf8());
         place.Add(job);
         // Of one without a file, what it printed.
         Taskmill_JobRecord other = place.Job(2, {});
@@ -214,14 +216,13 @@ private Q_SLOTS:
         place.ChooseRow(0);
         place.ShowDetails(Output);
         auto &page = place.PageOf<Taskmill_OutputPage>();
-        QTRY_COMPARE(page.View().MarkedText(), QString::fromLatin1(failingLine));
-        QVERIFY(page.View().VisibleText().contains(u"  "_s + QString::fromLatin1(failingLine)));
+        QTRY_COMPARE(page.View().MarkedText(), failingLine);
+        QVERIFY(page.View().VisibleText().contains(u"   "_s + failingLine));
         auto *open = page.findChild<QPushButton *>();
         open->click();
         const auto *viewer = place.window.findChild<QMainWindow *>();
         QVERIFY(viewer);
-        QTRY_COMPARE(viewer->findChild<KilnUtil_TextView *>()->MarkedText(),
-                     QString::fromLatin1(failingLine));
+        QTRY_COMPARE(viewer->findChild<KilnUtil_TextView *>()->MarkedText(), failingLine);
         QCOMPARE(TakeViewerCaptions(place.window),
                  QStringList{u"Output file of job 1:  "_s + job.OutputFile});
 
@@ -271,7 +272,7 @@ private Q_SLOTS:
     {
         DetailsPlace place;
         Taskmill_JobRecord job = place.Job(1, {});
-        job.Result = NotConverged();
+        job.StdOutAndStdErr = OutputOfTwoSteps();
         place.Add(job);
         place.Add(place.Job(2, {}));
         place.ChooseRow(0);
@@ -279,6 +280,7 @@ private Q_SLOTS:
         const auto plots = place.splitter->findChildren<KilnUtil_PlotWidget *>();
         QCOMPARE(plots.size(), 3);
         QTRY_COMPARE(plots[0]->Series().Values, (QList<double>{-40.5, -40.6}));
+        QTRY_COMPARE(plots[2]->Series().Values, QList<double>{-40.6});
         QVERIFY(plots[1]->TextOf(0).isEmpty());
         QCOMPARE(plots[1]->TextOf(1), u"step 2: 1.00e-01 hartree"_s);
         QCOMPARE(place.PageOf<Taskmill_ProgressPage>().Csv(),
