@@ -518,9 +518,9 @@ bool Taskmill_Database::SetFinishedJobOutput(qint64 key, const QString &output)
 }
 
 std::unique_ptr<Taskmill_FinishedJobReader>
-Taskmill_Database::MakeFinishedJobReader(const QStringList &columns)
+Taskmill_Database::MakeFinishedJobReader(const Taskmill_FinishedJobReading &reading)
 {
-    return m_finishedJobs.MakeReader(columns);
+    return m_finishedJobs.MakeReader(reading);
 }
 
 QHash<qint32, Taskmill_AddedFields::Fields> Taskmill_Database::GetAddedFieldsOfJobs()

@@ -207,13 +207,17 @@ bool Taskmill_FinishedJobStore::SetOutput(qint64 key, const QString &output)
                        {output, key});
 }
 
-std::unique_ptr<Taskmill_FinishedJobReader> Taskmill_FinishedJobStore::MakeReader(const QStringList &columns)
+std::unique_ptr<Taskmill_FinishedJobReader>
+Taskmill_FinishedJobStore::MakeReader(Taskmill_FinishedJobReading reading)
 {
     if (!m_rows && Open())
         Load();
-    QStringList wanted = ColumnsWithoutOutput();
-    if (!columns.isEmpty())
-        wanted.removeIf([&columns](const QString &name) { return !columns.contains(name); });
+    QStringList columns = ColumnsWithoutOutput();
+    if (!reading.Columns.isEmpty())
+        columns.removeIf([&reading](const QString &name) { return !reading.Columns.contains(name); });
+    reading.Columns = columns;
+    if (!AddedFields().Exists(Connection()))
+        reading.Fields.clear();
     return std::make_unique<Taskmill_FinishedJobReader>(Connection(), Database().StoragePath(),
-                                                        RowKeyColumn(), wanted, m_jobTypes);
+                                                        RowKeyColumn(), reading, m_jobTypes);
 }

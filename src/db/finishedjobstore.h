@@ -45,7 +45,7 @@ public:
     [[nodiscard]] QString GetOutput(qint64 key);
     bool SetOutput(qint64 key, const QString &output);
     /// What reads many; see there.
-    [[nodiscard]] std::unique_ptr<Taskmill_FinishedJobReader> MakeReader(const QStringList &columns);
+    [[nodiscard]] std::unique_ptr<Taskmill_FinishedJobReader> MakeReader(Taskmill_FinishedJobReading reading);
 
 private:
     void Load();

@@ -3,6 +3,7 @@
 
 #include "manager/destinations.h"
 #include "manager/finishedjobs.h"
+#include "manager/measuretext.h"
 
 #include <utility>
 
@@ -16,7 +17,11 @@ Taskmill_JobCounts::Ended LastOf(const Taskmill_FinishedJobs &jobs)
     if (jobs.Count() == 0)
         return {};
     const Taskmill_JobRecord &job = jobs.JobAt(jobs.Count() - 1);
-    return {.name = job.Name, .status = job.Status, .time = job.Finished};
+    return {.name = job.Name,
+            .status = job.Status,
+            .verdict = job.Result.Verdict,
+            .result = Taskmill_ResultText(job.Result),
+            .time = job.Finished};
 }
 } // namespace
 
