@@ -136,6 +136,14 @@ QJsonObject Taskmill_Columns<Record>::Json(const Record &record) const
 }
 
 template <typename Record>
+QStringList Taskmill_Columns<Record>::Keys() const
+{
+    QStringList keys = OfEach<QString>(m_columns, &Column::key);
+    keys.removeAll(QString{});
+    return keys;
+}
+
+template <typename Record>
 QStringList Taskmill_Columns<Record>::Headers() const
 {
     return OfEach<QString>(m_columns, &Column::header);

@@ -70,6 +70,9 @@ public:
     /// The values by their keys.
     [[nodiscard]] QJsonObject Json(const Record &record) const;
 
+    /// These keys, in the order of the columns.
+    [[nodiscard]] QStringList Keys() const;
+
     [[nodiscard]] QStringList Headers() const;
     [[nodiscard]] QList<int> Widths() const;
     /// Of those that give way in a narrow window.

@@ -11,6 +11,8 @@ class KilnUtil_TableWidget;
 class QAction;
 class QModelIndex;
 class QPoint;
+class Taskmill_ElapsedTicker;
+class Taskmill_FilterBar;
 class Taskmill_Job;
 class Taskmill_JobQueue;
 class Taskmill_JobsModel;
@@ -33,6 +35,9 @@ public:
     void FillTable();
     void FillMenu(Taskmill_TabMenu &menu) override;
     [[nodiscard]] QString HelpId() const override { return m_helpId; }
+    void FillColumnsMenu(QMenu &menu) override;
+    [[nodiscard]] bool HasFilter() const override { return true; }
+    void OpenFilter() override;
 
 public Q_SLOTS:
     void FilesDroppedSlot(const QStringList &filePaths);
@@ -66,6 +71,7 @@ private:
     [[nodiscard]] QList<int> SelectionOfMenu(const QModelIndex &clicked) const;
     void AddEntries(Taskmill_TabMenu &menu, const QList<int> &selection);
     void Act(const Entries &entries, const QAction &chosen, const QList<int> &selection, int currentJobID);
+    void Export();
     void View(const Entries &entries, const QAction &chosen, const Taskmill_Job &job);
     void AskForLimit();
 
@@ -76,6 +82,8 @@ private:
     KilnUtil_TableWidget *m_table = nullptr;
     Taskmill_QueuePausedBar *m_pausedBar = nullptr;
     Taskmill_JobsModel *m_model;
+    Taskmill_FilterBar *m_filter = nullptr;
+    Taskmill_ElapsedTicker *m_ticker = nullptr;
     Taskmill_TableFiller *m_filler = nullptr;
     bool m_shownPaused = false;
 };

@@ -137,7 +137,8 @@ void Proxy::FilterChanged()
     if (hasFilter || m_isFiltered) {
         ChangeOrder([&] {
             SetIsFiltered(hasFilter);
-            (void)WantedOfNew(0, static_cast<int>(AllRows().size()) - 1);
+            if (hasFilter)
+                (void)WantedOfNew(0, static_cast<int>(m_allRows.size()) - 1);
             ShowWanted();
         });
     }
