@@ -3,7 +3,6 @@
 
 #include "kilnutil/error.h"
 #include "kilnutil/filesys.h"
-#include "manager/finishedjobs.h"
 #include "manager/jobsubmitter.h"
 #include "manager/namelist.h"
 
@@ -56,18 +55,17 @@ QString Of(const QStringList &names, const QString &one, const QString &several)
 } // namespace
 
 Taskmill_RunAgainDialogue::Taskmill_RunAgainDialogue(Taskmill_JobSubmitter &submitter,
-                                                     const Taskmill_FinishedJobs &finishedJobs,
-                                                     const QList<int> &jobIDs)
+                                                     Taskmill_FinishedSelection jobs)
     : m_submitter{submitter}
-    , m_finishedJobs{finishedJobs}
+    , m_jobs{std::move(jobs)}
 {
-    for (const int jobID : jobIDs) {
-        if (const qsizetype position = finishedJobs.PositionOf(jobID); position >= 0)
-            Prepare(finishedJobs.JobAt(position));
+    for (qsizetype place = 0; place < m_jobs.Count(); ++place) {
+        if (const Taskmill_JobRecord *job = m_jobs.At(place))
+            Prepare(place, *job);
     }
 }
 
-void Taskmill_RunAgainDialogue::Prepare(const Taskmill_JobRecord &job)
+void Taskmill_RunAgainDialogue::Prepare(qsizetype place, const Taskmill_JobRecord &job)
 {
     const Taskmill_JobType today = m_submitter.JobTypeOfToday(job);
     if (today.IsEmpty()) {
@@ -78,7 +76,8 @@ void Taskmill_RunAgainDialogue::Prepare(const Taskmill_JobRecord &job)
         m_refused[noInputFile].append(job.Name);
         return;
     }
-    m_runs.append({.job = job,
+    m_runs.append({.place = place,
+                   .job = job,
                    .asNow = Taskmill_JobSubmitter::SameAgain(job, today),
                    .asThen = Taskmill_JobSubmitter::SameAgain(job, TypeAsItWas(job))});
 }
@@ -186,10 +185,10 @@ void Taskmill_RunAgainDialogue::Answer(const Taskmill_Answer &answer)
     }
 }
 
-bool Taskmill_RunAgainDialogue::IsStillThere(const Run &run) const
+bool Taskmill_RunAgainDialogue::IsStillThere(const Run &run)
 {
-    const qsizetype position = m_finishedJobs.PositionOf(run.job.JobID);
-    return position >= 0 && m_finishedJobs.JobAt(position).Submitted == run.job.Submitted;
+    const Taskmill_JobRecord *job = m_jobs.At(run.place);
+    return job && job->Name == run.job.Name && job->Submitted == run.job.Submitted;
 }
 
 void Taskmill_RunAgainDialogue::Submit()

@@ -3,11 +3,11 @@
 
 #include "jobs/jobrecord.h"
 #include "manager/dialogue.h"
+#include "manager/finishedselection.h"
 
 #include <QList>
 #include <QMap>
 
-class Taskmill_FinishedJobs;
 class Taskmill_JobSubmitter;
 
 /// Runs finished jobs again: with the same fields, in the same queue, with their job types as they are now. Asks
@@ -16,10 +16,9 @@ class Taskmill_JobSubmitter;
 class Taskmill_RunAgainDialogue final : public Taskmill_Dialogue
 {
 public:
-    /// Of the finished jobs of these numbers. Both outlive the dialogue. One that leaves the list while a question
-    /// stands, perhaps with its project, is not run.
-    Taskmill_RunAgainDialogue(Taskmill_JobSubmitter &submitter, const Taskmill_FinishedJobs &finishedJobs,
-                              const QList<int> &jobIDs);
+    /// The submitter outlives the dialogue. A job that leaves the list while a question stands, perhaps with its
+    /// project, is not run.
+    Taskmill_RunAgainDialogue(Taskmill_JobSubmitter &submitter, Taskmill_FinishedSelection jobs);
 
     std::optional<Taskmill_Question> Next() override;
     void Answer(const Taskmill_Answer &answer) override;
@@ -38,6 +37,7 @@ private:
     /// A job as it will be, and as it would be with its job type as it was.
     struct Run
     {
+        qsizetype place;        ///< in the selection
         Taskmill_JobRecord job; ///< that has ended
         Taskmill_JobRecord asNow;
         Taskmill_JobRecord asThen;
@@ -48,15 +48,15 @@ private:
         [[nodiscard]] bool IsChanged() const { return job.CommandLine() != asNow.CommandLine(); }
     };
 
-    void Prepare(const Taskmill_JobRecord &job);
+    void Prepare(qsizetype place, const Taskmill_JobRecord &job);
     void FindReplaced();
     [[nodiscard]] std::optional<Taskmill_Question> JobTypesQuestion() const;
     [[nodiscard]] std::optional<Taskmill_Question> OutputsQuestion() const;
-    [[nodiscard]] bool IsStillThere(const Run &run) const;
+    [[nodiscard]] bool IsStillThere(const Run &run);
     void Submit();
 
     Taskmill_JobSubmitter &m_submitter;
-    const Taskmill_FinishedJobs &m_finishedJobs;
+    Taskmill_FinishedSelection m_jobs;
     QList<Run> m_runs;
     QMap<QString, QStringList> m_refused; ///< names by the reason
     QList<int> m_jobIDs;

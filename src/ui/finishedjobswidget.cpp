@@ -33,25 +33,19 @@ struct Taskmill_FinishedJobsWidget::Entries
     QAction *showInputFile;
     QAction *showOutputFile;
     QAction *showLog;
-    QList<int> chosenJobs; ///< that the entries behind are about
     QAction *runAgain;
     Taskmill_JobEntries ofJobs;
     const QAction *exporting;
 
-    Entries(Taskmill_TabMenu &menu, const QList<int> &jobIDs, bool canRunAgain,
-            const Taskmill_FinishedJobs &jobs)
+    /// The last ones are about the jobs.
+    Entries(Taskmill_TabMenu &menu, const std::shared_ptr<Taskmill_FinishedSelection> &jobs, bool canRunAgain)
         : remove{menu.AddEntry(u"Remove"_s)}
         , showInputFile{menu.AddEntry(u"Show Input File"_s)}
         , showOutputFile{menu.AddEntry(u"Show Output File"_s)}
         , showLog{menu.AddEntry(u"Show stdout and stderr"_s)}
-        , chosenJobs{jobIDs}
-        , runAgain{AddBehindHelp(menu, u"Run Again"_s, canRunAgain)}
-        , ofJobs{menu,
-                 {.jobIDs = jobIDs,
-                  .find = [&jobs](int jobID) {
-                      const qsizetype position = jobs.PositionOf(jobID);
-                      return position < 0 ? std::nullopt : std::optional{jobs.JobAt(position)};
-                  }}}
+        , runAgain{AddBehindHelp(menu, u"Run Again"_s,
+                                 canRunAgain && jobs->Count() <= Taskmill_JobEntries::MostJobs)}
+        , ofJobs{menu, {.count = jobs->Count(), .at = [jobs](qsizetype place) { return jobs->At(place); }}}
         , exporting{menu.AddEntry(exportText)}
     {
     }
@@ -184,16 +178,17 @@ void Taskmill_FinishedJobsWidget::FillMenu(Taskmill_TabMenu &menu)
         });
         return;
     }
-    const Entries entries{menu, ChosenJobs(), m_submitter != nullptr, m_jobs};
+    const auto chosenJobs = std::make_shared<Taskmill_FinishedSelection>(m_jobs, ChosenPositions());
+    const Entries entries{menu, chosenJobs, m_submitter != nullptr};
     entries.showInputFile->setEnabled(Taskmill_JobViewers::HasFile(job->InputFilePath));
     entries.showOutputFile->setEnabled(Taskmill_JobViewers::HasFile(job->OutputFilePath()));
     entries.showLog->setEnabled(m_jobs.HasOutput(*job));
     // By number, as the list may change while the menu is open.
-    menu.WhenChosen([this, entries, jobID = job->JobID](const QAction &chosen) {
+    menu.WhenChosen([this, entries, chosenJobs, jobID = job->JobID](const QAction &chosen) {
         if (&chosen == entries.remove)
             RemoveSlot();
         else if (&chosen == entries.runAgain)
-            RunAgain(entries.chosenJobs);
+            RunAgain(*chosenJobs);
         else if (&chosen == entries.exporting)
             Export();
         else if (!entries.ofJobs.Act(chosen))
@@ -235,21 +230,16 @@ void Taskmill_FinishedJobsWidget::OpenFilter()
     m_filter->Open();
 }
 
-/// The selected jobs, else the current one; not more of them than can be looked at in good time.
-QList<int> Taskmill_FinishedJobsWidget::ChosenJobs() const
+/// Of the selected jobs, else of the current one.
+QList<int> Taskmill_FinishedJobsWidget::ChosenPositions() const
 {
-    QList<int> positions = m_table->PositionsOfSelectedRows();
-    if (positions.isEmpty())
-        positions.append(m_table->CurrentPosition());
-    QList<int> jobIDs;
-    for (const int position : positions.first(qMin(positions.size(), Taskmill_JobEntries::MostCopied)))
-        jobIDs.append(m_jobs.JobIDAt(position));
-    return jobIDs;
+    const QList<int> positions = m_table->PositionsOfSelectedRows();
+    return positions.isEmpty() ? QList{m_table->CurrentPosition()} : positions;
 }
 
-void Taskmill_FinishedJobsWidget::RunAgain(const QList<int> &jobIDs)
+void Taskmill_FinishedJobsWidget::RunAgain(const Taskmill_FinishedSelection &jobs)
 {
-    Taskmill_RunAgainDialogue dialogue{*m_submitter, m_jobs, jobIDs};
+    Taskmill_RunAgainDialogue dialogue{*m_submitter, jobs};
     Taskmill_AskThroughPrompt(dialogue);
 }
 

@@ -10,6 +10,7 @@ class QAction;
 class QPoint;
 class Taskmill_FilterBar;
 class Taskmill_FinishedJobs;
+class Taskmill_FinishedSelection;
 class Taskmill_JobSubmitter;
 class Taskmill_TableFiller;
 struct Taskmill_JobRecord;
@@ -52,8 +53,8 @@ private:
     void BuildTable();
     /// See Taskmill_FinishedJobs::JobAt(); nullptr when there is no such job.
     [[nodiscard]] const Taskmill_JobRecord *JobAt(qsizetype position) const;
-    [[nodiscard]] QList<int> ChosenJobs() const;
-    void RunAgain(const QList<int> &jobIDs);
+    [[nodiscard]] QList<int> ChosenPositions() const;
+    void RunAgain(const Taskmill_FinishedSelection &jobs);
     void Export();
     void View(const Entries &entries, const QAction &chosen, int jobID);
 

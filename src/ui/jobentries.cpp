@@ -42,36 +42,32 @@ Taskmill_JobEntries::Taskmill_JobEntries(Taskmill_TabMenu &menu, Jobs jobs)
     , m_copyPath{menu.AddEntry(u"Copy Path"_s)}
     , m_copyCommandLine{menu.AddEntry(u"Copy Command Line"_s)}
 {
-    const auto first = m_jobs.jobIDs.isEmpty() ? std::nullopt : m_jobs.find(m_jobs.jobIDs.first());
+    const bool areFew = m_jobs.count > 0 && m_jobs.count <= MostJobs;
+    const Taskmill_JobRecord *first = areFew ? m_jobs.at(0) : nullptr;
     m_openFolder->setEnabled(first && !first->Folder().isEmpty());
     m_copyPath->setEnabled(first && !PathOf(*first).isEmpty());
-    m_copyCommandLine->setEnabled(first.has_value());
+    m_copyCommandLine->setEnabled(first);
 }
 
-QList<Taskmill_JobRecord> Taskmill_JobEntries::Records() const
+QStringList Taskmill_JobEntries::OfEach(QString (*text)(const Taskmill_JobRecord &job)) const
 {
-    QList<Taskmill_JobRecord> records;
-    for (const int jobID : m_jobs.jobIDs) {
-        if (const auto record = m_jobs.find(jobID))
-            records.append(*record);
+    QStringList texts;
+    for (qsizetype place = 0; place < m_jobs.count; ++place) {
+        if (const Taskmill_JobRecord *job = m_jobs.at(place))
+            texts.append(text(*job));
     }
-    return records;
+    return texts;
 }
 
 bool Taskmill_JobEntries::Act(const QAction &chosen) const
 {
-    if (&chosen != m_openFolder && &chosen != m_copyPath && &chosen != m_copyCommandLine)
-        return false;
-    QStringList lines;
-    for (const Taskmill_JobRecord &job : Records())
-        lines.append(&chosen == m_copyPath        ? PathOf(job)
-                     : &chosen == m_openFolder    ? job.Folder()
-                                                  : job.CommandLine());
-    if (lines.isEmpty())
-        return true;
     if (&chosen == m_openFolder)
-        OpenFolder(lines.first());
+        OpenFolder(OfEach([](const Taskmill_JobRecord &job) { return job.Folder(); }).value(0));
+    else if (&chosen == m_copyPath)
+        Copy(OfEach(PathOf));
+    else if (&chosen == m_copyCommandLine)
+        Copy(OfEach([](const Taskmill_JobRecord &job) { return job.CommandLine(); }));
     else
-        Copy(lines);
+        return false;
     return true;
 }

@@ -6,7 +6,6 @@
 #include <QList>
 
 #include <functional>
-#include <optional>
 
 class QAction;
 class Taskmill_TabMenu;
@@ -15,15 +14,15 @@ class Taskmill_TabMenu;
 class Taskmill_JobEntries
 {
 public:
-    /// Copies are made of so many jobs at most.
-    static constexpr qsizetype MostCopied = 1000;
+    /// Of more jobs nothing is copied.
+    static constexpr qsizetype MostJobs = 1000;
 
-    /// The jobs that are selected, else the current one; more than MostCopied are not listed.
+    /// The jobs that are selected, else the current one.
     struct Jobs
     {
-        QList<int> jobIDs;
-        /// As a job is now; nothing when it has gone.
-        std::function<std::optional<Taskmill_JobRecord>(int jobID)> find;
+        qsizetype count = 0;
+        /// As a job is now; nullptr when it has gone.
+        std::function<const Taskmill_JobRecord *(qsizetype place)> at;
     };
 
     /// Adds them, each as far as it can be chosen.
@@ -33,7 +32,7 @@ public:
     bool Act(const QAction &chosen) const;
 
 private:
-    [[nodiscard]] QList<Taskmill_JobRecord> Records() const;
+    [[nodiscard]] QStringList OfEach(QString (*text)(const Taskmill_JobRecord &job)) const;
 
     Jobs m_jobs;
     QAction *m_openFolder;

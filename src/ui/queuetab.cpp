@@ -165,6 +165,12 @@ Taskmill_Job *Taskmill_QueueTab::JobOf(int jobID) const
     return jobID == -1 ? nullptr : m_owner.Jobs().FindByJobID(jobID);
 }
 
+const Taskmill_JobRecord *Taskmill_QueueTab::RecordOf(int jobID) const
+{
+    const Taskmill_Job *job = JobOf(jobID);
+    return job ? &job->Record() : nullptr;
+}
+
 QList<int> Taskmill_QueueTab::JobIDsOfRows(const QList<int> &rows) const
 {
     QList<int> positions;
@@ -233,11 +239,8 @@ void Taskmill_QueueTab::AddEntries(Taskmill_TabMenu &menu, const QList<int> &sel
         entries.Refine(*currentJob);
     menu.AddSeparator();
     const Taskmill_JobEntries jobEntries{
-        menu, {.jobIDs = selection.first(qMin(selection.size(), Taskmill_JobEntries::MostCopied)),
-               .find = [this](int jobID) {
-                   const Taskmill_Job *job = JobOf(jobID);
-                   return job ? std::optional{job->Record()} : std::nullopt;
-               }}};
+        menu, {.count = selection.size(),
+               .at = [this, selection](qsizetype place) { return RecordOf(selection[place]); }}};
     const QAction *exporting = menu.AddEntry(u"Export..."_s, m_table->model()->rowCount() > 0);
     menu.WhenChosen([this, entries, jobEntries, exporting, selection, currentJobID](const QAction &chosen) {
         if (&chosen == exporting)
@@ -287,11 +290,7 @@ void Taskmill_QueueTab::Export()
         return;
     Taskmill_JobExport::Begin(
         dialogue.File(), jobIDs.size(),
-        [this, jobIDs](qsizetype place) {
-            const Taskmill_Job *job = JobOf(jobIDs[place]);
-            return job ? &job->Record() : nullptr;
-        },
-        this);
+        [this, jobIDs](qsizetype place) { return RecordOf(jobIDs[place]); }, this);
 }
 
 void Taskmill_QueueTab::AskForLimit()

@@ -20,6 +20,7 @@ class Taskmill_QueueOwner;
 class Taskmill_QueuelessJobsList;
 class Taskmill_QueuePausedBar;
 class Taskmill_TableFiller;
+struct Taskmill_JobRecord;
 
 /// The visible half of the three queue tabs: the page with the table of the jobs, and what its menu, double
 /// clicks and drops do.
@@ -66,6 +67,7 @@ private:
     void UpdatePaused();
     void SetPaused(bool paused);
     [[nodiscard]] Taskmill_Job *JobOf(int jobID) const;
+    [[nodiscard]] const Taskmill_JobRecord *RecordOf(int jobID) const;
     [[nodiscard]] QList<int> JobIDsOfRows(const QList<int> &rows) const;
     [[nodiscard]] bool AnyHeld(const QList<int> &jobIDs) const;
     [[nodiscard]] QList<int> SelectionOfMenu(const QModelIndex &clicked) const;
