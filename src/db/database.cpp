@@ -517,6 +517,14 @@ bool Taskmill_Database::SetFinishedJobOutput(qint64 key, const QString &output)
     return m_finishedJobs.SetOutput(key, output);
 }
 
+bool Taskmill_Database::SetFinishedJobResult(qint32 jobID, const Taskmill_JobResult &result)
+{
+    auto fields =
+        m_addedFields.Read(Connection(), Taskmill_FieldOwner::Job, QString::number(jobID)).value(jobID);
+    Taskmill_SetResultField(fields, result);
+    return m_addedFields.Set(Connection(), Taskmill_FieldOwner::Job, jobID, fields);
+}
+
 std::unique_ptr<Taskmill_FinishedJobReader>
 Taskmill_Database::MakeFinishedJobReader(const Taskmill_FinishedJobReading &reading)
 {

@@ -139,6 +139,8 @@ public:
     [[nodiscard]] QString GetFinishedJobOutput(qint64 key);
     /// Belongs to a transaction.
     bool SetFinishedJobOutput(qint64 key, const QString &output);
+    /// By job number; belongs to a transaction, too.
+    bool SetFinishedJobResult(qint32 jobID, const Taskmill_JobResult &result);
     /// What reads many of them, with these columns or, when none is named, all but the output.
     [[nodiscard]] std::unique_ptr<Taskmill_FinishedJobReader>
     MakeFinishedJobReader(const Taskmill_FinishedJobReading &reading = {});

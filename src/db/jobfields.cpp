@@ -27,6 +27,7 @@ constexpr std::array fileFields{
 constexpr auto placeholderPrefix = "Placeholder "_L1;
 constexpr int placeholderDigits = 3;
 constexpr auto runField = "Run"_L1;
+constexpr auto clientResultField = "ClientResult"_L1;
 /// Everything that the output said, as JSON.
 constexpr auto resultDetailsField = "ResultDetails"_L1;
 
@@ -51,10 +52,7 @@ void AddFieldsOfEnd(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields 
         if (const std::optional<qint64> &value = job.*field.value)
             fields.insert(field.name, QString::number(*value));
     }
-    if (job.Result.IsOfKnownProgram()) {
-        fields.insert(Taskmill_ResultField, job.Result.VerdictText());
-        fields.insert(resultDetailsField, job.Result.ToJson());
-    }
+    Taskmill_SetResultField(fields, job.Result);
 }
 
 void SetFieldsOfEnd(Taskmill_JobRecord &job, const Taskmill_AddedFields::Fields &fields)
@@ -74,6 +72,17 @@ void SetFieldsOfEnd(Taskmill_JobRecord &job, const Taskmill_AddedFields::Fields 
 }
 } // namespace
 
+void Taskmill_SetResultField(Taskmill_AddedFields::Fields &fields, const Taskmill_JobResult &result)
+{
+    if (result.IsOfKnownProgram()) {
+        fields.insert(Taskmill_ResultField, result.VerdictText());
+        fields.insert(resultDetailsField, result.ToJson());
+    } else {
+        fields.remove(Taskmill_ResultField);
+        fields.remove(resultDetailsField);
+    }
+}
+
 Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
 {
     Taskmill_AddedFields::Fields fields;
@@ -85,6 +94,8 @@ Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
         fields.remove(u"OutputFile"_s);
     if (!job.Run.isEmpty() && !job.IsFinished())
         fields.insert(runField, job.Run);
+    if (job.ClientResult)
+        fields.insert(clientResultField, u"yes"_s);
     if (job.IsFinished())
         AddFieldsOfEnd(job, fields);
     int number = 0;
@@ -100,6 +111,7 @@ void Taskmill_SetFieldsOfJob(Taskmill_JobRecord &job, const Taskmill_AddedFields
         if (const QString text = fields.value(field.name); !text.isEmpty())
             job.*field.text = text;
     }
+    job.ClientResult = fields.value(clientResultField) == "yes"_L1;
     if (!job.IsFinished())
         job.Run = fields.value(runField);
     else

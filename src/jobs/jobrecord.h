@@ -31,6 +31,7 @@ struct Taskmill_JobRecord
     qint32 ClientUID = 0; ///< stored and reported only, as ClientGID
     qint32 ClientGID = 0;
     bool ClientNotification = false;
+    bool ClientResult = false; ///< the notification is to say the result
     Taskmill_JobType JobType;
     qint32 RunNumber = 0;
     QString QueueName; ///< "Long", "Short", "None" or "Queueless"; see Taskmill_QueueKeyFromName

@@ -3,7 +3,6 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QJsonObject>
 
 #include <algorithm>
 #include <array>
@@ -37,21 +36,25 @@ QString Taskmill_JobResult::VerdictText() const
                               : QString{};
 }
 
-QString Taskmill_JobResult::ToJson() const
+QJsonObject Taskmill_JobResult::Json() const
 {
     QJsonArray energies;
     for (const double energy : Energies)
         energies.append(energy);
-    const QJsonObject object{
+    return {
         {u"program"_s, Program},
-        {u"version"_s, Version},
+        {u"version"_s, Version.isEmpty() ? QJsonValue{} : Version},
         {u"result"_s, VerdictText()},
         {u"message"_s, Message},
         {u"converged"_s, Converged ? QJsonValue{*Converged} : QJsonValue{}},
         {u"steps"_s, Steps},
         {u"energies"_s, energies},
     };
-    return QString::fromUtf8(QJsonDocument{object}.toJson(QJsonDocument::Compact));
+}
+
+QString Taskmill_JobResult::ToJson() const
+{
+    return QString::fromUtf8(QJsonDocument{Json()}.toJson(QJsonDocument::Compact));
 }
 
 Taskmill_JobResult Taskmill_JobResult::FromJson(const QString &text)

@@ -3,6 +3,7 @@
 
 #include "engines/programresult.h"
 
+#include <QJsonObject>
 #include <QList>
 #include <QString>
 
@@ -26,6 +27,8 @@ struct Taskmill_JobResult
     /// "normal", "not-converged", "error" or "none"; empty when the program is not known.
     [[nodiscard]] QString VerdictText() const;
 
+    /// With the keys program, version, result, message, converged, steps and energies.
+    [[nodiscard]] QJsonObject Json() const;
     /// All of it in one line, as it is stored with a job.
     [[nodiscard]] QString ToJson() const;
     /// What is no such text, or a part of another kind, counts as not there.

@@ -7,6 +7,7 @@
 #include "kilnutil/logging.h"
 #include "manager/finishedmatches.h"
 #include "manager/finishedranking.h"
+#include "manager/jobresults.h"
 #include "manager/listings.h"
 #include "manager/namelist.h"
 #include "manager/outbox.h"
@@ -55,6 +56,7 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &ended, const std::f
     if (job.IsOutputLeft && !CanLeaveOutputs())
         job.StdOutAndStdErr.prepend(m_outputOfRun ? m_outputOfRun(job.Run) : QString{});
     job.IsOutputLeft = job.IsOutputLeft && CanLeaveOutputs();
+    const qint64 result = BeginResult(job);
     Missing written{.key = -1, .alsoWrite = alsoWrite, .notification = m_outbox.Add(job)};
     const auto row = Record(job, written);
     const bool isStored = row && *row >= 0;
@@ -69,8 +71,75 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &ended, const std::f
         written.key = key;
         m_missing.append(written);
     }
+    if (result != 0) {
+        m_awaited.insert(result, {.key = key, .notification = written.notification});
+        m_outbox.HoldForResult(written.notification);
+    }
     Q_EMIT JobsChangedSignal();
     return row.has_value();
+}
+
+qint64 Taskmill_FinishedJobs::BeginResult(Taskmill_JobRecord &job)
+{
+    if (!m_results)
+        return 0;
+    // Its status is not to wait for a file that is long, or on a drive that does not answer.
+    const qint64 number = ++m_lastResult;
+    const auto result = m_results->ResultOfEnded(
+        job, [this, number](const Taskmill_JobResult &late) { TakeResult(number, late); });
+    if (!result)
+        return number;
+    job.Result = *result;
+    return 0;
+}
+
+void Taskmill_FinishedJobs::TakeResult(qint64 number, const Taskmill_JobResult &result)
+{
+    const auto awaited = m_awaited.constFind(number);
+    if (awaited == m_awaited.constEnd())
+        return;
+    const Awaited job = *awaited;
+    m_awaited.erase(awaited);
+    RecordResult(job, result);
+}
+
+void Taskmill_FinishedJobs::RecordResult(const Awaited &awaited, const Taskmill_JobResult &result)
+{
+    // Where nothing is said, and nobody waits, nothing is written.
+    const Taskmill_FinishedEntry *entry = EntryWithKey(awaited.key);
+    if (!entry || !result.IsOfKnownProgram()) {
+        (void)m_outbox.SetResult(awaited.notification, result);
+        return;
+    }
+    const auto held = m_held.find(awaited.key);
+    Taskmill_Database *database = held == m_held.end() ? CurrentDatabase() : nullptr;
+    if (held != m_held.end())
+        held->Result = result;
+    else if (Taskmill_JobRecord *known = m_read.object(awaited.key))
+        known->Result = result;
+    const int jobID = entry->JobID;
+    const auto write = [&] {
+        return (!database || database->SetFinishedJobResult(jobID, result)) &&
+               m_outbox.SetResult(awaited.notification, result);
+    };
+    if (!(database ? database->AsOneChange(write) : write()))
+        qCWarning(Taskmill_ManagerLog, "The result of job %d could not be written to the database", jobID);
+    Q_EMIT ResultKnownSignal(jobID);
+}
+
+void Taskmill_FinishedJobs::WaitForResults(std::chrono::milliseconds longest)
+{
+    if (m_results && !m_awaited.isEmpty() && !m_results->WaitForEnded(longest))
+        qCInfo(Taskmill_ManagerLog, "The outputs of some jobs that have ended are still being read");
+}
+
+void Taskmill_FinishedJobs::ForgetResults()
+{
+    const auto awaited = std::exchange(m_awaited, {});
+    for (const Awaited &job : awaited)
+        (void)m_outbox.SetResult(job.notification, {});
+    if (m_results)
+        m_results->Forget();
 }
 
 bool Taskmill_FinishedJobs::CanLeaveOutputs() const
@@ -110,8 +179,10 @@ void Taskmill_FinishedJobs::Remember(Taskmill_JobRecord job, qint64 key)
 
 Taskmill_FinishedEntry *Taskmill_FinishedJobs::EntryWithKey(qint64 key)
 {
-    const auto entry = std::ranges::find(m_entries, key, &Taskmill_FinishedEntry::Key);
-    return entry == m_entries.end() ? nullptr : &*entry;
+    // It is one of the newest.
+    const auto entry = std::find_if(m_entries.rbegin(), m_entries.rend(),
+                                    [key](const Taskmill_FinishedEntry &one) { return one.Key == key; });
+    return entry == m_entries.rend() ? nullptr : &*entry;
 }
 
 void Taskmill_FinishedJobs::RecordMissing()
@@ -125,6 +196,8 @@ void Taskmill_FinishedJobs::RecordMissing()
         if (*row < 0)
             continue;
         EntryWithKey(missing.key)->Key = *row;
+        for (Awaited &awaited : m_awaited)
+            awaited.key = awaited.key == missing.key ? *row : awaited.key;
         Remember(m_held.take(missing.key), *row);
     }
 }
@@ -135,12 +208,15 @@ bool Taskmill_FinishedJobs::TakeLeftOutputs()
     const QList<qint64> keys = m_leftOutputs.keys();
     for (const qint64 key : keys) {
         const Taskmill_LeftOutput left = m_leftOutputs.value(key);
+        const QString output = m_outputOfRun(left.Run) + left.Said;
         const bool isTaken = database->Untracked([&] {
-            return database->SetFinishedJobOutput(key, m_outputOfRun(left.Run) + left.Said) &&
+            return database->SetFinishedJobOutput(key, output) &&
                    database->WorkingCopy().RemoveLeftOutput(key);
         });
         if (!isTaken)
             return false;
+        if (m_results)
+            m_results->TakeLeftOutput(left.Run, output);
         m_leftOutputs.remove(key);
         Q_EMIT RunStoredSignal(left.Run);
     }
@@ -181,6 +257,7 @@ void Taskmill_FinishedJobs::Clear()
     m_matching.Stop();
     m_removalTimer.stop();
     m_rowsToRemove.clear();
+    ForgetResults();
     m_entries.clear();
     m_origins = {};
     m_held.clear();
@@ -316,6 +393,9 @@ void Taskmill_FinishedJobs::Remove(QList<int> positions)
             return false;
         ++next;
         m_read.remove(entry.Key);
+        // Another row may get the key; the client still wants the result.
+        for (Awaited &awaited : m_awaited)
+            awaited.key = awaited.key == entry.Key ? Awaited{}.key : awaited.key;
         if (m_held.remove(entry.Key))
             m_missing.removeIf([&entry](const Missing &missing) { return missing.key == entry.Key; });
         else

@@ -12,11 +12,13 @@
 #include <QObject>
 #include <QTimer>
 
+#include <chrono>
 #include <functional>
 #include <limits>
 
 class Taskmill_Database;
 class Taskmill_JobFilter;
+class Taskmill_JobResults;
 class Taskmill_Outbox;
 struct Taskmill_FinishedJobReading;
 
@@ -62,6 +64,10 @@ public:
     /// Returns what the run of a job wrote, see Taskmill_JobRecord::Run and IsOutputLeft.
     using OutputReader = std::function<QString(const QString &run)>;
     void SetOutputOfRuns(const OutputReader &read) { m_outputOfRun = read; }
+    /// Reads the results of the jobs that are added; outlives this.
+    void SetResults(Taskmill_JobResults &results) { m_results = &results; }
+    /// Waits for results that are not known yet, but no longer than that, and records them.
+    void WaitForResults(std::chrono::milliseconds longest);
     /// Writes the long outputs that are still with their runs into the rows of their jobs, so that these are
     /// whole. False when one cannot be written.
     [[nodiscard]] bool TakeLeftOutputs();
@@ -103,6 +109,8 @@ public:
 
 Q_SIGNALS:
     void JobsChangedSignal();
+    /// The result of that job is known now, later than its end; its place in the list is the same.
+    void ResultKnownSignal(int jobID);
     /// The result of that run, see Taskmill_JobRecord::Run, is where the jobs of the project are.
     void RunStoredSignal(const QString &run);
 
@@ -114,7 +122,19 @@ private:
         qint64 notification = 0; ///< number in the outbox
     };
 
+    /// A job whose result is still being read.
+    struct Awaited
+    {
+        qint64 key = 0;
+        qint64 notification = 0; ///< number in the outbox
+    };
+
     [[nodiscard]] bool CanLeaveOutputs() const;
+    /// Puts the result into the job. A number of the result when it is not known yet, else 0.
+    qint64 BeginResult(Taskmill_JobRecord &job);
+    void TakeResult(qint64 number, const Taskmill_JobResult &result);
+    void RecordResult(const Awaited &awaited, const Taskmill_JobResult &result);
+    void ForgetResults();
     /// The key of the job's row; nothing when it could not be written, -1 when no database is open.
     std::optional<qint64> Record(const Taskmill_JobRecord &job, const Missing &missing);
     [[nodiscard]] Taskmill_FinishedEntry *EntryWithKey(qint64 key);
@@ -133,6 +153,9 @@ private:
     qint64 m_lastHeldKey;
     mutable QCache<qint64, Taskmill_JobRecord> m_read; ///< those that were asked for last
     OutputReader m_outputOfRun;
+    Taskmill_JobResults *m_results = nullptr;
+    QHash<qint64, Awaited> m_awaited; ///< by the numbers of their results
+    qint64 m_lastResult = 0;
     QHash<qint64, Taskmill_LeftOutput> m_leftOutputs; ///< by the keys of their rows
     QList<Missing> m_missing;                         ///< in the database
     QList<qint64> m_rowsToRemove;

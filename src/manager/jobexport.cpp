@@ -27,10 +27,7 @@ const QStringList resultKeys{resultKey,       u"message"_s, u"program"_s, u"vers
 
 QJsonObject Json(const Taskmill_JobRecord &job)
 {
-    QJsonObject object = Taskmill_Listings::JobFields().Json(job);
-    if (job.Result.IsOfKnownProgram())
-        object.insert(resultKey, QJsonDocument::fromJson(job.Result.ToJson().toUtf8()).object());
-    return object;
+    return Taskmill_Listings::JobFields().Json(job);
 }
 
 QString NumberText(double number)

@@ -328,6 +328,7 @@ void Taskmill_JobSubmitter::MakeJob(const Taskmill_JobRequest &request, const Ta
     job.ClientUID = request.ClientUID;
     job.ClientGID = request.ClientGID;
     job.ClientNotification = request.ClientNotification.value_or(false);
+    job.ClientResult = request.ClientResult;
     job.RunNumber = static_cast<int>(destination);
     job.QueueName = Taskmill_QueueNameOfNewJob(destination);
     job.InputFilePath = inputFile;

@@ -5,6 +5,7 @@
 
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QLocale>
 
 #include <algorithm>
 #include <utility>
@@ -130,6 +131,33 @@ QJsonValue EnvironmentInJson(const JobType &jobType)
     return QJsonArray::fromStringList(jobType.EnvironmentVariables.split(u'\n', Qt::SkipEmptyParts));
 }
 
+QString ResultLine(const Job &job)
+{
+    return job.Result.Message;
+}
+
+QString ResultProgram(const Job &job)
+{
+    return (job.Result.Program + u' ' + job.Result.Version).trimmed();
+}
+
+QString ResultSteps(const Job &job)
+{
+    return job.Result.Steps > 0 ? QString::number(job.Result.Steps) : QString{};
+}
+
+QString ResultEnergy(const Job &job)
+{
+    return job.Result.Energies.isEmpty()
+               ? QString{}
+               : u"%1 hartree"_s.arg(job.Result.Energies.last(), 0, 'g', QLocale::FloatingPointShortest);
+}
+
+QJsonValue ResultInJson(const Job &job)
+{
+    return job.Result.IsOfKnownProgram() ? QJsonValue{job.Result.Json()} : QJsonValue{};
+}
+
 /// A new field goes to the end, so that the columns before it stay where they are.
 const QList<JobField> &AllJobFields()
 {
@@ -183,7 +211,18 @@ const QList<JobField> &AllJobFields()
          {8},
          {8},
          5},
-        {{.header = u"Result"_s, .cell = ResultText, .standsBehind = u"Status"_s}, {13}, {13}, 1},
+        {{.header = u"Result"_s,
+          .key = u"result"_s,
+          .cell = ResultText,
+          .standsBehind = u"Status"_s,
+          .json = ResultInJson},
+         {13},
+         {13},
+         1},
+        {{.header = u"Result Line"_s, .cell = ResultLine}},
+        {{.header = u"Program"_s, .cell = ResultProgram}},
+        {{.header = u"Optimization Steps"_s, .cell = ResultSteps}},
+        {{.header = u"Last Energy"_s, .cell = ResultEnergy}},
         {{.header = u"Elapsed"_s,
           .key = u"elapsed"_s,
           .cell = JobQuantity{Elapsed, Taskmill_DurationText}},

@@ -3,6 +3,7 @@
 
 #include "manager/finishedjobs.h"
 #include "manager/listings.h"
+#include "widgets/tablesortproxy.h"
 
 #include <algorithm>
 
@@ -20,6 +21,18 @@ void Taskmill_FinishedJobsModel::Refresh()
         RemoveMissingRows();
     }
     AppendNewRows();
+}
+
+void Taskmill_FinishedJobsModel::UpdateJob(int jobID)
+{
+    // It is one of the newest. One that is not there yet comes as it is.
+    const auto found = std::find(m_jobIDs.crbegin(), m_jobIDs.crend(), jobID);
+    if (found == m_jobIDs.crend())
+        return;
+    const auto row = static_cast<int>(m_jobIDs.crend() - found) - 1;
+    Q_EMIT dataChanged(index(row, 0), index(row, columnCount() - 1),
+                       {Qt::DisplayRole, Qt::DecorationRole, Qt::ToolTipRole, Qt::AccessibleDescriptionRole,
+                        KilnUtil_TableSortProxy::SortRole});
 }
 
 void Taskmill_FinishedJobsModel::RemoveMissingRows()

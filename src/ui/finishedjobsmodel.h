@@ -19,6 +19,8 @@ public:
     /// selection and their place are kept. Jobs that have been added may wait for that, removals may not: the
     /// rows show the list itself.
     void Refresh();
+    /// The job is another one than the row has shown so far.
+    void UpdateJob(int jobID);
 
     [[nodiscard]] bool HasManyRows() const override;
     [[nodiscard]] std::optional<Ranks> RanksAtOnce(int column) const override;

@@ -69,6 +69,8 @@ Taskmill_FinishedJobsWidget::Taskmill_FinishedJobsWidget(QWidget *parent, Taskmi
     FillTable();
     connect(&m_jobs, &Taskmill_FinishedJobs::JobsChangedSignal, this,
             &Taskmill_FinishedJobsWidget::JobsChangedSlot);
+    connect(&m_jobs, &Taskmill_FinishedJobs::ResultKnownSignal, m_model,
+            &Taskmill_FinishedJobsModel::UpdateJob);
 }
 
 void Taskmill_FinishedJobsWidget::BuildTable()

@@ -61,6 +61,7 @@ Taskmill_JobSummary::Taskmill_JobSummary(Taskmill_Destinations &destinations,
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         connect(owner, &Taskmill_QueueOwner::JobsChangedSignal, this, countSoon);
     connect(&m_finishedJobs, &Taskmill_FinishedJobs::JobsChangedSignal, this, countSoon);
+    connect(&m_finishedJobs, &Taskmill_FinishedJobs::ResultKnownSignal, this, countSoon);
 }
 
 void Taskmill_JobSummary::Count()
