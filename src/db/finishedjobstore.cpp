@@ -138,12 +138,6 @@ QList<Taskmill_FinishedRow> Taskmill_FinishedJobStore::Rows()
     return *m_rows;
 }
 
-bool Taskmill_FinishedJobStore::Contains(qint32 jobID)
-{
-    const QList<Taskmill_FinishedRow> rows = Rows();
-    return std::ranges::find(rows, jobID, &Taskmill_FinishedRow::JobID) != rows.end();
-}
-
 void Taskmill_FinishedJobStore::TakeOutContained(QSet<qint32> &jobIDs)
 {
     const QList<Taskmill_FinishedRow> rows = jobIDs.isEmpty() ? QList<Taskmill_FinishedRow>{} : Rows();

@@ -33,7 +33,6 @@ public:
 
     /// All rows in table order. What was read is remembered, with the job types of that time.
     [[nodiscard]] QList<Taskmill_FinishedRow> Rows();
-    [[nodiscard]] bool Contains(qint32 jobID) override;
     void TakeOutContained(QSet<qint32> &jobIDs) override;
     [[nodiscard]] qint32 LargestJobID() override;
 
