@@ -28,9 +28,7 @@ constexpr auto placeholderPrefix = "Placeholder "_L1;
 constexpr int placeholderDigits = 3;
 constexpr auto runField = "Run"_L1;
 constexpr auto clientResultField = "ClientResult"_L1;
-constexpr auto exitCodeField = "ExitCode"_L1;
-/// The verdict alone, by which jobs are found, and everything that the output said, as JSON.
-constexpr auto resultField = "Result"_L1;
+/// Everything that the output said, as JSON.
 constexpr auto resultDetailsField = "ResultDetails"_L1;
 
 struct MeasureField
@@ -40,8 +38,8 @@ struct MeasureField
 };
 
 constexpr std::array measureFields{
-    MeasureField{"ProcessorMs"_L1, &Taskmill_JobRecord::ProcessorMs},
-    MeasureField{"PeakMemoryKB"_L1, &Taskmill_JobRecord::PeakMemoryKB},
+    MeasureField{Taskmill_ProcessorTimeField, &Taskmill_JobRecord::ProcessorMs},
+    MeasureField{Taskmill_PeakMemoryField, &Taskmill_JobRecord::PeakMemoryKB},
 };
 
 /// What a finished job has besides.
@@ -49,7 +47,7 @@ void AddFieldsOfEnd(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields 
 {
     // Of a completed job it is 0.
     if (job.Status != Taskmill_JobStatus::Completed && job.ExitCode)
-        fields.insert(exitCodeField, QString::number(*job.ExitCode));
+        fields.insert(Taskmill_ExitCodeField, QString::number(*job.ExitCode));
     for (const MeasureField &field : measureFields) {
         if (const std::optional<qint64> &value = job.*field.value)
             fields.insert(field.name, QString::number(*value));
@@ -60,24 +58,27 @@ void AddFieldsOfEnd(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields 
 void SetFieldsOfEnd(Taskmill_JobRecord &job, const Taskmill_AddedFields::Fields &fields)
 {
     bool isNumber = false;
-    if (const int code = fields.value(exitCodeField).toInt(&isNumber); isNumber)
+    if (const int code = fields.value(Taskmill_ExitCodeField).toInt(&isNumber); isNumber)
         job.ExitCode = code;
     for (const MeasureField &field : measureFields) {
         if (const qint64 value = fields.value(field.name).toLongLong(&isNumber); isNumber && value >= 0)
             job.*field.value = value;
     }
-    if (const QString details = fields.value(resultDetailsField); !details.isEmpty())
+    if (const QString details = fields.value(resultDetailsField); !details.isEmpty()) {
         job.Result = Taskmill_JobResult::FromJson(details);
+    } else if (const QString verdict = fields.value(Taskmill_ResultField); !verdict.isEmpty()) {
+        job.Result = Taskmill_JobResult::OfVerdict(verdict);
+    }
 }
 } // namespace
 
 void Taskmill_SetResultField(Taskmill_AddedFields::Fields &fields, const Taskmill_JobResult &result)
 {
     if (result.IsOfKnownProgram()) {
-        fields.insert(resultField, result.VerdictText());
+        fields.insert(Taskmill_ResultField, result.VerdictText());
         fields.insert(resultDetailsField, result.ToJson());
     } else {
-        fields.remove(resultField);
+        fields.remove(Taskmill_ResultField);
         fields.remove(resultDetailsField);
     }
 }

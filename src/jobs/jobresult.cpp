@@ -17,6 +17,16 @@ QString Text(const std::string &text)
 {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
+
+/// None for any other text.
+Taskmill_Verdict VerdictOf(const QString &text)
+{
+    constexpr std::array verdicts{Taskmill_Verdict::Normal, Taskmill_Verdict::NotConverged,
+                                  Taskmill_Verdict::Error};
+    const QByteArray bytes = text.toUtf8();
+    const auto *found = std::ranges::find(verdicts, std::string_view{bytes}, Taskmill_VerdictText);
+    return found == verdicts.end() ? Taskmill_Verdict::None : *found;
+}
 } // namespace
 
 QString Taskmill_JobResult::VerdictText() const
@@ -54,18 +64,21 @@ Taskmill_JobResult Taskmill_JobResult::FromJson(const QString &text)
     result.Program = object.value("program"_L1).toString();
     result.Version = object.value("version"_L1).toString();
     result.Message = object.value("message"_L1).toString();
-    const QByteArray verdict = object.value("result"_L1).toString().toUtf8();
-    constexpr std::array verdicts{Taskmill_Verdict::Normal, Taskmill_Verdict::NotConverged,
-                                  Taskmill_Verdict::Error};
-    const auto *found = std::ranges::find(verdicts, std::string_view{verdict}, Taskmill_VerdictText);
-    if (found != verdicts.end())
-        result.Verdict = *found;
+    result.Verdict = VerdictOf(object.value("result"_L1).toString());
     if (const QJsonValue converged = object.value("converged"_L1); converged.isBool())
         result.Converged = converged.toBool();
     result.Steps = std::max<qint64>(object.value("steps"_L1).toInteger(), 0);
     const QJsonArray energies = object.value("energies"_L1).toArray();
     for (const QJsonValue energy : energies)
         result.Energies.append(energy.toDouble());
+    return result;
+}
+
+Taskmill_JobResult Taskmill_JobResult::OfVerdict(const QString &text)
+{
+    Taskmill_JobResult result;
+    result.Verdict = VerdictOf(text);
+    result.Program = u"?"_s;
     return result;
 }
 

@@ -5,6 +5,8 @@
 #include "db/databasemanager.h"
 #include "db/jobfields.h"
 #include "kilnutil/logging.h"
+#include "manager/finishedmatches.h"
+#include "manager/finishedranking.h"
 #include "manager/jobresults.h"
 #include "manager/listings.h"
 #include "manager/namelist.h"
@@ -252,6 +254,7 @@ void Taskmill_FinishedJobs::Clear()
 {
     // What reads in the background has the database open.
     m_ranking.Stop();
+    m_matching.Stop();
     m_removalTimer.stop();
     m_rowsToRemove.clear();
     ForgetResults();
@@ -317,7 +320,9 @@ void Taskmill_FinishedJobs::ForEach(const std::function<void(const Taskmill_JobR
     };
     Taskmill_Database *database = CurrentDatabase();
     if (database && IsWorthReadingAll(since)) {
-        const auto fields = database->GetAddedFieldsOfJobs();
+        // What is made of columns alone needs none.
+        const auto fields = columns.isEmpty() ? database->GetAddedFieldsOfJobs()
+                                              : QHash<qint32, Taskmill_AddedFields::Fields>{};
         const auto takeRow = [&](qint64 key, const Taskmill_JobRecord &job) {
             takeUpTo(key);
             // Rows that are about to be removed are no jobs any more.
@@ -337,7 +342,7 @@ void Taskmill_FinishedJobs::ForEach(const std::function<void(const Taskmill_JobR
             m_origins.Restore(whole, entry.Origin);
             take(whole);
         };
-        (void)database->MakeFinishedJobReader(columns)->Read(std::numeric_limits<qint64>::min(), -1, takeRow);
+        (void)database->MakeFinishedJobReader({columns, {}})->Read(std::numeric_limits<qint64>::min(), -1, takeRow);
     }
     for (; position < m_entries.size(); ++position) {
         if (m_entries[position].JobID > since)
@@ -398,6 +403,7 @@ void Taskmill_FinishedJobs::Remove(QList<int> positions)
         return true;
     });
     m_ranking.Cancel();
+    m_matching.Cancel();
     for (const qint64 key : std::as_const(rows))
         GiveUpLeftOutput(key);
     m_rowsToRemove += rows;
@@ -477,16 +483,26 @@ bool Taskmill_FinishedJobs::IsRanked() const
     return m_entries.size() > FewJobs && CurrentDatabase();
 }
 
-void Taskmill_FinishedJobs::Rank(int column, const Taskmill_FinishedRanking::Take &take)
+Taskmill_FinishedScan::Task
+Taskmill_FinishedJobs::ScanOf(const Taskmill_FinishedJobReading &reading) const
 {
-    Taskmill_Database *database = CurrentDatabase();
-    m_ranking.Begin(
-        {.Column = column,
-         .Entries = m_entries,
-         .Origins = m_origins,
-         .Held = m_held,
-         .Reader = database->MakeFinishedJobReader(Taskmill_FinishedRanking::ReadColumns(column))},
-        take);
+    return {.Entries = m_entries,
+            .Origins = m_origins,
+            .Held = m_held,
+            .Reader = CurrentDatabase()->MakeFinishedJobReader(reading)};
+}
+
+void Taskmill_FinishedJobs::Rank(int column, const TakeRanks &take)
+{
+    const auto ranking = std::make_shared<Taskmill_FinishedRanking>(column, m_entries.size());
+    m_ranking.Begin(ScanOf(Taskmill_FinishedRanking::WhatIsRead(column)), ranking,
+                    [ranking, take] { take(ranking->Ranks()); });
+}
+
+void Taskmill_FinishedJobs::Match(const Taskmill_JobFilter &filter, const TakeMatches &take)
+{
+    const auto matches = std::make_shared<Taskmill_FinishedMatches>(filter, m_entries.size());
+    m_matching.Begin(ScanOf(filter.WhatIsRead()), matches, [matches, take] { take(matches->Matches()); });
 }
 
 QString Taskmill_FinishedJobs::ListingText(int width, int since) const

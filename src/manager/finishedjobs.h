@@ -4,7 +4,7 @@
 #include "db/workingcopystore.h"
 #include "jobs/finishedjobstaker.h"
 #include "jobs/jobrecord.h"
-#include "manager/finishedranking.h"
+#include "manager/finishedscan.h"
 
 #include <QCache>
 #include <QHash>
@@ -17,8 +17,10 @@
 #include <limits>
 
 class Taskmill_Database;
+class Taskmill_JobFilter;
 class Taskmill_JobResults;
 class Taskmill_Outbox;
+struct Taskmill_FinishedJobReading;
 
 /// The jobs that have left their queue, in the order in which they arrived. There may be a million of them:
 /// their records are in the database and are read when they are asked for, apart from jobs that it does not
@@ -91,10 +93,15 @@ public:
     /// Whether they are so many that they are sorted by Rank(), and those are in a database.
     [[nodiscard]] bool IsRanked() const;
     /// Finds a number for each job, in the order of the list, that sorts as its value in that column of the
-    /// listing. They are given to the function from the event loop, unless others are asked for or the
+    /// table. They are given to the function from the event loop, unless others are asked for or the
     /// generation has changed meanwhile.
-    void Rank(int column, const Taskmill_FinishedRanking::Take &take);
+    using TakeRanks = std::function<void(const QList<quint32> &ranks)>;
+    void Rank(int column, const TakeRanks &take);
     void StopRanking() { m_ranking.Cancel(); }
+    /// Finds in the same way whether the filter shows each job.
+    using TakeMatches = std::function<void(const QList<bool> &matches)>;
+    void Match(const Taskmill_JobFilter &filter, const TakeMatches &take);
+    void StopMatching() { m_matching.Cancel(); }
 
     /// The listing that the console prints, of those with a higher number; with a width, made to fit a
     /// terminal of so many columns.
@@ -137,6 +144,7 @@ private:
     void ReportKeptRows();
     [[nodiscard]] bool IsWorthReadingAll(int since) const;
     [[nodiscard]] std::unique_ptr<Taskmill_JobRecord> Read(const Taskmill_FinishedEntry &entry) const;
+    [[nodiscard]] Taskmill_FinishedScan::Task ScanOf(const Taskmill_FinishedJobReading &reading) const;
 
     Taskmill_Outbox &m_outbox;
     QList<Taskmill_FinishedEntry> m_entries;
@@ -154,5 +162,6 @@ private:
     bool m_isRemovalCounted = false; ///< as one change of the project
     QTimer m_removalTimer;
     int m_generation = 0;
-    Taskmill_FinishedRanking m_ranking;
+    Taskmill_FinishedScan m_ranking;
+    Taskmill_FinishedScan m_matching;
 };

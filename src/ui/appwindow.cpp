@@ -53,7 +53,7 @@ Taskmill_AppWindow::Taskmill_AppWindow(Taskmill_Manager &manager)
     , m_shortJobs{PageOf(Taskmill_Page::ShortJobs), manager}
     , m_queuelessJobs{PageOf(Taskmill_Page::QueuelessJobs), manager}
     , m_runningJobs{PageOf(Taskmill_Page::RunningJobs), manager.RunningJobs(), manager.Destinations()}
-    , m_finishedJobs{PageOf(Taskmill_Page::FinishedJobs), manager.FinishedJobs()}
+    , m_finishedJobs{PageOf(Taskmill_Page::FinishedJobs), manager.FinishedJobs(), &manager.Submitter()}
     , m_jobTypes{PageOf(Taskmill_Page::JobTypes), manager.JobTypes()}
     , m_detailsSwitch{new Taskmill_DetailsSwitch{&m_window}}
     , m_openFilesDialog{manager.Store(), &m_window}
@@ -127,8 +127,7 @@ void Taskmill_AppWindow::FillMenus()
         help.addAction(u"&Manual"_s, QKeySequence{QKeySequence::HelpContents}), u"taskmill/introduction"_s,
         false);
     help.addAction(u"This &Tab"_s, QKeySequence{Qt::SHIFT | Qt::Key_F1}, this, [this] {
-        KilnUtil_HelpDialog::Global().ShowPage(
-            TabOf(static_cast<Taskmill_Page>(m_window.Tabs().currentIndex())).HelpId());
+        KilnUtil_HelpDialog::Global().ShowPage(CurrentTab().HelpId());
     });
     help.addAction(u"&About"_s, this, &Taskmill_AppWindow::AboutSlot);
 }
@@ -138,6 +137,14 @@ void Taskmill_AppWindow::FillViewMenu()
     QMenu &view = m_window.Menu(Taskmill_WindowMenu::View);
     view.addSeparator();
     view.addAction(&m_detailsSwitch->Entry());
+    m_filterEntry = view.addAction(u"&Filter"_s, QKeySequence{QKeySequence::Find}, this,
+                                   [this] { CurrentTab().OpenFilter(); });
+    QMenu *columns = view.addMenu(u"&Columns"_s);
+    connect(columns, &QMenu::aboutToShow, this, [this, columns] {
+        columns->clear();
+        CurrentTab().FillColumnsMenu(*columns);
+    });
+    view.addSeparator();
     QMenu *notifications = view.addMenu(u"Desktop &Notifications"_s);
     auto *choices = new QActionGroup{notifications};
     for (const auto &[text, announced] :
@@ -299,9 +306,15 @@ Taskmill_TabWithMenu &Taskmill_AppWindow::TabOf(Taskmill_Page page)
     return *tabs.at(static_cast<size_t>(page));
 }
 
+Taskmill_TabWithMenu &Taskmill_AppWindow::CurrentTab()
+{
+    return TabOf(static_cast<Taskmill_Page>(m_window.Tabs().currentIndex()));
+}
+
 void Taskmill_AppWindow::CurrentTabChangedSlot(int tab)
 {
     const auto page = static_cast<Taskmill_Page>(tab);
+    m_filterEntry->setEnabled(TabOf(page).HasFilter());
     m_tabMenus->ShowThoseOf(TabOf(page), page == Taskmill_Page::LongJobs || page == Taskmill_Page::ShortJobs);
     switch (page) {
     case Taskmill_Page::LongJobs:

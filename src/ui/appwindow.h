@@ -93,6 +93,7 @@ private:
     /// What the user must know of the project that has just been opened, and what must be decided of it.
     void SpeakOfProject(const QStringList &notices);
     [[nodiscard]] Taskmill_TabWithMenu &TabOf(Taskmill_Page page);
+    [[nodiscard]] Taskmill_TabWithMenu &CurrentTab();
     [[nodiscard]] QWidget *PageOf(Taskmill_Page page) const { return m_window.PageOf(page); }
 
     Taskmill_Manager &m_manager;
@@ -111,6 +112,7 @@ private:
     Taskmill_StatusLine *const m_statusLine;
     Taskmill_ProjectMenu *m_projectMenu = nullptr;
     Taskmill_TabMenus *m_tabMenus = nullptr;
+    QAction *m_filterEntry = nullptr;
     QPointer<Taskmill_ProjectOffer> m_offer;
     bool m_askingToExit = false;
 };

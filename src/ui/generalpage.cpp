@@ -2,6 +2,7 @@
 #include "ui/generalpage.h"
 
 #include "manager/listings.h"
+#include "manager/measuretext.h"
 #include "ui/statusicon.h"
 #include "widgets/contrast.h"
 
@@ -32,30 +33,15 @@ const QList<QStringList> &Groups()
 /// What says nothing that the other fields do not.
 bool IsLeftOut(const QString &header, const Taskmill_JobRecord &job)
 {
-    if (header == "Name"_L1 || header == "Result"_L1)
-        return true;
-    return job.ClientName.isEmpty() && header.startsWith("Client"_L1);
+    static const QStringList elsewhere{u"Name"_s,    u"Result"_s,        u"Result Line"_s,
+                                       u"Program"_s, u"Optimization Steps"_s, u"Last Energy"_s};
+    return elsewhere.contains(header) || (job.ClientName.isEmpty() && header.startsWith("Client"_L1));
 }
 
-QString TextOfResult(const Taskmill_JobResult &result)
-{
-    switch (result.Verdict) {
-    case Taskmill_Verdict::Normal:
-        return u"Ended normally"_s;
-    case Taskmill_Verdict::NotConverged:
-        return u"Not converged"_s;
-    case Taskmill_Verdict::Error:
-        return u"Error"_s;
-    case Taskmill_Verdict::None:
-        break;
-    }
-    return u"The output does not say how the calculation ended"_s;
-}
-
-/// Such as "Ended normally, xtb 6.6.1, 12 steps, -42.154321 hartree".
+/// Such as "Normal, xtb 6.6.1, 12 steps, -42.154321 hartree".
 QString SummaryOf(const Taskmill_JobResult &result)
 {
-    QStringList parts{TextOfResult(result), (result.Program + u' ' + result.Version).trimmed()};
+    QStringList parts{Taskmill_ResultText(result), (result.Program + u' ' + result.Version).trimmed()};
     if (result.Steps > 0)
         parts += result.Steps == 1 ? u"1 step"_s : u"%1 steps"_s.arg(result.Steps);
     if (!result.Energies.isEmpty())
@@ -222,7 +208,7 @@ void Taskmill_GeneralPage::Update()
     document.clear();
     document.addResource(
         QTextDocument::ImageResource, markUrl,
-        Taskmill_StatusIcon(m_job->Record.Status).pixmap(QSize{markSize, markSize}, devicePixelRatioF()));
+        Taskmill_StatusIcon(m_job->Record.Status, m_job->Record.Result.Verdict).pixmap(QSize{markSize, markSize}, devicePixelRatioF()));
     m_text->setHtml(html);
 }
 

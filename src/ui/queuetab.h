@@ -12,6 +12,8 @@ class KilnUtil_TableWidget;
 class QAction;
 class QModelIndex;
 class QPoint;
+class Taskmill_ElapsedTicker;
+class Taskmill_FilterBar;
 class Taskmill_Job;
 class Taskmill_JobQueue;
 class Taskmill_JobsModel;
@@ -19,6 +21,7 @@ class Taskmill_QueueOwner;
 class Taskmill_QueuelessJobsList;
 class Taskmill_QueuePausedBar;
 class Taskmill_TableFiller;
+struct Taskmill_JobRecord;
 
 /// The visible half of the three queue tabs: the page with the table of the jobs, and what its menu, double
 /// clicks and drops do.
@@ -34,6 +37,9 @@ public:
     void FillTable();
     void FillMenu(Taskmill_TabMenu &menu) override;
     [[nodiscard]] QString HelpId() const override { return m_helpId; }
+    void FillColumnsMenu(QMenu &menu) override;
+    [[nodiscard]] bool HasFilter() const override { return true; }
+    void OpenFilter() override;
 
     [[nodiscard]] std::optional<Taskmill_ShownJob> CurrentJob() const override;
     [[nodiscard]] KilnUtil_TableWidget &JobTable() const override { return *m_table; }
@@ -71,11 +77,13 @@ private:
     void UpdatePaused();
     void SetPaused(bool paused);
     [[nodiscard]] Taskmill_Job *JobOf(int jobID) const;
+    [[nodiscard]] const Taskmill_JobRecord *RecordOf(int jobID) const;
     [[nodiscard]] QList<int> JobIDsOfRows(const QList<int> &rows) const;
     [[nodiscard]] bool AnyHeld(const QList<int> &jobIDs) const;
     [[nodiscard]] QList<int> SelectionOfMenu(const QModelIndex &clicked) const;
     void AddEntries(Taskmill_TabMenu &menu, const QList<int> &selection);
     void Act(const Entries &entries, const QAction &chosen, const QList<int> &selection, int currentJobID);
+    void Export();
     void View(const Entries &entries, const QAction &chosen, const Taskmill_Job &job);
     void AskForLimit();
 
@@ -86,6 +94,8 @@ private:
     KilnUtil_TableWidget *m_table = nullptr;
     Taskmill_QueuePausedBar *m_pausedBar = nullptr;
     Taskmill_JobsModel *m_model;
+    Taskmill_FilterBar *m_filter = nullptr;
+    Taskmill_ElapsedTicker *m_ticker = nullptr;
     Taskmill_TableFiller *m_filler = nullptr;
     bool m_shownPaused = false;
 };
