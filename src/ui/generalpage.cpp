@@ -33,8 +33,8 @@ const QList<QStringList> &Groups()
 /// What says nothing that the other fields do not.
 bool IsLeftOut(const QString &header, const Taskmill_JobRecord &job)
 {
-    static const QStringList elsewhere{u"Name"_s,    u"Result"_s,        u"Result Line"_s,
-                                       u"Program"_s, u"Optimization Steps"_s, u"Last Energy"_s};
+    static const QStringList elsewhere{
+        u"Name"_s, u"Result"_s, u"Result Line"_s, u"Program"_s, u"Optimization Steps"_s, u"Last Energy"_s};
     return elsewhere.contains(header) || (job.ClientName.isEmpty() && header.startsWith("Client"_L1));
 }
 
@@ -206,9 +206,9 @@ void Taskmill_GeneralPage::Update()
     m_html = html;
     QTextDocument &document = *m_text->document();
     document.clear();
-    document.addResource(
-        QTextDocument::ImageResource, markUrl,
-        Taskmill_StatusIcon(m_job->Record.Status, m_job->Record.Result.Verdict).pixmap(QSize{markSize, markSize}, devicePixelRatioF()));
+    document.addResource(QTextDocument::ImageResource, markUrl,
+                         Taskmill_StatusIcon(m_job->Record.Status, m_job->Record.Result.Verdict)
+                             .pixmap(QSize{markSize, markSize}, devicePixelRatioF()));
     m_text->setHtml(html);
 }
 

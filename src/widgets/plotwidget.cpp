@@ -226,19 +226,26 @@ void KilnUtil_PlotWidget::Draw(QPainter &painter) const
     DrawMark(painter);
 }
 
-/// What it is at the left, the value of the mark at the right; the former gives way.
+/// What it is at the left, the value of the mark at the right, which is said in fewer words where there is
+/// little room.
 void KilnUtil_PlotWidget::DrawHeading(QPainter &painter) const
 {
     const QRectF place{gap, gap, width() - 2.0 * gap, static_cast<qreal>(fontMetrics().lineSpacing())};
-    const QString value = TextOf(m_marked < 0 ? LastDrawn() : m_marked);
-    const qreal valueWidth = value.isEmpty() ? 0 : fontMetrics().horizontalAdvance(value) + 2 * gap;
     QFont bold = font();
     bold.setBold(true);
+    const QFontMetricsF boldMetrics{bold};
+    const QFontMetricsF metrics{font()};
+    QString value = TextOf(m_marked < 0 ? LastDrawn() : m_marked);
+    const auto roomForValue = place.width() - boldMetrics.horizontalAdvance(m_series.Title) - 2 * gap;
+    if (metrics.horizontalAdvance(value) > roomForValue)
+        value.chop(value.isEmpty() ? 0 : m_series.Unit.size() + 1);
+    if (metrics.horizontalAdvance(value) > roomForValue)
+        value = value.section(u' ', -1);
     painter.setFont(bold);
     painter.setPen(palette().color(QPalette::Text));
-    const QString title =
-        QFontMetricsF{bold}.elidedText(m_series.Title, Qt::ElideRight, qMax(0.0, place.width() - valueWidth));
-    painter.drawText(place, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, title);
+    const qreal roomForTitle = place.width() - metrics.horizontalAdvance(value) - 2 * gap;
+    painter.drawText(place, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+                     boldMetrics.elidedText(m_series.Title, Qt::ElideRight, qMax(0.0, roomForTitle)));
     painter.setFont(font());
     painter.setPen(m_marked < 0 ? Dimmed(palette(), 0.7F) : palette().color(QPalette::Text));
     painter.drawText(place, Qt::AlignRight | Qt::AlignVCenter | Qt::TextSingleLine, value);
