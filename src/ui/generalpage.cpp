@@ -15,7 +15,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-constexpr int markSize = 16;
+constexpr int markSize = 12; // that of a capital letter, about
 constexpr int charactersOfGroup = 42;
 const QUrl markUrl{u"mark:status"_s};
 
@@ -88,9 +88,7 @@ private:
     {
         const int field = static_cast<int>(m_headers.indexOf(header));
         const QString value = field < 0 ? QString{} : Escaped(m_fields.Text(m_job, field));
-        return header == "Status"_L1
-                   ? u"<img src='%1' style='vertical-align:middle'> "_s.arg(markUrl.toString()) + value
-                   : value;
+        return header == "Status"_L1 ? u"<img src='%1'> "_s.arg(markUrl.toString()) + value : value;
     }
 
     void AddRow(const QString &header, const QString &value)
@@ -138,11 +136,13 @@ private:
 
     void AddOthers()
     {
-        for (const QString &header : m_headers) {
+        const QStringList first{u"Folder"_s, u"Command Line"_s, u"Input File"_s, u"Output File"_s};
+        for (const QString &header : first + m_headers) {
             const QString value =
                 m_shown.contains(header) || IsLeftOut(header, m_job) ? QString{} : ValueOf(header);
             if (!value.isEmpty())
                 AddRow(header, value);
+            m_shown += header;
         }
     }
 

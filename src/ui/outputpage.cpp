@@ -42,6 +42,8 @@ void Taskmill_OutputPage::ShowJob(const Taskmill_ShownJob &job)
                         .process = job.Process,
                         .isFinished = job.Record.IsFinished()};
     const bool isAnother = !m_job || origin != m_origin;
+    // It may be known a little later than that the job has ended.
+    const bool hasNewResult = !isAnother && m_job->Record.Result != job.Record.Result;
     m_job = job;
     if (isAnother) {
         m_origin = origin;
@@ -53,6 +55,8 @@ void Taskmill_OutputPage::ShowJob(const Taskmill_ShownJob &job)
     if (!m_timer.isActive())
         m_timer.start();
     Refresh();
+    if (hasNewResult)
+        MarkLine();
 }
 
 void Taskmill_OutputPage::Rest()

@@ -208,6 +208,7 @@ private Q_SLOTS:
         DetailsPlace place;
         Taskmill_JobRecord job = place.Job(1, {});
         job.OutputFile = WriteTestFile(place.manager.Path(u"a.out"_s), OutputOfTwoSteps(500).toUtf8());
+        job.Finished = Taskmill_JobTime::Now();
         place.Add(job);
         // Of one without a file, what it printed.
         Taskmill_JobRecord other = place.Job(2, {});
