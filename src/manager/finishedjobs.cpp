@@ -23,7 +23,8 @@ namespace {
 /// More than several large screens show.
 constexpr int mostRecordsKept = 1000;
 /// No row has so small a key.
-constexpr qint64 firstHeldKey = std::numeric_limits<qint64>::min() + 1;
+constexpr qint64 keyOfNone = std::numeric_limits<qint64>::min();
+constexpr qint64 firstHeldKey = keyOfNone + 1;
 /// Of the event loop, for removing rows.
 constexpr int longestTurnMs = 10;
 
@@ -390,7 +391,7 @@ void Taskmill_FinishedJobs::Remove(QList<int> positions)
         m_read.remove(entry.Key);
         // Another row may get the key; the client still wants the result.
         for (Awaited &awaited : m_awaited)
-            awaited.key = awaited.key == entry.Key ? Awaited{}.key : awaited.key;
+            awaited.key = awaited.key == entry.Key ? keyOfNone : awaited.key;
         if (m_held.remove(entry.Key))
             m_missing.removeIf([&entry](const Missing &missing) { return missing.key == entry.Key; });
         else
