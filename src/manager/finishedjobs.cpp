@@ -126,6 +126,28 @@ void Taskmill_FinishedJobs::RecordResult(const Awaited &awaited, const Taskmill_
     Q_EMIT ResultKnownSignal(jobID);
 }
 
+void Taskmill_FinishedJobs::ReadLostResults()
+{
+    constexpr qsizetype mostRead = 20;
+    constexpr qsizetype mostText = 64L * 1024 * 1024;
+    qsizetype text = 0;
+    for (qsizetype count = 0; m_results && count < qMin(mostRead, Count()) && text < mostText; ++count) {
+        const Taskmill_FinishedEntry &entry = m_entries[Count() - 1 - count];
+        const Taskmill_JobRecord job = JobAt(Count() - 1 - count);
+        if (job.Result.IsOfKnownProgram())
+            continue;
+        const QString output = OutputOf(job);
+        text += output.size();
+        const qint64 number = ++m_lastResult;
+        m_awaited.insert(number, {.key = entry.Key});
+        m_results->ReadEnded(job, output, this,
+                             [this, number](const Taskmill_ResultState &state, bool isComplete) {
+                                 if (isComplete)
+                                     TakeResult(number, Taskmill_ResultOf(*state));
+                             });
+    }
+}
+
 void Taskmill_FinishedJobs::WaitForResults(std::chrono::milliseconds longest)
 {
     if (m_results && !m_awaited.isEmpty() && !m_results->WaitForEnded(longest))

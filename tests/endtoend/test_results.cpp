@@ -54,7 +54,7 @@ private Q_SLOTS:
         QVERIFY2(shown.value("message"_L1).toString().contains(line),
                  qPrintable(shown.value("message"_L1).toString()));
         QCOMPARE(shown.value("energies"_L1).toArray().isEmpty(), result == "error"_L1);
-        QVERIFY(Manager().Command("show job 1").contains(("Result                  " + result).toUtf8()));
+        QVERIFY(Manager().Command("show job 1").contains("Result                  " + result.toUtf8()));
         const Taskmill_JobRecord stored = SaveAndQuit();
         QCOMPARE(stored.Result.VerdictText(), result);
         QVERIFY(stored.ClientResult);
@@ -121,7 +121,7 @@ private:
     [[nodiscard]] CtlResult Run(const QString &name, const QByteArray &input,
                                 const QString &type = u"Program"_s)
     {
-        Project().InputFile(name, input);
+        (void)Project().InputFile(name, input);
         return Manager().Ctl(
             {u"submit"_s, u"--type"_s, type, u"--queue"_s, u"queueless"_s, u"--wait"_s, u"--result"_s, name});
     }
