@@ -9,6 +9,12 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+#ifdef TASKMILL_HAS_KEEPERS
+constexpr bool hasKeepers = true;
+#else
+constexpr bool hasKeepers = false;
+#endif
+
 const QByteArray water = "3\nwater\nO 0 0 0\nH 1.4 0 0\nH -0.4 1.3 0\n";
 
 /// An input of MOPAC that optimises a molecule of water, with further keywords.
@@ -26,6 +32,8 @@ class TestResults : public ManagerTest
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { qputenv("TASKMILL_END_JOBS", "as asked"); }
+
     void JudgesMopacByItsOutput_data()
     {
         QTest::addColumn<QByteArray>("input");
@@ -82,8 +90,9 @@ private Q_SLOTS:
 
     void SaysHowFarARunHasComeAndNothingOfOneThatWasKilled()
     {
-        if (!BeginWith(u"xtb"_s, u"@EXEFILE @INFILE --md"_s))
+        if (!BeginWith(u"xtb"_s, u"@EXEFILE @INFILE --md --input long.inp"_s))
             QSKIP("xtb is not installed");
+        (void)Project().InputFile(u"long.inp"_s, "$md\n   time=1000000\n$end\n");
         QCOMPARE(Manager().Submit(u"Program"_s, Project().InputFile(u"a.xyz"_s, water), u"none"_s),
                  "accepted=1\n");
         QTRY_COMPARE_WITH_TIMEOUT(ResultOf(1).value("program"_L1).toString(), u"xtb"_s, 20'000);
@@ -106,6 +115,30 @@ private Q_SLOTS:
         QCOMPARE(ResultOf(1).value("result"_L1).toString(), u"normal"_s);
         QCOMPARE(ResultOf(2).value("result"_L1).toString(), u"error"_s);
         (void)SaveAndQuit();
+    }
+
+    /// More than is gathered when a job ends.
+    void ReadsALongPrintOfAJobThatEndedWhileNoManagerWasThere()
+    {
+        QVERIFY(Project().AddTestType(
+            u"Long"_s, u"print \"x T B\" fill 400000 waitfor @INFILE.go print \"finished run on\""_s));
+        QVERIFY(Project().Start());
+        const QString input = Project().InputFile(u"a.in"_s);
+        QCOMPARE(Manager().Submit(u"Long"_s, input, u"none"_s), "accepted=1\n");
+        if constexpr (hasKeepers) {
+            QTRY_COMPARE_WITH_TIMEOUT(ResultOf(1).value("program"_L1).toString(), u"xtb"_s, 20'000);
+            QVERIFY(Manager().Command("save").contains("The project was saved"));
+            QVERIFY(Manager().Ask("quit keep", "?  "));
+            Manager().Type("yes\n");
+            QCOMPARE(Manager().End().status, 0);
+            WriteTestFile(input + u".go"_s, {});
+            QVERIFY(Project().Start());
+        }
+        WriteTestFile(input + u".go"_s, {});
+        QTRY_COMPARE(ResultOf(1).value("result"_L1).toString(), u"normal"_s);
+        const Taskmill_JobRecord stored = SaveAndQuit();
+        QCOMPARE(stored.Result.VerdictText(), u"normal"_s);
+        QVERIFY(stored.StdOutAndStdErr.endsWith(u"finished run on\n"_s));
     }
 
 private:
