@@ -4,6 +4,7 @@
 #include "engines/programresult.h"
 #include "jobs/jobresult.h"
 #include "jobs/jobstarts.h"
+#include "jobs/jobstatus.h"
 #include "manager/followedoutput.h"
 
 #include <QHash>
@@ -34,8 +35,8 @@ class Taskmill_JobResults final : public QObject, public Taskmill_JobStarts
     Q_OBJECT
 
 public:
-    /// How often the output of a running job is looked at. One of no known program is looked at less often,
-    /// and jobs that end before the first look cost nothing.
+    /// How often the output of a running job is looked at. One that does not grow, or is of no known program,
+    /// is looked at less often, and jobs that end before the first look cost nothing.
     static constexpr std::chrono::milliseconds Interval{1000};
 
     /// The keepers, if there are any, outlive this.
@@ -61,7 +62,7 @@ public:
 
     using Done = std::function<void(const Taskmill_JobResult &result)>;
     /// The result of a job that has just ended, when it is known without a file; else `done` is called with
-    /// it from the event loop.
+    /// it from the event loop. What a program says because it is killed is no error.
     [[nodiscard]] std::optional<Taskmill_JobResult> ResultOfEnded(const Taskmill_JobRecord &job,
                                                                   const Done &done);
     /// The output of that run, which was left with it, has been taken away: this is it.
@@ -94,6 +95,7 @@ private:
     struct Ended
     {
         QString Run;
+        Taskmill_JobStatus Status = Taskmill_JobStatus::Unknown;
         Done Take;
     };
     struct Reading
