@@ -245,11 +245,13 @@ void KilnUtil_TableWidget::RestoreColumns()
         const int column = parts.first().toInt(&hasColumn);
         const int width = parts.value(1).toInt(&hasWidth);
         // Another version of the program may have had other columns.
-        if (!hasColumn || !hasWidth || column < 0 || column >= columns->count() || known.contains(column))
+        if (!hasColumn || !hasWidth || column < 0 || column >= columns->count())
             continue;
         columns->setSectionHidden(column, parts.value(2) == "hidden"_L1);
         if (width > 0)
             columns->resizeSection(column, qBound(columns->minimumSectionSize(), width, widestColumn));
+        if (known.contains(column))
+            continue;
         columns->moveSection(columns->visualIndex(column), static_cast<int>(known.size()));
         known.append(column);
     }

@@ -360,7 +360,10 @@ private Q_SLOTS:
         JobPages pages;
         Taskmill_JobRecord job = pages.manager.JobOf(pages.gated, 1);
         job.Status = status;
-        job.Result = {.Verdict = verdict, .Message = u"THE LINE"_s, .Program = u"MOPAC"_s, .Version = u"22"_s};
+        job.Result.Verdict = verdict;
+        job.Result.Message = u"THE LINE"_s;
+        job.Result.Program = u"MOPAC"_s;
+        job.Result.Version = u"22"_s;
         pages.finished.AddJob(job);
         pages.finishedTab.FillTable();
         const QModelIndex cell = pages.finishedTable.model()->index(0, 2);
