@@ -81,7 +81,7 @@ private Q_SLOTS:
                                           {u"status"_s, u"Failed"_s},
                                           {u"submitted"_s, u"2024-02-29T01:02:03"_s},
                                           {u"exitcode"_s, u"-11"_s},
-                                          {u"elapsed"_s, u"82556"_s},
+                                          {u"elapsed"_s, u"82676"_s},
                                           {u"processortime"_s, u"1.5"_s},
                                           {u"peakmemory"_s, u"2048000"_s},
                                           {u"folder"_s, QDir::toNativeSeparators(u"/tmp"_s)},
