@@ -20,6 +20,9 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
     # At -O3 it takes "a" + std::string() for an overlapping copy: https://gcc.gnu.org/bugzilla/show_bug.cgi?id=105329
     target_compile_options(taskmill_options INTERFACE -Wno-restrict)
 endif()
+if(TASKMILL_LINE_TABLES AND NOT MSVC)
+    target_compile_options(taskmill_options INTERFACE -g1)
+endif()
 if(TASKMILL_SANITIZE)
     # The check of dynamic types needs a free descriptor for each look, and fails in the tests that leave none.
     target_compile_options(taskmill_options INTERFACE

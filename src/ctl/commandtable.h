@@ -54,7 +54,7 @@ constexpr std::array Taskmill_CtlCommands{
 
 constexpr std::string_view Taskmill_CtlExitStatusText = R"(Exit status (when several apply, the largest):
   0  success; with --wait, every job has completed
-  1  a job has not completed
+  1  a job has not completed; with --result, or its result is "not-converged" or "error"
   2  wrong usage, or a file that does not exist or cannot be read
   3  no manager answers, or it went away
   4  a request was refused

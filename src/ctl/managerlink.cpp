@@ -11,6 +11,8 @@
 
 namespace {
 constexpr int waitMs = 30000;
+/// A job has up to a minute to end, and what withstands is reported 5 s later.
+constexpr int answerWaitMs = 90000;
 } // namespace
 
 std::optional<std::string> Taskmill_AnswerOf(const Taskmill_ManagerAddress &manager, const std::string &lines)
@@ -24,7 +26,7 @@ std::optional<std::string> Taskmill_AnswerOf(const Taskmill_ManagerAddress &mana
     }
     std::string answer;
     for (;;) {
-        if (Taskmill_Socket::WaitForAny({socket.Get()}, waitMs).empty())
+        if (Taskmill_Socket::WaitForAny({socket.Get()}, answerWaitMs).empty())
             break;
         if (socket.Receive(answer, std::numeric_limits<std::size_t>::max()) == Taskmill_Socket::State::Ended)
             return answer;

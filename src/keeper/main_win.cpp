@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "keeper/keepersystem_win.h"
+#include "wire/bootid.h"
 #include "wire/keeperpipe_win.h"
 #include "wire/runjournals.h"
 

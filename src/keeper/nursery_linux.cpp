@@ -4,6 +4,7 @@
 #include "keeper/clock.h"
 #include "keeper/keepersystem_linux.h"
 #include "keeper/processtree_linux.h"
+#include "wire/bootid.h"
 #include "wire/runlocks.h"
 #include "wire/runrecord.h"
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "keeper/nursery_linux.h"
 #include "keeper/processtree_linux.h"
+#include "wire/bootid.h"
 #include "wire/runjournals.h"
 #include "wire/runlocks.h"
 

@@ -2,6 +2,7 @@
 #include "kilnutil/computerdata.h"
 
 #include "kilnutil/logging.h"
+#include "wire/bootid.h"
 #include "wire/ports.h"
 
 #include <QCryptographicHash>
@@ -49,6 +50,6 @@ QString KilnUtil_ComputerData::MachineID()
 
 QString KilnUtil_ComputerData::BootID()
 {
-    const QString id = qEnvironmentVariable("TASKMILL_BOOT_ID");
-    return id.isEmpty() ? SystemBootID() : id;
+    const std::string id = Taskmill_BootID();
+    return id == Taskmill_NoBootID ? QString{} : QString::fromLocal8Bit(QByteArray::fromStdString(id));
 }

@@ -21,10 +21,6 @@ public:
 
     /// Another text for each computer, fit for the name of a file; never empty.
     [[nodiscard]] static QString MachineID();
-    /// Another text after each start of the system, or the one that TASKMILL_BOOT_ID names, for tests; empty
-    /// where the system has none.
+    /// Another text after each start of the system; empty where it has none.
     [[nodiscard]] static QString BootID();
-
-private:
-    [[nodiscard]] static QString SystemBootID();
 };

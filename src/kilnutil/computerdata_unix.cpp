@@ -14,8 +14,3 @@ qint32 KilnUtil_ComputerData::GID()
 {
     return static_cast<qint32>(getgid());
 }
-
-QString KilnUtil_ComputerData::SystemBootID()
-{
-    return QString::fromLatin1(QSysInfo::bootUniqueId());
-}

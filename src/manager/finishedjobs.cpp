@@ -25,7 +25,8 @@ namespace {
 /// More than several large screens show.
 constexpr int mostRecordsKept = 1000;
 /// No row has so small a key.
-constexpr qint64 firstHeldKey = std::numeric_limits<qint64>::min() + 1;
+constexpr qint64 keyOfNone = std::numeric_limits<qint64>::min();
+constexpr qint64 firstHeldKey = keyOfNone + 1;
 /// Of the event loop, for removing rows.
 constexpr int longestTurnMs = 10;
 
@@ -125,6 +126,28 @@ void Taskmill_FinishedJobs::RecordResult(const Awaited &awaited, const Taskmill_
     if (!(database ? database->AsOneChange(write) : write()))
         qCWarning(Taskmill_ManagerLog, "The result of job %d could not be written to the database", jobID);
     Q_EMIT ResultKnownSignal(jobID);
+}
+
+void Taskmill_FinishedJobs::ReadLostResults()
+{
+    constexpr qsizetype mostRead = 20;
+    constexpr qsizetype mostText = 64L * 1024 * 1024;
+    qsizetype text = 0;
+    for (qsizetype count = 0; m_results && count < qMin(mostRead, Count()) && text < mostText; ++count) {
+        const Taskmill_FinishedEntry &entry = m_entries[Count() - 1 - count];
+        const Taskmill_JobRecord job = JobAt(Count() - 1 - count);
+        if (job.Result.IsOfKnownProgram())
+            continue;
+        const QString output = OutputOf(job);
+        text += output.size();
+        const qint64 number = ++m_lastResult;
+        m_awaited.insert(number, {.key = entry.Key});
+        m_results->ReadEnded(job, output, this,
+                             [this, number](const Taskmill_ResultState &state, bool isComplete) {
+                                 if (isComplete)
+                                     TakeResult(number, Taskmill_ResultOf(*state));
+                             });
+    }
 }
 
 void Taskmill_FinishedJobs::WaitForResults(std::chrono::milliseconds longest)
@@ -395,7 +418,7 @@ void Taskmill_FinishedJobs::Remove(QList<int> positions)
         m_read.remove(entry.Key);
         // Another row may get the key; the client still wants the result.
         for (Awaited &awaited : m_awaited)
-            awaited.key = awaited.key == entry.Key ? Awaited{}.key : awaited.key;
+            awaited.key = awaited.key == entry.Key ? keyOfNone : awaited.key;
         if (m_held.remove(entry.Key))
             m_missing.removeIf([&entry](const Missing &missing) { return missing.key == entry.Key; });
         else

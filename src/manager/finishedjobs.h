@@ -68,6 +68,8 @@ public:
     void SetResults(Taskmill_JobResults &results) { m_results = &results; }
     /// Waits for results that are not known yet, but no longer than that, and records them.
     void WaitForResults(std::chrono::milliseconds longest);
+    /// Reads those of the jobs that ended last, and have none: the manager before was ended by force.
+    void ReadLostResults();
     /// Writes the long outputs that are still with their runs into the rows of their jobs, so that these are
     /// whole. False when one cannot be written.
     [[nodiscard]] bool TakeLeftOutputs();

@@ -27,6 +27,15 @@ Taskmill_OutputFiles FilesOf(const Taskmill_JobRecord &job)
     return files;
 }
 
+Taskmill_JobResult ResultOf(Taskmill_ProgramResult said, Taskmill_JobStatus status)
+{
+    if (status == Taskmill_JobStatus::Killed && said.Verdict == Taskmill_Verdict::Error) {
+        said.Verdict = Taskmill_Verdict::None;
+        said.Message.clear();
+    }
+    return Taskmill_ResultOf(said);
+}
+
 Taskmill_ProgramResult ResultOfText(const QString &text)
 {
     const QByteArray bytes = text.toUtf8();
@@ -165,7 +174,7 @@ std::optional<Taskmill_JobResult> Taskmill_JobResults::ResultOfEnded(const Taskm
     if (files.Paths.isEmpty() && !job.IsOutputLeft && job.StdOutAndStdErr.size() <= mostReadHere) {
         if (isKnownToThread)
             Worker().Drop(running->Number);
-        return Taskmill_ResultOf(ResultOfText(job.StdOutAndStdErr));
+        return ResultOf(ResultOfText(job.StdOutAndStdErr), job.Status);
     }
     const qint64 number = isKnownToThread ? running->Number : ++m_lastNumber;
     if (!isKnownToThread)
@@ -182,7 +191,8 @@ std::optional<Taskmill_JobResult> Taskmill_JobResults::ResultOfEnded(const Taskm
             output.End(ended);
         },
         true);
-    m_ended.insert(number, {.Run = job.IsOutputLeft ? job.Run : QString{}, .Take = done});
+    m_ended.insert(number,
+                   {.Run = job.IsOutputLeft ? job.Run : QString{}, .Status = job.Status, .Take = done});
     return std::nullopt;
 }
 
@@ -260,7 +270,8 @@ void Taskmill_JobResults::TakeReport(const Taskmill_ResultReport &report)
         return;
     }
     if (report.IsComplete && m_ended.contains(report.Number)) {
-        m_ended.take(report.Number).Take(Taskmill_ResultOf(*report.State));
+        const Ended ended = m_ended.take(report.Number);
+        ended.Take(ResultOf(*report.State, ended.Status));
         return;
     }
     const auto reading = m_readings.constFind(report.Number);

@@ -4,6 +4,7 @@
 #include "engines/programresult.h"
 #include "jobs/jobresult.h"
 #include "jobs/jobstarts.h"
+#include "jobs/jobstatus.h"
 #include "manager/followedoutput.h"
 
 #include <QHash>
@@ -61,7 +62,7 @@ public:
 
     using Done = std::function<void(const Taskmill_JobResult &result)>;
     /// The result of a job that has just ended, when it is known without a file; else `done` is called with
-    /// it from the event loop.
+    /// it from the event loop. What a program says because it is killed is no error.
     [[nodiscard]] std::optional<Taskmill_JobResult> ResultOfEnded(const Taskmill_JobRecord &job,
                                                                   const Done &done);
     /// The output of that run, which was left with it, has been taken away: this is it.
@@ -94,6 +95,7 @@ private:
     struct Ended
     {
         QString Run;
+        Taskmill_JobStatus Status = Taskmill_JobStatus::Unknown;
         Done Take;
     };
     struct Reading

@@ -269,6 +269,7 @@ void Taskmill_Outbox::Begin(const LaneName &name, Lane &lane)
     lane.extraMs.reset();
     lane.triedMs = now;
     lane.isSending = true;
+    lane.entries.front().heldUntilMs = 0;
     ++m_sending;
     const Taskmill_Notification &first = lane.entries.front().notification;
     const Milliseconds left{endOfLongestAge - AgeOf(first, now)};

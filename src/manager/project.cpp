@@ -213,6 +213,7 @@ bool Taskmill_Project::TakeUp(Taskmill_LeftProject left, const QString &path)
     Install(*database, path);
     if (m_isRecovered)
         database->MarkChanged();
+    m_finishedJobs.ReadLostResults();
     for (Taskmill_JobQueue *queue : running)
         queue->SetPaused(false);
     return true;

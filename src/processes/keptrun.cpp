@@ -98,11 +98,9 @@ void KilnUtil_KeptRun::Listen()
 
 void KilnUtil_KeptRun::ReadSlot()
 {
-    // Hundreds may end at once.
-    if (m_keepers && !m_keepers->IsTurnShort()) {
-        QTimer::singleShot(0, this, &KilnUtil_KeptRun::ReadSlot);
+    // Hundreds may end at once. What is not taken is reported again.
+    if (m_keepers && !m_keepers->IsTurnShort())
         return;
-    }
     while (m_connection.IsOpen() && TakeReport(m_connection.Receive())) {
     }
 }

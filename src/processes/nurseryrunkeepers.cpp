@@ -4,6 +4,7 @@
 #include "kilnutil/logging.h"
 #include "processes/handlenotifier.h"
 #include "processes/keptrun.h"
+#include "wire/bootid.h"
 #include "wire/runoutput.h"
 
 #include <QAbstractEventDispatcher>

@@ -50,12 +50,13 @@ bool IsNamed(const QString &wanted, const QString &name)
 }
 } // namespace
 
-/// One of the three is set: why it is refused, or what is answered.
+/// One of the first three is set: why it is refused, or what is answered.
 struct Taskmill_ManagerActions::Outcome
 {
     QString Refusal{};
     QString Text{};
     QByteArray Json{};
+    const Taskmill_Job *BeingKilled = nullptr; ///< it is answered when nothing of it is left
 
     static Outcome Refused(const QString &reason) { return {.Refusal = reason}; }
     /// Of something that was done: a line for people, or the action and what it was done to.
@@ -100,12 +101,22 @@ bool Taskmill_ManagerActions::Knows(const QString &action)
     return Find(action) != nullptr;
 }
 
-std::optional<QByteArray> Taskmill_ManagerActions::CarryOut(const Taskmill_RequestMessage &request)
+std::optional<QByteArray>
+Taskmill_ManagerActions::CarryOut(const Taskmill_RequestMessage &request,
+                                  const std::function<void(const QByteArray &answer)> &answerLater)
 {
     const Action *action = Find(request.Action);
-    if (!action)
+    Q_ASSERT(action);
+    const Outcome outcome = (this->*action->carryOut)(request);
+    if (outcome.BeingKilled) {
+        AnswerWhenKilled(*outcome.BeingKilled, request, outcome, answerLater);
         return std::nullopt;
-    Outcome outcome = (this->*action->carryOut)(request);
+    }
+    return AnswerOf(request, outcome);
+}
+
+QByteArray Taskmill_ManagerActions::AnswerOf(const Taskmill_RequestMessage &request, Outcome outcome)
+{
     if (!outcome.Refusal.isEmpty()) {
         qCInfo(Taskmill_RequestsLog, "%ls is refused: %ls", qUtf16Printable(request.Action),
                qUtf16Printable(outcome.Refusal));
@@ -173,6 +184,45 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::ShowJob(const Taskmill
     return {.Json = Json(object)};
 }
 
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::RemoveNow(Taskmill_QueueOwner &owner,
+                                                                    const Taskmill_RequestMessage &request,
+                                                                    const QString &doneText)
+{
+    owner.RemoveNow({request.JobNumber});
+    Outcome outcome = Outcome::Done(request, doneText.arg(request.JobNumber), {{u"id"_s, request.JobNumber}});
+    const Taskmill_Job *job = owner.Jobs().FindByJobID(request.JobNumber);
+    if (job && job->IsBeingKilled())
+        outcome.BeingKilled = job;
+    return outcome;
+}
+
+void Taskmill_ManagerActions::AnswerWhenKilled(const Taskmill_Job &job,
+                                               const Taskmill_RequestMessage &request, const Outcome &outcome,
+                                               const std::function<void(const QByteArray &)> &answerLater)
+{
+    auto *waiting = new QObject{&m_waiting};
+    const auto answer = [waiting, request, answerLater](const Outcome &said) {
+        answerLater(AnswerOf(request, said));
+        waiting->deleteLater();
+    };
+    const auto answerDone = [answer, outcome] {
+        answer(outcome);
+    };
+    // Queued: when it is answered, the job stands in the history.
+    QObject::connect(&job, &Taskmill_Job::JobFinishedSignal, waiting, answerDone, Qt::QueuedConnection);
+    // As when the project is closed.
+    QObject::connect(&job, &QObject::destroyed, waiting, answerDone, Qt::QueuedConnection);
+    QObject::connect(&job, &Taskmill_Job::RemainsSignal, waiting,
+                     [answer, number = request.JobNumber](const QList<qint64> &processIDs) {
+                         QStringList numbers;
+                         for (const qint64 processID : processIDs)
+                             numbers += QString::number(processID);
+                         answer(
+                             Outcome::Refused(u"job %1 cannot be ended yet: its processes %2 withstand"_s.arg(
+                                 QString::number(number), numbers.join(u", "_s))));
+                     });
+}
+
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Kill(const Taskmill_RequestMessage &request)
 {
     Taskmill_QueueOwner *owner = m_manager.Destinations().OwnerOfJob(request.JobNumber);
@@ -180,9 +230,7 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Kill(const Taskmill_Re
         return Outcome::Refused(u"there is no waiting or running job %1"_s.arg(request.JobNumber));
     if (owner->WithoutRunning({request.JobNumber}).contains(request.JobNumber))
         return Outcome::Refused(u"job %1 does not run; it can be removed"_s.arg(request.JobNumber));
-    owner->RemoveNow({request.JobNumber});
-    return Outcome::Done(request, u"Job %1 was killed."_s.arg(request.JobNumber),
-                         {{u"id"_s, request.JobNumber}});
+    return RemoveNow(*owner, request, u"Job %1 was killed."_s);
 }
 
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Remove(const Taskmill_RequestMessage &request)
@@ -193,9 +241,7 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Remove(const Taskmill_
     const bool isRunning = !owner->WithoutRunning({request.JobNumber}).contains(request.JobNumber);
     if (isRunning && !request.TakesRunning)
         return Outcome::Refused(u"job %1 runs; to remove it is to kill it"_s.arg(request.JobNumber));
-    owner->RemoveNow({request.JobNumber});
-    return Outcome::Done(request, u"Job %1 was removed."_s.arg(request.JobNumber),
-                         {{u"id"_s, request.JobNumber}});
+    return RemoveNow(*owner, request, u"Job %1 was removed."_s);
 }
 
 Taskmill_QueueOwner *Taskmill_ManagerActions::QueueNamed(const QString &name)

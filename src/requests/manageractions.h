@@ -4,10 +4,13 @@
 #include "requests/requestmessage.h"
 
 #include <QByteArray>
+#include <QObject>
 
+#include <functional>
 #include <optional>
 
 class Taskmill_FrontEnd;
+class Taskmill_Job;
 class Taskmill_Manager;
 class Taskmill_QueueOwner;
 struct Taskmill_JobRecord;
@@ -22,9 +25,12 @@ public:
 
     /// Whether that is one of these actions, in any case.
     [[nodiscard]] static bool Knows(const QString &action);
-    /// The answer: "accepted=" and a line feed, and then text for people or, where the request says so, a
-    /// JSON value; or "refused=" with the reason. Nothing for an unknown action.
-    [[nodiscard]] std::optional<QByteArray> CarryOut(const Taskmill_RequestMessage &request);
+    /// The answer to a known action: "accepted=" and a line feed, and then text for people or, where the
+    /// request says so, a JSON value; or "refused=" with the reason. With nothing, it comes by `answerLater`:
+    /// a job that keepers run is killed when nothing of it is left.
+    [[nodiscard]] std::optional<QByteArray>
+    CarryOut(const Taskmill_RequestMessage &request,
+             const std::function<void(const QByteArray &answer)> &answerLater);
 
 private:
     struct Outcome;
@@ -33,6 +39,12 @@ private:
 
     [[nodiscard]] Outcome List(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome ShowJob(const Taskmill_RequestMessage &request);
+    /// Answers when nothing of the job is left, or which of its processes withstand.
+    void AnswerWhenKilled(const Taskmill_Job &job, const Taskmill_RequestMessage &request,
+                          const Outcome &outcome, const std::function<void(const QByteArray &)> &answerLater);
+    [[nodiscard]] static QByteArray AnswerOf(const Taskmill_RequestMessage &request, Outcome outcome);
+    [[nodiscard]] Outcome RemoveNow(Taskmill_QueueOwner &owner, const Taskmill_RequestMessage &request,
+                                    const QString &doneText);
     [[nodiscard]] Outcome Kill(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Remove(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Pause(const Taskmill_RequestMessage &request);
@@ -50,4 +62,5 @@ private:
 
     Taskmill_Manager &m_manager;
     Taskmill_FrontEnd &m_frontEnd;
+    QObject m_waiting; ///< parent of what waits for the end of a job
 };

@@ -39,15 +39,16 @@ bool Taskmill_RequestDispatcher::CanHandleNow(const Taskmill_RequestMessage &req
     return !userIsBusy || !submitter.WouldAsk(request);
 }
 
-QByteArray Taskmill_RequestDispatcher::HandleRequest(const Taskmill_RequestMessage &request)
+std::optional<QByteArray> Taskmill_RequestDispatcher::HandleRequest(const Taskmill_RequestMessage &request,
+                                                                    const Taskmill_LateAnswer &answerLater)
 {
     const auto actionIs = [&request](QLatin1StringView action) {
         return request.Action.compare(action, Qt::CaseInsensitive) == 0;
     };
     if (actionIs("submitjob"_L1))
         return SubmitJob(request);
-    if (const std::optional<QByteArray> answer = m_actions.CarryOut(request))
-        return *answer;
+    if (Taskmill_ManagerActions::Knows(request.Action))
+        return m_actions.CarryOut(request, answerLater);
     if (!actionIs("show"_L1) && !actionIs("hide"_L1))
         return Taskmill_RefusedReply.toByteArray() + "there is no such action\n";
     if (!m_frontEnd.HasWindow())

@@ -15,7 +15,8 @@ public:
     Taskmill_RequestDispatcher(Taskmill_Manager &manager, Taskmill_FrontEnd &frontEnd);
 
     [[nodiscard]] bool CanHandleNow(const Taskmill_RequestMessage &request) const override;
-    QByteArray HandleRequest(const Taskmill_RequestMessage &request) override;
+    std::optional<QByteArray> HandleRequest(const Taskmill_RequestMessage &request,
+                                            const Taskmill_LateAnswer &answerLater) override;
 
 private:
     [[nodiscard]] QByteArray SubmitJob(const Taskmill_RequestMessage &request);

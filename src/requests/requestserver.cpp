@@ -4,6 +4,7 @@
 #include "kilnutil/logging.h"
 #include "requests/manageractions.h"
 
+#include <QPointer>
 #include <QScopedValueRollback>
 #include <QSocketNotifier>
 #include <QTimer>
@@ -333,14 +334,20 @@ void Taskmill_RequestServer::HandleMessage(Taskmill_RequestConnection &connectio
 {
     const QScopedValueRollback busy{m_busy, true};
     const bool asksForReply = Taskmill_AsksForReply(connection.Bytes());
-    QByteArray answer = Taskmill_AcceptedReply.toByteArray() + '\n';
+    const auto answerLater = [client = QPointer{&connection},
+                              asksForReply](const QByteArray &answer) mutable {
+        if (client)
+            std::exchange(client, nullptr)->Close(asksForReply ? answer : QByteArray{});
+    };
+    std::optional<QByteArray> answer = Taskmill_AcceptedReply.toByteArray() + '\n';
     if (IsToBeHandled(request)) {
         if (!request.ClientName.isEmpty())
             m_knownClients.insert(request.ClientName);
         // Whoever has the port may submit; what else there is needs a client that can read the user's files.
         const bool isAllowed = !Taskmill_ManagerActions::Knows(request.Action) ||
                                (asksForReply && m_gate.IsKeyShown(connection.Bytes()));
-        answer = isAllowed ? m_handler.HandleRequest(request) : Refused(needsKey);
+        answer = isAllowed ? m_handler.HandleRequest(request, answerLater) : Refused(needsKey);
     }
-    connection.Close(asksForReply ? answer : QByteArray{});
+    if (answer)
+        connection.Close(asksForReply ? *answer : QByteArray{});
 }

@@ -9,10 +9,15 @@
 #include <QObject>
 #include <QSet>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
 class QSocketNotifier;
+
+/// Sends the answer of a request that took its time. The first call counts; nothing happens when the client
+/// is gone.
+using Taskmill_LateAnswer = std::function<void(const QByteArray &answer)>;
 
 /// What the server hands complete messages to.
 class Taskmill_RequestHandler
@@ -21,8 +26,10 @@ public:
     virtual ~Taskmill_RequestHandler() = default;
     /// Whether the request can be handled now. Until it can, it and those behind it wait.
     [[nodiscard]] virtual bool CanHandleNow(const Taskmill_RequestMessage &) const { return true; }
-    /// May open dialogs. Returns the answer for a client that asked for one: a line, with its line feed.
-    virtual QByteArray HandleRequest(const Taskmill_RequestMessage &request) = 0;
+    /// May open dialogs. Returns the answer for a client that asked for one: a line, with its line feed. With
+    /// nothing, it comes by `answerLater`, and other requests are handled until then.
+    virtual std::optional<QByteArray> HandleRequest(const Taskmill_RequestMessage &request,
+                                                    const Taskmill_LateAnswer &answerLater) = 0;
 };
 
 /// The local server: listens on the IPv4 loopback address and handles one message after another, in the order

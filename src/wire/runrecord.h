@@ -75,7 +75,5 @@ struct Taskmill_RunRecord
 [[nodiscard]] bool Taskmill_IsRunID(std::string_view text);
 /// Which byte of the file "living" the keeper of that run holds a lock on for as long as it lives.
 [[nodiscard]] std::int64_t Taskmill_RunLockOffset(std::string_view runID);
-/// Of the running system, without a line feed.
-[[nodiscard]] std::string Taskmill_BootID();
 /// The variable that everything of a run has in its environment.
 constexpr std::string_view Taskmill_RunVariable = "TASKMILL_RUN_ID";

@@ -181,8 +181,9 @@ private Q_SLOTS:
         AddType(u"Lång"_s, u"Long"_s, u"Files (*.one)"_s);
         const auto answer = [this](const QByteArray &request) {
             NoFrontEnd frontEnd;
-            return Taskmill_RequestDispatcher{*m_manager, frontEnd}.HandleRequest(
-                Taskmill_RequestMessage::Parse(request + "\nclientreply=yes\n"));
+            return Taskmill_RequestDispatcher{*m_manager, frontEnd}
+                .HandleRequest(Taskmill_RequestMessage::Parse(request + "\nclientreply=yes\n"), {})
+                .value();
         };
         const QByteArray file = QDir::currentPath().toUtf8() + "/a.one";
         const QByteArray submit = "action=submitjob\njobtypename=";

@@ -333,6 +333,9 @@ private Q_SLOTS:
         QCOMPARE(spareFile(), u"temporary"_s);
         QVERIFY(Project().SaveProjectAs(File()));
         QCOMPARE(Taskmill_SpareProjects(), QStringList{});
+        // Nothing counts that cannot be written, and nothing of it stays behind.
+        QVERIFY(!Taskmill_SpareFile{}.Write(File(), [](const QString &) { return false; }));
+        QCOMPARE(Taskmill_SpareProjects(), QStringList{});
     }
 
     void SaveDialogCompletesTheName()

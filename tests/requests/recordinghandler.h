@@ -14,7 +14,8 @@ public:
     QStringList Handled;
     std::function<void(const QString &name)> WhileHandling;
 
-    QByteArray HandleRequest(const Taskmill_RequestMessage &request) override
+    std::optional<QByteArray> HandleRequest(const Taskmill_RequestMessage &request,
+                                            const Taskmill_LateAnswer &) override
     {
         Handled.append(request.JobName);
         if (WhileHandling)

@@ -129,8 +129,10 @@ private Q_SLOTS:
 
     void KeyIsNewAtEachStart()
     {
+        qputenv("XDG_RUNTIME_DIR", {});
         Listen(10min);
         const quint16 port = m_server->Port();
+        QCOMPARE(KeyFiles(port).size(), 1);
         const QByteArray first = Key();
         if (isWindows && first.isEmpty())
             QSKIP("the system does not say who listens");
@@ -141,7 +143,7 @@ private Q_SLOTS:
         QVERIFY(Key().startsWith("clientkey="));
         QVERIFY(Key() != first);
         m_server->Close();
-        QVERIFY(KeyFiles().isEmpty());
+        QVERIFY(KeyFiles(port).isEmpty());
     }
 
 #ifdef Q_OS_UNIX
@@ -155,7 +157,7 @@ private Q_SLOTS:
         qputenv("XDG_RUNTIME_DIR", open.toLocal8Bit());
         Listen(10min);
         QVERIFY(QDir{open}.isEmpty());
-        const QFileInfoList files = KeyFiles();
+        const QFileInfoList files = KeyFiles(m_server->Port());
         QCOMPARE(files.size(), 1);
         const auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser;
         QCOMPARE(files[0].permissions(), ownerOnly);
@@ -215,9 +217,9 @@ private:
         return QByteArray::fromStdString(Taskmill_ClientKeyLines(client, m_server->Port()));
     }
     /// In the state folder.
-    [[nodiscard]] QFileInfoList KeyFiles() const
+    [[nodiscard]] QFileInfoList KeyFiles(quint16 port) const
     {
-        return QDir{Path(u"state"_s)}.entryInfoList({u"clientkey-%1"_s.arg(m_server->Port())}, QDir::Files);
+        return QDir{Path(u"state"_s)}.entryInfoList({u"clientkey-%1"_s.arg(port)}, QDir::Files);
     }
 
     RecordingHandler m_handler;

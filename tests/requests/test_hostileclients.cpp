@@ -230,7 +230,8 @@ private Q_SLOTS:
     }
 
 private:
-    QByteArray HandleRequest(const Taskmill_RequestMessage &request) override
+    std::optional<QByteArray> HandleRequest(const Taskmill_RequestMessage &request,
+                                            const Taskmill_LateAnswer &) override
     {
         if (m_whileHandling)
             std::exchange(m_whileHandling, nullptr)();
