@@ -145,7 +145,7 @@ void Taskmill_JobExport::StepSlot()
 void Taskmill_JobExport::End()
 {
     m_timer.stop();
-    if (m_isJson)
+    if (m_isJson && m_file.isOpen())
         m_file.write("\n]\n");
     const bool isWritten = m_file.error() == QFileDevice::NoError && m_file.commit();
     // The user may take his time to read it, and close the window meanwhile.

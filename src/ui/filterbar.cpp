@@ -130,7 +130,7 @@ bool Taskmill_FilterBar::eventFilter(QObject *watched, QEvent *event)
     if (event->type() != QEvent::KeyPress || isHidden())
         return QWidget::eventFilter(watched, event);
     const int key = static_cast<QKeyEvent *>(event)->key();
-    if (key == Qt::Key_Escape) {
+    if (watched == &m_table && key == Qt::Key_Escape) {
         Close();
         return true;
     }
@@ -143,4 +143,13 @@ bool Taskmill_FilterBar::eventFilter(QObject *watched, QEvent *event)
     if (!m_table.currentIndex().isValid())
         m_table.setCurrentIndex(m_table.model()->index(0, 0));
     return true;
+}
+
+/// Of all its controls.
+void Taskmill_FilterBar::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape)
+        Close();
+    else
+        QWidget::keyPressEvent(event);
 }

@@ -27,6 +27,9 @@ public:
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
 private:
     void TextChangedSlot();
     void Apply();

@@ -522,15 +522,17 @@ void Proxy::SourceLayoutAboutToBeChangedSlot()
         RemoveLeavingRows(source->LeavingRows());
         return;
     }
-    m_isResetting = m_isFiltered;
-    if (m_isResetting) {
-        beginResetModel();
-        return;
-    }
     Q_EMIT layoutAboutToBeChanged({}, VerticalSortHint);
-    m_rowsBefore.reserve(static_cast<size_t>(m_sourceRows.size()));
-    for (const int sourceRow : std::as_const(m_sourceRows))
-        m_rowsBefore.emplace_back(sourceModel()->index(sourceRow, 0));
+    const auto placesOf = [this](const QList<int> &rows) {
+        std::vector<QPersistentModelIndex> places;
+        places.reserve(static_cast<size_t>(rows.size()));
+        for (const int sourceRow : rows)
+            places.emplace_back(sourceModel()->index(sourceRow, 0));
+        return places;
+    };
+    m_rowsBefore = placesOf(m_sourceRows);
+    if (m_isFiltered)
+        m_allRowsBefore = placesOf(m_allRows);
 }
 
 /// Before the source has removed them, in the order of the view.
@@ -574,27 +576,29 @@ void Proxy::SourceLayoutChangedSlot()
         FindAnewSoon();
         return;
     }
-    if (std::exchange(m_isResetting, false)) {
-        ReadSource();
-        endResetModel();
-        return;
-    }
     const QModelIndexList before = persistentIndexList();
-    m_sourceRows.clear();
-    for (const QPersistentModelIndex &row : m_rowsBefore) {
+    QList<int> &rows = AllRows();
+    rows.clear();
+    for (const QPersistentModelIndex &row : m_isFiltered ? m_allRowsBefore : m_rowsBefore) {
         if (row.isValid())
-            m_sourceRows.append(row.row());
+            rows.append(row.row());
     }
     if (m_column < 0)
-        std::ranges::sort(m_sourceRows);
+        std::ranges::sort(rows);
+    m_isWanted.clear();
+    if (m_isFiltered)
+        (void)WantedOfNew(0, sourceModel()->rowCount() - 1);
+    ShowWanted();
     FindViewRows();
     QModelIndexList after;
     after.reserve(before.size());
     for (const QModelIndex &place : before) {
         const QPersistentModelIndex &row = m_rowsBefore[static_cast<size_t>(place.row())];
-        after.append(row.isValid() ? createIndex(m_viewRows[row.row()], place.column()) : QModelIndex{});
+        const int now = row.isValid() ? m_viewRows[row.row()] : -1;
+        after.append(now < 0 ? QModelIndex{} : createIndex(now, place.column()));
     }
     m_rowsBefore = {};
+    m_allRowsBefore = {};
     changePersistentIndexList(before, after);
     Q_EMIT layoutChanged({}, VerticalSortHint);
 }

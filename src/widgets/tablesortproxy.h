@@ -124,5 +124,5 @@ private:
     bool m_findsWantedAnew = false;
     std::optional<Order> m_wanted;                   ///< while its ranks are being found
     std::vector<QPersistentModelIndex> m_rowsBefore; ///< while the source changes its layout
-    bool m_isResetting = false;                      ///< the same, while filtered
+    std::vector<QPersistentModelIndex> m_allRowsBefore; ///< the same of those that are not wanted, too
 };

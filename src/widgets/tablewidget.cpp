@@ -194,7 +194,8 @@ void KilnUtil_TableWidget::ColumnResizedSlot(int column)
 }
 
 /// The setting is a list of "column:width" in the order in which the columns stand, ":hidden" behind those that
-/// are not shown. The last one that is shown is as wide as the window lets it be, which is written as 0.
+/// are not shown. The last one that is shown is as wide as the window lets it be, which is written as 0, as are all
+/// while the user has set none.
 void KilnUtil_TableWidget::SaveColumnsSlot()
 {
     const QHeaderView *columns = horizontalHeader();
@@ -202,7 +203,8 @@ void KilnUtil_TableWidget::SaveColumnsSlot()
     QStringList saved;
     for (int place = 0; place < columns->count(); ++place) {
         const int column = columns->logicalIndex(place);
-        const QString text = u"%1:%2"_s.arg(column).arg(column == last ? 0 : columns->sectionSize(column));
+        const bool hasWidth = m_hasUserWidths && column != last;
+        const QString text = u"%1:%2"_s.arg(column).arg(hasWidth ? columns->sectionSize(column) : 0);
         saved.append(columns->isSectionHidden(column) ? text + u":hidden"_s : text);
     }
     KilnUtil_Registry::SetValue(m_settingsKey + u"Columns"_s, saved);
@@ -236,7 +238,7 @@ void KilnUtil_TableWidget::RestoreColumns()
     QHeaderView *columns = horizontalHeader();
     const QStringList saved = KilnUtil_Registry::Value(m_settingsKey + u"Columns"_s).toStringList();
     const QScopedValueRollback setting{m_settingWidths, true};
-    m_hasUserWidths = !saved.isEmpty();
+    m_hasUserWidths = false;
     QList<int> known;
     for (const QString &entry : saved) {
         const QStringList parts = entry.split(u':');
@@ -245,11 +247,15 @@ void KilnUtil_TableWidget::RestoreColumns()
         const int column = parts.first().toInt(&hasColumn);
         const int width = parts.value(1).toInt(&hasWidth);
         // Another version of the program may have had other columns.
-        if (!hasColumn || !hasWidth || column < 0 || column >= columns->count() || known.contains(column))
+        if (!hasColumn || !hasWidth || column < 0 || column >= columns->count())
             continue;
         columns->setSectionHidden(column, parts.value(2) == "hidden"_L1);
-        if (width > 0)
+        if (width > 0) {
             columns->resizeSection(column, qBound(columns->minimumSectionSize(), width, widestColumn));
+            m_hasUserWidths = true;
+        }
+        if (known.contains(column))
+            continue;
         columns->moveSection(columns->visualIndex(column), static_cast<int>(known.size()));
         known.append(column);
     }

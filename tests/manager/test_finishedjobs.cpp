@@ -227,7 +227,8 @@ private Q_SLOTS:
             record.Name = name;
             record.Status = status;
             record.InputFilePath = name == "c"_L1 ? u"/data/2026/x/in.mop"_s : u"/data/in.mop"_s;
-            record.Result = {.Verdict = verdict, .Program = u"p"_s};
+            record.Result.Verdict = verdict;
+            record.Result.Program = u"MOPAC"_s;
             return record;
         };
         using Status = Taskmill_JobStatus;

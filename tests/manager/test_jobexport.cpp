@@ -72,16 +72,16 @@ private Q_SLOTS:
         job.ExitCode = -11;
         job.ProcessorMs = 1500;
         job.PeakMemoryKB = 2000;
-        job.Result = {.Verdict = Taskmill_Verdict::NotConverged,
-                      .Message = u"-- NOT"_s,
-                      .Program = u"MOPAC"_s,
-                      .Steps = 12,
-                      .Energies = {-1, -76.123456789}};
+        job.Result.Verdict = Taskmill_Verdict::NotConverged;
+        job.Result.Message = u"-- NOT"_s;
+        job.Result.Program = u"MOPAC"_s;
+        job.Result.Steps = 12;
+        job.Result.Energies = {-1, -76.123456789};
         const QList<QStringList> expected{{u"id"_s, u"7"_s},
                                           {u"status"_s, u"Failed"_s},
                                           {u"submitted"_s, u"2024-02-29T01:02:03"_s},
                                           {u"exitcode"_s, u"-11"_s},
-                                          {u"elapsed"_s, u"82556"_s},
+                                          {u"elapsed"_s, u"82676"_s},
                                           {u"processortime"_s, u"1.5"_s},
                                           {u"peakmemory"_s, u"2048000"_s},
                                           {u"folder"_s, QDir::toNativeSeparators(u"/tmp"_s)},

@@ -322,7 +322,7 @@ private Q_SLOTS:
             QTest::keyClick(&table, Qt::Key_Delete);
             QCOMPARE(ColumnTexts(table, 1), QStringList{});
             QTest::keyClick(&table, Qt::Key_Escape);
-            QVERIFY(line->isHidden());
+            QVERIFY(!line->isVisible());
             QStringList left = before;
             left.removeOne(isQueue ? u"job 2"_s : u"c"_s);
             QCOMPARE(ColumnTexts(table, 1), left);
@@ -360,8 +360,13 @@ private Q_SLOTS:
         JobPages pages;
         Taskmill_JobRecord job = pages.manager.JobOf(pages.gated, 1);
         job.Status = status;
-        job.Result = {.Verdict = verdict, .Message = u"THE LINE"_s, .Program = u"MOPAC"_s, .Version = u"22"_s};
-        pages.finished.AddJob(job);
+        job.Result.Verdict = verdict;
+        job.Result.Message = u"THE LINE"_s;
+        job.Result.Program = u"MOPAC"_s;
+        job.Result.Version = u"22"_s;
+        QVERIFY(TestManager::Database().AsOneChange(
+            [&job] { return TestManager::Database().InsertFinishedJob(job, true); }));
+        pages.finished.Load();
         pages.finishedTab.FillTable();
         const QModelIndex cell = pages.finishedTable.model()->index(0, 2);
         const QColor mark =

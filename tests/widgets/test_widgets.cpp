@@ -173,6 +173,7 @@ private Q_SLOTS:
             [&] {
                 // Into what the filter shows.
                 m_model.item(1)->setText(u"zz0"_s);
+                m_model.item(1)->setData(u"zz0"_s, KilnUtil_TableSortProxy::SortRole);
             },
             [&] { m_model.sort(0); },
             [&] { m_table->sortByColumn(0, Qt::AscendingOrder); },
