@@ -40,7 +40,8 @@ void Taskmill_OutputPage::ShowJob(const Taskmill_ShownJob &job)
     const Origin origin{.jobID = job.Record.JobID,
                         .file = job.Record.OutputFilePath(),
                         .process = job.Process,
-                        .isFinished = job.Record.IsFinished()};
+                        .isFinished = job.Record.IsFinished(),
+                        .isWaiting = job.Record.Status == Taskmill_JobStatus::Pending};
     const bool isAnother = !m_job || origin != m_origin;
     // It may be known a little later than that the job has ended.
     const bool hasNewResult = !isAnother && m_job->Record.Result != job.Record.Result;
@@ -66,7 +67,7 @@ void Taskmill_OutputPage::Rest()
 
 void Taskmill_OutputPage::Begin()
 {
-    m_showsPrinted = m_origin.file.isEmpty();
+    m_showsPrinted = m_origin.file.isEmpty() || m_origin.isWaiting;
     if (m_showsPrinted)
         ShowPrinted();
     else
@@ -122,6 +123,10 @@ void Taskmill_OutputPage::UpdateCaption()
 {
     const QLocale locale;
     const qint64 shown = m_source->End() - m_source->Begin();
+    if (m_origin.isWaiting) {
+        SetCaption({u"The job has not been started."_s}, false);
+        return;
+    }
     QStringList parts{m_showsPrinted ? u"What the job printed"_s : QDir::toNativeSeparators(m_origin.file)};
     if (m_source->IsReading())
         parts += u"reading..."_s;

@@ -27,6 +27,7 @@ private:
         QString file;
         const KilnUtil_Process *process = nullptr;
         bool isFinished = false;
+        bool isWaiting = false; ///< what is there is of another job
 
         bool operator==(const Origin &) const = default;
     };

@@ -251,10 +251,13 @@ private Q_SLOTS:
         const Taskmill_JobType type = place.manager.AddJobType(
             u"Two Words"_s, u"print first waitfor @INFILE.go print second waitfor @INFILE.end"_s);
         const QString input = place.manager.InputFile(u"a.in"_s);
+        place.manager.Long().Queue()->SetPaused(true);
         place.manager.Long().Submit(place.manager.NewJob(type, input));
         tab.FillTable();
         tab.Table().setCurrentIndex(tab.Table().model()->index(0, 0));
         const auto *page = splitter->findChild<Taskmill_OutputPage *>();
+        QTRY_COMPARE(page->Caption(), u"The job has not been started."_s);
+        place.manager.Long().Queue()->SetPaused(false);
         QTRY_COMPARE(page->View().VisibleText(), QStringList{u"first"_s});
         TestManager::Release(input);
         QTRY_COMPARE(page->View().VisibleText(), (QStringList{u"first"_s, u"second"_s}));
