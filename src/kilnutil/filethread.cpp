@@ -33,7 +33,7 @@ struct KilnUtil_FileThread::Shared
     bool isReading = false;
 
     void Run();
-    void DeliverLater(qint64 ofNumber, const Deliver &deliver);
+    void DeliverLater(qint64 ofNumber, const Deliver &deliver) const;
 };
 
 void KilnUtil_FileThread::Shared::Run()
@@ -57,7 +57,7 @@ void KilnUtil_FileThread::Shared::Run()
 }
 
 /// The owner cannot go meanwhile: it takes the lock first.
-void KilnUtil_FileThread::Shared::DeliverLater(qint64 ofNumber, const Deliver &deliver)
+void KilnUtil_FileThread::Shared::DeliverLater(qint64 ofNumber, const Deliver &deliver) const
 {
     if (!owner || ofNumber != number)
         return;

@@ -158,7 +158,8 @@ qsizetype KilnUtil_PlotWidget::IndexAt(double x) const
         return -1;
     const qsizetype count = m_series.Values.size();
     const double share = count > 1 ? (x - XOf(0)) / (XOf(count - 1) - XOf(0)) : 0;
-    const auto wanted = static_cast<qsizetype>(std::lround(qBound(0.0, share, 1.0) * (count - 1)));
+    const auto wanted =
+        static_cast<qsizetype>(std::lround(qBound(0.0, share, 1.0) * static_cast<double>(count - 1)));
     for (qsizetype distance = 0; distance < count; ++distance) {
         for (const qsizetype index : {wanted - distance, wanted + distance}) {
             if (IsDrawn(index))
@@ -267,7 +268,7 @@ void KilnUtil_PlotWidget::DrawAxes(QPainter &painter) const
     painter.setPen(Dimmed(palette(), 0.35F));
     painter.drawLine(m_area.bottomLeft(), m_area.bottomRight());
     for (const double mark : m_steps.Marks()) {
-        if (mark < m_series.FirstStep ||
+        if (mark < static_cast<double>(m_series.FirstStep) ||
             mark > static_cast<double>(m_series.FirstStep + m_series.Values.size() - 1))
             continue;
         const qreal x = std::round(m_area.left() + m_area.width() * m_steps.Place(mark));
@@ -367,12 +368,12 @@ QString KilnUtil_PlotWidget::Csv() const
     return text;
 }
 
-void KilnUtil_PlotWidget::CopyPictureSlot()
+void KilnUtil_PlotWidget::CopyPictureSlot() const
 {
     QGuiApplication::clipboard()->setPixmap(Picture());
 }
 
-void KilnUtil_PlotWidget::CopyCsvSlot()
+void KilnUtil_PlotWidget::CopyCsvSlot() const
 {
     QGuiApplication::clipboard()->setText(Csv());
 }

@@ -50,8 +50,8 @@ public:
     [[nodiscard]] QSize minimumSizeHint() const override;
 
 public Q_SLOTS:
-    void CopyPictureSlot();
-    void CopyCsvSlot();
+    void CopyPictureSlot() const;
+    void CopyCsvSlot() const;
 
 protected:
     void paintEvent(QPaintEvent *event) override;
