@@ -98,6 +98,7 @@ bool Taskmill_FollowedOutput::Advance(Part &part, qint64 &left)
             break;
         part.Reader->Feed({bytes.constData(), static_cast<std::size_t>(bytes.size())});
         part.Read += bytes.size();
+        m_read += bytes.size();
         left -= bytes.size();
         m_hasChanged = m_hasChanged || part.IsKnown();
     }

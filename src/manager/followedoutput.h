@@ -60,6 +60,8 @@ public:
     [[nodiscard]] bool IsComplete() const;
     [[nodiscard]] bool HasEnded() const { return m_hasEnded; }
     [[nodiscard]] bool IsOfKnownProgram() const;
+    /// Bytes that were read so far, of all parts.
+    [[nodiscard]] qint64 Read() const { return m_read; }
     /// Whether there is another state since the last State().
     [[nodiscard]] bool HasChanged() const { return m_hasChanged; }
     [[nodiscard]] Taskmill_ResultState State();
@@ -74,6 +76,7 @@ private:
 
     const QStringList m_paths;
     std::vector<Part> m_parts; ///< those of the files and then, if it is set, what the job prints
+    qint64 m_read = 0;
     bool m_hasPrinted = false;
     bool m_hasEnded = false;
     bool m_hasChanged = false;

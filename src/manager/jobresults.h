@@ -35,8 +35,8 @@ class Taskmill_JobResults final : public QObject, public Taskmill_JobStarts
     Q_OBJECT
 
 public:
-    /// How often the output of a running job is looked at. One of no known program is looked at less often,
-    /// and jobs that end before the first look cost nothing.
+    /// How often the output of a running job is looked at. One that does not grow, or is of no known program,
+    /// is looked at less often, and jobs that end before the first look cost nothing.
     static constexpr std::chrono::milliseconds Interval{1000};
 
     /// The keepers, if there are any, outlive this.

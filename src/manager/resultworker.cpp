@@ -131,10 +131,11 @@ private:
         constexpr qint64 mostAtOnce = 4LL * 1024 * 1024;
         constexpr std::chrono::milliseconds betweenReports = 300ms;
         Taskmill_FollowedOutput &output = *followed.output;
+        const qint64 before = output.Read();
         const bool hasMore = output.Advance(mostAtOnce);
         const bool isComplete = output.IsComplete();
         if (!hasMore) {
-            followed.wait = WaitAfter(followed);
+            followed.wait = WaitAfter(followed, output.Read() > before);
             followed.due = QDeadlineTimer{followed.wait};
         }
         if (isComplete || (output.HasChanged() && followed.nextReport.hasExpired())) {
@@ -145,16 +146,17 @@ private:
         return isComplete;
     }
 
-    /// Until the next look at an output of which everything is read for now.
-    [[nodiscard]] std::chrono::milliseconds WaitAfter(const Followed &followed) const
+    /// Until the next look at an output of which everything is read for now: there may be hundreds.
+    [[nodiscard]] std::chrono::milliseconds WaitAfter(const Followed &followed, bool hasGrown) const
     {
         constexpr std::chrono::milliseconds ofEnded = 100ms;
-        constexpr std::chrono::milliseconds longest = 16s;
+        constexpr int quiet = 4;
+        constexpr int unknown = 16;
         if (followed.output->HasEnded())
             return ofEnded;
-        return followed.output->IsOfKnownProgram()
-                   ? m_interval
-                   : std::min(2 * followed.wait, std::max(m_interval, longest));
+        const bool isKnown = followed.output->IsOfKnownProgram();
+        return isKnown && hasGrown ? m_interval
+                                   : std::min(2 * followed.wait, (isKnown ? quiet : unknown) * m_interval);
     }
 
     void StartTimer()

@@ -62,7 +62,7 @@ private Q_SLOTS:
         QVERIFY2(shown.value("message"_L1).toString().contains(line),
                  qPrintable(shown.value("message"_L1).toString()));
         QCOMPARE(shown.value("energies"_L1).toArray().isEmpty(), result == "error"_L1);
-        QVERIFY(Manager().Command("show job 1").contains("Result                  " + result.toUtf8()));
+        QVERIFY(Manager().Command("show job 1").contains(line.toUtf8()));
         const Taskmill_JobRecord stored = SaveAndQuit();
         QCOMPARE(stored.Result.VerdictText(), result);
         QVERIFY(stored.ClientResult);
