@@ -274,15 +274,14 @@ void Taskmill_JobResults::TakeReport(const Taskmill_ResultReport &report)
         ended.Take(ResultOf(*report.State, ended.Status));
         return;
     }
-    const auto reading = m_readings.constFind(report.Number);
-    if (reading == m_readings.constEnd())
+    if (!m_readings.contains(report.Number))
         return;
-    const Reading found = *reading;
+    const Reading found = m_readings.value(report.Number);
     if (!found.Context) {
         GiveUp(report.Number);
         return;
     }
     if (report.IsComplete)
-        m_readings.erase(reading);
+        m_readings.remove(report.Number);
     found.Take(report.State, report.IsComplete);
 }

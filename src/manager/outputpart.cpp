@@ -88,7 +88,7 @@ QByteArray Taskmill_OutputFilePart::Take(qint64 most)
     for (int look = 0; look < 2; ++look) {
         const qint64 left = m_source ? m_source->End() - m_offset : 0;
         if (left > 0) {
-            const QByteArray bytes = m_source->Read(m_offset, qMin(left, most));
+            QByteArray bytes = m_source->Read(m_offset, qMin(left, most));
             m_offset += bytes.size();
             if (!bytes.isEmpty())
                 return bytes;
