@@ -8,10 +8,14 @@
 
 #include "manager/manager.h"
 #include "ui/finishedjobswidget.h"
+#include "widgets/tablesortproxy.h"
 #include "widgets/tablewidget.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QElapsedTimer>
+#include <QKeyEvent>
+#include <QLineEdit>
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QThread>
@@ -110,6 +114,31 @@ public:
         }
     }
 
+    void Filter(const QString &text, bool failedOnly)
+    {
+        m_page.OpenFilter();
+        auto *line = m_page.Frame()->findChild<QLineEdit *>();
+        auto *check = m_page.Frame()->findChild<QCheckBox *>();
+        const int before = Model()->rowCount();
+        Turns turns{m_report, failedOnly ? "filter: failed only" : "filter by " + text.toUtf8()};
+        turns.Do([&] {
+            line->setText(text);
+            check->setChecked(failedOnly);
+        });
+        turns.Until([&] { return !m_table.Rows().IsFiltering() && Model()->rowCount() != before; });
+    }
+
+    void CloseFilter()
+    {
+        const int before = Model()->rowCount();
+        Turns turns{m_report, "close the filter"};
+        turns.Do([this] {
+            QKeyEvent escape{QEvent::KeyPress, Qt::Key_Escape, {}};
+            QCoreApplication::sendEvent(&m_table, &escape);
+        });
+        turns.Until([&] { return Model()->rowCount() != before; });
+    }
+
     void EndJobs(const QByteArray &when)
     {
         Turns turns{m_report, "ten jobs end, " + when};
@@ -186,8 +215,15 @@ void MeasureTable(Bench::Report &report, const QString &file)
     table.Sort();
     table.EndJobs("sorted by time");
     table.Scroll();
+    table.Filter(u"molecule_77 mopac"_s, false);
+    table.EndJobs("filtered");
+    table.Filter({}, true);
+    table.CloseFilter();
     table.SelectAll();
     table.EndJobs("all selected");
+    // With everything selected.
+    table.Filter(u"not converged"_s, false);
+    table.CloseFilter();
     table.RemoveHalf();
 }
 } // namespace

@@ -40,6 +40,12 @@ bool MultiplyRows(const QString &path, int jobs)
                                   u" FROM FinishedJobs WHERE FinishedJobID < %2"_s;
         result = sqlite3_exec(database, statement.arg(first).arg(jobsInserted).toUtf8().constData(), nullptr,
                               nullptr, nullptr);
+        const QString fields =
+            u"INSERT INTO AddedFields SELECT Owner, OwnerID + %1, Name, Value FROM AddedFields WHERE Owner = 'job' "
+            "AND OwnerID <= %2"_s;
+        if (result == SQLITE_OK)
+            result = sqlite3_exec(database, fields.arg(first).arg(jobsInserted).toUtf8().constData(), nullptr,
+                                  nullptr, nullptr);
     }
     if (result == SQLITE_OK)
         result = sqlite3_exec(database, "COMMIT", nullptr, nullptr, nullptr);
@@ -67,6 +73,18 @@ Taskmill_JobRecord FinishedJob(int number)
     job.Status = Taskmill_JobStatus::Completed;
     job.StdOutAndStdErr =
         u"MOPAC Job: \"%1\" ended normally on Nov 21, 2026, at 03:54.\n"_s.arg(job.InputFilePath);
+    job.ProcessorMs = (7100 + number % 86000) * 1000LL;
+    job.PeakMemoryKB = 20'000 + number * 7919LL % 4'000'000;
+    job.Result.Program = u"MOPAC"_s;
+    job.Result.Version = u"22.0.6"_s;
+    job.Result.Message = u"JOB ENDED NORMALLY"_s;
+    // Every tenth does not converge, every fiftieth ends with an error.
+    job.Result.Verdict = number % 50 == 0   ? Taskmill_Verdict::Error
+                         : number % 10 == 0 ? Taskmill_Verdict::NotConverged
+                                            : Taskmill_Verdict::Normal;
+    job.Result.Steps = 12;
+    for (int step = 0; step < 12; ++step)
+        job.Result.Energies.append(-76.4 - 0.01 * step);
     return job;
 }
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "jobs/jobrecord.h"
-#include "jobs/jobservices.h"
+#include "manager/notifier.h"
 
 class Taskmill_Database;
 
@@ -22,6 +22,7 @@ void SelectAll(const QByteArray &file);
 class NoNotifier final : public Taskmill_Notifier
 {
 public:
-    bool Send(const QString &, int, const QByteArray &) override { return true; }
+    void Send(const Taskmill_Notification &, std::chrono::milliseconds, Done) override {}
+    void Abort() override {}
 };
 } // namespace Bench

@@ -16,6 +16,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <tuple>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -82,6 +83,7 @@ public:
     void Open();
     void RunJobs();
     void PhotographTabs();
+    void PhotographDetails();
     void PhotographMenusAndViewers();
     void PhotographDialogs();
 
@@ -157,6 +159,8 @@ void Studio::RunJobs()
     Submit(u"MOPAC"_s, u"benzene-vibrations.mop"_s, benzene, u"none"_s);
     Submit(u"xTB Optimisation"_s, u"caffeine.xyz"_s, caffeine, u"none"_s);
     Submit(u"xTB Optimisation"_s, u"lactose-draft.xyz"_s, "12\nno atoms yet\n", u"none"_s);
+    QByteArray typo = benzene;
+    Submit(u"MOPAC"_s, u"benzene-draft.mop"_s, typo.replace("THERMO", "TERMO"), u"none"_s);
     ChooseTab(finishedJobs);
     WaitFor(u"caffeine.xyz"_s);
     WaitFor(u"benzene-vibrations.mop"_s);
@@ -241,6 +245,23 @@ void Studio::PhotographTabs()
     }
 }
 
+/// Of an optimisation the plots, of a job that failed the line that says why.
+void Studio::PhotographDetails()
+{
+    ChooseTab(finishedJobs);
+    Click(u"cell"_s, u"caffeine.xyz"_s);
+    m_desktop.Press(u"F4"_s);
+    for (const auto &[name, job, page] :
+         {std::tuple{u"details-progress"_s, u"caffeine.xyz"_s, u"Progress"_s},
+          std::tuple{u"details-general"_s, u"caffeine.xyz"_s, u"General"_s},
+          std::tuple{u"details-output"_s, u"benzene-draft.mop"_s, u"Output"_s}}) {
+        Click(u"cell"_s, job);
+        Click(u"page tab"_s, page);
+        Take(name, Window(Taskmill_VersionText()));
+    }
+    Click(u"push button"_s, u"Hide Details"_s);
+}
+
 void Studio::PhotographMenusAndViewers()
 {
     ChooseTab(longJobs);
@@ -289,6 +310,7 @@ int main(int argc, char **argv)
     studio.Open();
     studio.RunJobs();
     studio.PhotographTabs();
+    studio.PhotographDetails();
     studio.PhotographMenusAndViewers();
     studio.PhotographDialogs();
     return 0;

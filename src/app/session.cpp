@@ -138,6 +138,12 @@ void Taskmill_Session::ShowInFront()
         m_window->SystemTrayShowWindowSlot();
 }
 
+void Taskmill_Session::ShowJob(int jobID)
+{
+    if (m_window)
+        m_window->ShowJob(jobID);
+}
+
 void Taskmill_Session::PutAway()
 {
     if (m_window)

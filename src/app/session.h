@@ -69,6 +69,7 @@ private:
     static void ShowRefusedRequest(const QString &reason);
     [[nodiscard]] bool HasWindow() const override { return m_window != nullptr; }
     void ShowInFront() override;
+    void ShowJob(int jobID) override;
     void PutAway() override;
     [[nodiscard]] bool IsUserBusy() const override;
     void QuitLater(bool keepsJobs) override;

@@ -21,7 +21,7 @@ constexpr std::array Taskmill_CtlCommands{
     Taskmill_CtlCommand{"submit", "FILE...", 1, Taskmill_AnyNumber,
                         "Submit a job for each input file to a running manager.", false},
     Taskmill_CtlCommand{"test", "", 0, 0, "Tell whether a manager answers.", false},
-    Taskmill_CtlCommand{"show", "", 0, 0, "Show the manager's window.", false},
+    Taskmill_CtlCommand{"show", "[N]", 0, 1, "Show the manager's window, with job N chosen.", false},
     Taskmill_CtlCommand{"hide", "", 0, 0, "Hide the manager's window.", false},
     Taskmill_CtlCommand{"list", "[LIST]", 0, 1,
                         "List the manager's jobs: long, short, queueless, finished, or all.", false},
@@ -54,7 +54,7 @@ constexpr std::array Taskmill_CtlCommands{
 
 constexpr std::string_view Taskmill_CtlExitStatusText = R"(Exit status (when several apply, the largest):
   0  success; with --wait, every job has completed
-  1  a job has not completed
+  1  a job has not completed; with --result, or its result is "not-converged" or "error"
   2  wrong usage, or a file that does not exist or cannot be read
   3  no manager answers, or it went away
   4  a request was refused

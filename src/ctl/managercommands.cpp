@@ -58,7 +58,7 @@ Lines WordLine(std::string_view key, const std::string &word, const std::vector<
 
 Lines JobLine(const Options &options)
 {
-    return NumberLine(Taskmill_WireJobNumber, options.Positional().front(), 1, "the number of a job");
+    return Taskmill_JobNumberLine(options.Positional().front());
 }
 
 Lines QueueLine(const Options &options)
@@ -206,4 +206,9 @@ Taskmill_CtlStatus Taskmill_ManagerCommand(std::string_view name, const Taskmill
     }
     Taskmill_CtlPlatform::Write(stdout, answer->substr(std::min(end + 1, answer->size())));
     return Taskmill_CtlStatus::Success;
+}
+
+std::optional<std::string> Taskmill_JobNumberLine(const std::string &number)
+{
+    return NumberLine(Taskmill_WireJobNumber, number, 1, "the number of a job");
 }

@@ -4,6 +4,8 @@
 #include "ctl/ctlstatus.h"
 #include "ctl/options.h"
 
+#include <optional>
+#include <string>
 #include <string_view>
 
 /// The commands by which a running manager is looked at and controlled. Each is one request, which the
@@ -13,6 +15,8 @@
 [[nodiscard]] bool Taskmill_IsManagerCommand(std::string_view name);
 /// Its own options, without those that name the manager.
 [[nodiscard]] std::vector<Taskmill_CtlOption> Taskmill_ManagerCommandOptions(std::string_view name);
+/// The line of a request that names a job; nothing, with a message, when the text is no number of a job.
+[[nodiscard]] std::optional<std::string> Taskmill_JobNumberLine(const std::string &number);
 /// Sends the request and prints the answer.
 [[nodiscard]] Taskmill_CtlStatus Taskmill_ManagerCommand(std::string_view name,
                                                          const Taskmill_CtlOptions &options);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ctl/requestcommands.h"
 
+#include "ctl/managercommands.h"
 #include "ctl/managerfinder.h"
 #include "ctl/managerlink.h"
 #include "ctl/output.h"
@@ -10,7 +11,8 @@
 #include "wire/utf8.h"
 
 namespace {
-Taskmill_CtlStatus SendToWindow(const Taskmill_CtlOptions &options, const std::string &action)
+Taskmill_CtlStatus SendToWindow(const Taskmill_CtlOptions &options, const std::string &action,
+                                const std::string &lines = {})
 {
     if (!Taskmill_CheckManagerOptions(options))
         return Taskmill_CtlStatus::WrongUsage;
@@ -18,7 +20,7 @@ Taskmill_CtlStatus SendToWindow(const Taskmill_CtlOptions &options, const std::s
     const auto manager = Taskmill_FindManager(options, Taskmill_ManagerChoice::GuiOnly);
     if (!manager)
         return Taskmill_CtlStatus::NoManager;
-    const std::optional<std::string> whole = Taskmill_AnswerOf(*manager, "action=" + action + '\n');
+    const std::optional<std::string> whole = Taskmill_AnswerOf(*manager, "action=" + action + '\n' + lines);
     if (!whole)
         return Taskmill_CtlStatus::NoManager;
     const std::string answer = whole->substr(0, whole->find('\n'));
@@ -56,7 +58,9 @@ Taskmill_CtlStatus Taskmill_TestCommand(const Taskmill_CtlOptions &options)
 
 Taskmill_CtlStatus Taskmill_ShowCommand(const Taskmill_CtlOptions &options)
 {
-    return SendToWindow(options, "show");
+    const std::optional<std::string> job =
+        options.Positional().empty() ? std::string{} : Taskmill_JobNumberLine(options.Positional().front());
+    return job ? SendToWindow(options, "show", *job) : Taskmill_CtlStatus::WrongUsage;
 }
 
 Taskmill_CtlStatus Taskmill_HideCommand(const Taskmill_CtlOptions &options)

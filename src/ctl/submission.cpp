@@ -21,6 +21,7 @@ constexpr std::chrono::seconds restWait{2};  ///< for the lines behind the first
 constexpr std::chrono::hours longest{24};    ///< then one looks again
 constexpr std::chrono::milliseconds probeInterval{2000}; ///< between looks after a manager that is waited for
 constexpr std::size_t longestAnswer = 1'048'576;
+const std::string resultKey{Taskmill_WireJobResult.substr(0, Taskmill_WireJobResult.size() - 1)};
 
 // The notification holds no job number; this name shows to which request it belongs.
 std::string ClientAppNamePrefix()
@@ -79,7 +80,17 @@ std::string EndText(const Taskmill_CtlNotification &notification)
     const std::string exitCode = notification.Value("jobexitcode");
     // Who was killed did not choose the code.
     const bool hasExitCode = status != "killed" && !exitCode.empty() && exitCode != "0";
-    return hasExitCode ? status + ", exit code " + exitCode : status;
+    const std::string end = hasExitCode ? status + ", exit code " + exitCode : status;
+    const std::string result = notification.Value(resultKey);
+    return result.empty() ? end : end + "; result: " + result;
+}
+
+/// Of a calculation that asked for its result; what is of no known program is judged by its status alone.
+bool HasSucceeded(const Taskmill_CtlNotification &notification)
+{
+    const std::string result = notification.Value(resultKey);
+    return notification.Value("jobstatus") == "completed" &&
+           (result.empty() || result == "normal" || result == "none");
 }
 } // namespace
 
@@ -126,6 +137,8 @@ std::string Taskmill_Submission::Message() const
     if (m_options.Wait)
         message += "clientaddress=127.0.0.1\nclientport=" + std::to_string(m_notifications.Port()) +
                    "\nclientnotification=1\n";
+    if (m_options.Wait && m_options.Result)
+        message.append(Taskmill_WireClientResult).append("\n");
     message += "action=submitjob\n" + m_options.Lines + "jobinputfile=" + m_options.Files[index].Path + '\n';
     return message.append(Taskmill_WireDetailedReply).append("\n").append(Taskmill_WireReplyRequest);
 }
@@ -297,7 +310,7 @@ void Taskmill_Submission::TakeNotification(const Taskmill_CtlNotification &notif
         return;
     Request &request = m_requests[*index];
     ++request.Notified;
-    if (notification.Value("jobstatus") != "completed")
+    if (!HasSucceeded(notification))
         Note(Taskmill_CtlStatus::JobNotCompleted);
     Taskmill_CtlJob *job = EndedJob(request.Jobs, notification.Value("jobinputfile"));
     if (job)

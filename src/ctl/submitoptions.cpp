@@ -77,6 +77,7 @@ public:
         m_options.Wait = m_given.IsSet("wait");
         m_options.Json = m_given.IsSet("json");
         m_options.Raw = m_given.IsSet("raw");
+        m_options.Result = m_given.IsSet("result");
         m_options.Confirm = m_given.IsSet("confirm");
         return ReadTimeout() && ReadInputFiles() && ReadTexts() && ReadQueue() && ReadFiles() &&
                ReadPlaceholders();
@@ -216,7 +217,7 @@ private:
 std::vector<Taskmill_CtlOption> Taskmill_SubmitOptions::Options()
 {
     std::vector<Taskmill_CtlOption> options;
-    options.reserve(textOptions.size() + fileOptions.size() + 7);
+    options.reserve(textOptions.size() + fileOptions.size() + 8);
     for (const TextOption &option : textOptions)
         options.push_back({std::string{option.name}, "NAME", std::string{option.description}});
     options.push_back({"queue", "QUEUE", "Queue of the job: long, short, queueless (or none) or auto."});
@@ -226,6 +227,7 @@ std::vector<Taskmill_CtlOption> Taskmill_SubmitOptions::Options()
                        "Value of a placeholder of the job type, such as @NPROCS=4. May be repeated."});
     options.push_back({"confirm", "", "Let the user of the manager's window confirm the job."});
     options.push_back({"wait", "", "Wait until the jobs have ended and print how each of them has."});
+    options.push_back({"result", "", "With --wait, print what the calculation of each job came to, too."});
     options.push_back({"timeout", "SECONDS", "Wait no longer than this for answers and ends of jobs."});
     options.push_back({"raw", "", "With --wait, print the manager's own lines on the end of each job."});
     options.push_back({"json", "", "Print one JSON object a line."});

@@ -24,7 +24,8 @@ struct Taskmill_SubmitOptions
     std::string JobType;
     bool Confirm = false;
     bool Wait = false;
-    bool Raw = false; ///< the manager's own lines on the end of each job
+    bool Result = false; ///< what the calculation of each job came to is wanted, too
+    bool Raw = false;    ///< the manager's own lines on the end of each job
     bool Json = false;
     std::optional<std::chrono::milliseconds> Timeout; ///< for everything, from the first request on
 

@@ -55,11 +55,13 @@ public:
     [[nodiscard]] bool RemoveOthers(const QSqlDatabase &connection, Taskmill_FieldOwner owner,
                                     const QString &ownerIDs);
 
+    /// Whether the table is there: a project without such fields has none.
+    [[nodiscard]] bool Exists(const QSqlDatabase &connection);
+
     /// Everything that is remembered, because the content may be another one or the connection ends.
     void Forget();
 
 private:
-    bool Exists(const QSqlDatabase &connection);
     bool Create(const QSqlDatabase &connection);
     QSet<qint32> &Owners(const QSqlDatabase &connection, Taskmill_FieldOwner owner);
 

@@ -326,14 +326,17 @@ Taskmill_AddedFields &Taskmill_Database::AddedFields()
 bool Taskmill_Database::RemoveFieldsOfGoneJobs(const QList<qint32> &jobIDs)
 {
     Taskmill_AddedFields &addedFields = AddedFields();
-    QList<qint32> gone;
-    // Most jobs have none, and no table has an index on the number.
+    // No table has an index on the number: one walk through each serves for all of them.
+    QSet<qint32> gone;
     for (const qint32 jobID : jobIDs) {
-        if (addedFields.Has(Connection(), Taskmill_FieldOwner::Job, jobID) &&
-            std::ranges::none_of(m_jobTables, [&](auto *table) { return table->Contains(jobID); }))
-            gone.append(jobID);
+        if (addedFields.Has(Connection(), Taskmill_FieldOwner::Job, jobID))
+            gone.insert(jobID);
     }
-    return addedFields.Remove(Connection(), Taskmill_FieldOwner::Job, gone);
+    for (Taskmill_JobTableStore *table : m_jobTables) {
+        if (!gone.isEmpty())
+            table->TakeOutContained(gone);
+    }
+    return addedFields.Remove(Connection(), Taskmill_FieldOwner::Job, gone.values());
 }
 
 void Taskmill_Database::RemoveOrphanedFields()
@@ -517,10 +520,18 @@ bool Taskmill_Database::SetFinishedJobOutput(qint64 key, const QString &output)
     return m_finishedJobs.SetOutput(key, output);
 }
 
-std::unique_ptr<Taskmill_FinishedJobReader>
-Taskmill_Database::MakeFinishedJobReader(const QStringList &columns)
+bool Taskmill_Database::SetFinishedJobResult(qint32 jobID, const Taskmill_JobResult &result)
 {
-    return m_finishedJobs.MakeReader(columns);
+    auto fields =
+        m_addedFields.Read(Connection(), Taskmill_FieldOwner::Job, QString::number(jobID)).value(jobID);
+    Taskmill_SetResultField(fields, result);
+    return m_addedFields.Set(Connection(), Taskmill_FieldOwner::Job, jobID, fields);
+}
+
+std::unique_ptr<Taskmill_FinishedJobReader>
+Taskmill_Database::MakeFinishedJobReader(const Taskmill_FinishedJobReading &reading)
+{
+    return m_finishedJobs.MakeReader(reading);
 }
 
 QHash<qint32, Taskmill_AddedFields::Fields> Taskmill_Database::GetAddedFieldsOfJobs()

@@ -146,9 +146,11 @@ public:
     [[nodiscard]] QString GetFinishedJobOutput(qint64 key);
     /// Belongs to a transaction.
     bool SetFinishedJobOutput(qint64 key, const QString &output);
+    /// By job number; belongs to a transaction, too.
+    bool SetFinishedJobResult(qint32 jobID, const Taskmill_JobResult &result);
     /// What reads many of them, with these columns or, when none is named, all but the output.
     [[nodiscard]] std::unique_ptr<Taskmill_FinishedJobReader>
-    MakeFinishedJobReader(const QStringList &columns = {});
+    MakeFinishedJobReader(const Taskmill_FinishedJobReading &reading = {});
     /// What no table has a column for, of all jobs.
     [[nodiscard]] QHash<qint32, Taskmill_AddedFields::Fields> GetAddedFieldsOfJobs();
     /// The largest job number of the four job tables; -1 when they hold none.

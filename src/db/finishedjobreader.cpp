@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "db/finishedjobreader.h"
 
+#include "db/addedfields.h"
+#include "db/jobfields.h"
+
 #include <utility>
 
 #include <sqlite3.h>
@@ -20,6 +23,7 @@ struct Taskmill_FinishedJobReader::Statement
 {
     Taskmill_RowCursor rows;
     Taskmill_JobRowReader reader;
+    QList<std::pair<QString, int>> fields{}; ///< with their places
 
     template <typename Database>
     Statement(const Database &database, const QString &text, const Taskmill_JobTypesByID &jobTypes)
@@ -27,20 +31,53 @@ struct Taskmill_FinishedJobReader::Statement
         , reader{jobTypes, rows}
     {
     }
+
+    Taskmill_JobRecord Job()
+    {
+        Taskmill_JobRecord job = reader.Read({});
+        Taskmill_AddedFields::Fields values;
+        for (const auto &[name, place] : std::as_const(fields)) {
+            if (const QString value = rows.Text(place); !value.isEmpty())
+                values.insert(name, value);
+        }
+        if (!values.isEmpty())
+            Taskmill_SetFieldsOfJob(job, values);
+        return job;
+    }
 };
 
+namespace {
+/// As a column of the statement.
+QString NameOfField(const QString &field)
+{
+    return u"Field"_s + field;
+}
+} // namespace
+
 Taskmill_FinishedJobReader::Taskmill_FinishedJobReader(const QSqlDatabase &connection, QString storagePath,
-                                                       QString keyColumn, const QStringList &columns,
+                                                       QString keyColumn,
+                                                       const Taskmill_FinishedJobReading &reading,
                                                        Taskmill_JobTypesByID jobTypes)
     : m_shared{connection}
     , m_storagePath{std::move(storagePath)}
     , m_keyColumn{std::move(keyColumn)}
-    , m_columns{(QStringList{QString{}} + columns).join(u',')}
+    , m_columns{WhatIsSelected(reading)}
+    , m_fields{reading.Fields}
     , m_jobTypes{std::move(jobTypes)}
 {
 }
 
 Taskmill_FinishedJobReader::~Taskmill_FinishedJobReader() = default;
+
+QString Taskmill_FinishedJobReader::WhatIsSelected(const Taskmill_FinishedJobReading &reading)
+{
+    QStringList selected{QString{}};
+    selected += reading.Columns;
+    for (const QString &field : reading.Fields)
+        selected += u"(SELECT Value FROM AddedFields WHERE Owner = 'job' AND OwnerID = FinishedJobs.JobID AND "
+                    "Name = '%1') AS %2"_s.arg(field, NameOfField(field));
+    return selected.join(u',');
+}
 
 bool Taskmill_FinishedJobReader::OpenOwn()
 {
@@ -63,8 +100,11 @@ Taskmill_FinishedJobReader::Prepare(const QString &condition) const
 {
     const QString text =
         u"SELECT %1 AS RowKey%2 FROM FinishedJobs WHERE %1 %3"_s.arg(m_keyColumn, m_columns, condition);
-    return m_own ? std::make_unique<Statement>(m_own->database, text, m_jobTypes)
-                 : std::make_unique<Statement>(m_shared, text, m_jobTypes);
+    auto statement = m_own ? std::make_unique<Statement>(m_own->database, text, m_jobTypes)
+                           : std::make_unique<Statement>(m_shared, text, m_jobTypes);
+    for (const QString &field : m_fields)
+        statement->fields.append({field, statement->rows.Column(NameOfField(field))});
+    return statement;
 }
 
 std::optional<Taskmill_JobRecord> Taskmill_FinishedJobReader::Find(qint64 key)
@@ -74,7 +114,7 @@ std::optional<Taskmill_JobRecord> Taskmill_FinishedJobReader::Find(qint64 key)
     m_find->rows.Start({key});
     std::optional<Taskmill_JobRecord> job;
     if (m_find->rows.Next())
-        job = m_find->reader.Read({});
+        job = m_find->Job();
     m_find->rows.Stop();
     return job;
 }
@@ -88,7 +128,7 @@ std::optional<qint64> Taskmill_FinishedJobReader::Read(qint64 behind, int count,
     rows.Start({behind, count});
     while (rows.Next()) {
         last = rows.LongInteger(0);
-        take(*last, m_read->reader.Read({}));
+        take(*last, m_read->Job());
     }
     rows.Stop();
     return last;

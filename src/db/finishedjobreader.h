@@ -11,6 +11,13 @@
 #include <memory>
 #include <optional>
 
+/// What is read of finished jobs; what follows from anything else is empty then.
+struct Taskmill_FinishedJobReading
+{
+    QStringList Columns; ///< of their table; none for all
+    QStringList Fields;  ///< of Taskmill_AddedFields
+};
+
 /// Reads finished jobs without their outputs: one by its key, or all of them, a block at a time, so that no
 /// statement is at work in between.
 class Taskmill_FinishedJobReader
@@ -18,9 +25,9 @@ class Taskmill_FinishedJobReader
 public:
     using Take = std::function<void(qint64 key, const Taskmill_JobRecord &job)>;
 
-    /// Of these columns; what follows from others is empty. The connection outlives the reader.
+    /// Of these columns and fields, whose tables are there. The connection outlives the reader.
     Taskmill_FinishedJobReader(const QSqlDatabase &connection, QString storagePath, QString keyColumn,
-                               const QStringList &columns, Taskmill_JobTypesByID jobTypes);
+                               const Taskmill_FinishedJobReading &reading, Taskmill_JobTypesByID jobTypes);
     ~Taskmill_FinishedJobReader();
     Q_DISABLE_COPY_MOVE(Taskmill_FinishedJobReader)
 
@@ -40,11 +47,13 @@ private:
     struct Statement;
 
     std::unique_ptr<Statement> Prepare(const QString &condition) const;
+    [[nodiscard]] static QString WhatIsSelected(const Taskmill_FinishedJobReading &reading);
 
     QSqlDatabase m_shared; ///< none when it has its own
     const QString m_storagePath;
     const QString m_keyColumn;
     const QString m_columns;
+    const QStringList m_fields; ///< stand behind the columns
     const Taskmill_JobTypesByID m_jobTypes;
     std::unique_ptr<Connection> m_own;
     std::unique_ptr<Statement> m_find;

@@ -138,12 +138,6 @@ QList<Taskmill_FinishedRow> Taskmill_FinishedJobStore::Rows()
     return *m_rows;
 }
 
-bool Taskmill_FinishedJobStore::Contains(qint32 jobID)
-{
-    const QList<Taskmill_FinishedRow> rows = Rows();
-    return std::ranges::find(rows, jobID, &Taskmill_FinishedRow::JobID) != rows.end();
-}
-
 void Taskmill_FinishedJobStore::TakeOutContained(QSet<qint32> &jobIDs)
 {
     const QList<Taskmill_FinishedRow> rows = jobIDs.isEmpty() ? QList<Taskmill_FinishedRow>{} : Rows();
@@ -207,13 +201,17 @@ bool Taskmill_FinishedJobStore::SetOutput(qint64 key, const QString &output)
                        {output, key});
 }
 
-std::unique_ptr<Taskmill_FinishedJobReader> Taskmill_FinishedJobStore::MakeReader(const QStringList &columns)
+std::unique_ptr<Taskmill_FinishedJobReader>
+Taskmill_FinishedJobStore::MakeReader(Taskmill_FinishedJobReading reading)
 {
     if (!m_rows && Open())
         Load();
-    QStringList wanted = ColumnsWithoutOutput();
-    if (!columns.isEmpty())
-        wanted.removeIf([&columns](const QString &name) { return !columns.contains(name); });
+    QStringList columns = ColumnsWithoutOutput();
+    if (!reading.Columns.isEmpty())
+        columns.removeIf([&reading](const QString &name) { return !reading.Columns.contains(name); });
+    reading.Columns = columns;
+    if (!AddedFields().Exists(Connection()))
+        reading.Fields.clear();
     return std::make_unique<Taskmill_FinishedJobReader>(Connection(), Database().StoragePath(),
-                                                        RowKeyColumn(), wanted, m_jobTypes);
+                                                        RowKeyColumn(), reading, m_jobTypes);
 }

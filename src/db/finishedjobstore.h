@@ -33,7 +33,6 @@ public:
 
     /// All rows in table order. What was read is remembered, with the job types of that time.
     [[nodiscard]] QList<Taskmill_FinishedRow> Rows();
-    [[nodiscard]] bool Contains(qint32 jobID) override;
     void TakeOutContained(QSet<qint32> &jobIDs) override;
     [[nodiscard]] qint32 LargestJobID() override;
 
@@ -45,7 +44,7 @@ public:
     [[nodiscard]] QString GetOutput(qint64 key);
     bool SetOutput(qint64 key, const QString &output);
     /// What reads many; see there.
-    [[nodiscard]] std::unique_ptr<Taskmill_FinishedJobReader> MakeReader(const QStringList &columns);
+    [[nodiscard]] std::unique_ptr<Taskmill_FinishedJobReader> MakeReader(Taskmill_FinishedJobReading reading);
 
 private:
     void Load();

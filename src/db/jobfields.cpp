@@ -27,8 +27,61 @@ constexpr std::array fileFields{
 constexpr auto placeholderPrefix = "Placeholder "_L1;
 constexpr int placeholderDigits = 3;
 constexpr auto runField = "Run"_L1;
-constexpr auto exitCodeField = "ExitCode"_L1;
+constexpr auto clientResultField = "ClientResult"_L1;
+/// Everything that the output said, as JSON.
+constexpr auto resultDetailsField = "ResultDetails"_L1;
+
+struct MeasureField
+{
+    QLatin1StringView name;
+    std::optional<qint64> Taskmill_JobRecord::*value;
+};
+
+constexpr std::array measureFields{
+    MeasureField{Taskmill_ProcessorTimeField, &Taskmill_JobRecord::ProcessorMs},
+    MeasureField{Taskmill_PeakMemoryField, &Taskmill_JobRecord::PeakMemoryKB},
+};
+
+/// What a finished job has besides.
+void AddFieldsOfEnd(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields &fields)
+{
+    // Of a completed job it is 0.
+    if (job.Status != Taskmill_JobStatus::Completed && job.ExitCode)
+        fields.insert(Taskmill_ExitCodeField, QString::number(*job.ExitCode));
+    for (const MeasureField &field : measureFields) {
+        if (const std::optional<qint64> &value = job.*field.value)
+            fields.insert(field.name, QString::number(*value));
+    }
+    Taskmill_SetResultField(fields, job.Result);
+}
+
+void SetFieldsOfEnd(Taskmill_JobRecord &job, const Taskmill_AddedFields::Fields &fields)
+{
+    bool isNumber = false;
+    if (const int code = fields.value(Taskmill_ExitCodeField).toInt(&isNumber); isNumber)
+        job.ExitCode = code;
+    for (const MeasureField &field : measureFields) {
+        if (const qint64 value = fields.value(field.name).toLongLong(&isNumber); isNumber && value >= 0)
+            job.*field.value = value;
+    }
+    if (const QString details = fields.value(resultDetailsField); !details.isEmpty()) {
+        job.Result = Taskmill_JobResult::FromJson(details);
+    } else if (const QString verdict = fields.value(Taskmill_ResultField); !verdict.isEmpty()) {
+        job.Result = Taskmill_JobResult::OfVerdict(verdict);
+    }
+}
 } // namespace
+
+void Taskmill_SetResultField(Taskmill_AddedFields::Fields &fields, const Taskmill_JobResult &result)
+{
+    if (result.IsOfKnownProgram()) {
+        fields.insert(Taskmill_ResultField, result.VerdictText());
+        fields.insert(resultDetailsField, result.ToJson());
+    } else {
+        fields.remove(Taskmill_ResultField);
+        fields.remove(resultDetailsField);
+    }
+}
 
 Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
 {
@@ -41,9 +94,10 @@ Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
         fields.remove(u"OutputFile"_s);
     if (!job.Run.isEmpty() && !job.IsFinished())
         fields.insert(runField, job.Run);
-    // Of a completed job it is 0.
-    if (job.IsFinished() && job.Status != Taskmill_JobStatus::Completed && job.ExitCode)
-        fields.insert(exitCodeField, QString::number(*job.ExitCode));
+    if (job.ClientResult)
+        fields.insert(clientResultField, u"yes"_s);
+    if (job.IsFinished())
+        AddFieldsOfEnd(job, fields);
     int number = 0;
     for (const auto &[name, value] : job.PlaceholderValues)
         fields.insert(placeholderPrefix + u"%1 "_s.arg(++number, placeholderDigits, 10, QChar{u'0'}) + name,
@@ -57,11 +111,11 @@ void Taskmill_SetFieldsOfJob(Taskmill_JobRecord &job, const Taskmill_AddedFields
         if (const QString text = fields.value(field.name); !text.isEmpty())
             job.*field.text = text;
     }
+    job.ClientResult = fields.value(clientResultField) == "yes"_L1;
     if (!job.IsFinished())
         job.Run = fields.value(runField);
-    bool isNumber = false;
-    if (const int code = fields.value(exitCodeField).toInt(&isNumber); isNumber && job.IsFinished())
-        job.ExitCode = code;
+    else
+        SetFieldsOfEnd(job, fields);
     constexpr qsizetype nameBegin = placeholderPrefix.size() + placeholderDigits + 1;
     // The names are sorted, and with them the numbers.
     for (const auto &[name, value] : fields.asKeyValueRange()) {

@@ -20,8 +20,6 @@ public:
     virtual void ForgetKeys() { m_keys.reset(); }
 
     [[nodiscard]] const QString &TableName() const { return m_tableName; }
-    /// Whether the table has a row of the job.
-    [[nodiscard]] virtual bool Contains(qint32 jobID) { return Keys().contains(jobID); }
     /// Takes those out of the set that the table has.
     virtual void TakeOutContained(QSet<qint32> &jobIDs);
     /// -1 when the table holds none.

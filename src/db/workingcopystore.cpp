@@ -168,3 +168,11 @@ bool Taskmill_WorkingCopyStore::RemoveNotification(qint64 key)
         return RunPrepared(u"DELETE FROM WorkingCopyOutbox WHERE NotificationID = ?"_s, {key});
     });
 }
+
+bool Taskmill_WorkingCopyStore::SetMessage(qint64 key, const QByteArray &message)
+{
+    return !Exists() || Database().Untracked([&] {
+        return RunPrepared(u"UPDATE WorkingCopyOutbox SET Message = ? WHERE NotificationID = ?"_s,
+                           {message, key});
+    });
+}

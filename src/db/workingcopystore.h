@@ -61,6 +61,7 @@ public:
     /// Its key is that of no other.
     bool AddNotification(const Taskmill_Notification &notification);
     bool RemoveNotification(qint64 key);
+    bool SetMessage(qint64 key, const QByteArray &message);
 
 private:
     std::optional<bool> m_exists; ///< nothing while it has to be looked up

@@ -25,6 +25,7 @@ public:
     /// The file is complete: its last line counts without a line feed too.
     void Finish();
     [[nodiscard]] Taskmill_ProgramResult State() const;
+    [[nodiscard]] bool IsOfKnownProgram() const { return m_interpreter != nullptr; }
 
 private:
     void ReadLine(std::string_view line);

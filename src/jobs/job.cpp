@@ -239,11 +239,19 @@ Taskmill_JobStatus Taskmill_Job::FinalStatus() const
     return m_process->ExitCode() == 0 ? Taskmill_JobStatus::Completed : Taskmill_JobStatus::Failed;
 }
 
+void Taskmill_Job::TakeMeasuresOf(const KilnUtil_RunEnd &end)
+{
+    m_record.EndMs = end.EndMs;
+    m_record.ProcessorMs = end.ProcessorMs;
+    m_record.PeakMemoryKB = end.PeakMemoryKB;
+}
+
 void Taskmill_Job::ProcessFinishedSlot(bool)
 {
     const Taskmill_JobStatus status = FinalStatus();
     m_record.ExitCode = m_process ? m_process->ExitCode() : 0;
-    m_record.EndMs = m_process ? m_process->EndMs() : 0;
+    if (m_process)
+        TakeMeasuresOf(m_process->End());
     GatherLastOutput();
     m_record.SetStatus(status, true);
     // It may have ended while nobody was there.

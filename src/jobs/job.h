@@ -92,6 +92,7 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] Taskmill_JobStatus FinalStatus() const;
+    void TakeMeasuresOf(const struct KilnUtil_RunEnd &end);
     void GatherLastOutput();
     [[nodiscard]] QString WorkingDirectory() const;
     [[nodiscard]] QString StandardInputDirectory() const;

@@ -2,6 +2,7 @@
 #include "jobs/jobcontainer.h"
 
 #include "jobs/finishedjobstaker.h"
+#include "jobs/jobstarts.h"
 #include "jobs/jobstore.h"
 #include "jobs/runofjob.h"
 #include "kilnutil/computerdata.h"
@@ -110,6 +111,8 @@ bool Taskmill_JobContainer::TakeOverRun(Taskmill_Job *job)
     Follow(*job);
     InsertStarted(job);
     job->TakeOver(std::move(found));
+    if (m_services.Starts)
+        m_services.Starts->JobIsTakenOver(*job);
     return true;
 }
 
@@ -310,6 +313,8 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
         return;
     }
     Follow(job);
+    if (m_services.Starts)
+        m_services.Starts->JobStarts(job);
     if (!job.Start(m_services.Keepers))
         qCWarning(Taskmill_JobsLog, "Job %d: the file for its standard input cannot be written", job.JobID());
     // It was started without a keeper after all: nobody is to look for its run.

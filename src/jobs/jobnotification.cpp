@@ -9,6 +9,16 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+constexpr QByteArrayView resultKey = "\njobresult=";
+
+QByteArray ResultLine(const Taskmill_JobResult &result)
+{
+    const std::string_view verdict = Taskmill_VerdictText(result.Verdict);
+    return resultKey.toByteArray().append(verdict.data(), static_cast<qsizetype>(verdict.size()));
+}
+} // namespace
+
 bool Taskmill_WantsNotification(const Taskmill_JobRecord &job, const QString &serverName)
 {
     return job.ClientNotification && !job.ClientAddress.isEmpty() && !job.ClientName.isEmpty() &&
@@ -41,7 +51,21 @@ QByteArray Taskmill_JobFinishedMessage(const Taskmill_JobRecord &job, const QStr
         lines += u"jobchkfile="_s + job.CheckpointFile;
     if (!job.CheckpointFile2.isEmpty())
         lines += u"jobchkfile1="_s + job.CheckpointFile2;
-    return lines.join(u'\n').toUtf8();
+    QByteArray message = lines.join(u'\n').toUtf8();
+    if (job.ClientResult)
+        message += ResultLine(job.Result);
+    return message;
+}
+
+bool Taskmill_SaysResult(const QByteArray &message)
+{
+    return message.contains(resultKey);
+}
+
+void Taskmill_SetResult(QByteArray &message, const Taskmill_JobResult &result)
+{
+    if (const qsizetype begin = message.lastIndexOf(resultKey); begin >= 0)
+        message.replace(begin, message.size() - begin, ResultLine(result));
 }
 
 std::optional<Taskmill_Notification> Taskmill_NotificationOf(const Taskmill_JobRecord &job)

@@ -33,6 +33,30 @@ void Taskmill_JobRecord::SetStatus(Taskmill_JobStatus status, bool stamp)
         Finished = Taskmill_JobTime::Now();
 }
 
+std::optional<qint64> Taskmill_JobRecord::ElapsedSeconds() const
+{
+    const bool isRunning = Status == Taskmill_JobStatus::Running;
+    if (Started.isNull() || !(isRunning || (IsFinished() && !Finished.isNull())))
+        return std::nullopt;
+    const Taskmill_JobTime end = isRunning ? Taskmill_JobTime::Now() : Finished;
+    // The clock may have been put back.
+    return std::max<qint64>(end.SecondsSince(Started), 0);
+}
+
+bool Taskmill_JobRecord::HasFailed() const
+{
+    return Status == Taskmill_JobStatus::Failed || Status == Taskmill_JobStatus::Crashed ||
+           Result.Verdict == Taskmill_Verdict::Error || Result.Verdict == Taskmill_Verdict::NotConverged;
+}
+
+QString Taskmill_JobRecord::Folder() const
+{
+    // Of a million jobs in turn: no file is looked at.
+    const QString &file = InputFilePath.isEmpty() ? OutputFile : InputFilePath;
+    const qsizetype end = std::max(file.lastIndexOf(u'/'), file.lastIndexOf(QDir::separator()));
+    return QDir::toNativeSeparators(file.first(std::max<qsizetype>(end, file.startsWith(u'/') ? 1 : 0)));
+}
+
 QString Taskmill_JobRecord::DerivedOutputFile() const
 {
     if (InputFilePath.isEmpty())

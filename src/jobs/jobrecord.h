@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "jobs/jobresult.h"
 #include "jobs/jobstatus.h"
 #include "jobs/jobtime.h"
 #include "jobs/jobtype.h"
@@ -30,6 +31,7 @@ struct Taskmill_JobRecord
     qint32 ClientUID = 0; ///< stored and reported only, as ClientGID
     qint32 ClientGID = 0;
     bool ClientNotification = false;
+    bool ClientResult = false; ///< the notification is to say the result
     Taskmill_JobType JobType;
     qint32 RunNumber = 0;
     QString QueueName; ///< "Long", "Short", "None" or "Queueless"; see Taskmill_QueueKeyFromName
@@ -49,7 +51,10 @@ struct Taskmill_JobRecord
     Taskmill_JobTime Finished;
     qint32 JobID = 0;
     Taskmill_PlaceholderValues PlaceholderValues;
-    std::optional<qint32> ExitCode; ///< of a run that has ended; nothing when it is not known
+    std::optional<qint32> ExitCode;     ///< of a run that has ended; nothing when it is not known
+    std::optional<qint64> ProcessorMs;  ///< of everything that the run started; nothing when it is not known
+    std::optional<qint64> PeakMemoryKB; ///< of the largest process of the run; nothing when it is not known
+    Taskmill_JobResult Result;          ///< of a run that has ended
     qint64 EndMs = 0; ///< when the run ended, in ms since 1970, for its notification; no part of a stored job
     /// Where the run is found that the job has, or had when its project was saved; empty for none. No part of
     /// a finished job.
@@ -65,6 +70,14 @@ struct Taskmill_JobRecord
     /// Stores the status; with `stamp`, also the current time as Submitted (Pending), Started (Running) or
     /// Finished (any final status).
     void SetStatus(Taskmill_JobStatus status, bool stamp);
+
+    /// How long the job ran, in s; for one that runs, until now. Nothing for one that has not been started.
+    [[nodiscard]] std::optional<qint64> ElapsedSeconds() const;
+    /// Whether it came to nothing: its program failed or crashed, or its calculation did not converge or ended
+    /// with an error. What was killed has not failed.
+    [[nodiscard]] bool HasFailed() const;
+    /// Where its input file is; of a job without one, its output file. Empty when it has neither.
+    [[nodiscard]] QString Folder() const;
 
     /// The output file that follows from the input file and the first pattern of the job type's output
     /// filter; empty when there is no input file or no pattern.

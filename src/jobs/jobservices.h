@@ -3,6 +3,7 @@
 
 class KilnUtil_RunKeepers;
 class Taskmill_FinishedJobsTaker;
+class Taskmill_JobStarts;
 class Taskmill_JobStore;
 class Taskmill_ProcessInspector;
 
@@ -14,4 +15,6 @@ struct Taskmill_JobServices
     Taskmill_ProcessInspector &Inspector;
     /// Where jobs end with the manager, there is none.
     KilnUtil_RunKeepers *Keepers = nullptr;
+    /// Nobody need know.
+    Taskmill_JobStarts *Starts = nullptr;
 };

@@ -67,6 +67,15 @@ QDateTime Taskmill_JobTime::ClockTime() const
     return isNull() ? QDateTime{} : QDateTime::fromMSecsSinceEpoch(m_clock, Qt::UTC);
 }
 
+qint64 Taskmill_JobTime::SecondsSince(const Taskmill_JobTime &earlier) const
+{
+    constexpr qint64 msecs = 1000;
+    const auto seconds = [](qint64 clock) {
+        return clock / msecs - (clock % msecs < 0 ? 1 : 0);
+    };
+    return seconds(m_clock) - seconds(earlier.m_clock);
+}
+
 QString Taskmill_JobTime::Text(QStringView format) const
 {
     return ClockTime().toString(format);

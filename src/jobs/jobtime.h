@@ -34,6 +34,9 @@ public:
     /// What the clock showed, as a time of UTC; invalid when not set.
     [[nodiscard]] QDateTime ClockTime() const;
 
+    /// Whole seconds as they are stored, so that a time that was read gives the same. Both are set.
+    [[nodiscard]] qint64 SecondsSince(const Taskmill_JobTime &earlier) const;
+
     /// A time that is not set is the earliest.
     auto operator<=>(const Taskmill_JobTime &) const = default; // NOLINT(modernize-use-nullptr): is none
 

@@ -8,6 +8,7 @@
 #include <QJsonObject>
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -52,6 +53,13 @@ QString TextOf(const Record &record, QString (*text)(const Record &record))
 }
 
 template <typename Record>
+QString TextOf(const Record &record, const typename Taskmill_Column<Record>::Quantity &quantity)
+{
+    const std::optional<qint64> value = quantity.of(record);
+    return value ? quantity.text(*value) : QString{};
+}
+
+template <typename Record>
 QString CellText(const Taskmill_Column<Record> &column, const Record &record)
 {
     return std::visit([&record](const auto &cell) { return TextOf(record, cell); }, column.cell);
@@ -66,6 +74,10 @@ QJsonValue JsonOf(const Taskmill_Column<Record> &column, const Record &record)
         return record.**number;
     if (const auto *time = std::get_if<Taskmill_JobTime Record::*>(&column.cell))
         return (record.**time).IsoText();
+    if (const auto *quantity = std::get_if<typename Taskmill_Column<Record>::Quantity>(&column.cell)) {
+        const std::optional<qint64> value = quantity->of(record);
+        return value ? QJsonValue{*value} : QJsonValue{};
+    }
     return CellText(column, record);
 }
 
@@ -94,6 +106,13 @@ int Taskmill_Columns<Record>::IndexOf(const typename Column::Cell &cell) const
 }
 
 template <typename Record>
+int Taskmill_Columns<Record>::WithHeader(const QString &header) const
+{
+    const auto column = std::ranges::find(m_columns, header, &Column::header);
+    return column == m_columns.end() ? -1 : static_cast<int>(column - m_columns.begin());
+}
+
+template <typename Record>
 QString Taskmill_Columns<Record>::Text(const Record &record, int column) const
 {
     return CellText(m_columns[column], record);
@@ -114,6 +133,14 @@ QJsonObject Taskmill_Columns<Record>::Json(const Record &record) const
             object.insert(column.key, JsonOf(column, record));
     }
     return object;
+}
+
+template <typename Record>
+QStringList Taskmill_Columns<Record>::Keys() const
+{
+    QStringList keys = OfEach<QString>(m_columns, &Column::key);
+    keys.removeAll(QString{});
+    return keys;
 }
 
 template <typename Record>
@@ -150,6 +177,47 @@ QList<int> Taskmill_Columns<Record>::NumberColumns() const
             numbers.append(column);
     }
     return numbers;
+}
+
+template <typename Record>
+QList<int> Taskmill_Columns<Record>::HiddenColumns() const
+{
+    QList<int> hidden;
+    for (int column = 0; column < Count(); ++column) {
+        if (m_columns[column].isHidden)
+            hidden.append(column);
+    }
+    return hidden;
+}
+
+template <typename Record>
+QMap<int, int> Taskmill_Columns<Record>::MovedColumns() const
+{
+    QMap<int, int> moved;
+    for (int column = 0; column < Count(); ++column) {
+        if (!m_columns[column].standsBehind.isEmpty())
+            moved.insert(column, WithHeader(m_columns[column].standsBehind));
+    }
+    return moved;
+}
+
+template <typename Record>
+std::optional<qint64> Taskmill_Columns<Record>::SortNumber(const Record &record, int column) const
+{
+    const auto &cell = m_columns[column].cell;
+    if (const auto *number = std::get_if<qint32 Record::*>(&cell))
+        return record.**number;
+    if (const auto *time = std::get_if<Taskmill_JobTime Record::*>(&cell))
+        return Taskmill_TimeTextOrder(record.**time);
+    if (const auto *quantity = std::get_if<typename Column::Quantity>(&cell))
+        return quantity->of(record).value_or(std::numeric_limits<qint64>::min());
+    return std::nullopt;
+}
+
+template <typename Record>
+bool Taskmill_Columns<Record>::IsQuantity(int column) const
+{
+    return std::holds_alternative<typename Column::Quantity>(m_columns[column].cell);
 }
 
 template <typename Record>

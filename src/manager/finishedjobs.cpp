@@ -5,6 +5,9 @@
 #include "db/databasemanager.h"
 #include "db/jobfields.h"
 #include "kilnutil/logging.h"
+#include "manager/finishedmatches.h"
+#include "manager/finishedranking.h"
+#include "manager/jobresults.h"
 #include "manager/listings.h"
 #include "manager/namelist.h"
 #include "manager/outbox.h"
@@ -22,7 +25,8 @@ namespace {
 /// More than several large screens show.
 constexpr int mostRecordsKept = 1000;
 /// No row has so small a key.
-constexpr qint64 firstHeldKey = std::numeric_limits<qint64>::min() + 1;
+constexpr qint64 keyOfNone = std::numeric_limits<qint64>::min();
+constexpr qint64 firstHeldKey = keyOfNone + 1;
 /// Of the event loop, for removing rows.
 constexpr int longestTurnMs = 10;
 
@@ -53,6 +57,7 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &ended, const std::f
     if (job.IsOutputLeft && !CanLeaveOutputs())
         job.StdOutAndStdErr.prepend(m_outputOfRun ? m_outputOfRun(job.Run) : QString{});
     job.IsOutputLeft = job.IsOutputLeft && CanLeaveOutputs();
+    const qint64 result = BeginResult(job);
     Missing written{.key = -1, .alsoWrite = alsoWrite, .notification = m_outbox.Add(job)};
     const auto row = Record(job, written);
     const bool isStored = row && *row >= 0;
@@ -67,8 +72,97 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &ended, const std::f
         written.key = key;
         m_missing.append(written);
     }
+    if (result != 0) {
+        m_awaited.insert(result, {.key = key, .notification = written.notification});
+        m_outbox.HoldForResult(written.notification);
+    }
     Q_EMIT JobsChangedSignal();
     return row.has_value();
+}
+
+qint64 Taskmill_FinishedJobs::BeginResult(Taskmill_JobRecord &job)
+{
+    if (!m_results)
+        return 0;
+    // Its status is not to wait for a file that is long, or on a drive that does not answer.
+    const qint64 number = ++m_lastResult;
+    const auto result = m_results->ResultOfEnded(
+        job, [this, number](const Taskmill_JobResult &late) { TakeResult(number, late); });
+    if (!result)
+        return number;
+    job.Result = *result;
+    return 0;
+}
+
+void Taskmill_FinishedJobs::TakeResult(qint64 number, const Taskmill_JobResult &result)
+{
+    const auto awaited = m_awaited.constFind(number);
+    if (awaited == m_awaited.constEnd())
+        return;
+    const Awaited job = *awaited;
+    m_awaited.erase(awaited);
+    RecordResult(job, result);
+}
+
+void Taskmill_FinishedJobs::RecordResult(const Awaited &awaited, const Taskmill_JobResult &result)
+{
+    // Where nothing is said, and nobody waits, nothing is written.
+    const Taskmill_FinishedEntry *entry = EntryWithKey(awaited.key);
+    if (!entry || !result.IsOfKnownProgram()) {
+        (void)m_outbox.SetResult(awaited.notification, result);
+        return;
+    }
+    const auto held = m_held.find(awaited.key);
+    Taskmill_Database *database = held == m_held.end() ? CurrentDatabase() : nullptr;
+    if (held != m_held.end())
+        held->Result = result;
+    else if (Taskmill_JobRecord *known = m_read.object(awaited.key))
+        known->Result = result;
+    const int jobID = entry->JobID;
+    const auto write = [&] {
+        return (!database || database->SetFinishedJobResult(jobID, result)) &&
+               m_outbox.SetResult(awaited.notification, result);
+    };
+    if (!(database ? database->AsOneChange(write) : write()))
+        qCWarning(Taskmill_ManagerLog, "The result of job %d could not be written to the database", jobID);
+    Q_EMIT ResultKnownSignal(jobID);
+}
+
+void Taskmill_FinishedJobs::ReadLostResults()
+{
+    constexpr qsizetype mostRead = 20;
+    constexpr qsizetype mostText = 64L * 1024 * 1024;
+    qsizetype text = 0;
+    for (qsizetype count = 0; m_results && count < qMin(mostRead, Count()) && text < mostText; ++count) {
+        const Taskmill_FinishedEntry &entry = m_entries[Count() - 1 - count];
+        const Taskmill_JobRecord job = JobAt(Count() - 1 - count);
+        if (job.Result.IsOfKnownProgram())
+            continue;
+        const QString output = OutputOf(job);
+        text += output.size();
+        const qint64 number = ++m_lastResult;
+        m_awaited.insert(number, {.key = entry.Key});
+        m_results->ReadEnded(job, output, this,
+                             [this, number](const Taskmill_ResultState &state, bool isComplete) {
+                                 if (isComplete)
+                                     TakeResult(number, Taskmill_ResultOf(*state));
+                             });
+    }
+}
+
+void Taskmill_FinishedJobs::WaitForResults(std::chrono::milliseconds longest)
+{
+    if (m_results && !m_awaited.isEmpty() && !m_results->WaitForEnded(longest))
+        qCInfo(Taskmill_ManagerLog, "The outputs of some jobs that have ended are still being read");
+}
+
+void Taskmill_FinishedJobs::ForgetResults()
+{
+    const auto awaited = std::exchange(m_awaited, {});
+    for (const Awaited &job : awaited)
+        (void)m_outbox.SetResult(job.notification, {});
+    if (m_results)
+        m_results->Forget();
 }
 
 bool Taskmill_FinishedJobs::CanLeaveOutputs() const
@@ -108,8 +202,10 @@ void Taskmill_FinishedJobs::Remember(Taskmill_JobRecord job, qint64 key)
 
 Taskmill_FinishedEntry *Taskmill_FinishedJobs::EntryWithKey(qint64 key)
 {
-    const auto entry = std::ranges::find(m_entries, key, &Taskmill_FinishedEntry::Key);
-    return entry == m_entries.end() ? nullptr : &*entry;
+    // It is one of the newest.
+    const auto entry = std::find_if(m_entries.rbegin(), m_entries.rend(),
+                                    [key](const Taskmill_FinishedEntry &one) { return one.Key == key; });
+    return entry == m_entries.rend() ? nullptr : &*entry;
 }
 
 void Taskmill_FinishedJobs::RecordMissing()
@@ -123,6 +219,8 @@ void Taskmill_FinishedJobs::RecordMissing()
         if (*row < 0)
             continue;
         EntryWithKey(missing.key)->Key = *row;
+        for (Awaited &awaited : m_awaited)
+            awaited.key = awaited.key == missing.key ? *row : awaited.key;
         Remember(m_held.take(missing.key), *row);
     }
 }
@@ -133,12 +231,15 @@ bool Taskmill_FinishedJobs::TakeLeftOutputs()
     const QList<qint64> keys = m_leftOutputs.keys();
     for (const qint64 key : keys) {
         const Taskmill_LeftOutput left = m_leftOutputs.value(key);
+        const QString output = m_outputOfRun(left.Run) + left.Said;
         const bool isTaken = database->Untracked([&] {
-            return database->SetFinishedJobOutput(key, m_outputOfRun(left.Run) + left.Said) &&
+            return database->SetFinishedJobOutput(key, output) &&
                    database->WorkingCopy().RemoveLeftOutput(key);
         });
         if (!isTaken)
             return false;
+        if (m_results)
+            m_results->TakeLeftOutput(left.Run, output);
         m_leftOutputs.remove(key);
         Q_EMIT RunStoredSignal(left.Run);
     }
@@ -176,8 +277,10 @@ void Taskmill_FinishedJobs::Clear()
 {
     // What reads in the background has the database open.
     m_ranking.Stop();
+    m_matching.Stop();
     m_removalTimer.stop();
     m_rowsToRemove.clear();
+    ForgetResults();
     m_entries.clear();
     m_origins = {};
     m_held.clear();
@@ -240,7 +343,9 @@ void Taskmill_FinishedJobs::ForEach(const std::function<void(const Taskmill_JobR
     };
     Taskmill_Database *database = CurrentDatabase();
     if (database && IsWorthReadingAll(since)) {
-        const auto fields = database->GetAddedFieldsOfJobs();
+        // What is made of columns alone needs none.
+        const auto fields = columns.isEmpty() ? database->GetAddedFieldsOfJobs()
+                                              : QHash<qint32, Taskmill_AddedFields::Fields>{};
         const auto takeRow = [&](qint64 key, const Taskmill_JobRecord &job) {
             takeUpTo(key);
             // Rows that are about to be removed are no jobs any more.
@@ -260,7 +365,7 @@ void Taskmill_FinishedJobs::ForEach(const std::function<void(const Taskmill_JobR
             m_origins.Restore(whole, entry.Origin);
             take(whole);
         };
-        (void)database->MakeFinishedJobReader(columns)->Read(std::numeric_limits<qint64>::min(), -1, takeRow);
+        (void)database->MakeFinishedJobReader({columns, {}})->Read(std::numeric_limits<qint64>::min(), -1, takeRow);
     }
     for (; position < m_entries.size(); ++position) {
         if (m_entries[position].JobID > since)
@@ -311,6 +416,9 @@ void Taskmill_FinishedJobs::Remove(QList<int> positions)
             return false;
         ++next;
         m_read.remove(entry.Key);
+        // Another row may get the key; the client still wants the result.
+        for (Awaited &awaited : m_awaited)
+            awaited.key = awaited.key == entry.Key ? keyOfNone : awaited.key;
         if (m_held.remove(entry.Key))
             m_missing.removeIf([&entry](const Missing &missing) { return missing.key == entry.Key; });
         else
@@ -318,6 +426,7 @@ void Taskmill_FinishedJobs::Remove(QList<int> positions)
         return true;
     });
     m_ranking.Cancel();
+    m_matching.Cancel();
     for (const qint64 key : std::as_const(rows))
         GiveUpLeftOutput(key);
     m_rowsToRemove += rows;
@@ -397,16 +506,26 @@ bool Taskmill_FinishedJobs::IsRanked() const
     return m_entries.size() > FewJobs && CurrentDatabase();
 }
 
-void Taskmill_FinishedJobs::Rank(int column, const Taskmill_FinishedRanking::Take &take)
+Taskmill_FinishedScan::Task
+Taskmill_FinishedJobs::ScanOf(const Taskmill_FinishedJobReading &reading) const
 {
-    Taskmill_Database *database = CurrentDatabase();
-    m_ranking.Begin(
-        {.Column = column,
-         .Entries = m_entries,
-         .Origins = m_origins,
-         .Held = m_held,
-         .Reader = database->MakeFinishedJobReader(Taskmill_FinishedRanking::ReadColumns(column))},
-        take);
+    return {.Entries = m_entries,
+            .Origins = m_origins,
+            .Held = m_held,
+            .Reader = CurrentDatabase()->MakeFinishedJobReader(reading)};
+}
+
+void Taskmill_FinishedJobs::Rank(int column, const TakeRanks &take)
+{
+    const auto ranking = std::make_shared<Taskmill_FinishedRanking>(column, m_entries.size());
+    m_ranking.Begin(ScanOf(Taskmill_FinishedRanking::WhatIsRead(column)), ranking,
+                    [ranking, take] { take(ranking->Ranks()); });
+}
+
+void Taskmill_FinishedJobs::Match(const Taskmill_JobFilter &filter, const TakeMatches &take)
+{
+    const auto matches = std::make_shared<Taskmill_FinishedMatches>(filter, m_entries.size());
+    m_matching.Begin(ScanOf(filter.WhatIsRead()), matches, [matches, take] { take(matches->Matches()); });
 }
 
 QString Taskmill_FinishedJobs::ListingText(int width, int since) const

@@ -4,7 +4,7 @@
 #include "db/workingcopystore.h"
 #include "jobs/finishedjobstaker.h"
 #include "jobs/jobrecord.h"
-#include "manager/finishedranking.h"
+#include "manager/finishedscan.h"
 
 #include <QCache>
 #include <QHash>
@@ -12,11 +12,15 @@
 #include <QObject>
 #include <QTimer>
 
+#include <chrono>
 #include <functional>
 #include <limits>
 
 class Taskmill_Database;
+class Taskmill_JobFilter;
+class Taskmill_JobResults;
 class Taskmill_Outbox;
+struct Taskmill_FinishedJobReading;
 
 /// The jobs that have left their queue, in the order in which they arrived. There may be a million of them:
 /// their records are in the database and are read when they are asked for, apart from jobs that it does not
@@ -60,6 +64,12 @@ public:
     /// Returns what the run of a job wrote, see Taskmill_JobRecord::Run and IsOutputLeft.
     using OutputReader = std::function<QString(const QString &run)>;
     void SetOutputOfRuns(const OutputReader &read) { m_outputOfRun = read; }
+    /// Reads the results of the jobs that are added; outlives this.
+    void SetResults(Taskmill_JobResults &results) { m_results = &results; }
+    /// Waits for results that are not known yet, but no longer than that, and records them.
+    void WaitForResults(std::chrono::milliseconds longest);
+    /// Reads those of the jobs that ended last, and have none: the manager before was ended by force.
+    void ReadLostResults();
     /// Writes the long outputs that are still with their runs into the rows of their jobs, so that these are
     /// whole. False when one cannot be written.
     [[nodiscard]] bool TakeLeftOutputs();
@@ -85,10 +95,15 @@ public:
     /// Whether they are so many that they are sorted by Rank(), and those are in a database.
     [[nodiscard]] bool IsRanked() const;
     /// Finds a number for each job, in the order of the list, that sorts as its value in that column of the
-    /// listing. They are given to the function from the event loop, unless others are asked for or the
+    /// table. They are given to the function from the event loop, unless others are asked for or the
     /// generation has changed meanwhile.
-    void Rank(int column, const Taskmill_FinishedRanking::Take &take);
+    using TakeRanks = std::function<void(const QList<quint32> &ranks)>;
+    void Rank(int column, const TakeRanks &take);
     void StopRanking() { m_ranking.Cancel(); }
+    /// Finds in the same way whether the filter shows each job.
+    using TakeMatches = std::function<void(const QList<bool> &matches)>;
+    void Match(const Taskmill_JobFilter &filter, const TakeMatches &take);
+    void StopMatching() { m_matching.Cancel(); }
 
     /// The listing that the console prints, of those with a higher number; with a width, made to fit a
     /// terminal of so many columns.
@@ -96,6 +111,8 @@ public:
 
 Q_SIGNALS:
     void JobsChangedSignal();
+    /// The result of that job is known now, later than its end; its place in the list is the same.
+    void ResultKnownSignal(int jobID);
     /// The result of that run, see Taskmill_JobRecord::Run, is where the jobs of the project are.
     void RunStoredSignal(const QString &run);
 
@@ -107,7 +124,19 @@ private:
         qint64 notification = 0; ///< number in the outbox
     };
 
+    /// A job whose result is still being read.
+    struct Awaited
+    {
+        qint64 key = 0;
+        qint64 notification = 0; ///< number in the outbox
+    };
+
     [[nodiscard]] bool CanLeaveOutputs() const;
+    /// Puts the result into the job. A number of the result when it is not known yet, else 0.
+    qint64 BeginResult(Taskmill_JobRecord &job);
+    void TakeResult(qint64 number, const Taskmill_JobResult &result);
+    void RecordResult(const Awaited &awaited, const Taskmill_JobResult &result);
+    void ForgetResults();
     /// The key of the job's row; nothing when it could not be written, -1 when no database is open.
     std::optional<qint64> Record(const Taskmill_JobRecord &job, const Missing &missing);
     [[nodiscard]] Taskmill_FinishedEntry *EntryWithKey(qint64 key);
@@ -117,6 +146,7 @@ private:
     void ReportKeptRows();
     [[nodiscard]] bool IsWorthReadingAll(int since) const;
     [[nodiscard]] std::unique_ptr<Taskmill_JobRecord> Read(const Taskmill_FinishedEntry &entry) const;
+    [[nodiscard]] Taskmill_FinishedScan::Task ScanOf(const Taskmill_FinishedJobReading &reading) const;
 
     Taskmill_Outbox &m_outbox;
     QList<Taskmill_FinishedEntry> m_entries;
@@ -125,11 +155,15 @@ private:
     qint64 m_lastHeldKey;
     mutable QCache<qint64, Taskmill_JobRecord> m_read; ///< those that were asked for last
     OutputReader m_outputOfRun;
+    Taskmill_JobResults *m_results = nullptr;
+    QHash<qint64, Awaited> m_awaited; ///< by the numbers of their results
+    qint64 m_lastResult = 0;
     QHash<qint64, Taskmill_LeftOutput> m_leftOutputs; ///< by the keys of their rows
     QList<Missing> m_missing;                         ///< in the database
     QList<qint64> m_rowsToRemove;
     bool m_isRemovalCounted = false; ///< as one change of the project
     QTimer m_removalTimer;
     int m_generation = 0;
-    Taskmill_FinishedRanking m_ranking;
+    Taskmill_FinishedScan m_ranking;
+    Taskmill_FinishedScan m_matching;
 };

@@ -15,6 +15,7 @@ struct Taskmill_JobRequest
     qint32 ClientUID = 0;
     qint32 ClientGID = 0;
     std::optional<bool> ClientNotification; ///< nothing when it is absent or no number
+    bool ClientResult = false;              ///< the notification is to say the result
     bool ConfirmAction = false;
     QString JobTypeName;
     /// No other job type will do. This and the next only of a message that asks for an answer.

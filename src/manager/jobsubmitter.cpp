@@ -328,6 +328,7 @@ void Taskmill_JobSubmitter::MakeJob(const Taskmill_JobRequest &request, const Ta
     job.ClientUID = request.ClientUID;
     job.ClientGID = request.ClientGID;
     job.ClientNotification = request.ClientNotification.value_or(false);
+    job.ClientResult = request.ClientResult;
     job.RunNumber = static_cast<int>(destination);
     job.QueueName = Taskmill_QueueNameOfNewJob(destination);
     job.InputFilePath = inputFile;
@@ -390,6 +391,52 @@ std::optional<int> Taskmill_JobSubmitter::AddJob(const QString &path, const Task
         return std::nullopt;
     }
     const int jobID = job.JobID;
+    if (owner->Submit(new Taskmill_Job{std::move(job)}))
+        return jobID;
+    reason = cannotBeStored;
+    return std::nullopt;
+}
+
+Taskmill_JobType Taskmill_JobSubmitter::JobTypeOfToday(const Taskmill_JobRecord &job) const
+{
+    const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
+    const Taskmill_JobType sameNumber = Taskmill_JobTypeWithID(jobTypes, job.JobType.JobTypeID);
+    if (!sameNumber.IsEmpty() && (job.JobType.IsEmpty() || sameNumber.IsNamed(job.JobType.Name)))
+        return sameNumber;
+    const Taskmill_JobType sameName = Taskmill_JobTypeNamed(jobTypes, job.JobType.Name);
+    return sameName.IsEmpty() ? sameNumber : sameName;
+}
+
+Taskmill_JobRecord Taskmill_JobSubmitter::SameAgain(const Taskmill_JobRecord &job,
+                                                    const Taskmill_JobType &jobType)
+{
+    Taskmill_JobRecord again = JobOfThisUser(jobType, job.InputFilePath);
+    again.JobClass = job.JobClass;
+    again.Name = job.Name;
+    again.QueueName = job.QueueName;
+    again.InputFilePath2 = job.InputFilePath2;
+    again.StandardInputFile = job.StandardInputFile;
+    again.StandardOutputFile = job.StandardOutputFile;
+    again.CheckpointFile = job.CheckpointFile;
+    again.CheckpointFile2 = job.CheckpointFile2;
+    again.PlaceholderValues = job.PlaceholderValues;
+    again.OutputFile = job.OutputFile == job.DerivedOutputFile() ? again.DerivedOutputFile() : job.OutputFile;
+    return again;
+}
+
+std::optional<int> Taskmill_JobSubmitter::SubmitAgain(Taskmill_JobRecord job, QString &reason)
+{
+    const Taskmill_Destination destination = DestinationOf(job.QueueName, job.JobType);
+    Taskmill_QueueOwner *owner = m_store.IsOpen() ? m_destinations.OwnerOf(destination) : nullptr;
+    if (!owner || !job.IsValid()) {
+        reason = u"The job type %1 cannot be used now: its program or its queue is not there."_s.arg(
+            job.JobType.Name);
+        return std::nullopt;
+    }
+    const int jobID = m_jobNumbers.NewID();
+    job.JobID = jobID;
+    job.RunNumber = static_cast<int>(destination);
+    job.QueueName = Taskmill_QueueNameOfNewJob(destination);
     if (owner->Submit(new Taskmill_Job{std::move(job)}))
         return jobID;
     reason = cannotBeStored;

@@ -52,6 +52,16 @@ public:
     /// which only the window reports.
     std::optional<int> AddFile(const QString &filePath, int jobTypeID, Taskmill_Destination destination);
 
+    /// The job type that a job had, as it is now: that of the same number, else of the same name; an empty
+    /// record when there is none.
+    [[nodiscard]] Taskmill_JobType JobTypeOfToday(const Taskmill_JobRecord &job) const;
+    /// A job with the same fields and that type, which has not run, and whose client is this user. Its output
+    /// file is derived anew, where it was before.
+    [[nodiscard]] static Taskmill_JobRecord SameAgain(const Taskmill_JobRecord &job,
+                                                      const Taskmill_JobType &jobType);
+    /// Gives it a number and adds it to the queue of its name. Nothing, with the reason, when it cannot be run.
+    [[nodiscard]] std::optional<int> SubmitAgain(Taskmill_JobRecord job, QString &reason);
+
 private:
     struct Choice
     {

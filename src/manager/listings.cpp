@@ -1,8 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "manager/listings.h"
 
+#include "manager/measuretext.h"
+
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QLocale>
+
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -10,6 +16,7 @@ namespace {
 using Job = Taskmill_JobRecord;
 using JobType = Taskmill_JobType;
 using Process = Taskmill_ProcessRecord;
+using JobQuantity = Taskmill_Column<Job>::Quantity;
 using ProcessNumber = Taskmill_Column<Process>::NumberText;
 
 /// Of a column in a table of the window, in characters; see Taskmill_Column.
@@ -24,6 +31,7 @@ struct JobField
     Taskmill_Column<Job> field;
     Widths inQueue{};
     Widths inFinishedJobs{};
+    int placeInTables = 0; ///< among the columns that only the tables of the window have
 };
 
 template <auto Member>
@@ -64,21 +72,47 @@ QString ClientUserAndGroup(const Job &job)
     return u"%1:%2"_s.arg(job.ClientUID).arg(job.ClientGID);
 }
 
-std::optional<int> ExitCode(const Job &job)
+std::optional<qint64> ExitCode(const Job &job)
 {
     return job.ExitCode || job.Status != Taskmill_JobStatus::Completed ? job.ExitCode : 0;
 }
 
-QString ExitCodeText(const Job &job)
+QString NumberText(qint64 number)
 {
-    const std::optional<int> code = ExitCode(job);
-    return code ? QString::number(*code) : QString{};
+    return QString::number(number);
 }
 
-QJsonValue ExitCodeInJson(const Job &job)
+QString ResultText(const Job &job)
 {
-    const std::optional<int> code = ExitCode(job);
-    return code ? QJsonValue{*code} : QJsonValue{};
+    return Taskmill_ResultText(job.Result);
+}
+
+std::optional<qint64> Elapsed(const Job &job)
+{
+    return job.ElapsedSeconds();
+}
+
+template <auto Member>
+std::optional<qint64> Measure(const Job &job)
+{
+    return job.*Member;
+}
+
+QJsonValue ProcessorSecondsInJson(const Job &job)
+{
+    constexpr double msecs = 1000;
+    return job.ProcessorMs ? QJsonValue{static_cast<double>(*job.ProcessorMs) / msecs} : QJsonValue{};
+}
+
+QJsonValue PeakMemoryBytesInJson(const Job &job)
+{
+    constexpr qint64 bytes = 1024;
+    return job.PeakMemoryKB ? QJsonValue{*job.PeakMemoryKB * bytes} : QJsonValue{};
+}
+
+QString Folder(const Job &job)
+{
+    return job.Folder();
 }
 
 QString IsClientNotified(const Job &job)
@@ -95,6 +129,33 @@ QString EnvironmentInOneLine(const JobType &jobType)
 QJsonValue EnvironmentInJson(const JobType &jobType)
 {
     return QJsonArray::fromStringList(jobType.EnvironmentVariables.split(u'\n', Qt::SkipEmptyParts));
+}
+
+QString ResultLine(const Job &job)
+{
+    return job.Result.Message;
+}
+
+QString ResultProgram(const Job &job)
+{
+    return (job.Result.Program + u' ' + job.Result.Version).trimmed();
+}
+
+QString ResultSteps(const Job &job)
+{
+    return job.Result.Steps > 0 ? QString::number(job.Result.Steps) : QString{};
+}
+
+QString ResultEnergy(const Job &job)
+{
+    return job.Result.Energies.isEmpty()
+               ? QString{}
+               : u"%1 hartree"_s.arg(job.Result.Energies.last(), 0, 'g', QLocale::FloatingPointShortest);
+}
+
+QJsonValue ResultInJson(const Job &job)
+{
+    return job.Result.IsOfKnownProgram() ? QJsonValue{job.Result.Json()} : QJsonValue{};
 }
 
 /// A new field goes to the end, so that the columns before it stay where they are.
@@ -143,22 +204,72 @@ const QList<JobField> &AllJobFields()
         {{.header = u"Client Address"_s, .cell = ClientAddress}},
         {{.header = u"Client User and Group"_s, .cell = ClientUserAndGroup}},
         {{.header = u"Client Is Notified"_s, .cell = IsClientNotified}},
-        {{.header = u"Exit Code"_s, .key = u"exitcode"_s, .cell = ExitCodeText, .json = ExitCodeInJson}},
+        {{.header = u"Exit Code"_s,
+          .key = u"exitcode"_s,
+          .cell = JobQuantity{ExitCode, NumberText},
+          .isHidden = true},
+         {8},
+         {8},
+         5},
+        {{.header = u"Result"_s,
+          .key = u"result"_s,
+          .cell = ResultText,
+          .standsBehind = u"Status"_s,
+          .json = ResultInJson},
+         {13, 6},
+         {13, 10},
+         1},
+        {{.header = u"Result Line"_s, .cell = ResultLine}},
+        {{.header = u"Program"_s, .cell = ResultProgram}},
+        {{.header = u"Optimization Steps"_s, .cell = ResultSteps}},
+        {{.header = u"Last Energy"_s, .cell = ResultEnergy}},
+        {{.header = u"Elapsed"_s,
+          .key = u"elapsed"_s,
+          .cell = JobQuantity{Elapsed, Taskmill_DurationText},
+          .standsBehind = u"Result"_s},
+         {10},
+         {10},
+         2},
+        {{.header = u"Processor Time"_s,
+          .key = u"processortime"_s,
+          .cell = JobQuantity{Measure<&Job::ProcessorMs>, Taskmill_ProcessorTimeText},
+          .isHidden = true,
+          .json = ProcessorSecondsInJson},
+         {12},
+         {12},
+         3},
+        {{.header = u"Peak Memory"_s,
+          .key = u"peakmemory"_s,
+          .cell = JobQuantity{Measure<&Job::PeakMemoryKB>, Taskmill_MemoryText},
+          .isHidden = true,
+          .json = PeakMemoryBytesInJson},
+         {9},
+         {9},
+         4},
+        {{.header = u"Folder"_s, .key = u"folder"_s, .cell = Folder, .isHidden = true}, {30}, {30}, 6},
     };
     return fields;
 }
 
-/// The columns of one of the two tables, with their widths there.
-QList<Taskmill_Column<Job>> ColumnsIn(Widths JobField::*table)
+enum class Extent
 {
+    Listing,
+    Table
+};
+
+/// The columns of one of the two tables, with their widths there.
+QList<Taskmill_Column<Job>> ColumnsIn(Widths JobField::*table, Extent extent)
+{
+    QList<JobField> fields = AllJobFields();
+    fields.removeIf([&](const JobField &field) {
+        return (field.*table).usual == 0 || (extent == Extent::Listing && field.placeInTables > 0);
+    });
+    std::ranges::stable_sort(fields, {}, &JobField::placeInTables);
     QList<Taskmill_Column<Job>> columns;
-    for (const JobField &field : AllJobFields()) {
-        const Widths &widths = field.*table;
-        if (widths.usual == 0)
-            continue;
+    for (const JobField &field : std::as_const(fields)) {
         columns.append(field.field);
-        columns.last().width = widths.usual;
-        columns.last().leastWidth = widths.least;
+        columns.last().width = (field.*table).usual;
+        columns.last().leastWidth = (field.*table).least;
     }
     return columns;
 }
@@ -180,13 +291,25 @@ const Taskmill_Columns<Job> &Taskmill_Listings::JobFields()
 
 const Taskmill_Columns<Job> &Taskmill_Listings::Queue()
 {
-    static const Taskmill_Columns<Job> columns{ColumnsIn(&JobField::inQueue)};
+    static const Taskmill_Columns<Job> columns{ColumnsIn(&JobField::inQueue, Extent::Listing)};
     return columns;
 }
 
 const Taskmill_Columns<Job> &Taskmill_Listings::FinishedJobs()
 {
-    static const Taskmill_Columns<Job> columns{ColumnsIn(&JobField::inFinishedJobs)};
+    static const Taskmill_Columns<Job> columns{ColumnsIn(&JobField::inFinishedJobs, Extent::Listing)};
+    return columns;
+}
+
+const Taskmill_Columns<Job> &Taskmill_Listings::QueueTable()
+{
+    static const Taskmill_Columns<Job> columns{ColumnsIn(&JobField::inQueue, Extent::Table)};
+    return columns;
+}
+
+const Taskmill_Columns<Job> &Taskmill_Listings::FinishedJobsTable()
+{
+    static const Taskmill_Columns<Job> columns{ColumnsIn(&JobField::inFinishedJobs, Extent::Table)};
     return columns;
 }
 

@@ -12,6 +12,9 @@ namespace Taskmill_Listings {
 [[nodiscard]] const Taskmill_Columns<Taskmill_JobRecord> &JobFields();
 [[nodiscard]] const Taskmill_Columns<Taskmill_JobRecord> &Queue();
 [[nodiscard]] const Taskmill_Columns<Taskmill_JobRecord> &FinishedJobs();
+/// The same with those that only the tables of the window have, behind them.
+[[nodiscard]] const Taskmill_Columns<Taskmill_JobRecord> &QueueTable();
+[[nodiscard]] const Taskmill_Columns<Taskmill_JobRecord> &FinishedJobsTable();
 [[nodiscard]] const Taskmill_Columns<Taskmill_JobType> &JobTypes();
 [[nodiscard]] const Taskmill_Columns<Taskmill_ProcessRecord> &Processes();
 } // namespace Taskmill_Listings

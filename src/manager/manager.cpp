@@ -52,18 +52,21 @@ Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnl
     : m_inspector{Taskmill_MakeProcessInspector()}
     , m_keepers{std::move(keepers)}
     , m_jobTypes{m_store}
+    , m_results{m_keepers.get()}
     , m_outbox{notifier}
     , m_finishedJobs{m_outbox}
     , m_destinations{m_finishedJobs,
                      {.Store = m_store,
                       .FinishedJobs = m_finishedJobs,
                       .Inspector = *m_inspector,
-                      .Keepers = m_keepers.get()}}
+                      .Keepers = m_keepers.get(),
+                      .Starts = &m_results}}
     , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs,   m_destinations,
                 m_outbox,   m_runs,       readOnlyProjects, m_keepers.get()}
     , m_submitter{m_store, m_jobNumbers, m_destinations}
     , m_runningJobs{*m_inspector, m_jobTypes}
 {
+    m_finishedJobs.SetResults(m_results);
     ConnectJobs();
 }
 
@@ -155,8 +158,12 @@ std::optional<Taskmill_JobRecord> Taskmill_Manager::FindJobWithOutput(int jobID)
 
 std::optional<Taskmill_JobRecord> Taskmill_Manager::FindJob(int jobID)
 {
-    if (Taskmill_QueueOwner *owner = m_destinations.OwnerOfJob(jobID))
-        return owner->Jobs().FindByJobID(jobID)->Record();
+    if (Taskmill_QueueOwner *owner = m_destinations.OwnerOfJob(jobID)) {
+        Taskmill_JobRecord job = owner->Jobs().FindByJobID(jobID)->Record();
+        if (const Taskmill_ResultState state = m_results.StateOf(jobID))
+            job.Result = Taskmill_ResultOf(*state);
+        return job;
+    }
     const qsizetype position = m_finishedJobs.PositionOf(jobID);
     return position < 0 ? std::nullopt : std::optional{m_finishedJobs.JobAt(position)};
 }

@@ -6,6 +6,7 @@
 #include "kilnutil/idmanager.h"
 #include "manager/destinations.h"
 #include "manager/finishedjobs.h"
+#include "manager/jobresults.h"
 #include "manager/jobsgoon.h"
 #include "manager/jobsubmitter.h"
 #include "manager/outbox.h"
@@ -39,6 +40,7 @@ public:
     [[nodiscard]] Taskmill_Destinations &Destinations() { return m_destinations; }
     [[nodiscard]] Taskmill_Project &Project() { return m_project; }
     [[nodiscard]] Taskmill_JobSubmitter &Submitter() { return m_submitter; }
+    [[nodiscard]] Taskmill_JobResults &Results() { return m_results; }
     [[nodiscard]] Taskmill_RunningJobs &RunningJobs() { return m_runningJobs; }
 
     /// Opens the project file named at the start or, without one, a new project. False when no project could
@@ -50,8 +52,8 @@ public:
     /// are held.
     [[nodiscard]] QStringList NoticesAtStart(bool asks);
 
-    /// The record of a job, wherever it is, that of a finished one without its output; nothing when there is
-    /// no such job.
+    /// The record of a job, wherever it is, that of a finished one without its output, that of a running one
+    /// with what its output says so far; nothing when there is no such job.
     [[nodiscard]] std::optional<Taskmill_JobRecord> FindJob(int jobID);
     /// The same, with what the job has printed until now.
     [[nodiscard]] std::optional<Taskmill_JobRecord> FindJobWithOutput(int jobID);
@@ -88,6 +90,7 @@ private:
     const std::unique_ptr<KilnUtil_RunKeepers> m_keepers;
     Taskmill_JobTypeList m_jobTypes;
     KilnUtil_IDManager m_jobNumbers;
+    Taskmill_JobResults m_results;
     Taskmill_Outbox m_outbox;
     Taskmill_FinishedJobs m_finishedJobs;
     Taskmill_Destinations m_destinations;

@@ -104,6 +104,36 @@ qint64 Taskmill_Outbox::Add(const Taskmill_JobRecord &job)
     return notification ? Append(std::move(*notification)) : 0;
 }
 
+Taskmill_Outbox::Entry *Taskmill_Outbox::Find(qint64 number)
+{
+    Entry *found = nullptr;
+    ForEach([&](Entry &entry) { found = entry.number == number ? &entry : found; });
+    return found;
+}
+
+void Taskmill_Outbox::HoldForResult(qint64 number)
+{
+    Entry *entry = Find(number);
+    if (!entry || !Taskmill_SaysResult(entry->notification.Message))
+        return;
+    entry->heldUntilMs = m_clock() + InMs(LongestHold);
+    StartTimer();
+}
+
+bool Taskmill_Outbox::SetResult(qint64 number, const Taskmill_JobResult &result)
+{
+    Entry *entry = Find(number);
+    // What is on its way, or was given up, is as it is.
+    if (!entry || entry->heldUntilMs == 0)
+        return true;
+    entry->heldUntilMs = 0;
+    Taskmill_SetResult(entry->notification.Message, result);
+    StartTimer();
+    Taskmill_WorkingCopyStore *store = OpenStore();
+    const qint64 key = entry->notification.Key;
+    return !store || key == 0 || store->SetMessage(key, entry->notification.Message);
+}
+
 void Taskmill_Outbox::AddLeft(const QList<Taskmill_Notification> &notifications)
 {
     for (Taskmill_Notification notification : notifications) {
@@ -180,6 +210,7 @@ void Taskmill_Outbox::Drain()
     if (!m_end)
         m_end.emplace(LongestEnd);
     const qint64 now = m_clock();
+    ForEach([](Entry &entry) { entry.heldUntilMs = 0; });
     for (auto &[name, lane] : m_lanes) {
         if (!lane.isSending)
             lane.extraMs = now;
@@ -238,6 +269,7 @@ void Taskmill_Outbox::Begin(const LaneName &name, Lane &lane)
     lane.extraMs.reset();
     lane.triedMs = now;
     lane.isSending = true;
+    lane.entries.front().heldUntilMs = 0;
     ++m_sending;
     const Taskmill_Notification &first = lane.entries.front().notification;
     const Milliseconds left{endOfLongestAge - AgeOf(first, now)};

@@ -16,6 +16,7 @@
 #include <optional>
 
 struct Taskmill_JobRecord;
+struct Taskmill_JobResult;
 
 /// The notifications of ended jobs, until each is delivered or given up. The open project's working copy
 /// holds them too, so that the next manager sends what this one cannot; without one they are in memory only.
@@ -37,6 +38,8 @@ public:
         std::chrono::seconds{120}};
     /// The sum of these.
     static constexpr std::chrono::seconds LongestAge{156};
+    /// A notification waits no longer for the result that it is to say.
+    static constexpr std::chrono::seconds LongestHold{10};
     /// Quitting waits no longer for all of them.
     static constexpr std::chrono::seconds LongestEnd{3};
 
@@ -51,6 +54,11 @@ public:
     /// Takes the notification of a job that has ended; it is sent from the event loop. Its number for
     /// Store(); 0 when the job's client does not want one.
     qint64 Add(const Taskmill_JobRecord &job);
+    /// The result of that job will be known a little later: its notification waits for it, when its client
+    /// asked for it.
+    void HoldForResult(qint64 number);
+    /// It is known, or will never be: the notification waits no longer. Belongs to a transaction, as Store().
+    [[nodiscard]] bool SetResult(qint64 number, const Taskmill_JobResult &result);
     /// Takes those that other managers have left, and stores them.
     void AddLeft(const QList<Taskmill_Notification> &notifications);
     /// Writes one to the open working copy, as part of the transaction that is under way; nothing for one
@@ -89,6 +97,7 @@ private:
     {
         qint64 number = 0;
         Taskmill_Notification notification;
+        qint64 heldUntilMs = 0; ///< for a result
     };
     /// Those for one address. All but the first wait.
     struct Lane
@@ -99,7 +108,10 @@ private:
         qint64 dueMs = 0;              ///< the first is to be tried
         std::optional<qint64> extraMs; ///< and besides
         qint64 triedMs = 0;            ///< the last time
-        [[nodiscard]] qint64 NextMs() const { return extraMs ? qMin(*extraMs, dueMs) : dueMs; }
+        [[nodiscard]] qint64 NextMs() const
+        {
+            return qMax(entries.front().heldUntilMs, extraMs ? qMin(*extraMs, dueMs) : dueMs);
+        }
     };
     using LaneName = std::pair<QString, int>;
 
@@ -113,6 +125,7 @@ private:
     void RemoveRows();
     void StartTimer();
     [[nodiscard]] bool IsIdle() const;
+    [[nodiscard]] Entry *Find(qint64 number);
     template <typename Function>
     void ForEach(const Function &function);
 

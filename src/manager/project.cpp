@@ -23,6 +23,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -31,6 +32,9 @@ const char *const Taskmill_ProjectFileFilter = "Taskmill Project Files (*.mill)"
 const char *const Taskmill_SavingTitle = "Saving a Taskmill Project File";
 
 namespace {
+/// Who saves or closes a project does not wait longer for outputs that are still being read.
+constexpr std::chrono::milliseconds longestWaitForResults{500};
+
 Taskmill_Database *CurrentDatabase()
 {
     return Taskmill_Database_Manager::Global().CurrentDatabase();
@@ -208,6 +212,7 @@ bool Taskmill_Project::TakeUp(Taskmill_LeftProject left, const QString &path)
     Install(*database, path);
     if (m_isRecovered)
         database->MarkChanged();
+    m_finishedJobs.ReadLostResults();
     for (Taskmill_JobQueue *queue : running)
         queue->SetPaused(false);
     return true;
@@ -365,6 +370,7 @@ bool Taskmill_Project::MakeWhole()
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->CollectAllFinished();
     m_finishedJobs.RecordMissing();
+    m_finishedJobs.WaitForResults(longestWaitForResults);
     m_finishedJobs.FinishRemovals();
     return m_finishedJobs.TakeLeftOutputs();
 }
@@ -466,6 +472,7 @@ void Taskmill_Project::CloseProject()
         owner->Stop();
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Clear();
+    m_finishedJobs.WaitForResults(longestWaitForResults);
     m_finishedJobs.GiveUpLeftOutputs();
     m_finishedJobs.Clear();
     if (m_outbox.IsEnding())
@@ -509,6 +516,7 @@ void Taskmill_Project::LeaveProject(bool letsJobsGoOn)
     KilnUtil_ProcessTree::KillRegisteredChildren();
     if (!letsJobsGoOn)
         RecordEndedRuns();
+    m_finishedJobs.WaitForResults(longestWaitForResults);
     m_finishedJobs.FinishRemovals();
     m_finishedJobs.Clear();
     m_outbox.Drain();

@@ -50,6 +50,10 @@ KilnUtil_RunEnd KilnUtil_KeptRun::EndOf(const Taskmill_RunEnd &end)
     KilnUtil_RunEnd result;
     result.Code = end.code;
     result.EndMs = end.endMs;
+    if (end.how != Taskmill_RunEnd::How::NotStarted) {
+        result.ProcessorMs = end.processorMs;
+        result.PeakMemoryKB = end.peakMemoryKB;
+    }
     result.WasEnded = end.by != Taskmill_RunEnd::By::Itself;
     switch (end.how) {
     case Taskmill_RunEnd::How::Exit:

@@ -286,6 +286,17 @@ QByteArray KilnUtil_NurseryRunKeepers::OutputOf(const QString &runID) const
     return KilnUtil_RunOutputFile{Taskmill_RunOutput{m_folder, runID.toStdString()}}.Content();
 }
 
+KilnUtil_PrintedReader KilnUtil_NurseryRunKeepers::ReaderOf(const QString &runID) const
+{
+    return [output = Taskmill_RunOutput{m_folder, runID.toStdString()}](qint64 &offset, qint64 most,
+                                                                        bool hasEnded) {
+        long long position = offset;
+        const std::string bytes = output.ReadFrom(position, static_cast<std::size_t>(most), hasEnded);
+        offset = position;
+        return QByteArray::fromStdString(bytes);
+    };
+}
+
 void KilnUtil_NurseryRunKeepers::TakeResult(const QString &runID)
 {
     if (m_forgetsByItself && m_taken.empty())

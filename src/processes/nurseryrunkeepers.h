@@ -35,6 +35,7 @@ public:
                   const std::function<bool(const QString &ownerText)> &mayTake) override;
     [[nodiscard]] KilnUtil_FoundRun Find(const QString &runID) override;
     [[nodiscard]] QByteArray OutputOf(const QString &runID) const override;
+    [[nodiscard]] KilnUtil_PrintedReader ReaderOf(const QString &runID) const override;
     void TakeResult(const QString &runID) override;
     void ForgetResults() override;
     void SetForgetsByItself(bool forgets) override { m_forgetsByItself = forgets; }

@@ -146,11 +146,6 @@ int KilnUtil_Process::ExitCode() const
     return m_end.How == KilnUtil_RunEnd::Kind::NotStarted ? ExitCodeOfFailedStart : m_end.Code;
 }
 
-qint64 KilnUtil_Process::EndMs() const
-{
-    return m_end.EndMs;
-}
-
 const KilnUtil_ProcessOutput &KilnUtil_Process::Output() const
 {
     static const KilnUtil_OutputBuffer nothing;

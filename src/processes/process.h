@@ -67,8 +67,8 @@ public:
     [[nodiscard]] bool HasCrashed() const;
     /// ExitCodeOfFailedStart for a program that could not be started.
     [[nodiscard]] int ExitCode() const;
-    /// In ms since 1970; 0 where only the moment of FinishedSignal is known.
-    [[nodiscard]] qint64 EndMs() const;
+    /// How the run ended, with what was measured of it; valid when it has ended.
+    [[nodiscard]] const KilnUtil_RunEnd &End() const { return m_end; }
 
     /// What was written so far.
     [[nodiscard]] const KilnUtil_ProcessOutput &Output() const;

@@ -4,7 +4,13 @@
 #include <QByteArray>
 #include <QByteArrayView>
 
+#include <functional>
 #include <optional>
+
+/// Returns the bytes that a run has written from the offset on, at most so many, and moves the offset behind
+/// them; to the beginning, when the bytes are not there any more. `hasEnded` says that nobody writes any
+/// more.
+using KilnUtil_PrintedReader = std::function<QByteArray(qint64 &offset, qint64 most, bool hasEnded)>;
 
 /// What one run of a program has written so far, of which a very long one keeps only both ends. Readers have
 /// an offset of their own, so that none takes bytes away from another.

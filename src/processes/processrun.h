@@ -8,6 +8,8 @@
 #include <QProcessEnvironment>
 #include <QString>
 
+#include <optional>
+
 /// What is to be run.
 struct KilnUtil_RunOrder
 {
@@ -34,8 +36,10 @@ struct KilnUtil_RunEnd
     Kind How = Kind::Exit;
     int Code = 0;
     QString Reason;
-    bool WasEnded = false; ///< somebody asked for it, although perhaps not this program
-    qint64 EndMs = 0;      ///< since 1970; 0 for now
+    bool WasEnded = false;               ///< somebody asked for it, although perhaps not this program
+    qint64 EndMs = 0;                    ///< since 1970; 0 for now
+    std::optional<qint64> ProcessorMs{}; ///< of everything that the run started; nothing when nobody measured
+    std::optional<qint64> PeakMemoryKB{}; ///< of its largest process; nothing when nobody measured
 };
 
 /// One run of a program: a process of this program, or one that a keeper started for it. What starts and ends

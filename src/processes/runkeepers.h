@@ -52,6 +52,8 @@ public:
 
     /// What a keeper has stored of the output of that run, until its result is forgotten.
     [[nodiscard]] virtual QByteArray OutputOf(const QString &runID) const = 0;
+    /// Reads the same piece by piece, on any thread, and also when this object is gone.
+    [[nodiscard]] virtual KilnUtil_PrintedReader ReaderOf(const QString &runID) const = 0;
     /// The result of that run is stored where it belongs, or will be with ForgetResults(): nobody needs what
     /// the keeper has stored.
     virtual void TakeResult(const QString &runID) = 0;

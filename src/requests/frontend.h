@@ -9,6 +9,8 @@ public:
     /// Whether there is a window to be shown and hidden; without one both do nothing.
     [[nodiscard]] virtual bool HasWindow() const = 0;
     virtual void ShowInFront() = 0;
+    /// The same, with the job chosen in its list, if it is in one.
+    virtual void ShowJob(int jobID) = 0;
     virtual void PutAway() = 0;
     /// Whether the user has a dialog or a menu open, which a question that came up by itself would disturb.
     [[nodiscard]] virtual bool IsUserBusy() const = 0;

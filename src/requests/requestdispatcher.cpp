@@ -53,10 +53,15 @@ std::optional<QByteArray> Taskmill_RequestDispatcher::HandleRequest(const Taskmi
         return Taskmill_RefusedReply.toByteArray() + "there is no such action\n";
     if (!m_frontEnd.HasWindow())
         return Taskmill_RefusedReply.toByteArray() + "a manager on a console has no window\n";
-    if (actionIs("show"_L1))
-        m_frontEnd.ShowInFront();
-    else
+    if (actionIs("hide"_L1))
         m_frontEnd.PutAway();
+    else if (request.JobNumber == 0)
+        m_frontEnd.ShowInFront();
+    else if (m_manager.FindJob(request.JobNumber))
+        m_frontEnd.ShowJob(request.JobNumber);
+    else
+        return Taskmill_RefusedReply.toByteArray() + "there is no job " +
+               QByteArray::number(request.JobNumber) + '\n';
     return Taskmill_AcceptedReply.toByteArray() + '\n';
 }
 

@@ -78,6 +78,7 @@ constexpr std::array keys{
     Key{"clientgid="_L1, SetNumber<&Message::ClientGID>},
     Key{"clientkey="_L1, Ignore},
     Key{"clientnotification="_L1, SetNotification},
+    Key{Latin1(Taskmill_WireClientResult), SetFlag<&Message::ClientResult>},
     Key{"action="_L1, SetText<&Message::Action>},
     Key{"confirmaction=yes"_L1, SetConfirmed},
     Key{"confirmaction=true"_L1, SetConfirmed},

@@ -9,11 +9,15 @@
 #include "manager/closingdialogue.h"
 #include "manager/exitdialogue.h"
 #include "manager/heldjobsdialogue.h"
+#include "manager/jobresults.h"
 #include "manager/manager.h"
 #include "manager/recentprojects.h"
 #include "manager/version.h"
+#include "ui/detailssplitter.h"
+#include "ui/detailsswitch.h"
 #include "ui/jobnews.h"
 #include "ui/programicon.h"
+#include "ui/progresspage.h"
 #include "ui/projectmenu.h"
 #include "ui/projectoffer.h"
 #include "ui/statusline.h"
@@ -49,8 +53,9 @@ Taskmill_AppWindow::Taskmill_AppWindow(Taskmill_Manager &manager)
     , m_shortJobs{PageOf(Taskmill_Page::ShortJobs), manager}
     , m_queuelessJobs{PageOf(Taskmill_Page::QueuelessJobs), manager}
     , m_runningJobs{PageOf(Taskmill_Page::RunningJobs), manager.RunningJobs(), manager.Destinations()}
-    , m_finishedJobs{PageOf(Taskmill_Page::FinishedJobs), manager.FinishedJobs()}
+    , m_finishedJobs{PageOf(Taskmill_Page::FinishedJobs), manager.FinishedJobs(), &manager.Submitter()}
     , m_jobTypes{PageOf(Taskmill_Page::JobTypes), manager.JobTypes()}
+    , m_detailsSwitch{new Taskmill_DetailsSwitch{&m_window}}
     , m_openFilesDialog{manager.Store(), &m_window}
     , m_summary{manager.Destinations(), manager.FinishedJobs()}
     , m_tray{m_window, manager.FinishedJobs(), m_summary}
@@ -74,19 +79,32 @@ void Taskmill_AppWindow::FillWindow()
     Fill(Taskmill_Page::ShortJobs, m_shortJobs);
     Fill(Taskmill_Page::QueuelessJobs, m_queuelessJobs);
     m_window.SetContent(Taskmill_Page::RunningJobs, m_runningJobs.Frame());
-    m_window.SetContent(Taskmill_Page::FinishedJobs, m_finishedJobs.Frame());
+    PutIn(Taskmill_Page::FinishedJobs, m_finishedJobs);
     m_window.SetContent(Taskmill_Page::JobTypes, m_jobTypes.Frame());
 }
 
 void Taskmill_AppWindow::Fill(Taskmill_Page page, Taskmill_QueueTab &tab)
 {
-    m_window.SetContent(page, tab.Frame());
+    PutIn(page, tab);
+    tab.SetProgressText([this](int jobID) { return ProgressOf(jobID); });
     connect(&tab, &Taskmill_QueueTab::PausedChangedSignal, &m_window,
             [this, page](bool paused) { m_window.ShowPaused(page, paused); });
     connect(&tab, &Taskmill_QueueTab::FilesDroppedSignal, this,
             [this](const QStringList &files, Taskmill_Destination destination) {
                 m_manager.Submitter().SubmitFiles(files, destination, -1);
             });
+}
+
+void Taskmill_AppWindow::PutIn(Taskmill_Page page, const Taskmill_TabWithJobs &tab)
+{
+    m_window.SetContent(page, new Taskmill_DetailsSplitter{PageOf(page), tab, m_finishedJobs,
+                                                           m_manager.Results(), *m_detailsSwitch});
+}
+
+QString Taskmill_AppWindow::ProgressOf(int jobID) const
+{
+    const Taskmill_ResultState state = m_manager.Results().StateOf(jobID);
+    return state ? Taskmill_ProgressText(*state) : QString{};
 }
 
 void Taskmill_AppWindow::FillMenus()
@@ -109,8 +127,7 @@ void Taskmill_AppWindow::FillMenus()
         help.addAction(u"&Manual"_s, QKeySequence{QKeySequence::HelpContents}), u"taskmill/introduction"_s,
         false);
     help.addAction(u"This &Tab"_s, QKeySequence{Qt::SHIFT | Qt::Key_F1}, this, [this] {
-        KilnUtil_HelpDialog::Global().ShowPage(
-            TabOf(static_cast<Taskmill_Page>(m_window.Tabs().currentIndex())).HelpId());
+        KilnUtil_HelpDialog::Global().ShowPage(CurrentTab().HelpId());
     });
     help.addAction(u"&About"_s, this, &Taskmill_AppWindow::AboutSlot);
 }
@@ -118,6 +135,15 @@ void Taskmill_AppWindow::FillMenus()
 void Taskmill_AppWindow::FillViewMenu()
 {
     QMenu &view = m_window.Menu(Taskmill_WindowMenu::View);
+    view.addSeparator();
+    view.addAction(&m_detailsSwitch->Entry());
+    m_filterEntry = view.addAction(u"&Filter"_s, QKeySequence{QKeySequence::Find}, this,
+                                   [this] { CurrentTab().OpenFilter(); });
+    QMenu *columns = view.addMenu(u"&Columns"_s);
+    connect(columns, &QMenu::aboutToShow, this, [this, columns] {
+        columns->clear();
+        CurrentTab().FillColumnsMenu(*columns);
+    });
     view.addSeparator();
     QMenu *notifications = view.addMenu(u"Desktop &Notifications"_s);
     auto *choices = new QActionGroup{notifications};
@@ -176,6 +202,22 @@ void Taskmill_AppWindow::ShowFinishedJobs(const QList<int> &jobIDs)
 {
     m_window.Tabs().setCurrentIndex(static_cast<int>(Taskmill_Page::FinishedJobs));
     m_finishedJobs.SelectJobs(jobIDs);
+}
+
+void Taskmill_AppWindow::ShowJob(int jobID)
+{
+    m_window.ShowInFront();
+    if (m_manager.FinishedJobs().PositionOf(jobID) >= 0) {
+        ShowFinishedJobs({jobID});
+        return;
+    }
+    for (const auto &[page, tab] :
+         {std::pair<Taskmill_Page, Taskmill_QueueTab *>{Taskmill_Page::LongJobs, &m_longJobs},
+          {Taskmill_Page::ShortJobs, &m_shortJobs},
+          {Taskmill_Page::QueuelessJobs, &m_queuelessJobs}}) {
+        if (tab->ChooseJob(jobID))
+            m_window.Tabs().setCurrentIndex(static_cast<int>(page));
+    }
 }
 
 void Taskmill_AppWindow::Prepare()
@@ -264,9 +306,15 @@ Taskmill_TabWithMenu &Taskmill_AppWindow::TabOf(Taskmill_Page page)
     return *tabs.at(static_cast<size_t>(page));
 }
 
+Taskmill_TabWithMenu &Taskmill_AppWindow::CurrentTab()
+{
+    return TabOf(static_cast<Taskmill_Page>(m_window.Tabs().currentIndex()));
+}
+
 void Taskmill_AppWindow::CurrentTabChangedSlot(int tab)
 {
     const auto page = static_cast<Taskmill_Page>(tab);
+    m_filterEntry->setEnabled(TabOf(page).HasFilter());
     m_tabMenus->ShowThoseOf(TabOf(page), page == Taskmill_Page::LongJobs || page == Taskmill_Page::ShortJobs);
     switch (page) {
     case Taskmill_Page::LongJobs:
@@ -367,6 +415,8 @@ bool Taskmill_AppWindow::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched != &m_window || m_manager.IsShutDown())
         return QObject::eventFilter(watched, event);
+    if (event->type() == QEvent::Resize && m_window.isVisible())
+        m_detailsSwitch->SuggestFor(m_window.height());
     if (event->type() == QEvent::Show && !event->spontaneous())
         CurrentTabChangedSlot(m_window.Tabs().currentIndex());
     if (event->type() == QEvent::WindowActivate)

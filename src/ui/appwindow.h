@@ -13,6 +13,7 @@
 
 #include <QPointer>
 
+class Taskmill_DetailsSwitch;
 class Taskmill_Manager;
 class Taskmill_ProjectMenu;
 class Taskmill_ProjectOffer;
@@ -37,6 +38,8 @@ public:
     void Prepare();
     /// Restores the tool bars and shows the tray icon, when a project is open.
     void ShowTrayIcon();
+    /// Brings the window to the front, with the job chosen in its list, if it is in one.
+    void ShowJob(int jobID);
     /// Says what the user must know when the program has started, and asks about the jobs that ran when the
     /// project was closed.
     void SpeakAtStart();
@@ -76,6 +79,9 @@ private:
     void FillWindow();
     void FillMenus();
     void Fill(Taskmill_Page page, Taskmill_QueueTab &tab);
+    /// Puts the tab's table, and the details of its jobs beneath, into their page.
+    void PutIn(Taskmill_Page page, const Taskmill_TabWithJobs &tab);
+    [[nodiscard]] QString ProgressOf(int jobID) const;
     void ConnectWindow();
     void RestoreToolBars();
     void UpdateWindowTitle();
@@ -87,6 +93,7 @@ private:
     /// What the user must know of the project that has just been opened, and what must be decided of it.
     void SpeakOfProject(const QStringList &notices);
     [[nodiscard]] Taskmill_TabWithMenu &TabOf(Taskmill_Page page);
+    [[nodiscard]] Taskmill_TabWithMenu &CurrentTab();
     [[nodiscard]] QWidget *PageOf(Taskmill_Page page) const { return m_window.PageOf(page); }
 
     Taskmill_Manager &m_manager;
@@ -98,12 +105,14 @@ private:
     Taskmill_RunningJobsWidget m_runningJobs;
     Taskmill_FinishedJobsWidget m_finishedJobs;
     Taskmill_JobTypesWidget m_jobTypes;
+    Taskmill_DetailsSwitch *const m_detailsSwitch;
     Taskmill_OpenFilesDialog m_openFilesDialog;
     Taskmill_JobSummary m_summary;
     Taskmill_TrayPresence m_tray;
     Taskmill_StatusLine *const m_statusLine;
     Taskmill_ProjectMenu *m_projectMenu = nullptr;
     Taskmill_TabMenus *m_tabMenus = nullptr;
+    QAction *m_filterEntry = nullptr;
     QPointer<Taskmill_ProjectOffer> m_offer;
     bool m_askingToExit = false;
 };

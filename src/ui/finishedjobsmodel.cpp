@@ -3,11 +3,12 @@
 
 #include "manager/finishedjobs.h"
 #include "manager/listings.h"
+#include "widgets/tablesortproxy.h"
 
 #include <algorithm>
 
 Taskmill_FinishedJobsModel::Taskmill_FinishedJobsModel(Taskmill_FinishedJobs &jobs, QObject *parent)
-    : Taskmill_JobTableModel{Taskmill_Listings::FinishedJobs(), parent}
+    : Taskmill_JobTableModel{Taskmill_Listings::FinishedJobsTable(), parent}
     , m_jobs{jobs}
     , m_generation{jobs.Generation()}
 {
@@ -20,6 +21,18 @@ void Taskmill_FinishedJobsModel::Refresh()
         RemoveMissingRows();
     }
     AppendNewRows();
+}
+
+void Taskmill_FinishedJobsModel::UpdateJob(int jobID)
+{
+    // It is one of the newest. One that is not there yet comes as it is.
+    const auto found = std::find(m_jobIDs.crbegin(), m_jobIDs.crend(), jobID);
+    if (found == m_jobIDs.crend())
+        return;
+    const auto row = static_cast<int>(m_jobIDs.crend() - found) - 1;
+    Q_EMIT dataChanged(index(row, 0), index(row, columnCount() - 1),
+                       {Qt::DisplayRole, Qt::DecorationRole, Qt::ToolTipRole, Qt::AccessibleDescriptionRole,
+                        KilnUtil_TableSortProxy::SortRole});
 }
 
 void Taskmill_FinishedJobsModel::RemoveMissingRows()
@@ -68,6 +81,16 @@ void Taskmill_FinishedJobsModel::StopFindingRanks()
     m_jobs.StopRanking();
 }
 
+void Taskmill_FinishedJobsModel::FindWanted(const TakeWanted &take)
+{
+    m_jobs.Match(Filter(), take);
+}
+
+void Taskmill_FinishedJobsModel::StopFindingWanted()
+{
+    m_jobs.StopMatching();
+}
+
 Taskmill_JobStatus Taskmill_FinishedJobsModel::StatusOfRow(qsizetype row) const
 {
     return row < m_jobs.Count() ? m_jobs.JobAt(row).Status : Taskmill_JobStatus::Unknown;
@@ -78,10 +101,14 @@ QString Taskmill_FinishedJobsModel::TextOf(qsizetype row, int column) const
     return row < m_jobs.Count() ? Columns().Text(m_jobs.JobAt(row), column) : QString{};
 }
 
-std::optional<Taskmill_JobTime> Taskmill_FinishedJobsModel::TimeOf(qsizetype row, int column) const
+std::optional<qint64> Taskmill_FinishedJobsModel::SortNumberOf(qsizetype row, int column) const
 {
-    Taskmill_JobTime Taskmill_JobRecord::*time = Columns().TimeOf(column);
-    if (!time || row >= m_jobs.Count())
+    if (row >= m_jobs.Count())
         return std::nullopt;
-    return m_jobs.JobAt(row).*time;
+    return Columns().SortNumber(m_jobs.JobAt(row), column);
+}
+
+const Taskmill_JobRecord *Taskmill_FinishedJobsModel::RecordOf(qsizetype row) const
+{
+    return row < m_jobs.Count() ? &m_jobs.JobAt(row) : nullptr;
 }

@@ -19,18 +19,23 @@ public:
     /// selection and their place are kept. Jobs that have been added may wait for that, removals may not: the
     /// rows show the list itself.
     void Refresh();
+    /// The job is another one than the row has shown so far.
+    void UpdateJob(int jobID);
 
     [[nodiscard]] bool HasManyRows() const override;
     [[nodiscard]] std::optional<Ranks> RanksAtOnce(int column) const override;
     void FindRanks(int column, const TakeRanks &take) override;
     void StopFindingRanks() override;
+    void FindWanted(const TakeWanted &take) override;
+    void StopFindingWanted() override;
 
 protected:
     [[nodiscard]] qsizetype RowCount() const override { return m_jobIDs.size(); }
     [[nodiscard]] int JobIDOfRow(qsizetype row) const override { return m_jobIDs[row]; }
     [[nodiscard]] Taskmill_JobStatus StatusOfRow(qsizetype row) const override;
     [[nodiscard]] QString TextOf(qsizetype row, int column) const override;
-    [[nodiscard]] std::optional<Taskmill_JobTime> TimeOf(qsizetype row, int column) const override;
+    [[nodiscard]] std::optional<qint64> SortNumberOf(qsizetype row, int column) const override;
+    [[nodiscard]] const Taskmill_JobRecord *RecordOf(qsizetype row) const override;
 
 private:
     void RemoveMissingRows();

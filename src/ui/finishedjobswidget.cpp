@@ -2,9 +2,15 @@
 #include "ui/finishedjobswidget.h"
 
 #include "manager/finishedjobs.h"
+#include "manager/exportdialogue.h"
 #include "manager/finishedremovaldialogue.h"
+#include "manager/finishedselection.h"
+#include "manager/jobexport.h"
 #include "manager/listings.h"
+#include "manager/runagaindialogue.h"
 #include "ui/contextmenu.h"
+#include "ui/filterbar.h"
+#include "ui/jobentries.h"
 #include "ui/jobviewers.h"
 #include "ui/tablefiller.h"
 #include "widgets/tablewidget.h"
@@ -17,6 +23,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 const QString helpId = u"taskmill/finishedjobs"_s;
+const QString exportText = u"Export..."_s;
 }
 
 /// The entries of the menu that has been shown.
@@ -26,26 +33,44 @@ struct Taskmill_FinishedJobsWidget::Entries
     QAction *showInputFile;
     QAction *showOutputFile;
     QAction *showLog;
+    QAction *runAgain;
+    Taskmill_JobEntries ofJobs;
+    const QAction *exporting;
 
-    explicit Entries(Taskmill_TabMenu &menu)
+    /// The last ones are about the jobs.
+    Entries(Taskmill_TabMenu &menu, const std::shared_ptr<Taskmill_FinishedSelection> &jobs, bool canRunAgain)
         : remove{menu.AddEntry(u"Remove"_s)}
         , showInputFile{menu.AddEntry(u"Show Input File"_s)}
         , showOutputFile{menu.AddEntry(u"Show Output File"_s)}
         , showLog{menu.AddEntry(u"Show stdout and stderr"_s)}
+        , runAgain{AddBehindHelp(menu, u"Run Again"_s,
+                                 canRunAgain && jobs->Count() <= Taskmill_JobEntries::MostJobs)}
+        , ofJobs{menu, {.count = jobs->Count(), .at = [jobs](qsizetype place) { return jobs->At(place); }}}
+        , exporting{menu.AddEntry(exportText)}
+    {
+    }
+
+    static QAction *AddBehindHelp(Taskmill_TabMenu &menu, const QString &text, bool enabled)
     {
         menu.AddSeparator();
         menu.AddHelp(helpId);
+        menu.AddSeparator();
+        return menu.AddEntry(text, enabled);
     }
 };
 
-Taskmill_FinishedJobsWidget::Taskmill_FinishedJobsWidget(QWidget *parent, Taskmill_FinishedJobs &finishedJobs)
+Taskmill_FinishedJobsWidget::Taskmill_FinishedJobsWidget(QWidget *parent, Taskmill_FinishedJobs &finishedJobs,
+                                                         Taskmill_JobSubmitter *submitter)
     : m_jobs{finishedJobs}
+    , m_submitter{submitter}
     , m_frame{parent}
 {
     BuildTable();
     FillTable();
     connect(&m_jobs, &Taskmill_FinishedJobs::JobsChangedSignal, this,
             &Taskmill_FinishedJobsWidget::JobsChangedSlot);
+    connect(&m_jobs, &Taskmill_FinishedJobs::ResultKnownSignal, m_model,
+            &Taskmill_FinishedJobsModel::UpdateJob);
 }
 
 void Taskmill_FinishedJobsWidget::BuildTable()
@@ -53,10 +78,11 @@ void Taskmill_FinishedJobsWidget::BuildTable()
     m_model = new Taskmill_FinishedJobsModel{m_jobs, this};
     m_table = new KilnUtil_TableWidget{m_frame};
     m_table->setAccessibleName(u"Finished Jobs"_s);
-    m_table->SetEmptyText(u"No job has finished yet."_s);
     m_table->SetSourceModel(m_model);
-    m_table->SetColumnHints(Taskmill_Listings::FinishedJobs().Widths());
-    m_table->SetElasticColumns(Taskmill_Listings::FinishedJobs().LeastWidths());
+    const auto &columns = Taskmill_Listings::FinishedJobsTable();
+    m_table->SetColumnHints(columns.Widths());
+    m_table->SetColumnsAtFirst(columns.HiddenColumns(), columns.MovedColumns());
+    m_table->SetElasticColumns(columns.LeastWidths());
     m_table->RememberColumns(u"Finished_Jobs"_s);
     connect(m_table, &KilnUtil_TableWidget::cellDoubleClicked, this,
             &Taskmill_FinishedJobsWidget::CellDoubleClickedSlot);
@@ -66,6 +92,8 @@ void Taskmill_FinishedJobsWidget::BuildTable()
             &Taskmill_FinishedJobsWidget::RemoveSlot);
 
     auto *layout = m_frame.MakeLayout();
+    m_filter = new Taskmill_FilterBar{*m_table, *m_model, u"No job has finished yet."_s, m_frame};
+    layout->addWidget(m_filter);
     layout->addWidget(m_table);
     m_frame->setFocusProxy(m_table);
     m_filler = new Taskmill_TableFiller{m_frame, [this] {
@@ -88,9 +116,16 @@ void Taskmill_FinishedJobsWidget::SelectJobs(const QList<int> &jobIDs)
     QItemSelection selection;
     QModelIndex first;
     // Those that have ended last stand at the end of the list.
-    for (int position = rows.rowCount() - 1; position >= 0 && !wanted.isEmpty(); --position) {
+    for (int position = m_model->rowCount() - 1; position >= 0 && !wanted.isEmpty(); --position) {
         if (position >= m_jobs.Count() || !wanted.remove(m_jobs.JobIDAt(position)))
             continue;
+        if (!rows.mapFromSource(m_model->index(position, 0)).isValid()) {
+            m_filter->Close();
+            selection.clear();
+            wanted = {jobIDs.begin(), jobIDs.end()};
+            position = m_model->rowCount();
+            continue;
+        }
         const QModelIndex cell = rows.mapFromSource(m_model->index(position, 0));
         selection.select(cell, cell);
         if (!first.isValid() || cell.row() < first.row())
@@ -120,6 +155,9 @@ const Taskmill_JobRecord *Taskmill_FinishedJobsWidget::JobAt(qsizetype position)
 
 void Taskmill_FinishedJobsWidget::ContextMenuSlot(const QPoint &position)
 {
+    FillTable();
+    if (!JobAt(m_table->CurrentPosition()))
+        return;
     Taskmill_ContextMenu menu{*m_table};
     FillMenu(menu);
     menu.Run(position);
@@ -134,17 +172,28 @@ void Taskmill_FinishedJobsWidget::FillMenu(Taskmill_TabMenu &menu)
 {
     FillTable();
     const Taskmill_JobRecord *job = JobAt(m_table->CurrentPosition());
-    if (!job)
+    if (!job) {
+        const QAction *exporting = menu.AddEntry(exportText, m_table->model()->rowCount() > 0);
+        menu.WhenChosen([this, exporting](const QAction &chosen) {
+            if (&chosen == exporting)
+                Export();
+        });
         return;
-    const Entries entries{menu};
+    }
+    const auto chosenJobs = std::make_shared<Taskmill_FinishedSelection>(m_jobs, ChosenPositions());
+    const Entries entries{menu, chosenJobs, m_submitter != nullptr};
     entries.showInputFile->setEnabled(Taskmill_JobViewers::HasFile(job->InputFilePath));
     entries.showOutputFile->setEnabled(Taskmill_JobViewers::HasFile(job->OutputFilePath()));
     entries.showLog->setEnabled(m_jobs.HasOutput(*job));
     // By number, as the list may change while the menu is open.
-    menu.WhenChosen([this, entries, jobID = job->JobID](const QAction &chosen) {
+    menu.WhenChosen([this, entries, chosenJobs, jobID = job->JobID](const QAction &chosen) {
         if (&chosen == entries.remove)
             RemoveSlot();
-        else
+        else if (&chosen == entries.runAgain)
+            RunAgain(*chosenJobs);
+        else if (&chosen == entries.exporting)
+            Export();
+        else if (!entries.ofJobs.Act(chosen))
             View(entries, chosen, jobID);
         FillTable();
     });
@@ -159,11 +208,11 @@ void Taskmill_FinishedJobsWidget::View(const Entries &entries, const QAction &ch
     const Taskmill_JobRecord record = *found;
     const Taskmill_JobRecord *job = &record;
     if (&chosen == entries.showLog)
-        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, m_jobs.OutputOf(*job));
+        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, m_jobs.OutputOf(*job), job->Result);
     else if (&chosen == entries.showInputFile)
         Taskmill_JobViewers::ShowInputFile(*m_frame, job->Name, job->InputFilePath);
     else if (&chosen == entries.showOutputFile)
-        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFilePath());
+        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFilePath(), job->Result);
 }
 
 void Taskmill_FinishedJobsWidget::RemoveSlot()
@@ -171,6 +220,42 @@ void Taskmill_FinishedJobsWidget::RemoveSlot()
     Taskmill_FinishedRemovalDialogue removal{m_jobs, m_table->PositionsOfSelectedRows()};
     Taskmill_AskThroughPrompt(removal);
     FillTable();
+}
+
+void Taskmill_FinishedJobsWidget::FillColumnsMenu(QMenu &menu)
+{
+    m_table->FillColumnsMenu(menu);
+}
+
+void Taskmill_FinishedJobsWidget::OpenFilter()
+{
+    m_filter->Open();
+}
+
+/// Of the selected jobs, else of the current one.
+QList<int> Taskmill_FinishedJobsWidget::ChosenPositions() const
+{
+    const QList<int> positions = m_table->PositionsOfSelectedRows();
+    return positions.isEmpty() ? QList{m_table->CurrentPosition()} : positions;
+}
+
+void Taskmill_FinishedJobsWidget::RunAgain(const Taskmill_FinishedSelection &jobs)
+{
+    Taskmill_RunAgainDialogue dialogue{*m_submitter, jobs};
+    Taskmill_AskThroughPrompt(dialogue);
+}
+
+/// The selected jobs or, when there are none, those that are shown.
+void Taskmill_FinishedJobsWidget::Export()
+{
+    const QList<int> selected = m_table->PositionsOfSelectedRows();
+    const auto jobs = std::make_shared<Taskmill_FinishedSelection>(
+        m_jobs, selected.isEmpty() ? m_table->PositionsOf(m_table->AllRows()) : selected);
+    Taskmill_ExportDialogue dialogue{jobs->Count()};
+    Taskmill_AskThroughPrompt(dialogue);
+    if (!dialogue.File().isEmpty())
+        Taskmill_JobExport::Begin(
+            dialogue.File(), jobs->Count(), [jobs](qsizetype place) { return jobs->At(place); }, this);
 }
 
 void Taskmill_FinishedJobsWidget::CellDoubleClickedSlot(int row, int column)
@@ -184,7 +269,36 @@ void Taskmill_FinishedJobsWidget::CellDoubleClickedSlot(int row, int column)
     const Taskmill_JobRecord record = *found;
     const Taskmill_JobRecord *job = &record;
     if (!job->OutputFilePath().isEmpty())
-        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFilePath());
+        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFilePath(), job->Result);
     else if (m_jobs.HasOutput(*job))
-        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, m_jobs.OutputOf(*job));
+        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, m_jobs.OutputOf(*job), job->Result);
+}
+
+std::optional<Taskmill_ShownJob> Taskmill_FinishedJobsWidget::CurrentJob() const
+{
+    return m_frame ? ShownJobAt(m_table->CurrentPosition()) : std::nullopt;
+}
+
+std::optional<Taskmill_ShownJob> Taskmill_FinishedJobsWidget::JobOfNumber(int jobID) const
+{
+    return ShownJobAt(m_jobs.PositionOf(jobID));
+}
+
+std::optional<Taskmill_ShownJob> Taskmill_FinishedJobsWidget::ShownJobAt(qsizetype position) const
+{
+    const Taskmill_JobRecord *job = JobAt(position);
+    if (!job)
+        return std::nullopt;
+    return Taskmill_ShownJob{.Record = *job, .Process = {}, .Printed = [this, record = *job] {
+                                 return m_jobs.OutputOf(record);
+                             }};
+}
+
+void Taskmill_FinishedJobsWidget::ViewOutput(const Taskmill_ShownJob &job) const
+{
+    const Taskmill_JobRecord &record = job.Record;
+    if (Taskmill_JobViewers::HasFile(record.OutputFilePath()))
+        Taskmill_JobViewers::ShowOutputFile(*m_frame, record.Name, record.OutputFilePath(), record.Result);
+    else
+        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, m_jobs.OutputOf(record), record.Result);
 }

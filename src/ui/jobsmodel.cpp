@@ -3,11 +3,17 @@
 
 #include "jobs/jobcontainer.h"
 #include "manager/listings.h"
+#include "manager/timetext.h"
 #include "widgets/tablesortproxy.h"
 
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
 Taskmill_JobsModel::Taskmill_JobsModel(const Taskmill_JobContainer &jobs, QObject *parent)
-    : Taskmill_JobTableModel{Taskmill_Listings::Queue(), parent}
+    : Taskmill_JobTableModel{Taskmill_Listings::QueueTable(), parent}
     , m_jobs{jobs}
+    , m_elapsedColumn{Columns().WithHeader(u"Elapsed"_s)}
 {
     for (int column = 0; column < Columns().Count(); ++column) {
         if (Columns().TimeOf(column))
@@ -83,17 +89,45 @@ QList<int> Taskmill_JobsModel::JobIDsAt(const QList<int> &positions) const
 QString Taskmill_JobsModel::TextOf(qsizetype position, int column) const
 {
     const Row &row = m_rows[position];
+    if (column == m_elapsedColumn && row.status == Taskmill_JobStatus::Running) {
+        const Taskmill_JobRecord *job = RecordOf(position);
+        return job ? Columns().Text(*job, column) : QString{};
+    }
     if (row.texts.isEmpty()) {
-        const Taskmill_Job *job = m_jobs.FindByJobID(row.jobID);
+        const Taskmill_JobRecord *job = RecordOf(position);
         if (!job)
             return {};
-        row.texts = Columns().Row(job->Record());
+        row.texts = Columns().Row(*job);
     }
     return row.texts[column];
 }
 
-std::optional<Taskmill_JobTime> Taskmill_JobsModel::TimeOf(qsizetype position, int column) const
+std::optional<qint64> Taskmill_JobsModel::SortNumberOf(qsizetype position, int column) const
 {
     const qsizetype time = m_timeColumns.indexOf(column);
-    return time < 0 ? std::nullopt : std::optional{m_rows[position].times[time]};
+    if (time >= 0)
+        return Taskmill_TimeTextOrder(m_rows[position].times[time]);
+    const Taskmill_JobRecord *job = Columns().IsQuantity(column) ? RecordOf(position) : nullptr;
+    return job ? Columns().SortNumber(*job, column) : std::nullopt;
+}
+
+const Taskmill_JobRecord *Taskmill_JobsModel::RecordOf(qsizetype position) const
+{
+    const Taskmill_Job *job = m_jobs.FindByJobID(m_rows[position].jobID);
+    return job ? &job->Record() : nullptr;
+}
+
+bool Taskmill_JobsModel::ShowsRunningJobs() const
+{
+    return std::ranges::find(m_rows, Taskmill_JobStatus::Running, &Row::status) != m_rows.end();
+}
+
+/// All of them go on alike, so that their order stays.
+void Taskmill_JobsModel::UpdateElapsed()
+{
+    const KilnUtil_RowRanges running = KilnUtil_RowsWhere(
+        m_rows.size(), [this](int row) { return m_rows[row].status == Taskmill_JobStatus::Running; });
+    for (const KilnUtil_RowRange &range : running)
+        Q_EMIT dataChanged(index(range.First, m_elapsedColumn), index(range.Last, m_elapsedColumn),
+                           {Qt::DisplayRole});
 }

@@ -24,6 +24,12 @@ public:
     /// selection and their place are kept.
     void Refresh();
 
+    /// Whether a row shows a job that runs.
+    [[nodiscard]] bool ShowsRunningJobs() const;
+    /// Reports to the views that the times have gone on which such rows show.
+    void UpdateElapsed();
+    [[nodiscard]] int ElapsedColumn() const { return m_elapsedColumn; }
+
     /// The number of the job in a row; -1 when there is no such row.
     [[nodiscard]] int JobIDAt(int position) const;
     /// Of several rows, in their order. Empty when one of them does not exist.
@@ -34,7 +40,8 @@ protected:
     [[nodiscard]] int JobIDOfRow(qsizetype row) const override { return m_rows[row].jobID; }
     [[nodiscard]] Taskmill_JobStatus StatusOfRow(qsizetype row) const override { return m_rows[row].status; }
     [[nodiscard]] QString TextOf(qsizetype row, int column) const override;
-    [[nodiscard]] std::optional<Taskmill_JobTime> TimeOf(qsizetype row, int column) const override;
+    [[nodiscard]] std::optional<qint64> SortNumberOf(qsizetype row, int column) const override;
+    [[nodiscard]] const Taskmill_JobRecord *RecordOf(qsizetype row) const override;
 
 private:
     struct Row
@@ -59,5 +66,6 @@ private:
 
     const Taskmill_JobContainer &m_jobs;
     QList<int> m_timeColumns;
+    const int m_elapsedColumn;
     QList<Row> m_rows;
 };

@@ -3,6 +3,7 @@
 
 #include "manager/destinations.h"
 #include "manager/finishedjobs.h"
+#include "manager/measuretext.h"
 
 #include <utility>
 
@@ -16,7 +17,11 @@ Taskmill_JobCounts::Ended LastOf(const Taskmill_FinishedJobs &jobs)
     if (jobs.Count() == 0)
         return {};
     const Taskmill_JobRecord &job = jobs.JobAt(jobs.Count() - 1);
-    return {.name = job.Name, .status = job.Status, .time = job.Finished};
+    return {.name = job.Name,
+            .status = job.Status,
+            .verdict = job.Result.Verdict,
+            .result = Taskmill_ResultText(job.Result),
+            .time = job.Finished};
 }
 } // namespace
 
@@ -56,6 +61,7 @@ Taskmill_JobSummary::Taskmill_JobSummary(Taskmill_Destinations &destinations,
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         connect(owner, &Taskmill_QueueOwner::JobsChangedSignal, this, countSoon);
     connect(&m_finishedJobs, &Taskmill_FinishedJobs::JobsChangedSignal, this, countSoon);
+    connect(&m_finishedJobs, &Taskmill_FinishedJobs::ResultKnownSignal, this, countSoon);
 }
 
 void Taskmill_JobSummary::Count()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "engines/programresult.h"
 #include "jobs/jobstatus.h"
 #include "jobs/jobtime.h"
 
@@ -25,6 +26,8 @@ struct Taskmill_JobCounts
     {
         QString name;
         Taskmill_JobStatus status = Taskmill_JobStatus::Unknown;
+        Taskmill_Verdict verdict = Taskmill_Verdict::None;
+        QString result; ///< in words; empty when the program is not known
         Taskmill_JobTime time;
         bool operator==(const Ended &) const = default;
     };

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "ui/jobtablemodel.h"
 
-#include "manager/timetext.h"
+#include "manager/measuretext.h"
 #include "ui/statusicon.h"
 #include "widgets/tablesortproxy.h"
 
+#include <QTextDocument>
+
 #include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
 
 Taskmill_JobTableModel::Taskmill_JobTableModel(const Taskmill_Columns<Taskmill_JobRecord> &columns,
                                                QObject *parent)
@@ -14,6 +18,7 @@ Taskmill_JobTableModel::Taskmill_JobTableModel(const Taskmill_Columns<Taskmill_J
     , m_headers{columns.Headers()}
     , m_jobIDColumn{columns.IndexOf(&Taskmill_JobRecord::JobID)}
     , m_statusColumn{columns.IndexOf(&Taskmill_JobRecord::Status)}
+    , m_resultColumn{columns.WithHeader(u"Result"_s)}
 {
 }
 
@@ -62,7 +67,10 @@ QVariant Taskmill_JobTableModel::data(const QModelIndex &index, int role) const
     case KilnUtil_TableSortProxy::SortRole:
         return SortValueOf(index.row(), index.column());
     case Qt::DecorationRole:
-        return index.column() == m_statusColumn ? Taskmill_StatusIcon(StatusOfRow(index.row())) : QVariant{};
+        return index.column() == m_statusColumn ? MarkOf(index.row()) : QVariant{};
+    case Qt::ToolTipRole:
+    case Qt::AccessibleDescriptionRole:
+        return ExplanationData(index, role);
     case Qt::TextAlignmentRole:
         return QVariant{Qt::AlignLeft | Qt::AlignVCenter};
     case KilnUtil_TableSortProxy::PositionRole:
@@ -76,8 +84,44 @@ QVariant Taskmill_JobTableModel::SortValueOf(qsizetype row, int column) const
 {
     if (column == m_jobIDColumn)
         return JobIDOfRow(row);
-    const std::optional<Taskmill_JobTime> time = TimeOf(row, column);
-    return time ? QVariant{Taskmill_TimeTextOrder(*time)} : QVariant{TextOf(row, column)};
+    const std::optional<qint64> number = SortNumberOf(row, column);
+    return number ? QVariant{*number} : QVariant{TextOf(row, column)};
+}
+
+bool Taskmill_JobTableModel::IsWanted(int row) const
+{
+    const Taskmill_JobRecord *job = HasFilter() ? RecordOf(row) : nullptr;
+    return !job || m_filter.Matches(*job);
+}
+
+QVariant Taskmill_JobTableModel::MarkOf(qsizetype row) const
+{
+    const Taskmill_JobStatus status = StatusOfRow(row);
+    const Taskmill_JobRecord *job = Taskmill_IsFinalStatus(status) ? RecordOf(row) : nullptr;
+    return Taskmill_StatusIcon(status, job ? job->Result.Verdict : Taskmill_Verdict::None);
+}
+
+QString Taskmill_JobTableModel::ExplanationOf(qsizetype row, int column) const
+{
+    if (column == m_statusColumn && m_progressText && StatusOfRow(row) == Taskmill_JobStatus::Running)
+        return m_progressText(JobIDOfRow(row));
+    const bool isAboutResult = column == m_statusColumn || column == m_resultColumn;
+    const Taskmill_JobRecord *job = isAboutResult ? RecordOf(row) : nullptr;
+    if (!job || !job->Result.IsOfKnownProgram())
+        return {};
+    const Taskmill_JobResult &result = job->Result;
+    const QString text = u"%1: %2"_s.arg(u"%1 %2"_s.arg(result.Program, result.Version).trimmed(),
+                                         Taskmill_ResultText(result));
+    return result.Message.isEmpty() ? text : text + u'\n' + result.Message;
+}
+
+QVariant Taskmill_JobTableModel::ExplanationData(const QModelIndex &index, int role) const
+{
+    const QString explanation = ExplanationOf(index.row(), index.column());
+    if (explanation.isEmpty())
+        return {};
+    // As rich text, which is broken into lines.
+    return role == Qt::ToolTipRole ? Qt::convertFromPlainText(explanation) : explanation;
 }
 
 QVariant Taskmill_JobTableModel::headerData(int section, Qt::Orientation orientation, int role) const

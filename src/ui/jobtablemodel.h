@@ -3,6 +3,7 @@
 
 #include "jobs/jobrecord.h"
 #include "manager/columns.h"
+#include "manager/jobfilter.h"
 #include "widgets/rowranges.h"
 #include "widgets/rowsource.h"
 
@@ -10,10 +11,11 @@
 #include <QList>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 
 /// What the tables of jobs have in common: their columns, the mark beside the status, the role that leads
-/// from a cell to its row, and one way to take rows out.
+/// from a cell to its row, the filter, and one way to take rows out.
 class Taskmill_JobTableModel : public QAbstractTableModel, public KilnUtil_RowSource
 {
     Q_OBJECT
@@ -23,6 +25,14 @@ public:
     [[nodiscard]] int columnCount(const QModelIndex &parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
     [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+    /// What the tool tip of a running job's status says; nothing is shown for an empty text.
+    void SetProgressText(std::function<QString(int jobID)> text) { m_progressText = std::move(text); }
+    /// The view is to be asked to show it, see KilnUtil_TableSortProxy::FilterChanged().
+    void SetFilter(const Taskmill_JobFilter &filter) { m_filter = filter; }
+    [[nodiscard]] const Taskmill_JobFilter &Filter() const { return m_filter; }
+    [[nodiscard]] bool HasFilter() const override { return !m_filter.ShowsAll(); }
+    [[nodiscard]] bool IsWanted(int row) const override;
 
 protected:
     /// The columns outlive the model.
@@ -34,8 +44,10 @@ protected:
     [[nodiscard]] virtual int JobIDOfRow(qsizetype row) const = 0;
     [[nodiscard]] virtual Taskmill_JobStatus StatusOfRow(qsizetype row) const = 0;
     [[nodiscard]] virtual QString TextOf(qsizetype row, int column) const = 0;
-    /// The time that stands in the column; nothing for a column of other texts.
-    [[nodiscard]] virtual std::optional<Taskmill_JobTime> TimeOf(qsizetype row, int column) const = 0;
+    /// See Taskmill_Columns::SortNumber().
+    [[nodiscard]] virtual std::optional<qint64> SortNumberOf(qsizetype row, int column) const = 0;
+    /// As the job is now; nullptr when it has gone. It stays until another one is asked for.
+    [[nodiscard]] virtual const Taskmill_JobRecord *RecordOf(qsizetype row) const = 0;
 
     /// Takes rows out of the list behind the table. A view takes so many removals one by one in good time;
     /// beyond, a new layout is reported.
@@ -59,6 +71,10 @@ protected:
 
 private:
     [[nodiscard]] QVariant SortValueOf(qsizetype row, int column) const;
+    /// Of the status or the result, in words, what the mark says by its colour; nothing for other columns.
+    [[nodiscard]] QString ExplanationOf(qsizetype row, int column) const;
+    [[nodiscard]] QVariant ExplanationData(const QModelIndex &index, int role) const;
+    [[nodiscard]] QVariant MarkOf(qsizetype row) const;
     /// Leads the places that views hold to where their rows are now.
     void FinishNewLayout(const KilnUtil_RowRanges &gone);
 
@@ -66,4 +82,7 @@ private:
     const QStringList m_headers;
     const int m_jobIDColumn;
     const int m_statusColumn;
+    std::function<QString(int jobID)> m_progressText;
+    const int m_resultColumn;
+    Taskmill_JobFilter m_filter;
 };

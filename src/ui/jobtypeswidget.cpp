@@ -178,6 +178,11 @@ void Taskmill_JobTypesWidget::ContextMenuSlot(const QPoint &position)
     menu.Run(position);
 }
 
+void Taskmill_JobTypesWidget::FillColumnsMenu(QMenu &menu)
+{
+    m_table->FillColumnsMenu(menu);
+}
+
 QString Taskmill_JobTypesWidget::HelpId() const
 {
     return helpId;

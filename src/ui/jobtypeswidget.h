@@ -33,6 +33,7 @@ public:
     void FillTable();
     void FillMenu(Taskmill_TabMenu &menu) override;
     [[nodiscard]] QString HelpId() const override;
+    void FillColumnsMenu(QMenu &menu) override;
     /// That of the current row; an empty record when there is none.
     [[nodiscard]] Taskmill_JobType CurrentJobType() const;
     /// Opens the editor for the current job type; without effect when there is none.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/jobviewers.h"
 
+#include "jobs/jobresult.h"
 #include "viewer/filestreamviewer.h"
 #include "viewer/textview.h"
 
@@ -39,6 +40,15 @@ KilnUtil_FileStreamViewer *ViewFile(const QWidget &parent, const QString &path, 
     return Start(std::make_unique<KilnUtil_FileStreamViewer>(
         parent.window(), path, caption, KilnUtil_FileStreamViewer::OneTimeView, TitleOfFile(path)));
 }
+/// How the job ended is what the user looks for.
+void ShowEnd(KilnUtil_FileStreamViewer &viewer, const Taskmill_JobResult &result)
+{
+    viewer.View().ScrollToEndSlot();
+    if (result.Verdict == Taskmill_Verdict::Error)
+        viewer.MarkLine(result.Message, u"The marked line says why the calculation failed."_s);
+    else if (result.Verdict == Taskmill_Verdict::NotConverged)
+        viewer.MarkLine(result.Message, u"The marked line says that the calculation did not converge."_s);
+}
 } // namespace
 
 bool Taskmill_JobViewers::HasFile(const QString &path)
@@ -51,11 +61,11 @@ void Taskmill_JobViewers::ShowInputFile(QWidget &parent, const QString &jobName,
     ViewFile(parent, path, u"Input file of %1:  %2"_s.arg(jobName, path));
 }
 
-void Taskmill_JobViewers::ShowOutputFile(QWidget &parent, const QString &jobName, const QString &path)
+void Taskmill_JobViewers::ShowOutputFile(QWidget &parent, const QString &jobName, const QString &path,
+                                         const Taskmill_JobResult &result)
 {
-    // How the job ended is what the user looks for.
     if (auto *viewer = ViewFile(parent, path, u"Output file of %1:  %2"_s.arg(jobName, path)))
-        viewer->View().ScrollToEndSlot();
+        ShowEnd(*viewer, result);
 }
 
 void Taskmill_JobViewers::StreamOutputFile(QWidget &parent, const QString &path,
@@ -70,7 +80,8 @@ void Taskmill_JobViewers::StreamOutputFile(QWidget &parent, const QString &path,
     Start(std::move(viewer));
 }
 
-void Taskmill_JobViewers::ShowLog(QWidget &parent, const QString &jobName, const QString &text)
+void Taskmill_JobViewers::ShowLog(QWidget &parent, const QString &jobName, const QString &text,
+                                  const Taskmill_JobResult &result)
 {
     const QString caption = u"Log of "_s + jobName;
     KilnUtil_FileStreamViewer *viewer = Start(std::make_unique<KilnUtil_FileStreamViewer>(
@@ -78,7 +89,7 @@ void Taskmill_JobViewers::ShowLog(QWidget &parent, const QString &jobName, const
     if (!viewer)
         return;
     viewer->AppendLine(text, false);
-    viewer->View().ScrollToEndSlot();
+    ShowEnd(*viewer, result);
 }
 
 void Taskmill_JobViewers::StreamLog(QWidget &parent, const QString &jobName, KilnUtil_Process &process)

@@ -5,10 +5,15 @@
 #include "jobs/jobqueue.h"
 #include "jobs/queuelessjobslist.h"
 #include "kilnutil/error.h"
+#include "manager/exportdialogue.h"
+#include "manager/jobexport.h"
 #include "manager/listings.h"
 #include "manager/queueowner.h"
 #include "processes/process.h"
 #include "ui/contextmenu.h"
+#include "ui/elapsedticker.h"
+#include "ui/filterbar.h"
+#include "ui/jobentries.h"
 #include "ui/jobsmodel.h"
 #include "ui/jobviewers.h"
 #include "ui/queuepausedbar.h"
@@ -87,6 +92,10 @@ void Taskmill_QueueTab::BuildPage(const QString &name)
 {
     m_table = new KilnUtil_TableWidget{m_frame};
     auto *layout = m_frame.MakeLayout();
+    m_filter = new Taskmill_FilterBar{
+        *m_table, *m_model,
+        u"No job is here.\nDrop input files to submit them, or press \"Submit Jobs...\"."_s, m_frame};
+    layout->addWidget(m_filter);
     layout->addWidget(m_table);
     if (m_queue) {
         // Beneath the table, whose rows stay under the pointer when it goes.
@@ -96,8 +105,10 @@ void Taskmill_QueueTab::BuildPage(const QString &name)
         layout->addWidget(m_pausedBar);
     }
     m_frame->setFocusProxy(m_table);
+    m_ticker = new Taskmill_ElapsedTicker{m_frame, *m_table, *m_model};
     m_filler = new Taskmill_TableFiller{m_frame, [this] {
                                             m_table->ChangeRows([this] { m_model->Refresh(); });
+                                            m_ticker->Check();
                                             UpdatePaused();
                                         }};
     BuildTable(name);
@@ -107,11 +118,11 @@ void Taskmill_QueueTab::BuildTable(const QString &name)
 {
     m_table->setAccessibleName(m_owner.ListName());
     m_table->SetAcceptsFiles(true);
-    m_table->SetEmptyText(
-        u"No job is here.\nDrop input files to submit them, or press \"Submit Jobs...\"."_s);
     m_table->SetSourceModel(m_model);
-    m_table->SetColumnHints(Taskmill_Listings::Queue().Widths());
-    m_table->SetElasticColumns(Taskmill_Listings::Queue().LeastWidths());
+    const auto &columns = Taskmill_Listings::QueueTable();
+    m_table->SetColumnHints(columns.Widths());
+    m_table->SetColumnsAtFirst(columns.HiddenColumns(), columns.MovedColumns());
+    m_table->SetElasticColumns(columns.LeastWidths());
     m_table->RememberColumns(name);
     connect(m_table, &KilnUtil_TableWidget::cellDoubleClicked, this,
             &Taskmill_QueueTab::CellDoubleClickedSlot);
@@ -154,6 +165,12 @@ Taskmill_Job *Taskmill_QueueTab::JobOf(int jobID) const
     return jobID == -1 ? nullptr : m_owner.Jobs().FindByJobID(jobID);
 }
 
+const Taskmill_JobRecord *Taskmill_QueueTab::RecordOf(int jobID) const
+{
+    const Taskmill_Job *job = JobOf(jobID);
+    return job ? &job->Record() : nullptr;
+}
+
 QList<int> Taskmill_QueueTab::JobIDsOfRows(const QList<int> &rows) const
 {
     QList<int> positions;
@@ -191,6 +208,16 @@ void Taskmill_QueueTab::ContextMenuSlot(const QPoint &position)
     menu.Run(position);
 }
 
+void Taskmill_QueueTab::FillColumnsMenu(QMenu &menu)
+{
+    m_table->FillColumnsMenu(menu);
+}
+
+void Taskmill_QueueTab::OpenFilter()
+{
+    m_filter->Open();
+}
+
 void Taskmill_QueueTab::FillMenu(Taskmill_TabMenu &menu)
 {
     FillTable();
@@ -210,8 +237,16 @@ void Taskmill_QueueTab::AddEntries(Taskmill_TabMenu &menu, const QList<int> &sel
     menu.AddHelp(m_helpId);
     if (currentJob)
         entries.Refine(*currentJob);
-    menu.WhenChosen([this, entries, selection, currentJobID](const QAction &chosen) {
-        Act(entries, chosen, selection, currentJobID);
+    menu.AddSeparator();
+    const Taskmill_JobEntries jobEntries{
+        menu, {.count = selection.size(),
+               .at = [this, selection](qsizetype place) { return RecordOf(selection[place]); }}};
+    const QAction *exporting = menu.AddEntry(u"Export..."_s, m_table->model()->rowCount() > 0);
+    menu.WhenChosen([this, entries, jobEntries, exporting, selection, currentJobID](const QAction &chosen) {
+        if (&chosen == exporting)
+            Export();
+        else if (!jobEntries.Act(chosen))
+            Act(entries, chosen, selection, currentJobID);
         FillTable();
     });
 }
@@ -239,9 +274,23 @@ void Taskmill_QueueTab::View(const Entries &entries, const QAction &chosen, cons
     else if (&chosen == entries.streamOutputFile)
         Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath(), job.Process());
     else if (&chosen == entries.showLog)
-        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job.OutputNow());
+        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job.OutputNow(), record.Result);
     else if (&chosen == entries.streamLog && job.Process())
         Taskmill_JobViewers::StreamLog(*m_frame, record.Name, *job.Process());
+}
+
+/// The selected jobs or, when there are none, those that are shown.
+void Taskmill_QueueTab::Export()
+{
+    const QList<int> rows = m_table->SelectedRows();
+    const QList<int> jobIDs = JobIDsOfRows(rows.isEmpty() ? m_table->AllRows() : rows);
+    Taskmill_ExportDialogue dialogue{jobIDs.size()};
+    Taskmill_AskThroughPrompt(dialogue);
+    if (dialogue.File().isEmpty())
+        return;
+    Taskmill_JobExport::Begin(
+        dialogue.File(), jobIDs.size(),
+        [this, jobIDs](qsizetype place) { return RecordOf(jobIDs[place]); }, this);
 }
 
 void Taskmill_QueueTab::AskForLimit()
@@ -278,7 +327,7 @@ void Taskmill_QueueTab::CellDoubleClickedSlot(int row, int column)
     else if (isRunning && hasOnlyOutputText && job->Process())
         Taskmill_JobViewers::StreamLog(*m_frame, record.Name, *job->Process());
     else if (hasOnlyOutputText && job->HasOutput())
-        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job->OutputNow());
+        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job->OutputNow(), record.Result);
     else
         Taskmill_JobViewers::ShowInputFile(*m_frame, record.Name, record.InputFilePath);
 }
@@ -286,4 +335,39 @@ void Taskmill_QueueTab::CellDoubleClickedSlot(int row, int column)
 void Taskmill_QueueTab::FilesDroppedSlot(const QStringList &filePaths)
 {
     Q_EMIT FilesDroppedSignal(filePaths, m_owner.Destination());
+}
+
+std::optional<Taskmill_ShownJob> Taskmill_QueueTab::CurrentJob() const
+{
+    const Taskmill_Job *job = m_frame ? JobOf(m_model->JobIDAt(m_table->CurrentPosition())) : nullptr;
+    return job ? std::optional{Taskmill_ShownJob{.Record = job->Record(), .Process = job->Process()}}
+               : std::nullopt;
+}
+
+void Taskmill_QueueTab::ViewOutput(const Taskmill_ShownJob &job) const
+{
+    const Taskmill_JobRecord &record = job.Record;
+    if (Taskmill_JobViewers::HasFile(record.OutputFilePath()))
+        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath(), job.Process);
+    else if (job.Process)
+        Taskmill_JobViewers::StreamLog(*m_frame, record.Name, *job.Process);
+}
+
+void Taskmill_QueueTab::SetProgressText(const std::function<QString(int jobID)> &text)
+{
+    m_model->SetProgressText(text);
+}
+
+bool Taskmill_QueueTab::ChooseJob(int jobID)
+{
+    FillTable();
+    for (int row = 0; row < m_table->model()->rowCount(); ++row) {
+        if (m_model->JobIDAt(m_table->PositionAt(row)) != jobID)
+            continue;
+        m_table->selectRow(row);
+        m_table->scrollTo(m_table->model()->index(row, 0));
+        m_table->setFocus();
+        return true;
+    }
+    return false;
 }

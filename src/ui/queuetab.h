@@ -3,6 +3,7 @@
 
 #include "jobs/destination.h"
 #include "ui/pageframe.h"
+#include "ui/shownjob.h"
 #include "ui/tabmenu.h"
 
 #include <QObject>
@@ -11,6 +12,8 @@ class KilnUtil_TableWidget;
 class QAction;
 class QModelIndex;
 class QPoint;
+class Taskmill_ElapsedTicker;
+class Taskmill_FilterBar;
 class Taskmill_Job;
 class Taskmill_JobQueue;
 class Taskmill_JobsModel;
@@ -18,10 +21,11 @@ class Taskmill_QueueOwner;
 class Taskmill_QueuelessJobsList;
 class Taskmill_QueuePausedBar;
 class Taskmill_TableFiller;
+struct Taskmill_JobRecord;
 
 /// The visible half of the three queue tabs: the page with the table of the jobs, and what its menu, double
 /// clicks and drops do.
-class Taskmill_QueueTab : public QObject, public Taskmill_TabWithMenu
+class Taskmill_QueueTab : public QObject, public Taskmill_TabWithMenu, public Taskmill_TabWithJobs
 {
     Q_OBJECT
 
@@ -33,6 +37,18 @@ public:
     void FillTable();
     void FillMenu(Taskmill_TabMenu &menu) override;
     [[nodiscard]] QString HelpId() const override { return m_helpId; }
+    void FillColumnsMenu(QMenu &menu) override;
+    [[nodiscard]] bool HasFilter() const override { return true; }
+    void OpenFilter() override;
+
+    [[nodiscard]] std::optional<Taskmill_ShownJob> CurrentJob() const override;
+    [[nodiscard]] KilnUtil_TableWidget &JobTable() const override { return *m_table; }
+    [[nodiscard]] QFrame *Page() const override { return m_frame; }
+    void ViewOutput(const Taskmill_ShownJob &job) const override;
+    /// Makes the job's row the current one, and shows it. False when the tab does not have the job.
+    bool ChooseJob(int jobID);
+    /// What the tool tip of a running job's status says; see Taskmill_JobTableModel.
+    void SetProgressText(const std::function<QString(int jobID)> &text);
 
 public Q_SLOTS:
     void FilesDroppedSlot(const QStringList &filePaths);
@@ -61,11 +77,13 @@ private:
     void UpdatePaused();
     void SetPaused(bool paused);
     [[nodiscard]] Taskmill_Job *JobOf(int jobID) const;
+    [[nodiscard]] const Taskmill_JobRecord *RecordOf(int jobID) const;
     [[nodiscard]] QList<int> JobIDsOfRows(const QList<int> &rows) const;
     [[nodiscard]] bool AnyHeld(const QList<int> &jobIDs) const;
     [[nodiscard]] QList<int> SelectionOfMenu(const QModelIndex &clicked) const;
     void AddEntries(Taskmill_TabMenu &menu, const QList<int> &selection);
     void Act(const Entries &entries, const QAction &chosen, const QList<int> &selection, int currentJobID);
+    void Export();
     void View(const Entries &entries, const QAction &chosen, const Taskmill_Job &job);
     void AskForLimit();
 
@@ -76,6 +94,8 @@ private:
     KilnUtil_TableWidget *m_table = nullptr;
     Taskmill_QueuePausedBar *m_pausedBar = nullptr;
     Taskmill_JobsModel *m_model;
+    Taskmill_FilterBar *m_filter = nullptr;
+    Taskmill_ElapsedTicker *m_ticker = nullptr;
     Taskmill_TableFiller *m_filler = nullptr;
     bool m_shownPaused = false;
 };

@@ -207,6 +207,11 @@ void Taskmill_RunningJobsWidget::ContextMenuSlot(const QPoint &position)
     menu.Run(position);
 }
 
+void Taskmill_RunningJobsWidget::FillColumnsMenu(QMenu &menu)
+{
+    m_table->FillColumnsMenu(menu);
+}
+
 QString Taskmill_RunningJobsWidget::HelpId() const
 {
     return helpId;

@@ -36,6 +36,7 @@ public:
     [[nodiscard]] QFrame *Frame() const { return m_frame; }
     void FillMenu(Taskmill_TabMenu &menu) override;
     [[nodiscard]] QString HelpId() const override;
+    void FillColumnsMenu(QMenu &menu) override;
 
 public Q_SLOTS:
     void ContextMenuSlot(const QPoint &position);

@@ -19,7 +19,9 @@ QString EndText(const Taskmill_JobCounts::Ended &job)
 {
     const QDateTime time = job.time.ClockTime();
     const bool isToday = time.date() == QDate::currentDate();
-    return u"Last ended: %1, %2, %3"_s.arg(job.name, Taskmill_JobStatusText(job.status),
+    const QString status = Taskmill_JobStatusText(job.status);
+    return u"Last ended: %1, %2, %3"_s.arg(job.name,
+                                           job.result.isEmpty() ? status : status + u", "_s + job.result.toLower(),
                                            isToday ? time.toString(u"hh:mm"_s) : Taskmill_TimeText(job.time));
 }
 } // namespace
@@ -49,9 +51,10 @@ void Taskmill_StatusLine::ShowCounts(const Taskmill_JobCounts &counts)
     const bool hasLast = !counts.lastEnded.name.isEmpty();
     m_lastEnded->SetText(hasLast ? EndText(counts.lastEnded) : QString{});
     m_mark->setVisible(hasLast);
-    if (m_lastStatus == counts.lastEnded.status)
+    if (m_lastStatus == counts.lastEnded.status && m_lastVerdict == counts.lastEnded.verdict)
         return;
     m_lastStatus = counts.lastEnded.status;
+    m_lastVerdict = counts.lastEnded.verdict;
     DrawMark();
 }
 
@@ -71,5 +74,5 @@ void Taskmill_StatusLine::changeEvent(QEvent *event)
 void Taskmill_StatusLine::DrawMark()
 {
     m_mark->setPixmap(
-        Taskmill_StatusIcon(m_lastStatus).pixmap(QSize{markSize, markSize}, devicePixelRatioF()));
+        Taskmill_StatusIcon(m_lastStatus, m_lastVerdict).pixmap(QSize{markSize, markSize}, devicePixelRatioF()));
 }

@@ -31,4 +31,5 @@ private:
     KilnUtil_ElidedLabel *m_lastEnded;
     QLabel *m_saved;
     Taskmill_JobStatus m_lastStatus = Taskmill_JobStatus::Unknown;
+    Taskmill_Verdict m_lastVerdict = Taskmill_Verdict::None;
 };

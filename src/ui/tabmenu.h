@@ -46,7 +46,7 @@ private:
     Act m_act;
 };
 
-/// A tab that has such a menu.
+/// A tab that has such a menu, and a table.
 class Taskmill_TabWithMenu
 {
 public:
@@ -58,4 +58,9 @@ public:
     virtual void FillMenu(Taskmill_TabMenu &menu) = 0;
     /// Of its page of the manual.
     [[nodiscard]] virtual QString HelpId() const = 0;
+    /// Adds what shows and hides the columns of the table.
+    virtual void FillColumnsMenu(QMenu &menu) = 0;
+    /// The line in which the user says which rows are shown; without effect in a tab that has none.
+    [[nodiscard]] virtual bool HasFilter() const { return false; }
+    virtual void OpenFilter() {}
 };

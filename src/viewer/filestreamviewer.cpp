@@ -148,6 +148,9 @@ void KilnUtil_FileStreamViewer::MakeMenus()
     go->addAction(m_interval > 0 ? u"To the &End, and Follow"_s : u"To the &End"_s, m_view,
                   &KilnUtil_TextView::ScrollToEndSlot)
         ->setShortcut(Qt::CTRL | Qt::Key_End);
+    m_showMark = go->addAction(u"To the &Marked Line"_s, this, &KilnUtil_FileStreamViewer::ShowMarkSlot);
+    m_showMark->setShortcut(Qt::CTRL | Qt::Key_M);
+    m_showMark->setEnabled(false);
 
     m_view->addActions({copy, selectAll, find, save});
     m_view->setContextMenuPolicy(Qt::ActionsContextMenu);
@@ -208,6 +211,41 @@ void KilnUtil_FileStreamViewer::EndFollowingSlot()
     m_refreshTimer.setSingleShot(true);
 }
 
+void KilnUtil_FileStreamViewer::MarkLine(const QString &line, const QString &message)
+{
+    if (line.isEmpty() || m_source->End() == m_source->Begin())
+        return;
+    StopWork({});
+    m_markMessage = message;
+    m_marking = std::make_unique<KilnUtil_TextSearch>(
+        *m_source, line, Qt::CaseSensitive, KilnUtil_TextSearch::Direction::Backward, m_source->End());
+    m_workTimer.start();
+}
+
+void KilnUtil_FileStreamViewer::ShowMarkSlot()
+{
+    m_view->ScrollToMarkSlot();
+    ShowMessage(m_markMessage);
+}
+
+void KilnUtil_FileStreamViewer::StepMarking()
+{
+    switch (m_marking->Step()) {
+    case KilnUtil_TextSearch::Result::Searching:
+        ShowMessage(u"Looking for the line that decides: %1 % (Esc stops)"_s.arg(m_marking->Percent()));
+        return;
+    case KilnUtil_TextSearch::Result::Found:
+        m_view->SetMark(m_marking->FoundBegin(), m_marking->FoundEnd());
+        m_showMark->setEnabled(true);
+        StopWork({});
+        ShowMarkSlot();
+        return;
+    case KilnUtil_TextSearch::Result::NotFound:
+        StopWork({});
+        return;
+    }
+}
+
 void KilnUtil_FileStreamViewer::AppendLine(const QString &text, bool lineFeed)
 {
     if (!m_memory)
@@ -223,6 +261,7 @@ void KilnUtil_FileStreamViewer::RefreshSlot()
     const KilnUtil_TextSource::Change change = m_source->Refresh();
     // First of all: the view's place may be behind the text's end.
     m_view->SourceChanged(change);
+    m_showMark->setEnabled(m_view->HasMark());
     if (change == KilnUtil_TextSource::Change::Replaced && IsBusy())
         StopWork(u"Stopped: the text has changed."_s);
     UpdateStatusSlot();
@@ -335,6 +374,8 @@ void KilnUtil_FileStreamViewer::WorkSlot()
     while (alive && IsBusy() && slice.elapsed() < workSlice) {
         if (m_search)
             StepSearch();
+        else if (m_marking)
+            StepMarking();
         else
             StepSaver();
     }
@@ -377,6 +418,7 @@ void KilnUtil_FileStreamViewer::StopWork(const QString &message)
 {
     m_workTimer.stop();
     m_search.reset();
+    m_marking.reset();
     m_saver.reset();
     ShowMessage(message);
 }

@@ -15,6 +15,7 @@ class KilnUtil_Process;
 class KilnUtil_TextSaver;
 class KilnUtil_TextSearch;
 class KilnUtil_TextView;
+class QAction;
 class QLabel;
 
 /// A window that shows a text: a file, what a process writes, or what it is given by AppendLine(). It deletes
@@ -44,6 +45,9 @@ public:
     /// Opens the source and shows the window. False when the file cannot be read or there is no process; the
     /// caller then deletes the viewer.
     [[nodiscard]] bool Start();
+    /// Looks for the last line that holds this text, marks it and scrolls to it. To be called when the text
+    /// is there. The message then stands in the status line.
+    void MarkLine(const QString &line, const QString &message);
     /// Adds text, and a line feed behind it when asked for. Not for the view of a file.
     void AppendLine(const QString &text, bool lineFeed);
 
@@ -63,6 +67,8 @@ public Q_SLOTS:
     void SaveCopySlot();
     /// Stops a search or the saving of a copy; when there is none, hides the search controls.
     void StopSlot();
+    /// Back to what MarkLine() has found.
+    void ShowMarkSlot();
 
 private Q_SLOTS:
     void FindSlot(bool forward);
@@ -78,6 +84,7 @@ private:
     void ShowMessage(const QString &message);
     [[nodiscard]] bool IsShownFile(const QString &path) const;
     void StepSearch();
+    void StepMarking();
     void StepSaver();
     void StopWork(const QString &message);
 
@@ -92,9 +99,12 @@ private:
     QLabel *m_placeLabel = nullptr;
     QLabel *m_followLabel = nullptr;
     bool m_hasEnded = false; ///< the process that writes the text
-    QString m_message;       ///< shown in place of the source's state
+    QString m_markMessage;   ///< of the line that is looked for; empty when none is
+    QAction *m_showMark = nullptr;
+    QString m_message; ///< shown in place of the source's state
     QTimer m_refreshTimer;
     QTimer m_workTimer; ///< runs whenever the event loop is idle while there is work
     std::unique_ptr<KilnUtil_TextSearch> m_search;
+    std::unique_ptr<KilnUtil_TextSearch> m_marking; ///< looks for the line to be marked
     std::unique_ptr<KilnUtil_TextSaver> m_saver;
 };

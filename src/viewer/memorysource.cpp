@@ -25,6 +25,13 @@ void KilnUtil_MemorySource::Append(QByteArrayView bytes)
     m_begin += dropped;
 }
 
+void KilnUtil_MemorySource::Clear()
+{
+    m_bytes.clear();
+    m_begin = 0;
+    m_seenEnd = 0;
+}
+
 QByteArray KilnUtil_MemorySource::Read(qint64 offset, qint64 count)
 {
     if (offset < m_begin || offset >= End() || count <= 0)

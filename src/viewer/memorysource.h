@@ -20,6 +20,10 @@ public:
     Change Refresh() override;
     [[nodiscard]] QString StateText() const override;
 
+protected:
+    /// Offsets from before mean nothing any more.
+    void Clear();
+
 private:
     qint64 m_capacity;
     qint64 m_begin = 0;

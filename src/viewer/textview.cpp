@@ -20,6 +20,8 @@ constexpr int cursorWidth = 2;
 constexpr int margin = 4;
 constexpr int columnsWanted = 100;
 constexpr int rowsWanted = 36;
+constexpr QColor markColour{0xd9, 0x48, 0x41}; // that of a failed job's status
+constexpr float markShare = 0.16F;             // of it in the ground, on which the text stays readable
 } // namespace
 
 KilnUtil_TextView::KilnUtil_TextView(KilnUtil_TextSource &source, QWidget *parent)
@@ -55,6 +57,7 @@ void KilnUtil_TextView::SourceChanged(KilnUtil_TextSource::Change change)
     if (change == KilnUtil_TextSource::Change::Replaced) {
         m_layouts.clear();
         m_widest = 0;
+        SetMark(0, 0);
         SetSelection(0, 0);
     } else if (!m_layouts.empty()) {
         // Only the last row can have become longer.
@@ -191,6 +194,25 @@ void KilnUtil_TextView::SelectAll()
     SetSelection(m_source.Begin(), m_source.End());
 }
 
+void KilnUtil_TextView::SetMark(qint64 begin, qint64 end)
+{
+    m_markBegin = begin;
+    m_markEnd = end;
+    viewport()->update();
+}
+
+QString KilnUtil_TextView::MarkedText() const
+{
+    return HasMark() ? KilnUtil_TextRows::Text(m_source.Read(m_markBegin, m_markEnd - m_markBegin))
+                     : QString{};
+}
+
+void KilnUtil_TextView::ScrollToMarkSlot()
+{
+    if (HasMark())
+        ShowPlace(m_markBegin);
+}
+
 /// Scrolls as little as needed; a place that is far away comes to the middle.
 void KilnUtil_TextView::ShowPlace(qint64 offset)
 {
@@ -284,11 +306,22 @@ void KilnUtil_TextView::paintEvent(QPaintEvent *event)
     int y = 0;
     for (const Row &row : m_layouts) {
         if (event->rect().intersects({0, y, viewport()->width(), RowHeight()})) {
+            DrawMark(painter, *row, y);
             row->Draw(painter, QPointF(TextX(), y), m_selection.Begin(), m_selection.End(), palette());
             DrawCursor(painter, *row, y);
         }
         y += RowHeight();
     }
+}
+
+void KilnUtil_TextView::DrawMark(QPainter &painter, const KilnUtil_TextRowLayout &row, int y)
+{
+    if (m_markBegin >= row.End() || m_markEnd <= row.Begin())
+        return;
+    QColor ground = markColour;
+    ground.setAlphaF(markShare);
+    painter.fillRect(0, y, viewport()->width(), RowHeight(), ground);
+    painter.fillRect(0, y, margin - 1, RowHeight(), markColour);
 }
 
 void KilnUtil_TextView::DrawCursor(QPainter &painter, const KilnUtil_TextRowLayout &row, int y)

@@ -41,6 +41,13 @@ public:
     void Select(qint64 begin, qint64 end);
     void SelectAll();
 
+    /// Marks the lines of the bytes by the colour of their ground, which stays whatever is selected, until
+    /// the source is replaced; the same place twice marks nothing.
+    void SetMark(qint64 begin, qint64 end);
+    [[nodiscard]] bool HasMark() const { return m_markBegin < m_markEnd; }
+    /// The marked text, for a look at what the user sees.
+    [[nodiscard]] QString MarkedText() const;
+
     /// The row that holds the byte at offset.
     [[nodiscard]] Row RowOf(qint64 offset) const;
     /// The place in the source that is shown there in the viewport.
@@ -61,6 +68,8 @@ public:
 public Q_SLOTS:
     void ScrollToBeginSlot();
     void ScrollToEndSlot();
+    /// Nowhere without a mark.
+    void ScrollToMarkSlot();
 
 Q_SIGNALS:
     void PlaceChangedSignal();
@@ -94,6 +103,7 @@ private:
 
     void PlaceCursorInSight();
     void ShowPlace(qint64 offset);
+    void DrawMark(QPainter &painter, const KilnUtil_TextRowLayout &row, int y);
     void DrawCursor(QPainter &painter, const KilnUtil_TextRowLayout &row, int y);
 
     KilnUtil_TextSource &m_source;
@@ -105,6 +115,8 @@ private:
     qint64 m_lastTop = 0;      ///< where the last row stands at the lower edge
     qint64 m_bytesPerStep = 1; ///< of the scroll bar, which only counts to 2^31
     qreal m_widest = 0;
+    qint64 m_markBegin = 0;
+    qint64 m_markEnd = 0;
     int m_zoom = 0;
     bool m_followsEnd = false;
     bool m_stuckToEnd = true;

@@ -29,6 +29,15 @@ public:
     virtual void FindRanks(int, const TakeRanks &) {}
     virtual void StopFindingRanks() {}
 
+    /// Whether some rows are not to be shown.
+    [[nodiscard]] virtual bool HasFilter() const { return false; }
+    [[nodiscard]] virtual bool IsWanted(int) const { return true; }
+    /// Finds that for each of many rows and gives it to the function later, as ranks.
+    using Wanted = QList<bool>;
+    using TakeWanted = std::function<void(const Wanted &wanted)>;
+    virtual void FindWanted(const TakeWanted &) {}
+    virtual void StopFindingWanted() {}
+
     /// While the model changes its layout: the rows that leave it, from the bottom; the others keep their
     /// order. None when it is another change.
     [[nodiscard]] const KilnUtil_RowRanges &LeavingRows() const { return m_leavingRows; }

@@ -55,8 +55,13 @@ void Proxy::ConnectSource(const QAbstractItemModel &model)
 /// Takes the rows anew, as the source model has them now.
 void Proxy::ReadSource()
 {
-    m_sourceRows.resize(sourceModel() ? sourceModel()->rowCount() : 0);
-    std::iota(m_sourceRows.begin(), m_sourceRows.end(), 0);
+    const int count = sourceModel() ? sourceModel()->rowCount() : 0;
+    QList<int> &rows = AllRows();
+    rows.resize(count);
+    std::iota(rows.begin(), rows.end(), 0);
+    m_isWanted.clear();
+    if (m_isFiltered)
+        (void)WantedOfNew(0, count - 1);
     SortAll();
     FindViewRows();
 }
@@ -84,19 +89,141 @@ bool Proxy::IsBefore(int sourceRow, int otherSourceRow) const
 
 void Proxy::SortAll()
 {
-    if (m_column < 0) {
-        std::ranges::sort(m_sourceRows);
-        return;
-    }
+    QList<int> &rows = AllRows();
     KilnUtil_RowSource *source = ManyRows();
-    if (!source)
-        KilnUtil_TableSortKeys{*sourceModel(), m_column}.Sort(m_sourceRows, m_order);
+    if (m_column < 0)
+        std::ranges::sort(rows);
+    else if (!source)
+        KilnUtil_TableSortKeys{*sourceModel(), m_column}.Sort(rows, m_order);
     else if (const auto ranks = source->RanksAtOnce(m_column))
-        KilnUtil_SortByRanks(m_sourceRows, *ranks, m_order);
+        KilnUtil_SortByRanks(rows, *ranks, m_order);
     else if (m_wanted)
         FindRanks(m_wanted->column, m_wanted->order);
     else
         FindRanks(m_column, m_order);
+    ShowWanted();
+}
+
+void Proxy::ShowWanted()
+{
+    if (!m_isFiltered)
+        return;
+    m_sourceRows.clear();
+    std::ranges::copy_if(std::as_const(m_allRows), std::back_inserter(m_sourceRows),
+                         [this](int row) { return m_isWanted[row]; });
+}
+
+void Proxy::SetIsFiltered(bool isFiltered)
+{
+    if (m_isFiltered == isFiltered)
+        return;
+    if (isFiltered)
+        m_allRows = m_sourceRows;
+    else
+        m_sourceRows = std::exchange(m_allRows, {});
+    m_isFiltered = isFiltered;
+    m_isWanted.clear();
+}
+
+void Proxy::FilterChanged()
+{
+    const auto *source = dynamic_cast<KilnUtil_RowSource *>(sourceModel());
+    const bool hasFilter = source && source->HasFilter();
+    if (hasFilter && ManyRows()) {
+        FindWanted();
+        return;
+    }
+    StopFindingWanted();
+    if (hasFilter || m_isFiltered) {
+        ChangeOrder([&] {
+            SetIsFiltered(hasFilter);
+            if (hasFilter)
+                (void)WantedOfNew(0, static_cast<int>(m_allRows.size()) - 1);
+            ShowWanted();
+        });
+    }
+}
+
+QList<int> Proxy::WantedOfNew(int first, int last)
+{
+    QList<int> rows;
+    m_isWanted.resize(m_isFiltered ? sourceModel()->rowCount() : 0, false);
+    // More than can be asked singly.
+    if (m_isFiltered && ManyRows() && last - first >= mostRowsPlaced) {
+        FindWantedAnewSoon();
+        return rows;
+    }
+    const auto *source = m_isFiltered ? dynamic_cast<KilnUtil_RowSource *>(sourceModel()) : nullptr;
+    for (int row = first; row <= last; ++row) {
+        if (source)
+            m_isWanted[row] = source->IsWanted(row);
+        if (!source || m_isWanted[row])
+            rows.append(row);
+    }
+    return rows;
+}
+
+void Proxy::FindWanted()
+{
+    const bool beginsNow = !std::exchange(m_findsWanted, true);
+    ManyRows()->FindWanted([this](const QList<bool> &wanted) { TakeWanted(wanted); });
+    if (beginsNow)
+        Q_EMIT FilteringSignal();
+}
+
+void Proxy::FindWantedAnewSoon()
+{
+    if (std::exchange(m_findsWantedAnew, true))
+        return;
+    const auto find = [this] {
+        m_findsWantedAnew = false;
+        FilterChanged();
+    };
+    QMetaObject::invokeMethod(this, find, Qt::QueuedConnection);
+}
+
+void Proxy::StopFindingWanted()
+{
+    if (!std::exchange(m_findsWanted, false))
+        return;
+    if (auto *source = dynamic_cast<KilnUtil_RowSource *>(sourceModel()))
+        source->StopFindingWanted();
+    Q_EMIT FilteringSignal();
+}
+
+void Proxy::TakeWanted(QList<bool> wanted)
+{
+    m_findsWanted = false;
+    const auto *source = dynamic_cast<KilnUtil_RowSource *>(sourceModel());
+    const int count = sourceModel()->rowCount();
+    // Those that have come meanwhile.
+    if (count - wanted.size() > mostRowsPlaced) {
+        FindWantedAnewSoon();
+        return;
+    }
+    for (auto row = static_cast<int>(wanted.size()); row < count; ++row)
+        wanted.append(source->IsWanted(row));
+    ChangeOrder([&] {
+        SetIsFiltered(true);
+        m_isWanted = wanted;
+        ShowWanted();
+    });
+    Q_EMIT FilteringSignal();
+}
+
+/// Of rows that have changed.
+void Proxy::UpdateWanted(int first, int last)
+{
+    const auto *source = dynamic_cast<KilnUtil_RowSource *>(sourceModel());
+    QList<bool> wanted = m_isWanted;
+    for (int row = first; row <= last; ++row)
+        wanted[row] = source->IsWanted(row);
+    if (wanted == m_isWanted)
+        return;
+    ChangeOrder([&] {
+        m_isWanted = wanted;
+        ShowWanted();
+    });
 }
 
 KilnUtil_RowSource *Proxy::ManyRows() const
@@ -134,38 +261,39 @@ void Proxy::TakeRanks(const QList<quint32> &ranks)
     m_wanted.reset();
     ChangeOrder([&] {
         QList<int> late;
-        m_sourceRows.removeIf([&](int sourceRow) {
+        AllRows().removeIf([&](int sourceRow) {
             if (sourceRow < ranks.size())
                 return false;
             late.append(sourceRow);
             return true;
         });
-        KilnUtil_SortByRanks(m_sourceRows, ranks, m_order);
+        KilnUtil_SortByRanks(AllRows(), ranks, m_order);
         PlaceRows(late);
     });
 }
 
 void Proxy::PlaceRows(QList<int> rows)
 {
+    QList<int> &all = AllRows();
     if (rows.size() > mostRowsPlaced) {
-        m_sourceRows += rows;
+        all += rows;
         SortAll();
         return;
     }
     std::ranges::stable_sort(rows, [this](int row, int other) { return IsBefore(row, other); });
     // From the end: what is behind each place moves once.
-    qsizetype end = m_sourceRows.size();
-    m_sourceRows.resize(end + rows.size());
+    qsizetype end = all.size();
+    all.resize(end + rows.size());
     for (qsizetype left = rows.size(); left > 0; --left) {
         const int row = rows[left - 1];
-        const auto place = std::upper_bound(m_sourceRows.cbegin(), m_sourceRows.cbegin() + end, row,
+        const auto place = std::upper_bound(all.cbegin(), all.cbegin() + end, row,
                                             [this](int a, int b) { return IsBefore(a, b); }) -
-                           m_sourceRows.cbegin();
-        std::move_backward(m_sourceRows.begin() + place, m_sourceRows.begin() + end,
-                           m_sourceRows.begin() + end + left);
-        m_sourceRows[place + left - 1] = row;
+                           all.cbegin();
+        std::move_backward(all.begin() + place, all.begin() + end, all.begin() + end + left);
+        all[place + left - 1] = row;
         end = place;
     }
+    ShowWanted();
 }
 
 template <typename Change>
@@ -203,53 +331,68 @@ void Proxy::sort(int column, Qt::SortOrder order)
 }
 
 /// Behind those that it is equal to.
-qsizetype Proxy::PlaceOf(int sourceRow) const
+qsizetype Proxy::PlaceOf(int sourceRow, const QList<int> &rows) const
 {
     if (m_column < 0)
-        return std::ranges::upper_bound(m_sourceRows, sourceRow) - m_sourceRows.begin();
+        return std::ranges::upper_bound(rows, sourceRow) - rows.begin();
     const KilnUtil_TableSortKey key = KeyOf(sourceRow);
     const bool ascending = m_order == Qt::AscendingOrder;
     const auto isBefore = [&](const KilnUtil_TableSortKey &, int other) {
         return ascending ? key < KeyOf(other) : KeyOf(other) < key;
     };
-    return std::upper_bound(m_sourceRows.begin(), m_sourceRows.end(), key, isBefore) - m_sourceRows.begin();
+    return std::upper_bound(rows.begin(), rows.end(), key, isBefore) - rows.begin();
 }
 
 void Proxy::SourceRowsInsertedSlot(const QModelIndex &, int first, int last)
 {
     const int count = last - first + 1;
-    if (first < m_sourceRows.size()) {
-        for (int &sourceRow : m_sourceRows) {
-            if (sourceRow >= first)
-                sourceRow += count;
+    const bool hadNone = m_viewRows.isEmpty();
+    if (first < m_viewRows.size()) {
+        const auto shift = [&](QList<int> &rows) {
+            for (int &sourceRow : rows) {
+                if (sourceRow >= first)
+                    sourceRow += count;
+            }
+        };
+        shift(m_sourceRows);
+        if (m_isFiltered) {
+            shift(m_allRows);
+            m_isWanted.insert(first, count, false);
         }
         FindViewRows();
     }
     m_viewRows.resize(sourceModel()->rowCount(), -1);
-    if (m_sourceRows.isEmpty()) {
+    if (hadNone && !m_isFiltered) {
         beginInsertRows({}, 0, count - 1);
         ReadSource();
         endInsertRows();
-    } else if (KilnUtil_AreReportedSingly(count, m_sourceRows.size())) {
-        InsertSingly(first, last);
-    } else {
-        ChangeOrder([&] {
-            QList<int> rows(count);
-            std::iota(rows.begin(), rows.end(), first);
-            if (ManyRows() && m_column >= 0) {
-                PlaceRows(rows);
-            } else {
-                m_sourceRows += rows;
-                SortAll();
-            }
-        });
+        return;
     }
+    const QList<int> wanted = WantedOfNew(first, last);
+    if (KilnUtil_AreReportedSingly(count, m_viewRows.size() - count)) {
+        if (m_isFiltered) {
+            for (int sourceRow = first; sourceRow <= last; ++sourceRow)
+                m_allRows.insert(PlaceOf(sourceRow, m_allRows), sourceRow);
+        }
+        InsertSingly(wanted);
+        return;
+    }
+    ChangeOrder([&] {
+        QList<int> rows(count);
+        std::iota(rows.begin(), rows.end(), first);
+        if (ManyRows() && m_column >= 0) {
+            PlaceRows(rows);
+        } else {
+            AllRows() += rows;
+            SortAll();
+        }
+    });
 }
 
-void Proxy::InsertSingly(int first, int last)
+void Proxy::InsertSingly(const QList<int> &sourceRows)
 {
-    for (int sourceRow = first; sourceRow <= last; ++sourceRow) {
-        const auto place = static_cast<int>(PlaceOf(sourceRow));
+    for (const int sourceRow : sourceRows) {
+        const auto place = static_cast<int>(PlaceOf(sourceRow, m_sourceRows));
         beginInsertRows({}, place, place);
         m_sourceRows.insert(place, sourceRow);
         for (int row = place; row < m_sourceRows.size(); ++row)
@@ -260,9 +403,21 @@ void Proxy::InsertSingly(int first, int last)
 
 void Proxy::SourceRowsAboutToBeRemovedSlot(const QModelIndex &, int first, int last)
 {
-    QList<int> rows = m_viewRows.sliced(first, last - first + 1);
+    QList<int> rows = ShownAmong(first, last);
     std::ranges::sort(rows);
     RemoveViewRows(rows);
+    if (m_isFiltered) {
+        m_allRows.removeIf([&](int sourceRow) { return sourceRow >= first && sourceRow <= last; });
+        m_isWanted.remove(first, last - first + 1);
+    }
+}
+
+/// Their rows of the view, in the order of the source.
+QList<int> Proxy::ShownAmong(int first, int last) const
+{
+    QList<int> rows = m_viewRows.sliced(first, last - first + 1);
+    rows.removeAll(-1);
+    return rows;
 }
 
 /// The rows are in order.
@@ -287,12 +442,22 @@ void Proxy::RemoveViewRows(const QList<int> &rows)
 
 void Proxy::SourceRowsRemovedSlot(const QModelIndex &, int first, int last)
 {
-    for (int &sourceRow : m_sourceRows) {
-        if (sourceRow > last)
-            sourceRow -= last - first + 1;
+    for (QList<int> *rows : {&m_sourceRows, &m_allRows}) {
+        for (int &sourceRow : *rows) {
+            if (sourceRow > last)
+                sourceRow -= last - first + 1;
+        }
     }
     FindViewRows();
+    FindAnewSoon();
+}
+
+/// What was being found is that of the rows as they were.
+void Proxy::FindAnewSoon()
+{
     FindRanksAnewSoon();
+    if (m_findsWanted)
+        FindWantedAnewSoon();
 }
 
 void Proxy::SourceDataChangedSlot(const QModelIndex &topLeft, const QModelIndex &bottomRight,
@@ -300,6 +465,8 @@ void Proxy::SourceDataChangedSlot(const QModelIndex &topLeft, const QModelIndex 
 {
     ReportChangedRows(topLeft, bottomRight, roles);
     const bool orderMayChange = roles.isEmpty() || roles.contains(SortRole);
+    if (orderMayChange && m_isFiltered)
+        UpdateWanted(topLeft.row(), bottomRight.row());
     if (orderMayChange && m_column >= topLeft.column() && m_column <= bottomRight.column())
         PutInPlace(topLeft.row(), bottomRight.row());
 }
@@ -310,13 +477,12 @@ void Proxy::ReportChangedRows(const QModelIndex &topLeft, const QModelIndex &bot
     const auto report = [&](int first, int last) {
         Q_EMIT dataChanged(index(first, topLeft.column()), index(last, bottomRight.column()), roles);
     };
-    const auto begin = m_viewRows.cbegin() + topLeft.row();
-    const auto end = m_viewRows.cbegin() + bottomRight.row() + 1;
-    if (end - begin > mostChangesReportedSingly) {
-        const auto [first, last] = std::minmax_element(begin, end);
-        report(*first, *last);
+    const QList<int> rows = ShownAmong(topLeft.row(), bottomRight.row());
+    if (rows.size() > mostChangesReportedSingly) {
+        const auto [first, last] = std::ranges::minmax(rows);
+        report(first, last);
     } else {
-        std::for_each(begin, end, [&](int row) { report(row, row); });
+        std::ranges::for_each(rows, [&](int row) { report(row, row); });
     }
 }
 
@@ -330,17 +496,22 @@ bool Proxy::IsOutOfPlace(qsizetype viewRow) const
 /// Of source rows that have changed.
 void Proxy::PutInPlace(int first, int last)
 {
-    const auto changed = m_viewRows.sliced(first, last - first + 1);
-    if (std::ranges::none_of(changed, [this](int row) { return IsOutOfPlace(row); }))
+    const QList<int> changed = ShownAmong(first, last);
+    // What is not shown may be anywhere.
+    const bool areInPlace = !m_isFiltered && std::ranges::none_of(
+                                                 changed, [this](int row) { return IsOutOfPlace(row); });
+    if (areInPlace)
         return;
-    if (changed.size() > mostChangesReportedSingly) {
+    if (last - first >= mostChangesReportedSingly) {
         ChangeOrder([this] { SortAll(); });
         return;
     }
     ChangeOrder([&] {
-        m_sourceRows.removeIf([&](int sourceRow) { return sourceRow >= first && sourceRow <= last; });
+        QList<int> &rows = AllRows();
+        rows.removeIf([&](int sourceRow) { return sourceRow >= first && sourceRow <= last; });
         for (int sourceRow = first; sourceRow <= last; ++sourceRow)
-            m_sourceRows.insert(PlaceOf(sourceRow), sourceRow);
+            rows.insert(PlaceOf(sourceRow, rows), sourceRow);
+        ShowWanted();
     });
 }
 
@@ -352,9 +523,16 @@ void Proxy::SourceLayoutAboutToBeChangedSlot()
         return;
     }
     Q_EMIT layoutAboutToBeChanged({}, VerticalSortHint);
-    m_rowsBefore.reserve(static_cast<size_t>(m_sourceRows.size()));
-    for (const int sourceRow : std::as_const(m_sourceRows))
-        m_rowsBefore.emplace_back(sourceModel()->index(sourceRow, 0));
+    const auto placesOf = [this](const QList<int> &rows) {
+        std::vector<QPersistentModelIndex> places;
+        places.reserve(static_cast<size_t>(rows.size()));
+        for (const int sourceRow : rows)
+            places.emplace_back(sourceModel()->index(sourceRow, 0));
+        return places;
+    };
+    m_rowsBefore = placesOf(m_sourceRows);
+    if (m_isFiltered)
+        m_allRowsBefore = placesOf(m_allRows);
 }
 
 /// Before the source has removed them, in the order of the view.
@@ -369,6 +547,8 @@ void Proxy::RemoveLeavingRows(const KilnUtil_RowRanges &leaving)
             rows.append(row);
     }
     RemoveViewRows(rows);
+    if (m_isFiltered)
+        m_allRows.removeIf([&leaves](int sourceRow) { return leaves[sourceRow]; });
     // What the source rows are called from now on.
     QList<int> rowsNow(leaves.size());
     int now = 0;
@@ -377,32 +557,48 @@ void Proxy::RemoveLeavingRows(const KilnUtil_RowRanges &leaving)
     m_rowsNow = rowsNow;
 }
 
+void Proxy::TakeNewNumbers()
+{
+    for (QList<int> *rows : {&m_sourceRows, &m_allRows}) {
+        for (int &sourceRow : *rows)
+            sourceRow = m_rowsNow[sourceRow];
+    }
+    qsizetype row = 0;
+    m_isWanted.removeIf([&](bool) { return m_rowsNow[row++] < 0; });
+    m_rowsNow.clear();
+}
+
 void Proxy::SourceLayoutChangedSlot()
 {
     if (!m_rowsNow.isEmpty()) {
-        for (int &sourceRow : m_sourceRows)
-            sourceRow = m_rowsNow[sourceRow];
-        m_rowsNow.clear();
+        TakeNewNumbers();
         FindViewRows();
-        FindRanksAnewSoon();
+        FindAnewSoon();
         return;
     }
     const QModelIndexList before = persistentIndexList();
-    m_sourceRows.clear();
-    for (const QPersistentModelIndex &row : m_rowsBefore) {
+    QList<int> &rows = AllRows();
+    rows.clear();
+    for (const QPersistentModelIndex &row : m_isFiltered ? m_allRowsBefore : m_rowsBefore) {
         if (row.isValid())
-            m_sourceRows.append(row.row());
+            rows.append(row.row());
     }
     if (m_column < 0)
-        std::ranges::sort(m_sourceRows);
+        std::ranges::sort(rows);
+    m_isWanted.clear();
+    if (m_isFiltered)
+        (void)WantedOfNew(0, sourceModel()->rowCount() - 1);
+    ShowWanted();
     FindViewRows();
     QModelIndexList after;
     after.reserve(before.size());
     for (const QModelIndex &place : before) {
         const QPersistentModelIndex &row = m_rowsBefore[static_cast<size_t>(place.row())];
-        after.append(row.isValid() ? createIndex(m_viewRows[row.row()], place.column()) : QModelIndex{});
+        const int now = row.isValid() ? m_viewRows[row.row()] : -1;
+        after.append(now < 0 ? QModelIndex{} : createIndex(now, place.column()));
     }
     m_rowsBefore = {};
+    m_allRowsBefore = {};
     changePersistentIndexList(before, after);
     Q_EMIT layoutChanged({}, VerticalSortHint);
 }

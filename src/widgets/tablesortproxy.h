@@ -14,8 +14,8 @@ struct KilnUtil_RowRange;
 /// Sorts the rows of a table model: numbers by size, everything else as text without regard to case. Rows
 /// that are equal keep the order in which they stood. Made for tables of a hundred thousand rows: one change
 /// costs no more than a walk through a list of numbers. More are sorted by the ranks that a
-/// KilnUtil_RowSource finds; until it has them the rows stand as before. The source model's columns stay what
-/// they are.
+/// KilnUtil_RowSource finds; until it has them the rows stand as before. Rows that such a source does not want
+/// are not there; many are found in the same way. The source model's columns stay what they are.
 class KilnUtil_TableSortProxy final : public QAbstractProxyModel
 {
     Q_OBJECT
@@ -33,6 +33,11 @@ public:
     /// Column -1 shows the rows in the order of the source model.
     void sort(int column, Qt::SortOrder order) override;
 
+    /// The source model wants other rows than before.
+    void FilterChanged();
+    /// Whether it is still being found which those are.
+    [[nodiscard]] bool IsFiltering() const { return m_findsWanted; }
+
     [[nodiscard]] int SourceRowAt(int row) const { return m_sourceRows[row]; }
     [[nodiscard]] QModelIndex mapToSource(const QModelIndex &index) const override;
     [[nodiscard]] QModelIndex mapFromSource(const QModelIndex &index) const override;
@@ -44,6 +49,10 @@ public:
     /// seconds.
     [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
     [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+Q_SIGNALS:
+    /// IsFiltering() is another.
+    void FilteringSignal();
 
 private Q_SLOTS:
     void SourceRowsInsertedSlot(const QModelIndex &parent, int first, int last);
@@ -66,25 +75,42 @@ private:
     /// The same when the source model is what its rows say again.
     void FindRanksAnewSoon();
     void TakeRanks(const QList<quint32> &ranks);
+    /// All source rows in their order, those that are not wanted among them.
+    [[nodiscard]] QList<int> &AllRows() { return m_isFiltered ? m_allRows : m_sourceRows; }
+    void ShowWanted();
+    void SetIsFiltered(bool isFiltered);
+    /// Those that are wanted of so many new rows; none while that is still to be found out.
+    [[nodiscard]] QList<int> WantedOfNew(int first, int last);
+    void FindWanted();
+    void FindWantedAnewSoon();
+    void StopFindingWanted();
+    void TakeWanted(QList<bool> wanted);
+    void UpdateWanted(int first, int last);
     /// Puts rows that are not there yet in their places.
     void PlaceRows(QList<int> rows);
-    void InsertSingly(int first, int last);
+    void InsertSingly(const QList<int> &sourceRows);
     /// By the column that the rows are sorted by; equal rows are not before each other.
     [[nodiscard]] bool IsBefore(int sourceRow, int otherSourceRow) const;
     [[nodiscard]] KilnUtil_TableSortKey KeyOf(int sourceRow) const;
-    [[nodiscard]] qsizetype PlaceOf(int sourceRow) const;
+    [[nodiscard]] qsizetype PlaceOf(int sourceRow, const QList<int> &rows) const;
     [[nodiscard]] bool IsOutOfPlace(qsizetype viewRow) const;
     void ReportChangedRows(const QModelIndex &topLeft, const QModelIndex &bottomRight,
                            const QList<int> &roles);
     void PutInPlace(int first, int last);
+    [[nodiscard]] QList<int> ShownAmong(int first, int last) const;
     void RemoveViewRows(const QList<int> &rows);
+    void TakeNewNumbers();
+    void FindAnewSoon();
     void RemoveLeavingRows(const QList<KilnUtil_RowRange> &leaving);
     /// Calls what changes m_sourceRows at many places, and leads the places that views hold to their rows.
     template <typename Change>
     void ChangeOrder(Change change);
 
     QList<int> m_sourceRows; ///< by row of the view
-    QList<int> m_viewRows; ///< by source row; -1 for a row that is about to be removed, or is not placed yet
+    QList<int> m_viewRows; ///< by source row; -1 for one that is about to be removed, not placed yet, or not wanted
+    bool m_isFiltered = false;
+    QList<int> m_allRows;   ///< while filtered: the source rows in the order of the view, wanted or not
+    QList<bool> m_isWanted; ///< while filtered, by source row
     QList<int> m_rowsNow;  ///< by source row as before, while rows leave the source
     int m_column = -1;
     Qt::SortOrder m_order = Qt::AscendingOrder;
@@ -94,6 +120,9 @@ private:
         Qt::SortOrder order;
     };
     bool m_findsRanksAnew = false;
+    bool m_findsWanted = false;
+    bool m_findsWantedAnew = false;
     std::optional<Order> m_wanted;                   ///< while its ranks are being found
     std::vector<QPersistentModelIndex> m_rowsBefore; ///< while the source changes its layout
+    std::vector<QPersistentModelIndex> m_allRowsBefore; ///< the same of those that are not wanted, too
 };

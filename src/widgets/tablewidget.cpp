@@ -11,6 +11,7 @@
 #include <QGuiApplication>
 #include <QHeaderView>
 #include <QHelpEvent>
+#include <QMenu>
 #include <QPainter>
 #include <QScopedValueRollback>
 #include <QScrollBar>
@@ -19,6 +20,7 @@
 #include <QtMath>
 
 #include <algorithm>
+#include <numeric>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -70,6 +72,8 @@ void KilnUtil_TableWidget::SetUpHeaders()
     columns->setStretchLastSection(true);
     columns->setSectionsMovable(true);
     columns->setHighlightSections(false);
+    columns->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(columns, &QWidget::customContextMenuRequested, this, &KilnUtil_TableWidget::HeaderMenuSlot);
     columns->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     columns->setSortIndicator(0, Qt::AscendingOrder);
     setSortingEnabled(true);
@@ -129,7 +133,7 @@ void KilnUtil_TableWidget::FitColumns()
     };
     int lacking = -viewport()->width();
     int spare = 0;
-    for (int column = 0; column < columns->count(); ++column) {
+    for (const int column : ShownColumns()) {
         lacking += wanted(column);
         if (m_elasticColumns.contains(column))
             spare += wanted(column) - WidthOf(m_elasticColumns[column]);
@@ -137,6 +141,8 @@ void KilnUtil_TableWidget::FitColumns()
     const double share = spare > 0 ? qBound(0.0, static_cast<double>(lacking) / spare, 1.0) : 0.0;
     const QScopedValueRollback setting{m_settingWidths, true};
     for (const auto &[column, least] : m_elasticColumns.asKeyValueRange()) {
+        if (isColumnHidden(column))
+            continue;
         const int width = wanted(column);
         setColumnWidth(column, width - qCeil((width - WidthOf(least)) * share));
     }
@@ -148,59 +154,206 @@ void KilnUtil_TableWidget::resizeEvent(QResizeEvent *event)
     FitColumns();
 }
 
+void KilnUtil_TableWidget::SetColumnsAtFirst(const QList<int> &hidden, const QMap<int, int> &standingBehind)
+{
+    m_hiddenAtFirst = hidden;
+    m_behindAtFirst = standingBehind;
+    PlaceColumnsAsAtFirst();
+}
+
 void KilnUtil_TableWidget::RememberColumns(const QString &name)
 {
-    m_columnsKey = u"/Tables/%1/Columns"_s.arg(name);
+    m_settingsKey = u"/Tables/%1/"_s.arg(name);
     RestoreColumns();
+    RestoreOrder();
     connect(horizontalHeader(), &QHeaderView::sectionMoved, &m_saveTimer, qOverload<>(&QTimer::start));
+    connect(horizontalHeader(), &QHeaderView::sortIndicatorChanged, &m_saveTimer,
+            qOverload<>(&QTimer::start));
+}
+
+/// From the left.
+QList<int> KilnUtil_TableWidget::ShownColumns() const
+{
+    const QHeaderView *columns = horizontalHeader();
+    QList<int> shown;
+    for (int place = 0; place < columns->count(); ++place) {
+        if (!columns->isSectionHidden(columns->logicalIndex(place)))
+            shown.append(columns->logicalIndex(place));
+    }
+    return shown;
 }
 
 void KilnUtil_TableWidget::ColumnResizedSlot(int column)
 {
     // The last one follows the window.
-    if (m_settingWidths || horizontalHeader()->visualIndex(column) == horizontalHeader()->count() - 1)
+    if (m_settingWidths || column == ShownColumns().last())
         return;
     m_hasUserWidths = true;
-    if (!m_columnsKey.isEmpty())
+    if (!m_settingsKey.isEmpty())
         m_saveTimer.start();
 }
 
-/// The setting is a list of "column:width" in the order in which the columns stand. The last one is as wide
-/// as the window lets it be, which is written as 0.
+/// The setting is a list of "column:width" in the order in which the columns stand, ":hidden" behind those that
+/// are not shown. The last one that is shown is as wide as the window lets it be, which is written as 0, as are all
+/// while the user has set none.
 void KilnUtil_TableWidget::SaveColumnsSlot()
 {
     const QHeaderView *columns = horizontalHeader();
+    const int last = ShownColumns().last();
     QStringList saved;
     for (int place = 0; place < columns->count(); ++place) {
         const int column = columns->logicalIndex(place);
-        const bool isLast = place == columns->count() - 1;
-        saved.append(u"%1:%2"_s.arg(column).arg(isLast ? 0 : columns->sectionSize(column)));
+        const bool hasWidth = m_hasUserWidths && column != last;
+        const QString text = u"%1:%2"_s.arg(column).arg(hasWidth ? columns->sectionSize(column) : 0);
+        saved.append(columns->isSectionHidden(column) ? text + u":hidden"_s : text);
     }
-    KilnUtil_Registry::SetValue(m_columnsKey, saved);
+    KilnUtil_Registry::SetValue(m_settingsKey + u"Columns"_s, saved);
+    KilnUtil_Registry::SetValue(m_settingsKey + u"Order"_s,
+                                u"%1:%2"_s.arg(columns->sortIndicatorSection())
+                                    .arg(columns->sortIndicatorOrder() == Qt::AscendingOrder ? u"up" : u"down"));
+}
+
+void KilnUtil_TableWidget::PutBehindOther(int column)
+{
+    QHeaderView *columns = horizontalHeader();
+    const int from = columns->visualIndex(column);
+    const int behind = columns->visualIndex(m_behindAtFirst.value(column));
+    columns->moveSection(from, from > behind ? behind + 1 : behind);
+}
+
+void KilnUtil_TableWidget::PlaceColumnsAsAtFirst()
+{
+    QHeaderView *columns = horizontalHeader();
+    const QScopedValueRollback setting{m_settingWidths, true};
+    for (int column = 0; column < columns->count(); ++column) {
+        columns->moveSection(columns->visualIndex(column), column);
+        columns->setSectionHidden(column, m_hiddenAtFirst.contains(column));
+    }
+    for (const int column : m_behindAtFirst.keys())
+        PutBehindOther(column);
 }
 
 void KilnUtil_TableWidget::RestoreColumns()
 {
     QHeaderView *columns = horizontalHeader();
-    const QStringList saved = KilnUtil_Registry::Value(m_columnsKey).toStringList();
+    const QStringList saved = KilnUtil_Registry::Value(m_settingsKey + u"Columns"_s).toStringList();
     const QScopedValueRollback setting{m_settingWidths, true};
-    m_hasUserWidths = !saved.isEmpty();
-    int place = 0;
+    m_hasUserWidths = false;
+    QList<int> known;
     for (const QString &entry : saved) {
         const QStringList parts = entry.split(u':');
         bool hasColumn = false;
         bool hasWidth = false;
         const int column = parts.first().toInt(&hasColumn);
-        const int width = parts.last().toInt(&hasWidth);
+        const int width = parts.value(1).toInt(&hasWidth);
         // Another version of the program may have had other columns.
         if (!hasColumn || !hasWidth || column < 0 || column >= columns->count())
             continue;
-        if (width > 0)
+        columns->setSectionHidden(column, parts.value(2) == "hidden"_L1);
+        if (width > 0) {
             columns->resizeSection(column, qBound(columns->minimumSectionSize(), width, widestColumn));
-        if (columns->visualIndex(column) > place)
-            columns->moveSection(columns->visualIndex(column), place);
-        ++place;
+            m_hasUserWidths = true;
+        }
+        if (known.contains(column))
+            continue;
+        columns->moveSection(columns->visualIndex(column), static_cast<int>(known.size()));
+        known.append(column);
     }
+    for (const int column : m_behindAtFirst.keys()) {
+        if (!known.isEmpty() && !known.contains(column))
+            PutBehindOther(column);
+    }
+    if (ShownColumns().isEmpty())
+        columns->setSectionHidden(0, false);
+}
+
+void KilnUtil_TableWidget::RestoreOrder()
+{
+    const QStringList saved =
+        KilnUtil_Registry::Value(m_settingsKey + u"Order"_s).toString().split(u':');
+    bool hasColumn = false;
+    const int column = saved.first().toInt(&hasColumn);
+    if (hasColumn && column >= 0 && column < horizontalHeader()->count())
+        sortByColumn(column, saved.last() == "down"_L1 ? Qt::DescendingOrder : Qt::AscendingOrder);
+}
+
+void KilnUtil_TableWidget::ColumnsChanged()
+{
+    FitColumns();
+    if (!m_settingsKey.isEmpty())
+        m_saveTimer.start();
+}
+
+void KilnUtil_TableWidget::ShowColumn(int column, bool isShown)
+{
+    {
+        const QScopedValueRollback setting{m_settingWidths, true};
+        setColumnHidden(column, !isShown);
+        // One that was hidden when it was saved has no width.
+        if (isShown && columnWidth(column) <= horizontalHeader()->minimumSectionSize())
+            setColumnWidth(column, WidthOf(m_columnHints.value(column)));
+    }
+    ColumnsChanged();
+}
+
+void KilnUtil_TableWidget::MoveCurrentColumn(int places)
+{
+    const QList<int> shown = ShownColumns();
+    const qsizetype place = shown.indexOf(currentIndex().column());
+    if (place < 0 || place + places < 0 || place + places >= shown.size())
+        return;
+    QHeaderView *columns = horizontalHeader();
+    columns->moveSection(columns->visualIndex(shown[place]), columns->visualIndex(shown[place + places]));
+    scrollTo(currentIndex());
+}
+
+void KilnUtil_TableWidget::ShowColumnsAsAtFirst()
+{
+    PlaceColumnsAsAtFirst();
+    ApplyHints();
+    m_hasUserWidths = false;
+    ColumnsChanged();
+}
+
+void KilnUtil_TableWidget::FillColumnsMenu(QMenu &menu)
+{
+    const QList<int> shown = ShownColumns();
+    for (int place = 0; place < horizontalHeader()->count(); ++place) {
+        const int column = horizontalHeader()->logicalIndex(place);
+        QAction *entry = menu.addAction(model()->headerData(column, Qt::Horizontal).toString(), this,
+                                        [this, column](bool isShown) { ShowColumn(column, isShown); });
+        entry->setCheckable(true);
+        entry->setChecked(shown.contains(column));
+        // One must be left, by whose header the others can come back.
+        entry->setEnabled(shown != QList{column});
+    }
+    menu.addSeparator();
+    // For the keyboard; the mouse drags headers.
+    const qsizetype current = shown.indexOf(currentIndex().column());
+    menu.addAction(u"Move Current Column Left"_s, this, [this] { MoveCurrentColumn(-1); })
+        ->setEnabled(current > 0);
+    menu.addAction(u"Move Current Column Right"_s, this, [this] { MoveCurrentColumn(1); })
+        ->setEnabled(current >= 0 && current < shown.size() - 1);
+    menu.addAction(u"Columns as at First"_s, this, &KilnUtil_TableWidget::ShowColumnsAsAtFirst);
+}
+
+void KilnUtil_TableWidget::HeaderMenuSlot(const QPoint &position)
+{
+    QMenu menu{this};
+    FillColumnsMenu(menu);
+    menu.exec(horizontalHeader()->viewport()->mapToGlobal(position));
+}
+
+void KilnUtil_TableWidget::FilterChanged()
+{
+    constexpr qsizetype mostKept = 1000;
+    qsizetype selected = 0;
+    const QItemSelection selection = selectionModel()->selection();
+    for (const QItemSelectionRange &range : selection)
+        selected += range.height();
+    if (selected > mostKept)
+        clearSelection();
+    ChangeRows([this] { m_proxy->FilterChanged(); });
 }
 
 void KilnUtil_TableWidget::SetEmptyText(const QString &text)
@@ -230,9 +383,16 @@ QList<int> KilnUtil_TableWidget::SelectedRows() const
     return rows;
 }
 
-QList<int> KilnUtil_TableWidget::PositionsOfSelectedRows() const
+QList<int> KilnUtil_TableWidget::AllRows() const
 {
-    QList<int> positions = SelectedRows();
+    QList<int> rows(model()->rowCount());
+    std::iota(rows.begin(), rows.end(), 0);
+    return rows;
+}
+
+QList<int> KilnUtil_TableWidget::PositionsOf(const QList<int> &rows) const
+{
+    QList<int> positions = rows;
     for (int &position : positions)
         position = m_proxy->SourceRowAt(position);
     return positions;

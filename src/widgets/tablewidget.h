@@ -9,6 +9,7 @@
 
 class KilnUtil_TableSortProxy;
 class QDropEvent;
+class QMenu;
 
 /// A table of whole rows that the user can sort, and onto which files can be dropped. Rows and columns in its
 /// signals are those of the view: what stands behind a row is found through the data of its cells.
@@ -31,9 +32,14 @@ public:
     /// Columns that are narrower at first, down to so many characters, where the others would not be in view
     /// otherwise. They follow the width of the table until the user sets the width of a column.
     void SetElasticColumns(const QMap<int, int> &leastCharacters);
-    /// Restores what was saved under that name, and saves from then on what the user does to the widths and
-    /// the order of the columns. To be called when the model and the hints are there.
+    /// At first these columns are hidden, and those of the map stand behind the other one.
+    void SetColumnsAtFirst(const QList<int> &hidden, const QMap<int, int> &standingBehind);
+    /// Restores what was saved under that name, and saves from then on what the user does to the columns: their
+    /// widths and their order, which of them are shown, and by which the rows are sorted. To be called when
+    /// the model and the hints are there. A column that was not known when they were saved is as at first.
     void RememberColumns(const QString &name);
+    /// Adds what shows and hides columns, as the menu of the headers does. The table outlives the menu.
+    void FillColumnsMenu(QMenu &menu);
 
     /// Shown in place of rows as long as there are none.
     void SetEmptyText(const QString &text);
@@ -42,13 +48,20 @@ public:
 
     /// The selected rows of the view, from the top.
     [[nodiscard]] QList<int> SelectedRows() const;
-    /// What the cells of the selected rows hold under KilnUtil_TableSortProxy::PositionRole, where that is
-    /// the row of the source model.
-    [[nodiscard]] QList<int> PositionsOfSelectedRows() const;
+    [[nodiscard]] QList<int> AllRows() const;
+    /// What the cells of these rows hold under KilnUtil_TableSortProxy::PositionRole, where that is the row of
+    /// the source model.
+    [[nodiscard]] QList<int> PositionsOf(const QList<int> &rows) const;
+    [[nodiscard]] QList<int> PositionsOfSelectedRows() const { return PositionsOf(SelectedRows()); }
     /// What the cell holds under KilnUtil_TableSortProxy::PositionRole; -1 when there is no such cell.
     [[nodiscard]] int PositionAt(int row) const;
     /// The same of the current cell.
     [[nodiscard]] int CurrentPosition() const;
+
+    [[nodiscard]] const KilnUtil_TableSortProxy &Rows() const { return *m_proxy; }
+    /// The source model wants other rows than before. Where many were selected, none is any more: one that is not
+    /// shown is never acted on.
+    void FilterChanged();
 
     /// Calls what changes the rows and keeps those in view where they are. At its very top the table stays
     /// there, where new rows may come.
@@ -83,6 +96,7 @@ protected:
 
 private Q_SLOTS:
     void SaveColumnsSlot();
+    void HeaderMenuSlot(const QPoint &position);
     void ColumnResizedSlot(int column);
 
 private:
@@ -91,7 +105,15 @@ private:
     void ApplyHints();
     [[nodiscard]] int WidthOf(int characters) const;
     void FitColumns();
+    void PlaceColumnsAsAtFirst();
+    void PutBehindOther(int column);
     void RestoreColumns();
+    void RestoreOrder();
+    void ShowColumn(int column, bool isShown);
+    void MoveCurrentColumn(int places);
+    void ShowColumnsAsAtFirst();
+    void ColumnsChanged();
+    [[nodiscard]] QList<int> ShownColumns() const;
     [[nodiscard]] bool ShowWholeText(const QHelpEvent &event);
     void AcceptDrop(QDropEvent *event);
     void SetDropHover(bool hover);
@@ -99,9 +121,11 @@ private:
     KilnUtil_TableSortProxy *m_proxy;
     QList<int> m_columnHints;
     QMap<int, int> m_elasticColumns; ///< least numbers of characters
+    QList<int> m_hiddenAtFirst;
+    QMap<int, int> m_behindAtFirst;
     bool m_hasUserWidths = false;
     bool m_settingWidths = false; ///< it is not the user who does
-    QString m_columnsKey;         ///< of the user's setting; empty when the columns are not remembered
+    QString m_settingsKey;        ///< of the user's settings; empty when the columns are not remembered
     QString m_emptyText;
     QTimer m_saveTimer;       ///< a drag changes a width many times
     QPoint m_placeOfKeyboard; ///< column and row of the last current cell

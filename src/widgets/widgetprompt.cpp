@@ -275,6 +275,15 @@ QString KilnUtil_WidgetPrompt::AskSaveFileName(const QString &title, const QStri
     QFileDialog dialog{Parent(), title};
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setFileMode(QFileDialog::AnyFile);
+    // Where there are several kinds of files, a name without an ending gets that of the chosen kind.
+    const auto useEndingOf = [&dialog](const QString &kind) {
+        dialog.setDefaultSuffix(kind.section(u"*."_s, 1).section(u')', 0, 0));
+    };
+    const QStringList kinds = filter.split(u";;"_s);
+    if (kinds.size() > 1) {
+        useEndingOf(kinds.first());
+        QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog, useEndingOf);
+    }
     return ChosenFile(dialog, directory, filter);
 }
 

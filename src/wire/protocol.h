@@ -22,6 +22,11 @@ constexpr std::string_view Taskmill_WireJobQueue =
 constexpr std::string_view Taskmill_WireQueuePaused = "queuepaused="; ///< "yes" or "no"
 constexpr std::string_view Taskmill_WireJobInputFile = "jobinputfile=";
 
+/// In a submission: the notification has one more line, its last one, with what the job's calculation came
+/// to: normal, not-converged, error or none.
+constexpr std::string_view Taskmill_WireClientResult = "clientresult=yes";
+constexpr std::string_view Taskmill_WireJobResult = "jobresult=";
+
 /// The queues in requests and answers; the last two are both the list of the jobs that run at once.
 constexpr std::array<std::string_view, 4> Taskmill_WireQueues{"long", "short", "none", "queueless"};
 

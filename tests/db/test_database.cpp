@@ -133,6 +133,8 @@ private Q_SLOTS:
             jobs[0].Run = u"run@machine"_s;
             if (table < 3)
                 jobs[0].Status = Taskmill_JobStatus::Running;
+            else
+                AddSampleEnd(jobs[0]);
             for (Taskmill_JobRecord &job : jobs) {
                 job.QueueName = queues[table];
                 QVERIFY((*database.*inserts[table])(job, true, nullptr));

@@ -66,6 +66,13 @@ private Q_SLOTS:
         QCOMPARE(message(), lines + "\njobchkfile1=/W/B.chk");
         job.CheckpointFile = u"/W/A.chk"_s;
         QCOMPARE(message(), lines + "\njobchkfile=/W/A.chk\njobchkfile1=/W/B.chk");
+        job.Result.Verdict = Taskmill_Verdict::Error;
+        QVERIFY(!Taskmill_SaysResult(message()));
+        job.ClientResult = true;
+        QByteArray withResult = message();
+        QCOMPARE(withResult, lines + "\njobchkfile=/W/A.chk\njobchkfile1=/W/B.chk\njobresult=error");
+        Taskmill_SetResult(withResult, {});
+        QVERIFY(withResult.endsWith("/W/B.chk\njobresult=none"));
     }
 };
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "db/databasetestutil.h"
 #include "manager/finishedjobs.h"
+#include "manager/jobfilter.h"
 #include "manager/listings.h"
 #include "manager/outbox.h"
-#include "manager/timetext.h"
 #include "support/testmanager.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -30,15 +30,24 @@ Taskmill_JobRecord Job(int number)
     job.Status = number % 5 == 0 ? Taskmill_JobStatus::Failed : Taskmill_JobStatus::Completed;
     job.StdOutAndStdErr = u"output %1"_s.arg(number);
     job.Submitted = QDateTime{{2024 + number % 3, 1 + number % 12, 1 + number % 28}, {1, 2, number % 60}};
+    job.Finished = QDateTime{{2024, 2, 29}, {1, number * 13 % 60, number % 60}};
+    job.InputFilePath = u"/data/run %1/in.mop"_s.arg(number % 30);
+    if (number % 4 != 0) {
+        job.ProcessorMs = number * 7919 % 100'000;
+        job.PeakMemoryKB = number * 104'729 % 2'000'000;
+        job.ExitCode = job.Status == Taskmill_JobStatus::Failed ? number % 7 - 3 : 0;
+        job.Result.Program = u"MOPAC"_s;
+        job.Result.Verdict = static_cast<Taskmill_Verdict>(number % 4);
+    }
     return job;
 }
 
 /// What the column is sorted by in a table of few jobs.
 bool IsBefore(const Taskmill_JobRecord &job, const Taskmill_JobRecord &other, int column)
 {
-    const auto &columns = Taskmill_Listings::FinishedJobs();
-    if (const auto time = columns.TimeOf(column))
-        return Taskmill_TimeTextOrder(job.*time) < Taskmill_TimeTextOrder(other.*time);
+    const auto &columns = Taskmill_Listings::FinishedJobsTable();
+    if (const auto number = columns.SortNumber(job, column))
+        return number < columns.SortNumber(other, column);
     return columns.Text(job, column).toCaseFolded() < columns.Text(other, column).toCaseFolded();
 }
 } // namespace
@@ -166,7 +175,7 @@ private Q_SLOTS:
         QVERIFY(!jobs.AddJob(Job(jobCount + 1)));
         RefuseWrites(*m_database, false);
         QVERIFY(jobs.IsRanked());
-        for (int column = 1; column < Taskmill_Listings::FinishedJobs().Count(); ++column) {
+        for (int column = 1; column < Taskmill_Listings::FinishedJobsTable().Count(); ++column) {
             QList<quint32> ranks;
             jobs.Rank(column, [&](const QList<quint32> &found) { ranks = found; });
             QTRY_COMPARE(ranks.size(), jobs.Count());
@@ -181,6 +190,60 @@ private Q_SLOTS:
                 QCOMPARE(ranks[row] == ranks[next], !IsBefore(records[row], records[next], column));
             }
         }
+        // What a filter shows is found in the same way.
+        for (const auto &filter :
+             {Taskmill_JobFilter{u" RUN\t7 molecule "_s, false}, Taskmill_JobFilter{u"not converged"_s, false},
+              Taskmill_JobFilter{u"type"_s, true}, Taskmill_JobFilter{{}, true},
+              Taskmill_JobFilter{u"nowhere"_s, false}}) {
+            QList<bool> matches;
+            jobs.Match(filter, [&](const QList<bool> &found) { matches = found; });
+            QTRY_COMPARE(matches.size(), jobs.Count());
+            for (int position = 0; position < jobs.Count(); ++position)
+                QCOMPARE(matches[position], filter.Matches(jobs.JobAt(position)));
+        }
+    }
+
+    void AFilterLooksForItsWords_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("failedOnly");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("nothing is said") << u" "_s << false << u"abcde"_s;
+        QTest::newRow("a name in any case") << u"WATER"_s << false << u"ab"_s;
+        QTest::newRow("words in other fields") << u"conv water"_s << false << u"b"_s;
+        QTest::newRow("a folder") << u"2026/x"_s << false << u"c"_s;
+        QTest::newRow("a result") << u"normal"_s << false << u"a"_s;
+        QTest::newRow("failed") << u""_s << true << u"bde"_s;
+        QTest::newRow("failed, with words") << u"ethanol"_s << true << u"e"_s;
+    }
+
+    void AFilterLooksForItsWords()
+    {
+        QFETCH(const QString, text);
+        QFETCH(const bool, failedOnly);
+        QFETCH(const QString, shown);
+        const auto job = [](const QString &name, Taskmill_JobStatus status, Taskmill_Verdict verdict) {
+            Taskmill_JobRecord record = SampleJob(SampleJobType(u"MOPAC"_s), 1);
+            record.Name = name;
+            record.Status = status;
+            record.InputFilePath = name == "c"_L1 ? u"/data/2026/x/in.mop"_s : u"/data/in.mop"_s;
+            record.Result.Verdict = verdict;
+            record.Result.Program = u"MOPAC"_s;
+            return record;
+        };
+        using Status = Taskmill_JobStatus;
+        using Verdict = Taskmill_Verdict;
+        const QList<Taskmill_JobRecord> jobs{job(u"Water 1"_s, Status::Completed, Verdict::Normal),
+                                             job(u"Water 2"_s, Status::Completed, Verdict::NotConverged),
+                                             job(u"c"_s, Status::Killed, Verdict::None),
+                                             job(u"d"_s, Status::Completed, Verdict::Error),
+                                             job(u"ethanol"_s, Status::Crashed, Verdict::None)};
+        QString found;
+        for (qsizetype place = 0; place < jobs.size(); ++place) {
+            if (Taskmill_JobFilter{text, failedOnly}.Matches(jobs[place]))
+                found += QChar{u'a' + static_cast<int>(place)};
+        }
+        QCOMPARE(found, shown);
     }
 
     void NoRanksComeForAnotherList()

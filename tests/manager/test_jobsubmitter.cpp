@@ -14,6 +14,7 @@ class NoFrontEnd : public Taskmill_FrontEnd
 public:
     bool HasWindow() const override { return false; }
     void ShowInFront() override {}
+    void ShowJob(int) override {}
     void PutAway() override {}
     bool IsUserBusy() const override { return false; }
     void QuitLater(bool) override {}

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "manager/outbox.h"
 
+#include "support/samplejobs.h"
 #include "support/testmanager.h"
 
 #include <algorithm>
@@ -111,6 +112,38 @@ private Q_SLOTS:
         Pass(0);
         QCOMPARE(m_notifier->Count(), static_cast<std::size_t>(sent));
         QCOMPARE(Rows().size(), sent);
+    }
+
+    void WaitsForAResultSomeSeconds_data()
+    {
+        QTest::addColumn<int>("known");
+        QTest::addColumn<QByteArray>("result");
+        QTest::newRow("at once") << 0 << "jobresult=error"_ba;
+        QTest::newRow("in time") << 9'999 << "jobresult=error"_ba;
+        QTest::newRow("too late") << 10'000 << "jobresult=none"_ba;
+    }
+
+    void WaitsForAResultSomeSeconds()
+    {
+        QFETCH(int, known);
+        QFETCH(QByteArray, result);
+        Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 1);
+        job.ClientResult = true;
+        job.EndMs = m_now;
+        const qint64 number = m_outbox->Add(job);
+        QVERIFY(m_outbox->Store(number));
+        m_outbox->HoldForResult(number);
+        Pass(qMin(known, 9'999));
+        QVERIFY(m_notifier->Sent.isEmpty());
+        Pass(known - qMin(known, 9'999));
+        QCOMPARE(m_notifier->Sent.isEmpty(), known < 10'000);
+        job.Result.Verdict = Taskmill_Verdict::Error;
+        QVERIFY(m_outbox->SetResult(number, job.Result));
+        Pass(0);
+        QCOMPARE(m_notifier->Sent.size(), 1);
+        QCOMPARE(m_notifier->Sent.first().split('\n').last(), result);
+        // So does the next manager, when this one is ended by force.
+        QVERIFY(TestManager::Database().WorkingCopy().Notifications().first().Message.endsWith(result));
     }
 
     void KeepsTheOrderOfOneAddress()

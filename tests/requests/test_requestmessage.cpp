@@ -27,6 +27,7 @@ QString Content(const Message &message)
     addNumber(u"GID"_s, message.ClientGID);
     if (message.ClientNotification)
         add(u"Notify"_s, *message.ClientNotification ? u"yes"_s : u"no"_s);
+    add(u"Result"_s, message.ClientResult ? u"yes"_s : QString{});
     add(u"Action"_s, message.Action);
     add(u"Confirm"_s, message.ConfirmAction ? u"yes"_s : QString{});
     add(u"Type"_s, message.JobTypeName);
@@ -66,6 +67,7 @@ private Q_SLOTS:
         add("no number", "clientport=x\nclientuid=\nclientgid=12a", {});
         add("notification", "clientnotification=-3", u"Notify[yes]"_s);
         add("no notification", "clientnotification=0", u"Notify[no]"_s);
+        add("a result, and none", "clientresult=yes\nCLIENTRESULT=no", u"Result[yes]"_s);
         add("unreadable notification", "clientnotification=1\nclientnotification=x", {});
         add("action", "ACTION= a ", u"Action[ a ]"_s);
         add("confirm yes", "confirmaction=yes, please", u"Confirm[yes]"_s);

@@ -46,6 +46,20 @@
     return job;
 }
 
+/// Sets what is stored of an end besides.
+inline void AddSampleEnd(Taskmill_JobRecord &job)
+{
+    job.ProcessorMs = 123'456'789'012;
+    job.PeakMemoryKB = 0;
+    job.Result = {.Verdict = Taskmill_Verdict::NotConverged,
+                  .Message = QStringLiteral("\"Größe\" not converged"),
+                  .Program = QStringLiteral("ORCA"),
+                  .Version = QStringLiteral("5.0.4"),
+                  .Converged = false,
+                  .Steps = 2,
+                  .Energies = {-76.123456789012, -76.2}};
+}
+
 /// Sets what is stored besides.
 inline void AddSampleFields(Taskmill_JobRecord &job)
 {
@@ -54,6 +68,7 @@ inline void AddSampleFields(Taskmill_JobRecord &job)
     job.OutputFile = QStringLiteral("other.log");
     job.CheckpointFile = QStringLiteral("a.chk");
     job.CheckpointFile2 = QStringLiteral("b.chk");
+    job.ClientResult = true;
     // Their order counts, also beyond the ninth.
     for (int number = 12; number > 0; --number)
         job.PlaceholderValues.append(

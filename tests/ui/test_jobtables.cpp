@@ -1,14 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "db/database.h"
 #include "jobs/queuelessjobslist.h"
+#include "ui/elapsedticker.h"
 #include "ui/finishedjobswidget.h"
 #include "ui/queuewidgets.h"
 #include "ui/uidriver.h"
 #include "viewer/textview.h"
+#include "widgets/contrast.h"
 #include "widgets/tablewidget.h"
 
 #include <QAbstractItemModelTester>
 #include <QAbstractProxyModel>
+#include <QClipboard>
+#include <QLineEdit>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -290,6 +294,154 @@ private Q_SLOTS:
         QVERIFY(pages.manager.prompt.asked.last().text.endsWith(u"\n\ne\nb"_s));
         QCOMPARE(ColumnTexts(pages.finishedTable, 1), (QStringList{u"d"_s, u"c"_s, u"a"_s}));
         QCOMPARE(TestManager::Database().GetFinishedJobs().size(), 3);
+    }
+
+    /// A job that is not shown is never acted on.
+    void AFilterKeepsHandsOffTheOthers()
+    {
+        JobPages pages;
+        pages.AddFinishedJobs(5);
+        pages.queue.SetPaused(true);
+        pages.Submit(3);
+        for (const bool isQueue : {false, true}) {
+            KilnUtil_TableWidget &table = isQueue ? pages.table : pages.finishedTable;
+            Taskmill_TabWithMenu &tab = isQueue ? static_cast<Taskmill_TabWithMenu &>(pages.queueTab)
+                                                : static_cast<Taskmill_TabWithMenu &>(pages.finishedTab);
+            const QStringList before = ColumnTexts(table, 1);
+            table.selectAll();
+            tab.OpenFilter();
+            auto *line = qobject_cast<QLineEdit *>(QApplication::focusWidget());
+            QVERIFY(line);
+            QTest::keyClicks(line, isQueue ? u"JOB 2"_s : u"c"_s);
+            QTRY_COMPARE(ColumnTexts(table, 1), QStringList{isQueue ? u"job 2"_s : u"c"_s});
+            QCOMPARE(table.SelectedRows(), QList<int>{0});
+            QTest::keyClick(line, Qt::Key_Down);
+            QVERIFY(table.hasFocus());
+            table.selectAll();
+            pages.manager.prompt.answers = {WarnAnswer::Yes};
+            QTest::keyClick(&table, Qt::Key_Delete);
+            QCOMPARE(ColumnTexts(table, 1), QStringList{});
+            QTest::keyClick(&table, Qt::Key_Escape);
+            QVERIFY(!line->isVisible());
+            QStringList left = before;
+            left.removeOne(isQueue ? u"job 2"_s : u"c"_s);
+            QCOMPARE(ColumnTexts(table, 1), left);
+        }
+        // What a message shows is shown.
+        pages.finishedTab.OpenFilter();
+        QTest::keyClicks(QApplication::focusWidget(), u"nothing"_s);
+        QTRY_COMPARE(pages.finishedTable.model()->rowCount(), 0);
+        pages.finishedTab.SelectJobs({2, 4});
+        QCOMPARE(pages.finishedTable.SelectedRows(), (QList<int>{1, 2}));
+    }
+
+    void MarksSayTheResultInWordsToo_data()
+    {
+        using Status = Taskmill_JobStatus;
+        using Verdict = Taskmill_Verdict;
+        QTest::addColumn<Status>("status");
+        QTest::addColumn<Verdict>("verdict");
+        QTest::addColumn<QString>("colour");
+        QTest::addColumn<QString>("result");
+        QTest::newRow("normal") << Status::Completed << Verdict::Normal << u"green"_s << u"Normal"_s;
+        QTest::newRow("not converged") << Status::Completed << Verdict::NotConverged << u"amber"_s
+                                       << u"Not converged"_s;
+        QTest::newRow("error") << Status::Completed << Verdict::Error << u"red"_s << u"Error"_s;
+        QTest::newRow("failed, although normal") << Status::Failed << Verdict::Normal << u"red"_s << u"Normal"_s;
+        QTest::newRow("only ended") << Status::Completed << Verdict::None << u"grey"_s << u"Not said"_s;
+    }
+
+    void MarksSayTheResultInWordsToo()
+    {
+        QFETCH(const Taskmill_JobStatus, status);
+        QFETCH(const Taskmill_Verdict, verdict);
+        QFETCH(const QString, colour);
+        QFETCH(const QString, result);
+        JobPages pages;
+        Taskmill_JobRecord job = pages.manager.JobOf(pages.gated, 1);
+        job.Status = status;
+        job.Result.Verdict = verdict;
+        job.Result.Message = u"THE LINE"_s;
+        job.Result.Program = u"MOPAC"_s;
+        job.Result.Version = u"22"_s;
+        QVERIFY(TestManager::Database().AsOneChange(
+            [&job] { return TestManager::Database().InsertFinishedJob(job, true); }));
+        pages.finished.Load();
+        pages.finishedTab.FillTable();
+        const QModelIndex cell = pages.finishedTable.model()->index(0, 2);
+        const QColor mark =
+            cell.data(Qt::DecorationRole).value<QIcon>().pixmap(16, 16).toImage().pixelColor(8, 8);
+        const QString seen = mark.hslSaturationF() < 0.2F                   ? u"grey"_s
+                             : mark.hslHue() > 90                           ? u"green"_s
+                             : mark.hslHue() > 20                           ? u"amber"_s
+                                                                            : u"red"_s;
+        QCOMPARE(seen, colour);
+        for (const auto &[base, alternate] :
+             {std::pair{QColor{Qt::white}, QColor{0xf0, 0xf0, 0xf0}},
+              std::pair{QColor{0x1b, 0x1e, 0x20}, QColor{0x31, 0x36, 0x3b}}}) {
+            QVERIFY(KilnUtil_Contrast::Ratio(mark, base) >= 3);
+            QVERIFY(KilnUtil_Contrast::Ratio(mark, alternate) >= 2.7);
+        }
+        QCOMPARE(cell.data(Qt::AccessibleDescriptionRole).toString(), u"MOPAC 22: %1\nTHE LINE"_s.arg(result));
+        QCOMPARE(CellText(pages.finishedTable, 0, 10), result);
+    }
+
+    void EntriesBehindThePrescribedOnes()
+    {
+        JobPages pages;
+        QList<Taskmill_JobRecord> jobs;
+        for (int number = 1; number <= 3; ++number) {
+            jobs.append(pages.manager.JobOf(pages.gated, number, pages.manager.InputFile(u"%1.in"_s.arg(number))));
+            pages.finished.AddJob(jobs.last());
+        }
+        pages.finishedTab.FillTable();
+        JobPages::Select(pages.finishedTable, {0, 2});
+        pages.finishedTable.selectionModel()->setCurrentIndex(pages.finishedTable.model()->index(2, 1),
+                                                              QItemSelectionModel::NoUpdate);
+        const auto choose = [&](const QString &entry) {
+            QMenu menu;
+            struct Entries : Taskmill_TabMenu
+            {
+                using Taskmill_TabMenu::Taskmill_TabMenu;
+                void AddHelp(const QString &) override {}
+            } entries{menu, menu};
+            pages.finishedTab.FillMenu(entries);
+            const QList<QAction *> actions = menu.actions();
+            entries.Choose(*std::ranges::find(actions, entry, &QAction::text));
+            return QGuiApplication::clipboard()->text();
+        };
+        QCOMPARE(choose(u"Copy Path"_s), jobs[0].InputFilePath + u'\n' + jobs[2].InputFilePath);
+        QCOMPARE(choose(u"Copy Command Line"_s), jobs[0].CommandLine() + u'\n' + jobs[2].CommandLine());
+        const QString file = pages.manager.Path(u"jobs.csv"_s);
+        const auto lines = [&file] {
+            return ReadTestFile(file).count("\r\n");
+        };
+        pages.manager.prompt.texts = {file};
+        choose(u"Export..."_s);
+        QTRY_COMPARE(lines(), 3);
+        pages.finishedTable.clearSelection();
+        pages.manager.prompt.texts = {file};
+        choose(u"Export..."_s);
+        QTRY_COMPARE(lines(), 4);
+    }
+
+    void ElapsedTimesGoOnWhileTheyAreSeen()
+    {
+        JobPages pages;
+        const auto *ticker = pages.queueTab.Frame()->findChild<Taskmill_ElapsedTicker *>();
+        pages.queue.SetPaused(true);
+        pages.Submit(1);
+        QVERIFY(!ticker->IsTicking());
+        QCOMPARE(CellText(pages.table, 0, 9), QString{});
+        pages.queue.SetPaused(false);
+        QTRY_VERIFY(ticker->IsTicking());
+        QTRY_VERIFY(CellText(pages.table, 0, 9) >= u"0:00:01"_s);
+        pages.queueTab.Frame()->hide();
+        QTRY_VERIFY(!ticker->IsTicking());
+        pages.queueTab.Frame()->show();
+        QVERIFY(ticker->IsTicking());
+        pages.manager.Release(pages.inputFiles[0]);
+        QTRY_VERIFY(!ticker->IsTicking());
     }
 
     void FinishedJobsReplacedDuringTheQuestion()

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "ui/finishedjobswidget.h"
 #include "ui/uidriver.h"
+#include "widgets/tablesortproxy.h"
 #include "widgets/tablewidget.h"
 
 #include <QAbstractItemModelTester>
 #include <QAbstractProxyModel>
+#include <QApplication>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -174,6 +176,71 @@ private Q_SLOTS:
         // Whatever is still to be removed from the database is not in what is saved.
         QVERIFY(history.manager.Project().SaveProjectAs(history.manager.Path(u"saved.mill"_s)));
         QCOMPARE(TestManager::Database().GetFinishedJobs().size(), numbers.size());
+    }
+
+    void AFilterIsFoundInTheBackground_data()
+    {
+        QTest::addColumn<bool>("isSortedMeanwhile");
+        QTest::addColumn<int>("added");
+        QTest::addColumn<int>("removed");
+        QTest::newRow("nothing changes") << false << 0 << 0;
+        QTest::newRow("the order is found at the same time") << true << 0 << 0;
+        QTest::newRow("jobs end") << false << 7 << 0;
+        QTest::newRow("many end") << false << 1200 << 0;
+        QTest::newRow("jobs are removed") << true << 0 << 90;
+        QTest::newRow("so many that few are left") << false << 3 << jobCount - 50;
+    }
+
+    void AFilterIsFoundInTheBackground()
+    {
+        QFETCH(const bool, isSortedMeanwhile);
+        QFETCH(const int, added);
+        QFETCH(const int, removed);
+        LongHistory history;
+        history.page.OpenFilter();
+        QTest::keyClicks(QApplication::focusWidget(), u"name 4"_s);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        QVERIFY(history.table.Rows().IsFiltering());
+        if (isSortedMeanwhile)
+            history.table.sortByColumn(nameColumn, Qt::DescendingOrder);
+        QList<int> numbers = FromOneTo(jobCount + added);
+        for (int number = jobCount + 1; number <= jobCount + added; ++number)
+            history.jobs.AddJob(history.Job(number));
+        history.page.FillTable();
+        QList<int> positions(removed);
+        std::iota(positions.begin(), positions.end(), 0);
+        history.jobs.Remove(positions);
+        numbers.remove(0, removed);
+        QList<int> shown = numbers;
+        shown.removeIf([&](int number) {
+            return !history.Job(number).Name.contains(u"name"_s, Qt::CaseInsensitive) ||
+                   !history.Job(number).Name.contains(u'4');
+        });
+        const auto sorted = [&](const QList<int> &jobs) {
+            return isSortedMeanwhile ? history.Sorted(jobs, nameColumn, Qt::DescendingOrder) : jobs;
+        };
+        QTRY_COMPARE(history.Numbers(), sorted(shown));
+        // One that ends is there when it matches; more are removed, shown and not.
+        for (const int number : {jobCount + added + 1, jobCount + added + 2, jobCount + added + 3}) {
+            history.jobs.AddJob(history.Job(number));
+            numbers.append(number);
+            if (history.Job(number).Name.contains(u'4'))
+                shown.append(number);
+        }
+        history.page.FillTable();
+        QCOMPARE(history.Numbers(), sorted(shown));
+        history.jobs.Remove({0, 1, 2, 10, 20});
+        for (const int position : {20, 10, 2, 1, 0})
+            shown.removeOne(numbers.takeAt(position));
+        QCOMPARE(history.Numbers(), sorted(shown));
+        // All that is shown is removed, no more.
+        history.table.selectAll();
+        history.manager.prompt.answers = {KilnUtil_UserPrompt::WarnAnswer::Yes};
+        QTest::keyClick(&history.table, Qt::Key_Delete);
+        QTRY_COMPARE(history.Numbers(), QList<int>{});
+        numbers.removeIf([&shown](int number) { return shown.contains(number); });
+        QTest::keyClick(&history.table, Qt::Key_Escape);
+        QCOMPARE(history.Numbers(), sorted(numbers));
     }
 
     void AnotherProjectIsOpened()

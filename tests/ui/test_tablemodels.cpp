@@ -169,7 +169,8 @@ private Q_SLOTS:
         const QStringList shown = ColumnsOf(*table->model());
         QCOMPARE(shown.value(tag[1].toInt()).trimmed(), column);
         QCOMPARE(ColumnsOf(listing).value(tag[1].toInt()).trimmed(), column);
-        QCOMPARE(ColumnsOf(listing).size(), shown.size());
+        // The tables of jobs have more than their listings.
+        QVERIFY(ColumnsOf(listing).size() == shown.size() || tag[0] == "queue"_L1 || tag[0] == "finished"_L1);
         // A time is sorted as its text is.
         const QString text = column.section(u": "_s, 1);
         const QDateTime time = QDateTime::fromString(text, u"MM-dd-yyyy hh:mm:ss"_s);

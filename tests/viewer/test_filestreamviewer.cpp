@@ -261,6 +261,38 @@ private Q_SLOTS:
         QVERIFY(!m_viewer->IsBusy());
     }
 
+    void MarksTheLineThatDecides()
+    {
+        const QByteArray text = Lines(1, 2000) + "  *** NOT CONVERGED ***\n" + Lines(2001, 90'000);
+        View(text);
+        m_viewer->MarkLine(u"NOT CONVERGED"_s, u"It says why."_s);
+        QTRY_COMPARE(m_viewer->StateText(), u"It says why."_s);
+        QVERIFY(Shows(u"  *** NOT CONVERGED ***"_s));
+        QCOMPARE(m_viewer->View().MarkedText(), u"NOT CONVERGED"_s);
+        // It stays while the user looks around, and can be found again.
+        QVERIFY(m_viewer->View().Selection().IsEmpty());
+        PressKey(Qt::Key_End);
+        QVERIFY(!Shows(u"  *** NOT CONVERGED ***"_s));
+        QTest::keyClick(m_viewer, Qt::Key_M, Qt::ControlModifier);
+        QVERIFY(Shows(u"  *** NOT CONVERGED ***"_s));
+        const QImage picture = m_viewer->View().viewport()->grab().toImage();
+        const int row =
+            static_cast<int>(m_viewer->View().VisibleText().indexOf(u"  *** NOT CONVERGED ***"_s));
+        const auto groundOf = [&](int number) {
+            const qreal ratio = picture.devicePixelRatio();
+            return picture.pixelColor(picture.width() - 2,
+                                      qRound((number + 0.5) * m_viewer->View().RowHeight() * ratio));
+        };
+        QVERIFY(groundOf(row) != groundOf(row + 1));
+
+        m_viewer->MarkLine(u"nowhere"_s, u"It says why."_s);
+        QTRY_VERIFY(!m_viewer->IsBusy());
+        QCOMPARE(m_viewer->StateText(), QString{});
+        WriteTestFile(m_path, Lines(1, 3));
+        m_viewer->RefreshSlot();
+        QVERIFY(!m_viewer->View().HasMark());
+    }
+
     void SavesCopies()
     {
         ScriptedPrompt prompt;

@@ -2,6 +2,7 @@
 #include "kilnutil/registry.h"
 #include "support/testcase.h"
 #include "widgets/contrast.h"
+#include "widgets/rowsource.h"
 #include "widgets/tablesortproxy.h"
 #include "widgets/tablewidget.h"
 #include "widgets/widgetprompt.h"
@@ -11,12 +12,30 @@
 #include <QDragEnterEvent>
 #include <QHeaderView>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QStandardItemModel>
 #include <QStyledItemDelegate>
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+/// Rows whose texts end with an even number can be shown alone.
+class FilteredModel final : public QStandardItemModel, public KilnUtil_RowSource
+{
+public:
+    using QStandardItemModel::QStandardItemModel;
+
+    bool ShowsEvenOnly = false;
+
+    [[nodiscard]] bool HasFilter() const override { return ShowsEvenOnly; }
+    [[nodiscard]] bool IsWanted(int row) const override
+    {
+        return !ShowsEvenOnly || (item(row)->text().back().digitValue() % 2) == 0;
+    }
+};
+} // namespace
 
 /// The table and the questions.
 class TestWidgets : public TestCase
@@ -64,9 +83,63 @@ private Q_SLOTS:
         QCOMPARE(KilnUtil_Registry::GetRecentOpenStructureFileLists(), (QList<QStringList>{entries, kept}));
     }
 
+    /// The setting before a version of the program, and what is shown then, from the left.
+    void ColumnsAreRemembered_data()
+    {
+        QTest::addColumn<QStringList>("saved");
+        QTest::addColumn<QList<int>>("shown");
+        QTest::newRow("at first") << QStringList{} << QList{0, 3, 1};
+        QTest::newRow("before there were so many") << QStringList{u"1:70"_s, u"0:0"_s} << QList{1, 0, 3};
+        QTest::newRow("hidden and moved") << QStringList{u"3:80"_s, u"2:60"_s, u"1:0:hidden"_s, u"0:0"_s}
+                                          << QList{3, 2, 0};
+        QTest::newRow("none is left") << QStringList{u"0:0:hidden"_s, u"1:0:hidden"_s, u"2:0:hidden"_s,
+                                                     u"3:0:hidden"_s}
+                                      << QList{0};
+    }
+
+    void ColumnsAreRemembered()
+    {
+        QFETCH(const QStringList, saved);
+        QFETCH(const QList<int>, shown);
+        KeepSettingsIn(Path());
+        KilnUtil_Registry::SetAppData({}, u"1"_s, {}, {}, {}, {});
+        if (!saved.isEmpty())
+            KilnUtil_Registry::SetValue(u"/Tables/Jobs/Columns"_s, saved);
+        m_model.setColumnCount(4);
+        const auto makeTable = [this] {
+            m_table = MakeTable();
+            m_table->SetColumnsAtFirst({2}, {{3, 0}});
+            m_table->RememberColumns(u"Jobs"_s);
+        };
+        makeTable();
+        QCOMPARE(ShownColumns(), shown);
+        // What the menu hides, and the order of the rows, are there again.
+        m_table->sortByColumn(1, Qt::DescendingOrder);
+        QMenu menu;
+        m_table->FillColumnsMenu(menu);
+        QAction *first = menu.actions().first();
+        QCOMPARE(first->isEnabled(), shown.size() > 1);
+        first->trigger();
+        QList<int> left = shown;
+        left.removeFirst();
+        makeTable();
+        QCOMPARE(ShownColumns(), shown.size() > 1 ? left : shown);
+        QCOMPARE(m_table->horizontalHeader()->sortIndicatorSection(), 1);
+        QCOMPARE(m_table->horizontalHeader()->sortIndicatorOrder(), Qt::DescendingOrder);
+        m_model.setColumnCount(3);
+    }
+
     /// Few and many rows at once come, go and change, which is reported to the view in different ways.
+    void FollowsEveryChangeOfTheSource_data()
+    {
+        QTest::addColumn<bool>("isFiltered");
+        QTest::newRow("all rows") << false;
+        QTest::newRow("those that a filter shows") << true;
+    }
+
     void FollowsEveryChangeOfTheSource()
     {
+        QFETCH(const bool, isFiltered);
         QAbstractItemModel &view = *m_table->model();
         const QAbstractItemModelTester tester{&view, QAbstractItemModelTester::FailureReportingMode::QtTest};
         int next = 0;
@@ -79,10 +152,15 @@ private Q_SLOTS:
         m_model.setRowCount(0);
         m_table->sortByColumn(0, Qt::DescendingOrder);
         insert(0, 400);
-        const QPersistentModelIndex kept = view.index(200, 0);
+        int evenRow = 200;
+        while (view.index(evenRow, 0).data().toString().back().digitValue() % 2 != 0)
+            ++evenRow;
+        const QPersistentModelIndex kept = view.index(evenRow, 0);
         const QString text = kept.data().toString();
         const int source = m_model.findItems(text).first()->row();
-        m_table->selectRow(200);
+        m_table->selectRow(evenRow);
+        m_model.ShowsEvenOnly = isFiltered;
+        m_table->FilterChanged();
 
         const QList<std::function<void()>> changes{
             [&] { insert(source + 1, 3); },
@@ -93,16 +171,24 @@ private Q_SLOTS:
                 m_model.item(0)->setText(u"zzz"_s);
                 m_model.item(0)->setData(u"zzz"_s, KilnUtil_TableSortProxy::SortRole);
             },
+            [&] {
+                // Into what the filter shows.
+                m_model.item(1)->setText(u"zz0"_s);
+                m_model.item(1)->setData(u"zz0"_s, KilnUtil_TableSortProxy::SortRole);
+            },
             [&] { m_model.sort(0); },
             [&] { m_table->sortByColumn(0, Qt::AscendingOrder); },
         };
         for (const auto &change : changes) {
             change();
-            QCOMPARE(view.rowCount(), m_model.rowCount());
             QStringList shown;
             for (int row = 0; row < view.rowCount(); ++row)
                 shown.append(view.index(row, 0).data().toString());
-            QStringList expected = shown;
+            QStringList expected;
+            for (int row = 0; row < m_model.rowCount(); ++row) {
+                if (m_model.IsWanted(row))
+                    expected.append(m_model.item(row)->text());
+            }
             std::ranges::sort(expected);
             if (m_table->horizontalHeader()->sortIndicatorOrder() == Qt::DescendingOrder)
                 std::ranges::reverse(expected);
@@ -110,7 +196,12 @@ private Q_SLOTS:
             QCOMPARE(kept.data().toString(), text);
             QCOMPARE(m_table->selectionModel()->selectedRows(), QModelIndexList{kept});
         }
-        // Unsorted, the rows stand as in the source.
+        // All are there again, in their order; unsorted, they stand as in the source.
+        m_model.ShowsEvenOnly = false;
+        m_table->FilterChanged();
+        QCOMPARE(view.rowCount(), m_model.rowCount());
+        QCOMPARE(kept.data().toString(), text);
+        QVERIFY(view.index(0, 0).data().toString() <= view.index(1, 0).data().toString());
         m_table->sortByColumn(-1, Qt::AscendingOrder);
         QCOMPARE(view.index(5, 0).data(), m_model.index(5, 0).data());
     }
@@ -265,6 +356,16 @@ private:
         table->resize(600, 300);
         return table;
     }
+    [[nodiscard]] QList<int> ShownColumns() const
+    {
+        const QHeaderView &header = *m_table->horizontalHeader();
+        QList<int> shown;
+        for (int place = 0; place < header.count(); ++place) {
+            if (!header.isSectionHidden(header.logicalIndex(place)))
+                shown.append(header.logicalIndex(place));
+        }
+        return shown;
+    }
     /// Whether the drop is accepted, and not as a move.
     [[nodiscard]] bool Drop(const QList<QUrl> &urls, Qt::DropActions actions)
     {
@@ -278,7 +379,7 @@ private:
     }
 
     QTemporaryDir m_place;
-    QStandardItemModel m_model{0, 3};
+    FilteredModel m_model{0, 3};
     std::unique_ptr<KilnUtil_TableWidget> m_table;
 };
 

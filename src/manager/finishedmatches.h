@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "manager/finishedscan.h"
+#include "manager/jobfilter.h"
+
+/// Finds which finished jobs a filter shows.
+class Taskmill_FinishedMatches final : public Taskmill_FinishedScan::Work
+{
+public:
+    Taskmill_FinishedMatches(Taskmill_JobFilter filter, qsizetype count)
+        : m_filter{std::move(filter)}
+        , m_matches(count, false)
+    {
+    }
+
+    void Take(qsizetype position, const Taskmill_JobRecord &job) override
+    {
+        m_matches[position] = m_filter.Matches(job);
+    }
+
+    /// Of each job whether it is one of them.
+    [[nodiscard]] const QList<bool> &Matches() const { return m_matches; }
+
+private:
+    const Taskmill_JobFilter m_filter;
+    QList<bool> m_matches;
+};
