@@ -22,7 +22,7 @@ constexpr int longestTurnMs = 10;
 const QString resultKey = u"result"_s;
 
 /// Of what the result says, in a line.
-const QStringList resultKeys{resultKey,       u"message"_s, u"program"_s, u"version"_s,
+const QStringList resultKeys{resultKey,      u"message"_s, u"program"_s, u"version"_s,
                              u"converged"_s, u"steps"_s,   u"energy"_s};
 
 QJsonObject Json(const Taskmill_JobRecord &job)
