@@ -108,8 +108,8 @@ QString Taskmill_JobTableModel::ExplanationOf(qsizetype row, int column) const
     if (!job || !job->Result.IsOfKnownProgram())
         return {};
     const Taskmill_JobResult &result = job->Result;
-    const QString text =
-        u"%1: %2"_s.arg(u"%1 %2"_s.arg(result.Program, result.Version).trimmed(), Taskmill_ResultText(result));
+    const QString text = u"%1: %2"_s.arg(u"%1 %2"_s.arg(result.Program, result.Version).trimmed(),
+                                         Taskmill_ResultText(result));
     return result.Message.isEmpty() ? text : text + u'\n' + result.Message;
 }
 
