@@ -40,9 +40,9 @@ bool MultiplyRows(const QString &path, int jobs)
                                   u" FROM FinishedJobs WHERE FinishedJobID < %2"_s;
         result = sqlite3_exec(database, statement.arg(first).arg(jobsInserted).toUtf8().constData(), nullptr,
                               nullptr, nullptr);
-        const QString fields =
-            u"INSERT INTO AddedFields SELECT Owner, OwnerID + %1, Name, Value FROM AddedFields WHERE Owner = 'job' "
-            "AND OwnerID <= %2"_s;
+        const QString fields = u"INSERT INTO AddedFields SELECT Owner, OwnerID + %1, Name, Value FROM "
+                               u"AddedFields WHERE Owner = 'job' "
+                               "AND OwnerID <= %2"_s;
         if (result == SQLITE_OK)
             result = sqlite3_exec(database, fields.arg(first).arg(jobsInserted).toUtf8().constData(), nullptr,
                                   nullptr, nullptr);

@@ -74,8 +74,9 @@ QString Taskmill_FinishedJobReader::WhatIsSelected(const Taskmill_FinishedJobRea
     QStringList selected{QString{}};
     selected += reading.Columns;
     for (const QString &field : reading.Fields)
-        selected += u"(SELECT Value FROM AddedFields WHERE Owner = 'job' AND OwnerID = FinishedJobs.JobID AND "
-                    "Name = '%1') AS %2"_s.arg(field, NameOfField(field));
+        selected +=
+            u"(SELECT Value FROM AddedFields WHERE Owner = 'job' AND OwnerID = FinishedJobs.JobID AND "
+            "Name = '%1') AS %2"_s.arg(field, NameOfField(field));
     return selected.join(u',');
 }
 

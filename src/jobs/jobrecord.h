@@ -73,8 +73,8 @@ struct Taskmill_JobRecord
 
     /// How long the job ran, in s; for one that runs, until now. Nothing for one that has not been started.
     [[nodiscard]] std::optional<qint64> ElapsedSeconds() const;
-    /// Whether it came to nothing: its program failed or crashed, or its calculation did not converge or ended
-    /// with an error. What was killed has not failed.
+    /// Whether it came to nothing: its program failed or crashed, or its calculation did not converge or
+    /// ended with an error. What was killed has not failed.
     [[nodiscard]] bool HasFailed() const;
     /// Where its input file is; of a job without one, its output file. Empty when it has neither.
     [[nodiscard]] QString Folder() const;

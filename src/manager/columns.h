@@ -39,13 +39,13 @@ struct Taskmill_Column
                      Taskmill_JobTime Record::*, NumberText, Quantity, QString (*)(const Record &record)>;
 
     QString header;
-    QString key{};         ///< its name for programs, in JSON; empty for what they do not get
-    Cell cell;             ///< sorted by value when it is a number or a time, else as text
-    int width = 0;         ///< in the window at first, in characters; a time needs fewer than it has
-    int leastWidth = 0;    ///< to which it gives way in a narrow window; 0 for not at all
-    bool isHidden = false; ///< in the window at first
+    QString key{};          ///< its name for programs, in JSON; empty for what they do not get
+    Cell cell;              ///< sorted by value when it is a number or a time, else as text
+    int width = 0;          ///< in the window at first, in characters; a time needs fewer than it has
+    int leastWidth = 0;     ///< to which it gives way in a narrow window; 0 for not at all
+    bool isHidden = false;  ///< in the window at first
     QString standsBehind{}; ///< in the window at first, the header of another column; empty for its own place
-    int leavesListing = 0; ///< its turn to leave one that is too wide; with 0 after those, from the end
+    int leavesListing = 0;  ///< its turn to leave one that is too wide; with 0 after those, from the end
     QJsonValue (*json)(const Record &record) = nullptr; ///< where programs get another value than the cell's
 };
 

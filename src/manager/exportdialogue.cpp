@@ -31,11 +31,11 @@ std::optional<Taskmill_Question> Taskmill_ExportDialogue::Next()
                                  .kind = Taskmill_Question::Kind::FileToSave,
                                  .nameFilter = u"CSV Files, for Spreadsheets (*.csv);;JSON Files (*.json)"_s};
     case Step::AskWhetherToReplace:
-        return Taskmill_Question{
-            .title = title,
-            .text = QDir::toNativeSeparators(m_file) + u" already exists.\nDo you want to replace it?"_s,
-            .consoleText = m_file + u" already exists.  Do you want to replace it?"_s,
-            .defaultAnswer = KilnUtil_UserPrompt::WarnAnswer::No};
+        return Taskmill_Question{.title = title,
+                                 .text = QDir::toNativeSeparators(m_file) +
+                                         u" already exists.\nDo you want to replace it?"_s,
+                                 .consoleText = m_file + u" already exists.  Do you want to replace it?"_s,
+                                 .defaultAnswer = KilnUtil_UserPrompt::WarnAnswer::No};
     case Step::End:
         break;
     }
@@ -49,7 +49,7 @@ void Taskmill_ExportDialogue::Answer(const Taskmill_Answer &answer)
         // Who has asked has done so about the name as it was typed only.
         const bool mayReplace = answer.mayReplaceFile && m_file == answer.file;
         m_step = m_file.isEmpty() || mayReplace || !QFileInfo::exists(m_file) ? Step::End
-                                                                             : Step::AskWhetherToReplace;
+                                                                              : Step::AskWhetherToReplace;
         return;
     }
     m_step = answer.IsYes() ? Step::End : Step::AskForFile;

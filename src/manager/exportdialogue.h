@@ -3,8 +3,8 @@
 
 #include "manager/dialogue.h"
 
-/// Asks for the file into which jobs are to be written, and whether it may be replaced. Its ending says in which
-/// form: ".json", else ".csv", which is added where there is neither.
+/// Asks for the file into which jobs are to be written, and whether it may be replaced. Its ending says in
+/// which form: ".json", else ".csv", which is added where there is neither.
 class Taskmill_ExportDialogue final : public Taskmill_Dialogue
 {
 public:

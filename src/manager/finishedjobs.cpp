@@ -365,7 +365,8 @@ void Taskmill_FinishedJobs::ForEach(const std::function<void(const Taskmill_JobR
             m_origins.Restore(whole, entry.Origin);
             take(whole);
         };
-        (void)database->MakeFinishedJobReader({columns, {}})->Read(std::numeric_limits<qint64>::min(), -1, takeRow);
+        (void)database->MakeFinishedJobReader({columns, {}})
+            ->Read(std::numeric_limits<qint64>::min(), -1, takeRow);
     }
     for (; position < m_entries.size(); ++position) {
         if (m_entries[position].JobID > since)
@@ -506,8 +507,7 @@ bool Taskmill_FinishedJobs::IsRanked() const
     return m_entries.size() > FewJobs && CurrentDatabase();
 }
 
-Taskmill_FinishedScan::Task
-Taskmill_FinishedJobs::ScanOf(const Taskmill_FinishedJobReading &reading) const
+Taskmill_FinishedScan::Task Taskmill_FinishedJobs::ScanOf(const Taskmill_FinishedJobReading &reading) const
 {
     return {.Entries = m_entries,
             .Origins = m_origins,

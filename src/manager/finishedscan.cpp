@@ -51,7 +51,7 @@ public:
         }
     }
 
-    [[nodiscard]] bool OpenOwn() { return m_task.Reader->OpenOwn(); }
+    [[nodiscard]] bool OpenOwn() const { return m_task.Reader->OpenOwn(); }
     void Cancel() { m_isCancelled = true; }
     [[nodiscard]] bool IsCancelled() const { return m_isCancelled; }
 

@@ -6,8 +6,8 @@
 class Taskmill_FinishedJobs;
 struct Taskmill_JobRecord;
 
-/// Some of the finished jobs, maybe all of a million, in an order of their own. They are found again while others
-/// come and go.
+/// Some of the finished jobs, maybe all of a million, in an order of their own. They are found again while
+/// others come and go.
 class Taskmill_FinishedSelection
 {
 public:

@@ -22,7 +22,7 @@ constexpr int longestTurnMs = 10;
 const QString resultKey = u"result"_s;
 
 /// Of what the result says, in a line.
-const QStringList resultKeys{resultKey,       u"message"_s, u"program"_s, u"version"_s,
+const QStringList resultKeys{resultKey,      u"message"_s, u"program"_s, u"version"_s,
                              u"converged"_s, u"steps"_s,   u"energy"_s};
 
 QJsonObject Json(const Taskmill_JobRecord &job)
@@ -46,14 +46,14 @@ bool IsFormula(const QString &text)
 
 QString Quoted(const QString &text)
 {
-    const QString cell = IsFormula(text) ? u'\'' + text : text;
+    QString cell = IsFormula(text) ? u'\'' + text : text;
     const auto needsQuotes = [](QChar character) {
         return character == u',' || character == u'"' || character == u'\n' || character == u'\r';
     };
     const bool hasBlanks = cell != cell.trimmed();
     if (!hasBlanks && std::ranges::none_of(cell, needsQuotes))
         return cell;
-    return u'"' + QString{cell}.replace(u'"', u"\"\""_s) + u'"';
+    return u'"' + cell.replace(u'"', u"\"\""_s) + u'"';
 }
 
 QString CsvCell(const QJsonValue &value)

@@ -10,8 +10,8 @@
 
 #include <functional>
 
-/// Writes jobs into a file, some in each turn of the event loop, and then ends itself. The file is replaced when
-/// all of them are written, or stays as it was, which is reported.
+/// Writes jobs into a file, some in each turn of the event loop, and then ends itself. The file is replaced
+/// when all of them are written, or stays as it was, which is reported.
 class Taskmill_JobExport final : public QObject
 {
     Q_OBJECT
@@ -22,7 +22,8 @@ public:
 
     /// Begins to write so many jobs. Its name says in which form, see Taskmill_ExportDialogue. Belongs to the
     /// parent until it ends; what it is given for a while belongs to that, too.
-    static Taskmill_JobExport *Begin(const QString &file, qsizetype count, const JobAt &jobAt, QObject *parent);
+    static Taskmill_JobExport *Begin(const QString &file, qsizetype count, const JobAt &jobAt,
+                                     QObject *parent);
 
     /// One line: the names of the values in a file of the form CSV, as in JSON, and those of a job. Texts are
     /// quoted where they must be; one that a spreadsheet would take for a formula has an apostrophe before

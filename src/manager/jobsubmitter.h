@@ -59,7 +59,8 @@ public:
     /// file is derived anew, where it was before.
     [[nodiscard]] static Taskmill_JobRecord SameAgain(const Taskmill_JobRecord &job,
                                                       const Taskmill_JobType &jobType);
-    /// Gives it a number and adds it to the queue of its name. Nothing, with the reason, when it cannot be run.
+    /// Gives it a number and adds it to the queue of its name. Nothing, with the reason, when it cannot be
+    /// run.
     [[nodiscard]] std::optional<int> SubmitAgain(Taskmill_JobRecord job, QString &reason);
 
 private:

@@ -102,16 +102,15 @@ std::optional<Taskmill_Question> Taskmill_RunAgainDialogue::JobTypesQuestion() c
     if (names.isEmpty())
         return std::nullopt;
     const Run &first = *std::ranges::find_if(m_runs, &Run::IsChanged);
-    const QString what =
-        Of(names, u"The job type of \"%1\" has been changed since the job ran."_s,
-           u"The job types of %1 of the jobs have been changed since these ran."_s);
+    const QString what = Of(names, u"The job type of \"%1\" has been changed since the job ran."_s,
+                            u"The job types of %1 of the jobs have been changed since these ran."_s);
     const QString list = names.size() == 1 ? QString{} : u"\n\n"_s + Taskmill_NameList(names);
     return Taskmill_Question{
         .title = title,
         .text = what + list,
         .detail = u"%1then: %2\nnow: %3"_s.arg(names.size() == 1 ? QString{} : first.job.Name + u", "_s,
-                                              Shortened(first.job.CommandLine()),
-                                              Shortened(first.asNow.CommandLine())),
+                                               Shortened(first.job.CommandLine()),
+                                               Shortened(first.asNow.CommandLine())),
         .yes = u"As It Is &Now"_s,
         .no = u"As It &Was"_s,
         .consoleText = what + u"  Run with the job type as it is now (yes), or as it was (no)?"_s,
@@ -133,8 +132,8 @@ std::optional<Taskmill_Question> Taskmill_RunAgainDialogue::OutputsQuestion() co
     if (names.isEmpty())
         return std::nullopt;
     const bool isOne = names.size() == 1;
-    const QString what = Of(names, u"The output of \"%1\" will be replaced."_s,
-                            u"The outputs of %1 jobs will be replaced."_s);
+    const QString what =
+        Of(names, u"The output of \"%1\" will be replaced."_s, u"The outputs of %1 jobs will be replaced."_s);
     const auto others = m_runs.size() - names.size();
     return Taskmill_Question{
         .title = title,
@@ -145,8 +144,8 @@ std::optional<Taskmill_Question> Taskmill_RunAgainDialogue::OutputsQuestion() co
         .consoleText =
             what + (others > 0 ? u"  Replace (yes), or run only the others (no)?"_s : u"  Replace?"_s),
         .kind = others > 0 ? Taskmill_Question::Kind::YesNoCancel : Taskmill_Question::Kind::YesNo,
-        .defaultAnswer = others > 0 ? KilnUtil_UserPrompt::WarnAnswer::Cancel
-                                    : KilnUtil_UserPrompt::WarnAnswer::No,
+        .defaultAnswer =
+            others > 0 ? KilnUtil_UserPrompt::WarnAnswer::Cancel : KilnUtil_UserPrompt::WarnAnswer::No,
         .isWarning = true};
 }
 

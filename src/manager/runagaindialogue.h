@@ -10,14 +10,14 @@
 
 class Taskmill_JobSubmitter;
 
-/// Runs finished jobs again: with the same fields, in the same queue, with their job types as they are now. Asks
-/// which is meant where a job type would start something else than before, and whether outputs may be
+/// Runs finished jobs again: with the same fields, in the same queue, with their job types as they are now.
+/// Asks which is meant where a job type would start something else than before, and whether outputs may be
 /// replaced; each question once for all jobs. What cannot be run is reported at the end.
 class Taskmill_RunAgainDialogue final : public Taskmill_Dialogue
 {
 public:
-    /// The submitter outlives the dialogue. A job that leaves the list while a question stands, perhaps with its
-    /// project, is not run.
+    /// The submitter outlives the dialogue. A job that leaves the list while a question stands, perhaps with
+    /// its project, is not run.
     Taskmill_RunAgainDialogue(Taskmill_JobSubmitter &submitter, Taskmill_FinishedSelection jobs);
 
     std::optional<Taskmill_Question> Next() override;

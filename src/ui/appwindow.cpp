@@ -126,9 +126,8 @@ void Taskmill_AppWindow::FillMenus()
     KilnUtil_HelpDialog::Global().ConnectAction(
         help.addAction(u"&Manual"_s, QKeySequence{QKeySequence::HelpContents}), u"taskmill/introduction"_s,
         false);
-    help.addAction(u"This &Tab"_s, QKeySequence{Qt::SHIFT | Qt::Key_F1}, this, [this] {
-        KilnUtil_HelpDialog::Global().ShowPage(CurrentTab().HelpId());
-    });
+    help.addAction(u"This &Tab"_s, QKeySequence{Qt::SHIFT | Qt::Key_F1}, this,
+                   [this] { KilnUtil_HelpDialog::Global().ShowPage(CurrentTab().HelpId()); });
     help.addAction(u"&About"_s, this, &Taskmill_AppWindow::AboutSlot);
 }
 

@@ -117,9 +117,9 @@ void Taskmill_FilterBar::ShowCount()
 {
     const qsizetype all = m_model.rowCount();
     const bool isFiltering = m_table.Rows().IsFiltering();
-    const QString text = isFiltering ? u"Looking through %1 jobs..."_s.arg(NumberText(all))
-                                     : u"%1 of %2 jobs"_s.arg(NumberText(m_table.Rows().rowCount()),
-                                                              NumberText(all));
+    const QString text = isFiltering
+                             ? u"Looking through %1 jobs..."_s.arg(NumberText(all))
+                             : u"%1 of %2 jobs"_s.arg(NumberText(m_table.Rows().rowCount()), NumberText(all));
     m_count->setText(text);
     m_text->setAccessibleDescription(text);
     m_table.SetEmptyText(all > 0 && m_model.HasFilter() ? u"No job matches the filter."_s : m_emptyText);

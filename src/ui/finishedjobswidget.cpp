@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ui/finishedjobswidget.h"
 
-#include "manager/finishedjobs.h"
 #include "manager/exportdialogue.h"
+#include "manager/finishedjobs.h"
 #include "manager/finishedremovaldialogue.h"
 #include "manager/finishedselection.h"
 #include "manager/jobexport.h"
@@ -24,7 +24,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 const QString helpId = u"taskmill/finishedjobs"_s;
 const QString exportText = u"Export..."_s;
-}
+} // namespace
 
 /// The entries of the menu that has been shown.
 struct Taskmill_FinishedJobsWidget::Entries
@@ -45,7 +45,12 @@ struct Taskmill_FinishedJobsWidget::Entries
         , showLog{menu.AddEntry(u"Show stdout and stderr"_s)}
         , runAgain{AddBehindHelp(menu, u"Run Again"_s,
                                  canRunAgain && jobs->Count() <= Taskmill_JobEntries::MostJobs)}
-        , ofJobs{menu, {.count = jobs->Count(), .at = [jobs](qsizetype place) { return jobs->At(place); }}}
+        , ofJobs{menu,
+                 {.count = jobs->Count(),
+                  .at =
+                      [jobs](qsizetype place) {
+                          return jobs->At(place);
+                      }}}
         , exporting{menu.AddEntry(exportText)}
     {
     }

@@ -24,8 +24,8 @@ class Taskmill_FinishedJobsWidget final : public QObject,
     Q_OBJECT
 
 public:
-    /// The list and the submitter outlive this; without a submitter no job runs again. Makes the page as a child of
-    /// the parent.
+    /// The list and the submitter outlive this; without a submitter no job runs again. Makes the page as a
+    /// child of the parent.
     Taskmill_FinishedJobsWidget(QWidget *parent, Taskmill_FinishedJobs &finishedJobs,
                                 Taskmill_JobSubmitter *submitter = nullptr);
 
@@ -34,7 +34,8 @@ public:
 
     /// Brings the table up to date at once.
     void FillTable();
-    /// Selects these jobs, as far as they are there, and shows the first of them. A filter that hides one is closed.
+    /// Selects these jobs, as far as they are there, and shows the first of them. A filter that hides one is
+    /// closed.
     void SelectJobs(const QList<int> &jobIDs);
     void FillMenu(Taskmill_TabMenu &menu) override;
     [[nodiscard]] QString HelpId() const override;

@@ -239,8 +239,9 @@ void Taskmill_QueueTab::AddEntries(Taskmill_TabMenu &menu, const QList<int> &sel
         entries.Refine(*currentJob);
     menu.AddSeparator();
     const Taskmill_JobEntries jobEntries{
-        menu, {.count = selection.size(),
-               .at = [this, selection](qsizetype place) { return RecordOf(selection[place]); }}};
+        menu, {.count = selection.size(), .at = [this, selection](qsizetype place) {
+                   return RecordOf(selection[place]);
+               }}};
     const QAction *exporting = menu.AddEntry(u"Export..."_s, m_table->model()->rowCount() > 0);
     menu.WhenChosen([this, entries, jobEntries, exporting, selection, currentJobID](const QAction &chosen) {
         if (&chosen == exporting)
@@ -289,8 +290,8 @@ void Taskmill_QueueTab::Export()
     if (dialogue.File().isEmpty())
         return;
     Taskmill_JobExport::Begin(
-        dialogue.File(), jobIDs.size(),
-        [this, jobIDs](qsizetype place) { return RecordOf(jobIDs[place]); }, this);
+        dialogue.File(), jobIDs.size(), [this, jobIDs](qsizetype place) { return RecordOf(jobIDs[place]); },
+        this);
 }
 
 void Taskmill_QueueTab::AskForLimit()

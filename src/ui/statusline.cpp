@@ -20,9 +20,9 @@ QString EndText(const Taskmill_JobCounts::Ended &job)
     const QDateTime time = job.time.ClockTime();
     const bool isToday = time.date() == QDate::currentDate();
     const QString status = Taskmill_JobStatusText(job.status);
-    return u"Last ended: %1, %2, %3"_s.arg(job.name,
-                                           job.result.isEmpty() ? status : status + u", "_s + job.result.toLower(),
-                                           isToday ? time.toString(u"hh:mm"_s) : Taskmill_TimeText(job.time));
+    return u"Last ended: %1, %2, %3"_s.arg(
+        job.name, job.result.isEmpty() ? status : status + u", "_s + job.result.toLower(),
+        isToday ? time.toString(u"hh:mm"_s) : Taskmill_TimeText(job.time));
 }
 } // namespace
 
@@ -73,6 +73,6 @@ void Taskmill_StatusLine::changeEvent(QEvent *event)
 
 void Taskmill_StatusLine::DrawMark()
 {
-    m_mark->setPixmap(
-        Taskmill_StatusIcon(m_lastStatus, m_lastVerdict).pixmap(QSize{markSize, markSize}, devicePixelRatioF()));
+    m_mark->setPixmap(Taskmill_StatusIcon(m_lastStatus, m_lastVerdict)
+                          .pixmap(QSize{markSize, markSize}, devicePixelRatioF()));
 }

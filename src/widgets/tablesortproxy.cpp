@@ -498,8 +498,8 @@ void Proxy::PutInPlace(int first, int last)
 {
     const QList<int> changed = ShownAmong(first, last);
     // What is not shown may be anywhere.
-    const bool areInPlace = !m_isFiltered && std::ranges::none_of(
-                                                 changed, [this](int row) { return IsOutOfPlace(row); });
+    const bool areInPlace =
+        !m_isFiltered && std::ranges::none_of(changed, [this](int row) { return IsOutOfPlace(row); });
     if (areInPlace)
         return;
     if (last - first >= mostChangesReportedSingly) {

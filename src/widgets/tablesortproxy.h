@@ -14,8 +14,8 @@ struct KilnUtil_RowRange;
 /// Sorts the rows of a table model: numbers by size, everything else as text without regard to case. Rows
 /// that are equal keep the order in which they stood. Made for tables of a hundred thousand rows: one change
 /// costs no more than a walk through a list of numbers. More are sorted by the ranks that a
-/// KilnUtil_RowSource finds; until it has them the rows stand as before. Rows that such a source does not want
-/// are not there; many are found in the same way. The source model's columns stay what they are.
+/// KilnUtil_RowSource finds; until it has them the rows stand as before. Rows that such a source does not
+/// want are not there; many are found in the same way. The source model's columns stay what they are.
 class KilnUtil_TableSortProxy final : public QAbstractProxyModel
 {
     Q_OBJECT
@@ -107,11 +107,12 @@ private:
     void ChangeOrder(Change change);
 
     QList<int> m_sourceRows; ///< by row of the view
-    QList<int> m_viewRows; ///< by source row; -1 for one that is about to be removed, not placed yet, or not wanted
+    QList<int>
+        m_viewRows; ///< by source row; -1 for one that is about to be removed, not placed yet, or not wanted
     bool m_isFiltered = false;
     QList<int> m_allRows;   ///< while filtered: the source rows in the order of the view, wanted or not
     QList<bool> m_isWanted; ///< while filtered, by source row
-    QList<int> m_rowsNow;  ///< by source row as before, while rows leave the source
+    QList<int> m_rowsNow;   ///< by source row as before, while rows leave the source
     int m_column = -1;
     Qt::SortOrder m_order = Qt::AscendingOrder;
     struct Order
@@ -122,7 +123,7 @@ private:
     bool m_findsRanksAnew = false;
     bool m_findsWanted = false;
     bool m_findsWantedAnew = false;
-    std::optional<Order> m_wanted;                   ///< while its ranks are being found
-    std::vector<QPersistentModelIndex> m_rowsBefore; ///< while the source changes its layout
+    std::optional<Order> m_wanted;                      ///< while its ranks are being found
+    std::vector<QPersistentModelIndex> m_rowsBefore;    ///< while the source changes its layout
     std::vector<QPersistentModelIndex> m_allRowsBefore; ///< the same of those that are not wanted, too
 };

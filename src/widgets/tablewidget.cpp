@@ -193,9 +193,9 @@ void KilnUtil_TableWidget::ColumnResizedSlot(int column)
         m_saveTimer.start();
 }
 
-/// The setting is a list of "column:width" in the order in which the columns stand, ":hidden" behind those that
-/// are not shown. The last one that is shown is as wide as the window lets it be, which is written as 0, as are all
-/// while the user has set none.
+/// The setting is a list of "column:width" in the order in which the columns stand, ":hidden" behind those
+/// that are not shown. The last one that is shown is as wide as the window lets it be, which is written as 0,
+/// as are all while the user has set none.
 void KilnUtil_TableWidget::SaveColumnsSlot()
 {
     const QHeaderView *columns = horizontalHeader();
@@ -208,9 +208,10 @@ void KilnUtil_TableWidget::SaveColumnsSlot()
         saved.append(columns->isSectionHidden(column) ? text + u":hidden"_s : text);
     }
     KilnUtil_Registry::SetValue(m_settingsKey + u"Columns"_s, saved);
-    KilnUtil_Registry::SetValue(m_settingsKey + u"Order"_s,
-                                u"%1:%2"_s.arg(columns->sortIndicatorSection())
-                                    .arg(columns->sortIndicatorOrder() == Qt::AscendingOrder ? u"up" : u"down"));
+    KilnUtil_Registry::SetValue(
+        m_settingsKey + u"Order"_s,
+        u"%1:%2"_s.arg(columns->sortIndicatorSection())
+            .arg(columns->sortIndicatorOrder() == Qt::AscendingOrder ? u"up" : u"down"));
 }
 
 void KilnUtil_TableWidget::PutBehindOther(int column)
@@ -269,8 +270,7 @@ void KilnUtil_TableWidget::RestoreColumns()
 
 void KilnUtil_TableWidget::RestoreOrder()
 {
-    const QStringList saved =
-        KilnUtil_Registry::Value(m_settingsKey + u"Order"_s).toString().split(u':');
+    const QStringList saved = KilnUtil_Registry::Value(m_settingsKey + u"Order"_s).toString().split(u':');
     bool hasColumn = false;
     const int column = saved.first().toInt(&hasColumn);
     if (hasColumn && column >= 0 && column < horizontalHeader()->count())

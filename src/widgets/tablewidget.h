@@ -34,9 +34,10 @@ public:
     void SetElasticColumns(const QMap<int, int> &leastCharacters);
     /// At first these columns are hidden, and those of the map stand behind the other one.
     void SetColumnsAtFirst(const QList<int> &hidden, const QMap<int, int> &standingBehind);
-    /// Restores what was saved under that name, and saves from then on what the user does to the columns: their
-    /// widths and their order, which of them are shown, and by which the rows are sorted. To be called when
-    /// the model and the hints are there. A column that was not known when they were saved is as at first.
+    /// Restores what was saved under that name, and saves from then on what the user does to the columns:
+    /// their widths and their order, which of them are shown, and by which the rows are sorted. To be called
+    /// when the model and the hints are there. A column that was not known when they were saved is as at
+    /// first.
     void RememberColumns(const QString &name);
     /// Adds what shows and hides columns, as the menu of the headers does. The table outlives the menu.
     void FillColumnsMenu(QMenu &menu);
@@ -49,8 +50,8 @@ public:
     /// The selected rows of the view, from the top.
     [[nodiscard]] QList<int> SelectedRows() const;
     [[nodiscard]] QList<int> AllRows() const;
-    /// What the cells of these rows hold under KilnUtil_TableSortProxy::PositionRole, where that is the row of
-    /// the source model.
+    /// What the cells of these rows hold under KilnUtil_TableSortProxy::PositionRole, where that is the row
+    /// of the source model.
     [[nodiscard]] QList<int> PositionsOf(const QList<int> &rows) const;
     [[nodiscard]] QList<int> PositionsOfSelectedRows() const { return PositionsOf(SelectedRows()); }
     /// What the cell holds under KilnUtil_TableSortProxy::PositionRole; -1 when there is no such cell.
@@ -59,8 +60,8 @@ public:
     [[nodiscard]] int CurrentPosition() const;
 
     [[nodiscard]] const KilnUtil_TableSortProxy &Rows() const { return *m_proxy; }
-    /// The source model wants other rows than before. Where many were selected, none is any more: one that is not
-    /// shown is never acted on.
+    /// The source model wants other rows than before. Where many were selected, none is any more: one that is
+    /// not shown is never acted on.
     void FilterChanged();
 
     /// Calls what changes the rows and keeps those in view where they are. At its very top the table stays

@@ -192,9 +192,9 @@ private Q_SLOTS:
         }
         // What a filter shows is found in the same way.
         for (const auto &filter :
-             {Taskmill_JobFilter{u" RUN\t7 molecule "_s, false}, Taskmill_JobFilter{u"not converged"_s, false},
-              Taskmill_JobFilter{u"type"_s, true}, Taskmill_JobFilter{{}, true},
-              Taskmill_JobFilter{u"nowhere"_s, false}}) {
+             {Taskmill_JobFilter{u" RUN\t7 molecule "_s, false},
+              Taskmill_JobFilter{u"not converged"_s, false}, Taskmill_JobFilter{u"type"_s, true},
+              Taskmill_JobFilter{{}, true}, Taskmill_JobFilter{u"nowhere"_s, false}}) {
             QList<bool> matches;
             jobs.Match(filter, [&](const QList<bool> &found) { matches = found; });
             QTRY_COMPARE(matches.size(), jobs.Count());

@@ -344,10 +344,11 @@ private Q_SLOTS:
         QTest::addColumn<QString>("colour");
         QTest::addColumn<QString>("result");
         QTest::newRow("normal") << Status::Completed << Verdict::Normal << u"green"_s << u"Normal"_s;
-        QTest::newRow("not converged") << Status::Completed << Verdict::NotConverged << u"amber"_s
-                                       << u"Not converged"_s;
+        QTest::newRow("not converged")
+            << Status::Completed << Verdict::NotConverged << u"amber"_s << u"Not converged"_s;
         QTest::newRow("error") << Status::Completed << Verdict::Error << u"red"_s << u"Error"_s;
-        QTest::newRow("failed, although normal") << Status::Failed << Verdict::Normal << u"red"_s << u"Normal"_s;
+        QTest::newRow("failed, although normal")
+            << Status::Failed << Verdict::Normal << u"red"_s << u"Normal"_s;
         QTest::newRow("only ended") << Status::Completed << Verdict::None << u"grey"_s << u"Not said"_s;
     }
 
@@ -371,10 +372,10 @@ private Q_SLOTS:
         const QModelIndex cell = pages.finishedTable.model()->index(0, 2);
         const QColor mark =
             cell.data(Qt::DecorationRole).value<QIcon>().pixmap(16, 16).toImage().pixelColor(8, 8);
-        const QString seen = mark.hslSaturationF() < 0.2F                   ? u"grey"_s
-                             : mark.hslHue() > 90                           ? u"green"_s
-                             : mark.hslHue() > 20                           ? u"amber"_s
-                                                                            : u"red"_s;
+        const QString seen = mark.hslSaturationF() < 0.2F ? u"grey"_s
+                             : mark.hslHue() > 90         ? u"green"_s
+                             : mark.hslHue() > 20         ? u"amber"_s
+                                                          : u"red"_s;
         QCOMPARE(seen, colour);
         for (const auto &[base, alternate] :
              {std::pair{QColor{Qt::white}, QColor{0xf0, 0xf0, 0xf0}},
@@ -382,7 +383,8 @@ private Q_SLOTS:
             QVERIFY(KilnUtil_Contrast::Ratio(mark, base) >= 3);
             QVERIFY(KilnUtil_Contrast::Ratio(mark, alternate) >= 2.7);
         }
-        QCOMPARE(cell.data(Qt::AccessibleDescriptionRole).toString(), u"MOPAC 22: %1\nTHE LINE"_s.arg(result));
+        QCOMPARE(cell.data(Qt::AccessibleDescriptionRole).toString(),
+                 u"MOPAC 22: %1\nTHE LINE"_s.arg(result));
         QCOMPARE(CellText(pages.finishedTable, 0, 10), result);
     }
 
@@ -391,7 +393,8 @@ private Q_SLOTS:
         JobPages pages;
         QList<Taskmill_JobRecord> jobs;
         for (int number = 1; number <= 3; ++number) {
-            jobs.append(pages.manager.JobOf(pages.gated, number, pages.manager.InputFile(u"%1.in"_s.arg(number))));
+            jobs.append(
+                pages.manager.JobOf(pages.gated, number, pages.manager.InputFile(u"%1.in"_s.arg(number))));
             pages.finished.AddJob(jobs.last());
         }
         pages.finishedTab.FillTable();

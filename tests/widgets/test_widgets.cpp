@@ -89,11 +89,10 @@ private Q_SLOTS:
         QTest::addColumn<QList<int>>("shown");
         QTest::newRow("at first") << QStringList{} << QList{0, 3, 1};
         QTest::newRow("before there were so many") << QStringList{u"1:70"_s, u"0:0"_s} << QList{1, 0, 3};
-        QTest::newRow("hidden and moved") << QStringList{u"3:80"_s, u"2:60"_s, u"1:0:hidden"_s, u"0:0"_s}
-                                          << QList{3, 2, 0};
-        QTest::newRow("none is left") << QStringList{u"0:0:hidden"_s, u"1:0:hidden"_s, u"2:0:hidden"_s,
-                                                     u"3:0:hidden"_s}
-                                      << QList{0};
+        QTest::newRow("hidden and moved")
+            << QStringList{u"3:80"_s, u"2:60"_s, u"1:0:hidden"_s, u"0:0"_s} << QList{3, 2, 0};
+        QTest::newRow("none is left")
+            << QStringList{u"0:0:hidden"_s, u"1:0:hidden"_s, u"2:0:hidden"_s, u"3:0:hidden"_s} << QList{0};
     }
 
     void ColumnsAreRemembered()
