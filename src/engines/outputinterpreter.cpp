@@ -100,6 +100,12 @@ void Taskmill_OutputInterpreter::Fail(std::string_view line)
         m_error = "error";
 }
 
+void Taskmill_OutputInterpreter::TakeBackError(std::string_view error)
+{
+    if (m_error == error)
+        m_error.clear();
+}
+
 void Taskmill_OutputInterpreter::ReplaceError(std::string_view line)
 {
     m_error.clear();

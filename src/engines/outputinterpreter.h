@@ -37,6 +37,8 @@ protected:
     void EndNormally(std::string_view line);
     /// Of several errors in a run the first one counts: the others follow from it.
     void Fail(std::string_view line);
+    /// A later line says that this error was none.
+    void TakeBackError(std::string_view error);
     /// A later line says better what the error is.
     void ReplaceError(std::string_view line);
     /// As an error, and stronger than one.

@@ -49,6 +49,7 @@ private:
             {"[ERROR]", &Interpreter::ReadErrorBegin},
             {"#ERROR", &Interpreter::ReadError},
             {"ERROR STOP", &Interpreter::ReadError},
+            {"at ./signal/", &Interpreter::ReadSignal},
             {"abnormal termination of xtb", &Interpreter::ReadError},
             {"external code error", &Interpreter::ReadError},
             {"grad| > 500, something is totally wrong", &Interpreter::ReadError},
@@ -91,6 +92,8 @@ private:
     void ReadScf(std::string_view) { SetScf(true); }
     void ReadScfFailure(std::string_view) { SetScf(false, m_line); }
     void ReadError(std::string_view text) { Fail(text); }
+    /// In the backtrace of an "ERROR STOP": somebody asked the program to end.
+    void ReadSignal(std::string_view) { TakeBackError("ERROR STOP"); }
 
     void ReadErrorBegin(std::string_view text)
     {

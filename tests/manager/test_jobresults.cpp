@@ -7,6 +7,8 @@
 #include <QJsonObject>
 #include <QSignalSpy>
 
+#include <utility>
+
 using namespace Qt::Literals::StringLiterals;
 using namespace SampleOutput;
 
@@ -89,6 +91,20 @@ private Q_SLOTS:
         QTRY_COMPARE(known.size(), 1);
         QCOMPARE(known.first().first().toInt(), 2);
         QCOMPARE(m_manager->FinishedJobs().JobAt(0).Result.Verdict, Taskmill_Verdict::Normal);
+    }
+
+    /// The manager before was ended between the end of a job and the reading of its output.
+    void ReadsTheResultsThatWereLost()
+    {
+        QSignalSpy known{&m_manager->FinishedJobs(), &Taskmill_FinishedJobs::ResultKnownSignal};
+        Taskmill_JobRecord job = Ended(1);
+        job.StandardOutputFile = std::exchange(job.OutputFile, {});
+        m_manager->FinishedJobs().AddJob(job);
+        m_manager->FinishedJobs().Load();
+        QCOMPARE(m_manager->FinishedJobs().JobAt(0).Result, Taskmill_JobResult{});
+        m_manager->FinishedJobs().ReadLostResults();
+        QTRY_COMPARE(known.size(), 1);
+        QCOMPARE(m_manager->Database().GetFinishedJobs().first().Result.Verdict, Taskmill_Verdict::Normal);
     }
 
     void ReadsWhatAJobPrints_data()
