@@ -155,6 +155,9 @@ private Q_SLOTS:
         // All twenty rows are in view.
         const auto window = desktop.WaitForWindow(Taskmill_VersionText());
         desktop.Run(u"xdotool"_s, {u"windowsize"_s, QString::number(window->ID), u"1200"_s, u"900"_s});
+        // So high a window has the details at first.
+        QVERIFY(desktop.WaitForControl(u"label"_s, u"Choose a job to see its details."_s));
+        desktop.Press(u"F4"_s);
         const auto press = [&desktop](const QString &name) {
             return desktop.ClickControl(u"push button"_s, name);
         };
