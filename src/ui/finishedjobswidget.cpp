@@ -177,8 +177,10 @@ void Taskmill_FinishedJobsWidget::FillMenu(Taskmill_TabMenu &menu)
 {
     FillTable();
     const Taskmill_JobRecord *job = JobAt(m_table->CurrentPosition());
+    if (!job && m_table->model()->rowCount() == 0)
+        return;
     if (!job) {
-        const QAction *exporting = menu.AddEntry(exportText, m_table->model()->rowCount() > 0);
+        const QAction *exporting = menu.AddEntry(exportText);
         menu.WhenChosen([this, exporting](const QAction &chosen) {
             if (&chosen == exporting)
                 Export();
