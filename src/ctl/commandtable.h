@@ -59,4 +59,5 @@ constexpr std::string_view Taskmill_CtlExitStatusText = R"(Exit status (when sev
   3  no manager answers, or it went away
   4  a request was refused
   5  a project file cannot be read or written
-  6  the time that --timeout grants has passed)";
+  6  the time that --timeout grants has passed
+  7  standard output cannot be written)";
