@@ -229,6 +229,22 @@ bool Desktop::WaitForControl(const QString &role, const QString &name) const
     return false;
 }
 
+bool Desktop::WaitForText(const QString &name, const QString &words) const
+{
+    QString text;
+    const auto hasWords = [&] {
+        const auto control = FindControl(u"text"_s, name);
+        text = control ? control->Text : QString{};
+        return text.contains(words);
+    };
+    if (QTest::qWaitFor(hasWords, longestWaitMs))
+        return true;
+    qWarning("\"%ls\" is \"%ls\" among:", qUtf16Printable(name), qUtf16Printable(text));
+    for (const ScreenControl &control : ReadScreen(*m_accessibilityBus))
+        qWarning("  %ls \"%ls\"", qUtf16Printable(control.Role), qUtf16Printable(control.Name));
+    return false;
+}
+
 bool Desktop::WaitUntilControlIsGone(const QString &role, const QString &name) const
 {
     return QTest::qWaitFor([&] { return !FindControl(role, name); }, longestWaitMs);

@@ -52,6 +52,8 @@ public:
     /// Waits for a control, such as a "push button", a "page tab" or a "cell", of that name.
     [[nodiscard]] bool WaitForControl(const QString &role, const QString &name) const;
     [[nodiscard]] bool WaitUntilControlIsGone(const QString &role, const QString &name) const;
+    /// Waits until the control that holds text has these words.
+    [[nodiscard]] bool WaitForText(const QString &name, const QString &words) const;
     /// Waits for a control and clicks it.
     [[nodiscard]] bool ClickControl(const QString &role, const QString &name, int button = 1) const;
 

@@ -84,8 +84,12 @@ void Collect(const QDBusConnection &bus, const Address &object, QList<ScreenCont
         return;
     const QString name =
         Text(Call(bus, object, u"org.freedesktop.DBus.Properties"_s, u"Get"_s, {accessible, u"Name"_s}));
-    controls.append({.Role = Text(Call(bus, object, accessible, u"GetRoleName"_s)),
+    const QString role = Text(Call(bus, object, accessible, u"GetRoleName"_s));
+    controls.append({.Role = role,
                      .Name = QString{name}.remove(u'&').trimmed(),
+                     .Text = role == "text"_L1
+                                 ? Text(Call(bus, object, u"org.a11y.atspi.Text"_s, u"GetText"_s, {0, -1}))
+                                 : QString{},
                      .Geometry = Extents(Call(bus, object, u"org.a11y.atspi.Component"_s, u"GetExtents"_s,
                                               {QVariant::fromValue(0U)}))});
     for (const Address &child : Children(bus, object))

@@ -10,6 +10,7 @@ struct ScreenControl
 {
     QString Role = {};
     QString Name = {};   ///< without marks for keys and blanks around it
+    QString Text = {};   ///< of a control that holds one
     QRect Geometry = {}; ///< on the screen
 };
 

@@ -236,6 +236,66 @@ private Q_SLOTS:
         QVERIFY(showsJob(u"Tight binding"_s));
     }
 
+    /// Ten calculations, all Completed for the system, of which two have failed for a chemist.
+    void FindsAndMendsWhatFailed()
+    {
+        const QString mopac = QStandardPaths::findExecutable(u"mopac"_s);
+        QVERIFY2(!mopac.isEmpty(), "mopac is not installed");
+        QVERIFY(Project().AddType(u"Semiempirical"_s, mopac, u"@EXEFILE @INFILE"_s, u"MOPAC (*.mop)"_s));
+        Desktop desktop;
+        QVERIFY(desktop.Start());
+        QVERIFY(Start(desktop));
+        // So high a window has the details at first.
+        const auto window = desktop.WaitForWindow(Taskmill_VersionText());
+        desktop.Run(u"xdotool"_s, {u"windowsize"_s, QString::number(window->ID), u"1200"_s, u"900"_s});
+        const auto submit = [this](const QString &name, const QByteArray &input) {
+            return Manager()
+                .Submit(u"Semiempirical"_s, Project().InputFile(name, input), u"none"_s)
+                .startsWith("accepted=");
+        };
+        for (int number = 0; number < 8; ++number)
+            QVERIFY(submit(u"water %1.mop"_s.arg(number), waterMopac));
+        QVERIFY(submit(u"broken.mop"_s, "NOSUCHWORD " + waterMopac));
+        QVERIFY(submit(u"slow.mop"_s,
+                       "CYCLES=2 PM7\nWater\n\nO 0 1 0 1 0 1\nH 1.2 1 0 1 0 1\nH -0.3 1 1.1 1 0 1\n"));
+        QVERIFY(desktop.ClickControl(u"page tab"_s, u"Finished Jobs"_s));
+        QVERIFY(desktop.WaitForControl(u"label"_s, u"0 running, 0 waiting"_s));
+
+        desktop.Press(u"ctrl+f"_s);
+        QVERIFY(desktop.ClickControl(u"check box"_s, u"Failed only"_s));
+        QVERIFY(desktop.WaitUntilControlIsGone(u"cell"_s, u"water 0.mop"_s));
+        QVERIFY(desktop.ClickControl(u"cell"_s, u"slow.mop"_s));
+        QVERIFY(desktop.WaitForText(u"Details of the job"_s, u"EXCESS NUMBER OF OPTIMIZATION CYCLES"_s));
+        QVERIFY(desktop.ClickControl(u"cell"_s, u"broken.mop"_s));
+        QVERIFY(desktop.WaitForText(u"Details of the job"_s, u"NOSUCHWORD"_s));
+
+        WriteTestFile(Project().Path(u"broken.mop"_s), waterMopac);
+        QVERIFY(desktop.ClickControl(u"cell"_s, u"broken.mop"_s, 3));
+        QVERIFY(desktop.WaitForPopup());
+        constexpr int runAgainFromEnd = 5;
+        desktop.Press(QStringList(runAgainFromEnd, u"Up"_s).join(u' ') + u" Return"_s);
+        QVERIFY(desktop.WaitForWindow(u"Run Again"_s));
+        QVERIFY(desktop.ClickControl(u"push button"_s, u"Replace"_s));
+        QVERIFY(desktop.ClickControl(u"check box"_s, u"Failed only"_s));
+        QVERIFY(desktop.ClickControl(u"cell"_s, u"11"_s));
+        QVERIFY(desktop.WaitForText(u"Details of the job"_s, u"Normal, MOPAC"_s));
+
+        desktop.Press(u"ctrl+s"_s);
+        QVERIFY(desktop.WaitUntilControlIsGone(u"label"_s, u"Changes not saved"_s));
+        desktop.Press(u"ctrl+n"_s);
+        QVERIFY(desktop.WaitForWindow(Taskmill_VersionText() + u", New Project"_s));
+        desktop.Press(u"alt+j"_s);
+        QVERIFY(desktop.WaitForPopup());
+        desktop.Press(u"r 1"_s);
+        QVERIFY(desktop.WaitForWindow(Taskmill_VersionText() + u", jobs.mill"_s));
+        QVERIFY(desktop.WaitForControl(u"cell"_s, u"11"_s));
+        const QList<Taskmill_JobRecord> finished = Project().Rows().finishedJobs;
+        QCOMPARE(finished.size(), 11);
+        QCOMPARE(std::ranges::count(finished, Taskmill_Verdict::Normal,
+                                    [](const Taskmill_JobRecord &job) { return job.Result.Verdict; }),
+                 9);
+    }
+
 private:
     [[nodiscard]] bool Start(Desktop &desktop)
     {
