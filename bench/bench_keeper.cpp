@@ -64,7 +64,7 @@ Taskmill_RunReport WaitFor(Taskmill_RunConnection &run, Taskmill_RunReport::Kind
     return report;
 }
 
-double Kept(const Taskmill_Nursery &nursery)
+double Kept(Taskmill_Nursery &nursery)
 {
     const Clock::time_point begin = Clock::now();
     Taskmill_RunConnection run = nursery.StartRun(Order("/bin/true"));
@@ -95,7 +95,7 @@ long long ParentOf(long long process)
     return std::atoll(text.c_str() + text.rfind(')') + 4);
 }
 
-void MeasureMany(const Taskmill_Nursery &nursery, int count)
+void MeasureMany(Taskmill_Nursery &nursery, int count)
 {
     Clock::time_point begin = Clock::now();
     std::vector<Taskmill_RunConnection> runs;
@@ -116,7 +116,7 @@ void MeasureMany(const Taskmill_Nursery &nursery, int count)
     std::printf("%d of them killed: %.0f ms\n", ended, UsSince(begin) / 1000);
 }
 
-void MeasureOutput(const Taskmill_Nursery &nursery, const std::string &folder)
+void MeasureOutput(Taskmill_Nursery &nursery, const std::string &folder)
 {
     const Clock::time_point begin = Clock::now();
     const Taskmill_RunOrder order = Order("/bin/sh", {"-c", "head -c 300000000 /dev/zero"});
@@ -136,7 +136,7 @@ int main(int argc, char **argv)
     char folder[] = "/var/tmp/bench-keeper-XXXXXX";
     if (!mkdtemp(folder))
         return 1;
-    const auto nursery = Taskmill_Nursery::Start(argv[1], folder, waitMs);
+    auto nursery = Taskmill_Nursery::Start(argv[1], folder, waitMs);
     if (!nursery)
         return 1;
     std::vector<double> bare;

@@ -5,6 +5,8 @@
 #include "db/jobfields.h"
 #include "manager/measuretext.h"
 
+#include <QDir>
+
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
@@ -21,12 +23,14 @@ bool Taskmill_JobFilter::Matches(const Taskmill_JobRecord &job) const
         return false;
     if (m_words.isEmpty())
         return true;
-    const QString folder = job.Folder();
+    // Whatever separators somebody types.
+    const QString folder = QDir::fromNativeSeparators(job.Folder());
     const QString result = Taskmill_ResultText(job.Result);
     return std::ranges::all_of(m_words, [&](const QString &word) {
         return job.Name.contains(word, Qt::CaseInsensitive) ||
                job.JobType.Name.contains(word, Qt::CaseInsensitive) ||
-               folder.contains(word, Qt::CaseInsensitive) || result.contains(word, Qt::CaseInsensitive);
+               folder.contains(QDir::fromNativeSeparators(word), Qt::CaseInsensitive) ||
+               result.contains(word, Qt::CaseInsensitive);
     });
 }
 

@@ -413,7 +413,8 @@ private Q_SLOTS:
             entries.Choose(*std::ranges::find(actions, entry, &QAction::text));
             return QGuiApplication::clipboard()->text();
         };
-        QCOMPARE(choose(u"Copy Path"_s), jobs[0].InputFilePath + u'\n' + jobs[2].InputFilePath);
+        QCOMPARE(choose(u"Copy Path"_s),
+                 QDir::toNativeSeparators(jobs[0].InputFilePath + u'\n' + jobs[2].InputFilePath));
         QCOMPARE(choose(u"Copy Command Line"_s), jobs[0].CommandLine() + u'\n' + jobs[2].CommandLine());
         const QString file = pages.manager.Path(u"jobs.csv"_s);
         const auto lines = [&file] {
