@@ -212,7 +212,7 @@ void TestKeptJobs::EndHostileJob(const QByteArray &how)
     const auto readyCount = [&folder] {
         return folder.entryList({u"*ready*"_s}).size();
     };
-    QTRY_COMPARE(readyCount(), processes);
+    QTRY_COMPARE_WITH_TIMEOUT(readyCount(), processes, 60'000);
     QVERIFY(JobProcesses() > processes - 4);
     if (how == "quit") {
         QCOMPARE(Manager().Quit({"yes", "no"}), ManagerEnd{.status = 0});
