@@ -109,6 +109,8 @@ Manager::Manager(Mode mode, const QString &project)
     environment.insert(u"GAUSS_EXEDIR"_s, m_directory.path());
     // No working copy of another run is taken up.
     environment.insert(u"XDG_STATE_HOME"_s, m_directory.path());
+    // What waits at the end goes with it.
+    environment.insert(u"TASKMILL_END_JOBS"_s, u"1"_s);
     environment.insert(u"TASKMILL_CONSOLE_PORT"_s, QString::number(m_port));
     environment.insert(u"TASKMILL_GUI_PORT"_s, QString::number(m_port));
     // Both ports must differ; the one of the other mode is not listened to.
