@@ -349,7 +349,7 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Quit(const Taskmill_Re
             u"TASKMILL_END_JOBS has the manager end its jobs; quit without --keep ends what runs"_s);
     if (const QString others = Taskmill_JobsThatCannotGoOn(m_manager.Destinations());
         request.KeepsJobs && !others.isEmpty())
-        return Outcome::Refused(others.toLower().first(1) + others.sliced(1).chopped(1) +
+        return Outcome::Refused(others.first(1).toLower() + others.sliced(1).chopped(1) +
                                 u"; quit without --keep ends what runs"_s);
     m_frontEnd.QuitLater(request.KeepsJobs);
     return Outcome::Done(request, u"The manager ends."_s, {});

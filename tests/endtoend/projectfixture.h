@@ -9,6 +9,13 @@
 
 #include <memory>
 
+/// Whether the manager was built with them.
+#ifdef TASKMILL_HAS_KEEPERS
+constexpr bool hasKeepers = true;
+#else
+constexpr bool hasKeepers = false;
+#endif
+
 /// The jobs of a project file, list by list.
 struct ProjectRows
 {

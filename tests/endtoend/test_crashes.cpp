@@ -25,12 +25,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-#ifdef TASKMILL_HAS_KEEPERS
-constexpr bool hasKeepers = true;
-#else
-constexpr bool hasKeepers = false;
-#endif
-
 int Random(int below)
 {
     return QRandomGenerator::global()->bounded(below);

@@ -16,11 +16,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-#ifdef TASKMILL_HAS_KEEPERS
-constexpr bool hasKeepers = true;
-#else
-constexpr bool hasKeepers = false;
-#endif
 constexpr ManagerEnd killed{.signal = SIGKILL};
 } // namespace
 

@@ -9,12 +9,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-#ifdef TASKMILL_HAS_KEEPERS
-constexpr bool hasKeepers = true;
-#else
-constexpr bool hasKeepers = false;
-#endif
-
 const QByteArray water = "3\nwater\nO 0 0 0\nH 1.4 0 0\nH -0.4 1.3 0\n";
 
 /// An input of MOPAC that optimises a molecule of water, with further keywords.
