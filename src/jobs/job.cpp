@@ -48,6 +48,8 @@ qint64 Taskmill_Job::ProcessID() const
 bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
 {
     m_record.SetStatus(Taskmill_JobStatus::Running, true);
+    if (std::exchange(m_isStartPutOff, false))
+        m_record.StdOutAndStdErr.clear();
     if (m_record.JobType.IsEmpty()) {
         EndWithoutProcess(u"The job was not run: its job type is no longer in the project.\n"_s);
         return true;
@@ -64,6 +66,10 @@ bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
     if (!plan.StandardInput.isEmpty()) {
         QFile file;
         if (!OpenStandardInput(file)) {
+            if (file.error() == QFileDevice::ResourceError) {
+                PutStartOff(file.errorString());
+                return true;
+            }
             m_record.StdOutAndStdErr =
                 u"The job was not run: no file for its standard input could be made in %1.\n"_s.arg(
                     StandardInputDirectory());
@@ -80,6 +86,7 @@ bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
             QFile::remove(name);
             return true;
         }
+        m_writtenInput = file.fileName();
         if (standardInputFile.isEmpty())
             standardInputFile = file.fileName();
     }
@@ -158,8 +165,25 @@ void Taskmill_Job::UseNewProcess()
     });
 }
 
+void Taskmill_Job::PutStartOff(const QString &reason)
+{
+    m_isStartPutOff = true;
+    // The next try makes another one.
+    if (!m_writtenInput.isEmpty())
+        QFile::remove(std::exchange(m_writtenInput, {}));
+    m_record.StdOutAndStdErr =
+        u"The job waits to be started, which is tried again every few seconds: %1\n"_s.arg(reason);
+    Q_EMIT StartPutOffSignal(reason);
+}
+
 bool Taskmill_Job::Kill(Taskmill_ProcessInspector &inspector)
 {
+    if (std::exchange(m_isStartPutOff, false)) {
+        m_record.ExitCode = KilnUtil_Process::ExitCodeOfFailedStart;
+        m_record.SetStatus(Taskmill_JobStatus::Killed, true);
+        Q_EMIT JobFinishedSignal();
+        return true;
+    }
     if (m_record.Status != Taskmill_JobStatus::Running || !m_process)
         return false;
     // A keeper finds all of it, and leaves it time.
@@ -248,6 +272,12 @@ void Taskmill_Job::TakeMeasuresOf(const KilnUtil_RunEnd &end)
 
 void Taskmill_Job::ProcessFinishedSlot(bool)
 {
+    if (m_process && m_process->End().IsForLack && !m_process->WasKilled()) {
+        const QString reason = m_process->End().Reason;
+        std::exchange(m_process, nullptr)->DeleteWhenEnded();
+        PutStartOff(reason);
+        return;
+    }
     const Taskmill_JobStatus status = FinalStatus();
     m_record.ExitCode = m_process ? m_process->ExitCode() : 0;
     if (m_process)

@@ -248,9 +248,10 @@ void Taskmill_KeeperNursery::TakeOrder(Taskmill_KeeperMessage order, Taskmill_Ke
     if (keeper > 0) {
         m_keepers.emplace(keeper, order.Value("run"));
     } else {
+        const int error = errno;
         Taskmill_RunRecord record{Taskmill_RunRecord::Kind::End, order.Value("run")};
         record.end.how = Taskmill_RunEnd::How::NotStarted;
-        record.end.code = errno;
+        record.end.code = error;
         Taskmill_KeeperMessage message{Taskmill_EndWord};
         message.Add("record", record.ToLine());
         manager.Send(message);

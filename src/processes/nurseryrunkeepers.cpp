@@ -139,17 +139,17 @@ void KilnUtil_NurseryRunKeepers::Remove(KilnUtil_KeptRun &run)
     m_runs.removeOne(&run);
 }
 
-Taskmill_RunConnection KilnUtil_NurseryRunKeepers::StartRun(Taskmill_RunOrder order)
+Taskmill_RunConnection KilnUtil_NurseryRunKeepers::StartRun(Taskmill_RunOrder order, int &error)
 {
     order.owner = m_owner;
     if (m_nursery) {
-        Taskmill_RunConnection connection = m_nursery->StartRun(order);
+        Taskmill_RunConnection connection = m_nursery->StartRun(order, &error);
         // What this program lacks no other nursery has.
         if (connection.IsOpen() || m_nursery->IsOpen())
             return connection;
         LoseNursery();
     }
-    return StartNursery() ? m_nursery->StartRun(order) : Taskmill_RunConnection{};
+    return StartNursery() ? m_nursery->StartRun(order, &error) : Taskmill_RunConnection{};
 }
 
 void KilnUtil_NurseryRunKeepers::SetOwner(const QString &identity, const QString &text,
@@ -222,6 +222,9 @@ KilnUtil_FoundRun KilnUtil_NurseryRunKeepers::FindRecorded(const std::string &ru
     // Whoever has its result did not want it to stay, as when a project is closed without being saved: the
     // job waits as it did in the file.
     if (!run || !run->claimant.empty())
+        return found;
+    // It waited for its start to be tried again.
+    if (run->end && KilnUtil_KeptRun::EndOf(*run->end).IsForLack)
         return found;
     found.Where = KilnUtil_FoundRun::Place::Here;
     found.StartMs = run->startMs;

@@ -45,7 +45,8 @@ public:
     [[nodiscard]] const std::string &Folder() const { return m_folder; }
     void Add(KilnUtil_KeptRun &run) { m_runs.append(&run); }
     void Remove(KilnUtil_KeptRun &run);
-    [[nodiscard]] Taskmill_RunConnection StartRun(Taskmill_RunOrder order);
+    /// Not open where keepers are out of order, or for the lack that `error` says.
+    [[nodiscard]] Taskmill_RunConnection StartRun(Taskmill_RunOrder order, int &error);
     /// False when this turn of the event loop has lasted so long that what keepers report can wait for the
     /// next.
     [[nodiscard]] bool IsTurnShort() const { return m_turn.elapsed() < LongestTurnMs; }

@@ -53,5 +53,7 @@ constexpr std::string_view Taskmill_StartedWord = "started";
 constexpr std::string_view Taskmill_OutputWord = "output";
 constexpr std::string_view Taskmill_RemainsWord = "remains"; ///< a kill has not ended these "pid" yet
 constexpr std::string_view Taskmill_EndWord = "end";         ///< with the line of the journal as "record"
+/// The "file" of an end without a start, when the start could not be recorded.
+constexpr std::string_view Taskmill_JournalAsFailedFile = "journal";
 constexpr std::string_view Taskmill_AdoptedWord = "adopted";
 constexpr std::string_view Taskmill_RefusedWord = "refused"; ///< the run belongs to "owner"
