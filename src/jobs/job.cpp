@@ -5,6 +5,7 @@
 #include "jobs/jobenvironment.h"
 #include "jobs/runofjob.h"
 #include "kilnutil/filesys.h"
+#include "kilnutil/logging.h"
 #include "kilnutil/textencoding.h"
 #include "processes/process.h"
 #include "processes/processinspector.h"
@@ -234,12 +235,17 @@ QString Taskmill_Job::TextOfOutput(QByteArray bytes)
     return KilnUtil_TextEncoding::FromUtf8OrLatin1(bytes);
 }
 
-/// A job's end is to hold nothing up: of a long output only what was said of it is taken over.
+/// A job's end is to hold nothing up: of a long output only what was said of it is taken over. What cannot be
+/// read now may be later.
 void Taskmill_Job::GatherLastOutput()
 {
     constexpr qint64 longestGathered = 256L * 1024;
     const bool isLong = m_process && m_process->Output().TotalSize() > longestGathered;
-    const std::optional<QByteArray> said = isLong ? m_process->Output().Appended() : std::nullopt;
+    const bool isLeft = isLong || (m_process && !m_process->Output().IsReadable());
+    if (isLeft && !isLong)
+        qCWarning(Taskmill_JobsLog, "The output of job %d cannot be read now, and stays where it is",
+                  JobID());
+    const std::optional<QByteArray> said = isLeft ? m_process->Output().Appended() : std::nullopt;
     m_record.IsOutputLeft = said.has_value();
     if (said)
         m_record.StdOutAndStdErr = QString::fromUtf8(*said);

@@ -63,6 +63,11 @@ QString KilnUtil_RunKeepers::ProgramName()
     return u"taskmill-keeper" TASKMILL_EXECUTABLE_SUFFIX ""_s;
 }
 
+KilnUtil_StoredOutput KilnUtil_RunKeepers::OutputIn(const QString &folder, const QString &runID)
+{
+    return KilnUtil_RunOutputFile{Taskmill_RunOutput{folder.toStdString(), runID.toStdString()}}.Stored();
+}
+
 void KilnUtil_RunKeepers::EndRunsAtOnce()
 {
     Taskmill_Nursery::EndAll(wordToEnd.exchange(0));
@@ -284,9 +289,9 @@ bool KilnUtil_NurseryRunKeepers::WaitForSweep(int waitMs)
     return true;
 }
 
-QByteArray KilnUtil_NurseryRunKeepers::OutputOf(const QString &runID) const
+KilnUtil_StoredOutput KilnUtil_NurseryRunKeepers::OutputOf(const QString &runID) const
 {
-    return KilnUtil_RunOutputFile{Taskmill_RunOutput{m_folder, runID.toStdString()}}.Content();
+    return OutputIn(QString::fromStdString(m_folder), runID);
 }
 
 KilnUtil_PrintedReader KilnUtil_NurseryRunKeepers::ReaderOf(const QString &runID) const

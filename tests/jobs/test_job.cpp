@@ -128,6 +128,26 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(Path(u"freqchk2.inp"_s)));
     }
 
+    void LeavesAnOutputThatCannotBeRead()
+    {
+        if (isWindows || !m_keepers)
+            QSKIP("No keepers, or no such link");
+        Make(Record({u"print"_s, u"x"_s, u"waitfor"_s, Path(u"go"_s)}));
+        QVERIFY(m_job->Start(m_keepers.get()));
+        const QString runID = Taskmill_RunOfJob{m_job->Record().Run}.RunID;
+        const QString stored = m_keeperDirectory.filePath(u"runs/out/"_s + runID);
+        QTRY_COMPARE_WITH_TIMEOUT(m_job->OutputNow(), u"x"_s, 60'000);
+        // A link to itself cannot be opened, whoever tries.
+        QVERIFY(QFile::rename(stored, stored + u"-"_s) && QFile::link(stored, stored));
+        WriteTestFile(Path(u"go"_s), {});
+        QTest::ignoreMessage(QtWarningMsg, "The output of job 7 cannot be read now, and stays where it is");
+        QVERIFY(m_finished->wait(60'000));
+        QVERIFY(m_job->Record().IsOutputLeft);
+        QVERIFY(!m_keepers->OutputOf(runID).IsWhole);
+        QVERIFY(QFile::remove(stored) && QFile::rename(stored + u"-"_s, stored));
+        QCOMPARE(m_keepers->OutputOf(runID).Bytes, "x");
+    }
+
     void HasAnExitCodeWithoutAProcess()
     {
         Taskmill_JobRecord record = Record({u"stdin"_s}, u"answer\n"_s);

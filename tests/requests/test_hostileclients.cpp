@@ -8,7 +8,6 @@
 #include <random>
 
 #include <sys/socket.h>
-#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
