@@ -136,7 +136,7 @@ private Q_SLOTS:
         QVERIFY(m_job->Start(m_keepers.get()));
         const QString runID = Taskmill_RunOfJob{m_job->Record().Run}.RunID;
         const QString stored = m_keeperDirectory.filePath(u"runs/out/"_s + runID);
-        QTRY_COMPARE_WITH_TIMEOUT(m_job->OutputNow(), u"x"_s, 60'000);
+        QTRY_VERIFY_WITH_TIMEOUT(m_job->HasOutput(), 60'000);
         // A link to itself cannot be opened, whoever tries.
         QVERIFY(QFile::rename(stored, stored + u"-"_s) && QFile::link(stored, stored));
         WriteTestFile(Path(u"go"_s), {});
@@ -145,7 +145,7 @@ private Q_SLOTS:
         QVERIFY(m_job->Record().IsOutputLeft);
         QVERIFY(!m_keepers->OutputOf(runID).IsWhole);
         QVERIFY(QFile::remove(stored) && QFile::rename(stored + u"-"_s, stored));
-        QCOMPARE(m_keepers->OutputOf(runID).Bytes, "x");
+        QCOMPARE(m_keepers->OutputOf(runID).Bytes.trimmed(), "x");
     }
 
     void HasAnExitCodeWithoutAProcess()
