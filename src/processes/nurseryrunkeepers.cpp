@@ -314,7 +314,8 @@ void KilnUtil_NurseryRunKeepers::TakeResult(const QString &runID)
 
 void KilnUtil_NurseryRunKeepers::ForgetResults()
 {
-    Forget(std::ssize(m_taken));
+    if (!Forget(std::ssize(m_taken)))
+        QTimer::singleShot(forgetAfterMs, this, &KilnUtil_NurseryRunKeepers::ForgetSomeResults);
 }
 
 /// Hundreds may have ended at once, and the event loop is not to wait for all of them.
@@ -326,22 +327,32 @@ void KilnUtil_NurseryRunKeepers::ForgetSomeResults()
     while (count > 0 && m_storage.IsStored &&
            !m_storage.IsStored(m_taken[static_cast<std::size_t>(count) - 1].change))
         --count;
-    Forget(count);
+    const bool isDone = Forget(count);
     if (!m_taken.empty())
-        QTimer::singleShot(count > 0 ? 0 : forgetAfterMs, this,
+        QTimer::singleShot(count > 0 && isDone ? 0 : forgetAfterMs, this,
                            &KilnUtil_NurseryRunKeepers::ForgetSomeResults);
 }
 
-void KilnUtil_NurseryRunKeepers::Forget(std::ptrdiff_t count)
+bool KilnUtil_NurseryRunKeepers::Forget(std::ptrdiff_t count)
 {
     if (count == 0)
-        return;
+        return true;
     std::vector<std::string> runIDs;
     std::transform(m_taken.begin(), m_taken.begin() + count, std::back_inserter(runIDs),
                    [](const Taken &taken) { return taken.runID; });
+    using Claims = Taskmill_RunJournals::Claims;
+    const Claims claims = m_journals.ClaimAll(runIDs, m_identity);
+    if (claims == Claims::Busy) {
+        if (!std::exchange(m_isBusyLogged, true))
+            qCWarning(Taskmill_ProcessesLog, "The keepers' results cannot be taken yet: %ls is in use",
+                      qUtf16Printable(QString::fromStdString(m_folder)));
+        return false;
+    }
+    m_isBusyLogged = false;
     m_taken.erase(m_taken.begin(), m_taken.begin() + count);
-    if (!m_journals.ClaimAll(runIDs, m_identity))
+    if (claims != Claims::AllTaken)
         qCWarning(Taskmill_ProcessesLog, "The keepers' results could not be taken: no room on the disk?");
     for (const std::string &runID : runIDs)
         static_cast<void>(Taskmill_RunOutput{m_folder, runID}.Remove());
+    return true;
 }

@@ -60,8 +60,8 @@ private:
     [[nodiscard]] KilnUtil_FoundRun FindRecorded(const std::string &runID);
     void ReadSwept();
     void ForgetSomeResults();
-    /// The first so many of those that were taken.
-    void Forget(std::ptrdiff_t count);
+    /// The first so many of those that were taken. False when that has to wait.
+    bool Forget(std::ptrdiff_t count);
     void LoseNursery();
 
     const std::string m_program;
@@ -85,4 +85,5 @@ private:
     static constexpr int LongestTurnMs = 4;
     QElapsedTimer m_turn;
     bool m_forgetsByItself = false;
+    bool m_isBusyLogged = false;
 };

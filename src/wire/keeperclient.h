@@ -97,8 +97,9 @@ private:
 class Taskmill_Nursery
 {
 public:
-    /// Makes the folder and starts the program. Before it is ready it has ended what is left of runs whose
-    /// keeper was killed. Nothing when that fails or takes longer than so long.
+    /// Makes the folder and starts the program. Before it is ready it ends what is left of runs whose keeper
+    /// was killed; what takes longer than 2 s, beside the rest. Nothing when that fails or takes longer than
+    /// so long.
     [[nodiscard]] static std::optional<Taskmill_Nursery> Start(const std::string &program,
                                                                const std::string &runFolder, int waitMs);
 

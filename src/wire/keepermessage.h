@@ -37,7 +37,7 @@ constexpr std::string_view Taskmill_StartWord = "start"; ///< with a socket for 
 constexpr std::string_view Taskmill_SweepWord =
     "sweep"; ///< asks for one "swept" of a "run" of another such process
 constexpr std::string_view Taskmill_ReadyWord =
-    "ready"; ///< its first answer: it is there, and nothing of lost runs is left
+    "ready"; ///< its first answer: it is there, and what lost runs have left is ended, or will be soon
 constexpr std::string_view Taskmill_LockedWord =
     "locked"; ///< of a keeper that waited: it has the lock of the run, and starts it at "go"
 constexpr std::string_view Taskmill_GoWord = "go";
