@@ -21,6 +21,11 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+QString WasChangedText(const QString &projectFile)
+{
+    return projectFile + u" was changed by another program"_s;
+}
+
 QByteArray Json(const QJsonObject &object)
 {
     return QJsonDocument{object}.toJson(QJsonDocument::Compact);
@@ -188,6 +193,10 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::RemoveNow(Taskmill_Que
                                                                     const QString &doneText)
 {
     owner.RemoveNow({request.JobNumber});
+    if (owner.IsRowKept(request.JobNumber))
+        return Outcome::Refused(
+            u"job %1 could not be removed from the project; saving it tries that again"_s.arg(
+                request.JobNumber));
     Outcome outcome = Outcome::Done(request, doneText.arg(request.JobNumber), {{u"id"_s, request.JobNumber}});
     const Taskmill_Job *job = owner.Jobs().FindByJobID(request.JobNumber);
     if (job && job->IsBeingKilled())
@@ -303,7 +312,9 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Save(const Taskmill_Re
         return Outcome::Refused(u"the project was never saved; name a file"_s);
     const bool isOwn = file == project.FilePath();
     if (!request.Replaces && isOwn && project.FileHasChanged())
-        return Outcome::Refused(file + u" was changed by another program"_s);
+        return Outcome::Refused(WasChangedText(file));
+    if (QFileInfo{request.SaveFile}.isDir())
+        return Outcome::Refused(request.SaveFile + u" is a folder"_s);
     if (!request.Replaces && !isOwn && QFileInfo::exists(file))
         return Outcome::Refused(file + u" exists already"_s);
     if (const std::optional<QString> error = project.TrySaveProjectAs(file))
@@ -337,12 +348,15 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Types(const Taskmill_R
 
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Quit(const Taskmill_RequestMessage &request)
 {
-    const Taskmill_Project &project = m_manager.Project();
+    Taskmill_Project &project = m_manager.Project();
     if (IsUserAsked())
         return Outcome::Refused(u"a question is open in the manager; answer it first"_s);
-    // A project that has a file is saved to it.
-    if (!request.Replaces && project.FilePath().isEmpty() && project.HasUnsavedChanges())
+    // A project that has a file is saved to it. While its jobs go on, one that has none stays for the next start.
+    const bool isToBeSaved = !request.Replaces && project.HasUnsavedChanges();
+    if (isToBeSaved && project.FilePath().isEmpty() && !(request.KeepsJobs && project.IsAnyJobKept()))
         return Outcome::Refused(u"the project was never saved and would be lost; save it to a file first"_s);
+    if (isToBeSaved && project.FileHasChanged())
+        return Outcome::Refused(WasChangedText(project.FilePath()));
     if (request.KeepsJobs && !Taskmill_JobsGoOn(Taskmill_Ending::AskedToKeep) &&
         m_manager.Destinations().RunningCount() > 0)
         return Outcome::Refused(
