@@ -351,7 +351,8 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Quit(const Taskmill_Re
     Taskmill_Project &project = m_manager.Project();
     if (IsUserAsked())
         return Outcome::Refused(u"a question is open in the manager; answer it first"_s);
-    // A project that has a file is saved to it. While its jobs go on, one that has none stays for the next start.
+    // A project that has a file is saved to it. While its jobs go on, one that has none stays for the next
+    // start.
     const bool isToBeSaved = !request.Replaces && project.HasUnsavedChanges();
     if (isToBeSaved && project.FilePath().isEmpty() && !(request.KeepsJobs && project.IsAnyJobKept()))
         return Outcome::Refused(u"the project was never saved and would be lost; save it to a file first"_s);
