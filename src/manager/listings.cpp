@@ -194,7 +194,7 @@ const QList<JobField> &AllJobFields()
           .json = PlaceholdersInJson}},
         {{.header = u"Submitted"_s, .key = u"submitted"_s, .cell = &Job::Submitted, .leavesListing = 2},
          {16},
-         {16, 9}},
+         {16, 8}},
         {{.header = u"Started"_s, .key = u"started"_s, .cell = &Job::Started, .leavesListing = 5},
          {16},
          {16}},
