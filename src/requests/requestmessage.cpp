@@ -172,6 +172,12 @@ Taskmill_RequestMessage Taskmill_RequestMessage::Parse(const QByteArray &bytes)
     return message;
 }
 
+bool Taskmill_RequestMessage::IsForWindow() const
+{
+    return Action.compare("show"_L1, Qt::CaseInsensitive) == 0 ||
+           Action.compare("hide"_L1, Qt::CaseInsensitive) == 0;
+}
+
 bool Taskmill_AsksForReply(QByteArrayView bytes)
 {
     if (!bytes.endsWith('\n'))

@@ -65,7 +65,8 @@ private:
         if (inFile)
             database->SetStoragePath(Path(u"work.db"_s));
         m_database = Taskmill_Database_Manager::Global().Adopt(std::move(database));
-        QVERIFY(m_database->Open() && m_database->CreateTables());
+        QVERIFY(m_database->Open());
+        QVERIFY(m_database->CreateTables());
         QVERIFY(m_database->InsertJobType(SampleJobType(u"Type"_s), true));
     }
 
@@ -146,14 +147,16 @@ private Q_SLOTS:
             return Taskmill_Listings::JobFields().Row(jobs.JobAt(0));
         };
         const QStringList before = texts();
-        QVERIFY(before.contains(u"None"_s) && before.contains(u"Before"_s));
+        QVERIFY(before.contains(u"None"_s));
+        QVERIFY(before.contains(u"Before"_s));
         // So many that it has to be read again.
         for (int number = 2; number <= jobCount; ++number)
             jobs.AddJob(Job(number));
         QCOMPARE(texts(), before);
         QCOMPARE(Taskmill_Listings::JobFields().Row(jobs.Jobs().first()), before);
         jobs.Load();
-        QVERIFY(texts().contains(u"Queueless"_s) && texts().contains(u"Type"_s));
+        QVERIFY(texts().contains(u"Queueless"_s));
+        QVERIFY(texts().contains(u"Type"_s));
     }
 
     void RanksAreInTheOrderOfTheColumn_data()

@@ -132,11 +132,13 @@ private Q_SLOTS:
         SubmitGated(2);
         RefuseCommits(TestManager::Database(), true);
         const std::optional<QString> problem = m_manager->Long().SetLimit(7);
-        QVERIFY(problem && problem->contains("stays at 1"_L1));
+        QVERIFY(problem);
+        QVERIFY(problem->contains("stays at 1"_L1));
         m_manager->Long().RemoveNow({1, 2});
         QTRY_COMPARE(m_manager->prompt.asked.size(), 1);
         const QString text = m_manager->prompt.asked[0].text;
-        QVERIFY2(text.contains("job 1"_L1) && text.contains("job 2"_L1), qPrintable(text));
+        QVERIFY2(text.contains("job 1"_L1), qPrintable(text));
+        QVERIFY2(text.contains("job 2"_L1), qPrintable(text));
         RefuseCommits(TestManager::Database(), false);
         QCOMPARE(LongRows(), (QList<int>{1, 2}));
         QVERIFY(m_manager->Long().IsRowKept(2));

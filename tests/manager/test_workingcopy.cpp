@@ -143,7 +143,8 @@ private Q_SLOTS:
         QVERIFY(m_manager->Project().SaveProjectAs(File()));
         BreakOff();
         QVERIFY(m_manager->Project().OpenProject(File()));
-        QVERIFY(!m_manager->Project().IsRecovered() && !m_manager->Project().HasUnsavedChanges());
+        QVERIFY(!m_manager->Project().IsRecovered());
+        QVERIFY(!m_manager->Project().HasUnsavedChanges());
         Submit(u"c.in"_s);
         // Another manager that looks for what was left behind does not find this one.
         QStringList notices;
@@ -202,7 +203,8 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(File()));
         WriteTestFile(File(), content);
         QVERIFY(m_manager->Project().OpenProject(File()));
-        QVERIFY(m_manager->Project().IsRecovered() && !m_manager->Project().HasChangedFile());
+        QVERIFY(m_manager->Project().IsRecovered());
+        QVERIFY(!m_manager->Project().HasChangedFile());
     }
 
     void ManagerThatEndsBehindSavingHasSaved()
@@ -308,7 +310,8 @@ private Q_SLOTS:
         BreakOff();
         Taskmill_SetRunMode(Taskmill_RunMode::Console);
         QVERIFY(m_manager->OpenStartUpProject({}));
-        QVERIFY(m_manager->Project().FilePath().isEmpty() && m_manager->Project().HasUnsavedChanges());
+        QVERIFY(m_manager->Project().FilePath().isEmpty());
+        QVERIFY(m_manager->Project().HasUnsavedChanges());
         QCOMPARE(m_manager->JobNumbers().LastID(), 2);
         QCOMPARE(m_manager->Project().Notices().size(), 3);
         m_manager->Project().CloseProject();
