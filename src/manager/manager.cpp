@@ -92,7 +92,9 @@ void Taskmill_Manager::ConnectJobs()
                                    return !database || database->IsStored(change);
                                }});
     m_finishedJobs.SetOutputOfRuns([this](const QString &run) {
-        return Taskmill_Job::TextOfOutput(m_keepers->OutputOf(Taskmill_RunOfJob{run}.RunID));
+        return [read = m_keepers->OutputOf(Taskmill_RunOfJob{run}.RunID)] {
+            return Taskmill_Job::TextOfOutput(read());
+        };
     });
     QObject::connect(&m_finishedJobs, &Taskmill_FinishedJobs::RunStoredSignal, m_keepers.get(),
                      [this](const QString &run) { m_keepers->TakeResult(Taskmill_RunOfJob{run}.RunID); });

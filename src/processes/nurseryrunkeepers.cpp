@@ -281,9 +281,11 @@ bool KilnUtil_NurseryRunKeepers::WaitForSweep(int waitMs)
     return true;
 }
 
-QByteArray KilnUtil_NurseryRunKeepers::OutputOf(const QString &runID) const
+std::function<QByteArray()> KilnUtil_NurseryRunKeepers::OutputOf(const QString &runID) const
 {
-    return KilnUtil_RunOutputFile{Taskmill_RunOutput{m_folder, runID.toStdString()}}.Content();
+    return [output = Taskmill_RunOutput{m_folder, runID.toStdString()}] {
+        return KilnUtil_RunOutputFile{output}.Content();
+    };
 }
 
 KilnUtil_PrintedReader KilnUtil_NurseryRunKeepers::ReaderOf(const QString &runID) const

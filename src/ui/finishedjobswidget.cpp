@@ -297,7 +297,7 @@ std::optional<Taskmill_ShownJob> Taskmill_FinishedJobsWidget::ShownJobAt(qsizety
     if (!job)
         return std::nullopt;
     return Taskmill_ShownJob{.Record = *job, .Process = {}, .Printed = [this, record = *job] {
-                                 return m_jobs.OutputOf(record);
+                                 return m_jobs.ReaderOfOutput(record);
                              }};
 }
 

@@ -80,7 +80,7 @@ void Taskmill_OutputPage::ShowPrinted()
     if (m_job->Process)
         m_source->ShowProcess(m_job->Process);
     else if (m_job->Record.IsFinished() && m_job->Printed)
-        m_source->ShowText(m_job->Printed().toUtf8());
+        m_source->ShowText(m_job->Printed());
     else
         m_source->ShowNothing();
 }

@@ -130,7 +130,7 @@ void Taskmill_ProgressPage::ReadEnded()
     m_readJobID = m_job->Record.JobID;
     const bool isFileRead = !m_job->Record.OutputFilePath().isEmpty() || !m_job->Printed;
     m_reading = m_results.ReadEnded(
-        m_job->Record, isFileRead ? QString{} : m_job->Printed(), this,
+        m_job->Record, isFileRead ? Taskmill_OutputText{} : m_job->Printed(), this,
         [this, jobID = m_readJobID](const Taskmill_ResultState &state, bool isComplete) {
             if (!m_job || m_job->Record.JobID != jobID || m_readJobID != jobID)
                 return;

@@ -115,11 +115,20 @@ void KilnUtil_TailSource::ShowProcess(KilnUtil_Process *process)
     PullFromProcess();
 }
 
-void KilnUtil_TailSource::ShowText(const QByteArray &text)
+void KilnUtil_TailSource::ShowText(const std::function<QByteArray()> &read)
 {
     Reset();
-    m_wholeSize = text.size();
-    Replace(text.size() > Length ? WholeLines(text.last(Length)) : text);
+    m_isFirstLook = true;
+    m_thread->Run([this, read]() -> KilnUtil_FileThread::Deliver {
+        const QByteArray text = read();
+        return [this, news = News{.change = Change::Replaced,
+                                  .bytes = text.size() > Length ? WholeLines(text.last(Length)) : text,
+                                  .wholeSize = text.size(),
+                                  .state = {},
+                                  .isMissing = false}] {
+            TakeNews(news);
+        };
+    });
 }
 
 void KilnUtil_TailSource::ShowNothing()

@@ -167,7 +167,7 @@ private Q_SLOTS:
         earlier.Started = job.Started.ClockTime().addSecs(-100);
         earlier.Finished = job.Started.ClockTime().addSecs(-50);
         read.reset();
-        m_manager->Results().ReadEnded(earlier, QString::fromUtf8(Normal() + Normal()), this, take);
+        m_manager->Results().ReadEnded(earlier, [] { return Normal() + Normal(); }, this, take);
         QTRY_VERIFY(read);
         QCOMPARE(read->Steps, 2);
     }

@@ -85,7 +85,9 @@ private Q_SLOTS:
         QVERIFY(source.IsMissing());
         source.ShowFile(WriteTestFile(Path(u"a"_s), "first\n"));
         // The news of what is not wanted any more do not come.
-        source.ShowText("text\n");
+        source.ShowText([] { return QByteArray{"text\n"}; });
+        QVERIFY(source.IsReading());
+        QTRY_COMPARE(news, 2);
         QCOMPARE(source.Refresh(), Change::Replaced);
         QCOMPARE(source.Read(0, 100), "text\n"_ba);
         QVERIFY(!source.IsMissing());
@@ -103,7 +105,7 @@ private Q_SLOTS:
         source.ShowNothing();
         QCOMPARE(source.Refresh(), Change::Replaced);
         QCOMPARE(source.End(), 0);
-        QCOMPARE(news, 1);
+        QCOMPARE(news, 2);
     }
 
     /// What hangs on a drive holds up neither the next file nor the end of the program.
