@@ -3,6 +3,7 @@
 
 #include "viewer/memorysource.h"
 
+#include <QDateTime>
 #include <QObject>
 #include <QPointer>
 
@@ -40,6 +41,8 @@ public:
     [[nodiscard]] bool IsReading() const;
     /// Whether the file could not be opened when it was last looked at.
     [[nodiscard]] bool IsMissing() const { return m_isMissing; }
+    /// When the file was last changed; not set where it is none.
+    [[nodiscard]] const QDateTime &Changed() const { return m_changed; }
     /// Of all of it, also what is not shown; in bytes.
     [[nodiscard]] qint64 WholeSize() const { return m_wholeSize; }
 
@@ -63,6 +66,7 @@ private:
     qint64 m_processOffset = 0;
     qint64 m_wholeSize = 0;
     QString m_state;
+    QDateTime m_changed;
     bool m_isMissing = false;
     bool m_isFirstLook = false;
     bool m_isReplaced = false; ///< since the last Refresh()

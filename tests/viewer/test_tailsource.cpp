@@ -108,6 +108,33 @@ private Q_SLOTS:
         QCOMPARE(news, 2);
     }
 
+    /// As a rule a file can be looked at at once, and the user sees no change of what is shown.
+    void WaitsForAnAnswerButNotForLong()
+    {
+        const auto drive = std::make_shared<QSemaphore>();
+        int delivered = 0;
+        KilnUtil_FileThread thread{nullptr};
+        const auto ask = [&] {
+            thread.Run([drive, &delivered]() -> KilnUtil_FileThread::Deliver {
+                drive->acquire();
+                return [&delivered] {
+                    ++delivered;
+                };
+            });
+        };
+        drive->release();
+        ask();
+        thread.Wait(std::chrono::minutes{1});
+        QCOMPARE(delivered, 1);
+        ask();
+        thread.Wait(std::chrono::milliseconds{1});
+        QVERIFY(thread.IsBusy());
+        drive->release();
+        QTRY_COMPARE(delivered, 2);
+        QCoreApplication::processEvents();
+        QCOMPARE(delivered, 2);
+    }
+
     /// What hangs on a drive holds up neither the next file nor the end of the program.
     void DeliversTheNewestOnly()
     {
