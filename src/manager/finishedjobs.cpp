@@ -172,11 +172,12 @@ void Taskmill_FinishedJobs::ReadLostResults()
         text += output.size();
         const qint64 number = ++m_lastResult;
         m_awaited.insert(number, {.key = entry.Key});
-        m_results->ReadEnded(job, [output] { return output.toUtf8(); }, this,
-                             [this, number](const Taskmill_ResultState &state, bool isComplete) {
-                                 if (isComplete)
-                                     TakeResult(number, Taskmill_ResultOf(*state));
-                             });
+        m_results->ReadEnded(
+            job, [output] { return output.toUtf8(); }, this,
+            [this, number](const Taskmill_ResultState &state, bool isComplete) {
+                if (isComplete)
+                    TakeResult(number, Taskmill_ResultOf(*state));
+            });
     }
 }
 
@@ -349,8 +350,11 @@ const Taskmill_JobRecord &Taskmill_FinishedJobs::JobAt(qsizetype position) const
 
 qsizetype Taskmill_FinishedJobs::PositionOf(int jobID) const
 {
-    const auto entry = std::ranges::find(m_entries, jobID, &Taskmill_FinishedEntry::JobID);
-    return entry == m_entries.end() ? -1 : entry - m_entries.begin();
+    // As a rule it is one of the newest.
+    const auto entry =
+        std::find_if(m_entries.rbegin(), m_entries.rend(),
+                     [jobID](const Taskmill_FinishedEntry &one) { return one.JobID == jobID; });
+    return m_entries.rend() - entry - 1;
 }
 
 /// One after the other costs more than single ones do, but less than many.
@@ -445,7 +449,9 @@ Taskmill_OutputText Taskmill_FinishedJobs::ReaderOfOutput(const Taskmill_JobReco
     const qint64 key = position < 0 ? keyOfNone : m_entries[position].Key;
     Taskmill_Database *database = CurrentDatabase();
     if (position < 0 || m_held.contains(key) || !database)
-        return [text = OutputOf(job)] { return text.toUtf8(); };
+        return [text = OutputOf(job)] {
+            return text.toUtf8();
+        };
     const auto left = m_leftOutputs.constFind(key);
     const auto printed = left == m_leftOutputs.constEnd() ? nullptr : m_outputOfRun(left->Run);
     return [gate = m_outputGate, row = database->ReaderOfFinishedJobOutput(key), printed,
