@@ -108,10 +108,12 @@ void Taskmill_ProgressPage::Rest()
 
 void Taskmill_ProgressPage::ShowJob(const Taskmill_ShownJob &job)
 {
-    const bool isAnother = !m_job || m_job->Record.JobID != job.Record.JobID;
+    const bool isAnother = !m_job || !m_job->Is(job.Record);
     m_job = job;
-    if (isAnother)
+    if (isAnother) {
         Rest();
+        m_readJobID = -1;
+    }
     if (!job.Record.IsFinished()) {
         const State state = m_results.StateOf(job.Record.JobID);
         Show(state ? *state : Taskmill_ProgramResult{}, false);

@@ -21,6 +21,13 @@ struct Taskmill_ShownJob
     /// Returns what reads, on another thread, what the job has printed: it may be long.
     std::function<Taskmill_OutputText()> Printed{};
 
+    /// Whether it is that job, as it was at another time: jobs of other projects have the same numbers.
+    [[nodiscard]] bool Is(const Taskmill_JobRecord &job) const
+    {
+        // Stored times are whole seconds.
+        return Record.JobID == job.JobID && Record.Name == job.Name &&
+               Record.Submitted.IsoText() == job.Submitted.IsoText();
+    }
     [[nodiscard]] bool IsRunning() const { return Record.Status == Taskmill_JobStatus::Running; }
 };
 
