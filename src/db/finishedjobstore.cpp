@@ -198,7 +198,9 @@ QString Taskmill_FinishedJobStore::GetOutput(qint64 key)
 std::function<QByteArray()> Taskmill_FinishedJobStore::ReaderOfOutput(qint64 key)
 {
     if (Database().StoragePath().isEmpty())
-        return [output = GetOutput(key)] { return output.toUtf8(); };
+        return [output = GetOutput(key)] {
+            return output.toUtf8();
+        };
     return [path = Database().StoragePath(), column = RowKeyColumn(), key] {
         return Taskmill_FinishedJobReader::ReadOutput(path, column, key);
     };

@@ -38,7 +38,9 @@ Taskmill_JobResult ResultOf(Taskmill_ProgramResult said, Taskmill_JobStatus stat
 
 Taskmill_OutputText Whole(const QString &text)
 {
-    return [text] { return text.toUtf8(); };
+    return [text] {
+        return text.toUtf8();
+    };
 }
 
 Taskmill_ProgramResult ResultOfText(const QString &text)

@@ -101,10 +101,7 @@ public:
 
     void Add(const QByteArray &piece) { m_pieces.push_back(piece); }
     [[nodiscard]] QByteArray Take(qint64 most) override;
-    [[nodiscard]] bool IsComplete() const override
-    {
-        return HasEnded() && m_pieces.empty() && !m_whole;
-    }
+    [[nodiscard]] bool IsComplete() const override { return HasEnded() && m_pieces.empty() && !m_whole; }
 
 private:
     Taskmill_OutputText m_whole; ///< is read when it is wanted

@@ -7,8 +7,8 @@
 class KilnUtil_RowSource;
 class QAbstractProxyModel;
 
-/// Which rows a KilnUtil_RowSource, the source model of a proxy, wants to be shown. Few rows are asked singly;
-/// those of many are found by the source and come later.
+/// Which rows a KilnUtil_RowSource, the source model of a proxy, wants to be shown. Few rows are asked
+/// singly; those of many are found by the source and come later.
 class KilnUtil_WantedRows final : public QObject
 {
     Q_OBJECT
