@@ -296,9 +296,11 @@ bool KilnUtil_NurseryRunKeepers::WaitForSweep(int waitMs)
     return true;
 }
 
-KilnUtil_StoredOutput KilnUtil_NurseryRunKeepers::OutputOf(const QString &runID) const
+std::function<KilnUtil_StoredOutput()> KilnUtil_NurseryRunKeepers::OutputOf(const QString &runID) const
 {
-    return OutputIn(QString::fromStdString(m_folder), runID);
+    return [folder = QString::fromStdString(m_folder), runID] {
+        return OutputIn(folder, runID);
+    };
 }
 
 KilnUtil_PrintedReader KilnUtil_NurseryRunKeepers::ReaderOf(const QString &runID) const

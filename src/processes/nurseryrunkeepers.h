@@ -34,7 +34,7 @@ public:
     void SetOwner(const QString &identity, const QString &text,
                   const std::function<bool(const QString &ownerText)> &mayTake) override;
     [[nodiscard]] KilnUtil_FoundRun Find(const QString &runID) override;
-    [[nodiscard]] KilnUtil_StoredOutput OutputOf(const QString &runID) const override;
+    [[nodiscard]] std::function<KilnUtil_StoredOutput()> OutputOf(const QString &runID) const override;
     [[nodiscard]] KilnUtil_PrintedReader ReaderOf(const QString &runID) const override;
     void TakeResult(const QString &runID) override;
     void ForgetResults() override;

@@ -50,6 +50,7 @@ QString NameOf(const Taskmill_QueueOwner &owner)
     return QString{Taskmill_NamesOf(owner.Destination()).Stored}.toLower();
 }
 const QString finishedName = u"finished"_s;
+const QString questionIsOpen = u"a question is open in the manager; answer it first"_s;
 
 bool IsNamed(const QString &wanted, const QString &name)
 {
@@ -96,7 +97,8 @@ const Taskmill_ManagerActions::Action *Taskmill_ManagerActions::Find(const QStri
         Action{"killjob"_L1, &Self::Kill},       Action{"removejob"_L1, &Self::Remove},
         Action{"pausequeue"_L1, &Self::Pause},   Action{"unpausequeue"_L1, &Self::Unpause},
         Action{"limitqueue"_L1, &Self::Limit},   Action{"saveproject"_L1, &Self::Save},
-        Action{"listjobtypes"_L1, &Self::Types}, Action{"quit"_L1, &Self::Quit},
+        Action{"listjobtypes"_L1, &Self::Types}, Action{"openproject"_L1, &Self::OpenProject},
+        Action{"quit"_L1, &Self::Quit},
     };
     const auto found = std::ranges::find_if(
         actions, [&action](const Action &one) { return action.compare(one.name, Qt::CaseInsensitive) == 0; });
@@ -303,7 +305,7 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Save(const Taskmill_Re
     if (!project.IsOpen())
         return Outcome::Refused(u"no project is open"_s);
     if (IsUserAsked())
-        return Outcome::Refused(u"a question is open in the manager; answer it first"_s);
+        return Outcome::Refused(questionIsOpen);
     if (!request.SaveFile.isEmpty() && QDir::isRelativePath(request.SaveFile))
         return Outcome::Refused(u"the name of the file is not absolute"_s);
     const QString wanted = Taskmill_Project::ProjectFileName(request.SaveFile);
@@ -320,6 +322,24 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Save(const Taskmill_Re
     if (const std::optional<QString> error = project.TrySaveProjectAs(file))
         return Outcome::Refused(u"the project could not be written to %1: %2"_s.arg(file, *error));
     return Outcome::Done(request, u"The project was saved to %1."_s.arg(QDir::toNativeSeparators(file)),
+                         {{u"file"_s, file}});
+}
+
+/// The user decides: another project is open, with jobs that may run.
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::OpenProject(const Taskmill_RequestMessage &request)
+{
+    if (!m_frontEnd.HasWindow())
+        return Outcome::Refused(u"a manager on a console has no window to ask in"_s);
+    if (QDir::isRelativePath(request.ProjectFile))
+        return Outcome::Refused(u"the name of the file is not absolute"_s);
+    m_frontEnd.ShowInFront();
+    const QString file = QDir::cleanPath(request.ProjectFile);
+    if (file == m_manager.Project().FilePath())
+        return Outcome::Done(request, u"The project is open."_s, {{u"file"_s, file}});
+    if (IsUserAsked())
+        return Outcome::Refused(questionIsOpen);
+    m_frontEnd.OfferProject(file);
+    return Outcome::Done(request, u"The window asks whether the project is to be opened."_s,
                          {{u"file"_s, file}});
 }
 
@@ -350,7 +370,7 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Quit(const Taskmill_Re
 {
     Taskmill_Project &project = m_manager.Project();
     if (IsUserAsked())
-        return Outcome::Refused(u"a question is open in the manager; answer it first"_s);
+        return Outcome::Refused(questionIsOpen);
     // A project that has a file is saved to it. While its jobs go on, one that has none stays for the next
     // start.
     const bool isToBeSaved = !request.Replaces && project.HasUnsavedChanges();
