@@ -360,8 +360,6 @@ void Taskmill_ConsoleCommands::Quit(Taskmill_Ending ending)
         [&](Taskmill_ConsoleActions &actions) { return &exit.emplace(actions.Destinations()); });
     std::optional<Taskmill_ClosingDialogue> closing;
     const bool ends = exit && exit->IsConfirmed() && MayClose(closing);
-    if (closing && closing->IsToBeSaved() && !closing->IsSaved())
-        Print(notSavedText);
     // Before the end, from which nothing comes back here without an event loop.
     Print(u"\n"_s);
     if (!ends)

@@ -15,8 +15,6 @@ public:
 
     /// Whether the project may be closed: it is saved, needs no saving, or the user does without.
     [[nodiscard]] bool MayClose() const { return m_goesOn || m_saving.IsSaved(); }
-    /// Whether the user wants the changes to be saved, which can still fail.
-    [[nodiscard]] bool IsToBeSaved() const { return m_step == Step::Save; }
     [[nodiscard]] bool IsSaved() const { return m_saving.IsSaved(); }
     /// Whether the user does without unsaved changes.
     [[nodiscard]] bool IsGivenUp() const { return m_isGivenUp; }
