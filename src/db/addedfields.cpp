@@ -126,6 +126,15 @@ bool Taskmill_AddedFields::Remove(const QSqlDatabase &connection, Taskmill_Field
                                   const QList<qint32> &ownerIDs)
 {
     QSet<qint32> &owners = Owners(connection, owner);
+    // At every start and end of a job.
+    if (ownerIDs.size() == 1) {
+        if (!owners.remove(ownerIDs.first()))
+            return true;
+        QSqlQuery *statement =
+            m_statements.Find(connection, u"DELETE FROM AddedFields WHERE Owner = ? AND OwnerID = ?"_s);
+        return statement &&
+               Taskmill_DatabaseStatements::Run(*statement, {OwnerText(owner), ownerIDs.first()});
+    }
     // The text of a statement is limited to a million bytes.
     constexpr qsizetype mostAtOnce = 50'000;
     QStringList numbers;

@@ -86,6 +86,7 @@ bool KilnUtil_KeptRun::Start(const KilnUtil_RunOrder &order)
         m_state = State::Ended;
         return false;
     }
+    m_isFromThisNursery = !m_connection.HadOtherRun();
     Listen();
     return true;
 }
@@ -125,6 +126,11 @@ bool KilnUtil_KeptRun::TakeReport(const Taskmill_RunReport &report)
         Q_EMIT RemainsSignal(QList<qint64>{report.remaining.begin(), report.remaining.end()});
         return true;
     case Kind::Ended: {
+        if (m_keepers && report.isKeeperFree)
+            m_keepers->TakeFreeKeeper(m_connection.TakeFreeKeeper());
+        // It is made with the first byte.
+        if (report.end.outputBytes == 0 && report.end.droppedBytes == 0)
+            m_output.SetHasNoFile();
         KilnUtil_RunEnd end = EndOf(report.end);
         if (end.How == KilnUtil_RunEnd::Kind::NotStarted)
             end.Reason = ReasonOfFailedStart(report);

@@ -46,6 +46,8 @@ public:
     void Add(KilnUtil_KeptRun &run) { m_runs.append(&run); }
     void Remove(KilnUtil_KeptRun &run);
     [[nodiscard]] Taskmill_RunConnection StartRun(Taskmill_RunOrder order);
+    /// Of a run that has ended.
+    void TakeFreeKeeper(Taskmill_KeeperChannel keeper);
     /// False when this turn of the event loop has lasted so long that what keepers report can wait for the
     /// next.
     [[nodiscard]] bool IsTurnShort() const { return m_turn.elapsed() < LongestTurnMs; }

@@ -15,12 +15,14 @@ void KilnUtil_RunOutputFile::Append(QByteArrayView bytes)
 
 qint64 KilnUtil_RunOutputFile::TotalSize() const
 {
-    return m_file.TotalSize() + m_said.size();
+    return (m_hasFile ? m_file.TotalSize() : 0) + m_said.size();
 }
 
 QByteArray KilnUtil_RunOutputFile::Content() const
 {
     QByteArray content;
+    if (!m_hasFile)
+        return m_said;
     const bool isRead = m_file.Read([&content](std::string_view piece) {
         content.append(piece.data(), static_cast<qsizetype>(piece.size()));
     });
@@ -32,7 +34,7 @@ QByteArray KilnUtil_RunOutputFile::Content() const
 QByteArray KilnUtil_RunOutputFile::ReadFrom(qint64 &offset) const
 {
     constexpr std::size_t pieceSize = std::size_t{1024} * 1024;
-    const qint64 inFile = m_file.TotalSize();
+    const qint64 inFile = m_hasFile ? m_file.TotalSize() : 0;
     QByteArray bytes;
     while (offset < inFile) {
         long long position = offset;

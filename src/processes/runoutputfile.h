@@ -12,6 +12,8 @@ public:
 
     /// Nobody writes the file any more.
     void SetEnded() { m_hasEnded = true; }
+    /// There is no file, so that none is looked for.
+    void SetHasNoFile() { m_hasFile = false; }
 
     void Append(QByteArrayView bytes) override;
     [[nodiscard]] std::optional<QByteArray> Appended() const override { return m_said; }
@@ -23,4 +25,5 @@ private:
     Taskmill_RunOutput m_file;
     QByteArray m_said; ///< appended here, stands behind the file
     bool m_hasEnded = false;
+    bool m_hasFile = true;
 };

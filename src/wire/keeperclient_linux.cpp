@@ -89,13 +89,19 @@ void Taskmill_Nursery::EndAll(long long word)
 
 Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order)
 {
-    auto [own, keepers] = Taskmill_KeeperChannel::MakePair();
     // Many orders at once fill its queue, from which it takes one in a fraction of a millisecond.
     constexpr int waitMs = 5000;
     const Taskmill_RunLock lock{m_runFolder, order.runID};
-    if (!IsOpen() || !own.IsOpen() || !lock.IsHeld())
+    if (!IsOpen() || !lock.IsHeld())
         return {};
-    if (!m_channel.Send(order.ToMessage(), {static_cast<int>(keepers.Get()), lock.Get()}, waitMs)) {
+    const Taskmill_KeeperMessage message = order.ToMessage();
+    if (Taskmill_KeeperChannel keeper = std::move(m_freeKeeper);
+        keeper.IsOpen() && keeper.Send(message, {lock.Get()}, waitMs))
+        return Taskmill_RunConnection{std::move(keeper), true};
+    auto [own, keepers] = Taskmill_KeeperChannel::MakePair();
+    if (!own.IsOpen())
+        return {};
+    if (!m_channel.Send(message, {static_cast<int>(keepers.Get()), lock.Get()}, waitMs)) {
         m_channel.Close();
         return {};
     }
