@@ -11,6 +11,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 constexpr std::chrono::milliseconds collecting{900};
+/// In pages: the disk gets back what a longer one takes.
+constexpr int longLog = 20'000;
 
 /// The base of the copy was written without waiting for the disk.
 void SyncFile(sqlite3 *database)
@@ -81,7 +83,11 @@ bool Taskmill_Checkpointer::Store(sqlite3 *database) const
     if (result != SQLITE_OK && result != SQLITE_BUSY)
         qCWarning(Taskmill_DBLog, "Cannot bring changes into %ls: %s", qUtf16Printable(m_path),
                   sqlite3_errstr(result));
-    return result == SQLITE_OK && copied == inLog;
+    const bool isAllStored = result == SQLITE_OK && copied == inLog;
+    // In a pause after many changes.
+    if (isAllStored && inLog > longLog)
+        sqlite3_wal_checkpoint_v2(database, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+    return isAllStored;
 }
 
 void Taskmill_Checkpointer::Run()

@@ -113,7 +113,8 @@ void Taskmill_Keeper::SendEnd()
     Taskmill_KeeperMessage message{Taskmill_EndWord};
     message.Add("record", record.ToLine());
     message.Add("file", m_failedFile);
-    m_isFree = m_mayBeFree && m_isRecorded && !m_hasChildren;
+    // When the system ends everything, this process is to end, too.
+    m_isFree = m_mayBeFree && m_isRecorded && !m_hasChildren && m_killing == Killing::No;
     message.Add("free", m_isFree ? 1 : 0);
     m_manager.Send(message);
 }

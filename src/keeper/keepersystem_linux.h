@@ -7,8 +7,8 @@
 
 #include <poll.h>
 
-/// The descriptors are the keeper's own from then on, but for the journal, what asks for it to be stored and the signals: SIGCHLD and
-/// SIGTERM are blocked and come through those.
+/// The descriptors are the keeper's own from then on, but for the journal, what asks for it to be stored and
+/// the signals: SIGCHLD and SIGTERM are blocked and come through those.
 struct Taskmill_Keeper::System
 {
     int lock = -1; ///< says that this run is not over

@@ -101,10 +101,9 @@ bool Taskmill_KeeperNursery::OpenJournal()
 
 void Taskmill_KeeperNursery::WaitForSomething()
 {
-    std::array<pollfd, 3> waits{
-        {{.fd = m_signals, .events = POLLIN, .revents = 0},
-         {.fd = static_cast<int>(m_manager.Get()), .events = POLLIN, .revents = 0},
-         {.fd = m_storeAt == 0 ? m_appended : -1, .events = POLLIN, .revents = 0}}};
+    std::array<pollfd, 3> waits{{{.fd = m_signals, .events = POLLIN, .revents = 0},
+                                 {.fd = static_cast<int>(m_manager.Get()), .events = POLLIN, .revents = 0},
+                                 {.fd = m_storeAt == 0 ? m_appended : -1, .events = POLLIN, .revents = 0}}};
     if (poll(waits.data(), waits.size(), WaitMs()) <= 0)
         return;
     if (waits[1].revents != 0)
