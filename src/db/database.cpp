@@ -308,9 +308,9 @@ bool Taskmill_Database::RecordStart(const Taskmill_JobRecord &job)
     if (!IsOpen())
         return true;
     return Untracked([&] {
-        // Where its run is found.
-        return AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID,
-                                 Taskmill_FieldsOfJob(job)) &&
+        // Where its run is found. Its other fields are there.
+        return AddedFields().SetOne(Connection(), Taskmill_FieldOwner::Job, job.JobID, Taskmill_RunField,
+                                    job.Run) &&
                m_longJobs.RecordStart(job.JobID) && m_shortJobs.RecordStart(job.JobID) &&
                m_queuelessJobs.RecordStart(job.JobID) && m_workingCopy.AddRun(job.JobID);
     });
