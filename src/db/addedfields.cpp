@@ -127,9 +127,10 @@ bool Taskmill_AddedFields::SetOne(const QSqlDatabase &connection, Taskmill_Field
                            u"DELETE FROM AddedFields WHERE Owner = ? AND OwnerID = ? AND Name = ?"_s,
                            {OwnerText(owner), ownerID, name});
     if (!Create(connection) ||
-        !RunPrepared(connection,
-                     u"INSERT OR REPLACE INTO AddedFields (Owner, OwnerID, Name, Value) VALUES (?, ?, ?, ?)"_s,
-                     {OwnerText(owner), ownerID, name, value}))
+        !RunPrepared(
+            connection,
+            u"INSERT OR REPLACE INTO AddedFields (Owner, OwnerID, Name, Value) VALUES (?, ?, ?, ?)"_s,
+            {OwnerText(owner), ownerID, name, value}))
         return false;
     Owners(connection, owner).insert(ownerID);
     return true;
