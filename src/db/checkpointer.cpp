@@ -13,7 +13,7 @@ namespace {
 constexpr std::chrono::milliseconds collecting{900};
 /// So many do not wait so long: while the log is brought onto the disk, a commit that makes it longer may
 /// have to wait, and it waits the longer the more there is.
-constexpr qint64 mostCollected = 250;
+constexpr qint64 mostCollected = 500;
 /// In pages: the disk gets back what a longer one takes.
 constexpr int longLog = 20'000;
 
