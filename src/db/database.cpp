@@ -244,13 +244,14 @@ bool Taskmill_Database::PrepareConnection()
         return true;
     QSqlQuery query{Connection()};
     // The checkpointer brings the base onto the disk, and later the log; the last statement is for one that
-    // cannot keep up.
+    // cannot keep up. It holds the event loop, so it comes long after the log would be begun anew if there
+    // were a pause.
     const bool isInLogMode = Execute(u"PRAGMA synchronous = OFF"_s) &&
                              query.exec(u"PRAGMA journal_mode = WAL"_s) && query.next() &&
                              query.value(0).toString().compare("wal"_L1, Qt::CaseInsensitive) == 0;
     query.finish();
     return isInLogMode && Execute(u"PRAGMA synchronous = NORMAL"_s) &&
-           query.exec(u"PRAGMA wal_autocheckpoint = 20000"_s);
+           query.exec(u"PRAGMA wal_autocheckpoint = 100000"_s);
 }
 
 void Taskmill_Database::StartCheckpoints()
@@ -307,9 +308,9 @@ bool Taskmill_Database::RecordStart(const Taskmill_JobRecord &job)
     if (!IsOpen())
         return true;
     return Untracked([&] {
-        // Where its run is found.
-        return AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID,
-                                 Taskmill_FieldsOfJob(job)) &&
+        // Where its run is found. Its other fields are there.
+        return AddedFields().SetOne(Connection(), Taskmill_FieldOwner::Job, job.JobID, Taskmill_RunField,
+                                    job.Run) &&
                m_longJobs.RecordStart(job.JobID) && m_shortJobs.RecordStart(job.JobID) &&
                m_queuelessJobs.RecordStart(job.JobID) && m_workingCopy.AddRun(job.JobID);
     });
@@ -570,9 +571,9 @@ Taskmill_Database::MakeFinishedJobReader(const Taskmill_FinishedJobReading &read
     return m_finishedJobs.MakeReader(reading);
 }
 
-QHash<qint32, Taskmill_AddedFields::Fields> Taskmill_Database::GetAddedFieldsOfJobs()
+QHash<qint32, Taskmill_AddedFields::Fields> Taskmill_Database::GetAddedFieldsOfJobs(const QString &jobIDs)
 {
-    return AddedFields().Read(Connection(), Taskmill_FieldOwner::Job, u"SELECT OwnerID FROM AddedFields"_s);
+    return AddedFields().Read(Connection(), Taskmill_FieldOwner::Job, jobIDs);
 }
 
 qint32 Taskmill_Database::LargestJobID()

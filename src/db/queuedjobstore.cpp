@@ -44,11 +44,13 @@ bool Taskmill_QueuedJobStore::DeleteRows(qint32 jobID)
 
 bool Taskmill_QueuedJobStore::RecordStart(qint32 jobID)
 {
+    const QList<qint32> rows = Keys().values(jobID);
+    if (rows.isEmpty())
+        return true;
     const QString statement =
         u"UPDATE "_s + TableName() + u" SET Status = ?, Started = ? WHERE "_s + KeyColumn() + u" = ?"_s;
     const QVariantList values{Taskmill_JobStatusText(Taskmill_JobStatus::Running),
                               Taskmill_JobTime::Now().IsoText()};
-    const QList<qint32> rows = Keys().values(jobID);
     return std::ranges::all_of(
         rows, [&](qint32 key) { return RunPrepared(statement, values + QVariantList{key}); });
 }

@@ -76,6 +76,8 @@ void Taskmill_Keeper::ReadVisitor()
     }
     StopListening();
     m_manager = std::move(visitor);
+    // This keeper belongs to the manager that is gone.
+    m_mayBeFree = false;
     m_manager.Send(Taskmill_KeeperMessage{Taskmill_AdoptedWord});
     if (m_main >= 0)
         SendStarted();
@@ -111,5 +113,8 @@ void Taskmill_Keeper::SendEnd()
     Taskmill_KeeperMessage message{Taskmill_EndWord};
     message.Add("record", record.ToLine());
     message.Add("file", m_failedFile);
+    // When the system ends everything, this process is to end, too.
+    m_isFree = m_mayBeFree && m_isRecorded && !m_hasChildren && m_killing == Killing::No;
+    message.Add("free", m_isFree ? 1 : 0);
     m_manager.Send(message);
 }

@@ -337,6 +337,7 @@ void Taskmill_FinishedJobs::Clear()
     m_leftOutputs.clear();
     m_unreadOutputs.clear();
     ++m_generation;
+    ++m_content;
     Q_EMIT JobsChangedSignal();
 }
 
@@ -424,6 +425,58 @@ void Taskmill_FinishedJobs::ForEach(const std::function<void(const Taskmill_JobR
         if (m_entries[position].JobID > since)
             take(JobAt(position));
     }
+}
+
+qsizetype Taskmill_FinishedJobs::PositionAt(const Taskmill_FinishedPlace &place) const
+{
+    if (place.Generation == m_generation)
+        return place.Position;
+    // Rows rise, and what has none stands behind them.
+    const auto next = std::ranges::find_if(m_entries, [&place](const Taskmill_FinishedEntry &entry) {
+        return entry.Key > place.Key || entry.Key < 0;
+    });
+    return place.Content == m_content || place.Position == 0 ? next - m_entries.begin() : m_entries.size();
+}
+
+bool Taskmill_FinishedJobs::ForSome(Taskmill_FinishedPlace &place, int count,
+                                    const std::function<void(const Taskmill_JobRecord &job)> &take,
+                                    int since) const
+{
+    qsizetype position = PositionAt(place);
+    while (position < m_entries.size() && m_entries[position].JobID <= since)
+        ++position;
+    const qsizetype end = qMin(position + count, m_entries.size());
+    QHash<qint64, Taskmill_JobRecord> jobs;
+    QHash<qint32, Taskmill_AddedFields::Fields> fields;
+    Taskmill_Database *database = CurrentDatabase();
+    if (database && position < end && m_entries[position].Key >= 0) {
+        QStringList jobIDs;
+        (void)database->MakeFinishedJobReader({})->Read(m_entries[position].Key - 1, count,
+                                                        [&](qint64 key, const Taskmill_JobRecord &job) {
+                                                            jobs.insert(key, job);
+                                                            jobIDs.append(QString::number(job.JobID));
+                                                        });
+        fields = database->GetAddedFieldsOfJobs(jobIDs.join(u','));
+    }
+    for (; position < end; ++position) {
+        const Taskmill_FinishedEntry &entry = m_entries[position];
+        place.Key = entry.Key;
+        if (entry.JobID <= since)
+            continue;
+        const auto read = jobs.find(entry.Key);
+        if (read == jobs.end()) {
+            take(JobAt(position));
+            continue;
+        }
+        if (const auto added = fields.constFind(entry.JobID); added != fields.constEnd())
+            Taskmill_SetFieldsOfJob(*read, *added);
+        m_origins.Restore(*read, entry.Origin);
+        take(*read);
+    }
+    place.Position = position;
+    place.Generation = m_generation;
+    place.Content = m_content;
+    return position < m_entries.size();
 }
 
 QList<Taskmill_JobRecord> Taskmill_FinishedJobs::Jobs() const

@@ -24,6 +24,15 @@ class Taskmill_JobResults;
 class Taskmill_Outbox;
 struct Taskmill_FinishedJobReading;
 
+/// How far somebody has come who reads finished jobs in several steps; a new one is the beginning.
+struct Taskmill_FinishedPlace
+{
+    qsizetype Position = 0;
+    qint64 Key = std::numeric_limits<qint64>::min(); ///< of the entry before
+    int Generation = -1;
+    int Content = 0;
+};
+
 /// The jobs that have left their queue, in the order in which they arrived. There may be a million of them:
 /// their records are in the database and are read when they are asked for, apart from jobs that it does not
 /// have. The tab of the window adds the table.
@@ -51,6 +60,11 @@ public:
     /// table is wanted, or everything.
     void ForEach(const std::function<void(const Taskmill_JobRecord &job)> &take, int since = LowestJobID,
                  const QStringList &columns = {}) const;
+    /// The next ones behind the place, which is moved, whatever has come and gone since the last call. Looks
+    /// at so many entries; false when there are no more, or the project is another one.
+    [[nodiscard]] bool ForSome(Taskmill_FinishedPlace &place, int count,
+                               const std::function<void(const Taskmill_JobRecord &job)> &take,
+                               int since = LowestJobID) const;
     /// All of them, where they are known to be few.
     [[nodiscard]] QList<Taskmill_JobRecord> Jobs() const;
     /// The whole captured output of one of the jobs.
@@ -163,6 +177,7 @@ private:
     void RemoveSomeRows(int longestMs);
     void ReportKeptRows();
     [[nodiscard]] bool IsWorthReadingAll(int since) const;
+    [[nodiscard]] qsizetype PositionAt(const Taskmill_FinishedPlace &place) const;
     [[nodiscard]] std::unique_ptr<Taskmill_JobRecord> Read(const Taskmill_FinishedEntry &entry) const;
     [[nodiscard]] Taskmill_FinishedScan::Task ScanOf(const Taskmill_FinishedJobReading &reading) const;
 
@@ -183,6 +198,7 @@ private:
     bool m_isRemovalCounted = false; ///< as one change of the project
     QTimer m_removalTimer;
     int m_generation = 0;
+    int m_content = 0; ///< another value for another project
     Taskmill_FinishedScan m_ranking;
     Taskmill_FinishedScan m_matching;
     std::shared_ptr<ReadingGate> m_outputGate;

@@ -86,6 +86,7 @@ bool KilnUtil_KeptRun::Start(const KilnUtil_RunOrder &order)
     if (m_keepers)
         m_connection = m_keepers->StartRun(std::move(runOrder), error);
     if (m_connection.IsOpen()) {
+        m_isFromThisNursery = !m_connection.HadOtherRun();
         Listen();
         return true;
     }
@@ -132,6 +133,11 @@ bool KilnUtil_KeptRun::TakeReport(const Taskmill_RunReport &report)
         Q_EMIT RemainsSignal(QList<qint64>{report.remaining.begin(), report.remaining.end()});
         return true;
     case Kind::Ended: {
+        if (m_keepers && report.isKeeperFree)
+            m_keepers->TakeFreeKeeper(m_connection.TakeFreeKeeper());
+        // It is made with the first byte.
+        if (report.end.outputBytes == 0 && report.end.droppedBytes == 0)
+            m_output.SetHasNoFile();
         KilnUtil_RunEnd end = EndOf(report.end);
         if (end.How == KilnUtil_RunEnd::Kind::NotStarted) {
             end.IsForLack = end.IsForLack || report.failedFile == Taskmill_JournalAsFailedFile;

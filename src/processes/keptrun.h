@@ -71,7 +71,7 @@ private:
     KilnUtil_RunEnd m_end;
     qint64 m_processID = 0;
     State m_state = State::Running;
-    bool m_isFromThisNursery = true;
+    bool m_isFromThisNursery = true; ///< which reports its sweep without being asked
     bool m_isSwept = false;
     std::string m_inputPath;
     std::string m_outputPath;

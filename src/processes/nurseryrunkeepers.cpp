@@ -157,6 +157,12 @@ Taskmill_RunConnection KilnUtil_NurseryRunKeepers::StartRun(Taskmill_RunOrder or
     return StartNursery() ? m_nursery->StartRun(order, &error) : Taskmill_RunConnection{};
 }
 
+void KilnUtil_NurseryRunKeepers::TakeFreeKeeper(Taskmill_KeeperChannel keeper)
+{
+    if (m_nursery)
+        m_nursery->TakeFreeKeeper(std::move(keeper));
+}
+
 void KilnUtil_NurseryRunKeepers::SetOwner(const QString &identity, const QString &text,
                                           const std::function<bool(const QString &ownerText)> &mayTake)
 {

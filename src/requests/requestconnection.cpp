@@ -111,9 +111,9 @@ void Taskmill_RequestConnection::CloseSocket()
     m_socket.Close();
 }
 
-void Taskmill_RequestConnection::Close(const QByteArray &answer)
+void Taskmill_RequestConnection::Close(Taskmill_Reply answer)
 {
-    if (!m_socket.IsOpen() || answer.isEmpty()) {
+    if (!m_socket.IsOpen() || answer.Bytes.isEmpty()) {
         CloseSocket();
         deleteLater();
         return;
@@ -121,14 +121,24 @@ void Taskmill_RequestConnection::Close(const QByteArray &answer)
     // What nobody has read would make the system throw the answer away with the connection.
     std::string ignored;
     (void)m_socket.Receive(ignored, static_cast<std::size_t>(m_limits.MaxBytes));
-    m_answer = answer.toStdString();
+    m_answer = std::move(answer);
     SendSlot();
 }
 
 /// The client may be gone: its side can close while a dialog is open.
 void Taskmill_RequestConnection::SendSlot()
 {
-    if (!m_socket.SendSome(m_answer) || m_answer.empty()) {
+    if (m_sent == m_answer.Bytes.size() && m_answer.More) {
+        m_answer.Bytes = m_answer.More();
+        m_sent = 0;
+        if (m_answer.Bytes.isEmpty())
+            m_answer.More = {};
+    }
+    const QByteArrayView rest = QByteArrayView{m_answer.Bytes}.sliced(m_sent);
+    std::string_view left{rest.data(), static_cast<std::size_t>(rest.size())};
+    const bool isOpen = m_socket.SendSome(left);
+    m_sent = m_answer.Bytes.size() - static_cast<qsizetype>(left.size());
+    if (!isOpen || (left.empty() && !m_answer.More)) {
         CloseSocket();
         deleteLater();
     } else if (m_notifier->type() != QSocketNotifier::Write) {

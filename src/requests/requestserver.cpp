@@ -335,9 +335,9 @@ void Taskmill_RequestServer::HandleMessage(Taskmill_RequestConnection &connectio
     const QScopedValueRollback busy{m_busy, true};
     const bool asksForReply = Taskmill_AsksForReply(connection.Bytes());
     const auto answerLater = [client = QPointer{&connection},
-                              asksForReply](const QByteArray &answer) mutable {
+                              asksForReply](const Taskmill_Reply &answer) mutable {
         if (client)
-            std::exchange(client, nullptr)->Close(asksForReply ? answer : QByteArray{});
+            std::exchange(client, nullptr)->Close(asksForReply ? answer : Taskmill_Reply{});
     };
     std::optional<QByteArray> answer = Taskmill_AcceptedReply.toByteArray() + '\n';
     if (IsToBeHandled(request)) {
