@@ -76,7 +76,7 @@ struct Taskmill_ProjectRecovery::Candidate
     int changes = 0;
     bool hasRuns = false;
     bool isGivenUp = false;
-    bool isOutOfReach = false;                  ///< it cannot be read now, but it may be sound
+    bool isOutOfReach = false; ///< it cannot be read now, but it may be sound
     bool isDamaged = false;
     QList<Taskmill_Notification> notifications; ///< that were not delivered
 
