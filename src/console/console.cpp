@@ -5,6 +5,7 @@
 #include "console/consoleworker.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
@@ -25,10 +26,20 @@ Taskmill_Console::Taskmill_Console(QString banner, bool noEventLoop, Taskmill_Co
 
 Taskmill_Console::~Taskmill_Console()
 {
+    (void)End(-1);
+}
+
+bool Taskmill_Console::End(int longestMs)
+{
     QuitSlot();
+    const QDeadlineTimer deadline{longestMs};
     // The worker may be waiting for this thread to carry out a call.
-    while (m_thread.isRunning() && !m_thread.wait(joinRoundMs))
+    while (m_thread.isRunning() && !m_thread.wait(joinRoundMs)) {
+        if (deadline.hasExpired())
+            return false;
         QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    }
+    return true;
 }
 
 void Taskmill_Console::RunSlot()

@@ -39,6 +39,11 @@ public Q_SLOTS:
     /// Ends the dialogue without waiting for it.
     void QuitSlot();
 
+public:
+    /// QuitSlot(), and waits for so long at most, -1 for ever. False when the thread is still held up, as by
+    /// a drive that does not answer: the object must stay then as long as the program.
+    [[nodiscard]] bool End(int longestMs);
+
 private:
     const QString m_banner;
     const bool m_noEventLoop;
