@@ -56,11 +56,10 @@ Taskmill_Session::Taskmill_Session(Taskmill_SessionOptions options)
 
 Taskmill_Session::~Taskmill_Session()
 {
-    constexpr int longestEndMs = 10'000;
     ShutDown();
     Taskmill_SetConsolePrinter({});
     // The project is closed: the end is not to wait for a drive that does not answer.
-    if (m_console && !m_console->End(longestEndMs)) {
+    if (m_console && !m_console->End()) {
         qCWarning(Taskmill_AppLog, "The console is held up, and is left behind");
         (void)m_console.release();
     }

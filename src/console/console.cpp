@@ -3,6 +3,7 @@
 
 #include "console/consoleshell.h"
 #include "console/consoleworker.h"
+#include "kilnutil/logging.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -12,7 +13,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 constexpr int joinRoundMs = 10;
-}
+constexpr int joinMs = 10'000;
+constexpr int terminationMs = 1000;
+} // namespace
 
 Taskmill_Console::Taskmill_Console(QString banner, bool noEventLoop, Taskmill_ConsoleContext context,
                                    std::unique_ptr<Taskmill_ConsoleTerminal> terminal)
@@ -26,20 +29,24 @@ Taskmill_Console::Taskmill_Console(QString banner, bool noEventLoop, Taskmill_Co
 
 Taskmill_Console::~Taskmill_Console()
 {
-    (void)End(-1);
+    if (!End())
+        m_thread.wait();
 }
 
-bool Taskmill_Console::End(int longestMs)
+bool Taskmill_Console::End()
 {
     QuitSlot();
-    const QDeadlineTimer deadline{longestMs};
     // The worker may be waiting for this thread to carry out a call.
-    while (m_thread.isRunning() && !m_thread.wait(joinRoundMs)) {
-        if (deadline.hasExpired())
-            return false;
+    const QDeadlineTimer deadline{joinMs};
+    while (m_thread.isRunning() && !m_thread.wait(joinRoundMs) && !m_terminal->IsStillReading() &&
+           !deadline.hasExpired())
         QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
-    }
-    return true;
+    if (!m_thread.isRunning())
+        return true;
+    // The program ends now, and nothing that this thread could still do is wanted.
+    qCWarning(Taskmill_ConsoleLog, "The console does not end by itself");
+    m_thread.terminate();
+    return m_thread.wait(terminationMs);
 }
 
 void Taskmill_Console::RunSlot()

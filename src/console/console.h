@@ -20,7 +20,7 @@ class Taskmill_Console : public QObject
 public:
     Taskmill_Console(QString banner, bool noEventLoop, Taskmill_ConsoleContext context,
                      std::unique_ptr<Taskmill_ConsoleTerminal> terminal);
-    /// Ends the reading and waits for the thread, serving what it still asks of this one.
+    /// End(), and waits for the thread.
     ~Taskmill_Console() override;
     Q_DISABLE_COPY_MOVE(Taskmill_Console)
 
@@ -30,6 +30,10 @@ public:
     /// May be asked from any thread.
     [[nodiscard]] bool IsQuitting() const { return m_quitting; }
 
+    /// QuitSlot(), and ends the thread. False when the system holds that up, as on a drive that does not
+    /// answer: the object must stay then as long as the program, as its destructor would wait.
+    [[nodiscard]] bool End();
+
     /// What is under way goes on, but nothing of it reaches the manager any more.
     void TakeNoMoreCommands();
 
@@ -38,11 +42,6 @@ public Q_SLOTS:
     void RunSlot();
     /// Ends the dialogue without waiting for it.
     void QuitSlot();
-
-public:
-    /// QuitSlot(), and waits for so long at most, -1 for ever. False when the thread is still held up, as by
-    /// a drive that does not answer: the object must stay then as long as the program.
-    [[nodiscard]] bool End(int longestMs);
 
 private:
     const QString m_banner;

@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
