@@ -57,8 +57,13 @@ Taskmill_Session::Taskmill_Session(Taskmill_SessionOptions options)
 Taskmill_Session::~Taskmill_Session()
 {
     ShutDown();
-    m_console.reset();
     Taskmill_SetConsolePrinter({});
+    // The project is closed: the end is not to wait for a drive that does not answer.
+    if (m_console && !m_console->End()) {
+        qCWarning(Taskmill_AppLog, "The console is held up, and is left behind");
+        (void)m_console.release();
+    }
+    m_console.reset();
 }
 
 bool Taskmill_Session::Initialise()

@@ -3,6 +3,11 @@
 
 #include "keeper/clock.h"
 
+namespace {
+/// Until it is listened again, where the system had nothing for it.
+constexpr long long nextTryMs = 1000;
+} // namespace
+
 void Taskmill_Keeper::ReadManager()
 {
     std::optional<Taskmill_KeeperMessage> message;
@@ -33,7 +38,6 @@ void Taskmill_Keeper::LoseManager()
 
 void Taskmill_Keeper::ListenWhenDue()
 {
-    constexpr long long nextTryMs = 1000;
     if (m_isRecorded || m_manager.IsOpen() || m_listener.IsOpen() || Taskmill_SteadyClockMs() < m_listenAt)
         return;
     m_listener = Taskmill_KeeperChannel::Listen(".", m_runID);
@@ -54,6 +58,10 @@ void Taskmill_Keeper::TakeVisitor()
     // One that says nothing gives way to the next.
     if (Taskmill_KeeperChannel visitor = m_listener.Accept(); visitor.IsOpen())
         m_visitor = std::move(visitor);
+    if (m_listener.IsListening())
+        return;
+    StopListening();
+    m_listenAt = Taskmill_SteadyClockMs() + nextTryMs;
 }
 
 void Taskmill_Keeper::ReadVisitor()

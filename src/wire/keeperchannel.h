@@ -50,6 +50,8 @@ public:
                                                         const std::string &runID);
     /// The next connection of a listening one; not open when none waits or it is another user's.
     [[nodiscard]] Taskmill_KeeperChannel Accept() const;
+    /// Not after an Accept() behind which the system had nothing for the next one: it has to be made anew.
+    [[nodiscard]] bool IsListening() const;
 
     [[nodiscard]] bool IsOpen() const { return m_handle != NoHandle; }
     /// For who waits for something to come, or to connect: readable then, on Windows an event.

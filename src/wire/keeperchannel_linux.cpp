@@ -221,6 +221,11 @@ Taskmill_KeeperChannel Taskmill_KeeperChannel::Accept() const
     return channel;
 }
 
+bool Taskmill_KeeperChannel::IsListening() const
+{
+    return IsOpen();
+}
+
 bool Taskmill_KeeperChannel::Send(const Taskmill_KeeperMessage &message, const std::vector<int> &files,
                                   int waitMs) const
 {

@@ -208,6 +208,11 @@ Taskmill_KeeperChannel Taskmill_KeeperChannel::Accept() const
     return ChannelOf(file);
 }
 
+bool Taskmill_KeeperChannel::IsListening() const
+{
+    return IsOpen() && PipeOf(m_handle).file != INVALID_HANDLE_VALUE && !PipeOf(m_handle).hasEnded;
+}
+
 bool Taskmill_KeeperChannel::Send(const Taskmill_KeeperMessage &message, const std::vector<int> &,
                                   int waitMs) const
 {
