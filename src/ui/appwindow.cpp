@@ -325,7 +325,8 @@ void Taskmill_AppWindow::CurrentTabChangedSlot(int tab)
 {
     const auto page = static_cast<Taskmill_Page>(tab);
     m_filterEntry->setEnabled(TabOf(page).HasFilter());
-    m_detailsSwitch->Entry().setEnabled(page != Taskmill_Page::RunningJobs && page != Taskmill_Page::JobTypes);
+    m_detailsSwitch->Entry().setEnabled(page != Taskmill_Page::RunningJobs &&
+                                        page != Taskmill_Page::JobTypes);
     m_tabMenus->ShowThoseOf(TabOf(page), page == Taskmill_Page::LongJobs || page == Taskmill_Page::ShortJobs);
     switch (page) {
     case Taskmill_Page::LongJobs:
