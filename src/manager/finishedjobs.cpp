@@ -84,8 +84,13 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &ended, const std::f
 {
     RecordMissing();
     Taskmill_JobRecord job = ended;
-    if (job.IsOutputLeft && !CanLeaveOutputs())
-        job.StdOutAndStdErr.prepend(m_outputOfRun ? OutputOfRun(job.Run) : QString{});
+    if (job.IsOutputLeft && !CanLeaveOutputs() && m_outputOfRun) {
+        const OutputOfRun output = m_outputOfRun(job.Run)();
+        job.StdOutAndStdErr.prepend(output.Text);
+        // It stays where it is.
+        if (!output.IsWhole)
+            job.Run.clear();
+    }
     job.IsOutputLeft = job.IsOutputLeft && CanLeaveOutputs();
     const qint64 result = BeginResult(job);
     Missing written{.key = -1, .alsoWrite = alsoWrite, .notification = m_outbox.Add(job)};
@@ -262,13 +267,21 @@ bool Taskmill_FinishedJobs::TakeLeftOutputs()
     const QList<qint64> keys = m_leftOutputs.keys();
     for (const qint64 key : keys) {
         const Taskmill_LeftOutput left = m_leftOutputs.value(key);
-        const QString output = OutputOfRun(left.Run) + left.Said;
+        const OutputOfRun stored = m_outputOfRun(left.Run)();
+        const QString output = stored.Text + left.Said;
         const bool isTaken = database->Untracked([&] {
             return database->SetFinishedJobOutput(key, output) &&
-                   database->WorkingCopy().RemoveLeftOutput(key);
+                   (!stored.IsWhole || database->WorkingCopy().RemoveLeftOutput(key));
         });
         if (!isTaken)
             return false;
+        if (!stored.IsWhole) {
+            qCWarning(Taskmill_ManagerLog, "The output of run %ls cannot be read now, and stays where it is",
+                      qUtf16Printable(left.Run));
+            m_unreadOutputs.insert(key);
+            continue;
+        }
+        m_unreadOutputs.remove(key);
         if (m_results)
             m_results->TakeLeftOutput(left.Run, output);
         m_leftOutputs.remove(key);
@@ -280,8 +293,10 @@ bool Taskmill_FinishedJobs::TakeLeftOutputs()
 void Taskmill_FinishedJobs::GiveUpLeftOutputs()
 {
     const auto outputs = std::exchange(m_leftOutputs, {});
-    for (const Taskmill_LeftOutput &left : outputs)
-        Q_EMIT RunStoredSignal(left.Run);
+    for (const auto &[key, left] : outputs.asKeyValueRange()) {
+        if (!m_unreadOutputs.contains(key))
+            Q_EMIT RunStoredSignal(left.Run);
+    }
 }
 
 void Taskmill_FinishedJobs::Load()
@@ -320,6 +335,7 @@ void Taskmill_FinishedJobs::Clear()
     m_read.clear();
     m_missing.clear();
     m_leftOutputs.clear();
+    m_unreadOutputs.clear();
     ++m_generation;
     Q_EMIT JobsChangedSignal();
 }
@@ -424,9 +440,9 @@ QString Taskmill_FinishedJobs::OutputOf(const Taskmill_JobRecord &job) const
         return job.StdOutAndStdErr;
     const qint64 key = m_entries[position].Key;
     if (const auto held = m_held.constFind(key); held != m_held.constEnd())
-        return (held->IsOutputLeft ? OutputOfRun(held->Run) : QString{}) + held->StdOutAndStdErr;
+        return (held->IsOutputLeft ? m_outputOfRun(held->Run)().Text : QString{}) + held->StdOutAndStdErr;
     if (const auto left = m_leftOutputs.constFind(key); left != m_leftOutputs.constEnd())
-        return OutputOfRun(left->Run) + left->Said;
+        return m_outputOfRun(left->Run)().Text + left->Said;
     Taskmill_Database *database = CurrentDatabase();
     return database ? database->GetFinishedJobOutput(key) : QString{};
 }
@@ -457,9 +473,12 @@ Taskmill_OutputText Taskmill_FinishedJobs::ReaderOfOutput(const Taskmill_JobReco
     return [gate = m_outputGate, row = database->ReaderOfFinishedJobOutput(key), printed,
             said = printed ? left->Said : QString{}] {
         return gate->Pass([&] {
-            // What is still with its run may have been written into its row meanwhile.
+            const OutputOfRun left = printed ? printed() : OutputOfRun{};
+            if (left.IsWhole && !left.Text.isEmpty())
+                return (left.Text + said).toUtf8();
+            // It may have been written into its row meanwhile.
             const QByteArray stored = row();
-            return stored.isEmpty() && printed ? (printed() + said).toUtf8() : stored;
+            return stored.isEmpty() ? (left.Text + said).toUtf8() : stored;
         });
     };
 }

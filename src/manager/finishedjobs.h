@@ -11,6 +11,7 @@
 #include <QHash>
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <QTimer>
 
 #include <chrono>
@@ -67,9 +68,15 @@ public:
     }
     /// The same; what `alsoWrite` writes is part of the one change of the database.
     bool AddJob(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite);
+    /// See KilnUtil_StoredOutput.
+    struct OutputOfRun
+    {
+        QString Text;
+        bool IsWhole = true;
+    };
     /// Returns what reads, on any thread, what the run of a job wrote, see Taskmill_JobRecord::Run and
     /// IsOutputLeft.
-    using OutputReader = std::function<std::function<QString()>(const QString &run)>;
+    using OutputReader = std::function<std::function<OutputOfRun()>(const QString &run)>;
     void SetOutputOfRuns(const OutputReader &reader) { m_outputOfRun = reader; }
     /// Reads the results of the jobs that are added; outlives this.
     void SetResults(Taskmill_JobResults &results) { m_results = &results; }
@@ -78,7 +85,8 @@ public:
     /// Reads those of the jobs that ended last, and have none: the manager before was ended by force.
     void ReadLostResults();
     /// Writes the long outputs that are still with their runs into the rows of their jobs, so that these are
-    /// whole. False when one cannot be written.
+    /// whole. False when one cannot be written. One that cannot be read now stays where it is, as its row
+    /// says.
     [[nodiscard]] bool TakeLeftOutputs();
     /// Nobody wants them any more.
     void GiveUpLeftOutputs();
@@ -141,7 +149,6 @@ private:
     class ReadingGate;
 
     [[nodiscard]] bool CanLeaveOutputs() const;
-    [[nodiscard]] QString OutputOfRun(const QString &run) const { return m_outputOfRun(run)(); }
     /// Puts the result into the job. A number of the result when it is not known yet, else 0.
     qint64 BeginResult(Taskmill_JobRecord &job);
     void TakeResult(qint64 number, const Taskmill_JobResult &result);
@@ -169,6 +176,7 @@ private:
     QHash<qint64, Awaited> m_awaited; ///< by the numbers of their results
     qint64 m_lastResult = 0;
     QHash<qint64, Taskmill_LeftOutput> m_leftOutputs; ///< by the keys of their rows
+    QSet<qint64> m_unreadOutputs;                     ///< those of them whose rows say where they are
     QList<Missing> m_missing;                         ///< in the database
     QList<qint64> m_rowsToRemove;
     bool m_isRemovalCounted = false; ///< as one change of the project

@@ -7,6 +7,7 @@
 #include "jobs/runofjob.h"
 #include "kilnutil/error.h"
 #include "kilnutil/registry.h"
+#include "kilnutil/statefolder.h"
 #include "manager/changedfiledialogue.h"
 #include "manager/heldjobsdialogue.h"
 #include "manager/recentprojects.h"
@@ -39,6 +40,27 @@ void ReportRemains(const Taskmill_JobRecord &job, const QList<qint64> &processID
         u"Killing a Job"_s,
         u"Job %1, %2, cannot be ended yet: its processes %3 withstand. It counts as running "
         "until they have ended."_s.arg(QString::number(job.JobID), job.Name, numbers.join(u", "_s)));
+}
+
+/// What keepers of an earlier start have stored is there without keepers, too.
+KilnUtil_StoredOutput OutputInAnyFolder(const QString &runID)
+{
+    const QStringList folders = KilnUtil_MachineFolderPaths();
+    for (const QString &folder : folders) {
+        if (!KilnUtil_IsMachineFolder(folder))
+            continue;
+        auto output = KilnUtil_RunKeepers::OutputIn(KilnUtil_RunKeepers::FolderIn(folder), runID);
+        if (!output.IsWhole || !output.Bytes.isEmpty())
+            return output;
+    }
+    return {};
+}
+
+std::function<KilnUtil_StoredOutput()> OutputOfRun(const KilnUtil_RunKeepers *keepers, const QString &runID)
+{
+    return keepers ? keepers->OutputOf(runID) : [runID] {
+        return OutputInAnyFolder(runID);
+    };
 }
 } // namespace
 
@@ -79,6 +101,13 @@ void Taskmill_Manager::ConnectJobs()
                          });
         QObject::connect(&owner->Jobs(), &Taskmill_JobContainer::RemainsSignal, owner, ReportRemains);
     }
+    m_finishedJobs.SetOutputOfRuns([this](const QString &run) {
+        return [read = OutputOfRun(m_keepers.get(), Taskmill_RunOfJob{run}.RunID)] {
+            const KilnUtil_StoredOutput output = read();
+            return Taskmill_FinishedJobs::OutputOfRun{.Text = Taskmill_Job::TextOfOutput(output.Bytes),
+                                                      .IsWhole = output.IsWhole};
+        };
+    });
     if (!m_keepers)
         return;
     m_keepers->SetStorage({.LastChange =
@@ -91,11 +120,6 @@ void Taskmill_Manager::ConnectJobs()
                                    const Taskmill_Database *database = CurrentDatabase();
                                    return !database || database->IsStored(change);
                                }});
-    m_finishedJobs.SetOutputOfRuns([this](const QString &run) {
-        return [read = m_keepers->OutputOf(Taskmill_RunOfJob{run}.RunID)] {
-            return Taskmill_Job::TextOfOutput(read());
-        };
-    });
     QObject::connect(&m_finishedJobs, &Taskmill_FinishedJobs::RunStoredSignal, m_keepers.get(),
                      [this](const QString &run) { m_keepers->TakeResult(Taskmill_RunOfJob{run}.RunID); });
 }
