@@ -526,9 +526,12 @@ Taskmill_OutputText Taskmill_FinishedJobs::ReaderOfOutput(const Taskmill_JobReco
     return [gate = m_outputGate, row = database->ReaderOfFinishedJobOutput(key), printed,
             said = printed ? left->Said : QString{}] {
         return gate->Pass([&] {
-            // What is still with its run may have been written into its row meanwhile.
+            const OutputOfRun left = printed ? printed() : OutputOfRun{};
+            if (left.IsWhole && !left.Text.isEmpty())
+                return (left.Text + said).toUtf8();
+            // It may have been written into its row meanwhile.
             const QByteArray stored = row();
-            return stored.isEmpty() && printed ? (printed().Text + said).toUtf8() : stored;
+            return stored.isEmpty() ? (left.Text + said).toUtf8() : stored;
         });
     };
 }

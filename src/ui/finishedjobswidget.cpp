@@ -25,8 +25,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 const QString helpId = u"taskmill/finishedjobs"_s;
 const QString exportText = u"Export..."_s;
-/// Of the event loop, for what as a rule is there at once.
-constexpr std::chrono::milliseconds longestWait{8};
 } // namespace
 
 /// The entries of the menu that has been shown.
@@ -329,5 +327,5 @@ void Taskmill_FinishedJobsWidget::ShowLog(const Taskmill_JobRecord &job) const
             Taskmill_JobViewers::ShowLog(*m_frame, name, text, result);
         };
     });
-    m_logReader->Wait(longestWait);
+    m_logReader->Wait();
 }
