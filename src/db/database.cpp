@@ -315,6 +315,24 @@ bool Taskmill_Database::RecordStart(const Taskmill_JobRecord &job)
     });
 }
 
+bool Taskmill_Database::RenumberJobs(const std::array<QList<Taskmill_JobRecord>, 3> &jobs,
+                                     const QSet<qint32> &renumbered)
+{
+    return Untracked([&] {
+        if (!m_longJobs.SetNumbers(jobs[0]) || !m_shortJobs.SetNumbers(jobs[1]) ||
+            !m_queuelessJobs.SetNumbers(jobs[2]))
+            return false;
+        const auto writeFields = [&](const Taskmill_JobRecord &job) {
+            return !renumbered.contains(job.JobID) ||
+                   AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID,
+                                     Taskmill_FieldsOfJob(job));
+        };
+        return std::ranges::all_of(jobs, [&](const QList<Taskmill_JobRecord> &some) {
+            return std::ranges::all_of(some, writeFields);
+        });
+    });
+}
+
 Taskmill_AddedFields &Taskmill_Database::AddedFields()
 {
     // Nobody else can change a database in memory.

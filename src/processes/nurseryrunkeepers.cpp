@@ -248,6 +248,13 @@ KilnUtil_FoundRun KilnUtil_NurseryRunKeepers::FindRecorded(const std::string &ru
     return found;
 }
 
+std::optional<KilnUtil_RunEnd> KilnUtil_NurseryRunKeepers::RecordedEnd(const std::string &runID)
+{
+    m_journals.Refresh();
+    const Taskmill_RunJournals::Run *run = m_journals.Find(runID);
+    return run && run->end ? std::optional{KilnUtil_KeptRun::EndOf(*run->end)} : std::nullopt;
+}
+
 void KilnUtil_NurseryRunKeepers::AwaitSweep(KilnUtil_KeptRun &run, bool isFromThisNursery)
 {
     const bool isNurseryThere = m_nursery && m_nursery->IsOpen();

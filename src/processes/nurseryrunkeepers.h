@@ -50,6 +50,8 @@ public:
     /// False when this turn of the event loop has lasted so long that what keepers report can wait for the
     /// next.
     [[nodiscard]] bool IsTurnShort() const { return m_turn.elapsed() < LongestTurnMs; }
+    /// How a run has ended that its keeper did not report; nothing when that was not recorded.
+    [[nodiscard]] std::optional<KilnUtil_RunEnd> RecordedEnd(const std::string &runID);
     /// TakeSwept() of the run comes when nothing of it is left.
     void AwaitSweep(KilnUtil_KeptRun &run, bool isFromThisNursery);
     /// False when none has come within that time.
