@@ -94,6 +94,8 @@ void Taskmill_Manager::ConnectJobs()
                          [this](const Taskmill_JobRecord &job, const QString &ownerText) {
                              NoticeJobElsewhere(job, ownerText);
                          });
+        QObject::connect(&owner->Jobs(), &Taskmill_JobContainer::FateUnknownSignal, owner,
+                         [this](const Taskmill_JobRecord &job) { NoticeUnknownFate(job); });
         QObject::connect(&owner->Jobs(), &Taskmill_JobContainer::RemainsSignal, owner, ReportRemains);
     }
     m_finishedJobs.SetOutputOfRuns([this](const QString &run) {
@@ -133,6 +135,23 @@ void Taskmill_Manager::NoticeJobElsewhere(const Taskmill_JobRecord &job, const Q
     m_jobsElsewhere.append(u"%1, job %2, runs %3"_s.arg(job.Name, QString::number(job.JobID), place));
 }
 
+void Taskmill_Manager::NoticeUnknownFate(const Taskmill_JobRecord &job)
+{
+    if (m_jobsOfUnknownFate.isEmpty())
+        QTimer::singleShot(0, &m_project, [this] {
+            const bool isOne = m_jobsOfUnknownFate.size() == 1;
+            const QString who = isOne ? u"Job %1 ran"_s : u"Jobs %1 ran"_s;
+            KilnUtil_Error::UserPrompt().ShowNotice(
+                u"Jobs That Are Held"_s,
+                who.arg(m_jobsOfUnknownFate.join(u", "_s)) +
+                    (isOne
+                         ? u" when the project was saved, and what became of it is not known here. It is held: \"run job N\", or Run Again in the menu of its tab, starts it anew."_s
+                         : u" when the project was saved, and what became of them is not known here. They are held: \"run held jobs\" or \"run job N\", or Run Again in the menu of their tabs, starts them anew."_s));
+            m_jobsOfUnknownFate.clear();
+        });
+    m_jobsOfUnknownFate.append(QString::number(job.JobID));
+}
+
 Taskmill_Manager::~Taskmill_Manager()
 {
     ShutDown();
@@ -153,7 +172,7 @@ QStringList Taskmill_Manager::NoticesAtStart(bool asks)
     QStringList notices = m_project.Notices();
     if (!asks)
         notices += {Taskmill_ChangedFileDialogue::Notice(m_project),
-                    Taskmill_HeldJobsDialogue::Notice(*m_destinations.Queueless().List())};
+                    Taskmill_HeldJobsDialogue::Notice(m_destinations)};
     notices.removeAll(QString{});
     const QStringList spareProjects = Taskmill_SpareProjects();
     for (const QString &path : spareProjects) {
