@@ -83,7 +83,6 @@ private:
     [[nodiscard]] bool DoJobsGoOn() const { return HasKeepers() && Taskmill_JobsGoOn(m_ending); }
     void ConnectJobs();
     void NoticeJobElsewhere(const Taskmill_JobRecord &job, const QString &ownerText);
-    void NoticeUnknownFate(const Taskmill_JobRecord &job);
 
     Taskmill_DatabaseJobStore m_store;
     /// Shared with a listing that may outlive this.
@@ -100,7 +99,6 @@ private:
     Taskmill_JobSubmitter m_submitter;
     Taskmill_RunningJobs m_runningJobs;
     QStringList m_jobsElsewhere; ///< of which the user is still to hear
-    QStringList m_jobsOfUnknownFate; ///< the same; their numbers
     Taskmill_Ending m_ending = Taskmill_Ending::Unasked;
     bool m_isShutDown = false;
 };

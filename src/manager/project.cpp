@@ -2,6 +2,7 @@
 #include "manager/project.h"
 
 #include "db/database.h"
+#include "db/databasecopy.h"
 #include "db/databasemanager.h"
 #include "db/workingcopy.h"
 #include "jobs/jobtypelist.h"
@@ -488,6 +489,11 @@ void Taskmill_Project::StoreJobsThatGoOn()
 
 void Taskmill_Project::CloseProject()
 {
+    // What was saved says that they run. They wait now, and whoever opens the file is to know that. While the
+    // same file is being opened anew, it was read already.
+    const QString path = FilePath();
+    const bool isSaved = m_lock && !path.isEmpty() && !HasUnsavedChanges() && !FileHasChanged();
+    const QStringList runs = isSaved ? KeptRuns() : QStringList{};
     // They end side by side.
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Jobs().BeginToKillRunning();
@@ -513,10 +519,24 @@ void Taskmill_Project::CloseProject()
     else
         m_outbox.KeepStored();
     Taskmill_Database_Manager::Global().CloseAll();
+    if (!runs.isEmpty() && !Taskmill_ForgetRunsInFile(path, runs))
+        qCInfo(Taskmill_ManagerLog, "%ls still says that jobs run", qUtf16Printable(path));
     m_keptRuns.ForgetResults();
     if (m_copy)
         m_copy->Remove();
     ForgetProject();
+}
+
+QStringList Taskmill_Project::KeptRuns()
+{
+    QStringList runs;
+    for (const Taskmill_QueueOwner *owner : m_destinations.All()) {
+        for (const Taskmill_Job *job : owner->Jobs().Jobs()) {
+            if (job->IsKept())
+                runs += job->Record().Run;
+        }
+    }
+    return runs;
 }
 
 void Taskmill_Project::CarryOverNotifications()

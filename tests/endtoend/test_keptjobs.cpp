@@ -366,6 +366,8 @@ void TestKeptJobs::WaitsAgainWhenItsKillWasNotSaved()
     QVERIFY(Save());
     QCOMPARE(Manager().Quit({"yes"}), ManagerEnd{.status = 0});
     QVERIFY(!ProcessTable::IsAlive(job));
+    // Without its run, as also those are to know it who have no journal.
+    QCOMPARE(Project().Rows().queuelessJobs.value(0).Run, QString{});
     QVERIFY(Project().Start());
     QVERIFY(Manager().Command("list finished jobs").contains("Empty"));
     Release(u"one.in"_s);
