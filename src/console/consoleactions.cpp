@@ -111,11 +111,6 @@ QString Taskmill_ConsoleActions::SetLimit(Taskmill_Destination queue, int maxRun
                                                                             QString::number(maxRunningJobs));
 }
 
-Taskmill_Destinations &Taskmill_ConsoleActions::Destinations() const
-{
-    return m_context.Manager.Destinations();
-}
-
 QString Taskmill_ConsoleActions::RunHeldJobs() const
 {
     return ReleasedText(Destinations().Release(Destinations().HeldJobIDs()));
