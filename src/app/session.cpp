@@ -30,8 +30,14 @@ std::unique_ptr<KilnUtil_RunKeepers> MakeKeepers()
     const auto folder = std::ranges::find_if(folders, KilnUtil_MakeMachineFolder);
     if (folder == folders.end())
         return nullptr;
+    // An earlier start may have had to use another one.
+    QStringList others;
+    for (const QString &other : folders) {
+        if (other != *folder && KilnUtil_IsMachineFolder(other))
+            others += KilnUtil_RunKeepers::FolderIn(other);
+    }
     return KilnUtil_RunKeepers::Make(KilnUtil_FileSys::m_appDirPath + u'/' + name,
-                                     KilnUtil_RunKeepers::FolderIn(*folder));
+                                     KilnUtil_RunKeepers::FolderIn(*folder), others);
 }
 } // namespace
 

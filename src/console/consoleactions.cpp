@@ -111,14 +111,9 @@ QString Taskmill_ConsoleActions::SetLimit(Taskmill_Destination queue, int maxRun
                                                                             QString::number(maxRunningJobs));
 }
 
-Taskmill_QueuelessJobsList &Taskmill_ConsoleActions::QueuelessJobs() const
-{
-    return *m_context.Manager.Destinations().Queueless().List();
-}
-
 QString Taskmill_ConsoleActions::RunHeldJobs() const
 {
-    return ReleasedText(QueuelessJobs().Release(QueuelessJobs().HeldJobIDs()));
+    return ReleasedText(Destinations().Release(Destinations().HeldJobIDs()));
 }
 
 QString Taskmill_ConsoleActions::ReleasedText(int count)
@@ -131,8 +126,14 @@ QString Taskmill_ConsoleActions::ReleasedText(int count)
 
 QString Taskmill_ConsoleActions::RunHeldJob(int jobID) const
 {
-    return QueuelessJobs().Release({jobID}) > 0 ? u"\n<Taskmill> Job %1 runs again.\n\n"_s.arg(jobID)
-                                                : u"\n<Taskmill> Job %1 is not held back.\n\n"_s.arg(jobID);
+    if (Destinations().Release({jobID}) == 0)
+        return u"\n<Taskmill> Job %1 is not held back.\n\n"_s.arg(jobID);
+    const Taskmill_QueueOwner *owner = Destinations().OwnerOfJob(jobID);
+    const Taskmill_Job *job = owner ? owner->Jobs().FindByJobID(jobID) : nullptr;
+    return (job && job->Status() == Taskmill_JobStatus::Pending
+                ? u"\n<Taskmill> Job %1 is no longer held back, and waits for its turn.\n\n"_s
+                : u"\n<Taskmill> Job %1 runs again.\n\n"_s)
+        .arg(jobID);
 }
 
 bool Taskmill_ConsoleActions::HasKeepers() const

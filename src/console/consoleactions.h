@@ -13,7 +13,6 @@ class Taskmill_Destinations;
 class Taskmill_Manager;
 class Taskmill_Project;
 class Taskmill_QueueOwner;
-class Taskmill_QueuelessJobsList;
 
 /// What the console reaches of the manager. All of it outlives the console.
 struct Taskmill_ConsoleContext
@@ -67,7 +66,6 @@ public:
     [[nodiscard]] QStringList Notices() const { return m_context.Notices; }
     [[nodiscard]] Taskmill_Destinations &Destinations() const;
     [[nodiscard]] Taskmill_Project &Project() const;
-    [[nodiscard]] Taskmill_QueuelessJobsList &QueuelessJobs() const;
     /// Without keepers no job can go on without the program.
     [[nodiscard]] bool HasKeepers() const;
     void Exit(Taskmill_Ending ending) const;

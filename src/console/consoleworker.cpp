@@ -59,7 +59,7 @@ void Taskmill_Console_Worker::AskAtStart()
             u"\n<Taskmill> The project was saved to %1.\n\n"_s.arg(changedFile->RecoveredFile()));
     std::optional<Taskmill_HeldJobsDialogue> heldJobs;
     m_conversation.Converse(
-        [&](Taskmill_ConsoleActions &actions) { return &heldJobs.emplace(actions.QueuelessJobs()); });
+        [&](Taskmill_ConsoleActions &actions) { return &heldJobs.emplace(actions.Destinations()); });
     if (heldJobs && heldJobs->Released())
         m_conversation.Print(Taskmill_ConsoleActions::ReleasedText(*heldJobs->Released()));
     else if (heldJobs && heldJobs->IsDeclined())

@@ -316,6 +316,15 @@ bool Taskmill_Database::RecordStart(const Taskmill_JobRecord &job)
     });
 }
 
+bool Taskmill_Database::ForgetRun(const Taskmill_JobRecord &job)
+{
+    return !IsOpen() || Untracked([&] {
+        return AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID,
+                                 Taskmill_FieldsOfJob(job)) &&
+               m_workingCopy.RemoveRun(job.JobID);
+    });
+}
+
 bool Taskmill_Database::RenumberJobs(const std::array<QList<Taskmill_JobRecord>, 3> &jobs,
                                      const QSet<qint32> &renumbered)
 {

@@ -92,6 +92,8 @@ public:
     /// A job of the three places where jobs wait is about to be started. It is no change of the project.
     /// False when that cannot be written.
     bool RecordStart(const Taskmill_JobRecord &job);
+    /// The job, which waits, has no run any more. No change of the project either.
+    bool ForgetRun(const Taskmill_JobRecord &job);
     /// Gives the waiting jobs, which are those of GetLongJobs() and so on in their order, their numbers, and
     /// writes what no table has a column for of those that are renumbered. No change of the project.
     bool RenumberJobs(const std::array<QList<Taskmill_JobRecord>, 3> &jobs, const QSet<qint32> &renumbered);

@@ -4,6 +4,7 @@
 #include "db/contentstamp.h"
 #include "db/databasecheck.h"
 #include "db/databasefile.h"
+#include "kilnutil/database_foundation.h"
 #include "kilnutil/logging.h"
 
 #include <QDateTime>
@@ -341,6 +342,18 @@ int Taskmill_CopyIntoFile(const QString &fileName, const QString &newFile, QStri
     QString problem;
     const int result = LoadIntoFile(newFile, fileName, problem);
     return Report(result, false, fileName, problem, reason);
+}
+
+bool Taskmill_ForgetRunsInFile(const QString &fileName, const QStringList &runs)
+{
+    FileDatabase file;
+    if (OpenFile(fileName, SQLITE_OPEN_READWRITE, file) != SQLITE_OK)
+        return false;
+    QStringList texts;
+    for (const QString &run : runs)
+        texts += u'\'' + KilnUtil_SQLEscape(run) + u'\'';
+    return Execute(file.get(), u"DELETE FROM AddedFields WHERE Owner = 'job' AND Name = 'Run' AND Value IN (%1)"_s.arg(
+                                   texts.join(u','))) == SQLITE_OK;
 }
 
 int Taskmill_CheckWorkingCopy(const QString &path)

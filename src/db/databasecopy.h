@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 
@@ -21,6 +22,10 @@ struct sqlite3;
 /// Makes another file of the content of a database file, which is judged as above. A file of that name, and
 /// what SQLite has put beside it, is lost in any case. The content is not yet on the disk.
 [[nodiscard]] int Taskmill_CopyIntoFile(const QString &fileName, const QString &newFile, QString *reason);
+
+/// The jobs of a project file, which nobody has open, that had these runs wait without one. False when that
+/// cannot be written: the file is as it was then.
+bool Taskmill_ForgetRunsInFile(const QString &fileName, const QStringList &runs);
 
 /// Whether a working copy that nobody has open is sound. What a program that was ended by force has left in
 /// the log beside it is applied. Returns an SQLite result code.

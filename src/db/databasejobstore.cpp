@@ -4,6 +4,7 @@
 #include "db/database.h"
 #include "db/databasemanager.h"
 #include "kilnutil/error.h"
+#include "kilnutil/logging.h"
 
 #include <utility>
 
@@ -64,6 +65,13 @@ bool Taskmill_DatabaseJobStore::RecordStart(const Taskmill_JobRecord &job)
             u"Jobs are not started while this cannot be stored, and wait until it can be:\n\n"_s +
                 database->StoragePath() + u"\n\n("_s + database->LastErrorMessage() + u')');
     return recorded;
+}
+
+void Taskmill_DatabaseJobStore::ForgetRun(const Taskmill_JobRecord &job)
+{
+    if (Taskmill_Database *database = Current(); database && !database->ForgetRun(job))
+        qCWarning(Taskmill_DBLog, "It cannot be stored that job %d waits again: %ls", job.JobID,
+                  qUtf16Printable(database->LastErrorMessage()));
 }
 
 int Taskmill_DatabaseJobStore::GetMaxRunningJobs(const QString &queueName)

@@ -9,7 +9,6 @@
 #include "kilnutil/logging.h"
 #include "processes/runkeepers.h"
 
-#include <QSet>
 #include <QTimer>
 
 #include <algorithm>
@@ -53,16 +52,31 @@ void Taskmill_JobContainer::InsertInOrder(Taskmill_Job *job)
     m_jobs.insert(job->IsHeld() ? m_jobs.end() : firstHeld, job);
 }
 
-void Taskmill_JobContainer::ReleaseJobs(const QList<Taskmill_Job *> &jobs)
+QList<int> Taskmill_JobContainer::HeldJobIDs() const
 {
+    QList<int> jobIDs;
+    for (const Taskmill_Job *job : m_jobs) {
+        if (job->IsHeld() && !job->RunsElsewhere())
+            jobIDs.append(job->JobID());
+    }
+    return jobIDs;
+}
+
+int Taskmill_JobContainer::Release(const QList<int> &jobIDs)
+{
+    QList<Taskmill_Job *> jobs = m_jobs;
+    jobs.removeIf([&jobIDs](const Taskmill_Job *job) {
+        return !job->IsHeld() || job->RunsElsewhere() || !jobIDs.contains(job->JobID());
+    });
     for (Taskmill_Job *job : jobs) {
-        if (!job->IsHeld() || job->RunsElsewhere())
-            continue;
         job->SetHeld(false);
         m_jobs.removeOne(job);
         InsertInOrder(job);
     }
-    Update();
+    // A queue starts one at a time.
+    for (qsizetype released = 0; released < jobs.size(); ++released)
+        Update();
+    return static_cast<int>(jobs.size());
 }
 
 void Taskmill_JobContainer::Add(Taskmill_Job *job)
@@ -71,26 +85,26 @@ void Taskmill_JobContainer::Add(Taskmill_Job *job)
     Update();
 }
 
-void Taskmill_JobContainer::AddAll(const QList<Taskmill_JobRecord> &records)
+void Taskmill_JobContainer::AddAll(const QList<Taskmill_JobRecord> &records, const QSet<int> &recorded)
 {
     for (const Taskmill_JobRecord &record : records)
-        AddFromProject(record);
+        AddFromProject(record, recorded.contains(record.JobID));
     Update();
 }
 
-void Taskmill_JobContainer::AddFromProject(Taskmill_JobRecord record)
+void Taskmill_JobContainer::AddFromProject(Taskmill_JobRecord record, bool isStartRecorded)
 {
     const bool held = IsToBeHeld(record);
     record.Started = {};
     record.Finished = {};
     auto *job = new Taskmill_Job{std::move(record)};
-    if (!job->Record().Run.isEmpty() && TakeOverRun(job))
+    if (!job->Record().Run.isEmpty() && TakeOverRun(job, isStartRecorded))
         return;
-    job->SetHeld(held || job->RunsElsewhere());
+    job->SetHeld(held || job->IsHeld() || job->RunsElsewhere());
     Append(job);
 }
 
-bool Taskmill_JobContainer::TakeOverRun(Taskmill_Job *job)
+bool Taskmill_JobContainer::TakeOverRun(Taskmill_Job *job, bool isStartRecorded)
 {
     const Taskmill_RunOfJob run{job->Record().Run};
     KilnUtil_FoundRun found;
@@ -98,9 +112,17 @@ bool Taskmill_JobContainer::TakeOverRun(Taskmill_Job *job)
     if (run.IsOfThisMachine() && m_services.Keepers)
         found = m_services.Keepers->Find(run.RunID);
     switch (found.Where) {
+    case KilnUtil_FoundRun::Place::NotKnown:
+        if (!isStartRecorded)
+            return Hold(job);
+        [[fallthrough]];
     case KilnUtil_FoundRun::Place::NotStarted:
         job->SetRun({});
+        // Who looks for it later may not know that any more.
+        m_services.Store.ForgetRun(job->Record());
         return false;
+    case KilnUtil_FoundRun::Place::Taken:
+        return Hold(job);
     case KilnUtil_FoundRun::Place::Elsewhere:
         job->SetRunsElsewhere();
         Q_EMIT RunsElsewhereSignal(job->Record(), found.Owner);
@@ -114,6 +136,14 @@ bool Taskmill_JobContainer::TakeOverRun(Taskmill_Job *job)
     if (m_services.Starts)
         m_services.Starts->JobIsTakenOver(*job);
     return true;
+}
+
+/// It may have ended, perhaps long ago: what it has written is not to be overwritten unasked.
+bool Taskmill_JobContainer::Hold(Taskmill_Job *job)
+{
+    job->SetHeld(true);
+    Q_EMIT FateUnknownSignal(job->Record());
+    return false;
 }
 
 void Taskmill_JobContainer::InsertStarted(Taskmill_Job *job)

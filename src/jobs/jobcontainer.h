@@ -7,6 +7,7 @@
 #include <QList>
 #include <QMultiHash>
 #include <QObject>
+#include <QSet>
 #include <QStringList>
 
 /// What the two queues and the queueless list have in common: an ordered list of jobs (waiting, running, and
@@ -34,8 +35,15 @@ public:
     void Add(Taskmill_Job *job);
     /// Appends a new job for each record of a project, Pending as of now, without the times of an earlier
     /// run; but a job whose run is found again is Running, or ends soon. What runs where this program does
-    /// not reach it is held, and said in a signal.
-    void AddAll(const QList<Taskmill_JobRecord> &records);
+    /// not reach it is held, and said in a signal, and so is what ran when the project was saved if nobody
+    /// here knows what became of it. `recorded` are the numbers of jobs whose start was stored where the records
+    /// come from, since the project was opened: of those no run is unknown but one that never began.
+    void AddAll(const QList<Taskmill_JobRecord> &records, const QSet<int> &recorded = {});
+
+    /// The numbers of the held jobs, without those that run elsewhere.
+    [[nodiscard]] QList<int> HeldJobIDs() const;
+    /// Holds these back no longer; others are left alone. Returns how many they were.
+    int Release(const QList<int> &jobIDs);
 
     /// Removing a job kills it when it runs; a killed job is handed to the finished jobs. An index that is
     /// out of range and an unknown number do nothing.
@@ -64,6 +72,8 @@ Q_SIGNALS:
     /// A job of a project was not taken over, since it runs elsewhere: in that project, or empty when that is
     /// not known.
     void RunsElsewhereSignal(const Taskmill_JobRecord &job, const QString &owner);
+    /// A job that ran when its project was saved is held, as nobody here knows what became of it.
+    void FateUnknownSignal(const Taskmill_JobRecord &job);
     /// A job withstands its kill; see Taskmill_Job::RemainsSignal.
     void RemainsSignal(const Taskmill_JobRecord &job, const QList<qint64> &processIDs);
 
@@ -81,8 +91,6 @@ protected:
 
     /// Whether the job of a project that is opened must not start before the user says so.
     [[nodiscard]] virtual bool IsToBeHeld(const Taskmill_JobRecord &) const { return false; }
-    /// Lets the held jobs among these run again.
-    void ReleaseJobs(const QList<Taskmill_Job *> &jobs);
     /// Starts what may start now and reports that the list has changed.
     virtual void Update() = 0;
     /// A start that fails leaves the job Running without a process, where it counts against a limit. A job
@@ -94,9 +102,10 @@ protected:
 private:
     void RecordStartWithoutKeeper(int jobID);
     void Append(Taskmill_Job *job);
-    void AddFromProject(Taskmill_JobRecord record);
-    /// False when there is no run to take over: the job has to wait.
-    bool TakeOverRun(Taskmill_Job *job);
+    void AddFromProject(Taskmill_JobRecord record, bool isStartRecorded);
+    /// False when there is no run to take over: the job has to wait, and is perhaps held.
+    bool TakeOverRun(Taskmill_Job *job, bool isStartRecorded);
+    bool Hold(Taskmill_Job *job);
     void InsertStarted(Taskmill_Job *job);
     void Follow(Taskmill_Job &job);
     void TryAgainLater();

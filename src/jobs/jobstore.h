@@ -25,6 +25,8 @@ public:
     /// may be ended by force, knows that the job ran, and where its run is found. False when that cannot be
     /// stored: the job must not start then.
     virtual bool RecordStart(const Taskmill_JobRecord &job) = 0;
+    /// The job, which waits, has no run any more. Where that cannot be stored it is found out again.
+    virtual void ForgetRun(const Taskmill_JobRecord &job) = 0;
 
     /// The limit stored for the queue of that name; -1 when unknown.
     [[nodiscard]] virtual int GetMaxRunningJobs(const QString &queueName) = 0;

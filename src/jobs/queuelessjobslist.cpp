@@ -31,24 +31,3 @@ bool Taskmill_QueuelessJobsList::IsToBeHeld(const Taskmill_JobRecord &record) co
 {
     return record.Status == Taskmill_JobStatus::Running;
 }
-
-QList<int> Taskmill_QueuelessJobsList::HeldJobIDs() const
-{
-    QList<int> jobIDs;
-    for (const Taskmill_Job *job : Jobs()) {
-        if (job->IsHeld() && !job->RunsElsewhere())
-            jobIDs.append(job->JobID());
-    }
-    return jobIDs;
-}
-
-int Taskmill_QueuelessJobsList::Release(const QList<int> &jobIDs)
-{
-    QList<Taskmill_Job *> jobs = Jobs();
-    jobs.removeIf([&jobIDs](const Taskmill_Job *job) {
-        return !job->IsHeld() || job->RunsElsewhere() || !jobIDs.contains(job->JobID());
-    });
-    if (!jobs.isEmpty())
-        ReleaseJobs(jobs);
-    return static_cast<int>(jobs.size());
-}

@@ -13,11 +13,6 @@ class Taskmill_QueuelessJobsList final : public Taskmill_JobContainer
 public:
     explicit Taskmill_QueuelessJobsList(const Taskmill_JobServices &services);
 
-    /// The numbers of the held jobs.
-    [[nodiscard]] QList<int> HeldJobIDs() const;
-    /// Starts the held jobs of these numbers; others are left alone. Returns how many were started.
-    int Release(const QList<int> &jobIDs);
-
 Q_SIGNALS:
     void ListUpdatedSignal();
 

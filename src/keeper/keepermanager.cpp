@@ -99,6 +99,7 @@ void Taskmill_Keeper::SendStarted()
     Taskmill_KeeperMessage message{Taskmill_StartedWord};
     message.Add("pid", m_main);
     message.Add("total", m_output.TotalSize());
+    message.Add("directory", m_order.Value("directory"));
     m_manager.Send(message);
 }
 

@@ -46,6 +46,22 @@ QList<int> Taskmill_Destinations::RunningWithoutKeeper()
     return jobIDs;
 }
 
+QList<int> Taskmill_Destinations::HeldJobIDs()
+{
+    QList<int> jobIDs;
+    for (const Taskmill_QueueOwner *owner : All())
+        jobIDs += owner->Jobs().HeldJobIDs();
+    return jobIDs;
+}
+
+int Taskmill_Destinations::Release(const QList<int> &jobIDs)
+{
+    int count = 0;
+    for (const Taskmill_QueueOwner *owner : All())
+        count += owner->Jobs().Release(jobIDs);
+    return count;
+}
+
 Taskmill_QueueOwner *Taskmill_Destinations::OwnerOfJob(int jobID)
 {
     for (Taskmill_QueueOwner *owner : All()) {

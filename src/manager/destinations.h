@@ -27,6 +27,10 @@ public:
     /// The numbers of the running jobs that end with this program because no keeper runs them.
     [[nodiscard]] QList<int> RunningWithoutKeeper();
 
+    /// The numbers of the jobs that are held back, and how many of them run again.
+    [[nodiscard]] QList<int> HeldJobIDs();
+    int Release(const QList<int> &jobIDs);
+
     /// nullptr for JobTypeDefault, which is no place for a job.
     [[nodiscard]] Taskmill_QueueOwner *OwnerOf(Taskmill_Destination destination);
     /// The owner of the queue that the job is in; nullptr when it is in none.

@@ -5,14 +5,14 @@
 
 #include <QList>
 
-class Taskmill_QueuelessJobsList;
+class Taskmill_Destinations;
 
-/// Asks whether the jobs that ran when the project was closed are to run again.
+/// Asks whether the jobs that ran when the project was closed, or saved, are to run again.
 class Taskmill_HeldJobsDialogue final : public Taskmill_Dialogue
 {
 public:
-    /// The list outlives the dialogue.
-    explicit Taskmill_HeldJobsDialogue(Taskmill_QueuelessJobsList &list);
+    /// They outlive the dialogue.
+    explicit Taskmill_HeldJobsDialogue(Taskmill_Destinations &destinations);
 
     std::optional<Taskmill_Question> Next() override;
     void Answer(const Taskmill_Answer &answer) override;
@@ -22,10 +22,10 @@ public:
     [[nodiscard]] bool IsDeclined() const { return m_isAnswered && !m_released; }
 
     /// Says that they do not run; empty when there are none.
-    [[nodiscard]] static QString Notice(const Taskmill_QueuelessJobsList &list);
+    [[nodiscard]] static QString Notice(Taskmill_Destinations &destinations);
 
 private:
-    Taskmill_QueuelessJobsList &m_list;
+    Taskmill_Destinations &m_destinations;
     QList<int> m_jobIDs;
     std::optional<int> m_released;
     bool m_isAnswered = false;

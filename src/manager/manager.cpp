@@ -21,6 +21,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -40,6 +41,20 @@ void ReportRemains(const Taskmill_JobRecord &job, const QList<qint64> &processID
         u"Killing a Job"_s,
         u"Job %1, %2, cannot be ended yet: its processes %3 withstand. It counts as running "
         "until they have ended."_s.arg(QString::number(job.JobID), job.Name, numbers.join(u", "_s)));
+}
+
+/// And forgets them.
+void ReportHeldJobs(QStringList &jobIDs)
+{
+    const bool isOne = jobIDs.size() == 1;
+    const QString who = isOne ? u"Job %1 ran"_s : u"Jobs %1 ran"_s;
+    const QString why =
+        isOne
+            ? u" when the project was saved, and what became of it is not known here. It is held: \"run job N\", or Run Again in the menu of its tab, starts it anew."_s
+            : u" when the project was saved, and what became of them is not known here. They are held: \"run held jobs\" or \"run job N\", or Run Again in the menu of their tabs, starts them anew."_s;
+    const QString text = who.arg(jobIDs.join(u", "_s)) + why;
+    jobIDs.clear();
+    KilnUtil_Error::UserPrompt().ShowNotice(u"Jobs That Are Held"_s, text);
 }
 
 /// What keepers of an earlier start have stored is there without keepers, too.
@@ -97,10 +112,17 @@ Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnl
 
 void Taskmill_Manager::ConnectJobs()
 {
+    const auto held = std::make_shared<QStringList>();
     for (Taskmill_QueueOwner *owner : m_destinations.All()) {
         QObject::connect(&owner->Jobs(), &Taskmill_JobContainer::RunsElsewhereSignal, owner,
                          [this](const Taskmill_JobRecord &job, const QString &ownerText) {
                              NoticeJobElsewhere(job, ownerText);
+                         });
+        QObject::connect(&owner->Jobs(), &Taskmill_JobContainer::FateUnknownSignal, owner,
+                         [this, held](const Taskmill_JobRecord &job) {
+                             if (held->isEmpty())
+                                 QTimer::singleShot(0, &m_project, [held] { ReportHeldJobs(*held); });
+                             held->append(QString::number(job.JobID));
                          });
         QObject::connect(&owner->Jobs(), &Taskmill_JobContainer::RemainsSignal, owner, ReportRemains);
     }
@@ -163,7 +185,7 @@ QStringList Taskmill_Manager::NoticesAtStart(bool asks)
     QStringList notices = m_project.Notices();
     if (!asks)
         notices += {Taskmill_ChangedFileDialogue::Notice(m_project),
-                    Taskmill_HeldJobsDialogue::Notice(*m_destinations.Queueless().List())};
+                    Taskmill_HeldJobsDialogue::Notice(m_destinations)};
     notices.removeAll(QString{});
     const QStringList spareProjects = Taskmill_SpareProjects();
     for (const QString &path : spareProjects) {

@@ -2,6 +2,7 @@
 #include "manager/project.h"
 
 #include "db/database.h"
+#include "db/databasecopy.h"
 #include "db/databasemanager.h"
 #include "db/workingcopy.h"
 #include "jobs/jobtypelist.h"
@@ -25,6 +26,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <limits>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -165,6 +167,8 @@ bool Taskmill_Project::Open(const QString &path, Taskmill_LeavingDialogue::Jobs 
     if (!isThere)
         return report(
             u"The specified project cannot be opened, as its working copy cannot be written:\n\n%1"_s);
+    if (recovery.IsAnySetAside())
+        SkipLostJobs();
     m_outbox.AddLeft(recovery.TakeNotifications());
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
@@ -228,10 +232,25 @@ bool Taskmill_Project::OpenWithoutFile()
     CloseProject();
     const bool isOpen = (left && TakeUp(std::move(*left), {})) || NewProject();
     m_notices += notices;
+    if (isOpen && recovery.IsAnySetAside())
+        SkipLostJobs();
     if (isOpen)
         m_outbox.AddLeft(recovery.TakeNotifications());
     Q_EMIT StateChangedSignal();
     return isOpen;
+}
+
+void Taskmill_Project::SkipLostJobs()
+{
+    constexpr int skipped = 1000;
+    const int last = m_jobNumbers.LastID();
+    if (last > std::numeric_limits<int>::max() - 2 * skipped)
+        return;
+    m_jobNumbers = KilnUtil_IDManager{last + skipped, 1};
+    // Also at the next start.
+    if (!FilePath().isEmpty())
+        CurrentDatabase()->SetGeneralData(u"LastJobID"_s, QString::number(m_jobNumbers.LastID()));
+    m_notices += m_keptRuns.LostJobsNotice(m_jobNumbers.LastID() + 1);
 }
 
 void Taskmill_Project::Install(Taskmill_Database &database, const QString &path)
@@ -472,6 +491,11 @@ void Taskmill_Project::StoreJobsThatGoOn()
 
 void Taskmill_Project::CloseProject()
 {
+    // What was saved says that they run. They wait now, and whoever opens the file is to know that. While the
+    // same file is being opened anew, it was read already.
+    const QString path = FilePath();
+    const bool isSaved = m_lock && !path.isEmpty() && !HasUnsavedChanges() && !FileHasChanged();
+    const QStringList runs = isSaved ? KeptRuns() : QStringList{};
     // They end side by side.
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Jobs().BeginToKillRunning();
@@ -497,10 +521,24 @@ void Taskmill_Project::CloseProject()
     else
         m_outbox.KeepStored();
     Taskmill_Database_Manager::Global().CloseAll();
+    if (!runs.isEmpty() && !Taskmill_ForgetRunsInFile(path, runs))
+        qCInfo(Taskmill_ManagerLog, "%ls still says that jobs run", qUtf16Printable(path));
     m_keptRuns.ForgetResults();
     if (m_copy)
         m_copy->Remove();
     ForgetProject();
+}
+
+QStringList Taskmill_Project::KeptRuns()
+{
+    QStringList runs;
+    for (const Taskmill_QueueOwner *owner : m_destinations.All()) {
+        for (const Taskmill_Job *job : owner->Jobs().Jobs()) {
+            if (job->IsKept())
+                runs += job->Record().Run;
+        }
+    }
+    return runs;
 }
 
 void Taskmill_Project::CarryOverNotifications()
@@ -585,10 +623,12 @@ void Taskmill_Project::ReloadJobs(Taskmill_Database &database)
     m_finishedJobs.Load();
     std::array jobs{database.GetLongJobs(), database.GetShortJobs(), database.GetQueuelessJobs()};
     Taskmill_GiveOwnJobNumbers(database, jobs, m_finishedJobs, m_jobNumbers);
-    m_destinations.Long().Replace(jobs[0]);
-    m_destinations.Short().Replace(jobs[1]);
+    const QList<qint32> runs = database.WorkingCopy().Runs();
+    const QSet<int> recorded{runs.begin(), runs.end()};
+    m_destinations.Long().Replace(jobs[0], recorded);
+    m_destinations.Short().Replace(jobs[1], recorded);
     // Jobs without a queue start at once, when everything else is in place; those that ran are held.
-    m_destinations.Queueless().Replace(jobs[2]);
+    m_destinations.Queueless().Replace(jobs[2], recorded);
 }
 
 void Taskmill_Project::ReloadLimits(Taskmill_Database &database)

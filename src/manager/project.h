@@ -116,6 +116,10 @@ private:
     [[nodiscard]] bool Open(const QString &path, Taskmill_LeavingDialogue::Jobs jobs);
     bool Begin(Taskmill_OpenedFile opened, const QString &path);
     bool TakeUp(Taskmill_LeftProject left, const QString &path);
+    /// Jobs may run that the project does not know: their numbers are not given again.
+    void SkipLostJobs();
+    /// Of the jobs that keepers run.
+    [[nodiscard]] QStringList KeptRuns();
     /// The database is the current one.
     void Install(Taskmill_Database &database, const QString &path);
     /// Everything that is still to be written to the database is. False when some of it cannot be.

@@ -191,6 +191,7 @@ void Taskmill_ProjectRecovery::SetAsideUnfit(std::optional<Taskmill_LeftProject>
     if (problem.isEmpty())
         return;
     left->Database.reset();
+    m_isAnySetAside = true;
     m_notices += u"The changes since the last save cannot be taken up, and stay in %1 (%2)."_s.arg(
         QDir::toNativeSeparators(left->Copy->SetAside()), problem);
     left.reset();
@@ -199,6 +200,7 @@ void Taskmill_ProjectRecovery::SetAsideUnfit(std::optional<Taskmill_LeftProject>
 void Taskmill_ProjectRecovery::SetAside(Candidate &candidate)
 {
     candidate.database.reset();
+    m_isAnySetAside = true;
     const QString aside = QDir::toNativeSeparators(candidate.copy->SetAside());
     candidate.copy.reset();
     m_notices +=
@@ -355,7 +357,7 @@ std::optional<int> Taskmill_EndLeftRuns(Taskmill_Database &database, Taskmill_Ru
         notification->Key = ++key;
         return database.WorkingCopy().AddNotification(*notification);
     };
-    const bool recorded = database.AsOneChange([&] {
+    const auto record = [&] {
         for (const Table &table : tables) {
             const QList<Taskmill_JobRecord> jobs = (database.*table.read)();
             for (const Taskmill_JobRecord &job : jobs) {
@@ -375,7 +377,15 @@ std::optional<int> Taskmill_EndLeftRuns(Taskmill_Database &database, Taskmill_Ru
         Taskmill_WorkingCopyStore &store = database.WorkingCopy();
         return store.RemoveAllRuns() &&
                std::ranges::all_of(kept, [&store](qint32 jobID) { return store.AddRun(jobID); });
+    };
+    const auto isEnded = [&](const Taskmill_JobRecord &job) {
+        return job.Run.isEmpty() && runs.contains(job.JobID);
+    };
+    const bool isAnyEnded = std::ranges::any_of(tables, [&](const Table &table) {
+        return std::ranges::any_of((database.*table.read)(), isEnded);
     });
+    // That jobs go on is no change.
+    const bool recorded = isAnyEnded ? database.AsOneChange(record) : database.Untracked(record);
     return recorded ? std::optional{ended} : std::nullopt;
 }
 

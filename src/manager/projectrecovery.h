@@ -48,6 +48,8 @@ public:
     [[nodiscard]] std::optional<Taskmill_LeftProject> Find(const Taskmill_ProjectLock &projectLock);
     /// Sets one aside whose content is no whole project, as after an error of its disk, and forgets it.
     void SetAsideUnfit(std::optional<Taskmill_LeftProject> &left);
+    /// Whether that was done, or a damaged one was set aside: jobs may run that nobody knows.
+    [[nodiscard]] bool IsAnySetAside() const { return m_isAnySetAside; }
     /// The path of the one that Find() was to return, when it cannot be read now: the project must not be
     /// opened without it. Empty as a rule.
     [[nodiscard]] QString OutOfReach() const { return m_outOfReach; }
@@ -72,6 +74,7 @@ private:
     std::vector<Candidate> m_candidates;
     std::vector<Candidate> m_closed; ///< whose projects were closed, with notifications
     bool m_areNotificationsTaken = false;
+    bool m_isAnySetAside = false;
     QString m_outOfReach;
 };
 

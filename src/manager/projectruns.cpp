@@ -4,6 +4,7 @@
 #include "db/database.h"
 #include "processes/runkeepers.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 using namespace Qt::Literals::StringLiterals;
@@ -52,6 +53,18 @@ void Taskmill_ProjectRuns::SetDurable(bool isDurable) const
 {
     if (m_keepers)
         m_keepers->SetForgetsByItself(isDurable);
+}
+
+QString Taskmill_ProjectRuns::LostJobsNotice(int firstNumber) const
+{
+    QStringList texts;
+    const QList<KilnUtil_StrayRun> strays = m_keepers ? m_keepers->StrayRuns() : QList<KilnUtil_StrayRun>{};
+    for (const KilnUtil_StrayRun &stray : strays)
+        texts += u"process %1 in %2"_s.arg(QString::number(stray.ProcessID),
+                                           QDir::toNativeSeparators(stray.Directory));
+    return u"Jobs that were submitted since the last save may still run: see Running Jobs."_s +
+           (texts.isEmpty() ? QString{} : u" These do: %1."_s.arg(texts.join(u"; "_s))) +
+           u" New jobs are numbered from %1 on."_s.arg(firstNumber);
 }
 
 void Taskmill_ProjectRuns::ForgetResults() const

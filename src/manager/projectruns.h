@@ -26,6 +26,8 @@ public:
     void MoveTo(const QString &path) const;
     /// Whether what is stored in the open database stays, also when this program is killed.
     void SetDurable(bool isDurable) const;
+    /// What the user must know when the jobs since the last save are lost: what of them still runs.
+    [[nodiscard]] QString LostJobsNotice(int firstNumber) const;
     /// What ended is stored where it stays, or not wanted: the keepers' own results are forgotten.
     void ForgetResults() const;
 

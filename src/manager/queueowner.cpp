@@ -111,11 +111,11 @@ bool Taskmill_QueueOwner::Submit(Taskmill_Job *job)
     return true;
 }
 
-void Taskmill_QueueOwner::Replace(const QList<Taskmill_JobRecord> &jobs)
+void Taskmill_QueueOwner::Replace(const QList<Taskmill_JobRecord> &jobs, const QSet<int> &recorded)
 {
     Jobs().RemoveAll();
     Pause();
-    Jobs().AddAll(jobs);
+    Jobs().AddAll(jobs, recorded);
     Q_EMIT JobsChangedSignal();
 }
 

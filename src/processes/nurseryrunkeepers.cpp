@@ -5,6 +5,7 @@
 #include "processes/handlenotifier.h"
 #include "processes/keptrun.h"
 #include "wire/bootid.h"
+#include "wire/runlocks.h"
 #include "wire/runoutput.h"
 
 #include <QAbstractEventDispatcher>
@@ -44,9 +45,10 @@ QString TextOf(const std::string &owner)
 }
 } // namespace
 
-std::unique_ptr<KilnUtil_RunKeepers> KilnUtil_RunKeepers::Make(const QString &program, const QString &folder)
+std::unique_ptr<KilnUtil_RunKeepers>
+KilnUtil_RunKeepers::Make(const QString &program, const QString &folder, const QStringList &otherFolders)
 {
-    auto keepers = std::make_unique<KilnUtil_NurseryRunKeepers>(program, folder);
+    auto keepers = std::make_unique<KilnUtil_NurseryRunKeepers>(program, folder, otherFolders);
     if (!QFile::exists(program))
         qCInfo(Taskmill_ProcessesLog, "Jobs end with this program: there is no %ls",
                qUtf16Printable(program));
@@ -78,11 +80,13 @@ void KilnUtil_RunKeepers::SpareRuns()
     wordToEnd = 0;
 }
 
-KilnUtil_NurseryRunKeepers::KilnUtil_NurseryRunKeepers(const QString &program, const QString &folder)
+KilnUtil_NurseryRunKeepers::KilnUtil_NurseryRunKeepers(const QString &program, const QString &folder,
+                                                       const QStringList &otherFolders)
     : m_program{program.toStdString()}
     , m_folder{folder.toStdString()}
     , m_journals{m_folder}
 {
+    std::ranges::transform(otherFolders, std::back_inserter(m_otherFolders), &QString::toStdString);
     m_turn.start();
     connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::awake, this,
             [this] { m_turn.start(); });
@@ -182,10 +186,15 @@ KilnUtil_FoundRun KilnUtil_NurseryRunKeepers::Find(const QString &runID)
     if (found.Where == KilnUtil_FoundRun::Place::Elsewhere && !found.Owner.isEmpty()) {
         const std::string owner = found.Owner.toStdString();
         found.Owner = TextOf(owner);
-        if (IdentityOf(owner) == m_identity && m_mayTake && m_mayTake(found.Owner))
+        if (MayTakeFrom(owner))
             found = Adopt(id, owner);
     }
-    if (found.Where == KilnUtil_FoundRun::Place::NotStarted)
+    const auto runsIn = [&id](const std::string &folder) {
+        return Taskmill_IsKeeperAlive(folder, id);
+    };
+    if (found.Where == KilnUtil_FoundRun::Place::NotKnown && std::ranges::any_of(m_otherFolders, runsIn))
+        found.Where = KilnUtil_FoundRun::Place::Elsewhere;
+    else if (found.Where == KilnUtil_FoundRun::Place::NotKnown)
         found = FindRecorded(id);
     else if (found.Run)
         static_cast<KilnUtil_KeptRun &>(*found.Run).SetOwner(m_owner);
@@ -228,14 +237,24 @@ KilnUtil_FoundRun KilnUtil_NurseryRunKeepers::Adopt(const std::string &runID, co
 KilnUtil_FoundRun KilnUtil_NurseryRunKeepers::FindRecorded(const std::string &runID)
 {
     KilnUtil_FoundRun found;
+    using Place = KilnUtil_FoundRun::Place;
     m_journals.Refresh();
     const Taskmill_RunJournals::Run *run = m_journals.Find(runID);
-    // Whoever has its result did not want it to stay, as when a project is closed without being saved: the
-    // job waits as it did in the file.
-    if (!run || !run->claimant.empty())
+    if (!run)
+        run = FindInAllJournals(runID);
+    if (!run)
         return found;
     // It waited for its start to be tried again.
+    found.Where = Place::NotStarted;
     if (run->end && KilnUtil_KeptRun::EndOf(*run->end).IsForLack)
+        return found;
+    const bool isTaken = !run->claimant.empty();
+    // Who had it killed did not want the end to stay, as when a project is closed without being saved: the
+    // job waits as it did in the file.
+    if (isTaken && run->end && run->end->by == Taskmill_RunEnd::By::Kill)
+        return found;
+    found.Where = Place::Taken;
+    if (isTaken ? !MayTakeFrom(run->claimant) : !run->journal.starts_with(m_folder + '/'))
         return found;
     found.Where = KilnUtil_FoundRun::Place::Here;
     found.StartMs = run->startMs;
@@ -250,8 +269,58 @@ KilnUtil_FoundRun KilnUtil_NurseryRunKeepers::FindRecorded(const std::string &ru
                          : u"the computer was started anew while this job ran: how far it had come is not "
                            "known"_s;
     }
+    if (isTaken && end.Reason.isEmpty() && run->end->outputBytes > 0)
+        end.Reason = u"what this job printed was stored with changes of the project that are gone"_s;
     found.Run = std::make_unique<KilnUtil_KeptRun>(*this, runID, std::move(end));
     return found;
+}
+
+bool KilnUtil_NurseryRunKeepers::MayTakeFrom(const std::string &owner) const
+{
+    // Without a text nobody knows whether it was a copy.
+    return owner.find(separator) != std::string::npos && IdentityOf(owner) == m_identity && m_mayTake &&
+           m_mayTake(TextOf(owner));
+}
+
+const Taskmill_RunJournals::Run *KilnUtil_NurseryRunKeepers::FindInAllJournals(const std::string &runID)
+{
+    if (m_allJournals.empty()) {
+        QTimer::singleShot(0, this, [this] { m_allJournals.clear(); });
+        m_allJournals.emplace_back(m_folder);
+        for (const std::string &folder : m_otherFolders)
+            m_allJournals.emplace_back(folder);
+        for (Taskmill_RunJournals &journals : m_allJournals)
+            journals.Refresh();
+    }
+    for (const Taskmill_RunJournals &journals : m_allJournals) {
+        if (const Taskmill_RunJournals::Run *run = journals.Find(runID))
+            return run;
+    }
+    return nullptr;
+}
+
+QList<KilnUtil_StrayRun> KilnUtil_NurseryRunKeepers::StrayRuns()
+{
+    constexpr int waitMs = 200;
+    QList<KilnUtil_StrayRun> strays;
+    m_journals.Refresh();
+    for (const auto &[runID, run] : m_journals.Runs()) {
+        if (run.end || !run.claimant.empty() ||
+            std::ranges::find(m_runs, runID, &KilnUtil_KeptRun::RunID) != m_runs.end())
+            continue;
+        Taskmill_RunConnection connection;
+        std::string owner = m_owner;
+        auto adoption = Taskmill_RunConnection::Adopt(m_folder, runID, owner, waitMs, connection);
+        if (adoption == Taskmill_RunConnection::Adoption::Refused && MayTakeFrom(owner))
+            adoption = Taskmill_RunConnection::Adopt(m_folder, runID, owner, waitMs, connection);
+        if (adoption != Taskmill_RunConnection::Adoption::Adopted)
+            continue;
+        if (const Taskmill_RunReport report = connection.Receive(waitMs);
+            report.kind == Taskmill_RunReport::Kind::Started)
+            strays.append({.ProcessID = report.processID,
+                           .Directory = QString::fromStdString(report.directory)});
+    }
+    return strays;
 }
 
 std::optional<KilnUtil_RunEnd> KilnUtil_NurseryRunKeepers::RecordedEnd(const std::string &runID)
@@ -356,7 +425,7 @@ bool KilnUtil_NurseryRunKeepers::Forget(std::ptrdiff_t count)
     std::transform(m_taken.begin(), m_taken.begin() + count, std::back_inserter(runIDs),
                    [](const Taken &taken) { return taken.runID; });
     using Claims = Taskmill_RunJournals::Claims;
-    const Claims claims = m_journals.ClaimAll(runIDs, m_identity);
+    const Claims claims = m_journals.ClaimAll(runIDs, m_owner);
     if (claims == Claims::Busy) {
         if (!std::exchange(m_isBusyLogged, true))
             qCWarning(Taskmill_ProcessesLog, "The keepers' results cannot be taken yet: %ls is in use",

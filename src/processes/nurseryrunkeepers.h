@@ -22,7 +22,8 @@ class KilnUtil_NurseryRunKeepers final : public KilnUtil_RunKeepers
     Q_OBJECT
 
 public:
-    KilnUtil_NurseryRunKeepers(const QString &program, const QString &folder);
+    KilnUtil_NurseryRunKeepers(const QString &program, const QString &folder,
+                               const QStringList &otherFolders = {});
     ~KilnUtil_NurseryRunKeepers() override;
     Q_DISABLE_COPY_MOVE(KilnUtil_NurseryRunKeepers)
 
@@ -34,6 +35,7 @@ public:
     void SetOwner(const QString &identity, const QString &text,
                   const std::function<bool(const QString &ownerText)> &mayTake) override;
     [[nodiscard]] KilnUtil_FoundRun Find(const QString &runID) override;
+    [[nodiscard]] QList<KilnUtil_StrayRun> StrayRuns() override;
     [[nodiscard]] std::function<KilnUtil_StoredOutput()> OutputOf(const QString &runID) const override;
     [[nodiscard]] KilnUtil_PrintedReader ReaderOf(const QString &runID) const override;
     void TakeResult(const QString &runID) override;
@@ -62,6 +64,10 @@ public:
 private:
     [[nodiscard]] KilnUtil_FoundRun Adopt(const std::string &runID, const std::string &owner);
     [[nodiscard]] KilnUtil_FoundRun FindRecorded(const std::string &runID);
+    /// Whether that owner's runs are those of this object.
+    [[nodiscard]] bool MayTakeFrom(const std::string &owner) const;
+    /// In what all folders have recorded; also of a result that was taken here.
+    [[nodiscard]] const Taskmill_RunJournals::Run *FindInAllJournals(const std::string &runID);
     void ReadSwept();
     void ForgetSomeResults();
     /// The first so many of those that were taken. False when that has to wait.
@@ -77,6 +83,8 @@ private:
     std::unique_ptr<KilnUtil_HandleNotifier> m_notifier;
     QList<KilnUtil_KeptRun *> m_runs;
     Taskmill_RunJournals m_journals;
+    std::vector<std::string> m_otherFolders;
+    std::vector<Taskmill_RunJournals> m_allJournals; ///< while many are looked for
     qint64 m_waitedForAdoptionMs = 0;
     /// A result that is stored elsewhere.
     struct Taken

@@ -3,8 +3,10 @@
 
 #include "processes/processrun.h"
 
+#include <QList>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <memory>
@@ -15,14 +17,23 @@ struct KilnUtil_FoundRun
     enum class Place
     {
         Here,       ///< run: it goes on, or has ended; its end comes by its signal
-        NotStarted, ///< whoever was to start it ended before, or its result was taken long since
+        NotStarted, ///< there was too little of something, or it was killed and its owner has seen to that
+        NotKnown,   ///< whoever was to start it ended before, or all this was long since, or elsewhere
+        Taken,      ///< it has ended, and somebody else has its result
         Elsewhere,  ///< it belongs to whom Owner names, who may still want it
     };
 
-    Place Where = Place::NotStarted;
+    Place Where = Place::NotKnown;
     std::unique_ptr<KilnUtil_ProcessRun> Run;
     qint64 StartMs = 0; ///< since 1970
     QString Owner;      ///< empty when nobody knows
+};
+
+/// One that goes on although nobody knows it.
+struct KilnUtil_StrayRun
+{
+    qint64 ProcessID = 0;
+    QString Directory; ///< in which it was started; empty when that is not known
 };
 
 /// Runs programs in such a way that they go on when this program ends, and finds them again.
@@ -32,9 +43,10 @@ class KilnUtil_RunKeepers : public QObject
 
 public:
     /// Starts what is needed for that. Nothing where it cannot be had: the log says why. The folder is the
-    /// keepers' own; it is made.
+    /// keepers' own; it is made. In the other folders keepers of other starts of this user may be at work.
     [[nodiscard]] static std::unique_ptr<KilnUtil_RunKeepers> Make(const QString &program,
-                                                                   const QString &folder);
+                                                                   const QString &folder,
+                                                                   const QStringList &otherFolders = {});
     /// The name of the program.
     [[nodiscard]] static QString ProgramName();
     /// Their folder in one of the folders of this computer.
@@ -56,6 +68,8 @@ public:
     /// Looks for a run and takes it over. One that belongs to somebody of the same identity but with another
     /// text is taken over only when `mayTake` of that text says so.
     [[nodiscard]] virtual KilnUtil_FoundRun Find(const QString &runID) = 0;
+    /// The owner's runs that go on and that no object of this program has.
+    [[nodiscard]] virtual QList<KilnUtil_StrayRun> StrayRuns() = 0;
 
     /// Reads what a keeper has stored of the output of that run, until its result is forgotten, on any
     /// thread, and also when this object is gone.

@@ -3,7 +3,8 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-std::unique_ptr<KilnUtil_RunKeepers> KilnUtil_RunKeepers::Make(const QString &, const QString &)
+std::unique_ptr<KilnUtil_RunKeepers> KilnUtil_RunKeepers::Make(const QString &, const QString &,
+                                                               const QStringList &)
 {
     return nullptr;
 }

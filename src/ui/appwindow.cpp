@@ -297,7 +297,7 @@ void Taskmill_AppWindow::SpeakOfProject(const QStringList &notices)
     Taskmill_AskThroughPrompt(changedFile);
     if (m_manager.IsShutDown())
         return;
-    Taskmill_HeldJobsDialogue heldJobs{*m_manager.Destinations().Queueless().List()};
+    Taskmill_HeldJobsDialogue heldJobs{m_manager.Destinations()};
     Taskmill_AskThroughPrompt(heldJobs);
 }
 

@@ -219,7 +219,7 @@ void Taskmill_QueueTab::AddEntries(Taskmill_TabMenu &menu, const QList<int> &sel
     Entries entries{menu, !selection.isEmpty(), currentJob != nullptr};
     if (m_queue)
         entries.AddThoseOf(*m_queue, menu);
-    if (m_owner.List())
+    if (m_owner.List() || AnyHeld(selection))
         entries.AddRunAgain(AnyHeld(selection), menu);
     menu.AddHelp(m_helpId);
     if (currentJob)
@@ -248,8 +248,8 @@ void Taskmill_QueueTab::Act(const Entries &entries, const QAction &chosen, const
         AskForLimit();
     else if (&chosen == entries.pause)
         SetPaused(!m_queue->IsPaused());
-    else if (&chosen == entries.runAgain)
-        m_owner.List()->Release(selection);
+    else if (entries.runAgain && &chosen == entries.runAgain)
+        m_owner.Jobs().Release(selection);
     else if (const Taskmill_Job *job = JobOf(currentJobID))
         View(entries, chosen, *job);
 }

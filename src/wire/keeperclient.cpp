@@ -103,6 +103,7 @@ Taskmill_RunReport Taskmill_RunConnection::Take(const Taskmill_KeeperMessage &me
     Taskmill_RunReport report;
     report.outputBytes = message.Number("total", 0);
     report.processID = message.Number("pid", 0);
+    report.directory = message.Value("directory");
     if (message.Word() == Taskmill_StartedWord)
         report.kind = Kind::Started;
     else if (message.Word() == Taskmill_OutputWord)

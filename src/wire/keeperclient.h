@@ -33,7 +33,7 @@ struct Taskmill_RunReport
     enum class Kind
     {
         None,    ///< nothing has come
-        Started, ///< processID
+        Started, ///< processID, directory
         Output,  ///< outputBytes
         Remains, ///< a kill has not ended `remaining` 5 s beyond its grace; the keeper goes on with it
         Ended,   ///< end; nothing that a kill was to end is left
@@ -44,6 +44,7 @@ struct Taskmill_RunReport
     long long processID = 0;
     long long outputBytes = 0;
     std::vector<long long> remaining;
+    std::string directory; ///< of its order
     Taskmill_RunEnd end;
     std::string
         failedFile; ///< of a program that could not be started, which file, directory or program it was

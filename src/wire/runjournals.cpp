@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
+#include <string_view>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -37,6 +38,12 @@ bool IsForgotten(const std::string &journal)
     std::error_code error;
     const auto changed = fs::last_write_time(PathOf(journal), error);
     return !error && fs::file_time_type::clock::now() - changed > longest;
+}
+
+/// Without what may change, see Taskmill_RunJournals::Claim().
+std::string_view WordOf(std::string_view claimant)
+{
+    return claimant.substr(0, claimant.find(':'));
 }
 
 void Remove(const std::string &path)
@@ -145,7 +152,7 @@ bool Taskmill_RunJournals::ClaimLocked(const std::string &runID, const std::stri
             return false;
     }
     if (!run->second.claimant.empty())
-        return run->second.claimant == claimant;
+        return WordOf(run->second.claimant) == WordOf(claimant);
     Taskmill_RunRecord record{Taskmill_RunRecord::Kind::Claim, runID};
     record.claimant = claimant;
     if (!Taskmill_RunRecord::FromLine(record.ToLine()) ||
@@ -170,6 +177,13 @@ void Taskmill_RunJournals::Tidy()
         if (run.claimant.empty() && !IsForgotten(run.journal))
             unused.erase(run.journal);
     }
+    const std::set<std::string> newest = NewestOf(unused);
+    std::erase_if(m_runs, [&unused](const auto &one) { return unused.contains(one.second.journal); });
+    RemoveFilesOfUnknownRuns(m_folder + "/out/");
+    RemoveFilesOfUnknownRuns(m_folder + "/socket/");
+    // Their lines may be needed where the result was stored and is gone.
+    for (const std::string &journal : newest)
+        unused.erase(journal);
     for (const std::string &journal : unused) {
         // Whoever begins one does not wait for ever.
         if (Taskmill_IsJournalInUse(journal))
@@ -177,9 +191,33 @@ void Taskmill_RunJournals::Tidy()
         Remove(journal);
         m_positions.erase(journal);
     }
-    std::erase_if(m_runs, [&unused](const auto &one) { return unused.contains(one.second.journal); });
-    RemoveFilesOfUnknownRuns(m_folder + "/out/");
-    RemoveFilesOfUnknownRuns(m_folder + "/socket/");
+    for (const std::string &journal : newest)
+        m_positions.erase(journal);
+}
+
+std::set<std::string> Taskmill_RunJournals::NewestOf(const std::set<std::string> &journals) const
+{
+    // All of them are read at a manager's start.
+    constexpr std::size_t most = 4;
+    constexpr std::uintmax_t mostBytes = 256UL * 1024;
+    std::map<std::string, fs::file_time_type> times;
+    for (const auto &[id, run] : m_runs) {
+        std::error_code error;
+        if (journals.contains(run.journal) && !times.contains(run.journal) && !IsForgotten(run.journal))
+            times[run.journal] = fs::last_write_time(PathOf(run.journal), error);
+    }
+    std::set<std::string> newest;
+    std::uintmax_t bytes = 0;
+    while (!times.empty() && newest.size() < most) {
+        const auto next = std::ranges::max_element(times, {}, [](const auto &one) { return one.second; });
+        const auto size = m_positions.find(next->first);
+        bytes += size == m_positions.end() ? 0 : size->second;
+        if (!newest.empty() && bytes > mostBytes)
+            break;
+        newest.insert(next->first);
+        times.erase(next);
+    }
+    return newest;
 }
 
 void Taskmill_RunJournals::RemoveFilesOfUnknownRuns(const std::string &folder)

@@ -5,6 +5,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -36,7 +37,7 @@ public:
     [[nodiscard]] const Run *Find(const std::string &runID) const;
 
     /// Takes the result of a run that has ended, or whose keeper is gone, for a claimant (a word that stays
-    /// the same when he is started again). False when somebody else has it, nobody knows the run, it still
+    /// the same when he is started again; a colon and something that may change can follow). False when somebody else has it, nobody knows the run, it still
     /// runs, or the claim cannot be written. To claim again is no fault: the claimant may have been ended
     /// before he stored the result.
     [[nodiscard]] bool Claim(const std::string &runID, const std::string &claimant);
@@ -51,7 +52,8 @@ public:
     [[nodiscard]] Claims ClaimAll(const std::vector<std::string> &runIDs, const std::string &claimant);
 
     /// Removes the journals to which nobody can append and of which every result is claimed or older than
-    /// two months, and the output and sockets that belong to no known run.
+    /// two months, but for the newest few of those that are claimed, and the output and sockets that belong to
+    /// none of the other runs.
     void Tidy();
 
 private:
@@ -59,6 +61,7 @@ private:
     void ReadNewLines(const std::string &journal);
     void Take(const std::string &journal, const Taskmill_RunRecord &record);
     void RemoveFilesOfUnknownRuns(const std::string &folder);
+    [[nodiscard]] std::set<std::string> NewestOf(const std::set<std::string> &journals) const;
 
     std::string m_folder;
     std::map<std::string, std::uintmax_t> m_positions; ///< of the journals, how much was read

@@ -336,7 +336,7 @@ private Q_SLOTS:
         manager.prompt.answers = {KilnUtil_UserPrompt::WarnAnswer::Yes};
         QVERIFY(manager.Project().OpenProject(file));
         const Taskmill_QueuelessJobsList &list = *manager.Queueless().List();
-        QCOMPARE(Taskmill_HeldJobsDialogue::Notice(list),
+        QCOMPARE(Taskmill_HeldJobsDialogue::Notice(manager.Destinations()),
                  u"3 queueless jobs were running when this project was closed. They wait until they are run "
                  "again or removed."_s);
         // Nobody is asked where nobody answers.

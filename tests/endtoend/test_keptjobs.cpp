@@ -7,6 +7,8 @@
 #include <QDirIterator>
 #include <QtTest>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -36,6 +38,11 @@ private Q_SLOTS:
     void KeepsALongOutput();
     void ACopyOfTheProjectStartsNothing();
     void WaitsAgainWhenItsKillWasNotSaved();
+    void NeverRunsAgainUnasked_data();
+    void NeverRunsAgainUnasked();
+    void FindsItsJobsInTheOtherFolder();
+    void ALostCopyHidesNoJob();
+    void AdoptingIsNoChange();
 
 private:
     /// A job type "Gated" whose jobs count their starts and go on until Release().
@@ -46,9 +53,9 @@ private:
             u"print begun mark @INFILE.starts pid @INFILE.pid waitfor @INFILE.go print done exit 3"_s);
     }
     /// Submits one that runs at once; returns its process.
-    int Submit(const QString &name, quint16 port = 0)
+    int Submit(const QString &name, quint16 port = 0, const QString &queue = u"none"_s)
     {
-        if (!Manager().Submit(u"Gated"_s, Project().InputFile(name), u"none"_s, port).startsWith("accepted"))
+        if (!Manager().Submit(u"Gated"_s, Project().InputFile(name), queue, port).startsWith("accepted"))
             return 0;
         return QTest::qWaitFor([&] { return QFile::exists(Project().Path(name + u".pid"_s)); }, 60'000)
                    ? ReadTestFile(Project().Path(name + u".pid"_s)).toInt()
@@ -58,6 +65,23 @@ private:
     [[nodiscard]] QByteArray Starts(const QString &name) const
     {
         return ReadTestFile(Project().Path(name + u".starts"_s));
+    }
+    /// Files of the machine's folder whose paths hold that.
+    [[nodiscard]] QStringList StateFiles(const QString &part) const
+    {
+        QStringList files;
+        QDirIterator all{Project().Path(u"."_s), QDir::Files, QDirIterator::Subdirectories};
+        while (all.hasNext()) {
+            if (const QString path = all.next(); path.contains(part))
+                files += path;
+        }
+        return files;
+    }
+    [[nodiscard]] bool IsAnyResultTaken() const
+    {
+        return std::ranges::any_of(StateFiles(u"/runs/journal/"_s), [](const QString &journal) {
+            return ReadTestFile(journal).contains("\nclaim ");
+        });
     }
     [[nodiscard]] bool Save() { return Manager().Command("save").contains("The project was saved"); }
     void EndHostileJob(const QByteArray &how);
@@ -345,12 +369,164 @@ void TestKeptJobs::WaitsAgainWhenItsKillWasNotSaved()
     QVERIFY(Save());
     QCOMPARE(Manager().Quit({"yes"}), ManagerEnd{.status = 0});
     QVERIFY(!ProcessTable::IsAlive(job));
+    // Without its run, as also those are to know it who have no journal.
+    QCOMPARE(Project().Rows().queuelessJobs.value(0).Run, QString{});
     QVERIFY(Project().Start());
     QVERIFY(Manager().Command("list finished jobs").contains("Empty"));
     Release(u"one.in"_s);
     QVERIFY(Manager().Command("run held jobs").contains("1 job runs again"));
     QTRY_VERIFY(Manager().Command("list finished jobs").contains("Failed"));
     QCOMPARE(Starts(u"one.in"_s), "start\nstart\n");
+}
+
+void TestKeptJobs::NeverRunsAgainUnasked_data()
+{
+    QTest::addColumn<QByteArray>("what");
+    QTest::addColumn<QByteArray>("isNow");
+    QTest::newRow("the working copy is damaged") << QByteArray{"damaged"} << QByteArray{"Failed"};
+    QTest::newRow("closed without saving") << QByteArray{"closed"} << QByteArray{"Failed"};
+    QTest::newRow("a copy of the file") << QByteArray{"copy"} << QByteArray{"held"};
+    QTest::newRow("nobody has recorded it") << QByteArray{"forgotten"} << QByteArray{"held"};
+    QTest::newRow("another state folder") << QByteArray{"elsewhere"} << QByteArray{"held"};
+}
+
+/// What ran when the project was saved, and has ended since.
+void TestKeptJobs::NeverRunsAgainUnasked()
+{
+    QFETCH(QByteArray, what);
+    QFETCH(QByteArray, isNow);
+    const auto reset = qScopeGuard([] { qunsetenv("TASKMILLPREFS_DIR"); });
+    QVERIFY(AddGatedType());
+    QVERIFY(Project().Start());
+    QVERIFY(Manager().Command("unpause long jobs").contains("no longer paused"));
+    QVERIFY(Submit(u"ran.in"_s, 0, u"long"_s) > 0);
+    QVERIFY(Save());
+    QVERIFY(QFile::copy(Project().ProjectPath(), Project().Path(u"copy.mill"_s)));
+    Release(u"ran.in"_s);
+    QTRY_VERIFY(Manager().Command("list finished jobs").contains("Failed"));
+    QTRY_VERIFY(IsAnyResultTaken());
+    if (what == "damaged")
+        Manager().Signal(killed);
+    QCOMPARE(what == "damaged" ? Manager().End().status : Manager().Quit({"yes", "no"}).status,
+             what == "damaged" ? -1 : 0);
+    for (const QString &path : StateFiles(what == "damaged" ? u"/work-"_s : u"/runs/journal/"_s)) {
+        if (what == "damaged" && path.endsWith(".db"_L1))
+            WriteTestFile(path, QByteArray(20'000, 'x'));
+        else if (what == "forgotten" || (what == "damaged" && path.endsWith("-wal"_L1)))
+            QVERIFY(QFile::remove(path));
+    }
+    if (what == "elsewhere")
+        qputenv("TASKMILLPREFS_DIR", Project().Path(u"elsewhere"_s).toLocal8Bit());
+
+    ManagerProcess next{Project().Path({})};
+    QVERIFY(next.Start({u"-console"_s, what == "copy" ? Project().Path(u"copy.mill"_s) : Project().ProjectPath()}));
+    QVERIFY(next.Command("unpause long jobs").contains("no longer paused"));
+    if (isNow == "Failed") {
+        QTRY_VERIFY(next.Command("list finished jobs").contains("Failed"));
+        QVERIFY(next.Command("list long jobs").contains("Empty"));
+        QVERIFY(next.Command("job 1").contains("stored with changes of the project that are gone"));
+        QCOMPARE(Starts(u"ran.in"_s), "start\n");
+        QCOMPARE(next.Quit({"yes", "no"}), ManagerEnd{.status = 0});
+        return;
+    }
+    QVERIFY2(next.Greeting().contains("Job 1 ran when the project was saved"), next.Greeting());
+    QVERIFY(next.Command("list long jobs").contains("Pending"));
+    // However often it is saved and opened.
+    QVERIFY(next.Command("save").contains("The project was saved"));
+    next.Signal(killed);
+    QCOMPARE(next.End().status, -1);
+    ManagerProcess last{Project().Path({})};
+    QVERIFY(last.Start({u"-console"_s, what == "copy" ? Project().Path(u"copy.mill"_s) : Project().ProjectPath()}));
+    QVERIFY(last.Command("unpause long jobs").contains("no longer paused"));
+    QVERIFY(last.Command("list long jobs").contains("Pending"));
+    QCOMPARE(Starts(u"ran.in"_s), "start\n");
+    QVERIFY(last.Command("run job 1").contains("Job 1 runs again"));
+    QTRY_VERIFY(last.Command("list finished jobs").contains("Failed"));
+    QCOMPARE(Starts(u"ran.in"_s), "start\nstart\n");
+    QCOMPARE(last.Quit({"yes", "no"}), ManagerEnd{.status = 0});
+}
+
+void TestKeptJobs::FindsItsJobsInTheOtherFolder()
+{
+    if (isWindows)
+        QSKIP("there is one folder");
+    QVERIFY(AddGatedType());
+    // No folder can be made there.
+    const QString home = Project().Path(u".local"_s);
+    WriteTestFile(home, {});
+    QVERIFY(Project().Start());
+    const int job = Submit(u"one.in"_s);
+    QVERIFY(job > 0);
+    QVERIFY(Save());
+    QVERIFY(Manager().Ask("quit keep", "?  "));
+    Manager().Type("yes\n");
+    QCOMPARE(Manager().End().status, 0);
+    QVERIFY(QFile::remove(home));
+    // A copy, whose working copy is not there.
+    const QString copy = Project().Path(u"copy.mill"_s);
+    QVERIFY(QFile::copy(Project().ProjectPath(), copy));
+    {
+        ManagerProcess other{Project().Path({})};
+        QVERIFY(other.Start({u"-console"_s, copy}));
+        QVERIFY2(other.Greeting().contains("job 1, runs in another Taskmill"), other.Greeting());
+        QVERIFY(other.Command("run held jobs").contains("No job is held back"));
+        QCOMPARE(other.Quit({"yes", "no"}), ManagerEnd{.status = 0});
+    }
+    QVERIFY(ProcessTable::IsAlive(job));
+    // Nothing of it stays behind.
+    QVERIFY(QDir{home}.removeRecursively());
+    WriteTestFile(home, {});
+    QVERIFY(Project().Start());
+    QVERIFY(Manager().Command("list queueless jobs").contains("Running"));
+    Release(u"one.in"_s);
+    QTRY_VERIFY(Manager().Command("list finished jobs").contains("Failed"));
+    QCOMPARE(Starts(u"one.in"_s), "start\n");
+    QVERIFY(Save());
+    QCOMPARE(Manager().Quit({"yes"}), ManagerEnd{.status = 0});
+}
+
+void TestKeptJobs::ALostCopyHidesNoJob()
+{
+    QVERIFY(AddGatedType());
+    QVERIFY(Project().Start());
+    const int saved = Submit(u"saved.in"_s);
+    QVERIFY(Save());
+    const int lost = Submit(u"lost.in"_s);
+    QVERIFY(saved > 0 && lost > 0);
+    Manager().Signal(killed);
+    QCOMPARE(Manager().End().status, -1);
+    for (const QString &path : StateFiles(u"/work-"_s)) {
+        if (path.endsWith(".db"_L1))
+            WriteTestFile(path, QByteArray(20'000, 'x'));
+        else if (path.endsWith("-wal"_L1))
+            QVERIFY(QFile::remove(path));
+    }
+    QVERIFY(Project().Start());
+    const QByteArray greeting = Manager().Greeting();
+    QVERIFY2(greeting.contains("These do: process " + QByteArray::number(lost) + " in "), greeting);
+    QVERIFY2(!greeting.contains("process " + QByteArray::number(saved) + " in "), greeting);
+    // Also after the next start.
+    QCOMPARE(Manager().Quit({"yes", "yes"}), ManagerEnd{.status = 0});
+    QVERIFY(ProcessTable::IsAlive(lost));
+    QVERIFY(Project().Start());
+    QCOMPARE(Manager().Submit(u"Gated"_s, Project().InputFile(u"new.in"_s), u"none"_s), "accepted=1002\n");
+    QCOMPARE(Manager().Quit({"yes", "no"}), ManagerEnd{.status = 0});
+}
+
+void TestKeptJobs::AdoptingIsNoChange()
+{
+    QVERIFY(AddGatedType());
+    QVERIFY(Project().Start());
+    QVERIFY(Submit(u"one.in"_s) > 0);
+    QVERIFY(Save());
+    for (int start = 0; start < 2; ++start) {
+        Manager().Signal(killed);
+        QCOMPARE(Manager().End().status, -1);
+        QVERIFY(Project().Start());
+        QVERIFY(Manager().Command("list queueless jobs").contains("Running"));
+    }
+    QVERIFY2(!Manager().Greeting().contains("recovered"), Manager().Greeting());
+    QCOMPARE(Manager().Quit({"yes"}), ManagerEnd{.status = 0});
 }
 
 QTEST_GUILESS_MAIN(TestKeptJobs)

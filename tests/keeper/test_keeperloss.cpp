@@ -5,6 +5,7 @@
 #include "support/testutil.h"
 #include "wire/runlocks.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QRandomGenerator>
@@ -408,10 +409,28 @@ void TestKeeperLoss::tidyingKeepsWhatIsNotClaimed()
     journals.Tidy();
     QVERIFY(m_keepers->RecordedEnd(order.runID).has_value());
     QCOMPARE(m_keepers->Output(order.runID), QByteArray{"kept\n"});
-    QVERIFY(journals.Claim(order.runID, "manager"));
+    QVERIFY(journals.Claim(order.runID, "manager:here"));
+    QVERIFY(journals.Claim(order.runID, "manager:elsewhere") && !journals.Claim(order.runID, "man"));
+    journals.Tidy();
+    QCOMPARE(m_keepers->Output(order.runID), QByteArray{});
+    // What became of it is known until there are enough newer ones.
+    QVERIFY(m_keepers->RecordedEnd(order.runID).has_value());
+    const QDir folder{QString::fromStdString(m_keepers->Folder() + "/journal")};
+    const QString journal = folder.filePath(folder.entryList(QDir::Files).value(0));
+    for (int copy = 0; copy < 4; ++copy) {
+        Taskmill_RunRecord end{Taskmill_RunRecord::Kind::End, Taskmill_NewRunID()};
+        Taskmill_RunRecord claim{Taskmill_RunRecord::Kind::Claim, end.runID};
+        claim.claimant = "manager";
+        WriteTestFile(folder.filePath(QString::number(copy)),
+                      QByteArray::fromStdString(end.ToLine() + claim.ToLine()));
+    }
+    QFile older{journal};
+    QVERIFY(older.open(QIODevice::ReadWrite));
+    QVERIFY(older.setFileTime(QDateTime::currentDateTime().addDays(-1), QFileDevice::FileModificationTime));
+    older.close();
     journals.Tidy();
     QVERIFY(!m_keepers->RecordedEnd(order.runID));
-    QCOMPARE(m_keepers->Output(order.runID), QByteArray{});
+    QCOMPARE(folder.entryList(QDir::Files).size(), 4);
 }
 
 void TestKeeperLoss::tornLinesAreSkipped_data()

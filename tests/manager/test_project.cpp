@@ -108,7 +108,7 @@ private Q_SLOTS:
         SaveAndOpen();
         QCOMPARE(m_manager->Queueless().List()->HeldJobIDs(), QList<int>{4});
         QCOMPARE(m_manager->Queueless().Jobs().JobAt(0)->Status(), Taskmill_JobStatus::Pending);
-        Taskmill_HeldJobsDialogue heldJobs{*m_manager->Queueless().List()};
+        Taskmill_HeldJobsDialogue heldJobs{m_manager->Destinations()};
         Prompt().answers = {WarnAnswer::Yes};
         Taskmill_AskThroughPrompt(heldJobs);
         QCOMPARE(heldJobs.Released(), 1);
