@@ -162,13 +162,11 @@ const Taskmill_JobRecord *Taskmill_FinishedJobsWidget::JobAt(qsizetype position)
 
 void Taskmill_FinishedJobsWidget::ContextMenuSlot(const QPoint &position)
 {
-    // Where the pointer is at the click; the rows may move at once.
-    const QPersistentModelIndex clicked = m_table->ClickedCell(position);
     FillTable();
     if (!JobAt(m_table->CurrentPosition()))
         return;
     Taskmill_ContextMenu menu{*m_table};
-    AddEntries(menu, m_table->PositionsOf(m_table->SelectedRowsWith(clicked)));
+    AddEntries(menu, m_table->PositionsOfSelectedRows());
     menu.Run(position);
 }
 
