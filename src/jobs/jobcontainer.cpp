@@ -140,7 +140,7 @@ void Taskmill_JobContainer::TakeOut(const QList<Taskmill_Job *> &jobs)
     // In one pass: hundreds may leave a list of thousands.
     const QSet<Taskmill_Job *> leaving{jobs.begin(), jobs.end()};
     m_jobs.removeIf([&leaving](Taskmill_Job *job) { return leaving.contains(job); });
-    // They end side by side.
+    // All are asked to end first, so that their grace passes once for all and not one after another.
     for (Taskmill_Job *job : jobs)
         job->BeginKill();
     for (Taskmill_Job *job : jobs) {
@@ -314,7 +314,7 @@ void Taskmill_JobContainer::TryAgainSlot()
         if (job->IsStartPutOff())
             StartJob(*job);
     }
-    // As many as could have been started meanwhile.
+    // An update starts one job at most, so it is repeated until no further job starts.
     for (int before = -1; before < RunningCount();) {
         before = RunningCount();
         Update();
@@ -341,7 +341,7 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
         m_services.Starts->JobStarts(job);
     if (!job.Start(m_services.Keepers))
         qCWarning(Taskmill_JobsLog, "Job %d: the file for its standard input cannot be written", job.JobID());
-    // It was started without a keeper after all: nobody is to look for its run.
+    // The job was started without a keeper after all: nobody is to look for its run.
     if (m_services.Keepers && job.Record().Run.isEmpty())
         RecordStartWithoutKeeper(job.JobID());
 }
