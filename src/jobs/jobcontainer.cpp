@@ -314,7 +314,7 @@ void Taskmill_JobContainer::TryAgainSlot()
         if (job->IsStartPutOff())
             StartJob(*job);
     }
-    // An update starts one job at most, so it is repeated until no further job starts.
+    // As many as could have been started meanwhile.
     for (int before = -1; before < RunningCount();) {
         before = RunningCount();
         Update();
