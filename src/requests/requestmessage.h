@@ -16,6 +16,7 @@ struct Taskmill_ActionRequest
     QString QueueName; ///< "long" or "short"
     qint32 QueueLimit = 0;
     QString SaveFile; ///< absolute; empty for the project's own
+    QString ProjectFile;
     bool Replaces = false;
     bool TakesRunning = false;
     bool KeepsJobs = false;

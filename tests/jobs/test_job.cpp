@@ -144,9 +144,10 @@ private Q_SLOTS:
         QTest::ignoreMessage(QtWarningMsg, "The output of job 7 cannot be read now, and stays where it is");
         QVERIFY(m_finished->wait(60'000));
         QVERIFY(m_job->Record().IsOutputLeft);
-        QVERIFY(!m_keepers->OutputOf(runID).IsWhole);
-        QVERIFY(QFile::remove(stored) && QFile::rename(stored + u"-"_s, stored));
-        QCOMPARE(m_keepers->OutputOf(runID).Bytes.trimmed(), "x");
+        QVERIFY(!m_keepers->OutputOf(runID)().IsWhole);
+        QVERIFY(QFile::remove(stored));
+        QVERIFY(QFile::rename(stored + u"-"_s, stored));
+        QCOMPARE(m_keepers->OutputOf(runID)().Bytes.trimmed(), "x");
     }
 
     void HasAnExitCodeWithoutAProcess()

@@ -132,6 +132,34 @@ private Q_SLOTS:
         QCOMPARE(jobs.PositionOf(700), -1);
     }
 
+    void OutputsAreReadOnAnyThread_data() { RanksAreInTheOrderOfTheColumn_data(); }
+
+    void OutputsAreReadOnAnyThread()
+    {
+        QFETCH(const bool, inFile);
+        MakeDatabase(inFile);
+        Taskmill_JobRecord silent = Job(1);
+        silent.StdOutAndStdErr.clear();
+        Taskmill_JobRecord job = Job(2);
+        job.StdOutAndStdErr = u"äöü 水\n"_s.repeated(200'000);
+        QVERIFY(m_database->InsertFinishedJob(silent, true) && m_database->InsertFinishedJob(job, true));
+        Taskmill_FinishedJobs jobs{m_outbox};
+        jobs.Load();
+        QVERIFY(!jobs.HasOutput(jobs.JobAt(0)));
+        QVERIFY(jobs.HasOutput(jobs.JobAt(1)));
+        const Taskmill_OutputText ofSilent = jobs.ReaderOfOutput(jobs.JobAt(0));
+        const Taskmill_OutputText ofJob = jobs.ReaderOfOutput(jobs.JobAt(1));
+        QByteArrayList read;
+        const std::unique_ptr<QThread> thread{QThread::create([&] { read = {ofSilent(), ofJob()}; })};
+        thread->start();
+        thread->wait();
+        QCOMPARE(read.value(0), QByteArray{});
+        QVERIFY(read.value(1) == job.StdOutAndStdErr.toUtf8());
+        // The database may be another one by then.
+        jobs.Clear();
+        QVERIFY(!inFile || ofJob().isEmpty());
+    }
+
     /// A row does not say everything: new jobs have another name of their queue, and their job type as it
     /// was.
     void JobsOfThisSessionStayAsTheyWere()

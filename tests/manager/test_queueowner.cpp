@@ -141,6 +141,9 @@ private Q_SLOTS:
         QVERIFY2(text.contains("job 2"_L1), qPrintable(text));
         RefuseCommits(TestManager::Database(), false);
         QCOMPARE(LongRows(), (QList<int>{1, 2}));
+        QVERIFY(m_manager->Long().IsRowKept(2));
+        QVERIFY(m_manager->Project().SaveProjectAs(m_manager->Path(u"jobs.mill"_s)));
+        QCOMPARE(LongRows(), QList<int>{});
         QCOMPARE(m_manager->Long().Queue()->MaxRunningJobs(), 1);
         QVERIFY(!m_manager->Long().SetLimit(7));
         QCOMPARE(TestManager::Database().GetMaxRunningJobs(u"Long"_s), 7);

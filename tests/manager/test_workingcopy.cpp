@@ -271,6 +271,29 @@ private Q_SLOTS:
         QVERIFY(Folder().entryList({u"damaged-*"_s}).isEmpty());
     }
 
+    void DamagedCopyWithoutANoteIsKept_data()
+    {
+        QTest::addColumn<bool>("isCopy");
+        QTest::newRow("it has changes") << true;
+        QTest::newRow("what was read of a project file") << false;
+    }
+
+    void DamagedCopyWithoutANoteIsKept()
+    {
+        QFETCH(bool, isCopy);
+        Submit(u"a.in"_s);
+        BreakOff();
+        // What is in the log goes with it.
+        RawDatabase{Copy()}.Execute({u"PRAGMA wal_checkpoint(TRUNCATE)"_s});
+        QByteArray content = ReadTestFile(isCopy ? Copy() : File());
+        WriteTestFile(Copy(), content.replace(0, 16, QByteArray(16, 'x')));
+        QFile::remove(Copy() + u"-wal"_s);
+        WriteTestFile(Copy().chopped(3) + u".lock"_s, {});
+        QVERIFY(m_manager->Project().OpenProject(File()));
+        QCOMPARE(Folder().entryList({u"damaged-*.db"_s}).size(), isCopy ? 1 : 0);
+        QCOMPARE(m_manager->Project().Notices().size(), isCopy ? 1 : 0);
+    }
+
     void NeverSavedProjectsComeBack()
     {
         m_manager->NewProject();
