@@ -240,7 +240,7 @@ void Taskmill_ConsoleCommands::WaitForKill(int jobID)
             const Taskmill_Job *job = owner ? owner->Jobs().FindByJobID(jobID) : nullptr;
             isWaiting = job && job->IsBeingKilled();
         });
-        // Without a thread of its own it must not hold up what it waits for.
+        // This may be the main thread, whose event loop must go on for the kill to end.
         constexpr int pauseMs = 5;
         QEventLoop pause;
         QTimer::singleShot(pauseMs, &pause, &QEventLoop::quit);
@@ -361,7 +361,7 @@ void Taskmill_ConsoleCommands::Quit(Taskmill_Ending ending)
         [&](Taskmill_ConsoleActions &actions) { return &exit.emplace(actions.Destinations()); });
     std::optional<Taskmill_ClosingDialogue> closing;
     const bool ends = exit && exit->IsConfirmed() && MayClose(closing);
-    // Before the end, from which nothing comes back here without an event loop.
+    // Printed before the program ends: without an event loop the call that ends it does not return here.
     Print(u"\n"_s);
     if (!ends)
         return;

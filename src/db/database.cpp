@@ -43,7 +43,7 @@ void Taskmill_Database::ForgetContent()
 void Taskmill_Database::Close()
 {
     m_tablesReady = false;
-    // It has a connection of its own to the same file.
+    // The checkpointer has a connection of its own to the same file.
     m_checkpointer.reset();
     ForgetContent();
     KilnUtil_Database_Foundation::Close();
@@ -215,7 +215,7 @@ bool Taskmill_Database::LoadIntoMemory(const QString &fileName, QString *reason)
 
 bool Taskmill_Database::LoadIntoStorage(const QString &fileName, QString *reason)
 {
-    // Written in one go, without a log; only then it is opened to be changed.
+    // The file is written in one go, without a log, and only then opened to be changed.
     Close();
     return TakeResult(Taskmill_CopyIntoFile(fileName, StoragePath(), reason)) && Open();
 }
@@ -273,7 +273,7 @@ void Taskmill_Database::GiveUpStorage()
 
 bool Taskmill_Database::InTransaction(const std::function<bool()> &write)
 {
-    // Part of the one that is under way.
+    // The writing becomes part of the transaction that is under way.
     if (m_isInTransaction)
         return write();
     const QScopedValueRollback inside{m_isInTransaction, true};

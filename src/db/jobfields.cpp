@@ -44,7 +44,7 @@ constexpr std::array measureFields{
 /// What a finished job has besides.
 void AddFieldsOfEnd(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields &fields)
 {
-    // Of a completed job it is 0.
+    // The exit code of a completed job is always 0.
     if (job.Status != Taskmill_JobStatus::Completed && job.ExitCode)
         fields.insert(Taskmill_ExitCodeField, QString::number(*job.ExitCode));
     for (const MeasureField &field : measureFields) {

@@ -59,7 +59,8 @@ QList<Taskmill_JobRecord> Taskmill_QueuedJobStore::GetAll()
 {
     if (!Open())
         return {};
-    // What ran is long, and of a waiting job it only stands in for a job type that was deleted.
+    // The stored program and command line are long, and a waiting job needs them only when its job type was
+    // deleted.
     static const QStringList standIns{u"ApplicationName"_s, u"ExecutablePath"_s, u"CommandLine"_s};
     QStringList columns = ColumnsToRead();
     if (!Connection().record(u"JobTypes"_s).isEmpty()) {

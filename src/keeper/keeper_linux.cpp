@@ -198,7 +198,7 @@ void Taskmill_Keeper::EndAll() const
 {
     const std::vector<Taskmill_TreeProcess> tree = Taskmill_StopAll(Tree);
     Taskmill_SignalAll(tree, SIGKILL);
-    // Where the system shows no processes, at least the group of the program.
+    // Where /proc shows no processes, at least the process group of the program is ended.
     if (tree.empty() && !m_hasMainEnded)
         kill(-static_cast<pid_t>(m_main), SIGKILL);
 }

@@ -41,7 +41,7 @@ void Taskmill_Keeper::ListenWhenDue()
     if (m_isRecorded || m_manager.IsOpen() || m_listener.IsOpen() || Taskmill_SteadyClockMs() < m_listenAt)
         return;
     m_listener = Taskmill_KeeperChannel::Listen(".", m_runID);
-    // On a full disk there is no room for its name.
+    // Listening fails on a full disk, which has no room for the name of the socket.
     if (!m_listener.IsOpen())
         m_listenAt = Taskmill_SteadyClockMs() + nextTryMs;
 }
@@ -55,7 +55,7 @@ void Taskmill_Keeper::StopListening()
 
 void Taskmill_Keeper::TakeVisitor()
 {
-    // One that says nothing gives way to the next.
+    // A visitor that has not said yet what it wants gives way to the next one.
     if (Taskmill_KeeperChannel visitor = m_listener.Accept(); visitor.IsOpen())
         m_visitor = std::move(visitor);
     if (m_listener.IsListening())
@@ -89,7 +89,7 @@ void Taskmill_Keeper::ReadVisitor()
     m_manager.Send(Taskmill_KeeperMessage{Taskmill_AdoptedWord});
     if (m_main >= 0)
         SendStarted();
-    // It could not be recorded yet.
+    // The run has ended, but its end could not be recorded yet.
     if (m_retryAt > 0)
         SendEnd();
 }

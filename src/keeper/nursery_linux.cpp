@@ -142,7 +142,8 @@ void Taskmill_KeeperNursery::DoAside(const std::string &runID, const Work &work)
 {
     const pid_t child = fork();
     if (child == 0) {
-        // It may take long, and the manager is to see when this process is gone.
+        // The work may take long, and a connection that stays open would hide from the manager that this
+        // process is gone.
         m_manager.Close();
         work();
         _exit(0);
@@ -194,7 +195,8 @@ void Taskmill_KeeperNursery::EndLostRuns()
 {
     if (m_lostRuns.empty())
         return;
-    // A keeper that ends in order leaves nothing, so whatever else is here belongs to a lost run.
+    // A keeper that ends in order leaves no processes, so every child but these helpers and keepers belongs
+    // to a lost run.
     std::set<pid_t> own;
     for (const auto *processes : {&m_keepers, &m_helpers}) {
         for (const auto &[process, runID] : *processes)
@@ -205,8 +207,8 @@ void Taskmill_KeeperNursery::EndLostRuns()
     };
     Taskmill_SignalAll(Taskmill_StopAll(left), SIGKILL);
     ReapAll();
-    // One that became lost meanwhile shows in the next round. What is in an uninterruptible wait ends when
-    // that is over, and does nothing before that.
+    // A run that became lost meanwhile shows in the next round. A process in an uninterruptible wait ends
+    // when that is over, and does nothing before that.
     const std::vector<Taskmill_TreeProcess> remaining = left();
     const bool isWaitLong = Taskmill_SteadyClockMs() >= m_lostAt + longestWaitMs;
     if (!std::ranges::all_of(remaining, [isWaitLong](const Taskmill_TreeProcess &process) {

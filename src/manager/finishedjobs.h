@@ -96,26 +96,26 @@ public:
     void SetResults(Taskmill_JobResults &results) { m_results = &results; }
     /// Waits for results that are not known yet, but no longer than that, and records them.
     void WaitForResults(std::chrono::milliseconds longest);
-    /// Reads those of the jobs that ended last, and have none: the manager before was ended by force.
+    /// Reads the results of the newest jobs that have none: the manager before was ended by force.
     void ReadLostResults();
     /// Writes the long outputs that are still with their runs into the rows of their jobs, so that these are
     /// whole. False when one cannot be written. One that cannot be read now stays where it is, as its row
     /// says.
     [[nodiscard]] bool TakeLeftOutputs();
-    /// Nobody wants them any more.
+    /// Forgets the long outputs that are still with their runs.
     void GiveUpLeftOutputs();
     /// Tries again to record jobs for which that has failed.
     void RecordMissing();
     /// Makes the list that of the open database.
     void Load();
-    /// The database is not touched.
+    /// Empties the list; the database is not touched.
     void Clear();
 
     /// Removes the jobs at these positions from the list and their rows from the open database, without
     /// asking: that is up to Taskmill_FinishedRemovalDialogue. The rows of many go little by little.
     void Remove(QList<int> positions);
     [[nodiscard]] bool IsRemoving() const { return !m_rowsToRemove.isEmpty(); }
-    /// Removes what is left of them now.
+    /// Removes at once the rows of removed jobs that are still there.
     void FinishRemovals();
 
     /// Another value whenever jobs have been removed or replaced; adding one leaves it.

@@ -106,7 +106,8 @@ void KilnUtil_KeptRun::Listen()
 
 void KilnUtil_KeptRun::ReadSlot()
 {
-    // Hundreds may end at once. What is not taken is reported again.
+    // When hundreds of runs end at once, this turn of the event loop stays short: reports that are not read
+    // now are signalled again.
     if (m_keepers && !m_keepers->IsTurnShort())
         return;
     while (m_connection.IsOpen() && TakeReport(m_connection.Receive())) {
@@ -116,7 +117,7 @@ void KilnUtil_KeptRun::ReadSlot()
 bool KilnUtil_KeptRun::TakeReport(const Taskmill_RunReport &report)
 {
     using Kind = Taskmill_RunReport::Kind;
-    // It watches a handle that is closed now, and may be at work further up the stack.
+    // The notifier watches a handle that is closed now, and may be at work further up the stack.
     if (!m_connection.IsOpen() && m_notifier) {
         m_notifier->Disable();
         m_notifier.release()->deleteLater();
@@ -176,7 +177,7 @@ QString KilnUtil_KeptRun::ReasonOfFailedStart(const Taskmill_RunReport &report, 
 
 void KilnUtil_KeptRun::TakeSwept()
 {
-    // It comes on another connection, so perhaps before the run is known to be lost.
+    // The news comes on another connection, so perhaps before this one shows that the run is lost.
     m_isSwept = true;
     if (m_state != State::Lost)
         return;

@@ -17,12 +17,12 @@ class KilnUtil_KeptRun final : public KilnUtil_ProcessRun
     Q_OBJECT
 
 public:
-    /// To be started.
+    /// A run that is to be started.
     KilnUtil_KeptRun(KilnUtil_NurseryRunKeepers &keepers, const std::string &runID);
-    /// Goes on already.
+    /// A run that goes on already.
     KilnUtil_KeptRun(KilnUtil_NurseryRunKeepers &keepers, const std::string &runID,
                      Taskmill_RunConnection connection);
-    /// Has ended; EndedSignal comes from the event loop.
+    /// A run that has ended; EndedSignal comes from the event loop.
     KilnUtil_KeptRun(KilnUtil_NurseryRunKeepers &keepers, const std::string &runID, KilnUtil_RunEnd end);
     ~KilnUtil_KeptRun() override;
     Q_DISABLE_COPY_MOVE(KilnUtil_KeptRun)

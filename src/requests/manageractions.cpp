@@ -205,7 +205,7 @@ void Taskmill_ManagerActions::AnswerWhenKilled(const Taskmill_Job &job,
     };
     // Queued: when it is answered, the job stands in the history.
     QObject::connect(&job, &Taskmill_Job::JobFinishedSignal, waiting, answerDone, Qt::QueuedConnection);
-    // As when the project is closed.
+    // The job object is destroyed without a signal when the project is closed.
     QObject::connect(&job, &QObject::destroyed, waiting, answerDone, Qt::QueuedConnection);
     QObject::connect(&job, &Taskmill_Job::RemainsSignal, waiting,
                      [answer, number = request.JobNumber](const QList<qint64> &processIDs) {

@@ -25,7 +25,7 @@ Taskmill_RequestConnection::Taskmill_RequestConnection(Taskmill_Socket socket, T
     m_timer->start(m_bytes.isEmpty() ? m_limits.SilenceMs : m_limits.QuietMs);
     m_notifier = std::make_unique<QSocketNotifier>(m_socket.Get(), QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, &Taskmill_RequestConnection::ReadNow);
-    // What was read may be all that the event loop would report.
+    // The bytes read already may be the whole message: the event loop would report nothing more.
     if (!m_bytes.isEmpty())
         QMetaObject::invokeMethod(this, &Taskmill_RequestConnection::ReadNow, Qt::QueuedConnection);
 }
@@ -105,7 +105,7 @@ void Taskmill_RequestConnection::Drop()
 
 void Taskmill_RequestConnection::CloseSocket()
 {
-    // Which must not watch a number that the next file may get.
+    // Switched off before the socket is closed: the next file may get the same number.
     if (m_notifier)
         m_notifier->setEnabled(false);
     m_socket.Close();

@@ -34,7 +34,14 @@ public:
         : m_handle{other.Release()}
     {
     }
-    Taskmill_KeeperChannel &operator=(Taskmill_KeeperChannel &&other) noexcept;
+    Taskmill_KeeperChannel &operator=(Taskmill_KeeperChannel &&other) noexcept
+    {
+        if (this != &other) {
+            Close();
+            m_handle = other.Release();
+        }
+        return *this;
+    }
     Taskmill_KeeperChannel(const Taskmill_KeeperChannel &) = delete;
     Taskmill_KeeperChannel &operator=(const Taskmill_KeeperChannel &) = delete;
 

@@ -112,7 +112,7 @@ Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order
     if (m_channel.Send(message, {static_cast<int>(keepers.Get()), lock.Get()}, waitMs))
         return Taskmill_RunConnection{std::move(own)};
     const int number = errno;
-    // It is at fault when it does not read, or is gone.
+    // The nursery itself is at fault when it does not read, or is gone.
     if (number == EAGAIN || !Taskmill_IsLack(number))
         m_channel.Close();
     return fail(number);
