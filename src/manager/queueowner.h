@@ -40,8 +40,8 @@ public:
     /// How many of its jobs may run at a time, of a queue that has a limit. Nothing when it is stored, else
     /// why the limit stays as it was.
     [[nodiscard]] std::optional<QString> SetLimit(int maxRunningJobs);
-    /// Fills the queue from the records of a project, see Taskmill_JobContainer::AddAll(); a queue with a limit
-    /// is paused with it.
+    /// Fills the queue from the records of a project, see Taskmill_JobContainer::AddAll(); a queue with a
+    /// limit is paused with it.
     void Replace(const QList<Taskmill_JobRecord> &jobs, const QSet<int> &recorded = {});
     /// Removes all jobs, killing the running ones. Their rows stay: a saved project keeps them as waiting.
     void Clear();

@@ -45,8 +45,8 @@ QString TextOf(const std::string &owner)
 }
 } // namespace
 
-std::unique_ptr<KilnUtil_RunKeepers>
-KilnUtil_RunKeepers::Make(const QString &program, const QString &folder, const QStringList &otherFolders)
+std::unique_ptr<KilnUtil_RunKeepers> KilnUtil_RunKeepers::Make(const QString &program, const QString &folder,
+                                                               const QStringList &otherFolders)
 {
     auto keepers = std::make_unique<KilnUtil_NurseryRunKeepers>(program, folder, otherFolders);
     if (!QFile::exists(program))
@@ -317,8 +317,8 @@ QList<KilnUtil_StrayRun> KilnUtil_NurseryRunKeepers::StrayRuns()
             continue;
         if (const Taskmill_RunReport report = connection.Receive(waitMs);
             report.kind == Taskmill_RunReport::Kind::Started)
-            strays.append({.ProcessID = report.processID,
-                           .Directory = QString::fromStdString(report.directory)});
+            strays.append(
+                {.ProcessID = report.processID, .Directory = QString::fromStdString(report.directory)});
     }
     return strays;
 }

@@ -44,9 +44,8 @@ class KilnUtil_RunKeepers : public QObject
 public:
     /// Starts what is needed for that. Nothing where it cannot be had: the log says why. The folder is the
     /// keepers' own; it is made. In the other folders keepers of other starts of this user may be at work.
-    [[nodiscard]] static std::unique_ptr<KilnUtil_RunKeepers> Make(const QString &program,
-                                                                   const QString &folder,
-                                                                   const QStringList &otherFolders = {});
+    [[nodiscard]] static std::unique_ptr<KilnUtil_RunKeepers>
+    Make(const QString &program, const QString &folder, const QStringList &otherFolders = {});
     /// The name of the program.
     [[nodiscard]] static QString ProgramName();
     /// Their folder in one of the folders of this computer.

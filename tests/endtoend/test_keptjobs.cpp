@@ -419,7 +419,8 @@ void TestKeptJobs::NeverRunsAgainUnasked()
         qputenv("TASKMILLPREFS_DIR", Project().Path(u"elsewhere"_s).toLocal8Bit());
 
     ManagerProcess next{Project().Path({})};
-    QVERIFY(next.Start({u"-console"_s, what == "copy" ? Project().Path(u"copy.mill"_s) : Project().ProjectPath()}));
+    QVERIFY(next.Start(
+        {u"-console"_s, what == "copy" ? Project().Path(u"copy.mill"_s) : Project().ProjectPath()}));
     QVERIFY(next.Command("unpause long jobs").contains("no longer paused"));
     if (isNow == "Failed") {
         QTRY_VERIFY(next.Command("list finished jobs").contains("Failed"));
@@ -436,7 +437,8 @@ void TestKeptJobs::NeverRunsAgainUnasked()
     next.Signal(killed);
     QCOMPARE(next.End().status, -1);
     ManagerProcess last{Project().Path({})};
-    QVERIFY(last.Start({u"-console"_s, what == "copy" ? Project().Path(u"copy.mill"_s) : Project().ProjectPath()}));
+    QVERIFY(last.Start(
+        {u"-console"_s, what == "copy" ? Project().Path(u"copy.mill"_s) : Project().ProjectPath()}));
     QVERIFY(last.Command("unpause long jobs").contains("no longer paused"));
     QVERIFY(last.Command("list long jobs").contains("Pending"));
     QCOMPARE(Starts(u"ran.in"_s), "start\n");
