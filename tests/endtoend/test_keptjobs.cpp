@@ -70,7 +70,7 @@ private:
     [[nodiscard]] QStringList StateFiles(const QString &part) const
     {
         QStringList files;
-        QDirIterator all{Project().Path(u"."_s), QDir::Files, QDirIterator::Subdirectories};
+        QDirIterator all{Project().Path(u"."_s), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories};
         while (all.hasNext()) {
             if (const QString path = all.next(); path.contains(part))
                 files += path;
