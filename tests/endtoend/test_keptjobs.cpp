@@ -421,7 +421,7 @@ void TestKeptJobs::NeverRunsAgainUnasked()
     if (isNow == "Failed") {
         QTRY_VERIFY(next.Command("list finished jobs").contains("Failed"));
         QVERIFY(next.Command("list long jobs").contains("Empty"));
-        QVERIFY(next.Command("job 1").contains("stored with changes of the project that are gone"));
+        QVERIFY(next.Command("show job 1").contains("stored with changes of the project that are gone"));
         QCOMPARE(Starts(u"ran.in"_s), "start\n");
         QCOMPARE(next.Quit({"yes", "no"}), ManagerEnd{.status = 0});
         return;
