@@ -542,6 +542,24 @@ QString Taskmill_Database::GetFinishedJobOutput(qint64 key)
     return m_finishedJobs.GetOutput(key);
 }
 
+std::function<QByteArray()> Taskmill_Database::ReaderOfFinishedJobOutput(qint64 key)
+{
+    return m_finishedJobs.ReaderOfOutput(key);
+}
+
+bool Taskmill_Database::HasFinishedJobOutput(qint64 key)
+{
+    if (!IsOpen() || !IsSQLite())
+        return !GetFinishedJobOutput(key).isEmpty();
+    // It fails where there is no text.
+    sqlite3_blob *output = nullptr;
+    const bool isText = sqlite3_blob_open(SQLiteHandle(), "main", "FinishedJobs", "StdOutAndStdErr", key, 0,
+                                          &output) == SQLITE_OK;
+    const bool hasOutput = isText && sqlite3_blob_bytes(output) > 0;
+    sqlite3_blob_close(output);
+    return hasOutput;
+}
+
 bool Taskmill_Database::SetFinishedJobOutput(qint64 key, const QString &output)
 {
     return m_finishedJobs.SetOutput(key, output);

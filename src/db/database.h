@@ -149,6 +149,10 @@ public:
     /// rows were read.
     [[nodiscard]] std::optional<Taskmill_JobRecord> GetFinishedJob(qint64 key);
     [[nodiscard]] QString GetFinishedJobOutput(qint64 key);
+    /// Reads the same in UTF-8, on any thread. The database is not closed meanwhile.
+    [[nodiscard]] std::function<QByteArray()> ReaderOfFinishedJobOutput(qint64 key);
+    /// Reads none of it, as it may be long.
+    [[nodiscard]] bool HasFinishedJobOutput(qint64 key);
     /// Belongs to a transaction.
     bool SetFinishedJobOutput(qint64 key, const QString &output);
     /// By job number; belongs to a transaction, too.

@@ -352,8 +352,9 @@ bool Taskmill_ForgetRunsInFile(const QString &fileName, const QStringList &runs)
     QStringList texts;
     for (const QString &run : runs)
         texts += u'\'' + KilnUtil_SQLEscape(run) + u'\'';
-    return Execute(file.get(), u"DELETE FROM AddedFields WHERE Owner = 'job' AND Name = 'Run' AND Value IN (%1)"_s.arg(
-                                   texts.join(u','))) == SQLITE_OK;
+    return Execute(file.get(),
+                   u"DELETE FROM AddedFields WHERE Owner = 'job' AND Name = 'Run' AND Value IN (%1)"_s.arg(
+                       texts.join(u','))) == SQLITE_OK;
 }
 
 int Taskmill_CheckWorkingCopy(const QString &path)

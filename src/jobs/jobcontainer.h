@@ -36,8 +36,8 @@ public:
     /// Appends a new job for each record of a project, Pending as of now, without the times of an earlier
     /// run; but a job whose run is found again is Running, or ends soon. What runs where this program does
     /// not reach it is held, and said in a signal, and so is what ran when the project was saved if nobody
-    /// here knows what became of it. `recorded` are the numbers of jobs whose start was stored where the records
-    /// come from, since the project was opened: of those no run is unknown but one that never began.
+    /// here knows what became of it. `recorded` are the numbers of jobs whose start was stored where the
+    /// records come from, since the project was opened: of those no run is unknown but one that never began.
     void AddAll(const QList<Taskmill_JobRecord> &records, const QSet<int> &recorded = {});
 
     /// The numbers of the held jobs, without those that run elsewhere.

@@ -16,9 +16,10 @@ QString CountText(Taskmill_Destinations &destinations)
 {
     const qsizetype count = destinations.HeldJobIDs().size();
     if (!AreAllQueueless(destinations))
-        return count == 1 ? u"1 job was running when this project was saved, and is held."_s
-                          : u"%1 jobs were running when this project was closed or saved, and are held."_s.arg(
-                                count);
+        return count == 1
+                   ? u"1 job was running when this project was saved, and is held."_s
+                   : u"%1 jobs were running when this project was closed or saved, and are held."_s.arg(
+                         count);
     return count == 1 ? u"1 queueless job was running when this project was closed."_s
                       : u"%1 queueless jobs were running when this project was closed."_s.arg(count);
 }
@@ -43,7 +44,7 @@ std::optional<Taskmill_Question> Taskmill_HeldJobsDialogue::Next()
               : u"\n\nIf you choose No, they wait in %1, whose menu runs or removes them."_s.arg(
                     AreAllQueueless(m_destinations) ? tab : u"their tabs"_s);
     return Taskmill_Question{.title = AreAllQueueless(m_destinations) ? u"Queueless Jobs of the Project"_s
-                                                             : u"Jobs That Are Held"_s,
+                                                                      : u"Jobs That Are Held"_s,
                              .text = question + otherwise,
                              .consoleText = question,
                              .defaultAnswer = KilnUtil_UserPrompt::WarnAnswer::No};
@@ -62,5 +63,5 @@ QString Taskmill_HeldJobsDialogue::Notice(Taskmill_Destinations &destinations)
     if (count == 0)
         return {};
     return CountText(destinations) + (count == 1 ? u" It waits until it is run again or removed."_s
-                                          : u" They wait until they are run again or removed."_s);
+                                                 : u" They wait until they are run again or removed."_s);
 }

@@ -19,8 +19,8 @@ void Taskmill_GiveOwnJobNumbers(Taskmill_Database &database, std::array<QList<Ta
     for (QList<Taskmill_JobRecord> &some : jobs) {
         for (Taskmill_JobRecord &job : some) {
             const Taskmill_JobRecord *&owner = owners[job.JobID];
-            if (!owner || (owner->Status != Taskmill_JobStatus::Running &&
-                           job.Status == Taskmill_JobStatus::Running))
+            if (!owner ||
+                (owner->Status != Taskmill_JobStatus::Running && job.Status == Taskmill_JobStatus::Running))
                 owner = &job;
         }
     }

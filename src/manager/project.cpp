@@ -387,8 +387,10 @@ std::optional<QString> Taskmill_Project::TrySaveProjectAs(const QString &path)
 
 bool Taskmill_Project::MakeWhole()
 {
-    for (Taskmill_QueueOwner *owner : m_destinations.All())
+    for (Taskmill_QueueOwner *owner : m_destinations.All()) {
         owner->CollectAllFinished();
+        owner->DeleteKeptRows();
+    }
     m_finishedJobs.RecordMissing();
     m_finishedJobs.WaitForResults(longestWaitForResults);
     m_finishedJobs.FinishRemovals();

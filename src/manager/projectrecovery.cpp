@@ -76,7 +76,7 @@ struct Taskmill_ProjectRecovery::Candidate
     int changes = 0;
     bool hasRuns = false;
     bool isGivenUp = false;
-    bool isOutOfReach = false;                  ///< it cannot be read now, but it may be sound
+    bool isOutOfReach = false; ///< it cannot be read now, but it may be sound
     bool isDamaged = false;
     QList<Taskmill_Notification> notifications; ///< that were not delivered
 
@@ -381,9 +381,8 @@ std::optional<int> Taskmill_EndLeftRuns(Taskmill_Database &database, Taskmill_Ru
     const auto isEnded = [&](const Taskmill_JobRecord &job) {
         return job.Run.isEmpty() && runs.contains(job.JobID);
     };
-    const bool isAnyEnded = std::ranges::any_of(tables, [&](const Table &table) {
-        return std::ranges::any_of((database.*table.read)(), isEnded);
-    });
+    const bool isAnyEnded = std::ranges::any_of(
+        tables, [&](const Table &table) { return std::ranges::any_of((database.*table.read)(), isEnded); });
     // That jobs go on is no change.
     const bool recorded = isAnyEnded ? database.AsOneChange(record) : database.Untracked(record);
     return recorded ? std::optional{ended} : std::nullopt;

@@ -45,8 +45,8 @@ QString TextOf(const std::string &owner)
 }
 } // namespace
 
-std::unique_ptr<KilnUtil_RunKeepers>
-KilnUtil_RunKeepers::Make(const QString &program, const QString &folder, const QStringList &otherFolders)
+std::unique_ptr<KilnUtil_RunKeepers> KilnUtil_RunKeepers::Make(const QString &program, const QString &folder,
+                                                               const QStringList &otherFolders)
 {
     auto keepers = std::make_unique<KilnUtil_NurseryRunKeepers>(program, folder, otherFolders);
     if (!QFile::exists(program))
@@ -311,8 +311,8 @@ QList<KilnUtil_StrayRun> KilnUtil_NurseryRunKeepers::StrayRuns()
             continue;
         if (const Taskmill_RunReport report = connection.Receive(waitMs);
             report.kind == Taskmill_RunReport::Kind::Started)
-            strays.append({.ProcessID = report.processID,
-                           .Directory = QString::fromStdString(report.directory)});
+            strays.append(
+                {.ProcessID = report.processID, .Directory = QString::fromStdString(report.directory)});
     }
     return strays;
 }
@@ -365,9 +365,11 @@ bool KilnUtil_NurseryRunKeepers::WaitForSweep(int waitMs)
     return true;
 }
 
-KilnUtil_StoredOutput KilnUtil_NurseryRunKeepers::OutputOf(const QString &runID) const
+std::function<KilnUtil_StoredOutput()> KilnUtil_NurseryRunKeepers::OutputOf(const QString &runID) const
 {
-    return OutputIn(QString::fromStdString(m_folder), runID);
+    return [folder = QString::fromStdString(m_folder), runID] {
+        return OutputIn(folder, runID);
+    };
 }
 
 KilnUtil_PrintedReader KilnUtil_NurseryRunKeepers::ReaderOf(const QString &runID) const

@@ -44,9 +44,8 @@ class KilnUtil_RunKeepers : public QObject
 public:
     /// Starts what is needed for that. Nothing where it cannot be had: the log says why. The folder is the
     /// keepers' own; it is made. In the other folders keepers of other starts of this user may be at work.
-    [[nodiscard]] static std::unique_ptr<KilnUtil_RunKeepers> Make(const QString &program,
-                                                                   const QString &folder,
-                                                                   const QStringList &otherFolders = {});
+    [[nodiscard]] static std::unique_ptr<KilnUtil_RunKeepers>
+    Make(const QString &program, const QString &folder, const QStringList &otherFolders = {});
     /// The name of the program.
     [[nodiscard]] static QString ProgramName();
     /// Their folder in one of the folders of this computer.
@@ -71,9 +70,10 @@ public:
     /// The owner's runs that go on and that no object of this program has.
     [[nodiscard]] virtual QList<KilnUtil_StrayRun> StrayRuns() = 0;
 
-    /// What a keeper has stored of the output of that run, until its result is forgotten.
-    [[nodiscard]] virtual KilnUtil_StoredOutput OutputOf(const QString &runID) const = 0;
-    /// Reads the same piece by piece, on any thread, and also when this object is gone.
+    /// Reads what a keeper has stored of the output of that run, until its result is forgotten, on any
+    /// thread, and also when this object is gone.
+    [[nodiscard]] virtual std::function<KilnUtil_StoredOutput()> OutputOf(const QString &runID) const = 0;
+    /// Reads the same piece by piece, in the same way.
     [[nodiscard]] virtual KilnUtil_PrintedReader ReaderOf(const QString &runID) const = 0;
     /// The result of that run is stored where it belongs, or will be with ForgetResults(): nobody needs what
     /// the keeper has stored.

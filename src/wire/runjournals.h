@@ -37,9 +37,9 @@ public:
     [[nodiscard]] const Run *Find(const std::string &runID) const;
 
     /// Takes the result of a run that has ended, or whose keeper is gone, for a claimant (a word that stays
-    /// the same when he is started again; a colon and something that may change can follow). False when somebody else has it, nobody knows the run, it still
-    /// runs, or the claim cannot be written. To claim again is no fault: the claimant may have been ended
-    /// before he stored the result.
+    /// the same when he is started again; a colon and something that may change can follow). False when
+    /// somebody else has it, nobody knows the run, it still runs, or the claim cannot be written. To claim
+    /// again is no fault: the claimant may have been ended before he stored the result.
     [[nodiscard]] bool Claim(const std::string &runID, const std::string &claimant);
     enum class Claims
     {
@@ -52,8 +52,8 @@ public:
     [[nodiscard]] Claims ClaimAll(const std::vector<std::string> &runIDs, const std::string &claimant);
 
     /// Removes the journals to which nobody can append and of which every result is claimed or older than
-    /// two months, but for the newest few of those that are claimed, and the output and sockets that belong to
-    /// none of the other runs.
+    /// two months, but for the newest few of those that are claimed, and the output and sockets that belong
+    /// to none of the other runs.
     void Tidy();
 
 private:

@@ -120,7 +120,8 @@ void TestKeptJobs::FindsItsJobsAgain()
     QVERIFY(Project().Start());
     const int ends = Submit(u"ends.in"_s, sink.Port());
     const int goesOn = Submit(u"stays.in"_s, sink.Port());
-    QVERIFY(ends > 0 && goesOn > 0);
+    QVERIFY(ends > 0);
+    QVERIFY(goesOn > 0);
     QVERIFY(Save());
     if (signal != 0)
         Manager().Signal(signal);
@@ -150,7 +151,8 @@ void TestKeptJobs::FindsItsJobsAgain()
     for (const Taskmill_JobRecord &job : rows.finishedJobs) {
         QCOMPARE(job.Status, Taskmill_JobStatus::Failed);
         QCOMPARE(job.StdOutAndStdErr, u"begun\ndone\n"_s);
-        QVERIFY(job.Started.isValid() && job.Finished >= job.Started);
+        QVERIFY(job.Started.isValid());
+        QVERIFY(job.Finished >= job.Started);
         QCOMPARE(Starts(QFileInfo{job.InputFilePath}.fileName()), "start\n");
     }
     QTRY_VERIFY(ProcessTable::LivingChildren().isEmpty());
@@ -349,7 +351,8 @@ void TestKeptJobs::ACopyOfTheProjectStartsNothing()
     QVERIFY(Manager().Command("run held jobs").contains("No job is held back"));
     QCOMPARE(Manager().Quit({"yes"}), ManagerEnd{.status = 0});
 
-    QVERIFY(QFile::remove(Project().ProjectPath()) && QFile::rename(moved, Project().ProjectPath()));
+    QVERIFY(QFile::remove(Project().ProjectPath()));
+    QVERIFY(QFile::rename(moved, Project().ProjectPath()));
     QVERIFY(Project().Start());
     QVERIFY(Manager().Command("list queueless jobs").contains("Running"));
     Release(u"one.in"_s);
@@ -416,7 +419,8 @@ void TestKeptJobs::NeverRunsAgainUnasked()
         qputenv("TASKMILLPREFS_DIR", Project().Path(u"elsewhere"_s).toLocal8Bit());
 
     ManagerProcess next{Project().Path({})};
-    QVERIFY(next.Start({u"-console"_s, what == "copy" ? Project().Path(u"copy.mill"_s) : Project().ProjectPath()}));
+    QVERIFY(next.Start(
+        {u"-console"_s, what == "copy" ? Project().Path(u"copy.mill"_s) : Project().ProjectPath()}));
     QVERIFY(next.Command("unpause long jobs").contains("no longer paused"));
     if (isNow == "Failed") {
         QTRY_VERIFY(next.Command("list finished jobs").contains("Failed"));
@@ -433,7 +437,8 @@ void TestKeptJobs::NeverRunsAgainUnasked()
     next.Signal(killed);
     QCOMPARE(next.End().status, -1);
     ManagerProcess last{Project().Path({})};
-    QVERIFY(last.Start({u"-console"_s, what == "copy" ? Project().Path(u"copy.mill"_s) : Project().ProjectPath()}));
+    QVERIFY(last.Start(
+        {u"-console"_s, what == "copy" ? Project().Path(u"copy.mill"_s) : Project().ProjectPath()}));
     QVERIFY(last.Command("unpause long jobs").contains("no longer paused"));
     QVERIFY(last.Command("list long jobs").contains("Pending"));
     QCOMPARE(Starts(u"ran.in"_s), "start\n");

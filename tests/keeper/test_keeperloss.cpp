@@ -183,8 +183,8 @@ void TestKeeperLoss::aRecordedEndCountsWhenItsKeeperIsLost()
     Taskmill_RunRecord record{Taskmill_RunRecord::Kind::End, runID.toStdString()};
     record.end.code = 5;
     const QDir journals{QString::fromStdString(m_keepers->Folder() + "/journal")};
-    QVERIFY(Taskmill_AppendToJournal(
-        journals.filePath(journals.entryList(QDir::Files).first()).toStdString(), record.ToLine()));
+    QVERIFY(Taskmill_AppendToJournal(journals.filePath(journals.entryList(QDir::Files).first()).toStdString(),
+                                     record.ToLine()));
     QVERIFY(keeper > 1);
     QCOMPARE(kill(static_cast<pid_t>(keeper), SIGKILL), 0);
     QVERIFY(ended.wait(waitMs));

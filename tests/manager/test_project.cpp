@@ -210,12 +210,14 @@ private Q_SLOTS:
         ended.ExitCode = 3;
         QVERIFY(TestManager::Database().InsertFinishedJob(ended, true));
         QVERIFY(Project().SaveProjectAs(File()));
-        const QString fields = u"SELECT OwnerID, Name, Value FROM AddedFields WHERE Name IN ('Run', 'ExitCode')"_s;
+        const QString fields =
+            u"SELECT OwnerID, Name, Value FROM AddedFields WHERE Name IN ('Run', 'ExitCode')"_s;
         // As somebody else wrote it: 7 runs, and 9 has ended.
         RawDatabase{File()}.Execute(
             {u"UPDATE LongJobsQueue SET JobID = 7"_s,
              u"UPDATE ShortJobsQueue SET JobID = 7, Status = 'Running' WHERE JobID = 3"_s,
-             u"UPDATE ShortJobsQueue SET JobID = 9 WHERE JobID = 4"_s, u"INSERT INTO AddedFields (Owner, OwnerID, Name, Value) VALUES ('job', 7, 'Run', 'r@elsewhere')"_s});
+             u"UPDATE ShortJobsQueue SET JobID = 9 WHERE JobID = 4"_s,
+             u"INSERT INTO AddedFields (Owner, OwnerID, Name, Value) VALUES ('job', 7, 'Run', 'r@elsewhere')"_s});
         Prompt().answers = {WarnAnswer::No};
         QVERIFY(Project().OpenProject(File()));
         QVERIFY(!Project().HasUnsavedChanges());
