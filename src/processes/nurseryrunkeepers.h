@@ -35,12 +35,8 @@ public:
     void SetOwner(const QString &identity, const QString &text,
                   const std::function<bool(const QString &ownerText)> &mayTake) override;
     [[nodiscard]] KilnUtil_FoundRun Find(const QString &runID) override;
-<<<<<<< HEAD
     [[nodiscard]] QList<KilnUtil_StrayRun> StrayRuns() override;
-    [[nodiscard]] KilnUtil_StoredOutput OutputOf(const QString &runID) const override;
-=======
     [[nodiscard]] std::function<KilnUtil_StoredOutput()> OutputOf(const QString &runID) const override;
->>>>>>> 74038cefcd996fb5054e2a6a0541257c6eaad63f
     [[nodiscard]] KilnUtil_PrintedReader ReaderOf(const QString &runID) const override;
     void TakeResult(const QString &runID) override;
     void ForgetResults() override;
