@@ -70,7 +70,7 @@ private:
     [[nodiscard]] QStringList StateFiles(const QString &part) const
     {
         QStringList files;
-        QDirIterator all{Project().Path(u"."_s), QDir::Files, QDirIterator::Subdirectories};
+        QDirIterator all{Project().Path(u"."_s), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories};
         while (all.hasNext()) {
             if (const QString path = all.next(); path.contains(part))
                 files += path;
@@ -425,7 +425,7 @@ void TestKeptJobs::NeverRunsAgainUnasked()
     if (isNow == "Failed") {
         QTRY_VERIFY(next.Command("list finished jobs").contains("Failed"));
         QVERIFY(next.Command("list long jobs").contains("Empty"));
-        QVERIFY(next.Command("job 1").contains("stored with changes of the project that are gone"));
+        QVERIFY(next.Command("show job 1").contains("stored with changes of the project that are gone"));
         QCOMPARE(Starts(u"ran.in"_s), "start\n");
         QCOMPARE(next.Quit({"yes", "no"}), ManagerEnd{.status = 0});
         return;
@@ -472,7 +472,7 @@ void TestKeptJobs::FindsItsJobsInTheOtherFolder()
         QVERIFY(other.Start({u"-console"_s, copy}));
         QVERIFY2(other.Greeting().contains("job 1, runs in another Taskmill"), other.Greeting());
         QVERIFY(other.Command("run held jobs").contains("No job is held back"));
-        QCOMPARE(other.Quit({"yes", "no"}), ManagerEnd{.status = 0});
+        QCOMPARE(other.Quit({"yes"}), ManagerEnd{.status = 0});
     }
     QVERIFY(ProcessTable::IsAlive(job));
     // Nothing of it stays behind.
