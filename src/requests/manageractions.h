@@ -51,6 +51,7 @@ private:
     [[nodiscard]] Outcome Unpause(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Limit(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Save(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome OpenProject(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Types(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Quit(const Taskmill_RequestMessage &request);
 
