@@ -20,6 +20,7 @@
 #include <QtMath>
 
 #include <algorithm>
+#include <array>
 #include <numeric>
 
 using namespace Qt::Literals::StringLiterals;
@@ -122,7 +123,8 @@ void KilnUtil_TableWidget::ApplyHints()
                        qMax(WidthOf(m_columnHints[column]), horizontalHeader()->sectionSizeHint(column)));
 }
 
-/// What is lacking is taken from the elastic columns, from each in proportion to what it can give.
+/// What is lacking is taken from the elastic columns, from each in proportion to what it can give: first from
+/// those that can give more than half of their width, as names and paths can.
 void KilnUtil_TableWidget::FitColumns()
 {
     if (m_elasticColumns.isEmpty() || m_hasUserWidths)
@@ -131,20 +133,27 @@ void KilnUtil_TableWidget::FitColumns()
     const auto wanted = [&](int column) {
         return qMax(WidthOf(m_columnHints.value(column)), columns->sectionSizeHint(column));
     };
+    const auto turnOf = [&](int column) -> std::size_t {
+        return 2 * m_elasticColumns[column] < m_columnHints.value(column) ? 0 : 1;
+    };
     int lacking = -viewport()->width();
-    int spare = 0;
+    std::array<int, 2> spare{};
     for (const int column : ShownColumns()) {
         lacking += wanted(column);
         if (m_elasticColumns.contains(column))
-            spare += wanted(column) - WidthOf(m_elasticColumns[column]);
+            spare.at(turnOf(column)) += wanted(column) - WidthOf(m_elasticColumns[column]);
     }
-    const double share = spare > 0 ? qBound(0.0, static_cast<double>(lacking) / spare, 1.0) : 0.0;
+    std::array<double, 2> shares{};
+    for (std::size_t turn = 0; turn < spare.size() && spare.at(turn) > 0; ++turn) {
+        shares.at(turn) = qBound(0.0, static_cast<double>(lacking) / spare.at(turn), 1.0);
+        lacking -= spare.at(turn);
+    }
     const QScopedValueRollback setting{m_settingWidths, true};
     for (const auto &[column, least] : m_elasticColumns.asKeyValueRange()) {
         if (isColumnHidden(column))
             continue;
         const int width = wanted(column);
-        setColumnWidth(column, width - qCeil((width - WidthOf(least)) * share));
+        setColumnWidth(column, width - qCeil((width - WidthOf(least)) * shares.at(turnOf(column))));
     }
 }
 
