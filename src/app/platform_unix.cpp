@@ -135,7 +135,7 @@ void Taskmill_Platform::CallOnTermination(const std::function<void(bool interrup
     if (pipe2(signalPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0 ||
         pipe2(secondSignalPipe.data(), O_CLOEXEC) != 0)
         return;
-    // It waits until the program ends, in whatever way.
+    // The thread waits until the program ends, in whatever way, so nobody joins it.
     std::thread{EndAtSecondSignal}.detach();
     signalNotifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
     QObject::connect(signalNotifier.get(), &QSocketNotifier::activated, signalNotifier.get(), [quit] {

@@ -20,7 +20,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// Those of the program beside this one.
+/// The keepers whose program stands beside this one; nullptr when there are none.
 std::unique_ptr<KilnUtil_RunKeepers> MakeKeepers()
 {
     const QString name = KilnUtil_RunKeepers::ProgramName();
@@ -63,8 +63,13 @@ Taskmill_Session::Taskmill_Session(Taskmill_SessionOptions options)
 Taskmill_Session::~Taskmill_Session()
 {
     ShutDown();
-    m_console.reset();
     Taskmill_SetConsolePrinter({});
+    // The project is closed: the end is not to wait for a drive that does not answer.
+    if (m_console && !m_console->End()) {
+        qCWarning(Taskmill_AppLog, "The console is held up, and is left behind");
+        (void)m_console.release();
+    }
+    m_console.reset();
 }
 
 bool Taskmill_Session::Initialise()
@@ -86,7 +91,7 @@ void Taskmill_Session::Show()
         return;
     }
     m_window->Show();
-    // With the event loop, so that requests are served while a question stands.
+    // Asks from the event loop, so that requests are served while a question is open.
     if (!std::exchange(m_hasSpokenAtStart, true))
         QTimer::singleShot(0, this, &Taskmill_Session::SpeakAtStart);
 }
@@ -207,7 +212,7 @@ void Taskmill_Session::ShutDown(Taskmill_Manager::End end)
     if (m_manager.IsShutDown())
         return;
     m_server.Close();
-    // It waits in an event loop, in which nothing is to be submitted any more.
+    // The shutdown runs event loops, in which nothing is to be submitted any more.
     if (m_console)
         m_console->TakeNoMoreCommands();
     m_manager.ShutDown(end);

@@ -59,7 +59,7 @@ public:
 
     [[nodiscard]] const QStringList &Texts() const { return m_texts; }
 
-    /// Not by the environment, which the jobs inherit.
+    /// Hands the platforms to Qt as an option, as the jobs would inherit an environment variable.
     void UsePlatforms(const QByteArray &names)
     {
         m_platformNames = names;
@@ -148,7 +148,7 @@ void ForgetPaths()
     KilnUtil_FileSys::m_appHelpDirPath.clear();
 }
 
-/// That which runs; nullptr when none does.
+/// The running session; nullptr when there is none.
 Taskmill_Session *sessionAtExit = nullptr;
 
 /// Qt ends the process like this when the display is gone.
@@ -236,7 +236,7 @@ public:
         });
         if (!m_session->Initialise())
             return exitFailure;
-        // Now that the database driver's own clean-up at exit is registered, which is to come later.
+        // Registered after the database driver's own clean-up at exit, and so called before it.
         sessionAtExit = m_session.get();
         static_cast<void>(std::atexit(SaveAtExit));
         if (Taskmill_AppWindow *window = m_session->AppWindow())

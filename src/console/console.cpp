@@ -14,6 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 constexpr int joinRoundMs = 10;
 constexpr int joinMs = 10'000;
+constexpr int terminationMs = 1000;
 } // namespace
 
 Taskmill_Console::Taskmill_Console(QString banner, bool noEventLoop, Taskmill_ConsoleContext context,
@@ -28,18 +29,24 @@ Taskmill_Console::Taskmill_Console(QString banner, bool noEventLoop, Taskmill_Co
 
 Taskmill_Console::~Taskmill_Console()
 {
+    if (!End())
+        m_thread.wait();
+}
+
+bool Taskmill_Console::End()
+{
     QuitSlot();
     // The worker may be waiting for this thread to carry out a call.
     const QDeadlineTimer deadline{joinMs};
     while (m_thread.isRunning() && !m_thread.wait(joinRoundMs) && !m_terminal->IsStillReading() &&
            !deadline.hasExpired())
         QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
-    if (m_thread.isRunning()) {
-        // The program ends now, and nothing that this thread could still do is wanted.
-        qCWarning(Taskmill_ConsoleLog, "The console does not end by itself");
-        m_thread.terminate();
-        m_thread.wait();
-    }
+    if (!m_thread.isRunning())
+        return true;
+    // The program ends now, and nothing that this thread could still do is wanted.
+    qCWarning(Taskmill_ConsoleLog, "The console does not end by itself");
+    m_thread.terminate();
+    return m_thread.wait(terminationMs);
 }
 
 void Taskmill_Console::RunSlot()

@@ -20,7 +20,7 @@ class Taskmill_Console : public QObject
 public:
     Taskmill_Console(QString banner, bool noEventLoop, Taskmill_ConsoleContext context,
                      std::unique_ptr<Taskmill_ConsoleTerminal> terminal);
-    /// Ends the reading and waits for the thread, serving what it still asks of this one; for 10 s at most.
+    /// End(), and waits for the thread.
     ~Taskmill_Console() override;
     Q_DISABLE_COPY_MOVE(Taskmill_Console)
 
@@ -29,6 +29,10 @@ public:
     [[nodiscard]] Taskmill_ConsoleActions &Actions() { return m_actions; }
     /// May be asked from any thread.
     [[nodiscard]] bool IsQuitting() const { return m_quitting; }
+
+    /// QuitSlot(), and ends the thread. False when the system holds that up, as on a drive that does not
+    /// answer: the object must stay then as long as the program, as its destructor would wait.
+    [[nodiscard]] bool End();
 
     /// What is under way goes on, but nothing of it reaches the manager any more.
     void TakeNoMoreCommands();

@@ -32,7 +32,8 @@ public:
     /// Listings are made to fit a terminal of so many columns, 0 for any width.
     [[nodiscard]] QString QueueListing(Taskmill_Destination destination, int width) const;
     [[nodiscard]] QString FinishedListing(int width) const;
-    /// What reads the processes for the listing. Keeps the choice, also for the window's table.
+    /// Returns a function that reads the processes for the listing. The choice is remembered, also for the
+    /// window's table.
     [[nodiscard]] Taskmill_RunningJobs::Reading ProcessReading(bool onlyKnownJobTypes) const;
     [[nodiscard]] QString ProcessListing(const QList<Taskmill_ProcessRecord> &processes, int width) const;
     [[nodiscard]] QString JobTypeListing(int width) const;

@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -239,7 +240,7 @@ void Taskmill_ConsoleCommands::WaitForKill(int jobID)
             const Taskmill_Job *job = owner ? owner->Jobs().FindByJobID(jobID) : nullptr;
             isWaiting = job && job->IsBeingKilled();
         });
-        // Without a thread of its own it must not hold up what it waits for.
+        // This may be the main thread, whose event loop must go on for the kill to end.
         constexpr int pauseMs = 5;
         QEventLoop pause;
         QTimer::singleShot(pauseMs, &pause, &QEventLoop::quit);
@@ -360,7 +361,7 @@ void Taskmill_ConsoleCommands::Quit(Taskmill_Ending ending)
         [&](Taskmill_ConsoleActions &actions) { return &exit.emplace(actions.Destinations()); });
     std::optional<Taskmill_ClosingDialogue> closing;
     const bool ends = exit && exit->IsConfirmed() && MayClose(closing);
-    // Before the end, from which nothing comes back here without an event loop.
+    // Printed before the program ends: without an event loop the call that ends it does not return here.
     Print(u"\n"_s);
     if (!ends)
         return;
@@ -398,14 +399,22 @@ void Taskmill_ConsoleCommands::Clear()
 
 void Taskmill_ConsoleCommands::ListDirectory(const QString &line)
 {
-    QProcess process;
-    Taskmill_ConsoleShell::StartDirectoryCommand(process, line);
-    while (process.state() != QProcess::NotRunning && !process.waitForFinished(childRoundMs)) {
-        if (m_conversation.IsEnding() || m_conversation.Terminal().IsBrokenOff())
-            process.kill();
+    constexpr int mostKills = 20;
+    auto process = std::make_unique<QProcess>();
+    Taskmill_ConsoleShell::StartDirectoryCommand(*process, line);
+    for (int kills = 0;
+         process->state() != QProcess::NotRunning && !process->waitForFinished(childRoundMs);) {
+        if (m_conversation.IsEnding() || m_conversation.Terminal().IsBrokenOff()) {
+            process->kill();
+            // On a drive that does not answer it stays as long as that does, and so does what waits for it.
+            if (++kills > mostKills) {
+                (void)process.release();
+                return;
+            }
+        }
         // What was posted meanwhile does not wait for the end.
         Print({});
     }
-    QString listing = KilnUtil_StandardStreams::TextOfTool(process.readAllStandardOutput());
+    QString listing = KilnUtil_StandardStreams::TextOfTool(process->readAllStandardOutput());
     Print(u'\n' + listing.replace("\r\n"_L1, "\n"_L1) + u"\n\n"_s);
 }

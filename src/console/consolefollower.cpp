@@ -65,7 +65,7 @@ bool Taskmill_ConsoleFollower::PrintWhatFollows()
     const QString text = m_decoder.decode(bytes);
     if (!text.isEmpty())
         m_endsLine = text.endsWith(u'\n');
-    // Also what was posted meanwhile.
+    // Printing an empty text, too, writes what other threads have posted meanwhile.
     m_conversation.Print(text);
     return !bytes.isEmpty();
 }

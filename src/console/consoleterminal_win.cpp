@@ -129,7 +129,7 @@ private:
         return {bytes.data(), read ? static_cast<qsizetype>(count) : 0};
     }
 
-    /// Takes the keys up to that one.
+    /// Takes the keys that were pressed, up to the Escape key.
     [[nodiscard]] bool EscapeWasPressed() const
     {
         std::array<INPUT_RECORD, 128> events{};

@@ -13,7 +13,7 @@ struct sigaction before
 
 void HandleSignal(int signal, siginfo_t *information, void *)
 {
-    // The terminal itself sends in the name of the system, a program in its user's.
+    // A SIGINT of the terminal comes from the kernel, that of a program from its user.
     if (information->si_code == SI_KERNEL)
         pressed();
     else if (before.sa_handler != SIG_DFL)

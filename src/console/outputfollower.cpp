@@ -12,7 +12,7 @@ Taskmill_OutputFollower::Taskmill_OutputFollower(const Taskmill_Job &job, qint64
     if (!m_process)
         return;
     m_offset = qMax(qint64{0}, m_process->Output().TotalSize() - most);
-    // The process goes soon after its end.
+    // The process object is destroyed soon after its program has ended.
     connect(m_process, &KilnUtil_Process::FinishedSignal, this, [this] {
         m_last += m_process->Output().ReadFrom(m_offset);
         m_hasEnded = true;

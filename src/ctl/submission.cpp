@@ -78,14 +78,15 @@ std::string EndText(const Taskmill_CtlNotification &notification)
 {
     const std::string status = notification.Value("jobstatus");
     const std::string exitCode = notification.Value("jobexitcode");
-    // Who was killed did not choose the code.
+    // A program that was killed did not choose its exit code.
     const bool hasExitCode = status != "killed" && !exitCode.empty() && exitCode != "0";
     const std::string end = hasExitCode ? status + ", exit code " + exitCode : status;
     const std::string result = notification.Value(resultKey);
     return result.empty() ? end : end + "; result: " + result;
 }
 
-/// Of a calculation that asked for its result; what is of no known program is judged by its status alone.
+/// Whether the job has succeeded, by its result where that was asked for. An output of no known program has
+/// none: then the status decides.
 bool HasSucceeded(const Taskmill_CtlNotification &notification)
 {
     const std::string result = notification.Value(resultKey);
@@ -244,7 +245,7 @@ void Taskmill_Submission::PrintAccepted(const Taskmill_SubmitOptions::InputFile 
         return;
     }
     for (const Taskmill_CtlJob &job : jobs) {
-        // Who has named the type knows it.
+        // A user who has named the job type does not need to read it.
         const bool namesType = m_options.JobType.empty() && !job.TypeName.empty();
         Taskmill_PrintLine("Job " + job.Number + ": " + file.Given +
                            (namesType ? " (" + job.TypeName + ')' : ""));

@@ -108,24 +108,56 @@ bool Taskmill_AddedFields::Set(const QSqlDatabase &connection, Taskmill_FieldOwn
         return true;
     if (!Create(connection))
         return false;
-    QSqlQuery *insert = m_statements.Find(
-        connection, u"INSERT INTO AddedFields (Owner, OwnerID, Name, Value) VALUES (?, ?, ?, ?)"_s);
-    if (!insert)
-        return false;
     for (const auto &[name, value] : fields.asKeyValueRange()) {
-        if (!Taskmill_DatabaseStatements::Run(*insert, {OwnerText(owner), ownerID, name, value})) {
-            qCWarning(Taskmill_DBLog, "Added fields: %ls", qUtf16Printable(insert->lastError().text()));
+        if (!RunPrepared(connection,
+                         u"INSERT INTO AddedFields (Owner, OwnerID, Name, Value) VALUES (?, ?, ?, ?)"_s,
+                         {OwnerText(owner), ownerID, name, value}))
             return false;
-        }
     }
     Owners(connection, owner).insert(ownerID);
     return true;
+}
+
+bool Taskmill_AddedFields::SetOne(const QSqlDatabase &connection, Taskmill_FieldOwner owner, qint32 ownerID,
+                                  const QString &name, const QString &value)
+{
+    if (value.isEmpty())
+        return !Has(connection, owner, ownerID) ||
+               RunPrepared(connection,
+                           u"DELETE FROM AddedFields WHERE Owner = ? AND OwnerID = ? AND Name = ?"_s,
+                           {OwnerText(owner), ownerID, name});
+    if (!Create(connection) ||
+        !RunPrepared(
+            connection,
+            u"INSERT OR REPLACE INTO AddedFields (Owner, OwnerID, Name, Value) VALUES (?, ?, ?, ?)"_s,
+            {OwnerText(owner), ownerID, name, value}))
+        return false;
+    Owners(connection, owner).insert(ownerID);
+    return true;
+}
+
+bool Taskmill_AddedFields::RunPrepared(const QSqlDatabase &connection, const QString &statement,
+                                       const QVariantList &values)
+{
+    QSqlQuery *prepared = m_statements.Find(connection, statement);
+    if (prepared && Taskmill_DatabaseStatements::Run(*prepared, values))
+        return true;
+    if (prepared)
+        qCWarning(Taskmill_DBLog, "Added fields: %ls", qUtf16Printable(prepared->lastError().text()));
+    return false;
 }
 
 bool Taskmill_AddedFields::Remove(const QSqlDatabase &connection, Taskmill_FieldOwner owner,
                                   const QList<qint32> &ownerIDs)
 {
     QSet<qint32> &owners = Owners(connection, owner);
+    // At every start and end of a job.
+    if (ownerIDs.size() == 1) {
+        if (!owners.remove(ownerIDs.first()))
+            return true;
+        return RunPrepared(connection, u"DELETE FROM AddedFields WHERE Owner = ? AND OwnerID = ?"_s,
+                           {OwnerText(owner), ownerIDs.first()});
+    }
     // The text of a statement is limited to a million bytes.
     constexpr qsizetype mostAtOnce = 50'000;
     QStringList numbers;

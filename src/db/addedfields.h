@@ -49,6 +49,9 @@ public:
     /// Makes these the only fields of the owner.
     [[nodiscard]] bool Set(const QSqlDatabase &connection, Taskmill_FieldOwner owner, qint32 ownerID,
                            const Fields &fields);
+    /// Makes that one field another one, and leaves the others; without a value there is none.
+    [[nodiscard]] bool SetOne(const QSqlDatabase &connection, Taskmill_FieldOwner owner, qint32 ownerID,
+                              const QString &name, const QString &value);
     [[nodiscard]] bool Remove(const QSqlDatabase &connection, Taskmill_FieldOwner owner,
                               const QList<qint32> &ownerIDs);
     /// Removes the fields of all owners of the kind but those whose numbers the query gives.
@@ -63,6 +66,7 @@ public:
 
 private:
     bool Create(const QSqlDatabase &connection);
+    bool RunPrepared(const QSqlDatabase &connection, const QString &statement, const QVariantList &values);
     QSet<qint32> &Owners(const QSqlDatabase &connection, Taskmill_FieldOwner owner);
 
     Taskmill_DatabaseStatements m_statements;

@@ -11,6 +11,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 constexpr std::chrono::milliseconds collecting{900};
+/// So many do not wait so long: while the log is brought onto the disk, a commit that makes it longer may
+/// have to wait, and it waits the longer the more there is.
+constexpr qint64 mostCollected = 500;
+/// In pages: the disk gets back what a longer one takes.
+constexpr int longLog = 20'000;
 
 /// The base of the copy was written without waiting for the disk.
 void SyncFile(sqlite3 *database)
@@ -44,7 +49,8 @@ void Taskmill_Checkpointer::NoteChange()
 {
     {
         const std::lock_guard lock{m_mutex};
-        if (++m_lastChange > m_stored + 1)
+        ++m_lastChange;
+        if (m_lastChange > m_stored + 1 && m_lastChange != m_tried + mostCollected)
             return;
     }
     m_wake.notify_one();
@@ -67,7 +73,8 @@ qint64 Taskmill_Checkpointer::WaitForChanges()
     std::unique_lock lock{m_mutex};
     m_wake.wait(lock, [this] { return m_lastChange > m_stored || m_ends; });
     // More may come at once.
-    m_wake.wait_for(lock, collecting, [this] { return m_ends; });
+    m_wake.wait_for(lock, collecting, [this] { return m_lastChange >= m_tried + mostCollected || m_ends; });
+    m_tried = m_lastChange;
     return m_ends ? 0 : m_lastChange;
 }
 
@@ -81,7 +88,11 @@ bool Taskmill_Checkpointer::Store(sqlite3 *database) const
     if (result != SQLITE_OK && result != SQLITE_BUSY)
         qCWarning(Taskmill_DBLog, "Cannot bring changes into %ls: %s", qUtf16Printable(m_path),
                   sqlite3_errstr(result));
-    return result == SQLITE_OK && copied == inLog;
+    const bool isAllStored = result == SQLITE_OK && copied == inLog;
+    // In a pause after many changes.
+    if (isAllStored && inLog > longLog)
+        sqlite3_wal_checkpoint_v2(database, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+    return isAllStored;
 }
 
 void Taskmill_Checkpointer::Run()

@@ -41,6 +41,7 @@ private:
     std::condition_variable m_wake;
     qint64 m_lastChange = 0;
     qint64 m_stored = 0; ///< the last change of which it is known
+    qint64 m_tried = 0;  ///< the last one that it was tried for
     bool m_ends = false;
     std::unique_ptr<QThread> m_thread;
 };

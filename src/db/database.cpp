@@ -43,7 +43,7 @@ void Taskmill_Database::ForgetContent()
 void Taskmill_Database::Close()
 {
     m_tablesReady = false;
-    // It has a connection of its own to the same file.
+    // The checkpointer has a connection of its own to the same file.
     m_checkpointer.reset();
     ForgetContent();
     KilnUtil_Database_Foundation::Close();
@@ -215,7 +215,7 @@ bool Taskmill_Database::LoadIntoMemory(const QString &fileName, QString *reason)
 
 bool Taskmill_Database::LoadIntoStorage(const QString &fileName, QString *reason)
 {
-    // Written in one go, without a log; only then it is opened to be changed.
+    // The file is written in one go, without a log, and only then opened to be changed.
     Close();
     return TakeResult(Taskmill_CopyIntoFile(fileName, StoragePath(), reason)) && Open();
 }
@@ -244,13 +244,14 @@ bool Taskmill_Database::PrepareConnection()
         return true;
     QSqlQuery query{Connection()};
     // The checkpointer brings the base onto the disk, and later the log; the last statement is for one that
-    // cannot keep up.
+    // cannot keep up. It holds the event loop, so it comes long after the log would be begun anew if there
+    // were a pause.
     const bool isInLogMode = Execute(u"PRAGMA synchronous = OFF"_s) &&
                              query.exec(u"PRAGMA journal_mode = WAL"_s) && query.next() &&
                              query.value(0).toString().compare("wal"_L1, Qt::CaseInsensitive) == 0;
     query.finish();
     return isInLogMode && Execute(u"PRAGMA synchronous = NORMAL"_s) &&
-           query.exec(u"PRAGMA wal_autocheckpoint = 20000"_s);
+           query.exec(u"PRAGMA wal_autocheckpoint = 100000"_s);
 }
 
 void Taskmill_Database::StartCheckpoints()
@@ -272,7 +273,7 @@ void Taskmill_Database::GiveUpStorage()
 
 bool Taskmill_Database::InTransaction(const std::function<bool()> &write)
 {
-    // Part of the one that is under way.
+    // The writing becomes part of the transaction that is under way.
     if (m_isInTransaction)
         return write();
     const QScopedValueRollback inside{m_isInTransaction, true};
@@ -307,9 +308,9 @@ bool Taskmill_Database::RecordStart(const Taskmill_JobRecord &job)
     if (!IsOpen())
         return true;
     return Untracked([&] {
-        // Where its run is found.
-        return AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID,
-                                 Taskmill_FieldsOfJob(job)) &&
+        // Where its run is found. Its other fields are there.
+        return AddedFields().SetOne(Connection(), Taskmill_FieldOwner::Job, job.JobID, Taskmill_RunField,
+                                    job.Run) &&
                m_longJobs.RecordStart(job.JobID) && m_shortJobs.RecordStart(job.JobID) &&
                m_queuelessJobs.RecordStart(job.JobID) && m_workingCopy.AddRun(job.JobID);
     });
@@ -579,9 +580,9 @@ Taskmill_Database::MakeFinishedJobReader(const Taskmill_FinishedJobReading &read
     return m_finishedJobs.MakeReader(reading);
 }
 
-QHash<qint32, Taskmill_AddedFields::Fields> Taskmill_Database::GetAddedFieldsOfJobs()
+QHash<qint32, Taskmill_AddedFields::Fields> Taskmill_Database::GetAddedFieldsOfJobs(const QString &jobIDs)
 {
-    return AddedFields().Read(Connection(), Taskmill_FieldOwner::Job, u"SELECT OwnerID FROM AddedFields"_s);
+    return AddedFields().Read(Connection(), Taskmill_FieldOwner::Job, jobIDs);
 }
 
 qint32 Taskmill_Database::LargestJobID()

@@ -160,8 +160,9 @@ public:
     /// What reads many of them, with these columns or, when none is named, all but the output.
     [[nodiscard]] std::unique_ptr<Taskmill_FinishedJobReader>
     MakeFinishedJobReader(const Taskmill_FinishedJobReading &reading = {});
-    /// What no table has a column for, of all jobs.
-    [[nodiscard]] QHash<qint32, Taskmill_AddedFields::Fields> GetAddedFieldsOfJobs();
+    /// What no table has a column for, of these jobs: numbers with commas, or a statement; all by default.
+    [[nodiscard]] QHash<qint32, Taskmill_AddedFields::Fields>
+    GetAddedFieldsOfJobs(const QString &jobIDs = QStringLiteral("SELECT OwnerID FROM AddedFields"));
     /// The largest job number of the four job tables; -1 when they hold none.
     [[nodiscard]] qint32 LargestJobID();
 

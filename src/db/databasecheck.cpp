@@ -46,7 +46,8 @@ int Begin(sqlite3 *database)
                                : result;
 }
 
-/// Without what has been rolled back from it the content may be half of a change.
+/// Whether a journal beside the file holds an unfinished change that could not be rolled back: the content
+/// may be half of a change then.
 bool HasOpenJournal(int result, const QString &path)
 {
     return (result & 0xff) == SQLITE_READONLY ||

@@ -193,7 +193,8 @@ int LoadIntoFile(const QString &newFile, const QString &path, QString &reason)
     return result == SQLITE_OK && !QFile::setPermissions(newFile, ownerOnly) ? SQLITE_PERM : result;
 }
 
-/// They belong to content that is gone; SQLite would apply them to what stands there now.
+/// Removes SQLite's files beside a database: they belong to content that is gone, and SQLite would apply them
+/// to the new one.
 void RemoveFilesBeside(const QString &path)
 {
     for (const auto suffix : {"-journal"_L1, "-wal"_L1, "-shm"_L1})
@@ -315,7 +316,7 @@ int Save(sqlite3 *database, const QString &path,
 int Report(int result, bool isSave, const QString &path, const QString &problem, QString *reason)
 {
     if (result != SQLITE_OK)
-        // Whoever wanted it reports it to the user.
+        // The caller reports the failure to the user.
         qCInfo(Taskmill_DBLog, "Cannot %s %ls: %s. %ls", isSave ? "save" : "load", qUtf16Printable(path),
                sqlite3_errstr(result), qUtf16Printable(problem));
     if (reason)

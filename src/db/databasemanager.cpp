@@ -111,7 +111,7 @@ Taskmill_Database *Taskmill_Database_Manager::CurrentDatabase() const
 
 void Taskmill_Database_Manager::CloseAll()
 {
-    // Nobody whom a closing database calls back may still find it here.
+    // What a closing database calls back must not find it as the current one any more.
     m_current = nullptr;
     const auto databases = std::exchange(m_databases, {});
     for (const auto &database : databases)

@@ -21,7 +21,7 @@ public:
     /// cannot be prepared.
     [[nodiscard]] QSqlQuery *Find(const QSqlDatabase &connection, const QString &name,
                                   const TextMaker &makeText);
-    /// The statement whose name is its text.
+    /// The statement whose text also serves as its name.
     [[nodiscard]] QSqlQuery *Find(const QSqlDatabase &connection, const QString &text);
     void Clear() { m_statements.clear(); }
 

@@ -98,7 +98,7 @@ bool Taskmill_FinishedJobReader::OpenOwn()
     m_find.reset();
     m_read.reset();
     m_own = std::move(own);
-    // Nobody may have it when it is closed.
+    // No copy of the shared connection may be left when its owner closes it.
     m_shared = {};
     return true;
 }

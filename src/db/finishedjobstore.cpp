@@ -90,7 +90,7 @@ bool Taskmill_FinishedJobStore::DeleteRows(const QList<qint64> &keys)
         return keys.isEmpty();
     const QString statement = u"DELETE FROM FinishedJobs WHERE %1 BETWEEN ? AND ?"_s.arg(RowKeyColumn());
     const bool deleted = InTransaction([&] {
-        // Neighbours at once.
+        // One statement deletes a whole range of neighbouring keys.
         for (auto first = keys.cbegin(); first != keys.cend();) {
             auto last = first;
             while (last + 1 != keys.cend() && *(last + 1) == *last + 1)
@@ -117,7 +117,7 @@ void Taskmill_FinishedJobStore::Load()
     m_jobTypes = JobTypesByID();
     QList<Taskmill_FinishedRow> &rows = m_rows.emplace();
     m_largestJobID = -1;
-    // All that opening a project reads of them.
+    // Opening a project reads nothing more of its finished jobs than this.
     Taskmill_RowCursor cursor{
         Connection(),
         u"SELECT %1, JobID, JobID < 2147483647 FROM FinishedJobs ORDER BY 1"_s.arg(RowKeyColumn())};
@@ -132,7 +132,7 @@ QList<Taskmill_FinishedRow> Taskmill_FinishedJobStore::Rows()
 {
     if (!Open())
         return {};
-    // Another program may have changed what is no database in memory.
+    // Another program may have changed a database that is not in memory.
     if (!m_rows || !IsInMemory())
         Load();
     return *m_rows;

@@ -50,7 +50,7 @@ public:
 private:
     void Load();
     [[nodiscard]] QStringList ColumnsWithoutOutput() const;
-    /// Of the table in SQLite every row has a number, whatever its columns are.
+    /// The column of the rows' keys: SQLite numbers the rows of any table, whatever its columns are.
     [[nodiscard]] QString RowKeyColumn() const;
     /// Takes these out of what is remembered and returns the numbers of their jobs.
     QList<qint32> TakeOut(const QList<qint64> &keys);

@@ -26,7 +26,6 @@ constexpr std::array fileFields{
 /// front of its own name.
 constexpr auto placeholderPrefix = "Placeholder "_L1;
 constexpr int placeholderDigits = 3;
-constexpr auto runField = "Run"_L1;
 constexpr auto clientResultField = "ClientResult"_L1;
 /// Everything that the output said, as JSON.
 constexpr auto resultDetailsField = "ResultDetails"_L1;
@@ -45,7 +44,7 @@ constexpr std::array measureFields{
 /// What a finished job has besides.
 void AddFieldsOfEnd(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields &fields)
 {
-    // Of a completed job it is 0.
+    // The exit code of a completed job is always 0.
     if (job.Status != Taskmill_JobStatus::Completed && job.ExitCode)
         fields.insert(Taskmill_ExitCodeField, QString::number(*job.ExitCode));
     for (const MeasureField &field : measureFields) {
@@ -93,7 +92,7 @@ Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
     if (!job.OutputFile.isEmpty() && job.OutputFile == job.DerivedOutputFile())
         fields.remove(u"OutputFile"_s);
     if (!job.Run.isEmpty() && !job.IsFinished())
-        fields.insert(runField, job.Run);
+        fields.insert(Taskmill_RunField, job.Run);
     if (job.ClientResult)
         fields.insert(clientResultField, u"yes"_s);
     if (job.IsFinished())
@@ -113,7 +112,7 @@ void Taskmill_SetFieldsOfJob(Taskmill_JobRecord &job, const Taskmill_AddedFields
     }
     job.ClientResult = fields.value(clientResultField) == "yes"_L1;
     if (!job.IsFinished())
-        job.Run = fields.value(runField);
+        job.Run = fields.value(Taskmill_RunField);
     else
         SetFieldsOfEnd(job, fields);
     constexpr qsizetype nameBegin = placeholderPrefix.size() + placeholderDigits + 1;

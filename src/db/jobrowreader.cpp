@@ -63,8 +63,8 @@ Taskmill_JobType Taskmill_JobRowReader::JobType()
 {
     const qint32 jobTypeID = m_rows.Integer(m_jobTypeID);
     Taskmill_JobType jobType = m_jobTypes.value(jobTypeID);
-    // What ran, where it is asked for. Of a job type that was deleted nothing else is known, and with
-    // this the job can at least be recorded again.
+    // The row's own program, where its columns are read. Nothing else is known of a job type that was
+    // deleted, and with this the job can at least be recorded again.
     if (const QString executable = m_rows.Text(m_executablePath); !executable.isEmpty()) {
         jobType.ApplicationName = m_rows.Text(m_applicationName);
         jobType.ExecutablePath = executable;

@@ -24,7 +24,8 @@ public:
 private:
     [[nodiscard]] int Column(const QString &name) const;
     [[nodiscard]] Taskmill_JobType JobType();
-    /// That of the record, which takes its time: most jobs have endings of their files like the one before.
+    /// The record's derived output file. Deriving it anew each time is slow, and most jobs' files have the
+    /// same endings as those of the job before.
     [[nodiscard]] QString DerivedOutputFile(const Taskmill_JobRecord &job);
 
     struct Ending

@@ -44,11 +44,13 @@ bool Taskmill_QueuedJobStore::DeleteRows(qint32 jobID)
 
 bool Taskmill_QueuedJobStore::RecordStart(qint32 jobID)
 {
+    const QList<qint32> rows = Keys().values(jobID);
+    if (rows.isEmpty())
+        return true;
     const QString statement =
         u"UPDATE "_s + TableName() + u" SET Status = ?, Started = ? WHERE "_s + KeyColumn() + u" = ?"_s;
     const QVariantList values{Taskmill_JobStatusText(Taskmill_JobStatus::Running),
                               Taskmill_JobTime::Now().IsoText()};
-    const QList<qint32> rows = Keys().values(jobID);
     return std::ranges::all_of(
         rows, [&](qint32 key) { return RunPrepared(statement, values + QVariantList{key}); });
 }
@@ -57,7 +59,8 @@ QList<Taskmill_JobRecord> Taskmill_QueuedJobStore::GetAll()
 {
     if (!Open())
         return {};
-    // What ran is long, and of a waiting job it only stands in for a job type that was deleted.
+    // The stored program and command line are long, and a waiting job needs them only when its job type was
+    // deleted.
     static const QStringList standIns{u"ApplicationName"_s, u"ExecutablePath"_s, u"CommandLine"_s};
     QStringList columns = ColumnsToRead();
     if (!Connection().record(u"JobTypes"_s).isEmpty()) {

@@ -32,7 +32,7 @@ Taskmill_RowCursor::Taskmill_RowCursor(const QSqlDatabase &connection, const QSt
     }
     m_query.emplace(connection);
     m_query->setForwardOnly(true);
-    // What has places for values is run by Start().
+    // A statement with places for values is run by Start().
     if (statement.contains(u'?'))
         m_query->prepare(statement);
     else
@@ -109,7 +109,7 @@ QString Taskmill_RowCursor::Text(int column)
     }
     const QByteArrayView bytes = BytesOf(m_statement, column);
     if (bytes != QByteArrayView{before.bytes}) {
-        // In place: most are as long as those before.
+        // Overwrites the bytes in place: most texts are as long as those of the row before.
         before.bytes.resize(bytes.size());
         std::ranges::copy(bytes, before.bytes.begin());
         before.text = QString::fromUtf8(bytes);
@@ -128,7 +128,7 @@ qint32 Taskmill_RowCursor::Integer(int column) const
         return 0;
     if (m_query)
         return m_query->value(column).toInt();
-    // What is no number as a whole is none.
+    // A text that is not a number as a whole counts as none.
     return sqlite3_column_type(m_statement, column) == SQLITE_TEXT
                ? BytesOf(m_statement, column).toByteArray().toInt()
                : sqlite3_column_int(m_statement, column);

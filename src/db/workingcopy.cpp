@@ -40,7 +40,7 @@ bool WorksInWriteAheadMode(const QString &path)
                               "PRAGMA synchronous = OFF; PRAGMA journal_mode = WAL; BEGIN IMMEDIATE; "
                               "CREATE TABLE WorkingCopy (Name TEXT); COMMIT",
                               nullptr, nullptr, nullptr) == SQLITE_OK;
-    // The mode stays another where the file system is not fit for this one.
+    // SQLite silently keeps another mode where the file system is not fit for write-ahead mode.
     works = works && QFile::exists(path + u"-wal"_s);
     sqlite3_close(database);
     return works;
@@ -212,7 +212,7 @@ void Taskmill_WorkingCopy::Remove()
 {
     for (const QLatin1StringView suffix : databaseSuffixes)
         QFile::remove(m_base + suffix);
-    // Last: without it the files are nobody's.
+    // The lock goes last: as long as it is there, the files belong to this process.
     m_lock.Remove();
 }
 
@@ -242,7 +242,7 @@ Taskmill_ProjectLock::Taskmill_ProjectLock(const QString &projectPath)
     constexpr qsizetype digits = 16;
     const QByteArray hash = QCryptographicHash::hash(m_projectPath.toUtf8(), QCryptographicHash::Sha256);
     const QString name = u"/project-"_s + QString::fromLatin1(hash.toHex().first(digits)) + u".lock"_s;
-    // The other manager may have had room where this one has none.
+    // The lock of another manager may lie in another of these folders, when one of the two found no room.
     const QStringList folders = KilnUtil_MachineFolderPaths();
     for (const QString &other : folders) {
         if (other == folder || !KilnUtil_IsMachineFolder(other) || !QFile::exists(other + name))

@@ -187,7 +187,7 @@ private:
 
     void ReadScf(std::string_view text)
     {
-        // After "SCF=XQC" a second one follows where the first one failed.
+        // After "SCF=XQC" a second SCF follows where the first one failed.
         SetScf(m_isCriterionMet);
         m_isCriterionMet = true;
         const std::size_t equals = text.find('=');
@@ -357,7 +357,7 @@ void ReadLink0Into(const Link0 &link0, Taskmill_ProgramNeeds &needs)
     } else if (link0.name == "cpu") {
         needs.RaiseCores(CountCores(link0.value));
     } else if (link0.name == "mem") {
-        // Words where it has no unit.
+        // A number without a unit counts words.
         needs.RaiseMemory(Taskmill_Megabytes(link0.value, Taskmill_BytesOfWord));
     } else if (link0.name == "chk" && needs.Checkpoint.empty()) {
         needs.Checkpoint = link0.value;

@@ -76,7 +76,7 @@ private:
 
     void ReadFailureToConverge(std::string_view text)
     {
-        // So the optimisation says it; an SCF names the program that failed.
+        // The optimisation reports it in these words; for an SCF the line names the program that failed.
         if (Taskmill_Contains(text, "max. number of iterations"))
             SetGeometry(false);
         else

@@ -95,7 +95,7 @@ bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
     if (const QString runID = Taskmill_RunOfJob{m_record.Run}.RunID; keepers && !runID.isEmpty())
         m_process->SetKeeper(*keepers, runID);
     m_process->Start();
-    // The keepers may be out of order.
+    // When the keepers are out of order, this program runs the job itself.
     if (!m_process->IsKept())
         m_record.Run.clear();
     return true;
@@ -169,7 +169,7 @@ void Taskmill_Job::UseNewProcess()
 void Taskmill_Job::PutStartOff(const QString &reason)
 {
     m_isStartPutOff = true;
-    // The next try makes another one.
+    // The next try to start writes a new file for the standard input.
     if (!m_writtenInput.isEmpty())
         QFile::remove(std::exchange(m_writtenInput, {}));
     m_record.StdOutAndStdErr =
@@ -187,7 +187,7 @@ bool Taskmill_Job::Kill(Taskmill_ProcessInspector &inspector)
     }
     if (m_record.Status != Taskmill_JobStatus::Running || !m_process)
         return false;
-    // A keeper finds all of it, and leaves it time.
+    // A keeper finds all processes of its run by itself, and gives them time to end.
     if (const qint64 processID = m_process->ProcessID(); processID > 0 && !m_process->IsKept()) {
         // TerminateTree ends the direct children, whose own children would be out of reach afterwards.
         m_process->KillDescendants();
@@ -290,7 +290,7 @@ void Taskmill_Job::ProcessFinishedSlot(bool)
         TakeMeasuresOf(m_process->End());
     GatherLastOutput();
     m_record.SetStatus(status, true);
-    // It may have ended while nobody was there.
+    // The run may have ended while no manager was there to see it.
     if (m_record.EndMs > 0)
         m_record.Finished =
             qMax(m_record.Started, Taskmill_JobTime{QDateTime::fromMSecsSinceEpoch(m_record.EndMs)});

@@ -170,7 +170,7 @@ void Taskmill_JobContainer::TakeOut(const QList<Taskmill_Job *> &jobs)
     // In one pass: hundreds may leave a list of thousands.
     const QSet<Taskmill_Job *> leaving{jobs.begin(), jobs.end()};
     m_jobs.removeIf([&leaving](Taskmill_Job *job) { return leaving.contains(job); });
-    // They end side by side.
+    // All are asked to end first, so that their grace passes once for all and not one after another.
     for (Taskmill_Job *job : jobs)
         job->BeginKill();
     for (Taskmill_Job *job : jobs) {
@@ -371,7 +371,7 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
         m_services.Starts->JobStarts(job);
     if (!job.Start(m_services.Keepers))
         qCWarning(Taskmill_JobsLog, "Job %d: the file for its standard input cannot be written", job.JobID());
-    // It was started without a keeper after all: nobody is to look for its run.
+    // The job was started without a keeper after all: nobody is to look for its run.
     if (m_services.Keepers && job.Record().Run.isEmpty())
         RecordStartWithoutKeeper(job.JobID());
 }

@@ -18,10 +18,13 @@ void SetVariable(QProcessEnvironment &environment, const QString &name, const QS
 {
     if (name.isEmpty() || name.contains(u'='))
         return;
-    if (name.contains("GAUSS_MEMDEF"_L1, Qt::CaseInsensitive) && !IsPositiveNumber(value))
-        environment.remove(name);
-    else
+    // What is as it should be is left alone, as a change makes a copy of everything.
+    if (name.contains("GAUSS_MEMDEF"_L1, Qt::CaseInsensitive) && !IsPositiveNumber(value)) {
+        if (environment.contains(name))
+            environment.remove(name);
+    } else if (environment.value(name) != value || !environment.contains(name)) {
         environment.insert(name, value);
+    }
 }
 } // namespace
 

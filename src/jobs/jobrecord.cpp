@@ -51,7 +51,7 @@ bool Taskmill_JobRecord::HasFailed() const
 
 QString Taskmill_JobRecord::Folder() const
 {
-    // Of a million jobs in turn: no file is looked at.
+    // Works on the text of the path alone: a filter asks for the folders of a million jobs.
     const QString &file = InputFilePath.isEmpty() ? OutputFile : InputFilePath;
     const qsizetype end = std::max(file.lastIndexOf(u'/'), file.lastIndexOf(QDir::separator()));
     return QDir::toNativeSeparators(file.first(std::max<qsizetype>(end, file.startsWith(u'/') ? 1 : 0)));

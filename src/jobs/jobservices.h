@@ -13,8 +13,8 @@ struct Taskmill_JobServices
     Taskmill_JobStore &Store;
     Taskmill_FinishedJobsTaker &FinishedJobs;
     Taskmill_ProcessInspector &Inspector;
-    /// Where jobs end with the manager, there is none.
+    /// nullptr where jobs end with the manager.
     KilnUtil_RunKeepers *Keepers = nullptr;
-    /// Nobody need know.
+    /// nullptr where nobody reads the outputs of running jobs.
     Taskmill_JobStarts *Starts = nullptr;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// Never goes back.
+/// The time of a clock that never goes back, for measuring spans.
 [[nodiscard]] long long Taskmill_SteadyClockMs();
-/// Since 1970.
+/// The time of day, since 1970.
 [[nodiscard]] long long Taskmill_WallClockMs();

@@ -31,7 +31,7 @@ struct Plan
     bool isDirectoryMissing = false;
 };
 
-/// As the system gives them to a program that nobody has changed them for.
+/// Resets the signals to what the system gives a program by default.
 void ResetSignals()
 {
     struct sigaction usual
@@ -52,7 +52,7 @@ int BecomeJob(void *data)
     Plan &plan = *static_cast<Plan *>(data);
     setsid();
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    // It may have ended before that was in force.
+    // The keeper may have ended before the line above took effect.
     if (getppid() != plan.keeper)
         return neverSeen;
     dup2(plan.input, STDIN_FILENO);

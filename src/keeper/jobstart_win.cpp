@@ -30,7 +30,7 @@ private:
     HANDLE m_handle;
 };
 
-/// To be inherited.
+/// Opens a file with a handle that the new process inherits.
 HANDLE OpenFile(const std::string &path, DWORD access, DWORD disposition)
 {
     SECURITY_ATTRIBUTES inheritable{};

@@ -28,6 +28,11 @@ void Taskmill_Keeper::Run()
     ReadRestOfOutput();
 }
 
+Taskmill_KeeperChannel Taskmill_Keeper::TakeManager()
+{
+    return m_isFree ? std::move(m_manager) : Taskmill_KeeperChannel{};
+}
+
 void Taskmill_Keeper::Start()
 {
     // Before the program starts, and not without it: who finds this line without an end knows that the run is

@@ -24,6 +24,8 @@ public:
 
     /// Returns when the end is recorded and nothing of the run is left.
     void Run();
+    /// After Run(), the manager's connection, when this keeper has said that it is free for another order.
+    [[nodiscard]] Taskmill_KeeperChannel TakeManager();
 
 private:
     enum class Killing
@@ -93,6 +95,8 @@ private:
     bool m_hasMainEnded = false;
     bool m_hasChildren = false;
     bool m_isRecorded = false;
+    bool m_mayBeFree;      ///< for another order when this run is over
+    bool m_isFree = false; ///< as the manager was told
     long long m_retryAt = 0;
     long long m_listenAt = 0; ///< when it is tried again; 0 for at once
     std::string m_failedFile;

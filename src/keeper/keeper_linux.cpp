@@ -9,6 +9,7 @@
 #include <csignal>
 
 #include <fcntl.h>
+#include <sys/eventfd.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -40,6 +41,7 @@ Taskmill_Keeper::Taskmill_Keeper(Taskmill_KeeperMessage order, Taskmill_KeeperCh
     , m_manager{std::move(manager)}
     , m_system{std::make_unique<System>(system)}
     , m_output{"out/" + m_runID}
+    , m_mayBeFree{m_order.Number("more", 0) != 0}
 {
 }
 
@@ -168,6 +170,7 @@ long long Taskmill_Keeper::WriteToJournal(const std::string &text, int &error) c
 {
     const ssize_t count = write(m_system->journal, text.data(), text.size());
     error = errno;
+    eventfd_write(m_system->appended, 1);
     return count;
 }
 
@@ -195,7 +198,7 @@ void Taskmill_Keeper::EndAll() const
 {
     const std::vector<Taskmill_TreeProcess> tree = Taskmill_StopAll(Tree);
     Taskmill_SignalAll(tree, SIGKILL);
-    // Where the system shows no processes, at least the group of the program.
+    // Where /proc shows no processes, at least the process group of the program is ended.
     if (tree.empty() && !m_hasMainEnded)
         kill(-static_cast<pid_t>(m_main), SIGKILL);
 }

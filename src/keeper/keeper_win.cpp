@@ -62,6 +62,7 @@ Taskmill_Keeper::Taskmill_Keeper(Taskmill_KeeperMessage order, Taskmill_KeeperCh
     , m_manager{std::move(manager)}
     , m_system{std::make_unique<System>(std::move(system))}
     , m_output{"out/" + m_runID}
+    , m_mayBeFree{m_order.Number("more", 0) != 0}
 {
 }
 

@@ -3,6 +3,11 @@
 
 #include "keeper/clock.h"
 
+namespace {
+/// Until it is listened again, where the system had nothing for it.
+constexpr long long nextTryMs = 1000;
+} // namespace
+
 void Taskmill_Keeper::ReadManager()
 {
     std::optional<Taskmill_KeeperMessage> message;
@@ -33,11 +38,10 @@ void Taskmill_Keeper::LoseManager()
 
 void Taskmill_Keeper::ListenWhenDue()
 {
-    constexpr long long nextTryMs = 1000;
     if (m_isRecorded || m_manager.IsOpen() || m_listener.IsOpen() || Taskmill_SteadyClockMs() < m_listenAt)
         return;
     m_listener = Taskmill_KeeperChannel::Listen(".", m_runID);
-    // On a full disk there is no room for its name.
+    // Listening fails on a full disk, which has no room for the name of the socket.
     if (!m_listener.IsOpen())
         m_listenAt = Taskmill_SteadyClockMs() + nextTryMs;
 }
@@ -51,9 +55,13 @@ void Taskmill_Keeper::StopListening()
 
 void Taskmill_Keeper::TakeVisitor()
 {
-    // One that says nothing gives way to the next.
+    // A visitor that has not said yet what it wants gives way to the next one.
     if (Taskmill_KeeperChannel visitor = m_listener.Accept(); visitor.IsOpen())
         m_visitor = std::move(visitor);
+    if (m_listener.IsListening())
+        return;
+    StopListening();
+    m_listenAt = Taskmill_SteadyClockMs() + nextTryMs;
 }
 
 void Taskmill_Keeper::ReadVisitor()
@@ -76,10 +84,12 @@ void Taskmill_Keeper::ReadVisitor()
     }
     StopListening();
     m_manager = std::move(visitor);
+    // This keeper belongs to the manager that is gone.
+    m_mayBeFree = false;
     m_manager.Send(Taskmill_KeeperMessage{Taskmill_AdoptedWord});
     if (m_main >= 0)
         SendStarted();
-    // It could not be recorded yet.
+    // The run has ended, but its end could not be recorded yet.
     if (m_retryAt > 0)
         SendEnd();
 }
@@ -112,5 +122,8 @@ void Taskmill_Keeper::SendEnd()
     Taskmill_KeeperMessage message{Taskmill_EndWord};
     message.Add("record", record.ToLine());
     message.Add("file", m_failedFile);
+    // When the system ends everything, this process is to end, too.
+    m_isFree = m_mayBeFree && m_isRecorded && !m_hasChildren && m_killing == Killing::No;
+    message.Add("free", m_isFree ? 1 : 0);
     m_manager.Send(message);
 }

@@ -53,7 +53,8 @@ int KeepRun(Taskmill_KeeperChannel manager, HANDLE end, const std::string &journ
     system.journal = std::make_unique<Taskmill_OpenJournal>("journal/" + journal);
     const bool isReady = system.lock->IsHeld() && system.journal->IsOpen();
     manager.Send(Taskmill_KeeperMessage{isReady ? Taskmill_LockedWord : Taskmill_RefusedWord});
-    // With the lock, but before it is started: a manager that ends now has not started it.
+    // The keeper holds the lock of the run, but has not started it: when the manager ends now, the run was
+    // never started.
     if (!isReady || !WaitFor(manager, end, Taskmill_GoWord))
         return 0;
     order->Add("boot", Taskmill_BootID());

@@ -17,12 +17,15 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
+/// One that is used again costs no fork. Its journal stays as long as it does.
+constexpr int mostRunsOfKeeper = 32;
 /// A new journal is begun then, so that old ones can be removed.
 constexpr int mostStartsInJournal = 5000;
 /// Between two looks at what a killed keeper has left.
@@ -48,6 +51,7 @@ void WaitForEndOfKeeper(const std::string &runID)
 Taskmill_KeeperNursery::Taskmill_KeeperNursery(Taskmill_KeeperChannel manager, int signals, pid_t sweep)
     : m_manager{std::move(manager)}
     , m_signals{signals}
+    , m_appended{eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)}
     , m_bootID{Taskmill_BootID()}
 {
     if (sweep > 0)
@@ -57,7 +61,7 @@ Taskmill_KeeperNursery::Taskmill_KeeperNursery(Taskmill_KeeperChannel manager, i
 int Taskmill_KeeperNursery::Run()
 {
     // What a keeper leaves that was killed becomes a child of this process.
-    if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0 || !OpenJournal())
+    if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0 || m_appended < 0 || !OpenJournal())
         return 1;
     // Removes what nobody needs any more, while runs start already.
     DoAside({}, [] { Taskmill_RunJournals{"."}.Tidy(); });
@@ -72,7 +76,8 @@ int Taskmill_KeeperNursery::Run()
         EndLostRuns();
         StoreJournalWhenDue();
     }
-    if (!m_isKeeper && m_storeAt > 0)
+    eventfd_t appended = 0;
+    if (!m_isKeeper && eventfd_read(m_appended, &appended) == 0)
         fdatasync(m_journal);
     return 0;
 }
@@ -103,10 +108,15 @@ bool Taskmill_KeeperNursery::OpenJournal()
 
 void Taskmill_KeeperNursery::WaitForSomething()
 {
-    std::array<pollfd, 2> waits{{{.fd = m_signals, .events = POLLIN, .revents = 0},
-                                 {.fd = static_cast<int>(m_manager.Get()), .events = POLLIN, .revents = 0}}};
-    if (poll(waits.data(), waits.size(), WaitMs()) > 0 && waits[1].revents != 0)
+    std::array<pollfd, 3> waits{{{.fd = m_signals, .events = POLLIN, .revents = 0},
+                                 {.fd = static_cast<int>(m_manager.Get()), .events = POLLIN, .revents = 0},
+                                 {.fd = m_storeAt == 0 ? m_appended : -1, .events = POLLIN, .revents = 0}}};
+    if (poll(waits.data(), waits.size(), WaitMs()) <= 0)
+        return;
+    if (waits[1].revents != 0)
         ReadManager();
+    if (waits[2].revents != 0 && !m_isKeeper)
+        m_storeAt = Taskmill_SteadyClockMs() + storeWithinMs;
 }
 
 int Taskmill_KeeperNursery::WaitMs() const
@@ -121,6 +131,8 @@ void Taskmill_KeeperNursery::StoreJournalWhenDue()
     if (m_storeAt == 0 || Taskmill_SteadyClockMs() < m_storeAt)
         return;
     m_storeAt = 0;
+    eventfd_t ignored = 0;
+    eventfd_read(m_appended, &ignored);
     // No start waits for a slow disk.
     DoAside({}, [this] { fdatasync(m_journal); });
 }
@@ -130,7 +142,8 @@ void Taskmill_KeeperNursery::DoAside(const std::string &runID, const Work &work)
 {
     const pid_t child = fork();
     if (child == 0) {
-        // It may take long, and the manager is to see when this process is gone.
+        // The work may take long, and a connection that stays open would hide from the manager that this
+        // process is gone.
         m_manager.Close();
         work();
         _exit(0);
@@ -175,8 +188,6 @@ void Taskmill_KeeperNursery::Reap(pid_t child, bool hasCrashed)
         m_lostRuns.push_back(keeper->second);
         m_lostAt = Taskmill_SteadyClockMs();
     }
-    if (m_storeAt == 0)
-        m_storeAt = Taskmill_SteadyClockMs() + storeWithinMs;
     m_keepers.erase(keeper);
 }
 
@@ -184,7 +195,8 @@ void Taskmill_KeeperNursery::EndLostRuns()
 {
     if (m_lostRuns.empty())
         return;
-    // A keeper that ends in order leaves nothing, so whatever else is here belongs to a lost run.
+    // A keeper that ends in order leaves no processes, so every child but these helpers and keepers belongs
+    // to a lost run.
     std::set<pid_t> own;
     for (const auto *processes : {&m_keepers, &m_helpers}) {
         for (const auto &[process, runID] : *processes)
@@ -195,8 +207,8 @@ void Taskmill_KeeperNursery::EndLostRuns()
     };
     Taskmill_SignalAll(Taskmill_StopAll(left), SIGKILL);
     ReapAll();
-    // One that became lost meanwhile shows in the next round. What is in an uninterruptible wait ends when
-    // that is over, and does nothing before that.
+    // A run that became lost meanwhile shows in the next round. A process in an uninterruptible wait ends
+    // when that is over, and does nothing before that.
     const std::vector<Taskmill_TreeProcess> remaining = left();
     const bool isWaitLong = Taskmill_SteadyClockMs() >= m_lostAt + longestWaitMs;
     if (!std::ranges::all_of(remaining, [isWaitLong](const Taskmill_TreeProcess &process) {
@@ -254,10 +266,7 @@ void Taskmill_KeeperNursery::TakeOrder(Taskmill_KeeperMessage order, Taskmill_Ke
 {
     if (m_startsInJournal >= mostStartsInJournal)
         static_cast<void>(OpenJournal());
-    ++m_startsInJournal;
-    if (m_storeAt == 0)
-        m_storeAt = Taskmill_SteadyClockMs() + storeWithinMs;
-    order.Add("boot", m_bootID);
+    m_startsInJournal += mostRunsOfKeeper;
     const pid_t keeper = fork();
     if (keeper == 0) {
         BecomeKeeper(std::move(order), std::move(manager), lock);
@@ -282,8 +291,47 @@ void Taskmill_KeeperNursery::BecomeKeeper(Taskmill_KeeperMessage order, Taskmill
 {
     m_isKeeper = true;
     m_manager.Close();
-    Taskmill_Keeper{std::move(order),
-                    std::move(manager),
-                    {.lock = lock, .journal = m_journal, .signals = m_signals, .pipe = -1, .waits = {}}}
-        .Run();
+    std::optional<Taskmill_KeeperMessage> next{std::move(order)};
+    for (int runs = 1; next; ++runs) {
+        next->Add("boot", m_bootID);
+        next->Add("more", runs < mostRunsOfKeeper ? 1 : 0);
+        Taskmill_Keeper keeper{std::move(*next),
+                               std::move(manager),
+                               {.lock = lock,
+                                .journal = m_journal,
+                                .signals = m_signals,
+                                .appended = m_appended,
+                                .pipe = -1,
+                                .waits = {}}};
+        keeper.Run();
+        manager = keeper.TakeManager();
+        next = WaitForOrder(manager, lock);
+    }
+}
+
+std::optional<Taskmill_KeeperMessage>
+Taskmill_KeeperNursery::WaitForOrder(const Taskmill_KeeperChannel &manager, int &lock) const
+{
+    while (manager.IsOpen()) {
+        std::array<pollfd, 2> waits{
+            {{.fd = m_signals, .events = POLLIN, .revents = 0},
+             {.fd = static_cast<int>(manager.Get()), .events = POLLIN, .revents = 0}}};
+        poll(waits.data(), waits.size(), -1);
+        signalfd_siginfo signal{};
+        while (read(m_signals, &signal, sizeof signal) == static_cast<ssize_t>(sizeof signal)) {
+            if (signal.ssi_signo == SIGTERM)
+                return std::nullopt;
+        }
+        std::optional<Taskmill_KeeperMessage> message;
+        std::vector<int> files;
+        if (manager.Receive(message, &files) == Taskmill_KeeperChannel::State::Ended)
+            return std::nullopt;
+        if (message && message->Word() == Taskmill_StartWord && files.size() == 1) {
+            lock = files.front();
+            return message;
+        }
+        for (const int file : files)
+            close(file);
+    }
+    return std::nullopt;
 }

@@ -4,6 +4,7 @@
 #include "wire/keeperchannel.h"
 
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -40,10 +41,16 @@ private:
     /// The lock is the run's, see Taskmill_RunLock.
     void TakeOrder(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, int lock);
     void BecomeKeeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, int lock);
+    /// Of a keeper without a run: waits for the next order of its manager, and for its lock. Nothing when
+    /// there will be none.
+    [[nodiscard]] std::optional<Taskmill_KeeperMessage> WaitForOrder(const Taskmill_KeeperChannel &manager,
+                                                                     int &lock) const;
 
     Taskmill_KeeperChannel m_manager;
     int m_signals;
     int m_journal = -1;
+    /// Set by keepers that have written to the journal; looked at while nothing is to be stored yet.
+    int m_appended = -1;
     int m_startsInJournal = 0;
     long long m_storeAt = 0; ///< when the journal is to be safe from a loss of power; 0 when it is
     std::string m_bootID;

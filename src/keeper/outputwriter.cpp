@@ -26,7 +26,8 @@ void Taskmill_OutputWriter::Append(std::string_view bytes)
         m_dropped = static_cast<long long>(bytes.size() - stored);
         return;
     }
-    // Only with some room, or a disk that is nearly full would fill with these lines.
+    // The line is stored only together with new output, or a disk that is nearly full would fill with such
+    // lines.
     std::string text = "\n[... " + std::to_string(m_dropped) +
                        " bytes of output were left out here: " + m_file.ErrorText() + " ...]\n";
     text += bytes;
@@ -45,7 +46,7 @@ std::size_t Taskmill_OutputWriter::Store(std::string_view bytes)
     while (stored < bytes.size()) {
         const long long position = m_total + static_cast<long long>(stored);
         const long long place = PlaceOf(position);
-        // Room for that line is taken before it is needed.
+        // The line with the total takes its room before output is written over the beginning of the ring.
         if (position == FullSize && !StoreTotal(position))
             return stored;
         const auto most = static_cast<std::size_t>((place < HeadSize ? HeadSize : FullSize) - place);

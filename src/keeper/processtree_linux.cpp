@@ -69,7 +69,7 @@ std::string FolderOf(pid_t id)
     return "/proc/" + std::to_string(id);
 }
 
-/// Where the kernel does not list children.
+/// The children of a process, found among all processes, where the kernel does not list them.
 std::vector<pid_t> ChildrenInListing(pid_t parent)
 {
     std::vector<pid_t> children;
@@ -116,7 +116,8 @@ void AppendDescendants(const Taskmill_TreeProcess &root, const std::set<pid_t> &
                 if (child && child->parent == parent.id && !except.contains(id))
                     found.push_back(*child);
             }
-            // Else they may be another process's, which has its number now.
+            // When the parent has ended meanwhile, these may be the children of another process that has its
+            // number now.
             if (IsSame(parent))
                 next.insert(next.end(), found.begin(), found.end());
         }

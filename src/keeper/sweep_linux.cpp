@@ -36,7 +36,8 @@ void Taskmill_SweepLostRuns(const std::string &runID)
     const auto left = [&lost] {
         return Taskmill_ProcessesOfRuns(lost);
     };
-    // What is in an uninterruptible wait ends when that is over, whoever waits for it.
+    // A process in an uninterruptible wait has its signal already and ends when that wait is over: the sweep
+    // does not wait for it.
     constexpr int mostRounds = 100;
     constexpr timespec pause{.tv_sec = 0, .tv_nsec = 10'000'000};
     for (int round = 0; round < mostRounds; ++round) {

@@ -40,12 +40,16 @@ QString KilnUtil_ComputerData::HostName()
 
 QString KilnUtil_ComputerData::MachineID()
 {
-    // Not as it stands: it is not to be shown to others.
-    const QByteArray id = QSysInfo::machineUniqueId();
-    const QByteArray text = "taskmill " + (id.isEmpty() ? HostName().toUtf8() : id);
-    constexpr qsizetype digits = 16;
-    return QString::fromLatin1(
-        QCryptographicHash::hash(text, QCryptographicHash::Sha256).toHex().first(digits));
+    // Every start of a job asks for it.
+    static const QString machineID = [] {
+        // Not as it stands: it is not to be shown to others.
+        const QByteArray id = QSysInfo::machineUniqueId();
+        const QByteArray text = "taskmill " + (id.isEmpty() ? HostName().toUtf8() : id);
+        constexpr qsizetype digits = 16;
+        return QString::fromLatin1(
+            QCryptographicHash::hash(text, QCryptographicHash::Sha256).toHex().first(digits));
+    }();
+    return machineID;
 }
 
 QString KilnUtil_ComputerData::BootID()

@@ -23,13 +23,13 @@ QString NewConnectionName()
     return u"KilnUtil_Database_%1"_s.arg(++count);
 }
 
-bool IsInSQLiteTransaction(const QSqlDriver *driver)
+/// nullptr of another driver.
+sqlite3 *SQLiteOf(const QSqlDriver *driver)
 {
     const QVariant handle = driver->handle();
     if (!handle.isValid() || qstrcmp(handle.typeName(), "sqlite3*") != 0)
-        return false;
-    sqlite3 *database = *static_cast<sqlite3 *const *>(handle.constData());
-    return database && sqlite3_get_autocommit(database) == 0;
+        return nullptr;
+    return *static_cast<sqlite3 *const *>(handle.constData());
 }
 
 } // namespace
@@ -177,22 +177,40 @@ bool KilnUtil_Database_Foundation::BeginTransaction()
 {
     if (!IsOpen())
         return false;
-    if (IsInSQLiteTransaction(m_connection.driver()) || m_connection.transaction())
+    sqlite3 *sqlite = SQLiteOf(m_connection.driver());
+    if (sqlite && sqlite3_get_autocommit(sqlite) == 0)
         return true;
-    SetLastError(m_connection.lastError());
-    return false;
+    return sqlite ? RunSQLite("BEGIN") : Take(m_connection.transaction());
 }
 
 bool KilnUtil_Database_Foundation::Commit()
 {
-    if (!m_connection.commit()) {
-        SetLastError(m_connection.lastError());
+    const bool isCommitted =
+        SQLiteOf(m_connection.driver()) ? RunSQLite("COMMIT") : Take(m_connection.commit());
+    if (!isCommitted) {
         Rollback();
         return false;
     }
     if (m_tracksChanges)
         SetHasUnsavedChanges(true);
     return true;
+}
+
+/// Each start of a job waits for two of these, which take Qt's driver several times as long.
+bool KilnUtil_Database_Foundation::RunSQLite(const char *statement)
+{
+    sqlite3 *sqlite = SQLiteOf(m_connection.driver());
+    if (sqlite3_exec(sqlite, statement, nullptr, nullptr, nullptr) == SQLITE_OK)
+        return true;
+    m_lastErrorMessage = QString::fromUtf8(sqlite3_errmsg(sqlite));
+    return false;
+}
+
+bool KilnUtil_Database_Foundation::Take(bool isDone)
+{
+    if (!isDone)
+        SetLastError(m_connection.lastError());
+    return isDone;
 }
 
 void KilnUtil_Database_Foundation::Rollback()

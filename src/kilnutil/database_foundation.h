@@ -107,6 +107,10 @@ protected:
 private:
     void SetHasUnsavedChanges(bool hasUnsavedChanges);
 
+    [[nodiscard]] bool RunSQLite(const char *statement);
+    /// Whether that was done; else the connection says why not.
+    [[nodiscard]] bool Take(bool isDone);
+
     DatabaseTypeEnum m_kind;
     QString m_name;
     QString m_driverName;

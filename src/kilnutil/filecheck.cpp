@@ -3,12 +3,7 @@
 
 #include <QFileInfo>
 
-using namespace std::chrono_literals;
-
 namespace {
-/// Of the event loop.
-constexpr auto longestWait = 8ms;
-
 bool IsPossible(const QString &path)
 {
     return !path.isEmpty() && !path.contains(QChar::Null);
@@ -39,7 +34,7 @@ void KilnUtil_FileCheck::Find(const QStringList &paths, Check check, const Take 
             take(found);
         };
     });
-    m_thread.Wait(longestWait);
+    m_thread.Wait();
 }
 
 bool KilnUtil_FileCheck::Exists(const QString &path)

@@ -75,7 +75,7 @@ QByteArray KilnUtil_FileLock::Note(const QString &path)
 
 void KilnUtil_FileLock::Remove()
 {
-    // Gone with the last handle.
+    // The file disappears when its last handle is closed.
     if (IsHeld())
         DeleteFileW(reinterpret_cast<const wchar_t *>(QDir::toNativeSeparators(m_path).utf16()));
     Release();

@@ -28,8 +28,10 @@ public:
     /// Nothing that was asked for before is delivered any more. `read` must not use what may be gone when it
     /// runs.
     void Run(const Read &read);
+    /// As a rule files can be looked at within that time, which an event loop can spare.
+    static constexpr std::chrono::milliseconds ShortWait{8};
     /// Waits for what was asked for and delivers it, but waits no longer than that.
-    void Wait(std::chrono::milliseconds longest);
+    void Wait(std::chrono::milliseconds longest = ShortWait);
     /// Nothing is delivered any more.
     void Forget();
     /// Whether something that was asked for is still to be delivered.

@@ -38,7 +38,7 @@ void Taskmill_ChangedFileDialogue::Answer(const Taskmill_Answer &answer)
 {
     if (answer.IsNo())
         m_recoveredFile = m_project.OpenFileInstead();
-    // Asked once, also when that failed.
+    // The question is asked once: when the file could not be opened, the recovered changes count.
     m_project.KeepRecovered();
 }
 

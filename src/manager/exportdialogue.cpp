@@ -46,7 +46,8 @@ void Taskmill_ExportDialogue::Answer(const Taskmill_Answer &answer)
 {
     if (m_step == Step::AskForFile) {
         m_file = WithEnding(answer.file);
-        // Who has asked has done so about the name as it was typed only.
+        // The front end has asked about the name as it was typed; with the ending added it may be another
+        // existing file.
         const bool mayReplace = answer.mayReplaceFile && m_file == answer.file;
         m_step = m_file.isEmpty() || mayReplace || !QFileInfo::exists(m_file) ? Step::End
                                                                               : Step::AskWhetherToReplace;

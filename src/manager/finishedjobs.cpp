@@ -87,7 +87,8 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &ended, const std::f
     if (job.IsOutputLeft && !CanLeaveOutputs() && m_outputOfRun) {
         const OutputOfRun output = ReadOutputOfRun(job.Run);
         job.StdOutAndStdErr.prepend(output.Text);
-        // It stays where it is.
+        // An output that cannot be read whole now stays with its run, which is therefore not reported as
+        // stored.
         if (!output.IsWhole)
             job.Run.clear();
     }
@@ -119,7 +120,8 @@ qint64 Taskmill_FinishedJobs::BeginResult(Taskmill_JobRecord &job)
 {
     if (!m_results)
         return 0;
-    // Its status is not to wait for a file that is long, or on a drive that does not answer.
+    // The job's status does not wait for the result: the output may be long, or on a drive that does not
+    // answer.
     const qint64 number = ++m_lastResult;
     const auto result = m_results->ResultOfEnded(
         job, [this, number](const Taskmill_JobResult &late) { TakeResult(number, late); });
@@ -141,7 +143,8 @@ void Taskmill_FinishedJobs::TakeResult(qint64 number, const Taskmill_JobResult &
 
 void Taskmill_FinishedJobs::RecordResult(const Awaited &awaited, const Taskmill_JobResult &result)
 {
-    // Where nothing is said, and nobody waits, nothing is written.
+    // An output of no known program changes nothing in the row: only the notification that waits for it is
+    // sent.
     const Taskmill_FinishedEntry *entry = EntryWithKey(awaited.key);
     if (!entry || !result.IsOfKnownProgram()) {
         (void)m_outbox.SetResult(awaited.notification, result);
@@ -238,7 +241,7 @@ void Taskmill_FinishedJobs::Remember(Taskmill_JobRecord job, qint64 key)
 
 Taskmill_FinishedEntry *Taskmill_FinishedJobs::EntryWithKey(qint64 key)
 {
-    // It is one of the newest.
+    // The search begins at the end, as the entries that are looked for are among the newest.
     const auto entry = std::find_if(m_entries.rbegin(), m_entries.rend(),
                                     [key](const Taskmill_FinishedEntry &one) { return one.Key == key; });
     return entry == m_entries.rend() ? nullptr : &*entry;
@@ -308,20 +311,21 @@ void Taskmill_FinishedJobs::Load()
     m_entries.reserve(rows.size());
     for (const Taskmill_FinishedRow &row : rows)
         m_entries.append({row.Key, row.JobID, 0});
-    // Those of a manager that was ended by force, so that they do not depend on its keepers any longer.
+    // Takes over the outputs that a manager ended by force has left, so that they do not depend on its
+    // keepers any longer.
     if (database && m_outputOfRun) {
         m_leftOutputs = database->WorkingCopy().LeftOutputs();
         if (!TakeLeftOutputs())
             qCWarning(Taskmill_ManagerLog, "Outputs of finished jobs could not be written to the database");
     }
-    // Those of before are gone, and these are shown at once.
+    // The jobs before are gone; those of the new project are shown at once.
     ++m_generation;
     Q_EMIT JobsChangedSignal();
 }
 
 void Taskmill_FinishedJobs::Clear()
 {
-    // What reads in the background has the database open.
+    // The background readers have the database open.
     m_ranking.Stop();
     m_matching.Stop();
     m_outputGate->Close();
@@ -337,6 +341,7 @@ void Taskmill_FinishedJobs::Clear()
     m_leftOutputs.clear();
     m_unreadOutputs.clear();
     ++m_generation;
+    ++m_content;
     Q_EMIT JobsChangedSignal();
 }
 
@@ -373,7 +378,8 @@ qsizetype Taskmill_FinishedJobs::PositionOf(int jobID) const
     return m_entries.rend() - entry - 1;
 }
 
-/// One after the other costs more than single ones do, but less than many.
+/// Whether one reading of the whole table is quicker than looking the wanted jobs up one by one, as it is for
+/// many.
 bool Taskmill_FinishedJobs::IsWorthReadingAll(int since) const
 {
     constexpr qsizetype timesQuicker = 8;
@@ -395,7 +401,7 @@ void Taskmill_FinishedJobs::ForEach(const std::function<void(const Taskmill_JobR
     };
     Taskmill_Database *database = CurrentDatabase();
     if (database && IsWorthReadingAll(since)) {
-        // What is made of columns alone needs none.
+        // Values that follow from columns alone need no added fields.
         const auto fields = columns.isEmpty() ? database->GetAddedFieldsOfJobs()
                                               : QHash<qint32, Taskmill_AddedFields::Fields>{};
         const auto takeRow = [&](qint64 key, const Taskmill_JobRecord &job) {
@@ -424,6 +430,58 @@ void Taskmill_FinishedJobs::ForEach(const std::function<void(const Taskmill_JobR
         if (m_entries[position].JobID > since)
             take(JobAt(position));
     }
+}
+
+qsizetype Taskmill_FinishedJobs::PositionAt(const Taskmill_FinishedPlace &place) const
+{
+    if (place.Generation == m_generation)
+        return place.Position;
+    // Rows rise, and what has none stands behind them.
+    const auto next = std::ranges::find_if(m_entries, [&place](const Taskmill_FinishedEntry &entry) {
+        return entry.Key > place.Key || entry.Key < 0;
+    });
+    return place.Content == m_content || place.Position == 0 ? next - m_entries.begin() : m_entries.size();
+}
+
+bool Taskmill_FinishedJobs::ForSome(Taskmill_FinishedPlace &place, int count,
+                                    const std::function<void(const Taskmill_JobRecord &job)> &take,
+                                    int since) const
+{
+    qsizetype position = PositionAt(place);
+    while (position < m_entries.size() && m_entries[position].JobID <= since)
+        ++position;
+    const qsizetype end = qMin(position + count, m_entries.size());
+    QHash<qint64, Taskmill_JobRecord> jobs;
+    QHash<qint32, Taskmill_AddedFields::Fields> fields;
+    Taskmill_Database *database = CurrentDatabase();
+    if (database && position < end && m_entries[position].Key >= 0) {
+        QStringList jobIDs;
+        (void)database->MakeFinishedJobReader({})->Read(m_entries[position].Key - 1, count,
+                                                        [&](qint64 key, const Taskmill_JobRecord &job) {
+                                                            jobs.insert(key, job);
+                                                            jobIDs.append(QString::number(job.JobID));
+                                                        });
+        fields = database->GetAddedFieldsOfJobs(jobIDs.join(u','));
+    }
+    for (; position < end; ++position) {
+        const Taskmill_FinishedEntry &entry = m_entries[position];
+        place.Key = entry.Key;
+        if (entry.JobID <= since)
+            continue;
+        const auto read = jobs.find(entry.Key);
+        if (read == jobs.end()) {
+            take(JobAt(position));
+            continue;
+        }
+        if (const auto added = fields.constFind(entry.JobID); added != fields.constEnd())
+            Taskmill_SetFieldsOfJob(*read, *added);
+        m_origins.Restore(*read, entry.Origin);
+        take(*read);
+    }
+    place.Position = position;
+    place.Generation = m_generation;
+    place.Content = m_content;
+    return position < m_entries.size();
 }
 
 QList<Taskmill_JobRecord> Taskmill_FinishedJobs::Jobs() const
@@ -473,9 +531,12 @@ Taskmill_OutputText Taskmill_FinishedJobs::ReaderOfOutput(const Taskmill_JobReco
     return [gate = m_outputGate, row = database->ReaderOfFinishedJobOutput(key), printed,
             said = printed ? left->Said : QString{}] {
         return gate->Pass([&] {
-            // What is still with its run may have been written into its row meanwhile.
+            const OutputOfRun left = printed ? printed() : OutputOfRun{};
+            if (left.IsWhole && !left.Text.isEmpty())
+                return (left.Text + said).toUtf8();
+            // It may have been written into its row meanwhile.
             const QByteArray stored = row();
-            return stored.isEmpty() && printed ? (printed().Text + said).toUtf8() : stored;
+            return stored.isEmpty() ? (left.Text + said).toUtf8() : stored;
         });
     };
 }
@@ -496,7 +557,7 @@ void Taskmill_FinishedJobs::Remove(QList<int> positions)
             return false;
         ++next;
         m_read.remove(entry.Key);
-        // Another row may get the key; the client still wants the result.
+        // A new row may get this key, but the client of the removed job still waits for the result.
         for (Awaited &awaited : m_awaited)
             awaited.key = awaited.key == entry.Key ? keyOfNone : awaited.key;
         if (m_held.remove(entry.Key))
@@ -514,7 +575,7 @@ void Taskmill_FinishedJobs::Remove(QList<int> positions)
     m_isRemovalCounted = false;
     ++m_generation;
     Q_EMIT JobsChangedSignal();
-    // Few are gone when this returns.
+    // Removes the first rows now; the rest go in later turns of the event loop.
     RemoveSomeRows(0);
 }
 

@@ -24,6 +24,15 @@ class Taskmill_JobResults;
 class Taskmill_Outbox;
 struct Taskmill_FinishedJobReading;
 
+/// How far somebody has come who reads finished jobs in several steps; a new one is the beginning.
+struct Taskmill_FinishedPlace
+{
+    qsizetype Position = 0;
+    qint64 Key = std::numeric_limits<qint64>::min(); ///< of the entry before
+    int Generation = -1;
+    int Content = 0;
+};
+
 /// The jobs that have left their queue, in the order in which they arrived. There may be a million of them:
 /// their records are in the database and are read when they are asked for, apart from jobs that it does not
 /// have. The tab of the window adds the table.
@@ -51,6 +60,11 @@ public:
     /// table is wanted, or everything.
     void ForEach(const std::function<void(const Taskmill_JobRecord &job)> &take, int since = LowestJobID,
                  const QStringList &columns = {}) const;
+    /// The next ones behind the place, which is moved, whatever has come and gone since the last call. Looks
+    /// at so many entries; false when there are no more, or the project is another one.
+    [[nodiscard]] bool ForSome(Taskmill_FinishedPlace &place, int count,
+                               const std::function<void(const Taskmill_JobRecord &job)> &take,
+                               int since = LowestJobID) const;
     /// All of them, where they are known to be few.
     [[nodiscard]] QList<Taskmill_JobRecord> Jobs() const;
     /// The whole captured output of one of the jobs.
@@ -82,26 +96,26 @@ public:
     void SetResults(Taskmill_JobResults &results) { m_results = &results; }
     /// Waits for results that are not known yet, but no longer than that, and records them.
     void WaitForResults(std::chrono::milliseconds longest);
-    /// Reads those of the jobs that ended last, and have none: the manager before was ended by force.
+    /// Reads the results of the newest jobs that have none: the manager before was ended by force.
     void ReadLostResults();
     /// Writes the long outputs that are still with their runs into the rows of their jobs, so that these are
     /// whole. False when one cannot be written. One that cannot be read now stays where it is, as its row
     /// says.
     [[nodiscard]] bool TakeLeftOutputs();
-    /// Nobody wants them any more.
+    /// Forgets the long outputs that are still with their runs.
     void GiveUpLeftOutputs();
     /// Tries again to record jobs for which that has failed.
     void RecordMissing();
     /// Makes the list that of the open database.
     void Load();
-    /// The database is not touched.
+    /// Empties the list; the database is not touched.
     void Clear();
 
     /// Removes the jobs at these positions from the list and their rows from the open database, without
     /// asking: that is up to Taskmill_FinishedRemovalDialogue. The rows of many go little by little.
     void Remove(QList<int> positions);
     [[nodiscard]] bool IsRemoving() const { return !m_rowsToRemove.isEmpty(); }
-    /// Removes what is left of them now.
+    /// Removes at once the rows of removed jobs that are still there.
     void FinishRemovals();
 
     /// Another value whenever jobs have been removed or replaced; adding one leaves it.
@@ -163,6 +177,7 @@ private:
     void RemoveSomeRows(int longestMs);
     void ReportKeptRows();
     [[nodiscard]] bool IsWorthReadingAll(int since) const;
+    [[nodiscard]] qsizetype PositionAt(const Taskmill_FinishedPlace &place) const;
     [[nodiscard]] std::unique_ptr<Taskmill_JobRecord> Read(const Taskmill_FinishedEntry &entry) const;
     [[nodiscard]] Taskmill_FinishedScan::Task ScanOf(const Taskmill_FinishedJobReading &reading) const;
 
@@ -183,6 +198,7 @@ private:
     bool m_isRemovalCounted = false; ///< as one change of the project
     QTimer m_removalTimer;
     int m_generation = 0;
+    int m_content = 0; ///< another value for another project
     Taskmill_FinishedScan m_ranking;
     Taskmill_FinishedScan m_matching;
     std::shared_ptr<ReadingGate> m_outputGate;

@@ -19,7 +19,7 @@ public:
         m_matches[position] = m_filter.Matches(job);
     }
 
-    /// Of each job whether it is one of them.
+    /// For each job of the list, whether the filter shows it.
     [[nodiscard]] const QList<bool> &Matches() const { return m_matches; }
 
 private:

@@ -14,7 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 
 qint32 Taskmill_FinishedOrigins::Add(const Taskmill_JobRecord &job)
 {
-    // Those of the last jobs: job types are changed now and then.
+    // Only the newest origins are compared: job types are changed now and then.
     constexpr qsizetype mostCompared = 16;
     for (qsizetype place = m_origins.size(); place > 0 && m_origins.size() - place < mostCompared; --place) {
         const Origin &origin = m_origins[place - 1];
@@ -123,7 +123,7 @@ void Taskmill_FinishedScan::Begin(Task task, const std::shared_ptr<Work> &work, 
     Cancel();
     m_reading = std::make_shared<Reading>(std::move(task), work);
     m_done = std::move(done);
-    // What is cancelled ends soon, and begins this then.
+    // A thread that still ends a cancelled reading begins this one when it is done.
     if (!m_thread)
         Start();
 }

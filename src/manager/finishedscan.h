@@ -58,7 +58,7 @@ public:
 
         /// The job at that position of the list; they come in any order. One that cannot be read never does.
         virtual void Take(qsizetype position, const Taskmill_JobRecord &job) = 0;
-        /// All have come.
+        /// Called when all jobs have come.
         virtual void Finish() {}
     };
 

@@ -75,7 +75,8 @@ Taskmill_FollowedOutput::Part *Taskmill_FollowedOutput::KnownPart()
 
 bool Taskmill_FollowedOutput::Advance(qint64 most)
 {
-    // What counts less is read only as long as nothing that counts more is known.
+    // Parts stand in the order in which they count: a later one is read only while none before it is of a
+    // known program.
     qint64 left = most;
     for (Part &part : m_parts) {
         const bool hasMore = Advance(part, left);

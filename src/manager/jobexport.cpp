@@ -148,7 +148,7 @@ void Taskmill_JobExport::End()
     if (m_isJson && m_file.isOpen())
         m_file.write("\n]\n");
     const bool isWritten = m_file.error() == QFileDevice::NoError && m_file.commit();
-    // The user may take his time to read it, and close the window meanwhile.
+    // The error box may stay open for long, and the user may close the window meanwhile.
     const QPointer self{this};
     if (!isWritten)
         KilnUtil_Error::ReportError(u"Export"_s,

@@ -23,7 +23,7 @@ bool Taskmill_JobFilter::Matches(const Taskmill_JobRecord &job) const
         return false;
     if (m_words.isEmpty())
         return true;
-    // Whatever separators somebody types.
+    // A word finds its folder with "/" as with the separators of this system.
     const QString folder = QDir::fromNativeSeparators(job.Folder());
     const QString result = Taskmill_ResultText(job.Result);
     return std::ranges::all_of(m_words, [&](const QString &word) {

@@ -109,12 +109,13 @@ void Taskmill_JobResults::Begin(const Taskmill_Job &job, const Taskmill_OutputFi
         Drop(jobID, before->Number);
     m_running.insert(jobID, {.Number = number, .Job = &job, .HasFiles = !files.Paths.isEmpty()});
     m_jobs.insert(number, jobID);
-    // What its files are now, they are without it.
+    // What the job's output files hold now is of an earlier run: the worker looks at them before the job
+    // writes.
     if (!files.Paths.isEmpty())
         Worker().Follow(number, files);
     if (!m_newTimer.isActive())
         m_newTimer.start();
-    // One that is let go on ends without a word.
+    // A job that goes on without this program is destroyed without a signal of its end.
     connect(&job, &QObject::destroyed, this, [this, jobID, number] { Drop(jobID, number); });
 }
 

@@ -40,7 +40,7 @@ std::optional<Taskmill_Question> Taskmill_LeavingDialogue::Next()
 {
     if (m_stays)
         return std::nullopt;
-    // Each time: a job may have started while another question stood.
+    // Counted anew each time: a job may have started while another question was open.
     const int running = m_isDecided ? 0 : m_destinations.RunningCount();
     m_asksAboutJobs = running > 0;
     if (!m_asksAboutJobs)

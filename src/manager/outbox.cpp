@@ -123,7 +123,7 @@ void Taskmill_Outbox::HoldForResult(qint64 number)
 bool Taskmill_Outbox::SetResult(qint64 number, const Taskmill_JobResult &result)
 {
     Entry *entry = Find(number);
-    // What is on its way, or was given up, is as it is.
+    // A notification that is on its way, or was given up, is not changed any more.
     if (!entry || entry->heldUntilMs == 0)
         return true;
     entry->heldUntilMs = 0;
@@ -191,7 +191,7 @@ void Taskmill_Outbox::KeepStored()
 void Taskmill_Outbox::LeaveStored()
 {
     m_rowsToRemove.clear();
-    // They may be on their way.
+    // Stored notifications may be on their way: that is given up, as the next manager sends them again.
     m_notifier.Abort();
     m_sending = 0;
     for (auto &[name, lane] : m_lanes) {
@@ -246,7 +246,7 @@ void Taskmill_Outbox::SendDueSlot()
         if (!lane->second.isSending && lane->second.NextMs() <= now)
             due.push_back(lane);
     }
-    // Those that nobody took the last time are not to keep others waiting.
+    // Addresses that failed the last time come last, so that they do not keep others waiting.
     std::ranges::stable_sort(due, {}, [](const auto &lane) {
         return std::pair{lane->second.failures, lane->second.NextMs()};
     });
@@ -310,7 +310,7 @@ void Taskmill_Outbox::TakeFailure(Lane &lane, const QString &reason)
         DropFirst(lane, u"%1 tries have failed, the last one with: %2"_s.arg(lane.failures).arg(reason));
         return;
     }
-    // Unless it was a try besides the others.
+    // A try besides the regular ones does not move the time of the next regular one.
     if (lane.dueMs <= lane.triedMs)
         lane.dueMs = m_clock() + InMs(RetryAfter.at(failures - 1));
 }
@@ -367,7 +367,7 @@ void Taskmill_Outbox::StartTimer()
     }
     if (!m_rowsToRemove.isEmpty())
         consider(now + nextRemoval);
-    // Who sends calls back.
+    // While the most allowed are being sent no timer is needed: the end of each sending calls this again.
     if (m_hasStopped || !next || m_sending == MostAtOnce)
         m_timer.stop();
     else

@@ -57,9 +57,10 @@ public:
     /// The result of that job will be known a little later: its notification waits for it, when its client
     /// asked for it.
     void HoldForResult(qint64 number);
-    /// It is known, or will never be: the notification waits no longer. Belongs to a transaction, as Store().
+    /// The result that was waited for is known, or will never be: the notification waits no longer. Belongs
+    /// to a transaction, as Store().
     [[nodiscard]] bool SetResult(qint64 number, const Taskmill_JobResult &result);
-    /// Takes those that other managers have left, and stores them.
+    /// Takes the notifications that other managers have left, and stores them.
     void AddLeft(const QList<Taskmill_Notification> &notifications);
     /// Writes one to the open working copy, as part of the transaction that is under way; nothing for one
     /// that has been delivered. False when it cannot be written.

@@ -45,7 +45,7 @@ bool Taskmill_OutputFilePart::IsOfThisRun() const
         return false;
     if (!m_before || !IsSame(*now, *m_before))
         return true;
-    // The job may have written all of it before this was made.
+    // The job may have written the whole file before this object was made.
     return !m_wasAtOnce && ChangeOf(m_path) >= m_started.addMSecs(-tickMs);
 }
 

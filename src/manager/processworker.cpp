@@ -87,7 +87,7 @@ Taskmill_ProcessWorker::Taskmill_ProcessWorker(Taskmill_ProcessInspector &inspec
 Taskmill_ProcessWorker::~Taskmill_ProcessWorker()
 {
     m_thread->requestInterruption();
-    // Behind the work that waits: a process that the user wanted to be ended is.
+    // Quits behind the work that still waits: a process that the user wanted to be ended is ended.
     Run([thread = m_thread.get()] { thread->quit(); });
     if (m_thread->wait(QDeadlineTimer{m_timeLimit}))
         return;

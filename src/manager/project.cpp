@@ -100,7 +100,7 @@ bool Taskmill_Project::HasUnsavedChanges() const
 
 bool Taskmill_Project::OpenProject(const QString &path)
 {
-    // What goes on is found when another project was open meanwhile.
+    // Jobs can go on only while another project is open: they are found again when this one is opened next.
     const bool isOpenHere = m_lock && m_lock->IsOf(QFileInfo{path}.absoluteFilePath());
     return Open(path, isOpenHere ? Taskmill_LeavingDialogue::Jobs::MayEnd
                                  : Taskmill_LeavingDialogue::Jobs::MayGoOn);
@@ -146,7 +146,7 @@ bool Taskmill_Project::Open(const QString &path, Taskmill_LeavingDialogue::Jobs 
         return false;
     // The open project may have been written to this very file.
     if (leaving.IsSaved() && !left) {
-        // Before its file goes.
+        // The database is closed before its working copy is removed.
         opened.Database.reset();
         opened = Taskmill_OpenProjectFile(absolutePath, notices);
         if (!opened.Problem.isEmpty())
@@ -197,7 +197,7 @@ bool Taskmill_Project::TakeUp(Taskmill_LeftProject left, const QString &path)
     const bool isTaken = Taskmill_TakeUpWorkingCopy(*database);
     const auto ends = isTaken ? Taskmill_EndLeftRuns(*database, m_runs) : std::nullopt;
     if (!ends) {
-        // As it was, for a later start.
+        // The working copy stays as it was, for a later start.
         Taskmill_Database_Manager::Global().CloseAll();
         ForgetProject();
         return false;
@@ -318,7 +318,7 @@ QString Taskmill_Project::OpenFileInstead()
     CurrentDatabase()->MarkUnchanged();
     if (!Open(path, Taskmill_LeavingDialogue::Jobs::End))
         return {};
-    // Their clients know these numbers.
+    // Numbers of jobs that clients already know are not given out again.
     if (m_jobNumbers.LastID() < lastJobID)
         m_jobNumbers = KilnUtil_IDManager{lastJobID, 1};
     return beside;
@@ -430,7 +430,7 @@ bool Taskmill_Project::SaveUnattended()
     const QString ownPath = FilePath();
     const bool hasChanged = FileHasChanged();
     if (hasChanged && m_copy) {
-        // The next start asks which of the two it is to be.
+        // The next start asks whether the file or these changes are to count.
         qCWarning(Taskmill_ManagerLog,
                   "%ls was changed by another program and stays as it is; the changes of this project are "
                   "recovered at the next start",
@@ -500,10 +500,12 @@ void Taskmill_Project::CloseProject()
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Jobs().BeginToKillRunning();
     KilnUtil_ProcessTree::KillRegisteredChildren();
-    // What comes from now on belongs to the end, which the user wants also when it is cut short.
+    // From here on nothing is to be recovered: the user has closed the project, even if this program is ended
+    // before it is done.
     if (Taskmill_Database *database = CurrentDatabase(); database && m_copy)
         Taskmill_GiveUpWorkingCopy(*database);
-    // Before the database goes: a killed job is recorded, and not in the next project.
+    // Jobs are ended before the database is closed, so that a killed one is recorded in this project and not
+    // in the next.
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Stop();
     for (Taskmill_QueueOwner *owner : m_destinations.All())
@@ -513,7 +515,8 @@ void Taskmill_Project::CloseProject()
     m_finishedJobs.Clear();
     if (m_outbox.IsEnding())
         m_outbox.Drain();
-    // For the next project's, or for the next manager.
+    // Notifications that are not delivered stay in this copy until the next project's copy, or the next
+    // manager, has them.
     if (m_copy && m_outbox.IsAnyStored())
         m_closedCopy = std::move(m_copy);
     if (m_outbox.IsEnding())
@@ -571,7 +574,8 @@ void Taskmill_Project::LeaveProject(bool letsJobsGoOn)
     m_finishedJobs.Clear();
     m_outbox.Drain();
     m_outbox.LeaveStored();
-    // First: what the killed jobs come to is not to be recorded, as they wait again.
+    // The database is closed first: the jobs that are killed now wait again in the project, and their ends
+    // are not recorded.
     Taskmill_Database_Manager::Global().CloseAll();
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Stop();

@@ -122,12 +122,12 @@ private:
     [[nodiscard]] QStringList KeptRuns();
     /// The database is the current one.
     void Install(Taskmill_Database &database, const QString &path);
-    /// Everything that is still to be written to the database is. False when some of it cannot be.
+    /// Writes everything that still has to be written to the database. False when some of it cannot be.
     [[nodiscard]] bool MakeWhole();
     [[nodiscard]] bool WriteFile(const QString &path);
     [[nodiscard]] bool WriteOwnFile(const QString &path);
     void StorePauses();
-    /// The working copy is that of a project that is open now.
+    /// Moves the notifications of the project before into the working copy of the one that has been opened.
     void CarryOverNotifications();
     void ForgetProject();
     void ReloadJobs(Taskmill_Database &database);
@@ -147,7 +147,7 @@ private:
 
     std::unique_ptr<Taskmill_ProjectLock> m_lock; ///< of the project's file
     std::unique_ptr<Taskmill_WorkingCopy> m_copy; ///< nullptr for a project in memory
-    /// Of the project before, until its notifications are in the next one's.
+    /// The working copy of the project before, until its notifications are in the next one's.
     std::unique_ptr<Taskmill_WorkingCopy> m_closedCopy;
     std::array<std::optional<bool>, 2> m_storedPauses; ///< of the two queues, as the working copy has them
     QStringList m_notices;

@@ -43,7 +43,8 @@ int Taskmill_LastJobID(Taskmill_Database &database)
     bool isNumber = false;
     if (database.GetGeneralData(u"LastJobID"_s, stored)) {
         const int last = stored.toInt(&isNumber);
-        // A number in use is never given again, whatever the stored one says; none follows the largest.
+        // A number that a job has is never given again, even where the stored last number is too low; no
+        // number can follow the largest.
         if (isNumber && last >= 0 && last < std::numeric_limits<int>::max())
             return qMax(last, database.LargestJobID());
     }

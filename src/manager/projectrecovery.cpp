@@ -156,7 +156,7 @@ Taskmill_ProjectRecovery::Candidate Taskmill_ProjectRecovery::Open(std::unique_p
     if (!database) {
         const int problem = Taskmill_CheckWorkingCopy(copy->Path());
         candidate.isOutOfReach = IsOutOfReach(problem);
-        // It may have become readable meanwhile.
+        // The check applies the log beside the copy, which may be readable then.
         if (problem == SQLITE_OK)
             database = OpenCopy(copy->Path());
         candidate.isDamaged = problem != SQLITE_OK && !candidate.isOutOfReach;

@@ -208,12 +208,12 @@ void Taskmill_QueueOwner::RemoveNow(QList<int> jobIDs)
     };
     Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
     if (database && !removed.isEmpty() && !database->AsOneChange(deleteRows)) {
-        // All of it is undone.
+        // The deletion of all rows was undone together.
         m_namesOfKeptRows.clear();
         for (const Taskmill_JobRecord &job : std::as_const(removed))
             KeepRow(job);
     }
-    // A job that has ended meanwhile would stay in the list.
+    // Collects jobs that have ended during the removal, which would stay in the list otherwise.
     QueueUpdatedSlot();
 }
 
@@ -249,7 +249,7 @@ void Taskmill_QueueOwner::DeleteRow(const Taskmill_JobRecord &job)
     Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
     if (!database || (database->*m_variant.remove)(job.JobID))
         return;
-    // Who removes jobs is in the middle of it, and one report serves for all of them.
+    // The removal is still under way, and one report at its end serves for all jobs.
     KeepRow(job);
 }
 

@@ -108,7 +108,7 @@ private:
 
     void ReadSlot()
     {
-        // Requests come in between two turns.
+        // The thread takes new requests between two turns of reading.
         constexpr qint64 longestTurnMs = 50;
         QElapsedTimer turn;
         turn.start();

@@ -26,7 +26,8 @@ QString Shortened(const QString &command)
     return command.size() > longest ? command.first(longest) + u" ..."_s : command;
 }
 
-/// A job type that gives the command line which the job had. Only that is known of a job that was read.
+/// A job type that gives the command line that the job had, which is all that is known of the type of a
+/// stored job.
 Taskmill_JobType TypeAsItWas(Taskmill_JobRecord job)
 {
     const QString command = job.CommandLine();

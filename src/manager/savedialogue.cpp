@@ -82,7 +82,8 @@ Taskmill_SaveDialogue::Step Taskmill_SaveDialogue::StepAfterFile(const Taskmill_
 {
     if (file.isEmpty())
         return Step::NotSaved;
-    // Who has asked has done so about the name as it was typed only.
+    // The front end has asked about the name as it was typed; with the ending added it may be another
+    // existing file.
     const bool mayReplace = answer.mayReplaceFile && file == answer.file;
     return mayReplace || !QFileInfo::exists(file) ? Step::Write : Step::AskWhetherToReplace;
 }

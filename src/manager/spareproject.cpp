@@ -50,7 +50,7 @@ QString Taskmill_FileTimeStamp()
 bool Taskmill_SpareFile::Write(const QString &projectPath,
                                const std::function<bool(const QString &path)> &write)
 {
-    // A log-out may be called off, and come again.
+    // A log-out may be called off and come again: then the same file is written again.
     if (QFileInfo::exists(m_path) && write(m_path))
         return true;
     constexpr qsizetype mostOfName = 40; // characters of four bytes still fit a file name

@@ -220,7 +220,7 @@ QString Taskmill_TextTableBuilder::Text() const
     for (const qsizetype width : m_widths)
         lineWidth += width + columnGap;
     QString table;
-    // Characters that take two columns, or none, are few.
+    // Columns are a good guess of the characters: few take two columns, or none.
     table.reserve((RowCount() + 2) * (lineWidth + 1));
     bool isHeader = true;
     ForEachCell([&](qsizetype column, QStringView text, qsizetype width) {

@@ -86,6 +86,7 @@ bool KilnUtil_KeptRun::Start(const KilnUtil_RunOrder &order)
     if (m_keepers)
         m_connection = m_keepers->StartRun(std::move(runOrder), error);
     if (m_connection.IsOpen()) {
+        m_isFromThisNursery = !m_connection.HadOtherRun();
         Listen();
         return true;
     }
@@ -105,7 +106,8 @@ void KilnUtil_KeptRun::Listen()
 
 void KilnUtil_KeptRun::ReadSlot()
 {
-    // Hundreds may end at once. What is not taken is reported again.
+    // When hundreds of runs end at once, this turn of the event loop stays short: reports that are not read
+    // now are signalled again.
     if (m_keepers && !m_keepers->IsTurnShort())
         return;
     while (m_connection.IsOpen() && TakeReport(m_connection.Receive())) {
@@ -115,7 +117,7 @@ void KilnUtil_KeptRun::ReadSlot()
 bool KilnUtil_KeptRun::TakeReport(const Taskmill_RunReport &report)
 {
     using Kind = Taskmill_RunReport::Kind;
-    // It watches a handle that is closed now, and may be at work further up the stack.
+    // The notifier watches a handle that is closed now, and may be at work further up the stack.
     if (!m_connection.IsOpen() && m_notifier) {
         m_notifier->Disable();
         m_notifier.release()->deleteLater();
@@ -132,6 +134,11 @@ bool KilnUtil_KeptRun::TakeReport(const Taskmill_RunReport &report)
         Q_EMIT RemainsSignal(QList<qint64>{report.remaining.begin(), report.remaining.end()});
         return true;
     case Kind::Ended: {
+        if (m_keepers && report.isKeeperFree)
+            m_keepers->TakeFreeKeeper(m_connection.TakeFreeKeeper());
+        // It is made with the first byte.
+        if (report.end.outputBytes == 0 && report.end.droppedBytes == 0)
+            m_output.SetHasNoFile();
         KilnUtil_RunEnd end = EndOf(report.end);
         if (end.How == KilnUtil_RunEnd::Kind::NotStarted) {
             end.IsForLack = end.IsForLack || report.failedFile == Taskmill_JournalAsFailedFile;
@@ -170,7 +177,7 @@ QString KilnUtil_KeptRun::ReasonOfFailedStart(const Taskmill_RunReport &report, 
 
 void KilnUtil_KeptRun::TakeSwept()
 {
-    // It comes on another connection, so perhaps before the run is known to be lost.
+    // The news comes on another connection, so perhaps before this one shows that the run is lost.
     m_isSwept = true;
     if (m_state != State::Lost)
         return;

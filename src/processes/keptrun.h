@@ -17,12 +17,12 @@ class KilnUtil_KeptRun final : public KilnUtil_ProcessRun
     Q_OBJECT
 
 public:
-    /// To be started.
+    /// A run that is to be started.
     KilnUtil_KeptRun(KilnUtil_NurseryRunKeepers &keepers, const std::string &runID);
-    /// Goes on already.
+    /// A run that goes on already.
     KilnUtil_KeptRun(KilnUtil_NurseryRunKeepers &keepers, const std::string &runID,
                      Taskmill_RunConnection connection);
-    /// Has ended; EndedSignal comes from the event loop.
+    /// A run that has ended; EndedSignal comes from the event loop.
     KilnUtil_KeptRun(KilnUtil_NurseryRunKeepers &keepers, const std::string &runID, KilnUtil_RunEnd end);
     ~KilnUtil_KeptRun() override;
     Q_DISABLE_COPY_MOVE(KilnUtil_KeptRun)
@@ -71,7 +71,7 @@ private:
     KilnUtil_RunEnd m_end;
     qint64 m_processID = 0;
     State m_state = State::Running;
-    bool m_isFromThisNursery = true;
+    bool m_isFromThisNursery = true; ///< which reports its sweep without being asked
     bool m_isSwept = false;
     std::string m_inputPath;
     std::string m_outputPath;

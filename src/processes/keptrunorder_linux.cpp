@@ -20,6 +20,20 @@ std::string ProgramPath(const QString &program)
     const QString found = program.contains(u'/') ? QString{} : QStandardPaths::findExecutable(program);
     return PathText(found.isEmpty() ? program : found);
 }
+
+/// Those of the last call are kept, as most jobs have the same.
+const std::vector<std::string> &Variables(const QProcessEnvironment &environment)
+{
+    static QProcessEnvironment known;
+    static std::vector<std::string> variables;
+    if (variables.empty() || environment != known) {
+        variables.clear();
+        for (const QString &variable : environment.toStringList())
+            variables.push_back(variable.toLocal8Bit().toStdString());
+        known = environment;
+    }
+    return variables;
+}
 } // namespace
 
 Taskmill_RunOrder KilnUtil_KeptRunOrder(const KilnUtil_RunOrder &order)
@@ -28,8 +42,7 @@ Taskmill_RunOrder KilnUtil_KeptRunOrder(const KilnUtil_RunOrder &order)
     runOrder.program = ProgramPath(order.Program);
     for (const QString &argument : KilnUtil_String::MakeStringList(order.Argument, true))
         runOrder.arguments.push_back(argument.toStdString());
-    for (const QString &variable : order.Environment.toStringList())
-        runOrder.environment.push_back(variable.toLocal8Bit().toStdString());
+    runOrder.environment = Variables(order.Environment);
     runOrder.directory = PathText(order.Directory.isEmpty() ? QDir::currentPath() : order.Directory);
     if (order.InputPath != QProcess::nullDevice())
         runOrder.inputPath = PathText(order.InputPath);

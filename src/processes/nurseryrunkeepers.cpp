@@ -21,7 +21,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// Many at once are cheaper.
+/// Results are forgotten some time later, as many at once are cheaper.
 constexpr int forgetAfterMs = 1000;
 /// How long a start waits for the process that starts keepers: it may have remains of many jobs to end.
 constexpr int nurseryWaitMs = 20'000;
@@ -30,7 +30,7 @@ constexpr int nurseryWaitMs = 20'000;
 constexpr qint64 adoptionWaitMs = 3000;
 constexpr char separator = ':';
 
-/// By which another thread ends all runs; 0 when there are none.
+/// The word by which another thread has the nursery end all runs; 0 when there is none.
 std::atomic<long long> wordToEnd{0};
 
 std::string IdentityOf(const std::string &owner)
@@ -95,7 +95,7 @@ KilnUtil_NurseryRunKeepers::KilnUtil_NurseryRunKeepers(const QString &program, c
 KilnUtil_NurseryRunKeepers::~KilnUtil_NurseryRunKeepers()
 {
     SpareRuns();
-    // Whoever still runs goes on without this program.
+    // Runs that have not ended go on without this program.
     const QList<KilnUtil_KeptRun *> runs = std::exchange(m_runs, {});
     for (KilnUtil_KeptRun *run : runs)
         run->LetGoOn();
@@ -124,7 +124,7 @@ void KilnUtil_NurseryRunKeepers::LoseNursery()
         m_notifier.release()->deleteLater();
     }
     m_nursery.reset();
-    // What the keepers leave that it has started nobody ends unasked any more.
+    // This nursery ended by itself what its lost keepers left; that has to be asked for from now on.
     const QList<KilnUtil_KeptRun *> runs = m_runs;
     for (KilnUtil_KeptRun *run : runs) {
         run->LoseNursery();
@@ -153,12 +153,18 @@ Taskmill_RunConnection KilnUtil_NurseryRunKeepers::StartRun(Taskmill_RunOrder or
     order.owner = m_owner;
     if (m_nursery) {
         Taskmill_RunConnection connection = m_nursery->StartRun(order, &error);
-        // What this program lacks no other nursery has.
+        // A nursery that is still there has failed for lack of something, and a new one would lack the same.
         if (connection.IsOpen() || m_nursery->IsOpen())
             return connection;
         LoseNursery();
     }
     return StartNursery() ? m_nursery->StartRun(order, &error) : Taskmill_RunConnection{};
+}
+
+void KilnUtil_NurseryRunKeepers::TakeFreeKeeper(Taskmill_KeeperChannel keeper)
+{
+    if (m_nursery)
+        m_nursery->TakeFreeKeeper(std::move(keeper));
 }
 
 void KilnUtil_NurseryRunKeepers::SetOwner(const QString &identity, const QString &text,
@@ -329,7 +335,7 @@ void KilnUtil_NurseryRunKeepers::AwaitSweep(KilnUtil_KeptRun &run, bool isFromTh
     const bool isNurseryThere = m_nursery && m_nursery->IsOpen();
     if (isNurseryThere && isFromThisNursery && Taskmill_Nursery::SweepsUnasked())
         return;
-    // Its start ends what is left of lost runs, too.
+    // A new nursery begins by ending what is left of lost runs, this one among them.
     if (!StartNursery() || !m_nursery->Sweep(run.RunID()))
         QTimer::singleShot(0, &run, &KilnUtil_KeptRun::TakeSwept);
 }

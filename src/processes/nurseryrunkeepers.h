@@ -49,6 +49,8 @@ public:
     void Remove(KilnUtil_KeptRun &run);
     /// Not open where keepers are out of order, or for the lack that `error` says.
     [[nodiscard]] Taskmill_RunConnection StartRun(Taskmill_RunOrder order, int &error);
+    /// Of a run that has ended.
+    void TakeFreeKeeper(Taskmill_KeeperChannel keeper);
     /// False when this turn of the event loop has lasted so long that what keepers report can wait for the
     /// next.
     [[nodiscard]] bool IsTurnShort() const { return m_turn.elapsed() < LongestTurnMs; }

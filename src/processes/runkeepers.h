@@ -80,7 +80,8 @@ public:
     virtual void TakeResult(const QString &runID) = 0;
     /// Removes what keepers have stored of the results that were taken.
     virtual void ForgetResults() = 0;
-    /// Has that done some time after TakeResult() each time, where what is stored stays without further ado.
+    /// Whether ForgetResults() follows by itself some time after each TakeResult(), as is right where what is
+    /// stored stays without further ado.
     virtual void SetForgetsByItself(bool forgets) = 0;
     /// Where results are stored: what was stored last, and whether all up to there is on the disk. Until it
     /// is, no result is forgotten.

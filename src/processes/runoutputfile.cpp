@@ -15,12 +15,12 @@ void KilnUtil_RunOutputFile::Append(QByteArrayView bytes)
 
 bool KilnUtil_RunOutputFile::IsReadable() const
 {
-    return m_file.Read([](std::string_view) {});
+    return !m_hasFile || m_file.Read([](std::string_view) {});
 }
 
 qint64 KilnUtil_RunOutputFile::TotalSize() const
 {
-    return m_file.TotalSize() + m_said.size();
+    return (m_hasFile ? m_file.TotalSize() : 0) + m_said.size();
 }
 
 KilnUtil_StoredOutput KilnUtil_RunOutputFile::Stored() const
@@ -37,13 +37,13 @@ KilnUtil_StoredOutput KilnUtil_RunOutputFile::Stored() const
 
 QByteArray KilnUtil_RunOutputFile::Content() const
 {
-    return Stored().Bytes + m_said;
+    return (m_hasFile ? Stored().Bytes : QByteArray{}) + m_said;
 }
 
 QByteArray KilnUtil_RunOutputFile::ReadFrom(qint64 &offset) const
 {
     constexpr std::size_t pieceSize = std::size_t{1024} * 1024;
-    const qint64 inFile = m_file.TotalSize();
+    const qint64 inFile = m_hasFile ? m_file.TotalSize() : 0;
     QByteArray bytes;
     while (offset < inFile) {
         long long position = offset;

@@ -12,6 +12,8 @@ public:
 
     /// Nobody writes the file any more.
     void SetEnded() { m_hasEnded = true; }
+    /// There is no file, so that none is looked for.
+    void SetHasNoFile() { m_hasFile = false; }
 
     /// What the file holds.
     [[nodiscard]] KilnUtil_StoredOutput Stored() const;
@@ -27,4 +29,5 @@ private:
     Taskmill_RunOutput m_file;
     QByteArray m_said; ///< appended here, stands behind the file
     bool m_hasEnded = false;
+    bool m_hasFile = true;
 };

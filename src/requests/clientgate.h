@@ -52,7 +52,7 @@ public:
 
 private:
     [[nodiscard]] bool OthersWereAbout();
-    /// Where it is not there already.
+    /// Writes the key into its files where they do not hold it already.
     void WriteKey();
 
     const Environment m_environment;

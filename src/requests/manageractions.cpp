@@ -8,6 +8,7 @@
 #include "manager/listings.h"
 #include "manager/manager.h"
 #include "requests/frontend.h"
+#include "requests/joblisting.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -37,33 +38,19 @@ QByteArray JsonArray(const QByteArrayList &elements)
     return elements.isEmpty() ? "[]"_ba : "[\n" + elements.join(",\n") + "\n]";
 }
 
-QByteArray JsonOf(const Taskmill_JobRecord &job, const QString &list)
-{
-    QJsonObject object = Taskmill_Listings::JobFields().Json(job);
-    object.insert(u"list"_s, list);
-    return Json(object);
-}
-
-/// What the lists are called in requests: as the client's option for a project file.
-QString NameOf(const Taskmill_QueueOwner &owner)
-{
-    return QString{Taskmill_NamesOf(owner.Destination()).Stored}.toLower();
-}
-const QString finishedName = u"finished"_s;
+constexpr auto &NameOf = Taskmill_JobListing::NameOf;
+constexpr auto &IsNamed = Taskmill_JobListing::IsNamed;
+const QString finishedName = Taskmill_JobListing::FinishedName();
 const QString questionIsOpen = u"a question is open in the manager; answer it first"_s;
-
-bool IsNamed(const QString &wanted, const QString &name)
-{
-    return wanted.compare(name, Qt::CaseInsensitive) == 0;
-}
 } // namespace
 
-/// One of the first three is set: why it is refused, or what is answered.
+/// One of the first four is set: why it is refused, or what is answered.
 struct Taskmill_ManagerActions::Outcome
 {
     QString Refusal{};
     QString Text{};
     QByteArray Json{};
+    std::function<QByteArray()> More{};        ///< pieces of JSON, until one is empty
     const Taskmill_Job *BeingKilled = nullptr; ///< it is answered when nothing of it is left
 
     static Outcome Refused(const QString &reason) { return {.Refusal = reason}; }
@@ -110,15 +97,20 @@ bool Taskmill_ManagerActions::Knows(const QString &action)
     return Find(action) != nullptr;
 }
 
-std::optional<QByteArray>
-Taskmill_ManagerActions::CarryOut(const Taskmill_RequestMessage &request,
-                                  const std::function<void(const QByteArray &answer)> &answerLater)
+std::optional<QByteArray> Taskmill_ManagerActions::CarryOut(const Taskmill_RequestMessage &request,
+                                                            const Taskmill_LateAnswer &answerLater)
 {
     const Action *action = Find(request.Action);
     Q_ASSERT(action);
     const Outcome outcome = (this->*action->carryOut)(request);
     if (outcome.BeingKilled) {
         AnswerWhenKilled(*outcome.BeingKilled, request, outcome, answerLater);
+        return std::nullopt;
+    }
+    if (outcome.More) {
+        Taskmill_Reply answer{Taskmill_AcceptedReply.toByteArray() + '\n'};
+        answer.More = outcome.More;
+        answerLater(answer);
         return std::nullopt;
     }
     return AnswerOf(request, outcome);
@@ -140,40 +132,33 @@ QByteArray Taskmill_ManagerActions::AnswerOf(const Taskmill_RequestMessage &requ
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::List(const Taskmill_RequestMessage &request)
 {
     QString text;
-    QByteArrayList elements;
     bool isKnown = request.List.isEmpty();
     for (Taskmill_QueueOwner *owner : m_manager.Destinations().All()) {
         if (!request.List.isEmpty() && !IsNamed(request.List, NameOf(*owner)))
             continue;
         isKnown = true;
+        if (request.AnswersJson)
+            continue;
         QList<QStringList> rows;
         for (const Taskmill_Job *job : owner->Jobs().Jobs()) {
-            const Taskmill_JobRecord &record = job->Record();
-            if (record.JobID <= request.Since)
-                continue;
-            if (request.AnswersJson)
-                elements.append(JsonOf(record, NameOf(*owner)));
-            else
-                rows.append(Taskmill_Listings::Queue().Row(record));
+            if (job->JobID() > request.Since)
+                rows.append(Taskmill_Listings::Queue().Row(job->Record()));
         }
         text += Taskmill_Listings::Queue().Listing(owner->ListName(), owner->ListName(), rows, request.Width);
     }
     if (request.List.isEmpty() || IsNamed(request.List, finishedName)) {
         isKnown = true;
-        const Taskmill_FinishedJobs &finished = m_manager.FinishedJobs();
-        if (request.AnswersJson)
-            finished.ForEach(
-                [&elements](const Taskmill_JobRecord &record) {
-                    elements.append(JsonOf(record, finishedName));
-                },
-                request.Since);
-        else
-            text += finished.ListingText(request.Width, request.Since);
+        if (!request.AnswersJson)
+            text += m_manager.FinishedJobs().ListingText(request.Width, request.Since);
     }
     if (!isKnown)
         return Outcome::Refused(u"there is no list \"%1\""_s.arg(request.List));
+    if (request.AnswersJson)
+        return {.More = [listing = std::make_shared<Taskmill_JobListing>(m_manager, request)] {
+            return listing->Next();
+        }};
     // Listings begin with an empty line, which belongs to a console.
-    return request.AnswersJson ? Outcome{.Json = JsonArray(elements)} : Outcome{.Text = text.sliced(1)};
+    return {.Text = text.sliced(1)};
 }
 
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::ShowJob(const Taskmill_RequestMessage &request)
@@ -208,7 +193,7 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::RemoveNow(Taskmill_Que
 
 void Taskmill_ManagerActions::AnswerWhenKilled(const Taskmill_Job &job,
                                                const Taskmill_RequestMessage &request, const Outcome &outcome,
-                                               const std::function<void(const QByteArray &)> &answerLater)
+                                               const Taskmill_LateAnswer &answerLater)
 {
     auto *waiting = new QObject{&m_waiting};
     const auto answer = [waiting, request, answerLater](const Outcome &said) {
@@ -220,7 +205,7 @@ void Taskmill_ManagerActions::AnswerWhenKilled(const Taskmill_Job &job,
     };
     // Queued: when it is answered, the job stands in the history.
     QObject::connect(&job, &Taskmill_Job::JobFinishedSignal, waiting, answerDone, Qt::QueuedConnection);
-    // As when the project is closed.
+    // The job object is destroyed without a signal when the project is closed.
     QObject::connect(&job, &QObject::destroyed, waiting, answerDone, Qt::QueuedConnection);
     QObject::connect(&job, &Taskmill_Job::RemainsSignal, waiting,
                      [answer, number = request.JobNumber](const QList<qint64> &processIDs) {

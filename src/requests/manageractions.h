@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "requests/reply.h"
 #include "requests/requestmessage.h"
 
 #include <QByteArray>
@@ -27,10 +28,9 @@ public:
     [[nodiscard]] static bool Knows(const QString &action);
     /// The answer to a known action: "accepted=" and a line feed, and then text for people or, where the
     /// request says so, a JSON value; or "refused=" with the reason. With nothing, it comes by `answerLater`:
-    /// a job that keepers run is killed when nothing of it is left.
-    [[nodiscard]] std::optional<QByteArray>
-    CarryOut(const Taskmill_RequestMessage &request,
-             const std::function<void(const QByteArray &answer)> &answerLater);
+    /// a job that keepers run is killed when nothing of it is left, and the jobs are listed piece by piece.
+    [[nodiscard]] std::optional<QByteArray> CarryOut(const Taskmill_RequestMessage &request,
+                                                     const Taskmill_LateAnswer &answerLater);
 
 private:
     struct Outcome;
@@ -41,7 +41,7 @@ private:
     [[nodiscard]] Outcome ShowJob(const Taskmill_RequestMessage &request);
     /// Answers when nothing of the job is left, or which of its processes withstand.
     void AnswerWhenKilled(const Taskmill_Job &job, const Taskmill_RequestMessage &request,
-                          const Outcome &outcome, const std::function<void(const QByteArray &)> &answerLater);
+                          const Outcome &outcome, const Taskmill_LateAnswer &answerLater);
     [[nodiscard]] static QByteArray AnswerOf(const Taskmill_RequestMessage &request, Outcome outcome);
     [[nodiscard]] Outcome RemoveNow(Taskmill_QueueOwner &owner, const Taskmill_RequestMessage &request,
                                     const QString &doneText);

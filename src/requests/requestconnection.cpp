@@ -25,7 +25,7 @@ Taskmill_RequestConnection::Taskmill_RequestConnection(Taskmill_Socket socket, T
     m_timer->start(m_bytes.isEmpty() ? m_limits.SilenceMs : m_limits.QuietMs);
     m_notifier = std::make_unique<QSocketNotifier>(m_socket.Get(), QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, &Taskmill_RequestConnection::ReadNow);
-    // What was read may be all that the event loop would report.
+    // The bytes read already may be the whole message: the event loop would report nothing more.
     if (!m_bytes.isEmpty())
         QMetaObject::invokeMethod(this, &Taskmill_RequestConnection::ReadNow, Qt::QueuedConnection);
 }
@@ -105,15 +105,15 @@ void Taskmill_RequestConnection::Drop()
 
 void Taskmill_RequestConnection::CloseSocket()
 {
-    // Which must not watch a number that the next file may get.
+    // Switched off before the socket is closed: the next file may get the same number.
     if (m_notifier)
         m_notifier->setEnabled(false);
     m_socket.Close();
 }
 
-void Taskmill_RequestConnection::Close(const QByteArray &answer)
+void Taskmill_RequestConnection::Close(Taskmill_Reply answer)
 {
-    if (!m_socket.IsOpen() || answer.isEmpty()) {
+    if (!m_socket.IsOpen() || answer.Bytes.isEmpty()) {
         CloseSocket();
         deleteLater();
         return;
@@ -121,14 +121,24 @@ void Taskmill_RequestConnection::Close(const QByteArray &answer)
     // What nobody has read would make the system throw the answer away with the connection.
     std::string ignored;
     (void)m_socket.Receive(ignored, static_cast<std::size_t>(m_limits.MaxBytes));
-    m_answer = answer.toStdString();
+    m_answer = std::move(answer);
     SendSlot();
 }
 
 /// The client may be gone: its side can close while a dialog is open.
 void Taskmill_RequestConnection::SendSlot()
 {
-    if (!m_socket.SendSome(m_answer) || m_answer.empty()) {
+    if (m_sent == m_answer.Bytes.size() && m_answer.More) {
+        m_answer.Bytes = m_answer.More();
+        m_sent = 0;
+        if (m_answer.Bytes.isEmpty())
+            m_answer.More = {};
+    }
+    const QByteArrayView rest = QByteArrayView{m_answer.Bytes}.sliced(m_sent);
+    std::string_view left{rest.data(), static_cast<std::size_t>(rest.size())};
+    const bool isOpen = m_socket.SendSome(left);
+    m_sent = m_answer.Bytes.size() - static_cast<qsizetype>(left.size());
+    if (!isOpen || (left.empty() && !m_answer.More)) {
         CloseSocket();
         deleteLater();
     } else if (m_notifier->type() != QSocketNotifier::Write) {

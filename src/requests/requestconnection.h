@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "requests/reply.h"
 #include "wire/peeruser.h"
 #include "wire/socket.h"
 
@@ -61,8 +62,8 @@ public:
     /// Reads what has arrived, before the event loop reports it.
     void ReadNow();
 
-    /// Sends the answer line, if one is given, closes the connection and deletes this object later.
-    void Close(const QByteArray &answer = {});
+    /// Sends the answer, if one is given, closes the connection and deletes this object later.
+    void Close(Taskmill_Reply answer = {});
 
 Q_SIGNALS:
     /// Emitted once, unless the connection is dropped before.
@@ -86,7 +87,8 @@ private:
     QTimer *m_timer = nullptr;
     QDeadlineTimer m_deadline; ///< of the whole message
     QByteArray m_bytes;
-    std::string m_answer; ///< what is left of it
+    Taskmill_Reply m_answer;
+    qsizetype m_sent = 0; ///< of its bytes
     bool m_complete = false;
     bool m_isLate = false;
     bool m_lookedAt = false;

@@ -28,7 +28,8 @@ QByteArray Refused(const QByteArray &reason)
     return Taskmill_RefusedReply.toByteArray() + reason + '\n';
 }
 
-/// Nothing happens at any other one: the connection itself is what such a client wanted to see.
+/// Whether the request asks for something. A test, or a client that sends nothing, only wanted to see that it
+/// can connect.
 bool IsToBeHandled(const Taskmill_RequestMessage &request)
 {
     return !request.Action.isEmpty() && request.Action.compare("test"_L1, Qt::CaseInsensitive) != 0;
@@ -184,7 +185,7 @@ void Taskmill_RequestServer::Collect(Arrival arrival)
 bool Taskmill_RequestServer::MakeRoomFor(Taskmill_Socket &socket)
 {
     const qsizetype open = m_collecting.size() + m_complete.size() - m_withoutSocket;
-    // Whatever else has opened all the files, one client can be served.
+    // With no connection open, one is always taken, even when other files use up the limit.
     if (open < m_limits.MaxConnections && (open == 0 || !socket.IsNearLimit()))
         return true;
     // A client whose bytes are there has not been silent.
@@ -207,7 +208,7 @@ void Taskmill_RequestServer::ResumeAccepting()
     if (!m_server.IsOpen() || !std::exchange(m_isPaused, false))
         return;
     m_notifier->setEnabled(true);
-    // The one that waits is reported by nobody else.
+    // The connection that was put aside for lack of room is not reported again by the notifier.
     QMetaObject::invokeMethod(this, &Taskmill_RequestServer::TakeConnectionsSlot, Qt::QueuedConnection);
 }
 
@@ -335,9 +336,9 @@ void Taskmill_RequestServer::HandleMessage(Taskmill_RequestConnection &connectio
     const QScopedValueRollback busy{m_busy, true};
     const bool asksForReply = Taskmill_AsksForReply(connection.Bytes());
     const auto answerLater = [client = QPointer{&connection},
-                              asksForReply](const QByteArray &answer) mutable {
+                              asksForReply](const Taskmill_Reply &answer) mutable {
         if (client)
-            std::exchange(client, nullptr)->Close(asksForReply ? answer : QByteArray{});
+            std::exchange(client, nullptr)->Close(asksForReply ? answer : Taskmill_Reply{});
     };
     std::optional<QByteArray> answer = Taskmill_AcceptedReply.toByteArray() + '\n';
     if (IsToBeHandled(request)) {

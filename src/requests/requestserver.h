@@ -9,15 +9,10 @@
 #include <QObject>
 #include <QSet>
 
-#include <functional>
 #include <memory>
 #include <optional>
 
 class QSocketNotifier;
-
-/// Sends the answer of a request that took its time. The first call counts; nothing happens when the client
-/// is gone.
-using Taskmill_LateAnswer = std::function<void(const QByteArray &answer)>;
 
 /// What the server hands complete messages to.
 class Taskmill_RequestHandler

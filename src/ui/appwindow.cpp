@@ -238,7 +238,8 @@ void Taskmill_AppWindow::Prepare()
     m_window.setWindowTitle(Taskmill_VersionText());
 }
 
-/// The key that decides is another than the one that is read.
+/// Restores the tool bars when a setting without the major version says that there are any; the state itself
+/// is stored behind the version.
 void Taskmill_AppWindow::RestoreToolBars()
 {
     if (KilnUtil_Registry::HasUnversionedValue(u"Main_Window/ToolBar_State_0"_s))

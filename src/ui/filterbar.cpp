@@ -137,7 +137,7 @@ bool Taskmill_FilterBar::eventFilter(QObject *watched, QEvent *event)
     const bool leavesLine = key == Qt::Key_Down || key == Qt::Key_Return || key == Qt::Key_Enter;
     if (watched != m_text || !leavesLine)
         return QWidget::eventFilter(watched, event);
-    // What was typed last counts before the first row is.
+    // Applies what was typed last, before the first row is chosen.
     Apply();
     m_table.setFocus();
     if (!m_table.currentIndex().isValid())
@@ -145,7 +145,7 @@ bool Taskmill_FilterBar::eventFilter(QObject *watched, QEvent *event)
     return true;
 }
 
-/// Of all its controls.
+/// Keys that no control of the line has taken.
 void Taskmill_FilterBar::keyPressEvent(QKeyEvent *event)
 {
     if (event->key() == Qt::Key_Escape)

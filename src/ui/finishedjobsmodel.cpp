@@ -25,7 +25,8 @@ void Taskmill_FinishedJobsModel::Refresh()
 
 void Taskmill_FinishedJobsModel::UpdateJob(int jobID)
 {
-    // It is one of the newest. One that is not there yet comes as it is.
+    // The search begins at the end, as the job is one of the newest. A job that has no row yet comes with its
+    // result.
     const auto found = std::find(m_jobIDs.crbegin(), m_jobIDs.crend(), jobID);
     if (found == m_jobIDs.crend())
         return;

@@ -25,8 +25,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 const QString helpId = u"taskmill/finishedjobs"_s;
 const QString exportText = u"Export..."_s;
-/// Of the event loop, for what as a rule is there at once.
-constexpr std::chrono::milliseconds longestWait{8};
 } // namespace
 
 /// The entries of the menu that has been shown.
@@ -164,13 +162,11 @@ const Taskmill_JobRecord *Taskmill_FinishedJobsWidget::JobAt(qsizetype position)
 
 void Taskmill_FinishedJobsWidget::ContextMenuSlot(const QPoint &position)
 {
-    // Where the pointer is at the click; the rows may move at once.
-    const QPersistentModelIndex clicked = m_table->ClickedCell(position);
     FillTable();
     if (!JobAt(m_table->CurrentPosition()))
         return;
     Taskmill_ContextMenu menu{*m_table};
-    AddEntries(menu, m_table->PositionsOf(m_table->SelectedRowsWith(clicked)));
+    AddEntries(menu, m_table->PositionsOfSelectedRows());
     menu.Run(position);
 }
 
@@ -329,5 +325,5 @@ void Taskmill_FinishedJobsWidget::ShowLog(const Taskmill_JobRecord &job) const
             Taskmill_JobViewers::ShowLog(*m_frame, name, text, result);
         };
     });
-    m_logReader->Wait(longestWait);
+    m_logReader->Wait();
 }

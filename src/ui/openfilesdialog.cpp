@@ -87,7 +87,7 @@ std::optional<Taskmill_SubmitChoice> Taskmill_OpenFilesDialog::AskForJobs(const 
             m_listPage->FilePathBrowseSlot();
     });
     const bool accepted = exec() == QDialog::Accepted;
-    // It is still there when the program quits.
+    // When the program quits, exec() returns with the dialog still shown.
     hide();
     return accepted ? std::optional{m_listPage->Choice()} : std::nullopt;
 }

@@ -9,11 +9,6 @@
 
 #include <algorithm>
 
-namespace {
-/// Of the event loop, for what as a rule is there at once.
-constexpr std::chrono::milliseconds longestWait{8};
-} // namespace
-
 void Taskmill_OpenFilesRecent::Load(const std::function<void()> &changed)
 {
     m_recent = {.files = KilnUtil_Registry::GetRecentJobInputFiles(),
@@ -30,7 +25,7 @@ void Taskmill_OpenFilesRecent::Load(const std::function<void()> &changed)
             changed();
         };
     });
-    m_thread.Wait(longestWait);
+    m_thread.Wait();
     if (m_thread.IsBusy())
         changed();
 }

@@ -24,7 +24,7 @@ QList<double> ListOf(const std::vector<double> &values)
     return {values.begin(), values.end()};
 }
 
-/// The first energy has none.
+/// The change of each energy from the one before; the first one has none.
 QList<double> ChangesOf(const QList<double> &energies)
 {
     QList<double> changes;

@@ -27,18 +27,19 @@ Taskmill_ProjectOffer::Taskmill_ProjectOffer(KilnUtil_TableWidget &table, const 
     , m_table{table}
     , m_thread{new KilnUtil_FileThread{this}}
 {
-    m_thread->Run([this, path]() -> KilnUtil_FileThread::Deliver {
-        return [this, text = TextOf(path, Taskmill_CountWaitingJobs(path))] {
-            setText(text);
-            PutInPlace();
-        };
-    });
     setAutoDefault(false);
     setToolTip(QDir::toNativeSeparators(path));
     m_table.viewport()->installEventFilter(this);
     connect(m_table.model(), &QAbstractItemModel::rowsInserted, this, &QWidget::hide);
     PutInPlace();
     setVisible(m_table.model()->rowCount() == 0);
+    m_thread->Run([this, path]() -> KilnUtil_FileThread::Deliver {
+        return [this, text = TextOf(path, Taskmill_CountWaitingJobs(path))] {
+            setText(text);
+            PutInPlace();
+        };
+    });
+    m_thread->Wait();
 }
 
 bool Taskmill_ProjectOffer::eventFilter(QObject *watched, QEvent *event)

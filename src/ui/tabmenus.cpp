@@ -45,7 +45,7 @@ Taskmill_TabMenus::Taskmill_TabMenus(QMenu &jobs, QMenu &queue, QObject *parent)
     for (QMenu *menu : {&m_jobs, &m_queue}) {
         connect(menu, &QMenu::aboutToShow, this, &Taskmill_TabMenus::Fill);
         connect(menu, &QMenu::triggered, this, [this](const QAction *entry) {
-            // What it does may open another menu, or another tab.
+            // The entry's action may open another menu or tab, which replaces m_menu.
             if (const auto chosenFrom = std::move(m_menu))
                 chosenFrom->Choose(entry);
         });

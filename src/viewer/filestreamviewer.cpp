@@ -279,7 +279,7 @@ void KilnUtil_FileStreamViewer::RefreshSoon()
 void KilnUtil_FileStreamViewer::RefreshSlot()
 {
     const KilnUtil_TextSource::Change change = m_source->Refresh();
-    // First of all: the view's place may be behind the text's end.
+    // The view is adjusted before anything else, as its place may lie behind the new end of the text.
     m_view->SourceChanged(change);
     m_showMark->setEnabled(m_view->HasMark());
     if (change == KilnUtil_TextSource::Change::Replaced && IsBusy())

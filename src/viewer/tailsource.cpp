@@ -153,7 +153,7 @@ void KilnUtil_TailSource::LookAgain()
 {
     if (m_process)
         PullFromProcess();
-    // What has not answered yet is not asked again.
+    // A file that has not answered yet is not asked again.
     if (!m_file || m_thread->IsBusy())
         return;
     m_thread->Run([this, file = m_file]() -> KilnUtil_FileThread::Deliver {

@@ -73,7 +73,7 @@ public:
 public Q_SLOTS:
     void ScrollToBeginSlot();
     void ScrollToEndSlot();
-    /// Nowhere without a mark.
+    /// Scrolls to the mark, if there is one.
     void ScrollToMarkSlot();
 
 Q_SIGNALS:

@@ -83,7 +83,7 @@ QStaticText KilnUtil_CellDelegate::LayoutOf(const QStyleOptionViewItem &cell, co
     layout.setTextFormat(Qt::PlainText);
     layout.setPerformanceHint(QStaticText::AggressiveCaching);
     layout.prepare({}, cell.font);
-    // It shares what it keeps with the copy.
+    // The stored copy shares the layout with the returned one.
     m_layouts.insert(place, new QStaticText{layout});
     return layout;
 }

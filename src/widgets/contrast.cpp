@@ -50,7 +50,7 @@ public:
         const QColor colour = KilnUtil_Contrast::PlaceholderColour(palette);
         if (colour == palette.color(QPalette::PlaceholderText))
             return;
-        // Nothing but this one: the others go on following the desktop.
+        // Sets this colour alone: the others go on following the desktop.
         palette.setColor(QPalette::PlaceholderText, colour);
         QApplication::setPalette(palette);
     }

@@ -18,7 +18,7 @@ void KilnUtil_RowView::CopySelectionColours(QWidget &view)
         differ = differ || view.palette().brush(QPalette::Inactive, role) != active;
         colours.setBrush(QPalette::Inactive, role, active);
     }
-    // Nothing but these two: the others go on following the desktop.
+    // Sets these two colours alone: the others go on following the desktop.
     if (differ)
         view.setPalette(colours);
 }

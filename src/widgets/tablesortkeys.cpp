@@ -63,7 +63,7 @@ void KilnUtil_SortByRanks(QList<int> &rows, const QList<quint32> &ranks, Qt::Sor
     entries.reserve(static_cast<size_t>(rows.size()));
     for (const int row : std::as_const(rows))
         entries.push_back({order == Qt::AscendingOrder ? ranks[row] : ~ranks[row], row});
-    // By the last digit first, in a fraction of the time that comparing takes.
+    // A radix sort, from the last digit on, takes a fraction of the time of comparing.
     std::vector<Entry> sorted(entries.size());
     for (int shift = 0; shift < 32; shift += digitBits) {
         std::array<size_t, digits + 1> places{};

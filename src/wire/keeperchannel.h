@@ -34,7 +34,14 @@ public:
         : m_handle{other.Release()}
     {
     }
-    Taskmill_KeeperChannel &operator=(Taskmill_KeeperChannel &&other) noexcept;
+    Taskmill_KeeperChannel &operator=(Taskmill_KeeperChannel &&other) noexcept
+    {
+        if (this != &other) {
+            Close();
+            m_handle = other.Release();
+        }
+        return *this;
+    }
     Taskmill_KeeperChannel(const Taskmill_KeeperChannel &) = delete;
     Taskmill_KeeperChannel &operator=(const Taskmill_KeeperChannel &) = delete;
 
@@ -50,6 +57,8 @@ public:
                                                         const std::string &runID);
     /// The next connection of a listening one; not open when none waits or it is another user's.
     [[nodiscard]] Taskmill_KeeperChannel Accept() const;
+    /// Not after an Accept() behind which the system had nothing for the next one: it has to be made anew.
+    [[nodiscard]] bool IsListening() const;
 
     [[nodiscard]] bool IsOpen() const { return m_handle != NoHandle; }
     /// For who waits for something to come, or to connect: readable then, on Windows an event.

@@ -155,7 +155,7 @@ Taskmill_KeeperChannel ConnectIn(int folder, const std::string &runID)
 {
     const std::optional<sockaddr_un> address = AddressOf(folder, runID);
     Taskmill_KeeperChannel channel = NewSocket();
-    // Not to wait for one whose queue is full.
+    // Not blocking, as connecting would wait for a keeper whose queue is full.
     if (!address || !channel.IsOpen() || fcntl(Descriptor(channel), F_SETFL, O_NONBLOCK) != 0 ||
         connect(Descriptor(channel), reinterpret_cast<const sockaddr *>(&*address), sizeof *address) != 0 ||
         !IsOwnPeer(Descriptor(channel)))
@@ -163,15 +163,6 @@ Taskmill_KeeperChannel ConnectIn(int folder, const std::string &runID)
     return channel;
 }
 } // namespace
-
-Taskmill_KeeperChannel &Taskmill_KeeperChannel::operator=(Taskmill_KeeperChannel &&other) noexcept
-{
-    if (this != &other) {
-        Close();
-        m_handle = other.Release();
-    }
-    return *this;
-}
 
 void Taskmill_KeeperChannel::Close()
 {
@@ -219,6 +210,11 @@ Taskmill_KeeperChannel Taskmill_KeeperChannel::Accept() const
     if (channel.IsOpen() && !IsOwnPeer(Descriptor(channel)))
         channel.Close();
     return channel;
+}
+
+bool Taskmill_KeeperChannel::IsListening() const
+{
+    return IsOpen();
 }
 
 bool Taskmill_KeeperChannel::Send(const Taskmill_KeeperMessage &message, const std::vector<int> &files,

@@ -69,7 +69,7 @@ struct Pipe
         const DWORD error = isDone ? ERROR_SUCCESS : GetLastError();
         isWaiting = error == ERROR_IO_PENDING;
         hasEnded = !isWaiting && error != ERROR_SUCCESS && error != ERROR_PIPE_CONNECTED;
-        // Somebody was quicker.
+        // A client has connected already, before the waiting began.
         if (!isWaiting)
             SetEvent(event);
     }
@@ -142,15 +142,6 @@ Taskmill_KeeperChannel ListenerOf(HANDLE file, const std::string &runID)
 }
 } // namespace
 
-Taskmill_KeeperChannel &Taskmill_KeeperChannel::operator=(Taskmill_KeeperChannel &&other) noexcept
-{
-    if (this != &other) {
-        Close();
-        m_handle = other.Release();
-    }
-    return *this;
-}
-
 void Taskmill_KeeperChannel::Close()
 {
     if (IsOpen())
@@ -202,10 +193,15 @@ Taskmill_KeeperChannel Taskmill_KeeperChannel::Accept() const
         GetLastError() == ERROR_IO_INCOMPLETE)
         return {};
     pipe.isWaiting = false;
-    // The next one needs an end of its own.
+    // The next client needs a new end of the pipe.
     const HANDLE file = std::exchange(pipe.file, MakePipe(pipe.listensAs, false));
     pipe.WaitForConnection();
     return ChannelOf(file);
+}
+
+bool Taskmill_KeeperChannel::IsListening() const
+{
+    return IsOpen() && PipeOf(m_handle).file != INVALID_HANDLE_VALUE && !PipeOf(m_handle).hasEnded;
 }
 
 bool Taskmill_KeeperChannel::Send(const Taskmill_KeeperMessage &message, const std::vector<int> &,

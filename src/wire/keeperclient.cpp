@@ -90,6 +90,8 @@ Taskmill_RunReport Taskmill_RunConnection::Receive(int waitMs)
         report.kind = Taskmill_RunReport::Kind::Lost;
     else if (message)
         report = Take(*message);
+    if (report.isKeeperFree)
+        m_freeKeeper = std::move(m_channel);
     if (report.kind == Taskmill_RunReport::Kind::Lost || report.kind == Taskmill_RunReport::Kind::Ended)
         m_channel.Close();
     return report;
@@ -118,6 +120,7 @@ Taskmill_RunReport Taskmill_RunConnection::Take(const Taskmill_KeeperMessage &me
             report.kind = Kind::Ended;
             report.end = record->end;
             report.failedFile = message.Value("file");
+            report.isKeeperFree = message.Number("free", 0) != 0;
         }
     }
     return report;
@@ -142,4 +145,10 @@ bool Taskmill_RunConnection::Watch(long long outputBytes) const
     Taskmill_KeeperMessage message{Taskmill_WatchWord};
     message.Add("total", outputBytes);
     return IsOpen() && m_channel.Send(message);
+}
+
+void Taskmill_Nursery::TakeFreeKeeper(Taskmill_KeeperChannel keeper)
+{
+    if (!m_freeKeeper.IsOpen())
+        m_freeKeeper = std::move(keeper);
 }

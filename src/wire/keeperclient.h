@@ -48,6 +48,7 @@ struct Taskmill_RunReport
     Taskmill_RunEnd end;
     std::string
         failedFile; ///< of a program that could not be started, which file, directory or program it was
+    bool isKeeperFree = false; ///< of Ended: TakeFreeKeeper() has it
 };
 
 /// A manager's connection to the keeper of one run. When it closes, the run goes on without a manager.
@@ -55,8 +56,10 @@ class Taskmill_RunConnection
 {
 public:
     Taskmill_RunConnection() = default;
-    explicit Taskmill_RunConnection(Taskmill_KeeperChannel channel)
+    /// `hadOtherRun` says that the keeper had another run before.
+    explicit Taskmill_RunConnection(Taskmill_KeeperChannel channel, bool hadOtherRun = false)
         : m_channel{std::move(channel)}
+        , m_hadOtherRun{hadOtherRun}
     {
     }
 
@@ -75,6 +78,9 @@ public:
     [[nodiscard]] bool IsOpen() const { return m_channel.IsOpen(); }
     /// For the event loop: readable when a report has come, on Windows an event.
     [[nodiscard]] Taskmill_KeeperChannel::Handle Handle() const { return m_channel.Get(); }
+    [[nodiscard]] bool HadOtherRun() const { return m_hadOtherRun; }
+    /// After Ended, a keeper that waits for another order, if this one does; it ends when nobody takes it.
+    [[nodiscard]] Taskmill_KeeperChannel TakeFreeKeeper() { return std::move(m_freeKeeper); }
 
     /// The next report; waits for so long at most, -1 for ever. After Ended and Lost the connection is
     /// closed.
@@ -91,6 +97,8 @@ private:
     [[nodiscard]] Taskmill_RunReport Take(const Taskmill_KeeperMessage &message);
 
     Taskmill_KeeperChannel m_channel;
+    Taskmill_KeeperChannel m_freeKeeper;
+    bool m_hadOtherRun = false;
 };
 
 /// The small process that starts keepers, started once by each manager. Windows has none: there one keeper
@@ -117,7 +125,11 @@ public:
     /// gone, does not take the order within 5 s, or the run is there already, or for lack of something, which
     /// `error` says then, see Taskmill_IsLack().
     [[nodiscard]] Taskmill_RunConnection StartRun(const Taskmill_RunOrder &order, int *error = nullptr);
-    /// Whether ReceiveSwept() reports runs of this object without being asked.
+    /// Has a keeper that is free carry out the next order: that takes less than a new one. One waits at the
+    /// most, further ones end.
+    void TakeFreeKeeper(Taskmill_KeeperChannel keeper);
+    /// Whether ReceiveSwept() reports runs of this object without being asked, unless their keeper had
+    /// another run before.
     [[nodiscard]] static bool SweepsUnasked();
     /// Asks to end what is left of a run that was adopted and then Lost: it may have been started by another
     /// such process, which is gone. ReceiveSwept() returns it when that is done. For a run of this one that
@@ -131,6 +143,7 @@ private:
     struct System;
 
     Taskmill_KeeperChannel m_channel; ///< on Windows of the keeper that waits for an order
+    Taskmill_KeeperChannel m_freeKeeper;
     std::string m_runFolder;
     long long m_processID = 0;
     std::shared_ptr<System> m_system; ///< what Windows needs besides

@@ -97,18 +97,22 @@ Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order
     };
     if (!IsOpen())
         return {};
-    auto [own, keepers] = Taskmill_KeeperChannel::MakePair();
-    if (!own.IsOpen())
-        return fail(errno);
     const Taskmill_RunLock lock{m_runFolder, order.runID};
     if (!lock.IsHeld())
         return fail(errno);
     // Many orders at once fill its queue, from which it takes one in a fraction of a millisecond.
     constexpr int waitMs = 5000;
-    if (m_channel.Send(order.ToMessage(), {static_cast<int>(keepers.Get()), lock.Get()}, waitMs))
+    const Taskmill_KeeperMessage message = order.ToMessage();
+    if (Taskmill_KeeperChannel keeper = std::move(m_freeKeeper);
+        keeper.IsOpen() && keeper.Send(message, {lock.Get()}, waitMs))
+        return Taskmill_RunConnection{std::move(keeper), true};
+    auto [own, keepers] = Taskmill_KeeperChannel::MakePair();
+    if (!own.IsOpen())
+        return fail(errno);
+    if (m_channel.Send(message, {static_cast<int>(keepers.Get()), lock.Get()}, waitMs))
         return Taskmill_RunConnection{std::move(own)};
     const int number = errno;
-    // It is at fault when it does not read, or is gone.
+    // The nursery itself is at fault when it does not read, or is gone.
     if (number == EAGAIN || !Taskmill_IsLack(number))
         m_channel.Close();
     return fail(number);

@@ -157,7 +157,7 @@ Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order
         if (answer->Word() != Taskmill_LockedWord ||
             !channel.Send(Taskmill_KeeperMessage{Taskmill_GoWord}, {}, orderWaitMs))
             return {};
-        // Loaded while nobody waits for it.
+        // Loads the keeper of the next run now, while nobody waits for it.
         m_channel = m_system->StartKeeper(m_processID);
         return Taskmill_RunConnection{std::move(channel)};
     }

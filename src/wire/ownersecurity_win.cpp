@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "wire/ownersecurity_win.h"
 
+#include "wire/processuser_win.h"
+
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -9,20 +11,12 @@
 #include <sddl.h>
 
 namespace {
-/// As text, such as "S-1-5-21-1-2-3-1000"; empty when the system does not say.
+/// The SID of this user as text, such as "S-1-5-21-1-2-3-1000"; empty when the system does not say.
 std::wstring OwnUser()
 {
-    HANDLE token = nullptr;
-    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token))
-        return {};
-    DWORD size = 0;
-    GetTokenInformation(token, TokenUser, nullptr, 0, &size);
-    std::vector<std::byte> bytes(size);
-    const bool isKnown = size != 0 && GetTokenInformation(token, TokenUser, bytes.data(), size, &size);
-    CloseHandle(token);
+    std::vector<std::byte> sid = Taskmill_UserOfProcess(GetCurrentProcess());
     wchar_t *text = nullptr;
-    if (!isKnown ||
-        !ConvertSidToStringSidW(reinterpret_cast<const TOKEN_USER *>(bytes.data())->User.Sid, &text))
+    if (sid.empty() || !ConvertSidToStringSidW(sid.data(), &text))
         return {};
     std::wstring user{text};
     LocalFree(text);

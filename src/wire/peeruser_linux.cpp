@@ -170,7 +170,7 @@ Taskmill_PeerUser Taskmill_UserOfServer(Taskmill_Socket::Handle connection)
     const std::optional<Ends> ends = EndsOf(static_cast<int>(connection));
     if (!ends)
         return Taskmill_PeerUser::Unknown;
-    // It has no owner until it is accepted.
+    // A connection has no owner until it is accepted.
     const Taskmill_PeerUser accepted = UserOf(*ends);
     return accepted == Taskmill_PeerUser::Unknown ? UserOf(ListenerOf(*ends)) : accepted;
 }

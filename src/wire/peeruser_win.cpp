@@ -9,6 +9,8 @@
 // Before windows.h, which brings an older version of it.
 #include <winsock2.h>
 
+#include "wire/processuser_win.h"
+
 #include <iphlpapi.h>
 #include <windows.h>
 
@@ -49,24 +51,6 @@ std::vector<MIB_TCPROW_OWNER_PID> AllSockets()
     return {table->table, table->table + table->dwNumEntries};
 }
 
-/// The bytes of the user's SID; empty when the process does not show it.
-std::vector<std::byte> UserOfProcess(HANDLE process)
-{
-    HANDLE token = nullptr;
-    if (!OpenProcessToken(process, TOKEN_QUERY, &token))
-        return {};
-    DWORD size = 0;
-    GetTokenInformation(token, TokenUser, nullptr, 0, &size);
-    std::vector<std::byte> bytes(size);
-    const bool isKnown = size != 0 && GetTokenInformation(token, TokenUser, bytes.data(), size, &size);
-    CloseHandle(token);
-    if (!isKnown)
-        return {};
-    const auto *sid =
-        static_cast<const std::byte *>(reinterpret_cast<const TOKEN_USER *>(bytes.data())->User.Sid);
-    return {sid, sid + GetLengthSid(const_cast<std::byte *>(sid))};
-}
-
 Taskmill_PeerUser UserOf(DWORD processID)
 {
     // A connection without a process has been closed.
@@ -75,11 +59,12 @@ Taskmill_PeerUser UserOf(DWORD processID)
     const HANDLE process = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processID);
     if (!process)
         return GetLastError() == ERROR_ACCESS_DENIED ? Taskmill_PeerUser::Other : Taskmill_PeerUser::Unknown;
-    const std::vector<std::byte> user = UserOfProcess(process);
+    const std::vector<std::byte> user = Taskmill_UserOfProcess(process);
     CloseHandle(process);
     if (user.empty())
         return Taskmill_PeerUser::Unknown;
-    return user == UserOfProcess(GetCurrentProcess()) ? Taskmill_PeerUser::This : Taskmill_PeerUser::Other;
+    return user == Taskmill_UserOfProcess(GetCurrentProcess()) ? Taskmill_PeerUser::This
+                                                               : Taskmill_PeerUser::Other;
 }
 
 Taskmill_PeerUser UserOf(const std::vector<MIB_TCPROW_OWNER_PID> &sockets, const Ends &ends)

@@ -132,7 +132,7 @@ Taskmill_RunJournals::Claims Taskmill_RunJournals::ClaimAll(const std::vector<st
     bool areAllTaken = true;
     Refresh();
     for (const std::string &runID : runIDs) {
-        // One that never started left nothing that could be taken.
+        // A run that was never started has no result to be taken.
         if (!ClaimLocked(runID, claimant) && m_runs.contains(runID))
             areAllTaken = false;
         m_runs.erase(runID);
@@ -185,7 +185,7 @@ void Taskmill_RunJournals::Tidy()
     for (const std::string &journal : newest)
         unused.erase(journal);
     for (const std::string &journal : unused) {
-        // Whoever begins one does not wait for ever.
+        // A program that begins a journal waits for this clean-up only so long, so one may be in use by now.
         if (Taskmill_IsJournalInUse(journal))
             continue;
         Remove(journal);

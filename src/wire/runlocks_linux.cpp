@@ -28,7 +28,8 @@ struct flock LockOf(off_t offset, off_t length)
 bool IsLockedByOther(const std::string &path, off_t offset, off_t length)
 {
     const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
-    // In doubt it is: what is taken for lost is ended, or started again.
+    // A file that cannot be opened counts as locked: a run that is wrongly taken for lost would be ended, or
+    // started again.
     if (file < 0)
         return errno != ENOENT;
     struct flock lock = LockOf(offset, length);

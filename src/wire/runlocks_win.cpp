@@ -24,7 +24,7 @@ std::intptr_t OpenFile(const std::string &path, DWORD access, DWORD disposition)
                                                        nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-/// Ends with the handle.
+/// Takes a lock on one byte, which ends when the handle is closed.
 bool Lock(std::intptr_t file, std::int64_t offset, DWORD flags)
 {
     OVERLAPPED place{};
@@ -43,7 +43,8 @@ void Close(std::intptr_t file)
 bool IsLockedByOther(const std::string &path, std::int64_t offset, DWORD exclusive)
 {
     const std::intptr_t file = OpenFile(path, GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING);
-    // In doubt it is: what is taken for lost is ended, or started again.
+    // A file that cannot be opened counts as locked: a run that is wrongly taken for lost would be ended, or
+    // started again.
     if (file == noFile)
         return GetLastError() != ERROR_FILE_NOT_FOUND && GetLastError() != ERROR_PATH_NOT_FOUND;
     const bool isLocked = !Lock(file, offset, LOCKFILE_FAIL_IMMEDIATELY | exclusive);
@@ -77,7 +78,7 @@ bool Taskmill_IsJournalInUse(const std::string &journal)
 Taskmill_OpenJournal::Taskmill_OpenJournal(const std::string &journal)
     : m_file{OpenFile(journal, FILE_APPEND_DATA | FILE_READ_DATA | SYNCHRONIZE, OPEN_ALWAYS)}
 {
-    // Shared by all who append.
+    // A shared lock: several programs may append to the journal.
     if (!Lock(m_file, lockedByte, LOCKFILE_FAIL_IMMEDIATELY)) {
         Close(m_file);
         m_file = noFile;
@@ -118,7 +119,8 @@ bool Taskmill_AppendToJournal(const std::string &journal, const std::string &lin
     last.QuadPart = -1;
     char end = '\n';
     DWORD count = 0;
-    // There is none in an empty file.
+    // Whether the last line was torn: it has no line feed at its end. An empty file has no line, and the seek
+    // fails.
     const bool isTorn = SetFilePointerEx(Handle(file), last, nullptr, FILE_END) &&
                         (!ReadFile(Handle(file), &end, 1, &count, nullptr) || count != 1 || end != '\n');
     const std::string text = isTorn ? '\n' + line : line;

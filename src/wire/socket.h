@@ -61,9 +61,9 @@ public:
 
     /// Sends everything; false when the connection ends or the other side does not take it within that time.
     bool Send(std::string_view bytes, int waitMs) const;
-    /// Sends what the other side takes without waiting and removes it from the bytes; false when the
-    /// connection has ended.
-    bool SendSome(std::string &bytes) const;
+    /// Sends what the other side takes without waiting and leaves the rest; false when the connection has
+    /// ended.
+    bool SendSome(std::string_view &bytes) const;
     /// Appends what has arrived, `most` bytes in all at the most; does not wait.
     State Receive(std::string &bytes, std::size_t most) const;
 

@@ -139,12 +139,12 @@ bool Taskmill_Socket::Send(std::string_view bytes, int waitMs) const
     return true;
 }
 
-bool Taskmill_Socket::SendSome(std::string &bytes) const
+bool Taskmill_Socket::SendSome(std::string_view &bytes) const
 {
     while (!bytes.empty()) {
         const ssize_t sent = send(DescriptorOf(m_handle), bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (sent >= 0)
-            bytes.erase(0, static_cast<std::size_t>(sent));
+            bytes.remove_prefix(static_cast<std::size_t>(sent));
         else if (errno != EINTR)
             return errno == EAGAIN || errno == EWOULDBLOCK;
     }

@@ -145,7 +145,7 @@ bool Taskmill_Socket::Send(std::string_view bytes, int waitMs) const
     return true;
 }
 
-bool Taskmill_Socket::SendSome(std::string &bytes) const
+bool Taskmill_Socket::SendSome(std::string_view &bytes) const
 {
     while (!bytes.empty()) {
         const auto part =
@@ -153,7 +153,7 @@ bool Taskmill_Socket::SendSome(std::string &bytes) const
         const int sent = send(SocketOf(m_handle), bytes.data(), part, 0);
         if (sent < 0)
             return WSAGetLastError() == WSAEWOULDBLOCK;
-        bytes.erase(0, static_cast<std::size_t>(sent));
+        bytes.remove_prefix(static_cast<std::size_t>(sent));
     }
     return true;
 }

@@ -7,10 +7,9 @@
 
 std::span<const int> Taskmill_LackErrors()
 {
-    static constexpr std::array<int, 10> errors{ERROR_TOO_MANY_OPEN_FILES, ERROR_NOT_ENOUGH_MEMORY,
-                                                ERROR_OUTOFMEMORY,         ERROR_HANDLE_DISK_FULL,
-                                                ERROR_DISK_FULL,           ERROR_MAX_THRDS_REACHED,
-                                                ERROR_NO_SYSTEM_RESOURCES, ERROR_COMMITMENT_LIMIT,
-                                                ERROR_NOT_ENOUGH_QUOTA,    ERROR_DISK_QUOTA_EXCEEDED};
+    static constexpr std::array<int, 9> errors{
+        ERROR_TOO_MANY_OPEN_FILES, ERROR_NOT_ENOUGH_MEMORY, ERROR_OUTOFMEMORY,
+        ERROR_HANDLE_DISK_FULL,    ERROR_DISK_FULL,         ERROR_MAX_THRDS_REACHED,
+        ERROR_NO_SYSTEM_RESOURCES, ERROR_COMMITMENT_LIMIT,  ERROR_NOT_ENOUGH_QUOTA};
     return errors;
 }

@@ -296,6 +296,9 @@ private Q_SLOTS:
         QVERIFY(desktop.WaitForText(u"Details of the job"_s, u"EXCESS NUMBER OF OPTIMIZATION CYCLES"_s));
         QVERIFY(desktop.ClickControl(u"cell"_s, u"broken.mop"_s));
         QVERIFY(desktop.WaitForText(u"Details of the job"_s, u"NOSUCHWORD"_s));
+        QVERIFY(desktop.ClickControl(u"page tab"_s, u"Output"_s));
+        QVERIFY(desktop.WaitForText(u"Last lines of the output"_s, u"NOSUCHWORD"_s));
+        QVERIFY(desktop.ClickControl(u"page tab"_s, u"General"_s));
 
         WriteTestFile(Project().Path(u"broken.mop"_s), waterMopac);
         QVERIFY(desktop.ClickControl(u"cell"_s, u"broken.mop"_s, 3));

@@ -101,6 +101,17 @@ void KeeperFixture::Start(const Taskmill_RunOrder &order)
     m_run = m_nursery->StartRun(order);
 }
 
+long long KeeperFixture::LeaveFreeKeeper(const Taskmill_RunOrder &order, const std::string &awaited)
+{
+    Start(order);
+    const long long keeper = KeeperOf(Wait(Kind::Started));
+    Touch(awaited);
+    if (!Wait(Kind::Ended).isKeeperFree)
+        return 0;
+    m_nursery->TakeFreeKeeper(m_run.TakeFreeKeeper());
+    return keeper;
+}
+
 Taskmill_RunReport KeeperFixture::Wait(Kind kind)
 {
     Taskmill_RunReport report;

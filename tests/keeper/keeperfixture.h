@@ -38,6 +38,9 @@ public:
     [[nodiscard]] Taskmill_RunOrder HostileJob(bool keepsEnvironment = false) const;
     void Start(const Taskmill_RunOrder &order);
     [[nodiscard]] Taskmill_RunConnection &Run() { return m_run; }
+    /// Starts a run that waits for that file, makes it, and leaves its keeper to the nursery at the run's
+    /// end. The process of the keeper; 0 when it is not free.
+    [[nodiscard]] long long LeaveFreeKeeper(const Taskmill_RunOrder &order, const std::string &awaited);
     /// The next report of that kind, or one that nothing follows.
     [[nodiscard]] Taskmill_RunReport Wait(Kind kind);
     /// The process of the keeper.

@@ -58,6 +58,7 @@ private Q_SLOTS:
     void recordsHowARunEnds_data();
     void recordsHowARunEnds();
     void sumsUpWhatARunUses();
+    void aFreeKeeperTakesTheNextRun();
     void takesALongEnvironment();
     void storesOutputWhileTheRunGoesOn();
     void keepsTheFirstAndTheLastOfMuchOutput();
@@ -152,6 +153,30 @@ void TestKeeper::sumsUpWhatARunUses()
     QVERIFY(report.end.processorMs > 0);
     QVERIFY(report.end.startMs > 0);
     QVERIFY(report.end.endMs >= report.end.startMs);
+}
+
+void TestKeeper::aFreeKeeperTakesTheNextRun()
+{
+    QVERIFY(m_keepers->StartNursery());
+    const Taskmill_RunOrder first = m_keepers->Order({"waitfor", "one", "print", "first", "exit", "3"});
+    const long long keeper = m_keepers->LeaveFreeKeeper(first, "one");
+    QVERIFY(keeper > 0);
+    // Nothing of the first is left to the second.
+    const Taskmill_RunOrder second = m_keepers->Order({"waitfor", "two", "print", "second"});
+    QCOMPARE(m_keepers->LeaveFreeKeeper(second, "two"), keeper);
+    QCOMPARE(m_keepers->RecordedEnd(first.runID).value_or(Taskmill_RunEnd{}).code, 3);
+    QCOMPARE(m_keepers->RecordedEnd(second.runID).value_or(Taskmill_RunEnd{.code = -1}).code, 0);
+    QCOMPARE(m_keepers->Output(first.runID), "first\n");
+    QCOMPARE(m_keepers->Output(second.runID), "second\n");
+    // Killed while it waits, it is missed by nobody.
+    QCOMPARE(kill(static_cast<pid_t>(keeper), SIGKILL), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(!KeeperFixture::IsProcessThere(keeper), KeeperFixture::WaitMs);
+    const long long other = m_keepers->LeaveFreeKeeper(m_keepers->Order({"waitfor", "three"}), "three");
+    QVERIFY(other > 0 && other != keeper);
+    // What still has something to drain is not free.
+    m_keepers->Start(m_keepers->Script("(until [ -e end ]; do sleep 0.05; done) & exit 0"));
+    QVERIFY(!m_keepers->Wait(Kind::Ended).isKeeperFree);
+    m_keepers->Touch("end");
 }
 
 void TestKeeper::takesALongEnvironment()

@@ -64,6 +64,7 @@ class TestKeeperLoss : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
+    void nothingOutlivesAKilledKeeper_data();
     void nothingOutlivesAKilledKeeper();
     void nothingOutlivesKilledKeepersAndNursery();
     void noStartWaitsForASweepThatHangs();
@@ -101,20 +102,36 @@ void TestKeeperLoss::cleanup()
     m_keepers.reset();
 }
 
+void TestKeeperLoss::nothingOutlivesAKilledKeeper_data()
+{
+    QTest::addColumn<bool>("hadOtherRun");
+    QTest::newRow("in its first run") << false;
+    QTest::newRow("in its second run") << true;
+}
+
 void TestKeeperLoss::nothingOutlivesAKilledKeeper()
 {
+    QFETCH(bool, hadOtherRun);
     QVERIFY(m_keepers->StartNursery());
+    if (hadOtherRun)
+        QVERIFY(m_keepers->LeaveFreeKeeper(m_keepers->Order({"waitfor", "end"}), "end") > 0);
+    const Taskmill_RunOrder order = m_keepers->HostileJob();
+    m_keepers->Start(order);
+    QCOMPARE(m_keepers->Run().HadOtherRun(), hadOtherRun);
     // Another run, which is not touched.
     Taskmill_RunConnection other =
         m_keepers->Nursery().StartRun(m_keepers->Order({"waitfor", "go", "exit", "7"}));
-    const Taskmill_RunOrder order = m_keepers->HostileJob();
-    m_keepers->Start(order);
     QTRY_VERIFY_WITH_TIMEOUT(m_keepers->IsHostileJobReady(), waitMs);
     const long long keeper = KeeperFixture::KeeperOf(m_keepers->Wait(Kind::Started));
     QCOMPARE(other.Receive(waitMs).kind, Kind::Started);
     QVERIFY(keeper > 0);
     QCOMPARE(kill(static_cast<pid_t>(keeper), SIGKILL), 0);
     QCOMPARE(m_keepers->Run().Receive(waitMs).kind, Kind::Lost);
+    // Of a keeper's second run the nursery does not know the name.
+    if (hadOtherRun) {
+        QVERIFY(m_keepers->Nursery().ReceiveSwept(waitMs) != order.runID);
+        QVERIFY(m_keepers->Nursery().Sweep(order.runID));
+    }
     QCOMPARE(m_keepers->Nursery().ReceiveSwept(waitMs).value_or(""), order.runID);
     QCOMPARE(m_keepers->ProcessCount(), 1);
     QVERIFY(!m_keepers->RecordedEnd(order.runID));

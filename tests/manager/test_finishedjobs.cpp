@@ -97,6 +97,39 @@ private Q_SLOTS:
         TestCase::cleanup();
     }
 
+    void StepsFollowWhatComesAndGoes()
+    {
+        MakeDatabase(true);
+        InsertJobs(20);
+        Taskmill_FinishedJobs jobs{m_outbox};
+        jobs.Load();
+        Taskmill_FinishedPlace place;
+        QList<int> seen;
+        const auto step = [&](int count) {
+            return jobs.ForSome(
+                place, count,
+                [&seen](const Taskmill_JobRecord &job) {
+                    QCOMPARE(job.ProcessorMs, Job(job.JobID).ProcessorMs);
+                    seen += job.JobID;
+                },
+                2);
+        };
+        QVERIFY(step(3));
+        QCOMPARE(seen, (QList{3, 4, 5}));
+        // The last one seen, others before and behind it, and one that comes.
+        jobs.Remove({0, 3, 4, 5});
+        QVERIFY(jobs.AddJob(Job(21)));
+        QVERIFY(step(4));
+        QVERIFY(!step(100));
+        QCOMPARE(seen, (QList{3, 4, 5, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21}));
+        // Another project has other jobs.
+        place = {};
+        QVERIFY(step(3));
+        jobs.Load();
+        QVERIFY(!step(3));
+        QCOMPARE(seen.size(), 21);
+    }
+
     void RecordsAreThoseOfTheirRows()
     {
         MakeDatabase(true);

@@ -37,7 +37,7 @@ const QList<JobList> &JobLists()
     using Database = Taskmill_Database;
     static const QList<JobList> lists{
         {u"finished"_s, u"Finished Jobs"_s, u"The finished jobs."_s,
-         // No listing shows what they have written.
+         // No listing shows the outputs of finished jobs.
          [](Database &database) {
              return database.GetFinishedJobsWithoutOutputs();
          }},
