@@ -40,7 +40,6 @@ private Q_SLOTS:
     void WaitsAgainWhenItsKillWasNotSaved();
     void NeverRunsAgainUnasked_data();
     void NeverRunsAgainUnasked();
-    void FindsItsJobsInTheOtherFolder();
     void ALostCopyHidesNoJob();
     void AdoptingIsNoChange();
 
@@ -446,45 +445,6 @@ void TestKeptJobs::NeverRunsAgainUnasked()
     QTRY_VERIFY(last.Command("list finished jobs").contains("Failed"));
     QCOMPARE(Starts(u"ran.in"_s), "start\nstart\n");
     QCOMPARE(last.Quit({"yes", "no"}), ManagerEnd{.status = 0});
-}
-
-void TestKeptJobs::FindsItsJobsInTheOtherFolder()
-{
-    if (isWindows)
-        QSKIP("there is one folder");
-    QVERIFY(AddGatedType());
-    // No folder can be made there.
-    const QString home = Project().Path(u".local"_s);
-    WriteTestFile(home, {});
-    QVERIFY(Project().Start());
-    const int job = Submit(u"one.in"_s);
-    QVERIFY(job > 0);
-    QVERIFY(Save());
-    QVERIFY(Manager().Ask("quit keep", "?  "));
-    Manager().Type("yes\n");
-    QCOMPARE(Manager().End().status, 0);
-    QVERIFY(QFile::remove(home));
-    // A copy, whose working copy is not there.
-    const QString copy = Project().Path(u"copy.mill"_s);
-    QVERIFY(QFile::copy(Project().ProjectPath(), copy));
-    {
-        ManagerProcess other{Project().Path({})};
-        QVERIFY(other.Start({u"-console"_s, copy}));
-        QVERIFY2(other.Greeting().contains("job 1, runs in another Taskmill"), other.Greeting());
-        QVERIFY(other.Command("run held jobs").contains("No job is held back"));
-        QCOMPARE(other.Quit({"yes"}), ManagerEnd{.status = 0});
-    }
-    QVERIFY(ProcessTable::IsAlive(job));
-    // Nothing of it stays behind.
-    QVERIFY(QDir{home}.removeRecursively());
-    WriteTestFile(home, {});
-    QVERIFY(Project().Start());
-    QVERIFY(Manager().Command("list queueless jobs").contains("Running"));
-    Release(u"one.in"_s);
-    QTRY_VERIFY(Manager().Command("list finished jobs").contains("Failed"));
-    QCOMPARE(Starts(u"one.in"_s), "start\n");
-    QVERIFY(Save());
-    QCOMPARE(Manager().Quit({"yes"}), ManagerEnd{.status = 0});
 }
 
 void TestKeptJobs::ALostCopyHidesNoJob()

@@ -193,6 +193,13 @@ void TestKeeperLoss::aRecordedEndCountsWhenItsKeeperIsLost()
     order.Directory = QString::fromStdString(m_keepers->JobFolder());
     QVERIFY(run->Start(order));
     QTRY_VERIFY_WITH_TIMEOUT(run->ProcessID() > 0, waitMs);
+    // Another start of this user had to use another folder.
+    using Place = KilnUtil_FoundRun::Place;
+    const QString folder = QString::fromStdString(m_keepers->Folder());
+    const auto other = KilnUtil_RunKeepers::Make(QString::fromStdString(KeeperFixture::Program()),
+                                                 order.Directory + QStringLiteral("/other"), {folder});
+    QVERIFY(other && other->Find(runID).Where == Place::Elsewhere);
+    QVERIFY(other->Find(keepers->NewRunID()).Where == Place::NotKnown);
     Taskmill_RunReport started;
     started.processID = run->ProcessID();
     const long long keeper = KeeperFixture::KeeperOf(started);
@@ -207,6 +214,8 @@ void TestKeeperLoss::aRecordedEndCountsWhenItsKeeperIsLost()
     QVERIFY(ended.wait(waitMs));
     QCOMPARE(run->End().How, KilnUtil_RunEnd::Kind::Exit);
     QCOMPARE(run->End().Code, 5);
+    QCoreApplication::processEvents();
+    QVERIFY(other->Find(runID).Where == Place::Taken);
 }
 
 void TestKeeperLoss::aRunOutlivesAKilledManager()

@@ -241,8 +241,12 @@ private Q_SLOTS:
         QFile::remove(Copy() + u"-wal"_s);
         QVERIFY(m_manager->Project().OpenProject(File()));
         QVERIFY(!m_manager->Project().IsRecovered());
-        // The other one is about jobs of which nothing is known now.
         QCOMPARE(m_manager->Project().Notices().size(), 2);
+        // The lost job may still run under its number.
+        QCOMPARE(m_manager->JobNumbers().LastID(), 1000);
+        QVERIFY(m_manager->Project().Notices().last().contains(
+            u"see Running Jobs. New jobs are numbered from 1001"_s));
+        QVERIFY(m_manager->Project().HasUnsavedChanges());
         const QStringList aside = Folder().entryList({u"damaged-*.db"_s});
         QCOMPARE(aside.size(), 1);
         QCOMPARE(ReadTestFile(Folder().filePath(aside.first())), content);
