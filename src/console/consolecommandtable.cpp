@@ -122,7 +122,7 @@ const QList<Taskmill_ConsoleCommand> &All()
          }},
         {"run held jobs"_L1,
          {},
-         "Run the queueless jobs again that ran when the project was closed"_L1,
+         "Run the held jobs, which ran when the project was closed or saved"_L1,
          [](Commands &commands, const QString &) {
              commands.RunHeldJobs();
          }},

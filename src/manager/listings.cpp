@@ -64,7 +64,8 @@ QJsonValue PlaceholdersInJson(const Job &job)
 
 QString ClientAddress(const Job &job)
 {
-    return job.ClientAddress + u':' + QString::number(job.ClientPort);
+    const bool hasNone = job.ClientAddress.isEmpty() && job.ClientPort == 0;
+    return hasNone ? QString{} : job.ClientAddress + u':' + QString::number(job.ClientPort);
 }
 
 QString ClientUserAndGroup(const Job &job)
