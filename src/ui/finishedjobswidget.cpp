@@ -24,7 +24,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 const QString helpId = u"taskmill/finishedjobs"_s;
-const QString exportText = u"Export..."_s;
+const QString exportText = u"&Export..."_s;
 } // namespace
 
 /// The entries of the menu that has been shown.
@@ -44,7 +44,7 @@ struct Taskmill_FinishedJobsWidget::Entries
         , showInputFile{menu.AddEntry(u"Show Input File"_s)}
         , showOutputFile{menu.AddEntry(u"Show Output File"_s)}
         , showLog{menu.AddEntry(u"Show stdout and stderr"_s)}
-        , runAgain{AddBehindHelp(menu, u"Run Again"_s,
+        , runAgain{AddBehindHelp(menu, u"Run &Again"_s,
                                  canRunAgain && jobs->Count() <= Taskmill_JobEntries::MostJobs)}
         , ofJobs{menu,
                  {.count = jobs->Count(),

@@ -40,9 +40,9 @@ void OpenFolder(const QString &folder)
 
 Taskmill_JobEntries::Taskmill_JobEntries(Taskmill_TabMenu &menu, Jobs jobs)
     : m_jobs{std::move(jobs)}
-    , m_openFolder{menu.AddEntry(u"Open Folder"_s)}
-    , m_copyPath{menu.AddEntry(u"Copy Path"_s)}
-    , m_copyCommandLine{menu.AddEntry(u"Copy Command Line"_s)}
+    , m_openFolder{menu.AddEntry(u"Open &Folder"_s)}
+    , m_copyPath{menu.AddEntry(u"Copy &Path"_s)}
+    , m_copyCommandLine{menu.AddEntry(u"Copy Command &Line"_s)}
 {
     const bool areFew = m_jobs.count > 0 && m_jobs.count <= MostJobs;
     const Taskmill_JobRecord *first = areFew ? m_jobs.at(0) : nullptr;

@@ -57,7 +57,7 @@ struct Taskmill_QueueTab::Entries
 
     void AddRunAgain(bool anyHeld, Taskmill_TabMenu &menu)
     {
-        runAgain = menu.AddEntry(u"Run Again"_s, anyHeld);
+        runAgain = menu.AddEntry(u"Run &Again"_s, anyHeld);
         menu.AddSeparator();
     }
 
@@ -229,7 +229,7 @@ void Taskmill_QueueTab::AddEntries(Taskmill_TabMenu &menu, const QList<int> &sel
         menu, {.count = selection.size(), .at = [this, selection](qsizetype place) {
                    return RecordOf(selection[place]);
                }}};
-    const QAction *exporting = menu.AddEntry(u"Export..."_s, m_table->model()->rowCount() > 0);
+    const QAction *exporting = menu.AddEntry(u"&Export..."_s, m_table->model()->rowCount() > 0);
     menu.WhenChosen([this, entries, jobEntries, exporting, selection, currentJobID](const QAction &chosen) {
         if (&chosen == exporting)
             Export();

@@ -445,7 +445,10 @@ private Q_SLOTS:
             } entries{menu, menu};
             pages.finishedTab.FillMenu(entries);
             const QList<QAction *> actions = menu.actions();
-            entries.Choose(*std::ranges::find(actions, entry, &QAction::text));
+            const auto textOf = [](const QAction *action) {
+                return action->text().remove(u'&');
+            };
+            entries.Choose(*std::ranges::find(actions, entry, textOf));
             return QGuiApplication::clipboard()->text();
         };
         QCOMPARE(choose(u"Copy Path"_s),

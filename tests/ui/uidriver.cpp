@@ -64,9 +64,12 @@ QStringList ChooseFromMenu(const QTableView &table, const QPoint &place, const Q
         if (whileOpen)
             whileOpen();
         const QList<QAction *> actions = menu->actions();
+        const auto textOf = [](const QAction *action) {
+            return action->text().remove(u'&');
+        };
         for (const QAction *action : actions)
-            entries += action->isEnabled() ? action->text() : u'(' + action->text() + u')';
-        const auto chosen = std::ranges::find(actions, entry, &QAction::text);
+            entries += action->isEnabled() ? textOf(action) : u'(' + textOf(action) + u')';
+        const auto chosen = std::ranges::find(actions, entry, textOf);
         if (!entry.isEmpty() && chosen != actions.end()) {
             menu->setActiveAction(*chosen);
             QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(*chosen).center());
