@@ -154,7 +154,7 @@ void TestKeptJobs::FindsItsJobsAgain()
         QVERIFY(job.Finished >= job.Started);
         QCOMPARE(Starts(QFileInfo{job.InputFilePath}.fileName()), "start\n");
     }
-    QTRY_VERIFY(ProcessTable::LivingChildren().isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(ProcessTable::LivingChildren().isEmpty(), 60'000);
     QVERIFY(QDir{Project().Path(isWindows ? u"Taskmill"_s : u".local/state/taskmill"_s)}.exists());
 }
 
@@ -473,6 +473,9 @@ void TestKeptJobs::ALostCopyHidesNoJob()
     QVERIFY(Project().Start());
     QCOMPARE(Manager().Submit(u"Gated"_s, Project().InputFile(u"new.in"_s), u"none"_s), "accepted=1002\n");
     QCOMPARE(Manager().Quit({"yes", "no"}), ManagerEnd{.status = 0});
+    // Nobody ends it for its user.
+    Release(u"lost.in"_s);
+    QTRY_VERIFY_WITH_TIMEOUT(!ProcessTable::IsAlive(lost), 60'000);
 }
 
 void TestKeptJobs::AdoptingIsNoChange()
