@@ -16,6 +16,8 @@ constexpr std::chrono::milliseconds collecting{900};
 constexpr qint64 mostCollected = 500;
 /// In pages: the disk gets back what a longer one takes.
 constexpr int longLog = 20'000;
+/// So long nobody has to have written before the log is shortened: the next commit would wait for that.
+constexpr std::chrono::seconds quietTime{1};
 
 /// The base of the copy was written without waiting for the disk.
 void SyncFile(sqlite3 *database)
@@ -78,7 +80,7 @@ qint64 Taskmill_Checkpointer::WaitForChanges()
     return m_ends ? 0 : m_lastChange;
 }
 
-bool Taskmill_Checkpointer::Store(sqlite3 *database) const
+bool Taskmill_Checkpointer::Store(sqlite3 *database)
 {
     int inLog = 0;
     int copied = 0;
@@ -89,10 +91,22 @@ bool Taskmill_Checkpointer::Store(sqlite3 *database) const
         qCWarning(Taskmill_DBLog, "Cannot bring changes into %ls: %s", qUtf16Printable(m_path),
                   sqlite3_errstr(result));
     const bool isAllStored = result == SQLITE_OK && copied == inLog;
-    // In a pause after many changes.
-    if (isAllStored && inLog > longLog)
-        sqlite3_wal_checkpoint_v2(database, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+    m_isLogLong = inLog > longLog;
     return isAllStored;
+}
+
+void Taskmill_Checkpointer::ShortenLog(sqlite3 *database)
+{
+    const std::unique_lock nobodyWrites{m_logMutex, std::try_to_lock};
+    if (nobodyWrites)
+        sqlite3_wal_checkpoint_v2(database, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+    m_isLogLong = false;
+}
+
+bool Taskmill_Checkpointer::IsPause()
+{
+    std::unique_lock lock{m_mutex};
+    return !m_wake.wait_for(lock, quietTime, [this] { return m_lastChange > m_stored || m_ends; });
 }
 
 void Taskmill_Checkpointer::Run()
@@ -108,6 +122,8 @@ void Taskmill_Checkpointer::Run()
                 const std::lock_guard lock{m_mutex};
                 m_stored = change;
             }
+            if (m_isLogLong && IsPause())
+                ShortenLog(database);
         }
     }
     sqlite3_close(database);
