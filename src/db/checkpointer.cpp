@@ -2,6 +2,7 @@
 #include "db/checkpointer.h"
 
 #include "kilnutil/logging.h"
+#include "kilnutil/threadstart.h"
 
 #include <chrono>
 
@@ -34,7 +35,7 @@ Taskmill_Checkpointer::Taskmill_Checkpointer(const QString &path)
     , m_thread{QThread::create([this] { Run(); })}
 {
     m_thread->setObjectName(u"checkpoints"_s);
-    m_thread->start();
+    KilnUtil_StartThread(*m_thread);
 }
 
 Taskmill_Checkpointer::~Taskmill_Checkpointer()
