@@ -5,6 +5,7 @@
 #include "kilnutil/threadstart.h"
 
 #include <chrono>
+#include <utility>
 
 #include <sqlite3.h>
 
@@ -88,9 +89,11 @@ bool Taskmill_Checkpointer::Store(sqlite3 *database)
     // What does not fit now, because somebody reads, is brought over the next time.
     const int result =
         sqlite3_wal_checkpoint_v2(database, nullptr, SQLITE_CHECKPOINT_PASSIVE, &inLog, &copied);
-    if (result != SQLITE_OK && result != SQLITE_BUSY)
+    const bool hasFailed = result != SQLITE_OK && result != SQLITE_BUSY;
+    if (hasFailed && !std::exchange(m_isFailureLogged, true))
         qCWarning(Taskmill_DBLog, "Cannot bring changes into %ls: %s", qUtf16Printable(m_path),
                   sqlite3_errstr(result));
+    m_isFailureLogged = hasFailed;
     const bool isAllStored = result == SQLITE_OK && copied == inLog;
     m_isLogLong = inLog > longLog;
     return isAllStored;

@@ -50,7 +50,8 @@ private:
     qint64 m_lastChange = 0;
     qint64 m_stored = 0;      ///< the last change of which it is known
     qint64 m_tried = 0;       ///< the last one that it was tried for
-    bool m_isLogLong = false; ///< used by the thread only
+    bool m_isLogLong = false; ///< used by the thread only, as the next
+    bool m_isFailureLogged = false;
     bool m_ends = false;
     std::unique_ptr<QThread> m_thread;
 };
