@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Measures the details beneath the table of finished jobs: how they follow a key that is held down, and how
-// they show an output of 4 GB that grows by a line a millisecond. Run with the platform "offscreen"; the
-// number of finished jobs may be given.
+// they show an output of 4 GB that grows by a line a millisecond, and 64 MB that a job has printed. Run with
+// the platform "offscreen"; the number of finished jobs may be given.
 
 #include "records.h"
 #include "report.h"
@@ -136,28 +136,30 @@ void HoldKeyDown(Bench::Report &report, KilnUtil_TableWidget &table, const QByte
     turns.Report(report, what);
 }
 
+/// Shows the last job of the table, whose output ends with a line that holds the text, and turns the event
+/// loop for so long.
 void MeasureOutput(Bench::Report &report, Taskmill_DetailsSplitter &splitter, KilnUtil_TableWidget &table,
-                   int row)
+                   const QString &text, int followMs, const QByteArray &what)
 {
+    const int row = table.model()->rowCount() - 1;
     const auto *page = splitter.findChild<Taskmill_OutputPage *>();
     const double before = ResidentMegabytes();
     QElapsedTimer opening;
     opening.start();
     table.setCurrentIndex(table.model()->index(row, 0));
     Turns turns;
-    const auto isShown = [page] {
+    const auto isShown = [page, &text] {
         const QStringList rows = page->View().VisibleText();
-        return !rows.isEmpty() && rows.last().contains(u"-1234.567890"_s);
+        return !rows.isEmpty() && rows.last().contains(text);
     };
     while (!isShown() && opening.elapsed() < 10'000)
         turns.Take([] {});
     report.Add("the last lines are seen", static_cast<double>(opening.elapsed()), "ms", mostToOpen);
-    constexpr int followMs = 5000;
     while (opening.elapsed() < followMs) {
         turns.Take([] {});
         QThread::usleep(200);
     }
-    turns.Report(report, "while it grows");
+    turns.Report(report, what);
     report.Add("memory", ResidentMegabytes() - before, "MB", mostMemory);
 }
 } // namespace
@@ -204,8 +206,19 @@ int main(int argc, char **argv)
     {
         Writer writer{job.OutputFile};
         writer.start();
-        MeasureOutput(report, splitter, table, table.model()->rowCount() - 1);
+        MeasureOutput(report, splitter, table, u"-1234.567890"_s, 5000, "while it grows");
     }
+
+    report.Title("A job that has printed 64 MB");
+    constexpr qsizetype printedSize = 64L * 1024 * 1024;
+    const QString line = u"   cycle 1  energy  -777.654321  change  1.2345E-05\n"_s;
+    Taskmill_JobRecord printed = Bench::FinishedJob(count + 2);
+    printed.StdOutAndStdErr = line.repeated(printedSize / line.size());
+    manager.FinishedJobs().AddJob(printed);
+    printed.StdOutAndStdErr.clear();
+    tab.FillTable();
+    Turn();
+    MeasureOutput(report, splitter, table, u"-777.654321"_s, 2000, "it is shown");
     manager.Project().CloseProject();
     return 0;
 }
