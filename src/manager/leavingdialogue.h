@@ -30,7 +30,6 @@ public:
     [[nodiscard]] bool DoJobsGoOn() const { return m_doJobsGoOn; }
 
 private:
-    Taskmill_Project &m_project;
     Taskmill_Destinations &m_destinations;
     Taskmill_ClosingDialogue m_closing;
     const Jobs m_jobs;

@@ -5,13 +5,13 @@
 #include "manager/projectfile.h"
 #include "manager/projectruns.h"
 #include "manager/spareproject.h"
+#include "manager/storedpauses.h"
 
 #include <QList>
 #include <QObject>
 #include <QString>
 #include <QStringList>
 
-#include <array>
 #include <memory>
 #include <optional>
 
@@ -22,6 +22,7 @@ class Taskmill_FinishedJobs;
 class Taskmill_JobTypeList;
 class Taskmill_Outbox;
 class Taskmill_ProjectLock;
+class Taskmill_ProjectRecovery;
 class Taskmill_RunSource;
 class Taskmill_WorkingCopy;
 struct Taskmill_LeftProject;
@@ -82,10 +83,8 @@ public:
     /// The version of the program and the project's name or state.
     [[nodiscard]] QString WindowTitle() const;
 
-    /// Whether a job runs that can go on without the program.
-    [[nodiscard]] bool IsAnyJobKept();
-    /// To be called before such jobs go on: without a working copy a spare file is written, where the
-    /// project's own does not know them.
+    /// To be called before jobs go on without the program: without a working copy a spare file is written,
+    /// where the project's own does not know them.
     void StoreJobsThatGoOn();
     /// Ends all jobs, empties the lists and closes the database, whose working copy is removed.
     void CloseProject();
@@ -116,17 +115,16 @@ private:
     [[nodiscard]] bool Open(const QString &path, Taskmill_LeavingDialogue::Jobs jobs);
     bool Begin(Taskmill_OpenedFile opened, const QString &path);
     bool TakeUp(Taskmill_LeftProject left, const QString &path);
+    /// What the search for left projects has found beside the one that is open now.
+    void TakeWhatElseIsLeft(Taskmill_ProjectRecovery &recovery);
     /// Jobs may run that the project does not know: their numbers are not given again.
     void SkipLostJobs();
-    /// Of the jobs that keepers run.
-    [[nodiscard]] QStringList KeptRuns();
     /// The database is the current one.
     void Install(Taskmill_Database &database, const QString &path);
     /// Writes everything that still has to be written to the database. False when some of it cannot be.
     [[nodiscard]] bool MakeWhole();
     [[nodiscard]] bool WriteFile(const QString &path);
     [[nodiscard]] bool WriteOwnFile(const QString &path);
-    void StorePauses();
     /// Moves the notifications of the project before into the working copy of the one that has been opened.
     void CarryOverNotifications();
     void ForgetProject();
@@ -149,7 +147,7 @@ private:
     std::unique_ptr<Taskmill_WorkingCopy> m_copy; ///< nullptr for a project in memory
     /// The working copy of the project before, until its notifications are in the next one's.
     std::unique_ptr<Taskmill_WorkingCopy> m_closedCopy;
-    std::array<std::optional<bool>, 2> m_storedPauses; ///< of the two queues, as the working copy has them
+    Taskmill_StoredPauses m_storedPauses;
     QStringList m_notices;
     bool m_isRecovered = false;
     bool m_hasChangedFile = false;
