@@ -12,6 +12,7 @@
 #include "kilnutil/registry.h"
 #include "manager/destinations.h"
 #include "manager/finishedjobs.h"
+#include "manager/leftruns.h"
 #include "manager/outbox.h"
 #include "manager/ownjobnumbers.h"
 #include "manager/projectdatabase.h"
@@ -174,7 +175,7 @@ bool Taskmill_Project::TakeUp(Taskmill_LeftProject left, const QString &path)
     m_copy = std::move(left.Copy);
     Taskmill_Database *database = Taskmill_Database_Manager::Global().Adopt(std::move(left.Database));
     const bool isTaken = Taskmill_TakeUpWorkingCopy(*database);
-    const auto ends = isTaken ? Taskmill_EndLeftRuns(*database, m_runs) : std::nullopt;
+    const auto ends = isTaken ? Taskmill_LeftRuns{*database, m_runs}.End() : std::nullopt;
     if (!ends) {
         // The working copy stays as it was, for a later start.
         Taskmill_Database_Manager::Global().CloseAll();
