@@ -2,7 +2,7 @@
 #pragma once
 
 #include "db/workingcopystore.h"
-#include "manager/followedoutput.h"
+#include "manager/joboutput.h"
 
 #include <QHash>
 #include <QObject>

@@ -3,7 +3,6 @@
 
 #include "db/database.h"
 #include "jobs/jobnotification.h"
-#include "manager/outbox.h"
 #include "manager/runsource.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "wire/keeperclient.h"
 #include "wire/keeperpipe_win.h"
+#include "wire/nursery.h"
 #include "wire/openjournal_win.h"
 #include "wire/privatefolder.h"
 #include "wire/runlocks.h"

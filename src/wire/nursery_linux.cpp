@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "wire/keeperclient.h"
+#include "wire/nursery.h"
 #include "wire/privatefolder.h"
 #include "wire/runlocks.h"
 #include "wire/systemlack.h"
