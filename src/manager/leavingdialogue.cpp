@@ -3,7 +3,6 @@
 
 #include "manager/destinations.h"
 #include "manager/jobsgoon.h"
-#include "manager/project.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -26,7 +25,7 @@ Taskmill_Question JobsQuestion(int running, bool canGoOn)
 }
 } // namespace
 
-Taskmill_LeavingDialogue::Taskmill_LeavingDialogue(Taskmill_Project &project,
+Taskmill_LeavingDialogue::Taskmill_LeavingDialogue(Taskmill_SavableProject &project,
                                                    Taskmill_Destinations &destinations, Jobs jobs)
     : m_destinations{destinations}
     , m_closing{project}

@@ -19,7 +19,8 @@ public:
     };
 
     /// Both outlive the dialogue.
-    Taskmill_LeavingDialogue(Taskmill_Project &project, Taskmill_Destinations &destinations, Jobs jobs);
+    Taskmill_LeavingDialogue(Taskmill_SavableProject &project, Taskmill_Destinations &destinations,
+                             Jobs jobs);
 
     std::optional<Taskmill_Question> Next() override;
     void Answer(const Taskmill_Answer &answer) override;

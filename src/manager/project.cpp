@@ -31,9 +31,6 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-const char *const Taskmill_ProjectFileFilter = "Taskmill Project Files (*.mill)";
-const char *const Taskmill_SavingTitle = "Saving a Taskmill Project File";
-
 namespace {
 /// Who saves or closes a project does not wait longer for outputs that are still being read.
 constexpr std::chrono::milliseconds longestWaitForResults{500};
@@ -297,14 +294,6 @@ QString Taskmill_Project::OpenFileInstead()
     if (m_jobNumbers.LastID() < lastJobID)
         m_jobNumbers = KilnUtil_IDManager{lastJobID, 1};
     return beside;
-}
-
-QString Taskmill_Project::ProjectFileName(const QString &name)
-{
-    QString file = name.trimmed();
-    if (!file.isEmpty() && !file.endsWith(".mill"_L1, Qt::CaseInsensitive))
-        file += u".mill"_s;
-    return file;
 }
 
 bool Taskmill_Project::FileHasChanged() const

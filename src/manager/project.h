@@ -4,6 +4,7 @@
 #include "manager/leavingdialogue.h"
 #include "manager/projectfile.h"
 #include "manager/projectruns.h"
+#include "manager/savableproject.h"
 #include "manager/spareproject.h"
 #include "manager/storedpauses.h"
 
@@ -27,14 +28,9 @@ class Taskmill_RunSource;
 class Taskmill_WorkingCopy;
 struct Taskmill_LeftProject;
 
-/// The file filter of dialogs for project files.
-extern const char *const Taskmill_ProjectFileFilter;
-/// The title of what is asked and reported while a project is saved.
-extern const char *const Taskmill_SavingTitle;
-
 /// The one project that the manager has open: a database of its own, the working copy, which is saved to and
 /// loaded from a ".mill" file. A working copy that a manager has left which was ended by force is taken up.
-class Taskmill_Project : public QObject
+class Taskmill_Project : public QObject, public Taskmill_SavableProject
 {
     Q_OBJECT
 
@@ -47,9 +43,8 @@ public:
     ~Taskmill_Project() override;
     Q_DISABLE_COPY_MOVE(Taskmill_Project)
 
-    [[nodiscard]] bool IsOpen() const;
-    /// Absolute; empty for a project never saved.
-    [[nodiscard]] QString FilePath() const;
+    [[nodiscard]] bool IsOpen() const override;
+    [[nodiscard]] QString FilePath() const override;
     [[nodiscard]] bool HasUnsavedChanges() const;
 
     /// Replaces the current project by that of the file; its two queues are paused. Asks through the prompt
@@ -65,11 +60,8 @@ public:
     [[nodiscard]] bool NewProject();
     /// The same after asking what Taskmill_LeavingDialogue asks.
     [[nodiscard]] bool AskForNewProject();
-    /// Whether another program has changed the project's file since it was opened or saved here.
-    [[nodiscard]] bool FileHasChanged() const;
-    /// Writes the project to the file of that name, which becomes its own, without asking; a failure is
-    /// reported. What must be asked before is up to Taskmill_SaveDialogue.
-    bool SaveProjectAs(const QString &path);
+    [[nodiscard]] bool FileHasChanged() const override;
+    bool SaveProjectAs(const QString &path) override;
     /// The same without a report: why it could not be written, or nothing when it was.
     [[nodiscard]] std::optional<QString> TrySaveProjectAs(const QString &path);
     /// Writes unsaved changes to the project's own file without asking or reporting anything but to the debug
@@ -77,9 +69,6 @@ public:
     /// or are written beside the file where there is none. False when they could not be written there: they
     /// are in a spare file then, which the log and a notice at the next start name, if any place took it.
     bool SaveUnattended();
-    /// The trimmed name with ".mill" at its end; empty for an empty one.
-    [[nodiscard]] static QString ProjectFileName(const QString &name);
-
     /// The version of the program and the project's name or state.
     [[nodiscard]] QString WindowTitle() const;
 
