@@ -37,7 +37,7 @@ int Descriptor(const Taskmill_KeeperChannel &channel)
 Taskmill_Keeper::Taskmill_Keeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, System system)
     : m_order{std::move(order)}
     , m_runID{m_order.Value("run")}
-    , m_link{m_runID, m_order.Value("owner"), std::move(manager), *this}
+    , m_link{m_runID, std::string{m_order.Value("owner")}, std::move(manager), *this}
     , m_system{std::make_unique<System>(system)}
     , m_output{"out/" + m_runID}
     , m_mayBeFree{m_order.Number("more", 0) != 0}

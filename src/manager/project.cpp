@@ -65,8 +65,8 @@ Taskmill_Project::Taskmill_Project(Taskmill_JobTypeList &jobTypes, KilnUtil_IDMa
     , m_outbox{outbox}
     , m_runs{runs}
     , m_keptRuns{keepers}
-    , m_storedPauses{destinations}
     , m_readOnlyProjects{readOnlyProjects}
+    , m_storedPauses{destinations}
 {
     for (Taskmill_JobQueue *queue : m_destinations.Queues())
         connect(queue, &Taskmill_JobQueue::QueueUpdatedSignal, this, [this] {
