@@ -2,7 +2,7 @@
 // Measures the keepers of jobs: turn-round against a bare loop, memory, many at once, a kill, much output.
 //   bench_keeper KEEPER [ROUNDS]
 
-#include "wire/keeperclient.h"
+#include "wire/nursery.h"
 #include "wire/runoutput.h"
 
 #include <algorithm>

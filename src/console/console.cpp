@@ -58,7 +58,8 @@ void Taskmill_Console::RunSlot()
     for (const QString &notice : notices)
         m_terminal->Post(u"<Taskmill> "_s + notice + u"\n\n"_s);
 
-    auto worker = std::make_unique<Taskmill_Console_Worker>(*this);
+    auto worker = std::make_unique<Taskmill_Console_Worker>(Taskmill_ConversationContext{
+        .Terminal = *m_terminal, .Actions = m_actions, .OnMainThread = *this, .IsEnding = m_quitting});
     connect(worker.get(), &Taskmill_Console_Worker::QuitSignal, this, &Taskmill_Console::QuitSlot);
     QCoreApplication::processEvents();
     if (m_noEventLoop) {

@@ -25,10 +25,6 @@ public:
     Q_DISABLE_COPY_MOVE(Taskmill_Console)
 
     [[nodiscard]] Taskmill_ConsoleTerminal &Terminal() { return *m_terminal; }
-    /// To be used on the main thread only.
-    [[nodiscard]] Taskmill_ConsoleActions &Actions() { return m_actions; }
-    /// May be asked from any thread.
-    [[nodiscard]] bool IsQuitting() const { return m_quitting; }
 
     /// QuitSlot(), and ends the thread. False when the system holds that up, as on a drive that does not
     /// answer: the object must stay then as long as the program, as its destructor would wait.
@@ -49,5 +45,5 @@ private:
     Taskmill_ConsoleActions m_actions;
     const std::unique_ptr<Taskmill_ConsoleTerminal> m_terminal;
     QThread m_thread;
-    std::atomic<bool> m_quitting{false};
+    std::atomic<bool> m_quitting{false}; ///< other threads look at it
 };

@@ -2,7 +2,6 @@
 #include "console/consolecommands.h"
 
 #include "console/consoleactions.h"
-#include "console/consolecommandtable.h"
 #include "console/consoleconversation.h"
 #include "console/consolefollower.h"
 #include "console/consolepath.h"
@@ -34,27 +33,9 @@ Taskmill_ConsoleCommands::Taskmill_ConsoleCommands(Taskmill_ConsoleConversation 
 {
 }
 
-void Taskmill_ConsoleCommands::Execute(const QString &line)
+void Taskmill_ConsoleCommands::PrintFitted(QString (*text)(int columns))
 {
-    if (line.compare("quit"_L1, Qt::CaseInsensitive) == 0 ||
-        line.compare("exit"_L1, Qt::CaseInsensitive) == 0) {
-        Quit();
-        return;
-    }
-    if (line.startsWith("dir "_L1) || line.startsWith("dir/"_L1)) {
-        ListDirectory(line);
-        return;
-    }
-    // A program that drives the console by a pipe counts on silence.
-    if (!Taskmill_ConsoleCommandTable::Run(*this, line) && !line.isEmpty() &&
-        m_conversation.Terminal().IsInteractive())
-        Print(u"\n<Taskmill> %1; help lists the commands.\n\n"_s.arg(
-            Taskmill_ConsoleCommandTable::ProblemOf(line)));
-}
-
-void Taskmill_ConsoleCommands::Help()
-{
-    Print(Taskmill_ConsoleCommandTable::HelpText(Columns()));
+    Print(text(Columns()));
 }
 
 void Taskmill_ConsoleCommands::Print(const QString &text)

@@ -23,10 +23,8 @@ public:
     /// The conversation outlives this.
     explicit Taskmill_ConsoleCommands(Taskmill_ConsoleConversation &conversation);
 
-    /// Carries out one command line; an unknown one does nothing, but at a terminal a line says so.
-    void Execute(const QString &line);
-
-    void Help();
+    /// For a terminal of so many columns, 0 for any width.
+    void PrintFitted(QString (*text)(int columns));
     void ListQueue(Taskmill_Destination destination);
     void ListRunning(bool onlyKnown);
     void ListFinished();

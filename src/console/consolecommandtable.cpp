@@ -204,7 +204,7 @@ const QList<Taskmill_ConsoleCommand> &All()
          {},
          "Show this list"_L1,
          [](Commands &commands, const QString &) {
-             commands.Help();
+             commands.PrintFitted(Taskmill_ConsoleCommandTable::HelpText);
          }},
         {"quit keep"_L1,
          {},

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "console/consoleconversation.h"
 
-#include "console/console.h"
 #include "console/consolepath.h"
+#include "console/consoleterminal.h"
 
 #include <QCoreApplication>
 #include <QThread>
@@ -26,19 +26,19 @@ Taskmill_ConsoleTerminal::Completions Beginning(const QStringList &words, const 
 }
 } // namespace
 
-Taskmill_ConsoleConversation::Taskmill_ConsoleConversation(Taskmill_Console &console)
-    : m_console{console}
+Taskmill_ConsoleConversation::Taskmill_ConsoleConversation(const Taskmill_ConversationContext &context)
+    : m_context{context}
 {
 }
 
 Taskmill_ConsoleTerminal &Taskmill_ConsoleConversation::Terminal()
 {
-    return m_console.Terminal();
+    return m_context.Terminal;
 }
 
 bool Taskmill_ConsoleConversation::IsEnding() const
 {
-    return m_console.IsQuitting();
+    return m_context.IsEnding;
 }
 
 void Taskmill_ConsoleConversation::Print(const QString &text)
@@ -151,12 +151,12 @@ bool Taskmill_ConsoleConversation::OnMainThread(
     if (IsEnding())
         return false;
     const auto call = [&] {
-        function(m_console.Actions());
+        function(m_context.Actions);
     };
-    if (QThread::currentThread() == m_console.thread())
+    if (QThread::currentThread() == m_context.OnMainThread.thread())
         call();
     else
-        QMetaObject::invokeMethod(&m_console, call, Qt::BlockingQueuedConnection);
+        QMetaObject::invokeMethod(&m_context.OnMainThread, call, Qt::BlockingQueuedConnection);
     return true;
 }
 

@@ -6,20 +6,29 @@
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
 #include <functional>
 #include <optional>
 
-class Taskmill_Console;
+class QObject;
 class Taskmill_ConsoleActions;
 class Taskmill_ConsoleTerminal;
+
+/// What a conversation has of the console that it belongs to. All of it outlives the conversation.
+struct Taskmill_ConversationContext
+{
+    Taskmill_ConsoleTerminal &Terminal;
+    Taskmill_ConsoleActions &Actions;  ///< used on the main thread only
+    QObject &OnMainThread;             ///< lives there, and receives the calls
+    const std::atomic<bool> &IsEnding; ///< the console ends
+};
 
 /// What is said between the console and its user, on the thread of the console: prints texts, asks questions,
 /// and has the rest carried out on the main thread.
 class Taskmill_ConsoleConversation
 {
 public:
-    /// The console outlives this.
-    explicit Taskmill_ConsoleConversation(Taskmill_Console &console);
+    explicit Taskmill_ConsoleConversation(const Taskmill_ConversationContext &context);
 
     [[nodiscard]] Taskmill_ConsoleTerminal &Terminal();
     /// Whether the console ends: nothing is asked or done any more then.
@@ -56,5 +65,5 @@ private:
     /// Absolute; empty when the user gives up.
     [[nodiscard]] QString AskForFile(const QString &prompt);
 
-    Taskmill_Console &m_console;
+    const Taskmill_ConversationContext m_context;
 };

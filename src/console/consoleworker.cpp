@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "console/consoleworker.h"
 
-#include "console/console.h"
+#include "console/consoleactions.h"
 #include "console/consolecommandtable.h"
+#include "console/consoleterminal.h"
 #include "manager/changedfiledialogue.h"
 #include "manager/heldjobsdialogue.h"
 
@@ -17,9 +18,9 @@ namespace {
 constexpr int roundPauseMs = 100;
 }
 
-Taskmill_Console_Worker::Taskmill_Console_Worker(Taskmill_Console &console)
+Taskmill_Console_Worker::Taskmill_Console_Worker(const Taskmill_ConversationContext &console)
     : m_conversation{console}
-    , m_asksAtStart{console.Actions().AsksAtStart()}
+    , m_asksAtStart{console.Actions.AsksAtStart()}
 {
 }
 
@@ -44,9 +45,27 @@ bool Taskmill_Console_Worker::Round()
     const std::optional<QString> line = m_conversation.AskForCommand(Taskmill_ConsoleCommandTable::Words());
     if (!line)
         return false;
-    m_commands.Execute(*line);
+    Execute(*line);
     QCoreApplication::processEvents();
     return !m_conversation.IsEnding();
+}
+
+void Taskmill_Console_Worker::Execute(const QString &line)
+{
+    if (line.compare("quit"_L1, Qt::CaseInsensitive) == 0 ||
+        line.compare("exit"_L1, Qt::CaseInsensitive) == 0) {
+        m_commands.Quit();
+        return;
+    }
+    if (line.startsWith("dir "_L1) || line.startsWith("dir/"_L1)) {
+        m_commands.ListDirectory(line);
+        return;
+    }
+    // A program that drives the console by a pipe counts on silence.
+    if (!Taskmill_ConsoleCommandTable::Run(m_commands, line) && !line.isEmpty() &&
+        m_conversation.Terminal().IsInteractive())
+        m_conversation.Print(u"\n<Taskmill> %1; help lists the commands.\n\n"_s.arg(
+            Taskmill_ConsoleCommandTable::ProblemOf(line)));
 }
 
 void Taskmill_Console_Worker::AskAtStart()

@@ -6,8 +6,6 @@
 
 #include <QObject>
 
-class Taskmill_Console;
-
 /// Reads the command lines of the console and has them carried out, one after another. Lives on the console's
 /// thread or, without an event loop, on the main one.
 class Taskmill_Console_Worker : public QObject
@@ -15,8 +13,7 @@ class Taskmill_Console_Worker : public QObject
     Q_OBJECT
 
 public:
-    /// The console outlives the worker.
-    explicit Taskmill_Console_Worker(Taskmill_Console &console);
+    explicit Taskmill_Console_Worker(const Taskmill_ConversationContext &console);
 
     /// Rounds without an event loop, until the input is interrupted.
     void InteractUntilInterrupted();
@@ -31,6 +28,8 @@ public Q_SLOTS:
 private:
     /// False when it was the last one.
     [[nodiscard]] bool Round();
+    /// An unknown command line does nothing, but at a terminal a line says so.
+    void Execute(const QString &line);
     void AskAtStart();
 
     Taskmill_ConsoleConversation m_conversation;

@@ -3,11 +3,8 @@
 
 #include "db/checkpointer.h"
 #include "db/databasecopy.h"
-#include "db/databaseschema.h"
 #include "db/jobfields.h"
 #include "kilnutil/database_transaction.h"
-#include "kilnutil/error.h"
-#include "kilnutil/logging.h"
 
 #include <QFile>
 #include <QScopedValueRollback>
@@ -31,6 +28,7 @@ Taskmill_Database::~Taskmill_Database()
 
 void Taskmill_Database::ForgetContent()
 {
+    m_tables.Forget();
     m_workingCopy.Forget();
     m_addedFields.Forget();
     m_generalData.Forget();
@@ -98,80 +96,8 @@ bool Taskmill_Database::UpgradeTables()
     KilnUtil_Database_Transaction transaction{*this};
     if (!transaction.HasBegun())
         return false;
-    const QStringList tables = Connection().tables(QSql::Tables);
-    for (const auto &[table, columns] : Taskmill_DatabaseUpgrades()) {
-        if (!tables.contains(table))
-            continue;
-        // The statement fails where the column is there already.
-        for (const QString &column : columns)
-            Execute(u"ALTER TABLE "_s + table + u" ADD COLUMN "_s + column);
-    }
+    m_tables.AddMissingColumns();
     return transaction.Commit();
-}
-
-QString Taskmill_Database::CreateTable(Taskmill_Table table)
-{
-    if (!IsOpen())
-        return {};
-    const Taskmill_TableDefinition &definition = Taskmill_DatabaseSchema().at(static_cast<int>(table));
-    const QString &name = definition.Name;
-    if (Connection().tables(QSql::Tables).contains(name))
-        return name;
-
-    const QString &column = definition.IndexedColumn;
-    const bool created = Execute(u"CREATE TABLE "_s + name + definition.Columns) &&
-                         (column.isEmpty() || Execute(u"CREATE INDEX "_s + name + u'_' + column +
-                                                      u"_Index ON "_s + name + u" ("_s + column + u");"_s));
-    if (created)
-        return name;
-    KilnUtil_Error::ReportWarning(u"Creating \""_s + name + u"\" Table"_s, LastErrorMessage(),
-                                  KilnUtil_Error::WarnMode::Ok, KilnUtil_Error::WarnAnswer::None);
-    return {};
-}
-
-QString Taskmill_Database::CreateGeneralDataTable()
-{
-    return CreateTable(Taskmill_Table::GeneralData);
-}
-
-QString Taskmill_Database::CreateJobTypesTable()
-{
-    return CreateTable(Taskmill_Table::JobTypes);
-}
-
-QString Taskmill_Database::CreateQueuesTable()
-{
-    return CreateTable(Taskmill_Table::Queues);
-}
-
-QString Taskmill_Database::CreateLongJobsQueueTable()
-{
-    return CreateTable(Taskmill_Table::LongJobsQueue);
-}
-
-QString Taskmill_Database::CreateShortJobsQueueTable()
-{
-    return CreateTable(Taskmill_Table::ShortJobsQueue);
-}
-
-QString Taskmill_Database::CreateQueuelessJobsTable()
-{
-    return CreateTable(Taskmill_Table::QueuelessJobs);
-}
-
-QString Taskmill_Database::CreateRunningJobsTable()
-{
-    return CreateTable(Taskmill_Table::RunningJobs);
-}
-
-QString Taskmill_Database::CreateFinishedJobsTable()
-{
-    return CreateTable(Taskmill_Table::FinishedJobs);
-}
-
-QString Taskmill_Database::CreateJobsTable()
-{
-    return CreateTable(Taskmill_Table::Jobs);
 }
 
 bool Taskmill_Database::SaveToFile(const QString &fileName, const BeforeReplacing &beforeReplacing)
@@ -195,7 +121,7 @@ bool Taskmill_Database::LoadFromFile(const QString &fileName, QString *reason)
         return false;
     m_tablesReady = true;
     UpgradeTables();
-    RemoveOrphanedFields();
+    m_addedFields.RemoveOrphans(m_jobTables);
     return true;
 }
 
@@ -310,20 +236,16 @@ bool Taskmill_Database::RecordStart(const Taskmill_JobRecord &job)
         return true;
     return Untracked([&] {
         // Where its run is found. Its other fields are there.
-        return AddedFields().SetOne(Connection(), Taskmill_FieldOwner::Job, job.JobID, Taskmill_RunField,
-                                    job.Run) &&
-               m_longJobs.RecordStart(job.JobID) && m_shortJobs.RecordStart(job.JobID) &&
-               m_queuelessJobs.RecordStart(job.JobID) && m_workingCopy.AddRun(job.JobID);
+        return m_addedFields.SetRunOfJob(job) && m_longJobs.RecordStart(job.JobID) &&
+               m_shortJobs.RecordStart(job.JobID) && m_queuelessJobs.RecordStart(job.JobID) &&
+               m_workingCopy.AddRun(job.JobID);
     });
 }
 
 bool Taskmill_Database::ForgetRun(const Taskmill_JobRecord &job)
 {
-    return !IsOpen() || Untracked([&] {
-        return AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID,
-                                 Taskmill_FieldsOfJob(job)) &&
-               m_workingCopy.RemoveRun(job.JobID);
-    });
+    return !IsOpen() ||
+           Untracked([&] { return m_addedFields.SetOfJob(job) && m_workingCopy.RemoveRun(job.JobID); });
 }
 
 bool Taskmill_Database::RenumberJobs(const std::array<QList<Taskmill_JobRecord>, 3> &jobs,
@@ -334,64 +256,12 @@ bool Taskmill_Database::RenumberJobs(const std::array<QList<Taskmill_JobRecord>,
             !m_queuelessJobs.SetNumbers(jobs[2]))
             return false;
         const auto writeFields = [&](const Taskmill_JobRecord &job) {
-            return !renumbered.contains(job.JobID) ||
-                   AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID,
-                                     Taskmill_FieldsOfJob(job));
+            return !renumbered.contains(job.JobID) || m_addedFields.SetOfJob(job);
         };
         return std::ranges::all_of(jobs, [&](const QList<Taskmill_JobRecord> &some) {
             return std::ranges::all_of(some, writeFields);
         });
     });
-}
-
-Taskmill_AddedFields &Taskmill_Database::AddedFields()
-{
-    // Nobody else can change a database in memory.
-    if (Kind() != SQLiteMemory)
-        m_addedFields.Forget();
-    return m_addedFields;
-}
-
-bool Taskmill_Database::RemoveFieldsOfGoneJobs(const QList<qint32> &jobIDs)
-{
-    Taskmill_AddedFields &addedFields = AddedFields();
-    // No table has an index on the number: one walk through each serves for all of them.
-    QSet<qint32> gone;
-    for (const qint32 jobID : jobIDs) {
-        if (addedFields.Has(Connection(), Taskmill_FieldOwner::Job, jobID))
-            gone.insert(jobID);
-    }
-    for (Taskmill_JobTableStore *table : m_jobTables) {
-        if (!gone.isEmpty())
-            table->TakeOutContained(gone);
-    }
-    return addedFields.Remove(Connection(), Taskmill_FieldOwner::Job, gone.values());
-}
-
-void Taskmill_Database::RemoveOrphanedFields()
-{
-    const UntrackedScope noChange{*this};
-    const QStringList tables = Connection().tables(QSql::Tables);
-    const auto numbers = [&tables](const QString &column, const QString &table) {
-        return tables.contains(table, Qt::CaseInsensitive) ? u"SELECT %1 FROM %2"_s.arg(column, table)
-                                                           : QString{};
-    };
-    // A few jobs of a million as a rule: looking them up takes less than a list of all numbers.
-    QSet<qint32> gone = AddedFields().OwnersOf(Connection(), Taskmill_FieldOwner::Job);
-    for (Taskmill_JobTableStore *table : m_jobTables) {
-        if (!gone.isEmpty())
-            table->TakeOutContained(gone);
-    }
-    const bool removed = InTransaction([&] {
-        Taskmill_AddedFields &fields = AddedFields();
-        return fields.Remove(Connection(), Taskmill_FieldOwner::Job, gone.values()) &&
-               fields.RemoveOthers(Connection(), Taskmill_FieldOwner::JobType,
-                                   numbers(u"JobTypeID"_s, u"JobTypes"_s)) &&
-               fields.RemoveOthers(Connection(), Taskmill_FieldOwner::Queue,
-                                   numbers(u"QueueID"_s, u"Queues"_s));
-    });
-    if (!removed)
-        qCWarning(Taskmill_DBLog, "Values without an owner could not be removed");
 }
 
 bool Taskmill_Database::InsertGeneralData(const QString &name, const QString &dataStr, bool forceNew,
@@ -460,18 +330,12 @@ bool Taskmill_Database::InsertFinishedJob(const Taskmill_JobRecord &job, bool fo
 
 QString Taskmill_Database::GetProjectField(const QString &name)
 {
-    if (!Open())
-        return {};
-    return m_addedFields.Read(Connection(), Taskmill_FieldOwner::Project, u"0"_s).value(0).value(name);
+    return Open() ? m_addedFields.OfProject(name) : QString{};
 }
 
 bool Taskmill_Database::SetProjectField(const QString &name, const QString &value)
 {
-    return Open() && CreateTables() && Untracked([&] {
-               auto fields = m_addedFields.Read(Connection(), Taskmill_FieldOwner::Project, u"0"_s).value(0);
-               fields.insert(name, value);
-               return m_addedFields.Set(Connection(), Taskmill_FieldOwner::Project, 0, fields);
-           });
+    return Open() && CreateTables() && m_addedFields.SetOfProject(name, value);
 }
 
 bool Taskmill_Database::DeleteLongJob(qint32 jobID)
@@ -569,10 +433,7 @@ bool Taskmill_Database::SetFinishedJobOutput(qint64 key, const QString &output)
 
 bool Taskmill_Database::SetFinishedJobResult(qint32 jobID, const Taskmill_JobResult &result)
 {
-    auto fields =
-        m_addedFields.Read(Connection(), Taskmill_FieldOwner::Job, QString::number(jobID)).value(jobID);
-    Taskmill_SetResultField(fields, result);
-    return m_addedFields.Set(Connection(), Taskmill_FieldOwner::Job, jobID, fields);
+    return m_addedFields.SetResultOfJob(jobID, result);
 }
 
 std::unique_ptr<Taskmill_FinishedJobReader>
@@ -583,7 +444,7 @@ Taskmill_Database::MakeFinishedJobReader(const Taskmill_FinishedJobReading &read
 
 QHash<qint32, Taskmill_AddedFields::Fields> Taskmill_Database::GetAddedFieldsOfJobs(const QString &jobIDs)
 {
-    return AddedFields().Read(Connection(), Taskmill_FieldOwner::Job, jobIDs);
+    return m_addedFields.OfJobs(jobIDs);
 }
 
 qint32 Taskmill_Database::LargestJobID()

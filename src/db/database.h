@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "db/addedfields.h"
+#include "db/addedfieldsstore.h"
 #include "db/checkpointer.h"
+#include "db/databasetables.h"
 #include "db/finishedjobstore.h"
 #include "db/generaldatastore.h"
 #include "db/jobtypestore.h"
@@ -46,15 +47,15 @@ public:
 
     /// Each returns the table's name, also when the table was there already; an empty text on failure, which
     /// is reported to the user.
-    QString CreateGeneralDataTable();
-    QString CreateJobTypesTable();
-    QString CreateQueuesTable();
-    QString CreateLongJobsQueueTable();
-    QString CreateShortJobsQueueTable();
-    QString CreateQueuelessJobsTable();
-    QString CreateRunningJobsTable();
-    QString CreateFinishedJobsTable();
-    QString CreateJobsTable();
+    QString CreateGeneralDataTable() { return m_tables.Create(Taskmill_Table::GeneralData); }
+    QString CreateJobTypesTable() { return m_tables.Create(Taskmill_Table::JobTypes); }
+    QString CreateQueuesTable() { return m_tables.Create(Taskmill_Table::Queues); }
+    QString CreateLongJobsQueueTable() { return m_tables.Create(Taskmill_Table::LongJobsQueue); }
+    QString CreateShortJobsQueueTable() { return m_tables.Create(Taskmill_Table::ShortJobsQueue); }
+    QString CreateQueuelessJobsTable() { return m_tables.Create(Taskmill_Table::QueuelessJobs); }
+    QString CreateRunningJobsTable() { return m_tables.Create(Taskmill_Table::RunningJobs); }
+    QString CreateFinishedJobsTable() { return m_tables.Create(Taskmill_Table::FinishedJobs); }
+    QString CreateJobsTable() { return m_tables.Create(Taskmill_Table::Jobs); }
 
     /// Writes the whole in-memory database to the file, replacing it wholly or not at all. False for any
     /// other kind. What a working copy knows beside its project is left out.
@@ -181,7 +182,6 @@ private:
     friend class Taskmill_JobTableStore;
     friend class Taskmill_WorkingCopyStore;
 
-    QString CreateTable(Taskmill_Table table);
     bool LoadIntoMemory(const QString &fileName, QString *reason);
     bool LoadIntoStorage(const QString &fileName, QString *reason);
     [[nodiscard]] bool IsSQLite() const;
@@ -191,18 +191,21 @@ private:
     void ForgetContent();
     /// What is written of one operation, in one transaction; false undoes all of it.
     bool InTransaction(const std::function<bool()> &write);
-    Taskmill_AddedFields &AddedFields();
+    Taskmill_AddedFields &AddedFields() { return m_addedFields.All(); }
     /// Inside a transaction: removes what no table has a column for, of the jobs that are in no table any
     /// more.
-    bool RemoveFieldsOfGoneJobs(const QList<qint32> &jobIDs);
-    void RemoveOrphanedFields();
+    bool RemoveFieldsOfGoneJobs(const QList<qint32> &jobIDs)
+    {
+        return m_addedFields.RemoveOfGoneJobs(jobIDs, m_jobTables);
+    }
 
     bool m_tablesReady = false;
     bool m_isInTransaction = false;
     bool m_syncsNextChange = false;
     std::unique_ptr<Taskmill_Checkpointer> m_checkpointer;
+    Taskmill_DatabaseTables m_tables{*this};
     Taskmill_WorkingCopyStore m_workingCopy{*this};
-    Taskmill_AddedFields m_addedFields;
+    Taskmill_AddedFieldsStore m_addedFields{*this};
     Taskmill_GeneralDataStore m_generalData{*this};
     Taskmill_JobTypeStore m_jobTypes{*this};
     Taskmill_QueueStore m_queues{*this};

@@ -22,7 +22,7 @@ void Taskmill_Keeper::Run()
         WaitForSomething();
         TakeEnds();
         ForceAgainWhenDue();
-        ListenWhenDue();
+        m_link.ListenWhenDue();
         RecordEndWhenDue();
     }
     ReadRestOfOutput();
@@ -30,7 +30,7 @@ void Taskmill_Keeper::Run()
 
 Taskmill_KeeperChannel Taskmill_Keeper::TakeManager()
 {
-    return m_isFree ? std::move(m_manager) : Taskmill_KeeperChannel{};
+    return m_isFree ? m_link.TakeManager() : Taskmill_KeeperChannel{};
 }
 
 void Taskmill_Keeper::Start()
@@ -44,8 +44,10 @@ void Taskmill_Keeper::Start()
         StartProgram();
         return;
     }
+    const int error = errno;
     m_isRecorded = true;
-    FailToStart(errno, std::string{Taskmill_JournalAsFailedFile});
+    m_link.StopListeningForGood();
+    FailToStart(error, std::string{Taskmill_JournalAsFailedFile});
 }
 
 void Taskmill_Keeper::FailToStart(int error, const std::string &file)
@@ -71,7 +73,7 @@ int Taskmill_Keeper::WaitMs() const
     add(m_killing == Killing::Asked, m_killAt);
     add(m_killing == Killing::Forced && m_hasChildren, m_forceAgainAt);
     add(m_retryAt > 0 && !m_isRecorded, m_retryAt);
-    add(m_listenAt > 0 && !m_isRecorded && !m_manager.IsOpen() && !m_listener.IsOpen(), m_listenAt);
+    add(m_link.NextTry() >= 0, m_link.NextTry());
     return next < 0 ? -1 : static_cast<int>(std::max(0LL, next - Taskmill_SteadyClockMs()));
 }
 
@@ -105,11 +107,10 @@ void Taskmill_Keeper::RecordEnd()
         SendEnd();
     if (!m_isRecorded)
         return;
-    // The run is over: whoever wants to know more reads the journal.
-    StopListening();
+    m_link.StopListeningForGood();
     GiveLockBack();
     // With a manager the result is in his hands, and a moment later the journal is stored for all keepers.
-    if (!m_manager.IsOpen())
+    if (!m_link.HasManager())
         StoreJournal();
 }
 
@@ -164,5 +165,40 @@ void Taskmill_Keeper::ForceAgainWhenDue()
     Taskmill_KeeperMessage message{Taskmill_RemainsWord};
     for (const long long process : Remaining())
         message.Add("pid", process);
-    m_manager.Send(message);
+    m_link.Send(message);
+}
+
+void Taskmill_Keeper::ReportToNewManager()
+{
+    // This keeper belongs to the manager that is gone.
+    m_mayBeFree = false;
+    if (m_main >= 0)
+        SendStarted();
+    // The run has ended, but its end could not be recorded yet.
+    if (m_retryAt > 0)
+        SendEnd();
+}
+
+void Taskmill_Keeper::SendStarted()
+{
+    Taskmill_KeeperMessage message{Taskmill_StartedWord};
+    message.Add("pid", m_main);
+    message.Add("total", m_output.TotalSize());
+    message.Add("directory", m_order.Value("directory"));
+    m_link.Send(message);
+}
+
+void Taskmill_Keeper::SendEnd()
+{
+    if (!m_link.HasManager())
+        return;
+    Taskmill_RunRecord record{Taskmill_RunRecord::Kind::End, m_runID};
+    record.end = m_end;
+    Taskmill_KeeperMessage message{Taskmill_EndWord};
+    message.Add("record", record.ToLine());
+    message.Add("file", m_failedFile);
+    // When the system ends everything, this process is to end, too.
+    m_isFree = m_mayBeFree && m_isRecorded && !m_hasChildren && m_killing == Killing::No;
+    message.Add("free", m_isFree ? 1 : 0);
+    m_link.Send(message);
 }

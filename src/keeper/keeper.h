@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "keeper/keeperlink.h"
 #include "keeper/outputwriter.h"
-#include "wire/keeperchannel.h"
 #include "wire/runrecord.h"
 
 #include <memory>
@@ -11,14 +11,14 @@
 
 /// Stands between a manager and one run: starts the program, stores what it writes, ends it when that is
 /// asked, and records how it ended, with a manager or without one. Works in the folder of the runs.
-class Taskmill_Keeper
+class Taskmill_Keeper final : private Taskmill_KeeperOrders
 {
 public:
     /// What the system has of this keeper and its run; see keepersystem_linux.h and keepersystem_win.h.
     struct System;
 
     Taskmill_Keeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, System system);
-    ~Taskmill_Keeper();
+    ~Taskmill_Keeper() override;
     Taskmill_Keeper(const Taskmill_Keeper &) = delete;
     Taskmill_Keeper &operator=(const Taskmill_Keeper &) = delete;
 
@@ -35,7 +35,7 @@ private:
         Forced, ///< and is ended by force, again and again
     };
 
-    // keeper.cpp: the run
+    // keeper.cpp: the run, and what managers are sent of it
     void Start();
     void FailToStart(int error, const std::string &file);
     /// -1 for ever.
@@ -46,6 +46,11 @@ private:
     void BeginKill(long long graceMs, Taskmill_RunEnd::By by);
     void Force();
     void ForceAgainWhenDue();
+    void SendStarted();
+    void SendEnd();
+    void Kill(long long graceMs) override { BeginKill(graceMs, Taskmill_RunEnd::By::Kill); }
+    void ReportToNewManager() override;
+    [[nodiscard]] long long OutputSize() const override { return m_output.TotalSize(); }
 
     // keeper_linux.cpp, keeper_win.cpp: what the system does
     /// Started or failed.
@@ -68,28 +73,12 @@ private:
     [[nodiscard]] bool IsSystemEnding() const;
     void GiveLockBack();
 
-    // keepermanager.cpp: what is said to managers
-    void ReadManager();
-    void LoseManager();
-    /// For the next manager.
-    void ListenWhenDue();
-    void TakeVisitor();
-    void ReadVisitor();
-    void StopListening();
-    void SendStarted();
-    void ReportOutput();
-    void SendEnd();
-
     Taskmill_KeeperMessage m_order;
     std::string m_runID;
-    std::string m_owner;
-    Taskmill_KeeperChannel m_manager;
-    Taskmill_KeeperChannel m_listener;
-    Taskmill_KeeperChannel m_visitor; ///< who may become the manager
+    Taskmill_KeeperLink m_link;
     std::unique_ptr<System> m_system;
 
     Taskmill_OutputWriter m_output;
-    long long m_watched = -1; ///< the manager wants to hear of more output than that; -1 when it does not
 
     long long m_main = -1; ///< the process of the program
     bool m_hasMainEnded = false;
@@ -98,7 +87,6 @@ private:
     bool m_mayBeFree;      ///< for another order when this run is over
     bool m_isFree = false; ///< as the manager was told
     long long m_retryAt = 0;
-    long long m_listenAt = 0; ///< when it is tried again; 0 for at once
     std::string m_failedFile;
     Taskmill_RunEnd m_end;
     long long m_processorUs = 0;

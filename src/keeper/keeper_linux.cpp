@@ -37,8 +37,7 @@ int Descriptor(const Taskmill_KeeperChannel &channel)
 Taskmill_Keeper::Taskmill_Keeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, System system)
     : m_order{std::move(order)}
     , m_runID{m_order.Value("run")}
-    , m_owner{m_order.Value("owner")}
-    , m_manager{std::move(manager)}
+    , m_link{m_runID, std::string{m_order.Value("owner")}, std::move(manager), *this}
     , m_system{std::make_unique<System>(system)}
     , m_output{"out/" + m_runID}
     , m_mayBeFree{m_order.Number("more", 0) != 0}
@@ -47,7 +46,7 @@ Taskmill_Keeper::Taskmill_Keeper(Taskmill_KeeperMessage order, Taskmill_KeeperCh
 
 Taskmill_Keeper::~Taskmill_Keeper()
 {
-    StopListening();
+    m_link.StopListeningForGood();
     for (const int file : {m_system->lock, m_system->pipe}) {
         if (file >= 0)
             close(file);
@@ -79,9 +78,9 @@ void Taskmill_Keeper::WaitForSomething()
     // What is not open has a negative number, which poll() skips.
     std::array<pollfd, 5> &waits = m_system->waits;
     waits[0] = {.fd = m_system->signals, .events = POLLIN, .revents = 0};
-    waits[1] = {.fd = Descriptor(m_manager), .events = POLLIN, .revents = 0};
-    waits[2] = {.fd = Descriptor(m_listener), .events = POLLIN, .revents = 0};
-    waits[3] = {.fd = Descriptor(m_visitor), .events = POLLIN, .revents = 0};
+    waits[1] = {.fd = Descriptor(m_link.Manager()), .events = POLLIN, .revents = 0};
+    waits[2] = {.fd = Descriptor(m_link.Listener()), .events = POLLIN, .revents = 0};
+    waits[3] = {.fd = Descriptor(m_link.Visitor()), .events = POLLIN, .revents = 0};
     waits[4] = {.fd = m_system->pipe, .events = POLLIN, .revents = 0};
     if (poll(waits.data(), waits.size(), WaitMs()) <= 0)
         return;
@@ -89,11 +88,11 @@ void Taskmill_Keeper::WaitForSomething()
     if (waits[4].revents != 0)
         ReadOutput(mostAtOnce);
     if (waits[3].revents != 0)
-        ReadVisitor();
+        m_link.ReadVisitor();
     if (waits[2].revents != 0)
-        TakeVisitor();
+        m_link.TakeVisitor();
     if (waits[1].revents != 0)
-        ReadManager();
+        m_link.ReadManager();
 }
 
 void Taskmill_Keeper::TakeEnds()
@@ -143,7 +142,7 @@ void Taskmill_Keeper::ReadOutput(long long most)
         m_output.Append({bytes.data(), static_cast<std::size_t>(count)});
         most -= count;
     }
-    ReportOutput();
+    m_link.ReportOutput();
 }
 
 void Taskmill_Keeper::ReadRestOfOutput()

@@ -58,8 +58,7 @@ bool IsSet(HANDLE event)
 Taskmill_Keeper::Taskmill_Keeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, System system)
     : m_order{std::move(order)}
     , m_runID{m_order.Value("run")}
-    , m_owner{m_order.Value("owner")}
-    , m_manager{std::move(manager)}
+    , m_link{m_runID, std::string{m_order.Value("owner")}, std::move(manager), *this}
     , m_system{std::make_unique<System>(std::move(system))}
     , m_output{"out/" + m_runID}
     , m_mayBeFree{m_order.Number("more", 0) != 0}
@@ -68,7 +67,7 @@ Taskmill_Keeper::Taskmill_Keeper(Taskmill_KeeperMessage order, Taskmill_KeeperCh
 
 Taskmill_Keeper::~Taskmill_Keeper()
 {
-    StopListening();
+    m_link.StopListeningForGood();
     for (const HANDLE handle : {m_system->jobObject, m_system->process}) {
         if (handle)
             CloseHandle(handle);
@@ -108,9 +107,9 @@ void Taskmill_Keeper::WaitForSomething()
     add(m_hasMainEnded ? nullptr : m_system->process);
     add(isEnding ? nullptr : m_system->end);
     add(isEnding ? nullptr : m_system->systemEnd);
-    add(EventOf(m_manager));
-    add(EventOf(m_listener));
-    add(EventOf(m_visitor));
+    add(EventOf(m_link.Manager()));
+    add(EventOf(m_link.Listener()));
+    add(EventOf(m_link.Visitor()));
     add(m_system->pipe && m_system->pipe->IsOpen() ? m_system->pipe->Event() : nullptr);
     auto wait = static_cast<DWORD>(WaitMs());
     if (m_hasMainEnded && m_hasChildren)
@@ -121,12 +120,12 @@ void Taskmill_Keeper::WaitForSomething()
         WaitForMultipleObjects(static_cast<DWORD>(waits.size()), waits.data(), FALSE, wait);
     constexpr long long mostAtOnce = 1024L * 1024;
     ReadOutput(mostAtOnce);
-    if (IsSet(EventOf(m_visitor)))
-        ReadVisitor();
-    if (IsSet(EventOf(m_listener)))
-        TakeVisitor();
-    if (IsSet(EventOf(m_manager)))
-        ReadManager();
+    if (IsSet(EventOf(m_link.Visitor())))
+        m_link.ReadVisitor();
+    if (IsSet(EventOf(m_link.Listener())))
+        m_link.TakeVisitor();
+    if (IsSet(EventOf(m_link.Manager())))
+        m_link.ReadManager();
 }
 
 void Taskmill_Keeper::TakeEnds()
@@ -180,7 +179,7 @@ void Taskmill_Keeper::ReadOutput(long long most)
         m_output.Append(bytes);
         most -= static_cast<long long>(bytes.size());
     }
-    ReportOutput();
+    m_link.ReportOutput();
 }
 
 void Taskmill_Keeper::ReadRestOfOutput()

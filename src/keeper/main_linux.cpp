@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "keeper/clock.h"
-#include "keeper/nursery_linux.h"
+#include "keeper/keepernursery_linux.h"
 
 #include <csignal>
 #include <cstdio>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "keeper/nursery_linux.h"
+#include "keeper/keepernursery_linux.h"
 #include "keeper/processtree_linux.h"
 #include "wire/bootid.h"
 #include "wire/runjournals.h"

@@ -47,7 +47,7 @@ std::optional<Taskmill_Question> QuestionBeforeClosing()
 }
 } // namespace
 
-Taskmill_ClosingDialogue::Taskmill_ClosingDialogue(Taskmill_Project &project)
+Taskmill_ClosingDialogue::Taskmill_ClosingDialogue(Taskmill_SavableProject &project)
     : m_saving{project}
 {
 }

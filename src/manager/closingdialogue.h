@@ -8,7 +8,7 @@ class Taskmill_ClosingDialogue final : public Taskmill_Dialogue
 {
 public:
     /// The project outlives the dialogue.
-    explicit Taskmill_ClosingDialogue(Taskmill_Project &project);
+    explicit Taskmill_ClosingDialogue(Taskmill_SavableProject &project);
 
     std::optional<Taskmill_Question> Next() override;
     void Answer(const Taskmill_Answer &answer) override;

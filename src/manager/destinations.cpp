@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "manager/destinations.h"
 
+#include <algorithm>
+
 Taskmill_Destinations::Taskmill_Destinations(Taskmill_FinishedJobs &finishedJobs,
                                              const Taskmill_JobServices &services)
     : m_long{Taskmill_Destination::Long, finishedJobs, services}
@@ -44,6 +46,24 @@ QList<int> Taskmill_Destinations::RunningWithoutKeeper()
         }
     }
     return jobIDs;
+}
+
+bool Taskmill_Destinations::IsAnyJobKept()
+{
+    return std::ranges::any_of(All(),
+                               [](const Taskmill_QueueOwner *owner) { return owner->Jobs().IsAnyKept(); });
+}
+
+QStringList Taskmill_Destinations::KeptRuns()
+{
+    QStringList runs;
+    for (const Taskmill_QueueOwner *owner : All()) {
+        for (const Taskmill_Job *job : owner->Jobs().Jobs()) {
+            if (job->IsKept())
+                runs += job->Record().Run;
+        }
+    }
+    return runs;
 }
 
 QList<int> Taskmill_Destinations::HeldJobIDs()

@@ -26,6 +26,10 @@ public:
     [[nodiscard]] int WaitingCount();
     /// The numbers of the running jobs that end with this program because no keeper runs them.
     [[nodiscard]] QList<int> RunningWithoutKeeper();
+    /// Whether a job runs that can go on without this program.
+    [[nodiscard]] bool IsAnyJobKept();
+    /// The runs of the jobs that keepers run, see Taskmill_JobRecord::Run.
+    [[nodiscard]] QStringList KeptRuns();
 
     /// The numbers of the jobs that are held back, and how many of them run again.
     [[nodiscard]] QList<int> HeldJobIDs();

@@ -9,12 +9,7 @@
 #include "manager/finishedranking.h"
 #include "manager/jobresults.h"
 #include "manager/listings.h"
-#include "manager/namelist.h"
 #include "manager/outbox.h"
-#include "manager/removalreport.h"
-
-#include <QElapsedTimer>
-#include <QReadWriteLock>
 
 #include <algorithm>
 #include <limits>
@@ -28,8 +23,6 @@ constexpr int mostRecordsKept = 1000;
 /// No row has so small a key.
 constexpr qint64 keyOfNone = std::numeric_limits<qint64>::min();
 constexpr qint64 firstHeldKey = keyOfNone + 1;
-/// Of the event loop, for removing rows.
-constexpr int longestTurnMs = 10;
 
 /// What the listing is made of.
 const QStringList listedColumns{u"Name"_s,           u"JobTypeID"_s,   u"QueueID"_s, u"ApplicationName"_s,
@@ -42,57 +35,29 @@ Taskmill_Database *CurrentDatabase()
 }
 } // namespace
 
-/// Lets outputs be read on any thread until it is closed.
-class Taskmill_FinishedJobs::ReadingGate
-{
-public:
-    template <typename Read>
-    QByteArray Pass(const Read &read)
-    {
-        const QReadLocker lock{&m_lock};
-        return m_isOpen ? read() : QByteArray{};
-    }
-
-    /// Waits for what is being read.
-    void Close()
-    {
-        const QWriteLocker lock{&m_lock};
-        m_isOpen = false;
-    }
-
-private:
-    QReadWriteLock m_lock;
-    bool m_isOpen = true;
-};
-
 Taskmill_FinishedJobs::Taskmill_FinishedJobs(Taskmill_Outbox &outbox)
     : m_outbox{outbox}
     , m_lastHeldKey{firstHeldKey}
     , m_read{mostRecordsKept}
-    , m_outputGate{std::make_shared<ReadingGate>()}
 {
-    m_removalTimer.setInterval(0);
-    connect(&m_removalTimer, &QTimer::timeout, this, [this] { RemoveSomeRows(longestTurnMs); });
+    connect(&m_outputs, &Taskmill_FinishedOutputs::RunStoredSignal, this,
+            &Taskmill_FinishedJobs::RunStoredSignal);
 }
 
-Taskmill_FinishedJobs::~Taskmill_FinishedJobs()
+Taskmill_FinishedJobs::~Taskmill_FinishedJobs() = default;
+
+void Taskmill_FinishedJobs::SetResults(Taskmill_JobResults &results)
 {
-    m_outputGate->Close();
+    m_results = &results;
+    connect(&m_outputs, &Taskmill_FinishedOutputs::OutputTakenSignal, &results,
+            &Taskmill_JobResults::TakeLeftOutput);
 }
 
 bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &ended, const std::function<void()> &alsoWrite)
 {
     RecordMissing();
     Taskmill_JobRecord job = ended;
-    if (job.IsOutputLeft && !CanLeaveOutputs() && m_outputOfRun) {
-        const OutputOfRun output = ReadOutputOfRun(job.Run);
-        job.StdOutAndStdErr.prepend(output.Text);
-        // An output that cannot be read whole now stays with its run, which is therefore not reported as
-        // stored.
-        if (!output.IsWhole)
-            job.Run.clear();
-    }
-    job.IsOutputLeft = job.IsOutputLeft && CanLeaveOutputs();
+    m_outputs.FetchUnlessLeft(job);
     const qint64 result = BeginResult(job);
     Missing written{.key = -1, .alsoWrite = alsoWrite, .notification = m_outbox.Add(job)};
     const auto row = Record(job, written);
@@ -204,12 +169,6 @@ void Taskmill_FinishedJobs::ForgetResults()
         m_results->Forget();
 }
 
-bool Taskmill_FinishedJobs::CanLeaveOutputs() const
-{
-    Taskmill_Database *database = CurrentDatabase();
-    return database && m_outputOfRun && database->WorkingCopy().Exists();
-}
-
 std::optional<qint64> Taskmill_FinishedJobs::Record(const Taskmill_JobRecord &job, const Missing &missing)
 {
     Taskmill_Database *database = CurrentDatabase();
@@ -226,7 +185,7 @@ std::optional<qint64> Taskmill_FinishedJobs::Record(const Taskmill_JobRecord &jo
         return m_outbox.Store(missing.notification);
     });
     if (recorded && job.IsOutputLeft)
-        m_leftOutputs.insert(key, left);
+        m_outputs.AddLeft(key, left);
     else if (recorded && !job.Run.isEmpty())
         Q_EMIT RunStoredSignal(job.Run);
     return recorded ? std::optional<qint64>{key} : std::nullopt;
@@ -264,44 +223,6 @@ void Taskmill_FinishedJobs::RecordMissing()
     }
 }
 
-bool Taskmill_FinishedJobs::TakeLeftOutputs()
-{
-    Taskmill_Database *database = CurrentDatabase();
-    const QList<qint64> keys = m_leftOutputs.keys();
-    for (const qint64 key : keys) {
-        const Taskmill_LeftOutput left = m_leftOutputs.value(key);
-        const OutputOfRun stored = ReadOutputOfRun(left.Run);
-        const QString output = stored.Text + left.Said;
-        const bool isTaken = database->Untracked([&] {
-            return database->SetFinishedJobOutput(key, output) &&
-                   (!stored.IsWhole || database->WorkingCopy().RemoveLeftOutput(key));
-        });
-        if (!isTaken)
-            return false;
-        if (!stored.IsWhole) {
-            qCWarning(Taskmill_ManagerLog, "The output of run %ls cannot be read now, and stays where it is",
-                      qUtf16Printable(left.Run));
-            m_unreadOutputs.insert(key);
-            continue;
-        }
-        m_unreadOutputs.remove(key);
-        if (m_results)
-            m_results->TakeLeftOutput(left.Run, output);
-        m_leftOutputs.remove(key);
-        Q_EMIT RunStoredSignal(left.Run);
-    }
-    return true;
-}
-
-void Taskmill_FinishedJobs::GiveUpLeftOutputs()
-{
-    const auto outputs = std::exchange(m_leftOutputs, {});
-    for (const auto &[key, left] : outputs.asKeyValueRange()) {
-        if (!m_unreadOutputs.contains(key))
-            Q_EMIT RunStoredSignal(left.Run);
-    }
-}
-
 void Taskmill_FinishedJobs::Load()
 {
     Clear();
@@ -311,13 +232,7 @@ void Taskmill_FinishedJobs::Load()
     m_entries.reserve(rows.size());
     for (const Taskmill_FinishedRow &row : rows)
         m_entries.append({row.Key, row.JobID, 0});
-    // Takes over the outputs that a manager ended by force has left, so that they do not depend on its
-    // keepers any longer.
-    if (database && m_outputOfRun) {
-        m_leftOutputs = database->WorkingCopy().LeftOutputs();
-        if (!TakeLeftOutputs())
-            qCWarning(Taskmill_ManagerLog, "Outputs of finished jobs could not be written to the database");
-    }
+    m_outputs.Load();
     // The jobs before are gone; those of the new project are shown at once.
     ++m_generation;
     Q_EMIT JobsChangedSignal();
@@ -328,18 +243,14 @@ void Taskmill_FinishedJobs::Clear()
     // The background readers have the database open.
     m_ranking.Stop();
     m_matching.Stop();
-    m_outputGate->Close();
-    m_outputGate = std::make_shared<ReadingGate>();
-    m_removalTimer.stop();
-    m_rowsToRemove.clear();
+    m_outputs.Forget();
+    m_rowRemoval.Forget();
     ForgetResults();
     m_entries.clear();
     m_origins = {};
     m_held.clear();
     m_read.clear();
     m_missing.clear();
-    m_leftOutputs.clear();
-    m_unreadOutputs.clear();
     ++m_generation;
     ++m_content;
     Q_EMIT JobsChangedSignal();
@@ -498,11 +409,8 @@ QString Taskmill_FinishedJobs::OutputOf(const Taskmill_JobRecord &job) const
         return job.StdOutAndStdErr;
     const qint64 key = m_entries[position].Key;
     if (const auto held = m_held.constFind(key); held != m_held.constEnd())
-        return (held->IsOutputLeft ? ReadOutputOfRun(held->Run).Text : QString{}) + held->StdOutAndStdErr;
-    if (const auto left = m_leftOutputs.constFind(key); left != m_leftOutputs.constEnd())
-        return ReadOutputOfRun(left->Run).Text + left->Said;
-    Taskmill_Database *database = CurrentDatabase();
-    return database ? database->GetFinishedJobOutput(key) : QString{};
+        return m_outputs.TextOfJob(*held);
+    return m_outputs.TextOf(key);
 }
 
 bool Taskmill_FinishedJobs::HasOutput(const Taskmill_JobRecord &job) const
@@ -513,32 +421,18 @@ bool Taskmill_FinishedJobs::HasOutput(const Taskmill_JobRecord &job) const
     const qint64 key = m_entries[position].Key;
     if (const auto held = m_held.constFind(key); held != m_held.constEnd())
         return held->IsOutputLeft || !held->StdOutAndStdErr.isEmpty();
-    Taskmill_Database *database = CurrentDatabase();
-    return m_leftOutputs.contains(key) || (database && database->HasFinishedJobOutput(key));
+    return m_outputs.Has(key);
 }
 
 Taskmill_OutputText Taskmill_FinishedJobs::ReaderOfOutput(const Taskmill_JobRecord &job) const
 {
     const qsizetype position = job.StdOutAndStdErr.isEmpty() ? PositionOf(job.JobID) : -1;
     const qint64 key = position < 0 ? keyOfNone : m_entries[position].Key;
-    Taskmill_Database *database = CurrentDatabase();
-    if (position < 0 || m_held.contains(key) || !database)
+    if (position < 0 || m_held.contains(key) || !CurrentDatabase())
         return [text = OutputOf(job)] {
             return text.toUtf8();
         };
-    const auto left = m_leftOutputs.constFind(key);
-    const auto printed = left == m_leftOutputs.constEnd() ? nullptr : m_outputOfRun(left->Run);
-    return [gate = m_outputGate, row = database->ReaderOfFinishedJobOutput(key), printed,
-            said = printed ? left->Said : QString{}] {
-        return gate->Pass([&] {
-            const OutputOfRun left = printed ? printed() : OutputOfRun{};
-            if (left.IsWhole && !left.Text.isEmpty())
-                return (left.Text + said).toUtf8();
-            // It may have been written into its row meanwhile.
-            const QByteArray stored = row();
-            return stored.isEmpty() ? (left.Text + said).toUtf8() : stored;
-        });
-    };
+    return m_outputs.ReaderOf(key);
 }
 
 void Taskmill_FinishedJobs::Remove(QList<int> positions)
@@ -569,77 +463,10 @@ void Taskmill_FinishedJobs::Remove(QList<int> positions)
     m_ranking.Cancel();
     m_matching.Cancel();
     for (const qint64 key : std::as_const(rows))
-        GiveUpLeftOutput(key);
-    m_rowsToRemove += rows;
-    std::ranges::sort(m_rowsToRemove);
-    m_isRemovalCounted = false;
+        m_outputs.GiveUp(key);
     ++m_generation;
     Q_EMIT JobsChangedSignal();
-    // Removes the first rows now; the rest go in later turns of the event loop.
-    RemoveSomeRows(0);
-}
-
-void Taskmill_FinishedJobs::GiveUpLeftOutput(qint64 key)
-{
-    if (!m_leftOutputs.contains(key))
-        return;
-    const Taskmill_LeftOutput left = m_leftOutputs.take(key);
-    Taskmill_Database *database = CurrentDatabase();
-    (void)database->Untracked([&] { return database->WorkingCopy().RemoveLeftOutput(key); });
-    Q_EMIT RunStoredSignal(left.Run);
-}
-
-void Taskmill_FinishedJobs::RemoveSomeRows(int longestMs)
-{
-    constexpr qsizetype rowsAtOnce = 250;
-    Taskmill_Database *database = CurrentDatabase();
-    if (!database || m_rowsToRemove.isEmpty()) {
-        m_rowsToRemove.clear();
-        m_removalTimer.stop();
-        return;
-    }
-    qsizetype done = 0;
-    const auto remove = [&] {
-        QElapsedTimer time;
-        time.start();
-        do {
-            const auto some = m_rowsToRemove.sliced(done, qMin(rowsAtOnce, m_rowsToRemove.size() - done));
-            if (!database->DeleteFinishedRows(some))
-                return false;
-            done += some.size();
-        } while (done < m_rowsToRemove.size() && (longestMs < 0 || time.elapsed() < longestMs));
-        return true;
-    };
-    // All of it together is one change.
-    const bool removed = m_isRemovalCounted ? database->Untracked(remove) : database->AsOneChange(remove);
-    m_isRemovalCounted = true;
-    if (!removed) {
-        ReportKeptRows();
-        m_rowsToRemove.clear();
-    } else {
-        m_rowsToRemove.remove(0, done);
-    }
-    if (m_rowsToRemove.isEmpty())
-        m_removalTimer.stop();
-    else
-        m_removalTimer.start();
-}
-
-void Taskmill_FinishedJobs::FinishRemovals()
-{
-    if (!m_rowsToRemove.isEmpty())
-        RemoveSomeRows(-1);
-}
-
-void Taskmill_FinishedJobs::ReportKeptRows()
-{
-    Taskmill_Database *database = CurrentDatabase();
-    QStringList names;
-    for (const qint64 key : m_rowsToRemove.first(qMin(Taskmill_MostNamesListed, m_rowsToRemove.size()))) {
-        if (const auto job = database->GetFinishedJob(key))
-            names.append(job->Name);
-    }
-    Taskmill_ReportRowsKept(*database, names, m_rowsToRemove.size());
+    m_rowRemoval.Add(rows);
 }
 
 bool Taskmill_FinishedJobs::IsRanked() const

@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "db/workingcopystore.h"
 #include "jobs/finishedjobstaker.h"
 #include "jobs/jobrecord.h"
+#include "manager/finishedoutputs.h"
+#include "manager/finishedrowremoval.h"
 #include "manager/finishedscan.h"
-#include "manager/followedoutput.h"
 
 #include <QCache>
 #include <QHash>
 #include <QList>
 #include <QObject>
-#include <QSet>
-#include <QTimer>
 
 #include <chrono>
 #include <functional>
@@ -82,28 +80,14 @@ public:
     }
     /// The same; what `alsoWrite` writes is part of the one change of the database.
     bool AddJob(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite);
-    /// See KilnUtil_StoredOutput.
-    struct OutputOfRun
-    {
-        QString Text;
-        bool IsWhole = true;
-    };
-    /// Returns what reads, on any thread, what the run of a job wrote, see Taskmill_JobRecord::Run and
-    /// IsOutputLeft.
-    using OutputReader = std::function<std::function<OutputOfRun()>(const QString &run)>;
-    void SetOutputOfRuns(const OutputReader &reader) { m_outputOfRun = reader; }
+    /// Where the outputs of these jobs are.
+    [[nodiscard]] Taskmill_FinishedOutputs &Outputs() { return m_outputs; }
     /// Reads the results of the jobs that are added; outlives this.
-    void SetResults(Taskmill_JobResults &results) { m_results = &results; }
+    void SetResults(Taskmill_JobResults &results);
     /// Waits for results that are not known yet, but no longer than that, and records them.
     void WaitForResults(std::chrono::milliseconds longest);
     /// Reads the results of the newest jobs that have none: the manager before was ended by force.
     void ReadLostResults();
-    /// Writes the long outputs that are still with their runs into the rows of their jobs, so that these are
-    /// whole. False when one cannot be written. One that cannot be read now stays where it is, as its row
-    /// says.
-    [[nodiscard]] bool TakeLeftOutputs();
-    /// Forgets the long outputs that are still with their runs.
-    void GiveUpLeftOutputs();
     /// Tries again to record jobs for which that has failed.
     void RecordMissing();
     /// Makes the list that of the open database.
@@ -114,9 +98,9 @@ public:
     /// Removes the jobs at these positions from the list and their rows from the open database, without
     /// asking: that is up to Taskmill_FinishedRemovalDialogue. The rows of many go little by little.
     void Remove(QList<int> positions);
-    [[nodiscard]] bool IsRemoving() const { return !m_rowsToRemove.isEmpty(); }
+    [[nodiscard]] bool IsRemoving() const { return m_rowRemoval.IsAtWork(); }
     /// Removes at once the rows of removed jobs that are still there.
-    void FinishRemovals();
+    void FinishRemovals() { m_rowRemoval.Finish(); }
 
     /// Another value whenever jobs have been removed or replaced; adding one leaves it.
     [[nodiscard]] int Generation() const { return m_generation; }
@@ -160,10 +144,6 @@ private:
         qint64 notification = 0; ///< number in the outbox
     };
 
-    class ReadingGate;
-
-    [[nodiscard]] bool CanLeaveOutputs() const;
-    [[nodiscard]] OutputOfRun ReadOutputOfRun(const QString &run) const { return m_outputOfRun(run)(); }
     /// Puts the result into the job. A number of the result when it is not known yet, else 0.
     qint64 BeginResult(Taskmill_JobRecord &job);
     void TakeResult(qint64 number, const Taskmill_JobResult &result);
@@ -173,9 +153,6 @@ private:
     std::optional<qint64> Record(const Taskmill_JobRecord &job, const Missing &missing);
     [[nodiscard]] Taskmill_FinishedEntry *EntryWithKey(qint64 key);
     void Remember(Taskmill_JobRecord job, qint64 key);
-    void GiveUpLeftOutput(qint64 key);
-    void RemoveSomeRows(int longestMs);
-    void ReportKeptRows();
     [[nodiscard]] bool IsWorthReadingAll(int since) const;
     [[nodiscard]] qsizetype PositionAt(const Taskmill_FinishedPlace &place) const;
     [[nodiscard]] std::unique_ptr<Taskmill_JobRecord> Read(const Taskmill_FinishedEntry &entry) const;
@@ -187,19 +164,14 @@ private:
     QHash<qint64, Taskmill_JobRecord> m_held; ///< by the keys of their entries: those without a row
     qint64 m_lastHeldKey;
     mutable QCache<qint64, Taskmill_JobRecord> m_read; ///< those that were asked for last
-    OutputReader m_outputOfRun;
+    Taskmill_FinishedOutputs m_outputs;
     Taskmill_JobResults *m_results = nullptr;
     QHash<qint64, Awaited> m_awaited; ///< by the numbers of their results
     qint64 m_lastResult = 0;
-    QHash<qint64, Taskmill_LeftOutput> m_leftOutputs; ///< by the keys of their rows
-    QSet<qint64> m_unreadOutputs;                     ///< those of them whose rows say where they are
-    QList<Missing> m_missing;                         ///< in the database
-    QList<qint64> m_rowsToRemove;
-    bool m_isRemovalCounted = false; ///< as one change of the project
-    QTimer m_removalTimer;
+    QList<Missing> m_missing; ///< in the database
+    Taskmill_FinishedRowRemoval m_rowRemoval;
     int m_generation = 0;
     int m_content = 0; ///< another value for another project
     Taskmill_FinishedScan m_ranking;
     Taskmill_FinishedScan m_matching;
-    std::shared_ptr<ReadingGate> m_outputGate;
 };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engines/programresult.h"
+#include "manager/joboutput.h"
 #include "processes/processoutput.h"
 
 #include <QByteArray>
@@ -18,19 +19,6 @@ class Taskmill_OutputReader;
 
 /// What an output says, as of some moment.
 using Taskmill_ResultState = std::shared_ptr<const Taskmill_ProgramResult>;
-
-/// Reads the whole of an output, in UTF-8, once and on any thread.
-using Taskmill_OutputText = std::function<QByteArray()>;
-
-/// The files in which the output of a job is looked for. Times are those of the clock on the wall, as
-/// Taskmill_JobTime::ClockTime() has them.
-struct Taskmill_OutputFiles
-{
-    QStringList Paths;           ///< in the order in which they count
-    QDateTime Started;           ///< what was not changed since is of an earlier run
-    QDateTime Ended{};           ///< what was changed later is of another run; not set while the job runs
-    bool IsAboutToStart = false; ///< as the files are now, they are of an earlier run
-};
 
 /// The output of one job while it is read, each byte of it once. It is no more than what a reader of outputs
 /// needs in memory. All of it belongs to one thread.

@@ -3,7 +3,6 @@
 
 #include "manager/destinations.h"
 #include "manager/jobsgoon.h"
-#include "manager/project.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -26,10 +25,9 @@ Taskmill_Question JobsQuestion(int running, bool canGoOn)
 }
 } // namespace
 
-Taskmill_LeavingDialogue::Taskmill_LeavingDialogue(Taskmill_Project &project,
+Taskmill_LeavingDialogue::Taskmill_LeavingDialogue(Taskmill_SavableProject &project,
                                                    Taskmill_Destinations &destinations, Jobs jobs)
-    : m_project{project}
-    , m_destinations{destinations}
+    : m_destinations{destinations}
     , m_closing{project}
     , m_jobs{jobs}
     , m_isDecided{jobs == Jobs::End}
@@ -46,7 +44,7 @@ std::optional<Taskmill_Question> Taskmill_LeavingDialogue::Next()
     if (!m_asksAboutJobs)
         return m_closing.Next();
     m_canJobsGoOn = m_jobs == Jobs::MayGoOn && Taskmill_JobsGoOn(Taskmill_Ending::AskedToKeep) &&
-                    m_project.IsAnyJobKept();
+                    m_destinations.IsAnyJobKept();
     return JobsQuestion(running, m_canJobsGoOn);
 }
 

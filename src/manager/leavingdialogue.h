@@ -19,7 +19,8 @@ public:
     };
 
     /// Both outlive the dialogue.
-    Taskmill_LeavingDialogue(Taskmill_Project &project, Taskmill_Destinations &destinations, Jobs jobs);
+    Taskmill_LeavingDialogue(Taskmill_SavableProject &project, Taskmill_Destinations &destinations,
+                             Jobs jobs);
 
     std::optional<Taskmill_Question> Next() override;
     void Answer(const Taskmill_Answer &answer) override;
@@ -30,7 +31,6 @@ public:
     [[nodiscard]] bool DoJobsGoOn() const { return m_doJobsGoOn; }
 
 private:
-    Taskmill_Project &m_project;
     Taskmill_Destinations &m_destinations;
     Taskmill_ClosingDialogue m_closing;
     const Jobs m_jobs;

@@ -126,11 +126,11 @@ void Taskmill_Manager::ConnectJobs()
                          });
         QObject::connect(&owner->Jobs(), &Taskmill_JobContainer::RemainsSignal, owner, ReportRemains);
     }
-    m_finishedJobs.SetOutputOfRuns([this](const QString &run) {
+    m_finishedJobs.Outputs().SetReaderOfRuns([this](const QString &run) {
         return [read = ReaderOfRun(m_keepers.get(), Taskmill_RunOfJob{run}.RunID)] {
             const KilnUtil_StoredOutput output = read();
-            return Taskmill_FinishedJobs::OutputOfRun{.Text = Taskmill_Job::TextOfOutput(output.Bytes),
-                                                      .IsWhole = output.IsWhole};
+            return Taskmill_FinishedOutputs::OutputOfRun{.Text = Taskmill_Job::TextOfOutput(output.Bytes),
+                                                         .IsWhole = output.IsWhole};
         };
     });
     if (!m_keepers)
@@ -223,7 +223,7 @@ void Taskmill_Manager::ShutDown(End end)
 {
     if (std::exchange(m_isShutDown, true))
         return;
-    const bool anyGoesOn = DoJobsGoOn() && m_project.IsAnyJobKept();
+    const bool anyGoesOn = DoJobsGoOn() && m_destinations.IsAnyJobKept();
     m_outbox.SetEnding();
     if (end == End::InOrder && !anyGoesOn)
         m_project.CloseProject();
@@ -238,7 +238,7 @@ void Taskmill_Manager::SaveBeforeAbruptEnd()
     if (m_isShutDown)
         return;
     m_project.SaveUnattended();
-    const bool anyGoesOn = DoJobsGoOn() && m_project.IsAnyJobKept();
+    const bool anyGoesOn = DoJobsGoOn() && m_destinations.IsAnyJobKept();
     if (anyGoesOn)
         m_project.StoreJobsThatGoOn();
     else

@@ -2,9 +2,11 @@
 #pragma once
 
 #include "kilnutil/sharedfile.h"
-#include "manager/followedoutput.h"
+#include "manager/joboutput.h"
+#include "processes/processoutput.h"
 
 #include <deque>
+#include <memory>
 #include <optional>
 #include <utility>
 

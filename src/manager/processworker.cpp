@@ -3,37 +3,9 @@
 
 #include "kilnutil/logging.h"
 #include "kilnutil/threadstart.h"
-#include "manager/runningjobs.h"
+#include "manager/processesofjobtypes.h"
 
 #include <QDeadlineTimer>
-
-bool Taskmill_KillProcess(Taskmill_ProcessInspector &inspector, const Taskmill_ProcessRecord &process,
-                          Taskmill_Kill kill)
-{
-    if (!inspector.IsStillThere(process))
-        return false;
-    const auto endTree = [&] {
-        return inspector.TerminateTree(process.Name, process.ProcessIdNumber());
-    };
-    switch (kill) {
-    case Taskmill_Kill::Process:
-        return inspector.Terminate(process);
-    case Taskmill_Kill::ProcessGroup:
-        return false;
-    case Taskmill_Kill::Children:
-        return endTree();
-    case Taskmill_Kill::ProcessAndChildren:
-        return endTree() && inspector.Terminate(process);
-    case Taskmill_Kill::ProcessAndParent:
-        return inspector.TerminateParent(process) && inspector.Terminate(process);
-    case Taskmill_Kill::ProcessChildrenAndParent:
-        if (!endTree())
-            return false;
-        return process.ParentProcessIdNumber() < 0 ||
-               (inspector.TerminateParent(process) && inspector.Terminate(process));
-    }
-    return false;
-}
 
 /// The half of the worker that lives in the thread. It does not know the other one, which may be gone while
 /// this waits for the system.

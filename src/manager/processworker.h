@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "processes/processinspector.h"
+#include "manager/processkill.h"
 
 #include <QObject>
 #include <QStringList>
@@ -13,23 +13,6 @@
 #include <optional>
 
 class Taskmill_ProcessThreadSide;
-
-/// What of a process is ended.
-enum class Taskmill_Kill
-{
-    Process,
-    ProcessGroup, ///< ends nothing: a listed process does not say which its group is
-    Children,
-    ProcessAndChildren,
-    ProcessAndParent,
-    /// The children; the process itself only together with its parent.
-    ProcessChildrenAndParent
-};
-
-/// False when not all that was asked for was ended. A process that has got the number of the listed one, or
-/// of its parent, since is left alone.
-bool Taskmill_KillProcess(Taskmill_ProcessInspector &inspector, const Taskmill_ProcessRecord &process,
-                          Taskmill_Kill kill);
 
 /// Lists and ends processes on a thread of its own, one thing after the other, for callers that must not
 /// wait.

@@ -12,27 +12,24 @@
 #include "kilnutil/registry.h"
 #include "manager/destinations.h"
 #include "manager/finishedjobs.h"
+#include "manager/leftruns.h"
 #include "manager/outbox.h"
 #include "manager/ownjobnumbers.h"
 #include "manager/projectdatabase.h"
+#include "manager/projectopening.h"
 #include "manager/projectrecovery.h"
 #include "manager/recentprojects.h"
 #include "manager/version.h"
 #include "processes/processtree.h"
 
-#include <QDir>
 #include <QFileInfo>
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <limits>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
-
-const char *const Taskmill_ProjectFileFilter = "Taskmill Project Files (*.mill)";
-const char *const Taskmill_SavingTitle = "Saving a Taskmill Project File";
 
 namespace {
 /// Who saves or closes a project does not wait longer for outputs that are still being read.
@@ -41,11 +38,6 @@ constexpr std::chrono::milliseconds longestWaitForResults{500};
 Taskmill_Database *CurrentDatabase()
 {
     return Taskmill_Database_Manager::Global().CurrentDatabase();
-}
-
-QString PauseValue(const Taskmill_JobQueue &queue)
-{
-    return u"Paused"_s + queue.Name();
 }
 
 void ReportWriteError(const QString &path, const QString &error)
@@ -74,9 +66,13 @@ Taskmill_Project::Taskmill_Project(Taskmill_JobTypeList &jobTypes, KilnUtil_IDMa
     , m_runs{runs}
     , m_keptRuns{keepers}
     , m_readOnlyProjects{readOnlyProjects}
+    , m_storedPauses{destinations}
 {
     for (Taskmill_JobQueue *queue : m_destinations.Queues())
-        connect(queue, &Taskmill_JobQueue::QueueUpdatedSignal, this, &Taskmill_Project::StorePauses);
+        connect(queue, &Taskmill_JobQueue::QueueUpdatedSignal, this, [this] {
+            if (Taskmill_Database *database = CurrentDatabase(); database && m_copy)
+                m_storedPauses.Store(*database);
+        });
 }
 
 Taskmill_Project::~Taskmill_Project() = default;
@@ -110,50 +106,25 @@ bool Taskmill_Project::Open(const QString &path, Taskmill_LeavingDialogue::Jobs 
 {
     if (path.isEmpty())
         return false;
-    const QString title = u"Opening a Taskmill Project File"_s;
     const QString absolutePath = QFileInfo{path}.absoluteFilePath();
-    const auto report = [&](const QString &problem) {
-        KilnUtil_Error::ReportWarning(title, problem.arg(path));
+    const auto report = [&path](const QString &problem) {
+        KilnUtil_Error::ReportWarning(u"Opening a Taskmill Project File"_s, problem.arg(path));
         return false;
     };
-    if (const QString problem = Taskmill_ProblemOfProjectFile(absolutePath, m_readOnlyProjects);
-        !problem.isEmpty())
+    Taskmill_ProjectOpening opening{absolutePath};
+    if (const QString problem = opening.Read(m_readOnlyProjects, m_lock.get()); !problem.isEmpty())
         return report(problem);
-    const bool isOpenHere = m_lock && m_lock->IsOf(absolutePath);
-    auto lock = isOpenHere ? nullptr : std::make_unique<Taskmill_ProjectLock>(absolutePath);
-    if (lock && lock->IsHeldElsewhere())
-        return report(u"Another Taskmill manager, %2, has the specified project open:\n\n%1"_s.arg(
-            u"%1"_s, lock->Holder()));
-
-    // A bad file is not to cost the project that is open.
-    QStringList notices;
-    Taskmill_ProjectRecovery recovery{notices};
-    auto left = recovery.Find(lock ? *lock : *m_lock);
-    if (const QString path = recovery.OutOfReach(); !path.isEmpty())
-        return report(
-            u"The changes of the specified project since it was saved cannot be read now, perhaps because a disk is full:\n\n%1\n\nThey stay in %2."_s
-                .arg(u"%1"_s, QDir::toNativeSeparators(path)));
-    recovery.SetAsideUnfit(left);
-    Taskmill_OpenedFile opened;
-    if (!left) {
-        opened = Taskmill_OpenProjectFile(absolutePath, notices);
-        if (!opened.Problem.isEmpty())
-            return report(opened.Problem);
-    }
     Taskmill_LeavingDialogue leaving{*this, m_destinations, jobs};
     Taskmill_AskThroughPrompt(leaving);
     if (!leaving.MayLeave())
         return false;
-    // The open project may have been written to this very file.
-    if (leaving.IsSaved() && !left) {
-        // The database is closed before its working copy is removed.
-        opened.Database.reset();
-        opened = Taskmill_OpenProjectFile(absolutePath, notices);
-        if (!opened.Problem.isEmpty())
-            return report(opened.Problem);
+    if (leaving.IsSaved()) {
+        if (const QString problem = opening.ReadAgain(); !problem.isEmpty())
+            return report(problem);
     }
 
-    if (isOpenHere)
+    auto lock = opening.TakeLock();
+    if (!lock)
         lock = std::move(m_lock);
     if (leaving.DoJobsGoOn())
         LeaveProject(true);
@@ -161,18 +132,24 @@ bool Taskmill_Project::Open(const QString &path, Taskmill_LeavingDialogue::Jobs 
         CloseProject();
     m_lock = std::move(lock);
     RememberDirectory(absolutePath);
+    auto left = opening.TakeLeft();
     const bool isThere =
-        left ? TakeUp(std::move(*left), absolutePath) : Begin(std::move(opened), absolutePath);
-    m_notices += notices;
+        left ? TakeUp(std::move(*left), absolutePath) : Begin(opening.TakeFile(), absolutePath);
+    m_notices += opening.Notices();
     if (!isThere)
         return report(
             u"The specified project cannot be opened, as its working copy cannot be written:\n\n%1"_s);
-    if (recovery.IsAnySetAside())
-        SkipLostJobs();
-    m_outbox.AddLeft(recovery.TakeNotifications());
+    TakeWhatElseIsLeft(opening.Recovery());
     Taskmill_AddToRecentProjects(absolutePath);
     Q_EMIT StateChangedSignal();
     return true;
+}
+
+void Taskmill_Project::TakeWhatElseIsLeft(Taskmill_ProjectRecovery &recovery)
+{
+    if (recovery.IsAnySetAside())
+        SkipLostJobs();
+    m_outbox.AddLeft(recovery.TakeNotifications());
 }
 
 bool Taskmill_Project::Begin(Taskmill_OpenedFile opened, const QString &path)
@@ -195,7 +172,7 @@ bool Taskmill_Project::TakeUp(Taskmill_LeftProject left, const QString &path)
     m_copy = std::move(left.Copy);
     Taskmill_Database *database = Taskmill_Database_Manager::Global().Adopt(std::move(left.Database));
     const bool isTaken = Taskmill_TakeUpWorkingCopy(*database);
-    const auto ends = isTaken ? Taskmill_EndLeftRuns(*database, m_runs) : std::nullopt;
+    const auto ends = isTaken ? Taskmill_LeftRuns{*database, m_runs}.End() : std::nullopt;
     if (!ends) {
         // The working copy stays as it was, for a later start.
         Taskmill_Database_Manager::Global().CloseAll();
@@ -209,11 +186,8 @@ bool Taskmill_Project::TakeUp(Taskmill_LeftProject left, const QString &path)
     m_isRecovered = changes > 0;
     if (m_isRecovered)
         m_notices += Taskmill_RecoveredNotice(changes);
-    QList<Taskmill_JobQueue *> running;
-    for (Taskmill_JobQueue *queue : m_destinations.Queues()) {
-        if (left.IsSameBoot && database->WorkingCopy().Value(PauseValue(*queue)) == "no"_L1)
-            running.append(queue);
-    }
+    const QList<Taskmill_JobQueue *> running =
+        left.IsSameBoot ? m_storedPauses.QueuesThatRan(*database) : QList<Taskmill_JobQueue *>{};
     Install(*database, path);
     if (m_isRecovered)
         database->MarkChanged();
@@ -232,10 +206,8 @@ bool Taskmill_Project::OpenWithoutFile()
     CloseProject();
     const bool isOpen = (left && TakeUp(std::move(*left), {})) || NewProject();
     m_notices += notices;
-    if (isOpen && recovery.IsAnySetAside())
-        SkipLostJobs();
     if (isOpen)
-        m_outbox.AddLeft(recovery.TakeNotifications());
+        TakeWhatElseIsLeft(recovery);
     Q_EMIT StateChangedSignal();
     return isOpen;
 }
@@ -324,27 +296,6 @@ QString Taskmill_Project::OpenFileInstead()
     return beside;
 }
 
-void Taskmill_Project::StorePauses()
-{
-    Taskmill_Database *database = CurrentDatabase();
-    if (!database || !m_copy)
-        return;
-    for (std::size_t number = 0; number < m_storedPauses.size(); ++number) {
-        const Taskmill_JobQueue &queue = *m_destinations.Queues().at(number);
-        if (m_storedPauses.at(number) != queue.IsPaused() &&
-            database->WorkingCopy().Set(PauseValue(queue), queue.IsPaused() ? u"yes"_s : u"no"_s))
-            m_storedPauses.at(number) = queue.IsPaused();
-    }
-}
-
-QString Taskmill_Project::ProjectFileName(const QString &name)
-{
-    QString file = name.trimmed();
-    if (!file.isEmpty() && !file.endsWith(".mill"_L1, Qt::CaseInsensitive))
-        file += u".mill"_s;
-    return file;
-}
-
 bool Taskmill_Project::FileHasChanged() const
 {
     const QString path = FilePath();
@@ -394,7 +345,7 @@ bool Taskmill_Project::MakeWhole()
     m_finishedJobs.RecordMissing();
     m_finishedJobs.WaitForResults(longestWaitForResults);
     m_finishedJobs.FinishRemovals();
-    return m_finishedJobs.TakeLeftOutputs();
+    return m_finishedJobs.Outputs().TakeLeft();
 }
 
 bool Taskmill_Project::WriteFile(const QString &path)
@@ -474,12 +425,6 @@ QString Taskmill_Project::WindowTitle() const
     return Taskmill_VersionText() + u", "_s + state;
 }
 
-bool Taskmill_Project::IsAnyJobKept()
-{
-    return std::ranges::any_of(m_destinations.All(),
-                               [](const Taskmill_QueueOwner *owner) { return owner->Jobs().IsAnyKept(); });
-}
-
 void Taskmill_Project::StoreJobsThatGoOn()
 {
     if (m_copy || !HasUnsavedChanges())
@@ -495,7 +440,7 @@ void Taskmill_Project::CloseProject()
     // same file is being opened anew, it was read already.
     const QString path = FilePath();
     const bool isSaved = m_lock && !path.isEmpty() && !HasUnsavedChanges() && !FileHasChanged();
-    const QStringList runs = isSaved ? KeptRuns() : QStringList{};
+    const QStringList runs = isSaved ? m_destinations.KeptRuns() : QStringList{};
     // They end side by side.
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Jobs().BeginToKillRunning();
@@ -511,7 +456,7 @@ void Taskmill_Project::CloseProject()
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Clear();
     m_finishedJobs.WaitForResults(longestWaitForResults);
-    m_finishedJobs.GiveUpLeftOutputs();
+    m_finishedJobs.Outputs().GiveUpLeft();
     m_finishedJobs.Clear();
     if (m_outbox.IsEnding())
         m_outbox.Drain();
@@ -530,18 +475,6 @@ void Taskmill_Project::CloseProject()
     if (m_copy)
         m_copy->Remove();
     ForgetProject();
-}
-
-QStringList Taskmill_Project::KeptRuns()
-{
-    QStringList runs;
-    for (const Taskmill_QueueOwner *owner : m_destinations.All()) {
-        for (const Taskmill_Job *job : owner->Jobs().Jobs()) {
-            if (job->IsKept())
-                runs += job->Record().Run;
-        }
-    }
-    return runs;
 }
 
 void Taskmill_Project::CarryOverNotifications()
@@ -592,15 +525,14 @@ void Taskmill_Project::RecordEndedRuns()
     if (!database || !m_copy)
         return;
     database->WorkingCopy().RemoveAllRuns();
-    for (const Taskmill_JobQueue *queue : m_destinations.Queues())
-        database->WorkingCopy().Set(PauseValue(*queue), u"yes"_s);
+    m_storedPauses.StoreAllPaused(*database);
 }
 
 void Taskmill_Project::ForgetProject()
 {
     m_copy.reset();
     m_lock.reset();
-    m_storedPauses = {};
+    m_storedPauses.Forget();
     m_notices.clear();
     m_isRecovered = false;
     m_hasChangedFile = false;

@@ -4,14 +4,15 @@
 #include "manager/leavingdialogue.h"
 #include "manager/projectfile.h"
 #include "manager/projectruns.h"
+#include "manager/savableproject.h"
 #include "manager/spareproject.h"
+#include "manager/storedpauses.h"
 
 #include <QList>
 #include <QObject>
 #include <QString>
 #include <QStringList>
 
-#include <array>
 #include <memory>
 #include <optional>
 
@@ -22,18 +23,14 @@ class Taskmill_FinishedJobs;
 class Taskmill_JobTypeList;
 class Taskmill_Outbox;
 class Taskmill_ProjectLock;
+class Taskmill_ProjectRecovery;
 class Taskmill_RunSource;
 class Taskmill_WorkingCopy;
 struct Taskmill_LeftProject;
 
-/// The file filter of dialogs for project files.
-extern const char *const Taskmill_ProjectFileFilter;
-/// The title of what is asked and reported while a project is saved.
-extern const char *const Taskmill_SavingTitle;
-
 /// The one project that the manager has open: a database of its own, the working copy, which is saved to and
 /// loaded from a ".mill" file. A working copy that a manager has left which was ended by force is taken up.
-class Taskmill_Project : public QObject
+class Taskmill_Project : public QObject, public Taskmill_SavableProject
 {
     Q_OBJECT
 
@@ -46,9 +43,8 @@ public:
     ~Taskmill_Project() override;
     Q_DISABLE_COPY_MOVE(Taskmill_Project)
 
-    [[nodiscard]] bool IsOpen() const;
-    /// Absolute; empty for a project never saved.
-    [[nodiscard]] QString FilePath() const;
+    [[nodiscard]] bool IsOpen() const override;
+    [[nodiscard]] QString FilePath() const override;
     [[nodiscard]] bool HasUnsavedChanges() const;
 
     /// Replaces the current project by that of the file; its two queues are paused. Asks through the prompt
@@ -64,11 +60,8 @@ public:
     [[nodiscard]] bool NewProject();
     /// The same after asking what Taskmill_LeavingDialogue asks.
     [[nodiscard]] bool AskForNewProject();
-    /// Whether another program has changed the project's file since it was opened or saved here.
-    [[nodiscard]] bool FileHasChanged() const;
-    /// Writes the project to the file of that name, which becomes its own, without asking; a failure is
-    /// reported. What must be asked before is up to Taskmill_SaveDialogue.
-    bool SaveProjectAs(const QString &path);
+    [[nodiscard]] bool FileHasChanged() const override;
+    bool SaveProjectAs(const QString &path) override;
     /// The same without a report: why it could not be written, or nothing when it was.
     [[nodiscard]] std::optional<QString> TrySaveProjectAs(const QString &path);
     /// Writes unsaved changes to the project's own file without asking or reporting anything but to the debug
@@ -76,16 +69,11 @@ public:
     /// or are written beside the file where there is none. False when they could not be written there: they
     /// are in a spare file then, which the log and a notice at the next start name, if any place took it.
     bool SaveUnattended();
-    /// The trimmed name with ".mill" at its end; empty for an empty one.
-    [[nodiscard]] static QString ProjectFileName(const QString &name);
-
     /// The version of the program and the project's name or state.
     [[nodiscard]] QString WindowTitle() const;
 
-    /// Whether a job runs that can go on without the program.
-    [[nodiscard]] bool IsAnyJobKept();
-    /// To be called before such jobs go on: without a working copy a spare file is written, where the
-    /// project's own does not know them.
+    /// To be called before jobs go on without the program: without a working copy a spare file is written,
+    /// where the project's own does not know them.
     void StoreJobsThatGoOn();
     /// Ends all jobs, empties the lists and closes the database, whose working copy is removed.
     void CloseProject();
@@ -116,17 +104,16 @@ private:
     [[nodiscard]] bool Open(const QString &path, Taskmill_LeavingDialogue::Jobs jobs);
     bool Begin(Taskmill_OpenedFile opened, const QString &path);
     bool TakeUp(Taskmill_LeftProject left, const QString &path);
+    /// What the search for left projects has found beside the one that is open now.
+    void TakeWhatElseIsLeft(Taskmill_ProjectRecovery &recovery);
     /// Jobs may run that the project does not know: their numbers are not given again.
     void SkipLostJobs();
-    /// Of the jobs that keepers run.
-    [[nodiscard]] QStringList KeptRuns();
     /// The database is the current one.
     void Install(Taskmill_Database &database, const QString &path);
     /// Writes everything that still has to be written to the database. False when some of it cannot be.
     [[nodiscard]] bool MakeWhole();
     [[nodiscard]] bool WriteFile(const QString &path);
     [[nodiscard]] bool WriteOwnFile(const QString &path);
-    void StorePauses();
     /// Moves the notifications of the project before into the working copy of the one that has been opened.
     void CarryOverNotifications();
     void ForgetProject();
@@ -149,7 +136,7 @@ private:
     std::unique_ptr<Taskmill_WorkingCopy> m_copy; ///< nullptr for a project in memory
     /// The working copy of the project before, until its notifications are in the next one's.
     std::unique_ptr<Taskmill_WorkingCopy> m_closedCopy;
-    std::array<std::optional<bool>, 2> m_storedPauses; ///< of the two queues, as the working copy has them
+    Taskmill_StoredPauses m_storedPauses;
     QStringList m_notices;
     bool m_isRecovered = false;
     bool m_hasChangedFile = false;

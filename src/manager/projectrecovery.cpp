@@ -333,62 +333,6 @@ void Taskmill_RecordSaving(Taskmill_Database &database, Taskmill_WorkingCopy &co
                   qUtf16Printable(database.LastErrorMessage()));
 }
 
-std::optional<int> Taskmill_EndLeftRuns(Taskmill_Database &database, Taskmill_RunSource &source)
-{
-    struct Table
-    {
-        QList<Taskmill_JobRecord> (Taskmill_Database::*read)();
-        bool (Taskmill_Database::*remove)(qint32 jobID);
-    };
-    static constexpr std::array tables{
-        Table{&Taskmill_Database::GetLongJobs, &Taskmill_Database::DeleteLongJob},
-        Table{&Taskmill_Database::GetShortJobs, &Taskmill_Database::DeleteShortJob},
-        Table{&Taskmill_Database::GetQueuelessJobs, &Taskmill_Database::DeleteQueuelessJob}};
-    const QList<qint32> runs = database.WorkingCopy().Runs();
-    QList<qint32> kept; // may go on: the jobs themselves find that out
-    int ended = 0;
-    if (runs.isEmpty())
-        return ended;
-    const QList<Taskmill_Notification> earlier = database.WorkingCopy().Notifications();
-    qint64 key = earlier.isEmpty() ? 0 : earlier.last().Key;
-    const auto notify = [&](const Taskmill_JobRecord &job) {
-        auto notification = Taskmill_NotificationOf(job);
-        if (!notification)
-            return true;
-        notification->Key = ++key;
-        return database.WorkingCopy().AddNotification(*notification);
-    };
-    const auto record = [&] {
-        for (const Table &table : tables) {
-            const QList<Taskmill_JobRecord> jobs = (database.*table.read)();
-            for (const Taskmill_JobRecord &job : jobs) {
-                if (!runs.contains(job.JobID))
-                    continue;
-                if (!job.Run.isEmpty()) {
-                    kept.append(job.JobID);
-                    continue;
-                }
-                const Taskmill_JobRecord end = source.EndOf(job);
-                if (!database.InsertFinishedJob(end, true) || !(database.*table.remove)(job.JobID) ||
-                    !notify(end))
-                    return false;
-                ++ended;
-            }
-        }
-        Taskmill_WorkingCopyStore &store = database.WorkingCopy();
-        return store.RemoveAllRuns() &&
-               std::ranges::all_of(kept, [&store](qint32 jobID) { return store.AddRun(jobID); });
-    };
-    const auto isEnded = [&](const Taskmill_JobRecord &job) {
-        return job.Run.isEmpty() && runs.contains(job.JobID);
-    };
-    const bool isAnyEnded = std::ranges::any_of(
-        tables, [&](const Table &table) { return std::ranges::any_of((database.*table.read)(), isEnded); });
-    // That jobs go on is no change.
-    const bool recorded = isAnyEnded ? database.AsOneChange(record) : database.Untracked(record);
-    return recorded ? std::optional{ended} : std::nullopt;
-}
-
 QString Taskmill_RecoveredNotice(int changes)
 {
     return CountText(changes) + (changes == 1 ? u" since the last save was recovered"_s

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "jobs/jobnotification.h"
-#include "manager/runsource.h"
 
 #include <QList>
 #include <QString>
@@ -92,12 +91,6 @@ void Taskmill_RecordSaving(Taskmill_Database &database, Taskmill_WorkingCopy &co
 
 /// Nothing of it is to be recovered from now on, since its project is being closed.
 void Taskmill_GiveUpWorkingCopy(Taskmill_Database &database);
-
-/// Ends the jobs that ran when the manager was ended by force, as the source says: they leave the tables of
-/// waiting jobs for that of the finished ones, and their notifications are stored. How many they are; nothing
-/// when that cannot be stored.
-[[nodiscard]] std::optional<int> Taskmill_EndLeftRuns(Taskmill_Database &database,
-                                                      Taskmill_RunSource &source);
 
 /// "12 changes since the last save were recovered".
 [[nodiscard]] QString Taskmill_RecoveredNotice(int changes);

@@ -70,8 +70,3 @@ private:
     bool m_reading = false;
     bool m_readAgain = false;
 };
-
-/// The processes whose executable is that of one of the job types, in their order.
-[[nodiscard]] QList<Taskmill_ProcessRecord>
-Taskmill_ProcessesOfJobTypes(const QList<Taskmill_ProcessRecord> &processes,
-                             const QStringList &jobTypeExecutables);

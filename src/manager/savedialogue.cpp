@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "manager/savedialogue.h"
 
-#include "manager/project.h"
+#include "manager/savableproject.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -40,7 +40,7 @@ Taskmill_Question ReplaceQuestion(const QString &file)
 }
 } // namespace
 
-Taskmill_SaveDialogue::Taskmill_SaveDialogue(Taskmill_Project &project, Target target)
+Taskmill_SaveDialogue::Taskmill_SaveDialogue(Taskmill_SavableProject &project, Target target)
     : m_project{project}
     , m_step{target == Target::OwnFile ? Step::Begin : Step::AskForFile}
 {
@@ -70,7 +70,7 @@ std::optional<Taskmill_Question> Taskmill_SaveDialogue::Next()
 void Taskmill_SaveDialogue::Answer(const Taskmill_Answer &answer)
 {
     if (m_step == Step::AskForFile) {
-        m_file = Taskmill_Project::ProjectFileName(answer.file);
+        m_file = Taskmill_SavableProject::ProjectFileName(answer.file);
         m_step = StepAfterFile(answer, m_file);
     } else {
         m_step = answer.IsYes() ? Step::Write : Step::AskForFile;

@@ -3,7 +3,7 @@
 
 #include "manager/dialogue.h"
 
-class Taskmill_Project;
+class Taskmill_SavableProject;
 
 /// Writes the project to its file; one that was never saved asks for a file first, and one whose file has
 /// changed whether to replace it. Where that is declined, or a file could not be written, which is reported,
@@ -17,7 +17,7 @@ public:
         AskedFile ///< asks for it at once
     };
     /// The project outlives the dialogue.
-    explicit Taskmill_SaveDialogue(Taskmill_Project &project, Target target = Target::OwnFile);
+    explicit Taskmill_SaveDialogue(Taskmill_SavableProject &project, Target target = Target::OwnFile);
 
     std::optional<Taskmill_Question> Next() override;
     void Answer(const Taskmill_Answer &answer) override;
@@ -41,7 +41,7 @@ private:
     void Write();
     [[nodiscard]] static Step StepAfterFile(const Taskmill_Answer &answer, const QString &file);
 
-    Taskmill_Project &m_project;
+    Taskmill_SavableProject &m_project;
     Step m_step;
     QString m_file;
 };

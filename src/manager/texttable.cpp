@@ -167,6 +167,39 @@ void Widen(const QList<Column *> &narrowFirst, qsizetype width)
     }
 }
 
+/// The widths of columns of these natural widths in a table that is made to fit; negative for those that
+/// leave it, whose headers are added to `leftOut`.
+QList<qsizetype> FittingWidths(const QList<qsizetype> &naturalWidths, qsizetype width,
+                               const QStringList &headers, const QStringList &leftOutFirst,
+                               QStringList &leftOut)
+{
+    QList<Column> columns;
+    for (const qsizetype natural : naturalWidths)
+        columns.append({columns.size(), natural, natural <= widestWhole ? natural : leastWidth});
+    while (columns.size() > 1 && LineWidth(columns) > width)
+        leftOut += LeaveOut(columns, headers, leftOutFirst);
+    QList<Column *> narrowFirst;
+    for (Column &column : columns)
+        narrowFirst.append(&column);
+    std::ranges::stable_sort(narrowFirst, {},
+                             [](const Column *column) { return column->natural - column->width; });
+    columns.first().width = qMin(columns.first().width, width);
+    Widen(narrowFirst, width - LineWidth(columns));
+
+    QList<qsizetype> widths(naturalWidths.size(), -1);
+    for (const Column &column : std::as_const(columns))
+        widths[column.index] = column.width;
+    return widths;
+}
+
+/// The line below a table that lacks these columns.
+QString NoteOfColumns(const QStringList &leftOut, qsizetype width)
+{
+    const QString note = u"(too wide to be shown here: %1)"_s.arg(leftOut.join(u", "_s));
+    return Taskmill_TextWidth(note) <= width
+               ? note
+               : Shortened(u"(%1 columns are too wide to be shown here)"_s.arg(leftOut.size()), width);
+}
 } // namespace
 
 qsizetype Taskmill_TextWidth(const QString &text)
@@ -190,10 +223,15 @@ void Taskmill_TextTableBuilder::AddCell(const QString &text)
     const bool isPlain = text.size() <= longestCell && IsPlain(text);
     const QString cell = isPlain ? text : CellText(text);
     const qsizetype width = isPlain ? text.size() : Taskmill_TextWidth(cell);
-    const qsizetype column = m_cells.size() % m_widths.size();
-    m_widths[column] = qMax(m_widths[column], width);
-    m_cells.append({static_cast<quint16>(cell.size()), static_cast<quint16>(width)});
-    m_text += cell;
+    EndCell(cell, cell.size(), width);
+}
+
+void Taskmill_TextTableBuilder::EndCell(QStringView piece, qsizetype size, qsizetype width)
+{
+    m_widths[m_column] = qMax(m_widths[m_column], width);
+    m_cells.append({static_cast<quint16>(size), static_cast<quint16>(width)});
+    m_text += piece;
+    m_column = m_column + 1 == m_widths.size() ? 0 : m_column + 1;
 }
 
 void Taskmill_TextTableBuilder::AddRow(const QStringList &cells)
@@ -214,11 +252,28 @@ void Taskmill_TextTableBuilder::ForEachCell(TakeCell take) const
     }
 }
 
-QString Taskmill_TextTableBuilder::Text() const
+QStringList Taskmill_TextTableBuilder::Headers() const
+{
+    QStringList headers;
+    qsizetype place = 0;
+    for (const Cell &cell : m_cells.first(m_widths.size())) {
+        headers += m_text.sliced(place, cell.size);
+        place += cell.size;
+    }
+    return headers;
+}
+
+qsizetype Taskmill_TextTableBuilder::LineWidth() const
 {
     qsizetype lineWidth = -columnGap;
     for (const qsizetype width : m_widths)
         lineWidth += width + columnGap;
+    return lineWidth;
+}
+
+QString Taskmill_TextTableBuilder::Text() const
+{
+    const qsizetype lineWidth = LineWidth();
     QString table;
     // Columns are a good guess of the characters: few take two columns, or none.
     table.reserve((RowCount() + 2) * (lineWidth + 1));
@@ -236,67 +291,38 @@ QString Taskmill_TextTableBuilder::Text() const
     return table;
 }
 
-QString Taskmill_TextTableBuilder::FittedText(qsizetype width, const QStringList &leftOutFirst) const
+Taskmill_TextTableBuilder Taskmill_TextTableBuilder::Narrowed(const QList<qsizetype> &widths) const
 {
-    QStringList headers;
-    QList<Column> columns;
-    qsizetype wholeWidth = -columnGap;
-    qsizetype headerPlace = 0;
-    for (qsizetype index = 0; index < m_widths.size(); ++index) {
-        headers += m_text.sliced(headerPlace, m_cells[index].size);
-        headerPlace += m_cells[index].size;
-        const qsizetype natural = m_widths[index];
-        columns.append({index, natural, natural <= widestWhole ? natural : leastWidth});
-        wholeWidth += natural + columnGap;
-    }
-    if (width <= 0 || wholeWidth <= width)
-        return Text();
-
-    QStringList leftOut;
-    while (columns.size() > 1 && LineWidth(columns) > width)
-        leftOut += LeaveOut(columns, headers, leftOutFirst);
-    QList<Column *> narrowFirst;
-    for (Column &column : columns)
-        narrowFirst.append(&column);
-    std::ranges::stable_sort(narrowFirst, {},
-                             [](const Column *column) { return column->natural - column->width; });
-    columns.first().width = qMin(columns.first().width, width);
-    Widen(narrowFirst, width - LineWidth(columns));
-
-    QList<qsizetype> fittedWidths(m_widths.size(), -1);
-    for (const Column &column : std::as_const(columns))
-        fittedWidths[column.index] = column.width;
-    Taskmill_TextTableBuilder fitted{columns.size()};
-    const auto append = [&fitted](qsizetype column, QStringView text, qsizetype size, qsizetype cellWidth) {
-        fitted.m_widths[column] = qMax(fitted.m_widths[column], cellWidth);
-        fitted.m_cells.append({static_cast<quint16>(size), static_cast<quint16>(cellWidth)});
-        fitted.m_text += text;
-    };
-    qsizetype place = 0;
+    Taskmill_TextTableBuilder narrowed{
+        std::ranges::count_if(widths, [](qsizetype width) { return width >= 0; })};
     ForEachCell([&](qsizetype column, QStringView text, qsizetype cellWidth) {
-        const qsizetype most = fittedWidths[column];
+        const qsizetype most = widths[column];
+        const qsizetype kept = most - ellipsis.size();
         if (most < 0)
             return;
-        const qsizetype kept = most - ellipsis.size();
         if (cellWidth <= most) {
-            append(place, text, text.size(), cellWidth);
+            narrowed.EndCell(text, text.size(), cellWidth);
         } else if (kept >= 2 && IsPlain(text)) {
             // As Shortened() does it.
-            fitted.m_text += text.first((kept + 1) / 2);
-            fitted.m_text += ellipsis;
-            append(place, text.last(kept / 2), most, most);
+            narrowed.m_text += text.first((kept + 1) / 2);
+            narrowed.m_text += ellipsis;
+            narrowed.EndCell(text.last(kept / 2), most, most);
         } else {
             const QString shortened = Shortened(text.toString(), most);
-            append(place, shortened, shortened.size(), Taskmill_TextWidth(shortened));
+            narrowed.EndCell(shortened, shortened.size(), Taskmill_TextWidth(shortened));
         }
-        place = place + 1 == columns.size() ? 0 : place + 1;
     });
-    if (leftOut.isEmpty())
-        return fitted.Text();
-    QString note = u"(too wide to be shown here: %1)"_s.arg(leftOut.join(u", "_s));
-    if (Taskmill_TextWidth(note) > width)
-        note = Shortened(u"(%1 columns are too wide to be shown here)"_s.arg(leftOut.size()), width);
-    return fitted.Text() + note + u'\n';
+    return narrowed;
+}
+
+QString Taskmill_TextTableBuilder::FittedText(qsizetype width, const QStringList &leftOutFirst) const
+{
+    if (width <= 0 || LineWidth() <= width)
+        return Text();
+    QStringList leftOut;
+    const QList<qsizetype> widths = FittingWidths(m_widths, width, Headers(), leftOutFirst, leftOut);
+    const QString text = Narrowed(widths).Text();
+    return leftOut.isEmpty() ? text : text + NoteOfColumns(leftOut, width) + u'\n';
 }
 
 QString Taskmill_TextTable(const QStringList &headers, const QList<QStringList> &rows)

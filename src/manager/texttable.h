@@ -31,11 +31,18 @@ private:
         : m_widths(columns, 0)
     {
     }
+    /// The last piece of the next cell, whose pieces have together that many characters and that width.
+    void EndCell(QStringView piece, qsizetype size, qsizetype width);
+    [[nodiscard]] QStringList Headers() const;
+    [[nodiscard]] qsizetype LineWidth() const;
     [[nodiscard]] QString Text() const;
+    /// With columns of these widths at the most, and without those of a negative one.
+    [[nodiscard]] Taskmill_TextTableBuilder Narrowed(const QList<qsizetype> &widths) const;
     template <typename TakeCell>
     void ForEachCell(TakeCell take) const;
 
     QList<qsizetype> m_widths; ///< of the columns
+    qsizetype m_column = 0;    ///< of the next cell
     QList<Cell> m_cells;       ///< the headers first
     QString m_text;            ///< of all cells
 };

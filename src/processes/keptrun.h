@@ -3,7 +3,7 @@
 
 #include "processes/processrun.h"
 #include "processes/runoutputfile.h"
-#include "wire/keeperclient.h"
+#include "wire/runconnection.h"
 
 #include <QPointer>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "processes/runkeepers.h"
-#include "wire/keeperclient.h"
+#include "wire/nursery.h"
 #include "wire/runjournals.h"
 
 #include <QElapsedTimer>

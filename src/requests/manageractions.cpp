@@ -359,7 +359,8 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Quit(const Taskmill_Re
     // A project that has a file is saved to it. While its jobs go on, one that has none stays for the next
     // start.
     const bool isToBeSaved = !request.Replaces && project.HasUnsavedChanges();
-    if (isToBeSaved && project.FilePath().isEmpty() && !(request.KeepsJobs && project.IsAnyJobKept()))
+    if (isToBeSaved && project.FilePath().isEmpty() &&
+        !(request.KeepsJobs && m_manager.Destinations().IsAnyJobKept()))
         return Outcome::Refused(u"the project was never saved and would be lost; save it to a file first"_s);
     if (isToBeSaved && project.FileHasChanged())
         return Outcome::Refused(WasChangedText(project.FilePath()));

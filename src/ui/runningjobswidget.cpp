@@ -3,7 +3,7 @@
 
 #include "manager/destinations.h"
 #include "manager/listings.h"
-#include "manager/processworker.h"
+#include "manager/processkill.h"
 #include "manager/runningjobs.h"
 #include "ui/contextmenu.h"
 #include "ui/rowsmodel.h"

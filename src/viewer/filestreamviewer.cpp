@@ -113,12 +113,32 @@ KilnUtil_FileStreamViewer::~KilnUtil_FileStreamViewer()
 
 void KilnUtil_FileStreamViewer::MakeMenus()
 {
+    QAction *save = MakeFileMenu();
+    m_view->addActions(MakeEditMenu() << save);
+    m_view->setContextMenuPolicy(Qt::ActionsContextMenu);
+    MakeViewMenu();
+    MakeGoMenu();
+
+    auto *stop = new QAction{this};
+    stop->setShortcut(Qt::Key_Escape);
+    connect(stop, &QAction::triggered, this, &KilnUtil_FileStreamViewer::StopSlot);
+    addAction(stop);
+}
+
+/// Returns the entry that the context menu has, too.
+QAction *KilnUtil_FileStreamViewer::MakeFileMenu()
+{
     QMenu *file = menuBar()->addMenu(u"&File"_s);
     QAction *save = file->addAction(u"&Save a Copy As..."_s, this, &KilnUtil_FileStreamViewer::SaveCopySlot);
     save->setShortcut(QKeySequence::Save);
     file->addSeparator();
     file->addAction(u"&Close"_s, this, &QWidget::close)->setShortcut(Qt::CTRL | Qt::Key_W);
+    return save;
+}
 
+/// Returns the entries that the context menu has, too.
+QList<QAction *> KilnUtil_FileStreamViewer::MakeEditMenu()
+{
     QMenu *edit = menuBar()->addMenu(u"&Edit"_s);
     QAction *copy = edit->addAction(u"&Copy"_s, this, &KilnUtil_FileStreamViewer::CopySlot);
     copy->setShortcut(QKeySequence::Copy);
@@ -133,7 +153,11 @@ void KilnUtil_FileStreamViewer::MakeMenus()
     edit->addAction(u"Find &Next"_s, this, &KilnUtil_FileStreamViewer::FindNextSlot)->setShortcut(Qt::Key_F3);
     edit->addAction(u"Find &Previous"_s, this, &KilnUtil_FileStreamViewer::FindPreviousSlot)
         ->setShortcut(Qt::SHIFT | Qt::Key_F3);
+    return {copy, selectAll, find};
+}
 
+void KilnUtil_FileStreamViewer::MakeViewMenu()
+{
     QMenu *view = menuBar()->addMenu(u"&View"_s);
     const auto zoomBy = [this](int steps) {
         m_view->SetZoom(steps == 0 ? 0 : m_view->Zoom() + steps);
@@ -143,7 +167,10 @@ void KilnUtil_FileStreamViewer::MakeMenus()
         ->setShortcuts({QKeySequence{QKeySequence::ZoomIn}, QKeySequence{Qt::CTRL | Qt::Key_Equal}});
     view->addAction(u"Zoom &Out"_s, this, [zoomBy] { zoomBy(-1); })->setShortcut(QKeySequence::ZoomOut);
     view->addAction(u"&Usual Size"_s, this, [zoomBy] { zoomBy(0); })->setShortcut(Qt::CTRL | Qt::Key_0);
+}
 
+void KilnUtil_FileStreamViewer::MakeGoMenu()
+{
     QMenu *go = menuBar()->addMenu(u"&Go"_s);
     go->addAction(u"To the &Beginning"_s, m_view, &KilnUtil_TextView::ScrollToBeginSlot)
         ->setShortcut(Qt::CTRL | Qt::Key_Home);
@@ -153,14 +180,6 @@ void KilnUtil_FileStreamViewer::MakeMenus()
     m_showMark = go->addAction(u"To the &Marked Line"_s, this, &KilnUtil_FileStreamViewer::ShowMarkSlot);
     m_showMark->setShortcut(Qt::CTRL | Qt::Key_M);
     m_showMark->setEnabled(false);
-
-    m_view->addActions({copy, selectAll, find, save});
-    m_view->setContextMenuPolicy(Qt::ActionsContextMenu);
-
-    auto *stop = new QAction{this};
-    stop->setShortcut(Qt::Key_Escape);
-    connect(stop, &QAction::triggered, this, &KilnUtil_FileStreamViewer::StopSlot);
-    addAction(stop);
 }
 
 void KilnUtil_FileStreamViewer::MakeStatusBar()

@@ -84,6 +84,10 @@ private:
     KilnUtil_FileStreamViewer(QWidget *parent, std::unique_ptr<KilnUtil_TextSource> source,
                               const QString &caption, int interval, const QString &title);
     void MakeMenus();
+    QAction *MakeFileMenu();
+    QList<QAction *> MakeEditMenu();
+    void MakeViewMenu();
+    void MakeGoMenu();
     void MakeStatusBar();
     void RefreshSoon();
     [[nodiscard]] bool IsShownFile(const QString &path) const;

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "wire/runjournals.h"
 
+#include "wire/privatefolder.h"
 #include "wire/runlocks.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -65,6 +67,13 @@ std::string LineOf(const std::string &runID, const std::string &claimant)
 Taskmill_RunJournals::Taskmill_RunJournals(std::string runFolder)
     : m_folder{std::move(runFolder)}
 {
+}
+
+bool Taskmill_RunJournals::MakeFolders(const std::string &runFolder)
+{
+    return std::ranges::all_of(std::array{"", "/journal", "/out", "/socket"}, [&](const char *folder) {
+        return Taskmill_MakePrivateFolder(runFolder + folder);
+    });
 }
 
 void Taskmill_RunJournals::Refresh()

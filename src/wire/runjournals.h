@@ -30,6 +30,9 @@ public:
 
     explicit Taskmill_RunJournals(std::string runFolder);
 
+    /// Makes the folder with those in it, for this user alone, where they are missing. False when that fails.
+    [[nodiscard]] static bool MakeFolders(const std::string &runFolder);
+
     /// Reads what was appended since the last time. Lines that were torn are skipped.
     void Refresh();
     [[nodiscard]] const std::map<std::string, Run> &Runs() const { return m_runs; }

@@ -4,6 +4,7 @@
 #include "db/database.h"
 #include "endtoend/processtable.h"
 
+#include <QDirIterator>
 #include <QFile>
 
 using namespace Qt::Literals::StringLiterals;
@@ -49,6 +50,15 @@ bool ProjectFixture::StartOnDesktop(const QStringList &variables)
 {
     m_manager = std::make_unique<ManagerProcess>(m_directory.path(), ManagerProcess::Input::NullDevice);
     return m_manager->Start({ProjectPath()}, variables);
+}
+
+QStringList ProjectFixture::WorkingCopies() const
+{
+    QStringList paths;
+    QDirIterator files{Path(u".local"_s), {u"work-*"_s}, QDir::Files, QDirIterator::Subdirectories};
+    while (files.hasNext())
+        paths += files.next();
+    return paths;
 }
 
 ProjectRows ProjectFixture::Rows() const

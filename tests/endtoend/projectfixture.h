@@ -61,6 +61,8 @@ public:
 
     /// What the project file holds.
     [[nodiscard]] ProjectRows Rows() const;
+    /// The files of working copies that managers have left.
+    [[nodiscard]] QStringList WorkingCopies() const;
 
 private:
     QTemporaryDir m_directory;

@@ -6,7 +6,6 @@
 #include "db/databasetestutil.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -130,7 +129,6 @@ private:
     [[nodiscard]] QString ProblemOf(const ProjectRows &rows) const;
     [[nodiscard]] QString ProblemOf(const Job &job, const Taskmill_JobRecord &record) const;
     [[nodiscard]] QString ProblemOfNotifications(const ProjectRows &rows) const;
-    [[nodiscard]] QStringList WorkingCopies() const;
 
     bool m_isSaved = false;
     bool m_killsKeepers = false;
@@ -354,16 +352,7 @@ void TestCrashes::FinishAll()
     QCOMPARE(ProblemOf(rows), QString{});
     QCOMPARE(ProblemOfNotifications(rows), QString{});
     QCOMPARE(ProblemOfFiles(), QString{});
-    QCOMPARE(WorkingCopies(), QStringList{});
-}
-
-QStringList TestCrashes::WorkingCopies() const
-{
-    QStringList paths;
-    QDirIterator files{Project().Path(u".local"_s), {u"work-*"_s}, QDir::Files, QDirIterator::Subdirectories};
-    while (files.hasNext())
-        paths += files.next();
-    return paths;
+    QCOMPARE(Project().WorkingCopies(), QStringList{});
 }
 
 QString TestCrashes::ProblemOfFiles() const
@@ -374,7 +363,7 @@ QString TestCrashes::ProblemOfFiles() const
         return u"The project file is damaged"_s;
     // Looking at them would change what the next manager finds.
     const QString copied = Project().Path(u"copied.db"_s);
-    for (const QString &path : WorkingCopies()) {
+    for (const QString &path : Project().WorkingCopies()) {
         if (!path.endsWith(".db"_L1) || QFileInfo{path}.size() == 0)
             continue;
         for (const QString &suffix : {u""_s, u"-wal"_s, u"-shm"_s}) {

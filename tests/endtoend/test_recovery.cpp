@@ -6,7 +6,6 @@
 #include "db/databasetestutil.h"
 #include "support/blackhole.h"
 
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QtTest>
@@ -39,17 +38,7 @@ private:
             arguments += Project().ProjectPath();
         return arguments;
     }
-    [[nodiscard]] QStringList WorkingCopies() const;
 };
-
-QStringList TestRecovery::WorkingCopies() const
-{
-    QStringList paths;
-    QDirIterator files{Project().Path(u".local"_s), {u"work-*"_s}, QDir::Files, QDirIterator::Subdirectories};
-    while (files.hasNext())
-        paths += files.next();
-    return paths;
-}
 
 void TestRecovery::GoesOnWhereTheManagerWasEnded()
 {
@@ -91,7 +80,7 @@ void TestRecovery::GoesOnWhereTheManagerWasEnded()
     QCOMPARE(rows.finishedJobs.size(), 3);
     QCOMPARE(rows.finishedJobs[1].StdOutAndStdErr,
              hasKeepers ? QString{} : u"The manager ended while this job was running.\n"_s);
-    QCOMPARE(WorkingCopies(), QStringList{});
+    QCOMPARE(Project().WorkingCopies(), QStringList{});
 }
 
 void TestRecovery::SecondManagerOpensNothing()
@@ -133,7 +122,7 @@ void TestRecovery::NextManagerNotifies()
         Manager().Signal(SIGKILL);
     QCOMPARE(isKilled ? Manager().End() : Manager().Quit({"yes", "yes"}),
              isKilled ? killed : ManagerEnd{.status = 0});
-    const QString copy = WorkingCopies().filter(QRegularExpression{u"\\.db$"_s}).value(0);
+    const QString copy = Project().WorkingCopies().filter(QRegularExpression{u"\\.db$"_s}).value(0);
     QCOMPARE(RowsOfFile(copy, u"SELECT JobID FROM WorkingCopyOutbox"_s), QStringList{u"1"_s});
     RawDatabase{copy}.Execute({u"UPDATE WorkingCopyOutbox SET EndMs = EndMs - %1"_s.arg(age * 1000)});
 
@@ -146,7 +135,7 @@ void TestRecovery::NextManagerNotifies()
     QCOMPARE(Manager().Quit(isKilled ? QByteArrayList{"yes", "yes"} : QByteArrayList{"yes"}),
              ManagerEnd{.status = 0});
     QVERIFY(sink.Count() == (age == 0 ? 1 : 0));
-    QCOMPARE(WorkingCopies(), QStringList{});
+    QCOMPARE(Project().WorkingCopies(), QStringList{});
     QVERIFY(RowsOfFile(Project().ProjectPath(), u"SELECT name FROM sqlite_master WHERE name LIKE 'Work%'"_s)
                 .isEmpty());
 }

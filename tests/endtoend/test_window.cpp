@@ -181,76 +181,16 @@ private Q_SLOTS:
         QVERIFY(desktop.Start());
         QVERIFY(Start(desktop));
         // All twenty rows are in view.
-        const auto window = desktop.WaitForWindow(Taskmill_VersionText());
-        desktop.Run(u"xdotool"_s, {u"windowsize"_s, QString::number(window->ID), u"1200"_s, u"900"_s});
-        // So high a window has the details at first.
+        QVERIFY(MakeHigh(desktop));
         QVERIFY(desktop.WaitForControl(u"label"_s, u"Choose a job to see its details."_s));
         desktop.Press(u"F4"_s);
-        const auto press = [&desktop](const QString &name) {
-            return desktop.ClickControl(u"push button"_s, name);
-        };
-        const auto showsJob = [&desktop](const QString &name) {
-            return desktop.WaitForControl(u"cell"_s, name);
-        };
-
-        for (int number = 0; number < 10; ++number) {
-            const QString input = Project().InputFile(u"water %1.mop"_s.arg(number), waterMopac);
-            QVERIFY(Manager().Submit(u"Semiempirical"_s, input, u"long"_s).startsWith("accepted="));
+        for (const auto step :
+             {&TestWindow::SubmitInTwoWays, &TestWindow::RunAllBesideTheEndlessOne,
+              &TestWindow::RemoveTheEndlessOne, &TestWindow::LookAtAnOutput, &TestWindow::SaveAndLeave}) {
+            (this->*step)(desktop);
+            if (QTest::currentTestFailed())
+                return;
         }
-        QString names = u"\"hold.endless\""_s;
-        (void)Project().InputFile(u"hold.endless"_s);
-        for (int number = 0; number < 9; ++number) {
-            const QString name = u"w%1.xyz"_s.arg(number);
-            (void)Project().InputFile(name, waterXyz);
-            names += u" \""_s + name + u'"';
-        }
-        QVERIFY(press(u"Submit Jobs..."_s));
-        QVERIFY(desktop.WaitForWindow(u"Submit Jobs"_s));
-        QVERIFY(press(u"Add Files..."_s));
-        QVERIFY(desktop.WaitForWindow(u"Select Files"_s));
-        desktop.Type(names);
-        desktop.Press(u"Return"_s);
-        QVERIFY(desktop.WaitUntilGone(u"Select Files"_s));
-        QVERIFY(press(u"Submit"_s));
-        QVERIFY(desktop.WaitUntilGone(u"Submit Jobs"_s));
-        QVERIFY(showsJob(u"w8.xyz"_s));
-        QVERIFY(showsJob(u"Pending"_s));
-
-        QVERIFY(desktop.ClickControl(u"cell"_s, u"hold.endless"_s, 3));
-        QVERIFY(desktop.WaitForPopup());
-        constexpr int limitFromEnd = 7;
-        desktop.Press(QStringList(limitFromEnd, u"Up"_s).join(u' ') + u" Return"_s);
-        QVERIFY(desktop.WaitForWindow(u"Maximum Number of Running Jobs Allowed"_s));
-        desktop.Type(u"2"_s);
-        desktop.Press(u"Return"_s);
-        QVERIFY(press(u"Unpause Queue"_s));
-        // All but the endless job come to their end beside it.
-        QVERIFY(desktop.WaitUntilControlIsGone(u"cell"_s, u"w8.xyz"_s));
-        QVERIFY(desktop.ClickControl(u"cell"_s, u"hold.endless"_s));
-        desktop.Press(u"Delete"_s);
-        for (const QString &title :
-             {u"Remove Selected Jobs from Long Jobs Queue"_s, u"Removal of Selected Running Jobs"_s}) {
-            QVERIFY(desktop.WaitForWindow(title));
-            QVERIFY(press(u"Yes"_s));
-            QVERIFY(desktop.WaitUntilGone(title));
-        }
-        QVERIFY(desktop.WaitUntilControlIsGone(u"cell"_s, u"hold.endless"_s));
-
-        QVERIFY(desktop.ClickControl(u"page tab"_s, u"Finished Jobs"_s));
-        QVERIFY(showsJob(u"Killed"_s));
-        QVERIFY(desktop.ClickControl(u"cell"_s, u"water 3.mop"_s));
-        desktop.Press(u"Return"_s);
-        const auto viewer = desktop.WaitForWindow(u"water 3.out - File Stream Viewer"_s);
-        QVERIFY(viewer);
-        QVERIFY(desktop.Close(*viewer));
-        desktop.Press(u"alt+x"_s);
-        QVERIFY(desktop.WaitForWindow(exitTitle));
-        QVERIFY(press(u"Yes"_s));
-        QVERIFY(desktop.WaitUntilGone(exitTitle));
-        QVERIFY(desktop.WaitForWindow(u"Save Changes to Current Project?"_s));
-        QVERIFY(press(u"Yes"_s));
-        QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
-
         const ProjectRows rows = Project().Rows();
         QCOMPARE(rows.longJobs.size(), 0);
         QCOMPARE(rows.lastJobID, u"20"_s);
@@ -261,7 +201,7 @@ private Q_SLOTS:
         QCOMPARE(countOf(Taskmill_JobStatus::Completed), 19);
         QVERIFY(Start(desktop));
         QVERIFY(desktop.ClickControl(u"page tab"_s, u"Finished Jobs"_s));
-        QVERIFY(showsJob(u"Tight binding"_s));
+        QVERIFY(desktop.WaitForControl(u"cell"_s, u"Tight binding"_s));
     }
 
     /// Ten calculations, all Completed for the system, of which two have failed for a chemist.
@@ -273,9 +213,7 @@ private Q_SLOTS:
         Desktop desktop;
         QVERIFY(desktop.Start());
         QVERIFY(Start(desktop));
-        // So high a window has the details at first.
-        const auto window = desktop.WaitForWindow(Taskmill_VersionText());
-        desktop.Run(u"xdotool"_s, {u"windowsize"_s, QString::number(window->ID), u"1200"_s, u"900"_s});
+        QVERIFY(MakeHigh(desktop));
         const auto submit = [this](const QString &name, const QByteArray &input) {
             return Manager()
                 .Submit(u"Semiempirical"_s, Project().InputFile(name, input), u"none"_s)
@@ -332,6 +270,89 @@ private:
     {
         return Project().StartOnDesktop(desktop.Variables()) &&
                desktop.WaitForWindow(Taskmill_VersionText()) && desktop.WaitForTrayIcon();
+    }
+
+    /// So high a window has the details at first.
+    [[nodiscard]] static bool MakeHigh(Desktop &desktop)
+    {
+        const auto window = desktop.WaitForWindow(Taskmill_VersionText());
+        if (window)
+            desktop.Run(u"xdotool"_s, {u"windowsize"_s, QString::number(window->ID), u"1200"_s, u"900"_s});
+        return window.has_value();
+    }
+
+    void SubmitInTwoWays(Desktop &desktop)
+    {
+        for (int number = 0; number < 10; ++number) {
+            const QString input = Project().InputFile(u"water %1.mop"_s.arg(number), waterMopac);
+            QVERIFY(Manager().Submit(u"Semiempirical"_s, input, u"long"_s).startsWith("accepted="));
+        }
+        QString names = u"\"hold.endless\""_s;
+        (void)Project().InputFile(u"hold.endless"_s);
+        for (int number = 0; number < 9; ++number) {
+            const QString name = u"w%1.xyz"_s.arg(number);
+            (void)Project().InputFile(name, waterXyz);
+            names += u" \""_s + name + u'"';
+        }
+        QVERIFY(desktop.ClickControl(u"push button"_s, u"Submit Jobs..."_s));
+        QVERIFY(desktop.WaitForWindow(u"Submit Jobs"_s));
+        QVERIFY(desktop.ClickControl(u"push button"_s, u"Add Files..."_s));
+        QVERIFY(desktop.WaitForWindow(u"Select Files"_s));
+        desktop.Type(names);
+        desktop.Press(u"Return"_s);
+        QVERIFY(desktop.WaitUntilGone(u"Select Files"_s));
+        QVERIFY(desktop.ClickControl(u"push button"_s, u"Submit"_s));
+        QVERIFY(desktop.WaitUntilGone(u"Submit Jobs"_s));
+        QVERIFY(desktop.WaitForControl(u"cell"_s, u"w8.xyz"_s));
+        QVERIFY(desktop.WaitForControl(u"cell"_s, u"Pending"_s));
+    }
+
+    void RunAllBesideTheEndlessOne(Desktop &desktop)
+    {
+        QVERIFY(desktop.ClickControl(u"cell"_s, u"hold.endless"_s, 3));
+        QVERIFY(desktop.WaitForPopup());
+        constexpr int limitFromEnd = 7;
+        desktop.Press(QStringList(limitFromEnd, u"Up"_s).join(u' ') + u" Return"_s);
+        QVERIFY(desktop.WaitForWindow(u"Maximum Number of Running Jobs Allowed"_s));
+        desktop.Type(u"2"_s);
+        desktop.Press(u"Return"_s);
+        QVERIFY(desktop.ClickControl(u"push button"_s, u"Unpause Queue"_s));
+        QVERIFY(desktop.WaitUntilControlIsGone(u"cell"_s, u"w8.xyz"_s));
+    }
+
+    void RemoveTheEndlessOne(Desktop &desktop)
+    {
+        QVERIFY(desktop.ClickControl(u"cell"_s, u"hold.endless"_s));
+        desktop.Press(u"Delete"_s);
+        for (const QString &title :
+             {u"Remove Selected Jobs from Long Jobs Queue"_s, u"Removal of Selected Running Jobs"_s}) {
+            QVERIFY(desktop.WaitForWindow(title));
+            QVERIFY(desktop.ClickControl(u"push button"_s, u"Yes"_s));
+            QVERIFY(desktop.WaitUntilGone(title));
+        }
+        QVERIFY(desktop.WaitUntilControlIsGone(u"cell"_s, u"hold.endless"_s));
+    }
+
+    void LookAtAnOutput(Desktop &desktop)
+    {
+        QVERIFY(desktop.ClickControl(u"page tab"_s, u"Finished Jobs"_s));
+        QVERIFY(desktop.WaitForControl(u"cell"_s, u"Killed"_s));
+        QVERIFY(desktop.ClickControl(u"cell"_s, u"water 3.mop"_s));
+        desktop.Press(u"Return"_s);
+        const auto viewer = desktop.WaitForWindow(u"water 3.out - File Stream Viewer"_s);
+        QVERIFY(viewer);
+        QVERIFY(desktop.Close(*viewer));
+    }
+
+    void SaveAndLeave(Desktop &desktop)
+    {
+        desktop.Press(u"alt+x"_s);
+        QVERIFY(desktop.WaitForWindow(exitTitle));
+        QVERIFY(desktop.ClickControl(u"push button"_s, u"Yes"_s));
+        QVERIFY(desktop.WaitUntilGone(exitTitle));
+        QVERIFY(desktop.WaitForWindow(u"Save Changes to Current Project?"_s));
+        QVERIFY(desktop.ClickControl(u"push button"_s, u"Yes"_s));
+        QCOMPARE(Manager().End(), ManagerEnd{.status = 0});
     }
 };
 

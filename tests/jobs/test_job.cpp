@@ -5,9 +5,8 @@
 #include "processes/process.h"
 #include "processes/processinspector.h"
 #include "processes/runkeepers.h"
-#include "support/filesizelimit.h"
 #include "support/jobfakes.h"
-#include "support/openfileslimit.h"
+#include "support/resourcelimit.h"
 #include "support/testcase.h"
 
 using namespace Qt::Literals::StringLiterals;

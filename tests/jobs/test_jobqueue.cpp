@@ -4,7 +4,7 @@
 #include "jobs/queuelessjobslist.h"
 #include "processes/processinspector.h"
 #include "support/jobfakes.h"
-#include "support/openfileslimit.h"
+#include "support/resourcelimit.h"
 #include "support/testcase.h"
 
 using namespace Qt::Literals::StringLiterals;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "wire/keeperclient.h"
+#include "wire/nursery.h"
 #include "wire/runjournals.h"
 #include "wire/runoutput.h"
 

@@ -8,7 +8,7 @@
 #include "manager/changedfiledialogue.h"
 #include "manager/projectrecovery.h"
 #include "processes/runkeepers.h"
-#include "support/filesizelimit.h"
+#include "support/resourcelimit.h"
 #include "support/testmanager.h"
 
 #include <QDir>
@@ -237,8 +237,7 @@ private Q_SLOTS:
         BreakOff();
         const QByteArray whole = ReadTestFile(Copy());
         const QByteArray content = isCut ? whole.first(whole.size() / 2) : QByteArray(20000, 'x');
-        WriteTestFile(Copy(), content);
-        QFile::remove(Copy() + u"-wal"_s);
+        ReplaceCopy(content);
         QVERIFY(m_manager->Project().OpenProject(File()));
         QVERIFY(!m_manager->Project().IsRecovered());
         QCOMPARE(m_manager->Project().Notices().size(), 2);
@@ -268,7 +267,7 @@ private Q_SLOTS:
         QFETCH(bool, isFound);
         Submit(u"a.in"_s);
         BreakOff();
-        WriteTestFile(Copy().chopped(3) + u".lock"_s, {});
+        TakeNoteAway();
         if (!isBegun)
             RawDatabase{Copy()}.Execute({u"DROP TABLE WorkingCopy"_s});
         QVERIFY(m_manager->Project().OpenProject(File()));
@@ -291,9 +290,8 @@ private Q_SLOTS:
         // What is in the log goes with it.
         RawDatabase{Copy()}.Execute({u"PRAGMA wal_checkpoint(TRUNCATE)"_s});
         QByteArray content = ReadTestFile(isCopy ? Copy() : File());
-        WriteTestFile(Copy(), content.replace(0, 16, QByteArray(16, 'x')));
-        QFile::remove(Copy() + u"-wal"_s);
-        WriteTestFile(Copy().chopped(3) + u".lock"_s, {});
+        ReplaceCopy(content.replace(0, 16, QByteArray(16, 'x')));
+        TakeNoteAway();
         QVERIFY(m_manager->Project().OpenProject(File()));
         QCOMPARE(Folder().entryList({u"damaged-*.db"_s}).size(), isCopy ? 1 : 0);
         QCOMPARE(m_manager->Project().Notices().size(), isCopy ? 1 : 0);
@@ -425,6 +423,13 @@ private:
     {
         return Folder().filePath(Folder().entryList({u"work-*.db"_s}).first());
     }
+    /// Of a manager that has ended.
+    static void ReplaceCopy(const QByteArray &content)
+    {
+        WriteTestFile(Copy(), content);
+        QFile::remove(Copy() + u"-wal"_s);
+    }
+    static void TakeNoteAway() { WriteTestFile(Copy().chopped(3) + u".lock"_s, {}); }
     [[nodiscard]] QStringList FinishedTexts() const
     {
         QStringList texts;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/jobqueue.h"
 #include "requests/requestserver.h"
-#include "support/openfileslimit.h"
+#include "support/resourcelimit.h"
 #include "support/testmanager.h"
 #include "wire/socket.h"
 

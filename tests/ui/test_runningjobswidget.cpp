@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/runningjobswidget.h"
 
-#include "manager/processworker.h"
+#include "manager/processkill.h"
 #include "manager/runningjobs.h"
 #include "ui/recordinginspector.h"
 #include "ui/uidriver.h"

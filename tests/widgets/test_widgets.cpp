@@ -156,16 +156,9 @@ private Q_SLOTS:
         QFETCH(const bool, isFiltered);
         QAbstractItemModel &view = *m_table->model();
         const QAbstractItemModelTester tester{&view, QAbstractItemModelTester::FailureReportingMode::QtTest};
-        int next = 0;
-        const auto insert = [&](int row, int count) {
-            QList<QStandardItem *> items;
-            for (int i = 0; i < count; ++i)
-                items.append(new QStandardItem{u"%1"_s.arg(next++ * 7919 % 1009, 4)});
-            m_model.invisibleRootItem()->insertRows(row, items);
-        };
         m_model.setRowCount(0);
         m_table->sortByColumn(0, Qt::DescendingOrder);
-        insert(0, 400);
+        InsertRows(0, 400);
         int evenRow = 200;
         while (view.index(evenRow, 0).data().toString().back().digitValue() % 2 != 0)
             ++evenRow;
@@ -177,36 +170,18 @@ private Q_SLOTS:
         m_table->FilterChanged();
 
         const QList<std::function<void()>> changes{
-            [&] { insert(source + 1, 3); },
-            [&] { insert(0, 300); },
+            [&] { InsertRows(source + 1, 3); },
+            [&] { InsertRows(0, 300); },
             [&] { m_model.removeRows(0, 290); },
             [&] { m_model.removeRow(m_model.rowCount() - 1); },
-            [&] {
-                m_model.item(0)->setText(u"zzz"_s);
-                m_model.item(0)->setData(u"zzz"_s, KilnUtil_TableSortProxy::SortRole);
-            },
-            [&] {
-                // Into what the filter shows.
-                m_model.item(1)->setText(u"zz0"_s);
-                m_model.item(1)->setData(u"zz0"_s, KilnUtil_TableSortProxy::SortRole);
-            },
+            [&] { ChangeText(0, u"zzz"_s); },
+            [&] { ChangeText(1, u"zz0"_s); }, // into what the filter shows
             [&] { m_model.sort(0); },
             [&] { m_table->sortByColumn(0, Qt::AscendingOrder); },
         };
         for (const auto &change : changes) {
             change();
-            QStringList shown;
-            for (int row = 0; row < view.rowCount(); ++row)
-                shown.append(view.index(row, 0).data().toString());
-            QStringList expected;
-            for (int row = 0; row < m_model.rowCount(); ++row) {
-                if (m_model.IsWanted(row))
-                    expected.append(m_model.item(row)->text());
-            }
-            std::ranges::sort(expected);
-            if (m_table->horizontalHeader()->sortIndicatorOrder() == Qt::DescendingOrder)
-                std::ranges::reverse(expected);
-            QCOMPARE(shown, expected);
+            QCOMPARE(ShownTexts(), WantedTexts());
             QCOMPARE(kept.data().toString(), text);
             QCOMPARE(m_table->selectionModel()->selectedRows(), QModelIndexList{kept});
         }
@@ -362,6 +337,40 @@ private Q_SLOTS:
     }
 
 private:
+    /// With a text for each that no other row has.
+    void InsertRows(int row, int count)
+    {
+        QList<QStandardItem *> items;
+        for (int i = 0; i < count; ++i)
+            items.append(new QStandardItem{u"%1"_s.arg(m_inserted++ * 7919 % 1009, 4)});
+        m_model.invisibleRootItem()->insertRows(row, items);
+    }
+    void ChangeText(int row, const QString &text)
+    {
+        m_model.item(row)->setText(text);
+        m_model.item(row)->setData(text, KilnUtil_TableSortProxy::SortRole);
+    }
+    [[nodiscard]] QStringList ShownTexts() const
+    {
+        QStringList texts;
+        for (int row = 0; row < m_table->model()->rowCount(); ++row)
+            texts.append(m_table->model()->index(row, 0).data().toString());
+        return texts;
+    }
+    /// What the table is to show of the source, in its order.
+    [[nodiscard]] QStringList WantedTexts() const
+    {
+        QStringList texts;
+        for (int row = 0; row < m_model.rowCount(); ++row) {
+            if (m_model.IsWanted(row))
+                texts.append(m_model.item(row)->text());
+        }
+        std::ranges::sort(texts);
+        if (m_table->horizontalHeader()->sortIndicatorOrder() == Qt::DescendingOrder)
+            std::ranges::reverse(texts);
+        return texts;
+    }
+
     [[nodiscard]] std::unique_ptr<KilnUtil_TableWidget> MakeTable()
     {
         auto table = std::make_unique<KilnUtil_TableWidget>(nullptr);
@@ -395,6 +404,7 @@ private:
     QTemporaryDir m_place;
     FilteredModel m_model{0, 3};
     std::unique_ptr<KilnUtil_TableWidget> m_table;
+    int m_inserted = 0;
 };
 
 QTEST_MAIN(TestWidgets)

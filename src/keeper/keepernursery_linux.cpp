@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "keeper/nursery_linux.h"
+#include "keeper/keepernursery_linux.h"
 
 #include "keeper/clock.h"
 #include "keeper/keepersystem_linux.h"

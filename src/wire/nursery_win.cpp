@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "wire/keeperclient.h"
 #include "wire/keeperpipe_win.h"
+#include "wire/nursery.h"
 #include "wire/openjournal_win.h"
-#include "wire/privatefolder.h"
+#include "wire/runjournals.h"
 #include "wire/runlocks.h"
 #include "wire/startup_win.h"
 #include "wire/systemtext_win.h"
@@ -97,10 +97,8 @@ Taskmill_KeeperChannel Taskmill_Nursery::System::StartKeeper(long long &processI
 std::optional<Taskmill_Nursery> Taskmill_Nursery::Start(const std::string &program,
                                                         const std::string &runFolder, int waitMs)
 {
-    for (const char *folder : {"", "/journal", "/out", "/socket"}) {
-        if (!Taskmill_MakePrivateFolder(runFolder + folder))
-            return std::nullopt;
-    }
+    if (!Taskmill_RunJournals::MakeFolders(runFolder))
+        return std::nullopt;
     Taskmill_Nursery nursery;
     {
         // Whoever tidies up takes a journal for an old one while nobody has it open.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "keeper/keeper.h"
+#include "keeper/keeperlink.h"
 
 #include "keeper/clock.h"
 
@@ -8,7 +8,27 @@ namespace {
 constexpr long long nextTryMs = 1000;
 } // namespace
 
-void Taskmill_Keeper::ReadManager()
+Taskmill_KeeperLink::Taskmill_KeeperLink(std::string runID, std::string owner, Taskmill_KeeperChannel manager,
+                                         Taskmill_KeeperOrders &orders)
+    : m_runID{std::move(runID)}
+    , m_owner{std::move(owner)}
+    , m_orders{orders}
+    , m_manager{std::move(manager)}
+{
+}
+
+Taskmill_KeeperLink::~Taskmill_KeeperLink()
+{
+    StopListening();
+}
+
+void Taskmill_KeeperLink::Send(const Taskmill_KeeperMessage &message) const
+{
+    if (m_manager.IsOpen())
+        m_manager.Send(message);
+}
+
+void Taskmill_KeeperLink::ReadManager()
 {
     std::optional<Taskmill_KeeperMessage> message;
     for (;;) {
@@ -19,7 +39,7 @@ void Taskmill_Keeper::ReadManager()
         if (!message)
             return;
         if (message->Word() == Taskmill_KillWord) {
-            BeginKill(message->Number("grace", 0), Taskmill_RunEnd::By::Kill);
+            m_orders.Kill(message->Number("grace", 0));
         } else if (message->Word() == Taskmill_OwnerWord) {
             m_owner = message->Value("owner");
         } else if (message->Word() == Taskmill_WatchWord) {
@@ -29,16 +49,16 @@ void Taskmill_Keeper::ReadManager()
     }
 }
 
-void Taskmill_Keeper::LoseManager()
+void Taskmill_KeeperLink::LoseManager()
 {
     m_manager.Close();
     m_watched = -1;
     ListenWhenDue();
 }
 
-void Taskmill_Keeper::ListenWhenDue()
+void Taskmill_KeeperLink::ListenWhenDue()
 {
-    if (m_isRecorded || m_manager.IsOpen() || m_listener.IsOpen() || Taskmill_SteadyClockMs() < m_listenAt)
+    if (!m_isNeeded || m_manager.IsOpen() || m_listener.IsOpen() || Taskmill_SteadyClockMs() < m_listenAt)
         return;
     m_listener = Taskmill_KeeperChannel::Listen(".", m_runID);
     // Listening fails on a full disk, which has no room for the name of the socket.
@@ -46,14 +66,26 @@ void Taskmill_Keeper::ListenWhenDue()
         m_listenAt = Taskmill_SteadyClockMs() + nextTryMs;
 }
 
-void Taskmill_Keeper::StopListening()
+long long Taskmill_KeeperLink::NextTry() const
+{
+    const bool isDue = m_isNeeded && m_listenAt > 0 && !m_manager.IsOpen() && !m_listener.IsOpen();
+    return isDue ? m_listenAt : -1;
+}
+
+void Taskmill_KeeperLink::StopListeningForGood()
+{
+    m_isNeeded = false;
+    StopListening();
+}
+
+void Taskmill_KeeperLink::StopListening()
 {
     if (m_listener.IsOpen())
         Taskmill_KeeperChannel::StopListening(".", m_runID);
     m_listener.Close();
 }
 
-void Taskmill_Keeper::TakeVisitor()
+void Taskmill_KeeperLink::TakeVisitor()
 {
     // A visitor that has not said yet what it wants gives way to the next one.
     if (Taskmill_KeeperChannel visitor = m_listener.Accept(); visitor.IsOpen())
@@ -64,7 +96,7 @@ void Taskmill_Keeper::TakeVisitor()
     m_listenAt = Taskmill_SteadyClockMs() + nextTryMs;
 }
 
-void Taskmill_Keeper::ReadVisitor()
+void Taskmill_KeeperLink::ReadVisitor()
 {
     std::optional<Taskmill_KeeperMessage> message;
     if (m_visitor.Receive(message) == Taskmill_KeeperChannel::State::Ended) {
@@ -84,46 +116,17 @@ void Taskmill_Keeper::ReadVisitor()
     }
     StopListening();
     m_manager = std::move(visitor);
-    // This keeper belongs to the manager that is gone.
-    m_mayBeFree = false;
     m_manager.Send(Taskmill_KeeperMessage{Taskmill_AdoptedWord});
-    if (m_main >= 0)
-        SendStarted();
-    // The run has ended, but its end could not be recorded yet.
-    if (m_retryAt > 0)
-        SendEnd();
+    m_orders.ReportToNewManager();
 }
 
-void Taskmill_Keeper::SendStarted()
+void Taskmill_KeeperLink::ReportOutput()
 {
-    Taskmill_KeeperMessage message{Taskmill_StartedWord};
-    message.Add("pid", m_main);
-    message.Add("total", m_output.TotalSize());
-    message.Add("directory", m_order.Value("directory"));
-    m_manager.Send(message);
-}
-
-void Taskmill_Keeper::ReportOutput()
-{
-    if (m_watched < 0 || m_output.TotalSize() <= m_watched || !m_manager.IsOpen())
+    const long long total = m_orders.OutputSize();
+    if (m_watched < 0 || total <= m_watched || !m_manager.IsOpen())
         return;
     m_watched = -1;
     Taskmill_KeeperMessage message{Taskmill_OutputWord};
-    message.Add("total", m_output.TotalSize());
-    m_manager.Send(message);
-}
-
-void Taskmill_Keeper::SendEnd()
-{
-    if (!m_manager.IsOpen())
-        return;
-    Taskmill_RunRecord record{Taskmill_RunRecord::Kind::End, m_runID};
-    record.end = m_end;
-    Taskmill_KeeperMessage message{Taskmill_EndWord};
-    message.Add("record", record.ToLine());
-    message.Add("file", m_failedFile);
-    // When the system ends everything, this process is to end, too.
-    m_isFree = m_mayBeFree && m_isRecorded && !m_hasChildren && m_killing == Killing::No;
-    message.Add("free", m_isFree ? 1 : 0);
+    message.Add("total", total);
     m_manager.Send(message);
 }

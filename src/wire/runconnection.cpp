@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "wire/keeperclient.h"
+#include "wire/runconnection.h"
 
 #include "wire/runlocks.h"
 
@@ -145,10 +145,4 @@ bool Taskmill_RunConnection::Watch(long long outputBytes) const
     Taskmill_KeeperMessage message{Taskmill_WatchWord};
     message.Add("total", outputBytes);
     return IsOpen() && m_channel.Send(message);
-}
-
-void Taskmill_Nursery::TakeFreeKeeper(Taskmill_KeeperChannel keeper)
-{
-    if (!m_freeKeeper.IsOpen())
-        m_freeKeeper = std::move(keeper);
 }

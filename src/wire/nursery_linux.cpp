@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "wire/keeperclient.h"
-#include "wire/privatefolder.h"
+#include "wire/nursery.h"
+#include "wire/runjournals.h"
 #include "wire/runlocks.h"
 #include "wire/systemlack.h"
 
@@ -48,10 +48,8 @@ bool StartProgram(const std::string &program, const std::string &runFolder, int 
 std::optional<Taskmill_Nursery> Taskmill_Nursery::Start(const std::string &program,
                                                         const std::string &runFolder, int waitMs)
 {
-    for (const char *folder : {"", "/journal", "/out", "/socket"}) {
-        if (!Taskmill_MakePrivateFolder(runFolder + folder))
-            return std::nullopt;
-    }
+    if (!Taskmill_RunJournals::MakeFolders(runFolder))
+        return std::nullopt;
     Taskmill_Nursery nursery;
     auto [own, its] = Taskmill_KeeperChannel::MakePair();
     if (!own.IsOpen() || !StartProgram(program, runFolder, static_cast<int>(its.Get())))

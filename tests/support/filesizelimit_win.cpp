@@ -1,5 +1,0 @@
-// SPDX-License-Identifier: MIT
-#include "support/filesizelimit.h"
-
-FileSizeLimit::FileSizeLimit() = default;
-FileSizeLimit::~FileSizeLimit() = default;
