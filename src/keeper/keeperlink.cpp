@@ -60,6 +60,7 @@ void Taskmill_KeeperLink::ListenWhenDue()
 {
     if (!m_isNeeded || m_manager.IsOpen() || m_listener.IsOpen() || Taskmill_SteadyClockMs() < m_listenAt)
         return;
+    LockAgain();
     m_listener = Taskmill_KeeperChannel::Listen(".", m_runID);
     // Listening fails on a full disk, which has no room for the name of the socket.
     if (!m_listener.IsOpen())
@@ -76,6 +77,13 @@ void Taskmill_KeeperLink::StopListeningForGood()
 {
     m_isNeeded = false;
     StopListening();
+}
+
+void Taskmill_KeeperLink::LockAgain()
+{
+    auto lock = std::make_unique<Taskmill_RunLock>(".", m_runID);
+    if (lock->IsHeld())
+        m_lock = std::move(lock);
 }
 
 void Taskmill_KeeperLink::StopListening()
@@ -116,6 +124,7 @@ void Taskmill_KeeperLink::ReadVisitor()
     }
     StopListening();
     m_manager = std::move(visitor);
+    LockAgain();
     m_manager.Send(Taskmill_KeeperMessage{Taskmill_AdoptedWord});
     m_orders.ReportToNewManager();
 }

@@ -2,7 +2,9 @@
 #pragma once
 
 #include "wire/keeperchannel.h"
+#include "wire/runlocks.h"
 
+#include <memory>
 #include <string>
 
 /// What managers ask of a keeper.
@@ -61,13 +63,17 @@ public:
 private:
     void LoseManager();
     void StopListening();
+    /// Somebody who tidies up may have removed the file in which the run is locked: takes the lock in the one
+    /// that managers look at now.
+    void LockAgain();
 
     const std::string m_runID;
     std::string m_owner;
     Taskmill_KeeperOrders &m_orders;
     Taskmill_KeeperChannel m_manager;
     Taskmill_KeeperChannel m_listener;
-    Taskmill_KeeperChannel m_visitor; ///< who may become the manager
+    Taskmill_KeeperChannel m_visitor;         ///< who may become the manager
+    std::unique_ptr<Taskmill_RunLock> m_lock; ///< none while the first one is in the right file
     long long m_watched = -1; ///< the manager wants to hear of more output than that; -1 when it does not
     long long m_listenAt = 0; ///< when it is tried again; 0 for at once
     bool m_isNeeded = true;   ///< to listen, when the manager is gone

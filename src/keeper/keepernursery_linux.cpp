@@ -18,6 +18,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/file.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/wait.h>
@@ -60,6 +61,11 @@ Taskmill_KeeperNursery::Taskmill_KeeperNursery(Taskmill_KeeperChannel manager, i
 
 int Taskmill_KeeperNursery::Run()
 {
+    // Programs that remove old files pass over a folder that is locked, and all below it: in /var/tmp the
+    // files of a long calculation look old. The keeper that comes of this process has the lock, too.
+    const int folder = open("..", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder >= 0)
+        flock(folder, LOCK_SH | LOCK_NB);
     // What a keeper leaves that was killed becomes a child of this process.
     if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0 || m_appended < 0 || !OpenJournal())
         return 1;

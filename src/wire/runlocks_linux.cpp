@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "wire/runlocks.h"
 
+#include "wire/keeperchannel.h"
 #include "wire/runrecord.h"
 
 #include <cerrno>
@@ -41,7 +42,10 @@ bool IsLockedByOther(const std::string &path, off_t offset, off_t length)
 
 bool Taskmill_IsKeeperAlive(const std::string &runFolder, std::string_view runID)
 {
-    return IsLockedByOther(runFolder + "/living", Taskmill_RunLockOffset(runID), 1);
+    // Where the file of the locks was removed by somebody who tidied up, a keeper without a manager is found
+    // by its socket.
+    return IsLockedByOther(runFolder + "/living", Taskmill_RunLockOffset(runID), 1) ||
+           Taskmill_KeeperChannel::Connect(runFolder, std::string{runID}).IsOpen();
 }
 
 Taskmill_RunLock::Taskmill_RunLock(const std::string &runFolder, std::string_view runID)

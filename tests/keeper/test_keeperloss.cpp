@@ -20,6 +20,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -72,6 +73,7 @@ private Q_SLOTS:
     void aRunOutlivesAKilledManager();
     void aManagerKilledAtAnyMomentLosesNoRun();
     void whatAnAdoptedRunLeavesIsSweptWhenAsked();
+    void aRunIsFoundWhenItsFilesWereTidiedUp();
     void aRunThatEndedMeanwhileIsFound();
     void onlyItsOwnerAdoptsARun();
     void aResultIsClaimedOnce();
@@ -343,6 +345,34 @@ void TestKeeperLoss::whatAnAdoptedRunLeavesIsSweptWhenAsked()
     QCOMPARE(run.Receive(waitMs).kind, Kind::Lost);
     QCOMPARE(m_keepers->Nursery().ReceiveSwept(waitMs).value_or(""), order.runID);
     QCOMPARE(m_keepers->ProcessCount(), 0);
+}
+
+/// As by a program that removes what has not been written for a month.
+void TestKeeperLoss::aRunIsFoundWhenItsFilesWereTidiedUp()
+{
+    QVERIFY(m_keepers->StartNursery());
+    const Taskmill_RunOrder order = m_keepers->Order({"waitfor", "go", "exit", "8"});
+    m_keepers->Start(order);
+    QCOMPARE(m_keepers->Wait(Kind::Started).kind, Kind::Started);
+    // Most of these programs keep away from a folder that is locked.
+    const int folder = open((m_keepers->Folder() + "/..").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    QVERIFY(flock(folder, LOCK_EX | LOCK_NB) != 0);
+    close(folder);
+    const std::string locks = m_keepers->Folder() + "/living";
+    for (int round = 0; round < 2; ++round) {
+        QCOMPARE(unlink(locks.c_str()), 0);
+        m_keepers->LoseManager();
+        const std::string socket = m_keepers->Folder() + "/socket/" + order.runID;
+        QTRY_COMPARE_WITH_TIMEOUT(access(socket.c_str(), F_OK), 0, waitMs);
+        QCOMPARE(round == 0 ? 0 : unlink(locks.c_str()), 0);
+        // The new one looks for lost runs first.
+        QVERIFY(m_keepers->StartNursery());
+        QCOMPARE(Adopt(order.runID, m_keepers->Run()), Adoption::Adopted);
+        QCOMPARE(m_keepers->Wait(Kind::Started).kind, Kind::Started);
+        QVERIFY(Taskmill_IsKeeperAlive(m_keepers->Folder(), order.runID));
+    }
+    m_keepers->Touch("go");
+    QCOMPARE(m_keepers->Wait(Kind::Ended).end.code, 8);
 }
 
 void TestKeeperLoss::aRunThatEndedMeanwhileIsFound()
