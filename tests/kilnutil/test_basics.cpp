@@ -8,7 +8,7 @@
 #include "kilnutil/stringutil.h"
 #include "kilnutil/textencoding.h"
 #include "kilnutil/threadstart.h"
-#include "support/openfileslimit.h"
+#include "support/resourcelimit.h"
 #include "support/testcase.h"
 #include "wire/utf8.h"
 
