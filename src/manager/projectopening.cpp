@@ -20,7 +20,7 @@ Taskmill_ProjectOpening::~Taskmill_ProjectOpening() = default;
 QString Taskmill_ProjectOpening::Read(Taskmill_ReadOnlyProjects readOnlyProjects,
                                       const Taskmill_ProjectLock *ownLock)
 {
-    if (const QString problem = Taskmill_ProblemOfProjectFile(m_path, readOnlyProjects); !problem.isEmpty())
+    if (QString problem = Taskmill_ProblemOfProjectFile(m_path, readOnlyProjects); !problem.isEmpty())
         return problem;
     if (!ownLock || !ownLock->IsOf(m_path))
         m_lock = std::make_unique<Taskmill_ProjectLock>(m_path);
