@@ -229,6 +229,57 @@ void Taskmill_ConsoleCommands::KillJob(const QString &argument)
         Print(u"\n<Taskmill> Job %1 does not run; it can be removed.\n\n"_s.arg(*jobID));
 }
 
+void Taskmill_ConsoleCommands::MoveJobs(const QString &argument)
+{
+    const QString word = argument.section(u' ', -1);
+    const std::optional<Taskmill_Move> move = Taskmill_MoveFromWord(word);
+    const QList<int> jobIDs = Taskmill_WaitingJobs::NumbersFromText(argument.chopped(word.size()));
+    if (!move || jobIDs.isEmpty())
+        Print(u"\n<Taskmill> move job needs the number of a job, and up, down, top or bottom.\n\n"_s);
+    else
+        ChangeWaiting([=](Taskmill_WaitingJobs &waiting) { return waiting.Move(jobIDs, *move); });
+}
+
+void Taskmill_ConsoleCommands::HoldJobs(const QString &argument)
+{
+    const auto part = [&argument](const QString &word) {
+        return argument.contains(word) ? argument.section(word, 1).trimmed() : QString{};
+    };
+    const QString until = part(u" until "_s);
+    const QString after = part(u" after "_s);
+    const QList<int> jobIDs = Taskmill_WaitingJobs::NumbersFromText(
+        argument.section(u" until "_s, 0, 0).section(u" after "_s, 0, 0));
+    bool isNumber = after.isEmpty();
+    const int other = isNumber ? 0 : after.toInt(&isNumber);
+    if (jobIDs.isEmpty() || !isNumber)
+        Print(u"\n<Taskmill> hold job needs the number of a job; until TIME or after N may follow.\n\n"_s);
+    else if (!until.isEmpty())
+        ChangeWaiting([=](Taskmill_WaitingJobs &waiting) { return waiting.NotBefore(jobIDs, until); });
+    else if (!after.isEmpty())
+        ChangeWaiting([=](Taskmill_WaitingJobs &waiting) { return waiting.After(jobIDs, other); });
+    else
+        ChangeWaiting([=](Taskmill_WaitingJobs &waiting) { return waiting.Hold(jobIDs); });
+}
+
+void Taskmill_ConsoleCommands::ReleaseJobs(const QString &argument)
+{
+    const QList<int> jobIDs = Taskmill_WaitingJobs::NumbersFromText(argument);
+    if (jobIDs.isEmpty())
+        Print(u"\n<Taskmill> release job needs the number of a job.\n\n"_s);
+    else
+        ChangeWaiting([=](Taskmill_WaitingJobs &waiting) { return waiting.Release(jobIDs); });
+}
+
+void Taskmill_ConsoleCommands::ChangeWaiting(
+    const std::function<Taskmill_WaitingJobs::Outcome(Taskmill_WaitingJobs &)> &change)
+{
+    PrintFromMainThread([&change](Taskmill_ConsoleActions &actions) {
+        Taskmill_WaitingJobs waiting{actions.Destinations()};
+        const Taskmill_WaitingJobs::Outcome outcome = change(waiting);
+        return u"\n<Taskmill> "_s + outcome.Problem + outcome.Text + u"\n\n"_s;
+    });
+}
+
 void Taskmill_ConsoleCommands::WaitForKill(int jobID)
 {
     bool isWaiting = true;

@@ -120,6 +120,19 @@ const QList<Taskmill_ConsoleCommand> &All()
          [](Commands &commands, const QString &argument) {
              commands.KillJob(argument);
          }},
+        {"move job"_L1, "N up|down|top|bottom"_L1, "Move waiting job N in its queue; N may be several: 3,5"_L1,
+         [](Commands &commands, const QString &argument) {
+             commands.MoveJobs(argument);
+         }},
+        {"hold job"_L1, "N"_L1,
+         "Hold waiting job N: it is not started; N until TIME and N after M hold it so long"_L1,
+         [](Commands &commands, const QString &argument) {
+             commands.HoldJobs(argument);
+         }},
+        {"release job"_L1, "N"_L1, "Let waiting job N start when its turn comes"_L1,
+         [](Commands &commands, const QString &argument) {
+             commands.ReleaseJobs(argument);
+         }},
         {"run held jobs"_L1,
          {},
          "Run the queueless jobs again that ran when the project was closed"_L1,

@@ -93,6 +93,39 @@ Lines RemoveLines(const Options &options)
     return lines;
 }
 
+/// The line of the numbers; the last so many arguments are something else.
+Lines JobsLine(const Options &options, std::size_t others)
+{
+    std::string line{Taskmill_WireJobNumbers};
+    for (std::size_t place = 0; place + others < options.Positional().size(); ++place) {
+        const Lines job = Taskmill_JobNumberLine(options.Positional()[place]);
+        if (!job)
+            return job;
+        line.append(place == 0 ? "" : ",").append(options.Positional()[place]);
+    }
+    return line + '\n';
+}
+
+Lines MoveLines(const Options &options)
+{
+    const Lines move =
+        WordLine(Taskmill_WireMove, options.Positional().back(), {"up", "down", "top", "bottom"});
+    const Lines jobs = move ? JobsLine(options, 1) : move;
+    return jobs ? Lines{*jobs + *move} : jobs;
+}
+
+Lines HoldLines(const Options &options)
+{
+    const Lines conditions = Taskmill_ConditionLines(options);
+    const Lines jobs = conditions ? JobsLine(options, 0) : conditions;
+    return jobs ? Lines{*jobs + *conditions} : jobs;
+}
+
+Lines ReleaseLines(const Options &options)
+{
+    return JobsLine(options, 0);
+}
+
 Lines LimitLines(const Options &options)
 {
     const Lines queue = QueueLine(options);
@@ -136,6 +169,9 @@ constexpr std::array commands{
     Command{"job", "showjob", "", JobLine},
     Command{"kill", "killjob", "", JobLine},
     Command{"remove", "removejob", "running", RemoveLines},
+    Command{"move", "movejob", "", MoveLines},
+    Command{"hold", "holdjob", "not-before after", HoldLines},
+    Command{"release", "releasejob", "", ReleaseLines},
     Command{"pause", "pausequeue", "", QueueLine},
     Command{"unpause", "unpausequeue", "", QueueLine},
     Command{"limit", "limitqueue", "", LimitLines},
@@ -158,7 +194,9 @@ bool Taskmill_IsManagerCommand(std::string_view name)
 
 std::vector<Taskmill_CtlOption> Taskmill_ManagerCommandOptions(std::string_view name)
 {
-    const std::array<Taskmill_CtlOption, 5> known{{
+    const std::array<Taskmill_CtlOption, 7> known{{
+        Taskmill_NotBeforeOption(),
+        Taskmill_AfterOption(),
         {"since", "N", "Only jobs with a number beyond N."},
         {"running", "", "Remove the job also when it runs, which kills it."},
         {"force", "",
@@ -206,6 +244,36 @@ Taskmill_CtlStatus Taskmill_ManagerCommand(std::string_view name, const Taskmill
     }
     Taskmill_CtlPlatform::Write(stdout, answer->substr(std::min(end + 1, answer->size())));
     return Taskmill_CtlStatus::Success;
+}
+
+Taskmill_CtlOption Taskmill_NotBeforeOption()
+{
+    return {"not-before", "TIME",
+            "Start no job before: \"2031-12-24 18:30\", 18:30 for the next such time, +90m, +2h or +1d."};
+}
+
+Taskmill_CtlOption Taskmill_AfterOption()
+{
+    return {"after", "N", "Start no job before job N has ended well."};
+}
+
+std::optional<std::string> Taskmill_ConditionLines(const Taskmill_CtlOptions &options)
+{
+    std::string lines;
+    if (options.IsSet("not-before")) {
+        const std::string time = options.Value("not-before");
+        const bool isText = !time.empty() && time.find('\n') == std::string::npos && Taskmill_IsUtf8(time);
+        if (!isText)
+            return WrongUsage("--not-before needs a time: " + time);
+        lines += std::string{Taskmill_WireNotBefore} + time + '\n';
+    }
+    if (options.IsSet("after")) {
+        const Lines after = NumberLine(Taskmill_WireAfterJob, options.Value("after"), 1, "--after");
+        if (!after)
+            return after;
+        lines += *after;
+    }
+    return lines;
 }
 
 std::optional<std::string> Taskmill_JobNumberLine(const std::string &number)

@@ -2,6 +2,7 @@
 #include "ctl/submitoptions.h"
 
 #include "ctl/filename.h"
+#include "ctl/managercommands.h"
 #include "ctl/options.h"
 #include "ctl/output.h"
 #include "ctl/platform.h"
@@ -217,7 +218,7 @@ private:
 std::vector<Taskmill_CtlOption> Taskmill_SubmitOptions::Options()
 {
     std::vector<Taskmill_CtlOption> options;
-    options.reserve(textOptions.size() + fileOptions.size() + 8);
+    options.reserve(textOptions.size() + fileOptions.size() + 10);
     for (const TextOption &option : textOptions)
         options.push_back({std::string{option.name}, "NAME", std::string{option.description}});
     options.push_back({"queue", "QUEUE", "Queue of the job: long, short, queueless (or none) or auto."});
@@ -225,6 +226,8 @@ std::vector<Taskmill_CtlOption> Taskmill_SubmitOptions::Options()
         options.push_back({std::string{option.name}, "FILE", std::string{option.description}});
     options.push_back({"set", "@NAME=VALUE",
                        "Value of a placeholder of the job type, such as @NPROCS=4. May be repeated."});
+    options.push_back(Taskmill_NotBeforeOption());
+    options.push_back(Taskmill_AfterOption());
     options.push_back({"confirm", "", "Let the user of the manager's window confirm the job."});
     options.push_back({"wait", "", "Wait until the jobs have ended and print how each of them has."});
     options.push_back({"result", "", "With --wait, print what the calculation of each job came to, too."});
@@ -236,9 +239,14 @@ std::vector<Taskmill_CtlOption> Taskmill_SubmitOptions::Options()
 
 std::optional<Taskmill_SubmitOptions> Taskmill_SubmitOptions::Read(const Taskmill_CtlOptions &options)
 {
+    const std::optional<std::string> conditions = Taskmill_ConditionLines(options);
+    if (!conditions)
+        return std::nullopt;
     Reader reader{options};
-    if (reader.Read())
+    if (reader.Read()) {
+        reader.m_options.Lines += *conditions;
         return std::move(reader.m_options);
+    }
     Taskmill_PrintError(reader.m_error);
     return std::nullopt;
 }

@@ -528,6 +528,16 @@ bool Taskmill_Database::SetFinishedJobResult(qint32 jobID, const Taskmill_JobRes
     return m_addedFields.Set(Connection(), Taskmill_FieldOwner::Job, jobID, fields);
 }
 
+bool Taskmill_Database::SetFieldsOfWaitingJobs(const QList<Taskmill_JobRecord> &jobs)
+{
+    return Open() && InTransaction([&] {
+               return std::ranges::all_of(jobs, [this](const Taskmill_JobRecord &job) {
+                   return AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID,
+                                            Taskmill_FieldsOfJob(job));
+               });
+           });
+}
+
 std::unique_ptr<Taskmill_FinishedJobReader>
 Taskmill_Database::MakeFinishedJobReader(const Taskmill_FinishedJobReading &reading)
 {

@@ -130,7 +130,7 @@ public:
     /// By the table's own keys, which are in rising order.
     bool DeleteFinishedRows(const QList<qint64> &keys);
 
-    /// All rows in table order. A row whose job type was deleted gets a type without a name, made of what the
+    /// All rows in table order, those of a queue whose jobs were moved in their order. A row whose job type was deleted gets a type without a name, made of what the
     /// row itself says. Finished jobs have the program and the command line that ran.
     [[nodiscard]] QList<Taskmill_JobRecord> GetLongJobs();
     [[nodiscard]] QList<Taskmill_JobRecord> GetShortJobs();
@@ -151,6 +151,8 @@ public:
     /// What reads many of them, with these columns or, when none is named, all but the output.
     [[nodiscard]] std::unique_ptr<Taskmill_FinishedJobReader>
     MakeFinishedJobReader(const Taskmill_FinishedJobReading &reading = {});
+    /// Writes what no table has a column for, of jobs that wait, as one change.
+    bool SetFieldsOfWaitingJobs(const QList<Taskmill_JobRecord> &jobs);
     /// What no table has a column for, of all jobs.
     [[nodiscard]] QHash<qint32, Taskmill_AddedFields::Fields> GetAddedFieldsOfJobs();
     /// The largest job number of the four job tables; -1 when they hold none.

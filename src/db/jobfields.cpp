@@ -27,6 +27,10 @@ constexpr std::array fileFields{
 constexpr auto placeholderPrefix = "Placeholder "_L1;
 constexpr int placeholderDigits = 3;
 constexpr auto runField = "Run"_L1;
+constexpr auto placeField = "Place"_L1;
+constexpr auto heldField = "Held"_L1;
+constexpr auto notBeforeField = "NotBefore"_L1;
+constexpr auto afterJobField = "AfterJob"_L1;
 constexpr auto clientResultField = "ClientResult"_L1;
 /// Everything that the output said, as JSON.
 constexpr auto resultDetailsField = "ResultDetails"_L1;
@@ -41,6 +45,32 @@ constexpr std::array measureFields{
     MeasureField{Taskmill_ProcessorTimeField, &Taskmill_JobRecord::ProcessorMs},
     MeasureField{Taskmill_PeakMemoryField, &Taskmill_JobRecord::PeakMemoryKB},
 };
+
+/// What a job that waits has besides, and one that runs, as it may wait again.
+void AddFieldsOfWaiting(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields &fields)
+{
+    if (!job.Run.isEmpty())
+        fields.insert(runField, job.Run);
+    if (job.Place)
+        fields.insert(placeField, QString::number(*job.Place));
+    if (job.Conditions.IsHeld)
+        fields.insert(heldField, u"yes"_s);
+    if (job.Conditions.NotBefore.isValid())
+        fields.insert(notBeforeField, job.Conditions.NotBefore.IsoText());
+    if (job.Conditions.AfterJobID != 0)
+        fields.insert(afterJobField, QString::number(job.Conditions.AfterJobID));
+}
+
+void SetFieldsOfWaiting(Taskmill_JobRecord &job, const Taskmill_AddedFields::Fields &fields)
+{
+    job.Run = fields.value(runField);
+    bool isNumber = false;
+    if (const qint64 place = fields.value(placeField).toLongLong(&isNumber); isNumber)
+        job.Place = place;
+    job.Conditions = {.IsHeld = fields.value(heldField) == "yes"_L1,
+                      .NotBefore = Taskmill_JobTime::FromIsoText(fields.value(notBeforeField)),
+                      .AfterJobID = fields.value(afterJobField).toInt()};
+}
 
 /// What a finished job has besides.
 void AddFieldsOfEnd(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields &fields)
@@ -92,12 +122,12 @@ Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
     }
     if (!job.OutputFile.isEmpty() && job.OutputFile == job.DerivedOutputFile())
         fields.remove(u"OutputFile"_s);
-    if (!job.Run.isEmpty() && !job.IsFinished())
-        fields.insert(runField, job.Run);
     if (job.ClientResult)
         fields.insert(clientResultField, u"yes"_s);
     if (job.IsFinished())
         AddFieldsOfEnd(job, fields);
+    else
+        AddFieldsOfWaiting(job, fields);
     int number = 0;
     for (const auto &[name, value] : job.PlaceholderValues)
         fields.insert(placeholderPrefix + u"%1 "_s.arg(++number, placeholderDigits, 10, QChar{u'0'}) + name,
@@ -113,7 +143,7 @@ void Taskmill_SetFieldsOfJob(Taskmill_JobRecord &job, const Taskmill_AddedFields
     }
     job.ClientResult = fields.value(clientResultField) == "yes"_L1;
     if (!job.IsFinished())
-        job.Run = fields.value(runField);
+        SetFieldsOfWaiting(job, fields);
     else
         SetFieldsOfEnd(job, fields);
     constexpr qsizetype nameBegin = placeholderPrefix.size() + placeholderDigits + 1;

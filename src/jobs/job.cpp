@@ -48,6 +48,7 @@ qint64 Taskmill_Job::ProcessID() const
 bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
 {
     m_record.SetStatus(Taskmill_JobStatus::Running, true);
+    m_record.WaitReason = {};
     if (m_record.JobType.IsEmpty()) {
         EndWithoutProcess(u"The job was not run: its job type is no longer in the project.\n"_s);
         return true;

@@ -5,11 +5,11 @@
 #include "jobs/jobstarts.h"
 #include "jobs/jobstore.h"
 #include "jobs/runofjob.h"
+#include "jobs/startjudge.h"
 #include "kilnutil/computerdata.h"
 #include "kilnutil/logging.h"
 #include "processes/runkeepers.h"
 
-#include <QSet>
 #include <QTimer>
 
 #include <algorithm>
@@ -40,17 +40,86 @@ Taskmill_Job *Taskmill_JobContainer::JobAt(int index) const
 void Taskmill_JobContainer::Append(Taskmill_Job *job)
 {
     job->SetStatus(Taskmill_JobStatus::Pending, true);
+    NoteConditions(job);
     InsertInOrder(job);
     m_jobsByID.insert(job->JobID(), job);
 }
 
+QList<Taskmill_Job *>::const_iterator Taskmill_JobContainer::FirstHeld() const
+{
+    const auto isHeld = [](const Taskmill_Job *job) {
+        return job->IsHeld();
+    };
+    return std::find_if_not(m_jobs.crbegin(), m_jobs.crend(), isHeld).base();
+}
+
+QList<Taskmill_Job *>::const_iterator Taskmill_JobContainer::FirstPending() const
+{
+    const auto hasStarted = [](const Taskmill_Job *job) {
+        return job->Status() != Taskmill_JobStatus::Pending;
+    };
+    return std::ranges::partition_point(m_jobs, hasStarted);
+}
+
 void Taskmill_JobContainer::InsertInOrder(Taskmill_Job *job)
 {
-    const auto isHeld = [](const Taskmill_Job *other) {
-        return other->IsHeld();
-    };
-    const auto firstHeld = std::find_if_not(m_jobs.rbegin(), m_jobs.rend(), isHeld).base();
-    m_jobs.insert(job->IsHeld() ? m_jobs.end() : firstHeld, job);
+    m_jobs.insert(job->IsHeld() ? m_jobs.cend() : FirstHeld(), job);
+}
+
+void Taskmill_JobContainer::MoveBehindStarted(Taskmill_Job *job)
+{
+    const qsizetype behind = FirstPending() - m_jobs.cbegin();
+    // It is the first of them as a rule.
+    if (const qsizetype place = m_jobs.indexOf(job, behind); place > behind)
+        m_jobs.move(place, behind);
+}
+
+QList<Taskmill_Job *> Taskmill_JobContainer::WaitingJobs() const
+{
+    return {FirstPending(), std::max(FirstPending(), FirstHeld())};
+}
+
+void Taskmill_JobContainer::SetWaitingOrder(const QList<Taskmill_Job *> &jobs,
+                                            const QList<qint64> &orderNumbers)
+{
+    qsizetype place = FirstPending() - m_jobs.cbegin();
+    for (qsizetype position = 0; position < jobs.size(); ++position) {
+        m_jobs[place++] = jobs[position];
+        if (jobs[position]->Record().OrderNumber() != orderNumbers[position])
+            jobs[position]->SetOrderNumber(orderNumbers[position]);
+    }
+    Update();
+}
+
+void Taskmill_JobContainer::NoteConditions(Taskmill_Job *job)
+{
+    if (job->Record().Conditions.AreAny())
+        m_conditional.insert(job);
+    else
+        m_conditional.remove(job);
+    job->SetMayStart(true);
+    job->SetWaitReason({});
+    if (m_services.Judge && job->Record().Conditions.AreAny())
+        m_services.Judge->Judge(*job);
+}
+
+void Taskmill_JobContainer::SetConditions(Taskmill_Job &job, const Taskmill_StartConditions &conditions)
+{
+    job.SetConditions(conditions);
+    NoteConditions(&job);
+}
+
+QList<Taskmill_Job *> Taskmill_JobContainer::ConditionalJobs() const
+{
+    return m_conditional.values();
+}
+
+void Taskmill_JobContainer::LookAgain()
+{
+    for (int before = -1; before < RunningCount();) {
+        before = RunningCount();
+        Update();
+    }
 }
 
 void Taskmill_JobContainer::ReleaseJobs(const QList<Taskmill_Job *> &jobs)
@@ -118,10 +187,7 @@ bool Taskmill_JobContainer::TakeOverRun(Taskmill_Job *job)
 
 void Taskmill_JobContainer::InsertStarted(Taskmill_Job *job)
 {
-    const auto isPending = [](const Taskmill_Job *other) {
-        return other->Status() == Taskmill_JobStatus::Pending;
-    };
-    m_jobs.insert(std::ranges::find_if(m_jobs, isPending), job);
+    m_jobs.insert(FirstPending(), job);
     m_jobsByID.insert(job->JobID(), job);
 }
 
@@ -136,6 +202,7 @@ void Taskmill_JobContainer::TakeOut(const QList<Taskmill_Job *> &jobs)
         // The end of a killed job must not start another one here, nor collect it a second time.
         disconnect(job, nullptr, this, nullptr);
         m_jobsByID.remove(job->JobID(), job);
+        m_conditional.remove(job);
     }
     // In one pass: hundreds may leave a list of thousands.
     const QSet<Taskmill_Job *> leaving{jobs.begin(), jobs.end()};
@@ -199,10 +266,7 @@ QList<Taskmill_Job *> Taskmill_JobContainer::RunningJobs() const
 
 int Taskmill_JobContainer::WaitingCount() const
 {
-    const auto hasStarted = [](const Taskmill_Job *job) {
-        return job->Status() != Taskmill_JobStatus::Pending;
-    };
-    return static_cast<int>(m_jobs.end() - std::ranges::partition_point(m_jobs, hasStarted));
+    return static_cast<int>(m_jobs.cend() - FirstPending());
 }
 
 void Taskmill_JobContainer::KillRunning()
@@ -305,13 +369,12 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
             QTimer::singleShot(nextTry, this, [this] {
                 m_triesAgain = false;
                 // As many as could have been started meanwhile.
-                for (int before = -1; before < RunningCount();) {
-                    before = RunningCount();
-                    Update();
-                }
+                LookAgain();
             });
         return;
     }
+    MoveBehindStarted(&job);
+    m_conditional.remove(&job);
     Follow(job);
     if (m_services.Starts)
         m_services.Starts->JobStarts(job);

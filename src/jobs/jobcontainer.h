@@ -7,13 +7,14 @@
 #include <QList>
 #include <QMultiHash>
 #include <QObject>
+#include <QSet>
 #include <QStringList>
 
 /// What the two queues and the queueless list have in common: an ordered list of jobs (waiting, running, and
 /// finished ones not yet collected) that it owns until they are handed on.
 ///
 /// Jobs start in list order, so the list is always a run of started jobs followed by a run of Pending ones,
-/// of which those that are held stand last.
+/// of which those that are held since the project was opened stand last.
 class Taskmill_JobContainer : public QObject
 {
     Q_OBJECT
@@ -51,6 +52,19 @@ public:
     [[nodiscard]] bool IsAnyKept() const;
     /// Takes the jobs that keepers run out of the list, which go on; nothing else of them is recorded.
     void LetGoOn();
+
+    /// Those that wait, in their order, without those that stand last because they are held since the project
+    /// was opened.
+    [[nodiscard]] QList<Taskmill_Job *> WaitingJobs() const;
+    /// Puts these jobs into another order, with these order numbers.
+    void SetWaitingOrder(const QList<Taskmill_Job *> &jobs, const QList<qint64> &orderNumbers);
+    /// Gives a job that waits other conditions. LookAgain() is to follow, as it may start then.
+    void SetConditions(Taskmill_Job &job, const Taskmill_StartConditions &conditions);
+    /// Those that wait and have conditions.
+    [[nodiscard]] QList<Taskmill_Job *> ConditionalJobs() const;
+    [[nodiscard]] bool AreAnyConditional() const { return !m_conditional.isEmpty(); }
+    /// Something that jobs wait for is another: starts as many as may start now.
+    void LookAgain();
 
     /// The first job of that number; nullptr when there is none.
     [[nodiscard]] Taskmill_Job *FindByJobID(int jobID) const;
@@ -96,6 +110,10 @@ private:
     void InsertStarted(Taskmill_Job *job);
     void Follow(Taskmill_Job &job);
     void InsertInOrder(Taskmill_Job *job);
+    void MoveBehindStarted(Taskmill_Job *job);
+    void NoteConditions(Taskmill_Job *job);
+    [[nodiscard]] QList<Taskmill_Job *>::const_iterator FirstHeld() const;
+    [[nodiscard]] QList<Taskmill_Job *>::const_iterator FirstPending() const;
     void TakeOut(Taskmill_Job *job);
     /// Takes them all out of the list before any of them is killed.
     void TakeOut(const QList<Taskmill_Job *> &jobs);
@@ -104,5 +122,6 @@ private:
     const Taskmill_JobServices m_services;
     QList<Taskmill_Job *> m_jobs;
     QMultiHash<int, Taskmill_Job *> m_jobsByID; ///< a project file may hold a number twice
+    QSet<Taskmill_Job *> m_conditional;         ///< those of the Pending jobs that have conditions
     bool m_triesAgain = false;                  ///< Update() is called when the time for another try has come
 };

@@ -3,10 +3,13 @@
 
 #include "jobs/jobcontainer.h"
 
+#include <limits>
 #include <optional>
 
-/// The job to start next: the first Pending one, when fewer than maxRunningJobs run; nullptr otherwise.
-[[nodiscard]] Taskmill_Job *Taskmill_NextJobToStart(const QList<Taskmill_Job *> &jobs, int maxRunningJobs);
+/// The job to start next: the first Pending one that may start, of those with numbers up to the last one,
+/// when fewer than maxRunningJobs run; nullptr otherwise.
+[[nodiscard]] Taskmill_Job *Taskmill_NextJobToStart(const QList<Taskmill_Job *> &jobs, int maxRunningJobs,
+                                                    int lastJobID = std::numeric_limits<int>::max());
 
 /// A queue that runs at most MaxRunningJobs of its jobs at once, in the order of submission, and can be
 /// paused. Each change starts at most one job, so a raised limit fills up as further changes come.
@@ -17,6 +20,13 @@ class Taskmill_JobQueue : public Taskmill_JobContainer
 public:
     [[nodiscard]] bool IsPaused() const { return m_paused; }
     void SetPaused(bool paused);
+    /// Pauses the queue when all jobs have ended that are in it now: what is added from now on is not started
+    /// before. Jobs that wait for something else than their turn are not waited for. SetPaused() takes it
+    /// back.
+    void PauseWhenJobsHaveEnded();
+    [[nodiscard]] bool IsToPause() const { return m_lastBeforePause.has_value(); }
+    /// Whether it would start a job now that there is a place for.
+    [[nodiscard]] bool MayStartAny() const;
 
     [[nodiscard]] int MaxRunningJobs() const { return m_maxRunningJobs; }
     /// Also writes the limit to the open database when it differs there. 0 or less starts nothing.
@@ -34,7 +44,10 @@ protected:
     void Update() override;
 
 private:
+    void PauseIfDone();
+
     bool m_paused = false;
+    std::optional<int> m_lastBeforePause; ///< the largest number of the jobs that are still to be started
     int m_maxRunningJobs = 1;
 };
 

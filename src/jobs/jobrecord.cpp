@@ -2,6 +2,7 @@
 #include "jobs/jobrecord.h"
 
 #include "jobs/commandline.h"
+#include "jobs/joborder.h"
 #include "kilnutil/filesys.h"
 
 #include <QDir>
@@ -31,6 +32,11 @@ void Taskmill_JobRecord::SetStatus(Taskmill_JobStatus status, bool stamp)
         Started = Taskmill_JobTime::Now();
     else if (IsFinished())
         Finished = Taskmill_JobTime::Now();
+}
+
+qint64 Taskmill_JobRecord::OrderNumber() const
+{
+    return Place.value_or(Taskmill_OrderNumber::OfJobID(JobID));
 }
 
 std::optional<qint64> Taskmill_JobRecord::ElapsedSeconds() const

@@ -5,6 +5,8 @@
 #include "jobs/jobstatus.h"
 #include "jobs/jobtime.h"
 #include "jobs/jobtype.h"
+#include "jobs/startconditions.h"
+#include "jobs/waitreason.h"
 
 #include <QList>
 #include <QPair>
@@ -59,6 +61,10 @@ struct Taskmill_JobRecord
     /// Where the run is found that the job has, or had when its project was saved; empty for none. No part of
     /// a finished job.
     QString Run;
+    /// Of a waiting job that was moved, its order number; see Taskmill_OrderNumber.
+    std::optional<qint64> Place;
+    Taskmill_StartConditions Conditions; ///< of a waiting job
+    Taskmill_WaitReason WaitReason;      ///< of a job that waits; not stored
     /// The command line as a project file stores it; empty for a job that has not been read from one as
     /// finished, or whose job type is still there to make it from.
     QString RecordedCommandLine;
@@ -70,6 +76,9 @@ struct Taskmill_JobRecord
     /// Stores the status; with `stamp`, also the current time as Submitted (Pending), Started (Running) or
     /// Finished (any final status).
     void SetStatus(Taskmill_JobStatus status, bool stamp);
+
+    /// By what it is ordered among the jobs that wait in its queue.
+    [[nodiscard]] qint64 OrderNumber() const;
 
     /// How long the job ran, in s; for one that runs, until now. Nothing for one that has not been started.
     [[nodiscard]] std::optional<qint64> ElapsedSeconds() const;

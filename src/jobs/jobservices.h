@@ -6,6 +6,7 @@ class Taskmill_FinishedJobsTaker;
 class Taskmill_JobStarts;
 class Taskmill_JobStore;
 class Taskmill_ProcessInspector;
+class Taskmill_StartJudge;
 
 /// What queues and their jobs need of the rooms above and beside them; all of it outlives them.
 struct Taskmill_JobServices
@@ -17,4 +18,6 @@ struct Taskmill_JobServices
     KilnUtil_RunKeepers *Keepers = nullptr;
     /// Nobody need know.
     Taskmill_JobStarts *Starts = nullptr;
+    /// Without one, jobs wait for nothing but their turn.
+    Taskmill_StartJudge *Judge = nullptr;
 };

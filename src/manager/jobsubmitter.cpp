@@ -315,6 +315,10 @@ void Taskmill_JobSubmitter::MakeJob(const Taskmill_JobRequest &request, const Ta
                                     Taskmill_Destination destination, const QString &inputFile,
                                     Taskmill_SubmitResult &result)
 {
+    Taskmill_StartConditions conditions;
+    result.Refusal = m_readConditions ? m_readConditions(request, conditions) : QString{};
+    if (!result.Refusal.isEmpty())
+        return;
     Taskmill_JobRecord job;
     job.JobID = m_jobNumbers.NewID();
     job.Name = !request.JobName.isEmpty() ? request.JobName : QFileInfo{inputFile}.fileName();
@@ -336,6 +340,7 @@ void Taskmill_JobSubmitter::MakeJob(const Taskmill_JobRequest &request, const Ta
     if (inputFile == AbsolutePath(request.JobInputFile))
         SetExtraFiles(job, request);
     job.PlaceholderValues = request.PlaceholderValues;
+    job.Conditions = conditions;
 
     Taskmill_QueueOwner *owner = m_destinations.OwnerOf(destination);
     if (!owner) {

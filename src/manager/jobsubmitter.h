@@ -35,6 +35,12 @@ public:
     /// The dialog of the window; without one (nullptr) a confirmation counts as cancelled.
     void SetSubmitDialog(Taskmill_SubmitDialog *dialog) { m_dialog = dialog; }
 
+    /// Reads what a job is to wait for; returns why the request is refused, or nothing. Without one, jobs wait
+    /// for nothing but their turn.
+    using ConditionReader =
+        std::function<QString(const Taskmill_JobRequest &request, Taskmill_StartConditions &conditions)>;
+    void SetConditionReader(const ConditionReader &read) { m_readConditions = read; }
+
     /// Refused while it must wait.
     [[nodiscard]] Taskmill_SubmitResult Submit(const Taskmill_JobRequest &request);
     /// Whether the user is being asked about files or job types.
@@ -100,6 +106,7 @@ private:
     KilnUtil_IDManager &m_jobNumbers;
     Taskmill_Destinations &m_destinations;
     Taskmill_SubmitDialog *m_dialog = nullptr;
+    ConditionReader m_readConditions;
     bool m_asking = false;
     QList<Taskmill_SubmitChoice> m_waiting; ///< handed in while the user was being asked
     QTimer m_waitingTimer;

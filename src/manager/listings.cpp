@@ -115,6 +115,11 @@ QString Folder(const Job &job)
     return job.Folder();
 }
 
+QString WaitReason(const Job &job)
+{
+    return job.WaitReason.Text();
+}
+
 QString IsClientNotified(const Job &job)
 {
     return job.ClientNotification ? u"yes"_s : u"no"_s;
@@ -247,6 +252,7 @@ const QList<JobField> &AllJobFields()
          {9},
          4},
         {{.header = u"Folder"_s, .key = u"folder"_s, .cell = Folder, .isHidden = true}, {30}, {30}, 6},
+        {{.header = u"Waits Because"_s, .key = u"waitreason"_s, .cell = WaitReason}},
     };
     return fields;
 }

@@ -11,6 +11,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -89,7 +90,9 @@ const Taskmill_ManagerActions::Action *Taskmill_ManagerActions::Find(const QStri
     static constexpr std::array actions{
         Action{"listjobs"_L1, &Self::List},      Action{"showjob"_L1, &Self::ShowJob},
         Action{"killjob"_L1, &Self::Kill},       Action{"removejob"_L1, &Self::Remove},
-        Action{"pausequeue"_L1, &Self::Pause},   Action{"unpausequeue"_L1, &Self::Unpause},
+        Action{"movejob"_L1, &Self::Move},       Action{"holdjob"_L1, &Self::Hold},
+        Action{"releasejob"_L1, &Self::Release}, Action{"pausequeue"_L1, &Self::Pause},
+        Action{"unpausequeue"_L1, &Self::Unpause},
         Action{"limitqueue"_L1, &Self::Limit},   Action{"saveproject"_L1, &Self::Save},
         Action{"listjobtypes"_L1, &Self::Types}, Action{"quit"_L1, &Self::Quit},
     };
@@ -128,6 +131,21 @@ QByteArray Taskmill_ManagerActions::AnswerOf(const Taskmill_RequestMessage &requ
         outcome.Json += '\n';
     return Taskmill_AcceptedReply.toByteArray() + '\n' +
            (outcome.Json.isEmpty() ? outcome.Text.toUtf8() : outcome.Json);
+}
+
+Taskmill_ManagerActions::Outcome
+Taskmill_ManagerActions::OutcomeOf(const Taskmill_WaitingJobs::Outcome &outcome,
+                                   const Taskmill_RequestMessage &request, const QList<int> &jobIDs)
+{
+    if (!outcome.Problem.isEmpty()) {
+        const QString &problem = outcome.Problem;
+        return Outcome::Refused(problem.first(1).toLower() +
+                                problem.sliced(1).chopped(problem.endsWith(u'.') ? 1 : 0));
+    }
+    QJsonArray numbers;
+    for (const int jobID : jobIDs)
+        numbers.append(jobID);
+    return Outcome::Done(request, outcome.Text, {{u"ids"_s, numbers}});
 }
 
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::List(const Taskmill_RequestMessage &request)
@@ -241,6 +259,35 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Remove(const Taskmill_
     if (isRunning && !request.TakesRunning)
         return Outcome::Refused(u"job %1 runs; to remove it is to kill it"_s.arg(request.JobNumber));
     return RemoveNow(*owner, request, u"Job %1 was removed."_s);
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Move(const Taskmill_RequestMessage &request)
+{
+    const std::optional<Taskmill_Move> move = Taskmill_MoveFromWord(request.Move);
+    if (!move)
+        return Outcome::Refused(u"a job is moved up, down, top or bottom"_s);
+    const QList<int> jobIDs = Taskmill_WaitingJobs::NumbersFromText(request.JobNumbers);
+    return OutcomeOf(Taskmill_WaitingJobs{m_manager.Destinations()}.Move(jobIDs, *move), request, jobIDs);
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Hold(const Taskmill_RequestMessage &request)
+{
+    const QList<int> jobIDs = Taskmill_WaitingJobs::NumbersFromText(request.JobNumbers);
+    Taskmill_WaitingJobs waiting{m_manager.Destinations()};
+    Taskmill_WaitingJobs::Outcome outcome;
+    if (!request.NotBefore.isEmpty())
+        outcome = waiting.NotBefore(jobIDs, request.NotBefore);
+    if (!request.AfterJob.isEmpty() && outcome.Problem.isEmpty())
+        outcome = waiting.After(jobIDs, request.AfterJob.toInt());
+    if (request.NotBefore.isEmpty() && request.AfterJob.isEmpty())
+        outcome = waiting.Hold(jobIDs);
+    return OutcomeOf(outcome, request, jobIDs);
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Release(const Taskmill_RequestMessage &request)
+{
+    const QList<int> jobIDs = Taskmill_WaitingJobs::NumbersFromText(request.JobNumbers);
+    return OutcomeOf(Taskmill_WaitingJobs{m_manager.Destinations()}.Release(jobIDs), request, jobIDs);
 }
 
 Taskmill_QueueOwner *Taskmill_ManagerActions::QueueNamed(const QString &name)

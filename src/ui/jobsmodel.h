@@ -60,6 +60,8 @@ private:
     };
 
     [[nodiscard]] Row RowOf(const Taskmill_JobRecord &job) const;
+    /// Jobs were moved, or started out of their order.
+    void TakeNewOrder();
     void RemoveMissingRows();
     void AppendNewRows();
     void UpdateRows();
