@@ -102,6 +102,24 @@ QString Taskmill_ConsoleActions::SetPaused(Taskmill_Destination queue, bool paus
                   : u"\n<Taskmill> The %1 is no longer paused.\n\n"_s.arg(listName);
 }
 
+QString Taskmill_ConsoleActions::PauseWhenEnded(Taskmill_Destination queue) const
+{
+    Taskmill_QueueOwner &owner = *m_context.Manager.Destinations().OwnerOf(queue);
+    return u"\n<Taskmill> "_s + owner.PauseWhenJobsHaveEnded() + u"\n\n"_s;
+}
+
+QString Taskmill_ConsoleActions::SetQuietHours(const QString &text) const
+{
+    const auto said = m_context.Manager.StartRules().SetQuietHoursFrom(text);
+    return u"\n<Taskmill> "_s + said.Problem + said.Text + u"\n\n"_s;
+}
+
+QString Taskmill_ConsoleActions::SetPriority(const QString &text) const
+{
+    const auto said = m_context.Manager.StartRules().SetPriorityFrom(text);
+    return u"\n<Taskmill> "_s + said.Problem + said.Text + u"\n\n"_s;
+}
+
 QString Taskmill_ConsoleActions::SetLimit(Taskmill_Destination queue, int maxRunningJobs) const
 {
     Taskmill_QueueOwner &owner = *m_context.Manager.Destinations().OwnerOf(queue);

@@ -48,6 +48,9 @@ public:
                                   Taskmill_Destination destination) const;
 
     [[nodiscard]] QString SetPaused(Taskmill_Destination queue, bool paused) const;
+    [[nodiscard]] QString PauseWhenEnded(Taskmill_Destination queue) const;
+    [[nodiscard]] QString SetQuietHours(const QString &text) const;
+    [[nodiscard]] QString SetPriority(const QString &text) const;
     [[nodiscard]] QString SetLimit(Taskmill_Destination queue, int maxRunningJobs) const;
 
     /// Whether anything is asked before the first prompt.

@@ -178,6 +178,33 @@ void Taskmill_ConsoleCommands::SetPaused(Taskmill_Destination queue, bool paused
     PrintFromMainThread([=](Taskmill_ConsoleActions &actions) { return actions.SetPaused(queue, paused); });
 }
 
+void Taskmill_ConsoleCommands::PauseWhenEnded(Taskmill_Destination queue)
+{
+    PrintFromMainThread([=](Taskmill_ConsoleActions &actions) { return actions.PauseWhenEnded(queue); });
+}
+
+void Taskmill_ConsoleCommands::ShowEstimate()
+{
+    PrintFromMainThread([](Taskmill_ConsoleActions &actions) {
+        QString text = u"\n"_s;
+        for (const Taskmill_QueueOwner *owner : actions.Destinations().All()) {
+            if (owner->Queue())
+                text += u"<Taskmill> "_s + owner->EstimateText() + u'\n';
+        }
+        return text + u'\n';
+    });
+}
+
+void Taskmill_ConsoleCommands::SetQuietHours(const QString &argument)
+{
+    PrintFromMainThread([&](Taskmill_ConsoleActions &actions) { return actions.SetQuietHours(argument); });
+}
+
+void Taskmill_ConsoleCommands::SetPriority(const QString &argument)
+{
+    PrintFromMainThread([&](Taskmill_ConsoleActions &actions) { return actions.SetPriority(argument); });
+}
+
 void Taskmill_ConsoleCommands::SetLimit(Taskmill_Destination queue, const QString &argument)
 {
     bool isNumber = false;

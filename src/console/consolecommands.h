@@ -35,6 +35,10 @@ public:
     void AddJob(Taskmill_Destination destination);
     void AddJobToAskedQueue();
     void SetPaused(Taskmill_Destination queue, bool paused);
+    void PauseWhenEnded(Taskmill_Destination queue);
+    void ShowEstimate();
+    void SetQuietHours(const QString &argument);
+    void SetPriority(const QString &argument);
     void SetLimit(Taskmill_Destination queue, const QString &argument);
     void RemoveJob(const QString &argument);
     void KillJob(const QString &argument);

@@ -126,6 +126,27 @@ Lines ReleaseLines(const Options &options)
     return JobsLine(options, 0);
 }
 
+Lines PauseLines(const Options &options)
+{
+    Lines lines = QueueLine(options);
+    if (lines && options.IsSet("when-ended"))
+        lines->append(Taskmill_WirePauseLater).append("\n");
+    return lines;
+}
+
+Lines QuietLines(const Options &options)
+{
+    const std::string &hours = options.Positional().front();
+    if (hours.find_first_not_of("0123456789:-of") != std::string::npos)
+        return WrongUsage("quiet hours are two times, such as 22:00-06:30, or off: " + hours);
+    return std::string{Taskmill_WireQuietHours} + hours + '\n';
+}
+
+Lines PriorityLines(const Options &options)
+{
+    return WordLine(Taskmill_WireJobPriority, options.Positional().front(), {"low", "normal"});
+}
+
 Lines LimitLines(const Options &options)
 {
     const Lines queue = QueueLine(options);
@@ -172,7 +193,10 @@ constexpr std::array commands{
     Command{"move", "movejob", "", MoveLines},
     Command{"hold", "holdjob", "not-before after", HoldLines},
     Command{"release", "releasejob", "", ReleaseLines},
-    Command{"pause", "pausequeue", "", QueueLine},
+    Command{"pause", "pausequeue", "when-ended", PauseLines},
+    Command{"estimate", "estimatequeue", "", QueueLine},
+    Command{"quiet", "setquiethours", "", QuietLines},
+    Command{"priority", "setpriority", "", PriorityLines},
     Command{"unpause", "unpausequeue", "", QueueLine},
     Command{"limit", "limitqueue", "", LimitLines},
     Command{"save", "saveproject", "force", SaveLines},
@@ -194,7 +218,8 @@ bool Taskmill_IsManagerCommand(std::string_view name)
 
 std::vector<Taskmill_CtlOption> Taskmill_ManagerCommandOptions(std::string_view name)
 {
-    const std::array<Taskmill_CtlOption, 7> known{{
+    const std::array<Taskmill_CtlOption, 8> known{{
+        {"when-ended", "", "Pause it when the jobs that are in it now have ended."},
         Taskmill_NotBeforeOption(),
         Taskmill_AfterOption(),
         {"since", "N", "Only jobs with a number beyond N."},

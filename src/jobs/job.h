@@ -65,6 +65,10 @@ public:
     /// the job as Failed, through the signal, and so does a standard input that cannot be written.
     /// The keepers, if the job is to have one, outlive it.
     bool Start(KilnUtil_RunKeepers *keepers = nullptr);
+    /// To be called before the start.
+    void SetLowPriority(bool isLow) { m_hasLowPriority = isLow; }
+    /// Adds a line to the output of a job that runs.
+    void Say(const QString &line);
     /// In place of the start of a job whose run was found again, and is Here: it is Running until the end of
     /// that run, which may have come already.
     void TakeOver(KilnUtil_FoundRun run);
@@ -115,6 +119,7 @@ private:
     KilnUtil_Process *m_process = nullptr; ///< owned
     bool m_held = false;
     bool m_mayStart = true;
+    bool m_hasLowPriority = false;
     bool m_runsElsewhere = false;
     bool m_isBeingKilled = false;
 };

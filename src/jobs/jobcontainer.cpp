@@ -374,6 +374,7 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
         return;
     }
     MoveBehindStarted(&job);
+    job.SetLowPriority(m_services.Judge && m_services.Judge->HaveJobsLowPriority());
     m_conditional.remove(&job);
     Follow(job);
     if (m_services.Starts)

@@ -36,7 +36,8 @@ void MoveOneOn(QList<qsizetype> &places, const QList<bool> &isMarked)
     }
 }
 
-/// Gives those from the first up to the end, which is not included, numbers between those of their neighbours.
+/// Gives those from the first up to the end, which is not included, numbers between those of their
+/// neighbours.
 void NumberBetween(QList<qint64> &numbers, qsizetype first, qsizetype end)
 {
     const qint64 count = end - first;

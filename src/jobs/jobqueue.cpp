@@ -34,6 +34,8 @@ void Taskmill_JobQueue::SetPaused(bool paused)
 
 void Taskmill_JobQueue::PauseWhenJobsHaveEnded()
 {
+    if (m_paused)
+        return;
     int last = std::numeric_limits<int>::min();
     for (const Taskmill_Job *job : Jobs())
         last = std::max(last, job->JobID());

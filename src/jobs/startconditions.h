@@ -10,9 +10,9 @@
 /// What keeps a waiting job from being started although its turn has come.
 struct Taskmill_StartConditions
 {
-    bool IsHeld = false;        ///< until the user releases it
+    bool IsHeld = false;          ///< until the user releases it
     Taskmill_JobTime NotBefore{}; ///< not set where any time will do
-    qint32 AfterJobID = 0;      ///< the number of the job that has to end well before; 0 for none
+    qint32 AfterJobID = 0;        ///< the number of the job that has to end well before; 0 for none
 
     bool operator==(const Taskmill_StartConditions &) const = default;
 

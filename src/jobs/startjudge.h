@@ -14,4 +14,6 @@ public:
     virtual void Judge(Taskmill_Job &job) = 0;
     /// Whether no job of a queue is to be started now. When that ends, the queues look again.
     [[nodiscard]] virtual bool AreHoursQuiet() const = 0;
+    /// Whether jobs that start now are to give way to what else the computer does.
+    [[nodiscard]] virtual bool HaveJobsLowPriority() const = 0;
 };

@@ -18,8 +18,8 @@ struct Taskmill_JobRequest
     bool ClientResult = false;              ///< the notification is to say the result
     bool ConfirmAction = false;
     QString JobTypeName;
-    QString NotBefore;                      ///< when it may start, see Taskmill_StartTimeFromText()
-    QString AfterJob;                       ///< the number of the job that has to end before
+    QString NotBefore; ///< when it may start, see Taskmill_StartTimeFromText()
+    QString AfterJob;  ///< the number of the job that has to end before
     /// No other job type will do. This and the next only of a message that asks for an answer.
     bool ExactJobType = false;
     bool DetailedReply = false; ///< the answer is to describe the jobs

@@ -35,8 +35,8 @@ public:
     /// The dialog of the window; without one (nullptr) a confirmation counts as cancelled.
     void SetSubmitDialog(Taskmill_SubmitDialog *dialog) { m_dialog = dialog; }
 
-    /// Reads what a job is to wait for; returns why the request is refused, or nothing. Without one, jobs wait
-    /// for nothing but their turn.
+    /// Reads what a job is to wait for; returns why the request is refused, or nothing. Without one, jobs
+    /// wait for nothing but their turn.
     using ConditionReader =
         std::function<QString(const Taskmill_JobRequest &request, Taskmill_StartConditions &conditions)>;
     void SetConditionReader(const ConditionReader &read) { m_readConditions = read; }

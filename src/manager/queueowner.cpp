@@ -7,6 +7,7 @@
 #include "kilnutil/logging.h"
 #include "manager/finishedjobs.h"
 #include "manager/listings.h"
+#include "manager/queueestimate.h"
 #include "manager/removaldialogue.h"
 #include "manager/removalreport.h"
 
@@ -113,6 +114,24 @@ bool Taskmill_QueueOwner::Submit(Taskmill_Job *job)
     return true;
 }
 
+QString Taskmill_QueueOwner::EstimateText() const
+{
+    const QString estimate = Taskmill_EstimateOf(*m_queue, Taskmill_JobTime::Now());
+    return estimate.isEmpty()
+               ? u"%1: no estimate. It takes five completed jobs of each job type that waits, and a queue that starts jobs."_s
+                     .arg(ListName())
+               : u"%1: %2 (an estimate from how long such jobs took)."_s.arg(ListName(), estimate);
+}
+
+QString Taskmill_QueueOwner::PauseWhenJobsHaveEnded()
+{
+    m_queue->PauseWhenJobsHaveEnded();
+    const QString text = m_queue->IsPaused()
+                             ? u"The %1 is paused."_s
+                             : u"The %1 pauses when the jobs that are in it now have ended."_s;
+    return text.arg(ListName());
+}
+
 void Taskmill_QueueOwner::PutLast(Taskmill_Job &job) const
 {
     const QList<Taskmill_Job *> &jobs = Jobs().Jobs();
@@ -125,7 +144,8 @@ void Taskmill_QueueOwner::PutLast(Taskmill_Job &job) const
 
 std::optional<QString> Taskmill_QueueOwner::Move(const QList<int> &jobIDs, Taskmill_Move move)
 {
-    return Reorder(jobIDs, [move](const QList<bool> &isMarked) { return Taskmill_MovedPlaces(isMarked, move); });
+    return Reorder(jobIDs,
+                   [move](const QList<bool> &isMarked) { return Taskmill_MovedPlaces(isMarked, move); });
 }
 
 std::optional<QString> Taskmill_QueueOwner::MoveBefore(const QList<int> &jobIDs, int beforeJobID)
@@ -181,8 +201,9 @@ Taskmill_QueueOwner::Reorder(const QList<int> &jobIDs,
     return std::nullopt;
 }
 
-std::optional<QString> Taskmill_QueueOwner::ChangeConditions(
-    const QList<int> &jobIDs, const std::function<void(Taskmill_StartConditions &conditions)> &change)
+std::optional<QString>
+Taskmill_QueueOwner::ChangeConditions(const QList<int> &jobIDs,
+                                      const std::function<void(Taskmill_StartConditions &conditions)> &change)
 {
     QList<Taskmill_Job *> jobs;
     QList<Taskmill_JobRecord> changed;

@@ -42,6 +42,10 @@ public:
     /// How many of its jobs may run at a time, of a queue that has a limit. Nothing when it is stored, else
     /// why the limit stays as it was.
     [[nodiscard]] std::optional<QString> SetLimit(int maxRunningJobs);
+    /// Says what has become of it.
+    QString PauseWhenJobsHaveEnded();
+    /// When it will probably have done its jobs, a sentence.
+    [[nodiscard]] QString EstimateText() const;
     /// Moves those of the jobs that wait, which keep their order among each other, and stores the new order.
     /// Nothing when that is done, also where they stand there already; else why not.
     [[nodiscard]] std::optional<QString> Move(const QList<int> &jobIDs, Taskmill_Move move);

@@ -14,6 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 const QString quietHoursSetting = u"/Scheduling/Quiet_Hours"_s;
+const QString lowPrioritySetting = u"/Scheduling/Low_Priority"_s;
 /// A computer that slept, or whose clock was set, is noticed after so long.
 constexpr std::chrono::milliseconds longestWait{60'000};
 } // namespace
@@ -22,6 +23,7 @@ Taskmill_StartRules::Taskmill_StartRules(Clock clock)
     : m_clock{std::move(clock)}
     , m_quietHours{Taskmill_QuietHours::FromText(KilnUtil_Registry::Value(quietHoursSetting).toString())
                        .value_or(Taskmill_QuietHours{})}
+    , m_haveLowPriority{KilnUtil_Registry::Value(lowPrioritySetting).toBool()}
 {
     m_timer.setSingleShot(true);
     connect(&m_timer, &QTimer::timeout, this, &Taskmill_StartRules::LookAgain);
@@ -55,6 +57,32 @@ void Taskmill_StartRules::SetQuietHours(const Taskmill_QuietHours &hours)
     m_quietHours = hours;
     KilnUtil_Registry::SetValue(quietHoursSetting, hours.Text());
     LookAgain();
+}
+
+void Taskmill_StartRules::SetJobsLowPriority(bool isLow)
+{
+    m_haveLowPriority = isLow;
+    KilnUtil_Registry::SetValue(lowPrioritySetting, isLow);
+}
+
+Taskmill_WaitingJobs::Outcome Taskmill_StartRules::SetQuietHoursFrom(const QString &text)
+{
+    const auto hours = Taskmill_QuietHours::FromText(text);
+    if (!hours)
+        return {.Problem = u"Quiet hours are two times, such as 22:00-06:30, or off."_s};
+    SetQuietHours(*hours);
+    return {.Text = hours->AreAny() ? u"The queues start no jobs in the quiet hours, %1."_s.arg(hours->Text())
+                                    : u"There are no quiet hours."_s};
+}
+
+Taskmill_WaitingJobs::Outcome Taskmill_StartRules::SetPriorityFrom(const QString &text)
+{
+    const bool isLow = text.trimmed().compare("low"_L1, Qt::CaseInsensitive) == 0;
+    if (!isLow && text.trimmed().compare("normal"_L1, Qt::CaseInsensitive) != 0)
+        return {.Problem = u"The priority of jobs is low or normal."_s};
+    SetJobsLowPriority(isLow);
+    return {.Text = isLow ? u"Jobs that start from now on have low priority."_s
+                          : u"Jobs that start from now on have normal priority."_s};
 }
 
 QString Taskmill_StartRules::QuietText() const

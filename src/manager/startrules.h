@@ -3,6 +3,7 @@
 
 #include "jobs/startconditions.h"
 #include "jobs/startjudge.h"
+#include "manager/waitingjobs.h"
 
 #include <QHash>
 #include <QObject>
@@ -33,9 +34,15 @@ public:
     void Judge(Taskmill_Job &job) override;
     [[nodiscard]] bool AreHoursQuiet() const override;
 
-    /// For this computer's user, in his settings.
+    [[nodiscard]] bool HaveJobsLowPriority() const override { return m_haveLowPriority; }
+
+    /// For the jobs that start from now on; in the user's settings, as what follows.
+    void SetJobsLowPriority(bool isLow);
     [[nodiscard]] Taskmill_QuietHours QuietHours() const { return m_quietHours; }
     void SetQuietHours(const Taskmill_QuietHours &hours);
+    /// The same of what was typed; says what has become of it.
+    [[nodiscard]] Taskmill_WaitingJobs::Outcome SetQuietHoursFrom(const QString &text);
+    [[nodiscard]] Taskmill_WaitingJobs::Outcome SetPriorityFrom(const QString &text);
     /// What quiet hours are said to be, for a queue that starts nothing; empty when they are not quiet.
     [[nodiscard]] QString QuietText() const;
 
@@ -60,6 +67,7 @@ private:
     Taskmill_Destinations *m_destinations = nullptr;
     Taskmill_FinishedJobs *m_finishedJobs = nullptr;
     Taskmill_QuietHours m_quietHours;
+    bool m_haveLowPriority;
     QHash<int, Taskmill_OtherJob> m_awaited; ///< the jobs that others wait for, as they were last
     QHash<int, Taskmill_OtherJob> m_ended;   ///< what became of those that have ended
     int m_generation = -1;                   ///< of the finished jobs, when that was found out

@@ -11,11 +11,12 @@ namespace {
 /// Such as "Job 7 was moved up.", or "3 jobs were moved up."
 QString DoneText(const QList<int> &jobIDs, const QString &what)
 {
-    return jobIDs.size() == 1 ? u"Job %1 %2."_s.arg(QString::number(jobIDs.first()), what)
-                              : u"%1 jobs %2."_s.arg(QString::number(jobIDs.size()),
-                                                     QString{what}.replace("was "_L1, "were "_L1)
-                                                         .replace("is "_L1, "are "_L1)
-                                                         .replace("waits"_L1, "wait"_L1));
+    return jobIDs.size() == 1
+               ? u"Job %1 %2."_s.arg(QString::number(jobIDs.first()), what)
+               : u"%1 jobs %2."_s.arg(QString::number(jobIDs.size()), QString{what}
+                                                                          .replace("was "_L1, "were "_L1)
+                                                                          .replace("is "_L1, "are "_L1)
+                                                                          .replace("waits"_L1, "wait"_L1));
 }
 
 QString MovedText(Taskmill_Move move)
@@ -134,11 +135,12 @@ bool Taskmill_WaitingJobs::WaitsFor(int jobID, const QList<int> &jobIDs)
     return false;
 }
 
-Taskmill_WaitingJobs::Outcome
-Taskmill_WaitingJobs::StartLater(const QList<int> &jobIDs, const Taskmill_StartConditions &wanted)
+Taskmill_WaitingJobs::Outcome Taskmill_WaitingJobs::StartLater(const QList<int> &jobIDs,
+                                                               const Taskmill_StartConditions &wanted)
 {
     if (WaitsFor(wanted.AfterJobID, jobIDs))
-        return {.Problem = u"Job %1 cannot be waited for: it would wait for itself."_s.arg(wanted.AfterJobID)};
+        return {.Problem =
+                    u"Job %1 cannot be waited for: it would wait for itself."_s.arg(wanted.AfterJobID)};
     return SetConditions(
         jobIDs, wanted,
         [](auto &conditions, const auto &given) {

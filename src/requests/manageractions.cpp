@@ -7,6 +7,7 @@
 #include "manager/jobtext.h"
 #include "manager/listings.h"
 #include "manager/manager.h"
+#include "manager/queueestimate.h"
 #include "requests/frontend.h"
 
 #include <QDir>
@@ -88,13 +89,22 @@ const Taskmill_ManagerActions::Action *Taskmill_ManagerActions::Find(const QStri
 {
     using Self = Taskmill_ManagerActions;
     static constexpr std::array actions{
-        Action{"listjobs"_L1, &Self::List},      Action{"showjob"_L1, &Self::ShowJob},
-        Action{"killjob"_L1, &Self::Kill},       Action{"removejob"_L1, &Self::Remove},
-        Action{"movejob"_L1, &Self::Move},       Action{"holdjob"_L1, &Self::Hold},
-        Action{"releasejob"_L1, &Self::Release}, Action{"pausequeue"_L1, &Self::Pause},
+        Action{"listjobs"_L1, &Self::List},
+        Action{"showjob"_L1, &Self::ShowJob},
+        Action{"killjob"_L1, &Self::Kill},
+        Action{"removejob"_L1, &Self::Remove},
+        Action{"movejob"_L1, &Self::Move},
+        Action{"holdjob"_L1, &Self::Hold},
+        Action{"releasejob"_L1, &Self::Release},
+        Action{"pausequeue"_L1, &Self::Pause},
         Action{"unpausequeue"_L1, &Self::Unpause},
-        Action{"limitqueue"_L1, &Self::Limit},   Action{"saveproject"_L1, &Self::Save},
-        Action{"listjobtypes"_L1, &Self::Types}, Action{"quit"_L1, &Self::Quit},
+        Action{"setquiethours"_L1, &Self::SetQuietHours},
+        Action{"setpriority"_L1, &Self::SetPriority},
+        Action{"estimatequeue"_L1, &Self::Estimate},
+        Action{"limitqueue"_L1, &Self::Limit},
+        Action{"saveproject"_L1, &Self::Save},
+        Action{"listjobtypes"_L1, &Self::Types},
+        Action{"quit"_L1, &Self::Quit},
     };
     const auto found = std::ranges::find_if(
         actions, [&action](const Action &one) { return action.compare(one.name, Qt::CaseInsensitive) == 0; });
@@ -145,7 +155,8 @@ Taskmill_ManagerActions::OutcomeOf(const Taskmill_WaitingJobs::Outcome &outcome,
     QJsonArray numbers;
     for (const int jobID : jobIDs)
         numbers.append(jobID);
-    return Outcome::Done(request, outcome.Text, {{u"ids"_s, numbers}});
+    return Outcome::Done(request, outcome.Text,
+                         jobIDs.isEmpty() ? QJsonObject{} : QJsonObject{{u"ids"_s, numbers}});
 }
 
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::List(const Taskmill_RequestMessage &request)
@@ -310,8 +321,31 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::SetPaused(const Taskmi
     return Outcome::Done(request, line.arg(owner->ListName()), {{u"queue"_s, NameOf(*owner)}});
 }
 
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Estimate(const Taskmill_RequestMessage &request)
+{
+    const Taskmill_QueueOwner *owner = QueueNamed(request.QueueName);
+    if (!owner)
+        return Outcome::Refused(u"there is no queue \"%1\""_s.arg(request.QueueName));
+    const QString estimate = Taskmill_EstimateOf(*owner->Queue(), Taskmill_JobTime::Now());
+    return Outcome::Done(request, owner->EstimateText(),
+                         {{u"queue"_s, NameOf(*owner)}, {u"estimate"_s, estimate}});
+}
+
+Taskmill_ManagerActions::Outcome
+Taskmill_ManagerActions::SetQuietHours(const Taskmill_RequestMessage &request)
+{
+    return OutcomeOf(m_manager.StartRules().SetQuietHoursFrom(request.QuietHours), request, {});
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::SetPriority(const Taskmill_RequestMessage &request)
+{
+    return OutcomeOf(m_manager.StartRules().SetPriorityFrom(request.JobPriority), request, {});
+}
+
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Pause(const Taskmill_RequestMessage &request)
 {
+    if (Taskmill_QueueOwner *owner = request.PausesLater ? QueueNamed(request.QueueName) : nullptr)
+        return Outcome::Done(request, owner->PauseWhenJobsHaveEnded(), {{u"queue"_s, NameOf(*owner)}});
     return SetPaused(request, true);
 }
 

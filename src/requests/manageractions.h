@@ -55,6 +55,9 @@ private:
     [[nodiscard]] Outcome Release(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Pause(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Unpause(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Estimate(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome SetQuietHours(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome SetPriority(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Limit(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Save(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Types(const Taskmill_RequestMessage &request);

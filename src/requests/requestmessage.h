@@ -17,6 +17,9 @@ struct Taskmill_ActionRequest
     QString Move;
     QString QueueName; ///< "long" or "short"
     qint32 QueueLimit = 0;
+    bool PausesLater = false;
+    QString QuietHours;
+    QString JobPriority;
     QString SaveFile; ///< absolute; empty for the project's own
     bool Replaces = false;
     bool TakesRunning = false;

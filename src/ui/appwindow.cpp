@@ -11,6 +11,7 @@
 #include "manager/heldjobsdialogue.h"
 #include "manager/jobresults.h"
 #include "manager/manager.h"
+#include "manager/queueestimate.h"
 #include "manager/recentprojects.h"
 #include "manager/version.h"
 #include "ui/detailssplitter.h"
@@ -180,6 +181,8 @@ void Taskmill_AppWindow::ConnectWindow()
     connect(&m_tray, &Taskmill_TrayPresence::HideWindowSignal, this,
             &Taskmill_AppWindow::SystemTrayHideWindowSlot);
     connect(&m_tray, &Taskmill_TrayPresence::ExitSignal, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
+    connect(&m_manager.JobWatch(), &Taskmill_JobWatch::NoProgressSignal, &m_tray,
+            &Taskmill_TrayPresence::NoProgressSlot);
     connect(&m_tray, &Taskmill_TrayPresence::ShowJobsSignal, this, &Taskmill_AppWindow::ShowFinishedJobs);
 }
 
@@ -190,11 +193,26 @@ void Taskmill_AppWindow::ShowCounts()
          {Taskmill_Page::LongJobs, Taskmill_Page::ShortJobs, Taskmill_Page::QueuelessJobs}) {
         const Taskmill_JobCounts::Queue &queue = counts.queues.at(static_cast<size_t>(page));
         m_window.ShowCount(page, queue.running + queue.waiting,
-                           Taskmill_CountsText(queue.running, queue.waiting));
+                           Taskmill_CountsText(queue.running, queue.waiting) + EstimateOf(page));
     }
     m_window.ShowCount(Taskmill_Page::FinishedJobs, counts.finished,
                        counts.finished == 1 ? u"1 job"_s : u"%1 jobs"_s.arg(counts.finished));
     m_statusLine->ShowCounts(counts);
+}
+
+/// Behind the counts of a queue. It changes slowly, and is not found anew with each change.
+QString Taskmill_AppWindow::EstimateOf(Taskmill_Page page)
+{
+    constexpr qint64 msecsKept = 10'000;
+    if (!m_estimateAge.isValid() || m_estimateAge.hasExpired(msecsKept)) {
+        m_estimateAge.start();
+        const auto queues = m_manager.Destinations().Queues();
+        for (std::size_t number = 0; number < queues.size(); ++number)
+            m_estimates.at(number) = Taskmill_EstimateOf(*queues.at(number), Taskmill_JobTime::Now());
+    }
+    const auto number = static_cast<std::size_t>(page);
+    const QString estimate = number < m_estimates.size() ? m_estimates.at(number) : QString{};
+    return estimate.isEmpty() ? estimate : u"; "_s + estimate;
 }
 
 void Taskmill_AppWindow::ShowFinishedJobs(const QList<int> &jobIDs)

@@ -123,6 +123,17 @@ void Taskmill_NewJobTypeWidget::MakeFields()
     m_killGrace->setRange(0, Taskmill_JobType::LongestKillGrace);
     m_killGrace->setSuffix(u" s"_s);
     m_killGrace->setValue(Taskmill_JobType::DefaultKillGrace);
+    m_timeLimit = NewMinutes(u"none"_s);
+    m_noProgress = NewMinutes(u"off"_s);
+}
+
+QSpinBox *Taskmill_NewJobTypeWidget::NewMinutes(const QString &textOfNone)
+{
+    auto *minutes = new QSpinBox{this};
+    minutes->setRange(0, Taskmill_JobType::LongestMinutes);
+    minutes->setSuffix(u" min"_s);
+    minutes->setSpecialValueText(textOfNone);
+    return minutes;
 }
 
 QPlainTextEdit *Taskmill_NewJobTypeWidget::NewTextEdit(int lines)
@@ -176,6 +187,11 @@ void Taskmill_NewJobTypeWidget::DescribeFields()
         m_killGrace, u"Time to End When Killed"_s,
         u"How long a job that is killed has to write its state and end by itself; what is left of it then "
         "is ended by force. With 0 that happens at once."_s);
+    Describe(m_timeLimit, u"Time Limit"_s,
+             u"A job that runs longer is killed, and its output says so. With 0 there is no limit."_s);
+    Describe(m_noProgress, u"Warn Without Progress After"_s,
+             u"When neither the output nor the processor time of a running job has changed for so long, you "
+             "are told; nothing is killed. With 0 never."_s);
 }
 
 void Taskmill_NewJobTypeWidget::AddRows(QBoxLayout *layout)
@@ -188,7 +204,14 @@ void Taskmill_NewJobTypeWidget::AddRows(QBoxLayout *layout)
     AddRow(layout, u"Input File Filter:  "_s, m_inputFileFilter);
     AddRow(layout, u"Output File Filter:  "_s, m_outputFileFilter);
     AddRow(layout, u"Environment Variables:  "_s, m_environmentVariables);
-    AddRow(layout, u"Time to End When Killed:  "_s, m_killGrace, 0)->addStretch();
+    QBoxLayout *times = AddRow(layout, u"Time to End When Killed:  "_s, m_killGrace, 0);
+    times->addSpacing(fontMetrics().averageCharWidth() * 2);
+    times->addWidget(new QLabel{u"Time Limit:"_s, this});
+    times->addWidget(m_timeLimit);
+    times->addSpacing(fontMetrics().averageCharWidth() * 2);
+    times->addWidget(new QLabel{u"Warn Without Progress After:"_s, this});
+    times->addWidget(m_noProgress);
+    times->addStretch();
     KilnUtil_WidgetUtil::MatchMinimumWidths(m_labels);
     m_name->setMinimumWidth(leastFieldCharacters * fontMetrics().averageCharWidth());
 }
@@ -248,7 +271,8 @@ void Taskmill_NewJobTypeWidget::ConnectFields()
     // Left without a change, a field does not signal it.
     for (QLineEdit *edit : {m_name, m_applicationName, m_inputFileFilter, m_outputFileFilter})
         edit->installEventFilter(this);
-    connect(m_killGrace, &QSpinBox::editingFinished, this, &Widget::UpdateOk);
+    for (const QSpinBox *number : {m_killGrace, m_timeLimit, m_noProgress})
+        connect(number, &QSpinBox::editingFinished, this, &Widget::UpdateOk);
     connect(m_defaultQueue, &QComboBox::activated, this, &Widget::DefaultQueueSlot);
     connect(m_browse, &QPushButton::clicked, this, &Widget::ExecutablePathBrowseSlot);
     for (QLineEdit *edit : {m_name, m_applicationName, m_executablePath})
@@ -278,6 +302,8 @@ void Taskmill_NewJobTypeWidget::Load(const Taskmill_JobType &jobType)
     m_outputFileFilter->setText(jobType.OutputFileFilter);
     m_environmentVariables->setPlainText(jobType.EnvironmentVariables);
     m_killGrace->setValue(jobType.KillGraceSeconds);
+    m_timeLimit->setValue(jobType.TimeLimitMinutes);
+    m_noProgress->setValue(jobType.NoProgressMinutes);
 }
 
 Taskmill_JobType Taskmill_NewJobTypeWidget::Read() const
@@ -292,6 +318,8 @@ Taskmill_JobType Taskmill_NewJobTypeWidget::Read() const
     jobType.OutputFileFilter = m_outputFileFilter->text();
     jobType.EnvironmentVariables = m_environmentVariables->toPlainText();
     jobType.KillGraceSeconds = m_killGrace->value();
+    jobType.TimeLimitMinutes = m_timeLimit->value();
+    jobType.NoProgressMinutes = m_noProgress->value();
     return jobType;
 }
 

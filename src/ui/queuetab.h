@@ -73,8 +73,8 @@ Q_SIGNALS:
     void PausedChangedSignal(bool paused);
 
 protected:
-    /// The destinations, with the owner of the jobs, outlive this. Makes the page as a child of the parent. The columns are
-    /// remembered under the name.
+    /// The destinations, with the owner of the jobs, outlive this. Makes the page as a child of the parent.
+    /// The columns are remembered under the name.
     Taskmill_QueueTab(QWidget *parent, Taskmill_Destinations &destinations, Taskmill_QueueOwner &owner,
                       const QString &name, QString helpId);
 

@@ -71,7 +71,8 @@ void Taskmill_StartLaterDialog::Update()
 Taskmill_StartConditions Taskmill_StartLaterDialog::Conditions() const
 {
     Taskmill_StartConditions conditions = m_conditions;
-    conditions.NotBefore = m_notBefore->isChecked() ? Taskmill_JobTime{m_time->dateTime()} : Taskmill_JobTime{};
+    conditions.NotBefore =
+        m_notBefore->isChecked() ? Taskmill_JobTime{m_time->dateTime()} : Taskmill_JobTime{};
     conditions.AfterJobID = m_after->isChecked() ? m_job->value() : 0;
     return conditions;
 }

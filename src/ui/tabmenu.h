@@ -26,7 +26,8 @@ public:
     QAction *AddEntry(const QString &text, bool enabled = true);
     /// About the queue as a whole.
     QAction *AddQueueEntry(const QString &text);
-    /// The entries that follow, about jobs, stand in a menu of that name, until the next text, or an empty one.
+    /// The entries that follow, about jobs, stand in a menu of that name, until the next text, or an empty
+    /// one.
     void SetSubmenu(const QString &text);
     /// Behind the last entry.
     void AddSeparator() { m_last->addSeparator(); }
