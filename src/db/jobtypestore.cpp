@@ -3,6 +3,7 @@
 
 #include "db/addedfields.h"
 #include "db/recordfields.h"
+#include "jobs/jobneeds.h"
 
 #include <QSqlRecord>
 
@@ -12,11 +13,19 @@ using namespace Qt::Literals::StringLiterals;
 
 static const QString graceField = u"KillGrace"_s; // in seconds
 
+static const QString coresField = u"Cores"_s;
+static const QString memoryField = u"MemoryMB"_s; // in units of 2^20 bytes
+
 static Taskmill_AddedFields::Fields FieldsOf(const Taskmill_JobType &jobType)
 {
-    if (jobType.KillGraceSeconds == Taskmill_JobType::DefaultKillGrace)
-        return {};
-    return {{graceField, QString::number(jobType.KillGraceSeconds)}};
+    Taskmill_AddedFields::Fields fields;
+    if (jobType.KillGraceSeconds != Taskmill_JobType::DefaultKillGrace)
+        fields.insert(graceField, QString::number(jobType.KillGraceSeconds));
+    if (jobType.Cores > 0)
+        fields.insert(coresField, QString::number(jobType.Cores));
+    if (jobType.MemoryMB > 0)
+        fields.insert(memoryField, QString::number(jobType.MemoryMB));
+    return fields;
 }
 
 static void SetFields(Taskmill_JobType &jobType, const Taskmill_AddedFields::Fields &fields)
@@ -25,6 +34,8 @@ static void SetFields(Taskmill_JobType &jobType, const Taskmill_AddedFields::Fie
     const qint32 grace = fields.value(graceField).toInt(&isNumber);
     if (isNumber && grace >= 0 && grace <= Taskmill_JobType::LongestKillGrace)
         jobType.KillGraceSeconds = grace;
+    jobType.Cores = Taskmill_CoresFromText(fields.value(coresField)).value_or(0);
+    jobType.MemoryMB = Taskmill_MemoryFromText(fields.value(memoryField)).value_or(0);
 }
 
 static Taskmill_JobType JobTypeFromRecord(const QSqlRecord &record)

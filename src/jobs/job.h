@@ -46,6 +46,9 @@ public:
     [[nodiscard]] bool RunsElsewhere() const { return m_runsElsewhere; }
     void SetRunsElsewhere() { m_runsElsewhere = true; }
 
+    /// Why the job waits, for people; of a job that waits.
+    void SetWaitReason(const Taskmill_WaitReason &reason) { m_record.WaitReason = reason; }
+
     /// The live process; nullptr when the job does not run.
     [[nodiscard]] KilnUtil_Process *Process() const { return m_process; }
     /// The operating system's number of the live process; 0 when there is none.

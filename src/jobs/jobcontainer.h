@@ -85,6 +85,9 @@ protected:
     /// A start that fails leaves the job Running without a process, where it counts against a limit. A job
     /// whose start cannot be stored stays Pending, and is tried again some time later.
     void StartJob(Taskmill_Job &job);
+    /// A waiting job that starts before others, or is to be the next one.
+    void MoveBehindStarted(Taskmill_Job &job);
+    [[nodiscard]] bool IsBudgetOn() const;
     [[nodiscard]] QList<Taskmill_Job *> RunningJobs() const;
 
 private:

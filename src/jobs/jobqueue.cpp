@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/jobqueue.h"
 
+#include "jobs/jobbudget.h"
 #include "jobs/jobstore.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -44,9 +45,22 @@ void Taskmill_JobQueue::KillRunning()
         SetPaused(false);
 }
 
+void Taskmill_JobQueue::StartOutOfTurn(Taskmill_Job &job)
+{
+    MoveBehindStarted(job);
+    StartJob(job);
+}
+
+void Taskmill_JobQueue::ReportChange()
+{
+    Q_EMIT QueueUpdatedSignal();
+}
+
 void Taskmill_JobQueue::Update()
 {
-    if (!m_paused) {
+    if (IsBudgetOn()) {
+        Services().Budget->Pass(this);
+    } else if (!m_paused) {
         if (Taskmill_Job *job = Taskmill_NextJobToStart(Jobs(), m_maxRunningJobs))
             StartJob(*job);
     }

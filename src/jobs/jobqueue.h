@@ -9,7 +9,8 @@
 [[nodiscard]] Taskmill_Job *Taskmill_NextJobToStart(const QList<Taskmill_Job *> &jobs, int maxRunningJobs);
 
 /// A queue that runs at most MaxRunningJobs of its jobs at once, in the order of submission, and can be
-/// paused. Each change starts at most one job, so a raised limit fills up as further changes come.
+/// paused. Each change starts at most one job, so a raised limit fills up as further changes come. With a
+/// budget (Taskmill_JobBudget) each change starts all that fit, up to the limit.
 class Taskmill_JobQueue : public Taskmill_JobContainer
 {
     Q_OBJECT
@@ -22,6 +23,11 @@ public:
     /// Also writes the limit to the open database when it differs there. 0 or less starts nothing.
     /// False when it cannot be stored: the limit is as it was then.
     bool SetMaxRunningJobs(int maxRunningJobs);
+
+    /// Starts a waiting job, whichever stand before it, as Taskmill_JobBudget has decided.
+    void StartOutOfTurn(Taskmill_Job &job);
+    /// Something that is shown of its jobs has changed.
+    void ReportChange();
 
     void KillRunning() override;
 

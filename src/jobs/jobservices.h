@@ -3,6 +3,7 @@
 
 class KilnUtil_RunKeepers;
 class Taskmill_FinishedJobsTaker;
+class Taskmill_JobBudget;
 class Taskmill_JobStarts;
 class Taskmill_JobStore;
 class Taskmill_ProcessInspector;
@@ -17,4 +18,6 @@ struct Taskmill_JobServices
     KilnUtil_RunKeepers *Keepers = nullptr;
     /// Nobody need know.
     Taskmill_JobStarts *Starts = nullptr;
+    /// Nothing but the limits of the queues counts.
+    Taskmill_JobBudget *Budget = nullptr;
 };

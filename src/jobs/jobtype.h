@@ -22,6 +22,10 @@ struct Taskmill_JobType
     /// How long what a kill is to end has to end by itself, where jobs are run by keepers; seconds.
     qint32 KillGraceSeconds = DefaultKillGrace;
 
+    /// What a job takes that neither its submitter nor its input says; 0 where this says nothing either.
+    qint32 Cores = 0;
+    qint64 MemoryMB = 0; ///< in units of 2^20 bytes
+
     static constexpr qint32 DefaultKillGrace = 2;
     static constexpr qint32 LongestKillGrace = 60;
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/queuelessjobslist.h"
 
+#include "jobs/jobbudget.h"
+
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
@@ -24,6 +26,8 @@ void Taskmill_QueuelessJobsList::Update()
     const auto firstHeld = std::find_if(firstPending, jobs.end(), isHeld);
     for (auto job = firstPending; job != firstHeld; ++job)
         StartJob(**job);
+    if (IsBudgetOn())
+        Services().Budget->Pass(this);
     Q_EMIT ListUpdatedSignal();
 }
 

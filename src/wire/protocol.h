@@ -27,6 +27,11 @@ constexpr std::string_view Taskmill_WireJobInputFile = "jobinputfile=";
 constexpr std::string_view Taskmill_WireClientResult = "clientresult=yes";
 constexpr std::string_view Taskmill_WireJobResult = "jobresult=";
 
+/// In a submission: what the job takes while it runs, where its input says something else or nothing; numbers
+/// from 1 on. Memory is in units of 2^20 bytes.
+constexpr std::string_view Taskmill_WireJobCores = "jobcores=";
+constexpr std::string_view Taskmill_WireJobMemory = "jobmemory=";
+
 /// The queues in requests and answers; the last two are both the list of the jobs that run at once.
 constexpr std::array<std::string_view, 4> Taskmill_WireQueues{"long", "short", "none", "queueless"};
 
