@@ -35,6 +35,8 @@ public:
     void AddJobToAskedQueue();
     void SetPaused(Taskmill_Destination queue, bool paused);
     void SetLimit(Taskmill_Destination queue, const QString &argument);
+    void ShowBudget();
+    void SetBudget(const QString &argument);
     void RemoveJob(const QString &argument);
     void KillJob(const QString &argument);
     void ShowJob(const QString &argument);

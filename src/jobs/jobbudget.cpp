@@ -95,11 +95,12 @@ Taskmill_WaitingQueue Taskmill_JobBudget::WaitingIn(const Member &member)
     queue.Waiting.reserve(static_cast<std::size_t>(jobs.size()));
     for (const Taskmill_Job *job : jobs) {
         const Taskmill_JobRecord &record = job->Record();
-        queue.Waiting.push_back({.JobID = record.JobID,
-                                 .Cores = record.Cores(),
-                                 .MemoryMB = record.MemoryMB(),
-                                 .AtHeadSince = record.JobID == member.FirstJob.JobID ? member.FirstJob.Since : -1,
-                                 .IsHeld = job->IsHeld()});
+        queue.Waiting.push_back(
+            {.JobID = record.JobID,
+             .Cores = record.Cores(),
+             .MemoryMB = record.MemoryMB(),
+             .AtHeadSince = record.JobID == member.FirstJob.JobID ? member.FirstJob.Since : -1,
+             .IsHeld = job->IsHeld()});
     }
     return queue;
 }

@@ -297,6 +297,7 @@ void Taskmill_JobContainer::Follow(Taskmill_Job &job)
 
 void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
 {
+    MoveBehindStarted(job);
     // Before the start: whatever ends this program from here on, the run is found again.
     if (m_services.Keepers)
         job.SetRun(

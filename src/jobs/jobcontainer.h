@@ -82,15 +82,16 @@ protected:
     void ReleaseJobs(const QList<Taskmill_Job *> &jobs);
     /// Starts what may start now and reports that the list has changed.
     virtual void Update() = 0;
-    /// A start that fails leaves the job Running without a process, where it counts against a limit. A job
-    /// whose start cannot be stored stays Pending, and is tried again some time later.
+    /// Whichever waiting jobs stand before it. A start that fails leaves the job Running without a process,
+    /// where it counts against a limit. A job whose start cannot be stored stays Pending, and is tried again
+    /// some time later.
     void StartJob(Taskmill_Job &job);
-    /// A waiting job that starts before others, or is to be the next one.
-    void MoveBehindStarted(Taskmill_Job &job);
     [[nodiscard]] bool IsBudgetOn() const;
     [[nodiscard]] QList<Taskmill_Job *> RunningJobs() const;
 
 private:
+    /// A job of these is about to start before others that wait.
+    void MoveBehindStarted(Taskmill_Job &job);
     void RecordStartWithoutKeeper(int jobID);
     void Append(Taskmill_Job *job);
     void AddFromProject(Taskmill_JobRecord record);

@@ -10,10 +10,11 @@ struct Taskmill_JobRecord;
 /// What a job takes while it runs, as far as somebody says it.
 struct Taskmill_JobNeeds
 {
-    std::optional<qint32> Cores;    ///< from 1 to Taskmill_MostCores
-    std::optional<qint64> MemoryMB; ///< of the whole job, in units of 2^20 bytes, from 1 to Taskmill_MostMemoryMB
-    QString Checkpoint;             ///< file name as the input has it
-    QString Scratch;                ///< file or folder name as the input has it
+    std::optional<qint32> Cores; ///< from 1 to Taskmill_MostCores
+    std::optional<qint64>
+        MemoryMB;       ///< of the whole job, in units of 2^20 bytes, from 1 to Taskmill_MostMemoryMB
+    QString Checkpoint; ///< file name as the input has it
+    QString Scratch;    ///< file or folder name as the input has it
 
     bool operator==(const Taskmill_JobNeeds &) const = default;
 };

@@ -47,7 +47,6 @@ void Taskmill_JobQueue::KillRunning()
 
 void Taskmill_JobQueue::StartOutOfTurn(Taskmill_Job &job)
 {
-    MoveBehindStarted(job);
     StartJob(job);
 }
 

@@ -7,6 +7,7 @@
 #include "jobs/runofjob.h"
 #include "kilnutil/error.h"
 #include "kilnutil/registry.h"
+#include "manager/budget.h"
 #include "manager/changedfiledialogue.h"
 #include "manager/heldjobsdialogue.h"
 #include "manager/recentprojects.h"
@@ -67,6 +68,7 @@ Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnl
     , m_runningJobs{*m_inspector, m_jobTypes}
 {
     m_finishedJobs.SetResults(m_results);
+    m_destinations.Budget().SetLimits(Taskmill_StoredBudget());
     ConnectJobs();
 }
 

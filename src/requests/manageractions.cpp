@@ -2,6 +2,7 @@
 #include "requests/manageractions.h"
 
 #include "kilnutil/logging.h"
+#include "manager/budget.h"
 #include "manager/exitdialogue.h"
 #include "manager/jobsgoon.h"
 #include "manager/jobtext.h"
@@ -87,11 +88,12 @@ const Taskmill_ManagerActions::Action *Taskmill_ManagerActions::Find(const QStri
 {
     using Self = Taskmill_ManagerActions;
     static constexpr std::array actions{
-        Action{"listjobs"_L1, &Self::List},      Action{"showjob"_L1, &Self::ShowJob},
-        Action{"killjob"_L1, &Self::Kill},       Action{"removejob"_L1, &Self::Remove},
-        Action{"pausequeue"_L1, &Self::Pause},   Action{"unpausequeue"_L1, &Self::Unpause},
-        Action{"limitqueue"_L1, &Self::Limit},   Action{"saveproject"_L1, &Self::Save},
-        Action{"listjobtypes"_L1, &Self::Types}, Action{"quit"_L1, &Self::Quit},
+        Action{"listjobs"_L1, &Self::List},    Action{"showjob"_L1, &Self::ShowJob},
+        Action{"killjob"_L1, &Self::Kill},     Action{"removejob"_L1, &Self::Remove},
+        Action{"pausequeue"_L1, &Self::Pause}, Action{"unpausequeue"_L1, &Self::Unpause},
+        Action{"limitqueue"_L1, &Self::Limit}, Action{"budget"_L1, &Self::Budget},
+        Action{"saveproject"_L1, &Self::Save}, Action{"listjobtypes"_L1, &Self::Types},
+        Action{"quit"_L1, &Self::Quit},
     };
     const auto found = std::ranges::find_if(
         actions, [&action](const Action &one) { return action.compare(one.name, Qt::CaseInsensitive) == 0; });
@@ -286,6 +288,20 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Limit(const Taskmill_R
                          u"The %1 runs at most %2 jobs at a time."_s.arg(owner->ListName(),
                                                                          QString::number(request.QueueLimit)),
                          {{u"queue"_s, NameOf(*owner)}, {u"limit"_s, request.QueueLimit}});
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Budget(const Taskmill_RequestMessage &request)
+{
+    Taskmill_JobBudget &budget = m_manager.Destinations().Budget();
+    if (!request.Budget.isEmpty()) {
+        const auto limits = Taskmill_BudgetFromText(request.Budget);
+        if (!limits)
+            return Outcome::Refused(
+                u"a budget is \"off\", \"cores N\", \"memory M\" (in MB) or both, with numbers from 1 on"_s);
+        Taskmill_SetBudget(budget, *limits);
+    }
+    return request.AnswersJson ? Outcome{.Json = Json(Taskmill_BudgetJson(budget))}
+                               : Outcome{.Text = Taskmill_BudgetText(budget) + u'\n'};
 }
 
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Save(const Taskmill_RequestMessage &request)

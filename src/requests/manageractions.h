@@ -50,6 +50,7 @@ private:
     [[nodiscard]] Outcome Pause(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Unpause(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Limit(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Budget(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Save(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Types(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Quit(const Taskmill_RequestMessage &request);

@@ -104,6 +104,7 @@ constexpr std::array keys{
     Key{Latin1(Taskmill_WireTakesRunning), SetFlag<&Message::TakesRunning>},
     Key{Latin1(Taskmill_WireQueueName), SetTrimmed<&Message::QueueName>},
     Key{Latin1(Taskmill_WireQueueLimit), SetNumber<&Message::QueueLimit>},
+    Key{Latin1(Taskmill_WireBudget), SetTrimmed<&Message::Budget>},
     Key{Latin1(Taskmill_WireSaveFile), SetText<&Message::SaveFile>},
     Key{Latin1(Taskmill_WireReplaces), SetFlag<&Message::Replaces>},
     Key{Latin1(Taskmill_WireKeepsJobs), SetFlag<&Message::KeepsJobs>},

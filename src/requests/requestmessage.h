@@ -15,6 +15,7 @@ struct Taskmill_ActionRequest
     qint32 JobNumber = 0;
     QString QueueName; ///< "long" or "short"
     qint32 QueueLimit = 0;
+    QString Budget;   ///< see Taskmill_WireBudget
     QString SaveFile; ///< absolute; empty for the project's own
     bool Replaces = false;
     bool TakesRunning = false;

@@ -72,6 +72,8 @@ private:
     QLineEdit *m_outputFileFilter;
     QPlainTextEdit *m_environmentVariables;
     QSpinBox *m_killGrace; ///< seconds
+    QSpinBox *m_cores;     ///< 0 for not said, as the next
+    QSpinBox *m_memory;    ///< in units of 2^20 bytes
     QPushButton *m_ok;
     QLabel *m_hint;
     QList<QWidget *> m_labels;

@@ -42,7 +42,8 @@ constexpr std::string_view Taskmill_WireExactJobType = "jobtypeexact=yes";
 /// Actions that only a client with the manager's key may ask for, and only with Taskmill_WireReplyRequest.
 /// The answer is the line "accepted=", and then text or one JSON value until the connection ends; or
 /// "refused=" with the reason. The actions are listjobs, showjob, killjob, removejob, pausequeue,
-/// unpausequeue, limitqueue, saveproject, listjobtypes and quit; what they act on is said by these lines.
+/// unpausequeue, limitqueue, budget, saveproject, listjobtypes and quit; what they act on is said by these
+/// lines.
 constexpr std::string_view Taskmill_WireJobList =
     "joblist="; ///< long, short, queueless or finished; absent for all
 constexpr std::string_view Taskmill_WireJobsSince = "jobsince="; ///< only jobs with larger numbers
@@ -51,6 +52,8 @@ constexpr std::string_view Taskmill_WireTakesRunning =
     "jobrunning=yes";                                             ///< removes the job also when it runs
 constexpr std::string_view Taskmill_WireQueueName = "queuename="; ///< long or short
 constexpr std::string_view Taskmill_WireQueueLimit = "queuelimit=";
+/// "off", or "cores N", "memory M" or both; absent to leave the budget as it is.
+constexpr std::string_view Taskmill_WireBudget = "budget=";
 constexpr std::string_view Taskmill_WireSaveFile =
     "savefile="; ///< absolute; absent for the project's own file
 /// Also when another file, or what another program wrote, is lost by it; to quit, also when the project is.

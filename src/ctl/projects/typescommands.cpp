@@ -3,6 +3,7 @@
 #include "ctl/projects/projectcommands.h"
 #include "ctl/projects/projectfile.h"
 #include "jobs/destination.h"
+#include "jobs/jobneeds.h"
 #include "manager/listings.h"
 #include "manager/texttable.h"
 
@@ -85,7 +86,9 @@ Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
             .InputFileFilter = parser.value(u"input-filter"_s),
             .OutputFileFilter = parser.value(u"output-filter"_s),
             .EnvironmentVariables = parser.values(u"env"_s).join(u'\n'),
-            .KillGraceSeconds = KillGrace(parser).value_or(Taskmill_JobType::DefaultKillGrace)};
+            .KillGraceSeconds = KillGrace(parser).value_or(Taskmill_JobType::DefaultKillGrace),
+            .Cores = Taskmill_CoresFromText(parser.value(u"cores"_s)).value_or(0),
+            .MemoryMB = Taskmill_MemoryFromText(parser.value(u"memory"_s)).value_or(0)};
 }
 
 /// What is wrong with the job type; empty when it can be used.
@@ -101,6 +104,11 @@ QString Fault(const QCommandLineParser &parser, const Taskmill_JobType &jobType)
         return u"--env needs NAME=VALUE in one line"_s;
     if (!KillGrace(parser))
         return u"--kill-grace needs seconds from 0 to %1"_s.arg(Taskmill_JobType::LongestKillGrace);
+    for (const auto &[name, value] :
+         {std::pair{u"cores"_s, qint64{jobType.Cores}}, std::pair{u"memory"_s, jobType.MemoryMB}}) {
+        if (parser.isSet(name) && value == 0)
+            return u"--%1 needs a number from 1 on"_s.arg(name);
+    }
     if (HasLineFeed(jobType))
         return u"only the command line may hold a line feed"_s;
     if (!jobType.IsValid())
@@ -160,6 +168,9 @@ void Taskmill_AddTypesAddOptions(QCommandLineParser &parser)
         {u"output-filter"_s, u"Output files; the first pattern names a job's output file."_s, u"FILTER"_s},
         {u"kill-grace"_s, u"Seconds that a killed job has to end by itself, 0 to 60."_s, u"SECONDS"_s,
          QString::number(Taskmill_JobType::DefaultKillGrace)},
+        {u"cores"_s, u"Cores that a job takes where its input does not say it."_s, u"N"_s},
+        {u"memory"_s, u"Memory that a job takes where its input does not say it, in MB of 2^20 bytes."_s,
+         u"N"_s},
         {u"env"_s, u"Environment variable. May be repeated."_s, u"NAME=VALUE"_s},
     });
 }
