@@ -2,6 +2,7 @@
 #include "console/consoleactions.h"
 
 #include "jobs/queuelessjobslist.h"
+#include "manager/budget.h"
 #include "manager/jobtext.h"
 #include "manager/listings.h"
 #include "manager/manager.h"
@@ -127,6 +128,17 @@ QString Taskmill_ConsoleActions::SetLimit(Taskmill_Destination queue, int maxRun
         return u"\n<Taskmill> "_s + *problem + u"\n\n"_s;
     return u"\n<Taskmill> The %1 runs at most %2 jobs at a time.\n\n"_s.arg(owner.ListName(),
                                                                             QString::number(maxRunningJobs));
+}
+
+QString Taskmill_ConsoleActions::BudgetText() const
+{
+    return u"\n<Taskmill> "_s + Taskmill_BudgetText(m_context.Manager.Destinations().Budget()) + u"\n\n"_s;
+}
+
+QString Taskmill_ConsoleActions::SetBudget(const Taskmill_BudgetLimits &limits) const
+{
+    Taskmill_SetBudget(m_context.Manager.Destinations().Budget(), limits);
+    return BudgetText();
 }
 
 Taskmill_QueuelessJobsList &Taskmill_ConsoleActions::QueuelessJobs() const

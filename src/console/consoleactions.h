@@ -3,6 +3,7 @@
 
 #include "jobs/destination.h"
 #include "jobs/jobrecord.h"
+#include "jobs/startdecision.h"
 #include "manager/runningjobs.h"
 
 #include <functional>
@@ -52,6 +53,9 @@ public:
     [[nodiscard]] QString SetQuietHours(const QString &text) const;
     [[nodiscard]] QString SetPriority(const QString &text) const;
     [[nodiscard]] QString SetLimit(Taskmill_Destination queue, int maxRunningJobs) const;
+
+    [[nodiscard]] QString BudgetText() const;
+    [[nodiscard]] QString SetBudget(const Taskmill_BudgetLimits &limits) const;
 
     /// Whether anything is asked before the first prompt.
     [[nodiscard]] bool AsksAtStart() const { return m_context.AsksAtStart; }

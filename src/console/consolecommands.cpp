@@ -9,6 +9,7 @@
 #include "console/consoleshell.h"
 #include "console/consoleterminal.h"
 #include "kilnutil/standardstreams.h"
+#include "manager/budget.h"
 #include "manager/exitdialogue.h"
 #include "manager/manager.h"
 
@@ -214,6 +215,21 @@ void Taskmill_ConsoleCommands::SetLimit(Taskmill_Destination queue, const QStrin
             std::numeric_limits<int>::max()));
     else
         PrintFromMainThread([=](Taskmill_ConsoleActions &actions) { return actions.SetLimit(queue, limit); });
+}
+
+void Taskmill_ConsoleCommands::ShowBudget()
+{
+    PrintFromMainThread([](Taskmill_ConsoleActions &actions) { return actions.BudgetText(); });
+}
+
+void Taskmill_ConsoleCommands::SetBudget(const QString &argument)
+{
+    if (const auto limits = Taskmill_BudgetFromText(argument))
+        PrintFromMainThread(
+            [limits](Taskmill_ConsoleActions &actions) { return actions.SetBudget(*limits); });
+    else
+        Print(u"\n<Taskmill> A budget is \"off\", \"cores N\", \"memory M\" or both, with numbers from 1 on; "
+              "memory is in megabytes.\n\n"_s);
 }
 
 std::optional<int> Taskmill_ConsoleCommands::JobNumber(const QString &argument)

@@ -40,6 +40,8 @@ public:
     void SetQuietHours(const QString &argument);
     void SetPriority(const QString &argument);
     void SetLimit(Taskmill_Destination queue, const QString &argument);
+    void ShowBudget();
+    void SetBudget(const QString &argument);
     void RemoveJob(const QString &argument);
     void KillJob(const QString &argument);
     /// These take numbers of jobs, and behind them what is to be done.

@@ -203,6 +203,17 @@ const QList<Taskmill_ConsoleCommand> &All()
          [](Commands &commands, const QString &argument) {
              commands.SetPriority(argument);
          }},
+        {"show budget"_L1,
+         {},
+         "Show what all running jobs may take together, and what they take"_L1,
+         [](Commands &commands, const QString &) {
+             commands.ShowBudget();
+         }},
+        {"set budget"_L1, "cores N memory M"_L1,
+         "Start jobs of both queues only into N cores and M megabytes; off for no budget"_L1,
+         [](Commands &commands, const QString &argument) {
+             commands.SetBudget(argument);
+         }},
         {"save"_L1,
          {},
          "Save the project to its file"_L1,

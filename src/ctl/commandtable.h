@@ -44,6 +44,8 @@ constexpr std::array Taskmill_CtlCommands{
     Taskmill_CtlCommand{"priority", "WHICH", 1, 1, "Start jobs with low or with normal priority.", false},
     Taskmill_CtlCommand{"limit", "QUEUE N", 2, 2, "Let a queue, long or short, run at most N jobs at a time.",
                         false},
+    Taskmill_CtlCommand{"budget", "[off | cores N memory M]", 0, 4,
+                        "Show or set what all running jobs may take together, memory in MB.", false},
     Taskmill_CtlCommand{"save", "[FILE]", 0, 1,
                         "Save the manager's project, to another file if one is named.", false},
     Taskmill_CtlCommand{"quit", "", 0, 0,

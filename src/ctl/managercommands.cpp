@@ -155,6 +155,26 @@ Lines LimitLines(const Options &options)
     return limit ? Lines{*queue + *limit} : std::nullopt;
 }
 
+/// The manager reads it; that it cannot be read is said here, too, as wrong usage.
+Lines BudgetLines(const Options &options)
+{
+    const std::vector<std::string> &words = options.Positional();
+    if (words.empty())
+        return std::string{};
+    std::string text;
+    for (std::size_t at = 0; at < words.size(); ++at) {
+        const bool isNumber = at % 2 == 1;
+        const Lines line = isNumber ? NumberLine({}, words[at], 1, "a budget")
+                                    : WordLine({}, words[at], {"off", "cores", "memory"});
+        if (!line)
+            return line;
+        text += (text.empty() ? "" : " ") + words[at];
+    }
+    if (words.size() % 2 != (words.front() == "off" ? 1U : 0U))
+        return WrongUsage("a budget is off, cores N, memory M or both: " + text);
+    return std::string{Taskmill_WireBudget} + text + '\n';
+}
+
 Lines SaveLines(const Options &options)
 {
     std::string lines;
@@ -199,6 +219,7 @@ constexpr std::array commands{
     Command{"priority", "setpriority", "", PriorityLines},
     Command{"unpause", "unpausequeue", "", QueueLine},
     Command{"limit", "limitqueue", "", LimitLines},
+    Command{"budget", "budget", "", BudgetLines},
     Command{"save", "saveproject", "force", SaveLines},
     Command{"types", "listjobtypes", "project", NoLines},
     Command{"quit", "quit", "force keep", QuitLines},

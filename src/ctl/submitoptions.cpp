@@ -29,6 +29,12 @@ constexpr std::array textOptions{
     TextOption{"name", "jobname", "Name of the job instead of the file's name."},
 };
 
+/// What the job takes, in place of what its input says.
+constexpr std::array numberOptions{
+    TextOption{"cores", "jobcores", "Cores that the job takes, where its input says something else."},
+    TextOption{"memory", "jobmemory", "Memory that the job takes, in MB of 2^20 bytes, the same."},
+};
+
 struct FileOption
 {
     std::string_view name;
@@ -80,8 +86,8 @@ public:
         m_options.Raw = m_given.IsSet("raw");
         m_options.Result = m_given.IsSet("result");
         m_options.Confirm = m_given.IsSet("confirm");
-        return ReadTimeout() && ReadInputFiles() && ReadTexts() && ReadQueue() && ReadFiles() &&
-               ReadPlaceholders();
+        return ReadTimeout() && ReadInputFiles() && ReadTexts() && ReadNumbers() && ReadQueue() &&
+               ReadFiles() && ReadPlaceholders();
     }
 
     Taskmill_SubmitOptions m_options;
@@ -168,6 +174,22 @@ private:
         return true;
     }
 
+    bool ReadNumbers()
+    {
+        for (const TextOption &option : numberOptions) {
+            if (!m_given.IsSet(option.name))
+                continue;
+            const std::string text = m_given.Value(option.name);
+            int number = 0;
+            const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+            if (error != std::errc{} || stop != text.data() + text.size() || number < 1)
+                return Fail("--" + std::string{option.name} + " needs a number from 1 on: " + text);
+            if (!AddLine(option.key, text))
+                return false;
+        }
+        return true;
+    }
+
     bool ReadQueue()
     {
         if (!m_given.IsSet("queue"))
@@ -218,10 +240,12 @@ private:
 std::vector<Taskmill_CtlOption> Taskmill_SubmitOptions::Options()
 {
     std::vector<Taskmill_CtlOption> options;
-    options.reserve(textOptions.size() + fileOptions.size() + 10);
+    options.reserve(textOptions.size() + numberOptions.size() + fileOptions.size() + 10);
     for (const TextOption &option : textOptions)
         options.push_back({std::string{option.name}, "NAME", std::string{option.description}});
     options.push_back({"queue", "QUEUE", "Queue of the job: long, short, queueless (or none) or auto."});
+    for (const TextOption &option : numberOptions)
+        options.push_back({std::string{option.name}, "N", std::string{option.description}});
     for (const FileOption &option : fileOptions)
         options.push_back({std::string{option.name}, "FILE", std::string{option.description}});
     options.push_back({"set", "@NAME=VALUE",

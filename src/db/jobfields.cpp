@@ -35,6 +35,46 @@ constexpr auto clientResultField = "ClientResult"_L1;
 /// Everything that the output said, as JSON.
 constexpr auto resultDetailsField = "ResultDetails"_L1;
 
+struct NeedsFields
+{
+    Taskmill_JobNeeds Taskmill_JobRecord::*needs;
+    QLatin1StringView cores;
+    QLatin1StringView memory; ///< in units of 2^20 bytes
+};
+
+constexpr std::array needsFields{
+    NeedsFields{&Taskmill_JobRecord::AskedNeeds, "AskedCores"_L1, "AskedMemoryMB"_L1},
+    NeedsFields{&Taskmill_JobRecord::InputNeeds, "InputCores"_L1, "InputMemoryMB"_L1},
+};
+constexpr auto inputCheckpointField = "InputCheckpoint"_L1;
+constexpr auto inputScratchField = "InputScratch"_L1;
+
+void AddNeeds(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields &fields)
+{
+    for (const NeedsFields &field : needsFields) {
+        const Taskmill_JobNeeds &needs = job.*field.needs;
+        if (needs.Cores)
+            fields.insert(field.cores, QString::number(*needs.Cores));
+        if (needs.MemoryMB)
+            fields.insert(field.memory, QString::number(*needs.MemoryMB));
+    }
+    if (!job.InputNeeds.Checkpoint.isEmpty())
+        fields.insert(inputCheckpointField, job.InputNeeds.Checkpoint);
+    if (!job.InputNeeds.Scratch.isEmpty())
+        fields.insert(inputScratchField, job.InputNeeds.Scratch);
+}
+
+void SetNeeds(Taskmill_JobRecord &job, const Taskmill_AddedFields::Fields &fields)
+{
+    for (const NeedsFields &field : needsFields) {
+        Taskmill_JobNeeds &needs = job.*field.needs;
+        needs.Cores = Taskmill_CoresFromText(fields.value(field.cores));
+        needs.MemoryMB = Taskmill_MemoryFromText(fields.value(field.memory));
+    }
+    job.InputNeeds.Checkpoint = fields.value(inputCheckpointField);
+    job.InputNeeds.Scratch = fields.value(inputScratchField);
+}
+
 struct MeasureField
 {
     QLatin1StringView name;
@@ -122,6 +162,7 @@ Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
     }
     if (!job.OutputFile.isEmpty() && job.OutputFile == job.DerivedOutputFile())
         fields.remove(u"OutputFile"_s);
+    AddNeeds(job, fields);
     if (job.ClientResult)
         fields.insert(clientResultField, u"yes"_s);
     if (job.IsFinished())
@@ -141,6 +182,7 @@ void Taskmill_SetFieldsOfJob(Taskmill_JobRecord &job, const Taskmill_AddedFields
         if (const QString text = fields.value(field.name); !text.isEmpty())
             job.*field.text = text;
     }
+    SetNeeds(job, fields);
     job.ClientResult = fields.value(clientResultField) == "yes"_L1;
     if (!job.IsFinished())
         SetFieldsOfWaiting(job, fields);

@@ -3,6 +3,7 @@
 
 #include "db/addedfields.h"
 #include "db/recordfields.h"
+#include "jobs/jobneeds.h"
 
 #include <QSqlRecord>
 
@@ -14,12 +15,18 @@ static const QString graceField = u"KillGrace"_s; // in seconds
 
 static const QString timeLimitField = u"TimeLimit"_s; // in minutes, as the next one
 static const QString noProgressField = u"NoProgress"_s;
+static const QString coresField = u"Cores"_s;
+static const QString memoryField = u"MemoryMB"_s; // in units of 2^20 bytes
 
 static Taskmill_AddedFields::Fields FieldsOf(const Taskmill_JobType &jobType)
 {
     Taskmill_AddedFields::Fields fields;
     if (jobType.KillGraceSeconds != Taskmill_JobType::DefaultKillGrace)
         fields.insert(graceField, QString::number(jobType.KillGraceSeconds));
+    if (jobType.Cores > 0)
+        fields.insert(coresField, QString::number(jobType.Cores));
+    if (jobType.MemoryMB > 0)
+        fields.insert(memoryField, QString::number(jobType.MemoryMB));
     if (jobType.TimeLimitMinutes > 0)
         fields.insert(timeLimitField, QString::number(jobType.TimeLimitMinutes));
     if (jobType.NoProgressMinutes > 0)
@@ -42,6 +49,8 @@ static void SetFields(Taskmill_JobType &jobType, const Taskmill_AddedFields::Fie
         jobType.KillGraceSeconds = grace;
     jobType.TimeLimitMinutes = MinutesOf(fields.value(timeLimitField));
     jobType.NoProgressMinutes = MinutesOf(fields.value(noProgressField));
+    jobType.Cores = Taskmill_CoresFromText(fields.value(coresField)).value_or(0);
+    jobType.MemoryMB = Taskmill_MemoryFromText(fields.value(memoryField)).value_or(0);
 }
 
 static Taskmill_JobType JobTypeFromRecord(const QSqlRecord &record)

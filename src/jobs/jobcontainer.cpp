@@ -2,6 +2,7 @@
 #include "jobs/jobcontainer.h"
 
 #include "jobs/finishedjobstaker.h"
+#include "jobs/jobbudget.h"
 #include "jobs/jobstarts.h"
 #include "jobs/jobstore.h"
 #include "jobs/runofjob.h"
@@ -384,6 +385,11 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
     // It was started without a keeper after all: nobody is to look for its run.
     if (m_services.Keepers && job.Record().Run.isEmpty())
         RecordStartWithoutKeeper(job.JobID());
+}
+
+bool Taskmill_JobContainer::IsBudgetOn() const
+{
+    return m_services.Budget && m_services.Budget->IsOn();
 }
 
 void Taskmill_JobContainer::RecordStartWithoutKeeper(int jobID)

@@ -96,9 +96,11 @@ protected:
     void ReleaseJobs(const QList<Taskmill_Job *> &jobs);
     /// Starts what may start now and reports that the list has changed.
     virtual void Update() = 0;
-    /// A start that fails leaves the job Running without a process, where it counts against a limit. A job
-    /// whose start cannot be stored stays Pending, and is tried again some time later.
+    /// Whichever waiting jobs stand before it. A start that fails leaves the job Running without a process,
+    /// where it counts against a limit. A job whose start cannot be stored stays Pending, and is tried again
+    /// some time later.
     void StartJob(Taskmill_Job &job);
+    [[nodiscard]] bool IsBudgetOn() const;
     [[nodiscard]] QList<Taskmill_Job *> RunningJobs() const;
 
 private:
@@ -110,6 +112,7 @@ private:
     void InsertStarted(Taskmill_Job *job);
     void Follow(Taskmill_Job &job);
     void InsertInOrder(Taskmill_Job *job);
+    /// A job of these is about to start, perhaps before others that wait.
     void MoveBehindStarted(Taskmill_Job *job);
     void NoteConditions(Taskmill_Job *job);
     [[nodiscard]] QList<Taskmill_Job *>::const_iterator FirstHeld() const;

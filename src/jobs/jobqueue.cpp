@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/jobqueue.h"
 
+#include "jobs/jobbudget.h"
 #include "jobs/jobstore.h"
 #include "jobs/startjudge.h"
 
@@ -43,6 +44,11 @@ void Taskmill_JobQueue::PauseWhenJobsHaveEnded()
     Update();
 }
 
+bool Taskmill_JobQueue::MayStart(const Taskmill_Job &job) const
+{
+    return job.MayStart() && job.JobID() <= m_lastBeforePause.value_or(std::numeric_limits<int>::max());
+}
+
 bool Taskmill_JobQueue::MayStartAny() const
 {
     return !m_paused && !(Services().Judge && Services().Judge->AreHoursQuiet());
@@ -77,9 +83,21 @@ void Taskmill_JobQueue::KillRunning()
         SetPaused(false);
 }
 
+void Taskmill_JobQueue::StartOutOfTurn(Taskmill_Job &job)
+{
+    StartJob(job);
+}
+
+void Taskmill_JobQueue::ReportChange()
+{
+    Q_EMIT QueueUpdatedSignal();
+}
+
 void Taskmill_JobQueue::Update()
 {
-    if (MayStartAny()) {
+    if (IsBudgetOn()) {
+        Services().Budget->Pass(this);
+    } else if (MayStartAny()) {
         const int last = m_lastBeforePause.value_or(std::numeric_limits<int>::max());
         if (Taskmill_Job *job = Taskmill_NextJobToStart(Jobs(), m_maxRunningJobs, last))
             StartJob(*job);

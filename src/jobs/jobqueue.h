@@ -12,7 +12,8 @@
                                                     int lastJobID = std::numeric_limits<int>::max());
 
 /// A queue that runs at most MaxRunningJobs of its jobs at once, in the order of submission, and can be
-/// paused. Each change starts at most one job, so a raised limit fills up as further changes come.
+/// paused. Each change starts at most one job, so a raised limit fills up as further changes come. With a
+/// budget (Taskmill_JobBudget) each change starts all that fit, up to the limit.
 class Taskmill_JobQueue : public Taskmill_JobContainer
 {
     Q_OBJECT
@@ -25,6 +26,8 @@ public:
     /// back.
     void PauseWhenJobsHaveEnded();
     [[nodiscard]] bool IsToPause() const { return m_lastBeforePause.has_value(); }
+    /// Whether it may start that job when its turn comes.
+    [[nodiscard]] bool MayStart(const Taskmill_Job &job) const;
     /// Whether it would start a job now that there is a place for.
     [[nodiscard]] bool MayStartAny() const;
 
@@ -32,6 +35,11 @@ public:
     /// Also writes the limit to the open database when it differs there. 0 or less starts nothing.
     /// False when it cannot be stored: the limit is as it was then.
     bool SetMaxRunningJobs(int maxRunningJobs);
+
+    /// Starts a waiting job, whichever stand before it, as Taskmill_JobBudget has decided.
+    void StartOutOfTurn(Taskmill_Job &job);
+    /// Something that is shown of its jobs has changed.
+    void ReportChange();
 
     void KillRunning() override;
 

@@ -24,6 +24,8 @@ std::array<const QString *, 8> FileNames(const Taskmill_JobRecord &job)
 void Taskmill_JobRecord::SetStatus(Taskmill_JobStatus status, bool stamp)
 {
     Status = status;
+    if (status != Taskmill_JobStatus::Pending)
+        WaitReason = {};
     if (!stamp)
         return;
     if (status == Taskmill_JobStatus::Pending)
@@ -47,6 +49,16 @@ std::optional<qint64> Taskmill_JobRecord::ElapsedSeconds() const
     const Taskmill_JobTime end = isRunning ? Taskmill_JobTime::Now() : Finished;
     // The clock may have been put back.
     return std::max<qint64>(end.SecondsSince(Started), 0);
+}
+
+qint32 Taskmill_JobRecord::Cores() const
+{
+    return AskedNeeds.Cores.value_or(InputNeeds.Cores.value_or(std::max(JobType.Cores, 1)));
+}
+
+qint64 Taskmill_JobRecord::MemoryMB() const
+{
+    return AskedNeeds.MemoryMB.value_or(InputNeeds.MemoryMB.value_or(JobType.MemoryMB));
 }
 
 bool Taskmill_JobRecord::HasFailed() const

@@ -3,6 +3,7 @@
 
 class KilnUtil_RunKeepers;
 class Taskmill_FinishedJobsTaker;
+class Taskmill_JobBudget;
 class Taskmill_JobStarts;
 class Taskmill_JobStore;
 class Taskmill_ProcessInspector;
@@ -20,4 +21,6 @@ struct Taskmill_JobServices
     Taskmill_JobStarts *Starts = nullptr;
     /// Without one, jobs wait for nothing but their turn.
     Taskmill_StartJudge *Judge = nullptr;
+    /// Nothing but the limits of the queues counts.
+    Taskmill_JobBudget *Budget = nullptr;
 };

@@ -28,6 +28,10 @@ struct Taskmill_JobType
     qint32 NoProgressMinutes = 0;
 
     static constexpr qint32 LongestMinutes = 366 * 24 * 60;
+    /// What a job takes that neither its submitter nor its input says; 0 where this says nothing either.
+    qint32 Cores = 0;
+    qint64 MemoryMB = 0; ///< in units of 2^20 bytes
+
     static constexpr qint32 DefaultKillGrace = 2;
     static constexpr qint32 LongestKillGrace = 60;
 

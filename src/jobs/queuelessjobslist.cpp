@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/queuelessjobslist.h"
 
+#include "jobs/jobbudget.h"
+
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
@@ -26,6 +28,8 @@ void Taskmill_QueuelessJobsList::Update()
         if ((*job)->MayStart())
             StartJob(**job);
     }
+    if (IsBudgetOn())
+        Services().Budget->Pass(this);
     Q_EMIT ListUpdatedSignal();
 }
 

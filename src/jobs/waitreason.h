@@ -33,7 +33,7 @@ struct Taskmill_WaitReason
     bool operator==(const Taskmill_WaitReason &) const = default;
 
     /// What somebody else has decided, such as "held".
-    [[nodiscard]] static Taskmill_WaitReason Said(const QString &words)
+    [[nodiscard]] static Taskmill_WaitReason InWords(const QString &words)
     {
         return {.Why = Kind::InWords, .Words = words};
     }

@@ -15,6 +15,7 @@
 class KilnUtil_IDManager;
 class Taskmill_Destinations;
 class Taskmill_JobStore;
+class Taskmill_QueueOwner;
 
 /// What became of a request: the numbers of the jobs that were made, or why there is none.
 struct Taskmill_SubmitResult
@@ -76,8 +77,9 @@ private:
         bool confirm = false;
     };
 
-    /// Takes a file that the user has chosen, with its job type and its queue.
-    using FileTaker = std::function<void(const QString &, const Taskmill_JobType &, Taskmill_Destination)>;
+    /// Takes a file that the user has chosen, with its job type, its queue and what is asked for it.
+    using FileTaker = std::function<void(const QString &, const Taskmill_JobType &, Taskmill_Destination,
+                                         const Taskmill_JobNeeds &asked)>;
     /// The names of files of which no job could be made, by the reason.
     using RefusedFiles = QMap<QString, QStringList>;
 
@@ -96,10 +98,15 @@ private:
     void SubmitConfirmed(const Taskmill_JobRequest &request, const Taskmill_JobType &jobType,
                          Taskmill_Destination destination, Taskmill_SubmitResult &result);
     void MakeJob(const Taskmill_JobRequest &request, const Taskmill_JobType &jobType,
-                 Taskmill_Destination destination, const QString &inputFile, Taskmill_SubmitResult &result);
+                 Taskmill_Destination destination, const QString &inputFile, const Taskmill_JobNeeds &asked,
+                 Taskmill_SubmitResult &result);
     /// Nothing, with the reason, when no job can be made.
     [[nodiscard]] std::optional<int> AddJob(const QString &path, const Taskmill_JobType &jobType,
-                                            Taskmill_Destination destination, QString &reason);
+                                            Taskmill_Destination destination, const Taskmill_JobNeeds &asked,
+                                            QString &reason);
+    /// Looks what the job needs and adds it to the queue. Its number, or nothing with the reason.
+    [[nodiscard]] std::optional<int> HandIn(Taskmill_QueueOwner &owner, Taskmill_JobRecord job,
+                                            QString &reason);
     void SubmitWaitingFiles();
 
     Taskmill_JobStore &m_store;

@@ -195,7 +195,7 @@ void Taskmill_JobWatch::Judge(Taskmill_Job &job, const Taskmill_JobActivity &act
         const int minutes = static_cast<int>(now.SecondsSince(seen->since) / secondsOfMinute);
         if (minutes < job.Record().JobType.NoProgressMinutes)
             return;
-        said = Taskmill_WaitReason::Said(u"no progress for %1 min"_s.arg(minutes));
+        said = Taskmill_WaitReason::InWords(u"no progress for %1 min"_s.arg(minutes));
         if (!std::exchange(seen->isReported, true)) {
             qCInfo(Taskmill_ManagerLog, "Job %d has made no progress for %d minutes", job.JobID(), minutes);
             Q_EMIT NoProgressSignal(job.JobID(), job.Record().Name, minutes);

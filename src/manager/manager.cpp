@@ -7,6 +7,7 @@
 #include "jobs/runofjob.h"
 #include "kilnutil/error.h"
 #include "kilnutil/registry.h"
+#include "manager/budget.h"
 #include "manager/changedfiledialogue.h"
 #include "manager/heldjobsdialogue.h"
 #include "manager/recentprojects.h"
@@ -73,6 +74,7 @@ Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnl
     m_submitter.SetConditionReader([this](const auto &request, auto &conditions) {
         return m_startRules.ReadConditions(request, conditions);
     });
+    m_destinations.Budget().SetLimits(Taskmill_StoredBudget());
     ConnectJobs();
 }
 

@@ -460,6 +460,7 @@ void Taskmill_Project::StoreJobsThatGoOn()
 
 void Taskmill_Project::CloseProject()
 {
+    const Taskmill_JobBudget::Rest rest{m_destinations.Budget()};
     // They end side by side.
     for (Taskmill_QueueOwner *owner : m_destinations.All())
         owner->Jobs().BeginToKillRunning();
@@ -500,6 +501,7 @@ void Taskmill_Project::CarryOverNotifications()
 
 void Taskmill_Project::LeaveProject(bool letsJobsGoOn)
 {
+    const Taskmill_JobBudget::Rest rest{m_destinations.Budget()};
     if (letsJobsGoOn)
         StoreJobsThatGoOn();
     for (Taskmill_QueueOwner *owner : m_destinations.All()) {

@@ -138,7 +138,7 @@ void Taskmill_StartRules::Judge(Taskmill_Job &job)
         facts.AfterJob = m_awaited[conditions.AfterJobID] = StateOf(conditions.AfterJobID);
     const QString reason = Taskmill_ReasonToWait(conditions, facts);
     job.SetMayStart(reason.isEmpty());
-    job.SetWaitReason(reason.isEmpty() ? Taskmill_WaitReason{} : Taskmill_WaitReason::Said(reason));
+    job.SetWaitReason(reason.isEmpty() ? Taskmill_WaitReason{} : Taskmill_WaitReason::InWords(reason));
     if (!m_soon.isActive())
         m_soon.start(0);
 }

@@ -2,6 +2,7 @@
 #include "requests/manageractions.h"
 
 #include "kilnutil/logging.h"
+#include "manager/budget.h"
 #include "manager/exitdialogue.h"
 #include "manager/jobsgoon.h"
 #include "manager/jobtext.h"
@@ -102,6 +103,7 @@ const Taskmill_ManagerActions::Action *Taskmill_ManagerActions::Find(const QStri
         Action{"setpriority"_L1, &Self::SetPriority},
         Action{"estimatequeue"_L1, &Self::Estimate},
         Action{"limitqueue"_L1, &Self::Limit},
+        Action{"budget"_L1, &Self::Budget},
         Action{"saveproject"_L1, &Self::Save},
         Action{"listjobtypes"_L1, &Self::Types},
         Action{"quit"_L1, &Self::Quit},
@@ -367,6 +369,20 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Limit(const Taskmill_R
                          u"The %1 runs at most %2 jobs at a time."_s.arg(owner->ListName(),
                                                                          QString::number(request.QueueLimit)),
                          {{u"queue"_s, NameOf(*owner)}, {u"limit"_s, request.QueueLimit}});
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Budget(const Taskmill_RequestMessage &request)
+{
+    Taskmill_JobBudget &budget = m_manager.Destinations().Budget();
+    if (!request.Budget.isEmpty()) {
+        const auto limits = Taskmill_BudgetFromText(request.Budget);
+        if (!limits)
+            return Outcome::Refused(
+                u"a budget is \"off\", \"cores N\", \"memory M\" (in MB) or both, with numbers from 1 on"_s);
+        Taskmill_SetBudget(budget, *limits);
+    }
+    return request.AnswersJson ? Outcome{.Json = Json(Taskmill_BudgetJson(budget))}
+                               : Outcome{.Text = Taskmill_BudgetText(budget) + u'\n'};
 }
 
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Save(const Taskmill_RequestMessage &request)

@@ -59,6 +59,7 @@ private:
     [[nodiscard]] Outcome SetQuietHours(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome SetPriority(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Limit(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Budget(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Save(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Types(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Quit(const Taskmill_RequestMessage &request);

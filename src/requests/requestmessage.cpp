@@ -45,6 +45,16 @@ void SetNotification(Message &message, const QString &value)
     message.ClientNotification = isNumber ? std::optional{number != 0} : std::nullopt;
 }
 
+void SetCores(Message &message, const QString &value)
+{
+    message.JobCores = Taskmill_CoresFromText(value);
+}
+
+void SetMemory(Message &message, const QString &value)
+{
+    message.JobMemoryMB = Taskmill_MemoryFromText(value);
+}
+
 void SetConfirmed(Message &message, const QString &)
 {
     message.ConfirmAction = true;
@@ -101,11 +111,14 @@ constexpr std::array keys{
     Key{Latin1(Taskmill_WireQuietHours), SetTrimmed<&Message::QuietHours>},
     Key{Latin1(Taskmill_WireJobPriority), SetTrimmed<&Message::JobPriority>},
     Key{Latin1(Taskmill_WireQueueLimit), SetNumber<&Message::QueueLimit>},
+    Key{Latin1(Taskmill_WireBudget), SetTrimmed<&Message::Budget>},
     Key{Latin1(Taskmill_WireSaveFile), SetText<&Message::SaveFile>},
     Key{Latin1(Taskmill_WireReplaces), SetFlag<&Message::Replaces>},
     Key{Latin1(Taskmill_WireKeepsJobs), SetFlag<&Message::KeepsJobs>},
     Key{Latin1(Taskmill_WireAnswersJson), SetFlag<&Message::AnswersJson>},
     Key{Latin1(Taskmill_WireAnswerWidth), SetNumber<&Message::Width>},
+    Key{Latin1(Taskmill_WireJobCores), SetCores},
+    Key{Latin1(Taskmill_WireJobMemory), SetMemory},
     Key{"jobclass="_L1, Ignore},
     Key{"jobname="_L1, SetText<&Message::JobName>},
     Key{"jobqueue="_L1, SetText<&Message::JobQueue>},

@@ -20,6 +20,7 @@ struct Taskmill_ActionRequest
     bool PausesLater = false;
     QString QuietHours;
     QString JobPriority;
+    QString Budget;   ///< see Taskmill_WireBudget
     QString SaveFile; ///< absolute; empty for the project's own
     bool Replaces = false;
     bool TakesRunning = false;

@@ -5,6 +5,7 @@
 #include "jobs/queuelessjobslist.h"
 #include "kilnutil/error.h"
 #include "kilnutil/registry.h"
+#include "manager/budget.h"
 #include "manager/changedfiledialogue.h"
 #include "manager/closingdialogue.h"
 #include "manager/exitdialogue.h"
@@ -21,6 +22,7 @@
 #include "ui/progresspage.h"
 #include "ui/projectmenu.h"
 #include "ui/projectoffer.h"
+#include "ui/settingsdialog.h"
 #include "ui/statusline.h"
 #include "ui/tabmenus.h"
 #include "ui/trayicon.h"
@@ -113,6 +115,7 @@ void Taskmill_AppWindow::FillMenus()
     m_projectMenu =
         new Taskmill_ProjectMenu{m_window.Menu(Taskmill_WindowMenu::Project), m_manager.Project()};
     connect(m_projectMenu, &Taskmill_ProjectMenu::ExitSignal, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
+    connect(m_projectMenu, &Taskmill_ProjectMenu::SettingsSignal, this, &Taskmill_AppWindow::SettingsSlot);
     connect(m_projectMenu, &Taskmill_ProjectMenu::ProjectOpenedSignal, this,
             [this] { SpeakOfProject(m_manager.Project().Notices()); });
 
@@ -366,6 +369,19 @@ void Taskmill_AppWindow::AboutSlot()
     KilnUtil_Error::UserPrompt().ShowInformation(
         u"About TaskmillGUI"_s, Taskmill_VersionText() + u"     ("_s + PlatformText() +
                                     u")\n\nRuns calculations one after another, for weeks if need be."_s);
+}
+
+void Taskmill_AppWindow::SettingsSlot()
+{
+    // The program may end while the dialog is open.
+    const QPointer<Taskmill_SettingsDialog> dialog = new Taskmill_SettingsDialog{&m_window};
+    dialog->Load(m_manager.Destinations().Budget().Limits());
+    const bool isAccepted = dialog->exec() == QDialog::Accepted;
+    if (!dialog)
+        return;
+    if (isAccepted)
+        Taskmill_SetBudget(m_manager.Destinations().Budget(), dialog->Budget());
+    delete dialog;
 }
 
 void Taskmill_AppWindow::OkaySlot()

@@ -62,6 +62,8 @@ public Q_SLOTS:
     void ExitSlot();
     /// Lets the user choose files and submits them.
     void NewJobsSlot();
+    /// Lets the user change the settings.
+    void SettingsSlot();
     /// Puts the window away to where it can be brought back from.
     void OkaySlot();
     /// Does nothing: the menus bring themselves up to date.

@@ -28,7 +28,7 @@ Taskmill_JobsModel::Taskmill_JobsModel(const Taskmill_JobContainer &jobs, QObjec
 /// As the job is now.
 Taskmill_JobsModel::Row Taskmill_JobsModel::RowOf(const Taskmill_JobRecord &job) const
 {
-    Row row{.jobID = job.JobID, .status = job.Status, .times = {}, .texts = {}};
+    Row row{.jobID = job.JobID, .status = job.Status, .times = {}, .waitReason = job.WaitReason, .texts = {}};
     for (const int column : m_timeColumns)
         row.times.append(job.*Columns().TimeOf(column));
     return row;

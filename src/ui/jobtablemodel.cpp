@@ -105,6 +105,10 @@ QString Taskmill_JobTableModel::ExplanationOf(qsizetype row, int column) const
 {
     if (column == m_statusColumn && m_progressText && StatusOfRow(row) == Taskmill_JobStatus::Running)
         return m_progressText(JobIDOfRow(row));
+    if (column == m_statusColumn && StatusOfRow(row) == Taskmill_JobStatus::Pending) {
+        const Taskmill_JobRecord *waiting = RecordOf(row);
+        return waiting ? waiting->WaitReason.Text() : QString{};
+    }
     const bool isAboutResult = column == m_statusColumn || column == m_resultColumn;
     const Taskmill_JobRecord *job = isAboutResult ? RecordOf(row) : nullptr;
     if (!job || !job->Result.IsOfKnownProgram())

@@ -89,6 +89,15 @@ void TestControl::ListsAndEndsJobs()
     QCOMPARE(Unlike(u"remove 4 --running"_s, "Job 4 was removed."), "");
     QCOMPARE(Values(Ctl(u"list finished --since 3 --json"_s).out, u"status"_s), QVariantList{u"Killed"_s});
     QCOMPARE(Ctl(u"limit long none"_s).status, 2);
+    QCOMPARE(
+        Unlike(u"budget cores 2 memory 500 --json"_s,
+               R"({"cores":2,"cores_in_use":0,"memory_mb":500,"memory_mb_in_use":0,"on":true,"running":0})"),
+        "");
+    QCOMPARE(Ctl(u"submit --type Wait --cores 3 "_s + Project().Path(u"runs"_s)).status, 4);
+    QCOMPARE(Ctl(u"submit --type Wait --cores many "_s + Project().Path(u"runs"_s)).status, 2);
+    QCOMPARE(Unlike(u"budget off"_s, "There is no budget: the queues' limits alone count; nothing runs."), "");
+    for (const char *wrong : {"budget cores", "budget off 1", "budget cores 0", "budget 8"})
+        QCOMPARE(Ctl(QString::fromLatin1(wrong)).status, 2);
     QCOMPARE(Ctl(u"pause queueless"_s).status, 2);
 }
 
@@ -144,7 +153,7 @@ void TestControl::RefusesWhoDoesNotShowTheKey()
     QVERIFY(Project().AddTestType(u"Wait"_s, u"wait"_s));
     QVERIFY(Project().Start());
     for (const char *action : {"listjobs", "showjob", "killjob", "removejob", "pausequeue", "unpausequeue",
-                               "limitqueue", "saveproject", "listjobtypes", "movejob", "holdjob",
+                               "limitqueue", "budget", "saveproject", "listjobtypes", "movejob", "holdjob",
                                "releasejob", "estimatequeue", "setquiethours", "setpriority", "Quit"}) {
         for (const QByteArray key : {"", "clientkey=\n", "clientkey=0123456789abcdef\n"}) {
             QTcpSocket client;
