@@ -376,11 +376,17 @@ void Taskmill_AppWindow::SettingsSlot()
     // The program may end while the dialog is open.
     const QPointer<Taskmill_SettingsDialog> dialog = new Taskmill_SettingsDialog{&m_window};
     dialog->Load(m_manager.Destinations().Budget().Limits());
+    Taskmill_StartRules &rules = m_manager.StartRules();
+    dialog->LoadScheduling(rules.QuietHours(), rules.HaveJobsLowPriority());
     const bool isAccepted = dialog->exec() == QDialog::Accepted;
     if (!dialog)
         return;
-    if (isAccepted)
+    if (isAccepted) {
         Taskmill_SetBudget(m_manager.Destinations().Budget(), dialog->Budget());
+        rules.SetJobsLowPriority(dialog->HasLowPriority());
+        if (rules.QuietHours() != dialog->QuietHours())
+            rules.SetQuietHours(dialog->QuietHours());
+    }
     delete dialog;
 }
 

@@ -7,7 +7,7 @@
 #include "ui/startlaterdialog.h"
 #include "ui/tabmenu.h"
 
-#include <algorithm>
+#include <QPointer>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -73,10 +73,17 @@ void Taskmill_HoldEntries::AskWhen(QWidget &parent) const
         const Taskmill_QueueOwner *owner = m_destinations.OwnerOfJob(jobID);
         return owner ? owner->Jobs().FindByJobID(jobID)->Record().Name : QString{};
     };
-    Taskmill_StartLaterDialog dialog{&parent, first ? first->Conditions : Taskmill_StartConditions{}, nameOf};
-    if (dialog.exec() != QDialog::Accepted)
+    // The program may end while the dialog is open.
+    const QPointer<Taskmill_StartLaterDialog> dialog = new Taskmill_StartLaterDialog{
+        &parent, first ? first->Conditions : Taskmill_StartConditions{}, nameOf};
+    const bool isAccepted = dialog->exec() == QDialog::Accepted;
+    if (!dialog)
+        return;
+    const Taskmill_StartConditions conditions = dialog->Conditions();
+    delete dialog;
+    if (!isAccepted)
         return;
     QList<int> jobIDs = m_jobIDs;
     jobIDs.removeIf([this](int jobID) { return !Waiting(jobID); });
-    Report(Taskmill_WaitingJobs{m_destinations}.StartLater(jobIDs, dialog.Conditions()));
+    Report(Taskmill_WaitingJobs{m_destinations}.StartLater(jobIDs, conditions));
 }

@@ -101,10 +101,20 @@ QVariant Taskmill_JobTableModel::MarkOf(qsizetype row) const
     return Taskmill_StatusIcon(status, job ? job->Result.Verdict : Taskmill_Verdict::None);
 }
 
+/// How far it is, and whether it does not get on.
+QString Taskmill_JobTableModel::RunningText(qsizetype row) const
+{
+    QStringList lines{m_progressText(JobIDOfRow(row))};
+    if (const Taskmill_JobRecord *job = RecordOf(row))
+        lines += job->WaitReason.Text();
+    lines.removeAll(QString{});
+    return lines.join(u'\n');
+}
+
 QString Taskmill_JobTableModel::ExplanationOf(qsizetype row, int column) const
 {
     if (column == m_statusColumn && m_progressText && StatusOfRow(row) == Taskmill_JobStatus::Running)
-        return m_progressText(JobIDOfRow(row));
+        return RunningText(row);
     if (column == m_statusColumn && StatusOfRow(row) == Taskmill_JobStatus::Pending) {
         const Taskmill_JobRecord *waiting = RecordOf(row);
         return waiting ? waiting->WaitReason.Text() : QString{};

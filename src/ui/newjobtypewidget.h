@@ -76,8 +76,8 @@ private:
     QSpinBox *m_killGrace; ///< seconds
     QSpinBox *m_timeLimit; ///< minutes, as the next one
     QSpinBox *m_noProgress;
-    QSpinBox *m_cores;     ///< 0 for not said, as the next
-    QSpinBox *m_memory;    ///< in units of 2^20 bytes
+    QSpinBox *m_cores;  ///< 0 for not said, as the next
+    QSpinBox *m_memory; ///< in units of 2^20 bytes
     QPushButton *m_ok;
     QLabel *m_hint;
     QList<QWidget *> m_labels;

@@ -44,8 +44,8 @@ private Q_SLOTS:
             isMarked.append(marked.contains(job));
         const auto wanted = Taskmill_MoveFromWord(move);
         QString order;
-        for (const qsizetype place : wanted ? Taskmill_MovedPlaces(isMarked, *wanted)
-                                            : Taskmill_PlacesBefore(isMarked, move.toInt()))
+        for (const qsizetype place :
+             wanted ? Taskmill_MovedPlaces(isMarked, *wanted) : Taskmill_PlacesBefore(isMarked, move.toInt()))
             order += jobs[place];
         QTEST(order, "order");
     }
@@ -73,7 +73,8 @@ private Q_SLOTS:
             numbers = Taskmill_OrderNumber::Renumbered(moved, isMoved);
             int others = 0;
             for (qsizetype place = 0; place < numbers.size(); ++place) {
-                QVERIFY2(place == 0 || numbers[place] > numbers[place - 1], qPrintable(QString::number(round)));
+                QVERIFY2(place == 0 || numbers[place] > numbers[place - 1],
+                         qPrintable(QString::number(round)));
                 if (!isMoved[place] && numbers[place] != moved[place])
                     ++others;
             }
@@ -98,11 +99,12 @@ private Q_SLOTS:
                                      << u"not before 18:00"_s;
         QTest::newRow("tomorrow") << Taskmill_StartConditions{.NotBefore = tomorrow} << Other::Gone
                                   << u"not before 2026-03-05 06:00"_s;
-        QTest::newRow("the time has come") << Taskmill_StartConditions{.NotBefore = now} << Other::Gone
-                                           << QString{};
+        QTest::newRow("the time has come")
+            << Taskmill_StartConditions{.NotBefore = now} << Other::Gone << QString{};
         QTest::newRow("the other waits") << after << Other::Waits << u"waits for the end of job 7"_s;
         QTest::newRow("the other runs") << after << Other::Runs << u"waits for the end of job 7"_s;
-        QTest::newRow("the other is judged") << after << Other::IsJudged << u"waits for the result of job 7"_s;
+        QTest::newRow("the other is judged")
+            << after << Other::IsJudged << u"waits for the result of job 7"_s;
         QTest::newRow("the other has failed") << after << Other::Failed << u"held: job 7 has failed"_s;
         QTest::newRow("the other was killed") << after << Other::Killed << u"held: job 7 was killed"_s;
         QTest::newRow("the other is gone") << after << Other::Gone << u"held: job 7 was removed"_s;
@@ -121,12 +123,20 @@ private Q_SLOTS:
     void ReadsTimes_data()
     {
         QTest::addColumn<QString>("time"); // empty for none
-        for (const auto &[text, time] :
-             {std::pair{"18:05", "2026-03-04T18:05:00"}, {"17:30", "2026-03-05T17:30:00"},
-              {"6:00", "2026-03-05T06:00:00"}, {"2031-12-24 18:30", "2031-12-24T18:30:00"},
-              {"2031-12-24T18:30:15", "2031-12-24T18:30:15"}, {"+90", "2026-03-04T19:00:00"},
-              {"+2h", "2026-03-04T19:30:00"}, {" +1d ", "2026-03-05T17:30:00"}, {"+2w", ""}, {"25:00", ""},
-              {"2026-02-30 10:00", ""}, {"+99999999999d", ""}, {"tomorrow", ""}, {"", ""}})
+        for (const auto &[text, time] : {std::pair{"18:05", "2026-03-04T18:05:00"},
+                                         {"17:30", "2026-03-05T17:30:00"},
+                                         {"6:00", "2026-03-05T06:00:00"},
+                                         {"2031-12-24 18:30", "2031-12-24T18:30:00"},
+                                         {"2031-12-24T18:30:15", "2031-12-24T18:30:15"},
+                                         {"+90", "2026-03-04T19:00:00"},
+                                         {"+2h", "2026-03-04T19:30:00"},
+                                         {" +1d ", "2026-03-05T17:30:00"},
+                                         {"+2w", ""},
+                                         {"25:00", ""},
+                                         {"2026-02-30 10:00", ""},
+                                         {"+99999999999d", ""},
+                                         {"tomorrow", ""},
+                                         {"", ""}})
             QTest::newRow(text) << QString::fromLatin1(time);
     }
 

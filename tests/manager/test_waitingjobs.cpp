@@ -90,7 +90,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("deed");
         QTest::addColumn<QString>("reason"); // empty when it starts
         QTest::newRow("that ends well") << u"waitfor @INFILE.go"_s << u"release"_s << QString{};
-        QTest::newRow("that ends well and is forgotten") << u"waitfor @INFILE.go"_s << u"forget"_s << QString{};
+        QTest::newRow("that ends well and is forgotten")
+            << u"waitfor @INFILE.go"_s << u"forget"_s << QString{};
         QTest::newRow("that fails") << u"exit 3"_s << QString{} << u"held: job 1 has failed"_s;
         QTest::newRow("that is killed") << u"wait"_s << u"kill"_s << u"held: job 1 was killed"_s;
         QTest::newRow("that is removed") << u"wait"_s << u"remove"_s << u"held: job 1 was removed"_s;
@@ -223,7 +224,6 @@ private Q_SLOTS:
         QCOMPARE(Taskmill_SecondsToEnd(jobs, 0, usual), std::nullopt);
         QCOMPARE(Taskmill_SecondsToEnd(jobs + Jobs{{3, {}}}, 2, usual), std::nullopt);
 
-        Queue().SetMaxRunningJobs(0);
         SubmitGated(2);
         const auto finish = [this](int jobID, int seconds, Taskmill_JobStatus status) {
             Taskmill_JobRecord job = TestManager::JobOf(m_gated, jobID);
@@ -237,11 +237,6 @@ private Q_SLOTS:
         finish(1000, 1, Taskmill_JobStatus::Killed);
         QCOMPARE(Taskmill_EstimateOf(Queue(), noon), QString{});
         finish(1001, 1800, Taskmill_JobStatus::Completed);
-        Queue().SetMaxRunningJobs(0);
-        QCOMPARE(Taskmill_EstimateOf(Queue(), noon), QString{});
-        QCOMPARE(Waiting().Hold({2}).Problem, QString{});
-        Queue().SetMaxRunningJobs(1);
-        QCOMPARE(Waiting().Release({2}).Problem, QString{});
         const Taskmill_JobTime started = Queue().JobAt(0)->Record().Started;
         const QDateTime end = started.ClockTime().addSecs(2400);
         const QString text = Taskmill_EstimateOf(Queue(), started);
