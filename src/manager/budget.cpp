@@ -76,11 +76,10 @@ QString Taskmill_BudgetText(const Taskmill_JobBudget &budget)
     const Taskmill_JobBudget::Use use = budget.InUse();
     const QString limits = budget.IsOn() ? u"The budget is %1"_s.arg(LimitsText(budget.Limits()))
                                          : u"There is no budget: the queues' limits alone count"_s;
-    const QString running = use.Jobs == 0
-                                ? u"nothing runs"_s
-                                : u"%1 %2 %3"_s.arg(CountText(use.Jobs, u"running job"_s),
-                                                    use.Jobs == 1 ? u"takes"_s : u"take"_s,
-                                                    AmountText(use.Cores, use.MemoryMB));
+    const QString running = use.Jobs == 0 ? u"nothing runs"_s
+                                          : u"%1 %2 %3"_s.arg(CountText(use.Jobs, u"running job"_s),
+                                                              use.Jobs == 1 ? u"takes"_s : u"take"_s,
+                                                              AmountText(use.Cores, use.MemoryMB));
     return limits + u"; "_s + running + u'.';
 }
 

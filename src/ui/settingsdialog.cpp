@@ -33,7 +33,8 @@ Taskmill_SettingsDialog::Taskmill_SettingsDialog(QWidget *parent)
     : QDialog{parent}
     , m_budget{new QGroupBox{u"Start jobs only as long as the computer has &room for them"_s}}
     , m_cores{NumberBox(u"Cores"_s, u"What all running jobs may take together."_s)}
-    , m_memory{NumberBox(u"Memory"_s, u"What all running jobs may take together, in megabytes of 2^20 bytes."_s)}
+    , m_memory{
+          NumberBox(u"Memory"_s, u"What all running jobs may take together, in megabytes of 2^20 bytes."_s)}
 {
     setWindowModality(Qt::WindowModal);
     setWindowTitle(u"Settings"_s);
@@ -54,10 +55,11 @@ void Taskmill_SettingsDialog::AddBudget(QBoxLayout &layout)
     m_memory->setRange(0, std::numeric_limits<int>::max());
     m_memory->setSingleStep(1024);
     m_memory->setSuffix(u" MB"_s);
-    auto *explanation = new QLabel{
-        u"Jobs of both queues then start as soon as what they need is free, up to the limits of their queues; "
-        "smaller ones overtake a larger one for at most ten minutes. What a job needs is read from its input. "
-        "Jobs without a queue start at once all the same, and count."_s};
+    auto *explanation = new QLabel{u"Jobs of both queues then start as soon as what they need is free, up to "
+                                   u"the limits of their queues; "
+                                   "smaller ones overtake a larger one for at most ten minutes. What a job "
+                                   "needs is read from its input. "
+                                   "Jobs without a queue start at once all the same, and count."_s};
     explanation->setWordWrap(true);
     m_budget->setCheckable(true);
     m_budget->setAccessibleDescription(explanation->text());

@@ -94,7 +94,8 @@ void TestControl::ListsAndEndsJobs()
         "");
     QCOMPARE(Ctl(u"submit --type Wait --cores 3 "_s + Project().Path(u"runs"_s)).status, 4);
     QCOMPARE(Ctl(u"submit --type Wait --cores many "_s + Project().Path(u"runs"_s)).status, 2);
-    QCOMPARE(Unlike(u"budget off"_s, "There is no budget: the queues' limits alone count; nothing runs."), "");
+    QCOMPARE(Unlike(u"budget off"_s, "There is no budget: the queues' limits alone count; nothing runs."),
+             "");
     for (const char *wrong : {"budget cores", "budget off 1", "budget cores 0", "budget 8"})
         QCOMPARE(Ctl(QString::fromLatin1(wrong)).status, 2);
     QCOMPARE(Ctl(u"pause queueless"_s).status, 2);

@@ -31,7 +31,8 @@ private Q_SLOTS:
         add("a part of a megabyte is one", "%mem=131073\n" + route, plain, {}, u"7 cores, 2 MB"_s);
         add("numbers beyond all measure", "%nproc=2000000000\n%mem=99999999999TB\n" + route, plain, {},
             u"1000000 cores, 1099511627776 MB"_s);
-        add("the command line", "He 0 0 0\n", u"@EXEFILE @INFILE --opt -P @NPROCS"_s, {}, u"3 cores, 70 MB"_s);
+        add("the command line", "He 0 0 0\n", u"@EXEFILE @INFILE --opt -P @NPROCS"_s, {},
+            u"3 cores, 70 MB"_s);
         add("the environment", "He 0 0 0\n", plain, u"A=1\nOMP_NUM_THREADS=5,1\n"_s, u"5 cores, 70 MB"_s);
         add("only what stands near the beginning is read", QByteArray(300'000, '\n') + "%nproc=4\n" + route,
             plain, {}, u"7 cores, 70 MB"_s);

@@ -138,7 +138,9 @@ private Q_SLOTS:
     void ABudgetRulesAllQueues()
     {
         qint64 now = 0;
-        Taskmill_JobBudget budget{[&now] { return now; }};
+        Taskmill_JobBudget budget{[&now] {
+            return now;
+        }};
         Taskmill_JobServices services = m_services;
         services.Budget = &budget;
         Taskmill_LongJobsQueue longJobs{services};

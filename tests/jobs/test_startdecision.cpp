@@ -52,8 +52,8 @@ class TestStartDecision : public TestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    /// A job is "cores", or "cores:MB", with "h" behind it when it is held, and "@N" when it is the first of its
-    /// queue for N minutes. A queue is "running/limit" and its jobs, or "paused" and its jobs.
+    /// A job is "cores", or "cores:MB", with "h" behind it when it is held, and "@N" when it is the first of
+    /// its queue for N minutes. A queue is "running/limit" and its jobs, or "paused" and its jobs.
     void Decisions_data()
     {
         QTest::addColumn<QString>("budget");
@@ -188,7 +188,9 @@ private:
         const bool isLarge = Below(12) == 0;
         return {.JobID = m_nextJobID++,
                 .Cores = isLarge ? 1 + Below(10) : 1 + Below(2),
-                .MemoryMB = Below(3) == 0 ? 0 : isLarge ? Below(1100) : Below(300)};
+                .MemoryMB = Below(3) == 0 ? 0
+                            : isLarge     ? Below(1100)
+                                          : Below(300)};
     }
 
     void Change()

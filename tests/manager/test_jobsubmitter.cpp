@@ -256,8 +256,9 @@ private Q_SLOTS:
     {
         AddType(u"Run"_s);
         AddType(u"Two"_s, u"Short"_s, u"Files (*.two)"_s);
-        const QByteArray file = WriteTestFile(m_manager->Path(u"a.two"_s),
-                                              "%nproc=4\n%mem=1GB\n#p hf\n\nt\n\n0 1\nHe\n").toLocal8Bit();
+        const QByteArray file =
+            WriteTestFile(m_manager->Path(u"a.two"_s), "%nproc=4\n%mem=1GB\n#p hf\n\nt\n\n0 1\nHe\n")
+                .toLocal8Bit();
         const QByteArray request = "jobtypename=Two\njobinputfile=" + file;
         Taskmill_SetBudget(m_manager->Destinations().Budget(), {.Cores = 6});
         QCOMPARE(Submit(request).size(), 1);
@@ -265,8 +266,8 @@ private Q_SLOTS:
         QCOMPARE(Job(1).MemoryMB(), 1024);
         QCOMPARE(Submit(request + "\njobcores=6\njobmemory=99999").size(), 1);
         QCOMPARE(Job(2).MemoryMB(), 99999);
-        const auto refused = m_manager->Submitter().Submit(
-            Taskmill_RequestMessage::Parse(request + "\njobcores=7"));
+        const auto refused =
+            m_manager->Submitter().Submit(Taskmill_RequestMessage::Parse(request + "\njobcores=7"));
         QCOMPARE(refused.Refusal, u"the job is larger than the budget (7 cores of 6)"_s);
         // What has no queue need not fit.
         QCOMPARE(Submit("jobtypename=Run\njobqueue=none\njobcores=7").size(), 1);
@@ -277,7 +278,7 @@ private Q_SLOTS:
         QCOMPARE(m_manager->prompt.asked.last().text,
                  u"The job is larger than the budget (1024 MB of 1000).\n\nNo job was made of:\na.two"_s);
         // The user's own numbers count.
-        m_dialog.Answer->Needs = {{QString::fromLocal8Bit(file), {.MemoryMB = 800}}};
+        m_dialog.Answer->Needs[QString::fromLocal8Bit(file)].MemoryMB = 800;
         const QList<int> taken = SubmitFiles({}, Taskmill_Destination::Short);
         QCOMPARE(taken.size(), 1);
         QCOMPARE(Job(taken.first()).MemoryMB(), 800);
