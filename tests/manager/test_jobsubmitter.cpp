@@ -278,7 +278,7 @@ private Q_SLOTS:
         QCOMPARE(m_manager->prompt.asked.last().text,
                  u"The job is larger than the budget (1024 MB of 1000).\n\nNo job was made of:\na.two"_s);
         // The user's own numbers count.
-        m_dialog.Answer->Needs = {{QString::fromLocal8Bit(file), {.MemoryMB = 800}}};
+        m_dialog.Answer->Needs[QString::fromLocal8Bit(file)].MemoryMB = 800;
         const QList<int> taken = SubmitFiles({}, Taskmill_Destination::Short);
         QCOMPARE(taken.size(), 1);
         QCOMPARE(Job(taken.first()).MemoryMB(), 800);
