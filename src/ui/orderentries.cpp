@@ -42,9 +42,9 @@ Taskmill_OrderEntries::Taskmill_OrderEntries(KilnUtil_TableWidget &table, Taskmi
 {
 }
 
-QKeySequence Taskmill_OrderEntries::KeysOf(Taskmill_Move move)
+Taskmill_Move Taskmill_OrderEntries::MoveOfKey(int key)
 {
-    return {static_cast<int>(Qt::ALT) | std::ranges::find(entries, move, &Entry::move)->key};
+    return std::ranges::find(entries, key, &Entry::key)->move;
 }
 
 bool Taskmill_OrderEntries::IsAnyWaiting(const QList<int> &jobIDs) const
@@ -62,8 +62,8 @@ void Taskmill_OrderEntries::Add(Taskmill_TabMenu &menu, const QList<int> &jobIDs
     menu.SetSubmenu(u"Move"_s);
     for (const Entry &entry : entries) {
         QAction *action = menu.AddEntry(entry.text, canMove);
-        // The keys are the table's: here they are only shown.
-        action->setShortcut(KeysOf(entry.move));
+        // The keys are the table's, and are only shown here.
+        action->setShortcut(QKeySequence{static_cast<int>(Qt::ALT) | entry.key});
         action->setShortcutContext(Qt::WidgetShortcut);
         m_moves.append({action, entry.move});
     }

@@ -24,8 +24,8 @@ public:
     /// Does what was chosen; false when it is not one of these.
     bool Act(const QAction &chosen, const QList<int> &jobIDs) const;
 
-    /// The keys of a move, for menus.
-    [[nodiscard]] static QKeySequence KeysOf(Taskmill_Move move);
+    /// See KilnUtil_TableWidget::MoveKeyPressedSignal().
+    [[nodiscard]] static Taskmill_Move MoveOfKey(int key);
     /// The rows show afterwards what was done, unless the user has sorted them by something else.
     void Move(const QList<int> &jobIDs, Taskmill_Move move) const;
     void MoveBefore(const QList<int> &jobIDs, int beforeJobID) const;

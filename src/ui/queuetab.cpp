@@ -22,8 +22,6 @@
 #include "ui/tablefiller.h"
 #include "widgets/tablewidget.h"
 
-#include <QShortcut>
-
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
@@ -149,17 +147,12 @@ void Taskmill_QueueTab::LetRowsBeMoved()
         m_order->MoveBefore(JobIDsOfRows(m_table->SelectedRows()), beforeJobID);
         FillTable();
     });
-    for (const Taskmill_Move move :
-         {Taskmill_Move::Up, Taskmill_Move::Down, Taskmill_Move::Top, Taskmill_Move::Bottom}) {
-        auto *keys = new QShortcut{Taskmill_OrderEntries::KeysOf(move), m_table};
-        keys->setContext(Qt::WidgetShortcut);
-        connect(keys, &QShortcut::activated, this, [this, move] {
-            FillTable();
-            m_order->Move(JobIDsOfRows(m_table->SelectedRows()), move);
-            FillTable();
-            m_table->scrollTo(m_table->currentIndex());
-        });
-    }
+    connect(m_table, &KilnUtil_TableWidget::MoveKeyPressedSignal, this, [this](int key) {
+        FillTable();
+        m_order->Move(JobIDsOfRows(m_table->SelectedRows()), Taskmill_OrderEntries::MoveOfKey(key));
+        FillTable();
+        m_table->scrollTo(m_table->currentIndex());
+    });
 }
 
 void Taskmill_QueueTab::FillTable()

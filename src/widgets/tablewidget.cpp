@@ -525,6 +525,7 @@ void KilnUtil_TableWidget::keyPressEvent(QKeyEvent *event)
     const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
     const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     const bool isDelete = event->key() == Qt::Key_Delete;
+    static const QList<int> moveKeys{Qt::Key_Up, Qt::Key_Down, Qt::Key_Home, Qt::Key_End};
     // A key that is held down acts once.
     if (event->isAutoRepeat() && (isEnter || isDelete))
         return;
@@ -532,6 +533,8 @@ void KilnUtil_TableWidget::keyPressEvent(QKeyEvent *event)
         Q_EMIT cellDoubleClicked(currentIndex().row(), currentIndex().column());
     else if (modifiers == Qt::NoModifier && isDelete)
         Q_EMIT RemoveRequestedSignal();
+    else if (modifiers == Qt::AltModifier && m_whyRowsStay && moveKeys.contains(event->key()))
+        Q_EMIT MoveKeyPressedSignal(event->key());
     else
         QTableView::keyPressEvent(event);
 }

@@ -84,6 +84,8 @@ Q_SIGNALS:
     void cellDoubleClicked(int row, int column);
     /// The selected rows are to stand before that row of the view; at the end for the number of rows.
     void RowsMovedSignal(int before);
+    /// Alt with an arrow key, Home or End, where rows can be moved: the selected rows are to go there.
+    void MoveKeyPressedSignal(int key);
     /// The Delete key.
     void RemoveRequestedSignal();
 
