@@ -85,12 +85,6 @@ Taskmill_WaitingJobs::Outcome Taskmill_StartRules::SetPriorityFrom(const QString
                           : u"Jobs that start from now on have normal priority."_s};
 }
 
-QString Taskmill_StartRules::QuietText() const
-{
-    return AreHoursQuiet() ? u"No job is started in the quiet hours, %1."_s.arg(m_quietHours.Text())
-                           : QString{};
-}
-
 Taskmill_OtherJob Taskmill_StartRules::StateOfFinished(int jobID)
 {
     // Nothing but a removal changes them.

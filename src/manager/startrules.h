@@ -43,9 +43,6 @@ public:
     /// The same of what was typed; says what has become of it.
     [[nodiscard]] Taskmill_WaitingJobs::Outcome SetQuietHoursFrom(const QString &text);
     [[nodiscard]] Taskmill_WaitingJobs::Outcome SetPriorityFrom(const QString &text);
-    /// What quiet hours are said to be, for a queue that starts nothing; empty when they are not quiet.
-    [[nodiscard]] QString QuietText() const;
-
     /// What the request says of when its job may start; returns why it is refused, or nothing.
     [[nodiscard]] QString ReadConditions(const Taskmill_JobRequest &request,
                                          Taskmill_StartConditions &conditions);
