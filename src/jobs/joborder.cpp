@@ -96,9 +96,14 @@ QList<qint64> Taskmill_OrderNumber::Renumbered(QList<qint64> numbers, const QLis
         };
         if (!isMoved[first] && isBehind(first, 0))
             continue;
-        // Those that are to be numbered, and as many behind them as there is no room for otherwise.
+        // Those that are to be numbered, and as many behind them as there is little room for otherwise: the
+        // more are numbered anew, the more room they get, so that it is long until the next time.
         qsizetype end = first + 1;
-        while (end < count && (isMoved[end] || !isBehind(end, end - first)))
+        const auto lacksRoom = [&] {
+            const qint64 wanted = end - first + 1;
+            return isMoved[end] || !isBehind(end, 4 * wanted * wanted);
+        };
+        while (end < count && lacksRoom())
             ++end;
         NumberBetween(numbers, first, end);
         first = end - 1;

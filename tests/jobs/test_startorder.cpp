@@ -57,7 +57,7 @@ private Q_SLOTS:
         QList<qint64> numbers;
         for (qint32 jobID = 1; jobID <= 300; ++jobID)
             numbers.append(Taskmill_OrderNumber::OfJobID(jobID));
-        int mostOthers = 0;
+        int others = 0;
         for (int round = 0; round < 4000; ++round) {
             // Half of them at one place, where the room is used up.
             const qsizetype before = round % 2 == 0 ? 150 : random.bounded(numbers.size() + 1);
@@ -71,16 +71,14 @@ private Q_SLOTS:
                 isMoved.append(isMarked[place]);
             }
             numbers = Taskmill_OrderNumber::Renumbered(moved, isMoved);
-            int others = 0;
             for (qsizetype place = 0; place < numbers.size(); ++place) {
                 QVERIFY2(place == 0 || numbers[place] > numbers[place - 1],
                          qPrintable(QString::number(round)));
                 if (!isMoved[place] && numbers[place] != moved[place])
                     ++others;
             }
-            mostOthers = std::max(mostOthers, others);
         }
-        QVERIFY2(mostOthers <= 20, qPrintable(QString::number(mostOthers)));
+        QVERIFY2(others < 4000 * 5, qPrintable(QString::number(others)));
     }
 
     void SaysWhyAJobWaits_data()
