@@ -70,6 +70,41 @@ QString Taskmill_ProblemOfMissingFile(const QString &path)
     return text.arg(path);
 }
 
+namespace {
+/// Qt takes its own with one hyphen or two.
+QString OptionName(const QString &argument)
+{
+    return argument.sliced(argument.startsWith("--"_L1) ? 2 : 1).section(u'=', 0, 0);
+}
+
+const QStringList &QtOptionsWithValue()
+{
+    static const QStringList names{u"display"_s,
+                                   u"geometry"_s,
+                                   u"icon"_s,
+                                   u"platform"_s,
+                                   u"platformpluginpath"_s,
+                                   u"platformtheme"_s,
+                                   u"plugin"_s,
+                                   u"qwindowgeometry"_s,
+                                   u"qwindowicon"_s,
+                                   u"qwindowtitle"_s,
+                                   u"session"_s,
+                                   u"style"_s,
+                                   u"stylesheet"_s,
+                                   u"title"_s};
+    return names;
+}
+
+bool IsOptionOfQt(const QString &argument)
+{
+    static const QStringList others{u"desktopsettings"_s, u"dograb"_s, u"nograb"_s,
+                                    u"reverse"_s,         u"sync"_s,   u"widgetcount"_s};
+    const QString name = OptionName(argument);
+    return QtOptionsWithValue().contains(name) || others.contains(name);
+}
+} // namespace
+
 QStringList Taskmill_UnknownOptions(const QStringList &arguments)
 {
     // The levels of progress are accepted and change nothing: none is shown.
@@ -91,35 +126,19 @@ QStringList Taskmill_UnknownOptions(const QStringList &arguments)
     QStringList unknown = arguments.sliced(qMin<qsizetype>(1, arguments.size()));
     unknown.removeIf([](const QString &argument) {
         return !argument.startsWith(u'-') || known.contains(argument, Qt::CaseInsensitive) ||
-               argument.startsWith("-debugfile="_L1, Qt::CaseInsensitive);
+               argument.startsWith("-debugfile="_L1, Qt::CaseInsensitive) || IsOptionOfQt(argument);
     });
     return unknown;
 }
 
 QString Taskmill_FileNamed(const QStringList &arguments)
 {
-    static const QStringList optionsWithValue{u"display"_s,
-                                              u"geometry"_s,
-                                              u"icon"_s,
-                                              u"platform"_s,
-                                              u"platformpluginpath"_s,
-                                              u"platformtheme"_s,
-                                              u"plugin"_s,
-                                              u"qwindowgeometry"_s,
-                                              u"qwindowicon"_s,
-                                              u"qwindowtitle"_s,
-                                              u"session"_s,
-                                              u"style"_s,
-                                              u"stylesheet"_s,
-                                              u"title"_s};
     bool isValue = false;
     for (const QString &argument : arguments.sliced(qMin<qsizetype>(1, arguments.size()))) {
         const bool isOption = argument.startsWith(u'-');
         if (!isOption && !isValue)
             return argument;
-        // Qt takes its own with one hyphen or two.
-        isValue =
-            isOption && optionsWithValue.contains(argument.sliced(argument.startsWith("--"_L1) ? 2 : 1));
+        isValue = isOption && QtOptionsWithValue().contains(OptionName(argument));
     }
     return {};
 }

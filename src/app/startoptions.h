@@ -39,7 +39,7 @@ struct Taskmill_FileArgument
 /// What is wrong with such a file, as one line.
 [[nodiscard]] QString Taskmill_ProblemOfMissingFile(const QString &path);
 
-/// The options among the arguments that do not exist; Qt has taken its own ones out before.
+/// The options among the arguments that neither this program nor Qt has.
 [[nodiscard]] QStringList Taskmill_UnknownOptions(const QStringList &arguments);
 
 /// The first argument that is no option, nor the value of one of Qt's, which are still among them; empty when

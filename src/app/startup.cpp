@@ -172,6 +172,12 @@ int PrintVersion()
     return 0;
 }
 
+void ComplainOfUnknownOptions(const QStringList &arguments)
+{
+    for (const QString &option : Taskmill_UnknownOptions(arguments))
+        Taskmill_PrintStartError(u"unknown option %1, see taskmill -help"_s.arg(option));
+}
+
 /// The program from the application object on: the session, and the prompts that speak for it.
 class Program
 {
@@ -206,7 +212,9 @@ public:
         const Taskmill_FileArgument file = Taskmill_FileArgument::Check(arguments, Taskmill_IsConsoleMode());
         if (file.Result == Taskmill_FileArgument::Outcome::ShowUsage)
             return ShowUsage();
-        Complain(arguments, file);
+        ComplainOfUnknownOptions(arguments);
+        if (!file.MissingFile.isEmpty())
+            Taskmill_PrintStartError(Taskmill_ProblemOfMissingFile(file.MissingFile));
         if (file.Result == Taskmill_FileArgument::Outcome::MissingFile)
             return exitMissingFile;
 
@@ -239,15 +247,6 @@ public:
     }
 
 private:
-    static void Complain(const QStringList &arguments, const Taskmill_FileArgument &file)
-    {
-        const QStringList unknownOptions = Taskmill_UnknownOptions(arguments);
-        for (const QString &option : unknownOptions)
-            Taskmill_PrintStartError(u"unknown option %1, see taskmill -help"_s.arg(option));
-        if (!file.MissingFile.isEmpty())
-            Taskmill_PrintStartError(Taskmill_ProblemOfMissingFile(file.MissingFile));
-    }
-
     int ShowUsage()
     {
         if (!m_outputWindow)
@@ -268,10 +267,11 @@ private:
 };
 
 /// What becomes of a window that is asked for where there is no display.
-int EndWithoutDisplay(const Taskmill_StartOptions &options)
+int EndWithoutDisplay(const Taskmill_StartOptions &options, const QStringList &arguments)
 {
     if (options.ShowsUsage)
         return PrintUsage();
+    ComplainOfUnknownOptions(arguments);
     Taskmill_PrintStartError(u"there is no display for the window; start it with -console"_s);
     return exitFailure;
 }
@@ -290,7 +290,7 @@ int RunApplication(Arguments &arguments, const Taskmill_StartOptions &options, b
     const bool hasDisplay =
         mayHaveDisplay && !(platformIsOurChoice && QGuiApplication::platformName() == "offscreen"_L1);
     if (!hasDisplay && Taskmill_IsGuiMode())
-        return EndWithoutDisplay(options);
+        return EndWithoutDisplay(options, arguments.Texts());
     QApplication::setQuitOnLastWindowClosed(false);
     SetPaths();
     Taskmill_DebugLog::TurnOn(QCoreApplication::arguments());
@@ -323,6 +323,7 @@ int Taskmill_Run(int argc, char **argv)
                                    : KilnUtil_ComputerData::TaskmillConsolePortNumber();
     // Help is for everybody, and starts no second manager.
     if (!options.ShowsUsage && Taskmill_IsManagerRunning(gui, port)) {
+        ComplainOfUnknownOptions(arguments.Texts());
         Taskmill_TurnToRunningManager(gui, port, Taskmill_FileNamed(arguments.Texts()));
         return 0;
     }
@@ -331,7 +332,7 @@ int Taskmill_Run(int argc, char **argv)
 
     const bool mayHaveDisplay = Taskmill_Platform::HasDisplay(arguments.Texts());
     if (!mayHaveDisplay && gui)
-        return EndWithoutDisplay(options);
+        return EndWithoutDisplay(options, arguments.Texts());
     if (!mayHaveDisplay)
         arguments.UsePlatforms("offscreen");
     else if (const QByteArray platforms = Taskmill_Platform::PlatformsToTry(arguments.Texts());

@@ -3,15 +3,18 @@
 
 #include "console/consoleshell.h"
 #include "console/consoleworker.h"
+#include "kilnutil/logging.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 constexpr int joinRoundMs = 10;
-}
+constexpr int joinMs = 10'000;
+} // namespace
 
 Taskmill_Console::Taskmill_Console(QString banner, bool noEventLoop, Taskmill_ConsoleContext context,
                                    std::unique_ptr<Taskmill_ConsoleTerminal> terminal)
@@ -27,8 +30,16 @@ Taskmill_Console::~Taskmill_Console()
 {
     QuitSlot();
     // The worker may be waiting for this thread to carry out a call.
-    while (m_thread.isRunning() && !m_thread.wait(joinRoundMs))
+    const QDeadlineTimer deadline{joinMs};
+    while (m_thread.isRunning() && !m_thread.wait(joinRoundMs) && !m_terminal->IsStillReading() &&
+           !deadline.hasExpired())
         QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    if (m_thread.isRunning()) {
+        // The program ends now, and nothing that this thread could still do is wanted.
+        qCWarning(Taskmill_ConsoleLog, "The console does not end by itself");
+        m_thread.terminate();
+        m_thread.wait();
+    }
 }
 
 void Taskmill_Console::RunSlot()

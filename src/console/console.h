@@ -20,7 +20,7 @@ class Taskmill_Console : public QObject
 public:
     Taskmill_Console(QString banner, bool noEventLoop, Taskmill_ConsoleContext context,
                      std::unique_ptr<Taskmill_ConsoleTerminal> terminal);
-    /// Ends the reading and waits for the thread, serving what it still asks of this one.
+    /// Ends the reading and waits for the thread, serving what it still asks of this one; for 10 s at most.
     ~Taskmill_Console() override;
     Q_DISABLE_COPY_MOVE(Taskmill_Console)
 

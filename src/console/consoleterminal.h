@@ -52,6 +52,8 @@ public:
 
     /// From any thread: ends the waiting, and every later one.
     virtual void Interrupt() = 0;
+    /// Whether ReadLine() waits on after Interrupt(), since the system cannot end its waiting.
+    [[nodiscard]] virtual bool IsStillReading() const { return false; }
 
     /// Used by the Tab key where lines can be edited.
     void SetCompleter(Completer completer) { m_completer = std::move(completer); }

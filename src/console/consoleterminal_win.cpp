@@ -13,6 +13,7 @@
 namespace {
 constexpr DWORD endWaitMs = 250;
 constexpr DWORD cancelRoundMs = 5;
+constexpr int cancelRounds = 200;
 
 /// UTF-8 as other programs of today write it, else the code page of Windows.
 QString TextOfLine(const QByteArray &line)
@@ -84,13 +85,15 @@ public:
         m_writer.Interrupt();
         m_interrupted = true;
         SetEvent(m_interruptEvent);
-        // The reading thread may still be on its way into the call that is to be cancelled.
-        while (m_reading && m_thread) {
+        // The reading thread may still be on its way into the call that is to be cancelled. What stands
+        // behind the handle may not know how to cancel.
+        for (int round = 0; round < cancelRounds && m_reading && m_thread; ++round) {
             if (!CancelSynchronousIo(m_thread) && m_isConsole)
                 PressEnter();
             Sleep(cancelRoundMs);
         }
     }
+    [[nodiscard]] bool IsStillReading() const override { return m_interrupted && m_reading; }
 
 private:
     std::optional<char> NextByte()

@@ -70,6 +70,9 @@ Q_SIGNALS:
 public Q_SLOTS:
     /// A started job has ended: looks what to start next.
     void JobFinishedSlot();
+    /// Tries the starts again that could not be stored, or for which the system had too little of something;
+    /// happens by itself every few seconds.
+    void TryAgainSlot();
 
 protected:
     Taskmill_JobContainer(QString name, const Taskmill_JobServices &services);
@@ -84,7 +87,7 @@ protected:
     virtual void Update() = 0;
     /// Whichever waiting jobs stand before it. A start that fails leaves the job Running without a process,
     /// where it counts against a limit. A job whose start cannot be stored stays Pending, and is tried again
-    /// some time later.
+    /// some time later, as is one whose start was put off.
     void StartJob(Taskmill_Job &job);
     [[nodiscard]] bool IsBudgetOn() const;
     [[nodiscard]] QList<Taskmill_Job *> RunningJobs() const;
@@ -99,6 +102,7 @@ private:
     bool TakeOverRun(Taskmill_Job *job);
     void InsertStarted(Taskmill_Job *job);
     void Follow(Taskmill_Job &job);
+    void TryAgainLater();
     void InsertInOrder(Taskmill_Job *job);
     void TakeOut(Taskmill_Job *job);
     /// Takes them all out of the list before any of them is killed.
@@ -108,5 +112,6 @@ private:
     const Taskmill_JobServices m_services;
     QList<Taskmill_Job *> m_jobs;
     QMultiHash<int, Taskmill_Job *> m_jobsByID; ///< a project file may hold a number twice
-    bool m_triesAgain = false;                  ///< Update() is called when the time for another try has come
+    bool m_triesAgain = false;                  ///< TryAgainSlot() is called when the time for it has come
+    bool m_isLackLogged = false;                ///< since a job has ended
 };

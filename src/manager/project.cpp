@@ -406,7 +406,16 @@ bool Taskmill_Project::SaveUnattended()
     if (FilePath().isEmpty() || !HasUnsavedChanges())
         return true;
     const QString ownPath = FilePath();
-    const QString path = FileHasChanged() ? Taskmill_FileBeside(ownPath) : ownPath;
+    const bool hasChanged = FileHasChanged();
+    if (hasChanged && m_copy) {
+        // The next start asks which of the two it is to be.
+        qCWarning(Taskmill_ManagerLog,
+                  "%ls was changed by another program and stays as it is; the changes of this project are "
+                  "recovered at the next start",
+                  qUtf16Printable(ownPath));
+        return true;
+    }
+    const QString path = hasChanged ? Taskmill_FileBeside(ownPath) : ownPath;
     if (!(path == ownPath ? WriteOwnFile(path) : WriteFile(path))) {
         WriteSpareFile();
         return false;

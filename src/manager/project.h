@@ -72,9 +72,9 @@ public:
     /// The same without a report: why it could not be written, or nothing when it was.
     [[nodiscard]] std::optional<QString> TrySaveProjectAs(const QString &path);
     /// Writes unsaved changes to the project's own file without asking or reporting anything but to the debug
-    /// log, for a program that ends on a signal; beside the file when that has changed. False when they could
-    /// not be written there: they are in a spare file then, which the log and a notice at the next start
-    /// name, if any place took it.
+    /// log, for a program that ends on a signal. When that file has changed, they stay in the working copy,
+    /// or are written beside the file where there is none. False when they could not be written there: they
+    /// are in a spare file then, which the log and a notice at the next start name, if any place took it.
     bool SaveUnattended();
     /// The trimmed name with ".mill" at its end; empty for an empty one.
     [[nodiscard]] static QString ProjectFileName(const QString &name);

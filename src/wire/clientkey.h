@@ -19,5 +19,6 @@ constexpr std::string_view Taskmill_WireClientKey = "clientkey=";
                                                                const std::string &stateFolder);
 
 /// The lines that show the key of the manager at the other end of a connection to the port. Empty when there
-/// is none, or when a program of another user may listen there.
+/// is none, or when a program of another user may listen there. With TASKMILL_ACCEPT_UNKNOWN=1 in the
+/// environment, when a program of another user is known to listen there.
 [[nodiscard]] std::string Taskmill_ClientKeyLines(const Taskmill_Socket &connection, std::uint16_t port);

@@ -193,10 +193,11 @@ QByteArray ManagerProcess::Errors() const
 CtlResult ManagerProcess::Ctl(const QStringList &arguments) const
 {
     // The manager's key is there.
-    return RunCtl(arguments, {.consolePort = m_consolePort,
-                              .guiPort = m_guiPort,
-                              .directory = m_directory,
-                              .variables = {u"XDG_RUNTIME_DIR="_s + m_directory}});
+    return RunCtl(arguments,
+                  {.consolePort = m_consolePort,
+                   .guiPort = m_guiPort,
+                   .directory = m_directory,
+                   .variables = {u"XDG_RUNTIME_DIR="_s + m_directory, u"LOCALAPPDATA="_s + m_directory}});
 }
 
 QByteArray ManagerProcess::Submit(const QString &jobType, const QString &inputFile, const QString &queue,

@@ -107,6 +107,8 @@ private Q_SLOTS:
             "taskmill: the link dangling.mill leads to no file\n");
         add("unknown option", u"-console -concole missing.mill"_s, 2, "taskmill: unknown option -concole");
         add("window without a display", {}, 1, "taskmill: there is no");
+        add("unknown option of a window without a display", u"-style fusion -concole"_s, 1,
+            "taskmill: unknown option -concole, see taskmill -help\ntaskmill: there is no");
     }
 
     void StartsInVain()

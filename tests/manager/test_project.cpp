@@ -268,9 +268,8 @@ private Q_SLOTS:
         // Nobody can be asked.
         QVERIFY(Project().SaveUnattended());
         QCOMPARE(RowsOfFile(File(), limit), QStringList{u"5"_s});
-        const QStringList spare = QDir{m_manager->directory.path()}.entryList({u"jobs-*.mill"_s});
-        QCOMPARE(spare.size(), 1);
-        QCOMPARE(RowsOfFile(spare.first(), u"SELECT COUNT(*) FROM ShortJobsQueue"_s), QStringList{u"1"_s});
+        QVERIFY(Project().HasUnsavedChanges());
+        Project().CloseProject();
 
         // The table that was lost is made anew, or finished jobs would be lost.
         Prompt().answers = {WarnAnswer::Yes};
