@@ -30,7 +30,8 @@ std::unique_ptr<KilnUtil_RunKeepers> MakeKeepers()
     const auto folder = std::ranges::find_if(folders, KilnUtil_MakeMachineFolder);
     if (folder == folders.end())
         return nullptr;
-    return KilnUtil_RunKeepers::Make(KilnUtil_FileSys::m_appDirPath + u'/' + name, *folder + u"/runs"_s);
+    return KilnUtil_RunKeepers::Make(KilnUtil_FileSys::m_appDirPath + u'/' + name,
+                                     KilnUtil_RunKeepers::FolderIn(*folder));
 }
 } // namespace
 

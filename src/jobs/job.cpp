@@ -5,6 +5,7 @@
 #include "jobs/jobenvironment.h"
 #include "jobs/runofjob.h"
 #include "kilnutil/filesys.h"
+#include "kilnutil/logging.h"
 #include "kilnutil/textencoding.h"
 #include "processes/process.h"
 #include "processes/processinspector.h"
@@ -49,6 +50,8 @@ bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
 {
     m_record.SetStatus(Taskmill_JobStatus::Running, true);
     m_record.WaitReason = {};
+    if (std::exchange(m_isStartPutOff, false))
+        m_record.StdOutAndStdErr.clear();
     if (m_record.JobType.IsEmpty()) {
         EndWithoutProcess(u"The job was not run: its job type is no longer in the project.\n"_s);
         return true;
@@ -65,6 +68,10 @@ bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
     if (!plan.StandardInput.isEmpty()) {
         QFile file;
         if (!OpenStandardInput(file)) {
+            if (file.error() == QFileDevice::ResourceError) {
+                PutStartOff(file.errorString());
+                return true;
+            }
             m_record.StdOutAndStdErr =
                 u"The job was not run: no file for its standard input could be made in %1.\n"_s.arg(
                     StandardInputDirectory());
@@ -81,6 +88,7 @@ bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
             QFile::remove(name);
             return true;
         }
+        m_writtenInput = file.fileName();
         if (standardInputFile.isEmpty())
             standardInputFile = file.fileName();
     }
@@ -166,8 +174,25 @@ void Taskmill_Job::UseNewProcess()
     });
 }
 
+void Taskmill_Job::PutStartOff(const QString &reason)
+{
+    m_isStartPutOff = true;
+    // The next try makes another one.
+    if (!m_writtenInput.isEmpty())
+        QFile::remove(std::exchange(m_writtenInput, {}));
+    m_record.StdOutAndStdErr =
+        u"The job waits to be started, which is tried again every few seconds: %1\n"_s.arg(reason);
+    Q_EMIT StartPutOffSignal(reason);
+}
+
 bool Taskmill_Job::Kill(Taskmill_ProcessInspector &inspector)
 {
+    if (std::exchange(m_isStartPutOff, false)) {
+        m_record.ExitCode = KilnUtil_Process::ExitCodeOfFailedStart;
+        m_record.SetStatus(Taskmill_JobStatus::Killed, true);
+        Q_EMIT JobFinishedSignal();
+        return true;
+    }
     if (m_record.Status != Taskmill_JobStatus::Running || !m_process)
         return false;
     // A keeper finds all of it, and leaves it time.
@@ -218,12 +243,17 @@ QString Taskmill_Job::TextOfOutput(QByteArray bytes)
     return KilnUtil_TextEncoding::FromUtf8OrLatin1(bytes);
 }
 
-/// A job's end is to hold nothing up: of a long output only what was said of it is taken over.
+/// A job's end is to hold nothing up: of a long output only what was said of it is taken over. What cannot be
+/// read now may be later.
 void Taskmill_Job::GatherLastOutput()
 {
     constexpr qint64 longestGathered = 256L * 1024;
     const bool isLong = m_process && m_process->Output().TotalSize() > longestGathered;
-    const std::optional<QByteArray> said = isLong ? m_process->Output().Appended() : std::nullopt;
+    const bool isLeft = isLong || (m_process && !m_process->Output().IsReadable());
+    if (isLeft && !isLong)
+        qCWarning(Taskmill_JobsLog, "The output of job %d cannot be read now, and stays where it is",
+                  JobID());
+    const std::optional<QByteArray> said = isLeft ? m_process->Output().Appended() : std::nullopt;
     m_record.IsOutputLeft = said.has_value();
     if (said)
         m_record.StdOutAndStdErr = QString::fromUtf8(*said);
@@ -256,6 +286,12 @@ void Taskmill_Job::TakeMeasuresOf(const KilnUtil_RunEnd &end)
 
 void Taskmill_Job::ProcessFinishedSlot(bool)
 {
+    if (m_process && m_process->End().IsForLack && !m_process->WasKilled()) {
+        const QString reason = m_process->End().Reason;
+        std::exchange(m_process, nullptr)->DeleteWhenEnded();
+        PutStartOff(reason);
+        return;
+    }
     const Taskmill_JobStatus status = FinalStatus();
     m_record.ExitCode = m_process ? m_process->ExitCode() : 0;
     if (m_process)

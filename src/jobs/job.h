@@ -63,6 +63,7 @@ public:
     /// Makes the process and starts it. False when the file for its standard input cannot be opened: the job
     /// then stays Running without a process, and its output says why. A program that cannot be started ends
     /// the job as Failed, through the signal, and so does a standard input that cannot be written.
+    /// One for which the system has too little of something is put off, see StartPutOffSignal().
     /// The keepers, if the job is to have one, outlive it.
     bool Start(KilnUtil_RunKeepers *keepers = nullptr);
     /// To be called before the start.
@@ -72,6 +73,9 @@ public:
     /// In place of the start of a job whose run was found again, and is Here: it is Running until the end of
     /// that run, which may have come already.
     void TakeOver(KilnUtil_FoundRun run);
+
+    /// Running without a process: it waits for another Start(), and its output says why.
+    [[nodiscard]] bool IsStartPutOff() const { return m_isStartPutOff; }
 
     /// Ends a running job and everything it started; it is Killed when this returns. False, and nothing done,
     /// for a job that does not run.
@@ -98,6 +102,8 @@ public Q_SLOTS:
     void ProcessFinishedSlot(bool status);
 
 Q_SIGNALS:
+    /// The system had too little of something to start the program, such as processes, memory or open files.
+    void StartPutOffSignal(const QString &reason);
     /// Once for each run, when the final status is set.
     void JobFinishedSignal();
     /// These processes withstand BeginKill() longer than they should; their end is still waited for.
@@ -112,6 +118,7 @@ private:
     bool OpenStandardInput(QFile &file) const;
     void MakeProcess(const struct Taskmill_LaunchPlan &plan, const QString &standardInputFile);
     void UseNewProcess();
+    void PutStartOff(const QString &reason);
     /// Fails the job a little later, as a process that could not be started would.
     void EndWithoutProcess(const QString &reason);
 
@@ -122,4 +129,6 @@ private:
     bool m_hasLowPriority = false;
     bool m_runsElsewhere = false;
     bool m_isBeingKilled = false;
+    bool m_isStartPutOff = false;
+    QString m_writtenInput; ///< the file for the standard input that Start() has made
 };

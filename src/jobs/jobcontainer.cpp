@@ -348,6 +348,7 @@ bool Taskmill_JobContainer::NamesOf(const QList<int> &jobIDs, QStringList &names
 
 void Taskmill_JobContainer::JobFinishedSlot()
 {
+    m_isLackLogged = false;
     Update();
 }
 
@@ -357,27 +358,51 @@ void Taskmill_JobContainer::Follow(Taskmill_Job &job)
     connect(&job, &Taskmill_Job::RemainsSignal, this, [this, &job](const QList<qint64> &processIDs) {
         Q_EMIT RemainsSignal(job.Record(), processIDs);
     });
+    connect(&job, &Taskmill_Job::StartPutOffSignal, this, [this, &job](const QString &reason) {
+        if (!std::exchange(m_isLackLogged, true))
+            qCWarning(Taskmill_JobsLog, "Job %d cannot be started now, and is tried again: %ls", job.JobID(),
+                      qUtf16Printable(reason));
+        TryAgainLater();
+    });
+}
+
+void Taskmill_JobContainer::TryAgainLater()
+{
+    if (!std::exchange(m_triesAgain, true))
+        QTimer::singleShot(nextTry, this, &Taskmill_JobContainer::TryAgainSlot);
+}
+
+void Taskmill_JobContainer::TryAgainSlot()
+{
+    m_triesAgain = false;
+    for (Taskmill_Job *job : RunningJobs()) {
+        if (job->IsStartPutOff())
+            StartJob(*job);
+    }
+    // As many as could have been started meanwhile.
+    LookAgain();
 }
 
 void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
 {
+    const QString runBefore = job.Record().Run;
+    const bool isPutOff = job.IsStartPutOff();
     // Before the start: whatever ends this program from here on, the run is found again.
     if (m_services.Keepers)
         job.SetRun(
             Taskmill_RunOfJob{m_services.Keepers->NewRunID(), KilnUtil_ComputerData::MachineID()}.Text());
     if (!m_services.Store.RecordStart(job.Record())) {
-        if (!std::exchange(m_triesAgain, true))
-            QTimer::singleShot(nextTry, this, [this] {
-                m_triesAgain = false;
-                // As many as could have been started meanwhile.
-                LookAgain();
-            });
+        TryAgainLater();
         return;
     }
-    MoveBehindStarted(&job);
     job.SetLowPriority(m_services.Judge && m_services.Judge->HaveJobsLowPriority());
     m_conditional.remove(&job);
-    Follow(job);
+    if (!isPutOff) {
+        MoveBehindStarted(&job);
+        Follow(job);
+    } else if (m_services.Keepers && !runBefore.isEmpty()) {
+        m_services.Keepers->TakeResult(Taskmill_RunOfJob{runBefore}.RunID);
+    }
     if (m_services.Starts)
         m_services.Starts->JobStarts(job);
     if (!job.Start(m_services.Keepers))

@@ -84,6 +84,9 @@ Q_SIGNALS:
 public Q_SLOTS:
     /// A started job has ended: looks what to start next.
     void JobFinishedSlot();
+    /// Tries the starts again that could not be stored, or for which the system had too little of something;
+    /// happens by itself every few seconds.
+    void TryAgainSlot();
 
 protected:
     Taskmill_JobContainer(QString name, const Taskmill_JobServices &services);
@@ -98,7 +101,7 @@ protected:
     virtual void Update() = 0;
     /// Whichever waiting jobs stand before it. A start that fails leaves the job Running without a process,
     /// where it counts against a limit. A job whose start cannot be stored stays Pending, and is tried again
-    /// some time later.
+    /// some time later, as is one whose start was put off.
     void StartJob(Taskmill_Job &job);
     [[nodiscard]] bool IsBudgetOn() const;
     [[nodiscard]] QList<Taskmill_Job *> RunningJobs() const;
@@ -111,6 +114,7 @@ private:
     bool TakeOverRun(Taskmill_Job *job);
     void InsertStarted(Taskmill_Job *job);
     void Follow(Taskmill_Job &job);
+    void TryAgainLater();
     void InsertInOrder(Taskmill_Job *job);
     /// A job of these is about to start, perhaps before others that wait.
     void MoveBehindStarted(Taskmill_Job *job);
@@ -126,5 +130,6 @@ private:
     QList<Taskmill_Job *> m_jobs;
     QMultiHash<int, Taskmill_Job *> m_jobsByID; ///< a project file may hold a number twice
     QSet<Taskmill_Job *> m_conditional;         ///< those of the Pending jobs that have conditions
-    bool m_triesAgain = false;                  ///< Update() is called when the time for another try has come
+    bool m_triesAgain = false;                  ///< TryAgainSlot() is called when the time for it has come
+    bool m_isLackLogged = false;                ///< since a job has ended
 };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/waitreason.h"
 
+#include <QStringList>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {

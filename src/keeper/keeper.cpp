@@ -40,7 +40,7 @@ void Taskmill_Keeper::Start()
         return;
     }
     m_isRecorded = true;
-    FailToStart(errno, "journal");
+    FailToStart(errno, std::string{Taskmill_JournalAsFailedFile});
 }
 
 void Taskmill_Keeper::FailToStart(int error, const std::string &file)

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
+#include "keeper/clock.h"
 #include "keeper/nursery_linux.h"
-#include "wire/runjournals.h"
 
 #include <csignal>
 #include <cstdio>
+#include <ctime>
 
 #include <fcntl.h>
 #include <sys/signalfd.h>
@@ -49,24 +50,26 @@ int TakeSignals()
     return signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC);
 }
 
-/// In a process of its own, so that the memory that it takes is not every keeper's.
-void SweepLostRuns()
+/// In a process of its own, so that the memory that it takes is not every keeper's, and that nothing in there
+/// can hold up what is to be started: a process in an uninterruptible wait stays until that is over. The
+/// number of that process when it is still at work.
+pid_t SweepLostRuns(Taskmill_KeeperChannel &manager)
 {
+    constexpr long long longestMs = 2000;
+    constexpr timespec pause{.tv_sec = 0, .tv_nsec = 1'000'000};
     const pid_t child = fork();
     if (child == 0) {
+        manager.Close();
         Taskmill_SweepLostRuns();
         _exit(0);
     }
-    if (child > 0)
-        waitpid(child, nullptr, 0);
-}
-/// Removes what nobody needs any more, while runs start already.
-void TidyAside()
-{
-    if (fork() != 0)
-        return;
-    Taskmill_RunJournals{"."}.Tidy();
-    _exit(0);
+    const long long end = Taskmill_SteadyClockMs() + longestMs;
+    while (child > 0 && waitpid(child, nullptr, WNOHANG) == 0) {
+        if (Taskmill_SteadyClockMs() >= end)
+            return child;
+        nanosleep(&pause, nullptr);
+    }
+    return 0;
 }
 } // namespace
 
@@ -84,7 +87,6 @@ int main(int argc, char **argv)
     const int signals = TakeSignals();
     if (!manager.IsOpen() || signals < 0)
         return 1;
-    SweepLostRuns();
-    TidyAside();
-    return Taskmill_KeeperNursery{std::move(manager), signals}.Run();
+    const pid_t sweep = SweepLostRuns(manager);
+    return Taskmill_KeeperNursery{std::move(manager), signals, sweep}.Run();
 }

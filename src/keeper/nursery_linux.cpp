@@ -5,6 +5,7 @@
 #include "keeper/keepersystem_linux.h"
 #include "keeper/processtree_linux.h"
 #include "wire/bootid.h"
+#include "wire/runjournals.h"
 #include "wire/runlocks.h"
 #include "wire/runrecord.h"
 
@@ -29,6 +30,8 @@ constexpr int lookAgainMs = 10;
 /// How much of what was recorded a loss of power may take away. To store each line at once would make the
 /// start of a short job ten times as long.
 constexpr long long storeWithinMs = 1000;
+/// How long a run that is lost keeps its place for the sake of a process in an uninterruptible wait.
+constexpr long long longestWaitMs = 5000;
 
 /// The connection of a keeper that is killed may close a moment before its lock is given back, and as long as
 /// that is held its run is not lost.
@@ -42,11 +45,13 @@ void WaitForEndOfKeeper(const std::string &runID)
 }
 } // namespace
 
-Taskmill_KeeperNursery::Taskmill_KeeperNursery(Taskmill_KeeperChannel manager, int signals)
+Taskmill_KeeperNursery::Taskmill_KeeperNursery(Taskmill_KeeperChannel manager, int signals, pid_t sweep)
     : m_manager{std::move(manager)}
     , m_signals{signals}
     , m_bootID{Taskmill_BootID()}
 {
+    if (sweep > 0)
+        m_helpers.emplace(sweep, std::string{});
 }
 
 int Taskmill_KeeperNursery::Run()
@@ -54,6 +59,8 @@ int Taskmill_KeeperNursery::Run()
     // What a keeper leaves that was killed becomes a child of this process.
     if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0 || !OpenJournal())
         return 1;
+    // Removes what nobody needs any more, while runs start already.
+    DoAside({}, [] { Taskmill_RunJournals{"."}.Tidy(); });
     Taskmill_KeeperMessage ready{Taskmill_ReadyWord};
     ready.Add("pid", getpid());
     m_manager.Send(ready);
@@ -114,14 +121,22 @@ void Taskmill_KeeperNursery::StoreJournalWhenDue()
     if (m_storeAt == 0 || Taskmill_SteadyClockMs() < m_storeAt)
         return;
     m_storeAt = 0;
-    // In a process of its own: no start waits for a slow disk.
+    // No start waits for a slow disk.
+    DoAside({}, [this] { fdatasync(m_journal); });
+}
+
+template <typename Work>
+void Taskmill_KeeperNursery::DoAside(const std::string &runID, const Work &work)
+{
     const pid_t child = fork();
     if (child == 0) {
-        fdatasync(m_journal);
+        // It may take long, and the manager is to see when this process is gone.
+        m_manager.Close();
+        work();
         _exit(0);
     }
     if (child > 0)
-        m_helpers.emplace(child, std::string{});
+        m_helpers.emplace(child, runID);
 }
 
 void Taskmill_KeeperNursery::ReadSignals()
@@ -156,8 +171,10 @@ void Taskmill_KeeperNursery::Reap(pid_t child, bool hasCrashed)
     const auto keeper = m_keepers.find(child);
     if (keeper == m_keepers.end())
         return;
-    if (hasCrashed)
+    if (hasCrashed) {
         m_lostRuns.push_back(keeper->second);
+        m_lostAt = Taskmill_SteadyClockMs();
+    }
     if (m_storeAt == 0)
         m_storeAt = Taskmill_SteadyClockMs() + storeWithinMs;
     m_keepers.erase(keeper);
@@ -178,8 +195,13 @@ void Taskmill_KeeperNursery::EndLostRuns()
     };
     Taskmill_SignalAll(Taskmill_StopAll(left), SIGKILL);
     ReapAll();
-    // One that became lost meanwhile shows in the next round.
-    if (!left().empty())
+    // One that became lost meanwhile shows in the next round. What is in an uninterruptible wait ends when
+    // that is over, and does nothing before that.
+    const std::vector<Taskmill_TreeProcess> remaining = left();
+    const bool isWaitLong = Taskmill_SteadyClockMs() >= m_lostAt + longestWaitMs;
+    if (!std::ranges::all_of(remaining, [isWaitLong](const Taskmill_TreeProcess &process) {
+            return isWaitLong && process.state == 'D';
+        }))
         return;
     for (const std::string &runID : m_lostRuns)
         ReportSwept(runID);
@@ -197,14 +219,10 @@ void Taskmill_KeeperNursery::ReportSwept(const std::string &runID) const
 
 void Taskmill_KeeperNursery::SweepFor(const std::string &runID)
 {
-    const pid_t child = fork();
-    if (child == 0) {
+    DoAside(runID, [&runID] {
         WaitForEndOfKeeper(runID);
-        Taskmill_SweepLostRuns();
-        _exit(0);
-    }
-    if (child > 0)
-        m_helpers.emplace(child, runID);
+        Taskmill_SweepLostRuns(runID);
+    });
 }
 
 void Taskmill_KeeperNursery::ReadManager()
@@ -248,9 +266,10 @@ void Taskmill_KeeperNursery::TakeOrder(Taskmill_KeeperMessage order, Taskmill_Ke
     if (keeper > 0) {
         m_keepers.emplace(keeper, order.Value("run"));
     } else {
+        const int error = errno;
         Taskmill_RunRecord record{Taskmill_RunRecord::Kind::End, order.Value("run")};
         record.end.how = Taskmill_RunEnd::How::NotStarted;
-        record.end.code = errno;
+        record.end.code = error;
         Taskmill_KeeperMessage message{Taskmill_EndWord};
         message.Add("record", record.ToLine());
         manager.Send(message);

@@ -15,8 +15,9 @@
 class Taskmill_KeeperNursery
 {
 public:
-    /// SIGCHLD and SIGTERM are blocked and come through `signals`.
-    Taskmill_KeeperNursery(Taskmill_KeeperChannel manager, int signals);
+    /// SIGCHLD and SIGTERM are blocked and come through `signals`. `sweep` is a process of this program that
+    /// still ends what lost runs have left; 0 for none.
+    Taskmill_KeeperNursery(Taskmill_KeeperChannel manager, int signals, pid_t sweep);
 
     /// Returns when there is neither a manager nor a keeper; in a keeper when its run is over. The exit code.
     [[nodiscard]] int Run();
@@ -29,6 +30,9 @@ private:
     void Reap(pid_t child, bool hasCrashed);
     void EndLostRuns();
     void ReportSwept(const std::string &runID) const;
+    /// Does that in a short-lived copy of this process; `runID` is the run whose sweep it is, or empty.
+    template <typename Work>
+    void DoAside(const std::string &runID, const Work &work);
     void SweepFor(const std::string &runID);
     [[nodiscard]] int WaitMs() const;
     void StoreJournalWhenDue();
@@ -47,9 +51,11 @@ private:
     /// Short-lived copies of this process, with the run whose sweep the manager waits for, if there is one.
     std::map<pid_t, std::string> m_helpers;
     std::vector<std::string> m_lostRuns; ///< of which something may be left
+    long long m_lostAt = 0;              ///< when the last of them was
     bool m_isEnding = false;
     bool m_isKeeper = false;
 };
 
-/// Ends what is left of the runs of this boot that have no end and no keeper, in the folder of the runs.
-void Taskmill_SweepLostRuns();
+/// Ends what is left of the runs of this boot that have no end and no keeper, in the folder of the runs; or
+/// of that run alone, if it is one.
+void Taskmill_SweepLostRuns(const std::string &runID = {});

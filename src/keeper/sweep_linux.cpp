@@ -26,9 +26,11 @@ std::set<std::string> LostRuns()
 }
 } // namespace
 
-void Taskmill_SweepLostRuns()
+void Taskmill_SweepLostRuns(const std::string &runID)
 {
-    const std::set<std::string> lost = LostRuns();
+    std::set<std::string> lost = LostRuns();
+    if (!runID.empty())
+        std::erase_if(lost, [&runID](const std::string &id) { return id != runID; });
     if (lost.empty())
         return;
     const auto left = [&lost] {

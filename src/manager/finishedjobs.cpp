@@ -54,8 +54,13 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &ended, const std::f
 {
     RecordMissing();
     Taskmill_JobRecord job = ended;
-    if (job.IsOutputLeft && !CanLeaveOutputs())
-        job.StdOutAndStdErr.prepend(m_outputOfRun ? m_outputOfRun(job.Run) : QString{});
+    if (job.IsOutputLeft && !CanLeaveOutputs() && m_outputOfRun) {
+        const OutputOfRun output = m_outputOfRun(job.Run);
+        job.StdOutAndStdErr.prepend(output.Text);
+        // It stays where it is.
+        if (!output.IsWhole)
+            job.Run.clear();
+    }
     job.IsOutputLeft = job.IsOutputLeft && CanLeaveOutputs();
     const qint64 result = BeginResult(job);
     Missing written{.key = -1, .alsoWrite = alsoWrite, .notification = m_outbox.Add(job)};
@@ -238,13 +243,21 @@ bool Taskmill_FinishedJobs::TakeLeftOutputs()
     const QList<qint64> keys = m_leftOutputs.keys();
     for (const qint64 key : keys) {
         const Taskmill_LeftOutput left = m_leftOutputs.value(key);
-        const QString output = m_outputOfRun(left.Run) + left.Said;
+        const OutputOfRun stored = m_outputOfRun(left.Run);
+        const QString output = stored.Text + left.Said;
         const bool isTaken = database->Untracked([&] {
             return database->SetFinishedJobOutput(key, output) &&
-                   database->WorkingCopy().RemoveLeftOutput(key);
+                   (!stored.IsWhole || database->WorkingCopy().RemoveLeftOutput(key));
         });
         if (!isTaken)
             return false;
+        if (!stored.IsWhole) {
+            qCWarning(Taskmill_ManagerLog, "The output of run %ls cannot be read now, and stays where it is",
+                      qUtf16Printable(left.Run));
+            m_unreadOutputs.insert(key);
+            continue;
+        }
+        m_unreadOutputs.remove(key);
         if (m_results)
             m_results->TakeLeftOutput(left.Run, output);
         m_leftOutputs.remove(key);
@@ -256,8 +269,10 @@ bool Taskmill_FinishedJobs::TakeLeftOutputs()
 void Taskmill_FinishedJobs::GiveUpLeftOutputs()
 {
     const auto outputs = std::exchange(m_leftOutputs, {});
-    for (const Taskmill_LeftOutput &left : outputs)
-        Q_EMIT RunStoredSignal(left.Run);
+    for (const auto &[key, left] : outputs.asKeyValueRange()) {
+        if (!m_unreadOutputs.contains(key))
+            Q_EMIT RunStoredSignal(left.Run);
+    }
 }
 
 void Taskmill_FinishedJobs::Load()
@@ -294,6 +309,7 @@ void Taskmill_FinishedJobs::Clear()
     m_read.clear();
     m_missing.clear();
     m_leftOutputs.clear();
+    m_unreadOutputs.clear();
     ++m_generation;
     Q_EMIT JobsChangedSignal();
 }
@@ -395,9 +411,9 @@ QString Taskmill_FinishedJobs::OutputOf(const Taskmill_JobRecord &job) const
         return job.StdOutAndStdErr;
     const qint64 key = m_entries[position].Key;
     if (const auto held = m_held.constFind(key); held != m_held.constEnd())
-        return (held->IsOutputLeft ? m_outputOfRun(held->Run) : QString{}) + held->StdOutAndStdErr;
+        return (held->IsOutputLeft ? m_outputOfRun(held->Run).Text : QString{}) + held->StdOutAndStdErr;
     if (const auto left = m_leftOutputs.constFind(key); left != m_leftOutputs.constEnd())
-        return m_outputOfRun(left->Run) + left->Said;
+        return m_outputOfRun(left->Run).Text + left->Said;
     Taskmill_Database *database = CurrentDatabase();
     return database ? database->GetFinishedJobOutput(key) : QString{};
 }

@@ -10,6 +10,7 @@
 #include <QHash>
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <QTimer>
 
 #include <chrono>
@@ -63,8 +64,14 @@ public:
     }
     /// The same; what `alsoWrite` writes is part of the one change of the database.
     bool AddJob(const Taskmill_JobRecord &job, const std::function<void()> &alsoWrite);
+    /// See KilnUtil_StoredOutput.
+    struct OutputOfRun
+    {
+        QString Text;
+        bool IsWhole = true;
+    };
     /// Returns what the run of a job wrote, see Taskmill_JobRecord::Run and IsOutputLeft.
-    using OutputReader = std::function<QString(const QString &run)>;
+    using OutputReader = std::function<OutputOfRun(const QString &run)>;
     void SetOutputOfRuns(const OutputReader &read) { m_outputOfRun = read; }
     /// Reads the results of the jobs that are added; outlives this.
     void SetResults(Taskmill_JobResults &results) { m_results = &results; }
@@ -73,7 +80,8 @@ public:
     /// Reads those of the jobs that ended last, and have none: the manager before was ended by force.
     void ReadLostResults();
     /// Writes the long outputs that are still with their runs into the rows of their jobs, so that these are
-    /// whole. False when one cannot be written.
+    /// whole. False when one cannot be written. One that cannot be read now stays where it is, as its row
+    /// says.
     [[nodiscard]] bool TakeLeftOutputs();
     /// Nobody wants them any more.
     void GiveUpLeftOutputs();
@@ -163,6 +171,7 @@ private:
     QHash<qint64, Awaited> m_awaited; ///< by the numbers of their results
     qint64 m_lastResult = 0;
     QHash<qint64, Taskmill_LeftOutput> m_leftOutputs; ///< by the keys of their rows
+    QSet<qint64> m_unreadOutputs;                     ///< those of them whose rows say where they are
     QList<Missing> m_missing;                         ///< in the database
     QList<qint64> m_rowsToRemove;
     bool m_isRemovalCounted = false; ///< as one change of the project

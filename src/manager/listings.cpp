@@ -272,7 +272,7 @@ const QList<JobField> &AllJobFields()
           .key = u"waitreason"_s,
           .cell = WaitReason,
           .standsBehind = u"Elapsed"_s},
-         {24, 6},
+         {26, 14},
          {},
          7},
         {{.header = u"Cores"_s, .key = u"cores"_s, .cell = JobQuantity{Cores, NumberText}, .isHidden = true},

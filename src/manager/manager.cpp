@@ -7,6 +7,7 @@
 #include "jobs/runofjob.h"
 #include "kilnutil/error.h"
 #include "kilnutil/registry.h"
+#include "kilnutil/statefolder.h"
 #include "manager/budget.h"
 #include "manager/changedfiledialogue.h"
 #include "manager/heldjobsdialogue.h"
@@ -40,6 +41,22 @@ void ReportRemains(const Taskmill_JobRecord &job, const QList<qint64> &processID
         u"Killing a Job"_s,
         u"Job %1, %2, cannot be ended yet: its processes %3 withstand. It counts as running "
         "until they have ended."_s.arg(QString::number(job.JobID), job.Name, numbers.join(u", "_s)));
+}
+
+/// What keepers of an earlier start have stored is there without keepers, too.
+KilnUtil_StoredOutput OutputOfRun(const KilnUtil_RunKeepers *keepers, const QString &runID)
+{
+    if (keepers)
+        return keepers->OutputOf(runID);
+    const QStringList folders = KilnUtil_MachineFolderPaths();
+    for (const QString &folder : folders) {
+        if (!KilnUtil_IsMachineFolder(folder))
+            continue;
+        auto output = KilnUtil_RunKeepers::OutputIn(KilnUtil_RunKeepers::FolderIn(folder), runID);
+        if (!output.IsWhole || !output.Bytes.isEmpty())
+            return output;
+    }
+    return {};
 }
 } // namespace
 
@@ -87,6 +104,11 @@ void Taskmill_Manager::ConnectJobs()
                          });
         QObject::connect(&owner->Jobs(), &Taskmill_JobContainer::RemainsSignal, owner, ReportRemains);
     }
+    m_finishedJobs.SetOutputOfRuns([this](const QString &run) {
+        const KilnUtil_StoredOutput output = OutputOfRun(m_keepers.get(), Taskmill_RunOfJob{run}.RunID);
+        return Taskmill_FinishedJobs::OutputOfRun{.Text = Taskmill_Job::TextOfOutput(output.Bytes),
+                                                  .IsWhole = output.IsWhole};
+    });
     if (!m_keepers)
         return;
     m_keepers->SetStorage({.LastChange =
@@ -99,9 +121,6 @@ void Taskmill_Manager::ConnectJobs()
                                    const Taskmill_Database *database = CurrentDatabase();
                                    return !database || database->IsStored(change);
                                }});
-    m_finishedJobs.SetOutputOfRuns([this](const QString &run) {
-        return Taskmill_Job::TextOfOutput(m_keepers->OutputOf(Taskmill_RunOfJob{run}.RunID));
-    });
     QObject::connect(&m_finishedJobs, &Taskmill_FinishedJobs::RunStoredSignal, m_keepers.get(),
                      [this](const QString &run) { m_keepers->TakeResult(Taskmill_RunOfJob{run}.RunID); });
 }

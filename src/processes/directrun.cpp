@@ -2,12 +2,24 @@
 #include "processes/directrun.h"
 
 #include "processes/processtree.h"
+#include "wire/systemlack.h"
 
 #include <QFileInfo>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+/// Qt has the system's reason as a text alone, and not always.
+bool IsForLack(const QString &reason)
+{
+    return !QFile{QProcess::nullDevice()}.open(QIODevice::ReadOnly) ||
+           std::ranges::any_of(Taskmill_LackErrors(),
+                               [&reason](int error) { return reason.endsWith(qt_error_string(error)); });
+}
+} // namespace
 
 KilnUtil_DirectRun::KilnUtil_DirectRun()
 {
@@ -82,7 +94,8 @@ void KilnUtil_DirectRun::ErrorOccurredSlot(QProcess::ProcessError error)
         return;
     m_hasEnded = true;
     m_end.How = KilnUtil_RunEnd::Kind::NotStarted;
-    m_end.Reason = ReasonOfFailedStart();
+    m_end.IsForLack = IsForLack(m_process.errorString());
+    m_end.Reason = m_end.IsForLack ? m_process.errorString() : ReasonOfFailedStart();
     QMetaObject::invokeMethod(this, &KilnUtil_ProcessRun::EndedSignal, Qt::QueuedConnection);
 }
 

@@ -4,6 +4,7 @@
 #include "processes/handlenotifier.h"
 #include "processes/keptrunorder.h"
 #include "processes/nurseryrunkeepers.h"
+#include "wire/systemlack.h"
 
 #include <QDeadlineTimer>
 #include <QTimer>
@@ -64,6 +65,7 @@ KilnUtil_RunEnd KilnUtil_KeptRun::EndOf(const Taskmill_RunEnd &end)
     case Taskmill_RunEnd::How::NotStarted:
         result.How = KilnUtil_RunEnd::Kind::NotStarted;
         result.Reason = qt_error_string(end.code);
+        result.IsForLack = Taskmill_IsLack(end.code);
         return result;
     }
     if (end.by == Taskmill_RunEnd::By::System)
@@ -80,13 +82,18 @@ bool KilnUtil_KeptRun::Start(const KilnUtil_RunOrder &order)
     m_inputPath = runOrder.inputPath;
     m_outputPath = runOrder.outputPath;
     runOrder.runID = m_runID;
+    int error = 0;
     if (m_keepers)
-        m_connection = m_keepers->StartRun(std::move(runOrder));
-    if (!m_connection.IsOpen()) {
-        m_state = State::Ended;
-        return false;
+        m_connection = m_keepers->StartRun(std::move(runOrder), error);
+    if (m_connection.IsOpen()) {
+        Listen();
+        return true;
     }
-    Listen();
+    m_state = State::Ended;
+    if (!Taskmill_IsLack(error))
+        return false;
+    m_end = {.How = KilnUtil_RunEnd::Kind::NotStarted, .Reason = qt_error_string(error), .IsForLack = true};
+    QTimer::singleShot(0, this, &KilnUtil_ProcessRun::EndedSignal);
     return true;
 }
 
@@ -126,8 +133,10 @@ bool KilnUtil_KeptRun::TakeReport(const Taskmill_RunReport &report)
         return true;
     case Kind::Ended: {
         KilnUtil_RunEnd end = EndOf(report.end);
-        if (end.How == KilnUtil_RunEnd::Kind::NotStarted)
-            end.Reason = ReasonOfFailedStart(report);
+        if (end.How == KilnUtil_RunEnd::Kind::NotStarted) {
+            end.IsForLack = end.IsForLack || report.failedFile == Taskmill_JournalAsFailedFile;
+            end.Reason = ReasonOfFailedStart(report, end.IsForLack);
+        }
         Finish(std::move(end));
         return true;
     }
@@ -142,12 +151,16 @@ bool KilnUtil_KeptRun::TakeReport(const Taskmill_RunReport &report)
     return false;
 }
 
-QString KilnUtil_KeptRun::ReasonOfFailedStart(const Taskmill_RunReport &report) const
+QString KilnUtil_KeptRun::ReasonOfFailedStart(const Taskmill_RunReport &report, bool isForLack) const
 {
     const QString file = QString::fromStdString(report.failedFile);
     const QString reason = qt_error_string(report.end.code);
     if (file.isEmpty())
         return reason;
+    if (report.failedFile == Taskmill_JournalAsFailedFile)
+        return u"the start cannot be recorded: "_s + reason;
+    if (isForLack)
+        return u"%1: %2"_s.arg(file, reason);
     if (report.failedFile == m_inputPath)
         return u"%1 cannot be read"_s.arg(file);
     if (report.failedFile == m_outputPath)

@@ -60,7 +60,7 @@ private:
     void ReadSlot();
     /// False when there is none yet.
     bool TakeReport(const Taskmill_RunReport &report);
-    [[nodiscard]] QString ReasonOfFailedStart(const Taskmill_RunReport &report) const;
+    [[nodiscard]] QString ReasonOfFailedStart(const Taskmill_RunReport &report, bool isForLack) const;
     void Finish(KilnUtil_RunEnd end);
 
     QPointer<KilnUtil_NurseryRunKeepers> m_keepers;

@@ -63,6 +63,11 @@ QString KilnUtil_RunKeepers::ProgramName()
     return u"taskmill-keeper" TASKMILL_EXECUTABLE_SUFFIX ""_s;
 }
 
+KilnUtil_StoredOutput KilnUtil_RunKeepers::OutputIn(const QString &folder, const QString &runID)
+{
+    return KilnUtil_RunOutputFile{Taskmill_RunOutput{folder.toStdString(), runID.toStdString()}}.Stored();
+}
+
 void KilnUtil_RunKeepers::EndRunsAtOnce()
 {
     Taskmill_Nursery::EndAll(wordToEnd.exchange(0));
@@ -139,17 +144,17 @@ void KilnUtil_NurseryRunKeepers::Remove(KilnUtil_KeptRun &run)
     m_runs.removeOne(&run);
 }
 
-Taskmill_RunConnection KilnUtil_NurseryRunKeepers::StartRun(Taskmill_RunOrder order)
+Taskmill_RunConnection KilnUtil_NurseryRunKeepers::StartRun(Taskmill_RunOrder order, int &error)
 {
     order.owner = m_owner;
     if (m_nursery) {
-        Taskmill_RunConnection connection = m_nursery->StartRun(order);
+        Taskmill_RunConnection connection = m_nursery->StartRun(order, &error);
         // What this program lacks no other nursery has.
         if (connection.IsOpen() || m_nursery->IsOpen())
             return connection;
         LoseNursery();
     }
-    return StartNursery() ? m_nursery->StartRun(order) : Taskmill_RunConnection{};
+    return StartNursery() ? m_nursery->StartRun(order, &error) : Taskmill_RunConnection{};
 }
 
 void KilnUtil_NurseryRunKeepers::SetOwner(const QString &identity, const QString &text,
@@ -223,6 +228,9 @@ KilnUtil_FoundRun KilnUtil_NurseryRunKeepers::FindRecorded(const std::string &ru
     // job waits as it did in the file.
     if (!run || !run->claimant.empty())
         return found;
+    // It waited for its start to be tried again.
+    if (run->end && KilnUtil_KeptRun::EndOf(*run->end).IsForLack)
+        return found;
     found.Where = KilnUtil_FoundRun::Place::Here;
     found.StartMs = run->startMs;
     KilnUtil_RunEnd end;
@@ -281,9 +289,9 @@ bool KilnUtil_NurseryRunKeepers::WaitForSweep(int waitMs)
     return true;
 }
 
-QByteArray KilnUtil_NurseryRunKeepers::OutputOf(const QString &runID) const
+KilnUtil_StoredOutput KilnUtil_NurseryRunKeepers::OutputOf(const QString &runID) const
 {
-    return KilnUtil_RunOutputFile{Taskmill_RunOutput{m_folder, runID.toStdString()}}.Content();
+    return OutputIn(QString::fromStdString(m_folder), runID);
 }
 
 KilnUtil_PrintedReader KilnUtil_NurseryRunKeepers::ReaderOf(const QString &runID) const
@@ -306,7 +314,8 @@ void KilnUtil_NurseryRunKeepers::TakeResult(const QString &runID)
 
 void KilnUtil_NurseryRunKeepers::ForgetResults()
 {
-    Forget(std::ssize(m_taken));
+    if (!Forget(std::ssize(m_taken)))
+        QTimer::singleShot(forgetAfterMs, this, &KilnUtil_NurseryRunKeepers::ForgetSomeResults);
 }
 
 /// Hundreds may have ended at once, and the event loop is not to wait for all of them.
@@ -318,22 +327,32 @@ void KilnUtil_NurseryRunKeepers::ForgetSomeResults()
     while (count > 0 && m_storage.IsStored &&
            !m_storage.IsStored(m_taken[static_cast<std::size_t>(count) - 1].change))
         --count;
-    Forget(count);
+    const bool isDone = Forget(count);
     if (!m_taken.empty())
-        QTimer::singleShot(count > 0 ? 0 : forgetAfterMs, this,
+        QTimer::singleShot(count > 0 && isDone ? 0 : forgetAfterMs, this,
                            &KilnUtil_NurseryRunKeepers::ForgetSomeResults);
 }
 
-void KilnUtil_NurseryRunKeepers::Forget(std::ptrdiff_t count)
+bool KilnUtil_NurseryRunKeepers::Forget(std::ptrdiff_t count)
 {
     if (count == 0)
-        return;
+        return true;
     std::vector<std::string> runIDs;
     std::transform(m_taken.begin(), m_taken.begin() + count, std::back_inserter(runIDs),
                    [](const Taken &taken) { return taken.runID; });
+    using Claims = Taskmill_RunJournals::Claims;
+    const Claims claims = m_journals.ClaimAll(runIDs, m_identity);
+    if (claims == Claims::Busy) {
+        if (!std::exchange(m_isBusyLogged, true))
+            qCWarning(Taskmill_ProcessesLog, "The keepers' results cannot be taken yet: %ls is in use",
+                      qUtf16Printable(QString::fromStdString(m_folder)));
+        return false;
+    }
+    m_isBusyLogged = false;
     m_taken.erase(m_taken.begin(), m_taken.begin() + count);
-    if (!m_journals.ClaimAll(runIDs, m_identity))
+    if (claims != Claims::AllTaken)
         qCWarning(Taskmill_ProcessesLog, "The keepers' results could not be taken: no room on the disk?");
     for (const std::string &runID : runIDs)
         static_cast<void>(Taskmill_RunOutput{m_folder, runID}.Remove());
+    return true;
 }

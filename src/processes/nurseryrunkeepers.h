@@ -34,7 +34,7 @@ public:
     void SetOwner(const QString &identity, const QString &text,
                   const std::function<bool(const QString &ownerText)> &mayTake) override;
     [[nodiscard]] KilnUtil_FoundRun Find(const QString &runID) override;
-    [[nodiscard]] QByteArray OutputOf(const QString &runID) const override;
+    [[nodiscard]] KilnUtil_StoredOutput OutputOf(const QString &runID) const override;
     [[nodiscard]] KilnUtil_PrintedReader ReaderOf(const QString &runID) const override;
     void TakeResult(const QString &runID) override;
     void ForgetResults() override;
@@ -45,7 +45,8 @@ public:
     [[nodiscard]] const std::string &Folder() const { return m_folder; }
     void Add(KilnUtil_KeptRun &run) { m_runs.append(&run); }
     void Remove(KilnUtil_KeptRun &run);
-    [[nodiscard]] Taskmill_RunConnection StartRun(Taskmill_RunOrder order);
+    /// Not open where keepers are out of order, or for the lack that `error` says.
+    [[nodiscard]] Taskmill_RunConnection StartRun(Taskmill_RunOrder order, int &error);
     /// False when this turn of the event loop has lasted so long that what keepers report can wait for the
     /// next.
     [[nodiscard]] bool IsTurnShort() const { return m_turn.elapsed() < LongestTurnMs; }
@@ -59,8 +60,8 @@ private:
     [[nodiscard]] KilnUtil_FoundRun FindRecorded(const std::string &runID);
     void ReadSwept();
     void ForgetSomeResults();
-    /// The first so many of those that were taken.
-    void Forget(std::ptrdiff_t count);
+    /// The first so many of those that were taken. False when that has to wait.
+    bool Forget(std::ptrdiff_t count);
     void LoseNursery();
 
     const std::string m_program;
@@ -84,4 +85,5 @@ private:
     static constexpr int LongestTurnMs = 4;
     QElapsedTimer m_turn;
     bool m_forgetsByItself = false;
+    bool m_isBusyLogged = false;
 };

@@ -12,6 +12,13 @@
 /// more.
 using KilnUtil_PrintedReader = std::function<QByteArray(qint64 &offset, qint64 most, bool hasEnded)>;
 
+/// What a keeper has stored of the output of a run.
+struct KilnUtil_StoredOutput
+{
+    QByteArray Bytes;    ///< of one that cannot be read now, what can be, and a line that says where it is
+    bool IsWhole = true; ///< else it may be readable later, and is not to be removed
+};
+
 /// What one run of a program has written so far, of which a very long one keeps only both ends. Readers have
 /// an offset of their own, so that none takes bytes away from another.
 class KilnUtil_ProcessOutput
@@ -28,6 +35,9 @@ public:
     /// What Append() has added, where the rest is in a file that stays when the run has ended; nothing where
     /// it is held here.
     [[nodiscard]] virtual std::optional<QByteArray> Appended() const { return std::nullopt; }
+
+    /// Whether all that is kept can be read now; what cannot stays where it is. Reads it.
+    [[nodiscard]] virtual bool IsReadable() const { return true; }
 
     /// All bytes so far, those that are no longer kept too.
     [[nodiscard]] virtual qint64 TotalSize() const = 0;

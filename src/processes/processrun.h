@@ -37,6 +37,7 @@ struct KilnUtil_RunEnd
     Kind How = Kind::Exit;
     int Code = 0;
     QString Reason;
+    bool IsForLack = false;              ///< NotStarted, as the system had too little of something then
     bool WasEnded = false;               ///< somebody asked for it, although perhaps not this program
     qint64 EndMs = 0;                    ///< since 1970; 0 for now
     std::optional<qint64> ProcessorMs{}; ///< of everything that the run started; nothing when nobody measured

@@ -37,6 +37,13 @@ public:
                                                                    const QString &folder);
     /// The name of the program.
     [[nodiscard]] static QString ProgramName();
+    /// Their folder in one of the folders of this computer.
+    [[nodiscard]] static QString FolderIn(const QString &machineFolder)
+    {
+        return machineFolder + QStringLiteral("/runs");
+    }
+    /// OutputOf() where there are no keepers at the moment.
+    [[nodiscard]] static KilnUtil_StoredOutput OutputIn(const QString &folder, const QString &runID);
 
     /// The number of a run to come, to be stored before it is started: whoever knows it finds the run.
     [[nodiscard]] virtual QString NewRunID() const = 0;
@@ -51,7 +58,7 @@ public:
     [[nodiscard]] virtual KilnUtil_FoundRun Find(const QString &runID) = 0;
 
     /// What a keeper has stored of the output of that run, until its result is forgotten.
-    [[nodiscard]] virtual QByteArray OutputOf(const QString &runID) const = 0;
+    [[nodiscard]] virtual KilnUtil_StoredOutput OutputOf(const QString &runID) const = 0;
     /// Reads the same piece by piece, on any thread, and also when this object is gone.
     [[nodiscard]] virtual KilnUtil_PrintedReader ReaderOf(const QString &runID) const = 0;
     /// The result of that run is stored where it belongs, or will be with ForgetResults(): nobody needs what

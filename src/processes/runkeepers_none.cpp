@@ -13,6 +13,11 @@ QString KilnUtil_RunKeepers::ProgramName()
     return {};
 }
 
+KilnUtil_StoredOutput KilnUtil_RunKeepers::OutputIn(const QString &, const QString &)
+{
+    return {};
+}
+
 void KilnUtil_RunKeepers::EndRunsAtOnce() {}
 
 void KilnUtil_RunKeepers::SpareRuns() {}

@@ -13,20 +13,31 @@ void KilnUtil_RunOutputFile::Append(QByteArrayView bytes)
     m_said.append(bytes);
 }
 
+bool KilnUtil_RunOutputFile::IsReadable() const
+{
+    return m_file.Read([](std::string_view) {});
+}
+
 qint64 KilnUtil_RunOutputFile::TotalSize() const
 {
     return m_file.TotalSize() + m_said.size();
 }
 
+KilnUtil_StoredOutput KilnUtil_RunOutputFile::Stored() const
+{
+    KilnUtil_StoredOutput stored;
+    stored.IsWhole = m_file.Read([&stored](std::string_view piece) {
+        stored.Bytes.append(piece.data(), static_cast<qsizetype>(piece.size()));
+    });
+    if (!stored.IsWhole)
+        stored.Bytes +=
+            "\n[... the rest of this output could not be read; it is in " + m_file.Path() + " ...]\n";
+    return stored;
+}
+
 QByteArray KilnUtil_RunOutputFile::Content() const
 {
-    QByteArray content;
-    const bool isRead = m_file.Read([&content](std::string_view piece) {
-        content.append(piece.data(), static_cast<qsizetype>(piece.size()));
-    });
-    if (!isRead)
-        content += "\n[... the rest of the output could not be read ...]\n";
-    return content + m_said;
+    return Stored().Bytes + m_said;
 }
 
 QByteArray KilnUtil_RunOutputFile::ReadFrom(qint64 &offset) const

@@ -13,8 +13,12 @@ public:
     /// Nobody writes the file any more.
     void SetEnded() { m_hasEnded = true; }
 
+    /// What the file holds.
+    [[nodiscard]] KilnUtil_StoredOutput Stored() const;
+
     void Append(QByteArrayView bytes) override;
     [[nodiscard]] std::optional<QByteArray> Appended() const override { return m_said; }
+    [[nodiscard]] bool IsReadable() const override;
     [[nodiscard]] qint64 TotalSize() const override;
     [[nodiscard]] QByteArray Content() const override;
     [[nodiscard]] QByteArray ReadFrom(qint64 &offset) const override;

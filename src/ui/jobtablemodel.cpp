@@ -19,6 +19,7 @@ Taskmill_JobTableModel::Taskmill_JobTableModel(const Taskmill_Columns<Taskmill_J
     , m_jobIDColumn{columns.IndexOf(&Taskmill_JobRecord::JobID)}
     , m_statusColumn{columns.IndexOf(&Taskmill_JobRecord::Status)}
     , m_resultColumn{columns.WithHeader(u"Result"_s)}
+    , m_waitColumn{columns.WithHeader(u"Waits Because"_s)}
 {
 }
 
@@ -115,7 +116,9 @@ QString Taskmill_JobTableModel::ExplanationOf(qsizetype row, int column) const
 {
     if (column == m_statusColumn && m_progressText && StatusOfRow(row) == Taskmill_JobStatus::Running)
         return RunningText(row);
-    if (column == m_statusColumn && StatusOfRow(row) == Taskmill_JobStatus::Pending) {
+    // It may be longer than its column is wide.
+    if ((column == m_statusColumn || column == m_waitColumn) &&
+        StatusOfRow(row) == Taskmill_JobStatus::Pending) {
         const Taskmill_JobRecord *waiting = RecordOf(row);
         return waiting ? waiting->WaitReason.Text() : QString{};
     }

@@ -85,5 +85,6 @@ private:
     const int m_statusColumn;
     std::function<QString(int jobID)> m_progressText;
     const int m_resultColumn;
+    const int m_waitColumn; ///< -1 where no job waits
     Taskmill_JobFilter m_filter;
 };

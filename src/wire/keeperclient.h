@@ -97,8 +97,9 @@ private:
 class Taskmill_Nursery
 {
 public:
-    /// Makes the folder and starts the program. Before it is ready it has ended what is left of runs whose
-    /// keeper was killed. Nothing when that fails or takes longer than so long.
+    /// Makes the folder and starts the program. Before it is ready it ends what is left of runs whose keeper
+    /// was killed; what takes longer than 2 s, beside the rest. Nothing when that fails or takes longer than
+    /// so long.
     [[nodiscard]] static std::optional<Taskmill_Nursery> Start(const std::string &program,
                                                                const std::string &runFolder, int waitMs);
 
@@ -112,8 +113,9 @@ public:
     [[nodiscard]] long long EndWord() const;
 
     /// Does not wait for the start: Started or Ended follow on the connection. Not open when the process is
-    /// gone, does not take the order within 5 s, or the run is there already.
-    [[nodiscard]] Taskmill_RunConnection StartRun(const Taskmill_RunOrder &order);
+    /// gone, does not take the order within 5 s, or the run is there already, or for lack of something, which
+    /// `error` says then, see Taskmill_IsLack().
+    [[nodiscard]] Taskmill_RunConnection StartRun(const Taskmill_RunOrder &order, int *error = nullptr);
     /// Whether ReceiveSwept() reports runs of this object without being asked.
     [[nodiscard]] static bool SweepsUnasked();
     /// Asks to end what is left of a run that was adopted and then Lost: it may have been started by another

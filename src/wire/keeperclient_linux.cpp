@@ -2,6 +2,7 @@
 #include "wire/keeperclient.h"
 #include "wire/privatefolder.h"
 #include "wire/runlocks.h"
+#include "wire/systemlack.h"
 
 #include <array>
 #include <cerrno>
@@ -87,19 +88,30 @@ void Taskmill_Nursery::EndAll(long long word)
         kill(static_cast<pid_t>(word), SIGTERM);
 }
 
-Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order)
+Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order, int *error)
 {
+    const auto fail = [error](int number) {
+        if (error)
+            *error = number;
+        return Taskmill_RunConnection{};
+    };
+    if (!IsOpen())
+        return {};
     auto [own, keepers] = Taskmill_KeeperChannel::MakePair();
+    if (!own.IsOpen())
+        return fail(errno);
+    const Taskmill_RunLock lock{m_runFolder, order.runID};
+    if (!lock.IsHeld())
+        return fail(errno);
     // Many orders at once fill its queue, from which it takes one in a fraction of a millisecond.
     constexpr int waitMs = 5000;
-    const Taskmill_RunLock lock{m_runFolder, order.runID};
-    if (!IsOpen() || !own.IsOpen() || !lock.IsHeld())
-        return {};
-    if (!m_channel.Send(order.ToMessage(), {static_cast<int>(keepers.Get()), lock.Get()}, waitMs)) {
+    if (m_channel.Send(order.ToMessage(), {static_cast<int>(keepers.Get()), lock.Get()}, waitMs))
+        return Taskmill_RunConnection{std::move(own)};
+    const int number = errno;
+    // It is at fault when it does not read, or is gone.
+    if (number == EAGAIN || !Taskmill_IsLack(number))
         m_channel.Close();
-        return {};
-    }
-    return Taskmill_RunConnection{std::move(own)};
+    return fail(number);
 }
 
 bool Taskmill_Nursery::SweepsUnasked()

@@ -139,12 +139,14 @@ void Taskmill_Nursery::EndAll(long long word)
         SetEvent(SystemHandle(static_cast<Taskmill_KeeperChannel::Handle>(word)));
 }
 
-Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order)
+Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order, int *error)
 {
     // The keeper that waited may have been ended meanwhile.
     for (int attempt = 0; attempt < 2; ++attempt) {
         if (!m_channel.IsOpen())
             m_channel = m_system->StartKeeper(m_processID);
+        if (!m_channel.IsOpen() && error)
+            *error = static_cast<int>(GetLastError());
         Taskmill_KeeperChannel channel = std::move(m_channel);
         if (!channel.IsOpen() || !channel.Send(order.ToMessage(), {}, orderWaitMs))
             continue;

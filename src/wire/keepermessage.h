@@ -37,7 +37,7 @@ constexpr std::string_view Taskmill_StartWord = "start"; ///< with a socket for 
 constexpr std::string_view Taskmill_SweepWord =
     "sweep"; ///< asks for one "swept" of a "run" of another such process
 constexpr std::string_view Taskmill_ReadyWord =
-    "ready"; ///< its first answer: it is there, and nothing of lost runs is left
+    "ready"; ///< its first answer: it is there, and what lost runs have left is ended, or will be soon
 constexpr std::string_view Taskmill_LockedWord =
     "locked"; ///< of a keeper that waited: it has the lock of the run, and starts it at "go"
 constexpr std::string_view Taskmill_GoWord = "go";
@@ -53,5 +53,7 @@ constexpr std::string_view Taskmill_StartedWord = "started";
 constexpr std::string_view Taskmill_OutputWord = "output";
 constexpr std::string_view Taskmill_RemainsWord = "remains"; ///< a kill has not ended these "pid" yet
 constexpr std::string_view Taskmill_EndWord = "end";         ///< with the line of the journal as "record"
+/// The "file" of an end without a start, when the start could not be recorded.
+constexpr std::string_view Taskmill_JournalAsFailedFile = "journal";
 constexpr std::string_view Taskmill_AdoptedWord = "adopted";
 constexpr std::string_view Taskmill_RefusedWord = "refused"; ///< the run belongs to "owner"

@@ -115,18 +115,22 @@ bool Taskmill_RunJournals::Claim(const std::string &runID, const std::string &cl
     return ClaimLocked(runID, claimant);
 }
 
-bool Taskmill_RunJournals::ClaimAll(const std::vector<std::string> &runIDs, const std::string &claimant)
+Taskmill_RunJournals::Claims Taskmill_RunJournals::ClaimAll(const std::vector<std::string> &runIDs,
+                                                            const std::string &claimant)
 {
-    const Taskmill_ClaimLock lock{m_folder};
-    bool areAllTaken = lock.IsHeld();
+    constexpr int waitMs = 20;
+    const Taskmill_ClaimLock lock{m_folder, waitMs};
+    if (!lock.IsHeld())
+        return Claims::Busy;
+    bool areAllTaken = true;
     Refresh();
     for (const std::string &runID : runIDs) {
         // One that never started left nothing that could be taken.
-        if (lock.IsHeld() && !ClaimLocked(runID, claimant) && m_runs.contains(runID))
+        if (!ClaimLocked(runID, claimant) && m_runs.contains(runID))
             areAllTaken = false;
         m_runs.erase(runID);
     }
-    return areAllTaken;
+    return areAllTaken ? Claims::AllTaken : Claims::SomeNotTaken;
 }
 
 bool Taskmill_RunJournals::ClaimLocked(const std::string &runID, const std::string &claimant)
@@ -167,6 +171,9 @@ void Taskmill_RunJournals::Tidy()
             unused.erase(run.journal);
     }
     for (const std::string &journal : unused) {
+        // Whoever begins one does not wait for ever.
+        if (Taskmill_IsJournalInUse(journal))
+            continue;
         Remove(journal);
         m_positions.erase(journal);
     }

@@ -40,9 +40,15 @@ public:
     /// runs, or the claim cannot be written. To claim again is no fault: the claimant may have been ended
     /// before he stored the result.
     [[nodiscard]] bool Claim(const std::string &runID, const std::string &claimant);
-    /// The same for many at once: false when one of them was not taken. They are known no more to this object
-    /// then, which would grow for ever.
-    [[nodiscard]] bool ClaimAll(const std::vector<std::string> &runIDs, const std::string &claimant);
+    enum class Claims
+    {
+        AllTaken,
+        SomeNotTaken,
+        Busy, ///< somebody else claims or tidies up: nothing was done
+    };
+    /// The same for many at once, without waiting for others. Unless they are busy the runs are known no more
+    /// to this object then, which would grow for ever.
+    [[nodiscard]] Claims ClaimAll(const std::vector<std::string> &runIDs, const std::string &claimant);
 
     /// Removes the journals to which nobody can append and of which every result is claimed or older than
     /// two months, and the output and sockets that belong to no known run.

@@ -37,11 +37,11 @@ private:
 [[nodiscard]] bool Taskmill_AppendToJournal(const std::string &journal, const std::string &line);
 
 /// Held by one program at a time while it claims results or tidies up; waits for the others, which take
-/// milliseconds.
+/// milliseconds, for so long at the most.
 class Taskmill_ClaimLock
 {
 public:
-    explicit Taskmill_ClaimLock(const std::string &runFolder);
+    explicit Taskmill_ClaimLock(const std::string &runFolder, int waitMs = 2000);
     ~Taskmill_ClaimLock();
     Taskmill_ClaimLock(const Taskmill_ClaimLock &) = delete;
     Taskmill_ClaimLock &operator=(const Taskmill_ClaimLock &) = delete;

@@ -4,6 +4,7 @@
 #include "wire/runrecord.h"
 
 #include <cerrno>
+#include <ctime>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -74,15 +75,18 @@ bool Taskmill_AppendToJournal(const std::string &journal, const std::string &lin
     return close(file) == 0 && isWritten;
 }
 
-Taskmill_ClaimLock::Taskmill_ClaimLock(const std::string &runFolder)
+Taskmill_ClaimLock::Taskmill_ClaimLock(const std::string &runFolder, int waitMs)
     : m_file{open((runFolder + "/claims").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR)}
     , m_isHeld{false}
 {
-    int result = -1;
-    do
-        result = m_file < 0 ? -1 : flock(static_cast<int>(m_file), LOCK_EX);
-    while (result != 0 && m_file >= 0 && errno == EINTR);
-    m_isHeld = result == 0;
+    constexpr timespec pause{.tv_sec = 0, .tv_nsec = 1'000'000};
+    // A pause takes at least its time.
+    for (int waitedMs = 0; m_file >= 0; ++waitedMs) {
+        m_isHeld = flock(static_cast<int>(m_file), LOCK_EX | LOCK_NB) == 0;
+        if (m_isHeld || waitedMs >= waitMs)
+            break;
+        nanosleep(&pause, nullptr);
+    }
 }
 
 Taskmill_ClaimLock::~Taskmill_ClaimLock()

@@ -129,10 +129,17 @@ bool Taskmill_AppendToJournal(const std::string &journal, const std::string &lin
     return isWritten;
 }
 
-Taskmill_ClaimLock::Taskmill_ClaimLock(const std::string &runFolder)
+Taskmill_ClaimLock::Taskmill_ClaimLock(const std::string &runFolder, int waitMs)
     : m_file{OpenFile(runFolder + "/claims", GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS)}
-    , m_isHeld{Lock(m_file, lockedByte, LOCKFILE_EXCLUSIVE_LOCK)}
+    , m_isHeld{false}
 {
+    // A pause takes at least its time.
+    for (int waitedMs = 0; m_file != noFile; ++waitedMs) {
+        m_isHeld = Lock(m_file, lockedByte, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY);
+        if (m_isHeld || waitedMs >= waitMs)
+            break;
+        Sleep(1);
+    }
 }
 
 Taskmill_ClaimLock::~Taskmill_ClaimLock()

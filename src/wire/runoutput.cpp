@@ -62,10 +62,13 @@ Taskmill_RunOutput::Taskmill_RunOutput(const std::string &runFolder, const std::
 {
 }
 
-long long Taskmill_RunOutput::TotalSize() const
+std::optional<long long> Taskmill_RunOutput::Size() const
 {
     // By opening it: what Windows says of a file that others write is old.
     const long long size = std::ifstream{PathOf(m_path), std::ios::binary | std::ios::ate}.tellg();
+    std::error_code error;
+    if (size < 0 && fs::status(PathOf(m_path), error).type() != fs::file_type::not_found)
+        return std::nullopt;
     if (size <= FullSize)
         return std::max(0LL, size);
     const std::string line = ReadTotalLine(m_path);
@@ -101,7 +104,10 @@ std::string Taskmill_RunOutput::ReadFrom(long long &offset, std::size_t most, bo
 
 bool Taskmill_RunOutput::Read(const std::function<void(std::string_view)> &take) const
 {
-    const long long total = TotalSize();
+    const std::optional<long long> size = Size();
+    if (!size)
+        return false;
+    const long long total = *size;
     const bool hasGap = total > FullSize;
     for (long long offset = 0; offset < total;) {
         if (hasGap && offset == HeadSize) {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -33,17 +34,21 @@ public:
     /// The file need not be there: it is made with the first byte.
     explicit Taskmill_RunOutput(const std::string &runFolder, const std::string &runID);
 
-    /// All bytes so far, those that are no longer kept too.
-    [[nodiscard]] long long TotalSize() const;
+    /// All bytes so far, those that are no longer kept too; 0 when that cannot be found out.
+    [[nodiscard]] long long TotalSize() const { return Size().value_or(0); }
     /// At most so many bytes from the offset on, which is moved behind them. Bytes that are not kept any more
     /// are skipped. `hasEnded` says that nobody writes any more.
     [[nodiscard]] std::string ReadFrom(long long &offset, std::size_t most, bool hasEnded) const;
-    /// Everything that is kept, in pieces; where bytes were left out, a line says how many. False when it
-    /// cannot be read.
+    /// Everything that is kept, in pieces; where bytes were left out, a line says how many. False when not
+    /// all of it can be read now, as for lack of open files.
     [[nodiscard]] bool Read(const std::function<void(std::string_view)> &take) const;
     /// False when it is still there.
     bool Remove() const;
+    [[nodiscard]] const std::string &Path() const { return m_path; }
 
 private:
+    /// Nothing when the file is there but cannot be opened.
+    [[nodiscard]] std::optional<long long> Size() const;
+
     std::string m_path;
 };

@@ -7,6 +7,7 @@
 #include "processes/runkeepers.h"
 #include "support/filesizelimit.h"
 #include "support/jobfakes.h"
+#include "support/openfileslimit.h"
 #include "support/testcase.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -82,6 +83,69 @@ private Q_SLOTS:
         QTest::failOnWarning(QRegularExpression{u"Broken filename"_s});
         QCOMPARE(Run(impossible), Taskmill_JobStatus::Failed);
         QVERIFY(!QFile::exists(Path(u"ran"_s)));
+    }
+
+    void PutsItsStartOffForLackOfSomething()
+    {
+        if (isWindows)
+            QSKIP("No such limits");
+        const auto isPutOff = [this](KilnUtil_RunKeepers *keepers) {
+            QSignalSpy putOff{m_job.get(), &Taskmill_Job::StartPutOffSignal};
+            return m_job->Start(keepers) && (!putOff.isEmpty() || putOff.wait(60'000)) &&
+                   m_job->IsStartPutOff() && m_finished->isEmpty() &&
+                   m_job->Status() == Taskmill_JobStatus::Running &&
+                   m_job->OutputNow().contains(putOff[0][0].toString());
+        };
+        for (const QString &input : {u""_s, u"answer\n"_s}) {
+            Make(Record({u"stdin"_s, u"print"_s, u"x"_s}, input));
+            for (int tries = 0; tries < 2; ++tries) {
+                const OpenFilesLimit noFiles;
+                QVERIFY(isPutOff(m_keepers.get()));
+            }
+            QVERIFY(m_job->Start(m_keepers.get()));
+            QTRY_COMPARE_WITH_TIMEOUT(m_job->Status(), Taskmill_JobStatus::Completed, 60'000);
+            QCOMPARE(Output(), input + u'x');
+            Make(Record({u"wait"_s}, input));
+            const OpenFilesLimit noFiles;
+            QVERIFY(isPutOff(m_keepers.get()));
+            QVERIFY(m_job->Kill(*m_inspector));
+            QCOMPARE(m_job->Status(), Taskmill_JobStatus::Killed);
+            QCOMPARE(m_finished->size(), 1);
+        }
+        if (!m_keepers)
+            return;
+        // No room for the record of the start, which is not made without it.
+        std::unique_ptr<KilnUtil_RunKeepers> keepers;
+        {
+            const FileSizeLimit noRoom;
+            keepers = KilnUtil_RunKeepers::Make(qEnvironmentVariable("TASKMILL_TEST_KEEPER"),
+                                                m_keeperDirectory.filePath(u"full"_s));
+        }
+        QVERIFY(keepers);
+        Make(Record({u"touch"_s, Path(u"ran"_s)}, u"answer\n"_s));
+        QVERIFY(isPutOff(keepers.get()));
+        QVERIFY(!QFile::exists(Path(u"ran"_s)));
+        QVERIFY(!QFile::exists(Path(u"freqchk2.inp"_s)));
+    }
+
+    void LeavesAnOutputThatCannotBeRead()
+    {
+        if (isWindows || !m_keepers)
+            QSKIP("No keepers, or no such link");
+        Make(Record({u"print"_s, u"x"_s, u"waitfor"_s, Path(u"go"_s)}));
+        QVERIFY(m_job->Start(m_keepers.get()));
+        const QString runID = Taskmill_RunOfJob{m_job->Record().Run}.RunID;
+        const QString stored = m_keeperDirectory.filePath(u"runs/out/"_s + runID);
+        QTRY_VERIFY_WITH_TIMEOUT(m_job->HasOutput(), 60'000);
+        // A link to itself cannot be opened, whoever tries.
+        QVERIFY(QFile::rename(stored, stored + u"-"_s) && QFile::link(stored, stored));
+        WriteTestFile(Path(u"go"_s), {});
+        QTest::ignoreMessage(QtWarningMsg, "The output of job 7 cannot be read now, and stays where it is");
+        QVERIFY(m_finished->wait(60'000));
+        QVERIFY(m_job->Record().IsOutputLeft);
+        QVERIFY(!m_keepers->OutputOf(runID).IsWhole);
+        QVERIFY(QFile::remove(stored) && QFile::rename(stored + u"-"_s, stored));
+        QCOMPARE(m_keepers->OutputOf(runID).Bytes.trimmed(), "x");
     }
 
     void HasAnExitCodeWithoutAProcess()

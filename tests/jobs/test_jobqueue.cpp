@@ -5,6 +5,7 @@
 #include "jobs/queuelessjobslist.h"
 #include "processes/processinspector.h"
 #include "support/jobfakes.h"
+#include "support/openfileslimit.h"
 #include "support/testcase.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -97,6 +98,32 @@ private Q_SLOTS:
         m_long->RemoveAt(0);
         QCOMPARE(States(*m_long), u"R"_s);
         QVERIFY(m_finished.Taken.isEmpty());
+    }
+
+    void TriesAgainWhatWasPutOff()
+    {
+        if (isWindows)
+            QSKIP("No such limit");
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression{u"^Job 1 cannot be started now, and is tried again: "_s});
+        QTest::failOnWarning(QRegularExpression{u"^Job"_s});
+        m_long->SetMaxRunningJobs(2);
+        {
+            const OpenFilesLimit noFiles;
+            m_long->AddAll({MakeTestJob(1, Path(), {u"exit"_s, u"0"_s}), Waiting(2), Waiting(3)});
+            m_long->JobFinishedSlot();
+            const auto arePutOff = [this] {
+                return m_long->JobAt(0)->IsStartPutOff() && m_long->JobAt(1)->IsStartPutOff();
+            };
+            QTRY_VERIFY(arePutOff());
+            m_long->TryAgainSlot();
+            QTRY_VERIFY(arePutOff());
+            QCOMPARE(States(*m_long), u"RRP"_s);
+        }
+        m_long->RemoveAt(1);
+        QCOMPARE(m_finished.Summary(), QStringList{u"2 Killed"_s});
+        m_long->TryAgainSlot();
+        QTRY_COMPARE(States(*m_long), u"CR"_s);
     }
 
     void StartsQueuelessJobsAtOnce()

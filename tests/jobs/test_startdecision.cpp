@@ -40,6 +40,11 @@ bool Fits(const Taskmill_WaitingJob &job, const Taskmill_BudgetLimits &free)
     return job.Cores <= free.Cores && job.MemoryMB <= free.MemoryMB;
 }
 
+bool HasWaitedLong(const Taskmill_WaitingJob &job, qint64 now)
+{
+    return job.AtHeadSince >= 0 && now - job.AtHeadSince >= 10 * minute;
+}
+
 bool IsCandidate(const Taskmill_StartQuestion &question, const Taskmill_WaitingJob &job)
 {
     return !job.IsHeld && question.Budget.CanHold(job.Cores, job.MemoryMB);
@@ -272,6 +277,14 @@ private:
             return std::ranges::any_of(m_running,
                                        [jobID](const Running &one) { return one.job.JobID == jobID; });
         };
+        // Also one before which another was released, and started at once.
+        const auto hasWaitedLongAndWaits = [&] {
+            return std::ranges::any_of(before.Queues, [&](const Taskmill_WaitingQueue &queue) {
+                return std::ranges::any_of(queue.Waiting, [&](const Taskmill_WaitingJob &job) {
+                    return HasWaitedLong(job, before.Now) && !hasStarted(job.JobID);
+                });
+            });
+        };
         for (std::size_t position = 0; position < decision.Reasons.size(); ++position) {
             const Taskmill_WaitingJob &job = before.Queues[number].Waiting[position];
             const Taskmill_WaitReason &reason = decision.Reasons[position];
@@ -280,23 +293,24 @@ private:
             else if (!job.IsHeld && !IsCandidate(before, job))
                 QVERIFY(reason.Why == Taskmill_WaitReason::Kind::LargerThanBudget);
             else if (!job.IsHeld && HasPlace(m_question.Queues[number]) && Fits(job, free))
-                QVERIFY2(!std::ranges::all_of(inNeed, hasStarted), "it fits, and nobody has waited long");
+                QVERIFY2(hasWaitedLongAndWaits(), "it fits, and nobody has waited long");
         }
         // Nobody takes from the job that has waited longest what it needs.
         if (!inNeed.isEmpty() && !hasStarted(inNeed.first()) && !decision.Starts.empty())
             QVERIFY2(LeavesRoom(before, inNeed.first()), "what was to be kept is taken");
     }
 
-    /// The first jobs of the queues that have waited long, and only for the budget; the oldest first.
+    /// The first jobs of the queues that have waited long, and only for the budget; the oldest first, of two
+    /// that are as old the one of the first queue.
     static QList<qint32> InNeed(const Taskmill_StartQuestion &question)
     {
-        QMap<qint64, qint32> jobIDs;
-        for (const Taskmill_WaitingQueue &queue : question.Queues) {
+        QMap<std::pair<qint64, std::size_t>, qint32> jobIDs;
+        for (std::size_t number = 0; number < question.Queues.size(); ++number) {
+            const Taskmill_WaitingQueue &queue = question.Queues[number];
             const auto first = std::ranges::find_if(
                 queue.Waiting, [&](const Taskmill_WaitingJob &job) { return IsCandidate(question, job); });
-            if (first != queue.Waiting.end() && HasPlace(queue) && first->AtHeadSince >= 0 &&
-                question.Now - first->AtHeadSince >= 10 * minute)
-                jobIDs.insert(first->AtHeadSince, first->JobID);
+            if (first != queue.Waiting.end() && HasPlace(queue) && HasWaitedLong(*first, question.Now))
+                jobIDs.insert({first->AtHeadSince, number}, first->JobID);
         }
         return jobIDs.values();
     }

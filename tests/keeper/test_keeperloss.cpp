@@ -4,8 +4,10 @@
 #include "support/testutil.h"
 #include "wire/runlocks.h"
 
+#include <QDir>
 #include <QFile>
 #include <QRandomGenerator>
+#include <QScopeGuard>
 #include <QTest>
 
 #include <array>
@@ -14,6 +16,8 @@
 #include <functional>
 #include <vector>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -59,6 +63,7 @@ private Q_SLOTS:
     void cleanup();
     void nothingOutlivesAKilledKeeper();
     void nothingOutlivesKilledKeepersAndNursery();
+    void noStartWaitsForASweepThatHangs();
     void aRunOutlivesAKilledManager();
     void aManagerKilledAtAnyMomentLosesNoRun();
     void whatAnAdoptedRunLeavesIsSweptWhenAsked();
@@ -127,8 +132,30 @@ void TestKeeperLoss::nothingOutlivesKilledKeepersAndNursery()
     QCOMPARE(m_keepers->Run().Receive(waitMs).kind, Kind::Lost);
     QVERIFY(m_keepers->ProcessCount() > 0);
     QVERIFY(m_keepers->StartNursery());
-    QCOMPARE(m_keepers->ProcessCount(), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(m_keepers->ProcessCount(), 0, waitMs);
     QVERIFY(!m_keepers->RecordedEnd(order.runID));
+}
+
+void TestKeeperLoss::noStartWaitsForASweepThatHangs()
+{
+    // Whoever reads the journals is held up, as by a process in an uninterruptible wait.
+    const QString folder = QString::fromStdString(m_keepers->Folder() + "/journal");
+    const QByteArray pipe = QFile::encodeName(folder + QStringLiteral("/pipe"));
+    QVERIFY(QDir{}.mkpath(folder));
+    QCOMPARE(mkfifo(pipe.constData(), S_IRUSR | S_IWUSR), 0);
+    const auto release = qScopeGuard([this, &pipe] {
+        const int writer = open(pipe.constData(), O_RDWR | O_CLOEXEC);
+        unlink(pipe.constData());
+        QVERIFY(QTest::qWaitFor([this] { return m_keepers->ProcessCount() <= 1; }, waitMs));
+        close(writer);
+    });
+    QVERIFY(m_keepers->StartNursery());
+    m_keepers->Start(m_keepers->Order({"exit", "5"}));
+    QCOMPARE(m_keepers->Wait(Kind::Ended).end.code, 5);
+    // Nor does a manager wait for who tidies up.
+    QTRY_VERIFY_WITH_TIMEOUT(!Taskmill_ClaimLock(m_keepers->Folder(), 0).IsHeld(), waitMs);
+    QCOMPARE(Taskmill_RunJournals{m_keepers->Folder()}.ClaimAll({"run"}, "manager"),
+             Taskmill_RunJournals::Claims::Busy);
 }
 
 void TestKeeperLoss::aRunOutlivesAKilledManager()

@@ -7,6 +7,7 @@
 #include "kilnutil/statefolder.h"
 #include "manager/changedfiledialogue.h"
 #include "manager/projectrecovery.h"
+#include "processes/runkeepers.h"
 #include "support/filesizelimit.h"
 #include "support/testmanager.h"
 
@@ -93,6 +94,36 @@ private Q_SLOTS:
                  isPaused ? Taskmill_JobStatus::Pending : Taskmill_JobStatus::Running);
         QVERIFY(m_manager->Project().SaveProjectAs(File()));
         QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM FinishedJobs"_s), (QStringList{u"1"_s, u"2"_s}));
+    }
+
+    void TakesUpOutputsOfRunsWithoutKeepers()
+    {
+        if (isWindows || KilnUtil_RunKeepers::ProgramName().isEmpty())
+            QSKIP("No such link, or no keepers at all");
+        const QString runID{32, u'a'};
+        const QString stored = KilnUtil_RunKeepers::FolderIn(Folder().path()) + u"/out/"_s + runID;
+        TestManager::Release(Submit(u"done.in"_s));
+        QTRY_COMPARE(m_manager->FinishedJobs().Count(), 1);
+        const qint64 key = TestManager::Database().GetFinishedRows().first().Key;
+        QVERIFY(TestManager::Database().WorkingCopy().AddLeftOutput(
+            key, {.Run = runID + u"@here"_s, .Said = u"[said]"_s}));
+        BreakOff();
+        // It leads to itself, and so cannot be opened, as when there are too many open files.
+        QVERIFY(QDir{}.mkpath(QFileInfo{stored}.path()));
+        QVERIFY(QFile::link(stored, stored));
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression{u"cannot be read now, and stays where it is"_s});
+        QVERIFY(m_manager->Project().OpenProject(File()));
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression{u"cannot be read now, and stays where it is"_s});
+        QVERIFY(m_manager->Project().SaveProjectAs(File()));
+        const QString outputs = u"SELECT StdOutAndStdErr FROM FinishedJobs"_s;
+        QVERIFY2(RowsOfFile(File(), outputs).first().contains(stored),
+                 qPrintable(RowsOfFile(File(), outputs).first()));
+        QVERIFY(QFile::remove(stored));
+        WriteTestFile(stored, "what it wrote");
+        QVERIFY(m_manager->Project().SaveProjectAs(File()));
+        QCOMPARE(RowsOfFile(File(), outputs), QStringList{u"what it wrote[said]"_s});
     }
 
     void RecoveryIsRepeatedUntilSaved()

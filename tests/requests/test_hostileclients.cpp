@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/jobqueue.h"
 #include "requests/requestserver.h"
+#include "support/openfileslimit.h"
 #include "support/testmanager.h"
 #include "wire/socket.h"
 
 #include <random>
 
-#include <sys/resource.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -21,23 +20,6 @@ qsizetype OpenFiles()
 {
     return QDir{u"/proc/self/fd"_s}.entryList(QDir::System | QDir::NoDotAndDotDot).size();
 }
-
-/// While it lives, no file can be opened beyond that number.
-class OpenFilesLimit
-{
-public:
-    explicit OpenFilesLimit(qsizetype limit)
-    {
-        getrlimit(RLIMIT_NOFILE, &m_before);
-        const rlimit lower{.rlim_cur = static_cast<rlim_t>(limit), .rlim_max = m_before.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &lower);
-    }
-    ~OpenFilesLimit() { setrlimit(RLIMIT_NOFILE, &m_before); }
-    Q_DISABLE_COPY_MOVE(OpenFilesLimit)
-
-private:
-    rlimit m_before{};
-};
 
 int NumberFromEnvironment(const char *variable, int usual)
 {
@@ -147,11 +129,9 @@ private Q_SLOTS:
         Taskmill_RequestServer server{*this};
         QVERIFY(server.Listen(0));
         const Taskmill_Socket client = Ask(server, "action=frobnicate\n");
-        const int lowestFree = dup(STDERR_FILENO);
-        close(lowestFree);
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression{u"^Cannot accept"_s});
         {
-            const OpenFilesLimit limit{lowestFree};
+            const OpenFilesLimit noFiles;
             QCoreApplication::processEvents();
         }
         QCOMPARE(AnswerTo(client), "refused=no such action\n");
@@ -187,7 +167,7 @@ private Q_SLOTS:
         const qsizetype most = OpenFiles() + 40;
         qsizetype open = 0;
         {
-            const OpenFilesLimit limit{most};
+            const OpenFilesLimit limit{static_cast<unsigned long long>(most)};
             // Each of them opens a file on both sides.
             for (int count = 0; count < 16; ++count)
                 connectOne();
