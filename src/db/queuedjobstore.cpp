@@ -71,7 +71,11 @@ QList<Taskmill_JobRecord> Taskmill_QueuedJobStore::GetAll()
                         .arg(column);
         }
     }
-    return ReadJobs(columns.join(u','), m_queueName);
+    QList<Taskmill_JobRecord> jobs = ReadJobs(columns.join(u','), m_queueName);
+    // As long as none was moved the order is that of the table.
+    if (std::ranges::any_of(jobs, [](const Taskmill_JobRecord &job) { return job.Place.has_value(); }))
+        std::ranges::stable_sort(jobs, {}, &Taskmill_JobRecord::OrderNumber);
+    return jobs;
 }
 
 bool Taskmill_QueuedJobStore::SetNumbers(const QList<Taskmill_JobRecord> &jobs)

@@ -49,6 +49,7 @@ qint64 Taskmill_Job::ProcessID() const
 bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
 {
     m_record.SetStatus(Taskmill_JobStatus::Running, true);
+    m_record.WaitReason = {};
     if (std::exchange(m_isStartPutOff, false))
         m_record.StdOutAndStdErr.clear();
     if (m_record.JobType.IsEmpty()) {
@@ -149,8 +150,15 @@ void Taskmill_Job::MakeProcess(const Taskmill_LaunchPlan &plan, const QString &s
     if (!m_record.StandardOutputFile.isEmpty())
         m_process->SetStandardOutputFilePath(m_record.StandardOutputFile);
     m_process->SetWorkingDirectory(WorkingDirectory());
+    m_process->SetLowPriority(m_hasLowPriority);
     m_process->SetProgramText(plan.Program);
     m_process->SetArgumentText(plan.Arguments);
+}
+
+void Taskmill_Job::Say(const QString &line)
+{
+    if (m_process)
+        m_process->Say(u"\n"_s + line + u'\n');
 }
 
 void Taskmill_Job::UseNewProcess()

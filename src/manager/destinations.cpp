@@ -1,12 +1,23 @@
 // SPDX-License-Identifier: MIT
 #include "manager/destinations.h"
 
+namespace {
+Taskmill_JobServices WithBudget(Taskmill_JobServices services, Taskmill_JobBudget &budget)
+{
+    services.Budget = &budget;
+    return services;
+}
+} // namespace
+
 Taskmill_Destinations::Taskmill_Destinations(Taskmill_FinishedJobs &finishedJobs,
                                              const Taskmill_JobServices &services)
-    : m_long{Taskmill_Destination::Long, finishedJobs, services}
-    , m_short{Taskmill_Destination::Short, finishedJobs, services}
-    , m_queueless{Taskmill_Destination::Queueless, finishedJobs, services}
+    : m_long{Taskmill_Destination::Long, finishedJobs, WithBudget(services, m_budget)}
+    , m_short{Taskmill_Destination::Short, finishedJobs, WithBudget(services, m_budget)}
+    , m_queueless{Taskmill_Destination::Queueless, finishedJobs, WithBudget(services, m_budget)}
 {
+    for (Taskmill_JobQueue *queue : Queues())
+        m_budget.Join(*queue);
+    m_budget.JoinUnasked(m_queueless.Jobs());
 }
 
 Taskmill_QueueOwner *Taskmill_Destinations::OwnerOf(Taskmill_Destination destination)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "jobs/jobbudget.h"
 #include "manager/queueowner.h"
 
 #include <array>
@@ -15,6 +16,9 @@ public:
     [[nodiscard]] Taskmill_QueueOwner &Long() { return m_long; }
     [[nodiscard]] Taskmill_QueueOwner &Short() { return m_short; }
     [[nodiscard]] Taskmill_QueueOwner &Queueless() { return m_queueless; }
+
+    /// What the jobs of all three may take together; off at first.
+    [[nodiscard]] Taskmill_JobBudget &Budget() { return m_budget; }
 
     /// In the order in which they are shown.
     [[nodiscard]] std::array<Taskmill_QueueOwner *, 3> All() { return {&m_long, &m_short, &m_queueless}; }
@@ -37,6 +41,7 @@ public:
     [[nodiscard]] Taskmill_QueueOwner *OwnerOfJob(int jobID);
 
 private:
+    Taskmill_JobBudget m_budget; ///< the queues need it until they are gone
     Taskmill_QueueOwner m_long;
     Taskmill_QueueOwner m_short;
     Taskmill_QueueOwner m_queueless;

@@ -491,6 +491,7 @@ void Taskmill_Project::StoreJobsThatGoOn()
 
 void Taskmill_Project::CloseProject()
 {
+    const Taskmill_JobBudget::Rest rest{m_destinations.Budget()};
     // What was saved says that they run. They wait now, and whoever opens the file is to know that. While the
     // same file is being opened anew, it was read already.
     const QString path = FilePath();
@@ -553,6 +554,7 @@ void Taskmill_Project::CarryOverNotifications()
 
 void Taskmill_Project::LeaveProject(bool letsJobsGoOn)
 {
+    const Taskmill_JobBudget::Rest rest{m_destinations.Budget()};
     if (letsJobsGoOn)
         StoreJobsThatGoOn();
     for (Taskmill_QueueOwner *owner : m_destinations.All()) {

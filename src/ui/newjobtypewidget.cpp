@@ -2,6 +2,7 @@
 #include "ui/newjobtypewidget.h"
 
 #include "help/helpdialog.h"
+#include "jobs/jobneeds.h"
 #include "kilnutil/error.h"
 #include "widgets/widgetutil.h"
 
@@ -18,6 +19,9 @@
 #include <QSizeGrip>
 #include <QSpinBox>
 #include <QTextDocumentFragment>
+
+#include <algorithm>
+#include <limits>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -123,6 +127,25 @@ void Taskmill_NewJobTypeWidget::MakeFields()
     m_killGrace->setRange(0, Taskmill_JobType::LongestKillGrace);
     m_killGrace->setSuffix(u" s"_s);
     m_killGrace->setValue(Taskmill_JobType::DefaultKillGrace);
+    m_timeLimit = NewMinutes(u"none"_s);
+    m_noProgress = NewMinutes(u"off"_s);
+    m_cores = new QSpinBox{this};
+    m_cores->setRange(0, Taskmill_MostCores);
+    m_memory = new QSpinBox{this};
+    m_memory->setRange(0, std::numeric_limits<int>::max());
+    m_memory->setSingleStep(1024);
+    m_memory->setSuffix(u" MB"_s);
+    for (QSpinBox *box : {m_cores, m_memory})
+        box->setSpecialValueText(u"not said"_s);
+}
+
+QSpinBox *Taskmill_NewJobTypeWidget::NewMinutes(const QString &textOfNone)
+{
+    auto *minutes = new QSpinBox{this};
+    minutes->setRange(0, Taskmill_JobType::LongestMinutes);
+    minutes->setSuffix(u" min"_s);
+    minutes->setSpecialValueText(textOfNone);
+    return minutes;
 }
 
 QPlainTextEdit *Taskmill_NewJobTypeWidget::NewTextEdit(int lines)
@@ -176,6 +199,15 @@ void Taskmill_NewJobTypeWidget::DescribeFields()
         m_killGrace, u"Time to End When Killed"_s,
         u"How long a job that is killed has to write its state and end by itself; what is left of it then "
         "is ended by force. With 0 that happens at once."_s);
+    Describe(m_timeLimit, u"Time Limit"_s,
+             u"A job that runs longer is killed, and its output says so. With 0 there is no limit."_s);
+    Describe(m_noProgress, u"Warn Without Progress After"_s,
+             u"When neither the output nor the processor time of a running job has changed for so long, you "
+             "are told; nothing is killed. With 0 never."_s);
+    const QString needs = u" where neither its submitter nor its input says it. It counts where jobs start "
+                          "only as long as the computer has room for them; see the settings."_s;
+    Describe(m_cores, u"Cores"_s, u"How many cores a job takes"_s + needs + u" Not said here: one."_s);
+    Describe(m_memory, u"Memory"_s, u"How much memory a job takes, in megabytes of 2^20 bytes,"_s + needs);
 }
 
 void Taskmill_NewJobTypeWidget::AddRows(QBoxLayout *layout)
@@ -188,7 +220,21 @@ void Taskmill_NewJobTypeWidget::AddRows(QBoxLayout *layout)
     AddRow(layout, u"Input File Filter:  "_s, m_inputFileFilter);
     AddRow(layout, u"Output File Filter:  "_s, m_outputFileFilter);
     AddRow(layout, u"Environment Variables:  "_s, m_environmentVariables);
-    AddRow(layout, u"Time to End When Killed:  "_s, m_killGrace, 0)->addStretch();
+    QBoxLayout *times = AddRow(layout, u"Time to End When Killed:  "_s, m_killGrace, 0);
+    times->addSpacing(fontMetrics().averageCharWidth() * 2);
+    times->addWidget(new QLabel{u"Time Limit:"_s, this});
+    times->addWidget(m_timeLimit);
+    times->addSpacing(fontMetrics().averageCharWidth() * 2);
+    times->addWidget(new QLabel{u"Warn Without Progress After:"_s, this});
+    times->addWidget(m_noProgress);
+    times->addStretch();
+    QBoxLayout *needs = AddRow(layout, u"Cores:  "_s, m_cores, 0);
+    auto *memoryText = new QLabel{u"Memory:  "_s, this};
+    memoryText->setBuddy(m_memory);
+    needs->addSpacing(rowSpacing);
+    needs->addWidget(memoryText);
+    needs->addWidget(m_memory);
+    needs->addStretch();
     KilnUtil_WidgetUtil::MatchMinimumWidths(m_labels);
     m_name->setMinimumWidth(leastFieldCharacters * fontMetrics().averageCharWidth());
 }
@@ -248,7 +294,8 @@ void Taskmill_NewJobTypeWidget::ConnectFields()
     // Left without a change, a field does not signal it.
     for (QLineEdit *edit : {m_name, m_applicationName, m_inputFileFilter, m_outputFileFilter})
         edit->installEventFilter(this);
-    connect(m_killGrace, &QSpinBox::editingFinished, this, &Widget::UpdateOk);
+    for (const QSpinBox *box : {m_killGrace, m_timeLimit, m_noProgress, m_cores, m_memory})
+        connect(box, &QSpinBox::editingFinished, this, &Widget::UpdateOk);
     connect(m_defaultQueue, &QComboBox::activated, this, &Widget::DefaultQueueSlot);
     connect(m_browse, &QPushButton::clicked, this, &Widget::ExecutablePathBrowseSlot);
     for (QLineEdit *edit : {m_name, m_applicationName, m_executablePath})
@@ -278,6 +325,10 @@ void Taskmill_NewJobTypeWidget::Load(const Taskmill_JobType &jobType)
     m_outputFileFilter->setText(jobType.OutputFileFilter);
     m_environmentVariables->setPlainText(jobType.EnvironmentVariables);
     m_killGrace->setValue(jobType.KillGraceSeconds);
+    m_timeLimit->setValue(jobType.TimeLimitMinutes);
+    m_noProgress->setValue(jobType.NoProgressMinutes);
+    m_cores->setValue(jobType.Cores);
+    m_memory->setValue(static_cast<int>(std::min<qint64>(jobType.MemoryMB, m_memory->maximum())));
 }
 
 Taskmill_JobType Taskmill_NewJobTypeWidget::Read() const
@@ -292,6 +343,10 @@ Taskmill_JobType Taskmill_NewJobTypeWidget::Read() const
     jobType.OutputFileFilter = m_outputFileFilter->text();
     jobType.EnvironmentVariables = m_environmentVariables->toPlainText();
     jobType.KillGraceSeconds = m_killGrace->value();
+    jobType.TimeLimitMinutes = m_timeLimit->value();
+    jobType.NoProgressMinutes = m_noProgress->value();
+    jobType.Cores = m_cores->value();
+    jobType.MemoryMB = m_memory->value();
     return jobType;
 }
 

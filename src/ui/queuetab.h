@@ -8,17 +8,22 @@
 
 #include <QObject>
 
+#include <memory>
+
 class KilnUtil_TableWidget;
 class QAction;
 class QModelIndex;
 class QPoint;
+class Taskmill_Destinations;
 class Taskmill_ElapsedTicker;
 class Taskmill_FilterBar;
 class Taskmill_Job;
 class Taskmill_JobQueue;
 class Taskmill_JobsModel;
+class Taskmill_OrderEntries;
 class Taskmill_QueueOwner;
 class Taskmill_QueuelessJobsList;
+enum class Taskmill_QueueRest;
 class Taskmill_QueuePausedBar;
 class Taskmill_TableFiller;
 struct Taskmill_JobRecord;
@@ -30,6 +35,9 @@ class Taskmill_QueueTab : public QObject, public Taskmill_TabWithMenu, public Ta
     Q_OBJECT
 
 public:
+    ~Taskmill_QueueTab() override;
+    Q_DISABLE_COPY_MOVE(Taskmill_QueueTab)
+
     [[nodiscard]] QFrame *Frame() const { return m_frame; }
     [[nodiscard]] KilnUtil_TableWidget &Table() const { return *m_table; }
 
@@ -65,9 +73,10 @@ Q_SIGNALS:
     void PausedChangedSignal(bool paused);
 
 protected:
-    /// The owner of the jobs outlives this. Makes the page as a child of the parent. The columns are
-    /// remembered under the name.
-    Taskmill_QueueTab(QWidget *parent, Taskmill_QueueOwner &owner, const QString &name, QString helpId);
+    /// The destinations, with the owner of the jobs, outlive this. Makes the page as a child of the parent.
+    /// The columns are remembered under the name.
+    Taskmill_QueueTab(QWidget *parent, Taskmill_Destinations &destinations, Taskmill_QueueOwner &owner,
+                      const QString &name, QString helpId);
 
 private:
     bool ChooseShownJob(int jobID);
@@ -86,7 +95,9 @@ private:
     void Export();
     void View(const Entries &entries, const QAction &chosen, const Taskmill_Job &job);
     void AskForLimit();
+    void LetRowsBeMoved();
 
+    Taskmill_Destinations &m_destinations;
     Taskmill_QueueOwner &m_owner;
     const QString m_helpId;
     Taskmill_JobQueue *const m_queue; ///< nullptr for the list that has no limit and no pause
@@ -94,8 +105,9 @@ private:
     KilnUtil_TableWidget *m_table = nullptr;
     Taskmill_QueuePausedBar *m_pausedBar = nullptr;
     Taskmill_JobsModel *m_model;
+    std::unique_ptr<Taskmill_OrderEntries> m_order; ///< nullptr where jobs have no order
     Taskmill_FilterBar *m_filter = nullptr;
     Taskmill_ElapsedTicker *m_ticker = nullptr;
     Taskmill_TableFiller *m_filler = nullptr;
-    bool m_shownPaused = false;
+    Taskmill_QueueRest m_shownRest{};
 };

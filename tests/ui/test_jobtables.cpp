@@ -258,6 +258,42 @@ private Q_SLOTS:
         QCOMPARE(pages.table.model()->rowCount(), 0);
     }
 
+    void RowsAreMovedByKeysAndByHand()
+    {
+        JobPages pages;
+        const QAbstractItemModelTester tester{SourceOf(pages.table)};
+        pages.queue.SetPaused(true);
+        pages.Submit(5);
+        const auto press = [&pages](Qt::Key key) {
+            QTest::keyClick(&pages.table, key, Qt::AltModifier);
+            return ColumnTexts(pages.table, 0).join(QString{});
+        };
+        JobPages::Select(pages.table, {2, 4});
+        QCOMPARE(press(Qt::Key_Up), u"13254"_s);
+        QCOMPARE(press(Qt::Key_Home), u"35124"_s);
+        QCOMPARE(press(Qt::Key_Down), u"13524"_s);
+        QCOMPARE(press(Qt::Key_End), u"12435"_s);
+        QCOMPARE(pages.table.SelectedRows(), (QList{3, 4}));
+        // As the drop of a drag does.
+        Q_EMIT pages.table.RowsMovedSignal(1);
+        QCOMPARE(ColumnTexts(pages.table, 0).join(QString{}), u"13524"_s);
+        QCOMPARE(pages.table.SelectedRows(), (QList{1, 2}));
+        QVERIFY(pages.table.IsInSourceOrder());
+
+        // A table that is sorted otherwise stays so.
+        pages.table.sortByColumn(0, Qt::DescendingOrder);
+        QVERIFY(!pages.table.IsInSourceOrder());
+        QCOMPARE(press(Qt::Key_Home), u"54321"_s);
+        QCOMPARE(pages.queue.JobIDs(), (QList{3, 5, 1, 2, 4}));
+        // A job that starts before others goes to the front.
+        pages.table.ShowSourceOrder();
+        pages.Choose(0, u"Hold"_s);
+        QVERIFY(!pages.queue.FindByJobID(3)->MayStart());
+        pages.queue.SetPaused(false);
+        pages.queueTab.FillTable();
+        QCOMPARE(ColumnTexts(pages.table, 0).join(QString{}), u"53124"_s);
+    }
+
     void HeldJobsRunFromTheMenu()
     {
         PagePlace place;
