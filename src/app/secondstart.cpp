@@ -2,8 +2,11 @@
 #include "app/secondstart.h"
 
 #include "app/starterror.h"
+#include "wire/clientkey.h"
 #include "wire/protocol.h"
 #include "wire/socket.h"
+
+#include <QFileInfo>
 
 #include <string>
 
@@ -20,7 +23,9 @@ std::string AnswerTo(const std::string &message, std::uint16_t port)
 {
     std::string answer;
     const Taskmill_Socket socket = Taskmill_Socket::Connect(port, connectMs);
-    if (!socket.IsOpen() || !socket.Send(message, writeMs))
+    const std::string whole = Taskmill_ClientKeyLines(socket, port) + "clientname=TaskmillGUI\n" + message +
+                              std::string{Taskmill_WireReplyRequest};
+    if (!socket.IsOpen() || !socket.Send(whole, writeMs))
         return answer;
     while (answer.find('\n') == std::string::npos && answer.size() < longestAnswer &&
            !Taskmill_Socket::WaitForAny({socket.Get()}, answerMs).empty()) {
@@ -29,18 +34,50 @@ std::string AnswerTo(const std::string &message, std::uint16_t port)
     }
     return answer;
 }
+
+QString ReasonIn(const std::string &answer)
+{
+    return answer.starts_with(Taskmill_WireRefused)
+               ? QString::fromStdString(answer.substr(Taskmill_WireRefused.size())).trimmed()
+               : u"it does not answer"_s;
+}
+
+void ReportUnopened(const QString &file, std::uint16_t port, const QString &reason)
+{
+    QString text =
+        u"a manager runs already, on port %1; %2 was not opened"_s.arg(QString::number(port), file);
+    if (!reason.isEmpty())
+        text += u": "_s + reason;
+    Taskmill_PrintStartError(text);
+}
+
+/// False when the manager does not offer the file to its user.
+bool OfferFile(const QString &file, std::uint16_t port)
+{
+    const QString path = QFileInfo{file}.absoluteFilePath();
+    QString reason = u"its name has a line break"_s;
+    if (!path.contains(u'\n')) {
+        const std::string answer = AnswerTo(
+            "action=openproject\n" + std::string{Taskmill_WireProjectFile} + path.toStdString() + '\n', port);
+        if (answer.starts_with(Taskmill_WireAccepted))
+            return true;
+        reason = ReasonIn(answer);
+    }
+    ReportUnopened(file, port, reason);
+    return false;
+}
 } // namespace
 
 void Taskmill_TurnToRunningManager(bool gui, std::uint16_t port, const QString &file)
 {
-    if (!file.isEmpty())
-        Taskmill_PrintStartError(
-            u"a manager runs already, on port %1; %2 was not opened"_s.arg(QString::number(port), file));
-    if (!gui)
+    if (!gui) {
+        if (!file.isEmpty())
+            ReportUnopened(file, port, {});
         return;
-    const std::string answer =
-        AnswerTo("clientname=TaskmillGUI\naction=show\n" + std::string{Taskmill_WireReplyRequest}, port);
+    }
+    if (!file.isEmpty() && OfferFile(file, port))
+        return;
+    const std::string answer = AnswerTo("action=show\n", port);
     if (answer.starts_with(Taskmill_WireRefused))
-        Taskmill_PrintStartError(u"its window could not be shown: %1"_s.arg(
-            QString::fromStdString(answer.substr(Taskmill_WireRefused.size())).trimmed()));
+        Taskmill_PrintStartError(u"its window could not be shown: %1"_s.arg(ReasonIn(answer)));
 }

@@ -6,5 +6,6 @@
 #include <cstdint>
 
 /// What a start does that finds a manager running on its port: the window of that one comes to the front, and
-/// standard error says that `file`, unless it is empty, was not opened.
+/// asks whether to open `file`, unless it is empty. Where it cannot be asked, standard error says that the
+/// file was not opened, and why.
 void Taskmill_TurnToRunningManager(bool gui, std::uint16_t port, const QString &file);

@@ -151,6 +151,12 @@ void Taskmill_Session::PutAway()
         m_window->SystemTrayHideWindowSlot();
 }
 
+void Taskmill_Session::OfferProject(const QString &path)
+{
+    if (m_window)
+        m_window->OfferProject(path);
+}
+
 bool Taskmill_Session::IsUserBusy() const
 {
     return QApplication::activeModalWidget() || QApplication::activePopupWidget();

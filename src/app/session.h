@@ -71,6 +71,7 @@ private:
     void ShowInFront() override;
     void ShowJob(int jobID) override;
     void PutAway() override;
+    void OfferProject(const QString &path) override;
     [[nodiscard]] bool IsUserBusy() const override;
     void QuitLater(bool keepsJobs) override;
 

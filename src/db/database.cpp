@@ -315,6 +315,24 @@ bool Taskmill_Database::RecordStart(const Taskmill_JobRecord &job)
     });
 }
 
+bool Taskmill_Database::RenumberJobs(const std::array<QList<Taskmill_JobRecord>, 3> &jobs,
+                                     const QSet<qint32> &renumbered)
+{
+    return Untracked([&] {
+        if (!m_longJobs.SetNumbers(jobs[0]) || !m_shortJobs.SetNumbers(jobs[1]) ||
+            !m_queuelessJobs.SetNumbers(jobs[2]))
+            return false;
+        const auto writeFields = [&](const Taskmill_JobRecord &job) {
+            return !renumbered.contains(job.JobID) ||
+                   AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID,
+                                     Taskmill_FieldsOfJob(job));
+        };
+        return std::ranges::all_of(jobs, [&](const QList<Taskmill_JobRecord> &some) {
+            return std::ranges::all_of(some, writeFields);
+        });
+    });
+}
+
 Taskmill_AddedFields &Taskmill_Database::AddedFields()
 {
     // Nobody else can change a database in memory.
@@ -513,6 +531,24 @@ std::optional<Taskmill_JobRecord> Taskmill_Database::GetFinishedJob(qint64 key)
 QString Taskmill_Database::GetFinishedJobOutput(qint64 key)
 {
     return m_finishedJobs.GetOutput(key);
+}
+
+std::function<QByteArray()> Taskmill_Database::ReaderOfFinishedJobOutput(qint64 key)
+{
+    return m_finishedJobs.ReaderOfOutput(key);
+}
+
+bool Taskmill_Database::HasFinishedJobOutput(qint64 key)
+{
+    if (!IsOpen() || !IsSQLite())
+        return !GetFinishedJobOutput(key).isEmpty();
+    // It fails where there is no text.
+    sqlite3_blob *output = nullptr;
+    const bool isText = sqlite3_blob_open(SQLiteHandle(), "main", "FinishedJobs", "StdOutAndStdErr", key, 0,
+                                          &output) == SQLITE_OK;
+    const bool hasOutput = isText && sqlite3_blob_bytes(output) > 0;
+    sqlite3_blob_close(output);
+    return hasOutput;
 }
 
 bool Taskmill_Database::SetFinishedJobOutput(qint64 key, const QString &output)

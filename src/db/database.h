@@ -92,6 +92,9 @@ public:
     /// A job of the three places where jobs wait is about to be started. It is no change of the project.
     /// False when that cannot be written.
     bool RecordStart(const Taskmill_JobRecord &job);
+    /// Gives the waiting jobs, which are those of GetLongJobs() and so on in their order, their numbers, and
+    /// writes what no table has a column for of those that are renumbered. No change of the project.
+    bool RenumberJobs(const std::array<QList<Taskmill_JobRecord>, 3> &jobs, const QSet<qint32> &renumbered);
 
     bool InsertGeneralData(const QString &name, const QString &dataStr, bool forceNew,
                            qint32 *outID = nullptr);
@@ -144,6 +147,10 @@ public:
     /// rows were read.
     [[nodiscard]] std::optional<Taskmill_JobRecord> GetFinishedJob(qint64 key);
     [[nodiscard]] QString GetFinishedJobOutput(qint64 key);
+    /// Reads the same in UTF-8, on any thread. The database is not closed meanwhile.
+    [[nodiscard]] std::function<QByteArray()> ReaderOfFinishedJobOutput(qint64 key);
+    /// Reads none of it, as it may be long.
+    [[nodiscard]] bool HasFinishedJobOutput(qint64 key);
     /// Belongs to a transaction.
     bool SetFinishedJobOutput(qint64 key, const QString &output);
     /// By job number; belongs to a transaction, too.

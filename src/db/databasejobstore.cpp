@@ -5,7 +5,6 @@
 #include "db/databasemanager.h"
 #include "kilnutil/error.h"
 
-#include <algorithm>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -14,19 +13,6 @@ namespace {
 Taskmill_Database *Current()
 {
     return Taskmill_Database_Manager::Global().CurrentDatabase();
-}
-
-/// Stored job types are changed by statements that hold the texts as they are.
-bool HasQuotes(const Taskmill_JobType &jobType)
-{
-    const QStringList texts{jobType.Name,
-                            jobType.ApplicationName,
-                            jobType.ExecutablePath,
-                            jobType.InputFileFilter,
-                            jobType.OutputFileFilter,
-                            jobType.EnvironmentVariables,
-                            jobType.GenericCommandLine};
-    return std::ranges::any_of(texts, [](const QString &text) { return text.contains(u'\''); });
 }
 } // namespace
 
@@ -48,8 +34,7 @@ bool Taskmill_DatabaseJobStore::InsertJobType(Taskmill_JobType &jobType)
 
 bool Taskmill_DatabaseJobStore::UpdateJobType(const Taskmill_JobType &jobType, QString &reason)
 {
-    // Nothing is written then: doubled quotes would be stored as single ones.
-    if (HasQuotes(jobType)) {
+    if (Taskmill_JobTypeStore::HasQuotes(jobType)) {
         reason = u"Its texts must not contain single quotes (')."_s;
         return false;
     }

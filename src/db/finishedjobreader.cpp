@@ -17,6 +17,16 @@ struct Taskmill_FinishedJobReader::Connection
     Connection() = default;
     ~Connection() { sqlite3_close(database); }
     Q_DISABLE_COPY_MOVE(Connection)
+
+    bool Open(const QString &path)
+    {
+        constexpr int longestWaitMs = 5000;
+        const bool isOpen = !path.isEmpty() && sqlite3_open_v2(path.toUtf8().constData(), &database,
+                                                               SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK;
+        if (isOpen)
+            sqlite3_busy_timeout(database, longestWaitMs);
+        return isOpen;
+    }
 };
 
 struct Taskmill_FinishedJobReader::Statement
@@ -83,11 +93,8 @@ QString Taskmill_FinishedJobReader::WhatIsSelected(const Taskmill_FinishedJobRea
 bool Taskmill_FinishedJobReader::OpenOwn()
 {
     auto own = std::make_unique<Connection>();
-    if (!HasStorage() || sqlite3_open_v2(m_storagePath.toUtf8().constData(), &own->database,
-                                         SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK)
+    if (!own->Open(m_storagePath))
         return false;
-    constexpr int longestWaitMs = 5000;
-    sqlite3_busy_timeout(own->database, longestWaitMs);
     m_find.reset();
     m_read.reset();
     m_own = std::move(own);
@@ -118,6 +125,18 @@ std::optional<Taskmill_JobRecord> Taskmill_FinishedJobReader::Find(qint64 key)
         job = m_find->Job();
     m_find->rows.Stop();
     return job;
+}
+
+QByteArray Taskmill_FinishedJobReader::ReadOutput(const QString &storagePath, const QString &keyColumn,
+                                                  qint64 key)
+{
+    Connection own;
+    if (!own.Open(storagePath))
+        return {};
+    Taskmill_RowCursor rows{own.database,
+                            u"SELECT StdOutAndStdErr FROM FinishedJobs WHERE %1 = ?"_s.arg(keyColumn)};
+    rows.Start({key});
+    return rows.Next() ? rows.Utf8(0) : QByteArray{};
 }
 
 std::optional<qint64> Taskmill_FinishedJobReader::Read(qint64 behind, int count, const Take &take)

@@ -42,6 +42,11 @@ public:
     /// one's; nothing when there are no more.
     std::optional<qint64> Read(qint64 behind, int count, const Take &take);
 
+    /// The output of one job, in UTF-8, read on any thread through a connection that is there only for that;
+    /// empty where it cannot be read.
+    [[nodiscard]] static QByteArray ReadOutput(const QString &storagePath, const QString &keyColumn,
+                                               qint64 key);
+
 private:
     struct Connection;
     struct Statement;

@@ -195,6 +195,17 @@ QString Taskmill_FinishedJobStore::GetOutput(qint64 key)
     return output;
 }
 
+std::function<QByteArray()> Taskmill_FinishedJobStore::ReaderOfOutput(qint64 key)
+{
+    if (Database().StoragePath().isEmpty())
+        return [output = GetOutput(key)] {
+            return output.toUtf8();
+        };
+    return [path = Database().StoragePath(), column = RowKeyColumn(), key] {
+        return Taskmill_FinishedJobReader::ReadOutput(path, column, key);
+    };
+}
+
 bool Taskmill_FinishedJobStore::SetOutput(qint64 key, const QString &output)
 {
     return RunPrepared(u"UPDATE FinishedJobs SET StdOutAndStdErr = ? WHERE %1 = ?"_s.arg(RowKeyColumn()),

@@ -42,6 +42,7 @@ public:
     /// One without its output; nothing when there is no such row.
     [[nodiscard]] std::optional<Taskmill_JobRecord> Get(qint64 key);
     [[nodiscard]] QString GetOutput(qint64 key);
+    [[nodiscard]] std::function<QByteArray()> ReaderOfOutput(qint64 key);
     bool SetOutput(qint64 key, const QString &output);
     /// What reads many; see there.
     [[nodiscard]] std::unique_ptr<Taskmill_FinishedJobReader> MakeReader(Taskmill_FinishedJobReading reading);

@@ -94,6 +94,12 @@ bool Taskmill_JobTypeStore::Update(qint32 jobTypeID, const Taskmill_JobType &job
         u"', GenericCommandLine = '"_s + jobType.GenericCommandLine + u"', LastModified = '"_s + now +
         u"' WHERE JobTypeID = "_s + QString::number(jobTypeID);
     const bool updated = InTransaction([&] { return Execute(statement) && StoreFields(jobTypeID, jobType); });
+    // The outcome of a statement with a quote in its texts does not count.
+    return updated || HasQuotes(jobType);
+}
+
+bool Taskmill_JobTypeStore::HasQuotes(const Taskmill_JobType &jobType)
+{
     const auto texts = {jobType.Name,
                         jobType.ApplicationName,
                         jobType.ExecutablePath,
@@ -101,8 +107,7 @@ bool Taskmill_JobTypeStore::Update(qint32 jobTypeID, const Taskmill_JobType &job
                         jobType.OutputFileFilter,
                         jobType.EnvironmentVariables,
                         jobType.GenericCommandLine};
-    // The outcome of a statement with a quote in its texts does not count.
-    return updated || !std::ranges::all_of(texts, IsPlain);
+    return !std::ranges::all_of(texts, IsPlain);
 }
 
 bool Taskmill_JobTypeStore::StoreFields(qint32 jobTypeID, const Taskmill_JobType &jobType)

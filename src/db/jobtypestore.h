@@ -14,6 +14,10 @@ public:
 
     void Forget() override;
 
+    /// Whether Update() would store other texts than these: its statement holds them as they are, and doubled
+    /// quotes would be stored as single ones.
+    [[nodiscard]] static bool HasQuotes(const Taskmill_JobType &jobType);
+
     bool Insert(const Taskmill_JobType &jobType, bool forceNew, qint32 *outID = nullptr);
     bool Update(qint32 jobTypeID, const Taskmill_JobType &jobType);
     bool Delete(qint32 jobTypeID);

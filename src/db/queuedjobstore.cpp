@@ -70,3 +70,31 @@ QList<Taskmill_JobRecord> Taskmill_QueuedJobStore::GetAll()
     }
     return ReadJobs(columns.join(u','), m_queueName);
 }
+
+bool Taskmill_QueuedJobStore::SetNumbers(const QList<Taskmill_JobRecord> &jobs)
+{
+    struct Row
+    {
+        qint32 key;
+        qint32 jobID;
+    };
+    QList<Row> rows;
+    {
+        QSqlQuery query{Connection()};
+        query.setForwardOnly(true);
+        if (query.exec(u"SELECT %1, JobID FROM %2 ORDER BY rowid"_s.arg(KeyColumn(), TableName()))) {
+            while (query.next())
+                rows.append({query.value(0).toInt(), query.value(1).toInt()});
+        }
+    }
+    if (rows.size() != jobs.size())
+        return false;
+    const QString statement =
+        u"UPDATE "_s + TableName() + u" SET JobID = ? WHERE "_s + KeyColumn() + u" = ?"_s;
+    for (qsizetype row = 0; row < rows.size(); ++row) {
+        if (rows[row].jobID != jobs[row].JobID && !RunPrepared(statement, {jobs[row].JobID, rows[row].key}))
+            return false;
+    }
+    ForgetKeys();
+    return true;
+}

@@ -16,6 +16,9 @@ public:
     /// Inside a transaction: the job runs from now on. Nothing for a job that the table does not hold.
     bool RecordStart(qint32 jobID);
     [[nodiscard]] QList<Taskmill_JobRecord> GetAll();
+    /// Inside a transaction: gives the rows the numbers of these jobs, which are those of GetAll(), in its
+    /// order.
+    bool SetNumbers(const QList<Taskmill_JobRecord> &jobs);
 
 private:
     bool DeleteRows(qint32 jobID);

@@ -117,6 +117,11 @@ QString Taskmill_RowCursor::Text(int column)
     return before.text;
 }
 
+QByteArray Taskmill_RowCursor::Utf8(int column) const
+{
+    return m_query ? m_query->value(column).toString().toUtf8() : BytesOf(m_statement, column).toByteArray();
+}
+
 qint32 Taskmill_RowCursor::Integer(int column) const
 {
     if (column < 0)

@@ -39,6 +39,8 @@ public:
     /// Of the current row; empty, and 0, for what is NULL and for column -1. A text that is that of the row
     /// before is shared with it.
     [[nodiscard]] QString Text(int column);
+    /// The same in UTF-8; nothing of it is kept.
+    [[nodiscard]] QByteArray Utf8(int column) const;
     [[nodiscard]] qint32 Integer(int column) const;
     /// For a column that holds nothing else.
     [[nodiscard]] qint64 LongInteger(int column) const;

@@ -157,6 +157,9 @@ std::vector<std::unique_ptr<Taskmill_WorkingCopy>> Taskmill_WorkingCopy::TakeAba
         // Without a note it was not complete, or there was no room for a note.
         if (copy->m_lock.IsHeld() && QFileInfo{copy->Path()}.size() > 0)
             abandoned.push_back(std::move(copy));
+        else if (copy->m_lock.IsHeld() && copy->MayHoldChanges())
+            qCWarning(Taskmill_DBLog, "A working copy without its beginning is kept as %ls",
+                      qUtf16Printable(copy->SetAside()));
         else if (copy->m_lock.IsHeld())
             copy->Remove();
     }
@@ -186,6 +189,25 @@ void Taskmill_WorkingCopy::ReadNote()
     m_notedProject = m_isNoted ? QString::fromUtf8(lines[1]) : QString{};
 }
 
+bool Taskmill_WorkingCopy::MayHoldChanges() const
+{
+    // No project file has such tables, and no log is there before they are made.
+    const QByteArray mark = "CREATE TABLE WorkingCopy";
+    constexpr qint64 blockSize = 1024L * 1024;
+    if (QFileInfo{m_base + u".db-wal"_s}.size() > 0)
+        return true;
+    QFile file{Path()};
+    if (!file.open(QIODevice::ReadOnly))
+        return true;
+    QByteArray end;
+    for (QByteArray block = file.read(blockSize); !block.isEmpty(); block = file.read(blockSize)) {
+        if ((end + block).contains(mark))
+            return true;
+        end = block.last(qMin(block.size(), mark.size()));
+    }
+    return file.error() != QFileDevice::NoError;
+}
+
 void Taskmill_WorkingCopy::Remove()
 {
     for (const QLatin1StringView suffix : databaseSuffixes)
@@ -206,6 +228,8 @@ QString Taskmill_WorkingCopy::SetAside()
     const bool renamed = QFile::rename(Path(), aside + u".db"_s);
     if (renamed)
         Remove();
+    else
+        LeaveInPlace();
     return renamed ? aside + u".db"_s : Path();
 }
 

@@ -37,6 +37,9 @@ public:
     /// Whether that was done, here or by the manager that has left it. Without it there is only something to
     /// keep when the file itself says that it is a working copy: there was no room for the note.
     [[nodiscard]] bool IsNoted() const { return m_isNoted; }
+    /// Of one that is not noted and cannot be read: whether there is more in it than the beginning of a
+    /// project file that was being read.
+    [[nodiscard]] bool MayHoldChanges() const;
     /// The file stays in any case.
     void LeaveInPlace() { m_isNoted = true; }
     /// What was noted; what the file itself says is newer.

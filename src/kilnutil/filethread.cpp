@@ -8,6 +8,7 @@
 #include <QThread>
 #include <QWaitCondition>
 
+#include <optional>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -31,9 +32,11 @@ struct KilnUtil_FileThread::Shared
     KilnUtil_FileThread *owner = nullptr; ///< null when it has let go of the thread
     QDeadlineTimer answersBy;             ///< while it reads
     bool isReading = false;
+    std::optional<Deliver> answer; ///< to what was asked for last
+    QWaitCondition hasAnswer;
 
     void Run();
-    void DeliverLater(qint64 ofNumber, const Deliver &deliver) const;
+    void DeliverLater(qint64 ofNumber);
 };
 
 void KilnUtil_FileThread::Shared::Run()
@@ -52,22 +55,22 @@ void KilnUtil_FileThread::Shared::Run()
         const Deliver deliver = read();
         lock.relock();
         isReading = false;
-        DeliverLater(ofNumber, deliver);
+        if (!owner || ofNumber != number)
+            continue;
+        answer = deliver;
+        hasAnswer.wakeAll();
+        DeliverLater(ofNumber);
     }
 }
 
 /// The owner cannot go meanwhile: it takes the lock first.
-void KilnUtil_FileThread::Shared::DeliverLater(qint64 ofNumber, const Deliver &deliver) const
+void KilnUtil_FileThread::Shared::DeliverLater(qint64 ofNumber)
 {
-    if (!owner || ofNumber != number)
-        return;
     QMetaObject::invokeMethod(
         owner,
-        [receiver = owner, ofNumber, deliver] {
-            if (receiver->m_number != ofNumber)
-                return;
-            receiver->m_isBusy = false;
-            deliver();
+        [receiver = owner, ofNumber] {
+            if (receiver->m_number == ofNumber)
+                receiver->Wait(0ms);
         },
         Qt::QueuedConnection);
 }
@@ -79,7 +82,7 @@ KilnUtil_FileThread::KilnUtil_FileThread(QObject *parent)
 
 KilnUtil_FileThread::~KilnUtil_FileThread()
 {
-    LetGo();
+    LetGo(longestWaitAtEnd);
 }
 
 void KilnUtil_FileThread::Start()
@@ -91,7 +94,7 @@ void KilnUtil_FileThread::Start()
     m_thread->start();
 }
 
-void KilnUtil_FileThread::LetGo()
+void KilnUtil_FileThread::LetGo(std::chrono::milliseconds longestWait)
 {
     if (!m_shared)
         return;
@@ -102,7 +105,7 @@ void KilnUtil_FileThread::LetGo()
         m_shared->hasWork.wakeAll();
     }
     m_shared.reset();
-    if (m_thread->wait(QDeadlineTimer{longestWaitAtEnd})) {
+    if (m_thread->wait(QDeadlineTimer{longestWait})) {
         m_thread.reset();
         return;
     }
@@ -122,15 +125,34 @@ void KilnUtil_FileThread::Run(const Read &read)
         const bool isStuck = m_shared->isReading && m_shared->answersBy.hasExpired();
         lock.unlock();
         if (isStuck && g_stuck < mostStuck)
-            LetGo();
+            LetGo(0ms);
     }
     if (!m_shared)
         Start();
     m_isBusy = true;
     const QMutexLocker lock{&m_shared->mutex};
     m_shared->number = ++m_number;
+    m_shared->answer.reset();
     m_shared->next = read;
     m_shared->hasWork.wakeAll();
+}
+
+void KilnUtil_FileThread::Wait(std::chrono::milliseconds longest)
+{
+    const QDeadlineTimer deadline{longest};
+    if (!m_isBusy)
+        return;
+    std::optional<Deliver> answer;
+    {
+        const QMutexLocker lock{&m_shared->mutex};
+        while (!m_shared->answer && m_shared->hasAnswer.wait(&m_shared->mutex, deadline)) {
+        }
+        answer = std::exchange(m_shared->answer, std::nullopt);
+    }
+    if (!answer)
+        return;
+    m_isBusy = false;
+    (*answer)();
 }
 
 void KilnUtil_FileThread::Forget()
@@ -141,5 +163,6 @@ void KilnUtil_FileThread::Forget()
         return;
     const QMutexLocker lock{&m_shared->mutex};
     m_shared->number = m_number;
+    m_shared->answer.reset();
     m_shared->next = {};
 }

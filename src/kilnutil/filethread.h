@@ -3,6 +3,7 @@
 
 #include <QObject>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -27,6 +28,8 @@ public:
     /// Nothing that was asked for before is delivered any more. `read` must not use what may be gone when it
     /// runs.
     void Run(const Read &read);
+    /// Waits for what was asked for and delivers it, but waits no longer than that.
+    void Wait(std::chrono::milliseconds longest);
     /// Nothing is delivered any more.
     void Forget();
     /// Whether something that was asked for is still to be delivered.
@@ -36,7 +39,7 @@ private:
     struct Shared;
 
     void Start();
-    void LetGo();
+    void LetGo(std::chrono::milliseconds longestWait);
 
     std::shared_ptr<Shared> m_shared; ///< with the thread; null until it is first needed
     std::unique_ptr<QThread> m_thread;

@@ -20,7 +20,7 @@ std::optional<Taskmill_Question> Taskmill_ChangedFileDialogue::Next()
     return Taskmill_Question{
         .title = u"Recovered Changes"_s,
         .text =
-            u"The project file was changed by another program after the manager had ended by force:\n\n"_s +
+            u"The project file was changed by another program while its changes here were not saved:\n\n"_s +
             file +
             u"\n\nDo you want to go on with the recovered changes? The file stays as it is until you "
             u"save.\n\n"
@@ -28,7 +28,7 @@ std::optional<Taskmill_Question> Taskmill_ChangedFileDialogue::Next()
             "file beside it."_s,
         .consoleText =
             file +
-            u" was changed by another program after the manager had ended by force.  Do you want to go on "
+            u" was changed by another program while its changes here were not saved.  Do you want to go on "
             "with the recovered changes?"_s,
         .kind = Taskmill_Question::Kind::YesNoCancel,
         .defaultAnswer = KilnUtil_UserPrompt::WarnAnswer::Yes};
@@ -45,7 +45,7 @@ void Taskmill_ChangedFileDialogue::Answer(const Taskmill_Answer &answer)
 QString Taskmill_ChangedFileDialogue::Notice(const Taskmill_Project &project)
 {
     return project.HasChangedFile()
-               ? u"%1 was changed by another program after the manager had ended by force. It stays as it is; the recovered changes are in use."_s
+               ? u"%1 was changed by another program while its changes here were not saved. It stays as it is; the recovered changes are in use."_s
                      .arg(QDir::toNativeSeparators(project.FilePath()))
                : QString{};
 }

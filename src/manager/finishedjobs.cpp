@@ -14,6 +14,7 @@
 #include "manager/removalreport.h"
 
 #include <QElapsedTimer>
+#include <QReadWriteLock>
 
 #include <algorithm>
 #include <limits>
@@ -41,13 +42,42 @@ Taskmill_Database *CurrentDatabase()
 }
 } // namespace
 
+/// Lets outputs be read on any thread until it is closed.
+class Taskmill_FinishedJobs::ReadingGate
+{
+public:
+    template <typename Read>
+    QByteArray Pass(const Read &read)
+    {
+        const QReadLocker lock{&m_lock};
+        return m_isOpen ? read() : QByteArray{};
+    }
+
+    /// Waits for what is being read.
+    void Close()
+    {
+        const QWriteLocker lock{&m_lock};
+        m_isOpen = false;
+    }
+
+private:
+    QReadWriteLock m_lock;
+    bool m_isOpen = true;
+};
+
 Taskmill_FinishedJobs::Taskmill_FinishedJobs(Taskmill_Outbox &outbox)
     : m_outbox{outbox}
     , m_lastHeldKey{firstHeldKey}
     , m_read{mostRecordsKept}
+    , m_outputGate{std::make_shared<ReadingGate>()}
 {
     m_removalTimer.setInterval(0);
     connect(&m_removalTimer, &QTimer::timeout, this, [this] { RemoveSomeRows(longestTurnMs); });
+}
+
+Taskmill_FinishedJobs::~Taskmill_FinishedJobs()
+{
+    m_outputGate->Close();
 }
 
 bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &ended, const std::function<void()> &alsoWrite)
@@ -55,7 +85,7 @@ bool Taskmill_FinishedJobs::AddJob(const Taskmill_JobRecord &ended, const std::f
     RecordMissing();
     Taskmill_JobRecord job = ended;
     if (job.IsOutputLeft && !CanLeaveOutputs() && m_outputOfRun) {
-        const OutputOfRun output = m_outputOfRun(job.Run);
+        const OutputOfRun output = ReadOutputOfRun(job.Run);
         job.StdOutAndStdErr.prepend(output.Text);
         // It stays where it is.
         if (!output.IsWhole)
@@ -147,11 +177,12 @@ void Taskmill_FinishedJobs::ReadLostResults()
         text += output.size();
         const qint64 number = ++m_lastResult;
         m_awaited.insert(number, {.key = entry.Key});
-        m_results->ReadEnded(job, output, this,
-                             [this, number](const Taskmill_ResultState &state, bool isComplete) {
-                                 if (isComplete)
-                                     TakeResult(number, Taskmill_ResultOf(*state));
-                             });
+        m_results->ReadEnded(
+            job, [output] { return output.toUtf8(); }, this,
+            [this, number](const Taskmill_ResultState &state, bool isComplete) {
+                if (isComplete)
+                    TakeResult(number, Taskmill_ResultOf(*state));
+            });
     }
 }
 
@@ -236,7 +267,7 @@ bool Taskmill_FinishedJobs::TakeLeftOutputs()
     const QList<qint64> keys = m_leftOutputs.keys();
     for (const qint64 key : keys) {
         const Taskmill_LeftOutput left = m_leftOutputs.value(key);
-        const OutputOfRun stored = m_outputOfRun(left.Run);
+        const OutputOfRun stored = ReadOutputOfRun(left.Run);
         const QString output = stored.Text + left.Said;
         const bool isTaken = database->Untracked([&] {
             return database->SetFinishedJobOutput(key, output) &&
@@ -293,6 +324,8 @@ void Taskmill_FinishedJobs::Clear()
     // What reads in the background has the database open.
     m_ranking.Stop();
     m_matching.Stop();
+    m_outputGate->Close();
+    m_outputGate = std::make_shared<ReadingGate>();
     m_removalTimer.stop();
     m_rowsToRemove.clear();
     ForgetResults();
@@ -333,8 +366,11 @@ const Taskmill_JobRecord &Taskmill_FinishedJobs::JobAt(qsizetype position) const
 
 qsizetype Taskmill_FinishedJobs::PositionOf(int jobID) const
 {
-    const auto entry = std::ranges::find(m_entries, jobID, &Taskmill_FinishedEntry::JobID);
-    return entry == m_entries.end() ? -1 : entry - m_entries.begin();
+    // As a rule it is one of the newest.
+    const auto entry =
+        std::find_if(m_entries.rbegin(), m_entries.rend(),
+                     [jobID](const Taskmill_FinishedEntry &one) { return one.JobID == jobID; });
+    return m_entries.rend() - entry - 1;
 }
 
 /// One after the other costs more than single ones do, but less than many.
@@ -404,17 +440,44 @@ QString Taskmill_FinishedJobs::OutputOf(const Taskmill_JobRecord &job) const
         return job.StdOutAndStdErr;
     const qint64 key = m_entries[position].Key;
     if (const auto held = m_held.constFind(key); held != m_held.constEnd())
-        return (held->IsOutputLeft ? m_outputOfRun(held->Run).Text : QString{}) + held->StdOutAndStdErr;
+        return (held->IsOutputLeft ? ReadOutputOfRun(held->Run).Text : QString{}) + held->StdOutAndStdErr;
     if (const auto left = m_leftOutputs.constFind(key); left != m_leftOutputs.constEnd())
-        return m_outputOfRun(left->Run).Text + left->Said;
+        return ReadOutputOfRun(left->Run).Text + left->Said;
     Taskmill_Database *database = CurrentDatabase();
     return database ? database->GetFinishedJobOutput(key) : QString{};
 }
 
 bool Taskmill_FinishedJobs::HasOutput(const Taskmill_JobRecord &job) const
 {
-    const qsizetype position = m_leftOutputs.isEmpty() ? -1 : PositionOf(job.JobID);
-    return (position >= 0 && m_leftOutputs.contains(m_entries[position].Key)) || !OutputOf(job).isEmpty();
+    const qsizetype position = job.StdOutAndStdErr.isEmpty() ? PositionOf(job.JobID) : -1;
+    if (position < 0)
+        return !job.StdOutAndStdErr.isEmpty();
+    const qint64 key = m_entries[position].Key;
+    if (const auto held = m_held.constFind(key); held != m_held.constEnd())
+        return held->IsOutputLeft || !held->StdOutAndStdErr.isEmpty();
+    Taskmill_Database *database = CurrentDatabase();
+    return m_leftOutputs.contains(key) || (database && database->HasFinishedJobOutput(key));
+}
+
+Taskmill_OutputText Taskmill_FinishedJobs::ReaderOfOutput(const Taskmill_JobRecord &job) const
+{
+    const qsizetype position = job.StdOutAndStdErr.isEmpty() ? PositionOf(job.JobID) : -1;
+    const qint64 key = position < 0 ? keyOfNone : m_entries[position].Key;
+    Taskmill_Database *database = CurrentDatabase();
+    if (position < 0 || m_held.contains(key) || !database)
+        return [text = OutputOf(job)] {
+            return text.toUtf8();
+        };
+    const auto left = m_leftOutputs.constFind(key);
+    const auto printed = left == m_leftOutputs.constEnd() ? nullptr : m_outputOfRun(left->Run);
+    return [gate = m_outputGate, row = database->ReaderOfFinishedJobOutput(key), printed,
+            said = printed ? left->Said : QString{}] {
+        return gate->Pass([&] {
+            // What is still with its run may have been written into its row meanwhile.
+            const QByteArray stored = row();
+            return stored.isEmpty() && printed ? (printed().Text + said).toUtf8() : stored;
+        });
+    };
 }
 
 void Taskmill_FinishedJobs::Remove(QList<int> positions)

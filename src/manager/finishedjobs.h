@@ -5,6 +5,7 @@
 #include "jobs/finishedjobstaker.h"
 #include "jobs/jobrecord.h"
 #include "manager/finishedscan.h"
+#include "manager/followedoutput.h"
 
 #include <QCache>
 #include <QHash>
@@ -37,6 +38,8 @@ public:
 
     /// The outbox, which outlives this, takes the notifications of the jobs.
     explicit Taskmill_FinishedJobs(Taskmill_Outbox &outbox);
+    ~Taskmill_FinishedJobs() override;
+    Q_DISABLE_COPY_MOVE(Taskmill_FinishedJobs)
 
     [[nodiscard]] qsizetype Count() const { return m_entries.size(); }
     [[nodiscard]] int JobIDAt(qsizetype position) const { return m_entries[position].JobID; }
@@ -53,6 +56,9 @@ public:
     /// The whole captured output of one of the jobs.
     [[nodiscard]] QString OutputOf(const Taskmill_JobRecord &job) const;
     [[nodiscard]] bool HasOutput(const Taskmill_JobRecord &job) const;
+    /// Reads the same output, in UTF-8, on any thread and at any time: it is empty when the list is another
+    /// one by then.
+    [[nodiscard]] Taskmill_OutputText ReaderOfOutput(const Taskmill_JobRecord &job) const;
 
     /// Appends the job and, when a database is open, records it there, together with the notification of its
     /// client, which is sent later.
@@ -68,9 +74,10 @@ public:
         QString Text;
         bool IsWhole = true;
     };
-    /// Returns what the run of a job wrote, see Taskmill_JobRecord::Run and IsOutputLeft.
-    using OutputReader = std::function<OutputOfRun(const QString &run)>;
-    void SetOutputOfRuns(const OutputReader &read) { m_outputOfRun = read; }
+    /// Returns what reads, on any thread, what the run of a job wrote, see Taskmill_JobRecord::Run and
+    /// IsOutputLeft.
+    using OutputReader = std::function<std::function<OutputOfRun()>(const QString &run)>;
+    void SetOutputOfRuns(const OutputReader &reader) { m_outputOfRun = reader; }
     /// Reads the results of the jobs that are added; outlives this.
     void SetResults(Taskmill_JobResults &results) { m_results = &results; }
     /// Waits for results that are not known yet, but no longer than that, and records them.
@@ -139,7 +146,10 @@ private:
         qint64 notification = 0; ///< number in the outbox
     };
 
+    class ReadingGate;
+
     [[nodiscard]] bool CanLeaveOutputs() const;
+    [[nodiscard]] OutputOfRun ReadOutputOfRun(const QString &run) const { return m_outputOfRun(run)(); }
     /// Puts the result into the job. A number of the result when it is not known yet, else 0.
     qint64 BeginResult(Taskmill_JobRecord &job);
     void TakeResult(qint64 number, const Taskmill_JobResult &result);
@@ -175,4 +185,5 @@ private:
     int m_generation = 0;
     Taskmill_FinishedScan m_ranking;
     Taskmill_FinishedScan m_matching;
+    std::shared_ptr<ReadingGate> m_outputGate;
 };

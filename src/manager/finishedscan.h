@@ -80,7 +80,6 @@ public:
     void Cancel();
     /// The same, and nothing reads any more when this returns.
     void Stop();
-    [[nodiscard]] bool IsAtWork() const { return m_reading != nullptr; }
 
 private:
     class Reading;

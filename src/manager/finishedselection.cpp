@@ -26,6 +26,15 @@ const Taskmill_JobRecord *Taskmill_FinishedSelection::At(qsizetype place)
     return position < 0 ? nullptr : &m_jobs.JobAt(position);
 }
 
+QList<int> Taskmill_FinishedSelection::Positions()
+{
+    if (m_generation != m_jobs.Generation())
+        FindAgain();
+    QList<int> positions = m_positions;
+    positions.removeAll(-1);
+    return positions;
+}
+
 void Taskmill_FinishedSelection::FindAgain()
 {
     m_generation = m_jobs.Generation();

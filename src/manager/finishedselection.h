@@ -17,6 +17,8 @@ public:
     [[nodiscard]] qsizetype Count() const { return m_jobIDs.size(); }
     /// nullptr when it has gone. It stays until another one is asked for.
     [[nodiscard]] const Taskmill_JobRecord *At(qsizetype place);
+    /// Where those that are still there stand now.
+    [[nodiscard]] QList<int> Positions();
 
 private:
     void FindAgain();

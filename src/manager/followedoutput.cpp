@@ -40,7 +40,7 @@ void Taskmill_FollowedOutput::SetPrinted(const KilnUtil_PrintedReader &read)
     SetPrinted(std::make_unique<Taskmill_PrintedPart>(read));
 }
 
-void Taskmill_FollowedOutput::SetPrinted(const QString &whole)
+void Taskmill_FollowedOutput::SetPrinted(const Taskmill_OutputText &whole)
 {
     SetPrinted(std::make_unique<Taskmill_PrintedTextPart>(whole));
 }

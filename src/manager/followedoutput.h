@@ -9,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -17,6 +18,9 @@ class Taskmill_OutputReader;
 
 /// What an output says, as of some moment.
 using Taskmill_ResultState = std::shared_ptr<const Taskmill_ProgramResult>;
+
+/// Reads the whole of an output, in UTF-8, once and on any thread.
+using Taskmill_OutputText = std::function<QByteArray()>;
 
 /// The files in which the output of a job is looked for. Times are those of the clock on the wall, as
 /// Taskmill_JobTime::ClockTime() has them.
@@ -45,7 +49,7 @@ public:
     /// What the job prints counts where its files are of no known program. One of the three, and it replaces
     /// what was set before.
     void SetPrinted(const KilnUtil_PrintedReader &read);
-    void SetPrinted(const QString &whole);
+    void SetPrinted(const Taskmill_OutputText &whole);
     /// The next piece of it.
     void AddPrinted(const QByteArray &piece);
 

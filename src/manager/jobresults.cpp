@@ -36,6 +36,13 @@ Taskmill_JobResult ResultOf(Taskmill_ProgramResult said, Taskmill_JobStatus stat
     return Taskmill_ResultOf(said);
 }
 
+Taskmill_OutputText Whole(const QString &text)
+{
+    return [text] {
+        return text.toUtf8();
+    };
+}
+
 Taskmill_ProgramResult ResultOfText(const QString &text)
 {
     const QByteArray bytes = text.toUtf8();
@@ -187,7 +194,7 @@ std::optional<Taskmill_JobResult> Taskmill_JobResults::ResultOfEnded(const Taskm
             if (printed && !goesOn)
                 output.SetPrinted(printed);
             else if (!printed)
-                output.SetPrinted(text);
+                output.SetPrinted(Whole(text));
             output.End(ended);
         },
         true);
@@ -201,12 +208,12 @@ void Taskmill_JobResults::TakeLeftOutput(const QString &run, const QString &outp
     for (const auto &[number, ended] : m_ended.asKeyValueRange()) {
         if (ended.Run == run)
             Worker().Alter(
-                number, [output](auto &followed) { followed.SetPrinted(output); }, true);
+                number, [output](auto &followed) { followed.SetPrinted(Whole(output)); }, true);
     }
 }
 
-qint64 Taskmill_JobResults::ReadEnded(const Taskmill_JobRecord &job, const QString &printed, QObject *context,
-                                      const Progress &progress)
+qint64 Taskmill_JobResults::ReadEnded(const Taskmill_JobRecord &job, const Taskmill_OutputText &printed,
+                                      QObject *context, const Progress &progress)
 {
     // Stored times are whole seconds.
     constexpr qint64 roundedOff = 1;

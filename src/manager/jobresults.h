@@ -53,9 +53,9 @@ public:
     using Progress = std::function<void(const Taskmill_ResultState &state, bool isComplete)>;
     /// Reads the output of a job that has ended once more, for what is not stored with it: all energies, and
     /// the cycles of the last SCF. A file that was changed after the end of the job is not its output any
-    /// more. `printed` is what the job printed, see Taskmill_FinishedJobs::OutputOf(). Nothing is called when
-    /// the context is gone. A number for GiveUp().
-    qint64 ReadEnded(const Taskmill_JobRecord &job, const QString &printed, QObject *context,
+    /// more. `printed` is what the job printed, see Taskmill_FinishedJobs::ReaderOfOutput(); null stands for
+    /// nothing. Nothing is called when the context is gone. A number for GiveUp().
+    qint64 ReadEnded(const Taskmill_JobRecord &job, const Taskmill_OutputText &printed, QObject *context,
                      const Progress &progress);
     /// Does nothing for a reading that is complete.
     void GiveUp(qint64 reading);

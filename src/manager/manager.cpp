@@ -44,10 +44,8 @@ void ReportRemains(const Taskmill_JobRecord &job, const QList<qint64> &processID
 }
 
 /// What keepers of an earlier start have stored is there without keepers, too.
-KilnUtil_StoredOutput OutputOfRun(const KilnUtil_RunKeepers *keepers, const QString &runID)
+KilnUtil_StoredOutput StoredOutputOfRun(const QString &runID)
 {
-    if (keepers)
-        return keepers->OutputOf(runID);
     const QStringList folders = KilnUtil_MachineFolderPaths();
     for (const QString &folder : folders) {
         if (!KilnUtil_IsMachineFolder(folder))
@@ -57,6 +55,16 @@ KilnUtil_StoredOutput OutputOfRun(const KilnUtil_RunKeepers *keepers, const QStr
             return output;
     }
     return {};
+}
+
+/// Reads, on any thread, what the run of a job wrote.
+std::function<KilnUtil_StoredOutput()> ReaderOfRun(const KilnUtil_RunKeepers *keepers, const QString &runID)
+{
+    if (keepers)
+        return keepers->OutputOf(runID);
+    return [runID] {
+        return StoredOutputOfRun(runID);
+    };
 }
 } // namespace
 
@@ -99,9 +107,11 @@ void Taskmill_Manager::ConnectJobs()
         QObject::connect(&owner->Jobs(), &Taskmill_JobContainer::RemainsSignal, owner, ReportRemains);
     }
     m_finishedJobs.SetOutputOfRuns([this](const QString &run) {
-        const KilnUtil_StoredOutput output = OutputOfRun(m_keepers.get(), Taskmill_RunOfJob{run}.RunID);
-        return Taskmill_FinishedJobs::OutputOfRun{.Text = Taskmill_Job::TextOfOutput(output.Bytes),
-                                                  .IsWhole = output.IsWhole};
+        return [read = ReaderOfRun(m_keepers.get(), Taskmill_RunOfJob{run}.RunID)] {
+            const KilnUtil_StoredOutput output = read();
+            return Taskmill_FinishedJobs::OutputOfRun{.Text = Taskmill_Job::TextOfOutput(output.Bytes),
+                                                      .IsWhole = output.IsWhole};
+        };
     });
     if (!m_keepers)
         return;

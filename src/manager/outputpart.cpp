@@ -122,8 +122,10 @@ QByteArray Taskmill_PrintedPart::Take(qint64 most)
 
 QByteArray Taskmill_PrintedTextPart::Take(qint64 most)
 {
-    if (!m_whole.isEmpty())
-        Add(std::exchange(m_whole, {}).toUtf8());
+    if (m_whole) {
+        if (const QByteArray whole = std::exchange(m_whole, {})(); !whole.isEmpty())
+            Add(whole);
+    }
     if (m_pieces.empty())
         return {};
     const QByteArray &first = m_pieces.front();

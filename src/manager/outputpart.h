@@ -90,24 +90,21 @@ private:
     bool m_isComplete = false;
 };
 
-/// What a run has printed, in memory.
+/// What a run has printed, as a whole or in pieces.
 class Taskmill_PrintedTextPart final : public Taskmill_OutputPart
 {
 public:
-    explicit Taskmill_PrintedTextPart(QString whole = {})
+    explicit Taskmill_PrintedTextPart(Taskmill_OutputText whole = {})
         : m_whole{std::move(whole)}
     {
     }
 
     void Add(const QByteArray &piece) { m_pieces.push_back(piece); }
     [[nodiscard]] QByteArray Take(qint64 most) override;
-    [[nodiscard]] bool IsComplete() const override
-    {
-        return HasEnded() && m_pieces.empty() && m_whole.isEmpty();
-    }
+    [[nodiscard]] bool IsComplete() const override { return HasEnded() && m_pieces.empty() && !m_whole; }
 
 private:
-    QString m_whole; ///< as it is given; nobody may want it
+    Taskmill_OutputText m_whole; ///< is read when it is wanted
     std::deque<QByteArray> m_pieces;
     qsizetype m_taken = 0; ///< of the first
 };

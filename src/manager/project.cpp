@@ -12,6 +12,7 @@
 #include "manager/destinations.h"
 #include "manager/finishedjobs.h"
 #include "manager/outbox.h"
+#include "manager/ownjobnumbers.h"
 #include "manager/projectdatabase.h"
 #include "manager/projectrecovery.h"
 #include "manager/recentprojects.h"
@@ -367,8 +368,10 @@ std::optional<QString> Taskmill_Project::TrySaveProjectAs(const QString &path)
 
 bool Taskmill_Project::MakeWhole()
 {
-    for (Taskmill_QueueOwner *owner : m_destinations.All())
+    for (Taskmill_QueueOwner *owner : m_destinations.All()) {
         owner->CollectAllFinished();
+        owner->DeleteKeptRows();
+    }
     m_finishedJobs.RecordMissing();
     m_finishedJobs.WaitForResults(longestWaitForResults);
     m_finishedJobs.FinishRemovals();
@@ -582,10 +585,12 @@ void Taskmill_Project::ReloadJobs(Taskmill_Database &database)
     m_jobTypes.Refresh();
     ReloadLimits(database);
     m_finishedJobs.Load();
-    m_destinations.Long().Replace(database.GetLongJobs());
-    m_destinations.Short().Replace(database.GetShortJobs());
+    std::array jobs{database.GetLongJobs(), database.GetShortJobs(), database.GetQueuelessJobs()};
+    Taskmill_GiveOwnJobNumbers(database, jobs, m_finishedJobs, m_jobNumbers);
+    m_destinations.Long().Replace(jobs[0]);
+    m_destinations.Short().Replace(jobs[1]);
     // Jobs without a queue start at once, when everything else is in place; those that ran are held.
-    m_destinations.Queueless().Replace(database.GetQueuelessJobs());
+    m_destinations.Queueless().Replace(jobs[2]);
 }
 
 void Taskmill_Project::ReloadLimits(Taskmill_Database &database)

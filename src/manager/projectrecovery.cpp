@@ -76,7 +76,8 @@ struct Taskmill_ProjectRecovery::Candidate
     int changes = 0;
     bool hasRuns = false;
     bool isGivenUp = false;
-    bool isOutOfReach = false;                  ///< it cannot be read now, but it may be sound
+    bool isOutOfReach = false; ///< it cannot be read now, but it may be sound
+    bool isDamaged = false;
     QList<Taskmill_Notification> notifications; ///< that were not delivered
 
     [[nodiscard]] bool IsNeverSaved() const { return project.isEmpty(); }
@@ -116,9 +117,13 @@ void Taskmill_ProjectRecovery::EndSearch()
 
 void Taskmill_ProjectRecovery::RemoveOrKeep(Candidate candidate)
 {
-    // Its manager was ended while it read the project: nothing is to be kept.
-    if (!candidate.copy->IsNoted())
+    if (!candidate.copy->IsNoted()) {
+        // Its manager was ended while it read the project: nothing is to be kept. Or the note was lost.
+        if (candidate.isDamaged && candidate.copy->MayHoldChanges())
+            m_notices += u"A working copy that cannot be read was kept as %1."_s.arg(
+                QDir::toNativeSeparators(candidate.copy->SetAside()));
         return;
+    }
     // What its manager ended in order with, or never began to change.
     const bool isClosed = candidate.database && (candidate.isGivenUp || !candidate.HasUnsaved());
     const auto isTooOld = [now = QDateTime::currentMSecsSinceEpoch()](const Taskmill_Notification &one) {
@@ -154,6 +159,7 @@ Taskmill_ProjectRecovery::Candidate Taskmill_ProjectRecovery::Open(std::unique_p
         // It may have become readable meanwhile.
         if (problem == SQLITE_OK)
             database = OpenCopy(copy->Path());
+        candidate.isDamaged = problem != SQLITE_OK && !candidate.isOutOfReach;
         if (candidate.isOutOfReach)
             copy->LeaveInPlace();
     }

@@ -122,6 +122,7 @@ void Taskmill_QueueOwner::Replace(const QList<Taskmill_JobRecord> &jobs)
 void Taskmill_QueueOwner::Clear()
 {
     Jobs().RemoveAll();
+    m_keptRows.clear();
     Q_EMIT JobsChangedSignal();
 }
 
@@ -208,7 +209,7 @@ void Taskmill_QueueOwner::RemoveNow(QList<int> jobIDs)
     Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
     if (database && !removed.isEmpty() && !database->AsOneChange(deleteRows)) {
         // All of it is undone.
-        m_keptRows.clear();
+        m_namesOfKeptRows.clear();
         for (const Taskmill_JobRecord &job : std::as_const(removed))
             KeepRow(job);
     }
@@ -254,14 +255,23 @@ void Taskmill_QueueOwner::DeleteRow(const Taskmill_JobRecord &job)
 
 void Taskmill_QueueOwner::KeepRow(const Taskmill_JobRecord &job)
 {
-    if (m_keptRows.isEmpty())
+    if (!m_keptRows.contains(job.JobID))
+        m_keptRows.append(job.JobID);
+    if (m_namesOfKeptRows.isEmpty())
         QTimer::singleShot(0, this, &Taskmill_QueueOwner::ReportKeptRows);
-    m_keptRows.append(job.Name);
+    m_namesOfKeptRows.append(job.Name);
+}
+
+void Taskmill_QueueOwner::DeleteKeptRows()
+{
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+    if (database)
+        m_keptRows.removeIf([&](int jobID) { return (database->*m_variant.remove)(jobID); });
 }
 
 void Taskmill_QueueOwner::ReportKeptRows()
 {
-    const QStringList names = std::exchange(m_keptRows, {});
+    const QStringList names = std::exchange(m_namesOfKeptRows, {});
     if (names.isEmpty())
         return;
     if (const Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase())

@@ -68,6 +68,11 @@ public:
     /// Removes the jobs with their rows, killing those that run, without asking. Unknown ones are left out.
     /// Those that keepers run go when nothing of them is left: until then they are Running, in their place.
     void RemoveNow(QList<int> jobIDs);
+    /// Whether the row of a removed job could not be deleted, so that the job would wait again when the
+    /// project is opened.
+    [[nodiscard]] bool IsRowKept(int jobID) const { return m_keptRows.contains(jobID); }
+    /// Tries again to delete such rows, for a project that is about to be saved.
+    void DeleteKeptRows();
 
 Q_SIGNALS:
     /// The view of the queue is to be filled anew.
@@ -94,7 +99,8 @@ private:
     std::unique_ptr<Taskmill_JobContainer> m_jobs;
     Taskmill_JobQueue *m_queue = nullptr;         ///< m_jobs, where that has a limit
     Taskmill_QueuelessJobsList *m_list = nullptr; ///< m_jobs, where that is the other one
-    QStringList m_keptRows; ///< names of jobs whose rows could not be deleted, not yet reported
+    QList<int> m_keptRows;                        ///< jobs whose rows could not be deleted
+    QStringList m_namesOfKeptRows;                ///< not yet reported
     bool m_collecting = false;
     bool m_removing = false; ///< jobs are being removed: nothing is collected meanwhile
 };

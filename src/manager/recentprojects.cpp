@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "manager/recentprojects.h"
 
+#include "kilnutil/filecheck.h"
 #include "kilnutil/registry.h"
 
-#include <QFileInfo>
+#include <QCoreApplication>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -33,9 +34,14 @@ void Taskmill_AddToRecentProjects(const QString &path)
 
 void Taskmill_DropMissingRecentProjects()
 {
-    const QStringList stored = Taskmill_RecentProjects();
-    QStringList projects = stored;
-    projects.removeIf([](const QString &path) { return !QFileInfo::exists(path); });
-    if (projects != stored)
-        KilnUtil_Registry::SetValue(SettingsKey(), projects);
+    const QStringList looked = Taskmill_RecentProjects();
+    const auto drop = [looked](const QStringList &found) {
+        const QStringList stored = Taskmill_RecentProjects();
+        QStringList projects = stored;
+        projects.removeIf(
+            [&](const QString &path) { return looked.contains(path) && !found.contains(path); });
+        if (projects != stored)
+            KilnUtil_Registry::SetValue(SettingsKey(), projects);
+    };
+    KilnUtil_FileCheck::Of(*QCoreApplication::instance()).Find(looked, KilnUtil_FileCheck::Exists, drop);
 }

@@ -15,9 +15,10 @@ void Taskmill_ReportRowsKept(const Taskmill_Database &database, const QStringLis
     const QString error = database.LastErrorMessage();
     qCWarning(Taskmill_ManagerLog, "%d jobs could not be removed from the project: %ls",
               static_cast<int>(count), qUtf16Printable(error));
-    KilnUtil_Error::ReportError(
-        u"Removing Jobs from the Project"_s,
-        u"The following %1 jobs could not be removed from the project and will be listed again when it is "
-        "opened the next time:\n\n%2\n\n(%3)"_s.arg(QString::number(count),
-                                                    Taskmill_NameList(jobNames, count), error));
+    const QString jobs = count == 1 ? u"A job"_s : u"%1 jobs"_s.arg(count);
+    KilnUtil_Error::ReportError(u"Removing Jobs from the Project"_s,
+                                u"%1 could not be removed from the project. Saving it tries that again; "
+                                u"until then what is listed here "
+                                "comes back when the project is opened:\n\n%2\n\n(%3)"_s.arg(
+                                    jobs, Taskmill_NameList(jobNames, count), error));
 }

@@ -174,6 +174,11 @@ void KilnUtil_KeptRun::TakeSwept()
     m_isSwept = true;
     if (m_state != State::Lost)
         return;
+    // Its keeper may have been ended between recording the end and reporting it.
+    if (auto end = m_keepers ? m_keepers->RecordedEnd(m_runID) : std::nullopt) {
+        Finish(std::move(*end));
+        return;
+    }
     Finish({.How = KilnUtil_RunEnd::Kind::Unknown,
             .Reason = u"the program that kept this job was ended, and so was the job: how far it had come is "
                       "not known"_s});

@@ -248,6 +248,13 @@ KilnUtil_FoundRun KilnUtil_NurseryRunKeepers::FindRecorded(const std::string &ru
     return found;
 }
 
+std::optional<KilnUtil_RunEnd> KilnUtil_NurseryRunKeepers::RecordedEnd(const std::string &runID)
+{
+    m_journals.Refresh();
+    const Taskmill_RunJournals::Run *run = m_journals.Find(runID);
+    return run && run->end ? std::optional{KilnUtil_KeptRun::EndOf(*run->end)} : std::nullopt;
+}
+
 void KilnUtil_NurseryRunKeepers::AwaitSweep(KilnUtil_KeptRun &run, bool isFromThisNursery)
 {
     const bool isNurseryThere = m_nursery && m_nursery->IsOpen();
@@ -289,9 +296,11 @@ bool KilnUtil_NurseryRunKeepers::WaitForSweep(int waitMs)
     return true;
 }
 
-KilnUtil_StoredOutput KilnUtil_NurseryRunKeepers::OutputOf(const QString &runID) const
+std::function<KilnUtil_StoredOutput()> KilnUtil_NurseryRunKeepers::OutputOf(const QString &runID) const
 {
-    return OutputIn(QString::fromStdString(m_folder), runID);
+    return [folder = QString::fromStdString(m_folder), runID] {
+        return OutputIn(folder, runID);
+    };
 }
 
 KilnUtil_PrintedReader KilnUtil_NurseryRunKeepers::ReaderOf(const QString &runID) const

@@ -34,7 +34,7 @@ public:
     void SetOwner(const QString &identity, const QString &text,
                   const std::function<bool(const QString &ownerText)> &mayTake) override;
     [[nodiscard]] KilnUtil_FoundRun Find(const QString &runID) override;
-    [[nodiscard]] KilnUtil_StoredOutput OutputOf(const QString &runID) const override;
+    [[nodiscard]] std::function<KilnUtil_StoredOutput()> OutputOf(const QString &runID) const override;
     [[nodiscard]] KilnUtil_PrintedReader ReaderOf(const QString &runID) const override;
     void TakeResult(const QString &runID) override;
     void ForgetResults() override;
@@ -50,6 +50,8 @@ public:
     /// False when this turn of the event loop has lasted so long that what keepers report can wait for the
     /// next.
     [[nodiscard]] bool IsTurnShort() const { return m_turn.elapsed() < LongestTurnMs; }
+    /// How a run has ended that its keeper did not report; nothing when that was not recorded.
+    [[nodiscard]] std::optional<KilnUtil_RunEnd> RecordedEnd(const std::string &runID);
     /// TakeSwept() of the run comes when nothing of it is left.
     void AwaitSweep(KilnUtil_KeptRun &run, bool isFromThisNursery);
     /// False when none has come within that time.

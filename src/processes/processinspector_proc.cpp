@@ -3,7 +3,7 @@
 
 #include "kilnutil/filesys.h"
 #include "kilnutil/logging.h"
-#include "processes/procfiles_unix.h"
+#include "processes/procfiles_linux.h"
 
 #include <QDir>
 #include <QFile>

@@ -4,7 +4,7 @@
 #include "kilnutil/logging.h"
 #include "kilnutil/openfileslimit.h"
 #include "kilnutil/stringutil.h"
-#include "processes/procfiles_unix.h"
+#include "processes/procfiles_linux.h"
 
 #include <QProcess>
 

@@ -57,9 +57,10 @@ public:
     /// text is taken over only when `mayTake` of that text says so.
     [[nodiscard]] virtual KilnUtil_FoundRun Find(const QString &runID) = 0;
 
-    /// What a keeper has stored of the output of that run, until its result is forgotten.
-    [[nodiscard]] virtual KilnUtil_StoredOutput OutputOf(const QString &runID) const = 0;
-    /// Reads the same piece by piece, on any thread, and also when this object is gone.
+    /// Reads what a keeper has stored of the output of that run, until its result is forgotten, on any
+    /// thread, and also when this object is gone.
+    [[nodiscard]] virtual std::function<KilnUtil_StoredOutput()> OutputOf(const QString &runID) const = 0;
+    /// Reads the same piece by piece, in the same way.
     [[nodiscard]] virtual KilnUtil_PrintedReader ReaderOf(const QString &runID) const = 0;
     /// The result of that run is stored where it belongs, or will be with ForgetResults(): nobody needs what
     /// the keeper has stored.

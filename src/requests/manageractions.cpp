@@ -22,6 +22,11 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+QString WasChangedText(const QString &projectFile)
+{
+    return projectFile + u" was changed by another program"_s;
+}
+
 QByteArray Json(const QJsonObject &object)
 {
     return QJsonDocument{object}.toJson(QJsonDocument::Compact);
@@ -46,6 +51,7 @@ QString NameOf(const Taskmill_QueueOwner &owner)
     return QString{Taskmill_NamesOf(owner.Destination()).Stored}.toLower();
 }
 const QString finishedName = u"finished"_s;
+const QString questionIsOpen = u"a question is open in the manager; answer it first"_s;
 
 bool IsNamed(const QString &wanted, const QString &name)
 {
@@ -88,11 +94,17 @@ const Taskmill_ManagerActions::Action *Taskmill_ManagerActions::Find(const QStri
 {
     using Self = Taskmill_ManagerActions;
     static constexpr std::array actions{
-        Action{"listjobs"_L1, &Self::List},    Action{"showjob"_L1, &Self::ShowJob},
-        Action{"killjob"_L1, &Self::Kill},     Action{"removejob"_L1, &Self::Remove},
-        Action{"pausequeue"_L1, &Self::Pause}, Action{"unpausequeue"_L1, &Self::Unpause},
-        Action{"limitqueue"_L1, &Self::Limit}, Action{"budget"_L1, &Self::Budget},
-        Action{"saveproject"_L1, &Self::Save}, Action{"listjobtypes"_L1, &Self::Types},
+        Action{"listjobs"_L1, &Self::List},
+        Action{"showjob"_L1, &Self::ShowJob},
+        Action{"killjob"_L1, &Self::Kill},
+        Action{"removejob"_L1, &Self::Remove},
+        Action{"pausequeue"_L1, &Self::Pause},
+        Action{"unpausequeue"_L1, &Self::Unpause},
+        Action{"limitqueue"_L1, &Self::Limit},
+        Action{"budget"_L1, &Self::Budget},
+        Action{"saveproject"_L1, &Self::Save},
+        Action{"listjobtypes"_L1, &Self::Types},
+        Action{"openproject"_L1, &Self::OpenProject},
         Action{"quit"_L1, &Self::Quit},
     };
     const auto found = std::ranges::find_if(
@@ -190,6 +202,10 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::RemoveNow(Taskmill_Que
                                                                     const QString &doneText)
 {
     owner.RemoveNow({request.JobNumber});
+    if (owner.IsRowKept(request.JobNumber))
+        return Outcome::Refused(
+            u"job %1 could not be removed from the project; saving it tries that again"_s.arg(
+                request.JobNumber));
     Outcome outcome = Outcome::Done(request, doneText.arg(request.JobNumber), {{u"id"_s, request.JobNumber}});
     const Taskmill_Job *job = owner.Jobs().FindByJobID(request.JobNumber);
     if (job && job->IsBeingKilled())
@@ -310,7 +326,7 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Save(const Taskmill_Re
     if (!project.IsOpen())
         return Outcome::Refused(u"no project is open"_s);
     if (IsUserAsked())
-        return Outcome::Refused(u"a question is open in the manager; answer it first"_s);
+        return Outcome::Refused(questionIsOpen);
     if (!request.SaveFile.isEmpty() && QDir::isRelativePath(request.SaveFile))
         return Outcome::Refused(u"the name of the file is not absolute"_s);
     const QString wanted = Taskmill_Project::ProjectFileName(request.SaveFile);
@@ -319,12 +335,32 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Save(const Taskmill_Re
         return Outcome::Refused(u"the project was never saved; name a file"_s);
     const bool isOwn = file == project.FilePath();
     if (!request.Replaces && isOwn && project.FileHasChanged())
-        return Outcome::Refused(file + u" was changed by another program"_s);
+        return Outcome::Refused(WasChangedText(file));
+    if (QFileInfo{request.SaveFile}.isDir())
+        return Outcome::Refused(request.SaveFile + u" is a folder"_s);
     if (!request.Replaces && !isOwn && QFileInfo::exists(file))
         return Outcome::Refused(file + u" exists already"_s);
     if (const std::optional<QString> error = project.TrySaveProjectAs(file))
         return Outcome::Refused(u"the project could not be written to %1: %2"_s.arg(file, *error));
     return Outcome::Done(request, u"The project was saved to %1."_s.arg(QDir::toNativeSeparators(file)),
+                         {{u"file"_s, file}});
+}
+
+/// The user decides: another project is open, with jobs that may run.
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::OpenProject(const Taskmill_RequestMessage &request)
+{
+    if (!m_frontEnd.HasWindow())
+        return Outcome::Refused(u"a manager on a console has no window to ask in"_s);
+    if (QDir::isRelativePath(request.ProjectFile))
+        return Outcome::Refused(u"the name of the file is not absolute"_s);
+    m_frontEnd.ShowInFront();
+    const QString file = QDir::cleanPath(request.ProjectFile);
+    if (file == m_manager.Project().FilePath())
+        return Outcome::Done(request, u"The project is open."_s, {{u"file"_s, file}});
+    if (IsUserAsked())
+        return Outcome::Refused(questionIsOpen);
+    m_frontEnd.OfferProject(file);
+    return Outcome::Done(request, u"The window asks whether the project is to be opened."_s,
                          {{u"file"_s, file}});
 }
 
@@ -353,12 +389,16 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Types(const Taskmill_R
 
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Quit(const Taskmill_RequestMessage &request)
 {
-    const Taskmill_Project &project = m_manager.Project();
+    Taskmill_Project &project = m_manager.Project();
     if (IsUserAsked())
-        return Outcome::Refused(u"a question is open in the manager; answer it first"_s);
-    // A project that has a file is saved to it.
-    if (!request.Replaces && project.FilePath().isEmpty() && project.HasUnsavedChanges())
+        return Outcome::Refused(questionIsOpen);
+    // A project that has a file is saved to it. While its jobs go on, one that has none stays for the next
+    // start.
+    const bool isToBeSaved = !request.Replaces && project.HasUnsavedChanges();
+    if (isToBeSaved && project.FilePath().isEmpty() && !(request.KeepsJobs && project.IsAnyJobKept()))
         return Outcome::Refused(u"the project was never saved and would be lost; save it to a file first"_s);
+    if (isToBeSaved && project.FileHasChanged())
+        return Outcome::Refused(WasChangedText(project.FilePath()));
     if (request.KeepsJobs && !Taskmill_JobsGoOn(Taskmill_Ending::AskedToKeep) &&
         m_manager.Destinations().RunningCount() > 0)
         return Outcome::Refused(

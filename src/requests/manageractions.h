@@ -52,6 +52,7 @@ private:
     [[nodiscard]] Outcome Limit(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Budget(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Save(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome OpenProject(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Types(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Quit(const Taskmill_RequestMessage &request);
 

@@ -49,7 +49,7 @@ std::optional<QByteArray> Taskmill_RequestDispatcher::HandleRequest(const Taskmi
         return SubmitJob(request);
     if (Taskmill_ManagerActions::Knows(request.Action))
         return m_actions.CarryOut(request, answerLater);
-    if (!actionIs("show"_L1) && !actionIs("hide"_L1))
+    if (!request.IsForWindow())
         return Taskmill_RefusedReply.toByteArray() + "there is no such action\n";
     if (!m_frontEnd.HasWindow())
         return Taskmill_RefusedReply.toByteArray() + "a manager on a console has no window\n";

@@ -106,6 +106,7 @@ constexpr std::array keys{
     Key{Latin1(Taskmill_WireQueueLimit), SetNumber<&Message::QueueLimit>},
     Key{Latin1(Taskmill_WireBudget), SetTrimmed<&Message::Budget>},
     Key{Latin1(Taskmill_WireSaveFile), SetText<&Message::SaveFile>},
+    Key{Latin1(Taskmill_WireProjectFile), SetText<&Message::ProjectFile>},
     Key{Latin1(Taskmill_WireReplaces), SetFlag<&Message::Replaces>},
     Key{Latin1(Taskmill_WireKeepsJobs), SetFlag<&Message::KeepsJobs>},
     Key{Latin1(Taskmill_WireAnswersJson), SetFlag<&Message::AnswersJson>},
@@ -183,6 +184,12 @@ Taskmill_RequestMessage Taskmill_RequestMessage::Parse(const QByteArray &bytes)
     if (!Taskmill_AsksForReply(bytes))
         message.ExactJobType = message.DetailedReply = false;
     return message;
+}
+
+bool Taskmill_RequestMessage::IsForWindow() const
+{
+    return Action.compare("show"_L1, Qt::CaseInsensitive) == 0 ||
+           Action.compare("hide"_L1, Qt::CaseInsensitive) == 0;
 }
 
 bool Taskmill_AsksForReply(QByteArrayView bytes)

@@ -17,6 +17,7 @@ struct Taskmill_ActionRequest
     qint32 QueueLimit = 0;
     QString Budget;   ///< see Taskmill_WireBudget
     QString SaveFile; ///< absolute; empty for the project's own
+    QString ProjectFile;
     bool Replaces = false;
     bool TakesRunning = false;
     bool KeepsJobs = false;
@@ -30,6 +31,8 @@ struct Taskmill_RequestMessage : Taskmill_JobRequest, Taskmill_ActionRequest
 {
     QString Action;
 
+    /// Whether the action is "show" or "hide", in any case.
+    [[nodiscard]] bool IsForWindow() const;
     /// Bytes that are not valid UTF-8 are read as Latin-1. Any bytes make a message, if an empty one.
     [[nodiscard]] static Taskmill_RequestMessage Parse(const QByteArray &bytes);
 };

@@ -296,9 +296,8 @@ void Taskmill_RequestServer::RefuseThoseThatCannotWait()
         connection->SetLookedAt();
         if (!Taskmill_AsksForReply(connection->Bytes()))
             continue;
-        const QString action = Taskmill_RequestMessage::Parse(connection->Bytes()).Action;
-        if (action.compare("show"_L1, Qt::CaseInsensitive) != 0 &&
-            action.compare("hide"_L1, Qt::CaseInsensitive) != 0 && !Taskmill_ManagerActions::Knows(action))
+        const auto request = Taskmill_RequestMessage::Parse(connection->Bytes());
+        if (!request.IsForWindow() && !Taskmill_ManagerActions::Knows(request.Action))
             continue;
         m_complete.removeOne(connection);
         connection->Close(Refused(questionIsOpen));

@@ -206,6 +206,17 @@ void Taskmill_AppWindow::ShowFinishedJobs(const QList<int> &jobIDs)
     m_finishedJobs.SelectJobs(jobIDs);
 }
 
+void Taskmill_AppWindow::OfferProject(const QString &path)
+{
+    m_window.ShowInFront();
+    const auto offer = [this, path] {
+        // Of several that come at once the first is asked about.
+        if (!QApplication::activeModalWidget())
+            m_projectMenu->OfferFile(path);
+    };
+    QTimer::singleShot(0, this, offer);
+}
+
 void Taskmill_AppWindow::ShowJob(int jobID)
 {
     m_window.ShowInFront();
@@ -317,6 +328,8 @@ void Taskmill_AppWindow::CurrentTabChangedSlot(int tab)
 {
     const auto page = static_cast<Taskmill_Page>(tab);
     m_filterEntry->setEnabled(TabOf(page).HasFilter());
+    m_detailsSwitch->Entry().setEnabled(page != Taskmill_Page::RunningJobs &&
+                                        page != Taskmill_Page::JobTypes);
     m_tabMenus->ShowThoseOf(TabOf(page), page == Taskmill_Page::LongJobs || page == Taskmill_Page::ShortJobs);
     switch (page) {
     case Taskmill_Page::LongJobs:

@@ -40,6 +40,8 @@ public:
     void ShowTrayIcon();
     /// Brings the window to the front, with the job chosen in its list, if it is in one.
     void ShowJob(int jobID);
+    /// Brings it to the front and asks, from the event loop, whether this project is to be opened.
+    void OfferProject(const QString &path);
     /// Says what the user must know when the program has started, and asks about the jobs that ran when the
     /// project was closed.
     void SpeakAtStart();

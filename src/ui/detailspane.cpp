@@ -15,6 +15,9 @@
 #include <QTabWidget>
 #include <QToolButton>
 
+#include <algorithm>
+#include <iterator>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -99,6 +102,19 @@ void Taskmill_DetailsPane::UpdateSoonSlot()
     m_soon.start(static_cast<int>(qBound(qint64{0}, leastPauseMs - since, qint64{leastPauseMs})));
 }
 
+QWidgetList Taskmill_DetailsPane::TabOrder() const
+{
+    QWidgetList order{m_pages->tabBar()};
+    for (const Taskmill_DetailsPage *page : m_parts) {
+        const auto widgets = page->findChildren<QWidget *>();
+        std::ranges::copy_if(widgets, std::back_inserter(order), [](const QWidget *widget) {
+            return (widget->focusPolicy() & Qt::TabFocus) != 0 && !widget->focusProxy();
+        });
+    }
+    order.append(m_pages->cornerWidget());
+    return order;
+}
+
 Taskmill_DetailsPage *Taskmill_DetailsPane::CurrentPage() const
 {
     return m_parts[m_pages->currentIndex()];
@@ -107,9 +123,12 @@ Taskmill_DetailsPage *Taskmill_DetailsPane::CurrentPage() const
 std::optional<Taskmill_ShownJob> Taskmill_DetailsPane::JobToShow() const
 {
     std::optional<Taskmill_ShownJob> job = m_tab.CurrentJob();
-    if (job || !m_job || m_tab.JobTable().currentIndex().isValid())
+    // A filter may have taken an ended job out of the table.
+    if (job || !m_job || &m_tab == &m_ended)
         return job;
-    return m_ended.JobOfNumber(m_job->Record.JobID);
+    // It may have left a table that does not know it yet.
+    job = m_ended.JobOfNumber(m_job->Record.JobID);
+    return job && m_job->Is(job->Record) ? job : std::nullopt;
 }
 
 void Taskmill_DetailsPane::ViewOutput() const

@@ -29,6 +29,8 @@ public:
     /// The job that is shown; nothing when there is none.
     [[nodiscard]] const std::optional<Taskmill_ShownJob> &Job() const { return m_job; }
     [[nodiscard]] QTabWidget &Pages() const { return *m_pages; }
+    /// What the Tab key reaches: the tabs, what the pages hold, and the button that hides the details.
+    [[nodiscard]] QWidgetList TabOrder() const;
 
 public Q_SLOTS:
     /// The current row, or what is known of its job, is another.

@@ -6,6 +6,7 @@
 #include "ui/shownjob.h"
 #include "widgets/tablewidget.h"
 
+#include <QApplication>
 #include <QFrame>
 #include <QVBoxLayout>
 #include <QtMath>
@@ -42,13 +43,21 @@ void Taskmill_DetailsSplitter::ShowPane()
 {
     if (!m_switch.IsOn()) {
         if (m_pane)
-            m_pane->parentWidget()->hide();
+            HidePane();
         return;
     }
     if (!m_pane)
         MakePane();
     m_pane->parentWidget()->show();
     ApplyShare();
+}
+
+void Taskmill_DetailsSplitter::HidePane()
+{
+    // The keys go on in the table.
+    if (m_pane->isAncestorOf(QApplication::focusWidget()))
+        m_tab.JobTable().setFocus();
+    m_pane->parentWidget()->hide();
 }
 
 void Taskmill_DetailsSplitter::MakePane()
@@ -64,10 +73,8 @@ void Taskmill_DetailsSplitter::MakePane()
     addWidget(holder);
     // The Tab key leads from the table to them, not from the last button of the window.
     QWidget *before = &m_tab.JobTable();
-    const auto widgets = m_pane->findChildren<QWidget *>();
+    const QWidgetList widgets = m_pane->TabOrder();
     for (QWidget *widget : widgets) {
-        if ((widget->focusPolicy() & Qt::TabFocus) == 0)
-            continue;
         setTabOrder(before, widget);
         before = widget;
     }

@@ -32,6 +32,7 @@ protected:
 
 private:
     void ShowPane();
+    void HidePane();
     void MakePane();
     void ApplyShare();
 

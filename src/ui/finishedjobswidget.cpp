@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/finishedjobswidget.h"
 
+#include "kilnutil/filethread.h"
 #include "manager/exportdialogue.h"
 #include "manager/finishedjobs.h"
 #include "manager/finishedremovaldialogue.h"
@@ -24,6 +25,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 const QString helpId = u"taskmill/finishedjobs"_s;
 const QString exportText = u"Export..."_s;
+/// Of the event loop, for what as a rule is there at once.
+constexpr std::chrono::milliseconds longestWait{8};
 } // namespace
 
 /// The entries of the menu that has been shown.
@@ -69,6 +72,7 @@ Taskmill_FinishedJobsWidget::Taskmill_FinishedJobsWidget(QWidget *parent, Taskmi
     : m_jobs{finishedJobs}
     , m_submitter{submitter}
     , m_frame{parent}
+    , m_logReader{new KilnUtil_FileThread{this}}
 {
     BuildTable();
     FillTable();
@@ -160,11 +164,13 @@ const Taskmill_JobRecord *Taskmill_FinishedJobsWidget::JobAt(qsizetype position)
 
 void Taskmill_FinishedJobsWidget::ContextMenuSlot(const QPoint &position)
 {
+    // Where the pointer is at the click; the rows may move at once.
+    const QPersistentModelIndex clicked = m_table->ClickedCell(position);
     FillTable();
     if (!JobAt(m_table->CurrentPosition()))
         return;
     Taskmill_ContextMenu menu{*m_table};
-    FillMenu(menu);
+    AddEntries(menu, m_table->PositionsOf(m_table->SelectedRowsWith(clicked)));
     menu.Run(position);
 }
 
@@ -176,6 +182,11 @@ QString Taskmill_FinishedJobsWidget::HelpId() const
 void Taskmill_FinishedJobsWidget::FillMenu(Taskmill_TabMenu &menu)
 {
     FillTable();
+    AddEntries(menu, m_table->PositionsOfSelectedRows());
+}
+
+void Taskmill_FinishedJobsWidget::AddEntries(Taskmill_TabMenu &menu, const QList<int> &positions)
+{
     const Taskmill_JobRecord *job = JobAt(m_table->CurrentPosition());
     if (!job && m_table->model()->rowCount() == 0)
         return;
@@ -187,15 +198,19 @@ void Taskmill_FinishedJobsWidget::FillMenu(Taskmill_TabMenu &menu)
         });
         return;
     }
-    const auto chosenJobs = std::make_shared<Taskmill_FinishedSelection>(m_jobs, ChosenPositions());
+    const auto selectedJobs = std::make_shared<Taskmill_FinishedSelection>(m_jobs, positions);
+    const auto chosenJobs =
+        positions.isEmpty()
+            ? std::make_shared<Taskmill_FinishedSelection>(m_jobs, QList{m_table->CurrentPosition()})
+            : selectedJobs;
     const Entries entries{menu, chosenJobs, m_submitter != nullptr};
-    entries.showInputFile->setEnabled(Taskmill_JobViewers::HasFile(job->InputFilePath));
-    entries.showOutputFile->setEnabled(Taskmill_JobViewers::HasFile(job->OutputFilePath()));
+    Taskmill_JobViewers::DisableWithoutFile(*m_frame, {{entries.showInputFile, job->InputFilePath},
+                                                       {entries.showOutputFile, job->OutputFilePath()}});
     entries.showLog->setEnabled(m_jobs.HasOutput(*job));
     // By number, as the list may change while the menu is open.
-    menu.WhenChosen([this, entries, chosenJobs, jobID = job->JobID](const QAction &chosen) {
+    menu.WhenChosen([this, entries, selectedJobs, chosenJobs, jobID = job->JobID](const QAction &chosen) {
         if (&chosen == entries.remove)
-            RemoveSlot();
+            Remove(selectedJobs->Positions());
         else if (&chosen == entries.runAgain)
             RunAgain(*chosenJobs);
         else if (&chosen == entries.exporting)
@@ -215,16 +230,21 @@ void Taskmill_FinishedJobsWidget::View(const Entries &entries, const QAction &ch
     const Taskmill_JobRecord record = *found;
     const Taskmill_JobRecord *job = &record;
     if (&chosen == entries.showLog)
-        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, m_jobs.OutputOf(*job), job->Result);
+        ShowLog(*job);
     else if (&chosen == entries.showInputFile)
         Taskmill_JobViewers::ShowInputFile(*m_frame, job->Name, job->InputFilePath);
     else if (&chosen == entries.showOutputFile)
-        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFilePath(), job->Result);
+        Taskmill_JobViewers::ShowOutputFile(*m_frame, *job);
 }
 
 void Taskmill_FinishedJobsWidget::RemoveSlot()
 {
-    Taskmill_FinishedRemovalDialogue removal{m_jobs, m_table->PositionsOfSelectedRows()};
+    Remove(m_table->PositionsOfSelectedRows());
+}
+
+void Taskmill_FinishedJobsWidget::Remove(const QList<int> &positions)
+{
+    Taskmill_FinishedRemovalDialogue removal{m_jobs, positions};
     Taskmill_AskThroughPrompt(removal);
     FillTable();
 }
@@ -237,13 +257,6 @@ void Taskmill_FinishedJobsWidget::FillColumnsMenu(QMenu &menu)
 void Taskmill_FinishedJobsWidget::OpenFilter()
 {
     m_filter->Open();
-}
-
-/// Of the selected jobs, else of the current one.
-QList<int> Taskmill_FinishedJobsWidget::ChosenPositions() const
-{
-    const QList<int> positions = m_table->PositionsOfSelectedRows();
-    return positions.isEmpty() ? QList{m_table->CurrentPosition()} : positions;
 }
 
 void Taskmill_FinishedJobsWidget::RunAgain(const Taskmill_FinishedSelection &jobs)
@@ -276,9 +289,9 @@ void Taskmill_FinishedJobsWidget::CellDoubleClickedSlot(int row, int column)
     const Taskmill_JobRecord record = *found;
     const Taskmill_JobRecord *job = &record;
     if (!job->OutputFilePath().isEmpty())
-        Taskmill_JobViewers::ShowOutputFile(*m_frame, job->Name, job->OutputFilePath(), job->Result);
+        Taskmill_JobViewers::ShowOutputFile(*m_frame, *job);
     else if (m_jobs.HasOutput(*job))
-        Taskmill_JobViewers::ShowLog(*m_frame, job->Name, m_jobs.OutputOf(*job), job->Result);
+        ShowLog(*job);
 }
 
 std::optional<Taskmill_ShownJob> Taskmill_FinishedJobsWidget::CurrentJob() const
@@ -297,15 +310,24 @@ std::optional<Taskmill_ShownJob> Taskmill_FinishedJobsWidget::ShownJobAt(qsizety
     if (!job)
         return std::nullopt;
     return Taskmill_ShownJob{.Record = *job, .Process = {}, .Printed = [this, record = *job] {
-                                 return m_jobs.OutputOf(record);
+                                 return m_jobs.ReaderOfOutput(record);
                              }};
 }
 
 void Taskmill_FinishedJobsWidget::ViewOutput(const Taskmill_ShownJob &job) const
 {
     const Taskmill_JobRecord &record = job.Record;
-    if (Taskmill_JobViewers::HasFile(record.OutputFilePath()))
-        Taskmill_JobViewers::ShowOutputFile(*m_frame, record.Name, record.OutputFilePath(), record.Result);
-    else
-        Taskmill_JobViewers::ShowLog(*m_frame, record.Name, m_jobs.OutputOf(record), record.Result);
+    Taskmill_JobViewers::ShowOutputFile(*m_frame, record, [this, record] { ShowLog(record); });
+}
+
+/// It may be long.
+void Taskmill_FinishedJobsWidget::ShowLog(const Taskmill_JobRecord &job) const
+{
+    m_logReader->Run([this, read = m_jobs.ReaderOfOutput(job), name = job.Name,
+                      result = job.Result]() -> KilnUtil_FileThread::Deliver {
+        return [this, name, result, text = QString::fromUtf8(read())] {
+            Taskmill_JobViewers::ShowLog(*m_frame, name, text, result);
+        };
+    });
+    m_logReader->Wait(longestWait);
 }

@@ -6,6 +6,7 @@
 #include "ui/shownjob.h"
 #include "ui/tabmenu.h"
 
+class KilnUtil_FileThread;
 class KilnUtil_TableWidget;
 class QAction;
 class QPoint;
@@ -52,7 +53,7 @@ public:
 public Q_SLOTS:
     void CellDoubleClickedSlot(int row, int column);
     void ContextMenuSlot(const QPoint &position);
-    /// The Delete key and the menu: removes the selected jobs after a question.
+    /// The Delete key: removes the selected jobs after a question, as the menu does.
     void RemoveSlot();
     /// The list has changed: brings the table up to date, soon when jobs have only been added.
     void JobsChangedSlot();
@@ -64,14 +65,18 @@ private:
     /// See Taskmill_FinishedJobs::JobAt(); nullptr when there is no such job.
     [[nodiscard]] const Taskmill_JobRecord *JobAt(qsizetype position) const;
     [[nodiscard]] std::optional<Taskmill_ShownJob> ShownJobAt(qsizetype position) const;
-    [[nodiscard]] QList<int> ChosenPositions() const;
+    /// The positions are those that the menu is about.
+    void AddEntries(Taskmill_TabMenu &menu, const QList<int> &positions);
+    void Remove(const QList<int> &positions);
     void RunAgain(const Taskmill_FinishedSelection &jobs);
     void Export();
+    void ShowLog(const Taskmill_JobRecord &job) const;
     void View(const Entries &entries, const QAction &chosen, int jobID);
 
     Taskmill_FinishedJobs &m_jobs;
     Taskmill_JobSubmitter *const m_submitter;
     Taskmill_PageFrame m_frame;
+    KilnUtil_FileThread *m_logReader;
     KilnUtil_TableWidget *m_table = nullptr;
     Taskmill_FinishedJobsModel *m_model = nullptr;
     Taskmill_FilterBar *m_filter = nullptr;

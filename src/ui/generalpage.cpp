@@ -174,7 +174,7 @@ Taskmill_GeneralPage::Taskmill_GeneralPage(QWidget *parent)
 
 void Taskmill_GeneralPage::ShowJob(const Taskmill_ShownJob &job)
 {
-    const bool isSame = m_job && m_job->Record.JobID == job.Record.JobID;
+    const bool isSame = m_job && m_job->Is(job.Record);
     // What the user is about to copy stays.
     if (isSame && m_text->textCursor().hasSelection())
         return;

@@ -2,12 +2,12 @@
 #include "ui/jobentries.h"
 
 #include "kilnutil/error.h"
+#include "kilnutil/filecheck.h"
 #include "ui/tabmenu.h"
 
 #include <QClipboard>
 #include <QDesktopServices>
 #include <QDir>
-#include <QFileInfo>
 #include <QGuiApplication>
 #include <QUrl>
 
@@ -27,12 +27,14 @@ void Copy(const QStringList &lines)
 
 void OpenFolder(const QString &folder)
 {
-    const bool isShown = QFileInfo{folder}.isDir() && QDesktopServices::openUrl(QUrl::fromLocalFile(folder));
-    if (!isShown)
-        KilnUtil_Error::ReportError(
-            u"Open Folder"_s, u"The folder cannot be shown: it is gone, or nothing on this desktop shows "
-                              "folders.\n\n"_s +
-                                  folder);
+    const auto show = [folder](const QStringList &found) {
+        if (found.isEmpty() || !QDesktopServices::openUrl(QUrl::fromLocalFile(folder)))
+            KilnUtil_Error::ReportError(
+                u"Open Folder"_s, u"The folder cannot be shown: it is gone, or nothing on this desktop shows "
+                                  "folders.\n\n"_s +
+                                      folder);
+    };
+    KilnUtil_FileCheck::Of(*qApp).Find({folder}, KilnUtil_FileCheck::IsFolder, show);
 }
 } // namespace
 

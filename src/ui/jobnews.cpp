@@ -3,6 +3,7 @@
 
 #include "kilnutil/registry.h"
 #include "manager/finishedjobs.h"
+#include "manager/measuretext.h"
 
 #include <algorithm>
 #include <array>
@@ -18,19 +19,17 @@ const QString settingsKey = u"/General/Desktop_Notifications"_s;
 /// As they are stored.
 constexpr std::array<QLatin1StringView, 3> announcedNames{"Off"_L1, "Failures"_L1, "All"_L1};
 
-bool HasFailed(const Taskmill_JobRecord &job)
-{
-    return job.Status == Taskmill_JobStatus::Failed || job.Status == Taskmill_JobStatus::Crashed;
-}
-
 QString LineOf(const Taskmill_JobRecord &job)
 {
     const QString name = job.Name.size() > longestName ? job.Name.left(longestName) + u"..."_s : job.Name;
-    return u"%1: %2"_s.arg(name, Taskmill_JobStatusText(job.Status));
+    QString end = Taskmill_JobStatusText(job.Status);
+    if (job.Result.Verdict == Taskmill_Verdict::Error || job.Result.Verdict == Taskmill_Verdict::NotConverged)
+        end += u", "_s + Taskmill_ResultText(job.Result).toLower();
+    return u"%1: %2"_s.arg(name, end);
 }
 
 /// Such as "10 jobs ended, 1 failed".
-QString TitleOf(qsizetype count, int failed)
+QString TitleOf(qsizetype count, qsizetype failed)
 {
     const QString jobs = count == 1 ? u"1 job"_s : u"%1 jobs"_s.arg(count);
     if (failed == count)
@@ -55,12 +54,14 @@ void Taskmill_RememberAnnounced(Taskmill_Announced announced)
 Taskmill_JobNews::Taskmill_JobNews(Taskmill_FinishedJobs &finishedJobs, std::chrono::milliseconds gathering)
     : m_finishedJobs{finishedJobs}
     , m_generation{finishedJobs.Generation()}
+    , m_firstPosition{finishedJobs.Count()}
     , m_position{finishedJobs.Count()}
 {
     m_timer.setSingleShot(true);
     m_timer.setInterval(gathering);
     connect(&m_timer, &QTimer::timeout, this, &Taskmill_JobNews::Announce);
     connect(&m_finishedJobs, &Taskmill_FinishedJobs::JobsChangedSignal, this, &Taskmill_JobNews::JobsChanged);
+    connect(&m_finishedJobs, &Taskmill_FinishedJobs::ResultKnownSignal, this, &Taskmill_JobNews::TakeResult);
 }
 
 void Taskmill_JobNews::JobsChanged()
@@ -71,40 +72,70 @@ void Taskmill_JobNews::JobsChanged()
     for (qsizetype position = m_position; isSameList && position < m_finishedJobs.Count(); ++position)
         Take(m_finishedJobs.JobAt(position));
     m_position = m_finishedJobs.Count();
-    if (!isSameList)
+    if (!isSameList) {
+        m_firstPosition = m_position;
         SeeFailures();
+    }
 }
 
 void Taskmill_JobNews::Take(const Taskmill_JobRecord &job)
 {
     if (job.Status == Taskmill_JobStatus::Killed)
         return;
-    const bool failed = HasFailed(job);
-    if (failed) {
+    Gather(job);
+    if (job.HasFailed()) {
         ++m_unseenFailures;
         Q_EMIT UnseenFailuresChangedSignal();
     }
-    const Taskmill_Announced announced = Taskmill_RememberedAnnounced();
-    if (announced == Taskmill_Announced::Nothing || (announced == Taskmill_Announced::Failures && !failed))
+}
+
+/// Only what makes a failure of the job is news.
+void Taskmill_JobNews::TakeResult(int jobID)
+{
+    const qsizetype position = m_finishedJobs.PositionOf(jobID);
+    if (position < m_firstPosition)
         return;
+    const Taskmill_JobRecord &job = m_finishedJobs.JobAt(position);
+    const bool hadFailed =
+        job.Status == Taskmill_JobStatus::Failed || job.Status == Taskmill_JobStatus::Crashed;
+    if (!hadFailed && job.HasFailed())
+        Take(job);
+}
+
+void Taskmill_JobNews::Gather(const Taskmill_JobRecord &job)
+{
+    if (Taskmill_RememberedAnnounced() == Taskmill_Announced::Nothing)
+        return;
+    const News news{.jobID = job.JobID, .line = LineOf(job), .hasFailed = job.HasFailed()};
+    if (const auto place = m_places.constFind(job.JobID); place != m_places.constEnd()) {
+        m_gathered[*place] = news;
+        return;
+    }
+    m_places.insert(job.JobID, m_gathered.size());
+    m_gathered.append(news);
     if (!m_timer.isActive())
         m_timer.start();
-    m_gathered.append(job.JobID);
-    if (failed && m_failed < mostLines)
-        m_lines.insert(m_failed, LineOf(job));
-    else if (m_lines.size() < mostLines)
-        m_lines.append(LineOf(job));
-    m_failed += failed ? 1 : 0;
 }
 
 void Taskmill_JobNews::Announce()
 {
-    m_announced = std::exchange(m_gathered, {});
-    QStringList lines = std::exchange(m_lines, {}).mid(0, mostLines);
-    const int failed = std::exchange(m_failed, 0);
-    if (const auto more = m_announced.size() - lines.size(); more > 0)
+    m_places.clear();
+    QList<News> news = std::exchange(m_gathered, {});
+    if (Taskmill_RememberedAnnounced() == Taskmill_Announced::Failures)
+        news.removeIf([](const News &one) { return !one.hasFailed; });
+    if (news.isEmpty())
+        return;
+    m_announced.clear();
+    for (const News &one : std::as_const(news))
+        m_announced.append(one.jobID);
+    // Failures first.
+    const auto failed = std::ranges::stable_partition(news, &News::hasFailed).begin() - news.begin();
+    QStringList lines;
+    for (const News &one : std::as_const(news).first(qMin<qsizetype>(news.size(), mostLines)))
+        lines.append(one.line);
+    if (const auto more = news.size() - lines.size(); more > 0)
         lines.append(u"... %1 more ..."_s.arg(more));
-    Q_EMIT NewsSignal(TitleOf(m_announced.size(), failed), lines.join(u'\n'));
+    Q_EMIT NewsSignal(TitleOf(news.size(), failed), lines.join(u'\n'));
 }
 
 void Taskmill_JobNews::SeeFailures()

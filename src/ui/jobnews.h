@@ -3,9 +3,10 @@
 
 #include "jobs/jobstatus.h"
 
+#include <QHash>
 #include <QList>
 #include <QObject>
-#include <QStringList>
+#include <QString>
 #include <QTimer>
 
 #include <chrono>
@@ -23,8 +24,9 @@ enum class Taskmill_Announced
 [[nodiscard]] Taskmill_Announced Taskmill_RememberedAnnounced();
 void Taskmill_RememberAnnounced(Taskmill_Announced announced);
 
-/// Follows the jobs that end by themselves: announces those of some seconds together, and counts failures
-/// until they are seen. Jobs that the user has killed are no news.
+/// Follows the jobs that end by themselves: announces those of some seconds together, and counts failures,
+/// see Taskmill_JobRecord::HasFailed(), until they are seen. A job whose result is known later, and is a
+/// failure, is announced once more if need be. Jobs that the user has killed are no news.
 class Taskmill_JobNews final : public QObject
 {
     Q_OBJECT
@@ -47,18 +49,27 @@ Q_SIGNALS:
     void UnseenFailuresChangedSignal();
 
 private:
+    struct News
+    {
+        int jobID = 0;
+        QString line;
+        bool hasFailed = false;
+    };
+
     void JobsChanged();
     void Take(const Taskmill_JobRecord &job);
+    void TakeResult(int jobID);
+    void Gather(const Taskmill_JobRecord &job);
     void Announce();
 
     Taskmill_FinishedJobs &m_finishedJobs;
-    int m_generation;     ///< of the list, when it was looked at last
-    qsizetype m_position; ///< behind the jobs that are known
+    int m_generation;          ///< of the list, when it was looked at last
+    qsizetype m_firstPosition; ///< of those that may be news
+    qsizetype m_position;      ///< behind the jobs that are known
     int m_unseenFailures = 0;
 
     QTimer m_timer; ///< runs while jobs are gathered
-    QList<int> m_gathered;
-    int m_failed = 0;    ///< of those
-    QStringList m_lines; ///< the first ones that failed, in words, then the first others
+    QList<News> m_gathered;
+    QHash<int, qsizetype> m_places; ///< of these, by job number
     QList<int> m_announced;
 };

@@ -4,6 +4,7 @@
 #include "jobs/defaultjobtypes.h"
 #include "jobs/jobtypelist.h"
 #include "kilnutil/error.h"
+#include "kilnutil/filecheck.h"
 #include "manager/listings.h"
 #include "ui/contextmenu.h"
 #include "ui/newjobtypewidget.h"
@@ -12,7 +13,6 @@
 
 #include <QAccessible>
 #include <QEvent>
-#include <QFileInfo>
 #include <QFrame>
 #include <QLabel>
 
@@ -147,15 +147,25 @@ void Taskmill_JobTypesWidget::FillTable()
 void Taskmill_JobTypesWidget::ShowRows()
 {
     QList<QStringList> rows;
-    QSet<QString> withoutExecutable;
+    QStringList programs;
     for (const Taskmill_JobType &jobType : std::as_const(m_jobTypes)) {
         rows.append(m_columns.Row(jobType));
-        if (!QFileInfo{jobType.ExecutablePath}.isFile())
-            withoutExecutable.insert(rows.last()[m_idColumn]);
+        programs.append(jobType.ExecutablePath);
+    }
+    m_table->ChangeRows([&] { m_model->SetRows(rows); });
+    KilnUtil_FileCheck::Of(*m_frame).Find(programs, KilnUtil_FileCheck::IsFile,
+                                          [this](const QStringList &found) { MarkMissingPrograms(found); });
+}
+
+void Taskmill_JobTypesWidget::MarkMissingPrograms(const QStringList &found)
+{
+    QSet<QString> withoutProgram;
+    for (const Taskmill_JobType &jobType : std::as_const(m_jobTypes)) {
+        if (!found.contains(jobType.ExecutablePath))
+            withoutProgram.insert(m_columns.Row(jobType)[m_idColumn]);
     }
     m_table->ChangeRows([&] {
-        m_model->SetRows(rows);
-        m_model->MarkCells(m_columns.IndexOf(&Taskmill_JobType::ExecutablePath), withoutExecutable,
+        m_model->MarkCells(m_columns.IndexOf(&Taskmill_JobType::ExecutablePath), withoutProgram,
                            u"There is no such file."_s);
     });
 }

@@ -54,6 +54,7 @@ private:
 
     void BuildTable();
     void ShowRows();
+    void MarkMissingPrograms(const QStringList &found);
     void UpdateMarkColour();
     void Act(const Entries &entries, const QAction *chosen);
     void AddDefaults(size_t entry);

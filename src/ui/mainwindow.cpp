@@ -215,11 +215,14 @@ int Taskmill_MainWindow::WidthOfTabs() const
     return bar.sizeHint().width() + saved;
 }
 
-/// What the least width has besides, so that the window does not grow with the first jobs.
+/// What the least width has besides, so that the window does not grow with the first jobs or paused queues.
 int Taskmill_MainWindow::RoomForCounts() const
 {
+    constexpr int besideIcon = 4; // as Qt has it
     int room = 0;
     const QTabBar &bar = *m_tabs->tabBar();
+    for (const Taskmill_Page page : {Taskmill_Page::LongJobs, Taskmill_Page::ShortJobs})
+        room += m_paused.contains(page) ? 0 : bar.iconSize().width() + besideIcon;
     for (const Taskmill_Page page : {Taskmill_Page::LongJobs, Taskmill_Page::ShortJobs,
                                      Taskmill_Page::QueuelessJobs, Taskmill_Page::FinishedJobs}) {
         const int tab = static_cast<int>(page);

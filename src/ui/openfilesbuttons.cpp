@@ -125,7 +125,11 @@ void Taskmill_OpenFilesButtons::FocusOnAddFiles()
 
 void Taskmill_OpenFilesButtons::LoadRecent()
 {
-    m_recent.Load();
+    m_recent.Load([this] { FillRecentMenus(); });
+}
+
+void Taskmill_OpenFilesButtons::FillRecentMenus()
+{
     FillPathMenu(*m_recentDirs, m_recent.Directories());
     FillPathMenu(*m_recentFiles, m_recent.Files());
     m_recentLists->menu()->clear();

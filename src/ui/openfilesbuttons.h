@@ -40,6 +40,7 @@ private Q_SLOTS:
     void ContextMenuSlot(const QPoint &position);
 
 private:
+    void FillRecentMenus();
     void MakeButtons();
     [[nodiscard]] QPushButton *MakeMenuButton(const QString &text,
                                               void (Taskmill_OpenFilesButtons::*slot)(QAction *)) const;

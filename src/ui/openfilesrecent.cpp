@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/openfilesrecent.h"
 
+#include "kilnutil/filecheck.h"
 #include "kilnutil/registry.h"
 
 #include <QDir>
@@ -9,20 +10,29 @@
 #include <algorithm>
 
 namespace {
-bool IsFile(const QString &path)
-{
-    return QFileInfo{path}.isFile();
-}
+/// Of the event loop, for what as a rule is there at once.
+constexpr std::chrono::milliseconds longestWait{8};
 } // namespace
 
-void Taskmill_OpenFilesRecent::Load()
+void Taskmill_OpenFilesRecent::Load(const std::function<void()> &changed)
 {
-    m_files = KilnUtil_Registry::GetRecentJobInputFiles();
-    m_files.removeIf([](const QString &path) { return !IsFile(path); });
-    m_directories = KilnUtil_Registry::GetRecentDirs();
-    m_directories.removeIf([](const QString &path) { return !QFileInfo{path}.isDir(); });
-    m_fileLists = KilnUtil_Registry::GetRecentOpenStructureFileLists();
-    m_fileLists.removeIf([](const QStringList &list) { return std::ranges::none_of(list, IsFile); });
+    m_recent = {.files = KilnUtil_Registry::GetRecentJobInputFiles(),
+                .directories = KilnUtil_Registry::GetRecentDirs(),
+                .fileLists = KilnUtil_Registry::GetRecentOpenStructureFileLists()};
+    m_thread.Run([this, changed, recent = m_recent]() mutable -> KilnUtil_FileThread::Deliver {
+        using Check = KilnUtil_FileCheck;
+        recent.files.removeIf([](const QString &path) { return !Check::IsFile(path); });
+        recent.directories.removeIf([](const QString &path) { return !Check::IsFolder(path); });
+        recent.fileLists.removeIf(
+            [](const QStringList &list) { return std::ranges::none_of(list, Check::IsFile); });
+        return [this, changed, recent] {
+            m_recent = recent;
+            changed();
+        };
+    });
+    m_thread.Wait(longestWait);
+    if (m_thread.IsBusy())
+        changed();
 }
 
 void Taskmill_OpenFilesRecent::Remember(const QStringList &files)

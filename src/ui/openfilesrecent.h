@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "kilnutil/filethread.h"
+
 #include <QList>
 #include <QStringList>
 
@@ -11,17 +13,24 @@ public:
     /// Longer lists are not remembered: they would make every other setting slow to write.
     static constexpr qsizetype LongestList = 1000;
 
-    /// Reads them from the settings, without what is no longer there.
-    void Load();
+    /// Reads them from the settings, and calls the function when they are there, and again when something has
+    /// been left out that is not on its drive any more.
+    void Load(const std::function<void()> &changed);
     /// Puts these files before the others and writes all to the settings.
     static void Remember(const QStringList &files);
 
-    [[nodiscard]] const QStringList &Files() const { return m_files; }
-    [[nodiscard]] const QStringList &Directories() const { return m_directories; }
-    [[nodiscard]] const QList<QStringList> &FileLists() const { return m_fileLists; }
+    [[nodiscard]] const QStringList &Files() const { return m_recent.files; }
+    [[nodiscard]] const QStringList &Directories() const { return m_recent.directories; }
+    [[nodiscard]] const QList<QStringList> &FileLists() const { return m_recent.fileLists; }
 
 private:
-    QStringList m_files;
-    QStringList m_directories;
-    QList<QStringList> m_fileLists;
+    struct Recent
+    {
+        QStringList files;
+        QStringList directories;
+        QList<QStringList> fileLists;
+    };
+
+    Recent m_recent;
+    KilnUtil_FileThread m_thread{nullptr};
 };

@@ -2,6 +2,7 @@
 #include "ui/outputpage.h"
 
 #include "processes/process.h"
+#include "ui/jobviewers.h"
 #include "viewer/tailsource.h"
 #include "viewer/textsearch.h"
 #include "viewer/textview.h"
@@ -42,7 +43,7 @@ void Taskmill_OutputPage::ShowJob(const Taskmill_ShownJob &job)
                         .process = job.Process,
                         .isFinished = job.Record.IsFinished(),
                         .isWaiting = job.Record.Status == Taskmill_JobStatus::Pending};
-    const bool isAnother = !m_job || origin != m_origin;
+    const bool isAnother = !m_job || origin != m_origin || !m_job->Is(job.Record);
     // It may be known a little later than that the job has ended.
     const bool hasNewResult = !isAnother && m_job->Record.Result != job.Record.Result;
     m_job = job;
@@ -80,7 +81,7 @@ void Taskmill_OutputPage::ShowPrinted()
     if (m_job->Process)
         m_source->ShowProcess(m_job->Process);
     else if (m_job->Record.IsFinished() && m_job->Printed)
-        m_source->ShowText(m_job->Printed().toUtf8());
+        m_source->ShowText(m_job->Printed());
     else
         m_source->ShowNothing();
 }
@@ -141,5 +142,8 @@ void Taskmill_OutputPage::UpdateCaption()
         parts += locale.formattedDataSize(shown);
     if (!m_source->StateText().isEmpty())
         parts += m_source->StateText();
+    if (const QString later = Taskmill_TextOfLaterOutput(m_job->Record, m_source->Changed());
+        !m_showsPrinted && !later.isEmpty())
+        parts += later;
     SetCaption(parts, shown > 0 && !m_source->IsReading());
 }

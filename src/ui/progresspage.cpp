@@ -108,10 +108,12 @@ void Taskmill_ProgressPage::Rest()
 
 void Taskmill_ProgressPage::ShowJob(const Taskmill_ShownJob &job)
 {
-    const bool isAnother = !m_job || m_job->Record.JobID != job.Record.JobID;
+    const bool isAnother = !m_job || !m_job->Is(job.Record);
     m_job = job;
-    if (isAnother)
+    if (isAnother) {
         Rest();
+        m_readJobID = -1;
+    }
     if (!job.Record.IsFinished()) {
         const State state = m_results.StateOf(job.Record.JobID);
         Show(state ? *state : Taskmill_ProgramResult{}, false);
@@ -130,7 +132,7 @@ void Taskmill_ProgressPage::ReadEnded()
     m_readJobID = m_job->Record.JobID;
     const bool isFileRead = !m_job->Record.OutputFilePath().isEmpty() || !m_job->Printed;
     m_reading = m_results.ReadEnded(
-        m_job->Record, isFileRead ? QString{} : m_job->Printed(), this,
+        m_job->Record, isFileRead ? Taskmill_OutputText{} : m_job->Printed(), this,
         [this, jobID = m_readJobID](const Taskmill_ResultState &state, bool isComplete) {
             if (!m_job || m_job->Record.JobID != jobID || m_readJobID != jobID)
                 return;

@@ -79,6 +79,21 @@ void Taskmill_ProjectMenu::OpenFile(const QString &path)
         Q_EMIT ProjectOpenedSignal();
 }
 
+void Taskmill_ProjectMenu::OfferFile(const QString &path)
+{
+    using Prompt = KilnUtil_UserPrompt;
+    const QString own = m_project.FilePath();
+    const bool isEmpty = own.isEmpty() && !m_project.HasUnsavedChanges();
+    const QString open = own.isEmpty() ? u"a project that was never saved"_s : QDir::toNativeSeparators(own);
+    const QString text =
+        u"Taskmill runs already, with another project:\n\n%1\n\nOpen this one instead?\n\n%2"_s.arg(
+            open, QDir::toNativeSeparators(path));
+    if (isEmpty ||
+        KilnUtil_Error::UserPrompt().AskQuestion(u"Open Project"_s, text, Prompt::WarnMode::YesNo,
+                                                 Prompt::WarnAnswer::None) == Prompt::WarnAnswer::Yes)
+        OpenFile(path);
+}
+
 void Taskmill_ProjectMenu::SaveSlot()
 {
     Taskmill_SaveDialogue saving{m_project};

@@ -21,6 +21,9 @@ public Q_SLOTS:
     void NewSlot();
     void OpenSlot();
     void OpenFile(const QString &path);
+    /// The same for a file that was chosen elsewhere: asks first whether it is to take the place of what is
+    /// open.
+    void OfferFile(const QString &path);
     /// Asks for a file when the project has none.
     void SaveSlot();
     void SaveAsSlot();

@@ -2,6 +2,7 @@
 #include "ui/projectoffer.h"
 
 #include "db/waitingjobcount.h"
+#include "kilnutil/filethread.h"
 #include "widgets/tablewidget.h"
 
 #include <QDir>
@@ -12,19 +13,26 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 /// Such as "Open day.mill, 3 waiting jobs".
-QString TextOf(const QString &path)
+QString TextOf(const QString &path, std::optional<int> count)
 {
     QString text = u"Open "_s + QFileInfo{path}.fileName();
-    if (const std::optional<int> count = Taskmill_CountWaitingJobs(path))
+    if (count)
         text += *count == 1 ? u", 1 waiting job"_s : u", %1 waiting jobs"_s.arg(*count);
     return text.replace(u'&', u"&&"_s);
 }
 } // namespace
 
 Taskmill_ProjectOffer::Taskmill_ProjectOffer(KilnUtil_TableWidget &table, const QString &path)
-    : QPushButton{TextOf(path), table.parentWidget()}
+    : QPushButton{TextOf(path, std::nullopt), table.parentWidget()}
     , m_table{table}
+    , m_thread{new KilnUtil_FileThread{this}}
 {
+    m_thread->Run([this, path]() -> KilnUtil_FileThread::Deliver {
+        return [this, text = TextOf(path, Taskmill_CountWaitingJobs(path))] {
+            setText(text);
+            PutInPlace();
+        };
+    });
     setAutoDefault(false);
     setToolTip(QDir::toNativeSeparators(path));
     m_table.viewport()->installEventFilter(this);

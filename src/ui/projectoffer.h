@@ -3,6 +3,7 @@
 
 #include <QPushButton>
 
+class KilnUtil_FileThread;
 class KilnUtil_TableWidget;
 
 /// A button in the middle of an empty table that opens the last project.
@@ -20,4 +21,5 @@ private:
     void PutInPlace();
 
     KilnUtil_TableWidget &m_table;
+    KilnUtil_FileThread *const m_thread;
 };

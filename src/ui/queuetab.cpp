@@ -62,12 +62,10 @@ struct Taskmill_QueueTab::Entries
     }
 
     /// Nothing that would show nothing can be chosen.
-    void Refine(const Taskmill_Job &job) const
+    void Refine(const Taskmill_Job &job, QObject &page) const
     {
-        if (!Taskmill_JobViewers::HasFile(job.Record().InputFilePath))
-            showInputFile->setEnabled(false);
-        if (!Taskmill_JobViewers::HasFile(job.Record().OutputFilePath()))
-            streamOutputFile->setEnabled(false);
+        Taskmill_JobViewers::DisableWithoutFile(page, {{showInputFile, job.Record().InputFilePath},
+                                                       {streamOutputFile, job.Record().OutputFilePath()}});
         if (!job.HasOutput()) {
             showLog->setEnabled(false);
             streamLog->setEnabled(false);
@@ -179,15 +177,6 @@ QList<int> Taskmill_QueueTab::JobIDsOfRows(const QList<int> &rows) const
     return m_model->JobIDsAt(positions);
 }
 
-/// The selected rows and the one that was clicked, which a click with Ctrl does not select.
-QList<int> Taskmill_QueueTab::SelectionOfMenu(const QModelIndex &clicked) const
-{
-    QList<int> rows = m_table->SelectedRows();
-    if (clicked.isValid() && !rows.contains(clicked.row()))
-        rows.insert(std::ranges::lower_bound(rows, clicked.row()), clicked.row());
-    return JobIDsOfRows(rows);
-}
-
 bool Taskmill_QueueTab::AnyHeld(const QList<int> &jobIDs) const
 {
     return std::ranges::any_of(jobIDs, [this](int jobID) {
@@ -199,12 +188,10 @@ bool Taskmill_QueueTab::AnyHeld(const QList<int> &jobIDs) const
 void Taskmill_QueueTab::ContextMenuSlot(const QPoint &position)
 {
     // Where the pointer is at the click; the rows may move at once.
-    QPersistentModelIndex clicked = m_table->indexAt(position);
-    if (clicked.row() != m_table->currentIndex().row())
-        clicked = QModelIndex{};
+    const QPersistentModelIndex clicked = m_table->ClickedCell(position);
     FillTable();
     Taskmill_ContextMenu menu{*m_table};
-    AddEntries(menu, SelectionOfMenu(clicked));
+    AddEntries(menu, JobIDsOfRows(m_table->SelectedRowsWith(clicked)));
     menu.Run(position);
 }
 
@@ -221,7 +208,7 @@ void Taskmill_QueueTab::OpenFilter()
 void Taskmill_QueueTab::FillMenu(Taskmill_TabMenu &menu)
 {
     FillTable();
-    AddEntries(menu, SelectionOfMenu({}));
+    AddEntries(menu, JobIDsOfRows(m_table->SelectedRows()));
 }
 
 void Taskmill_QueueTab::AddEntries(Taskmill_TabMenu &menu, const QList<int> &selection)
@@ -236,7 +223,7 @@ void Taskmill_QueueTab::AddEntries(Taskmill_TabMenu &menu, const QList<int> &sel
         entries.AddRunAgain(AnyHeld(selection), menu);
     menu.AddHelp(m_helpId);
     if (currentJob)
-        entries.Refine(*currentJob);
+        entries.Refine(*currentJob, *m_frame);
     menu.AddSeparator();
     const Taskmill_JobEntries jobEntries{
         menu, {.count = selection.size(), .at = [this, selection](qsizetype place) {
@@ -323,14 +310,17 @@ void Taskmill_QueueTab::CellDoubleClickedSlot(int row, int column)
     const Taskmill_JobRecord &record = job->Record();
     const bool isRunning = record.Status == Taskmill_JobStatus::Running;
     const bool hasOnlyOutputText = record.OutputFilePath().isEmpty();
-    if (isRunning && Taskmill_JobViewers::HasFile(record.OutputFilePath()))
-        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath(), job->Process());
-    else if (isRunning && hasOnlyOutputText && job->Process())
+    const auto showInput = [this, name = record.Name, path = record.InputFilePath] {
+        Taskmill_JobViewers::ShowInputFile(*m_frame, name, path);
+    };
+    if (isRunning && !hasOnlyOutputText)
+        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath(), job->Process(), showInput);
+    else if (isRunning && job->Process())
         Taskmill_JobViewers::StreamLog(*m_frame, record.Name, *job->Process());
     else if (hasOnlyOutputText && job->HasOutput())
         Taskmill_JobViewers::ShowLog(*m_frame, record.Name, job->OutputNow(), record.Result);
     else
-        Taskmill_JobViewers::ShowInputFile(*m_frame, record.Name, record.InputFilePath);
+        showInput();
 }
 
 void Taskmill_QueueTab::FilesDroppedSlot(const QStringList &filePaths)
@@ -347,11 +337,11 @@ std::optional<Taskmill_ShownJob> Taskmill_QueueTab::CurrentJob() const
 
 void Taskmill_QueueTab::ViewOutput(const Taskmill_ShownJob &job) const
 {
-    const Taskmill_JobRecord &record = job.Record;
-    if (Taskmill_JobViewers::HasFile(record.OutputFilePath()))
-        Taskmill_JobViewers::StreamOutputFile(*m_frame, record.OutputFilePath(), job.Process);
-    else if (job.Process)
-        Taskmill_JobViewers::StreamLog(*m_frame, record.Name, *job.Process);
+    const auto streamLog = [this, name = job.Record.Name, process = job.Process] {
+        if (process)
+            Taskmill_JobViewers::StreamLog(*m_frame, name, *process);
+    };
+    Taskmill_JobViewers::StreamOutputFile(*m_frame, job.Record.OutputFilePath(), job.Process, streamLog);
 }
 
 void Taskmill_QueueTab::SetProgressText(const std::function<QString(int jobID)> &text)
@@ -362,6 +352,16 @@ void Taskmill_QueueTab::SetProgressText(const std::function<QString(int jobID)> 
 bool Taskmill_QueueTab::ChooseJob(int jobID)
 {
     FillTable();
+    if (!JobOf(jobID))
+        return false;
+    if (ChooseShownJob(jobID))
+        return true;
+    m_filter->Close();
+    return ChooseShownJob(jobID);
+}
+
+bool Taskmill_QueueTab::ChooseShownJob(int jobID)
+{
     for (int row = 0; row < m_table->model()->rowCount(); ++row) {
         if (m_model->JobIDAt(m_table->PositionAt(row)) != jobID)
             continue;

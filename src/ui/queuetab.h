@@ -70,6 +70,7 @@ protected:
     Taskmill_QueueTab(QWidget *parent, Taskmill_QueueOwner &owner, const QString &name, QString helpId);
 
 private:
+    bool ChooseShownJob(int jobID);
     struct Entries;
 
     void BuildPage(const QString &name);
@@ -80,7 +81,6 @@ private:
     [[nodiscard]] const Taskmill_JobRecord *RecordOf(int jobID) const;
     [[nodiscard]] QList<int> JobIDsOfRows(const QList<int> &rows) const;
     [[nodiscard]] bool AnyHeld(const QList<int> &jobIDs) const;
-    [[nodiscard]] QList<int> SelectionOfMenu(const QModelIndex &clicked) const;
     void AddEntries(Taskmill_TabMenu &menu, const QList<int> &selection);
     void Act(const Entries &entries, const QAction &chosen, const QList<int> &selection, int currentJobID);
     void Export();

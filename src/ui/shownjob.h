@@ -2,6 +2,7 @@
 #pragma once
 
 #include "jobs/jobrecord.h"
+#include "manager/followedoutput.h"
 
 #include <QPointer>
 
@@ -17,8 +18,16 @@ struct Taskmill_ShownJob
 {
     Taskmill_JobRecord Record;          ///< that of a finished job without its output
     QPointer<KilnUtil_Process> Process; ///< of a job that runs here
-    std::function<QString()> Printed{}; ///< reads what the job has printed, which may be long
+    /// Returns what reads, on another thread, what the job has printed: it may be long.
+    std::function<Taskmill_OutputText()> Printed{};
 
+    /// Whether it is that job, as it was at another time: jobs of other projects have the same numbers.
+    [[nodiscard]] bool Is(const Taskmill_JobRecord &job) const
+    {
+        // Stored times are whole seconds.
+        return Record.JobID == job.JobID && Record.Name == job.Name &&
+               Record.Submitted.IsoText() == job.Submitted.IsoText();
+    }
     [[nodiscard]] bool IsRunning() const { return Record.Status == Taskmill_JobStatus::Running; }
 };
 

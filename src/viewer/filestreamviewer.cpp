@@ -3,6 +3,7 @@
 
 #include "kilnutil/error.h"
 #include "kilnutil/filesource.h"
+#include "kilnutil/filethread.h"
 #include "processes/process.h"
 #include "viewer/processsource.h"
 #include "viewer/textsaver.h"
@@ -71,6 +72,7 @@ KilnUtil_FileStreamViewer::KilnUtil_FileStreamViewer(QWidget *parent,
     , m_interval{interval}
     , m_view{new KilnUtil_TextView{*m_source, this}}
     , m_findBar{new KilnUtil_FindBar{this}}
+    , m_drive{new KilnUtil_FileThread{this}}
 {
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(title);
@@ -93,7 +95,7 @@ KilnUtil_FileStreamViewer::KilnUtil_FileStreamViewer(QWidget *parent,
 
     m_workTimer.setInterval(0);
     connect(&m_workTimer, &QTimer::timeout, this, &KilnUtil_FileStreamViewer::WorkSlot);
-    connect(&m_refreshTimer, &QTimer::timeout, this, &KilnUtil_FileStreamViewer::RefreshSlot);
+    connect(&m_refreshTimer, &QTimer::timeout, this, &KilnUtil_FileStreamViewer::RefreshSoon);
     connect(m_view, &KilnUtil_TextView::PlaceChangedSignal, this,
             &KilnUtil_FileStreamViewer::UpdateStatusSlot);
     connect(m_findBar, &KilnUtil_FindBar::FindSignal, this, &KilnUtil_FileStreamViewer::FindSlot);
@@ -206,7 +208,8 @@ void KilnUtil_FileStreamViewer::EndFollowingSlot()
 {
     // The process may be deleted before the timer comes again.
     m_hasEnded = true;
-    RefreshSlot();
+    RefreshSoon();
+    UpdateStatusSlot();
     // A last look: others may still write to a file.
     m_refreshTimer.setSingleShot(true);
 }
@@ -254,6 +257,23 @@ void KilnUtil_FileStreamViewer::AppendLine(const QString &text, bool lineFeed)
     if (lineFeed)
         m_memory->Append("\n");
     RefreshSlot();
+}
+
+/// When the drive of the file has answered: the window does not wait for one that does not.
+void KilnUtil_FileStreamViewer::RefreshSoon()
+{
+    if (m_path.isEmpty()) {
+        RefreshSlot();
+        return;
+    }
+    if (m_drive->IsBusy())
+        return;
+    m_drive->Run([this, path = m_path]() -> KilnUtil_FileThread::Deliver {
+        (void)KilnUtil_SharedFile::StatusOf(path);
+        return [this] {
+            RefreshSlot();
+        };
+    });
 }
 
 void KilnUtil_FileStreamViewer::RefreshSlot()

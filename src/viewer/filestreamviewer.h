@@ -9,6 +9,7 @@
 #include <memory>
 
 class KilnUtil_ElidedLabel;
+class KilnUtil_FileThread;
 class KilnUtil_FindBar;
 class KilnUtil_MemorySource;
 class KilnUtil_Process;
@@ -51,6 +52,9 @@ public:
     /// Adds text, and a line feed behind it when asked for. Not for the view of a file.
     void AppendLine(const QString &text, bool lineFeed);
 
+    /// Stands at the left of the status line until there is something else to be said.
+    void ShowMessage(const QString &message);
+
     [[nodiscard]] KilnUtil_TextView &View() { return *m_view; }
     /// The sentence at the left of the status line.
     [[nodiscard]] QString StateText() const;
@@ -81,7 +85,7 @@ private:
                               const QString &caption, int interval, const QString &title);
     void MakeMenus();
     void MakeStatusBar();
-    void ShowMessage(const QString &message);
+    void RefreshSoon();
     [[nodiscard]] bool IsShownFile(const QString &path) const;
     void StepSearch();
     void StepMarking();
@@ -94,6 +98,7 @@ private:
     int m_interval;
     KilnUtil_TextView *m_view;
     KilnUtil_FindBar *m_findBar;
+    KilnUtil_FileThread *m_drive; ///< asks whether it answers
     KilnUtil_ElidedLabel *m_stateLabel = nullptr;
     QLabel *m_sizeLabel = nullptr;
     QLabel *m_placeLabel = nullptr;

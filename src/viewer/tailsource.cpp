@@ -5,6 +5,8 @@
 #include "kilnutil/filethread.h"
 #include "processes/process.h"
 
+#include <QFileInfo>
+
 #include <utility>
 
 namespace {
@@ -23,6 +25,7 @@ struct KilnUtil_TailSource::News
     qint64 wholeSize = 0;
     QString state;
     bool isMissing = false;
+    QDateTime changed{};
 };
 
 /// The file as the thread sees it.
@@ -30,7 +33,8 @@ class KilnUtil_TailSource::File
 {
 public:
     explicit File(const QString &path)
-        : m_source{path}
+        : m_path{path}
+        , m_source{path}
     {
     }
 
@@ -47,7 +51,8 @@ public:
                   .bytes = {},
                   .wholeSize = m_source.End(),
                   .state = m_source.StateText(),
-                  .isMissing = false};
+                  .isMissing = false,
+                  .changed = QFileInfo{m_path}.lastModified()};
         if (change == Change::Grown && m_source.End() - m_end > Length)
             news.change = Change::Replaced;
         if (news.change == Change::Replaced)
@@ -66,6 +71,7 @@ private:
         return begin == 0 ? bytes : WholeLines(bytes);
     }
 
+    const QString m_path;
     KilnUtil_FileSource m_source;
     qint64 m_end = 0; ///< up to which it was read
     bool m_isOpen = false;
@@ -88,6 +94,7 @@ void KilnUtil_TailSource::Reset()
     m_processOffset = 0;
     m_wholeSize = 0;
     m_state.clear();
+    m_changed = {};
     m_isMissing = false;
     m_isFirstLook = false;
 }
@@ -115,11 +122,20 @@ void KilnUtil_TailSource::ShowProcess(KilnUtil_Process *process)
     PullFromProcess();
 }
 
-void KilnUtil_TailSource::ShowText(const QByteArray &text)
+void KilnUtil_TailSource::ShowText(const std::function<QByteArray()> &read)
 {
     Reset();
-    m_wholeSize = text.size();
-    Replace(text.size() > Length ? WholeLines(text.last(Length)) : text);
+    m_isFirstLook = true;
+    m_thread->Run([this, read]() -> KilnUtil_FileThread::Deliver {
+        const QByteArray text = read();
+        return [this, news = News{.change = Change::Replaced,
+                                  .bytes = text.size() > Length ? WholeLines(text.last(Length)) : text,
+                                  .wholeSize = text.size(),
+                                  .state = {},
+                                  .isMissing = false}] {
+            TakeNews(news);
+        };
+    });
 }
 
 void KilnUtil_TailSource::ShowNothing()
@@ -153,6 +169,7 @@ void KilnUtil_TailSource::TakeNews(const News &news)
     m_isMissing = news.isMissing;
     m_wholeSize = news.wholeSize;
     m_state = news.state;
+    m_changed = news.changed;
     if (news.change == Change::Replaced)
         Replace(news.bytes);
     else

@@ -38,10 +38,12 @@ public:
     void Draw(QPainter &painter, QPointF corner, qint64 selectionBegin, qint64 selectionEnd,
               const QPalette &palette) const;
 
-private:
+    /// Which character of Text() stands there.
     [[nodiscard]] int IndexOf(qint64 offset) const;
+    /// Where that character stands.
     [[nodiscard]] qint64 OffsetOf(int index) const;
 
+private:
     qint64 m_begin;
     qint64 m_end;
     QByteArray m_bytes; ///< without the line feed

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "viewer/textview.h"
 
+#include "viewer/accessibletextview.h"
 #include "viewer/textmouse.h"
 
+#include <QAccessible>
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QKeyEvent>
@@ -11,6 +13,7 @@
 #include <QScrollBar>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -31,6 +34,7 @@ KilnUtil_TextView::KilnUtil_TextView(KilnUtil_TextSource &source, QWidget *paren
     , m_selection{source, m_rows}
     , m_mouse{new KilnUtil_TextMouse{*this}}
 {
+    KilnUtil_AccessibleTextView::Install();
     setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     setFocusPolicy(Qt::StrongFocus);
     viewport()->setCursor(Qt::IBeamCursor);
@@ -147,9 +151,34 @@ void KilnUtil_TextView::LayOutRows()
         layouts.push_back(std::move(row));
     }
     m_layouts = std::move(layouts);
+    ReportText();
 }
 
-QStringList KilnUtil_TextView::VisibleText()
+void KilnUtil_TextView::ReportText()
+{
+    if (!QAccessible::isActive())
+        return;
+    const QString text = VisibleText().join(u'\n');
+    if (text == m_reported)
+        return;
+    QAccessibleTextUpdateEvent event{this, 0, std::exchange(m_reported, text), text};
+    QAccessible::updateAccessibility(&event);
+}
+
+QRect KilnUtil_TextView::RectOf(qint64 offset) const
+{
+    const auto row = std::ranges::find_if(m_layouts, [offset](const Row &one) {
+        return offset >= one->Begin() && (offset < one->End() || offset == one->TextEnd());
+    });
+    if (row == m_layouts.end())
+        return {};
+    const qreal left = (*row)->X(offset);
+    const qreal right = (*row)->X((*row)->After(offset));
+    return {TextX() + qRound(left), static_cast<int>(row - m_layouts.begin()) * RowHeight(),
+            qRound(right - left), RowHeight()};
+}
+
+QStringList KilnUtil_TextView::VisibleText() const
 {
     QStringList rows;
     for (const Row &row : m_layouts)
@@ -179,6 +208,12 @@ void KilnUtil_TextView::SetSelection(qint64 anchor, qint64 cursor)
     if (!m_selection.Set(anchor, cursor))
         return;
     viewport()->update();
+    if (QAccessible::isActive()) {
+        QAccessibleTextCursorEvent event{this, 0};
+        if (auto *reader = QAccessible::queryAccessibleInterface(this))
+            event.setCursorPosition(reader->textInterface()->cursorPosition());
+        QAccessible::updateAccessibility(&event);
+    }
     Q_EMIT SelectionChangedSignal();
 }
 
@@ -213,7 +248,6 @@ void KilnUtil_TextView::ScrollToMarkSlot()
         ShowPlace(m_markBegin);
 }
 
-/// Scrolls as little as needed; a place that is far away comes to the middle.
 void KilnUtil_TextView::ShowPlace(qint64 offset)
 {
     const Row row = RowOf(offset);

@@ -33,7 +33,12 @@ public:
     [[nodiscard]] bool IsAtEnd() const { return m_top >= m_lastTop; }
     [[nodiscard]] bool IsFollowing() const { return m_followsEnd && m_stuckToEnd; }
     /// The rows in sight, for a look at what the user sees.
-    [[nodiscard]] QStringList VisibleText();
+    [[nodiscard]] QStringList VisibleText() const;
+    [[nodiscard]] const std::vector<Row> &VisibleRows() const { return m_layouts; }
+    /// Where the character at that offset is drawn in the viewport; empty when it is out of sight.
+    [[nodiscard]] QRect RectOf(qint64 offset) const;
+    /// Scrolls as little as needed; a place that is far away comes to the middle.
+    void ShowPlace(qint64 offset);
 
     [[nodiscard]] const KilnUtil_TextSelection &Selection() const { return m_selection; }
     void SetSelection(qint64 anchor, qint64 cursor);
@@ -102,7 +107,7 @@ private:
     [[nodiscard]] bool ScrollByKey(const QKeyEvent &event);
 
     void PlaceCursorInSight();
-    void ShowPlace(qint64 offset);
+    void ReportText();
     void DrawMark(QPainter &painter, const KilnUtil_TextRowLayout &row, int y);
     void DrawCursor(QPainter &painter, const KilnUtil_TextRowLayout &row, int y);
 
@@ -111,6 +116,7 @@ private:
     KilnUtil_TextSelection m_selection;
     KilnUtil_TextMouse *m_mouse;
     std::vector<Row> m_layouts; ///< of the rows in sight
+    QString m_reported;         ///< what screen readers were told is in sight
     qint64 m_top = 0;
     qint64 m_lastTop = 0;      ///< where the last row stands at the lower edge
     qint64 m_bytesPerStep = 1; ///< of the scroll bar, which only counts to 2^31

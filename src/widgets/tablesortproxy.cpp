@@ -20,7 +20,10 @@ constexpr qsizetype mostRowsPlaced = 1000;
 
 KilnUtil_TableSortProxy::KilnUtil_TableSortProxy(QObject *parent)
     : QAbstractProxyModel{parent}
+    , m_wantedRows{new KilnUtil_WantedRows{*this}}
 {
+    connect(m_wantedRows, &KilnUtil_WantedRows::ChangedSignal, this, &Proxy::ApplyFilter);
+    connect(m_wantedRows, &KilnUtil_WantedRows::FindingSignal, this, &Proxy::FilteringSignal);
 }
 
 void Proxy::setSourceModel(QAbstractItemModel *model)
@@ -59,9 +62,7 @@ void Proxy::ReadSource()
     QList<int> &rows = AllRows();
     rows.resize(count);
     std::iota(rows.begin(), rows.end(), 0);
-    m_isWanted.clear();
-    if (m_isFiltered)
-        (void)WantedOfNew(0, count - 1);
+    m_wantedRows->ReadAll();
     SortAll();
     FindViewRows();
 }
@@ -104,126 +105,26 @@ void Proxy::SortAll()
     ShowWanted();
 }
 
-void Proxy::ShowWanted()
-{
-    if (!m_isFiltered)
-        return;
-    m_sourceRows.clear();
-    std::ranges::copy_if(std::as_const(m_allRows), std::back_inserter(m_sourceRows),
-                         [this](int row) { return m_isWanted[row]; });
-}
-
-void Proxy::SetIsFiltered(bool isFiltered)
-{
-    if (m_isFiltered == isFiltered)
-        return;
-    if (isFiltered)
-        m_allRows = m_sourceRows;
-    else
-        m_sourceRows = std::exchange(m_allRows, {});
-    m_isFiltered = isFiltered;
-    m_isWanted.clear();
-}
-
 void Proxy::FilterChanged()
 {
-    const auto *source = dynamic_cast<KilnUtil_RowSource *>(sourceModel());
-    const bool hasFilter = source && source->HasFilter();
-    if (hasFilter && ManyRows()) {
-        FindWanted();
-        return;
-    }
-    StopFindingWanted();
-    if (hasFilter || m_isFiltered) {
-        ChangeOrder([&] {
-            SetIsFiltered(hasFilter);
-            if (hasFilter)
-                (void)WantedOfNew(0, static_cast<int>(m_allRows.size()) - 1);
-            ShowWanted();
-        });
-    }
+    m_wantedRows->Renew();
 }
 
-QList<int> Proxy::WantedOfNew(int first, int last)
+void Proxy::ApplyFilter()
 {
-    QList<int> rows;
-    m_isWanted.resize(m_isFiltered ? sourceModel()->rowCount() : 0, false);
-    // More than can be asked singly.
-    if (m_isFiltered && ManyRows() && last - first >= mostRowsPlaced) {
-        FindWantedAnewSoon();
-        return rows;
-    }
-    const auto *source = m_isFiltered ? dynamic_cast<KilnUtil_RowSource *>(sourceModel()) : nullptr;
-    for (int row = first; row <= last; ++row) {
-        if (source)
-            m_isWanted[row] = source->IsWanted(row);
-        if (!source || m_isWanted[row])
-            rows.append(row);
-    }
-    return rows;
-}
-
-void Proxy::FindWanted()
-{
-    const bool beginsNow = !std::exchange(m_findsWanted, true);
-    ManyRows()->FindWanted([this](const QList<bool> &wanted) { TakeWanted(wanted); });
-    if (beginsNow)
-        Q_EMIT FilteringSignal();
-}
-
-void Proxy::FindWantedAnewSoon()
-{
-    if (std::exchange(m_findsWantedAnew, true))
-        return;
-    const auto find = [this] {
-        m_findsWantedAnew = false;
-        FilterChanged();
-    };
-    QMetaObject::invokeMethod(this, find, Qt::QueuedConnection);
-}
-
-void Proxy::StopFindingWanted()
-{
-    if (!std::exchange(m_findsWanted, false))
-        return;
-    if (auto *source = dynamic_cast<KilnUtil_RowSource *>(sourceModel()))
-        source->StopFindingWanted();
-    Q_EMIT FilteringSignal();
-}
-
-void Proxy::TakeWanted(QList<bool> wanted)
-{
-    m_findsWanted = false;
-    const auto *source = dynamic_cast<KilnUtil_RowSource *>(sourceModel());
-    const int count = sourceModel()->rowCount();
-    // Those that have come meanwhile.
-    if (count - wanted.size() > mostRowsPlaced) {
-        FindWantedAnewSoon();
-        return;
-    }
-    for (auto row = static_cast<int>(wanted.size()); row < count; ++row)
-        wanted.append(source->IsWanted(row));
-    ChangeOrder([&] {
-        SetIsFiltered(true);
-        m_isWanted = wanted;
+    ChangeOrder([this] {
+        if (!m_wantedRows->IsFilter())
+            m_sourceRows = *std::exchange(m_allRows, std::nullopt);
+        else if (!m_allRows)
+            m_allRows = m_sourceRows;
         ShowWanted();
     });
-    Q_EMIT FilteringSignal();
 }
 
-/// Of rows that have changed.
-void Proxy::UpdateWanted(int first, int last)
+void Proxy::ShowWanted()
 {
-    const auto *source = dynamic_cast<KilnUtil_RowSource *>(sourceModel());
-    QList<bool> wanted = m_isWanted;
-    for (int row = first; row <= last; ++row)
-        wanted[row] = source->IsWanted(row);
-    if (wanted == m_isWanted)
-        return;
-    ChangeOrder([&] {
-        m_isWanted = wanted;
-        ShowWanted();
-    });
+    if (m_allRows)
+        m_sourceRows = m_wantedRows->Among(*m_allRows);
 }
 
 KilnUtil_RowSource *Proxy::ManyRows() const
@@ -355,25 +256,21 @@ void Proxy::SourceRowsInsertedSlot(const QModelIndex &, int first, int last)
             }
         };
         shift(m_sourceRows);
-        if (m_isFiltered) {
-            shift(m_allRows);
-            m_isWanted.insert(first, count, false);
-        }
+        if (m_allRows)
+            shift(*m_allRows);
         FindViewRows();
     }
     m_viewRows.resize(sourceModel()->rowCount(), -1);
-    if (hadNone && !m_isFiltered) {
+    if (hadNone && !m_allRows) {
         beginInsertRows({}, 0, count - 1);
         ReadSource();
         endInsertRows();
         return;
     }
-    const QList<int> wanted = WantedOfNew(first, last);
+    const QList<int> wanted = m_wantedRows->Insert(first, last);
     if (KilnUtil_AreReportedSingly(count, m_viewRows.size() - count)) {
-        if (m_isFiltered) {
-            for (int sourceRow = first; sourceRow <= last; ++sourceRow)
-                m_allRows.insert(PlaceOf(sourceRow, m_allRows), sourceRow);
-        }
+        for (int sourceRow = first; m_allRows && sourceRow <= last; ++sourceRow)
+            m_allRows->insert(PlaceOf(sourceRow, *m_allRows), sourceRow);
         InsertSingly(wanted);
         return;
     }
@@ -401,15 +298,22 @@ void Proxy::InsertSingly(const QList<int> &sourceRows)
     }
 }
 
+template <typename NameNow>
+void Proxy::RenameRows(NameNow nameNow)
+{
+    std::ranges::transform(m_sourceRows, m_sourceRows.begin(), nameNow);
+    if (m_allRows)
+        std::ranges::transform(*m_allRows, m_allRows->begin(), nameNow);
+}
+
 void Proxy::SourceRowsAboutToBeRemovedSlot(const QModelIndex &, int first, int last)
 {
     QList<int> rows = ShownAmong(first, last);
     std::ranges::sort(rows);
     RemoveViewRows(rows);
-    if (m_isFiltered) {
-        m_allRows.removeIf([&](int sourceRow) { return sourceRow >= first && sourceRow <= last; });
-        m_isWanted.remove(first, last - first + 1);
-    }
+    if (m_allRows)
+        m_allRows->removeIf([&](int sourceRow) { return sourceRow >= first && sourceRow <= last; });
+    m_wantedRows->Remove(first, last);
 }
 
 /// Their rows of the view, in the order of the source.
@@ -442,12 +346,7 @@ void Proxy::RemoveViewRows(const QList<int> &rows)
 
 void Proxy::SourceRowsRemovedSlot(const QModelIndex &, int first, int last)
 {
-    for (QList<int> *rows : {&m_sourceRows, &m_allRows}) {
-        for (int &sourceRow : *rows) {
-            if (sourceRow > last)
-                sourceRow -= last - first + 1;
-        }
-    }
+    RenameRows([&](int sourceRow) { return sourceRow > last ? sourceRow - (last - first + 1) : sourceRow; });
     FindViewRows();
     FindAnewSoon();
 }
@@ -456,8 +355,7 @@ void Proxy::SourceRowsRemovedSlot(const QModelIndex &, int first, int last)
 void Proxy::FindAnewSoon()
 {
     FindRanksAnewSoon();
-    if (m_findsWanted)
-        FindWantedAnewSoon();
+    m_wantedRows->RenewFinding();
 }
 
 void Proxy::SourceDataChangedSlot(const QModelIndex &topLeft, const QModelIndex &bottomRight,
@@ -465,8 +363,8 @@ void Proxy::SourceDataChangedSlot(const QModelIndex &topLeft, const QModelIndex 
 {
     ReportChangedRows(topLeft, bottomRight, roles);
     const bool orderMayChange = roles.isEmpty() || roles.contains(SortRole);
-    if (orderMayChange && m_isFiltered)
-        UpdateWanted(topLeft.row(), bottomRight.row());
+    if (orderMayChange && m_wantedRows->Update(topLeft.row(), bottomRight.row()))
+        ChangeOrder([this] { ShowWanted(); });
     if (orderMayChange && m_column >= topLeft.column() && m_column <= bottomRight.column())
         PutInPlace(topLeft.row(), bottomRight.row());
 }
@@ -499,7 +397,7 @@ void Proxy::PutInPlace(int first, int last)
     const QList<int> changed = ShownAmong(first, last);
     // What is not shown may be anywhere.
     const bool areInPlace =
-        !m_isFiltered && std::ranges::none_of(changed, [this](int row) { return IsOutOfPlace(row); });
+        !m_allRows && std::ranges::none_of(changed, [this](int row) { return IsOutOfPlace(row); });
     if (areInPlace)
         return;
     if (last - first >= mostChangesReportedSingly) {
@@ -531,8 +429,8 @@ void Proxy::SourceLayoutAboutToBeChangedSlot()
         return places;
     };
     m_rowsBefore = placesOf(m_sourceRows);
-    if (m_isFiltered)
-        m_allRowsBefore = placesOf(m_allRows);
+    if (m_allRows)
+        m_allRowsBefore = placesOf(*m_allRows);
 }
 
 /// Before the source has removed them, in the order of the view.
@@ -547,8 +445,8 @@ void Proxy::RemoveLeavingRows(const KilnUtil_RowRanges &leaving)
             rows.append(row);
     }
     RemoveViewRows(rows);
-    if (m_isFiltered)
-        m_allRows.removeIf([&leaves](int sourceRow) { return leaves[sourceRow]; });
+    if (m_allRows)
+        m_allRows->removeIf([&leaves](int sourceRow) { return leaves[sourceRow]; });
     // What the source rows are called from now on.
     QList<int> rowsNow(leaves.size());
     int now = 0;
@@ -559,12 +457,8 @@ void Proxy::RemoveLeavingRows(const KilnUtil_RowRanges &leaving)
 
 void Proxy::TakeNewNumbers()
 {
-    for (QList<int> *rows : {&m_sourceRows, &m_allRows}) {
-        for (int &sourceRow : *rows)
-            sourceRow = m_rowsNow[sourceRow];
-    }
-    qsizetype row = 0;
-    m_isWanted.removeIf([&](bool) { return m_rowsNow[row++] < 0; });
+    RenameRows([this](int sourceRow) { return m_rowsNow[sourceRow]; });
+    m_wantedRows->Renumber(m_rowsNow);
     m_rowsNow.clear();
 }
 
@@ -579,15 +473,13 @@ void Proxy::SourceLayoutChangedSlot()
     const QModelIndexList before = persistentIndexList();
     QList<int> &rows = AllRows();
     rows.clear();
-    for (const QPersistentModelIndex &row : m_isFiltered ? m_allRowsBefore : m_rowsBefore) {
+    for (const QPersistentModelIndex &row : m_allRows ? m_allRowsBefore : m_rowsBefore) {
         if (row.isValid())
             rows.append(row.row());
     }
     if (m_column < 0)
         std::ranges::sort(rows);
-    m_isWanted.clear();
-    if (m_isFiltered)
-        (void)WantedOfNew(0, sourceModel()->rowCount() - 1);
+    m_wantedRows->ReadAll();
     ShowWanted();
     FindViewRows();
     QModelIndexList after;

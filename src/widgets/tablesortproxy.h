@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "widgets/wantedrows.h"
+
 #include <QAbstractProxyModel>
 #include <QList>
 
@@ -36,7 +38,7 @@ public:
     /// The source model wants other rows than before.
     void FilterChanged();
     /// Whether it is still being found which those are.
-    [[nodiscard]] bool IsFiltering() const { return m_findsWanted; }
+    [[nodiscard]] bool IsFiltering() const { return m_wantedRows->IsFinding(); }
 
     [[nodiscard]] int SourceRowAt(int row) const { return m_sourceRows[row]; }
     [[nodiscard]] QModelIndex mapToSource(const QModelIndex &index) const override;
@@ -76,16 +78,9 @@ private:
     void FindRanksAnewSoon();
     void TakeRanks(const QList<quint32> &ranks);
     /// All source rows in their order, those that are not wanted among them.
-    [[nodiscard]] QList<int> &AllRows() { return m_isFiltered ? m_allRows : m_sourceRows; }
+    [[nodiscard]] QList<int> &AllRows() { return m_allRows ? *m_allRows : m_sourceRows; }
+    void ApplyFilter();
     void ShowWanted();
-    void SetIsFiltered(bool isFiltered);
-    /// Those that are wanted of so many new rows; none while that is still to be found out.
-    [[nodiscard]] QList<int> WantedOfNew(int first, int last);
-    void FindWanted();
-    void FindWantedAnewSoon();
-    void StopFindingWanted();
-    void TakeWanted(QList<bool> wanted);
-    void UpdateWanted(int first, int last);
     /// Puts rows that are not there yet in their places.
     void PlaceRows(QList<int> rows);
     void InsertSingly(const QList<int> &sourceRows);
@@ -100,6 +95,9 @@ private:
     [[nodiscard]] QList<int> ShownAmong(int first, int last) const;
     void RemoveViewRows(const QList<int> &rows);
     void TakeNewNumbers();
+    /// What the source rows are called now.
+    template <typename NameNow>
+    void RenameRows(NameNow nameNow);
     void FindAnewSoon();
     void RemoveLeavingRows(const QList<KilnUtil_RowRange> &leaving);
     /// Calls what changes m_sourceRows at many places, and leads the places that views hold to their rows.
@@ -109,10 +107,10 @@ private:
     QList<int> m_sourceRows; ///< by row of the view
     QList<int>
         m_viewRows; ///< by source row; -1 for one that is about to be removed, not placed yet, or not wanted
-    bool m_isFiltered = false;
-    QList<int> m_allRows;   ///< while filtered: the source rows in the order of the view, wanted or not
-    QList<bool> m_isWanted; ///< while filtered, by source row
-    QList<int> m_rowsNow;   ///< by source row as before, while rows leave the source
+    KilnUtil_WantedRows *m_wantedRows;
+    std::optional<QList<int>>
+        m_allRows; ///< while there is a filter: the source rows in the order of the view, wanted or not
+    QList<int> m_rowsNow; ///< by source row as before, while rows leave the source
     int m_column = -1;
     Qt::SortOrder m_order = Qt::AscendingOrder;
     struct Order
@@ -121,8 +119,6 @@ private:
         Qt::SortOrder order;
     };
     bool m_findsRanksAnew = false;
-    bool m_findsWanted = false;
-    bool m_findsWantedAnew = false;
     std::optional<Order> m_wanted;                      ///< while its ranks are being found
     std::vector<QPersistentModelIndex> m_rowsBefore;    ///< while the source changes its layout
     std::vector<QPersistentModelIndex> m_allRowsBefore; ///< the same of those that are not wanted, too

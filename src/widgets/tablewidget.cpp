@@ -383,6 +383,20 @@ QList<int> KilnUtil_TableWidget::SelectedRows() const
     return rows;
 }
 
+QList<int> KilnUtil_TableWidget::SelectedRowsWith(const QModelIndex &cell) const
+{
+    QList<int> rows = SelectedRows();
+    if (cell.isValid() && !std::ranges::binary_search(rows, cell.row()))
+        rows.insert(std::ranges::lower_bound(rows, cell.row()), cell.row());
+    return rows;
+}
+
+QModelIndex KilnUtil_TableWidget::ClickedCell(const QPoint &position) const
+{
+    const QModelIndex cell = indexAt(position);
+    return cell.isValid() && cell.row() == currentIndex().row() ? cell : QModelIndex{};
+}
+
 QList<int> KilnUtil_TableWidget::AllRows() const
 {
     QList<int> rows(model()->rowCount());
@@ -438,14 +452,27 @@ void KilnUtil_TableWidget::rowsAboutToBeRemoved(const QModelIndex &parent, int f
     QTableView::rowsAboutToBeRemoved(parent, first, last);
 }
 
+/// The first one that is shown in place of a hidden one.
+int KilnUtil_TableWidget::ShownColumn(int column) const
+{
+    const QList<int> shown = ShownColumns();
+    return shown.isEmpty() || !isColumnHidden(column) ? column : shown.first();
+}
+
 /// When the current row has gone, the keys go on where it stood, not at the top.
 QModelIndex KilnUtil_TableWidget::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
 {
     if (m_takingFocus)
         return {};
-    if (currentIndex().isValid() || model()->rowCount() == 0)
+    const QModelIndex current = currentIndex();
+    // From a hidden cell no key would lead anywhere.
+    if (current.isValid() && isColumnHidden(current.column()))
+        selectionModel()->setCurrentIndex(current.siblingAtColumn(ShownColumn(current.column())),
+                                          QItemSelectionModel::NoUpdate);
+    if (current.isValid() || model()->rowCount() == 0)
         return QTableView::moveCursor(action, modifiers);
-    return model()->index(qMin(m_placeOfKeyboard.y(), model()->rowCount() - 1), m_placeOfKeyboard.x());
+    return model()->index(qMin(m_placeOfKeyboard.y(), model()->rowCount() - 1),
+                          ShownColumn(m_placeOfKeyboard.x()));
 }
 
 void KilnUtil_TableWidget::focusInEvent(QFocusEvent *event)

@@ -49,6 +49,11 @@ public:
 
     /// The selected rows of the view, from the top.
     [[nodiscard]] QList<int> SelectedRows() const;
+    /// The same with the row of that cell, if there is one.
+    [[nodiscard]] QList<int> SelectedRowsWith(const QModelIndex &cell) const;
+    /// The current cell if it is at that place of the viewport, where a menu is asked for: a click with Ctrl
+    /// does not select its row. Else no cell.
+    [[nodiscard]] QModelIndex ClickedCell(const QPoint &position) const;
     [[nodiscard]] QList<int> AllRows() const;
     /// What the cells of these rows hold under KilnUtil_TableSortProxy::PositionRole, where that is the row
     /// of the source model.
@@ -115,6 +120,7 @@ private:
     void ShowColumnsAsAtFirst();
     void ColumnsChanged();
     [[nodiscard]] QList<int> ShownColumns() const;
+    [[nodiscard]] int ShownColumn(int column) const;
     [[nodiscard]] bool ShowWholeText(const QHelpEvent &event);
     void AcceptDrop(QDropEvent *event);
     void SetDropHover(bool hover);

@@ -42,8 +42,8 @@ constexpr std::string_view Taskmill_WireExactJobType = "jobtypeexact=yes";
 /// Actions that only a client with the manager's key may ask for, and only with Taskmill_WireReplyRequest.
 /// The answer is the line "accepted=", and then text or one JSON value until the connection ends; or
 /// "refused=" with the reason. The actions are listjobs, showjob, killjob, removejob, pausequeue,
-/// unpausequeue, limitqueue, budget, saveproject, listjobtypes and quit; what they act on is said by these
-/// lines.
+/// unpausequeue, limitqueue, budget, saveproject, openproject, listjobtypes and quit; what they act on is
+/// said by these lines.
 constexpr std::string_view Taskmill_WireJobList =
     "joblist="; ///< long, short, queueless or finished; absent for all
 constexpr std::string_view Taskmill_WireJobsSince = "jobsince="; ///< only jobs with larger numbers
@@ -56,6 +56,7 @@ constexpr std::string_view Taskmill_WireQueueLimit = "queuelimit=";
 constexpr std::string_view Taskmill_WireBudget = "budget=";
 constexpr std::string_view Taskmill_WireSaveFile =
     "savefile="; ///< absolute; absent for the project's own file
+constexpr std::string_view Taskmill_WireProjectFile = "projectfile="; ///< to open; absolute
 /// Also when another file, or what another program wrote, is lost by it; to quit, also when the project is.
 constexpr std::string_view Taskmill_WireReplaces = "replaces=yes";
 constexpr std::string_view Taskmill_WireKeepsJobs = "keepjobs=yes"; ///< to quit: what runs goes on

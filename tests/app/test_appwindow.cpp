@@ -423,7 +423,7 @@ private Q_SLOTS:
         WindowPlace place{{}, last};
         QTRY_VERIFY(place.Window().findChild<Taskmill_ProjectOffer *>());
         auto *offer = place.Window().findChild<Taskmill_ProjectOffer *>();
-        QCOMPARE(offer->text(), u"Open day.mill, 1 waiting job"_s);
+        QTRY_COMPARE(offer->text(), u"Open day.mill, 1 waiting job"_s);
         QTest::mouseClick(offer, Qt::LeftButton);
         QCOMPARE(LongJobs(), u"a.one"_s);
         QTRY_VERIFY(!place.Window().findChild<Taskmill_ProjectOffer *>());

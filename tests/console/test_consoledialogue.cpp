@@ -319,7 +319,8 @@ private Q_SLOTS:
         session.manager.SubmitGated(session.manager.Long(), u"a.in"_s);
         // Its directory is gone, or another program has written to it.
         const QString second = session.manager.Path(u"second.mill"_s);
-        QVERIFY(QFile::remove(first) && QDir{}.mkdir(first));
+        QVERIFY(QFile::remove(first));
+        QVERIFY(QDir{}.mkdir(first));
         QCOMPARE(
             session.Run({u"save"_s, u"yes"_s, second}),
             u"\n<Taskmill> %1 was changed by another program.  Do you want to replace it?  "_s.arg(first) +

@@ -312,8 +312,10 @@ private Q_SLOTS:
         const auto database = MakeDatabase();
         Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), 1);
         AddSampleFields(job);
-        QVERIFY(database->InsertLongJob(job, true) && database->InsertFinishedJob(job, true));
-        QVERIFY(database->InsertQueue(u"Long"_s, 1) && database->SetGeneralData(u"N"_s, u"1"_s) == 1);
+        QVERIFY(database->InsertLongJob(job, true));
+        QVERIFY(database->InsertFinishedJob(job, true));
+        QVERIFY(database->InsertQueue(u"Long"_s, 1));
+        QVERIFY(database->SetGeneralData(u"N"_s, u"1"_s) == 1);
         Taskmill_JobType jobType = SampleJobType(u"Type"_s);
         QVERIFY(database->InsertJobType(jobType, true));
         jobType.ExecutablePath = u"/opt/other"_s;
@@ -333,7 +335,8 @@ private Q_SLOTS:
         QVERIFY(!database->HasUnsavedChanges());
         QCOMPARE(Dump(*database), before);
         // A half of two statements is undone, and what is remembered with it.
-        QVERIFY(database->DeleteFinishedJobs({1}) && database->DeleteLongJob(1));
+        QVERIFY(database->DeleteFinishedJobs({1}));
+        QVERIFY(database->DeleteLongJob(1));
         QCOMPARE(RowsOf(*database, u"SELECT COUNT(*) FROM LongJobsQueue, AddedFields"_s),
                  QStringList{u"0"_s});
     }

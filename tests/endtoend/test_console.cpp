@@ -150,7 +150,8 @@ private Q_SLOTS:
         QVERIFY(Keys("list queueless jobs\n", "Running"));
         // What follows a job ends, and the job goes on.
         Manager().Type("follow job 1\n");
-        QVERIFY(Manager().Expect("Ctrl+C ends this") && Manager().Expect("\r\nbegun\r\n"));
+        QVERIFY(Manager().Expect("Ctrl+C ends this"));
+        QVERIFY(Manager().Expect("\r\nbegun\r\n"));
         QVERIFY(Keys("\x03", "\r\n"));
         QVERIFY(Keys("list queueless jobs\n", "Running"));
     }

@@ -96,7 +96,8 @@ void TestKeptJobs::FindsItsJobsAgain()
     QVERIFY(Project().Start());
     const int ends = Submit(u"ends.in"_s, sink.Port());
     const int goesOn = Submit(u"stays.in"_s, sink.Port());
-    QVERIFY(ends > 0 && goesOn > 0);
+    QVERIFY(ends > 0);
+    QVERIFY(goesOn > 0);
     QVERIFY(Save());
     if (signal != 0)
         Manager().Signal(signal);
@@ -126,7 +127,8 @@ void TestKeptJobs::FindsItsJobsAgain()
     for (const Taskmill_JobRecord &job : rows.finishedJobs) {
         QCOMPARE(job.Status, Taskmill_JobStatus::Failed);
         QCOMPARE(job.StdOutAndStdErr, u"begun\ndone\n"_s);
-        QVERIFY(job.Started.isValid() && job.Finished >= job.Started);
+        QVERIFY(job.Started.isValid());
+        QVERIFY(job.Finished >= job.Started);
         QCOMPARE(Starts(QFileInfo{job.InputFilePath}.fileName()), "start\n");
     }
     QTRY_VERIFY(ProcessTable::LivingChildren().isEmpty());
@@ -325,7 +327,8 @@ void TestKeptJobs::ACopyOfTheProjectStartsNothing()
     QVERIFY(Manager().Command("run held jobs").contains("No job is held back"));
     QCOMPARE(Manager().Quit({"yes"}), ManagerEnd{.status = 0});
 
-    QVERIFY(QFile::remove(Project().ProjectPath()) && QFile::rename(moved, Project().ProjectPath()));
+    QVERIFY(QFile::remove(Project().ProjectPath()));
+    QVERIFY(QFile::rename(moved, Project().ProjectPath()));
     QVERIFY(Project().Start());
     QVERIFY(Manager().Command("list queueless jobs").contains("Running"));
     Release(u"one.in"_s);

@@ -223,7 +223,8 @@ private Q_SLOTS:
         const auto [consolePort, guiPort] = ManagerProcess::FreePorts();
         ManagerProcess next{Project().Path({})};
         next.Launch({u"-console"_s}, consolePort, guiPort);
-        QVERIFY(next.Expect("was written to " + path) && next.Expect("\n\n<Taskmill> "));
+        QVERIFY(next.Expect("was written to " + path));
+        QVERIFY(next.Expect("\n\n<Taskmill> "));
         QCOMPARE(next.Quit({"yes"}), ManagerEnd{.status = 0});
     }
 

@@ -139,6 +139,34 @@ private Q_SLOTS:
         QVERIFY(desktop.WaitForControl(u"cell"_s, u"Completed"_s));
     }
 
+    /// As when the user opens one from a folder of the desktop.
+    void OffersAProjectThatIsOpenedElsewhere()
+    {
+        Desktop desktop;
+        QVERIFY(Project().AddTestType(u"Wait"_s, u"wait"_s));
+        QVERIFY(QFile::copy(Project().ProjectPath(), Project().Path(u"other.mill"_s)));
+        QVERIFY(desktop.Start());
+        QVERIFY(Start(desktop));
+        const auto open = [this](const QString &file) {
+            ManagerProcess second{Project().Path({})};
+            second.Launch({file}, ManagerProcess::FreePorts().first, Manager().Port());
+            return second.End() == ManagerEnd{.status = 0} ? second.Errors() : "it fails"_ba;
+        };
+        QCOMPARE(open(u"other.mill"_s), "");
+        QVERIFY(desktop.WaitForWindow(u"Open Project"_s));
+        QCOMPARE(open(u"jobs.mill"_s), "");
+        QVERIFY(open(u"other.mill"_s)
+                    .endsWith("other.mill was not opened: a question is open in the manager; "
+                              "answer it first\n"));
+        QVERIFY(desktop.ClickControl(u"push button"_s, u"No"_s));
+        QVERIFY(desktop.WaitUntilGone(u"Open Project"_s));
+        QVERIFY(desktop.WaitForWindow(Taskmill_VersionText() + u", jobs.mill"_s));
+        QCOMPARE(open(Project().Path(u"other.mill"_s)), "");
+        QVERIFY(desktop.WaitForWindow(u"Open Project"_s));
+        QVERIFY(desktop.ClickControl(u"push button"_s, u"Yes"_s));
+        QVERIFY(desktop.WaitForWindow(Taskmill_VersionText() + u", other.mill"_s));
+    }
+
     /// Twenty jobs of real programs, submitted in two ways, one of them killed; nothing is lost.
     void DayOfAChemist()
     {

@@ -42,9 +42,14 @@ KeeperFixture::~KeeperFixture()
         qWarning("QObject of the test: processes are left");
 }
 
+std::string KeeperFixture::Program()
+{
+    return TASKMILL_KEEPER;
+}
+
 bool KeeperFixture::StartNursery()
 {
-    m_nursery = Taskmill_Nursery::Start(TASKMILL_KEEPER, m_folder, WaitMs);
+    m_nursery = Taskmill_Nursery::Start(Program(), m_folder, WaitMs);
     m_nurseryID = m_nursery ? m_nursery->ProcessID() : 0;
     return m_nursery.has_value();
 }

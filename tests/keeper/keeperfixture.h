@@ -24,6 +24,7 @@ public:
     ~KeeperFixture();
     Q_DISABLE_COPY_MOVE(KeeperFixture)
 
+    [[nodiscard]] static std::string Program();
     /// False when the program does not get ready.
     [[nodiscard]] bool StartNursery();
     [[nodiscard]] Taskmill_Nursery &Nursery() { return *m_nursery; }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "keeperfixture.h"
 
+#include "processes/runkeepers.h"
 #include "support/testutil.h"
 #include "wire/runlocks.h"
 
@@ -8,6 +9,7 @@
 #include <QFile>
 #include <QRandomGenerator>
 #include <QScopeGuard>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <array>
@@ -64,6 +66,7 @@ private Q_SLOTS:
     void nothingOutlivesAKilledKeeper();
     void nothingOutlivesKilledKeepersAndNursery();
     void noStartWaitsForASweepThatHangs();
+    void aRecordedEndCountsWhenItsKeeperIsLost();
     void aRunOutlivesAKilledManager();
     void aManagerKilledAtAnyMomentLosesNoRun();
     void whatAnAdoptedRunLeavesIsSweptWhenAsked();
@@ -156,6 +159,36 @@ void TestKeeperLoss::noStartWaitsForASweepThatHangs()
     QTRY_VERIFY_WITH_TIMEOUT(!Taskmill_ClaimLock(m_keepers->Folder(), 0).IsHeld(), waitMs);
     QCOMPARE(Taskmill_RunJournals{m_keepers->Folder()}.ClaimAll({"run"}, "manager"),
              Taskmill_RunJournals::Claims::Busy);
+}
+
+void TestKeeperLoss::aRecordedEndCountsWhenItsKeeperIsLost()
+{
+    const auto keepers = KilnUtil_RunKeepers::Make(QString::fromStdString(KeeperFixture::Program()),
+                                                   QString::fromStdString(m_keepers->Folder()));
+    QVERIFY(keepers);
+    const QString runID = keepers->NewRunID();
+    const auto run = keepers->NewRun(runID);
+    QSignalSpy ended{run.get(), &KilnUtil_ProcessRun::EndedSignal};
+    KilnUtil_RunOrder order;
+    order.Program = QString::fromStdString(m_keepers->Order({}).program);
+    order.Argument = QStringLiteral("wait");
+    order.Directory = QString::fromStdString(m_keepers->JobFolder());
+    QVERIFY(run->Start(order));
+    QTRY_VERIFY_WITH_TIMEOUT(run->ProcessID() > 0, waitMs);
+    Taskmill_RunReport started;
+    started.processID = run->ProcessID();
+    const long long keeper = KeeperFixture::KeeperOf(started);
+    // As if it were ended before it could report that.
+    Taskmill_RunRecord record{Taskmill_RunRecord::Kind::End, runID.toStdString()};
+    record.end.code = 5;
+    const QDir journals{QString::fromStdString(m_keepers->Folder() + "/journal")};
+    QVERIFY(Taskmill_AppendToJournal(journals.filePath(journals.entryList(QDir::Files).first()).toStdString(),
+                                     record.ToLine()));
+    QVERIFY(keeper > 1);
+    QCOMPARE(kill(static_cast<pid_t>(keeper), SIGKILL), 0);
+    QVERIFY(ended.wait(waitMs));
+    QCOMPARE(run->End().How, KilnUtil_RunEnd::Kind::Exit);
+    QCOMPARE(run->End().Code, 5);
 }
 
 void TestKeeperLoss::aRunOutlivesAKilledManager()

@@ -65,7 +65,8 @@ private:
         if (inFile)
             database->SetStoragePath(Path(u"work.db"_s));
         m_database = Taskmill_Database_Manager::Global().Adopt(std::move(database));
-        QVERIFY(m_database->Open() && m_database->CreateTables());
+        QVERIFY(m_database->Open());
+        QVERIFY(m_database->CreateTables());
         QVERIFY(m_database->InsertJobType(SampleJobType(u"Type"_s), true));
     }
 
@@ -131,6 +132,34 @@ private Q_SLOTS:
         QCOMPARE(jobs.PositionOf(700), -1);
     }
 
+    void OutputsAreReadOnAnyThread_data() { RanksAreInTheOrderOfTheColumn_data(); }
+
+    void OutputsAreReadOnAnyThread()
+    {
+        QFETCH(const bool, inFile);
+        MakeDatabase(inFile);
+        Taskmill_JobRecord silent = Job(1);
+        silent.StdOutAndStdErr.clear();
+        Taskmill_JobRecord job = Job(2);
+        job.StdOutAndStdErr = u"äöü 水\n"_s.repeated(200'000);
+        QVERIFY(m_database->InsertFinishedJob(silent, true) && m_database->InsertFinishedJob(job, true));
+        Taskmill_FinishedJobs jobs{m_outbox};
+        jobs.Load();
+        QVERIFY(!jobs.HasOutput(jobs.JobAt(0)));
+        QVERIFY(jobs.HasOutput(jobs.JobAt(1)));
+        const Taskmill_OutputText ofSilent = jobs.ReaderOfOutput(jobs.JobAt(0));
+        const Taskmill_OutputText ofJob = jobs.ReaderOfOutput(jobs.JobAt(1));
+        QByteArrayList read;
+        const std::unique_ptr<QThread> thread{QThread::create([&] { read = {ofSilent(), ofJob()}; })};
+        thread->start();
+        thread->wait();
+        QCOMPARE(read.value(0), QByteArray{});
+        QVERIFY(read.value(1) == job.StdOutAndStdErr.toUtf8());
+        // The database may be another one by then.
+        jobs.Clear();
+        QVERIFY(!inFile || ofJob().isEmpty());
+    }
+
     /// A row does not say everything: new jobs have another name of their queue, and their job type as it
     /// was.
     void JobsOfThisSessionStayAsTheyWere()
@@ -146,14 +175,16 @@ private Q_SLOTS:
             return Taskmill_Listings::JobFields().Row(jobs.JobAt(0));
         };
         const QStringList before = texts();
-        QVERIFY(before.contains(u"None"_s) && before.contains(u"Before"_s));
+        QVERIFY(before.contains(u"None"_s));
+        QVERIFY(before.contains(u"Before"_s));
         // So many that it has to be read again.
         for (int number = 2; number <= jobCount; ++number)
             jobs.AddJob(Job(number));
         QCOMPARE(texts(), before);
         QCOMPARE(Taskmill_Listings::JobFields().Row(jobs.Jobs().first()), before);
         jobs.Load();
-        QVERIFY(texts().contains(u"Queueless"_s) && texts().contains(u"Type"_s));
+        QVERIFY(texts().contains(u"Queueless"_s));
+        QVERIFY(texts().contains(u"Type"_s));
     }
 
     void RanksAreInTheOrderOfTheColumn_data()

@@ -167,9 +167,15 @@ private Q_SLOTS:
         earlier.Started = job.Started.ClockTime().addSecs(-100);
         earlier.Finished = job.Started.ClockTime().addSecs(-50);
         read.reset();
-        m_manager->Results().ReadEnded(earlier, QString::fromUtf8(Normal() + Normal()), this, take);
+        std::atomic<QThread *> reader = nullptr;
+        const auto printed = [&reader] {
+            reader = QThread::currentThread();
+            return Normal() + Normal();
+        };
+        m_manager->Results().ReadEnded(earlier, printed, this, take);
         QTRY_VERIFY(read);
         QCOMPARE(read->Steps, 2);
+        QVERIFY(reader.load() != thread());
     }
 
 private:

@@ -17,6 +17,7 @@ public:
     void ShowInFront() override {}
     void ShowJob(int) override {}
     void PutAway() override {}
+    void OfferProject(const QString &) override {}
     bool IsUserBusy() const override { return false; }
     void QuitLater(bool) override {}
 };

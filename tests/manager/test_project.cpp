@@ -196,6 +196,43 @@ private Q_SLOTS:
         QCOMPARE(opened(QString::number(std::numeric_limits<int>::max()), 1), (std::pair{8, 1}));
     }
 
+    void NumbersThatAreThereTwiceAreMadeAnew()
+    {
+        m_manager->NewProject();
+        const Taskmill_JobType jobType = m_manager->AddGatedJobType();
+        for (Taskmill_QueueOwner *owner : {&m_manager->Long(), &m_manager->Short()}) {
+            owner->Queue()->SetPaused(true);
+            m_manager->SubmitGated(*owner);
+            m_manager->SubmitGated(*owner);
+        }
+        Taskmill_JobRecord ended = SampleJob(jobType, 9);
+        ended.SetStatus(Taskmill_JobStatus::Failed, true);
+        ended.ExitCode = 3;
+        QVERIFY(TestManager::Database().InsertFinishedJob(ended, true));
+        QVERIFY(Project().SaveProjectAs(File()));
+        const QString fields =
+            u"SELECT OwnerID, Name, Value FROM AddedFields WHERE Name IN ('Run', 'ExitCode')"_s;
+        // As somebody else wrote it: 7 runs, and 9 has ended.
+        RawDatabase{File()}.Execute(
+            {u"UPDATE LongJobsQueue SET JobID = 7"_s,
+             u"UPDATE ShortJobsQueue SET JobID = 7, Status = 'Running' WHERE JobID = 3"_s,
+             u"UPDATE ShortJobsQueue SET JobID = 9 WHERE JobID = 4"_s,
+             u"INSERT INTO AddedFields (Owner, OwnerID, Name, Value) VALUES ('job', 7, 'Run', 'r@elsewhere')"_s});
+        Prompt().answers = {WarnAnswer::No};
+        QVERIFY(Project().OpenProject(File()));
+        QVERIFY(!Project().HasUnsavedChanges());
+        QCOMPARE(m_manager->Long().Jobs().JobIDs(), (QList{10, 11}));
+        QCOMPARE(m_manager->Short().Jobs().JobIDs(), (QList{12, 7}));
+        QVERIFY(m_manager->Long().Jobs().JobAt(0)->Record().Run.isEmpty());
+        QVERIFY(m_manager->Short().Jobs().FindByJobID(7)->RunsElsewhere());
+        // What one comes to is not the other's.
+        m_manager->Long().RemoveNow({10});
+        QVERIFY(Project().SaveProjectAs(File()));
+        QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM LongJobsQueue"_s), QStringList{u"11"_s});
+        QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM ShortJobsQueue"_s), (QStringList{u"7"_s, u"12"_s}));
+        QCOMPARE(RowsOfFile(File(), fields), (QStringList{u"9|ExitCode|3"_s, u"7|Run|r@elsewhere"_s}));
+    }
+
     void JobsGoOnAfterSaving()
     {
         m_manager->NewProject();

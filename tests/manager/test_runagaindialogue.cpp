@@ -88,7 +88,9 @@ private Q_SLOTS:
                  (QStringList{before.Name, before.JobClass, before.InputFilePath, before.OutputFile,
                               before.CommandLine(), before.QueueName}));
         // Its client knows nothing of it, and nothing of the run before is in it.
-        QVERIFY(!again->ClientNotification && again->Started.isNull() && again->StdOutAndStdErr.isEmpty());
+        QVERIFY(!again->ClientNotification);
+        QVERIFY(again->Started.isNull());
+        QVERIFY(again->StdOutAndStdErr.isEmpty());
     }
 
     void AChangedJobTypeIsAskedAbout_data()

@@ -143,7 +143,8 @@ private Q_SLOTS:
         QVERIFY(m_manager->Project().SaveProjectAs(File()));
         BreakOff();
         QVERIFY(m_manager->Project().OpenProject(File()));
-        QVERIFY(!m_manager->Project().IsRecovered() && !m_manager->Project().HasUnsavedChanges());
+        QVERIFY(!m_manager->Project().IsRecovered());
+        QVERIFY(!m_manager->Project().HasUnsavedChanges());
         Submit(u"c.in"_s);
         // Another manager that looks for what was left behind does not find this one.
         QStringList notices;
@@ -202,7 +203,8 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(File()));
         WriteTestFile(File(), content);
         QVERIFY(m_manager->Project().OpenProject(File()));
-        QVERIFY(m_manager->Project().IsRecovered() && !m_manager->Project().HasChangedFile());
+        QVERIFY(m_manager->Project().IsRecovered());
+        QVERIFY(!m_manager->Project().HasChangedFile());
     }
 
     void ManagerThatEndsBehindSavingHasSaved()
@@ -269,6 +271,29 @@ private Q_SLOTS:
         QVERIFY(Folder().entryList({u"damaged-*"_s}).isEmpty());
     }
 
+    void DamagedCopyWithoutANoteIsKept_data()
+    {
+        QTest::addColumn<bool>("isCopy");
+        QTest::newRow("it has changes") << true;
+        QTest::newRow("what was read of a project file") << false;
+    }
+
+    void DamagedCopyWithoutANoteIsKept()
+    {
+        QFETCH(bool, isCopy);
+        Submit(u"a.in"_s);
+        BreakOff();
+        // What is in the log goes with it.
+        RawDatabase{Copy()}.Execute({u"PRAGMA wal_checkpoint(TRUNCATE)"_s});
+        QByteArray content = ReadTestFile(isCopy ? Copy() : File());
+        WriteTestFile(Copy(), content.replace(0, 16, QByteArray(16, 'x')));
+        QFile::remove(Copy() + u"-wal"_s);
+        WriteTestFile(Copy().chopped(3) + u".lock"_s, {});
+        QVERIFY(m_manager->Project().OpenProject(File()));
+        QCOMPARE(Folder().entryList({u"damaged-*.db"_s}).size(), isCopy ? 1 : 0);
+        QCOMPARE(m_manager->Project().Notices().size(), isCopy ? 1 : 0);
+    }
+
     void NeverSavedProjectsComeBack()
     {
         m_manager->NewProject();
@@ -287,7 +312,8 @@ private Q_SLOTS:
         BreakOff();
         Taskmill_SetRunMode(Taskmill_RunMode::Console);
         QVERIFY(m_manager->OpenStartUpProject({}));
-        QVERIFY(m_manager->Project().FilePath().isEmpty() && m_manager->Project().HasUnsavedChanges());
+        QVERIFY(m_manager->Project().FilePath().isEmpty());
+        QVERIFY(m_manager->Project().HasUnsavedChanges());
         QCOMPARE(m_manager->JobNumbers().LastID(), 2);
         QCOMPARE(m_manager->Project().Notices().size(), 3);
         m_manager->Project().CloseProject();

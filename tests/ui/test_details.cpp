@@ -214,10 +214,16 @@ private Q_SLOTS:
         Taskmill_JobRecord other = place.Job(2, {});
         other.StdOutAndStdErr = u"no such option\n"_s;
         place.Add(other);
+        // What it wrote has been replaced by a later job.
+        Taskmill_JobRecord earlier = job;
+        earlier.JobID = 3;
+        earlier.Finished = QDateTime{{2024, 2, 29}, {1, 2, 3}};
+        place.Add(earlier);
         place.ChooseRow(0);
         place.ShowDetails(Output);
         auto &page = place.PageOf<Taskmill_OutputPage>();
         QTRY_COMPARE(page.View().MarkedText(), failingLine);
+        QVERIFY2(!page.Caption().contains(u"written on"_s), qPrintable(page.Caption()));
         QVERIFY(page.View().VisibleText().contains(u"   "_s + failingLine));
         auto *open = page.findChild<QPushButton *>();
         open->click();
@@ -227,14 +233,76 @@ private Q_SLOTS:
         QCOMPARE(TakeViewerCaptions(place.window),
                  QStringList{u"Output file of job 1:  "_s + job.OutputFile});
 
+        // It may be long, so that nobody waits for it.
         place.ChooseRow(1);
+        place.splitter->Pane()->UpdateSlot();
+        QVERIFY(page.Caption().contains(u"reading"_s));
         QTRY_COMPARE(page.View().VisibleText(), QStringList{u"no such option"_s});
         QVERIFY(!page.View().HasMark());
         QVERIFY(page.Caption().startsWith(u"What the job printed"_s));
+        place.ChooseRow(2);
+        QTRY_VERIFY2(page.Caption().endsWith(u"after the job had ended"_s), qPrintable(page.Caption()));
+    }
+
+    void AreReachedByTheTabKey()
+    {
+        DetailsPlace place;
+        Taskmill_JobRecord job = place.Job(1, {});
+        job.StdOutAndStdErr = u"printed\n"_s;
+        place.Add(job);
+        place.ShowDetails(Output);
+        place.table.setFocus();
+        place.ChooseRow(0);
+        const auto &page = place.PageOf<Taskmill_OutputPage>();
+        auto *button = page.findChild<QPushButton *>();
+        QTRY_VERIFY(button->isEnabled() && button->isVisible());
+        const QTabWidget &pages = place.splitter->Pane()->Pages();
+        const QList<const QWidget *> order{pages.tabBar(), &page.View(), button, pages.cornerWidget()};
+        for (const QWidget *wanted : order) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            QCOMPARE(static_cast<const QWidget *>(QApplication::focusWidget()), wanted);
+        }
+        // The keys go on in the table.
+        place.detailsSwitch.SetOn(false);
+        QVERIFY(place.table.hasFocus());
+    }
+
+    /// Each project begins with job 1.
+    void BelongToOneProject()
+    {
+        DetailsPlace place;
+        Taskmill_JobRecord job = place.Job(1, {});
+        job.StdOutAndStdErr = OutputOfTwoSteps();
+        place.Add(job);
+        place.ChooseRow(0);
+        place.ShowDetails(Progress);
+        const auto *plot = place.splitter->findChild<KilnUtil_PlotWidget *>();
+        QTRY_COMPARE(plot->Series().Values, (QList<double>{-40.5, -40.6}));
+        place.manager.NewProject();
+        Taskmill_JobRecord other = place.Job(1, {});
+        other.Name = u"other"_s;
+        other.StdOutAndStdErr = u"printed\n"_s;
+        place.Add(other);
+        place.splitter->Pane()->UpdateSlot();
+        QCOMPARE(place.ShownJobID(), -1);
+        place.ChooseRow(0);
+        QTRY_COMPARE(place.ShownJobID(), 1);
+        QVERIFY(plot->Series().Values.isEmpty());
+        place.ShowDetails(Output);
+        auto &page = place.PageOf<Taskmill_OutputPage>();
+        QTRY_COMPARE(page.View().VisibleText(), QStringList{u"printed"_s});
+    }
+
+    void FollowAJobToItsEnd_data()
+    {
+        QTest::addColumn<bool>("isSeen");
+        QTest::newRow("which the user sees") << true;
+        QTest::newRow("while another tab is in front") << false;
     }
 
     void FollowAJobToItsEnd()
     {
+        QFETCH(const bool, isSeen);
         PagePlace place;
         Taskmill_LongJobsQueueWidget tab{&place.window, place.manager};
         const Taskmill_FinishedJobsWidget ended{&place.window, place.manager.FinishedJobs()};
@@ -262,8 +330,10 @@ private Q_SLOTS:
         TestManager::Release(input);
         QTRY_COMPARE(page->View().VisibleText(), (QStringList{u"first"_s, u"second"_s}));
         // It leaves the table, but the user still reads.
+        splitter->setVisible(isSeen);
         WriteTestFile(input + u".end"_s, {});
         QTRY_COMPARE(place.manager.FinishedJobs().Count(), 1);
+        splitter->show();
         QTRY_COMPARE(tab.Table().model()->rowCount(), 0);
         QTRY_COMPARE(splitter->Pane()->Job()->Record.Status, Taskmill_JobStatus::Completed);
         QTRY_COMPARE(page->View().VisibleText(), (QStringList{u"first"_s, u"second"_s}));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/jobnews.h"
 
+#include "support/sampleoutput.h"
 #include "support/testmanager.h"
 #include "ui/badgedicon.h"
 
@@ -10,7 +11,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// One job for each letter: Completed, Failed, cRashed, Killed.
+/// One job for each letter: Completed, Failed, cRashed, Killed, or completed but Not converged.
 void End(Taskmill_FinishedJobs &finished, const QString &letters)
 {
     for (const QChar letter : letters) {
@@ -20,7 +21,10 @@ void End(Taskmill_FinishedJobs &finished, const QString &letters)
         job.Status = letter == u'C'   ? Taskmill_JobStatus::Completed
                      : letter == u'F' ? Taskmill_JobStatus::Failed
                      : letter == u'R' ? Taskmill_JobStatus::Crashed
-                                      : Taskmill_JobStatus::Killed;
+                     : letter == u'K' ? Taskmill_JobStatus::Killed
+                                      : Taskmill_JobStatus::Completed;
+        if (letter == u'N')
+            job.StdOutAndStdErr = QString::fromUtf8(SampleOutput::Banner() + SampleOutput::Unconverged());
         finished.AddJob(job);
     }
 }
@@ -47,6 +51,9 @@ private Q_SLOTS:
                            "... 5 more ..."_s};
         QTest::newRow("only failures are wanted")
             << Announced::Failures << u"CFC"_s << QStringList{u"1 job failed"_s, u"j2: Failed"_s};
+        QTest::newRow("calculations that failed")
+            << Announced::Failures << u"CNF"_s
+            << QStringList{u"2 jobs failed"_s, u"j2: Completed, not converged\nj3: Failed"_s};
         QTest::newRow("nothing failed") << Announced::Failures << u"CC"_s << QStringList{};
         QTest::newRow("nothing is wanted") << Announced::Nothing << u"CFR"_s << QStringList{};
     }
@@ -66,6 +73,28 @@ private Q_SLOTS:
         End(m_manager->FinishedJobs(), ends);
         QTRY_COMPARE(shown, news);
         QCOMPARE(jobNews.AnnouncedJobs().size(), news.value(0).section(u' ', 0, 0).toInt());
+    }
+
+    /// What is long is read after the end of the job.
+    void AResultThatComesLaterIsNews()
+    {
+        using namespace SampleOutput;
+        m_manager->NewProject();
+        Taskmill_RememberAnnounced(Taskmill_Announced::Failures);
+        Taskmill_JobNews jobNews{m_manager->FinishedJobs(), std::chrono::milliseconds{0}};
+        QStringList shown;
+        connect(&jobNews, &Taskmill_JobNews::NewsSignal, this,
+                [&shown](const QString &title, const QString &text) { shown << title << text; });
+        Taskmill_JobRecord job;
+        job.JobID = 1;
+        job.Name = u"j1"_s;
+        job.Status = Taskmill_JobStatus::Completed;
+        job.StdOutAndStdErr =
+            QString::fromUtf8(Banner() + QByteArray{"more\n"}.repeated(10'000) + Unconverged());
+        m_manager->FinishedJobs().AddJob(job);
+        QCOMPARE(jobNews.UnseenFailures(), 0);
+        QTRY_COMPARE(shown, (QStringList{u"1 job failed"_s, u"j1: Completed, not converged"_s}));
+        QCOMPARE(jobNews.UnseenFailures(), 1);
     }
 
     void FailuresAreCountedUntilSeen()

@@ -296,6 +296,41 @@ private Q_SLOTS:
         QCOMPARE(TestManager::Database().GetFinishedJobs().size(), 3);
     }
 
+    void AJobThatAMessageNamesIsShown()
+    {
+        JobPages pages;
+        pages.queue.SetPaused(true);
+        pages.Submit(3);
+        static_cast<Taskmill_TabWithMenu &>(pages.queueTab).OpenFilter();
+        QTest::keyClicks(QApplication::focusWidget(), u"job 2"_s);
+        QTRY_COMPARE(ColumnTexts(pages.table, 1), QStringList{u"job 2"_s});
+        QVERIFY(!pages.queueTab.ChooseJob(7));
+        QVERIFY(pages.queueTab.ChooseJob(2));
+        QCOMPARE(pages.table.model()->rowCount(), 1);
+        QVERIFY(pages.queueTab.ChooseJob(3));
+        QCOMPARE(CellText(pages.table, pages.table.currentIndex().row(), 1), u"job 3"_s);
+    }
+
+    /// A click with Ctrl does not select the row, but the menu is about it.
+    void FinishedJobsAreRemovedWhereTheMenuIsAskedFor()
+    {
+        JobPages pages;
+        pages.AddFinishedJobs(5);
+        const auto remove = [&pages](int row, const std::function<void()> &whileOpen = {}) {
+            (void)ChooseFromMenu(pages.finishedTable, CellCentre(pages.finishedTable, row), u"Remove"_s,
+                                 whileOpen, Qt::ControlModifier);
+        };
+        pages.finishedTable.selectRow(0);
+        pages.manager.prompt.answers = {WarnAnswer::Yes, WarnAnswer::Yes};
+        remove(2);
+        QVERIFY(pages.manager.prompt.asked.last().text.endsWith(u"\n\na\nc"_s));
+        QCOMPARE(ColumnTexts(pages.finishedTable, 1), (QStringList{u"b"_s, u"d"_s, u"e"_s}));
+        // The list may change while the menu is open.
+        pages.finishedTable.clearSelection();
+        remove(1, [&pages] { pages.finished.Remove({0}); });
+        QCOMPARE(ColumnTexts(pages.finishedTable, 1), QStringList{u"e"_s});
+    }
+
     /// A job that is not shown is never acted on.
     void AFilterKeepsHandsOffTheOthers()
     {

@@ -48,7 +48,8 @@ private Q_SLOTS:
         RawDatabase{path}.Execute(changes);
 
         auto *offer = new Taskmill_ProjectOffer{tab.Table(), path};
-        QTEST(offer->text(), "text");
+        QFETCH(const QString, text);
+        QTRY_COMPARE(offer->text(), text);
         QVERIFY(offer->isVisible());
         QVERIFY(tab.Frame()->rect().contains(offer->geometry()));
         // It goes when there is work.

@@ -52,7 +52,7 @@ QStringList ColumnTexts(const QTableView &table, int column)
 }
 
 QStringList ChooseFromMenu(const QTableView &table, const QPoint &place, const QString &entry,
-                           const std::function<void()> &whileOpen)
+                           const std::function<void()> &whileOpen, Qt::KeyboardModifiers modifiers)
 {
     QStringList entries;
     QTimer poll;
@@ -77,7 +77,7 @@ QStringList ChooseFromMenu(const QTableView &table, const QPoint &place, const Q
     poll.start(1);
     // What is left over of a window that was closed just now would close the menu, too.
     QCoreApplication::processEvents();
-    QTest::mouseClick(table.viewport(), Qt::RightButton, {}, place);
+    QTest::mouseClick(table.viewport(), Qt::RightButton, modifiers, place);
     QContextMenuEvent event{QContextMenuEvent::Mouse, place, table.viewport()->mapToGlobal(place)};
     QApplication::sendEvent(table.viewport(), &event);
     return entries;

@@ -29,7 +29,7 @@ void WhenDialogIsOpen(const std::function<void(QDialog &dialog)> &act);
 /// Clicks with the right button at a place of the table, calls `whileOpen` and presses on the entry of that
 /// text with the mouse; an empty text dismisses the menu. Returns the entries, "(...)" around disabled ones.
 QStringList ChooseFromMenu(const QTableView &table, const QPoint &place, const QString &entry,
-                           const std::function<void()> &whileOpen = {});
+                           const std::function<void()> &whileOpen = {}, Qt::KeyboardModifiers modifiers = {});
 /// The same on the row whose cell in that column has that text.
 QStringList ChooseFromMenu(QTableView &table, int column, const QString &text, const QString &entry,
                            const std::function<void()> &whileOpen = {});

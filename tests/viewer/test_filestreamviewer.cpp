@@ -6,6 +6,7 @@
 #include "viewer/filestreamviewer.h"
 #include "viewer/textview.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
@@ -343,6 +344,38 @@ private:
     void PressKey(Qt::Key key) { QTest::keyClick(&m_viewer->View(), key); }
     QString m_path;
     QPointer<KilnUtil_FileStreamViewer> m_viewer;
+
+    /// Those who hear what is on the screen hear what others see.
+    void IsReadByScreenReaders()
+    {
+        KilnUtil_FileStreamViewer viewer{nullptr, Path(u"a.out"_s), u"Output"_s,
+                                         KilnUtil_FileStreamViewer::OneTimeView, u"Title"_s};
+        WriteTestFile(Path(u"a.out"_s), "erste Z\u00e4hlung\n" + Lines(2, 5000) + "NOT CONVERGED\n");
+        QVERIFY(viewer.Start());
+        KilnUtil_TextView &view = viewer.View();
+        QAccessibleInterface *reader = QAccessible::queryAccessibleInterface(&view);
+        QCOMPARE(reader->text(QAccessible::Name), u"Output"_s);
+        QVERIFY(reader->state().readOnly);
+        QAccessibleTextInterface *text = reader->textInterface();
+        QVERIFY(text);
+        QCOMPARE(text->text(0, text->characterCount()), view.VisibleText().join(u'\n'));
+        // Bytes are not characters.
+        const auto second = static_cast<int>(text->text(0, -1).indexOf(u"line 2"_s));
+        text->setSelection(0, second, second + 4);
+        QCOMPARE(view.Selection().Text(), u"line"_s);
+        int begin = 0;
+        int end = 0;
+        text->selection(0, &begin, &end);
+        QCOMPARE(std::pair(begin, end), std::pair(second, second + 4));
+        QCOMPARE(text->offsetAtPoint(text->characterRect(second + 2).center()), second + 2);
+        QCOMPARE(text->textAtOffset(second, QAccessible::LineBoundary, &begin, &end).trimmed(), u"line 2"_s);
+
+        viewer.MarkLine(u"NOT CONVERGED"_s, u"Why."_s);
+        QTRY_VERIFY(view.HasMark());
+        QCOMPARE(reader->text(QAccessible::Description), u"The marked line is: NOT CONVERGED"_s);
+        QVERIFY(text->text(0, -1).contains(u"NOT CONVERGED"_s));
+        QVERIFY(text->text(-5, 1'000'000).endsWith(u"NOT CONVERGED"_s));
+    }
 };
 
 QTEST_MAIN(TestFileStreamViewer)

@@ -85,7 +85,9 @@ private Q_SLOTS:
         QVERIFY(source.IsMissing());
         source.ShowFile(WriteTestFile(Path(u"a"_s), "first\n"));
         // The news of what is not wanted any more do not come.
-        source.ShowText("text\n");
+        source.ShowText([] { return QByteArray{"text\n"}; });
+        QVERIFY(source.IsReading());
+        QTRY_COMPARE(news, 2);
         QCOMPARE(source.Refresh(), Change::Replaced);
         QCOMPARE(source.Read(0, 100), "text\n"_ba);
         QVERIFY(!source.IsMissing());
@@ -103,7 +105,34 @@ private Q_SLOTS:
         source.ShowNothing();
         QCOMPARE(source.Refresh(), Change::Replaced);
         QCOMPARE(source.End(), 0);
-        QCOMPARE(news, 1);
+        QCOMPARE(news, 2);
+    }
+
+    /// As a rule a file can be looked at at once, and the user sees no change of what is shown.
+    void WaitsForAnAnswerButNotForLong()
+    {
+        const auto drive = std::make_shared<QSemaphore>();
+        int delivered = 0;
+        KilnUtil_FileThread thread{nullptr};
+        const auto ask = [&] {
+            thread.Run([drive, &delivered]() -> KilnUtil_FileThread::Deliver {
+                drive->acquire();
+                return [&delivered] {
+                    ++delivered;
+                };
+            });
+        };
+        drive->release();
+        ask();
+        thread.Wait(std::chrono::minutes{1});
+        QCOMPARE(delivered, 1);
+        ask();
+        thread.Wait(std::chrono::milliseconds{1});
+        QVERIFY(thread.IsBusy());
+        drive->release();
+        QTRY_COMPARE(delivered, 2);
+        QCoreApplication::processEvents();
+        QCOMPARE(delivered, 2);
     }
 
     /// What hangs on a drive holds up neither the next file nor the end of the program.

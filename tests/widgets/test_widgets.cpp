@@ -128,6 +128,21 @@ private Q_SLOTS:
         m_model.setColumnCount(3);
     }
 
+    void KeysLeadOnFromAHiddenColumn()
+    {
+        m_model.setRowCount(3);
+        m_table->setCurrentIndex(m_table->model()->index(0, 0));
+        m_table->setColumnHidden(0, true);
+        QTest::keyClick(m_table.get(), Qt::Key_Down);
+        QCOMPARE(m_table->SelectedRows(), QList<int>{1});
+        // Nor does it matter where the row stood that has gone.
+        m_table->setCurrentIndex(m_table->model()->index(1, 0));
+        m_model.removeRow(1);
+        QTest::keyClick(m_table.get(), Qt::Key_Down);
+        QTest::keyClick(m_table.get(), Qt::Key_Up);
+        QCOMPARE(m_table->SelectedRows(), QList<int>{0});
+    }
+
     /// Few and many rows at once come, go and change, which is reported to the view in different ways.
     void FollowsEveryChangeOfTheSource_data()
     {

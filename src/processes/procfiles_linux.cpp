@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "processes/procfiles_unix.h"
+#include "processes/procfiles_linux.h"
 
 #include <algorithm>
 #include <array>
