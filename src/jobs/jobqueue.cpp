@@ -56,8 +56,13 @@ bool Taskmill_JobQueue::MayStartAny() const
 
 void Taskmill_JobQueue::PauseIfDone()
 {
-    const int last = *m_lastBeforePause;
-    if (RunningCount() == 0 && !Taskmill_NextJobToStart(Jobs(), std::numeric_limits<int>::max(), last)) {
+    if (RunningCount() > 0)
+        return;
+    const auto isToRun = [this](const Taskmill_Job *job) {
+        return job->Status() == Taskmill_JobStatus::Pending && MayStart(*job) &&
+               !(IsBudgetOn() && Services().Budget->RefusalOf(job->Record()));
+    };
+    if (std::ranges::none_of(Jobs(), isToRun)) {
         m_lastBeforePause.reset();
         m_paused = true;
     }

@@ -22,8 +22,8 @@ public:
     [[nodiscard]] bool IsPaused() const { return m_paused; }
     void SetPaused(bool paused);
     /// Pauses the queue when all jobs have ended that are in it now: what is added from now on is not started
-    /// before. Jobs that wait for something else than their turn are not waited for. SetPaused() takes it
-    /// back.
+    /// before. Jobs that wait for something else than their turn, or are larger than the budget, are not
+    /// waited for. SetPaused() takes it back.
     void PauseWhenJobsHaveEnded();
     [[nodiscard]] bool IsToPause() const { return m_lastBeforePause.has_value(); }
     /// Whether it may start that job when its turn comes.

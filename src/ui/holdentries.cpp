@@ -22,9 +22,9 @@ void Report(const Taskmill_WaitingJobs::Outcome &outcome)
 Taskmill_HoldEntries::Taskmill_HoldEntries(Taskmill_TabMenu &menu, Taskmill_Destinations &destinations,
                                            const QList<int> &jobIDs)
     : m_destinations{destinations}
-    , m_hold{menu.AddEntry(u"Hold"_s)}
-    , m_release{menu.AddEntry(u"Release"_s)}
-    , m_later{menu.AddEntry(u"Start Later..."_s)}
+    , m_hold{menu.AddEntry(u"&Hold"_s)}
+    , m_release{menu.AddEntry(u"&Release"_s)}
+    , m_later{menu.AddEntry(u"Start La&ter..."_s)}
 {
     bool isAnyFree = false;
     bool isAnyBound = false;

@@ -4,9 +4,9 @@
 #include "kilnutil/error.h"
 #include "manager/queueowner.h"
 #include "ui/tabmenu.h"
+#include "widgets/movablerowstable.h"
 #include "widgets/rowsource.h"
 #include "widgets/tablesortproxy.h"
-#include "widgets/tablewidget.h"
 
 #include <QHeaderView>
 #include <QKeySequence>
@@ -24,10 +24,10 @@ struct Entry
     int key;
 };
 
-constexpr std::array entries{Entry{"Up"_L1, Taskmill_Move::Up, Qt::Key_Up},
-                             Entry{"Down"_L1, Taskmill_Move::Down, Qt::Key_Down},
-                             Entry{"To the Top"_L1, Taskmill_Move::Top, Qt::Key_Home},
-                             Entry{"To the Bottom"_L1, Taskmill_Move::Bottom, Qt::Key_End}};
+constexpr std::array entries{Entry{"&Up"_L1, Taskmill_Move::Up, Qt::Key_Up},
+                             Entry{"&Down"_L1, Taskmill_Move::Down, Qt::Key_Down},
+                             Entry{"To the &Top"_L1, Taskmill_Move::Top, Qt::Key_Home},
+                             Entry{"To the &Bottom"_L1, Taskmill_Move::Bottom, Qt::Key_End}};
 
 void Report(const std::optional<QString> &problem)
 {
@@ -36,7 +36,7 @@ void Report(const std::optional<QString> &problem)
 }
 } // namespace
 
-Taskmill_OrderEntries::Taskmill_OrderEntries(KilnUtil_TableWidget &table, Taskmill_QueueOwner &owner)
+Taskmill_OrderEntries::Taskmill_OrderEntries(KilnUtil_MovableRowsTable &table, Taskmill_QueueOwner &owner)
     : m_table{table}
     , m_owner{owner}
 {
@@ -59,7 +59,7 @@ void Taskmill_OrderEntries::Add(Taskmill_TabMenu &menu, const QList<int> &jobIDs
 {
     m_moves.clear();
     const bool canMove = IsAnyWaiting(jobIDs);
-    menu.SetSubmenu(u"Move"_s);
+    menu.SetSubmenu(u"Mo&ve"_s);
     for (const Entry &entry : entries) {
         QAction *action = menu.AddEntry(entry.text, canMove);
         // The keys are the table's, and are only shown here.
@@ -68,7 +68,7 @@ void Taskmill_OrderEntries::Add(Taskmill_TabMenu &menu, const QList<int> &jobIDs
         m_moves.append({action, entry.move});
     }
     menu.AddSeparator();
-    m_showOrder = menu.AddEntry(u"Show in the Order of the Queue"_s, !m_table.IsInSourceOrder());
+    m_showOrder = menu.AddEntry(u"Show in the &Order of the Queue"_s, !m_table.IsInSourceOrder());
     menu.SetSubmenu({});
 }
 

@@ -7,7 +7,7 @@
 
 #include <utility>
 
-class KilnUtil_TableWidget;
+class KilnUtil_MovableRowsTable;
 class QAction;
 class Taskmill_QueueOwner;
 class Taskmill_TabMenu;
@@ -17,14 +17,14 @@ class Taskmill_OrderEntries
 {
 public:
     /// Both outlive this.
-    Taskmill_OrderEntries(KilnUtil_TableWidget &table, Taskmill_QueueOwner &owner);
+    Taskmill_OrderEntries(KilnUtil_MovableRowsTable &table, Taskmill_QueueOwner &owner);
 
     /// Adds the entries for the jobs in these rows.
     void Add(Taskmill_TabMenu &menu, const QList<int> &jobIDs);
     /// Does what was chosen; false when it is not one of these.
     bool Act(const QAction &chosen, const QList<int> &jobIDs) const;
 
-    /// See KilnUtil_TableWidget::MoveKeyPressedSignal().
+    /// See KilnUtil_MovableRowsTable::MoveKeyPressedSignal().
     [[nodiscard]] static Taskmill_Move MoveOfKey(int key);
     /// The rows show afterwards what was done, unless the user has sorted them by something else.
     void Move(const QList<int> &jobIDs, Taskmill_Move move) const;
@@ -36,7 +36,7 @@ private:
     [[nodiscard]] bool IsAnyWaiting(const QList<int> &jobIDs) const;
     void ShowOrder() const;
 
-    KilnUtil_TableWidget &m_table;
+    KilnUtil_MovableRowsTable &m_table;
     Taskmill_QueueOwner &m_owner;
     QList<std::pair<const QAction *, Taskmill_Move>> m_moves; ///< of the menu that was shown last
     const QAction *m_showOrder = nullptr;

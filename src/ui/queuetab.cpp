@@ -20,7 +20,7 @@
 #include "ui/orderentries.h"
 #include "ui/queuepausedbar.h"
 #include "ui/tablefiller.h"
-#include "widgets/tablewidget.h"
+#include "widgets/movablerowstable.h"
 
 #include <algorithm>
 
@@ -93,7 +93,7 @@ Taskmill_QueueTab::~Taskmill_QueueTab() = default;
 
 void Taskmill_QueueTab::BuildPage(const QString &name)
 {
-    m_table = new KilnUtil_TableWidget{m_frame};
+    m_table = new KilnUtil_MovableRowsTable{m_frame};
     auto *layout = m_frame.MakeLayout();
     m_filter = new Taskmill_FilterBar{
         *m_table, *m_model,
@@ -140,12 +140,12 @@ void Taskmill_QueueTab::LetRowsBeMoved()
 {
     m_order = std::make_unique<Taskmill_OrderEntries>(*m_table, m_owner);
     m_table->SetMovesRows([this] { return m_order->WhyRowsStay(); });
-    connect(m_table, &KilnUtil_TableWidget::RowsMovedSignal, this, [this](int before) {
+    connect(m_table, &KilnUtil_MovableRowsTable::RowsMovedSignal, this, [this](int before) {
         const int beforeJobID = m_model->JobIDAt(m_table->PositionAt(before));
         m_order->MoveBefore(JobIDsOfRows(m_table->SelectedRows()), beforeJobID);
         FillTable();
     });
-    connect(m_table, &KilnUtil_TableWidget::MoveKeyPressedSignal, this, [this](int key) {
+    connect(m_table, &KilnUtil_MovableRowsTable::MoveKeyPressedSignal, this, [this](int key) {
         FillTable();
         m_order->Move(JobIDsOfRows(m_table->SelectedRows()), Taskmill_OrderEntries::MoveOfKey(key));
         FillTable();
@@ -190,6 +190,11 @@ void Taskmill_QueueTab::SetPaused(bool paused)
 {
     m_queue->SetPaused(paused);
     FillTable();
+}
+
+KilnUtil_TableWidget &Taskmill_QueueTab::JobTable() const
+{
+    return *m_table;
 }
 
 Taskmill_Job *Taskmill_QueueTab::JobOf(int jobID) const
@@ -268,7 +273,8 @@ void Taskmill_QueueTab::AddEntries(Taskmill_TabMenu &menu, const QList<int> &sel
     if (m_order)
         m_order->Add(menu, selection);
     const Taskmill_HoldEntries hold{menu, m_destinations, selection};
-    QAction *pauseLater = m_queue ? menu.AddQueueEntry(u"Pause When the Current Jobs Have Ended"_s) : nullptr;
+    QAction *pauseLater =
+        m_queue ? menu.AddQueueEntry(u"Pause &When the Current Jobs Have Ended"_s) : nullptr;
     if (pauseLater)
         pauseLater->setEnabled(!m_queue->IsPaused() && !m_queue->IsToPause());
     menu.WhenChosen([this, entries, jobEntries, exporting, hold, pauseLater, selection,

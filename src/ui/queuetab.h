@@ -10,6 +10,7 @@
 
 #include <memory>
 
+class KilnUtil_MovableRowsTable;
 class KilnUtil_TableWidget;
 class QAction;
 class QModelIndex;
@@ -39,7 +40,7 @@ public:
     Q_DISABLE_COPY_MOVE(Taskmill_QueueTab)
 
     [[nodiscard]] QFrame *Frame() const { return m_frame; }
-    [[nodiscard]] KilnUtil_TableWidget &Table() const { return *m_table; }
+    [[nodiscard]] KilnUtil_MovableRowsTable &Table() const { return *m_table; }
 
     /// Brings the table up to date at once.
     void FillTable();
@@ -50,7 +51,7 @@ public:
     void OpenFilter() override;
 
     [[nodiscard]] std::optional<Taskmill_ShownJob> CurrentJob() const override;
-    [[nodiscard]] KilnUtil_TableWidget &JobTable() const override { return *m_table; }
+    [[nodiscard]] KilnUtil_TableWidget &JobTable() const override;
     [[nodiscard]] QFrame *Page() const override { return m_frame; }
     void ViewOutput(const Taskmill_ShownJob &job) const override;
     /// Makes the job's row the current one, and shows it. False when the tab does not have the job.
@@ -102,7 +103,7 @@ private:
     const QString m_helpId;
     Taskmill_JobQueue *const m_queue; ///< nullptr for the list that has no limit and no pause
     Taskmill_PageFrame m_frame;
-    KilnUtil_TableWidget *m_table = nullptr;
+    KilnUtil_MovableRowsTable *m_table = nullptr;
     Taskmill_QueuePausedBar *m_pausedBar = nullptr;
     Taskmill_JobsModel *m_model;
     std::unique_ptr<Taskmill_OrderEntries> m_order; ///< nullptr where jobs have no order

@@ -7,13 +7,11 @@
 #include "widgets/rowview.h"
 #include "widgets/tablesortproxy.h"
 
-#include <QDrag>
 #include <QDropEvent>
 #include <QGuiApplication>
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QMenu>
-#include <QMimeData>
 #include <QPainter>
 #include <QScopedValueRollback>
 #include <QScrollBar>
@@ -24,7 +22,6 @@
 #include <algorithm>
 #include <array>
 #include <numeric>
-#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -377,33 +374,8 @@ void KilnUtil_TableWidget::SetEmptyText(const QString &text)
 void KilnUtil_TableWidget::SetAcceptsFiles(bool accepts)
 {
     m_acceptsFiles = accepts;
-    SetDragMode();
-}
-
-void KilnUtil_TableWidget::SetMovesRows(const std::function<QString()> &whyNot)
-{
-    m_whyRowsStay = whyNot;
-    SetDragMode();
-}
-
-void KilnUtil_TableWidget::SetDragMode()
-{
-    if (m_whyRowsStay)
-        setDragDropMode(QAbstractItemView::DragDrop);
-    else
-        setDragDropMode(m_acceptsFiles ? QAbstractItemView::DropOnly : QAbstractItemView::NoDragDrop);
+    setDragDropMode(accepts ? QAbstractItemView::DropOnly : QAbstractItemView::NoDragDrop);
     setDropIndicatorShown(false);
-}
-
-bool KilnUtil_TableWidget::IsInSourceOrder() const
-{
-    const QList<int> rows = PositionsOf(AllRows());
-    return std::ranges::is_sorted(rows);
-}
-
-void KilnUtil_TableWidget::ShowSourceOrder()
-{
-    sortByColumn(-1, Qt::AscendingOrder);
 }
 
 QList<int> KilnUtil_TableWidget::SelectedRows() const
@@ -561,7 +533,6 @@ void KilnUtil_TableWidget::keyPressEvent(QKeyEvent *event)
     const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
     const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     const bool isDelete = event->key() == Qt::Key_Delete;
-    static const QList<int> moveKeys{Qt::Key_Up, Qt::Key_Down, Qt::Key_Home, Qt::Key_End};
     // A key that is held down acts once.
     if (event->isAutoRepeat() && (isEnter || isDelete))
         return;
@@ -569,8 +540,6 @@ void KilnUtil_TableWidget::keyPressEvent(QKeyEvent *event)
         Q_EMIT cellDoubleClicked(currentIndex().row(), currentIndex().column());
     else if (modifiers == Qt::NoModifier && isDelete)
         Q_EMIT RemoveRequestedSignal();
-    else if (modifiers == Qt::AltModifier && m_whyRowsStay && moveKeys.contains(event->key()))
-        Q_EMIT MoveKeyPressedSignal(event->key());
     else
         QTableView::keyPressEvent(event);
 }
@@ -579,7 +548,7 @@ void KilnUtil_TableWidget::paintEvent(QPaintEvent *event)
 {
     QTableView::paintEvent(event);
     const bool isEmpty = model()->rowCount() == 0;
-    if (!m_dropHover && m_dropPlace < 0 && !(isEmpty && !m_emptyText.isEmpty()))
+    if (!m_dropHover && !(isEmpty && !m_emptyText.isEmpty()))
         return;
 
     QPainter painter{viewport()};
@@ -587,11 +556,6 @@ void KilnUtil_TableWidget::paintEvent(QPaintEvent *event)
         KilnUtil_FileDrop::PaintEmptyText(painter, *this, viewport()->rect(), m_emptyText);
     if (m_dropHover)
         KilnUtil_FileDrop::PaintFrame(painter, *this, viewport()->rect());
-    if (m_dropPlace > 0)
-        KilnUtil_FileDrop::PaintLine(painter, *this,
-                                     rowViewportPosition(m_dropPlace - 1) + rowHeight(m_dropPlace - 1));
-    else if (m_dropPlace == 0)
-        KilnUtil_FileDrop::PaintLine(painter, *this, rowViewportPosition(0));
 }
 
 void KilnUtil_TableWidget::AcceptDrop(QDropEvent *event)
@@ -610,79 +574,24 @@ void KilnUtil_TableWidget::SetDropHover(bool hover)
     viewport()->update();
 }
 
-void KilnUtil_TableWidget::startDrag(Qt::DropActions)
-{
-    auto *drag = new QDrag{this};
-    auto *data = new QMimeData;
-    data->setData(u"application/x-taskmill-rows"_s, {});
-    drag->setMimeData(data);
-    drag->exec(Qt::MoveAction);
-}
-
-/// Above the middle of a row it is this one.
-int KilnUtil_TableWidget::PlaceOfDrop(const QPoint &position) const
-{
-    const QModelIndex index = indexAt(position);
-    if (!index.isValid())
-        return position.y() < 0 ? 0 : model()->rowCount();
-    const bool isUpperHalf = position.y() < visualRect(index).center().y();
-    return isUpperHalf ? index.row() : index.row() + 1;
-}
-
-void KilnUtil_TableWidget::SetDropPlace(int before)
-{
-    if (std::exchange(m_dropPlace, before) != before)
-        viewport()->update();
-}
-
-void KilnUtil_TableWidget::AcceptOwnRows(QDropEvent *event)
-{
-    const QString whyNot = m_whyRowsStay();
-    event->setDropAction(Qt::MoveAction);
-    event->setAccepted(whyNot.isEmpty());
-    const QPoint position = event->position().toPoint();
-    if (!whyNot.isEmpty())
-        QToolTip::showText(viewport()->mapToGlobal(position), Qt::convertFromPlainText(whyNot), viewport());
-    const int place = PlaceOfDrop(position);
-    SetDropPlace(event->isAccepted() && event->type() != QEvent::Drop ? place : -1);
-    if (event->isAccepted() && event->type() == QEvent::Drop)
-        Q_EMIT RowsMovedSignal(place);
-}
-
 void KilnUtil_TableWidget::dragEnterEvent(QDragEnterEvent *event)
 {
-    if (m_whyRowsStay && event->source() == this)
-        AcceptOwnRows(event);
-    else
-        AcceptDrop(event);
+    AcceptDrop(event);
 }
 
 void KilnUtil_TableWidget::dragMoveEvent(QDragMoveEvent *event)
 {
-    if (!m_whyRowsStay || event->source() != this) {
-        AcceptDrop(event);
-        return;
-    }
-    // Scrolls at the edges.
-    QTableView::dragMoveEvent(event);
-    AcceptOwnRows(event);
+    AcceptDrop(event);
 }
 
 void KilnUtil_TableWidget::dragLeaveEvent(QDragLeaveEvent *event)
 {
     SetDropHover(false);
-    SetDropPlace(-1);
-    stopAutoScroll();
     event->accept();
 }
 
 void KilnUtil_TableWidget::dropEvent(QDropEvent *event)
 {
-    if (m_whyRowsStay && event->source() == this) {
-        stopAutoScroll();
-        AcceptOwnRows(event);
-        return;
-    }
     AcceptDrop(event);
     if (!event->isAccepted())
         return;

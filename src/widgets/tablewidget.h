@@ -47,14 +47,6 @@ public:
     /// Off at first.
     void SetAcceptsFiles(bool accepts);
 
-    /// Lets the user drag the selected rows to another place, unless the function says why they cannot be.
-    /// Off at first.
-    void SetMovesRows(const std::function<QString()> &whyNot);
-    /// Whether the rows stand in the order of the source model.
-    [[nodiscard]] bool IsInSourceOrder() const;
-    /// Has them stand so.
-    void ShowSourceOrder();
-
     /// The selected rows of the view, from the top.
     [[nodiscard]] QList<int> SelectedRows() const;
     /// The same with the row of that cell, if there is one.
@@ -87,10 +79,6 @@ Q_SIGNALS:
     void DropSignal(const QStringList &paths);
     /// A double click, or Enter on the current cell.
     void cellDoubleClicked(int row, int column);
-    /// The selected rows are to stand before that row of the view; at the end for the number of rows.
-    void RowsMovedSignal(int before);
-    /// Alt with an arrow key, Home or End, where rows can be moved: the selected rows are to go there.
-    void MoveKeyPressedSignal(int key);
     /// The Delete key.
     void RemoveRequestedSignal();
 
@@ -111,7 +99,6 @@ protected:
     void dragMoveEvent(QDragMoveEvent *event) override;
     void dragLeaveEvent(QDragLeaveEvent *event) override;
     void dropEvent(QDropEvent *event) override;
-    void startDrag(Qt::DropActions supportedActions) override;
 
 private Q_SLOTS:
     void SaveColumnsSlot();
@@ -136,10 +123,6 @@ private:
     [[nodiscard]] int ShownColumn(int column) const;
     [[nodiscard]] bool ShowWholeText(const QHelpEvent &event);
     void AcceptDrop(QDropEvent *event);
-    void AcceptOwnRows(QDropEvent *event);
-    [[nodiscard]] int PlaceOfDrop(const QPoint &position) const;
-    void SetDropPlace(int before);
-    void SetDragMode();
     void SetDropHover(bool hover);
 
     KilnUtil_TableSortProxy *m_proxy;
@@ -155,7 +138,5 @@ private:
     QPoint m_placeOfKeyboard; ///< column and row of the last current cell
     bool m_acceptsFiles = false;
     bool m_dropHover = false;
-    std::function<QString()> m_whyRowsStay; ///< none where rows cannot be dragged at all
-    int m_dropPlace = -1;                   ///< the row before which dragged rows would fall
     bool m_takingFocus = false;
 };

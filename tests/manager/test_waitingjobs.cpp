@@ -143,14 +143,19 @@ private Q_SLOTS:
     {
         const QStringList inputs = SubmitGated(3);
         QCOMPARE(Waiting().Hold({3}).Problem, QString{});
+        m_gated.Cores = 3;
+        SubmitGated(1);
+        // The fourth one does not fit and never will.
+        m_manager->Destinations().Budget().SetLimits({.Cores = 2});
         Queue().PauseWhenJobsHaveEnded();
+        m_gated.Cores = 1;
         SubmitGated(1);
         TestManager::Release(inputs[0]);
         QTRY_COMPARE(Running(), QList{2});
         QVERIFY(!Queue().IsPaused());
         TestManager::Release(inputs[1]);
         QTRY_VERIFY(Queue().IsPaused());
-        QCOMPARE(Queue().JobIDs(), (QList{3, 4}));
+        QCOMPARE(Queue().JobIDs(), (QList{3, 4, 5}));
     }
 
     void TimeLimitKills()

@@ -7,7 +7,7 @@
 #include "ui/uidriver.h"
 #include "viewer/textview.h"
 #include "widgets/contrast.h"
-#include "widgets/tablewidget.h"
+#include "widgets/movablerowstable.h"
 
 #include <QAbstractItemModelTester>
 #include <QAbstractProxyModel>
@@ -40,7 +40,7 @@ struct JobPages : PagePlace
     Taskmill_JobType gated = manager.AddGatedJobType();
     Taskmill_JobQueue &queue = *manager.Long().Queue();
     Taskmill_LongJobsQueueWidget queueTab{&window, manager};
-    KilnUtil_TableWidget &table = queueTab.Table();
+    KilnUtil_MovableRowsTable &table = queueTab.Table();
     Taskmill_FinishedJobs &finished = manager.FinishedJobs();
     Taskmill_FinishedJobsWidget finishedTab{&window, finished};
     KilnUtil_TableWidget &finishedTable = *finishedTab.Table();
@@ -292,6 +292,27 @@ private Q_SLOTS:
         pages.queue.SetPaused(false);
         pages.queueTab.FillTable();
         QCOMPARE(ColumnTexts(pages.table, 0).join(QString{}), u"53124"_s);
+    }
+
+    void ADragMovesOnlyWhatIsSelected()
+    {
+        JobPages pages;
+        pages.queue.SetPaused(true);
+        pages.Submit(5);
+        const auto drag = [&pages](int from, int to) {
+            QTest::mousePress(pages.table.viewport(), Qt::LeftButton, {}, CellCentre(pages.table, from));
+            const bool movesRows = pages.table.dragEnabled();
+            for (int row = from; !movesRows && row <= to; ++row)
+                QTest::mouseMove(pages.table.viewport(), CellCentre(pages.table, row));
+            QTest::mouseRelease(pages.table.viewport(), Qt::LeftButton, {},
+                                CellCentre(pages.table, movesRows ? from : to));
+            return movesRows;
+        };
+        QVERIFY(!drag(1, 3));
+        QCOMPARE(pages.table.SelectedRows(), (QList{1, 2, 3}));
+        QVERIFY(drag(2, 4));
+        QVERIFY(!drag(4, 4));
+        QCOMPARE(ColumnTexts(pages.table, 0).join(QString{}), u"12345"_s);
     }
 
     void HeldJobsRunFromTheMenu()
