@@ -71,11 +71,7 @@ QList<Taskmill_JobRecord> Taskmill_QueuedJobStore::GetAll()
                         .arg(column);
         }
     }
-    QList<Taskmill_JobRecord> jobs = ReadJobs(columns.join(u','), m_queueName);
-    // As long as none was moved the order is that of the table.
-    if (std::ranges::any_of(jobs, [](const Taskmill_JobRecord &job) { return job.Place.has_value(); }))
-        std::ranges::stable_sort(jobs, {}, &Taskmill_JobRecord::OrderNumber);
-    return jobs;
+    return ReadJobs(columns.join(u','), m_queueName);
 }
 
 bool Taskmill_QueuedJobStore::SetNumbers(const QList<Taskmill_JobRecord> &jobs)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/joborder.h"
 
+#include "jobs/jobrecord.h"
+
 #include <QString>
 
 #include <algorithm>
@@ -109,4 +111,12 @@ QList<qint64> Taskmill_OrderNumber::Renumbered(QList<qint64> numbers, const QLis
         first = end - 1;
     }
     return numbers;
+}
+
+QList<Taskmill_JobRecord> Taskmill_InWaitingOrder(QList<Taskmill_JobRecord> jobs)
+{
+    // As long as none was moved the order is that of the table.
+    if (std::ranges::any_of(jobs, [](const Taskmill_JobRecord &job) { return job.Place.has_value(); }))
+        std::ranges::stable_sort(jobs, {}, &Taskmill_JobRecord::OrderNumber);
+    return jobs;
 }

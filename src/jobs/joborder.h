@@ -6,6 +6,8 @@
 
 #include <optional>
 
+struct Taskmill_JobRecord;
+
 /// Where jobs of a queue are moved to among those that wait.
 enum class Taskmill_Move
 {
@@ -42,3 +44,6 @@ public:
     /// as it takes for the numbers to rise.
     [[nodiscard]] static QList<qint64> Renumbered(QList<qint64> numbers, const QList<bool> &isMoved);
 };
+
+/// The jobs of a queue, as its table has them, in the order in which they wait.
+[[nodiscard]] QList<Taskmill_JobRecord> Taskmill_InWaitingOrder(QList<Taskmill_JobRecord> jobs);

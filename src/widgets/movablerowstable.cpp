@@ -47,8 +47,9 @@ void KilnUtil_MovableRowsTable::keyPressEvent(QKeyEvent *event)
 void KilnUtil_MovableRowsTable::mousePressEvent(QMouseEvent *event)
 {
     const QModelIndex pressed = indexAt(event->position().toPoint());
-    setDragEnabled(m_whyRowsStay && event->button() == Qt::LeftButton && event->modifiers() == Qt::NoModifier &&
-                   pressed.isValid() && selectionModel()->isSelected(pressed));
+    setDragEnabled(m_whyRowsStay && event->button() == Qt::LeftButton &&
+                   event->modifiers() == Qt::NoModifier && pressed.isValid() &&
+                   selectionModel()->isSelected(pressed));
     KilnUtil_TableWidget::mousePressEvent(event);
 }
 
@@ -59,9 +60,8 @@ void KilnUtil_MovableRowsTable::paintEvent(QPaintEvent *event)
         return;
     QPainter painter{viewport()};
     const int above = m_dropPlace - 1;
-    KilnUtil_FileDrop::PaintLine(painter, *this,
-                                 above < 0 ? rowViewportPosition(0)
-                                           : rowViewportPosition(above) + rowHeight(above));
+    KilnUtil_FileDrop::PaintLine(
+        painter, *this, above < 0 ? rowViewportPosition(0) : rowViewportPosition(above) + rowHeight(above));
 }
 
 void KilnUtil_MovableRowsTable::startDrag(Qt::DropActions)
