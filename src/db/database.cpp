@@ -596,6 +596,16 @@ QList<qint64> Taskmill_Database::GetTimesOfFinishedJobs(qint32 jobTypeID)
     return seconds;
 }
 
+bool Taskmill_Database::SetInputHashes(const QHash<qint32, QString> &hashes)
+{
+    return Open() && Untracked([&] {
+               return std::all_of(hashes.keyValueBegin(), hashes.keyValueEnd(), [this](const auto &entry) {
+                   return AddedFields().SetOne(Connection(), Taskmill_FieldOwner::Job, entry.first,
+                                               Taskmill_InputHashField, entry.second);
+               });
+           });
+}
+
 bool Taskmill_Database::SetFieldsOfWaitingJobs(const QList<Taskmill_JobRecord> &jobs)
 {
     return Open() && InTransaction([&] {

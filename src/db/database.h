@@ -163,6 +163,8 @@ public:
     /// What reads many of them, with these columns or, when none is named, all but the output.
     [[nodiscard]] std::unique_ptr<Taskmill_FinishedJobReader>
     MakeFinishedJobReader(const Taskmill_FinishedJobReading &reading = {});
+    /// Stores what the inputs of waiting jobs had, of each number, which is no change of the user's.
+    bool SetInputHashes(const QHash<qint32, QString> &hashes);
     /// Writes what no table has a column for, of jobs that wait, as one change.
     bool SetFieldsOfWaitingJobs(const QList<Taskmill_JobRecord> &jobs);
     /// What no table has a column for, of these jobs: numbers with commas, or a statement; all by default.

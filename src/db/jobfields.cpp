@@ -30,6 +30,7 @@ constexpr auto placeField = "Place"_L1;
 constexpr auto heldField = "Held"_L1;
 constexpr auto notBeforeField = "NotBefore"_L1;
 constexpr auto afterJobField = "AfterJob"_L1;
+constexpr auto inputChangedField = "InputChanged"_L1;
 constexpr auto clientResultField = "ClientResult"_L1;
 /// Everything that the output said, as JSON.
 constexpr auto resultDetailsField = "ResultDetails"_L1;
@@ -90,6 +91,8 @@ void AddFieldsOfWaiting(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fie
 {
     if (!job.Run.isEmpty())
         fields.insert(Taskmill_RunField, job.Run);
+    if (!job.InputHash.isEmpty())
+        fields.insert(Taskmill_InputHashField, job.InputHash);
     if (job.Place)
         fields.insert(placeField, QString::number(*job.Place));
     if (job.Conditions.IsHeld)
@@ -103,6 +106,7 @@ void AddFieldsOfWaiting(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fie
 void SetFieldsOfWaiting(Taskmill_JobRecord &job, const Taskmill_AddedFields::Fields &fields)
 {
     job.Run = fields.value(Taskmill_RunField);
+    job.InputHash = fields.value(Taskmill_InputHashField);
     bool isNumber = false;
     if (const qint64 place = fields.value(placeField).toLongLong(&isNumber); isNumber)
         job.Place = place;
@@ -162,6 +166,8 @@ Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
     if (!job.OutputFile.isEmpty() && job.OutputFile == job.DerivedOutputFile())
         fields.remove(u"OutputFile"_s);
     AddNeeds(job, fields);
+    if (job.InputHasChanged)
+        fields.insert(inputChangedField, u"yes"_s);
     if (job.ClientResult)
         fields.insert(clientResultField, u"yes"_s);
     if (job.IsFinished())
@@ -183,6 +189,7 @@ void Taskmill_SetFieldsOfJob(Taskmill_JobRecord &job, const Taskmill_AddedFields
     }
     SetNeeds(job, fields);
     job.ClientResult = fields.value(clientResultField) == "yes"_L1;
+    job.InputHasChanged = fields.value(inputChangedField) == "yes"_L1;
     if (!job.IsFinished())
         SetFieldsOfWaiting(job, fields);
     else

@@ -16,7 +16,10 @@ static const QString graceField = u"KillGrace"_s; // in seconds
 static const QString timeLimitField = u"TimeLimit"_s; // in minutes, as the next one
 static const QString noProgressField = u"NoProgress"_s;
 static const QString coresField = u"Cores"_s;
-static const QString memoryField = u"MemoryMB"_s; // in units of 2^20 bytes
+static const QString memoryField = u"MemoryMB"_s; // in units of 2^20 bytes, as the next one
+static const QString freeSpaceField = u"LeastFreeMB"_s;
+static const QString changedInputField = u"ChangedInput"_s;
+static const QString holdWord = u"hold"_s;
 
 static Taskmill_AddedFields::Fields FieldsOf(const Taskmill_JobType &jobType)
 {
@@ -27,6 +30,10 @@ static Taskmill_AddedFields::Fields FieldsOf(const Taskmill_JobType &jobType)
         fields.insert(coresField, QString::number(jobType.Cores));
     if (jobType.MemoryMB > 0)
         fields.insert(memoryField, QString::number(jobType.MemoryMB));
+    if (jobType.LeastFreeMB > 0)
+        fields.insert(freeSpaceField, QString::number(jobType.LeastFreeMB));
+    if (jobType.HoldsChangedInput)
+        fields.insert(changedInputField, holdWord);
     if (jobType.TimeLimitMinutes > 0)
         fields.insert(timeLimitField, QString::number(jobType.TimeLimitMinutes));
     if (jobType.NoProgressMinutes > 0)
@@ -51,6 +58,8 @@ static void SetFields(Taskmill_JobType &jobType, const Taskmill_AddedFields::Fie
     jobType.NoProgressMinutes = MinutesOf(fields.value(noProgressField));
     jobType.Cores = Taskmill_CoresFromText(fields.value(coresField)).value_or(0);
     jobType.MemoryMB = Taskmill_MemoryFromText(fields.value(memoryField)).value_or(0);
+    jobType.LeastFreeMB = Taskmill_MemoryFromText(fields.value(freeSpaceField)).value_or(0);
+    jobType.HoldsChangedInput = fields.value(changedInputField) == holdWord;
 }
 
 static Taskmill_JobType JobTypeFromRecord(const QSqlRecord &record)

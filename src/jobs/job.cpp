@@ -46,6 +46,18 @@ qint64 Taskmill_Job::ProcessID() const
     return m_process ? m_process->ProcessID() : 0;
 }
 
+void Taskmill_Job::SetWaitReason(const Taskmill_WaitReason &reason)
+{
+    const QString ofFiles = std::exchange(m_record.WaitReason, reason).OfFiles;
+    m_record.WaitReason.OfFiles = ofFiles;
+}
+
+void Taskmill_Job::SetReasonOfFiles(const QString &reason)
+{
+    m_isHeldForFiles = !reason.isEmpty();
+    m_record.WaitReason.OfFiles = reason;
+}
+
 bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
 {
     m_record.SetStatus(Taskmill_JobStatus::Running, true);

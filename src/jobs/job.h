@@ -43,7 +43,9 @@ public:
     [[nodiscard]] bool IsHeld() const { return m_held; }
     void SetHeld(bool held) { m_held = held; }
     /// Whether nothing but its turn keeps a waiting job from being started; see Taskmill_StartJudge.
-    [[nodiscard]] bool MayStart() const { return !m_held && m_mayStart; }
+    [[nodiscard]] bool MayStart() const { return WaitsForTurn() && !m_isHeldForFiles; }
+    /// The same, but for its files.
+    [[nodiscard]] bool WaitsForTurn() const { return !m_held && m_mayStart; }
     void SetMayStart(bool mayStart) { m_mayStart = mayStart; }
     /// Of a waiting job.
     void SetOrderNumber(qint64 number) { m_record.Place = number; }
@@ -53,7 +55,24 @@ public:
     void SetRunsElsewhere() { m_runsElsewhere = true; }
 
     /// Why the job waits, for people; of a job that waits.
-    void SetWaitReason(const Taskmill_WaitReason &reason) { m_record.WaitReason = reason; }
+    void SetWaitReason(const Taskmill_WaitReason &reason);
+
+    /// What its files have against a start, as Taskmill_StartChecker has found; an empty reason for nothing.
+    void SetReasonOfFiles(const QString &reason);
+    /// Without a word, as long as that is not known.
+    void SetHeldForFiles(bool isHeld) { m_isHeldForFiles = isHeld; }
+    [[nodiscard]] bool IsHeldForFiles() const { return m_isHeldForFiles; }
+    /// It is another job that writes one of them.
+    void SetHeldForWriter(bool isHeld) { m_isHeldForWriter = isHeld; }
+    [[nodiscard]] bool IsHeldForWriter() const { return m_isHeldForFiles && m_isHeldForWriter; }
+    /// The user wants it to start all the same.
+    void SetIgnoresFiles() { m_ignoresFiles = true; }
+    [[nodiscard]] bool IgnoresFiles() const { return m_ignoresFiles; }
+    /// The files that nobody else may write while it runs; see Taskmill_FileFacts::Written.
+    void SetWrittenFiles(const QStringList &files) { m_writtenFiles = files; }
+    [[nodiscard]] const QStringList &WrittenFiles() const { return m_writtenFiles; }
+    void SetInputHash(const QString &hash) { m_record.InputHash = hash; }
+    void SetInputHasChanged() { m_record.InputHasChanged = true; }
 
     /// The live process; nullptr when the job does not run.
     [[nodiscard]] KilnUtil_Process *Process() const { return m_process; }
@@ -126,6 +145,10 @@ private:
     KilnUtil_Process *m_process = nullptr; ///< owned
     bool m_held = false;
     bool m_mayStart = true;
+    bool m_isHeldForFiles = false;
+    bool m_isHeldForWriter = false;
+    bool m_ignoresFiles = false;
+    QStringList m_writtenFiles;
     bool m_hasLowPriority = false;
     bool m_runsElsewhere = false;
     bool m_isBeingKilled = false;

@@ -11,6 +11,9 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+/// Then the event loop goes on first.
+constexpr int mostTries = 16;
+
 /// The waiting jobs stand together at the end.
 QList<Taskmill_Job *> WaitingJobs(const Taskmill_JobContainer &jobs)
 {
@@ -118,7 +121,7 @@ Taskmill_StartQuestion Taskmill_JobBudget::Question() const
     return question;
 }
 
-void Taskmill_JobBudget::CarryOut(Member &member, const Taskmill_QueueDecision &decision, qint64 now)
+bool Taskmill_JobBudget::CarryOut(Member &member, const Taskmill_QueueDecision &decision, qint64 now)
 {
     const QList<Taskmill_Job *> jobs = WaitingJobs(*member.Queue);
     const auto jobAt = [&jobs](std::size_t position) {
@@ -135,16 +138,23 @@ void Taskmill_JobBudget::CarryOut(Member &member, const Taskmill_QueueDecision &
         job.SetWaitReason(decision.Reasons[position]);
         member.HasChanged = true;
     }
+    bool areAllStarted = true;
     for (const std::size_t position : decision.Starts) {
         member.HasChanged = true;
         member.Queue->StartOutOfTurn(*jobAt(position));
+        areAllStarted = areAllStarted && jobAt(position)->MayStart();
     }
+    return areAllStarted;
 }
 
-void Taskmill_JobBudget::CarryOut(const Taskmill_StartDecision &decision, qint64 now)
+bool Taskmill_JobBudget::CarryOut(const Taskmill_StartDecision &decision, qint64 now)
 {
-    for (qsizetype index = 0; index < m_members.size(); ++index)
-        CarryOut(m_members[index], decision.Queues[static_cast<std::size_t>(index)], now);
+    bool areAllStarted = true;
+    for (qsizetype index = 0; index < m_members.size(); ++index) {
+        if (!CarryOut(m_members[index], decision.Queues[static_cast<std::size_t>(index)], now))
+            areAllStarted = false;
+    }
+    return areAllStarted;
 }
 
 void Taskmill_JobBudget::Pass(const Taskmill_JobContainer *reporting)
@@ -157,9 +167,16 @@ void Taskmill_JobBudget::Pass(const Taskmill_JobContainer *reporting)
         return;
     {
         const QScopedValueRollback passing{m_isPassing, true};
+        int tries = 0;
         while (std::exchange(m_isToPassAgain, false)) {
             const Taskmill_StartQuestion question = Question();
-            CarryOut(Taskmill_DecideStarts(question), question.Now);
+            if (CarryOut(Taskmill_DecideStarts(question), question.Now))
+                continue;
+            // What was kept for one that is held now is free for others.
+            if (++tries < mostTries)
+                m_isToPassAgain = true;
+            else
+                m_members.first().Queue->LookAgainSoon();
         }
     }
     for (Member &member : m_members) {

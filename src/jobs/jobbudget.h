@@ -79,8 +79,9 @@ private:
     [[nodiscard]] static qint64 MonotonicTime();
     [[nodiscard]] Taskmill_StartQuestion Question() const;
     [[nodiscard]] static Taskmill_WaitingQueue WaitingIn(const Member &member);
-    void CarryOut(const Taskmill_StartDecision &decision, qint64 now);
-    static void CarryOut(Member &member, const Taskmill_QueueDecision &decision, qint64 now);
+    /// Whether all that was decided can stay so: none was held for its files.
+    [[nodiscard]] bool CarryOut(const Taskmill_StartDecision &decision, qint64 now);
+    [[nodiscard]] static bool CarryOut(Member &member, const Taskmill_QueueDecision &decision, qint64 now);
     void ForgetReasons();
 
     const Clock m_clock;

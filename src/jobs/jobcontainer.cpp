@@ -6,6 +6,7 @@
 #include "jobs/jobstarts.h"
 #include "jobs/jobstore.h"
 #include "jobs/runofjob.h"
+#include "jobs/startchecker.h"
 #include "jobs/startjudge.h"
 #include "kilnutil/computerdata.h"
 #include "kilnutil/logging.h"
@@ -123,6 +124,28 @@ void Taskmill_JobContainer::LookAgain()
     }
 }
 
+void Taskmill_JobContainer::LookAgainSoon()
+{
+    QTimer::singleShot(0, this, &Taskmill_JobContainer::LookAgain);
+}
+
+void Taskmill_JobContainer::IgnoreFilesOf(Taskmill_Job &job) const
+{
+    if (m_services.Checker)
+        Taskmill_StartChecker::LetStart(job);
+}
+
+bool Taskmill_JobContainer::MayFilesBeWritten(Taskmill_Job &job) const
+{
+    return !m_services.Checker || m_services.Checker->Ask(job) == Taskmill_StartChecker::Answer::Starts;
+}
+
+void Taskmill_JobContainer::SayThatJobEnded() const
+{
+    if (m_services.Checker)
+        m_services.Checker->JobEnded();
+}
+
 QList<int> Taskmill_JobContainer::HeldJobIDs() const
 {
     QList<int> jobIDs;
@@ -203,6 +226,7 @@ bool Taskmill_JobContainer::TakeOverRun(Taskmill_Job *job, bool isStartRecorded)
     }
     Follow(*job);
     InsertStarted(job);
+    Taskmill_StartChecker::NoteFilesOf(*job);
     job->TakeOver(std::move(found));
     if (m_services.Starts)
         m_services.Starts->JobIsTakenOver(*job);
@@ -248,6 +272,7 @@ void Taskmill_JobContainer::TakeOut(const QList<Taskmill_Job *> &jobs)
         if (killed)
             m_services.FinishedJobs.AddJob(job->Record());
     }
+    SayThatJobEnded();
 }
 
 void Taskmill_JobContainer::RemoveAt(int index)
@@ -380,6 +405,7 @@ bool Taskmill_JobContainer::NamesOf(const QList<int> &jobIDs, QStringList &names
 void Taskmill_JobContainer::JobFinishedSlot()
 {
     m_isLackLogged = false;
+    SayThatJobEnded();
     Update();
 }
 
@@ -418,6 +444,8 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
 {
     const QString runBefore = job.Record().Run;
     const bool isPutOff = job.IsStartPutOff();
+    if (!isPutOff && !MayFilesBeWritten(job))
+        return;
     // Before the start: whatever ends this program from here on, the run is found again.
     if (m_services.Keepers)
         job.SetRun(

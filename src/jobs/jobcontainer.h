@@ -72,6 +72,11 @@ public:
     [[nodiscard]] bool AreAnyConditional() const { return !m_conditional.isEmpty(); }
     /// Something that jobs wait for is another: starts as many as may start now.
     void LookAgain();
+    /// The user wants a waiting job to start whatever its files look like, unless another job writes them.
+    /// LookAgain() is to follow.
+    void IgnoreFilesOf(Taskmill_Job &job) const;
+    /// The same from the event loop.
+    void LookAgainSoon();
 
     /// The first job of that number; nullptr when there is none.
     [[nodiscard]] Taskmill_Job *FindByJobID(int jobID) const;
@@ -108,12 +113,18 @@ protected:
     virtual void Update() = 0;
     /// Whichever waiting jobs stand before it. A start that fails leaves the job Running without a process,
     /// where it counts against a limit. A job whose start cannot be stored stays Pending, and is tried again
-    /// some time later, as is one whose start was put off.
+    /// some time later, as is one whose start was put off. One whose files speak against it stays Pending
+    /// too, and may not start any more; see Taskmill_StartChecker.
     void StartJob(Taskmill_Job &job);
     [[nodiscard]] bool IsBudgetOn() const;
     [[nodiscard]] QList<Taskmill_Job *> RunningJobs() const;
 
+    /// How many jobs are held for their files before the event loop goes on.
+    static constexpr int MostTries = 16;
+
 private:
+    [[nodiscard]] bool MayFilesBeWritten(Taskmill_Job &job) const;
+    void SayThatJobEnded() const;
     void RecordStartWithoutKeeper(int jobID);
     void Append(Taskmill_Job *job);
     void AddFromProject(Taskmill_JobRecord record, bool isStartRecorded);

@@ -44,9 +44,14 @@ void Taskmill_JobQueue::PauseWhenJobsHaveEnded()
     Update();
 }
 
+bool Taskmill_JobQueue::IsBeforePause(const Taskmill_Job &job) const
+{
+    return job.JobID() <= m_lastBeforePause.value_or(std::numeric_limits<int>::max());
+}
+
 bool Taskmill_JobQueue::MayStart(const Taskmill_Job &job) const
 {
-    return job.MayStart() && job.JobID() <= m_lastBeforePause.value_or(std::numeric_limits<int>::max());
+    return job.MayStart() && IsBeforePause(job);
 }
 
 bool Taskmill_JobQueue::MayStartAny() const
@@ -59,7 +64,9 @@ void Taskmill_JobQueue::PauseIfDone()
     if (RunningCount() > 0)
         return;
     const auto isToRun = [this](const Taskmill_Job *job) {
-        return job->Status() == Taskmill_JobStatus::Pending && MayStart(*job) &&
+        // Who writes its files may run in another queue, and will end.
+        const bool isInTurn = job->MayStart() || (job->WaitsForTurn() && job->IsHeldForWriter());
+        return job->Status() == Taskmill_JobStatus::Pending && isInTurn && IsBeforePause(*job) &&
                !(IsBudgetOn() && Services().Budget->RefusalOf(job->Record()));
     };
     if (std::ranges::none_of(Jobs(), isToRun)) {
@@ -98,14 +105,27 @@ void Taskmill_JobQueue::ReportChange()
     Q_EMIT QueueUpdatedSignal();
 }
 
+/// One that is held for its files lets the next one pass.
+void Taskmill_JobQueue::StartNext()
+{
+    const int last = m_lastBeforePause.value_or(std::numeric_limits<int>::max());
+    for (int tries = 0; tries < MostTries; ++tries) {
+        Taskmill_Job *job = Taskmill_NextJobToStart(Jobs(), m_maxRunningJobs, last);
+        if (!job)
+            return;
+        StartJob(*job);
+        if (job->MayStart())
+            return;
+    }
+    LookAgainSoon();
+}
+
 void Taskmill_JobQueue::Update()
 {
     if (IsBudgetOn()) {
         Services().Budget->Pass(this);
     } else if (MayStartAny()) {
-        const int last = m_lastBeforePause.value_or(std::numeric_limits<int>::max());
-        if (Taskmill_Job *job = Taskmill_NextJobToStart(Jobs(), m_maxRunningJobs, last))
-            StartJob(*job);
+        StartNext();
     }
     if (IsToPause())
         PauseIfDone();

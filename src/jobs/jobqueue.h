@@ -52,6 +52,8 @@ protected:
     void Update() override;
 
 private:
+    [[nodiscard]] bool IsBeforePause(const Taskmill_Job &job) const;
+    void StartNext();
     void PauseIfDone();
 
     bool m_paused = false;

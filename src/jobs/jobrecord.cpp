@@ -36,6 +36,15 @@ void Taskmill_JobRecord::SetStatus(Taskmill_JobStatus status, bool stamp)
         Finished = Taskmill_JobTime::Now();
 }
 
+QString Taskmill_JobRecord::WhyItWaits() const
+{
+    QStringList texts{WaitReason.Text()};
+    if (InputHasChanged)
+        texts.append(u"its input has changed since it was submitted"_s);
+    texts.removeAll(QString{});
+    return texts.join(u"; "_s);
+}
+
 qint64 Taskmill_JobRecord::OrderNumber() const
 {
     return Place.value_or(Taskmill_OrderNumber::OfJobID(JobID));

@@ -54,10 +54,12 @@ struct Taskmill_JobRecord
     Taskmill_JobTime Finished;
     qint32 JobID = 0;
     Taskmill_PlaceholderValues PlaceholderValues;
-    Taskmill_JobNeeds AskedNeeds;       ///< what its submitter says of it, without files
-    Taskmill_JobNeeds InputNeeds;       ///< what its input and its command line said when it was submitted
-    Taskmill_WaitReason WaitReason;     ///< of a job that waits; not stored
-    std::optional<qint32> ExitCode;     ///< of a run that has ended; nothing when it is not known
+    Taskmill_JobNeeds AskedNeeds;   ///< what its submitter says of it, without files
+    Taskmill_JobNeeds InputNeeds;   ///< what its input and its command line said when it was submitted
+    QString InputHash;              ///< of a waiting job; see Taskmill_HashOfInput(); empty when not known
+    bool InputHasChanged = false;   ///< it was started although its input was another when it was submitted
+    Taskmill_WaitReason WaitReason; ///< of a job that waits; not stored
+    std::optional<qint32> ExitCode; ///< of a run that has ended; nothing when it is not known
     std::optional<qint64> ProcessorMs;  ///< of everything that the run started; nothing when it is not known
     std::optional<qint64> PeakMemoryKB; ///< of the largest process of the run; nothing when it is not known
     Taskmill_JobResult Result;          ///< of a run that has ended
@@ -89,6 +91,8 @@ struct Taskmill_JobRecord
     [[nodiscard]] qint32 Cores() const;
     /// The same in units of 2^20 bytes; 0 when nobody says it.
     [[nodiscard]] qint64 MemoryMB() const;
+    /// Why it waits, or what the user is to know of one that does not; empty for nothing.
+    [[nodiscard]] QString WhyItWaits() const;
     /// Whether it came to nothing: its program failed or crashed, or its calculation did not converge or
     /// ended with an error. What was killed has not failed.
     [[nodiscard]] bool HasFailed() const;

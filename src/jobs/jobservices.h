@@ -7,6 +7,7 @@ class Taskmill_JobBudget;
 class Taskmill_JobStarts;
 class Taskmill_JobStore;
 class Taskmill_ProcessInspector;
+class Taskmill_StartChecker;
 class Taskmill_StartJudge;
 
 /// What queues and their jobs need of the rooms above and beside them; all of it outlives them.
@@ -21,6 +22,8 @@ struct Taskmill_JobServices
     Taskmill_JobStarts *Starts = nullptr;
     /// Without one, jobs wait for nothing but their turn.
     Taskmill_StartJudge *Judge = nullptr;
+    /// Without one, jobs start without a look at their files.
+    Taskmill_StartChecker *Checker = nullptr;
     /// Nothing but the limits of the queues counts.
     Taskmill_JobBudget *Budget = nullptr;
 };

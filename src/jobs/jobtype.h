@@ -31,6 +31,9 @@ struct Taskmill_JobType
     /// What a job takes that neither its submitter nor its input says; 0 where this says nothing either.
     qint32 Cores = 0;
     qint64 MemoryMB = 0; ///< in units of 2^20 bytes
+    /// What is to be free on the drive of its output before a job starts, in the same units; 0 for any.
+    qint64 LeastFreeMB = 0;
+    bool HoldsChangedInput = false; ///< a job waits whose input has changed since it was submitted
 
     static constexpr qint32 DefaultKillGrace = 2;
     static constexpr qint32 LongestKillGrace = 60;

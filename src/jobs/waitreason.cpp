@@ -51,5 +51,5 @@ QString Taskmill_WaitReason::Text() const
     case Kind::None:
         break;
     }
-    return {};
+    return OfFiles;
 }

@@ -29,6 +29,7 @@ struct Taskmill_WaitReason
     qint64 FreeMemoryMB = 0; ///< of LargerThanBudget: of the whole budget
     qint32 OtherJobID = 0;   ///< of KeptForOther
     QString Words{};         ///< of InWords
+    QString OfFiles{};       ///< what its files have against a start, whatever else does; empty for nothing
 
     bool operator==(const Taskmill_WaitReason &) const = default;
 
@@ -37,6 +38,6 @@ struct Taskmill_WaitReason
     {
         return {.Why = Kind::InWords, .Words = words};
     }
-    /// Such as "waits for 8 cores, 4 free"; empty for None.
+    /// Such as "waits for 8 cores, 4 free"; of None what its files have against a start.
     [[nodiscard]] QString Text() const;
 };

@@ -134,7 +134,7 @@ QString MegabytesText(qint64 megabytes)
 
 QString WaitReason(const Job &job)
 {
-    return job.WaitReason.Text();
+    return job.WhyItWaits();
 }
 
 QString IsClientNotified(const Job &job)

@@ -103,6 +103,7 @@ Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnl
                       .Keepers = m_keepers.get(),
                       .Starts = &m_results,
                       .Judge = &m_startRules}}
+    , m_inputHashes{m_destinations}
     , m_jobWatch{m_destinations, Taskmill_JobWatch::LookThrough(m_inspector)}
     , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs,   m_destinations,
                 m_outbox,   m_runs,       readOnlyProjects, m_keepers.get()}

@@ -6,6 +6,7 @@
 #include "kilnutil/idmanager.h"
 #include "manager/destinations.h"
 #include "manager/finishedjobs.h"
+#include "manager/inputhashes.h"
 #include "manager/jobresults.h"
 #include "manager/jobsgoon.h"
 #include "manager/jobsubmitter.h"
@@ -100,6 +101,7 @@ private:
     Taskmill_StartRules m_startRules;
     Taskmill_FinishedJobs m_finishedJobs;
     Taskmill_Destinations m_destinations;
+    Taskmill_InputHashes m_inputHashes;
     Taskmill_JobWatch m_jobWatch;
     Taskmill_LostRuns m_runs;
     Taskmill_Project m_project;

@@ -110,6 +110,8 @@ bool Taskmill_QueueOwner::Submit(Taskmill_Job *job)
         return false;
     }
     Jobs().Add(job);
+    if (job->Status() == Taskmill_JobStatus::Pending)
+        Q_EMIT WaitsSignal(job->Record());
     Q_EMIT JobsChangedSignal();
     return true;
 }

@@ -93,6 +93,8 @@ public:
     void DeleteKeptRows();
 
 Q_SIGNALS:
+    /// A job was submitted and did not start at once.
+    void WaitsSignal(const Taskmill_JobRecord &job);
     /// The view of the queue is to be filled anew.
     void JobsChangedSignal();
 

@@ -105,8 +105,19 @@ Taskmill_WaitingJobs::Outcome Taskmill_WaitingJobs::Hold(const QList<int> &jobID
 
 Taskmill_WaitingJobs::Outcome Taskmill_WaitingJobs::Release(const QList<int> &jobIDs)
 {
-    return SetConditions(
+    Outcome outcome = SetConditions(
         jobIDs, {}, [](auto &conditions, const auto &) { conditions = {}; }, u"was released"_s);
+    if (!outcome.Problem.isEmpty())
+        return outcome;
+    for (Taskmill_QueueOwner *owner : m_destinations.All()) {
+        for (const int jobID : jobIDs) {
+            Taskmill_Job *job = owner->Jobs().FindByJobID(jobID);
+            if (job && job->Status() == Taskmill_JobStatus::Pending && job->IsHeldForFiles())
+                owner->Jobs().IgnoreFilesOf(*job);
+        }
+        owner->Jobs().LookAgain();
+    }
+    return outcome;
 }
 
 Taskmill_WaitingJobs::Outcome Taskmill_WaitingJobs::NotBefore(const QList<int> &jobIDs,

@@ -34,7 +34,7 @@ Taskmill_HoldEntries::Taskmill_HoldEntries(Taskmill_TabMenu &menu, Taskmill_Dest
             continue;
         m_jobIDs.append(jobID);
         isAnyFree = isAnyFree || !job->Conditions.IsHeld;
-        isAnyBound = isAnyBound || job->Conditions.AreAny();
+        isAnyBound = isAnyBound || job->Conditions.AreAny() || !job->WaitReason.OfFiles.isEmpty();
     }
     m_hold->setEnabled(isAnyFree);
     m_release->setEnabled(isAnyBound);

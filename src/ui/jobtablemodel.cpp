@@ -107,7 +107,7 @@ QString Taskmill_JobTableModel::RunningText(qsizetype row) const
 {
     QStringList lines{m_progressText(JobIDOfRow(row))};
     if (const Taskmill_JobRecord *job = RecordOf(row))
-        lines += job->WaitReason.Text();
+        lines += job->WhyItWaits();
     lines.removeAll(QString{});
     return lines.join(u'\n');
 }
@@ -120,7 +120,7 @@ QString Taskmill_JobTableModel::ExplanationOf(qsizetype row, int column) const
     if ((column == m_statusColumn || column == m_waitColumn) &&
         StatusOfRow(row) == Taskmill_JobStatus::Pending) {
         const Taskmill_JobRecord *waiting = RecordOf(row);
-        return waiting ? waiting->WaitReason.Text() : QString{};
+        return waiting ? waiting->WhyItWaits() : QString{};
     }
     const bool isAboutResult = column == m_statusColumn || column == m_resultColumn;
     const Taskmill_JobRecord *job = isAboutResult ? RecordOf(row) : nullptr;

@@ -7,6 +7,7 @@
 #include "widgets/widgetutil.h"
 
 #include <QBoxLayout>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QFileInfo>
@@ -131,10 +132,10 @@ void Taskmill_NewJobTypeWidget::MakeFields()
     m_noProgress = NewMinutes(u"off"_s);
     m_cores = new QSpinBox{this};
     m_cores->setRange(0, Taskmill_MostCores);
-    m_memory = new QSpinBox{this};
-    m_memory->setRange(0, std::numeric_limits<int>::max());
-    m_memory->setSingleStep(1024);
-    m_memory->setSuffix(u" MB"_s);
+    m_memory = NewMegabytes();
+    m_freeSpace = NewMegabytes();
+    m_freeSpace->setSpecialValueText(u"any"_s);
+    m_holdsChangedInput = new QCheckBox{u"Hold a job whose input has changed since it was submitted"_s, this};
     for (QSpinBox *box : {m_cores, m_memory})
         box->setSpecialValueText(u"not said"_s);
 }
@@ -146,6 +147,15 @@ QSpinBox *Taskmill_NewJobTypeWidget::NewMinutes(const QString &textOfNone)
     minutes->setSuffix(u" min"_s);
     minutes->setSpecialValueText(textOfNone);
     return minutes;
+}
+
+QSpinBox *Taskmill_NewJobTypeWidget::NewMegabytes()
+{
+    auto *megabytes = new QSpinBox{this};
+    megabytes->setRange(0, std::numeric_limits<int>::max());
+    megabytes->setSingleStep(1024);
+    megabytes->setSuffix(u" MB"_s);
+    return megabytes;
 }
 
 QPlainTextEdit *Taskmill_NewJobTypeWidget::NewTextEdit(int lines)
@@ -208,6 +218,12 @@ void Taskmill_NewJobTypeWidget::DescribeFields()
                           "only as long as the computer has room for them; see the settings."_s;
     Describe(m_cores, u"Cores"_s, u"How many cores a job takes"_s + needs + u" Not said here: one."_s);
     Describe(m_memory, u"Memory"_s, u"How much memory a job takes, in megabytes of 2^20 bytes,"_s + needs);
+    Describe(m_freeSpace, u"Free Space"_s,
+             u"How much is to be free on the drive of its output, in megabytes of 2^20 bytes, when a job "
+             "starts. With less it waits."_s);
+    Describe(m_holdsChangedInput, u"Hold a job whose input has changed"_s,
+             u"Such a job waits until you release it. Else it runs with the file as it is then, and its row "
+             "says so."_s);
 }
 
 void Taskmill_NewJobTypeWidget::AddRows(QBoxLayout *layout)
@@ -234,7 +250,13 @@ void Taskmill_NewJobTypeWidget::AddRows(QBoxLayout *layout)
     needs->addSpacing(rowSpacing);
     needs->addWidget(memoryText);
     needs->addWidget(m_memory);
+    auto *spaceText = new QLabel{u"Free Space:  "_s, this};
+    spaceText->setBuddy(m_freeSpace);
+    needs->addSpacing(rowSpacing);
+    needs->addWidget(spaceText);
+    needs->addWidget(m_freeSpace);
     needs->addStretch();
+    AddRow(layout, u"Changed Input:  "_s, m_holdsChangedInput, 0)->addStretch();
     KilnUtil_WidgetUtil::MatchMinimumWidths(m_labels);
     m_name->setMinimumWidth(leastFieldCharacters * fontMetrics().averageCharWidth());
 }
@@ -294,7 +316,7 @@ void Taskmill_NewJobTypeWidget::ConnectFields()
     // Left without a change, a field does not signal it.
     for (QLineEdit *edit : {m_name, m_applicationName, m_inputFileFilter, m_outputFileFilter})
         edit->installEventFilter(this);
-    for (const QSpinBox *box : {m_killGrace, m_timeLimit, m_noProgress, m_cores, m_memory})
+    for (const QSpinBox *box : {m_killGrace, m_timeLimit, m_noProgress, m_cores, m_memory, m_freeSpace})
         connect(box, &QSpinBox::editingFinished, this, &Widget::UpdateOk);
     connect(m_defaultQueue, &QComboBox::activated, this, &Widget::DefaultQueueSlot);
     connect(m_browse, &QPushButton::clicked, this, &Widget::ExecutablePathBrowseSlot);
@@ -329,6 +351,8 @@ void Taskmill_NewJobTypeWidget::Load(const Taskmill_JobType &jobType)
     m_noProgress->setValue(jobType.NoProgressMinutes);
     m_cores->setValue(jobType.Cores);
     m_memory->setValue(static_cast<int>(std::min<qint64>(jobType.MemoryMB, m_memory->maximum())));
+    m_freeSpace->setValue(static_cast<int>(std::min<qint64>(jobType.LeastFreeMB, m_freeSpace->maximum())));
+    m_holdsChangedInput->setChecked(jobType.HoldsChangedInput);
 }
 
 Taskmill_JobType Taskmill_NewJobTypeWidget::Read() const
@@ -347,6 +371,8 @@ Taskmill_JobType Taskmill_NewJobTypeWidget::Read() const
     jobType.NoProgressMinutes = m_noProgress->value();
     jobType.Cores = m_cores->value();
     jobType.MemoryMB = m_memory->value();
+    jobType.LeastFreeMB = m_freeSpace->value();
+    jobType.HoldsChangedInput = m_holdsChangedInput->isChecked();
     return jobType;
 }
 

@@ -6,6 +6,7 @@
 #include <QDialog>
 
 class QBoxLayout;
+class QCheckBox;
 class QComboBox;
 class QLabel;
 class QLineEdit;
@@ -57,6 +58,7 @@ private:
     void AddButtons(QBoxLayout *layout);
     /// 0 is shown as the text.
     [[nodiscard]] QSpinBox *NewMinutes(const QString &textOfNone);
+    [[nodiscard]] QSpinBox *NewMegabytes();
     [[nodiscard]] QPushButton *NewButton(const QString &text);
     [[nodiscard]] QPlainTextEdit *NewTextEdit(int lines);
     /// Enables "Ok" exactly when the fields describe a valid job type.
@@ -77,7 +79,9 @@ private:
     QSpinBox *m_timeLimit; ///< minutes, as the next one
     QSpinBox *m_noProgress;
     QSpinBox *m_cores;  ///< 0 for not said, as the next
-    QSpinBox *m_memory; ///< in units of 2^20 bytes
+    QSpinBox *m_memory; ///< in units of 2^20 bytes, as the next one
+    QSpinBox *m_freeSpace;
+    QCheckBox *m_holdsChangedInput;
     QPushButton *m_ok;
     QLabel *m_hint;
     QList<QWidget *> m_labels;

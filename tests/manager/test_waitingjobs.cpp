@@ -58,7 +58,13 @@ private Q_SLOTS:
         for (const Taskmill_Move move :
              {Taskmill_Move::Top, Taskmill_Move::Down, Taskmill_Move::Bottom, Taskmill_Move::Up})
             QCOMPARE(Waiting().Move({30}, move).Problem, QString{});
-        QCOMPARE(TestManager::Database().GetAddedFieldsOfJobs().keys(), QList<int>{30});
+        QList<int> moved;
+        const auto fields = TestManager::Database().GetAddedFieldsOfJobs();
+        for (const auto &[jobID, ofJob] : fields.asKeyValueRange()) {
+            if (ofJob.contains(u"Place"_s))
+                moved.append(jobID);
+        }
+        QCOMPARE(moved, QList<int>{30});
     }
 
     void ReleasedJobsStartInTheirTurn()
@@ -137,6 +143,49 @@ private Q_SLOTS:
         QCOMPARE(Running(), QList{1});
         QCOMPARE(m_manager->StartRules().SetQuietHoursFrom(u"now"_s).Problem.isEmpty(), false);
         QCOMPARE(Taskmill_StartRules{}.QuietHours().Text(), u"11:00-13:00"_s);
+    }
+
+    void AChangedInputIsNoticed()
+    {
+        const QString changed = u"its input has changed since it was submitted"_s;
+        Queue().SetPaused(true);
+        const QStringList inputs = SubmitGated(2);
+        const auto isHashed = [this](int jobID) {
+            return !Queue().FindByJobID(jobID)->Record().InputHash.isEmpty();
+        };
+        QTRY_VERIFY(isHashed(1) && isHashed(2));
+        // What is written with a move is all of it.
+        QCOMPARE(Waiting().Move({2}, Taskmill_Move::Top).Problem, QString{});
+        QVERIFY(m_manager->Project().SaveProjectAs(m_manager->Path(u"p.mill"_s)));
+        WriteTestFile(inputs[0], "another input");
+        QVERIFY(m_manager->Project().OpenProject(m_manager->Path(u"p.mill"_s)));
+        QVERIFY(isHashed(1) && isHashed(2));
+        Queue().SetMaxRunningJobs(2);
+        Queue().SetPaused(false);
+        Queue().LookAgain();
+        QTRY_COMPARE(Running(), (QList{2, 1}));
+        QCOMPARE(ReasonOf(1), changed);
+        QCOMPARE(ReasonOf(2), QString{});
+        TestManager::Release(inputs[0]);
+        QTRY_COMPARE(m_manager->FinishedJobs().Count(), 1);
+        QCOMPARE(ReasonOf(1), changed);
+    }
+
+    void AChangedInputHoldsItsJob()
+    {
+        m_gated.HoldsChangedInput = true;
+        QCOMPARE(m_manager->JobTypes().TryToUpdate(m_gated), QString{});
+        Queue().SetPaused(true);
+        const QStringList inputs = SubmitGated(2);
+        QTRY_VERIFY(!Queue().FindByJobID(2)->Record().InputHash.isEmpty());
+        WriteTestFile(inputs[0], "another input");
+        Queue().SetPaused(false);
+        QTRY_COMPARE(Running(), QList{2});
+        QCOMPARE(ReasonOf(1), u"held: its input has changed since it was submitted"_s);
+        Queue().SetMaxRunningJobs(2);
+        QCOMPARE(Waiting().Release({1}).Text, u"Job 1 was released."_s);
+        QTRY_COMPARE(Running(), (QList{2, 1}));
+        QCOMPARE(ReasonOf(1), u"its input has changed since it was submitted"_s);
     }
 
     void PausesWhenItsJobsHaveEnded()
@@ -255,7 +304,7 @@ private:
     [[nodiscard]] QString ReasonOf(int jobID) const
     {
         const auto job = m_manager->FindJob(jobID);
-        return job ? job->WaitReason.Text() : u"no job"_s;
+        return job ? job->WhyItWaits() : u"no job"_s;
     }
     [[nodiscard]] QList<int> Running()
     {

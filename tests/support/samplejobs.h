@@ -69,6 +69,7 @@ inline void AddSampleFields(Taskmill_JobRecord &job)
     job.CheckpointFile = QStringLiteral("a.chk");
     job.CheckpointFile2 = QStringLiteral("b.chk");
     job.ClientResult = true;
+    job.InputHasChanged = true;
     job.AskedNeeds.Cores = 3;
     job.AskedNeeds.MemoryMB = 5000;
     job.InputNeeds = {.Cores = 2,

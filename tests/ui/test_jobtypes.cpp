@@ -94,6 +94,8 @@ private Q_SLOTS:
         jobType.DefaultQueue = u"None"_s;
         jobType.KillGraceSeconds = 30;
         jobType.Cores = 4;
+        jobType.LeastFreeMB = 2000;
+        jobType.HoldsChangedInput = true;
         jobType.MemoryMB = 5000;
         for (const bool accept : {false, true}) {
             WhenDialogIsOpen([&](QDialog &dialog) {

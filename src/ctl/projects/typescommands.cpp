@@ -99,7 +99,9 @@ Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
             .TimeLimitMinutes = Minutes(parser, u"time-limit"_s).value_or(0),
             .NoProgressMinutes = Minutes(parser, u"warn-after"_s).value_or(0),
             .Cores = Taskmill_CoresFromText(parser.value(u"cores"_s)).value_or(0),
-            .MemoryMB = Taskmill_MemoryFromText(parser.value(u"memory"_s)).value_or(0)};
+            .MemoryMB = Taskmill_MemoryFromText(parser.value(u"memory"_s)).value_or(0),
+            .LeastFreeMB = Taskmill_MemoryFromText(parser.value(u"free-space"_s)).value_or(0),
+            .HoldsChangedInput = parser.isSet(u"hold-changed-input"_s)};
 }
 
 /// What is wrong with the job type; empty when it can be used.
@@ -120,7 +122,8 @@ QString Fault(const QCommandLineParser &parser, const Taskmill_JobType &jobType)
             return u"--%1 needs minutes from 0 to %2"_s.arg(option).arg(Taskmill_JobType::LongestMinutes);
     }
     for (const auto &[name, value] :
-         {std::pair{u"cores"_s, qint64{jobType.Cores}}, std::pair{u"memory"_s, jobType.MemoryMB}}) {
+         {std::pair{u"cores"_s, qint64{jobType.Cores}}, std::pair{u"memory"_s, jobType.MemoryMB},
+          std::pair{u"free-space"_s, jobType.LeastFreeMB}}) {
         if (parser.isSet(name) && value == 0)
             return u"--%1 needs a number from 1 on"_s.arg(name);
     }
@@ -190,6 +193,10 @@ void Taskmill_AddTypesAddOptions(QCommandLineParser &parser)
         {u"cores"_s, u"Cores that a job takes where its input does not say it."_s, u"N"_s},
         {u"memory"_s, u"Memory that a job takes where its input does not say it, in MB of 2^20 bytes."_s,
          u"N"_s},
+        {u"free-space"_s,
+         u"Space, in MB of 2^20 bytes, without which on the drive of its output a job is not started."_s,
+         u"N"_s},
+        {u"hold-changed-input"_s, u"Hold a job whose input has changed since it was submitted."_s},
         {u"env"_s, u"Environment variable. May be repeated."_s, u"NAME=VALUE"_s},
     });
 }
