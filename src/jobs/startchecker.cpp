@@ -171,8 +171,7 @@ Taskmill_StartChecker::Answer Taskmill_StartChecker::Decide(Taskmill_Job &job,
     job.SetWrittenFiles(facts.Written);
     if (HoldForWriter(job))
         return Answer::IsHeld;
-    const QString reason =
-        job.IgnoresFiles() ? QString{} : Taskmill_ReasonOfFiles(job.Record(), facts);
+    const QString reason = job.IgnoresFiles() ? QString{} : Taskmill_ReasonOfFiles(job.Record(), facts);
     if (!reason.isEmpty()) {
         Hold(job, reason, false);
         return Answer::IsHeld;

@@ -25,9 +25,9 @@ struct Taskmill_FileFacts
 {
     bool IsInputReadable = true; ///< also when there is none: the program says that by itself
     bool IsInputChanged = false;
-    bool IsFolderWritable = true;    ///< also when there is none, as its program may make it
-    std::optional<qint64> FreeMB;    ///< in units of 2^20 bytes; nothing when it was not asked, or is not known
-    QStringList Written{};           ///< each file in one spelling; without folders and devices
+    bool IsFolderWritable = true; ///< also when there is none, as its program may make it
+    std::optional<qint64> FreeMB; ///< in units of 2^20 bytes; nothing when it was not asked, or is not known
+    QStringList Written{};        ///< each file in one spelling; without folders and devices
 };
 
 [[nodiscard]] Taskmill_FileQuestion Taskmill_FileQuestionOf(const Taskmill_JobRecord &job);

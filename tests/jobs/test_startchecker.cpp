@@ -71,7 +71,7 @@ private Q_SLOTS:
         QVERIFY(QDir{Path()}.mkpath(u"real"_s));
         QVERIFY(QFile::link(Path(u"real"_s), Path(u"link"_s)));
         for (int run = 0; run < 1000 && !QTest::currentTestFailed(); ++run)
-            RunRandomJobs(random);
+            RunRandomJobs(random, run % 25 == 0);
     }
 
     void JobsWaitForAWriter()
@@ -106,11 +106,13 @@ private Q_SLOTS:
         QTest::addColumn<QString>("reason"); // %1 is the folder; empty when it starts
         QTest::newRow("nothing") << Taskmill_FileFacts{} << QString{};
         QTest::newRow("an input that nobody may read")
-            << Taskmill_FileFacts{.IsInputReadable = false, .FreeMB = {}} << u"waits until its input can be read"_s;
+            << Taskmill_FileFacts{.IsInputReadable = false, .FreeMB = {}}
+            << u"waits until its input can be read"_s;
         QTest::newRow("a folder that cannot be written")
-            << Taskmill_FileFacts{.IsFolderWritable = false, .FreeMB = {}} << u"waits until it can write into %1"_s;
-        QTest::newRow("too little space") << Taskmill_FileFacts{.FreeMB = 99}
-                                          << u"waits for 100 MB of free space, 99 MB free in %1"_s;
+            << Taskmill_FileFacts{.IsFolderWritable = false, .FreeMB = {}}
+            << u"waits until it can write into %1"_s;
+        QTest::newRow("too little space")
+            << Taskmill_FileFacts{.FreeMB = 99} << u"waits for 100 MB of free space, 99 MB free in %1"_s;
         QTest::newRow("just enough space") << Taskmill_FileFacts{.FreeMB = 100} << QString{};
         QTest::newRow("another input") << Taskmill_FileFacts{.IsInputChanged = true, .FreeMB = {}}
                                        << u"held: its input has changed since it was submitted"_s;
@@ -155,12 +157,13 @@ private Q_SLOTS:
         QSemaphore drive;
         QVERIFY(QDir{Path()}.mkpath(u"dead"_s));
         Places places{[&drive](const Taskmill_FileQuestion &question) {
-            if (question.Folder.endsWith("dead"_L1)) {
-                drive.acquire();
-                drive.release();
-            }
-            return Taskmill_FileFacts{};
-        }, 50ms};
+                          if (question.Folder.endsWith("dead"_L1)) {
+                              drive.acquire();
+                              drive.release();
+                          }
+                          return Taskmill_FileFacts{};
+                      },
+                      50ms};
         places.longJobs.SetMaxRunningJobs(3);
         places.longJobs.AddAll({Writing(1, u"dead/a"_s, {u"wait"_s}), Writing(2, u"dead/b"_s, {u"wait"_s}),
                                 Writing(3, u"c"_s, {u"wait"_s})});
@@ -208,7 +211,8 @@ private Q_SLOTS:
     }
 
 private:
-    [[nodiscard]] Taskmill_JobRecord Writing(int jobID, const QString &file, const QStringList &arguments) const
+    [[nodiscard]] Taskmill_JobRecord Writing(int jobID, const QString &file,
+                                             const QStringList &arguments) const
     {
         Taskmill_JobRecord job = MakeTestJob(jobID, Path(), arguments);
         job.InputFilePath = Path(u"%1.in"_s.arg(jobID));
@@ -230,7 +234,8 @@ private:
         *places[static_cast<std::size_t>(random.bounded(3))] = name;
     }
 
-    void RunRandomJobs(QRandomGenerator &random)
+    /// Without a program that is there they end quickly.
+    void RunRandomJobs(QRandomGenerator &random, bool hasProgram)
     {
         Places places;
         if (random.bounded(2) == 0)
@@ -253,6 +258,8 @@ private:
         const int count = random.bounded(2, 6);
         for (int jobID = 1; jobID <= count; ++jobID) {
             Taskmill_JobRecord job = Writing(jobID, u"%1.out"_s.arg(jobID), {u"exit"_s, u"0"_s});
+            if (!hasProgram)
+                job.JobType.ExecutablePath = Path(u"no program"_s);
             const int file = random.bounded(4);
             job.Name = QString::number(file);
             NameAFile(job, file, random);
