@@ -76,17 +76,21 @@ void Taskmill_StartChecker::LookAt(Taskmill_Job &job)
     m_facts.reset();
     m_hasAnswered = std::make_shared<std::atomic<bool>>(false);
     const auto isWaiting = std::make_shared<bool>(true);
+    m_lookTime.start();
     m_thread.Run([this, question, isWaiting, look = m_look, hasAnswered = m_hasAnswered] {
         const Taskmill_FileFacts facts = look(question);
         *hasAnswered = true;
         return [this, facts, isWaiting] {
             m_giveUp.stop();
             m_facts = facts;
+            m_isSlow = m_lookTime.elapsed() > KilnUtil_FileThread::ShortWait.count();
             if (!*isWaiting)
                 Q_EMIT AnsweredSignal();
         };
     });
-    m_thread.Wait();
+    // Of hundreds of jobs on a slow drive each would hold up the event loop.
+    if (!m_isSlow)
+        m_thread.Wait();
     *isWaiting = false;
     if (!m_facts)
         m_giveUp.start(m_longestLook);

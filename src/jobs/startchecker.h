@@ -4,6 +4,7 @@
 #include "jobs/startfiles.h"
 #include "kilnutil/filethread.h"
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QList>
 #include <QObject>
@@ -81,6 +82,8 @@ private:
     QPointer<Taskmill_Job> m_asked; ///< the job that the thread looks at, or has looked at
     QString m_folder;               ///< of that job
     HasAnswered m_hasAnswered;
+    QElapsedTimer m_lookTime;
+    bool m_isSlow = false;                     ///< the last look took longer than an event loop waits
     std::optional<Taskmill_FileFacts> m_facts; ///< of that job
     QHash<QString, HasAnswered> m_silent;      ///< folders on drives that do not answer
     QTimer m_giveUp;
