@@ -16,6 +16,8 @@ using namespace std::chrono_literals;
 
 namespace {
 constexpr auto nextTry = 10s;
+/// As a rule files are looked at within that time.
+constexpr auto shortWait = 4ms;
 /// A drive that was only slow answers soon.
 constexpr auto listening = 200ms;
 /// Each holds a thread; beyond these, jobs start without a look at their files.
@@ -83,14 +85,14 @@ void Taskmill_StartChecker::LookAt(Taskmill_Job &job)
         return [this, facts, isWaiting] {
             m_giveUp.stop();
             m_facts = facts;
-            m_isSlow = m_lookTime.elapsed() > KilnUtil_FileThread::ShortWait.count();
+            m_isSlow = m_lookTime.elapsed() > shortWait.count();
             if (!*isWaiting)
                 Q_EMIT AnsweredSignal();
         };
     });
     // Of hundreds of jobs on a slow drive each would hold up the event loop.
     if (!m_isSlow)
-        m_thread.Wait();
+        m_thread.Wait(shortWait);
     *isWaiting = false;
     if (!m_facts)
         m_giveUp.start(m_longestLook);
