@@ -2,6 +2,7 @@
 #include "jobs/startchecker.h"
 
 #include "jobs/jobcontainer.h"
+#include "kilnutil/drives.h"
 #include "kilnutil/filesys.h"
 #include "kilnutil/logging.h"
 
@@ -22,6 +23,25 @@ constexpr auto shortWait = 4ms;
 constexpr auto listening = 200ms;
 /// Each holds a thread; beyond these, jobs start without a look at their files.
 constexpr qsizetype mostSilentFolders = 8;
+/// Beyond that an input is read on the thread, wherever it is.
+constexpr qint64 longestReadHere = 1 << 20;
+
+/// Whether an event loop can look at these files.
+bool AnswersAtOnce(const Taskmill_FileQuestion &question)
+{
+    QStringList files = question.Written;
+    files << question.Input << question.Folder;
+    files.removeAll(QString{});
+    return std::ranges::all_of(files, KilnUtil_Drives::IsLocal) &&
+           (question.InputHash.isEmpty() || QFileInfo{question.Input}.size() <= longestReadHere);
+}
+
+/// One of a test may take its time.
+bool LooksAtFiles(const Taskmill_StartChecker::Look &look)
+{
+    const auto *const function = look.target<decltype(&Taskmill_LookAtFiles)>();
+    return function && *function == Taskmill_LookAtFiles;
+}
 } // namespace
 
 Taskmill_StartChecker::Taskmill_StartChecker(Look look, std::chrono::milliseconds longestLook)
@@ -49,7 +69,10 @@ Taskmill_StartChecker::Answer Taskmill_StartChecker::Ask(Taskmill_Job &job)
     if (HoldForWriter(job))
         return Answer::IsHeld;
     if (m_asked != &job) {
-        const QString folder = Taskmill_FileQuestionOf(job.Record()).Folder;
+        const Taskmill_FileQuestion question = Taskmill_FileQuestionOf(job.Record());
+        if (LooksAtFiles(m_look) && AnswersAtOnce(question))
+            return Decide(job, m_look(question));
+        const QString &folder = question.Folder;
         if (IsSilent(folder)) {
             Hold(job,
                  u"waits for the drive of %1, which does not answer"_s.arg(QDir::toNativeSeparators(folder)),

@@ -4,6 +4,7 @@
 #include "jobs/jobqueue.h"
 #include "jobs/queuelessjobslist.h"
 #include "jobs/startchecker.h"
+#include "kilnutil/drives.h"
 #include "processes/processinspector.h"
 #include "support/jobfakes.h"
 #include "support/testcase.h"
@@ -204,6 +205,9 @@ private Q_SLOTS:
         QCOMPARE(facts.Written, (QStringList{scratch + u"/there.chk"_s, scratch + u"/new.chk"_s}));
         WriteTestFile(input, "abd");
         QVERIFY(Taskmill_LookAtFiles(Taskmill_FileQuestionOf(job)).IsInputChanged);
+        QVERIFY(KilnUtil_Drives::IsLocal(Path(u"link/new.chk"_s)));
+        QVERIFY(QFile::link(Path(u"endless"_s), Path(u"endless"_s)));
+        QVERIFY(!KilnUtil_Drives::IsLocal(Path(u"endless/file"_s)));
         // That it is gone its program says.
         QVERIFY(QFile::remove(input));
         facts = Taskmill_LookAtFiles(Taskmill_FileQuestionOf(job));
