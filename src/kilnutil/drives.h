@@ -7,8 +7,8 @@
 class KilnUtil_Drives
 {
 public:
-    /// Whether an absolute path, whatever links it leads over, is on drives of this computer alone. Asks no drive
-    /// that may not answer; false where that is not known.
+    /// Whether an absolute path, whatever links it leads over, is on drives of this computer alone. Asks no
+    /// drive that may not answer; false where that is not known.
     [[nodiscard]] static bool IsLocal(const QString &path);
 
 private:

@@ -26,7 +26,8 @@ bool IsLocalSystem(const QByteArray &type)
 /// Blanks and the like stand as three octal digits in the table.
 QString PathOf(QByteArray field)
 {
-    for (qsizetype at = field.indexOf('\\'); at >= 0 && at + 4 <= field.size(); at = field.indexOf('\\', at + 1)) {
+    for (qsizetype at = field.indexOf('\\'); at >= 0 && at + 4 <= field.size();
+         at = field.indexOf('\\', at + 1)) {
         bool isOctal = false;
         const int code = field.sliced(at + 1, 3).toInt(&isOctal, 8);
         if (isOctal)
