@@ -298,7 +298,7 @@ void Taskmill_AppWindow::OfferLastProject()
     const Taskmill_Project &project = m_manager.Project();
     if (last.isEmpty() || !project.FilePath().isEmpty() || project.HasUnsavedChanges())
         return;
-    m_offer = new Taskmill_ProjectOffer{m_longJobs.Table(), last};
+    m_offer = new Taskmill_ProjectOffer{m_longJobs.JobTable(), last};
     connect(m_offer, &QPushButton::clicked, m_projectMenu, [this, last] { m_projectMenu->OpenFile(last); });
     // The user has begun something else.
     connect(&m_manager.Project(), &Taskmill_Project::StateChangedSignal, m_offer, [this] {
