@@ -20,7 +20,6 @@
 #include "ui/orderentries.h"
 #include "ui/queuepausedbar.h"
 #include "ui/tablefiller.h"
-#include "widgets/movablerowstable.h"
 
 #include <algorithm>
 

@@ -5,12 +5,12 @@
 #include "ui/pageframe.h"
 #include "ui/shownjob.h"
 #include "ui/tabmenu.h"
+#include "widgets/movablerowstable.h"
 
 #include <QObject>
 
 #include <memory>
 
-class KilnUtil_MovableRowsTable;
 class KilnUtil_TableWidget;
 class QAction;
 class QModelIndex;
