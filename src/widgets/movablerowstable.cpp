@@ -3,6 +3,7 @@
 
 #include "widgets/filedrop.h"
 
+#include <QApplication>
 #include <QDrag>
 #include <QDropEvent>
 #include <QKeyEvent>
@@ -44,14 +45,35 @@ void KilnUtil_MovableRowsTable::keyPressEvent(QKeyEvent *event)
         KilnUtil_TableWidget::keyPressEvent(event);
 }
 
-/// From any other row on a drag selects what it passes, which a table with drags enabled would not do.
+/// From any other row on a drag selects what it passes.
 void KilnUtil_MovableRowsTable::mousePressEvent(QMouseEvent *event)
 {
-    const QModelIndex pressed = indexAt(event->position().toPoint());
-    setDragEnabled(m_whyRowsStay && event->button() == Qt::LeftButton &&
-                   event->modifiers() == Qt::NoModifier && pressed.isValid() &&
-                   selectionModel()->isSelected(pressed));
+    const QPoint position = event->position().toPoint();
+    const QModelIndex pressed = indexAt(position);
+    const bool isPlainPress = event->button() == Qt::LeftButton && event->modifiers() == Qt::NoModifier;
+    m_dragBegin.reset();
+    if (m_whyRowsStay && isPlainPress && pressed.isValid() && selectionModel()->isSelected(pressed))
+        m_dragBegin = position;
     KilnUtil_TableWidget::mousePressEvent(event);
+}
+
+void KilnUtil_MovableRowsTable::mouseMoveEvent(QMouseEvent *event)
+{
+    if (!m_dragBegin || !event->buttons().testFlag(Qt::LeftButton)) {
+        KilnUtil_TableWidget::mouseMoveEvent(event);
+        return;
+    }
+    const QPoint way = event->position().toPoint() - *m_dragBegin;
+    if (way.manhattanLength() >= QApplication::startDragDistance()) {
+        m_dragBegin.reset();
+        DragRows();
+    }
+}
+
+void KilnUtil_MovableRowsTable::mouseReleaseEvent(QMouseEvent *event)
+{
+    m_dragBegin.reset();
+    KilnUtil_TableWidget::mouseReleaseEvent(event);
 }
 
 void KilnUtil_MovableRowsTable::paintEvent(QPaintEvent *event)
@@ -65,7 +87,7 @@ void KilnUtil_MovableRowsTable::paintEvent(QPaintEvent *event)
         painter, *this, above < 0 ? rowViewportPosition(0) : rowViewportPosition(above) + rowHeight(above));
 }
 
-void KilnUtil_MovableRowsTable::startDrag(Qt::DropActions)
+void KilnUtil_MovableRowsTable::DragRows()
 {
     auto *drag = new QDrag{this};
     auto *data = new QMimeData;

@@ -3,6 +3,8 @@
 
 #include "widgets/tablewidget.h"
 
+#include <optional>
+
 /// A table whose rows the user can bring into another order, by dragging the selected ones or with keys,
 /// where its owner allows it. A drag that begins on a row that is not selected selects rows, as elsewhere.
 class KilnUtil_MovableRowsTable final : public KilnUtil_TableWidget
@@ -28,14 +30,16 @@ Q_SIGNALS:
 protected:
     void keyPressEvent(QKeyEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragMoveEvent(QDragMoveEvent *event) override;
     void dragLeaveEvent(QDragLeaveEvent *event) override;
     void dropEvent(QDropEvent *event) override;
-    void startDrag(Qt::DropActions supportedActions) override;
 
 private:
+    void DragRows();
     [[nodiscard]] bool AreOwnRows(const QDropEvent &event) const;
     void AcceptOwnRows(QDropEvent *event);
     [[nodiscard]] int PlaceOfDrop(const QPoint &position) const;
@@ -43,4 +47,5 @@ private:
 
     std::function<QString()> m_whyRowsStay; ///< none where rows cannot be moved at all
     int m_dropPlace = -1;                   ///< the row before which dragged rows would fall
+    std::optional<QPoint> m_dragBegin;      ///< where a selected row is pressed
 };
