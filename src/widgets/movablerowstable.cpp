@@ -145,7 +145,8 @@ void KilnUtil_MovableRowsTable::dragMoveEvent(QDragMoveEvent *event)
         KilnUtil_TableWidget::dragMoveEvent(event);
         return;
     }
-    // Scrolls at the edges.
+    // Scrolls at the edges, which that of a table for files does not.
+    // NOLINTNEXTLINE(bugprone-parent-virtual-call)
     QTableView::dragMoveEvent(event);
     AcceptOwnRows(event);
 }
