@@ -4,6 +4,7 @@
 #include "db/database.h"
 #include "jobs/commandline.h"
 #include "jobs/jobqueue.h"
+#include "jobs/startdecision.h"
 #include "requests/requestmessage.h"
 
 #include <benchmark/benchmark.h>
@@ -100,6 +101,22 @@ void ChooseTheNextJob(benchmark::State &state)
         benchmark::DoNotOptimize(Taskmill_NextJobToStart(jobs, 1));
 }
 BENCHMARK(ChooseTheNextJob)->Arg(10)->Arg(10'000);
+
+/// Of jobs of all sizes, none of which fits: each is looked at.
+void DecideWhichJobsStart(benchmark::State &state)
+{
+    Taskmill_StartQuestion question{
+        .Budget = {.Cores = 64, .MemoryMB = 64'000}, .CoresInUse = 63, .MemoryInUseMB = 1, .Queues = {}};
+    question.Queues.resize(2);
+    for (Taskmill_WaitingQueue &queue : question.Queues)
+        queue.MaxRunningJobs = 64;
+    for (int number = 0; number < state.range(0); ++number)
+        question.Queues[static_cast<std::size_t>(number % 2)].Waiting.push_back(
+            {.JobID = number + 1, .Cores = 2 + number % 30, .MemoryMB = number % 7 * 1000});
+    for ([[maybe_unused]] auto round : state)
+        benchmark::DoNotOptimize(Taskmill_DecideStarts(question));
+}
+BENCHMARK(DecideWhichJobsStart)->Arg(10)->Arg(10'000);
 } // namespace
 
 BENCHMARK_MAIN();

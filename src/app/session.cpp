@@ -127,6 +127,12 @@ void Taskmill_Session::StartConsole()
                                                    std::move(context), std::move(terminal));
     Taskmill_SetConsolePrinter(
         [console = m_console.get()](const QString &text) { console->Terminal().Post(text); });
+    QObject::connect(&m_manager.JobWatch(), &Taskmill_JobWatch::NoProgressSignal, m_console.get(),
+                     [console = m_console.get()](int jobID, const QString &name, int minutes) {
+                         console->Terminal().Post(
+                             u"\n<Taskmill> Job %1, %2: no progress for %3 min.\n\n"_s.arg(
+                                 QString::number(jobID), name, QString::number(minutes)));
+                     });
     if (m_options.NoEventLoop)
         m_console->RunSlot();
     else

@@ -2,6 +2,7 @@
 #include "console/consoleactions.h"
 
 #include "jobs/queuelessjobslist.h"
+#include "manager/budget.h"
 #include "manager/jobtext.h"
 #include "manager/listings.h"
 #include "manager/manager.h"
@@ -102,6 +103,24 @@ QString Taskmill_ConsoleActions::SetPaused(Taskmill_Destination queue, bool paus
                   : u"\n<Taskmill> The %1 is no longer paused.\n\n"_s.arg(listName);
 }
 
+QString Taskmill_ConsoleActions::PauseWhenEnded(Taskmill_Destination queue) const
+{
+    Taskmill_QueueOwner &owner = *m_context.Manager.Destinations().OwnerOf(queue);
+    return u"\n<Taskmill> "_s + owner.PauseWhenJobsHaveEnded() + u"\n\n"_s;
+}
+
+QString Taskmill_ConsoleActions::SetQuietHours(const QString &text) const
+{
+    const auto said = m_context.Manager.StartRules().SetQuietHoursFrom(text);
+    return u"\n<Taskmill> "_s + said.Problem + said.Text + u"\n\n"_s;
+}
+
+QString Taskmill_ConsoleActions::SetPriority(const QString &text) const
+{
+    const auto said = m_context.Manager.StartRules().SetPriorityFrom(text);
+    return u"\n<Taskmill> "_s + said.Problem + said.Text + u"\n\n"_s;
+}
+
 QString Taskmill_ConsoleActions::SetLimit(Taskmill_Destination queue, int maxRunningJobs) const
 {
     Taskmill_QueueOwner &owner = *m_context.Manager.Destinations().OwnerOf(queue);
@@ -109,6 +128,17 @@ QString Taskmill_ConsoleActions::SetLimit(Taskmill_Destination queue, int maxRun
         return u"\n<Taskmill> "_s + *problem + u"\n\n"_s;
     return u"\n<Taskmill> The %1 runs at most %2 jobs at a time.\n\n"_s.arg(owner.ListName(),
                                                                             QString::number(maxRunningJobs));
+}
+
+QString Taskmill_ConsoleActions::BudgetText() const
+{
+    return u"\n<Taskmill> "_s + Taskmill_BudgetText(m_context.Manager.Destinations().Budget()) + u"\n\n"_s;
+}
+
+QString Taskmill_ConsoleActions::SetBudget(const Taskmill_BudgetLimits &limits) const
+{
+    Taskmill_SetBudget(m_context.Manager.Destinations().Budget(), limits);
+    return BudgetText();
 }
 
 QString Taskmill_ConsoleActions::RunHeldJobs() const

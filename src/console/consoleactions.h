@@ -3,6 +3,7 @@
 
 #include "jobs/destination.h"
 #include "jobs/jobrecord.h"
+#include "jobs/startdecision.h"
 #include "manager/runningjobs.h"
 
 #include <functional>
@@ -48,7 +49,13 @@ public:
                                   Taskmill_Destination destination) const;
 
     [[nodiscard]] QString SetPaused(Taskmill_Destination queue, bool paused) const;
+    [[nodiscard]] QString PauseWhenEnded(Taskmill_Destination queue) const;
+    [[nodiscard]] QString SetQuietHours(const QString &text) const;
+    [[nodiscard]] QString SetPriority(const QString &text) const;
     [[nodiscard]] QString SetLimit(Taskmill_Destination queue, int maxRunningJobs) const;
+
+    [[nodiscard]] QString BudgetText() const;
+    [[nodiscard]] QString SetBudget(const Taskmill_BudgetLimits &limits) const;
 
     /// Whether anything is asked before the first prompt.
     [[nodiscard]] bool AsksAtStart() const { return m_context.AsksAtStart; }

@@ -8,6 +8,7 @@
 #include "console/consoleshell.h"
 #include "console/consoleterminal.h"
 #include "kilnutil/standardstreams.h"
+#include "manager/budget.h"
 #include "manager/exitdialogue.h"
 #include "manager/manager.h"
 
@@ -160,6 +161,33 @@ void Taskmill_ConsoleCommands::SetPaused(Taskmill_Destination queue, bool paused
     PrintFromMainThread([=](Taskmill_ConsoleActions &actions) { return actions.SetPaused(queue, paused); });
 }
 
+void Taskmill_ConsoleCommands::PauseWhenEnded(Taskmill_Destination queue)
+{
+    PrintFromMainThread([=](Taskmill_ConsoleActions &actions) { return actions.PauseWhenEnded(queue); });
+}
+
+void Taskmill_ConsoleCommands::ShowEstimate()
+{
+    PrintFromMainThread([](Taskmill_ConsoleActions &actions) {
+        QString text = u"\n"_s;
+        for (const Taskmill_QueueOwner *owner : actions.Destinations().All()) {
+            if (owner->Queue())
+                text += u"<Taskmill> "_s + owner->EstimateText() + u'\n';
+        }
+        return text + u'\n';
+    });
+}
+
+void Taskmill_ConsoleCommands::SetQuietHours(const QString &argument)
+{
+    PrintFromMainThread([&](Taskmill_ConsoleActions &actions) { return actions.SetQuietHours(argument); });
+}
+
+void Taskmill_ConsoleCommands::SetPriority(const QString &argument)
+{
+    PrintFromMainThread([&](Taskmill_ConsoleActions &actions) { return actions.SetPriority(argument); });
+}
+
 void Taskmill_ConsoleCommands::SetLimit(Taskmill_Destination queue, const QString &argument)
 {
     bool isNumber = false;
@@ -169,6 +197,21 @@ void Taskmill_ConsoleCommands::SetLimit(Taskmill_Destination queue, const QStrin
             std::numeric_limits<int>::max()));
     else
         PrintFromMainThread([=](Taskmill_ConsoleActions &actions) { return actions.SetLimit(queue, limit); });
+}
+
+void Taskmill_ConsoleCommands::ShowBudget()
+{
+    PrintFromMainThread([](Taskmill_ConsoleActions &actions) { return actions.BudgetText(); });
+}
+
+void Taskmill_ConsoleCommands::SetBudget(const QString &argument)
+{
+    if (const auto limits = Taskmill_BudgetFromText(argument))
+        PrintFromMainThread(
+            [limits](Taskmill_ConsoleActions &actions) { return actions.SetBudget(*limits); });
+    else
+        Print(u"\n<Taskmill> A budget is \"off\", \"cores N\", \"memory M\" or both, with numbers from 1 on; "
+              "memory is in megabytes.\n\n"_s);
 }
 
 std::optional<int> Taskmill_ConsoleCommands::JobNumber(const QString &argument)
@@ -209,6 +252,57 @@ void Taskmill_ConsoleCommands::KillJob(const QString &argument)
                u"\n<Taskmill> Job %1 was killed.\n\n"_s);
     else
         Print(u"\n<Taskmill> Job %1 does not run; it can be removed.\n\n"_s.arg(*jobID));
+}
+
+void Taskmill_ConsoleCommands::MoveJobs(const QString &argument)
+{
+    const QString word = argument.section(u' ', -1);
+    const std::optional<Taskmill_Move> move = Taskmill_MoveFromWord(word);
+    const QList<int> jobIDs = Taskmill_WaitingJobs::NumbersFromText(argument.chopped(word.size()));
+    if (!move || jobIDs.isEmpty())
+        Print(u"\n<Taskmill> move job needs the number of a job, and up, down, top or bottom.\n\n"_s);
+    else
+        ChangeWaiting([=](Taskmill_WaitingJobs &waiting) { return waiting.Move(jobIDs, *move); });
+}
+
+void Taskmill_ConsoleCommands::HoldJobs(const QString &argument)
+{
+    const auto part = [&argument](const QString &word) {
+        return argument.contains(word) ? argument.section(word, 1).trimmed() : QString{};
+    };
+    const QString until = part(u" until "_s);
+    const QString after = part(u" after "_s);
+    const QList<int> jobIDs = Taskmill_WaitingJobs::NumbersFromText(
+        argument.section(u" until "_s, 0, 0).section(u" after "_s, 0, 0));
+    bool isNumber = after.isEmpty();
+    const int other = isNumber ? 0 : after.toInt(&isNumber);
+    if (jobIDs.isEmpty() || !isNumber)
+        Print(u"\n<Taskmill> hold job needs the number of a job; until TIME or after N may follow.\n\n"_s);
+    else if (!until.isEmpty())
+        ChangeWaiting([=](Taskmill_WaitingJobs &waiting) { return waiting.NotBefore(jobIDs, until); });
+    else if (!after.isEmpty())
+        ChangeWaiting([=](Taskmill_WaitingJobs &waiting) { return waiting.After(jobIDs, other); });
+    else
+        ChangeWaiting([=](Taskmill_WaitingJobs &waiting) { return waiting.Hold(jobIDs); });
+}
+
+void Taskmill_ConsoleCommands::ReleaseJobs(const QString &argument)
+{
+    const QList<int> jobIDs = Taskmill_WaitingJobs::NumbersFromText(argument);
+    if (jobIDs.isEmpty())
+        Print(u"\n<Taskmill> release job needs the number of a job.\n\n"_s);
+    else
+        ChangeWaiting([=](Taskmill_WaitingJobs &waiting) { return waiting.Release(jobIDs); });
+}
+
+void Taskmill_ConsoleCommands::ChangeWaiting(
+    const std::function<Taskmill_WaitingJobs::Outcome(Taskmill_WaitingJobs &)> &change)
+{
+    PrintFromMainThread([&change](Taskmill_ConsoleActions &actions) {
+        Taskmill_WaitingJobs waiting{actions.Destinations()};
+        const Taskmill_WaitingJobs::Outcome outcome = change(waiting);
+        return u"\n<Taskmill> "_s + outcome.Problem + outcome.Text + u"\n\n"_s;
+    });
 }
 
 void Taskmill_ConsoleCommands::WaitForKill(int jobID)

@@ -6,6 +6,7 @@
 #include "manager/jobsgoon.h"
 #include "manager/removaldialogue.h"
 #include "manager/savedialogue.h"
+#include "manager/waitingjobs.h"
 
 #include <QString>
 
@@ -32,9 +33,19 @@ public:
     void AddJob(Taskmill_Destination destination);
     void AddJobToAskedQueue();
     void SetPaused(Taskmill_Destination queue, bool paused);
+    void PauseWhenEnded(Taskmill_Destination queue);
+    void ShowEstimate();
+    void SetQuietHours(const QString &argument);
+    void SetPriority(const QString &argument);
     void SetLimit(Taskmill_Destination queue, const QString &argument);
+    void ShowBudget();
+    void SetBudget(const QString &argument);
     void RemoveJob(const QString &argument);
     void KillJob(const QString &argument);
+    /// These take numbers of jobs, and behind them what is to be done.
+    void MoveJobs(const QString &argument);
+    void HoldJobs(const QString &argument);
+    void ReleaseJobs(const QString &argument);
     void ShowJob(const QString &argument);
     void FollowJob(const QString &argument);
     void RunHeldJobs();
@@ -60,6 +71,9 @@ private:
     [[nodiscard]] QString AskForInputFile();
     /// Of a waiting or running job; nothing, and a line says so, when there is none.
     [[nodiscard]] std::optional<int> JobNumber(const QString &argument);
+    /// Says what has become of the jobs.
+    void
+    ChangeWaiting(const std::function<Taskmill_WaitingJobs::Outcome(Taskmill_WaitingJobs &waiting)> &change);
     /// Until nothing is left of a job that is being killed, or some of it withstands.
     void WaitForKill(int jobID);
     void EndJob(int jobID, Taskmill_RemovalDialogue::Begin begin, const QString &doneText);

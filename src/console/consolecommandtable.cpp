@@ -120,6 +120,20 @@ const QList<Taskmill_ConsoleCommand> &All()
          [](Commands &commands, const QString &argument) {
              commands.KillJob(argument);
          }},
+        {"move job"_L1, "N up|down|top|bottom"_L1,
+         "Move waiting job N in its queue; N may be several: 3,5"_L1,
+         [](Commands &commands, const QString &argument) {
+             commands.MoveJobs(argument);
+         }},
+        {"hold job"_L1, "N"_L1,
+         "Hold waiting job N: it is not started; N until TIME and N after M hold it so long"_L1,
+         [](Commands &commands, const QString &argument) {
+             commands.HoldJobs(argument);
+         }},
+        {"release job"_L1, "N"_L1, "Let waiting job N start when its turn comes"_L1,
+         [](Commands &commands, const QString &argument) {
+             commands.ReleaseJobs(argument);
+         }},
         {"run held jobs"_L1,
          {},
          "Run the held jobs, which ran when the project was closed or saved"_L1,
@@ -136,6 +150,12 @@ const QList<Taskmill_ConsoleCommand> &All()
          [](Commands &commands, const QString &) {
              commands.SetPaused(Destination::Long, true);
          }},
+        {"pause long jobs when ended"_L1,
+         {},
+         "Pause the Long Jobs Queue when the jobs in it have ended"_L1,
+         [](Commands &commands, const QString &) {
+             commands.PauseWhenEnded(Destination::Long);
+         }},
         {"unpause long jobs"_L1,
          {},
          "Start jobs of the Long Jobs Queue again"_L1,
@@ -147,6 +167,12 @@ const QList<Taskmill_ConsoleCommand> &All()
          "Start no more jobs of the Short Jobs Queue"_L1,
          [](Commands &commands, const QString &) {
              commands.SetPaused(Destination::Short, true);
+         }},
+        {"pause short jobs when ended"_L1,
+         {},
+         "Pause the Short Jobs Queue when the jobs in it have ended"_L1,
+         [](Commands &commands, const QString &) {
+             commands.PauseWhenEnded(Destination::Short);
          }},
         {"unpause short jobs"_L1,
          {},
@@ -161,6 +187,32 @@ const QList<Taskmill_ConsoleCommand> &All()
         {"set short limit"_L1, "N"_L1, "Run at most N jobs of the Short Jobs Queue at a time"_L1,
          [](Commands &commands, const QString &argument) {
              commands.SetLimit(Destination::Short, argument);
+         }},
+        {"show estimate"_L1,
+         {},
+         "Show when the queues will probably have done their jobs"_L1,
+         [](Commands &commands, const QString &) {
+             commands.ShowEstimate();
+         }},
+        {"set quiet hours"_L1, "HOURS"_L1,
+         "Start no jobs of the queues in these hours, such as 22:00-06:30, or off"_L1,
+         [](Commands &commands, const QString &argument) {
+             commands.SetQuietHours(argument);
+         }},
+        {"set job priority"_L1, "low|normal"_L1, "Priority of the jobs that start from now on"_L1,
+         [](Commands &commands, const QString &argument) {
+             commands.SetPriority(argument);
+         }},
+        {"show budget"_L1,
+         {},
+         "Show what all running jobs may take together, and what they take"_L1,
+         [](Commands &commands, const QString &) {
+             commands.ShowBudget();
+         }},
+        {"set budget"_L1, "cores N memory M"_L1,
+         "Start jobs of both queues only into N cores and M megabytes; off for no budget"_L1,
+         [](Commands &commands, const QString &argument) {
+             commands.SetBudget(argument);
          }},
         {"save"_L1,
          {},

@@ -93,12 +93,86 @@ Lines RemoveLines(const Options &options)
     return lines;
 }
 
+/// The line of the numbers; the last so many arguments are something else.
+Lines JobsLine(const Options &options, std::size_t others)
+{
+    std::string line{Taskmill_WireJobNumbers};
+    for (std::size_t place = 0; place + others < options.Positional().size(); ++place) {
+        const Lines job = Taskmill_JobNumberLine(options.Positional()[place]);
+        if (!job)
+            return job;
+        line.append(place == 0 ? "" : ",").append(options.Positional()[place]);
+    }
+    return line + '\n';
+}
+
+Lines MoveLines(const Options &options)
+{
+    const Lines move =
+        WordLine(Taskmill_WireMove, options.Positional().back(), {"up", "down", "top", "bottom"});
+    const Lines jobs = move ? JobsLine(options, 1) : move;
+    return jobs ? Lines{*jobs + *move} : jobs;
+}
+
+Lines HoldLines(const Options &options)
+{
+    const Lines conditions = Taskmill_ConditionLines(options);
+    const Lines jobs = conditions ? JobsLine(options, 0) : conditions;
+    return jobs ? Lines{*jobs + *conditions} : jobs;
+}
+
+Lines ReleaseLines(const Options &options)
+{
+    return JobsLine(options, 0);
+}
+
+Lines PauseLines(const Options &options)
+{
+    Lines lines = QueueLine(options);
+    if (lines && options.IsSet("when-ended"))
+        lines->append(Taskmill_WirePauseLater).append("\n");
+    return lines;
+}
+
+Lines QuietLines(const Options &options)
+{
+    const std::string &hours = options.Positional().front();
+    if (hours.find_first_not_of("0123456789:-of") != std::string::npos)
+        return WrongUsage("quiet hours are two times, such as 22:00-06:30, or off: " + hours);
+    return std::string{Taskmill_WireQuietHours} + hours + '\n';
+}
+
+Lines PriorityLines(const Options &options)
+{
+    return WordLine(Taskmill_WireJobPriority, options.Positional().front(), {"low", "normal"});
+}
+
 Lines LimitLines(const Options &options)
 {
     const Lines queue = QueueLine(options);
     const Lines limit =
         queue ? NumberLine(Taskmill_WireQueueLimit, options.Positional()[1], 1, "a limit") : std::nullopt;
     return limit ? Lines{*queue + *limit} : std::nullopt;
+}
+
+/// The manager reads it; that it cannot be read is said here, too, as wrong usage.
+Lines BudgetLines(const Options &options)
+{
+    const std::vector<std::string> &words = options.Positional();
+    if (words.empty())
+        return std::string{};
+    std::string text;
+    for (std::size_t at = 0; at < words.size(); ++at) {
+        const bool isNumber = at % 2 == 1;
+        const Lines line = isNumber ? NumberLine({}, words[at], 1, "a budget")
+                                    : WordLine({}, words[at], {"off", "cores", "memory"});
+        if (!line)
+            return line;
+        text += (text.empty() ? "" : " ") + words[at];
+    }
+    if (words.size() % 2 != (words.front() == "off" ? 1U : 0U))
+        return WrongUsage("a budget is off, cores N, memory M or both: " + text);
+    return std::string{Taskmill_WireBudget} + text + '\n';
 }
 
 Lines SaveLines(const Options &options)
@@ -136,9 +210,16 @@ constexpr std::array commands{
     Command{"job", "showjob", "", JobLine},
     Command{"kill", "killjob", "", JobLine},
     Command{"remove", "removejob", "running", RemoveLines},
-    Command{"pause", "pausequeue", "", QueueLine},
+    Command{"move", "movejob", "", MoveLines},
+    Command{"hold", "holdjob", "not-before after", HoldLines},
+    Command{"release", "releasejob", "", ReleaseLines},
+    Command{"pause", "pausequeue", "when-ended", PauseLines},
+    Command{"estimate", "estimatequeue", "", QueueLine},
+    Command{"quiet", "setquiethours", "", QuietLines},
+    Command{"priority", "setpriority", "", PriorityLines},
     Command{"unpause", "unpausequeue", "", QueueLine},
     Command{"limit", "limitqueue", "", LimitLines},
+    Command{"budget", "budget", "", BudgetLines},
     Command{"save", "saveproject", "force", SaveLines},
     Command{"types", "listjobtypes", "project", NoLines},
     Command{"quit", "quit", "force keep", QuitLines},
@@ -158,7 +239,10 @@ bool Taskmill_IsManagerCommand(std::string_view name)
 
 std::vector<Taskmill_CtlOption> Taskmill_ManagerCommandOptions(std::string_view name)
 {
-    const std::array<Taskmill_CtlOption, 5> known{{
+    const std::array<Taskmill_CtlOption, 8> known{{
+        {"when-ended", "", "Pause it when the jobs that are in it now have ended."},
+        Taskmill_NotBeforeOption(),
+        Taskmill_AfterOption(),
         {"since", "N", "Only jobs with a number beyond N."},
         {"running", "", "Remove the job also when it runs, which kills it."},
         {"force", "",
@@ -210,6 +294,36 @@ Taskmill_CtlStatus Taskmill_ManagerCommand(std::string_view name, const Taskmill
     }
     Taskmill_CtlPlatform::Write(stdout, answer->substr(std::min(end + 1, answer->size())));
     return Taskmill_CtlStatus::Success;
+}
+
+Taskmill_CtlOption Taskmill_NotBeforeOption()
+{
+    return {"not-before", "TIME",
+            "Start no job before: \"2031-12-24 18:30\", 18:30 for the next such time, +90m, +2h or +1d."};
+}
+
+Taskmill_CtlOption Taskmill_AfterOption()
+{
+    return {"after", "N", "Start no job before job N has ended well."};
+}
+
+std::optional<std::string> Taskmill_ConditionLines(const Taskmill_CtlOptions &options)
+{
+    std::string lines;
+    if (options.IsSet("not-before")) {
+        const std::string time = options.Value("not-before");
+        const bool isText = !time.empty() && time.find('\n') == std::string::npos && Taskmill_IsUtf8(time);
+        if (!isText)
+            return WrongUsage("--not-before needs a time: " + time);
+        lines += std::string{Taskmill_WireNotBefore} + time + '\n';
+    }
+    if (options.IsSet("after")) {
+        const Lines after = NumberLine(Taskmill_WireAfterJob, options.Value("after"), 1, "--after");
+        if (!after)
+            return after;
+        lines += *after;
+    }
+    return lines;
 }
 
 std::optional<std::string> Taskmill_JobNumberLine(const std::string &number)

@@ -2,6 +2,7 @@
 #include "ctl/submitoptions.h"
 
 #include "ctl/filename.h"
+#include "ctl/managercommands.h"
 #include "ctl/options.h"
 #include "ctl/output.h"
 #include "ctl/platform.h"
@@ -26,6 +27,12 @@ struct TextOption
 constexpr std::array textOptions{
     TextOption{"type", "jobtypename", "Name of the job type; without it the file's extension decides."},
     TextOption{"name", "jobname", "Name of the job instead of the file's name."},
+};
+
+/// What the job takes, in place of what its input says.
+constexpr std::array numberOptions{
+    TextOption{"cores", "jobcores", "Cores that the job takes, where its input says something else."},
+    TextOption{"memory", "jobmemory", "Memory that the job takes, in MB of 2^20 bytes, the same."},
 };
 
 struct FileOption
@@ -79,8 +86,8 @@ public:
         m_options.Raw = m_given.IsSet("raw");
         m_options.Result = m_given.IsSet("result");
         m_options.Confirm = m_given.IsSet("confirm");
-        return ReadTimeout() && ReadInputFiles() && ReadTexts() && ReadQueue() && ReadFiles() &&
-               ReadPlaceholders();
+        return ReadTimeout() && ReadInputFiles() && ReadTexts() && ReadNumbers() && ReadQueue() &&
+               ReadFiles() && ReadPlaceholders();
     }
 
     Taskmill_SubmitOptions m_options;
@@ -167,6 +174,22 @@ private:
         return true;
     }
 
+    bool ReadNumbers()
+    {
+        for (const TextOption &option : numberOptions) {
+            if (!m_given.IsSet(option.name))
+                continue;
+            const std::string text = m_given.Value(option.name);
+            int number = 0;
+            const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+            if (error != std::errc{} || stop != text.data() + text.size() || number < 1)
+                return Fail("--" + std::string{option.name} + " needs a number from 1 on: " + text);
+            if (!AddLine(option.key, text))
+                return false;
+        }
+        return true;
+    }
+
     bool ReadQueue()
     {
         if (!m_given.IsSet("queue"))
@@ -217,14 +240,18 @@ private:
 std::vector<Taskmill_CtlOption> Taskmill_SubmitOptions::Options()
 {
     std::vector<Taskmill_CtlOption> options;
-    options.reserve(textOptions.size() + fileOptions.size() + 8);
+    options.reserve(textOptions.size() + numberOptions.size() + fileOptions.size() + 10);
     for (const TextOption &option : textOptions)
         options.push_back({std::string{option.name}, "NAME", std::string{option.description}});
     options.push_back({"queue", "QUEUE", "Queue of the job: long, short, queueless (or none) or auto."});
+    for (const TextOption &option : numberOptions)
+        options.push_back({std::string{option.name}, "N", std::string{option.description}});
     for (const FileOption &option : fileOptions)
         options.push_back({std::string{option.name}, "FILE", std::string{option.description}});
     options.push_back({"set", "@NAME=VALUE",
                        "Value of a placeholder of the job type, such as @NPROCS=4. May be repeated."});
+    options.push_back(Taskmill_NotBeforeOption());
+    options.push_back(Taskmill_AfterOption());
     options.push_back({"confirm", "", "Let the user of the manager's window confirm the job."});
     options.push_back({"wait", "", "Wait until the jobs have ended and print how each of them has."});
     options.push_back({"result", "", "With --wait, print what the calculation of each job came to, too."});
@@ -236,9 +263,14 @@ std::vector<Taskmill_CtlOption> Taskmill_SubmitOptions::Options()
 
 std::optional<Taskmill_SubmitOptions> Taskmill_SubmitOptions::Read(const Taskmill_CtlOptions &options)
 {
+    const std::optional<std::string> conditions = Taskmill_ConditionLines(options);
+    if (!conditions)
+        return std::nullopt;
     Reader reader{options};
-    if (reader.Read())
+    if (reader.Read()) {
+        reader.m_options.Lines += *conditions;
         return std::move(reader.m_options);
+    }
     Taskmill_PrintError(reader.m_error);
     return std::nullopt;
 }

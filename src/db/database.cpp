@@ -436,6 +436,48 @@ bool Taskmill_Database::SetFinishedJobResult(qint32 jobID, const Taskmill_JobRes
     return m_addedFields.SetResultOfJob(jobID, result);
 }
 
+QList<qint64> Taskmill_Database::GetTimesOfFinishedJobs(qint32 jobTypeID)
+{
+    QList<qint64> seconds;
+    if (!Open())
+        return seconds;
+    // The index on the type holds the keys in their order.
+    QSqlQuery query{Connection()};
+    query.setForwardOnly(true);
+    if (!query.exec(u"SELECT Status, Started, Finished FROM FinishedJobs WHERE JobTypeID = %1 "
+                    "ORDER BY FinishedJobID DESC LIMIT 100"_s.arg(jobTypeID)))
+        return seconds;
+    while (query.next()) {
+        const auto started = Taskmill_JobTime::FromIsoText(query.value(1).toString());
+        const auto finished = Taskmill_JobTime::FromIsoText(query.value(2).toString());
+        const bool isCompleted =
+            Taskmill_JobStatusFromText(query.value(0).toString()) == Taskmill_JobStatus::Completed;
+        if (isCompleted && started.isValid() && finished >= started)
+            seconds.append(finished.SecondsSince(started));
+    }
+    return seconds;
+}
+
+bool Taskmill_Database::SetInputHashes(const QHash<qint32, QString> &hashes)
+{
+    return Open() && Untracked([&] {
+               return std::all_of(hashes.keyValueBegin(), hashes.keyValueEnd(), [this](const auto &entry) {
+                   return AddedFields().SetOne(Connection(), Taskmill_FieldOwner::Job, entry.first,
+                                               Taskmill_InputHashField, entry.second);
+               });
+           });
+}
+
+bool Taskmill_Database::SetFieldsOfWaitingJobs(const QList<Taskmill_JobRecord> &jobs)
+{
+    return Open() && InTransaction([&] {
+               return std::ranges::all_of(jobs, [this](const Taskmill_JobRecord &job) {
+                   return AddedFields().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID,
+                                            Taskmill_FieldsOfJob(job));
+               });
+           });
+}
+
 std::unique_ptr<Taskmill_FinishedJobReader>
 Taskmill_Database::MakeFinishedJobReader(const Taskmill_FinishedJobReading &reading)
 {

@@ -136,8 +136,9 @@ public:
     /// By the table's own keys, which are in rising order.
     bool DeleteFinishedRows(const QList<qint64> &keys);
 
-    /// All rows in table order. A row whose job type was deleted gets a type without a name, made of what the
-    /// row itself says. Finished jobs have the program and the command line that ran.
+    /// All rows in table order, those of a queue whose jobs were moved in their order. A row whose job type
+    /// was deleted gets a type without a name, made of what the row itself says. Finished jobs have the
+    /// program and the command line that ran.
     [[nodiscard]] QList<Taskmill_JobRecord> GetLongJobs();
     [[nodiscard]] QList<Taskmill_JobRecord> GetShortJobs();
     [[nodiscard]] QList<Taskmill_JobRecord> GetQueuelessJobs();
@@ -158,9 +159,15 @@ public:
     bool SetFinishedJobOutput(qint64 key, const QString &output);
     /// By job number; belongs to a transaction, too.
     bool SetFinishedJobResult(qint32 jobID, const Taskmill_JobResult &result);
+    /// How long the last hundred jobs of that type took, in s, those of them that have completed.
+    [[nodiscard]] QList<qint64> GetTimesOfFinishedJobs(qint32 jobTypeID);
     /// What reads many of them, with these columns or, when none is named, all but the output.
     [[nodiscard]] std::unique_ptr<Taskmill_FinishedJobReader>
     MakeFinishedJobReader(const Taskmill_FinishedJobReading &reading = {});
+    /// Stores what the inputs of waiting jobs had, of each number, which is no change of the user's.
+    bool SetInputHashes(const QHash<qint32, QString> &hashes);
+    /// Writes what no table has a column for, of jobs that wait, as one change.
+    bool SetFieldsOfWaitingJobs(const QList<Taskmill_JobRecord> &jobs);
     /// What no table has a column for, of these jobs: numbers with commas, or a statement; all by default.
     [[nodiscard]] QHash<qint32, Taskmill_AddedFields::Fields>
     GetAddedFieldsOfJobs(const QString &jobIDs = QStringLiteral("SELECT OwnerID FROM AddedFields"));

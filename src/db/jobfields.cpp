@@ -26,9 +26,54 @@ constexpr std::array fileFields{
 /// front of its own name.
 constexpr auto placeholderPrefix = "Placeholder "_L1;
 constexpr int placeholderDigits = 3;
+constexpr auto placeField = "Place"_L1;
+constexpr auto heldField = "Held"_L1;
+constexpr auto notBeforeField = "NotBefore"_L1;
+constexpr auto afterJobField = "AfterJob"_L1;
+constexpr auto inputChangedField = "InputChanged"_L1;
 constexpr auto clientResultField = "ClientResult"_L1;
 /// Everything that the output said, as JSON.
 constexpr auto resultDetailsField = "ResultDetails"_L1;
+
+struct NeedsFields
+{
+    Taskmill_JobNeeds Taskmill_JobRecord::*needs;
+    QLatin1StringView cores;
+    QLatin1StringView memory; ///< in units of 2^20 bytes
+};
+
+constexpr std::array needsFields{
+    NeedsFields{&Taskmill_JobRecord::AskedNeeds, "AskedCores"_L1, "AskedMemoryMB"_L1},
+    NeedsFields{&Taskmill_JobRecord::InputNeeds, "InputCores"_L1, "InputMemoryMB"_L1},
+};
+constexpr auto inputCheckpointField = "InputCheckpoint"_L1;
+constexpr auto inputScratchField = "InputScratch"_L1;
+
+void AddNeeds(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields &fields)
+{
+    for (const NeedsFields &field : needsFields) {
+        const Taskmill_JobNeeds &needs = job.*field.needs;
+        if (needs.Cores)
+            fields.insert(field.cores, QString::number(*needs.Cores));
+        if (needs.MemoryMB)
+            fields.insert(field.memory, QString::number(*needs.MemoryMB));
+    }
+    if (!job.InputNeeds.Checkpoint.isEmpty())
+        fields.insert(inputCheckpointField, job.InputNeeds.Checkpoint);
+    if (!job.InputNeeds.Scratch.isEmpty())
+        fields.insert(inputScratchField, job.InputNeeds.Scratch);
+}
+
+void SetNeeds(Taskmill_JobRecord &job, const Taskmill_AddedFields::Fields &fields)
+{
+    for (const NeedsFields &field : needsFields) {
+        Taskmill_JobNeeds &needs = job.*field.needs;
+        needs.Cores = Taskmill_CoresFromText(fields.value(field.cores));
+        needs.MemoryMB = Taskmill_MemoryFromText(fields.value(field.memory));
+    }
+    job.InputNeeds.Checkpoint = fields.value(inputCheckpointField);
+    job.InputNeeds.Scratch = fields.value(inputScratchField);
+}
 
 struct MeasureField
 {
@@ -40,6 +85,35 @@ constexpr std::array measureFields{
     MeasureField{Taskmill_ProcessorTimeField, &Taskmill_JobRecord::ProcessorMs},
     MeasureField{Taskmill_PeakMemoryField, &Taskmill_JobRecord::PeakMemoryKB},
 };
+
+/// What a job that waits has besides, and one that runs, as it may wait again.
+void AddFieldsOfWaiting(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields &fields)
+{
+    if (!job.Run.isEmpty())
+        fields.insert(Taskmill_RunField, job.Run);
+    if (!job.InputHash.isEmpty())
+        fields.insert(Taskmill_InputHashField, job.InputHash);
+    if (job.Place)
+        fields.insert(placeField, QString::number(*job.Place));
+    if (job.Conditions.IsHeld)
+        fields.insert(heldField, u"yes"_s);
+    if (job.Conditions.NotBefore.isValid())
+        fields.insert(notBeforeField, job.Conditions.NotBefore.IsoText());
+    if (job.Conditions.AfterJobID != 0)
+        fields.insert(afterJobField, QString::number(job.Conditions.AfterJobID));
+}
+
+void SetFieldsOfWaiting(Taskmill_JobRecord &job, const Taskmill_AddedFields::Fields &fields)
+{
+    job.Run = fields.value(Taskmill_RunField);
+    job.InputHash = fields.value(Taskmill_InputHashField);
+    bool isNumber = false;
+    if (const qint64 place = fields.value(placeField).toLongLong(&isNumber); isNumber)
+        job.Place = place;
+    job.Conditions = {.IsHeld = fields.value(heldField) == "yes"_L1,
+                      .NotBefore = Taskmill_JobTime::FromIsoText(fields.value(notBeforeField)),
+                      .AfterJobID = fields.value(afterJobField).toInt()};
+}
 
 /// What a finished job has besides.
 void AddFieldsOfEnd(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields &fields)
@@ -91,12 +165,15 @@ Taskmill_AddedFields::Fields Taskmill_FieldsOfJob(const Taskmill_JobRecord &job)
     }
     if (!job.OutputFile.isEmpty() && job.OutputFile == job.DerivedOutputFile())
         fields.remove(u"OutputFile"_s);
-    if (!job.Run.isEmpty() && !job.IsFinished())
-        fields.insert(Taskmill_RunField, job.Run);
+    AddNeeds(job, fields);
+    if (job.InputHasChanged)
+        fields.insert(inputChangedField, u"yes"_s);
     if (job.ClientResult)
         fields.insert(clientResultField, u"yes"_s);
     if (job.IsFinished())
         AddFieldsOfEnd(job, fields);
+    else
+        AddFieldsOfWaiting(job, fields);
     int number = 0;
     for (const auto &[name, value] : job.PlaceholderValues)
         fields.insert(placeholderPrefix + u"%1 "_s.arg(++number, placeholderDigits, 10, QChar{u'0'}) + name,
@@ -110,9 +187,11 @@ void Taskmill_SetFieldsOfJob(Taskmill_JobRecord &job, const Taskmill_AddedFields
         if (const QString text = fields.value(field.name); !text.isEmpty())
             job.*field.text = text;
     }
+    SetNeeds(job, fields);
     job.ClientResult = fields.value(clientResultField) == "yes"_L1;
+    job.InputHasChanged = fields.value(inputChangedField) == "yes"_L1;
     if (!job.IsFinished())
-        job.Run = fields.value(Taskmill_RunField);
+        SetFieldsOfWaiting(job, fields);
     else
         SetFieldsOfEnd(job, fields);
     constexpr qsizetype nameBegin = placeholderPrefix.size() + placeholderDigits + 1;

@@ -9,6 +9,7 @@ struct Taskmill_JobResult;
 /// The fields that jobs are found and sorted by. The first is the verdict alone.
 inline constexpr QLatin1StringView Taskmill_ResultField{"Result"};
 inline constexpr QLatin1StringView Taskmill_RunField{"Run"};
+inline constexpr QLatin1StringView Taskmill_InputHashField{"InputHash"};
 inline constexpr QLatin1StringView Taskmill_ExitCodeField{"ExitCode"};
 inline constexpr QLatin1StringView Taskmill_ProcessorTimeField{"ProcessorMs"};
 inline constexpr QLatin1StringView Taskmill_PeakMemoryField{"PeakMemoryKB"};

@@ -3,6 +3,7 @@
 
 #include "db/addedfields.h"
 #include "db/recordfields.h"
+#include "jobs/jobneeds.h"
 
 #include <QSqlRecord>
 
@@ -12,11 +13,39 @@ using namespace Qt::Literals::StringLiterals;
 
 static const QString graceField = u"KillGrace"_s; // in seconds
 
+static const QString timeLimitField = u"TimeLimit"_s; // in minutes, as the next one
+static const QString noProgressField = u"NoProgress"_s;
+static const QString coresField = u"Cores"_s;
+static const QString memoryField = u"MemoryMB"_s; // in units of 2^20 bytes, as the next one
+static const QString freeSpaceField = u"LeastFreeMB"_s;
+static const QString changedInputField = u"ChangedInput"_s;
+static const QString holdWord = u"hold"_s;
+
 static Taskmill_AddedFields::Fields FieldsOf(const Taskmill_JobType &jobType)
 {
-    if (jobType.KillGraceSeconds == Taskmill_JobType::DefaultKillGrace)
-        return {};
-    return {{graceField, QString::number(jobType.KillGraceSeconds)}};
+    Taskmill_AddedFields::Fields fields;
+    if (jobType.KillGraceSeconds != Taskmill_JobType::DefaultKillGrace)
+        fields.insert(graceField, QString::number(jobType.KillGraceSeconds));
+    if (jobType.Cores > 0)
+        fields.insert(coresField, QString::number(jobType.Cores));
+    if (jobType.MemoryMB > 0)
+        fields.insert(memoryField, QString::number(jobType.MemoryMB));
+    if (jobType.LeastFreeMB > 0)
+        fields.insert(freeSpaceField, QString::number(jobType.LeastFreeMB));
+    if (jobType.HoldsChangedInput)
+        fields.insert(changedInputField, holdWord);
+    if (jobType.TimeLimitMinutes > 0)
+        fields.insert(timeLimitField, QString::number(jobType.TimeLimitMinutes));
+    if (jobType.NoProgressMinutes > 0)
+        fields.insert(noProgressField, QString::number(jobType.NoProgressMinutes));
+    return fields;
+}
+
+/// Minutes of such a field; 0 where it is none.
+static qint32 MinutesOf(const QString &text)
+{
+    const qint32 minutes = text.toInt();
+    return minutes > 0 && minutes <= Taskmill_JobType::LongestMinutes ? minutes : 0;
 }
 
 static void SetFields(Taskmill_JobType &jobType, const Taskmill_AddedFields::Fields &fields)
@@ -25,6 +54,12 @@ static void SetFields(Taskmill_JobType &jobType, const Taskmill_AddedFields::Fie
     const qint32 grace = fields.value(graceField).toInt(&isNumber);
     if (isNumber && grace >= 0 && grace <= Taskmill_JobType::LongestKillGrace)
         jobType.KillGraceSeconds = grace;
+    jobType.TimeLimitMinutes = MinutesOf(fields.value(timeLimitField));
+    jobType.NoProgressMinutes = MinutesOf(fields.value(noProgressField));
+    jobType.Cores = Taskmill_CoresFromText(fields.value(coresField)).value_or(0);
+    jobType.MemoryMB = Taskmill_MemoryFromText(fields.value(memoryField)).value_or(0);
+    jobType.LeastFreeMB = Taskmill_MemoryFromText(fields.value(freeSpaceField)).value_or(0);
+    jobType.HoldsChangedInput = fields.value(changedInputField) == holdWord;
 }
 
 static Taskmill_JobType JobTypeFromRecord(const QSqlRecord &record)

@@ -15,6 +15,7 @@ public:
     bool Delete(qint32 jobID);
     /// Inside a transaction: the job runs from now on. Nothing for a job that the table does not hold.
     bool RecordStart(qint32 jobID);
+    /// In the order of the table; see Taskmill_InWaitingOrder().
     [[nodiscard]] QList<Taskmill_JobRecord> GetAll();
     /// Inside a transaction: gives the rows the numbers of these jobs, which are those of GetAll(), in its
     /// order.

@@ -38,5 +38,9 @@ struct Taskmill_Program
 /// All programs, in the order in which an input is compared with them.
 [[nodiscard]] std::span<const Taskmill_Program *const> Taskmill_Programs();
 
+/// What a call of a program asks for that is told so by its command line; the first word is the program.
+/// Definitions NAME=VALUE may stand in lines before it.
+[[nodiscard]] Taskmill_ProgramNeeds Taskmill_ReadCommandLineNeeds(std::string_view text);
+
 /// What the input asks for. `fileName` may have a path; only its ending is looked at.
 [[nodiscard]] Taskmill_ProgramNeeds Taskmill_ReadNeeds(std::string_view text, std::string_view fileName);

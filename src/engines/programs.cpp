@@ -41,6 +41,17 @@ void Taskmill_ProgramNeeds::RaiseMemory(std::optional<double> megabytes)
     MemoryMB = std::max(MemoryMB, megabytes);
 }
 
+Taskmill_ProgramNeeds Taskmill_ReadCommandLineNeeds(std::string_view text)
+{
+    const Taskmill_InputText input{text, {}};
+    Taskmill_ProgramNeeds needs;
+    if (!Taskmill_XtbProgram.IsInput(input))
+        return needs;
+    needs.Program = Taskmill_XtbProgram.Name;
+    Taskmill_XtbProgram.ReadNeeds(input, needs);
+    return needs;
+}
+
 Taskmill_ProgramNeeds Taskmill_ReadNeeds(std::string_view text, std::string_view fileName)
 {
     const Taskmill_InputText input{text, fileName};

@@ -46,9 +46,22 @@ qint64 Taskmill_Job::ProcessID() const
     return m_process ? m_process->ProcessID() : 0;
 }
 
+void Taskmill_Job::SetWaitReason(const Taskmill_WaitReason &reason)
+{
+    const QString ofFiles = std::exchange(m_record.WaitReason, reason).OfFiles;
+    m_record.WaitReason.OfFiles = ofFiles;
+}
+
+void Taskmill_Job::SetReasonOfFiles(const QString &reason)
+{
+    m_isHeldForFiles = !reason.isEmpty();
+    m_record.WaitReason.OfFiles = reason;
+}
+
 bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
 {
     m_record.SetStatus(Taskmill_JobStatus::Running, true);
+    m_record.WaitReason = {};
     if (std::exchange(m_isStartPutOff, false))
         m_record.StdOutAndStdErr.clear();
     if (m_record.JobType.IsEmpty()) {
@@ -149,8 +162,15 @@ void Taskmill_Job::MakeProcess(const Taskmill_LaunchPlan &plan, const QString &s
     if (!m_record.StandardOutputFile.isEmpty())
         m_process->SetStandardOutputFilePath(m_record.StandardOutputFile);
     m_process->SetWorkingDirectory(WorkingDirectory());
+    m_process->SetLowPriority(m_hasLowPriority);
     m_process->SetProgramText(plan.Program);
     m_process->SetArgumentText(plan.Arguments);
+}
+
+void Taskmill_Job::Say(const QString &line)
+{
+    if (m_process)
+        m_process->Say(u"\n"_s + line + u'\n');
 }
 
 void Taskmill_Job::UseNewProcess()

@@ -42,9 +42,37 @@ public:
     /// Whether the job waits for the user's word although nothing else keeps it from running.
     [[nodiscard]] bool IsHeld() const { return m_held; }
     void SetHeld(bool held) { m_held = held; }
+    /// Whether nothing but its turn keeps a waiting job from being started; see Taskmill_StartJudge.
+    [[nodiscard]] bool MayStart() const { return WaitsForTurn() && !m_isHeldForFiles; }
+    /// The same, but for its files.
+    [[nodiscard]] bool WaitsForTurn() const { return !m_held && m_mayStart; }
+    void SetMayStart(bool mayStart) { m_mayStart = mayStart; }
+    /// Of a waiting job.
+    void SetOrderNumber(qint64 number) { m_record.Place = number; }
+    void SetConditions(const Taskmill_StartConditions &conditions) { m_record.Conditions = conditions; }
     /// Whether it runs already, where this program does not reach it: it must not be started here.
     [[nodiscard]] bool RunsElsewhere() const { return m_runsElsewhere; }
     void SetRunsElsewhere() { m_runsElsewhere = true; }
+
+    /// Why the job waits, for people; of a job that waits.
+    void SetWaitReason(const Taskmill_WaitReason &reason);
+
+    /// What its files have against a start, as Taskmill_StartChecker has found; an empty reason for nothing.
+    void SetReasonOfFiles(const QString &reason);
+    /// Without a word, as long as that is not known.
+    void SetHeldForFiles(bool isHeld) { m_isHeldForFiles = isHeld; }
+    [[nodiscard]] bool IsHeldForFiles() const { return m_isHeldForFiles; }
+    /// It is another job that writes one of them.
+    void SetHeldForWriter(bool isHeld) { m_isHeldForWriter = isHeld; }
+    [[nodiscard]] bool IsHeldForWriter() const { return m_isHeldForFiles && m_isHeldForWriter; }
+    /// The user wants it to start all the same.
+    void SetIgnoresFiles() { m_ignoresFiles = true; }
+    [[nodiscard]] bool IgnoresFiles() const { return m_ignoresFiles; }
+    /// The files that nobody else may write while it runs; see Taskmill_FileFacts::Written.
+    void SetWrittenFiles(const QStringList &files) { m_writtenFiles = files; }
+    [[nodiscard]] const QStringList &WrittenFiles() const { return m_writtenFiles; }
+    void SetInputHash(const QString &hash) { m_record.InputHash = hash; }
+    void SetInputHasChanged() { m_record.InputHasChanged = true; }
 
     /// The live process; nullptr when the job does not run.
     [[nodiscard]] KilnUtil_Process *Process() const { return m_process; }
@@ -57,6 +85,10 @@ public:
     /// One for which the system has too little of something is put off, see StartPutOffSignal().
     /// The keepers, if the job is to have one, outlive it.
     bool Start(KilnUtil_RunKeepers *keepers = nullptr);
+    /// To be called before the start.
+    void SetLowPriority(bool isLow) { m_hasLowPriority = isLow; }
+    /// Adds a line to the output of a job that runs.
+    void Say(const QString &line);
     /// In place of the start of a job whose run was found again, and is Here: it is Running until the end of
     /// that run, which may have come already.
     void TakeOver(KilnUtil_FoundRun run);
@@ -112,6 +144,12 @@ private:
     Taskmill_JobRecord m_record;
     KilnUtil_Process *m_process = nullptr; ///< owned
     bool m_held = false;
+    bool m_mayStart = true;
+    bool m_isHeldForFiles = false;
+    bool m_isHeldForWriter = false;
+    bool m_ignoresFiles = false;
+    QStringList m_writtenFiles;
+    bool m_hasLowPriority = false;
     bool m_runsElsewhere = false;
     bool m_isBeingKilled = false;
     bool m_isStartPutOff = false;

@@ -2,9 +2,12 @@
 #include "jobs/jobcontainer.h"
 
 #include "jobs/finishedjobstaker.h"
+#include "jobs/jobbudget.h"
 #include "jobs/jobstarts.h"
 #include "jobs/jobstore.h"
 #include "jobs/runofjob.h"
+#include "jobs/startchecker.h"
+#include "jobs/startjudge.h"
 #include "kilnutil/computerdata.h"
 #include "kilnutil/logging.h"
 #include "processes/runkeepers.h"
@@ -39,17 +42,108 @@ Taskmill_Job *Taskmill_JobContainer::JobAt(int index) const
 void Taskmill_JobContainer::Append(Taskmill_Job *job)
 {
     job->SetStatus(Taskmill_JobStatus::Pending, true);
+    NoteConditions(job);
     InsertInOrder(job);
     m_jobsByID.insert(job->JobID(), job);
 }
 
+QList<Taskmill_Job *>::const_iterator Taskmill_JobContainer::FirstHeld() const
+{
+    const auto isHeld = [](const Taskmill_Job *job) {
+        return job->IsHeld();
+    };
+    return std::find_if_not(m_jobs.crbegin(), m_jobs.crend(), isHeld).base();
+}
+
+QList<Taskmill_Job *>::const_iterator Taskmill_JobContainer::FirstPending() const
+{
+    const auto hasStarted = [](const Taskmill_Job *job) {
+        return job->Status() != Taskmill_JobStatus::Pending;
+    };
+    return std::ranges::partition_point(m_jobs, hasStarted);
+}
+
 void Taskmill_JobContainer::InsertInOrder(Taskmill_Job *job)
 {
-    const auto isHeld = [](const Taskmill_Job *other) {
-        return other->IsHeld();
-    };
-    const auto firstHeld = std::find_if_not(m_jobs.rbegin(), m_jobs.rend(), isHeld).base();
-    m_jobs.insert(job->IsHeld() ? m_jobs.end() : firstHeld, job);
+    m_jobs.insert(job->IsHeld() ? m_jobs.cend() : FirstHeld(), job);
+}
+
+void Taskmill_JobContainer::MoveBehindStarted(Taskmill_Job *job)
+{
+    const qsizetype behind = FirstPending() - m_jobs.cbegin();
+    // It is the first of them as a rule.
+    if (const qsizetype place = m_jobs.indexOf(job, behind); place > behind)
+        m_jobs.move(place, behind);
+}
+
+QList<Taskmill_Job *> Taskmill_JobContainer::WaitingJobs() const
+{
+    return {FirstPending(), std::max(FirstPending(), FirstHeld())};
+}
+
+void Taskmill_JobContainer::SetWaitingOrder(const QList<Taskmill_Job *> &jobs,
+                                            const QList<qint64> &orderNumbers)
+{
+    qsizetype place = FirstPending() - m_jobs.cbegin();
+    for (qsizetype position = 0; position < jobs.size(); ++position) {
+        m_jobs[place++] = jobs[position];
+        if (jobs[position]->Record().OrderNumber() != orderNumbers[position])
+            jobs[position]->SetOrderNumber(orderNumbers[position]);
+    }
+    Update();
+}
+
+void Taskmill_JobContainer::NoteConditions(Taskmill_Job *job)
+{
+    if (job->Record().Conditions.AreAny())
+        m_conditional.insert(job);
+    else
+        m_conditional.remove(job);
+    job->SetMayStart(true);
+    job->SetWaitReason({});
+    if (m_services.Judge && job->Record().Conditions.AreAny())
+        m_services.Judge->Judge(*job);
+}
+
+void Taskmill_JobContainer::SetConditions(Taskmill_Job &job, const Taskmill_StartConditions &conditions)
+{
+    job.SetConditions(conditions);
+    NoteConditions(&job);
+}
+
+QList<Taskmill_Job *> Taskmill_JobContainer::ConditionalJobs() const
+{
+    return m_conditional.values();
+}
+
+void Taskmill_JobContainer::LookAgain()
+{
+    for (int before = -1; before < RunningCount();) {
+        before = RunningCount();
+        Update();
+    }
+}
+
+void Taskmill_JobContainer::LookAgainSoon()
+{
+    QTimer::singleShot(0, this, &Taskmill_JobContainer::LookAgain);
+}
+
+void Taskmill_JobContainer::IgnoreFilesOf(Taskmill_Job &job) const
+{
+    if (m_services.Checker)
+        Taskmill_StartChecker::LetStart(job);
+}
+
+bool Taskmill_JobContainer::MayFilesBeWritten(Taskmill_Job &job) const
+{
+    return !m_services.Checker || m_services.Checker->Ask(job) == Taskmill_StartChecker::Answer::Starts;
+}
+
+void Taskmill_JobContainer::SayThatJobEnded() const
+{
+    if (m_services.Checker)
+        m_services.Checker->JobEnded();
 }
 
 QList<int> Taskmill_JobContainer::HeldJobIDs() const
@@ -132,6 +226,7 @@ bool Taskmill_JobContainer::TakeOverRun(Taskmill_Job *job, bool isStartRecorded)
     }
     Follow(*job);
     InsertStarted(job);
+    Taskmill_StartChecker::NoteFilesOf(*job);
     job->TakeOver(std::move(found));
     if (m_services.Starts)
         m_services.Starts->JobIsTakenOver(*job);
@@ -148,10 +243,7 @@ bool Taskmill_JobContainer::Hold(Taskmill_Job *job)
 
 void Taskmill_JobContainer::InsertStarted(Taskmill_Job *job)
 {
-    const auto isPending = [](const Taskmill_Job *other) {
-        return other->Status() == Taskmill_JobStatus::Pending;
-    };
-    m_jobs.insert(std::ranges::find_if(m_jobs, isPending), job);
+    m_jobs.insert(FirstPending(), job);
     m_jobsByID.insert(job->JobID(), job);
 }
 
@@ -166,6 +258,7 @@ void Taskmill_JobContainer::TakeOut(const QList<Taskmill_Job *> &jobs)
         // The end of a killed job must not start another one here, nor collect it a second time.
         disconnect(job, nullptr, this, nullptr);
         m_jobsByID.remove(job->JobID(), job);
+        m_conditional.remove(job);
     }
     // In one pass: hundreds may leave a list of thousands.
     const QSet<Taskmill_Job *> leaving{jobs.begin(), jobs.end()};
@@ -179,6 +272,7 @@ void Taskmill_JobContainer::TakeOut(const QList<Taskmill_Job *> &jobs)
         if (killed)
             m_services.FinishedJobs.AddJob(job->Record());
     }
+    SayThatJobEnded();
 }
 
 void Taskmill_JobContainer::RemoveAt(int index)
@@ -229,10 +323,7 @@ QList<Taskmill_Job *> Taskmill_JobContainer::RunningJobs() const
 
 int Taskmill_JobContainer::WaitingCount() const
 {
-    const auto hasStarted = [](const Taskmill_Job *job) {
-        return job->Status() != Taskmill_JobStatus::Pending;
-    };
-    return static_cast<int>(m_jobs.end() - std::ranges::partition_point(m_jobs, hasStarted));
+    return static_cast<int>(m_jobs.cend() - FirstPending());
 }
 
 void Taskmill_JobContainer::KillRunning()
@@ -314,6 +405,7 @@ bool Taskmill_JobContainer::NamesOf(const QList<int> &jobIDs, QStringList &names
 void Taskmill_JobContainer::JobFinishedSlot()
 {
     m_isLackLogged = false;
+    SayThatJobEnded();
     Update();
 }
 
@@ -345,16 +437,15 @@ void Taskmill_JobContainer::TryAgainSlot()
             StartJob(*job);
     }
     // As many as could have been started meanwhile.
-    for (int before = -1; before < RunningCount();) {
-        before = RunningCount();
-        Update();
-    }
+    LookAgain();
 }
 
 void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
 {
     const QString runBefore = job.Record().Run;
     const bool isPutOff = job.IsStartPutOff();
+    if (!isPutOff && !MayFilesBeWritten(job))
+        return;
     // Before the start: whatever ends this program from here on, the run is found again.
     if (m_services.Keepers)
         job.SetRun(
@@ -363,10 +454,14 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
         TryAgainLater();
         return;
     }
-    if (!isPutOff)
+    job.SetLowPriority(m_services.Judge && m_services.Judge->HaveJobsLowPriority());
+    m_conditional.remove(&job);
+    if (!isPutOff) {
+        MoveBehindStarted(&job);
         Follow(job);
-    else if (m_services.Keepers && !runBefore.isEmpty())
+    } else if (m_services.Keepers && !runBefore.isEmpty()) {
         m_services.Keepers->TakeResult(Taskmill_RunOfJob{runBefore}.RunID);
+    }
     if (m_services.Starts)
         m_services.Starts->JobStarts(job);
     if (!job.Start(m_services.Keepers))
@@ -374,6 +469,11 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
     // The job was started without a keeper after all: nobody is to look for its run.
     if (m_services.Keepers && job.Record().Run.isEmpty())
         RecordStartWithoutKeeper(job.JobID());
+}
+
+bool Taskmill_JobContainer::IsBudgetOn() const
+{
+    return m_services.Budget && m_services.Budget->IsOn();
 }
 
 void Taskmill_JobContainer::RecordStartWithoutKeeper(int jobID)

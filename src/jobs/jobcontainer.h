@@ -14,7 +14,7 @@
 /// finished ones not yet collected) that it owns until they are handed on.
 ///
 /// Jobs start in list order, so the list is always a run of started jobs followed by a run of Pending ones,
-/// of which those that are held stand last.
+/// of which those that are held since the project was opened stand last.
 class Taskmill_JobContainer : public QObject
 {
     Q_OBJECT
@@ -60,6 +60,24 @@ public:
     /// Takes the jobs that keepers run out of the list, which go on; nothing else of them is recorded.
     void LetGoOn();
 
+    /// Those that wait, in their order, without those that stand last because they are held since the project
+    /// was opened.
+    [[nodiscard]] QList<Taskmill_Job *> WaitingJobs() const;
+    /// Puts these jobs into another order, with these order numbers.
+    void SetWaitingOrder(const QList<Taskmill_Job *> &jobs, const QList<qint64> &orderNumbers);
+    /// Gives a job that waits other conditions. LookAgain() is to follow, as it may start then.
+    void SetConditions(Taskmill_Job &job, const Taskmill_StartConditions &conditions);
+    /// Those that wait and have conditions.
+    [[nodiscard]] QList<Taskmill_Job *> ConditionalJobs() const;
+    [[nodiscard]] bool AreAnyConditional() const { return !m_conditional.isEmpty(); }
+    /// Something that jobs wait for is another: starts as many as may start now.
+    void LookAgain();
+    /// The user wants a waiting job to start whatever its files look like, unless another job writes them.
+    /// LookAgain() is to follow.
+    void IgnoreFilesOf(Taskmill_Job &job) const;
+    /// The same from the event loop.
+    void LookAgainSoon();
+
     /// The first job of that number; nullptr when there is none.
     [[nodiscard]] Taskmill_Job *FindByJobID(int jobID) const;
     /// The number of the job whose live process has that process id; -1 when there is none.
@@ -93,13 +111,20 @@ protected:
     [[nodiscard]] virtual bool IsToBeHeld(const Taskmill_JobRecord &) const { return false; }
     /// Starts what may start now and reports that the list has changed.
     virtual void Update() = 0;
-    /// A start that fails leaves the job Running without a process, where it counts against a limit. A job
-    /// whose start cannot be stored stays Pending, and is tried again some time later, as is one whose start
-    /// was put off.
+    /// Whichever waiting jobs stand before it. A start that fails leaves the job Running without a process,
+    /// where it counts against a limit. A job whose start cannot be stored stays Pending, and is tried again
+    /// some time later, as is one whose start was put off. One whose files speak against it stays Pending
+    /// too, and may not start any more; see Taskmill_StartChecker.
     void StartJob(Taskmill_Job &job);
+    [[nodiscard]] bool IsBudgetOn() const;
     [[nodiscard]] QList<Taskmill_Job *> RunningJobs() const;
 
+    /// How many jobs are held for their files before the event loop goes on.
+    static constexpr int MostTries = 16;
+
 private:
+    [[nodiscard]] bool MayFilesBeWritten(Taskmill_Job &job) const;
+    void SayThatJobEnded() const;
     void RecordStartWithoutKeeper(int jobID);
     void Append(Taskmill_Job *job);
     void AddFromProject(Taskmill_JobRecord record, bool isStartRecorded);
@@ -110,6 +135,11 @@ private:
     void Follow(Taskmill_Job &job);
     void TryAgainLater();
     void InsertInOrder(Taskmill_Job *job);
+    /// A job of these is about to start, perhaps before others that wait.
+    void MoveBehindStarted(Taskmill_Job *job);
+    void NoteConditions(Taskmill_Job *job);
+    [[nodiscard]] QList<Taskmill_Job *>::const_iterator FirstHeld() const;
+    [[nodiscard]] QList<Taskmill_Job *>::const_iterator FirstPending() const;
     void TakeOut(Taskmill_Job *job);
     /// Takes them all out of the list before any of them is killed.
     void TakeOut(const QList<Taskmill_Job *> &jobs);
@@ -118,6 +148,7 @@ private:
     const Taskmill_JobServices m_services;
     QList<Taskmill_Job *> m_jobs;
     QMultiHash<int, Taskmill_Job *> m_jobsByID; ///< a project file may hold a number twice
+    QSet<Taskmill_Job *> m_conditional;         ///< those of the Pending jobs that have conditions
     bool m_triesAgain = false;                  ///< TryAgainSlot() is called when the time for it has come
     bool m_isLackLogged = false;                ///< since a job has ended
 };

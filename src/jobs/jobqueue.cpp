@@ -1,19 +1,27 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/jobqueue.h"
 
+#include "jobs/jobbudget.h"
 #include "jobs/jobstore.h"
+#include "jobs/startjudge.h"
+
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
-Taskmill_Job *Taskmill_NextJobToStart(const QList<Taskmill_Job *> &jobs, int maxRunningJobs)
+Taskmill_Job *Taskmill_NextJobToStart(const QList<Taskmill_Job *> &jobs, int maxRunningJobs, int lastJobID)
 {
     int running = 0;
     for (Taskmill_Job *job : jobs) {
-        // Behind the first Pending job all others are Pending too, and the held ones stand last.
-        if (job->Status() == Taskmill_JobStatus::Pending)
-            return running < maxRunningJobs && !job->IsHeld() ? job : nullptr;
         if (job->Status() == Taskmill_JobStatus::Running)
             ++running;
+        if (job->Status() != Taskmill_JobStatus::Pending)
+            continue;
+        // Behind the first Pending job all others are Pending too.
+        if (running >= maxRunningJobs)
+            return nullptr;
+        if (job->MayStart() && job->JobID() <= lastJobID)
+            return job;
     }
     return nullptr;
 }
@@ -21,7 +29,50 @@ Taskmill_Job *Taskmill_NextJobToStart(const QList<Taskmill_Job *> &jobs, int max
 void Taskmill_JobQueue::SetPaused(bool paused)
 {
     m_paused = paused;
+    m_lastBeforePause.reset();
     Update();
+}
+
+void Taskmill_JobQueue::PauseWhenJobsHaveEnded()
+{
+    if (m_paused)
+        return;
+    int last = std::numeric_limits<int>::min();
+    for (const Taskmill_Job *job : Jobs())
+        last = std::max(last, job->JobID());
+    m_lastBeforePause = last;
+    Update();
+}
+
+bool Taskmill_JobQueue::IsBeforePause(const Taskmill_Job &job) const
+{
+    return job.JobID() <= m_lastBeforePause.value_or(std::numeric_limits<int>::max());
+}
+
+bool Taskmill_JobQueue::MayStart(const Taskmill_Job &job) const
+{
+    return job.MayStart() && IsBeforePause(job);
+}
+
+bool Taskmill_JobQueue::MayStartAny() const
+{
+    return !m_paused && !(Services().Judge && Services().Judge->AreHoursQuiet());
+}
+
+void Taskmill_JobQueue::PauseIfDone()
+{
+    if (RunningCount() > 0)
+        return;
+    const auto isToRun = [this](const Taskmill_Job *job) {
+        // Who writes its files may run in another queue, and will end.
+        const bool isInTurn = job->MayStart() || (job->WaitsForTurn() && job->IsHeldForWriter());
+        return job->Status() == Taskmill_JobStatus::Pending && isInTurn && IsBeforePause(*job) &&
+               !(IsBudgetOn() && Services().Budget->RefusalOf(job->Record()));
+    };
+    if (std::ranges::none_of(Jobs(), isToRun)) {
+        m_lastBeforePause.reset();
+        m_paused = true;
+    }
 }
 
 bool Taskmill_JobQueue::SetMaxRunningJobs(int maxRunningJobs)
@@ -44,12 +95,40 @@ void Taskmill_JobQueue::KillRunning()
         SetPaused(false);
 }
 
+void Taskmill_JobQueue::StartOutOfTurn(Taskmill_Job &job)
+{
+    StartJob(job);
+}
+
+void Taskmill_JobQueue::ReportChange()
+{
+    Q_EMIT QueueUpdatedSignal();
+}
+
+/// One that is held for its files lets the next one pass.
+void Taskmill_JobQueue::StartNext()
+{
+    const int last = m_lastBeforePause.value_or(std::numeric_limits<int>::max());
+    for (int tries = 0; tries < MostTries; ++tries) {
+        Taskmill_Job *job = Taskmill_NextJobToStart(Jobs(), m_maxRunningJobs, last);
+        if (!job)
+            return;
+        StartJob(*job);
+        if (job->MayStart())
+            return;
+    }
+    LookAgainSoon();
+}
+
 void Taskmill_JobQueue::Update()
 {
-    if (!m_paused) {
-        if (Taskmill_Job *job = Taskmill_NextJobToStart(Jobs(), m_maxRunningJobs))
-            StartJob(*job);
+    if (IsBudgetOn()) {
+        Services().Budget->Pass(this);
+    } else if (MayStartAny()) {
+        StartNext();
     }
+    if (IsToPause())
+        PauseIfDone();
     Q_EMIT QueueUpdatedSignal();
 }
 

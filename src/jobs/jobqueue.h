@@ -3,13 +3,17 @@
 
 #include "jobs/jobcontainer.h"
 
+#include <limits>
 #include <optional>
 
-/// The job to start next: the first Pending one, when fewer than maxRunningJobs run; nullptr otherwise.
-[[nodiscard]] Taskmill_Job *Taskmill_NextJobToStart(const QList<Taskmill_Job *> &jobs, int maxRunningJobs);
+/// The job to start next: the first Pending one that may start, of those with numbers up to the last one,
+/// when fewer than maxRunningJobs run; nullptr otherwise.
+[[nodiscard]] Taskmill_Job *Taskmill_NextJobToStart(const QList<Taskmill_Job *> &jobs, int maxRunningJobs,
+                                                    int lastJobID = std::numeric_limits<int>::max());
 
 /// A queue that runs at most MaxRunningJobs of its jobs at once, in the order of submission, and can be
-/// paused. Each change starts at most one job, so a raised limit fills up as further changes come.
+/// paused. Each change starts at most one job, so a raised limit fills up as further changes come. With a
+/// budget (Taskmill_JobBudget) each change starts all that fit, up to the limit.
 class Taskmill_JobQueue : public Taskmill_JobContainer
 {
     Q_OBJECT
@@ -17,11 +21,25 @@ class Taskmill_JobQueue : public Taskmill_JobContainer
 public:
     [[nodiscard]] bool IsPaused() const { return m_paused; }
     void SetPaused(bool paused);
+    /// Pauses the queue when all jobs have ended that are in it now: what is added from now on is not started
+    /// before. Jobs that wait for something else than their turn, or are larger than the budget, are not
+    /// waited for. SetPaused() takes it back.
+    void PauseWhenJobsHaveEnded();
+    [[nodiscard]] bool IsToPause() const { return m_lastBeforePause.has_value(); }
+    /// Whether it may start that job when its turn comes.
+    [[nodiscard]] bool MayStart(const Taskmill_Job &job) const;
+    /// Whether it would start a job now that there is a place for.
+    [[nodiscard]] bool MayStartAny() const;
 
     [[nodiscard]] int MaxRunningJobs() const { return m_maxRunningJobs; }
     /// Also writes the limit to the open database when it differs there. 0 or less starts nothing.
     /// False when it cannot be stored: the limit is as it was then.
     bool SetMaxRunningJobs(int maxRunningJobs);
+
+    /// Starts a waiting job, whichever stand before it, as Taskmill_JobBudget has decided.
+    void StartOutOfTurn(Taskmill_Job &job);
+    /// Something that is shown of its jobs has changed.
+    void ReportChange();
 
     void KillRunning() override;
 
@@ -34,7 +52,12 @@ protected:
     void Update() override;
 
 private:
+    [[nodiscard]] bool IsBeforePause(const Taskmill_Job &job) const;
+    void StartNext();
+    void PauseIfDone();
+
     bool m_paused = false;
+    std::optional<int> m_lastBeforePause; ///< the largest number of the jobs that are still to be started
     int m_maxRunningJobs = 1;
 };
 

@@ -2,6 +2,7 @@
 #include "jobs/jobrecord.h"
 
 #include "jobs/commandline.h"
+#include "jobs/joborder.h"
 #include "kilnutil/filesys.h"
 
 #include <QDir>
@@ -23,6 +24,8 @@ std::array<const QString *, 8> FileNames(const Taskmill_JobRecord &job)
 void Taskmill_JobRecord::SetStatus(Taskmill_JobStatus status, bool stamp)
 {
     Status = status;
+    if (status != Taskmill_JobStatus::Pending)
+        WaitReason = {};
     if (!stamp)
         return;
     if (status == Taskmill_JobStatus::Pending)
@@ -33,6 +36,20 @@ void Taskmill_JobRecord::SetStatus(Taskmill_JobStatus status, bool stamp)
         Finished = Taskmill_JobTime::Now();
 }
 
+QString Taskmill_JobRecord::WhyItWaits() const
+{
+    QStringList texts{WaitReason.Text()};
+    if (InputHasChanged)
+        texts.append(u"its input has changed since it was submitted"_s);
+    texts.removeAll(QString{});
+    return texts.join(u"; "_s);
+}
+
+qint64 Taskmill_JobRecord::OrderNumber() const
+{
+    return Place.value_or(Taskmill_OrderNumber::OfJobID(JobID));
+}
+
 std::optional<qint64> Taskmill_JobRecord::ElapsedSeconds() const
 {
     const bool isRunning = Status == Taskmill_JobStatus::Running;
@@ -41,6 +58,16 @@ std::optional<qint64> Taskmill_JobRecord::ElapsedSeconds() const
     const Taskmill_JobTime end = isRunning ? Taskmill_JobTime::Now() : Finished;
     // The clock may have been put back.
     return std::max<qint64>(end.SecondsSince(Started), 0);
+}
+
+qint32 Taskmill_JobRecord::Cores() const
+{
+    return AskedNeeds.Cores.value_or(InputNeeds.Cores.value_or(std::max(JobType.Cores, 1)));
+}
+
+qint64 Taskmill_JobRecord::MemoryMB() const
+{
+    return AskedNeeds.MemoryMB.value_or(InputNeeds.MemoryMB.value_or(JobType.MemoryMB));
 }
 
 bool Taskmill_JobRecord::HasFailed() const

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "jobs/jobneeds.h"
 #include "jobs/jobresult.h"
 #include "jobs/jobstatus.h"
 #include "jobs/jobtime.h"
 #include "jobs/jobtype.h"
+#include "jobs/startconditions.h"
+#include "jobs/waitreason.h"
 
 #include <QList>
 #include <QPair>
@@ -51,7 +54,12 @@ struct Taskmill_JobRecord
     Taskmill_JobTime Finished;
     qint32 JobID = 0;
     Taskmill_PlaceholderValues PlaceholderValues;
-    std::optional<qint32> ExitCode;     ///< of a run that has ended; nothing when it is not known
+    Taskmill_JobNeeds AskedNeeds;   ///< what its submitter says of it, without files
+    Taskmill_JobNeeds InputNeeds;   ///< what its input and its command line said when it was submitted
+    QString InputHash;              ///< of a waiting job; see Taskmill_HashOfInput(); empty when not known
+    bool InputHasChanged = false;   ///< it was started although its input was another when it was submitted
+    Taskmill_WaitReason WaitReason; ///< of a job that waits; not stored
+    std::optional<qint32> ExitCode; ///< of a run that has ended; nothing when it is not known
     std::optional<qint64> ProcessorMs;  ///< of everything that the run started; nothing when it is not known
     std::optional<qint64> PeakMemoryKB; ///< of the largest process of the run; nothing when it is not known
     Taskmill_JobResult Result;          ///< of a run that has ended
@@ -59,6 +67,9 @@ struct Taskmill_JobRecord
     /// Where the run is found that the job has, or had when its project was saved; empty for none. No part of
     /// a finished job.
     QString Run;
+    /// Of a waiting job that was moved, its order number; see Taskmill_OrderNumber.
+    std::optional<qint64> Place;
+    Taskmill_StartConditions Conditions; ///< of a waiting job
     /// The command line as a project file stores it; empty for a job that has not been read from one as
     /// finished, or whose job type is still there to make it from.
     QString RecordedCommandLine;
@@ -71,8 +82,17 @@ struct Taskmill_JobRecord
     /// Finished (any final status).
     void SetStatus(Taskmill_JobStatus status, bool stamp);
 
+    /// By what it is ordered among the jobs that wait in its queue.
+    [[nodiscard]] qint64 OrderNumber() const;
+
     /// How long the job ran, in s; for one that runs, until now. Nothing for one that has not been started.
     [[nodiscard]] std::optional<qint64> ElapsedSeconds() const;
+    /// What it takes while it runs: as its submitter says, else its input, else its job type; at least 1.
+    [[nodiscard]] qint32 Cores() const;
+    /// The same in units of 2^20 bytes; 0 when nobody says it.
+    [[nodiscard]] qint64 MemoryMB() const;
+    /// Why it waits, or what the user is to know of one that does not; empty for nothing.
+    [[nodiscard]] QString WhyItWaits() const;
     /// Whether it came to nothing: its program failed or crashed, or its calculation did not converge or
     /// ended with an error. What was killed has not failed.
     [[nodiscard]] bool HasFailed() const;

@@ -3,9 +3,12 @@
 
 class KilnUtil_RunKeepers;
 class Taskmill_FinishedJobsTaker;
+class Taskmill_JobBudget;
 class Taskmill_JobStarts;
 class Taskmill_JobStore;
 class Taskmill_ProcessInspector;
+class Taskmill_StartChecker;
+class Taskmill_StartJudge;
 
 /// What queues and their jobs need of the rooms above and beside them; all of it outlives them.
 struct Taskmill_JobServices
@@ -17,4 +20,10 @@ struct Taskmill_JobServices
     KilnUtil_RunKeepers *Keepers = nullptr;
     /// nullptr where nobody reads the outputs of running jobs.
     Taskmill_JobStarts *Starts = nullptr;
+    /// Without one, jobs wait for nothing but their turn.
+    Taskmill_StartJudge *Judge = nullptr;
+    /// Without one, jobs start without a look at their files.
+    Taskmill_StartChecker *Checker = nullptr;
+    /// Nothing but the limits of the queues counts.
+    Taskmill_JobBudget *Budget = nullptr;
 };

@@ -22,6 +22,19 @@ struct Taskmill_JobType
     /// How long what a kill is to end has to end by itself, where jobs are run by keepers; seconds.
     qint32 KillGraceSeconds = DefaultKillGrace;
 
+    qint32 TimeLimitMinutes = 0; ///< a job is ended that runs longer; 0 for no limit
+    /// Of a job whose output and processor time have both stood still for so long the user is told; 0 for
+    /// never.
+    qint32 NoProgressMinutes = 0;
+
+    static constexpr qint32 LongestMinutes = 366 * 24 * 60;
+    /// What a job takes that neither its submitter nor its input says; 0 where this says nothing either.
+    qint32 Cores = 0;
+    qint64 MemoryMB = 0; ///< in units of 2^20 bytes
+    /// What is to be free on the drive of its output before a job starts, in the same units; 0 for any.
+    qint64 LeastFreeMB = 0;
+    bool HoldsChangedInput = false; ///< a job waits whose input has changed since it was submitted
+
     static constexpr qint32 DefaultKillGrace = 2;
     static constexpr qint32 LongestKillGrace = 60;
 

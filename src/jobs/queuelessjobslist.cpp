@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/queuelessjobslist.h"
 
+#include "jobs/jobbudget.h"
+
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
@@ -18,12 +20,16 @@ void Taskmill_QueuelessJobsList::Update()
     const auto isHeld = [](const Taskmill_Job *job) {
         return job->IsHeld();
     };
-    // Pending jobs stand together at the end, and starting one changes nothing in the list.
+    // Pending jobs stand together at the end, and the copy stays as it is when one starts.
     const QList<Taskmill_Job *> jobs = Jobs();
     const auto firstPending = std::find_if_not(jobs.rbegin(), jobs.rend(), isPending).base();
     const auto firstHeld = std::find_if(firstPending, jobs.end(), isHeld);
-    for (auto job = firstPending; job != firstHeld; ++job)
-        StartJob(**job);
+    for (auto job = firstPending; job != firstHeld; ++job) {
+        if ((*job)->MayStart())
+            StartJob(**job);
+    }
+    if (IsBudgetOn())
+        Services().Budget->Pass(this);
     Q_EMIT ListUpdatedSignal();
 }
 

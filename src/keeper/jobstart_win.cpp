@@ -86,8 +86,9 @@ Taskmill_StartedJob StartWithFiles(const Taskmill_KeeperMessage &order, HANDLE j
     const std::wstring wideDirectory = Taskmill_WideText(directory);
     PROCESS_INFORMATION process{};
     // Whatever it starts is to be in the job object, so it may not begin before it is there itself.
-    constexpr DWORD flags = CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP | CREATE_UNICODE_ENVIRONMENT |
-                            EXTENDED_STARTUPINFO_PRESENT;
+    const DWORD priority = order.Number("nice", 0) > 0 ? BELOW_NORMAL_PRIORITY_CLASS : 0;
+    const DWORD flags = CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP | CREATE_UNICODE_ENVIRONMENT |
+                        EXTENDED_STARTUPINFO_PRESENT | priority;
     if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, flags, environment.data(),
                         wideDirectory.empty() ? nullptr : wideDirectory.c_str(), startup, &process)) {
         const DWORD error = GetLastError();

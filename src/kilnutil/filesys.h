@@ -48,6 +48,8 @@ public:
     /// The path itself; on systems whose programs have no ".exe", the path without it when only that is a
     /// file.
     [[nodiscard]] static QString ExistingExecutable(const QString &pathWithExe);
+    /// The same text for two names of one file: without its case where this system does not look at it.
+    [[nodiscard]] static QString ComparablePath(const QString &path);
 
 private:
     [[nodiscard]] static QStringList UsualGaussDirs();

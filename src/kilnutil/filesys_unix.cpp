@@ -22,3 +22,8 @@ QStringList KilnUtil_FileSys::GaussExeNames()
 {
     return {u"g16.exe"_s, u"g09.exe"_s, u"gdv.exe"_s, u"g16"_s, u"g09"_s, u"gdv"_s};
 }
+
+QString KilnUtil_FileSys::ComparablePath(const QString &path)
+{
+    return path;
+}

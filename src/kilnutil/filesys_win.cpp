@@ -17,3 +17,8 @@ QStringList KilnUtil_FileSys::GaussExeNames()
 {
     return {u"g16.exe"_s, u"g09.exe"_s, u"gdv.exe"_s};
 }
+
+QString KilnUtil_FileSys::ComparablePath(const QString &path)
+{
+    return path.toCaseFolded();
+}

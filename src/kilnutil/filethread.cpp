@@ -156,6 +156,12 @@ void KilnUtil_FileThread::Wait(std::chrono::milliseconds longest)
     (*answer)();
 }
 
+void KilnUtil_FileThread::LeaveAlone()
+{
+    Forget();
+    LetGo(0ms);
+}
+
 void KilnUtil_FileThread::Forget()
 {
     m_isBusy = false;

@@ -34,6 +34,8 @@ public:
     void Wait(std::chrono::milliseconds longest = ShortWait);
     /// Nothing is delivered any more.
     void Forget();
+    /// The same, and what reads goes on alone: the next question has a thread of its own.
+    void LeaveAlone();
     /// Whether something that was asked for is still to be delivered.
     [[nodiscard]] bool IsBusy() const { return m_isBusy; }
 

@@ -3,12 +3,27 @@
 
 #include <algorithm>
 
+namespace {
+Taskmill_JobServices With(Taskmill_JobBudget &budget, Taskmill_StartChecker &checker,
+                          Taskmill_JobServices services)
+{
+    services.Budget = &budget;
+    services.Checker = &checker;
+    return services;
+}
+} // namespace
+
 Taskmill_Destinations::Taskmill_Destinations(Taskmill_FinishedJobs &finishedJobs,
                                              const Taskmill_JobServices &services)
-    : m_long{Taskmill_Destination::Long, finishedJobs, services}
-    , m_short{Taskmill_Destination::Short, finishedJobs, services}
-    , m_queueless{Taskmill_Destination::Queueless, finishedJobs, services}
+    : m_long{Taskmill_Destination::Long, finishedJobs, With(m_budget, m_checker, services)}
+    , m_short{Taskmill_Destination::Short, finishedJobs, With(m_budget, m_checker, services)}
+    , m_queueless{Taskmill_Destination::Queueless, finishedJobs, With(m_budget, m_checker, services)}
 {
+    for (Taskmill_JobQueue *queue : Queues())
+        m_budget.Join(*queue);
+    m_budget.JoinUnasked(m_queueless.Jobs());
+    for (Taskmill_QueueOwner *owner : All())
+        m_checker.Join(owner->Jobs());
 }
 
 Taskmill_QueueOwner *Taskmill_Destinations::OwnerOf(Taskmill_Destination destination)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "jobs/jobbudget.h"
+#include "jobs/startchecker.h"
 #include "manager/queueowner.h"
 
 #include <array>
@@ -15,6 +17,12 @@ public:
     [[nodiscard]] Taskmill_QueueOwner &Long() { return m_long; }
     [[nodiscard]] Taskmill_QueueOwner &Short() { return m_short; }
     [[nodiscard]] Taskmill_QueueOwner &Queueless() { return m_queueless; }
+
+    /// What the jobs of all three may take together; off at first.
+    [[nodiscard]] Taskmill_JobBudget &Budget() { return m_budget; }
+
+    /// What holds jobs of all three for their files.
+    [[nodiscard]] Taskmill_StartChecker &Checker() { return m_checker; }
 
     /// In the order in which they are shown.
     [[nodiscard]] std::array<Taskmill_QueueOwner *, 3> All() { return {&m_long, &m_short, &m_queueless}; }
@@ -41,6 +49,8 @@ public:
     [[nodiscard]] Taskmill_QueueOwner *OwnerOfJob(int jobID);
 
 private:
+    Taskmill_JobBudget m_budget;     ///< the queues need it until they are gone
+    Taskmill_StartChecker m_checker; ///< they need it, too
     Taskmill_QueueOwner m_long;
     Taskmill_QueueOwner m_short;
     Taskmill_QueueOwner m_queueless;

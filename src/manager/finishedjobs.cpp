@@ -104,6 +104,13 @@ void Taskmill_FinishedJobs::TakeResult(qint64 number, const Taskmill_JobResult &
     const Awaited job = *awaited;
     m_awaited.erase(awaited);
     RecordResult(job, result);
+    Q_EMIT ResultSettledSignal();
+}
+
+bool Taskmill_FinishedJobs::IsResultAwaited(qsizetype position) const
+{
+    const qint64 key = m_entries[position].Key;
+    return std::ranges::any_of(m_awaited, [key](const Awaited &awaited) { return awaited.key == key; });
 }
 
 void Taskmill_FinishedJobs::RecordResult(const Awaited &awaited, const Taskmill_JobResult &result)

@@ -54,6 +54,8 @@ public:
     [[nodiscard]] const Taskmill_JobRecord &JobAt(qsizetype position) const;
     /// -1 when there is no such job.
     [[nodiscard]] qsizetype PositionOf(int jobID) const;
+    /// Whether the result of the job at that position is still being read.
+    [[nodiscard]] bool IsResultAwaited(qsizetype position) const;
     /// Those with a higher number, one after the other. Only what follows from these columns of the stored
     /// table is wanted, or everything.
     void ForEach(const std::function<void(const Taskmill_JobRecord &job)> &take, int since = LowestJobID,
@@ -126,6 +128,8 @@ Q_SIGNALS:
     void JobsChangedSignal();
     /// The result of that job is known now, later than its end; its place in the list is the same.
     void ResultKnownSignal(int jobID);
+    /// The result of a job is no longer awaited, whatever it is.
+    void ResultSettledSignal();
     /// The result of that run, see Taskmill_JobRecord::Run, is where the jobs of the project are.
     void RunStoredSignal(const QString &run);
 

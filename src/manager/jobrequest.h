@@ -18,9 +18,13 @@ struct Taskmill_JobRequest
     bool ClientResult = false;              ///< the notification is to say the result
     bool ConfirmAction = false;
     QString JobTypeName;
+    QString NotBefore; ///< when it may start, see Taskmill_StartTimeFromText()
+    QString AfterJob;  ///< the number of the job that has to end before
     /// No other job type will do. This and the next only of a message that asks for an answer.
     bool ExactJobType = false;
-    bool DetailedReply = false; ///< the answer is to describe the jobs
+    bool DetailedReply = false;        ///< the answer is to describe the jobs
+    std::optional<qint32> JobCores;    ///< nothing when it is absent or no such number
+    std::optional<qint64> JobMemoryMB; ///< in units of 2^20 bytes; the same
     QString JobName;
     QString JobQueue;
     QString JobInputFile;

@@ -36,6 +36,20 @@ const QString cannotBeStored =
 const QString fileIsGone = u"The file is no longer there."_s;
 const QString noTypeChosen = u"No job type was chosen."_s;
 
+/// As a sentence for the user, what clients get as the end of a line.
+QString AsSentence(const QString &reason)
+{
+    return reason.endsWith(u'.') ? reason : reason.first(1).toUpper() + reason.sliced(1) + u'.';
+}
+
+Taskmill_JobNeeds AskedIn(const Taskmill_JobRequest &request)
+{
+    Taskmill_JobNeeds needs;
+    needs.Cores = request.JobCores;
+    needs.MemoryMB = request.JobMemoryMB;
+    return needs;
+}
+
 /// Empty stays empty; the manager's current directory may change before the job runs.
 QString AbsolutePath(const QString &path)
 {
@@ -132,7 +146,8 @@ Taskmill_SubmitResult Taskmill_JobSubmitter::Submit(const Taskmill_JobRequest &r
     else if (choice.jobType.IsEmpty())
         result.Refusal = u"no job type is named"_s;
     else
-        MakeJob(request, choice.jobType, destination, AbsolutePath(request.JobInputFile), result);
+        MakeJob(request, choice.jobType, destination, AbsolutePath(request.JobInputFile), AskedIn(request),
+                result);
     if (result.JobIDs.isEmpty() && result.Refusal.isEmpty())
         result.Refusal = u"no file was chosen that can be submitted"_s;
     return result;
@@ -238,7 +253,7 @@ void Taskmill_JobSubmitter::TakeFiles(const Taskmill_SubmitChoice &chosen, const
                 chosen.Destination == Taskmill_Destination::JobTypeDefault
                     ? Taskmill_DestinationFromQueueKey(jobType.DefaultQueueIndex())
                     : chosen.Destination;
-            take(file, jobType, destination);
+            take(file, jobType, destination, chosen.Needs.value(file));
         }
     }
 }
@@ -249,10 +264,11 @@ void Taskmill_JobSubmitter::SubmitConfirmed(const Taskmill_JobRequest &request,
 {
     const Taskmill_SubmitChoice preset{.Files = {request.JobInputFile},
                                        .Destination = destination,
-                                       .JobTypeID = jobType.IsEmpty() ? -1 : jobType.JobTypeID};
+                                       .JobTypeID = jobType.IsEmpty() ? -1 : jobType.JobTypeID,
+                                       .Needs = {{request.JobInputFile, AskedIn(request)}}};
     const auto take = [&](const QString &file, const Taskmill_JobType &fileType,
-                          Taskmill_Destination fileDestination) {
-        MakeJob(request, fileType, fileDestination, AbsolutePath(file), result);
+                          Taskmill_Destination fileDestination, const Taskmill_JobNeeds &asked) {
+        MakeJob(request, fileType, fileDestination, AbsolutePath(file), asked, result);
     };
     RefusedFiles refused;
     if (!AskForFiles(preset, take, refused))
@@ -280,9 +296,9 @@ QList<int> Taskmill_JobSubmitter::SubmitFiles(const QStringList &files, Taskmill
     QList<int> jobIDs;
     RefusedFiles refused;
     const auto take = [&](const QString &file, const Taskmill_JobType &jobType,
-                          Taskmill_Destination fileDestination) {
+                          Taskmill_Destination fileDestination, const Taskmill_JobNeeds &asked) {
         QString reason;
-        if (const auto jobID = AddJob(file, jobType, fileDestination, reason))
+        if (const auto jobID = AddJob(file, jobType, fileDestination, asked, reason))
             jobIDs.append(*jobID);
         else
             refused[reason].append(QFileInfo{file}.fileName());
@@ -296,7 +312,8 @@ QList<int> Taskmill_JobSubmitter::SubmitFiles(const QStringList &files, Taskmill
 void Taskmill_JobSubmitter::Report(const RefusedFiles &refused)
 {
     for (const auto &[reason, files] : refused.asKeyValueRange()) {
-        const bool isForTheFiles = reason == fileIsGone || reason == noTypeChosen;
+        const bool isForTheFiles =
+            reason == fileIsGone || reason == noTypeChosen || reason.contains(Taskmill_LargerThanBudgetText);
         KilnUtil_Error::ReportError(isForTheFiles ? u"Submit Jobs"_s : u"Invalid Job Type"_s,
                                     reason + u"\n\nNo job was made of:\n"_s + Taskmill_NameList(files));
     }
@@ -313,8 +330,12 @@ void Taskmill_JobSubmitter::SubmitWaitingFiles()
 
 void Taskmill_JobSubmitter::MakeJob(const Taskmill_JobRequest &request, const Taskmill_JobType &jobType,
                                     Taskmill_Destination destination, const QString &inputFile,
-                                    Taskmill_SubmitResult &result)
+                                    const Taskmill_JobNeeds &asked, Taskmill_SubmitResult &result)
 {
+    Taskmill_StartConditions conditions;
+    result.Refusal = m_readConditions ? m_readConditions(request, conditions) : QString{};
+    if (!result.Refusal.isEmpty())
+        return;
     Taskmill_JobRecord job;
     job.JobID = m_jobNumbers.NewID();
     job.Name = !request.JobName.isEmpty() ? request.JobName : QFileInfo{inputFile}.fileName();
@@ -336,6 +357,8 @@ void Taskmill_JobSubmitter::MakeJob(const Taskmill_JobRequest &request, const Ta
     if (inputFile == AbsolutePath(request.JobInputFile))
         SetExtraFiles(job, request);
     job.PlaceholderValues = request.PlaceholderValues;
+    job.Conditions = conditions;
+    job.AskedNeeds = asked;
 
     Taskmill_QueueOwner *owner = m_destinations.OwnerOf(destination);
     if (!owner) {
@@ -343,13 +366,25 @@ void Taskmill_JobSubmitter::MakeJob(const Taskmill_JobRequest &request, const Ta
     } else if (!job.IsValid()) {
         result.Refusal =
             u"the job type %1 or the input file %2 cannot be used"_s.arg(jobType.Name, inputFile);
-    } else {
-        const int jobID = job.JobID;
-        if (owner->Submit(new Taskmill_Job{std::move(job)}))
-            result.JobIDs.append(jobID);
-        else
-            result.Refusal = cannotBeStored;
+    } else if (const auto jobID = HandIn(*owner, std::move(job), result.Refusal)) {
+        result.JobIDs.append(*jobID);
     }
+}
+
+std::optional<int> Taskmill_JobSubmitter::HandIn(Taskmill_QueueOwner &owner, Taskmill_JobRecord job,
+                                                 QString &reason)
+{
+    job.InputNeeds = Taskmill_NeedsOfJob(job);
+    // What waits in no queue starts at once, whatever the budget is.
+    if (const auto refusal = owner.Queue() ? m_destinations.Budget().RefusalOf(job) : std::nullopt) {
+        reason = *refusal;
+        return std::nullopt;
+    }
+    const int jobID = job.JobID;
+    if (owner.Submit(new Taskmill_Job{std::move(job)}))
+        return jobID;
+    reason = cannotBeStored;
+    return std::nullopt;
 }
 
 std::optional<int> Taskmill_JobSubmitter::AddFile(const QString &filePath, int jobTypeID,
@@ -365,14 +400,15 @@ std::optional<int> Taskmill_JobSubmitter::AddFile(const QString &filePath, int j
     const auto jobID = AddJob(path,
                               jobTypeID < 0 ? Taskmill_JobTypeForFile(jobTypes, path)
                                             : Taskmill_JobTypeWithID(jobTypes, jobTypeID),
-                              destination, reason);
+                              destination, {}, reason);
     if (!jobID)
         Report({{reason, {QFileInfo{path}.fileName()}}});
     return jobID;
 }
 
 std::optional<int> Taskmill_JobSubmitter::AddJob(const QString &path, const Taskmill_JobType &jobType,
-                                                 Taskmill_Destination destination, QString &reason)
+                                                 Taskmill_Destination destination,
+                                                 const Taskmill_JobNeeds &asked, QString &reason)
 {
     Taskmill_QueueOwner *owner = m_destinations.OwnerOf(destination);
     if (!owner || !jobType.IsValid()) {
@@ -390,11 +426,11 @@ std::optional<int> Taskmill_JobSubmitter::AddJob(const QString &path, const Task
         reason = u"Job Type %1 cannot use a file of that name."_s.arg(jobType.Name);
         return std::nullopt;
     }
-    const int jobID = job.JobID;
-    if (owner->Submit(new Taskmill_Job{std::move(job)}))
-        return jobID;
-    reason = cannotBeStored;
-    return std::nullopt;
+    job.AskedNeeds = asked;
+    const auto jobID = HandIn(*owner, std::move(job), reason);
+    if (!jobID)
+        reason = AsSentence(reason);
+    return jobID;
 }
 
 Taskmill_JobType Taskmill_JobSubmitter::JobTypeOfToday(const Taskmill_JobRecord &job) const
@@ -420,6 +456,7 @@ Taskmill_JobRecord Taskmill_JobSubmitter::SameAgain(const Taskmill_JobRecord &jo
     again.CheckpointFile = job.CheckpointFile;
     again.CheckpointFile2 = job.CheckpointFile2;
     again.PlaceholderValues = job.PlaceholderValues;
+    again.AskedNeeds = job.AskedNeeds;
     again.OutputFile = job.OutputFile == job.DerivedOutputFile() ? again.DerivedOutputFile() : job.OutputFile;
     return again;
 }
@@ -433,12 +470,11 @@ std::optional<int> Taskmill_JobSubmitter::SubmitAgain(Taskmill_JobRecord job, QS
             job.JobType.Name);
         return std::nullopt;
     }
-    const int jobID = m_jobNumbers.NewID();
-    job.JobID = jobID;
+    job.JobID = m_jobNumbers.NewID();
     job.RunNumber = static_cast<int>(destination);
     job.QueueName = Taskmill_QueueNameOfNewJob(destination);
-    if (owner->Submit(new Taskmill_Job{std::move(job)}))
-        return jobID;
-    reason = cannotBeStored;
-    return std::nullopt;
+    const auto jobID = HandIn(*owner, std::move(job), reason);
+    if (!jobID)
+        reason = AsSentence(reason);
+    return jobID;
 }

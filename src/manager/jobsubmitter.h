@@ -15,6 +15,7 @@
 class KilnUtil_IDManager;
 class Taskmill_Destinations;
 class Taskmill_JobStore;
+class Taskmill_QueueOwner;
 
 /// What became of a request: the numbers of the jobs that were made, or why there is none.
 struct Taskmill_SubmitResult
@@ -34,6 +35,12 @@ public:
 
     /// The dialog of the window; without one (nullptr) a confirmation counts as cancelled.
     void SetSubmitDialog(Taskmill_SubmitDialog *dialog) { m_dialog = dialog; }
+
+    /// Reads what a job is to wait for; returns why the request is refused, or nothing. Without one, jobs
+    /// wait for nothing but their turn.
+    using ConditionReader =
+        std::function<QString(const Taskmill_JobRequest &request, Taskmill_StartConditions &conditions)>;
+    void SetConditionReader(const ConditionReader &read) { m_readConditions = read; }
 
     /// Refused while it must wait.
     [[nodiscard]] Taskmill_SubmitResult Submit(const Taskmill_JobRequest &request);
@@ -70,8 +77,9 @@ private:
         bool confirm = false;
     };
 
-    /// Takes a file that the user has chosen, with its job type and its queue.
-    using FileTaker = std::function<void(const QString &, const Taskmill_JobType &, Taskmill_Destination)>;
+    /// Takes a file that the user has chosen, with its job type, its queue and what is asked for it.
+    using FileTaker = std::function<void(const QString &, const Taskmill_JobType &, Taskmill_Destination,
+                                         const Taskmill_JobNeeds &asked)>;
     /// The names of files of which no job could be made, by the reason.
     using RefusedFiles = QMap<QString, QStringList>;
 
@@ -90,16 +98,22 @@ private:
     void SubmitConfirmed(const Taskmill_JobRequest &request, const Taskmill_JobType &jobType,
                          Taskmill_Destination destination, Taskmill_SubmitResult &result);
     void MakeJob(const Taskmill_JobRequest &request, const Taskmill_JobType &jobType,
-                 Taskmill_Destination destination, const QString &inputFile, Taskmill_SubmitResult &result);
+                 Taskmill_Destination destination, const QString &inputFile, const Taskmill_JobNeeds &asked,
+                 Taskmill_SubmitResult &result);
     /// Nothing, with the reason, when no job can be made.
     [[nodiscard]] std::optional<int> AddJob(const QString &path, const Taskmill_JobType &jobType,
-                                            Taskmill_Destination destination, QString &reason);
+                                            Taskmill_Destination destination, const Taskmill_JobNeeds &asked,
+                                            QString &reason);
+    /// Looks what the job needs and adds it to the queue. Its number, or nothing with the reason.
+    [[nodiscard]] std::optional<int> HandIn(Taskmill_QueueOwner &owner, Taskmill_JobRecord job,
+                                            QString &reason);
     void SubmitWaitingFiles();
 
     Taskmill_JobStore &m_store;
     KilnUtil_IDManager &m_jobNumbers;
     Taskmill_Destinations &m_destinations;
     Taskmill_SubmitDialog *m_dialog = nullptr;
+    ConditionReader m_readConditions;
     bool m_asking = false;
     QList<Taskmill_SubmitChoice> m_waiting; ///< handed in while the user was being asked
     QTimer m_waitingTimer;

@@ -116,6 +116,27 @@ QString Folder(const Job &job)
     return job.Folder();
 }
 
+std::optional<qint64> Cores(const Job &job)
+{
+    return job.Cores();
+}
+
+std::optional<qint64> MemoryMB(const Job &job)
+{
+    return job.MemoryMB() > 0 ? std::optional{job.MemoryMB()} : std::nullopt;
+}
+
+QString MegabytesText(qint64 megabytes)
+{
+    constexpr qint64 kilobytes = 1024;
+    return Taskmill_MemoryText(megabytes * kilobytes);
+}
+
+QString WaitReason(const Job &job)
+{
+    return job.WhyItWaits();
+}
+
 QString IsClientNotified(const Job &job)
 {
     return job.ClientNotification ? u"yes"_s : u"no"_s;
@@ -248,6 +269,24 @@ const QList<JobField> &AllJobFields()
          {9},
          4},
         {{.header = u"Folder"_s, .key = u"folder"_s, .cell = Folder, .isHidden = true}, {30}, {30}, 6},
+        {{.header = u"Waits Because"_s,
+          .key = u"waitreason"_s,
+          .cell = WaitReason,
+          .standsBehind = u"Elapsed"_s},
+         {26, 14},
+         {},
+         7},
+        {{.header = u"Cores"_s, .key = u"cores"_s, .cell = JobQuantity{Cores, NumberText}, .isHidden = true},
+         {6},
+         {},
+         8},
+        {{.header = u"Memory"_s,
+          .key = u"memory_mb"_s,
+          .cell = JobQuantity{MemoryMB, MegabytesText},
+          .isHidden = true},
+         {9},
+         {},
+         9},
     };
     return fields;
 }

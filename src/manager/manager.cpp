@@ -8,6 +8,7 @@
 #include "kilnutil/error.h"
 #include "kilnutil/registry.h"
 #include "kilnutil/statefolder.h"
+#include "manager/budget.h"
 #include "manager/changedfiledialogue.h"
 #include "manager/heldjobsdialogue.h"
 #include "manager/recentprojects.h"
@@ -100,13 +101,21 @@ Taskmill_Manager::Taskmill_Manager(Taskmill_Notifier &notifier, Taskmill_ReadOnl
                       .FinishedJobs = m_finishedJobs,
                       .Inspector = *m_inspector,
                       .Keepers = m_keepers.get(),
-                      .Starts = &m_results}}
+                      .Starts = &m_results,
+                      .Judge = &m_startRules}}
+    , m_inputHashes{m_destinations}
+    , m_jobWatch{m_destinations, Taskmill_JobWatch::LookThrough(m_inspector)}
     , m_project{m_jobTypes, m_jobNumbers, m_finishedJobs,   m_destinations,
                 m_outbox,   m_runs,       readOnlyProjects, m_keepers.get()}
     , m_submitter{m_store, m_jobNumbers, m_destinations}
     , m_runningJobs{*m_inspector, m_jobTypes}
 {
     m_finishedJobs.SetResults(m_results);
+    m_startRules.Follow(m_destinations, m_finishedJobs);
+    m_submitter.SetConditionReader([this](const auto &request, auto &conditions) {
+        return m_startRules.ReadConditions(request, conditions);
+    });
+    m_destinations.Budget().SetLimits(Taskmill_StoredBudget());
     ConnectJobs();
 }
 

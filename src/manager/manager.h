@@ -6,13 +6,16 @@
 #include "kilnutil/idmanager.h"
 #include "manager/destinations.h"
 #include "manager/finishedjobs.h"
+#include "manager/inputhashes.h"
 #include "manager/jobresults.h"
 #include "manager/jobsgoon.h"
 #include "manager/jobsubmitter.h"
+#include "manager/jobwatch.h"
 #include "manager/outbox.h"
 #include "manager/project.h"
 #include "manager/runningjobs.h"
 #include "manager/runsource.h"
+#include "manager/startrules.h"
 
 #include <memory>
 
@@ -42,6 +45,9 @@ public:
     [[nodiscard]] Taskmill_JobSubmitter &Submitter() { return m_submitter; }
     [[nodiscard]] Taskmill_JobResults &Results() { return m_results; }
     [[nodiscard]] Taskmill_RunningJobs &RunningJobs() { return m_runningJobs; }
+
+    [[nodiscard]] Taskmill_JobWatch &JobWatch() { return m_jobWatch; }
+    [[nodiscard]] Taskmill_StartRules &StartRules() { return m_startRules; }
 
     /// Opens the project file named at the start or, without one, a new project. False when no project could
     /// be had.
@@ -92,8 +98,11 @@ private:
     KilnUtil_IDManager m_jobNumbers;
     Taskmill_JobResults m_results;
     Taskmill_Outbox m_outbox;
+    Taskmill_StartRules m_startRules;
     Taskmill_FinishedJobs m_finishedJobs;
     Taskmill_Destinations m_destinations;
+    Taskmill_InputHashes m_inputHashes;
+    Taskmill_JobWatch m_jobWatch;
     Taskmill_LostRuns m_runs;
     Taskmill_Project m_project;
     Taskmill_JobSubmitter m_submitter;

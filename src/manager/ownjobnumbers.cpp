@@ -37,6 +37,8 @@ void Taskmill_GiveOwnJobNumbers(Taskmill_Database &database, std::array<QList<Ta
                 continue;
             if (!isOwner)
                 job.Run.clear();
+            // A new number puts it behind all others.
+            job.Place = job.OrderNumber();
             do
                 job.JobID = numbers.NewID();
             while (owners.contains(job.JobID));

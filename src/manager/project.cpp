@@ -5,6 +5,7 @@
 #include "db/databasecopy.h"
 #include "db/databasemanager.h"
 #include "db/workingcopy.h"
+#include "jobs/joborder.h"
 #include "jobs/jobtypelist.h"
 #include "kilnutil/error.h"
 #include "kilnutil/idmanager.h"
@@ -436,6 +437,7 @@ void Taskmill_Project::StoreJobsThatGoOn()
 
 void Taskmill_Project::CloseProject()
 {
+    const Taskmill_JobBudget::Rest rest{m_destinations.Budget()};
     // What was saved says that they run. They wait now, and whoever opens the file is to know that. While the
     // same file is being opened anew, it was read already.
     const QString path = FilePath();
@@ -486,6 +488,7 @@ void Taskmill_Project::CarryOverNotifications()
 
 void Taskmill_Project::LeaveProject(bool letsJobsGoOn)
 {
+    const Taskmill_JobBudget::Rest rest{m_destinations.Budget()};
     if (letsJobsGoOn)
         StoreJobsThatGoOn();
     for (Taskmill_QueueOwner *owner : m_destinations.All()) {
@@ -561,8 +564,8 @@ void Taskmill_Project::ReloadJobs(Taskmill_Database &database)
     Taskmill_GiveOwnJobNumbers(database, jobs, m_finishedJobs, m_jobNumbers);
     const QList<qint32> runs = database.WorkingCopy().Runs();
     const QSet<int> recorded{runs.begin(), runs.end()};
-    m_destinations.Long().Replace(jobs[0], recorded);
-    m_destinations.Short().Replace(jobs[1], recorded);
+    m_destinations.Long().Replace(Taskmill_InWaitingOrder(jobs[0]), recorded);
+    m_destinations.Short().Replace(Taskmill_InWaitingOrder(jobs[1]), recorded);
     // Jobs without a queue start at once, when everything else is in place; those that ran are held.
     m_destinations.Queueless().Replace(jobs[2], recorded);
 }

@@ -7,10 +7,12 @@
 #include "kilnutil/logging.h"
 #include "manager/finishedjobs.h"
 #include "manager/listings.h"
+#include "manager/queueestimate.h"
 #include "manager/removaldialogue.h"
 #include "manager/removalreport.h"
 
 #include <QScopedValueRollback>
+#include <QSet>
 #include <QTimer>
 
 #include <algorithm>
@@ -95,6 +97,7 @@ bool Taskmill_QueueOwner::Submit(Taskmill_Job *job)
 {
     // It is in the database before it may start, and before anybody is told that it was accepted.
     job->SetStatus(Taskmill_JobStatus::Pending, true);
+    PutLast(*job);
     Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
     const bool stored = !database || database->AsOneChange([&] {
         return (database->*m_variant.insert)(job->Record(), true, nullptr) &&
@@ -107,8 +110,126 @@ bool Taskmill_QueueOwner::Submit(Taskmill_Job *job)
         return false;
     }
     Jobs().Add(job);
+    if (job->Status() == Taskmill_JobStatus::Pending)
+        Q_EMIT WaitsSignal(job->Record());
     Q_EMIT JobsChangedSignal();
     return true;
+}
+
+QString Taskmill_QueueOwner::EstimateText() const
+{
+    const QString estimate = Taskmill_EstimateOf(*m_queue, Taskmill_JobTime::Now());
+    return estimate.isEmpty()
+               ? u"%1: no estimate. It takes five completed jobs of each job type that waits, and a queue that starts jobs."_s
+                     .arg(ListName())
+               : u"%1: %2 (an estimate from how long such jobs took)."_s.arg(ListName(), estimate);
+}
+
+QString Taskmill_QueueOwner::PauseWhenJobsHaveEnded()
+{
+    m_queue->PauseWhenJobsHaveEnded();
+    const QString text = m_queue->IsPaused()
+                             ? u"The %1 is paused."_s
+                             : u"The %1 pauses when the jobs that are in it now have ended."_s;
+    return text.arg(ListName());
+}
+
+void Taskmill_QueueOwner::PutLast(Taskmill_Job &job) const
+{
+    const QList<Taskmill_Job *> &jobs = Jobs().Jobs();
+    if (jobs.isEmpty() || jobs.last()->Status() != Taskmill_JobStatus::Pending)
+        return;
+    const qint64 last = jobs.last()->Record().OrderNumber();
+    if (job.Record().OrderNumber() <= last)
+        job.SetOrderNumber(last + Taskmill_OrderNumber::StepAtEnd);
+}
+
+std::optional<QString> Taskmill_QueueOwner::Move(const QList<int> &jobIDs, Taskmill_Move move)
+{
+    return Reorder(jobIDs,
+                   [move](const QList<bool> &isMarked) { return Taskmill_MovedPlaces(isMarked, move); });
+}
+
+std::optional<QString> Taskmill_QueueOwner::MoveBefore(const QList<int> &jobIDs, int beforeJobID)
+{
+    const QList<Taskmill_Job *> waiting = Jobs().WaitingJobs();
+    const Taskmill_Job *other = Jobs().FindByJobID(beforeJobID);
+    const bool hasStarted = other && other->Status() != Taskmill_JobStatus::Pending;
+    const qsizetype place = std::ranges::find(waiting, other) - waiting.begin();
+    return Reorder(jobIDs, [before = hasStarted ? 0 : place](const QList<bool> &isMarked) {
+        return Taskmill_PlacesBefore(isMarked, before);
+    });
+}
+
+std::optional<QString>
+Taskmill_QueueOwner::Reorder(const QList<int> &jobIDs,
+                             const std::function<QList<qsizetype>(const QList<bool> &isMarked)> &newPlaces)
+{
+    if (!m_queue)
+        return u"Jobs without a queue have no order."_s;
+    const QList<Taskmill_Job *> waiting = Jobs().WaitingJobs();
+    const QSet<int> wanted{jobIDs.begin(), jobIDs.end()};
+    QList<bool> isMarked;
+    for (const Taskmill_Job *job : waiting)
+        isMarked.append(wanted.contains(job->JobID()));
+    if (!isMarked.contains(true))
+        return u"Only jobs that wait in the queue can be moved."_s;
+
+    const QList<qsizetype> places = newPlaces(isMarked);
+    if (std::ranges::is_sorted(places))
+        return std::nullopt;
+    QList<Taskmill_Job *> order;
+    QList<qint64> numbers;
+    QList<bool> isMoved;
+    for (const qsizetype place : places) {
+        order.append(waiting[place]);
+        numbers.append(waiting[place]->Record().OrderNumber());
+        isMoved.append(isMarked[place]);
+    }
+    numbers = Taskmill_OrderNumber::Renumbered(numbers, isMoved);
+
+    QList<Taskmill_JobRecord> changed;
+    for (qsizetype place = 0; place < order.size(); ++place) {
+        if (order[place]->Record().OrderNumber() == numbers[place])
+            continue;
+        changed.append(order[place]->Record());
+        changed.last().Place = numbers[place];
+    }
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+    if (database && !database->SetFieldsOfWaitingJobs(changed))
+        return u"The order stays as it is, as a new one cannot be written to the project: its disk may be full."_s;
+    Jobs().SetWaitingOrder(order, numbers);
+    Q_EMIT JobsChangedSignal();
+    return std::nullopt;
+}
+
+std::optional<QString>
+Taskmill_QueueOwner::ChangeConditions(const QList<int> &jobIDs,
+                                      const std::function<void(Taskmill_StartConditions &conditions)> &change)
+{
+    QList<Taskmill_Job *> jobs;
+    QList<Taskmill_JobRecord> changed;
+    for (const int jobID : jobIDs) {
+        Taskmill_Job *job = Jobs().FindByJobID(jobID);
+        if (!job || job->Status() != Taskmill_JobStatus::Pending || job->IsHeld())
+            continue;
+        Taskmill_JobRecord record = job->Record();
+        change(record.Conditions);
+        if (record.Conditions == job->Record().Conditions)
+            continue;
+        jobs.append(job);
+        changed.append(record);
+    }
+    if (jobs.isEmpty())
+        return std::nullopt;
+    Taskmill_Database *database = Taskmill_Database_Manager::Global().CurrentDatabase();
+    if (database && !database->SetFieldsOfWaitingJobs(changed))
+        return u"That cannot be written to the project, whose disk may be full. The jobs are as they were."_s;
+    for (qsizetype place = 0; place < jobs.size(); ++place)
+        Jobs().SetConditions(*jobs[place], changed[place].Conditions);
+    Jobs().LookAgain();
+    Q_EMIT JobsChangedSignal();
+    return std::nullopt;
 }
 
 void Taskmill_QueueOwner::Replace(const QList<Taskmill_JobRecord> &jobs, const QSet<int> &recorded)

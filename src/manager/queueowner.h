@@ -2,10 +2,12 @@
 #pragma once
 
 #include "jobs/destination.h"
+#include "jobs/joborder.h"
 #include "jobs/jobqueue.h"
 
 #include <QObject>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -40,6 +42,21 @@ public:
     /// How many of its jobs may run at a time, of a queue that has a limit. Nothing when it is stored, else
     /// why the limit stays as it was.
     [[nodiscard]] std::optional<QString> SetLimit(int maxRunningJobs);
+    /// Says what has become of it.
+    QString PauseWhenJobsHaveEnded();
+    /// When it will probably have done its jobs, a sentence.
+    [[nodiscard]] QString EstimateText() const;
+    /// Moves those of the jobs that wait, which keep their order among each other, and stores the new order.
+    /// Nothing when that is done, also where they stand there already; else why not.
+    [[nodiscard]] std::optional<QString> Move(const QList<int> &jobIDs, Taskmill_Move move);
+    /// The same to in front of another job: of the first one that waits for a job that does not, to the end
+    /// for an unknown one.
+    [[nodiscard]] std::optional<QString> MoveBefore(const QList<int> &jobIDs, int beforeJobID);
+    /// Changes what those of the jobs wait for that wait here, and stores it. Nothing when that is done, else
+    /// why not.
+    [[nodiscard]] std::optional<QString>
+    ChangeConditions(const QList<int> &jobIDs,
+                     const std::function<void(Taskmill_StartConditions &conditions)> &change);
     /// Fills the queue from the records of a project, see Taskmill_JobContainer::AddAll(); a queue with a
     /// limit is paused with it.
     void Replace(const QList<Taskmill_JobRecord> &jobs, const QSet<int> &recorded = {});
@@ -76,6 +93,8 @@ public:
     void DeleteKeptRows();
 
 Q_SIGNALS:
+    /// A job was submitted and did not start at once.
+    void WaitsSignal(const Taskmill_JobRecord &job);
     /// The view of the queue is to be filled anew.
     void JobsChangedSignal();
 
@@ -88,6 +107,11 @@ private:
     struct Variant;
     static const Variant &VariantOf(Taskmill_Destination destination);
 
+    [[nodiscard]] std::optional<QString>
+    Reorder(const QList<int> &jobIDs,
+            const std::function<QList<qsizetype>(const QList<bool> &isMarked)> &newPlaces);
+    /// A new job stands behind those that were moved.
+    void PutLast(Taskmill_Job &job) const;
     /// Nothing for a list that cannot be paused.
     void Pause();
     bool CollectOnePass();

@@ -2,7 +2,9 @@
 #pragma once
 
 #include "jobs/destination.h"
+#include "jobs/jobneeds.h"
 
+#include <QHash>
 #include <QStringList>
 
 #include <optional>
@@ -12,7 +14,9 @@ struct Taskmill_SubmitChoice
 {
     QStringList Files;
     Taskmill_Destination Destination = Taskmill_Destination::JobTypeDefault;
-    int JobTypeID = -1;    ///< negative: chosen for each file by its extension
+    int JobTypeID = -1; ///< negative: chosen for each file by its extension
+    /// What is asked for a file in place of what it says itself, without files; by its path.
+    QHash<QString, Taskmill_JobNeeds> Needs{};
     bool CheckAll = false; ///< of what the dialog is opened with: else only the first file is checked
 };
 

@@ -54,7 +54,7 @@ bool KilnUtil_DirectRun::Start(const KilnUtil_RunOrder &order)
         m_process.setStandardInputFile(m_inputPath);
     if (!m_outputPath.isEmpty())
         m_process.setStandardOutputFile(m_outputPath, QIODevice::Truncate);
-    KilnUtil_ProcessTree::PrepareChild(m_process, order.Argument);
+    KilnUtil_ProcessTree::PrepareChild(m_process, order.Argument, order.HasLowPriority);
     m_process.start();
     // The process is known from here on, before the event loop learns that it has started.
     StartedSlot();

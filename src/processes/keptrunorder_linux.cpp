@@ -3,6 +3,7 @@
 
 #include "kilnutil/openfileslimit.h"
 #include "kilnutil/stringutil.h"
+#include "processes/processtree.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -48,6 +49,7 @@ Taskmill_RunOrder KilnUtil_KeptRunOrder(const KilnUtil_RunOrder &order)
         runOrder.inputPath = PathText(order.InputPath);
     runOrder.outputPath = PathText(order.OutputPath);
     runOrder.graceMs = order.GraceMs;
+    runOrder.nice = order.HasLowPriority ? KilnUtil_ProcessTree::LowPriorityNice : 0;
     runOrder.openFiles = KilnUtil_OpenFilesLimitAtStart();
     return runOrder;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "processes/keptrunorder.h"
 
+#include "processes/processtree.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
@@ -27,5 +29,6 @@ Taskmill_RunOrder KilnUtil_KeptRunOrder(const KilnUtil_RunOrder &order)
         runOrder.inputPath = PathText(order.InputPath);
     runOrder.outputPath = PathText(order.OutputPath);
     runOrder.graceMs = order.GraceMs;
+    runOrder.nice = order.HasLowPriority ? KilnUtil_ProcessTree::LowPriorityNice : 0;
     return runOrder;
 }

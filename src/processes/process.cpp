@@ -84,6 +84,17 @@ void KilnUtil_Process::SetStandardOutputFilePath(const QString &path)
     m_order.OutputPath = path;
 }
 
+void KilnUtil_Process::SetLowPriority(bool isLow)
+{
+    m_order.HasLowPriority = isLow;
+}
+
+void KilnUtil_Process::Say(const QString &text)
+{
+    if (m_run)
+        m_run->Output().Append(text.toUtf8());
+}
+
 void KilnUtil_Process::SetGrace(int graceMs)
 {
     m_order.GraceMs = graceMs;

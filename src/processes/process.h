@@ -47,6 +47,10 @@ public:
     void SetStandardOutputFilePath(const QString &path);
     /// How long what a keeper runs has between SIGTERM and SIGKILL.
     void SetGrace(int graceMs);
+    /// Has it, and everything it starts, give way to what else the computer does.
+    void SetLowPriority(bool isLow);
+    /// Adds what is to be said of the run behind what it wrote.
+    void Say(const QString &text);
     /// Has it run by a keeper, under a number from NewRunID().
     void SetKeeper(KilnUtil_RunKeepers &keepers, const QString &runID);
 

@@ -17,9 +17,10 @@ struct KilnUtil_RunOrder
     QString Argument; ///< the arguments as one text, quoted as KilnUtil_FileSys::ConvertFilename does it
     QString Directory;
     QProcessEnvironment Environment;
-    QString InputPath;  ///< a regular file or the null device
-    QString OutputPath; ///< a regular file, which is truncated; with it nothing is captured
-    int GraceMs = 0;    ///< between SIGTERM and SIGKILL where nobody is there to say
+    QString InputPath;           ///< a regular file or the null device
+    QString OutputPath;          ///< a regular file, which is truncated; with it nothing is captured
+    bool HasLowPriority = false; ///< gives way to what else the computer does
+    int GraceMs = 0;             ///< between SIGTERM and SIGKILL where nobody is there to say
 };
 
 /// How a run ended.

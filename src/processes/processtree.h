@@ -11,7 +11,10 @@ namespace KilnUtil_ProcessTree {
 /// To be called before start(): gives the process its arguments from one text (a Windows program gets the
 /// text as it stands, others the list that it splits into) and makes it the leader of a group of its own, so
 /// that keyboard signals to the manager do not reach it.
-void PrepareChild(QProcess &process, const QString &argumentText);
+void PrepareChild(QProcess &process, const QString &argumentText, bool hasLowPriority = false);
+/// What low priority adds to the niceness of a process; on Windows anything above 0 is the priority class
+/// below the normal one.
+constexpr int LowPriorityNice = 10;
 
 /// To be called once the process runs, which on Windows it does only from then on: it is known to
 /// KillRegisteredChildren until UnregisterChild.

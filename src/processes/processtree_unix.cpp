@@ -14,6 +14,7 @@
 #include <set>
 #include <vector>
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -91,11 +92,13 @@ void EndTrees(const std::set<pid_t> &roots, bool withRoots)
 }
 } // namespace
 
-void KilnUtil_ProcessTree::PrepareChild(QProcess &process, const QString &argumentText)
+void KilnUtil_ProcessTree::PrepareChild(QProcess &process, const QString &argumentText, bool hasLowPriority)
 {
     process.setArguments(KilnUtil_String::MakeStringList(argumentText, true));
-    process.setChildProcessModifier([] {
+    process.setChildProcessModifier([hasLowPriority] {
         setsid();
+        if (hasLowPriority)
+            setpriority(PRIO_PROCESS, 0, getpriority(PRIO_PROCESS, 0) + LowPriorityNice);
         // What this program ignores, its children would ignore too; of the broken pipe Qt takes care.
         std::signal(SIGXFSZ, SIG_DFL);
         KilnUtil_RestoreOpenFilesLimit();

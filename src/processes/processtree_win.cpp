@@ -48,23 +48,26 @@ std::vector<HANDLE> StreamsOf(const STARTUPINFOW &plain)
 }
 } // namespace
 
-void KilnUtil_ProcessTree::PrepareChild(QProcess &process, const QString &argumentText)
+void KilnUtil_ProcessTree::PrepareChild(QProcess &process, const QString &argumentText, bool hasLowPriority)
 {
     process.setNativeArguments(argumentText);
     heldProcess = nullptr;
     // The start-up information has to live until the process is started.
-    process.setCreateProcessArgumentsModifier([streams = std::shared_ptr<Taskmill_InheritedHandles>{}](
-                                                  QProcess::CreateProcessArguments *arguments) mutable {
-        streams = std::make_shared<Taskmill_InheritedHandles>(StreamsOf(*arguments->startupInfo),
-                                                              *arguments->startupInfo);
-        if (streams->AreValid()) {
-            arguments->startupInfo = streams->StartupInfo();
-            arguments->flags |= EXTENDED_STARTUPINFO_PRESENT;
-        }
-        // Whatever it starts is to be in its job object, so it may not begin before it is there itself.
-        arguments->flags |= CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
-        heldProcess = arguments->processInformation;
-    });
+    process.setCreateProcessArgumentsModifier(
+        [hasLowPriority, streams = std::shared_ptr<Taskmill_InheritedHandles>{}](
+            QProcess::CreateProcessArguments *arguments) mutable {
+            streams = std::make_shared<Taskmill_InheritedHandles>(StreamsOf(*arguments->startupInfo),
+                                                                  *arguments->startupInfo);
+            if (streams->AreValid()) {
+                arguments->startupInfo = streams->StartupInfo();
+                arguments->flags |= EXTENDED_STARTUPINFO_PRESENT;
+            }
+            // Whatever it starts is to be in its job object, so it may not begin before it is there itself.
+            arguments->flags |= CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
+            if (hasLowPriority)
+                arguments->flags |= BELOW_NORMAL_PRIORITY_CLASS;
+            heldProcess = arguments->processInformation;
+        });
 }
 
 void KilnUtil_ProcessTree::RegisterChild(qint64 processID)

@@ -2,16 +2,19 @@
 #include "requests/manageractions.h"
 
 #include "kilnutil/logging.h"
+#include "manager/budget.h"
 #include "manager/exitdialogue.h"
 #include "manager/jobsgoon.h"
 #include "manager/jobtext.h"
 #include "manager/listings.h"
 #include "manager/manager.h"
+#include "manager/queueestimate.h"
 #include "requests/frontend.h"
 #include "requests/joblisting.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -80,11 +83,23 @@ const Taskmill_ManagerActions::Action *Taskmill_ManagerActions::Find(const QStri
 {
     using Self = Taskmill_ManagerActions;
     static constexpr std::array actions{
-        Action{"listjobs"_L1, &Self::List},      Action{"showjob"_L1, &Self::ShowJob},
-        Action{"killjob"_L1, &Self::Kill},       Action{"removejob"_L1, &Self::Remove},
-        Action{"pausequeue"_L1, &Self::Pause},   Action{"unpausequeue"_L1, &Self::Unpause},
-        Action{"limitqueue"_L1, &Self::Limit},   Action{"saveproject"_L1, &Self::Save},
-        Action{"listjobtypes"_L1, &Self::Types}, Action{"openproject"_L1, &Self::OpenProject},
+        Action{"listjobs"_L1, &Self::List},
+        Action{"showjob"_L1, &Self::ShowJob},
+        Action{"killjob"_L1, &Self::Kill},
+        Action{"removejob"_L1, &Self::Remove},
+        Action{"movejob"_L1, &Self::Move},
+        Action{"holdjob"_L1, &Self::Hold},
+        Action{"releasejob"_L1, &Self::Release},
+        Action{"pausequeue"_L1, &Self::Pause},
+        Action{"unpausequeue"_L1, &Self::Unpause},
+        Action{"setquiethours"_L1, &Self::SetQuietHours},
+        Action{"setpriority"_L1, &Self::SetPriority},
+        Action{"estimatequeue"_L1, &Self::Estimate},
+        Action{"limitqueue"_L1, &Self::Limit},
+        Action{"budget"_L1, &Self::Budget},
+        Action{"saveproject"_L1, &Self::Save},
+        Action{"listjobtypes"_L1, &Self::Types},
+        Action{"openproject"_L1, &Self::OpenProject},
         Action{"quit"_L1, &Self::Quit},
     };
     const auto found = std::ranges::find_if(
@@ -127,6 +142,22 @@ QByteArray Taskmill_ManagerActions::AnswerOf(const Taskmill_RequestMessage &requ
         outcome.Json += '\n';
     return Taskmill_AcceptedReply.toByteArray() + '\n' +
            (outcome.Json.isEmpty() ? outcome.Text.toUtf8() : outcome.Json);
+}
+
+Taskmill_ManagerActions::Outcome
+Taskmill_ManagerActions::OutcomeOf(const Taskmill_WaitingJobs::Outcome &outcome,
+                                   const Taskmill_RequestMessage &request, const QList<int> &jobIDs)
+{
+    if (!outcome.Problem.isEmpty()) {
+        const QString &problem = outcome.Problem;
+        return Outcome::Refused(problem.first(1).toLower() +
+                                problem.sliced(1).chopped(problem.endsWith(u'.') ? 1 : 0));
+    }
+    QJsonArray numbers;
+    for (const int jobID : jobIDs)
+        numbers.append(jobID);
+    return Outcome::Done(request, outcome.Text,
+                         jobIDs.isEmpty() ? QJsonObject{} : QJsonObject{{u"ids"_s, numbers}});
 }
 
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::List(const Taskmill_RequestMessage &request)
@@ -239,6 +270,35 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Remove(const Taskmill_
     return RemoveNow(*owner, request, u"Job %1 was removed."_s);
 }
 
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Move(const Taskmill_RequestMessage &request)
+{
+    const std::optional<Taskmill_Move> move = Taskmill_MoveFromWord(request.Move);
+    if (!move)
+        return Outcome::Refused(u"a job is moved up, down, top or bottom"_s);
+    const QList<int> jobIDs = Taskmill_WaitingJobs::NumbersFromText(request.JobNumbers);
+    return OutcomeOf(Taskmill_WaitingJobs{m_manager.Destinations()}.Move(jobIDs, *move), request, jobIDs);
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Hold(const Taskmill_RequestMessage &request)
+{
+    const QList<int> jobIDs = Taskmill_WaitingJobs::NumbersFromText(request.JobNumbers);
+    Taskmill_WaitingJobs waiting{m_manager.Destinations()};
+    Taskmill_WaitingJobs::Outcome outcome;
+    if (!request.NotBefore.isEmpty())
+        outcome = waiting.NotBefore(jobIDs, request.NotBefore);
+    if (!request.AfterJob.isEmpty() && outcome.Problem.isEmpty())
+        outcome = waiting.After(jobIDs, request.AfterJob.toInt());
+    if (request.NotBefore.isEmpty() && request.AfterJob.isEmpty())
+        outcome = waiting.Hold(jobIDs);
+    return OutcomeOf(outcome, request, jobIDs);
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Release(const Taskmill_RequestMessage &request)
+{
+    const QList<int> jobIDs = Taskmill_WaitingJobs::NumbersFromText(request.JobNumbers);
+    return OutcomeOf(Taskmill_WaitingJobs{m_manager.Destinations()}.Release(jobIDs), request, jobIDs);
+}
+
 Taskmill_QueueOwner *Taskmill_ManagerActions::QueueNamed(const QString &name)
 {
     const auto owners = m_manager.Destinations().All();
@@ -259,8 +319,31 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::SetPaused(const Taskmi
     return Outcome::Done(request, line.arg(owner->ListName()), {{u"queue"_s, NameOf(*owner)}});
 }
 
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Estimate(const Taskmill_RequestMessage &request)
+{
+    const Taskmill_QueueOwner *owner = QueueNamed(request.QueueName);
+    if (!owner)
+        return Outcome::Refused(u"there is no queue \"%1\""_s.arg(request.QueueName));
+    const QString estimate = Taskmill_EstimateOf(*owner->Queue(), Taskmill_JobTime::Now());
+    return Outcome::Done(request, owner->EstimateText(),
+                         {{u"queue"_s, NameOf(*owner)}, {u"estimate"_s, estimate}});
+}
+
+Taskmill_ManagerActions::Outcome
+Taskmill_ManagerActions::SetQuietHours(const Taskmill_RequestMessage &request)
+{
+    return OutcomeOf(m_manager.StartRules().SetQuietHoursFrom(request.QuietHours), request, {});
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::SetPriority(const Taskmill_RequestMessage &request)
+{
+    return OutcomeOf(m_manager.StartRules().SetPriorityFrom(request.JobPriority), request, {});
+}
+
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Pause(const Taskmill_RequestMessage &request)
 {
+    if (Taskmill_QueueOwner *owner = request.PausesLater ? QueueNamed(request.QueueName) : nullptr)
+        return Outcome::Done(request, owner->PauseWhenJobsHaveEnded(), {{u"queue"_s, NameOf(*owner)}});
     return SetPaused(request, true);
 }
 
@@ -282,6 +365,20 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Limit(const Taskmill_R
                          u"The %1 runs at most %2 jobs at a time."_s.arg(owner->ListName(),
                                                                          QString::number(request.QueueLimit)),
                          {{u"queue"_s, NameOf(*owner)}, {u"limit"_s, request.QueueLimit}});
+}
+
+Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Budget(const Taskmill_RequestMessage &request)
+{
+    Taskmill_JobBudget &budget = m_manager.Destinations().Budget();
+    if (!request.Budget.isEmpty()) {
+        const auto limits = Taskmill_BudgetFromText(request.Budget);
+        if (!limits)
+            return Outcome::Refused(
+                u"a budget is \"off\", \"cores N\", \"memory M\" (in MB) or both, with numbers from 1 on"_s);
+        Taskmill_SetBudget(budget, *limits);
+    }
+    return request.AnswersJson ? Outcome{.Json = Json(Taskmill_BudgetJson(budget))}
+                               : Outcome{.Text = Taskmill_BudgetText(budget) + u'\n'};
 }
 
 Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Save(const Taskmill_RequestMessage &request)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "manager/waitingjobs.h"
 #include "requests/reply.h"
 #include "requests/requestmessage.h"
 
@@ -37,6 +38,8 @@ private:
     struct Action;
     static const Action *Find(const QString &action);
 
+    [[nodiscard]] static Outcome OutcomeOf(const Taskmill_WaitingJobs::Outcome &outcome,
+                                           const Taskmill_RequestMessage &request, const QList<int> &jobIDs);
     [[nodiscard]] Outcome List(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome ShowJob(const Taskmill_RequestMessage &request);
     /// Answers when nothing of the job is left, or which of its processes withstand.
@@ -47,9 +50,16 @@ private:
                                     const QString &doneText);
     [[nodiscard]] Outcome Kill(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Remove(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Move(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Hold(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Release(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Pause(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Unpause(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Estimate(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome SetQuietHours(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome SetPriority(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Limit(const Taskmill_RequestMessage &request);
+    [[nodiscard]] Outcome Budget(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Save(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome OpenProject(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome Types(const Taskmill_RequestMessage &request);

@@ -45,6 +45,16 @@ void SetNotification(Message &message, const QString &value)
     message.ClientNotification = isNumber ? std::optional{number != 0} : std::nullopt;
 }
 
+void SetCores(Message &message, const QString &value)
+{
+    message.JobCores = Taskmill_CoresFromText(value);
+}
+
+void SetMemory(Message &message, const QString &value)
+{
+    message.JobMemoryMB = Taskmill_MemoryFromText(value);
+}
+
 void SetConfirmed(Message &message, const QString &)
 {
     message.ConfirmAction = true;
@@ -91,15 +101,25 @@ constexpr std::array keys{
     Key{Latin1(Taskmill_WireJobList), SetTrimmed<&Message::List>},
     Key{Latin1(Taskmill_WireJobsSince), SetNumber<&Message::Since>},
     Key{Latin1(Taskmill_WireJobNumber), SetNumber<&Message::JobNumber>},
+    Key{Latin1(Taskmill_WireJobNumbers), SetTrimmed<&Message::JobNumbers>},
+    Key{Latin1(Taskmill_WireMove), SetTrimmed<&Message::Move>},
+    Key{Latin1(Taskmill_WireNotBefore), SetTrimmed<&Message::NotBefore>},
+    Key{Latin1(Taskmill_WireAfterJob), SetTrimmed<&Message::AfterJob>},
     Key{Latin1(Taskmill_WireTakesRunning), SetFlag<&Message::TakesRunning>},
     Key{Latin1(Taskmill_WireQueueName), SetTrimmed<&Message::QueueName>},
+    Key{Latin1(Taskmill_WirePauseLater), SetFlag<&Message::PausesLater>},
+    Key{Latin1(Taskmill_WireQuietHours), SetTrimmed<&Message::QuietHours>},
+    Key{Latin1(Taskmill_WireJobPriority), SetTrimmed<&Message::JobPriority>},
     Key{Latin1(Taskmill_WireQueueLimit), SetNumber<&Message::QueueLimit>},
+    Key{Latin1(Taskmill_WireBudget), SetTrimmed<&Message::Budget>},
     Key{Latin1(Taskmill_WireSaveFile), SetText<&Message::SaveFile>},
     Key{Latin1(Taskmill_WireProjectFile), SetText<&Message::ProjectFile>},
     Key{Latin1(Taskmill_WireReplaces), SetFlag<&Message::Replaces>},
     Key{Latin1(Taskmill_WireKeepsJobs), SetFlag<&Message::KeepsJobs>},
     Key{Latin1(Taskmill_WireAnswersJson), SetFlag<&Message::AnswersJson>},
     Key{Latin1(Taskmill_WireAnswerWidth), SetNumber<&Message::Width>},
+    Key{Latin1(Taskmill_WireJobCores), SetCores},
+    Key{Latin1(Taskmill_WireJobMemory), SetMemory},
     Key{"jobclass="_L1, Ignore},
     Key{"jobname="_L1, SetText<&Message::JobName>},
     Key{"jobqueue="_L1, SetText<&Message::JobQueue>},

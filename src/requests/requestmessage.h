@@ -13,8 +13,14 @@ struct Taskmill_ActionRequest
     QString List; ///< "long", "short", "queueless" or "finished"; empty for all
     qint32 Since = 0;
     qint32 JobNumber = 0;
+    QString JobNumbers; ///< those of several jobs
+    QString Move;
     QString QueueName; ///< "long" or "short"
     qint32 QueueLimit = 0;
+    bool PausesLater = false;
+    QString QuietHours;
+    QString JobPriority;
+    QString Budget;   ///< see Taskmill_WireBudget
     QString SaveFile; ///< absolute; empty for the project's own
     QString ProjectFile;
     bool Replaces = false;

@@ -5,12 +5,14 @@
 #include "jobs/queuelessjobslist.h"
 #include "kilnutil/error.h"
 #include "kilnutil/registry.h"
+#include "manager/budget.h"
 #include "manager/changedfiledialogue.h"
 #include "manager/closingdialogue.h"
 #include "manager/exitdialogue.h"
 #include "manager/heldjobsdialogue.h"
 #include "manager/jobresults.h"
 #include "manager/manager.h"
+#include "manager/queueestimate.h"
 #include "manager/recentprojects.h"
 #include "manager/version.h"
 #include "ui/detailssplitter.h"
@@ -20,6 +22,7 @@
 #include "ui/progresspage.h"
 #include "ui/projectmenu.h"
 #include "ui/projectoffer.h"
+#include "ui/settingsdialog.h"
 #include "ui/statusline.h"
 #include "ui/tabmenus.h"
 #include "ui/trayicon.h"
@@ -112,6 +115,7 @@ void Taskmill_AppWindow::FillMenus()
     m_projectMenu =
         new Taskmill_ProjectMenu{m_window.Menu(Taskmill_WindowMenu::Project), m_manager.Project()};
     connect(m_projectMenu, &Taskmill_ProjectMenu::ExitSignal, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
+    connect(m_projectMenu, &Taskmill_ProjectMenu::SettingsSignal, this, &Taskmill_AppWindow::SettingsSlot);
     connect(m_projectMenu, &Taskmill_ProjectMenu::ProjectOpenedSignal, this,
             [this] { SpeakOfProject(m_manager.Project().Notices()); });
 
@@ -180,6 +184,8 @@ void Taskmill_AppWindow::ConnectWindow()
     connect(&m_tray, &Taskmill_TrayPresence::HideWindowSignal, this,
             &Taskmill_AppWindow::SystemTrayHideWindowSlot);
     connect(&m_tray, &Taskmill_TrayPresence::ExitSignal, this, &Taskmill_AppWindow::SystemTrayQuitSlot);
+    connect(&m_manager.JobWatch(), &Taskmill_JobWatch::NoProgressSignal, &m_tray,
+            &Taskmill_TrayPresence::NoProgressSlot);
     connect(&m_tray, &Taskmill_TrayPresence::ShowJobsSignal, this, &Taskmill_AppWindow::ShowFinishedJobs);
 }
 
@@ -190,11 +196,26 @@ void Taskmill_AppWindow::ShowCounts()
          {Taskmill_Page::LongJobs, Taskmill_Page::ShortJobs, Taskmill_Page::QueuelessJobs}) {
         const Taskmill_JobCounts::Queue &queue = counts.queues.at(static_cast<size_t>(page));
         m_window.ShowCount(page, queue.running + queue.waiting,
-                           Taskmill_CountsText(queue.running, queue.waiting));
+                           Taskmill_CountsText(queue.running, queue.waiting) + EstimateOf(page));
     }
     m_window.ShowCount(Taskmill_Page::FinishedJobs, counts.finished,
                        counts.finished == 1 ? u"1 job"_s : u"%1 jobs"_s.arg(counts.finished));
     m_statusLine->ShowCounts(counts);
+}
+
+/// Behind the counts of a queue. It changes slowly, and is not found anew with each change.
+QString Taskmill_AppWindow::EstimateOf(Taskmill_Page page)
+{
+    constexpr qint64 msecsKept = 10'000;
+    if (!m_estimateAge.isValid() || m_estimateAge.hasExpired(msecsKept)) {
+        m_estimateAge.start();
+        const auto queues = m_manager.Destinations().Queues();
+        for (std::size_t number = 0; number < queues.size(); ++number)
+            m_estimates.at(number) = Taskmill_EstimateOf(*queues.at(number), Taskmill_JobTime::Now());
+    }
+    const auto number = static_cast<std::size_t>(page);
+    const QString estimate = number < m_estimates.size() ? m_estimates.at(number) : QString{};
+    return estimate.isEmpty() ? estimate : u"; "_s + estimate;
 }
 
 void Taskmill_AppWindow::ShowFinishedJobs(const QList<int> &jobIDs)
@@ -277,7 +298,7 @@ void Taskmill_AppWindow::OfferLastProject()
     const Taskmill_Project &project = m_manager.Project();
     if (last.isEmpty() || !project.FilePath().isEmpty() || project.HasUnsavedChanges())
         return;
-    m_offer = new Taskmill_ProjectOffer{m_longJobs.Table(), last};
+    m_offer = new Taskmill_ProjectOffer{m_longJobs.JobTable(), last};
     connect(m_offer, &QPushButton::clicked, m_projectMenu, [this, last] { m_projectMenu->OpenFile(last); });
     // The user has begun something else.
     connect(&m_manager.Project(), &Taskmill_Project::StateChangedSignal, m_offer, [this] {
@@ -362,6 +383,25 @@ void Taskmill_AppWindow::AboutSlot()
     KilnUtil_Error::UserPrompt().ShowInformation(
         u"About TaskmillGUI"_s, Taskmill_VersionText() + u"     ("_s + PlatformText() +
                                     u")\n\nRuns calculations one after another, for weeks if need be."_s);
+}
+
+void Taskmill_AppWindow::SettingsSlot()
+{
+    // The program may end while the dialog is open.
+    const QPointer<Taskmill_SettingsDialog> dialog = new Taskmill_SettingsDialog{&m_window};
+    dialog->Load(m_manager.Destinations().Budget().Limits());
+    Taskmill_StartRules &rules = m_manager.StartRules();
+    dialog->LoadScheduling(rules.QuietHours(), rules.HaveJobsLowPriority());
+    const bool isAccepted = dialog->exec() == QDialog::Accepted;
+    if (!dialog)
+        return;
+    if (isAccepted) {
+        Taskmill_SetBudget(m_manager.Destinations().Budget(), dialog->Budget());
+        rules.SetJobsLowPriority(dialog->HasLowPriority());
+        if (rules.QuietHours() != dialog->QuietHours())
+            rules.SetQuietHours(dialog->QuietHours());
+    }
+    delete dialog;
 }
 
 void Taskmill_AppWindow::OkaySlot()

@@ -11,7 +11,10 @@
 #include "ui/runningjobswidget.h"
 #include "ui/traypresence.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
+
+#include <array>
 
 class Taskmill_DetailsSwitch;
 class Taskmill_Manager;
@@ -61,6 +64,8 @@ public Q_SLOTS:
     void ExitSlot();
     /// Lets the user choose files and submits them.
     void NewJobsSlot();
+    /// Lets the user change the settings.
+    void SettingsSlot();
     /// Puts the window away to where it can be brought back from.
     void OkaySlot();
     /// Does nothing: the menus bring themselves up to date.
@@ -88,6 +93,7 @@ private:
     void RestoreToolBars();
     void UpdateWindowTitle();
     void ShowCounts();
+    [[nodiscard]] QString EstimateOf(Taskmill_Page page);
     void FillViewMenu();
     void ShowFinishedJobs(const QList<int> &jobIDs);
     /// Offers the project of the last time when none was named.
@@ -112,6 +118,8 @@ private:
     Taskmill_JobSummary m_summary;
     Taskmill_TrayPresence m_tray;
     Taskmill_StatusLine *const m_statusLine;
+    std::array<QString, 2> m_estimates; ///< of the two queues
+    QElapsedTimer m_estimateAge;
     Taskmill_ProjectMenu *m_projectMenu = nullptr;
     Taskmill_TabMenus *m_tabMenus = nullptr;
     QAction *m_filterEntry = nullptr;

@@ -6,7 +6,11 @@
 #include "manager/timetext.h"
 #include "widgets/tablesortproxy.h"
 
+#include <QHash>
+
 #include <algorithm>
+#include <limits>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -24,7 +28,7 @@ Taskmill_JobsModel::Taskmill_JobsModel(const Taskmill_JobContainer &jobs, QObjec
 /// As the job is now.
 Taskmill_JobsModel::Row Taskmill_JobsModel::RowOf(const Taskmill_JobRecord &job) const
 {
-    Row row{.jobID = job.JobID, .status = job.Status, .times = {}, .texts = {}};
+    Row row{.jobID = job.JobID, .status = job.Status, .times = {}, .waitReason = job.WaitReason, .texts = {}};
     for (const int column : m_timeColumns)
         row.times.append(job.*Columns().TimeOf(column));
     return row;
@@ -37,12 +41,55 @@ void Taskmill_JobsModel::Refresh()
     UpdateRows();
 }
 
+void Taskmill_JobsModel::TakeNewOrder()
+{
+    // Where each job stands in the list. A project may hold a number twice: then each has its own place.
+    const QList<Taskmill_Job *> &jobs = m_jobs.Jobs();
+    QHash<int, QList<int>> places;
+    for (int place = 0; place < jobs.size(); ++place)
+        places[jobs[place]->JobID()].append(place);
+    QList<std::pair<int, int>> order; // of each row its place, and the row; those that go stand last
+    for (int row = 0; row < m_rows.size(); ++row) {
+        const auto found = places.find(m_rows[row].jobID);
+        const bool isThere = found != places.end() && !found->isEmpty();
+        order.append({isThere ? found->takeFirst() : std::numeric_limits<int>::max(), row});
+    }
+    if (std::ranges::is_sorted(order))
+        return;
+    Q_EMIT layoutAboutToBeChanged();
+    std::ranges::sort(order);
+    QList<Row> rows;
+    QList<int> rowsNow(m_rows.size());
+    for (const auto &[place, row] : std::as_const(order)) {
+        rowsNow[row] = static_cast<int>(rows.size());
+        rows.append(m_rows[row]);
+    }
+    m_rows.swap(rows);
+    const QModelIndexList before = persistentIndexList();
+    QModelIndexList after;
+    for (const QModelIndex &old : before)
+        after.append(createIndex(rowsNow[old.row()], old.column()));
+    changePersistentIndexList(before, after);
+    Q_EMIT layoutChanged();
+}
+
 void Taskmill_JobsModel::RemoveMissingRows()
 {
     const QList<Taskmill_Job *> &jobs = m_jobs.Jobs();
-    const KilnUtil_RowRanges gone = KilnUtil_RowsGone(
-        m_rows.size(), [this](qsizetype row) { return m_rows[row].jobID; }, jobs.size(),
-        [&jobs](qsizetype position) { return jobs[position]->JobID(); });
+    const auto rowsGone = [this, &jobs] {
+        return KilnUtil_RowsGone(
+            m_rows.size(), [this](qsizetype row) { return m_rows[row].jobID; }, jobs.size(),
+            [&jobs](qsizetype position) { return jobs[position]->JobID(); });
+    };
+    const auto isStillThere = [this](const KilnUtil_RowRange &range) {
+        return m_jobs.FindByJobID(m_rows[range.First].jobID) || m_jobs.FindByJobID(m_rows[range.Last].jobID);
+    };
+    KilnUtil_RowRanges gone = rowsGone();
+    // Rows in another order only seem to be gone.
+    if (std::ranges::any_of(gone, isStillThere)) {
+        TakeNewOrder();
+        gone = rowsGone();
+    }
     TakeOut(gone, m_rows);
 }
 

@@ -49,17 +49,20 @@ private:
         int jobID = -1;
         Taskmill_JobStatus status = Taskmill_JobStatus::Unknown;
         QVarLengthArray<Taskmill_JobTime, 2> times; ///< of the columns that show one, in their order
+        Taskmill_WaitReason waitReason;
         /// Made when the row is first shown or sorted: most rows of a long queue never are.
         mutable QStringList texts;
 
         /// Of the same job: nothing else of it changes while it waits and runs.
         [[nodiscard]] bool ShowsTheSameAs(const Row &other) const
         {
-            return status == other.status && times == other.times;
+            return status == other.status && times == other.times && waitReason == other.waitReason;
         }
     };
 
     [[nodiscard]] Row RowOf(const Taskmill_JobRecord &job) const;
+    /// Jobs were moved, or started out of their order.
+    void TakeNewOrder();
     void RemoveMissingRows();
     void AppendNewRows();
     void UpdateRows();

@@ -19,6 +19,7 @@ Taskmill_JobTableModel::Taskmill_JobTableModel(const Taskmill_Columns<Taskmill_J
     , m_jobIDColumn{columns.IndexOf(&Taskmill_JobRecord::JobID)}
     , m_statusColumn{columns.IndexOf(&Taskmill_JobRecord::Status)}
     , m_resultColumn{columns.WithHeader(u"Result"_s)}
+    , m_waitColumn{columns.WithHeader(u"Waits Because"_s)}
 {
 }
 
@@ -101,10 +102,26 @@ QVariant Taskmill_JobTableModel::MarkOf(qsizetype row) const
     return Taskmill_StatusIcon(status, job ? job->Result.Verdict : Taskmill_Verdict::None);
 }
 
+/// How far it is, and whether it does not get on.
+QString Taskmill_JobTableModel::RunningText(qsizetype row) const
+{
+    QStringList lines{m_progressText(JobIDOfRow(row))};
+    if (const Taskmill_JobRecord *job = RecordOf(row))
+        lines += job->WhyItWaits();
+    lines.removeAll(QString{});
+    return lines.join(u'\n');
+}
+
 QString Taskmill_JobTableModel::ExplanationOf(qsizetype row, int column) const
 {
     if (column == m_statusColumn && m_progressText && StatusOfRow(row) == Taskmill_JobStatus::Running)
-        return m_progressText(JobIDOfRow(row));
+        return RunningText(row);
+    // It may be longer than its column is wide.
+    if ((column == m_statusColumn || column == m_waitColumn) &&
+        StatusOfRow(row) == Taskmill_JobStatus::Pending) {
+        const Taskmill_JobRecord *waiting = RecordOf(row);
+        return waiting ? waiting->WhyItWaits() : QString{};
+    }
     const bool isAboutResult = column == m_statusColumn || column == m_resultColumn;
     const Taskmill_JobRecord *job = isAboutResult ? RecordOf(row) : nullptr;
     if (!job || !job->Result.IsOfKnownProgram())

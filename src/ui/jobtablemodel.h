@@ -71,6 +71,7 @@ protected:
 
 private:
     [[nodiscard]] QVariant SortValueOf(qsizetype row, int column) const;
+    [[nodiscard]] QString RunningText(qsizetype row) const;
     /// Of the status or the result, in words, what the mark says by its colour; nothing for other columns.
     [[nodiscard]] QString ExplanationOf(qsizetype row, int column) const;
     [[nodiscard]] QVariant ExplanationData(const QModelIndex &index, int role) const;
@@ -84,5 +85,6 @@ private:
     const int m_statusColumn;
     std::function<QString(int jobID)> m_progressText;
     const int m_resultColumn;
+    const int m_waitColumn; ///< -1 where no job waits
     Taskmill_JobFilter m_filter;
 };

@@ -2,10 +2,12 @@
 #include "ui/newjobtypewidget.h"
 
 #include "help/helpdialog.h"
+#include "jobs/jobneeds.h"
 #include "kilnutil/error.h"
 #include "widgets/widgetutil.h"
 
 #include <QBoxLayout>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QFileInfo>
@@ -18,6 +20,9 @@
 #include <QSizeGrip>
 #include <QSpinBox>
 #include <QTextDocumentFragment>
+
+#include <algorithm>
+#include <limits>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -123,6 +128,34 @@ void Taskmill_NewJobTypeWidget::MakeFields()
     m_killGrace->setRange(0, Taskmill_JobType::LongestKillGrace);
     m_killGrace->setSuffix(u" s"_s);
     m_killGrace->setValue(Taskmill_JobType::DefaultKillGrace);
+    m_timeLimit = NewMinutes(u"none"_s);
+    m_noProgress = NewMinutes(u"off"_s);
+    m_cores = new QSpinBox{this};
+    m_cores->setRange(0, Taskmill_MostCores);
+    m_memory = NewMegabytes();
+    m_freeSpace = NewMegabytes();
+    m_freeSpace->setSpecialValueText(u"any"_s);
+    m_holdsChangedInput = new QCheckBox{u"Hold a job whose input has changed since it was submitted"_s, this};
+    for (QSpinBox *box : {m_cores, m_memory})
+        box->setSpecialValueText(u"not said"_s);
+}
+
+QSpinBox *Taskmill_NewJobTypeWidget::NewMinutes(const QString &textOfNone)
+{
+    auto *minutes = new QSpinBox{this};
+    minutes->setRange(0, Taskmill_JobType::LongestMinutes);
+    minutes->setSuffix(u" min"_s);
+    minutes->setSpecialValueText(textOfNone);
+    return minutes;
+}
+
+QSpinBox *Taskmill_NewJobTypeWidget::NewMegabytes()
+{
+    auto *megabytes = new QSpinBox{this};
+    megabytes->setRange(0, std::numeric_limits<int>::max());
+    megabytes->setSingleStep(1024);
+    megabytes->setSuffix(u" MB"_s);
+    return megabytes;
 }
 
 QPlainTextEdit *Taskmill_NewJobTypeWidget::NewTextEdit(int lines)
@@ -176,6 +209,21 @@ void Taskmill_NewJobTypeWidget::DescribeFields()
         m_killGrace, u"Time to End When Killed"_s,
         u"How long a job that is killed has to write its state and end by itself; what is left of it then "
         "is ended by force. With 0 that happens at once."_s);
+    Describe(m_timeLimit, u"Time Limit"_s,
+             u"A job that runs longer is killed, and its output says so. With 0 there is no limit."_s);
+    Describe(m_noProgress, u"Warn Without Progress After"_s,
+             u"When neither the output nor the processor time of a running job has changed for so long, you "
+             "are told; nothing is killed. With 0 never."_s);
+    const QString needs = u" where neither its submitter nor its input says it. It counts where jobs start "
+                          "only as long as the computer has room for them; see the settings."_s;
+    Describe(m_cores, u"Cores"_s, u"How many cores a job takes"_s + needs + u" Not said here: one."_s);
+    Describe(m_memory, u"Memory"_s, u"How much memory a job takes, in megabytes of 2^20 bytes,"_s + needs);
+    Describe(m_freeSpace, u"Free Space"_s,
+             u"How much is to be free on the drive of its output, in megabytes of 2^20 bytes, when a job "
+             "starts. With less it waits."_s);
+    Describe(m_holdsChangedInput, u"Hold a job whose input has changed"_s,
+             u"Such a job waits until you release it. Else it runs with the file as it is then, and its row "
+             "says so."_s);
 }
 
 void Taskmill_NewJobTypeWidget::AddRows(QBoxLayout *layout)
@@ -188,7 +236,27 @@ void Taskmill_NewJobTypeWidget::AddRows(QBoxLayout *layout)
     AddRow(layout, u"Input File Filter:  "_s, m_inputFileFilter);
     AddRow(layout, u"Output File Filter:  "_s, m_outputFileFilter);
     AddRow(layout, u"Environment Variables:  "_s, m_environmentVariables);
-    AddRow(layout, u"Time to End When Killed:  "_s, m_killGrace, 0)->addStretch();
+    QBoxLayout *times = AddRow(layout, u"Time to End When Killed:  "_s, m_killGrace, 0);
+    times->addSpacing(fontMetrics().averageCharWidth() * 2);
+    times->addWidget(new QLabel{u"Time Limit:"_s, this});
+    times->addWidget(m_timeLimit);
+    times->addSpacing(fontMetrics().averageCharWidth() * 2);
+    times->addWidget(new QLabel{u"Warn Without Progress After:"_s, this});
+    times->addWidget(m_noProgress);
+    times->addStretch();
+    QBoxLayout *needs = AddRow(layout, u"Cores:  "_s, m_cores, 0);
+    auto *memoryText = new QLabel{u"Memory:  "_s, this};
+    memoryText->setBuddy(m_memory);
+    needs->addSpacing(rowSpacing);
+    needs->addWidget(memoryText);
+    needs->addWidget(m_memory);
+    auto *spaceText = new QLabel{u"Free Space:  "_s, this};
+    spaceText->setBuddy(m_freeSpace);
+    needs->addSpacing(rowSpacing);
+    needs->addWidget(spaceText);
+    needs->addWidget(m_freeSpace);
+    needs->addStretch();
+    AddRow(layout, u"Changed Input:  "_s, m_holdsChangedInput, 0)->addStretch();
     KilnUtil_WidgetUtil::MatchMinimumWidths(m_labels);
     m_name->setMinimumWidth(leastFieldCharacters * fontMetrics().averageCharWidth());
 }
@@ -248,7 +316,8 @@ void Taskmill_NewJobTypeWidget::ConnectFields()
     // Left without a change, a field does not signal it.
     for (QLineEdit *edit : {m_name, m_applicationName, m_inputFileFilter, m_outputFileFilter})
         edit->installEventFilter(this);
-    connect(m_killGrace, &QSpinBox::editingFinished, this, &Widget::UpdateOk);
+    for (const QSpinBox *box : {m_killGrace, m_timeLimit, m_noProgress, m_cores, m_memory, m_freeSpace})
+        connect(box, &QSpinBox::editingFinished, this, &Widget::UpdateOk);
     connect(m_defaultQueue, &QComboBox::activated, this, &Widget::DefaultQueueSlot);
     connect(m_browse, &QPushButton::clicked, this, &Widget::ExecutablePathBrowseSlot);
     for (QLineEdit *edit : {m_name, m_applicationName, m_executablePath})
@@ -278,6 +347,12 @@ void Taskmill_NewJobTypeWidget::Load(const Taskmill_JobType &jobType)
     m_outputFileFilter->setText(jobType.OutputFileFilter);
     m_environmentVariables->setPlainText(jobType.EnvironmentVariables);
     m_killGrace->setValue(jobType.KillGraceSeconds);
+    m_timeLimit->setValue(jobType.TimeLimitMinutes);
+    m_noProgress->setValue(jobType.NoProgressMinutes);
+    m_cores->setValue(jobType.Cores);
+    m_memory->setValue(static_cast<int>(std::min<qint64>(jobType.MemoryMB, m_memory->maximum())));
+    m_freeSpace->setValue(static_cast<int>(std::min<qint64>(jobType.LeastFreeMB, m_freeSpace->maximum())));
+    m_holdsChangedInput->setChecked(jobType.HoldsChangedInput);
 }
 
 Taskmill_JobType Taskmill_NewJobTypeWidget::Read() const
@@ -292,6 +367,12 @@ Taskmill_JobType Taskmill_NewJobTypeWidget::Read() const
     jobType.OutputFileFilter = m_outputFileFilter->text();
     jobType.EnvironmentVariables = m_environmentVariables->toPlainText();
     jobType.KillGraceSeconds = m_killGrace->value();
+    jobType.TimeLimitMinutes = m_timeLimit->value();
+    jobType.NoProgressMinutes = m_noProgress->value();
+    jobType.Cores = m_cores->value();
+    jobType.MemoryMB = m_memory->value();
+    jobType.LeastFreeMB = m_freeSpace->value();
+    jobType.HoldsChangedInput = m_holdsChangedInput->isChecked();
     return jobType;
 }
 

@@ -6,6 +6,7 @@
 #include <QDialog>
 
 class QBoxLayout;
+class QCheckBox;
 class QComboBox;
 class QLabel;
 class QLineEdit;
@@ -55,6 +56,9 @@ private:
     void AddRows(QBoxLayout *layout);
     QBoxLayout *AddRow(QBoxLayout *layout, const QString &label, QWidget *field, int stretch = 1);
     void AddButtons(QBoxLayout *layout);
+    /// 0 is shown as the text.
+    [[nodiscard]] QSpinBox *NewMinutes(const QString &textOfNone);
+    [[nodiscard]] QSpinBox *NewMegabytes();
     [[nodiscard]] QPushButton *NewButton(const QString &text);
     [[nodiscard]] QPlainTextEdit *NewTextEdit(int lines);
     /// Enables "Ok" exactly when the fields describe a valid job type.
@@ -72,6 +76,12 @@ private:
     QLineEdit *m_outputFileFilter;
     QPlainTextEdit *m_environmentVariables;
     QSpinBox *m_killGrace; ///< seconds
+    QSpinBox *m_timeLimit; ///< minutes, as the next one
+    QSpinBox *m_noProgress;
+    QSpinBox *m_cores;  ///< 0 for not said, as the next
+    QSpinBox *m_memory; ///< in units of 2^20 bytes, as the next one
+    QSpinBox *m_freeSpace;
+    QCheckBox *m_holdsChangedInput;
     QPushButton *m_ok;
     QLabel *m_hint;
     QList<QWidget *> m_labels;

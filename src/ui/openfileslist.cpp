@@ -6,12 +6,15 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QHeaderView>
+#include <QPalette>
 #include <QScrollBar>
 #include <QSet>
 #include <QSignalBlocker>
 
 #include <array>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -33,13 +36,15 @@ constexpr std::array<ColumnSetup, Taskmill_OpenFilesList::ColumnCount> columns{{
     {"Size (bytes)"_L1, 12},
     {"Created"_L1, 25},
     {"Last Modified"_L1, 25},
+    {"Cores"_L1, 6},
+    {"Memory (MB)"_L1, 10},
 }};
 
 /// From File Path on, for each level of detail.
 constexpr std::array<std::array<bool, Taskmill_OpenFilesList::ColumnCount - 1>, 3> shownAtDetail{{
-    {true, true, false, false, false, false, false},
-    {false, true, true, true, false, false, false},
-    {false, true, true, true, true, true, true},
+    {true, true, false, false, false, false, false, false, false},
+    {false, true, true, true, false, false, false, true, true},
+    {false, true, true, true, true, true, true, true, true},
 }};
 
 class FileItem final : public KilnUtil_TreeWidgetItem
@@ -49,22 +54,44 @@ public:
 
     [[nodiscard]] QVariant data(int column, int role) const override
     {
+        if (IsNeed(column))
+            return NeedData(column, role);
         // The whole path, whichever columns are shown and however wide.
         return KilnUtil_TreeWidgetItem::data(
             role == Qt::ToolTipRole ? Taskmill_OpenFilesList::FilePathColumn : column,
             role == Qt::ToolTipRole ? static_cast<int>(Qt::DisplayRole) : role);
     }
 
+    void setData(int column, int role, const QVariant &value) override;
+
+    static bool IsNeed(int column)
+    {
+        return column == Taskmill_OpenFilesList::CoresColumn ||
+               column == Taskmill_OpenFilesList::MemoryColumn;
+    }
+    void SetAsked(const Taskmill_JobNeeds &needs)
+    {
+        m_asked = needs;
+        emitDataChanged();
+    }
+    [[nodiscard]] const Taskmill_JobNeeds &Asked() const { return m_asked; }
+
 private:
     void SetNumber(int column, qint64 number);
     void SetTime(int column, const QDateTime &time);
+    [[nodiscard]] static std::optional<qint64> NumberIn(const Taskmill_JobNeeds &needs, int column);
+    [[nodiscard]] QVariant NeedData(int column, int role) const;
+
+    Taskmill_JobNeeds m_asked;
+    /// What the file says; read when it is first shown: most of thousands never are.
+    mutable std::optional<Taskmill_JobNeeds> m_said;
 };
 
 FileItem::FileItem(const QString &path, int id)
 {
     using List = Taskmill_OpenFilesList;
     const QFileInfo file{path};
-    setFlags(flags() & ~Qt::ItemIsDropEnabled);
+    setFlags((flags() & ~Qt::ItemIsDropEnabled) | Qt::ItemIsEditable);
     setCheckState(List::IDColumn, Qt::Checked);
     SetNumber(List::IDColumn, id);
     setText(List::FilePathColumn, path);
@@ -75,6 +102,50 @@ FileItem::FileItem(const QString &path, int id)
     setTextAlignment(List::SizeColumn, Qt::AlignRight | Qt::AlignVCenter);
     SetTime(List::CreatedColumn, file.birthTime());
     SetTime(List::LastModifiedColumn, file.lastModified());
+}
+
+std::optional<qint64> FileItem::NumberIn(const Taskmill_JobNeeds &needs, int column)
+{
+    if (column == Taskmill_OpenFilesList::MemoryColumn)
+        return needs.MemoryMB;
+    return needs.Cores ? std::optional<qint64>{*needs.Cores} : std::nullopt;
+}
+
+QVariant FileItem::NeedData(int column, int role) const
+{
+    if (role == Qt::TextAlignmentRole)
+        return QVariant{Qt::AlignRight | Qt::AlignVCenter};
+    if (role == Qt::ToolTipRole)
+        return u"<qt>What the job takes while it runs. What the file says is grey; another number can be "
+               "typed in its place.</qt>"_s;
+    const std::optional<qint64> asked = NumberIn(m_asked, column);
+    if (role == Qt::ForegroundRole)
+        return asked ? QVariant{} : QGuiApplication::palette().brush(QPalette::PlaceholderText);
+    if (role != Qt::DisplayRole && role != Qt::EditRole && role != SortRole)
+        return {};
+    if (!asked && !m_said)
+        m_said = Taskmill_NeedsOfInput(text(Taskmill_OpenFilesList::FilePathColumn));
+    const std::optional<qint64> number = asked ? asked : NumberIn(*m_said, column);
+    if (!number)
+        return {};
+    return role == SortRole ? QVariant{*number} : QVariant{QString::number(*number)};
+}
+
+void FileItem::setData(int column, int role, const QVariant &value)
+{
+    if (!IsNeed(column)) {
+        KilnUtil_TreeWidgetItem::setData(column, role, value);
+        return;
+    }
+    const QString before = NeedData(column, Qt::DisplayRole).toString();
+    // Without a change the file's own number stays the file's; an empty text brings it back.
+    if (role != Qt::EditRole || value.toString() == before)
+        return;
+    if (column == Taskmill_OpenFilesList::CoresColumn)
+        m_asked.Cores = Taskmill_CoresFromText(value.toString());
+    else
+        m_asked.MemoryMB = Taskmill_MemoryFromText(value.toString());
+    emitDataChanged();
 }
 
 void FileItem::SetNumber(int column, qint64 number)
@@ -143,6 +214,7 @@ Taskmill_OpenFilesList::Taskmill_OpenFilesList(QWidget *parent)
     setTextElideMode(Qt::ElideMiddle);
     SetUpColumns();
     SetDetail(HighDetail);
+    setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed);
 }
 
 void Taskmill_OpenFilesList::SetUpColumns()
@@ -225,6 +297,31 @@ void Taskmill_OpenFilesList::Apply(Operation operation, bool allItems)
         const bool check = operation == Operation::Check || (operation == Operation::Toggle && !isChecked);
         item->setCheckState(IDColumn, check ? Qt::Checked : Qt::Unchecked);
     }
+}
+
+bool Taskmill_OpenFilesList::IsEditable(int column) const
+{
+    return FileItem::IsNeed(column);
+}
+
+void Taskmill_OpenFilesList::SetNeeds(const QString &path, const Taskmill_JobNeeds &needs)
+{
+    const QString wanted = Normalised(path);
+    for (int row = 0; row < topLevelItemCount(); ++row) {
+        if (topLevelItem(row)->text(FilePathColumn) == wanted)
+            static_cast<FileItem *>(topLevelItem(row))->SetAsked(needs);
+    }
+}
+
+QHash<QString, Taskmill_JobNeeds> Taskmill_OpenFilesList::CheckedNeeds() const
+{
+    QHash<QString, Taskmill_JobNeeds> needs;
+    for (int row = 0; row < topLevelItemCount(); ++row) {
+        const auto *item = static_cast<const FileItem *>(topLevelItem(row));
+        if (item->checkState(IDColumn) == Qt::Checked && item->Asked() != Taskmill_JobNeeds{})
+            needs.insert(item->text(FilePathColumn), item->Asked());
+    }
+    return needs;
 }
 
 void Taskmill_OpenFilesList::CheckFirstOnly()

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "jobs/jobneeds.h"
 #include "widgets/treewidget.h"
+
+#include <QHash>
 
 /// The input files of the Submit Jobs dialog, one row for each; those that are checked become jobs.
 class Taskmill_OpenFilesList : public KilnUtil_TreeWidget
@@ -19,6 +22,8 @@ public:
         SizeColumn,
         CreatedColumn,
         LastModifiedColumn,
+        CoresColumn,  ///< this and the next can be edited
+        MemoryColumn, ///< in units of 2^20 bytes
         ColumnCount
     };
     /// What the menu "Actions" does to rows. The numbers are part of the codes of its entries.
@@ -46,6 +51,10 @@ public:
     bool AddFiles(const QStringList &paths, bool allowDuplicates, Directories directories);
     /// To the selected rows, or to all. Tells nobody: the caller knows.
     void Apply(Operation operation, bool allItems);
+    /// What is asked for the file of that path, in place of what it says itself.
+    void SetNeeds(const QString &path, const Taskmill_JobNeeds &needs);
+    /// What is asked for checked files, by their paths as CheckedPaths() has them.
+    [[nodiscard]] QHash<QString, Taskmill_JobNeeds> CheckedNeeds() const;
     /// Unchecks every row but the first.
     void CheckFirstOnly();
 
@@ -59,6 +68,8 @@ public:
     [[nodiscard]] QStringList CheckedPaths() const;
 
 private:
+    /// Only what a job needs.
+    [[nodiscard]] bool IsEditable(int column) const override;
     void SetUpColumns();
     [[nodiscard]] int WidthAtFirst(int column) const;
     void RemoveRows(bool allItems);

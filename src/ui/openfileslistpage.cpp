@@ -118,6 +118,8 @@ void Taskmill_OpenFilesListPage::PresetFiles(const Taskmill_SubmitChoice &preset
     m_list->AddFiles(preset.Files, m_options.AllowsDuplicates(),
                      preset.CheckAll ? Taskmill_OpenFilesList::Directories::StandForTheirFiles
                                      : Taskmill_OpenFilesList::Directories::AreFiles);
+    for (const auto &[path, needs] : preset.Needs.asKeyValueRange())
+        m_list->SetNeeds(path, needs);
     if (preset.Files.isEmpty() || m_list->topLevelItemCount() == 0)
         return;
     m_list->setCurrentItem(m_list->topLevelItem(0));
@@ -181,7 +183,8 @@ Taskmill_SubmitChoice Taskmill_OpenFilesListPage::Choice() const
 {
     return {.Files = m_list->CheckedPaths(),
             .Destination = m_choices->Destination(),
-            .JobTypeID = m_choices->JobTypeID()};
+            .JobTypeID = m_choices->JobTypeID(),
+            .Needs = m_list->CheckedNeeds()};
 }
 
 void Taskmill_OpenFilesListPage::UpdateStates()

@@ -37,6 +37,7 @@ Taskmill_ProjectMenu::Taskmill_ProjectMenu(QMenu &menu, Taskmill_Project &projec
     menu.addAction(u"Save &As..."_s, QKeySequence{Qt::CTRL | Qt::SHIFT | Qt::Key_S}, this,
                    &Taskmill_ProjectMenu::SaveAsSlot);
     menu.addSeparator();
+    menu.addAction(u"Se&ttings..."_s, this, &Taskmill_ProjectMenu::SettingsSignal);
     menu.addAction(u"E&xit"_s, QKeySequence{Qt::CTRL | Qt::Key_Q}, this, &Taskmill_ProjectMenu::ExitSignal);
     // Before the submenu can be opened.
     connect(&menu, &QMenu::aboutToShow, this, &Taskmill_ProjectMenu::FillRecent);

@@ -31,6 +31,8 @@ public Q_SLOTS:
 Q_SIGNALS:
     /// Another project is open.
     void ProjectOpenedSignal();
+    /// The user wants to see and change the settings.
+    void SettingsSignal();
     /// The user wants to end the program.
     void ExitSignal();
 

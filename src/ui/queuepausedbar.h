@@ -4,6 +4,16 @@
 #include <QFrame>
 
 class QLabel;
+class QPushButton;
+
+/// Why a queue starts no jobs, or will not.
+enum class Taskmill_QueueRest
+{
+    None,
+    Paused,
+    ToPause, ///< when its jobs have ended
+    Quiet    ///< as the hours are
+};
 
 /// Says beneath the table that the queue is paused, and ends that.
 class Taskmill_QueuePausedBar final : public QFrame
@@ -12,6 +22,9 @@ class Taskmill_QueuePausedBar final : public QFrame
 
 public:
     explicit Taskmill_QueuePausedBar(QWidget *parent);
+
+    /// Not to be seen where it has nothing to say.
+    void Say(Taskmill_QueueRest rest);
 
 Q_SIGNALS:
     void UnpauseSignal();
@@ -23,4 +36,6 @@ private:
     void DrawMark();
 
     QLabel *m_mark;
+    QLabel *m_text;
+    QPushButton *m_unpause;
 };

@@ -13,12 +13,13 @@
 #include "ui/contextmenu.h"
 #include "ui/elapsedticker.h"
 #include "ui/filterbar.h"
+#include "ui/holdentries.h"
 #include "ui/jobentries.h"
 #include "ui/jobsmodel.h"
 #include "ui/jobviewers.h"
+#include "ui/orderentries.h"
 #include "ui/queuepausedbar.h"
 #include "ui/tablefiller.h"
-#include "widgets/tablewidget.h"
 
 #include <algorithm>
 
@@ -73,9 +74,10 @@ struct Taskmill_QueueTab::Entries
     }
 };
 
-Taskmill_QueueTab::Taskmill_QueueTab(QWidget *parent, Taskmill_QueueOwner &owner, const QString &name,
-                                     QString helpId)
-    : m_owner{owner}
+Taskmill_QueueTab::Taskmill_QueueTab(QWidget *parent, Taskmill_Destinations &destinations,
+                                     Taskmill_QueueOwner &owner, const QString &name, QString helpId)
+    : m_destinations{destinations}
+    , m_owner{owner}
     , m_helpId{std::move(helpId)}
     , m_queue{owner.Queue()}
     , m_frame{parent}
@@ -86,9 +88,11 @@ Taskmill_QueueTab::Taskmill_QueueTab(QWidget *parent, Taskmill_QueueOwner &owner
     connect(&owner, &Taskmill_QueueOwner::JobsChangedSignal, this, &Taskmill_QueueTab::JobsChangedSlot);
 }
 
+Taskmill_QueueTab::~Taskmill_QueueTab() = default;
+
 void Taskmill_QueueTab::BuildPage(const QString &name)
 {
-    m_table = new KilnUtil_TableWidget{m_frame};
+    m_table = new KilnUtil_MovableRowsTable{m_frame};
     auto *layout = m_frame.MakeLayout();
     m_filter = new Taskmill_FilterBar{
         *m_table, *m_model,
@@ -98,7 +102,7 @@ void Taskmill_QueueTab::BuildPage(const QString &name)
     if (m_queue) {
         // Beneath the table, whose rows stay under the pointer when it goes.
         m_pausedBar = new Taskmill_QueuePausedBar{m_frame};
-        m_pausedBar->hide();
+        m_pausedBar->Say(Taskmill_QueueRest::None);
         connect(m_pausedBar, &Taskmill_QueuePausedBar::UnpauseSignal, this, [this] { SetPaused(false); });
         layout->addWidget(m_pausedBar);
     }
@@ -127,6 +131,25 @@ void Taskmill_QueueTab::BuildTable(const QString &name)
     connect(m_table, &QWidget::customContextMenuRequested, this, &Taskmill_QueueTab::ContextMenuSlot);
     connect(m_table, &KilnUtil_TableWidget::DropSignal, this, &Taskmill_QueueTab::FilesDroppedSlot);
     connect(m_table, &KilnUtil_TableWidget::RemoveRequestedSignal, this, &Taskmill_QueueTab::RemoveSlot);
+    if (m_queue)
+        LetRowsBeMoved();
+}
+
+void Taskmill_QueueTab::LetRowsBeMoved()
+{
+    m_order = std::make_unique<Taskmill_OrderEntries>(*m_table, m_owner);
+    m_table->SetMovesRows([this] { return m_order->WhyRowsStay(); });
+    connect(m_table, &KilnUtil_MovableRowsTable::RowsMovedSignal, this, [this](int before) {
+        const int beforeJobID = m_model->JobIDAt(m_table->PositionAt(before));
+        m_order->MoveBefore(JobIDsOfRows(m_table->SelectedRows()), beforeJobID);
+        FillTable();
+    });
+    connect(m_table, &KilnUtil_MovableRowsTable::MoveKeyPressedSignal, this, [this](int key) {
+        FillTable();
+        m_order->Move(JobIDsOfRows(m_table->SelectedRows()), Taskmill_OrderEntries::MoveOfKey(key));
+        FillTable();
+        m_table->scrollTo(m_table->currentIndex());
+    });
 }
 
 void Taskmill_QueueTab::FillTable()
@@ -145,17 +168,32 @@ void Taskmill_QueueTab::JobsChangedSlot()
 
 void Taskmill_QueueTab::UpdatePaused()
 {
-    if (!m_queue || m_shownPaused == m_queue->IsPaused())
+    if (!m_queue)
         return;
-    m_shownPaused = m_queue->IsPaused();
-    m_pausedBar->setVisible(m_shownPaused);
-    Q_EMIT PausedChangedSignal(m_shownPaused);
+    Taskmill_QueueRest rest = Taskmill_QueueRest::None;
+    if (m_queue->IsPaused())
+        rest = Taskmill_QueueRest::Paused;
+    else if (!m_queue->MayStartAny())
+        rest = Taskmill_QueueRest::Quiet;
+    else if (m_queue->IsToPause())
+        rest = Taskmill_QueueRest::ToPause;
+    const Taskmill_QueueRest before = std::exchange(m_shownRest, rest);
+    if (before == rest)
+        return;
+    m_pausedBar->Say(rest);
+    if ((before == Taskmill_QueueRest::Paused) != (rest == Taskmill_QueueRest::Paused))
+        Q_EMIT PausedChangedSignal(m_queue->IsPaused());
 }
 
 void Taskmill_QueueTab::SetPaused(bool paused)
 {
     m_queue->SetPaused(paused);
     FillTable();
+}
+
+KilnUtil_TableWidget &Taskmill_QueueTab::JobTable() const
+{
+    return *m_table;
 }
 
 Taskmill_Job *Taskmill_QueueTab::JobOf(int jobID) const
@@ -230,9 +268,22 @@ void Taskmill_QueueTab::AddEntries(Taskmill_TabMenu &menu, const QList<int> &sel
                    return RecordOf(selection[place]);
                }}};
     const QAction *exporting = menu.AddEntry(u"&Export..."_s, m_table->model()->rowCount() > 0);
-    menu.WhenChosen([this, entries, jobEntries, exporting, selection, currentJobID](const QAction &chosen) {
+    menu.AddSeparator();
+    if (m_order)
+        m_order->Add(menu, selection);
+    const Taskmill_HoldEntries hold{menu, m_destinations, selection};
+    QAction *pauseLater =
+        m_queue ? menu.AddQueueEntry(u"Pause &When the Current Jobs Have Ended"_s) : nullptr;
+    if (pauseLater)
+        pauseLater->setEnabled(!m_queue->IsPaused() && !m_queue->IsToPause());
+    menu.WhenChosen([this, entries, jobEntries, exporting, hold, pauseLater, selection,
+                     currentJobID](const QAction &chosen) {
         if (&chosen == exporting)
             Export();
+        else if (&chosen == pauseLater)
+            m_queue->PauseWhenJobsHaveEnded();
+        else if (hold.Act(chosen, *m_frame) || (m_order && m_order->Act(chosen, selection)))
+            FillTable();
         else if (!jobEntries.Act(chosen))
             Act(entries, chosen, selection, currentJobID);
         FillTable();

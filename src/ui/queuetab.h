@@ -5,20 +5,26 @@
 #include "ui/pageframe.h"
 #include "ui/shownjob.h"
 #include "ui/tabmenu.h"
+#include "widgets/movablerowstable.h"
 
 #include <QObject>
+
+#include <memory>
 
 class KilnUtil_TableWidget;
 class QAction;
 class QModelIndex;
 class QPoint;
+class Taskmill_Destinations;
 class Taskmill_ElapsedTicker;
 class Taskmill_FilterBar;
 class Taskmill_Job;
 class Taskmill_JobQueue;
 class Taskmill_JobsModel;
+class Taskmill_OrderEntries;
 class Taskmill_QueueOwner;
 class Taskmill_QueuelessJobsList;
+enum class Taskmill_QueueRest;
 class Taskmill_QueuePausedBar;
 class Taskmill_TableFiller;
 struct Taskmill_JobRecord;
@@ -30,8 +36,11 @@ class Taskmill_QueueTab : public QObject, public Taskmill_TabWithMenu, public Ta
     Q_OBJECT
 
 public:
+    ~Taskmill_QueueTab() override;
+    Q_DISABLE_COPY_MOVE(Taskmill_QueueTab)
+
     [[nodiscard]] QFrame *Frame() const { return m_frame; }
-    [[nodiscard]] KilnUtil_TableWidget &Table() const { return *m_table; }
+    [[nodiscard]] KilnUtil_MovableRowsTable &Table() const { return *m_table; }
 
     /// Brings the table up to date at once.
     void FillTable();
@@ -42,7 +51,7 @@ public:
     void OpenFilter() override;
 
     [[nodiscard]] std::optional<Taskmill_ShownJob> CurrentJob() const override;
-    [[nodiscard]] KilnUtil_TableWidget &JobTable() const override { return *m_table; }
+    [[nodiscard]] KilnUtil_TableWidget &JobTable() const override;
     [[nodiscard]] QFrame *Page() const override { return m_frame; }
     void ViewOutput(const Taskmill_ShownJob &job) const override;
     /// Makes the job's row the current one, and shows it. False when the tab does not have the job.
@@ -65,9 +74,10 @@ Q_SIGNALS:
     void PausedChangedSignal(bool paused);
 
 protected:
-    /// The owner of the jobs outlives this. Makes the page as a child of the parent. The columns are
-    /// remembered under the name.
-    Taskmill_QueueTab(QWidget *parent, Taskmill_QueueOwner &owner, const QString &name, QString helpId);
+    /// The destinations, with the owner of the jobs, outlive this. Makes the page as a child of the parent.
+    /// The columns are remembered under the name.
+    Taskmill_QueueTab(QWidget *parent, Taskmill_Destinations &destinations, Taskmill_QueueOwner &owner,
+                      const QString &name, QString helpId);
 
 private:
     bool ChooseShownJob(int jobID);
@@ -86,16 +96,19 @@ private:
     void Export();
     void View(const Entries &entries, const QAction &chosen, const Taskmill_Job &job);
     void AskForLimit();
+    void LetRowsBeMoved();
 
+    Taskmill_Destinations &m_destinations;
     Taskmill_QueueOwner &m_owner;
     const QString m_helpId;
     Taskmill_JobQueue *const m_queue; ///< nullptr for the list that has no limit and no pause
     Taskmill_PageFrame m_frame;
-    KilnUtil_TableWidget *m_table = nullptr;
+    KilnUtil_MovableRowsTable *m_table = nullptr;
     Taskmill_QueuePausedBar *m_pausedBar = nullptr;
     Taskmill_JobsModel *m_model;
+    std::unique_ptr<Taskmill_OrderEntries> m_order; ///< nullptr where jobs have no order
     Taskmill_FilterBar *m_filter = nullptr;
     Taskmill_ElapsedTicker *m_ticker = nullptr;
     Taskmill_TableFiller *m_filler = nullptr;
-    bool m_shownPaused = false;
+    Taskmill_QueueRest m_shownRest{};
 };

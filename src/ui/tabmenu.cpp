@@ -8,10 +8,15 @@ Taskmill_TabMenu::Taskmill_TabMenu(QMenu &jobs, QMenu &queue)
 {
 }
 
+void Taskmill_TabMenu::SetSubmenu(const QString &text)
+{
+    m_submenu = text.isEmpty() ? nullptr : m_jobs.addMenu(text);
+}
+
 QAction *Taskmill_TabMenu::AddEntry(const QString &text, bool enabled)
 {
-    m_last = &m_jobs;
-    QAction *entry = m_jobs.addAction(text);
+    m_last = m_submenu ? m_submenu : &m_jobs;
+    QAction *entry = m_last->addAction(text);
     entry->setEnabled(enabled);
     m_entries.append(entry);
     return entry;

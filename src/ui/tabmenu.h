@@ -26,6 +26,9 @@ public:
     QAction *AddEntry(const QString &text, bool enabled = true);
     /// About the queue as a whole.
     QAction *AddQueueEntry(const QString &text);
+    /// The entries that follow, about jobs, stand in a menu of that name, until the next text, or an empty
+    /// one.
+    void SetSubmenu(const QString &text);
     /// Behind the last entry.
     void AddSeparator() { m_last->addSeparator(); }
     /// The entry "Help", which opens that page of the manual by itself. The menu bar has its own.
@@ -42,6 +45,7 @@ private:
     QMenu &m_jobs;
     QMenu &m_queue;
     QMenu *m_last;
+    QMenu *m_submenu = nullptr;
     QList<const QAction *> m_entries;
     Act m_act;
 };

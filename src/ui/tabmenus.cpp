@@ -65,8 +65,13 @@ void Taskmill_TabMenus::Fill()
     m_menu.reset();
     m_queue.clear();
     const QList<QAction *> actions = m_jobs.actions();
-    for (QAction *action : actions.mid(m_ownEntries))
-        delete action;
+    for (QAction *action : actions.mid(m_ownEntries)) {
+        // Its entry belongs to a menu that stands in this one.
+        if (QMenu *submenu = action->menu())
+            delete submenu;
+        else
+            delete action;
+    }
     if (!m_tab)
         return;
     m_jobs.addSeparator();

@@ -36,6 +36,16 @@ void Taskmill_TrayPresence::Show()
     UpdateSlot();
 }
 
+void Taskmill_TrayPresence::NoProgressSlot(int jobID, const QString &name, int minutes)
+{
+    constexpr qsizetype longestName = 100;
+    if (Taskmill_RememberedAnnounced() != Taskmill_Announced::Nothing)
+        ShowMessage(u"A Job Does Not Get On"_s,
+                    u"Job %1, %2: no progress for %3 min"_s.arg(
+                        QString::number(jobID), name.left(longestName), QString::number(minutes)),
+                    false);
+}
+
 void Taskmill_TrayPresence::Hide()
 {
     if (m_icon)

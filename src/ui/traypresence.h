@@ -35,6 +35,8 @@ public Q_SLOTS:
     /// Follows the title of the window and the counts, and what the user has seen: failures count until the
     /// tab of the finished jobs is in the window that the user works with.
     void UpdateSlot();
+    /// Says in a message, unless the user wants none, that a running job does not get on.
+    void NoProgressSlot(int jobID, const QString &name, int minutes);
 
 Q_SIGNALS:
     void ShowWindowSignal();

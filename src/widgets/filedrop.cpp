@@ -44,6 +44,12 @@ void KilnUtil_FileDrop::PaintFrame(QPainter &painter, const QWidget &widget, con
     painter.drawRect(area.adjusted(inset, inset, -inset - 1, -inset - 1));
 }
 
+void KilnUtil_FileDrop::PaintLine(QPainter &painter, const QWidget &widget, int y)
+{
+    painter.setPen(QPen{widget.palette().color(QPalette::Active, QPalette::Highlight), frameWidth});
+    painter.drawLine(0, y, widget.width(), y);
+}
+
 void KilnUtil_FileDrop::PaintEmptyText(QPainter &painter, const QWidget &widget, const QRect &area,
                                        const QString &text)
 {

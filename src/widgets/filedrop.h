@@ -21,6 +21,8 @@ public:
 
     /// Around the area onto which files would fall.
     static void PaintFrame(QPainter &painter, const QWidget &widget, const QRect &area);
+    /// Across the widget, where rows would fall.
+    static void PaintLine(QPainter &painter, const QWidget &widget, int y);
     /// In place of rows.
     static void PaintEmptyText(QPainter &painter, const QWidget &widget, const QRect &area,
                                const QString &text);

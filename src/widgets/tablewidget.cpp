@@ -282,7 +282,7 @@ void KilnUtil_TableWidget::RestoreOrder()
     const QStringList saved = KilnUtil_Registry::Value(m_settingsKey + u"Order"_s).toString().split(u':');
     bool hasColumn = false;
     const int column = saved.first().toInt(&hasColumn);
-    if (hasColumn && column >= 0 && column < horizontalHeader()->count())
+    if (hasColumn && column >= -1 && column < horizontalHeader()->count())
         sortByColumn(column, saved.last() == "down"_L1 ? Qt::DescendingOrder : Qt::AscendingOrder);
 }
 

@@ -10,25 +10,43 @@
 #include <QPainter>
 #include <QStyledItemDelegate>
 
+#include <functional>
+#include <utility>
+
 namespace {
-/// Rows as high as those of the tables.
+/// Rows as high as those of the tables, with editors where the list has any.
 class RowDelegate final : public QStyledItemDelegate
 {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    using Editable = std::function<bool(int column)>;
+    RowDelegate(Editable isEditable, QObject *parent)
+        : QStyledItemDelegate{parent}
+        , m_isEditable{std::move(isEditable)}
+    {
+    }
+
+    [[nodiscard]] QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option,
+                                        const QModelIndex &index) const override
+    {
+        return m_isEditable(index.column()) ? QStyledItemDelegate::createEditor(parent, option, index)
+                                            : nullptr;
+    }
 
     [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
         const QSize size = QStyledItemDelegate::sizeHint(option, index);
         return {size.width(), qMax(size.height(), KilnUtil_RowView::RowHeight(option.fontMetrics))};
     }
+
+private:
+    const Editable m_isEditable;
 };
 } // namespace
 
 KilnUtil_TreeWidget::KilnUtil_TreeWidget(QWidget *parent)
     : QTreeWidget{parent}
 {
-    setItemDelegate(new RowDelegate{this});
+    setItemDelegate(new RowDelegate{[this](int column) { return IsEditable(column); }, this});
     setRootIsDecorated(false);
     // A height for all rows: none of many thousands has to be asked.
     setUniformRowHeights(true);

@@ -27,6 +27,8 @@ Q_SIGNALS:
     void ItemEditorClosedSignal();
 
 protected:
+    /// Whether the cells of the column can be edited, where a row allows it.
+    [[nodiscard]] virtual bool IsEditable(int) const { return true; }
     bool event(QEvent *event) override;
     void changeEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;

@@ -27,6 +27,11 @@ constexpr std::string_view Taskmill_WireJobInputFile = "jobinputfile=";
 constexpr std::string_view Taskmill_WireClientResult = "clientresult=yes";
 constexpr std::string_view Taskmill_WireJobResult = "jobresult=";
 
+/// In a submission: what the job takes while it runs, where its input says something else or nothing; numbers
+/// from 1 on. Memory is in units of 2^20 bytes.
+constexpr std::string_view Taskmill_WireJobCores = "jobcores=";
+constexpr std::string_view Taskmill_WireJobMemory = "jobmemory=";
+
 /// The queues in requests and answers; the last two are both the list of the jobs that run at once.
 constexpr std::array<std::string_view, 4> Taskmill_WireQueues{"long", "short", "none", "queueless"};
 
@@ -36,17 +41,30 @@ constexpr std::string_view Taskmill_WireExactJobType = "jobtypeexact=yes";
 
 /// Actions that only a client with the manager's key may ask for, and only with Taskmill_WireReplyRequest.
 /// The answer is the line "accepted=", and then text or one JSON value until the connection ends; or
-/// "refused=" with the reason. The actions are listjobs, showjob, killjob, removejob, pausequeue,
-/// unpausequeue, limitqueue, saveproject, openproject, listjobtypes and quit; what they act on is said by
-/// these lines.
+/// "refused=" with the reason. The actions are listjobs, showjob, killjob, removejob, movejob, holdjob,
+/// releasejob, pausequeue, unpausequeue, limitqueue, estimatequeue, setquiethours, setpriority, budget,
+/// saveproject, openproject, listjobtypes and quit; what they act on is said by these lines.
 constexpr std::string_view Taskmill_WireJobList =
     "joblist="; ///< long, short, queueless or finished; absent for all
 constexpr std::string_view Taskmill_WireJobsSince = "jobsince="; ///< only jobs with larger numbers
 constexpr std::string_view Taskmill_WireJobNumber = "jobnumber=";
+constexpr std::string_view Taskmill_WireJobNumbers = "jobnumbers="; ///< of several, with commas between them
+constexpr std::string_view Taskmill_WireMove = "jobmove=";          ///< to move jobs: up, down, top or bottom
+/// To hold jobs, and in a submission: a time as Taskmill_StartTimeFromText() reads it, and the number of the
+/// job that has to end before.
+constexpr std::string_view Taskmill_WireNotBefore = "jobnotbefore=";
+constexpr std::string_view Taskmill_WireAfterJob = "jobafter=";
 constexpr std::string_view Taskmill_WireTakesRunning =
     "jobrunning=yes";                                             ///< removes the job also when it runs
 constexpr std::string_view Taskmill_WireQueueName = "queuename="; ///< long or short
+constexpr std::string_view Taskmill_WirePauseLater =
+    "queuepause=ended"; ///< to pause: when its jobs have ended
+/// To change how the manager starts jobs: quiet hours such as 22:00-06:30, or off; low or normal.
+constexpr std::string_view Taskmill_WireQuietHours = "quiethours=";
+constexpr std::string_view Taskmill_WireJobPriority = "jobpriority=";
 constexpr std::string_view Taskmill_WireQueueLimit = "queuelimit=";
+/// "off", or "cores N", "memory M" or both; absent to leave the budget as it is.
+constexpr std::string_view Taskmill_WireBudget = "budget=";
 constexpr std::string_view Taskmill_WireSaveFile =
     "savefile="; ///< absolute; absent for the project's own file
 constexpr std::string_view Taskmill_WireProjectFile = "projectfile="; ///< to open; absolute

@@ -199,6 +199,11 @@ private Q_SLOTS:
         add("set short limit 3", u"1 2>1, 3>3, 4"_s, {u"Short Jobs Queue"_s, u"3 jobs"_s});
         for (const char *command : {"set long limit 0", "set short limit 2147483648"})
             add(command, untouched, {u"\n<Taskmill> The limit must be a number from 1 to 2147483647.\n\n"_s});
+        add("set budget memory 1000 cores 8", untouched,
+            {u"\n<Taskmill> The budget is 8 cores and 1000 MB; 3 running jobs take 3 cores and 0 MB.\n\n"_s});
+        add("set budget off|show budget", untouched, {u"There is no budget"_s});
+        for (const char *command : {"set budget 8", "set budget cores 0", "set budget cores 1 cores 2"})
+            add(command, untouched, {u"\n<Taskmill> A budget is \"off\","_s});
         add("save|new", untouched, {u"Enter Project File:"_s, u"The project was saved to "_s, u"new.mill"_s});
         add("pwd", untouched, {u"\nCurrent Directory:  ...\n"_s});
         add("cd sub", untouched, {u"\nCurrent Directory:  .../sub\n"_s});

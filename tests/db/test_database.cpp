@@ -96,6 +96,10 @@ private Q_SLOTS:
         const auto database = MakeDatabase();
         Taskmill_JobType stored = SampleJobType(u"水 O'Neill"_s);
         stored.KillGraceSeconds = 30;
+        stored.Cores = 4;
+        stored.MemoryMB = 5000;
+        stored.LeastFreeMB = 2000;
+        stored.HoldsChangedInput = true;
         stored.DefaultQueue = u"None"_s;
         QVERIFY(database->InsertJobType(stored, true, &stored.JobTypeID));
         stored.DefaultQueue = u"Queueless"_s;

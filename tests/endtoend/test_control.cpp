@@ -29,6 +29,7 @@ class TestControl : public ManagerTest
 
 private Q_SLOTS:
     void ListsAndEndsJobs();
+    void MovesAndHoldsJobs();
     void SavesAndQuits();
     void RefusesWhoDoesNotShowTheKey();
 
@@ -88,7 +89,48 @@ void TestControl::ListsAndEndsJobs()
     QCOMPARE(Unlike(u"remove 4 --running"_s, "Job 4 was removed."), "");
     QCOMPARE(Values(Ctl(u"list finished --since 3 --json"_s).out, u"status"_s), QVariantList{u"Killed"_s});
     QCOMPARE(Ctl(u"limit long none"_s).status, 2);
+    QCOMPARE(
+        Unlike(u"budget cores 2 memory 500 --json"_s,
+               R"({"cores":2,"cores_in_use":0,"memory_mb":500,"memory_mb_in_use":0,"on":true,"running":0})"),
+        "");
+    QCOMPARE(Ctl(u"submit --type Wait --cores 3 "_s + Project().Path(u"runs"_s)).status, 4);
+    QCOMPARE(Ctl(u"submit --type Wait --cores many "_s + Project().Path(u"runs"_s)).status, 2);
+    QCOMPARE(Unlike(u"budget off"_s, "There is no budget: the queues' limits alone count; nothing runs."),
+             "");
+    for (const char *wrong : {"budget cores", "budget off 1", "budget cores 0", "budget 8"})
+        QCOMPARE(Ctl(QString::fromLatin1(wrong)).status, 2);
     QCOMPARE(Ctl(u"pause queueless"_s).status, 2);
+}
+
+void TestControl::MovesAndHoldsJobs()
+{
+    StartJobs();
+    const QString file = Project().InputFile(u"later"_s);
+    QCOMPARE(Unlike(u"submit --type Wait --after 4 --not-before +1d "_s + file, "Job 5: " + file.toUtf8()),
+             "");
+    QCOMPARE(Unlike(u"move 5 4 up"_s, "2 jobs were moved up."), "");
+    QCOMPARE(Values(Ctl(u"list long --json"_s).out, u"id"_s), (QVariantList{2, 4, 5, 3}));
+    QCOMPARE(Unlike(u"hold 3 4 --json"_s, R"({"action":"holdjob","ids":[3,4]})"), "");
+    QCOMPARE(Values(Ctl(u"list long --json"_s).out, u"waitreason"_s),
+             (QVariantList{u""_s, u"held"_s, u"waits for the end of job 4"_s, u"held"_s}));
+    QCOMPARE(Unlike(u"pause long --when-ended"_s,
+                    "The Long Jobs Queue pauses when the jobs that are in it now have ended."),
+             "");
+    QCOMPARE(Unlike(u"kill 2"_s, "Job 2 was killed."), "");
+    QCOMPARE(Unlike(u"release 3"_s, "Job 3 was released."), "");
+    QCOMPARE(Values(Ctl(u"list long --json"_s).out, u"status"_s),
+             (QVariantList{u"Pending"_s, u"Pending"_s, u"Pending"_s}));
+    QCOMPARE(Unlike(u"unpause long"_s, "The Long Jobs Queue is no longer paused."), "");
+    QTRY_VERIFY(QFile::exists(Project().Path(u"waits.started"_s)));
+    QCOMPARE(Ctl(u"estimate long"_s).status, 0);
+    QCOMPARE(Unlike(u"quiet 01:00-02:00"_s, "The queues start no jobs in the quiet hours, 01:00-02:00."), "");
+    QCOMPARE(Unlike(u"priority low"_s, "Jobs that start from now on have low priority."), "");
+    for (const auto *const refused : {u"move 3 up", u"move 99 top", u"hold 4 --after 5",
+                                      u"hold 4 --not-before soon", u"quiet 25:00-26:00"})
+        QCOMPARE(Ctl(QStringView{refused}.toString()).status, 4);
+    for (const auto *const wrong :
+         {u"move 4", u"move 4 sideways", u"hold four", u"quiet night", u"priority 3"})
+        QCOMPARE(Ctl(QStringView{wrong}.toString()).status, 2);
 }
 
 void TestControl::SavesAndQuits()
@@ -115,7 +157,8 @@ void TestControl::RefusesWhoDoesNotShowTheKey()
     QVERIFY(Project().AddTestType(u"Wait"_s, u"wait"_s));
     QVERIFY(Project().Start());
     for (const char *action : {"listjobs", "showjob", "killjob", "removejob", "pausequeue", "unpausequeue",
-                               "limitqueue", "saveproject", "listjobtypes", "Quit"}) {
+                               "limitqueue", "budget", "saveproject", "listjobtypes", "movejob", "holdjob",
+                               "releasejob", "estimatequeue", "setquiethours", "setpriority", "Quit"}) {
         for (const QByteArray key : {"", "clientkey=\n", "clientkey=0123456789abcdef\n"}) {
             QTcpSocket client;
             client.connectToHost(QHostAddress::LocalHost, Manager().Port());

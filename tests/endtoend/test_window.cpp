@@ -311,7 +311,7 @@ private:
     {
         QVERIFY(desktop.ClickControl(u"cell"_s, u"hold.endless"_s, 3));
         QVERIFY(desktop.WaitForPopup());
-        constexpr int limitFromEnd = 7;
+        constexpr int limitFromEnd = 10;
         desktop.Press(QStringList(limitFromEnd, u"Up"_s).join(u' ') + u" Return"_s);
         QVERIFY(desktop.WaitForWindow(u"Maximum Number of Running Jobs Allowed"_s));
         desktop.Type(u"2"_s);

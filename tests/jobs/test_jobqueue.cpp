@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "fakejobstore.h"
+#include "jobs/jobbudget.h"
 #include "jobs/jobqueue.h"
 #include "jobs/queuelessjobslist.h"
 #include "processes/processinspector.h"
@@ -161,7 +162,74 @@ private Q_SLOTS:
         QCOMPARE(States(*m_queueless), u"CR"_s);
     }
 
+    void ABudgetRulesAllQueues()
+    {
+        qint64 now = 0;
+        Taskmill_JobBudget budget{[&now] {
+            return now;
+        }};
+        Taskmill_JobServices services = m_services;
+        services.Budget = &budget;
+        Taskmill_LongJobsQueue longJobs{services};
+        Taskmill_ShortJobsQueue shortJobs{services};
+        Taskmill_QueuelessJobsList unasked{services};
+        budget.Join(longJobs);
+        budget.Join(shortJobs);
+        budget.JoinUnasked(unasked);
+        longJobs.SetMaxRunningJobs(9);
+        shortJobs.SetMaxRunningJobs(9);
+        QSignalSpy shortUpdates{&shortJobs, &Taskmill_JobQueue::QueueUpdatedSignal};
+
+        budget.SetLimits({.Cores = 4});
+        longJobs.AddAll({Needing(1, 3), Needing(2, 1), Needing(3, 1)});
+        // One change starts all that fit, and what fits overtakes.
+        QCOMPARE(States(longJobs), u"RRP"_s);
+        QCOMPARE(longJobs.JobAt(2)->Record().WaitReason.Text(), u"waits for 1 core, 0 free"_s);
+        shortJobs.AddAll({Needing(4, 3), Needing(5, 1)});
+        longJobs.RemoveByJobIDs({2, 3});
+        QCOMPARE(States(shortJobs), u"RP"_s);
+        QCOMPARE(shortJobs.JobIDs(), (QList{5, 4}));
+        QCOMPARE(shortJobs.JobAt(0)->Record().WaitReason.Text(), QString{});
+        // Without a queue it starts all the same, and counts.
+        unasked.Add(new Taskmill_Job{Needing(6, 2)});
+        QCOMPARE(States(unasked), u"R"_s);
+        longJobs.RemoveAll();
+        QCOMPARE(shortJobs.JobAt(1)->Record().WaitReason.Text(), u"waits for 3 cores, 1 free"_s);
+
+        // After ten minutes nobody overtakes any more.
+        now += 10 * 60'000;
+        longJobs.Add(new Taskmill_Job{Needing(7, 1)});
+        QCOMPARE(States(longJobs), u"P"_s);
+        QCOMPARE(longJobs.JobAt(0)->Record().WaitReason.Text(), u"waits for job 4, which has waited long"_s);
+        shortUpdates.clear();
+        unasked.RemoveAll();
+        QCOMPARE(States(shortJobs), u"RR"_s);
+        QVERIFY(!shortUpdates.isEmpty());
+        QCOMPARE(States(longJobs), u"P"_s);
+
+        budget.SetLimits({.Cores = 2});
+        shortJobs.Add(new Taskmill_Job{Needing(8, 3)});
+        QCOMPARE(shortJobs.JobAt(2)->Record().WaitReason.Text(), u"larger than the budget (3 cores of 2)"_s);
+        QVERIFY(budget.RefusalOf(Needing(9, 3)));
+        {
+            // While everything ends, nothing begins.
+            const Taskmill_JobBudget::Rest rest{budget};
+            shortJobs.KillRunning();
+            QCOMPARE(States(longJobs), u"P"_s);
+        }
+        // Without it each queue goes on by its own limit.
+        budget.SetLimits({});
+        QCOMPARE(States(longJobs) + States(shortJobs), u"RR"_s);
+        QVERIFY(!budget.RefusalOf(Needing(9, 99)));
+    }
+
 private:
+    [[nodiscard]] Taskmill_JobRecord Needing(int jobID, int cores) const
+    {
+        Taskmill_JobRecord job = Waiting(jobID);
+        job.AskedNeeds.Cores = cores;
+        return job;
+    }
     [[nodiscard]] Taskmill_JobRecord Waiting(int jobID) const
     {
         return MakeTestJob(jobID, Path(), {u"wait"_s});

@@ -2,6 +2,7 @@
 #include "manager/jobsubmitter.h"
 
 #include "jobs/job.h"
+#include "manager/budget.h"
 #include "requests/frontend.h"
 #include "requests/requestdispatcher.h"
 #include "support/testmanager.h"
@@ -250,6 +251,41 @@ private Q_SLOTS:
         QVERIFY(m_dialog.Presets.first().CheckAll);
         QCOMPARE(Job(1).ClientAddress, u"127.0.0.1"_s);
         QVERIFY(!Job(1).ClientNotification);
+    }
+
+    void NeedsAreReadAndComparedWithTheBudget()
+    {
+        AddType(u"Run"_s);
+        AddType(u"Two"_s, u"Short"_s, u"Files (*.two)"_s);
+        const QByteArray file =
+            WriteTestFile(m_manager->Path(u"a.two"_s), "%nproc=4\n%mem=1GB\n#p hf\n\nt\n\n0 1\nHe\n")
+                .toLocal8Bit();
+        const QByteArray request = "jobtypename=Two\njobinputfile=" + file;
+        Taskmill_SetBudget(m_manager->Destinations().Budget(), {.Cores = 6});
+        QCOMPARE(Submit(request).size(), 1);
+        QCOMPARE(Job(1).InputNeeds.Cores, 4);
+        QCOMPARE(Job(1).MemoryMB(), 1024);
+        QCOMPARE(Submit(request + "\njobcores=6\njobmemory=99999").size(), 1);
+        QCOMPARE(Job(2).MemoryMB(), 99999);
+        const auto refused =
+            m_manager->Submitter().Submit(Taskmill_RequestMessage::Parse(request + "\njobcores=7"));
+        QCOMPARE(refused.Refusal, u"the job is larger than the budget (7 cores of 6)"_s);
+        // What has no queue need not fit.
+        QCOMPARE(Submit("jobtypename=Run\njobqueue=none\njobcores=7").size(), 1);
+        Taskmill_SetBudget(m_manager->Destinations().Budget(), {.MemoryMB = 1000});
+        QCOMPARE(Taskmill_StoredBudget(), Taskmill_BudgetLimits{.MemoryMB = 1000});
+        UseDialog(Taskmill_SubmitChoice{.Files = {QString::fromLocal8Bit(file)}});
+        QVERIFY(SubmitFiles({}, Taskmill_Destination::Short).isEmpty());
+        QCOMPARE(m_manager->prompt.asked.last().text,
+                 u"The job is larger than the budget (1024 MB of 1000).\n\nNo job was made of:\na.two"_s);
+        // The user's own numbers count.
+        m_dialog.Answer->Needs[QString::fromLocal8Bit(file)].MemoryMB = 800;
+        const QList<int> taken = SubmitFiles({}, Taskmill_Destination::Short);
+        QCOMPARE(taken.size(), 1);
+        QCOMPARE(Job(taken.first()).MemoryMB(), 800);
+        QCOMPARE(Job(taken.first()).Cores(), 4);
+        QVERIFY(!Submit(request + "\njobcores=5\njobmemory=7\nconfirmaction=yes").isEmpty());
+        QCOMPARE(m_dialog.Presets.last().Needs.value(QString::fromLocal8Bit(file)).Cores, 5);
     }
 
     void OneQuestionAtATime()

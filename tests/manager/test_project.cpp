@@ -217,7 +217,9 @@ private Q_SLOTS:
             {u"UPDATE LongJobsQueue SET JobID = 7"_s,
              u"UPDATE ShortJobsQueue SET JobID = 7, Status = 'Running' WHERE JobID = 3"_s,
              u"UPDATE ShortJobsQueue SET JobID = 9 WHERE JobID = 4"_s,
-             u"INSERT INTO AddedFields (Owner, OwnerID, Name, Value) VALUES ('job', 7, 'Run', 'r@elsewhere')"_s});
+             u"INSERT INTO AddedFields (Owner, OwnerID, Name, Value) VALUES ('job', 7, 'Run', 'r@elsewhere')"_s,
+             // It was moved before the other one.
+             u"INSERT INTO AddedFields (Owner, OwnerID, Name, Value) VALUES ('job', 9, 'Place', '1')"_s});
         Prompt().answers = {WarnAnswer::No};
         QVERIFY(Project().OpenProject(File()));
         QVERIFY(!Project().HasUnsavedChanges());

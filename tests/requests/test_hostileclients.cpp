@@ -186,10 +186,16 @@ private Q_SLOTS:
         TestManager manager;
         m_manager = &manager;
         manager.NewProject();
-        manager.AddJobType(u"Water"_s, u"exit 0"_s, u"Long"_s, u"Water (*.mop)"_s);
+        const Taskmill_JobType water =
+            manager.AddJobType(u"Water"_s, u"exit 0"_s, u"Long"_s, u"Water (*.mop)"_s);
         manager.Long().Queue()->SetPaused(true);
         manager.Short().Queue()->SetPaused(true);
         const std::string input = manager.InputFile(u"water.mop"_s).toStdString();
+        // The thread that reads the inputs of waiting jobs has a file of its own.
+        manager.Long().Submit(manager.NewJob(water, QString::fromStdString(input)));
+        const Taskmill_JobContainer &jobs = manager.Long().Jobs();
+        QTRY_VERIFY(!jobs.JobAt(0)->Record().InputHash.isEmpty());
+        manager.Long().RemoveNow(jobs.JobIDs());
         Taskmill_RequestServer server{*this, {.MaxConnections = 50}};
         QVERIFY(server.Listen(0));
         // What the first one leaves open for those that follow does not count.

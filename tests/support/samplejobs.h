@@ -69,6 +69,13 @@ inline void AddSampleFields(Taskmill_JobRecord &job)
     job.CheckpointFile = QStringLiteral("a.chk");
     job.CheckpointFile2 = QStringLiteral("b.chk");
     job.ClientResult = true;
+    job.InputHasChanged = true;
+    job.AskedNeeds.Cores = 3;
+    job.AskedNeeds.MemoryMB = 5000;
+    job.InputNeeds = {.Cores = 2,
+                      .MemoryMB = 1,
+                      .Checkpoint = QStringLiteral("input's.chk"),
+                      .Scratch = QStringLiteral("/tmp/Größe")};
     // Their order counts, also beyond the ninth.
     for (int number = 12; number > 0; --number)
         job.PlaceholderValues.append(

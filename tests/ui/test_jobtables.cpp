@@ -7,7 +7,7 @@
 #include "ui/uidriver.h"
 #include "viewer/textview.h"
 #include "widgets/contrast.h"
-#include "widgets/tablewidget.h"
+#include "widgets/movablerowstable.h"
 
 #include <QAbstractItemModelTester>
 #include <QAbstractProxyModel>
@@ -40,7 +40,7 @@ struct JobPages : PagePlace
     Taskmill_JobType gated = manager.AddGatedJobType();
     Taskmill_JobQueue &queue = *manager.Long().Queue();
     Taskmill_LongJobsQueueWidget queueTab{&window, manager};
-    KilnUtil_TableWidget &table = queueTab.Table();
+    KilnUtil_MovableRowsTable &table = queueTab.Table();
     Taskmill_FinishedJobs &finished = manager.FinishedJobs();
     Taskmill_FinishedJobsWidget finishedTab{&window, finished};
     KilnUtil_TableWidget &finishedTable = *finishedTab.Table();
@@ -256,6 +256,65 @@ private Q_SLOTS:
                        [&] { pages.manager.Long().Clear(); });
         QCOMPARE(TakeViewerCaptions(pages.window), QStringList{});
         QCOMPARE(pages.table.model()->rowCount(), 0);
+    }
+
+    void RowsAreMovedByKeysAndByHand()
+    {
+        JobPages pages;
+        const QAbstractItemModelTester tester{SourceOf(pages.table)};
+        pages.queue.SetPaused(true);
+        pages.Submit(5);
+        const auto press = [&pages](Qt::Key key) {
+            QTest::keyClick(&pages.table, key, Qt::AltModifier);
+            return ColumnTexts(pages.table, 0).join(QString{});
+        };
+        JobPages::Select(pages.table, {2, 4});
+        QCOMPARE(press(Qt::Key_Up), u"13254"_s);
+        QCOMPARE(press(Qt::Key_Home), u"35124"_s);
+        QCOMPARE(press(Qt::Key_Down), u"13524"_s);
+        QCOMPARE(press(Qt::Key_End), u"12435"_s);
+        QCOMPARE(pages.table.SelectedRows(), (QList{3, 4}));
+        // As the drop of a drag does.
+        Q_EMIT pages.table.RowsMovedSignal(1);
+        QCOMPARE(ColumnTexts(pages.table, 0).join(QString{}), u"13524"_s);
+        QCOMPARE(pages.table.SelectedRows(), (QList{1, 2}));
+        QVERIFY(pages.table.IsInSourceOrder());
+
+        // A table that is sorted otherwise stays so.
+        pages.table.sortByColumn(0, Qt::DescendingOrder);
+        QVERIFY(!pages.table.IsInSourceOrder());
+        QCOMPARE(press(Qt::Key_Home), u"54321"_s);
+        QCOMPARE(pages.queue.JobIDs(), (QList{3, 5, 1, 2, 4}));
+        // A job that starts before others goes to the front.
+        pages.table.ShowSourceOrder();
+        pages.table.clearSelection();
+        pages.Choose(0, u"Hold"_s);
+        QVERIFY(!pages.queue.FindByJobID(3)->MayStart());
+        pages.queue.SetPaused(false);
+        pages.queueTab.FillTable();
+        QCOMPARE(ColumnTexts(pages.table, 0).join(QString{}), u"53124"_s);
+    }
+
+    void ADragMovesOnlyWhatIsSelected()
+    {
+        JobPages pages;
+        pages.queue.SetPaused(true);
+        pages.Submit(5);
+        // No drag begins within a way that long.
+        const int distance = QApplication::startDragDistance();
+        QApplication::setStartDragDistance(10'000);
+        const auto selectedByDrag = [&pages](int from, int to) {
+            QTest::mousePress(pages.table.viewport(), Qt::LeftButton, {}, CellCentre(pages.table, from));
+            for (int row = from; row <= to; ++row)
+                QTest::mouseMove(pages.table.viewport(), CellCentre(pages.table, row));
+            const QList<int> rows = pages.table.SelectedRows();
+            QTest::mouseRelease(pages.table.viewport(), Qt::LeftButton, {}, CellCentre(pages.table, to));
+            return rows;
+        };
+        QCOMPARE(selectedByDrag(1, 3), (QList{1, 2, 3}));
+        QCOMPARE(selectedByDrag(2, 4), (QList{1, 2, 3}));
+        QCOMPARE(selectedByDrag(0, 1), (QList{0, 1}));
+        QApplication::setStartDragDistance(distance);
     }
 
     void HeldJobsRunFromTheMenu()

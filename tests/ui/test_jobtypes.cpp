@@ -93,6 +93,10 @@ private Q_SLOTS:
         jobType.Name = u"user's"_s;
         jobType.DefaultQueue = u"None"_s;
         jobType.KillGraceSeconds = 30;
+        jobType.Cores = 4;
+        jobType.LeastFreeMB = 2000;
+        jobType.HoldsChangedInput = true;
+        jobType.MemoryMB = 5000;
         for (const bool accept : {false, true}) {
             WhenDialogIsOpen([&](QDialog &dialog) {
                 dynamic_cast<Taskmill_NewJobTypeWidget &>(dialog).Load(jobType);

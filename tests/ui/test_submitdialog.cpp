@@ -8,6 +8,7 @@
 #include <QComboBox>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLineEdit>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -149,6 +150,43 @@ private Q_SLOTS:
         QVERIFY(!ui.Open({}, [&] { QVERIFY(ui.Says(u"There is no job type yet"_s)); }));
     }
 
+    void ShowsWhatJobsNeedAndTakesOtherNumbers()
+    {
+        SubmitDialog submit;
+        const QString &file = submit.files[0];
+        WriteTestFile(file, "! hf\n%pal nprocs 4 end\n%maxcore 500\n* xyz 0 1\nHe 0 0 0\n*\n");
+        const auto type = [&](int column, const QString &text) {
+            List &list = *submit.FileList();
+            list.setCurrentItem(list.topLevelItem(0), column);
+            QTest::keyClick(&list, Qt::Key_F2);
+            QTRY_VERIFY(list.findChild<QLineEdit *>());
+            auto *editor = list.findChild<QLineEdit *>();
+            editor->setText(text);
+            QTest::keyClick(editor, Qt::Key_Return);
+            QTRY_VERIFY(!list.findChild<QLineEdit *>());
+        };
+        const auto shown = [&] {
+            const QTreeWidgetItem *item = submit.FileList()->topLevelItem(0);
+            return item->text(List::CoresColumn) + u' ' + item->text(List::MemoryColumn);
+        };
+        Taskmill_SubmitChoice preset{.Files = {file}};
+        preset.Needs[file].Cores = 8;
+        Choice choice = submit.Submit(preset, [&] {
+            QCOMPARE(shown(), u"8 2000"_s);
+            // What is typed as it stands is still what the file says.
+            type(List::MemoryColumn, u"2000"_s);
+            type(List::CoresColumn, {});
+            QCOMPARE(shown(), u"4 2000"_s);
+            type(List::MemoryColumn, u"many"_s);
+            QCOMPARE(shown(), u"4 2000"_s);
+            type(List::MemoryColumn, u"3000"_s);
+        });
+        QVERIFY(choice);
+        QCOMPARE(choice->Needs.keys(), QStringList{file});
+        QCOMPARE(choice->Needs[file].Cores, std::nullopt);
+        QCOMPARE(choice->Needs[file].MemoryMB, 3000);
+    }
+
     void TakesAFileOnce()
     {
         SubmitDialog ui;
@@ -169,16 +207,16 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("byDefault");
         QTest::addColumn<QString>("changed");
-        const QString off = u"off, 7 columns"_s;
-        const QString on = u"on, 7 columns"_s;
+        const QString off = u"off, 9 columns"_s;
+        const QString on = u"on, 9 columns"_s;
         QTest::newRow("Sorting") << off << on;
         QTest::newRow("Use Native File Browser") << on << off;
         QTest::newRow("Start with File Browser if Initial File List is Empty") << off << on;
         QTest::newRow("Allow Duplicate Files") << off << on;
         QTest::newRow("Retain Settings") << off << on;
-        QTest::newRow("File List Detail") << u"High, 7 columns"_s << u"Low, 3 columns"_s;
-        QTest::newRow("Submit as") << u"Auto, 7 columns"_s << u"One, 7 columns"_s;
-        QTest::newRow("Target") << u"Auto, 7 columns"_s << u"Long Jobs Queue, 7 columns"_s;
+        QTest::newRow("File List Detail") << u"High, 9 columns"_s << u"Low, 3 columns"_s;
+        QTest::newRow("Submit as") << u"Auto, 9 columns"_s << u"One, 9 columns"_s;
+        QTest::newRow("Target") << u"Auto, 9 columns"_s << u"Long Jobs Queue, 9 columns"_s;
     }
 
     void KeepsItsOptions()

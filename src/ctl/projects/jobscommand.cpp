@@ -4,6 +4,7 @@
 #include "ctl/projects/projectfile.h"
 #include "db/database.h"
 #include "jobs/destination.h"
+#include "jobs/joborder.h"
 #include "jobs/jobrecord.h"
 #include "manager/listings.h"
 #include "manager/texttable.h"
@@ -42,9 +43,9 @@ const QList<JobList> &JobLists()
              return database.GetFinishedJobsWithoutOutputs();
          }},
         QueueList(Taskmill_Destination::Long, u"The queue of long jobs."_s,
-                  [](Database &database) { return database.GetLongJobs(); }),
+                  [](Database &database) { return Taskmill_InWaitingOrder(database.GetLongJobs()); }),
         QueueList(Taskmill_Destination::Short, u"The queue of short jobs."_s,
-                  [](Database &database) { return database.GetShortJobs(); }),
+                  [](Database &database) { return Taskmill_InWaitingOrder(database.GetShortJobs()); }),
         QueueList(Taskmill_Destination::Queueless, u"The jobs without a queue."_s,
                   [](Database &database) { return database.GetQueuelessJobs(); }),
     };

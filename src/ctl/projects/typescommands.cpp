@@ -3,6 +3,7 @@
 #include "ctl/projects/projectcommands.h"
 #include "ctl/projects/projectfile.h"
 #include "jobs/destination.h"
+#include "jobs/jobneeds.h"
 #include "manager/listings.h"
 #include "manager/texttable.h"
 
@@ -73,6 +74,15 @@ std::optional<qint32> KillGrace(const QCommandLineParser &parser)
                                                                                      : std::nullopt;
 }
 
+/// Nothing when it is no number in its range.
+std::optional<qint32> Minutes(const QCommandLineParser &parser, const QString &option)
+{
+    bool isNumber = false;
+    const int minutes = parser.value(option).toInt(&isNumber);
+    return isNumber && minutes >= 0 && minutes <= Taskmill_JobType::LongestMinutes ? std::optional{minutes}
+                                                                                   : std::nullopt;
+}
+
 Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
 {
     const QFileInfo executable{parser.value(u"exe"_s)};
@@ -85,7 +95,13 @@ Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
             .InputFileFilter = parser.value(u"input-filter"_s),
             .OutputFileFilter = parser.value(u"output-filter"_s),
             .EnvironmentVariables = parser.values(u"env"_s).join(u'\n'),
-            .KillGraceSeconds = KillGrace(parser).value_or(Taskmill_JobType::DefaultKillGrace)};
+            .KillGraceSeconds = KillGrace(parser).value_or(Taskmill_JobType::DefaultKillGrace),
+            .TimeLimitMinutes = Minutes(parser, u"time-limit"_s).value_or(0),
+            .NoProgressMinutes = Minutes(parser, u"warn-after"_s).value_or(0),
+            .Cores = Taskmill_CoresFromText(parser.value(u"cores"_s)).value_or(0),
+            .MemoryMB = Taskmill_MemoryFromText(parser.value(u"memory"_s)).value_or(0),
+            .LeastFreeMB = Taskmill_MemoryFromText(parser.value(u"free-space"_s)).value_or(0),
+            .HoldsChangedInput = parser.isSet(u"hold-changed-input"_s)};
 }
 
 /// What is wrong with the job type; empty when it can be used.
@@ -101,6 +117,16 @@ QString Fault(const QCommandLineParser &parser, const Taskmill_JobType &jobType)
         return u"--env needs NAME=VALUE in one line"_s;
     if (!KillGrace(parser))
         return u"--kill-grace needs seconds from 0 to %1"_s.arg(Taskmill_JobType::LongestKillGrace);
+    for (const QString &option : {u"time-limit"_s, u"warn-after"_s}) {
+        if (!Minutes(parser, option))
+            return u"--%1 needs minutes from 0 to %2"_s.arg(option).arg(Taskmill_JobType::LongestMinutes);
+    }
+    for (const auto &[name, value] :
+         {std::pair{u"cores"_s, qint64{jobType.Cores}}, std::pair{u"memory"_s, jobType.MemoryMB},
+          std::pair{u"free-space"_s, jobType.LeastFreeMB}}) {
+        if (parser.isSet(name) && value == 0)
+            return u"--%1 needs a number from 1 on"_s.arg(name);
+    }
     if (HasLineFeed(jobType))
         return u"only the command line may hold a line feed"_s;
     if (!jobType.IsValid())
@@ -160,6 +186,17 @@ void Taskmill_AddTypesAddOptions(QCommandLineParser &parser)
         {u"output-filter"_s, u"Output files; the first pattern names a job's output file."_s, u"FILTER"_s},
         {u"kill-grace"_s, u"Seconds that a killed job has to end by itself, 0 to 60."_s, u"SECONDS"_s,
          QString::number(Taskmill_JobType::DefaultKillGrace)},
+        {u"time-limit"_s, u"Minutes after which a job is killed; 0 for no limit."_s, u"MINUTES"_s, u"0"_s},
+        {u"warn-after"_s,
+         u"Minutes without output and processor time after which the user is told; 0 for never."_s,
+         u"MINUTES"_s, u"0"_s},
+        {u"cores"_s, u"Cores that a job takes where its input does not say it."_s, u"N"_s},
+        {u"memory"_s, u"Memory that a job takes where its input does not say it, in MB of 2^20 bytes."_s,
+         u"N"_s},
+        {u"free-space"_s,
+         u"Space, in MB of 2^20 bytes, without which on the drive of its output a job is not started."_s,
+         u"N"_s},
+        {u"hold-changed-input"_s, u"Hold a job whose input has changed since it was submitted."_s},
         {u"env"_s, u"Environment variable. May be repeated."_s, u"NAME=VALUE"_s},
     });
 }

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "jobs/startfiles.h"
+#include "kilnutil/filethread.h"
+
+#include <QElapsedTimer>
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QTimer>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+
+class Taskmill_Job;
+class Taskmill_JobContainer;
+
+/// Looks at the files of jobs before they start, on a thread, and holds those that must not start: what they
+/// write is being written by another job, or their drive lacks room, does not let them write, or does not
+/// answer. They are tried again when that may have gone, which is told to the containers by a signal.
+class Taskmill_StartChecker final : public QObject
+{
+    Q_OBJECT
+
+public:
+    using Look = std::function<Taskmill_FileFacts(const Taskmill_FileQuestion &question)>;
+
+    /// How long it is waited for a drive before its jobs are left alone.
+    explicit Taskmill_StartChecker(Look look = Taskmill_LookAtFiles,
+                                   std::chrono::milliseconds longestLook = std::chrono::seconds{2});
+
+    /// What runs in it writes files. It outlives the last question.
+    void Join(Taskmill_JobContainer &jobs);
+
+    enum class Answer
+    {
+        Starts,
+        IsHeld,    ///< and its record says why
+        IsLookedAt ///< or another one is: ask again at AnsweredSignal()
+    };
+    /// Of a waiting job whose turn has come. Answers at once as a rule: an event loop waits some
+    /// milliseconds for a drive.
+    [[nodiscard]] Answer Ask(Taskmill_Job &job);
+    /// It runs without having been asked about.
+    static void NoteFilesOf(Taskmill_Job &job);
+    /// Some job does not run any more: those that waited for its files are held no longer.
+    void JobEnded();
+    /// The user wants the job to start although something but another job speaks against it.
+    static void LetStart(Taskmill_Job &job);
+
+    /// Looks again at those that are held for something else than another job; happens by itself every few
+    /// seconds.
+    void TryAgain();
+
+Q_SIGNALS:
+    /// Jobs that could not be started before may be now.
+    void AnsweredSignal();
+
+private:
+    using HasAnswered = std::shared_ptr<std::atomic<bool>>;
+
+    void LookAt(Taskmill_Job &job);
+    void GiveUpIfSilent();
+    void ListenSlot();
+    [[nodiscard]] Answer Decide(Taskmill_Job &job, const Taskmill_FileFacts &facts);
+    [[nodiscard]] bool IsSilent(const QString &folder) const;
+    /// The running job that writes one of the files, and the file; nullptr for none.
+    [[nodiscard]] const Taskmill_Job *WriterOf(const QStringList &files, const Taskmill_Job &except,
+                                               QString &file) const;
+    bool HoldForWriter(Taskmill_Job &job);
+    void Hold(Taskmill_Job &job, const QString &reason, bool isForWriter);
+
+    const Look m_look;
+    const std::chrono::milliseconds m_longestLook;
+    KilnUtil_FileThread m_thread;
+    QList<const Taskmill_JobContainer *> m_all;
+    QList<QPointer<Taskmill_Job>> m_held;
+    QPointer<Taskmill_Job> m_asked; ///< the job that the thread looks at, or has looked at
+    QString m_folder;               ///< of that job
+    HasAnswered m_hasAnswered;
+    QElapsedTimer m_lookTime;
+    bool m_isSlow = false;                     ///< the last look took longer than an event loop waits
+    std::optional<Taskmill_FileFacts> m_facts; ///< of that job
+    QHash<QString, HasAnswered> m_silent;      ///< folders on drives that do not answer
+    QTimer m_giveUp;
+    QTimer m_tryAgain;
+    QTimer m_listen; ///< to drives that did not answer
+};
