@@ -19,6 +19,7 @@
 #include "ui/programicon.h"
 #include "ui/progresspage.h"
 #include "ui/projectmenu.h"
+#include "ui/programsoffer.h"
 #include "ui/projectoffer.h"
 #include "ui/statusline.h"
 #include "ui/tabmenus.h"
@@ -214,6 +215,16 @@ void Taskmill_AppWindow::OfferProject(const QString &path)
     QTimer::singleShot(0, this, offer);
 }
 
+void Taskmill_AppWindow::ChooseFiles()
+{
+    m_window.ShowInFront();
+    const auto choose = [this] {
+        if (!QApplication::activeModalWidget())
+            NewJobsSlot();
+    };
+    QTimer::singleShot(0, this, choose);
+}
+
 void Taskmill_AppWindow::ShowJob(int jobID)
 {
     m_window.ShowInFront();
@@ -268,6 +279,7 @@ void Taskmill_AppWindow::Show()
 void Taskmill_AppWindow::SpeakAtStart()
 {
     OfferLastProject();
+    OfferPrograms();
     SpeakOfProject(m_manager.NoticesAtStart(true));
 }
 
@@ -284,6 +296,19 @@ void Taskmill_AppWindow::OfferLastProject()
         m_offer->hide();
         m_offer->deleteLater();
     });
+}
+
+void Taskmill_AppWindow::OfferPrograms()
+{
+    for (KilnUtil_TableWidget *table : {&m_jobTypes.Table(), &m_longJobs.Table()}) {
+        // In its place stands the project that has job types already.
+        if (m_offer && table == &m_longJobs.Table())
+            continue;
+        auto *offer = new Taskmill_ProgramsOffer{*table, m_manager.JobTypes()};
+        connect(&m_manager.Project(), &Taskmill_Project::StateChangedSignal, offer,
+                &Taskmill_ProgramsOffer::UpdateSlot);
+        offer->UpdateSlot();
+    }
 }
 
 void Taskmill_AppWindow::SpeakOfProject(const QStringList &notices)

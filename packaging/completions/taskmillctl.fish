@@ -1,0 +1,15 @@
+# SPDX-License-Identifier: MIT
+# Completion of taskmill and taskmillctl in fish: the client knows what fits, also what the running manager has.
+function __taskmill_complete
+    set -l current (commandline -ct)
+    set -l lines (taskmillctl --complete (commandline -opc) "$current" 2>/dev/null)
+    switch "$lines[1]"
+        case files
+            __fish_complete_path "$current"
+        case projects
+            __fish_complete_suffix --complete="$current" .mill
+    end
+    printf '%s\n' $lines[2..-1]
+end
+complete -c taskmillctl -f -a '(__taskmill_complete)'
+complete -c taskmill -f -a '(__taskmill_complete)'

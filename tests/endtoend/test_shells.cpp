@@ -1,0 +1,254 @@
+// SPDX-License-Identifier: MIT
+#include "endtoend/projectfixture.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QSet>
+#include <QSqlDatabase>
+#include <QSqlRecord>
+#include <QStandardPaths>
+#include <QtTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+struct ProgramRun
+{
+    int status = -1;
+    QString out;
+    QString err;
+};
+
+ProgramRun Run(const QString &program, const QStringList &arguments,
+               const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment(),
+               const QString &directory = {})
+{
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.setWorkingDirectory(directory);
+    process.start(program, arguments, QIODevice::ReadOnly);
+    const bool ended = process.waitForFinished(60000);
+    return {ended && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromUtf8(process.readAllStandardOutput()), QString::fromUtf8(process.readAllStandardError())};
+}
+
+QString Page(const QString &name)
+{
+    return QString::fromUtf8(ReadTestFile(QStringLiteral(TASKMILL_PAGES) + u'/' + name));
+}
+
+QSet<QString> Matches(const QString &text, const QString &expression)
+{
+    QSet<QString> found;
+    auto match = QRegularExpression{expression, QRegularExpression::MultilineOption}.globalMatch(text);
+    while (match.hasNext())
+        found += match.next().captured(1);
+    return found;
+}
+
+QStringList Sorted(const QSet<QString> &texts)
+{
+    QStringList sorted = texts.values();
+    sorted.sort();
+    return sorted;
+}
+} // namespace
+
+/// What an installation brings for shells, scripts and readers of manual pages, all against the real programs.
+class TestShells : public ManagerTest
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void CompletesWhatFits_data();
+    void CompletesWhatFits();
+    void RealShellsComplete_data();
+    void RealShellsComplete();
+    void ManualPagesAndHelpAgree();
+    void PageOfProjectsHasEveryColumn();
+    void PagesAreClean_data();
+    void PagesAreClean();
+    void ScriptsUseTheModule();
+
+private:
+    /// Job 1 has ended, 2 runs, 3 waits; beside the input files lies jobs.mill.
+    void StartJobs();
+    [[nodiscard]] QProcessEnvironment Environment();
+};
+
+void TestShells::StartJobs()
+{
+    QVERIFY(Project().AddTestType(u"Wait"_s, u"touch @INFILE.started wait"_s));
+    QVERIFY(Project().AddTestType(u"Echo \"a b\""_s, u"print done"_s));
+    QVERIFY(Project().Start());
+    QCOMPARE(Manager().Submit(u"Echo \"a b\""_s, Project().InputFile(u"ends"_s), u"none"_s), "accepted=1\n");
+    QTRY_VERIFY(Manager().Ctl({u"list"_s, u"finished"_s, u"--json"_s}).out.contains("\"id\":1"));
+    QCOMPARE(Manager().Ctl({u"unpause"_s, u"long"_s}).status, 0);
+    for (const auto name : {"runs"_L1, "waits"_L1})
+        QVERIFY(Manager().Submit(u"Wait"_s, Project().InputFile(name), u"long"_s).startsWith("accepted="));
+    QTRY_VERIFY(QFile::exists(Project().Path(u"runs.started"_s)));
+}
+
+QProcessEnvironment TestShells::Environment()
+{
+    QProcessEnvironment environment = Manager().ClientEnvironment();
+    environment.insert(u"PATH"_s, QFileInfo{QStringLiteral(TASKMILL_CTL)}.path() + u':' + environment.value(u"PATH"_s));
+    environment.insert(u"HOME"_s, Project().Path({}));
+    return environment;
+}
+
+void TestShells::CompletesWhatFits_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("offered");
+    QTest::newRow("commands") << u"taskmillctl re"_s << u"words remove result resources"_s;
+    QTest::newRow("second words") << u"taskmillctl types "_s << u"words list add remove"_s;
+    QTest::newRow("options") << u"taskmillctl remove --"_s << u"words --help --running --json --gui --console --port"_s;
+    QTest::newRow("queues") << u"taskmillctl pause "_s << u"words long short"_s;
+    QTest::newRow("job types") << u"taskmillctl submit a.xyz --type "_s << u"words Wait Echo \"a b\""_s;
+    QTest::newRow("job types behind a sign") << u"taskmillctl submit --type=W"_s << u"words --type=Wait"_s;
+    QTest::newRow("as bash parts them") << u"taskmillctl submit --type = W"_s << u"words Wait"_s;
+    QTest::newRow("running jobs") << u"taskmillctl kill "_s << u"words 2"_s;
+    QTest::newRow("waiting jobs") << u"taskmillctl remove --running "_s << u"words 2 3"_s;
+    QTest::newRow("all jobs") << u"taskmillctl job "_s << u"words 2 3 1"_s;
+    QTest::newRow("a limit is no job") << u"taskmillctl limit long "_s << u"words"_s;
+    QTest::newRow("input files") << u"taskmillctl submit "_s << u"files"_s;
+    QTest::newRow("projects") << u"taskmillctl jobs --long "_s << u"projects"_s;
+    QTest::newRow("of the manager") << u"taskmill -new"_s << u"projects -newconsole"_s;
+    QTest::newRow("nonsense") << u"taskmillctl frobnicate --type "_s << u"words"_s;
+}
+
+void TestShells::CompletesWhatFits()
+{
+    StartJobs();
+    QFETCH(const QString, line);
+    const CtlResult result = Manager().Ctl(QStringList{u"--complete"_s} + line.split(u' '));
+    QStringList offered;
+    for (const QString &word : QString::fromUtf8(result.out).trimmed().split(u'\n'))
+        offered += word.section(u'\t', 0, 0);
+    QTEST(offered.join(u' '), "offered");
+}
+
+void TestShells::RealShellsComplete_data()
+{
+    QTest::addColumn<QString>("shell");
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QStringList>("expected");
+    for (const auto shell : {"bash"_L1, "zsh"_L1, "fish"_L1}) {
+        const auto add = [shell](const char *what, const QString &line, const QStringList &offered) {
+            QTest::addRow("%s: %s", shell.data(), what) << shell << line << offered;
+        };
+        add("commands", u"taskmillctl unp"_s, {u"unpause"_s});
+        add("job types", u"taskmillctl submit waits --type "_s, {u"Echo \"a b\""_s, u"Wait"_s});
+        add("jobs", u"taskmillctl kill "_s, {u"2"_s});
+        add("projects", u"taskmillctl jobs jo"_s, {u"jobs.mill"_s});
+        add("files", u"taskmillctl submit wai"_s, {u"waits"_s});
+        add("start options", u"taskmill -nog"_s, {u"-nogui"_s});
+    }
+}
+
+void TestShells::RealShellsComplete()
+{
+    QFETCH(const QString, shell);
+    QFETCH(const QString, line);
+    if (QStandardPaths::findExecutable(shell).isEmpty())
+        QSKIP("This shell is not installed");
+    StartJobs();
+    const QString completions = QStringLiteral(TASKMILL_SOURCE) + u"/packaging/completions/"_s;
+    QStringList arguments{QStringLiteral(TASKMILL_SOURCE) + u"/tests/endtoend/shells/complete."_s + shell};
+    if (shell == "bash"_L1)
+        arguments += QStringList{completions + u"taskmillctl.bash"_s} + line.split(u' ');
+    else
+        arguments += {shell == "zsh"_L1 ? completions : completions + u"taskmillctl.fish"_s, line};
+    if (shell == "zsh"_L1)
+        arguments.prepend(u"-f"_s);
+    const ProgramRun run = Run(shell, arguments, Environment(), Project().Path({}));
+    QSet<QString> offered;
+    for (const QString &word : run.out.trimmed().split(u'\n'))
+        offered += word.section(u'\t', 0, 0);
+    QTEST(Sorted(offered), "expected");
+}
+
+void TestShells::ManualPagesAndHelpAgree()
+{
+    const QString page = Page(u"taskmillctl.1"_s);
+    const QString help = Run(QStringLiteral(TASKMILL_CTL), {u"--help"_s}).out;
+    const QString commands = help.section(u"Commands:\n"_s, 1).section(u"\n\n"_s, 0, 0);
+    QSet<QString> named;
+    for (const QString &section : page.split(u"\n.Ss "_s).sliced(1)) {
+        const QString name = section.section(u'\n', 0, 0);
+        named += name;
+        QVERIFY2(commands.contains(u"  "_s + name + u' '), qPrintable(name));
+        const QString own = Run(QStringLiteral(TASKMILL_CTL), name.split(u' ') + QStringList{u"--help"_s}).out;
+        QCOMPARE(Sorted(Matches(section, u"^\\.It .*Fl -([\\w-]+)"_s)),
+                 Sorted(Matches(own, u"^  (?:-h, )?--([\\w-]+)"_s)));
+    }
+    QCOMPARE(named.size(), commands.count(u'\n') + 1);
+
+    const QString usage = Run(QStringLiteral(TASKMILL_MANAGER), {u"-console"_s, u"-help"_s}).out;
+    const QSet<QString> inPage = Matches(Page(u"taskmill.1"_s), u"^\\.It Fl ([\\w-]+)"_s);
+    const QSet<QString> inUsage = Matches(usage, u"\\[-(\\w+)"_s);
+    QCOMPARE(inUsage.size(), 6);
+    QVERIFY(inPage.contains(inUsage));
+}
+
+void TestShells::PageOfProjectsHasEveryColumn()
+{
+    StartJobs();
+    QVERIFY(Manager().Quit() == ManagerEnd{.status = 0});
+    QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"page"_s);
+    database.setDatabaseName(Project().ProjectPath());
+    QVERIFY(database.open());
+    QSet<QString> columns;
+    for (const QString &table : database.tables()) {
+        const QSqlRecord record = database.record(table);
+        for (int column = 0; column < record.count() && table != "RunningJobs"_L1 && table != "Jobs"_L1; ++column)
+            columns += record.fieldName(column);
+    }
+    QCOMPARE(Sorted(Matches(Page(u"taskmill.mill.5"_s), u"^\\.It Va (\\w+)"_s)), Sorted(columns));
+    database = {};
+    QSqlDatabase::removeDatabase(u"page"_s);
+}
+
+void TestShells::PagesAreClean_data()
+{
+    QTest::addColumn<QString>("page");
+    for (const QString &page : QDir{QStringLiteral(TASKMILL_PAGES)}.entryList({u"taskmill*.[15]"_s}))
+        QTest::newRow(qPrintable(page)) << page;
+}
+
+void TestShells::PagesAreClean()
+{
+    if (QStandardPaths::findExecutable(u"mandoc"_s).isEmpty())
+        QSKIP("mandoc is not installed");
+    QFETCH(const QString, page);
+    // The pages name each other, which must be found.
+    QVERIFY(QDir{}.mkpath(Path(u"man1"_s)) && QDir{}.mkpath(Path(u"man5"_s)));
+    for (const QString &one : QDir{QStringLiteral(TASKMILL_PAGES)}.entryList({u"taskmill*.[15]"_s}))
+        QVERIFY(QFile::copy(QStringLiteral(TASKMILL_PAGES) + u'/' + one, Path(u"man"_s + one.last(1) + u'/' + one)));
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"MANPATH"_s, Path());
+    const ProgramRun run = Run(u"mandoc"_s, {u"-T"_s, u"lint"_s, u"man"_s + page.last(1) + u'/' + page}, environment, Path());
+    QCOMPARE(run.out + run.err, QString{});
+    QCOMPARE(run.status, 0);
+}
+
+void TestShells::ScriptsUseTheModule()
+{
+    QVERIFY(Project().AddTestType(u"Wait"_s, u"touch @INFILE.started wait"_s));
+    QVERIFY(Project().AddTestType(u"Echo"_s, u"print done"_s));
+    QVERIFY(Project().Start());
+    const ProgramRun run = Run(u"python3"_s,
+                               {QStringLiteral(TASKMILL_SOURCE) + u"/tests/endtoend/scripts.py"_s,
+                                QStringLiteral(TASKMILL_SOURCE)},
+                               Environment(), Project().Path({}));
+    if (run.status == 77)
+        QSKIP("python3-jsonschema is not installed");
+    QCOMPARE(run.err, QString{});
+    QCOMPARE(run.out, u"passed\n"_s);
+}
+
+QTEST_GUILESS_MAIN(TestShells)
+#include "test_shells.moc"
