@@ -69,7 +69,8 @@ bool OfferFile(const QString &file, std::uint16_t port)
 }
 } // namespace
 
-void Taskmill_TurnToRunningManager(const Taskmill_StartOptions &options, std::uint16_t port, const QString &file)
+void Taskmill_TurnToRunningManager(const Taskmill_StartOptions &options, std::uint16_t port,
+                                   const QString &file)
 {
     if (!Taskmill_IsGuiMode()) {
         if (!file.isEmpty())

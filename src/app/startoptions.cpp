@@ -104,7 +104,8 @@ bool IsOptionOfQt(const QString &argument)
 bool IsKnown(const QString &argument)
 {
     const auto isOption = [&argument](const Taskmill_StartOption &option) {
-        const QString name = QString::fromLatin1(option.Name.data(), static_cast<qsizetype>(option.Name.size()));
+        const QString name =
+            QString::fromLatin1(option.Name.data(), static_cast<qsizetype>(option.Name.size()));
         if (option.Value.empty())
             return argument.compare(name, Qt::CaseInsensitive) == 0;
         const QString values =

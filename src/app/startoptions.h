@@ -10,7 +10,7 @@ struct Taskmill_StartOptions
 {
     Taskmill_RunMode Mode = Taskmill_RunMode::Gui;
     bool NoEventLoop = false;
-    bool Unattended = false; ///< nobody is there to be asked, say the options
+    bool Unattended = false;  ///< nobody is there to be asked, say the options
     bool SubmitsJobs = false; ///< the window is to open its dialog for that
     bool AtLogin = false;     ///< with the window put away, and the last project
     bool ShowsUsage = false;

@@ -231,21 +231,19 @@ public:
 
         const QString banner =
             Taskmill_VersionText() + u"\nJob manager for computational-chemistry programs"_s;
-        m_session = std::make_unique<Taskmill_Session>(
-            Taskmill_SessionOptions{.StartUpFile = file.StartUpFile.isEmpty() && m_options.AtLogin
-                                                       ? LastProject()
-                                                       : file.StartUpFile,
-                                    .Banner = banner,
-                                    .NoEventLoop = m_options.NoEventLoop,
-                                    .Unattended = m_options.Unattended,
-                                    .SubmitsJobs = m_options.SubmitsJobs,
-                                    .PutAway = m_options.AtLogin,
-                                    .ExitWithoutEventLoop = [](int status) {
-                                        // The objects below are still at work on the stack, so none of them
-                                        // is destroyed.
-                                        Taskmill_DebugLog::TurnOff();
-                                        std::exit(status);
-                                    }});
+        m_session = std::make_unique<Taskmill_Session>(Taskmill_SessionOptions{
+            .StartUpFile = file.StartUpFile.isEmpty() && m_options.AtLogin ? LastProject() : file.StartUpFile,
+            .Banner = banner,
+            .NoEventLoop = m_options.NoEventLoop,
+            .Unattended = m_options.Unattended,
+            .SubmitsJobs = m_options.SubmitsJobs,
+            .PutAway = m_options.AtLogin,
+            .ExitWithoutEventLoop = [](int status) {
+                // The objects below are still at work on the stack, so none of them
+                // is destroyed.
+                Taskmill_DebugLog::TurnOff();
+                std::exit(status);
+            }});
         Taskmill_Platform::CallOnTermination([this](bool interrupted) {
             m_session->QuitAtOnce(interrupted ? Taskmill_Ending::Interrupted : Taskmill_Ending::Unasked);
         });

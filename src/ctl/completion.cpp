@@ -77,10 +77,7 @@ public:
     }
 
 private:
-    static std::size_t WordsOf(const Taskmill_CtlCommand &command)
-    {
-        return Split(command.Name, ' ').size();
-    }
+    static std::size_t WordsOf(const Taskmill_CtlCommand &command) { return Split(command.Name, ' ').size(); }
 
     void Add(std::string_view word, std::string_view meaning = {})
     {
@@ -258,10 +255,10 @@ private:
         const auto manager = options.Read(chosen) && Taskmill_CheckManagerOptions(options)
                                  ? Taskmill_FindManager(options, Taskmill_ManagerChoice::ConsoleFirst)
                                  : std::nullopt;
-        const auto answer = manager ? Taskmill_AnswerOf(*manager,
-                                                        lines + std::string{Taskmill_WireAnswersJson} + '\n',
-                                                        patienceMs)
-                                    : std::nullopt;
+        const auto answer =
+            manager ? Taskmill_AnswerOf(*manager, lines + std::string{Taskmill_WireAnswersJson} + '\n',
+                                        patienceMs)
+                    : std::nullopt;
         m_hasNoManager = !answer;
         return answer ? Split(*answer, '\n') : Words{};
     }

@@ -4,8 +4,8 @@
 #include <QString>
 #include <QStringList>
 
-/// Whether the desktop starts this program when the user logs in. What says so is the user's alone: an entry in
-/// the folder "autostart" of the settings of all programs, on Windows a value of the registry.
+/// Whether the desktop starts this program when the user logs in. What says so is the user's alone: an entry
+/// in the folder "autostart" of the settings of all programs, on Windows a value of the registry.
 class KilnUtil_LoginStart
 {
 public:

@@ -23,9 +23,10 @@ QString KilnUtil_LoginStart::Set(bool isOn) const
 {
     QSettings settings{RunKey(), QSettings::NativeFormat};
     if (isOn)
-        settings.setValue(m_name, QStringList{u'"' + QDir::toNativeSeparators(m_program) + u'"', m_arguments.join(u' ')}
-                                      .join(u' ')
-                                      .trimmed());
+        settings.setValue(
+            m_name, QStringList{u'"' + QDir::toNativeSeparators(m_program) + u'"', m_arguments.join(u' ')}
+                        .join(u' ')
+                        .trimmed());
     else
         settings.remove(m_name);
     settings.sync();

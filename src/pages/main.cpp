@@ -9,8 +9,8 @@
 #include <iostream>
 #include <sstream>
 
-// The pages are in the language of mdoc(7). Their templates hold what only a person can write; a line that is a
-// word between at signs stands for a table.
+// The pages are in the language of mdoc(7). Their templates hold what only a person can write; a line that is
+// a word between at signs stands for a table.
 
 namespace {
 /// As a text line of mdoc: each sentence begins a line, and nothing is taken for a macro or an escape.

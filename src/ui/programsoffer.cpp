@@ -16,13 +16,15 @@ Taskmill_ProgramsOffer::Taskmill_ProgramsOffer(KilnUtil_TableWidget &table, Task
 {
     hide();
     connect(this, &QPushButton::clicked, this, &Taskmill_ProgramsOffer::AddJobTypes);
-    connect(&jobTypes, &Taskmill_JobTypeList::JobTypesChangedSignal, this, &Taskmill_ProgramsOffer::UpdateSlot);
+    connect(&jobTypes, &Taskmill_JobTypeList::JobTypesChangedSignal, this,
+            &Taskmill_ProgramsOffer::UpdateSlot);
 }
 
 void Taskmill_ProgramsOffer::UpdateSlot()
 {
     const bool isWanted = IsTableEmpty() && m_jobTypes.IsStoreOpen() && m_jobTypes.GetAll().isEmpty();
-    const QList<Taskmill_FoundPreset> found = isWanted ? Taskmill_FindPresets({}) : QList<Taskmill_FoundPreset>{};
+    const QList<Taskmill_FoundPreset> found =
+        isWanted ? Taskmill_FindPresets({}) : QList<Taskmill_FoundPreset>{};
     QStringList names;
     QStringList lines;
     for (const auto &[jobType, isTried] : found) {

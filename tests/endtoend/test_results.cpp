@@ -94,8 +94,8 @@ private Q_SLOTS:
                                << QByteArray{"completed; result: normal"};
         QTest::newRow("xtb") << u"xtb"_s << u"a b.xyz"_s << water << u"a b.xtb.xtbopt.xyz"_s
                              << QByteArray{"completed; result: normal"};
-        QTest::newRow("Open Babel") << u"obabel"_s << u"a b.smi"_s << QByteArray{"CCO ethanol\n"} << u"a b.xyz"_s
-                                    << QByteArray{"completed; result: none"};
+        QTest::newRow("Open Babel") << u"obabel"_s << u"a b.smi"_s << QByteArray{"CCO ethanol\n"}
+                                    << u"a b.xyz"_s << QByteArray{"completed; result: none"};
     }
 
     void PresetsRunAsTheyAre()
@@ -112,8 +112,8 @@ private Q_SLOTS:
         QVERIFY(added.out.contains(": " + QStandardPaths::findExecutable(program).toUtf8() + '\n'));
         QVERIFY(Project().Start());
         // The extension finds the type; without a queue it starts at once.
-        const CtlResult run = Manager().Ctl({u"submit"_s, Project().InputFile(input, content), u"--queue"_s, u"none"_s,
-                                             u"--wait"_s, u"--result"_s, u"--timeout"_s, u"60"_s});
+        const CtlResult run = Manager().Ctl({u"submit"_s, Project().InputFile(input, content), u"--queue"_s,
+                                             u"none"_s, u"--wait"_s, u"--result"_s, u"--timeout"_s, u"60"_s});
         QVERIFY2(run.out.trimmed().endsWith("Job 1: " + end), run.out.constData());
         QVERIFY(QFileInfo{Project().Path(written)}.size() > 0);
         QVERIFY(Manager().Quit() == ManagerEnd{.status = 0});

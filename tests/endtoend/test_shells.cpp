@@ -31,7 +31,8 @@ ProgramRun Run(const QString &program, const QStringList &arguments,
     process.start(program, arguments, QIODevice::ReadOnly);
     const bool ended = process.waitForFinished(60000);
     return {ended && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            QString::fromUtf8(process.readAllStandardOutput()), QString::fromUtf8(process.readAllStandardError())};
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
 }
 
 QString Page(const QString &name)
@@ -56,7 +57,8 @@ QStringList Sorted(const QSet<QString> &texts)
 }
 } // namespace
 
-/// What an installation brings for shells, scripts and readers of manual pages, all against the real programs.
+/// What an installation brings for shells, scripts and readers of manual pages, all against the real
+/// programs.
 class TestShells : public ManagerTest
 {
     Q_OBJECT
@@ -94,7 +96,8 @@ void TestShells::StartJobs()
 QProcessEnvironment TestShells::Environment()
 {
     QProcessEnvironment environment = Manager().ClientEnvironment();
-    environment.insert(u"PATH"_s, QFileInfo{QStringLiteral(TASKMILL_CTL)}.path() + u':' + environment.value(u"PATH"_s));
+    environment.insert(u"PATH"_s,
+                       QFileInfo{QStringLiteral(TASKMILL_CTL)}.path() + u':' + environment.value(u"PATH"_s));
     environment.insert(u"HOME"_s, Project().Path({}));
     return environment;
 }
@@ -105,7 +108,8 @@ void TestShells::CompletesWhatFits_data()
     QTest::addColumn<QString>("offered");
     QTest::newRow("commands") << u"taskmillctl re"_s << u"words remove result resources"_s;
     QTest::newRow("second words") << u"taskmillctl types "_s << u"words list add remove"_s;
-    QTest::newRow("options") << u"taskmillctl remove --"_s << u"words --help --running --json --gui --console --port"_s;
+    QTest::newRow("options") << u"taskmillctl remove --"_s
+                             << u"words --help --running --json --gui --console --port"_s;
     QTest::newRow("queues") << u"taskmillctl pause "_s << u"words long short"_s;
     QTest::newRow("job types") << u"taskmillctl submit a.xyz --type "_s << u"words Wait Echo \"a b\""_s;
     QTest::newRow("job types behind a sign") << u"taskmillctl submit --type=W"_s << u"words --type=Wait"_s;
@@ -181,7 +185,8 @@ void TestShells::ManualPagesAndHelpAgree()
         const QString name = section.section(u'\n', 0, 0);
         named += name;
         QVERIFY2(commands.contains(u"  "_s + name + u' '), qPrintable(name));
-        const QString own = Run(QStringLiteral(TASKMILL_CTL), name.split(u' ') + QStringList{u"--help"_s}).out;
+        const QString own =
+            Run(QStringLiteral(TASKMILL_CTL), name.split(u' ') + QStringList{u"--help"_s}).out;
         QCOMPARE(Sorted(Matches(section, u"^\\.It .*Fl -([\\w-]+)"_s)),
                  Sorted(Matches(own, u"^  (?:-h, )?--([\\w-]+)"_s)));
     }
@@ -204,7 +209,8 @@ void TestShells::PageOfProjectsHasEveryColumn()
     QSet<QString> columns;
     for (const QString &table : database.tables()) {
         const QSqlRecord record = database.record(table);
-        for (int column = 0; column < record.count() && table != "RunningJobs"_L1 && table != "Jobs"_L1; ++column)
+        for (int column = 0; column < record.count() && table != "RunningJobs"_L1 && table != "Jobs"_L1;
+             ++column)
             columns += record.fieldName(column);
     }
     QCOMPARE(Sorted(Matches(Page(u"taskmill.mill.5"_s), u"^\\.It Va (\\w+)"_s)), Sorted(columns));
@@ -227,10 +233,12 @@ void TestShells::PagesAreClean()
     // The pages name each other, which must be found.
     QVERIFY(QDir{}.mkpath(Path(u"man1"_s)) && QDir{}.mkpath(Path(u"man5"_s)));
     for (const QString &one : QDir{QStringLiteral(TASKMILL_PAGES)}.entryList({u"taskmill*.[15]"_s}))
-        QVERIFY(QFile::copy(QStringLiteral(TASKMILL_PAGES) + u'/' + one, Path(u"man"_s + one.last(1) + u'/' + one)));
+        QVERIFY(QFile::copy(QStringLiteral(TASKMILL_PAGES) + u'/' + one,
+                            Path(u"man"_s + one.last(1) + u'/' + one)));
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"MANPATH"_s, Path());
-    const ProgramRun run = Run(u"mandoc"_s, {u"-T"_s, u"lint"_s, u"man"_s + page.last(1) + u'/' + page}, environment, Path());
+    const ProgramRun run =
+        Run(u"mandoc"_s, {u"-T"_s, u"lint"_s, u"man"_s + page.last(1) + u'/' + page}, environment, Path());
     QCOMPARE(run.out + run.err, QString{});
     QCOMPARE(run.status, 0);
 }
@@ -240,10 +248,10 @@ void TestShells::ScriptsUseTheModule()
     QVERIFY(Project().AddTestType(u"Wait"_s, u"touch @INFILE.started wait"_s));
     QVERIFY(Project().AddTestType(u"Echo"_s, u"print done"_s));
     QVERIFY(Project().Start());
-    const ProgramRun run = Run(u"python3"_s,
-                               {QStringLiteral(TASKMILL_SOURCE) + u"/tests/endtoend/scripts.py"_s,
-                                QStringLiteral(TASKMILL_SOURCE)},
-                               Environment(), Project().Path({}));
+    const ProgramRun run = Run(
+        u"python3"_s,
+        {QStringLiteral(TASKMILL_SOURCE) + u"/tests/endtoend/scripts.py"_s, QStringLiteral(TASKMILL_SOURCE)},
+        Environment(), Project().Path({}));
     if (run.status == 77)
         QSKIP("python3-jsonschema is not installed");
     QCOMPARE(run.err, QString{});

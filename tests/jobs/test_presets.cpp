@@ -22,8 +22,10 @@ private Q_SLOTS:
             << QStringList{u"bin/psi4"_s, u"bin/xtb"_s, u"bin/mopac"_s} << QStringList{}
             << QStringList{u"MOPAC"_s, u"xtb Optimisation"_s, u"Psi4"_s};
         QTest::newRow("not what the project has")
-            << QStringList{u"bin/xtb"_s, u"bin/mopac"_s} << QStringList{u"mopac"_s} << QStringList{u"xtb Optimisation"_s};
-        QTest::newRow("a screen reader is no calculation") << QStringList{u"bin/orca"_s} << QStringList{} << QStringList{};
+            << QStringList{u"bin/xtb"_s, u"bin/mopac"_s} << QStringList{u"mopac"_s}
+            << QStringList{u"xtb Optimisation"_s};
+        QTest::newRow("a screen reader is no calculation")
+            << QStringList{u"bin/orca"_s} << QStringList{} << QStringList{};
         QTest::newRow("with its other programs")
             << QStringList{u"bin/orca"_s, u"bin/orca_scf"_s} << QStringList{} << QStringList{u"ORCA"_s};
         QTest::newRow("with its other programs elsewhere")

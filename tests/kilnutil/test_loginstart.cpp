@@ -35,11 +35,13 @@ private Q_SLOTS:
         if (isWindows)
             QSKIP("These have a registry");
         // What the shell, the file format and the desktop each take for something else.
-        const KilnUtil_LoginStart start{u"Taskmill"_s, u"/opt/a \"b\" $c `d` \\e 5%f/taskmill"_s, {u"-login"_s}};
+        const KilnUtil_LoginStart start{
+            u"Taskmill"_s, u"/opt/a \"b\" $c `d` \\e 5%f/taskmill"_s, {u"-login"_s}};
         QCOMPARE(start.Set(true), QString{});
         const QString path = Path(u"config/autostart/taskmill.desktop"_s);
         const QByteArray entry = ReadTestFile(path);
-        QVERIFY2(entry.contains("\nExec=\"/opt/a \\\\\"b\\\\\" \\\\$c \\\\`d\\\\` \\\\\\\\e 5%%f/taskmill\" -login\n"),
+        QVERIFY2(entry.contains(
+                     "\nExec=\"/opt/a \\\\\"b\\\\\" \\\\$c \\\\`d\\\\` \\\\\\\\e 5%%f/taskmill\" -login\n"),
                  entry.constData());
         if (!QStandardPaths::findExecutable(u"desktop-file-validate"_s).isEmpty())
             QCOMPARE(QProcess::execute(u"desktop-file-validate"_s, {path}), 0);

@@ -41,7 +41,8 @@ const QList<JobList> &JobLists()
          }},
         QueueList(Taskmill_Destination::Long, [](Database &database) { return database.GetLongJobs(); }),
         QueueList(Taskmill_Destination::Short, [](Database &database) { return database.GetShortJobs(); }),
-        QueueList(Taskmill_Destination::Queueless, [](Database &database) { return database.GetQueuelessJobs(); }),
+        QueueList(Taskmill_Destination::Queueless,
+                  [](Database &database) { return database.GetQueuelessJobs(); }),
     };
     return lists;
 }
