@@ -109,7 +109,29 @@ std::string ExitStatus()
     return text + ".El\n";
 }
 
-std::string Page(std::istream &source, const std::string &version)
+/// Lines of text of the width that is usual in such pages; what is to stand as it is stays.
+std::string Wrapped(const std::string &page)
+{
+    constexpr std::size_t widest = 80;
+    std::string wrapped;
+    std::istringstream lines{page};
+    bool isLiteral = false;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with(".Bd -literal") || line.starts_with(".Ed"))
+            isLiteral = line.starts_with(".Bd");
+        while (!isLiteral && !line.starts_with('.') && line.size() > widest) {
+            const std::size_t blank = line.rfind(' ', widest);
+            if (blank == std::string::npos)
+                break;
+            wrapped += line.substr(0, blank) + '\n';
+            line.erase(0, blank + 1);
+        }
+        wrapped += line + '\n';
+    }
+    return wrapped;
+}
+
+std::string Page(std::istream &source)
 {
     std::string page;
     for (std::string line; std::getline(source, line);) {
@@ -119,25 +141,23 @@ std::string Page(std::istream &source, const std::string &version)
             page += StartOptions();
         else if (line == "@EXIT_STATUS@")
             page += ExitStatus();
-        else if (line == ".Os")
-            page += ".Os \"Taskmill " + version + "\"\n";
         else
             page += line + '\n';
     }
-    return page;
+    return Wrapped(page);
 }
 } // namespace
 
-/// taskmill-pages TEMPLATE PAGE VERSION
+/// taskmill-pages TEMPLATE PAGE
 int main(int argc, char **argv)
 {
-    if (argc != 4) {
-        std::cerr << "Usage: taskmill-pages TEMPLATE PAGE VERSION\n";
+    if (argc != 3) {
+        std::cerr << "Usage: taskmill-pages TEMPLATE PAGE\n";
         return 2;
     }
     std::ifstream source{argv[1]};
     std::ofstream target{argv[2]};
-    if (!source || !(target << Page(source, argv[3])) || !target.flush()) {
+    if (!source || !(target << Page(source)) || !target.flush()) {
         std::cerr << "taskmill-pages: " << argv[2] << " cannot be made of " << argv[1] << '\n';
         return 1;
     }
