@@ -7,7 +7,8 @@ function __taskmill_complete
         case files
             __fish_complete_path "$current"
         case projects
-            __fish_complete_suffix --complete="$current" .mill
+            set -l found $current*.mill $current*/
+            printf '%s\n' $found
     end
     printf '%s\n' $lines[2..-1]
 end

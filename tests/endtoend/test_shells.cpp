@@ -231,8 +231,8 @@ void TestShells::PagesAreClean()
         QSKIP("mandoc is not installed");
     QFETCH(const QString, page);
     // There it finds those that the page refers to.
-    const ProgramRun run = Run(u"mandoc"_s, {u"-T"_s, u"lint"_s, page}, QProcessEnvironment::systemEnvironment(),
-                               QStringLiteral(TASKMILL_PAGES));
+    const ProgramRun run = Run(u"mandoc"_s, {u"-T"_s, u"lint"_s, page},
+                               QProcessEnvironment::systemEnvironment(), QStringLiteral(TASKMILL_PAGES));
     QCOMPARE(run.out + run.err, QString{});
     QCOMPARE(run.status, 0);
 }

@@ -44,7 +44,7 @@ private Q_SLOTS:
         QFETCH(const QStringList, present);
         QList<Taskmill_JobType> jobTypes;
         for (const QString &name : present)
-            jobTypes.append({.Name = name});
+            jobTypes.emplaceBack().Name = name;
         QStringList names;
         for (const auto &[jobType, isTried] : Taskmill_FindPresets(jobTypes)) {
             names += jobType.Name;

@@ -13,7 +13,9 @@ if [[ $1 == --inside ]]; then
             return
         fi
         builtin compadd -A hits "$@"
-        (( $#hits )) && print -rl -- "${(@)hits/#/OFFER:}"
+        # It is offered, too, as what comes then depends on it.
+        (( $#hits )) && print -rl -- "${(@)${(@Q)hits}/#/OFFER:}"
+        builtin compadd "$@"
     }
     finish() {
         _main_complete
