@@ -91,7 +91,7 @@ void Taskmill_Session::Show()
         return;
     }
     if (m_options.PutAway)
-        m_window->OkaySlot();
+        m_window->BeginPutAway();
     else
         m_window->Show();
     // Asks from the event loop, so that requests are served while a question is open.

@@ -399,6 +399,14 @@ void Taskmill_AppWindow::OkaySlot()
     m_tray.ExplainOnce();
 }
 
+void Taskmill_AppWindow::BeginPutAway()
+{
+    // Not every window manager takes a window that begins minimised.
+    if (!Taskmill_TrayIcon::IsInReach())
+        Show();
+    OkaySlot();
+}
+
 void Taskmill_AppWindow::UpdateMenusSlot() {}
 
 void Taskmill_AppWindow::SystemTrayShowWindowSlot()

@@ -39,6 +39,8 @@ public:
     void Prepare();
     /// Restores the tool bars and shows the tray icon, when a project is open.
     void ShowTrayIcon();
+    /// Puts the window away before it was ever shown.
+    void BeginPutAway();
     /// Brings the window to the front, with the job chosen in its list, if it is in one.
     void ShowJob(int jobID);
     /// Brings it to the front and asks, from the event loop, whether this project is to be opened.

@@ -11,6 +11,8 @@
 #include <QStandardPaths>
 #include <QtTest>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -49,6 +51,18 @@ QSet<QString> Matches(const QString &text, const QString &expression)
     return found;
 }
 
+/// The arguments with which the shell prints what it offers at the end of the line.
+QStringList HowToComplete(const QString &shell, const QString &line)
+{
+    const QString completions = QStringLiteral(TASKMILL_SOURCE) + u"/packaging/completions/"_s;
+    const QString script = QStringLiteral(TASKMILL_SOURCE) + u"/tests/endtoend/shells/complete."_s + shell;
+    if (shell == "bash"_L1)
+        return QStringList{script, completions + u"taskmillctl.bash"_s} + line.split(u' ');
+    if (shell == "zsh"_L1)
+        return {u"-f"_s, script, completions, line};
+    return {script, completions + u"taskmillctl.fish"_s, line};
+}
+
 QStringList Sorted(const QSet<QString> &texts)
 {
     QStringList sorted = texts.values();
@@ -66,8 +80,6 @@ class TestShells : public ManagerTest
 private Q_SLOTS:
     void CompletesWhatFits_data();
     void CompletesWhatFits();
-    void RealShellsComplete_data();
-    void RealShellsComplete();
     void ManualPagesAndHelpAgree();
     void PageOfProjectsHasEveryColumn();
     void PagesAreClean_data();
@@ -104,75 +116,60 @@ QProcessEnvironment TestShells::Environment()
 
 void TestShells::CompletesWhatFits_data()
 {
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QString>("offered");
-    QTest::newRow("commands") << u"taskmillctl re"_s << u"words remove result resources"_s;
-    QTest::newRow("second words") << u"taskmillctl types "_s << u"words list add remove"_s;
-    QTest::newRow("options") << u"taskmillctl remove --"_s
-                             << u"words --help --running --json --gui --console --port"_s;
-    QTest::newRow("queues") << u"taskmillctl pause "_s << u"words long short"_s;
-    QTest::newRow("job types") << u"taskmillctl submit a.xyz --type "_s << u"words Wait Echo \"a b\""_s;
-    QTest::newRow("job types behind a sign") << u"taskmillctl submit --type=W"_s << u"words --type=Wait"_s;
-    QTest::newRow("as bash parts them") << u"taskmillctl submit --type = W"_s << u"words Wait"_s;
-    QTest::newRow("running jobs") << u"taskmillctl kill "_s << u"words 2"_s;
-    QTest::newRow("waiting jobs") << u"taskmillctl remove --running "_s << u"words 2 3"_s;
-    QTest::newRow("all jobs") << u"taskmillctl job "_s << u"words 2 3 1"_s;
-    QTest::newRow("a limit is no job") << u"taskmillctl limit long "_s << u"words"_s;
-    QTest::newRow("input files") << u"taskmillctl submit "_s << u"files"_s;
-    QTest::newRow("projects") << u"taskmillctl jobs --long "_s << u"projects"_s;
-    QTest::newRow("of the manager") << u"taskmill -new"_s << u"projects -newconsole"_s;
-    QTest::newRow("nonsense") << u"taskmillctl frobnicate --type "_s << u"words"_s;
+    QTest::addColumn<QString>("shell");
+    for (const char *shell : {"client", "bash", "zsh", "fish"})
+        QTest::newRow(shell) << QString::fromLatin1(shell);
 }
 
+/// Lines, and what is offered at their ends.
 void TestShells::CompletesWhatFits()
 {
-    StartJobs();
-    QFETCH(const QString, line);
-    const CtlResult result = Manager().Ctl(QStringList{u"--complete"_s} + line.split(u' '));
-    QStringList offered;
-    for (const QString &word : QString::fromUtf8(result.out).trimmed().split(u'\n'))
-        offered += word.section(u'\t', 0, 0);
-    QTEST(offered.join(u' '), "offered");
-}
-
-void TestShells::RealShellsComplete_data()
-{
-    QTest::addColumn<QString>("shell");
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QStringList>("expected");
-    for (const auto shell : {"bash"_L1, "zsh"_L1, "fish"_L1}) {
-        const auto add = [shell](const char *what, const QString &line, const QStringList &offered) {
-            QTest::addRow("%s: %s", shell.data(), what) << shell << line << offered;
-        };
-        add("commands", u"taskmillctl unp"_s, {u"unpause"_s});
-        add("job types", u"taskmillctl submit waits --type "_s, {u"Echo \"a b\""_s, u"Wait"_s});
-        add("jobs", u"taskmillctl kill "_s, {u"2"_s});
-        add("projects", u"taskmillctl jobs jo"_s, {u"jobs.mill"_s});
-        add("files", u"taskmillctl submit wai"_s, {u"waits"_s});
-        add("start options", u"taskmill -nog"_s, {u"-nogui"_s});
-    }
-}
-
-void TestShells::RealShellsComplete()
-{
+    struct Line
+    {
+        QString typed;
+        QString offered;
+    };
+    // Of the client itself, which first says what files are offered besides.
+    const QList<Line> client{
+        {u"taskmillctl re"_s, u"words remove resources result"_s},
+        {u"taskmillctl types "_s, u"words add list remove"_s},
+        {u"taskmillctl remove --"_s, u"words --console --gui --help --json --port --running"_s},
+        {u"taskmillctl pause "_s, u"words long short"_s},
+        {u"taskmillctl submit --type=W"_s, u"words --type=Wait"_s},
+        {u"taskmillctl submit --type = W"_s, u"words Wait"_s},
+        {u"taskmillctl remove --running "_s, u"words 2 3"_s},
+        {u"taskmillctl job "_s, u"words 1 2 3"_s},
+        {u"taskmillctl limit long "_s, u"words"_s},
+        {u"taskmillctl types remove jobs.mill "_s, u"words"_s},
+        {u"taskmillctl jobs --long "_s, u"projects"_s},
+        {u"taskmill -new"_s, u"projects -newconsole"_s},
+        {u"taskmillctl frobnicate --type "_s, u"words"_s},
+    };
+    // Of the shells, with what is theirs: words, blanks, files.
+    const QList<Line> shells{
+        {u"taskmillctl unp"_s, u"unpause"_s},
+        {u"taskmillctl submit waits --type "_s, u"Echo \"a b\" Wait"_s},
+        {u"taskmillctl kill "_s, u"2"_s},
+        {u"taskmillctl jobs jo"_s, u"jobs.mill"_s},
+        {u"taskmillctl submit wai"_s, u"waits"_s},
+        {u"taskmill -nog"_s, u"-nogui"_s},
+    };
     QFETCH(const QString, shell);
-    QFETCH(const QString, line);
-    if (QStandardPaths::findExecutable(shell).isEmpty())
+    const bool isClient = shell == "client"_L1;
+    if (!isClient && QStandardPaths::findExecutable(shell).isEmpty())
         QSKIP("This shell is not installed");
     StartJobs();
-    const QString completions = QStringLiteral(TASKMILL_SOURCE) + u"/packaging/completions/"_s;
-    QStringList arguments{QStringLiteral(TASKMILL_SOURCE) + u"/tests/endtoend/shells/complete."_s + shell};
-    if (shell == "bash"_L1)
-        arguments += QStringList{completions + u"taskmillctl.bash"_s} + line.split(u' ');
-    else
-        arguments += {shell == "zsh"_L1 ? completions : completions + u"taskmillctl.fish"_s, line};
-    if (shell == "zsh"_L1)
-        arguments.prepend(u"-f"_s);
-    const ProgramRun run = Run(shell, arguments, Environment(), Project().Path({}));
-    QSet<QString> offered;
-    for (const QString &word : run.out.trimmed().split(u'\n'))
-        offered += word.section(u'\t', 0, 0);
-    QTEST(Sorted(offered), "expected");
+    for (const auto &[typed, offered] : isClient ? client : shells) {
+        const ProgramRun run =
+            isClient ? Run(QStringLiteral(TASKMILL_CTL), QStringList{u"--complete"_s} + typed.split(u' '),
+                           Environment())
+                     : Run(shell, HowToComplete(shell, typed), Environment(), Project().Path({}));
+        QStringList words;
+        for (const QString &word : run.out.trimmed().split(u'\n'))
+            words += word.section(u'\t', 0, 0);
+        std::sort(words.begin() + (isClient ? 1 : 0), words.end());
+        QCOMPARE(typed + u": "_s + words.join(u' '), typed + u": "_s + offered);
+    }
 }
 
 void TestShells::ManualPagesAndHelpAgree()

@@ -80,6 +80,7 @@ private Q_SLOTS:
         QVERIFY(!offer->isVisible());
         // It is there again for a project that has none.
         place.manager.JobTypes().RemoveAll();
+        offer->UpdateSlot();
         QVERIFY(offer->isVisible());
         qputenv("PATH", "");
         offer->UpdateSlot();
