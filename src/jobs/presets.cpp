@@ -52,6 +52,22 @@ constexpr std::array presets{
            "@EXEFILE @INFILE -O @OUTFILE --gen3d"_L1,
            "SMILES Files (*.smi)"_L1,
            "Coordinate Files (*.xyz)"_L1},
+    Preset{"Psi4"_L1,
+           "psi4"_L1,
+           {},
+           true,
+           Queue::Long,
+           "@EXEFILE -i @INFILE -o @OUTFILE"_L1,
+           "Psi4 Input Files (*.in *.psi4)"_L1,
+           "Psi4 Output Files (*.out)"_L1},
+    Preset{"NWChem"_L1,
+           "nwchem"_L1,
+           {},
+           true,
+           Queue::Long,
+           "@EXEFILE @INFILE"_L1,
+           "NWChem Input Files (*.nw)"_L1,
+           {}},
     // The screen reader of a desktop is called so, too.
     Preset{"ORCA"_L1,
            "orca"_L1,
@@ -60,22 +76,6 @@ constexpr std::array presets{
            Queue::Long,
            "@EXEFILE @INFILE"_L1,
            "ORCA Input Files (*.inp)"_L1,
-           {}},
-    Preset{"Psi4"_L1,
-           "psi4"_L1,
-           {},
-           false,
-           Queue::Long,
-           "@EXEFILE -i @INFILE -o @OUTFILE"_L1,
-           "Psi4 Input Files (*.in *.psi4)"_L1,
-           "Psi4 Output Files (*.out)"_L1},
-    Preset{"NWChem"_L1,
-           "nwchem"_L1,
-           {},
-           false,
-           Queue::Long,
-           "@EXEFILE @INFILE"_L1,
-           "NWChem Input Files (*.nw)"_L1,
            {}},
     Preset{"Gaussian"_L1,
            "g16"_L1,
@@ -92,13 +92,17 @@ constexpr std::array presets{
 QString Find(const Preset &preset)
 {
     const QString program = QStandardPaths::findExecutable(preset.program);
-    if (program.isEmpty() || preset.companion.isEmpty())
+    if (preset.companion.isEmpty() || program.isEmpty())
         return program;
-    const QFileInfo real{QFileInfo{program}.canonicalFilePath()};
-    const bool hasCompanion =
-        !QStandardPaths::findExecutable(preset.companion, {real.path(), QFileInfo{program}.path()}).isEmpty();
-    // It starts its other programs from the directory in whose name it was called.
-    return hasCompanion ? real.filePath() : QString{};
+    // It starts its other programs from the directory in whose name it was called. One that comes later in
+    // the search path is meant when its companion is there, too.
+    const QString companion = QStandardPaths::findExecutable(preset.companion);
+    for (const QString &directory :
+         {QFileInfo{QFileInfo{program}.canonicalFilePath()}.path(), QFileInfo{companion}.path()}) {
+        if (!QStandardPaths::findExecutable(preset.companion, {directory}).isEmpty())
+            return QStandardPaths::findExecutable(preset.program, {directory});
+    }
+    return {};
 }
 } // namespace
 

@@ -28,6 +28,9 @@ private Q_SLOTS:
             << QStringList{u"bin/orca"_s} << QStringList{} << QStringList{};
         QTest::newRow("with its other programs")
             << QStringList{u"bin/orca"_s, u"bin/orca_scf"_s} << QStringList{} << QStringList{u"ORCA"_s};
+        QTest::newRow("behind a screen reader")
+            << QStringList{u"bin/orca"_s, u"later/orca"_s, u"later/orca_scf"_s} << QStringList{}
+            << QStringList{u"ORCA"_s};
         QTest::newRow("with its other programs elsewhere")
             << QStringList{u"bin/orca"_s, u"other/orca_scf"_s} << QStringList{} << QStringList{};
     }
@@ -40,7 +43,7 @@ private Q_SLOTS:
             WriteTestFile(Path(program) + (isWindows ? u".exe"_s : QString{}), "#!/bin/sh\n");
             QVERIFY(isWindows || QFile::setPermissions(Path(program), QFile::ReadOwner | QFile::ExeOwner));
         }
-        qputenv("PATH", QFile::encodeName(Path(u"bin"_s)));
+        qputenv("PATH", QFile::encodeName(Path(u"bin"_s) + QDir::listSeparator() + Path(u"later"_s)));
         QFETCH(const QStringList, present);
         QList<Taskmill_JobType> jobTypes;
         for (const QString &name : present)
