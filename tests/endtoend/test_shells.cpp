@@ -199,7 +199,7 @@ void TestShells::ManualPagesAndHelpAgree()
 void TestShells::PageOfProjectsHasEveryColumn()
 {
     StartJobs();
-    QVERIFY(Manager().Quit() == ManagerEnd{.status = 0});
+    QCOMPARE(Manager().Ctl({u"save"_s}).status, 0);
     QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"page"_s);
     database.setDatabaseName(Project().ProjectPath());
     QVERIFY(database.open());
