@@ -81,7 +81,7 @@ Section "Open .mill files with Taskmill" SecType
     System::Call 'shell32::SHChangeNotify(i 0x08000000, i 0, p 0, p 0)'
 SectionEnd
 
-; The same as the box in the program's settings.
+; The same as the entry in the program's menu.
 Section /o "Start at log-in" SecLogin
     WriteRegStr HKCU "${RUN_KEY}" "Taskmill" '"$INSTDIR\taskmill.exe" -login'
 SectionEnd

@@ -16,6 +16,7 @@
 #include "ui/detailssplitter.h"
 #include "ui/detailsswitch.h"
 #include "ui/jobnews.h"
+#include "ui/loginstartentry.h"
 #include "ui/programicon.h"
 #include "ui/programsoffer.h"
 #include "ui/progresspage.h"
@@ -159,6 +160,7 @@ void Taskmill_AppWindow::FillViewMenu()
             choice->setChecked(announced == Taskmill_RememberedAnnounced());
         });
     }
+    Taskmill_AddLoginStartEntry(view);
     view.addAction(u"&Hide Window"_s, this, &Taskmill_AppWindow::OkaySlot);
 }
 
