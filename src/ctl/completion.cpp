@@ -112,7 +112,7 @@ private:
             Add(name + '=', option.Purpose);
         for (const std::string &value : Split(option.Value, '|')) {
             if (option.Value.find('|') != option.Value.npos)
-                Add(name + '=' + value, option.Purpose);
+                Add(std::string{name}.append("=").append(value), option.Purpose);
         }
     }
 

@@ -30,7 +30,7 @@ std::string TakeText(std::string_view &json)
 std::string TakeWord(std::string_view &json)
 {
     const std::size_t end = std::min(json.find_first_of(",]}"), json.size());
-    const std::string word{json.substr(0, end)};
+    std::string word{json.substr(0, end)};
     json.remove_prefix(end);
     return word;
 }
