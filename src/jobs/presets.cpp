@@ -91,7 +91,7 @@ constexpr std::array presets{
 /// The path of the installed program; empty when it is not, or is another one of that name.
 QString Find(const Preset &preset)
 {
-    const QString program = QStandardPaths::findExecutable(preset.program);
+    QString program = QStandardPaths::findExecutable(preset.program);
     if (preset.companion.isEmpty() || program.isEmpty())
         return program;
     // It starts its other programs from the directory in whose name it was called. One that comes later in
