@@ -2,6 +2,7 @@
 #include "app/secondstart.h"
 
 #include "app/starterror.h"
+#include "app/startoptions.h"
 #include "wire/clientkey.h"
 #include "wire/protocol.h"
 #include "wire/socket.h"
@@ -68,16 +69,22 @@ bool OfferFile(const QString &file, std::uint16_t port)
 }
 } // namespace
 
-void Taskmill_TurnToRunningManager(bool gui, std::uint16_t port, const QString &file)
+void Taskmill_TurnToRunningManager(const Taskmill_StartOptions &options, std::uint16_t port,
+                                   const QString &file)
 {
-    if (!gui) {
+    if (!Taskmill_IsGuiMode()) {
         if (!file.isEmpty())
             ReportUnopened(file, port, {});
         return;
     }
     if (!file.isEmpty() && OfferFile(file, port))
         return;
-    const std::string answer = AnswerTo("action=show\n", port);
+    if (options.AtLogin)
+        return;
+    std::string request = "action=show\n";
+    if (options.SubmitsJobs)
+        request.append(Taskmill_WireChoosesFiles).append("\n");
+    const std::string answer = AnswerTo(request, port);
     if (answer.starts_with(Taskmill_WireRefused))
         Taskmill_PrintStartError(u"its window could not be shown: %1"_s.arg(ReasonIn(answer)));
 }

@@ -90,10 +90,15 @@ void Taskmill_Session::Show()
         StartConsole();
         return;
     }
-    m_window->Show();
+    if (m_options.PutAway)
+        m_window->BeginPutAway();
+    else
+        m_window->Show();
     // Asks from the event loop, so that requests are served while a question is open.
     if (!std::exchange(m_hasSpokenAtStart, true))
         QTimer::singleShot(0, this, &Taskmill_Session::SpeakAtStart);
+    if (m_options.SubmitsJobs)
+        m_window->ChooseFiles();
 }
 
 void Taskmill_Session::SpeakAtStart()
@@ -160,6 +165,12 @@ void Taskmill_Session::ShowJob(int jobID)
 {
     if (m_window)
         m_window->ShowJob(jobID);
+}
+
+void Taskmill_Session::ChooseFiles()
+{
+    if (m_window)
+        m_window->ChooseFiles();
 }
 
 void Taskmill_Session::PutAway()

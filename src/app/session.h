@@ -22,7 +22,9 @@ struct Taskmill_SessionOptions
     QString StartUpFile; ///< project file named on the command line; may be empty
     QString Banner;      ///< printed when a console starts
     bool NoEventLoop = false;
-    bool Unattended = false; ///< nobody is to be asked anything at the start
+    bool Unattended = false;  ///< nobody is to be asked anything at the start
+    bool SubmitsJobs = false; ///< the window opens its dialog for that
+    bool PutAway = false;     ///< the window is not shown until somebody asks for it
     /// Ends the process at once where there is no event loop to quit; called when everything is shut down.
     std::function<void(int status)> ExitWithoutEventLoop;
 };
@@ -70,6 +72,7 @@ private:
     [[nodiscard]] bool HasWindow() const override { return m_window != nullptr; }
     void ShowInFront() override;
     void ShowJob(int jobID) override;
+    void ChooseFiles() override;
     void PutAway() override;
     void OfferProject(const QString &path) override;
     [[nodiscard]] bool IsUserBusy() const override;

@@ -1,18 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "app/startoptions.h"
 
+#include "options/startoptiontable.h"
+
 #include <QFileInfo>
 
-using namespace Qt::Literals::StringLiterals;
+#include <algorithm>
 
-// The bracket that "-list" lacks is part of the text that scripts compare.
-const char *const Taskmill_UsageText = "Usage:    taskmill [options]\n\n"
-                                       "options:  [-help]\n"
-                                       "          [-list\n"
-                                       "          [-console]\n"
-                                       "          [-newconsole]\n"
-                                       "          [-run]\n"
-                                       "          [-nogui]\n";
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 bool Has(const QStringList &arguments, QLatin1StringView option,
@@ -36,6 +31,8 @@ Taskmill_StartOptions Taskmill_StartOptions::Parse(const QStringList &arguments)
         options.Mode = Taskmill_RunMode::NewConsole;
     options.NoEventLoop = Has(arguments, "-noeventloop"_L1);
     options.Unattended = Has(arguments, "-nogui"_L1) || Has(arguments, "-run"_L1);
+    options.SubmitsJobs = Has(arguments, "-submit"_L1);
+    options.AtLogin = Has(arguments, "-login"_L1);
     options.ShowsUsage = AsksForUsage(arguments);
     options.ShowsVersion = Has(arguments, "--version"_L1) || Has(arguments, "-version"_L1);
     return options;
@@ -103,30 +100,30 @@ bool IsOptionOfQt(const QString &argument)
     const QString name = OptionName(argument);
     return QtOptionsWithValue().contains(name) || others.contains(name);
 }
+
+bool IsKnown(const QString &argument)
+{
+    const auto isOption = [&argument](const Taskmill_StartOption &option) {
+        const QString name =
+            QString::fromLatin1(option.Name.data(), static_cast<qsizetype>(option.Name.size()));
+        if (option.Value.empty())
+            return argument.compare(name, Qt::CaseInsensitive) == 0;
+        const QString values =
+            QString::fromLatin1(option.Value.data(), static_cast<qsizetype>(option.Value.size()));
+        // One of several, or any.
+        return argument.startsWith(name + u'=', Qt::CaseInsensitive) &&
+               (!values.contains(u'|') ||
+                values.split(u'|').contains(argument.sliced(name.size() + 1), Qt::CaseInsensitive));
+    };
+    return AsksForUsage({{}, argument}) || std::ranges::any_of(Taskmill_StartOptionTable, isOption);
+}
 } // namespace
 
 QStringList Taskmill_UnknownOptions(const QStringList &arguments)
 {
-    // The levels of progress are accepted and change nothing: none is shown.
-    static const QStringList known{u"-console"_s,
-                                   u"-debug"_s,
-                                   u"-debugfile"_s,
-                                   u"-h"_s,
-                                   u"-help"_s,
-                                   u"--help"_s,
-                                   u"-list"_s,
-                                   u"-newconsole"_s,
-                                   u"-noeventloop"_s,
-                                   u"-nogui"_s,
-                                   u"-notreadonly"_s,
-                                   u"-run"_s,
-                                   u"-showprogress=false"_s,
-                                   u"-showprogress=some"_s,
-                                   u"-showprogress=true"_s};
     QStringList unknown = arguments.sliced(qMin<qsizetype>(1, arguments.size()));
     unknown.removeIf([](const QString &argument) {
-        return !argument.startsWith(u'-') || known.contains(argument, Qt::CaseInsensitive) ||
-               argument.startsWith("-debugfile="_L1, Qt::CaseInsensitive) || IsOptionOfQt(argument);
+        return !argument.startsWith(u'-') || IsKnown(argument) || IsOptionOfQt(argument);
     });
     return unknown;
 }

@@ -10,7 +10,9 @@ struct Taskmill_StartOptions
 {
     Taskmill_RunMode Mode = Taskmill_RunMode::Gui;
     bool NoEventLoop = false;
-    bool Unattended = false; ///< nobody is there to be asked, say the options
+    bool Unattended = false;  ///< nobody is there to be asked, say the options
+    bool SubmitsJobs = false; ///< the window is to open its dialog for that
+    bool AtLogin = false;     ///< with the window put away, and the last project
     bool ShowsUsage = false;
     bool ShowsVersion = false;
 
@@ -45,6 +47,3 @@ struct Taskmill_FileArgument
 /// The first argument that is no option, nor the value of one of Qt's, which are still among them; empty when
 /// there is none.
 [[nodiscard]] QString Taskmill_FileNamed(const QStringList &arguments);
-
-/// Every option of the command line that a user may give.
-extern const char *const Taskmill_UsageText;

@@ -17,7 +17,9 @@
 #include "kilnutil/registry.h"
 #include "kilnutil/standardstreams.h"
 #include "kilnutil/threadstart.h"
+#include "manager/recentprojects.h"
 #include "manager/version.h"
+#include "options/startoptiontable.h"
 #include "processes/process.h"
 #include "ui/appwindow.h"
 #include "ui/programicon.h"
@@ -135,9 +137,11 @@ void SetPaths()
     QCoreApplication::setLibraryPaths(libraryPaths);
 
     KilnUtil_FileSys::m_appHelpDirPath = directory + u"/help"_s;
-    for (const QString &name : {u"/taskmillmanual"_s, u"/vguimanual"_s, u"/help"_s}) {
-        if (QFileInfo::exists(directory + name)) {
-            KilnUtil_FileSys::m_appHelpDirPath = directory + name;
+    // The last is where an installation has it, as seen from its programs.
+    for (const QString &name :
+         {u"/taskmillmanual"_s, u"/vguimanual"_s, u"/help"_s, u"/" TASKMILL_INSTALLED_MANUAL ""_s}) {
+        if (const QString path = QDir::cleanPath(directory + name); QFileInfo::exists(path)) {
+            KilnUtil_FileSys::m_appHelpDirPath = path;
             break;
         }
     }
@@ -161,7 +165,7 @@ void SaveAtExit()
 
 int PrintUsage()
 {
-    std::fputs(Taskmill_UsageText, stdout);
+    std::fputs(Taskmill_UsageText().c_str(), stdout);
     return exitUsageShown;
 }
 
@@ -177,6 +181,13 @@ void ComplainOfUnknownOptions(const QStringList &arguments)
 {
     for (const QString &option : Taskmill_UnknownOptions(arguments))
         Taskmill_PrintStartError(u"unknown option %1, see taskmill -help"_s.arg(option));
+}
+
+/// The one that was opened or saved last, if it is still there.
+QString LastProject()
+{
+    const QString path = Taskmill_RecentProjects().value(0);
+    return QFileInfo::exists(path) ? path : QString{};
 }
 
 /// The program from the application object on: the session, and the prompts that speak for it.
@@ -221,17 +232,19 @@ public:
 
         const QString banner =
             Taskmill_VersionText() + u"\nJob manager for computational-chemistry programs"_s;
-        m_session = std::make_unique<Taskmill_Session>(
-            Taskmill_SessionOptions{.StartUpFile = file.StartUpFile,
-                                    .Banner = banner,
-                                    .NoEventLoop = m_options.NoEventLoop,
-                                    .Unattended = m_options.Unattended,
-                                    .ExitWithoutEventLoop = [](int status) {
-                                        // The objects below are still at work on the stack, so none of them
-                                        // is destroyed.
-                                        Taskmill_DebugLog::TurnOff();
-                                        std::exit(status);
-                                    }});
+        m_session = std::make_unique<Taskmill_Session>(Taskmill_SessionOptions{
+            .StartUpFile = file.StartUpFile.isEmpty() && m_options.AtLogin ? LastProject() : file.StartUpFile,
+            .Banner = banner,
+            .NoEventLoop = m_options.NoEventLoop,
+            .Unattended = m_options.Unattended,
+            .SubmitsJobs = m_options.SubmitsJobs,
+            .PutAway = m_options.AtLogin,
+            .ExitWithoutEventLoop = [](int status) {
+                // The objects below are still at work on the stack, so none of them
+                // is destroyed.
+                Taskmill_DebugLog::TurnOff();
+                std::exit(status);
+            }});
         Taskmill_Platform::CallOnTermination([this](bool interrupted) {
             m_session->QuitAtOnce(interrupted ? Taskmill_Ending::Interrupted : Taskmill_Ending::Unasked);
         });
@@ -252,7 +265,7 @@ private:
     {
         if (!m_outputWindow)
             return PrintUsage();
-        m_outputWindow->AppendText(QString::fromLatin1(Taskmill_UsageText));
+        m_outputWindow->AppendText(QString::fromStdString(Taskmill_UsageText()));
         m_outputWindow->Show();
         QObject::connect(m_outputWindow.get(), &KilnUtil_OutputWindow::ClosedSignal, &m_application,
                          [] { QCoreApplication::exit(exitUsageShown); });
@@ -326,7 +339,7 @@ int Taskmill_Run(int argc, char **argv)
     // Help is for everybody, and starts no second manager.
     if (!options.ShowsUsage && Taskmill_IsManagerRunning(gui, port)) {
         ComplainOfUnknownOptions(arguments.Texts());
-        Taskmill_TurnToRunningManager(gui, port, Taskmill_FileNamed(arguments.Texts()));
+        Taskmill_TurnToRunningManager(options, port, Taskmill_FileNamed(arguments.Texts()));
         return 0;
     }
     if (!EnsureConsoleManager(Taskmill_Platform::ExecutablePath()) || !PrepareConsole())

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
+#include "ctl/commandhelp.h"
 #include "ctl/commandtable.h"
+#include "ctl/completion.h"
 #include "ctl/ctlstatus.h"
 #include "ctl/managercommands.h"
-#include "ctl/managerfinder.h"
 #include "ctl/options.h"
 #include "ctl/output.h"
 #include "ctl/platform.h"
 #include "ctl/requestcommands.h"
 #include "ctl/resultcommand.h"
-#include "ctl/submitoptions.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -20,48 +20,6 @@ int WrongUsage(const std::string &text)
 {
     Taskmill_PrintError(text);
     return static_cast<int>(Taskmill_CtlStatus::WrongUsage);
-}
-
-std::string GeneralHelp()
-{
-    std::string text =
-        "Usage: taskmillctl COMMAND [options]\n\n"
-        "Submits jobs to a running manager, and works on project files. A project that a manager\n"
-        "has open is to be changed there: the manager writes over the file when it saves.\n\n"
-        "Commands:\n";
-    for (const Taskmill_CtlCommand &command : Taskmill_CtlCommands) {
-        std::string usage = std::string{command.Name} + ' ' + std::string{command.Arguments};
-        usage.resize(std::max<std::size_t>(usage.size(), 24), ' ');
-        text.append("  ").append(usage).append(command.Purpose).append("\n");
-    }
-    return text
-        .append("\n\"taskmillctl COMMAND --help\" shows the options of a command, \"taskmillctl --version\" "
-                "the version.\n\n")
-        .append(Taskmill_CtlExitStatusText);
-}
-
-std::string CommandHelp(const Taskmill_CtlCommand &command, const Taskmill_CtlOptions &options)
-{
-    std::string text = "Usage: taskmillctl " + std::string{command.Name} + " [options]";
-    if (!command.Arguments.empty())
-        text.append(" ").append(command.Arguments);
-    text.append("\n").append(command.Purpose).append("\n\n").append(options.HelpText());
-    return text.append("\n").append(Taskmill_CtlExitStatusText);
-}
-
-std::vector<Taskmill_CtlOption> OptionsOf(const Taskmill_CtlCommand &command)
-{
-    std::vector<Taskmill_CtlOption> options{{"help", "", "Print this text."}};
-    if (command.Name == "submit")
-        std::ranges::copy(Taskmill_SubmitOptions::Options(), std::back_inserter(options));
-    if (command.Name == "result" || command.Name == "resources") {
-        options.push_back({"json", "", "Print one JSON object a line, one for each file."});
-        return options; // no manager is asked
-    }
-    if (Taskmill_IsManagerCommand(command.Name))
-        std::ranges::copy(Taskmill_ManagerCommandOptions(command.Name), std::back_inserter(options));
-    std::ranges::copy(Taskmill_ManagerOptions(), std::back_inserter(options));
-    return options;
 }
 
 Taskmill_CtlStatus Act(const Taskmill_CtlCommand &command, const Taskmill_CtlOptions &options)
@@ -81,10 +39,10 @@ Taskmill_CtlStatus Act(const Taskmill_CtlCommand &command, const Taskmill_CtlOpt
 
 int RunCommand(const Taskmill_CtlCommand &command, const Arguments &arguments)
 {
-    Taskmill_CtlOptions options{OptionsOf(command)};
+    Taskmill_CtlOptions options{Taskmill_OptionsOf(command)};
     const bool areRead = options.Read(arguments);
     if (options.IsSet("help")) {
-        Taskmill_PrintLine(CommandHelp(command, options));
+        Taskmill_PrintLine(Taskmill_CommandHelp(command, options));
         return static_cast<int>(Taskmill_CtlStatus::Success);
     }
     const std::string name{command.Name};
@@ -121,12 +79,16 @@ bool IsOnProjects(const Taskmill_CtlCommand &command, const Arguments &arguments
 int RunWithoutCommand(const Arguments &arguments)
 {
     const std::string word = arguments.empty() ? "" : arguments.front();
+    if (word == Taskmill_CompletionOption) {
+        Taskmill_PrintLine(Taskmill_Completions({arguments.begin() + 1, arguments.end()}));
+        return static_cast<int>(Taskmill_CtlStatus::Success);
+    }
     if (word == "--version" || word == "-v") {
         Taskmill_PrintLine("taskmillctl " TASKMILL_VERSION);
         return static_cast<int>(Taskmill_CtlStatus::Success);
     }
     if (word == "-h" || std::ranges::find(arguments, "--help") != arguments.end()) {
-        Taskmill_PrintLine(GeneralHelp());
+        Taskmill_PrintLine(Taskmill_GeneralHelp());
         return static_cast<int>(Taskmill_CtlStatus::Success);
     }
     const std::string words = arguments.size() > 1 ? word + ' ' + arguments[1] : word;

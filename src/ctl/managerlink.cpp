@@ -7,26 +7,27 @@
 #include "wire/protocol.h"
 #include "wire/socket.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace {
-constexpr int waitMs = 30000;
-/// A job has up to a minute to end, and what withstands is reported 5 s later.
-constexpr int answerWaitMs = 90000;
+constexpr int longestWaitMs = 30000;
 } // namespace
 
-std::optional<std::string> Taskmill_AnswerOf(const Taskmill_ManagerAddress &manager, const std::string &lines)
+std::optional<std::string> Taskmill_AnswerOf(const Taskmill_ManagerAddress &manager, const std::string &lines,
+                                             int waitMs)
 {
-    const Taskmill_Socket socket = Taskmill_Socket::Connect(manager.Port, waitMs);
+    const int sendMs = std::min(waitMs, longestWaitMs);
+    const Taskmill_Socket socket = Taskmill_Socket::Connect(manager.Port, sendMs);
     const std::string message = Taskmill_ClientKeyLines(socket, manager.Port) + "clientname=taskmillctl\n" +
                                 lines + std::string{Taskmill_WireReplyRequest};
-    if (!socket.IsOpen() || !socket.Send(message, waitMs)) {
+    if (!socket.IsOpen() || !socket.Send(message, sendMs)) {
         Taskmill_PrintError("the manager does not take the request");
         return std::nullopt;
     }
     std::string answer;
     for (;;) {
-        if (Taskmill_Socket::WaitForAny({socket.Get()}, answerWaitMs).empty())
+        if (Taskmill_Socket::WaitForAny({socket.Get()}, waitMs).empty())
             break;
         if (socket.Receive(answer, std::numeric_limits<std::size_t>::max()) == Taskmill_Socket::State::Ended)
             return answer;

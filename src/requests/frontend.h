@@ -13,6 +13,8 @@ public:
     virtual void ShowInFront() = 0;
     /// The same, with the job chosen in its list, if it is in one.
     virtual void ShowJob(int jobID) = 0;
+    /// The same, and when the request is answered, the dialog that submits jobs; not over another one.
+    virtual void ChooseFiles() = 0;
     virtual void PutAway() = 0;
     /// The window comes to the front and asks, when the request is answered, whether this project file is to
     /// be opened instead of the project that is.

@@ -55,6 +55,8 @@ std::optional<QByteArray> Taskmill_RequestDispatcher::HandleRequest(const Taskmi
         return Taskmill_RefusedReply.toByteArray() + "a manager on a console has no window\n";
     if (actionIs("hide"_L1))
         m_frontEnd.PutAway();
+    else if (request.ChoosesFiles)
+        m_frontEnd.ChooseFiles();
     else if (request.JobNumber == 0)
         m_frontEnd.ShowInFront();
     else if (m_manager.FindJob(request.JobNumber))

@@ -116,6 +116,7 @@ constexpr std::array keys{
     Key{Latin1(Taskmill_WireProjectFile), SetText<&Message::ProjectFile>},
     Key{Latin1(Taskmill_WireReplaces), SetFlag<&Message::Replaces>},
     Key{Latin1(Taskmill_WireKeepsJobs), SetFlag<&Message::KeepsJobs>},
+    Key{Latin1(Taskmill_WireChoosesFiles), SetFlag<&Message::ChoosesFiles>},
     Key{Latin1(Taskmill_WireAnswersJson), SetFlag<&Message::AnswersJson>},
     Key{Latin1(Taskmill_WireAnswerWidth), SetNumber<&Message::Width>},
     Key{Latin1(Taskmill_WireJobCores), SetCores},

@@ -26,6 +26,7 @@ struct Taskmill_ActionRequest
     bool Replaces = false;
     bool TakesRunning = false;
     bool KeepsJobs = false;
+    bool ChoosesFiles = false;
     bool AnswersJson = false;
     qint32 Width = 0; ///< of a terminal, in columns; 0 for any
 };

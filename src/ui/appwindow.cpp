@@ -18,7 +18,9 @@
 #include "ui/detailssplitter.h"
 #include "ui/detailsswitch.h"
 #include "ui/jobnews.h"
+#include "ui/loginstartentry.h"
 #include "ui/programicon.h"
+#include "ui/programsoffer.h"
 #include "ui/progresspage.h"
 #include "ui/projectmenu.h"
 #include "ui/projectoffer.h"
@@ -162,6 +164,7 @@ void Taskmill_AppWindow::FillViewMenu()
             choice->setChecked(announced == Taskmill_RememberedAnnounced());
         });
     }
+    Taskmill_AddLoginStartEntry(view);
     view.addAction(u"&Hide Window"_s, this, &Taskmill_AppWindow::OkaySlot);
 }
 
@@ -235,6 +238,16 @@ void Taskmill_AppWindow::OfferProject(const QString &path)
     QTimer::singleShot(0, this, offer);
 }
 
+void Taskmill_AppWindow::ChooseFiles()
+{
+    m_window.ShowInFront();
+    const auto choose = [this] {
+        if (!QApplication::activeModalWidget())
+            NewJobsSlot();
+    };
+    QTimer::singleShot(0, this, choose);
+}
+
 void Taskmill_AppWindow::ShowJob(int jobID)
 {
     m_window.ShowInFront();
@@ -289,6 +302,7 @@ void Taskmill_AppWindow::Show()
 void Taskmill_AppWindow::SpeakAtStart()
 {
     OfferLastProject();
+    OfferPrograms();
     SpeakOfProject(m_manager.NoticesAtStart(true));
 }
 
@@ -305,6 +319,19 @@ void Taskmill_AppWindow::OfferLastProject()
         m_offer->hide();
         m_offer->deleteLater();
     });
+}
+
+void Taskmill_AppWindow::OfferPrograms()
+{
+    for (KilnUtil_TableWidget *table : {&m_jobTypes.Table(), &m_longJobs.Table()}) {
+        // In its place stands the project that has job types already.
+        if (m_offer && table == &m_longJobs.Table())
+            continue;
+        auto *offer = new Taskmill_ProgramsOffer{*table, m_manager.JobTypes()};
+        connect(&m_manager.Project(), &Taskmill_Project::StateChangedSignal, offer,
+                &Taskmill_ProgramsOffer::UpdateSlot);
+        offer->UpdateSlot();
+    }
 }
 
 void Taskmill_AppWindow::SpeakOfProject(const QStringList &notices)
@@ -412,6 +439,14 @@ void Taskmill_AppWindow::OkaySlot()
     }
     m_window.hide();
     m_tray.ExplainOnce();
+}
+
+void Taskmill_AppWindow::BeginPutAway()
+{
+    // Not every window manager takes a window that begins minimised.
+    if (!Taskmill_TrayIcon::IsInReach())
+        Show();
+    OkaySlot();
 }
 
 void Taskmill_AppWindow::UpdateMenusSlot() {}

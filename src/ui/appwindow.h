@@ -19,6 +19,7 @@
 class Taskmill_DetailsSwitch;
 class Taskmill_Manager;
 class Taskmill_ProjectMenu;
+class Taskmill_ProgramsOffer;
 class Taskmill_ProjectOffer;
 class Taskmill_StatusLine;
 class Taskmill_TabMenus;
@@ -41,10 +42,14 @@ public:
     void Prepare();
     /// Restores the tool bars and shows the tray icon, when a project is open.
     void ShowTrayIcon();
+    /// Puts the window away before it was ever shown.
+    void BeginPutAway();
     /// Brings the window to the front, with the job chosen in its list, if it is in one.
     void ShowJob(int jobID);
     /// Brings it to the front and asks, from the event loop, whether this project is to be opened.
     void OfferProject(const QString &path);
+    /// Brings it to the front and opens, from the event loop, the dialog that submits jobs.
+    void ChooseFiles();
     /// Says what the user must know when the program has started, and asks about the jobs that ran when the
     /// project was closed.
     void SpeakAtStart();
@@ -98,6 +103,8 @@ private:
     void ShowFinishedJobs(const QList<int> &jobIDs);
     /// Offers the project of the last time when none was named.
     void OfferLastProject();
+    /// Where there is no job type yet, offers those of the programs that are installed.
+    void OfferPrograms();
     /// What the user must know of the project that has just been opened, and what must be decided of it.
     void SpeakOfProject(const QStringList &notices);
     [[nodiscard]] Taskmill_TabWithMenu &TabOf(Taskmill_Page page);

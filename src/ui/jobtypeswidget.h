@@ -28,6 +28,7 @@ public:
     Taskmill_JobTypesWidget(QWidget *parent, Taskmill_JobTypeList &jobTypes);
 
     [[nodiscard]] QFrame *Frame() const { return m_frame; }
+    [[nodiscard]] KilnUtil_TableWidget &Table() { return *m_table; }
 
     /// Reads the job types back from the database and shows them.
     void FillTable();

@@ -3,10 +3,8 @@
 
 #include "db/waitingjobcount.h"
 #include "kilnutil/filethread.h"
-#include "widgets/tablewidget.h"
 
 #include <QDir>
-#include <QEvent>
 #include <QFileInfo>
 
 using namespace Qt::Literals::StringLiterals;
@@ -23,38 +21,15 @@ QString TextOf(const QString &path, std::optional<int> count)
 } // namespace
 
 Taskmill_ProjectOffer::Taskmill_ProjectOffer(KilnUtil_TableWidget &table, const QString &path)
-    : QPushButton{TextOf(path, std::nullopt), table.parentWidget()}
-    , m_table{table}
+    : Taskmill_TableOffer{table, TextOf(path, std::nullopt)}
     , m_thread{new KilnUtil_FileThread{this}}
 {
-    setAutoDefault(false);
     setToolTip(QDir::toNativeSeparators(path));
-    m_table.viewport()->installEventFilter(this);
-    connect(m_table.model(), &QAbstractItemModel::rowsInserted, this, &QWidget::hide);
-    PutInPlace();
-    setVisible(m_table.model()->rowCount() == 0);
+    setVisible(IsTableEmpty());
     m_thread->Run([this, path]() -> KilnUtil_FileThread::Deliver {
         return [this, text = TextOf(path, Taskmill_CountWaitingJobs(path))] {
-            setText(text);
-            PutInPlace();
+            SetText(text);
         };
     });
     m_thread->Wait();
-}
-
-bool Taskmill_ProjectOffer::eventFilter(QObject *watched, QEvent *event)
-{
-    if (event->type() == QEvent::Resize || event->type() == QEvent::Show)
-        PutInPlace();
-    return QPushButton::eventFilter(watched, event);
-}
-
-/// Beneath the text in the middle, which has two lines.
-void Taskmill_ProjectOffer::PutInPlace()
-{
-    const QWidget &viewport = *m_table.viewport();
-    const QPoint middle = viewport.mapTo(parentWidget(), viewport.rect().center());
-    resize(sizeHint().boundedTo(viewport.size()));
-    move(middle.x() - width() / 2, middle.y() + 2 * fontMetrics().lineSpacing());
-    raise();
 }

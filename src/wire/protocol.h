@@ -71,5 +71,7 @@ constexpr std::string_view Taskmill_WireProjectFile = "projectfile="; ///< to op
 /// Also when another file, or what another program wrote, is lost by it; to quit, also when the project is.
 constexpr std::string_view Taskmill_WireReplaces = "replaces=yes";
 constexpr std::string_view Taskmill_WireKeepsJobs = "keepjobs=yes"; ///< to quit: what runs goes on
+constexpr std::string_view Taskmill_WireChoosesFiles =
+    "choosefiles=yes"; ///< to show: with the dialog that submits jobs
 constexpr std::string_view Taskmill_WireAnswersJson = "answerformat=json";
 constexpr std::string_view Taskmill_WireAnswerWidth = "answerwidth="; ///< columns that text has to fit

@@ -190,6 +190,16 @@ QByteArray ManagerProcess::Errors() const
     return WithPlainLineEnds(ReadTestFile(m_directory + u"/stderr"_s));
 }
 
+QProcessEnvironment ManagerProcess::ClientEnvironment() const
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"TASKMILL_CONSOLE_PORT"_s, QString::number(m_consolePort));
+    environment.insert(u"TASKMILL_GUI_PORT"_s, QString::number(m_guiPort));
+    environment.insert(u"XDG_RUNTIME_DIR"_s, m_directory);
+    environment.insert(u"LOCALAPPDATA"_s, m_directory);
+    return environment;
+}
+
 CtlResult ManagerProcess::Ctl(const QStringList &arguments) const
 {
     // The manager's key is there.

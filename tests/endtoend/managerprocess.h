@@ -75,6 +75,8 @@ public:
     /// What it wrote to standard output that was not taken yet.
     [[nodiscard]] QByteArray Output() const { return m_output; }
 
+    /// In which programs find this manager and its key.
+    [[nodiscard]] QProcessEnvironment ClientEnvironment() const;
     /// Runs the client against this manager.
     [[nodiscard]] CtlResult Ctl(const QStringList &arguments) const;
     /// Sends one request for a job and returns the manager's answer. The job's end is notified to the port

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "endtoend/projectfixture.h"
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -80,6 +81,42 @@ private Q_SLOTS:
         QCOMPARE(run.out, QByteArray{"Job 1: a.xyz\nJob 1: completed; result: " + result.toUtf8() + '\n'});
         QVERIFY(ResultOf(1).value("steps"_L1).toInt() > 0);
         QCOMPARE(SaveAndQuit().Result.VerdictText(), result);
+    }
+
+    void PresetsRunAsTheyAre_data()
+    {
+        QTest::addColumn<QString>("program");
+        QTest::addColumn<QString>("input");
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("written");
+        QTest::addColumn<QByteArray>("end");
+        QTest::newRow("MOPAC") << u"mopac"_s << u"a b.mop"_s << MopacInput() << u"a b.out"_s
+                               << QByteArray{"completed; result: normal"};
+        QTest::newRow("xtb") << u"xtb"_s << u"a b.xyz"_s << water << u"a b.xtb.xtbopt.xyz"_s
+                             << QByteArray{"completed; result: normal"};
+        QTest::newRow("Open Babel") << u"obabel"_s << u"a b.smi"_s << QByteArray{"CCO ethanol\n"}
+                                    << u"a b.xyz"_s << QByteArray{"completed; result: none"};
+    }
+
+    void PresetsRunAsTheyAre()
+    {
+        QFETCH(const QString, program);
+        QFETCH(const QString, input);
+        QFETCH(const QByteArray, content);
+        QFETCH(const QString, written);
+        QFETCH(const QByteArray, end);
+        if (QStandardPaths::findExecutable(program).isEmpty())
+            QSKIP("It is not installed");
+        QCOMPARE(RunCtl({u"project"_s, u"create"_s, Project().ProjectPath()}).status, 0);
+        const CtlResult added = RunCtl({u"types"_s, u"add"_s, Project().ProjectPath(), u"--found"_s});
+        QVERIFY(added.out.contains(": " + QStandardPaths::findExecutable(program).toUtf8() + '\n'));
+        QVERIFY(Project().Start());
+        // The extension finds the type; without a queue it starts at once.
+        const CtlResult run = Manager().Ctl({u"submit"_s, Project().InputFile(input, content), u"--queue"_s,
+                                             u"none"_s, u"--wait"_s, u"--result"_s, u"--timeout"_s, u"60"_s});
+        QVERIFY2(run.out.trimmed().endsWith("Job 1: " + end), run.out.constData());
+        QVERIFY(QFileInfo{Project().Path(written)}.size() > 0);
+        QVERIFY(Manager().Quit() == ManagerEnd{.status = 0});
     }
 
     void SaysHowFarARunHasComeAndNothingOfOneThatWasKilled()

@@ -16,6 +16,7 @@ public:
     bool HasWindow() const override { return false; }
     void ShowInFront() override {}
     void ShowJob(int) override {}
+    void ChooseFiles() override {}
     void PutAway() override {}
     void OfferProject(const QString &) override {}
     bool IsUserBusy() const override { return false; }

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include "ui/programsoffer.h"
 #include "ui/projectoffer.h"
 
 #include "db/databasetestutil.h"
+#include "jobs/jobtypelist.h"
 #include "ui/queuewidgets.h"
 #include "ui/uidriver.h"
 #include "widgets/tablewidget.h"
@@ -55,6 +57,33 @@ private Q_SLOTS:
         // It goes when there is work.
         place.manager.Long().Submit(place.manager.NewJob(gated));
         tab.FillTable();
+        QVERIFY(!offer->isVisible());
+    }
+
+    void AddsTheTypesOfInstalledPrograms()
+    {
+        if (isWindows)
+            QSKIP("By a program without a suffix");
+        WriteTestFile(Path(u"mopac"_s), "#!/bin/sh\n");
+        QVERIFY(QFile::setPermissions(Path(u"mopac"_s), QFile::ReadOwner | QFile::ExeOwner));
+        qputenv("PATH", QFile::encodeName(Path()));
+        PagePlace place;
+        Taskmill_LongJobsQueueWidget tab{&place.window, place.manager};
+        place.Show();
+        auto *offer = new Taskmill_ProgramsOffer{tab.Table(), place.manager.JobTypes()};
+        QVERIFY(!offer->isVisible());
+        offer->UpdateSlot();
+        QVERIFY(offer->isVisible());
+        QCOMPARE(offer->text(), u"Add the job type MOPAC"_s);
+        offer->click();
+        QCOMPARE(place.manager.JobTypes().Names(), QStringList{u"MOPAC"_s});
+        QVERIFY(!offer->isVisible());
+        // It is there again for a project that has none.
+        place.manager.JobTypes().RemoveAll();
+        offer->UpdateSlot();
+        QVERIFY(offer->isVisible());
+        qputenv("PATH", "");
+        offer->UpdateSlot();
         QVERIFY(!offer->isVisible());
     }
 };

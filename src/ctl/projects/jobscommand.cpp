@@ -22,31 +22,29 @@ struct JobList
 {
     QString option;
     QString title;
-    QString description;
     QList<Taskmill_JobRecord> (*read)(Taskmill_Database &database);
 };
 
-JobList QueueList(Taskmill_Destination queue, const QString &description,
-                  QList<Taskmill_JobRecord> (*read)(Taskmill_Database &database))
+JobList QueueList(Taskmill_Destination queue, QList<Taskmill_JobRecord> (*read)(Taskmill_Database &database))
 {
     const Taskmill_QueueNames &names = Taskmill_NamesOf(queue);
-    return {QString{names.Stored}.toLower(), names.List, description, read};
+    return {QString{names.Stored}.toLower(), names.List, read};
 }
 
 const QList<JobList> &JobLists()
 {
     using Database = Taskmill_Database;
     static const QList<JobList> lists{
-        {u"finished"_s, u"Finished Jobs"_s, u"The finished jobs."_s,
+        {u"finished"_s, u"Finished Jobs"_s,
          // No listing shows the outputs of finished jobs.
          [](Database &database) {
              return database.GetFinishedJobsWithoutOutputs();
          }},
-        QueueList(Taskmill_Destination::Long, u"The queue of long jobs."_s,
+        QueueList(Taskmill_Destination::Long,
                   [](Database &database) { return Taskmill_InWaitingOrder(database.GetLongJobs()); }),
-        QueueList(Taskmill_Destination::Short, u"The queue of short jobs."_s,
+        QueueList(Taskmill_Destination::Short,
                   [](Database &database) { return Taskmill_InWaitingOrder(database.GetShortJobs()); }),
-        QueueList(Taskmill_Destination::Queueless, u"The jobs without a queue."_s,
+        QueueList(Taskmill_Destination::Queueless,
                   [](Database &database) { return database.GetQueuelessJobs(); }),
     };
     return lists;
@@ -100,13 +98,6 @@ void PrintList(const JobList &list, const QList<Taskmill_JobRecord> &jobs)
     Taskmill_PrintLine(list.title + u'\n' + Taskmill_TextTable(headers, rows));
 }
 } // namespace
-
-void Taskmill_AddJobsOptions(QCommandLineParser &parser)
-{
-    for (const JobList &list : JobLists())
-        parser.addOption({list.option, list.description});
-    parser.addOption({u"json"_s, u"Print one JSON array of the jobs of all lists."_s});
-}
 
 Taskmill_CtlStatus Taskmill_JobsCommand(const QCommandLineParser &parser)
 {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "ctl/commandtable.h"
+#include "ctl/projectoptions.h"
 #include "ctl/projects/output.h"
 #include "ctl/projects/projectcommands.h"
 #include "kilnutil/filesys.h"
@@ -14,27 +15,33 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-void AddNoOptions(QCommandLineParser &) {}
-
 struct Action
 {
     QLatin1StringView name; ///< of the command
-    void (*addOptions)(QCommandLineParser &parser);
     Taskmill_CtlStatus (*run)(const QCommandLineParser &parser);
 };
 
 constexpr std::array actions{
-    Action{"project create"_L1, Taskmill_AddProjectCreateOptions, Taskmill_ProjectCreateCommand},
-    Action{"types list"_L1, Taskmill_AddTypesListOptions, Taskmill_TypesListCommand},
-    Action{"types add"_L1, Taskmill_AddTypesAddOptions, Taskmill_TypesAddCommand},
-    Action{"types remove"_L1, AddNoOptions, Taskmill_TypesRemoveCommand},
-    Action{"types"_L1, Taskmill_AddTypesOptions, Taskmill_TypesCommand},
-    Action{"jobs"_L1, Taskmill_AddJobsOptions, Taskmill_JobsCommand},
+    Action{"project create"_L1, Taskmill_ProjectCreateCommand},
+    Action{"types list"_L1, Taskmill_TypesListCommand},
+    Action{"types add"_L1, Taskmill_TypesAddCommand},
+    Action{"types remove"_L1, Taskmill_TypesRemoveCommand},
+    Action{"types"_L1, Taskmill_TypesCommand},
+    Action{"jobs"_L1, Taskmill_JobsCommand},
 };
 
 QString Text(std::string_view text)
 {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+void AddOptions(const Taskmill_CtlCommand &command, QCommandLineParser &parser)
+{
+    for (const Taskmill_ProjectOption &option : Taskmill_ProjectOptions) {
+        if (option.Command == command.Name)
+            parser.addOption(
+                {Text(option.Name), Text(option.Description), Text(option.Value), Text(option.Default)});
+    }
 }
 
 QString CommandHelp(const Taskmill_CtlCommand &command, const QCommandLineParser &parser)
@@ -59,7 +66,7 @@ Taskmill_CtlStatus RunCommand(const Taskmill_CtlCommand &command, const Action &
     parser.setApplicationDescription(Text(command.Purpose));
     const QCommandLineOption helpOption{{u"h"_s, u"help"_s}, u"Print this text."_s};
     parser.addOption(helpOption);
-    action.addOptions(parser);
+    AddOptions(command, parser);
     const bool parsed = parser.parse(arguments);
     if (parser.isSet(helpOption)) {
         Taskmill_PrintLine(CommandHelp(command, parser));

@@ -9,11 +9,6 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-void Taskmill_AddProjectCreateOptions(QCommandLineParser &parser)
-{
-    parser.addOption({u"force"_s, u"Replace the file when it exists."_s});
-}
-
 Taskmill_CtlStatus Taskmill_ProjectCreateCommand(const QCommandLineParser &parser)
 {
     const QString given = parser.positionalArguments().first();

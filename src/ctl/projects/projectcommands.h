@@ -14,9 +14,3 @@ class QCommandLineParser;
 [[nodiscard]] Taskmill_CtlStatus Taskmill_TypesAddCommand(const QCommandLineParser &parser);
 [[nodiscard]] Taskmill_CtlStatus Taskmill_TypesRemoveCommand(const QCommandLineParser &parser);
 [[nodiscard]] Taskmill_CtlStatus Taskmill_JobsCommand(const QCommandLineParser &parser);
-
-void Taskmill_AddProjectCreateOptions(QCommandLineParser &parser);
-void Taskmill_AddTypesListOptions(QCommandLineParser &parser);
-void Taskmill_AddTypesOptions(QCommandLineParser &parser);
-void Taskmill_AddTypesAddOptions(QCommandLineParser &parser);
-void Taskmill_AddJobsOptions(QCommandLineParser &parser);

@@ -4,6 +4,7 @@
 #include "ctl/projects/projectfile.h"
 #include "jobs/destination.h"
 #include "jobs/jobneeds.h"
+#include "jobs/presets.h"
 #include "manager/listings.h"
 #include "manager/texttable.h"
 
@@ -135,11 +136,6 @@ QString Fault(const QCommandLineParser &parser, const Taskmill_JobType &jobType)
 }
 } // namespace
 
-void Taskmill_AddTypesListOptions(QCommandLineParser &parser)
-{
-    parser.addOption({u"json"_s, u"Print a JSON array."_s});
-}
-
 static Taskmill_CtlStatus ListTypesOf(const QString &file, const QCommandLineParser &parser)
 {
     Taskmill_ProjectFile project{file};
@@ -163,47 +159,54 @@ Taskmill_CtlStatus Taskmill_TypesListCommand(const QCommandLineParser &parser)
     return ListTypesOf(parser.positionalArguments().first(), parser);
 }
 
-void Taskmill_AddTypesOptions(QCommandLineParser &parser)
-{
-    Taskmill_AddTypesListOptions(parser);
-    parser.addOption({u"project"_s, u"The project file."_s, u"FILE"_s});
-}
-
 Taskmill_CtlStatus Taskmill_TypesCommand(const QCommandLineParser &parser)
 {
     return ListTypesOf(parser.value(u"project"_s), parser);
 }
 
-void Taskmill_AddTypesAddOptions(QCommandLineParser &parser)
+/// Adds the job type, or says why the project does not take it.
+static bool AddType(Taskmill_ProjectFile &project, const Taskmill_JobType &jobType, const QString &path)
 {
-    parser.addOptions({
-        {u"name"_s, u"Name of the job type; needed."_s, u"NAME"_s},
-        {u"exe"_s, u"The program; needed."_s, u"PATH"_s},
-        {u"app"_s, u"Application name instead of the program's file name."_s, u"NAME"_s},
-        {u"queue"_s, u"Default queue: long, short, or queueless (or none)."_s, u"QUEUE"_s, u"long"_s},
-        {u"command-line"_s, u"Template of the command line."_s, u"TEMPLATE"_s, u"@EXEFILE @INFILE"_s},
-        {u"input-filter"_s, u"Input files, such as \"Water Files (*.mop *.dat)\"."_s, u"FILTER"_s},
-        {u"output-filter"_s, u"Output files; the first pattern names a job's output file."_s, u"FILTER"_s},
-        {u"kill-grace"_s, u"Seconds that a killed job has to end by itself, 0 to 60."_s, u"SECONDS"_s,
-         QString::number(Taskmill_JobType::DefaultKillGrace)},
-        {u"time-limit"_s, u"Minutes after which a job is killed; 0 for no limit."_s, u"MINUTES"_s, u"0"_s},
-        {u"warn-after"_s,
-         u"Minutes without output and processor time after which the user is told; 0 for never."_s,
-         u"MINUTES"_s, u"0"_s},
-        {u"cores"_s, u"Cores that a job takes where its input does not say it."_s, u"N"_s},
-        {u"memory"_s, u"Memory that a job takes where its input does not say it, in MB of 2^20 bytes."_s,
-         u"N"_s},
-        {u"free-space"_s,
-         u"Space, in MB of 2^20 bytes, without which on the drive of its output a job is not started."_s,
-         u"N"_s},
-        {u"hold-changed-input"_s, u"Hold a job whose input has changed since it was submitted."_s},
-        {u"env"_s, u"Environment variable. May be repeated."_s, u"NAME=VALUE"_s},
-    });
+    Taskmill_JobType added = jobType;
+    project.JobTypes().Add(added);
+    const bool isAdded = !TypesNamed(project.JobTypes(), jobType.Name).isEmpty();
+    if (!isAdded)
+        Taskmill_PrintError(u"the project does not take the job type: %1"_s.arg(path));
+    return isAdded;
+}
+
+static Taskmill_CtlStatus AddFoundTypes(const QString &path)
+{
+    Taskmill_ProjectFile project{path};
+    const Taskmill_CtlStatus status = project.Open();
+    if (status != Taskmill_CtlStatus::Success)
+        return status;
+    const QList<Taskmill_FoundPreset> found = Taskmill_FindPresets(project.JobTypes().GetAll());
+    if (found.isEmpty()) {
+        Taskmill_PrintLine(u"No further program that is known was found"_s);
+        return status;
+    }
+    QString text;
+    for (const auto &[jobType, isTried] : found) {
+        if (!AddType(project, jobType, path))
+            return Taskmill_CtlStatus::BadProject;
+        text += jobType.Name + u": "_s + jobType.ExecutablePath + (isTried ? u"\n"_s : u" (untried)\n"_s);
+    }
+    const Taskmill_CtlStatus saved = project.Save();
+    text.chop(1);
+    if (saved == Taskmill_CtlStatus::Success)
+        Taskmill_PrintLine(text);
+    return saved;
 }
 
 Taskmill_CtlStatus Taskmill_TypesAddCommand(const QCommandLineParser &parser)
 {
-    Taskmill_JobType jobType = TypeFromOptions(parser);
+    if (parser.isSet(u"found"_s)) {
+        if (parser.optionNames().size() > 1)
+            return WrongUsage(u"--found takes no other option"_s);
+        return AddFoundTypes(parser.positionalArguments().first());
+    }
+    const Taskmill_JobType jobType = TypeFromOptions(parser);
     const QString fault = Fault(parser, jobType);
     if (!fault.isEmpty())
         return WrongUsage(fault);
@@ -214,12 +217,7 @@ Taskmill_CtlStatus Taskmill_TypesAddCommand(const QCommandLineParser &parser)
         return status;
     if (!TypesNamed(project.JobTypes(), jobType.Name).isEmpty())
         return WrongUsage(u"there is a job type of that name: %1"_s.arg(jobType.Name));
-    project.JobTypes().Add(jobType);
-    if (TypesNamed(project.JobTypes(), jobType.Name).isEmpty()) {
-        Taskmill_PrintError(u"the project does not take the job type: %1"_s.arg(path));
-        return Taskmill_CtlStatus::BadProject;
-    }
-    return project.Save();
+    return AddType(project, jobType, path) ? project.Save() : Taskmill_CtlStatus::BadProject;
 }
 
 Taskmill_CtlStatus Taskmill_TypesRemoveCommand(const QCommandLineParser &parser)
