@@ -71,9 +71,10 @@ bool TakeSbatchWord(Arguments &arguments, const std::string &value)
     return true;
 }
 
-bool TakeResume(Arguments &arguments, const std::string &value)
+template <Arguments::Task task>
+bool TakeFolder(Arguments &arguments, const std::string &value)
 {
-    arguments.task = Arguments::Task::Resume;
+    arguments.task = task;
     arguments.folder = value;
     return !value.empty();
 }
@@ -98,9 +99,12 @@ constexpr std::array options{
     Option{"sbatch-word", "OPTION", "one more option of sbatch, as it is", &TakeSbatchWord},
     Option{"prepare", "LINE", "a line of the shell before the program, such as module load orca",
            &TakeOneMore<&Arguments::prepareLines>},
-    Option{"resume", "FOLDER", "follow the job of that folder again", &TakeResume},
+    Option{"resume", "FOLDER", "follow the job of that folder again",
+           &TakeFolder<Arguments::Task::Resume>},
+    Option{"cancel", "FOLDER", "have the job of that folder cancelled, which nobody follows",
+           &TakeFolder<Arguments::Task::Cancel>},
     Option{"cancellations", "", "repeat the cancellations that a cluster has not confirmed",
-           &TakeTask<Arguments::Task::Cancel>},
+           &TakeTask<Arguments::Task::RepeatCancellations>},
     Option{"check", "", "show the partitions of the cluster", &TakeTask<Arguments::Task::Check>},
     Option{"help", "", "show this text", &TakeTask<Arguments::Task::Help>},
     Option{"version", "", "show the version", &TakeTask<Arguments::Task::Version>},

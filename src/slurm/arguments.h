@@ -13,7 +13,8 @@ struct Taskmill_SlurmArguments
     {
         Submit,
         Resume,  ///< follow the job of `folder`
-        Cancel,  ///< repeat the cancellations that a cluster has not confirmed
+        Cancel,  ///< cancel the job of `folder`, which nobody follows
+        RepeatCancellations, ///< those that a cluster has not confirmed
         Check,   ///< show the partitions
         Help,
         Version,

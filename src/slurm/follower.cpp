@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <sstream>
 #include <utility>
 
 namespace {
@@ -215,6 +216,7 @@ void Taskmill_SlurmFollower::Follow()
         if (!m_isStored)
             Store();
         LookAtFiles();
+        TakeMark();
         if (const auto end = Taskmill_ReadShellEnd(m_news.end, m_state.job); end && m_exitSeenMs == 0)
             m_exitSeenMs = Taskmill_NowMs();
         else if (!end)
@@ -248,6 +250,21 @@ void Taskmill_SlurmFollower::LookAtFiles()
         m_news = std::move(news);
     else if (!news.text.empty())
         m_reporter.Say(news.text + "; this is tried again");
+}
+
+/// The batch script says that it runs before the cluster is asked the next time.
+void Taskmill_SlurmFollower::TakeMark()
+{
+    if (m_news.begun == m_mark || Taskmill_BegunNumber(m_news.begun) != m_state.job)
+        return;
+    m_mark = m_news.begun;
+    std::istringstream words{m_mark.substr(m_mark.rfind('\n', m_mark.size() - 2) + 1)};
+    std::string number;
+    std::string restarts;
+    std::string node;
+    words >> number >> restarts >> node;
+    m_submittedMs = m_lookedMs;
+    ShowState({.number = number, .state = "RUNNING", .comment = {}, .node = node, .reason = {}});
 }
 
 const Taskmill_SharedQueue::Listing &Taskmill_SlurmFollower::LookAtQueue()

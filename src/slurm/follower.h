@@ -48,6 +48,7 @@ private:
 
     void Follow();
     void LookAtFiles();
+    void TakeMark();
     const Taskmill_SharedQueue::Listing &LookAtQueue();
     void Judge(const Taskmill_SharedQueue::Listing &listing);
     void JudgeListed(const Taskmill_ListedJob &job, bool isNews);
@@ -74,6 +75,7 @@ private:
     Taskmill_SlurmReporter m_reporter;
 
     Taskmill_RunNews m_news;
+    std::string m_mark; ///< what the batch script had written when that was shown
     bool m_isStored = true;
     bool m_mustLeave = false;
     bool m_isSilent = false;         ///< the cluster does not answer

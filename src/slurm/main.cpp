@@ -196,6 +196,23 @@ int RepeatCancellations()
     return 0;
 }
 
+int Cancel(const std::string &name)
+{
+    const std::string folder = PathOf(name);
+    auto state = Taskmill_ReadClusterState(folder);
+    if (!state)
+        return Fail("there is no job in " + name);
+    if (state->phase == Taskmill_ClusterState::Phase::Ended)
+        return 0;
+    state->isCancelled = true;
+    const bool isStored = Taskmill_WriteDurably(folder + "/state", state->ToText());
+    const bool isAdded = Taskmill_Cancellations{SharedFolder()}.Add({.comment = state->comment,
+                                                                     .host = state->host,
+                                                                     .number = state->job,
+                                                                     .askedMs = Taskmill_NowMs()});
+    return isStored && isAdded ? RepeatCancellations() : Fail("nothing can be written to " + folder);
+}
+
 int Check(const Taskmill_SlurmArguments &arguments)
 {
     const Taskmill_CommandEnd end = Taskmill_SlurmSite::Make({}, arguments)
@@ -227,6 +244,8 @@ int main(int argc, char *argv[])
         unsetenv(std::string{Taskmill_RunVariable}.c_str());
         return Resume(arguments->folder);
     case Task::Cancel:
+        return Cancel(arguments->folder);
+    case Task::RepeatCancellations:
         return RepeatCancellations();
     case Task::Check:
         return Check(*arguments);
