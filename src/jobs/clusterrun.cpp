@@ -5,6 +5,7 @@
 #include "kilnutil/logging.h"
 #include "wire/privatefolder.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -27,6 +28,11 @@ Taskmill_ClusterRun::Taskmill_ClusterRun(QString workFolder, QString runID)
     : m_workFolder{std::move(workFolder)}
     , m_runID{std::move(runID)}
 {
+}
+
+QString Taskmill_ClusterRun::WorkFolderOf(const QString &inputFile)
+{
+    return inputFile.isEmpty() ? QDir::currentPath() : QFileInfo{inputFile}.absolutePath();
 }
 
 std::string Taskmill_ClusterRun::Folder() const
@@ -72,6 +78,28 @@ void Taskmill_ClusterRun::Cancel() const
 {
     StartAlone({u"--cancel"_s, QString::fromStdString(Taskmill_ClusterRunFolder(".", m_runID.toStdString()))},
                m_workFolder);
+}
+
+QString Taskmill_ClusterText(const Taskmill_ClusterState &state)
+{
+    using Phase = Taskmill_ClusterState::Phase;
+    const auto text = [](const std::string &bytes) {
+        return QString::fromStdString(bytes);
+    };
+    QStringList parts;
+    if (!state.job.empty())
+        parts += u"job "_s + text(state.job);
+    if (state.phase != Phase::Submitted)
+        parts += state.phase == Phase::Ended ? text(state.reason) : u"not submitted yet"_s;
+    else if (!state.state.empty())
+        parts += text(state.state) + (state.reason.empty() ? QString{} : u" ("_s + text(state.reason) + u')') +
+                 (state.node.empty() ? QString{} : u" on "_s + text(state.node));
+    if (state.isCancelled && state.phase != Phase::Ended)
+        parts += u"being cancelled"_s;
+    QString line = parts.join(u", "_s);
+    if (state.since > 0)
+        line += QDateTime::fromSecsSinceEpoch(state.since).toString(u" 'since' yyyy-MM-dd hh:mm"_s);
+    return state.host.empty() ? line : line + u" ("_s + text(state.host) + u')';
 }
 
 void Taskmill_RepeatCancellations()

@@ -12,6 +12,9 @@
 class Taskmill_ClusterRun
 {
 public:
+    /// The folder in which a job with that input works.
+    [[nodiscard]] static QString WorkFolderOf(const QString &inputFile);
+
     /// The folder in which the job works, and the run as Taskmill_RunOfJob knows it.
     Taskmill_ClusterRun(QString workFolder, QString runID);
 
@@ -37,6 +40,9 @@ private:
     QString m_workFolder;
     QString m_runID;
 };
+
+/// Where a job is, in one line: number, Slurm's state and reason, node, since when, host.
+[[nodiscard]] QString Taskmill_ClusterText(const Taskmill_ClusterState &state);
 
 /// Has those cancellations repeated that a cluster may not have confirmed, if there are any, by a process of
 /// its own.

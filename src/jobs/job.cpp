@@ -171,8 +171,7 @@ void Taskmill_Job::TakeOver(KilnUtil_FoundRun run)
 
 QString Taskmill_Job::WorkingDirectory() const
 {
-    return m_record.InputFilePath.isEmpty() ? QDir::currentPath()
-                                            : QFileInfo{m_record.InputFilePath}.absolutePath();
+    return Taskmill_ClusterRun::WorkFolderOf(m_record.InputFilePath);
 }
 
 QString Taskmill_Job::StandardInputDirectory() const

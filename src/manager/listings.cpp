@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "manager/listings.h"
 
+#include "jobs/clusterrun.h"
+#include "jobs/runofjob.h"
 #include "manager/measuretext.h"
 
 #include <QJsonArray>
@@ -132,6 +134,17 @@ QJsonValue EnvironmentInJson(const JobType &jobType)
     return QJsonArray::fromStringList(jobType.EnvironmentVariables.split(u'\n', Qt::SkipEmptyParts));
 }
 
+/// Such as "job 4711, RUNNING on node3 since 2026-11-22 12:01". Reads a file in the folder of the input.
+QString Cluster(const Job &job)
+{
+    if (job.Run.isEmpty() || !Taskmill_ClusterRun::IsFollower(job.JobType.ExecutablePath))
+        return {};
+    const auto state = Taskmill_ClusterRun{Taskmill_ClusterRun::WorkFolderOf(job.InputFilePath),
+                                           Taskmill_RunOfJob{job.Run}.RunID}
+                           .State();
+    return state ? Taskmill_ClusterText(*state) : QString{};
+}
+
 QString ResultLine(const Job &job)
 {
     return job.Result.Message;
@@ -248,6 +261,7 @@ const QList<JobField> &AllJobFields()
          {9},
          4},
         {{.header = u"Folder"_s, .key = u"folder"_s, .cell = Folder, .isHidden = true}, {30}, {30}, 6},
+        {{.header = u"Cluster"_s, .key = u"cluster"_s, .cell = Cluster}},
     };
     return fields;
 }

@@ -133,6 +133,7 @@ std::string MakeRunFolder(const std::string &runID, std::string &error)
     std::string folder;
     if (workFolder.empty() || !Taskmill_MakeOwnFolder(above, isNew))
         error = above + ": " + std::strerror(errno);
+    isNew = false;
     // A script may have more than one job of the cluster in one run.
     for (int number = 1; error.empty() && !isNew; ++number) {
         folder = above + '/' + runID + (number == 1 ? std::string{} : '.' + std::to_string(number));
