@@ -404,7 +404,7 @@ void Taskmill_SlurmFollower::CancelAgain()
         m_reporter.Say("the cluster has not confirmed the cancellation (" + end.Reason("scancel") +
                        "); it is repeated");
     m_cancelAtMs = Taskmill_NowMs() + m_cancelPauseMs;
-    m_cancelPauseMs = std::min(2 * m_cancelPauseMs, static_cast<int>(Taskmill_SharedQueue::IntervalMs));
+    m_cancelPauseMs = std::min(2 * m_cancelPauseMs, 10'000);
 }
 
 void Taskmill_SlurmFollower::CollectResults()

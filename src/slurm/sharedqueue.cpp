@@ -4,8 +4,10 @@
 #include "slurm/durablefile.h"
 #include "wire/privatefile.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 constexpr std::size_t longestListing = 16UL * 1024 * 1024;
@@ -43,12 +45,22 @@ Taskmill_SharedQueue::Taskmill_SharedQueue(const std::string &folder, const std:
 {
 }
 
+long long Taskmill_SharedQueue::IntervalMs()
+{
+    constexpr long long usual = 10;
+    constexpr long long longest = 3600;
+    constexpr long long msInSecond = 1000;
+    const char *text = std::getenv("TASKMILL_SLURM_INTERVAL");
+    const long long seconds = text ? std::atoll(text) : 0;
+    return msInSecond * (seconds > 0 ? std::min(seconds, longest) : usual);
+}
+
 const Taskmill_SharedQueue::Listing &Taskmill_SharedQueue::Look(const std::function<Taskmill_CommandEnd()> &ask)
 {
     m_hasAsked = false;
     const auto isTime = [this](long long now) {
         // A clock that was set back must not silence everybody.
-        return now >= m_askedMs + IntervalMs || now < m_askedMs;
+        return now >= m_askedMs + IntervalMs() || now < m_askedMs;
     };
     if (m_path.empty()) {
         if (const long long now = Taskmill_NowMs(); isTime(now)) {

@@ -7,7 +7,7 @@
 #include <string>
 
 /// What the cluster lists of this user's jobs, asked for by one program at a time and no more than once in
-/// 10 s, and read by all of them from a file.
+/// an interval, and read by all of them from a file.
 class Taskmill_SharedQueue
 {
 public:
@@ -18,8 +18,8 @@ public:
         std::string text; ///< the listing, or why there is none
     };
 
-    /// How often the cluster is asked at the most.
-    static constexpr long long IntervalMs = 10'000;
+    /// The time between two questions at the least: 10 s, or as many seconds as TASKMILL_SLURM_INTERVAL says.
+    [[nodiscard]] static long long IntervalMs();
     /// How long a question takes before the cluster counts as one that does not answer.
     static constexpr long long PatienceMs = 4000;
 

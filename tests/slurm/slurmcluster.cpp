@@ -194,6 +194,9 @@ SlurmFollower::SlurmFollower(const SlurmCluster &cluster, const QString &folder,
 {
     QProcessEnvironment environment = cluster.Environment();
     environment.insert(u"XDG_STATE_HOME"_s, folder);
+    environment.remove(u"TASKMILL_SLURM_INTERVAL"_s);
+    if (qEnvironmentVariableIsSet("TASKMILL_SLURM_INTERVAL"))
+        environment.insert(u"TASKMILL_SLURM_INTERVAL"_s, qEnvironmentVariable("TASKMILL_SLURM_INTERVAL"));
     m_process.setProcessEnvironment(environment);
     m_process.setWorkingDirectory(folder);
     m_process.setProcessChannelMode(QProcess::MergedChannels);

@@ -19,6 +19,7 @@ private Q_SLOTS:
     void IsNeverLost_data();
     void IsNeverLost();
     void IsCancelledWithItsJob();
+    void RunsAQueue();
 
 private:
     /// What the manager has started, and it, whose command has that name.
@@ -43,6 +44,7 @@ private:
 void TestClusterJobs::initTestCase()
 {
     qputenv("TASKMILL_END_JOBS", "as asked");
+    qputenv("TASKMILL_SLURM_INTERVAL", "1");
     for (const QString &name : {u"SLURM_CONF"_s, u"PATH"_s, u"SLURM_TEST_QUERIES"_s})
         qputenv(name.toUtf8().constData(), m_cluster.Environment().value(name).toUtf8());
     QVERIFY(m_cluster.Start());
@@ -121,6 +123,41 @@ void TestClusterJobs::IsCancelledWithItsJob()
     QCOMPARE(Manager().Ctl({u"kill"_s, u"1"_s}).status, 0);
     QTRY_VERIFY_WITH_TIMEOUT(Manager().Command("list finished jobs").contains("Killed"), 60'000);
     QCOMPARE(m_cluster.Command({u"squeue"_s, u"--noheader"_s}), "");
+}
+
+void TestClusterJobs::RunsAQueue()
+{
+    // scripts/slurm-test runs more of them.
+    const int count = qMax(6, qEnvironmentVariableIntValue("TASKMILL_TEST_CLUSTER_JOBS"));
+    const int limit = qMax(2, count / 5);
+    constexpr int kindsOfEnds = 3;
+    QVERIFY(Project().AddType(u"Cluster"_s, SlurmFollower::Program(), u"@EXEFILE -- sh @INFILE"_s));
+    QVERIFY(Project().Start());
+    static_cast<void>(Manager().Command("set long limit " + QByteArray::number(limit)));
+    for (int number = 0; number < count; ++number) {
+        const QByteArray name = "water" + QByteArray::number(number);
+        WriteTestFile(Project().Path(QString::fromLatin1(name + ".mop")),
+                      "PM7\nWater\n\nO 0.0 0.0 0.0\nH 0.96 0.0 0.0\nH -0.24 0.93 0.0\n");
+        const QString script = WriteTestFile(
+            Project().Path(QString::fromLatin1(name + ".sh")),
+            "ls running-* 2>/dev/null | wc -l >>counts\n: >running-" + name + "\necho start >>" + name +
+                ".starts\nmopac " + name + ".mop >/dev/null || exit 99\nrm running-" + name +
+                "\ngrep -q 'FINAL HEAT OF FORMATION' " + name + ".out || exit 98\nexit " +
+                QByteArray::number(number % kindsOfEnds) + "\n");
+        QVERIFY(Manager().Submit(u"Cluster"_s, script, u"long"_s).startsWith("accepted"));
+    }
+    static_cast<void>(Manager().Command("unpause long jobs"));
+    QTRY_VERIFY_WITH_TIMEOUT(Manager().Command("list finished jobs").count("\n") > count, 1000 * (60 + 10 * count));
+    QCOMPARE(Manager().Quit({"yes", "yes"}), ManagerEnd{.status = 0});
+    const ProjectRows rows = Project().Rows();
+    QCOMPARE(rows.finishedJobs.size(), count);
+    for (const Taskmill_JobRecord &job : rows.finishedJobs) {
+        const QString name = QFileInfo{job.InputFilePath}.completeBaseName();
+        QCOMPARE(job.ExitCode, name.mid(5).toInt() % kindsOfEnds);
+        QCOMPARE(ReadTestFile(Project().Path(name + u".starts"_s)), "start\n");
+    }
+    for (const QByteArray &running : ReadTestFile(Project().Path(u"counts"_s)).split('\n'))
+        QVERIFY(running.trimmed().toInt() < limit);
 }
 
 QTEST_GUILESS_MAIN(TestClusterJobs)
