@@ -100,8 +100,14 @@ bool ReadSome(int file, std::string &text)
     return count > 0 || (count < 0 && errno == EINTR);
 }
 
+bool HasEnded(pid_t child)
+{
+    siginfo_t info{};
+    return waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == child;
+}
+
 /// Moves what the command reads and writes until it has closed its output. False when that takes too long.
-bool Converse(const Taskmill_CommandOrder &order, Pipes &pipes, Taskmill_CommandEnd &end)
+bool Converse(const Taskmill_CommandOrder &order, pid_t child, Pipes &pipes, Taskmill_CommandEnd &end)
 {
     constexpr int turnMs = 200;
     const auto deadline = Clock::now() + std::chrono::milliseconds{order.waitMs};
@@ -126,6 +132,9 @@ bool Converse(const Taskmill_CommandOrder &order, Pipes &pipes, Taskmill_Command
             input = count < 0 && errno != EAGAIN ? std::string_view{}
                                                  : input.substr(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         }
+        // What it has left behind, such as a shared connection, may hold them open.
+        if (ready == 0 && HasEnded(child))
+            return true;
         if (order.meanwhile)
             order.meanwhile();
         if (Clock::now() > deadline)
@@ -178,7 +187,7 @@ Taskmill_CommandEnd Taskmill_RunCommand(const Taskmill_CommandOrder &order)
         waitpid(child, nullptr, 0);
         return end;
     }
-    const bool isInTime = Converse(order, pipes, end);
+    const bool isInTime = Converse(order, child, pipes, end);
     if (!isInTime)
         kill(-child, SIGKILL);
     int status = 0;
