@@ -92,7 +92,8 @@ QString Taskmill_ClusterText(const Taskmill_ClusterState &state)
     if (state.phase != Phase::Submitted)
         parts += state.phase == Phase::Ended ? text(state.reason) : u"not submitted yet"_s;
     else if (!state.state.empty())
-        parts += text(state.state) + (state.reason.empty() ? QString{} : u" ("_s + text(state.reason) + u')') +
+        parts += text(state.state) +
+                 (state.reason.empty() ? QString{} : u" ("_s + text(state.reason) + u')') +
                  (state.node.empty() ? QString{} : u" on "_s + text(state.node));
     if (state.isCancelled && state.phase != Phase::Ended)
         parts += u"being cancelled"_s;

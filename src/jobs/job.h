@@ -129,6 +129,6 @@ private:
     bool m_isEndWanted = false; ///< somebody has killed it
     bool m_followsOn = false;   ///< the next start follows the job of the cluster that the record's run has
     qint64 m_followedSinceMs = 0;
-    int m_quickEnds = 0;        ///< of followers that ended soon without the end of their job, in a row
+    int m_quickEnds = 0;    ///< of followers that ended soon without the end of their job, in a row
     QString m_writtenInput; ///< the file for the standard input that Start() has made
 };

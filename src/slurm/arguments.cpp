@@ -99,8 +99,7 @@ constexpr std::array options{
     Option{"sbatch-word", "OPTION", "one more option of sbatch, as it is", &TakeSbatchWord},
     Option{"prepare", "LINE", "a line of the shell before the program, such as module load orca",
            &TakeOneMore<&Arguments::prepareLines>},
-    Option{"resume", "FOLDER", "follow the job of that folder again",
-           &TakeFolder<Arguments::Task::Resume>},
+    Option{"resume", "FOLDER", "follow the job of that folder again", &TakeFolder<Arguments::Task::Resume>},
     Option{"cancel", "FOLDER", "have the job of that folder cancelled, which nobody follows",
            &TakeFolder<Arguments::Task::Cancel>},
     Option{"cancellations", "", "repeat the cancellations that a cluster has not confirmed",
@@ -116,8 +115,8 @@ std::string TakeOption(Arguments &result, const std::vector<std::string> &argume
     const std::string &argument = arguments[position];
     const std::size_t equals = argument.find('=');
     const std::string name = argument.substr(0, equals);
-    const auto option =
-        std::ranges::find_if(options, [&](const Option &one) { return name == "--" + std::string{one.name}; });
+    const auto option = std::ranges::find_if(
+        options, [&](const Option &one) { return name == "--" + std::string{one.name}; });
     if (option == options.end())
         return "unknown option " + name;
     if (option->value.empty() && equals != std::string::npos)
@@ -145,7 +144,8 @@ std::optional<Arguments> Taskmill_SlurmArguments::Read(const std::vector<std::st
         if (!error.empty())
             return std::nullopt;
     }
-    result.command.assign(arguments.begin() + static_cast<std::ptrdiff_t>(std::min(position, arguments.size())),
+    result.command.assign(arguments.begin() +
+                              static_cast<std::ptrdiff_t>(std::min(position, arguments.size())),
                           arguments.end());
     if (result.task == Task::Submit && result.command.empty())
         error = "there is no program to run";
@@ -179,9 +179,10 @@ std::vector<std::string> Taskmill_SlurmArguments::ToList() const
 std::string Taskmill_SlurmArguments::HelpText()
 {
     constexpr std::size_t column = 24;
-    std::string text = "Usage: taskmill-slurm [OPTIONS] -- PROGRAM ARGUMENTS...\n\n"
-                       "Runs a program as a job of a Slurm cluster, follows it, prints what it prints, and ends as "
-                       "it ends.\n\nOptions:\n";
+    std::string text =
+        "Usage: taskmill-slurm [OPTIONS] -- PROGRAM ARGUMENTS...\n\n"
+        "Runs a program as a job of a Slurm cluster, follows it, prints what it prints, and ends as "
+        "it ends.\n\nOptions:\n";
     for (const Option &option : options) {
         if (option.name == "sbatch-word")
             continue;

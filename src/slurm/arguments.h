@@ -12,18 +12,18 @@ struct Taskmill_SlurmArguments
     enum class Task
     {
         Submit,
-        Resume,  ///< follow the job of `folder`
-        Cancel,  ///< cancel the job of `folder`, which nobody follows
+        Resume,              ///< follow the job of `folder`
+        Cancel,              ///< cancel the job of `folder`, which nobody follows
         RepeatCancellations, ///< those that a cluster has not confirmed
-        Check,   ///< show the partitions
+        Check,               ///< show the partitions
         Help,
         Version,
     };
 
     Task task = Task::Submit;
     std::string folder;
-    std::string host; ///< USER@LOGIN for ssh; empty when the commands of the cluster are here
-    std::string scratch; ///< on the cluster, with `host`: where the folder of the run is made
+    std::string host;                ///< USER@LOGIN for ssh; empty when the commands of the cluster are here
+    std::string scratch;             ///< on the cluster, with `host`: where the folder of the run is made
     std::vector<std::string> copies; ///< names and patterns of files that the program reads besides
     std::string partition;
     std::string cores;

@@ -8,8 +8,9 @@
 
 namespace {
 /// Any other number above 128 is the program's own.
-constexpr std::array endingSignals{SIGHUP,  SIGINT,  SIGQUIT, SIGILL,  SIGTRAP, SIGABRT, SIGBUS,  SIGFPE, SIGKILL,
-                                   SIGUSR1, SIGSEGV, SIGUSR2, SIGPIPE, SIGALRM, SIGTERM, SIGXCPU, SIGXFSZ, SIGSYS};
+constexpr std::array endingSignals{SIGHUP,  SIGINT,  SIGQUIT, SIGILL,  SIGTRAP, SIGABRT,
+                                   SIGBUS,  SIGFPE,  SIGKILL, SIGUSR1, SIGSEGV, SIGUSR2,
+                                   SIGPIPE, SIGALRM, SIGTERM, SIGXCPU, SIGXFSZ, SIGSYS};
 } // namespace
 
 std::string Taskmill_ShellWord(std::string_view text)
@@ -42,9 +43,10 @@ std::string Taskmill_BatchScript(const Taskmill_BatchOrder &order)
     const auto file = [&order](std::string_view name) {
         return Taskmill_ShellWord(order.runFolder + '/' + std::string{name});
     };
-    script += R"-(printf '%s %s %s %s\n' "$SLURM_JOB_ID" "${SLURM_RESTART_COUNT:-0}" "${SLURMD_NODENAME:--}" )-"
-              R"-("$(date +%s)" >>)-" +
-              file("begun") + " || exit 125\n";
+    script +=
+        R"-(printf '%s %s %s %s\n' "$SLURM_JOB_ID" "${SLURM_RESTART_COUNT:-0}" "${SLURMD_NODENAME:--}" )-"
+        R"-("$(date +%s)" >>)-" +
+        file("begun") + " || exit 125\n";
     script += "(set -C; printf '%s\\n' \"$SLURM_JOB_ID\" >" + file("owner") + ") 2>/dev/null\n";
     script += "read -r owner <" + file("owner") + "\n";
     script += R"([ "$owner" = "$SLURM_JOB_ID" ] || exit 125)"
@@ -61,8 +63,8 @@ std::string Taskmill_BatchScript(const Taskmill_BatchOrder &order)
     const std::string input = order.hasInput ? file("input") : "/dev/null";
     script += Taskmill_ShellWords(order.command) + " <" + input + "\n";
     script += "code=$?\n";
-    script += R"(printf '%s %s %s\n' "$SLURM_JOB_ID" "${SLURM_RESTART_COUNT:-0}" "$code" >)" + file("exit.new") +
-              " && mv -f " + file("exit.new") + ' ' + file("exit") + "\n";
+    script += R"(printf '%s %s %s\n' "$SLURM_JOB_ID" "${SLURM_RESTART_COUNT:-0}" "$code" >)" +
+              file("exit.new") + " && mv -f " + file("exit.new") + ' ' + file("exit") + "\n";
     return script + "exit \"$code\"\n";
 }
 
@@ -75,7 +77,8 @@ std::optional<Taskmill_ShellEnd> Taskmill_ReadShellEnd(std::string_view text, st
     int code = 0;
     if (!text.ends_with('\n') || !(words >> ofJob >> restarts >> code) || ofJob != job)
         return std::nullopt;
-    if (code > firstOfSignals && std::ranges::find(endingSignals, code - firstOfSignals) != endingSignals.end())
+    if (code > firstOfSignals &&
+        std::ranges::find(endingSignals, code - firstOfSignals) != endingSignals.end())
         return Taskmill_ShellEnd{.code = 0, .signal = code - firstOfSignals};
     return Taskmill_ShellEnd{.code = code, .signal = 0};
 }

@@ -23,16 +23,17 @@ struct Taskmill_BatchOrder
 
 /// The script that the cluster runs. In the run folder it keeps
 ///   begun   a line "JOB RESTARTS NODE SECONDS" for each start, which is the first thing that it does
-///   owner   the number of the one job that may run the program: should it ever be submitted twice, the other ends
-///   output  what the program prints
-///   exit    "JOB RESTARTS CODE", in place at once, when the program has ended
+///   owner   the number of the one job that may run the program: should it ever be submitted twice, the other
+///   ends output  what the program prints exit    "JOB RESTARTS CODE", in place at once, when the program has
+///   ended
 [[nodiscard]] std::string Taskmill_BatchScript(const Taskmill_BatchOrder &order);
 
 /// How a program ended, as the shell's $? says it.
 struct Taskmill_ShellEnd
 {
-    int code = 0;      ///< 0 where `signal` is set
-    int signal = 0;    ///< 0 when it ended by itself
+    int code = 0;   ///< 0 where `signal` is set
+    int signal = 0; ///< 0 when it ended by itself
 };
 /// The end that the text of "exit" says; none when it is not whole, or of another job.
-[[nodiscard]] std::optional<Taskmill_ShellEnd> Taskmill_ReadShellEnd(std::string_view text, std::string_view job);
+[[nodiscard]] std::optional<Taskmill_ShellEnd> Taskmill_ReadShellEnd(std::string_view text,
+                                                                     std::string_view job);

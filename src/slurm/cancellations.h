@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-/// The jobs whose end was asked for and that the cluster may still have: each a file, so that whoever asks the
-/// cluster next repeats it, also when the follower of the job was ended.
+/// The jobs whose end was asked for and that the cluster may still have: each a file, so that whoever asks
+/// the cluster next repeats it, also when the follower of the job was ended.
 class Taskmill_Cancellations
 {
 public:

@@ -31,11 +31,11 @@ struct Taskmill_CommandEnd
 struct Taskmill_CommandOrder
 {
     std::vector<std::string> words;
-    std::string input;                  ///< for its standard input
-    std::string outputFile{};           ///< takes its output in place of the result; made, and appended to
-    int waitMs = 120'000;               ///< then it is ended
-    std::function<void()> meanwhile{};  ///< called several times a second while it runs
-    bool isOfRun = true;                ///< false: whoever ends this run does not know it for a part of it
+    std::string input;                 ///< for its standard input
+    std::string outputFile{};          ///< takes its output in place of the result; made, and appended to
+    int waitMs = 120'000;              ///< then it is ended
+    std::function<void()> meanwhile{}; ///< called several times a second while it runs
+    bool isOfRun = true;               ///< false: whoever ends this run does not know it for a part of it
 };
 
 /// Runs a command to its end.

@@ -103,7 +103,8 @@ bool ReadSome(int file, std::string &text)
 bool HasEnded(pid_t child)
 {
     siginfo_t info{};
-    return waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == child;
+    return waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           info.si_pid == child;
 }
 
 /// Moves what the command reads and writes until it has closed its output. False when that takes too long.
@@ -129,8 +130,9 @@ bool Converse(const Taskmill_CommandOrder &order, pid_t child, Pipes &pipes, Tas
         if (ready > 0 && waits[2].revents != 0) {
             const ssize_t count = write(pipes.input.End(1), input.data(), input.size());
             // A command that does not read to the end is no fault.
-            input = count < 0 && errno != EAGAIN ? std::string_view{}
-                                                 : input.substr(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+            input = count < 0 && errno != EAGAIN
+                        ? std::string_view{}
+                        : input.substr(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         }
         // What it has left behind, such as a shared connection, may hold them open.
         if (ready == 0 && HasEnded(child))
@@ -156,13 +158,15 @@ std::string Taskmill_CommandEnd::Reason(std::string_view program) const
     if (text.empty())
         text = std::string{program} + (how == How::Signal ? " ended by signal " : " ended with ") +
                std::to_string(code);
-    std::ranges::replace_if(text, [](unsigned char c) { return c < ' '; }, ' ');
+    std::ranges::replace_if(
+        text, [](unsigned char c) { return c < ' '; }, ' ');
     return text;
 }
 
 Taskmill_CommandEnd Taskmill_RunCommand(const Taskmill_CommandOrder &order)
 {
-    Taskmill_CommandEnd end{.how = Taskmill_CommandEnd::How::NotStarted, .code = EMFILE, .output = {}, .errors = {}};
+    Taskmill_CommandEnd end{
+        .how = Taskmill_CommandEnd::How::NotStarted, .code = EMFILE, .output = {}, .errors = {}};
     Pipes pipes;
     if (!pipes.input.IsOpen() || !pipes.output.IsOpen() || !pipes.errors.IsOpen() || !pipes.failure.IsOpen())
         return end;

@@ -102,7 +102,8 @@ Taskmill_FileLock::Taskmill_FileLock(const std::string &path)
     : m_file{open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, ownerOnly)}
 {
     if (m_file >= 0)
-        m_isHeld = flock(m_file, LOCK_EX | LOCK_NB) == 0 || errno == ENOLCK || errno == ENOSYS || errno == EOPNOTSUPP;
+        m_isHeld = flock(m_file, LOCK_EX | LOCK_NB) == 0 || errno == ENOLCK || errno == ENOSYS ||
+                   errno == EOPNOTSUPP;
 }
 
 Taskmill_FileLock::~Taskmill_FileLock()

@@ -30,7 +30,8 @@ void TakeSignal(int, siginfo_t *info, void *)
 bool IsService(int process)
 {
     constexpr std::size_t longestName = 32;
-    return process == 1 || Taskmill_ReadFile("/proc/" + std::to_string(process) + "/comm", longestName) == "systemd\n";
+    return process == 1 ||
+           Taskmill_ReadFile("/proc/" + std::to_string(process) + "/comm", longestName) == "systemd\n";
 }
 } // namespace
 

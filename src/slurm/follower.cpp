@@ -44,7 +44,8 @@ std::string EndText(const Taskmill_ShellEnd &end)
 }
 } // namespace
 
-Taskmill_SlurmFollower::Taskmill_SlurmFollower(std::string runFolder, const Taskmill_SlurmArguments &arguments,
+Taskmill_SlurmFollower::Taskmill_SlurmFollower(std::string runFolder,
+                                               const Taskmill_SlurmArguments &arguments,
                                                Taskmill_ClusterState state, const std::string &shared)
     : m_folder{std::move(runFolder)}
     , m_arguments{arguments}
@@ -68,8 +69,8 @@ std::optional<Taskmill_ShellEnd> Taskmill_SlurmFollower::Run()
     if (m_state.phase == Phase::Submitted)
         m_reporter.Say("follows " + Named("again"));
     if (m_state.phase == Phase::Submitting && FindSubmitted() == Search::Missing)
-        EndJob({.code = 0, .signal = SIGKILL},
-               "the submission was interrupted, and the cluster knows no job of it: it is not known whether it ran");
+        EndJob({.code = 0, .signal = SIGKILL}, "the submission was interrupted, and the cluster knows no job "
+                                               "of it: it is not known whether it ran");
     if (m_state.phase == Phase::Prepared && Prepare())
         Submit();
     if (m_state.phase == Phase::Submitted)
@@ -153,7 +154,8 @@ void Taskmill_SlurmFollower::SubmitOnce(int &pauseMs)
         EndWithoutJob(isStarted ? std::max(end.code, 1) : 127, end.Reason("sbatch"));
         return;
     }
-    m_reporter.Say("the cluster does not take the job now: " + end.Reason("sbatch") + "; this is tried again");
+    m_reporter.Say("the cluster does not take the job now: " + end.Reason("sbatch") +
+                   "; this is tried again");
     if (failure == Taskmill_SbatchFailure::Unknown && FindSubmitted() != Search::Missing)
         return;
     m_state.phase = Phase::Prepared;
@@ -279,8 +281,8 @@ const Taskmill_SharedQueue::Listing &Taskmill_SlurmFollower::LookAtQueue()
     const bool isFailure = listing.askedMs > m_submittedMs && !listing.isAnswer;
     if ((isFailure || m_queue.IsAnswerLate()) && !m_isSilent) {
         m_isSilent = true;
-        m_reporter.Say("the cluster does not answer" + (isFailure ? " (" + listing.text + ")" : std::string{}) +
-                       "; it is asked again");
+        m_reporter.Say("the cluster does not answer" +
+                       (isFailure ? " (" + listing.text + ")" : std::string{}) + "; it is asked again");
     } else if (listing.isAnswer && !m_queue.IsAnswerLate() && std::exchange(m_isSilent, false)) {
         m_reporter.Say("the cluster answers again");
     }
@@ -356,7 +358,8 @@ void Taskmill_SlurmFollower::ShowState(const Taskmill_ListedJob &job)
     m_state.node = job.node;
     Store();
     std::string text = job.state;
-    std::ranges::transform(text, text.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; });
+    std::ranges::transform(text, text.begin(),
+                           [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; });
     if (Taskmill_KindOfState(job.state) == Taskmill_ListedKind::Runs)
         m_reporter.Say(Named(text + (job.node.empty() ? "" : " on " + job.node)));
     else

@@ -64,7 +64,10 @@ private:
     void EndWithoutJob(int code, const std::string &text);
     void Finish(const Taskmill_ShellEnd &end);
 
-    [[nodiscard]] std::string Named(const std::string &text) const { return "job " + m_state.job + ' ' + text; }
+    [[nodiscard]] std::string Named(const std::string &text) const
+    {
+        return "job " + m_state.job + ' ' + text;
+    }
 
     std::string m_folder;
     Taskmill_SlurmArguments m_arguments;
@@ -78,12 +81,12 @@ private:
     std::string m_mark; ///< what the batch script had written when that was shown
     bool m_isStored = true;
     bool m_mustLeave = false;
-    bool m_isSilent = false;         ///< the cluster does not answer
-    long long m_submittedMs = 0;     ///< listings of before say nothing; 0 for those of a run taken up
-    long long m_lookedMs = 0;        ///< at the files
-    long long m_judgedMs = 0;        ///< when the listing was asked for that was judged last
+    bool m_isSilent = false;     ///< the cluster does not answer
+    long long m_submittedMs = 0; ///< listings of before say nothing; 0 for those of a run taken up
+    long long m_lookedMs = 0;    ///< at the files
+    long long m_judgedMs = 0;    ///< when the listing was asked for that was judged last
     long long m_exitSeenMs = 0;
-    int m_missing = 0;   ///< listings without the job, in a row
+    int m_missing = 0;    ///< listings without the job, in a row
     int m_unfinished = 0; ///< listings in a row that say that it has ended in a way that may not be the last
     long long m_cancelAtMs = 0;
     int m_cancelPauseMs = 0;

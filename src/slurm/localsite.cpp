@@ -33,7 +33,9 @@ Taskmill_SlurmSite::Outcome Taskmill_LocalSite::Prepare()
                                                      .hasInput = hasInput});
     if (Taskmill_WriteDurably(m_runFolder + "/script", script))
         return {.isDone = true, .mayBeTriedAgain = false, .reason = {}};
-    return {.isDone = false, .mayBeTriedAgain = true, .reason = "the batch script cannot be written to " + m_runFolder};
+    return {.isDone = false,
+            .mayBeTriedAgain = true,
+            .reason = "the batch script cannot be written to " + m_runFolder};
 }
 
 Taskmill_CommandEnd Taskmill_LocalSite::Submit(const std::vector<std::string> &words)
@@ -61,7 +63,8 @@ Taskmill_RunNews Taskmill_LocalSite::Look(const std::function<void(std::string_v
                           .log = read("slurm.log")};
     // After the files that say how far it is: what stood there before an end is printed before it.
     for (;;) {
-        const std::string piece = Taskmill_ReadFile(m_runFolder + "/output", pieceSize, m_printed).value_or("");
+        const std::string piece =
+            Taskmill_ReadFile(m_runFolder + "/output", pieceSize, m_printed).value_or("");
         if (piece.empty())
             return news;
         m_printed += static_cast<long long>(piece.size());

@@ -14,7 +14,10 @@ public:
     [[nodiscard]] Taskmill_CommandEnd Run(const std::vector<std::string> &words) override;
     [[nodiscard]] Taskmill_RunNews Look(const std::function<void(std::string_view)> &print) override;
     [[nodiscard]] int LookIntervalMs() const override { return 1000; }
-    [[nodiscard]] Outcome Collect() override { return {.isDone = true, .mayBeTriedAgain = false, .reason = {}}; }
+    [[nodiscard]] Outcome Collect() override
+    {
+        return {.isDone = true, .mayBeTriedAgain = false, .reason = {}};
+    }
     [[nodiscard]] std::string RunFolder() const override { return m_runFolder; }
 
 private:

@@ -106,8 +106,8 @@ int Resume(const std::string &name)
     const auto state = Taskmill_ReadClusterState(folder);
     const auto order = Taskmill_ReadFile(folder + "/order", longestOrder);
     std::string error;
-    const auto arguments =
-        order ? Taskmill_SlurmArguments::Read(ToList(*order), error) : std::optional<Taskmill_SlurmArguments>{};
+    const auto arguments = order ? Taskmill_SlurmArguments::Read(ToList(*order), error)
+                                 : std::optional<Taskmill_SlurmArguments>{};
     if (!state || !arguments)
         return Fail("there is no job in " + name);
     // Its earlier follower may be about to end.
@@ -120,7 +120,8 @@ int Resume(const std::string &name)
     }
     if (!lock->IsHeld())
         return Fail("another program follows the job of " + name);
-    return EndAs(Taskmill_SlurmFollower{folder, *arguments, *Taskmill_ReadClusterState(folder), SharedFolder()}.Run());
+    return EndAs(
+        Taskmill_SlurmFollower{folder, *arguments, *Taskmill_ReadClusterState(folder), SharedFolder()}.Run());
 }
 
 /// The folder of a new run; empty, and why, when there can be none.
@@ -207,17 +208,15 @@ int Cancel(const std::string &name)
         return 0;
     state->isCancelled = true;
     const bool isStored = Taskmill_WriteDurably(folder + "/state", state->ToText());
-    const bool isAdded = Taskmill_Cancellations{SharedFolder()}.Add({.comment = state->comment,
-                                                                     .host = state->host,
-                                                                     .number = state->job,
-                                                                     .askedMs = Taskmill_NowMs()});
+    const bool isAdded = Taskmill_Cancellations{SharedFolder()}.Add(
+        {.comment = state->comment, .host = state->host, .number = state->job, .askedMs = Taskmill_NowMs()});
     return isStored && isAdded ? RepeatCancellations() : Fail("nothing can be written to " + folder);
 }
 
 int Check(const Taskmill_SlurmArguments &arguments)
 {
-    const Taskmill_CommandEnd end = Taskmill_SlurmSite::Make({}, arguments)
-                                        ->Run({"sinfo", "--format=%12P %6a %.12l %.6D %.16C %t"});
+    const Taskmill_CommandEnd end =
+        Taskmill_SlurmSite::Make({}, arguments)->Run({"sinfo", "--format=%12P %6a %.12l %.6D %.16C %t"});
     if (!end.IsSuccess())
         return Fail(end.Reason("sinfo"));
     std::printf("%s", end.output.c_str());

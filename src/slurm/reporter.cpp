@@ -13,7 +13,8 @@ void Taskmill_SlurmReporter::Say(const std::string &text)
         return;
     m_last = text;
     std::string line = text;
-    std::ranges::replace_if(line, [](unsigned char c) { return c < ' '; }, ' ');
+    std::ranges::replace_if(
+        line, [](unsigned char c) { return c < ' '; }, ' ');
     Print((m_isInLine ? "\ntaskmill-slurm: " : "taskmill-slurm: ") + line + '\n');
 }
 

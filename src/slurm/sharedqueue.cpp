@@ -55,7 +55,8 @@ long long Taskmill_SharedQueue::IntervalMs()
     return msInSecond * (seconds > 0 ? std::min(seconds, longest) : usual);
 }
 
-const Taskmill_SharedQueue::Listing &Taskmill_SharedQueue::Look(const std::function<Taskmill_CommandEnd()> &ask)
+const Taskmill_SharedQueue::Listing &
+Taskmill_SharedQueue::Look(const std::function<Taskmill_CommandEnd()> &ask)
 {
     m_hasAsked = false;
     const auto isTime = [this](long long now) {
@@ -95,7 +96,8 @@ void Taskmill_SharedQueue::Ask(const std::function<Taskmill_CommandEnd()> &ask, 
 
 void Taskmill_SharedQueue::Read()
 {
-    if (const Listing listing = FromText(Taskmill_ReadPrivateFile(m_path, longestListing)); listing.askedMs > 0)
+    if (const Listing listing = FromText(Taskmill_ReadPrivateFile(m_path, longestListing));
+        listing.askedMs > 0)
         m_listing = listing;
     if (const std::optional<std::string> stamp = Taskmill_ReadFile(m_path + ".lock", 32))
         std::sscanf(stamp->c_str(), "%lld.", &m_askedMs);

@@ -37,8 +37,8 @@ public:
     };
 
     /// For a run folder with the arguments of its job.
-    [[nodiscard]] static std::unique_ptr<Taskmill_SlurmSite>
-    Make(const std::string &runFolder, const Taskmill_SlurmArguments &arguments);
+    [[nodiscard]] static std::unique_ptr<Taskmill_SlurmSite> Make(const std::string &runFolder,
+                                                                  const Taskmill_SlurmArguments &arguments);
     /// What the cluster is called where queries are shared.
     [[nodiscard]] static std::string ClusterName(const std::string &host);
 

@@ -55,8 +55,8 @@ std::vector<std::string> Taskmill_SshConnection::Words()
     }
     const std::string control = m_isUsersOwn ? std::string{} : ControlPath();
     if (!control.empty())
-        words.insert(words.end(),
-                     {"-o", "ControlMaster=auto", "-o", "ControlPath=" + control, "-o", "ControlPersist=120"});
+        words.insert(words.end(), {"-o", "ControlMaster=auto", "-o", "ControlPath=" + control, "-o",
+                                   "ControlPersist=120"});
     return words;
 }
 
@@ -73,14 +73,16 @@ Taskmill_CommandEnd Taskmill_SshConnection::RunScript(const std::string &lines, 
     return end;
 }
 
-Taskmill_CommandEnd Taskmill_SshConnection::Rsync(const std::vector<std::string> &arguments, const std::string &list)
+Taskmill_CommandEnd Taskmill_SshConnection::Rsync(const std::vector<std::string> &arguments,
+                                                  const std::string &list)
 {
     constexpr int waitMs = 24 * 3600 * 1000;
     std::string rsh;
     for (const std::string &word : Words())
-        rsh.append(rsh.empty() ? "" : " ").append(word.find(' ') == std::string::npos ? word : '\'' + word + '\'');
-    std::vector<std::string> words{"rsync", "--rsh=" + rsh, "--protect-args", "--timeout=120", "--from0",
-                                   "--files-from=-"};
+        rsh.append(rsh.empty() ? "" : " ")
+            .append(word.find(' ') == std::string::npos ? word : '\'' + word + '\'');
+    std::vector<std::string> words{"rsync",         "--rsh=" + rsh, "--protect-args",
+                                   "--timeout=120", "--from0",      "--files-from=-"};
     words.insert(words.end(), arguments.begin(), arguments.end());
     Taskmill_CommandEnd end = Taskmill_RunCommand({.words = words, .input = list, .waitMs = waitMs});
     end.errors = Trimmed(end.errors);

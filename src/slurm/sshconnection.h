@@ -19,7 +19,8 @@ public:
     [[nodiscard]] Taskmill_CommandEnd RunScript(const std::string &lines, int waitMs = 120'000);
     /// rsync with these arguments, NAME of a path on the host as Remote() makes it; `list` goes to its
     /// standard input.
-    [[nodiscard]] Taskmill_CommandEnd Rsync(const std::vector<std::string> &arguments, const std::string &list);
+    [[nodiscard]] Taskmill_CommandEnd Rsync(const std::vector<std::string> &arguments,
+                                            const std::string &list);
     [[nodiscard]] std::string Remote(const std::string &path) const { return m_host + ':' + path; }
 
     /// Whether that says that the host was not reached, or lost.

@@ -92,14 +92,15 @@ Taskmill_SshSite::Taskmill_SshSite(std::string runFolder, Taskmill_SlurmArgument
 
 void Taskmill_SshSite::FindGrowing()
 {
-    const std::set<std::string> sent = Names(Taskmill_ReadFile(m_runFolder + "/sent", longestList).value_or(""));
+    const std::set<std::string> sent =
+        Names(Taskmill_ReadFile(m_runFolder + "/sent", longestList).value_or(""));
     m_grows.clear();
     // What a command names and is not there before belongs to the output.
     const std::string prefix = m_workFolder + '/';
     for (const std::string &word : m_arguments.command) {
         const std::string name = word.starts_with(prefix) ? word.substr(prefix.size()) : word;
-        if (!name.starts_with('-') && !name.starts_with('/') && !name.empty() && name.find("..") == name.npos &&
-            !sent.contains(name))
+        if (!name.starts_with('-') && !name.starts_with('/') && !name.empty() &&
+            name.find("..") == name.npos && !sent.contains(name))
             m_grows.push_back(name);
         // The outputs that programs name after their inputs.
         for (const char *ending : {".out", ".log"}) {
@@ -115,9 +116,9 @@ Taskmill_SlurmSite::Outcome Taskmill_SshSite::MakeRemoteFolder()
     const std::string root = m_arguments.scratch.empty() ? std::string{"\"${SCRATCH:-$HOME}/taskmill-jobs\""}
                                                          : Taskmill_ShellWord(m_arguments.scratch);
     const std::string name = Taskmill_ShellWord(m_runFolder.substr(m_runFolder.rfind('/') + 1));
-    const Taskmill_CommandEnd end = m_connection.RunScript("umask 077; mkdir -p " + root + " && cd " + root +
-                                                           " && mkdir -p " + name + "/work && cd " + name +
-                                                           " && printf '%s\\0' \"$(pwd -P)\"");
+    const Taskmill_CommandEnd end =
+        m_connection.RunScript("umask 077; mkdir -p " + root + " && cd " + root + " && mkdir -p " + name +
+                               "/work && cd " + name + " && printf '%s\\0' \"$(pwd -P)\"");
     if (!end.IsSuccess())
         return {.isDone = false,
                 .mayBeTriedAgain = Taskmill_SshConnection::IsBroken(end),
@@ -126,7 +127,8 @@ Taskmill_SlurmSite::Outcome Taskmill_SshSite::MakeRemoteFolder()
     std::string path = end.output.substr(0, end.output.find('\0'));
     path = path.substr(path.rfind('\n') == path.npos ? 0 : path.rfind('\n') + 1);
     if (!path.starts_with('/') || !Taskmill_WriteDurably(m_runFolder + "/remote", path))
-        return {.isDone = false, .mayBeTriedAgain = true, .reason = "nothing can be written to " + m_runFolder};
+        return {
+            .isDone = false, .mayBeTriedAgain = true, .reason = "nothing can be written to " + m_runFolder};
     m_remote = path;
     return Done();
 }
@@ -181,12 +183,14 @@ Taskmill_SlurmSite::Outcome Taskmill_SshSite::Prepare()
                                                      .hasInput = hasInput});
     if (!Taskmill_WriteDurably(m_runFolder + "/script", script) ||
         !Taskmill_WriteDurably(m_runFolder + "/sent", Joined(files)))
-        return {.isDone = false, .mayBeTriedAgain = true, .reason = "nothing can be written to " + m_runFolder};
-    Taskmill_CommandEnd end =
-        m_connection.Rsync({"-t", "--chmod=F600", m_runFolder + "/", m_connection.Remote(m_remote + "/")},
-                           Joined(hasInput ? std::vector<std::string>{"script", "input"} : std::vector<std::string>{"script"}));
+        return {
+            .isDone = false, .mayBeTriedAgain = true, .reason = "nothing can be written to " + m_runFolder};
+    Taskmill_CommandEnd end = m_connection.Rsync(
+        {"-t", "--chmod=F600", m_runFolder + "/", m_connection.Remote(m_remote + "/")},
+        Joined(hasInput ? std::vector<std::string>{"script", "input"} : std::vector<std::string>{"script"}));
     if (end.IsSuccess() && !files.empty())
-        end = m_connection.Rsync({"-Lt", m_workFolder + "/", m_connection.Remote(m_remote + "/work/")}, Joined(files));
+        end = m_connection.Rsync({"-Lt", m_workFolder + "/", m_connection.Remote(m_remote + "/work/")},
+                                 Joined(files));
     if (!end.IsSuccess())
         return Failed(end, "the files cannot be copied to " + m_arguments.host);
     // What is newer than this was made by the program.
@@ -197,8 +201,8 @@ Taskmill_SlurmSite::Outcome Taskmill_SshSite::Prepare()
 
 Taskmill_CommandEnd Taskmill_SshSite::Submit(const std::vector<std::string> &words)
 {
-    return m_connection.RunScript("cd " + Taskmill_ShellWord(m_remote + "/work") + " && " + Taskmill_ShellWords(words) +
-                                  " >>../number");
+    return m_connection.RunScript("cd " + Taskmill_ShellWord(m_remote + "/work") + " && " +
+                                  Taskmill_ShellWords(words) + " >>../number");
 }
 
 Taskmill_CommandEnd Taskmill_SshSite::Run(const std::vector<std::string> &words)
@@ -210,12 +214,15 @@ Taskmill_CommandEnd Taskmill_SshSite::Run(const std::vector<std::string> &words)
 /// that.
 std::string Taskmill_SshSite::LookScript() const
 {
-    std::string script = "cd " + Taskmill_ShellWord(m_remote) + " || exit 3\n"
-                         "note() { s=$(wc -c 2>/dev/null <\"$1\") || s=0; s=$((s)); echo $s; head -c $s \"$1\" 2>/dev/null; }\n"
-                         "grown() { s=$(wc -c 2>/dev/null <\"$1\") || s=0; o=$2; [ $((s)) -ge $o ] || o=0; n=$((s-o)); "
-                         "[ $n -le 1048576 ] || n=1048576; echo $((s)); echo $o; echo $n; "
-                         "[ $n = 0 ] || tail -c +$((o+1)) \"$1\" | head -c $n; }\n"
-                         "echo; echo taskmill-begin\n";
+    std::string script =
+        "cd " + Taskmill_ShellWord(m_remote) +
+        " || exit 3\n"
+        "note() { s=$(wc -c 2>/dev/null <\"$1\") || s=0; s=$((s)); echo $s; head -c $s \"$1\" 2>/dev/null; "
+        "}\n"
+        "grown() { s=$(wc -c 2>/dev/null <\"$1\") || s=0; o=$2; [ $((s)) -ge $o ] || o=0; n=$((s-o)); "
+        "[ $n -le 1048576 ] || n=1048576; echo $((s)); echo $o; echo $n; "
+        "[ $n = 0 ] || tail -c +$((o+1)) \"$1\" | head -c $n; }\n"
+        "echo; echo taskmill-begin\n";
     for (const char *name : notes)
         script += std::string{"note "} + name + '\n';
     script += "grown output " + std::to_string(m_printed) + '\n';
@@ -243,7 +250,8 @@ void Taskmill_SshSite::PrintStored(const std::function<void(std::string_view)> &
 {
     constexpr std::size_t pieceSize = 1024UL * 1024;
     while (!m_isStoredPrinted) {
-        const std::string piece = Taskmill_ReadFile(m_runFolder + "/output", pieceSize, m_printed).value_or("");
+        const std::string piece =
+            Taskmill_ReadFile(m_runFolder + "/output", pieceSize, m_printed).value_or("");
         m_printed += static_cast<long long>(piece.size());
         print(piece);
         m_isStoredPrinted = piece.empty();
@@ -294,10 +302,11 @@ Taskmill_RunNews Taskmill_SshSite::Look(const std::function<void(std::string_vie
 
 Taskmill_SlurmSite::Outcome Taskmill_SshSite::FilesToFetch(std::string &list)
 {
-    const Taskmill_CommandEnd end = m_connection.RunScript(
-        "cd " + Taskmill_ShellWord(m_remote + "/work") +
-        " || exit 3\nprintf '\\0taskmill-begin\\0'; find . \\( -type f -o -type l \\) -print0 && printf '\\0' && "
-        "find . \\( -type f -o -type l \\) -newer ../ready -print0");
+    const Taskmill_CommandEnd end =
+        m_connection.RunScript("cd " + Taskmill_ShellWord(m_remote + "/work") +
+                               " || exit 3\nprintf '\\0taskmill-begin\\0'; find . \\( -type f -o -type l \\) "
+                               "-print0 && printf '\\0' && "
+                               "find . \\( -type f -o -type l \\) -newer ../ready -print0");
     const std::string begin{"\0taskmill-begin\0", 16};
     const std::size_t at = end.output.find(begin);
     if (!end.IsSuccess() || at == end.output.npos)
@@ -306,8 +315,10 @@ Taskmill_SlurmSite::Outcome Taskmill_SshSite::FilesToFetch(std::string &list)
     constexpr std::string_view twoEnds{"\0\0", 2};
     const std::size_t middle = rest.starts_with('\0') ? 0 : rest.find(twoEnds);
     const std::set<std::string> all = Names(rest.substr(0, middle));
-    const std::set<std::string> newer = Names(middle == rest.npos ? std::string_view{} : rest.substr(middle + 1));
-    const std::set<std::string> sent = Names(Taskmill_ReadFile(m_runFolder + "/sent", longestList).value_or(""));
+    const std::set<std::string> newer =
+        Names(middle == rest.npos ? std::string_view{} : rest.substr(middle + 1));
+    const std::set<std::string> sent =
+        Names(Taskmill_ReadFile(m_runFolder + "/sent", longestList).value_or(""));
     for (const std::string &name : all) {
         // What was sent and has not been changed there may have been changed here.
         if (!sent.contains(name) || newer.contains(name))
@@ -326,7 +337,8 @@ Taskmill_SlurmSite::Outcome Taskmill_SshSite::Collect()
         Taskmill_CommandEnd end = m_connection.Rsync({"-lt", from, m_workFolder + "/"}, list);
         if (!end.IsSuccess())
             return Failed(end, "the results cannot be copied from " + m_arguments.host);
-        end = m_connection.Rsync({"-lt", "--checksum", "--dry-run", "--out-format=%n", from, m_workFolder + "/"}, list);
+        end = m_connection.Rsync(
+            {"-lt", "--checksum", "--dry-run", "--out-format=%n", from, m_workFolder + "/"}, list);
         if (!end.IsSuccess())
             return Failed(end, "the results cannot be checked");
         const std::set<std::string> names = Names(list);
@@ -334,7 +346,9 @@ Taskmill_SlurmSite::Outcome Taskmill_SshSite::Collect()
         if (std::ranges::any_of(names, [&](const std::string &name) {
                 return ("\n" + end.output).find("\n" + name + "\n") != std::string::npos;
             }))
-            return {.isDone = false, .mayBeTriedAgain = true, .reason = "results have changed while they were copied"};
+            return {.isDone = false,
+                    .mayBeTriedAgain = true,
+                    .reason = "results have changed while they were copied"};
     }
     if (Taskmill_WriteDurably(m_runFolder + "/collected", "yes\n"))
         return Done();

@@ -38,8 +38,8 @@ private:
     std::string m_workFolder;
     Taskmill_SlurmArguments m_arguments;
     Taskmill_SshConnection m_connection;
-    std::string m_remote;                       ///< the run folder there; empty until it is made
-    std::vector<std::string> m_grows;           ///< files of the program that are brought here while they grow
+    std::string m_remote;             ///< the run folder there; empty until it is made
+    std::vector<std::string> m_grows; ///< files of the program that are brought here while they grow
     std::map<std::string, long long> m_fetched; ///< bytes of these
     long long m_printed = 0;
     bool m_isStoredPrinted = false;

@@ -18,10 +18,11 @@ std::string JobName(const std::vector<std::string> &command)
     }
     name = name.substr(name.rfind('/') + 1);
     const auto isPlain = [](char c) {
-        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '.' || c == '-' ||
-               c == '+';
+        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '.' ||
+               c == '-' || c == '+';
     };
-    std::ranges::replace_if(name, [&](char c) { return !isPlain(c); }, '_');
+    std::ranges::replace_if(
+        name, [&](char c) { return !isPlain(c); }, '_');
     return name.empty() ? "taskmill" : name.substr(0, longest);
 }
 
@@ -44,10 +45,11 @@ std::string LastLine(std::string_view text)
 }
 } // namespace
 
-std::vector<std::string> Taskmill_SbatchWords(const Taskmill_SlurmArguments &arguments, const std::string &comment,
-                                              const std::string &runFolder)
+std::vector<std::string> Taskmill_SbatchWords(const Taskmill_SlurmArguments &arguments,
+                                              const std::string &comment, const std::string &runFolder)
 {
-    std::vector<std::string> words{"sbatch", "--job-name=" + JobName(arguments.command), "--nodes=1", "--ntasks=1"};
+    std::vector<std::string> words{"sbatch", "--job-name=" + JobName(arguments.command), "--nodes=1",
+                                   "--ntasks=1"};
     const auto add = [&words](const char *name, const std::string &value) {
         if (!value.empty())
             words.push_back(name + value);
@@ -87,12 +89,13 @@ Taskmill_SbatchFailure Taskmill_KindOfFailure(const Taskmill_CommandEnd &end)
     const auto says = [&end](std::string_view words) {
         return end.errors.find(words) != std::string::npos;
     };
-    static constexpr std::array nobodyThere{"(connect failure)", "backup controller in standby mode",
+    static constexpr std::array nobodyThere{"(connect failure)",  "backup controller in standby mode",
                                             "Connection refused", "Could not resolve hostname",
-                                            "Permission denied", "Host key verification failed"};
-    static constexpr std::array unclear{"timed out",     " failure)",     "Zero Bytes",     "socket",
-                                        "Socket",        "Communication", "Unexpected message", "Transport"};
+                                            "Permission denied",  "Host key verification failed"};
+    static constexpr std::array unclear{"timed out", " failure)",     "Zero Bytes",         "socket",
+                                        "Socket",    "Communication", "Unexpected message", "Transport"};
     if (std::ranges::any_of(nobodyThere, says))
         return Taskmill_SbatchFailure::Unreachable;
-    return std::ranges::any_of(unclear, says) ? Taskmill_SbatchFailure::Unknown : Taskmill_SbatchFailure::Refused;
+    return std::ranges::any_of(unclear, says) ? Taskmill_SbatchFailure::Unknown
+                                              : Taskmill_SbatchFailure::Refused;
 }

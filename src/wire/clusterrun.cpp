@@ -14,7 +14,8 @@ constexpr std::array<std::string_view, 4> phases{"prepared", "submitting", "subm
 
 std::string OneLine(std::string text)
 {
-    std::ranges::replace_if(text, [](unsigned char c) { return c < ' '; }, ' ');
+    std::ranges::replace_if(
+        text, [](unsigned char c) { return c < ' '; }, ' ');
     return text;
 }
 
@@ -37,7 +38,8 @@ void Take(Taskmill_ClusterState &state, std::string_view name, std::string_view 
     if (name == "comment")
         state.comment = value;
     else if (name == "phase")
-        state.phase = static_cast<Taskmill_ClusterState::Phase>(std::ranges::find(phases, value) - phases.begin());
+        state.phase =
+            static_cast<Taskmill_ClusterState::Phase>(std::ranges::find(phases, value) - phases.begin());
     else if (name == "job")
         state.job = value;
     else if (name == "host")
@@ -89,7 +91,8 @@ std::optional<Taskmill_ClusterState> Taskmill_ClusterState::FromText(std::string
         if (isFirst && line != firstLine)
             return std::nullopt;
         if (line == lastLine)
-            return static_cast<std::size_t>(state.phase) < phases.size() ? std::optional{state} : std::nullopt;
+            return static_cast<std::size_t>(state.phase) < phases.size() ? std::optional{state}
+                                                                         : std::nullopt;
         if (const std::size_t equals = line.find('='); !isFirst && equals != line.npos)
             Take(state, line.substr(0, equals), line.substr(equals + 1));
         isFirst = false;

@@ -19,7 +19,8 @@ std::string Taskmill_ClusterRunFolder(std::string_view workFolder, std::string_v
         .append(runID);
 }
 
-bool Taskmill_LinkClusterRun(std::string_view workFolder, std::string_view earlierRunID, std::string_view runID)
+bool Taskmill_LinkClusterRun(std::string_view workFolder, std::string_view earlierRunID,
+                             std::string_view runID)
 {
     const std::string earlier = Taskmill_ClusterRunFolder(workFolder, earlierRunID);
     const std::string link = Taskmill_ClusterRunFolder(workFolder, runID);

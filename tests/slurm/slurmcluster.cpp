@@ -48,7 +48,8 @@ SlurmCluster::SlurmCluster()
     , m_environment{QProcessEnvironment::systemEnvironment()}
 {
     m_environment.insert(u"SLURM_CONF"_s, m_directory.filePath(u"slurm.conf"_s));
-    m_environment.insert(u"PATH"_s, ProgramFolder() + u":/usr/sbin:/sbin:"_s + m_environment.value(u"PATH"_s));
+    m_environment.insert(u"PATH"_s,
+                         ProgramFolder() + u":/usr/sbin:/sbin:"_s + m_environment.value(u"PATH"_s));
     m_environment.insert(u"SLURM_TEST_QUERIES"_s, m_directory.filePath(u"queries"_s));
     m_environment.remove(u"TASKMILLPREFS_DIR"_s);
 }
@@ -58,7 +59,11 @@ SlurmCluster::~SlurmCluster()
     if (m_controller) {
         static_cast<void>(StartController());
         static_cast<void>(Command({u"scancel"_s, u"--me"_s}));
-        static_cast<void>(QTest::qWaitFor([this] { return Command({u"squeue"_s, u"--me"_s, u"--noheader"_s}).isEmpty(); }, 20'000));
+        static_cast<void>(QTest::qWaitFor(
+            [this] {
+                return Command({u"squeue"_s, u"--me"_s, u"--noheader"_s}).isEmpty();
+            },
+            20'000));
         EndProcess(*m_controller);
     }
     while (!m_daemons.empty()) {
@@ -84,15 +89,18 @@ bool SlurmCluster::WriteConfiguration() const
             // Without these the daemons listen to the whole network.
             "\nCommunicationParameters=NoInAddrAny,NoCtldInAddrAny\n"
             // auth/none would let everybody on this computer run programs as this user.
-            "AuthType=auth/munge\nAuthInfo=socket=" + folder + "/munge.socket\nCredType=cred/munge\nSlurmUser=" +
-            user + "\nSlurmdUser=" + user + "\nStateSaveLocation=" + folder + "/state\nSlurmdSpoolDir=" + folder +
+            "AuthType=auth/munge\nAuthInfo=socket=" +
+            folder + "/munge.socket\nCredType=cred/munge\nSlurmUser=" + user + "\nSlurmdUser=" + user +
+            "\nStateSaveLocation=" + folder + "/state\nSlurmdSpoolDir=" + folder +
             "/spool\nSlurmctldPidFile=" + folder + "/slurmctld.pid\nSlurmdPidFile=" + folder +
             "/slurmd.pid\nSlurmctldLogFile=" + folder + "/slurmctld.log\nSlurmdLogFile=" + folder +
             "/slurmd.log\nProctrackType=proctrack/linuxproc\nTaskPlugin=task/none\nSwitchType=switch/none\n"
             "SelectType=select/cons_tres\nSelectTypeParameters=CR_Core\nMpiDefault=none\nReturnToService=2\n"
-            "KillWait=2\nSlurmdParameters=config_overrides\n"
+            // Commands give a controller that is away up after 3 s, not after 10.
+            "MessageTimeout=3\nKillWait=2\nSlurmdParameters=config_overrides\n"
             "SchedulerParameters=sched_min_interval=10000,batch_sched_delay=0,sched_interval=2\n"
-            "NodeName=node1 NodeHostname=" + host + " NodeAddr=127.0.0.1 Port=" + nodePort +
+            "NodeName=node1 NodeHostname=" +
+            host + " NodeAddr=127.0.0.1 Port=" + nodePort +
             " CPUs=8 CoresPerSocket=8 RealMemory=1000 State=UNKNOWN\n"
             "PartitionName=work Nodes=node1 Default=YES MaxTime=INFINITE State=UP\n");
     return true;
@@ -118,7 +126,8 @@ bool SlurmCluster::Start()
     };
     QByteArray key(128, Qt::Uninitialized);
     QRandomGenerator::system()->generate(reinterpret_cast<quint32 *>(key.data()),
-                                         reinterpret_cast<quint32 *>(key.data()) + key.size() / sizeof(quint32));
+                                         reinterpret_cast<quint32 *>(key.data()) +
+                                             key.size() / sizeof(quint32));
     WriteTestFile(path(u"munge.key"_s), key);
     QFile::setPermissions(path(u"munge.key"_s), QFile::ReadOwner);
     for (const QString &folder : {u"state"_s, u"spool"_s, u"bin"_s})
@@ -153,7 +162,11 @@ bool SlurmCluster::StartController()
     m_controller = std::move(m_daemons.back());
     m_daemons.pop_back();
     // A controller that does not answer yet would keep a command waiting for 9 s.
-    return QTest::qWaitFor([this] { return Command({u"scontrol"_s, u"ping"_s}).contains(" UP"); }, longestWaitMs);
+    return QTest::qWaitFor(
+        [this] {
+            return Command({u"scontrol"_s, u"ping"_s}).contains(" UP");
+        },
+        longestWaitMs);
 }
 
 void SlurmCluster::StopController()
@@ -200,7 +213,8 @@ SlurmFollower::SlurmFollower(const SlurmCluster &cluster, const QString &folder,
     m_process.setProcessEnvironment(environment);
     m_process.setWorkingDirectory(folder);
     m_process.setProcessChannelMode(QProcess::MergedChannels);
-    m_process.setStandardInputFile(QFile::exists(folder + u"/typed"_s) ? folder + u"/typed"_s : QProcess::nullDevice());
+    m_process.setStandardInputFile(QFile::exists(folder + u"/typed"_s) ? folder + u"/typed"_s
+                                                                       : QProcess::nullDevice());
     EndWithParent(m_process);
     m_process.start(program, arguments);
     m_process.waitForStarted();
@@ -236,7 +250,8 @@ int SlurmFollower::End(int waitMs)
         qWarning("still runs: %s", Output().constData());
         return -1;
     }
-    return m_process.exitStatus() == QProcess::CrashExit ? endedBySignal + m_process.exitCode() : m_process.exitCode();
+    return m_process.exitStatus() == QProcess::CrashExit ? endedBySignal + m_process.exitCode()
+                                                         : m_process.exitCode();
 }
 
 void SlurmFollower::Signal(int signal) const

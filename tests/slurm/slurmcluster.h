@@ -21,8 +21,8 @@ public:
 
     /// False, with a warning that says why, when it does not come up.
     [[nodiscard]] bool Start();
-    /// The controller alone, as when its machine is started anew. It comes back with what it knew before, unless it has
-    /// forgotten everything.
+    /// The controller alone, as when its machine is started anew. It comes back with what it knew before,
+    /// unless it has forgotten everything.
     void StopController();
     void ForgetJobs() const;
     [[nodiscard]] bool StartController();

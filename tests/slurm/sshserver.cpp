@@ -33,7 +33,8 @@ bool SshServer::Start()
     };
     if (!QFile::exists(path(u"config"_s))) {
         for (const QString &key : {u"host"_s, u"user"_s})
-            QProcess::execute(u"ssh-keygen"_s, {u"-q"_s, u"-t"_s, u"ed25519"_s, u"-N"_s, QString{}, u"-f"_s, path(key)});
+            QProcess::execute(u"ssh-keygen"_s,
+                              {u"-q"_s, u"-t"_s, u"ed25519"_s, u"-N"_s, QString{}, u"-f"_s, path(key)});
         QTcpServer port;
         if (!port.listen(QHostAddress::LocalHost))
             return false;
@@ -41,12 +42,15 @@ bool SshServer::Start()
         const QByteArray folder = m_directory.path().toUtf8();
         QFile::copy(path(u"user.pub"_s), path(u"allowed"_s));
         WriteTestFile(path(u"known"_s), "[127.0.0.1]:" + number + ' ' + ReadTestFile(path(u"host.pub"_s)));
-        WriteTestFile(path(u"config"_s), "Host login\nHostName 127.0.0.1\nPort " + number + "\nIdentityFile " + folder +
-                                             "/user\nIdentitiesOnly yes\nUserKnownHostsFile " + folder + "/known\n");
+        WriteTestFile(path(u"config"_s),
+                      "Host login\nHostName 127.0.0.1\nPort " + number + "\nIdentityFile " + folder +
+                          "/user\nIdentitiesOnly yes\nUserKnownHostsFile " + folder + "/known\n");
         WriteTestFile(path(u"server"_s),
-                      "ListenAddress 127.0.0.1\nPort " + number + "\nHostKey " + folder + "/host\nAuthorizedKeysFile " +
-                          folder + "/allowed\nStrictModes no\nUsePAM no\nPasswordAuthentication no\n"
-                          "KbdInteractiveAuthentication no\nPermitRootLogin prohibit-password\nPidFile none\nSetEnv SLURM_CONF=" +
+                      "ListenAddress 127.0.0.1\nPort " + number + "\nHostKey " + folder +
+                          "/host\nAuthorizedKeysFile " + folder +
+                          "/allowed\nStrictModes no\nUsePAM no\nPasswordAuthentication no\n"
+                          "KbdInteractiveAuthentication no\nPermitRootLogin prohibit-password\nPidFile "
+                          "none\nSetEnv SLURM_CONF=" +
                           m_cluster.Environment().value(u"SLURM_CONF"_s).toUtf8() + " SCRATCH=" + folder +
                           "/scratch\n");
         QDir{m_directory.path()}.mkdir(u"scratch"_s);
@@ -60,7 +64,8 @@ bool SshServer::Start()
     ssh.setProcessEnvironment(m_cluster.Environment());
     return QTest::qWaitFor(
         [&] {
-            ssh.start(m_cluster.ProgramFolder() + u"/ssh"_s, {u"-o"_s, u"BatchMode=yes"_s, u"login"_s, u"true"_s});
+            ssh.start(m_cluster.ProgramFolder() + u"/ssh"_s,
+                      {u"-o"_s, u"BatchMode=yes"_s, u"login"_s, u"true"_s});
             return ssh.waitForFinished() && ssh.exitCode() == 0;
         },
         20'000);

@@ -3,8 +3,8 @@
 
 #include "slurm/slurmcluster.h"
 
-/// The way by ssh to a cluster: a server of its own on the loopback address with keys made for the test, and a
-/// program "ssh" for the cluster's environment that knows it as the host "login".
+/// The way by ssh to a cluster: a server of its own on the loopback address with keys made for the test, and
+/// a program "ssh" for the cluster's environment that knows it as the host "login".
 class SshServer
 {
 public:

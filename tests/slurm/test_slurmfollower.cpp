@@ -62,8 +62,8 @@ private:
     }
     [[nodiscard]] QByteArray StateOf(const QString &job) const
     {
-        return m_cluster.Command({u"squeue"_s, u"--noheader"_s, u"--states=all"_s, u"--jobs="_s + job,
-                                  u"--format=%T"_s})
+        return m_cluster
+            .Command({u"squeue"_s, u"--noheader"_s, u"--states=all"_s, u"--jobs="_s + job, u"--format=%T"_s})
             .trimmed();
     }
     [[nodiscard]] static QString Folder(const QString &path)
@@ -92,7 +92,8 @@ void TestSlurmFollower::EndsAsItsProgram_data()
     const auto add = [this](const char *name, int end, const QByteArray &output, const QStringList &arguments,
                             const QString &folder = {}) {
         QTest::newRow(name) << end << output;
-        const QString place = Folder(m_shared.filePath(folder.isEmpty() ? QString::fromLatin1(name) : folder));
+        const QString place =
+            Folder(m_shared.filePath(folder.isEmpty() ? QString::fromLatin1(name) : folder));
         WriteTestFile(place + u"/typed"_s, "typed line\n");
         m_runs[name] = std::make_unique<SlurmFollower>(m_cluster, place, arguments);
     };
@@ -107,14 +108,16 @@ void TestSlurmFollower::EndsAsItsProgram_data()
                 u"--comment=mine --job-name 'a b'"_s}));
     const QString hard = u"a'b \"c\n$(touch broken)`\\x%j*-é"_s;
     add("hard names", 0, (u"<-x><"_s + hard + u"><>"_s).toUtf8(),
-        {u"--"_s, u"sh"_s, u"-c"_s, u"printf '<%s>' \"$@\""_s, u"sh"_s, u"-x"_s, hard, QString{}}, u"in "_s + hard);
-    add("a partition that is not there", 1, "Invalid partition name", Script(u"true"_s, {u"--partition=none"_s}));
+        {u"--"_s, u"sh"_s, u"-c"_s, u"printf '<%s>' \"$@\""_s, u"sh"_s, u"-x"_s, hard, QString{}},
+        u"in "_s + hard);
+    add("a partition that is not there", 1, "Invalid partition name",
+        Script(u"true"_s, {u"--partition=none"_s}));
     add("a program that is not there", 127, "not found", {u"--"_s, u"no-such-program"_s});
     QTest::newRow("bytes that are no text") << 0 << QByteArray{"<\xff>"};
     m_cluster.AddProgram(u"bytes"_s, "exec \"$1\" -- printf '<%s>' \"$(printf '\\377')\"\n");
-    m_runs["bytes that are no text"] =
-        std::make_unique<SlurmFollower>(m_cluster, Folder(m_shared.filePath(u"bytes"_s)),
-                                        QStringList{SlurmFollower::Program()}, m_cluster.ProgramFolder() + u"/bytes"_s);
+    m_runs["bytes that are no text"] = std::make_unique<SlurmFollower>(
+        m_cluster, Folder(m_shared.filePath(u"bytes"_s)), QStringList{SlurmFollower::Program()},
+        m_cluster.ProgramFolder() + u"/bytes"_s);
 }
 
 void TestSlurmFollower::EndsAsItsProgram()
@@ -134,8 +137,10 @@ void TestSlurmFollower::TakesUpAJob_data()
     QTest::newRow("by its number") << QString{} << 1;
     QTest::newRow("by what sbatch has printed") << u"state"_s << 1;
     QTest::newRow("by its comment") << u"state number"_s << 1;
-    QTest::newRow("by the mark of its script, when the cluster has forgotten it") << u"state number cluster"_s << 1;
-    QTest::newRow("and does not submit it again when nothing is left of it") << u"state number mark cluster"_s << 0;
+    QTest::newRow("by the mark of its script, when the cluster has forgotten it")
+        << u"state number cluster"_s << 1;
+    QTest::newRow("and does not submit it again when nothing is left of it")
+        << u"state number mark cluster"_s << 0;
     QTest::newRow("that was not submitted yet") << u"everything"_s << 1;
 }
 
@@ -228,7 +233,8 @@ void TestSlurmFollower::SaysHowTheClusterEndsAJob_data()
     QTest::newRow("cancelled there") << QByteArray{"CANCELLED, it was cancelled"} << SIGTERM;
     // Slurm counts minutes, and looks twice in one.
     if (qEnvironmentVariableIsSet("TASKMILL_TEST_TIME_LIMIT"))
-        QTest::newRow("at its time limit") << QByteArray{"TIMEOUT (TimeLimit), its time limit was reached"} << SIGKILL;
+        QTest::newRow("at its time limit")
+            << QByteArray{"TIMEOUT (TimeLimit), its time limit was reached"} << SIGKILL;
 }
 
 void TestSlurmFollower::SaysHowTheClusterEndsAJob()
@@ -281,7 +287,8 @@ void TestSlurmFollower::SharesItsQuestions()
     clock.start();
     std::vector<std::unique_ptr<SlurmFollower>> runs;
     for (int number = 0; number < count; ++number)
-        runs.push_back(std::make_unique<SlurmFollower>(m_cluster, Path(), Script(u"true"_s, {u"--sbatch=--hold"_s})));
+        runs.push_back(
+            std::make_unique<SlurmFollower>(m_cluster, Path(), Script(u"true"_s, {u"--sbatch=--hold"_s})));
     for (const auto &run : runs)
         QVERIFY(run->Says("pending (JobHeldUser)"));
     QVERIFY(m_cluster.Queries() - before <= 1 + clock.elapsed() / 10'000);

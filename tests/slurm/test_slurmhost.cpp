@@ -25,14 +25,15 @@ private:
     {
         return Path(u"there/"_s) + Folders().value(0) + u"/work/"_s + name;
     }
-    [[nodiscard]] std::unique_ptr<SlurmFollower> Run(const QByteArray &script, const QString &folder = u"here"_s) const
+    [[nodiscard]] std::unique_ptr<SlurmFollower> Run(const QByteArray &script,
+                                                     const QString &folder = u"here"_s) const
     {
         QDir{Path()}.mkpath(folder);
         WriteTestFile(Path(folder + u"/job.inp"_s), script);
         return std::make_unique<SlurmFollower>(
             m_cluster, Path(folder),
-            QStringList{u"--host"_s, u"login"_s, u"--scratch"_s, Path(u"there"_s), u"--copy=*.gbw"_s, u"--"_s, u"sh"_s,
-                        QDir{Path(folder)}.canonicalPath() + u"/job.inp"_s});
+            QStringList{u"--host"_s, u"login"_s, u"--scratch"_s, Path(u"there"_s), u"--copy=*.gbw"_s, u"--"_s,
+                        u"sh"_s, QDir{Path(folder)}.canonicalPath() + u"/job.inp"_s});
     }
 
     SlurmCluster m_cluster;
@@ -69,9 +70,12 @@ void TestSlurmHost::BringsTheResultsBack()
     run->Signal(SIGKILL);
     QCOMPARE(run->End(), endedBySignal + SIGKILL);
     QVERIFY(m_server.Start());
-    const QDir runs{Path(here) + QDir{Path(here)}.entryList({u".taskmill-slurm-*"_s}, QDir::Dirs | QDir::Hidden).value(0)};
-    SlurmFollower second{m_cluster, Path(u"here"_s),
-                         {u"--resume"_s, runs.filePath(runs.entryList(QDir::Dirs | QDir::NoDotAndDotDot).value(0))}};
+    const QDir runs{Path(here) +
+                    QDir{Path(here)}.entryList({u".taskmill-slurm-*"_s}, QDir::Dirs | QDir::Hidden).value(0)};
+    SlurmFollower second{
+        m_cluster,
+        Path(u"here"_s),
+        {u"--resume"_s, runs.filePath(runs.entryList(QDir::Dirs | QDir::NoDotAndDotDot).value(0))}};
     QCOMPARE(second.End(), 4);
     QVERIFY2(second.Output().contains("printed\n"), second.Output().constData());
     QCOMPARE(ReadTestFile(Path(here + u"job.out"_s)), "line\nend\n");
