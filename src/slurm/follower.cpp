@@ -3,7 +3,7 @@
 
 #include "slurm/durablefile.h"
 #include "slurm/endsignal.h"
-#include "slurm/submission.h"
+#include "slurm/sbatch.h"
 
 #include <algorithm>
 #include <array>

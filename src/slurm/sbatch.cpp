@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "slurm/submission.h"
+#include "slurm/sbatch.h"
 
 #include <algorithm>
 #include <array>
