@@ -16,6 +16,7 @@
 #include "kilnutil/openfileslimit.h"
 #include "kilnutil/registry.h"
 #include "kilnutil/standardstreams.h"
+#include "kilnutil/threadstart.h"
 #include "manager/version.h"
 #include "processes/process.h"
 #include "ui/appwindow.h"
@@ -312,6 +313,7 @@ int Taskmill_Run(int argc, char **argv)
     // Jobs get the environment and the limits that the manager was started with.
     (void)KilnUtil_Process::StartEnvironment();
     KilnUtil_RaiseOpenFilesLimit();
+    KilnUtil_KeepFilesForThreads();
 
     Arguments arguments{argc, argv};
     const Taskmill_StartOptions options = Taskmill_StartOptions::Parse(arguments.Texts());

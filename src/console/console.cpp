@@ -4,6 +4,7 @@
 #include "console/consoleshell.h"
 #include "console/consoleworker.h"
 #include "kilnutil/logging.h"
+#include "kilnutil/threadstart.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -68,7 +69,7 @@ void Taskmill_Console::RunSlot()
     Taskmill_Console_Worker *threadWorker = worker.release();
     threadWorker->moveToThread(&m_thread);
     connect(&m_thread, &QThread::finished, threadWorker, &QObject::deleteLater);
-    m_thread.start(QThread::InheritPriority);
+    KilnUtil_StartThread(m_thread);
     QTimer::singleShot(0, threadWorker, &Taskmill_Console_Worker::InteractSlot);
 }
 

@@ -193,6 +193,10 @@ Taskmill_CtlStatus Taskmill_ManagerCommand(std::string_view name, const Taskmill
     const std::optional<std::string> answer = Taskmill_AnswerOf(*manager, message);
     if (!answer)
         return Taskmill_CtlStatus::NoManager;
+    if (answer->empty()) {
+        Taskmill_PrintError("the manager has gone away without an answer");
+        return Taskmill_CtlStatus::NoManager;
+    }
     const std::size_t end = std::min(answer->find('\n'), answer->size());
     const std::string first = answer->substr(0, end);
     if (first.starts_with(Taskmill_WireRefused)) {

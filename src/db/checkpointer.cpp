@@ -2,8 +2,10 @@
 #include "db/checkpointer.h"
 
 #include "kilnutil/logging.h"
+#include "kilnutil/threadstart.h"
 
 #include <chrono>
+#include <utility>
 
 #include <sqlite3.h>
 
@@ -16,6 +18,8 @@ constexpr std::chrono::milliseconds collecting{900};
 constexpr qint64 mostCollected = 500;
 /// In pages: the disk gets back what a longer one takes.
 constexpr int longLog = 20'000;
+/// So long nobody has to have written before the log is shortened: the next commit would wait for that.
+constexpr std::chrono::seconds quietTime{1};
 
 /// The base of the copy was written without waiting for the disk.
 void SyncFile(sqlite3 *database)
@@ -32,7 +36,7 @@ Taskmill_Checkpointer::Taskmill_Checkpointer(const QString &path)
     , m_thread{QThread::create([this] { Run(); })}
 {
     m_thread->setObjectName(u"checkpoints"_s);
-    m_thread->start();
+    KilnUtil_StartThread(*m_thread);
 }
 
 Taskmill_Checkpointer::~Taskmill_Checkpointer()
@@ -78,21 +82,35 @@ qint64 Taskmill_Checkpointer::WaitForChanges()
     return m_ends ? 0 : m_lastChange;
 }
 
-bool Taskmill_Checkpointer::Store(sqlite3 *database) const
+bool Taskmill_Checkpointer::Store(sqlite3 *database)
 {
     int inLog = 0;
     int copied = 0;
     // What does not fit now, because somebody reads, is brought over the next time.
     const int result =
         sqlite3_wal_checkpoint_v2(database, nullptr, SQLITE_CHECKPOINT_PASSIVE, &inLog, &copied);
-    if (result != SQLITE_OK && result != SQLITE_BUSY)
+    const bool hasFailed = result != SQLITE_OK && result != SQLITE_BUSY;
+    if (hasFailed && !std::exchange(m_isFailureLogged, true))
         qCWarning(Taskmill_DBLog, "Cannot bring changes into %ls: %s", qUtf16Printable(m_path),
                   sqlite3_errstr(result));
+    m_isFailureLogged = hasFailed;
     const bool isAllStored = result == SQLITE_OK && copied == inLog;
-    // In a pause after many changes.
-    if (isAllStored && inLog > longLog)
-        sqlite3_wal_checkpoint_v2(database, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+    m_isLogLong = inLog > longLog;
     return isAllStored;
+}
+
+void Taskmill_Checkpointer::ShortenLog(sqlite3 *database)
+{
+    const std::unique_lock nobodyWrites{m_logMutex, std::try_to_lock};
+    if (nobodyWrites)
+        sqlite3_wal_checkpoint_v2(database, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+    m_isLogLong = false;
+}
+
+bool Taskmill_Checkpointer::IsPause()
+{
+    std::unique_lock lock{m_mutex};
+    return !m_wake.wait_for(lock, quietTime, [this] { return m_lastChange > m_stored || m_ends; });
 }
 
 void Taskmill_Checkpointer::Run()
@@ -108,6 +126,8 @@ void Taskmill_Checkpointer::Run()
                 const std::lock_guard lock{m_mutex};
                 m_stored = change;
             }
+            if (m_isLogLong && IsPause())
+                ShortenLog(database);
         }
     }
     sqlite3_close(database);

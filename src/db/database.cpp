@@ -277,6 +277,7 @@ bool Taskmill_Database::InTransaction(const std::function<bool()> &write)
     if (m_isInTransaction)
         return write();
     const QScopedValueRollback inside{m_isInTransaction, true};
+    const auto log = m_checkpointer ? m_checkpointer->HoldLog() : std::unique_lock<std::mutex>{};
     KilnUtil_Database_Transaction transaction{*this};
     if (!transaction.HasBegun())
         return false;

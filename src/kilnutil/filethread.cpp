@@ -2,6 +2,7 @@
 #include "kilnutil/filethread.h"
 
 #include "kilnutil/logging.h"
+#include "kilnutil/threadstart.h"
 
 #include <QDeadlineTimer>
 #include <QMutex>
@@ -91,7 +92,7 @@ void KilnUtil_FileThread::Start()
     m_shared->owner = this;
     m_thread.reset(QThread::create([shared = m_shared] { shared->Run(); }));
     m_thread->setObjectName(u"files"_s);
-    m_thread->start();
+    KilnUtil_StartThread(*m_thread);
 }
 
 void KilnUtil_FileThread::LetGo(std::chrono::milliseconds longestWait)

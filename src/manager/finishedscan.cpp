@@ -2,6 +2,7 @@
 #include "manager/finishedscan.h"
 
 #include "db/finishedjobreader.h"
+#include "kilnutil/threadstart.h"
 
 #include <QElapsedTimer>
 
@@ -165,7 +166,7 @@ void Taskmill_FinishedScan::StartThread()
     m_running = m_reading;
     m_thread.reset(QThread::create(read));
     m_thread->setObjectName(u"history"_s);
-    m_thread->start();
+    KilnUtil_StartThread(*m_thread);
 }
 
 void Taskmill_FinishedScan::TakeResult(const std::shared_ptr<Reading> &reading)

@@ -2,6 +2,7 @@
 #include "manager/processworker.h"
 
 #include "kilnutil/logging.h"
+#include "kilnutil/threadstart.h"
 #include "manager/runningjobs.h"
 
 #include <QDeadlineTimer>
@@ -81,7 +82,7 @@ Taskmill_ProcessWorker::Taskmill_ProcessWorker(Taskmill_ProcessInspector &inspec
     connect(m_threadSide, &Taskmill_ProcessThreadSide::ListedSignal, this,
             &Taskmill_ProcessWorker::ListedSignal);
     connect(m_thread.get(), &QThread::finished, m_threadSide, &QObject::deleteLater);
-    m_thread->start();
+    KilnUtil_StartThread(*m_thread);
 }
 
 Taskmill_ProcessWorker::~Taskmill_ProcessWorker()

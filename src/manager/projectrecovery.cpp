@@ -267,8 +267,9 @@ std::optional<Taskmill_LeftProject> Taskmill_ProjectRecovery::FindNeverSaved()
         const QString path = QDir::toNativeSeparators(candidate.copy->Path());
         if (candidate.IsNeverSaved())
             m_notices +=
-                u"Another project that was never saved was left behind, with %1: %2. A start without a project file takes up one after the other, with a window or without as they were."_s
-                    .arg(CountText(candidate.changes), path);
+                u"Another project that was never saved was left behind, with %1: %2. %3 without a project file takes it up."_s
+                    .arg(CountText(candidate.changes), path,
+                         candidate.mode == u"window"_s ? u"taskmill"_s : u"taskmill -console"_s);
         else if (!QFileInfo::exists(candidate.project))
             m_notices += u"%1 of the project %2, whose file is gone, were left in %3."_s.arg(
                 CountText(candidate.changes), QDir::toNativeSeparators(candidate.project), path);

@@ -2,6 +2,7 @@
 #include "manager/resultworker.h"
 
 #include "kilnutil/logging.h"
+#include "kilnutil/threadstart.h"
 
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
@@ -190,7 +191,7 @@ Taskmill_ResultWorker::Taskmill_ResultWorker(std::chrono::milliseconds interval,
     connect(m_threadSide, &Taskmill_ResultThreadSide::ReportsSignal, this,
             &Taskmill_ResultWorker::ReportsSignal);
     connect(m_thread.get(), &QThread::finished, m_threadSide, &QObject::deleteLater);
-    m_thread->start(QThread::LowPriority);
+    KilnUtil_StartThread(*m_thread, QThread::LowPriority);
 }
 
 Taskmill_ResultWorker::~Taskmill_ResultWorker()

@@ -172,12 +172,16 @@ void Taskmill_ProgressPage::Show(const Taskmill_ProgramResult &state, bool isCom
     const qint64 first = qMax<qint64>(1, state.Steps - count + 1);
     KilnUtil_PlotSeries energy = SeriesOf(u"Energy"_s, EmptyText());
     energy.FirstStep = first;
+    energy.LastStep = state.Steps;
     energy.Values = energies;
     KilnUtil_PlotSeries change =
         SeriesOf(u"Change of energy"_s, count == 1 ? u"There is only one energy."_s : EmptyText());
     change.Scale = KilnUtil_PlotAxis::Scale::Logarithmic;
     change.FirstStep = first;
-    change.Values = ChangesOf(energies);
+    // What a program calculates of the structure of the last step is no change.
+    const QList<double> ofSteps =
+        state.Steps > 0 ? energies.first(qMin(count, state.Steps - first + 1)) : energies;
+    change.Values = ChangesOf(ofSteps);
     KilnUtil_PlotSeries cycles = SeriesOf(isComplete ? u"Last SCF"_s : u"SCF of this step"_s,
                                           count == 0 ? EmptyText() : u"No SCF cycles in the output."_s);
     cycles.StepName = u"cycle"_s;
@@ -193,8 +197,8 @@ void Taskmill_ProgressPage::Show(const Taskmill_ProgramResult &state, bool isCom
         parts += u"%1 steps, %2 hartree"_s.arg(state.Steps).arg(energies.last(), 0, 'f', 6);
     else if (count > 0)
         parts += Taskmill_ProgressText(state);
-    if (count > 1)
-        parts += u"last change %1 hartree"_s.arg(energies.last() - energies[count - 2], 0, 'e', 2);
+    if (const qsizetype steps = ofSteps.size(); steps > 1)
+        parts += u"last change %1 hartree"_s.arg(ofSteps[steps - 1] - ofSteps[steps - 2], 0, 'e', 2);
     m_caption->SetText(parts.join(u"  ·  "_s));
     m_copyPicture->setEnabled(count > 0);
     m_copyCsv->setEnabled(count > 0);
@@ -227,11 +231,12 @@ QString Taskmill_ProgressPage::Csv() const
     const KilnUtil_PlotSeries &energy = m_energy->Series();
     QString text = u"step,energy (hartree),change of energy (hartree)\n"_s;
     for (qsizetype index = 0; index < energy.Values.size(); ++index) {
-        const QString change =
-            index == 0 ? QString{}
-                       : QString::number(energy.Values[index] - energy.Values[index - 1], 'g', 10);
-        text += u"%1,%2,%3\n"_s.arg(energy.FirstStep + index)
-                    .arg(QString::number(energy.Values[index], 'g', 15), change);
+        const bool isStep = index < m_change->Series().Values.size();
+        const QString change = index > 0 && isStep
+                                   ? QString::number(energy.Values[index] - energy.Values[index - 1], 'g', 10)
+                                   : QString{};
+        text += u"%1,%2,%3\n"_s.arg(isStep ? QString::number(energy.FirstStep + index) : QString{},
+                                    QString::number(energy.Values[index], 'g', 15), change);
     }
     return text;
 }

@@ -175,9 +175,17 @@ QString KilnUtil_PlotWidget::TextOf(qsizetype index) const
         return {};
     const double value = m_series.Values[index];
     const bool isLogarithmic = m_series.Scale == KilnUtil_PlotAxis::Scale::Logarithmic;
-    return u"%1 %2: %3 %4"_s.arg(m_series.StepName)
-        .arg(m_series.FirstStep + index)
-        .arg(isLogarithmic ? QString::number(value, 'e', 2) : QString::number(value, 'f', 6), m_series.Unit);
+    return u"%1: %2 %3"_s.arg(NameOf(index),
+                              isLogarithmic ? QString::number(value, 'e', 2) : QString::number(value, 'f', 6),
+                              m_series.Unit);
+}
+
+QString KilnUtil_PlotWidget::NameOf(qsizetype index) const
+{
+    const qint64 step = m_series.FirstStep + index;
+    return m_series.LastStep > 0 && step > m_series.LastStep
+               ? u"after %1 %2"_s.arg(m_series.StepName).arg(m_series.LastStep)
+               : u"%1 %2"_s.arg(m_series.StepName).arg(step);
 }
 
 void KilnUtil_PlotWidget::Mark(qsizetype index)

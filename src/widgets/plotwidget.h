@@ -16,6 +16,7 @@ struct KilnUtil_PlotSeries
     QString EmptyText; ///< shown where there is nothing to draw
     KilnUtil_PlotAxis::Scale Scale = KilnUtil_PlotAxis::Scale::Linear;
     qint64 FirstStep = 1; ///< number of the step of the first value
+    qint64 LastStep = 0;  ///< values behind it come from what followed the steps; 0: there are none
     QList<double> Values; ///< on a logarithmic scale those that are not positive are left out
 
     bool operator==(const KilnUtil_PlotSeries &) const = default;
@@ -36,6 +37,8 @@ public:
 
     /// Index of the value that is marked; -1 for none.
     [[nodiscard]] qsizetype MarkedIndex() const { return m_marked; }
+    /// Such as "step 12", or "after step 12".
+    [[nodiscard]] QString NameOf(qsizetype index) const;
     /// Where that value is drawn.
     [[nodiscard]] QPointF PointOf(qsizetype index) const;
     /// Such as "step 12: -40.123456 hartree"; empty when there is no such value.

@@ -51,6 +51,15 @@ void Remove(const std::string &path)
     std::error_code error;
     fs::remove(PathOf(path), error);
 }
+
+/// Empty when a run cannot have such a name, or nobody such a word.
+std::string LineOf(const std::string &runID, const std::string &claimant)
+{
+    Taskmill_RunRecord record{Taskmill_RunRecord::Kind::Claim, runID};
+    record.claimant = claimant;
+    const std::string line = record.ToLine();
+    return Taskmill_RunRecord::FromLine(line) ? line : std::string{};
+}
 } // namespace
 
 Taskmill_RunJournals::Taskmill_RunJournals(std::string runFolder)
@@ -119,7 +128,14 @@ bool Taskmill_RunJournals::Claim(const std::string &runID, const std::string &cl
     if (!lock.IsHeld())
         return false;
     Refresh();
-    return ClaimLocked(runID, claimant);
+    const Claimed claimed = StateOf(runID, claimant);
+    if (claimed != Claimed::ByNobody)
+        return claimed == Claimed::ByClaimant;
+    Run &run = m_runs.at(runID);
+    if (!Taskmill_AppendToJournal(run.journal, LineOf(runID, claimant)))
+        return false;
+    run.claimant = claimant;
+    return true;
 }
 
 Taskmill_RunJournals::Claims Taskmill_RunJournals::ClaimAll(const std::vector<std::string> &runIDs,
@@ -131,16 +147,23 @@ Taskmill_RunJournals::Claims Taskmill_RunJournals::ClaimAll(const std::vector<st
         return Claims::Busy;
     bool areAllTaken = true;
     Refresh();
+    std::map<std::string, std::string> linesOfJournals;
     for (const std::string &runID : runIDs) {
+        const Claimed claimed = StateOf(runID, claimant);
         // A run that was never started has no result to be taken.
-        if (!ClaimLocked(runID, claimant) && m_runs.contains(runID))
+        if (claimed == Claimed::ByOtherOrNotYet && m_runs.contains(runID))
             areAllTaken = false;
+        if (claimed == Claimed::ByNobody)
+            linesOfJournals[m_runs.at(runID).journal] += LineOf(runID, claimant);
         m_runs.erase(runID);
     }
+    for (const auto &[journal, lines] : linesOfJournals)
+        areAllTaken = Taskmill_AppendToJournal(journal, lines) && areAllTaken;
     return areAllTaken ? Claims::AllTaken : Claims::SomeNotTaken;
 }
 
-bool Taskmill_RunJournals::ClaimLocked(const std::string &runID, const std::string &claimant)
+Taskmill_RunJournals::Claimed Taskmill_RunJournals::StateOf(const std::string &runID,
+                                                            const std::string &claimant)
 {
     auto run = m_runs.find(runID);
     if (run == m_runs.end() || !run->second.end) {
@@ -149,17 +172,11 @@ bool Taskmill_RunJournals::ClaimLocked(const std::string &runID, const std::stri
         Refresh();
         run = m_runs.find(runID);
         if (run == m_runs.end() || (isAlive && !run->second.end))
-            return false;
+            return Claimed::ByOtherOrNotYet;
     }
-    if (!run->second.claimant.empty())
-        return WordOf(run->second.claimant) == WordOf(claimant);
-    Taskmill_RunRecord record{Taskmill_RunRecord::Kind::Claim, runID};
-    record.claimant = claimant;
-    if (!Taskmill_RunRecord::FromLine(record.ToLine()) ||
-        !Taskmill_AppendToJournal(run->second.journal, record.ToLine()))
-        return false;
-    run->second.claimant = claimant;
-    return true;
+    if (run->second.claimant.empty())
+        return LineOf(runID, claimant).empty() ? Claimed::ByOtherOrNotYet : Claimed::ByNobody;
+    return WordOf(run->second.claimant) == WordOf(claimant) ? Claimed::ByClaimant : Claimed::ByOtherOrNotYet;
 }
 
 void Taskmill_RunJournals::Tidy()

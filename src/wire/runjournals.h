@@ -57,7 +57,14 @@ public:
     void Tidy();
 
 private:
-    [[nodiscard]] bool ClaimLocked(const std::string &runID, const std::string &claimant);
+    enum class Claimed
+    {
+        ByNobody, ///< the run has ended and can be claimed
+        ByClaimant,
+        ByOtherOrNotYet ///< not to be claimed: somebody else has it, nobody knows it, or it still runs
+    };
+    /// The lock on the claims is held.
+    [[nodiscard]] Claimed StateOf(const std::string &runID, const std::string &claimant);
     void ReadNewLines(const std::string &journal);
     void Take(const std::string &journal, const Taskmill_RunRecord &record);
     void RemoveFilesOfUnknownRuns(const std::string &folder);

@@ -33,7 +33,8 @@ private:
 /// Whether a keeper, or the process that starts them, can still append to that journal.
 [[nodiscard]] bool Taskmill_IsJournalInUse(const std::string &journal);
 
-/// Appends a line at once, behind the end of the last whole one. False when it is not there whole.
+/// Appends one line or several at once, behind the end of the last whole one. False when it is not there
+/// whole.
 [[nodiscard]] bool Taskmill_AppendToJournal(const std::string &journal, const std::string &line);
 
 /// Held by one program at a time while it claims results or tidies up; waits for the others, which take

@@ -396,6 +396,31 @@ private Q_SLOTS:
         QCOMPARE(manager.CurrentDatabase(), nullptr);
     }
 
+    /// A transaction that has read something is refused while somebody else holds the lock.
+    void LogIsShortenedWhileNobodyWrites()
+    {
+        const auto database = MakeClosedDatabase();
+        database->SetStoragePath(Path(u"work.db"_s));
+        QVERIFY(database->InsertGeneralData(u"Large"_s, {}, true));
+        database->StartCheckpoints();
+        int number = 0;
+        const auto write = [&](int length) {
+            return database->AsOneChange([&] {
+                QString text;
+                return database->GetGeneralData(u"Large"_s, text) &&
+                       database->InsertGeneralData(u"Text %1"_s.arg(++number), QString{length, QChar{u'x'}},
+                                                   true);
+            });
+        };
+        // Longer than the log may stay.
+        while (number < 1500)
+            QVERIFY2(write(60'000), QByteArray::number(number));
+        const qint64 longOne = database->LastCommit();
+        for (int afterwards = 0; afterwards < 2000; afterwards += database->IsStored(longOne))
+            QVERIFY2(write(1), QByteArray::number(number));
+        QTRY_COMPARE_WITH_TIMEOUT(QFileInfo{Path(u"work.db-wal"_s)}.size(), 0, 20'000);
+    }
+
 private:
     /// All that the tests of one database look at.
     static QByteArray Dump(Taskmill_Database &database)

@@ -7,6 +7,8 @@
 #include "kilnutil/statefolder.h"
 #include "kilnutil/stringutil.h"
 #include "kilnutil/textencoding.h"
+#include "kilnutil/threadstart.h"
+#include "support/openfileslimit.h"
 #include "support/testcase.h"
 #include "wire/utf8.h"
 
@@ -145,6 +147,19 @@ private Q_SLOTS:
         KilnUtil_IDManager manager{std::numeric_limits<int>::max() - 1, 1};
         QCOMPARE(manager.NewID(), std::numeric_limits<int>::max());
         QCOMPARE(manager.NewID(), 1);
+    }
+
+    void ThreadBeginsWhileNoFileCanBeOpened()
+    {
+        KilnUtil_KeepFilesForThreads();
+        const OpenFilesLimit noFiles;
+        for (int i = 0; i < 3; ++i) {
+            bool hasRun = false;
+            const std::unique_ptr<QThread> thread{QThread::create([&hasRun] { hasRun = true; })};
+            KilnUtil_StartThread(*thread);
+            QVERIFY(thread->wait());
+            QVERIFY(hasRun);
+        }
     }
 
     void BytesBecomeText()

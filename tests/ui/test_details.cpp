@@ -346,19 +346,23 @@ private Q_SLOTS:
     {
         DetailsPlace place;
         Taskmill_JobRecord job = place.Job(1, {});
-        job.StdOutAndStdErr = OutputOfTwoSteps();
+        job.StdOutAndStdErr =
+            OutputOfTwoSteps() + u"          | TOTAL ENERGY              -40.610000000000 Eh   |\n"_s;
         place.Add(job);
         place.Add(place.Job(2, {}));
         place.ChooseRow(0);
         place.ShowDetails(Progress);
         const auto plots = place.splitter->findChildren<KilnUtil_PlotWidget *>();
         QCOMPARE(plots.size(), 3);
-        QTRY_COMPARE(plots[0]->Series().Values, (QList<double>{-40.5, -40.6}));
+        QTRY_COMPARE(plots[0]->Series().Values, (QList<double>{-40.5, -40.6, -40.61}));
         QTRY_COMPARE(plots[2]->Series().Values, QList<double>{-40.6});
         QVERIFY(plots[1]->TextOf(0).isEmpty());
+        // The energy of the last structure comes after the steps and is no change.
+        QCOMPARE(plots[0]->TextOf(2), u"after step 2: -40.610000 hartree"_s);
         QCOMPARE(plots[1]->TextOf(1), u"step 2: 1.00e-01 hartree"_s);
+        QCOMPARE(plots[1]->Series().Values.size(), 2);
         QCOMPARE(place.PageOf<Taskmill_ProgressPage>().Csv(),
-                 u"step,energy (hartree),change of energy (hartree)\n1,-40.5,\n2,-40.6,-0.1\n"_s);
+                 u"step,energy (hartree),change of energy (hartree)\n1,-40.5,\n2,-40.6,-0.1\n,-40.61,\n"_s);
         place.ChooseRow(1);
         QTRY_VERIFY(plots[0]->Series().Values.isEmpty());
         QCOMPARE(plots[0]->accessibleDescription(), u"The output shows no energies."_s);
