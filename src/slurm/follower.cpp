@@ -279,11 +279,13 @@ const Taskmill_SharedQueue::Listing &Taskmill_SlurmFollower::LookAtQueue()
     if (m_queue.HasAsked() && listing.isAnswer)
         m_cancellations.Repeat(m_arguments.host, listing.text, run);
     const bool isFailure = listing.askedMs > m_submittedMs && !listing.isAnswer;
-    if ((isFailure || m_queue.IsAnswerLate()) && !m_isSilent) {
+    const bool isLate = m_queue.IsAnswerLate() && !m_isSlow;
+    if ((isFailure || isLate) && !m_isSilent) {
         m_isSilent = true;
-        m_reporter.Say("the cluster does not answer" +
-                       (isFailure ? " (" + listing.text + ")" : std::string{}) + "; it is asked again");
-    } else if (listing.isAnswer && !m_queue.IsAnswerLate() && std::exchange(m_isSilent, false)) {
+        m_reporter.Say("the cluster does not answer" + (isFailure ? " (" + listing.text + ")" : std::string{}) +
+                       "; it is asked again");
+    } else if (listing.isAnswer && !isLate && std::exchange(m_isSilent, false)) {
+        m_isSlow = true;
         m_reporter.Say("the cluster answers again");
     }
     return listing;
@@ -389,7 +391,6 @@ void Taskmill_SlurmFollower::BeginCancel()
                          .number = m_state.job,
                          .askedMs = Taskmill_NowMs()});
     m_reporter.Say("cancels " + Named("on the cluster"));
-    m_cancelPauseMs = 1000;
 }
 
 void Taskmill_SlurmFollower::CancelAgain()

@@ -81,6 +81,7 @@ private:
     std::string m_mark; ///< what the batch script had written when that was shown
     bool m_isStored = true;
     bool m_mustLeave = false;
+    bool m_isSlow = false;           ///< it answers, but late: that is said once
     bool m_isSilent = false;     ///< the cluster does not answer
     long long m_submittedMs = 0; ///< listings of before say nothing; 0 for those of a run taken up
     long long m_lookedMs = 0;    ///< at the files
@@ -89,7 +90,7 @@ private:
     int m_missing = 0;    ///< listings without the job, in a row
     int m_unfinished = 0; ///< listings in a row that say that it has ended in a way that may not be the last
     long long m_cancelAtMs = 0;
-    int m_cancelPauseMs = 0;
+    int m_cancelPauseMs = 1000;
     bool m_isCancelSent = false;
     std::optional<Taskmill_ShellEnd> m_end;
 };

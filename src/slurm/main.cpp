@@ -9,10 +9,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <set>
 
@@ -124,6 +126,23 @@ int Resume(const std::string &name)
         Taskmill_SlurmFollower{folder, *arguments, *Taskmill_ReadClusterState(folder), SharedFolder()}.Run());
 }
 
+/// Runs that have ended long ago: whoever wanted their ends has them.
+void RemoveOldRuns(const std::string &above)
+{
+    namespace fs = std::filesystem;
+    constexpr std::chrono::hours longAgo{24 * 30};
+    std::error_code error;
+    for (const fs::directory_entry &run : fs::directory_iterator{above, error}) {
+        const bool isLink = run.is_symlink(error);
+        const bool isOld = !isLink && fs::file_time_type::clock::now() - run.last_write_time(error) > longAgo;
+        if (isLink ? !fs::exists(run.path(), error) && !error : isOld && !error) {
+            const auto state = Taskmill_ReadClusterState(run.path().string());
+            if (isLink || (state && state->phase == Taskmill_ClusterState::Phase::Ended))
+                fs::remove_all(run.path(), error);
+        }
+    }
+}
+
 /// The folder of a new run; empty, and why, when there can be none.
 std::string MakeRunFolder(const std::string &runID, std::string &error)
 {
@@ -134,6 +153,8 @@ std::string MakeRunFolder(const std::string &runID, std::string &error)
     std::string folder;
     if (workFolder.empty() || !Taskmill_MakeOwnFolder(above, isNew))
         error = above + ": " + std::strerror(errno);
+    else
+        RemoveOldRuns(above);
     isNew = false;
     // A script may have more than one job of the cluster in one run.
     for (int number = 1; error.empty() && !isNew; ++number) {

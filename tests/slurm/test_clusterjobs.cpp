@@ -144,7 +144,11 @@ void TestClusterJobs::RunsAQueue()
     const int count = qMax(6, qEnvironmentVariableIntValue("TASKMILL_TEST_CLUSTER_JOBS"));
     const int limit = qMax(2, count / 5);
     constexpr int kindsOfEnds = 3;
-    QVERIFY(Project().AddType(u"Cluster"_s, SlurmFollower::Program(), u"@EXEFILE -- sh @INFILE"_s));
+    QCOMPARE(RunCtl({u"project"_s, u"create"_s, Project().ProjectPath()}).status, 0);
+    const CtlResult added =
+        RunCtl({u"types"_s, u"add"_s, Project().ProjectPath(), u"--name"_s, u"Cluster"_s, u"--exe"_s, u"sh"_s,
+                u"--slurm"_s, u"--cores 1 --prepare \"export BASE=1\""_s});
+    QVERIFY2(added.status == 0, added.err.constData());
     QVERIFY(Project().Start());
     static_cast<void>(Manager().Command("set long limit " + QByteArray::number(limit)));
     for (int number = 0; number < count; ++number) {
@@ -155,8 +159,8 @@ void TestClusterJobs::RunsAQueue()
             Project().Path(QString::fromLatin1(name + ".sh")),
             "ls running-* 2>/dev/null | wc -l >>counts\n: >running-" + name + "\necho start >>" + name +
                 ".starts\nmopac " + name + ".mop >/dev/null || exit 99\nrm running-" + name +
-                "\ngrep -q 'FINAL HEAT OF FORMATION' " + name + ".out || exit 98\nexit " +
-                QByteArray::number(number % kindsOfEnds) + "\n");
+                "\ngrep -q 'FINAL HEAT OF FORMATION' " + name + ".out || exit 98\nexit $((BASE - 1 + " +
+                QByteArray::number(number % kindsOfEnds) + "))\n");
         QVERIFY(Manager().Submit(u"Cluster"_s, script, u"long"_s).startsWith("accepted"));
     }
     static_cast<void>(Manager().Command("unpause long jobs"));

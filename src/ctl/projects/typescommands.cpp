@@ -2,7 +2,9 @@
 #include "ctl/projects/output.h"
 #include "ctl/projects/projectcommands.h"
 #include "ctl/projects/projectfile.h"
+#include "jobs/clusterrun.h"
 #include "jobs/destination.h"
+#include "kilnutil/filesys.h"
 #include "manager/listings.h"
 #include "manager/texttable.h"
 
@@ -73,11 +75,23 @@ std::optional<qint32> KillGrace(const QCommandLineParser &parser)
                                                                                      : std::nullopt;
 }
 
+/// Of a job type that runs here the same as one that runs on a cluster.
+Taskmill_JobType OnCluster(Taskmill_JobType jobType, const QCommandLineParser &parser)
+{
+    const QString program = KilnUtil_FileSys::ConvertFilename(parser.value(u"exe"_s), true, false);
+    jobType.ExecutablePath = Taskmill_ClusterRun::Program({});
+    const auto place = jobType.GenericCommandLine.indexOf("@EXEFILE"_L1);
+    if (place >= 0)
+        jobType.GenericCommandLine.insert(place + QLatin1StringView{"@EXEFILE"}.size(),
+                                          u' ' + parser.value(u"slurm"_s).trimmed() + u" -- "_s + program);
+    return jobType;
+}
+
 Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
 {
     const QFileInfo executable{parser.value(u"exe"_s)};
     const QString queue = parser.value(u"queue"_s);
-    return {.Name = parser.value(u"name"_s),
+    const Taskmill_JobType jobType{.Name = parser.value(u"name"_s),
             .ApplicationName = parser.isSet(u"app"_s) ? parser.value(u"app"_s) : executable.fileName(),
             .ExecutablePath = executable.absoluteFilePath(),
             .DefaultQueue = Taskmill_QueueNameFromKey(static_cast<int>(Taskmill_QueueKeyFromName(queue))),
@@ -86,6 +100,7 @@ Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
             .OutputFileFilter = parser.value(u"output-filter"_s),
             .EnvironmentVariables = parser.values(u"env"_s).join(u'\n'),
             .KillGraceSeconds = KillGrace(parser).value_or(Taskmill_JobType::DefaultKillGrace)};
+    return parser.isSet(u"slurm"_s) ? OnCluster(jobType, parser) : jobType;
 }
 
 /// What is wrong with the job type; empty when it can be used.
@@ -94,7 +109,8 @@ QString Fault(const QCommandLineParser &parser, const Taskmill_JobType &jobType)
     if (jobType.Name.isEmpty() || jobType.ApplicationName.isEmpty())
         return u"a job type needs --name and --exe"_s;
     if (!QFileInfo{jobType.ExecutablePath}.isFile())
-        return u"the executable does not exist: %1"_s.arg(parser.value(u"exe"_s));
+        return u"the executable does not exist: %1"_s.arg(
+            parser.isSet(u"slurm"_s) ? jobType.ExecutablePath : parser.value(u"exe"_s));
     if (!IsQueue(parser.value(u"queue"_s)))
         return u"--queue needs long, short, queueless or none"_s;
     if (!std::ranges::all_of(parser.values(u"env"_s), IsVariable))
@@ -161,6 +177,9 @@ void Taskmill_AddTypesAddOptions(QCommandLineParser &parser)
         {u"kill-grace"_s, u"Seconds that a killed job has to end by itself, 0 to 60."_s, u"SECONDS"_s,
          QString::number(Taskmill_JobType::DefaultKillGrace)},
         {u"env"_s, u"Environment variable. May be repeated."_s, u"NAME=VALUE"_s},
+        {u"slurm"_s,
+         u"Run it on a Slurm cluster with these options of taskmill-slurm; the program is one of the cluster."_s,
+         u"OPTIONS"_s},
     });
 }
 
