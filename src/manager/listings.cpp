@@ -134,10 +134,12 @@ QJsonValue EnvironmentInJson(const JobType &jobType)
     return QJsonArray::fromStringList(jobType.EnvironmentVariables.split(u'\n', Qt::SkipEmptyParts));
 }
 
-/// Such as "job 4711, RUNNING on node3 since 2026-11-22 12:01". Reads a file in the folder of the input.
+/// Of a running job, such as "job 4711, RUNNING on node3 since 2026-11-22 12:01". Reads a file in the folder
+/// of the input.
 QString Cluster(const Job &job)
 {
-    if (job.Run.isEmpty() || !Taskmill_ClusterRun::IsFollower(job.JobType.ExecutablePath))
+    if (job.Status != Taskmill_JobStatus::Running || job.Run.isEmpty() ||
+        !Taskmill_ClusterRun::IsFollower(job.JobType.ExecutablePath))
         return {};
     const auto state = Taskmill_ClusterRun{Taskmill_ClusterRun::WorkFolderOf(job.InputFilePath),
                                            Taskmill_RunOfJob{job.Run}.RunID}

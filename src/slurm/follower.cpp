@@ -282,8 +282,8 @@ const Taskmill_SharedQueue::Listing &Taskmill_SlurmFollower::LookAtQueue()
     const bool isLate = m_queue.IsAnswerLate() && !m_isSlow;
     if ((isFailure || isLate) && !m_isSilent) {
         m_isSilent = true;
-        m_reporter.Say("the cluster does not answer" + (isFailure ? " (" + listing.text + ")" : std::string{}) +
-                       "; it is asked again");
+        m_reporter.Say("the cluster does not answer" +
+                       (isFailure ? " (" + listing.text + ")" : std::string{}) + "; it is asked again");
     } else if (listing.isAnswer && !isLate && std::exchange(m_isSilent, false)) {
         m_isSlow = true;
         m_reporter.Say("the cluster answers again");

@@ -81,7 +81,7 @@ private:
     std::string m_mark; ///< what the batch script had written when that was shown
     bool m_isStored = true;
     bool m_mustLeave = false;
-    bool m_isSlow = false;           ///< it answers, but late: that is said once
+    bool m_isSlow = false;       ///< it answers, but late: that is said once
     bool m_isSilent = false;     ///< the cluster does not answer
     long long m_submittedMs = 0; ///< listings of before say nothing; 0 for those of a run taken up
     long long m_lookedMs = 0;    ///< at the files

@@ -113,7 +113,7 @@ void TestClusterJobs::IsNeverLost()
         WriteTestFile(Project().Path(u"go"_s), {});
     if (killed.contains("taskmill"))
         QVERIFY(Project().Start());
-    QTRY_VERIFY_WITH_TIMEOUT(isProgramDone || Processes("taskmill-slurm").size() == 1, 30'000);
+    QTRY_VERIFY_WITH_TIMEOUT(isProgramDone || Processes("taskmill-slurm").size() == 1, 60'000);
     WriteTestFile(Project().Path(u"go"_s), {});
     QTRY_VERIFY_WITH_TIMEOUT(Manager().Command("list finished jobs").contains("work"), 60'000);
     QCOMPARE(Manager().Quit({"yes", "yes"}), ManagerEnd{.status = 0});
@@ -171,7 +171,9 @@ void TestClusterJobs::RunsAQueue()
     QCOMPARE(rows.finishedJobs.size(), count);
     for (const Taskmill_JobRecord &job : rows.finishedJobs) {
         const QString name = QFileInfo{job.InputFilePath}.completeBaseName();
-        QCOMPARE(job.ExitCode, name.mid(5).toInt() % kindsOfEnds);
+        const int code = name.mid(5).toInt() % kindsOfEnds;
+        QCOMPARE(job.Status, code == 0 ? Taskmill_JobStatus::Completed : Taskmill_JobStatus::Failed);
+        QCOMPARE(job.ExitCode.value_or(0), code);
         QCOMPARE(ReadTestFile(Project().Path(name + u".starts"_s)), "start\n");
     }
     for (const QByteArray &running : ReadTestFile(Project().Path(u"counts"_s)).split('\n'))

@@ -91,15 +91,16 @@ Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
 {
     const QFileInfo executable{parser.value(u"exe"_s)};
     const QString queue = parser.value(u"queue"_s);
-    const Taskmill_JobType jobType{.Name = parser.value(u"name"_s),
-            .ApplicationName = parser.isSet(u"app"_s) ? parser.value(u"app"_s) : executable.fileName(),
-            .ExecutablePath = executable.absoluteFilePath(),
-            .DefaultQueue = Taskmill_QueueNameFromKey(static_cast<int>(Taskmill_QueueKeyFromName(queue))),
-            .GenericCommandLine = parser.value(u"command-line"_s),
-            .InputFileFilter = parser.value(u"input-filter"_s),
-            .OutputFileFilter = parser.value(u"output-filter"_s),
-            .EnvironmentVariables = parser.values(u"env"_s).join(u'\n'),
-            .KillGraceSeconds = KillGrace(parser).value_or(Taskmill_JobType::DefaultKillGrace)};
+    const Taskmill_JobType jobType{
+        .Name = parser.value(u"name"_s),
+        .ApplicationName = parser.isSet(u"app"_s) ? parser.value(u"app"_s) : executable.fileName(),
+        .ExecutablePath = executable.absoluteFilePath(),
+        .DefaultQueue = Taskmill_QueueNameFromKey(static_cast<int>(Taskmill_QueueKeyFromName(queue))),
+        .GenericCommandLine = parser.value(u"command-line"_s),
+        .InputFileFilter = parser.value(u"input-filter"_s),
+        .OutputFileFilter = parser.value(u"output-filter"_s),
+        .EnvironmentVariables = parser.values(u"env"_s).join(u'\n'),
+        .KillGraceSeconds = KillGrace(parser).value_or(Taskmill_JobType::DefaultKillGrace)};
     return parser.isSet(u"slurm"_s) ? OnCluster(jobType, parser) : jobType;
 }
 
@@ -109,8 +110,8 @@ QString Fault(const QCommandLineParser &parser, const Taskmill_JobType &jobType)
     if (jobType.Name.isEmpty() || jobType.ApplicationName.isEmpty())
         return u"a job type needs --name and --exe"_s;
     if (!QFileInfo{jobType.ExecutablePath}.isFile())
-        return u"the executable does not exist: %1"_s.arg(
-            parser.isSet(u"slurm"_s) ? jobType.ExecutablePath : parser.value(u"exe"_s));
+        return u"the executable does not exist: %1"_s.arg(parser.isSet(u"slurm"_s) ? jobType.ExecutablePath
+                                                                                   : parser.value(u"exe"_s));
     if (!IsQueue(parser.value(u"queue"_s)))
         return u"--queue needs long, short, queueless or none"_s;
     if (!std::ranges::all_of(parser.values(u"env"_s), IsVariable))
