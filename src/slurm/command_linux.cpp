@@ -172,6 +172,7 @@ Taskmill_CommandEnd Taskmill_RunCommand(const Taskmill_CommandOrder &order)
         return end;
     std::vector<std::string> words = order.words;
     std::vector<char *> pointers;
+    pointers.reserve(words.size() + 1);
     for (std::string &word : words)
         pointers.push_back(word.data());
     pointers.push_back(nullptr);

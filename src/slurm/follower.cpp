@@ -239,10 +239,10 @@ void Taskmill_SlurmFollower::Follow()
 void Taskmill_SlurmFollower::LookAtFiles()
 {
     // While the job waits there is hardly anything to be seen.
-    constexpr int waitingFactor = 6;
+    constexpr long long waitingFactor = 6;
     const bool isFar = !m_arguments.host.empty();
     const bool isWaiting = isFar && m_state.phase == Phase::Submitted && m_state.node.empty();
-    const long long intervalMs = m_site->LookIntervalMs() * (isWaiting ? waitingFactor : 1);
+    const long long intervalMs = m_site->LookIntervalMs() * (isWaiting ? waitingFactor : 1LL);
     const long long now = Taskmill_NowMs();
     if (now < m_lookedMs + intervalMs && now >= m_lookedMs)
         return;

@@ -172,7 +172,7 @@ std::vector<std::string> Taskmill_SshSite::CommandThere() const
 
 Taskmill_SlurmSite::Outcome Taskmill_SshSite::Prepare()
 {
-    if (const Outcome made = MakeRemoteFolder(); !made.isDone)
+    if (Outcome made = MakeRemoteFolder(); !made.isDone)
         return made;
     const bool hasInput = IsFile(m_runFolder + "/input");
     const std::vector<std::string> files = FilesToSend();
@@ -330,7 +330,7 @@ Taskmill_SlurmSite::Outcome Taskmill_SshSite::FilesToFetch(std::string &list)
 Taskmill_SlurmSite::Outcome Taskmill_SshSite::Collect()
 {
     std::string list;
-    if (const Outcome listed = FilesToFetch(list); !listed.isDone)
+    if (Outcome listed = FilesToFetch(list); !listed.isDone)
         return listed;
     const std::string from = m_connection.Remote(m_remote + "/work/");
     if (!list.empty()) {
