@@ -3,6 +3,7 @@
 
 #include "console/console.h"
 #include "console/consoleprompt.h"
+#include "jobs/clusterrun.h"
 #include "jobs/runmode.h"
 #include "kilnutil/error.h"
 #include "kilnutil/filesys.h"
@@ -54,6 +55,7 @@ Taskmill_Session::Taskmill_Session(Taskmill_SessionOptions options)
     , m_dispatcher{m_manager, *this}
     , m_server{m_dispatcher}
 {
+    Taskmill_RepeatCancellations();
     connect(&m_server, &Taskmill_RequestServer::FirstRefusedSignal, this,
             &Taskmill_Session::ShowRefusedRequest);
     if (m_window)

@@ -45,6 +45,8 @@ constexpr std::array Taskmill_ProjectOptions{
                            "Space, in MB of 2^20 bytes, without which on the drive of its output a job is not started."},
     Taskmill_ProjectOption{"types add", "hold-changed-input", "",
                            "Hold a job whose input has changed since it was submitted."},
+    Taskmill_ProjectOption{"types add", "slurm", "OPTIONS",
+                           "Run it on a Slurm cluster with these options of taskmill-slurm; the program is one of the cluster."},
     Taskmill_ProjectOption{"types add", "env", "NAME=VALUE", "Environment variable. May be repeated."},
     // Those of the running manager's list of types are added where that is asked.
     Taskmill_ProjectOption{"types", "json", "", "Print a JSON array."},

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/job.h"
 
+#include "jobs/clusterrun.h"
 #include "jobs/commandline.h"
 #include "jobs/jobenvironment.h"
 #include "jobs/runofjob.h"
@@ -19,6 +20,10 @@
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int msInSecond = 1000;
+} // namespace
 
 Taskmill_Job::Taskmill_Job(Taskmill_JobRecord record)
     : m_record{std::move(record)}
@@ -64,6 +69,10 @@ bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
     m_record.WaitReason = {};
     if (std::exchange(m_isStartPutOff, false))
         m_record.StdOutAndStdErr.clear();
+    if (m_followsOn) {
+        StartFollower(keepers);
+        return true;
+    }
     if (m_record.JobType.IsEmpty()) {
         EndWithoutProcess(u"The job was not run: its job type is no longer in the project.\n"_s);
         return true;
@@ -105,13 +114,62 @@ bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
             standardInputFile = file.fileName();
     }
     MakeProcess(plan, standardInputFile);
+    RunProcess(keepers);
+    return true;
+}
+
+void Taskmill_Job::RunProcess(KilnUtil_RunKeepers *keepers)
+{
     if (const QString runID = Taskmill_RunOfJob{m_record.Run}.RunID; keepers && !runID.isEmpty())
         m_process->SetKeeper(*keepers, runID);
     m_process->Start();
     // When the keepers are out of order, this program runs the job itself.
     if (!m_process->IsKept())
         m_record.Run.clear();
+}
+
+void Taskmill_Job::StartFollower(KilnUtil_RunKeepers *keepers)
+{
+    m_followsOn = false;
+    Taskmill_LaunchPlan plan;
+    plan.Program = Taskmill_ClusterRun::Program(m_record.JobType.ExecutablePath);
+    plan.Arguments = ClusterRun().Arguments();
+    MakeProcess(plan, {});
+    RunProcess(keepers);
+}
+
+Taskmill_ClusterRun Taskmill_Job::ClusterRun() const
+{
+    return {WorkingDirectory(), Taskmill_RunOfJob{m_record.Run}.RunID};
+}
+
+bool Taskmill_Job::PassRunOn(const QString &runID) const
+{
+    return !m_followsOn || ClusterRun().PassTo(runID);
+}
+
+bool Taskmill_Job::FollowOn()
+{
+    if (!ClusterRun().IsToBeFollowed())
+        return false;
+    m_record.SetStatus(Taskmill_JobStatus::Running, true);
+    m_followsOn = true;
+    PutStartOff(u"the program that followed it on the cluster was ended, and is started again"_s);
     return true;
+}
+
+bool Taskmill_Job::IsToBeFollowedOn()
+{
+    constexpr int mostQuickEnds = 5;
+    constexpr qint64 quickMs = 10'000;
+    // The user may have given it too little time to have the job cancelled.
+    const bool isOver = m_process && m_process->End().How == KilnUtil_RunEnd::Kind::Exit &&
+                        m_process->ExitCode() == 0 && !m_process->WasKilled();
+    if (m_isEndWanted || !m_process || isOver || !ClusterRun().IsToBeFollowed())
+        return false;
+    const qint64 ranMs = QDateTime::currentMSecsSinceEpoch() - m_followedSinceMs;
+    m_quickEnds = ranMs < quickMs ? m_quickEnds + 1 : 0;
+    return m_quickEnds < mostQuickEnds;
 }
 
 void Taskmill_Job::TakeOver(KilnUtil_FoundRun run)
@@ -126,8 +184,7 @@ void Taskmill_Job::TakeOver(KilnUtil_FoundRun run)
 
 QString Taskmill_Job::WorkingDirectory() const
 {
-    return m_record.InputFilePath.isEmpty() ? QDir::currentPath()
-                                            : QFileInfo{m_record.InputFilePath}.absolutePath();
+    return Taskmill_ClusterRun::WorkFolderOf(m_record.InputFilePath);
 }
 
 QString Taskmill_Job::StandardInputDirectory() const
@@ -154,6 +211,7 @@ bool Taskmill_Job::OpenStandardInput(QFile &file) const
 void Taskmill_Job::MakeProcess(const Taskmill_LaunchPlan &plan, const QString &standardInputFile)
 {
     UseNewProcess();
+    m_followedSinceMs = QDateTime::currentMSecsSinceEpoch();
     m_process->SetEnvironment(Taskmill_JobEnvironment(m_record, KilnUtil_Process::StartEnvironment()));
     // A program that reads a prompt nobody answers must find the end of the input instead of waiting for
     // ever.
@@ -175,10 +233,12 @@ void Taskmill_Job::Say(const QString &line)
 
 void Taskmill_Job::UseNewProcess()
 {
-    constexpr int msInSecond = 1000;
     m_process = new KilnUtil_Process{nullptr, m_record.Name};
-    m_process->SetGrace(msInSecond *
-                        qBound(0, m_record.JobType.KillGraceSeconds, Taskmill_JobType::LongestKillGrace));
+    // What follows a job of a cluster ends when the cluster has confirmed that its job is gone.
+    const int grace = Taskmill_ClusterRun::IsFollower(m_record.JobType.ExecutablePath)
+                          ? Taskmill_JobType::LongestKillGrace
+                          : m_record.JobType.KillGraceSeconds;
+    m_process->SetGrace(msInSecond * qBound(0, grace, Taskmill_JobType::LongestKillGrace));
     connect(m_process, &KilnUtil_Process::FinishedSignal, this, &Taskmill_Job::ProcessFinishedSlot);
     connect(m_process, &KilnUtil_Process::RemainsSignal, this, [this](const QList<qint64> &processIDs) {
         m_isBeingKilled = false;
@@ -199,7 +259,10 @@ void Taskmill_Job::PutStartOff(const QString &reason)
 
 bool Taskmill_Job::Kill(Taskmill_ProcessInspector &inspector)
 {
+    m_isEndWanted = true;
     if (std::exchange(m_isStartPutOff, false)) {
+        if (m_followsOn)
+            ClusterRun().Cancel();
         m_record.ExitCode = KilnUtil_Process::ExitCodeOfFailedStart;
         m_record.SetStatus(Taskmill_JobStatus::Killed, true);
         Q_EMIT JobFinishedSignal();
@@ -227,12 +290,16 @@ bool Taskmill_Job::BeginKill()
     if (!IsKept())
         return false;
     m_isBeingKilled = true;
+    m_isEndWanted = true;
     m_process->BeginKill();
     return true;
 }
 
 bool Taskmill_Job::LetGoOn()
 {
+    // Whoever opens the project follows its job on the cluster.
+    if (m_isStartPutOff && m_followsOn)
+        return std::exchange(m_isStartPutOff, false);
     if (!IsKept())
         return false;
     m_process->LetGoOn();
@@ -301,9 +368,17 @@ void Taskmill_Job::ProcessFinishedSlot(bool)
     if (m_process && m_process->End().IsForLack && !m_process->WasKilled()) {
         const QString reason = m_process->End().Reason;
         std::exchange(m_process, nullptr)->DeleteWhenEnded();
-        PutStartOff(reason);
+        if (!FollowOn())
+            PutStartOff(reason);
         return;
     }
+    if (IsToBeFollowedOn()) {
+        std::exchange(m_process, nullptr)->DeleteWhenEnded();
+        FollowOn();
+        return;
+    }
+    if (m_isEndWanted && ClusterRun().State())
+        Taskmill_RepeatCancellations();
     const Taskmill_JobStatus status = FinalStatus();
     m_record.ExitCode = m_process ? m_process->ExitCode() : 0;
     if (m_process)

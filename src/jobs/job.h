@@ -93,6 +93,12 @@ public:
     /// that run, which may have come already.
     void TakeOver(KilnUtil_FoundRun run);
 
+    /// In place of a start, for a job of a cluster that nobody follows any more: its start is put off, and
+    /// the next one follows it. False for any other.
+    bool FollowOn();
+    /// Before each start: the run to come is one of that number. False when it must not be started now.
+    [[nodiscard]] bool PassRunOn(const QString &runID) const;
+
     /// Running without a process: it waits for another Start(), and its output says why.
     [[nodiscard]] bool IsStartPutOff() const { return m_isStartPutOff; }
 
@@ -130,6 +136,11 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] Taskmill_JobStatus FinalStatus() const;
+    [[nodiscard]] class Taskmill_ClusterRun ClusterRun() const;
+    /// Whether the run has ended without the job that it has on a cluster.
+    [[nodiscard]] bool IsToBeFollowedOn();
+    void StartFollower(KilnUtil_RunKeepers *keepers);
+    void RunProcess(KilnUtil_RunKeepers *keepers);
     void TakeMeasuresOf(const struct KilnUtil_RunEnd &end);
     void GatherLastOutput();
     [[nodiscard]] QString WorkingDirectory() const;
@@ -153,5 +164,9 @@ private:
     bool m_runsElsewhere = false;
     bool m_isBeingKilled = false;
     bool m_isStartPutOff = false;
+    bool m_isEndWanted = false; ///< somebody has killed it
+    bool m_followsOn = false;   ///< the next start follows the job of the cluster that the record's run has
+    qint64 m_followedSinceMs = 0;
+    int m_quickEnds = 0;    ///< of followers that ended soon without the end of their job, in a row
     QString m_writtenInput; ///< the file for the standard input that Start() has made
 };

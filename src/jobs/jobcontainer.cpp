@@ -207,10 +207,14 @@ bool Taskmill_JobContainer::TakeOverRun(Taskmill_Job *job, bool isStartRecorded)
         found = m_services.Keepers->Find(run.RunID);
     switch (found.Where) {
     case KilnUtil_FoundRun::Place::NotKnown:
+        if (FollowOn(job))
+            return true;
         if (!isStartRecorded)
             return Hold(job);
         [[fallthrough]];
     case KilnUtil_FoundRun::Place::NotStarted:
+        if (FollowOn(job))
+            return true;
         job->SetRun({});
         // Who looks for it later may not know that any more.
         m_services.Store.ForgetRun(job->Record());
@@ -230,6 +234,18 @@ bool Taskmill_JobContainer::TakeOverRun(Taskmill_Job *job, bool isStartRecorded)
     job->TakeOver(std::move(found));
     if (m_services.Starts)
         m_services.Starts->JobIsTakenOver(*job);
+    return true;
+}
+
+/// What nobody runs here may run on a cluster.
+bool Taskmill_JobContainer::FollowOn(Taskmill_Job *job)
+{
+    Follow(*job);
+    if (!job->FollowOn()) {
+        disconnect(job, nullptr, this, nullptr);
+        return false;
+    }
+    InsertStarted(job);
     return true;
 }
 
@@ -447,9 +463,13 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
     if (!isPutOff && !MayFilesBeWritten(job))
         return;
     // Before the start: whatever ends this program from here on, the run is found again.
-    if (m_services.Keepers)
-        job.SetRun(
-            Taskmill_RunOfJob{m_services.Keepers->NewRunID(), KilnUtil_ComputerData::MachineID()}.Text());
+    const QString runID = m_services.Keepers ? m_services.Keepers->NewRunID() : QString{};
+    if (!runID.isEmpty() && !job.PassRunOn(runID)) {
+        TryAgainLater();
+        return;
+    }
+    if (!runID.isEmpty())
+        job.SetRun(Taskmill_RunOfJob{runID, KilnUtil_ComputerData::MachineID()}.Text());
     if (!m_services.Store.RecordStart(job.Record())) {
         TryAgainLater();
         return;

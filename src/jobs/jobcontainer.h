@@ -130,6 +130,7 @@ private:
     void AddFromProject(Taskmill_JobRecord record, bool isStartRecorded);
     /// False when there is no run to take over: the job has to wait, and is perhaps held.
     bool TakeOverRun(Taskmill_Job *job, bool isStartRecorded);
+    bool FollowOn(Taskmill_Job *job);
     bool Hold(Taskmill_Job *job);
     void InsertStarted(Taskmill_Job *job);
     void Follow(Taskmill_Job &job);

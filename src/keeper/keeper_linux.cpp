@@ -188,7 +188,8 @@ bool Taskmill_Keeper::AskAll() const
     // All of it is stopped first, or a script would go on to its next line when the program that it waits
     // for ends before it.
     const std::vector<Taskmill_TreeProcess> tree = Taskmill_StopAll(Tree);
-    Taskmill_SignalAll(tree, SIGTERM);
+    // What has a job elsewhere leaves it there when only this computer is shut down.
+    Taskmill_SignalAll(tree, SIGTERM, m_end.by == Taskmill_RunEnd::By::System ? Taskmill_SystemEndsValue : 0);
     Taskmill_SignalAll(tree, SIGCONT);
     return true;
 }

@@ -127,14 +127,20 @@ void AppendDescendants(const Taskmill_TreeProcess &root, const std::set<pid_t> &
 }
 
 /// Through a handle of the process, so that a number that was given away meanwhile does no harm.
-void Signal(const Taskmill_TreeProcess &process, int signal)
+void Signal(const Taskmill_TreeProcess &process, int signal, int value = 0)
 {
+    siginfo_t info{};
+    info.si_signo = signal;
+    info.si_code = SI_QUEUE;
+    info.si_pid = getpid();
+    info.si_uid = getuid();
+    info.si_value.sival_int = value;
     const int handle = static_cast<int>(syscall(SYS_pidfd_open, process.id, 0));
     if (handle < 0 && errno == ESRCH)
         return;
     if (IsSame(process)) {
         if (handle >= 0)
-            syscall(SYS_pidfd_send_signal, handle, signal, nullptr, 0);
+            syscall(SYS_pidfd_send_signal, handle, signal, value == 0 ? nullptr : &info, 0);
         else
             kill(process.id, signal);
     }
@@ -253,10 +259,10 @@ std::vector<Taskmill_TreeProcess> Taskmill_StopAll(const Taskmill_ProcessLister 
     }
 }
 
-void Taskmill_SignalAll(const std::vector<Taskmill_TreeProcess> &processes, int signal)
+void Taskmill_SignalAll(const std::vector<Taskmill_TreeProcess> &processes, int signal, int value)
 {
     for (const Taskmill_TreeProcess &process : processes) {
         if (!process.HasEnded())
-            Signal(process, signal);
+            Signal(process, signal, value);
     }
 }

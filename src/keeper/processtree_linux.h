@@ -38,4 +38,5 @@ using Taskmill_ProcessLister = std::function<std::vector<Taskmill_TreeProcess>()
 /// Stops what is listed, again and again until all of it stands still and nothing new has appeared: none of
 /// it starts another process then. Gives up after a fifth of a second. What is stopped.
 std::vector<Taskmill_TreeProcess> Taskmill_StopAll(const Taskmill_ProcessLister &list);
-void Taskmill_SignalAll(const std::vector<Taskmill_TreeProcess> &processes, int signal);
+/// A value other than 0 goes with the signal.
+void Taskmill_SignalAll(const std::vector<Taskmill_TreeProcess> &processes, int signal, int value = 0);

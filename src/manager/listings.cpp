@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "manager/listings.h"
 
+#include "jobs/clusterrun.h"
+#include "jobs/runofjob.h"
 #include "manager/measuretext.h"
 
 #include <QJsonArray>
@@ -153,6 +155,19 @@ QJsonValue EnvironmentInJson(const JobType &jobType)
     return QJsonArray::fromStringList(jobType.EnvironmentVariables.split(u'\n', Qt::SkipEmptyParts));
 }
 
+/// Of a running job, such as "job 4711, RUNNING on node3 since 2026-11-22 12:01". Reads a file in the folder
+/// of the input.
+QString Cluster(const Job &job)
+{
+    if (job.Status != Taskmill_JobStatus::Running || job.Run.isEmpty() ||
+        !Taskmill_ClusterRun::IsFollower(job.JobType.ExecutablePath))
+        return {};
+    const auto state = Taskmill_ClusterRun{Taskmill_ClusterRun::WorkFolderOf(job.InputFilePath),
+                                           Taskmill_RunOfJob{job.Run}.RunID}
+                           .State();
+    return state ? Taskmill_ClusterText(*state) : QString{};
+}
+
 QString ResultLine(const Job &job)
 {
     return job.Result.Message;
@@ -287,6 +302,7 @@ const QList<JobField> &AllJobFields()
          {9},
          {},
          9},
+        {{.header = u"Cluster"_s, .key = u"cluster"_s, .cell = Cluster}},
     };
     return fields;
 }

@@ -77,3 +77,6 @@ struct Taskmill_RunRecord
 [[nodiscard]] std::int64_t Taskmill_RunLockOffset(std::string_view runID);
 /// The variable that everything of a run has in its environment.
 constexpr std::string_view Taskmill_RunVariable = "TASKMILL_RUN_ID";
+/// The value that goes with a SIGTERM when the keeper itself was asked to end, and nobody wants the job's
+/// end.
+constexpr int Taskmill_SystemEndsValue = 0x544d5345;

@@ -2,9 +2,11 @@
 #include "ctl/projects/output.h"
 #include "ctl/projects/projectcommands.h"
 #include "ctl/projects/projectfile.h"
+#include "jobs/clusterrun.h"
 #include "jobs/destination.h"
 #include "jobs/jobneeds.h"
 #include "jobs/presets.h"
+#include "kilnutil/filesys.h"
 #include "manager/listings.h"
 #include "manager/texttable.h"
 
@@ -84,11 +86,23 @@ std::optional<qint32> Minutes(const QCommandLineParser &parser, const QString &o
                                                                                    : std::nullopt;
 }
 
+/// Of a job type that runs here the same as one that runs on a cluster.
+Taskmill_JobType OnCluster(Taskmill_JobType jobType, const QCommandLineParser &parser)
+{
+    const QString program = KilnUtil_FileSys::ConvertFilename(parser.value(u"exe"_s), true, false);
+    jobType.ExecutablePath = Taskmill_ClusterRun::Program({});
+    const auto place = jobType.GenericCommandLine.indexOf("@EXEFILE"_L1);
+    if (place >= 0)
+        jobType.GenericCommandLine.insert(place + QLatin1StringView{"@EXEFILE"}.size(),
+                                          u' ' + parser.value(u"slurm"_s).trimmed() + u" -- "_s + program);
+    return jobType;
+}
+
 Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
 {
     const QFileInfo executable{parser.value(u"exe"_s)};
     const QString queue = parser.value(u"queue"_s);
-    return {.Name = parser.value(u"name"_s),
+    const Taskmill_JobType jobType{.Name = parser.value(u"name"_s),
             .ApplicationName = parser.isSet(u"app"_s) ? parser.value(u"app"_s) : executable.fileName(),
             .ExecutablePath = executable.absoluteFilePath(),
             .DefaultQueue = Taskmill_QueueNameFromKey(static_cast<int>(Taskmill_QueueKeyFromName(queue))),
@@ -103,6 +117,7 @@ Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
             .MemoryMB = Taskmill_MemoryFromText(parser.value(u"memory"_s)).value_or(0),
             .LeastFreeMB = Taskmill_MemoryFromText(parser.value(u"free-space"_s)).value_or(0),
             .HoldsChangedInput = parser.isSet(u"hold-changed-input"_s)};
+    return parser.isSet(u"slurm"_s) ? OnCluster(jobType, parser) : jobType;
 }
 
 /// What is wrong with the job type; empty when it can be used.
@@ -111,7 +126,8 @@ QString Fault(const QCommandLineParser &parser, const Taskmill_JobType &jobType)
     if (jobType.Name.isEmpty() || jobType.ApplicationName.isEmpty())
         return u"a job type needs --name and --exe"_s;
     if (!QFileInfo{jobType.ExecutablePath}.isFile())
-        return u"the executable does not exist: %1"_s.arg(parser.value(u"exe"_s));
+        return u"the executable does not exist: %1"_s.arg(parser.isSet(u"slurm"_s) ? jobType.ExecutablePath
+                                                                                   : parser.value(u"exe"_s));
     if (!IsQueue(parser.value(u"queue"_s)))
         return u"--queue needs long, short, queueless or none"_s;
     if (!std::ranges::all_of(parser.values(u"env"_s), IsVariable))
