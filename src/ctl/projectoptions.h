@@ -35,18 +35,21 @@ constexpr std::array Taskmill_ProjectOptions{
                            "Seconds that a killed job has to end by itself, 0 to 60.", "2"},
     Taskmill_ProjectOption{"types add", "time-limit", "MINUTES",
                            "Minutes after which a job is killed; 0 for no limit.", "0"},
-    Taskmill_ProjectOption{"types add", "warn-after", "MINUTES",
-                           "Minutes without output and processor time after which the user is told; 0 for never.", "0"},
+    Taskmill_ProjectOption{
+        "types add", "warn-after", "MINUTES",
+        "Minutes without output and processor time after which the user is told; 0 for never.", "0"},
     Taskmill_ProjectOption{"types add", "cores", "N",
                            "Cores that a job takes where its input does not say it."},
     Taskmill_ProjectOption{"types add", "memory", "N",
                            "Memory that a job takes where its input does not say it, in MB of 2^20 bytes."},
-    Taskmill_ProjectOption{"types add", "free-space", "N",
-                           "Space, in MB of 2^20 bytes, without which on the drive of its output a job is not started."},
+    Taskmill_ProjectOption{
+        "types add", "free-space", "N",
+        "Space, in MB of 2^20 bytes, without which on the drive of its output a job is not started."},
     Taskmill_ProjectOption{"types add", "hold-changed-input", "",
                            "Hold a job whose input has changed since it was submitted."},
-    Taskmill_ProjectOption{"types add", "slurm", "OPTIONS",
-                           "Run it on a Slurm cluster with these options of taskmill-slurm; the program is one of the cluster."},
+    Taskmill_ProjectOption{
+        "types add", "slurm", "OPTIONS",
+        "Run it on a Slurm cluster with these options of taskmill-slurm; the program is one of the cluster."},
     Taskmill_ProjectOption{"types add", "env", "NAME=VALUE", "Environment variable. May be repeated."},
     // Those of the running manager's list of types are added where that is asked.
     Taskmill_ProjectOption{"types", "json", "", "Print a JSON array."},

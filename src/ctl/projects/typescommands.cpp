@@ -102,21 +102,22 @@ Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
 {
     const QFileInfo executable{parser.value(u"exe"_s)};
     const QString queue = parser.value(u"queue"_s);
-    const Taskmill_JobType jobType{.Name = parser.value(u"name"_s),
-            .ApplicationName = parser.isSet(u"app"_s) ? parser.value(u"app"_s) : executable.fileName(),
-            .ExecutablePath = executable.absoluteFilePath(),
-            .DefaultQueue = Taskmill_QueueNameFromKey(static_cast<int>(Taskmill_QueueKeyFromName(queue))),
-            .GenericCommandLine = parser.value(u"command-line"_s),
-            .InputFileFilter = parser.value(u"input-filter"_s),
-            .OutputFileFilter = parser.value(u"output-filter"_s),
-            .EnvironmentVariables = parser.values(u"env"_s).join(u'\n'),
-            .KillGraceSeconds = KillGrace(parser).value_or(Taskmill_JobType::DefaultKillGrace),
-            .TimeLimitMinutes = Minutes(parser, u"time-limit"_s).value_or(0),
-            .NoProgressMinutes = Minutes(parser, u"warn-after"_s).value_or(0),
-            .Cores = Taskmill_CoresFromText(parser.value(u"cores"_s)).value_or(0),
-            .MemoryMB = Taskmill_MemoryFromText(parser.value(u"memory"_s)).value_or(0),
-            .LeastFreeMB = Taskmill_MemoryFromText(parser.value(u"free-space"_s)).value_or(0),
-            .HoldsChangedInput = parser.isSet(u"hold-changed-input"_s)};
+    const Taskmill_JobType jobType{
+        .Name = parser.value(u"name"_s),
+        .ApplicationName = parser.isSet(u"app"_s) ? parser.value(u"app"_s) : executable.fileName(),
+        .ExecutablePath = executable.absoluteFilePath(),
+        .DefaultQueue = Taskmill_QueueNameFromKey(static_cast<int>(Taskmill_QueueKeyFromName(queue))),
+        .GenericCommandLine = parser.value(u"command-line"_s),
+        .InputFileFilter = parser.value(u"input-filter"_s),
+        .OutputFileFilter = parser.value(u"output-filter"_s),
+        .EnvironmentVariables = parser.values(u"env"_s).join(u'\n'),
+        .KillGraceSeconds = KillGrace(parser).value_or(Taskmill_JobType::DefaultKillGrace),
+        .TimeLimitMinutes = Minutes(parser, u"time-limit"_s).value_or(0),
+        .NoProgressMinutes = Minutes(parser, u"warn-after"_s).value_or(0),
+        .Cores = Taskmill_CoresFromText(parser.value(u"cores"_s)).value_or(0),
+        .MemoryMB = Taskmill_MemoryFromText(parser.value(u"memory"_s)).value_or(0),
+        .LeastFreeMB = Taskmill_MemoryFromText(parser.value(u"free-space"_s)).value_or(0),
+        .HoldsChangedInput = parser.isSet(u"hold-changed-input"_s)};
     return parser.isSet(u"slurm"_s) ? OnCluster(jobType, parser) : jobType;
 }
 
