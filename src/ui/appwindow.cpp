@@ -323,7 +323,8 @@ void Taskmill_AppWindow::OfferLastProject()
 
 void Taskmill_AppWindow::OfferPrograms()
 {
-    for (KilnUtil_TableWidget *table : {&m_jobTypes.Table(), &m_longJobs.Table()}) {
+    for (KilnUtil_TableWidget *table :
+         std::initializer_list<KilnUtil_TableWidget *>{&m_jobTypes.Table(), &m_longJobs.Table()}) {
         // In its place stands the project that has job types already.
         if (m_offer && table == &m_longJobs.Table())
             continue;
