@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "manager/startrules.h"
 
+#include "jobs/runofjob.h"
 #include "kilnutil/registry.h"
 #include "manager/destinations.h"
 #include "manager/finishedjobs.h"
@@ -17,6 +18,12 @@ const QString quietHoursSetting = u"/Scheduling/Quiet_Hours"_s;
 const QString lowPrioritySetting = u"/Scheduling/Low_Priority"_s;
 /// A computer that slept, or whose clock was set, is noticed after so long.
 constexpr std::chrono::milliseconds longestWait{60'000};
+
+QString Elsewhere(const Taskmill_JobRecord &job)
+{
+    return Taskmill_RunOfJob{job.Run}.IsOfThisMachine() ? u"runs in another Taskmill"_s
+                                                        : u"runs on another computer"_s;
+}
 } // namespace
 
 Taskmill_StartRules::Taskmill_StartRules(Clock clock)
@@ -130,7 +137,8 @@ void Taskmill_StartRules::Judge(Taskmill_Job &job)
     // While a project is read the other job may not be there yet.
     if (conditions.AfterJobID != 0 && m_destinations)
         facts.AfterJob = m_awaited[conditions.AfterJobID] = StateOf(conditions.AfterJobID);
-    const QString reason = Taskmill_ReasonToWait(conditions, facts);
+    const QString reason =
+        job.RunsElsewhere() ? Elsewhere(job.Record()) : Taskmill_ReasonToWait(conditions, facts);
     job.SetMayStart(reason.isEmpty());
     job.SetWaitReason(reason.isEmpty() ? Taskmill_WaitReason{} : Taskmill_WaitReason::InWords(reason));
     if (!m_soon.isActive())

@@ -226,7 +226,9 @@ private Q_SLOTS:
         QCOMPARE(m_manager->Long().Jobs().JobIDs(), (QList{10, 11}));
         QCOMPARE(m_manager->Short().Jobs().JobIDs(), (QList{12, 7}));
         QVERIFY(m_manager->Long().Jobs().JobAt(0)->Record().Run.isEmpty());
-        QVERIFY(m_manager->Short().Jobs().FindByJobID(7)->RunsElsewhere());
+        const Taskmill_Job *elsewhere = m_manager->Short().Jobs().FindByJobID(7);
+        QVERIFY(elsewhere->RunsElsewhere());
+        QCOMPARE(elsewhere->Record().WaitReason.Text(), u"runs on another computer"_s);
         // What one comes to is not the other's.
         m_manager->Long().RemoveNow({10});
         QVERIFY(Project().SaveProjectAs(File()));
