@@ -101,7 +101,7 @@ void Taskmill_JobContainer::NoteConditions(Taskmill_Job *job)
         m_conditional.remove(job);
     job->SetMayStart(true);
     job->SetWaitReason({});
-    if (m_services.Judge && job->Record().Conditions.AreAny())
+    if (m_services.Judge && (job->Record().Conditions.AreAny() || job->IsHeld()))
         m_services.Judge->Judge(*job);
 }
 
@@ -164,6 +164,7 @@ int Taskmill_JobContainer::Release(const QList<int> &jobIDs)
     });
     for (Taskmill_Job *job : jobs) {
         job->SetHeld(false);
+        NoteConditions(job);
         m_jobs.removeOne(job);
         InsertInOrder(job);
     }

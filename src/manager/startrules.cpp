@@ -19,10 +19,13 @@ const QString lowPrioritySetting = u"/Scheduling/Low_Priority"_s;
 /// A computer that slept, or whose clock was set, is noticed after so long.
 constexpr std::chrono::milliseconds longestWait{60'000};
 
-QString Elsewhere(const Taskmill_JobRecord &job)
+/// Of a job that is held because of what its run may have come to.
+QString ReasonOfRun(const Taskmill_Job &job)
 {
-    return Taskmill_RunOfJob{job.Run}.IsOfThisMachine() ? u"runs in another Taskmill"_s
-                                                        : u"runs on another computer"_s;
+    if (!job.RunsElsewhere())
+        return u"held, as it may have run already"_s;
+    return Taskmill_RunOfJob{job.Record().Run}.IsOfThisMachine() ? u"runs in another Taskmill"_s
+                                                                 : u"runs on another computer"_s;
 }
 } // namespace
 
@@ -137,8 +140,7 @@ void Taskmill_StartRules::Judge(Taskmill_Job &job)
     // While a project is read the other job may not be there yet.
     if (conditions.AfterJobID != 0 && m_destinations)
         facts.AfterJob = m_awaited[conditions.AfterJobID] = StateOf(conditions.AfterJobID);
-    const QString reason =
-        job.RunsElsewhere() ? Elsewhere(job.Record()) : Taskmill_ReasonToWait(conditions, facts);
+    const QString reason = job.IsHeld() ? ReasonOfRun(job) : Taskmill_ReasonToWait(conditions, facts);
     job.SetMayStart(reason.isEmpty());
     job.SetWaitReason(reason.isEmpty() ? Taskmill_WaitReason{} : Taskmill_WaitReason::InWords(reason));
     if (!m_soon.isActive())
