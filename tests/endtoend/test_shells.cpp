@@ -131,7 +131,7 @@ void TestShells::CompletesWhatFits()
     };
     // Of the client itself, which first says what files are offered besides.
     const QList<Line> client{
-        {u"taskmillctl re"_s, u"words remove resources result"_s},
+        {u"taskmillctl re"_s, u"words release remove resources result"_s},
         {u"taskmillctl types "_s, u"words add list remove"_s},
         {u"taskmillctl remove --"_s, u"words --console --gui --help --json --port --running"_s},
         {u"taskmillctl pause "_s, u"words long short"_s},
