@@ -26,7 +26,7 @@
 
 namespace {
 /// One that is used again costs no fork. Its journal stays as long as it does.
-constexpr int mostRunsOfKeeper = 32;
+constexpr int mostRunsOfKeeper = 128;
 /// A new journal is begun then, so that old ones can be removed.
 constexpr int mostStartsInJournal = 5000;
 /// Between two looks at what a killed keeper has left.
