@@ -30,6 +30,7 @@ Taskmill_Database::~Taskmill_Database()
 void Taskmill_Database::ForgetContent()
 {
     m_notedStarts.clear();
+    m_notedRuns.clear();
     m_tables.Forget();
     m_workingCopy.Forget();
     m_addedFields.Forget();
@@ -256,13 +257,30 @@ bool Taskmill_Database::RecordStart(const Taskmill_JobRecord &job)
         return true;
     if (!m_workingCopy.Exists())
         return Untracked([&] { return WriteStart(job.JobID, job.Run); });
-    const UntrackedScope noChange{*this};
-    if (!Transact([&] { return m_workingCopy.AddRun(job.JobID, job.Run); }))
+    const bool isNoted = !job.Run.isEmpty() && m_notedRuns.value(job.JobID) == job.Run;
+    if (!isNoted && !NoteRun(job.JobID, job.Run))
         return false;
+    m_notedRuns.remove(job.JobID);
     if (m_notedStarts.isEmpty())
         QMetaObject::invokeMethod(this, &Taskmill_Database::CompleteNotedStarts, Qt::QueuedConnection);
     m_notedStarts.append({job.JobID, job.Run});
     return true;
+}
+
+bool Taskmill_Database::NoteRun(qint32 jobID, const QString &run)
+{
+    const UntrackedScope noChange{*this};
+    if (!IsOpen() || !m_workingCopy.Exists() || !Transact([&] { return m_workingCopy.AddRun(jobID, run); }))
+        return false;
+    m_notedRuns.insert(jobID, run);
+    return true;
+}
+
+void Taskmill_Database::ForgetNotedRun(qint32 jobID)
+{
+    // Where that cannot be stored, a later start finds that nobody knows the run.
+    if (m_notedRuns.remove(jobID))
+        Untracked([&] { return m_workingCopy.RemoveRun(jobID); });
 }
 
 bool Taskmill_Database::WriteStart(qint32 jobID, const QString &run)

@@ -95,6 +95,10 @@ public:
     /// job to be started; its row follows with the next transaction, at the end of this turn of the event
     /// loop at the latest.
     bool RecordStart(const Taskmill_JobRecord &job);
+    /// The same as the one line of it, for a job that is to be started soon; false where there is none. What
+    /// is not started is forgotten again.
+    bool NoteRun(qint32 jobID, const QString &run);
+    void ForgetNotedRun(qint32 jobID);
     /// Brings into the rows what a program that was ended had only noted of starts. In a transaction.
     bool TakeUpStarts();
     /// The job, which waits, has no run any more. No change of the project either.
@@ -220,6 +224,7 @@ private:
     bool m_syncsNextChange = false;
     /// Jobs that have started, with their runs, whose rows do not say so yet.
     QList<std::pair<qint32, QString>> m_notedStarts;
+    QHash<qint32, QString> m_notedRuns; ///< of jobs that have not started yet
     std::unique_ptr<Taskmill_Checkpointer> m_checkpointer;
     Taskmill_DatabaseTables m_tables{*this};
     Taskmill_WorkingCopyStore m_workingCopy{*this};

@@ -25,6 +25,13 @@ namespace {
 constexpr int msInSecond = 1000;
 } // namespace
 
+struct Taskmill_Job::Prepared
+{
+    Taskmill_JobRecord Record;
+    QString RunID;
+    std::unique_ptr<KilnUtil_Process> Process;
+};
+
 Taskmill_Job::Taskmill_Job(Taskmill_JobRecord record)
     : m_record{std::move(record)}
 {
@@ -63,12 +70,51 @@ void Taskmill_Job::SetReasonOfFiles(const QString &reason)
     m_record.WaitReason.OfFiles = reason;
 }
 
+void Taskmill_Job::SetLowPriority(bool isLow)
+{
+    if (std::exchange(m_hasLowPriority, isLow) != isLow)
+        DropPreparation();
+}
+
+bool Taskmill_Job::Prepare(KilnUtil_RunKeepers &keepers, const QString &runID)
+{
+    if (m_process || m_followsOn || m_isStartPutOff || m_record.JobType.IsEmpty() ||
+        m_record.HoldsNulInFileName())
+        return false;
+    const Taskmill_LaunchPlan plan = Taskmill_PlanLaunch(m_record);
+    // A file would have to be written for that one.
+    if (!plan.StandardInput.isEmpty())
+        return false;
+    MakeProcess(plan, m_record.StandardInputFile);
+    std::unique_ptr<KilnUtil_Process> process{std::exchange(m_process, nullptr)};
+    process->SetKeeper(keepers, runID);
+    if (!process->Prepare())
+        return false;
+    m_prepared = std::make_unique<Prepared>(m_record, runID, std::move(process));
+    return true;
+}
+
+void Taskmill_Job::DropPreparation()
+{
+    m_prepared.reset();
+}
+
+QString Taskmill_Job::PreparedRunID() const
+{
+    return m_prepared && m_prepared->Record == m_record ? m_prepared->RunID : QString{};
+}
+
 bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
 {
     m_record.SetStatus(Taskmill_JobStatus::Running, true);
     m_record.WaitReason = {};
     if (std::exchange(m_isStartPutOff, false))
         m_record.StdOutAndStdErr.clear();
+    if (m_prepared) {
+        m_process = std::exchange(m_prepared, nullptr)->Process.release();
+        RunProcess(keepers);
+        return true;
+    }
     if (m_followsOn) {
         StartFollower(keepers);
         return true;
