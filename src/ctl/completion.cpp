@@ -219,8 +219,11 @@ private:
         const std::size_t position = before.size();
         const Words arguments = Split(command.Arguments, ' ');
         for (std::size_t at = 0; at < arguments.size(); ++at) {
-            const bool isRepeated = arguments[at].ends_with("...");
-            const bool isBehindRepeated = at > 0 && arguments[at - 1].ends_with("...");
+            const auto isRepeatedAt = [&arguments](std::size_t place) {
+                return arguments[place].find("...") != std::string::npos;
+            };
+            const bool isRepeated = isRepeatedAt(at);
+            const bool isBehindRepeated = at > 0 && isRepeatedAt(at - 1);
             if (at == position || (isRepeated && position > at) || (isBehindRepeated && position >= at))
                 CompleteArgument(command, arguments[at], before);
         }

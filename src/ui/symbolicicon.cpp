@@ -13,8 +13,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 constexpr QLatin1StringView symbolicName = "taskmill-symbolic"_L1;
 
-/// Another icon under that name. Qt gives trays the name and the pictures, and they use the pictures where they do
-/// not find the name.
+/// Another icon under that name. Qt gives trays the name and the pictures, and they use the pictures where
+/// they do not find the name.
 class SymbolicEngine final : public QIconEngine
 {
 public:
@@ -45,16 +45,15 @@ private:
 bool HasTrayOfOneColour()
 {
     const QStringList desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':');
-    return std::ranges::any_of(desktops, [](const QString &desktop) {
-        return desktop == "GNOME"_L1 || desktop == "Unity"_L1;
-    });
+    return std::ranges::any_of(
+        desktops, [](const QString &desktop) { return desktop == "GNOME"_L1 || desktop == "Unity"_L1; });
 }
 } // namespace
 
 QIcon Taskmill_SymbolicInTray(const QIcon &icon)
 {
     const QString file = u"icons/hicolor/symbolic/apps/"_s + symbolicName + u".svg"_s;
-    const bool isSymbolic = HasTrayOfOneColour() &&
-                            !QStandardPaths::locate(QStandardPaths::GenericDataLocation, file).isEmpty();
+    const bool isSymbolic =
+        HasTrayOfOneColour() && !QStandardPaths::locate(QStandardPaths::GenericDataLocation, file).isEmpty();
     return isSymbolic ? QIcon{new SymbolicEngine{icon}} : icon;
 }
