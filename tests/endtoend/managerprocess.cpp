@@ -47,9 +47,11 @@ ManagerProcess::ManagerProcess(QString directory, Input input)
 ManagerProcess::~ManagerProcess()
 {
     if (m_process && !HasEnded()) {
+        // What no signal can ask for there: its jobs are to end, too.
+        const bool isAsked = !isWindows || Ctl({u"quit"_s, u"--force"_s}).status == 0;
         if constexpr (!isWindows)
             m_process->terminate();
-        if (isWindows || !m_process->waitForFinished())
+        if (!isAsked || !m_process->waitForFinished())
             m_process->kill();
         m_process->waitForFinished();
     }
