@@ -409,35 +409,39 @@ private Q_SLOTS:
             const auto job = std::ranges::find(jobs, jobID, &Taskmill_JobRecord::JobID);
             return job == jobs.end() ? u"none"_s : job->Run + u' ' + Taskmill_JobStatusText(job->Status);
         };
-        const auto open = [&] {
+        const auto open = [](const QString &file) {
             auto database = MakeClosedDatabase();
-            database->SetStoragePath(path);
+            database->SetStoragePath(file);
             return database->Open() && database->CreateTables() ? std::move(database) : nullptr;
         };
-        auto database = open();
+        auto database = open(path);
         QVERIFY(database && database->WorkingCopy().Begin());
+        QList<Taskmill_JobRecord> jobs;
         for (const int number : {1, 2, 3, 4}) {
             Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), number);
             job.Status = Taskmill_JobStatus::Pending;
             job.Run.clear();
             QVERIFY(database->InsertLongJob(job, true));
-            database->MarkUnchanged();
             job.Run = u"run-%1"_s.arg(number);
-            // The third and fourth were only to be started.
-            const bool isNoted = number == 1 || database->NoteRun(number, job.Run);
-            QVERIFY(isNoted && (number > 2 || database->RecordStart(job)));
+            jobs.append(job);
         }
-        database->ForgetNotedRun(2);
+        database->MarkUnchanged();
+        // The last two were only to be started.
+        for (const int number : {4, 3, 2})
+            QVERIFY(database->NoteRun(number, jobs[number - 1].Run));
         database->ForgetNotedRun(4);
+        QVERIFY(database->RecordStart(jobs[0]) && database->RecordStart(jobs[1]));
+        database->ForgetNotedRun(2);
         // A program that is ended now has written no more than this.
-        const QStringList noted = RowsOfFile(path, u"SELECT JobID, Run FROM WorkingCopyRuns"_s);
+        const QString left = Path(u"left.db"_s);
+        QVERIFY(QFile::copy(path, left) && QFile::copy(path + u"-wal"_s, left + u"-wal"_s));
+        const QStringList noted = RowsOfFile(left, u"SELECT JobID, Run FROM WorkingCopyRuns"_s);
         QCOMPARE(noted, (QStringList{u"1|run-1"_s, u"2|run-2"_s, u"3|run-3"_s}));
-        auto after = open();
+        const auto after = open(left);
         QVERIFY(after && after->Untracked([&] { return after->TakeUpStarts(); }));
         QCOMPARE(runOf(*after, 1), u"run-1 Running"_s);
         QCOMPARE(runOf(*after, 3), u"run-3 Running"_s);
         QCOMPARE(runOf(*after, 4), u" Pending"_s);
-        after.reset();
         // A project that is saved in the same turn of the event loop knows them, too.
         QVERIFY(database->SaveToFile(Path(u"saved.mill"_s)));
         const QString started = u"SELECT OwnerID FROM AddedFields WHERE Name = 'Run' AND OwnerID < 3"_s;

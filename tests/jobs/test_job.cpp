@@ -158,6 +158,9 @@ private Q_SLOTS:
         else if (between == "owner"_L1)
             m_keepers->SetOwner(u"one"_s, u"other"_s, [](const QString &) { return true; });
         QTEST(!m_job->PreparedRunID().isEmpty(), "isGood");
+        const std::string folder = m_keeperDirectory.filePath(u"runs"_s).toStdString();
+        if (between == "owner"_L1)
+            QTRY_VERIFY_WITH_TIMEOUT(!Taskmill_IsKeeperAlive(folder, runID.toStdString()), 60'000);
         if (m_job->PreparedRunID().isEmpty())
             m_job->DropPreparation();
         // The keeper that waited has had all the time it could want.
