@@ -131,35 +131,40 @@ bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
     }
 
     const Taskmill_LaunchPlan plan = Taskmill_PlanLaunch(m_record);
-    QString standardInputFile = m_record.StandardInputFile;
-    if (!plan.StandardInput.isEmpty()) {
-        QFile file;
-        if (!OpenStandardInput(file)) {
-            if (file.error() == QFileDevice::ResourceError) {
-                PutStartOff(file.errorString());
-                return true;
-            }
-            m_record.StdOutAndStdErr =
-                u"The job was not run: no file for its standard input could be made in %1.\n"_s.arg(
-                    StandardInputDirectory());
-            return false;
-        }
-        if (file.write(plan.StandardInput) != plan.StandardInput.size() || !file.flush()) {
-            EndWithoutProcess(
-                u"The job was not run: its standard input could not be written to %1: %2\n"_s.arg(
-                    file.fileName(), file.errorString()));
-            // By its name: a file that cannot be written cannot be closed without an error either, and would
-            // then not remove itself.
-            const QString name = file.fileName();
-            file.close();
-            QFile::remove(name);
+    if (plan.StandardInput.isEmpty()) {
+        MakeProcess(plan, m_record.StandardInputFile);
+        RunProcess(keepers);
+        return true;
+    }
+    return StartWithInput(plan, keepers);
+}
+
+bool Taskmill_Job::StartWithInput(const Taskmill_LaunchPlan &plan, KilnUtil_RunKeepers *keepers)
+{
+    QFile file;
+    if (!OpenStandardInput(file)) {
+        if (file.error() == QFileDevice::ResourceError) {
+            PutStartOff(file.errorString());
             return true;
         }
-        m_writtenInput = file.fileName();
-        if (standardInputFile.isEmpty())
-            standardInputFile = file.fileName();
+        m_record.StdOutAndStdErr =
+            u"The job was not run: no file for its standard input could be made in %1.\n"_s.arg(
+                StandardInputDirectory());
+        return false;
     }
-    MakeProcess(plan, standardInputFile);
+    if (file.write(plan.StandardInput) != plan.StandardInput.size() || !file.flush()) {
+        EndWithoutProcess(u"The job was not run: its standard input could not be written to %1: %2\n"_s.arg(
+            file.fileName(), file.errorString()));
+        // By its name: a file that cannot be written cannot be closed without an error either, and would
+        // then not remove itself.
+        const QString name = file.fileName();
+        file.close();
+        QFile::remove(name);
+        return true;
+    }
+    m_writtenInput = file.fileName();
+    file.close();
+    MakeProcess(plan, m_record.StandardInputFile.isEmpty() ? file.fileName() : m_record.StandardInputFile);
     RunProcess(keepers);
     return true;
 }

@@ -148,6 +148,8 @@ private:
     /// Whether the run has ended without the job that it has on a cluster.
     [[nodiscard]] bool IsToBeFollowedOn();
     void StartFollower(KilnUtil_RunKeepers *keepers);
+    /// For a program that reads its standard input from a file that is written for it.
+    bool StartWithInput(const struct Taskmill_LaunchPlan &plan, KilnUtil_RunKeepers *keepers);
     void RunProcess(KilnUtil_RunKeepers *keepers);
     void TakeMeasuresOf(const struct KilnUtil_RunEnd &end);
     void GatherLastOutput();
