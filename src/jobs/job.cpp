@@ -101,7 +101,8 @@ void Taskmill_Job::DropPreparation()
 
 QString Taskmill_Job::PreparedRunID() const
 {
-    return m_prepared && m_prepared->Record == m_record ? m_prepared->RunID : QString{};
+    const bool isGood = m_prepared && m_prepared->Process->IsPrepared() && m_prepared->Record == m_record;
+    return isGood ? m_prepared->RunID : QString{};
 }
 
 bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)

@@ -32,6 +32,10 @@ public:
 
     [[nodiscard]] bool Start(const KilnUtil_RunOrder &order) override;
     [[nodiscard]] bool Prepare(const KilnUtil_RunOrder &order) override;
+    [[nodiscard]] bool IsPrepared() const override
+    {
+        return m_state == State::Prepared && m_connection.IsOpen();
+    }
     [[nodiscard]] bool Go() override;
     [[nodiscard]] qint64 ProcessID() const override { return m_state == State::Running ? m_processID : 0; }
     [[nodiscard]] bool IsRunning() const override

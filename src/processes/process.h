@@ -60,6 +60,8 @@ public:
     /// Does what can be done before Start(), which is quicker then. False where that cannot be had, and then
     /// nothing was done.
     bool Prepare();
+    /// False when what was done counts no longer: Start() is to have another number then.
+    [[nodiscard]] bool IsPrepared() const { return m_isPrepared && m_run->IsPrepared(); }
     /// In place of a start: a run that was found again. Its end is reported as that of any other.
     void TakeOver(std::unique_ptr<KilnUtil_ProcessRun> run);
 

@@ -57,6 +57,8 @@ public:
     /// In place of Start(): does all that can be done before the program starts with Go(). Nothing but a loss
     /// of time comes of an object that is destroyed in between. False where that cannot be had.
     [[nodiscard]] virtual bool Prepare(const KilnUtil_RunOrder &) { return false; }
+    /// Whether Go() can be expected to start it.
+    [[nodiscard]] virtual bool IsPrepared() const { return false; }
     /// After Prepare(). False when Start() of another object has to do it.
     [[nodiscard]] virtual bool Go() { return false; }
     /// The operating system's number of the program; 0 when it does not run, or not yet.

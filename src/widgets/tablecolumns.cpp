@@ -63,7 +63,7 @@ void KilnUtil_TableColumns::ApplyHints()
     const int count = qMin(static_cast<int>(m_columnHints.size()), Header()->count());
     for (int column = 0; column < count; ++column)
         m_table.setColumnWidth(column,
-                       qMax(WidthOf(m_columnHints[column]), Header()->sectionSizeHint(column)));
+                               qMax(WidthOf(m_columnHints[column]), Header()->sectionSizeHint(column)));
 }
 
 /// What is lacking is taken from the elastic columns, from each in proportion to what it can give: first from
@@ -113,8 +113,7 @@ void KilnUtil_TableColumns::Remember(const QString &name)
     Restore();
     RestoreOrder();
     connect(Header(), &QHeaderView::sectionMoved, &m_saveTimer, qOverload<>(&QTimer::start));
-    connect(Header(), &QHeaderView::sortIndicatorChanged, &m_saveTimer,
-            qOverload<>(&QTimer::start));
+    connect(Header(), &QHeaderView::sortIndicatorChanged, &m_saveTimer, qOverload<>(&QTimer::start));
 }
 
 /// From the left.
@@ -276,8 +275,7 @@ void KilnUtil_TableColumns::FillMenu(QMenu &menu)
     menu.addSeparator();
     // For the keyboard; the mouse drags headers.
     const qsizetype current = shown.indexOf(m_table.currentIndex().column());
-    menu.addAction(u"Move Current Column Left"_s, this, [this] { MoveCurrent(-1); })
-        ->setEnabled(current > 0);
+    menu.addAction(u"Move Current Column Left"_s, this, [this] { MoveCurrent(-1); })->setEnabled(current > 0);
     menu.addAction(u"Move Current Column Right"_s, this, [this] { MoveCurrent(1); })
         ->setEnabled(current >= 0 && current < shown.size() - 1);
     menu.addAction(u"Columns as at First"_s, this, &KilnUtil_TableColumns::ShowAsAtFirst);

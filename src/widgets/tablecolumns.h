@@ -10,8 +10,8 @@ class QHeaderView;
 class QMenu;
 class QTableView;
 
-/// The columns of a table: how wide they are, in which order they stand, which of them are shown, and what the
-/// user has made of all that, which is remembered.
+/// The columns of a table: how wide they are, in which order they stand, which of them are shown, and what
+/// the user has made of all that, which is remembered.
 class KilnUtil_TableColumns : public QObject
 {
     Q_OBJECT
