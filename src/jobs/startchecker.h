@@ -58,8 +58,8 @@ public:
     /// The user wants the job to start although something but another job speaks against it.
     static void LetStart(Taskmill_Job &job);
 
-    /// Looks again at those that are held for something else than another job; happens by itself every few
-    /// seconds.
+    /// Looks again at those that are held for something else than another job, whether or not there is a
+    /// place for them; happens by itself every few seconds.
     void TryAgain();
 
 Q_SIGNALS:
@@ -81,6 +81,7 @@ private:
 
     void LookAt(Taskmill_Job &job);
     [[nodiscard]] std::optional<Taskmill_FileFacts> TakeAhead(const Taskmill_Job &job);
+    bool LookAtHeld();
     void GiveUpIfSilent();
     void ListenSlot();
     [[nodiscard]] Answer Decide(Taskmill_Job &job, const Taskmill_FileFacts &facts);
@@ -96,8 +97,9 @@ private:
     KilnUtil_FileThread m_thread;
     QList<const Taskmill_JobContainer *> m_all;
     QList<QPointer<Taskmill_Job>> m_held;
-    QPointer<Taskmill_Job> m_asked; ///< the job that the thread looks at, or has looked at
-    QString m_folder;               ///< of that job
+    QList<QPointer<Taskmill_Job>> m_toLookAt; ///< those of them that are tried again
+    QPointer<Taskmill_Job> m_asked;           ///< the job that the thread looks at, or has looked at
+    QString m_folder;                         ///< of that job
     HasAnswered m_hasAnswered;
     QElapsedTimer m_lookTime;
     bool m_isSlow = false;                     ///< the last look took longer than an event loop waits

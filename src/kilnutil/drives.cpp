@@ -54,12 +54,14 @@ bool KilnUtil_Drives::LeadsOverLocalDrives(const QString &path)
             const QString part = end < 0 ? left : left.first(end);
             if (!IsOnLocalDrive(part))
                 return false;
+            // No link is left before it, so it leads where it seems to.
+            const bool isUpwards = part.endsWith("/.."_L1);
             const QFileInfo file{part};
-            if (!file.isSymbolicLink())
+            if (!isUpwards && !file.isSymbolicLink())
                 continue;
             isLink = true;
             const QString rest = end < 0 ? QString{} : left.sliced(end);
-            left = QDir::cleanPath(file.symLinkTarget() + rest);
+            left = (isUpwards ? QDir::cleanPath(part) : file.symLinkTarget()) + rest;
         }
         if (!isLink)
             return IsOnLocalDrive(left);
