@@ -181,6 +181,14 @@ void SlurmCluster::ForgetJobs() const
     QDir{m_directory.path()}.mkdir(u"state"_s);
 }
 
+QList<int> SlurmCluster::Processes() const
+{
+    QList<int> processes{static_cast<int>(m_controller->processId())};
+    for (const auto &daemon : m_daemons)
+        processes += static_cast<int>(daemon->processId());
+    return processes;
+}
+
 QByteArray SlurmCluster::Command(const QStringList &words) const
 {
     QProcess process;
