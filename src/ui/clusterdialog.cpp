@@ -94,12 +94,16 @@ void Taskmill_ClusterDialog::MakeFields()
     m_answer->setTextFormat(Qt::PlainText);
     m_answer->setWordWrap(true);
     m_answer->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    // What ssh has against a host may be long.
+    m_answer->setMinimumHeight(2 * fontMetrics().lineSpacing());
+    m_answer->setAlignment(Qt::AlignTop | Qt::AlignLeft);
     m_partitions = new QTreeWidget{this};
     m_partitions->setHeaderLabels(
         {u"Partition"_s, u"State"_s, u"Time Limit"_s, u"Nodes"_s, u"Free Cores"_s, u"Cores"_s});
     m_partitions->setRootIsDecorated(false);
     m_partitions->setUniformRowHeights(true);
     m_partitions->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    m_partitions->header()->setStretchLastSection(false);
     const int rowHeight = fontMetrics().height() + 6;
     m_partitions->setMinimumHeight((partitionRows + 1) * rowHeight + 2 * m_partitions->frameWidth());
     m_commandLine = NewText(commandLines);
@@ -124,7 +128,8 @@ QPlainTextEdit *Taskmill_ClusterDialog::NewText(int lines)
     text->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     text->setTabChangesFocus(true);
     const int border = 2 * (text->frameWidth() + qRound(text->document()->documentMargin()));
-    text->setMinimumHeight(lines * text->fontMetrics().lineSpacing() + border + 1);
+    // Room that the user adds is for the partitions.
+    text->setFixedHeight(lines * text->fontMetrics().lineSpacing() + border + 1);
     return text;
 }
 
@@ -161,7 +166,7 @@ void Taskmill_ClusterDialog::DescribeFields()
 void Taskmill_ClusterDialog::AddFields(QBoxLayout *layout)
 {
     auto *form = new QFormLayout;
-    form->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     auto *host = new QHBoxLayout;
     host->addWidget(m_host);
     host->addWidget(m_try);
@@ -182,7 +187,7 @@ void Taskmill_ClusterDialog::AddFields(QBoxLayout *layout)
     form->addRow(u"&Cores:"_s, needs);
     form->addRow(u"Pr&epare lines:"_s, m_prepare);
     form->addRow(u"&Further options:"_s, m_others);
-    form->addRow(u"&Answer:"_s, m_partitions);
+    form->addRow(u"A&nswer:"_s, m_partitions);
     form->addRow(QString{}, m_answer);
     form->addRow(u"Command &line:"_s, m_commandLine);
     // The rows of several fields have no field of their own that Alt could lead to.

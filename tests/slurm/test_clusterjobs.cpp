@@ -96,7 +96,7 @@ void TestClusterJobs::IsNeverLost_data()
     QTest::newRow("everything is killed, and it ends before the next start")
         << QByteArrayList{"taskmill", "taskmill-keeper", "taskmill-slurm"} << SIGKILL << true;
     // What the system ends with this signal leaves the job alone.
-    QTest::newRow("the system ends") << QByteArrayList{"taskmill-keeper", "taskmill"} << SIGTERM << false;
+    QTest::newRow("the system ends") << QByteArrayList{"taskmill", "taskmill-keeper"} << SIGTERM << false;
 }
 
 void TestClusterJobs::IsNeverLost()
