@@ -20,8 +20,8 @@ struct KnownOption
     QString Options::*Value;
 };
 constexpr std::array knownOptions{
-    KnownOption{"--host"_L1, &Options::Host},     KnownOption{"--partition"_L1, &Options::Partition},
-    KnownOption{"--cores"_L1, &Options::Cores},   KnownOption{"--memory"_L1, &Options::Memory},
+    KnownOption{"--host"_L1, &Options::Host},   KnownOption{"--partition"_L1, &Options::Partition},
+    KnownOption{"--cores"_L1, &Options::Cores}, KnownOption{"--memory"_L1, &Options::Memory},
     KnownOption{"--time"_L1, &Options::Time},
 };
 constexpr auto prepare = "--prepare"_L1;

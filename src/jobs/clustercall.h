@@ -46,9 +46,8 @@ struct Taskmill_ClusterCall
 };
 
 /// The job type with its program on a cluster, or with another call where it is there already.
-[[nodiscard]] Taskmill_JobType Taskmill_OnCluster(Taskmill_JobType jobType,
-                                                  const Taskmill_ClusterOptions &options,
-                                                  const QString &program);
+[[nodiscard]] Taskmill_JobType
+Taskmill_OnCluster(Taskmill_JobType jobType, const Taskmill_ClusterOptions &options, const QString &program);
 /// The job type with its program on this computer.
 [[nodiscard]] Taskmill_JobType Taskmill_OnThisComputer(Taskmill_JobType jobType);
 

@@ -31,9 +31,9 @@ void Taskmill_ClusterCheck::Ask(const QString &host)
         return;
     m_isWanted = true;
     m_process.setStandardInputFile(QProcess::nullDevice());
-    m_process.start(Taskmill_ClusterRun::Program({}),
-                    host.isEmpty() ? QStringList{u"--check"_s}
-                                   : QStringList{u"--check"_s, u"--host="_s + host});
+    m_process.start(Taskmill_ClusterRun::Program({}), host.isEmpty()
+                                                          ? QStringList{u"--check"_s}
+                                                          : QStringList{u"--check"_s, u"--host="_s + host});
 }
 
 void Taskmill_ClusterCheck::Stop()

@@ -67,7 +67,8 @@ Taskmill_ClusterDialog::Taskmill_ClusterDialog(QWidget *parent, const Taskmill_J
     auto *layout = new QVBoxLayout{this};
     AddFields(layout);
     AddButtons(layout);
-    if (const auto call = Taskmill_ClusterCall::Of(jobType.GenericCommandLine); call && jobType.RunsOnCluster())
+    if (const auto call = Taskmill_ClusterCall::Of(jobType.GenericCommandLine);
+        call && jobType.RunsOnCluster())
         Show(call->Options, call->Program);
     else
         Show({.Cores = Taskmill_ClusterOptions::OfInput, .Memory = Taskmill_ClusterOptions::OfInput},
@@ -144,23 +145,28 @@ void Taskmill_ClusterDialog::DescribeFields()
     Describe(m_try, u"Try"_s, u"Asks the cluster for its partitions. Nothing is run there."_s);
     Describe(m_partition, u"Partition"_s, u"Where jobs wait and run; empty for the cluster's own choice."_s);
     m_partition->lineEdit()->setPlaceholderText(u"the cluster's own choice"_s);
-    Describe(m_cores, u"Cores"_s,
-             u"How many cores on one node. From the input: as many as the submitter, the input or the job type "
-             "says."_s);
+    Describe(
+        m_cores, u"Cores"_s,
+        u"How many cores on one node. From the input: as many as the submitter, the input or the job type "
+        "says."_s);
     Describe(m_memory, u"Memory in MB"_s,
              u"How much memory, in megabytes of 2^20 bytes; not said: what the cluster gives."_s);
-    Describe(m_time, u"Time limit"_s,
-             u"As Slurm takes it: minutes, hours:minutes:seconds, or days-hours. The cluster ends a job that runs "
-             "longer."_s);
+    Describe(
+        m_time, u"Time limit"_s,
+        u"As Slurm takes it: minutes, hours:minutes:seconds, or days-hours. The cluster ends a job that runs "
+        "longer."_s);
     m_time->setPlaceholderText(u"for example 2-00:00:00"_s);
-    Describe(m_prepare, u"Prepare lines"_s, u"Lines of the shell that run before the program, on the node."_s);
+    Describe(m_prepare, u"Prepare lines"_s,
+             u"Lines of the shell that run before the program, on the node."_s);
     m_prepare->setPlaceholderText(u"for example module load orca"_s);
-    Describe(m_others, u"Further options"_s,
-             u"Other options of taskmill-slurm, such as --scratch /scratch/me, --copy *.gbw, or --sbatch with "
-             "options of sbatch in double quotes."_s);
+    Describe(
+        m_others, u"Further options"_s,
+        u"Other options of taskmill-slurm, such as --scratch /scratch/me, --copy *.gbw, or --sbatch with "
+        "options of sbatch in double quotes."_s);
     m_others->setPlaceholderText(u"for example --sbatch \"--qos=high --exclusive\""_s);
     Describe(m_partitions, u"Partitions of the cluster"_s, u"A click, or Enter, takes the partition."_s);
-    Describe(m_commandLine, u"Resulting command line"_s, u"What the job type will have as its command line."_s);
+    Describe(m_commandLine, u"Resulting command line"_s,
+             u"What the job type will have as its command line."_s);
 }
 
 void Taskmill_ClusterDialog::AddFields(QBoxLayout *layout)

@@ -46,10 +46,12 @@ void TestClusterCall::ChangesWhatIsToBeChanged_data()
     add("@EXEFILE  --time=2:00   --cores 4  --   \"/opt/a b/orca\"  @INFILE\nyes -- no",
         "@EXEFILE --partition p --cores 4 --time 2:00 -- g  @INFILE\nyes -- no");
     add("@EXEFILE --partition old orca --cores 2 @INFILE", "@EXEFILE --partition p g --cores 2 @INFILE");
-    add("\"@EXEFILE\" --prepare \"export A=\\\"b c\\\"\" --prepare x --sbatch \"--qos=a --comment 'b c'\" -- orca",
+    add("\"@EXEFILE\" --prepare \"export A=\\\"b c\\\"\" --prepare x --sbatch \"--qos=a --comment 'b c'\" -- "
+        "orca",
         "\"@EXEFILE\" --partition p --prepare \"export A=\\\"b c\\\"\" --prepare x --sbatch "
         "\"--qos=a --comment 'b c'\" -- g");
-    add("@EXEFILE --copy \"\" --cores @NCPU -- orca", "@EXEFILE --partition p --cores @NCPU --copy \"\" -- g");
+    add("@EXEFILE --copy \"\" --cores @NCPU -- orca",
+        "@EXEFILE --partition p --cores @NCPU --copy \"\" -- g");
     add("@EXEFILE --cores", "@EXEFILE --partition p g");
     add("orca @INFILE", "");
 }
@@ -99,11 +101,12 @@ void TestClusterCall::GivesWhatTheInputSays_data()
     const QString program = u"orca @INFILE"_s;
     QTest::newRow("the input's") << TypeOf(follower, u"@EXEFILE --cores input --memory input -- "_s + program)
                                  << u"6"_s << u"12000"_s;
-    QTest::newRow("the type's own") << TypeOf(follower, u"@EXEFILE --cores 3 --memory=9 -- "_s + program) << u"3"_s
-                                    << u"9"_s;
+    QTest::newRow("the type's own") << TypeOf(follower, u"@EXEFILE --cores 3 --memory=9 -- "_s + program)
+                                    << u"3"_s << u"9"_s;
     QTest::newRow("the program's command line")
         << TypeOf(follower, u"@EXEFILE --cores input -- xtb water.xyz -P 5"_s) << u"5"_s << u"12000"_s;
-    QTest::newRow("nothing of a job that runs here") << TypeOf(programHere, u"@EXEFILE @INFILE"_s) << u"-"_s << u"-"_s;
+    QTest::newRow("nothing of a job that runs here")
+        << TypeOf(programHere, u"@EXEFILE @INFILE"_s) << u"-"_s << u"-"_s;
 }
 
 void TestClusterCall::GivesWhatTheInputSays()
@@ -111,12 +114,14 @@ void TestClusterCall::GivesWhatTheInputSays()
     QFETCH(Taskmill_JobType, jobType);
     Taskmill_JobRecord job;
     job.JobType = jobType;
-    job.InputFilePath = WriteTestFile(Path(u"a $(x) 'b'.inp"_s), "! B3LYP def2-SVP\n%maxcore 2000\n%pal nprocs 6 end\n"
-                                                                 "* xyz 0 1\nH 0 0 0\nH 0 0 1\n*\n");
+    job.InputFilePath =
+        WriteTestFile(Path(u"a $(x) 'b'.inp"_s), "! B3LYP def2-SVP\n%maxcore 2000\n%pal nprocs 6 end\n"
+                                                 "* xyz 0 1\nH 0 0 0\nH 0 0 1\n*\n");
     job.InputNeeds = Taskmill_NeedsOfJob(job);
     const QProcessEnvironment environment = Taskmill_JobEnvironment(job, {});
     const auto value = [&environment](std::string_view name) {
-        return environment.value(QString::fromLatin1(name.data(), static_cast<qsizetype>(name.size())), u"-"_s);
+        return environment.value(QString::fromLatin1(name.data(), static_cast<qsizetype>(name.size())),
+                                 u"-"_s);
     };
     QTEST(value(Taskmill_CoresVariable), "cores");
     QTEST(value(Taskmill_MemoryVariable), "memory");

@@ -98,8 +98,8 @@ bool SlurmCluster::WriteConfiguration() const
             "SelectType=select/cons_tres\nSelectTypeParameters=CR_Core\nMpiDefault=none\nReturnToService=2\n"
             // Commands give a controller that is away up after 3 s, not after 10.
             "MessageTimeout=3\nKillWait=2\nEnforcePartLimits=ANY\nSlurmdParameters=config_overrides\n"
-            // On a busy computer a launch is not to be taken for lost, which puts the job off for two minutes; and a
-            // node that has missed a question is asked again after 10 s, not after 100.
+            // On a busy computer a launch is not to be taken for lost, which puts the job off for two
+            // minutes; and a node that has missed a question is asked again after 10 s, not after 100.
             "BatchStartTimeout=60\nSlurmdTimeout=30\n"
             "SchedulerParameters=sched_min_interval=10000,batch_sched_delay=0,sched_interval=2\n"
             "NodeName=node1 NodeHostname=" +

@@ -98,9 +98,9 @@ void TestClusterDialog::ShowsWhatTheClusterAnswers_data()
                                 << u"The cluster answers. Its own choice is a-long-partition."_s
                                 << QStringList{u"a-long-partition up infinite 12 28 128"_s,
                                                u"night down 1-00:00:00 1 8 8"_s};
-    QTest::newRow("an error") << QByteArray{"echo 'sinfo: Unable to <b>contact</b> slurm controller' >&2; exit 1"}
-                              << u"No answer: sinfo: Unable to <b>contact</b> slurm controller"_s
-                              << QStringList{};
+    QTest::newRow("an error")
+        << QByteArray{"echo 'sinfo: Unable to <b>contact</b> slurm controller' >&2; exit 1"}
+        << u"No answer: sinfo: Unable to <b>contact</b> slurm controller"_s << QStringList{};
     QTest::newRow("nothing") << QByteArray{"exit 0"} << u"The cluster shows no partition."_s << QStringList{};
 }
 
@@ -178,10 +178,11 @@ void TestClusterDialog::MovesAJobType()
     const Taskmill_JobType there = editor.Read();
     QVERIFY(there.RunsOnCluster());
     QVERIFY(there.IsValid());
-    QCOMPARE(there.GenericCommandLine,
-             u"@EXEFILE --cores input --time 2:00:00 --prepare \"module load \\\"a b\\\"\" --prepare \"ulimit "
-             "-s\" -- "_s +
-                 TestProgramPath() + u" @INFILE\nyes"_s);
+    QCOMPARE(
+        there.GenericCommandLine,
+        u"@EXEFILE --cores input --time 2:00:00 --prepare \"module load \\\"a b\\\"\" --prepare \"ulimit "
+        "-s\" -- "_s +
+            TestProgramPath() + u" @INFILE\nyes"_s);
     runOn.setFocus();
     QTest::keyClick(&runOn, Qt::Key_Up);
     QCOMPARE(editor.Read(), here);

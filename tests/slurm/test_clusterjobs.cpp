@@ -65,6 +65,13 @@ void TestClusterJobs::init()
 void TestClusterJobs::cleanup()
 {
     Project().EndManager();
+    // Of a test that has failed.
+    static_cast<void>(m_cluster->Command({u"scancel"_s, u"--me"_s}));
+    static_cast<void>(QTest::qWaitFor(
+        [this] {
+            return m_cluster->Command({u"squeue"_s, u"--noheader"_s}).isEmpty();
+        },
+        20'000));
     ManagerTest::cleanup();
 }
 
