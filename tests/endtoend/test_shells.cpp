@@ -250,8 +250,11 @@ void TestShells::PagesAreClean()
     // There it finds those that the page refers to.
     const ProgramRun run = Run(u"mandoc"_s, {u"-T"_s, u"lint"_s, page},
                                QProcessEnvironment::systemEnvironment(), QStringLiteral(TASKMILL_PAGES));
-    QCOMPARE(run.out + run.err, QString{});
-    QCOMPARE(run.status, 0);
+    // Which pages of other programs are known is a matter of this computer's index.
+    QStringList lines = (run.out + run.err).split(u'\n', Qt::SkipEmptyParts);
+    lines.removeIf(
+        [](const QString &line) { return line.startsWith("mandoc: outdated mandoc.db lacks "_L1); });
+    QCOMPARE(lines, QStringList{});
 }
 
 void TestShells::ScriptsUseTheModule()
