@@ -5,6 +5,7 @@
 #include "ctl/jsonline.h"
 #include "ctl/managerfinder.h"
 #include "ctl/managerlink.h"
+#include "options/slurmoptiontable.h"
 #include "options/startoptiontable.h"
 #include "wire/protocol.h"
 
@@ -61,6 +62,21 @@ public:
         m_files = "projects";
         for (const Taskmill_StartOption &option : Taskmill_StartOptionTable)
             AddStartOption(option);
+        return Text();
+    }
+
+    std::string CompleteSlurm()
+    {
+        m_files = "files";
+        const auto needsValue = [this](const Taskmill_SlurmOption &option) {
+            return !option.Value.empty() && !m_words.empty() &&
+                   m_words.back() == "--" + std::string{option.Name};
+        };
+        const bool isProgram = std::ranges::find(m_words, "--") != m_words.end();
+        if (isProgram || std::ranges::any_of(Taskmill_SlurmOptionTable, needsValue))
+            return Text();
+        for (const Taskmill_SlurmOption &option : Taskmill_SlurmOptionTable)
+            Add("--" + std::string{option.Name}, option.Purpose);
         return Text();
     }
 
@@ -319,5 +335,7 @@ std::string Taskmill_Completions(const std::vector<std::string> &words)
     const std::string program = words.empty() ? std::string{} : words.front();
     const std::string name = program.substr(program.find_last_of("/\\") + 1);
     Completer completer{words.empty() ? words : Words{words.begin() + 1, words.end()}};
+    if (name == "taskmill-slurm")
+        return completer.CompleteSlurm();
     return name == "taskmill" ? completer.CompleteManager() : completer.CompleteClient();
 }

@@ -51,7 +51,8 @@ void Taskmill_JobBudget::SetLimits(const Taskmill_BudgetLimits &limits)
 
 void Taskmill_JobBudget::ForgetReasons()
 {
-    for (const Member &member : std::as_const(m_members)) {
+    for (Member &member : m_members) {
+        member.FirstSince.clear();
         for (Taskmill_Job *job : WaitingJobs(*member.Queue)) {
             if (job->Record().WaitReason.Why != Taskmill_WaitReason::Kind::InWords)
                 job->SetWaitReason({});
@@ -68,6 +69,9 @@ Taskmill_JobBudget::Use Taskmill_JobBudget::InUse() const
                 break;
             if (job->Status() != Taskmill_JobStatus::Running)
                 continue;
+            // What a cluster runs takes nothing of this computer.
+            if (job->Record().JobType.RunsOnCluster())
+                continue;
             ++use.Jobs;
             use.Cores += job->Record().Cores();
             use.MemoryMB += job->Record().MemoryMB();
@@ -78,7 +82,7 @@ Taskmill_JobBudget::Use Taskmill_JobBudget::InUse() const
 
 std::optional<QString> Taskmill_JobBudget::RefusalOf(const Taskmill_JobRecord &job) const
 {
-    if (m_limits.CanHold(job.Cores(), job.MemoryMB()))
+    if (job.JobType.RunsOnCluster() || m_limits.CanHold(job.Cores(), job.MemoryMB()))
         return std::nullopt;
     const Taskmill_WaitReason reason{.Why = Taskmill_WaitReason::Kind::LargerThanBudget,
                                      .Cores = job.Cores(),
@@ -98,12 +102,12 @@ Taskmill_WaitingQueue Taskmill_JobBudget::WaitingIn(const Member &member)
     queue.Waiting.reserve(static_cast<std::size_t>(jobs.size()));
     for (const Taskmill_Job *job : jobs) {
         const Taskmill_JobRecord &record = job->Record();
-        queue.Waiting.push_back(
-            {.JobID = record.JobID,
-             .Cores = record.Cores(),
-             .MemoryMB = record.MemoryMB(),
-             .AtHeadSince = record.JobID == member.FirstJob.JobID ? member.FirstJob.Since : -1,
-             .IsHeld = !member.Queue->MayStart(*job)});
+        const bool isElsewhere = record.JobType.RunsOnCluster();
+        queue.Waiting.push_back({.JobID = record.JobID,
+                                 .Cores = isElsewhere ? 0 : record.Cores(),
+                                 .MemoryMB = isElsewhere ? 0 : record.MemoryMB(),
+                                 .AtHeadSince = member.FirstSince.value(record.JobID, -1),
+                                 .IsHeld = !member.Queue->MayStart(*job)});
     }
     return queue;
 }
@@ -127,10 +131,15 @@ bool Taskmill_JobBudget::CarryOut(Member &member, const Taskmill_QueueDecision &
     const auto jobAt = [&jobs](std::size_t position) {
         return jobs[static_cast<qsizetype>(position)];
     };
-    if (decision.Head == Taskmill_QueueDecision::NoHead)
-        member.FirstJob = {};
-    else if (const qint32 jobID = jobAt(decision.Head)->JobID(); jobID != member.FirstJob.JobID)
-        member.FirstJob = {.JobID = jobID, .Since = now};
+    // One that is held for its files does not lose its turn, nor take that of the one behind it.
+    member.FirstSince.removeIf([&member](const auto &first) {
+        const Taskmill_Job *job = member.Queue->FindByJobID(first.key());
+        return !job || job->Status() != Taskmill_JobStatus::Pending || !job->WaitsForTurn();
+    });
+    if (decision.Head != Taskmill_QueueDecision::NoHead) {
+        const qint32 jobID = jobAt(decision.Head)->JobID();
+        member.FirstSince.insert(jobID, member.FirstSince.value(jobID, now));
+    }
     for (std::size_t position = 0; position < decision.Reasons.size(); ++position) {
         Taskmill_Job &job = *jobAt(position);
         if (!member.Queue->MayStart(job) || job.Record().WaitReason == decision.Reasons[position])

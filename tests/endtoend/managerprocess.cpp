@@ -47,11 +47,12 @@ ManagerProcess::ManagerProcess(QString directory, Input input)
 ManagerProcess::~ManagerProcess()
 {
     if (m_process && !HasEnded()) {
-        // What no signal can ask for there: its jobs are to end, too.
-        const bool isAsked = !isWindows || Ctl({u"quit"_s, u"--force"_s}).status == 0;
-        if constexpr (!isWindows)
+        // Ended by force it leaves its jobs running, and on Windows it can be asked in no other way.
+        if constexpr (isWindows)
+            (void)Ctl({u"quit"_s, u"--force"_s});
+        else
             m_process->terminate();
-        if (!isAsked || !m_process->waitForFinished())
+        if (!m_process->waitForFinished())
             m_process->kill();
         m_process->waitForFinished();
     }

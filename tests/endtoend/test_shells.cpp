@@ -148,6 +148,8 @@ void TestShells::CompletesWhatFits()
         {u"taskmillctl types remove jobs.mill "_s, u"words"_s},
         {u"taskmillctl jobs --long "_s, u"projects"_s},
         {u"taskmill -new"_s, u"projects -newconsole"_s},
+        {u"taskmill-slurm --cores 2 --p"_s, u"files --partition --prepare"_s},
+        {u"taskmill-slurm --cores 2 -- --p"_s, u"files"_s},
         {u"taskmillctl frobnicate --type "_s, u"words"_s},
     };
     // Of the shells, with what is theirs: words, blanks, files.
@@ -206,6 +208,12 @@ void TestShells::ManualPagesAndHelpAgree()
     const QSet<QString> inUsage = Matches(usage, u"\\[-(\\w+)"_s);
     QCOMPARE(inUsage.size(), 6);
     QVERIFY(inPage.contains(inUsage));
+
+    const QString follower = QFileInfo{QStringLiteral(TASKMILL_CTL)}.path() + u"/taskmill-slurm"_s;
+    if (!QFile::exists(follower))
+        return;
+    QCOMPARE(Sorted(Matches(Page(u"taskmill-slurm.1"_s), u"^\\.It Fl -([\\w-]+)"_s)),
+             Sorted(Matches(Run(follower, {u"--help"_s}).out, u"^  --([\\w-]+)"_s)));
 }
 
 void TestShells::PageOfProjectsHasEveryColumn()
