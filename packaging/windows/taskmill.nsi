@@ -37,6 +37,25 @@ VIAddVersionKey LegalCopyright "The Taskmill developers"
 !insertmacro MUI_UNPAGE_INSTFILES
 !insertmacro MUI_LANGUAGE "English"
 
+; A manager that has just ended holds its file for a moment longer, a keeper as long as its job runs.
+!macro STOP_IF_IN_USE FILE
+    IfFileExists "$INSTDIR\${FILE}" 0 free_${FILE}
+    StrCpy $1 75
+again_${FILE}:
+    ClearErrors
+    FileOpen $0 "$INSTDIR\${FILE}" a
+    IfErrors 0 close_${FILE}
+    Sleep 200
+    IntOp $1 $1 - 1
+    IntCmp $1 0 0 0 again_${FILE}
+    MessageBox MB_OK|MB_ICONEXCLAMATION "Taskmill, or a job that it has started, is running. End it first." /SD IDOK
+    SetErrorLevel 3
+    Abort
+close_${FILE}:
+    FileClose $0
+free_${FILE}:
+!macroend
+
 ; Files in use can neither be replaced nor removed, and jobs may run.
 !macro STOP_IF_RUNNING
     IfFileExists "$INSTDIR\taskmillctl.exe" 0 notRunning
@@ -47,6 +66,8 @@ VIAddVersionKey LegalCopyright "The Taskmill developers"
     SetErrorLevel 3
     Abort
 notRunning:
+    !insertmacro STOP_IF_IN_USE taskmill.exe
+    !insertmacro STOP_IF_IN_USE taskmill-keeper.exe
 !macroend
 
 Section "Taskmill" SecProgram
