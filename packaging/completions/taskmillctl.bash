@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# Completion of taskmill and taskmillctl in bash: the client knows what fits, also what the running manager has.
+# Completion of taskmill, taskmillctl and taskmill-slurm in bash: the client knows what fits, also what the running manager has.
 _taskmill() {
     local current=${COMP_WORDS[COMP_CWORD]} line
     local -a words=("${COMP_WORDS[@]:0:COMP_CWORD}") lines
@@ -22,4 +22,4 @@ _taskmill() {
         COMPREPLY+=("$line")
     done
 }
-complete -F _taskmill taskmill taskmillctl
+complete -F _taskmill taskmill taskmillctl taskmill-slurm

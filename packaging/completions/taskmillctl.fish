@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# Completion of taskmill and taskmillctl in fish: the client knows what fits, also what the running manager has.
+# Completion of taskmill, taskmillctl and taskmill-slurm in fish: the client knows what fits, also what the running manager has.
 function __taskmill_complete
     set -l current (commandline -ct)
     set -l lines (taskmillctl --complete (commandline -opc) "$current" 2>/dev/null)
@@ -14,3 +14,4 @@ function __taskmill_complete
 end
 complete -c taskmillctl -f -a '(__taskmill_complete)'
 complete -c taskmill -f -a '(__taskmill_complete)'
+complete -c taskmill-slurm -f -a '(__taskmill_complete)'

@@ -5,6 +5,7 @@
 #include "ctl/jsonline.h"
 #include "ctl/managerfinder.h"
 #include "ctl/managerlink.h"
+#include "options/slurmoptiontable.h"
 #include "options/startoptiontable.h"
 #include "wire/protocol.h"
 
@@ -25,10 +26,9 @@ struct Choices
     std::string_view words; ///< separated by blanks
 };
 constexpr std::array choices{
-    Choices{"QUEUE", "long short"},
-    Choices{"LIST", "long short queueless finished all"},
-    Choices{"WHERE", "up down top bottom"},
-    Choices{"WHICH", "low normal"},
+    Choices{"QUEUE", "long short"},         Choices{"LIST", "long short queueless finished all"},
+    Choices{"WHERE", "up down top bottom"}, Choices{"WHICH", "low normal"},
+    Choices{"HOURS", "22:00-06:00 off"},
 };
 /// The same of options.
 constexpr std::array optionChoices{Choices{"QUEUE", "long short queueless none"}};
@@ -62,6 +62,21 @@ public:
         m_files = "projects";
         for (const Taskmill_StartOption &option : Taskmill_StartOptionTable)
             AddStartOption(option);
+        return Text();
+    }
+
+    std::string CompleteSlurm()
+    {
+        m_files = "files";
+        const auto needsValue = [this](const Taskmill_SlurmOption &option) {
+            return !option.Value.empty() && !m_words.empty() &&
+                   m_words.back() == "--" + std::string{option.Name};
+        };
+        const bool isProgram = std::ranges::find(m_words, "--") != m_words.end();
+        if (isProgram || std::ranges::any_of(Taskmill_SlurmOptionTable, needsValue))
+            return Text();
+        for (const Taskmill_SlurmOption &option : Taskmill_SlurmOptionTable)
+            Add("--" + std::string{option.Name}, option.Purpose);
         return Text();
     }
 
@@ -187,14 +202,14 @@ private:
                 Add("--" + option.Name, option.Description);
             return;
         }
-        std::size_t positional = 0;
+        Words arguments;
         for (std::size_t at = 0; at < given.size(); ++at) {
             if (takesValue(given[at]))
                 ++at;
             else if (!given[at].starts_with('-'))
-                ++positional;
+                arguments.push_back(given[at]);
         }
-        CompleteArgument(command, positional);
+        CompleteArgument(command, arguments);
     }
 
     void CompleteValue(const Taskmill_CtlOption &option, const Taskmill_CtlCommand &command,
@@ -214,18 +229,23 @@ private:
             Add(prefix + "auto");
     }
 
-    void CompleteArgument(const Taskmill_CtlCommand &command, std::size_t position)
+    /// The argument that comes behind those that are there.
+    void CompleteArgument(const Taskmill_CtlCommand &command, const Words &before)
     {
+        const std::size_t position = before.size();
         const Words arguments = Split(command.Arguments, ' ');
         for (std::size_t at = 0; at < arguments.size(); ++at) {
-            const bool isRepeated = arguments[at].ends_with("...");
-            const bool isBehindRepeated = at > 0 && arguments[at - 1].ends_with("...");
+            const auto isRepeatedAt = [&arguments](std::size_t place) {
+                return arguments[place].find("...") != std::string::npos;
+            };
+            const bool isRepeated = isRepeatedAt(at);
+            const bool isBehindRepeated = at > 0 && isRepeatedAt(at - 1);
             if (at == position || (isRepeated && position > at) || (isBehindRepeated && position >= at))
-                CompleteArgument(command, arguments[at]);
+                CompleteArgument(command, arguments[at], before);
         }
     }
 
-    void CompleteArgument(const Taskmill_CtlCommand &command, std::string argument)
+    void CompleteArgument(const Taskmill_CtlCommand &command, std::string argument, const Words &before)
     {
         std::erase_if(argument, [](char c) { return c == '[' || c == ']' || c == '.'; });
         const bool isOnFiles = argument == "FILE" || argument == "INPUT";
@@ -238,6 +258,21 @@ private:
         for (const Choices &choice : choices) {
             if (choice.name == argument)
                 AddAll(choice.words);
+        }
+        if (argument == "LIMIT")
+            AddLimits(before);
+    }
+
+    /// Those of a budget, each with its number behind it.
+    void AddLimits(const Words &before)
+    {
+        if (before.empty())
+            Add("off");
+        if (before.size() % 2 != 0)
+            return;
+        for (const std::string_view limit : {"cores", "memory"}) {
+            if (std::ranges::find(before, limit) == before.end())
+                Add(limit);
         }
     }
 
@@ -300,5 +335,7 @@ std::string Taskmill_Completions(const std::vector<std::string> &words)
     const std::string program = words.empty() ? std::string{} : words.front();
     const std::string name = program.substr(program.find_last_of("/\\") + 1);
     Completer completer{words.empty() ? words : Words{words.begin() + 1, words.end()}};
+    if (name == "taskmill-slurm")
+        return completer.CompleteSlurm();
     return name == "taskmill" ? completer.CompleteManager() : completer.CompleteClient();
 }

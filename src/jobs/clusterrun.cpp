@@ -14,7 +14,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-const QString followerName = u"taskmill-slurm"_s;
+constexpr QLatin1StringView followerName{Taskmill_SlurmProgram.data(), Taskmill_SlurmProgram.size()};
 
 void StartAlone(const QStringList &arguments, const QString &directory)
 {
@@ -65,7 +65,9 @@ QString Taskmill_ClusterRun::Program(const QString &programOfJob)
 
 bool Taskmill_ClusterRun::IsFollower(const QString &program)
 {
-    return QFileInfo{program}.fileName() == followerName;
+    // Asked for each job that runs or waits, again and again.
+    const qsizetype rest = program.size() - followerName.size();
+    return program.endsWith(followerName) && (rest == 0 || program[rest - 1] == u'/');
 }
 
 /// The folder as it is seen from the job's: without whatever stands in the names above it.

@@ -31,7 +31,8 @@ public:
     [[nodiscard]] QString Arguments() const;
     /// Has its job cancelled, for as long as that takes, by a process of its own.
     void Cancel() const;
-    /// Whether that program needs time to have its job cancelled when it is to end.
+    /// Whether that program is the one that hands jobs to a cluster, which needs time to have its job
+    /// cancelled when it is to end.
     [[nodiscard]] static bool IsFollower(const QString &program);
 
 private:

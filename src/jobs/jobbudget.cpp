@@ -69,6 +69,9 @@ Taskmill_JobBudget::Use Taskmill_JobBudget::InUse() const
                 break;
             if (job->Status() != Taskmill_JobStatus::Running)
                 continue;
+            // What a cluster runs takes nothing of this computer.
+            if (job->Record().JobType.RunsOnCluster())
+                continue;
             ++use.Jobs;
             use.Cores += job->Record().Cores();
             use.MemoryMB += job->Record().MemoryMB();
@@ -79,7 +82,7 @@ Taskmill_JobBudget::Use Taskmill_JobBudget::InUse() const
 
 std::optional<QString> Taskmill_JobBudget::RefusalOf(const Taskmill_JobRecord &job) const
 {
-    if (m_limits.CanHold(job.Cores(), job.MemoryMB()))
+    if (job.JobType.RunsOnCluster() || m_limits.CanHold(job.Cores(), job.MemoryMB()))
         return std::nullopt;
     const Taskmill_WaitReason reason{.Why = Taskmill_WaitReason::Kind::LargerThanBudget,
                                      .Cores = job.Cores(),
@@ -99,9 +102,10 @@ Taskmill_WaitingQueue Taskmill_JobBudget::WaitingIn(const Member &member)
     queue.Waiting.reserve(static_cast<std::size_t>(jobs.size()));
     for (const Taskmill_Job *job : jobs) {
         const Taskmill_JobRecord &record = job->Record();
+        const bool isElsewhere = record.JobType.RunsOnCluster();
         queue.Waiting.push_back({.JobID = record.JobID,
-                                 .Cores = record.Cores(),
-                                 .MemoryMB = record.MemoryMB(),
+                                 .Cores = isElsewhere ? 0 : record.Cores(),
+                                 .MemoryMB = isElsewhere ? 0 : record.MemoryMB(),
                                  .AtHeadSince = member.FirstSince.value(record.JobID, -1),
                                  .IsHeld = !member.Queue->MayStart(*job)});
     }

@@ -2,6 +2,7 @@
 #include "jobs/jobenvironment.h"
 
 #include "jobs/commandline.h"
+#include "wire/clusterrun.h"
 
 #include <QStringList>
 
@@ -26,12 +27,27 @@ void SetVariable(QProcessEnvironment &environment, const QString &name, const QS
         environment.insert(name, value);
     }
 }
+/// A cluster gives a job what it takes here, where the type's options say so.
+void SetNeeds(QProcessEnvironment &environment, const Taskmill_JobRecord &job)
+{
+    const auto set = [&environment](std::string_view variable, qint64 number) {
+        const auto name = QString::fromLatin1(variable.data(), static_cast<qsizetype>(variable.size()));
+        if (number > 0)
+            environment.insert(name, QString::number(number));
+        else
+            environment.remove(name);
+    };
+    set(Taskmill_CoresVariable, job.Cores());
+    set(Taskmill_MemoryVariable, job.MemoryMB());
+}
 } // namespace
 
 QProcessEnvironment Taskmill_JobEnvironment(const Taskmill_JobRecord &job,
                                             const QProcessEnvironment &inherited)
 {
     QProcessEnvironment environment = inherited;
+    if (job.JobType.RunsOnCluster())
+        SetNeeds(environment, job);
     for (const QString &line : job.JobType.EnvironmentVariables.split(u'\n', Qt::SkipEmptyParts)) {
         QStringList pieces = line.split(u'=', Qt::SkipEmptyParts);
         if (pieces.size() != 2)

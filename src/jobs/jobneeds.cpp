@@ -2,6 +2,7 @@
 #include "jobs/jobneeds.h"
 
 #include "engines/program.h"
+#include "jobs/clustercall.h"
 #include "jobs/commandline.h"
 
 #include <QFile>
@@ -34,12 +35,32 @@ Taskmill_JobNeeds NeedsOf(const Taskmill_ProgramNeeds &said)
     return needs;
 }
 
-/// With the definitions of the environment in front, as a shell has them.
-QByteArray CallOf(const Taskmill_JobRecord &job)
+/// What the job's command line calls, and what it says of it besides.
+struct Call
+{
+    QString Program;
+    QString Arguments;
+    Taskmill_JobNeeds Needs{};
+};
+
+Call CallOf(const Taskmill_JobRecord &job)
 {
     const Taskmill_LaunchPlan plan = Taskmill_PlanLaunch(job);
-    return (job.JobType.EnvironmentVariables + u'\n' + QFileInfo{plan.Program}.fileName() + u' ' +
-            plan.Arguments)
+    const auto onCluster = job.JobType.RunsOnCluster()
+                               ? Taskmill_ClusterCall::Of(Taskmill_ExecutablePlaceholder + plan.Arguments)
+                               : std::nullopt;
+    if (!onCluster)
+        return {.Program = plan.Program, .Arguments = plan.Arguments};
+    Call call{.Program = onCluster->Program, .Arguments = onCluster->Rest};
+    call.Needs.Cores = Taskmill_CoresFromText(onCluster->Options.Cores);
+    call.Needs.MemoryMB = Taskmill_MemoryFromText(onCluster->Options.Memory);
+    return call;
+}
+
+/// With the definitions of the environment in front, as a shell has them.
+QByteArray TextOf(const Call &call, const Taskmill_JobType &jobType)
+{
+    return (jobType.EnvironmentVariables + u'\n' + QFileInfo{call.Program}.fileName() + u' ' + call.Arguments)
         .toUtf8();
 }
 } // namespace
@@ -71,10 +92,15 @@ Taskmill_JobNeeds Taskmill_NeedsOfInput(const QString &filePath)
 Taskmill_JobNeeds Taskmill_NeedsOfJob(const Taskmill_JobRecord &job)
 {
     Taskmill_JobNeeds needs = Taskmill_NeedsOfInput(job.InputFilePath);
-    const QByteArray call = CallOf(job);
+    const Call call = CallOf(job);
+    const QByteArray text = TextOf(call, job.JobType);
     const Taskmill_JobNeeds ofCall =
-        NeedsOf(Taskmill_ReadCommandLineNeeds({call.data(), static_cast<std::size_t>(call.size())}));
-    if (ofCall.Cores)
-        needs.Cores = ofCall.Cores;
+        NeedsOf(Taskmill_ReadCommandLineNeeds({text.data(), static_cast<std::size_t>(text.size())}));
+    for (const Taskmill_JobNeeds &said : {ofCall, call.Needs}) {
+        if (said.Cores)
+            needs.Cores = said.Cores;
+        if (said.MemoryMB)
+            needs.MemoryMB = said.MemoryMB;
+    }
     return needs;
 }

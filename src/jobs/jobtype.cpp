@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/jobtype.h"
 
+#include "jobs/clusterrun.h"
+
 #include <QFileInfo>
 #include <QHash>
 
@@ -23,6 +25,11 @@ bool Taskmill_JobType::IsValid() const
 bool Taskmill_JobType::UsesInputFile() const
 {
     return GenericCommandLine.contains("@INFILE"_L1, Qt::CaseInsensitive);
+}
+
+bool Taskmill_JobType::RunsOnCluster() const
+{
+    return Taskmill_ClusterRun::IsFollower(ExecutablePath);
 }
 
 Taskmill_QueueKey Taskmill_JobType::DefaultQueueIndex() const

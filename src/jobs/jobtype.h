@@ -48,6 +48,8 @@ struct Taskmill_JobType
     /// template.
     [[nodiscard]] bool IsValid() const;
     [[nodiscard]] bool UsesInputFile() const;
+    /// Whether its program is the one that hands jobs to a cluster.
+    [[nodiscard]] bool RunsOnCluster() const;
     [[nodiscard]] Taskmill_QueueKey DefaultQueueIndex() const;
     /// Whether the suffix of the file name is one of InputFileFilter's patterns "*.suffix", ignoring case.
     [[nodiscard]] bool MatchesFile(const QString &filePath) const;

@@ -21,6 +21,8 @@ constexpr auto nextTry = 10s;
 constexpr auto shortWait = 4ms;
 /// A drive that was only slow answers soon.
 constexpr auto listening = 200ms;
+/// How long a look does that was taken before the turn of its job.
+constexpr std::chrono::milliseconds longestAhead = 1s;
 /// Each holds a thread; beyond these, jobs start without a look at their files.
 constexpr qsizetype mostSilentFolders = 8;
 /// Then the event loop goes on first.
@@ -36,6 +38,13 @@ bool AnswersAtOnce(const Taskmill_FileQuestion &question)
     files.removeAll(QString{});
     return std::ranges::all_of(files, KilnUtil_Drives::IsLocal) &&
            (question.InputHash.isEmpty() || QFileInfo{question.Input}.size() <= longestReadHere);
+}
+
+/// By what another content shows, as a rule.
+std::pair<qint64, QDateTime> StateOf(const QString &file)
+{
+    const QFileInfo info{file};
+    return {info.size(), info.fileTime(QFile::FileModificationTime)};
 }
 
 /// One of a test may take its time.
@@ -67,8 +76,38 @@ void Taskmill_StartChecker::Join(Taskmill_JobContainer &jobs)
     connect(this, &Taskmill_StartChecker::AnsweredSignal, &jobs, &Taskmill_JobContainer::LookAgain);
 }
 
+bool Taskmill_StartChecker::LookAhead(Taskmill_Job &job)
+{
+    m_ahead.reset();
+    const Taskmill_FileQuestion question = Taskmill_FileQuestionOf(job.Record());
+    // The job before may write what this one reads, and one of such a type is not to start then.
+    if (job.Record().JobType.HoldsChangedInput || m_asked == &job || !LooksAtFiles(m_look) ||
+        !AnswersAtOnce(question))
+        return false;
+    m_ahead = {.Job = &job,
+               .Facts = {},
+               .Input = question.Input,
+               .InputState = StateOf(question.Input),
+               .Since = {}};
+    m_ahead->Since.start();
+    m_ahead->Facts = m_look(question);
+    return Taskmill_ReasonOfFiles(job.Record(), m_ahead->Facts).isEmpty();
+}
+
+std::optional<Taskmill_FileFacts> Taskmill_StartChecker::TakeAhead(const Taskmill_Job &job)
+{
+    if (!m_ahead || m_ahead->Job != &job)
+        return std::nullopt;
+    const Ahead ahead = *std::exchange(m_ahead, std::nullopt);
+    if (ahead.Since.hasExpired(longestAhead.count()) || ahead.InputState != StateOf(ahead.Input))
+        return std::nullopt;
+    return ahead.Facts;
+}
+
 Taskmill_StartChecker::Answer Taskmill_StartChecker::Ask(Taskmill_Job &job)
 {
+    if (const auto facts = TakeAhead(job))
+        return Decide(job, *facts);
     // What is known of its files from an earlier look does for this.
     if (HoldForWriter(job))
         return Answer::IsHeld;

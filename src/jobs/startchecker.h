@@ -4,6 +4,7 @@
 #include "jobs/startfiles.h"
 #include "kilnutil/filethread.h"
 
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QHash>
 #include <QList>
@@ -15,6 +16,8 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <utility>
 
 class Taskmill_Job;
 class Taskmill_JobContainer;
@@ -45,6 +48,9 @@ public:
     /// Of a waiting job whose turn has come. Answers at once as a rule: an event loop waits some
     /// milliseconds for a drive.
     [[nodiscard]] Answer Ask(Taskmill_Job &job);
+    /// Looks at the files of a waiting job whose turn comes soon: the next Ask() about it takes that for an
+    /// answer, for a second. False when it is not known that it may start then.
+    bool LookAhead(Taskmill_Job &job);
     /// It runs without having been asked about.
     static void NoteFilesOf(Taskmill_Job &job);
     /// Some job does not run any more: those that waited for its files are held no longer.
@@ -63,7 +69,18 @@ Q_SIGNALS:
 private:
     using HasAnswered = std::shared_ptr<std::atomic<bool>>;
 
+    /// What is known before the turn of a job.
+    struct Ahead
+    {
+        QPointer<Taskmill_Job> Job;
+        Taskmill_FileFacts Facts;
+        QString Input;
+        std::pair<qint64, QDateTime> InputState;
+        QElapsedTimer Since;
+    };
+
     void LookAt(Taskmill_Job &job);
+    [[nodiscard]] std::optional<Taskmill_FileFacts> TakeAhead(const Taskmill_Job &job);
     bool LookAtHeld();
     void GiveUpIfSilent();
     void ListenSlot();
@@ -87,7 +104,8 @@ private:
     QElapsedTimer m_lookTime;
     bool m_isSlow = false;                     ///< the last look took longer than an event loop waits
     std::optional<Taskmill_FileFacts> m_facts; ///< of that job
-    QHash<QString, HasAnswered> m_silent;      ///< folders on drives that do not answer
+    std::optional<Ahead> m_ahead;
+    QHash<QString, HasAnswered> m_silent; ///< folders on drives that do not answer
     QTimer m_giveUp;
     QTimer m_tryAgain;
     QTimer m_listen; ///< to drives that did not answer

@@ -10,6 +10,8 @@
 #include <QFileInfo>
 #include <QStorageInfo>
 
+#include <array>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -118,12 +120,13 @@ QString Taskmill_HashOfInput(const QString &path)
         return {};
     QCryptographicHash hash{QCryptographicHash::Sha256};
     qint64 left = longestHashed;
+    std::array<char, 64UL * 1024> piece;
     while (left > 0) {
-        const QByteArray piece = file.read(std::min(left, bytesOfMB));
-        if (piece.isEmpty())
+        const qint64 size = file.read(piece.data(), std::min<qint64>(left, std::ssize(piece)));
+        if (size <= 0)
             break;
-        hash.addData(piece);
-        left -= piece.size();
+        hash.addData(QByteArrayView{piece.data(), size});
+        left -= size;
     }
     if (file.error() != QFileDevice::NoError)
         return {};

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "ctl/commandhelp.h"
+#include "options/slurmoptiontable.h"
 #include "options/startoptiontable.h"
 
 #include <algorithm>
@@ -96,6 +97,18 @@ std::string StartOptions()
     return text + ".El\n";
 }
 
+std::string SlurmOptions()
+{
+    std::string text = ".Bl -tag -width Ds\n";
+    for (const Taskmill_SlurmOption &option : Taskmill_SlurmOptionTable) {
+        text.append(".It Fl -").append(option.Name);
+        if (!option.Value.empty())
+            text.append(" Ar ").append(Quoted(option.Value));
+        text.append("\n").append(Escaped(option.Purpose)).append("\n");
+    }
+    return text + ".El\n";
+}
+
 /// The lines of a number and a meaning below the heading of the exit statuses.
 std::string ExitStatus()
 {
@@ -139,6 +152,8 @@ std::string Page(std::istream &source)
             page += Commands();
         else if (line == "@START_OPTIONS@")
             page += StartOptions();
+        else if (line == "@SLURM_OPTIONS@")
+            page += SlurmOptions();
         else if (line == "@EXIT_STATUS@")
             page += ExitStatus();
         else

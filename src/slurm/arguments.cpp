@@ -1,26 +1,21 @@
 // SPDX-License-Identifier: MIT
 #include "slurm/arguments.h"
 
+#include "options/slurmoptiontable.h"
+
 #include <algorithm>
 #include <array>
+#include <span>
 
 namespace {
 using Arguments = Taskmill_SlurmArguments;
 
-struct Option
+/// What an option of that name does.
+struct Taker
 {
     std::string_view name;
-    std::string_view value; ///< empty for a task without one
-    std::string_view help;
     bool (*take)(Arguments &arguments, const std::string &value);
 };
-
-bool IsNumber(const std::string &text)
-{
-    constexpr std::size_t mostDigits = 9;
-    return !text.empty() && text.size() <= mostDigits &&
-           std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; }) && text != "0";
-}
 
 template <std::string Arguments::*member>
 bool TakeText(Arguments &arguments, const std::string &value)
@@ -33,7 +28,7 @@ template <std::string Arguments::*member>
 bool TakeNumber(Arguments &arguments, const std::string &value)
 {
     arguments.*member = value;
-    return IsNumber(value);
+    return value == Arguments::OfInput || Arguments::IsNumber(value);
 }
 
 template <std::vector<std::string> Arguments::*member>
@@ -86,28 +81,36 @@ bool TakeTask(Arguments &arguments, const std::string &)
     return true;
 }
 
-constexpr std::array options{
-    Option{"host", "USER@LOGIN", "reach the cluster through ssh", &TakeHost},
-    Option{"scratch", "FOLDER", "with --host: where a folder for each job is made there", &TakeScratch},
-    Option{"copy", "FILE", "with --host: one more file to copy there; a pattern such as *.gbw",
-           &TakeOneMore<&Arguments::copies>},
-    Option{"partition", "NAME", "the partition", &TakeText<&Arguments::partition>},
-    Option{"cores", "NUMBER", "cores on one node", &TakeNumber<&Arguments::cores>},
-    Option{"memory", "MB", "memory", &TakeNumber<&Arguments::memory>},
-    Option{"time", "TIME", "limit of time, as sbatch takes it", &TakeText<&Arguments::time>},
-    Option{"sbatch", "OPTIONS", "other options of sbatch", &TakeSbatch},
-    Option{"sbatch-word", "OPTION", "one more option of sbatch, as it is", &TakeSbatchWord},
-    Option{"prepare", "LINE", "a line of the shell before the program, such as module load orca",
-           &TakeOneMore<&Arguments::prepareLines>},
-    Option{"resume", "FOLDER", "follow the job of that folder again", &TakeFolder<Arguments::Task::Resume>},
-    Option{"cancel", "FOLDER", "have the job of that folder cancelled, which nobody follows",
-           &TakeFolder<Arguments::Task::Cancel>},
-    Option{"cancellations", "", "repeat the cancellations that a cluster has not confirmed",
-           &TakeTask<Arguments::Task::RepeatCancellations>},
-    Option{"check", "", "show the partitions of the cluster", &TakeTask<Arguments::Task::Check>},
-    Option{"help", "", "show this text", &TakeTask<Arguments::Task::Help>},
-    Option{"version", "", "show the version", &TakeTask<Arguments::Task::Version>},
+/// What ToList() writes besides, and nobody else.
+constexpr std::string_view sbatchWord = "sbatch-word";
+
+constexpr std::array takers{
+    Taker{"host", &TakeHost},
+    Taker{"scratch", &TakeScratch},
+    Taker{"copy", &TakeOneMore<&Arguments::copies>},
+    Taker{"partition", &TakeText<&Arguments::partition>},
+    Taker{"cores", &TakeNumber<&Arguments::cores>},
+    Taker{"memory", &TakeNumber<&Arguments::memory>},
+    Taker{"time", &TakeText<&Arguments::time>},
+    Taker{"sbatch", &TakeSbatch},
+    Taker{"prepare", &TakeOneMore<&Arguments::prepareLines>},
+    Taker{"resume", &TakeFolder<Arguments::Task::Resume>},
+    Taker{"cancel", &TakeFolder<Arguments::Task::Cancel>},
+    Taker{"cancellations", &TakeTask<Arguments::Task::RepeatCancellations>},
+    Taker{"check", &TakeTask<Arguments::Task::Check>},
+    Taker{"help", &TakeTask<Arguments::Task::Help>},
+    Taker{"version", &TakeTask<Arguments::Task::Version>},
+    Taker{sbatchWord, &TakeSbatchWord},
 };
+static_assert(takers.size() == Taskmill_SlurmOptionTable.size() + 1);
+static_assert(std::ranges::equal(Taskmill_SlurmOptionTable, std::span{takers}.first(takers.size() - 1), {},
+                                 &Taskmill_SlurmOption::Name, &Taker::name));
+
+bool HasValue(std::string_view name)
+{
+    const auto option = std::ranges::find(Taskmill_SlurmOptionTable, name, &Taskmill_SlurmOption::Name);
+    return option == Taskmill_SlurmOptionTable.end() || !option->Value.empty();
+}
 
 /// `position` is that of the option, and moves on to that of its value.
 std::string TakeOption(Arguments &result, const std::vector<std::string> &arguments, std::size_t &position)
@@ -115,18 +118,19 @@ std::string TakeOption(Arguments &result, const std::vector<std::string> &argume
     const std::string &argument = arguments[position];
     const std::size_t equals = argument.find('=');
     const std::string name = argument.substr(0, equals);
-    const auto option = std::ranges::find_if(
-        options, [&](const Option &one) { return name == "--" + std::string{one.name}; });
-    if (option == options.end())
+    const auto taker = std::ranges::find_if(
+        takers, [&name](const Taker &one) { return name == "--" + std::string{one.name}; });
+    if (taker == takers.end())
         return "unknown option " + name;
-    if (option->value.empty() && equals != std::string::npos)
+    const bool hasValue = HasValue(taker->name);
+    if (!hasValue && equals != std::string::npos)
         return name + " takes no value";
-    if (!option->value.empty() && equals == std::string::npos && ++position == arguments.size())
+    if (hasValue && equals == std::string::npos && ++position == arguments.size())
         return name + " needs a value";
     std::string value;
-    if (!option->value.empty())
+    if (hasValue)
         value = equals == std::string::npos ? arguments[position] : argument.substr(equals + 1);
-    return option->take(result, value) ? std::string{} : "\"" + value + "\" is no value of " + name;
+    return taker->take(result, value) ? std::string{} : "\"" + value + "\" is no value of " + name;
 }
 } // namespace
 
@@ -152,6 +156,13 @@ std::optional<Arguments> Taskmill_SlurmArguments::Read(const std::vector<std::st
     return error.empty() ? std::optional{result} : std::nullopt;
 }
 
+bool Taskmill_SlurmArguments::IsNumber(std::string_view text)
+{
+    constexpr std::size_t mostDigits = 9;
+    return !text.empty() && text.size() <= mostDigits &&
+           std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; }) && text != "0";
+}
+
 std::vector<std::string> Taskmill_SlurmArguments::ToList() const
 {
     std::vector<std::string> list;
@@ -168,7 +179,7 @@ std::vector<std::string> Taskmill_SlurmArguments::ToList() const
     add("memory", memory);
     add("time", time);
     for (const std::string &option : sbatchOptions)
-        list.push_back("--sbatch-word=" + option);
+        list.push_back("--" + std::string{sbatchWord} + '=' + option);
     for (const std::string &line : prepareLines)
         add("prepare", line);
     list.emplace_back("--");
@@ -183,14 +194,12 @@ std::string Taskmill_SlurmArguments::HelpText()
         "Usage: taskmill-slurm [OPTIONS] -- PROGRAM ARGUMENTS...\n\n"
         "Runs a program as a job of a Slurm cluster, follows it, prints what it prints, and ends as "
         "it ends.\n\nOptions:\n";
-    for (const Option &option : options) {
-        if (option.name == "sbatch-word")
-            continue;
-        std::string line = "  --" + std::string{option.name};
-        if (!option.value.empty())
-            line.append(1, ' ').append(option.value);
+    for (const Taskmill_SlurmOption &option : Taskmill_SlurmOptionTable) {
+        std::string line = "  --" + std::string{option.Name};
+        if (!option.Value.empty())
+            line.append(1, ' ').append(option.Value);
         line.resize(std::max(line.size() + 1, column), ' ');
-        text.append(line).append(option.help).append(1, '\n');
+        text.append(line).append(option.Purpose).append(1, '\n');
     }
     return text;
 }

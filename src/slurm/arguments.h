@@ -26,6 +26,8 @@ struct Taskmill_SlurmArguments
     std::string scratch;             ///< on the cluster, with `host`: where the folder of the run is made
     std::vector<std::string> copies; ///< names and patterns of files that the program reads besides
     std::string partition;
+    /// What stands for the number that the input of the job says.
+    static constexpr std::string_view OfInput = "input";
     std::string cores;
     std::string memory; ///< MB
     std::string time;
@@ -39,6 +41,8 @@ struct Taskmill_SlurmArguments
     /// The same that Read() takes, for a task that is to be taken up again.
     [[nodiscard]] std::vector<std::string> ToList() const;
     [[nodiscard]] static std::string HelpText();
+    /// Whether that is one of cores or MB: digits, not 0.
+    [[nodiscard]] static bool IsNumber(std::string_view text);
 };
 
 /// Splits a text as a shell does: blanks, quotes of both kinds, a backslash before any character. None when

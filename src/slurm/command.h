@@ -40,3 +40,6 @@ struct Taskmill_CommandOrder
 
 /// Runs a command to its end.
 [[nodiscard]] Taskmill_CommandEnd Taskmill_RunCommand(const Taskmill_CommandOrder &order);
+
+/// From now on commands are ended when this program ends in whatever way.
+void Taskmill_EndCommandsWithThis();

@@ -12,11 +12,14 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 using Clock = std::chrono::steady_clock;
+
+bool areEndedWithThis = false;
 
 /// The two ends of a pipe, closed with it.
 class Pipe
@@ -82,6 +85,8 @@ void ResetSignals()
     else
         setsid();
     ResetSignals();
+    if (areEndedWithThis)
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (output >= 0 && dup2(pipes.input.End(0), STDIN_FILENO) >= 0 && dup2(output, STDOUT_FILENO) >= 0 &&
         dup2(pipes.errors.End(1), STDERR_FILENO) >= 0)
         execvp(words.front(), words.data());
@@ -204,4 +209,9 @@ Taskmill_CommandEnd Taskmill_RunCommand(const Taskmill_CommandOrder &order)
         end.how = WIFSIGNALED(status) ? Taskmill_CommandEnd::How::Signal : Taskmill_CommandEnd::How::Exit;
     end.code = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
     return end;
+}
+
+void Taskmill_EndCommandsWithThis()
+{
+    areEndedWithThis = true;
 }

@@ -4,6 +4,8 @@
 #include "slurm/durablefile.h"
 #include "slurm/endsignal.h"
 #include "slurm/follower.h"
+#include "slurm/partitions.h"
+#include "wire/clusterrun.h"
 #include "wire/privatefolder.h"
 #include "wire/runrecord.h"
 
@@ -167,8 +169,23 @@ std::string MakeRunFolder(const std::string &runID, std::string &error)
     return folder;
 }
 
-int Submit(const Taskmill_SlurmArguments &arguments)
+/// Numbers of the job's input, which whoever has started this program has read, in place of their word; empty
+/// where nobody says them.
+void FillNeeds(Taskmill_SlurmArguments &arguments)
 {
+    const auto fill = [](std::string &value, std::string_view variable) {
+        const std::string name{variable};
+        if (const char *number = std::getenv(name.c_str()); value == Taskmill_SlurmArguments::OfInput)
+            value = number && Taskmill_SlurmArguments::IsNumber(number) ? number : "";
+        unsetenv(name.c_str());
+    };
+    fill(arguments.cores, Taskmill_CoresVariable);
+    fill(arguments.memory, Taskmill_MemoryVariable);
+}
+
+int Submit(Taskmill_SlurmArguments arguments)
+{
+    FillNeeds(arguments);
     const char *given = std::getenv(std::string{Taskmill_RunVariable}.c_str());
     const std::string runID = given && Taskmill_IsRunID(given) ? given : Taskmill_NewRunID();
     // What runs on the cluster is no part of this run, also where the cluster is this computer.
@@ -239,10 +256,10 @@ int Cancel(const std::string &name)
 int Check(const Taskmill_SlurmArguments &arguments)
 {
     const Taskmill_CommandEnd end =
-        Taskmill_SlurmSite::Make({}, arguments)->Run({"sinfo", "--format=%12P %6a %.12l %.6D %.16C %t"});
+        Taskmill_SlurmSite::Make({}, arguments)->Run(Taskmill_PartitionsCommand());
     if (!end.IsSuccess())
         return Fail(end.Reason("sinfo"));
-    std::printf("%s", end.output.c_str());
+    std::printf("%s", Taskmill_PartitionTable(end.output).c_str());
     return 0;
 }
 } // namespace
@@ -260,8 +277,13 @@ int main(int argc, char *argv[])
                                                         : "taskmill-slurm " TASKMILL_SLURM_VERSION "\n");
         return 0;
     }
-    Taskmill_CatchEndSignals();
     ForgetCommandSettings();
+    // Nothing is lost when that is ended.
+    if (arguments->task == Task::Check) {
+        Taskmill_EndCommandsWithThis();
+        return Check(*arguments);
+    }
+    Taskmill_CatchEndSignals();
     switch (arguments->task) {
     case Task::Resume:
         unsetenv(std::string{Taskmill_RunVariable}.c_str());
@@ -270,8 +292,6 @@ int main(int argc, char *argv[])
         return Cancel(arguments->folder);
     case Task::RepeatCancellations:
         return RepeatCancellations();
-    case Task::Check:
-        return Check(*arguments);
     default:
         return Submit(*arguments);
     }

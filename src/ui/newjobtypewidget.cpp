@@ -2,8 +2,11 @@
 #include "ui/newjobtypewidget.h"
 
 #include "help/helpdialog.h"
+#include "jobs/clustercall.h"
+#include "jobs/clusterrun.h"
 #include "jobs/jobneeds.h"
 #include "kilnutil/error.h"
+#include "ui/clusterdialog.h"
 #include "widgets/widgetutil.h"
 
 #include <QBoxLayout>
@@ -31,6 +34,12 @@ constexpr int rowSpacing = 10;
 constexpr int leastFieldCharacters = 60;
 constexpr int commandLineLines = 5;
 constexpr int environmentLines = 3;
+
+enum RunOn
+{
+    ThisComputer,
+    Cluster,
+};
 
 /// As rich text, which is broken into lines.
 QString ToolTip(const QString &html)
@@ -100,6 +109,7 @@ Taskmill_NewJobTypeWidget::Taskmill_NewJobTypeWidget(QWidget *parent)
     layout->addWidget(line);
     AddButtons(layout);
     ConnectFields();
+    UpdateRunOn();
     UpdateHint();
 }
 
@@ -117,6 +127,10 @@ void Taskmill_NewJobTypeWidget::MakeFields()
     m_defaultQueue = new QComboBox{this};
     for (const Taskmill_QueueNames &queue : Taskmill_Queues)
         m_defaultQueue->addItem(queue.Choice, QString{queue.OfNewJob});
+    m_runOn = new QComboBox{this};
+    m_runOn->insertItem(ThisComputer, u"This computer"_s);
+    m_runOn->insertItem(Cluster, u"Slurm cluster..."_s);
+    m_clusterSettings = NewButton(u"Cluster Settings..."_s);
     m_applicationName = new QLineEdit{this};
     m_executablePath = new QLineEdit{this};
     m_browse = NewButton(u"Browse..."_s);
@@ -184,6 +198,11 @@ void Taskmill_NewJobTypeWidget::DescribeFields()
     m_name->setPlaceholderText(u"for example MOPAC"_s);
     Describe(m_defaultQueue, u"Default Queue"_s,
              u"Where jobs go whose submitter chooses no queue. Without a queue they start at once."_s);
+    Describe(m_runOn, u"Run on"_s,
+             u"Where jobs run. On a cluster the executable is <code>taskmill-slurm</code>, and the command "
+             u"line has "
+             "the program behind its options."_s);
+    Describe(m_clusterSettings, u"Cluster Settings"_s, u"Host, partition, cores, memory and time."_s);
     Describe(m_applicationName, u"Application Name"_s,
              u"The file name of the executable. <b>Browse...</b> does not fill it in."_s);
     m_applicationName->setPlaceholderText(u"for example mopac"_s);
@@ -230,6 +249,15 @@ void Taskmill_NewJobTypeWidget::AddRows(QBoxLayout *layout)
 {
     AddRow(layout, u"Name:  "_s, m_name);
     AddRow(layout, u"Default Queue:  "_s, m_defaultQueue, 0)->addStretch();
+    // There is no such program on every system.
+    if (QFileInfo::exists(Taskmill_ClusterRun::Program({}))) {
+        QBoxLayout *place = AddRow(layout, u"Run On:  "_s, m_runOn, 0);
+        place->addWidget(m_clusterSettings);
+        place->addStretch();
+    } else {
+        m_runOn->hide();
+        m_clusterSettings->hide();
+    }
     AddRow(layout, u"Application Name:  "_s, m_applicationName);
     AddRow(layout, u"Executable Path:  "_s, m_executablePath)->addWidget(m_browse);
     AddRow(layout, u"Generic Command Line:  "_s, m_genericCommandLine);
@@ -319,6 +347,9 @@ void Taskmill_NewJobTypeWidget::ConnectFields()
     for (const QSpinBox *box : {m_killGrace, m_timeLimit, m_noProgress, m_cores, m_memory, m_freeSpace})
         connect(box, &QSpinBox::editingFinished, this, &Widget::UpdateOk);
     connect(m_defaultQueue, &QComboBox::activated, this, &Widget::DefaultQueueSlot);
+    connect(m_runOn, &QComboBox::activated, this, &Widget::RunOnSlot);
+    connect(m_clusterSettings, &QPushButton::clicked, this, &Widget::OpenClusterDialog);
+    connect(m_executablePath, &QLineEdit::textChanged, this, &Widget::UpdateRunOn);
     connect(m_browse, &QPushButton::clicked, this, &Widget::ExecutablePathBrowseSlot);
     for (QLineEdit *edit : {m_name, m_applicationName, m_executablePath})
         connect(edit, &QLineEdit::textChanged, this, &Widget::UpdateHint);
@@ -424,6 +455,40 @@ void Taskmill_NewJobTypeWidget::ExecutablePathBrowseSlot()
     if (!QFileInfo{path}.isFile())
         return;
     m_executablePath->setText(path);
+    UpdateOk();
+}
+
+void Taskmill_NewJobTypeWidget::UpdateRunOn()
+{
+    const bool isOnCluster = Taskmill_ClusterRun::IsFollower(m_executablePath->text());
+    m_runOn->setCurrentIndex(isOnCluster ? Cluster : ThisComputer);
+    m_clusterSettings->setEnabled(isOnCluster);
+}
+
+void Taskmill_NewJobTypeWidget::RunOnSlot(int index)
+{
+    if (const Taskmill_JobType jobType = Read(); index == Cluster)
+        OpenClusterDialog();
+    else if (jobType.RunsOnCluster())
+        ShowPlace(Taskmill_OnThisComputer(jobType));
+}
+
+void Taskmill_NewJobTypeWidget::OpenClusterDialog()
+{
+    auto *dialog = new Taskmill_ClusterDialog{this, Read()};
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &QDialog::accepted, this, [this, dialog] { ShowPlace(dialog->JobType()); });
+    connect(dialog, &QDialog::rejected, this, &Taskmill_NewJobTypeWidget::UpdateRunOn);
+    dialog->open();
+}
+
+void Taskmill_NewJobTypeWidget::ShowPlace(const Taskmill_JobType &jobType)
+{
+    // A text that is set is a change, which could not be taken back.
+    if (m_genericCommandLine->toPlainText() != jobType.GenericCommandLine)
+        m_genericCommandLine->setPlainText(jobType.GenericCommandLine);
+    m_executablePath->setText(jobType.ExecutablePath);
+    UpdateRunOn();
     UpdateOk();
 }
 

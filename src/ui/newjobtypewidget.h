@@ -66,8 +66,17 @@ private:
     /// Says above the buttons why "Ok" is grey.
     void UpdateHint();
 
+    void RunOnSlot(int index);
+    void OpenClusterDialog();
+    /// Shows a job type that runs elsewhere than the one in the fields.
+    void ShowPlace(const Taskmill_JobType &jobType);
+    /// The choice follows the executable.
+    void UpdateRunOn();
+
     QLineEdit *m_name;
     QComboBox *m_defaultQueue;
+    QComboBox *m_runOn; ///< in the order of its enumeration
+    QPushButton *m_clusterSettings;
     QLineEdit *m_applicationName;
     QLineEdit *m_executablePath;
     QPushButton *m_browse;

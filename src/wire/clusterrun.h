@@ -52,6 +52,12 @@ struct Taskmill_ClusterState
     [[nodiscard]] bool IsToBeFollowed() const { return phase != Phase::Ended && !isCancelled; }
 };
 
+/// How the name of the program that hands a job to a cluster ends, and the variables in which it finds what
+/// the job takes: digits; the memory in units of 2^20 bytes.
+constexpr std::string_view Taskmill_SlurmProgram = "taskmill-slurm";
+constexpr std::string_view Taskmill_CoresVariable = "TASKMILL_JOB_CORES";
+constexpr std::string_view Taskmill_MemoryVariable = "TASKMILL_JOB_MEMORY";
+
 /// The folder of a run in the folder in which its job works, both as bytes of the system.
 [[nodiscard]] std::string Taskmill_ClusterRunFolder(std::string_view workFolder, std::string_view runID);
 

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+static QList<int> spared;
+
 static Taskmill_ProcessRecord Find(int processID)
 {
     const auto processes = Taskmill_MakeSystemProcessInspector()->ListProcesses();
@@ -18,10 +20,16 @@ QList<int> ProcessTable::LivingChildren()
 {
     QList<int> children;
     for (const Taskmill_ProcessRecord &process : Taskmill_MakeSystemProcessInspector()->ListProcesses()) {
-        if (process.ParentProcessIdNumber() == QCoreApplication::applicationPid())
+        if (process.ParentProcessIdNumber() == QCoreApplication::applicationPid() &&
+            !spared.contains(process.ProcessIdNumber()))
             children.append(process.ProcessIdNumber());
     }
     return children;
+}
+
+void ProcessTable::Spare(const QList<int> &processIDs)
+{
+    spared = processIDs;
 }
 
 void ProcessTable::EndChildren()

@@ -10,6 +10,8 @@ namespace ProcessTable {
 void AdoptOrphans();
 /// Living children of this process. Once a manager has ended, these are what it left behind.
 [[nodiscard]] QList<int> LivingChildren();
+/// These children are not counted, and not killed by the next: what several tests use.
+void Spare(const QList<int> &processIDs);
 /// Kills and buries the children; to be called when no other child of this process is needed any more.
 void EndChildren();
 /// Takes the results of children that have ended.

@@ -223,6 +223,34 @@ private Q_SLOTS:
         QVERIFY(!budget.RefusalOf(Needing(9, 99)));
     }
 
+    void JobsOfAClusterTakeNothingOfTheBudget()
+    {
+        if (isWindows)
+            QSKIP("There are none");
+        Taskmill_JobBudget budget;
+        Taskmill_JobServices services = m_services;
+        services.Budget = &budget;
+        Taskmill_LongJobsQueue longJobs{services};
+        budget.Join(longJobs);
+        longJobs.SetMaxRunningJobs(3);
+        budget.SetLimits({.Cores = 2, .MemoryMB = 1000});
+        QVERIFY(QFile::link(TestProgramPath(), Path(u"taskmill-slurm"_s)));
+        const auto onCluster = [this](int jobID) {
+            Taskmill_JobRecord job = Needing(jobID, 64);
+            job.JobType.ExecutablePath = Path(u"taskmill-slurm"_s);
+            return job;
+        };
+        QVERIFY(!budget.RefusalOf(onCluster(1)));
+        // How many there are at once is what their queue says.
+        longJobs.AddAll({onCluster(1), Needing(2, 2), onCluster(3), onCluster(4)});
+        QCOMPARE(States(longJobs), u"RRRP"_s);
+        QCOMPARE(budget.InUse().Jobs, 1);
+        QCOMPARE(budget.InUse().Cores, 2);
+        longJobs.RemoveByJobIDs({2});
+        QCOMPARE(States(longJobs), u"RRR"_s);
+        QCOMPARE(budget.InUse().Cores, 0);
+    }
+
 private:
     [[nodiscard]] Taskmill_JobRecord Needing(int jobID, int cores) const
     {

@@ -97,7 +97,10 @@ bool SlurmCluster::WriteConfiguration() const
             "/slurmd.log\nProctrackType=proctrack/linuxproc\nTaskPlugin=task/none\nSwitchType=switch/none\n"
             "SelectType=select/cons_tres\nSelectTypeParameters=CR_Core\nMpiDefault=none\nReturnToService=2\n"
             // Commands give a controller that is away up after 3 s, not after 10.
-            "MessageTimeout=3\nKillWait=2\nSlurmdParameters=config_overrides\n"
+            "MessageTimeout=3\nKillWait=2\nEnforcePartLimits=ANY\nSlurmdParameters=config_overrides\n"
+            // On a busy computer a launch is not to be taken for lost, which puts the job off for two
+            // minutes; and a node that has missed a question is asked again after 10 s, not after 100.
+            "BatchStartTimeout=60\nSlurmdTimeout=30\n"
             "SchedulerParameters=sched_min_interval=10000,batch_sched_delay=0,sched_interval=2\n"
             "NodeName=node1 NodeHostname=" +
             host + " NodeAddr=127.0.0.1 Port=" + nodePort +
@@ -179,6 +182,14 @@ void SlurmCluster::ForgetJobs() const
     QDir state{m_directory.filePath(u"state"_s)};
     state.removeRecursively();
     QDir{m_directory.path()}.mkdir(u"state"_s);
+}
+
+QList<int> SlurmCluster::Processes() const
+{
+    QList<int> processes{static_cast<int>(m_controller->processId())};
+    for (const auto &daemon : m_daemons)
+        processes += static_cast<int>(daemon->processId());
+    return processes;
 }
 
 QByteArray SlurmCluster::Command(const QStringList &words) const

@@ -29,6 +29,8 @@ public:
 
     /// Runs a command of the cluster; returns what it prints.
     [[nodiscard]] QByteArray Command(const QStringList &words) const;
+    /// What of it are children of this process.
+    [[nodiscard]] QList<int> Processes() const;
     /// For programs that use the cluster.
     [[nodiscard]] QProcessEnvironment Environment() const { return m_environment; }
     /// How often squeue was called through that environment.

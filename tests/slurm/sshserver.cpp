@@ -42,9 +42,10 @@ bool SshServer::Start()
         const QByteArray folder = m_directory.path().toUtf8();
         QFile::copy(path(u"user.pub"_s), path(u"allowed"_s));
         WriteTestFile(path(u"known"_s), "[127.0.0.1]:" + number + ' ' + ReadTestFile(path(u"host.pub"_s)));
-        WriteTestFile(path(u"config"_s),
-                      "Host login\nHostName 127.0.0.1\nPort " + number + "\nIdentityFile " + folder +
-                          "/user\nIdentitiesOnly yes\nUserKnownHostsFile " + folder + "/known\n");
+        WriteTestFile(path(u"config"_s), "Host login\nHostName 127.0.0.1\nPort " + number +
+                                             "\nIdentityFile " + folder +
+                                             "/user\nIdentitiesOnly yes\nUserKnownHostsFile " + folder +
+                                             "/known\nControlPath " + folder + "/own\n");
         WriteTestFile(path(u"server"_s),
                       "ListenAddress 127.0.0.1\nPort " + number + "\nHostKey " + folder +
                           "/host\nAuthorizedKeysFile " + folder +
@@ -60,15 +61,34 @@ bool SshServer::Start()
             QDir{}.mkpath(u"/run/sshd"_s);
     }
     StartDaemon();
-    QProcess ssh;
-    ssh.setProcessEnvironment(m_cluster.Environment());
     return QTest::qWaitFor(
-        [&] {
-            ssh.start(m_cluster.ProgramFolder() + u"/ssh"_s,
-                      {u"-o"_s, u"BatchMode=yes"_s, u"login"_s, u"true"_s});
-            return ssh.waitForFinished() && ssh.exitCode() == 0;
+        [this] {
+            return Ssh({u"-o"_s, u"BatchMode=yes"_s, u"login"_s, u"true"_s});
         },
         20'000);
+}
+
+bool SshServer::Ssh(const QStringList &arguments) const
+{
+    QProcess ssh;
+    ssh.setProcessEnvironment(m_cluster.Environment());
+    // A connection in the background keeps what it was given.
+    ssh.setStandardOutputFile(QProcess::nullDevice());
+    ssh.setStandardErrorFile(QProcess::nullDevice());
+    ssh.start(m_cluster.ProgramFolder() + u"/ssh"_s, arguments);
+    return ssh.waitForFinished() && ssh.exitCode() == 0;
+}
+
+bool SshServer::OpenUsersConnection()
+{
+    return Ssh({u"-MNf"_s, u"login"_s}) &&
+           QFile::rename(m_directory.filePath(u"allowed"_s), m_directory.filePath(u"refused"_s));
+}
+
+void SshServer::CloseUsersConnection()
+{
+    static_cast<void>(Ssh({u"-O"_s, u"exit"_s, u"login"_s}));
+    QFile::rename(m_directory.filePath(u"refused"_s), m_directory.filePath(u"allowed"_s));
 }
 
 void SshServer::StartDaemon()

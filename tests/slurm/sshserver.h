@@ -16,9 +16,14 @@ public:
     [[nodiscard]] bool Start();
     /// With all connections, as when the network is gone.
     void Vanish();
+    /// A connection that the user opens himself, for others to share, where his configuration says; no other
+    /// is let in until it is closed. False when that fails.
+    [[nodiscard]] bool OpenUsersConnection();
+    void CloseUsersConnection();
 
 private:
     void StartDaemon();
+    [[nodiscard]] bool Ssh(const QStringList &arguments) const;
 
     const SlurmCluster &m_cluster;
     QTemporaryDir m_directory;

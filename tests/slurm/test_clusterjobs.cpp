@@ -15,11 +15,16 @@ class TestClusterJobs : public ManagerTest
     Q_OBJECT
 
 protected:
-    // The fixture of the manager ends everything that this process has started.
     void init() override;
     void cleanup() override;
 
 private Q_SLOTS:
+    void initTestCase()
+    {
+        m_cluster = std::make_unique<SlurmCluster>();
+        QVERIFY(m_cluster->Start());
+    }
+    void cleanupTestCase() { m_cluster.reset(); }
     void IsNeverLost_data();
     void IsNeverLost();
     void IsCancelledWithItsJob();
@@ -28,10 +33,10 @@ private Q_SLOTS:
 private:
     /// What the manager has started, and it, whose command has that name.
     [[nodiscard]] QList<int> Processes(const QByteArray &name) const;
-    void KillAll(const QByteArray &name) const
+    void KillAll(const QByteArray &name, int signal) const
     {
         for (const int process : Processes(name))
-            kill(process, SIGKILL);
+            kill(process, signal);
     }
     [[nodiscard]] bool AddClusterType() const
     {
@@ -48,19 +53,25 @@ private:
 
 void TestClusterJobs::init()
 {
+    // The fixture of the manager ends everything else that this process has started.
+    ProcessTable::Spare(m_cluster->Processes());
     ManagerTest::init();
-    m_cluster = std::make_unique<SlurmCluster>();
     qputenv("TASKMILL_END_JOBS", "as asked");
     qputenv("TASKMILL_SLURM_INTERVAL", "1");
     for (const QString &name : {u"SLURM_CONF"_s, u"PATH"_s, u"SLURM_TEST_QUERIES"_s})
         qputenv(name.toUtf8().constData(), m_cluster->Environment().value(name).toUtf8());
-    QVERIFY(m_cluster->Start());
 }
 
 void TestClusterJobs::cleanup()
 {
     Project().EndManager();
-    m_cluster.reset();
+    // Of a test that has failed.
+    static_cast<void>(m_cluster->Command({u"scancel"_s, u"--me"_s}));
+    static_cast<void>(QTest::qWaitFor(
+        [this] {
+            return m_cluster->Command({u"squeue"_s, u"--noheader"_s}).isEmpty();
+        },
+        20'000));
     ManagerTest::cleanup();
 }
 
@@ -83,18 +94,22 @@ QList<int> TestClusterJobs::Processes(const QByteArray &name) const
 void TestClusterJobs::IsNeverLost_data()
 {
     QTest::addColumn<QByteArrayList>("killed");
+    QTest::addColumn<int>("signal");
     QTest::addColumn<bool>("isProgramDone");
-    QTest::newRow("its follower is killed") << QByteArrayList{"taskmill-slurm"} << false;
-    QTest::newRow("its keeper is killed") << QByteArrayList{"taskmill-keeper"} << false;
+    QTest::newRow("its follower is killed") << QByteArrayList{"taskmill-slurm"} << SIGKILL << false;
+    QTest::newRow("its keeper is killed") << QByteArrayList{"taskmill-keeper"} << SIGKILL << false;
     QTest::newRow("everything is killed")
-        << QByteArrayList{"taskmill", "taskmill-keeper", "taskmill-slurm"} << false;
+        << QByteArrayList{"taskmill", "taskmill-keeper", "taskmill-slurm"} << SIGKILL << false;
     QTest::newRow("everything is killed, and it ends before the next start")
-        << QByteArrayList{"taskmill", "taskmill-keeper", "taskmill-slurm"} << true;
+        << QByteArrayList{"taskmill", "taskmill-keeper", "taskmill-slurm"} << SIGKILL << true;
+    // What the system ends with this signal leaves the job alone.
+    QTest::newRow("the system ends") << QByteArrayList{"taskmill", "taskmill-keeper"} << SIGTERM << false;
 }
 
 void TestClusterJobs::IsNeverLost()
 {
     QFETCH(QByteArrayList, killed);
+    QFETCH(int, signal);
     QFETCH(bool, isProgramDone);
     QVERIFY(AddClusterType());
     QVERIFY(Project().Start());
@@ -104,9 +119,9 @@ void TestClusterJobs::IsNeverLost()
     QVERIFY(Manager().Command("save").contains("The project was saved"));
     QVERIFY(!Processes(killed.first()).isEmpty());
     for (const QByteArray &name : killed)
-        KillAll(name);
+        KillAll(name, signal);
     if (killed.contains("taskmill")) {
-        QCOMPARE(Manager().End().status, -1);
+        QCOMPARE(Manager().End().status, signal == SIGKILL ? -1 : 0);
         QTRY_VERIFY(Processes("taskmill-slurm").isEmpty());
     }
     if (isProgramDone)

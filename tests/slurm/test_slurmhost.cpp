@@ -14,6 +14,7 @@ class TestSlurmHost : public TestCase
 private Q_SLOTS:
     void initTestCase();
     void BringsTheResultsBack();
+    void UsesTheUsersConnection();
     void RemovesNothingThatDidNotComeBack();
 
 private:
@@ -84,6 +85,20 @@ void TestSlurmHost::BringsTheResultsBack()
     QCOMPARE(ReadTestFile(Path(here + u"old.gbw.seen"_s)), "guess\n");
     QCOMPARE(ReadTestFile(Path(here + hard)), "new");
     QCOMPARE(QFileInfo{Path(here + u"sub/large"_s)}.size(), 3'000'000);
+    QCOMPARE(Folders(), QStringList{});
+}
+
+void TestSlurmHost::UsesTheUsersConnection()
+{
+    // What the row before has opened would do as well.
+    m_server.Vanish();
+    QVERIFY(m_server.Start());
+    QVERIFY(m_server.OpenUsersConnection());
+    auto run = Run("echo value >result\nexit 3\n");
+    const int end = run->End();
+    m_server.CloseUsersConnection();
+    QVERIFY2(end == 3, run->Output().constData());
+    QCOMPARE(ReadTestFile(Path(u"here/result"_s)), "value\n");
     QCOMPARE(Folders(), QStringList{});
 }
 

@@ -2,7 +2,7 @@
 #include "ctl/projects/output.h"
 #include "ctl/projects/projectcommands.h"
 #include "ctl/projects/projectfile.h"
-#include "jobs/clusterrun.h"
+#include "jobs/clustercall.h"
 #include "jobs/destination.h"
 #include "jobs/jobneeds.h"
 #include "jobs/presets.h"
@@ -86,16 +86,13 @@ std::optional<qint32> Minutes(const QCommandLineParser &parser, const QString &o
                                                                                    : std::nullopt;
 }
 
-/// Of a job type that runs here the same as one that runs on a cluster.
-Taskmill_JobType OnCluster(Taskmill_JobType jobType, const QCommandLineParser &parser)
+/// What stands in "--slurm"; nothing for what leaves a word that is no option.
+std::optional<Taskmill_ClusterOptions> ClusterOptions(const QCommandLineParser &parser)
 {
-    const QString program = KilnUtil_FileSys::ConvertFilename(parser.value(u"exe"_s), true, false);
-    jobType.ExecutablePath = Taskmill_ClusterRun::Program({});
-    const auto place = jobType.GenericCommandLine.indexOf("@EXEFILE"_L1);
-    if (place >= 0)
-        jobType.GenericCommandLine.insert(place + QLatin1StringView{"@EXEFILE"}.size(),
-                                          u' ' + parser.value(u"slurm"_s).trimmed() + u" -- "_s + program);
-    return jobType;
+    const QString text = Taskmill_ExecutablePlaceholder + u' ' + parser.value(u"slurm"_s);
+    const auto call = Taskmill_ClusterCall::Of(text);
+    return call && call->Program.isEmpty() && !text.contains(u'\n') ? std::optional{call->Options}
+                                                                    : std::nullopt;
 }
 
 Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
@@ -118,7 +115,10 @@ Taskmill_JobType TypeFromOptions(const QCommandLineParser &parser)
         .MemoryMB = Taskmill_MemoryFromText(parser.value(u"memory"_s)).value_or(0),
         .LeastFreeMB = Taskmill_MemoryFromText(parser.value(u"free-space"_s)).value_or(0),
         .HoldsChangedInput = parser.isSet(u"hold-changed-input"_s)};
-    return parser.isSet(u"slurm"_s) ? OnCluster(jobType, parser) : jobType;
+    return parser.isSet(u"slurm"_s)
+               ? Taskmill_OnCluster(jobType, ClusterOptions(parser).value_or(Taskmill_ClusterOptions{}),
+                                    parser.value(u"exe"_s))
+               : jobType;
 }
 
 /// What is wrong with the job type; empty when it can be used.
@@ -129,6 +129,8 @@ QString Fault(const QCommandLineParser &parser, const Taskmill_JobType &jobType)
     if (!QFileInfo{jobType.ExecutablePath}.isFile())
         return u"the executable does not exist: %1"_s.arg(parser.isSet(u"slurm"_s) ? jobType.ExecutablePath
                                                                                    : parser.value(u"exe"_s));
+    if (parser.isSet(u"slurm"_s) && !ClusterOptions(parser))
+        return u"--slurm needs options of taskmill-slurm, such as \"--cores input --time 2:00:00\""_s;
     if (!IsQueue(parser.value(u"queue"_s)))
         return u"--queue needs long, short, queueless or none"_s;
     if (!std::ranges::all_of(parser.values(u"env"_s), IsVariable))
