@@ -296,6 +296,8 @@ void Taskmill_StartChecker::JobEnded()
 
 void Taskmill_StartChecker::TryAgain()
 {
+    // What is being looked at may have been otherwise when that began.
+    m_asked = nullptr;
     m_toLookAt.clear();
     m_held.removeIf([this](const QPointer<Taskmill_Job> &job) {
         if (!job || job->Status() != Taskmill_JobStatus::Pending || !job->IsHeldForFiles())

@@ -105,8 +105,9 @@ private:
         const QString header = u"Waits Because"_s;
         const QString reason = ValueOf(header);
         m_shown += header;
+        // One that runs may have something to be said of, too.
         if (!reason.isEmpty())
-            AddRow(header, reason);
+            AddRow(m_job.Status == Taskmill_JobStatus::Pending ? header : u"Note"_s, reason);
     }
 
     void AddResult()

@@ -253,6 +253,9 @@ void Taskmill_OpenFilesList::SetUpColumns()
     // Above the numbers, but not close to the next heading.
     headerItem()->setTextAlignment(SizeColumn, Qt::AlignCenter);
     header()->setSortIndicator(IDColumn, Qt::AscendingOrder);
+    // What can be typed is not to lie behind the right edge.
+    for (const int column : {CoresColumn, MemoryColumn})
+        header()->moveSection(header()->visualIndex(column), header()->visualIndex(CreatedColumn));
 }
 
 int Taskmill_OpenFilesList::WidthAtFirst(int column) const

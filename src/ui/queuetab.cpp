@@ -272,6 +272,7 @@ void Taskmill_QueueTab::AddEntries(Taskmill_TabMenu &menu, const QList<int> &sel
     if (m_order)
         m_order->Add(menu, selection);
     const Taskmill_HoldEntries hold{menu, m_destinations, selection};
+    menu.AddSeparator();
     QAction *pauseLater =
         m_queue ? menu.AddQueueEntry(u"Pause &When the Current Jobs Have Ended"_s) : nullptr;
     if (pauseLater)
