@@ -163,13 +163,13 @@ void TestSlurmFollower::TakesUpAJob()
                                                  Script(countStart + waits + u"echo all; exit 4"_s, {hold}));
     QVERIFY(first->Says("is submitted"));
     if (!isNothingLeft)
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(Path(u"starts"_s)), 20'000);
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(Path(u"starts"_s)), 60'000);
     first->Signal(SIGKILL);
     QCOMPARE(first->End(), endedBySignal + SIGKILL);
     Taskmill_ClusterState state = State(Path());
     const QString job = QString::fromStdString(state.job);
     if (isForgotten && !isNothingLeft)
-        QTRY_COMPARE_WITH_TIMEOUT(StateOf(job), "FAILED", 20'000);
+        QTRY_COMPARE_WITH_TIMEOUT(StateOf(job), "FAILED", 60'000);
     if (isForgotten) {
         m_cluster.StopController();
         m_cluster.ForgetJobs();
@@ -179,7 +179,7 @@ void TestSlurmFollower::TakesUpAJob()
     state.phase = Taskmill_ClusterState::Phase::Submitting;
     if (lost == u"everything"_s) {
         QVERIFY(!m_cluster.Command({u"scancel"_s, job}).contains("error"));
-        QTRY_COMPARE_WITH_TIMEOUT(StateOf(job), "CANCELLED", 20'000);
+        QTRY_COMPARE_WITH_TIMEOUT(StateOf(job), "CANCELLED", 60'000);
         for (const QString &name : {u"/number"_s, u"/begun"_s, u"/owner"_s, u"/output"_s})
             QFile::remove(RunFolder(Path()) + name);
         QFile::remove(Path(u"starts"_s));
