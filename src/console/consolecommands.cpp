@@ -210,8 +210,7 @@ void Taskmill_ConsoleCommands::SetBudget(const QString &argument)
         PrintFromMainThread(
             [limits](Taskmill_ConsoleActions &actions) { return actions.SetBudget(*limits); });
     else
-        Print(u"\n<Taskmill> A budget is \"off\", \"cores N\", \"memory M\" or both, with numbers from 1 on; "
-              "memory is in megabytes.\n\n"_s);
+        Print(u"\n<Taskmill> A budget is "_s + Taskmill_BudgetForms() + u".\n\n"_s);
 }
 
 std::optional<int> Taskmill_ConsoleCommands::JobNumber(const QString &argument)

@@ -26,10 +26,9 @@ struct Choices
     std::string_view words; ///< separated by blanks
 };
 constexpr std::array choices{
-    Choices{"QUEUE", "long short"},
-    Choices{"LIST", "long short queueless finished all"},
-    Choices{"WHERE", "up down top bottom"},
-    Choices{"WHICH", "low normal"},
+    Choices{"QUEUE", "long short"},         Choices{"LIST", "long short queueless finished all"},
+    Choices{"WHERE", "up down top bottom"}, Choices{"WHICH", "low normal"},
+    Choices{"HOURS", "22:00-06:00 off"},
 };
 /// The same of options.
 constexpr std::array optionChoices{Choices{"QUEUE", "long short queueless none"}};
@@ -203,14 +202,14 @@ private:
                 Add("--" + option.Name, option.Description);
             return;
         }
-        std::size_t positional = 0;
+        Words arguments;
         for (std::size_t at = 0; at < given.size(); ++at) {
             if (takesValue(given[at]))
                 ++at;
             else if (!given[at].starts_with('-'))
-                ++positional;
+                arguments.push_back(given[at]);
         }
-        CompleteArgument(command, positional);
+        CompleteArgument(command, arguments);
     }
 
     void CompleteValue(const Taskmill_CtlOption &option, const Taskmill_CtlCommand &command,
@@ -230,18 +229,23 @@ private:
             Add(prefix + "auto");
     }
 
-    void CompleteArgument(const Taskmill_CtlCommand &command, std::size_t position)
+    /// The argument that comes behind those that are there.
+    void CompleteArgument(const Taskmill_CtlCommand &command, const Words &before)
     {
+        const std::size_t position = before.size();
         const Words arguments = Split(command.Arguments, ' ');
         for (std::size_t at = 0; at < arguments.size(); ++at) {
-            const bool isRepeated = arguments[at].ends_with("...");
-            const bool isBehindRepeated = at > 0 && arguments[at - 1].ends_with("...");
+            const auto isRepeatedAt = [&arguments](std::size_t place) {
+                return arguments[place].find("...") != std::string::npos;
+            };
+            const bool isRepeated = isRepeatedAt(at);
+            const bool isBehindRepeated = at > 0 && isRepeatedAt(at - 1);
             if (at == position || (isRepeated && position > at) || (isBehindRepeated && position >= at))
-                CompleteArgument(command, arguments[at]);
+                CompleteArgument(command, arguments[at], before);
         }
     }
 
-    void CompleteArgument(const Taskmill_CtlCommand &command, std::string argument)
+    void CompleteArgument(const Taskmill_CtlCommand &command, std::string argument, const Words &before)
     {
         std::erase_if(argument, [](char c) { return c == '[' || c == ']' || c == '.'; });
         const bool isOnFiles = argument == "FILE" || argument == "INPUT";
@@ -254,6 +258,21 @@ private:
         for (const Choices &choice : choices) {
             if (choice.name == argument)
                 AddAll(choice.words);
+        }
+        if (argument == "LIMIT")
+            AddLimits(before);
+    }
+
+    /// Those of a budget, each with its number behind it.
+    void AddLimits(const Words &before)
+    {
+        if (before.empty())
+            Add("off");
+        if (before.size() % 2 != 0)
+            return;
+        for (const std::string_view limit : {"cores", "memory"}) {
+            if (std::ranges::find(before, limit) == before.end())
+                Add(limit);
         }
     }
 

@@ -35,14 +35,15 @@ Lines WrongUsage(const std::string &text)
     return std::nullopt;
 }
 
-/// The line of a number that is not less than `least`.
-Lines NumberLine(std::string_view key, const std::string &text, int least, const std::string &what)
+/// The line of a number within these bounds.
+Lines NumberLine(std::string_view key, const std::string &text, int least, const std::string &what,
+                 std::int64_t most = std::numeric_limits<int>::max())
 {
-    int number = 0;
+    std::int64_t number = 0;
     const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc{} || stop != text.data() + text.size() || number < least)
+    if (error != std::errc{} || stop != text.data() + text.size() || number < least || number > most)
         return WrongUsage(what + " must be a number from " + std::to_string(least) + " to " +
-                          std::to_string(std::numeric_limits<int>::max()) + ": " + text);
+                          std::to_string(most) + ": " + text);
     return std::string{key} + std::to_string(number) + '\n';
 }
 
@@ -164,7 +165,9 @@ Lines BudgetLines(const Options &options)
     std::string text;
     for (std::size_t at = 0; at < words.size(); ++at) {
         const bool isNumber = at % 2 == 1;
-        const Lines line = isNumber ? NumberLine({}, words[at], 1, "a budget")
+        const Lines line = isNumber ? NumberLine({}, words[at], 1, "a budget's " + words[at - 1],
+                                                 words[at - 1] == "memory" ? Taskmill_WireMostMemoryMB
+                                                                           : Taskmill_WireMostCores)
                                     : WordLine({}, words[at], {"off", "cores", "memory"});
         if (!line)
             return line;

@@ -58,7 +58,9 @@ bool Taskmill_CtlOptions::Read(const std::vector<std::string> &arguments)
     bool optionsMayFollow = true;
     for (std::size_t position = 0; position < arguments.size(); ++position) {
         const std::string &argument = arguments[position];
-        if (!optionsMayFollow || argument == "-" || !argument.starts_with('-'))
+        // No option is a number: what is wrong with it says who takes it.
+        const bool isNumber = argument.size() > 1 && argument[1] >= '0' && argument[1] <= '9';
+        if (!optionsMayFollow || argument == "-" || !argument.starts_with('-') || isNumber)
             m_positional.push_back(argument);
         else if (argument == "--")
             optionsMayFollow = false;

@@ -17,12 +17,16 @@ namespace {
 /// Names and values, in the order in which they are printed.
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
-/// The shortest text that is read as the same number.
+/// The shortest text that is read as the same number; an integer has all its digits.
 std::string NumberText(double number)
 {
+    constexpr double mostExact = 9'007'199'254'740'992; // 2^53
     std::array<char, 32> text{};
-    const auto end = std::to_chars(text.data(), text.data() + text.size(), number).ptr;
-    return {text.data(), end};
+    const bool isInteger = number == std::trunc(number) && std::abs(number) <= mostExact;
+    const auto end =
+        isInteger ? std::to_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed)
+                  : std::to_chars(text.data(), text.data() + text.size(), number);
+    return {text.data(), end.ptr};
 }
 
 std::string MemoryText(double megabytes)

@@ -30,9 +30,19 @@ constexpr std::array textOptions{
 };
 
 /// What the job takes, in place of what its input says.
+struct NumberOption
+{
+    std::string_view name;
+    std::string_view key;
+    std::int64_t most;
+    std::string_view description;
+};
+
 constexpr std::array numberOptions{
-    TextOption{"cores", "jobcores", "Cores that the job takes, where its input says something else."},
-    TextOption{"memory", "jobmemory", "Memory that the job takes, in MB of 2^20 bytes, the same."},
+    NumberOption{"cores", "jobcores", Taskmill_WireMostCores,
+                 "Cores that the job takes, where its input says something else."},
+    NumberOption{"memory", "jobmemory", Taskmill_WireMostMemoryMB,
+                 "Memory that the job takes, in MB of 2^20 bytes, the same."},
 };
 
 struct FileOption
@@ -176,14 +186,16 @@ private:
 
     bool ReadNumbers()
     {
-        for (const TextOption &option : numberOptions) {
+        for (const NumberOption &option : numberOptions) {
             if (!m_given.IsSet(option.name))
                 continue;
             const std::string text = m_given.Value(option.name);
-            int number = 0;
+            std::int64_t number = 0;
             const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-            if (error != std::errc{} || stop != text.data() + text.size() || number < 1)
-                return Fail("--" + std::string{option.name} + " needs a number from 1 on: " + text);
+            if (error != std::errc{} || stop != text.data() + text.size() || number < 1 ||
+                number > option.most)
+                return Fail("--" + std::string{option.name} + " needs a number from 1 to " +
+                            std::to_string(option.most) + ": " + text);
             if (!AddLine(option.key, text))
                 return false;
         }
@@ -244,7 +256,7 @@ std::vector<Taskmill_CtlOption> Taskmill_SubmitOptions::Options()
     for (const TextOption &option : textOptions)
         options.push_back({std::string{option.name}, "NAME", std::string{option.description}});
     options.push_back({"queue", "QUEUE", "Queue of the job: long, short, queueless (or none) or auto."});
-    for (const TextOption &option : numberOptions)
+    for (const NumberOption &option : numberOptions)
         options.push_back({std::string{option.name}, "N", std::string{option.description}});
     for (const FileOption &option : fileOptions)
         options.push_back({std::string{option.name}, "FILE", std::string{option.description}});

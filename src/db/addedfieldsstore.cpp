@@ -45,9 +45,9 @@ bool Taskmill_AddedFieldsStore::SetOfJob(const Taskmill_JobRecord &job)
     return All().Set(Connection(), Taskmill_FieldOwner::Job, job.JobID, Taskmill_FieldsOfJob(job));
 }
 
-bool Taskmill_AddedFieldsStore::SetRunOfJob(const Taskmill_JobRecord &job)
+bool Taskmill_AddedFieldsStore::SetRunOfJob(qint32 jobID, const QString &run)
 {
-    return All().SetOne(Connection(), Taskmill_FieldOwner::Job, job.JobID, Taskmill_RunField, job.Run);
+    return All().SetOne(Connection(), Taskmill_FieldOwner::Job, jobID, Taskmill_RunField, run);
 }
 
 bool Taskmill_AddedFieldsStore::SetResultOfJob(qint32 jobID, const Taskmill_JobResult &result)

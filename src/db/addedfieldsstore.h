@@ -30,7 +30,7 @@ public:
     /// Of these jobs: numbers with commas, or a statement.
     [[nodiscard]] QHash<qint32, Taskmill_AddedFields::Fields> OfJobs(const QString &jobIDs);
     bool SetOfJob(const Taskmill_JobRecord &job);
-    bool SetRunOfJob(const Taskmill_JobRecord &job);
+    bool SetRunOfJob(qint32 jobID, const QString &run);
     bool SetResultOfJob(qint32 jobID, const Taskmill_JobResult &result);
 
     /// Removes those of the jobs, of these, that are in no table any more.

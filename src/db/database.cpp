@@ -5,6 +5,7 @@
 #include "db/databasecopy.h"
 #include "db/jobfields.h"
 #include "kilnutil/database_transaction.h"
+#include "kilnutil/logging.h"
 
 #include <QFile>
 #include <QScopedValueRollback>
@@ -28,6 +29,8 @@ Taskmill_Database::~Taskmill_Database()
 
 void Taskmill_Database::ForgetContent()
 {
+    m_notedStarts.clear();
+    m_notedRuns.clear();
     m_tables.Forget();
     m_workingCopy.Forget();
     m_addedFields.Forget();
@@ -40,6 +43,8 @@ void Taskmill_Database::ForgetContent()
 
 void Taskmill_Database::Close()
 {
+    if (IsOpen())
+        CompleteNotedStarts();
     m_tablesReady = false;
     // The checkpointer has a connection of its own to the same file.
     m_checkpointer.reset();
@@ -106,6 +111,8 @@ bool Taskmill_Database::SaveToFile(const QString &fileName, const BeforeReplacin
         return false;
     if (!IsSQLite())
         return true;
+    if (!CompleteNotedStarts())
+        return false;
     sqlite3 *database = SQLiteHandle();
     return database &&
            TakeResult(LoadOrSaveDb(database, fileName.toUtf8().constData(), 1, nullptr, beforeReplacing));
@@ -199,6 +206,20 @@ void Taskmill_Database::GiveUpStorage()
 
 bool Taskmill_Database::InTransaction(const std::function<bool()> &write)
 {
+    if (m_isInTransaction)
+        return write();
+    const QList<std::pair<qint32, QString>> starts = m_notedStarts;
+    const auto writeStart = [this](const auto &start) {
+        return WriteStart(start.first, start.second);
+    };
+    if (!Transact([&] { return std::ranges::all_of(starts, writeStart) && write(); }))
+        return false;
+    m_notedStarts.remove(0, starts.size());
+    return true;
+}
+
+bool Taskmill_Database::Transact(const std::function<bool()> &write)
+{
     // The writing becomes part of the transaction that is under way.
     if (m_isInTransaction)
         return write();
@@ -234,12 +255,59 @@ bool Taskmill_Database::RecordStart(const Taskmill_JobRecord &job)
 {
     if (!IsOpen())
         return true;
-    return Untracked([&] {
-        // Where its run is found. Its other fields are there.
-        return m_addedFields.SetRunOfJob(job) && m_longJobs.RecordStart(job.JobID) &&
-               m_shortJobs.RecordStart(job.JobID) && m_queuelessJobs.RecordStart(job.JobID) &&
-               m_workingCopy.AddRun(job.JobID);
-    });
+    if (!m_workingCopy.Exists())
+        return Untracked([&] { return WriteStart(job.JobID, job.Run); });
+    const bool isNoted = !job.Run.isEmpty() && m_notedRuns.value(job.JobID) == job.Run;
+    if (!isNoted && !NoteRun(job.JobID, job.Run))
+        return false;
+    m_notedRuns.remove(job.JobID);
+    if (m_notedStarts.isEmpty())
+        QMetaObject::invokeMethod(this, &Taskmill_Database::CompleteNotedStarts, Qt::QueuedConnection);
+    m_notedStarts.append({job.JobID, job.Run});
+    return true;
+}
+
+bool Taskmill_Database::NoteRun(qint32 jobID, const QString &run)
+{
+    const UntrackedScope noChange{*this};
+    if (!IsOpen() || !m_workingCopy.Exists() || !Transact([&] { return m_workingCopy.AddRun(jobID, run); }))
+        return false;
+    m_notedRuns.insert(jobID, run);
+    return true;
+}
+
+void Taskmill_Database::ForgetNotedRun(qint32 jobID)
+{
+    // Where that cannot be stored, a later start finds that nobody knows the run.
+    if (m_notedRuns.remove(jobID))
+        Untracked([&] { return m_workingCopy.RemoveRun(jobID); });
+}
+
+bool Taskmill_Database::WriteStart(qint32 jobID, const QString &run)
+{
+    // Where its run is found. Its other fields are there.
+    return m_addedFields.SetRunOfJob(jobID, run) && m_longJobs.RecordStart(jobID) &&
+           m_shortJobs.RecordStart(jobID) && m_queuelessJobs.RecordStart(jobID);
+}
+
+bool Taskmill_Database::CompleteNotedStarts()
+{
+    if (m_notedStarts.isEmpty() || Untracked([] { return true; }))
+        return true;
+    qCWarning(Taskmill_DBLog, "The rows of jobs that have started cannot be written now: %ls",
+              qUtf16Printable(LastErrorMessage()));
+    return false;
+}
+
+bool Taskmill_Database::TakeUpStarts()
+{
+    const QHash<qint32, QString> runs = m_workingCopy.Runs();
+    for (const auto &[jobID, run] : runs.asKeyValueRange()) {
+        // One of an earlier version has its run in its row alone.
+        if (!run.isEmpty() && !WriteStart(jobID, run))
+            return false;
+    }
+    return true;
 }
 
 bool Taskmill_Database::ForgetRun(const Taskmill_JobRecord &job)
@@ -370,16 +438,19 @@ bool Taskmill_Database::DeleteFinishedRows(const QList<qint64> &keys)
 
 QList<Taskmill_JobRecord> Taskmill_Database::GetLongJobs()
 {
+    CompleteNotedStarts();
     return m_longJobs.GetAll();
 }
 
 QList<Taskmill_JobRecord> Taskmill_Database::GetShortJobs()
 {
+    CompleteNotedStarts();
     return m_shortJobs.GetAll();
 }
 
 QList<Taskmill_JobRecord> Taskmill_Database::GetQueuelessJobs()
 {
+    CompleteNotedStarts();
     return m_queuelessJobs.GetAll();
 }
 
@@ -486,6 +557,7 @@ Taskmill_Database::MakeFinishedJobReader(const Taskmill_FinishedJobReading &read
 
 QHash<qint32, Taskmill_AddedFields::Fields> Taskmill_Database::GetAddedFieldsOfJobs(const QString &jobIDs)
 {
+    CompleteNotedStarts();
     return m_addedFields.OfJobs(jobIDs);
 }
 

@@ -91,8 +91,16 @@ public:
     void GiveUpStorage();
 
     /// A job of the three places where jobs wait is about to be started. It is no change of the project.
-    /// False when that cannot be written.
+    /// False when that cannot be written. Where there is a working copy, one line there is enough for the
+    /// job to be started; its row follows with the next transaction, at the end of this turn of the event
+    /// loop at the latest.
     bool RecordStart(const Taskmill_JobRecord &job);
+    /// The same as the one line of it, for a job that is to be started soon; false where there is none. What
+    /// is not started is forgotten again.
+    bool NoteRun(qint32 jobID, const QString &run);
+    void ForgetNotedRun(qint32 jobID);
+    /// Brings into the rows what a program that was ended had only noted of starts. In a transaction.
+    bool TakeUpStarts();
     /// The job, which waits, has no run any more. No change of the project either.
     bool ForgetRun(const Taskmill_JobRecord &job);
     /// Gives the waiting jobs, which are those of GetLongJobs() and so on in their order, their numbers, and
@@ -198,6 +206,11 @@ private:
     void ForgetContent();
     /// What is written of one operation, in one transaction; false undoes all of it.
     bool InTransaction(const std::function<bool()> &write);
+    /// The same, of this alone.
+    bool Transact(const std::function<bool()> &write);
+    bool WriteStart(qint32 jobID, const QString &run);
+    /// The rows of what has started since the last transaction, which the next one writes; true without any.
+    bool CompleteNotedStarts();
     Taskmill_AddedFields &AddedFields() { return m_addedFields.All(); }
     /// Inside a transaction: removes what no table has a column for, of the jobs that are in no table any
     /// more.
@@ -209,6 +222,9 @@ private:
     bool m_tablesReady = false;
     bool m_isInTransaction = false;
     bool m_syncsNextChange = false;
+    /// Jobs that have started, with their runs, whose rows do not say so yet.
+    QList<std::pair<qint32, QString>> m_notedStarts;
+    QHash<qint32, QString> m_notedRuns; ///< of jobs that have not started yet
     std::unique_ptr<Taskmill_Checkpointer> m_checkpointer;
     Taskmill_DatabaseTables m_tables{*this};
     Taskmill_WorkingCopyStore m_workingCopy{*this};

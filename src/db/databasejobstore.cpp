@@ -67,6 +67,18 @@ bool Taskmill_DatabaseJobStore::RecordStart(const Taskmill_JobRecord &job)
     return recorded;
 }
 
+bool Taskmill_DatabaseJobStore::NoteRun(int jobID, const QString &run)
+{
+    Taskmill_Database *database = Current();
+    return database && database->NoteRun(jobID, run);
+}
+
+void Taskmill_DatabaseJobStore::ForgetNotedRun(int jobID)
+{
+    if (Taskmill_Database *database = Current())
+        database->ForgetNotedRun(jobID);
+}
+
 void Taskmill_DatabaseJobStore::ForgetRun(const Taskmill_JobRecord &job)
 {
     if (Taskmill_Database *database = Current(); database && !database->ForgetRun(job))

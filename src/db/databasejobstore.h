@@ -14,6 +14,8 @@ public:
     [[nodiscard]] QList<Taskmill_JobType> GetJobTypes() override;
     /// A failure is reported to the user once, until starts can be stored again.
     bool RecordStart(const Taskmill_JobRecord &job) override;
+    bool NoteRun(int jobID, const QString &run) override;
+    void ForgetNotedRun(int jobID) override;
     void ForgetRun(const Taskmill_JobRecord &job) override;
     [[nodiscard]] int GetMaxRunningJobs(const QString &queueName) override;
     bool SetMaxRunningJobs(const QString &queueName, int maxRunningJobs) override;

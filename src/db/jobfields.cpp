@@ -46,8 +46,8 @@ constexpr std::array needsFields{
     NeedsFields{&Taskmill_JobRecord::AskedNeeds, "AskedCores"_L1, "AskedMemoryMB"_L1},
     NeedsFields{&Taskmill_JobRecord::InputNeeds, "InputCores"_L1, "InputMemoryMB"_L1},
 };
-constexpr auto inputCheckpointField = "InputCheckpoint"_L1;
-constexpr auto inputScratchField = "InputScratch"_L1;
+/// Files that the input names, one in a line.
+constexpr auto inputFilesField = "InputFiles"_L1;
 
 void AddNeeds(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields &fields)
 {
@@ -58,10 +58,8 @@ void AddNeeds(const Taskmill_JobRecord &job, Taskmill_AddedFields::Fields &field
         if (needs.MemoryMB)
             fields.insert(field.memory, QString::number(*needs.MemoryMB));
     }
-    if (!job.InputNeeds.Checkpoint.isEmpty())
-        fields.insert(inputCheckpointField, job.InputNeeds.Checkpoint);
-    if (!job.InputNeeds.Scratch.isEmpty())
-        fields.insert(inputScratchField, job.InputNeeds.Scratch);
+    if (!job.InputNeeds.Written.isEmpty())
+        fields.insert(inputFilesField, job.InputNeeds.Written.join(u'\n'));
 }
 
 void SetNeeds(Taskmill_JobRecord &job, const Taskmill_AddedFields::Fields &fields)
@@ -71,8 +69,7 @@ void SetNeeds(Taskmill_JobRecord &job, const Taskmill_AddedFields::Fields &field
         needs.Cores = Taskmill_CoresFromText(fields.value(field.cores));
         needs.MemoryMB = Taskmill_MemoryFromText(fields.value(field.memory));
     }
-    job.InputNeeds.Checkpoint = fields.value(inputCheckpointField);
-    job.InputNeeds.Scratch = fields.value(inputScratchField);
+    job.InputNeeds.Written = fields.value(inputFilesField).split(u'\n', Qt::SkipEmptyParts);
 }
 
 struct MeasureField

@@ -3,6 +3,8 @@
 
 #include "db/database.h"
 
+#include <QSqlRecord>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -34,7 +36,7 @@ bool Taskmill_WorkingCopyStore::Begin()
                Execute(u"DROP TABLE IF EXISTS WorkingCopyOutputs"_s) &&
                Execute(u"DROP TABLE IF EXISTS WorkingCopyOutbox"_s) && Execute(createOutbox) &&
                Execute(u"CREATE TABLE WorkingCopy (Name TEXT PRIMARY KEY, Value TEXT) WITHOUT ROWID"_s) &&
-               Execute(u"CREATE TABLE WorkingCopyRuns (JobID INTEGER PRIMARY KEY)"_s) &&
+               Execute(u"CREATE TABLE WorkingCopyRuns (JobID INTEGER PRIMARY KEY, Run TEXT)"_s) &&
                Execute(u"INSERT INTO WorkingCopy VALUES ('Changes', 0)"_s);
     });
     Forget();
@@ -102,21 +104,22 @@ bool Taskmill_WorkingCopyStore::RemoveLeftOutput(qint64 key)
     return RunPrepared(u"DELETE FROM WorkingCopyOutputs WHERE FinishedJobID = ?"_s, {key});
 }
 
-QList<qint32> Taskmill_WorkingCopyStore::Runs()
+QHash<qint32, QString> Taskmill_WorkingCopyStore::Runs()
 {
-    QList<qint32> jobIDs;
+    QHash<qint32, QString> runs;
     QSqlQuery query{Connection()};
     query.setForwardOnly(true);
-    if (query.exec(u"SELECT JobID FROM WorkingCopyRuns"_s)) {
+    // One of an earlier version has the numbers alone.
+    if (query.exec(u"SELECT * FROM WorkingCopyRuns"_s)) {
         while (query.next())
-            jobIDs.append(query.value(0).toInt());
+            runs.insert(query.value(0).toInt(), query.value(1).toString());
     }
-    return jobIDs;
+    return runs;
 }
 
-bool Taskmill_WorkingCopyStore::AddRun(qint32 jobID)
+bool Taskmill_WorkingCopyStore::AddRun(qint32 jobID, const QString &run)
 {
-    return !Exists() || RunPrepared(u"INSERT OR REPLACE INTO WorkingCopyRuns VALUES (?)"_s, {jobID});
+    return !Exists() || RunPrepared(u"INSERT OR REPLACE INTO WorkingCopyRuns VALUES (?, ?)"_s, {jobID, run});
 }
 
 bool Taskmill_WorkingCopyStore::RemoveRun(qint32 jobID)
@@ -131,7 +134,10 @@ bool Taskmill_WorkingCopyStore::RemoveAllRuns()
 
 bool Taskmill_WorkingCopyStore::CompleteTables()
 {
-    return !Exists() || Execute(createOutbox);
+    const QString runs = u"WorkingCopyRuns"_s;
+    return !Exists() ||
+           (Execute(createOutbox) && (Connection().record(runs).contains(u"Run"_s) ||
+                                      Execute(u"ALTER TABLE WorkingCopyRuns ADD COLUMN Run TEXT"_s)));
 }
 
 QList<Taskmill_Notification> Taskmill_WorkingCopyStore::Notifications()

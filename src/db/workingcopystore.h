@@ -48,13 +48,14 @@ public:
     bool AddLeftOutput(qint64 key, const Taskmill_LeftOutput &output);
     bool RemoveLeftOutput(qint64 key);
 
-    /// The jobs that were started and whose end is not recorded. The two that write belong to a transaction.
-    [[nodiscard]] QList<qint32> Runs();
-    bool AddRun(qint32 jobID);
+    /// The jobs that were started and whose end is not recorded, with their runs; see
+    /// Taskmill_JobRecord::Run. The two that write belong to a transaction.
+    [[nodiscard]] QHash<qint32, QString> Runs();
+    bool AddRun(qint32 jobID, const QString &run);
     bool RemoveRun(qint32 jobID);
     bool RemoveAllRuns();
 
-    /// Makes the table of notifications where an earlier version has not.
+    /// Makes what an earlier version has not: the table of notifications, and the column of the runs.
     bool CompleteTables();
     /// Those that are not delivered, the oldest first.
     [[nodiscard]] QList<Taskmill_Notification> Notifications();

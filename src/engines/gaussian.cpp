@@ -350,6 +350,44 @@ bool IsInput(const Taskmill_InputText &input)
     return false;
 }
 
+/// A name with blanks may stand in quotes; one without an ending gets that of its kind. Empty for a folder,
+/// in which each job has its own file.
+std::string WrittenName(std::string_view name, const std::string &kind)
+{
+    name = Taskmill_Trimmed(name);
+    if (name.size() > 1 && (name.front() == '"' || name.front() == '\'') && name.back() == name.front())
+        name = name.substr(1, name.size() - 2);
+    const std::string_view last = name.substr(name.find_last_of("/\\") + 1);
+    if (last.empty())
+        return {};
+    return last.find('.') == last.npos ? std::string{name} + '.' + kind : std::string{name};
+}
+
+/// "a,2GB,b,2GB" are parts of one file.
+void AddParts(std::string_view parts, const std::string &kind, Taskmill_ProgramNeeds &needs)
+{
+    for (bool isName = true; !parts.empty(); isName = !isName) {
+        const std::size_t end = std::min(parts.find(','), parts.size());
+        if (isName)
+            needs.AddWritten(WrittenName(parts.substr(0, end), kind));
+        parts.remove_prefix(std::min(end + 1, parts.size()));
+    }
+}
+
+void ReadFileNames(const Link0 &link0, Taskmill_ProgramNeeds &needs)
+{
+    constexpr std::array<std::string_view, 4> kindsOfScratch{"rwf", "scr", "int", "d2e"};
+    if (link0.name == "chk") {
+        if (needs.Checkpoint.empty())
+            needs.Checkpoint = link0.value;
+        needs.AddWritten(WrittenName(link0.value, link0.name));
+    } else if (std::ranges::find(kindsOfScratch, link0.name) != kindsOfScratch.end()) {
+        if (needs.Scratch.empty() && (link0.name == "rwf" || link0.name == "scr"))
+            needs.Scratch = link0.value.substr(0, link0.value.find(','));
+        AddParts(link0.value, link0.name, needs);
+    }
+}
+
 void ReadLink0Into(const Link0 &link0, Taskmill_ProgramNeeds &needs)
 {
     if (IsProcessorCount(link0.name)) {
@@ -359,11 +397,8 @@ void ReadLink0Into(const Link0 &link0, Taskmill_ProgramNeeds &needs)
     } else if (link0.name == "mem") {
         // A number without a unit counts words.
         needs.RaiseMemory(Taskmill_Megabytes(link0.value, Taskmill_BytesOfWord));
-    } else if (link0.name == "chk" && needs.Checkpoint.empty()) {
-        needs.Checkpoint = link0.value;
-    } else if ((link0.name == "rwf" || link0.name == "scr") && needs.Scratch.empty()) {
-        // "a,2GB,b,2GB" are parts of one file.
-        needs.Scratch = link0.value.substr(0, link0.value.find(','));
+    } else {
+        ReadFileNames(link0, needs);
     }
 }
 

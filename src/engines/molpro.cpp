@@ -122,6 +122,7 @@ void ReadNeeds(const Taskmill_InputText &input, Taskmill_ProgramNeeds &needs)
         } else if (words.size() > 2 && words[0] == "file" && words[1] == "2") {
             original.remove_prefix(words[2].data() - line.data());
             needs.Checkpoint = original.substr(0, words[2].size());
+            needs.AddWritten(needs.Checkpoint);
         }
     }
 }

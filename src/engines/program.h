@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class Taskmill_InputText;
 class Taskmill_OutputInterpreter;
@@ -18,10 +19,15 @@ struct Taskmill_ProgramNeeds
     std::optional<double> MemoryMB; ///< of the whole job, in units of 2^20 bytes
     std::string Checkpoint;         ///< file name as the input has it
     std::string Scratch;            ///< file or folder name as the input has it
+    /// All files that it writes beside its output, as far as the input names them, and by the names that the
+    /// program gives them.
+    std::vector<std::string> Written;
 
     /// Of several jobs in one input the largest counts.
     void RaiseCores(std::optional<int> cores);
     void RaiseMemory(std::optional<double> megabytes);
+    /// Each counts once; beyond some hundred, no more are taken.
+    void AddWritten(const std::string &file);
 };
 
 /// A quantum-chemistry program: how its output and its input are recognised and read.

@@ -41,6 +41,14 @@ void Taskmill_ProgramNeeds::RaiseMemory(std::optional<double> megabytes)
     MemoryMB = std::max(MemoryMB, megabytes);
 }
 
+void Taskmill_ProgramNeeds::AddWritten(const std::string &file)
+{
+    // Each is looked for before every start.
+    constexpr std::size_t mostFiles = 256;
+    if (!file.empty() && Written.size() < mostFiles && std::ranges::find(Written, file) == Written.end())
+        Written.push_back(file);
+}
+
 Taskmill_ProgramNeeds Taskmill_ReadCommandLineNeeds(std::string_view text)
 {
     const Taskmill_InputText input{text, {}};

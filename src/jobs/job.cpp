@@ -25,6 +25,13 @@ namespace {
 constexpr int msInSecond = 1000;
 } // namespace
 
+struct Taskmill_Job::Prepared
+{
+    Taskmill_JobRecord Record;
+    QString RunID;
+    std::unique_ptr<KilnUtil_Process> Process;
+};
+
 Taskmill_Job::Taskmill_Job(Taskmill_JobRecord record)
     : m_record{std::move(record)}
 {
@@ -63,12 +70,52 @@ void Taskmill_Job::SetReasonOfFiles(const QString &reason)
     m_record.WaitReason.OfFiles = reason;
 }
 
+void Taskmill_Job::SetLowPriority(bool isLow)
+{
+    if (std::exchange(m_hasLowPriority, isLow) != isLow)
+        DropPreparation();
+}
+
+bool Taskmill_Job::Prepare(KilnUtil_RunKeepers &keepers, const QString &runID)
+{
+    if (m_process || m_followsOn || m_isStartPutOff || m_record.JobType.IsEmpty() ||
+        m_record.HoldsNulInFileName())
+        return false;
+    const Taskmill_LaunchPlan plan = Taskmill_PlanLaunch(m_record);
+    // A file would have to be written for that one.
+    if (!plan.StandardInput.isEmpty())
+        return false;
+    MakeProcess(plan, m_record.StandardInputFile);
+    std::unique_ptr<KilnUtil_Process> process{std::exchange(m_process, nullptr)};
+    process->SetKeeper(keepers, runID);
+    if (!process->Prepare())
+        return false;
+    m_prepared = std::make_unique<Prepared>(m_record, runID, std::move(process));
+    return true;
+}
+
+void Taskmill_Job::DropPreparation()
+{
+    m_prepared.reset();
+}
+
+QString Taskmill_Job::PreparedRunID() const
+{
+    const bool isGood = m_prepared && m_prepared->Process->IsPrepared() && m_prepared->Record == m_record;
+    return isGood ? m_prepared->RunID : QString{};
+}
+
 bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
 {
     m_record.SetStatus(Taskmill_JobStatus::Running, true);
     m_record.WaitReason = {};
     if (std::exchange(m_isStartPutOff, false))
         m_record.StdOutAndStdErr.clear();
+    if (m_prepared) {
+        m_process = std::exchange(m_prepared, nullptr)->Process.release();
+        RunProcess(keepers);
+        return true;
+    }
     if (m_followsOn) {
         StartFollower(keepers);
         return true;
@@ -85,35 +132,40 @@ bool Taskmill_Job::Start(KilnUtil_RunKeepers *keepers)
     }
 
     const Taskmill_LaunchPlan plan = Taskmill_PlanLaunch(m_record);
-    QString standardInputFile = m_record.StandardInputFile;
-    if (!plan.StandardInput.isEmpty()) {
-        QFile file;
-        if (!OpenStandardInput(file)) {
-            if (file.error() == QFileDevice::ResourceError) {
-                PutStartOff(file.errorString());
-                return true;
-            }
-            m_record.StdOutAndStdErr =
-                u"The job was not run: no file for its standard input could be made in %1.\n"_s.arg(
-                    StandardInputDirectory());
-            return false;
-        }
-        if (file.write(plan.StandardInput) != plan.StandardInput.size() || !file.flush()) {
-            EndWithoutProcess(
-                u"The job was not run: its standard input could not be written to %1: %2\n"_s.arg(
-                    file.fileName(), file.errorString()));
-            // By its name: a file that cannot be written cannot be closed without an error either, and would
-            // then not remove itself.
-            const QString name = file.fileName();
-            file.close();
-            QFile::remove(name);
+    if (plan.StandardInput.isEmpty()) {
+        MakeProcess(plan, m_record.StandardInputFile);
+        RunProcess(keepers);
+        return true;
+    }
+    return StartWithInput(plan, keepers);
+}
+
+bool Taskmill_Job::StartWithInput(const Taskmill_LaunchPlan &plan, KilnUtil_RunKeepers *keepers)
+{
+    QFile file;
+    if (!OpenStandardInput(file)) {
+        if (file.error() == QFileDevice::ResourceError) {
+            PutStartOff(file.errorString());
             return true;
         }
-        m_writtenInput = file.fileName();
-        if (standardInputFile.isEmpty())
-            standardInputFile = file.fileName();
+        m_record.StdOutAndStdErr =
+            u"The job was not run: no file for its standard input could be made in %1.\n"_s.arg(
+                StandardInputDirectory());
+        return false;
     }
-    MakeProcess(plan, standardInputFile);
+    if (file.write(plan.StandardInput) != plan.StandardInput.size() || !file.flush()) {
+        EndWithoutProcess(u"The job was not run: its standard input could not be written to %1: %2\n"_s.arg(
+            file.fileName(), file.errorString()));
+        // By its name: a file that cannot be written cannot be closed without an error either, and would
+        // then not remove itself.
+        const QString name = file.fileName();
+        file.close();
+        QFile::remove(name);
+        return true;
+    }
+    m_writtenInput = file.fileName();
+    file.close();
+    MakeProcess(plan, m_record.StandardInputFile.isEmpty() ? file.fileName() : m_record.StandardInputFile);
     RunProcess(keepers);
     return true;
 }

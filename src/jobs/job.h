@@ -5,6 +5,8 @@
 
 #include <QObject>
 
+#include <memory>
+
 class KilnUtil_Process;
 class KilnUtil_RunKeepers;
 class QFile;
@@ -85,8 +87,14 @@ public:
     /// One for which the system has too little of something is put off, see StartPutOffSignal().
     /// The keepers, if the job is to have one, outlive it.
     bool Start(KilnUtil_RunKeepers *keepers = nullptr);
-    /// To be called before the start.
-    void SetLowPriority(bool isLow) { m_hasLowPriority = isLow; }
+    /// Does for a waiting job what can be done before Start(): a keeper waits with it for the word, under
+    /// that number from NewRunID(). False where that cannot be had.
+    bool Prepare(KilnUtil_RunKeepers &keepers, const QString &runID);
+    /// That number; empty when nothing is prepared, or when anything of the job is another since.
+    [[nodiscard]] QString PreparedRunID() const;
+    void DropPreparation();
+    /// To be called before the start, and before it is prepared.
+    void SetLowPriority(bool isLow);
     /// Adds a line to the output of a job that runs.
     void Say(const QString &line);
     /// In place of the start of a job whose run was found again, and is Here: it is Running until the end of
@@ -140,6 +148,8 @@ private:
     /// Whether the run has ended without the job that it has on a cluster.
     [[nodiscard]] bool IsToBeFollowedOn();
     void StartFollower(KilnUtil_RunKeepers *keepers);
+    /// For a program that reads its standard input from a file that is written for it.
+    bool StartWithInput(const struct Taskmill_LaunchPlan &plan, KilnUtil_RunKeepers *keepers);
     void RunProcess(KilnUtil_RunKeepers *keepers);
     void TakeMeasuresOf(const struct KilnUtil_RunEnd &end);
     void GatherLastOutput();
@@ -154,6 +164,8 @@ private:
 
     Taskmill_JobRecord m_record;
     KilnUtil_Process *m_process = nullptr; ///< owned
+    struct Prepared;
+    std::unique_ptr<Prepared> m_prepared;
     bool m_held = false;
     bool m_mayStart = true;
     bool m_isHeldForFiles = false;

@@ -51,7 +51,8 @@ void Taskmill_JobBudget::SetLimits(const Taskmill_BudgetLimits &limits)
 
 void Taskmill_JobBudget::ForgetReasons()
 {
-    for (const Member &member : std::as_const(m_members)) {
+    for (Member &member : m_members) {
+        member.FirstSince.clear();
         for (Taskmill_Job *job : WaitingJobs(*member.Queue)) {
             if (job->Record().WaitReason.Why != Taskmill_WaitReason::Kind::InWords)
                 job->SetWaitReason({});
@@ -102,12 +103,11 @@ Taskmill_WaitingQueue Taskmill_JobBudget::WaitingIn(const Member &member)
     for (const Taskmill_Job *job : jobs) {
         const Taskmill_JobRecord &record = job->Record();
         const bool isElsewhere = record.JobType.RunsOnCluster();
-        queue.Waiting.push_back(
-            {.JobID = record.JobID,
-             .Cores = isElsewhere ? 0 : record.Cores(),
-             .MemoryMB = isElsewhere ? 0 : record.MemoryMB(),
-             .AtHeadSince = record.JobID == member.FirstJob.JobID ? member.FirstJob.Since : -1,
-             .IsHeld = !member.Queue->MayStart(*job)});
+        queue.Waiting.push_back({.JobID = record.JobID,
+                                 .Cores = isElsewhere ? 0 : record.Cores(),
+                                 .MemoryMB = isElsewhere ? 0 : record.MemoryMB(),
+                                 .AtHeadSince = member.FirstSince.value(record.JobID, -1),
+                                 .IsHeld = !member.Queue->MayStart(*job)});
     }
     return queue;
 }
@@ -131,10 +131,15 @@ bool Taskmill_JobBudget::CarryOut(Member &member, const Taskmill_QueueDecision &
     const auto jobAt = [&jobs](std::size_t position) {
         return jobs[static_cast<qsizetype>(position)];
     };
-    if (decision.Head == Taskmill_QueueDecision::NoHead)
-        member.FirstJob = {};
-    else if (const qint32 jobID = jobAt(decision.Head)->JobID(); jobID != member.FirstJob.JobID)
-        member.FirstJob = {.JobID = jobID, .Since = now};
+    // One that is held for its files does not lose its turn, nor take that of the one behind it.
+    member.FirstSince.removeIf([&member](const auto &first) {
+        const Taskmill_Job *job = member.Queue->FindByJobID(first.key());
+        return !job || job->Status() != Taskmill_JobStatus::Pending || !job->WaitsForTurn();
+    });
+    if (decision.Head != Taskmill_QueueDecision::NoHead) {
+        const qint32 jobID = jobAt(decision.Head)->JobID();
+        member.FirstSince.insert(jobID, member.FirstSince.value(jobID, now));
+    }
     for (std::size_t position = 0; position < decision.Reasons.size(); ++position) {
         Taskmill_Job &job = *jobAt(position);
         if (!member.Queue->MayStart(job) || job.Record().WaitReason == decision.Reasons[position])

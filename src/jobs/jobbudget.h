@@ -3,6 +3,7 @@
 
 #include "jobs/startdecision.h"
 
+#include <QHash>
 #include <QList>
 #include <QString>
 
@@ -63,17 +64,11 @@ public:
     };
 
 private:
-    /// The first job of a queue that could start, and since when it is that.
-    struct Head
-    {
-        qint32 JobID = 0;
-        qint64 Since = 0;
-    };
     struct Member
     {
         Taskmill_JobQueue *Queue;
-        Head FirstJob{};
-        bool HasChanged = false; ///< in the pass that is made
+        QHash<qint32, qint64> FirstSince{}; ///< of waiting jobs that were the first of those that could start
+        bool HasChanged = false;            ///< in the pass that is made
     };
 
     [[nodiscard]] static qint64 MonotonicTime();

@@ -21,6 +21,11 @@
 namespace {
 /// A disk that is full now may not be so later.
 constexpr std::chrono::seconds nextTry{5};
+
+QString RunTextOf(const QString &runID)
+{
+    return Taskmill_RunOfJob{runID, KilnUtil_ComputerData::MachineID()}.Text();
+}
 } // namespace
 
 Taskmill_JobContainer::Taskmill_JobContainer(QString name, const Taskmill_JobServices &services)
@@ -457,6 +462,27 @@ void Taskmill_JobContainer::TryAgainSlot()
     LookAgain();
 }
 
+bool Taskmill_JobContainer::PrepareStart(Taskmill_Job &job)
+{
+    if (!m_services.Keepers || (m_services.Checker && !m_services.Checker->LookAhead(job)))
+        return false;
+    job.SetLowPriority(m_services.Judge && m_services.Judge->HaveJobsLowPriority());
+    const QString runID = m_services.Keepers->NewRunID();
+    if (!job.Prepare(*m_services.Keepers, runID))
+        return false;
+    if (m_services.Store.NoteRun(job.JobID(), RunTextOf(runID)))
+        return true;
+    job.DropPreparation();
+    return false;
+}
+
+void Taskmill_JobContainer::DropPreparation(Taskmill_Job *job, int jobID)
+{
+    if (job)
+        job->DropPreparation();
+    m_services.Store.ForgetNotedRun(jobID);
+}
+
 void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
 {
     const QString runBefore = job.Record().Run;
@@ -464,13 +490,17 @@ void Taskmill_JobContainer::StartJob(Taskmill_Job &job)
     if (!isPutOff && !MayFilesBeWritten(job))
         return;
     // Before the start: whatever ends this program from here on, the run is found again.
-    const QString runID = m_services.Keepers ? m_services.Keepers->NewRunID() : QString{};
+    QString runID = job.PreparedRunID();
+    if (runID.isEmpty())
+        job.DropPreparation();
+    if (runID.isEmpty() && m_services.Keepers)
+        runID = m_services.Keepers->NewRunID();
     if (!runID.isEmpty() && !job.PassRunOn(runID)) {
         TryAgainLater();
         return;
     }
     if (!runID.isEmpty())
-        job.SetRun(Taskmill_RunOfJob{runID, KilnUtil_ComputerData::MachineID()}.Text());
+        job.SetRun(RunTextOf(runID));
     if (!m_services.Store.RecordStart(job.Record())) {
         TryAgainLater();
         return;

@@ -116,6 +116,11 @@ protected:
     /// some time later, as is one whose start was put off. One whose files speak against it stays Pending
     /// too, and may not start any more; see Taskmill_StartChecker.
     void StartJob(Taskmill_Job &job);
+    /// Does what can be done before StartJob(), for a second at most. False when that is not worth while, or
+    /// cannot be had.
+    bool PrepareStart(Taskmill_Job &job);
+    /// It is not to be started so soon after all; nothing for any other, or for one that has started.
+    void DropPreparation(Taskmill_Job *job, int jobID);
     [[nodiscard]] bool IsBudgetOn() const;
     [[nodiscard]] QList<Taskmill_Job *> RunningJobs() const;
 

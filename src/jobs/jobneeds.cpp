@@ -30,8 +30,8 @@ Taskmill_JobNeeds NeedsOf(const Taskmill_ProgramNeeds &said)
         needs.MemoryMB = *said.MemoryMB < static_cast<double>(Taskmill_MostMemoryMB)
                              ? static_cast<qint64>(std::ceil(*said.MemoryMB))
                              : Taskmill_MostMemoryMB;
-    needs.Checkpoint = QString::fromStdString(said.Checkpoint);
-    needs.Scratch = QString::fromStdString(said.Scratch);
+    for (const std::string &file : said.Written)
+        needs.Written.append(QString::fromStdString(file));
     return needs;
 }
 

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "wire/protocol.h"
+
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -12,16 +15,14 @@ struct Taskmill_JobNeeds
 {
     std::optional<qint32> Cores; ///< from 1 to Taskmill_MostCores
     std::optional<qint64>
-        MemoryMB;       ///< of the whole job, in units of 2^20 bytes, from 1 to Taskmill_MostMemoryMB
-    QString Checkpoint; ///< file name as the input has it
-    QString Scratch;    ///< file or folder name as the input has it
+        MemoryMB;        ///< of the whole job, in units of 2^20 bytes, from 1 to Taskmill_MostMemoryMB
+    QStringList Written; ///< checkpoint and scratch files by the names that the program gives them
 
     bool operator==(const Taskmill_JobNeeds &) const = default;
 };
 
-/// More than any machine has, and little enough for sums of many jobs.
-constexpr qint32 Taskmill_MostCores = 1'000'000;
-constexpr qint64 Taskmill_MostMemoryMB = qint64{1} << 40;
+constexpr qint32 Taskmill_MostCores{Taskmill_WireMostCores};
+constexpr qint64 Taskmill_MostMemoryMB{Taskmill_WireMostMemoryMB};
 
 /// The number that a user or a client wrote; nothing for what is no such number.
 [[nodiscard]] std::optional<qint32> Taskmill_CoresFromText(const QString &text);

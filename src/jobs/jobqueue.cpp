@@ -6,8 +6,17 @@
 #include "jobs/startjudge.h"
 
 #include <algorithm>
+#include <chrono>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+/// Jobs that start within that time of each other are so short that the time between them counts; and so long
+/// what is prepared of a start does.
+constexpr std::chrono::milliseconds longestPrepared = 1s;
+} // namespace
 
 Taskmill_Job *Taskmill_NextJobToStart(const QList<Taskmill_Job *> &jobs, int maxRunningJobs, int lastJobID)
 {
@@ -24,6 +33,14 @@ Taskmill_Job *Taskmill_NextJobToStart(const QList<Taskmill_Job *> &jobs, int max
             return job;
     }
     return nullptr;
+}
+
+Taskmill_JobQueue::Taskmill_JobQueue(QString name, const Taskmill_JobServices &services)
+    : Taskmill_JobContainer{std::move(name), services}
+{
+    m_drop.setSingleShot(true);
+    m_drop.setInterval(longestPrepared);
+    connect(&m_drop, &QTimer::timeout, this, &Taskmill_JobQueue::DropPrepared);
 }
 
 void Taskmill_JobQueue::SetPaused(bool paused)
@@ -114,10 +131,40 @@ void Taskmill_JobQueue::StartNext()
         if (!job)
             return;
         StartJob(*job);
-        if (job->MayStart())
+        if (job->MayStart()) {
+            const bool isFast = m_sinceStart.isValid() && !m_sinceStart.hasExpired(longestPrepared.count());
+            m_sinceStart.start();
+            if (isFast)
+                QMetaObject::invokeMethod(this, &Taskmill_JobQueue::PrepareNext, Qt::QueuedConnection);
             return;
+        }
     }
     LookAgainSoon();
+}
+
+void Taskmill_JobQueue::PrepareNext()
+{
+    const int running = RunningCount();
+    const int last = m_lastBeforePause.value_or(std::numeric_limits<int>::max());
+    Taskmill_Job *next = running > 0 && !IsBudgetOn() && MayStartAny()
+                             ? Taskmill_NextJobToStart(Jobs(), running + 1, last)
+                             : nullptr;
+    if (next && next == m_prepared)
+        return;
+    DropPrepared();
+    if (!next || !PrepareStart(*next))
+        return;
+    m_prepared = next;
+    m_preparedJobID = next->JobID();
+    m_drop.start();
+}
+
+void Taskmill_JobQueue::DropPrepared()
+{
+    m_drop.stop();
+    if (const int jobID = std::exchange(m_preparedJobID, 0))
+        DropPreparation(m_prepared, jobID);
+    m_prepared.clear();
 }
 
 void Taskmill_JobQueue::Update()

@@ -3,6 +3,10 @@
 
 #include "jobs/jobcontainer.h"
 
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QTimer>
+
 #include <limits>
 #include <optional>
 
@@ -47,18 +51,25 @@ Q_SIGNALS:
     void QueueUpdatedSignal();
 
 protected:
-    using Taskmill_JobContainer::Taskmill_JobContainer;
+    Taskmill_JobQueue(QString name, const Taskmill_JobServices &services);
 
     void Update() override;
 
 private:
     [[nodiscard]] bool IsBeforePause(const Taskmill_Job &job) const;
     void StartNext();
+    /// Jobs follow each other so fast that the next one is made ready while others run.
+    void PrepareNext();
+    void DropPrepared();
     void PauseIfDone();
 
     bool m_paused = false;
     std::optional<int> m_lastBeforePause; ///< the largest number of the jobs that are still to be started
     int m_maxRunningJobs = 1;
+    QElapsedTimer m_sinceStart;
+    QPointer<Taskmill_Job> m_prepared;
+    int m_preparedJobID = 0; ///< 0 while nothing is prepared
+    QTimer m_drop;
 };
 
 /// The queue "Long", for long calculations.

@@ -25,6 +25,10 @@ public:
     /// may be ended by force, knows that the job ran, and where its run is found. False when that cannot be
     /// stored: the job must not start then.
     virtual bool RecordStart(const Taskmill_JobRecord &job) = 0;
+    /// The same some time before, which makes RecordStart() of the same run quick; it is taken back when the
+    /// job is not started after all.
+    virtual bool NoteRun(int jobID, const QString &run) = 0;
+    virtual void ForgetNotedRun(int jobID) = 0;
     /// The job, which waits, has no run any more. Where that cannot be stored it is found out again.
     virtual void ForgetRun(const Taskmill_JobRecord &job) = 0;
 

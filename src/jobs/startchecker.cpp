@@ -21,8 +21,12 @@ constexpr auto nextTry = 10s;
 constexpr auto shortWait = 4ms;
 /// A drive that was only slow answers soon.
 constexpr auto listening = 200ms;
+/// How long a look does that was taken before the turn of its job.
+constexpr std::chrono::milliseconds longestAhead = 1s;
 /// Each holds a thread; beyond these, jobs start without a look at their files.
 constexpr qsizetype mostSilentFolders = 8;
+/// Then the event loop goes on first.
+constexpr int mostLooks = 16;
 /// Beyond that an input is read on the thread, wherever it is.
 constexpr qint64 longestReadHere = 1 << 20;
 
@@ -34,6 +38,13 @@ bool AnswersAtOnce(const Taskmill_FileQuestion &question)
     files.removeAll(QString{});
     return std::ranges::all_of(files, KilnUtil_Drives::IsLocal) &&
            (question.InputHash.isEmpty() || QFileInfo{question.Input}.size() <= longestReadHere);
+}
+
+/// By what another content shows, as a rule.
+std::pair<qint64, QDateTime> StateOf(const QString &file)
+{
+    const QFileInfo info{file};
+    return {info.size(), info.fileTime(QFile::FileModificationTime)};
 }
 
 /// One of a test may take its time.
@@ -55,6 +66,8 @@ Taskmill_StartChecker::Taskmill_StartChecker(Look look, std::chrono::millisecond
     connect(&m_tryAgain, &QTimer::timeout, this, &Taskmill_StartChecker::TryAgain);
     m_listen.setInterval(listening);
     connect(&m_listen, &QTimer::timeout, this, &Taskmill_StartChecker::ListenSlot);
+    // Before the containers ask about others.
+    connect(this, &Taskmill_StartChecker::AnsweredSignal, this, &Taskmill_StartChecker::LookAtHeld);
 }
 
 void Taskmill_StartChecker::Join(Taskmill_JobContainer &jobs)
@@ -63,8 +76,38 @@ void Taskmill_StartChecker::Join(Taskmill_JobContainer &jobs)
     connect(this, &Taskmill_StartChecker::AnsweredSignal, &jobs, &Taskmill_JobContainer::LookAgain);
 }
 
+bool Taskmill_StartChecker::LookAhead(Taskmill_Job &job)
+{
+    m_ahead.reset();
+    const Taskmill_FileQuestion question = Taskmill_FileQuestionOf(job.Record());
+    // The job before may write what this one reads, and one of such a type is not to start then.
+    if (job.Record().JobType.HoldsChangedInput || m_asked == &job || !LooksAtFiles(m_look) ||
+        !AnswersAtOnce(question))
+        return false;
+    m_ahead = {.Job = &job,
+               .Facts = {},
+               .Input = question.Input,
+               .InputState = StateOf(question.Input),
+               .Since = {}};
+    m_ahead->Since.start();
+    m_ahead->Facts = m_look(question);
+    return Taskmill_ReasonOfFiles(job.Record(), m_ahead->Facts).isEmpty();
+}
+
+std::optional<Taskmill_FileFacts> Taskmill_StartChecker::TakeAhead(const Taskmill_Job &job)
+{
+    if (!m_ahead || m_ahead->Job != &job)
+        return std::nullopt;
+    const Ahead ahead = *std::exchange(m_ahead, std::nullopt);
+    if (ahead.Since.hasExpired(longestAhead.count()) || ahead.InputState != StateOf(ahead.Input))
+        return std::nullopt;
+    return ahead.Facts;
+}
+
 Taskmill_StartChecker::Answer Taskmill_StartChecker::Ask(Taskmill_Job &job)
 {
+    if (const auto facts = TakeAhead(job))
+        return Decide(job, *facts);
     // What is known of its files from an earlier look does for this.
     if (HoldForWriter(job))
         return Answer::IsHeld;
@@ -215,7 +258,12 @@ Taskmill_StartChecker::Answer Taskmill_StartChecker::Decide(Taskmill_Job &job,
 void Taskmill_StartChecker::NoteFilesOf(Taskmill_Job &job)
 {
     QStringList files = Taskmill_FileQuestionOf(job.Record()).Written;
-    std::ranges::transform(files, files.begin(), KilnUtil_FileSys::ComparablePath);
+    // What lies on a drive that may not answer is compared as it is spelled.
+    std::ranges::transform(files, files.begin(), [](const QString &file) {
+        return KilnUtil_Drives::IsLocal(file) ? Taskmill_ComparableFile(file)
+                                              : KilnUtil_FileSys::ComparablePath(QDir::cleanPath(file));
+    });
+    files.removeAll(QString{});
     job.SetWrittenFiles(files);
 }
 
@@ -248,17 +296,37 @@ void Taskmill_StartChecker::JobEnded()
 
 void Taskmill_StartChecker::TryAgain()
 {
-    bool isAnyFree = false;
-    m_held.removeIf([&](const QPointer<Taskmill_Job> &job) {
+    m_toLookAt.clear();
+    m_held.removeIf([this](const QPointer<Taskmill_Job> &job) {
         if (!job || job->Status() != Taskmill_JobStatus::Pending || !job->IsHeldForFiles())
             return true;
-        if (job->IsHeldForWriter())
-            return false;
-        // Its row goes on saying why it waits until the answer is there.
-        job->SetHeldForFiles(false);
-        isAnyFree = true;
-        return true;
+        if (!job->IsHeldForWriter())
+            m_toLookAt.append(job);
+        return false;
     });
-    if (isAnyFree)
+    if (LookAtHeld())
         Q_EMIT AnsweredSignal();
+}
+
+/// They stay held until the answer is there: a job that cannot be started is not to take the turn of another.
+/// Whether one may start now.
+bool Taskmill_StartChecker::LookAtHeld()
+{
+    bool isAnyFree = false;
+    for (int looks = 0; looks < mostLooks && !m_toLookAt.isEmpty(); ++looks) {
+        Taskmill_Job *job = m_toLookAt.first();
+        if (job && job->Status() == Taskmill_JobStatus::Pending && job->IsHeldForFiles()) {
+            const Answer answer = Ask(*job);
+            if (answer == Answer::IsLookedAt)
+                return isAnyFree;
+            if (answer == Answer::Starts) {
+                job->SetReasonOfFiles({});
+                isAnyFree = true;
+            }
+        }
+        m_toLookAt.removeFirst();
+    }
+    if (!m_toLookAt.isEmpty())
+        QMetaObject::invokeMethod(this, &Taskmill_StartChecker::AnsweredSignal, Qt::QueuedConnection);
+    return isAnyFree;
 }

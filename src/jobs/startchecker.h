@@ -4,6 +4,7 @@
 #include "jobs/startfiles.h"
 #include "kilnutil/filethread.h"
 
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QHash>
 #include <QList>
@@ -15,6 +16,8 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <utility>
 
 class Taskmill_Job;
 class Taskmill_JobContainer;
@@ -45,6 +48,9 @@ public:
     /// Of a waiting job whose turn has come. Answers at once as a rule: an event loop waits some
     /// milliseconds for a drive.
     [[nodiscard]] Answer Ask(Taskmill_Job &job);
+    /// Looks at the files of a waiting job whose turn comes soon: the next Ask() about it takes that for an
+    /// answer, for a second. False when it is not known that it may start then.
+    bool LookAhead(Taskmill_Job &job);
     /// It runs without having been asked about.
     static void NoteFilesOf(Taskmill_Job &job);
     /// Some job does not run any more: those that waited for its files are held no longer.
@@ -52,8 +58,8 @@ public:
     /// The user wants the job to start although something but another job speaks against it.
     static void LetStart(Taskmill_Job &job);
 
-    /// Looks again at those that are held for something else than another job; happens by itself every few
-    /// seconds.
+    /// Looks again at those that are held for something else than another job, whether or not there is a
+    /// place for them; happens by itself every few seconds.
     void TryAgain();
 
 Q_SIGNALS:
@@ -63,7 +69,19 @@ Q_SIGNALS:
 private:
     using HasAnswered = std::shared_ptr<std::atomic<bool>>;
 
+    /// What is known before the turn of a job.
+    struct Ahead
+    {
+        QPointer<Taskmill_Job> Job;
+        Taskmill_FileFacts Facts;
+        QString Input;
+        std::pair<qint64, QDateTime> InputState;
+        QElapsedTimer Since;
+    };
+
     void LookAt(Taskmill_Job &job);
+    [[nodiscard]] std::optional<Taskmill_FileFacts> TakeAhead(const Taskmill_Job &job);
+    bool LookAtHeld();
     void GiveUpIfSilent();
     void ListenSlot();
     [[nodiscard]] Answer Decide(Taskmill_Job &job, const Taskmill_FileFacts &facts);
@@ -79,13 +97,15 @@ private:
     KilnUtil_FileThread m_thread;
     QList<const Taskmill_JobContainer *> m_all;
     QList<QPointer<Taskmill_Job>> m_held;
-    QPointer<Taskmill_Job> m_asked; ///< the job that the thread looks at, or has looked at
-    QString m_folder;               ///< of that job
+    QList<QPointer<Taskmill_Job>> m_toLookAt; ///< those of them that are tried again
+    QPointer<Taskmill_Job> m_asked;           ///< the job that the thread looks at, or has looked at
+    QString m_folder;                         ///< of that job
     HasAnswered m_hasAnswered;
     QElapsedTimer m_lookTime;
     bool m_isSlow = false;                     ///< the last look took longer than an event loop waits
     std::optional<Taskmill_FileFacts> m_facts; ///< of that job
-    QHash<QString, HasAnswered> m_silent;      ///< folders on drives that do not answer
+    std::optional<Ahead> m_ahead;
+    QHash<QString, HasAnswered> m_silent; ///< folders on drives that do not answer
     QTimer m_giveUp;
     QTimer m_tryAgain;
     QTimer m_listen; ///< to drives that did not answer

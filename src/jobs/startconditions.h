@@ -60,6 +60,9 @@ struct Taskmill_QuietHours
     [[nodiscard]] static std::optional<Taskmill_QuietHours> FromText(const QString &text);
 };
 
+/// What the user is told who gave something else.
+inline constexpr QLatin1StringView Taskmill_StartTimeForms{
+    "a time is \"2031-12-24 18:30\", \"18:30\", \"+90m\", \"+2h\" or \"+1d\""};
 /// Reads a time that the user gives: "yyyy-MM-dd hh:mm", with "T" too, with seconds too; "hh:mm", which is
 /// the next such time; or "+90", "+2h", "+30m", "+1d" from now on, minutes where nothing else is said.
 /// Not set when it is none of these.

@@ -30,8 +30,8 @@ struct Taskmill_WaitingJob
     qint32 JobID = 0;
     qint32 Cores = 1;
     qint64 MemoryMB = 0;
-    /// Since when it is the first of its queue that could start, in ms of the question's clock; negative
-    /// when it was not the first before.
+    /// When it became the first of its queue that could start, in ms of the question's clock; negative when
+    /// it was not the first before.
     qint64 AtHeadSince = -1;
     bool IsHeld = false; ///< for a reason of its own, which stays
 };

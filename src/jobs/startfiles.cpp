@@ -10,6 +10,8 @@
 #include <QFileInfo>
 #include <QStorageInfo>
 
+#include <array>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -23,16 +25,28 @@ QString FolderOf(const QString &path)
     return QFileInfo{path}.absolutePath();
 }
 
-/// One for each file, whichever links lead to it. Empty for what many may write to: folders and devices.
-QString OneSpelling(const QString &path)
+/// Where a file would be that is not there yet, nor perhaps its folder.
+QString FuturePath(QString path)
 {
-    const QFileInfo file{path};
-    if (file.exists())
-        return file.isFile() ? KilnUtil_FileSys::ComparablePath(file.canonicalFilePath()) : QString{};
-    const QString folder = QFileInfo{FolderOf(path)}.canonicalFilePath();
-    return KilnUtil_FileSys::ComparablePath(folder.isEmpty() ? path : folder + u'/' + file.fileName());
+    // Writing to a link makes what it leads to.
+    constexpr int mostLinks = 40;
+    for (int links = 0; links < mostLinks && QFileInfo{path}.isSymbolicLink(); ++links)
+        path = QFileInfo{path}.symLinkTarget();
+    for (qsizetype end = path.lastIndexOf(u'/'); end > 0; end = path.lastIndexOf(u'/', end - 1)) {
+        if (const auto folder = KilnUtil_FileSys::PlaceOf(path.first(end + 1)))
+            return QDir::cleanPath(folder->Path + u'/' + path.sliced(end + 1));
+    }
+    return QDir::cleanPath(path);
 }
 } // namespace
+
+QString Taskmill_ComparableFile(const QString &path)
+{
+    const auto place = KilnUtil_FileSys::PlaceOf(path);
+    if (place && !place->IsFile)
+        return {};
+    return KilnUtil_FileSys::ComparablePath(place ? place->Path : FuturePath(path));
+}
 
 Taskmill_FileQuestion Taskmill_FileQuestionOf(const Taskmill_JobRecord &job)
 {
@@ -44,10 +58,11 @@ Taskmill_FileQuestion Taskmill_FileQuestionOf(const Taskmill_JobRecord &job)
     question.InputHash = job.InputHash;
     question.AsksSpace = job.JobType.LeastFreeMB > 0;
     const QString home = job.InputFilePath.isEmpty() ? QDir::currentPath() : FolderOf(job.InputFilePath);
-    for (const QString &file : {job.OutputFilePath(), job.StandardOutputFile, job.CheckpointFile,
-                                job.CheckpointFile2, job.InputNeeds.Checkpoint, job.InputNeeds.Scratch}) {
+    const QStringList named{job.OutputFilePath(), job.StandardOutputFile, job.CheckpointFile,
+                            job.CheckpointFile2};
+    for (const QString &file : named + job.InputNeeds.Written) {
         if (!file.isEmpty())
-            question.Written.append(QDir::cleanPath(QDir{home}.absoluteFilePath(file)));
+            question.Written.append(QDir{home}.absoluteFilePath(QDir::fromNativeSeparators(file)));
     }
     const QString output = job.OutputFilePath().isEmpty() ? job.StandardOutputFile : job.OutputFilePath();
     question.Writes = !output.isEmpty();
@@ -73,7 +88,7 @@ Taskmill_FileFacts Taskmill_LookAtFiles(const Taskmill_FileQuestion &question)
             facts.FreeMB = drive.bytesAvailable() / bytesOfMB;
     }
     for (const QString &file : question.Written) {
-        if (const QString one = OneSpelling(file); !one.isEmpty() && !facts.Written.contains(one))
+        if (const QString one = Taskmill_ComparableFile(file); !one.isEmpty() && !facts.Written.contains(one))
             facts.Written.append(one);
     }
     return facts;
@@ -105,12 +120,13 @@ QString Taskmill_HashOfInput(const QString &path)
         return {};
     QCryptographicHash hash{QCryptographicHash::Sha256};
     qint64 left = longestHashed;
+    std::array<char, 64UL * 1024> piece;
     while (left > 0) {
-        const QByteArray piece = file.read(std::min(left, bytesOfMB));
-        if (piece.isEmpty())
+        const qint64 size = file.read(piece.data(), std::min<qint64>(left, std::ssize(piece)));
+        if (size <= 0)
             break;
-        hash.addData(piece);
-        left -= piece.size();
+        hash.addData(QByteArrayView{piece.data(), size});
+        left -= size;
     }
     if (file.error() != QFileDevice::NoError)
         return {};

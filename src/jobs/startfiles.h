@@ -34,6 +34,10 @@ struct Taskmill_FileFacts
 /// Looks at files: on any thread, for as long as their drive takes.
 [[nodiscard]] Taskmill_FileFacts Taskmill_LookAtFiles(const Taskmill_FileQuestion &question);
 
+/// One text for each file, which need not be there yet, whichever links and spellings lead to it; empty for
+/// what many may write to: folders and devices. Asks the drive.
+[[nodiscard]] QString Taskmill_ComparableFile(const QString &path);
+
 /// Why the job is not to be started as things are, in words for the user; empty when it may be.
 [[nodiscard]] QString Taskmill_ReasonOfFiles(const Taskmill_JobRecord &job, const Taskmill_FileFacts &facts);
 

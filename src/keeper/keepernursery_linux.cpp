@@ -26,7 +26,7 @@
 
 namespace {
 /// One that is used again costs no fork. Its journal stays as long as it does.
-constexpr int mostRunsOfKeeper = 32;
+constexpr int mostRunsOfKeeper = 128;
 /// A new journal is begun then, so that old ones can be removed.
 constexpr int mostStartsInJournal = 5000;
 /// Between two looks at what a killed keeper has left.
@@ -299,6 +299,11 @@ void Taskmill_KeeperNursery::BecomeKeeper(Taskmill_KeeperMessage order, Taskmill
     m_manager.Close();
     std::optional<Taskmill_KeeperMessage> next{std::move(order)};
     for (int runs = 1; next; ++runs) {
+        std::vector<int> none;
+        if (next->Number("waits", 0) != 0 && !WaitForWord(manager, Taskmill_GoWord, none)) {
+            close(lock);
+            return;
+        }
         next->Add("boot", m_bootID);
         next->Add("more", runs < mostRunsOfKeeper ? 1 : 0);
         Taskmill_Keeper keeper{std::move(*next),
@@ -318,6 +323,19 @@ void Taskmill_KeeperNursery::BecomeKeeper(Taskmill_KeeperMessage order, Taskmill
 std::optional<Taskmill_KeeperMessage>
 Taskmill_KeeperNursery::WaitForOrder(const Taskmill_KeeperChannel &manager, int &lock) const
 {
+    std::vector<int> files;
+    std::optional<Taskmill_KeeperMessage> order = WaitForWord(manager, Taskmill_StartWord, files);
+    if (order && files.size() != 1)
+        order.reset();
+    if (order)
+        lock = files.front();
+    return order;
+}
+
+std::optional<Taskmill_KeeperMessage>
+Taskmill_KeeperNursery::WaitForWord(const Taskmill_KeeperChannel &manager, std::string_view word,
+                                    std::vector<int> &files) const
+{
     while (manager.IsOpen()) {
         std::array<pollfd, 2> waits{
             {{.fd = m_signals, .events = POLLIN, .revents = 0},
@@ -329,13 +347,11 @@ Taskmill_KeeperNursery::WaitForOrder(const Taskmill_KeeperChannel &manager, int 
                 return std::nullopt;
         }
         std::optional<Taskmill_KeeperMessage> message;
-        std::vector<int> files;
+        files.clear();
         if (manager.Receive(message, &files) == Taskmill_KeeperChannel::State::Ended)
             return std::nullopt;
-        if (message && message->Word() == Taskmill_StartWord && files.size() == 1) {
-            lock = files.front();
+        if (message && message->Word() == word)
             return message;
-        }
         for (const int file : files)
             close(file);
     }

@@ -41,8 +41,11 @@ private:
     /// The lock is the run's, see Taskmill_RunLock.
     void TakeOrder(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, int lock);
     void BecomeKeeper(Taskmill_KeeperMessage order, Taskmill_KeeperChannel manager, int lock);
-    /// Of a keeper without a run: waits for the next order of its manager, and for its lock. Nothing when
+    /// In a keeper without a run: the next message of that word, with its files, of its manager. Nothing when
     /// there will be none.
+    [[nodiscard]] std::optional<Taskmill_KeeperMessage>
+    WaitForWord(const Taskmill_KeeperChannel &manager, std::string_view word, std::vector<int> &files) const;
+    /// The next order, and its lock.
     [[nodiscard]] std::optional<Taskmill_KeeperMessage> WaitForOrder(const Taskmill_KeeperChannel &manager,
                                                                      int &lock) const;
 

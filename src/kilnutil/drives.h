@@ -12,6 +12,7 @@ public:
     [[nodiscard]] static bool IsLocal(const QString &path);
 
 private:
+    [[nodiscard]] static bool LeadsOverLocalDrives(const QString &path);
     /// The same without a look at links.
     [[nodiscard]] static bool IsOnLocalDrive(const QString &path);
 };

@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 /// Paths of installed programs and file-name helpers.
 class KilnUtil_FileSys
 {
@@ -50,6 +52,14 @@ public:
     [[nodiscard]] static QString ExistingExecutable(const QString &pathWithExe);
     /// The same text for two names of one file: without its case where this system does not look at it.
     [[nodiscard]] static QString ComparablePath(const QString &path);
+    /// What a path leads to.
+    struct Place
+    {
+        QString Path; ///< the same one whichever links and spellings lead there; not comparable by itself
+        bool IsFile;  ///< and neither a folder nor a device
+    };
+    /// Nothing where nothing is. Asks the drive.
+    [[nodiscard]] static std::optional<Place> PlaceOf(const QString &path);
 
 private:
     [[nodiscard]] static QStringList UsualGaussDirs();

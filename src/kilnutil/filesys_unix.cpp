@@ -27,3 +27,11 @@ QString KilnUtil_FileSys::ComparablePath(const QString &path)
 {
     return path;
 }
+
+std::optional<KilnUtil_FileSys::Place> KilnUtil_FileSys::PlaceOf(const QString &path)
+{
+    const QFileInfo file{path};
+    if (!file.exists())
+        return std::nullopt;
+    return Place{file.canonicalFilePath(), file.isFile()};
+}

@@ -71,6 +71,13 @@ std::optional<Taskmill_BudgetLimits> Taskmill_BudgetFromText(const QString &text
     return limits;
 }
 
+QString Taskmill_BudgetForms()
+{
+    return u"\"off\", \"cores N\", \"memory M\" or both, with N from 1 to %1 and M, in megabytes, from 1 to %2"_s
+        .arg(Taskmill_MostCores)
+        .arg(Taskmill_MostMemoryMB);
+}
+
 QString Taskmill_BudgetText(const Taskmill_JobBudget &budget)
 {
     const Taskmill_JobBudget::Use use = budget.InUse();

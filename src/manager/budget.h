@@ -19,6 +19,9 @@ void Taskmill_SetBudget(Taskmill_JobBudget &budget, const Taskmill_BudgetLimits 
 /// Nothing for anything else.
 [[nodiscard]] std::optional<Taskmill_BudgetLimits> Taskmill_BudgetFromText(const QString &text);
 
+/// All that it can be, for people; the end of a sentence that begins with "a budget is".
+[[nodiscard]] QString Taskmill_BudgetForms();
+
 /// Such as "The budget is 8 cores and 16000 MB; 2 running jobs take 6 cores and 4000 MB."
 [[nodiscard]] QString Taskmill_BudgetText(const Taskmill_JobBudget &budget);
 /// Its numbers are null where there is no limit.

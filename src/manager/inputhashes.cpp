@@ -17,6 +17,8 @@ using namespace std::chrono_literals;
 namespace {
 /// Of some thousand jobs that are submitted at once the first may start meanwhile.
 constexpr qsizetype mostAtOnce = 200;
+/// Between two readings: what comes meanwhile is read and stored at once, which takes far less.
+constexpr std::chrono::milliseconds betweenReadings = 20ms;
 /// Beyond that a drive does not answer, and its inputs stay unread.
 constexpr auto longestRead = 30s;
 } // namespace
@@ -34,9 +36,13 @@ void Taskmill_InputHashes::WaitsSlot(const Taskmill_JobRecord &job)
     if (job.InputFilePath.isEmpty())
         return;
     m_waiting.append({job.JobID, job.InputFilePath});
-    // Many come one after the other.
     if (m_waiting.size() == 1)
-        QTimer::singleShot(0, this, &Taskmill_InputHashes::ReadNext);
+        ReadSoon();
+}
+
+void Taskmill_InputHashes::ReadSoon()
+{
+    QTimer::singleShot(static_cast<int>(m_pause.remainingTime()), this, &Taskmill_InputHashes::ReadNext);
 }
 
 Taskmill_InputHashes::Hashes Taskmill_InputHashes::HashesOf(const Inputs &inputs)
@@ -56,10 +62,12 @@ void Taskmill_InputHashes::ReadNext()
     const Inputs inputs = m_waiting.mid(0, mostAtOnce);
     m_waiting.remove(0, inputs.size());
     m_answersBy = QDeadlineTimer{longestRead};
+    m_pause = QDeadlineTimer{betweenReadings};
     m_thread.Run([this, inputs] {
         return [this, inputs, hashes = HashesOf(inputs)] {
             Take(inputs, hashes);
-            ReadNext();
+            if (!m_waiting.isEmpty())
+                ReadSoon();
         };
     });
 }

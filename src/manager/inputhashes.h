@@ -31,6 +31,7 @@ private:
     using Hashes = QHash<qint32, QString>;
 
     void WaitsSlot(const Taskmill_JobRecord &job);
+    void ReadSoon();
     void ReadNext();
     void Take(const Inputs &inputs, const Hashes &hashes);
     [[nodiscard]] static Hashes HashesOf(const Inputs &inputs);
@@ -39,4 +40,5 @@ private:
     KilnUtil_FileThread m_thread;
     Inputs m_waiting;
     QDeadlineTimer m_answersBy; ///< while the thread reads
+    QDeadlineTimer m_pause{0};  ///< until the next reading
 };

@@ -22,9 +22,9 @@ struct Taskmill_JobRequest
     QString AfterJob;  ///< the number of the job that has to end before
     /// No other job type will do. This and the next only of a message that asks for an answer.
     bool ExactJobType = false;
-    bool DetailedReply = false;        ///< the answer is to describe the jobs
-    std::optional<qint32> JobCores;    ///< nothing when it is absent or no such number
-    std::optional<qint64> JobMemoryMB; ///< in units of 2^20 bytes; the same
+    bool DetailedReply = false; ///< the answer is to describe the jobs
+    QString JobCores;           ///< see Taskmill_CoresFromText()
+    QString JobMemory;          ///< in units of 2^20 bytes; see Taskmill_MemoryFromText()
     QString JobName;
     QString JobQueue;
     QString JobInputFile;

@@ -45,9 +45,21 @@ QString AsSentence(const QString &reason)
 Taskmill_JobNeeds AskedIn(const Taskmill_JobRequest &request)
 {
     Taskmill_JobNeeds needs;
-    needs.Cores = request.JobCores;
-    needs.MemoryMB = request.JobMemoryMB;
+    needs.Cores = Taskmill_CoresFromText(request.JobCores);
+    needs.MemoryMB = Taskmill_MemoryFromText(request.JobMemory);
     return needs;
+}
+
+/// What is wrong with the numbers of the request; empty for nothing.
+QString ProblemOfNeeds(const Taskmill_JobRequest &request)
+{
+    const Taskmill_JobNeeds asked = AskedIn(request);
+    const QString problem = u"%1 is a number from 1 to %2: %3"_s;
+    if (!asked.Cores && !request.JobCores.isEmpty())
+        return problem.arg(u"jobcores"_s).arg(Taskmill_MostCores).arg(request.JobCores);
+    if (!asked.MemoryMB && !request.JobMemory.isEmpty())
+        return problem.arg(u"jobmemory"_s).arg(Taskmill_MostMemoryMB).arg(request.JobMemory);
+    return {};
 }
 
 /// Empty stays empty; the manager's current directory may change before the job runs.
@@ -128,6 +140,8 @@ Taskmill_SubmitResult Taskmill_JobSubmitter::Submit(const Taskmill_JobRequest &r
 {
     if (m_asking && WouldAsk(request))
         return Refused(u"the user is being asked about another job"_s);
+    if (const QString problem = ProblemOfNeeds(request); !problem.isEmpty())
+        return Refused(problem);
     if (request.ExactJobType) {
         const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
         if (Taskmill_JobTypeNamed(jobTypes, request.JobTypeName).IsEmpty())

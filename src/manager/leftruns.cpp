@@ -63,14 +63,15 @@ bool Taskmill_LeftRuns::Record()
             if (!m_runs.contains(job.JobID))
                 continue;
             if (!job.Run.isEmpty())
-                m_kept.append(job.JobID);
+                m_kept.append({job.JobID, job.Run});
             else if (!RecordEnd(job, table))
                 return false;
         }
     }
     Taskmill_WorkingCopyStore &store = m_database.WorkingCopy();
-    return store.RemoveAllRuns() &&
-           std::ranges::all_of(m_kept, [&store](qint32 jobID) { return store.AddRun(jobID); });
+    return store.RemoveAllRuns() && std::ranges::all_of(m_kept, [&store](const auto &kept) {
+               return store.AddRun(kept.first, kept.second);
+           });
 }
 
 bool Taskmill_LeftRuns::RecordEnd(const Taskmill_JobRecord &job, const Table &table)

@@ -32,8 +32,8 @@ private:
 
     Taskmill_Database &m_database;
     Taskmill_RunSource &m_source;
-    const QList<qint32> m_runs;
-    QList<qint32> m_kept; ///< may go on: the jobs themselves find that out
+    const QHash<qint32, QString> m_runs;
+    QList<std::pair<qint32, QString>> m_kept; ///< may go on: the jobs themselves find that out
     qint64 m_lastNotification = 0;
     int m_ended = 0;
 };

@@ -288,7 +288,7 @@ const QList<JobField> &AllJobFields()
           .key = u"waitreason"_s,
           .cell = WaitReason,
           .standsBehind = u"Elapsed"_s},
-         {26, 14},
+         {26, 18},
          {},
          7},
         {{.header = u"Cores"_s, .key = u"cores"_s, .cell = JobQuantity{Cores, NumberText}, .isHidden = true},

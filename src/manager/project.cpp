@@ -562,8 +562,8 @@ void Taskmill_Project::ReloadJobs(Taskmill_Database &database)
     m_finishedJobs.Load();
     std::array jobs{database.GetLongJobs(), database.GetShortJobs(), database.GetQueuelessJobs()};
     Taskmill_GiveOwnJobNumbers(database, jobs, m_finishedJobs, m_jobNumbers);
-    const QList<qint32> runs = database.WorkingCopy().Runs();
-    const QSet<int> recorded{runs.begin(), runs.end()};
+    const QHash<qint32, QString> runs = database.WorkingCopy().Runs();
+    const QSet<int> recorded{runs.keyBegin(), runs.keyEnd()};
     m_destinations.Long().Replace(Taskmill_InWaitingOrder(jobs[0]), recorded);
     m_destinations.Short().Replace(Taskmill_InWaitingOrder(jobs[1]), recorded);
     // Jobs without a queue start at once, when everything else is in place; those that ran are held.

@@ -297,7 +297,7 @@ bool Taskmill_TakeUpWorkingCopy(Taskmill_Database &database)
 {
     Taskmill_WorkingCopyStore &store = database.WorkingCopy();
     const bool taken = database.Untracked([&] {
-        return store.CompleteTables() && store.Set(modeValue, Mode()) &&
+        return store.CompleteTables() && database.TakeUpStarts() && store.Set(modeValue, Mode()) &&
                store.Set(bootValue, KilnUtil_ComputerData::BootID());
     });
     if (taken)

@@ -153,7 +153,7 @@ QString Taskmill_StartRules::ReadConditions(const Taskmill_JobRequest &request,
     if (!request.NotBefore.isEmpty()) {
         conditions.NotBefore = Taskmill_StartTimeFromText(request.NotBefore, m_clock());
         if (!conditions.NotBefore.isValid())
-            return u"this is no time: %1"_s.arg(request.NotBefore);
+            return u"this is no time: %1; %2"_s.arg(request.NotBefore, Taskmill_StartTimeForms);
     }
     if (!request.AfterJob.isEmpty()) {
         conditions.AfterJobID = request.AfterJob.toInt();

@@ -41,11 +41,19 @@ QList<int> Taskmill_WaitingJobs::NumbersFromText(const QString &text)
     const QStringList words = QString{text}.replace(u',', u' ').split(u' ', Qt::SkipEmptyParts);
     for (const QString &word : words) {
         bool isNumber = false;
-        numbers.append(word.toInt(&isNumber));
+        const int number = word.toInt(&isNumber);
         if (!isNumber)
             return {};
+        if (!numbers.contains(number))
+            numbers.append(number);
     }
     return numbers;
+}
+
+const Taskmill_Job *Taskmill_WaitingJobs::WaitingJob(int jobID) const
+{
+    const Taskmill_QueueOwner *owner = m_destinations.OwnerOfJob(jobID);
+    return owner ? owner->Jobs().FindByJobID(jobID) : nullptr;
 }
 
 /// Empty when all of them wait.
@@ -54,8 +62,7 @@ QString Taskmill_WaitingJobs::ProblemOf(const QList<int> &jobIDs)
     if (jobIDs.isEmpty())
         return u"No job is named."_s;
     for (const int jobID : jobIDs) {
-        const Taskmill_QueueOwner *owner = m_destinations.OwnerOfJob(jobID);
-        const Taskmill_Job *job = owner ? owner->Jobs().FindByJobID(jobID) : nullptr;
+        const Taskmill_Job *job = WaitingJob(jobID);
         if (!job)
             return u"There is no waiting job %1."_s.arg(jobID);
         if (job->Status() != Taskmill_JobStatus::Pending)
@@ -105,12 +112,18 @@ Taskmill_WaitingJobs::Outcome Taskmill_WaitingJobs::Hold(const QList<int> &jobID
 
 Taskmill_WaitingJobs::Outcome Taskmill_WaitingJobs::Release(const QList<int> &jobIDs)
 {
+    if (const QString problem = ProblemOf(jobIDs); !problem.isEmpty())
+        return {.Problem = problem};
+    QList<int> bound = jobIDs;
+    bound.removeIf([this](int jobID) { return !CanBeReleased(*WaitingJob(jobID)); });
+    if (bound.isEmpty())
+        return {.Problem = WhyNotReleased(jobIDs)};
     Outcome outcome = SetConditions(
-        jobIDs, {}, [](auto &conditions, const auto &) { conditions = {}; }, u"was released"_s);
+        bound, {}, [](auto &conditions, const auto &) { conditions = {}; }, u"was released"_s);
     if (!outcome.Problem.isEmpty())
         return outcome;
     for (Taskmill_QueueOwner *owner : m_destinations.All()) {
-        for (const int jobID : jobIDs) {
+        for (const int jobID : bound) {
             Taskmill_Job *job = owner->Jobs().FindByJobID(jobID);
             if (job && job->Status() == Taskmill_JobStatus::Pending && job->IsHeldForFiles())
                 owner->Jobs().IgnoreFilesOf(*job);
@@ -120,16 +133,34 @@ Taskmill_WaitingJobs::Outcome Taskmill_WaitingJobs::Release(const QList<int> &jo
     return outcome;
 }
 
+bool Taskmill_WaitingJobs::CanBeReleased(const Taskmill_Job &job)
+{
+    return job.Record().Conditions.AreAny() || (job.IsHeldForFiles() && !job.IsHeldForWriter());
+}
+
+QString Taskmill_WaitingJobs::WhyNotReleased(const QList<int> &jobIDs)
+{
+    if (jobIDs.size() > 1)
+        return u"None of these jobs is held."_s;
+    const Taskmill_Job *job = WaitingJob(jobIDs.first());
+    return job->IsHeldForWriter() ? u"Job %1 cannot be released: it %2."_s.arg(QString::number(job->JobID()),
+                                                                               job->Record().WhyItWaits())
+                                  : u"Job %1 is not held."_s.arg(job->JobID());
+}
+
 Taskmill_WaitingJobs::Outcome Taskmill_WaitingJobs::NotBefore(const QList<int> &jobIDs,
                                                               const QString &timeText)
 {
-    const Taskmill_JobTime time = Taskmill_StartTimeFromText(timeText, Taskmill_JobTime::Now());
+    const Taskmill_JobTime now = Taskmill_JobTime::Now();
+    const Taskmill_JobTime time = Taskmill_StartTimeFromText(timeText, now);
     if (!time.isValid())
-        return {.Problem = u"This is no time: %1"_s.arg(timeText)};
+        return {.Problem = u"This is no time: %1; %2."_s.arg(timeText, Taskmill_StartTimeForms)};
+    const QString text = time.Text(u"yyyy-MM-dd hh:mm");
     return SetConditions(
         jobIDs, {.NotBefore = time},
         [](auto &conditions, const auto &wanted) { conditions.NotBefore = wanted.NotBefore; },
-        u"is not started before "_s + time.Text(u"yyyy-MM-dd hh:mm"));
+        time <= now ? u"may start from %1 on, which has passed"_s.arg(text)
+                    : u"is not started before "_s + text);
 }
 
 /// Whether the job, or one that it waits for, waits for one of these or is one of them.
@@ -164,7 +195,7 @@ Taskmill_WaitingJobs::Outcome Taskmill_WaitingJobs::StartLater(const QList<int> 
 Taskmill_WaitingJobs::Outcome Taskmill_WaitingJobs::After(const QList<int> &jobIDs, int otherJobID)
 {
     if (!m_destinations.OwnerOfJob(otherJobID))
-        return {.Problem = u"There is no waiting or running job %1."_s.arg(otherJobID)};
+        return {.Problem = u"There is no job %1 to wait for."_s.arg(otherJobID)};
     if (WaitsFor(otherJobID, jobIDs))
         return {.Problem = u"Job %1 cannot be waited for: it would wait for itself."_s.arg(otherJobID)};
     return SetConditions(

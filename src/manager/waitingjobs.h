@@ -8,6 +8,7 @@
 #include <QString>
 
 class Taskmill_Destinations;
+class Taskmill_Job;
 
 /// What the user does to jobs that wait, wherever they wait, from the console or through a client: each
 /// operation takes the numbers of jobs and returns what has become of them.
@@ -38,12 +39,17 @@ public:
     /// Both at once, each only where it is set.
     [[nodiscard]] Outcome StartLater(const QList<int> &jobIDs, const Taskmill_StartConditions &conditions);
 
-    /// Numbers separated by commas or blanks; empty when something else is among them.
+    /// Numbers separated by commas or blanks, each once; empty when something else is among them.
     [[nodiscard]] static QList<int> NumbersFromText(const QString &text);
 
 private:
     using Change = void (*)(Taskmill_StartConditions &conditions, const Taskmill_StartConditions &wanted);
 
+    /// Perhaps it runs by now; nullptr when it does not wait any more at all.
+    [[nodiscard]] const Taskmill_Job *WaitingJob(int jobID) const;
+    /// Nobody lets a job write what another one is writing.
+    [[nodiscard]] static bool CanBeReleased(const Taskmill_Job &job);
+    [[nodiscard]] QString WhyNotReleased(const QList<int> &jobIDs);
     [[nodiscard]] QString ProblemOf(const QList<int> &jobIDs);
     [[nodiscard]] bool WaitsFor(int jobID, const QList<int> &jobIDs);
     [[nodiscard]] Outcome SetConditions(const QList<int> &jobIDs, const Taskmill_StartConditions &wanted,

@@ -4,6 +4,7 @@
 #include "processes/handlenotifier.h"
 #include "processes/keptrunorder.h"
 #include "processes/nurseryrunkeepers.h"
+#include "wire/nursery.h"
 #include "wire/systemlack.h"
 
 #include <QDeadlineTimer>
@@ -76,17 +77,48 @@ KilnUtil_RunEnd KilnUtil_KeptRun::EndOf(const Taskmill_RunEnd &end)
     return result;
 }
 
-bool KilnUtil_KeptRun::Start(const KilnUtil_RunOrder &order)
+void KilnUtil_KeptRun::Connect(const KilnUtil_RunOrder &order, bool waits, int &error)
 {
     Taskmill_RunOrder runOrder = KilnUtil_KeptRunOrder(order);
     m_inputPath = runOrder.inputPath;
     m_outputPath = runOrder.outputPath;
     runOrder.runID = m_runID;
-    int error = 0;
+    runOrder.waits = waits;
     if (m_keepers)
         m_connection = m_keepers->StartRun(std::move(runOrder), error);
+    m_isFromThisNursery = m_connection.IsOpen() && !m_connection.HadOtherRun();
+}
+
+bool KilnUtil_KeptRun::Prepare(const KilnUtil_RunOrder &order)
+{
+    m_state = State::Prepared;
+    int error = 0;
+    if (Taskmill_Nursery::RunsMayWait())
+        Connect(order, true, error);
+    return m_connection.IsOpen();
+}
+
+bool KilnUtil_KeptRun::Go()
+{
+    if (m_state != State::Prepared || !m_connection.Go())
+        return false;
+    m_state = State::Running;
+    Listen();
+    return true;
+}
+
+void KilnUtil_KeptRun::LoseNursery()
+{
+    m_isFromThisNursery = false;
+    if (m_state == State::Prepared)
+        m_connection = {};
+}
+
+bool KilnUtil_KeptRun::Start(const KilnUtil_RunOrder &order)
+{
+    int error = 0;
+    Connect(order, false, error);
     if (m_connection.IsOpen()) {
-        m_isFromThisNursery = !m_connection.HadOtherRun();
         Listen();
         return true;
     }
@@ -226,8 +258,11 @@ void KilnUtil_KeptRun::LetGoOn()
     m_state = State::Ended;
 }
 
-void KilnUtil_KeptRun::SetOwner(const std::string &owner) const
+void KilnUtil_KeptRun::SetOwner(const std::string &owner)
 {
+    // It has its order already.
+    if (m_state == State::Prepared)
+        m_connection = {};
     if (m_connection.IsOpen())
         m_connection.SetOwner(owner);
 }

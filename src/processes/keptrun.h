@@ -31,8 +31,17 @@ public:
     [[nodiscard]] static KilnUtil_RunEnd EndOf(const Taskmill_RunEnd &end);
 
     [[nodiscard]] bool Start(const KilnUtil_RunOrder &order) override;
+    [[nodiscard]] bool Prepare(const KilnUtil_RunOrder &order) override;
+    [[nodiscard]] bool IsPrepared() const override
+    {
+        return m_state == State::Prepared && m_connection.IsOpen();
+    }
+    [[nodiscard]] bool Go() override;
     [[nodiscard]] qint64 ProcessID() const override { return m_state == State::Running ? m_processID : 0; }
-    [[nodiscard]] bool IsRunning() const override { return m_state != State::Ended; }
+    [[nodiscard]] bool IsRunning() const override
+    {
+        return m_state == State::Running || m_state == State::Lost;
+    }
     [[nodiscard]] const KilnUtil_RunEnd &End() const override { return m_end; }
     [[nodiscard]] KilnUtil_ProcessOutput &Output() override { return m_output; }
     [[nodiscard]] bool IsKept() const override { return true; }
@@ -40,22 +49,25 @@ public:
     bool WaitForEnd(int waitMs) override;
     void LetGoOn() override;
 
-    void SetOwner(const std::string &owner) const;
+    void SetOwner(const std::string &owner);
     /// Nothing is left of the run, whose keeper is gone.
     void TakeSwept();
     [[nodiscard]] bool IsLost() const { return m_state == State::Lost; }
     /// The process has ended that started its keeper, if it was of this program.
-    void LoseNursery() { m_isFromThisNursery = false; }
+    void LoseNursery();
     [[nodiscard]] const std::string &RunID() const { return m_runID; }
 
 private:
     enum class State
     {
+        Prepared,
         Running,
         Lost, ///< its keeper is gone, and what is left of it is being ended
         Ended,
     };
 
+    /// An error of the system in `error`.
+    void Connect(const KilnUtil_RunOrder &order, bool waits, int &error);
     void Listen();
     void ReadSlot();
     /// False when there is none yet.

@@ -173,7 +173,7 @@ void KilnUtil_NurseryRunKeepers::SetOwner(const QString &identity, const QString
     m_mayTake = mayTake;
     m_identity = identity.toStdString();
     m_owner = m_identity + separator + text.toStdString();
-    for (const KilnUtil_KeptRun *run : std::as_const(m_runs))
+    for (KilnUtil_KeptRun *run : std::as_const(m_runs))
         run->SetOwner(m_owner);
 }
 

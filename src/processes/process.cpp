@@ -113,8 +113,22 @@ void KilnUtil_Process::Use(std::unique_ptr<KilnUtil_ProcessRun> run)
     connect(m_run.get(), &KilnUtil_ProcessRun::RemainsSignal, this, &KilnUtil_Process::RemainsSignal);
 }
 
+bool KilnUtil_Process::Prepare()
+{
+    if (!m_keepers || MayBlockWhenOpened(m_order.InputPath) || MayBlockWhenOpened(m_order.OutputPath))
+        return false;
+    Use(m_keepers->NewRun(m_runID));
+    m_isPrepared = m_run->Prepare(m_order);
+    if (!m_isPrepared)
+        m_run.reset();
+    return m_isPrepared;
+}
+
 void KilnUtil_Process::Start()
 {
+    // A keeper looks at the files once more.
+    if (std::exchange(m_isPrepared, false) && m_run->Go())
+        return;
     for (const QString &path : {m_order.InputPath, m_order.OutputPath}) {
         if (MayBlockWhenOpened(path)) {
             FailToStart(u"%1 is not a regular file"_s.arg(path));

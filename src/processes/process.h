@@ -57,6 +57,11 @@ public:
     /// Starts the program without waiting. A start that fails is reported by FinishedSignal, like any other
     /// end.
     void Start();
+    /// Does what can be done before Start(), which is quicker then. False where that cannot be had, and then
+    /// nothing was done.
+    bool Prepare();
+    /// False when what was done counts no longer: Start() is to have another number then.
+    [[nodiscard]] bool IsPrepared() const { return m_isPrepared && m_run->IsPrepared(); }
     /// In place of a start: a run that was found again. Its end is reported as that of any other.
     void TakeOver(std::unique_ptr<KilnUtil_ProcessRun> run);
 
@@ -114,6 +119,7 @@ private:
     QString m_runID;
     std::unique_ptr<KilnUtil_ProcessRun> m_run;
     KilnUtil_RunEnd m_end;
+    bool m_isPrepared = false;
     bool m_killed = false;
     bool m_ended = false;
 };

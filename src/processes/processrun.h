@@ -54,6 +54,13 @@ public:
     /// False when this way of running programs is out of order: nothing was started. Any other failure is an
     /// end.
     [[nodiscard]] virtual bool Start(const KilnUtil_RunOrder &order) = 0;
+    /// In place of Start(): does all that can be done before the program starts with Go(). Nothing but a loss
+    /// of time comes of an object that is destroyed in between. False where that cannot be had.
+    [[nodiscard]] virtual bool Prepare(const KilnUtil_RunOrder &) { return false; }
+    /// Whether Go() can be expected to start it.
+    [[nodiscard]] virtual bool IsPrepared() const { return false; }
+    /// After Prepare(). False when Start() of another object has to do it.
+    [[nodiscard]] virtual bool Go() { return false; }
     /// The operating system's number of the program; 0 when it does not run, or not yet.
     [[nodiscard]] virtual qint64 ProcessID() const = 0;
     /// Until the program and what a kill has to end are gone.

@@ -373,8 +373,7 @@ Taskmill_ManagerActions::Outcome Taskmill_ManagerActions::Budget(const Taskmill_
     if (!request.Budget.isEmpty()) {
         const auto limits = Taskmill_BudgetFromText(request.Budget);
         if (!limits)
-            return Outcome::Refused(
-                u"a budget is \"off\", \"cores N\", \"memory M\" (in MB) or both, with numbers from 1 on"_s);
+            return Outcome::Refused(u"a budget is "_s + Taskmill_BudgetForms());
         Taskmill_SetBudget(budget, *limits);
     }
     return request.AnswersJson ? Outcome{.Json = Json(Taskmill_BudgetJson(budget))}

@@ -45,16 +45,6 @@ void SetNotification(Message &message, const QString &value)
     message.ClientNotification = isNumber ? std::optional{number != 0} : std::nullopt;
 }
 
-void SetCores(Message &message, const QString &value)
-{
-    message.JobCores = Taskmill_CoresFromText(value);
-}
-
-void SetMemory(Message &message, const QString &value)
-{
-    message.JobMemoryMB = Taskmill_MemoryFromText(value);
-}
-
 void SetConfirmed(Message &message, const QString &)
 {
     message.ConfirmAction = true;
@@ -119,8 +109,8 @@ constexpr std::array keys{
     Key{Latin1(Taskmill_WireChoosesFiles), SetFlag<&Message::ChoosesFiles>},
     Key{Latin1(Taskmill_WireAnswersJson), SetFlag<&Message::AnswersJson>},
     Key{Latin1(Taskmill_WireAnswerWidth), SetNumber<&Message::Width>},
-    Key{Latin1(Taskmill_WireJobCores), SetCores},
-    Key{Latin1(Taskmill_WireJobMemory), SetMemory},
+    Key{Latin1(Taskmill_WireJobCores), SetTrimmed<&Message::JobCores>},
+    Key{Latin1(Taskmill_WireJobMemory), SetTrimmed<&Message::JobMemory>},
     Key{"jobclass="_L1, Ignore},
     Key{"jobname="_L1, SetText<&Message::JobName>},
     Key{"jobqueue="_L1, SetText<&Message::JobQueue>},

@@ -18,7 +18,7 @@
 #include "ui/detailssplitter.h"
 #include "ui/detailsswitch.h"
 #include "ui/jobnews.h"
-#include "ui/loginstartentry.h"
+#include "ui/loginstart.h"
 #include "ui/programicon.h"
 #include "ui/programsoffer.h"
 #include "ui/progresspage.h"
@@ -164,7 +164,6 @@ void Taskmill_AppWindow::FillViewMenu()
             choice->setChecked(announced == Taskmill_RememberedAnnounced());
         });
     }
-    Taskmill_AddLoginStartEntry(view);
     view.addAction(u"&Hide Window"_s, this, &Taskmill_AppWindow::OkaySlot);
 }
 
@@ -420,6 +419,7 @@ void Taskmill_AppWindow::SettingsSlot()
     dialog->Load(m_manager.Destinations().Budget().Limits());
     Taskmill_StartRules &rules = m_manager.StartRules();
     dialog->LoadScheduling(rules.QuietHours(), rules.HaveJobsLowPriority());
+    dialog->LoadLoginStart(Taskmill_IsStartedAtLogin());
     const bool isAccepted = dialog->exec() == QDialog::Accepted;
     if (!dialog)
         return;
@@ -428,6 +428,8 @@ void Taskmill_AppWindow::SettingsSlot()
         rules.SetJobsLowPriority(dialog->HasLowPriority());
         if (rules.QuietHours() != dialog->QuietHours())
             rules.SetQuietHours(dialog->QuietHours());
+        if (Taskmill_IsStartedAtLogin() != dialog->StartsAtLogin())
+            Taskmill_SetStartedAtLogin(dialog->StartsAtLogin());
     }
     delete dialog;
 }

@@ -70,6 +70,7 @@ public:
         m_html =
             u"<p style='margin-left:2px; margin-bottom:4px'><b>%1</b></p><table cellspacing='0' cellpadding='2'>"_s
                 .arg(Escaped(m_job.Name));
+        AddWaitReason();
         AddResult();
         for (qsizetype first = 0; first < Groups().size(); first += m_groupsBeside)
             AddGroups(Groups().mid(first, m_groupsBeside));
@@ -96,6 +97,16 @@ private:
         m_html += u"<tr>%1<td colspan='%2'>%3</td></tr>"_s.arg(NameCell(header))
                       .arg(2 * m_groupsBeside - 1)
                       .arg(value);
+    }
+
+    /// Nothing else is asked as soon of a job that waits.
+    void AddWaitReason()
+    {
+        const QString header = u"Waits Because"_s;
+        const QString reason = ValueOf(header);
+        m_shown += header;
+        if (!reason.isEmpty())
+            AddRow(header, reason);
     }
 
     void AddResult()

@@ -8,10 +8,12 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QPalette>
 #include <QScrollBar>
 #include <QSet>
 #include <QSignalBlocker>
+#include <QValidator>
 
 #include <array>
 #include <optional>
@@ -162,6 +164,30 @@ void FileItem::SetTime(int column, const QDateTime &time)
     setData(column, SortRole, time);
 }
 
+/// Lets no number be typed that a job cannot have; nothing at all is the file's own number.
+class NeedValidator final : public QValidator
+{
+public:
+    NeedValidator(qint64 most, QObject *parent)
+        : QValidator{parent}
+        , m_most{most}
+    {
+    }
+
+    State validate(QString &text, int & /*position*/) const override
+    {
+        text = text.trimmed();
+        bool isNumber = false;
+        const qint64 number = text.toLongLong(&isNumber);
+        if (!text.isEmpty() && (!isNumber || number < 0 || number > m_most || !text.front().isDigit()))
+            return Invalid;
+        return text.isEmpty() || number > 0 ? Acceptable : Intermediate;
+    }
+
+private:
+    const qint64 m_most;
+};
+
 QString Normalised(const QString &path)
 {
     return QDir::toNativeSeparators(QDir::cleanPath(QFileInfo{path}.absoluteFilePath()));
@@ -302,6 +328,16 @@ void Taskmill_OpenFilesList::Apply(Operation operation, bool allItems)
 bool Taskmill_OpenFilesList::IsEditable(int column) const
 {
     return FileItem::IsNeed(column);
+}
+
+void Taskmill_OpenFilesList::SetUpEditor(QWidget &editor, int column) const
+{
+    auto *line = qobject_cast<QLineEdit *>(&editor);
+    if (!line)
+        return;
+    const qint64 most = column == CoresColumn ? Taskmill_MostCores : Taskmill_MostMemoryMB;
+    line->setValidator(new NeedValidator{most, line});
+    line->setToolTip(u"From 1 to %1; empty for what the file says."_s.arg(most));
 }
 
 void Taskmill_OpenFilesList::SetNeeds(const QString &path, const Taskmill_JobNeeds &needs)

@@ -70,6 +70,7 @@ public:
 private:
     /// Only what a job needs.
     [[nodiscard]] bool IsEditable(int column) const override;
+    void SetUpEditor(QWidget &editor, int column) const override;
     void SetUpColumns();
     [[nodiscard]] int WidthAtFirst(int column) const;
     void RemoveRows(bool allItems);

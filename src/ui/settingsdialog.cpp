@@ -41,6 +41,7 @@ Taskmill_SettingsDialog::Taskmill_SettingsDialog(QWidget *parent)
     , m_quietFrom{new QTimeEdit}
     , m_quietTo{new QTimeEdit}
     , m_lowPriority{new QCheckBox{u"Jobs that start from now on have &low priority"_s}}
+    , m_loginStart{new QCheckBox{u"&Start at log-in"_s}}
 {
     setWindowModality(Qt::WindowModal);
     setWindowTitle(u"Settings"_s);
@@ -49,6 +50,10 @@ Taskmill_SettingsDialog::Taskmill_SettingsDialog(QWidget *parent)
     auto *layout = new QVBoxLayout{this};
     AddBudget(*layout);
     AddScheduling(*layout);
+    m_loginStart->setToolTip(
+        u"<qt>The desktop then starts Taskmill when you log in: put away, and with the project "
+        u"that was open last.</qt>"_s);
+    layout->addWidget(m_loginStart);
     layout->addStretch();
     auto *buttons = new QDialogButtonBox{QDialogButtonBox::Ok | QDialogButtonBox::Cancel};
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
@@ -133,4 +138,14 @@ Taskmill_QuietHours Taskmill_SettingsDialog::QuietHours() const
 bool Taskmill_SettingsDialog::HasLowPriority() const
 {
     return m_lowPriority->isChecked();
+}
+
+void Taskmill_SettingsDialog::LoadLoginStart(bool isStarted)
+{
+    m_loginStart->setChecked(isStarted);
+}
+
+bool Taskmill_SettingsDialog::StartsAtLogin() const
+{
+    return m_loginStart->isChecked();
 }

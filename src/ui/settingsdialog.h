@@ -28,6 +28,9 @@ public:
     [[nodiscard]] Taskmill_QuietHours QuietHours() const;
     [[nodiscard]] bool HasLowPriority() const;
 
+    void LoadLoginStart(bool isStarted);
+    [[nodiscard]] bool StartsAtLogin() const;
+
 private:
     void AddBudget(QBoxLayout &layout);
     void AddScheduling(QBoxLayout &layout);
@@ -39,4 +42,5 @@ private:
     QTimeEdit *m_quietFrom;
     QTimeEdit *m_quietTo;
     QCheckBox *m_lowPriority;
+    QCheckBox *m_loginStart;
 };

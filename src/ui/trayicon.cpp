@@ -3,12 +3,13 @@
 
 #include "kilnutil/logging.h"
 #include "ui/badgedicon.h"
+#include "ui/symbolicicon.h"
 
 using namespace Qt::Literals::StringLiterals;
 
 Taskmill_TrayIcon::Taskmill_TrayIcon(const QIcon &icon, const QString &toolTip)
     : m_plainIcon{icon}
-    , m_icon{icon}
+    , m_icon{Taskmill_SymbolicInTray(icon)}
 {
     connect(m_menu.addAction(u"&Show GUI"_s), &QAction::triggered, this, &Taskmill_TrayIcon::ShowSignal);
     connect(m_menu.addAction(u"&Hide GUI"_s), &QAction::triggered, this, &Taskmill_TrayIcon::HideSignal);
@@ -42,8 +43,11 @@ void Taskmill_TrayIcon::SetBadge(int running, int failed)
     // Beyond 9 it looks the same.
     constexpr int mostShown = 10;
     const std::pair badge{qMin(running, mostShown), qMin(failed, mostShown)};
-    if (std::exchange(m_badge, badge) != badge)
-        m_icon.setIcon(Taskmill_BadgedIcon(m_plainIcon, running, failed));
+    if (std::exchange(m_badge, badge) == badge)
+        return;
+    // A badge is read by its colour.
+    m_icon.setIcon(running > 0 || failed > 0 ? Taskmill_BadgedIcon(m_plainIcon, running, failed)
+                                             : Taskmill_SymbolicInTray(m_plainIcon));
 }
 
 void Taskmill_TrayIcon::ShowMessage(const QString &title, const QString &text)

@@ -3,10 +3,11 @@
 
 #include <QMap>
 #include <QTableView>
-#include <QTimer>
 
 #include <functional>
+#include <memory>
 
+class KilnUtil_TableColumns;
 class KilnUtil_TableSortProxy;
 class QDropEvent;
 class QMenu;
@@ -100,41 +101,16 @@ protected:
     void dragLeaveEvent(QDragLeaveEvent *event) override;
     void dropEvent(QDropEvent *event) override;
 
-private Q_SLOTS:
-    void SaveColumnsSlot();
-    void HeaderMenuSlot(const QPoint &position);
-    void ColumnResizedSlot(int column);
-
 private:
     void SetUpHeaders();
     void SetRowHeight();
-    void ApplyHints();
-    [[nodiscard]] int WidthOf(int characters) const;
-    void FitColumns();
-    void PlaceColumnsAsAtFirst();
-    void PutBehindOther(int column);
-    void RestoreColumns();
-    void RestoreOrder();
-    void ShowColumn(int column, bool isShown);
-    void MoveCurrentColumn(int places);
-    void ShowColumnsAsAtFirst();
-    void ColumnsChanged();
-    [[nodiscard]] QList<int> ShownColumns() const;
-    [[nodiscard]] int ShownColumn(int column) const;
     [[nodiscard]] bool ShowWholeText(const QHelpEvent &event);
     void AcceptDrop(QDropEvent *event);
     void SetDropHover(bool hover);
 
     KilnUtil_TableSortProxy *m_proxy;
-    QList<int> m_columnHints;
-    QMap<int, int> m_elasticColumns; ///< least numbers of characters
-    QList<int> m_hiddenAtFirst;
-    QMap<int, int> m_behindAtFirst;
-    bool m_hasUserWidths = false;
-    bool m_settingWidths = false; ///< it is not the user who does
-    QString m_settingsKey;        ///< of the user's settings; empty when the columns are not remembered
+    std::unique_ptr<KilnUtil_TableColumns> m_columns;
     QString m_emptyText;
-    QTimer m_saveTimer;       ///< a drag changes a width many times
     QPoint m_placeOfKeyboard; ///< column and row of the last current cell
     bool m_acceptsFiles = false;
     bool m_dropHover = false;

@@ -19,17 +19,23 @@ class RowDelegate final : public QStyledItemDelegate
 {
 public:
     using Editable = std::function<bool(int column)>;
-    RowDelegate(Editable isEditable, QObject *parent)
+    using SetUp = std::function<void(QWidget &editor, int column)>;
+    RowDelegate(Editable isEditable, SetUp setUp, QObject *parent)
         : QStyledItemDelegate{parent}
         , m_isEditable{std::move(isEditable)}
+        , m_setUp{std::move(setUp)}
     {
     }
 
     [[nodiscard]] QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option,
                                         const QModelIndex &index) const override
     {
-        return m_isEditable(index.column()) ? QStyledItemDelegate::createEditor(parent, option, index)
-                                            : nullptr;
+        if (!m_isEditable(index.column()))
+            return nullptr;
+        QWidget *editor = QStyledItemDelegate::createEditor(parent, option, index);
+        if (editor)
+            m_setUp(*editor, index.column());
+        return editor;
     }
 
     [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
@@ -40,13 +46,16 @@ public:
 
 private:
     const Editable m_isEditable;
+    const SetUp m_setUp;
 };
 } // namespace
 
 KilnUtil_TreeWidget::KilnUtil_TreeWidget(QWidget *parent)
     : QTreeWidget{parent}
 {
-    setItemDelegate(new RowDelegate{[this](int column) { return IsEditable(column); }, this});
+    setItemDelegate(new RowDelegate{[this](int column) { return IsEditable(column); },
+                                    [this](QWidget &editor, int column) { SetUpEditor(editor, column); },
+                                    this});
     setRootIsDecorated(false);
     // A height for all rows: none of many thousands has to be asked.
     setUniformRowHeights(true);

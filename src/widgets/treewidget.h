@@ -29,6 +29,8 @@ Q_SIGNALS:
 protected:
     /// Whether the cells of the column can be edited, where a row allows it.
     [[nodiscard]] virtual bool IsEditable(int) const { return true; }
+    /// An editor is about to be shown for a cell of the column; see IsEditable().
+    virtual void SetUpEditor(QWidget &, int) const {}
     bool event(QEvent *event) override;
     void changeEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;

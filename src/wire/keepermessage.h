@@ -40,7 +40,7 @@ constexpr std::string_view Taskmill_ReadyWord =
     "ready"; ///< its first answer: it is there, and what lost runs have left is ended, or will be soon
 constexpr std::string_view Taskmill_LockedWord =
     "locked"; ///< of a keeper that waited: it has the lock of the run, and starts it at "go"
-constexpr std::string_view Taskmill_GoWord = "go";
+constexpr std::string_view Taskmill_GoWord = "go";       ///< starts the run of an order that "waits", too
 constexpr std::string_view Taskmill_SweptWord = "swept"; ///< a keeper died, and nothing of its run is left
 // To a keeper:
 constexpr std::string_view Taskmill_KillWord = "kill";

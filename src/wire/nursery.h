@@ -39,6 +39,8 @@ public:
         if (!m_freeKeeper.IsOpen())
             m_freeKeeper = std::move(keeper);
     }
+    /// Whether an order may wait for its word.
+    [[nodiscard]] static bool RunsMayWait();
     /// Whether ReceiveSwept() reports runs of this object without being asked, unless their keeper had
     /// another run before.
     [[nodiscard]] static bool SweepsUnasked();

@@ -116,6 +116,11 @@ Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order
     return fail(number);
 }
 
+bool Taskmill_Nursery::RunsMayWait()
+{
+    return true;
+}
+
 bool Taskmill_Nursery::SweepsUnasked()
 {
     return true;

@@ -162,6 +162,12 @@ Taskmill_RunConnection Taskmill_Nursery::StartRun(const Taskmill_RunOrder &order
     return {};
 }
 
+bool Taskmill_Nursery::RunsMayWait()
+{
+    // A keeper waits for its order there.
+    return false;
+}
+
 bool Taskmill_Nursery::SweepsUnasked()
 {
     return false;

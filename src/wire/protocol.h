@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <string_view>
 
 /// The line that a client sends last when it wants to hear on the same connection what became of its
@@ -28,9 +29,12 @@ constexpr std::string_view Taskmill_WireClientResult = "clientresult=yes";
 constexpr std::string_view Taskmill_WireJobResult = "jobresult=";
 
 /// In a submission: what the job takes while it runs, where its input says something else or nothing; numbers
-/// from 1 on. Memory is in units of 2^20 bytes.
+/// from 1 to these. Memory is in units of 2^20 bytes. More than any machine has, and little enough for sums
+/// of many jobs.
 constexpr std::string_view Taskmill_WireJobCores = "jobcores=";
 constexpr std::string_view Taskmill_WireJobMemory = "jobmemory=";
+constexpr std::int64_t Taskmill_WireMostCores = 1'000'000;
+constexpr std::int64_t Taskmill_WireMostMemoryMB = std::int64_t{1} << 40;
 
 /// The queues in requests and answers; the last two are both the list of the jobs that run at once.
 constexpr std::array<std::string_view, 4> Taskmill_WireQueues{"long", "short", "none", "queueless"};

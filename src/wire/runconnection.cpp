@@ -43,6 +43,8 @@ Taskmill_KeeperMessage Taskmill_RunOrder::ToMessage() const
     message.Add("grace", graceMs);
     message.Add("nice", nice);
     message.Add("files", openFiles);
+    if (waits)
+        message.Add("waits", 1);
     message.Add("argument", program);
     for (const std::string &argument : arguments)
         message.Add("argument", argument);
@@ -124,6 +126,11 @@ Taskmill_RunReport Taskmill_RunConnection::Take(const Taskmill_KeeperMessage &me
         }
     }
     return report;
+}
+
+bool Taskmill_RunConnection::Go() const
+{
+    return IsOpen() && m_channel.Send(Taskmill_KeeperMessage{Taskmill_GoWord});
 }
 
 bool Taskmill_RunConnection::Kill(long long graceMs) const

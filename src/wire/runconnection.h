@@ -22,6 +22,7 @@ struct Taskmill_RunOrder
     long long graceMs = 2000; ///< between SIGTERM and SIGKILL where the keeper itself is asked to end
     int nice = 0;             ///< added to the manager's own
     long long openFiles = 0;  ///< how many files the run may have open at first; 0 for as many as the manager
+    bool waits = false; ///< for Go(); nothing is started without it. See Taskmill_Nursery::RunsMayWait()
 
     [[nodiscard]] Taskmill_KeeperMessage ToMessage() const;
 };
@@ -84,6 +85,8 @@ public:
     /// The next report; waits for so long at most, -1 for ever. After Ended and Lost the connection is
     /// closed.
     Taskmill_RunReport Receive(int waitMs = 0);
+    /// Starts a run whose order says that it waits. False when its keeper is gone, which has started nothing.
+    [[nodiscard]] bool Go() const;
     /// Ends everything the run has started: SIGTERM, then SIGKILL after that time. The answer is Ended, or
     /// Remains. A second one can only shorten the time. False when the keeper is gone.
     bool Kill(long long graceMs) const;

@@ -11,6 +11,7 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QMenu>
@@ -432,6 +433,40 @@ private Q_SLOTS:
         WindowPlace named{last, last};
         QTRY_COMPARE(named.prompt.asked.size(), 0);
         QVERIFY(!named.Window().findChild<Taskmill_ProjectOffer *>());
+    }
+
+    void SettingsHaveTheStartAtLogin()
+    {
+        if (isWindows)
+            QSKIP("The registry that says so is the user's own");
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(Path(u"config"_s)));
+        WindowPlace place;
+        /// Chooses it in the dialog, and returns what was shown before.
+        const auto choose = [&place](bool isWanted, QDialog::DialogCode end) {
+            bool wasShown = false;
+            WhenDialogIsOpen([&](QDialog &dialog) {
+                const auto boxes = dialog.findChildren<QCheckBox *>();
+                QCheckBox *box = *std::ranges::find(boxes, u"&Start at log-in"_s, &QCheckBox::text);
+                wasShown = box->isChecked();
+                box->setChecked(isWanted);
+                dialog.done(end);
+            });
+            (void)place.Open(Taskmill_WindowMenu::Project, u"Settings..."_s);
+            return wasShown;
+        };
+        const QString entry = Path(u"config/autostart/taskmill.desktop"_s);
+        QVERIFY(!choose(true, QDialog::Rejected));
+        QVERIFY(!QFile::exists(entry));
+        QVERIFY(!choose(true, QDialog::Accepted));
+        QVERIFY(ReadTestFile(entry).contains(
+            u"Exec=\"%1\" -login\n"_s.arg(qApp->applicationFilePath()).toUtf8()));
+        QVERIFY(choose(false, QDialog::Accepted));
+        QVERIFY(!QFile::exists(entry));
+        // What cannot be stored is said.
+        QVERIFY(QDir{}.rmdir(Path(u"config/autostart"_s)));
+        WriteTestFile(Path(u"config/autostart"_s), "in the way");
+        QVERIFY(!choose(true, QDialog::Accepted));
+        QCOMPARE(place.prompt.asked.last().title, u"Start at Log-in"_s);
     }
 
     void DroppedFilesGoToTheListTheyAreDroppedOn_data()

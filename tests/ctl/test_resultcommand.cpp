@@ -53,6 +53,9 @@ private Q_SLOTS:
                  "\"checkpoint\":\"a.chk\",\"scratch\":null}\n"
                  "{\"file\":\"empty\",\"program\":null,\"cores\":null,\"memory_mb\":null,"
                  "\"checkpoint\":null,\"scratch\":null}\n");
+        WriteTestFile(Path(u"large.gjf"_s), "%mem=300000MB\n#p hf\n\nt\n\n0 1\nHe\n\n");
+        const QByteArray large = Run({u"resources"_s, u"large.gjf"_s, u"--json"_s}).out;
+        QVERIFY2(large.contains("\"memory_mb\":300000,"), large.constData());
         QCOMPARE(Run({u"resources"_s, u"a.gjf"_s}).out, "a.gjf: Gaussian\n"
                                                         "  Cores       4\n"
                                                         "  Memory      1.465 MB\n"

@@ -401,6 +401,54 @@ private Q_SLOTS:
     }
 
     /// A transaction that has read something is refused while somebody else holds the lock.
+    void StartsAreKnownAfterEveryEnd()
+    {
+        const QString path = Path(u"work.db"_s);
+        const auto runOf = [](Taskmill_Database &database, int jobID) {
+            const QList<Taskmill_JobRecord> jobs = database.GetLongJobs();
+            const auto job = std::ranges::find(jobs, jobID, &Taskmill_JobRecord::JobID);
+            return job == jobs.end() ? u"none"_s : job->Run + u' ' + Taskmill_JobStatusText(job->Status);
+        };
+        const auto open = [](const QString &file) {
+            auto database = MakeClosedDatabase();
+            database->SetStoragePath(file);
+            return database->Open() && database->CreateTables() ? std::move(database) : nullptr;
+        };
+        auto database = open(path);
+        QVERIFY(database && database->WorkingCopy().Begin());
+        QList<Taskmill_JobRecord> jobs;
+        for (const int number : {1, 2, 3, 4}) {
+            Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), number);
+            job.Status = Taskmill_JobStatus::Pending;
+            job.Run.clear();
+            QVERIFY(database->InsertLongJob(job, true));
+            job.Run = u"run-%1"_s.arg(number);
+            jobs.append(job);
+        }
+        database->MarkUnchanged();
+        // The last two were only to be started.
+        for (const int number : {4, 3, 2})
+            QVERIFY(database->NoteRun(number, jobs[number - 1].Run));
+        database->ForgetNotedRun(4);
+        QVERIFY(database->RecordStart(jobs[0]) && database->RecordStart(jobs[1]));
+        database->ForgetNotedRun(2);
+        // A program that is ended now has written no more than this.
+        const QString left = Path(u"left.db"_s);
+        QVERIFY(QFile::copy(path, left) && QFile::copy(path + u"-wal"_s, left + u"-wal"_s));
+        const QStringList noted = RowsOfFile(left, u"SELECT JobID, Run FROM WorkingCopyRuns"_s);
+        QCOMPARE(noted, (QStringList{u"1|run-1"_s, u"2|run-2"_s, u"3|run-3"_s}));
+        const auto after = open(left);
+        QVERIFY(after && after->Untracked([&] { return after->TakeUpStarts(); }));
+        QCOMPARE(runOf(*after, 1), u"run-1 Running"_s);
+        QCOMPARE(runOf(*after, 3), u"run-3 Running"_s);
+        QCOMPARE(runOf(*after, 4), u" Pending"_s);
+        // A project that is saved in the same turn of the event loop knows them, too.
+        QVERIFY(database->SaveToFile(Path(u"saved.mill"_s)));
+        const QString started = u"SELECT OwnerID FROM AddedFields WHERE Name = 'Run' AND OwnerID < 3"_s;
+        QCOMPARE(RowsOfFile(Path(u"saved.mill"_s), started), (QStringList{u"1"_s, u"2"_s}));
+        QVERIFY(!database->HasUnsavedChanges());
+    }
+
     void LogIsShortenedWhileNobodyWrites()
     {
         const auto database = MakeClosedDatabase();

@@ -47,9 +47,12 @@ ManagerProcess::ManagerProcess(QString directory, Input input)
 ManagerProcess::~ManagerProcess()
 {
     if (m_process && !HasEnded()) {
-        if constexpr (!isWindows)
+        // Ended by force it leaves its jobs running, and on Windows it can be asked in no other way.
+        if constexpr (isWindows)
+            (void)Ctl({u"quit"_s, u"--force"_s});
+        else
             m_process->terminate();
-        if (isWindows || !m_process->waitForFinished())
+        if (!m_process->waitForFinished())
             m_process->kill();
         m_process->waitForFinished();
     }

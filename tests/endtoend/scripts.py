@@ -24,8 +24,13 @@ def check(definition, value):
     return value
 
 
+checked = set()  # the commands whose output was
+
+
 def client(definition, *arguments, lines=False):
     """Runs the client; each value that it prints must be as the schema says."""
+    checked.add(arguments[0])
+    checked.add(" ".join(arguments[:2]))
     out = subprocess.run(["taskmillctl", *arguments, "--json"], stdout=subprocess.PIPE, check=False,
                          encoding="utf-8", stderr=subprocess.DEVNULL).stdout
     values = [json.loads(line) for line in out.splitlines()] if lines else [json.loads(out)]
@@ -33,6 +38,17 @@ def client(definition, *arguments, lines=False):
     for value in values:
         check(definition, value)
     return values
+
+
+def commands():
+    """Those that can print JSON."""
+    def help_of(*words):
+        return subprocess.run(["taskmillctl", *words, "--help"], stdout=subprocess.PIPE, check=True,
+                              encoding="utf-8").stdout
+    listed = help_of().split("Commands:\n")[1].split("\n\n")[0]
+    names = [line[2:].split("  ")[0] for line in listed.splitlines() if line[2] != " "]
+    names = [" ".join(word for word in name.split() if word.islower()) for name in names]
+    return {name for name in names if "--json" in help_of(*name.split())}
 
 
 def fails(error, call):
@@ -74,8 +90,26 @@ client("resources", "resources", str(tree / "examples/water.mop"), lines=True)
 client("submit", "submit", "c.in", "--type", "Echo", "--queue", "none", "--wait", lines=True)
 client("submit", "submit", "c.in", "--type", "Nothing", lines=True)
 client("done", "limit", "short", "2")
+for arguments in ((), ("cores", "3", "memory", "2000"), ("off",)):
+    assert client("budget", "budget", *arguments)[0]["on"] == (len(arguments) > 1)
+client("done", "quiet", "22:00-06:00")
+client("done", "quiet", "off")
+client("done", "priority", "low")
+client("done", "priority", "normal")
 client("done", "pause", "short")
+numbers = manager.submit("a b.in", "c.in", type="Wait", queue="short")
+client("done", "hold", *map(str, numbers))
+client("done", "move", str(numbers[1]), "top")
+held = client("list", "list", "short")[0]
+assert {job["waitreason"] for job in held} != {""}, held
+client("done", "release", *map(str, numbers))
+client("done", "estimate", "short")
+client("done", "remove", str(numbers[0]))
 client("done", "save")
+client("result", "result", output, lines=True)
 client("types", "types", "list", "jobs.mill")
 client("list", "jobs", "jobs.mill")
+client("done", "quit")
+missing = commands() - checked
+assert not missing, missing
 print("passed")

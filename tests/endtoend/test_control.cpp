@@ -94,10 +94,14 @@ void TestControl::ListsAndEndsJobs()
                R"({"cores":2,"cores_in_use":0,"memory_mb":500,"memory_mb_in_use":0,"on":true,"running":0})"),
         "");
     QCOMPARE(Ctl(u"submit --type Wait --cores 3 "_s + Project().Path(u"runs"_s)).status, 4);
-    QCOMPARE(Ctl(u"submit --type Wait --cores many "_s + Project().Path(u"runs"_s)).status, 2);
+    for (const auto *wrong : {u"--cores many ", u"--cores 1000001 ", u"--memory 0 "})
+        QCOMPARE(
+            Ctl(u"submit --type Wait "_s + QStringView{wrong}.toString() + Project().Path(u"runs"_s)).status,
+            2);
     QCOMPARE(Unlike(u"budget off"_s, "There is no budget: the queues' limits alone count; nothing runs."),
              "");
-    for (const char *wrong : {"budget cores", "budget off 1", "budget cores 0", "budget 8"})
+    for (const char *wrong :
+         {"budget cores", "budget off 1", "budget cores 0", "budget cores 1000001", "budget 8"})
         QCOMPARE(Ctl(QString::fromLatin1(wrong)).status, 2);
     QCOMPARE(Ctl(u"pause queueless"_s).status, 2);
 }

@@ -140,6 +140,11 @@ void TestShells::CompletesWhatFits()
         {u"taskmillctl remove --running "_s, u"words 2 3"_s},
         {u"taskmillctl job "_s, u"words 1 2 3"_s},
         {u"taskmillctl limit long "_s, u"words"_s},
+        {u"taskmillctl budget "_s, u"words cores memory off"_s},
+        {u"taskmillctl budget cores "_s, u"words"_s},
+        {u"taskmillctl budget cores 4 "_s, u"words memory"_s},
+        {u"taskmillctl budget off "_s, u"words"_s},
+        {u"taskmillctl move 3 "_s, u"words 2 3 bottom down top up"_s},
         {u"taskmillctl types remove jobs.mill "_s, u"words"_s},
         {u"taskmillctl jobs --long "_s, u"projects"_s},
         {u"taskmill -new"_s, u"projects -newconsole"_s},
@@ -155,6 +160,8 @@ void TestShells::CompletesWhatFits()
         {u"taskmillctl jobs jo"_s, u"jobs.mill"_s},
         {u"taskmillctl submit wai"_s, u"waits"_s},
         {u"taskmill -nog"_s, u"-nogui"_s},
+        {u"taskmillctl quiet "_s, u"22:00-06:00 off"_s},
+        {u"taskmillctl budget cores 4 m"_s, u"memory"_s},
     };
     QFETCH(const QString, shell);
     const bool isClient = shell == "client"_L1;
@@ -186,6 +193,11 @@ void TestShells::ManualPagesAndHelpAgree()
         QVERIFY2(commands.contains(u"  "_s + name + u' '), qPrintable(name));
         const QString own =
             Run(QStringLiteral(TASKMILL_CTL), name.split(u' ') + QStringList{u"--help"_s}).out;
+        QString synopsis = section.section(u"\n.Pp"_s, 0, 0).section(u'\n', 1);
+        synopsis.replace(QRegularExpression{u"Op (?:Ar )?([^\n]*)"_s}, u"[\\1]"_s)
+            .remove(
+                QRegularExpression{u"^\\.|\\b(Nm|Cm|Ar)\\b|[\"\\s]"_s, QRegularExpression::MultilineOption});
+        QCOMPARE(synopsis, own.section(u'\n', 0, 0).remove(u"Usage: taskmillctl"_s).remove(u' '));
         QCOMPARE(Sorted(Matches(section, u"^\\.It .*Fl -([\\w-]+)"_s)),
                  Sorted(Matches(own, u"^  (?:-h, )?--([\\w-]+)"_s)));
     }

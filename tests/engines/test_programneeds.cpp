@@ -25,6 +25,10 @@ QByteArray Text(const Taskmill_ProgramNeeds &needs)
         text += ", checkpoint " + QByteArray::fromStdString(needs.Checkpoint);
     if (!needs.Scratch.empty())
         text += ", scratch " + QByteArray::fromStdString(needs.Scratch);
+    for (const std::string &file : needs.Written) {
+        if (file != needs.Checkpoint && file != needs.Scratch)
+            text += ", writes " + QByteArray::fromStdString(file);
+    }
     return text;
 }
 } // namespace

@@ -19,6 +19,8 @@ public:
     bool DeleteJobType(qint32) override { return false; }
     QList<Taskmill_JobType> GetJobTypes() override { return {}; }
     bool RecordStart(const Taskmill_JobRecord &) override { return TakesStarts; }
+    bool NoteRun(int, const QString &) override { return TakesStarts; }
+    void ForgetNotedRun(int) override {}
     void ForgetRun(const Taskmill_JobRecord &) override {}
     int GetMaxRunningJobs(const QString &queueName) override { return Limits.value(queueName, -1); }
     bool SetMaxRunningJobs(const QString &queueName, int maxRunningJobs) override

@@ -8,6 +8,7 @@
 #include "support/jobfakes.h"
 #include "support/resourcelimit.h"
 #include "support/testcase.h"
+#include "wire/runlocks.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -125,6 +126,76 @@ private Q_SLOTS:
         QVERIFY(isPutOff(keepers.get()));
         QVERIFY(!QFile::exists(Path(u"ran"_s)));
         QVERIFY(!QFile::exists(Path(u"freqchk2.inp"_s)));
+    }
+
+    void IsPreparedForItsStart_data()
+    {
+        QTest::addColumn<QString>("between");
+        QTest::addColumn<bool>("isGood");
+        QTest::newRow("nothing comes between") << QString{} << true;
+        QTest::newRow("the job is changed") << u"change"_s << false;
+        QTest::newRow("its priority is") << u"priority"_s << false;
+        // The order that its keeper has names another one.
+        QTest::newRow("its project gets another name") << u"owner"_s << false;
+    }
+
+    void IsPreparedForItsStart()
+    {
+        QFETCH(const QString, between);
+        if (isWindows || !m_keepers)
+            QSKIP("Nothing is prepared there");
+        Taskmill_JobRecord record = Record({u"mark"_s, Path(u"ran"_s), u"print"_s, u"x"_s});
+        m_job = std::make_unique<Taskmill_Job>(record);
+        m_finished = std::make_unique<QSignalSpy>(m_job.get(), &Taskmill_Job::JobFinishedSignal);
+        const QString runID = m_keepers->NewRunID();
+        QVERIFY(m_job->Prepare(*m_keepers, runID));
+        QCOMPARE(m_job->PreparedRunID(), runID);
+        QVERIFY(!m_job->HasOutput());
+        if (between == "change"_L1)
+            m_job->SetOrderNumber(9);
+        else if (between == "priority"_L1)
+            m_job->SetLowPriority(true);
+        else if (between == "owner"_L1)
+            m_keepers->SetOwner(u"one"_s, u"other"_s, [](const QString &) { return true; });
+        const QString goodID = m_job->PreparedRunID();
+        QTEST(!goodID.isEmpty(), "isGood");
+        const std::string folder = m_keeperDirectory.filePath(u"runs"_s).toStdString();
+        if (between == "owner"_L1)
+            QTRY_VERIFY_WITH_TIMEOUT(!Taskmill_IsKeeperAlive(folder, runID.toStdString()), 60'000);
+        if (goodID.isEmpty())
+            m_job->DropPreparation();
+        // The keeper that waited has had all the time it could want.
+        const auto prepared = std::move(m_job);
+        const auto itsEnd = std::move(m_finished);
+        QCOMPARE(Run(Record({u"print"_s, u"y"_s})), Taskmill_JobStatus::Completed);
+        QVERIFY(!QFile::exists(Path(u"ran"_s)));
+
+        const QString startID = goodID.isEmpty() ? m_keepers->NewRunID() : goodID;
+        prepared->SetRun(Taskmill_RunOfJob{startID, KilnUtil_ComputerData::MachineID()}.Text());
+        QVERIFY(prepared->Start(m_keepers.get()));
+        QVERIFY(itsEnd->wait(60'000));
+        QCOMPARE(prepared->Status(), Taskmill_JobStatus::Completed);
+        QCOMPARE(prepared->Record().StdOutAndStdErr.trimmed(), u"x"_s);
+        QCOMPARE(ReadTestFile(Path(u"ran"_s)).count('\n'), 1);
+    }
+
+    void WhatIsPreparedNeverRunsUnasked()
+    {
+        if (isWindows || !m_keepers)
+            QSKIP("Nothing is prepared there");
+        const std::string folder = m_keeperDirectory.filePath(u"runs"_s).toStdString();
+        const QString runID = m_keepers->NewRunID();
+        {
+            Taskmill_Job dropped{Record({u"mark"_s, Path(u"ran"_s)})};
+            QVERIFY(dropped.Prepare(*m_keepers, runID));
+            QVERIFY(Taskmill_IsKeeperAlive(folder, runID.toStdString()));
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(!Taskmill_IsKeeperAlive(folder, runID.toStdString()), 60'000);
+        QVERIFY(!QFile::exists(Path(u"ran"_s)));
+        QCOMPARE(m_keepers->Find(runID).Where, KilnUtil_FoundRun::Place::NotKnown);
+        // A file would have to be written for its standard input.
+        Taskmill_Job prompted{Record({u"stdin"_s}, u"answer\n"_s)};
+        QVERIFY(!prompted.Prepare(*m_keepers, m_keepers->NewRunID()));
     }
 
     void LeavesAnOutputThatCannotBeRead()

@@ -26,8 +26,8 @@ private Q_SLOTS:
         const QString plain = u"@EXEFILE @INFILE"_s;
         const QByteArray route = "#p hf/3-21g\n\ntitle\n\n0 1\nHe\n\n";
         add("nobody says anything", "He 0 0 0\n", plain, {}, u"7 cores, 70 MB"_s);
-        add("the input", "%nproc=4\n%mem=1GB\n%chk=a.chk\n" + route, plain, {},
-            u"4 cores, 1024 MB, checkpoint a.chk"_s);
+        add("the input", "%nproc=4\n%mem=1GB\n%chk=a\n" + route, plain, {},
+            u"4 cores, 1024 MB, writes a.chk"_s);
         add("a part of a megabyte is one", "%mem=131073\n" + route, plain, {}, u"7 cores, 2 MB"_s);
         add("numbers beyond all measure", "%nproc=2000000000\n%mem=99999999999TB\n" + route, plain, {},
             u"1000000 cores, 1099511627776 MB"_s);
@@ -57,8 +57,8 @@ private Q_SLOTS:
         job.PlaceholderValues = {{u"@NPROCS"_s, u"3"_s}};
         job.InputNeeds = Taskmill_NeedsOfJob(job);
         QString needs = u"%1 cores, %2 MB"_s.arg(job.Cores()).arg(job.MemoryMB());
-        if (!job.InputNeeds.Checkpoint.isEmpty())
-            needs += u", checkpoint "_s + job.InputNeeds.Checkpoint;
+        for (const QString &file : std::as_const(job.InputNeeds.Written))
+            needs += u", writes "_s + file;
         QTEST(needs, "needs");
 
         // Who submits it knows better.

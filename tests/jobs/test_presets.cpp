@@ -21,16 +21,19 @@ private Q_SLOTS:
         QTest::newRow("tried before untried in their order")
             << QStringList{u"bin/psi4"_s, u"bin/xtb"_s, u"bin/mopac"_s} << QStringList{}
             << QStringList{u"MOPAC"_s, u"xtb Optimisation"_s, u"Psi4"_s};
+        QTest::newRow("with the directory of its other programs")
+            << QStringList{u"bin/g16"_s} << QStringList{}
+            << QStringList{u"Gaussian (untried) GAUSS_EXEDIR=bin"_s};
         QTest::newRow("not what the project has")
             << QStringList{u"bin/xtb"_s, u"bin/mopac"_s} << QStringList{u"mopac"_s}
             << QStringList{u"xtb Optimisation"_s};
         QTest::newRow("a screen reader is no calculation")
             << QStringList{u"bin/orca"_s} << QStringList{} << QStringList{};
-        QTest::newRow("with its other programs")
-            << QStringList{u"bin/orca"_s, u"bin/orca_scf"_s} << QStringList{} << QStringList{u"ORCA"_s};
+        QTest::newRow("with its other programs") << QStringList{u"bin/orca"_s, u"bin/orca_scf"_s}
+                                                 << QStringList{} << QStringList{u"ORCA (untried)"_s};
         QTest::newRow("behind a screen reader")
             << QStringList{u"bin/orca"_s, u"later/orca"_s, u"later/orca_scf"_s} << QStringList{}
-            << QStringList{u"ORCA"_s};
+            << QStringList{u"ORCA (untried)"_s};
         QTest::newRow("with its other programs elsewhere")
             << QStringList{u"bin/orca"_s, u"other/orca_scf"_s} << QStringList{} << QStringList{};
     }
@@ -50,7 +53,9 @@ private Q_SLOTS:
             jobTypes.emplaceBack().Name = name;
         QStringList names;
         for (const auto &[jobType, isTried] : Taskmill_FindPresets(jobTypes)) {
-            names += jobType.Name;
+            QString environment = jobType.EnvironmentVariables;
+            environment.replace(Path(u"bin"_s), u"bin"_s);
+            names += QString{jobType.Name + (isTried ? u""_s : u" (untried) "_s) + environment}.trimmed();
             QVERIFY(jobType.IsValid());
         }
         QTEST(names, "found");

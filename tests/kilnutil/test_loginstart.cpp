@@ -45,9 +45,11 @@ private Q_SLOTS:
                  entry.constData());
         if (!QStandardPaths::findExecutable(u"desktop-file-validate"_s).isEmpty())
             QCOMPARE(QProcess::execute(u"desktop-file-validate"_s, {path}), 0);
-        // A desktop turns it off like this.
-        WriteTestFile(path, entry + "Hidden=true\n");
-        QVERIFY(!start.IsOn());
+        // Desktops turn it off like this.
+        for (const char *line : {"Hidden=true\n", "X-GNOME-Autostart-enabled=false\n"}) {
+            WriteTestFile(path, entry + line);
+            QVERIFY(!start.IsOn());
+        }
     }
 
     void SaysWhyItCannotBeStored()

@@ -271,6 +271,12 @@ private Q_SLOTS:
         const auto refused =
             m_manager->Submitter().Submit(Taskmill_RequestMessage::Parse(request + "\njobcores=7"));
         QCOMPARE(refused.Refusal, u"the job is larger than the budget (7 cores of 6)"_s);
+        for (const auto &[line, refusal] :
+             {std::pair{"jobcores=1000001", u"jobcores is a number from 1 to 1000000: 1000001"_s},
+              std::pair{"jobmemory=4GB", u"jobmemory is a number from 1 to 1099511627776: 4GB"_s}}) {
+            const auto message = Taskmill_RequestMessage::Parse(request + '\n' + line);
+            QCOMPARE(m_manager->Submitter().Submit(message).Refusal, refusal);
+        }
         // What has no queue need not fit.
         QCOMPARE(Submit("jobtypename=Run\njobqueue=none\njobcores=7").size(), 1);
         Taskmill_SetBudget(m_manager->Destinations().Budget(), {.MemoryMB = 1000});

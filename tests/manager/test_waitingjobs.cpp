@@ -50,6 +50,23 @@ private Q_SLOTS:
         QCOMPARE(Queue().JobIDs(), (QList{2, 1, 6, 5, 3, 4}));
     }
 
+    void WhatIsDoneIsSaid()
+    {
+        Queue().SetPaused(true);
+        SubmitGated(3);
+        QCOMPARE(Taskmill_WaitingJobs::NumbersFromText(u"3 1, 3"_s), (QList{3, 1}));
+        QCOMPARE(Taskmill_WaitingJobs::NumbersFromText(u"3 x"_s), QList<int>{});
+        QCOMPARE(Waiting().Release({1}).Problem, u"Job 1 is not held."_s);
+        QCOMPARE(Waiting().Release({1, 2}).Problem, u"None of these jobs is held."_s);
+        QCOMPARE(Waiting().Hold({2}).Text, u"Job 2 is held."_s);
+        QCOMPARE(Waiting().Release({1, 2}).Text, u"Job 2 was released."_s);
+        QCOMPARE(Waiting().NotBefore({1, 3}, u"2020-01-01 00:00"_s).Text,
+                 u"2 jobs may start from 2020-01-01 00:00 on, which has passed."_s);
+        const QString noTime = Waiting().NotBefore({1}, u"2031-02-30 10:00"_s).Problem;
+        QVERIFY2(noTime.startsWith(u"This is no time: 2031-02-30 10:00; a time is \""_s), qPrintable(noTime));
+        QCOMPARE(Waiting().After({1}, 9).Problem, u"There is no job 9 to wait for."_s);
+    }
+
     /// Only what was moved is written, however many wait.
     void AMoveWritesLittle()
     {

@@ -31,10 +31,8 @@ QString Content(const Message &message)
     add(u"Action"_s, message.Action);
     add(u"Confirm"_s, message.ConfirmAction ? u"yes"_s : QString{});
     add(u"Type"_s, message.JobTypeName);
-    if (message.JobCores)
-        addNumber(u"Cores"_s, *message.JobCores);
-    if (message.JobMemoryMB)
-        add(u"Memory"_s, QString::number(*message.JobMemoryMB));
+    add(u"Cores"_s, message.JobCores);
+    add(u"Memory"_s, message.JobMemory);
     add(u"Name"_s, message.JobName);
     add(u"Queue"_s, message.JobQueue);
     add(u"Input"_s, message.JobInputFile);
@@ -81,7 +79,6 @@ private Q_SLOTS:
         add("silent and class are ignored", "jobsilent=yes\njobclass=a", {});
         add("job type", "jobtypename= a ", u"Type[ a ]"_s);
         add("cores and memory", "JobCores= 8 \njobmemory=16000", u"Cores[8] Memory[16000]"_s);
-        add("no cores and no memory", "jobcores=0\njobmemory=4GB", {});
         add("job name", "jobname= a ", u"Name[ a ]"_s);
         add("queue", "jobqueue= a ", u"Queue[ a ]"_s);
         add("input file", "jobinputfile= a b\t", u"Input[a b]"_s);

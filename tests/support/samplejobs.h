@@ -74,8 +74,7 @@ inline void AddSampleFields(Taskmill_JobRecord &job)
     job.AskedNeeds.MemoryMB = 5000;
     job.InputNeeds = {.Cores = 2,
                       .MemoryMB = 1,
-                      .Checkpoint = QStringLiteral("input's.chk"),
-                      .Scratch = QStringLiteral("/tmp/Größe")};
+                      .Written = {QStringLiteral("input's.chk"), QStringLiteral("/tmp/Größe x")}};
     // Their order counts, also beyond the ninth.
     for (int number = 12; number > 0; --number)
         job.PlaceholderValues.append(

@@ -4,7 +4,9 @@
 #include "support/sampleoutput.h"
 #include "support/testmanager.h"
 #include "ui/badgedicon.h"
+#include "ui/symbolicicon.h"
 
+#include <QDir>
 #include <QIcon>
 #include <QPixmap>
 
@@ -111,6 +113,27 @@ private Q_SLOTS:
         QCOMPARE(jobNews.UnseenFailures(), 1);
         m_manager->NewProject();
         QCOMPARE(jobNews.UnseenFailures(), 0);
+    }
+
+    void TraysOfOneColourGetTheSymbolicIcon()
+    {
+        if (isWindows)
+            QSKIP("No tray there asks for icons by name");
+        QPixmap plain{22, 22};
+        plain.fill(Qt::yellow);
+        const QString folder = Path(u"data/icons/hicolor/symbolic/apps"_s);
+        QVERIFY(QDir{}.mkpath(folder));
+        qputenv("XDG_DATA_HOME", QFile::encodeName(Path(u"data"_s)));
+        qputenv("XDG_DATA_DIRS", QFile::encodeName(Path(u"none"_s)));
+        qputenv("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
+        QCOMPARE(Taskmill_SymbolicInTray(plain).name(), QString{});
+        WriteTestFile(folder + u"/taskmill-symbolic.svg"_s, "<svg/>");
+        const QIcon icon = Taskmill_SymbolicInTray(plain);
+        QCOMPARE(icon.name(), u"taskmill-symbolic"_s);
+        QCOMPARE(icon.pixmap(QSize{22, 22}, 1.0).toImage(), plain.toImage());
+        QCOMPARE(icon.availableSizes(), QList{plain.size()});
+        qputenv("XDG_CURRENT_DESKTOP", "KDE");
+        QCOMPARE(Taskmill_SymbolicInTray(plain).name(), QString{});
     }
 
     void BadgesDiffer()

@@ -141,11 +141,12 @@ QString Fault(const QCommandLineParser &parser, const Taskmill_JobType &jobType)
         if (!Minutes(parser, option))
             return u"--%1 needs minutes from 0 to %2"_s.arg(option).arg(Taskmill_JobType::LongestMinutes);
     }
-    for (const auto &[name, value] :
-         {std::pair{u"cores"_s, qint64{jobType.Cores}}, std::pair{u"memory"_s, jobType.MemoryMB},
-          std::pair{u"free-space"_s, jobType.LeastFreeMB}}) {
+    for (const auto &[name, value, most] :
+         {std::tuple{u"cores"_s, qint64{jobType.Cores}, qint64{Taskmill_MostCores}},
+          std::tuple{u"memory"_s, jobType.MemoryMB, Taskmill_MostMemoryMB},
+          std::tuple{u"free-space"_s, jobType.LeastFreeMB, Taskmill_MostMemoryMB}}) {
         if (parser.isSet(name) && value == 0)
-            return u"--%1 needs a number from 1 on"_s.arg(name);
+            return u"--%1 needs a number from 1 to %2"_s.arg(name).arg(most);
     }
     if (HasLineFeed(jobType))
         return u"only the command line may hold a line feed"_s;
