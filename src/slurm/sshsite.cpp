@@ -3,6 +3,7 @@
 
 #include "slurm/batchscript.h"
 #include "slurm/durablefile.h"
+#include "slurm/sharedqueue.h"
 
 #include <algorithm>
 #include <array>
@@ -353,6 +354,11 @@ Taskmill_SlurmSite::Outcome Taskmill_SshSite::Collect()
     if (Taskmill_WriteDurably(m_runFolder + "/collected", "yes\n"))
         return Done();
     return {.isDone = false, .mayBeTriedAgain = true, .reason = "nothing can be written to " + m_runFolder};
+}
+
+int Taskmill_SshSite::LookIntervalMs() const
+{
+    return static_cast<int>(Taskmill_SharedQueue::IntervalMs() / 2);
 }
 
 bool Taskmill_SshSite::HasTidied() const

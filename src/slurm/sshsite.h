@@ -17,7 +17,8 @@ public:
     [[nodiscard]] Taskmill_CommandEnd Submit(const std::vector<std::string> &words) override;
     [[nodiscard]] Taskmill_CommandEnd Run(const std::vector<std::string> &words) override;
     [[nodiscard]] Taskmill_RunNews Look(const std::function<void(std::string_view)> &print) override;
-    [[nodiscard]] int LookIntervalMs() const override { return 5000; }
+    /// Half of the time between two questions to the cluster.
+    [[nodiscard]] int LookIntervalMs() const override;
     [[nodiscard]] Outcome Collect() override;
     void Tidy() override;
     [[nodiscard]] std::string RunFolder() const override { return m_remote; }

@@ -155,7 +155,7 @@ void Taskmill_ClusterDialog::DescribeFields()
         m_time, u"Time limit"_s,
         u"As Slurm takes it: minutes, hours:minutes:seconds, or days-hours. The cluster ends a job that runs "
         "longer."_s);
-    m_time->setPlaceholderText(u"for example 2-00:00:00"_s);
+    m_time->setPlaceholderText(u"2-00:00:00"_s);
     Describe(m_prepare, u"Prepare lines"_s,
              u"Lines of the shell that run before the program, on the node."_s);
     m_prepare->setPlaceholderText(u"for example module load orca"_s);

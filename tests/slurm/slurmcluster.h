@@ -64,9 +64,9 @@ public:
 
     [[nodiscard]] static QString Program();
     /// Waits until it has printed that; false, with a warning, when it does not.
-    [[nodiscard]] bool Says(const QByteArray &text, int waitMs = 40'000);
+    [[nodiscard]] bool Says(const QByteArray &text, int waitMs = 120'000);
     /// Waits for its end: the exit code, or 1000 and the signal; -1 when it does not end.
-    [[nodiscard]] int End(int waitMs = 60'000);
+    [[nodiscard]] int End(int waitMs = 120'000);
     void Signal(int signal) const;
     [[nodiscard]] QByteArray Output();
 

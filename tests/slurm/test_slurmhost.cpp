@@ -60,7 +60,7 @@ void TestSlurmHost::BringsTheResultsBack()
                    "echo changed >old.gbw\nmkdir sub\nhead -c 3000000 /dev/zero >sub/large\nexit 4\n");
     QVERIFY(run->Says("printed"));
     // The output is followed.
-    QTRY_COMPARE_WITH_TIMEOUT(ReadTestFile(Path(here + u"job.out"_s)), "line\n", 30'000);
+    QTRY_COMPARE_WITH_TIMEOUT(ReadTestFile(Path(here + u"job.out"_s)), "line\n", 60'000);
     QVERIFY(!QFile::exists(There(u"unrelated"_s)));
     m_server.Vanish();
     QVERIFY(run->Says("this is tried again"));
