@@ -250,8 +250,11 @@ void TestShells::PagesAreClean()
     // There it finds those that the page refers to.
     const ProgramRun run = Run(u"mandoc"_s, {u"-T"_s, u"lint"_s, page},
                                QProcessEnvironment::systemEnvironment(), QStringLiteral(TASKMILL_PAGES));
-    QCOMPARE(run.out + run.err, QString{});
-    QCOMPARE(run.status, 0);
+    // Of pages that were installed since the system listed them, which it does at night, nothing is wrong.
+    QString complaints = run.out + run.err;
+    complaints.remove(QRegularExpression{u"mandoc: outdated mandoc\\.db [^\\n]*\\n"_s});
+    QCOMPARE(complaints, QString{});
+    QVERIFY(run.status >= 0 && run.status <= 1);
 }
 
 void TestShells::ScriptsUseTheModule()
