@@ -25,6 +25,7 @@ private Q_SLOTS:
     void initTestCase();
     void EndsAsItsProgram_data();
     void EndsAsItsProgram();
+    void IsWrittenDownBeforeItIsSubmitted();
     void TakesUpAJob_data();
     void TakesUpAJob();
     void CancelsItsJob_data();
@@ -134,6 +135,22 @@ void TestSlurmFollower::EndsAsItsProgram()
     QCOMPARE(run.End(), end);
     QVERIFY2(run.Output().contains(output), run.Output().constData());
     QVERIFY(!QFile::exists(m_shared.filePath(u"broken"_s)));
+}
+
+void TestSlurmFollower::IsWrittenDownBeforeItIsSubmitted()
+{
+    const QByteArray sbatch = QFile::encodeName(QStandardPaths::findExecutable(u"sbatch"_s));
+    const QByteArray folder = QFile::encodeName(Path());
+    QDir{}.mkpath(Path(u"then"_s));
+    m_cluster.AddProgram(u"sbatch"_s, "cp '" + folder + "'/.taskmill-slurm-*/*/state '" + folder +
+                                          "/then/state'\nexec " + sbatch + " \"$@\"\n");
+    SlurmFollower run{m_cluster, Path(), Script(u"exit 4"_s)};
+    const int end = run.End();
+    QVERIFY(QFile::remove(m_cluster.ProgramFolder() + u"/sbatch"_s));
+    QCOMPARE(end, 4);
+    // Who is ended from here on finds that it may be on the cluster, and looks for it there.
+    const auto then = Taskmill_ReadClusterState((folder + "/then").toStdString());
+    QVERIFY(then && then->phase == Taskmill_ClusterState::Phase::Submitting);
 }
 
 void TestSlurmFollower::TakesUpAJob_data()
