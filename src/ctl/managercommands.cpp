@@ -99,7 +99,7 @@ Lines JobsLine(const Options &options, std::size_t others)
 {
     std::string line{Taskmill_WireJobNumbers};
     for (std::size_t place = 0; place + others < options.Positional().size(); ++place) {
-        const Lines job = Taskmill_JobNumberLine(options.Positional()[place]);
+        Lines job = Taskmill_JobNumberLine(options.Positional()[place]);
         if (!job)
             return job;
         line.append(place == 0 ? "" : ",").append(options.Positional()[place]);
@@ -165,10 +165,10 @@ Lines BudgetLines(const Options &options)
     std::string text;
     for (std::size_t at = 0; at < words.size(); ++at) {
         const bool isNumber = at % 2 == 1;
-        const Lines line = isNumber ? NumberLine({}, words[at], 1, "a budget's " + words[at - 1],
-                                                 words[at - 1] == "memory" ? Taskmill_WireMostMemoryMB
-                                                                           : Taskmill_WireMostCores)
-                                    : WordLine({}, words[at], {"off", "cores", "memory"});
+        Lines line = isNumber ? NumberLine({}, words[at], 1, "a budget's " + words[at - 1],
+                                           words[at - 1] == "memory" ? Taskmill_WireMostMemoryMB
+                                                                     : Taskmill_WireMostCores)
+                              : WordLine({}, words[at], {"off", "cores", "memory"});
         if (!line)
             return line;
         text += (text.empty() ? "" : " ") + words[at];
@@ -321,7 +321,7 @@ std::optional<std::string> Taskmill_ConditionLines(const Taskmill_CtlOptions &op
         lines += std::string{Taskmill_WireNotBefore} + time + '\n';
     }
     if (options.IsSet("after")) {
-        const Lines after = NumberLine(Taskmill_WireAfterJob, options.Value("after"), 1, "--after");
+        Lines after = NumberLine(Taskmill_WireAfterJob, options.Value("after"), 1, "--after");
         if (!after)
             return after;
         lines += *after;

@@ -129,7 +129,7 @@ void Taskmill_JobContainer::LookAgain()
     }
 }
 
-void Taskmill_JobContainer::LookAgainSoon()
+void Taskmill_JobContainer::LookAgainSoon() const
 {
     QTimer::singleShot(0, this, &Taskmill_JobContainer::LookAgain);
 }

@@ -76,7 +76,7 @@ public:
     /// LookAgain() is to follow.
     void IgnoreFilesOf(Taskmill_Job &job) const;
     /// The same from the event loop.
-    void LookAgainSoon();
+    void LookAgainSoon() const;
 
     /// The first job of that number; nullptr when there is none.
     [[nodiscard]] Taskmill_Job *FindByJobID(int jobID) const;

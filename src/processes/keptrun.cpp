@@ -193,7 +193,7 @@ bool KilnUtil_KeptRun::TakeReport(const Taskmill_RunReport &report)
 QString KilnUtil_KeptRun::ReasonOfFailedStart(const Taskmill_RunReport &report, bool isForLack) const
 {
     const QString file = QString::fromStdString(report.failedFile);
-    const QString reason = qt_error_string(report.end.code);
+    QString reason = qt_error_string(report.end.code);
     if (file.isEmpty())
         return reason;
     if (report.failedFile == Taskmill_JournalAsFailedFile)
