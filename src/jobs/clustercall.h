@@ -11,7 +11,7 @@ struct Taskmill_JobType;
 /// For the program in a template.
 constexpr QLatin1StringView Taskmill_ExecutablePlaceholder{"@EXEFILE"};
 
-/// What taskmill-slurm is told of a job; empty for what is not said.
+/// The options of taskmill-slurm for the jobs of a type; a text is empty where its option is not given.
 struct Taskmill_ClusterOptions
 {
     /// In place of a number: as many as the job takes, see Taskmill_JobRecord::Cores().
