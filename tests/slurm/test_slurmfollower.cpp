@@ -225,13 +225,14 @@ void TestSlurmFollower::CancelsItsJob_data()
     QTest::addColumn<bool>("isControllerAway");
     QTest::newRow("that waits") << u"--sbatch=--hold"_s << false;
     QTest::newRow("that runs") << u"--cores=1"_s << false;
-    QTest::newRow("when the cluster confirms it later") << u"--cores=1"_s << true;
+    QTest::newRow("that waits, when the cluster confirms it later") << u"--sbatch=--hold"_s << true;
 }
 
 void TestSlurmFollower::CancelsItsJob()
 {
     QFETCH(QString, option);
     QFETCH(bool, isControllerAway);
+    m_cluster.AddProgram(u"scancel"_s, "echo >>\"$XDG_STATE_HOME/attempts\"\nexec /usr/bin/scancel \"$@\"\n");
     SlurmFollower run{m_cluster, Path(), Script(countStart + u"sleep 100"_s, {option})};
     QVERIFY(run.Says("is submitted"));
     const QString job = QString::fromStdString(State(Path()).job);
@@ -244,6 +245,7 @@ void TestSlurmFollower::CancelsItsJob()
     run.Signal(SIGTERM);
     if (isControllerAway) {
         QVERIFY(run.Says("has not confirmed the cancellation"));
+        QTRY_VERIFY_WITH_TIMEOUT(ReadTestFile(Path(u"attempts"_s)).size() > 1, 60'000);
         QVERIFY(m_cluster.StartController());
     }
     QCOMPARE(run.End(), endedBySignal + SIGTERM);
