@@ -415,7 +415,8 @@ private Q_SLOTS:
             return database->Open() && database->CreateTables() ? std::move(database) : nullptr;
         };
         auto database = open(path);
-        QVERIFY(database && database->WorkingCopy().Begin());
+        QVERIFY(database);
+        QVERIFY(database->WorkingCopy().Begin());
         QList<Taskmill_JobRecord> jobs;
         for (const int number : {1, 2, 3, 4}) {
             Taskmill_JobRecord job = SampleJob(SampleJobType(u"Type"_s), number);
@@ -430,15 +431,18 @@ private Q_SLOTS:
         for (const int number : {4, 3, 2})
             QVERIFY(database->NoteRun(number, jobs[number - 1].Run));
         database->ForgetNotedRun(4);
-        QVERIFY(database->RecordStart(jobs[0]) && database->RecordStart(jobs[1]));
+        QVERIFY(database->RecordStart(jobs[0]));
+        QVERIFY(database->RecordStart(jobs[1]));
         database->ForgetNotedRun(2);
         // A program that is ended now has written no more than this.
         const QString left = Path(u"left.db"_s);
-        QVERIFY(QFile::copy(path, left) && QFile::copy(path + u"-wal"_s, left + u"-wal"_s));
+        QVERIFY(QFile::copy(path, left));
+        QVERIFY(QFile::copy(path + u"-wal"_s, left + u"-wal"_s));
         const QStringList noted = RowsOfFile(left, u"SELECT JobID, Run FROM WorkingCopyRuns"_s);
         QCOMPARE(noted, (QStringList{u"1|run-1"_s, u"2|run-2"_s, u"3|run-3"_s}));
         const auto after = open(left);
-        QVERIFY(after && after->Untracked([&] { return after->TakeUpStarts(); }));
+        QVERIFY(after);
+        QVERIFY(after->Untracked([&] { return after->TakeUpStarts(); }));
         QCOMPARE(runOf(*after, 1), u"run-1 Running"_s);
         QCOMPARE(runOf(*after, 3), u"run-3 Running"_s);
         QCOMPARE(runOf(*after, 4), u" Pending"_s);

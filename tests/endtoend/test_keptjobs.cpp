@@ -454,7 +454,8 @@ void TestKeptJobs::ALostCopyHidesNoJob()
     const int saved = Submit(u"saved.in"_s);
     QVERIFY(Save());
     const int lost = Submit(u"lost.in"_s);
-    QVERIFY(saved > 0 && lost > 0);
+    QVERIFY(saved > 0);
+    QVERIFY(lost > 0);
     Manager().Signal(killed);
     QCOMPARE(Manager().End().status, -1);
     for (const QString &path : StateFiles(u"/work-"_s)) {

@@ -255,8 +255,11 @@ private Q_SLOTS:
         job.InputNeeds.Written = {u"scratch"_s};
         job.JobType.LeastFreeMB = 1;
         Taskmill_FileFacts facts = Taskmill_LookAtFiles(Taskmill_FileQuestionOf(job));
-        QVERIFY(facts.IsInputReadable && facts.IsFolderWritable && !facts.IsInputChanged);
-        QVERIFY(facts.FreeMB && *facts.FreeMB > 0);
+        QVERIFY(facts.IsInputReadable);
+        QVERIFY(facts.IsFolderWritable);
+        QVERIFY(!facts.IsInputChanged);
+        QVERIFY(facts.FreeMB);
+        QVERIFY(*facts.FreeMB > 0);
         const QString scratch = KilnUtil_FileSys::PlaceOf(Path(u"scratch"_s))->Path;
         // Neither a folder nor a device belongs to one job alone.
         QCOMPARE(facts.Written, (QStringList{KilnUtil_FileSys::ComparablePath(scratch + u"/there.chk"_s),
@@ -271,7 +274,8 @@ private Q_SLOTS:
         // That it is gone its program says.
         QVERIFY(QFile::remove(input));
         facts = Taskmill_LookAtFiles(Taskmill_FileQuestionOf(job));
-        QVERIFY(facts.IsInputReadable && !facts.IsInputChanged);
+        QVERIFY(facts.IsInputReadable);
+        QVERIFY(!facts.IsInputChanged);
     }
 
 private:

@@ -172,7 +172,8 @@ void TestKeeper::aFreeKeeperTakesTheNextRun()
     QCOMPARE(kill(static_cast<pid_t>(keeper), SIGKILL), 0);
     QTRY_VERIFY_WITH_TIMEOUT(!KeeperFixture::IsProcessThere(keeper), KeeperFixture::WaitMs);
     const long long other = m_keepers->LeaveFreeKeeper(m_keepers->Order({"waitfor", "three"}), "three");
-    QVERIFY(other > 0 && other != keeper);
+    QVERIFY(other > 0);
+    QVERIFY(other != keeper);
     // What still has something to drain is not free.
     m_keepers->Start(m_keepers->Script("(until [ -e end ]; do sleep 0.05; done) & exit 0"));
     QVERIFY(!m_keepers->Wait(Kind::Ended).isKeeperFree);

@@ -200,7 +200,8 @@ void TestKeeperLoss::aRecordedEndCountsWhenItsKeeperIsLost()
     const QString folder = QString::fromStdString(m_keepers->Folder());
     const auto other = KilnUtil_RunKeepers::Make(QString::fromStdString(KeeperFixture::Program()),
                                                  order.Directory + QStringLiteral("/other"), {folder});
-    QVERIFY(other && other->Find(runID).Where == Place::Elsewhere);
+    QVERIFY(other);
+    QVERIFY(other->Find(runID).Where == Place::Elsewhere);
     QVERIFY(other->Find(keepers->NewRunID()).Where == Place::NotKnown);
     Taskmill_RunReport started;
     started.processID = run->ProcessID();
@@ -449,7 +450,8 @@ void TestKeeperLoss::tidyingKeepsWhatIsNotClaimed()
     QVERIFY(m_keepers->RecordedEnd(order.runID).has_value());
     QCOMPARE(m_keepers->Output(order.runID), QByteArray{"kept\n"});
     QVERIFY(journals.Claim(order.runID, "manager:here"));
-    QVERIFY(journals.Claim(order.runID, "manager:elsewhere") && !journals.Claim(order.runID, "man"));
+    QVERIFY(journals.Claim(order.runID, "manager:elsewhere"));
+    QVERIFY(!journals.Claim(order.runID, "man"));
     journals.Tidy();
     QCOMPARE(m_keepers->Output(order.runID), QByteArray{});
     // What became of it is known until there are enough newer ones.

@@ -175,7 +175,8 @@ private Q_SLOTS:
         silent.StdOutAndStdErr.clear();
         Taskmill_JobRecord job = Job(2);
         job.StdOutAndStdErr = u"äöü 水\n"_s.repeated(200'000);
-        QVERIFY(m_database->InsertFinishedJob(silent, true) && m_database->InsertFinishedJob(job, true));
+        QVERIFY(m_database->InsertFinishedJob(silent, true));
+        QVERIFY(m_database->InsertFinishedJob(job, true));
         Taskmill_FinishedJobs jobs{m_outbox};
         jobs.Load();
         QVERIFY(!jobs.HasOutput(jobs.JobAt(0)));

@@ -170,13 +170,15 @@ private Q_SLOTS:
         const auto isHashed = [this](int jobID) {
             return !Queue().FindByJobID(jobID)->Record().InputHash.isEmpty();
         };
-        QTRY_VERIFY(isHashed(1) && isHashed(2));
+        QTRY_VERIFY(isHashed(1));
+        QTRY_VERIFY(isHashed(2));
         // What is written with a move is all of it.
         QCOMPARE(Waiting().Move({2}, Taskmill_Move::Top).Problem, QString{});
         QVERIFY(m_manager->Project().SaveProjectAs(m_manager->Path(u"p.mill"_s)));
         WriteTestFile(inputs[0], "another input");
         QVERIFY(m_manager->Project().OpenProject(m_manager->Path(u"p.mill"_s)));
-        QVERIFY(isHashed(1) && isHashed(2));
+        QVERIFY(isHashed(1));
+        QVERIFY(isHashed(2));
         Queue().SetMaxRunningJobs(2);
         Queue().SetPaused(false);
         Queue().LookAgain();
@@ -311,8 +313,8 @@ private Q_SLOTS:
         const Taskmill_JobTime started = Queue().JobAt(0)->Record().Started;
         const QDateTime end = started.ClockTime().addSecs(2400);
         const QString text = Taskmill_EstimateOf(Queue(), started);
-        QVERIFY2(text.startsWith("probably done about "_L1) && text.endsWith(end.toString(u"hh:mm"_s)),
-                 qPrintable(text));
+        QVERIFY2(text.startsWith("probably done about "_L1), qPrintable(text));
+        QVERIFY2(text.endsWith(end.toString(u"hh:mm"_s)), qPrintable(text));
     }
 
 private:

@@ -150,7 +150,8 @@ void TestSlurmFollower::IsWrittenDownBeforeItIsSubmitted()
     QCOMPARE(end, 4);
     // Who is ended from here on finds that it may be on the cluster, and looks for it there.
     const auto then = Taskmill_ReadClusterState((folder + "/then").toStdString());
-    QVERIFY(then && then->phase == Taskmill_ClusterState::Phase::Submitting);
+    QVERIFY(then);
+    QVERIFY(then->phase == Taskmill_ClusterState::Phase::Submitting);
 }
 
 void TestSlurmFollower::TakesUpAJob_data()
