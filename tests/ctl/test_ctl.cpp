@@ -49,7 +49,10 @@ private:
     {
         Taskmill_JobRecord job;
         job.ClientName = request.ClientName;
-        job.ClientAppName = u"taskmillctl-of-somebody-else"_s;
+        // A client whose process has another number, which is as long.
+        job.ClientAppName = request.ClientAppName;
+        QChar &digit = job.ClientAppName[job.ClientAppName.indexOf(u'-') + 1];
+        digit = digit == u'1' ? u'2' : u'1';
         job.ClientAddress = request.ClientAddress;
         job.ClientPort = request.ClientPort;
         job.ClientNotification = request.ClientNotification.value_or(false);
