@@ -255,8 +255,8 @@ private Q_SLOTS:
         place.ChooseRow(0);
         const auto &page = place.PageOf<Taskmill_OutputPage>();
         auto *button = page.findChild<QPushButton *>();
-        QTRY_VERIFY(button->isEnabled());
         QTRY_VERIFY(button->isVisible());
+        QTRY_VERIFY(button->isEnabled());
         const QTabWidget &pages = place.splitter->Pane()->Pages();
         const QList<const QWidget *> order{pages.tabBar(), &page.View(), button, pages.cornerWidget()};
         for (const QWidget *wanted : order) {

@@ -206,7 +206,7 @@ private Q_SLOTS:
         WriteTestFile(m_path, "first\nlast\n");
         WriteTestFile(m_path + u".go"_s, {});
         QTRY_COMPARE(FollowText(), u"Not following"_s);
-        QCOMPARE(m_viewer->View().VisibleText(), (QStringList{u"first"_s, u"last"_s}));
+        QTRY_COMPARE(m_viewer->View().VisibleText(), (QStringList{u"first"_s, u"last"_s}));
         QCOMPARE(m_viewer->StateText(), u"The process has ended."_s);
     }
 
