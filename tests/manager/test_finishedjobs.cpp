@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "db/databasetestutil.h"
 #include "manager/finishedjobs.h"
+#include "manager/finishedremovaldialogue.h"
 #include "manager/jobfilter.h"
 #include "manager/listings.h"
 #include "manager/outbox.h"
@@ -335,6 +336,20 @@ private Q_SLOTS:
         Taskmill_Database_Manager::Global().CloseAll();
         QCoreApplication::processEvents();
         QCOMPARE(taken, 10);
+    }
+
+    void OtherJobsThanThoseAskedAboutStay()
+    {
+        MakeDatabase(true);
+        InsertJobs(4);
+        Taskmill_FinishedJobs jobs{m_outbox};
+        jobs.Load();
+        Taskmill_FinishedRemovalDialogue removal{jobs, {1}};
+        QVERIFY(removal.Next());
+        // Somebody else is faster.
+        jobs.Remove({0});
+        removal.Answer({.choice = KilnUtil_UserPrompt::WarnAnswer::Yes});
+        QCOMPARE(jobs.Count(), 3);
     }
 
     void ManyRowsGoLittleByLittle()

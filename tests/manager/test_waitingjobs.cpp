@@ -31,9 +31,9 @@ private Q_SLOTS:
         Queue().SetPaused(true);
         SubmitGated(5);
         QCOMPARE(Waiting().Move({2, 5}, Taskmill_Move::Top).Text, u"2 jobs were moved to the top."_s);
-        QCOMPARE(Waiting().Move({1}, Taskmill_Move::Bottom).Problem, QString{});
+        QCOMPARE(Waiting().Move({4, 1}, Taskmill_Move::Bottom).Problem, QString{});
         SubmitGated(1);
-        const QList<int> order{2, 5, 3, 4, 1, 6};
+        const QList<int> order{2, 5, 3, 1, 4, 6};
         QCOMPARE(Queue().JobIDs(), order);
         QVERIFY(m_manager->Project().SaveProjectAs(m_manager->Path(u"p.mill"_s)));
         QVERIFY(m_manager->Project().OpenProject(m_manager->Path(u"p.mill"_s)));
@@ -144,6 +144,7 @@ private Q_SLOTS:
         TestManager::Release(input);
         QTRY_VERIFY(ReasonOf(2) == reason);
         if (deed == "forget"_L1) {
+            QTRY_COMPARE(Queue().FindByJobID(2)->Record().Conditions.AfterJobID, 0);
             m_manager->FinishedJobs().Remove({0});
             Queue().SetPaused(false);
         }
