@@ -271,7 +271,7 @@ void TestKeptJobs::LeavesTimeToEnd()
     qputenv("TASKMILL_END_JOBS", "1");
     const auto reset = qScopeGuard([] { qputenv("TASKMILL_END_JOBS", "as asked"); });
     const QString script = Project().InputFile(
-        u"checkpoint.sh"_s, "trap 'sleep 0.2; echo saved >checkpoint; exit 0' TERM\ntouch ready\n"
+        u"checkpoint.sh"_s, "trap 'sleep 0.2 && echo saved >checkpoint; exit 0' TERM\ntouch ready\n"
                             "while :; do sleep 100; touch went-on; done\n");
     QVERIFY(Project().AddType(u"Checkpoint"_s, u"/bin/sh"_s, u"@EXEFILE @INFILE"_s));
     QVERIFY(Project().Start());

@@ -85,6 +85,29 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(Path(u"ran"_s)));
     }
 
+    /// A keeper finds them all; without one those of Gaussian name the process that they belong to.
+    void EndsWithItsProcesses()
+    {
+        const QString program = Path(isWindows ? u"g16.exe"_s : u"g16"_s);
+        QVERIFY(QFile::copy(TestProgramPath(), program));
+        Taskmill_JobRecord record =
+            Record({u"pid"_s, Path(u"job.id"_s), u"child"_s, u"pid"_s, Path(u"child.id"_s), u"wait"_s});
+        record.JobType.ExecutablePath = program;
+        Make(record);
+        QVERIFY(m_job->Start(m_keepers.get()));
+        QTRY_VERIFY(!ReadTestFile(Path(u"child.id"_s)).isEmpty());
+        QProcess elsewhere;
+        elsewhere.start(TestProgramPath(),
+                        {u"wait"_s, u"Gau-%1.inp"_s.arg(ReadTestFile(Path(u"job.id"_s)).toInt())});
+        QVERIFY(elsewhere.waitForStarted());
+        QVERIFY(m_job->Kill(*m_inspector));
+        QTRY_VERIFY(!IsThere(ReadTestFile(Path(u"child.id"_s)).toInt()));
+        if (!m_keepers)
+            QVERIFY(elsewhere.waitForFinished(60'000));
+        elsewhere.kill();
+        elsewhere.waitForFinished();
+    }
+
     void PutsItsStartOffForLackOfSomething()
     {
         if (isWindows)
@@ -324,6 +347,12 @@ private:
         QCoreApplication::processEvents();
         const bool wellEnded = m_finished->size() == 1 && m_job->Record().Finished.isValid();
         return started && ended && wellEnded ? m_job->Status() : Taskmill_JobStatus::Unknown;
+    }
+    [[nodiscard]] bool IsThere(int processID) const
+    {
+        return std::ranges::any_of(m_inspector->ListProcesses(), [processID](const auto &process) {
+            return process.ProcessIdNumber() == processID;
+        });
     }
     [[nodiscard]] Taskmill_JobRecord Record(const QStringList &arguments, const QString &input = {}) const
     {
