@@ -90,7 +90,8 @@ bool Taskmill_Job::Prepare(KilnUtil_RunKeepers &keepers, const QString &runID)
     process->SetKeeper(keepers, runID);
     if (!process->Prepare())
         return false;
-    m_prepared.reset(new Prepared{.Record = m_record, .RunID = runID, .Process = std::move(process)});
+    m_prepared = std::make_unique<Prepared>(
+        Prepared{.Record = m_record, .RunID = runID, .Process = std::move(process)});
     return true;
 }
 

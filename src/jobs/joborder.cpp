@@ -74,7 +74,8 @@ QList<qsizetype> Taskmill_MovedPlaces(const QList<bool> &isMarked, Taskmill_Move
     if (move == Taskmill_Move::Up || move == Taskmill_Move::Down)
         MoveOneOn(places, isMarked);
     else
-        std::ranges::stable_partition(places, [&isMarked](qsizetype place) { return isMarked[place]; });
+        std::stable_partition(places.begin(), places.end(),
+                              [&isMarked](qsizetype place) { return isMarked[place]; });
     if (goesDown)
         std::ranges::reverse(places);
     return places;

@@ -37,7 +37,7 @@ struct KilnUtil_FileThread::Shared
     QWaitCondition hasAnswer;
 
     void Run();
-    void DeliverLater(qint64 ofNumber);
+    void DeliverLater(qint64 ofNumber) const;
 };
 
 void KilnUtil_FileThread::Shared::Run()
@@ -65,7 +65,7 @@ void KilnUtil_FileThread::Shared::Run()
 }
 
 /// The owner cannot go meanwhile: it takes the lock first.
-void KilnUtil_FileThread::Shared::DeliverLater(qint64 ofNumber)
+void KilnUtil_FileThread::Shared::DeliverLater(qint64 ofNumber) const
 {
     QMetaObject::invokeMethod(
         owner,

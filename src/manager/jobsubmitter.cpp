@@ -450,10 +450,10 @@ std::optional<int> Taskmill_JobSubmitter::AddJob(const QString &path, const Task
 Taskmill_JobType Taskmill_JobSubmitter::JobTypeOfToday(const Taskmill_JobRecord &job) const
 {
     const QList<Taskmill_JobType> jobTypes = m_store.GetJobTypes();
-    const Taskmill_JobType sameNumber = Taskmill_JobTypeWithID(jobTypes, job.JobType.JobTypeID);
+    Taskmill_JobType sameNumber = Taskmill_JobTypeWithID(jobTypes, job.JobType.JobTypeID);
     if (!sameNumber.IsEmpty() && (job.JobType.IsEmpty() || sameNumber.IsNamed(job.JobType.Name)))
         return sameNumber;
-    const Taskmill_JobType sameName = Taskmill_JobTypeNamed(jobTypes, job.JobType.Name);
+    Taskmill_JobType sameName = Taskmill_JobTypeNamed(jobTypes, job.JobType.Name);
     return sameName.IsEmpty() ? sameNumber : sameName;
 }
 

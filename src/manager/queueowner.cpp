@@ -274,7 +274,7 @@ void Taskmill_QueueOwner::QueueUpdatedSlot()
     Q_EMIT JobsChangedSignal();
 }
 
-QString Taskmill_QueueOwner::ListingText(int width)
+QString Taskmill_QueueOwner::ListingText(int width) const
 {
     QList<QStringList> rows;
     for (const Taskmill_Job *job : Jobs().Jobs())

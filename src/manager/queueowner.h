@@ -72,7 +72,7 @@ public:
     void CollectAllFinished();
 
     /// The listing that the console prints; with a width, made to fit a terminal of so many columns.
-    [[nodiscard]] QString ListingText(int width = 0);
+    [[nodiscard]] QString ListingText(int width = 0) const;
 
     /// Goes through Taskmill_RemovalDialogue with the prompt in force: asks, warns of running jobs, and
     /// removes the jobs with their rows. False when there are none, one is unknown, or the user declines;

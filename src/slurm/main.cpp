@@ -160,7 +160,7 @@ std::string MakeRunFolder(const std::string &runID, std::string &error)
     isNew = false;
     // A script may have more than one job of the cluster in one run.
     for (int number = 1; error.empty() && !isNew; ++number) {
-        folder = above + '/' + runID;
+        folder.assign(above).append(1, '/').append(runID);
         if (number > 1)
             folder.append(1, '.').append(std::to_string(number));
         if (!Taskmill_MakeOwnFolder(folder, isNew))

@@ -129,7 +129,9 @@ void Taskmill_JobNews::Announce()
     for (const News &one : std::as_const(news))
         m_announced.append(one.jobID);
     // Failures first.
-    const auto failed = std::ranges::stable_partition(news, &News::hasFailed).begin() - news.begin();
+    const auto failed =
+        std::stable_partition(news.begin(), news.end(), [](const News &one) { return one.hasFailed; }) -
+        news.begin();
     QStringList lines;
     for (const News &one : std::as_const(news).first(qMin<qsizetype>(news.size(), mostLines)))
         lines.append(one.line);
