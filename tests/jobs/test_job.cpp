@@ -108,6 +108,28 @@ private Q_SLOTS:
         elsewhere.waitForFinished();
     }
 
+    /// Also of one that had another run before.
+    void EndsWithItsKeeper()
+    {
+        if (!m_keepers)
+            QSKIP("Without a keeper");
+        for (int round = 0; round < 2; ++round) {
+            QCOMPARE(Run(Record({u"print"_s, u"x"_s})), Taskmill_JobStatus::Completed);
+            const QString idFile = Path(u"job%1.id"_s.arg(round));
+            Make(Record({u"pid"_s, idFile, u"wait"_s}));
+            QVERIFY(m_job->Start(m_keepers.get()));
+            QTRY_VERIFY(!ReadTestFile(idFile).isEmpty());
+            const int processID = ReadTestFile(idFile).toInt();
+            for (const Taskmill_ProcessRecord &process : m_inspector->ListProcesses()) {
+                if (process.ProcessIdNumber() == processID)
+                    QVERIFY(m_inspector->TerminateParent(process));
+            }
+            QTRY_COMPARE(m_finished->size(), 1);
+            QCOMPARE(m_job->Status(), Taskmill_JobStatus::Crashed);
+            QTRY_VERIFY(!IsThere(processID));
+        }
+    }
+
     void PutsItsStartOffForLackOfSomething()
     {
         if (isWindows)

@@ -11,9 +11,12 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 using Change = KilnUtil_TextSource::Change;
 
+/// No power of two, or the last lines would begin with one of them by chance.
+constexpr qsizetype lineSize = 17;
+
 QByteArray Line(int number)
 {
-    return QByteArray::number(number).rightJustified(15, '0') + '\n';
+    return QByteArray::number(number).rightJustified(lineSize - 1, '0') + '\n';
 }
 
 QByteArray Lines(int first, int last)
@@ -46,7 +49,7 @@ private Q_SLOTS:
         const QByteArray shown = source.Read(source.Begin(), source.End());
         QVERIFY(shown.size() <= KilnUtil_TailSource::Length);
         // Whole lines, up to the last.
-        QCOMPARE(shown, Lines(many - static_cast<int>(shown.size() / 16) + 1, many));
+        QCOMPARE(shown, Lines(many - static_cast<int>(shown.size() / lineSize) + 1, many));
 
         QFile file{path};
         QVERIFY(file.open(QIODevice::Append));
@@ -106,6 +109,24 @@ private Q_SLOTS:
         QCOMPARE(source.Refresh(), Change::Replaced);
         QCOMPARE(source.End(), 0);
         QCOMPARE(news, 2);
+
+        // Nor do they come when nothing is wanted.
+        const auto begun = std::make_shared<QSemaphore>();
+        const auto drive = std::make_shared<QSemaphore>();
+        source.ShowText([begun, drive] {
+            begun->release();
+            drive->acquire();
+            return QByteArray{"too late\n"};
+        });
+        begun->acquire();
+        source.ShowNothing();
+        drive->release();
+        for (int turn = 0; turn < 1000; ++turn) {
+            QThread::yieldCurrentThread();
+            QCoreApplication::processEvents();
+        }
+        QCOMPARE(news, 2);
+        QCOMPARE(source.End(), 0);
     }
 
     /// As a rule a file can be looked at at once, and the user sees no change of what is shown.
