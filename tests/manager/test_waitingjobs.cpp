@@ -50,6 +50,19 @@ private Q_SLOTS:
         QCOMPARE(Queue().JobIDs(), (QList{2, 1, 6, 5, 3, 4}));
     }
 
+    void ANewJobIsTheLast()
+    {
+        Queue().SetPaused(true);
+        // As when a thousand have been moved to the bottom.
+        Taskmill_Job *far = m_manager->NewJob(m_gated, m_manager->InputFile(u"far.in"_s));
+        far->SetOrderNumber(Taskmill_OrderNumber::OfJobID(100));
+        m_manager->Long().Submit(far);
+        SubmitGated(1);
+        QVERIFY(m_manager->Project().SaveProjectAs(m_manager->Path(u"p.mill"_s)));
+        QVERIFY(m_manager->Project().OpenProject(m_manager->Path(u"p.mill"_s)));
+        QCOMPARE(Queue().JobIDs(), (QList{1, 2}));
+    }
+
     void WhatIsDoneIsSaid()
     {
         Queue().SetPaused(true);
