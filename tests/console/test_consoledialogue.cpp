@@ -195,6 +195,21 @@ private Q_SLOTS:
             {u"Long Jobs Queue is no longer paused"_s});
         add("pause short jobs|pause long jobs|unpause short jobs", u"1 2>1p, 3>1, 4"_s,
             {u"Short Jobs Queue is no longer paused"_s});
+        add("add long job|0|free.in|move job 5 top", u"1 5 2>1, 3>1, 4"_s,
+            {u"Job 5 was moved to the top."_s});
+        add("move job 2 aside", untouched, {u"up, down, top"_s});
+        add("hold job 2|show job 2", untouched, {u"Job 2 is held."_s, u"held\n"_s});
+        add("hold job 2|release job 2", untouched, {u"Job 2 is held."_s, u"Job 2 was released."_s});
+        add("release job 2", untouched, {u"Job 2 is not held."_s});
+        add("pause long jobs when ended", untouched,
+            {u"The Long Jobs Queue pauses when the jobs that are in it now have ended."_s});
+        add("pause short jobs when ended", untouched,
+            {u"The Short Jobs Queue pauses when the jobs that are in it now have ended."_s});
+        add("show estimate", untouched, {u"Long Jobs Queue"_s, u"Short Jobs Queue"_s});
+        add("set quiet hours 22:00-06:30|set quiet hours off", untouched,
+            {u"22:00"_s, u"There are no quiet hours."_s});
+        add("set job priority low|set job priority normal|set job priority high", untouched,
+            {u"start from now on have low priority"_s, u"have normal priority"_s, u"is low or normal"_s});
         add("set long limit 3", u"1 2>3, 3>1, 4"_s, {u"Long Jobs Queue"_s, u"3 jobs"_s});
         add("set short limit 3", u"1 2>1, 3>3, 4"_s, {u"Short Jobs Queue"_s, u"3 jobs"_s});
         for (const char *command : {"set long limit 0", "set short limit 2147483648"})

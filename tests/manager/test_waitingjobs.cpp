@@ -232,12 +232,13 @@ private Q_SLOTS:
         Queue().PauseWhenJobsHaveEnded();
         m_gated.Cores = 1;
         SubmitGated(1);
+        QCOMPARE(Waiting().Move({5}, Taskmill_Move::Top).Problem, QString{});
         TestManager::Release(inputs[0]);
         QTRY_COMPARE(Running(), QList{2});
         QVERIFY(!Queue().IsPaused());
         TestManager::Release(inputs[1]);
         QTRY_VERIFY(Queue().IsPaused());
-        QCOMPARE(Queue().JobIDs(), (QList{3, 4, 5}));
+        QCOMPARE(Queue().JobIDs(), (QList{5, 3, 4}));
     }
 
     void TimeLimitKills()
