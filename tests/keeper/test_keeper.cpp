@@ -223,6 +223,9 @@ void TestKeeper::keepsTheFirstAndTheLastOfMuchOutput()
     for (long long offset = 0; report.kind != Kind::Ended;) {
         QVERIFY(m_keepers->Run().IsOpen());
         report = m_keepers->Run().Receive();
+        // He comes late, so that he reads where the keeper is about to write.
+        if (report.kind != Kind::Ended && output.TotalSize() < 100'000'000)
+            continue;
         const long long before = offset;
         const std::string piece = output.ReadFrom(offset, 1 << 20, false);
         const long long begin = offset - static_cast<long long>(piece.size());

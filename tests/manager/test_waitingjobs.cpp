@@ -241,6 +241,17 @@ private Q_SLOTS:
         QCOMPARE(Queue().JobIDs(), (QList{5, 3, 4}));
     }
 
+    void JobsThatComeLaterWaitForThePause()
+    {
+        const QStringList inputs = SubmitGated(1);
+        Queue().PauseWhenJobsHaveEnded();
+        SubmitGated(1);
+        TestManager::Release(inputs[0]);
+        QTRY_VERIFY(Queue().IsPaused());
+        QCOMPARE(Running(), QList<int>{});
+        QCOMPARE(Queue().JobIDs(), QList{2});
+    }
+
     void TimeLimitKills()
     {
         Taskmill_JobType limited = m_gated;
