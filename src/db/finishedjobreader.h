@@ -31,8 +31,6 @@ public:
     ~Taskmill_FinishedJobReader();
     Q_DISABLE_COPY_MOVE(Taskmill_FinishedJobReader)
 
-    /// Whether OpenOwn() can succeed: the database lies in a file.
-    [[nodiscard]] bool HasStorage() const { return !m_storagePath.isEmpty(); }
     /// Reads from now on through a connection of its own, so that it may be used on another thread, and on
     /// that alone, while the database is changed. False when there can be none.
     bool OpenOwn();

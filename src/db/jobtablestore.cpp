@@ -95,14 +95,6 @@ Taskmill_JobTableStore::KeysOfJobs &Taskmill_JobTableStore::Keys()
     return keys;
 }
 
-void Taskmill_JobTableStore::ForgetKeysOf(const QList<qint32> &jobIDs)
-{
-    if (!m_keys)
-        return;
-    for (const qint32 jobID : jobIDs)
-        m_keys->remove(jobID);
-}
-
 void Taskmill_JobTableStore::TakeOutContained(QSet<qint32> &jobIDs)
 {
     const KeysOfJobs &keys = Keys();

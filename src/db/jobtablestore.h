@@ -42,7 +42,6 @@ protected:
     [[nodiscard]] const QString &KeyColumn() const { return m_keyColumn; }
     /// The table's keys of each job number.
     [[nodiscard]] KeysOfJobs &Keys();
-    void ForgetKeysOf(const QList<qint32> &jobIDs);
 
     [[nodiscard]] Taskmill_JobTypesByID JobTypesByID() const;
     /// The names of the columns that are read, in the order of the table.

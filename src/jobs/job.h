@@ -61,8 +61,6 @@ public:
 
     /// What its files have against a start, as Taskmill_StartChecker has found; an empty reason for nothing.
     void SetReasonOfFiles(const QString &reason);
-    /// Without a word, as long as that is not known.
-    void SetHeldForFiles(bool isHeld) { m_isHeldForFiles = isHeld; }
     [[nodiscard]] bool IsHeldForFiles() const { return m_isHeldForFiles; }
     /// It is another job that writes one of them.
     void SetHeldForWriter(bool isHeld) { m_isHeldForWriter = isHeld; }

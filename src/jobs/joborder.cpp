@@ -55,11 +55,6 @@ void NumberBetween(QList<qint64> &numbers, qsizetype first, qsizetype end)
 }
 } // namespace
 
-QString Taskmill_MoveWord(Taskmill_Move move)
-{
-    return std::ranges::find(words, move, &Word::move)->text;
-}
-
 std::optional<Taskmill_Move> Taskmill_MoveFromWord(const QString &word)
 {
     const auto *const found = std::ranges::find_if(

@@ -17,8 +17,7 @@ enum class Taskmill_Move
     Bottom
 };
 
-/// The word of a move in commands and requests, such as "up"; and the move of a word, in any case.
-[[nodiscard]] QString Taskmill_MoveWord(Taskmill_Move move);
+/// The move of a word in commands and requests, such as "up", in any case.
 [[nodiscard]] std::optional<Taskmill_Move> Taskmill_MoveFromWord(const QString &word);
 
 /// Places of so many waiting jobs in their new order, each given as the place that it has now. Those marked

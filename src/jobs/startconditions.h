@@ -45,8 +45,6 @@ struct Taskmill_StartFacts
 /// A time of the day from which on, and one up to which, no job is started; in minutes from midnight.
 struct Taskmill_QuietHours
 {
-    static constexpr int MinutesOfDay = 24 * 60;
-
     int From = 0;
     int To = 0; ///< the same for none; less than From where midnight lies between them
 

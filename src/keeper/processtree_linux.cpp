@@ -2,6 +2,7 @@
 #include "keeper/processtree_linux.h"
 
 #include "keeper/clock.h"
+#include "wire/procstat_linux.h"
 #include "wire/runrecord.h"
 
 #include <algorithm>
@@ -49,21 +50,6 @@ std::string_view NextWord(std::string_view &text)
     return word;
 }
 
-/// The numbers that a folder of /proc has as names.
-std::vector<pid_t> NumbersIn(const std::string &folder)
-{
-    std::vector<pid_t> numbers;
-    DIR *directory = opendir(folder.c_str());
-    if (!directory)
-        return numbers;
-    while (const dirent *entry = readdir(directory)) {
-        if (const auto number = ToNumber<pid_t>(entry->d_name); number > 0)
-            numbers.push_back(number);
-    }
-    closedir(directory);
-    return numbers;
-}
-
 std::string FolderOf(pid_t id)
 {
     return "/proc/" + std::to_string(id);
@@ -73,7 +59,7 @@ std::string FolderOf(pid_t id)
 std::vector<pid_t> ChildrenInListing(pid_t parent)
 {
     std::vector<pid_t> children;
-    for (const pid_t id : NumbersIn("/proc")) {
+    for (const pid_t id : Taskmill_ListProcesses()) {
         const std::optional<Taskmill_TreeProcess> process = Taskmill_ReadTreeProcess(id);
         if (process && process->parent == parent)
             children.push_back(id);
@@ -88,7 +74,7 @@ std::vector<pid_t> ChildrenOf(pid_t parent)
         return ChildrenInListing(parent);
     std::vector<pid_t> children;
     const std::string tasks = FolderOf(parent) + "/task";
-    for (const pid_t task : NumbersIn(tasks)) {
+    for (const pid_t task : Taskmill_NumbersIn(tasks.c_str())) {
         const std::string list = ReadFile(tasks + '/' + std::to_string(task) + "/children");
         std::string_view rest = list;
         for (std::string_view word = NextWord(rest); !word.empty(); word = NextWord(rest))
@@ -171,27 +157,11 @@ bool CanGoOn(const Taskmill_TreeProcess &process)
 
 std::optional<Taskmill_TreeProcess> Taskmill_ReadTreeProcess(pid_t id)
 {
-    const std::string text = ReadFile(FolderOf(id) + "/stat");
-    // The name of the program may hold anything.
-    const std::size_t name = text.rfind(')');
-    if (name == std::string::npos)
+    const Taskmill_ProcStat stat = Taskmill_ReadProcStat(id);
+    if (stat.parent < 0)
         return std::nullopt;
-    std::string_view rest = std::string_view{text}.substr(name + 1);
-    Taskmill_TreeProcess process;
-    process.id = id;
-    constexpr int stateField = 3;
-    constexpr int parentField = 4;
-    constexpr int startField = 22;
-    for (int field = stateField; field <= startField; ++field) {
-        const std::string_view word = NextWord(rest);
-        if (field == stateField)
-            process.state = word.empty() ? 'X' : word.front();
-        else if (field == parentField)
-            process.parent = ToNumber<pid_t>(word);
-        else if (field == startField)
-            process.startTicks = ToNumber<unsigned long long>(word);
-    }
-    return process;
+    return Taskmill_TreeProcess{
+        .id = id, .parent = stat.parent, .state = stat.state, .startTicks = stat.startTicks};
 }
 
 std::vector<Taskmill_TreeProcess> Taskmill_Descendants(pid_t root, const std::set<pid_t> &except)
@@ -205,7 +175,7 @@ std::vector<Taskmill_TreeProcess> Taskmill_Descendants(pid_t root, const std::se
 std::vector<Taskmill_TreeProcess> Taskmill_ProcessesOfRuns(const std::set<std::string> &runIDs)
 {
     std::vector<Taskmill_TreeProcess> processes;
-    for (const pid_t id : NumbersIn("/proc")) {
+    for (const pid_t id : Taskmill_ListProcesses()) {
         if (const std::optional<Taskmill_TreeProcess> process = ProcessOfRuns(id, runIDs)) {
             processes.push_back(*process);
             AppendDescendants(*process, {}, processes);
@@ -222,7 +192,7 @@ bool Taskmill_StopPassingProcessesOfRuns(const std::set<std::string> &runIDs)
     std::set<pid_t> known;
     bool isAnyStopped = false;
     for (int quiet = 0; quiet < quietRounds && Taskmill_SteadyClockMs() < end; ++quiet) {
-        for (const pid_t id : NumbersIn("/proc")) {
+        for (const pid_t id : Taskmill_ListProcesses()) {
             if (!known.insert(id).second)
                 continue;
             if (const std::optional<Taskmill_TreeProcess> process = ProcessOfRuns(id, runIDs)) {

@@ -16,7 +16,7 @@ struct Taskmill_TreeProcess
     pid_t id = 0;
     pid_t parent = 0;
     char state = 0;
-    unsigned long long startTicks = 0;
+    long long startTicks = 0;
 
     [[nodiscard]] bool HasEnded() const { return state == 'Z' || state == 'X'; }
 };

@@ -63,12 +63,6 @@ public:
     /// connection must be gone.
     virtual void Close();
 
-    /// Begins a transaction, or joins the one that an earlier failure left open on an SQLite connection.
-    bool BeginTransaction();
-    /// Ends the transaction and counts as a change, even of nothing; a failed commit is rolled back.
-    bool Commit();
-    void Rollback();
-
     /// Text of the last error of the connection or of a statement run on it.
     [[nodiscard]] QString LastErrorMessage() const;
     /// The connection's driver; nullptr while it was never opened.
@@ -102,9 +96,17 @@ protected:
     [[nodiscard]] virtual bool PrepareConnection() { return true; }
     /// Runs one statement that returns no rows; on failure keeps the error for LastErrorMessage().
     bool Execute(const QString &statement);
+    /// Gives up whatever transaction is open.
+    void Rollback();
     void SetLastError(const QSqlError &error);
 
 private:
+    friend class KilnUtil_Database_Transaction;
+
+    /// Begins a transaction, or joins the one that an earlier failure left open on an SQLite connection.
+    bool BeginTransaction();
+    /// Ends the transaction and counts as a change, even of nothing; a failed commit is rolled back.
+    bool Commit();
     void SetHasUnsavedChanges(bool hasUnsavedChanges);
 
     [[nodiscard]] bool RunSQLite(const char *statement);

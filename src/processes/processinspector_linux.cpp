@@ -4,6 +4,7 @@
 #include "kilnutil/filesys.h"
 #include "kilnutil/logging.h"
 #include "processes/procfiles_linux.h"
+#include "wire/procstat_linux.h"
 
 #include <QDir>
 #include <QFile>
@@ -98,7 +99,7 @@ QByteArray AbsolutePath(int processID, const QByteArray &path)
 
 /// The script that an interpreter runs, absolute; empty when the process runs no script. The kernel names a
 /// process that was started as a script after the script, while its executable is the interpreter.
-QByteArray ScriptPath(int processID, const QByteArray &comm, const QList<QByteArray> &arguments)
+QByteArray ScriptPath(int processID, QByteArrayView comm, const QList<QByteArray> &arguments)
 {
     constexpr qsizetype longestComm = 15;
     for (qsizetype i = 1; i <= 2 && i < arguments.size(); ++i) {
@@ -111,7 +112,7 @@ QByteArray ScriptPath(int processID, const QByteArray &comm, const QList<QByteAr
     return {};
 }
 
-QByteArray ExecutablePath(int processID, const QByteArray &comm, const QList<QByteArray> &arguments)
+QByteArray ExecutablePath(int processID, QByteArrayView comm, const QList<QByteArray> &arguments)
 {
     QByteArray path = ScriptPath(processID, comm, arguments);
     if (!path.isEmpty())

@@ -5,6 +5,7 @@
 #include "kilnutil/openfileslimit.h"
 #include "kilnutil/stringutil.h"
 #include "processes/procfiles_linux.h"
+#include "wire/procstat_linux.h"
 
 #include <QProcess>
 

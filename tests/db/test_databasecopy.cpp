@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "databasetestutil.h"
+#include "kilnutil/database_transaction.h"
 #include "support/testcase.h"
 
 #include <csignal>
@@ -146,7 +147,8 @@ private Q_SLOTS:
         QCOMPARE(database->GetMaxRunningJobs(u"Long"_s), 1);
         QVERIFY(database->InsertQueue(u"Short"_s, 1));
         other.Execute({u"COMMIT"_s});
-        QVERIFY(database->BeginTransaction());
+        const KilnUtil_Database_Transaction open{*database};
+        QVERIFY(open.HasBegun());
         QVERIFY(database->LoadFromFile(m_target));
         QCOMPARE(RowsOf(*database, countRows), QStringList{u"20"_s});
     }
