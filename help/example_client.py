@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Submits one input file to Taskmill and waits until its job has ended.
 
 Usage: example_client.py FILE [JOB_TYPE [QUEUE]]

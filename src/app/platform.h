@@ -8,8 +8,9 @@
 /// What differs between systems in starting and ending the program.
 namespace Taskmill_Platform {
 /// To be called before anything else opens a file: a standard stream that was closed is the null device from
-/// then on, lest the program's own files get its number and receive what is printed. Writing to a pipe that
-/// nobody reads any more, or beyond the largest size allowed for a file, becomes an error instead of an end.
+/// then on, so that no file of the program gets its number and receives what is printed. Writing to a pipe
+/// that nobody reads any more, or beyond the largest size allowed for a file, becomes an error instead of an
+/// end.
 void PrepareStandardStreams();
 
 /// Full path of the running program.

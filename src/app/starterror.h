@@ -7,7 +7,7 @@
 
 #include <cstdio>
 
-/// Tells whoever started the program, on standard error, what is wrong with the start.
+/// Reports on standard error, to whoever started the program, what is wrong with the start.
 inline void Taskmill_PrintStartError(const QString &text)
 {
     KilnUtil_StandardStreams::Write(stderr, QStringLiteral("taskmill: ") + text + u'\n');

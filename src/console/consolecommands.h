@@ -74,7 +74,7 @@ private:
     /// Says what has become of the jobs.
     void
     ChangeWaiting(const std::function<Taskmill_WaitingJobs::Outcome(Taskmill_WaitingJobs &waiting)> &change);
-    /// Until nothing is left of a job that is being killed, or some of it withstands.
+    /// Until nothing is left of a job that is being killed, or some of it survives.
     void WaitForKill(int jobID);
     void EndJob(int jobID, Taskmill_RemovalDialogue::Begin begin, const QString &doneText);
     [[nodiscard]] bool SaveProject(Taskmill_SaveDialogue::Target target, const QString &firstFile = {});

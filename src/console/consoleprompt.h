@@ -5,7 +5,7 @@
 
 #include <functional>
 
-/// Tells the user in the console modes: reports are printed as lines, questions that would need a dialog
+/// Reports and asks in the console modes: reports are printed as lines, questions that would need a dialog
 /// count as cancelled.
 class Taskmill_ConsolePrompt final : public KilnUtil_UserPrompt
 {

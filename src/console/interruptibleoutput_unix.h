@@ -34,7 +34,7 @@ public:
     /// From any thread and from a signal handler.
     void BreakOff();
     [[nodiscard]] bool IsBrokenOff() const { return m_isBrokenOff; }
-    /// Tells whether it was broken off, which it is no longer.
+    /// Returns whether it was broken off, which it is no longer.
     bool Resume() { return m_isBrokenOff.exchange(false); }
     /// From any thread: from now on the reader gets half a second altogether to take what is written.
     void Interrupt();

@@ -6,7 +6,7 @@
 
 struct Taskmill_ManagerAddress;
 
-/// A job has up to a minute to end, and what withstands is reported 5 s later.
+/// A job has up to a minute to end, and what survives is reported 5 s later.
 constexpr int Taskmill_AnswerWaitMs = 90000;
 
 /// Sends the lines of a request to the manager, with its key, and returns all that it answers before it

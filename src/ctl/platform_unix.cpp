@@ -15,7 +15,7 @@ std::vector<std::string> Taskmill_CtlPlatform::Arguments(int argc, char **argv)
 void Taskmill_CtlPlatform::Write(std::FILE *stream, const std::string &text)
 {
     std::fwrite(text.data(), 1, text.size(), stream);
-    // Who reads through a pipe sees each result when it is known.
+    // Whoever reads through a pipe sees each result when it is known.
     std::fflush(stream);
 }
 

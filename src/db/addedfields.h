@@ -26,7 +26,7 @@ enum class Taskmill_FieldOwner
 /// before there were such values.
 ///
 /// The writing operations belong to a transaction that the caller has begun; after one that has failed he
-/// rolls it back and calls Forget(). Who has values is remembered, so that owners without any cost no
+/// rolls it back and calls Forget(). The owners with values are remembered, so that those without any cost no
 /// statement.
 class Taskmill_AddedFields
 {

@@ -28,7 +28,7 @@ public:
     [[nodiscard]] qint64 LastChange() const;
     /// Whether everything that was committed until the change of that number is on the disk.
     [[nodiscard]] bool IsStored(qint64 change) const;
-    /// Who writes holds this from the beginning of a transaction to its end: a transaction that has read
+    /// Whoever writes holds this from the beginning of a transaction to its end: a transaction that has read
     /// something cannot wait for the lock of the database, and would be refused while the log is shortened.
     [[nodiscard]] std::unique_lock<std::mutex> HoldLog() { return std::unique_lock{m_logMutex}; }
 

@@ -114,7 +114,7 @@ public:
 
     /// Whether it runs, and a keeper runs it.
     [[nodiscard]] bool IsKept() const;
-    /// From BeginKill() on until nothing is left of it, or some of it withstands.
+    /// From BeginKill() on until nothing is left of it, or some of it survives.
     [[nodiscard]] bool IsBeingKilled() const { return m_isBeingKilled && IsKept(); }
     /// The first half of Kill() for a job that a keeper runs: it is Killed when nothing of it is
     /// left. False, and nothing done, for any other.
@@ -137,7 +137,7 @@ Q_SIGNALS:
     void StartPutOffSignal(const QString &reason);
     /// Once for each run, when the final status is set.
     void JobFinishedSignal();
-    /// These processes withstand BeginKill() longer than they should; their end is still waited for.
+    /// These processes survive BeginKill() longer than they should; their end is still waited for.
     void RemainsSignal(const QList<qint64> &processIDs);
 
 private:

@@ -222,7 +222,7 @@ bool Taskmill_JobContainer::TakeOverRun(Taskmill_Job *job, bool isStartRecorded)
         if (FollowOn(job))
             return true;
         job->SetRun({});
-        // Who looks for it later may not know that any more.
+        // Whoever looks for it later may not know that any more.
         m_services.Store.ForgetRun(job->Record());
         return false;
     case KilnUtil_FoundRun::Place::Taken:

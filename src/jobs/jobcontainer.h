@@ -92,7 +92,7 @@ Q_SIGNALS:
     void RunsElsewhereSignal(const Taskmill_JobRecord &job, const QString &owner);
     /// A job that ran when its project was saved is held, as nobody here knows what became of it.
     void FateUnknownSignal(const Taskmill_JobRecord &job);
-    /// A job withstands its kill; see Taskmill_Job::RemainsSignal.
+    /// A job survives its kill; see Taskmill_Job::RemainsSignal.
     void RemainsSignal(const Taskmill_JobRecord &job, const QList<qint64> &processIDs);
 
 public Q_SLOTS:

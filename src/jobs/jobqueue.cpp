@@ -81,7 +81,7 @@ void Taskmill_JobQueue::PauseIfDone()
     if (RunningCount() > 0)
         return;
     const auto isToRun = [this](const Taskmill_Job *job) {
-        // Who writes its files may run in another queue, and will end.
+        // The job that writes its files may run in another queue, and will end.
         const bool isInTurn = job->MayStart() || (job->WaitsForTurn() && job->IsHeldForWriter());
         return job->Status() == Taskmill_JobStatus::Pending && isInTurn && IsBeforePause(*job) &&
                !(IsBudgetOn() && Services().Budget->RefusalOf(job->Record()));

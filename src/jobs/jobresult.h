@@ -33,7 +33,8 @@ struct Taskmill_JobResult
     [[nodiscard]] QString ToJson() const;
     /// What is no such text, or a part of another kind, counts as not there.
     [[nodiscard]] static Taskmill_JobResult FromJson(const QString &text);
-    /// With VerdictText() alone, for who does not need the rest: of a program that is known, whatever it is.
+    /// With VerdictText() alone, for those who do not need the rest: of a program that is known, whatever it
+    /// is.
     [[nodiscard]] static Taskmill_JobResult OfVerdict(const QString &text);
 };
 

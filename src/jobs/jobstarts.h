@@ -3,7 +3,7 @@
 
 class Taskmill_Job;
 
-/// Who is to know which jobs run from now on; implemented where their outputs are read.
+/// Whoever is to know which jobs run from now on; implemented where their outputs are read.
 class Taskmill_JobStarts
 {
 public:

@@ -3,8 +3,8 @@
 
 class Taskmill_Job;
 
-/// Who knows what jobs wait for besides a free place in their queue; implemented where times, other jobs and
-/// settings are known.
+/// Whoever knows what jobs wait for besides a free place in their queue; implemented where times, other jobs
+/// and settings are known.
 class Taskmill_StartJudge
 {
 public:

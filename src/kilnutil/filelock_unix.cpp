@@ -38,7 +38,7 @@ bool IsOwnFile(int file)
 void KilnUtil_FileLock::Take()
 {
     const QByteArray path = QFile::encodeName(m_path);
-    // Who had the lock may have removed the file between opening and locking it here.
+    // Whoever had the lock may have removed the file between opening and locking it here.
     for (int attempt = 0; attempt < 100; ++attempt) {
         const int file =
             open(path.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, S_IRUSR | S_IWUSR);

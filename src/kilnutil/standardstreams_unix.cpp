@@ -5,7 +5,7 @@ void KilnUtil_StandardStreams::Write(std::FILE *stream, const QString &text)
 {
     const QByteArray bytes = text.toLocal8Bit();
     std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
-    // Who reads through a pipe sees each result when it is known.
+    // Whoever reads through a pipe sees each result when it is known.
     std::fflush(stream);
 }
 

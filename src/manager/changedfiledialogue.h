@@ -6,7 +6,7 @@
 class Taskmill_Project;
 
 /// Asks which of the two counts when changes were recovered whose project file another program has changed
-/// meanwhile. Who cannot be asked goes on with what was recovered.
+/// meanwhile. Whoever cannot be asked goes on with what was recovered.
 class Taskmill_ChangedFileDialogue final : public Taskmill_Dialogue
 {
 public:

@@ -35,7 +35,7 @@ struct Taskmill_Question
     [[nodiscard]] const QString &ConsoleText() const { return consoleText.isEmpty() ? text : consoleText; }
 };
 
-/// Who cannot be asked, or gives up, leaves it as it is: that is the cautious answer to every question.
+/// Whoever cannot be asked, or gives up, leaves it as it is: that is the cautious answer to every question.
 struct Taskmill_Answer
 {
     KilnUtil_UserPrompt::WarnAnswer choice = KilnUtil_UserPrompt::WarnAnswer::Cancel;

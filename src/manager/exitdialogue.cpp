@@ -7,7 +7,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// How many jobs run and wait, for who may be about to end them.
+/// How many jobs run and wait, for those who may be about to end them.
 QString JobCountsText(int running, int waiting, bool endsThem)
 {
     const QString end = endsThem ? u" and will be ended."_s : u"."_s;

@@ -253,7 +253,7 @@ void Taskmill_JobSubmitter::TakeFiles(const Taskmill_SubmitChoice &chosen, const
         if (jobType.IsEmpty() && chosen.JobTypeID < 0 && asks) {
             const auto asked =
                 AskForJobType(jobTypes, u"Auto determination of Job Type was requested"_s, file);
-            // Who cancels is not asked about hundreds of further files.
+            // Whoever cancels is not asked about hundreds of further files.
             asks = asked.has_value();
             jobType = asked.value_or(Taskmill_JobType{});
         } else if (jobType.IsEmpty()) {

@@ -27,7 +27,7 @@ struct Taskmill_JobActivity
     [[nodiscard]] bool ShowsProgressSince(const Taskmill_JobActivity &before) const;
 };
 
-/// Ends running jobs whose time limit has passed, and tells the user of those that have not got on for the
+/// Ends running jobs whose time limit has passed, and reports to the user those that have not got on for the
 /// time that their job type says.
 class Taskmill_JobWatch final : public QObject
 {

@@ -40,7 +40,7 @@ void ReportRemains(const Taskmill_JobRecord &job, const QList<qint64> &processID
         numbers += QString::number(processID);
     KilnUtil_Error::UserPrompt().ShowNotice(
         u"Killing a Job"_s,
-        u"Job %1, %2, cannot be ended yet: its processes %3 withstand. It counts as running "
+        u"Job %1, %2, cannot be ended yet: its processes %3 still run. It counts as running "
         "until they have ended."_s.arg(QString::number(job.JobID), job.Name, numbers.join(u", "_s)));
 }
 

@@ -33,7 +33,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-/// Who saves or closes a project does not wait longer for outputs that are still being read.
+/// Whoever saves or closes a project does not wait longer for outputs that are still being read.
 constexpr std::chrono::milliseconds longestWaitForResults{500};
 
 Taskmill_Database *CurrentDatabase()

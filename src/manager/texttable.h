@@ -36,7 +36,7 @@ private:
     [[nodiscard]] QStringList Headers() const;
     [[nodiscard]] qsizetype LineWidth() const;
     [[nodiscard]] QString Text() const;
-    /// With columns of these widths at the most, and without those of a negative one.
+    /// With columns of at most these widths, and without those of a negative one.
     [[nodiscard]] Taskmill_TextTableBuilder Narrowed(const QList<qsizetype> &widths) const;
     template <typename TakeCell>
     void ForEachCell(TakeCell take) const;

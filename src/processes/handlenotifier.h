@@ -3,8 +3,8 @@
 
 #include <QObject>
 
-/// Tells the event loop that something has come at a handle of the system: a descriptor that is readable, on
-/// Windows an event that is set.
+/// Reports to the event loop that something has come at a handle of the system: a descriptor that is
+/// readable, on Windows an event that is set.
 class KilnUtil_HandleNotifier : public QObject
 {
     Q_OBJECT

@@ -249,8 +249,8 @@ KilnUtil_FoundRun KilnUtil_NurseryRunKeepers::FindRecorded(const std::string &ru
     if (run->end && KilnUtil_KeptRun::EndOf(*run->end).IsForLack)
         return found;
     const bool isTaken = !run->claimant.empty();
-    // Who had it killed did not want the end to stay, as when a project is closed without being saved: the
-    // job waits as it did in the file.
+    // Whoever had it killed did not want the end to stay, as when a project is closed without being saved:
+    // the job waits as it did in the file.
     if (isTaken && run->end && run->end->by == Taskmill_RunEnd::By::Kill)
         return found;
     found.Where = Place::Taken;

@@ -244,7 +244,7 @@ void Taskmill_ManagerActions::AnswerWhenKilled(const Taskmill_Job &job,
                          for (const qint64 processID : processIDs)
                              numbers += QString::number(processID);
                          answer(
-                             Outcome::Refused(u"job %1 cannot be ended yet: its processes %2 withstand"_s.arg(
+                             Outcome::Refused(u"job %1 cannot be ended yet: its processes %2 still run"_s.arg(
                                  QString::number(number), numbers.join(u", "_s))));
                      });
 }

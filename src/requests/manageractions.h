@@ -42,7 +42,7 @@ private:
                                            const Taskmill_RequestMessage &request, const QList<int> &jobIDs);
     [[nodiscard]] Outcome List(const Taskmill_RequestMessage &request);
     [[nodiscard]] Outcome ShowJob(const Taskmill_RequestMessage &request);
-    /// Answers when nothing of the job is left, or which of its processes withstand.
+    /// Answers when nothing of the job is left, or which of its processes survive.
     void AnswerWhenKilled(const Taskmill_Job &job, const Taskmill_RequestMessage &request,
                           const Outcome &outcome, const Taskmill_LateAnswer &answerLater);
     [[nodiscard]] static QByteArray AnswerOf(const Taskmill_RequestMessage &request, Outcome outcome);

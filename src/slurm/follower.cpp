@@ -132,7 +132,7 @@ void Taskmill_SlurmFollower::SubmitOnce(int &pauseMs)
     m_state.phase = Phase::Submitting;
     Store();
     if (!m_isStored) {
-        // Who took the folder up would not know of the job.
+        // Whoever took the folder up would not know of the job.
         m_state.phase = Phase::Prepared;
         m_reporter.Say("nothing can be written to " + m_folder + ": the job waits");
         Pause(pauseMs);

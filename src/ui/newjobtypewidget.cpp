@@ -51,7 +51,7 @@ void Describe(QWidget *field, const QString &name, const QString &toolTip)
 {
     field->setAccessibleName(name);
     field->setToolTip(ToolTip(toolTip));
-    // Who hears it hears no markup.
+    // Whoever hears it hears no markup.
     field->setAccessibleDescription(QTextDocumentFragment::fromHtml(toolTip).toPlainText());
 }
 

@@ -21,6 +21,6 @@ void GiveRoom(QPushButton &button);
 
 /// Opens that page of the manual.
 [[nodiscard]] QPushButton *MakeHelpButton(const QString &helpId);
-/// The text belongs to the box, also for who only hears it.
+/// The text belongs to the box, also for those who only hear it.
 [[nodiscard]] QLabel *MakeLabel(const QString &text, QComboBox *box);
 } // namespace Taskmill_OpenFilesControls

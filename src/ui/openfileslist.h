@@ -49,7 +49,7 @@ public:
     /// Appends the files that exist, checked. Unless duplicates are allowed, a file that is in the list
     /// already stays out. Whether any was appended.
     bool AddFiles(const QStringList &paths, bool allowDuplicates, Directories directories);
-    /// To the selected rows, or to all. Tells nobody: the caller knows.
+    /// To the selected rows, or to all. Emits nothing: the caller knows.
     void Apply(Operation operation, bool allItems);
     /// What is asked for the file of that path, in place of what it says itself.
     void SetNeeds(const QString &path, const Taskmill_JobNeeds &needs);

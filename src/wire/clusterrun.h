@@ -8,7 +8,7 @@
 /// What taskmill-slurm has written down of a job that it has handed to a Slurm cluster.
 ///
 /// The file "state" in the run's folder is text: a first line "taskmill-slurm 1", then lines NAME=VALUE, a
-/// last line ".". It is always replaced as a whole. Who reads it skips names that he does not know. Control
+/// last line ".". It is always replaced as a whole. Whoever reads it skips unknown names. Control
 /// characters in a value are blanks. The names:
 ///   comment  the word by which the cluster's listing shows that the job is this one
 ///   phase    "prepared": nothing is submitted; "submitting": it may be, under an unknown number;

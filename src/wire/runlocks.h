@@ -38,7 +38,7 @@ private:
 [[nodiscard]] bool Taskmill_AppendToJournal(const std::string &journal, const std::string &line);
 
 /// Held by one program at a time while it claims results or tidies up; waits for the others, which take
-/// milliseconds, for so long at the most.
+/// milliseconds, up to `waitMs`.
 class Taskmill_ClaimLock
 {
 public:

@@ -64,7 +64,7 @@ public:
     /// Sends what the other side takes without waiting and leaves the rest; false when the connection has
     /// ended.
     bool SendSome(std::string_view &bytes) const;
-    /// Appends what has arrived, `most` bytes in all at the most; does not wait.
+    /// Appends what has arrived, no more than `most` bytes in all; does not wait.
     State Receive(std::string &bytes, std::size_t most) const;
 
     /// Waits until something has arrived at one of the open sockets, or the other side has closed; nothing

@@ -44,7 +44,7 @@ public:
     QList<QByteArray> sent; ///< notifications
 
 private:
-    /// Tells the client of one job, and of another client's, as the real manager does.
+    /// Notifies the client of one job, and of another client's, as the real manager does.
     void Notify(const Taskmill_RequestMessage &request)
     {
         Taskmill_JobRecord job;
@@ -175,7 +175,7 @@ private Q_SLOTS:
         QVERIFY(!m_manager->requests.first().ExactJobType);
     }
 
-    void TellsTheEndOfEachJob()
+    void ReportsTheEndOfEachJob()
     {
         const QByteArray paused = "jobqueue=long\nqueuepaused=yes\n";
         m_manager->statuses = {Status::Failed, Status::Completed, Status::Killed};
@@ -189,7 +189,7 @@ private Q_SLOTS:
         QCOMPARE(lines,
                  (QByteArrayList{"Job 22: failed, exit code 3", "Job 22: water.mop", "Job 23: completed",
                                  "Job 23: water.mop", "Job 24: killed", "Job 24: water.mop"}));
-        // Who waits for a paused queue hears of it once.
+        // Whoever waits for a paused queue hears of it once.
         QCOMPARE(result.err.count("is paused: job 22 waits"), 1);
 
         m_manager->statuses = {Status::Killed};

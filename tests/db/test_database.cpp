@@ -159,7 +159,7 @@ private Q_SLOTS:
         }
     }
 
-    void FinishedJobTellsWhatRan()
+    void FinishedJobShowsWhatRan()
     {
         const auto database = MakeDatabase();
         Taskmill_JobType jobType = SampleJobType(u"Type"_s);

@@ -130,7 +130,7 @@ void TestRecovery::NextManagerNotifies()
     QVERIFY(Project().Start());
     QTRY_COMPARE(sink.Values("jobexitcode"), age == 0 ? QByteArrayList{"3"} : QByteArrayList{});
     QVERIFY(Manager().Command("list finished jobs").contains("Failed"));
-    // What it was not told of.
+    // The exit code is there also where no notification brought it.
     QVERIFY(Manager().Ctl({u"list"_s, u"finished"_s, u"--json"_s}).out.contains("\"exitcode\":3"));
     QCOMPARE(Manager().Quit(isKilled ? QByteArrayList{"yes", "yes"} : QByteArrayList{"yes"}),
              ManagerEnd{.status = 0});

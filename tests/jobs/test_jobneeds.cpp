@@ -61,7 +61,7 @@ private Q_SLOTS:
             needs += u", writes "_s + file;
         QTEST(needs, "needs");
 
-        // Who submits it knows better.
+        // Whoever submits it knows better.
         job.AskedNeeds.Cores = 2;
         job.AskedNeeds.MemoryMB = 3;
         QCOMPARE(job.Cores(), 2);

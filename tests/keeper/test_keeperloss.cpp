@@ -175,7 +175,7 @@ void TestKeeperLoss::noStartWaitsForASweepThatHangs()
     QVERIFY(m_keepers->StartNursery());
     m_keepers->Start(m_keepers->Order({"exit", "5"}));
     QCOMPARE(m_keepers->Wait(Kind::Ended).end.code, 5);
-    // Nor does a manager wait for who tidies up.
+    // Nor does a manager wait for whoever tidies up.
     QTRY_VERIFY_WITH_TIMEOUT(!Taskmill_ClaimLock(m_keepers->Folder(), 0).IsHeld(), waitMs);
     QCOMPARE(Taskmill_RunJournals{m_keepers->Folder()}.ClaimAll({"run"}, "manager"),
              Taskmill_RunJournals::Claims::Busy);

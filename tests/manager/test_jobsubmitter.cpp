@@ -240,7 +240,7 @@ private Q_SLOTS:
         for (const QString &file : files)
             m_manager->InputFile(file);
         UseDialog({{.Files = files}});
-        // Who cancels is not asked about further files.
+        // Whoever cancels is not asked about further files.
         m_manager->prompt.texts = {u"One"_s};
         const QList<int> jobIDs = SubmitFiles({u"a.two"_s}, Taskmill_Destination::Queueless);
         QCOMPARE(Texts(jobIDs),

@@ -322,7 +322,7 @@ private Q_SLOTS:
         QVERIFY(m_manager->Save());
         QCOMPARE(RowsOfFile(File(), u"SELECT JobID FROM FinishedJobs"_s), QStringList{u"1"_s});
 
-        // Who does not want it replaced is asked for another file.
+        // Whoever does not want it replaced is asked for another file.
         WriteTestFile(File(), "changed");
         Prompt().answers = {WarnAnswer::No};
         Prompt().texts = {m_manager->Path(u"elsewhere"_s)};

@@ -24,7 +24,7 @@ private Q_SLOTS:
         TestCase::cleanup();
     }
 
-    void TellsWhatAProcessIs()
+    void ReportsWhatAProcessIs()
     {
         const int processID = Start({u"stdin"_s, u"Übung 分子"_s});
         QTRY_COMPARE(Find(processID).ExecutionState, isWindows ? QString{} : u"sleeping"_s);

@@ -141,7 +141,7 @@ private Q_SLOTS:
             QSKIP("the system does not say who listens");
         QVERIFY2(first.startsWith("clientkey="), first.constData());
         QVERIFY(first.size() >= 64);
-        // A client of cron or behind sudo is not told of the session's folder.
+        // A client of cron or behind sudo does not know the session's folder.
         qputenv("XDG_RUNTIME_DIR", {});
         QCOMPARE(Key(), first);
         m_server->Close();

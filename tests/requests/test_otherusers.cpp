@@ -139,7 +139,7 @@ private Q_SLOTS:
             QCOMPARE(QSet<QString>(m_handler.Handled.begin(), m_handler.Handled.end()),
                      (QSet<QString>{u"key"_s, u"stays"_s}));
 
-            // Who has taken the port of a manager does not get its key.
+            // Whoever has taken the port of a manager does not get its key.
             const quint16 port = stranger.Do('l');
             const auto files = Taskmill_WriteClientKey(port, "abcdef", {});
             QCOMPARE(files.size(), 1U);

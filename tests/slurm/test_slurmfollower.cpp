@@ -148,7 +148,7 @@ void TestSlurmFollower::IsWrittenDownBeforeItIsSubmitted()
     const int end = run.End();
     QVERIFY(QFile::remove(m_cluster.ProgramFolder() + u"/sbatch"_s));
     QCOMPARE(end, 4);
-    // Who is ended from here on finds that it may be on the cluster, and looks for it there.
+    // A follower that is ended from here on finds that it may be on the cluster, and looks for it there.
     const auto then = Taskmill_ReadClusterState((folder + "/then").toStdString());
     QVERIFY(then);
     QVERIFY(then->phase == Taskmill_ClusterState::Phase::Submitting);

@@ -161,7 +161,7 @@ private Q_SLOTS:
         QVERIFY(page.manager.prompt.asked.isEmpty());
     }
 
-    void TellsWhatCannotBeStored()
+    void ReportsWhatCannotBeStored()
     {
         JobTypesPage page;
         page.SelectRow(u"water"_s);

@@ -52,12 +52,12 @@ class TestFileSource : public TestCase
     Q_OBJECT
 
 private Q_SLOTS:
-    void TellsWhatHasChanged()
+    void ReportsWhatHasChanged()
     {
         const QString path = WriteTestFile(Path(u"run ü.out"_s), "one\ntwo\n");
         KilnUtil_FileSource source{path};
         QVERIFY(source.Open());
-        const auto told = [&source](Change change, const QByteArray &content, const QString &state) {
+        const auto reports = [&source](Change change, const QByteArray &content, const QString &state) {
             QCOMPARE(source.Refresh(), change);
             QCOMPARE(source.Read(0, 1000), content);
             QCOMPARE(source.StateText(), state);
@@ -66,29 +66,29 @@ private Q_SLOTS:
         const QString anew = u"The file has been written anew."_s;
         const QString gone = u"The file has been deleted or renamed."_s;
         Age(path);
-        told(Change::None, "one\ntwo\n", {});
+        reports(Change::None, "one\ntwo\n", {});
         AppendTo(path, "three\n");
-        told(Change::Grown, "one\ntwo\nthree\n", {});
+        reports(Change::Grown, "one\ntwo\nthree\n", {});
         WriteTestFile(path, "one\n");
-        told(Change::Replaced, "one\n", anew);
+        reports(Change::Replaced, "one\n", anew);
         WriteTestFile(path, "another run\n");
-        told(Change::Replaced, "another run\n", anew);
+        reports(Change::Replaced, "another run\n", anew);
         WriteTestFile(path, "another RUN\n");
         Age(path);
-        told(Change::Replaced, "another RUN\n", anew);
+        reports(Change::Replaced, "another RUN\n", anew);
         if (RunsUnderWine())
             return; // it keeps the name of a file that is open
 
         QVERIFY(QFile::rename(path, path + u".old"_s));
-        told(Change::None, "another RUN\n", gone);
+        reports(Change::None, "another RUN\n", gone);
         AppendTo(path + u".old"_s, "goes on\n");
-        told(Change::Grown, "another RUN\ngoes on\n", gone);
+        reports(Change::Grown, "another RUN\ngoes on\n", gone);
         QVERIFY(QDir{}.mkdir(path));
-        told(Change::None, "another RUN\ngoes on\n", gone);
+        reports(Change::None, "another RUN\ngoes on\n", gone);
         QVERIFY(QDir{}.rmdir(path));
         WriteTestFile(path, "another RUN\ngoes on\nand on\n");
-        told(Change::Replaced, "another RUN\ngoes on\nand on\n",
-             u"The file has been replaced by a new one."_s);
+        reports(Change::Replaced, "another RUN\ngoes on\nand on\n",
+                u"The file has been replaced by a new one."_s);
     }
 
     void OpensOnlyRegularFiles()

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # complete.bash SCRIPT WORD...: prints what bash offers for the last word. In the words of readline, "=" stands alone.
 source "$1"
 shift

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # complete.zsh FOLDER LINE: prints what an interactive zsh, whose completions lie in the folder, offers at the end of the
 # line.
 if [[ $1 == --inside ]]; then
