@@ -17,7 +17,7 @@ struct Taskmill_ProcStat
     unsigned long long kernelTicks = 0;
     long long priority = 0;
     long long threads = 0;
-    long long startTicks = 0;   ///< since the system started
+    long long startTicks = 0;           ///< since the system started
     unsigned long long virtualSize = 0; ///< bytes
     long long residentPages = 0;
 
