@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "jobs/startbudget.h"
 #include "jobs/startdecision.h"
 
 #include <QHash>
@@ -17,7 +18,7 @@ struct Taskmill_JobRecord;
 
 /// Which waiting jobs of all queues start, where the machine has a budget of cores and memory. Off at first:
 /// then each queue starts jobs as its own limit says.
-class Taskmill_JobBudget
+class Taskmill_JobBudget final : public Taskmill_StartBudget
 {
 public:
     /// In ms; never goes back.
@@ -30,7 +31,7 @@ public:
     /// Its jobs take of the budget without asking. The list outlives the last pass.
     void JoinUnasked(const Taskmill_JobContainer &jobs) { m_all.append(&jobs); }
 
-    [[nodiscard]] bool IsOn() const { return m_limits.IsOn(); }
+    [[nodiscard]] bool IsOn() const override { return m_limits.IsOn(); }
     [[nodiscard]] const Taskmill_BudgetLimits &Limits() const { return m_limits; }
     /// Starts what fits now; with none, each queue starts a job as it did before.
     void SetLimits(const Taskmill_BudgetLimits &limits);
@@ -44,12 +45,8 @@ public:
     };
     [[nodiscard]] Use InUse() const;
 
-    /// Why the job would never start in a queue; nothing for one that may have to wait.
-    [[nodiscard]] std::optional<QString> RefusalOf(const Taskmill_JobRecord &job) const;
-
-    /// Something has changed: starts every waiting job that fits and says of the others why they wait. Each
-    /// queue in which something changes reports it, but not `reporting`, which does so by itself.
-    void Pass(const Taskmill_JobContainer *reporting);
+    [[nodiscard]] std::optional<QString> RefusalOf(const Taskmill_JobRecord &job) const override;
+    void Pass(const Taskmill_JobContainer *reporting) override;
 
     /// Nothing is started as long as this lives: while one queue is emptied, another is not to go on.
     class Rest

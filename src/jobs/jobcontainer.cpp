@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/jobcontainer.h"
 
+#include "jobs/filescheck.h"
 #include "jobs/finishedjobstaker.h"
-#include "jobs/jobbudget.h"
 #include "jobs/jobstarts.h"
 #include "jobs/jobstore.h"
 #include "jobs/runofjob.h"
-#include "jobs/startchecker.h"
+#include "jobs/startbudget.h"
 #include "jobs/startjudge.h"
 #include "kilnutil/computerdata.h"
 #include "kilnutil/logging.h"
@@ -137,12 +137,12 @@ void Taskmill_JobContainer::LookAgainSoon() const
 void Taskmill_JobContainer::IgnoreFilesOf(Taskmill_Job &job) const
 {
     if (m_services.Checker)
-        Taskmill_StartChecker::LetStart(job);
+        m_services.Checker->LetStart(job);
 }
 
 bool Taskmill_JobContainer::MayFilesBeWritten(Taskmill_Job &job) const
 {
-    return !m_services.Checker || m_services.Checker->Ask(job) == Taskmill_StartChecker::Answer::Starts;
+    return !m_services.Checker || m_services.Checker->Ask(job) == Taskmill_FilesCheck::Answer::Starts;
 }
 
 void Taskmill_JobContainer::SayThatJobEnded() const
@@ -236,7 +236,8 @@ bool Taskmill_JobContainer::TakeOverRun(Taskmill_Job *job, bool isStartRecorded)
     }
     Follow(*job);
     InsertStarted(job);
-    Taskmill_StartChecker::NoteFilesOf(*job);
+    if (m_services.Checker)
+        m_services.Checker->NoteFilesOf(*job);
     job->TakeOver(std::move(found));
     if (m_services.Starts)
         m_services.Starts->JobIsTakenOver(*job);

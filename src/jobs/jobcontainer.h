@@ -114,7 +114,7 @@ protected:
     /// Whichever waiting jobs stand before it. A start that fails leaves the job Running without a process,
     /// where it counts against a limit. A job whose start cannot be stored stays Pending, and is tried again
     /// some time later, as is one whose start was put off. One whose files speak against it stays Pending
-    /// too, and may not start any more; see Taskmill_StartChecker.
+    /// too, and may not start any more; see Taskmill_FilesCheck.
     void StartJob(Taskmill_Job &job);
     /// Does what can be done before StartJob(), for a second at most. False when that is not worth while, or
     /// cannot be had.

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/jobqueue.h"
 
-#include "jobs/jobbudget.h"
 #include "jobs/jobstore.h"
+#include "jobs/startbudget.h"
 #include "jobs/startjudge.h"
 
 #include <algorithm>

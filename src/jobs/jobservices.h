@@ -2,12 +2,12 @@
 #pragma once
 
 class KilnUtil_RunKeepers;
+class Taskmill_FilesCheck;
 class Taskmill_FinishedJobsTaker;
-class Taskmill_JobBudget;
 class Taskmill_JobStarts;
 class Taskmill_JobStore;
 class Taskmill_ProcessInspector;
-class Taskmill_StartChecker;
+class Taskmill_StartBudget;
 class Taskmill_StartJudge;
 
 /// What queues and their jobs need of the rooms above and beside them; all of it outlives them.
@@ -23,7 +23,7 @@ struct Taskmill_JobServices
     /// Without one, jobs wait for nothing but their turn.
     Taskmill_StartJudge *Judge = nullptr;
     /// Without one, jobs start without a look at their files.
-    Taskmill_StartChecker *Checker = nullptr;
-    /// Nothing but the limits of the queues counts.
-    Taskmill_JobBudget *Budget = nullptr;
+    Taskmill_FilesCheck *Checker = nullptr;
+    /// Without one, nothing but the limits of the queues counts.
+    Taskmill_StartBudget *Budget = nullptr;
 };

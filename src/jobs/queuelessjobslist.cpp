@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "jobs/queuelessjobslist.h"
 
-#include "jobs/jobbudget.h"
+#include "jobs/startbudget.h"
 
 #include <algorithm>
 

@@ -255,7 +255,7 @@ Taskmill_StartChecker::Answer Taskmill_StartChecker::Decide(Taskmill_Job &job,
     return Answer::Starts;
 }
 
-void Taskmill_StartChecker::NoteFilesOf(Taskmill_Job &job)
+void Taskmill_StartChecker::NoteFilesOf(Taskmill_Job &job) const
 {
     QStringList files = Taskmill_FileQuestionOf(job.Record()).Written;
     // What lies on a drive that may not answer is compared as it is spelled.
@@ -267,7 +267,7 @@ void Taskmill_StartChecker::NoteFilesOf(Taskmill_Job &job)
     job.SetWrittenFiles(files);
 }
 
-void Taskmill_StartChecker::LetStart(Taskmill_Job &job)
+void Taskmill_StartChecker::LetStart(Taskmill_Job &job) const
 {
     job.SetIgnoresFiles();
     if (!job.IsHeldForWriter())

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "jobs/filescheck.h"
 #include "jobs/startfiles.h"
 #include "kilnutil/filethread.h"
 
@@ -25,7 +26,7 @@ class Taskmill_JobContainer;
 /// Looks at the files of jobs before they start, on a thread, and holds those that must not start: what they
 /// write is being written by another job, or their drive lacks room, does not let them write, or does not
 /// answer. They are tried again when that may have gone, which is told to the containers by a signal.
-class Taskmill_StartChecker final : public QObject
+class Taskmill_StartChecker final : public QObject, public Taskmill_FilesCheck
 {
     Q_OBJECT
 
@@ -39,31 +40,18 @@ public:
     /// What runs in it writes files. It outlives the last question.
     void Join(Taskmill_JobContainer &jobs);
 
-    enum class Answer
-    {
-        Starts,
-        IsHeld,    ///< and its record says why
-        IsLookedAt ///< or another one is: ask again at AnsweredSignal()
-    };
-    /// Of a waiting job whose turn has come. Answers at once as a rule: an event loop waits some
-    /// milliseconds for a drive.
-    [[nodiscard]] Answer Ask(Taskmill_Job &job);
-    /// Looks at the files of a waiting job whose turn comes soon: the next Ask() about it takes that for an
-    /// answer, for a second. False when it is not known that it may start then.
-    bool LookAhead(Taskmill_Job &job);
-    /// It runs without having been asked about.
-    static void NoteFilesOf(Taskmill_Job &job);
-    /// Some job does not run any more: those that waited for its files are held no longer.
-    void JobEnded();
-    /// The user wants the job to start although something but another job speaks against it.
-    static void LetStart(Taskmill_Job &job);
+    [[nodiscard]] Answer Ask(Taskmill_Job &job) override;
+    bool LookAhead(Taskmill_Job &job) override;
+    void NoteFilesOf(Taskmill_Job &job) const override;
+    void JobEnded() override;
+    void LetStart(Taskmill_Job &job) const override;
 
     /// Looks again at those that are held for something else than another job, whether or not there is a
     /// place for them; happens by itself every few seconds.
     void TryAgain();
 
 Q_SIGNALS:
-    /// Jobs that could not be started before may be now.
+    /// Jobs that could not be started before may be now: ask again.
     void AnsweredSignal();
 
 private:
