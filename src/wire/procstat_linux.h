@@ -33,5 +33,5 @@ struct Taskmill_ProcStat
     return Taskmill_NumbersIn("/proc");
 }
 
-/// Reads /proc/N/stat, without touching the heap.
+/// Reads /proc/N/stat; hundreds of times for one list of processes, so without an allocation as a rule.
 [[nodiscard]] Taskmill_ProcStat Taskmill_ReadProcStat(int processID);

@@ -273,7 +273,7 @@ private Q_SLOTS:
         QVERIFY(job.StdOutAndStdErr.contains("its time limit of 60 minutes has passed"_L1));
     }
 
-    void TellsOnceThatNothingHappens()
+    void ReportsOnceThatNothingHappens()
     {
         Taskmill_JobType watched = m_gated;
         watched.NoProgressMinutes = 40;
